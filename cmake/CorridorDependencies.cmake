@@ -1,0 +1,15 @@
+# Everything the product calls but does not contain. All of it comes from the distribution's packages.
+
+find_package(Threads REQUIRED)
+find_package(GDAL 3.4 REQUIRED)
+find_package(PROJ REQUIRED)
+find_package(Qt6 6.4 REQUIRED COMPONENTS Core Gui Widgets OpenGL OpenGLWidgets Sql PrintSupport)
+
+set(OpenGL_GL_PREFERENCE GLVND)
+find_package(OpenGL REQUIRED)
+find_package(OpenSceneGraph 3.6 REQUIRED COMPONENTS osgDB osgGA osgText osgTerrain osgSim osgUtil osgViewer)
+
+add_library(corridor_osg INTERFACE)
+add_library(Corridor::OSG ALIAS corridor_osg)
+target_include_directories(corridor_osg SYSTEM INTERFACE ${OPENSCENEGRAPH_INCLUDE_DIRS})
+target_link_libraries(corridor_osg INTERFACE ${OPENSCENEGRAPH_LIBRARIES} OpenGL::GL)

@@ -1,0 +1,96 @@
+# One place for the compiler settings that every target shares, and for the few target shapes that exist.
+
+set(CMAKE_CXX_STANDARD 17)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+# Programs, libraries and the plug-in lie side by side, so that the workbench finds the plug-in by its file name.
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
+set(CMAKE_INSTALL_RPATH $ORIGIN)
+
+find_program(CORRIDOR_CCACHE ccache)
+if(CORRIDOR_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+  set(CMAKE_CXX_COMPILER_LAUNCHER
+      ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime
+      ${CORRIDOR_CCACHE})
+endif()
+find_program(CORRIDOR_MOLD mold)
+if(CORRIDOR_MOLD AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_GREATER_EQUAL 12)
+  add_link_options(-fuse-ld=mold)
+endif()
+
+if(CORRIDOR_SANITIZE)
+  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
+endif()
+
+# Warnings, UTF-8 sources and precompiled headers survive ccache with -fpch-preprocess.
+function(corridor_compile_settings target)
+  if(MSVC)
+    target_compile_options(${target} PRIVATE /W4 /utf-8 $<$<BOOL:${CORRIDOR_WARNINGS_AS_ERRORS}>:/WX>)
+  else()
+    target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wconversion -fpch-preprocess
+                           $<$<BOOL:${CORRIDOR_WARNINGS_AS_ERRORS}>:-Werror>)
+  endif()
+  target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR})
+endfunction()
+
+# corridor_library(NAME STATIC|SHARED SOURCES... )
+function(corridor_library target kind)
+  add_library(${target} ${kind} ${ARGN})
+  corridor_compile_settings(${target})
+endfunction()
+
+# corridor_program(NAME SOURCES...)
+function(corridor_program target)
+  add_executable(${target} ${ARGN})
+  corridor_compile_settings(${target})
+endfunction()
+
+# corridor_test(NAME SOURCES...): a GoogleTest program that runs as one CTest entry.
+function(corridor_test target)
+  add_executable(${target} ${ARGN})
+  corridor_compile_settings(${target})
+  target_link_libraries(${target} PRIVATE GTest::gtest)
+  add_test(NAME ${target} COMMAND ${target})
+  set_tests_properties(${target} PROPERTIES TIMEOUT 300)
+endfunction()
+
+# Adds globe/ or an installed osgEarth, both as Corridor::Globe. Only workbench/viewer sees a difference.
+function(corridor_select_globe)
+  set(use_installed FALSE)
+  if(NOT CORRIDOR_GLOBE STREQUAL "builtin")
+    find_path(OSGEARTH_INCLUDE_DIR osgEarth/MapNode)
+    set(parts osgEarth)
+    foreach(part osgEarthSymbology osgEarthFeatures osgEarthAnnotation osgEarthUtil)
+      find_library(${part}_LIBRARY ${part})
+      if(${part}_LIBRARY)
+        list(APPEND parts ${part})
+      endif()
+    endforeach()
+    find_library(osgEarth_LIBRARY osgEarth)
+    if(OSGEARTH_INCLUDE_DIR AND osgEarth_LIBRARY)
+      set(use_installed TRUE)
+    elseif(CORRIDOR_GLOBE STREQUAL "osgearth")
+      message(FATAL_ERROR "CORRIDOR_GLOBE=osgearth, but no installed osgEarth was found")
+    endif()
+  endif()
+
+  if(use_installed)
+    add_library(corridor_globe INTERFACE)
+    target_include_directories(corridor_globe SYSTEM INTERFACE ${OSGEARTH_INCLUDE_DIR})
+    foreach(part ${parts})
+      target_link_libraries(corridor_globe INTERFACE ${${part}_LIBRARY})
+    endforeach()
+    target_link_libraries(corridor_globe INTERFACE Corridor::OSG)
+    target_compile_definitions(corridor_globe INTERFACE CORRIDOR_GLOBE_INSTALLED)
+  else()
+    add_subdirectory(globe)
+  endif()
+  add_library(Corridor::Globe ALIAS corridor_globe)
+  message(STATUS "Globe: ${CORRIDOR_GLOBE}, installed osgEarth used: ${use_installed}")
+endfunction()
