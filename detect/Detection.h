@@ -1,0 +1,120 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+/// Change detection between two elevation rasters. Knows GDAL and nothing else of the product.
+namespace detect {
+
+/// A point or vertex in the old raster's reference system (x east or longitude, y north or latitude).
+struct Point {
+    double x = 0.0;
+    double y = 0.0;
+};
+
+/// Axis-parallel box in the old raster's reference system.
+struct Box {
+    double xMin = 0.0;
+    double yMin = 0.0;
+    double xMax = 0.0;
+    double yMax = 0.0;
+};
+
+enum class CoregistrationMethod { None, Bias, Full };
+
+/// What must be added to the new epoch's coordinates so that it lies on the old one.
+/// Lengths in metres, x east, y north; the cell figures are in cells of the old raster.
+struct Coregistration {
+    CoregistrationMethod method = CoregistrationMethod::None;
+    double dxMetres = 0.0;
+    double dyMetres = 0.0;
+    double dzMetres = 0.0;
+    double dxCells = 0.0;
+    double dyCells = 0.0;
+    int iterations = 0;
+    /// Normalised median absolute deviation of dZ, before and after (Höhle & Höhle 2009).
+    double nmadBeforeMetres = 0.0;
+    double nmadAfterMetres = 0.0;
+};
+
+struct Parameters {
+    /// A component needs at least one cell with |dZ| at or above this (metres) ...
+    double thresholdMetres = 0.5;
+    /// ... and grows over neighbours with |dZ| at or above thresholdMetres * growRatio and the same sign.
+    double growRatio = 0.5;
+    /// Components smaller than this (square metres on the ground) are dropped.
+    double minAreaSquareMetres = 4.0;
+    CoregistrationMethod coregistration = CoregistrationMethod::Bias;
+    /// Worker threads; 0 means one for each processor.
+    int threads = 0;
+    /// Rows of one block; 0 chooses by raster width. Results never depend on it.
+    int blockRows = 0;
+};
+
+enum class Kind { Fill, Cut };
+
+/// A closed ring without a repeated last vertex.
+using Ring = std::vector<Point>;
+
+/// One ground change. Lengths in metres, areas in square metres, volumes in cubic metres.
+struct Anomaly {
+    std::string name; ///< "A0001", numbered by first cell in row order
+    Kind kind = Kind::Fill;
+    Ring outline; ///< outer ring, counter-clockwise
+    std::vector<Ring> holes;
+    Box bounds;
+    Point centroid;
+    std::int64_t cells = 0;
+    double areaSquareMetres = 0.0;
+    double fillCubicMetres = 0.0; ///< volume above the old surface, not negative
+    double cutCubicMetres = 0.0;  ///< volume below the old surface, not negative
+    double dzMeanMetres = 0.0;
+    double dzMinMetres = 0.0;
+    double dzMaxMetres = 0.0;
+    std::string suggested; ///< suggested class in Chinese, UTF-8
+
+    double volumeCubicMetres() const { return kind == Kind::Fill ? fillCubicMetres : cutCubicMetres; }
+};
+
+struct Request {
+    std::string oldRaster; ///< anything GDAL opens
+    std::string newRaster;
+    Parameters parameters;
+    /// Only this part of the old raster; empty means the whole overlap.
+    std::optional<Box> window;
+    /// A co-registration found earlier, used as it is instead of estimating one.
+    std::optional<Coregistration> coregistration;
+    /// When not empty, dZ (new - old, metres, Float32, no-data NaN) is written here as a tiled, compressed GeoTIFF.
+    std::string dzRaster;
+};
+
+struct Result {
+    std::vector<Anomaly> anomalies;
+    Coregistration coregistration;
+    std::string srsWkt; ///< the old raster's reference system
+    std::int64_t cells = 0; ///< cells compared
+    double seconds = 0.0;
+    int threads = 1;
+};
+
+/// One line that names the file and the cause. `cancelled` tells the user's stop from a failure.
+struct Failure {
+    std::string message;
+    bool cancelled = false;
+};
+
+/// Called from the calling thread with 0..1; returning false stops the work with a cancelled Failure.
+using Progress = std::function<bool(double)>;
+
+/// Finds the changes. Runs in the calling thread and in `parameters.threads` workers; memory grows with the width of
+/// a block row and the number of anomalies only. Nothing half-written is left behind on failure.
+std::variant<Result, Failure> detectChanges(const Request& request, const Progress& progress = {});
+
+/// Estimates the co-registration over the whole overlap, without looking for changes.
+std::variant<Coregistration, Failure> estimateCoregistration(const Request& request, const Progress& progress = {});
+
+} // namespace detect
