@@ -1,0 +1,42 @@
+#pragma once
+
+/// Import and export marks of the five platform libraries. Each library defines its CORRIDOR_BUILD_... macro when it
+/// is compiled; everybody else imports. Elsewhere than on Windows the marks only set the symbol visibility.
+
+#if defined(_WIN32)
+#define CORRIDOR_EXPORT __declspec(dllexport)
+#define CORRIDOR_IMPORT __declspec(dllimport)
+#else
+#define CORRIDOR_EXPORT __attribute__((visibility("default")))
+#define CORRIDOR_IMPORT __attribute__((visibility("default")))
+#endif
+
+#ifdef CORRIDOR_BUILD_ENGINE
+#define ENGINE_API CORRIDOR_EXPORT
+#else
+#define ENGINE_API CORRIDOR_IMPORT
+#endif
+
+#ifdef CORRIDOR_BUILD_VIEWMANAGER
+#define VIEWMANAGER_API CORRIDOR_EXPORT
+#else
+#define VIEWMANAGER_API CORRIDOR_IMPORT
+#endif
+
+#ifdef CORRIDOR_BUILD_VIEWER
+#define VIEWER_API CORRIDOR_EXPORT
+#else
+#define VIEWER_API CORRIDOR_IMPORT
+#endif
+
+#ifdef CORRIDOR_BUILD_INSPECTION
+#define INSPECTION_API CORRIDOR_EXPORT
+#else
+#define INSPECTION_API CORRIDOR_IMPORT
+#endif
+
+#ifdef CORRIDOR_BUILD_STYLE
+#define STYLE_API CORRIDOR_EXPORT
+#else
+#define STYLE_API CORRIDOR_IMPORT
+#endif

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QStringDecoder>
+#include <QStringEncoder>
+
+#include <string>
+
+/// The one place that knows the 8-bit code page of names, keys, bus messages and records.
+///
+/// It is GBK. GB18030 serves as the codec: it gives the same bytes for everything that GBK holds and has a place for
+/// every other character, so that a name with a rare character survives the way through an 8-bit record.
+/// All functions are reentrant and never fail: what is not valid in the source becomes U+FFFD or '?'.
+
+/// UTF-16 text to GBK bytes.
+inline std::string toGbk(const QString& text) {
+    QStringEncoder encoder("GB18030");
+    const QByteArray bytes = encoder.encode(text);
+    return bytes.toStdString();
+}
+
+/// UTF-8 source literal to GBK bytes.
+inline std::string toGbk(const char* utf8) {
+    return toGbk(QString::fromUtf8(utf8));
+}
+
+/// GBK bytes to UTF-16 text.
+inline QString fromGbk(const std::string& bytes) {
+    QStringDecoder decoder("GB18030");
+    return decoder.decode(QByteArray::fromStdString(bytes));
+}
+
+/// GBK bytes to UTF-8, as labels on the globe need them.
+inline std::string gbkToUtf8(const std::string& bytes) {
+    return fromGbk(bytes).toStdString();
+}
+
+/// UTF-8 bytes, as databases and rasters give them, to GBK.
+inline std::string utf8ToGbk(const std::string& utf8) {
+    return toGbk(QString::fromStdString(utf8));
+}

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "host/engine/ICommand.h"
+
+namespace zeo {
+
+/// Base of the one-shot commands. The constructor makes the command known to the host under its key.
+/// A derived command fills the fields in its constructor and supplies Execute.
+class ENGINE_API CommandPlugin : public ICommand {
+    Q_OBJECT
+
+public:
+    explicit CommandPlugin(const std::string& key);
+    ~CommandPlugin() override;
+
+    void Destroy() override;
+    std::string Name() override;
+    std::string ToolTip() override;
+    std::string Key() override;
+    bool IsTool() override; ///< false
+    std::string CommandType() override;
+    QIcon GetIcon() override;
+    QCursor GetCursor() override;
+    void OnBeforeExcute() override; ///< nothing
+
+protected:
+    std::string m_name;
+    std::string m_toolTip;
+    std::string m_key;
+    std::string m_commandType;
+    QIcon m_icon;
+    QCursor m_cursor;
+};
+
+} // namespace zeo

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "host/Export.h"
+
+#include <QString>
+
+namespace osgEarth {
+class SpatialReference;
+}
+
+namespace zeo {
+
+class ICommand;
+class ITool;
+
+/// The host engine's one context. GUI thread. It exists from the first use until the process ends.
+class ENGINE_API IEngineContext {
+public:
+    /// Never null.
+    static IEngineContext* Instance();
+
+    /// Spatial reference of the globe's map, null while there is no globe.
+    virtual const osgEarth::SpatialReference* GetMapSRS() const = 0;
+    /// Called by the command base constructors and destructors; commands keep the order in which they came.
+    virtual void AddCommand(ICommand* command) = 0;
+    virtual void RemoveCommand(ICommand* command) = 0;
+    /// Deactivates the active tool, if any, and activates `tool`.
+    virtual void ActivateTool(ITool* tool) = 0;
+    /// The active tool or null.
+    virtual ITool* GetActiveTool() const = 0;
+    /// Shows a text in the status bar until another one is shown.
+    virtual void SetStatusTip(const QString& text) = 0;
+
+protected:
+    virtual ~IEngineContext() = default;
+};
+
+} // namespace zeo

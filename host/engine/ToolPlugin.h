@@ -1,0 +1,48 @@
+#pragma once
+
+#include "host/engine/ITool.h"
+
+namespace zeo {
+
+/// Base of the interactive tools. The constructor makes the tool known to the host under its key.
+/// A derived tool fills the fields in its constructor and supplies IsTool, OnActivate and OnDeactivate.
+class ENGINE_API ToolPlugin : public ITool {
+    Q_OBJECT
+
+public:
+    explicit ToolPlugin(const std::string& key);
+    ~ToolPlugin() override;
+
+    void Destroy() override;
+    void Execute() override; ///< asks the host to make this the active tool
+    std::string Name() override;
+    std::string ToolTip() override;
+    std::string Key() override;
+    std::string CommandType() override;
+    QIcon GetIcon() override;
+    QCursor GetCursor() override;
+    void OnBeforeExcute() override; ///< nothing
+
+    // No reaction unless a tool overrides them; MessageEvent answers 0.
+    void OnKeyPress(QKeyEvent* event) override;
+    void OnKeyRelease(QKeyEvent* event) override;
+    void OnMouseMove(QMouseEvent* event) override;
+    void OnMousePress(QMouseEvent* event) override;
+    void OnMouseRelease(QMouseEvent* event) override;
+    void OnMouseDoubleClick(QMouseEvent* event) override;
+    void OnMouseWheel(QWheelEvent* event) override;
+    int MessageEvent(int message, long long first, long long second) override;
+    void onFormAction(int action, double value) override;
+    void onFormAction(int action, QString value) override;
+    void onFormAction(QString action) override;
+
+protected:
+    std::string m_name;
+    std::string m_toolTip;
+    std::string m_key;
+    std::string m_commandType;
+    QIcon m_icon;
+    QCursor m_cursor;
+};
+
+} // namespace zeo

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "host/Export.h"
+#include "host/style/titleBar.h"
+
+#include <QDialog>
+
+/// A frameless dialog with the product's title bar. A derived dialog sets up its form first and then calls
+/// updateLayout, which puts the title bar above the form.
+class STYLE_API BaseDialog : public QDialog {
+    Q_OBJECT
+
+public:
+    explicit BaseDialog(QWidget* parent = nullptr);
+    ~BaseDialog() override;
+
+    /// Moves the form's layout below the title bar. Once, after the form is complete.
+    void updateLayout();
+
+protected:
+    titleBar* m_titleBar;
+};

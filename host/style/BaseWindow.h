@@ -1,0 +1,25 @@
+#pragma once
+
+#include "host/Export.h"
+#include "host/style/titleBar.h"
+
+#include <QWidget>
+
+/// A frameless window with the product's title bar. A derived window sets up its form first and then calls
+/// updateLayout, which puts the title bar above the form.
+class STYLE_API BaseWindow : public QWidget {
+    Q_OBJECT
+
+public:
+    /// A parent makes it a window in front of that parent, not a child inside it.
+    explicit BaseWindow(QWidget* parent = nullptr);
+    ~BaseWindow() override;
+
+    /// Moves the form's layout below the title bar. Once, after the form is complete.
+    void updateLayout();
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override; ///< Esc closes the window
+
+    titleBar* m_titleBar;
+};

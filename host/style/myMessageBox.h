@@ -1,0 +1,21 @@
+#pragma once
+
+#include "host/Export.h"
+
+#include <QString>
+
+class QWidget;
+
+/// The product's message box.
+class STYLE_API myMessageBox {
+public:
+    enum Type { Information = 0, Success = 1, Question = 2, Warning = 3 };
+    enum Buttons { Ok = 0, YesNo = 1 };
+
+    /// Shows the box and, when `modal`, waits for the user.
+    /// `type` chooses the icon (Type), `buttons` the buttons (Buttons).
+    /// Returns 0 when the user confirmed (OK or yes), 1 otherwise. A box that is not modal returns 0 at once and
+    /// deletes itself when it is closed. GUI thread.
+    static int showMyMessageBox(QWidget* parent, const QString& title, const QString& text, int type, int buttons,
+                                bool modal = true);
+};

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "host/Export.h"
+
+namespace osgEarth {
+class MapNode;
+namespace Util {
+class EarthManipulator;
+}
+} // namespace osgEarth
+namespace osgViewer {
+class View;
+}
+
+/// The globe's view. Scene and event handlers are changed between frames only, that is, in
+/// CXCommandHandler::OnMessage or on the thread that runs the frames.
+class VIEWER_API CXViewer {
+public:
+    virtual osgViewer::View* getViewer() = 0;
+    virtual osgEarth::Util::EarthManipulator* getManipulator() = 0;
+    /// An ordinary group for its users: annotations are its children. Its map gives the spatial reference.
+    virtual osgEarth::MapNode* getMapNode() = 0;
+    /// Asks for a new frame after a change that the viewer cannot see by itself. Any thread.
+    virtual void requestRedraw() = 0;
+
+protected:
+    virtual ~CXViewer() = default;
+};
+
+/// The one viewer; null while the host has no globe.
+extern VIEWER_API CXViewer* g_pCXviewer;
