@@ -1,0 +1,65 @@
+#pragma once
+
+#include "host/Export.h"
+#include "host/inspection/KV_MySQL.h"
+#include "host/inspection/Records.h"
+
+#include <osg/Group>
+#include <osg/ref_ptr>
+
+#include <map>
+#include <string>
+
+/// Common face of the data sets that the manager hands out; callers cast to the class they expect.
+class INSPECTION_API DataSet {
+public:
+    virtual ~DataSet();
+};
+
+/// Index 0: the project's stored data.
+class INSPECTION_API PipelineDataSet : public DataSet {
+public:
+    static constexpr int kIndex = 0;
+
+    /// True while the database can be used. `connection` is 0 for the project's own database.
+    virtual bool GetConncetDBState(int connection = 0) const = 0;
+    /// Table of an object type code, empty for an unknown one.
+    virtual std::string Gettablename(int type) const = 0;
+    /// The project's database connection; null when GetConncetDBState is false. GUI thread.
+    virtual mysqlhelper::KV_MySQL* GetMySQL() = 0;
+};
+
+/// Index 2: the special objects on the globe and their records. The maps' keys are compared by node identity.
+/// Nothing here stores anything or touches the scene.
+class INSPECTION_API OsgDataSet : public DataSet {
+public:
+    static constexpr int kIndex = 2;
+    using PointMap = std::map<osg::ref_ptr<osg::Group>, Special_Point>;
+    using AreaMap = std::map<osg::ref_ptr<osg::Group>, Special_Area>;
+    using PolygonMap = std::map<osg::ref_ptr<osg::Group>, Special_Polygon>;
+
+    virtual void addPipePoints(osg::Group* group, const Special_Point& point) = 0;
+    virtual void addPipeAreas(osg::Group* group, const Special_Area& area) = 0;
+    virtual void addPipePolygons(osg::Group* group, const Special_Polygon& polygon) = 0;
+
+    virtual const PointMap& getPipePoints() const = 0;
+    virtual const AreaMap& getPipeAreas() const = 0;
+    virtual const PolygonMap& getPipePolygons() const = 0;
+
+    /// Replace the record of a known group; an unknown group is ignored.
+    virtual void UpdataPipePoint(osg::Group* group, const Special_Point& point) = 0;
+    virtual void UpdataPipeArea(osg::Group* group, const Special_Area& area) = 0;
+    virtual void UpdataPipePolygon(osg::Group* group, const Special_Polygon& polygon) = 0;
+
+    virtual void removePipeAreas(osg::Group* group) = 0;
+    virtual void removePipePolygons(osg::Group* group) = 0;
+};
+
+class INSPECTION_API DataSetManager {
+public:
+    /// 0 PipelineDataSet, 1 ParaSet, 2 OsgDataSet; null for any other index.
+    virtual DataSet* GetDataSet(int index) = 0;
+
+protected:
+    virtual ~DataSetManager();
+};

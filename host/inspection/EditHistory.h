@@ -1,0 +1,32 @@
+#pragma once
+
+#include "host/Export.h"
+
+#include <string>
+
+/// One edit of the user that changed stored data, with its exact inverse. GUI thread.
+class INSPECTION_API EditCommand {
+public:
+    virtual ~EditCommand();
+    /// `refresh` asks the windows to show the change at once.
+    virtual void Undo(bool refresh) = 0;
+    virtual void Redo(bool refresh) = 0;
+    /// Fills in the edit's description (GBK).
+    virtual void GetText(std::string& text) = 0;
+};
+
+/// The edits of a project, newest last. GUI thread.
+class INSPECTION_API EditHistory {
+public:
+    virtual bool CanUndo() = 0;
+    virtual bool CanRedo() = 0;
+    /// The newest undoable edit, which moves to the redo side. The history keeps owning it.
+    virtual EditCommand* TakeUndo() = 0;
+    /// The newest redoable edit, which moves back to the undo side. The history keeps owning it.
+    virtual EditCommand* TakeRedo() = 0;
+    /// Undoes the `count` newest edits, newest first.
+    virtual void UndoSteps(int count) = 0;
+
+protected:
+    virtual ~EditHistory();
+};

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "host/Export.h"
+
+class AVWindow;
+class DataSetManager;
+class EditHistory;
+class KVImageWindow;
+class QWidget;
+class StationWindow;
+
+/// The inspection data library's one context. GUI thread. The host initialises the library before it loads plug-ins;
+/// from then on every accessor answers, unless said otherwise.
+class INSPECTION_API IORVAContext {
+public:
+    /// Never null.
+    static IORVAContext* Instance();
+
+    virtual StationWindow* GetStationWindow() = 0;
+    virtual AVWindow* GetAVWindow() = 0;
+    virtual KVImageWindow* GetKVImageWindow() = 0;
+    virtual DataSetManager* GetDataSetManager() = 0;
+    /// Null when edits are not recorded.
+    virtual EditHistory* GetEditHistory() = 0;
+    /// Parent for dialogs and messages.
+    virtual QWidget* GetMainWindow() = 0;
+
+protected:
+    virtual ~IORVAContext() = default;
+};

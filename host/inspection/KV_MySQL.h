@@ -1,0 +1,74 @@
+#pragma once
+
+#include "host/Export.h"
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <variant>
+#include <vector>
+
+/// The one face of the project's database, whatever driver is behind it.
+namespace mysqlhelper {
+
+using KV_Blob = std::vector<unsigned char>;
+
+/// A field's value. Texts are GBK here and UTF-8 in the database.
+using KV_Value = std::variant<std::monostate, std::int64_t, double, std::string, KV_Blob>;
+
+/// Field map: column name (ASCII) to value; std::monostate is NULL.
+using KV_Record = std::map<std::string, KV_Value>;
+using KV_Rows = std::vector<KV_Record>;
+
+/// What every operation of KV_MySQL throws when the database refuses. `what()` is one English line.
+class INSPECTION_API KV_MySQL_Exception : public std::runtime_error {
+public:
+    explicit KV_MySQL_Exception(const std::string& message);
+    ~KV_MySQL_Exception() override;
+};
+
+/// A connection. Belongs to the thread that opened it. Values are always bound, never pasted into the text.
+class INSPECTION_API KV_MySQL {
+public:
+    /// `url` is the path of a SQLite file (UTF-8), created if missing. Throws when it cannot be opened.
+    explicit KV_MySQL(const std::string& url);
+    ~KV_MySQL();
+    KV_MySQL(const KV_MySQL&) = delete;
+    KV_MySQL& operator=(const KV_MySQL&) = delete;
+
+    bool isOpen() const;
+
+    /// Rows of a select; "?" in `sql` stand for the values in `bound`, in order.
+    KV_Rows queryRecord(const std::string& sql, const std::vector<KV_Value>& bound = {});
+    /// Any other statement. Returns the number of rows changed.
+    std::int64_t execute(const std::string& sql, const std::vector<KV_Value>& bound = {});
+    /// Returns the id of the new row.
+    std::int64_t insertRecord(const std::string& table, const KV_Record& fields);
+    /// Sets `fields` in the rows that `condition` ("where id=7") names. Returns the number of rows changed.
+    std::int64_t updateRecord(const std::string& table, const KV_Record& fields, const std::string& condition,
+                              const std::vector<KV_Value>& bound = {});
+    std::int64_t deleteRecord(const std::string& table, const std::string& condition,
+                              const std::vector<KV_Value>& bound = {});
+
+    /// A transaction for as long as the object lives; rolled back unless committed.
+    class INSPECTION_API Transaction {
+    public:
+        explicit Transaction(KV_MySQL& database);
+        ~Transaction();
+        Transaction(const Transaction&) = delete;
+        Transaction& operator=(const Transaction&) = delete;
+        void commit();
+
+    private:
+        KV_MySQL& m_database;
+        bool m_open = true;
+    };
+
+private:
+    struct Connection;
+    std::unique_ptr<Connection> m_connection;
+};
+
+} // namespace mysqlhelper
