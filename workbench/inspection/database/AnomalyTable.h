@@ -1,0 +1,28 @@
+#pragma once
+
+#include "host/Export.h"
+#include "host/inspection/KV_MySQL.h"
+#include "host/inspection/Station.h"
+
+#include <cstdint>
+#include <vector>
+
+/// Rows of table "anomaly". Every function throws KV_MySQL_Exception when the database refuses; what is said
+/// to happen in one transaction has then not happened at all. Texts of SdiffData are GBK.
+namespace inspection {
+
+/// The anomalies of a station by name.
+INSPECTION_API std::vector<SdiffData> readAnomalies(mysqlhelper::KV_MySQL& database, std::uint32_t stationId);
+
+/// One row for each anomaly, in no transaction of its own. An id of 0 lets the database choose one; any other
+/// is kept, so that a deleted anomaly can come back as it was. The chosen ids are written into `anomalies`.
+INSPECTION_API void insertAnomalies(mysqlhelper::KV_MySQL& database, std::uint32_t stationId,
+                                    std::vector<SdiffData>& anomalies);
+
+/// Stores the attribute of each anomaly under its id, in one transaction.
+INSPECTION_API void storeAttributes(mysqlhelper::KV_MySQL& database, const std::vector<SdiffData>& anomalies);
+
+/// Deletes the anomalies by id, in one transaction.
+INSPECTION_API void deleteAnomalies(mysqlhelper::KV_MySQL& database, const std::vector<SdiffData>& anomalies);
+
+} // namespace inspection
