@@ -1,0 +1,48 @@
+# Shared by ./run and ./test. Expects $root, the folder of the checkout.
+
+say() { printf '%s\n' "$*" >&2; }
+fail() { say "$*"; exit 1; }
+
+# install_packages LIST... : installs what is missing with apt, if it may; otherwise says in one line what to install.
+install_packages() {
+    command -v dpkg-query >/dev/null || return 0 # not Debian: the user's own packages have to do
+    local wanted missing
+    wanted=$(cat "$@")
+    missing=$(comm -23 <(printf '%s\n' $wanted | sort -u) \
+        <(dpkg-query -W -f '${db:Status-Status} ${Package}\n' $wanted 2>/dev/null | awk '$1 == "installed" {print $2}' | sort -u))
+    missing=$(echo $missing)
+    [ -n "$missing" ] || return 0
+
+    local as_root=
+    if [ "$(id -u)" != 0 ]; then
+        sudo -n true 2>/dev/null || fail "Please install first: sudo apt-get install $missing"
+        as_root="sudo -n"
+    fi
+    say "Installing: $missing"
+    quietly install "$root/build" sh -c "$as_root apt-get update -q && \
+        $as_root env DEBIAN_FRONTEND=noninteractive apt-get install -q -y --no-install-recommends $missing"
+}
+
+# quietly WHAT LOGDIR COMMAND... : runs a command with its output in a log, and shows the end of the log when it fails.
+quietly() {
+    local what=$1 log=$2/$1.log
+    mkdir -p "$2"
+    shift 2
+    if ! "$@" >"$log" 2>&1 </dev/null; then
+        tail -n 60 "$log" >&2
+        fail "$what failed; the whole output is in $log"
+    fi
+}
+
+# build PRESET : configures and builds.
+build() {
+    local folder=$root/build/$1
+    [ -f "$folder/build.ninja" ] || say "Building ($1), this takes some minutes the first time"
+    quietly configure "$folder" cmake -S "$root" --preset "$1"
+    quietly build "$folder" cmake --build "$folder"
+}
+
+# with_virtual_display COMMAND... : runs a command on a display of its own, drawn in software.
+with_virtual_display() {
+    LIBGL_ALWAYS_SOFTWARE=1 xvfb-run -a -s "-screen 0 1600x1000x24" "$@"
+}

@@ -1,0 +1,209 @@
+#include "workbench/app/MainWindow.h"
+
+#include "host/inspection/AVWindow.h"
+#include "host/inspection/KVImageWindow.h"
+#include "host/inspection/StationWindow.h"
+#include "host/style/myMessageBox.h"
+#include "workbench/app/PluginLoader.h"
+#include "workbench/app/ToolArea.h"
+#include "workbench/engine/EngineContext.h"
+#include "workbench/inspection/context/InspectionContext.h"
+#include "workbench/viewer/GlobeWidget.h"
+#include "workbench/viewmanager/HandlerRegistry.h"
+
+#include <osgEarthUtil/EarthManipulator>
+
+#include <QCloseEvent>
+#include <QComboBox>
+#include <QDockWidget>
+#include <QFileDialog>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLoggingCategory>
+#include <QStatusBar>
+#include <QToolBar>
+#include <QToolButton>
+
+#include <cmath>
+
+namespace {
+
+Q_LOGGING_CATEGORY(logApp, "corridor.app")
+
+// Natural Earth, as the distribution's package lays it down.
+constexpr const char* kWorldPicture =
+    "/usr/share/cartopy/data/raster/natural_earth/50-natural-earth-1-downsampled.png";
+
+QString degrees(double value, const char* positive, const char* negative) {
+    return QString::number(std::abs(value), 'f', 6) + QString::fromUtf8("°") + (value < 0 ? negative : positive);
+}
+
+} // namespace
+
+MainWindow::MainWindow() : m_globe(new GlobeWidget(this)), m_layers(m_globe->map()) {
+    setWindowTitle(tr("管道巡检"));
+    resize(1600, 1000);
+    setDockOptions(QMainWindow::AnimatedDocks | QMainWindow::AllowTabbedDocks);
+    setCorner(Qt::BottomRightCorner, Qt::RightDockWidgetArea);
+    setCentralWidget(m_globe);
+
+    InspectionContext& inspection = InspectionContext::instance();
+    inspection.initialise(this);
+    inspection.setMapPictureSource([this] { return m_globe->grabFramebuffer(); });
+    zeo::EngineContext::instance().setMapSRS(m_globe->getMapNode()->getMapSRS());
+
+    buildTop();
+    buildDocks();
+    buildStatusBar();
+    connectGlobe();
+    addWorldBackdrop();
+}
+
+MainWindow::~MainWindow() {
+    zeo::EngineContext::instance().shutdown();
+    zeo::EngineContext::instance().setMapSRS(nullptr);
+    InspectionContext::instance().shutdown();
+    HandlerRegistry::instance().setWakeUp({});
+    delete m_globe;
+}
+
+void MainWindow::loadPlugin(const QString& file) {
+    const std::optional<QString> problem = loadToolPlugin(file);
+    m_toolArea->addCommands(zeo::EngineContext::instance().commands());
+    if (problem) {
+        qCWarning(logApp).noquote() << "plug-in not loaded:" << *problem;
+        myMessageBox::showMyMessageBox(this, tr("提示"), *problem, myMessageBox::Warning, myMessageBox::Ok);
+    }
+}
+
+std::optional<QString> MainWindow::openProject(const QString& folder) {
+    InspectionContext& inspection = InspectionContext::instance();
+    if (std::optional<QString> problem = inspection.openProject(folder))
+        return problem;
+
+    const inspection::ProjectDescription& project = inspection.project()->description();
+    for (const QString& line : m_layers.show(project))
+        qCWarning(logApp).noquote() << line;
+    m_epochs->clear();
+    m_epochs->addItems(m_layers.epochs());
+    m_epochs->setCurrentIndex(m_layers.shownEpoch());
+    m_epochs->setEnabled(m_epochs->count() > 1);
+    if (const std::optional<osgEarth::Viewpoint> overview = m_layers.overview()) {
+        m_globe->getManipulator()->setHomeViewpoint(*overview);
+        m_globe->getManipulator()->setViewpoint(*overview, 0.0);
+    }
+    setWindowTitle(project.name + tr(" — 管道巡检"));
+    m_globe->requestRedraw();
+    return std::nullopt;
+}
+
+void MainWindow::closeEvent(QCloseEvent* event) {
+    zeo::EngineContext::instance().deactivateTool();
+    QMainWindow::closeEvent(event);
+}
+
+void MainWindow::buildTop() {
+    auto* top = new QToolBar(tr("工具"), this);
+    top->setObjectName("tools");
+    top->setMovable(false);
+    top->setContextMenuPolicy(Qt::PreventContextMenu);
+    m_toolArea = new ToolArea(top);
+    top->addWidget(m_toolArea);
+
+    auto* spring = new QWidget(top);
+    spring->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
+    top->addWidget(spring);
+
+    auto* open = new QToolButton(top);
+    open->setObjectName("openProject");
+    open->setText(tr("打开项目…"));
+    open->setToolTip(tr("打开项目文件夹（Ctrl+O）"));
+    open->setShortcut(QKeySequence::Open);
+    connect(open, &QToolButton::clicked, this, &MainWindow::chooseProject);
+    top->addWidget(open);
+
+    m_epochs = new QComboBox(top);
+    m_epochs->setObjectName("epochs");
+    m_epochs->setToolTip(tr("地形与影像显示哪一期"));
+    m_epochs->setMinimumContentsLength(10);
+    m_epochs->setEnabled(false);
+    connect(m_epochs, QOverload<int>::of(&QComboBox::activated), this, &MainWindow::showEpoch);
+    auto* caption = new QLabel(tr("  显示期次 "), top);
+    caption->setBuddy(m_epochs);
+    top->addWidget(caption);
+    top->addWidget(m_epochs);
+    addToolBar(Qt::TopToolBarArea, top);
+}
+
+void MainWindow::buildDocks() {
+    IORVAContext* inspection = IORVAContext::Instance();
+    QDockWidget* stations =
+        addDock(tr("站段与特殊对象"), "stationDock", inspection->GetStationWindow(), Qt::LeftDockWidgetArea);
+    QDockWidget* table = addDock(tr("异常列表"), "anomalyDock", inspection->GetAVWindow(), Qt::BottomDockWidgetArea);
+    QDockWidget* image =
+        addDock(tr("影像对比"), "imageDock", inspection->GetKVImageWindow(), Qt::RightDockWidgetArea);
+    resizeDocks({stations, image}, {270, 430}, Qt::Horizontal);
+    resizeDocks({table}, {230}, Qt::Vertical);
+}
+
+QDockWidget* MainWindow::addDock(const QString& title, const QString& name, QWidget* content,
+                                 Qt::DockWidgetArea area) {
+    auto* dock = new QDockWidget(title, this);
+    dock->setObjectName(name);
+    dock->setWidget(content);
+    dock->setFeatures(QDockWidget::DockWidgetMovable | QDockWidget::DockWidgetFloatable);
+    addDockWidget(area, dock);
+    return dock;
+}
+
+void MainWindow::buildStatusBar() {
+    m_tip = new QLabel(tr("就绪"), this);
+    m_tip->setObjectName("statusTip");
+    m_coordinates = new QLabel(this);
+    m_coordinates->setObjectName("coordinates");
+    m_coordinates->setMinimumWidth(360);
+    m_coordinates->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    statusBar()->addWidget(m_tip, 1);
+    statusBar()->addPermanentWidget(InspectionContext::instance().progressWidget());
+    statusBar()->addPermanentWidget(m_coordinates);
+    connect(&zeo::EngineContext::instance(), &zeo::EngineContext::statusTipChanged, m_tip, &QLabel::setText);
+}
+
+void MainWindow::connectGlobe() {
+    HandlerRegistry& handlers = HandlerRegistry::instance();
+    m_globe->getViewer()->addEventHandler(handlers.activeHandlerForwarder());
+    m_globe->setWorkBetweenFrames([&handlers] { handlers.deliverMessages(); });
+    handlers.setWakeUp([this] { m_globe->requestRedraw(); });
+
+    connect(m_globe, &GlobeWidget::pointerOnGlobe, this, &MainWindow::showPointer);
+    connect(m_globe, &GlobeWidget::pointerOffGlobe, m_coordinates, &QLabel::clear);
+    connect(&zeo::EngineContext::instance(), &zeo::EngineContext::commandFailed, this,
+            [this](const QString& name, const QString& reason) {
+                myMessageBox::showMyMessageBox(this, tr("提示"), name + tr("：") + reason, myMessageBox::Warning,
+                                               myMessageBox::Ok);
+            });
+}
+
+void MainWindow::addWorldBackdrop() {
+    if (const std::optional<std::string> problem = m_globe->map().addWorldBackdrop(kWorldPicture))
+        qCWarning(logApp) << "no world backdrop:" << problem->c_str();
+}
+
+void MainWindow::showEpoch(int index) {
+    for (const QString& line : m_layers.showEpoch(index))
+        qCWarning(logApp).noquote() << line;
+    m_globe->requestRedraw();
+}
+
+void MainWindow::chooseProject() {
+    const QString folder = QFileDialog::getExistingDirectory(this, tr("打开项目文件夹"));
+    if (folder.isEmpty())
+        return;
+    if (const std::optional<QString> problem = openProject(folder))
+        myMessageBox::showMyMessageBox(this, tr("提示"), *problem, myMessageBox::Warning, myMessageBox::Ok);
+}
+
+void MainWindow::showPointer(double lonDegrees, double latDegrees, double heightMetres) {
+    m_coordinates->setText(degrees(lonDegrees, "E", "W") + "  " + degrees(latDegrees, "N", "S") + "  " +
+                           QString::number(heightMetres, 'f', 2) + " m ");
+}

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "workbench/app/ProjectLayers.h"
+
+#include <QMainWindow>
+
+#include <optional>
+
+class GlobeWidget;
+class QComboBox;
+class QDockWidget;
+class QLabel;
+class ToolArea;
+
+/// The workbench's window: tool groups on top, the globe in the middle, the inspection library's windows around it.
+/// Brings the platform libraries together; it does no inspection work of its own.
+class MainWindow : public QMainWindow {
+    Q_OBJECT
+
+public:
+    MainWindow();
+    ~MainWindow() override;
+
+    /// Loads a tool plug-in and shows its buttons. A plug-in that cannot be used is told in a message box.
+    void loadPlugin(const QString& file);
+    /// Opens a project and shows it. Returns one Chinese line when it cannot be opened.
+    std::optional<QString> openProject(const QString& folder);
+
+    GlobeWidget& globe() { return *m_globe; }
+    ToolArea& toolArea() { return *m_toolArea; }
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    void buildTop();
+    void buildDocks();
+    void buildStatusBar();
+    void connectGlobe();
+    QDockWidget* addDock(const QString& title, const QString& name, QWidget* content, Qt::DockWidgetArea area);
+    void showEpoch(int index);
+    void chooseProject();
+    void showPointer(double lonDegrees, double latDegrees, double heightMetres);
+    void addWorldBackdrop();
+
+    GlobeWidget* m_globe;
+    ToolArea* m_toolArea = nullptr;
+    QComboBox* m_epochs = nullptr;
+    QLabel* m_tip = nullptr;
+    QLabel* m_coordinates = nullptr;
+    ProjectLayers m_layers;
+};

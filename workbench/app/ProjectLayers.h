@@ -1,0 +1,39 @@
+#pragma once
+
+#include "workbench/inspection/project/ProjectDescription.h"
+
+#include <osgEarth/Viewpoint>
+
+#include <QStringList>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+class GlobeMap;
+
+/// Puts a project's epochs on the globe: the orthophotos of all epochs as imagery, the surface model of the shown
+/// epoch as terrain. Frame thread.
+class ProjectLayers {
+public:
+    explicit ProjectLayers(GlobeMap& map) : m_map(map) {}
+
+    /// Replaces the layers of the project before and shows the newest epoch. Rasters that cannot be shown are named in
+    /// the answer, one English line each; the others are shown.
+    QStringList show(const inspection::ProjectDescription& project);
+    /// Dates of the epochs, oldest first.
+    QStringList epochs() const;
+    int shownEpoch() const { return m_shown; }
+    /// Shows the terrain and the orthophoto of one epoch. Answers as show does.
+    QStringList showEpoch(int index);
+    /// A view from the south over the whole corridor; nothing when no surface model can be read.
+    std::optional<osgEarth::Viewpoint> overview() const;
+
+private:
+    void clear();
+    std::string imageryName(const inspection::Epoch& epoch) const;
+
+    GlobeMap& m_map;
+    std::vector<inspection::Epoch> m_epochs;
+    int m_shown = -1;
+};

@@ -1,0 +1,48 @@
+#include "workbench/app/ToolArea.h"
+
+#include "host/Gbk.h"
+#include "host/engine/ICommand.h"
+
+#include <QFrame>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QVBoxLayout>
+
+ToolArea::ToolArea(QWidget* parent) : QWidget(parent), m_groups(new QHBoxLayout(this)) {
+    setObjectName("toolArea");
+    setAttribute(Qt::WA_StyledBackground);
+    m_groups->setContentsMargins(6, 4, 6, 2);
+    m_groups->setSpacing(8);
+    m_groups->addStretch(1);
+}
+
+void ToolArea::addCommands(const std::vector<zeo::ICommand*>& commands) {
+    for (zeo::ICommand* command : commands) {
+        QHBoxLayout* layout = groupLayout(fromGbk(command->CommandType()));
+        command->createselfUI(layout->parentWidget(), layout);
+    }
+}
+
+QHBoxLayout* ToolArea::groupLayout(const QString& commandType) {
+    QHBoxLayout*& layout = m_layouts[commandType];
+    if (layout)
+        return layout;
+
+    auto* group = new QFrame(this);
+    group->setObjectName("toolGroup");
+    auto* buttons = new QWidget(group);
+    layout = new QHBoxLayout(buttons);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(2);
+    auto* caption = new QLabel(commandType, group);
+    caption->setObjectName("toolGroupCaption");
+    caption->setAlignment(Qt::AlignCenter);
+
+    auto* column = new QVBoxLayout(group);
+    column->setContentsMargins(6, 4, 6, 2);
+    column->setSpacing(1);
+    column->addWidget(buttons);
+    column->addWidget(caption);
+    m_groups->insertWidget(m_groups->count() - 1, group);
+    return layout;
+}

@@ -1,0 +1,3 @@
+#include "host/viewer/CXViewer.h"
+
+CXViewer* g_pCXviewer = nullptr;

@@ -1,0 +1,199 @@
+#include "workbench/viewer/GlobeWidget.h"
+
+#include <osgEarth/GLUtils>
+#include <osgEarth/GeoData>
+#include <osgEarth/Registry>
+#include <osgEarth/Terrain>
+#include <osgEarthUtil/EarthManipulator>
+#include <osgEarthUtil/LogarithmicDepthBuffer>
+
+#include <QKeyEvent>
+#include <QMetaObject>
+#include <QMouseEvent>
+#include <QSurfaceFormat>
+#include <QThread>
+#include <QWheelEvent>
+
+namespace {
+
+constexpr int kFrameIntervalMilliseconds = 10;
+constexpr int kLoadingPollMilliseconds = 15;
+
+osg::Vec4 skyColor() {
+    return {0.36F, 0.53F, 0.73F, 1.0F};
+}
+
+} // namespace
+
+void GlobeWidget::installSurfaceFormat() {
+    QSurfaceFormat format = QSurfaceFormat::defaultFormat();
+    format.setRenderableType(QSurfaceFormat::OpenGL);
+    // Mesa gives a core profile unless deprecated functions are asked for by name; OSG needs them.
+    format.setProfile(QSurfaceFormat::CompatibilityProfile);
+    format.setOption(QSurfaceFormat::DeprecatedFunctions);
+    format.setDepthBufferSize(24);
+    format.setStencilBufferSize(8);
+    QSurfaceFormat::setDefaultFormat(format);
+}
+
+GlobeWidget::GlobeWidget(QWidget* parent) : QOpenGLWidget(parent) {
+    setFocusPolicy(Qt::StrongFocus);
+    setMouseTracking(true);
+    setMinimumSize(200, 150);
+
+    m_timer.setSingleShot(true);
+    m_timer.setTimerType(Qt::PreciseTimer);
+    connect(&m_timer, &QTimer::timeout, this, &GlobeWidget::tick);
+
+    m_viewer = new EmbeddedViewer([this] {
+        if (QThread::currentThread() == thread())
+            wakeUp();
+        else
+            QMetaObject::invokeMethod(this, &GlobeWidget::wakeUp, Qt::QueuedConnection);
+    });
+    m_viewer->embed(width(), height());
+    m_events = std::make_unique<EventTranslation>(*m_viewer->getEventQueue());
+
+    m_manipulator = new osgEarth::Util::EarthManipulator();
+    // The globe is grabbed by its ground; tools switch this binding off and on again.
+    m_manipulator->getSettings()->bindMouse(osgEarth::Util::EarthManipulator::ACTION_EARTH_DRAG,
+                                            osgGA::GUIEventAdapter::LEFT_MOUSE_BUTTON);
+    m_viewer->setSceneData(m_map.mapNode());
+    m_viewer->setCameraManipulator(m_manipulator.get());
+    m_viewer->getCamera()->setClearColor(skyColor());
+    osgEarth::GLUtils::setGlobalDefaults(m_viewer->getCamera()->getOrCreateStateSet());
+    osgEarth::Util::LogarithmicDepthBuffer().install(m_viewer->getCamera());
+
+    g_pCXviewer = this;
+}
+
+GlobeWidget::~GlobeWidget() {
+    if (g_pCXviewer == this)
+        g_pCXviewer = nullptr;
+    makeCurrent();
+    m_viewer->setSceneData(nullptr);
+    m_viewer = nullptr;
+    doneCurrent();
+}
+
+void GlobeWidget::requestRedraw() {
+    m_viewer->requestRedraw();
+}
+
+bool GlobeWidget::isPictureComplete() {
+    return m_asleep;
+}
+
+void GlobeWidget::initializeGL() {
+    osgEarth::Registry::instance()->setDevicePixelRatio(static_cast<float>(devicePixelRatioF()));
+}
+
+void GlobeWidget::resizeGL(int width, int height) {
+    const qreal ratio = devicePixelRatioF();
+    const int deviceWidth = qRound(width * ratio);
+    const int deviceHeight = qRound(height * ratio);
+    m_events->setWindow(deviceHeight, ratio);
+    m_viewer->resize(deviceWidth, deviceHeight);
+}
+
+void GlobeWidget::paintGL() {
+    // Qt makes a new frame buffer with every resize.
+    m_viewer->setFramebuffer(defaultFramebufferObject());
+    m_viewer->draw();
+    reportPointer();
+    m_asleep = false;
+    m_timer.start(kFrameIntervalMilliseconds);
+}
+
+void GlobeWidget::wakeUp() {
+    m_asleep = false;
+    if (!m_timer.isActive())
+        m_timer.start(0);
+}
+
+void GlobeWidget::tick() {
+    if (m_workBetweenFrames) {
+        makeCurrent();
+        m_workBetweenFrames();
+    }
+    if (m_viewer->needsFrame()) {
+        update();
+    } else if (m_viewer->hasBackgroundWork()) {
+        m_timer.start(kLoadingPollMilliseconds);
+    } else {
+        m_asleep = true;
+        emit pictureCompleted();
+    }
+}
+
+void GlobeWidget::reportPointer() {
+    if (!m_pointerMoved)
+        return;
+    m_pointerMoved = false;
+    osg::Vec3d world;
+    osgEarth::GeoPoint point;
+    osgEarth::MapNode* mapNode = m_map.mapNode();
+    const bool onGlobe = mapNode->getTerrain()->getWorldCoordsUnderMouse(
+        m_viewer.get(), m_events->deviceX(m_pointer), m_events->deviceY(m_pointer), world);
+    if (onGlobe && point.fromWorld(mapNode->getMapSRS()->getGeographicSRS(), world))
+        emit pointerOnGlobe(point.x(), point.y(), point.z());
+    else
+        emit pointerOffGlobe();
+}
+
+void GlobeWidget::mousePressEvent(QMouseEvent* event) {
+    m_events->mousePress(*event);
+    requestRedraw();
+}
+
+void GlobeWidget::mouseReleaseEvent(QMouseEvent* event) {
+    m_events->mouseRelease(*event);
+    requestRedraw();
+}
+
+void GlobeWidget::mouseDoubleClickEvent(QMouseEvent* event) {
+    m_events->mouseDoubleClick(*event);
+    requestRedraw();
+}
+
+void GlobeWidget::mouseMoveEvent(QMouseEvent* event) {
+    m_events->mouseMove(*event);
+    m_pointer = event->position();
+    m_pointerMoved = true;
+    requestRedraw();
+}
+
+void GlobeWidget::wheelEvent(QWheelEvent* event) {
+    m_events->wheel(*event);
+    event->accept();
+    requestRedraw();
+}
+
+void GlobeWidget::keyPressEvent(QKeyEvent* event) {
+    m_heldKeys.insert(osgKeySymbol(*event));
+    m_events->keyPress(*event);
+    requestRedraw();
+}
+
+void GlobeWidget::keyReleaseEvent(QKeyEvent* event) {
+    if (event->isAutoRepeat())
+        return;
+    m_heldKeys.erase(osgKeySymbol(*event));
+    m_events->keyRelease(*event);
+    requestRedraw();
+}
+
+void GlobeWidget::focusOutEvent(QFocusEvent* event) {
+    // The release of a key that is held while the focus goes elsewhere never arrives here.
+    for (const int key : m_heldKeys)
+        m_viewer->getEventQueue()->keyRelease(key);
+    m_heldKeys.clear();
+    requestRedraw();
+    QOpenGLWidget::focusOutEvent(event);
+}
+
+void GlobeWidget::leaveEvent(QEvent* event) {
+    m_pointerMoved = false;
+    emit pointerOffGlobe();
+    QOpenGLWidget::leaveEvent(event);
+}

@@ -1,0 +1,74 @@
+#pragma once
+
+#include "host/viewer/CXViewer.h"
+#include "workbench/viewer/EmbeddedViewer.h"
+#include "workbench/viewer/EventTranslation.h"
+#include "workbench/viewer/GlobeMap.h"
+
+#include <QOpenGLWidget>
+#include <QTimer>
+
+#include <functional>
+#include <memory>
+#include <set>
+
+/// The globe as a widget: an OSG viewer inside a QOpenGLWidget. Frames run on the GUI thread, and only when there is
+/// something new to draw. While it lives it is g_pCXviewer.
+class VIEWER_API GlobeWidget : public QOpenGLWidget, public CXViewer {
+    Q_OBJECT
+
+public:
+    explicit GlobeWidget(QWidget* parent = nullptr);
+    ~GlobeWidget() override;
+
+    /// The surface format that OSG needs. Before QApplication is constructed.
+    static void installSurfaceFormat();
+
+    osgViewer::View* getViewer() override { return m_viewer.get(); }
+    osgEarth::Util::EarthManipulator* getManipulator() override { return m_manipulator.get(); }
+    osgEarth::MapNode* getMapNode() override { return m_map.mapNode(); }
+    void requestRedraw() override;
+
+    GlobeMap& map() { return m_map; }
+    /// `work` runs before each frame and may change scene and event handlers.
+    void setWorkBetweenFrames(std::function<void()> work) { m_workBetweenFrames = std::move(work); }
+    /// True when everything that the view needs is loaded and drawn.
+    bool isPictureComplete();
+
+signals:
+    /// A picture is complete and nothing moves any more: the globe falls asleep until something changes.
+    void pictureCompleted();
+    /// Longitude and latitude in degrees and height in metres of the terrain under the pointer.
+    void pointerOnGlobe(double lonDegrees, double latDegrees, double heightMetres);
+    void pointerOffGlobe();
+
+protected:
+    void initializeGL() override;
+    void resizeGL(int width, int height) override;
+    void paintGL() override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void mouseDoubleClickEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void keyReleaseEvent(QKeyEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
+    void leaveEvent(QEvent* event) override;
+
+private:
+    void wakeUp();
+    void tick();
+    void reportPointer();
+
+    GlobeMap m_map;
+    osg::ref_ptr<osgEarth::Util::EarthManipulator> m_manipulator;
+    osg::ref_ptr<EmbeddedViewer> m_viewer;
+    std::unique_ptr<EventTranslation> m_events;
+    std::function<void()> m_workBetweenFrames;
+    QTimer m_timer;
+    bool m_asleep = true;
+    bool m_pointerMoved = false;
+    QPointF m_pointer;
+    std::set<int> m_heldKeys;
+};
