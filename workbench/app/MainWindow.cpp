@@ -47,9 +47,9 @@ MainWindow::MainWindow() : m_globe(new GlobeWidget(this)), m_layers(m_globe->map
     setCorner(Qt::BottomRightCorner, Qt::RightDockWidgetArea);
     setCentralWidget(m_globe);
 
-    InspectionContext& inspection = InspectionContext::instance();
-    inspection.initialise(this);
-    inspection.setMapPictureSource([this] { return m_globe->grabFramebuffer(); });
+    inspection::InspectionContext& context = inspection::InspectionContext::instance();
+    context.initialise(this);
+    context.setMapPictureSource([this] { return m_globe->grabFramebuffer(); });
     zeo::EngineContext::instance().setMapSRS(m_globe->getMapNode()->getMapSRS());
 
     buildTop();
@@ -62,7 +62,7 @@ MainWindow::MainWindow() : m_globe(new GlobeWidget(this)), m_layers(m_globe->map
 MainWindow::~MainWindow() {
     zeo::EngineContext::instance().shutdown();
     zeo::EngineContext::instance().setMapSRS(nullptr);
-    InspectionContext::instance().shutdown();
+    inspection::InspectionContext::instance().shutdown();
     HandlerRegistry::instance().setWakeUp({});
     delete m_globe;
 }
@@ -77,24 +77,28 @@ void MainWindow::loadPlugin(const QString& file) {
 }
 
 std::optional<QString> MainWindow::openProject(const QString& folder) {
-    InspectionContext& inspection = InspectionContext::instance();
-    if (std::optional<QString> problem = inspection.openProject(folder))
+    inspection::InspectionContext& context = inspection::InspectionContext::instance();
+    if (std::optional<QString> problem = context.openProject(folder))
         return problem;
 
-    const inspection::ProjectDescription& project = inspection.project()->description();
+    const inspection::ProjectDescription& project = context.project()->description();
     for (const QString& line : m_layers.show(project))
         qCWarning(logApp).noquote() << line;
     m_epochs->clear();
     m_epochs->addItems(m_layers.epochs());
     m_epochs->setCurrentIndex(m_layers.shownEpoch());
     m_epochs->setEnabled(m_epochs->count() > 1);
+    setWindowTitle(project.name + tr(" — 管道巡检"));
+    goToOverview();
+    return std::nullopt;
+}
+
+void MainWindow::goToOverview() {
     if (const std::optional<osgEarth::Viewpoint> overview = m_layers.overview()) {
         m_globe->getManipulator()->setHomeViewpoint(*overview);
         m_globe->getManipulator()->setViewpoint(*overview, 0.0);
     }
-    setWindowTitle(project.name + tr(" — 管道巡检"));
     m_globe->requestRedraw();
-    return std::nullopt;
 }
 
 void MainWindow::closeEvent(QCloseEvent* event) {
@@ -136,12 +140,12 @@ void MainWindow::buildTop() {
 }
 
 void MainWindow::buildDocks() {
-    IORVAContext* inspection = IORVAContext::Instance();
+    IORVAContext* windows = IORVAContext::Instance();
     QDockWidget* stations =
-        addDock(tr("站段与特殊对象"), "stationDock", inspection->GetStationWindow(), Qt::LeftDockWidgetArea);
-    QDockWidget* table = addDock(tr("异常列表"), "anomalyDock", inspection->GetAVWindow(), Qt::BottomDockWidgetArea);
+        addDock(tr("站段与特殊对象"), "stationDock", windows->GetStationWindow(), Qt::LeftDockWidgetArea);
+    QDockWidget* table = addDock(tr("异常列表"), "anomalyDock", windows->GetAVWindow(), Qt::BottomDockWidgetArea);
     QDockWidget* image =
-        addDock(tr("影像对比"), "imageDock", inspection->GetKVImageWindow(), Qt::RightDockWidgetArea);
+        addDock(tr("影像对比"), "imageDock", windows->GetKVImageWindow(), Qt::RightDockWidgetArea);
     resizeDocks({stations, image}, {270, 430}, Qt::Horizontal);
     resizeDocks({table}, {230}, Qt::Vertical);
 }
@@ -164,7 +168,7 @@ void MainWindow::buildStatusBar() {
     m_coordinates->setMinimumWidth(360);
     m_coordinates->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     statusBar()->addWidget(m_tip, 1);
-    statusBar()->addPermanentWidget(InspectionContext::instance().progressWidget());
+    statusBar()->addPermanentWidget(inspection::InspectionContext::instance().progressWidget());
     statusBar()->addPermanentWidget(m_coordinates);
     connect(&zeo::EngineContext::instance(), &zeo::EngineContext::statusTipChanged, m_tip, &QLabel::setText);
 }

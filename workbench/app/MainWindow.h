@@ -26,6 +26,9 @@ public:
     /// Opens a project and shows it. Returns one Chinese line when it cannot be opened.
     std::optional<QString> openProject(const QString& folder);
 
+    /// Puts the view over the whole corridor at once; the view that Home goes back to.
+    void goToOverview();
+
     GlobeWidget& globe() { return *m_globe; }
     ToolArea& toolArea() { return *m_toolArea; }
 

@@ -2,6 +2,7 @@
 
 #include <osgViewer/Viewer>
 
+#include <atomic>
 #include <functional>
 
 /// An OSG viewer that draws inside somebody else's window and only when something changed.
@@ -34,5 +35,5 @@ public:
 private:
     std::function<void()> m_wakeUp;
     osg::ref_ptr<osgViewer::GraphicsWindowEmbedded> m_window;
-    int m_framesOwed = 0;
+    std::atomic<int> m_framesOwed{0};
 };

@@ -1,0 +1,114 @@
+#include "workbench/app/HeadlessRun.h"
+#include "workbench/app/MainWindow.h"
+#include "workbench/app/Options.h"
+#include "workbench/app/PluginLoader.h"
+#include "workbench/app/Theme.h"
+
+#include "host/style/myMessageBox.h"
+#include "workbench/inspection/context/InspectionContext.h"
+#include "workbench/inspection/project/Project.h"
+#include "workbench/viewer/GlobeWidget.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QFileInfo>
+#include <QStandardPaths>
+#include <QTextStream>
+#include <QTimer>
+
+namespace {
+
+QString absolute(const QString& path) {
+    return path.isEmpty() ? path : QFileInfo(path).absoluteFilePath();
+}
+
+// The tools read their markers from "icon/" and keep their attribute history in the working directory.
+void enterWorkingDirectory() {
+    QDir::setCurrent(QCoreApplication::applicationDirPath());
+}
+
+void makePathsAbsolute(Options& options) {
+    options.projectFolder = absolute(options.projectFolder);
+    options.oldRaster = absolute(options.oldRaster);
+    options.newRaster = absolute(options.newRaster);
+    options.headlessFolder = absolute(options.headlessFolder);
+    options.pluginFile = absolute(options.pluginFile);
+}
+
+QString folderForRasters(const Options& options) {
+    if (!options.projectFolder.isEmpty())
+        return options.projectFolder;
+    if (!options.headlessFolder.isEmpty())
+        return QDir(options.headlessFolder).filePath("project");
+    const QString name = QFileInfo(options.oldRaster).completeBaseName() + "_" +
+                         QFileInfo(options.newRaster).completeBaseName();
+    return QDir(QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation)).filePath(name);
+}
+
+// One Chinese line when the project that the command line names cannot be opened.
+std::optional<QString> openWhatWasAskedFor(MainWindow& window, const Options& options) {
+    if (options.oldRaster.isEmpty())
+        return options.projectFolder.isEmpty() ? std::nullopt : window.openProject(options.projectFolder);
+    const QString folder = folderForRasters(options);
+    {
+        const auto made =
+            inspection::Project::createFromRasters(folder, {options.oldRaster, options.newRaster, {}, {}});
+        if (const auto* failure = std::get_if<inspection::Failure>(&made))
+            return failure->userMessage;
+    }
+    return window.openProject(folder);
+}
+
+int runHeadless(MainWindow& window, const Options& options, const std::optional<QString>& problem) {
+    if (problem) {
+        QTextStream(stderr) << *problem << '\n';
+        return 1;
+    }
+    inspection::InspectionContext::instance().setOutputFolder(options.headlessFolder);
+    return HeadlessRun(window, options.headlessFolder).run();
+}
+
+int runWorkbench(const Options& options) {
+    const bool headless = !options.headlessFolder.isEmpty();
+    if (headless && !QDir().mkpath(options.headlessFolder)) {
+        QTextStream(stderr) << options.headlessFolder << ": cannot be made\n";
+        return 1;
+    }
+
+    MainWindow window;
+    window.show();
+    const std::optional<QString> problem = openWhatWasAskedFor(window, options);
+    const QString plugin = options.pluginFile.isEmpty() ? defaultPluginFile() : options.pluginFile;
+    int status = 0;
+    // Messages wait for the event loop, so that they stand in front of a window that is there and running.
+    QTimer::singleShot(0, &window, [&] {
+        if (problem && !headless)
+            myMessageBox::showMyMessageBox(&window, QString::fromUtf8("提示"), *problem, myMessageBox::Warning,
+                                           myMessageBox::Ok);
+        window.loadPlugin(plugin);
+        if (headless) {
+            status = runHeadless(window, options, problem);
+            QCoreApplication::exit(status);
+        }
+    });
+    return QApplication::exec() == 0 ? status : 1;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    GlobeWidget::installSurfaceFormat();
+    QApplication application(argc, argv);
+    QCoreApplication::setApplicationName("corridor");
+
+    std::variant<Options, UsageAnswer> parsed = parseOptions(QCoreApplication::arguments().mid(1));
+    if (const auto* answer = std::get_if<UsageAnswer>(&parsed)) {
+        QTextStream(answer->exitStatus == 0 ? stdout : stderr) << answer->text;
+        return answer->exitStatus;
+    }
+    auto& options = std::get<Options>(parsed);
+    makePathsAbsolute(options);
+    enterWorkingDirectory();
+    applyTheme(application);
+    return runWorkbench(options);
+}
