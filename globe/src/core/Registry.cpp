@@ -1,0 +1,68 @@
+#include <osgEarth/ObjectIndex>
+#include <osgEarth/Registry>
+#include <osgText/Font>
+
+namespace osgEarth {
+namespace {
+
+std::mutex& instanceMutex() {
+    static std::mutex mutex;
+    return mutex;
+}
+
+osg::ref_ptr<Registry>& instanceSlot() {
+    static osg::ref_ptr<Registry> slot;
+    return slot;
+}
+
+// Fonts with CJK glyphs that Debian and Windows ship, best first.
+osgText::Font* readSystemFont() {
+    for (const char* name : {"wqy-zenhei.ttc", "/usr/share/fonts/truetype/wqy/wqy-zenhei.ttc", "simhei.ttf",
+                             "NotoSansCJK-Regular.ttc", "DejaVuSans.ttf"}) {
+        osg::ref_ptr<osgText::Font> font = osgText::readRefFontFile(name);
+        if (font.valid()) {
+            return font.release();
+        }
+    }
+    return osgText::Font::getDefaultFont().get();
+}
+
+} // namespace
+
+Registry* Registry::instance(bool reset) {
+    const std::lock_guard lock(instanceMutex());
+    auto& slot = instanceSlot();
+    if (reset) {
+        slot = nullptr;
+        return nullptr;
+    }
+    if (!slot.valid()) {
+        slot = new Registry();
+    }
+    return slot.get();
+}
+
+ObjectIndex* Registry::objectIndex() {
+    return instance()->_objectIndex.get();
+}
+
+Registry::Registry()
+    : _geodetic(Profile::create("global-geodetic")), _mercator(Profile::create("spherical-mercator")),
+      _objectIndex(new ObjectIndex()) {}
+
+Registry::~Registry() = default;
+
+osgText::Font* Registry::getDefaultFont() {
+    const std::lock_guard lock(_fontMutex);
+    if (!_defaultFont.valid()) {
+        _defaultFont = readSystemFont();
+    }
+    return _defaultFont.get();
+}
+
+void Registry::setDefaultFont(osgText::Font* font) {
+    const std::lock_guard lock(_fontMutex);
+    _defaultFont = font;
+}
+
+} // namespace osgEarth

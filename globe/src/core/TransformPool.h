@@ -1,0 +1,42 @@
+// Ready-made coordinate transformations between pairs of reference systems.
+#pragma once
+#include <cstddef>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <utility>
+#include <vector>
+
+class OGRCoordinateTransformation;
+
+namespace osgEarth {
+class SpatialReference;
+
+/// Keeps transformations, because setting one up costs a thousand times what it takes to convert a point. A
+/// transformation serves one thread at a time: it is borrowed and handed back. Thread safe.
+class TransformPool {
+public:
+    static TransformPool& instance();
+
+    /// Converts in place between two systems that are geographic or projected (or both geocentric). False when no
+    /// conversion exists or a point fails; the ordinates are then undefined.
+    bool transform(const SpatialReference& from, const SpatialReference& to, std::size_t count, double* x,
+                   double* y, double* z);
+    /// Same horizontal definition, names apart.
+    bool areEquivalent(const SpatialReference& from, const SpatialReference& to);
+
+private:
+    using Pair = std::pair<const SpatialReference*, const SpatialReference*>;
+    using Transformation = std::unique_ptr<OGRCoordinateTransformation>;
+    struct Entry {
+        bool equivalent = false;
+        std::vector<Transformation> idle;
+    };
+
+    Entry& entryFor(const SpatialReference& from, const SpatialReference& to);
+
+    std::mutex _mutex;
+    std::map<Pair, Entry> _entries; // entries stay where they are, so references hold
+};
+
+} // namespace osgEarth
