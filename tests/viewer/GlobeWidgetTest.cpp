@@ -1,0 +1,103 @@
+#include "workbench/viewer/GlobeWidget.h"
+
+#include <gtest/gtest.h>
+
+#include <QSignalSpy>
+#include <QTest>
+
+#include <osgEarth/Viewpoint>
+#include <osgEarthUtil/EarthManipulator>
+
+namespace {
+
+// Counts the frames by the one event that every frame has.
+class FrameCounter : public osgGA::GUIEventHandler {
+public:
+    bool handle(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter&) override {
+        frames += ea.getEventType() == osgGA::GUIEventAdapter::FRAME ? 1 : 0;
+        moves += ea.getEventType() == osgGA::GUIEventAdapter::MOVE ? 1 : 0;
+        return false;
+    }
+    int frames = 0;
+    int moves = 0;
+};
+
+class GlobeWidgetTest : public ::testing::Test {
+protected:
+    GlobeWidgetTest() : m_counter(new FrameCounter()) {
+        m_globe.getViewer()->addEventHandler(m_counter.get());
+        m_globe.resize(320, 240);
+        m_globe.show();
+        EXPECT_TRUE(QTest::qWaitForWindowExposed(&m_globe));
+        EXPECT_TRUE(QTest::qWaitFor([this] { return m_globe.isPictureComplete(); }, 20000));
+    }
+
+    GlobeWidget m_globe;
+    osg::ref_ptr<FrameCounter> m_counter;
+};
+
+TEST_F(GlobeWidgetTest, IsTheOneViewerWhileItLives) {
+    EXPECT_EQ(g_pCXviewer, static_cast<CXViewer*>(&m_globe));
+    EXPECT_NE(g_pCXviewer->getViewer(), nullptr);
+    EXPECT_NE(g_pCXviewer->getMapNode(), nullptr);
+    EXPECT_NE(g_pCXviewer->getManipulator(), nullptr);
+}
+
+TEST_F(GlobeWidgetTest, AnIdleGlobeDrawsNothing) {
+    const int before = m_counter->frames;
+    // No condition to wait for: that nothing happens is the point.
+    QTest::qWait(300);
+    EXPECT_EQ(m_counter->frames, before);
+}
+
+TEST_F(GlobeWidgetTest, ARedrawRequestWakesItAndItFallsAsleepAgain) {
+    const int before = m_counter->frames;
+    QSignalSpy completed(&m_globe, &GlobeWidget::pictureCompleted);
+    m_globe.requestRedraw();
+    EXPECT_FALSE(m_globe.isPictureComplete());
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !completed.isEmpty(); }));
+    EXPECT_GT(m_counter->frames, before);
+    EXPECT_TRUE(m_globe.isPictureComplete());
+}
+
+TEST_F(GlobeWidgetTest, WorkBetweenFramesRunsBeforeTheNextFrame) {
+    std::vector<int> framesSeen;
+    m_globe.setWorkBetweenFrames([&] { framesSeen.push_back(m_counter->frames); });
+    const int before = m_counter->frames;
+    m_globe.requestRedraw();
+    EXPECT_TRUE(QTest::qWaitFor([&] { return m_globe.isPictureComplete(); }));
+    ASSERT_FALSE(framesSeen.empty());
+    EXPECT_EQ(framesSeen.front(), before);
+    m_globe.setWorkBetweenFrames({});
+}
+
+TEST_F(GlobeWidgetTest, RealMouseMovementReachesEventHandlersAndReportsThePlaceUnderThePointer) {
+    m_globe.getManipulator()->setViewpoint(osgEarth::Viewpoint("", 109.0, 34.0, 0.0, 0.0, -89.9, 2.0e6));
+    m_globe.requestRedraw();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return m_globe.isPictureComplete(); }, 20000));
+    QSignalSpy place(&m_globe, &GlobeWidget::pointerOnGlobe);
+    QTest::mouseMove(&m_globe, QPoint(150, 110));
+    QTest::mouseMove(&m_globe, m_globe.rect().center());
+    ASSERT_TRUE(QTest::qWaitFor([&] { return m_globe.isPictureComplete() && !place.isEmpty(); }));
+    EXPECT_GT(m_counter->moves, 0);
+    EXPECT_NEAR(place.last().at(0).toDouble(), 109.0, 0.1);
+    EXPECT_NEAR(place.last().at(1).toDouble(), 34.0, 0.1);
+}
+
+TEST_F(GlobeWidgetTest, DraggingWithTheLeftButtonGrabsTheGround) {
+    m_globe.getManipulator()->setViewpoint(osgEarth::Viewpoint("", 109.0, 34.0, 0.0, 0.0, -89.9, 2.0e6));
+    m_globe.requestRedraw();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return m_globe.isPictureComplete(); }, 20000));
+    const QPoint centre = m_globe.rect().center();
+    QTest::mousePress(&m_globe, Qt::LeftButton, Qt::NoModifier, centre);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return m_globe.isPictureComplete(); }));
+    for (int step = 1; step <= 6; ++step)
+        QTest::mouseMove(&m_globe, centre + QPoint(step * 10, 0));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return m_globe.isPictureComplete(); }));
+    QTest::mouseRelease(&m_globe, Qt::LeftButton, Qt::NoModifier, centre + QPoint(60, 0));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return m_globe.isPictureComplete(); }));
+    // The ground went east with the pointer, so the view now looks at a place further west.
+    EXPECT_LT(m_globe.getManipulator()->getViewpoint().focalPoint()->x(), 108.5);
+}
+
+} // namespace
