@@ -1,0 +1,165 @@
+#include "samples/Ground.h"
+
+#include "samples/Noise.h"
+#include "samples/Parallel.h"
+#include "samples/Relief.h"
+
+namespace samples {
+
+namespace {
+constexpr double marginMetres = 16.0;
+constexpr double roadStepMetres = 2.0;
+constexpr float terraceStepMetres = 2.2F;
+constexpr float bridgeClearanceMetres = 3.6F;
+
+Lattice groundLattice() {
+    return {-marginMetres, -marginMetres, 1.0, static_cast<int>(Extent::widthMetres + 2 * marginMetres) + 1,
+            static_cast<int>(Extent::heightMetres + 2 * marginMetres) + 1};
+}
+
+/// Calls work(column, row, x, y) for every node, in threads by rows.
+template<class Work>
+void forEachNode(const Lattice& lattice, const Work& work) {
+    forEachBand(lattice.rows, [&](int first, int end) {
+        for (int r = first; r < end; ++r)
+            for (int c = 0; c < lattice.columns; ++c)
+                work(c, r, lattice.x(c), lattice.y(r));
+    });
+}
+
+std::vector<float> movingMean(const std::vector<float>& values, int reach) {
+    std::vector<float> means(values.size());
+    const int count = static_cast<int>(values.size());
+    for (int i = 0; i < count; ++i) {
+        const int first = std::max(0, i - reach);
+        const int last = std::min(count - 1, i + reach);
+        float sum = 0.0F;
+        for (int k = first; k <= last; ++k)
+            sum += values[static_cast<std::size_t>(k)];
+        means[static_cast<std::size_t>(i)] = sum / static_cast<float>(last - first + 1);
+    }
+    return means;
+}
+} // namespace
+
+Ground::Ground(const Site& site)
+    : m_height(groundLattice()), m_slope(groundLattice()), m_terraceLevel(groundLattice(), -1.0F) {
+    shapeNaturalGround(site, growRelief(site));
+    carveRiver(site);
+    cutTerraces(site);
+    gradeRoad(site);
+}
+
+void Ground::shapeNaturalGround(const Site& site, const Field& relief) {
+    forEachNode(m_height.lattice(), [&](int c, int r, double x, double y) {
+        const auto fx = static_cast<float>(x);
+        const auto fy = static_cast<float>(y);
+        const float dx = relief.smoothSample(x + 6, y) - relief.smoothSample(x - 6, y);
+        const float dy = relief.smoothSample(x, y + 6) - relief.smoothSample(x, y - 6);
+        m_slope.at(c, r) = std::sqrt(dx * dx + dy * dy) / 12.0F;
+        const float roughness = 0.25F + smoothStep(0.04F, 0.2F, m_slope.at(c, r));
+        m_height.at(c, r) = relief.smoothSample(x, y) +
+                            roughness * (0.8F * fractalNoise(fx / 48.0F, fy / 48.0F, site.noiseSeed(20), 3) +
+                                         0.05F * gradientNoise(fx / 4.0F, fy / 4.0F, site.noiseSeed(21)));
+    });
+}
+
+void Ground::carveRiver(const Site& site) {
+    forEachNode(m_height.lattice(), [&](int c, int r, double x, double y) {
+        const auto place = site.riverField.find(x, y);
+        if (!place)
+            return;
+        const float fromMiddle = std::fabs(place->lateralMetres);
+        const float half = site.riverHalfWidthMetres(place->alongMetres);
+        const auto water = static_cast<float>(site.waterLevelMetres(static_cast<double>(place->alongMetres)));
+        float& height = m_height.at(c, r);
+        const float relative = fromMiddle - half;
+        const float plain = water + 2.1F + 0.011F * relative +
+                            0.35F * fractalNoise(static_cast<float>(x) / 40.0F, static_cast<float>(y) / 40.0F,
+                                                 site.noiseSeed(22), 3);
+        height = mix(std::max(plain, water + 1.5F), std::max(height, plain),
+                     smoothStep(45.0F, 138.0F, fromMiddle));
+        // The inner bank of a bend is a flat beach, the outer one steep: which is which follows from the
+        // noise.
+        const float bankMetres =
+            6.0F + 3.5F * gradientNoise(place->alongMetres / 70.0F, place->lateralMetres < 0 ? 8.5F : 1.5F,
+                                        site.noiseSeed(23));
+        height = mix(water, height, smoothStep(0.0F, bankMetres, relative));
+    });
+}
+
+void Ground::cutTerraces(const Site& site) {
+    Field before = m_height;
+    forEachNode(m_height.lattice(), [&](int c, int r, double x, double y) {
+        const auto fx = static_cast<float>(x);
+        const auto fy = static_cast<float>(y);
+        const float slope = m_slope.at(c, r);
+        const float suitable = smoothStep(0.045F, 0.07F, slope) * smoothStep(0.30F, 0.22F, slope) *
+                               (1.0F - site.forestDensity(x, y)) *
+                               smoothStep(160.0F, 200.0F, std::fabs(fx - 660.0F)) *
+                               (site.village.contains(x, y, 14.0) ? 0.0F : 1.0F);
+        if (suitable <= 0.02F)
+            return;
+        const float wobble = 0.25F * gradientNoise(fx / 30.0F, fy / 30.0F, site.noiseSeed(24));
+        const float level = (before.at(c, r) - 400.0F) / terraceStepMetres + wobble;
+        const float number = std::floor(level);
+        const float share = level - number;
+        const float tread = 0.16F * std::min(share, riserShare) / riserShare;
+        const float stepped = number + tread + 0.84F * smoothStep(riserShare, 1.0F, share);
+        m_height.at(c, r) = before.at(c, r) + suitable * (stepped - level + 0.45F) * terraceStepMetres;
+        if (suitable > 0.6F)
+            m_terraceLevel.at(c, r) = level;
+    });
+}
+
+void Ground::gradeRoad(const Site& site) {
+    std::vector<float> profile;
+    for (double along = 0.0; along <= site.road.length(); along += roadStepMetres) {
+        const Point place = site.road.at(along);
+        float height = m_height.sample(place.x, place.y);
+        if (const auto river = site.riverField.find(place.x, place.y))
+            height = std::max(
+                height,
+                static_cast<float>(site.waterLevelMetres(static_cast<double>(river->alongMetres))) +
+                    bridgeClearanceMetres * smoothStep(90.0F, 20.0F, std::fabs(river->lateralMetres)));
+        profile.push_back(height);
+    }
+    m_roadHeight = movingMean(movingMean(profile, 22), 14);
+    forEachNode(m_height.lattice(), [&](int c, int r, double x, double y) {
+        const auto place = site.roadField.find(x, y);
+        if (!place)
+            return;
+        const auto river = site.riverField.find(x, y);
+        if (river && std::fabs(river->lateralMetres) < site.riverHalfWidthMetres(river->alongMetres) + 2.5F)
+            return; // under the bridge
+        const float lateral = std::fabs(place->lateralMetres);
+        const float crown = roadHeightMetres(place->alongMetres) - 0.02F * std::min(lateral, 6.0F);
+        const float ditch = 0.35F * smoothStep(5.5F, 6.6F, lateral) * smoothStep(8.6F, 7.4F, lateral);
+        float& height = m_height.at(c, r);
+        height = mix(crown, height, smoothStep(5.6F, 15.0F, lateral)) - ditch;
+        if (lateral < 9.0F)
+            m_terraceLevel.at(c, r) = -1.0F;
+    });
+}
+
+std::optional<Ground::Terrace> Ground::terrace(double x, double y) const {
+    const Lattice& lattice = m_terraceLevel.lattice();
+    const float nearest = m_terraceLevel.clamped(static_cast<int>(std::floor(x - lattice.west + 0.5)),
+                                                 static_cast<int>(std::floor(y - lattice.south + 0.5)));
+    if (nearest < 0.0F)
+        return std::nullopt;
+    const float level = m_terraceLevel.sample(x, y);
+    // Between a terraced node and one that is not the mean means nothing.
+    const float used = std::fabs(level - nearest) < 1.0F ? level : nearest;
+    const float number = std::floor(used);
+    return Terrace{static_cast<int>(number), used - number};
+}
+
+float Ground::roadHeightMetres(float roadAlong) const {
+    const float position = std::clamp(roadAlong / static_cast<float>(roadStepMetres), 0.0F,
+                                      static_cast<float>(m_roadHeight.size()) - 1.001F);
+    const auto i = static_cast<std::size_t>(position);
+    return mix(m_roadHeight[i], m_roadHeight[i + 1], position - static_cast<float>(i));
+}
+
+} // namespace samples

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "samples/Site.h"
+
+namespace samples {
+
+/// The bare ground of the first epoch as people use it: natural relief with river bed and banks, terraced
+/// slopes and the graded road. Immutable after construction; safe to read from any thread.
+class Ground {
+public:
+    explicit Ground(const Site& site);
+
+    /// Height of the ground (over water: of the water) at site coordinates, metres.
+    float heightMetres(double x, double y) const { return m_height.sample(x, y); }
+    /// Metres of rise per metre of the natural relief, without banks, terraces and road.
+    float slope(double x, double y) const { return m_slope.sample(x, y); }
+    /// Number of the terrace and the position across its tread, when the place is terraced.
+    struct Terrace {
+        int number;
+        float share; ///< 0 at its lower edge, riser from riserShare on
+    };
+    static constexpr float riserShare = 0.86F;
+    std::optional<Terrace> terrace(double x, double y) const;
+    /// Height of the carriageway, also where it crosses the river on the bridge.
+    float roadHeightMetres(float roadAlong) const;
+
+private:
+    void shapeNaturalGround(const Site& site, const Field& relief);
+    void carveRiver(const Site& site);
+    void cutTerraces(const Site& site);
+    void gradeRoad(const Site& site);
+
+    Field m_height;
+    Field m_slope;
+    Field m_terraceLevel;            ///< terrace number plus share; below 0 where there are none
+    std::vector<float> m_roadHeight; ///< every roadStepMetres along the road
+};
+
+} // namespace samples

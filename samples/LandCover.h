@@ -1,0 +1,37 @@
+#pragma once
+
+#include "samples/Ground.h"
+#include "samples/Material.h"
+#include "samples/Parcels.h"
+
+namespace samples {
+
+/// What lies or grows on the ground of the first epoch, without trees and buildings.
+struct Cover {
+    SurfaceCell cell;
+    float heightMetres = 0.0F; ///< above the ground
+};
+
+/// Immutable; safe to read from any thread.
+class LandCover {
+public:
+    LandCover(const Site& site, const Ground& ground) : m_site(site), m_ground(ground), m_parcels(site) {}
+
+    Cover at(double x, double y) const;
+    const Parcels& parcels() const { return m_parcels; }
+
+private:
+    std::optional<Cover> road(double x, double y) const;
+    std::optional<Cover> lane(double x, double y) const;
+    std::optional<Cover> river(double x, double y) const;
+    std::optional<Cover> school(double x, double y) const;
+    std::optional<Cover> village(double x, double y) const;
+    Cover wild(Material material, double x, double y) const;
+    Cover field(double x, double y) const;
+
+    const Site& m_site;
+    const Ground& m_ground;
+    Parcels m_parcels;
+};
+
+} // namespace samples

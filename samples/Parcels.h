@@ -1,0 +1,68 @@
+#pragma once
+
+#include "samples/Site.h"
+
+#include <array>
+
+namespace samples {
+
+enum class Crop : std::uint8_t { Wheat, Rape, Maize, Vegetables, Fallow, Mulched, Orchard, Meadow };
+
+/// How one parcel is farmed.
+struct CropStyle {
+    Crop crop = Crop::Wheat;
+    float heightMetres = 0.0F;     ///< of the plants
+    float rowSpacingMetres = 1.0F; ///< of the rows one sees from the air
+    float rowHeightMetres = 0.0F;  ///< from furrow to ridge
+    float tone = 0.0F;             ///< -1 .. 1, darker or lighter than its neighbours
+    bool rowsAlongV = false;
+};
+
+/// The farm land: each bank of the river is one turned frame, split again and again into parcels.
+class Parcels {
+public:
+    explicit Parcels(const Site& site);
+
+    struct Place {
+        std::uint16_t ident; ///< of the parcel
+        float edgeMetres;    ///< distance from its nearest edge
+        float trackMetres;   ///< distance from the middle of the nearest farm track
+        float u, v;          ///< in the frame of the bank
+    };
+    Place find(double x, double y) const;
+
+    /// Idents of terraces differ from those of the parcel they cut.
+    static std::uint16_t terraceIdent(std::uint16_t parcel, int terraceNumber);
+    const CropStyle& style(std::uint16_t ident) const { return m_styles[ident % styleCount]; }
+    const TurnedFrame& frameAt(double x) const { return x < bankMetres ? m_west.frame : m_east.frame; }
+
+private:
+    static constexpr std::size_t styleCount = 4096;
+    static constexpr double bankMetres = 665.0;
+
+    struct Node {
+        bool splitsU = false;
+        bool isTrack = false;
+        float position = 0.0F;
+        int low = -1; ///< child, or minus the parcel's ident minus 1
+        int high = -1;
+    };
+    struct Rectangle {
+        double uMin, vMin, uMax, vMax;
+    };
+    struct Bank {
+        TurnedFrame frame;
+        Rectangle bounds{};
+        int root = 0;
+    };
+
+    int split(const Rectangle& bounds, class Random& random);
+
+    std::vector<Node> m_nodes;
+    Bank m_west;
+    Bank m_east;
+    std::uint16_t m_parcelCount = 0;
+    std::array<CropStyle, styleCount> m_styles;
+};
+
+} // namespace samples

@@ -1,0 +1,185 @@
+#include "samples/SampleCorridor.h"
+
+#include "samples/Orthophoto.h"
+#include "samples/RasterFiles.h"
+#include "samples/VectorFiles.h"
+
+#include <gdal.h>
+
+#include <filesystem>
+#include <fstream>
+
+namespace samples {
+
+namespace {
+namespace fs = std::filesystem;
+using Error = std::optional<std::string>;
+
+constexpr const char* epochDates[] = {"2024-05-18", "2025-05-20"};
+
+std::string text(const fs::path& path) {
+    return path.u8string();
+}
+
+/// The folder beside the wanted one in which the work is done; removed again unless it was moved into place.
+class WorkFolder {
+public:
+    explicit WorkFolder(const fs::path& target) : m_target(target) {
+        m_path = target.parent_path() / fs::u8path("." + text(target.filename()) + ".partial");
+    }
+    ~WorkFolder() {
+        std::error_code ignored;
+        fs::remove_all(m_path, ignored);
+    }
+    WorkFolder(const WorkFolder&) = delete;
+    WorkFolder& operator=(const WorkFolder&) = delete;
+
+    const fs::path& path() const { return m_path; }
+
+    Error create() {
+        std::error_code error;
+        fs::remove_all(m_path, error);
+        for (const char* date : epochDates) {
+            fs::create_directories(m_path / "epochs" / date, error);
+            if (error)
+                return text(m_path) + ": cannot be created: " + error.message();
+        }
+        return std::nullopt;
+    }
+
+    Error moveIntoPlace() {
+        std::error_code error;
+        fs::remove(m_target,
+                   error); // an empty folder; when it was filled meanwhile this fails, and so does the move
+        error.clear();
+        fs::rename(m_path, m_target, error);
+        if (error)
+            return text(m_target) + ": cannot be moved into place: " + error.message();
+        return std::nullopt;
+    }
+
+private:
+    fs::path m_target;
+    fs::path m_path;
+};
+
+Error checkOptions(const SampleOptions& options) {
+    if (options.directory.empty())
+        return "no folder given for the sample project";
+    if (options.cells < SampleOptions::smallestCells || options.cells > SampleOptions::largestCells ||
+        options.cells % 16 != 0)
+        return "size " + std::to_string(options.cells) + ": must be a multiple of 16 from " +
+               std::to_string(SampleOptions::smallestCells) + " to " +
+               std::to_string(SampleOptions::largestCells);
+    return std::nullopt;
+}
+
+Error checkTarget(const fs::path& target) {
+    std::error_code error;
+    if (!fs::exists(target, error))
+        return std::nullopt;
+    if (!fs::is_directory(target, error))
+        return text(target) + ": exists and is not a folder";
+    if (!fs::is_empty(target, error) || error)
+        return text(target) + ": exists and is not empty";
+    return std::nullopt;
+}
+
+Error writeProjectFile(const fs::path& folder) {
+    const fs::path path = folder / "project.json";
+    std::ofstream file(path, std::ios::binary);
+    file << "{\n  \"format\": \"corridor-project\",\n  \"version\": 1,\n  \"name\": \"示例管道\",\n  "
+            "\"crs\": \""
+         << Extent::crs << "\",\n  \"epochs\": [\n";
+    for (const char* date : epochDates)
+        file << "    {\"date\": \"" << date << "\", \"dsm\": \"epochs/" << date
+             << "/dsm.tif\", \"dom\": \"epochs/" << date << "/dom.tif\"}"
+             << (date == epochDates[0] ? ",\n" : "\n");
+    file << "  ],\n  \"centerline\": \"centerline.gpkg\"\n}\n";
+    file.close();
+    if (!file)
+        return text(path) + ": cannot be written";
+    return std::nullopt;
+}
+
+/// The steps of the work, each with the share of the whole that is done after it.
+class Maker {
+public:
+    Maker(const SampleOptions& options, const fs::path& folder, const SampleProgress& progress)
+        : m_folder(folder), m_progress(progress),
+          m_scene(options.seed), m_frame{options.cells, options.cells / 4,
+                                         Extent::widthMetres / options.cells} {}
+
+    Error make();
+
+private:
+    Error writeEpoch(const Surface& surface, int epoch, double done, double doneAfter);
+    Error report(double share) const {
+        if (m_progress && !m_progress(share))
+            return text(m_folder) + ": cancelled";
+        return std::nullopt;
+    }
+
+    fs::path m_folder;
+    const SampleProgress& m_progress;
+    Scene m_scene;
+    RasterFrame m_frame;
+};
+
+Error Maker::writeEpoch(const Surface& surface, int epoch, double done, double doneAfter) {
+    const fs::path folder = m_folder / "epochs" / epochDates[epoch];
+    const std::uint32_t survey = m_scene.site.noiseSeed(900 + static_cast<std::uint32_t>(epoch) * 10);
+    if (const Error error = writeHeights(text(folder / "dsm.tif"), surface, survey))
+        return error;
+    if (const Error error = report(0.5 * (done + doneAfter)))
+        return error;
+    std::vector<std::uint8_t> pixels = renderOrthophoto(m_scene, surface, epoch);
+    if (const Error error = writePhoto(text(folder / "dom.tif"), m_frame, pixels))
+        return error;
+    return report(doneAfter);
+}
+
+Error Maker::make() {
+    if (const Error error = report(0.05))
+        return error;
+    Surface surface = composeSurface(m_scene, m_frame);
+    if (const Error error = report(0.2))
+        return error;
+    if (const Error error = writeEpoch(surface, 0, 0.2, 0.55))
+        return error;
+    const std::vector<ChangeWindow> changes = applyChanges(m_scene, surface);
+    if (const Error error = writeEpoch(surface, 1, 0.55, 0.95))
+        return error;
+    if (const Error error = writeTruth(text(m_folder / "truth.gpkg"), m_scene, m_frame, changes))
+        return error;
+    if (const Error error = writeCentreLine(text(m_folder / "centerline.gpkg"), m_scene))
+        return error;
+    if (const Error error = writeSpecialAreas(text(m_folder / "special.gpkg"), m_scene))
+        return error;
+    return writeProjectFile(m_folder);
+}
+} // namespace
+
+std::optional<std::string> makeSampleCorridor(const SampleOptions& options, const SampleProgress& progress) {
+    if (const Error error = checkOptions(options))
+        return error;
+    std::error_code ignored;
+    fs::path target = fs::absolute(fs::u8path(options.directory), ignored).lexically_normal();
+    if (!target.has_filename())
+        target = target.parent_path();
+    if (const Error error = checkTarget(target))
+        return error;
+    GDALAllRegister();
+    WorkFolder folder(target);
+    if (const Error error = folder.create())
+        return error;
+    if (const Error error = Maker(options, folder.path(), progress).make())
+        return error;
+    if (const Error error = folder.moveIntoPlace())
+        return error;
+    if (progress)
+        progress(1.0);
+    return std::nullopt;
+}
+
+} // namespace samples

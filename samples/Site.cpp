@@ -1,0 +1,130 @@
+#include "samples/Site.h"
+
+#include "samples/Noise.h"
+
+namespace samples {
+
+namespace {
+constexpr double marginMetres = 24.0;
+
+Lattice metreLattice() {
+    return {-marginMetres, -marginMetres, 1.0, static_cast<int>(Extent::widthMetres + 2 * marginMetres) + 1,
+            static_cast<int>(Extent::heightMetres + 2 * marginMetres) + 1};
+}
+
+std::vector<Point> moved(std::vector<Point> controls, Random& random, double metres) {
+    for (Point& control : controls) {
+        control.x += random.between(-metres, metres);
+        control.y += random.between(-metres, metres);
+    }
+    return controls;
+}
+} // namespace
+
+TurnedFrame TurnedFrame::at(Point origin, double angleDegrees) {
+    return {origin, cosineDegrees(angleDegrees), sineDegrees(angleDegrees)};
+}
+
+bool Village::contains(double x, double y, double margin) const {
+    const Point place = frame.toFrame(x, y);
+    return place.x > -margin && place.y > -margin && place.x < widthMetres + margin &&
+           place.y < depthMetres + margin;
+}
+
+Site::Site(std::uint64_t theSeed) : seed(theSeed) {
+    Random random(seed, 1);
+    river = smoothCurve(moved({{560, 900},
+                               {548, 720},
+                               {600, 560},
+                               {688, 455},
+                               {650, 330},
+                               {640, 240},
+                               {716, 150},
+                               {700, 40},
+                               {770, -80},
+                               {760, -260},
+                               {800, -420}},
+                              random, 9.0),
+                        3.0);
+    road = smoothCurve(moved({{-160, 150},
+                              {60, 112},
+                              {260, 96},
+                              {450, 132},
+                              {640, 128},
+                              {820, 158},
+                              {960, 222},
+                              {1130, 236},
+                              {1290, 212},
+                              {1450, 150},
+                              {1620, 106},
+                              {1800, 128},
+                              {1990, 196},
+                              {2200, 230}},
+                             random, 6.0),
+                       3.0);
+    lane = smoothCurve({road.at(road.alongAtX(1560)),
+                        {1590, 190},
+                        {1570, 262},
+                        {1640, 320},
+                        {1730, 352},
+                        {1790, 420},
+                        {1880, 470},
+                        {1930, 560}},
+                       3.0);
+    const std::vector<Point> bends = moved({{2, 318},
+                                            {190, 300},
+                                            {360, 262},
+                                            {545, 228},
+                                            {760, 214},
+                                            {905, 168},
+                                            {1090, 150},
+                                            {1270, 120},
+                                            {1420, 196},
+                                            {1600, 236},
+                                            {1800, 262},
+                                            {2046, 300}},
+                                           random, 4.0);
+    std::vector<Point> pipe = bends;
+    pipe.front().x = 2.0;
+    pipe.back().x = 2046.0;
+    pipeline = polygonalCurve(std::move(pipe));
+
+    village = {TurnedFrame::at({968 + random.between(-6, 6), 276 + random.between(-3, 3)},
+                               2.0 + random.between(-2, 2)),
+               330.0, 206.0, 41.0};
+    school = TurnedFrame::at({1352, 246 + random.between(-2, 4)}, -12.0);
+
+    const Lattice lattice = metreLattice();
+    riverField = LineField(lattice, {river}, 150.0);
+    roadField = LineField(lattice, {road}, 40.0);
+    laneField = LineField(lattice, {lane}, 24.0);
+    pipelineField = LineField(lattice, {pipeline}, 40.0);
+}
+
+std::uint32_t Site::noiseSeed(std::uint32_t use) const {
+    return static_cast<std::uint32_t>(mixBits(seed + 1) >> 32) + use * 7919u;
+}
+
+double Site::waterLevelMetres(double riverAlong) const {
+    return 409.2 - 3.2 * riverAlong / river.length();
+}
+
+float Site::riverHalfWidthMetres(float riverAlong) const {
+    return 10.5F + 2.5F * gradientNoise(riverAlong / 90.0F, 0.5F, noiseSeed(2)) +
+           0.8F * gradientNoise(riverAlong / 14.0F, 3.5F, noiseSeed(3));
+}
+
+float Site::forestDensity(double x, double y) const {
+    const auto fx = static_cast<float>(x);
+    const auto fy = static_cast<float>(y);
+    const float eastHill = smoothStep(1560.0F, 1700.0F, fx) * smoothStep(300.0F, 400.0F, fy);
+    const float westHill = smoothStep(330.0F, 230.0F, fx) * smoothStep(90.0F, 20.0F, fy);
+    const float northWest = smoothStep(480.0F, 400.0F, fx) * smoothStep(400.0F, 470.0F, fy);
+    const float southEast = smoothStep(1740.0F, 1840.0F, fx) * smoothStep(90.0F, 20.0F, fy);
+    const float region = std::max(std::max(eastHill, westHill), std::max(northWest, southEast));
+    const float rim = 0.45F * fractalNoise(fx / 70.0F, fy / 70.0F, noiseSeed(4), 3);
+    const float nearPipe = smoothStep(12.0F, 9.0F, pipelineField.distance(x, y));
+    return smoothStep(0.42F, 0.56F, region + rim) * (1.0F - nearPipe);
+}
+
+} // namespace samples

@@ -1,0 +1,78 @@
+#pragma once
+
+#include "samples/Curve.h"
+
+#include <cstdint>
+#include <string>
+
+namespace samples {
+
+/// Extent of the sample on the ground and its place in the world.
+struct Extent {
+    static constexpr double widthMetres = 2048.0;
+    static constexpr double heightMetres = 512.0;
+    /// South-west corner in EPSG:4545 (CGCS2000 / 3-degree Gauss-Krueger, central meridian 108° E): 34.3° N
+    /// 108.9° E.
+    static constexpr double westEasting = 582400.0;
+    static constexpr double southNorthing = 3796800.0;
+    static constexpr const char* crs = "EPSG:4545";
+};
+
+/// A right-angled frame turned against the site: u along `angleDegrees` (counter-clockwise from east), v to
+/// its left.
+struct TurnedFrame {
+    Point origin;
+    double cosine = 1.0;
+    double sine = 0.0;
+
+    static TurnedFrame at(Point origin, double angleDegrees);
+    Point toFrame(double x, double y) const {
+        return {(x - origin.x) * cosine + (y - origin.y) * sine,
+                (y - origin.y) * cosine - (x - origin.x) * sine};
+    }
+    Point toSite(double u, double v) const {
+        return {origin.x + u * cosine - v * sine, origin.y + u * sine + v * cosine};
+    }
+};
+
+/// The village: plots along parallel lanes in a turned frame, u and v from its south-west corner.
+struct Village {
+    TurnedFrame frame;
+    double widthMetres = 0.0;
+    double depthMetres = 0.0;
+    double laneSpacingMetres = 0.0;
+
+    /// Inside, grown by `marginMetres`.
+    bool contains(double x, double y, double marginMetres) const;
+};
+
+/// What people and water drew on the map; everything else follows from it. Site coordinates, metres.
+struct Site {
+    explicit Site(std::uint64_t seed);
+
+    /// A noise seed of its own for each use.
+    std::uint32_t noiseSeed(std::uint32_t use) const;
+    /// Height of the water surface, falling from north to south.
+    double waterLevelMetres(double riverAlong) const;
+    /// Half the width of the water there.
+    float riverHalfWidthMetres(float riverAlong) const;
+    /// How far a forest reaches over (x, y): 0 open, 1 closed.
+    float forestDensity(double x, double y) const;
+
+    std::uint64_t seed;
+    Curve river;
+    Curve road;
+    Curve lane; ///< dirt road to the hamlet and the quarry
+    Curve pipeline;
+    Village village;
+    TurnedFrame school; ///< origin at the south-west corner of its ground
+    static constexpr double schoolWidthMetres = 96.0;
+    static constexpr double schoolDepthMetres = 74.0;
+
+    LineField riverField;
+    LineField roadField;
+    LineField laneField;
+    LineField pipelineField;
+};
+
+} // namespace samples

@@ -1,0 +1,316 @@
+#include "samples/VectorFiles.h"
+
+#include <cpl_conv.h>
+#include <gdal_alg.h>
+#include <gdal_priv.h>
+#include <ogrsf_frmts.h>
+
+#include <cstdio>
+
+namespace samples {
+
+namespace {
+constexpr int stationCount = 8;
+constexpr float outlineDzMetres = 0.25F;
+
+/// One GeoPackage that is being written. Every call after a failure does nothing.
+class GeoPackage {
+public:
+    explicit GeoPackage(std::string path);
+    ~GeoPackage();
+    GeoPackage(const GeoPackage&) = delete;
+    GeoPackage& operator=(const GeoPackage&) = delete;
+
+    struct FieldType {
+        const char* name;
+        OGRFieldType type;
+    };
+    void beginLayer(const char* name, OGRwkbGeometryType geometry, const std::vector<FieldType>& fields);
+    /// Adds a feature to the layer; `fill` sets its fields.
+    template<class Fill>
+    void add(const OGRGeometry& geometry, const Fill& fill) {
+        if (m_layer == nullptr)
+            return;
+        OGRFeature feature(m_layer->GetLayerDefn());
+        feature.SetGeometry(&geometry);
+        fill(feature);
+        m_good = m_layer->CreateFeature(&feature) == OGRERR_NONE && m_good;
+    }
+    std::optional<std::string> close();
+
+private:
+    std::string m_path;
+    GDALDataset* m_dataset = nullptr;
+    OGRLayer* m_layer = nullptr;
+    bool m_good = true;
+};
+
+GeoPackage::GeoPackage(std::string path) : m_path(std::move(path)) {
+    CPLErrorReset();
+    // The file must not depend on the day it was made.
+    CPLSetThreadLocalConfigOption("OGR_CURRENT_DATE", "2025-05-20T00:00:00.000Z");
+    if (GDALDriver* driver = GetGDALDriverManager()->GetDriverByName("GPKG"))
+        m_dataset = driver->Create(m_path.c_str(), 0, 0, 0, GDT_Unknown, nullptr);
+    m_good = m_dataset != nullptr;
+}
+
+GeoPackage::~GeoPackage() {
+    if (m_dataset != nullptr)
+        GDALClose(m_dataset);
+    CPLSetThreadLocalConfigOption("OGR_CURRENT_DATE", nullptr);
+}
+
+void GeoPackage::beginLayer(const char* name, OGRwkbGeometryType geometry,
+                            const std::vector<FieldType>& fields) {
+    if (!m_good)
+        return;
+    OGRSpatialReference crs;
+    crs.SetFromUserInput(Extent::crs);
+    crs.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
+    m_layer = m_dataset->CreateLayer(name, &crs, geometry, nullptr);
+    m_good = m_layer != nullptr;
+    for (const FieldType& field : fields) {
+        OGRFieldDefn definition(field.name, field.type);
+        m_good = m_good && m_layer->CreateField(&definition) == OGRERR_NONE;
+    }
+}
+
+std::optional<std::string> GeoPackage::close() {
+    if (m_dataset != nullptr)
+        GDALClose(m_dataset);
+    m_dataset = nullptr;
+    m_layer = nullptr;
+    if (m_good && CPLGetLastErrorType() < CE_Failure)
+        return std::nullopt;
+    return m_path + ": cannot be written: " + CPLGetLastErrorMsg();
+}
+
+double easting(double x) {
+    return Extent::westEasting + x;
+}
+double northing(double y) {
+    return Extent::southNorthing + y;
+}
+
+OGRPolygon polygonOf(const std::vector<Point>& corners) {
+    OGRLinearRing ring;
+    for (const Point& corner : corners)
+        ring.addPoint(easting(corner.x), northing(corner.y));
+    ring.closeRings();
+    OGRPolygon polygon;
+    polygon.addRing(&ring);
+    return polygon;
+}
+
+OGRPolygon rectangleIn(const TurnedFrame& frame, double uMin, double vMin, double uMax, double vMax) {
+    return polygonOf({frame.toSite(uMin, vMin), frame.toSite(uMax, vMin), frame.toSite(uMax, vMax),
+                      frame.toSite(uMin, vMax)});
+}
+
+/// "K1+256" for 1256 m.
+std::string chainage(double metres) {
+    const int whole = static_cast<int>(metres + 0.5);
+    char text[32];
+    std::snprintf(text, sizeof text, "K%d+%03d", whole / 1000, whole % 1000);
+    return text;
+}
+
+OGRPoint groundPoint(const Scene& scene, Point place) {
+    return {easting(place.x), northing(place.y),
+            static_cast<double>(scene.ground.heightMetres(place.x, place.y))};
+}
+
+void addCentreLine(GeoPackage& file, const Scene& scene) {
+    const Curve& pipe = scene.site.pipeline;
+    file.beginLayer("centerline", wkbLineString25D, {{"name", OFTString}});
+    OGRLineString line;
+    constexpr double spacingMetres = 10.0;
+    std::size_t bend = 0;
+    for (double along = 0.0; along < pipe.length(); along += spacingMetres) {
+        for (; bend < pipe.along.size() && pipe.along[bend] <= along; ++bend)
+            if (pipe.along[bend] > along - spacingMetres && pipe.along[bend] < along) {
+                const OGRPoint corner = groundPoint(scene, pipe.points[bend]);
+                line.addPoint(&corner);
+            }
+        const OGRPoint point = groundPoint(scene, pipe.at(along));
+        line.addPoint(&point);
+    }
+    const OGRPoint end = groundPoint(scene, pipe.points.back());
+    line.addPoint(&end);
+    file.add(line, [](OGRFeature& feature) { feature.SetField("name", "示例管道"); });
+}
+
+void addNodes(GeoPackage& file, const Scene& scene) {
+    const Curve& pipe = scene.site.pipeline;
+    file.beginLayer("nodes", wkbPoint25D,
+                    {{"name", OFTString}, {"km", OFTReal}, {"x", OFTReal}, {"y", OFTReal}, {"z", OFTReal}});
+    const auto addNode = [&](double along) {
+        const OGRPoint point = groundPoint(scene, pipe.at(along));
+        file.add(point, [&](OGRFeature& feature) {
+            feature.SetField("name", chainage(along).c_str());
+            feature.SetField("km", along / 1000.0);
+            feature.SetField("x", point.getX());
+            feature.SetField("y", point.getY());
+            feature.SetField("z", point.getZ());
+        });
+    };
+    for (double along = 0.0; along < pipe.length() - 10.0; along += 100.0)
+        addNode(along);
+    addNode(pipe.length());
+}
+
+void addStations(GeoPackage& file, const Scene& scene) {
+    file.beginLayer("stations", wkbPolygon,
+                    {{"id", OFTInteger}, {"name", OFTString}, {"start_m", OFTReal}, {"end_m", OFTReal}});
+    const Curve& pipe = scene.site.pipeline;
+    constexpr double width = Extent::widthMetres / stationCount;
+    for (int i = 0; i < stationCount; ++i) {
+        const double west = i * width;
+        const double start = i == 0 ? 0.0 : pipe.alongAtX(west);
+        const double end = i + 1 == stationCount ? pipe.length() : pipe.alongAtX(west + width);
+        const OGRPolygon box = polygonOf({{west, 0},
+                                          {west + width, 0},
+                                          {west + width, Extent::heightMetres},
+                                          {west, Extent::heightMetres}});
+        file.add(box, [&](OGRFeature& feature) {
+            feature.SetField("id", i + 1);
+            feature.SetField("name", (chainage(start) + "—" + chainage(end)).c_str());
+            feature.SetField("start_m", start);
+            feature.SetField("end_m", end);
+        });
+    }
+}
+
+struct TruthFigures {
+    Grid<std::uint8_t> mask; ///< 1 inside the outline
+    int cells = 0;
+    double sumDz = 0.0;
+};
+
+/// The largest edge-connected group of cells with |dZ| at or above the limit.
+TruthFigures largestGroup(const Grid<float>& dz) {
+    Grid<std::uint8_t> seen(dz.columns(), dz.rows());
+    std::vector<std::pair<int, int>> largest;
+    for (int r = 0; r < dz.rows(); ++r)
+        for (int c = 0; c < dz.columns(); ++c) {
+            std::vector<std::pair<int, int>> group;
+            const auto visit = [&](int column, int row) {
+                if (column < 0 || row < 0 || column >= dz.columns() || row >= dz.rows() ||
+                    seen.at(column, row) != 0 || std::fabs(dz.at(column, row)) < outlineDzMetres)
+                    return;
+                seen.at(column, row) = 1;
+                group.emplace_back(column, row);
+            };
+            visit(c, r);
+            for (std::size_t i = 0; i < group.size(); ++i) {
+                const auto [column, row] = group[i];
+                visit(column + 1, row);
+                visit(column - 1, row);
+                visit(column, row + 1);
+                visit(column, row - 1);
+            }
+            if (group.size() > largest.size())
+                largest = std::move(group);
+        }
+    TruthFigures figures{Grid<std::uint8_t>(dz.columns(), dz.rows()), static_cast<int>(largest.size()), 0.0};
+    for (const auto& [column, row] : largest) {
+        figures.mask.at(column, row) = 1;
+        figures.sumDz += static_cast<double>(dz.at(column, row));
+    }
+    return figures;
+}
+
+/// The outline of the mask along the cell edges.
+std::unique_ptr<OGRGeometry> outlineOf(const ChangeWindow& window, const RasterFrame& frame,
+                                       const Grid<std::uint8_t>& mask) {
+    GDALDriver* memory = GetGDALDriverManager()->GetDriverByName("MEM");
+    GDALDriver* features = GetGDALDriverManager()->GetDriverByName("Memory");
+    if (memory == nullptr || features == nullptr)
+        return nullptr;
+    const std::unique_ptr<GDALDataset> raster(
+        memory->Create("", mask.columns(), mask.rows(), 1, GDT_Byte, nullptr));
+    const std::unique_ptr<GDALDataset> vectors(features->Create("", 0, 0, 0, GDT_Unknown, nullptr));
+    double transform[6] = {easting(window.firstColumn * frame.cellMetres),
+                           frame.cellMetres,
+                           0.0,
+                           northing(Extent::heightMetres - window.firstRow * frame.cellMetres),
+                           0.0,
+                           -frame.cellMetres};
+    raster->SetGeoTransform(transform);
+    Grid<std::uint8_t> copy = mask;
+    GDALRasterBand* band = raster->GetRasterBand(1);
+    if (band->RasterIO(GF_Write, 0, 0, copy.columns(), copy.rows(), copy.row(0), copy.columns(), copy.rows(),
+                       GDT_Byte, 0, 0, nullptr) != CE_None)
+        return nullptr;
+    OGRLayer* layer = vectors->CreateLayer("outline", nullptr, wkbPolygon, nullptr);
+    if (layer == nullptr || GDALPolygonize(band, band, layer, -1, nullptr, nullptr, nullptr) != CE_None)
+        return nullptr;
+    const std::unique_ptr<OGRFeature> feature(layer->GetNextFeature());
+    return feature ? std::unique_ptr<OGRGeometry>(feature->StealGeometry()) : nullptr;
+}
+} // namespace
+
+std::optional<std::string> writeCentreLine(const std::string& path, const Scene& scene) {
+    GeoPackage file(path);
+    addCentreLine(file, scene);
+    addNodes(file, scene);
+    addStations(file, scene);
+    return file.close();
+}
+
+std::optional<std::string> writeSpecialAreas(const std::string& path, const Scene& scene) {
+    const Site& site = scene.site;
+    GeoPackage file(path);
+    file.beginLayer("high_consequence", wkbPolygon,
+                    {{"name", OFTString}, {"level", OFTInteger}, {"attribute", OFTString}});
+    const auto add = [&](const OGRPolygon& polygon, const char* name, int level, const char* attribute) {
+        file.add(polygon, [&](OGRFeature& feature) {
+            feature.SetField("name", name);
+            feature.SetField("level", level);
+            feature.SetField("attribute", attribute);
+        });
+    };
+    const auto crossing = [&](const Curve& other, double x, double halfWidth) {
+        const Point middle = site.pipeline.at(site.pipeline.alongAtX(x));
+        (void)other;
+        return rectangleIn(TurnedFrame::at(middle, 0.0), -halfWidth, -40.0, halfWidth, 40.0);
+    };
+    const Village& village = site.village;
+    add(rectangleIn(village.frame, -12, -12, village.widthMetres + 12, village.depthMetres + 12), "柳河村", 2,
+        "村庄");
+    add(rectangleIn(site.school, -8, -8, Site::schoolWidthMetres + 8, Site::schoolDepthMetres + 8),
+        "柳河小学", 3, "学校");
+    add(crossing(site.river, 650.0, 40.0), "柳河穿越段", 2, "河流");
+    add(crossing(site.road, 860.0, 40.0), "县道穿越段", 1, "公路");
+    return file.close();
+}
+
+std::optional<std::string> writeTruth(const std::string& path, const Scene& scene, const RasterFrame& frame,
+                                      const std::vector<ChangeWindow>& windows) {
+    GeoPackage file(path);
+    file.beginLayer("changes", wkbPolygon,
+                    {{"name", OFTString},
+                     {"kind", OFTString},
+                     {"class", OFTString},
+                     {"volume_m3", OFTReal},
+                     {"dz_m", OFTReal},
+                     {"area_m2", OFTReal}});
+    const double cellArea = frame.cellMetres * frame.cellMetres;
+    for (std::size_t i = 0; i < windows.size(); ++i) {
+        const TruthFigures figures = largestGroup(windows[i].dz);
+        const auto outline = outlineOf(windows[i], frame, figures.mask);
+        if (figures.cells == 0 || !outline)
+            return path + ": change " + scene.changes[i].name + " has no outline";
+        file.add(*outline, [&](OGRFeature& feature) {
+            feature.SetField("name", scene.changes[i].name.c_str());
+            feature.SetField("kind", scene.changes[i].isFill() ? "fill" : "cut");
+            feature.SetField("class", scene.changes[i].className());
+            feature.SetField("volume_m3", std::fabs(figures.sumDz) * cellArea);
+            feature.SetField("dz_m", figures.sumDz / figures.cells);
+            feature.SetField("area_m2", figures.cells * cellArea);
+        });
+    }
+    return file.close();
+}
+
+} // namespace samples

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "samples/Changes.h"
+
+namespace samples {
+
+struct Tree {
+    double x = 0.0;
+    double y = 0.0;
+    float radiusMetres = 2.0F;
+    float baseMetres = 0.0F; ///< height of the ground at the stem
+    float heightMetres = 8.0F;
+    Material species = Material::Broadleaf;
+    std::uint16_t ident = 0;
+    std::uint32_t noiseSeed = 0;
+
+    /// Height above sea level of the top of the crown over (x, y), or nothing beside it.
+    std::optional<float> crownMetres(double px, double py) const;
+};
+
+/// Forest, trees along roads, river, tracks and in yards, orchards. They are the same in both epochs.
+/// In order of y, so that a band of rows finds its own ones fast.
+std::vector<Tree> plantTrees(const Site& site, const Ground& ground, const LandCover& cover,
+                             const std::vector<Building>& buildings, const std::vector<Change>& changes);
+
+} // namespace samples
