@@ -1,0 +1,4 @@
+#include "host/inspection/DataSet.h"
+
+DataSet::~DataSet() = default;
+DataSetManager::~DataSetManager() = default;

@@ -1,0 +1,99 @@
+#include "workbench/inspection/database/PipelineDatabase.h"
+
+#include "workbench/inspection/database/CenterlineImport.h"
+#include "workbench/inspection/database/Schema.h"
+
+#include <QFileInfo>
+#include <QUrl>
+
+namespace inspection {
+
+using mysqlhelper::KV_MySQL;
+using mysqlhelper::KV_MySQL_Exception;
+
+namespace {
+
+std::string uri(const QString& file, const char* options) {
+    return "file:" + QUrl::toPercentEncoding(file, "/").toStdString() + '?' + options;
+}
+
+std::unique_ptr<KV_MySQL> openReadOnly(const QString& file) {
+    try {
+        auto database = std::make_unique<KV_MySQL>(uri(file, "mode=ro"));
+        database->queryRecord("select count(*) from sqlite_master");
+        return database;
+    } catch (const KV_MySQL_Exception&) {
+        // A folder that cannot be written has no place for the files that readers share with a writer; then
+        // there is no writer either.
+        return std::make_unique<KV_MySQL>(uri(file, "mode=ro&immutable=1"));
+    }
+}
+
+Failure databaseFailure(const QString& file, const KV_MySQL_Exception& exception) {
+    const QString cause = QString::fromUtf8(exception.what());
+    return {cause.contains(file) ? cause : file + ": " + cause, file + "：数据库无法使用：" + cause};
+}
+
+Failure newerSchema(const QString& file, int version) {
+    return fileFailure(
+        file,
+        QStringLiteral("database schema version %1 is newer than this program, which knows version %2")
+            .arg(version)
+            .arg(kSchemaVersion),
+        "数据库版本比本程序新，请升级程序");
+}
+
+Status prepareForWriting(const ProjectDescription& project, KV_MySQL& database) {
+    KV_MySQL::Transaction transaction(database);
+    migrateSchema(database);
+    if (database.queryRecord("select id from " + tableName(KV_STATION) + " limit 1").empty()) {
+        if (auto failure = importCenterline(project, database)) {
+            return failure;
+        }
+    }
+    transaction.commit();
+    return std::nullopt;
+}
+
+} // namespace
+
+PipelineDatabase::PipelineDatabase(std::unique_ptr<KV_MySQL> database) : m_database(std::move(database)) {}
+PipelineDatabase::~PipelineDatabase() = default;
+
+Result<std::unique_ptr<PipelineDatabase>> PipelineDatabase::open(const ProjectDescription& project,
+                                                                 Project::Access access) {
+    const QString file = project.databaseFile();
+    const bool readOnly = access == Project::Access::ReadOnly;
+    if (readOnly && !QFileInfo::exists(file)) {
+        return fileFailure(file, "no such file, the project was never computed", "文件不存在，工程尚未计算");
+    }
+    try {
+        auto database = readOnly ? openReadOnly(file) : std::make_unique<KV_MySQL>(file.toStdString());
+        const int version = storedSchemaVersion(*database);
+        if (version > kSchemaVersion) {
+            return newerSchema(file, version);
+        }
+        if (readOnly && version < kSchemaVersion) {
+            return fileFailure(file, "database is of an older version; open the project for writing once",
+                               "数据库版本较旧，请先以可写方式打开一次");
+        }
+        if (!readOnly) {
+            if (auto failure = prepareForWriting(project, *database)) {
+                return *failure;
+            }
+        }
+        return std::unique_ptr<PipelineDatabase>(new PipelineDatabase(std::move(database)));
+    } catch (const KV_MySQL_Exception& exception) {
+        return databaseFailure(file, exception);
+    }
+}
+
+bool PipelineDatabase::GetConncetDBState(int connection) const {
+    return connection == 0 && m_database->isOpen();
+}
+
+std::string PipelineDatabase::Gettablename(int type) const {
+    return tableName(type);
+}
+
+} // namespace inspection

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "detect/Detection.h"
+#include "host/Export.h"
+
+#include <QString>
+
+#include <ogr_spatialref.h>
+
+#include <memory>
+#include <optional>
+
+/// Reference systems, always with x = east or longitude and y = north or latitude.
+namespace inspection {
+
+using Transformation = std::unique_ptr<OGRCoordinateTransformation>;
+
+/// Of "EPSG:4549", WKT or anything else that GDAL understands; empty when it is not one.
+INSPECTION_API std::optional<OGRSpatialReference> referenceOf(const QString& definition);
+
+/// "EPSG:4549" where the system has a code, otherwise WKT.
+INSPECTION_API QString definitionOf(const OGRSpatialReference& reference);
+
+/// WGS 84, longitude and latitude in degrees.
+INSPECTION_API OGRSpatialReference wgs84();
+
+/// Null when there is no way from one to the other.
+INSPECTION_API Transformation transformationBetween(const OGRSpatialReference& from,
+                                                    const OGRSpatialReference& to);
+
+/// Smallest box that holds the transformed `box`, its curved edges included; empty when it cannot be
+/// transformed.
+INSPECTION_API std::optional<detect::Box>
+transformedBox(const detect::Box& box, const OGRSpatialReference& from, const OGRSpatialReference& to);
+
+/// The projected system for a place: the CGCS2000 3-degree zone in and around China, UTM on WGS 84 elsewhere.
+INSPECTION_API OGRSpatialReference projectedReferenceAt(double lonDegrees, double latDegrees);
+
+} // namespace inspection
