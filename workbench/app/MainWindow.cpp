@@ -60,10 +60,15 @@ MainWindow::MainWindow() : m_globe(new GlobeWidget(this)), m_layers(m_globe->map
 }
 
 MainWindow::~MainWindow() {
+    // What the active tool asks for when it is left is still done, then tools, windows and globe go, in this order.
+    zeo::EngineContext::instance().deactivateTool();
+    HandlerRegistry& handlers = HandlerRegistry::instance();
+    handlers.deliverMessages();
+    handlers.setWakeUp({});
+    handlers.clear();
     zeo::EngineContext::instance().shutdown();
     zeo::EngineContext::instance().setMapSRS(nullptr);
     inspection::InspectionContext::instance().shutdown();
-    HandlerRegistry::instance().setWakeUp({});
     delete m_globe;
 }
 

@@ -1,0 +1,210 @@
+#include "tests/app/SampleProject.h"
+
+#include "host/Gbk.h"
+#include "host/inspection/IORVAContext.h"
+#include "workbench/app/MainWindow.h"
+#include "workbench/app/ToolArea.h"
+#include "workbench/engine/EngineContext.h"
+#include "workbench/inspection/context/InspectionContext.h"
+#include "workbench/viewer/GlobeWidget.h"
+#include "workbench/viewmanager/HandlerRegistry.h"
+
+#include <gtest/gtest.h>
+
+#include <osgEarthAnnotation/ImageOverlay>
+#include <osgEarthUtil/EarthManipulator>
+
+#include <QApplication>
+#include <QDialog>
+#include <QLabel>
+#include <QSignalSpy>
+#include <QTest>
+#include <QTimer>
+#include <QToolButton>
+#include <QTreeWidget>
+
+namespace {
+
+constexpr int kLongMilliseconds = 120000;
+
+// Closes message boxes as a user would and keeps what they said.
+class MessageReader {
+public:
+    MessageReader() {
+        QObject::connect(&m_timer, &QTimer::timeout, [this] {
+            auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+            if (!dialog)
+                return;
+            QStringList texts;
+            for (const QLabel* label : dialog->findChildren<QLabel*>())
+                texts << label->text();
+            messages << texts.join(' ');
+            QTest::keyClick(dialog, Qt::Key_Escape);
+        });
+        m_timer.start(20);
+    }
+    QStringList messages;
+
+private:
+    QTimer m_timer;
+};
+
+class MainWindowTest : public ::testing::Test {
+protected:
+    MainWindowTest() {
+        m_window.show();
+        EXPECT_TRUE(QTest::qWaitForWindowExposed(&m_window));
+    }
+
+    QToolButton* button(const char* utf8Name) const {
+        return m_window.findChild<QToolButton*>(QString::fromUtf8(utf8Name));
+    }
+
+    void click(const char* utf8Name) const {
+        QToolButton* tool = button(utf8Name);
+        ASSERT_NE(tool, nullptr) << utf8Name;
+        QTest::mouseClick(tool, Qt::LeftButton);
+    }
+
+    bool waitForPicture() {
+        return QTest::qWaitFor([this] { return m_window.globe().isPictureComplete(); }, kLongMilliseconds);
+    }
+
+    int overlayCount() {
+        int count = 0;
+        osgEarth::MapNode* mapNode = m_window.globe().getMapNode();
+        for (unsigned child = 0; child < mapNode->getNumChildren(); ++child) {
+            osg::Group* group = mapNode->getChild(child)->asGroup();
+            if (!group || group->getName() != "diffImageOverlay")
+                continue;
+            for (unsigned overlay = 0; overlay < group->getNumChildren(); ++overlay) {
+                if (dynamic_cast<osgEarth::Annotation::ImageOverlay*>(group->getChild(overlay)))
+                    ++count;
+            }
+        }
+        return count;
+    }
+
+    MessageReader m_reader;
+    MainWindow m_window;
+};
+
+TEST_F(MainWindowTest, ShowsOneGroupWithElevenButtonsInTheOrderOfCreate) {
+    m_window.loadPlugin(TOOL_PLUGIN);
+    const QStringList expected = {
+        QString::fromUtf8("计算异常"), QString::fromUtf8("查看\\编辑异常"), QString::fromUtf8("编辑特殊区域"),
+        QString::fromUtf8("添加特殊点"), QString::fromUtf8("输出报告"), QString::fromUtf8("输出shape"),
+        QString::fromUtf8("参数设置"), QString::fromUtf8("正北视图"), QString::fromUtf8("撤销"),
+        QString::fromUtf8("重做"), QString::fromUtf8("添加特殊面")};
+    QStringList texts;
+    int previousLeft = -1;
+    for (const QToolButton* tool : m_window.toolArea().findChildren<QToolButton*>()) {
+        texts << tool->text();
+        EXPECT_FALSE(tool->icon().isNull()) << tool->text().toStdString();
+        EXPECT_GT(tool->mapToGlobal(QPoint()).x(), previousLeft);
+        previousLeft = tool->mapToGlobal(QPoint()).x();
+    }
+    EXPECT_EQ(texts, expected);
+    const auto* caption = m_window.findChild<QLabel*>("toolGroupCaption");
+    ASSERT_NE(caption, nullptr);
+    EXPECT_EQ(caption->text(), QString::fromUtf8("巡检工具"));
+    EXPECT_TRUE(m_reader.messages.isEmpty());
+}
+
+TEST_F(MainWindowTest, ABadPluginIsOneMessageAndARunningWindow) {
+    m_window.loadPlugin("/nowhere/libMissing.so");
+    EXPECT_EQ(m_reader.messages.size(), 1);
+    EXPECT_TRUE(m_reader.messages.value(0).contains("/nowhere/libMissing.so"));
+    EXPECT_TRUE(m_window.isVisible());
+    EXPECT_TRUE(waitForPicture());
+}
+
+TEST_F(MainWindowTest, TheToolsAreGoneWithTheWindow) {
+    m_window.loadPlugin(TOOL_PLUGIN);
+    EXPECT_EQ(zeo::EngineContext::instance().commands().size(), 11U);
+    EXPECT_EQ(HandlerRegistry::instance().names().size(), 11U);
+    // The window of this test goes after the body; the next test starts with an empty engine.
+}
+
+TEST_F(MainWindowTest, StartsWithoutToolsOfAnEarlierWindow) {
+    EXPECT_TRUE(zeo::EngineContext::instance().commands().empty());
+    EXPECT_TRUE(HandlerRegistry::instance().names().empty());
+}
+
+TEST_F(MainWindowTest, NorthUpLooksStraightDownAtTheSamePlaceAndIsStableWhenRepeated) {
+    m_window.loadPlugin(TOOL_PLUGIN);
+    osgEarth::Util::EarthManipulator* manipulator = m_window.globe().getManipulator();
+    manipulator->setViewpoint(osgEarth::Viewpoint("", 109.0, 34.0, 300.0, 37.0, -35.0, 5000.0));
+    m_window.globe().requestRedraw();
+    ASSERT_TRUE(waitForPicture());
+    const osgEarth::Viewpoint before = manipulator->getViewpoint();
+
+    click("正北视图");
+    const osgEarth::Viewpoint after = manipulator->getViewpoint();
+    EXPECT_NEAR(after.getHeading(), 0.0, 0.01);
+    EXPECT_NEAR(after.getPitch(), -90.0, 0.11);
+    EXPECT_NEAR(after.getRange(), before.getRange(), 1.0);
+    EXPECT_NEAR(const_cast<osgEarth::Viewpoint&>(after).focalPoint()->x(),
+                const_cast<osgEarth::Viewpoint&>(before).focalPoint()->x(), 1e-6);
+    EXPECT_FALSE(button("正北视图")->isChecked());
+
+    click("正北视图");
+    EXPECT_NEAR(manipulator->getViewpoint().getHeading(), after.getHeading(), 1e-6);
+    EXPECT_NEAR(manipulator->getViewpoint().getPitch(), after.getPitch(), 1e-6);
+    EXPECT_NEAR(manipulator->getViewpoint().getRange(), after.getRange(), 1e-3);
+}
+
+TEST_F(MainWindowTest, OneToolIsActiveAtATimeAndASecondClickSwitchesItOff) {
+    m_window.loadPlugin(TOOL_PLUGIN);
+    const char* view = "查看\\编辑异常";
+    const char* region = "编辑特殊区域";
+    click(view);
+    EXPECT_TRUE(button(view)->isChecked());
+    EXPECT_EQ(m_window.findChild<QLabel*>("statusTip")->text(),
+              QString::fromUtf8("查看\\编辑当前显示区域的异常信息"));
+    click(region);
+    EXPECT_FALSE(button(view)->isChecked());
+    EXPECT_TRUE(button(region)->isChecked());
+    click(view);
+    EXPECT_TRUE(button(view)->isChecked());
+    EXPECT_FALSE(button(region)->isChecked());
+    click(view);
+    EXPECT_FALSE(button(view)->isChecked());
+    click(view);
+    EXPECT_TRUE(button(view)->isChecked());
+    EXPECT_TRUE(waitForPicture());
+}
+
+TEST_F(MainWindowTest, ComputesTheTickedStationsTwiceAndKeepsTheActiveTool) {
+    const SampleProject project;
+    ASSERT_FALSE(m_window.openProject(project.folder()).has_value());
+    m_window.loadPlugin(TOOL_PLUGIN);
+    auto* tree = m_window.findChild<QTreeWidget*>();
+    ASSERT_NE(tree, nullptr);
+    tree->topLevelItem(0)->setCheckState(0, Qt::Checked);
+    click("查看\\编辑异常");
+
+    QSignalSpy finished(&inspection::InspectionContext::instance(),
+                        &inspection::InspectionContext::computeFinished);
+    int overlays = 0;
+    for (int run = 1; run <= 2; ++run) {
+        click("计算异常");
+        EXPECT_FALSE(button("计算异常")->isChecked());
+        ASSERT_TRUE(QTest::qWaitFor([&] { return finished.size() == run; }, kLongMilliseconds));
+        EXPECT_TRUE(finished.last().at(0).toBool()) << finished.last().at(1).toString().toStdString();
+        EXPECT_GT(overlayCount(), 0);
+        if (run == 2)
+            EXPECT_EQ(overlayCount(), overlays);
+        overlays = overlayCount();
+    }
+    EXPECT_TRUE(button("查看\\编辑异常")->isChecked());
+}
+
+TEST_F(MainWindowTest, AProjectThatCannotBeOpenedIsOneLine) {
+    const std::optional<QString> problem = m_window.openProject("/nowhere/project");
+    ASSERT_TRUE(problem.has_value());
+    EXPECT_TRUE(problem->contains("/nowhere/project"));
+    EXPECT_FALSE(problem->contains('\n'));
+}
+
+} // namespace
