@@ -88,14 +88,15 @@ struct Request {
     std::optional<Box> window;
     /// A co-registration found earlier, used as it is instead of estimating one.
     std::optional<Coregistration> coregistration;
-    /// When not empty, dZ (new - old, metres, Float32, no-data NaN) is written here as a tiled, compressed GeoTIFF.
+    /// When not empty, dZ (new - old, metres, Float32, no-data NaN) is written here as a tiled, compressed
+    /// GeoTIFF.
     std::string dzRaster;
 };
 
 struct Result {
     std::vector<Anomaly> anomalies;
     Coregistration coregistration;
-    std::string srsWkt; ///< the old raster's reference system
+    std::string srsWkt;     ///< the old raster's reference system
     std::int64_t cells = 0; ///< cells compared
     double seconds = 0.0;
     int threads = 1;
@@ -110,11 +111,12 @@ struct Failure {
 /// Called from the calling thread with 0..1; returning false stops the work with a cancelled Failure.
 using Progress = std::function<bool(double)>;
 
-/// Finds the changes. Runs in the calling thread and in `parameters.threads` workers; memory grows with the width of
-/// a block row and the number of anomalies only. Nothing half-written is left behind on failure.
+/// Finds the changes. Runs in the calling thread and in `parameters.threads` workers; memory grows with the
+/// width of a block row and the number of anomalies only. Nothing half-written is left behind on failure.
 std::variant<Result, Failure> detectChanges(const Request& request, const Progress& progress = {});
 
 /// Estimates the co-registration over the whole overlap, without looking for changes.
-std::variant<Coregistration, Failure> estimateCoregistration(const Request& request, const Progress& progress = {});
+std::variant<Coregistration, Failure> estimateCoregistration(const Request& request,
+                                                             const Progress& progress = {});
 
 } // namespace detect

@@ -1,0 +1,44 @@
+#include "cli/DetectCommand.h"
+#include "cli/Options.h"
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+namespace {
+
+struct Command {
+    const char* name;
+    int (*run)(const std::vector<std::string>& arguments);
+    const char* synopsis;
+};
+
+constexpr Command commands[] = {
+    {"detect", cli::runDetect,
+     "--old OLD.tif --new NEW.tif --out RESULT.(gpkg|geojson|shp)   比较两期地表，输出变化"},
+};
+
+void printUsage(std::FILE* stream) {
+    std::fputs("用法：corridor 命令 …\n", stream);
+    for (const Command& command : commands)
+        std::fprintf(stream, "  corridor %s %s\n", command.name, command.synopsis);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const std::vector<std::string> arguments(argv + (argc > 1 ? 2 : argc), argv + argc);
+    const std::string name = argc > 1 ? argv[1] : "";
+    for (const Command& command : commands)
+        if (name == command.name)
+            return command.run(arguments);
+    if (name == "--help" || name == "help") {
+        printUsage(stdout);
+        return cli::statusDone;
+    }
+    if (name.empty())
+        printUsage(stderr);
+    else
+        std::fprintf(stderr, "corridor: 未知命令 %s\n", name.c_str());
+    return cli::statusWrongUse;
+}

@@ -1,0 +1,158 @@
+#include "detect/AnomalyBuilder.h"
+
+#include "detect/Classification.h"
+#include "detect/Outline.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+namespace detect {
+
+namespace {
+
+constexpr std::int32_t coreCells = 3;
+using RunIterator = std::vector<Run>::const_iterator;
+
+struct RowRuns {
+    std::int32_t row = -2;
+    RunIterator begin;
+    RunIterator end;
+};
+
+/// A stretch of coreCells columns that all three rows cover.
+bool shareCore(RowRuns a, RowRuns b, RowRuns c) {
+    while (a.begin != a.end && b.begin != b.end && c.begin != c.end) {
+        const std::int32_t begin = std::max({a.begin->begin, b.begin->begin, c.begin->begin});
+        const std::int32_t end = std::min({a.begin->end, b.begin->end, c.begin->end});
+        if (end - begin >= coreCells)
+            return true;
+        if (a.begin->end == end)
+            ++a.begin;
+        else if (b.begin->end == end)
+            ++b.begin;
+        else
+            ++c.begin;
+    }
+    return false;
+}
+
+bool reaches(const std::vector<Run>& runs, double threshold) {
+    return std::any_of(runs.begin(), runs.end(), [threshold](const Run& run) {
+        const float extreme = run.sign > 0 ? run.highest : -run.lowest;
+        return extreme >= static_cast<float>(threshold);
+    });
+}
+
+double signedArea(const Ring& ring) {
+    double twice = 0.0;
+    for (std::size_t i = 0, before = ring.size() - 1; i < ring.size(); before = i++)
+        twice += (ring[before].x - ring[0].x) * (ring[i].y - ring[0].y) -
+                 (ring[i].x - ring[0].x) * (ring[before].y - ring[0].y);
+    return twice / 2.0;
+}
+
+std::string numbered(std::size_t number) {
+    char name[32];
+    std::snprintf(name, sizeof name, "A%04zu", number);
+    return name;
+}
+
+} // namespace
+
+bool hasCore(const std::vector<Run>& runs) {
+    RowRuns above;
+    RowRuns middle;
+    for (auto begin = runs.begin(); begin != runs.end();) {
+        const auto end =
+            std::find_if(begin, runs.end(), [begin](const Run& run) { return run.row != begin->row; });
+        const RowRuns row{begin->row, begin, end};
+        if (above.row + 2 == row.row && middle.row + 1 == row.row && shareCore(above, middle, row))
+            return true;
+        above = middle;
+        middle = row;
+        begin = end;
+    }
+    return false;
+}
+
+void AnomalyBuilder::consider(const std::vector<Run>& runs) {
+    if (!reaches(runs, m_parameters.thresholdMetres) || !hasCore(runs))
+        return;
+    Anomaly anomaly = measure(runs);
+    if (anomaly.areaSquareMetres < m_parameters.minAreaSquareMetres)
+        return;
+    outline(runs, anomaly);
+    anomaly.suggested = suggestClass(anomaly);
+    m_found.push_back({runs.front().row, runs.front().begin, std::move(anomaly)});
+}
+
+/// Sums in row order, so that no rounding depends on how the runs were found.
+Anomaly AnomalyBuilder::measure(const std::vector<Run>& runs) const {
+    Anomaly anomaly;
+    anomaly.kind = runs.front().sign > 0 ? Kind::Fill : Kind::Cut;
+    float lowest = runs.front().lowest;
+    float highest = runs.front().highest;
+    double dzSum = 0.0;
+    double columnSum = 0.0;
+    double rowSum = 0.0;
+    for (const Run& run : runs) {
+        const double cellArea = m_grid.cellAreaSquareMetres(run.row);
+        anomaly.cells += run.cells();
+        anomaly.areaSquareMetres += cellArea * run.cells();
+        anomaly.fillCubicMetres += cellArea * run.raised;
+        anomaly.cutCubicMetres -= cellArea * run.sunk;
+        dzSum += run.raised + run.sunk;
+        columnSum += run.cells() * (run.begin + run.end) / 2.0;
+        rowSum += run.cells() * (run.row + 0.5);
+        lowest = std::min(lowest, run.lowest);
+        highest = std::max(highest, run.highest);
+    }
+    const auto cells = static_cast<double>(anomaly.cells);
+    anomaly.dzMeanMetres = dzSum / cells;
+    anomaly.dzMinMetres = static_cast<double>(lowest);
+    anomaly.dzMaxMetres = static_cast<double>(highest);
+    anomaly.centroid = m_grid.cellToMap()(columnSum / cells, rowSum / cells);
+    return anomaly;
+}
+
+void AnomalyBuilder::outline(const std::vector<Run>& runs, Anomaly& anomaly) const {
+    const Polygon polygon = traceOutline(runs);
+    anomaly.outline = toMap(polygon.outer);
+    for (const Ring& hole : polygon.holes)
+        anomaly.holes.push_back(toMap(hole));
+    if (signedArea(anomaly.outline) < 0.0) { // the grid is mirrored against the map
+        std::reverse(anomaly.outline.begin(), anomaly.outline.end());
+        for (Ring& hole : anomaly.holes)
+            std::reverse(hole.begin(), hole.end());
+    }
+    const Point first = anomaly.outline.front();
+    Box& box = anomaly.bounds = {first.x, first.y, first.x, first.y};
+    for (const Point& p : anomaly.outline)
+        box = {std::min(box.xMin, p.x), std::min(box.yMin, p.y), std::max(box.xMax, p.x),
+               std::max(box.yMax, p.y)};
+}
+
+Ring AnomalyBuilder::toMap(const Ring& cellCorners) const {
+    Ring ring;
+    ring.reserve(cellCorners.size());
+    for (const Point& corner : cellCorners)
+        ring.push_back(m_grid.cellToMap()(corner.x, corner.y));
+    return ring;
+}
+
+std::vector<Anomaly> AnomalyBuilder::takeAnomalies() {
+    std::sort(m_found.begin(), m_found.end(), [](const Found& a, const Found& b) {
+        return a.firstRow != b.firstRow ? a.firstRow < b.firstRow : a.firstColumn < b.firstColumn;
+    });
+    std::vector<Anomaly> anomalies;
+    anomalies.reserve(m_found.size());
+    for (Found& found : m_found) {
+        found.anomaly.name = numbered(anomalies.size() + 1);
+        anomalies.push_back(std::move(found.anomaly));
+    }
+    m_found.clear();
+    return anomalies;
+}
+
+} // namespace detect

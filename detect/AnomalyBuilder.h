@@ -1,0 +1,43 @@
+#pragma once
+
+#include "detect/Detection.h"
+#include "detect/Grid.h"
+#include "detect/Runs.h"
+
+#include <optional>
+
+namespace detect {
+
+/// Judges finished components and makes anomalies of those that pass.
+class AnomalyBuilder {
+public:
+    AnomalyBuilder(const Grid& grid, const Parameters& parameters) : m_grid(grid), m_parameters(parameters) {}
+
+    /// Runs of one component in row order. Nothing when it never reaches the threshold, is smaller than the
+    /// least area, or has no 3 x 3 block of cells (slivers along walls and edges are artefacts of
+    /// registration).
+    void consider(const std::vector<Run>& runs);
+
+    /// All anomalies in order of their first cell (row by row), named A0001 and on.
+    std::vector<Anomaly> takeAnomalies();
+
+private:
+    struct Found {
+        std::int32_t firstRow = 0;
+        std::int32_t firstColumn = 0;
+        Anomaly anomaly;
+    };
+
+    Anomaly measure(const std::vector<Run>& runs) const;
+    void outline(const std::vector<Run>& runs, Anomaly& anomaly) const;
+    Ring toMap(const Ring& cellCorners) const;
+
+    Grid m_grid;
+    Parameters m_parameters;
+    std::vector<Found> m_found;
+};
+
+/// True when the runs (row order) hold a full block of 3 x 3 cells.
+bool hasCore(const std::vector<Run>& runs);
+
+} // namespace detect

@@ -1,0 +1,124 @@
+#pragma once
+
+#include "detect/Detection.h"
+
+#include <algorithm>
+#include <condition_variable>
+#include <exception>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <thread>
+#include <variant>
+#include <vector>
+
+namespace detect {
+
+/// Lets `threads` workers make the products 0 .. count-1 and hands them over, in that order, in the calling
+/// thread. Workers never run more than a few products ahead, so memory stays bounded.
+///
+///     makeWorker()     -> std::variant<Worker, Failure>, called once in each worker thread
+///     worker(index)    -> std::variant<Product, Failure>, called in its thread
+///     consume(product) -> std::optional<Failure>, called in the calling thread
+///
+/// Returns the failure of the lowest index, or of `consume`; all workers have ended by then.
+template<class Product, class MakeWorker, class Consume>
+class OrderedWork {
+public:
+    OrderedWork(int count, int threads, const MakeWorker& makeWorker, const Consume& consume)
+        : m_count(count), m_threads(std::clamp(threads, 1, std::max(1, count))), m_makeWorker(makeWorker),
+          m_consume(consume) {}
+
+    std::optional<Failure> run() {
+        std::vector<std::thread> workers;
+        for (int i = 0; i < m_threads; ++i)
+            workers.emplace_back([this] { work(); });
+        std::optional<Failure> failure = handOver();
+        stop();
+        for (std::thread& worker : workers)
+            worker.join();
+        return failure;
+    }
+
+private:
+    using Outcome = std::variant<Product, Failure>;
+
+    std::optional<Failure> handOver() {
+        for (int index = 0; index < m_count; ++index) {
+            Outcome outcome = waitFor(index);
+            if (auto* failure = std::get_if<Failure>(&outcome))
+                return std::move(*failure);
+            if (auto failure = m_consume(std::get<Product>(std::move(outcome))))
+                return failure;
+        }
+        return std::nullopt;
+    }
+
+    Outcome waitFor(int index) {
+        std::unique_lock lock(m_mutex);
+        m_changed.wait(lock, [&] { return m_done.count(index) != 0; });
+        auto node = m_done.extract(index);
+        m_handedOver = index + 1;
+        m_changed.notify_all();
+        return std::move(node.mapped());
+    }
+
+    void work() {
+        try {
+            auto made = m_makeWorker();
+            for (std::optional<int> index = take(); index; index = take()) {
+                if (auto* failure = std::get_if<Failure>(&made))
+                    put(*index, *failure);
+                else
+                    put(*index, std::get<0>(made)(*index));
+            }
+        } catch (const std::exception& error) {
+            // Memory may run out; whoever waits for one of the remaining products must hear of it.
+            const Failure failure{std::string("计算失败：") + error.what(), false};
+            std::unique_lock lock(m_mutex);
+            for (int index = m_handedOver; index < m_count; ++index)
+                m_done.try_emplace(index, failure);
+            m_changed.notify_all();
+        }
+    }
+
+    std::optional<int> take() {
+        std::unique_lock lock(m_mutex);
+        m_changed.wait(
+            lock, [&] { return m_stopped || m_next >= m_count || m_next < m_handedOver + 2 * m_threads; });
+        if (m_stopped || m_next >= m_count)
+            return std::nullopt;
+        return m_next++;
+    }
+
+    void put(int index, Outcome outcome) {
+        std::unique_lock lock(m_mutex);
+        m_done.try_emplace(index, std::move(outcome));
+        m_changed.notify_all();
+    }
+
+    void stop() {
+        std::unique_lock lock(m_mutex);
+        m_stopped = true;
+        m_changed.notify_all();
+    }
+
+    const int m_count;
+    const int m_threads;
+    const MakeWorker& m_makeWorker;
+    const Consume& m_consume;
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    std::map<int, Outcome> m_done;
+    int m_next = 0;
+    int m_handedOver = 0;
+    bool m_stopped = false;
+};
+
+template<class Product, class MakeWorker, class Consume>
+std::optional<Failure> workInOrder(int count, int threads, const MakeWorker& makeWorker,
+                                   const Consume& consume) {
+    return OrderedWork<Product, MakeWorker, Consume>(count, threads, makeWorker, consume).run();
+}
+
+} // namespace detect

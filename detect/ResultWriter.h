@@ -1,0 +1,34 @@
+#pragma once
+
+#include "detect/Detection.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace detect {
+
+/// True for names that end in .gpkg, .geojson or .shp: what writeAnomalies can write.
+bool isResultPath(const std::string& path);
+
+/// Writes layer `anomalies` (polygons) with the fields name, kind, area_m2, volume_m3, fill_m3, cut_m3,
+/// dz_mean_m, dz_max_m, dz_min_m, cells, suggested, attribute. The format follows the ending of `path`:
+///   .gpkg     GeoPackage in the old raster's reference system
+///   .shp      ESRI Shapefile in the same, with .prj and .cpg (UTF-8); all field names fit its ten characters
+///             and stay as they are; the layer is called as the file, as shapefiles are
+///   .geojson  RFC 7946: WGS 84 longitude and latitude, counter-clockwise outer rings
+/// `attributes` are the inspector's classes in the order of the anomalies; missing ones stay empty.
+/// The files appear complete or not at all; earlier ones are replaced only then.
+std::optional<Failure> writeAnomalies(const std::vector<Anomaly>& anomalies, const std::string& srsWkt,
+                                      const std::string& path,
+                                      const std::vector<std::string>& attributes = {});
+
+/// Writes a summary of a run as JSON: anomalies, cells, seconds, threads, threshold_m and coregistration
+/// {method, dx_m, dy_m, dz_m, dx_cells, dy_cells, iterations, nmad_before_m, nmad_after_m}.
+std::optional<Failure> writeSummary(const Result& result, const Parameters& parameters,
+                                    const std::string& path);
+
+/// "none", "bias" or "full".
+const char* methodName(CoregistrationMethod method);
+
+} // namespace detect
