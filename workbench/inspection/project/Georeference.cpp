@@ -3,6 +3,7 @@
 #include "detect/GdalErrors.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace inspection {
@@ -30,6 +31,12 @@ QString definitionOf(const OGRSpatialReference& reference) {
     return definition;
 }
 
+bool sameReference(const OGRSpatialReference& a, const OGRSpatialReference& b) {
+    const std::array<const char*, 3> options{"IGNORE_DATA_AXIS_TO_SRS_AXIS_MAPPING=YES",
+                                             "CRITERION=EQUIVALENT", nullptr};
+    return a.IsSame(&b, options.data()) != 0;
+}
+
 OGRSpatialReference wgs84() {
     OGRSpatialReference reference;
     reference.SetWellKnownGeogCS("WGS84");
@@ -44,7 +51,7 @@ Transformation transformationBetween(const OGRSpatialReference& from, const OGRS
 
 std::optional<detect::Box> transformedBox(const detect::Box& box, const OGRSpatialReference& from,
                                           const OGRSpatialReference& to) {
-    if (from.IsSame(&to) != 0) {
+    if (sameReference(from, to)) {
         return box;
     }
     constexpr int kPointsPerEdge = 21;

@@ -21,6 +21,9 @@ INSPECTION_API std::optional<OGRSpatialReference> referenceOf(const QString& def
 /// "EPSG:4549" where the system has a code, otherwise WKT.
 INSPECTION_API QString definitionOf(const OGRSpatialReference& reference);
 
+/// True when coordinates need no transformation from one to the other.
+INSPECTION_API bool sameReference(const OGRSpatialReference& a, const OGRSpatialReference& b);
+
 /// WGS 84, longitude and latitude in degrees.
 INSPECTION_API OGRSpatialReference wgs84();
 

@@ -155,7 +155,8 @@ Status writeStations(const QString& file, const OGRSpatialReference& reference,
     const QString part = file + QStringLiteral(".part.gpkg");
     const detect::GdalErrors errors;
     QFile::remove(part);
-    if (!writeLayer(part, reference, boxes) || errors.any() || (QFile::remove(file), !QFile::rename(part, file))) {
+    if (!writeLayer(part, reference, boxes) || errors.any() ||
+        (QFile::remove(file), !QFile::rename(part, file))) {
         QFile::remove(part);
         return fileFailure(file, "cannot be written: " + QString::fromStdString(errors.first()), "无法写入");
     }
