@@ -50,7 +50,8 @@ QTextStream& standardOutput() {
 
 } // namespace
 
-HeadlessRun::HeadlessRun(MainWindow& window, const QString& folder) : m_window(window), m_folder(folder) {
+HeadlessRun::HeadlessRun(MainWindow& window, const QString& folder, const QElapsedTimer& sinceStart)
+    : m_window(window), m_folder(folder), m_sinceStart(sinceStart) {
     connect(&m_messageWatch, &QTimer::timeout, this, &HeadlessRun::dismissMessages);
     m_messageWatch.start(50);
 }
@@ -73,7 +74,10 @@ int HeadlessRun::run() {
 }
 
 bool HeadlessRun::showCorridor() {
-    return waitUntil([this] { return m_window.globe().isPictureComplete(); }, "the first complete picture");
+    if (!waitUntil([this] { return m_window.globe().isPictureComplete(); }, "the first complete picture"))
+        return false;
+    m_seconds["start_to_first_picture"] = static_cast<double>(m_sinceStart.elapsed()) / 1000.0;
+    return true;
 }
 
 bool HeadlessRun::tickStations() {

@@ -20,7 +20,8 @@ class HeadlessRun : public QObject {
     Q_OBJECT
 
 public:
-    HeadlessRun(MainWindow& window, const QString& folder);
+    /// `sinceStart` has run since the program started.
+    HeadlessRun(MainWindow& window, const QString& folder, const QElapsedTimer& sinceStart);
 
     /// Returns the exit status: 0 when every step worked, 1 otherwise. Prints a summary on standard output and the
     /// cause of a failure, one line, on standard error.
@@ -48,6 +49,7 @@ private:
 
     MainWindow& m_window;
     QString m_folder;
+    QElapsedTimer m_sinceStart;
     QTimer m_messageWatch;
     QStringList m_messages; ///< what message boxes said, for the cause of a failure
     QString m_failure;

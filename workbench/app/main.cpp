@@ -11,6 +11,7 @@
 
 #include <QApplication>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFileInfo>
 #include <QStandardPaths>
 #include <QTextStream>
@@ -59,16 +60,17 @@ std::optional<QString> openWhatWasAskedFor(MainWindow& window, const Options& op
     return window.openProject(folder);
 }
 
-int runHeadless(MainWindow& window, const Options& options, const std::optional<QString>& problem) {
+int runHeadless(MainWindow& window, const Options& options, const std::optional<QString>& problem,
+                const QElapsedTimer& sinceStart) {
     if (problem) {
         QTextStream(stderr) << *problem << '\n';
         return 1;
     }
     inspection::InspectionContext::instance().setOutputFolder(options.headlessFolder);
-    return HeadlessRun(window, options.headlessFolder).run();
+    return HeadlessRun(window, options.headlessFolder, sinceStart).run();
 }
 
-int runWorkbench(const Options& options) {
+int runWorkbench(const Options& options, const QElapsedTimer& sinceStart) {
     const bool headless = !options.headlessFolder.isEmpty();
     if (headless && !QDir().mkpath(options.headlessFolder)) {
         QTextStream(stderr) << options.headlessFolder << ": cannot be made\n";
@@ -87,7 +89,7 @@ int runWorkbench(const Options& options) {
                                            myMessageBox::Ok);
         window.loadPlugin(plugin);
         if (headless) {
-            status = runHeadless(window, options, problem);
+            status = runHeadless(window, options, problem, sinceStart);
             QCoreApplication::exit(status);
         }
     });
@@ -97,6 +99,8 @@ int runWorkbench(const Options& options) {
 } // namespace
 
 int main(int argc, char** argv) {
+    QElapsedTimer sinceStart;
+    sinceStart.start();
     GlobeWidget::installSurfaceFormat();
     QApplication application(argc, argv);
     QCoreApplication::setApplicationName("corridor");
@@ -110,5 +114,5 @@ int main(int argc, char** argv) {
     makePathsAbsolute(options);
     enterWorkingDirectory();
     applyTheme(application);
-    return runWorkbench(options);
+    return runWorkbench(options, sinceStart);
 }
