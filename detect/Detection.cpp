@@ -217,7 +217,8 @@ private:
         if (auto failure = workInOrder<Block>(blocks.count(), m_threads, makeWorker, take))
             return failure;
         if (m_result.cells == 0)
-            return failureOf(m_layout.newPath, "与旧期 " + m_layout.oldPath + " 没有同时有效的像元");
+            return nothingInWindow(
+                failureOf(m_layout.newPath, "与旧期 " + m_layout.oldPath + " 没有同时有效的像元"));
         labeller.finish();
         m_result.anomalies = builder.takeAnomalies();
         return std::nullopt;

@@ -102,10 +102,12 @@ struct Result {
     int threads = 1;
 };
 
-/// One line that names the file and the cause. `cancelled` tells the user's stop from a failure.
+/// One line that names the file and the cause. `cancelled` tells the user's stop from a failure,
+/// `nothingInWindow` a window of the pair without a cell that is valid in both rasters.
 struct Failure {
     std::string message;
     bool cancelled = false;
+    bool nothingInWindow = false;
 };
 
 /// Called from the calling thread with 0..1; returning false stops the work with a cancelled Failure.

@@ -38,4 +38,9 @@ Failure failureOf(const std::string& file, const std::string& cause, const std::
     return failure;
 }
 
+Failure nothingInWindow(Failure failure) {
+    failure.nothingInWindow = true;
+    return failure;
+}
+
 } // namespace detect

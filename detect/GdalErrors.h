@@ -29,4 +29,7 @@ private:
 /// A Failure of one line: the file, the cause, and GDAL's own words in brackets when there are any.
 Failure failureOf(const std::string& file, const std::string& cause, const std::string& gdalWords = {});
 
+/// The same failure, marked as one of the window only.
+Failure nothingInWindow(Failure failure);
+
 } // namespace detect

@@ -49,7 +49,8 @@ std::variant<PairLayout, Failure> layOutPair(const Request& request) {
     if (request.window)
         layout.overlap = intersect(layout.overlap, cellsInside(*request.window, layout.oldGrid));
     if (layout.overlap.empty())
-        return failureOf(request.newRaster, "与旧期 " + request.oldRaster + " 在所选范围内没有重叠区域");
+        return nothingInWindow(
+            failureOf(request.newRaster, "与旧期 " + request.oldRaster + " 在所选范围内没有重叠区域"));
     return layout;
 }
 
