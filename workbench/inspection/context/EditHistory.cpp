@@ -1,0 +1,4 @@
+#include "host/inspection/EditHistory.h"
+
+EditCommand::~EditCommand() = default;
+EditHistory::~EditHistory() = default;

@@ -1,0 +1,163 @@
+#include "workbench/inspection/context/InspectionContext.h"
+
+#include "workbench/inspection/context/ProgressWidget.h"
+#include "workbench/inspection/context/Session.h"
+#include "workbench/inspection/windows/AnomalyOverlays.h"
+#include "workbench/inspection/windows/AnomalyTableWindow.h"
+#include "workbench/inspection/windows/GlobeNavigation.h"
+#include "workbench/inspection/windows/ImageWindow.h"
+#include "workbench/inspection/windows/ParameterDialog.h"
+#include "workbench/inspection/windows/SpecialObjectNodes.h"
+#include "workbench/inspection/windows/StationTreeWindow.h"
+#include "workbench/inspection/windows/StationWork.h"
+
+#include <algorithm>
+#include <utility>
+
+using inspection::AnomalyOverlays;
+using inspection::AnomalyTableWindow;
+using inspection::ImageWindow;
+using inspection::ParameterDialog;
+using inspection::ProgressWidget;
+using inspection::Session;
+using inspection::SpecialObjectNodes;
+using inspection::StationTreeWindow;
+using inspection::StationWork;
+
+IORVAContext* IORVAContext::Instance() {
+    return &InspectionContext::instance();
+}
+
+InspectionContext& InspectionContext::instance() {
+    static InspectionContext context;
+    return context;
+}
+
+InspectionContext::InspectionContext() = default;
+InspectionContext::~InspectionContext() = default;
+
+void InspectionContext::initialise(QWidget* mainWindow) {
+    shutdown();
+    m_session = std::make_unique<Session>(mainWindow);
+    m_overlays = std::make_unique<AnomalyOverlays>();
+    m_objectNodes = std::make_unique<SpecialObjectNodes>(m_scene);
+    m_stations = new StationTreeWindow(*m_session, *m_overlays, *m_objectNodes, mainWindow);
+    m_anomalies = new AnomalyTableWindow(*m_session, *m_overlays, mainWindow);
+    m_images = new ImageWindow(*m_session, mainWindow);
+    m_parameters = new ParameterDialog(*m_session, mainWindow);
+    m_progress = new ProgressWidget(m_session->jobs(), mainWindow);
+    connectWindows();
+}
+
+void InspectionContext::connectWindows() {
+    connect(m_session.get(), &Session::opened, m_stations, &StationTreeWindow::load);
+    connect(m_session.get(), &Session::opened, this, &InspectionContext::projectOpened);
+    connect(m_session.get(), &Session::closing, this, &InspectionContext::projectClosing);
+    connect(m_session.get(), &Session::closing, m_stations, &StationTreeWindow::clear);
+    connect(m_session.get(), &Session::closing, m_images, &ImageWindow::clear);
+    connect(m_session.get(), &Session::parametersChanged, m_stations, &StationTreeWindow::refreshOverlays);
+
+    connect(m_stations, &StationTreeWindow::currentStationChanged, m_anomalies,
+            &AnomalyTableWindow::showStation);
+    connect(m_anomalies, &AnomalyTableWindow::anomaliesChanged, m_stations,
+            &StationTreeWindow::refreshStation);
+    connect(m_anomalies, &AnomalyTableWindow::anomalyActivated, this, &InspectionContext::showAnomaly);
+
+    StationWork& work = m_stations->work();
+    connect(&work, &StationWork::computeFinished, m_progress, &ProgressWidget::showResult);
+    connect(&work, &StationWork::computeFinished, this, &InspectionContext::computeFinished);
+    connect(&work, &StationWork::outputFinished, this, &InspectionContext::outputFinished);
+}
+
+void InspectionContext::shutdown() {
+    if (!m_session) {
+        return;
+    }
+    closeProject();
+    delete m_stations;
+    delete m_anomalies;
+    delete m_images;
+    delete m_parameters;
+    delete m_progress;
+    m_objectNodes.reset();
+    m_overlays.reset();
+    m_session.reset();
+}
+
+void InspectionContext::showAnomaly(const SdiffData& anomaly) {
+    constexpr double kRangeOfExtent = 4.0;
+    constexpr double kLeastRangeMetres = 40.0;
+    const double extent = std::max(anomaly.xMax - anomaly.xMin, anomaly.yMax - anomaly.yMin);
+    inspection::flyTo(anomaly.lonDegrees, anomaly.latDegrees,
+                      std::max(extent * kRangeOfExtent, kLeastRangeMetres));
+    m_images->CreatZoomItem(m_anomalies->GetCurrentItem(), anomaly);
+}
+
+std::optional<QString> InspectionContext::openProject(const QString& folder) {
+    if (!m_session) {
+        return tr("巡检数据库尚未初始化");
+    }
+    if (const inspection::Status failure = m_session->open(folder)) {
+        return failure->userMessage;
+    }
+    return std::nullopt;
+}
+
+void InspectionContext::closeProject() {
+    if (m_session) {
+        m_session->close();
+    }
+}
+
+const inspection::Project* InspectionContext::project() const {
+    return m_session ? m_session->project() : nullptr;
+}
+
+bool InspectionContext::isWorking() const {
+    return m_session && m_session->jobs().isRunning();
+}
+
+void InspectionContext::setOutputFolder(const QString& folder) {
+    if (m_session) {
+        m_session->setOutputFolder(folder);
+    }
+}
+
+void InspectionContext::setMapPictureSource(std::function<QImage()> source) {
+    if (m_session) {
+        m_session->setMapPictureSource(std::move(source));
+    }
+}
+
+QWidget* InspectionContext::progressWidget() {
+    return m_progress;
+}
+
+StationWindow* InspectionContext::GetStationWindow() {
+    return m_stations;
+}
+
+AVWindow* InspectionContext::GetAVWindow() {
+    return m_anomalies;
+}
+
+KVImageWindow* InspectionContext::GetKVImageWindow() {
+    return m_images;
+}
+
+QWidget* InspectionContext::GetMainWindow() {
+    return m_session ? m_session->mainWindow() : nullptr;
+}
+
+DataSet* InspectionContext::GetDataSet(int index) {
+    switch (index) {
+    case PipelineDataSet::kIndex:
+        return m_session ? m_session->database() : nullptr;
+    case ParaSet::kIndex:
+        return m_parameters;
+    case OsgDataSet::kIndex:
+        return &m_scene;
+    default:
+        return nullptr;
+    }
+}

@@ -1,0 +1,99 @@
+#pragma once
+
+#include "host/inspection/DataSet.h"
+#include "host/inspection/IORVAContext.h"
+#include "host/inspection/Station.h"
+#include "workbench/inspection/context/SceneDataSet.h"
+#include "workbench/inspection/project/Project.h"
+
+#include <QImage>
+#include <QObject>
+#include <QPointer>
+#include <QString>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+class KVImageWindow;
+class ParaSet;
+class QWidget;
+
+namespace inspection {
+class AnomalyOverlays;
+class AnomalyTableWindow;
+class ImageWindow;
+class ParameterDialog;
+class ProgressWidget;
+class Session;
+class SpecialObjectNodes;
+class StationTreeWindow;
+} // namespace inspection
+
+/// The inspection data library as the host starts it, feeds it and ends it. GUI thread, which also runs the
+/// frames.
+class INSPECTION_API InspectionContext : public QObject, public IORVAContext, public DataSetManager {
+    Q_OBJECT
+
+public:
+    static InspectionContext& instance();
+
+    /// Makes the windows and data sets. Before plug-ins are loaded, and once until shutdown. The windows
+    /// belong to `mainWindow`, which puts them where it wants.
+    void initialise(QWidget* mainWindow);
+    /// Closes the project: running work is cancelled and waited for; then takes the windows away. Before the
+    /// globe goes.
+    void shutdown();
+
+    /// Opens a project in place of the open one. One Chinese line when it cannot be opened; no project is
+    /// open then.
+    std::optional<QString> openProject(const QString& folder);
+    void closeProject();
+    /// Null while no project is open.
+    const inspection::Project* project() const;
+    /// True while anomalies are being computed or an output is being written.
+    bool isWorking() const;
+
+    /// From then on report and shape output are written without asking, to `folder`/report.pdf and
+    /// `folder`/shape. An empty folder asks again.
+    void setOutputFolder(const QString& folder);
+    /// Gives what the globe shows, for the report.
+    void setMapPictureSource(std::function<QImage()> source);
+    /// Text, bar and cancel button of the running work; hidden while nothing runs. For the status bar.
+    QWidget* progressWidget();
+
+    StationWindow* GetStationWindow() override;
+    AVWindow* GetAVWindow() override;
+    KVImageWindow* GetKVImageWindow() override;
+    DataSetManager* GetDataSetManager() override { return this; }
+    /// Edits are not recorded.
+    EditHistory* GetEditHistory() override { return nullptr; }
+    QWidget* GetMainWindow() override;
+
+    DataSet* GetDataSet(int index) override;
+
+signals:
+    void projectOpened();
+    void projectClosing();
+    /// Ends every computation that was started. `message` is one Chinese line.
+    void computeFinished(bool ok, const QString& message);
+    /// Ends every output that was started. `kind` is "report" or "shape".
+    void outputFinished(const QString& kind, bool ok, const QString& path);
+
+private:
+    InspectionContext();
+    ~InspectionContext() override;
+
+    void connectWindows();
+    void showAnomaly(const SdiffData& anomaly);
+
+    std::unique_ptr<inspection::Session> m_session;
+    std::unique_ptr<inspection::AnomalyOverlays> m_overlays;
+    inspection::SceneDataSet m_scene;
+    std::unique_ptr<inspection::SpecialObjectNodes> m_objectNodes;
+    QPointer<inspection::StationTreeWindow> m_stations;
+    QPointer<inspection::AnomalyTableWindow> m_anomalies;
+    QPointer<inspection::ImageWindow> m_images;
+    QPointer<inspection::ParameterDialog> m_parameters;
+    QPointer<inspection::ProgressWidget> m_progress;
+};

@@ -1,0 +1,62 @@
+#include "workbench/inspection/context/SceneDataSet.h"
+
+namespace inspection {
+
+namespace {
+
+template<typename Map, typename Record>
+void enter(Map& map, osg::Group* group, const Record& record) {
+    if (group != nullptr) {
+        map[group] = record;
+    }
+}
+
+template<typename Map, typename Record>
+void update(Map& map, osg::Group* group, const Record& record) {
+    const auto entry = map.find(group);
+    if (entry != map.end()) {
+        entry->second = record;
+    }
+}
+
+} // namespace
+
+void SceneDataSet::addPipePoints(osg::Group* group, const Special_Point& point) {
+    enter(m_points, group, point);
+}
+
+void SceneDataSet::addPipeAreas(osg::Group* group, const Special_Area& area) {
+    enter(m_areas, group, area);
+}
+
+void SceneDataSet::addPipePolygons(osg::Group* group, const Special_Polygon& polygon) {
+    enter(m_polygons, group, polygon);
+}
+
+void SceneDataSet::UpdataPipePoint(osg::Group* group, const Special_Point& point) {
+    update(m_points, group, point);
+}
+
+void SceneDataSet::UpdataPipeArea(osg::Group* group, const Special_Area& area) {
+    update(m_areas, group, area);
+}
+
+void SceneDataSet::UpdataPipePolygon(osg::Group* group, const Special_Polygon& polygon) {
+    update(m_polygons, group, polygon);
+}
+
+void SceneDataSet::removePipeAreas(osg::Group* group) {
+    m_areas.erase(group);
+}
+
+void SceneDataSet::removePipePolygons(osg::Group* group) {
+    m_polygons.erase(group);
+}
+
+void SceneDataSet::clear() {
+    m_points.clear();
+    m_areas.clear();
+    m_polygons.clear();
+}
+
+} // namespace inspection

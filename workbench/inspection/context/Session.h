@@ -1,0 +1,72 @@
+#pragma once
+
+#include "workbench/inspection/context/JobRunner.h"
+#include "workbench/inspection/database/PipelineDatabase.h"
+#include "workbench/inspection/project/Project.h"
+
+#include <QImage>
+#include <QObject>
+#include <QPointer>
+#include <QString>
+#include <QWidget>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace inspection {
+
+/// What the inspection windows share: the open project with its database, the long work that is going on, and
+/// the way to the user. GUI thread.
+class Session : public QObject {
+    Q_OBJECT
+
+public:
+    explicit Session(QWidget* mainWindow);
+    ~Session() override;
+
+    /// Replaces the open project. On failure there is none afterwards, and the answer says why.
+    Status open(const QString& folder);
+    /// Running work is cancelled first.
+    void close();
+
+    /// Null while no project is open.
+    const Project* project() const { return m_project ? &*m_project : nullptr; }
+    PipelineDatabase* database() const { return m_database.get(); }
+    /// Null while no project is open.
+    mysqlhelper::KV_MySQL* connection() const;
+    /// The project's parameters, or the defaults while no project is open.
+    ProjectParameters parameters() const;
+    /// Stores them in the project and announces them.
+    Status setParameters(const ProjectParameters& parameters);
+
+    JobRunner& jobs() { return m_jobs; }
+    QWidget* mainWindow() const { return m_mainWindow; }
+
+    /// Where outputs go without asking; empty means that the user is asked.
+    void setOutputFolder(const QString& folder) { m_outputFolder = folder; }
+    const QString& outputFolder() const { return m_outputFolder; }
+    /// Gives what the globe shows, for the report.
+    void setMapPictureSource(std::function<QImage()> source) { m_mapPicture = std::move(source); }
+    QImage mapPicture() const { return m_mapPicture ? m_mapPicture() : QImage(); }
+
+    /// One message box titled "提示"; waits for the user.
+    void warn(const QString& text) const;
+    void inform(const QString& text) const;
+
+signals:
+    void opened();
+    /// The project is about to go; its database still answers.
+    void closing();
+    void parametersChanged();
+
+private:
+    QPointer<QWidget> m_mainWindow;
+    std::optional<Project> m_project;
+    std::unique_ptr<PipelineDatabase> m_database;
+    QString m_outputFolder;
+    std::function<QImage()> m_mapPicture;
+    JobRunner m_jobs;
+};
+
+} // namespace inspection

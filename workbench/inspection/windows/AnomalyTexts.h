@@ -1,0 +1,22 @@
+#pragma once
+
+#include "host/inspection/Station.h"
+
+#include <QString>
+
+namespace inspection {
+
+/// How an anomaly's figures are written in the windows.
+
+/// "填方" or "挖方".
+QString kindText(const SdiffData& anomaly);
+/// A non-negative figure with about three significant digits, with the digits grouped.
+QString figureText(double value);
+/// An elevation difference in metres, always with its sign: "+1.25", "−0.80".
+QString differenceText(double metres);
+/// "112.345678° E, 34.567890° N".
+QString positionText(double lonDegrees, double latDegrees);
+/// The difference with the larger magnitude, with its sign.
+double largestDifferenceMetres(const SdiffData& anomaly);
+
+} // namespace inspection

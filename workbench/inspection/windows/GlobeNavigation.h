@@ -1,0 +1,9 @@
+#pragma once
+
+namespace inspection {
+
+/// Flies the globe's view to a place, seen obliquely from the south. Does nothing without a globe. GUI
+/// thread.
+void flyTo(double lonDegrees, double latDegrees, double rangeMetres);
+
+} // namespace inspection

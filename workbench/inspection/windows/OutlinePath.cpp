@@ -1,0 +1,23 @@
+#include "workbench/inspection/windows/OutlinePath.h"
+
+#include "workbench/inspection/database/Outline.h"
+
+namespace inspection {
+
+QPainterPath outlinePath(const std::string& wkt) {
+    QPainterPath path;
+    path.setFillRule(Qt::OddEvenFill);
+    for (const auto& ring : outlineRings(wkt)) {
+        if (ring.size() < 3) {
+            continue;
+        }
+        path.moveTo(ring.front().x(), ring.front().y());
+        for (std::size_t i = 1; i < ring.size(); ++i) {
+            path.lineTo(ring[i].x(), ring[i].y());
+        }
+        path.closeSubpath();
+    }
+    return path;
+}
+
+} // namespace inspection

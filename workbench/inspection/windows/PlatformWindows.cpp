@@ -1,0 +1,25 @@
+// What the windows' platform interfaces themselves do.
+#include "host/inspection/AVWindow.h"
+#include "host/inspection/KVImageWindow.h"
+#include "host/inspection/ParaSet.h"
+#include "host/inspection/StationWindow.h"
+
+AVWindow::AVWindow(QWidget* parent) : QWidget(parent) {}
+AVWindow::~AVWindow() = default;
+
+void AVWindow::sent_msg_undo(QString text) {
+    emit msg_undo(text);
+}
+
+void AVWindow::sent_msg_redo(QString text) {
+    emit msg_redo(text);
+}
+
+KVImageWindow::KVImageWindow(QWidget* parent) : QWidget(parent) {}
+KVImageWindow::~KVImageWindow() = default;
+
+StationWindow::StationWindow(QWidget* parent) : QWidget(parent) {}
+StationWindow::~StationWindow() = default;
+
+ParaSet::ParaSet(QWidget* parent) : BaseDialog(parent) {}
+ParaSet::~ParaSet() = default;

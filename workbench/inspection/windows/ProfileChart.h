@@ -1,0 +1,55 @@
+#pragma once
+
+#include <QColor>
+#include <QWidget>
+
+#include <optional>
+#include <vector>
+
+namespace inspection {
+
+/// Elevations of two epochs along a line; both have one value for each step, NaN where nothing is known.
+struct ElevationProfile {
+    double lengthMetres = 0.0;
+    std::vector<double> oldMetres;
+    std::vector<double> newMetres;
+};
+
+/// Draws an elevation profile of both epochs, the space between them coloured by sign, and the values under
+/// the pointer. GUI thread.
+class ProfileChart : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit ProfileChart(QWidget* parent = nullptr);
+
+    /// A profile without values shows `reason` instead.
+    void setProfile(const ElevationProfile& profile, const QString& reason = {});
+    void setColours(const QColor& fill, const QColor& cut);
+
+    QSize sizeHint() const override { return {320, 160}; }
+    QSize minimumSizeHint() const override { return {120, 80}; }
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void leaveEvent(QEvent* event) override;
+
+private:
+    struct Axes;
+    std::optional<Axes> axes() const;
+    void paintGrid(QPainter& painter, const Axes& axes) const;
+    void paintBetween(QPainter& painter, const Axes& axes) const;
+    void paintEpoch(QPainter& painter, const Axes& axes, const std::vector<double>& metres,
+                    const QColor& colour, Qt::PenStyle style) const;
+    void paintKey(QPainter& painter, const Axes& axes) const;
+    void paintReading(QPainter& painter, const Axes& axes) const;
+
+    ElevationProfile m_profile;
+    QString m_reason;
+    QColor m_fill;
+    QColor m_cut;
+    std::optional<int> m_pointerX;
+};
+
+} // namespace inspection

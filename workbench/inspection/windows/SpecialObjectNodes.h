@@ -1,0 +1,35 @@
+#pragma once
+
+#include "host/inspection/Records.h"
+
+#include <osg/Group>
+#include <osg/ref_ptr>
+
+#include <string>
+#include <vector>
+
+namespace inspection {
+
+class SceneDataSet;
+
+/// Puts stored special objects on the globe and enters them in the scene data set. A point is a group
+/// "ROIPoint" with one place node; areas and polygons are groups "ROIArea" and "ROIPolygon" with a feature
+/// node and a label. Every group is registered in the object index. Without a globe nothing happens. GUI
+/// thread, which also runs the frames.
+class SpecialObjectNodes {
+public:
+    explicit SpecialObjectNodes(SceneDataSet& scene) : m_scene(scene) {}
+
+    void add(const Special_Point& point);
+    void add(const Special_Area& area);
+    void add(const Special_Polygon& polygon);
+    /// Shows or hides the groups of that name (GBK), also those that a tool has drawn.
+    void setVisible(const std::string& name, bool visible);
+    /// Takes every special object off the globe and out of the scene data set.
+    void clear();
+
+private:
+    SceneDataSet& m_scene;
+};
+
+} // namespace inspection

@@ -1,0 +1,90 @@
+#pragma once
+
+#include "host/inspection/StationWindow.h"
+#include "workbench/inspection/windows/SpecialObjectStore.h"
+
+#include <map>
+#include <memory>
+#include <vector>
+
+class QTreeWidgetItem;
+
+namespace inspection {
+
+class AnomalyOverlays;
+class Session;
+class SpecialObjectNodes;
+class StationTree;
+class StationWork;
+
+/// The tree of stations and special objects of the open project. A checked station is shown on the globe and
+/// taken for work. GUI thread.
+class StationTreeWindow : public StationWindow {
+    Q_OBJECT
+
+public:
+    /// All three must outlive the window.
+    StationTreeWindow(Session& session, AnomalyOverlays& overlays, SpecialObjectNodes& objectNodes,
+                      QWidget* parent = nullptr);
+    ~StationTreeWindow() override;
+
+    void PickCurrentShowItemsDiff() override;
+    void OutPutReport() override;
+    void OutPutShap() override;
+
+    std::vector<KV_StationItem*> GetSelectedStationItem() override;
+    bool IsDiffChecked(const KV_StationItem* item) const override;
+    bool SetcurrentdiffSelected(KV_StationItem* item) override;
+
+    bool isReiterated_node(const QString& name) const override;
+    bool AddPointNode(const Special_Point& point) override;
+    bool AddAreaNode(const Special_Polygon& area) override;
+    bool DeleteNode(const QString& name, int type) override;
+    bool UpdataNode(const Special_Polygon& polygon, const std::string& oldName) override;
+    bool UpdataNode(const Special_Area& area, const std::string& oldName) override;
+    bool UpdataNode(const Special_Point& point, const std::string& oldName) override;
+
+    StationWork& work() { return *m_work; }
+
+public slots:
+    /// Fills the tree from the project's database.
+    void load();
+    void clear();
+    /// Reads a station's anomalies again after they were edited elsewhere.
+    void refreshStation(quint32 stationId);
+    /// Shows the anomalies of the checked stations anew, as after a change of colours.
+    void refreshOverlays();
+
+signals:
+    /// The user looks at another station, or its anomalies are new. Null when the tree was emptied.
+    void currentStationChanged(KV_StationItem* item);
+
+private slots:
+    void ChangeStationStates(QTreeWidgetItem* item, int column);
+    void changeCurrent(QTreeWidgetItem* item);
+    void flyToItem(QTreeWidgetItem* item);
+    void takeResults(const std::vector<std::uint32_t>& stationIds);
+
+private:
+    void build();
+    void connectTree();
+    void loadStations();
+    void loadObjects();
+    KV_StationItem* item(std::uint32_t stationId) const;
+    void showCount(const KV_StationItem& station);
+    void showOverlays(const KV_StationItem& station);
+    void enterObject(const KV_BasicNode& record, std::uint32_t id);
+    bool addObject(const KV_BasicNode& record);
+    bool updateObject(const KV_BasicNode& record, const std::string& oldName);
+
+    Session& m_session;
+    AnomalyOverlays& m_overlays;
+    SpecialObjectNodes& m_objectNodes;
+    SpecialObjectStore m_store;
+    StationWork* m_work;
+    StationTree* m_tree;
+    std::vector<std::unique_ptr<KV_StationItem>> m_items;
+    std::map<QString, QTreeWidgetItem*> m_objects; ///< special objects by name
+};
+
+} // namespace inspection
