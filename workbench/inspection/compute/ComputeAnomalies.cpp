@@ -71,8 +71,11 @@ Status Computation::chooseStations(KV_MySQL& database) {
         m_chosen = m_all;
     }
     for (const std::uint32_t id : m_request.stationIds) {
-        const auto found = std::find_if(m_all.begin(), m_all.end(),
-                                        [id](const KV_Station& station) { return station.m_id == id; });
+        const auto same = [id](const KV_Station& station) { return station.m_id == id; };
+        if (std::any_of(m_chosen.begin(), m_chosen.end(), same)) {
+            continue;
+        }
+        const auto found = std::find_if(m_all.begin(), m_all.end(), same);
         if (found == m_all.end()) {
             return fileFailure(m_request.project.folder, QStringLiteral("has no station %1").arg(id),
                                QStringLiteral("没有编号为 %1 的站点").arg(id));

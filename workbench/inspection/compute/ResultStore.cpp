@@ -78,7 +78,9 @@ void ResultStore::storeStation(KV_MySQL& database, StationChanges& changes,
     result.computedAt = m_computedAt;
     result.oldDate = m_project.oldEpoch().date;
     result.newDate = m_project.newEpoch().date;
-    result.dzRaster = QDir(m_project.folder).relativeFilePath(changes.dzRaster);
+    if (!changes.dzRaster.isEmpty()) {
+        result.dzRaster = QDir(m_project.folder).relativeFilePath(changes.dzRaster);
+    }
     result.thresholdMetres = m_project.parameters.thresholdMetres;
     result.minAreaSquareMetres = m_project.parameters.minAreaSquareMetres;
     result.coregistration = coregistrationName(coregistration.method);

@@ -187,8 +187,13 @@ Result<StationChanges> StationDetection::find(const KV_Station& station,
     const QString unwarped = dzRaster + QStringLiteral(".unwarped.tif");
     request.dzRaster = (m_toStation ? unwarped : dzRaster).toStdString();
 
+    StationChanges changes;
+    changes.stationId = station.m_id;
     const auto outcome = detect::detectChanges(request, progress);
     if (const auto* failure = std::get_if<detect::Failure>(&outcome)) {
+        if (failure->nothingInWindow) {
+            return changes;
+        }
         const QString message = QString::fromStdString(failure->message);
         const QString name = fromGbk(station.m_name);
         return Failure{QStringLiteral("station %1: %2").arg(name, message),
@@ -202,8 +207,6 @@ Result<StationChanges> StationDetection::find(const KV_Station& station,
         }
     }
     const auto& result = std::get<detect::Result>(outcome);
-    StationChanges changes;
-    changes.stationId = station.m_id;
     changes.dzRaster = dzRaster;
     changes.cells = result.cells;
     changes.seconds = result.seconds;

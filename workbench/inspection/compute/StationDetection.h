@@ -18,7 +18,7 @@ namespace inspection {
 struct StationChanges {
     std::uint32_t stationId = 0;
     std::vector<SdiffData> anomalies; ///< in the station's reference system, named, without ids
-    QString dzRaster;                 ///< absolute path
+    QString dzRaster;                 ///< absolute path, empty when there was nothing to compare
     std::int64_t cells = 0;
     double seconds = 0.0;
 };
@@ -33,7 +33,8 @@ public:
                                             std::vector<KV_Station> stations);
 
     /// Searches the station and a margin around it. Writes the differences, in the station's reference
-    /// system, to `dzRaster`; nothing is left there on failure.
+    /// system, to `dzRaster`; nothing is left there on failure. A station where the pair has no common cell
+    /// has no changes.
     Result<StationChanges> find(const KV_Station& station, const detect::Coregistration& coregistration,
                                 int threads, const QString& dzRaster, const detect::Progress& progress) const;
 

@@ -106,7 +106,7 @@ bool KV_StationItem::readdiffvz() {
     try {
         const auto result = inspection::readStationResult(*database, m_station.m_id);
         auto& difference = m_diffData.m_elevationDifference;
-        if (!result) {
+        if (!result || result->dzRaster.isEmpty()) {
             difference.reset();
             return false;
         }

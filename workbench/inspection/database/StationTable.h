@@ -26,7 +26,7 @@ struct StationResult {
     QString computedAt; ///< ISO date and time, UTC
     QString oldDate;    ///< epochs that were compared
     QString newDate;
-    QString dzRaster; ///< path within the project folder
+    QString dzRaster; ///< path within the project folder, empty when the epochs have no common cell here
     double thresholdMetres = 0.0;
     double minAreaSquareMetres = 0.0;
     QString coregistration; ///< "none", "bias", "full"
