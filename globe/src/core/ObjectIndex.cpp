@@ -21,7 +21,8 @@ const char* const VertexSource = "uniform uint oe_index_objectid_uniform;\n"
 template<typename Function>
 class ForEachDrawable : public osg::NodeVisitor {
 public:
-    explicit ForEachDrawable(Function function) : osg::NodeVisitor(TRAVERSE_ALL_CHILDREN), _function(function) {
+    explicit ForEachDrawable(Function function)
+        : osg::NodeVisitor(TRAVERSE_ALL_CHILDREN), _function(function) {
         setNodeMaskOverride(~0u);
     }
     void apply(osg::Drawable& drawable) override { _function(drawable); }

@@ -66,7 +66,8 @@ Caches& caches() {
     return instance;
 }
 
-osg::ref_ptr<osg::Shader> sharedShader(osg::Shader::Type type, const std::string& name, const std::string& source) {
+osg::ref_ptr<osg::Shader> sharedShader(osg::Shader::Type type, const std::string& name,
+                                       const std::string& source) {
     osg::observer_ptr<osg::Shader>& slot = caches().shaders[{static_cast<int>(type), source}];
     osg::ref_ptr<osg::Shader> shader;
     if (!slot.lock(shader)) {
@@ -194,8 +195,9 @@ void ComposedSource::add(const VirtualProgram::Content& content, const osg::Stat
     for (const Entry& entry : content.entries) {
         if (entry.accept.valid() && !(*entry.accept)(state))
             continue;
-        const auto present = std::find_if(entries.begin(), entries.end(),
-                                          [&entry](const Entry& other) { return isSameFunction(entry, other); });
+        const auto present = std::find_if(entries.begin(), entries.end(), [&entry](const Entry& other) {
+            return isSameFunction(entry, other);
+        });
         if (present != entries.end())
             *present = entry;
         else
@@ -215,7 +217,8 @@ void ComposedSource::sort() {
 std::string ComposedSource::key() const {
     std::ostringstream text;
     for (const Entry& entry : entries)
-        text << entry.name << '\1' << entry.location << '\1' << entry.shaderType << '\1' << entry.source << '\2';
+        text << entry.name << '\1' << entry.location << '\1' << entry.shaderType << '\1' << entry.source
+             << '\2';
     for (const auto& [name, index] : attribLocations)
         text << name << '=' << index << '\2';
     return text.str();
@@ -243,8 +246,8 @@ std::string vertexMain(const ComposedSource& source) {
 }
 
 std::string fragmentMain(const ComposedSource& source) {
-    bool hasOutput = false;   // some function writes the colour itself
-    bool declared = false;    // ... into an output of its own
+    bool hasOutput = false; // some function writes the colour itself
+    bool declared = false;  // ... into an output of its own
     std::string outputCalls;
     for (const Entry& entry : source.entries)
         declared = declared || declaresOutput(entry);
@@ -286,8 +289,8 @@ osg::ref_ptr<osg::Program> composedProgram(const ComposedSource& source, osg::St
     osg::observer_ptr<osg::Program>& slot = caches().programs[source.key()];
     osg::ref_ptr<osg::Program> program;
     if (!slot.lock(program)) {
-        const ComposedSource sound = onlyThose(
-            source, [&state](const Entry& entry) { return compiles(*shaderOf(entry), state); });
+        const ComposedSource sound =
+            onlyThose(source, [&state](const Entry& entry) { return compiles(*shaderOf(entry), state); });
         program = linkedProgram(sound, state);
         slot = program;
     }

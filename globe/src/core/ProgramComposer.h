@@ -11,7 +11,8 @@
 
 namespace osgEarth {
 
-/// What is left of a chain of virtual programs after merging: functions in calling order, whole shaders, bindings.
+/// What is left of a chain of virtual programs after merging: functions in calling order, whole shaders,
+/// bindings.
 class ComposedSource {
 public:
     /// Adds the content of a virtual program further down; functions of the same name and stage are replaced.
@@ -42,9 +43,9 @@ std::string fragmentMain(const ComposedSource& source);
 /// The text that the compiler gets: a version line, then the source without double quotes and version line.
 std::string preparedSource(const std::string& source);
 
-/// The linked program for a merged source; equal sources share one as long as someone holds it. Functions that do
-/// not compile or link are reported once and left out; when nothing is left the program is empty, that is, the
-/// fixed pipeline. Call with the context of the state current.
+/// The linked program for a merged source; equal sources share one as long as someone holds it. Functions
+/// that do not compile or link are reported once and left out; when nothing is left the program is empty,
+/// that is, the fixed pipeline. Call with the context of the state current.
 osg::ref_ptr<osg::Program> composedProgram(const ComposedSource& source, osg::State& state);
 
 } // namespace osgEarth

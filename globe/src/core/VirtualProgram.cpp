@@ -16,8 +16,8 @@ unsigned contentIdOf(const VirtualProgram::Content& content) {
         return 0;
     std::ostringstream text;
     for (const VirtualProgram::Entry& entry : content.entries)
-        text << entry.name << '\1' << entry.location << '\1' << entry.shaderType << '\1' << entry.order << '\1'
-             << entry.accept.get() << '\1' << entry.source << '\2';
+        text << entry.name << '\1' << entry.location << '\1' << entry.shaderType << '\1' << entry.order
+             << '\1' << entry.accept.get() << '\1' << entry.source << '\2';
     for (const auto& [name, index] : content.attribLocations)
         text << name << '=' << index << '\2';
     const std::lock_guard<std::mutex> lock(mutex);
@@ -79,7 +79,8 @@ void VirtualProgram::setFunction(const std::string& name, const std::string& sou
     put(std::move(entry));
 }
 
-osg::Shader* VirtualProgram::setShader(const std::string& id, osg::Shader* shader, osg::StateAttribute::OverrideValue) {
+osg::Shader* VirtualProgram::setShader(const std::string& id, osg::Shader* shader,
+                                       osg::StateAttribute::OverrideValue) {
     if (shader) {
         Entry entry;
         entry.name = id;
@@ -140,7 +141,9 @@ void VirtualProgram::contentChanged() {
 }
 
 // An empty program: what OSG applies where no program is on the stack has to be the fixed pipeline.
-osg::Object* VirtualProgram::cloneType() const { return new osg::Program; }
+osg::Object* VirtualProgram::cloneType() const {
+    return new osg::Program;
+}
 
 int VirtualProgram::compare(const osg::StateAttribute& other) const {
     COMPARE_StateAttribute_Types(VirtualProgram, other);
@@ -152,7 +155,8 @@ int VirtualProgram::compare(const osg::StateAttribute& other) const {
 }
 
 void VirtualProgram::apply(osg::State& state) const {
-    // The result depends on the whole stack, so OSG must not skip the next state set for ending in this same object.
+    // The result depends on the whole stack, so OSG must not skip the next state set for ending in this same
+    // object.
     state.haveAppliedAttribute(PROGRAM);
     programFor(state)->apply(state);
 }

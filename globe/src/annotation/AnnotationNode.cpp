@@ -1,0 +1,147 @@
+#include <osg/BlendFunc>
+#include <osgEarthAnnotation/AnnotationNode>
+
+namespace osgEarth {
+namespace Annotation {
+
+/// Passes the terrain's news on to one node. The node clears itself when it goes.
+class AnnotationNode::TerrainWatcher : public TerrainCallback {
+public:
+    explicit TerrainWatcher(AnnotationNode* node) : _node(node) {}
+    void onTileAdded(const TileKey& key, osg::Node*, TerrainCallbackContext& context) override {
+        if (_node)
+            _node->terrainChanged(key, context.getTerrain());
+    }
+    void forget() { _node = nullptr; }
+
+private:
+    AnnotationNode* _node;
+};
+
+AnnotationNode::AnnotationNode() {
+    osg::StateSet* stateSet = getOrCreateStateSet();
+    stateSet->setAttributeAndModes(
+        new osg::BlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA, GL_ONE, GL_ONE_MINUS_SRC_ALPHA));
+    stateSet->setRenderBinDetails(1, "DepthSortedBin");
+    setUpdateTraversal(true); // to find the map node
+}
+
+AnnotationNode::~AnnotationNode() {
+    watchTerrain(false);
+}
+
+void AnnotationNode::setDynamic(bool value) {
+    _dynamic = value;
+}
+
+void AnnotationNode::setMapNode(MapNode* mapNode) {
+    if (_mapNode == mapNode)
+        return;
+    _mapNode = mapNode;
+    connectWatcher();
+    setUpdateTraversal(!mapNode || _updateRequested);
+}
+
+void AnnotationNode::setStyle(const Symbology::Style& style) {
+    _style = style;
+}
+
+const std::string& AnnotationNode::getText() const {
+    static const std::string none;
+    return none;
+}
+
+void AnnotationNode::traverse(osg::NodeVisitor& nv) {
+    if (nv.getVisitorType() == osg::NodeVisitor::UPDATE_VISITOR && _updateTraversal) {
+        if (!_mapNode.valid())
+            findMapNode(nv.getNodePath());
+        if (_updateRequested && _mapNode.valid()) {
+            _updateRequested = false;
+            update();
+        }
+        setUpdateTraversal(!_mapNode.valid() || _updateRequested);
+    } else if (nv.getVisitorType() == osg::NodeVisitor::CULL_VISITOR && _horizonCulling) {
+        const osg::Vec3f eye = nv.getViewPoint();
+        if (!isAboveHorizon(eye, horizonPoint(), static_cast<double>(getBound().radius())))
+            return;
+    }
+    osg::Group::traverse(nv);
+}
+
+void AnnotationNode::requestUpdate() {
+    _updateRequested = true;
+    setUpdateTraversal(true);
+}
+
+// Nodes with nothing to do are not even visited.
+void AnnotationNode::setUpdateTraversal(bool required) {
+    if (required == _updateTraversal)
+        return;
+    _updateTraversal = required;
+    const unsigned count = getNumChildrenRequiringUpdateTraversal();
+    setNumChildrenRequiringUpdateTraversal(required ? count + 1 : count - 1);
+}
+
+void AnnotationNode::findMapNode(const osg::NodePath& path) {
+    for (osg::Node* node : path)
+        if (MapNode* mapNode = dynamic_cast<MapNode*>(node)) {
+            setMapNode(mapNode);
+            return;
+        }
+}
+
+void AnnotationNode::watchTerrain(bool value) {
+    if (value == _watcher.valid())
+        return;
+    osg::ref_ptr<Terrain> terrain;
+    if (!value) {
+        if (_watchedTerrain.lock(terrain))
+            terrain->removeTerrainCallback(_watcher.get());
+        _watchedTerrain = nullptr;
+        _watcher->forget();
+        _watcher = nullptr;
+        return;
+    }
+    _watcher = new TerrainWatcher(this);
+    connectWatcher();
+}
+
+void AnnotationNode::connectWatcher() {
+    if (!_watcher.valid())
+        return;
+    osg::ref_ptr<Terrain> terrain;
+    if (_watchedTerrain.lock(terrain))
+        terrain->removeTerrainCallback(_watcher.get());
+    _watchedTerrain = _mapNode.valid() ? _mapNode->getTerrain() : nullptr;
+    if (_watchedTerrain.lock(terrain))
+        terrain->addTerrainCallback(_watcher.get());
+}
+
+void AnnotationNode::terrainChanged(const TileKey&, Terrain*) {}
+
+// Horizon culling against the unit sphere in scaled space (Cozzi and Ring 2011, chapter on culling). A sphere
+// is taken as its topmost point; a place below the ellipsoid shrinks the ellipsoid down to itself.
+bool AnnotationNode::isAboveHorizon(const osg::Vec3d& eyeWorld, const osg::Vec3d& centerWorld,
+                                    double radiusMetres) const {
+    if (!_mapNode.valid() || !_mapNode->isGeocentric() || centerWorld.length2() < 1.0)
+        return true;
+    const osg::EllipsoidModel* ellipsoid = _mapNode->getMapSRS()->getEllipsoid();
+    const double equator = ellipsoid->getRadiusEquator();
+    const double polar = ellipsoid->getRadiusPolar();
+    const auto scaled = [equator, polar](const osg::Vec3d& v) {
+        return osg::Vec3d(v.x() / equator, v.y() / equator, v.z() / polar);
+    };
+    osg::Vec3d eye = scaled(eyeWorld);
+    osg::Vec3d point = scaled(centerWorld);
+    point *= 1.0 + std::max(radiusMetres, 0.0) / centerWorld.length();
+    const double shrink = std::min({1.0, point.length(), eye.length()}) * 0.999999;
+    eye /= shrink;
+    point /= shrink;
+    const osg::Vec3d towards = point - eye;
+    const double horizonDistance2 = eye.length2() - 1.0;
+    const double along = -(towards * eye);
+    return along <= horizonDistance2 || along * along <= horizonDistance2 * towards.length2();
+}
+
+} // namespace Annotation
+} // namespace osgEarth

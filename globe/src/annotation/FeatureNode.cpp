@@ -1,0 +1,158 @@
+#include "../features/FeatureMesh.h"
+#include "GroundBias.h"
+
+#include <osg/Depth>
+#include <osgEarth/DepthOffset>
+#include <osgEarth/VirtualProgram>
+#include <osgEarthAnnotation/FeatureNode>
+#include <osgEarthSymbology/RenderSymbol>
+
+namespace osgEarth {
+namespace Annotation {
+namespace {
+
+const char* const MinAlphaSource = "uniform float oe_minAlpha;\n"
+                                   "void oe_feature_minAlpha(inout vec4 color) {\n"
+                                   "    if (color.a < oe_minAlpha) discard;\n"
+                                   "}\n";
+
+osg::StateAttribute::OverrideValue onOff(bool on) {
+    return on ? osg::StateAttribute::ON : osg::StateAttribute::OFF;
+}
+
+/// Puts what a render symbol sets on the state set of a node's content.
+void applyRenderSymbol(const RenderSymbol& symbol, osg::StateSet* stateSet) {
+    if (symbol.depthTest().isSet())
+        stateSet->setMode(GL_DEPTH_TEST, onOff(symbol.depthTest().get()));
+    if (symbol.lighting().isSet())
+        stateSet->setMode(GL_LIGHTING, onOff(symbol.lighting().get()));
+    if (symbol.backfaceCulling().isSet())
+        stateSet->setMode(GL_CULL_FACE, onOff(symbol.backfaceCulling().get()));
+    if (symbol.minAlpha().isSet()) {
+        VirtualProgram::getOrCreate(stateSet)->setFunction("oe_feature_minAlpha", MinAlphaSource,
+                                                           ShaderComp::LOCATION_FRAGMENT_LIGHTING, 0.95f);
+        stateSet->addUniform(new osg::Uniform("oe_minAlpha", symbol.minAlpha().get()));
+    }
+    if (symbol.order().isSet() || symbol.renderBin().isSet())
+        stateSet->setRenderBinDetails(symbol.order().isSet() ? static_cast<int>(symbol.order()->eval()) : 1,
+                                      symbol.renderBin().isSet() ? symbol.renderBin().get()
+                                                                 : "DepthSortedBin");
+}
+
+double longestSegment(const FeatureList& features) {
+    double longest = 0.0;
+    for (const osg::ref_ptr<Feature>& feature : features) {
+        const Symbology::Geometry* points = feature->getGeometry();
+        for (std::size_t i = 1; points && i < points->size(); ++i)
+            longest = std::max(longest, GeoPoint(feature->getSRS(), (*points)[i - 1])
+                                            .distanceTo(GeoPoint(feature->getSRS(), (*points)[i])));
+    }
+    return longest;
+}
+
+} // namespace
+
+FeatureNode::FeatureNode(Feature* feature, const Style& style, const GeometryCompilerOptions& options,
+                         StyleSheet*)
+    : _options(options), _builtRevision(-1) {
+    _features.emplace_back(feature);
+    AnnotationNode::setStyle(style.empty() && feature->style().isSet() ? feature->style().get() : style);
+}
+
+FeatureNode::FeatureNode(const FeatureList& features, const Style& style,
+                         const GeometryCompilerOptions& options, StyleSheet*)
+    : _features(features), _options(options), _builtRevision(-1) {
+    AnnotationNode::setStyle(style);
+}
+
+FeatureNode::~FeatureNode() = default;
+
+Feature* FeatureNode::getFeature() {
+    return _features.size() == 1 ? _features.front().get() : nullptr;
+}
+
+void FeatureNode::setFeature(Feature* feature) {
+    _features.clear();
+    if (feature)
+        _features.emplace_back(feature);
+    rebuild();
+}
+
+void FeatureNode::setStyle(const Style& style) {
+    AnnotationNode::setStyle(style);
+    rebuild();
+}
+
+void FeatureNode::setMapNode(MapNode* mapNode) {
+    if (getMapNode() == mapNode)
+        return;
+    AnnotationNode::setMapNode(mapNode);
+    rebuild();
+}
+
+void FeatureNode::dirty() {
+    rebuild();
+}
+
+void FeatureNode::update() {
+    rebuild();
+}
+
+// The heights come from the elevation data; they change only when the map's layers do.
+void FeatureNode::terrainChanged(const TileKey& key, Terrain*) {
+    if (getMapNode() && _builtRevision != getMapNode()->getMap()->getDataModelRevision() &&
+        key.getExtent().intersects(_extent))
+        requestUpdate();
+}
+
+void FeatureNode::traverse(osg::NodeVisitor& nv) {
+    const RenderSymbol* render = getStyle().get<RenderSymbol>();
+    if (nv.getVisitorType() == osg::NodeVisitor::CULL_VISITOR && render && render->maxAltitude().isSet() &&
+        getMapNode()) {
+        osg::Vec3d eye;
+        const osg::Vec3d eyeWorld = nv.getViewPoint();
+        if (getMapNode()->getMapSRS()->transformFromWorld(eyeWorld, eye) &&
+            eye.z() > render->maxAltitude()->as(Units::METERS))
+            return;
+    }
+    AnnotationNode::traverse(nv);
+}
+
+void FeatureNode::rebuild() {
+    removeChildren(0, getNumChildren());
+    MapNode* mapNode = getMapNode();
+    if (!mapNode)
+        return;
+    _builtRevision = mapNode->getMap()->getDataModelRevision();
+    _clamped = isClamped(getStyle()) && !_options.ignoreAltitudeSymbol().get();
+    _extent = GeoExtent();
+    watchTerrain(_clamped);
+
+    osg::ref_ptr<osg::Group> content = new osg::Group;
+    FeatureMesh mesh(*mapNode, getStyle(), _options);
+    for (const osg::ref_ptr<Feature>& feature : _features) {
+        if (const osg::ref_ptr<osg::MatrixTransform> drawn = mesh.build(*feature)) {
+            content->addChild(drawn);
+            const GeoExtent extent = feature->getExtent().transform(mapNode->getMapSRS());
+            _extent = _extent.isValid() ? _extent : extent;
+            _extent.expandToInclude(extent);
+        }
+    }
+    osg::StateSet* stateSet = content->getOrCreateStateSet();
+    const RenderSymbol* render = getStyle().get<RenderSymbol>();
+    const bool biased = render && render->depthOffset().isSet();
+    if (_clamped || biased)
+        installGroundState(stateSet);
+    else
+        stateSet->setMode(GL_LIGHTING, osg::StateAttribute::OFF);
+    if (biased)
+        DepthOffset::apply(stateSet, render->depthOffset().get(), longestSegment(_features));
+    else if (_clamped)
+        setGroundBias(stateSet, mesh.deviationMetres());
+    if (render)
+        applyRenderSymbol(*render, stateSet);
+    addChild(content);
+}
+
+} // namespace Annotation
+} // namespace osgEarth

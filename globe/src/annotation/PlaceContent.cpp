@@ -1,0 +1,156 @@
+#include "PlaceContent.h"
+#include "Fonts.h"
+
+#include <osg/Texture2D>
+#include <osgEarth/Registry>
+#include <osgEarth/VirtualProgram>
+
+#include <array>
+#include <map>
+#include <mutex>
+
+namespace osgEarth {
+namespace Annotation {
+namespace {
+
+using namespace Symbology;
+
+constexpr float GapPixels = 3.0f; // between icon and text
+
+const char* const TexCoordSource =
+    "out vec2 oe_place_tc;\n"
+    "void oe_place_vertex(inout vec4 vertex) { oe_place_tc = gl_MultiTexCoord0.st; }\n";
+const char* const IconSource =
+    "in vec2 oe_place_tc;\n"
+    "uniform sampler2D oe_place_tex;\n"
+    "void oe_place_icon(inout vec4 color) { color *= texture(oe_place_tex, oe_place_tc); }\n";
+const char* const TextSource =
+    "in vec2 oe_place_tc;\n"
+    "uniform sampler2D oe_place_tex;\n"
+    "void oe_place_text(inout vec4 color) { color.a *= texture(oe_place_tex, oe_place_tc).a; }\n";
+
+osg::ref_ptr<osg::StateSet> screenState(const char* function, const char* source) {
+    osg::ref_ptr<osg::StateSet> stateSet = new osg::StateSet;
+    VirtualProgram* program = VirtualProgram::getOrCreate(stateSet);
+    program->setFunction("oe_place_vertex", TexCoordSource, ShaderComp::LOCATION_VERTEX_MODEL);
+    program->setFunction(function, source, ShaderComp::LOCATION_FRAGMENT_COLORING);
+    stateSet->addUniform(new osg::Uniform("oe_place_tex", 0));
+    return stateSet;
+}
+
+/// One texture for each image in use, so that many places with one icon share it.
+osg::ref_ptr<osg::Texture2D> iconTexture(osg::Image& image) {
+    static std::mutex mutex;
+    static std::map<osg::Image*, osg::observer_ptr<osg::Texture2D>> textures;
+    const std::lock_guard<std::mutex> lock(mutex);
+    osg::observer_ptr<osg::Texture2D>& slot = textures[&image];
+    osg::ref_ptr<osg::Texture2D> texture;
+    if (slot.lock(texture) && texture->getImage() == &image)
+        return texture;
+    texture = new osg::Texture2D(&image);
+    texture->setResizeNonPowerOfTwoHint(false);
+    texture->setFilter(osg::Texture::MIN_FILTER, osg::Texture::LINEAR);
+    texture->setFilter(osg::Texture::MAG_FILTER, osg::Texture::LINEAR);
+    texture->setWrap(osg::Texture::WRAP_S, osg::Texture::CLAMP_TO_EDGE);
+    texture->setWrap(osg::Texture::WRAP_T, osg::Texture::CLAMP_TO_EDGE);
+    slot = texture;
+    return texture;
+}
+
+/// Where the lower left corner of an image of that size lies.
+osg::Vec2f lowerLeft(IconSymbol::Alignment alignment, const osg::Vec2f& size) {
+    const int column = alignment / 3; // left, centre, right
+    const int row = alignment % 3;    // top, centre, bottom
+    return {-size.x() * static_cast<float>(column) / 2.0f, -size.y() * static_cast<float>(2 - row) / 2.0f};
+}
+
+osgText::String::Encoding encodingOf(TextSymbol::Encoding encoding) {
+    switch (encoding) {
+    case TextSymbol::ENCODING_UTF8:
+        return osgText::String::ENCODING_UTF8;
+    case TextSymbol::ENCODING_UTF16:
+        return osgText::String::ENCODING_UTF16;
+    case TextSymbol::ENCODING_UTF32:
+        return osgText::String::ENCODING_UTF32;
+    case TextSymbol::ENCODING_ASCII:
+        break;
+    }
+    return osgText::String::ENCODING_ASCII;
+}
+
+// osgText has the same fifteen kinds in the same order.
+osgText::Text::AlignmentType alignmentOf(TextSymbol::Alignment alignment) {
+    return static_cast<osgText::Text::AlignmentType>(alignment);
+}
+
+} // namespace
+
+osg::ref_ptr<osg::Geometry> iconDrawable(osg::Image& image, const IconSymbol* symbol) {
+    const float scale = Registry::instance()->getDevicePixelRatio() *
+                        static_cast<float>(symbol ? symbol->scale()->eval() : 1.0);
+    const osg::Vec2f size(static_cast<float>(image.s()) * scale, static_cast<float>(image.t()) * scale);
+    const osg::Vec2f corner =
+        lowerLeft(symbol ? symbol->alignment().get() : IconSymbol::ALIGN_CENTER_BOTTOM, size);
+    const osg::Quat rotation(osg::DegreesToRadians(symbol ? -symbol->heading()->eval() : 0.0),
+                             osg::Vec3d(0, 0, 1));
+    const bool topDown = image.getOrigin() == osg::Image::TOP_LEFT;
+
+    osg::ref_ptr<osg::Vec3Array> vertices = new osg::Vec3Array;
+    osg::ref_ptr<osg::Vec2Array> texCoords = new osg::Vec2Array;
+    const std::array<osg::Vec2f, 4> units{{{0, 0}, {1, 0}, {0, 1}, {1, 1}}};
+    for (const osg::Vec2f& unit : units) {
+        const osg::Vec3f vertex(corner.x() + unit.x() * size.x(), corner.y() + unit.y() * size.y(), 0.0f);
+        vertices->push_back(rotation * vertex);
+        texCoords->push_back(osg::Vec2f(unit.x(), topDown ? 1.0f - unit.y() : unit.y()));
+    }
+    const osg::Vec4 white(1.0f, 1.0f, 1.0f, 1.0f);
+    osg::ref_ptr<osg::Geometry> geometry = new osg::Geometry;
+    geometry->setUseDisplayList(false);
+    geometry->setUseVertexBufferObjects(true);
+    geometry->setVertexArray(vertices);
+    geometry->setTexCoordArray(0, texCoords, osg::Array::BIND_PER_VERTEX);
+    geometry->setColorArray(new osg::Vec4Array(1, &white), osg::Array::BIND_OVERALL);
+    geometry->addPrimitiveSet(new osg::DrawArrays(GL_TRIANGLE_STRIP, 0, 4));
+    const osg::ref_ptr<osg::StateSet> stateSet = screenState("oe_place_icon", IconSource);
+    stateSet->setTextureAttributeAndModes(0, iconTexture(image));
+    geometry->setStateSet(stateSet);
+    return geometry;
+}
+
+osg::ref_ptr<osgText::Text> textDrawable(const std::string& text, const TextSymbol* symbol,
+                                         const osg::Geometry* icon) {
+    static const osg::ref_ptr<const TextSymbol> plain = new TextSymbol;
+    const TextSymbol& look = symbol ? *symbol : *plain;
+    const float ratio = Registry::instance()->getDevicePixelRatio();
+    const float size = static_cast<float>(look.size()->eval()) * ratio;
+
+    osg::ref_ptr<osgText::Text> drawable = new osgText::Text;
+    drawable->setShaderTechnique(osgText::NO_TEXT_SHADER); // the composed functions draw it
+    drawable->setFont(fontNamed(look.font().isSet() ? look.font().get() : std::string()));
+    const unsigned resolution = static_cast<unsigned>(std::lround(std::max(size, 4.0f)));
+    drawable->setFontResolution(resolution, resolution);
+    drawable->setCharacterSize(size);
+    drawable->setCharacterSizeMode(osgText::TextBase::OBJECT_COORDS);
+    drawable->setAxisAlignment(osgText::TextBase::XY_PLANE);
+    drawable->setColor(look.fill()->color());
+    if (look.halo().isSet()) {
+        drawable->setBackdropType(osgText::Text::OUTLINE);
+        drawable->setBackdropColor(look.halo()->color());
+    }
+    osg::Vec3f position(static_cast<float>(look.pixelOffset()->x()) * ratio,
+                        static_cast<float>(look.pixelOffset()->y()) * ratio, 0.0f);
+    if (icon) {
+        const osg::BoundingBox box = icon->getBoundingBox();
+        position +=
+            osg::Vec3f(std::round(box.xMax() + GapPixels * ratio), std::round(box.center().y()), 0.0f);
+        drawable->setAlignment(osgText::TextBase::LEFT_CENTER);
+    } else {
+        drawable->setAlignment(alignmentOf(look.alignment().get()));
+    }
+    drawable->setPosition(position);
+    drawable->setText(text, encodingOf(look.encoding().get()));
+    return drawable;
+}
+
+} // namespace Annotation
+} // namespace osgEarth

@@ -1,0 +1,91 @@
+#include "PlaceContent.h"
+#include "ScreenSpace.h"
+
+#include <osg/Depth>
+#include <osgEarth/VirtualProgram>
+#include <osgEarthAnnotation/PlaceNode>
+
+namespace osgEarth {
+namespace Annotation {
+namespace {
+
+constexpr int LabelBin = 10; // within the annotations' bin: after everything else
+
+void installScreenState(osg::StateSet* stateSet) {
+    stateSet->setAttributeAndModes(new osg::Depth(osg::Depth::ALWAYS, 0.0, 1.0, false));
+    stateSet->setMode(GL_DEPTH_TEST, osg::StateAttribute::OFF);
+    stateSet->setMode(GL_LIGHTING, osg::StateAttribute::OFF);
+    stateSet->setMode(GL_CULL_FACE, osg::StateAttribute::OFF);
+    stateSet->setRenderBinDetails(LabelBin, "DepthSortedBin");
+}
+
+} // namespace
+
+PlaceNode::PlaceNode() : PlaceNode(GeoPoint()) {}
+
+PlaceNode::PlaceNode(const std::string& text, const Style& style, osg::Image* image)
+    : PlaceNode(GeoPoint(), text, style, image) {}
+
+PlaceNode::PlaceNode(const GeoPoint& position, const std::string& text, const Style& style, osg::Image* image)
+    : _text(text), _image(image), _screenContent(new ScreenSpace) {
+    installScreenState(_screenContent->getOrCreateStateSet());
+    getPositionAttitudeTransform()->addChild(_screenContent);
+    AnnotationNode::setStyle(style);
+    if (text.empty() && style.has<TextSymbol>() && style.get<TextSymbol>()->content().isSet())
+        _text = style.get<TextSymbol>()->content()->eval();
+    rebuild();
+    setPosition(position);
+}
+
+PlaceNode::~PlaceNode() = default;
+
+void PlaceNode::setText(const std::string& text) {
+    _text = text;
+    rebuild();
+}
+
+void PlaceNode::setIconImage(osg::Image* image) {
+    _image = image;
+    rebuild();
+}
+
+void PlaceNode::setStyle(const Style& style) {
+    AnnotationNode::setStyle(style);
+    rebuild();
+}
+
+void PlaceNode::setDynamic(bool value) {
+    AnnotationNode::setDynamic(value);
+    for (unsigned i = 0; i < _screenContent->getNumChildren(); ++i)
+        _screenContent->getChild(i)->setDataVariance(value ? osg::Object::DYNAMIC : osg::Object::STATIC);
+}
+
+void PlaceNode::setPriority(float value) {
+    AnnotationNode::setPriority(value);
+}
+
+osg::BoundingSphere PlaceNode::computeBound() const {
+    return getPosition().isValid() ? osg::BoundingSphere(osg::Vec3(worldPosition()), 1.0f)
+                                   : osg::BoundingSphere();
+}
+
+osg::ref_ptr<osg::Image> PlaceNode::iconImage() const {
+    const IconSymbol* symbol = getStyle().get<IconSymbol>();
+    return _image.valid() || !symbol ? _image : osg::ref_ptr<osg::Image>(symbol->getImage());
+}
+
+void PlaceNode::rebuild() {
+    _screenContent->removeChildren(0, _screenContent->getNumChildren());
+    osg::ref_ptr<osg::Geometry> icon;
+    const osg::ref_ptr<osg::Image> image = iconImage();
+    if (image.valid() && image->s() > 0 && image->t() > 0) {
+        icon = iconDrawable(*image, getStyle().get<IconSymbol>());
+        _screenContent->addChild(icon);
+    }
+    if (!_text.empty())
+        _screenContent->addChild(textDrawable(_text, getStyle().get<TextSymbol>(), icon.get()));
+    setDynamic(getDynamic());
+}
+
+} // namespace Annotation
+} // namespace osgEarth

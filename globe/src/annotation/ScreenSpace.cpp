@@ -1,0 +1,85 @@
+#include "ScreenSpace.h"
+
+#include <osg/ValueObject>
+#include <osgUtil/CullVisitor>
+
+#include <cmath>
+
+namespace osgEarth {
+namespace Annotation {
+namespace {
+
+const char* const PixelScaleName = "oe_pixelScale";
+constexpr double DepthRangeMetres = 1e9; // beyond any eye distance
+
+} // namespace
+
+void setPixelScale(osg::Camera& camera, const osg::Vec2d& scale) {
+    camera.setUserValue(PixelScaleName, scale);
+}
+
+osg::Vec2d pixelScale(const osg::Camera& camera) {
+    osg::Vec2d scale(1.0, 1.0);
+    camera.getUserValue(PixelScaleName, scale);
+    return scale;
+}
+
+ScreenSpace::ScreenSpace() {
+    setCullingActive(false);
+} // its size in the world is not known before culling
+
+ScreenSpace::~ScreenSpace() = default;
+
+osg::BoundingSphere ScreenSpace::computeBound() const {
+    return {osg::Vec3(), 0.0f};
+}
+
+osg::BoundingBox ScreenSpace::contentBox() const {
+    osg::BoundingBox box;
+    for (unsigned i = 0; i < getNumChildren(); ++i)
+        if (const osg::Drawable* drawable = getChild(i)->asDrawable())
+            box.expandBy(drawable->getBoundingBox());
+    return box;
+}
+
+void ScreenSpace::traverse(osg::NodeVisitor& nv) {
+    osgUtil::CullVisitor* cull = nv.asCullVisitor();
+    if (!cull) {
+        osg::Group::traverse(nv);
+        return;
+    }
+    const osg::Matrixd toEye = *cull->getModelViewMatrix();
+    const osg::Vec4d clip = osg::Vec4d(0.0, 0.0, 0.0, 1.0) * toEye * *cull->getProjectionMatrix();
+    const osg::BoundingBox box = contentBox();
+    if (clip.w() <= 0.0 || !box.valid())
+        return;
+    const double width = cull->getViewport()->width();
+    const double height = cull->getViewport()->height();
+    const osg::Vec2d scale = pixelScale(*cull->getCurrentCamera());
+    // Whole pixels keep letters crisp; a pick picture has no letters and needs the exact place.
+    double x = (clip.x() / clip.w() + 1.0) * 0.5 * width;
+    double y = (clip.y() / clip.w() + 1.0) * 0.5 * height;
+    if (scale == osg::Vec2d(1.0, 1.0)) {
+        x = std::round(x);
+        y = std::round(y);
+    }
+    if (x + box.xMax() * scale.x() < 0.0 || x + box.xMin() * scale.x() > width ||
+        y + box.yMax() * scale.y() < 0.0 || y + box.yMin() * scale.y() > height)
+        return;
+
+    const double depth =
+        std::min(toEye.getTrans().length() / DepthRangeMetres, 1.0); // sorts labels among themselves
+    const osg::CullSettings::ComputeNearFarMode nearFarMode = cull->getComputeNearFarMode();
+    cull->setComputeNearFarMode(osg::CullSettings::DO_NOT_COMPUTE_NEAR_FAR);
+    cull->pushProjectionMatrix(new osg::RefMatrix(osg::Matrixd::ortho(0.0, width, 0.0, height, -2.0, 2.0)));
+    cull->pushModelViewMatrix(new osg::RefMatrix(osg::Matrixd::scale(scale.x(), scale.y(), 1.0) *
+                                                 osg::Matrixd::translate(x, y, -depth)),
+                              osg::Transform::ABSOLUTE_RF);
+    osg::Group::traverse(nv);
+    cull->popModelViewMatrix();
+    cull->popProjectionMatrix();
+    cull->setComputeNearFarMode(nearFarMode);
+}
+
+} // namespace Annotation
+} // namespace osgEarth

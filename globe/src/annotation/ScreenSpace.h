@@ -1,0 +1,33 @@
+/// Things of constant size on the screen.
+#pragma once
+
+#include <osg/BoundingBox>
+#include <osg/Camera>
+#include <osg/Group>
+
+namespace osgEarth {
+namespace Annotation {
+
+/// Draws its children, which are in pixels right and up, about the place on the screen where the local origin
+/// is. Nothing is drawn while that place and the children's box around it are out of the viewport.
+class ScreenSpace : public osg::Group {
+public:
+    ScreenSpace();
+
+    void traverse(osg::NodeVisitor& nv) override;
+    osg::BoundingSphere computeBound() const override;
+
+protected:
+    ~ScreenSpace() override;
+
+private:
+    osg::BoundingBox contentBox() const;
+};
+
+/// Pixels of a camera's picture per pixel of the window it stands for, where those differ (picking); 1 for
+/// others.
+void setPixelScale(osg::Camera& camera, const osg::Vec2d& scale);
+osg::Vec2d pixelScale(const osg::Camera& camera);
+
+} // namespace Annotation
+} // namespace osgEarth

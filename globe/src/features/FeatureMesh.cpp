@@ -1,0 +1,275 @@
+#include "FeatureMesh.h"
+#include "Polylines.h"
+
+#include <osg/LineStipple>
+#include <osgEarth/GLUtils>
+
+namespace osgEarth {
+namespace Features {
+namespace {
+
+using namespace Symbology;
+
+constexpr double PiecesAcrossFill = 56.0;   // how finely a fill on the ground is cut
+constexpr double PiecesAlongLine = 400.0;   // the same of a line
+constexpr double ShortestPieceMetres = 1.0; // no finer than this
+constexpr std::size_t MaxTriangles = 20000;
+constexpr double MetresPerDegree = 111320.0; // along the equator and any meridian
+
+/// Outer ring, holes, or the line itself.
+std::vector<osg::ref_ptr<const Geometry>> partsOf(const Geometry& geometry) {
+    std::vector<osg::ref_ptr<const Geometry>> parts{&geometry};
+    if (const auto* polygon = dynamic_cast<const Polygon*>(&geometry))
+        parts.insert(parts.end(), polygon->getHoles().begin(), polygon->getHoles().end());
+    return parts;
+}
+
+osg::Vec3d middleOf(const std::vector<osg::Vec3d>& points) {
+    osg::BoundingBoxd box;
+    for (const osg::Vec3d& point : points)
+        box.expandBy(point);
+    return box.center();
+}
+
+osg::ref_ptr<osg::Vec3Array> inFrame(const std::vector<osg::Vec3d>& points,
+                                     const std::vector<double>& heights, const LocalPlane& plane) {
+    osg::ref_ptr<osg::Vec3Array> vertices = new osg::Vec3Array;
+    vertices->reserve(points.size());
+    for (std::size_t i = 0; i < points.size(); ++i)
+        vertices->push_back(plane.toFrame({points[i].x(), points[i].y(), heights[i]}));
+    return vertices;
+}
+
+double extentOf(const std::vector<std::vector<osg::Vec3d>>& lines) {
+    osg::BoundingBoxd box;
+    for (const std::vector<osg::Vec3d>& line : lines)
+        for (const osg::Vec3d& point : line)
+            box.expandBy(point);
+    return box.valid() ? std::hypot(box.xMax() - box.xMin(), box.yMax() - box.yMin()) : 0.0;
+}
+
+osg::Vec3d onUnitSphere(const osg::Vec3d& lonLat) {
+    const double lon = osg::DegreesToRadians(lonLat.x());
+    const double lat = osg::DegreesToRadians(lonLat.y());
+    return {std::cos(lat) * std::cos(lon), std::cos(lat) * std::sin(lon), std::sin(lat)};
+}
+
+/// Adds points between a and b along the great circle (spherical linear interpolation, Shoemake 1985)
+/// wherever the straight way in degrees would differ visibly.
+void appendGreatCircle(std::vector<osg::Vec3d>& line, const osg::Vec3d& a, const osg::Vec3d& b) {
+    constexpr double piece = 0.02; // radians
+    const osg::Vec3d from = onUnitSphere(a);
+    const osg::Vec3d to = onUnitSphere(b);
+    const double angle = std::acos(std::clamp(from * to, -1.0, 1.0));
+    const int pieces = static_cast<int>(std::ceil(angle / piece));
+    const double sine = std::sin(angle);
+    for (int i = 1; i < pieces && sine > 1e-9; ++i) {
+        const double t = static_cast<double>(i) / pieces;
+        const osg::Vec3d p = (from * std::sin((1.0 - t) * angle) + to * std::sin(t * angle)) / sine;
+        double lon = osg::RadiansToDegrees(std::atan2(p.y(), p.x()));
+        lon += 360.0 * std::round((line.back().x() - lon) / 360.0); // goes on past the antimeridian
+        line.emplace_back(lon, osg::RadiansToDegrees(std::asin(std::clamp(p.z(), -1.0, 1.0))),
+                          a.z() + (b.z() - a.z()) * t);
+    }
+}
+
+} // namespace
+
+bool isClamped(const Style& style) {
+    const AltitudeSymbol* altitude = style.get<AltitudeSymbol>();
+    return altitude && (altitude->clamping() == AltitudeSymbol::CLAMP_TO_TERRAIN ||
+                        altitude->clamping() == AltitudeSymbol::CLAMP_RELATIVE_TO_TERRAIN);
+}
+
+FeatureMesh::FeatureMesh(MapNode& mapNode, const Style& nodeStyle, const GeometryCompilerOptions& options)
+    : _mapSRS(mapNode.getMapSRS()), _nodeStyle(nodeStyle), _options(options), _ground(mapNode),
+      _clamped(isClamped(nodeStyle) && !options.ignoreAltitudeSymbol().get()), _keepsOwnHeights(!_clamped) {
+    const AltitudeSymbol* altitude = nodeStyle.get<AltitudeSymbol>();
+    if (!altitude || options.ignoreAltitudeSymbol().get())
+        return;
+    _verticalOffset = altitude->verticalOffset()->eval();
+    _verticalScale = altitude->verticalScale()->eval();
+    _keepsOwnHeights = altitude->clamping() != AltitudeSymbol::CLAMP_TO_TERRAIN;
+}
+
+osg::ref_ptr<osg::MatrixTransform> FeatureMesh::build(const Feature& feature) {
+    const Geometry* geometry = feature.getGeometry();
+    if (!geometry || geometry->empty() || !feature.getSRS())
+        return nullptr;
+    std::vector<osg::Vec3d> corners = geometry->asVector();
+    if (!feature.getSRS()->transform(corners, _mapSRS.get()))
+        return nullptr;
+    osg::Vec3d anchor = middleOf(corners);
+    if (_clamped)
+        anchor.z() = _ground.heightAt(anchor.x(), anchor.y());
+    const LocalPlane plane(_mapSRS.get(), anchor);
+    _commonGround.reset();
+    const AltitudeSymbol* altitude = _nodeStyle.get<AltitudeSymbol>();
+    if (_clamped && altitude->binding() == AltitudeSymbol::BINDING_CENTROID)
+        _commonGround = anchor.z();
+
+    const Style& own = feature.style().get();
+    const PolygonSymbol* polygon =
+        own.has<PolygonSymbol>() ? own.get<PolygonSymbol>() : _nodeStyle.get<PolygonSymbol>();
+    const LineSymbol* line = own.has<LineSymbol>() ? own.get<LineSymbol>() : _nodeStyle.get<LineSymbol>();
+    const bool isArea = geometry->getType() == Geometry::TYPE_POLYGON;
+    const bool isClosed = isArea || geometry->getType() == Geometry::TYPE_RING;
+
+    osg::ref_ptr<osg::MatrixTransform> result = new osg::MatrixTransform(plane.frameToWorld());
+    std::vector<Line> lines = linesInPlane(partsOf(*geometry), feature.getSRS(), plane);
+    if (isArea && polygon) {
+        if (const osg::ref_ptr<osg::Node> fill = fillOf(lines, polygon->fill()->color(), plane))
+            result->addChild(fill);
+    }
+    if (line && geometry->getType() != Geometry::TYPE_POINTSET &&
+        !(isArea && polygon && !polygon->outline().get())) {
+        for (Line& part : lines) {
+            if (isClosed && part.size() > 2)
+                part.push_back(part.front());
+            const bool onScreen = line->stroke()->widthUnits().get() == Units::PIXELS;
+            const osg::ref_ptr<osg::Node> stroke =
+                onScreen ? strokeOf(part, *line, plane) : ribbonOf(part, *line, plane);
+            if (stroke.valid())
+                result->addChild(stroke);
+        }
+    }
+    return result->getNumChildren() > 0 ? result : nullptr;
+}
+
+std::vector<FeatureMesh::Line>
+FeatureMesh::linesInPlane(const std::vector<osg::ref_ptr<const Geometry>>& parts, const SpatialReference* srs,
+                          const LocalPlane& plane) const {
+    const bool greatCircles = _mapSRS->isGeographic() && _options.geoInterp().get() == GEOINTERP_GREAT_CIRCLE;
+    std::vector<Line> lines;
+    for (const osg::ref_ptr<const Geometry>& part : parts) {
+        Line points = part->asVector();
+        if (!srs->transform(points, _mapSRS.get()))
+            continue;
+        Line line;
+        for (const osg::Vec3d& point : points) {
+            if (greatCircles && !line.empty())
+                appendGreatCircle(line, line.back(), point);
+            line.push_back(point);
+        }
+        for (osg::Vec3d& point : line)
+            point = plane.toPlane(point);
+        lines.push_back(withoutRepeats(line));
+        if (lines.back().size() > 2 && lines.back().front() == lines.back().back() &&
+            part->getType() >= Geometry::TYPE_RING)
+            lines.back().pop_back();
+    }
+    return lines;
+}
+
+// On the ground as fine as the extent allows; elsewhere only as fine as the globe's curvature asks.
+double FeatureMesh::longestEdge(double extentMetres, double parts) const {
+    const double curvature =
+        _mapSRS->isGeographic() ? _options.maxGranularity().get() * MetresPerDegree : 1e12;
+    return _clamped ? std::clamp(extentMetres / parts, ShortestPieceMetres, curvature) : curvature;
+}
+
+double FeatureMesh::pieceLength(const Line& line, const LineSymbol& symbol) const {
+    const double length = lengthOf(line);
+    if (symbol.tessellationSize().isSet() && symbol.tessellationSize()->getValue() > 0.0)
+        return std::max(symbol.tessellationSize()->as(Units::METERS), length / (8.0 * PiecesAlongLine));
+    if (symbol.tessellation().isSet() && symbol.tessellation().get() > 0)
+        return length / symbol.tessellation().get() /
+               static_cast<double>(std::max<std::size_t>(line.size() - 1, 1));
+    return longestEdge(length, PiecesAlongLine);
+}
+
+osg::ref_ptr<osg::Node> FeatureMesh::fillOf(const std::vector<Line>& rings, const Color& color,
+                                            const LocalPlane& plane) {
+    TriangleMesh mesh = triangulate(rings);
+    if (mesh.indices.empty())
+        return nullptr;
+    subdivide(mesh, longestEdge(extentOf(rings), PiecesAcrossFill), MaxTriangles);
+    return drawable(mesh, color, plane);
+}
+
+osg::ref_ptr<osg::Node> FeatureMesh::strokeOf(const Line& line, const LineSymbol& symbol,
+                                              const LocalPlane& plane) {
+    if (line.size() < 2)
+        return nullptr;
+    const Stroke& stroke = symbol.stroke().get();
+    osg::ref_ptr<osg::Geometry> geometry = new osg::Geometry;
+    geometry->setUseVertexBufferObjects(true);
+    geometry->setUseDisplayList(false);
+    const Line pieces = densified(line, pieceLength(line, symbol));
+    const std::vector<double> heights = heightsOf(pieces, plane);
+    geometry->setVertexArray(inFrame(pieces, heights, plane));
+    for (std::size_t i = 1; i < pieces.size(); i += 3)
+        measureDeviation((pieces[i - 1] + pieces[i]) * 0.5, (heights[i - 1] + heights[i]) / 2.0, plane);
+    osg::ref_ptr<osg::Vec4Array> colors = new osg::Vec4Array(osg::Array::BIND_OVERALL, 1, &stroke.color());
+    geometry->setColorArray(colors);
+    geometry->addPrimitiveSet(new osg::DrawArrays(GL_LINE_STRIP, 0, static_cast<int>(pieces.size())));
+
+    osg::StateSet* stateSet = geometry->getOrCreateStateSet();
+    GLUtils::setLineWidth(stateSet, std::max(stroke.width().get(), std::max(stroke.minPixels().get(), 1.0f)),
+                          osg::StateAttribute::ON);
+    if (stroke.stipplePattern().get() != 0xFFFF)
+        GLUtils::setLineStipple(stateSet, static_cast<int>(stroke.stippleFactor().get()),
+                                stroke.stipplePattern().get(), osg::StateAttribute::ON);
+    stateSet->setRenderBinDetails(1, "DepthSortedBin"); // within the node's bin: after all fills
+    return geometry;
+}
+
+osg::ref_ptr<osg::Node> FeatureMesh::ribbonOf(const Line& line, const LineSymbol& symbol,
+                                              const LocalPlane& plane) {
+    if (line.size() < 2)
+        return nullptr;
+    const Stroke& stroke = symbol.stroke().get();
+    const double width =
+        Units::convert(stroke.widthUnits().get(), Units::METERS, static_cast<double>(stroke.width().get()));
+    const osg::ref_ptr<osg::Geometry> geometry =
+        drawable(ribbon(densified(line, pieceLength(line, symbol)), width), stroke.color(), plane);
+    geometry->getOrCreateStateSet()->setRenderBinDetails(1, "DepthSortedBin");
+    return geometry;
+}
+
+osg::ref_ptr<osg::Geometry> FeatureMesh::drawable(const TriangleMesh& mesh, const Color& color,
+                                                  const LocalPlane& plane) {
+    osg::ref_ptr<osg::Geometry> geometry = new osg::Geometry;
+    geometry->setUseVertexBufferObjects(true);
+    geometry->setUseDisplayList(false);
+    const std::vector<double> heights = heightsOf(mesh.points, plane);
+    geometry->setVertexArray(inFrame(mesh.points, heights, plane));
+    geometry->setColorArray(new osg::Vec4Array(osg::Array::BIND_OVERALL, 1, &color));
+    geometry->addPrimitiveSet(
+        new osg::DrawElementsUInt(GL_TRIANGLES, mesh.indices.begin(), mesh.indices.end()));
+    for (std::size_t i = 0; i < mesh.indices.size(); i += 21) { // every seventh triangle
+        const unsigned a = mesh.indices[i];
+        const unsigned b = mesh.indices[i + 1];
+        const unsigned c = mesh.indices[i + 2];
+        measureDeviation((mesh.points[a] + mesh.points[b] + mesh.points[c]) / 3.0,
+                         (heights[a] + heights[b] + heights[c]) / 3.0, plane);
+    }
+    return geometry;
+}
+
+std::vector<double> FeatureMesh::heightsOf(const std::vector<osg::Vec3d>& points, const LocalPlane& plane) {
+    std::vector<double> heights;
+    heights.reserve(points.size());
+    for (const osg::Vec3d& point : points)
+        heights.push_back(heightOf(point, plane));
+    return heights;
+}
+
+double FeatureMesh::heightOf(const osg::Vec3d& planePoint, const LocalPlane& plane) {
+    double height = _verticalOffset;
+    if (_keepsOwnHeights)
+        height += planePoint.z() * _verticalScale;
+    if (_clamped) {
+        const osg::Vec3d mapPoint = plane.toMap(planePoint);
+        height += _commonGround ? *_commonGround : _ground.heightAt(mapPoint.x(), mapPoint.y());
+    }
+    return height;
+}
+
+void FeatureMesh::measureDeviation(const osg::Vec3d& middle, double heightBetween, const LocalPlane& plane) {
+    if (_clamped)
+        _deviationMetres = std::max(_deviationMetres, heightOf(middle, plane) - heightBetween);
+}
+
+} // namespace Features
+} // namespace osgEarth

@@ -1,0 +1,68 @@
+/// Features as drawables that hug the terrain.
+#pragma once
+
+#include "GroundSampler.h"
+#include "LocalPlane.h"
+#include "Triangulation.h"
+
+#include <osg/Group>
+#include <osg/MatrixTransform>
+#include <osgEarthFeatures/Feature>
+#include <osgEarthFeatures/GeometryCompiler>
+#include <osgEarthSymbology/AltitudeSymbol>
+#include <osgEarthSymbology/LineSymbol>
+#include <osgEarthSymbology/PolygonSymbol>
+
+#include <optional>
+
+namespace osgEarth {
+namespace Features {
+
+/// Whether a style puts features on the ground, and not at their own heights.
+bool isClamped(const Symbology::Style& style);
+
+/// Builds the drawables of single features, all in the style of one node.
+class FeatureMesh {
+public:
+    FeatureMesh(MapNode& mapNode, const Symbology::Style& nodeStyle, const GeometryCompilerOptions& options);
+
+    /// A transform with the feature's fill and lines below it; null when there is nothing to draw.
+    osg::ref_ptr<osg::MatrixTransform> build(const Feature& feature);
+
+    /// Metres by which the ground rises above what was built between its points, as far as sampled.
+    double deviationMetres() const { return _deviationMetres; }
+
+private:
+    typedef std::vector<osg::Vec3d> Line;
+
+    std::vector<Line> linesInPlane(const std::vector<osg::ref_ptr<const Symbology::Geometry>>& parts,
+                                   const SpatialReference* srs, const LocalPlane& plane) const;
+    osg::ref_ptr<osg::Node> fillOf(const std::vector<Line>& rings, const Symbology::Color& color,
+                                   const LocalPlane& plane);
+    osg::ref_ptr<osg::Node> strokeOf(const Line& line, const Symbology::LineSymbol& symbol,
+                                     const LocalPlane& plane);
+    osg::ref_ptr<osg::Node> ribbonOf(const Line& line, const Symbology::LineSymbol& symbol,
+                                     const LocalPlane& plane);
+
+    double longestEdge(double extentMetres, double parts) const;
+    double pieceLength(const Line& line, const Symbology::LineSymbol& symbol) const;
+    std::vector<double> heightsOf(const std::vector<osg::Vec3d>& points, const LocalPlane& plane);
+    double heightOf(const osg::Vec3d& planePoint, const LocalPlane& plane);
+    void measureDeviation(const osg::Vec3d& middle, double heightBetween, const LocalPlane& plane);
+    osg::ref_ptr<osg::Geometry> drawable(const TriangleMesh& mesh, const Symbology::Color& color,
+                                         const LocalPlane& plane);
+
+    osg::ref_ptr<const SpatialReference> _mapSRS;
+    const Symbology::Style& _nodeStyle;
+    const GeometryCompilerOptions& _options;
+    GroundSampler _ground;
+    bool _clamped;
+    bool _keepsOwnHeights;
+    double _verticalOffset = 0.0;
+    double _verticalScale = 1.0;
+    std::optional<double> _commonGround; // with centroid binding
+    double _deviationMetres = 0.0;
+};
+
+} // namespace Features
+} // namespace osgEarth

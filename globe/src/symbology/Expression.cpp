@@ -1,0 +1,18 @@
+#include <osgEarthSymbology/Expression>
+
+#include <locale>
+#include <sstream>
+
+namespace osgEarth {
+namespace Symbology {
+
+// The stream's own locale keeps "1.5" a number where the process writes decimal commas.
+NumericExpression::NumericExpression(const std::string& text) {
+    std::istringstream stream(text);
+    stream.imbue(std::locale::classic());
+    if (!(stream >> _value))
+        _value = 0.0;
+}
+
+} // namespace Symbology
+} // namespace osgEarth
