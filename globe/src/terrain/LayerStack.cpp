@@ -1,0 +1,130 @@
+#include "LayerStack.h"
+
+#include "RasterSource.h"
+
+#include <osgEarth/ElevationLayer>
+#include <osgEarth/ImageLayer>
+
+#include <array>
+#include <cmath>
+
+namespace osgEarth {
+namespace {
+
+// Ground without any picture.
+constexpr std::array<std::uint8_t, 3> plainColour = {196, 192, 180};
+
+bool isUsed(const TerrainLayer& layer) {
+    return layer.getEnabled() && layer.getVisible() && layer.raster() != nullptr;
+}
+
+void blendOver(const std::vector<std::uint8_t>& rgba, float opacity, unsigned char* rgb) {
+    for (std::size_t i = 0; i + 3 < rgba.size(); i += 4, rgb += 3) {
+        const float alpha = static_cast<float>(rgba[i + 3]) * opacity / 255.0F;
+        for (std::size_t c = 0; c < 3; ++c) {
+            const auto below = static_cast<float>(rgb[c]);
+            const auto above = static_cast<float>(rgba[i + c]);
+            rgb[c] = static_cast<unsigned char>(below + (above - below) * alpha + 0.5F);
+        }
+    }
+}
+
+// Extents of the entries that stand in one list only, or of all when the order changed.
+template<typename List, typename SourceOf>
+void addDifferences(const List& a, const List& b, SourceOf sourceOf, std::vector<GeoExtent>& out) {
+    if (a == b) {
+        return;
+    }
+    const auto contains = [](const List& list, const auto& entry) {
+        return std::find(list.begin(), list.end(), entry) != list.end();
+    };
+    const auto onlyCommon = [&](const List& list, const List& other) {
+        List common;
+        std::copy_if(list.begin(), list.end(), std::back_inserter(common),
+                     [&](const auto& entry) { return contains(other, entry); });
+        return common;
+    };
+    const bool sameOrder = onlyCommon(a, b) == onlyCommon(b, a);
+    for (const auto& [list, other] : {std::pair(&a, &b), std::pair(&b, &a)}) {
+        for (const auto& entry : *list) {
+            if (!sameOrder || !contains(*other, entry)) {
+                out.push_back(sourceOf(entry)->geographicExtent());
+            }
+        }
+    }
+}
+
+} // namespace
+
+LayerStack::LayerStack(const Map& map, int revision) : _revision(revision) {
+    std::vector<osg::ref_ptr<TerrainLayer>> layers;
+    map.getLayers(layers);
+    for (const auto& layer : layers) {
+        if (!isUsed(*layer)) {
+            continue;
+        }
+        if (const auto* image = dynamic_cast<const ImageLayer*>(layer.get())) {
+            _images.push_back({layer->raster(), image->getOpacity()});
+        } else if (dynamic_cast<const ElevationLayer*>(layer.get()) != nullptr) {
+            _elevations.insert(_elevations.begin(), layer->raster());
+        }
+    }
+}
+
+osg::ref_ptr<osg::Image> LayerStack::composeImage(const GeoExtent& extent, int pixels) const {
+    osg::ref_ptr<osg::Image> image = new osg::Image();
+    image->allocateImage(pixels, pixels, 1, GL_RGB, GL_UNSIGNED_BYTE);
+    for (unsigned i = 0; i < image->getTotalSizeInBytes(); ++i) {
+        image->data()[i] = plainColour[i % 3];
+    }
+    const SampleGrid grid{extent, pixels, pixels, false};
+    std::vector<std::uint8_t> rgba;
+    for (const Image& layer : _images) {
+        if (warpImage(*layer.source, grid, rgba)) {
+            blendOver(rgba, layer.opacity, image->data());
+        }
+    }
+    return image;
+}
+
+std::vector<float> LayerStack::composeHeights(const SampleGrid& grid) const {
+    const auto count = static_cast<std::size_t>(grid.width) * static_cast<std::size_t>(grid.height);
+    std::vector<float> heights(count, std::nanf(""));
+    std::vector<float> layer;
+    for (const auto& source : _elevations) {
+        if (!warpHeights(*source, grid, layer)) {
+            continue;
+        }
+        for (std::size_t i = 0; i < count; ++i) {
+            heights[i] = std::isnan(heights[i]) ? layer[i] : heights[i];
+        }
+    }
+    std::replace_if(
+        heights.begin(), heights.end(), [](float h) { return std::isnan(h); }, 0.0F);
+    return heights;
+}
+
+bool LayerStack::hasFinerData(const GeoExtent& extent, int pixels, int posts) const {
+    const auto isFiner = [&](const RasterSource& source, double samples) {
+        const GeoExtent& there = source.geographicExtent();
+        const GeoExtent here = extent.transform(there.getSRS());
+        // Half as fine as the data is fine enough to stop: bilinear sampling shows no more.
+        return here.isValid() && here.bounds().intersectionWith(there.bounds()).isValid() &&
+               here.height() / samples > source.resolutionDegrees() * 1.2;
+    };
+    return std::any_of(_images.begin(), _images.end(),
+                       [&](const Image& image) { return isFiner(*image.source, pixels); }) ||
+           std::any_of(_elevations.begin(), _elevations.end(),
+                       [&](const auto& source) { return isFiner(*source, posts - 1); });
+}
+
+std::vector<GeoExtent> LayerStack::differencesTo(const LayerStack& other) const {
+    std::vector<GeoExtent> extents;
+    addDifferences(
+        _images, other._images, [](const Image& image) { return image.source; }, extents);
+    addDifferences(
+        _elevations, other._elevations, [](const auto& source) { return source; }, extents);
+    return extents;
+}
+
+} // namespace osgEarth

@@ -1,0 +1,44 @@
+// What a terrain tile is made of: the map's layers at one moment.
+#pragma once
+#include "RasterWarper.h"
+
+#include <osg/Image>
+#include <osgEarth/Map>
+#include <osgEarth/TileKey>
+
+#include <memory>
+#include <vector>
+
+namespace osgEarth {
+class RasterSource;
+
+/// Immutable list of the layers in use, so that background threads need no lock on the map.
+class LayerStack {
+public:
+    struct Image {
+        std::shared_ptr<RasterSource> source;
+        float opacity = 1.0F;
+        bool operator==(const Image& rhs) const { return source == rhs.source && opacity == rhs.opacity; }
+    };
+
+    LayerStack() = default;
+    LayerStack(const Map& map, int revision);
+
+    /// Counts the stacks of one terrain.
+    int revision() const { return _revision; }
+    /// The images composed bottom-up over a plain colour.
+    osg::ref_ptr<osg::Image> composeImage(const GeoExtent& extent, int pixels) const;
+    /// Heights in metres from the last layer with data at each post, 0 where no layer has any.
+    std::vector<float> composeHeights(const SampleGrid& grid) const;
+    /// Whether any layer within the extent is finer than a tile of so many pixels and posts shows.
+    bool hasFinerData(const GeoExtent& extent, int pixels, int posts) const;
+    /// Boxes in WGS 84 degrees within which the two stacks may look different.
+    std::vector<GeoExtent> differencesTo(const LayerStack& other) const;
+
+private:
+    int _revision = 0;
+    std::vector<Image> _images;                             // bottom first
+    std::vector<std::shared_ptr<RasterSource>> _elevations; // last layer first
+};
+
+} // namespace osgEarth

@@ -1,0 +1,107 @@
+#include <osgEarth/Terrain>
+
+#include "TileIndex.h"
+
+#include <osgUtil/IntersectionVisitor>
+#include <osgUtil/LineSegmentIntersector>
+#include <osgViewer/View>
+
+namespace osgEarth {
+
+void TerrainCallback::onTileAdded(const TileKey&, osg::Node*, TerrainCallbackContext&) {}
+
+Terrain::Terrain(osg::Node* graph, const Profile* profile, std::shared_ptr<TileIndex> tiles)
+    : _graph(graph), _profile(profile), _tiles(std::move(tiles)) {}
+
+Terrain::~Terrain() = default;
+
+bool Terrain::getHeight(const SpatialReference* srs, double x, double y, double* out_heightAboveMSL,
+                        double* out_heightAboveEllipsoid) const {
+    if (srs != nullptr && srs != getSRS() && !srs->transform2D(x, y, getSRS(), x, y)) {
+        return false;
+    }
+    const osg::ref_ptr<TileMesh> mesh = _tiles->finestAt(*_profile, x, y);
+    double height = 0.0;
+    if (!mesh.valid() || !mesh->height(x, y, height)) {
+        return false;
+    }
+    for (double* out : {out_heightAboveMSL, out_heightAboveEllipsoid}) {
+        if (out != nullptr) {
+            *out = height;
+        }
+    }
+    return true;
+}
+
+bool Terrain::intersect(const osg::Vec3d& start, const osg::Vec3d& end, osg::Vec3d& out_world) const {
+    osg::ref_ptr<osg::Node> graph;
+    if (!_graph.lock(graph)) {
+        return false;
+    }
+    osg::ref_ptr<osgUtil::LineSegmentIntersector> segment = new osgUtil::LineSegmentIntersector(start, end);
+    segment->setIntersectionLimit(osgUtil::Intersector::LIMIT_NEAREST);
+    osgUtil::IntersectionVisitor visitor(segment.get());
+    graph->accept(visitor);
+    if (!segment->containsIntersections()) {
+        return false;
+    }
+    out_world = segment->getFirstIntersection().getWorldIntersectPoint();
+    return true;
+}
+
+bool Terrain::getWorldCoordsUnderMouse(osg::View* view, float mx, float my, osg::Vec3d& out_world) const {
+    auto* viewerView = dynamic_cast<osgViewer::View*>(view);
+    if (viewerView == nullptr) {
+        return false;
+    }
+    float localX = 0.0F;
+    float localY = 0.0F;
+    const osg::Camera* camera = viewerView->getCameraContainingPosition(mx, my, localX, localY);
+    if (camera == nullptr) {
+        camera = viewerView->getCamera();
+        localX = mx;
+        localY = my;
+    }
+    const osg::Viewport* viewport = camera->getViewport();
+    if (viewport == nullptr) {
+        return false;
+    }
+    osg::Matrixd windowToWorld;
+    if (!windowToWorld.invert(camera->getViewMatrix() * camera->getProjectionMatrix() *
+                              viewport->computeWindowMatrix())) {
+        return false;
+    }
+    // The far end of the pointer's ray is put beyond the whole Earth, whatever the far plane is.
+    const osg::Vec3d eye = camera->getInverseViewMatrix().getTrans();
+    const osg::Vec3d onRay = osg::Vec3d(localX, localY, 0.0) * windowToWorld;
+    osg::Vec3d direction = onRay - eye;
+    if (direction.normalize() == 0.0) {
+        return false;
+    }
+    const double reach = eye.length() + 2.0 * getSRS()->getEllipsoid()->getRadiusEquator();
+    return intersect(eye, eye + direction * reach, out_world);
+}
+
+void Terrain::addTerrainCallback(TerrainCallback* callback) {
+    if (callback != nullptr) {
+        _callbacks.emplace_back(callback);
+    }
+}
+
+void Terrain::removeTerrainCallback(TerrainCallback* callback) {
+    _callbacks.erase(std::remove(_callbacks.begin(), _callbacks.end(), callback), _callbacks.end());
+}
+
+osg::Node* Terrain::getGraph() const {
+    return _graph.get();
+}
+
+void Terrain::notifyTileAdded(const TileKey& key, osg::Node* tile) {
+    TerrainCallbackContext context(this);
+    const auto callbacks = _callbacks; // a callback may remove itself
+    for (const auto& callback : callbacks) {
+        callback->onTileAdded(key, tile, context);
+    }
+}
+
+} // namespace osgEarth

@@ -1,0 +1,129 @@
+#include <osgEarth/TerrainEngineNode>
+#include <osgEarth/VirtualProgram>
+
+#include "TileContext.h"
+#include "TileNode.h"
+
+#include <osgEarth/TerrainLayer>
+#include <osgGA/GUIActionAdapter>
+
+namespace osgEarth {
+namespace {
+
+const char* const terrainVertexShader = R"(
+out vec2 oe_terrain_uv;
+void oe_terrain_vertex(inout vec4 vertex) {
+    oe_terrain_uv = gl_MultiTexCoord0.st;
+}
+)";
+
+// The vertex colour carries the hill shade; 0.8 is flat ground.
+const char* const terrainFragmentShader = R"(
+uniform sampler2D oe_terrain_picture;
+uniform float oe_terrain_relief;
+in vec2 oe_terrain_uv;
+void oe_terrain_colour(inout vec4 color) {
+    float shade = mix(1.0, color.r / 0.8, oe_terrain_relief);
+    color = vec4(texture(oe_terrain_picture, oe_terrain_uv).rgb * shade, 1.0);
+}
+)";
+
+// Sums the layers' own revisions, so that a change of one of them shows.
+int appearanceOf(const Map& map) {
+    std::vector<osg::ref_ptr<TerrainLayer>> layers;
+    int sum = map.getLayers(layers);
+    for (const auto& layer : layers) {
+        sum += layer->getAppearanceRevision();
+    }
+    return sum;
+}
+
+} // namespace
+
+TerrainEngineNode::TerrainEngineNode(Map* map, const TerrainOptions& options)
+    : _map(map),
+      _tileContext(std::make_shared<TileContext>(osg::ref_ptr<const Profile>(map->getProfile()), options)) {
+    setName("osgEarth::TerrainEngineNode");
+    setEllipsoidModel(map->isGeocentric() ? new osg::EllipsoidModel(*map->getSRS()->getEllipsoid()) : nullptr);
+    setCoordinateSystem(map->getSRS()->getWKT());
+    setFormat("WKT");
+    _terrain = new Terrain(this, map->getProfile(), _tileContext->index());
+
+    osg::StateSet* stateSet = getOrCreateStateSet();
+    VirtualProgram* program = VirtualProgram::getOrCreate(stateSet);
+    program->setFunction("oe_terrain_vertex", terrainVertexShader, ShaderComp::LOCATION_VERTEX_VIEW);
+    program->setFunction("oe_terrain_colour", terrainFragmentShader, ShaderComp::LOCATION_FRAGMENT_COLORING, 0.0F);
+    stateSet->addUniform(new osg::Uniform("oe_terrain_picture", 0));
+    stateSet->addUniform(new osg::Uniform("oe_terrain_relief", 1.0F));
+    stateSet->setMode(GL_CULL_FACE, osg::StateAttribute::OFF); // the skirts are seen from both sides
+    stateSet->setMode(GL_BLEND, osg::StateAttribute::OFF);
+
+    followMapChanges();
+    addRootTiles();
+    setNumChildrenRequiringUpdateTraversal(1);
+}
+
+TerrainEngineNode::~TerrainEngineNode() = default;
+
+void TerrainEngineNode::addRootTiles() {
+    unsigned wide = 0;
+    unsigned high = 0;
+    _map->getProfile()->getNumTiles(0, wide, high);
+    for (unsigned y = 0; y < high; ++y) {
+        for (unsigned x = 0; x < wide; ++x) {
+            osg::ref_ptr<TileNode> tile = new TileNode(TileKey(0, x, y, _map->getProfile()), _tileContext);
+            addChild(tile);
+            tile->enterScene();
+        }
+    }
+}
+
+void TerrainEngineNode::followMapChanges() {
+    const int appearance = appearanceOf(*_map);
+    if (appearance != _appearance) {
+        _appearance = appearance;
+        _tileContext->setLayers(*_map);
+        requestRedraw();
+    }
+}
+
+void TerrainEngineNode::announceNewTiles() {
+    for (const auto& mesh : _tileContext->takeEnteredTiles()) {
+        _terrain->notifyTileAdded(mesh->key(), mesh->node());
+    }
+}
+
+void TerrainEngineNode::requestRedraw() {
+    for (const auto& observed : _views) {
+        osg::ref_ptr<osg::View> view;
+        if (observed.lock(view)) {
+            if (auto* adapter = dynamic_cast<osgGA::GUIActionAdapter*>(view.get())) {
+                adapter->requestRedraw();
+            }
+        }
+    }
+}
+
+void TerrainEngineNode::traverse(osg::NodeVisitor& nv) {
+    if (nv.getVisitorType() == osg::NodeVisitor::UPDATE_VISITOR) {
+        followMapChanges();
+        announceNewTiles();
+        return; // tiles need no update of their own
+    }
+    if (auto* visitor = dynamic_cast<osgUtil::CullVisitor*>(&nv)) {
+        if (TileContext::isViewCamera(*visitor)) {
+            noteView(visitor->getCurrentCamera()->getView());
+        }
+    }
+    osg::CoordinateSystemNode::traverse(nv);
+}
+
+void TerrainEngineNode::noteView(osg::View* view) {
+    const auto isGone = [](const osg::observer_ptr<osg::View>& observed) { return !observed.valid(); };
+    _views.erase(std::remove_if(_views.begin(), _views.end(), isGone), _views.end());
+    if (std::find(_views.begin(), _views.end(), view) == _views.end()) {
+        _views.emplace_back(view);
+    }
+}
+
+} // namespace osgEarth

@@ -1,0 +1,68 @@
+// What all tiles of one terrain share.
+#pragma once
+#include "LayerStack.h"
+#include "TileIndex.h"
+
+#include <osg/Node>
+#include <osgDB/Options>
+#include <osgEarth/TerrainOptions>
+#include <osgUtil/CullVisitor>
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <utility>
+#include <vector>
+
+namespace osgEarth {
+
+/// Layers in use, options, the index of loaded tiles, and the measure of refinement. Thread safe except where said.
+class TileContext : public std::enable_shared_from_this<TileContext> {
+public:
+    TileContext(osg::ref_ptr<const Profile> profile, const TerrainOptions& options);
+
+    const Profile* profile() const { return _profile.get(); }
+    const TerrainOptions& options() const { return _options; }
+    const std::shared_ptr<TileIndex>& index() const { return _index; }
+
+    std::shared_ptr<const LayerStack> layers() const;
+    int revision() const { return _revision; }
+    /// Replaces the layers; tiles within the differences are made anew when they are next seen.
+    void setLayers(const Map& map);
+    /// Whether layers within the extent have changed since the revision.
+    bool hasChangedSince(int revision, const GeoExtent& extent) const;
+
+    /// Reader options that make the database pager build tiles of this terrain.
+    osg::ref_ptr<osgDB::Options> readerOptions();
+
+    /// Pixels on the screen that a tile needs to be refined.
+    float refinementPixels() const;
+    /// Screen pixels per radian for a cull traversal. Cameras other than a view's own (shadow, depth and pick
+    /// cameras) see the terrain as the view's camera does.
+    float pixelsPerRadian(const osgUtil::CullVisitor& visitor);
+    /// Whether the traversal is the one of a view's own camera, which alone decides what is loaded.
+    static bool isViewCamera(const osgUtil::CullVisitor& visitor);
+
+    /// Notes tiles that entered the scene; the terrain announces them in its update traversal.
+    void tileEntered(TileMesh* mesh);
+    std::vector<osg::ref_ptr<TileMesh>> takeEnteredTiles();
+    bool hasEnteredTiles() const;
+
+private:
+    struct Change {
+        int revision;
+        GeoExtent extent;
+    };
+
+    osg::ref_ptr<const Profile> _profile;
+    TerrainOptions _options;
+    std::shared_ptr<TileIndex> _index;
+    std::atomic<int> _revision{0};
+    std::atomic<float> _viewPixelsPerRadian{0.0F};
+    mutable std::mutex _mutex; // guards what follows
+    std::shared_ptr<const LayerStack> _layers;
+    std::vector<Change> _changes;
+    std::vector<osg::ref_ptr<TileMesh>> _entered;
+};
+
+} // namespace osgEarth

@@ -1,0 +1,283 @@
+#include "TileMesh.h"
+
+#include <osg/Texture2D>
+
+#include <cmath>
+#include <optional>
+
+namespace osgEarth {
+namespace {
+
+// The shading of flat ground; brighter and darker slopes lie about it. The terrain's shader divides by it.
+constexpr double flatShade = 0.8;
+constexpr double metresPerDegree = 111320.0;
+
+// Light from the north-west at 45 degrees, as on printed maps. The slope is exaggerated with the spacing of the posts,
+// because coarse posts flatten the relief.
+double hillShade(double slopeEast, double slopeNorth, double spacingMetres) {
+    const double exaggeration = osg::clampBetween(std::pow(spacingMetres / 5.0, 0.25), 1.0, 5.0);
+    const osg::Vec3d light(-0.5, 0.5, std::sqrt(0.5));
+    osg::Vec3d normal(-slopeEast * exaggeration, -slopeNorth * exaggeration, 1.0);
+    normal.normalize();
+    const double relative = std::max(0.0, normal * light) / light.z();
+    return osg::clampBetween(flatShade * (0.3 + 0.7 * relative), 0.0, 1.0);
+}
+
+} // namespace
+
+// Heights and local positions of the posts and of one more ring around them, which the slopes at the edges need.
+struct TileMesh::Surface {
+    Surface(const GeoExtent& extent, int posts, const LayerStack& layers, double verticalScale,
+            const osg::Matrixd& worldToLocal);
+
+    std::size_t index(int column, int row) const {
+        return static_cast<std::size_t>((row + 1) * side + column + 1);
+    }
+    float heightAt(int column, int row) const { return heights[index(column, row)]; }
+    const osg::Vec3d& positionAt(int column, int row) const { return positions[index(column, row)]; }
+    osg::Vec3 normalAt(int column, int row) const;
+    double shadeAt(int column, int row) const;
+
+    int side;
+    SampleGrid grid;
+    bool isGeographic;
+    std::vector<float> heights;
+    std::vector<osg::Vec3d> positions;
+};
+
+TileMesh::Surface::Surface(const GeoExtent& extent, int posts, const LayerStack& layers, double verticalScale,
+                           const osg::Matrixd& worldToLocal)
+    : side(posts + 2), isGeographic(extent.getSRS()->isGeographic()) {
+    const double stepX = extent.width() / (posts - 1);
+    const double stepY = extent.height() / (posts - 1);
+    grid = {GeoExtent(extent.getSRS(), extent.west() - stepX, extent.south() - stepY, extent.east() + stepX,
+                      extent.north() + stepY),
+            side, side, true};
+    heights = layers.composeHeights(grid);
+    positions.resize(heights.size());
+    for (int row = -1; row <= posts; ++row) {
+        for (int column = -1; column <= posts; ++column) {
+            float& height = heights[index(column, row)];
+            height *= static_cast<float>(verticalScale);
+            // Counted from the tile's own edges, so that neighbours compute shared posts from the same numbers.
+            const double x = column == 0           ? extent.west()
+                             : column == posts - 1 ? extent.east()
+                                                   : extent.west() + stepX * column;
+            const double y = row == 0           ? extent.north()
+                             : row == posts - 1 ? extent.south()
+                                                : extent.north() - stepY * row;
+            const double limit = isGeographic ? 90.0 : DBL_MAX;
+            osg::Vec3d world;
+            extent.getSRS()->transformToWorld(osg::Vec3d(x, osg::clampBetween(y, -limit, limit), height), world);
+            positions[index(column, row)] = world * worldToLocal;
+        }
+    }
+}
+
+osg::Vec3 TileMesh::Surface::normalAt(int column, int row) const {
+    const osg::Vec3d east = positionAt(column + 1, row) - positionAt(column - 1, row);
+    const osg::Vec3d north = positionAt(column, row - 1) - positionAt(column, row + 1);
+    osg::Vec3d normal = east ^ north;
+    if (normal.normalize() == 0.0) {
+        normal.set(0.0, 0.0, 1.0);
+    }
+    return osg::Vec3(normal);
+}
+
+double TileMesh::Surface::shadeAt(int column, int row) const {
+    const double degrees = isGeographic ? metresPerDegree : 1.0;
+    const double latitude = isGeographic ? grid.y(row + 1) : 0.0;
+    const double stepY = grid.extent.height() / (side - 1) * degrees;
+    const double stepX = grid.extent.width() / (side - 1) * degrees *
+                         std::max(0.05, std::cos(osg::DegreesToRadians(latitude)));
+    const double slopeEast = (heightAt(column + 1, row) - heightAt(column - 1, row)) / (2.0 * stepX);
+    const double slopeNorth = (heightAt(column, row - 1) - heightAt(column, row + 1)) / (2.0 * stepY);
+    return hillShade(slopeEast, slopeNorth, stepY);
+}
+
+TileMesh::TileMesh(const TileKey& key, const LayerStack& layers, const TerrainOptions& options)
+    : _key(key), _extent(key.getExtent()), _revision(layers.revision()), _posts(options.tileSize().get()) {
+    const Bounds bounds = _extent.bounds();
+    const osg::Vec3d centre(bounds.center2d().x(), bounds.center2d().y(), 0.0);
+    _extent.getSRS()->createLocalToWorld(centre, _localToWorld);
+    _worldToLocal.invert_4x3(_localToWorld);
+
+    const Surface surface(_extent, _posts, layers, options.verticalScale().get(), _worldToLocal);
+    osg::ref_ptr<osg::Geometry> geometry = buildGeometry(surface);
+
+    osg::ref_ptr<osg::Texture2D> texture = new osg::Texture2D(layers.composeImage(_extent, imagePixels));
+    texture->setWrap(osg::Texture::WRAP_S, osg::Texture::CLAMP_TO_EDGE);
+    texture->setWrap(osg::Texture::WRAP_T, osg::Texture::CLAMP_TO_EDGE);
+    texture->setFilter(osg::Texture::MIN_FILTER, osg::Texture::LINEAR_MIPMAP_LINEAR);
+    texture->setFilter(osg::Texture::MAG_FILTER, osg::Texture::LINEAR);
+    texture->setMaxAnisotropy(4.0F);
+    texture->setUnRefImageDataAfterApply(true);
+    texture->setResizeNonPowerOfTwoHint(false);
+    geometry->getOrCreateStateSet()->setTextureAttributeAndModes(0, texture);
+
+    _node = new osg::MatrixTransform(_localToWorld);
+    _node->addChild(geometry);
+}
+
+osg::ref_ptr<osg::Geometry> TileMesh::buildGeometry(const Surface& surface) {
+    const int n = _posts;
+    _vertices = new osg::Vec3Array();
+    osg::ref_ptr<osg::Vec3Array> normals = new osg::Vec3Array();
+    osg::ref_ptr<osg::Vec4ubArray> colours = new osg::Vec4ubArray();
+    osg::ref_ptr<osg::Vec2Array> textureCoordinates = new osg::Vec2Array();
+    double lowest = DBL_MAX;
+    _highestMetres = -DBL_MAX;
+    for (int row = 0; row < n; ++row) {
+        for (int column = 0; column < n; ++column) {
+            const double height = surface.heightAt(column, row);
+            lowest = std::min(lowest, height);
+            _highestMetres = std::max(_highestMetres, height);
+            const auto shade = static_cast<unsigned char>(std::lround(surface.shadeAt(column, row) * 255.0));
+            _vertices->push_back(osg::Vec3(surface.positionAt(column, row)));
+            normals->push_back(surface.normalAt(column, row));
+            colours->push_back(osg::Vec4ub(shade, shade, shade, 255));
+            textureCoordinates->push_back(osg::Vec2(static_cast<float>(column) / static_cast<float>(n - 1),
+                                                    static_cast<float>(row) / static_cast<float>(n - 1)));
+            _localBox.expandBy(surface.positionAt(column, row));
+        }
+    }
+
+    osg::ref_ptr<osg::DrawElementsUShort> triangles = new osg::DrawElementsUShort(GL_TRIANGLES);
+    const auto addQuad = [&](int upperLeft, int upperRight, int lowerLeft, int lowerRight) {
+        for (const int i : {upperLeft, lowerLeft, upperRight, upperRight, lowerLeft, lowerRight}) {
+            triangles->push_back(static_cast<GLushort>(i));
+        }
+    };
+    for (int row = 0; row + 1 < n; ++row) {
+        for (int column = 0; column + 1 < n; ++column) {
+            const int i = row * n + column;
+            addQuad(i, i + 1, i + n, i + n + 1);
+        }
+    }
+
+    // The skirt hangs from the edge far enough to close the gap to a coarser or finer neighbour.
+    std::vector<int> ring;
+    for (int i = 0; i < n - 1; ++i) {
+        ring.push_back(i); // north edge, going east
+    }
+    for (int i = 0; i < n - 1; ++i) {
+        ring.push_back(i * n + n - 1); // east edge, going south
+    }
+    for (int i = n - 1; i > 0; --i) {
+        ring.push_back((n - 1) * n + i); // south edge, going west
+    }
+    for (int i = n - 1; i > 0; --i) {
+        ring.push_back(i * n); // west edge, going north
+    }
+    const double widthMetres = _localBox.yMax() - _localBox.yMin();
+    const double depth = widthMetres * 0.03 + (_highestMetres - lowest) * 0.5;
+    const int firstSkirt = n * n;
+    for (const int edge : ring) {
+        const auto i = static_cast<std::size_t>(edge);
+        const osg::Vec3d position((*_vertices)[i]);
+        osg::Vec3d up = osg::Matrixd::transform3x3(position * _localToWorld, _worldToLocal);
+        if (!_extent.getSRS()->isGeographic()) {
+            up.set(0.0, 0.0, 1.0);
+        }
+        up.normalize();
+        _vertices->push_back(osg::Vec3(position - up * depth));
+        normals->push_back(osg::Vec3((*normals)[i]));
+        colours->push_back(osg::Vec4ub((*colours)[i]));
+        textureCoordinates->push_back(osg::Vec2((*textureCoordinates)[i]));
+    }
+    const int ringSize = static_cast<int>(ring.size());
+    for (int i = 0; i < ringSize; ++i) {
+        const int next = (i + 1) % ringSize;
+        addQuad(ring[static_cast<std::size_t>(next)], ring[static_cast<std::size_t>(i)], firstSkirt + next,
+                firstSkirt + i);
+    }
+
+    osg::ref_ptr<osg::Geometry> geometry = new osg::Geometry();
+    geometry->setUseDisplayList(false);
+    geometry->setUseVertexBufferObjects(true);
+    geometry->setVertexArray(_vertices);
+    geometry->setNormalArray(normals, osg::Array::BIND_PER_VERTEX);
+    geometry->setColorArray(colours, osg::Array::BIND_PER_VERTEX);
+    geometry->setTexCoordArray(0, textureCoordinates);
+    geometry->addPrimitiveSet(triangles);
+    return geometry;
+}
+
+osg::BoundingSphere TileMesh::worldBound() const {
+    const osg::Vec3d centre = osg::Vec3d(_localBox.center()) * _localToWorld;
+    return {osg::Vec3(centre), static_cast<float>((_localBox._max - _localBox._min).length() * 0.5 * 1.02)};
+}
+
+osg::Vec3d TileMesh::post(int column, int row) const {
+    return {(*_vertices)[static_cast<std::size_t>(row * _posts + column)]};
+}
+
+namespace {
+
+// Parameter along origin + t * direction where it meets a triangle's plane, if it does so within the triangle
+// (a little slack, so that nothing falls between two triangles).
+std::optional<double> hitTriangle(const osg::Vec3d& origin, const osg::Vec3d& direction, const osg::Vec3d& a,
+                                  const osg::Vec3d& b, const osg::Vec3d& c) {
+    constexpr double slack = 1e-6;
+    const osg::Vec3d edge1 = b - a;
+    const osg::Vec3d edge2 = c - a;
+    const osg::Vec3d p = direction ^ edge2;
+    const double determinant = edge1 * p;
+    if (determinant == 0.0) {
+        return std::nullopt;
+    }
+    const osg::Vec3d toOrigin = origin - a;
+    const double u = toOrigin * p / determinant;
+    const osg::Vec3d q = toOrigin ^ edge1;
+    const double v = direction * q / determinant;
+    if (u < -slack || v < -slack || u + v > 1.0 + slack) {
+        return std::nullopt;
+    }
+    return edge2 * q / determinant;
+}
+
+} // namespace
+
+bool TileMesh::height(double x, double y, double& out_height) const {
+    if (!_extent.bounds().contains(x, y)) {
+        return false;
+    }
+    osg::Vec3d foot;
+    osg::Vec3d above;
+    _extent.getSRS()->transformToWorld(osg::Vec3d(x, y, 0.0), foot);
+    _extent.getSRS()->transformToWorld(osg::Vec3d(x, y, 1.0), above);
+    foot = foot * _worldToLocal;
+    const osg::Vec3d up = above * _worldToLocal - foot;
+
+    const double columns = (x - _extent.west()) / _extent.width() * (_posts - 1);
+    const double rows = (_extent.north() - y) / _extent.height() * (_posts - 1);
+    // The edges between posts are straight and meridians are not: the neighbours may hold the point as well.
+    for (const int ring : {0, 1}) {
+        for (int row = static_cast<int>(rows) - ring; row <= static_cast<int>(rows) + ring; ++row) {
+            for (int column = static_cast<int>(columns) - ring; column <= static_cast<int>(columns) + ring; ++column) {
+                if (row < 0 || column < 0 || row >= _posts - 1 || column >= _posts - 1) {
+                    continue;
+                }
+                const osg::Vec3d upperRight = post(column + 1, row);
+                const osg::Vec3d lowerLeft = post(column, row + 1);
+                auto hit = hitTriangle(foot, up, post(column, row), lowerLeft, upperRight);
+                if (!hit) {
+                    hit = hitTriangle(foot, up, upperRight, lowerLeft, post(column + 1, row + 1));
+                }
+                if (hit) {
+                    out_height = *hit;
+                    return true;
+                }
+            }
+        }
+    }
+    // Exactly on the tile's outer edge: the nearest post decides.
+    const int column = osg::clampBetween(static_cast<int>(std::lround(columns)), 0, _posts - 1);
+    const int row = osg::clampBetween(static_cast<int>(std::lround(rows)), 0, _posts - 1);
+    osg::Vec3d geodetic;
+    _extent.getSRS()->transformFromWorld(post(column, row) * _localToWorld, geodetic);
+    out_height = geodetic.z();
+    return true;
+}
+
+} // namespace osgEarth

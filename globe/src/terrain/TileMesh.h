@@ -1,0 +1,56 @@
+// The surface of one terrain tile: a grid of posts in a local frame, with picture, relief shading and skirts.
+#pragma once
+#include "LayerStack.h"
+
+#include <osg/BoundingBox>
+#include <osg/Geometry>
+#include <osg/MatrixTransform>
+#include <osgEarth/TerrainOptions>
+#include <osgEarth/TileKey>
+
+#include <vector>
+
+namespace osgEarth {
+
+/// Drawn geometry and what questions about heights need. Built on a background thread, read-only afterwards.
+class TileMesh : public osg::Referenced {
+public:
+    static constexpr int imagePixels = 256;
+
+    TileMesh(const TileKey& key, const LayerStack& layers, const TerrainOptions& options);
+
+    const TileKey& key() const { return _key; }
+    /// Revision of the layers it was made from.
+    int revision() const { return _revision; }
+    /// The drawable surface, placed in the world.
+    osg::MatrixTransform* node() const { return _node.get(); }
+    /// East-north-up frame at the tile's centre, and the surface's box in it.
+    const osg::Matrixd& worldToLocal() const { return _worldToLocal; }
+    const osg::BoundingBoxd& localBox() const { return _localBox; }
+    osg::BoundingSphere worldBound() const;
+    double highestMetres() const { return _highestMetres; }
+
+    /// Height of the drawn triangles at a position of the map's system; false off the tile.
+    bool height(double x, double y, double& out_height) const;
+
+protected:
+    ~TileMesh() override = default;
+
+private:
+    struct Surface; // scratch while building
+    osg::ref_ptr<osg::Geometry> buildGeometry(const Surface& surface);
+    osg::Vec3d post(int column, int row) const;
+
+    TileKey _key;
+    GeoExtent _extent;
+    int _revision;
+    int _posts;
+    double _highestMetres = 0.0;
+    osg::Matrixd _localToWorld;
+    osg::Matrixd _worldToLocal;
+    osg::BoundingBoxd _localBox;
+    osg::ref_ptr<osg::Vec3Array> _vertices; // posts row by row from the north-west, then the skirt
+    osg::ref_ptr<osg::MatrixTransform> _node;
+};
+
+} // namespace osgEarth

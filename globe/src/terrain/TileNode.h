@@ -1,0 +1,76 @@
+// One terrain tile in the scene: its surface, and its four children once they are near enough to matter.
+#pragma once
+#include "TileContext.h"
+#include "TileMesh.h"
+
+#include <osg/Group>
+#include <osg/PagedLOD>
+
+#include <memory>
+
+namespace osgEarth {
+
+/// A surface as the pager hands it over.
+class TileSurface : public osg::Group {
+public:
+    explicit TileSurface(TileMesh* mesh) : _mesh(mesh) { addChild(mesh->node()); }
+    TileMesh* mesh() const { return _mesh.get(); }
+
+private:
+    osg::ref_ptr<TileMesh> _mesh;
+};
+
+/// Holds a tile's present surface. A surface that the pager adds takes the place of the one before.
+class TileSurfaceSlot : public osg::Group {
+public:
+    TileSurfaceSlot(TileSurface* surface, std::shared_ptr<TileContext> context);
+    using osg::Group::addChild;
+    bool addChild(osg::Node* child) override;
+    TileMesh* mesh() const { return _mesh.get(); }
+
+    osg::ref_ptr<osg::Referenced> pendingRequest; // for the pager's use
+
+private:
+    std::shared_ptr<TileContext> _context;
+    osg::ref_ptr<TileMesh> _mesh;
+};
+
+/// The first child is the surface, the second the group of the four children, which the database pager reads when the
+/// tile grows large on the screen and drops when it has not been seen for a while. The surface is drawn until all four are
+/// there.
+class TileNode : public osg::PagedLOD {
+public:
+    /// Builds the surface in the calling thread.
+    TileNode(const TileKey& key, const std::shared_ptr<TileContext>& context);
+
+    TileMesh* mesh() const { return _slot->mesh(); }
+    /// Called when the tile becomes part of the scene.
+    void enterScene();
+
+    using osg::PagedLOD::addChild;
+    bool addChild(osg::Node* child) override;
+    void traverse(osg::NodeVisitor& nv) override;
+    osg::BoundingSphere computeBound() const override;
+
+protected:
+    ~TileNode() override;
+
+private:
+    void cull(osgUtil::CullVisitor& visitor);
+    void request(const std::string& name, osg::NodePath& path, float priority, osg::ref_ptr<osg::Referenced>& pending,
+                 osgUtil::CullVisitor& visitor);
+    bool isBeyondHorizon(const osg::Vec3d& eye) const;
+    bool canBeRefined();
+    float sizeInPixels(const osg::Vec3d& eyeWorld, osgUtil::CullVisitor& visitor) const;
+
+    TileKey _key;
+    GeoExtent _extent;
+    std::shared_ptr<TileContext> _context;
+    osg::ref_ptr<TileSurfaceSlot> _slot;
+    std::vector<osg::Vec3d> _horizonPoints; // in units of the ellipsoid's radii
+    int _revisionChecked = -1;
+    bool _canBeRefined = false;
+    bool _isOutdated = false;
+};
+
+} // namespace osgEarth

@@ -1,0 +1,90 @@
+#include "CameraPose.h"
+
+#include <cmath>
+
+namespace osgEarth {
+namespace Util {
+namespace {
+
+double wrappedAngle(double radians) {
+    return std::remainder(radians, 2.0 * osg::PI);
+}
+
+} // namespace
+
+CameraPose::CameraPose(const SpatialReference* srs, const osg::Vec3d& focalPoint, double headingRadians,
+                       double pitchRadians, double rangeMetres)
+    : _srs(srs), _focalPoint(focalPoint), _heading(wrappedAngle(headingRadians)), _pitch(pitchRadians),
+      _range(rangeMetres) {}
+
+void CameraPose::setHeading(double radians) {
+    _heading = wrappedAngle(radians);
+}
+
+osg::Vec3d CameraPose::focalWorld() const {
+    osg::Vec3d world;
+    _srs->transformToWorld(_focalPoint, world);
+    return world;
+}
+
+osg::Matrixd CameraPose::cameraToWorld() const {
+    const osg::Vec3d right(std::cos(_heading), -std::sin(_heading), 0.0);
+    const osg::Vec3d forward(std::sin(_heading) * std::cos(_pitch), std::cos(_heading) * std::cos(_pitch),
+                             std::sin(_pitch));
+    const osg::Vec3d up = right ^ forward;
+    const osg::Vec3d eye = -forward * _range;
+    const osg::Matrixd cameraToLocal(right.x(), right.y(), right.z(), 0.0, up.x(), up.y(), up.z(), 0.0,
+                                     -forward.x(), -forward.y(), -forward.z(), 0.0, eye.x(), eye.y(), eye.z(),
+                                     1.0);
+    osg::Matrixd localToWorld;
+    _srs->createLocalToWorld(_focalPoint, localToWorld);
+    return cameraToLocal * localToWorld;
+}
+
+osg::Vec3d CameraPose::forward() const {
+    const osg::Matrixd m = cameraToWorld();
+    return {-m(2, 0), -m(2, 1), -m(2, 2)};
+}
+
+Viewpoint CameraPose::viewpoint() const {
+    Viewpoint viewpoint;
+    viewpoint.focalPoint() = GeoPoint(_srs.get(), _focalPoint, ALTMODE_ABSOLUTE);
+    viewpoint.setHeading(osg::RadiansToDegrees(_heading));
+    viewpoint.setPitch(osg::RadiansToDegrees(_pitch));
+    viewpoint.setRange(_range);
+    return viewpoint;
+}
+
+void CameraPose::moveFocalPoint(const osg::Vec3d& world, bool lockAzimuth) {
+    const osg::Matrixd before = cameraToWorld();
+    const double height = _focalPoint.z();
+    _srs->transformFromWorld(world, _focalPoint);
+    _focalPoint.z() = height;
+    if (!lockAzimuth) {
+        osg::Matrixd worldToLocal;
+        _srs->createWorldToLocal(_focalPoint, worldToLocal);
+        const osg::Vec3d right =
+            osg::Matrixd::transform3x3(osg::Vec3d(before(0, 0), before(0, 1), before(0, 2)), worldToLocal);
+        setHeading(std::atan2(-right.y(), right.x()));
+    }
+}
+
+void CameraPose::refocus(const osg::Vec3d& world) {
+    *this = fromCamera(_srs.get(), cameraToWorld(), world);
+}
+
+CameraPose CameraPose::fromCamera(const SpatialReference* srs, const osg::Matrixd& cameraToWorld,
+                                  const osg::Vec3d& focalWorld) {
+    osg::Vec3d focalPoint;
+    srs->transformFromWorld(focalWorld, focalPoint);
+    osg::Matrixd worldToLocal;
+    srs->createWorldToLocal(focalPoint, worldToLocal);
+    const osg::Matrixd local = cameraToWorld * worldToLocal;
+    // The camera's right axis tells the heading even when it looks straight down.
+    const double heading = std::atan2(-local(0, 1), local(0, 0));
+    const double pitch = std::asin(osg::clampBetween(-local(2, 2), -1.0, 1.0));
+    return {srs, focalPoint, heading, pitch, (cameraToWorld.getTrans() - focalWorld).length()};
+}
+
+} // namespace Util
+} // namespace osgEarth

@@ -1,0 +1,111 @@
+#include <osgEarthUtil/EarthManipulator>
+
+#include <osgGA/GUIEventAdapter>
+
+#include <algorithm>
+
+namespace osgEarth {
+namespace Util {
+namespace {
+
+using osgGA::GUIEventAdapter;
+
+// Looking exactly along the vertical leaves no heading to read back.
+constexpr double lowestPitchDegrees = -89.9;
+
+int withoutLocks(int modifiers) {
+    return modifiers & ~(GUIEventAdapter::MODKEY_NUM_LOCK | GUIEventAdapter::MODKEY_CAPS_LOCK);
+}
+
+// A mask of both keys of a kind stands for the left, the right and both of them.
+std::vector<int> alternativesOf(int mask) {
+    std::vector<int> masks = {withoutLocks(mask)};
+    for (const int both : {static_cast<int>(GUIEventAdapter::MODKEY_SHIFT), static_cast<int>(GUIEventAdapter::MODKEY_CTRL),
+                           static_cast<int>(GUIEventAdapter::MODKEY_ALT), static_cast<int>(GUIEventAdapter::MODKEY_META)}) {
+        if ((mask & both) != both) {
+            continue;
+        }
+        const int left = both & -both; // the lowest bit
+        std::vector<int> more;
+        for (const int present : masks) {
+            more.push_back(present & ~left);
+            more.push_back(present & ~(both & ~left));
+        }
+        masks.insert(masks.end(), more.begin(), more.end());
+    }
+    return masks;
+}
+
+} // namespace
+
+double EarthManipulator::ActionOptions::get(ActionOptionType option, double fallback) const {
+    const auto found =
+        std::find_if(rbegin(), rend(), [&](const ActionOption& entry) { return entry.option == option; });
+    return found != rend() ? found->number : fallback;
+}
+
+EarthManipulator::Settings::Settings(const Settings& rhs) : osg::Referenced(rhs) {
+    _bindings = rhs._bindings;
+    _mouseSensitivity = rhs._mouseSensitivity;
+    _keyboardSensitivity = rhs._keyboardSensitivity;
+    _scrollSensitivity = rhs._scrollSensitivity;
+    _minPitch = rhs._minPitch;
+    _maxPitch = rhs._maxPitch;
+    _minDistance = rhs._minDistance;
+    _maxDistance = rhs._maxDistance;
+    _arcTransitions = rhs._arcTransitions;
+    _autoDuration = rhs._autoDuration;
+    _terrainAvoidance = rhs._terrainAvoidance;
+    _throwing = rhs._throwing;
+    _lockAzimuth = rhs._lockAzimuth;
+}
+
+void EarthManipulator::Settings::bind(int eventType, int input, int modifiers, ActionType action,
+                                      const ActionOptions& options) {
+    for (const int mask : alternativesOf(modifiers)) {
+        _bindings[Key(eventType, input, mask)] = Action{action, options};
+    }
+}
+
+void EarthManipulator::Settings::bindMouse(ActionType action, int button_mask, int modkey_mask,
+                                           const ActionOptions& options) {
+    bind(GUIEventAdapter::DRAG, button_mask, modkey_mask, action, options);
+}
+
+void EarthManipulator::Settings::bindMouseClick(ActionType action, int button_mask, int modkey_mask,
+                                                const ActionOptions& options) {
+    bind(GUIEventAdapter::RELEASE, button_mask, modkey_mask, action, options);
+}
+
+void EarthManipulator::Settings::bindMouseDoubleClick(ActionType action, int button_mask, int modkey_mask,
+                                                      const ActionOptions& options) {
+    bind(GUIEventAdapter::DOUBLECLICK, button_mask, modkey_mask, action, options);
+}
+
+void EarthManipulator::Settings::bindKey(ActionType action, int key, int modkey_mask,
+                                         const ActionOptions& options) {
+    bind(GUIEventAdapter::KEYDOWN, key, modkey_mask, action, options);
+}
+
+void EarthManipulator::Settings::bindScroll(ActionType action, int motion, int modkey_mask,
+                                            const ActionOptions& options) {
+    bind(GUIEventAdapter::SCROLL, motion, modkey_mask, action, options);
+}
+
+EarthManipulator::Action EarthManipulator::Settings::find(int eventType, int input, int modifiers) const {
+    const auto found = _bindings.find(Key(eventType, input, withoutLocks(modifiers)));
+    return found != _bindings.end() ? found->second : Action();
+}
+
+void EarthManipulator::Settings::setMinMaxPitch(double min, double max) {
+    _minPitch = osg::clampBetween(std::min(min, max), lowestPitchDegrees, 89.9);
+    _maxPitch = osg::clampBetween(std::max(min, max), lowestPitchDegrees, 89.9);
+}
+
+void EarthManipulator::Settings::setMinMaxDistance(double min, double max) {
+    _minDistance = std::max(0.01, std::min(min, max));
+    _maxDistance = std::max(min, max);
+}
+
+} // namespace Util
+} // namespace osgEarth

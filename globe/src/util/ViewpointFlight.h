@@ -1,0 +1,31 @@
+// A smooth way from one camera pose to another.
+#pragma once
+#include "CameraPose.h"
+
+namespace osgEarth {
+namespace Util {
+
+/// Accelerates and brakes; rises in between when the way is long compared with the ranges.
+class ViewpointFlight {
+public:
+    ViewpointFlight(const CameraPose& from, const CameraPose& to, double seconds, bool arc);
+
+    /// The pose at a time; the first call sets the start. At the end it is the target itself.
+    CameraPose poseAt(double seconds);
+    bool isOver() const { return _isOver; }
+    const CameraPose& target() const { return _to; }
+
+private:
+    osg::Vec3d focalPointAt(double part) const;
+
+    CameraPose _from;
+    CameraPose _to;
+    double _seconds;
+    double _start = 0.0;
+    double _rise = 0.0; // of the logarithm of the range, half way
+    bool _hasStarted = false;
+    bool _isOver = false;
+};
+
+} // namespace Util
+} // namespace osgEarth

@@ -1,0 +1,134 @@
+#include "OffscreenGlobe.h"
+
+#include <osgDB/DatabasePager>
+#include <osgEarth/ElevationLayer>
+#include <osgEarth/ImageLayer>
+#include <osgEarthDrivers/gdal/GDALOptions>
+#include <osgEarthUtil/LogarithmicDepthBuffer>
+
+#include <gdal_priv.h>
+#include <gdal_utils.h>
+
+namespace globetest {
+namespace {
+
+// Copies the frame buffer at the end of a frame.
+class ReadBack : public osg::Camera::DrawCallback {
+public:
+    explicit ReadBack(osg::Image* image) : _image(image) {}
+    void operator()(osg::RenderInfo& info) const override {
+        const osg::Viewport* viewport = info.getCurrentCamera()->getViewport();
+        _image->readPixels(0, 0, static_cast<int>(viewport->width()), static_cast<int>(viewport->height()),
+                           GL_RGB, GL_UNSIGNED_BYTE);
+    }
+
+private:
+    osg::ref_ptr<osg::Image> _image;
+};
+
+osg::ref_ptr<osg::GraphicsContext> offscreenContext(int width, int height) {
+    osg::ref_ptr<osg::GraphicsContext::Traits> traits = new osg::GraphicsContext::Traits();
+    traits->readDISPLAY();
+    traits->width = width;
+    traits->height = height;
+    traits->pbuffer = true;
+    traits->doubleBuffer = false;
+    traits->depth = 24;
+    return osg::GraphicsContext::createGraphicsContext(traits);
+}
+
+} // namespace
+
+OffscreenGlobe::OffscreenGlobe(int width, int height)
+    : _width(width), _height(height), _map(new osgEarth::Map()),
+      _manipulator(new osgEarth::Util::EarthManipulator()) {
+    _viewer.setThreadingModel(osgViewer::ViewerBase::SingleThreaded);
+    osg::Camera* camera = _viewer.getCamera();
+    camera->setGraphicsContext(offscreenContext(width, height));
+    camera->setViewport(0, 0, width, height);
+    camera->setDrawBuffer(GL_FRONT);
+    camera->setReadBuffer(GL_FRONT);
+    camera->setClearColor(osg::Vec4(0.0F, 0.0F, 0.0F, 1.0F));
+    camera->setProjectionMatrixAsPerspective(30.0, static_cast<double>(width) / height, 1.0, 1.0e8);
+    osgEarth::Util::LogarithmicDepthBuffer().install(camera);
+    _viewer.setKeyEventSetsDone(0);
+}
+
+OffscreenGlobe::~OffscreenGlobe() = default;
+
+bool OffscreenGlobe::isUsable() const {
+    return _viewer.getCamera()->getGraphicsContext() != nullptr;
+}
+
+osgEarth::MapNode* OffscreenGlobe::mapNode() {
+    if (!_mapNode.valid()) {
+        _mapNode = new osgEarth::MapNode(_map.get());
+        _viewer.setSceneData(_mapNode);
+        _viewer.setCameraManipulator(_manipulator);
+        _viewer.getEventQueue()->windowResize(0, 0, _width, _height);
+        _viewer.realize();
+        frame();
+    }
+    return _mapNode.get();
+}
+
+void OffscreenGlobe::addImage(const std::string& name, const std::string& file) {
+    osgEarth::Drivers::GDALOptions options;
+    options.url() = file;
+    _map->addLayer(new osgEarth::ImageLayer(name, options));
+}
+
+void OffscreenGlobe::addElevation(const std::string& name, const std::string& file) {
+    osgEarth::Drivers::GDALOptions options;
+    options.url() = file;
+    _map->addLayer(new osgEarth::ElevationLayer(name, options));
+}
+
+void OffscreenGlobe::frame() {
+    mapNode();
+    _viewer.frame();
+}
+
+bool OffscreenGlobe::settle(int maxFrames) {
+    frame();
+    frame();
+    return frameUntil(
+        [&] {
+            const osgDB::DatabasePager* pager = _viewer.getDatabasePager();
+            return !pager->getRequestsInProgress() && !pager->requiresUpdateSceneGraph();
+        },
+        maxFrames);
+}
+
+bool OffscreenGlobe::frameUntil(const std::function<bool()>& condition, int maxFrames) {
+    for (int i = 0; i < maxFrames; ++i) {
+        frame();
+        if (condition()) {
+            return true;
+        }
+    }
+    return false;
+}
+
+osg::ref_ptr<osg::Image> OffscreenGlobe::picture() {
+    osg::ref_ptr<osg::Image> image = new osg::Image();
+    _viewer.getCamera()->setFinalDrawCallback(new ReadBack(image));
+    frame();
+    _viewer.getCamera()->setFinalDrawCallback(nullptr);
+    return image;
+}
+
+std::string worldVrt(const std::string& image, const std::string& vrtPath) {
+    GDALAllRegister();
+    const char* const arguments[] = {"-of", "VRT", "-a_srs", "EPSG:4326", "-a_ullr", "-180", "90", "180", "-90", nullptr};
+    GDALTranslateOptions* options = GDALTranslateOptionsNew(const_cast<char**>(arguments), nullptr);
+    GDALDatasetH source = GDALOpen(image.c_str(), GA_ReadOnly);
+    int usageError = 0;
+    GDALDatasetH vrt = source != nullptr ? GDALTranslate(vrtPath.c_str(), source, options, &usageError) : nullptr;
+    GDALTranslateOptionsFree(options);
+    GDALClose(vrt);
+    GDALClose(source);
+    return vrt != nullptr ? vrtPath : std::string();
+}
+
+} // namespace globetest

@@ -1,0 +1,47 @@
+// Development tool: draws the globe from given viewpoints into PNG files, to be looked at.
+//   globe_pictures OUT.png LON LAT ALT HEADING PITCH RANGE [image:FILE | elevation:FILE]...
+#include "OffscreenGlobe.h"
+
+#include <osg/Timer>
+#include <osgDB/WriteFile>
+
+#include <cstdlib>
+#include <iostream>
+
+int main(int argc, char** argv) {
+    if (argc < 8) {
+        std::cerr << "usage: globe_pictures OUT.png LON LAT ALT HEADING PITCH RANGE [image:FILE|elevation:FILE]...\n";
+        return 2;
+    }
+    globetest::OffscreenGlobe globe(1280, 800);
+    if (!globe.isUsable()) {
+        std::cerr << "no GL context\n";
+        return 1;
+    }
+    for (int i = 8; i < argc; ++i) {
+        const std::string argument = argv[i];
+        const auto colon = argument.find(':');
+        const std::string file = argument.substr(colon + 1);
+        if (argument.compare(0, colon, "image") == 0) {
+            globe.addImage(file, file);
+        } else {
+            globe.addElevation(file, file);
+        }
+    }
+    globe.mapNode();
+    const osg::Timer_t start = osg::Timer::instance()->tick();
+    globe.manipulator()->setViewpoint(osgEarth::Viewpoint("", std::atof(argv[2]), std::atof(argv[3]),
+                                                          std::atof(argv[4]), std::atof(argv[5]),
+                                                          std::atof(argv[6]), std::atof(argv[7])));
+    const bool settled = globe.settle();
+    const double seconds = osg::Timer::instance()->delta_s(start, osg::Timer::instance()->tick());
+    const osg::Timer_t before = osg::Timer::instance()->tick();
+    for (int i = 0; i < 10; ++i) {
+        globe.frame();
+    }
+    const double frameMs = osg::Timer::instance()->delta_m(before, osg::Timer::instance()->tick()) / 10.0;
+    std::cout << (settled ? "settled after " : "not settled after ") << seconds << " s, frame " << frameMs
+              << " ms\n";
+    osgDB::writeImageFile(*globe.picture(), argv[1]);
+    return 0;
+}
