@@ -12,14 +12,15 @@ public:
         : m_site(site), m_ground(ground), m_random(site.seed, 50) {}
 
     void village();
-    void school();
-    void greenhouses();
-    void farmstead(Point corner, double angleDegrees);
+    void grounds();
     std::vector<Building> take() { return std::move(m_buildings); }
 
 private:
     void add(const TurnedFrame& plot, Point centre, double length, double width, float eaves, float ridge,
              RoofShape shape, Material material);
+    void school(const TurnedFrame& ground);
+    void greenhouses(const TurnedFrame& ground);
+    void farmstead(const TurnedFrame& ground);
     void homestead(const TurnedFrame& plot);
     void wall(const TurnedFrame& plot, Point from, Point to);
 
@@ -54,7 +55,7 @@ void Builder::wall(const TurnedFrame& plot, Point from, Point to) {
 void Builder::homestead(const TurnedFrame& plot) {
     const double width = m_random.between(10.5, 13.5);
     const double depth = m_random.between(7.5, 9.5);
-    const double back = 34.0 - m_random.between(0.0, 2.0);
+    const double back = 32.0 - m_random.between(0.0, 2.0);
     const bool twoStoreys = m_random.chance(0.35);
     const float eaves = twoStoreys ? 6.2F : 3.4F;
     const bool flat = m_random.chance(0.24);
@@ -79,10 +80,10 @@ void Builder::homestead(const TurnedFrame& plot) {
 void Builder::village() {
     const Village& village = m_site.village;
     const int rows = static_cast<int>(village.depthMetres / village.laneSpacingMetres);
-    const int plots = static_cast<int>(village.widthMetres / 16.5);
+    const int plots = static_cast<int>(village.widthMetres / 15.6);
     for (int row = 0; row < rows; ++row)
         for (int plot = 0; plot < plots; ++plot) {
-            const double u = 1.0 + plot * 16.5;
+            const double u = 1.0 + plot * 15.6;
             const bool crossesLane = (u < 115.0 && u + 16.0 > 109.0) || (u < 235.0 && u + 16.0 > 229.0);
             const double fromMiddle = std::fabs(u - village.widthMetres / 2) / village.widthMetres;
             const bool empty =
@@ -91,32 +92,45 @@ void Builder::village() {
                 continue;
             TurnedFrame frame = village.frame;
             frame.origin =
-                village.frame.toSite(u, row * village.laneSpacingMetres + 4.2 + m_random.between(-0.5, 0.5));
+                village.frame.toSite(u, row * village.laneSpacingMetres + 3.8 + m_random.between(-0.5, 0.5));
             homestead(frame);
         }
 }
 
-void Builder::school() {
-    add(m_site.school, {30.0, 60.0}, 46.0, 11.0, 11.4F, 11.4F, RoofShape::Flat, Material::FlatRoof);
-    add(m_site.school, {71.0, 61.0}, 12.0, 18.0, 7.6F, 7.6F, RoofShape::Flat, Material::FlatRoof);
-    add(m_site.school, {86.0, 62.0}, 16.0, 9.0, 3.6F, 5.6F, RoofShape::Gable, Material::TiledRoof);
-    wall(m_site.school, {0.0, 0.0}, {0.0, 74.0});
-    wall(m_site.school, {96.0, 0.0}, {96.0, 74.0});
-    wall(m_site.school, {0.0, 74.0}, {96.0, 74.0});
-    wall(m_site.school, {0.0, 0.0}, {40.0, 0.0});
-    wall(m_site.school, {48.0, 0.0}, {96.0, 0.0});
+void Builder::school(const TurnedFrame& ground) {
+    add(ground, {30.0, 60.0}, 46.0, 11.0, 11.4F, 11.4F, RoofShape::Flat, Material::FlatRoof);
+    add(ground, {71.0, 61.0}, 12.0, 18.0, 7.6F, 7.6F, RoofShape::Flat, Material::FlatRoof);
+    add(ground, {86.0, 62.0}, 16.0, 9.0, 3.6F, 5.6F, RoofShape::Gable, Material::TiledRoof);
+    wall(ground, {0.0, 0.0}, {0.0, 74.0});
+    wall(ground, {96.0, 0.0}, {96.0, 74.0});
+    wall(ground, {0.0, 74.0}, {96.0, 74.0});
+    wall(ground, {0.0, 0.0}, {40.0, 0.0});
+    wall(ground, {48.0, 0.0}, {96.0, 0.0});
 }
 
-void Builder::greenhouses() {
-    const TurnedFrame plot = TurnedFrame::at({1060, 30}, -7.0);
+void Builder::greenhouses(const TurnedFrame& ground) {
     for (int i = 0; i < 7; ++i)
-        add(plot, {38.0, 4.0 + i * 11.0}, 66.0, 8.0, 0.6F, 3.0F, RoofShape::Barrel, Material::Greenhouse);
+        add(ground, {38.0, 4.0 + i * 11.0}, 66.0, 8.0, 0.6F, 3.0F, RoofShape::Barrel, Material::Greenhouse);
 }
 
-void Builder::farmstead(Point corner, double angleDegrees) {
-    homestead(TurnedFrame::at(corner, angleDegrees));
-    const TurnedFrame yard = TurnedFrame::at(corner, angleDegrees);
-    add(yard, {27.0, 26.0}, 14.0, 9.0, 3.8F, 5.4F, RoofShape::Gable, Material::SteelRoof);
+void Builder::farmstead(const TurnedFrame& ground) {
+    homestead(ground);
+    add(ground, {25.0, 26.0}, 14.0, 9.0, 3.8F, 5.4F, RoofShape::Gable, Material::SteelRoof);
+}
+
+void Builder::grounds() {
+    for (const BuildingGround& ground : m_site.buildingGrounds)
+        switch (ground.use) {
+        case BuildingUse::School:
+            school(ground.frame);
+            break;
+        case BuildingUse::Greenhouses:
+            greenhouses(ground.frame);
+            break;
+        case BuildingUse::Farmstead:
+            farmstead(ground.frame);
+            break;
+        }
 }
 } // namespace
 
@@ -139,13 +153,7 @@ std::optional<float> Building::roofMetres(Point inFrame) const {
 std::vector<Building> placeBuildings(const Site& site, const Ground& ground) {
     Builder builder(site, ground);
     builder.village();
-    builder.school();
-    builder.greenhouses();
-    builder.farmstead({228, 352}, 14.0);
-    builder.farmstead({262, 338}, 10.0);
-    builder.farmstead({296, 372}, 6.0);
-    builder.farmstead({1652, 140}, -20.0);
-    builder.farmstead({1866, 196}, 16.0);
+    builder.grounds();
     return builder.take();
 }
 

@@ -75,8 +75,8 @@ public:
 
 private:
     std::optional<Point> findPlace(const Plan& plan, double reachMetres) const;
-    bool isFree(Point centre, double reachMetres) const;
-    bool isOpen(Point place) const;
+    bool isFree(Point centre, double reachMetres, bool isHouse) const;
+    bool isOpen(Point place, bool isHouse) const;
     Point besidePipe(double x, double offset) const;
     void add(const Plan& plan, const TurnedFrame& frame);
 
@@ -92,22 +92,26 @@ Point Planner::besidePipe(double x, double offset) const {
     return {x, m_site.pipeline.at(m_site.pipeline.alongAtX(x)).y + offset};
 }
 
-bool Planner::isOpen(Point place) const {
+bool Planner::isOpen(Point place, bool isHouse) const {
     switch (m_cover.at(place.x, place.y).cell.material) {
     case Material::Crop:
     case Material::Baulk:
     case Material::Grass:
-    case Material::Scrub:
+        break;
     case Material::TerraceRiser:
+        if (isHouse)
+            return false;
         break;
     default:
         return false;
     }
-    return m_site.roadField.distance(place.x, place.y) > 11.0F &&
+    const float steepest = isHouse ? 0.12F : 0.2F;
+    return m_ground.slope(place.x, place.y) < steepest &&
+           m_site.roadField.distance(place.x, place.y) > 11.0F &&
            m_site.forestDensity(place.x, place.y) < 0.2F;
 }
 
-bool Planner::isFree(Point centre, double reachMetres) const {
+bool Planner::isFree(Point centre, double reachMetres, bool isHouse) const {
     constexpr double spacing = 1.5;
     constexpr double rim = 14.0;
     if (centre.x < reachMetres + rim || centre.y < reachMetres + rim ||
@@ -126,7 +130,7 @@ bool Planner::isFree(Point centre, double reachMetres) const {
     const double checked = reachMetres + 1.0;
     for (double dy = -checked; dy <= checked; dy += spacing)
         for (double dx = -checked; dx <= checked; dx += spacing)
-            if (dx * dx + dy * dy <= checked * checked && !isOpen({centre.x + dx, centre.y + dy}))
+            if (dx * dx + dy * dy <= checked * checked && !isOpen({centre.x + dx, centre.y + dy}, isHouse))
                 return false;
     return true;
 }
@@ -135,6 +139,7 @@ bool Planner::isFree(Point centre, double reachMetres) const {
 std::optional<Point> Planner::findPlace(const Plan& plan, double reachMetres) const {
     constexpr int rings = 60;
     constexpr double stepMetres = 2.5;
+    const bool isHouse = plan.shape == ChangeShape::House;
     for (int ring = 0; ring <= rings; ++ring)
         for (int dx = -ring; dx <= ring; ++dx)
             for (int dy = -ring; dy <= ring; ++dy) {
@@ -144,7 +149,7 @@ std::optional<Point> Planner::findPlace(const Plan& plan, double reachMetres) co
                 const double side = plan.fromPipeMetres < 0 ? -1.0 : 1.0;
                 const Point centre =
                     besidePipe(plan.x + dx * stepMetres, plan.fromPipeMetres + side * dy * stepMetres);
-                if (isFree(centre, reachMetres))
+                if (isFree(centre, reachMetres, isHouse))
                     return centre;
             }
     return std::nullopt;
@@ -265,6 +270,11 @@ float platformMetres(const Change& change, Point place) {
     const float share = std::min(1.0F, static_cast<float>(inside) / (1.2F * change.sizeMetres));
     return (fill ? share : -share) * change.sizeMetres;
 }
+
+/// What grew there is gone where the earth was moved by more than half a metre or so.
+float buried(float dz, float coverMetres) {
+    return dz - coverMetres * smoothStep(0.6F, 1.4F, std::fabs(dz));
+}
 } // namespace
 
 bool Change::isFill() const {
@@ -294,7 +304,7 @@ double Change::reachMetres() const {
     return std::sqrt(length * length + halfWidthMetres * halfWidthMetres) * 1.15;
 }
 
-float Change::dzMetres(double x, double y, float oldMetres) const {
+float Change::dzMetres(double x, double y, float oldMetres, float groundMetres) const {
     const Point place = frame.toFrame(x, y);
     switch (shape) {
     case ChangeShape::House:
@@ -302,16 +312,16 @@ float Change::dzMetres(double x, double y, float oldMetres) const {
                    ? roofMetres - oldMetres
                    : 0.0F;
     case ChangeShape::Heap:
-        return heapMetres(*this, place);
+        return buried(heapMetres(*this, place), oldMetres - groundMetres);
     case ChangeShape::Pit:
-        return pitMetres(*this, place);
+        return buried(pitMetres(*this, place), oldMetres - groundMetres);
     case ChangeShape::Bowl:
         return bowlMetres(*this, place);
     case ChangeShape::FillPlatform:
     case ChangeShape::CutPlatform:
         break;
     }
-    return platformMetres(*this, place);
+    return buried(platformMetres(*this, place), oldMetres - groundMetres);
 }
 
 float Change::wear(double x, double y) const {

@@ -26,8 +26,9 @@ struct Change {
     const char* className() const;
     /// No dZ farther than this from the origin.
     double reachMetres() const;
-    /// New minus old surface at (x, y), metres, where the old surface has the height `oldMetres`; 0 outside.
-    float dzMetres(double x, double y, float oldMetres) const;
+    /// New minus old surface at (x, y), metres, where the old surface has the height `oldMetres` and the bare
+    /// ground `groundMetres`; 0 outside.
+    float dzMetres(double x, double y, float oldMetres, float groundMetres) const;
     /// How much of the ground around it is worn by the works (only seen, not measured), 0 .. 1.
     float wear(double x, double y) const;
 };

@@ -9,7 +9,7 @@ namespace samples {
 namespace {
 constexpr double marginMetres = 16.0;
 constexpr double roadStepMetres = 2.0;
-constexpr float terraceStepMetres = 2.2F;
+constexpr float terraceStepMetres = 2.0F;
 constexpr float bridgeClearanceMetres = 3.6F;
 
 Lattice groundLattice() {
@@ -25,6 +25,14 @@ void forEachNode(const Lattice& lattice, const Work& work) {
             for (int c = 0; c < lattice.columns; ++c)
                 work(c, r, lattice.x(c), lattice.y(r));
     });
+}
+
+/// Distance from a rectangle that begins at the origin of its frame; 0 inside.
+float outsideMetres(const TurnedFrame& frame, double width, double depth, double x, double y) {
+    const Point place = frame.toFrame(x, y);
+    const double du = std::max({-place.x, place.x - width, 0.0});
+    const double dv = std::max({-place.y, place.y - depth, 0.0});
+    return static_cast<float>(std::sqrt(du * du + dv * dv));
 }
 
 std::vector<float> movingMean(const std::vector<float>& values, int reach) {
@@ -43,20 +51,22 @@ std::vector<float> movingMean(const std::vector<float>& values, int reach) {
 } // namespace
 
 Ground::Ground(const Site& site)
-    : m_height(groundLattice()), m_slope(groundLattice()), m_terraceLevel(groundLattice(), -1.0F) {
+    : m_height(groundLattice()), m_slope(groundLattice()), m_terraceLevel(groundLattice()),
+      m_terraced(groundLattice()) {
     shapeNaturalGround(site, growRelief(site));
     carveRiver(site);
-    cutTerraces(site);
+    levelBuildingGrounds(site);
     gradeRoad(site);
+    markTerraces(site);
 }
 
 void Ground::shapeNaturalGround(const Site& site, const Field& relief) {
     forEachNode(m_height.lattice(), [&](int c, int r, double x, double y) {
         const auto fx = static_cast<float>(x);
         const auto fy = static_cast<float>(y);
-        const float dx = relief.smoothSample(x + 6, y) - relief.smoothSample(x - 6, y);
-        const float dy = relief.smoothSample(x, y + 6) - relief.smoothSample(x, y - 6);
-        m_slope.at(c, r) = std::sqrt(dx * dx + dy * dy) / 12.0F;
+        const float dx = relief.smoothSample(x + 16, y) - relief.smoothSample(x - 16, y);
+        const float dy = relief.smoothSample(x, y + 16) - relief.smoothSample(x, y - 16);
+        m_slope.at(c, r) = std::sqrt(dx * dx + dy * dy) / 32.0F;
         const float roughness = 0.25F + smoothStep(0.04F, 0.2F, m_slope.at(c, r));
         m_height.at(c, r) = relief.smoothSample(x, y) +
                             roughness * (0.8F * fractalNoise(fx / 48.0F, fy / 48.0F, site.noiseSeed(20), 3) +
@@ -71,7 +81,7 @@ void Ground::carveRiver(const Site& site) {
             return;
         const float fromMiddle = std::fabs(place->lateralMetres);
         const float half = site.riverHalfWidthMetres(place->alongMetres);
-        const auto water = static_cast<float>(site.waterLevelMetres(static_cast<double>(place->alongMetres)));
+        const float water = Site::waterLevelMetres(y);
         float& height = m_height.at(c, r);
         const float relative = fromMiddle - half;
         const float plain = water + 2.1F + 0.011F * relative +
@@ -88,27 +98,54 @@ void Ground::carveRiver(const Site& site) {
     });
 }
 
-void Ground::cutTerraces(const Site& site) {
-    Field before = m_height;
+/// The village keeps its slope but loses its bumps; smaller grounds become level.
+void Ground::levelBuildingGrounds(const Site& site) {
+    const Field before = m_height;
+    const Village& village = site.village;
+    const auto smoothed = [&](double x, double y) {
+        constexpr int reach = 3;
+        float sum = 0.0F;
+        for (int dy = -reach; dy <= reach; ++dy)
+            for (int dx = -reach; dx <= reach; ++dx)
+                sum += before.sample(x + 12 * dx, y + 12 * dy);
+        return sum / ((2 * reach + 1) * (2 * reach + 1));
+    };
+    forEachNode(m_height.lattice(), [&](int c, int r, double x, double y) {
+        float& height = m_height.at(c, r);
+        const float outside = outsideMetres(village.frame, village.widthMetres, village.depthMetres, x, y);
+        if (outside < 30.0F)
+            height = mix(smoothed(x, y), height, smoothStep(0.0F, 30.0F, outside));
+        for (const BuildingGround& ground : site.buildingGrounds) {
+            const float apart = outsideMetres(ground.frame, ground.widthMetres, ground.depthMetres, x, y);
+            if (apart >= 16.0F)
+                continue;
+            const Point middle = ground.frame.toSite(ground.widthMetres / 2, ground.depthMetres / 2);
+            height = mix(before.sample(middle.x, middle.y), height, smoothStep(2.0F, 16.0F, apart));
+        }
+    });
+}
+
+/// Farmers terrace what is neither flat nor steep.
+void Ground::markTerraces(const Site& site) {
     forEachNode(m_height.lattice(), [&](int c, int r, double x, double y) {
         const auto fx = static_cast<float>(x);
         const auto fy = static_cast<float>(y);
         const float slope = m_slope.at(c, r);
-        const float suitable = smoothStep(0.045F, 0.07F, slope) * smoothStep(0.30F, 0.22F, slope) *
-                               (1.0F - site.forestDensity(x, y)) *
-                               smoothStep(160.0F, 200.0F, std::fabs(fx - 660.0F)) *
-                               (site.village.contains(x, y, 14.0) ? 0.0F : 1.0F);
-        if (suitable <= 0.02F)
-            return;
-        const float wobble = 0.25F * gradientNoise(fx / 30.0F, fy / 30.0F, site.noiseSeed(24));
-        const float level = (before.at(c, r) - 400.0F) / terraceStepMetres + wobble;
-        const float number = std::floor(level);
-        const float share = level - number;
-        const float tread = 0.16F * std::min(share, riserShare) / riserShare;
-        const float stepped = number + tread + 0.84F * smoothStep(riserShare, 1.0F, share);
-        m_height.at(c, r) = before.at(c, r) + suitable * (stepped - level + 0.45F) * terraceStepMetres;
-        if (suitable > 0.6F)
-            m_terraceLevel.at(c, r) = level;
+        // Not every slope is worth the work.
+        const float belt = 0.09F * gradientNoise(fx / 130.0F, fy / 130.0F, site.noiseSeed(25)) - 0.005F;
+        float suitable = smoothStep(0.055F, 0.07F, slope + belt) * smoothStep(0.26F, 0.22F, slope - belt) *
+                         (1.0F - site.forestDensity(x, y)) *
+                         smoothStep(118.0F, 146.0F, site.riverField.distance(x, y)) *
+                         smoothStep(9.0F, 20.0F, site.roadField.distance(x, y)) *
+                         smoothStep(8.0F, 24.0F,
+                                    outsideMetres(site.village.frame, site.village.widthMetres,
+                                                  site.village.depthMetres, x, y));
+        for (const BuildingGround& ground : site.buildingGrounds)
+            suitable *= smoothStep(6.0F, 18.0F,
+                                   outsideMetres(ground.frame, ground.widthMetres, ground.depthMetres, x, y));
+        const float wobble = 0.2F * gradientNoise(fx / 40.0F, fy / 40.0F, site.noiseSeed(24));
+        m_terraced.at(c, r) = suitable;
+        m_terraceLevel.at(c, r) = (m_height.at(c, r) - 400.0F) / terraceStepMetres + wobble;
     });
 }
 
@@ -118,10 +155,9 @@ void Ground::gradeRoad(const Site& site) {
         const Point place = site.road.at(along);
         float height = m_height.sample(place.x, place.y);
         if (const auto river = site.riverField.find(place.x, place.y))
-            height = std::max(
-                height,
-                static_cast<float>(site.waterLevelMetres(static_cast<double>(river->alongMetres))) +
-                    bridgeClearanceMetres * smoothStep(90.0F, 20.0F, std::fabs(river->lateralMetres)));
+            height = std::max(height, Site::waterLevelMetres(place.y) +
+                                          bridgeClearanceMetres *
+                                              smoothStep(90.0F, 20.0F, std::fabs(river->lateralMetres)));
         profile.push_back(height);
     }
     m_roadHeight = movingMean(movingMean(profile, 22), 14);
@@ -137,22 +173,28 @@ void Ground::gradeRoad(const Site& site) {
         const float ditch = 0.35F * smoothStep(5.5F, 6.6F, lateral) * smoothStep(8.6F, 7.4F, lateral);
         float& height = m_height.at(c, r);
         height = mix(crown, height, smoothStep(5.6F, 15.0F, lateral)) - ditch;
-        if (lateral < 9.0F)
-            m_terraceLevel.at(c, r) = -1.0F;
     });
 }
 
+float Ground::heightMetres(double x, double y) const {
+    const float height = m_height.sample(x, y);
+    const float terraced = m_terraced.sample(x, y);
+    if (terraced < 0.01F)
+        return height;
+    const float level = m_terraceLevel.sample(x, y);
+    const float number = std::floor(level);
+    const float share = level - number;
+    const float tread = 0.16F * std::min(share, riserShare) / riserShare;
+    const float stepped = number + tread + 0.84F * smoothStep(riserShare, 1.0F, share);
+    return height + terraced * (stepped - level + 0.45F) * terraceStepMetres;
+}
+
 std::optional<Ground::Terrace> Ground::terrace(double x, double y) const {
-    const Lattice& lattice = m_terraceLevel.lattice();
-    const float nearest = m_terraceLevel.clamped(static_cast<int>(std::floor(x - lattice.west + 0.5)),
-                                                 static_cast<int>(std::floor(y - lattice.south + 0.5)));
-    if (nearest < 0.0F)
+    if (m_terraced.sample(x, y) < 0.5F)
         return std::nullopt;
     const float level = m_terraceLevel.sample(x, y);
-    // Between a terraced node and one that is not the mean means nothing.
-    const float used = std::fabs(level - nearest) < 1.0F ? level : nearest;
-    const float number = std::floor(used);
-    return Terrace{static_cast<int>(number), used - number};
+    const float number = std::floor(level);
+    return Terrace{static_cast<int>(number), level - number};
 }
 
 float Ground::roadHeightMetres(float roadAlong) const {

@@ -23,6 +23,8 @@ Cover LandCover::at(double x, double y) const {
         return *cover;
     if (const auto cover = village(x, y))
         return *cover;
+    if (const auto cover = farmstead(x, y))
+        return *cover;
     if (const auto cover = lane(x, y))
         return *cover;
     if (m_site.forestDensity(x, y) > 0.5F)
@@ -77,8 +79,9 @@ std::optional<Cover> LandCover::river(double x, double y) const {
 }
 
 std::optional<Cover> LandCover::school(double x, double y) const {
-    const Point place = m_site.school.toFrame(x, y);
-    if (place.x < 0 || place.y < 0 || place.x > Site::schoolWidthMetres || place.y > Site::schoolDepthMetres)
+    const BuildingGround& ground = m_site.school();
+    const Point place = ground.frame.toFrame(x, y);
+    if (place.x < 0 || place.y < 0 || place.x > ground.widthMetres || place.y > ground.depthMetres)
         return std::nullopt;
     // A running track: two half circles joined by straights, six lanes of 1.2 m.
     const double straight = std::max(0.0, std::fabs(place.x - 48.0) - 22.0);
@@ -101,12 +104,30 @@ std::optional<Cover> LandCover::village(double x, double y) const {
     const bool reachesRoad = place.y > -70.0 && place.y <= 0.0 && crossLane < 2.4;
     if (reachesRoad && y > m_site.road.at(m_site.road.alongAtX(x)).y)
         return plain(Material::Concrete);
-    if (!village.contains(x, y, 0.0))
-        return std::nullopt;
     const double inRow =
         place.y - village.laneSpacingMetres * std::floor(place.y / village.laneSpacingMetres);
-    if (inRow < 3.6 || crossLane < 2.4)
+    if (village.contains(x, y, 0.0) && (inRow < 3.6 || crossLane < 2.4))
         return plain(Material::Concrete);
+    const double fray =
+        9.0 * static_cast<double>(gradientNoise(static_cast<float>(x) / 22.0F, static_cast<float>(y) / 22.0F,
+                                                m_site.noiseSeed(44)));
+    if (!village.contains(x, y, fray - 3.0))
+        return std::nullopt;
+    return yard(x, y);
+}
+
+std::optional<Cover> LandCover::farmstead(double x, double y) const {
+    const bool isYard = std::any_of(
+        m_site.buildingGrounds.begin(), m_site.buildingGrounds.end(), [&](const BuildingGround& ground) {
+            const Point place = ground.frame.toFrame(x, y);
+            return ground.use == BuildingUse::Farmstead && place.x > 0 && place.y > 4 &&
+                   place.x < ground.widthMetres && place.y < ground.depthMetres;
+        });
+    return isYard ? std::optional<Cover>(yard(x, y)) : std::nullopt;
+}
+
+/// Trodden soil with patches of grass.
+Cover LandCover::yard(double x, double y) const {
     const float noise =
         fractalNoise(static_cast<float>(x) / 14.0F, static_cast<float>(y) / 14.0F, m_site.noiseSeed(41), 3);
     return noise > 0.12F ? wild(Material::Grass, x, y) : plain(Material::Yard);
@@ -116,8 +137,9 @@ Cover LandCover::wild(Material material, double x, double y) const {
     const auto fx = static_cast<float>(x);
     const auto fy = static_cast<float>(y);
     if (material == Material::Scrub) {
-        const float bush = fractalNoise(fx / 3.6F, fy / 3.6F, m_site.noiseSeed(42), 2);
-        return plain(material, 1.3F * smoothStep(0.05F, 0.8F, bush), byteOf(0.5F + 0.5F * bush));
+        const float bush = fractalNoise(fx / 3.6F, fy / 3.6F, m_site.noiseSeed(42), 2) +
+                           0.45F * gradientNoise(fx / 19.0F, fy / 19.0F, m_site.noiseSeed(45));
+        return plain(material, 1.3F * smoothStep(0.15F, 0.95F, bush), byteOf(0.5F + 0.5F * bush));
     }
     const float tuft = gradientNoise(fx / 1.7F, fy / 1.7F, m_site.noiseSeed(43));
     return plain(material, 0.06F + 0.05F * tuft, byteOf(0.5F + 0.5F * tuft));

@@ -58,8 +58,8 @@ Colour Palette::material(SurfaceCell cell, float x, float y) const {
     case Material::ForestFloor:
         return mix(bytes(72, 74, 44), bytes(96, 86, 58), 0.5F + 0.5F * noise(x, y, 3.0F, 101));
     case Material::SunkenGrass:
-        return mix(grass(x, y, 0.0F), bytes(58, 66, 34),
-                   0.45F + 0.45F * static_cast<float>(cell.detail) / 255.0F);
+        return mix(bytes(84, 96, 46), bytes(54, 60, 34),
+                   clampUnit(static_cast<float>(cell.detail) / 255.0F + 0.3F * noise(x, y, 1.6F, 105)));
     case Material::BareSoil:
         return soil(x, y);
     case Material::EarthHeap:
@@ -86,15 +86,15 @@ Colour Palette::material(SurfaceCell cell, float x, float y) const {
 
 Colour Palette::grass(float x, float y, float dryness) const {
     const float patch = 0.5F + 0.35F * noise(x, y, 9.0F, 110) + 0.25F * noise(x, y, 2.3F, 111);
-    const Colour fresh = m_epoch == 0 ? bytes(104, 126, 62) : bytes(112, 126, 62);
-    const Colour lush = bytes(82, 106, 50);
+    const Colour fresh = m_epoch == 0 ? bytes(106, 124, 68) : bytes(114, 125, 68);
+    const Colour lush = bytes(84, 104, 54);
     return mix(mix(lush, fresh, clampUnit(patch)), bytes(158, 148, 96),
                clampUnit(dryness + 0.3F * noise(x, y, 14.0F, 112)));
 }
 
 Colour Palette::soil(float x, float y) const {
     const float patch = 0.5F + 0.4F * noise(x, y, 11.0F, 115) + 0.25F * noise(x, y, 1.8F, 116);
-    return mix(bytes(164, 134, 96), bytes(138, 108, 74), clampUnit(patch));
+    return mix(bytes(166, 142, 106), bytes(142, 118, 86), clampUnit(patch));
 }
 
 Colour Palette::crop(SurfaceCell cell, float x, float y) const {
@@ -107,11 +107,11 @@ Colour Palette::crop(SurfaceCell cell, float x, float y) const {
     switch (style.crop) {
     case Crop::Wheat:
         plants =
-            mix(bytes(128, 142, 66), bytes(190, 172, 96), clampUnit(0.42F + 0.45F * tone + 0.25F * patch));
+            mix(bytes(122, 134, 70), bytes(178, 164, 102), clampUnit(0.42F + 0.45F * tone + 0.25F * patch));
         closed = 0.86F + 0.14F * smoothStep(0.06F, 0.16F, row);
         break;
     case Crop::Rape:
-        plants = mix(bytes(116, 130, 70), bytes(152, 156, 74), clampUnit(0.5F + 0.5F * tone + 0.3F * patch));
+        plants = mix(bytes(108, 122, 70), bytes(140, 144, 80), clampUnit(0.5F + 0.5F * tone + 0.3F * patch));
         closed = 0.8F + 0.2F * row;
         break;
     case Crop::Maize:
@@ -123,11 +123,11 @@ Colour Palette::crop(SurfaceCell cell, float x, float y) const {
         closed = smoothStep(0.12F, 0.5F, row);
         break;
     case Crop::Fallow:
-        plants = bytes(150, 124, 88);
+        plants = bytes(154, 132, 100);
         closed = 0.4F * row;
         break;
     case Crop::Mulched:
-        plants = bytes(196, 198, 192);
+        plants = bytes(176, 178, 170);
         closed = 0.85F * smoothStep(0.35F, 0.5F, row);
         break;
     case Crop::Orchard:
@@ -157,8 +157,8 @@ Colour Palette::roof(SurfaceCell cell, float x, float y) const {
     }
     case Material::FlatRoof:
         if (cell.detail == 255)
-            return bytes(206, 202, 194);
-        return mix(bytes(176, 172, 164), bytes(198, 194, 186), 0.5F + 0.5F * tone) * stain;
+            return bytes(182, 178, 170);
+        return mix(bytes(146, 142, 134), bytes(176, 172, 164), 0.5F + 0.5F * tone) * stain;
     case Material::SteelRoof:
         return (tone < 0.5F ? bytes(70, 118, 184) : bytes(176, 66, 58)) * (cell.detail > 190 ? 0.84F : 1.0F);
     case Material::Greenhouse:

@@ -10,17 +10,17 @@ CropStyle drawStyle(Random& random) {
     style.tone = static_cast<float>(random.between(-1.0, 1.0));
     style.rowsAlongV = random.chance(0.3);
     const double lot = random.uniform();
-    if (lot < 0.34)
+    if (lot < 0.35)
         style = {Crop::Wheat, 0.55F, 3.0F, 0.03F, style.tone, style.rowsAlongV};
-    else if (lot < 0.46)
+    else if (lot < 0.48)
         style = {Crop::Rape, 0.60F, 2.0F, 0.05F, style.tone, style.rowsAlongV};
-    else if (lot < 0.61)
+    else if (lot < 0.64)
         style = {Crop::Maize, 0.12F, 1.4F, 0.10F, style.tone, style.rowsAlongV};
-    else if (lot < 0.72)
+    else if (lot < 0.76)
         style = {Crop::Vegetables, 0.25F, 1.9F, 0.18F, style.tone, style.rowsAlongV};
-    else if (lot < 0.81)
+    else if (lot < 0.85)
         style = {Crop::Fallow, 0.03F, 1.2F, 0.10F, style.tone, style.rowsAlongV};
-    else if (lot < 0.87)
+    else if (lot < 0.88)
         style = {Crop::Mulched, 0.05F, 2.2F, 0.16F, style.tone, style.rowsAlongV};
     else if (lot < 0.95)
         style = {Crop::Orchard, 0.10F, 4.6F, 0.05F, style.tone, style.rowsAlongV};
@@ -30,7 +30,7 @@ CropStyle drawStyle(Random& random) {
 }
 } // namespace
 
-Parcels::Parcels(const Site& site) {
+Parcels::Parcels(const Site& site) : m_site(site) {
     Random random(site.seed, 30);
     m_west = {TurnedFrame::at({0.0, 0.0}, 9.0), {-120.0, -360.0, 900.0, 680.0}, 0};
     m_east = {TurnedFrame::at({Extent::widthMetres, 0.0}, -7.0), {-1700.0, -420.0, 220.0, 740.0}, 0};
@@ -65,8 +65,15 @@ int Parcels::split(const Rectangle& bounds, Random& random) {
     return static_cast<int>(own);
 }
 
+const Parcels::Bank& Parcels::bankAt(double x, double y) const {
+    constexpr double valleyMetres = 665.0;
+    if (const auto river = m_site.riverField.find(x, y))
+        return river->lateralMetres < 0.0F ? m_west : m_east;
+    return x < valleyMetres ? m_west : m_east;
+}
+
 Parcels::Place Parcels::find(double x, double y) const {
-    const Bank& bank = x < bankMetres ? m_west : m_east;
+    const Bank& bank = bankAt(x, y);
     const Point inFrame = bank.frame.toFrame(x, y);
     Place place{0, 1000.0F, 1000.0F, static_cast<float>(inFrame.x), static_cast<float>(inFrame.y)};
     int node = bank.root;

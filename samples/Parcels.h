@@ -34,11 +34,13 @@ public:
     /// Idents of terraces differ from those of the parcel they cut.
     static std::uint16_t terraceIdent(std::uint16_t parcel, int terraceNumber);
     const CropStyle& style(std::uint16_t ident) const { return m_styles[ident % styleCount]; }
-    const TurnedFrame& frameAt(double x) const { return x < bankMetres ? m_west.frame : m_east.frame; }
+    /// The frame of the bank on which (x, y) lies.
+    const TurnedFrame& frameAt(double x, double y) const { return bankAt(x, y).frame; }
+    const TurnedFrame& westFrame() const { return m_west.frame; }
+    const TurnedFrame& eastFrame() const { return m_east.frame; }
 
 private:
     static constexpr std::size_t styleCount = 4096;
-    static constexpr double bankMetres = 665.0;
 
     struct Node {
         bool splitsU = false;
@@ -56,8 +58,10 @@ private:
         int root = 0;
     };
 
+    const Bank& bankAt(double x, double y) const;
     int split(const Rectangle& bounds, class Random& random);
 
+    const Site& m_site;
     std::vector<Node> m_nodes;
     Bank m_west;
     Bank m_east;

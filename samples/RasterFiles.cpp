@@ -17,7 +17,7 @@ struct DatasetCloser {
 using DatasetPtr = std::unique_ptr<GDALDataset, DatasetCloser>;
 
 std::string failure(const std::string& path) {
-    return path + ": cannot be written: " + CPLGetLastErrorMsg();
+    return path + "：无法写入：" + CPLGetLastErrorMsg();
 }
 
 DatasetPtr createRaster(const std::string& path, const RasterFrame& frame, int bands, GDALDataType type,

@@ -9,7 +9,7 @@ namespace samples {
 namespace {
 constexpr double stepMetres = 8.0;
 constexpr double marginMetres = 160.0;
-constexpr double summitMetres = 474.0;
+constexpr double summitMetres = 456.0;
 constexpr int iterations = 70;
 
 /// One landscape that erodes; cells by index, row after row.
@@ -56,9 +56,9 @@ Landscape::Landscape(const Site& site)
             const double y = m_lattice.y(r);
             const double fromValley = std::fabs(x - (665.0 + (256.0 - y) * 0.22));
             const auto noise = static_cast<double>(fractalNoise(
-                static_cast<float>(x / 260.0), static_cast<float>(y / 260.0), site.noiseSeed(10), 4));
-            const double valleySide =
-                x < 665.0 ? smoothStep(90.0, 620.0, fromValley) : smoothStep(160.0, 1150.0, fromValley);
+                static_cast<float>(x / 300.0), static_cast<float>(y / 300.0), site.noiseSeed(10), 3));
+            const double valleySide = x < 665.0 ? 0.62 * smoothStep(90.0, 560.0, fromValley)
+                                                : smoothStep(160.0, 1150.0, fromValley);
             const auto i = static_cast<std::size_t>(index(c, r));
             m_uplift[i] = 0.12 + valleySide * (1.0 + 0.45 * noise);
             if (!m_isRiver[i])
@@ -132,7 +132,7 @@ void Landscape::raiseAndIncise() {
 }
 
 void Landscape::creep() {
-    constexpr double share = 0.16;
+    constexpr double share = 0.60;
     std::vector<double> before = m_height;
     for (int r = 0; r < m_lattice.rows; ++r)
         for (int c = 0; c < m_lattice.columns; ++c) {

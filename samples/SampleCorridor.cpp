@@ -42,7 +42,7 @@ public:
         for (const char* date : epochDates) {
             fs::create_directories(m_path / "epochs" / date, error);
             if (error)
-                return text(m_path) + ": cannot be created: " + error.message();
+                return text(m_path) + "：无法创建：" + error.message();
         }
         return std::nullopt;
     }
@@ -54,7 +54,7 @@ public:
         error.clear();
         fs::rename(m_path, m_target, error);
         if (error)
-            return text(m_target) + ": cannot be moved into place: " + error.message();
+            return text(m_target) + "：无法移到位：" + error.message();
         return std::nullopt;
     }
 
@@ -65,11 +65,11 @@ private:
 
 Error checkOptions(const SampleOptions& options) {
     if (options.directory.empty())
-        return "no folder given for the sample project";
+        return "没有给出示例工程的文件夹";
     if (options.cells < SampleOptions::smallestCells || options.cells > SampleOptions::largestCells ||
-        options.cells % 16 != 0)
-        return "size " + std::to_string(options.cells) + ": must be a multiple of 16 from " +
-               std::to_string(SampleOptions::smallestCells) + " to " +
+        options.cells % SampleOptions::cellsStep != 0)
+        return "尺寸 " + std::to_string(options.cells) + "：必须是 16 的倍数，从 " +
+               std::to_string(SampleOptions::smallestCells) + " 到 " +
                std::to_string(SampleOptions::largestCells);
     return std::nullopt;
 }
@@ -79,9 +79,9 @@ Error checkTarget(const fs::path& target) {
     if (!fs::exists(target, error))
         return std::nullopt;
     if (!fs::is_directory(target, error))
-        return text(target) + ": exists and is not a folder";
+        return text(target) + "：已存在，不是文件夹";
     if (!fs::is_empty(target, error) || error)
-        return text(target) + ": exists and is not empty";
+        return text(target) + "：已存在，不是空文件夹";
     return std::nullopt;
 }
 
@@ -98,7 +98,7 @@ Error writeProjectFile(const fs::path& folder) {
     file << "  ],\n  \"centerline\": \"centerline.gpkg\"\n}\n";
     file.close();
     if (!file)
-        return text(path) + ": cannot be written";
+        return text(path) + "：无法写入";
     return std::nullopt;
 }
 
@@ -116,7 +116,7 @@ private:
     Error writeEpoch(const Surface& surface, int epoch, double done, double doneAfter);
     Error report(double share) const {
         if (m_progress && !m_progress(share))
-            return text(m_folder) + ": cancelled";
+            return text(m_folder) + "：已取消";
         return std::nullopt;
     }
 

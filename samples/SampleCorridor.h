@@ -11,6 +11,7 @@ namespace samples {
 struct SampleOptions {
     static constexpr int smallestCells = 1024;
     static constexpr int largestCells = 32768;
+    static constexpr int cellsStep = 16;
 
     /// Folder of the project to make, UTF-8; it must not exist or be empty.
     std::string directory;
@@ -27,8 +28,8 @@ using SampleProgress = std::function<bool(double)>;
 
 /// Makes the project: project.json, two epochs (dsm.tif, dom.tif), centerline.gpkg, special.gpkg, truth.gpkg.
 /// Written beside the folder and moved into place at the end; nothing is left behind on failure. Heights
-/// depend on seed and size only. Memory: about 17 bytes per cell. Uses all processors. Returns one line that
-/// names file and cause on failure.
+/// depend on seed and size only. Memory: about 16 bytes per cell. Uses all processors. Returns one line
+/// (Chinese, UTF-8) that names file and cause on failure.
 std::optional<std::string> makeSampleCorridor(const SampleOptions& options,
                                               const SampleProgress& progress = {});
 

@@ -1,6 +1,7 @@
 #include "samples/Site.h"
 
 #include "samples/Noise.h"
+#include "samples/Parallel.h"
 
 namespace samples {
 
@@ -91,22 +92,38 @@ Site::Site(std::uint64_t theSeed) : seed(theSeed) {
 
     village = {TurnedFrame::at({968 + random.between(-6, 6), 276 + random.between(-3, 3)},
                                2.0 + random.between(-2, 2)),
-               330.0, 206.0, 41.0};
-    school = TurnedFrame::at({1352, 246 + random.between(-2, 4)}, -12.0);
+               330.0, 190.0, 38.0};
+    const auto addGround = [&](BuildingUse use, Point corner, double angleDegrees, double width,
+                               double depth) {
+        buildingGrounds.push_back({use, TurnedFrame::at(corner, angleDegrees), width, depth});
+    };
+    addGround(BuildingUse::School, {1352, 246 + random.between(-2, 4)}, -12.0, 96.0, 74.0);
+    addGround(BuildingUse::Greenhouses, {1060, 30}, -7.0, 74.0, 78.0);
+    addGround(BuildingUse::Farmstead, {228, 352}, 14.0, 34.0, 36.0);
+    addGround(BuildingUse::Farmstead, {266, 346}, 10.0, 34.0, 36.0);
+    addGround(BuildingUse::Farmstead, {300, 378}, 6.0, 34.0, 36.0);
+    addGround(BuildingUse::Farmstead, {1652, 140}, -20.0, 34.0, 36.0);
+    addGround(BuildingUse::Farmstead, {1866, 196}, 16.0, 34.0, 36.0);
 
     const Lattice lattice = metreLattice();
     riverField = LineField(lattice, {river}, 150.0);
     roadField = LineField(lattice, {road}, 40.0);
     laneField = LineField(lattice, {lane}, 24.0);
     pipelineField = LineField(lattice, {pipeline}, 40.0);
+    forest = Field(lattice);
+    forEachBand(lattice.rows, [&](int first, int end) {
+        for (int r = first; r < end; ++r)
+            for (int c = 0; c < lattice.columns; ++c)
+                forest.at(c, r) = forestAt(lattice.x(c), lattice.y(r));
+    });
 }
 
 std::uint32_t Site::noiseSeed(std::uint32_t use) const {
     return static_cast<std::uint32_t>(mixBits(seed + 1) >> 32) + use * 7919u;
 }
 
-double Site::waterLevelMetres(double riverAlong) const {
-    return 409.2 - 3.2 * riverAlong / river.length();
+float Site::waterLevelMetres(double y) {
+    return 406.6F + 0.0026F * static_cast<float>(y);
 }
 
 float Site::riverHalfWidthMetres(float riverAlong) const {
@@ -114,17 +131,17 @@ float Site::riverHalfWidthMetres(float riverAlong) const {
            0.8F * gradientNoise(riverAlong / 14.0F, 3.5F, noiseSeed(3));
 }
 
-float Site::forestDensity(double x, double y) const {
+float Site::forestAt(double x, double y) const {
     const auto fx = static_cast<float>(x);
     const auto fy = static_cast<float>(y);
-    const float eastHill = smoothStep(1560.0F, 1700.0F, fx) * smoothStep(300.0F, 400.0F, fy);
-    const float westHill = smoothStep(330.0F, 230.0F, fx) * smoothStep(90.0F, 20.0F, fy);
-    const float northWest = smoothStep(480.0F, 400.0F, fx) * smoothStep(400.0F, 470.0F, fy);
-    const float southEast = smoothStep(1740.0F, 1840.0F, fx) * smoothStep(90.0F, 20.0F, fy);
+    const float eastHill = smoothStep(1480.0F, 1760.0F, fx) * smoothStep(240.0F, 460.0F, fy);
+    const float westHill = smoothStep(400.0F, 200.0F, fx) * smoothStep(120.0F, 0.0F, fy);
+    const float northWest = smoothStep(520.0F, 340.0F, fx) * smoothStep(360.0F, 510.0F, fy);
+    const float southEast = smoothStep(1660.0F, 1860.0F, fx) * smoothStep(120.0F, 0.0F, fy);
     const float region = std::max(std::max(eastHill, westHill), std::max(northWest, southEast));
-    const float rim = 0.45F * fractalNoise(fx / 70.0F, fy / 70.0F, noiseSeed(4), 3);
+    const float rim = 0.30F * fractalNoise(fx / 80.0F, fy / 80.0F, noiseSeed(4), 4);
     const float nearPipe = smoothStep(12.0F, 9.0F, pipelineField.distance(x, y));
-    return smoothStep(0.42F, 0.56F, region + rim) * (1.0F - nearPipe);
+    return smoothStep(0.47F, 0.53F, region + rim) * (1.0F - nearPipe);
 }
 
 } // namespace samples

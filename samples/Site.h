@@ -46,18 +46,28 @@ struct Village {
     bool contains(double x, double y, double marginMetres) const;
 };
 
+enum class BuildingUse : std::uint8_t { School, Greenhouses, Farmstead };
+
+/// A level ground for buildings; the origin of its frame is its south-west corner.
+struct BuildingGround {
+    BuildingUse use;
+    TurnedFrame frame;
+    double widthMetres = 0.0;
+    double depthMetres = 0.0;
+};
+
 /// What people and water drew on the map; everything else follows from it. Site coordinates, metres.
 struct Site {
     explicit Site(std::uint64_t seed);
 
     /// A noise seed of its own for each use.
     std::uint32_t noiseSeed(std::uint32_t use) const;
-    /// Height of the water surface, falling from north to south.
-    double waterLevelMetres(double riverAlong) const;
+    /// Height of the water surface; it falls from north to south.
+    static float waterLevelMetres(double y);
     /// Half the width of the water there.
     float riverHalfWidthMetres(float riverAlong) const;
     /// How far a forest reaches over (x, y): 0 open, 1 closed.
-    float forestDensity(double x, double y) const;
+    float forestDensity(double x, double y) const { return forest.sample(x, y); }
 
     std::uint64_t seed;
     Curve river;
@@ -65,14 +75,17 @@ struct Site {
     Curve lane; ///< dirt road to the hamlet and the quarry
     Curve pipeline;
     Village village;
-    TurnedFrame school; ///< origin at the south-west corner of its ground
-    static constexpr double schoolWidthMetres = 96.0;
-    static constexpr double schoolDepthMetres = 74.0;
+    std::vector<BuildingGround> buildingGrounds;
+    const BuildingGround& school() const { return buildingGrounds.front(); }
 
     LineField riverField;
     LineField roadField;
     LineField laneField;
     LineField pipelineField;
+    Field forest;
+
+private:
+    float forestAt(double x, double y) const;
 };
 
 } // namespace samples

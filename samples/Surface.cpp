@@ -116,10 +116,13 @@ void standMarkers(const Scene& scene, Surface& surface) {
             isNearChange(scene.changes, post.x, post.y, 0.0) ||
             scene.cover.at(post.x, post.y).cell.material == Material::Water)
             continue;
-        const float top = scene.ground.heightMetres(post.x, post.y) + 1.1F;
-        const double half = 0.5 * std::max(0.4, surface.frame.cellMetres);
+        const float ground = scene.ground.heightMetres(post.x, post.y);
+        const double half = 0.5 * std::max(0.5, surface.frame.cellMetres);
+        forEachCellAround(surface.frame, post, 1.0, 0, surface.frame.rows, [&](int c, int r) {
+            surface.cells.at(c, r) = {Material::Concrete, 0, 0};
+        });
         forEachCellAround(surface.frame, post, half, 0, surface.frame.rows, [&](int c, int r) {
-            raise(surface, c, r, top, {Material::MarkerPost, 0, 0});
+            raise(surface, c, r, ground + 1.2F, {Material::MarkerPost, 0, 0});
         });
     }
 }
@@ -130,13 +133,28 @@ SurfaceCell changedCell(const Change& change, std::size_t index, Point place) {
     return {change.material, byteOf(0.9 * (tiles - std::floor(tiles))), ident};
 }
 
+/// Plants and soil, not pavement or roofs.
 bool canWear(Material material) {
     return material == Material::Crop || material == Material::Baulk || material == Material::Grass ||
            material == Material::TerraceRiser || material == Material::Scrub ||
            material == Material::ForestFloor;
 }
 
-ChangeWindow applyChange(const Change& change, std::size_t index, Surface& surface) {
+/// Where water gathers the plants are darker: most of the bowl with a frayed rim, and the tension cracks
+/// around it.
+bool isSunken(const Scene& scene, const Change& change, float depthShare, double x, double y) {
+    if (depthShare <= 0.0F)
+        return false;
+    const auto fx = static_cast<float>(x);
+    const auto fy = static_cast<float>(y);
+    const float fray = fractalNoise(fx / 4.0F, fy / 4.0F, change.noiseSeed + 3, 3);
+    const float crack = depthShare + 0.05F * gradientNoise(fx / 2.0F, fy / 2.0F, scene.site.noiseSeed(80));
+    const bool isCrack = (crack > 0.16F && crack < 0.20F) || (crack > 0.055F && crack < 0.075F);
+    return depthShare + 0.28F * fray > 0.42F || (isCrack && fray > -0.35F);
+}
+
+ChangeWindow applyChange(const Scene& scene, std::size_t index, Surface& surface) {
+    const Change& change = scene.changes[index];
     constexpr double wearMetres = 6.0;
     const RasterFrame& frame = surface.frame;
     const double reach = change.reachMetres() + wearMetres;
@@ -150,12 +168,12 @@ ChangeWindow applyChange(const Change& change, std::size_t index, Surface& surfa
             const double y = frame.y(r);
             float& height = surface.height.at(c, r);
             SurfaceCell& cell = surface.cells.at(c, r);
-            const float dz = change.dzMetres(x, y, height);
+            const float dz = change.dzMetres(x, y, height, scene.ground.heightMetres(x, y));
             window.dz.at(c - left, r - top) = dz;
             height += dz;
             if (dz != 0.0F && change.shape != ChangeShape::Bowl)
                 cell = changedCell(change, index, {x, y});
-            else if (dz < -0.12F * change.sizeMetres && canWear(cell.material))
+            else if (isSunken(scene, change, -dz / change.sizeMetres, x, y) && canWear(cell.material))
                 cell = {Material::SunkenGrass, byteOf(static_cast<double>(-dz / change.sizeMetres)),
                         cell.ident};
             else if (canWear(cell.material) && change.wear(x, y) > 0.5F)
@@ -192,7 +210,7 @@ Surface composeSurface(const Scene& scene, const RasterFrame& frame) {
 std::vector<ChangeWindow> applyChanges(const Scene& scene, Surface& surface) {
     std::vector<ChangeWindow> windows;
     for (std::size_t i = 0; i < scene.changes.size(); ++i)
-        windows.push_back(applyChange(scene.changes[i], i, surface));
+        windows.push_back(applyChange(scene, i, surface));
     return windows;
 }
 

@@ -82,7 +82,7 @@ std::optional<std::string> GeoPackage::close() {
     m_layer = nullptr;
     if (m_good && CPLGetLastErrorType() < CE_Failure)
         return std::nullopt;
-    return m_path + ": cannot be written: " + CPLGetLastErrorMsg();
+    return m_path + "：无法写入：" + CPLGetLastErrorMsg();
 }
 
 double easting(double x) {
@@ -113,6 +113,17 @@ std::string chainage(double metres) {
     char text[32];
     std::snprintf(text, sizeof text, "K%d+%03d", whole / 1000, whole % 1000);
     return text;
+}
+
+/// Where the pipe comes nearest to other lines.
+Point crossingPoint(const Curve& pipe, const LineField& other) {
+    Point nearest = pipe.points.front();
+    for (double along = 0.0; along < pipe.length(); along += 1.0) {
+        const Point place = pipe.at(along);
+        if (other.distance(place.x, place.y) < other.distance(nearest.x, nearest.y))
+            nearest = place;
+    }
+    return nearest;
 }
 
 OGRPoint groundPoint(const Scene& scene, Point place) {
@@ -270,18 +281,18 @@ std::optional<std::string> writeSpecialAreas(const std::string& path, const Scen
             feature.SetField("attribute", attribute);
         });
     };
-    const auto crossing = [&](const Curve& other, double x, double halfWidth) {
-        const Point middle = site.pipeline.at(site.pipeline.alongAtX(x));
-        (void)other;
-        return rectangleIn(TurnedFrame::at(middle, 0.0), -halfWidth, -40.0, halfWidth, 40.0);
+    const auto crossing = [&](const LineField& other) {
+        const Point middle = crossingPoint(site.pipeline, other);
+        return rectangleIn(TurnedFrame::at(middle, 0.0), -40.0, -40.0, 40.0, 40.0);
     };
     const Village& village = site.village;
+    const BuildingGround& school = site.school();
     add(rectangleIn(village.frame, -12, -12, village.widthMetres + 12, village.depthMetres + 12), "柳河村", 2,
         "村庄");
-    add(rectangleIn(site.school, -8, -8, Site::schoolWidthMetres + 8, Site::schoolDepthMetres + 8),
-        "柳河小学", 3, "学校");
-    add(crossing(site.river, 650.0, 40.0), "柳河穿越段", 2, "河流");
-    add(crossing(site.road, 860.0, 40.0), "县道穿越段", 1, "公路");
+    add(rectangleIn(school.frame, -8, -8, school.widthMetres + 8, school.depthMetres + 8), "柳河小学", 3,
+        "学校");
+    add(crossing(site.riverField), "柳河穿越段", 2, "河流");
+    add(crossing(site.roadField), "县道穿越段", 1, "公路");
     return file.close();
 }
 
@@ -300,7 +311,7 @@ std::optional<std::string> writeTruth(const std::string& path, const Scene& scen
         const TruthFigures figures = largestGroup(windows[i].dz);
         const auto outline = outlineOf(windows[i], frame, figures.mask);
         if (figures.cells == 0 || !outline)
-            return path + ": change " + scene.changes[i].name + " has no outline";
+            return path + "：变化 " + scene.changes[i].name + " 没有轮廓";
         file.add(*outline, [&](OGRFeature& feature) {
             feature.SetField("name", scene.changes[i].name.c_str());
             feature.SetField("kind", scene.changes[i].isFill() ? "fill" : "cut");

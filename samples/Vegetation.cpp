@@ -138,13 +138,13 @@ void Forester::roadside() {
 }
 
 void Forester::orchards() {
-    for (const double bank : {0.0, Extent::widthMetres}) {
-        const TurnedFrame& frame = m_cover.parcels().frameAt(bank);
+    for (const TurnedFrame* bank : {&m_cover.parcels().westFrame(), &m_cover.parcels().eastFrame()}) {
+        const TurnedFrame& frame = *bank;
         for (double u = -2300; u < 2300; u += 4.6)
             for (double v = -700; v < 900; v += 4.0) {
                 const Point place = frame.toSite(u, v);
                 if (place.x < 0 || place.y < 0 || place.x > Extent::widthMetres ||
-                    place.y > Extent::heightMetres || &m_cover.parcels().frameAt(place.x) != &frame)
+                    place.y > Extent::heightMetres || &m_cover.parcels().frameAt(place.x, place.y) != &frame)
                     continue;
                 const SurfaceCell cell = m_cover.at(place.x, place.y).cell;
                 if (cell.material == Material::Crop &&

@@ -1,0 +1,89 @@
+#include "cli/SampleCommand.h"
+
+#include "cli/Options.h"
+#include "cli/ProgressLine.h"
+#include "cli/StopOnSignal.h"
+#include "samples/SampleCorridor.h"
+
+#include <cstdio>
+
+namespace cli {
+
+namespace {
+
+const char* const usage =
+    "用法：corridor sample DIR [--seed N] [--size CELLS] [--quiet]\n"
+    "         DIR 不存在或为空；CELLS 是长边的格数，16 的倍数，默认 8192（0.25 米一格）\n";
+
+const OptionTable& optionTable() {
+    static const OptionTable table{{"--seed", "--size"}, {"--quiet", "--help"}, 1};
+    return table;
+}
+
+std::optional<samples::SampleOptions> readTask(const Options& options, WrongUse& wrong) {
+    samples::SampleOptions task;
+    if (options.positional.empty() || options.positional.front().empty()) {
+        wrong.message = "缺少文件夹 DIR";
+        return std::nullopt;
+    }
+    task.directory = options.positional.front();
+    if (options.has("--seed")) {
+        const auto seed = parseInteger(options.value("--seed"));
+        if (!seed || *seed < 0) {
+            wrong.message = "--seed 需要不小于 0 的整数";
+            return std::nullopt;
+        }
+        task.seed = static_cast<std::uint64_t>(*seed);
+    }
+    if (options.has("--size")) {
+        const auto cells = parseInteger(options.value("--size"));
+        if (!cells || *cells < samples::SampleOptions::smallestCells ||
+            *cells > samples::SampleOptions::largestCells ||
+            *cells % samples::SampleOptions::cellsStep != 0) {
+            wrong.message = "--size 需要 " + std::to_string(samples::SampleOptions::smallestCells) + " 到 " +
+                            std::to_string(samples::SampleOptions::largestCells) + " 之间 " +
+                            std::to_string(samples::SampleOptions::cellsStep) + " 的倍数";
+            return std::nullopt;
+        }
+        task.cells = *cells;
+    }
+    return task;
+}
+
+int fail(int status, const std::string& message) {
+    std::fprintf(stderr, "corridor sample: %s\n", message.c_str());
+    return status;
+}
+
+} // namespace
+
+int runSample(const std::vector<std::string>& arguments) {
+    WrongUse wrong;
+    const auto options = parseOptions(arguments, optionTable(), wrong);
+    if (!options)
+        return fail(statusWrongUse, wrong.message);
+    if (options->has("--help")) {
+        std::fputs(usage, stdout);
+        return statusDone;
+    }
+    const auto task = readTask(*options, wrong);
+    if (!task)
+        return fail(statusWrongUse, wrong.message);
+
+    const StopOnSignal stop;
+    std::optional<std::string> problem;
+    {
+        ProgressLine line("示例工程", options->has("--quiet"));
+        problem = samples::makeSampleCorridor(*task, [&](double done) {
+            line.show(done);
+            return !stop.asked();
+        });
+    }
+    if (problem)
+        return fail(statusFailed, *problem);
+    if (!options->has("--quiet"))
+        std::printf("%s\n", task->directory.c_str());
+    return statusDone;
+}
+
+} // namespace cli
