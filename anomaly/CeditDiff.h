@@ -1,0 +1,136 @@
+#pragma once
+
+#include "anomaly/PickCallback.h"
+#include "host/engine/ToolPlugin.h"
+#include "host/inspection/Station.h"
+#include "host/viewmanager/CXCommandHandler.h"
+
+#include <osg/Group>
+#include <osg/Vec2d>
+#include <osg/Vec3d>
+#include <osgEarthAnnotation/FeatureNode>
+#include <osgEarthAnnotation/ImageOverlay>
+#include <osgEarthAnnotation/PlaceNode>
+#include <osgEarthSymbology/Style>
+#include <osgEarthUtil/RTTPicker>
+
+#include <memory>
+#include <vector>
+
+class QAction;
+class QMenu;
+
+/// View and edit anomalies: hover picking, the classification menu, deletion.
+///
+/// Slots and activation run on the GUI thread, handle and OnMessage in the viewer's frame loop. The picker
+/// and the frame-selection group come and go only in OnMessage, by messages that the tool posts to itself.
+class CeditDiff : public zeo::ToolPlugin, public CXCommandHandler {
+    Q_OBJECT
+
+public:
+    CeditDiff();
+    ~CeditDiff() override;
+
+    bool IsTool() override { return true; }
+    void OnActivate() override;
+    void OnDeactivate() override;
+
+    using CXCommandHandler::handle;
+    /// Consumes no event, so that the globe can still be moved.
+    bool handle(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) override;
+    /// "addPick", "removePick", "FrameSelect", "RemoveFrameSelect".
+    void OnMessage(std::string message) override;
+    void InitInstance() override {}
+    void ExitInstance() override {}
+
+signals:
+    void signal_eidtDff();
+    void signal_deleteDff();
+    void signal_checkDff();
+
+public slots:
+    /// Opens the menu for each station at the right-click point that has selected anomalies.
+    void eidtDff();
+    /// Asks, then deletes the selected anomalies.
+    void OnDeleteItem();
+    /// Deletes the selected anomalies of each station at the delete point.
+    void OnDeleteDff();
+    void OnSetbuild();
+    void OnSetoccupy();
+    void OnSump();
+    void OnCollapse();
+    /// A class without a menu action.
+    void OnSetweightthing();
+    /// Asks for the class in free words.
+    void OnSetother();
+    /// Shows the anomaly at the double-click point in the image window and the table.
+    void checkDff();
+
+private:
+    using Overlays = std::vector<osg::ref_ptr<osgEarth::Annotation::ImageOverlay>>;
+    enum State { Constructed = 0, Active = 1, Inactive = 2 };
+
+    void buildMenu();
+    void prepareStyles();
+    void addPicker();
+    void removePicker();
+    void removeFrameSelection();
+    void scanSelectedItems();
+
+    // The events, in CeditDiffEvents.cpp.
+    void onPush(osgViewer::View& view, const osgGA::GUIEventAdapter& ea);
+    void onRelease(osgViewer::View& view, const osgGA::GUIEventAdapter& ea);
+    void onDoubleClick(osgViewer::View& view, const osgGA::GUIEventAdapter& ea);
+    void onMove(osgViewer::View& view, const osgGA::GUIEventAdapter& ea);
+    void onFrameDrag(osgViewer::View& view, const osgGA::GUIEventAdapter& ea);
+    void onKeyDown(osgViewer::View& view, const osgGA::GUIEventAdapter& ea);
+    void onKeyUp(osgViewer::View& view, const osgGA::GUIEventAdapter& ea);
+    void rememberPosition(const osgGA::GUIEventAdapter& ea);
+    void pickHovered(const osg::Vec3d& world);
+    void toggleHovered(int pickedId);
+    void pickByBounds(const osg::Vec3d& world);
+    void highlightByBounds(const osg::Vec2d& lonLat);
+    void highlightNearest(const osg::Vec2d& lonLat);
+    void clearHoverPicks();
+    void selectInFrame(const osgEarth::Bounds& frame);
+    void UpdateFrameRect(const osg::Vec3d& onMap);
+    void ShowDiffLabel(const osg::Vec3d& world);
+    double differenceAt(const osg::Vec3d& world);
+
+    bool CollectSelectedDiffs();
+    void SetDiffAttribute(const char* text);
+    void storeDiffAttribute(const std::string& gbkText);
+    void showCurrentItem();
+
+    std::vector<KV_StationItem*> m_stationItems; ///< as of the last scan
+    osg::Vec3d m_rightClickPoint;                ///< world
+    osg::Vec3d m_deletePoint;                    ///< world
+    KV_StationItem* m_currentItem = nullptr;     ///< the AVWindow's own item while none is worked on
+    std::vector<SdiffData> m_selectedAnomalies;
+    std::unique_ptr<osg::Vec2d> m_doubleClickPoint; ///< station's reference system
+    osg::ref_ptr<osgEarth::Annotation::PlaceNode> m_valueLabel;
+    osg::ref_ptr<osgEarth::Util::RTTPicker> m_picker;
+    osg::ref_ptr<PickCallback> m_pickCallback;
+    std::string m_stationSrs;
+    Overlays m_boundsPickList;
+    int m_lastPickedId = PickCallback::kNothing;
+    bool m_ctrlHeld = false;
+    bool m_shiftHeld = false;
+    bool m_deleteHeld = false;
+    Overlays m_hoverPickList;
+    int m_pressX = 0;
+    int m_pressY = 0;
+    int m_dragX = 0;
+    int m_dragY = 0;
+    bool m_leftDown = false;
+    osgEarth::Symbology::Style m_areaStyle;
+    osg::Vec3d m_frameStart; ///< map coordinates
+    osgEarth::Symbology::Style m_frameStyle;
+    osg::ref_ptr<osgEarth::Annotation::FeatureNode> m_frameFeatureNode;
+    osg::ref_ptr<osg::Group> m_frameGroup;
+    bool m_toggle = false; ///< the button was not checked when the tool was left
+    int m_toolState = Constructed;
+    std::unique_ptr<QMenu> m_contextMenu; ///< owns its actions
+    const std::string m_ownKey;           ///< the key once more, for the tool itself
+    bool m_pickerIsComing = false;        ///< "addPick" has been posted and not arrived
+};

@@ -1,0 +1,72 @@
+#include "anomaly/StationScan.h"
+
+#include "host/inspection/Records.h"
+#include "host/inspection/StationWindow.h"
+#include "plugin/Globe.h"
+#include "plugin/Inspection.h"
+
+#include <osgEarth/GeoData>
+#include <osgEarth/SpatialReference>
+
+#include <optional>
+
+namespace {
+
+std::optional<osg::Vec3d> toStationSystem(const KV_Station& station, const osg::Vec3d& world) {
+    const osgEarth::MapNode* mapNode = globeMapNode();
+    if (!mapNode || station.m_srs.empty())
+        return std::nullopt;
+    const osg::ref_ptr<osgEarth::SpatialReference> stationSrs =
+        osgEarth::SpatialReference::create(station.m_srs);
+    osgEarth::GeoPoint point;
+    if (!stationSrs || !point.fromWorld(mapNode->getMapSRS(), world) || !point.makeGeographic())
+        return std::nullopt;
+    const osgEarth::GeoPoint inStation = point.transform(stationSrs);
+    if (!inStation.isValid())
+        return std::nullopt;
+    return inStation.vec3d();
+}
+
+bool liesStrictlyInside(const KV_Station& bounds, double x, double y) {
+    return bounds.m_xMin < x && x < bounds.m_xMax && bounds.m_yMin < y && y < bounds.m_yMax;
+}
+
+} // namespace
+
+bool LoadStationRecord(const KV_StationItem& item, int tableKind, KV_Station& station) {
+    auto* pipeline = dataSet<PipelineDataSet>();
+    if (!pipeline || !pipeline->GetConncetDBState())
+        return false;
+    const std::string table = pipeline->Gettablename(KV_STATION);
+    if (table.empty())
+        return false;
+    const std::string condition = "where id=" + std::to_string(item.GetStationId());
+    try {
+        const mysqlhelper::KV_Rows rows =
+            pipeline->GetMySQL()->queryRecord("select * from " + table + " " + condition);
+        if (rows.empty())
+            return false;
+        station.m_tableKind = tableKind;
+        station.init_from_sqldata(rows.front());
+        return true;
+    } catch (const mysqlhelper::KV_MySQL_Exception&) {
+        return false;
+    }
+}
+
+void visitItemsAtPoint(
+    std::vector<KV_StationItem*> items, // NOLINT(performance-unnecessary-value-param): a copy
+    const osg::Vec3d& world, const StationVisitor& visit) {
+    const StationWindow* window = IORVAContext::Instance()->GetStationWindow();
+    for (KV_StationItem* item : items) {
+        KV_Station station;
+        if (!window->IsDiffChecked(item) || !LoadStationRecord(*item, KV_STATION, station))
+            continue;
+        item->readdom();
+        const std::optional<osg::Vec3d> point = toStationSystem(station, world);
+        if (!point || !liesStrictlyInside(item->m_station, point->x(), point->y()))
+            continue;
+        if (!visit(*item, station, point->x(), point->y()))
+            return;
+    }
+}

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "host/inspection/Station.h"
+
+#include <osg/Vec3d>
+
+#include <functional>
+#include <vector>
+
+/// Fills `station` with the stored record of the item's station. `tableKind` is the object type code of the
+/// table that the record is then said to come from. False, silently, without a database or a record.
+bool LoadStationRecord(const KV_StationItem& item, int tableKind, KV_Station& station);
+
+/// What to do with an item that contains the point. (x, y) is the point in the station's reference system;
+/// true goes on to the next item.
+using StationVisitor =
+    std::function<bool(KV_StationItem& item, const KV_Station& station, double x, double y)>;
+
+/// Visits, in order, the items whose anomalies are shown and whose bounds contain the world point.
+/// `world` is geocentric, in metres. The item's bounds are brought up to date first. The list is a copy,
+/// because a visitor that opens a menu may see the tool's own list cleared.
+void visitItemsAtPoint(std::vector<KV_StationItem*> items, const osg::Vec3d& world,
+                       const StationVisitor& visit);

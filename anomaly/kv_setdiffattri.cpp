@@ -1,0 +1,28 @@
+#include "anomaly/kv_setdiffattri.h"
+
+kv_setdiffattri::kv_setdiffattri(QWidget* parent) : BaseDialog(parent) {
+    ui.setupUi(this);
+    m_titleBar->setTitleContent(tr("自定义异常属性"), 10);
+    m_titleBar->setButtonType(titleBar::OnlyClose);
+    m_titleBar->setTitleWidth(width());
+    updateLayout();
+
+    connect(ui.lineEdit_diffattri, SIGNAL(textChanged(QString)), this, SLOT(OnChangeAttri(QString)));
+    connect(ui.pushButton_OK, SIGNAL(clicked()), this, SLOT(OnOk()));
+    connect(ui.pushButton_Cancle, SIGNAL(clicked()), this, SLOT(OnCancle()));
+}
+
+void kv_setdiffattri::OnChangeAttri(
+    QString text) { // NOLINT(performance-unnecessary-value-param): a slot by name
+    m_attribute = text;
+}
+
+void kv_setdiffattri::OnOk() {
+    m_result = 1;
+    close();
+}
+
+void kv_setdiffattri::OnCancle() {
+    m_result = 0;
+    close();
+}

@@ -1,0 +1,53 @@
+#include "commands/CRedo.h"
+
+#include "commands/HistoryButton.h"
+#include "host/Gbk.h"
+#include "host/inspection/AVWindow.h"
+#include "host/inspection/EditHistory.h"
+#include "host/inspection/IORVAContext.h"
+#include "plugin/Button.h"
+
+#include <QToolButton>
+
+CRedo::CRedo() : zeo::CommandPlugin("319 redo command") {
+    m_name = m_toolTip = toGbk("重做");
+    m_commandType = toGbk("巡检工具");
+    m_cursor = QCursor(Qt::ArrowCursor);
+    m_icon = QIcon(":/ToolPluginorva/images/rework.png");
+
+    connect(IORVAContext::Instance()->GetAVWindow(), SIGNAL(msg_redo(QString)), this,
+            SLOT(OnSetCom(QString)));
+}
+
+void CRedo::createselfUI(QWidget* parent, QHBoxLayout* layout) {
+    QToolButton* button = makeHistoryButton(*this, parent, layout);
+    connect(button, &QObject::destroyed, this, [this, button] {
+        if (m_pButton == button)
+            m_pButton = nullptr;
+    });
+    m_pButton = button;
+}
+
+void CRedo::Execute() {
+    EditHistory* history = IORVAContext::Instance()->GetEditHistory();
+    if (history && history->CanRedo()) {
+        EditCommand* edit = history->TakeRedo();
+        edit->Redo(true);
+        std::string text;
+        edit->GetText(text);
+        // Brings the edit back into the undo menu.
+        IORVAContext::Instance()->GetAVWindow()->sent_msg_undo(fromGbk(text));
+    }
+    refreshButton();
+    setButtonChecked(m_pButton, false);
+}
+
+void CRedo::OnSetCom(QString /*text*/) { // NOLINT(performance-unnecessary-value-param): a slot by name
+    refreshButton();
+}
+
+void CRedo::refreshButton() {
+    EditHistory* history = IORVAContext::Instance()->GetEditHistory();
+    if (m_pButton)
+        m_pButton->setEnabled(history && history->CanRedo());
+}

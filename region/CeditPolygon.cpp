@@ -1,0 +1,361 @@
+#include "region/CeditPolygon.h"
+
+#include "host/Gbk.h"
+#include "host/inspection/DataSet.h"
+#include "host/inspection/IORVAContext.h"
+#include "host/inspection/StationWindow.h"
+#include "host/viewmanager/MessageBus.h"
+#include "host/viewmanager/pick.h"
+#include "plugin/Button.h"
+#include "plugin/ClickTest.h"
+#include "plugin/Globe.h"
+#include "plugin/Inspection.h"
+#include "region/RegionRestyle.h"
+#include "special/Marker.h"
+#include "special/RegionStyle.h"
+
+#include <QCursor>
+#include <QMenu>
+
+#include <osgEarth/ObjectIndex>
+#include <osgEarth/Registry>
+#include <osgViewer/View>
+
+using osgGA::GUIEventAdapter;
+
+namespace {
+
+constexpr char kKey[] = "309 edit polygon";
+constexpr int kPickCameraPixels = 256;
+constexpr int kNothing = PickCallback_other::kNothing;
+
+/// Copies the record of `node` out of one of the data set's maps.
+template<typename Map, typename Record>
+bool copyRecord(const Map& map, const osg::ref_ptr<osg::Group>& node, Record& record) {
+    const auto entry = map.find(node);
+    if (entry == map.end())
+        return false;
+    record = entry->second;
+    return true;
+}
+
+} // namespace
+
+CeditPolygon::CeditPolygon() : zeo::ToolPlugin(kKey), m_ownKey(kKey) {
+    m_name = toGbk("编辑特殊区域");
+    m_toolTip = toGbk("编辑特殊面、特殊点");
+    m_commandType = toGbk("巡检工具");
+    m_cursor = QCursor(Qt::ArrowCursor);
+    m_icon = QIcon(":/ToolPluginorva/images/editpolgon.png");
+
+    connect(this, SIGNAL(signal_eidtPolygon()), this, SLOT(eidtPolygon()));
+    buildMenu();
+}
+
+CeditPolygon::~CeditPolygon() {
+    delete m_styleDialog.data();
+    delete m_pointDialog.data();
+}
+
+void CeditPolygon::buildMenu() {
+    m_contextMenu = std::make_unique<QMenu>();
+    connect(m_contextMenu->addAction(tr("删除")), SIGNAL(triggered()), this, SLOT(SLOTDeletFeature_All()));
+    connect(m_contextMenu->addAction(tr("编辑")), SIGNAL(triggered()), this, SLOT(SLOTEditPolygon()));
+}
+
+void CeditPolygon::OnActivate() {
+    osgCmd(m_name.c_str());
+    setStatbarTip(tr("编辑高后果区、特殊面、特殊点"));
+    osgPush("addpick");
+    m_pickerIsComing = true;
+    m_editState = m_wasUnchecked ? Inactive : Active;
+    setButtonChecked(m_pButton, !m_wasUnchecked);
+}
+
+void CeditPolygon::OnDeactivate() {
+    // Left before the picker arrived, it must still be taken out again.
+    if (m_picker || m_pickerIsComing)
+        osgPush("removePick");
+    if (m_pointDialog)
+        m_pointDialog->hide();
+    if (m_styleDialog)
+        m_styleDialog->hide();
+    m_wasUnchecked = !isButtonChecked(m_pButton);
+    m_editState = Inactive;
+    setButtonChecked(m_pButton, false);
+}
+
+void CeditPolygon::OnMessage(
+    std::string message) { // NOLINT(performance-unnecessary-value-param): by contract
+    if (message == "removePick")
+        removePicker();
+    else if (message == "deletedrawable")
+        removeFromGlobe(m_pickedNode);
+    else if (message == "addpick")
+        addPicker();
+}
+
+void CeditPolygon::addPicker() {
+    m_pickerIsComing = false;
+    osgViewer::View* view = globeView();
+    if (!view)
+        return;
+    removePicker();
+    m_picker = new osgEarth::Util::RTTPicker(kPickCameraPixels);
+    m_picker->addChild(globeMapNode());
+    m_pickCallback = new PickCallback_other;
+    m_picker->setDefaultCallback(m_pickCallback->asPickerCallback());
+    m_pickCallback->m_locked = 0;
+    m_pickCallback->m_pickedId = kNothing;
+    view->addEventHandler(m_picker);
+}
+
+void CeditPolygon::removePicker() {
+    if (osgViewer::View* view = globeView(); view && m_picker)
+        view->removeEventHandler(m_picker);
+    // The picker's end takes its pick camera out of the view, and its callback with it.
+    m_pickCallback = nullptr;
+    m_picker = nullptr;
+}
+
+bool CeditPolygon::handle(const GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) {
+    auto* view = dynamic_cast<osgViewer::View*>(&aa);
+    if (!view || m_editState != Active)
+        return false;
+    switch (ea.getEventType()) {
+    case GUIEventAdapter::RELEASE:
+        if (ea.getButton() == GUIEventAdapter::RIGHT_MOUSE_BUTTON)
+            onRightRelease(*view, ea);
+        break;
+    case GUIEventAdapter::MOVE:
+        rememberPosition(ea);
+        break;
+    case GUIEventAdapter::KEYDOWN:
+        if (ea.getKey() == GUIEventAdapter::KEY_Delete)
+            m_deleteKeyDown = true;
+        if (m_deleteKeyDown && takePickedNode())
+            SLOTDeletFeature_All();
+        break;
+    case GUIEventAdapter::KEYUP:
+        if (ea.getKey() == GUIEventAdapter::KEY_Delete)
+            m_deleteKeyDown = false;
+        break;
+    default:
+        break;
+    }
+    return false;
+}
+
+void CeditPolygon::onRightRelease(osgViewer::View& view, const GUIEventAdapter& ea) {
+    if (!takePickedNode() || !isClick(ea, m_lastX, m_lastY))
+        return;
+    rememberPosition(ea);
+    m_pickPoint = pick(&view, ea);
+    emit signal_eidtPolygon();
+}
+
+void CeditPolygon::rememberPosition(const GUIEventAdapter& ea) {
+    m_lastX = static_cast<int>(ea.getX());
+    m_lastY = static_cast<int>(ea.getY());
+}
+
+bool CeditPolygon::takePickedNode() {
+    if (!m_pickCallback)
+        return false;
+    const int id = m_pickCallback->m_pickedId;
+    if (id == kNothing || id != m_lastHandledId)
+        m_lastHandledId = kNothing;
+    if (id == kNothing || id == m_lastHandledId)
+        return false;
+    m_pickedNode = osgEarth::Registry::objectIndex()->get<osg::Group>(static_cast<osgEarth::ObjectID>(id));
+    return true;
+}
+
+void CeditPolygon::eidtPolygon() {
+    if (m_pickedNode)
+        m_contextMenu->exec(QCursor::pos());
+}
+
+void CeditPolygon::SLOTDeletFeature_All() {
+    if (!m_pickedNode)
+        return;
+    const std::string& kind = m_pickedNode->getName();
+    if (kind == "ROIPolygon")
+        deletePolygon();
+    else if (kind == "ROIPoint")
+        deletePoint();
+    else if (kind == "ROIArea")
+        deleteArea();
+}
+
+bool CeditPolygon::findPolygonRecord() {
+    auto* scene = dataSet<OsgDataSet>();
+    return scene && copyRecord(scene->getPipePolygons(), m_pickedNode, m_polygon);
+}
+
+bool CeditPolygon::findAreaRecord() {
+    auto* scene = dataSet<OsgDataSet>();
+    return scene && copyRecord(scene->getPipeAreas(), m_pickedNode, m_area);
+}
+
+bool CeditPolygon::findPointRecord() {
+    auto* scene = dataSet<OsgDataSet>();
+    return scene && copyRecord(scene->getPipePoints(), m_pickedNode, m_point);
+}
+
+void CeditPolygon::deletePolygon() {
+    if (!findPolygonRecord() || !deleteStored(m_polygon))
+        return;
+    dataSet<OsgDataSet>()->removePipePolygons(m_pickedNode);
+    removeFromGlobe(m_pickedNode);
+}
+
+void CeditPolygon::deleteArea() {
+    if (!findAreaRecord() || !deleteStored(m_area))
+        return;
+    dataSet<OsgDataSet>()->removePipeAreas(m_pickedNode);
+    removeFromGlobe(m_pickedNode);
+}
+
+// There is no removal call for points: their entry stays in the point map.
+void CeditPolygon::deletePoint() {
+    if (!findPointRecord() || !deleteStored(m_point))
+        return;
+    dataSet<OsgDataSet>()->removePipePolygons(m_pickedNode);
+    removeFromGlobe(m_pickedNode);
+}
+
+bool CeditPolygon::deleteStored(const KV_BasicNode& record) {
+    StationWindow* window = IORVAContext::Instance()->GetStationWindow();
+    return !window || window->DeleteNode(fromGbk(record.GetName()), record.m_type);
+}
+
+void CeditPolygon::SLOTEditPolygon() {
+    if (findPolygonRecord())
+        openStyleDialog(m_polygon, KV_HIGH_CONSEQUENCE_AREA);
+    else if (findAreaRecord())
+        openStyleDialog(m_area, KV_SPECIAL_AREA);
+    else if (findPointRecord())
+        openPointDialog();
+}
+
+void CeditPolygon::openStyleDialog(const Special_Region& record, int type) {
+    delete m_styleDialog.data();
+    m_styleDialog = new CdrawPolygonDlg(IORVAContext::Instance()->GetMainWindow());
+    m_styleDialog->LoadRecord(type);
+    m_styleDialog->showRecord(record);
+    m_styleDialog->show();
+    connect(m_styleDialog, SIGNAL(SignalClose()), this, SLOT(SlotClose()));
+    connect(m_styleDialog, SIGNAL(SignalOK()), this, SLOT(SlotOK()));
+}
+
+void CeditPolygon::openPointDialog() {
+    // Crossed on purpose: an old point dialog takes the style dialog with it and is itself only forgotten.
+    // The main window owns it from then on.
+    if (m_pointDialog)
+        delete m_styleDialog.data();
+    m_pointDialog = new CDrawPointDlg(IORVAContext::Instance()->GetMainWindow());
+    m_pointDialog->LoadRecord(KV_SPECIAL_POINT);
+    m_pointDialog->showRecord(m_point);
+    m_pointDialog->show();
+    connect(m_pointDialog, SIGNAL(SignalClose()), this, SLOT(SlotPointClose()));
+    connect(m_pointDialog, SIGNAL(SignalOK()), this, SLOT(SlotPointOK()));
+}
+
+void CeditPolygon::SlotClose() {
+    if (m_styleDialog)
+        m_styleDialog->hide();
+    m_editState = Active;
+}
+
+void CeditPolygon::SlotPointClose() {
+    if (m_pointDialog)
+        m_pointDialog->hide();
+}
+
+std::vector<osg::Vec3d> CeditPolygon::outlineOfPickedNode(osg::Vec3d& centre) {
+    osg::Node* first = m_pickedNode->getNumChildren() > 0 ? m_pickedNode->getChild(0) : nullptr;
+    m_featureNode = dynamic_cast<osgEarth::Annotation::FeatureNode*>(first);
+    if (!m_featureNode || !m_featureNode->getFeature())
+        return {};
+    const osgEarth::Symbology::Geometry* ring = m_featureNode->getFeature()->getGeometry();
+    m_vertexCount = static_cast<int>(ring->size());
+    centre = ring->getBounds().center();
+    return {ring->begin(), ring->end()};
+}
+
+template<typename Record>
+void CeditPolygon::confirmRegion(Record& record) {
+    const QString name = m_styleDialog->ui.lineEditTitle->text();
+    osg::Vec3d centre;
+    const std::vector<osg::Vec3d> vertices = outlineOfPickedNode(centre);
+    const std::string oldName = record.GetName();
+    record.SetName(toGbk(name));
+    record.SetCoor(centre);
+    record.m_vertices = vertices;
+    copyStyle(*m_styleDialog, record);
+
+    StationWindow* window = IORVAContext::Instance()->GetStationWindow();
+    if (record.GetName() != oldName && window->isReiterated_node(name))
+        return;
+    if (window->UpdataNode(record, oldName)) {
+        updateRegistry(record);
+        if (m_featureNode)
+            restyleRegion(*m_pickedNode, *m_featureNode, *m_styleDialog, record.GetName());
+    }
+    m_editState = Active;
+    m_styleDialog->hide();
+}
+
+void CeditPolygon::updateRegistry(const Special_Polygon& polygon) {
+    if (auto* scene = dataSet<OsgDataSet>())
+        scene->UpdataPipePolygon(m_pickedNode, polygon);
+}
+
+void CeditPolygon::updateRegistry(const Special_Area& area) {
+    if (auto* scene = dataSet<OsgDataSet>())
+        scene->UpdataPipeArea(m_pickedNode, area);
+}
+
+void CeditPolygon::SlotOK() {
+    if (!m_pickedNode || !m_styleDialog)
+        return;
+    const std::string& kind = m_pickedNode->getName();
+    if (kind == "ROIPolygon")
+        confirmRegion(m_polygon);
+    else if (kind == "ROIArea")
+        confirmRegion(m_area);
+}
+
+void CeditPolygon::SlotPointOK() {
+    osg::Node* first =
+        m_pickedNode && m_pickedNode->getNumChildren() > 0 ? m_pickedNode->getChild(0) : nullptr;
+    m_pointNode = dynamic_cast<osgEarth::Annotation::PlaceNode*>(first);
+    if (!m_pointDialog || !m_pointNode)
+        return;
+    const QString name = m_pointDialog->ui.lineEditTitle->text();
+    const std::string oldName = m_point.GetName();
+    m_point.m_attribute = toGbk(m_pointDialog->m_attribute);
+    m_point.SetName(toGbk(name));
+
+    StationWindow* window = IORVAContext::Instance()->GetStationWindow();
+    if (m_point.GetName() != oldName && window->isReiterated_node(name))
+        return;
+    if (window->UpdataNode(m_point, oldName)) {
+        if (auto* scene = dataSet<OsgDataSet>())
+            scene->UpdataPipePoint(m_pickedNode, m_point);
+        rebuildPoint();
+    }
+    m_editState = Active;
+    m_pointDialog->hide();
+}
+
+void CeditPolygon::rebuildPoint() {
+    m_pickedNode->removeChild(m_pointNode);
+    m_pointNode = makeMarker(m_point.GetCoor(), m_point.GetName());
+    if (!m_pointNode)
+        return;
+    m_pointNode->setName("ROIPoint");
+    m_pointNode->setDynamic(true);
+    m_pickedNode->addChild(m_pointNode);
+}

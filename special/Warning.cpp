@@ -1,0 +1,15 @@
+#include "special/Warning.h"
+
+#include "host/Gbk.h"
+#include "host/inspection/IORVAContext.h"
+#include "host/style/myMessageBox.h"
+
+#include <QObject>
+
+#include <iostream>
+
+void showWarning(const QString& text) {
+    std::cout << toGbk(text) << std::endl;
+    myMessageBox::showMyMessageBox(IORVAContext::Instance()->GetMainWindow(), QObject::tr("提示"), text,
+                                   myMessageBox::Warning, myMessageBox::Ok, true);
+}
