@@ -2,14 +2,13 @@
 
 #include "cli/Options.h"
 #include "cli/ProgressLine.h"
+#include "cli/StopOnSignal.h"
 #include "detect/Detection.h"
 #include "detect/ResultWriter.h"
 #include "detect/StagedOutput.h"
 
 #include <gdal.h>
 
-#include <atomic>
-#include <csignal>
 #include <cstdio>
 #include <filesystem>
 #include <memory>
@@ -41,30 +40,6 @@ struct Task {
     std::string dz;
     std::string summary;
     bool quiet = false;
-};
-
-std::atomic<bool> stopAsked{false};
-static_assert(std::atomic<bool>::is_always_lock_free);
-
-void askStop(int) {
-    stopAsked = true;
-}
-
-/// Ctrl-C ends the work in good order while this lives, so that nothing half-written stays.
-class StopOnSignal {
-public:
-    StopOnSignal() : m_interrupt(std::signal(SIGINT, askStop)), m_terminate(std::signal(SIGTERM, askStop)) {}
-    ~StopOnSignal() {
-        std::signal(SIGINT, m_interrupt);
-        std::signal(SIGTERM, m_terminate);
-    }
-    StopOnSignal(const StopOnSignal&) = delete;
-    StopOnSignal& operator=(const StopOnSignal&) = delete;
-
-private:
-    using Handler = void (*)(int);
-    Handler m_interrupt;
-    Handler m_terminate;
 };
 
 bool sameFile(const std::string& a, const std::string& b) {
@@ -208,9 +183,9 @@ std::optional<detect::Failure> detectAndWrite(const Task& task, OutputSet& outpu
     {
         const StopOnSignal stopOnSignal;
         ProgressLine line("检测", task.quiet);
-        auto detected = detect::detectChanges(request, [&line](double done) {
+        auto detected = detect::detectChanges(request, [&](double done) {
             line.show(done);
-            return !stopAsked;
+            return !stopOnSignal.asked();
         });
         if (auto* failure = std::get_if<detect::Failure>(&detected))
             return *failure;

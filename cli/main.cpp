@@ -1,5 +1,8 @@
+#include "cli/ComputeCommand.h"
 #include "cli/DetectCommand.h"
+#include "cli/InfoCommand.h"
 #include "cli/Options.h"
+#include "cli/SampleCommand.h"
 
 #include <cstdio>
 #include <string>
@@ -16,6 +19,9 @@ struct Command {
 constexpr Command commands[] = {
     {"detect", cli::runDetect,
      "--old OLD.tif --new NEW.tif --out RESULT.(gpkg|geojson|shp)   比较两期地表，输出变化"},
+    {"compute", cli::runCompute, "PROJECT [--stations 1,2,…]   计算工程的异常并存入工程"},
+    {"info", cli::runInfo, "PROJECT|RASTER [--json]   显示工程或栅格的内容"},
+    {"sample", cli::runSample, "DIR [--seed N] [--size CELLS]   生成两期示例工程"},
 };
 
 void printUsage(std::FILE* stream) {

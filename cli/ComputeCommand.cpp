@@ -1,0 +1,106 @@
+#include "cli/ComputeCommand.h"
+
+#include "cli/OpenedProject.h"
+#include "cli/Options.h"
+#include "cli/ProgressLine.h"
+#include "cli/StopOnSignal.h"
+#include "host/Gbk.h"
+#include "workbench/inspection/compute/ComputeAnomalies.h"
+#include "workbench/inspection/database/AnomalyTable.h"
+#include "workbench/inspection/database/StationTable.h"
+
+#include <QCoreApplication>
+
+#include <algorithm>
+#include <cstdio>
+#include <sstream>
+
+namespace cli {
+
+using inspection::Failure;
+
+namespace {
+
+constexpr auto command = "compute";
+constexpr auto usage = "用法：corridor compute PROJECT [--stations 1,2,…]\n"
+                       "  检测工程各站点的异常并存入工程数据库。\n"
+                       "  --stations  站点编号，以逗号分隔；不给出时计算全部站点\n";
+
+/// Numbers separated by commas; empty for anything else.
+std::vector<std::uint32_t> parseStations(const std::string& text) {
+    std::vector<std::uint32_t> ids;
+    std::istringstream parts(text);
+    for (std::string part; std::getline(parts, part, ',');) {
+        const auto id = parseInteger(part);
+        if (!id || *id <= 0) {
+            return {};
+        }
+        ids.push_back(static_cast<std::uint32_t>(*id));
+    }
+    return ids;
+}
+
+void printSummary(mysqlhelper::KV_MySQL& database, const inspection::ComputationSummary& summary) {
+    for (const KV_Station& station : inspection::readStations(database)) {
+        const auto& done = summary.stationIds;
+        if (std::find(done.begin(), done.end(), station.m_id) != done.end()) {
+            const auto anomalies = inspection::readAnomalies(database, station.m_id);
+            std::printf("站点 %u  %s  异常 %zu 处\n", station.m_id, gbkToUtf8(station.m_name).c_str(),
+                        anomalies.size());
+        }
+    }
+    std::printf("共 %zu 个站点，异常 %d 处，比较像元 %lld 个，用时 %.1f 秒\n", summary.stationIds.size(),
+                summary.anomalies, static_cast<long long>(summary.cells), summary.seconds);
+}
+
+int compute(const std::string& folder, const std::vector<std::uint32_t>& stations) {
+    auto opened = openProject(folder, inspection::Project::Access::Exclusive);
+    if (const auto* failure = std::get_if<Failure>(&opened)) {
+        return fail(command, *failure);
+    }
+    auto& project = std::get<OpenedProject>(opened);
+    inspection::ComputationRequest request;
+    request.project = project.project.description();
+    request.stationIds = stations;
+    inspection::Result<inspection::ComputationSummary> result;
+    {
+        const StopOnSignal stopOnSignal;
+        ProgressLine line("计算异常", false);
+        result = inspection::computeAnomalies(request, [&](double fraction, const QString&) {
+            line.show(fraction);
+            return !stopOnSignal.asked();
+        });
+    }
+    if (const auto* failure = std::get_if<Failure>(&result)) {
+        return fail(command, *failure);
+    }
+    printSummary(*project.database->GetMySQL(), std::get<inspection::ComputationSummary>(result));
+    return statusDone;
+}
+
+} // namespace
+
+int runCompute(const std::vector<std::string>& arguments) {
+    WrongUse wrong;
+    const auto options = parseOptions(arguments, {{"--stations"}, {"--help"}, 1}, wrong);
+    if (!options) {
+        return fail(command, statusWrongUse, wrong.message);
+    }
+    if (options->has("--help")) {
+        std::fputs(usage, stdout);
+        return statusDone;
+    }
+    if (options->positional.empty()) {
+        return fail(command, statusWrongUse, "缺少工程文件夹");
+    }
+    const auto stations = parseStations(options->value("--stations"));
+    if (options->has("--stations") && stations.empty()) {
+        return fail(command, statusWrongUse,
+                    "--stations 的值必须是以逗号分隔的站点编号：" + options->value("--stations"));
+    }
+    int count = 0;
+    const QCoreApplication application(count, nullptr);
+    return compute(options->positional.front(), stations);
+}
+
+} // namespace cli

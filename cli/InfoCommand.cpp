@@ -1,0 +1,92 @@
+#include "cli/InfoCommand.h"
+
+#include "cli/OpenedProject.h"
+#include "cli/Options.h"
+#include "cli/ProjectInfo.h"
+
+#include <QCoreApplication>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+
+#include <cstdio>
+
+namespace cli {
+
+namespace {
+
+constexpr auto command = "info";
+constexpr auto usage = "用法：corridor info PROJECT|RASTER [--json]\n"
+                       "  显示工程或栅格的内容。\n";
+
+QString text(const QJsonValue& value) {
+    switch (value.type()) {
+    case QJsonValue::Null:
+        return QStringLiteral("-");
+    case QJsonValue::Bool:
+        return value.toBool() ? QStringLiteral("true") : QStringLiteral("false");
+    case QJsonValue::Double:
+        return QString::number(value.toDouble(), 'g', 12);
+    case QJsonValue::Array: {
+        QStringList parts;
+        for (const auto& part : value.toArray()) {
+            parts << text(part);
+        }
+        return parts.join(QStringLiteral(" "));
+    }
+    default:
+        return value.toString();
+    }
+}
+
+/// One "key: value" line each, members of nested objects indented below their key.
+void print(const QJsonObject& json, const QString& indent) {
+    for (auto member = json.begin(); member != json.end(); ++member) {
+        const QJsonArray array = member.value().toArray();
+        if (member.value().isObject()) {
+            std::printf("%s%s:\n", qPrintable(indent), qPrintable(member.key()));
+            print(member.value().toObject(), indent + "  ");
+        } else if (!array.isEmpty() && array.first().isObject()) {
+            for (int i = 0; i < array.size(); ++i) {
+                std::printf("%s%s %d:\n", qPrintable(indent), qPrintable(member.key()), i + 1);
+                print(array.at(i).toObject(), indent + "  ");
+            }
+        } else {
+            std::printf("%s%s: %s\n", qPrintable(indent), qPrintable(member.key()),
+                        qPrintable(text(member.value())));
+        }
+    }
+}
+
+} // namespace
+
+int runInfo(const std::vector<std::string>& arguments) {
+    WrongUse wrong;
+    const auto options = parseOptions(arguments, {{}, {"--json", "--help"}, 1}, wrong);
+    if (!options) {
+        return fail(command, statusWrongUse, wrong.message);
+    }
+    if (options->has("--help")) {
+        std::fputs(usage, stdout);
+        return statusDone;
+    }
+    if (options->positional.empty()) {
+        return fail(command, statusWrongUse, "缺少工程文件夹或栅格文件");
+    }
+    int count = 0;
+    const QCoreApplication application(count, nullptr);
+    const QString path = QString::fromStdString(options->positional.front());
+    const auto info = QFileInfo(path).isDir() ? projectInfo(path) : rasterInfo(path);
+    if (const auto* failure = std::get_if<inspection::Failure>(&info)) {
+        return fail(command, *failure);
+    }
+    const auto& json = std::get<QJsonObject>(info);
+    if (options->has("--json")) {
+        std::fputs(QJsonDocument(json).toJson().constData(), stdout);
+    } else {
+        print(json, QString());
+    }
+    return statusDone;
+}
+
+} // namespace cli

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "workbench/inspection/database/PipelineDatabase.h"
+#include "workbench/inspection/project/Project.h"
+
+#include <memory>
+#include <string>
+
+namespace cli {
+
+/// A project with its database.
+struct OpenedProject {
+    inspection::Project project;
+    std::unique_ptr<inspection::PipelineDatabase> database;
+};
+
+/// Opens both, or says in one line why not.
+inspection::Result<OpenedProject> openProject(const std::string& folder, inspection::Project::Access access);
+
+/// Writes "corridor COMMAND: message" to standard error and hands `status` back.
+int fail(const char* command, int status, const std::string& message);
+int fail(const char* command, const inspection::Failure& failure);
+
+} // namespace cli

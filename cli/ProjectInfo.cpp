@@ -1,0 +1,125 @@
+#include "cli/ProjectInfo.h"
+
+#include "cli/OpenedProject.h"
+#include "detect/GdalErrors.h"
+#include "host/Gbk.h"
+#include "workbench/inspection/output/InspectionData.h"
+#include "workbench/inspection/project/Georeference.h"
+
+#include <QFileInfo>
+#include <QJsonArray>
+
+#include <gdal_priv.h>
+
+#include <array>
+
+namespace cli {
+
+using inspection::Failure;
+
+namespace {
+
+QJsonArray epochs(const inspection::ProjectDescription& project) {
+    QJsonArray array;
+    for (const inspection::Epoch& epoch : project.epochs) {
+        array.append(QJsonObject{{"date", epoch.date},
+                                 {"dsm", epoch.dsm},
+                                 {"dom", epoch.dom},
+                                 {"dsm_exists", QFileInfo::exists(epoch.dsm)}});
+    }
+    return array;
+}
+
+QJsonObject parameters(const inspection::ProjectParameters& parameters) {
+    return {{"threshold_m", parameters.thresholdMetres},
+            {"min_area_m2", parameters.minAreaSquareMetres},
+            {"coregistration", inspection::coregistrationName(parameters.coregistration)}};
+}
+
+QJsonObject station(const inspection::StationFindings& findings) {
+    const KV_Station& station = findings.station;
+    QJsonObject json{{"id", static_cast<qint64>(station.m_id)},
+                     {"name", fromGbk(station.m_name)},
+                     {"start_m", station.m_startMetres},
+                     {"end_m", station.m_endMetres},
+                     {"bounds", QJsonArray{station.m_xMin, station.m_yMin, station.m_xMax, station.m_yMax}},
+                     {"anomalies", static_cast<qint64>(findings.anomalies.size())}};
+    json["computed_at"] = findings.result ? QJsonValue(findings.result->computedAt) : QJsonValue();
+    return json;
+}
+
+} // namespace
+
+inspection::Result<QJsonObject> projectInfo(const QString& folder) {
+    const auto access = inspection::Project::Access::ReadOnly;
+    const auto project = inspection::Project::open(folder, access);
+    if (const auto* failure = std::get_if<Failure>(&project)) {
+        return *failure;
+    }
+    const auto& description = std::get<inspection::Project>(project).description();
+    QJsonObject json{{"type", "project"},
+                     {"name", description.name},
+                     {"folder", description.folder},
+                     {"crs", description.crs},
+                     {"epochs", epochs(description)},
+                     {"parameters", parameters(description.parameters)},
+                     {"stations", QJsonArray()}};
+    if (!QFileInfo::exists(description.databaseFile())) {
+        return json;
+    }
+    const auto opened = openProject(folder.toStdString(), access);
+    if (const auto* failure = std::get_if<Failure>(&opened)) {
+        return *failure;
+    }
+    const auto read =
+        inspection::readInspectionData(description, *std::get<OpenedProject>(opened).database->GetMySQL());
+    if (const auto* failure = std::get_if<Failure>(&read)) {
+        return *failure;
+    }
+    const auto& data = std::get<inspection::InspectionData>(read);
+    QJsonArray stations;
+    for (const auto& findings : data.stations) {
+        stations.append(station(findings));
+    }
+    json["stations"] = stations;
+    json["anomalies"] = data.anomalyCount();
+    json["special_points"] = static_cast<qint64>(data.specialPoints.size());
+    json["special_areas"] = static_cast<qint64>(data.specialAreas.size());
+    json["high_consequence_areas"] = static_cast<qint64>(data.highConsequenceAreas.size());
+    return json;
+}
+
+inspection::Result<QJsonObject> rasterInfo(const QString& file) {
+    GDALAllRegister();
+    const detect::GdalErrors errors;
+    const GDALDatasetUniquePtr raster(GDALDataset::Open(file.toUtf8().constData(), GDAL_OF_RASTER));
+    if (!raster || raster->GetRasterCount() < 1) {
+        return inspection::fileFailure(file,
+                                       "not a readable raster: " + QString::fromStdString(errors.first()),
+                                       "无法作为栅格打开：" + QString::fromStdString(errors.first()));
+    }
+    GDALRasterBand* band = raster->GetRasterBand(1);
+    QJsonObject json{{"type", "raster"},
+                     {"file", file},
+                     {"driver", raster->GetDriverName()},
+                     {"columns", raster->GetRasterXSize()},
+                     {"rows", raster->GetRasterYSize()},
+                     {"bands", raster->GetRasterCount()},
+                     {"data_type", GDALGetDataTypeName(band->GetRasterDataType())},
+                     {"overviews", band->GetOverviewCount()}};
+    const OGRSpatialReference* reference = raster->GetSpatialRef();
+    json["crs"] = reference == nullptr ? QJsonValue() : QJsonValue(inspection::definitionOf(*reference));
+    std::array<double, 6> t{};
+    if (raster->GetGeoTransform(t.data()) == CE_None) {
+        json["cell_size"] = QJsonArray{std::hypot(t[1], t[4]), std::hypot(t[2], t[5])};
+        json["origin"] = QJsonArray{t[0], t[3]};
+    }
+    int hasNoData = 0;
+    const double noData = band->GetNoDataValue(&hasNoData);
+    json["no_data"] = hasNoData == 0       ? QJsonValue()
+                      : std::isnan(noData) ? QJsonValue("nan")
+                                           : QJsonValue(noData);
+    return json;
+}
+
+} // namespace cli

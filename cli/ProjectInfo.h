@@ -1,0 +1,17 @@
+#pragma once
+
+#include "workbench/inspection/project/Failure.h"
+
+#include <QJsonObject>
+#include <QString>
+
+namespace cli {
+
+/// What a project holds: name, reference system, epochs, parameters, stations with their results, special
+/// objects. "stations" is empty while the project has no database yet.
+inspection::Result<QJsonObject> projectInfo(const QString& folder);
+
+/// What a raster holds: driver, size, cell size, reference system, bounds, bands and no-data.
+inspection::Result<QJsonObject> rasterInfo(const QString& file);
+
+} // namespace cli
