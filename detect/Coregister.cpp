@@ -79,7 +79,7 @@ void appendEquations(const Patch& patch, const std::vector<float>& newHeights, c
 std::variant<std::vector<Equation>, Failure>
 readEquations(const PairLayout& layout, const std::vector<Patch>& patches, const Shift& shift, int threads) {
     using Equations = std::vector<Equation>;
-    const SlopeFrame frame(layout.oldGrid);
+    const SlopeFrame frame(layout.oldRaster.grid);
     class Worker {
     public:
         Worker(PairReader reader, const std::vector<Patch>& patches, const Shift& shift,
@@ -205,7 +205,7 @@ std::vector<float> dzOf(const std::vector<Equation>& equations) {
 class ShiftSearch {
 public:
     ShiftSearch(const PairLayout& layout, const StableSample& sample, int threads)
-        : m_layout(layout), m_sample(sample), m_threads(threads), m_frame(layout.oldGrid) {}
+        : m_layout(layout), m_sample(sample), m_threads(threads), m_frame(layout.oldRaster.grid) {}
 
     /// Refines `found`, which holds the bias; leaves it as it is where no shift can be told or none helps.
     std::optional<Failure> refine(Coregistration& found, const Progress& progress) {
@@ -257,7 +257,7 @@ private:
         found.dyMetres = shift.northMetres;
         found.dzMetres = -level.centre;
         found.nmadAfterMetres = level.nmad;
-        const Affine& toMap = m_layout.oldGrid.cellToMap();
+        const Affine& toMap = m_layout.oldRaster.grid.cellToMap();
         found.dxCells = cells.x * (toMap.c[1] < 0.0 ? -1.0 : 1.0);
         found.dyCells = cells.y * (toMap.c[5] < 0.0 ? -1.0 : 1.0);
     }

@@ -50,7 +50,7 @@ public:
 private:
     static int chooseRows(const PairLayout& layout) {
         const auto wanted = static_cast<int>(std::max<std::int64_t>(1, blockCells / layout.overlap.columns));
-        const int tile = layout.tileRows;
+        const int tile = layout.oldRaster.tileRows;
         // A single strip over the whole raster is no unit of work.
         return tile > 1024 ? std::max(1, wanted) : std::max(1, wanted / tile) * tile;
     }
@@ -144,7 +144,7 @@ public:
         if (m_dzRaster)
             if (auto failure = m_dzRaster->commit())
                 return *failure;
-        m_result.srsWkt = wkt(m_layout.oldGrid.srs());
+        m_result.srsWkt = wkt(m_layout.oldRaster.grid.srs());
         m_result.threads = m_threads;
         m_result.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
         return std::move(m_result);
@@ -162,8 +162,8 @@ private:
     std::optional<Failure> prepareDzRaster() {
         if (m_request.dzRaster.empty())
             return std::nullopt;
-        auto created =
-            DifferenceRaster::create(m_request.dzRaster, m_layout.oldGrid, m_layout.overlap, m_threads);
+        auto created = DifferenceRaster::create(m_request.dzRaster, m_layout.oldRaster.grid, m_layout.overlap,
+                                                m_threads);
         if (auto* failure = std::get_if<Failure>(&created))
             return *failure;
         m_dzRaster.emplace(std::get<DifferenceRaster>(std::move(created)));
@@ -193,7 +193,7 @@ private:
         task.growThresholdMetres = static_cast<float>(parameters.thresholdMetres * parameters.growRatio);
         task.keepDz = m_dzRaster.has_value();
 
-        AnomalyBuilder builder(m_layout.oldGrid, parameters);
+        AnomalyBuilder builder(m_layout.oldRaster.grid, parameters);
         Labeller labeller([&builder](const std::vector<Run>& runs) { builder.consider(runs); });
         int done = 0;
         const auto makeWorker = [&]() -> std::variant<BlockWorker, Failure> {
@@ -217,8 +217,8 @@ private:
         if (auto failure = workInOrder<Block>(blocks.count(), m_threads, makeWorker, take))
             return failure;
         if (m_result.cells == 0)
-            return nothingInWindow(
-                failureOf(m_layout.newPath, "与旧期 " + m_layout.oldPath + " 没有同时有效的像元"));
+            return nothingInWindow(failureOf(m_layout.newRaster.path,
+                                             "与旧期 " + m_layout.oldRaster.path + " 没有同时有效的像元"));
         labeller.finish();
         m_result.anomalies = builder.takeAnomalies();
         return std::nullopt;

@@ -41,18 +41,19 @@ Affine Affine::inverse() const {
 }
 
 Grid::Grid(int columns, int rows, const Affine& cellToMap, OGRSpatialReference srs)
-    : m_columns(columns), m_rows(rows), m_cellToMap(cellToMap), m_srs(std::move(srs)),
-      m_geographic(m_srs.IsGeographic() != 0), m_semiMajorMetres(m_srs.GetSemiMajor()) {
-    const double inverseFlattening = m_srs.GetInvFlattening();
+    : m_columns(columns), m_rows(rows), m_cellToMap(cellToMap),
+      m_srs(std::make_shared<const OGRSpatialReference>(std::move(srs))),
+      m_geographic(m_srs->IsGeographic() != 0), m_semiMajorMetres(m_srs->GetSemiMajor()) {
+    const double inverseFlattening = m_srs->GetInvFlattening();
     const double flattening = inverseFlattening > 0.0 ? 1.0 / inverseFlattening : 0.0;
     m_eccentricitySquared = flattening * (2.0 - flattening);
 
     if (!m_geographic) {
-        const double metres = m_srs.GetLinearUnits();
+        const double metres = m_srs->GetLinearUnits();
         m_metresPerMapUnit = {metres, metres};
         return;
     }
-    m_radiansPerUnit = m_srs.GetAngularUnits();
+    m_radiansPerUnit = m_srs->GetAngularUnits();
     const double latitude = m_cellToMap(m_columns / 2.0, m_rows / 2.0).y * m_radiansPerUnit;
     const double w2 = 1.0 - m_eccentricitySquared * std::sin(latitude) * std::sin(latitude);
     const double primeVertical = m_semiMajorMetres / std::sqrt(w2);

@@ -5,6 +5,7 @@
 #include <ogr_spatialref.h>
 
 #include <array>
+#include <memory>
 
 namespace detect {
 
@@ -37,7 +38,7 @@ struct Affine {
 /// of the first cell. Safe to read from several threads.
 class Grid {
 public:
-    Grid() = default;
+    Grid() : m_srs(std::make_shared<const OGRSpatialReference>()) {}
     /// `srs` uses x = east or longitude whatever the authority says.
     Grid(int columns, int rows, const Affine& cellToMap, OGRSpatialReference srs);
 
@@ -45,7 +46,7 @@ public:
     int rows() const { return m_rows; }
     CellWindow extent() const { return {0, 0, m_columns, m_rows}; }
     const Affine& cellToMap() const { return m_cellToMap; }
-    const OGRSpatialReference& srs() const { return m_srs; }
+    const OGRSpatialReference& srs() const { return *m_srs; }
 
     /// Ground area of one cell of this row: on the ellipsoid for longitude/latitude, in the projection
     /// otherwise.
@@ -60,7 +61,8 @@ private:
     int m_columns = 0;
     int m_rows = 0;
     Affine m_cellToMap;
-    OGRSpatialReference m_srs;
+    std::shared_ptr<const OGRSpatialReference>
+        m_srs; ///< shared by all copies: cloning one is not thread-safe
     bool m_geographic = false;
     double m_radiansPerUnit = 1.0;
     double m_semiMajorMetres = 6378137.0;

@@ -29,60 +29,7 @@ CellWindow cellsInside(const Box& box, const Grid& grid) {
     return {column, row, edge(right->x, grid.columns()) - column, edge(bottom->y, grid.rows()) - row};
 }
 
-} // namespace
-
-std::variant<PairLayout, Failure> layOutPair(const Request& request) {
-    auto opened = PairReader::open(request.oldRaster, request.newRaster);
-    if (auto* failure = std::get_if<Failure>(&opened))
-        return *failure;
-    const PairReader& pair = std::get<PairReader>(opened);
-
-    PairLayout layout;
-    layout.oldPath = request.oldRaster;
-    layout.newPath = request.newRaster;
-    layout.oldGrid = pair.m_old.grid();
-    layout.tileColumns = pair.m_old.tileColumns();
-    layout.tileRows = pair.m_old.tileRows();
-    layout.overlap = pair.overlap();
-    if (layout.overlap.empty())
-        return failureOf(request.newRaster, "与旧期 " + request.oldRaster + " 没有重叠区域");
-    if (request.window)
-        layout.overlap = intersect(layout.overlap, cellsInside(*request.window, layout.oldGrid));
-    if (layout.overlap.empty())
-        return nothingInWindow(
-            failureOf(request.newRaster, "与旧期 " + request.oldRaster + " 在所选范围内没有重叠区域"));
-    return layout;
-}
-
-PairReader::PairReader(RasterSource oldSource, RasterSource newSource, Resampler resampler)
-    : m_old(std::move(oldSource)), m_new(std::move(newSource)), m_resampler(std::move(resampler)),
-      m_offset(commonGrid(m_old.grid(), m_new.grid())) {}
-
-std::variant<PairReader, Failure> PairReader::open(const PairLayout& layout) {
-    return open(layout.oldPath, layout.newPath);
-}
-
-std::variant<PairReader, Failure> PairReader::open(const std::string& oldPath, const std::string& newPath) {
-    auto oldSource = RasterSource::open(oldPath);
-    if (auto* failure = std::get_if<Failure>(&oldSource))
-        return *failure;
-    auto newSource = RasterSource::open(newPath);
-    if (auto* failure = std::get_if<Failure>(&newSource))
-        return *failure;
-    // The resampler keeps a data set of its own; opening twice costs less than sharing one would complicate.
-    auto again = RasterSource::open(newPath);
-    if (auto* failure = std::get_if<Failure>(&again))
-        return *failure;
-    auto resampler =
-        Resampler::create(std::get<RasterSource>(oldSource).grid(), std::get<RasterSource>(std::move(again)));
-    if (auto* failure = std::get_if<Failure>(&resampler))
-        return *failure;
-    return PairReader(std::get<RasterSource>(std::move(oldSource)),
-                      std::get<RasterSource>(std::move(newSource)),
-                      std::get<Resampler>(std::move(resampler)));
-}
-
-std::optional<PairReader::Offset> PairReader::commonGrid(const Grid& oldGrid, const Grid& newGrid) {
+std::optional<PairLayout::Offset> commonGrid(const Grid& oldGrid, const Grid& newGrid) {
     if (!sameReferenceSystem(oldGrid.srs(), newGrid.srs()))
         return std::nullopt;
     const Affine mapToNew = newGrid.cellToMap().inverse();
@@ -102,14 +49,58 @@ std::optional<PairReader::Offset> PairReader::commonGrid(const Grid& oldGrid, co
     }
     if (std::abs(whole.x) > 1e9 || std::abs(whole.y) > 1e9)
         return std::nullopt;
-    return Offset{static_cast<int>(whole.x), static_cast<int>(whole.y)};
+    return PairLayout::Offset{static_cast<int>(whole.x), static_cast<int>(whole.y)};
 }
 
-CellWindow PairReader::overlap() const {
-    if (!m_offset)
-        return m_resampler.coverage();
-    const CellWindow moved{-m_offset->columns, -m_offset->rows, m_new.grid().columns(), m_new.grid().rows()};
-    return intersect(m_old.grid().extent(), moved);
+/// The part of the old raster that the new one covers.
+std::variant<CellWindow, Failure> overlapOf(const PairLayout& layout) {
+    if (layout.offset) {
+        const CellWindow moved{-layout.offset->columns, -layout.offset->rows, layout.newRaster.grid.columns(),
+                               layout.newRaster.grid.rows()};
+        return intersect(layout.oldRaster.grid.extent(), moved);
+    }
+    auto resampler = Resampler::create(layout.oldRaster.grid, layout.newRaster.grid, layout.newRaster.path);
+    if (auto* failure = std::get_if<Failure>(&resampler))
+        return *failure;
+    return std::get<Resampler>(resampler).coverage();
+}
+
+} // namespace
+
+std::variant<PairLayout, Failure> layOutPair(const Request& request) {
+    auto oldSource = RasterSource::open(request.oldRaster);
+    if (auto* failure = std::get_if<Failure>(&oldSource))
+        return *failure;
+    auto newSource = RasterSource::open(request.newRaster);
+    if (auto* failure = std::get_if<Failure>(&newSource))
+        return *failure;
+    PairLayout layout;
+    layout.oldRaster = std::get<RasterSource>(oldSource).facts();
+    layout.newRaster = std::get<RasterSource>(newSource).facts();
+    layout.offset = commonGrid(layout.oldRaster.grid, layout.newRaster.grid);
+    const auto overlap = overlapOf(layout);
+    if (const auto* failure = std::get_if<Failure>(&overlap))
+        return *failure;
+    layout.overlap = std::get<CellWindow>(overlap);
+    if (layout.overlap.empty())
+        return failureOf(request.newRaster, "与旧期 " + request.oldRaster + " 没有重叠区域");
+    if (request.window)
+        layout.overlap = intersect(layout.overlap, cellsInside(*request.window, layout.oldRaster.grid));
+    if (layout.overlap.empty())
+        return nothingInWindow(
+            failureOf(request.newRaster, "与旧期 " + request.oldRaster + " 在所选范围内没有重叠区域"));
+    return layout;
+}
+
+std::variant<PairReader, Failure> PairReader::open(const PairLayout& layout) {
+    auto oldSource = RasterSource::openAgain(layout.oldRaster);
+    if (auto* failure = std::get_if<Failure>(&oldSource))
+        return *failure;
+    auto newSource = RasterSource::openAgain(layout.newRaster);
+    if (auto* failure = std::get_if<Failure>(&newSource))
+        return *failure;
+    return PairReader(layout, std::get<RasterSource>(std::move(oldSource)),
+                      std::get<RasterSource>(std::move(newSource)));
 }
 
 std::optional<Failure> PairReader::readOld(const CellWindow& window, float* heights) {
@@ -117,11 +108,19 @@ std::optional<Failure> PairReader::readOld(const CellWindow& window, float* heig
 }
 
 std::optional<Failure> PairReader::readNew(const CellWindow& window, const Shift& shift, float* heights) {
-    if (!m_offset || !shift.none())
-        return m_resampler.read(window, shift, heights);
-    const CellWindow moved{window.column + m_offset->columns, window.row + m_offset->rows, window.columns,
-                           window.rows};
-    return m_new.read(moved, heights, static_cast<std::size_t>(window.columns));
+    if (m_layout->offset && shift.none()) {
+        const CellWindow moved{window.column + m_layout->offset->columns, window.row + m_layout->offset->rows,
+                               window.columns, window.rows};
+        return m_new.read(moved, heights, static_cast<std::size_t>(window.columns));
+    }
+    if (!m_resampler) {
+        auto created =
+            Resampler::create(m_layout->oldRaster.grid, m_layout->newRaster.grid, m_layout->newRaster.path);
+        if (auto* failure = std::get_if<Failure>(&created))
+            return *failure;
+        m_resampler.emplace(std::get<Resampler>(std::move(created)));
+    }
+    return m_resampler->read(m_new, window, shift, heights);
 }
 
 } // namespace detect

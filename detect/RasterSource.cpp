@@ -54,45 +54,59 @@ std::variant<RasterSource, Failure> RasterSource::open(const std::string& path) 
     registerDrivers();
     if (!exists(path) && path.find(':') == std::string::npos)
         return failureOf(path, "文件不存在");
-    RasterSource source;
-    source.m_path = path;
-    if (auto failure = source.adopt())
+    RasterFacts facts;
+    facts.path = path;
+    RasterSource source(std::move(facts));
+    if (auto failure = source.openBand())
+        return *failure;
+    if (auto failure = source.learn())
         return *failure;
     return source;
 }
 
-std::optional<Failure> RasterSource::adopt() {
-    GdalErrors errors;
-    m_dataset.reset(
-        GDALDataset::Open(m_path.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY | GDAL_OF_VERBOSE_ERROR));
-    if (!m_dataset)
-        return failureOf(m_path, "无法作为栅格打开", errors.first());
-    if (m_dataset->GetRasterCount() < 1)
-        return failureOf(m_path, "没有波段");
+std::variant<RasterSource, Failure> RasterSource::openAgain(const RasterFacts& facts) {
+    RasterSource source(facts);
+    if (auto failure = source.openBand())
+        return *failure;
+    return source;
+}
 
+std::optional<Failure> RasterSource::openBand() {
+    const GdalErrors errors;
+    const std::string& path = m_facts.path;
+    m_dataset.reset(
+        GDALDataset::Open(path.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY | GDAL_OF_VERBOSE_ERROR));
+    if (!m_dataset)
+        return failureOf(path, "无法作为栅格打开", errors.first());
+    if (m_dataset->GetRasterCount() < 1)
+        return failureOf(path, "没有波段");
+    m_band = m_dataset->GetRasterBand(1);
+    return std::nullopt;
+}
+
+std::optional<Failure> RasterSource::learn() {
+    const GdalErrors quiet;
     const OGRSpatialReference* srs = m_dataset->GetSpatialRef();
     if (srs == nullptr || srs->IsEmpty())
-        return failureOf(m_path, "没有坐标参考系统");
+        return failureOf(m_facts.path, "没有坐标参考系统");
     OGRSpatialReference horizontal(*srs);
     horizontal.StripVertical();
     horizontal.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
-
     Affine cellToMap;
     if (m_dataset->GetGeoTransform(cellToMap.c.data()) != CE_None || cellToMap.determinant() == 0.0)
-        return failureOf(m_path, "没有地理定位（仿射变换）");
-    m_grid = Grid(m_dataset->GetRasterXSize(), m_dataset->GetRasterYSize(), cellToMap, std::move(horizontal));
+        return failureOf(m_facts.path, "没有地理定位（仿射变换）");
+    m_facts.grid =
+        Grid(m_dataset->GetRasterXSize(), m_dataset->GetRasterYSize(), cellToMap, std::move(horizontal));
 
-    m_band = m_dataset->GetRasterBand(1);
-    m_band->GetBlockSize(&m_tileColumns, &m_tileRows);
+    m_band->GetBlockSize(&m_facts.tileColumns, &m_facts.tileRows);
     int declared = 0;
     const double noData = m_band->GetNoDataValue(&declared);
     if (declared != 0)
-        m_noData = static_cast<float>(noData);
+        m_facts.noData = static_cast<float>(noData);
     const double metres = metresPerHeightUnit(m_band->GetUnitType());
-    m_scale = static_cast<float>(m_band->GetScale() * metres);
-    m_offset = static_cast<float>(m_band->GetOffset() * metres);
-    const int flags = m_band->GetMaskFlags();
-    m_hasMask = (flags & (GMF_PER_DATASET | GMF_ALPHA)) != 0;
+    m_facts.metresPerUnit = static_cast<float>(m_band->GetScale() * metres);
+    m_facts.offsetMetres = static_cast<float>(m_band->GetOffset() * metres);
+    m_facts.hasMask = (m_band->GetMaskFlags() & (GMF_PER_DATASET | GMF_ALPHA)) != 0;
     return std::nullopt;
 }
 
@@ -103,16 +117,16 @@ std::optional<Failure> RasterSource::read(const CellWindow& window, float* heigh
         m_band->RasterIO(GF_Read, window.column, window.row, window.columns, window.rows, heights,
                          window.columns, window.rows, GDT_Float32, sizeof(float), lineSpace, nullptr);
     if (status != CE_None || errors.any())
-        return failureOf(m_path, "读取失败，文件可能被截断或损坏", errors.first());
+        return failureOf(m_facts.path, "读取失败，文件可能被截断或损坏", errors.first());
 
-    const bool scaled = m_scale != 1.0F || m_offset != 0.0F;
+    const bool scaled = m_facts.metresPerUnit != 1.0F || m_facts.offsetMetres != 0.0F;
     for (int row = 0; row < window.rows; ++row) {
         float* line = heights + static_cast<std::size_t>(row) * stride;
         if (scaled)
-            toMetres(line, window.columns, m_noData, m_scale, m_offset);
-        hideInvalid(line, window.columns, scaled ? noHeight : m_noData);
+            toMetres(line, window.columns, m_facts.noData, m_facts.metresPerUnit, m_facts.offsetMetres);
+        hideInvalid(line, window.columns, scaled ? noHeight : m_facts.noData);
     }
-    return m_hasMask ? hideMasked(window, heights, stride) : std::nullopt;
+    return m_facts.hasMask ? hideMasked(window, heights, stride) : std::nullopt;
 }
 
 std::optional<Failure> RasterSource::hideMasked(const CellWindow& window, float* heights,
@@ -123,7 +137,7 @@ std::optional<Failure> RasterSource::hideMasked(const CellWindow& window, float*
         m_band->GetMaskBand()->RasterIO(GF_Read, window.column, window.row, window.columns, window.rows,
                                         m_mask.data(), window.columns, window.rows, GDT_Byte, 0, 0, nullptr);
     if (status != CE_None || errors.any())
-        return failureOf(m_path, "读取掩膜失败", errors.first());
+        return failureOf(m_facts.path, "读取掩膜失败", errors.first());
     const std::uint8_t* mask = m_mask.data();
     for (int row = 0; row < window.rows; ++row) {
         float* line = heights + static_cast<std::size_t>(row) * stride;

@@ -12,6 +12,18 @@
 
 namespace detect {
 
+/// What is learnt about a raster when it is opened first.
+struct RasterFacts {
+    std::string path;
+    Grid grid;
+    int tileColumns = 0; ///< the file's own tile or strip, in cells
+    int tileRows = 0;
+    float noData = -9999.0F;
+    float metresPerUnit = 1.0F;
+    float offsetMetres = 0.0F;
+    bool hasMask = false;
+};
+
 /// One elevation raster, opened for one thread. Heights come out in metres, NaN where there is none: the
 /// declared no-data value (-9999 when none is declared), masked cells, NaN, infinities, and figures that no
 /// place on Earth has (below -12000 or above 30000).
@@ -19,32 +31,25 @@ class RasterSource {
 public:
     /// Fails for a file that is missing or no raster, and for one without reference system or georeference.
     static std::variant<RasterSource, Failure> open(const std::string& path);
+    /// Opens it once more, for another thread; asks the file for nothing that is known, because reference
+    /// systems cost each thread a long look into a database.
+    static std::variant<RasterSource, Failure> openAgain(const RasterFacts& facts);
 
-    const std::string& path() const { return m_path; }
-    const Grid& grid() const { return m_grid; }
-    /// The file's own tile or strip, in cells.
-    int tileColumns() const { return m_tileColumns; }
-    int tileRows() const { return m_tileRows; }
+    const RasterFacts& facts() const { return m_facts; }
 
     /// Reads a window that lies inside the raster into `heights` (row by row, `window.columns` in each); rows
     /// follow each other at a distance of `stride` cells.
     std::optional<Failure> read(const CellWindow& window, float* heights, std::size_t stride);
 
 private:
-    RasterSource() = default;
-    std::optional<Failure> adopt();
+    explicit RasterSource(RasterFacts facts) : m_facts(std::move(facts)) {}
+    std::optional<Failure> openBand();
+    std::optional<Failure> learn();
     std::optional<Failure> hideMasked(const CellWindow& window, float* heights, std::size_t stride);
 
-    std::string m_path;
+    RasterFacts m_facts;
     GDALDatasetUniquePtr m_dataset;
     GDALRasterBand* m_band = nullptr;
-    Grid m_grid;
-    int m_tileColumns = 0;
-    int m_tileRows = 0;
-    float m_noData = -9999.0F;
-    float m_scale = 1.0F;
-    float m_offset = 0.0F;
-    bool m_hasMask = false;
     std::vector<std::uint8_t> m_mask;
 };
 

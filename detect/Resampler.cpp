@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <mutex>
 
 namespace detect {
 
@@ -57,20 +58,22 @@ void transformAll(OGRCoordinateTransformation* transformation, std::vector<Point
 } // namespace
 
 bool sameReferenceSystem(const OGRSpatialReference& a, const OGRSpatialReference& b) {
-    const char* const options[] = {"IGNORE_DATA_AXIS_TO_SRS_AXIS_MAPPING=YES", "CRITERION=EQUIVALENT",
-                                   nullptr};
-    return a.IsSame(&b, options) != 0;
+    const char* const asWritten[] = {"IGNORE_DATA_AXIS_TO_SRS_AXIS_MAPPING=YES", "CRITERION=STRICT", nullptr};
+    const char* const inMeaning[] = {"IGNORE_DATA_AXIS_TO_SRS_AXIS_MAPPING=YES", "CRITERION=EQUIVALENT",
+                                     nullptr};
+    return a.IsSame(&b, asWritten) != 0 || a.IsSame(&b, inMeaning) != 0; // the second looks into the database
 }
 
-std::variant<Resampler, Failure> Resampler::create(const Grid& oldGrid, RasterSource source) {
-    Resampler resampler(oldGrid, std::move(source));
-    const OGRSpatialReference& newSrs = resampler.m_source.grid().srs();
-    if (!sameReferenceSystem(resampler.m_oldGrid.srs(), newSrs)) {
+std::variant<Resampler, Failure> Resampler::create(const Grid& oldGrid, const Grid& newGrid,
+                                                   const std::string& newPath) {
+    Resampler resampler(oldGrid, newGrid);
+    if (!sameReferenceSystem(oldGrid.srs(), newGrid.srs())) {
+        static std::mutex cloning; // the transformation clones the two, which threads share
+        const std::lock_guard lock(cloning);
         GdalErrors errors;
-        resampler.m_oldToNew.reset(OGRCreateCoordinateTransformation(&resampler.m_oldGrid.srs(), &newSrs));
+        resampler.m_oldToNew.reset(OGRCreateCoordinateTransformation(&oldGrid.srs(), &newGrid.srs()));
         if (!resampler.m_oldToNew)
-            return failureOf(resampler.m_source.path(), "两期的坐标参考系统之间没有可用的转换",
-                             errors.first());
+            return failureOf(newPath, "两期的坐标参考系统之间没有可用的转换", errors.first());
     }
     resampler.m_samplesPerCell = resampler.chooseSamplesPerCell();
     return resampler;
@@ -91,9 +94,9 @@ int Resampler::chooseSamplesPerCell() const {
 }
 
 CellWindow Resampler::coverage() const {
-    std::vector<Point> outline = outlineOf(m_source.grid().extent(), 32);
+    std::vector<Point> outline = outlineOf(m_newGrid.extent(), 32);
     for (Point& p : outline)
-        p = m_source.grid().cellToMap()(p.x, p.y);
+        p = m_newGrid.cellToMap()(p.x, p.y);
     if (m_oldToNew) {
         const std::unique_ptr<OGRCoordinateTransformation> newToOld(m_oldToNew->GetInverse());
         transformAll(newToOld.get(), outline);
@@ -129,7 +132,7 @@ void Resampler::toNewCells(std::vector<Point>& oldCells, const Shift& shift) con
         p = {map.x - east, map.y - north};
     }
     transformAll(m_oldToNew.get(), oldCells);
-    const Affine mapToNew = m_source.grid().cellToMap().inverse();
+    const Affine mapToNew = m_newGrid.cellToMap().inverse();
     for (Point& p : oldCells)
         p = mapToNew(p.x, p.y);
 }
@@ -148,14 +151,14 @@ Resampler::Lattice Resampler::layLattice(const CellWindow& tile, const Shift& sh
     return lattice;
 }
 
-std::optional<Failure> Resampler::readSourceAround(const Lattice& lattice) {
+std::optional<Failure> Resampler::readSourceAround(RasterSource& newRaster, const Lattice& lattice) {
     Box box{HUGE_VAL, HUGE_VAL, -HUGE_VAL, -HUGE_VAL};
     for (const Point& p : lattice.nodes)
         if (finite(p))
             box = {std::min(box.xMin, p.x), std::min(box.yMin, p.y), std::max(box.xMax, p.x),
                    std::max(box.yMax, p.y)};
     m_sourceWindow = {};
-    const Grid& grid = m_source.grid();
+    const Grid& grid = m_newGrid;
     if (!(box.xMin < grid.columns() && box.yMin < grid.rows() && box.xMax > 0.0 && box.yMax > 0.0))
         return std::nullopt;
     const int left = static_cast<int>(std::max(0.0, std::floor(box.xMin) - 1.0));
@@ -164,8 +167,8 @@ std::optional<Failure> Resampler::readSourceAround(const Lattice& lattice) {
     const int bottom = static_cast<int>(std::min<double>(grid.rows(), std::ceil(box.yMax) + 1.0));
     m_sourceWindow = {left, top, right - left, bottom - top};
     m_sourceHeights.resize(static_cast<std::size_t>(m_sourceWindow.cells()));
-    return m_source.read(m_sourceWindow, m_sourceHeights.data(),
-                         static_cast<std::size_t>(m_sourceWindow.columns));
+    return newRaster.read(m_sourceWindow, m_sourceHeights.data(),
+                          static_cast<std::size_t>(m_sourceWindow.columns));
 }
 
 float Resampler::sample(const Point& newCell) const {
@@ -191,10 +194,10 @@ float Resampler::sample(const Point& newCell) const {
     return static_cast<float>(upper + below * (along(post + width) - upper));
 }
 
-std::optional<Failure> Resampler::readTile(const CellWindow& tile, const Shift& shift, float* heights,
-                                           std::size_t stride) {
+std::optional<Failure> Resampler::readTile(RasterSource& newRaster, const CellWindow& tile,
+                                           const Shift& shift, float* heights, std::size_t stride) {
     const Lattice lattice = layLattice(tile, shift);
-    if (auto failure = readSourceAround(lattice))
+    if (auto failure = readSourceAround(newRaster, lattice))
         return failure;
     const int n = m_samplesPerCell;
     for (int row = 0; row < tile.rows; ++row) {
@@ -224,13 +227,14 @@ std::optional<Failure> Resampler::readTile(const CellWindow& tile, const Shift& 
     return std::nullopt;
 }
 
-std::optional<Failure> Resampler::read(const CellWindow& oldWindow, const Shift& shift, float* heights) {
+std::optional<Failure> Resampler::read(RasterSource& newRaster, const CellWindow& oldWindow,
+                                       const Shift& shift, float* heights) {
     const int step = std::max(latticeStep, tileSamples / m_samplesPerCell);
     const auto stride = static_cast<std::size_t>(oldWindow.columns);
     for (int done = 0; done < oldWindow.columns; done += step) {
         const CellWindow tile{oldWindow.column + done, oldWindow.row,
                               std::min(step, oldWindow.columns - done), oldWindow.rows};
-        if (auto failure = readTile(tile, shift, heights + done, stride))
+        if (auto failure = readTile(newRaster, tile, shift, heights + done, stride))
             return failure;
     }
     return std::nullopt;

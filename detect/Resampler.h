@@ -21,15 +21,17 @@ struct Shift {
 /// on a missing height, or lies outside the outermost posts, is missing. Belongs to one thread.
 class Resampler {
 public:
-    /// Takes over the new raster. Fails when no transformation between the two reference systems exists.
-    static std::variant<Resampler, Failure> create(const Grid& oldGrid, RasterSource source);
+    /// Fails when no transformation between the two reference systems exists; `newPath` is for its message.
+    static std::variant<Resampler, Failure> create(const Grid& oldGrid, const Grid& newGrid,
+                                                   const std::string& newPath);
 
     /// The old cells that the new raster may cover; empty when they do not meet.
     CellWindow coverage() const;
 
     /// Fills `heights` (packed rows) for a window of old cells. What comes out for a cell does not depend on
     /// the window it is asked with.
-    std::optional<Failure> read(const CellWindow& oldWindow, const Shift& shift, float* heights);
+    std::optional<Failure> read(RasterSource& newRaster, const CellWindow& oldWindow, const Shift& shift,
+                                float* heights);
 
 private:
     /// Positions in the new raster, in its cells, at every latticeStep-th column and row of the old one.
@@ -40,17 +42,17 @@ private:
         std::vector<Point> nodes;
     };
 
-    Resampler(const Grid& oldGrid, RasterSource source) : m_oldGrid(oldGrid), m_source(std::move(source)) {}
+    Resampler(const Grid& oldGrid, const Grid& newGrid) : m_oldGrid(oldGrid), m_newGrid(newGrid) {}
     int chooseSamplesPerCell() const;
     void toNewCells(std::vector<Point>& oldCells, const Shift& shift) const;
     Lattice layLattice(const CellWindow& tile, const Shift& shift) const;
-    std::optional<Failure> readSourceAround(const Lattice& lattice);
-    std::optional<Failure> readTile(const CellWindow& tile, const Shift& shift, float* heights,
-                                    std::size_t stride);
+    std::optional<Failure> readSourceAround(RasterSource& newRaster, const Lattice& lattice);
+    std::optional<Failure> readTile(RasterSource& newRaster, const CellWindow& tile, const Shift& shift,
+                                    float* heights, std::size_t stride);
     float sample(const Point& newCell) const;
 
     Grid m_oldGrid;
-    RasterSource m_source;
+    Grid m_newGrid;
     std::unique_ptr<OGRCoordinateTransformation> m_oldToNew;
     int m_samplesPerCell = 1;
     CellWindow m_sourceWindow;

@@ -27,8 +27,8 @@ struct PatchHeights {
 class PatchOrder {
 public:
     explicit PatchOrder(const PairLayout& layout) : m_overlap(layout.overlap) {
-        m_width = std::min(layout.tileColumns, layout.overlap.columns);
-        m_height = std::clamp(layout.tileRows, leastPatchRows, mostPatchRows);
+        m_width = std::min(layout.oldRaster.tileColumns, layout.overlap.columns);
+        m_height = std::clamp(layout.oldRaster.tileRows, leastPatchRows, mostPatchRows);
         m_firstColumn = m_overlap.column / m_width;
         m_firstRow = m_overlap.row / m_height;
         m_columns = (m_overlap.column + m_overlap.columns - 1) / m_width - m_firstColumn + 1;
@@ -130,10 +130,11 @@ std::variant<StableSample, Failure> takeSample(const PairLayout& layout, bool ke
     if (!sample.dz.empty())
         return sample;
     if (oldValid == 0)
-        return failureOf(layout.oldPath, "重叠区域内全是无效值");
+        return nothingInWindow(failureOf(layout.oldRaster.path, "重叠区域内全是无效值"));
     if (newValid == 0)
-        return failureOf(layout.newPath, "重叠区域内全是无效值");
-    return failureOf(layout.newPath, "与旧期 " + layout.oldPath + " 没有同时有效的像元");
+        return nothingInWindow(failureOf(layout.newRaster.path, "重叠区域内全是无效值"));
+    return nothingInWindow(
+        failureOf(layout.newRaster.path, "与旧期 " + layout.oldRaster.path + " 没有同时有效的像元"));
 }
 
 } // namespace detect

@@ -1,0 +1,285 @@
+// Detection against a reference that looks at every cell of the whole raster at once.
+
+#include "tests/detect/TestRasters.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace detect::test {
+namespace {
+
+constexpr float nan = std::numeric_limits<float>::quiet_NaN();
+
+struct Component {
+    int sign = 0;
+    std::vector<int> cells; ///< in row order
+};
+
+/// dZ of a whole raster, cell by cell.
+class Reference {
+public:
+    Reference(const std::vector<float>& oldHeights, const std::vector<float>& newHeights, int columns,
+              const Parameters& parameters)
+        : m_columns(columns), m_rows(static_cast<int>(oldHeights.size()) / columns),
+          m_parameters(parameters) {
+        for (std::size_t i = 0; i < oldHeights.size(); ++i)
+            m_dz.push_back(newHeights[i] - oldHeights[i]);
+        const auto grow = static_cast<float>(parameters.thresholdMetres * parameters.growRatio);
+        for (const float dz : m_dz)
+            m_measured.push_back(dz >= grow ? 1 : dz <= -grow ? -1 : 0);
+    }
+
+    float dz(int cell) const { return m_dz[static_cast<std::size_t>(cell)]; }
+
+    std::vector<Component> components(double cellArea) const {
+        std::vector<int> members = filled();
+        std::vector<Component> found;
+        for (int cell = 0; cell < m_columns * m_rows; ++cell) {
+            if (members[static_cast<std::size_t>(cell)] == 0)
+                continue;
+            Component component = flood(members, cell);
+            if (accepted(component, cellArea))
+                found.push_back(std::move(component));
+        }
+        return found;
+    }
+
+private:
+    int sign(const std::vector<int>& signs, int row, int column) const {
+        const bool inside = row >= 0 && column >= 0 && row < m_rows && column < m_columns;
+        return inside ? signs[static_cast<std::size_t>(row * m_columns + column)] : 0;
+    }
+
+    std::vector<int> filled() const {
+        std::vector<int> members = m_measured;
+        for (int row = 0; row < m_rows; ++row) {
+            for (int column = 0; column < m_columns; ++column) {
+                const int cell = row * m_columns + column;
+                const int around = sign(m_measured, row, column - 1);
+                if (sign(m_measured, row, column) == 0 && !std::isnan(dz(cell)) && around != 0 &&
+                    around == sign(m_measured, row, column + 1) &&
+                    around == sign(m_measured, row - 1, column) &&
+                    around == sign(m_measured, row + 1, column))
+                    members[static_cast<std::size_t>(cell)] = around;
+            }
+        }
+        return members;
+    }
+
+    Component flood(std::vector<int>& members, int start) const {
+        Component component;
+        component.sign = members[static_cast<std::size_t>(start)];
+        std::vector<std::pair<int, int>> open{{start / m_columns, start % m_columns}};
+        while (!open.empty()) {
+            const auto [row, column] = open.back();
+            open.pop_back();
+            if (sign(members, row, column) != component.sign)
+                continue;
+            members[static_cast<std::size_t>(row * m_columns + column)] = 0;
+            component.cells.push_back(row * m_columns + column);
+            open.insert(open.end(),
+                        {{row + 1, column}, {row - 1, column}, {row, column + 1}, {row, column - 1}});
+        }
+        std::sort(component.cells.begin(), component.cells.end());
+        return component;
+    }
+
+    bool accepted(const Component& component, double cellArea) const {
+        const auto has = [&](int cell) {
+            return std::binary_search(component.cells.begin(), component.cells.end(), cell);
+        };
+        bool strong = false;
+        bool core = false;
+        for (const int cell : component.cells) {
+            const float height = component.sign > 0 ? dz(cell) : -dz(cell);
+            strong = strong || height >= static_cast<float>(m_parameters.thresholdMetres);
+            bool whole = cell % m_columns + 2 < m_columns;
+            for (int k = 0; k < 9; ++k)
+                whole = whole && has(cell + k / 3 * m_columns + k % 3);
+            core = core || whole;
+        }
+        return strong && core &&
+               static_cast<double>(component.cells.size()) * cellArea >= m_parameters.minAreaSquareMetres;
+    }
+
+    int m_columns;
+    int m_rows;
+    Parameters m_parameters;
+    std::vector<float> m_dz;
+    std::vector<int> m_measured;
+};
+
+/// Patches of change with ragged edges, noise, and holes.
+std::vector<float> randomHeights(Random& random, int columns, int rows, double roughness) {
+    const int step = 6;
+    const int nodesAcross = columns / step + 2;
+    std::vector<double> nodes;
+    for (int i = 0; i < nodesAcross * (rows / step + 2); ++i)
+        nodes.push_back((random() - 0.5) * 3.0);
+    std::vector<float> heights;
+    for (int row = 0; row < rows; ++row) {
+        for (int column = 0; column < columns; ++column) {
+            const double level = nodes[static_cast<std::size_t>(row / step * nodesAcross + column / step)];
+            const double height = 100.0 + level + roughness * (random() - 0.5);
+            heights.push_back(random() < 0.02 ? nan : static_cast<float>(height));
+        }
+    }
+    return heights;
+}
+
+void expectSame(const Anomaly& found, const Component& expected, const Reference& reference,
+                const RasterPlan& plan) {
+    const double cellArea = std::abs(plan.toMap[1] * plan.toMap[5]);
+    EXPECT_EQ(found.kind, expected.sign > 0 ? Kind::Fill : Kind::Cut);
+    ASSERT_EQ(found.cells, static_cast<std::int64_t>(expected.cells.size()));
+    double raised = 0.0;
+    double sunk = 0.0;
+    double lowest = 1e9;
+    double highest = -1e9;
+    Point centroid;
+    for (const int cell : expected.cells) {
+        const auto dz = static_cast<double>(reference.dz(cell));
+        (dz > 0.0 ? raised : sunk) += dz;
+        lowest = std::min(lowest, dz);
+        highest = std::max(highest, dz);
+        const Point centre = plan.centre(cell % plan.columns, cell / plan.columns);
+        centroid.x += centre.x / static_cast<double>(expected.cells.size());
+        centroid.y += centre.y / static_cast<double>(expected.cells.size());
+        EXPECT_TRUE(encloses(found, centre));
+    }
+    const auto cells = static_cast<double>(found.cells);
+    EXPECT_NEAR(found.areaSquareMetres, cells * cellArea, 1e-9);
+    EXPECT_NEAR(polygonArea(found), cells * cellArea, 1e-6);
+    EXPECT_NEAR(found.fillCubicMetres, raised * cellArea, 1e-6);
+    EXPECT_NEAR(found.cutCubicMetres, -sunk * cellArea, 1e-6);
+    EXPECT_NEAR(found.dzMeanMetres, (raised + sunk) / cells, 1e-9);
+    EXPECT_EQ(found.dzMinMetres, lowest);
+    EXPECT_EQ(found.dzMaxMetres, highest);
+    EXPECT_NEAR(found.centroid.x, centroid.x, 1e-6);
+    EXPECT_NEAR(found.centroid.y, centroid.y, 1e-6);
+    EXPECT_TRUE(isValidPolygon(found));
+}
+
+bool identical(const Ring& a, const Ring& b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [](const Point& p, const Point& q) { return p.x == q.x && p.y == q.y; });
+}
+
+void expectIdentical(const Result& a, const Result& b) {
+    EXPECT_EQ(a.cells, b.cells);
+    EXPECT_EQ(a.coregistration.dxMetres, b.coregistration.dxMetres);
+    EXPECT_EQ(a.coregistration.dzMetres, b.coregistration.dzMetres);
+    ASSERT_EQ(a.anomalies.size(), b.anomalies.size());
+    for (std::size_t i = 0; i < a.anomalies.size(); ++i) {
+        const Anomaly& p = a.anomalies[i];
+        const Anomaly& q = b.anomalies[i];
+        EXPECT_EQ(p.name, q.name);
+        EXPECT_EQ(p.cells, q.cells);
+        EXPECT_EQ(p.areaSquareMetres, q.areaSquareMetres);
+        EXPECT_EQ(p.fillCubicMetres, q.fillCubicMetres);
+        EXPECT_EQ(p.cutCubicMetres, q.cutCubicMetres);
+        EXPECT_EQ(p.dzMeanMetres, q.dzMeanMetres);
+        EXPECT_EQ(p.centroid.x, q.centroid.x);
+        EXPECT_TRUE(identical(p.outline, q.outline));
+        ASSERT_EQ(p.holes.size(), q.holes.size());
+        for (std::size_t h = 0; h < p.holes.size(); ++h)
+            EXPECT_TRUE(identical(p.holes[h], q.holes[h]));
+    }
+}
+
+TEST(BruteForce, RandomRastersGiveTheReferenceWhateverBlocksAndThreads) {
+    std::size_t compared = 0;
+    for (std::uint64_t seed = 1; seed <= 60; ++seed) {
+        Random random(seed);
+        RasterPlan plan;
+        plan.columns = 20 + static_cast<int>(random() * 50);
+        plan.rows = 15 + static_cast<int>(random() * 60);
+        if (seed % 3 == 0)
+            plan.creationOptions = {"TILED=YES", "BLOCKXSIZE=16", "BLOCKYSIZE=16", "COMPRESS=DEFLATE"};
+        const double roughness = 0.2 + 1.6 * random();
+        const std::vector<float> oldHeights = randomHeights(random, plan.columns, plan.rows, roughness);
+        const std::vector<float> newHeights = randomHeights(random, plan.columns, plan.rows, roughness);
+        Request request;
+        request.oldRaster = "/vsimem/brute-old.tif";
+        request.newRaster = "/vsimem/brute-new.tif";
+        writeRaster(request.oldRaster, plan, oldHeights);
+        writeRaster(request.newRaster, plan, newHeights);
+        request.parameters.coregistration = CoregistrationMethod::None;
+        request.parameters.minAreaSquareMetres = random() * 6.0;
+        request.parameters.growRatio = 0.3 + 0.7 * random();
+
+        const Reference reference(oldHeights, newHeights, plan.columns, request.parameters);
+        const std::vector<Component> expected = reference.components(0.25);
+        const int blockRows[] = {0, 1, 2, 3, 7, 16, 1000};
+        for (std::size_t i = 0; i < std::size(blockRows); ++i) {
+            SCOPED_TRACE("seed " + std::to_string(seed) + ", block rows " + std::to_string(blockRows[i]));
+            request.parameters.blockRows = blockRows[i];
+            request.parameters.threads = 1 + static_cast<int>((i + seed) % 4);
+            const Result found = detectOrFail(request);
+            ASSERT_EQ(found.anomalies.size(), expected.size());
+            for (std::size_t k = 0; k < expected.size(); ++k)
+                expectSame(found.anomalies[k], expected[k], reference, plan);
+            compared += expected.size();
+        }
+    }
+    EXPECT_GT(compared, 1000U) << "the random rasters hold too little to compare";
+}
+
+TEST(BruteForce, ResampledRunsAreIdenticalWhateverBlocksAndThreads) {
+    Random random(99);
+    RasterPlan oldPlan;
+    oldPlan.columns = 150;
+    oldPlan.rows = 130;
+    RasterPlan newPlan = oldPlan;
+    newPlan.epsg = 4548;
+    newPlan.columns = 300;
+    newPlan.rows = 260;
+    // About the same place, seen from the next zone.
+    const auto moved = [] {
+        OGRSpatialReference from;
+        OGRSpatialReference to;
+        from.importFromEPSG(4547);
+        to.importFromEPSG(4548);
+        from.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
+        to.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
+        double x = 500000.0;
+        double y = 3400000.0;
+        const std::unique_ptr<OGRCoordinateTransformation> transformation(
+            OGRCreateCoordinateTransformation(&from, &to));
+        transformation->Transform(1, &x, &y);
+        return Point{x, y};
+    }();
+    newPlan.toMap = {moved.x - 5.0, 0.3, 0.0, moved.y + 5.0, 0.0, -0.3};
+    Request request;
+    request.oldRaster = "/vsimem/resampled-old.tif";
+    request.newRaster = "/vsimem/resampled-new.tif";
+    writeRaster(request.oldRaster, oldPlan, randomHeights(random, oldPlan.columns, oldPlan.rows, 0.2));
+    writeRaster(request.newRaster, newPlan, randomHeights(random, newPlan.columns, newPlan.rows, 0.2));
+    for (const auto method : {CoregistrationMethod::Bias, CoregistrationMethod::Full}) {
+        request.parameters.coregistration = method;
+        request.parameters.threads = 1;
+        request.parameters.blockRows = 0;
+        const TemporaryFolder folder;
+        request.dzRaster = folder.file("a.tif");
+        const Result first = detectOrFail(request);
+        EXPECT_GT(first.anomalies.size(), 10U);
+        const std::vector<float> dz = readRaster(request.dzRaster);
+        request.dzRaster = folder.file("b.tif");
+        for (const int blockRows : {1, 9, 50}) {
+            request.parameters.threads = 3;
+            request.parameters.blockRows = blockRows;
+            expectIdentical(first, detectOrFail(request));
+            const std::vector<float> again = readRaster(request.dzRaster);
+            ASSERT_EQ(dz.size(), again.size());
+            EXPECT_TRUE(std::equal(dz.begin(), dz.end(), again.begin(), [](float a, float b) {
+                return a == b || (std::isnan(a) && std::isnan(b));
+            }));
+        }
+    }
+}
+
+} // namespace
+} // namespace detect::test

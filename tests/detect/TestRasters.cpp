@@ -1,0 +1,158 @@
+#include "tests/detect/TestRasters.h"
+
+#include <gtest/gtest.h>
+#include <ogr_geometry.h>
+#include <ogr_spatialref.h>
+
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+#include <random>
+
+namespace detect::test {
+
+namespace fs = std::filesystem;
+
+TemporaryFolder::TemporaryFolder() {
+    std::random_device random;
+    m_path =
+        fs::temp_directory_path() / ("corridor-test-" + std::to_string(random()) + std::to_string(random()));
+    fs::create_directories(m_path);
+}
+
+TemporaryFolder::~TemporaryFolder() {
+    std::error_code ignored;
+    fs::remove_all(m_path, ignored);
+}
+
+std::vector<std::string> TemporaryFolder::names() const {
+    std::vector<std::string> found;
+    for (const auto& entry : fs::directory_iterator(m_path))
+        found.push_back(entry.path().filename().string());
+    std::sort(found.begin(), found.end());
+    return found;
+}
+
+Point RasterPlan::centre(int column, int row) const {
+    return Affine{toMap}(column + 0.5, row + 0.5);
+}
+
+void writeRaster(const std::string& path, const RasterPlan& plan, const std::vector<float>& heights) {
+    GDALAllRegister();
+    CPLStringList options;
+    for (const std::string& option : plan.creationOptions)
+        options.AddString(option.c_str());
+    GDALDriver* driver = GetGDALDriverManager()->GetDriverByName("GTiff");
+    GDALDatasetUniquePtr file(
+        driver->Create(path.c_str(), plan.columns, plan.rows, 1, plan.type, options.List()));
+    ASSERT_TRUE(file) << path;
+    if (plan.epsg != 0) {
+        OGRSpatialReference srs;
+        ASSERT_EQ(srs.importFromEPSG(plan.epsg), OGRERR_NONE);
+        srs.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
+        file->SetSpatialRef(&srs);
+    }
+    std::array<double, 6> toMap = plan.toMap;
+    file->SetGeoTransform(toMap.data());
+    if (plan.noData)
+        file->GetRasterBand(1)->SetNoDataValue(*plan.noData);
+    std::vector<float> copy = heights;
+    ASSERT_EQ(file->GetRasterBand(1)->RasterIO(GF_Write, 0, 0, plan.columns, plan.rows, copy.data(),
+                                               plan.columns, plan.rows, GDT_Float32, 0, 0, nullptr),
+              CE_None);
+}
+
+void writeRaster(const std::string& path, const RasterPlan& plan, const Surface& surface) {
+    std::vector<float> heights;
+    for (int row = 0; row < plan.rows; ++row)
+        for (int column = 0; column < plan.columns; ++column)
+            heights.push_back(static_cast<float>(surface(plan.centre(column, row))));
+    writeRaster(path, plan, heights);
+}
+
+std::vector<float> readRaster(const std::string& path) {
+    const GDALDatasetUniquePtr file(GDALDataset::Open(path.c_str(), GDAL_OF_RASTER));
+    EXPECT_TRUE(file) << path;
+    if (!file)
+        return {};
+    const int columns = file->GetRasterXSize();
+    const int rows = file->GetRasterYSize();
+    std::vector<float> heights(static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows));
+    EXPECT_EQ(file->GetRasterBand(1)->RasterIO(GF_Read, 0, 0, columns, rows, heights.data(), columns, rows,
+                                               GDT_Float32, 0, 0, nullptr),
+              CE_None);
+    return heights;
+}
+
+/// xorshift64* (Vigna 2016).
+double Random::operator()() {
+    m_state ^= m_state >> 12;
+    m_state ^= m_state << 25;
+    m_state ^= m_state >> 27;
+    return static_cast<double>((m_state * 2685821657736338717ULL) >> 11) / static_cast<double>(1ULL << 53);
+}
+
+Result detectOrFail(const Request& request) {
+    auto outcome = detectChanges(request);
+    if (const auto* failure = std::get_if<Failure>(&outcome)) {
+        ADD_FAILURE() << failure->message;
+        return {};
+    }
+    return std::get<Result>(std::move(outcome));
+}
+
+Failure detectExpectingFailure(const Request& request, const Progress& progress) {
+    auto outcome = detectChanges(request, progress);
+    if (auto* failure = std::get_if<Failure>(&outcome))
+        return *failure;
+    ADD_FAILURE() << "succeeded with " << std::get<Result>(outcome).anomalies.size() << " anomalies";
+    return {};
+}
+
+namespace {
+
+OGRPolygon toOgr(const Anomaly& anomaly) {
+    OGRPolygon polygon;
+    const auto add = [&polygon](const Ring& ring) {
+        OGRLinearRing line;
+        for (const Point& p : ring)
+            line.addPoint(p.x, p.y);
+        line.closeRings();
+        polygon.addRing(&line);
+    };
+    add(anomaly.outline);
+    for (const Ring& hole : anomaly.holes)
+        add(hole);
+    return polygon;
+}
+
+} // namespace
+
+bool isValidPolygon(const Anomaly& anomaly) {
+    return toOgr(anomaly).IsValid() != 0;
+}
+
+double polygonArea(const Anomaly& anomaly) {
+    return toOgr(anomaly).get_Area();
+}
+
+bool encloses(const Anomaly& anomaly, const Point& map) {
+    bool inside = false;
+    const auto cross = [&](const Ring& ring) {
+        for (std::size_t i = 0, j = ring.size() - 1; i < ring.size(); j = i++)
+            if ((ring[i].y > map.y) != (ring[j].y > map.y) &&
+                map.x < (ring[j].x - ring[i].x) * (map.y - ring[i].y) / (ring[j].y - ring[i].y) + ring[i].x)
+                inside = !inside;
+    };
+    cross(anomaly.outline);
+    for (const Ring& hole : anomaly.holes)
+        cross(hole);
+    return inside;
+}
+
+std::string contentOf(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+} // namespace detect::test
