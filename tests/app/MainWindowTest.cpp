@@ -184,8 +184,8 @@ TEST_F(MainWindowTest, ComputesTheTickedStationsTwiceAndKeepsTheActiveTool) {
     tree->topLevelItem(0)->setCheckState(0, Qt::Checked);
     click("查看\\编辑异常");
 
-    QSignalSpy finished(&inspection::InspectionContext::instance(),
-                        &inspection::InspectionContext::computeFinished);
+    QSignalSpy finished(&InspectionContext::instance(),
+                        &InspectionContext::computeFinished);
     int overlays = 0;
     for (int run = 1; run <= 2; ++run) {
         click("计算异常");

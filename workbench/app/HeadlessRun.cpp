@@ -2,6 +2,7 @@
 
 #include "workbench/app/MainWindow.h"
 #include "workbench/app/ToolArea.h"
+#include "workbench/inspection/compute/ComputeAnomalies.h"
 #include "workbench/inspection/context/InspectionContext.h"
 #include "workbench/viewer/GlobeWidget.h"
 
@@ -18,7 +19,6 @@
 #include <QTextStream>
 #include <QTreeWidget>
 
-using inspection::InspectionContext;
 
 namespace {
 

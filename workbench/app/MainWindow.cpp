@@ -47,7 +47,7 @@ MainWindow::MainWindow() : m_globe(new GlobeWidget(this)), m_layers(m_globe->map
     setCorner(Qt::BottomRightCorner, Qt::RightDockWidgetArea);
     setCentralWidget(m_globe);
 
-    inspection::InspectionContext& context = inspection::InspectionContext::instance();
+    InspectionContext& context = InspectionContext::instance();
     context.initialise(this);
     context.setMapPictureSource([this] { return m_globe->grabFramebuffer(); });
     zeo::EngineContext::instance().setMapSRS(m_globe->getMapNode()->getMapSRS());
@@ -68,7 +68,7 @@ MainWindow::~MainWindow() {
     handlers.clear();
     zeo::EngineContext::instance().shutdown();
     zeo::EngineContext::instance().setMapSRS(nullptr);
-    inspection::InspectionContext::instance().shutdown();
+    InspectionContext::instance().shutdown();
     delete m_globe;
 }
 
@@ -82,7 +82,7 @@ void MainWindow::loadPlugin(const QString& file) {
 }
 
 std::optional<QString> MainWindow::openProject(const QString& folder) {
-    inspection::InspectionContext& context = inspection::InspectionContext::instance();
+    InspectionContext& context = InspectionContext::instance();
     if (std::optional<QString> problem = context.openProject(folder))
         return problem;
 
@@ -173,7 +173,7 @@ void MainWindow::buildStatusBar() {
     m_coordinates->setMinimumWidth(360);
     m_coordinates->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     statusBar()->addWidget(m_tip, 1);
-    statusBar()->addPermanentWidget(inspection::InspectionContext::instance().progressWidget());
+    statusBar()->addPermanentWidget(InspectionContext::instance().progressWidget());
     statusBar()->addPermanentWidget(m_coordinates);
     connect(&zeo::EngineContext::instance(), &zeo::EngineContext::statusTipChanged, m_tip, &QLabel::setText);
 }

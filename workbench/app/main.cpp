@@ -66,7 +66,7 @@ int runHeadless(MainWindow& window, const Options& options, const std::optional<
         QTextStream(stderr) << *problem << '\n';
         return 1;
     }
-    inspection::InspectionContext::instance().setOutputFolder(options.headlessFolder);
+    InspectionContext::instance().setOutputFolder(options.headlessFolder);
     return HeadlessRun(window, options.headlessFolder, sinceStart).run();
 }
 

@@ -69,6 +69,10 @@ void InspectionContext::connectWindows() {
     connect(&work, &StationWork::outputFinished, this, &InspectionContext::outputFinished);
 }
 
+const inspection::ComputationSummary& InspectionContext::lastComputation() const {
+    return m_stations->work().lastComputation();
+}
+
 void InspectionContext::shutdown() {
     if (!m_session) {
         return;

@@ -20,6 +20,7 @@ class ParaSet;
 class QWidget;
 
 namespace inspection {
+struct ComputationSummary;
 class AnomalyOverlays;
 class AnomalyTableWindow;
 class ImageWindow;
@@ -53,6 +54,8 @@ public:
     const inspection::Project* project() const;
     /// True while anomalies are being computed or an output is being written.
     bool isWorking() const;
+    /// Figures of the last computation that succeeded since initialise.
+    const inspection::ComputationSummary& lastComputation() const;
 
     /// From then on report and shape output are written without asking, to `folder`/report.pdf and
     /// `folder`/shape. An empty folder asks again.

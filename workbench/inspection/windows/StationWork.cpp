@@ -78,7 +78,7 @@ void StationWork::finishComputation(const Result<ComputationSummary>& result) {
         emit computeFinished(false, failure->userMessage);
         return;
     }
-    const auto& summary = std::get<ComputationSummary>(result);
+    const ComputationSummary& summary = m_lastComputation = std::get<ComputationSummary>(result);
     emit computed(summary.stationIds);
     emit computeFinished(true, tr("计算完成：%1 个站段，发现 %2 处异常，用时 %3 秒")
                                    .arg(summary.stationIds.size())

@@ -26,6 +26,8 @@ public:
 
     /// Says so when nothing is given or other work is going on.
     void compute(const std::vector<std::uint32_t>& stationIds);
+    /// Figures of the last computation that succeeded.
+    const ComputationSummary& lastComputation() const { return m_lastComputation; }
     void writeReport();
     void writeShapes();
 
@@ -45,6 +47,7 @@ private:
     void finishOutput(const QString& title, const QString& kind, const QString& path, const Status& failure);
 
     Session& m_session;
+    ComputationSummary m_lastComputation;
 };
 
 } // namespace inspection
