@@ -1,0 +1,214 @@
+// Every failure: one line that names the file, nothing left behind, earlier results untouched.
+
+#include "detect/ResultWriter.h"
+#include "tests/detect/TestRasters.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <limits>
+
+namespace detect::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+double slope(const Point& p) {
+    return 100.0 + 0.01 * (p.x - 500000.0) + 0.02 * (3400000.0 - p.y);
+}
+
+class BadInput : public testing::Test {
+protected:
+    BadInput() {
+        m_request.oldRaster = m_folder.file("old.tif");
+        m_request.newRaster = m_folder.file("new.tif");
+        m_request.dzRaster = m_folder.file("dz.tif");
+        m_request.parameters.threads = 2;
+        writeRaster(m_request.oldRaster, RasterPlan(), slope);
+        writeRaster(m_request.newRaster, RasterPlan(), slope);
+        std::ofstream(m_request.dzRaster) << "an earlier result";
+    }
+
+    void expectOneLine(const Failure& failure, const std::string& file, const std::string& cause) {
+        EXPECT_NE(failure.message.find(file), std::string::npos) << failure.message;
+        EXPECT_NE(failure.message.find(cause), std::string::npos) << failure.message;
+        EXPECT_EQ(failure.message.find('\n'), std::string::npos) << failure.message;
+        EXPECT_FALSE(failure.cancelled);
+    }
+
+    void expectFailure(const std::string& file, const std::string& cause) {
+        const std::vector<std::string> before = m_folder.names();
+        testing::internal::CaptureStderr();
+        const Failure failure = detectExpectingFailure(m_request);
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+        expectOneLine(failure, file, cause);
+        EXPECT_EQ(m_folder.names(), before);
+        EXPECT_EQ(contentOf(m_request.dzRaster), "an earlier result");
+    }
+
+    TemporaryFolder m_folder;
+    Request m_request;
+};
+
+TEST_F(BadInput, MissingRaster) {
+    fs::remove(m_request.newRaster);
+    expectFailure("new.tif", "不存在");
+    m_request.oldRaster = m_folder.file("never.tif");
+    expectFailure("never.tif", "不存在");
+}
+
+TEST_F(BadInput, FileThatIsNoRaster) {
+    std::ofstream(m_request.newRaster) << "this is no raster";
+    expectFailure("new.tif", "无法作为栅格打开");
+}
+
+TEST_F(BadInput, EmptyFile) {
+    std::ofstream(m_request.oldRaster, std::ios::trunc).close();
+    expectFailure("old.tif", "无法作为栅格打开");
+}
+
+TEST_F(BadInput, RasterWithoutReferenceSystem) {
+    RasterPlan plan;
+    plan.epsg = 0;
+    writeRaster(m_request.newRaster, plan, slope);
+    expectFailure("new.tif", "没有坐标参考系统");
+}
+
+TEST_F(BadInput, NoOverlap) {
+    RasterPlan plan;
+    plan.toMap[0] += 1000.0;
+    writeRaster(m_request.newRaster, plan, slope);
+    expectFailure("new.tif", "没有重叠");
+    plan.toMap[0] += 0.123; // not on the old grid either
+    writeRaster(m_request.newRaster, plan, slope);
+    expectFailure("new.tif", "没有重叠");
+}
+
+TEST_F(BadInput, NoOverlapAcrossReferenceSystems) {
+    RasterPlan plan;
+    plan.epsg = 4326;
+    plan.toMap = {10.0, 1e-5, 0.0, 50.0, 0.0, -1e-5};
+    writeRaster(m_request.newRaster, plan, [](const Point&) { return 1.0; });
+    expectFailure("new.tif", "没有重叠");
+}
+
+TEST_F(BadInput, WindowOutsideTheOverlap) {
+    m_request.window = Box{0.0, 0.0, 10.0, 10.0};
+    expectFailure("new.tif", "没有重叠");
+}
+
+TEST_F(BadInput, AllNoData) {
+    RasterPlan plan;
+    plan.noData = -1.0;
+    for (const double hole : {-1.0, std::nan(""), -std::numeric_limits<double>::infinity()}) {
+        writeRaster(m_request.newRaster, plan, [hole](const Point&) { return hole; });
+        expectFailure("new.tif", "无效值");
+    }
+    writeRaster(m_request.oldRaster, plan, [](const Point&) { return -1.0; });
+    expectFailure("old.tif", "无效值");
+}
+
+TEST_F(BadInput, NoCellValidInBoth) {
+    const auto half = [](bool west) {
+        return [west](const Point& p) { return (p.x < 500025.0) == west ? slope(p) : std::nan(""); };
+    };
+    writeRaster(m_request.oldRaster, RasterPlan(), half(true));
+    writeRaster(m_request.newRaster, RasterPlan(), half(false));
+    expectFailure("new.tif", "没有同时有效");
+}
+
+TEST_F(BadInput, TruncatedRasterFailsWhereverTheDataEnd) {
+    for (const bool compressed : {false, true}) {
+        for (const double share : {0.3, 0.6, 0.97}) {
+            SCOPED_TRACE(std::to_string(compressed) + " " + std::to_string(share));
+            RasterPlan plan;
+            plan.columns = plan.rows = 1200; // more than the co-registration looks at
+            if (compressed)
+                plan.creationOptions = {"COMPRESS=DEFLATE", "TILED=YES"};
+            Random random(1);
+            const auto rough = [&](const Point& p) { return slope(p) + 0.01 * random(); };
+            writeRaster(m_request.oldRaster, plan, rough);
+            writeRaster(m_request.newRaster, plan, rough);
+            const auto size = static_cast<double>(fs::file_size(m_request.newRaster));
+            fs::resize_file(m_request.newRaster, static_cast<std::uintmax_t>(size * share));
+            expectFailure("new.tif", "");
+        }
+    }
+}
+
+TEST_F(BadInput, WrongParameters) {
+    m_request.parameters.thresholdMetres = 0.0;
+    expectFailure("", "阈值");
+    m_request.parameters.thresholdMetres = std::nan("");
+    expectFailure("", "阈值");
+}
+
+TEST_F(BadInput, CancelLeavesNothingBehind) {
+    const std::vector<std::string> before = m_folder.names();
+    for (const double limit : {0.0, 0.2, 0.9}) {
+        double last = 0.0;
+        const Failure failure = detectExpectingFailure(m_request, [&](double done) {
+            EXPECT_GE(done, last);
+            last = done;
+            return done <= limit;
+        });
+        EXPECT_TRUE(failure.cancelled);
+        EXPECT_EQ(m_folder.names(), before);
+        EXPECT_EQ(contentOf(m_request.dzRaster), "an earlier result");
+    }
+}
+
+TEST_F(BadInput, FolderOfTheDifferenceRasterIsMissing) {
+    m_request.dzRaster = m_folder.file("nowhere/dz.tif");
+    const Failure failure = detectExpectingFailure(m_request);
+    expectOneLine(failure, "nowhere/dz.tif", "文件夹不存在");
+}
+
+/// Lets go of root's right to write everywhere while it lives; only the calling process's effective user
+/// changes.
+class PlainUser {
+public:
+    PlainUser() : m_wasRoot(geteuid() == 0 && seteuid(65534) == 0) {}
+    ~PlainUser() {
+        if (m_wasRoot) {
+            EXPECT_EQ(seteuid(0), 0);
+        }
+    }
+    PlainUser(const PlainUser&) = delete;
+    PlainUser& operator=(const PlainUser&) = delete;
+
+private:
+    bool m_wasRoot;
+};
+
+TEST_F(BadInput, ReadOnlyFolderKeepsEarlierResults) {
+    const Result result = [&] {
+        Request request = m_request;
+        request.dzRaster.clear();
+        return detectOrFail(request);
+    }();
+    std::ofstream(m_folder.file("result.gpkg")) << "an earlier result";
+    fs::permissions(m_folder.path(), static_cast<fs::perms>(0555));
+    {
+        const PlainUser user;
+        const Failure failure = detectExpectingFailure(m_request);
+        expectOneLine(failure, "dz.tif", "不可写");
+        for (const char* name : {"result.gpkg", "result.shp", "result.geojson"}) {
+            const auto notWritten = writeAnomalies(result.anomalies, result.srsWkt, m_folder.file(name));
+            ASSERT_TRUE(notWritten);
+            expectOneLine(*notWritten, name, "不可写");
+        }
+        const auto notWritten = writeSummary(result, m_request.parameters, m_folder.file("summary.json"));
+        ASSERT_TRUE(notWritten);
+        expectOneLine(*notWritten, "summary.json", "不可写");
+    }
+    fs::permissions(m_folder.path(), fs::perms::owner_all);
+    EXPECT_EQ(contentOf(m_folder.file("result.gpkg")), "an earlier result");
+    EXPECT_EQ(m_folder.names(), (std::vector<std::string>{"dz.tif", "new.tif", "old.tif", "result.gpkg"}));
+}
+
+} // namespace
+} // namespace detect::test
