@@ -1,0 +1,98 @@
+#include "cli/ReportCommand.h"
+
+#include "cli/OpenedProject.h"
+#include "cli/Options.h"
+#include "cli/ProgressLine.h"
+#include "cli/StopOnSignal.h"
+#include "workbench/inspection/output/InspectionData.h"
+#include "workbench/inspection/output/Report.h"
+#include "workbench/inspection/output/ShapeOutput.h"
+
+#include <QGuiApplication>
+
+#include <cstdio>
+
+namespace cli {
+
+using inspection::Failure;
+using inspection::InspectionData;
+
+namespace {
+
+constexpr auto reportUsage = "用法：corridor report PROJECT --out FILE.(pdf|odt|html)\n"
+                             "  由工程中已存入的结果生成巡检报告。\n";
+constexpr auto shapeUsage = "用法：corridor shape PROJECT --out DIR\n"
+                            "  将异常、站点和管道中心线输出为 Shapefile 和 GeoPackage。\n";
+
+using Writer = inspection::Status (*)(const InspectionData& data, const QString& target,
+                                      const inspection::OutputProgress& progress);
+
+inspection::Status writeReport(const InspectionData& data, const QString& file,
+                               const inspection::OutputProgress& progress) {
+    return inspection::writeReport({data, QImage()}, file, progress);
+}
+
+inspection::Result<InspectionData> readProject(const std::string& folder) {
+    const auto opened = openProject(folder, inspection::Project::Access::ReadOnly);
+    if (const auto* failure = std::get_if<Failure>(&opened)) {
+        return *failure;
+    }
+    const auto& project = std::get<OpenedProject>(opened);
+    return inspection::readInspectionData(project.project.description(), *project.database->GetMySQL());
+}
+
+int write(const char* command, const char* title, const std::string& folder, const std::string& target,
+          Writer writer) {
+    const auto data = readProject(folder);
+    if (const auto* failure = std::get_if<Failure>(&data)) {
+        return fail(command, *failure);
+    }
+    inspection::Status status;
+    {
+        const StopOnSignal stopOnSignal;
+        ProgressLine line(title, false);
+        status = writer(std::get<InspectionData>(data), QString::fromStdString(target), [&](double fraction) {
+            line.show(fraction);
+            return !stopOnSignal.asked();
+        });
+    }
+    if (status) {
+        return fail(command, *status);
+    }
+    std::printf("%s\n", target.c_str());
+    return statusDone;
+}
+
+int run(const char* command, const char* title, const char* usage, const std::vector<std::string>& arguments,
+        Writer writer) {
+    WrongUse wrong;
+    const auto options = parseOptions(arguments, {{"--out"}, {"--help"}, 1}, wrong);
+    if (!options) {
+        return fail(command, statusWrongUse, wrong.message);
+    }
+    if (options->has("--help")) {
+        std::fputs(usage, stdout);
+        return statusDone;
+    }
+    if (options->positional.empty() || options->value("--out").empty()) {
+        return fail(command, statusWrongUse, options->positional.empty() ? "缺少工程文件夹" : "缺少 --out");
+    }
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
+        qputenv("QT_QPA_PLATFORM", "offscreen"); // fonts and pictures need no display
+    }
+    int count = 0;
+    const QGuiApplication application(count, nullptr);
+    return write(command, title, options->positional.front(), options->value("--out"), writer);
+}
+
+} // namespace
+
+int runReport(const std::vector<std::string>& arguments) {
+    return run("report", "输出报告", reportUsage, arguments, writeReport);
+}
+
+int runShape(const std::vector<std::string>& arguments) {
+    return run("shape", "输出shape", shapeUsage, arguments, inspection::writeShapes);
+}
+
+} // namespace cli
