@@ -56,6 +56,12 @@ titleBar QPushButton#titleBarClose:hover { background: %7; }
 
 namespace {
 
+// A stroke almost without length; its round caps make the dot.
+void addDot(QPainterPath& path, qreal y) {
+    path.moveTo(0.5, y);
+    path.lineTo(0.5, y + 0.005);
+}
+
 // Drawn as strokes, not letters, so that the picture does not depend on the fonts that are installed.
 QPainterPath signPath(Sign sign) {
     QPainterPath path;
@@ -63,7 +69,7 @@ QPainterPath signPath(Sign sign) {
     case Sign::Information:
         path.moveTo(0.5, 0.46);
         path.lineTo(0.5, 0.72);
-        path.addEllipse(QPointF(0.5, 0.3), 0.012, 0.012);
+        addDot(path, 0.29);
         break;
     case Sign::Check:
         path.moveTo(0.29, 0.52);
@@ -74,12 +80,12 @@ QPainterPath signPath(Sign sign) {
         path.moveTo(0.36, 0.38);
         path.cubicTo(0.37, 0.2, 0.66, 0.22, 0.64, 0.4);
         path.cubicTo(0.63, 0.5, 0.5, 0.48, 0.5, 0.6);
-        path.addEllipse(QPointF(0.5, 0.74), 0.012, 0.012);
+        addDot(path, 0.74);
         break;
     case Sign::Exclamation:
         path.moveTo(0.5, 0.27);
         path.lineTo(0.5, 0.56);
-        path.addEllipse(QPointF(0.5, 0.72), 0.012, 0.012);
+        addDot(path, 0.73);
         break;
     }
     return path;

@@ -90,8 +90,13 @@ void titleBar::setTitleContent(const QString& text, int pointSize) {
 
     const int heightPixels = QFontMetrics(font).height() + 14;
     setFixedHeight(heightPixels);
+    // By style sheet, because the window's own sheet would win over a fixed size.
+    const QString size =
+        QStringLiteral("min-width: %1px; max-width: %1px; min-height: %2px; max-height: %2px;")
+            .arg(heightPixels * 5 / 4)
+            .arg(heightPixels);
     for (QPushButton* button : {m_minimize, m_maximize, m_close})
-        button->setFixedSize(heightPixels * 5 / 4, heightPixels);
+        button->setStyleSheet(size);
 }
 
 void titleBar::setButtonType(int type) {
