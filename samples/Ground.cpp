@@ -61,16 +61,21 @@ Ground::Ground(const Site& site)
 }
 
 void Ground::shapeNaturalGround(const Site& site, const Field& relief) {
-    forEachNode(m_height.lattice(), [&](int c, int r, double x, double y) {
+    Field smooth(m_height.lattice());
+    forEachNode(smooth.lattice(),
+                [&](int c, int r, double x, double y) { smooth.at(c, r) = relief.smoothSample(x, y); });
+    forEachNode(smooth.lattice(), [&](int c, int r, double x, double y) {
+        constexpr int reach = 16; // nodes, so metres
+        const float dx = smooth.clamped(c + reach, r) - smooth.clamped(c - reach, r);
+        const float dy = smooth.clamped(c, r + reach) - smooth.clamped(c, r - reach);
+        const float slope = std::sqrt(dx * dx + dy * dy) / (2 * reach);
+        const float roughness = 0.25F + smoothStep(0.04F, 0.2F, slope);
         const auto fx = static_cast<float>(x);
         const auto fy = static_cast<float>(y);
-        const float dx = relief.smoothSample(x + 16, y) - relief.smoothSample(x - 16, y);
-        const float dy = relief.smoothSample(x, y + 16) - relief.smoothSample(x, y - 16);
-        m_slope.at(c, r) = std::sqrt(dx * dx + dy * dy) / 32.0F;
-        const float roughness = 0.25F + smoothStep(0.04F, 0.2F, m_slope.at(c, r));
-        m_height.at(c, r) = relief.smoothSample(x, y) +
-                            roughness * (0.8F * fractalNoise(fx / 48.0F, fy / 48.0F, site.noiseSeed(20), 3) +
-                                         0.05F * gradientNoise(fx / 4.0F, fy / 4.0F, site.noiseSeed(21)));
+        m_slope.at(c, r) = slope;
+        m_height.at(c, r) =
+            smooth.at(c, r) + roughness * (0.8F * fractalNoise(fx / 48.0F, fy / 48.0F, site.noiseSeed(20), 3) +
+                                           0.05F * gradientNoise(fx / 4.0F, fy / 4.0F, site.noiseSeed(21)));
     });
 }
 

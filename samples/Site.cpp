@@ -46,7 +46,7 @@ Site::Site(std::uint64_t theSeed) : seed(theSeed) {
                                {760, -260},
                                {800, -420}},
                               random, 9.0),
-                        3.0);
+                        6.0);
     road = smoothCurve(moved({{-160, 150},
                               {60, 112},
                               {260, 96},
