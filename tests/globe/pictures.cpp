@@ -6,6 +6,7 @@
 #include <osgDB/WriteFile>
 
 #include <cstdlib>
+#include <ctime>
 #include <iostream>
 
 int main(int argc, char** argv) {
@@ -35,13 +36,14 @@ int main(int argc, char** argv) {
                                                           std::atof(argv[6]), std::atof(argv[7])));
     const bool settled = globe.settle();
     const double seconds = osg::Timer::instance()->delta_s(start, osg::Timer::instance()->tick());
-    const osg::Timer_t before = osg::Timer::instance()->tick();
+    // Processor time, because the machine may be busy with other work.
+    const std::clock_t before = std::clock();
     for (int i = 0; i < 10; ++i) {
         globe.frame();
     }
-    const double frameMs = osg::Timer::instance()->delta_m(before, osg::Timer::instance()->tick()) / 10.0;
+    const double frameMs = 1000.0 * static_cast<double>(std::clock() - before) / CLOCKS_PER_SEC / 10.0;
     std::cout << (settled ? "settled after " : "not settled after ") << seconds << " s, frame " << frameMs
-              << " ms\n";
+              << " ms of processor time\n";
     osgDB::writeImageFile(*globe.picture(), argv[1]);
     return 0;
 }

@@ -1,5 +1,6 @@
 #include "LayerStack.h"
 
+#include "HeightApron.h"
 #include "RasterSource.h"
 
 #include <osgEarth/ElevationLayer>
@@ -16,6 +17,15 @@ constexpr std::array<std::uint8_t, 3> plainColour = {196, 192, 180};
 
 bool isUsed(const TerrainLayer& layer) {
     return layer.getEnabled() && layer.getVisible() && layer.raster() != nullptr;
+}
+
+bool isOpaque(const std::vector<std::uint8_t>& rgba) {
+    for (std::size_t i = 3; i < rgba.size(); i += 4) {
+        if (rgba[i] != 255) {
+            return false;
+        }
+    }
+    return true;
 }
 
 void blendOver(const std::vector<std::uint8_t>& rgba, float opacity, unsigned char* rgb) {
@@ -54,6 +64,15 @@ void addDifferences(const List& a, const List& b, SourceOf sourceOf, std::vector
     }
 }
 
+bool hasFinerApron(RasterSource& source, const GeoExtent& extent, int cells) {
+    const double reach = source.heightApron().widthDegrees();
+    const GeoExtent& core = source.geographicExtent();
+    const GeoExtent here = extent.transform(core.getSRS());
+    const Bounds around(core.west() - reach, core.south() - reach, core.east() + reach, core.north() + reach);
+    return reach > 0.0 && here.isValid() && here.bounds().intersectionWith(around).isValid() &&
+           here.height() / cells > source.heightApron().resolutionDegrees();
+}
+
 } // namespace
 
 LayerStack::LayerStack(const Map& map, int revision) : _revision(revision) {
@@ -77,12 +96,21 @@ osg::ref_ptr<osg::Image> LayerStack::composeImage(const GeoExtent& extent, int p
     for (unsigned i = 0; i < image->getTotalSizeInBytes(); ++i) {
         image->data()[i] = plainColour[i % 3];
     }
+    // From the top down, as far as anything shows through; then painted from the bottom up.
     const SampleGrid grid{extent, pixels, pixels, false};
-    std::vector<std::uint8_t> rgba;
-    for (const Image& layer : _images) {
-        if (warpImage(*layer.source, grid, rgba)) {
-            blendOver(rgba, layer.opacity, image->data());
+    std::vector<std::pair<std::vector<std::uint8_t>, float>> visible;
+    for (auto layer = _images.rbegin(); layer != _images.rend(); ++layer) {
+        std::vector<std::uint8_t> rgba;
+        if (layer->opacity > 0.0F && warpImage(*layer->source, grid, rgba)) {
+            const bool covers = layer->opacity >= 1.0F && isOpaque(rgba);
+            visible.emplace_back(std::move(rgba), layer->opacity);
+            if (covers) {
+                break;
+            }
         }
+    }
+    for (auto layer = visible.rbegin(); layer != visible.rend(); ++layer) {
+        blendOver(layer->first, layer->second, image->data());
     }
     return image;
 }
@@ -99,6 +127,9 @@ std::vector<float> LayerStack::composeHeights(const SampleGrid& grid) const {
             heights[i] = std::isnan(heights[i]) ? layer[i] : heights[i];
         }
     }
+    for (const auto& source : _elevations) {
+        fillFromApron(*source, grid, heights);
+    }
     std::replace_if(
         heights.begin(), heights.end(), [](float h) { return std::isnan(h); }, 0.0F);
     return heights;
@@ -114,8 +145,9 @@ bool LayerStack::hasFinerData(const GeoExtent& extent, int pixels, int posts) co
     };
     return std::any_of(_images.begin(), _images.end(),
                        [&](const Image& image) { return isFiner(*image.source, pixels); }) ||
-           std::any_of(_elevations.begin(), _elevations.end(),
-                       [&](const auto& source) { return isFiner(*source, posts - 1); });
+           std::any_of(_elevations.begin(), _elevations.end(), [&](const auto& source) {
+               return isFiner(*source, posts - 1) || hasFinerApron(*source, extent, posts - 1);
+           });
 }
 
 std::vector<GeoExtent> LayerStack::differencesTo(const LayerStack& other) const {

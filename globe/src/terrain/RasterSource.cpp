@@ -1,5 +1,6 @@
 #include "RasterSource.h"
 
+#include "HeightApron.h"
 #include "HeightBlocks.h"
 
 #include <gdal_priv.h>
@@ -139,7 +140,8 @@ std::shared_ptr<RasterSource> RasterSource::open(const std::string& location, St
 }
 
 RasterSource::RasterSource(std::string location, std::unique_ptr<GDALDataset> first)
-    : _location(std::move(location)), _heightBlocks(std::make_unique<HeightBlocks>(*this)) {
+    : _location(std::move(location)), _heightBlocks(std::make_unique<HeightBlocks>(*this)),
+      _heightApron(std::make_unique<HeightApron>(*this)) {
     _idle.push_back(std::move(first));
 }
 

@@ -14,6 +14,7 @@
 class GDALDataset;
 
 namespace osgEarth {
+class HeightApron;
 class HeightBlocks;
 
 /// Cells of a raster, reduced by a step: column and row are multiples of the step (a power of two); width and
@@ -56,6 +57,8 @@ public:
     bool readHeights(const CellWindow& window, std::vector<float>& heights);
     /// Full-resolution heights from a cache of blocks.
     HeightBlocks& heightBlocks() { return *_heightBlocks; }
+    /// The continuation of the heights where there are none.
+    HeightApron& heightApron() { return *_heightApron; }
 
 private:
     class Borrowed;
@@ -95,6 +98,7 @@ private:
     std::unique_ptr<GDALDataset> _reducedImage;
     std::unique_ptr<GDALDataset> _reducedHeights;
     std::unique_ptr<HeightBlocks> _heightBlocks;
+    std::unique_ptr<HeightApron> _heightApron;
 };
 
 } // namespace osgEarth

@@ -1,5 +1,6 @@
 #include "RasterWarper.h"
 
+#include "HeightApron.h"
 #include "HeightBlocks.h"
 #include "RasterSource.h"
 
@@ -261,6 +262,30 @@ bool warpHeights(RasterSource& source, const SampleGrid& grid, std::vector<float
         }
     }
     return hasAny;
+}
+
+void fillFromApron(RasterSource& source, const SampleGrid& grid, std::vector<float>& heights) {
+    const double reach = source.heightApron().widthDegrees();
+    const Bounds core = source.geographicExtent().bounds();
+    const double reachX = reach / std::max(0.05, std::cos(osg::DegreesToRadians(core.center2d().y())));
+    const Bounds apron(core.xMin() - reachX, core.yMin() - reach, core.xMax() + reachX, core.yMax() + reach);
+    const GeoExtent here = grid.extent.transform(source.geographicExtent().getSRS());
+    if (reach <= 0.0 || !here.isValid() || !here.bounds().intersectionWith(apron).isValid()) {
+        return;
+    }
+    const SpatialReference& gridSRS = *grid.extent.getSRS();
+    std::size_t index = 0;
+    for (int row = 0; row < grid.height; ++row) {
+        for (int column = 0; column < grid.width; ++column, ++index) {
+            osg::Vec3d point;
+            if (std::isnan(heights[index]) && here.bounds().isValid() &&
+                gridSRS.transform(osg::Vec3d(grid.x(column), grid.y(row), 0.0), source.srs(), point)) {
+                Cell cell;
+                source.toCells(point.x(), point.y(), cell.column, cell.row);
+                heights[index] = source.heightApron().height(cell.column, cell.row);
+            }
+        }
+    }
 }
 
 } // namespace osgEarth

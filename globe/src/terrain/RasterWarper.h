@@ -24,4 +24,7 @@ bool warpImage(RasterSource& source, const SampleGrid& grid, std::vector<std::ui
 /// Heights at the grid's points, NaN where there are none. False when nothing lies there.
 bool warpHeights(RasterSource& source, const SampleGrid& grid, std::vector<float>& heights);
 
+/// Fills the grid's NaN posts from the raster's apron, as far as it reaches.
+void fillFromApron(RasterSource& source, const SampleGrid& grid, std::vector<float>& heights);
+
 } // namespace osgEarth

@@ -69,10 +69,9 @@ TileNode::TileNode(const TileKey& key, const std::shared_ptr<TileContext>& conte
     constexpr unsigned coarsestTested = 3;
     if (_extent.getSRS()->isGeographic() && key.getLOD() >= coarsestTested) {
         const osg::EllipsoidModel& ellipsoid = *_extent.getSRS()->getEllipsoid();
-        const double ceiling = mesh->highestMetres() + 2000.0;
         for (int i = 0; i < 9; ++i) {
             const osg::Vec3d point(_extent.west() + _extent.width() * (i % 3) * 0.5,
-                                   _extent.south() + _extent.height() * (i / 3) * 0.5, ceiling);
+                                   _extent.south() + _extent.height() * (i / 3) * 0.5, horizonCeiling());
             osg::Vec3d world;
             _extent.getSRS()->transformToWorld(point, world);
             _horizonPoints.push_back(toUnitSphere(world, ellipsoid));
@@ -165,9 +164,30 @@ bool TileNode::isBeyondHorizon(const osg::Vec3d& eye) const {
     if (_horizonPoints.empty()) {
         return false;
     }
-    const osg::Vec3d scaledEye = toUnitSphere(eye, *_extent.getSRS()->getEllipsoid());
-    return std::all_of(_horizonPoints.begin(), _horizonPoints.end(),
-                       [&](const osg::Vec3d& point) { return isHidden(point, scaledEye); });
+    const SpatialReference& srs = *_extent.getSRS();
+    const osg::Vec3d scaledEye = toUnitSphere(eye, *srs.getEllipsoid());
+    const auto isPointHidden = [&](const osg::Vec3d& point) { return isHidden(point, scaledEye); };
+    if (!std::all_of(_horizonPoints.begin(), _horizonPoints.end(), isPointHidden)) {
+        return false;
+    }
+    // From low above a wide tile all its corners may be hidden; the point nearest to the eye is not.
+    osg::Vec3d nearest;
+    srs.transformFromWorld(eye, nearest);
+    if (std::abs(nearest.x() - 360.0 - _extent.west()) < std::abs(nearest.x() - _extent.west())) {
+        nearest.x() -= 360.0;
+    } else if (std::abs(nearest.x() + 360.0 - _extent.east()) < std::abs(nearest.x() - _extent.east())) {
+        nearest.x() += 360.0;
+    }
+    nearest.set(osg::clampBetween(nearest.x(), _extent.west(), _extent.east()),
+                osg::clampBetween(nearest.y(), _extent.south(), _extent.north()), horizonCeiling());
+    osg::Vec3d world;
+    srs.transformToWorld(nearest, world);
+    return isPointHidden(toUnitSphere(world, *srs.getEllipsoid()));
+}
+
+// Finer tiles may rise above the coarse surface.
+double TileNode::horizonCeiling() const {
+    return mesh()->highestMetres() + 2000.0;
 }
 
 // Looks at the layers only after they have changed.

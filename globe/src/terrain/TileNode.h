@@ -60,6 +60,7 @@ private:
     void request(const std::string& name, osg::NodePath& path, float priority, osg::ref_ptr<osg::Referenced>& pending,
                  osgUtil::CullVisitor& visitor);
     bool isBeyondHorizon(const osg::Vec3d& eye) const;
+    double horizonCeiling() const;
     bool canBeRefined();
     float sizeInPixels(const osg::Vec3d& eyeWorld, osgUtil::CullVisitor& visitor) const;
 
