@@ -22,8 +22,9 @@ void print(const detect::test::TruthScore& score) {
                         change.name.c_str(), change.match.c_str(), change.overlap, change.volumeCubicMetres,
                         change.foundCubicMetres, change.knownClass.c_str(), change.suggestedClass.c_str());
     }
-    for (const std::string& name : score.falseAnomalies)
-        std::printf("  false   %s\n", name.c_str());
+    if (!score.falseAnomalies.empty())
+        std::printf("  false   %zu, the first is %s\n", score.falseAnomalies.size(),
+                    score.falseAnomalies[0].c_str());
     std::printf("recall %.3f   precision %.3f   volume error %.2f %% together, %.2f %% at worst\n",
                 score.recall, score.precision, 100.0 * score.volumeError, 100.0 * score.worstVolumeError);
 }

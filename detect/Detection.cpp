@@ -7,6 +7,7 @@
 #include "detect/Labeller.h"
 #include "detect/OrderedWork.h"
 #include "detect/RasterPair.h"
+#include "detect/ResamplingArtefacts.h"
 
 #include <chrono>
 #include <cmath>
@@ -72,43 +73,72 @@ class BlockWorker {
 public:
     struct Task {
         const BlockRows* blocks = nullptr;
+        CellWindow overlap;
         Shift shift;
         float biasMetres = 0.0F;
         float growThresholdMetres = 0.0F;
+        /// Rows above and below that resampling artefacts are told by; 0 when cells come untouched.
+        int artefactReach = 0;
         bool keepDz = false;
     };
 
     BlockWorker(PairReader reader, const Task& task)
-        : m_reader(std::move(reader)), m_task(task), m_finder(task.growThresholdMetres) {}
+        : m_reader(std::move(reader)), m_task(task), m_finder(task.growThresholdMetres),
+          m_artefacts(task.artefactReach, task.growThresholdMetres) {}
 
     std::variant<Block, Failure> operator()(int index) {
         Block block;
         block.window = m_task.blocks->at(index);
-        const auto cells = static_cast<std::size_t>(block.window.cells());
-        m_old.resize(cells);
-        m_new.resize(cells);
-        if (auto failure = m_reader.readOld(block.window, m_old.data()))
-            return *failure;
-        if (auto failure = m_reader.readNew(block.window, m_task.shift, m_new.data()))
+        const CellWindow read = withNeighbours(block.window);
+        if (auto failure = readBoth(read))
             return *failure;
         const auto columns = static_cast<std::size_t>(block.window.columns);
+        const std::size_t firstCell = static_cast<std::size_t>(block.window.row - read.row) * columns;
+        m_dz.resize(static_cast<std::size_t>(block.window.cells()));
         for (int row = 0; row < block.window.rows; ++row) {
-            float* dz = m_new.data() + static_cast<std::size_t>(row) * columns;
-            block.compared += subtract(m_old.data() + static_cast<std::size_t>(row) * columns, columns, dz);
-            m_finder.find(dz, block.window.columns, block.window.row + row, block.window.column, block.runs);
+            const std::size_t line = static_cast<std::size_t>(row) * columns;
+            float* dz = m_dz.data() + line;
+            block.compared +=
+                subtract(m_old.data() + firstCell + line, m_new.data() + firstCell + line, columns, dz);
+            if (m_task.artefactReach > 0)
+                m_artefacts.mark(m_old.data(), m_new.data(), read.columns, read.rows,
+                                 block.window.row - read.row + row, m_flags);
+            m_finder.find(dz, block.window.columns, block.window.row + row, block.window.column, block.runs,
+                          m_task.artefactReach > 0 ? m_flags.data() : nullptr);
         }
         dropLonelyRuns(block.runs, block.window.row, block.window.row + block.window.rows - 1);
         if (m_task.keepDz)
-            block.dz = m_new;
+            block.dz = m_dz;
         return block;
     }
 
 private:
-    /// Turns new heights into dZ; returns how many cells have one.
-    std::int64_t subtract(const float* oldHeights, std::size_t columns, float* dz) const {
+    CellWindow withNeighbours(CellWindow window) const {
+        window.row -= m_task.artefactReach;
+        window.rows += 2 * m_task.artefactReach;
+        return intersect(window, m_task.overlap);
+    }
+
+    /// Leaves the new heights with the bias removed.
+    std::optional<Failure> readBoth(const CellWindow& window) {
+        const auto cells = static_cast<std::size_t>(window.cells());
+        m_old.resize(cells);
+        m_new.resize(cells);
+        if (auto failure = m_reader.readOld(window, m_old.data()))
+            return failure;
+        if (auto failure = m_reader.readNew(window, m_task.shift, m_new.data()))
+            return failure;
+        for (float& height : m_new)
+            height += m_task.biasMetres;
+        return std::nullopt;
+    }
+
+    /// Returns how many cells have a dZ.
+    static std::int64_t subtract(const float* oldHeights, const float* newHeights, std::size_t columns,
+                                 float* dz) {
         std::int32_t valid = 0;
         for (std::size_t i = 0; i < columns; ++i) {
-            dz[i] = (dz[i] - oldHeights[i]) + m_task.biasMetres;
+            dz[i] = newHeights[i] - oldHeights[i];
             valid += static_cast<std::int32_t>(dz[i] == dz[i]);
         }
         return valid;
@@ -117,8 +147,11 @@ private:
     PairReader m_reader;
     Task m_task;
     RunFinder m_finder;
+    ResamplingArtefacts m_artefacts;
     std::vector<float> m_old;
     std::vector<float> m_new;
+    std::vector<float> m_dz;
+    std::vector<std::uint8_t> m_flags;
 };
 
 /// One call of detectChanges.
@@ -188,9 +221,13 @@ private:
         const BlockRows blocks(m_layout, parameters.blockRows);
         BlockWorker::Task task;
         task.blocks = &blocks;
+        task.overlap = m_layout.overlap;
         task.shift = {m_result.coregistration.dxMetres, m_result.coregistration.dyMetres};
         task.biasMetres = static_cast<float>(m_result.coregistration.dzMetres);
         task.growThresholdMetres = static_cast<float>(parameters.thresholdMetres * parameters.growRatio);
+        if (!m_layout.offset || !task.shift.none())
+            task.artefactReach =
+                ResamplingArtefacts::reachCells(m_layout.oldRaster.grid, m_layout.newRaster.grid);
         task.keepDz = m_dzRaster.has_value();
 
         AnomalyBuilder builder(m_layout.oldRaster.grid, parameters);

@@ -61,10 +61,13 @@ void markTouches(const std::vector<Run>& runs, std::size_t upper, std::size_t mi
 
 } // namespace
 
-void RunFinder::find(const float* dz, int columns, int row, int firstColumn, std::vector<Run>& runs) {
+void RunFinder::find(const float* dz, int columns, int row, int firstColumn, std::vector<Run>& runs,
+                     const std::uint8_t* excluded) {
     const auto count = static_cast<std::size_t>(columns);
     m_signs.resize(count);
     markSigns(dz, count, m_threshold, m_signs.data());
+    for (std::size_t i = 0; excluded != nullptr && i < count; ++i)
+        m_signs[i] = excluded[i] != 0 ? std::int8_t{0} : m_signs[i];
 
     const auto append = [&](std::size_t begin, std::size_t end, std::int8_t sign, bool gap) {
         Run run;

@@ -29,8 +29,10 @@ public:
     explicit RunFinder(float growThresholdMetres) : m_threshold(growThresholdMetres) {}
 
     /// Appends the runs of one row, left to right. `dz` is NaN where nothing was measured; its first cell has
-    /// column `firstColumn`.
-    void find(const float* dz, int columns, int row, int firstColumn, std::vector<Run>& runs);
+    /// column `firstColumn`. Cells whose flag in `excluded` is set are no members, whatever their dZ; null
+    /// for none.
+    void find(const float* dz, int columns, int row, int firstColumn, std::vector<Run>& runs,
+              const std::uint8_t* excluded = nullptr);
 
 private:
     float m_threshold;
