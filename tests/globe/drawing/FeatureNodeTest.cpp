@@ -1,0 +1,250 @@
+#include "Pictures.h"
+#include "TestGlobe.h"
+
+#include <gtest/gtest.h>
+#include <osgEarthAnnotation/FeatureNode>
+#include <osgEarthSymbology/AltitudeSymbol>
+#include <osgEarthSymbology/LineSymbol>
+#include <osgEarthSymbology/PolygonSymbol>
+#include <osgEarthSymbology/RenderSymbol>
+
+using namespace drawingtest;
+using namespace osgEarth;
+using namespace osgEarth::Symbology;
+using osgEarth::Annotation::FeatureNode;
+using osgEarth::Features::Feature;
+
+namespace {
+
+constexpr double Half = 0.001;
+
+osg::ref_ptr<Symbology::Polygon> rectangle(double half = Half) {
+    osg::ref_ptr<Symbology::Polygon> polygon = new Symbology::Polygon;
+    polygon->push_back(Lon - half, Lat - half);
+    polygon->push_back(Lon + half, Lat - half);
+    polygon->push_back(Lon + half, Lat + half);
+    polygon->push_back(Lon - half, Lat + half);
+    return polygon;
+}
+
+Style fillStyle(const Color& color, AltitudeSymbol::Technique technique = AltitudeSymbol::TECHNIQUE_DRAPE) {
+    Style style;
+    style.getOrCreate<PolygonSymbol>()->fill()->color() = color;
+    style.getOrCreate<AltitudeSymbol>()->clamping() = AltitudeSymbol::CLAMP_TO_TERRAIN;
+    style.getOrCreate<AltitudeSymbol>()->technique() = technique;
+    style.getOrCreate<AltitudeSymbol>()->verticalOffset() = 0.1;
+    return style;
+}
+
+Style lineStyle(const Color& color, float width) {
+    Style style;
+    style.getOrCreate<LineSymbol>()->stroke()->color() = color;
+    style.getOrCreate<LineSymbol>()->stroke()->width() = width;
+    style.getOrCreate<LineSymbol>()->stroke()->widthUnits() = Units::PIXELS;
+    style.getOrCreate<AltitudeSymbol>()->clamping() = AltitudeSymbol::CLAMP_TO_TERRAIN;
+    style.getOrCreate<AltitudeSymbol>()->technique() = AltitudeSymbol::TECHNIQUE_GPU;
+    return style;
+}
+
+osg::ref_ptr<FeatureNode> nodeOf(TestGlobe& globe, Symbology::Geometry* geometry, const Style& style) {
+    osg::ref_ptr<FeatureNode> node =
+        new FeatureNode(new Feature(geometry, globe.mapNode()->getMapSRS()), style);
+    globe.mapNode()->addChild(node);
+    return node;
+}
+
+bool isRed(const osg::Vec3i& p) {
+    return p.x() > 230 && p.y() < 20 && p.z() < 20;
+}
+bool isCyan(const osg::Vec3i& p) {
+    return p.x() < 20 && p.y() > 230 && p.z() > 230;
+}
+
+osg::Vec3i pixelAt(TestGlobe& globe, const osg::Image& image, double east, double north) {
+    const osg::Vec2d position = globe.windowPosition(Lon + east, Lat + north);
+    return pixel(image, static_cast<int>(position.x()), static_cast<int>(position.y()));
+}
+
+} // namespace
+
+TEST(FeatureNode, DrawsNothingUntilItHasAMapNode) {
+    osg::ref_ptr<FeatureNode> node =
+        new FeatureNode(new Feature(rectangle(), SpatialReference::get("wgs84")), fillStyle(Color::Red));
+    EXPECT_EQ(node->getNumChildren(), 0u);
+    TestGlobe globe;
+    node->setMapNode(globe.mapNode());
+    EXPECT_EQ(node->getNumChildren(), 1u); // at once
+}
+
+TEST(FeatureNode, FillsAConcavePolygonWithAHoleOnTheTerrain) {
+    TestGlobe globe;
+    osg::ref_ptr<Symbology::Polygon> polygon = rectangle();
+    polygon->insert(polygon->begin() + 3, osg::Vec3d(Lon, Lat + 0.0003, 0.0)); // a notch from the north
+    osg::ref_ptr<Ring> hole = new Ring;
+    hole->push_back(Lon - 0.0006, Lat - 0.0006);
+    hole->push_back(Lon - 0.0002, Lat - 0.0006);
+    hole->push_back(Lon - 0.0004, Lat - 0.0002);
+    polygon->getHoles().push_back(hole);
+    nodeOf(globe, polygon, fillStyle(Color::Red));
+    globe.look(900.0);
+    globe.settle();
+    const osg::ref_ptr<osg::Image> image = globe.picture();
+    keep(*image, "feature-concave");
+    EXPECT_TRUE(isRed(pixelAt(globe, *image, 0.0008, -0.0005)));
+    EXPECT_TRUE(isRed(pixelAt(globe, *image, -0.0008, 0.0005)));
+    EXPECT_TRUE(isRed(pixelAt(globe, *image, 0.0, 0.0001)));
+    EXPECT_FALSE(isRed(pixelAt(globe, *image, 0.0, 0.0008)));      // notch
+    EXPECT_FALSE(isRed(pixelAt(globe, *image, -0.0004, -0.0005))); // hole
+    EXPECT_FALSE(isRed(pixelAt(globe, *image, 0.0012, 0.0)));      // outside
+}
+
+TEST(FeatureNode, EveryTechniqueHugsTheTerrain) {
+    for (const auto technique : {AltitudeSymbol::TECHNIQUE_MAP, AltitudeSymbol::TECHNIQUE_SCENE,
+                                 AltitudeSymbol::TECHNIQUE_GPU, AltitudeSymbol::TECHNIQUE_DRAPE}) {
+        TestGlobe globe;
+        nodeOf(globe, rectangle(), fillStyle(Color::Red, technique));
+        globe.look(700.0, -30.0);
+        globe.settle();
+        const osg::ref_ptr<osg::Image> image = globe.picture();
+        keep(*image, "feature-technique-" + std::to_string(technique));
+        for (const double part : {-0.9, -0.5, 0.0, 0.5, 0.9})
+            EXPECT_TRUE(isRed(pixelAt(globe, *image, part * Half, part * Half))) << technique << " " << part;
+    }
+}
+
+TEST(FeatureNode, LinesHaveTheirWidthInPixelsAtAnyDistance) {
+    TestGlobe globe;
+    osg::ref_ptr<LineString> line = new LineString;
+    line->push_back(Lon, Lat - 0.005);
+    line->push_back(Lon, Lat + 0.005);
+    nodeOf(globe, line, lineStyle(Color::Red, 5.0f));
+    for (const double range : {400.0, 2000.0}) {
+        globe.look(range);
+        globe.settle();
+        const osg::ref_ptr<osg::Image> image = globe.picture();
+        keep(*image, "line-" + std::to_string(static_cast<int>(range)));
+        int width = 0;
+        for (int x = 0; x < image->s(); ++x)
+            width += isRed(pixel(*image, x, image->t() / 2));
+        EXPECT_NEAR(width, 5, 1) << range;
+    }
+}
+
+TEST(FeatureNode, LinearWidthUnitsMakeARibbonOnTheGround) {
+    TestGlobe globe;
+    osg::ref_ptr<LineString> line = new LineString;
+    line->push_back(Lon, Lat - 0.002);
+    line->push_back(Lon, Lat + 0.002);
+    Style style = lineStyle(Color::Red, 40.0f);
+    style.get<LineSymbol>()->stroke()->widthUnits() = Units::METERS;
+    nodeOf(globe, line, style);
+    globe.look(1000.0);
+    globe.settle();
+    const osg::ref_ptr<osg::Image> image = globe.picture();
+    int width = 0;
+    for (int x = 0; x < image->s(); ++x)
+        width += isRed(pixel(*image, x, image->t() / 2));
+    const double metresPerDegreeEast = 94500.0; // at 32 degrees
+    const double expected = globe.windowPosition(Lon + 20.0 / metresPerDegreeEast, Lat).x() -
+                            globe.windowPosition(Lon - 20.0 / metresPerDegreeEast, Lat).x();
+    EXPECT_NEAR(width, expected, 2.0);
+}
+
+TEST(FeatureNode, FillAndLineDrawTogetherWithTheOutlineClosedAndOnTop) {
+    TestGlobe globe;
+    Style style = fillStyle(Color::Red);
+    style.getOrCreate<LineSymbol>()->stroke()->color() = Color::Cyan;
+    style.getOrCreate<LineSymbol>()->stroke()->width() = 5.0f;
+    nodeOf(globe, rectangle(), style);
+    globe.look(900.0);
+    globe.settle();
+    const osg::ref_ptr<osg::Image> image = globe.picture();
+    keep(*image, "feature-outline");
+    EXPECT_TRUE(isRed(pixelAt(globe, *image, 0.0, 0.0)));
+    for (const osg::Vec2d& edge :
+         {osg::Vec2d(Half, 0.0), osg::Vec2d(-Half, 0.0), osg::Vec2d(0.0, Half), osg::Vec2d(0.0, -Half)})
+        EXPECT_TRUE(isCyan(pixelAt(globe, *image, edge.x(), edge.y()))) << edge.x() << " " << edge.y();
+}
+
+TEST(FeatureNode, ChangesOfGeometryShowAfterInit) {
+    TestGlobe globe;
+    const osg::ref_ptr<Symbology::Polygon> polygon = rectangle(0.0002);
+    const osg::ref_ptr<FeatureNode> node = nodeOf(globe, polygon, fillStyle(Color::Red));
+    globe.look(900.0);
+    globe.settle();
+    polygon->asVector() = rectangle(Half)->asVector();
+    EXPECT_FALSE(isRed(pixelAt(globe, *globe.picture(), 0.0008, 0.0)));
+    node->init();
+    EXPECT_TRUE(isRed(pixelAt(globe, *globe.picture(), 0.0008, 0.0)));
+    polygon->clear();
+    node->dirty();
+    EXPECT_FALSE(isRed(pixelAt(globe, *globe.picture(), 0.0, 0.0)));
+}
+
+TEST(FeatureNode, RestylingShowsAtOnceUnlessTheFeatureHasAStyleOfItsOwn) {
+    TestGlobe globe;
+    const osg::ref_ptr<FeatureNode> node = nodeOf(globe, rectangle(), fillStyle(Color::Red));
+    globe.look(900.0);
+    globe.settle();
+    node->setStyle(fillStyle(Color::Cyan));
+    EXPECT_TRUE(isCyan(pixelAt(globe, *globe.picture(), 0.0, 0.0)));
+    node->setFeature(new Feature(rectangle(), globe.mapNode()->getMapSRS(), fillStyle(Color::Red)));
+    EXPECT_TRUE(isRed(pixelAt(globe, *globe.picture(), 0.0, 0.0)));
+    node->getFeature()->style() = fillStyle(Color::Cyan);
+    node->init();
+    EXPECT_TRUE(isCyan(pixelAt(globe, *globe.picture(), 0.0, 0.0)));
+}
+
+TEST(FeatureNode, VerticalOffsetLiftsTheFeature) {
+    TestGlobe globe;
+    Style style = fillStyle(Color::Red);
+    style.get<AltitudeSymbol>()->verticalOffset() = 100.0;
+    nodeOf(globe, rectangle(0.0002), style);
+    globe.look(1200.0, -20.0);
+    globe.settle();
+    const osg::ref_ptr<osg::Image> image = globe.picture();
+    const osg::Vec2d lifted = globe.windowPosition(Lon, Lat, 100.0);
+    EXPECT_TRUE(isRed(pixel(*image, static_cast<int>(lifted.x()), static_cast<int>(lifted.y()))));
+    EXPECT_FALSE(isRed(pixelAt(globe, *image, 0.0, 0.0)));
+}
+
+TEST(FeatureNode, WithoutAltitudeSymbolItStaysAtItsOwnHeight) {
+    TestGlobe globe;
+    osg::ref_ptr<Symbology::Polygon> polygon = rectangle(0.0002);
+    const double height = groundHeight(Lon, Lat) + 150.0;
+    for (osg::Vec3d& point : *polygon)
+        point.z() = height;
+    Style style;
+    style.getOrCreate<PolygonSymbol>()->fill()->color() = Color::Red;
+    nodeOf(globe, polygon, style);
+    globe.look(1200.0, -20.0);
+    globe.settle();
+    const osg::ref_ptr<osg::Image> image = globe.picture();
+    const osg::Vec2d above = globe.windowPosition(Lon, Lat, 150.0);
+    EXPECT_TRUE(isRed(pixel(*image, static_cast<int>(above.x()), static_cast<int>(above.y()))));
+}
+
+TEST(FeatureNode, DegenerateShapesDrawNothing) {
+    TestGlobe globe;
+    osg::ref_ptr<Symbology::Polygon> two = new Symbology::Polygon;
+    two->push_back(Lon, Lat);
+    two->push_back(Lon + Half, Lat);
+    two->push_back(Lon, Lat);
+    const osg::ref_ptr<FeatureNode> node = nodeOf(globe, two, fillStyle(Color::Red));
+    osg::ref_ptr<LineString> one = new LineString;
+    one->push_back(Lon, Lat);
+    nodeOf(globe, one, lineStyle(Color::Red, 5.0f));
+    globe.look(900.0);
+    globe.settle();
+    EXPECT_EQ(count(*globe.picture(), isRed), 0);
+}
+
+TEST(FeatureNode, ConstructorTakesTheFeaturesStyleWhenItsOwnIsEmpty) {
+    const osg::ref_ptr<Feature> feature =
+        new Feature(rectangle(), SpatialReference::get("wgs84"), fillStyle(Color::Red));
+    const osg::ref_ptr<FeatureNode> node = new FeatureNode(feature);
+    EXPECT_TRUE(node->getStyle().has<PolygonSymbol>());
+    EXPECT_EQ(node->getFeature(), feature.get());
+    node->getFeatures().push_back(feature);
+    EXPECT_EQ(node->getFeature(), nullptr);
+}

@@ -1,0 +1,48 @@
+/// A globe with a small hilly place on it, seen through a camera that is set by hand.
+#pragma once
+
+#include "../OffscreenGlobe.h"
+
+#include <osg/Image>
+#include <osg/Vec2d>
+#include <osgEarthAnnotation/AnnotationNode>
+
+#include <memory>
+
+namespace drawingtest {
+
+/// Middle of the hilly place, degrees; it reaches 0.01 degrees in each direction.
+constexpr double Lon = 117.01;
+constexpr double Lat = 32.01;
+constexpr double MetresPerDegreeNorth = 111000.0;
+
+/// Height of the made-up ground, metres; 0 outside the place.
+double groundHeight(double lonDegrees, double latDegrees);
+
+class TestGlobe {
+public:
+    explicit TestGlobe(int width = 400, int height = 300);
+
+    osgEarth::MapNode* mapNode() { return _globe.mapNode(); }
+    osgViewer::Viewer& viewer() { return _globe.viewer(); }
+
+    /// Looks at the ground at the middle of the place, north up; -90 is straight down.
+    void look(double rangeMetres, double pitchDegrees = -90.0, double lonDegrees = Lon,
+              double latDegrees = Lat);
+
+    /// Draws frames until all tiles are there.
+    void settle();
+    void frame() { _globe.frame(); }
+    osg::ref_ptr<osg::Image> picture();
+
+    /// Where a place on the ground (or that many metres above it) is in the window, pixels, y upwards.
+    osg::Vec2d windowPosition(double lonDegrees, double latDegrees, double metresAboveGround = 0.0);
+
+private:
+    globetest::OffscreenGlobe _globe;
+};
+
+/// A picture in one colour.
+osg::ref_ptr<osg::Image> plainImage(const osg::Vec4& color, int size = 16);
+
+} // namespace drawingtest
