@@ -9,6 +9,7 @@
 #include "workbench/inspection/output/ShapeOutput.h"
 
 #include <QGuiApplication>
+#include <QLoggingCategory>
 
 #include <cstdio>
 
@@ -80,8 +81,11 @@ int run(const char* command, const char* title, const char* usage, const std::ve
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
         qputenv("QT_QPA_PLATFORM", "offscreen"); // fonts and pictures need no display
     }
+    // Without a session of its own the process has no runtime folder, which Qt would complain about.
+    QLoggingCategory::setFilterRules(QStringLiteral("default.warning=false"));
     int count = 0;
     const QGuiApplication application(count, nullptr);
+    QLoggingCategory::setFilterRules(QString());
     return write(command, title, options->positional.front(), options->value("--out"), writer);
 }
 

@@ -50,6 +50,7 @@ Status prepareForWriting(const ProjectDescription& project, KV_MySQL& database) 
         if (auto failure = importCenterline(project, database)) {
             return failure;
         }
+        importHighConsequenceAreas(project, database);
     }
     transaction.commit();
     return std::nullopt;

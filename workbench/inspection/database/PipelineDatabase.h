@@ -13,7 +13,8 @@ namespace inspection {
 class INSPECTION_API PipelineDatabase : public PipelineDataSet {
 public:
     /// Opens the database and brings its schema up to date. When it has no stations yet, stations and nodes
-    /// are read from the project's centre-line file. With read-only access nothing is written and the
+    /// are read from the project's centre-line file, high-consequence areas from its special.gpkg. With
+    /// read-only access nothing is written and the
     /// database must exist.
     static Result<std::unique_ptr<PipelineDatabase>> open(const ProjectDescription& project,
                                                           Project::Access access);

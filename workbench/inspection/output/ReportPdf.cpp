@@ -6,6 +6,7 @@
 #include "workbench/inspection/output/ReportCanvas.h"
 #include "workbench/inspection/output/ReportFacts.h"
 #include "workbench/inspection/output/ReportTable.h"
+#include "workbench/inspection/output/StationMaps.h"
 
 #include <algorithm>
 #include <cmath>
@@ -17,7 +18,9 @@ namespace {
 constexpr double kLeft = ReportCanvas::kMargin;
 constexpr double kWidth = ReportCanvas::kWidth;
 constexpr int kBlocksPerPage = 3;
-constexpr int kPagesBeforeTables = 3; // title, summary, maps
+constexpr int kPagesBeforeMaps = 2; // title, summary with the overview
+constexpr double kMethodHeight = 92.0;
+constexpr std::size_t kMostClasses = 10;
 constexpr double kMapPixelsPerMillimetre = 8.0;
 
 /// All stations and the pipe, with a little room.
@@ -77,6 +80,9 @@ ReportTable anomalyTable(const ReportFacts& facts) {
 ReportTable classTable(const ReportFacts& facts) {
     std::vector<QStringList> rows;
     for (const ClassTotal& total : facts.classes) {
+        if (rows.size() == kMostClasses) {
+            break; // the table of anomalies names the rest
+        }
         rows.push_back(
             {total.name, QString::number(total.count), QString::number(total.judged),
              QString::number(total.count - total.judged), QString::number(total.areaSquareMetres, 'f', 1),
@@ -102,11 +108,16 @@ private:
     void nextPage() { m_canvas.nextPage(m_pages); }
     void drawTitlePage();
     void drawSummaryPage();
-    void drawMapPage();
+    void drawMethodPage();
+    double drawMapSection(double y);
     bool drawSheets();
     double drawFacts(double y, const std::vector<NamedFact>& facts);
     void drawOverview(const QRectF& box, bool labels);
     void drawMapLegend(double y);
+    void drawMethod(double y);
+    double overviewHeight() const;
+    /// The method stands below the overview when there is room, otherwise on a page with the scene.
+    bool methodHasPage() const;
     int sheetPages() const;
     bool report(double done) const { return !m_progress || m_progress(done); }
 
@@ -117,6 +128,7 @@ private:
     ReportFacts m_facts;
     ReportTable m_anomalyTable;
     ReportTable m_specialTable;
+    StationMaps m_stationMaps;
     ReportCanvas m_canvas;
     int m_pages = 0;
 };
@@ -125,10 +137,11 @@ PdfReport::PdfReport(const ReportContent& content, QIODevice& target, const Outp
     : m_content(content), m_data(content.data), m_progress(progress),
       m_pipeline(Pipeline::read(m_data.project)), m_facts(reportFacts(m_data, m_pipeline)),
       m_anomalyTable(anomalyTable(m_facts)), m_specialTable(specialTable(m_data)),
-      m_canvas(target, m_facts.title + ' ' + m_facts.projectName,
-               m_facts.title + QStringLiteral("　") + m_facts.projectName + QStringLiteral("　") +
-                   m_facts.period) {
-    m_pages = kPagesBeforeTables + m_anomalyTable.pages() + m_specialTable.pages() + sheetPages();
+      m_stationMaps(m_data, m_pipeline), m_canvas(target, m_facts.title + ' ' + m_facts.projectName,
+                                                  m_facts.title + QStringLiteral("　") + m_facts.projectName +
+                                                      QStringLiteral("　") + m_facts.period) {
+    m_pages = kPagesBeforeMaps + (methodHasPage() ? 1 : 0) + m_stationMaps.pages() + m_anomalyTable.pages() +
+              m_specialTable.pages() + sheetPages();
 }
 
 int PdfReport::sheetPages() const {
@@ -169,14 +182,46 @@ void PdfReport::drawSummaryPage() {
     double y = m_canvas.heading(ReportCanvas::kTop, QStringLiteral("结论摘要"));
     m_canvas.text({kLeft, y, kWidth, 18.0}, m_facts.summary, 11.0,
                   Qt::AlignLeft | Qt::AlignTop | Qt::TextWordWrap);
-    y += 19.0;
+    y += 17.0;
     if (!m_facts.classes.empty()) {
-        y = classTable(m_facts).drawAt(m_canvas, y) + 6.0;
+        y = classTable(m_facts).drawAt(m_canvas, y) + 5.0;
     }
-    if (!m_facts.method.empty()) {
-        y = m_canvas.heading(y, QStringLiteral("方法与参数"));
-        y = drawFacts(y, m_facts.method) + 2.0;
+    y = drawMapSection(y);
+    if (!methodHasPage()) {
+        drawMethod(y + 4.0);
     }
+}
+
+double PdfReport::overviewHeight() const {
+    const QRectF ground = projectGround(m_data);
+    return std::max(40.0, kWidth * ground.height() / std::max(1.0, ground.width()));
+}
+
+bool PdfReport::methodHasPage() const {
+    constexpr double kTextAndHeads = 70.0;
+    constexpr double kClassRow = 6.2;
+    const double classes = kClassRow * double(std::min(kMostClasses, m_facts.classes.size()));
+    return !m_content.globePicture.isNull() ||
+           ReportCanvas::kTop + kTextAndHeads + classes + overviewHeight() + kMethodHeight >
+               ReportCanvas::kBottom;
+}
+
+void PdfReport::drawMethodPage() {
+    nextPage();
+    double y = ReportCanvas::kTop;
+    if (!m_content.globePicture.isNull()) {
+        y = m_canvas.heading(y, QStringLiteral("三维场景"));
+        const QSizeF picture = m_content.globePicture.size();
+        const double height = std::min(118.0, kWidth * picture.height() / picture.width());
+        m_canvas.image({kLeft, y, kWidth, height}, m_content.globePicture);
+        y += height + 8.0;
+    }
+    drawMethod(y);
+}
+
+void PdfReport::drawMethod(double y) {
+    y = m_canvas.heading(y, QStringLiteral("方法与参数"));
+    y = drawFacts(y, m_facts.method) + 2.0;
     const QString note = QStringLiteral(
         "高差 dZ 为后期表面高程减前期表面高程，正值为填、负值为挖；体积为高差在异常范围内的积分。"
         "位置为异常形心，经纬度采用 WGS 84；里程与距管线距离按管道中心线的水平投影计算。"
@@ -232,20 +277,14 @@ void PdfReport::drawMapLegend(double y) {
                   Qt::AlignLeft | Qt::AlignVCenter, ReportCanvas::kQuiet);
 }
 
-void PdfReport::drawMapPage() {
-    nextPage();
-    double y = m_canvas.heading(ReportCanvas::kTop, QStringLiteral("异常分布图"));
-    const QRectF ground = projectGround(m_data);
-    const double height = std::clamp(kWidth * ground.height() / std::max(1.0, ground.width()), 40.0,
-                                     m_content.globePicture.isNull() ? 225.0 : 105.0);
+double PdfReport::drawMapSection(double y) {
+    constexpr double kLegendHeight = 8.0;
+    y = m_canvas.heading(y, QStringLiteral("异常分布图"));
+    const double space = ReportCanvas::kBottom - y - kLegendHeight;
+    const double height = std::min(space, overviewHeight());
     drawOverview({kLeft, y, kWidth, height}, true);
     drawMapLegend(y + height + 1.5);
-    y += height + 13.0;
-    if (!m_content.globePicture.isNull()) {
-        y = m_canvas.heading(y, QStringLiteral("三维场景"));
-        m_canvas.image({kLeft, y, kWidth, std::min(120.0, ReportCanvas::kBottom - y)},
-                       m_content.globePicture);
-    }
+    return y + height + kLegendHeight;
 }
 
 bool PdfReport::drawSheets() {
@@ -276,7 +315,10 @@ bool PdfReport::write() {
     }
     drawTitlePage();
     drawSummaryPage();
-    drawMapPage();
+    if (methodHasPage()) {
+        drawMethodPage();
+    }
+    m_stationMaps.draw(m_canvas, [this] { nextPage(); });
     m_anomalyTable.draw(m_canvas, [this] { nextPage(); });
     m_specialTable.draw(m_canvas, [this] { nextPage(); });
     return report(0.2) && drawSheets() && report(1.0);
