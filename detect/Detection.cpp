@@ -77,7 +77,7 @@ public:
         Shift shift;
         float biasMetres = 0.0F;
         float growThresholdMetres = 0.0F;
-        /// Rows above and below that resampling artefacts are told by; 0 when cells come untouched.
+        /// Cells around that tell resampling artefacts; 0 when heights come untouched.
         int artefactReach = 0;
         bool keepDz = false;
     };
@@ -95,16 +95,20 @@ public:
         const auto columns = static_cast<std::size_t>(block.window.columns);
         const std::size_t firstCell = static_cast<std::size_t>(block.window.row - read.row) * columns;
         m_dz.resize(static_cast<std::size_t>(block.window.cells()));
+        if (m_task.artefactReach > 0) {
+            const int firstRow = block.window.row - read.row;
+            m_artefacts.mark(m_old.data(), m_new.data(), read.columns, read.rows, firstRow,
+                             firstRow + block.window.rows, m_flags);
+        }
         for (int row = 0; row < block.window.rows; ++row) {
             const std::size_t line = static_cast<std::size_t>(row) * columns;
+            const std::uint8_t* artefacts =
+                m_task.artefactReach > 0 ? m_flags.data() + firstCell + line : nullptr;
             float* dz = m_dz.data() + line;
             block.compared +=
                 subtract(m_old.data() + firstCell + line, m_new.data() + firstCell + line, columns, dz);
-            if (m_task.artefactReach > 0)
-                m_artefacts.mark(m_old.data(), m_new.data(), read.columns, read.rows,
-                                 block.window.row - read.row + row, m_flags);
             m_finder.find(dz, block.window.columns, block.window.row + row, block.window.column, block.runs,
-                          m_task.artefactReach > 0 ? m_flags.data() : nullptr);
+                          artefacts);
         }
         dropLonelyRuns(block.runs, block.window.row, block.window.row + block.window.rows - 1);
         if (m_task.keepDz)
@@ -114,8 +118,9 @@ public:
 
 private:
     CellWindow withNeighbours(CellWindow window) const {
-        window.row -= m_task.artefactReach;
-        window.rows += 2 * m_task.artefactReach;
+        const int neighbours = m_task.artefactReach > 0 ? m_artefacts.neighbourRows() : 0;
+        window.row -= neighbours;
+        window.rows += 2 * neighbours;
         return intersect(window, m_task.overlap);
     }
 

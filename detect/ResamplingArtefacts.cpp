@@ -9,6 +9,11 @@ namespace detect {
 namespace {
 
 constexpr int farthestReach = 8;
+/// Of walls and crowns higher than this, blurring may take the given share of what stands above it.
+constexpr float crownMetres = 2.0F;
+constexpr float crownLoss = 1.0F / 3.0F;
+/// A suspect needs this many undoubted neighbours for each suspect one.
+constexpr int undoubtedForSuspect = 2;
 
 double cellMetres(const Grid& grid) {
     const std::array<double, 4> step = grid.cellStepsMetres();
@@ -23,35 +28,73 @@ int ResamplingArtefacts::reachCells(const Grid& oldGrid, const Grid& newGrid) {
 }
 
 void ResamplingArtefacts::mark(const float* oldHeights, const float* newHeights, int columns, int rows,
-                               int row, std::vector<std::uint8_t>& flags) const {
-    flags.assign(static_cast<std::size_t>(columns), 0);
-    const std::size_t first = static_cast<std::size_t>(row) * static_cast<std::size_t>(columns);
-    for (int column = 0; column < columns; ++column) {
-        const std::size_t cell = first + static_cast<std::size_t>(column);
-        const float before = oldHeights[cell];
-        const float after = newHeights[cell];
-        if (!(std::abs(after - before) >= m_threshold))
-            continue;
-        const bool artefact = explains(oldHeights, columns, rows, row, column, after, 0.0F) &&
-                              explains(newHeights, columns, rows, row, column, before, m_threshold);
-        flags[static_cast<std::size_t>(column)] = artefact ? 1 : 0;
+                               int first, int end, std::vector<std::uint8_t>& flags) {
+    const auto width = static_cast<std::size_t>(columns);
+    const auto cells = width * static_cast<std::size_t>(rows);
+    const Epoch oldEpoch{oldHeights, columns, rows};
+    const Epoch newEpoch{newHeights, columns, rows};
+    m_states.assign(cells, Unchanged);
+    for (int row = std::max(0, first - m_reach); row < std::min(rows, end + m_reach); ++row)
+        for (int column = 0; column < columns; ++column)
+            m_states[static_cast<std::size_t>(row) * width + static_cast<std::size_t>(column)] =
+                judge(oldEpoch, newEpoch, row, column);
+    flags.assign(cells, 0);
+    for (int row = first; row < end; ++row) {
+        for (int column = 0; column < columns; ++column) {
+            const std::size_t cell = static_cast<std::size_t>(row) * width + static_cast<std::size_t>(column);
+            if (m_states[cell] >= SuspectRaised)
+                flags[cell] = belongsToChange(columns, rows, row, column) ? 0 : 1;
+        }
     }
 }
 
-bool ResamplingArtefacts::explains(const float* around, int columns, int rows, int row, int column,
-                                   float height, float slack) const {
-    float lowest = std::numeric_limits<float>::max();
-    float highest = std::numeric_limits<float>::lowest();
+ResamplingArtefacts::State ResamplingArtefacts::judge(const Epoch& oldEpoch, const Epoch& newEpoch, int row,
+                                                      int column) const {
+    const std::size_t cell = static_cast<std::size_t>(row) * static_cast<std::size_t>(oldEpoch.columns) +
+                             static_cast<std::size_t>(column);
+    const float before = oldEpoch.heights[cell];
+    const float after = newEpoch.heights[cell];
+    if (!(std::abs(after - before) >= m_threshold))
+        return Unchanged;
+    const Range oldRange = around(oldEpoch, row, column);
+    const float slack =
+        m_threshold + crownLoss * std::max(0.0F, oldRange.highest - oldRange.lowest - crownMetres);
+    const bool suspect = oldRange.holds(after, 0.0F) && around(newEpoch, row, column).holds(before, slack);
+    if (after > before)
+        return suspect ? SuspectRaised : Raised;
+    return suspect ? SuspectSunk : Sunk;
+}
+
+ResamplingArtefacts::Range ResamplingArtefacts::around(const Epoch& epoch, int row, int column) const {
+    Range range{std::numeric_limits<float>::max(), std::numeric_limits<float>::lowest()};
     const int left = std::max(0, column - m_reach);
-    const int right = std::min(columns - 1, column + m_reach);
-    for (int r = std::max(0, row - m_reach); r <= std::min(rows - 1, row + m_reach); ++r) {
-        const float* line = around + static_cast<std::size_t>(r) * static_cast<std::size_t>(columns);
+    const int right = std::min(epoch.columns - 1, column + m_reach);
+    for (int r = std::max(0, row - m_reach); r <= std::min(epoch.rows - 1, row + m_reach); ++r) {
+        const float* line =
+            epoch.heights + static_cast<std::size_t>(r) * static_cast<std::size_t>(epoch.columns);
         for (int c = left; c <= right; ++c) {
-            lowest = line[c] < lowest ? line[c] : lowest; // false for NaN
-            highest = line[c] > highest ? line[c] : highest;
+            range.lowest = line[c] < range.lowest ? line[c] : range.lowest; // false for NaN
+            range.highest = line[c] > range.highest ? line[c] : range.highest;
         }
     }
-    return height >= lowest - slack && height <= highest + slack;
+    return range;
+}
+
+bool ResamplingArtefacts::belongsToChange(int columns, int rows, int row, int column) const {
+    const auto stateAt = [&](int r, int c) {
+        return m_states[static_cast<std::size_t>(r) * static_cast<std::size_t>(columns) +
+                        static_cast<std::size_t>(c)];
+    };
+    const State suspect = stateAt(row, column);
+    const State undoubted = suspect == SuspectRaised ? Raised : Sunk;
+    int balance = 0;
+    for (int r = std::max(0, row - m_reach); r <= std::min(rows - 1, row + m_reach); ++r) {
+        for (int c = std::max(0, column - m_reach); c <= std::min(columns - 1, column + m_reach); ++c) {
+            const State state = stateAt(r, c);
+            balance += state == undoubted ? 1 : state == suspect ? -undoubtedForSuspect : 0;
+        }
+    }
+    return balance > 0;
 }
 
 } // namespace detect

@@ -11,10 +11,11 @@ namespace detect {
 /// blurs walls, crowns and edges by about a cell of the coarser raster, and the blur of a ten-metre wall is
 /// no small dZ.
 ///
-/// A cell is an artefact when its new height lies between the lowest and highest old height around it, and
-/// its old height between those of the new epoch, give or take the grow threshold (blurred crowns are lower).
-/// Ground that really rose or sank leaves that range in at least one epoch, so changes keep their edges and
-/// volumes.
+/// A cell is suspect when its new height lies between the lowest and highest old height around it, and its
+/// old height between those of the new epoch, give or take the grow threshold and a third of what the old
+/// range exceeds 2 m by (blurred crowns are lower). Ground that really rose or sank leaves that range in at
+/// least one epoch, except at its gentle rims: a suspect with twice as many undoubted cells of its sign
+/// around it as suspect ones belongs to them. The other suspects are artefacts.
 class ResamplingArtefacts {
 public:
     /// How many old cells around a cell are looked at.
@@ -23,17 +24,40 @@ public:
     ResamplingArtefacts(int reachCells, float growThresholdMetres)
         : m_reach(reachCells), m_threshold(growThresholdMetres) {}
 
+    /// So many rows above and below have a say about a row.
+    int neighbourRows() const { return 2 * m_reach; }
+
     /// Both epochs on the old grid (packed rows of `columns` cells, `rows` of them), bias removed, NaN for no
-    /// height. Fills one flag for each cell of `row`: set when it is an artefact.
-    void mark(const float* oldHeights, const float* newHeights, int columns, int rows, int row,
-              std::vector<std::uint8_t>& flags) const;
+    /// height. Fills a flag for each cell of `rows`, set for the artefacts among rows `first` up to, not
+    /// including, `end`.
+    void mark(const float* oldHeights, const float* newHeights, int columns, int rows, int first, int end,
+              std::vector<std::uint8_t>& flags);
 
 private:
-    bool explains(const float* around, int columns, int rows, int row, int column, float height,
-                  float slack) const;
+    enum State : std::uint8_t { Unchanged, Raised, Sunk, SuspectRaised, SuspectSunk };
+
+    struct Epoch {
+        const float* heights;
+        int columns;
+        int rows;
+    };
+
+    struct Range {
+        float lowest;
+        float highest;
+
+        bool holds(float height, float slack) const {
+            return height >= lowest - slack && height <= highest + slack;
+        }
+    };
+
+    State judge(const Epoch& oldEpoch, const Epoch& newEpoch, int row, int column) const;
+    Range around(const Epoch& epoch, int row, int column) const;
+    bool belongsToChange(int columns, int rows, int row, int column) const;
 
     int m_reach;
     float m_threshold;
+    std::vector<State> m_states;
 };
 
 } // namespace detect

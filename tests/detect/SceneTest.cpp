@@ -181,6 +181,33 @@ TEST_F(Scene, MuchFinerAndMuchCoarserNewRastersWork) {
     }
 }
 
+TEST_F(Scene, BlurredWallsOfACoarserNewRasterAreNoChanges) {
+    const auto built = [](const Point& p) {
+        const double x = p.x - west;
+        const double y = north - p.y;
+        double height = ground(p);
+        for (const auto& [left, top] : {std::pair{10.0, 45.0}, {50.0, 50.0}, {90.0, 10.0}, {115.0, 30.0}})
+            if (x > left && x < left + 12.0 && y > top && y < top + 9.0)
+                height += 9.0;
+        return height;
+    };
+    m_request.oldRaster = "/vsimem/scene-old.tif";
+    writeRaster(m_request.oldRaster, scenePlan(), built);
+    for (const double cell : {0.7, 0.9, 1.3}) {
+        SCOPED_TRACE(cell);
+        RasterPlan plan = scenePlan();
+        plan.columns = static_cast<int>(140.0 / cell);
+        plan.rows = static_cast<int>(110.0 / cell);
+        plan.toMap = {west, cell, 0.0, north, 0.0, -cell};
+        writeNew(plan, built);
+        EXPECT_TRUE(detectOrFail(m_request).anomalies.empty());
+        // One house falls, the others stay.
+        const std::vector<Change> fallen = {boxChange(50, 50, 62, 59, -9.0)};
+        writeNew(plan, [&](const Point& p) { return built(p) + changeAt(fallen, p); });
+        expectChanges(detectOrFail(m_request), fallen, 0.06);
+    }
+}
+
 TEST_F(Scene, SouthUpRasterWorks) {
     RasterPlan plan = scenePlan();
     plan.toMap = {west, 0.5, 0.0, north - 110.0, 0.0, 0.5};
