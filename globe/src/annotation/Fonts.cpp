@@ -39,8 +39,11 @@ std::map<std::string, std::string> systemFonts() {
 }
 
 osg::ref_ptr<osgText::Font> readFont(const std::string& name) {
-    if (osg::ref_ptr<osgText::Font> font = osgText::readRefFontFile(name))
-        return font;
+    // osgText answers an unknown name with whatever font the system likes best, which may lack the glyphs.
+    const std::string file = osgText::findFontFile(name);
+    if (std::filesystem::path(file).filename() == std::filesystem::path(name).filename())
+        if (osg::ref_ptr<osgText::Font> font = osgText::readRefFontFile(file))
+            return font;
     static const std::map<std::string, std::string> installed = systemFonts();
     const auto found = installed.find(name);
     if (found != installed.end())
