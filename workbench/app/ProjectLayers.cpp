@@ -106,7 +106,7 @@ std::optional<osgEarth::Viewpoint> ProjectLayers::overview() const {
     if (!footprint)
         return std::nullopt;
     constexpr double kPitchDegrees = -50.0;
-    constexpr double kRangePerRadius = 1.9;
+    constexpr double kRangePerRadius = 2.7;
     return osgEarth::Viewpoint("overview", footprint->centre.x(), footprint->centre.y(), footprint->centre.z(), 0.0,
                                kPitchDegrees, kRangePerRadius * footprint->radiusMetres);
 }

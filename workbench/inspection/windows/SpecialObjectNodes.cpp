@@ -42,7 +42,9 @@ osg::ref_ptr<PlaceNode> label(const KV_BasicNode& record, osgEarth::MapNode& map
     text->font() = "simhei.ttf";
     text->encoding() = TextSymbol::ENCODING_UTF8;
     const osg::Vec3d& at = record.GetCoor();
-    const osgEarth::GeoPoint position(map.getMapSRS(), at.x(), at.y(), at.z(), osgEarth::ALTMODE_ABSOLUTE);
+    // Objects that were digitised on the globe know their height; imported outlines may not.
+    const auto mode = at.z() == 0.0 ? osgEarth::ALTMODE_RELATIVE : osgEarth::ALTMODE_ABSOLUTE;
+    const osgEarth::GeoPoint position(map.getMapSRS(), at.x(), at.y(), at.z(), mode);
     osg::ref_ptr<osg::Image> icon = osgDB::readRefImageFile("icon/Placemark_32.png");
     osg::ref_ptr<PlaceNode> node = new PlaceNode(position, gbkToUtf8(record.GetName()), style, icon.get());
     node->setDynamic(true);

@@ -22,11 +22,11 @@ StationTree::StationTree(QWidget* parent) : QTreeWidget(parent) {
     setUniformRowHeights(true);
     setExpandsOnDoubleClick(false);
     setSelectionMode(QAbstractItemView::SingleSelection);
-    reset();
+    makeGroups();
     connect(this, SIGNAL(itemChanged(QTreeWidgetItem*, int)), this, SLOT(extendCheck(QTreeWidgetItem*, int)));
 }
 
-void StationTree::reset() {
+void StationTree::makeGroups() {
     const QSignalBlocker quiet(this);
     clear();
     m_lastChecked = nullptr;

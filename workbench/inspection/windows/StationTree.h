@@ -22,7 +22,7 @@ public:
     explicit StationTree(QWidget* parent = nullptr);
 
     /// Rebuilt empty, with its four groups.
-    void reset();
+    void makeGroups();
     QTreeWidgetItem* stationRoot() const { return m_stations; }
     /// The group of an object type code; null for another code.
     QTreeWidgetItem* objectRoot(int objectType) const;
