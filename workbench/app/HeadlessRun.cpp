@@ -1,5 +1,7 @@
 #include "workbench/app/HeadlessRun.h"
 
+#include "host/inspection/AVWindow.h"
+#include "host/inspection/IORVAContext.h"
 #include "workbench/app/MainWindow.h"
 #include "workbench/app/ToolArea.h"
 #include "workbench/inspection/compute/ComputeAnomalies.h"
@@ -16,6 +18,7 @@
 #include <QLabel>
 #include <QMouseEvent>
 #include <QSaveFile>
+#include <QTableView>
 #include <QTextStream>
 #include <QTreeWidget>
 
@@ -34,6 +37,13 @@ void clickWithMouse(QWidget& widget) {
     const QPoint centre = widget.rect().center();
     sendMouse(widget, QEvent::MouseButtonPress, centre, Qt::LeftButton);
     sendMouse(widget, QEvent::MouseButtonRelease, centre, Qt::NoButton);
+}
+
+void doubleClickWithMouse(QWidget& widget, const QPoint& position) {
+    sendMouse(widget, QEvent::MouseButtonPress, position, Qt::LeftButton);
+    sendMouse(widget, QEvent::MouseButtonRelease, position, Qt::NoButton);
+    sendMouse(widget, QEvent::MouseButtonDblClick, position, Qt::LeftButton);
+    sendMouse(widget, QEvent::MouseButtonRelease, position, Qt::NoButton);
 }
 
 void pressKey(QWidget& widget, Qt::Key key) {
@@ -62,7 +72,8 @@ int HeadlessRun::run() {
     const bool worked = runStep("show", &HeadlessRun::showCorridor) && runStep("tick", &HeadlessRun::tickStations) &&
                         runStep("compute", &HeadlessRun::computeAnomalies) &&
                         runStep("north", &HeadlessRun::turnNorth) && runStep("report", &HeadlessRun::writeReport) &&
-                        runStep("shape", &HeadlessRun::writeShapes) && runStep("window", &HeadlessRun::saveWindow);
+                        runStep("shape", &HeadlessRun::writeShapes) && runStep("look", &HeadlessRun::lookAtFirstAnomaly) &&
+                        runStep("window", &HeadlessRun::saveWindow);
     m_seconds["total"] = static_cast<double>(clock.elapsed()) / 1000.0;
     const bool summarised = writeSummary(worked);
     if (!worked || !summarised) {
@@ -134,10 +145,18 @@ bool HeadlessRun::writeShapes() {
     return pressAndWaitForOutput(QString::fromUtf8("输出shape"));
 }
 
+bool HeadlessRun::lookAtFirstAnomaly() {
+    if (m_results["anomalies"].toInt() == 0)
+        return true;
+    auto* table = IORVAContext::Instance()->GetAVWindow()->findChild<QTableView*>();
+    if (!table || !table->model() || table->model()->rowCount() == 0)
+        return fail("the anomaly table is empty");
+    doubleClickWithMouse(*table->viewport(), table->visualRect(table->model()->index(0, 0)).center());
+    m_window.globe().requestRedraw();
+    return waitUntil([this] { return m_window.globe().isPictureComplete(); }, "the picture of an anomaly");
+}
+
 bool HeadlessRun::saveWindow() {
-    m_window.goToOverview();
-    if (!waitUntil([this] { return m_window.globe().isPictureComplete(); }, "the picture of the overview"))
-        return false;
     const QString file = QDir(m_folder).filePath("window.png");
     return m_window.grab().save(file) || fail(file + ": cannot be written");
 }

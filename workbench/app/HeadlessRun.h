@@ -14,7 +14,7 @@ class QAbstractButton;
 class QWidget;
 
 /// Does the whole job as a user would, with mouse and key events on the real window: ticks the stations, computes the
-/// anomalies, turns the view to the north, writes report and shape files. Leaves in its folder window.png, report.pdf,
+/// anomalies, turns the view to the north, writes report and shape files, looks at the first anomaly. Leaves in its folder window.png, report.pdf,
 /// the shape files and summary.json. GUI thread.
 class HeadlessRun : public QObject {
     Q_OBJECT
@@ -36,6 +36,7 @@ private:
     bool turnNorth();
     bool writeReport();
     bool writeShapes();
+    bool lookAtFirstAnomaly();
     bool saveWindow();
 
     bool runStep(const char* name, Step step);
