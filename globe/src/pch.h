@@ -1,5 +1,10 @@
 // Headers that nearly every source of the globe reads.
 #pragma once
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <memory>
+#include <mutex>
 #include <osg/Geometry>
 #include <osg/MatrixTransform>
 #include <osg/NodeVisitor>
@@ -7,10 +12,5 @@
 #include <osg/StateSet>
 #include <osg/observer_ptr>
 #include <osgUtil/CullVisitor>
-#include <algorithm>
-#include <cmath>
-#include <map>
-#include <memory>
-#include <mutex>
 #include <string>
 #include <vector>

@@ -120,11 +120,13 @@ osg::ref_ptr<osg::Image> OffscreenGlobe::picture() {
 
 std::string worldVrt(const std::string& image, const std::string& vrtPath) {
     GDALAllRegister();
-    const char* const arguments[] = {"-of", "VRT", "-a_srs", "EPSG:4326", "-a_ullr", "-180", "90", "180", "-90", nullptr};
+    const char* const arguments[] = {"-of",  "VRT", "-a_srs", "EPSG:4326", "-a_ullr",
+                                     "-180", "90",  "180",    "-90",       nullptr};
     GDALTranslateOptions* options = GDALTranslateOptionsNew(const_cast<char**>(arguments), nullptr);
     GDALDatasetH source = GDALOpen(image.c_str(), GA_ReadOnly);
     int usageError = 0;
-    GDALDatasetH vrt = source != nullptr ? GDALTranslate(vrtPath.c_str(), source, options, &usageError) : nullptr;
+    GDALDatasetH vrt =
+        source != nullptr ? GDALTranslate(vrtPath.c_str(), source, options, &usageError) : nullptr;
     GDALTranslateOptionsFree(options);
     GDALClose(vrt);
     GDALClose(source);

@@ -49,7 +49,8 @@ TEST(SpatialReference, SharesOneObjectPerDefinition) {
     EXPECT_EQ(SpatialReference::create("epsg:4545"), SpatialReference::get("epsg:4545"));
     EXPECT_NE(SpatialReference::create("EPSG:4326"), nullptr);
     EXPECT_TRUE(SpatialReference::create("WGS84")->isEquivalentTo(SpatialReference::create("epsg:4326")));
-    EXPECT_TRUE(SpatialReference::get("spherical-mercator")->isHorizEquivalentTo(SpatialReference::get("epsg:900913")));
+    EXPECT_TRUE(SpatialReference::get("spherical-mercator")
+                    ->isHorizEquivalentTo(SpatialReference::get("epsg:900913")));
 }
 
 TEST(SpatialReference, RefusesUnusableDefinitions) {
@@ -100,16 +101,19 @@ TEST(SpatialReference, AgreesWithGdalOnEveryPair) {
         for (const char* to : systems) {
             const osg::Vec3d start = askGdal("EPSG:4326", from, osg::Vec3d(109.35, 33.71, 0.0));
             osg::Vec3d out;
-            ASSERT_TRUE(SpatialReference::get(from)->transform(start, SpatialReference::get(to), out)) << from << to;
+            ASSERT_TRUE(SpatialReference::get(from)->transform(start, SpatialReference::get(to), out))
+                << from << to;
             const osg::Vec3d expected = askGdal(from, to, start);
-            EXPECT_NEAR((out - expected).length(), 0.0, 1e-9 * std::max(1.0, expected.length())) << from << to;
+            EXPECT_NEAR((out - expected).length(), 0.0, 1e-9 * std::max(1.0, expected.length()))
+                << from << to;
         }
     }
 }
 
 TEST(SpatialReference, ConvertsToGeocentricAsProjDoes) {
     const SpatialReference* wgs84 = SpatialReference::get("wgs84");
-    const osg::Vec3d places[] = {{108.9, 34.3, 450.0}, {0.0, 0.0, 0.0}, {-179.9, -89.5, 12000.0}, {10.0, 80.0, -300.0}};
+    const osg::Vec3d places[] = {
+        {108.9, 34.3, 450.0}, {0.0, 0.0, 0.0}, {-179.9, -89.5, 12000.0}, {10.0, 80.0, -300.0}};
     for (const osg::Vec3d& place : places) {
         const osg::Vec3d expected = askGdal("EPSG:4979", "EPSG:4978", place);
         osg::Vec3d world;
@@ -124,14 +128,16 @@ TEST(SpatialReference, ConvertsToGeocentricAsProjDoes) {
         osg::Vec3d viaTransform;
         ASSERT_TRUE(wgs84->transform(place, wgs84->getGeocentricSRS(), viaTransform));
         EXPECT_NEAR((viaTransform - expected).length(), 0.0, 1e-6);
-        ASSERT_TRUE(wgs84->getGeocentricSRS()->transform(viaTransform, SpatialReference::get("epsg:4326"), back));
+        ASSERT_TRUE(
+            wgs84->getGeocentricSRS()->transform(viaTransform, SpatialReference::get("epsg:4326"), back));
         EXPECT_NEAR(back.y(), place.y(), 1e-10);
     }
 }
 
 TEST(SpatialReference, TakesAnyWorldPoint) {
     osg::Vec3d out;
-    EXPECT_TRUE(SpatialReference::get("wgs84")->transformFromWorld(osg::Vec3d(-9999999, -9999999, -9999999), out));
+    EXPECT_TRUE(
+        SpatialReference::get("wgs84")->transformFromWorld(osg::Vec3d(-9999999, -9999999, -9999999), out));
     EXPECT_NEAR(out.x(), -135.0, 1e-6);
     EXPECT_TRUE(std::isfinite(out.y()) && std::isfinite(out.z()));
     EXPECT_TRUE(SpatialReference::get("wgs84")->transformFromWorld(osg::Vec3d(), out));
@@ -143,7 +149,8 @@ TEST(SpatialReference, LeavesTheOutputAloneOnFailure) {
     EXPECT_FALSE(SpatialReference::get("wgs84")->transform(osg::Vec3d(), nullptr, out));
     EXPECT_EQ(out, osg::Vec3d(1.0, 2.0, 3.0));
     // The antipode of a transverse Mercator zone has no coordinates in it.
-    EXPECT_FALSE(SpatialReference::get("wgs84")->transform(osg::Vec3d(-1.0, 0.0, 0.0), SpatialReference::get("epsg:32646"), out));
+    EXPECT_FALSE(SpatialReference::get("wgs84")->transform(osg::Vec3d(-1.0, 0.0, 0.0),
+                                                           SpatialReference::get("epsg:32646"), out));
     EXPECT_EQ(out, osg::Vec3d(1.0, 2.0, 3.0));
     std::vector<osg::Vec3d> points = {osg::Vec3d(93.0, 10.0, 0.0), osg::Vec3d(-87.0, 0.0, 0.0)};
     const auto before = points;
@@ -176,8 +183,8 @@ TEST(SpatialReference, AnswersManyThreadsAtOnce) {
         threads.emplace_back([&] {
             for (int i = 0; i < 2000; ++i) {
                 osg::Vec3d out;
-                const bool done = SpatialReference::get("wgs84")->transform(osg::Vec3d(108.9, 34.3, 0.0),
-                                                                            SpatialReference::get("epsg:4545"), out);
+                const bool done = SpatialReference::get("wgs84")->transform(
+                    osg::Vec3d(108.9, 34.3, 0.0), SpatialReference::get("epsg:4545"), out);
                 wrong += !done || (out - expected).length() > 1e-6 ? 1 : 0;
             }
         });
@@ -209,7 +216,8 @@ TEST(GeoPoint, DefaultsToTheModeItsConstructorImplies) {
     EXPECT_TRUE(GeoPoint(wgs84, 1.0, 2.0, 3.0).isAbsolute());
     EXPECT_TRUE(GeoPoint(wgs84, osg::Vec3d(1.0, 2.0, 3.0)).isAbsolute());
     EXPECT_FALSE(GeoPoint() == GeoPoint());
-    EXPECT_TRUE(GeoPoint(wgs84, 1.0, 2.0, 3.0) == GeoPoint(SpatialReference::get("epsg:4326"), 1.0, 2.0, 3.0));
+    EXPECT_TRUE(GeoPoint(wgs84, 1.0, 2.0, 3.0) ==
+                GeoPoint(SpatialReference::get("epsg:4326"), 1.0, 2.0, 3.0));
     EXPECT_TRUE(GeoPoint(wgs84, 1.0, 2.0, 0.0) != GeoPoint(wgs84, 1.0, 2.0));
 }
 
@@ -244,7 +252,8 @@ TEST(GeoPoint, MeasuresDistancesInMetres) {
     const SpatialReference* wgs84 = SpatialReference::get("wgs84");
     EXPECT_NEAR(GeoPoint(wgs84, 0.0, 0.0, 0.0).distanceTo(GeoPoint(wgs84, 0.0, 1.0, 0.0)), 111195.0, 200.0);
     const SpatialReference* gauss = SpatialReference::get("epsg:4545");
-    EXPECT_DOUBLE_EQ(GeoPoint(gauss, 500000.0, 0.0, 0.0).distanceTo(GeoPoint(gauss, 500003.0, 4.0, 0.0)), 5.0);
+    EXPECT_DOUBLE_EQ(GeoPoint(gauss, 500000.0, 0.0, 0.0).distanceTo(GeoPoint(gauss, 500003.0, 4.0, 0.0)),
+                     5.0);
 }
 
 TEST(GeoExtent, ConvertsItsOutline) {

@@ -11,7 +11,8 @@
 
 int main(int argc, char** argv) {
     if (argc < 8) {
-        std::cerr << "usage: globe_pictures OUT.png LON LAT ALT HEADING PITCH RANGE [image:FILE|elevation:FILE]...\n";
+        std::cerr << "usage: globe_pictures OUT.png LON LAT ALT HEADING PITCH RANGE "
+                     "[image:FILE|elevation:FILE]...\n";
         return 2;
     }
     globetest::OffscreenGlobe globe(1280, 800);

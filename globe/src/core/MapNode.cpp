@@ -34,8 +34,9 @@ MapNode::MapNode(Map* map, const MapNodeOptions& options)
     if (_options.enableLighting().isSet()) {
         const bool lit = _options.enableLighting().get();
         getOrCreateStateSet()->setMode(GL_LIGHTING, lit ? osg::StateAttribute::ON : osg::StateAttribute::OFF);
-        _engine->getOrCreateStateSet()->getOrCreateUniform("oe_terrain_relief", osg::Uniform::FLOAT)->set(
-            lit ? 1.0F : 0.0F);
+        _engine->getOrCreateStateSet()
+            ->getOrCreateUniform("oe_terrain_relief", osg::Uniform::FLOAT)
+            ->set(lit ? 1.0F : 0.0F);
     }
 }
 

@@ -1,6 +1,6 @@
+#include <osgDB/FileUtils>
 #include <osgEarth/ObjectIndex>
 #include <osgEarth/Registry>
-#include <osgDB/FileUtils>
 #include <osgText/Font>
 
 namespace osgEarth {
@@ -16,12 +16,12 @@ osg::ref_ptr<Registry>& instanceSlot() {
     return slot;
 }
 
-// Fonts with CJK glyphs that Debian and Windows ship, best first. By their paths: osgText answers an unknown name with
-// whatever font the system likes best, which may lack the glyphs.
+// Fonts with CJK glyphs that Debian and Windows ship, best first. By their paths: osgText answers an unknown
+// name with whatever font the system likes best, which may lack the glyphs.
 osgText::Font* readSystemFont() {
-    for (const char* path :
-         {"/usr/share/fonts/truetype/wqy/wqy-zenhei.ttc", "/usr/share/fonts/opentype/noto/NotoSansCJK-Regular.ttc",
-          "C:/Windows/Fonts/simhei.ttf", "C:/Windows/Fonts/msyh.ttc"}) {
+    for (const char* path : {"/usr/share/fonts/truetype/wqy/wqy-zenhei.ttc",
+                             "/usr/share/fonts/opentype/noto/NotoSansCJK-Regular.ttc",
+                             "C:/Windows/Fonts/simhei.ttf", "C:/Windows/Fonts/msyh.ttc"}) {
         osg::ref_ptr<osgText::Font> font;
         if (osgDB::fileExists(path)) {
             font = osgText::readRefFontFile(path);

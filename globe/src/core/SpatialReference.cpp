@@ -36,17 +36,16 @@ std::string lowerCase(std::string text) {
 
 // What GDAL understands for the short names.
 std::string definitionFor(const std::string& init) {
-    static const std::map<std::string, std::string> names = {
-        {"wgs84", "EPSG:4326"},
-        {"global-geodetic", "EPSG:4326"},
-        {"spherical-mercator", sphericalMercatorProj},
-        {"global-mercator", sphericalMercatorProj},
-        {"epsg:900913", sphericalMercatorProj},
-        {"epsg:3785", sphericalMercatorProj},
-        {"epsg:102113", sphericalMercatorProj},
-        {"world-mercator", worldMercatorProj},
-        {"plate-carre", plateCarreeProj},
-        {"plate-carree", plateCarreeProj}};
+    static const std::map<std::string, std::string> names = {{"wgs84", "EPSG:4326"},
+                                                             {"global-geodetic", "EPSG:4326"},
+                                                             {"spherical-mercator", sphericalMercatorProj},
+                                                             {"global-mercator", sphericalMercatorProj},
+                                                             {"epsg:900913", sphericalMercatorProj},
+                                                             {"epsg:3785", sphericalMercatorProj},
+                                                             {"epsg:102113", sphericalMercatorProj},
+                                                             {"world-mercator", worldMercatorProj},
+                                                             {"plate-carre", plateCarreeProj},
+                                                             {"plate-carree", plateCarreeProj}};
     const auto found = names.find(lowerCase(init));
     return found != names.end() ? found->second : init;
 }
@@ -162,7 +161,8 @@ SpatialReference::SpatialReference(std::unique_ptr<OGRSpatialReference> ogr, std
 
 SpatialReference::~SpatialReference() = default;
 
-bool SpatialReference::transform(const osg::Vec3d& in, const SpatialReference* outSRS, osg::Vec3d& out) const {
+bool SpatialReference::transform(const osg::Vec3d& in, const SpatialReference* outSRS,
+                                 osg::Vec3d& out) const {
     osg::Vec3d point = in;
     if (outSRS == nullptr || !transformPoints(1, &point.x(), &point.y(), &point.z(), *outSRS)) {
         return false;

@@ -51,12 +51,13 @@ bool TransformPool::transform(const SpatialReference& from, const SpatialReferen
         }
     }
 
-    CPLPushErrorHandler(CPLQuietErrorHandler); // a point outside a projection's reach is an answer, not an error
+    CPLPushErrorHandler(
+        CPLQuietErrorHandler); // a point outside a projection's reach is an answer, not an error
     if (transformation == nullptr) {
         transformation.reset(OGRCreateCoordinateTransformation(&from.ogr(), &to.ogr()));
     }
-    bool converted = transformation != nullptr &&
-                     transformation->Transform(static_cast<int>(count), x, y, z) != 0;
+    bool converted =
+        transformation != nullptr && transformation->Transform(static_cast<int>(count), x, y, z) != 0;
     CPLPopErrorHandler();
     for (std::size_t i = 0; converted && i < count; ++i) {
         converted = std::isfinite(x[i]) && std::isfinite(y[i]);

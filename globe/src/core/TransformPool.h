@@ -18,8 +18,8 @@ class TransformPool {
 public:
     static TransformPool& instance();
 
-    /// Converts in place between two systems that are geographic or projected (or both geocentric). False when no
-    /// conversion exists or a point fails; the ordinates are then undefined.
+    /// Converts in place between two systems that are geographic or projected (or both geocentric). False
+    /// when no conversion exists or a point fails; the ordinates are then undefined.
     bool transform(const SpatialReference& from, const SpatialReference& to, std::size_t count, double* x,
                    double* y, double* z);
     /// Same horizontal definition, names apart.

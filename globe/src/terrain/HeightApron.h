@@ -6,9 +6,10 @@
 namespace osgEarth {
 class RasterSource;
 
-/// A survey hangs hundreds of metres above the bare ellipsoid around it, and its holes would be shafts. The terrain that
-/// is drawn therefore goes on smoothly: holes take the heights around them, and outside the heights at the edge run out to
-/// zero over a width that grows with them. Questions about elevation never see these heights. Thread safe.
+/// A survey hangs hundreds of metres above the bare ellipsoid around it, and its holes would be shafts. The
+/// terrain that is drawn therefore goes on smoothly: holes take the heights around them, and outside the
+/// heights at the edge run out to zero over a width that grows with them. Questions about elevation never see
+/// these heights. Thread safe.
 class HeightApron {
 public:
     explicit HeightApron(RasterSource& source) : _source(source) {}

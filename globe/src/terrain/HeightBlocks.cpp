@@ -43,7 +43,8 @@ float HeightBlocks::sample(double column, double row) {
     }
     const int right = columns > 1 ? 1 : 0;
     const int below = rows > 1 ? block->width : 0;
-    const float* cell = &block->heights[static_cast<std::size_t>(top % blockCells * block->width + left % blockCells)];
+    const float* cell =
+        &block->heights[static_cast<std::size_t>(top % blockCells * block->width + left % blockCells)];
     return bilinearAcrossHoles(cell[0], cell[right], cell[below], cell[below + right], x - left, y - top);
 }
 

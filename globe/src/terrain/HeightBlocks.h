@@ -16,8 +16,8 @@ class HeightBlocks {
 public:
     explicit HeightBlocks(RasterSource& source) : _source(source) {}
 
-    /// Bilinear height at fractional cell coordinates (cell centres at .5); NaN outside the raster and in holes.
-    /// Beside a hole the valid neighbours decide, provided the nearest cell is valid.
+    /// Bilinear height at fractional cell coordinates (cell centres at .5); NaN outside the raster and in
+    /// holes. Beside a hole the valid neighbours decide, provided the nearest cell is valid.
     float sample(double column, double row);
 
 private:

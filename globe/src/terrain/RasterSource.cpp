@@ -208,7 +208,8 @@ void RasterSource::inspectBands(GDALDataset& dataset) {
         _colours = bands == 2 && isAlpha(2) ? Colours::GreyAlpha : Colours::Grey;
     }
     const int maskFlags = first.GetMaskFlags();
-    _hasMask = (maskFlags & GMF_ALL_VALID) == 0 && _colours != Colours::Rgba && _colours != Colours::GreyAlpha;
+    _hasMask =
+        (maskFlags & GMF_ALL_VALID) == 0 && _colours != Colours::Rgba && _colours != Colours::GreyAlpha;
 
     if (first.GetRasterDataType() != GDT_Byte) {
         double range[2] = {0.0, 255.0};
@@ -263,8 +264,8 @@ bool RasterSource::readHeights(const CellWindow& window, std::vector<float>& hei
 bool RasterSource::readImageFrom(GDALDataset& dataset, const CellWindow& window,
                                  std::vector<std::uint8_t>& rgba) const {
     const QuietErrors quiet;
-    const std::size_t count = static_cast<std::size_t>(window.reducedWidth()) *
-                              static_cast<std::size_t>(window.reducedHeight());
+    const std::size_t count =
+        static_cast<std::size_t>(window.reducedWidth()) * static_cast<std::size_t>(window.reducedHeight());
     rgba.assign(count * 4, 255);
     const auto readChannel = [&](GDALRasterBand* band, std::size_t channel, GDALRIOResampleAlg algorithm) {
         if (band->GetRasterDataType() == GDT_Byte) {
@@ -309,8 +310,8 @@ bool RasterSource::readImageFrom(GDALDataset& dataset, const CellWindow& window,
 bool RasterSource::readHeightsFrom(GDALDataset& dataset, const CellWindow& window,
                                    std::vector<float>& heights) const {
     const QuietErrors quiet;
-    const std::size_t count = static_cast<std::size_t>(window.reducedWidth()) *
-                              static_cast<std::size_t>(window.reducedHeight());
+    const std::size_t count =
+        static_cast<std::size_t>(window.reducedWidth()) * static_cast<std::size_t>(window.reducedHeight());
     heights.resize(count);
     GDALRasterBand* band = dataset.GetRasterBand(1);
     if (!readBand(band, window, heights.data(), GDT_Float32, sizeof(float), GRIORA_Average)) {
@@ -355,7 +356,8 @@ bool RasterSource::readReducedImage(const CellWindow& window, std::vector<std::u
         }
     }
     GDALRasterIOExtraArg argument = resampling(GRIORA_Average);
-    rgba.resize(static_cast<std::size_t>(window.reducedWidth()) * static_cast<std::size_t>(window.reducedHeight()) * 4);
+    rgba.resize(static_cast<std::size_t>(window.reducedWidth()) *
+                static_cast<std::size_t>(window.reducedHeight()) * 4);
     const int width = std::min((window.width + _reducedStep - 1) / _reducedStep,
                                whole.reducedWidth() - window.column / _reducedStep);
     const int height = std::min((window.height + _reducedStep - 1) / _reducedStep,

@@ -29,8 +29,8 @@ struct CellWindow {
     int reducedHeight() const { return (height + step - 1) / step; }
 };
 
-/// One raster opened through GDAL. Every method may be called from any thread; each reading thread borrows a data
-/// set of its own from a pool.
+/// One raster opened through GDAL. Every method may be called from any thread; each reading thread borrows a
+/// data set of its own from a pool.
 class RasterSource : public std::enable_shared_from_this<RasterSource> {
 public:
     /// Opens a file, or all rasters of a folder as one. Null on failure, with the cause in the status.
@@ -48,7 +48,8 @@ public:
     /// Height of a cell in degrees of latitude.
     double resolutionDegrees() const { return _geographicExtent.height() / _rows; }
 
-    /// Position in the raster's system to fractional cell coordinates; (0, 0) is the outer corner of the first cell.
+    /// Position in the raster's system to fractional cell coordinates; (0, 0) is the outer corner of the
+    /// first cell.
     void toCells(double x, double y, double& column, double& row) const;
 
     /// RGBA, 4 bytes a cell, row by row from the top. False when the file cannot be read.

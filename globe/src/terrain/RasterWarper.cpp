@@ -13,8 +13,8 @@ namespace {
 
 constexpr double nowhere = std::numeric_limits<double>::quiet_NaN();
 
-// Exact conversions are made on this many nodes a side; between them cell coordinates are interpolated. The error stays
-// far below a sample, because tiles shrink faster than projections bend.
+// Exact conversions are made on this many nodes a side; between them cell coordinates are interpolated. The
+// error stays far below a sample, because tiles shrink faster than projections bend.
 constexpr int nodesPerSide = 17;
 
 struct Cell {
@@ -130,7 +130,8 @@ void CellMapping::chooseWindow(const RasterSource& source, const SampleGrid& gri
     }
     CellWindow window;
     window.step = stepFor(cellsPerSample);
-    // Windows start and end on multiples of the step, so that neighbouring tiles read the very same reduced cells.
+    // Windows start and end on multiples of the step, so that neighbouring tiles read the very same reduced
+    // cells.
     const auto alignDown = [&](double value) {
         return static_cast<int>(std::floor(std::max(0.0, value) / window.step)) * window.step;
     };
@@ -152,7 +153,8 @@ struct Neighbours {
     double fx, fy;
 };
 
-std::optional<Neighbours> neighboursOf(const Cell& cell, const CellWindow& window, const RasterSource& source) {
+std::optional<Neighbours> neighboursOf(const Cell& cell, const CellWindow& window,
+                                       const RasterSource& source) {
     const bool inside = cell.column >= 0.0 && cell.row >= 0.0 && cell.column <= source.columns() &&
                         cell.row <= source.rows(); // false for NaN
     if (!inside) {

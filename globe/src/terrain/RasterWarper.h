@@ -8,7 +8,8 @@
 namespace osgEarth {
 class RasterSource;
 
-/// Points of a tile, row by row from the north-west: either pixel centres, or posts that lie on the tile's edges.
+/// Points of a tile, row by row from the north-west: either pixel centres, or posts that lie on the tile's
+/// edges.
 struct SampleGrid {
     GeoExtent extent; // in the map's reference system
     int width = 0;

@@ -44,7 +44,8 @@ TerrainEngineNode::TerrainEngineNode(Map* map, const TerrainOptions& options)
     : _map(map),
       _tileContext(std::make_shared<TileContext>(osg::ref_ptr<const Profile>(map->getProfile()), options)) {
     setName("osgEarth::TerrainEngineNode");
-    setEllipsoidModel(map->isGeocentric() ? new osg::EllipsoidModel(*map->getSRS()->getEllipsoid()) : nullptr);
+    setEllipsoidModel(map->isGeocentric() ? new osg::EllipsoidModel(*map->getSRS()->getEllipsoid())
+                                          : nullptr);
     setCoordinateSystem(map->getSRS()->getWKT());
     setFormat("WKT");
     _terrain = new Terrain(this, map->getProfile(), _tileContext->index());
@@ -52,18 +53,23 @@ TerrainEngineNode::TerrainEngineNode(Map* map, const TerrainOptions& options)
     osg::StateSet* stateSet = getOrCreateStateSet();
     VirtualProgram* program = VirtualProgram::getOrCreate(stateSet);
     program->setFunction("oe_terrain_vertex", terrainVertexShader, ShaderComp::LOCATION_VERTEX_VIEW);
-    program->setFunction("oe_terrain_colour", terrainFragmentShader, ShaderComp::LOCATION_FRAGMENT_COLORING, 0.0F);
+    program->setFunction("oe_terrain_colour", terrainFragmentShader, ShaderComp::LOCATION_FRAGMENT_COLORING,
+                         0.0F);
     stateSet->addUniform(new osg::Uniform("oe_terrain_picture", 0));
     stateSet->addUniform(new osg::Uniform("oe_terrain_relief", 1.0F));
     stateSet->setMode(GL_CULL_FACE, osg::StateAttribute::OFF); // the skirts are seen from both sides
     stateSet->setMode(GL_BLEND, osg::StateAttribute::OFF);
 
+    // An update traversal is asked for only when there is something to announce, so that an idle scene needs
+    // no frames.
+    _tileContext->setEnteredCallback([this] { setNumChildrenRequiringUpdateTraversal(1); });
     followMapChanges();
     addRootTiles();
-    setNumChildrenRequiringUpdateTraversal(1);
 }
 
-TerrainEngineNode::~TerrainEngineNode() = default;
+TerrainEngineNode::~TerrainEngineNode() {
+    _tileContext->setEnteredCallback(nullptr);
+}
 
 void TerrainEngineNode::addRootTiles() {
     unsigned wide = 0;
@@ -83,11 +89,11 @@ void TerrainEngineNode::followMapChanges() {
     if (appearance != _appearance) {
         _appearance = appearance;
         _tileContext->setLayers(*_map);
-        requestRedraw();
     }
 }
 
 void TerrainEngineNode::announceNewTiles() {
+    setNumChildrenRequiringUpdateTraversal(0);
     for (const auto& mesh : _tileContext->takeEnteredTiles()) {
         _terrain->notifyTileAdded(mesh->key(), mesh->node());
     }
@@ -106,13 +112,13 @@ void TerrainEngineNode::requestRedraw() {
 
 void TerrainEngineNode::traverse(osg::NodeVisitor& nv) {
     if (nv.getVisitorType() == osg::NodeVisitor::UPDATE_VISITOR) {
-        followMapChanges();
         announceNewTiles();
         return; // tiles need no update of their own
     }
     if (auto* visitor = dynamic_cast<osgUtil::CullVisitor*>(&nv)) {
         if (TileContext::isViewCamera(*visitor)) {
             noteView(visitor->getCurrentCamera()->getView());
+            followMapChanges();
         }
     }
     osg::CoordinateSystemNode::traverse(nv);

@@ -60,7 +60,8 @@ float TileContext::pixelsPerRadian(const osgUtil::CullVisitor& visitor) {
     if (projection == nullptr || viewport == nullptr) {
         return 1000.0F;
     }
-    const auto pixels = static_cast<float>(viewport->height() * 0.5 * (*projection)(1, 1) / stack.getLODScale());
+    const auto pixels =
+        static_cast<float>(viewport->height() * 0.5 * (*projection)(1, 1) / stack.getLODScale());
     if (isView) {
         _viewPixelsPerRadian = pixels;
     }
@@ -69,8 +70,13 @@ float TileContext::pixelsPerRadian(const osgUtil::CullVisitor& visitor) {
 
 void TileContext::tileEntered(TileMesh* mesh) {
     _index->insert(mesh);
-    const std::lock_guard lock(_mutex);
-    _entered.emplace_back(mesh);
+    {
+        const std::lock_guard lock(_mutex);
+        _entered.emplace_back(mesh);
+    }
+    if (_enteredCallback) {
+        _enteredCallback();
+    }
 }
 
 std::vector<osg::ref_ptr<TileMesh>> TileContext::takeEnteredTiles() {
@@ -78,11 +84,6 @@ std::vector<osg::ref_ptr<TileMesh>> TileContext::takeEnteredTiles() {
     const std::lock_guard lock(_mutex);
     entered.swap(_entered);
     return entered;
-}
-
-bool TileContext::hasEnteredTiles() const {
-    const std::lock_guard lock(_mutex);
-    return !_entered.empty();
 }
 
 } // namespace osgEarth

@@ -9,6 +9,7 @@
 #include <osgUtil/CullVisitor>
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <utility>
@@ -16,7 +17,8 @@
 
 namespace osgEarth {
 
-/// Layers in use, options, the index of loaded tiles, and the measure of refinement. Thread safe except where said.
+/// Layers in use, options, the index of loaded tiles, and the measure of refinement. Thread safe except where
+/// said.
 class TileContext : public std::enable_shared_from_this<TileContext> {
 public:
     TileContext(osg::ref_ptr<const Profile> profile, const TerrainOptions& options);
@@ -46,7 +48,9 @@ public:
     /// Notes tiles that entered the scene; the terrain announces them in its update traversal.
     void tileEntered(TileMesh* mesh);
     std::vector<osg::ref_ptr<TileMesh>> takeEnteredTiles();
-    bool hasEnteredTiles() const;
+    /// Called for every tile that enters, on the thread that runs the frames; set and called on that thread
+    /// only.
+    void setEnteredCallback(std::function<void()> callback) { _enteredCallback = std::move(callback); }
 
 private:
     struct Change {
@@ -59,6 +63,7 @@ private:
     std::shared_ptr<TileIndex> _index;
     std::atomic<int> _revision{0};
     std::atomic<float> _viewPixelsPerRadian{0.0F};
+    std::function<void()> _enteredCallback;
     mutable std::mutex _mutex; // guards what follows
     std::shared_ptr<const LayerStack> _layers;
     std::vector<Change> _changes;

@@ -9,8 +9,9 @@
 namespace osgEarth {
 class TileContext;
 
-/// Answers the pager's requests for files that do not exist: "children/LOD/X/Y" gives a group with the four children of a
-/// tile, "surface/LOD/X/Y" the surface of the tile itself, made anew. Runs on the pager's threads.
+/// Answers the pager's requests for files that do not exist: "children/LOD/X/Y" gives a group with the four
+/// children of a tile, "surface/LOD/X/Y" the surface of the tile itself, made anew. Runs on the pager's
+/// threads.
 class TileLoader : public osgDB::ReadFileCallback {
 public:
     explicit TileLoader(std::weak_ptr<TileContext> context) : _context(std::move(context)) {}

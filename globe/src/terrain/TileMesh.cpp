@@ -12,8 +12,8 @@ namespace {
 constexpr double flatShade = 0.8;
 constexpr double metresPerDegree = 111320.0;
 
-// Light from the north-west at 45 degrees, as on printed maps. The slope is exaggerated with the spacing of the posts,
-// because coarse posts flatten the relief.
+// Light from the north-west at 45 degrees, as on printed maps. The slope is exaggerated with the spacing of
+// the posts, because coarse posts flatten the relief.
 double hillShade(double slopeEast, double slopeNorth, double spacingMetres) {
     const double exaggeration = osg::clampBetween(std::pow(spacingMetres / 5.0, 0.25), 1.0, 5.0);
     const osg::Vec3d light(-0.5, 0.5, std::sqrt(0.5));
@@ -25,7 +25,8 @@ double hillShade(double slopeEast, double slopeNorth, double spacingMetres) {
 
 } // namespace
 
-// Heights and local positions of the posts and of one more ring around them, which the slopes at the edges need.
+// Heights and local positions of the posts and of one more ring around them, which the slopes at the edges
+// need.
 struct TileMesh::Surface {
     Surface(const GeoExtent& extent, int posts, const LayerStack& layers, double verticalScale,
             const osg::Matrixd& worldToLocal);
@@ -59,7 +60,8 @@ TileMesh::Surface::Surface(const GeoExtent& extent, int posts, const LayerStack&
         for (int column = -1; column <= posts; ++column) {
             float& height = heights[index(column, row)];
             height *= static_cast<float>(verticalScale);
-            // Counted from the tile's own edges, so that neighbours compute shared posts from the same numbers.
+            // Counted from the tile's own edges, so that neighbours compute shared posts from the same
+            // numbers.
             const double x = column == 0           ? extent.west()
                              : column == posts - 1 ? extent.east()
                                                    : extent.west() + stepX * column;
@@ -68,7 +70,8 @@ TileMesh::Surface::Surface(const GeoExtent& extent, int posts, const LayerStack&
                                                 : extent.north() - stepY * row;
             const double limit = isGeographic ? 90.0 : DBL_MAX;
             osg::Vec3d world;
-            extent.getSRS()->transformToWorld(osg::Vec3d(x, osg::clampBetween(y, -limit, limit), height), world);
+            extent.getSRS()->transformToWorld(osg::Vec3d(x, osg::clampBetween(y, -limit, limit), height),
+                                              world);
             positions[index(column, row)] = world * worldToLocal;
         }
     }
@@ -254,7 +257,8 @@ bool TileMesh::height(double x, double y, double& out_height) const {
     // The edges between posts are straight and meridians are not: the neighbours may hold the point as well.
     for (const int ring : {0, 1}) {
         for (int row = static_cast<int>(rows) - ring; row <= static_cast<int>(rows) + ring; ++row) {
-            for (int column = static_cast<int>(columns) - ring; column <= static_cast<int>(columns) + ring; ++column) {
+            for (int column = static_cast<int>(columns) - ring; column <= static_cast<int>(columns) + ring;
+                 ++column) {
                 if (row < 0 || column < 0 || row >= _posts - 1 || column >= _posts - 1) {
                     continue;
                 }

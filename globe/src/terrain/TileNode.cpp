@@ -26,8 +26,8 @@ bool isHidden(const osg::Vec3d& point, const osg::Vec3d& eye) {
            along * along > horizonSquared * toPoint.length2();
 }
 
-// The eye in world coordinates. Depth and pick cameras look from the eye of the view they belong to, which is known in
-// single precision only.
+// The eye in world coordinates. Depth and pick cameras look from the eye of the view they belong to, which is
+// known in single precision only.
 osg::Vec3d eyeOf(osgUtil::CullVisitor& visitor, bool isView) {
     if (!isView) {
         return osg::Vec3d(visitor.getViewPoint());
@@ -60,9 +60,11 @@ TileNode::TileNode(const TileKey& key, const std::shared_ptr<TileContext>& conte
     const auto layers = context->layers();
     osg::ref_ptr<TileMesh> mesh = new TileMesh(key, *layers, context->options());
     _slot = new TileSurfaceSlot(new TileSurface(mesh.get()), context);
-    osg::PagedLOD::addChild(_slot.get(), 0.0F, FLT_MAX);
+    // Only intersection visitors look at the ranges: the smaller one marks the finer child, which they take
+    // when it is there.
+    osg::PagedLOD::addChild(_slot.get(), 1.0F, FLT_MAX);
     setFileName(quadChild, TileLoader::childrenName(key));
-    setRange(quadChild, 0.0F, FLT_MAX);
+    setRange(quadChild, 0.0F, 1.0F);
     setNumChildrenThatCannotBeExpired(1);
 
     // Coarse tiles span too much of the globe for a few points to stand for them.
@@ -156,8 +158,8 @@ void TileNode::request(const std::string& name, osg::NodePath& path, float prior
     if (getDatabaseOptions() == nullptr) {
         setDatabaseOptions(_context->readerOptions().get());
     }
-    visitor.getDatabaseRequestHandler()->requestNodeFile(name, path, priority, visitor.getFrameStamp(), pending,
-                                                         getDatabaseOptions());
+    visitor.getDatabaseRequestHandler()->requestNodeFile(name, path, priority, visitor.getFrameStamp(),
+                                                         pending, getDatabaseOptions());
 }
 
 bool TileNode::isBeyondHorizon(const osg::Vec3d& eye) const {
@@ -197,8 +199,9 @@ bool TileNode::canBeRefined() {
         const TerrainOptions& options = _context->options();
         _revisionChecked = revision;
         _isOutdated = _context->hasChangedSince(mesh()->revision(), _extent);
-        _canBeRefined = _key.getLOD() < options.maxLOD().get() &&
-                        _context->layers()->hasFinerData(_extent, TileMesh::imagePixels, options.tileSize().get());
+        _canBeRefined =
+            _key.getLOD() < options.maxLOD().get() &&
+            _context->layers()->hasFinerData(_extent, TileMesh::imagePixels, options.tileSize().get());
     }
     return _canBeRefined;
 }

@@ -35,9 +35,9 @@ private:
     osg::ref_ptr<TileMesh> _mesh;
 };
 
-/// The first child is the surface, the second the group of the four children, which the database pager reads when the
-/// tile grows large on the screen and drops when it has not been seen for a while. The surface is drawn until all four are
-/// there.
+/// The first child is the surface, the second the group of the four children, which the database pager reads
+/// when the tile grows large on the screen and drops when it has not been seen for a while. The surface is
+/// drawn until all four are there.
 class TileNode : public osg::PagedLOD {
 public:
     /// Builds the surface in the calling thread.
@@ -57,8 +57,8 @@ protected:
 
 private:
     void cull(osgUtil::CullVisitor& visitor);
-    void request(const std::string& name, osg::NodePath& path, float priority, osg::ref_ptr<osg::Referenced>& pending,
-                 osgUtil::CullVisitor& visitor);
+    void request(const std::string& name, osg::NodePath& path, float priority,
+                 osg::ref_ptr<osg::Referenced>& pending, osgUtil::CullVisitor& visitor);
     bool isBeyondHorizon(const osg::Vec3d& eye) const;
     double horizonCeiling() const;
     bool canBeRefined();

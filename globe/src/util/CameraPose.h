@@ -31,10 +31,11 @@ public:
     osg::Vec3d forward() const;
     Viewpoint viewpoint() const;
 
-    /// Moves the focal point and keeps its height. With a locked azimuth the heading stays, otherwise the camera keeps
-    /// its direction in space.
+    /// Moves the focal point and keeps its height. With a locked azimuth the heading stays, otherwise the
+    /// camera keeps its direction in space.
     void moveFocalPoint(const osg::Vec3d& world, bool lockAzimuth);
-    /// Looks at another point on the line of sight: eye and direction stay, only what is in the middle changes.
+    /// Looks at another point on the line of sight: eye and direction stay, only what is in the middle
+    /// changes.
     void refocus(const osg::Vec3d& world);
     /// The pose whose camera stands as the matrix says and looks at the point.
     static CameraPose fromCamera(const SpatialReference* srs, const osg::Matrixd& cameraToWorld,

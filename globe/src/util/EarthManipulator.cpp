@@ -15,14 +15,14 @@ namespace {
 
 using osgGA::GUIEventAdapter;
 
-constexpr double keyStep = 0.1;         // of the view, or radians
-constexpr double zoomStep = 0.2;        // of the range
-constexpr double turnPerWindow = 1.5;   // radians for a drag over half the window
+constexpr double keyStep = 0.1;       // of the view, or radians
+constexpr double zoomStep = 0.2;      // of the range
+constexpr double turnPerWindow = 1.5; // radians for a drag over half the window
 constexpr double eyeClearanceMetres = 2.0;
 constexpr float clickSlackPixels = 3.0F;
 
-// Where the ray meets the ellipsoid that is scaled to go through the point; where it misses, the place of its nearest
-// approach.
+// Where the ray meets the ellipsoid that is scaled to go through the point; where it misses, the place of its
+// nearest approach.
 osg::Vec3d meetShellThrough(const osg::Vec3d& point, const osg::Vec3d& eye, const osg::Vec3d& direction,
                             const osg::EllipsoidModel& ellipsoid) {
     const double flattening = ellipsoid.getRadiusEquator() / ellipsoid.getRadiusPolar();
@@ -71,7 +71,8 @@ void EarthManipulator::applySettings(Settings* settings) {
     continuous.add(OPTION_CONTINUOUS, true);
     _settings->bindMouse(ACTION_PAN, GUIEventAdapter::LEFT_MOUSE_BUTTON);
     _settings->bindMouse(ACTION_ROTATE, GUIEventAdapter::MIDDLE_MOUSE_BUTTON);
-    _settings->bindMouse(ACTION_ROTATE, GUIEventAdapter::LEFT_MOUSE_BUTTON | GUIEventAdapter::RIGHT_MOUSE_BUTTON);
+    _settings->bindMouse(ACTION_ROTATE,
+                         GUIEventAdapter::LEFT_MOUSE_BUTTON | GUIEventAdapter::RIGHT_MOUSE_BUTTON);
     _settings->bindMouse(ACTION_ZOOM, GUIEventAdapter::RIGHT_MOUSE_BUTTON, 0, continuous);
     _settings->bindScroll(ACTION_ZOOM_IN, GUIEventAdapter::SCROLL_DOWN);
     _settings->bindScroll(ACTION_ZOOM_OUT, GUIEventAdapter::SCROLL_UP);
@@ -88,8 +89,8 @@ void EarthManipulator::applySettings(Settings* settings) {
     farther.add(OPTION_DURATION, 1.0);
     _settings->bindMouseDoubleClick(ACTION_GOTO, GUIEventAdapter::LEFT_MOUSE_BUTTON, 0, nearer);
     _settings->bindMouseDoubleClick(ACTION_GOTO, GUIEventAdapter::RIGHT_MOUSE_BUTTON, 0, farther);
-    _settings->bindMouseDoubleClick(ACTION_GOTO, GUIEventAdapter::LEFT_MOUSE_BUTTON, GUIEventAdapter::MODKEY_CTRL,
-                                    farther);
+    _settings->bindMouseDoubleClick(ACTION_GOTO, GUIEventAdapter::LEFT_MOUSE_BUTTON,
+                                    GUIEventAdapter::MODKEY_CTRL, farther);
 }
 
 // ---- Scene and viewpoints
@@ -327,8 +328,8 @@ void EarthManipulator::zoom(double, double dy) {
     requestRedraw();
 }
 
-// Puts the focal point where the line of sight meets the ground, without moving the camera. Motions about the middle
-// of the picture need it there.
+// Puts the focal point where the line of sight meets the ground, without moving the camera. Motions about the
+// middle of the picture need it there.
 void EarthManipulator::anchorFocalPoint() {
     const osg::Vec3d eye = _pose->eye();
     const osg::Vec3d forward = _pose->forward();
@@ -375,8 +376,8 @@ bool EarthManipulator::terrainUnder(const osgGA::GUIEventAdapter& ea, osg::Vec3d
     return _mapNode->getTerrain()->intersect(eye, eye + rayUnder(ea) * (eye.length() * 2.0), out);
 }
 
-// Turns the globe until the pointer's ray meets the point again. Keeping the heading disturbs the result a little, so the
-// turn is repeated; it converges within a few rounds to well under a millimetre.
+// Turns the globe until the pointer's ray meets the point again. Keeping the heading disturbs the result a
+// little, so the turn is repeated; it converges within a few rounds to well under a millimetre.
 void EarthManipulator::keepUnderPointer(const osg::Vec3d& world, const osgGA::GUIEventAdapter& ea) {
     constexpr int maxRounds = 20;
     constexpr double closeEnoughRadians = 1e-12;
@@ -515,7 +516,8 @@ bool EarthManipulator::handleRelease(const osgGA::GUIEventAdapter& ea) {
 
 bool EarthManipulator::handleDoubleClick(const osgGA::GUIEventAdapter& ea) {
     *_pointer = Pointer();
-    performStep(_settings->find(GUIEventAdapter::DOUBLECLICK, ea.getButtonMask(), ea.getModKeyMask()), 1.0, ea);
+    performStep(_settings->find(GUIEventAdapter::DOUBLECLICK, ea.getButtonMask(), ea.getModKeyMask()), 1.0,
+                ea);
     return true;
 }
 
@@ -595,7 +597,8 @@ void EarthManipulator::perform(const Action& action, double dx, double dy, const
 }
 
 // One step, for a key, a click or a notch of the wheel.
-void EarthManipulator::performStep(const Action& action, double sensitivity, const osgGA::GUIEventAdapter& ea) {
+void EarthManipulator::performStep(const Action& action, double sensitivity,
+                                   const osgGA::GUIEventAdapter& ea) {
     const double stepX = keyStep * sensitivity * action.options.get(OPTION_SCALE_X, 1.0);
     const double stepY = keyStep * sensitivity * action.options.get(OPTION_SCALE_Y, 1.0);
     const double factor = std::exp(zoomStep * sensitivity * action.options.get(OPTION_SCALE_Y, 1.0));

@@ -20,8 +20,9 @@ int withoutLocks(int modifiers) {
 // A mask of both keys of a kind stands for the left, the right and both of them.
 std::vector<int> alternativesOf(int mask) {
     std::vector<int> masks = {withoutLocks(mask)};
-    for (const int both : {static_cast<int>(GUIEventAdapter::MODKEY_SHIFT), static_cast<int>(GUIEventAdapter::MODKEY_CTRL),
-                           static_cast<int>(GUIEventAdapter::MODKEY_ALT), static_cast<int>(GUIEventAdapter::MODKEY_META)}) {
+    for (const int both :
+         {static_cast<int>(GUIEventAdapter::MODKEY_SHIFT), static_cast<int>(GUIEventAdapter::MODKEY_CTRL),
+          static_cast<int>(GUIEventAdapter::MODKEY_ALT), static_cast<int>(GUIEventAdapter::MODKEY_META)}) {
         if ((mask & both) != both) {
             continue;
         }

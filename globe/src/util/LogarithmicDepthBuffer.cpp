@@ -7,10 +7,10 @@ namespace osgEarth {
 namespace Util {
 namespace {
 
-// Depth = log2(1 + w) / log2(1 + far), with w the distance along the view axis (after Thatcher Ulrich and Brano
-// Kemen, 2009). 24 bits over 1e9 m resolve 1.3 millionths of the distance everywhere. Written per fragment, because
-// the logarithm of an interpolated distance is not the interpolated logarithm. Parallel projections keep their linear
-// depth.
+// Depth = log2(1 + w) / log2(1 + far), with w the distance along the view axis (after Thatcher Ulrich and
+// Brano Kemen, 2009). 24 bits over 1e9 m resolve 1.3 millionths of the distance everywhere. Written per
+// fragment, because the logarithm of an interpolated distance is not the interpolated logarithm. Parallel
+// projections keep their linear depth.
 constexpr double farMetres = 1.0e9;
 
 const char* const vertexShader = R"(
