@@ -128,8 +128,9 @@ bool Planner::isFree(Point centre, double reachMetres, bool isHouse) const {
     if (isBuiltUp(m_buildings, centre.x, centre.y, reachMetres + 3.0))
         return false;
     const double checked = reachMetres + 1.0;
-    for (double dy = -checked; dy <= checked; dy += spacing)
-        for (double dx = -checked; dx <= checked; dx += spacing)
+    const std::vector<double> offsets = stepsFrom(-checked, checked, spacing);
+    for (const double dy : offsets)
+        for (const double dx : offsets)
             if (dx * dx + dy * dy <= checked * checked && !isOpen({centre.x + dx, centre.y + dy}, isHouse))
                 return false;
     return true;

@@ -73,9 +73,9 @@ void Ground::shapeNaturalGround(const Site& site, const Field& relief) {
         const auto fx = static_cast<float>(x);
         const auto fy = static_cast<float>(y);
         m_slope.at(c, r) = slope;
-        m_height.at(c, r) =
-            smooth.at(c, r) + roughness * (0.8F * fractalNoise(fx / 48.0F, fy / 48.0F, site.noiseSeed(20), 3) +
-                                           0.05F * gradientNoise(fx / 4.0F, fy / 4.0F, site.noiseSeed(21)));
+        m_height.at(c, r) = smooth.at(c, r) +
+                            roughness * (0.8F * fractalNoise(fx / 48.0F, fy / 48.0F, site.noiseSeed(20), 3) +
+                                         0.05F * gradientNoise(fx / 4.0F, fy / 4.0F, site.noiseSeed(21)));
     });
 }
 
@@ -156,7 +156,7 @@ void Ground::markTerraces(const Site& site) {
 
 void Ground::gradeRoad(const Site& site) {
     std::vector<float> profile;
-    for (double along = 0.0; along <= site.road.length(); along += roadStepMetres) {
+    for (const double along : stepsFrom(0.0, site.road.length(), roadStepMetres)) {
         const Point place = site.road.at(along);
         float height = m_height.sample(place.x, place.y);
         if (const auto river = site.riverField.find(place.x, place.y))

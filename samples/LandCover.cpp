@@ -108,12 +108,34 @@ std::optional<Cover> LandCover::village(double x, double y) const {
         place.y - village.laneSpacingMetres * std::floor(place.y / village.laneSpacingMetres);
     if (village.contains(x, y, 0.0) && (inRow < 3.6 || crossLane < 2.4))
         return plain(Material::Concrete);
+    const int row = static_cast<int>(std::floor(place.y / village.laneSpacingMetres));
+    if (village.contains(x, y, -2.0))
+        if (const auto cover = garden(place.x, inRow, row))
+            return cover;
     const double fray =
         9.0 * static_cast<double>(gradientNoise(static_cast<float>(x) / 22.0F, static_cast<float>(y) / 22.0F,
                                                 m_site.noiseSeed(44)));
     if (!village.contains(x, y, fray - 3.0))
         return std::nullopt;
     return yard(x, y);
+}
+
+/// Kitchen gardens between the lane and the yards.
+std::optional<Cover> LandCover::garden(double u, double inRow, int row) const {
+    constexpr double widthMetres = 7.8;
+    constexpr double nearMetres = 4.8;
+    constexpr double farMetres = 14.5;
+    const double number = std::floor(u / widthMetres);
+    const double inPlot = u - widthMetres * number;
+    const auto plot = static_cast<int>(number);
+    const bool isBed = unitOf(hashNode(plot, row, m_site.noiseSeed(46))) < 0.6F;
+    if (!isBed || inRow < nearMetres || inRow > farMetres || inPlot < 0.6 || inPlot > widthMetres - 0.6)
+        return std::nullopt;
+    const std::uint16_t ident = Parcels::terraceIdent(static_cast<std::uint16_t>(2 * plot + 400), row);
+    const float beds = static_cast<float>(inPlot) / 1.1F;
+    const float phase = beds - std::floor(beds);
+    return plain(Material::Crop, 0.2F + 0.12F * (1.0F - std::fabs(2.0F * phase - 1.0F)), byteOf(phase),
+                 ident);
 }
 
 std::optional<Cover> LandCover::farmstead(double x, double y) const {

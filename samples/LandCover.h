@@ -27,6 +27,7 @@ private:
     std::optional<Cover> school(double x, double y) const;
     std::optional<Cover> village(double x, double y) const;
     std::optional<Cover> farmstead(double x, double y) const;
+    std::optional<Cover> garden(double u, double inRow, int row) const;
     Cover yard(double x, double y) const;
     Cover wild(Material material, double x, double y) const;
     Cover field(double x, double y) const;

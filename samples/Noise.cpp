@@ -9,11 +9,12 @@ float fade(float t) {
     return t * t * t * (t * (t * 6.0F - 15.0F) + 10.0F);
 }
 
-float gradientAt(std::uint32_t bits, float dx, float dy) {
-    constexpr float diagonal = 0.70710678F;
-    constexpr float east[8] = {1.0F, diagonal, 0.0F, -diagonal, -1.0F, -diagonal, 0.0F, diagonal};
-    constexpr float north[8] = {0.0F, diagonal, 1.0F, diagonal, 0.0F, -diagonal, -1.0F, -diagonal};
-    return east[bits & 7u] * dx + north[bits & 7u] * dy;
+constexpr float diagonal = 0.70710678F;
+constexpr float gradientEast[8] = {1.0F, diagonal, 0.0F, -diagonal, -1.0F, -diagonal, 0.0F, diagonal};
+constexpr float gradientNorth[8] = {0.0F, diagonal, 1.0F, diagonal, 0.0F, -diagonal, -1.0F, -diagonal};
+
+inline float gradientAt(std::uint32_t bits, float dx, float dy) {
+    return gradientEast[bits & 7u] * dx + gradientNorth[bits & 7u] * dy;
 }
 } // namespace
 

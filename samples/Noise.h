@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstdint>
+#include <vector>
 
 /// Random figures that are the same on every machine: integer hashes, and only those floating-point
 /// operations that IEEE 754 defines to the last bit (no libm transcendentals, no std::*_distribution).
@@ -62,6 +63,14 @@ inline float whiteNoise(std::int32_t column, std::int32_t row, std::uint32_t see
 double sineDegrees(double degrees);
 inline double cosineDegrees(double degrees) {
     return sineDegrees(degrees + 90.0);
+}
+
+/// first, first + step, ... as long as below `end`.
+inline std::vector<double> stepsFrom(double first, double end, double step) {
+    std::vector<double> values;
+    for (int i = 0; first + i * step < end; ++i)
+        values.push_back(first + i * step);
+    return values;
 }
 
 inline float mix(float from, float to, float share) {

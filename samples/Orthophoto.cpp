@@ -41,7 +41,7 @@ float skyShare(const Surface& surface, int column, int row) {
 std::uint8_t exposed(float value) {
     // A gentle shoulder keeps white roofs from burning out.
     const float bounded = value < 0.75F ? value : 0.75F + 0.25F * (1.0F - 0.25F / (value - 0.5F));
-    return static_cast<std::uint8_t>(255.0F * clampUnit(bounded) + 0.5F);
+    return static_cast<std::uint8_t>(std::floor(255.99F * clampUnit(bounded)));
 }
 
 float receives(Material material) {

@@ -68,7 +68,7 @@ Landscape::Landscape(const Site& site)
 
 /// Cells at the water's edge keep their height: everything else drains to them. Height 0 is the water level.
 void Landscape::markRiver(const Site& site) {
-    for (double along = 0.0; along < site.river.length(); along += stepMetres / 2) {
+    for (const double along : stepsFrom(0.0, site.river.length(), stepMetres / 2)) {
         const Point place = site.river.at(along);
         const int column = static_cast<int>(std::lround((place.x - m_lattice.west) / stepMetres));
         const int row = static_cast<int>(std::lround((place.y - m_lattice.south) / stepMetres));

@@ -129,53 +129,53 @@ private:
 Error Maker::writeEpoch(const Surface& surface, int epoch, double done, double doneAfter) {
     const fs::path folder = m_folder / "epochs" / epochDates[epoch];
     const std::uint32_t survey = m_scene.site.noiseSeed(900 + static_cast<std::uint32_t>(epoch) * 10);
-    if (const Error error = writeHeights(text(folder / "dsm.tif"), surface, survey))
+    if (Error error = writeHeights(text(folder / "dsm.tif"), surface, survey))
         return error;
-    if (const Error error = report(0.5 * (done + doneAfter)))
+    if (Error error = report(0.5 * (done + doneAfter)))
         return error;
     std::vector<std::uint8_t> pixels = renderOrthophoto(m_scene, surface, epoch);
-    if (const Error error = writePhoto(text(folder / "dom.tif"), m_frame, pixels))
+    if (Error error = writePhoto(text(folder / "dom.tif"), m_frame, pixels))
         return error;
     return report(doneAfter);
 }
 
 Error Maker::make() {
-    if (const Error error = report(0.05))
+    if (Error error = report(0.05))
         return error;
     Surface surface = composeSurface(m_scene, m_frame);
-    if (const Error error = report(0.2))
+    if (Error error = report(0.2))
         return error;
-    if (const Error error = writeEpoch(surface, 0, 0.2, 0.55))
+    if (Error error = writeEpoch(surface, 0, 0.2, 0.55))
         return error;
     const std::vector<ChangeWindow> changes = applyChanges(m_scene, surface);
-    if (const Error error = writeEpoch(surface, 1, 0.55, 0.95))
+    if (Error error = writeEpoch(surface, 1, 0.55, 0.95))
         return error;
-    if (const Error error = writeTruth(text(m_folder / "truth.gpkg"), m_scene, m_frame, changes))
+    if (Error error = writeTruth(text(m_folder / "truth.gpkg"), m_scene, m_frame, changes))
         return error;
-    if (const Error error = writeCentreLine(text(m_folder / "centerline.gpkg"), m_scene))
+    if (Error error = writeCentreLine(text(m_folder / "centerline.gpkg"), m_scene))
         return error;
-    if (const Error error = writeSpecialAreas(text(m_folder / "special.gpkg"), m_scene))
+    if (Error error = writeSpecialAreas(text(m_folder / "special.gpkg"), m_scene))
         return error;
     return writeProjectFile(m_folder);
 }
 } // namespace
 
 std::optional<std::string> makeSampleCorridor(const SampleOptions& options, const SampleProgress& progress) {
-    if (const Error error = checkOptions(options))
+    if (Error error = checkOptions(options))
         return error;
     std::error_code ignored;
     fs::path target = fs::absolute(fs::u8path(options.directory), ignored).lexically_normal();
     if (!target.has_filename())
         target = target.parent_path();
-    if (const Error error = checkTarget(target))
+    if (Error error = checkTarget(target))
         return error;
     GDALAllRegister();
     WorkFolder folder(target);
-    if (const Error error = folder.create())
+    if (Error error = folder.create())
         return error;
-    if (const Error error = Maker(options, folder.path(), progress).make())
+    if (Error error = Maker(options, folder.path(), progress).make())
         return error;
-    if (const Error error = folder.moveIntoPlace())
+    if (Error error = folder.moveIntoPlace())
         return error;
     if (progress)
         progress(1.0);

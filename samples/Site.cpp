@@ -32,7 +32,8 @@ bool Village::contains(double x, double y, double margin) const {
            place.y < depthMetres + margin;
 }
 
-Site::Site(std::uint64_t theSeed) : seed(theSeed) {
+Site::Site(std::uint64_t theSeed)
+    : seed(theSeed), m_noiseBase(static_cast<std::uint32_t>(mixBits(theSeed + 1) >> 32)) {
     Random random(seed, 1);
     river = smoothCurve(moved({{560, 900},
                                {548, 720},
@@ -116,10 +117,6 @@ Site::Site(std::uint64_t theSeed) : seed(theSeed) {
             for (int c = 0; c < lattice.columns; ++c)
                 forest.at(c, r) = forestAt(lattice.x(c), lattice.y(r));
     });
-}
-
-std::uint32_t Site::noiseSeed(std::uint32_t use) const {
-    return static_cast<std::uint32_t>(mixBits(seed + 1) >> 32) + use * 7919u;
 }
 
 float Site::waterLevelMetres(double y) {

@@ -61,7 +61,7 @@ struct Site {
     explicit Site(std::uint64_t seed);
 
     /// A noise seed of its own for each use.
-    std::uint32_t noiseSeed(std::uint32_t use) const;
+    std::uint32_t noiseSeed(std::uint32_t use) const { return m_noiseBase + use * 7919u; }
     /// Height of the water surface; it falls from north to south.
     static float waterLevelMetres(double y);
     /// Half the width of the water there.
@@ -86,6 +86,8 @@ struct Site {
 
 private:
     float forestAt(double x, double y) const;
+
+    std::uint32_t m_noiseBase;
 };
 
 } // namespace samples

@@ -108,7 +108,7 @@ void standTrees(const Scene& scene, Surface& surface, int firstRow, int endRow) 
 /// Yellow posts beside the pipe every hundred metres.
 void standMarkers(const Scene& scene, Surface& surface) {
     const Curve& pipe = scene.site.pipeline;
-    for (double along = 50.0; along < pipe.length(); along += 100.0) {
+    for (const double along : stepsFrom(50.0, pipe.length(), 100.0)) {
         const Point middle = pipe.at(along);
         const Point way = pipe.direction(along);
         const Point post{middle.x - way.y * 2.5, middle.y + way.x * 2.5};

@@ -1,5 +1,7 @@
 #include "samples/VectorFiles.h"
 
+#include "samples/Noise.h"
+
 #include <cpl_conv.h>
 #include <gdal_alg.h>
 #include <gdal_priv.h>
@@ -109,16 +111,16 @@ OGRPolygon rectangleIn(const TurnedFrame& frame, double uMin, double vMin, doubl
 
 /// "K1+256" for 1256 m.
 std::string chainage(double metres) {
-    const int whole = static_cast<int>(metres + 0.5);
+    const long whole = std::lround(metres);
     char text[32];
-    std::snprintf(text, sizeof text, "K%d+%03d", whole / 1000, whole % 1000);
+    std::snprintf(text, sizeof text, "K%ld+%03ld", whole / 1000, whole % 1000);
     return text;
 }
 
 /// Where the pipe comes nearest to other lines.
 Point crossingPoint(const Curve& pipe, const LineField& other) {
     Point nearest = pipe.points.front();
-    for (double along = 0.0; along < pipe.length(); along += 1.0) {
+    for (const double along : stepsFrom(0.0, pipe.length(), 1.0)) {
         const Point place = pipe.at(along);
         if (other.distance(place.x, place.y) < other.distance(nearest.x, nearest.y))
             nearest = place;
@@ -137,7 +139,7 @@ void addCentreLine(GeoPackage& file, const Scene& scene) {
     OGRLineString line;
     constexpr double spacingMetres = 10.0;
     std::size_t bend = 0;
-    for (double along = 0.0; along < pipe.length(); along += spacingMetres) {
+    for (const double along : stepsFrom(0.0, pipe.length(), spacingMetres)) {
         for (; bend < pipe.along.size() && pipe.along[bend] <= along; ++bend)
             if (pipe.along[bend] > along - spacingMetres && pipe.along[bend] < along) {
                 const OGRPoint corner = groundPoint(scene, pipe.points[bend]);
@@ -165,7 +167,7 @@ void addNodes(GeoPackage& file, const Scene& scene) {
             feature.SetField("z", point.getZ());
         });
     };
-    for (double along = 0.0; along < pipe.length() - 10.0; along += 100.0)
+    for (const double along : stepsFrom(0.0, pipe.length() - 10.0, 100.0))
         addNode(along);
     addNode(pipe.length());
 }

@@ -61,8 +61,8 @@ void Forester::plant(Point place, double radius, double height, Material species
 
 void Forester::forest() {
     constexpr double spacing = 3.9;
-    for (double y = -8; y < Extent::heightMetres + 8; y += spacing)
-        for (double x = -8; x < Extent::widthMetres + 8; x += spacing) {
+    for (const double y : stepsFrom(-8, Extent::heightMetres + 8, spacing))
+        for (const double x : stepsFrom(-8, Extent::widthMetres + 8, spacing)) {
             const Point place{x + m_random.between(-1.7, 1.7), y + m_random.between(-1.7, 1.7)};
             const double size = m_random.uniform();
             const double stand =
@@ -109,8 +109,8 @@ double Forester::densityOfOpenLand(Point place) const {
 
 void Forester::openLand() {
     constexpr double spacing = 3.4;
-    for (double y = 0; y < Extent::heightMetres; y += spacing)
-        for (double x = 0; x < Extent::widthMetres; x += spacing) {
+    for (const double y : stepsFrom(0, Extent::heightMetres, spacing))
+        for (const double x : stepsFrom(0, Extent::widthMetres, spacing)) {
             const Point place{x + m_random.between(-1.6, 1.6), y + m_random.between(-1.6, 1.6)};
             const double lot = m_random.uniform();
             const double size = m_random.uniform();
@@ -121,7 +121,7 @@ void Forester::openLand() {
 
 /// Rows of poplars.
 void Forester::roadside() {
-    for (double along = 0.0; along < m_site.road.length(); along += 7.5) {
+    for (const double along : stepsFrom(0.0, m_site.road.length(), 7.5)) {
         const Point middle = m_site.road.at(along);
         const Point way = m_site.road.direction(along);
         const bool gap =
@@ -140,8 +140,8 @@ void Forester::roadside() {
 void Forester::orchards() {
     for (const TurnedFrame* bank : {&m_cover.parcels().westFrame(), &m_cover.parcels().eastFrame()}) {
         const TurnedFrame& frame = *bank;
-        for (double u = -2300; u < 2300; u += 4.6)
-            for (double v = -700; v < 900; v += 4.0) {
+        for (const double u : stepsFrom(-2300, 2300, 4.6))
+            for (const double v : stepsFrom(-700, 900, 4.0)) {
                 const Point place = frame.toSite(u, v);
                 if (place.x < 0 || place.y < 0 || place.x > Extent::widthMetres ||
                     place.y > Extent::heightMetres || &m_cover.parcels().frameAt(place.x, place.y) != &frame)
