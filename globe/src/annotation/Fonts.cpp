@@ -1,6 +1,7 @@
 #include "Fonts.h"
 
 #include <osg/Notify>
+#include <osgDB/FileUtils>
 #include <osgEarth/Registry>
 
 #include <cstdlib>
@@ -38,17 +39,23 @@ std::map<std::string, std::string> systemFonts() {
     return fonts;
 }
 
-osg::ref_ptr<osgText::Font> readFont(const std::string& name) {
-    // osgText answers an unknown name with whatever font the system likes best, which may lack the glyphs.
-    const std::string file = osgText::findFontFile(name);
-    if (std::filesystem::path(file).filename() == std::filesystem::path(name).filename())
-        if (osg::ref_ptr<osgText::Font> font = osgText::readRefFontFile(file))
-            return font;
+/// The font's file; empty if there is none of that name.
+std::string fontFile(const std::string& name) {
+    const std::string file = osgDB::findDataFile(name);
+    if (!file.empty())
+        return file;
     static const std::map<std::string, std::string> installed = systemFonts();
     const auto found = installed.find(name);
-    if (found != installed.end())
-        if (osg::ref_ptr<osgText::Font> font = osgText::readRefFontFile(found->second))
-            return font;
+    return found != installed.end() ? found->second : std::string();
+}
+
+// Only existing files are read: for other names OSG may offer any font, which need not have the wanted
+// characters.
+osg::ref_ptr<osgText::Font> readFont(const std::string& name) {
+    const std::string file = fontFile(name);
+    osg::ref_ptr<osgText::Font> font = file.empty() ? nullptr : osgText::readRefFontFile(file);
+    if (font.valid())
+        return font;
     OSG_INFO << "[osgEarth] Font \"" << name << "\" not found, using the default font" << std::endl;
     return Registry::instance()->getDefaultFont();
 }

@@ -4,6 +4,7 @@
 #include <osg/Texture2D>
 #include <osgEarth/Registry>
 #include <osgEarth/VirtualProgram>
+#include <osgText/Text>
 
 #include <array>
 #include <map>
@@ -117,8 +118,8 @@ osg::ref_ptr<osg::Geometry> iconDrawable(osg::Image& image, const IconSymbol* sy
     return geometry;
 }
 
-osg::ref_ptr<osgText::Text> textDrawable(const std::string& text, const TextSymbol* symbol,
-                                         const osg::Geometry* icon) {
+osg::ref_ptr<osg::Group> textContent(const std::string& text, const TextSymbol* symbol,
+                                     const osg::Geometry* icon) {
     static const osg::ref_ptr<const TextSymbol> plain = new TextSymbol;
     const TextSymbol& look = symbol ? *symbol : *plain;
     const float ratio = Registry::instance()->getDevicePixelRatio();
@@ -149,7 +150,10 @@ osg::ref_ptr<osgText::Text> textDrawable(const std::string& text, const TextSymb
     }
     drawable->setPosition(position);
     drawable->setText(text, encodingOf(look.encoding().get()));
-    return drawable;
+    osg::ref_ptr<osg::Group> content = new osg::Group;
+    content->setStateSet(screenState("oe_place_text", TextSource));
+    content->addChild(drawable);
+    return content;
 }
 
 } // namespace Annotation

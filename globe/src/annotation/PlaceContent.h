@@ -2,10 +2,10 @@
 #pragma once
 
 #include <osg/Geometry>
+#include <osg/Group>
 #include <osg/Image>
 #include <osgEarthSymbology/IconSymbol>
 #include <osgEarthSymbology/TextSymbol>
-#include <osgText/Text>
 
 #include <string>
 
@@ -16,9 +16,10 @@ namespace Annotation {
 /// otherwise.
 osg::ref_ptr<osg::Geometry> iconDrawable(osg::Image& image, const Symbology::IconSymbol* symbol);
 
-/// A line of text: right of the icon and vertically centred on it, or at the origin when there is none.
-osg::ref_ptr<osgText::Text> textDrawable(const std::string& text, const Symbology::TextSymbol* symbol,
-                                         const osg::Geometry* icon);
+/// A line of text: right of the icon and vertically centred on it, or at the origin when there is none. The
+/// text is the group's only child, because its own state set belongs to the font.
+osg::ref_ptr<osg::Group> textContent(const std::string& text, const Symbology::TextSymbol* symbol,
+                                     const osg::Geometry* icon);
 
 } // namespace Annotation
 } // namespace osgEarth

@@ -56,8 +56,8 @@ void PlaceNode::setStyle(const Style& style) {
 
 void PlaceNode::setDynamic(bool value) {
     AnnotationNode::setDynamic(value);
-    for (unsigned i = 0; i < _screenContent->getNumChildren(); ++i)
-        _screenContent->getChild(i)->setDataVariance(value ? osg::Object::DYNAMIC : osg::Object::STATIC);
+    for (osg::Drawable* drawable : drawablesOf(*_screenContent))
+        drawable->setDataVariance(value ? osg::Object::DYNAMIC : osg::Object::STATIC);
 }
 
 void PlaceNode::setPriority(float value) {
@@ -83,7 +83,7 @@ void PlaceNode::rebuild() {
         _screenContent->addChild(icon);
     }
     if (!_text.empty())
-        _screenContent->addChild(textDrawable(_text, getStyle().get<TextSymbol>(), icon.get()));
+        _screenContent->addChild(textContent(_text, getStyle().get<TextSymbol>(), icon.get()));
     setDynamic(getDynamic());
 }
 

@@ -34,11 +34,23 @@ osg::BoundingSphere ScreenSpace::computeBound() const {
     return {osg::Vec3(), 0.0f};
 }
 
-osg::BoundingBox ScreenSpace::contentBox() const {
+std::vector<osg::Drawable*> drawablesOf(osg::Group& group) {
+    std::vector<osg::Drawable*> drawables;
+    for (unsigned i = 0; i < group.getNumChildren(); ++i) {
+        if (osg::Drawable* drawable = group.getChild(i)->asDrawable())
+            drawables.push_back(drawable);
+        else if (osg::Group* inner = group.getChild(i)->asGroup())
+            for (unsigned j = 0; j < inner->getNumChildren(); ++j)
+                if (osg::Drawable* drawable = inner->getChild(j)->asDrawable())
+                    drawables.push_back(drawable);
+    }
+    return drawables;
+}
+
+osg::BoundingBox ScreenSpace::contentBox() {
     osg::BoundingBox box;
-    for (unsigned i = 0; i < getNumChildren(); ++i)
-        if (const osg::Drawable* drawable = getChild(i)->asDrawable())
-            box.expandBy(drawable->getBoundingBox());
+    for (const osg::Drawable* drawable : drawablesOf(*this))
+        box.expandBy(drawable->getBoundingBox());
     return box;
 }
 

@@ -5,6 +5,8 @@
 #include <osg/Camera>
 #include <osg/Group>
 
+#include <vector>
+
 namespace osgEarth {
 namespace Annotation {
 
@@ -21,8 +23,11 @@ protected:
     ~ScreenSpace() override;
 
 private:
-    osg::BoundingBox contentBox() const;
+    osg::BoundingBox contentBox();
 };
+
+/// The drawables among a group's children and grandchildren.
+std::vector<osg::Drawable*> drawablesOf(osg::Group& group);
 
 /// Pixels of a camera's picture per pixel of the window it stands for, where those differ (picking); 1 for
 /// others.

@@ -271,8 +271,8 @@ osg::ref_ptr<RTTPicker::PickView> RTTPicker::createPickView(osg::View* view) {
 
 void RTTPicker::removeSlave(PickView& pickView) {
     pickView.camera->setNodeMask(0u);
-    osg::ref_ptr<osg::View> view;
-    if (pickView.view.lock(view)) {
+    // No counted reference: a viewer may be a plain object.
+    if (osg::View* view = pickView.view.get()) {
         const unsigned index = view->findSlaveIndexForCamera(pickView.camera);
         if (index < view->getNumSlaves())
             view->removeSlave(index);

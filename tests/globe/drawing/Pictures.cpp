@@ -36,6 +36,7 @@ osg::ref_ptr<osg::GraphicsContext> offscreenContext(int size) {
 } // namespace
 
 Canvas::Canvas(int size) {
+    stayConnected();
     _viewer.setThreadingModel(osgViewer::ViewerBase::SingleThreaded);
     osg::Camera* camera = _viewer.getCamera();
     camera->setGraphicsContext(offscreenContext(size));
@@ -57,6 +58,10 @@ osg::ref_ptr<osg::Image> Canvas::draw(osg::Node* scene) {
     _viewer.setSceneData(scene);
     _viewer.getCamera()->setViewMatrix(osg::Matrix::identity());
     return nextFrame(_viewer);
+}
+
+void stayConnected() {
+    static const osg::ref_ptr<osg::GraphicsContext> connection = offscreenContext(1);
 }
 
 osg::ref_ptr<osg::Image> nextFrame(osgViewer::Viewer& viewer) {

@@ -40,6 +40,10 @@ int count(const osg::Image& image, const std::function<bool(const osg::Vec3i&)>&
 /// Pixels that differ in any channel by more than the tolerance.
 int differences(const osg::Image& a, const osg::Image& b, int tolerance = 8);
 
+/// Keeps the display connected between tests: a virtual one starts anew when its last client leaves, and a
+/// client that comes at that moment is turned away.
+void stayConnected();
+
 /// Writes a picture below the folder that CORRIDOR_TEST_PICTURES names, if it does.
 void keep(const osg::Image& image, const std::string& name);
 

@@ -58,6 +58,33 @@ const GroundFile& groundFile() {
     return file;
 }
 
+std::unique_ptr<globetest::OffscreenGlobe>& globeSlot() {
+    static std::unique_ptr<globetest::OffscreenGlobe> slot;
+    return slot;
+}
+
+/// Lets the globe go before the program's static objects do.
+class GlobeRelease : public testing::Environment {
+public:
+    void TearDown() override { globeSlot().reset(); }
+};
+
+const testing::Environment* const release = testing::AddGlobalTestEnvironment(new GlobeRelease);
+
+globetest::OffscreenGlobe& sharedGlobe() {
+    std::unique_ptr<globetest::OffscreenGlobe>& slot = globeSlot();
+    if (!slot) {
+        stayConnected();
+        slot = std::make_unique<globetest::OffscreenGlobe>(400, 300);
+        if (!slot->isUsable())
+            throw std::runtime_error("no graphics context: these tests need a display");
+        slot->addElevation("ground", groundFile().path());
+        slot->mapNode();
+        slot->viewer().setCameraManipulator(nullptr);
+    }
+    return *slot;
+}
+
 } // namespace
 
 double groundHeight(double lonDegrees, double latDegrees) {
@@ -68,13 +95,16 @@ double groundHeight(double lonDegrees, double latDegrees) {
     return 80.0 + 40.0 * std::sin(4.0 * x) * std::cos(3.0 * y);
 }
 
-TestGlobe::TestGlobe(int width, int height) : _globe(width, height) {
-    if (!_globe.isUsable())
-        throw std::runtime_error("no graphics context: these tests need a display");
-    _globe.addElevation("ground", groundFile().path());
-    _globe.mapNode();
-    _globe.viewer().setCameraManipulator(nullptr);
+TestGlobe::TestGlobe() : _globe(sharedGlobe()), _ownChildren(_globe.mapNode()->getNumChildren()) {
     look(1500.0);
+}
+
+TestGlobe::~TestGlobe() {
+    osgEarth::MapNode* node = _globe.mapNode();
+    node->removeChildren(_ownChildren, node->getNumChildren() - _ownChildren);
+    const osgViewer::View::EventHandlers handlers = _globe.viewer().getEventHandlers();
+    for (const osg::ref_ptr<osgGA::EventHandler>& handler : handlers)
+        _globe.viewer().removeEventHandler(handler);
 }
 
 void TestGlobe::look(double rangeMetres, double pitchDegrees, double lonDegrees, double latDegrees) {

@@ -19,9 +19,14 @@ constexpr double MetresPerDegreeNorth = 111000.0;
 /// Height of the made-up ground, metres; 0 outside the place.
 double groundHeight(double lonDegrees, double latDegrees);
 
+/// 400 by 300 pixels. All tests of the process look at one globe, so that its tiles are read once; what a
+/// test adds to it goes with its TestGlobe.
 class TestGlobe {
 public:
-    explicit TestGlobe(int width = 400, int height = 300);
+    TestGlobe();
+    ~TestGlobe();
+    TestGlobe(const TestGlobe&) = delete;
+    TestGlobe& operator=(const TestGlobe&) = delete;
 
     osgEarth::MapNode* mapNode() { return _globe.mapNode(); }
     osgViewer::Viewer& viewer() { return _globe.viewer(); }
@@ -39,7 +44,8 @@ public:
     osg::Vec2d windowPosition(double lonDegrees, double latDegrees, double metresAboveGround = 0.0);
 
 private:
-    globetest::OffscreenGlobe _globe;
+    globetest::OffscreenGlobe& _globe;
+    unsigned _ownChildren; // of the map node, before the test added any
 };
 
 /// A picture in one colour.
