@@ -24,6 +24,11 @@ Status writeReport(const ReportContent& content, const QString& file, const Outp
         target.cancelWriting();
         return cancelledFailure();
     }
+    // A buffer that could not go out does not count as an error of writing, so it is looked at before.
+    const bool complete = target.flush() && target.error() == QFileDevice::NoError;
+    if (!complete) {
+        target.cancelWriting();
+    }
     if (!target.commit()) {
         return fileFailure(file, "cannot be written: " + target.errorString(),
                            "无法写入：" + target.errorString());

@@ -150,8 +150,9 @@ bool TextReport::compose() {
 }
 
 bool TextReport::writeOdt(QIODevice& target) {
-    QTextDocumentWriter writer(&target, "odf");
-    return writer.write(&m_document);
+    QBuffer buffer; // the writer closes its device, which a file that is to be completed must not be
+    QTextDocumentWriter writer(&buffer, "odf");
+    return writer.write(&m_document) && target.write(buffer.data()) == buffer.data().size();
 }
 
 bool TextReport::writeHtml(QIODevice& target) {

@@ -1,0 +1,192 @@
+#include "tests/support/SmallProject.h"
+
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QLockFile>
+#include <QProcess>
+#include <QRegularExpression>
+
+#include <csignal>
+#include <functional>
+
+#include <sys/resource.h>
+#include <unistd.h>
+
+namespace {
+
+struct Outcome {
+    int status = -1;
+    QString output;
+    QStringList errors; ///< lines of standard error without the progress
+};
+
+/// Runs the command; `before` is called in the new process first.
+Outcome corridor(const QStringList& arguments, const std::function<void()>& before = {}) {
+    QProcess process;
+    if (before) {
+        process.setChildProcessModifier(before);
+    }
+    process.start(QStringLiteral(CORRIDOR_PROGRAM), arguments);
+    EXPECT_TRUE(process.waitForFinished(120000));
+    EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
+    Outcome outcome{process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()), {}};
+    static const QRegularExpression progress(QStringLiteral(" \\d+%$"));
+    for (const QString& line :
+         QString::fromUtf8(process.readAllStandardError()).split('\n', Qt::SkipEmptyParts)) {
+        if (!progress.match(line).hasMatch()) {
+            outcome.errors << line;
+        }
+    }
+    return outcome;
+}
+
+void expectFailure(const Outcome& outcome, int status, const QString& mentions) {
+    EXPECT_EQ(outcome.status, status);
+    ASSERT_EQ(outcome.errors.size(), 1) << outcome.errors.join('\n').toStdString();
+    EXPECT_TRUE(outcome.errors[0].startsWith("corridor ")) << outcome.errors[0].toStdString();
+    EXPECT_TRUE(outcome.errors[0].contains(mentions)) << outcome.errors[0].toStdString();
+}
+
+std::function<void()> withSmallDisk(rlim_t bytes) {
+    return [bytes] {
+        std::signal(SIGXFSZ, SIG_IGN); // a write beyond the limit fails, as on a full disk
+        const rlimit limit{bytes, bytes};
+        setrlimit(RLIMIT_FSIZE, &limit);
+    };
+}
+
+QJsonObject info(const QString& path) {
+    const Outcome outcome = corridor({"info", path, "--json"});
+    EXPECT_EQ(outcome.status, 0) << outcome.errors.join('\n').toStdString();
+    return QJsonDocument::fromJson(outcome.output.toUtf8()).object();
+}
+
+QStringList filesIn(const QString& folder) {
+    return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+}
+
+TEST(ProjectCommands, ComputeReportAndShapeDoTheWholeJob) {
+    const SmallProject project;
+    const Outcome computed = corridor({"compute", project.folder()});
+    EXPECT_EQ(computed.status, 0) << computed.errors.join('\n').toStdString();
+    EXPECT_TRUE(computed.output.contains(QStringLiteral("异常 3 处"))) << computed.output.toStdString();
+    const QString report = project.beside("report.pdf");
+    EXPECT_EQ(corridor({"report", project.folder(), "--out", report}).status, 0);
+    EXPECT_TRUE(QFile::exists(report));
+    EXPECT_EQ(corridor({"shape", project.folder(), "--out", project.beside("shape")}).status, 0);
+    EXPECT_TRUE(QFile::exists(project.beside("shape/anomalies.shp")));
+    const QJsonObject json = info(project.folder());
+    EXPECT_EQ(json["anomalies"].toInt(), 3);
+    EXPECT_EQ(json["stations"].toArray().size(), 2);
+}
+
+TEST(ProjectCommands, ComputeTakesSingleStations) {
+    const SmallProject project;
+    EXPECT_EQ(corridor({"compute", project.folder(), "--stations", "2"}).status, 0);
+    const QJsonArray stations = info(project.folder())["stations"].toArray();
+    EXPECT_EQ(stations[0].toObject()["anomalies"].toInt(), 0);
+    EXPECT_TRUE(stations[0].toObject()["computed_at"].isNull());
+    EXPECT_EQ(stations[1].toObject()["anomalies"].toInt(), 2);
+    expectFailure(corridor({"compute", project.folder(), "--stations", "2,99"}), 1, "99");
+}
+
+TEST(ProjectCommands, InfoShowsRastersAndProjectsThatWereNeverOpened) {
+    const SmallProject project;
+    const QJsonObject raster = info(project.file("old/dsm.tif"));
+    EXPECT_EQ(raster["columns"].toInt(), SmallProject::kColumns);
+    EXPECT_EQ(raster["crs"].toString(), "EPSG:4547");
+    EXPECT_TRUE(info(project.folder())["stations"].toArray().isEmpty());
+    EXPECT_FALSE(QFile::exists(project.file("inspection.db")));
+    EXPECT_TRUE(corridor({"info", project.folder()}).output.contains(QStringLiteral("试验管道")));
+}
+
+TEST(ProjectCommands, WrongUseIsStatusTwo) {
+    const SmallProject project;
+    for (const QStringList& arguments :
+         {QStringList{"compute"}, QStringList{"compute", project.folder(), "--stations", "1,x"},
+          QStringList{"compute", project.folder(), "--unknown"}, QStringList{"report", project.folder()},
+          QStringList{"shape", "--out", "x"}, QStringList{"info"}}) {
+        const Outcome outcome = corridor(arguments);
+        EXPECT_EQ(outcome.status, 2) << arguments.join(' ').toStdString();
+        EXPECT_EQ(outcome.errors.size(), 1) << arguments.join(' ').toStdString();
+    }
+}
+
+TEST(ProjectCommands, WhatCannotBeOpenedIsStatusOneWithItsName) {
+    const SmallProject project;
+    expectFailure(corridor({"compute", project.beside("missing")}), 1, "missing");
+    expectFailure(corridor({"info", project.beside("missing.tif")}), 1, "missing.tif");
+    expectFailure(corridor({"report", project.folder(), "--out", project.beside("r.pdf")}), 1,
+                  "inspection.db");
+    EXPECT_FALSE(QFile::exists(project.beside("r.pdf")));
+    QFile::remove(project.file("new/dsm.tif"));
+    expectFailure(corridor({"compute", project.folder()}), 1, "new/dsm.tif");
+}
+
+TEST(ProjectCommands, ASecondProgramOnTheProjectIsTold) {
+    const SmallProject project;
+    QLockFile lock(project.file(".corridor.lock"));
+    ASSERT_TRUE(lock.tryLock());
+    expectFailure(corridor({"compute", project.folder()}), 1, project.folder());
+    EXPECT_EQ(corridor({"info", project.folder()}).status, 0);
+}
+
+TEST(ProjectCommands, AReadOnlyFolderCanBeReadButNotComputed) {
+    const SmallProject project;
+    ASSERT_EQ(corridor({"compute", project.folder()}).status, 0);
+    const QStringList before = filesIn(project.folder());
+    // As another user, for whom the folder is read-only even when the tests run as root.
+    const auto asNobody = [] {
+        if (geteuid() == 0 && (setgid(65534) != 0 || setuid(65534) != 0)) {
+            _exit(99);
+        }
+    };
+    const QFile::Permissions readable = QFile::ReadOwner | QFile::ExeOwner | QFile::ReadGroup |
+                                        QFile::ExeGroup | QFile::ReadOther | QFile::ExeOther;
+    const QFile::Permissions writable = readable | QFile::WriteOwner;
+    QFile::setPermissions(project.beside("."), readable | QFile::WriteOwner);
+    QFile::setPermissions(project.folder(), readable);
+    expectFailure(corridor({"compute", project.folder()}, asNobody), 1, project.folder());
+    const Outcome read = corridor({"info", project.folder(), "--json"}, asNobody);
+    EXPECT_EQ(read.status, 0) << read.errors.join('\n').toStdString();
+    EXPECT_TRUE(read.output.contains("\"anomalies\": 3"));
+    EXPECT_EQ(filesIn(project.folder()), before);
+    QFile::setPermissions(project.folder(), writable);
+}
+
+TEST(ProjectCommands, AFullDiskLeavesTheEarlierResults) {
+    const SmallProject project;
+    ASSERT_EQ(corridor({"compute", project.folder()}).status, 0);
+    const QString stations = project.file("output/stations/1");
+    const QStringList rasters = filesIn(stations);
+    const QJsonObject before = info(project.folder());
+    for (const rlim_t bytes : {4096, 16384}) {
+        const Outcome outcome = corridor({"compute", project.folder()}, withSmallDisk(bytes));
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_EQ(outcome.errors.size(), 1) << outcome.errors.join('\n').toStdString();
+        EXPECT_EQ(filesIn(stations), rasters);
+        EXPECT_EQ(info(project.folder()), before);
+    }
+    const QString report = project.beside("report.pdf");
+    ASSERT_EQ(corridor({"report", project.folder(), "--out", report}).status, 0);
+    const qint64 size = QFileInfo(report).size();
+    expectFailure(corridor({"report", project.folder(), "--out", report}, withSmallDisk(20000)), 1, report);
+    EXPECT_EQ(QFileInfo(report).size(), size);
+    const QString shape = project.beside("shape");
+    expectFailure(corridor({"shape", project.folder(), "--out", shape}, withSmallDisk(2000)), 1, shape);
+    EXPECT_FALSE(QDir(shape).exists());
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    ::testing::InitGoogleTest(&argc, argv);
+    const QCoreApplication application(argc, argv);
+    return RUN_ALL_TESTS();
+}

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "tests/support/SmallProject.h"
+#include "workbench/inspection/compute/ComputeAnomalies.h"
+#include "workbench/inspection/database/PipelineDatabase.h"
+#include "workbench/inspection/project/Project.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+/// The value of a result that must have one.
+template<typename T>
+T valueOf(inspection::Result<T> result) {
+    const auto* failure = std::get_if<inspection::Failure>(&result);
+    EXPECT_EQ(failure, nullptr) << failure->message.toStdString();
+    if (failure != nullptr) {
+        throw std::runtime_error("no value");
+    }
+    return std::move(std::get<T>(result));
+}
+
+/// The failure of a result that must not have a value, checked to be one line.
+template<typename T>
+inspection::Failure failureOf(inspection::Result<T> result) {
+    const auto* failure = std::get_if<inspection::Failure>(&result);
+    EXPECT_NE(failure, nullptr);
+    if (failure == nullptr) {
+        throw std::runtime_error("no failure");
+    }
+    EXPECT_FALSE(failure->message.isEmpty());
+    EXPECT_FALSE(failure->userMessage.isEmpty());
+    EXPECT_FALSE(failure->message.contains('\n'));
+    EXPECT_FALSE(failure->userMessage.contains('\n'));
+    return *failure;
+}
+
+/// A small project that is open with its database.
+struct OpenedProject {
+    SmallProject files;
+    inspection::Project project = valueOf(inspection::Project::open(files.folder()));
+    std::unique_ptr<inspection::PipelineDatabase> database = valueOf(
+        inspection::PipelineDatabase::open(project.description(), inspection::Project::Access::Exclusive));
+
+    mysqlhelper::KV_MySQL& sql() { return *database->GetMySQL(); }
+    inspection::ComputationRequest request() const {
+        inspection::ComputationRequest request;
+        request.project = project.description();
+        request.threads = 2;
+        return request;
+    }
+};
