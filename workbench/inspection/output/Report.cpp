@@ -4,9 +4,35 @@
 #include "workbench/inspection/output/ReportText.h"
 
 #include <QFileInfo>
+#include <QIODevice>
 #include <QSaveFile>
 
 namespace inspection {
+
+namespace {
+
+/// Passes bytes on and remembers whether all of them were taken. The PDF writer does not look at that, and a
+/// write that a full disk cuts short is no error to the file.
+class CheckedDevice : public QIODevice {
+public:
+    explicit CheckedDevice(QIODevice& target) : m_target(target) { QIODevice::open(QIODevice::WriteOnly); }
+
+    bool isSequential() const override { return true; }
+    bool complete() const { return m_complete; }
+
+protected:
+    qint64 readData(char* /*data*/, qint64 /*size*/) override { return -1; }
+    qint64 writeData(const char* data, qint64 size) override {
+        m_complete = m_complete && m_target.write(data, size) == size;
+        return size;
+    }
+
+private:
+    QIODevice& m_target;
+    bool m_complete = true;
+};
+
+} // namespace
 
 Status writeReport(const ReportContent& content, const QString& file, const OutputProgress& progress) {
     const QString format = QFileInfo(file).suffix().toLower();
@@ -18,8 +44,9 @@ Status writeReport(const ReportContent& content, const QString& file, const Outp
         return fileFailure(file, "cannot be written: " + target.errorString(),
                            "无法写入：" + target.errorString());
     }
-    const bool whole = format == "pdf" ? writePdfReport(content, target, progress)
-                                       : writeTextReport(content, format, target, progress);
+    CheckedDevice checked(target);
+    const bool whole = format == "pdf" ? writePdfReport(content, checked, progress)
+                                       : writeTextReport(content, format, checked, progress);
     if (!whole) {
         target.cancelWriting();
         return cancelledFailure();
