@@ -51,10 +51,9 @@ Status writeReport(const ReportContent& content, const QString& file, const Outp
         target.cancelWriting();
         return cancelledFailure();
     }
-    // A buffer that could not go out does not count as an error of writing, so it is looked at before.
-    const bool complete = target.flush() && target.error() == QFileDevice::NoError;
-    if (!complete) {
+    if (!checked.complete() || !target.flush()) {
         target.cancelWriting();
+        return fileFailure(file, "cannot be written, the disk may be full", "无法写入，磁盘可能已满");
     }
     if (!target.commit()) {
         return fileFailure(file, "cannot be written: " + target.errorString(),
