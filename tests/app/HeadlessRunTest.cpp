@@ -11,13 +11,13 @@
 
 namespace {
 
-struct Run {
+struct Outcome {
     int exitStatus = -1;
     QString output;
     QString errors;
 };
 
-Run runWorkbench(const QStringList& arguments) {
+Outcome runWorkbench(const QStringList& arguments) {
     QProcess process;
     process.start(WORKBENCH_PROGRAM, arguments);
     EXPECT_TRUE(process.waitForFinished(240000));
@@ -45,7 +45,7 @@ QStringList filesBelow(const QString& folder, const QString& pattern) {
 TEST(HeadlessRun, DoesTheWholeJobAndLeavesItsResults) {
     const SampleProject project;
     QTemporaryDir results;
-    const Run run = runWorkbench({project.folder(), "--headless", results.path()});
+    const Outcome run = runWorkbench({project.folder(), "--headless", results.path()});
     ASSERT_EQ(run.exitStatus, 0) << run.errors.toStdString();
 
     const QImage window(results.filePath("window.png"));
@@ -69,7 +69,7 @@ TEST(HeadlessRun, DoesTheWholeJobAndLeavesItsResults) {
 TEST(HeadlessRun, WorksOnAnyTwoSurfaceModels) {
     const SampleProject project;
     QTemporaryDir results;
-    const Run run = runWorkbench({"--old", project.file("epochs/2024-05-18/dsm.tif"), "--new",
+    const Outcome run = runWorkbench({"--old", project.file("epochs/2024-05-18/dsm.tif"), "--new",
                                   project.file("epochs/2025-05-20/dsm.tif"), "--headless", results.path()});
     ASSERT_EQ(run.exitStatus, 0) << run.errors.toStdString();
     EXPECT_GT(readSummary(results.path())["anomalies"].toInt(), 0);
@@ -78,14 +78,14 @@ TEST(HeadlessRun, WorksOnAnyTwoSurfaceModels) {
 
 TEST(HeadlessRun, AMissingProjectIsOneLineAndStatusOne) {
     QTemporaryDir results;
-    const Run run = runWorkbench({"/nowhere/project", "--headless", results.path()});
+    const Outcome run = runWorkbench({"/nowhere/project", "--headless", results.path()});
     EXPECT_EQ(run.exitStatus, 1);
     EXPECT_TRUE(run.errors.contains("/nowhere/project")) << run.errors.toStdString();
 }
 
 TEST(HeadlessRun, AMissingRasterIsNamed) {
     QTemporaryDir results;
-    const Run run = runWorkbench(
+    const Outcome run = runWorkbench(
         {"--old", "/nowhere/old.tif", "--new", "/nowhere/new.tif", "--headless", results.path()});
     EXPECT_EQ(run.exitStatus, 1);
     EXPECT_TRUE(run.errors.contains("/nowhere/old.tif")) << run.errors.toStdString();
@@ -94,7 +94,7 @@ TEST(HeadlessRun, AMissingRasterIsNamed) {
 TEST(HeadlessRun, AMissingPluginFailsTheRunAndIsNamed) {
     const SampleProject project;
     QTemporaryDir results;
-    const Run run =
+    const Outcome run =
         runWorkbench({project.folder(), "--plugin", "/nowhere/libMissing.so", "--headless", results.path()});
     EXPECT_EQ(run.exitStatus, 1);
     EXPECT_TRUE(run.errors.contains("/nowhere/libMissing.so")) << run.errors.toStdString();
