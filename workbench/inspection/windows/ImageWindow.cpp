@@ -127,10 +127,10 @@ void ImageWindow::CreatZoomItem(KV_StationItem* item, const SdiffData& zoom) {
         pane->setPicture({}, {}, tr("正在读取…"));
         pane->setOutline(outline);
     }
-    setProfileLine(lineAcross(m_subject));
     fit();
     m_settle.stop();
     readVisible();
+    setProfileLine(lineAcross(m_subject));
 }
 
 ComparisonSource ImageWindow::sourceOf(const KV_StationItem& item, const SdiffData& zoom) const {
@@ -219,6 +219,11 @@ void ImageWindow::scheduleRead() {
     if (!m_subject.isEmpty()) {
         m_settle.start();
     }
+}
+
+void ImageWindow::resizeEvent(QResizeEvent* event) {
+    KVImageWindow::resizeEvent(event);
+    scheduleRead();
 }
 
 void ImageWindow::readVisible() {

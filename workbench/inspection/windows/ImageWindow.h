@@ -38,6 +38,9 @@ signals:
     /// Everything that was asked for is shown.
     void shown();
 
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+
 private slots:
     void fit();
     void scheduleRead();

@@ -108,7 +108,7 @@ void StationTreeWindow::clear() {
     m_objects.clear();
     emit currentStationChanged(nullptr);
     m_items.clear();
-    m_tree->reset();
+    m_tree->makeGroups();
 }
 
 void StationTreeWindow::loadStations() {
@@ -234,8 +234,14 @@ void StationTreeWindow::takeResults(const std::vector<std::uint32_t>& stationIds
     const QTreeWidgetItem* current = m_tree->currentItem();
     if (current != nullptr && current->type() == StationTree::Station) {
         changeCurrent(m_tree->currentItem());
-    } else if (!stationIds.empty()) {
-        m_tree->setCurrentItem(m_tree->station(stationIds.front()));
+        return;
+    }
+    const auto rich = std::find_if(stationIds.begin(), stationIds.end(), [this](std::uint32_t id) {
+        const KV_StationItem* station = item(id);
+        return station != nullptr && !station->m_diffData.m_anomalies.empty();
+    });
+    if (rich != stationIds.end()) {
+        m_tree->setCurrentItem(m_tree->station(*rich));
     }
 }
 
