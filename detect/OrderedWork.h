@@ -31,6 +31,7 @@ public:
 
     std::optional<Failure> run() {
         std::vector<std::thread> workers;
+        workers.reserve(static_cast<std::size_t>(m_threads));
         for (int i = 0; i < m_threads; ++i)
             workers.emplace_back([this] { work(); });
         std::optional<Failure> failure = handOver();

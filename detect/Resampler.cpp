@@ -143,6 +143,7 @@ Resampler::Lattice Resampler::layLattice(const CellWindow& tile, const Shift& sh
     lattice.firstRow = tile.row / latticeStep * latticeStep;
     lattice.columns = (tile.column + tile.columns - 1 - lattice.firstColumn) / latticeStep + 2;
     const int rows = (tile.row + tile.rows - 1 - lattice.firstRow) / latticeStep + 2;
+    lattice.nodes.reserve(static_cast<std::size_t>(lattice.columns) * static_cast<std::size_t>(rows));
     for (int row = 0; row < rows; ++row)
         for (int column = 0; column < lattice.columns; ++column)
             lattice.nodes.push_back({double(lattice.firstColumn) + column * latticeStep,
