@@ -164,7 +164,7 @@ void StationTree::extendCheck(QTreeWidgetItem* item, int column) {
     }
     m_extending = true;
     QTreeWidgetItem* group = item->parent();
-    const auto [first, last] = std::minmax(group->indexOfChild(from), group->indexOfChild(item));
+    const auto [first, last] = std::minmax({group->indexOfChild(from), group->indexOfChild(item)});
     for (int i = first; i <= last; ++i) {
         group->child(i)->setCheckState(NameColumn, item->checkState(NameColumn));
     }
