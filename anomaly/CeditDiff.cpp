@@ -35,6 +35,16 @@ constexpr char kKey[] = "307 edit diff ";
 constexpr char kFrameName[] = "FrameSelect";
 constexpr int kPickCameraPixels = 256;
 
+/// The first child of the map node with the frame group's name, or null.
+osg::Node* frameGroupInScene() {
+    osgEarth::MapNode* mapNode = globeMapNode();
+    for (unsigned index = 0; mapNode && index < mapNode->getNumChildren(); ++index) {
+        if (mapNode->getChild(index)->getName() == kFrameName)
+            return mapNode->getChild(index);
+    }
+    return nullptr;
+}
+
 } // namespace
 
 CeditDiff::CeditDiff() : zeo::ToolPlugin(kKey), m_ownKey(kKey) {
@@ -82,6 +92,7 @@ void CeditDiff::OnActivate() {
 
 void CeditDiff::OnDeactivate() {
     m_stationItems.clear();
+    m_currentItem = nullptr;
     m_doubleClickPoint.reset();
     if (EarthManipulator* manipulator = globeManipulator())
         manipulator->getSettings()->bindMouse(EarthManipulator::ACTION_EARTH_DRAG,
@@ -126,11 +137,9 @@ void CeditDiff::OnMessage(std::string message) { // NOLINT(performance-unnecessa
         removePicker();
     else if (message == "addPick")
         addPicker();
-    else if (message == kFrameName) {
-        if (m_frameGroup)
-            m_frameGroup->setName(message);
-        addToGlobe(m_frameGroup);
-    } else if (message == "RemoveFrameSelect")
+    else if (message == kFrameName)
+        addFrameSelection();
+    else if (message == "RemoveFrameSelect")
         removeFrameSelection();
 }
 
@@ -157,15 +166,19 @@ void CeditDiff::removePicker() {
     m_pickCallback = nullptr;
 }
 
+void CeditDiff::addFrameSelection() {
+    if (!m_frameGroup)
+        return;
+    m_frameGroup->setName(kFrameName);
+    // The group of an earlier activation would otherwise stay, and be the one that the next removal finds.
+    osg::Node* inScene = frameGroupInScene();
+    if (inScene != m_frameGroup)
+        removeFromGlobe(inScene);
+    addToGlobe(m_frameGroup);
+}
+
 void CeditDiff::removeFrameSelection() {
-    if (osgEarth::MapNode* mapNode = globeMapNode()) {
-        for (unsigned index = 0; index < mapNode->getNumChildren(); ++index) {
-            if (mapNode->getChild(index)->getName() == kFrameName) {
-                mapNode->removeChild(index);
-                break;
-            }
-        }
-    }
+    removeFromGlobe(frameGroupInScene());
     if (m_frameFeatureNode) {
         m_frameFeatureNode->getFeature()->getGeometry()->clear();
         m_frameFeatureNode->dirty();

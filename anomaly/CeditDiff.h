@@ -74,6 +74,7 @@ private:
     void prepareStyles();
     void addPicker();
     void removePicker();
+    void addFrameSelection();
     void removeFrameSelection();
     void scanSelectedItems();
 

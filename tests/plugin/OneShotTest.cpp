@@ -1,0 +1,80 @@
+#include "tests/plugin/PluginHost.h"
+
+#include <osgEarth/Viewpoint>
+#include <osgEarthUtil/EarthManipulator>
+
+namespace {
+
+class OneShot : public PluginTest {
+protected:
+    osgEarth::Util::EarthManipulator& manipulator() { return *m_host.globe->getManipulator(); }
+    void turnTo(double headingDegrees, double pitchDegrees) {
+        manipulator().setViewpoint(
+            osgEarth::Viewpoint("", 109.0, 34.0, 0.0, headingDegrees, pitchDegrees, 250000.0));
+        m_host.settle();
+    }
+};
+
+void expectSamePlace(const osgEarth::Viewpoint& before, const osgEarth::Viewpoint& after) {
+    EXPECT_NEAR(after.focalPoint()->x(), before.focalPoint()->x(), 1e-6);
+    EXPECT_NEAR(after.focalPoint()->y(), before.focalPoint()->y(), 1e-6);
+    EXPECT_NEAR(after.focalPoint()->z(), before.focalPoint()->z(), 1.0);
+    EXPECT_NEAR(after.range()->as(osgEarth::Units::METERS), before.range()->as(osgEarth::Units::METERS), 1.0);
+}
+
+TEST_F(OneShot, NorthUpTurnsAnyViewAtOnceAndKeepsPlaceAndRange) {
+    for (const double heading : {45.0, -120.0, 179.0, 0.0}) {
+        turnTo(heading, -30.0);
+        const osgEarth::Viewpoint before = manipulator().getViewpoint();
+        m_host.click("正北视图");
+        EXPECT_FALSE(manipulator().isSettingViewpoint()) << "no flight";
+        const osgEarth::Viewpoint after = manipulator().getViewpoint();
+        EXPECT_NEAR(after.heading()->as(osgEarth::Units::DEGREES), 0.0, 1e-3) << heading;
+        // A manipulator keeps a tenth of a degree away from the vertical.
+        EXPECT_NEAR(after.pitch()->as(osgEarth::Units::DEGREES), -90.0, 0.11) << heading;
+        expectSamePlace(before, after);
+        EXPECT_FALSE(m_host.button("正北视图").isChecked());
+    }
+}
+
+TEST_F(OneShot, NorthUpTwiceLeavesTheViewUnchangedTheSecondTime) {
+    turnTo(77.0, -40.0);
+    m_host.click("正北视图");
+    const osgEarth::Viewpoint first = manipulator().getViewpoint();
+    m_host.click("正北视图");
+    const osgEarth::Viewpoint second = manipulator().getViewpoint();
+    EXPECT_NEAR(second.heading()->as(osgEarth::Units::DEGREES), first.heading()->as(osgEarth::Units::DEGREES),
+                1e-6);
+    EXPECT_NEAR(second.pitch()->as(osgEarth::Units::DEGREES), first.pitch()->as(osgEarth::Units::DEGREES),
+                1e-6);
+    expectSamePlace(first, second);
+}
+
+TEST_F(OneShot, TheOthersReachTheInspectionLibraryAndLeaveTheirButtonUp) {
+    for (const char* command : {"计算异常", "输出报告", "输出shape", "参数设置"}) {
+        const DialogCloser closer;
+        m_host.click(command);
+        EXPECT_EQ(closer.objectNames, QStringList{"myMessageBox"}) << command << ": no project is open";
+        EXPECT_FALSE(m_host.button(command).isChecked()) << command;
+    }
+}
+
+TEST_F(OneShot, ComputingTwiceAsksTheLibraryTwice) {
+    const DialogCloser closer;
+    m_host.click("计算异常");
+    EXPECT_FALSE(m_host.button("计算异常").isChecked());
+    m_host.click("计算异常");
+    EXPECT_FALSE(m_host.button("计算异常").isChecked());
+    EXPECT_EQ(closer.objectNames.size(), 2);
+}
+
+TEST_F(OneShot, ComputingLeavesTheAnomalyToolActive) {
+    m_host.click("查看\\编辑异常");
+    const DialogCloser closer;
+    m_host.click("计算异常");
+    EXPECT_EQ(m_engine.GetActiveTool(), &m_host.command("查看\\编辑异常"));
+    EXPECT_TRUE(m_host.button("查看\\编辑异常").isChecked());
+    EXPECT_EQ(m_handlers.activeHandler(), &m_host.handler("查看\\编辑异常"));
+}
+
+} // namespace

@@ -1,0 +1,5 @@
+#include "tests/support/QtMain.h"
+
+int main(int argc, char** argv) {
+    return runTestsInApplication(argc, argv, [] {});
+}
