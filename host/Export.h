@@ -1,7 +1,8 @@
 #pragma once
 
-/// Import and export marks of the five platform libraries. Each library defines its CORRIDOR_BUILD_... macro when it
-/// is compiled; everybody else imports. Elsewhere than on Windows the marks only set the symbol visibility.
+/// Import and export marks of the five platform libraries. Each library defines its CORRIDOR_BUILD_... macro
+/// when it is compiled; everybody else imports. Elsewhere than on Windows the marks only set the symbol
+/// visibility.
 
 #if defined(_WIN32)
 #define CORRIDOR_EXPORT __declspec(dllexport)

@@ -9,9 +9,9 @@
 
 /// The one place that knows the 8-bit code page of names, keys, bus messages and records.
 ///
-/// It is GBK. GB18030 serves as the codec: it gives the same bytes for everything that GBK holds and has a place for
-/// every other character, so that a name with a rare character survives the way through an 8-bit record.
-/// All functions are reentrant and never fail: what is not valid in the source becomes U+FFFD or '?'.
+/// It is GBK. GB18030 serves as the codec: it gives the same bytes for everything that GBK holds and has a
+/// place for every other character, so that a name with a rare character survives the way through an 8-bit
+/// record. All functions are reentrant and never fail: what is not valid in the source becomes U+FFFD or '?'.
 
 /// UTF-16 text to GBK bytes.
 inline std::string toGbk(const QString& text) {

@@ -44,9 +44,9 @@ public:
     virtual void OnBeforeExcute() = 0;
     /// Shows a text in the host's status bar.
     virtual void setStatbarTip(QString text);
-    /// Creates the command's button as a child of `parent`, appends it to `layout` and connects its clicked() to
-    /// OnAction() and isrun(bool) to its setChecked(bool). The default makes a checkable QToolButton, icon over text,
-    /// whose object name is Name().
+    /// Creates the command's button as a child of `parent`, appends it to `layout` and connects its clicked()
+    /// to OnAction() and isrun(bool) to its setChecked(bool). The default makes a checkable QToolButton, icon
+    /// over text, whose object name is Name().
     virtual void createselfUI(QWidget* parent, QHBoxLayout* layout);
 
 signals:

@@ -9,7 +9,8 @@ class QWheelEvent;
 namespace zeo {
 
 /// An interactive tool: at most one is active at a time. The order of the virtual operations is part of the
-/// interface. The Qt input operations are for hosts with a 2D view; the globe's events go to CXCommandHandler::handle.
+/// interface. The Qt input operations are for hosts with a 2D view; the globe's events go to
+/// CXCommandHandler::handle.
 class ENGINE_API ITool : public ICommand {
     Q_OBJECT
 
@@ -24,8 +25,9 @@ public:
     virtual int MessageEvent(int message, long long first, long long second) = 0;
     /// The tool becomes the active tool. It checks its button itself, or unchecks it when it does not start.
     virtual void OnActivate() = 0;
-    /// The tool stops being the active tool. The host calls it with the tool's button checked, whatever the tool did
-    /// to the button while it was active, so that a flag derived from the button says "it was running".
+    /// The tool stops being the active tool. The host calls it with the tool's button checked, whatever the
+    /// tool did to the button while it was active, so that a flag derived from the button says "it was
+    /// running".
     virtual void OnDeactivate() = 0;
     virtual void onFormAction(int action, double value) = 0;
     virtual void onFormAction(int action, QString value) = 0;

@@ -36,8 +36,8 @@ public:
     void sent_msg_redo(QString text);
 
 signals:
-    /// An edit can be undone; its description, or empty when only the buttons are to be refreshed. Emitted for each
-    /// new undoable edit as well.
+    /// An edit can be undone; its description, or empty when only the buttons are to be refreshed. Emitted
+    /// for each new undoable edit as well.
     void msg_undo(QString text);
     /// An edit can be redone; its description or empty.
     void msg_redo(QString text);

@@ -9,8 +9,8 @@ class KVImageWindow;
 class QWidget;
 class StationWindow;
 
-/// The inspection data library's one context. GUI thread. The host initialises the library before it loads plug-ins;
-/// from then on every accessor answers, unless said otherwise.
+/// The inspection data library's one context. GUI thread. The host initialises the library before it loads
+/// plug-ins; from then on every accessor answers, unless said otherwise.
 class INSPECTION_API IORVAContext {
 public:
     /// Never null.

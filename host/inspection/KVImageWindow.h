@@ -13,6 +13,7 @@ public:
     explicit KVImageWindow(QWidget* parent = nullptr);
     ~KVImageWindow() override;
 
-    /// Shows the surroundings of the anomaly `zoom` of `item`; a record without extent shows the whole station.
+    /// Shows the surroundings of the anomaly `zoom` of `item`; a record without extent shows the whole
+    /// station.
     virtual void CreatZoomItem(KV_StationItem* item, const SdiffData& zoom) = 0;
 };

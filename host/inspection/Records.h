@@ -19,8 +19,8 @@ enum KV_ObjectType : std::int32_t {
     KV_SPECIAL_AREA = 17
 };
 
-/// A named place. Names and attributes are GBK; coordinates are longitude, latitude in degrees and height in metres
-/// above the ellipsoid.
+/// A named place. Names and attributes are GBK; coordinates are longitude, latitude in degrees and height in
+/// metres above the ellipsoid.
 class INSPECTION_API KV_BasicNode {
 public:
     KV_BasicNode();
@@ -37,9 +37,9 @@ public:
     /// Adds the record's fields, without its id, to a field map for insert or update.
     virtual void evalute_record(mysqlhelper::KV_Record& fields) const;
 
-    std::int32_t m_type = 0;  ///< KV_ObjectType
-    std::uint32_t m_id = 0;   ///< database id, 0 before it is stored
-    std::string m_attribute;  ///< GBK
+    std::int32_t m_type = 0; ///< KV_ObjectType
+    std::uint32_t m_id = 0;  ///< database id, 0 before it is stored
+    std::string m_attribute; ///< GBK
 
 protected:
     std::string m_name;
@@ -54,7 +54,8 @@ public:
     ~Special_Point() override;
 };
 
-/// What special areas and polygons have in common: an outline and how it is drawn. The coordinate is the centre.
+/// What special areas and polygons have in common: an outline and how it is drawn. The coordinate is the
+/// centre.
 class INSPECTION_API Special_Region : public KV_BasicNode {
 public:
     Special_Region();
@@ -64,7 +65,8 @@ public:
     void init_from_sqldata(const mysqlhelper::KV_Record& row) override;
     void evalute_record(mysqlhelper::KV_Record& fields) const override;
 
-    std::vector<osg::Vec3d> m_vertices; ///< outline, longitude, latitude, height; the first point is not repeated
+    std::vector<osg::Vec3d>
+        m_vertices; ///< outline, longitude, latitude, height; the first point is not repeated
     osg::Vec3 m_fillColor{1.0F, 1.0F, 0.0F};   ///< red, green, blue, each 0..1
     osg::Vec3 m_borderColor{1.0F, 1.0F, 1.0F}; ///< red, green, blue, each 0..1
     std::int32_t m_borderWidth = 3;            ///< pixels
@@ -72,8 +74,8 @@ public:
     std::int32_t m_level = 1;                  ///< 0..5
 };
 
-/// A polygon record: a high-consequence area as it is kept in the polygon map, and the form in which a new area is
-/// handed to the station window.
+/// A polygon record: a high-consequence area as it is kept in the polygon map, and the form in which a new
+/// area is handed to the station window.
 class INSPECTION_API Special_Polygon : public Special_Region {
 public:
     using Special_Region::Special_Region;

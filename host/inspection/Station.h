@@ -10,16 +10,16 @@
 
 /// One anomaly of a station item. Texts are GBK.
 struct SdiffData {
-    std::int64_t id = 0;      ///< database id
-    std::string name;         ///< also the name of its overlay node
-    std::string attribute;    ///< the inspector's verdict, empty while there is none
-    std::string suggested;    ///< the class that detection suggests
-    bool isFill = true;       ///< fill (heap, building) or cut (pit, subsidence)
-    double x = 0.0;           ///< centroid in the station's reference system
+    std::int64_t id = 0;   ///< database id
+    std::string name;      ///< also the name of its overlay node
+    std::string attribute; ///< the inspector's verdict, empty while there is none
+    std::string suggested; ///< the class that detection suggests
+    bool isFill = true;    ///< fill (heap, building) or cut (pit, subsidence)
+    double x = 0.0;        ///< centroid in the station's reference system
     double y = 0.0;
-    double lonDegrees = 0.0;  ///< centroid, WGS 84
+    double lonDegrees = 0.0; ///< centroid, WGS 84
     double latDegrees = 0.0;
-    double xMin = 0.0;        ///< bounds in the station's reference system
+    double xMin = 0.0; ///< bounds in the station's reference system
     double yMin = 0.0;
     double xMax = 0.0;
     double yMax = 0.0;
@@ -29,14 +29,15 @@ struct SdiffData {
     double dzMeanMetres = 0.0;
     double dzMinMetres = 0.0;
     double dzMaxMetres = 0.0;
-    std::string outlineWkt;   ///< polygon in the station's reference system
+    std::string outlineWkt; ///< polygon in the station's reference system
 
     double volumeCubicMetres() const { return isFill ? fillCubicMetres : cutCubicMetres; }
 };
 
 class KV_ElevationDifference;
 
-/// The anomaly data of one station item: its records and its raster of elevation differences. Copies share the raster.
+/// The anomaly data of one station item: its records and its raster of elevation differences. Copies share
+/// the raster.
 class INSPECTION_API KV_DiffData {
 public:
     KV_DiffData();
@@ -65,18 +66,18 @@ public:
 
     std::int32_t m_tableKind = 0; ///< object type code of the table it came from
     std::uint32_t m_id = 0;
-    std::string m_name;           ///< GBK
-    std::string m_srs;            ///< definition of the projected reference system ("EPSG:4549" or WKT)
-    double m_xMin = 0.0;          ///< bounds in that system, metres
+    std::string m_name;  ///< GBK
+    std::string m_srs;   ///< definition of the projected reference system ("EPSG:4549" or WKT)
+    double m_xMin = 0.0; ///< bounds in that system, metres
     double m_yMin = 0.0;
     double m_xMax = 0.0;
     double m_yMax = 0.0;
-    double m_startMetres = 0.0;   ///< along the centre line
+    double m_startMetres = 0.0; ///< along the centre line
     double m_endMetres = 0.0;
 };
 
-/// A station as the windows and tools work with it. The read operations are cheap when nothing changed since the last
-/// call, silent on failure (false), and run on the thread of the caller.
+/// A station as the windows and tools work with it. The read operations are cheap when nothing changed since
+/// the last call, silent on failure (false), and run on the thread of the caller.
 class INSPECTION_API KV_StationItem {
 public:
     KV_StationItem();

@@ -18,8 +18,9 @@ public:
     explicit StationWindow(QWidget* parent = nullptr);
     ~StationWindow() override;
 
-    /// Computes the anomalies of the stations that are checked, beside the GUI thread, with progress and cancel. The
-    /// previous results are replaced only on success. Says so when nothing is checked or work is already going on.
+    /// Computes the anomalies of the stations that are checked, beside the GUI thread, with progress and
+    /// cancel. The previous results are replaced only on success. Says so when nothing is checked or work is
+    /// already going on.
     virtual void PickCurrentShowItemsDiff() = 0;
     /// Writes the inspection report; asks for the file unless one was set by the host.
     virtual void OutPutReport() = 0;
@@ -38,10 +39,11 @@ public:
     /// Store a new object and enter it in the tree. False when it was refused; nothing is stored then.
     virtual bool AddPointNode(const Special_Point& point) = 0;
     virtual bool AddAreaNode(const Special_Polygon& area) = 0;
-    /// Deletes the stored object of that name and type code. False when it was refused; nothing is changed then.
+    /// Deletes the stored object of that name and type code. False when it was refused; nothing is changed
+    /// then.
     virtual bool DeleteNode(const QString& name, int type) = 0;
-    /// Store an edited record under its id and rename its tree entry. False when the old name is unknown or the
-    /// database refused; nothing is changed then.
+    /// Store an edited record under its id and rename its tree entry. False when the old name is unknown or
+    /// the database refused; nothing is changed then.
     virtual bool UpdataNode(const Special_Polygon& polygon, const std::string& oldName) = 0;
     virtual bool UpdataNode(const Special_Area& area, const std::string& oldName) = 0;
     virtual bool UpdataNode(const Special_Point& point, const std::string& oldName) = 0;

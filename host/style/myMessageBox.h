@@ -14,8 +14,8 @@ public:
 
     /// Shows the box and, when `modal`, waits for the user.
     /// `type` chooses the icon (Type), `buttons` the buttons (Buttons).
-    /// Returns 0 when the user confirmed (OK or yes), 1 otherwise. A box that is not modal returns 0 at once and
-    /// deletes itself when it is closed. GUI thread.
-    static int showMyMessageBox(QWidget* parent, const QString& title, const QString& text, int type, int buttons,
-                                bool modal = true);
+    /// Returns 0 when the user confirmed (OK or yes), 1 otherwise. A box that is not modal returns 0 at once
+    /// and deletes itself when it is closed. GUI thread.
+    static int showMyMessageBox(QWidget* parent, const QString& title, const QString& text, int type,
+                                int buttons, bool modal = true);
 };

@@ -15,8 +15,8 @@ public:
     CXCommandHandler();
 
     using osgGA::GUIEventHandler::handle;
-    /// Receives the viewer's events, in the frame loop, while the handler is the active one. True consumes the event.
-    /// The default answers false.
+    /// Receives the viewer's events, in the frame loop, while the handler is the active one. True consumes
+    /// the event. The default answers false.
     bool handle(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) override;
     /// Receives a message of the bus, in the frame loop and between frames. The default ignores it.
     virtual void OnMessage(std::string message);

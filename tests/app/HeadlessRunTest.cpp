@@ -22,7 +22,8 @@ Outcome runWorkbench(const QStringList& arguments) {
     process.start(WORKBENCH_PROGRAM, arguments);
     EXPECT_TRUE(process.waitForFinished(240000));
     return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
-            QString::fromUtf8(process.readAllStandardOutput()), QString::fromUtf8(process.readAllStandardError())};
+            QString::fromUtf8(process.readAllStandardOutput()),
+            QString::fromUtf8(process.readAllStandardError())};
 }
 
 QJsonObject readSummary(const QString& folder) {
@@ -69,8 +70,9 @@ TEST(HeadlessRun, DoesTheWholeJobAndLeavesItsResults) {
 TEST(HeadlessRun, WorksOnAnyTwoSurfaceModels) {
     const SampleProject project;
     QTemporaryDir results;
-    const Outcome run = runWorkbench({"--old", project.file("epochs/2024-05-18/dsm.tif"), "--new",
-                                  project.file("epochs/2025-05-20/dsm.tif"), "--headless", results.path()});
+    const Outcome run =
+        runWorkbench({"--old", project.file("epochs/2024-05-18/dsm.tif"), "--new",
+                      project.file("epochs/2025-05-20/dsm.tif"), "--headless", results.path()});
     ASSERT_EQ(run.exitStatus, 0) << run.errors.toStdString();
     EXPECT_GT(readSummary(results.path())["anomalies"].toInt(), 0);
     EXPECT_TRUE(QFileInfo::exists(results.filePath("report.pdf")));
@@ -95,7 +97,7 @@ TEST(HeadlessRun, AMissingPluginFailsTheRunAndIsNamed) {
     const SampleProject project;
     QTemporaryDir results;
     const Outcome run =
-        runWorkbench({project.folder(), "--plugin", "/nowhere/libMissing.so", "--headless", results.path()});
+        runWorkbench({project.folder(), "--tools", "/nowhere/libMissing.so", "--headless", results.path()});
     EXPECT_EQ(run.exitStatus, 1);
     EXPECT_TRUE(run.errors.contains("/nowhere/libMissing.so")) << run.errors.toStdString();
 }

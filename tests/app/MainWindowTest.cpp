@@ -91,11 +91,13 @@ protected:
 
 TEST_F(MainWindowTest, ShowsOneGroupWithElevenButtonsInTheOrderOfCreate) {
     m_window.loadPlugin(TOOL_PLUGIN);
-    const QStringList expected = {
-        QString::fromUtf8("计算异常"), QString::fromUtf8("查看\\编辑异常"), QString::fromUtf8("编辑特殊区域"),
-        QString::fromUtf8("添加特殊点"), QString::fromUtf8("输出报告"), QString::fromUtf8("输出shape"),
-        QString::fromUtf8("参数设置"), QString::fromUtf8("正北视图"), QString::fromUtf8("撤销"),
-        QString::fromUtf8("重做"), QString::fromUtf8("添加特殊面")};
+    const QStringList expected = {QString::fromUtf8("计算异常"),     QString::fromUtf8("查看\\编辑异常"),
+                                  QString::fromUtf8("编辑特殊区域"), QString::fromUtf8("添加特殊点"),
+                                  QString::fromUtf8("输出报告"),     QString::fromUtf8("输出shape"),
+                                  QString::fromUtf8("参数设置"),     QString::fromUtf8("正北视图"),
+                                  QString::fromUtf8("撤销"),         QString::fromUtf8("重做"),
+                                  QString::fromUtf8("添加特殊面")};
+    QApplication::processEvents(); // the new buttons get their places
     QStringList texts;
     int previousLeft = -1;
     for (const QToolButton* tool : m_window.toolArea().findChildren<QToolButton*>()) {
@@ -184,8 +186,7 @@ TEST_F(MainWindowTest, ComputesTheTickedStationsTwiceAndKeepsTheActiveTool) {
     tree->topLevelItem(0)->setCheckState(0, Qt::Checked);
     click("查看\\编辑异常");
 
-    QSignalSpy finished(&InspectionContext::instance(),
-                        &InspectionContext::computeFinished);
+    QSignalSpy finished(&InspectionContext::instance(), &InspectionContext::computeFinished);
     int overlays = 0;
     for (int run = 1; run <= 2; ++run) {
         click("计算异常");
@@ -193,8 +194,9 @@ TEST_F(MainWindowTest, ComputesTheTickedStationsTwiceAndKeepsTheActiveTool) {
         ASSERT_TRUE(QTest::qWaitFor([&] { return finished.size() == run; }, kLongMilliseconds));
         EXPECT_TRUE(finished.last().at(0).toBool()) << finished.last().at(1).toString().toStdString();
         EXPECT_GT(overlayCount(), 0);
-        if (run == 2)
+        if (run == 2) {
             EXPECT_EQ(overlayCount(), overlays);
+        }
         overlays = overlayCount();
     }
     EXPECT_TRUE(button("查看\\编辑异常")->isChecked());

@@ -9,6 +9,9 @@
 #include <gdal_priv.h>
 #include <gdal_utils.h>
 
+#include <chrono>
+#include <thread>
+
 namespace globetest {
 namespace {
 
@@ -90,11 +93,16 @@ void OffscreenGlobe::frame() {
 }
 
 bool OffscreenGlobe::settle(int maxFrames) {
+    const osgDB::DatabasePager* pager = _viewer.getDatabasePager();
     frame();
     frame();
     return frameUntil(
         [&] {
-            const osgDB::DatabasePager* pager = _viewer.getDatabasePager();
+            // A frame takes longer than a tile, so the pager gets the time to finish what was asked for.
+            while (pager->getFileRequestListSize() > 0 ||
+                   (pager->getRequestsInProgress() && !pager->requiresUpdateSceneGraph())) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            }
             return !pager->getRequestsInProgress() && !pager->requiresUpdateSceneGraph();
         },
         maxFrames);

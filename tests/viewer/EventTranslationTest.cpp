@@ -14,7 +14,8 @@ using Adapter = osgGA::GUIEventAdapter;
 
 class EventTranslationTest : public ::testing::Test {
 protected:
-    EventTranslationTest() : m_queue(new osgGA::EventQueue(Adapter::Y_INCREASING_UPWARDS)), m_events(*m_queue) {
+    EventTranslationTest()
+        : m_queue(new osgGA::EventQueue(Adapter::Y_INCREASING_UPWARDS)), m_events(*m_queue) {
         m_queue->windowResize(0, 0, 400, 300);
         m_queue->clear();
         m_events.setWindow(300, 1.0);

@@ -22,7 +22,6 @@
 #include <QTextStream>
 #include <QTreeWidget>
 
-
 namespace {
 
 // Only there to end a run that hangs; no step comes near it.
@@ -69,11 +68,11 @@ HeadlessRun::HeadlessRun(MainWindow& window, const QString& folder, const QElaps
 int HeadlessRun::run() {
     QElapsedTimer clock;
     clock.start();
-    const bool worked = runStep("show", &HeadlessRun::showCorridor) && runStep("tick", &HeadlessRun::tickStations) &&
-                        runStep("compute", &HeadlessRun::computeAnomalies) &&
-                        runStep("north", &HeadlessRun::turnNorth) && runStep("report", &HeadlessRun::writeReport) &&
-                        runStep("shape", &HeadlessRun::writeShapes) && runStep("look", &HeadlessRun::lookAtFirstAnomaly) &&
-                        runStep("window", &HeadlessRun::saveWindow);
+    const bool worked =
+        runStep("show", &HeadlessRun::showCorridor) && runStep("tick", &HeadlessRun::tickStations) &&
+        runStep("compute", &HeadlessRun::computeAnomalies) && runStep("north", &HeadlessRun::turnNorth) &&
+        runStep("report", &HeadlessRun::writeReport) && runStep("shape", &HeadlessRun::writeShapes) &&
+        runStep("look", &HeadlessRun::lookAtFirstAnomaly) && runStep("window", &HeadlessRun::saveWindow);
     m_seconds["total"] = static_cast<double>(clock.elapsed()) / 1000.0;
     const bool summarised = writeSummary(worked);
     if (!worked || !summarised) {
@@ -109,15 +108,14 @@ bool HeadlessRun::computeAnomalies() {
     bool finished = false;
     bool succeeded = false;
     QString message;
-    const auto connection =
-        connect(&InspectionContext::instance(), &InspectionContext::computeFinished, this,
-                [&](bool ok, const QString& text) {
-                    finished = true;
-                    succeeded = ok;
-                    message = text;
-                });
-    const bool ended = pressTool(QString::fromUtf8("计算异常")) &&
-                       waitUntil([&] { return finished; }, "the computation");
+    const auto connection = connect(&InspectionContext::instance(), &InspectionContext::computeFinished, this,
+                                    [&](bool ok, const QString& text) {
+                                        finished = true;
+                                        succeeded = ok;
+                                        message = text;
+                                    });
+    const bool ended =
+        pressTool(QString::fromUtf8("计算异常")) && waitUntil([&] { return finished; }, "the computation");
     disconnect(connection);
     if (!ended)
         return false;
@@ -134,7 +132,8 @@ bool HeadlessRun::computeAnomalies() {
 
 bool HeadlessRun::turnNorth() {
     return pressTool(QString::fromUtf8("正北视图")) &&
-           waitUntil([this] { return m_window.globe().isPictureComplete(); }, "the picture of the north-up view");
+           waitUntil([this] { return m_window.globe().isPictureComplete(); },
+                     "the picture of the north-up view");
 }
 
 bool HeadlessRun::writeReport() {
@@ -172,7 +171,8 @@ bool HeadlessRun::runStep(const char* name, Step step) {
 bool HeadlessRun::pressTool(const QString& buttonName) {
     auto* button = m_window.toolArea().findChild<QAbstractButton*>(buttonName);
     if (!button)
-        return fail("no button " + buttonName + (m_messages.isEmpty() ? QString() : ": " + m_messages.join(' ')));
+        return fail("no button " + buttonName +
+                    (m_messages.isEmpty() ? QString() : ": " + m_messages.join(' ')));
     clickWithMouse(*button);
     return true;
 }
@@ -192,13 +192,12 @@ bool HeadlessRun::pressAndWaitForOutput(const QString& buttonName) {
     bool finished = false;
     bool succeeded = false;
     QString path;
-    const auto connection =
-        connect(&InspectionContext::instance(), &InspectionContext::outputFinished, this,
-                [&](const QString&, bool ok, const QString& file) {
-                    finished = true;
-                    succeeded = ok;
-                    path = file;
-                });
+    const auto connection = connect(&InspectionContext::instance(), &InspectionContext::outputFinished, this,
+                                    [&](const QString&, bool ok, const QString& file) {
+                                        finished = true;
+                                        succeeded = ok;
+                                        path = file;
+                                    });
     const bool ended = pressTool(buttonName) && waitUntil([&] { return finished; }, buttonName);
     disconnect(connection);
     if (!ended)
@@ -241,7 +240,8 @@ void HeadlessRun::printSummary() const {
         << "anomalies         " << m_results["anomalies"].toInt() << '\n'
         << "cells per second  " << QString::number(m_results["cells_per_second"].toDouble(), 'f', 0) << '\n';
     for (const QString& step : m_seconds.keys())
-        out << (step + " seconds").leftJustified(18) << QString::number(m_seconds[step].toDouble(), 'f', 2) << '\n';
+        out << (step + " seconds").leftJustified(18) << QString::number(m_seconds[step].toDouble(), 'f', 2)
+            << '\n';
     out << "results in        " << QDir::toNativeSeparators(m_folder) << '\n';
     out.flush();
 }

@@ -13,9 +13,9 @@ class MainWindow;
 class QAbstractButton;
 class QWidget;
 
-/// Does the whole job as a user would, with mouse and key events on the real window: ticks the stations, computes the
-/// anomalies, turns the view to the north, writes report and shape files, looks at the first anomaly. Leaves in its folder window.png, report.pdf,
-/// the shape files and summary.json. GUI thread.
+/// Does the whole job as a user would, with mouse and key events on the real window: ticks the stations,
+/// computes the anomalies, turns the view to the north, writes report and shape files, looks at the first
+/// anomaly. Leaves in its folder window.png, report.pdf, the shape files and summary.json. GUI thread.
 class HeadlessRun : public QObject {
     Q_OBJECT
 
@@ -23,8 +23,8 @@ public:
     /// `sinceStart` has run since the program started.
     HeadlessRun(MainWindow& window, const QString& folder, const QElapsedTimer& sinceStart);
 
-    /// Returns the exit status: 0 when every step worked, 1 otherwise. Prints a summary on standard output and the
-    /// cause of a failure, one line, on standard error.
+    /// Returns the exit status: 0 when every step worked, 1 otherwise. Prints a summary on standard output
+    /// and the cause of a failure, one line, on standard error.
     int run();
 
 private:

@@ -35,7 +35,8 @@ constexpr const char* kWorldPicture =
     "/usr/share/cartopy/data/raster/natural_earth/50-natural-earth-1-downsampled.png";
 
 QString degrees(double value, const char* positive, const char* negative) {
-    return QString::number(std::abs(value), 'f', 6) + QString::fromUtf8("°") + (value < 0 ? negative : positive);
+    return QString::number(std::abs(value), 'f', 6) + QString::fromUtf8("°") +
+           (value < 0 ? negative : positive);
 }
 
 } // namespace
@@ -60,7 +61,8 @@ MainWindow::MainWindow() : m_globe(new GlobeWidget(this)), m_layers(m_globe->map
 }
 
 MainWindow::~MainWindow() {
-    // What the active tool asks for when it is left is still done, then tools, windows and globe go, in this order.
+    // What the active tool asks for when it is left is still done, then tools, windows and globe go, in this
+    // order.
     zeo::EngineContext::instance().deactivateTool();
     HandlerRegistry& handlers = HandlerRegistry::instance();
     handlers.deliverMessages();
@@ -148,7 +150,8 @@ void MainWindow::buildDocks() {
     IORVAContext* windows = IORVAContext::Instance();
     QDockWidget* stations =
         addDock(tr("站段与特殊对象"), "stationDock", windows->GetStationWindow(), Qt::LeftDockWidgetArea);
-    QDockWidget* table = addDock(tr("异常列表"), "anomalyDock", windows->GetAVWindow(), Qt::BottomDockWidgetArea);
+    QDockWidget* table =
+        addDock(tr("异常列表"), "anomalyDock", windows->GetAVWindow(), Qt::BottomDockWidgetArea);
     QDockWidget* image =
         addDock(tr("影像对比"), "imageDock", windows->GetKVImageWindow(), Qt::RightDockWidgetArea);
     resizeDocks({stations, image}, {270, 430}, Qt::Horizontal);
@@ -188,8 +191,8 @@ void MainWindow::connectGlobe() {
     connect(m_globe, &GlobeWidget::pointerOffGlobe, m_coordinates, &QLabel::clear);
     connect(&zeo::EngineContext::instance(), &zeo::EngineContext::commandFailed, this,
             [this](const QString& name, const QString& reason) {
-                myMessageBox::showMyMessageBox(this, tr("提示"), name + tr("：") + reason, myMessageBox::Warning,
-                                               myMessageBox::Ok);
+                myMessageBox::showMyMessageBox(this, tr("提示"), name + tr("：") + reason,
+                                               myMessageBox::Warning, myMessageBox::Ok);
             });
 }
 

@@ -12,8 +12,8 @@ class QDockWidget;
 class QLabel;
 class ToolArea;
 
-/// The workbench's window: tool groups on top, the globe in the middle, the inspection library's windows around it.
-/// Brings the platform libraries together; it does no inspection work of its own.
+/// The workbench's window: tool groups on top, the globe in the middle, the inspection library's windows
+/// around it. Brings the platform libraries together; it does no inspection work of its own.
 class MainWindow : public QMainWindow {
     Q_OBJECT
 
@@ -40,7 +40,8 @@ private:
     void buildDocks();
     void buildStatusBar();
     void connectGlobe();
-    QDockWidget* addDock(const QString& title, const QString& name, QWidget* content, Qt::DockWidgetArea area);
+    QDockWidget* addDock(const QString& title, const QString& name, QWidget* content,
+                         Qt::DockWidgetArea area);
     void showEpoch(int index);
     void chooseProject();
     void showPointer(double lonDegrees, double latDegrees, double heightMetres);

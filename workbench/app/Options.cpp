@@ -16,7 +16,8 @@ std::variant<Options, UsageAnswer> parseOptions(const QStringList& arguments) {
     const QCommandLineOption oldRaster("old", "Surface model of the old epoch.", "FILE");
     const QCommandLineOption newRaster("new", "Surface model of the new epoch.", "FILE");
     const QCommandLineOption headless("headless", "Do the whole job and leave its results in DIR.", "DIR");
-    const QCommandLineOption plugin("plugin", "Tool plug-in to load instead of the one beside the program.", "FILE");
+    const QCommandLineOption plugin("tools", "Tool plug-in to load instead of the one beside the program.",
+                                    "FILE");
     parser.addOptions({oldRaster, newRaster, headless, plugin});
 
     if (!parser.parse(QStringList("corridor-workbench") + arguments))

@@ -24,7 +24,8 @@ std::optional<QString> loadToolPlugin(const QString& file) {
     QLibrary library(file);
     library.setLoadHints(QLibrary::PreventUnloadHint);
     if (!library.load())
-        return failure(file, QString::fromUtf8("不是可用的动态库（%1）").arg(library.errorString().simplified()));
+        return failure(file,
+                       QString::fromUtf8("不是可用的动态库（%1）").arg(library.errorString().simplified()));
 
     const auto create = reinterpret_cast<CreateFunction>(library.resolve("Create"));
     if (!create)
@@ -33,7 +34,8 @@ std::optional<QString> loadToolPlugin(const QString& file) {
     try {
         create();
     } catch (const std::exception& error) {
-        return failure(file, QString::fromUtf8("Create 失败（%1）").arg(QString::fromLocal8Bit(error.what())));
+        return failure(file,
+                       QString::fromUtf8("Create 失败（%1）").arg(QString::fromLocal8Bit(error.what())));
     } catch (...) {
         return failure(file, QString::fromUtf8("Create 失败"));
     }

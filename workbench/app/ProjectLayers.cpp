@@ -40,7 +40,8 @@ double heightInTheMiddle(GDALDataset& raster) {
     const int column = raster.GetRasterXSize() / 2;
     const int row = raster.GetRasterYSize() / 2;
     double height = 0.0;
-    if (raster.GetRasterBand(1)->RasterIO(GF_Read, column, row, 1, 1, &height, 1, 1, GDT_Float64, 0, 0) != CE_None)
+    if (raster.GetRasterBand(1)->RasterIO(GF_Read, column, row, 1, 1, &height, 1, 1, GDT_Float64, 0, 0) !=
+        CE_None)
         return 0.0;
     constexpr double kHighestGroundMetres = 9000.0;
     return std::abs(height) < kHighestGroundMetres ? height : 0.0;
@@ -107,8 +108,9 @@ std::optional<osgEarth::Viewpoint> ProjectLayers::overview() const {
         return std::nullopt;
     constexpr double kPitchDegrees = -50.0;
     constexpr double kRangePerRadius = 2.7;
-    return osgEarth::Viewpoint("overview", footprint->centre.x(), footprint->centre.y(), footprint->centre.z(), 0.0,
-                               kPitchDegrees, kRangePerRadius * footprint->radiusMetres);
+    return osgEarth::Viewpoint("overview", footprint->centre.x(), footprint->centre.y(),
+                               footprint->centre.z(), 0.0, kPitchDegrees,
+                               kRangePerRadius * footprint->radiusMetres);
 }
 
 void ProjectLayers::clear() {

@@ -12,14 +12,14 @@
 
 class GlobeMap;
 
-/// Puts a project's epochs on the globe: the orthophotos of all epochs as imagery, the surface model of the shown
-/// epoch as terrain. Frame thread.
+/// Puts a project's epochs on the globe: the orthophotos of all epochs as imagery, the surface model of the
+/// shown epoch as terrain. Frame thread.
 class ProjectLayers {
 public:
     explicit ProjectLayers(GlobeMap& map) : m_map(map) {}
 
-    /// Replaces the layers of the project before and shows the newest epoch. Rasters that cannot be shown are named in
-    /// the answer, one English line each; the others are shown.
+    /// Replaces the layers of the project before and shows the newest epoch. Rasters that cannot be shown are
+    /// named in the answer, one English line each; the others are shown.
     QStringList show(const inspection::ProjectDescription& project);
     /// Dates of the epochs, oldest first.
     QStringList epochs() const;

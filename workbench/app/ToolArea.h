@@ -11,8 +11,8 @@ namespace zeo {
 class ICommand;
 }
 
-/// The strip of tool groups on top of the main window: one frame for each command type, big buttons side by side in
-/// the order of the commands, the type as the frame's caption.
+/// The strip of tool groups on top of the main window: one frame for each command type, big buttons side by
+/// side in the order of the commands, the type as the frame's caption.
 class ToolArea : public QWidget {
     Q_OBJECT
 

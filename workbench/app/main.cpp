@@ -60,14 +60,24 @@ std::optional<QString> openWhatWasAskedFor(MainWindow& window, const Options& op
     return window.openProject(folder);
 }
 
-int runHeadless(MainWindow& window, const Options& options, const std::optional<QString>& problem,
-                const QElapsedTimer& sinceStart) {
+// The run is there before the plug-in is loaded, so that no message waits for somebody to close it.
+int runHeadless(MainWindow& window, const QString& plugin, const Options& options,
+                const std::optional<QString>& problem, const QElapsedTimer& sinceStart) {
     if (problem) {
         QTextStream(stderr) << *problem << '\n';
         return 1;
     }
+    HeadlessRun run(window, options.headlessFolder, sinceStart);
     InspectionContext::instance().setOutputFolder(options.headlessFolder);
-    return HeadlessRun(window, options.headlessFolder, sinceStart).run();
+    window.loadPlugin(plugin);
+    return run.run();
+}
+
+void runInteractive(MainWindow& window, const QString& plugin, const std::optional<QString>& problem) {
+    if (problem)
+        myMessageBox::showMyMessageBox(&window, QString::fromUtf8("提示"), *problem, myMessageBox::Warning,
+                                       myMessageBox::Ok);
+    window.loadPlugin(plugin);
 }
 
 int runWorkbench(const Options& options, const QElapsedTimer& sinceStart) {
@@ -84,14 +94,10 @@ int runWorkbench(const Options& options, const QElapsedTimer& sinceStart) {
     int status = 0;
     // Messages wait for the event loop, so that they stand in front of a window that is there and running.
     QTimer::singleShot(0, &window, [&] {
-        if (problem && !headless)
-            myMessageBox::showMyMessageBox(&window, QString::fromUtf8("提示"), *problem, myMessageBox::Warning,
-                                           myMessageBox::Ok);
-        window.loadPlugin(plugin);
-        if (headless) {
-            status = runHeadless(window, options, problem, sinceStart);
-            QCoreApplication::exit(status);
-        }
+        if (!headless)
+            return runInteractive(window, plugin, problem);
+        status = runHeadless(window, plugin, options, problem, sinceStart);
+        QCoreApplication::exit(status);
     });
     return QApplication::exec() == 0 ? status : 1;
 }

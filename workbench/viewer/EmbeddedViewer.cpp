@@ -7,8 +7,8 @@
 
 namespace {
 
-// One change may need some frames to settle: an update callback marks a node, the next frame draws it, and the
-// answer of a pick is read one or two frames after its picture was drawn.
+// One change may need some frames to settle: an update callback marks a node, the next frame draws it, and
+// the answer of a pick is read one or two frames after its picture was drawn.
 constexpr int kFramesAfterChange = 4;
 
 } // namespace

@@ -7,8 +7,8 @@
 
 /// An OSG viewer that draws inside somebody else's window and only when something changed.
 ///
-/// Single threaded: events, updates, culling and drawing all happen in frame(). It never polls; whoever owns it calls
-/// frame() as long as needsFrame() says so and looks again later while hasBackgroundWork().
+/// Single threaded: events, updates, culling and drawing all happen in frame(). It never polls; whoever owns
+/// it calls frame() as long as needsFrame() says so and looks again later while hasBackgroundWork().
 class EmbeddedViewer : public osgViewer::Viewer {
 public:
     /// `wakeUp` is called, on the thread that asked, whenever a frame becomes needed.
@@ -23,8 +23,8 @@ public:
     /// Draws one frame. The GL context must be current.
     void draw();
 
-    /// True while a frame has been asked for, events wait, something moves by itself, or a loaded tile waits to be
-    /// put into the scene.
+    /// True while a frame has been asked for, events wait, something moves by itself, or a loaded tile waits
+    /// to be put into the scene.
     bool needsFrame();
     /// True while tiles are being loaded.
     bool hasBackgroundWork();

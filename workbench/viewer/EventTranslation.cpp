@@ -14,22 +14,38 @@ namespace {
 const std::map<int, int>& specialKeys() {
     using A = osgGA::GUIEventAdapter;
     static const std::map<int, int> keys = {
-        {Qt::Key_Escape, A::KEY_Escape},      {Qt::Key_Delete, A::KEY_Delete},
-        {Qt::Key_Home, A::KEY_Home},          {Qt::Key_End, A::KEY_End},
-        {Qt::Key_Enter, A::KEY_KP_Enter},     {Qt::Key_Return, A::KEY_Return},
-        {Qt::Key_Backspace, A::KEY_BackSpace}, {Qt::Key_Tab, A::KEY_Tab},
-        {Qt::Key_Left, A::KEY_Left},          {Qt::Key_Right, A::KEY_Right},
-        {Qt::Key_Up, A::KEY_Up},              {Qt::Key_Down, A::KEY_Down},
-        {Qt::Key_PageUp, A::KEY_Page_Up},     {Qt::Key_PageDown, A::KEY_Page_Down},
-        {Qt::Key_Shift, A::KEY_Shift_L},      {Qt::Key_Control, A::KEY_Control_L},
-        {Qt::Key_Alt, A::KEY_Alt_L},          {Qt::Key_Meta, A::KEY_Meta_L},
-        {Qt::Key_Insert, A::KEY_Insert},      {Qt::Key_Space, A::KEY_Space},
-        {Qt::Key_F1, A::KEY_F1},              {Qt::Key_F2, A::KEY_F2},
-        {Qt::Key_F3, A::KEY_F3},              {Qt::Key_F4, A::KEY_F4},
-        {Qt::Key_F5, A::KEY_F5},              {Qt::Key_F6, A::KEY_F6},
-        {Qt::Key_F7, A::KEY_F7},              {Qt::Key_F8, A::KEY_F8},
-        {Qt::Key_F9, A::KEY_F9},              {Qt::Key_F10, A::KEY_F10},
-        {Qt::Key_F11, A::KEY_F11},            {Qt::Key_F12, A::KEY_F12},
+        {Qt::Key_Escape, A::KEY_Escape},
+        {Qt::Key_Delete, A::KEY_Delete},
+        {Qt::Key_Home, A::KEY_Home},
+        {Qt::Key_End, A::KEY_End},
+        {Qt::Key_Enter, A::KEY_KP_Enter},
+        {Qt::Key_Return, A::KEY_Return},
+        {Qt::Key_Backspace, A::KEY_BackSpace},
+        {Qt::Key_Tab, A::KEY_Tab},
+        {Qt::Key_Left, A::KEY_Left},
+        {Qt::Key_Right, A::KEY_Right},
+        {Qt::Key_Up, A::KEY_Up},
+        {Qt::Key_Down, A::KEY_Down},
+        {Qt::Key_PageUp, A::KEY_Page_Up},
+        {Qt::Key_PageDown, A::KEY_Page_Down},
+        {Qt::Key_Shift, A::KEY_Shift_L},
+        {Qt::Key_Control, A::KEY_Control_L},
+        {Qt::Key_Alt, A::KEY_Alt_L},
+        {Qt::Key_Meta, A::KEY_Meta_L},
+        {Qt::Key_Insert, A::KEY_Insert},
+        {Qt::Key_Space, A::KEY_Space},
+        {Qt::Key_F1, A::KEY_F1},
+        {Qt::Key_F2, A::KEY_F2},
+        {Qt::Key_F3, A::KEY_F3},
+        {Qt::Key_F4, A::KEY_F4},
+        {Qt::Key_F5, A::KEY_F5},
+        {Qt::Key_F6, A::KEY_F6},
+        {Qt::Key_F7, A::KEY_F7},
+        {Qt::Key_F8, A::KEY_F8},
+        {Qt::Key_F9, A::KEY_F9},
+        {Qt::Key_F10, A::KEY_F10},
+        {Qt::Key_F11, A::KEY_F11},
+        {Qt::Key_F12, A::KEY_F12},
     };
     return keys;
 }
@@ -80,8 +96,8 @@ int osgKeySymbol(const QKeyEvent& event) {
     const bool ascii = event.key() > 0x20 && event.key() < 0x7F;
     if (!ascii)
         return 0;
-    const bool lowerCase = event.key() >= Qt::Key_A && event.key() <= Qt::Key_Z &&
-                           !(event.modifiers() & Qt::ShiftModifier);
+    const bool lowerCase =
+        event.key() >= Qt::Key_A && event.key() <= Qt::Key_Z && !(event.modifiers() & Qt::ShiftModifier);
     return lowerCase ? event.key() - Qt::Key_A + 'a' : event.key();
 }
 

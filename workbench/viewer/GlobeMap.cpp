@@ -19,7 +19,8 @@ namespace {
 
 #if OSGEARTH_MIN_VERSION_REQUIRED(3, 0, 0)
 
-template<class GdalLayer> GdalLayer* makeLayer(const std::string& name, const std::string& path) {
+template<class GdalLayer>
+GdalLayer* makeLayer(const std::string& name, const std::string& path) {
     auto* layer = new GdalLayer();
     layer->setName(name);
     layer->setURL(path);
@@ -30,7 +31,8 @@ using GdalElevationLayer = osgEarth::GDALElevationLayer;
 
 #else
 
-template<class Layer> Layer* makeLayer(const std::string& name, const std::string& path) {
+template<class Layer>
+Layer* makeLayer(const std::string& name, const std::string& path) {
     osgEarth::Drivers::GDALOptions driver;
     driver.url() = osgEarth::URI(path);
     return new Layer(name, driver);
@@ -40,7 +42,8 @@ using GdalElevationLayer = osgEarth::ElevationLayer;
 
 #endif
 
-std::optional<std::string> addLayer(osgEarth::Map& map, osgEarth::TerrainLayer* layer, const std::string& path) {
+std::optional<std::string> addLayer(osgEarth::Map& map, osgEarth::TerrainLayer* layer,
+                                    const std::string& path) {
     map.addLayer(layer);
     if (layer->getStatus().isOK())
         return std::nullopt;
@@ -59,8 +62,9 @@ std::string plateCarreeRaster(const std::string& picturePath, int width, int hei
                  "\"><SimpleSource><SourceFilename relativeToVRT=\"0\">" + picturePath +
                  "</SourceFilename><SourceBand>" + number + "</SourceBand></SimpleSource></VRTRasterBand>";
     }
-    return "<VRTDataset rasterXSize=\"" + std::to_string(width) + "\" rasterYSize=\"" + std::to_string(height) +
-           "\"><SRS>EPSG:4326</SRS><GeoTransform>-180, " + cell + "</GeoTransform>" + bands + "</VRTDataset>";
+    return "<VRTDataset rasterXSize=\"" + std::to_string(width) + "\" rasterYSize=\"" +
+           std::to_string(height) + "\"><SRS>EPSG:4326</SRS><GeoTransform>-180, " + cell + "</GeoTransform>" +
+           bands + "</VRTDataset>";
 }
 
 } // namespace

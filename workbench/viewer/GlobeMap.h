@@ -7,8 +7,8 @@
 #include <optional>
 #include <string>
 
-/// The globe's map: a world backdrop and the rasters of the open project. The only file of the product that knows
-/// which generation of the globe library it is built with. Frame thread.
+/// The globe's map: a world backdrop and the rasters of the open project. The only file of the product that
+/// knows which generation of the globe library it is built with. Frame thread.
 class VIEWER_API GlobeMap {
 public:
     GlobeMap();

@@ -12,8 +12,8 @@
 #include <memory>
 #include <set>
 
-/// The globe as a widget: an OSG viewer inside a QOpenGLWidget. Frames run on the GUI thread, and only when there is
-/// something new to draw. While it lives it is g_pCXviewer.
+/// The globe as a widget: an OSG viewer inside a QOpenGLWidget. Frames run on the GUI thread, and only when
+/// there is something new to draw. While it lives it is g_pCXviewer.
 class VIEWER_API GlobeWidget : public QOpenGLWidget, public CXViewer {
     Q_OBJECT
 
