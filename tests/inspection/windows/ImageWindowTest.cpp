@@ -36,7 +36,7 @@ protected:
     bool shown() {
         return waitUntil([this] { return !images().isReading(); });
     }
-    /// Different colours in a pane: a picture has many, a notice few.
+    /// Different colours in a pane.
     static int colours(QWidget& pane) {
         const QImage picture = pane.grab().toImage();
         QSet<QRgb> seen;
@@ -46,6 +46,19 @@ protected:
             }
         }
         return static_cast<int>(seen.size());
+    }
+
+    /// True when nearly all of a pane has one colour, as under a notice.
+    static bool isPlain(QWidget& pane) {
+        const QImage picture = pane.grab().toImage();
+        const QRgb background = picture.pixel(picture.width() - 3, picture.height() - 3);
+        int same = 0;
+        for (int y = 0; y < picture.height(); ++y) {
+            for (int x = 0; x < picture.width(); ++x) {
+                same += picture.pixel(x, y) == background ? 1 : 0;
+            }
+        }
+        return same > 0.85 * picture.width() * picture.height();
     }
 
     KV_StationItem* m_item = nullptr;

@@ -99,6 +99,10 @@ void AnomalyTableWindow::Refresh() {
 void AnomalyTableWindow::AddData() {
     m_model->setAnomalies(m_current.m_diffData.m_anomalies);
     m_table->resizeColumnsToContents();
+    const int room = m_table->fontMetrics().averageCharWidth() * 2;
+    for (int column = 0; column + 1 < m_model->columnCount(); ++column) {
+        m_table->setColumnWidth(column, m_table->columnWidth(column) + room);
+    }
     updateSummary();
 }
 

@@ -41,10 +41,10 @@ QRectF anomalyGround(const SdiffData& anomaly) {
     return {QPointF(anomaly.xMin, anomaly.yMin), QPointF(anomaly.xMax, anomaly.yMax)};
 }
 
-/// Through the middle, along the longer side, half as long again to either side.
+/// Through the middle, along the longer side, a quarter of its length further to either side.
 QLineF lineAcross(const QRectF& ground) {
-    const QPointF half =
-        ground.width() >= ground.height() ? QPointF(ground.width(), 0.0) : QPointF(0.0, ground.height());
+    const QPointF half = ground.width() >= ground.height() ? QPointF(ground.width() * 0.75, 0.0)
+                                                           : QPointF(0.0, ground.height() * 0.75);
     return {ground.center() - half, ground.center() + half};
 }
 

@@ -86,7 +86,7 @@ double scaleEndMetres(double largestMetres) {
         return kLeastMetres;
     }
     const double decade = std::pow(10.0, std::floor(std::log10(largestMetres)));
-    for (const double multiple : {1.0, 2.0, 5.0}) {
+    for (const double multiple : {1.0, 2.0, 3.0, 5.0}) {
         if (largestMetres <= multiple * decade * (1.0 + 1e-9)) {
             return multiple * decade;
         }

@@ -26,7 +26,7 @@ QRectF overlayGround(const SdiffData& anomaly);
 /// is up. Without a readable raster the outline is filled in the colour of its kind. Any thread.
 QImage overlayPicture(const SdiffData& anomaly, const OverlayStyle& style);
 
-/// A round end for a colour scale that reaches up to `largestMetres`: 1, 2 or 5 times a power of ten, at
+/// A round end for a colour scale that reaches up to `largestMetres`: 1, 2, 3 or 5 times a power of ten, at
 /// least 0.5 m.
 double scaleEndMetres(double largestMetres);
 

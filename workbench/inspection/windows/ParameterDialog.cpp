@@ -84,6 +84,8 @@ void ParameterDialog::build() {
     confirmButton->setDefault(true);
     auto* cancelButton = new QPushButton(tr("取消"));
     cancelButton->setObjectName("cancel");
+    // The look's own least width does not follow longer texts.
+    defaults->setMinimumWidth(fontMetrics().horizontalAdvance(defaults->text()) + 3 * fontMetrics().height());
     defaults->setAutoDefault(false);
     cancelButton->setAutoDefault(false);
     auto* buttons = new QHBoxLayout;

@@ -88,7 +88,7 @@ std::optional<ProfileChart::Axes> ProfileChart::axes() const {
     axes.count = count;
     const int textHeight = fontMetrics().height();
     const int textWidth = fontMetrics().horizontalAdvance("0000.0");
-    axes.plot = QRectF(rect()).adjusted(textWidth + 10, textHeight + 8, -12, -textHeight - 8);
+    axes.plot = QRectF(rect()).adjusted(textWidth + 10, textHeight + 8, -textWidth / 2 - 8, -textHeight - 8);
     return axes.plot.width() > 20 && axes.plot.height() > 20 ? std::optional(axes) : std::nullopt;
 }
 
@@ -141,6 +141,8 @@ void ProfileChart::paintGrid(QPainter& painter, const Axes& axes) const {
 }
 
 void ProfileChart::paintBetween(QPainter& painter, const Axes& axes) const {
+    // Without smoothing, which would leave seams between the strips.
+    painter.setRenderHint(QPainter::Antialiasing, false);
     painter.setPen(Qt::NoPen);
     for (std::size_t i = 0; i + 1 < axes.count; ++i) {
         const double before[2] = {m_profile.oldMetres[i], m_profile.oldMetres[i + 1]};
@@ -157,6 +159,7 @@ void ProfileChart::paintBetween(QPainter& painter, const Axes& axes) const {
                                        {axes.x(i), axes.y(after[0])}}));
     }
     painter.setBrush(Qt::NoBrush);
+    painter.setRenderHint(QPainter::Antialiasing);
 }
 
 void ProfileChart::paintEpoch(QPainter& painter, const Axes& axes, const std::vector<double>& metres,
