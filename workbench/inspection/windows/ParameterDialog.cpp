@@ -84,8 +84,8 @@ void ParameterDialog::build() {
     confirmButton->setDefault(true);
     auto* cancelButton = new QPushButton(tr("取消"));
     cancelButton->setObjectName("cancel");
-    // The look's own least width does not follow longer texts.
-    defaults->setMinimumWidth(fontMetrics().horizontalAdvance(defaults->text()) + 3 * fontMetrics().height());
+    // The look's own least width is made for two characters.
+    defaults->setStyleSheet(QStringLiteral("min-width: 5em;"));
     defaults->setAutoDefault(false);
     cancelButton->setAutoDefault(false);
     auto* buttons = new QHBoxLayout;
