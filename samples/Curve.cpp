@@ -72,7 +72,7 @@ Curve smoothCurve(const std::vector<Point>& controls, double spacingMetres) {
 }
 
 LineField::LineField(const Lattice& lattice, const std::vector<Curve>& curves, double reachMetres)
-    : m_lateral(lattice, farMetres), m_along(lattice), m_reachMetres(static_cast<float>(reachMetres)) {
+    : m_lateral(lattice, farMetres), m_along(lattice) {
     for (const Curve& curve : curves)
         for (std::size_t i = 0; i + 1 < curve.points.size(); ++i)
             stamp(curve.points[i], curve.points[i + 1], curve.along[i], reachMetres);
@@ -102,15 +102,23 @@ void LineField::stamp(Point from, Point to, double alongFrom, double reachMetres
         }
 }
 
+bool LineField::isNear(double x, double y) const {
+    // A node beyond the reach says nothing about the side, so all four around the place must be near.
+    const Lattice& lattice = m_lateral.lattice();
+    const int c = static_cast<int>(std::floor((x - lattice.west) / lattice.stepMetres));
+    const int r = static_cast<int>(std::floor((y - lattice.south) / lattice.stepMetres));
+    const auto near = [&](int column, int row) { return m_lateral.clamped(column, row) < farMetres; };
+    return near(c, r) && near(c + 1, r) && near(c, r + 1) && near(c + 1, r + 1);
+}
+
 std::optional<LinePosition> LineField::find(double x, double y) const {
-    const float lateral = m_lateral.sample(x, y);
-    if (std::fabs(lateral) > m_reachMetres)
+    if (!isNear(x, y))
         return std::nullopt;
-    return LinePosition{lateral, m_along.sample(x, y)};
+    return LinePosition{m_lateral.sample(x, y), m_along.sample(x, y)};
 }
 
 float LineField::distance(double x, double y) const {
-    return std::fabs(m_lateral.sample(x, y));
+    return isNear(x, y) ? std::fabs(m_lateral.sample(x, y)) : farMetres;
 }
 
 } // namespace samples

@@ -51,11 +51,11 @@ public:
     float distance(double x, double y) const;
 
 private:
+    bool isNear(double x, double y) const;
     void stamp(Point from, Point to, double alongFrom, double reachMetres);
 
     Field m_lateral;
     Field m_along;
-    float m_reachMetres = 0.0F;
 };
 
 } // namespace samples

@@ -92,8 +92,7 @@ void Ground::carveRiver(const Site& site) {
         const float plain = water + 2.1F + 0.011F * relative +
                             0.35F * fractalNoise(static_cast<float>(x) / 40.0F, static_cast<float>(y) / 40.0F,
                                                  site.noiseSeed(22), 3);
-        height = mix(std::max(plain, water + 1.5F), std::max(height, plain),
-                     smoothStep(45.0F, 138.0F, fromMiddle));
+        height = mix(std::max(plain, water + 1.5F), height, smoothStep(45.0F, 138.0F, fromMiddle));
         // The inner bank of a bend is a flat beach, the outer one steep: which is which follows from the
         // noise.
         const float bankMetres =
