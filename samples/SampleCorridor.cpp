@@ -116,7 +116,7 @@ private:
     Error writeEpoch(const Surface& surface, int epoch, double done, double doneAfter);
     Error report(double share) const {
         if (m_progress && !m_progress(share))
-            return text(m_folder) + "：已取消";
+            return "已取消";
         return std::nullopt;
     }
 
