@@ -19,6 +19,9 @@
 
 class QAction;
 class QMenu;
+namespace osgViewer {
+class View;
+}
 
 /// View and edit anomalies: hover picking, the classification menu, deletion.
 ///

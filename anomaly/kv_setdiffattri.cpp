@@ -1,5 +1,7 @@
 #include "anomaly/kv_setdiffattri.h"
 
+#include <utility>
+
 kv_setdiffattri::kv_setdiffattri(QWidget* parent) : BaseDialog(parent) {
     ui.setupUi(this);
     m_titleBar->setTitleContent(tr("自定义异常属性"), 10);
@@ -14,7 +16,7 @@ kv_setdiffattri::kv_setdiffattri(QWidget* parent) : BaseDialog(parent) {
 
 void kv_setdiffattri::OnChangeAttri(
     QString text) { // NOLINT(performance-unnecessary-value-param): a slot by name
-    m_attribute = text;
+    m_attribute = std::move(text);
 }
 
 void kv_setdiffattri::OnOk() {

@@ -19,6 +19,9 @@
 #include <vector>
 
 class QMenu;
+namespace osgViewer {
+class View;
+}
 
 /// Picks an existing special point, area or polygon on the globe, deletes it or edits it.
 ///

@@ -4,6 +4,8 @@
 
 #include <QCloseEvent>
 
+#include <utility>
+
 CDrawPointDlg::CDrawPointDlg(QWidget* parent) : BaseWindow(parent) {
     ui.setupUi(this);
     m_titleBar->setTitleContent(tr("添加特殊点"), 10);
@@ -51,8 +53,8 @@ void CDrawPointDlg::SlotClose() {
     emit SignalClose();
 }
 
-void CDrawPointDlg::SlotAttri(QString text) { // NOLINT(performance-unnecessary-value-param): a slot by name
-    m_attribute = text;
+void CDrawPointDlg::SlotAttri(QString text) {
+    m_attribute = std::move(text);
 }
 
 void CDrawPointDlg::closeEvent(QCloseEvent* event) {

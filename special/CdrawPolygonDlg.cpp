@@ -5,6 +5,8 @@
 #include <QCloseEvent>
 #include <QColorDialog>
 
+#include <utility>
+
 namespace {
 
 void showColor(QLabel* swatch, const QColor& color) {
@@ -119,8 +121,8 @@ void CdrawPolygonDlg::SlotLevel(int level) {
     m_level = level;
 }
 
-void CdrawPolygonDlg::SlotAttri(QString text) { // NOLINT(performance-unnecessary-value-param): a slot by name
-    m_attribute = text;
+void CdrawPolygonDlg::SlotAttri(QString text) {
+    m_attribute = std::move(text);
 }
 
 void CdrawPolygonDlg::SlotOK() {

@@ -13,6 +13,9 @@
 #include <memory>
 
 class QMenu;
+namespace osgViewer {
+class View;
+}
 
 /// Adds a special point: a click on the globe places a marker, the dialog gives it a name and an attribute.
 ///

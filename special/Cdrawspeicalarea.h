@@ -14,6 +14,10 @@
 #include <optional>
 #include <vector>
 
+namespace osgViewer {
+class View;
+}
+
 /// Adds a special area: left presses on the globe are its vertices, a right click closes it, the dialog gives
 /// it a name and a look.
 ///
