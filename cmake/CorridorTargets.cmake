@@ -39,6 +39,29 @@ function(corridor_compile_settings target)
   target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR})
 endfunction()
 
+# Headers that take long to read and that most sources of a kind include. Not more than those: every inline function of a
+# precompiled header that uses a template costs each source time again.
+set(CORRIDOR_RASTER_HEADERS
+    <algorithm> <functional> <map> <memory> <optional> <string> <variant> <vector> <gdal_priv.h> <ogrsf_frmts.h>)
+set(CORRIDOR_SCENE_HEADERS <osg/Group> <osgEarth/MapNode>)
+set(CORRIDOR_VIEWER_HEADERS <osgViewer/Viewer> <osgEarthUtil/EarthManipulator>)
+set(CORRIDOR_WINDOW_HEADERS
+    <functional> <memory> <optional> <string> <variant> <vector>
+    <QDialog> <QDir> <QImage> <QLabel> <QMenu> <QPainter> <QStringEncoder> <QTimer> <QToolButton> <QTreeWidget>)
+
+set(CORRIDOR_TEST_HEADERS <gtest/gtest.h>)
+set(CORRIDOR_EVENT_HEADERS <QTest>)
+
+# corridor_precompile(NAME KIND...): KIND is RASTER, SCENE, VIEWER, WINDOW, TEST or EVENT.
+function(corridor_precompile target)
+  set(headers)
+  foreach(kind ${ARGN})
+    list(APPEND headers ${CORRIDOR_${kind}_HEADERS})
+  endforeach()
+  list(REMOVE_DUPLICATES headers)
+  target_precompile_headers(${target} PRIVATE ${headers})
+endfunction()
+
 # corridor_library(NAME STATIC|SHARED SOURCES... )
 function(corridor_library target kind)
   add_library(${target} ${kind} ${ARGN})

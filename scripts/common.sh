@@ -44,5 +44,9 @@ build() {
 
 # with_virtual_display COMMAND... : runs a command on a display of its own, drawn in software.
 with_virtual_display() {
+    if [ -z "${XDG_RUNTIME_DIR:-}" ]; then # Qt asks for it, and complains without
+        export XDG_RUNTIME_DIR=$root/build/runtime
+        mkdir -p -m 700 "$XDG_RUNTIME_DIR"
+    fi
     LIBGL_ALWAYS_SOFTWARE=1 xvfb-run -a -s "-screen 0 1600x1000x24" "$@"
 }

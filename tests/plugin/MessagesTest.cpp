@@ -1,5 +1,7 @@
 #include "tests/plugin/PluginHost.h"
 
+#include <osgViewer/View>
+
 namespace {
 
 using osgGA::GUIEventAdapter;

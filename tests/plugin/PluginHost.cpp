@@ -7,6 +7,7 @@
 #include <QTest>
 
 #include <osgEarthUtil/RTTPicker>
+#include <osgViewer/View>
 
 using namespace inspection;
 

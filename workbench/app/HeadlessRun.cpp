@@ -27,6 +27,11 @@ namespace {
 // Only there to end a run that hangs; no step comes near it.
 constexpr qint64 kStepLimitMilliseconds = 1'200'000;
 
+// How often a wait looks whether its end has come; between two looks the program sleeps.
+constexpr int kLookMilliseconds = 10;
+
+constexpr int kNameColumn = 34; ///< letters, in the printed summary
+
 void sendMouse(QWidget& widget, QEvent::Type type, const QPoint& position, Qt::MouseButtons held) {
     QMouseEvent event(type, position, widget.mapToGlobal(position), Qt::LeftButton, held, Qt::NoModifier);
     QApplication::sendEvent(&widget, &event);
@@ -180,12 +185,16 @@ bool HeadlessRun::pressTool(const QString& buttonName) {
 bool HeadlessRun::waitUntil(const std::function<bool()>& done, const QString& what) {
     QElapsedTimer clock;
     clock.start();
-    while (!done()) {
-        if (clock.hasExpired(kStepLimitMilliseconds))
-            return fail("gave up waiting for " + what);
-        QApplication::processEvents(QEventLoop::WaitForMoreEvents | QEventLoop::AllEvents, 100);
-    }
-    return true;
+    QEventLoop loop;
+    QTimer look;
+    connect(&look, &QTimer::timeout, &loop, [&] {
+        if (done() || clock.hasExpired(kStepLimitMilliseconds))
+            loop.quit();
+    });
+    look.start(kLookMilliseconds);
+    if (!done())
+        loop.exec();
+    return done() || fail("gave up waiting for " + what);
 }
 
 bool HeadlessRun::pressAndWaitForOutput(const QString& buttonName) {
@@ -236,12 +245,14 @@ bool HeadlessRun::writeSummary(bool worked) {
 
 void HeadlessRun::printSummary() const {
     QTextStream& out = standardOutput();
-    out << "stations          " << m_results["stations"].toInt() << '\n'
-        << "anomalies         " << m_results["anomalies"].toInt() << '\n'
-        << "cells per second  " << QString::number(m_results["cells_per_second"].toDouble(), 'f', 0) << '\n';
+    const auto row = [&out](const QString& name, const QString& value) {
+        out << name.leftJustified(kNameColumn) << value << '\n';
+    };
+    row("stations", QString::number(m_results["stations"].toInt()));
+    row("anomalies", QString::number(m_results["anomalies"].toInt()));
+    row("cells per second", QString::number(m_results["cells_per_second"].toDouble(), 'f', 0));
     for (const QString& step : m_seconds.keys())
-        out << (step + " seconds").leftJustified(18) << QString::number(m_seconds[step].toDouble(), 'f', 2)
-            << '\n';
-    out << "results in        " << QDir::toNativeSeparators(m_folder) << '\n';
+        row(QString(step).replace('_', ' ') + ", seconds", QString::number(m_seconds[step].toDouble(), 'f', 2));
+    row("results in", QDir::toNativeSeparators(m_folder));
     out.flush();
 }

@@ -12,6 +12,7 @@
 #include "workbench/viewmanager/HandlerRegistry.h"
 
 #include <osgEarthUtil/EarthManipulator>
+#include <osgViewer/View>
 
 #include <QCloseEvent>
 #include <QComboBox>

@@ -1,5 +1,8 @@
 #include "workbench/viewer/GlobeWidget.h"
 
+#include "workbench/viewer/EmbeddedViewer.h"
+#include "workbench/viewer/EventTranslation.h"
+
 #include <osgEarth/GLUtils>
 #include <osgEarth/GeoData>
 #include <osgEarth/Registry>
@@ -74,6 +77,14 @@ GlobeWidget::~GlobeWidget() {
     m_viewer->setSceneData(nullptr);
     m_viewer = nullptr;
     doneCurrent();
+}
+
+osgViewer::View* GlobeWidget::getViewer() {
+    return m_viewer.get();
+}
+
+osgEarth::Util::EarthManipulator* GlobeWidget::getManipulator() {
+    return m_manipulator.get();
 }
 
 void GlobeWidget::requestRedraw() {

@@ -1,16 +1,18 @@
 #pragma once
 
 #include "host/viewer/CXViewer.h"
-#include "workbench/viewer/EmbeddedViewer.h"
-#include "workbench/viewer/EventTranslation.h"
 #include "workbench/viewer/GlobeMap.h"
 
 #include <QOpenGLWidget>
 #include <QTimer>
+#include <osg/ref_ptr>
 
 #include <functional>
 #include <memory>
 #include <set>
+
+class EmbeddedViewer;
+class EventTranslation;
 
 /// The globe as a widget: an OSG viewer inside a QOpenGLWidget. Frames run on the GUI thread, and only when
 /// there is something new to draw. While it lives it is g_pCXviewer.
@@ -24,8 +26,8 @@ public:
     /// The surface format that OSG needs. Before QApplication is constructed.
     static void installSurfaceFormat();
 
-    osgViewer::View* getViewer() override { return m_viewer.get(); }
-    osgEarth::Util::EarthManipulator* getManipulator() override { return m_manipulator.get(); }
+    osgViewer::View* getViewer() override;
+    osgEarth::Util::EarthManipulator* getManipulator() override;
     osgEarth::MapNode* getMapNode() override { return m_map.mapNode(); }
     void requestRedraw() override;
 

@@ -7,6 +7,12 @@
 
 namespace inspection {
 
+namespace {
+
+constexpr double kFinestMillimetres = 0.05; ///< below the width of every pen
+
+} // namespace
+
 MapSheet::MapSheet(const QRectF& ground, const QRectF& page, double unitsPerMillimetre)
     : m_ground(ground), m_page(page), m_unitsPerMillimetre(unitsPerMillimetre) {
     const double scale = std::max(ground.width() / page.width(), ground.height() / page.height());
@@ -67,7 +73,14 @@ void MapSheet::drawOutline(QPainter& painter, const std::string& wkt, const QCol
     for (const auto& ring : outlineRings(wkt)) {
         QPolygonF polygon;
         for (const osg::Vec3d& vertex : ring) {
-            polygon << toPage(vertex.x(), vertex.y());
+            const QPointF point = toPage(vertex.x(), vertex.y());
+            // What the pen cannot show would only make the page large and slow.
+            if (polygon.isEmpty() || (point - polygon.last()).manhattanLength() > units(kFinestMillimetres)) {
+                polygon << point;
+            }
+        }
+        if (polygon.size() == 1) { // still a dot on a map of the whole corridor
+            polygon << polygon.first() + QPointF(units(kFinestMillimetres), 0.0);
         }
         path.addPolygon(polygon);
         path.closeSubpath();
