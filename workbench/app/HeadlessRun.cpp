@@ -252,7 +252,8 @@ void HeadlessRun::printSummary() const {
     row("anomalies", QString::number(m_results["anomalies"].toInt()));
     row("cells per second", QString::number(m_results["cells_per_second"].toDouble(), 'f', 0));
     for (const QString& step : m_seconds.keys())
-        row(QString(step).replace('_', ' ') + ", seconds", QString::number(m_seconds[step].toDouble(), 'f', 2));
+        row(QString(step).replace('_', ' ') + ", seconds",
+            QString::number(m_seconds[step].toDouble(), 'f', 2));
     row("results in", QDir::toNativeSeparators(m_folder));
     out.flush();
 }

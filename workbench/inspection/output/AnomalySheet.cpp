@@ -14,7 +14,6 @@ namespace {
 
 constexpr double kPicture = 58.0;
 constexpr double kGap = 4.0;
-constexpr double kPixelsPerMillimetre = 8.0;
 constexpr double kSmallestViewMetres = 20.0;
 constexpr double kSurroundings = 1.9; ///< side of the view in sides of the anomaly
 
@@ -32,17 +31,24 @@ DifferenceRamp rampOf(const InspectionData& data, const SdiffData& anomaly) {
             parameters.thresholdMetres / 4.0};
 }
 
+/// Relief of the new epoch; `after` is it already where there is no orthophoto.
+QImage reliefAfter(const Epoch& epoch, const PictureWindow& window, const QImage& after) {
+    if (epoch.dom.isEmpty()) {
+        return after;
+    }
+    const auto relief = reliefPicture(epoch.dsm, window);
+    const auto* image = std::get_if<QImage>(&relief);
+    return image == nullptr ? QImage() : *image;
+}
+
 QImage differenceOverRelief(const InspectionData& data, const AnomalyFacts& facts,
-                            const PictureWindow& window, const DifferenceRamp& ramp) {
+                            const PictureWindow& window, const DifferenceRamp& ramp, const QImage& relief) {
     QImage picture(window.width, window.height, QImage::Format_RGB32);
     picture.fill(Qt::white);
     QPainter painter(&picture);
-    const auto relief = reliefPicture(data.project.newEpoch().dsm, window);
-    if (const auto* image = std::get_if<QImage>(&relief)) {
-        painter.setOpacity(0.55);
-        painter.drawImage(0, 0, *image);
-        painter.setOpacity(1.0);
-    }
+    painter.setOpacity(0.55);
+    painter.drawImage(0, 0, relief);
+    painter.setOpacity(1.0);
     if (facts.findings->result && !facts.findings->result->dzRaster.isEmpty()) {
         const QString file = data.project.folder + '/' + facts.findings->result->dzRaster;
         const auto difference = differencePicture(file, window, ramp);
@@ -113,13 +119,14 @@ AnomalyPictures anomalyPictures(const InspectionData& data, const AnomalyFacts& 
                                pixels};
     pictures.before = epochPicture(data.project.oldEpoch(), window);
     pictures.after = epochPicture(data.project.newEpoch(), window);
-    pictures.difference = differenceOverRelief(data, facts, window, pictures.ramp);
+    pictures.difference = differenceOverRelief(data, facts, window, pictures.ramp,
+                                               reliefAfter(data.project.newEpoch(), window, pictures.after));
     return pictures;
 }
 
-void drawAnomaly(ReportCanvas& canvas, double y, const InspectionData& data, const AnomalyFacts& facts) {
+void drawAnomaly(ReportCanvas& canvas, double y, const InspectionData& data, const AnomalyFacts& facts,
+                 const AnomalyPictures& pictures) {
     drawTitle(canvas, y, facts);
-    const auto pictures = anomalyPictures(data, facts, static_cast<int>(kPicture * kPixelsPerMillimetre));
     struct Panel {
         QString caption;
         const QImage& picture;

@@ -18,12 +18,16 @@ struct AnomalyPictures {
     DifferenceRamp ramp;
 };
 
+/// Side of a picture on the page.
+constexpr int kAnomalyPicturePixels = 464;
+
 AnomalyPictures anomalyPictures(const InspectionData& data, const AnomalyFacts& facts, int pixels);
 
 /// Height of an anomaly's block on the page, millimetres.
 constexpr double kAnomalyBlockHeight = 81.0;
 
 /// Draws title, pictures with captions, scale and colour legend, and figures at the page's height `y`.
-void drawAnomaly(ReportCanvas& canvas, double y, const InspectionData& data, const AnomalyFacts& facts);
+void drawAnomaly(ReportCanvas& canvas, double y, const InspectionData& data, const AnomalyFacts& facts,
+                 const AnomalyPictures& pictures);
 
 } // namespace inspection

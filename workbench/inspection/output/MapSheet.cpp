@@ -88,8 +88,9 @@ void MapSheet::drawOutline(QPainter& painter, const std::string& wkt, const QCol
     painter.save();
     painter.setClipRect(m_page);
     painter.setBrush(Qt::NoBrush);
-    painter.setPen(QPen(QColor(255, 255, 255, 200), units(widthMillimetres * 2.0), Qt::SolidLine,
-                        Qt::RoundCap, Qt::RoundJoin));
+    // Opaque, so that PDF strokes the line itself: a translucent pen is written as the area it covers.
+    painter.setPen(
+        QPen(Qt::white, units(widthMillimetres * 2.0), Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
     painter.drawPath(path);
     painter.setPen(QPen(colour, units(widthMillimetres), Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
     painter.drawPath(path);

@@ -3,6 +3,7 @@
 #include "host/Gbk.h"
 #include "workbench/inspection/output/AnomalySheet.h"
 #include "workbench/inspection/output/MapSheet.h"
+#include "workbench/inspection/output/PicturesAhead.h"
 #include "workbench/inspection/output/ReportCanvas.h"
 #include "workbench/inspection/output/ReportFacts.h"
 #include "workbench/inspection/output/ReportTable.h"
@@ -289,6 +290,7 @@ double PdfReport::drawMapSection(double y) {
 
 bool PdfReport::drawSheets() {
     const std::size_t count = m_facts.anomalies.size();
+    PicturesAhead pictures(m_data, m_facts.anomalies, kAnomalyPicturePixels);
     for (std::size_t i = 0; i < count; ++i) {
         const auto place = static_cast<int>(i) % kBlocksPerPage;
         double top = ReportCanvas::kTop - 2.0;
@@ -301,7 +303,8 @@ bool PdfReport::drawSheets() {
             }
             top += 11.0;
         }
-        drawAnomaly(m_canvas, top + place * kAnomalyBlockHeight, m_data, m_facts.anomalies[i]);
+        drawAnomaly(m_canvas, top + place * kAnomalyBlockHeight, m_data, m_facts.anomalies[i],
+                    pictures.next());
         if (!report(0.2 + 0.8 * double(i + 1) / double(count))) {
             return false;
         }

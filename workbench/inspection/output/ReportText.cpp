@@ -2,6 +2,7 @@
 
 #include "workbench/inspection/output/AnomalySheet.h"
 #include "workbench/inspection/output/MapSheet.h"
+#include "workbench/inspection/output/PicturesAhead.h"
 #include "workbench/inspection/output/ReportFacts.h"
 
 #include <QBuffer>
@@ -34,7 +35,7 @@ private:
     void factTable(const std::vector<NamedFact>& facts);
     void anomalyTable();
     void picture(const QImage& image);
-    QImage sheetPicture(const AnomalyFacts& facts) const;
+    static QImage sheetPicture(const AnomalyFacts& facts, const AnomalyPictures& pictures);
     bool report(double done) const { return !m_progress || m_progress(done); }
 
     const ReportContent& m_content;
@@ -110,8 +111,7 @@ void TextReport::picture(const QImage& image) {
 }
 
 /// Before, after and difference side by side, with the outline.
-QImage TextReport::sheetPicture(const AnomalyFacts& facts) const {
-    const auto pictures = anomalyPictures(m_content.data, facts, kPicturePixels);
+QImage TextReport::sheetPicture(const AnomalyFacts& facts, const AnomalyPictures& pictures) {
     QImage sheet(3 * kPicturePixels + 20, kPicturePixels, QImage::Format_RGB32);
     sheet.fill(Qt::white);
     QPainter painter(&sheet);
@@ -138,10 +138,11 @@ bool TextReport::compose() {
     paragraph(QStringLiteral("异常汇总表"), 15.0, true);
     anomalyTable();
     paragraph(QStringLiteral("异常详图（前期、后期、高差）"), 15.0, true);
+    PicturesAhead pictures(m_content.data, m_facts.anomalies, kPicturePixels);
     for (std::size_t i = 0; i < m_facts.anomalies.size(); ++i) {
         const AnomalyFacts& facts = m_facts.anomalies[i];
         paragraph(facts.name + QStringLiteral("　") + facts.className, 11.0, true);
-        picture(sheetPicture(facts));
+        picture(sheetPicture(facts, pictures.next()));
         if (!report(double(i + 1) / double(m_facts.anomalies.size()))) {
             return false;
         }
