@@ -26,6 +26,9 @@ endif()
 if(CORRIDOR_SANITIZE)
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
   add_link_options(-fsanitize=address,undefined)
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    add_compile_options(-Wno-maybe-uninitialized) # false alarms inside the standard library when instrumented
+  endif()
 endif()
 
 # Warnings, UTF-8 sources and precompiled headers survive ccache with -fpch-preprocess.

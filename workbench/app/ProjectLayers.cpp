@@ -73,18 +73,21 @@ QStringList ProjectLayers::show(const inspection::ProjectDescription& project) {
     clear();
     m_epochs = project.epochs;
     QStringList problems;
-    for (const inspection::Epoch& epoch : m_epochs) {
-        if (!epoch.dom.isEmpty())
-            note(problems, m_map.addImagery(imageryName(epoch), epoch.dom.toStdString()));
+    for (std::size_t epoch = 0; epoch < m_epochs.size(); ++epoch) {
+        const QString& dom = m_epochs[epoch].dom;
+        if (!dom.isEmpty())
+            note(problems, m_map.addImagery(imageryName(epoch), dom.toStdString()));
     }
     return problems + showEpoch(static_cast<int>(m_epochs.size()) - 1);
 }
 
 QStringList ProjectLayers::epochs() const {
-    QStringList dates;
-    for (const inspection::Epoch& epoch : m_epochs)
-        dates << epoch.date;
-    return dates;
+    QStringList names;
+    for (const inspection::Epoch& epoch : m_epochs) {
+        const QString undated = names.isEmpty() ? QStringLiteral("前期") : QStringLiteral("后期");
+        names << (epoch.date.isEmpty() ? undated : epoch.date);
+    }
+    return names;
 }
 
 QStringList ProjectLayers::showEpoch(int index) {
@@ -92,11 +95,11 @@ QStringList ProjectLayers::showEpoch(int index) {
     if (index < 0 || index >= static_cast<int>(m_epochs.size()) || index == m_shown)
         return problems;
     m_shown = index;
-    const inspection::Epoch& shown = m_epochs[static_cast<std::size_t>(index)];
+    const auto shown = static_cast<std::size_t>(index);
     m_map.removeLayer(kTerrainLayer);
-    note(problems, m_map.addElevation(kTerrainLayer, shown.dsm.toStdString()));
-    for (const inspection::Epoch& epoch : m_epochs)
-        m_map.setImageryVisible(imageryName(epoch), &epoch == &shown);
+    note(problems, m_map.addElevation(kTerrainLayer, m_epochs[shown].dsm.toStdString()));
+    for (std::size_t epoch = 0; epoch < m_epochs.size(); ++epoch)
+        m_map.setImageryVisible(imageryName(epoch), epoch == shown);
     return problems;
 }
 
@@ -114,13 +117,13 @@ std::optional<osgEarth::Viewpoint> ProjectLayers::overview() const {
 }
 
 void ProjectLayers::clear() {
-    for (const inspection::Epoch& epoch : m_epochs)
+    for (std::size_t epoch = 0; epoch < m_epochs.size(); ++epoch)
         m_map.removeLayer(imageryName(epoch));
     m_map.removeLayer(kTerrainLayer);
     m_epochs.clear();
     m_shown = -1;
 }
 
-std::string ProjectLayers::imageryName(const inspection::Epoch& epoch) const {
-    return "orthophoto " + epoch.date.toStdString();
+std::string ProjectLayers::imageryName(std::size_t epoch) {
+    return "orthophoto " + std::to_string(epoch);
 }

@@ -21,7 +21,7 @@ public:
     /// Replaces the layers of the project before and shows the newest epoch. Rasters that cannot be shown are
     /// named in the answer, one English line each; the others are shown.
     QStringList show(const inspection::ProjectDescription& project);
-    /// Dates of the epochs, oldest first.
+    /// Names of the epochs, oldest first: their dates, or 前期 and 后期 where these are not known.
     QStringList epochs() const;
     int shownEpoch() const { return m_shown; }
     /// Shows the terrain and the orthophoto of one epoch. Answers as show does.
@@ -31,7 +31,7 @@ public:
 
 private:
     void clear();
-    std::string imageryName(const inspection::Epoch& epoch) const;
+    static std::string imageryName(std::size_t epoch);
 
     GlobeMap& m_map;
     std::vector<inspection::Epoch> m_epochs;

@@ -75,8 +75,8 @@ EpochPicture differencePictureOf(const ComparisonSource& source, const PictureWi
 ComparisonPictures readComparison(const ComparisonSource& source, const QRectF& ground, const QSize& pixels) {
     const PictureWindow window{source.srs,      ground.left(),  ground.top(),   ground.right(),
                                ground.bottom(), pixels.width(), pixels.height()};
-    return {ground, epochPicture(source.oldEpoch, tr("旧期"), window),
-            epochPicture(source.newEpoch, tr("新期"), window), differencePictureOf(source, window)};
+    return {ground, epochPicture(source.oldEpoch, tr("前期"), window),
+            epochPicture(source.newEpoch, tr("后期"), window), differencePictureOf(source, window)};
 }
 
 ElevationProfile readProfile(const ComparisonSource& source, const QLineF& line) {

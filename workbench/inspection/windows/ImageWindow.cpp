@@ -52,7 +52,7 @@ QLineF lineAcross(const QRectF& ground) {
 
 ImageWindow::ImageWindow(Session& session, QWidget* parent)
     : KVImageWindow(parent), m_session(session), m_view(new GroundView(this)), m_caption(new QLabel),
-      m_oldPane(new PicturePane(*m_view, tr("旧期"))), m_newPane(new PicturePane(*m_view, tr("新期"))),
+      m_oldPane(new PicturePane(*m_view, tr("前期"))), m_newPane(new PicturePane(*m_view, tr("后期"))),
       m_differencePane(new DifferencePane(*m_view)), m_profile(new ProfileChart) {
     m_readers.setMaxThreadCount(1);
     m_settle.setSingleShot(true);

@@ -191,8 +191,8 @@ void ProfileChart::paintKey(QPainter& painter, const Axes& axes) const {
         painter.drawText(QRectF(x + 27, y - textHeight / 2.0, width, textHeight), Qt::AlignVCenter, text);
         x += 27 + width + 14;
     };
-    entry(tr("旧期高程"), kOldColour, Qt::DashLine);
-    entry(tr("新期高程"), kNewColour, Qt::SolidLine);
+    entry(tr("前期高程"), kOldColour, Qt::DashLine);
+    entry(tr("后期高程"), kNewColour, Qt::SolidLine);
 }
 
 void ProfileChart::paintReading(QPainter& painter, const Axes& axes) const {

@@ -1,0 +1,60 @@
+#include "tests/app/SampleProject.h"
+
+#include "workbench/app/ProjectLayers.h"
+#include "workbench/viewer/GlobeMap.h"
+
+#include <osgEarth/Map>
+#include <osgEarth/TerrainLayer>
+
+namespace {
+
+class ProjectLayersTest : public ::testing::Test {
+protected:
+    inspection::ProjectDescription description(const QString& oldDate, const QString& newDate) const {
+        inspection::ProjectDescription description;
+        description.folder = m_project.folder();
+        description.epochs = {{oldDate, m_project.file("epochs/2024-05-18/dsm.tif"),
+                               m_project.file("epochs/2024-05-18/dom.tif")},
+                              {newDate, m_project.file("epochs/2025-05-20/dsm.tif"),
+                               m_project.file("epochs/2025-05-20/dom.tif")}};
+        return description;
+    }
+
+    /// Orthophotos that the globe draws, in the order of the epochs.
+    std::vector<bool> shownOrthophotos() {
+        std::vector<osg::ref_ptr<osgEarth::TerrainLayer>> layers;
+        m_map.mapNode()->getMap()->getLayers(layers);
+        std::vector<bool> shown;
+        for (const auto& layer : layers) {
+            if (layer->getName().rfind("orthophoto", 0) == 0)
+                shown.push_back(layer->getVisible());
+        }
+        return shown;
+    }
+
+    SampleProject m_project;
+    GlobeMap m_map;
+    ProjectLayers m_layers{m_map};
+};
+
+TEST_F(ProjectLayersTest, NamesEpochsByTheirDates) {
+    EXPECT_TRUE(m_layers.show(description("2024-05-18", "2025-05-20")).isEmpty());
+    EXPECT_EQ(m_layers.epochs(), QStringList({"2024-05-18", "2025-05-20"}));
+}
+
+TEST_F(ProjectLayersTest, TellsUndatedEpochsApart) {
+    EXPECT_TRUE(m_layers.show(description({}, {})).isEmpty());
+    EXPECT_EQ(m_layers.epochs(), QStringList({"前期", "后期"}));
+    EXPECT_EQ(shownOrthophotos(), std::vector<bool>({false, true}));
+    EXPECT_TRUE(m_layers.showEpoch(0).isEmpty());
+    EXPECT_EQ(shownOrthophotos(), std::vector<bool>({true, false}));
+}
+
+TEST_F(ProjectLayersTest, TakesTheLayersOfTheProjectBeforeAway) {
+    EXPECT_TRUE(m_layers.show(description({}, {})).isEmpty());
+    EXPECT_TRUE(m_layers.show(description("2024-05-18", "2025-05-20")).isEmpty());
+    EXPECT_EQ(shownOrthophotos().size(), 2u);
+    EXPECT_EQ(m_layers.shownEpoch(), 1);
+}
+
+} // namespace
