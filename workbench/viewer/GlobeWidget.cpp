@@ -2,11 +2,13 @@
 
 #include "workbench/viewer/EmbeddedViewer.h"
 #include "workbench/viewer/EventTranslation.h"
+#include "workbench/viewer/Sky.h"
 
 #include <osgEarth/GLUtils>
 #include <osgEarth/GeoData>
 #include <osgEarth/Registry>
 #include <osgEarth/Terrain>
+#include <osgEarth/TerrainEngineNode>
 #include <osgEarthUtil/EarthManipulator>
 #include <osgEarthUtil/LogarithmicDepthBuffer>
 
@@ -22,8 +24,14 @@ namespace {
 constexpr int kFrameIntervalMilliseconds = 10;
 constexpr int kLoadingPollMilliseconds = 15;
 
-osg::Vec4 skyColor() {
-    return {0.36F, 0.53F, 0.73F, 1.0F};
+/// The globe with the sky behind it.
+osg::ref_ptr<osg::Group> makeScene(osgEarth::MapNode& mapNode) {
+    osg::ref_ptr<Sky> sky = new Sky;
+    sky->addHaze(*mapNode.getTerrainEngine());
+    osg::ref_ptr<osg::Group> scene = new osg::Group;
+    scene->addChild(sky);
+    scene->addChild(&mapNode);
+    return scene;
 }
 
 } // namespace
@@ -61,9 +69,9 @@ GlobeWidget::GlobeWidget(QWidget* parent) : QOpenGLWidget(parent) {
     // The globe is grabbed by its ground; tools switch this binding off and on again.
     m_manipulator->getSettings()->bindMouse(osgEarth::Util::EarthManipulator::ACTION_EARTH_DRAG,
                                             osgGA::GUIEventAdapter::LEFT_MOUSE_BUTTON);
-    m_viewer->setSceneData(m_map.mapNode());
+    m_viewer->setSceneData(makeScene(*m_map.mapNode()));
     m_viewer->setCameraManipulator(m_manipulator.get());
-    m_viewer->getCamera()->setClearColor(skyColor());
+    m_viewer->getCamera()->setClearMask(GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT); // the sky is everywhere
     osgEarth::GLUtils::setGlobalDefaults(m_viewer->getCamera()->getOrCreateStateSet());
     osgEarth::Util::LogarithmicDepthBuffer().install(m_viewer->getCamera());
 

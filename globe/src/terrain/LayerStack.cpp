@@ -115,23 +115,27 @@ osg::ref_ptr<osg::Image> LayerStack::composeImage(const GeoExtent& extent, int p
     return image;
 }
 
-std::vector<float> LayerStack::composeHeights(const SampleGrid& grid) const {
+LayerStack::Heights LayerStack::composeHeights(const SampleGrid& grid) const {
     const auto count = static_cast<std::size_t>(grid.width) * static_cast<std::size_t>(grid.height);
-    std::vector<float> heights(count, std::nanf(""));
+    Heights heights{std::vector<float>(count, std::nanf("")), std::vector<bool>(count)};
+    std::vector<float>& metres = heights.metres;
     std::vector<float> layer;
     for (const auto& source : _elevations) {
         if (!warpHeights(*source, grid, layer)) {
             continue;
         }
         for (std::size_t i = 0; i < count; ++i) {
-            heights[i] = std::isnan(heights[i]) ? layer[i] : heights[i];
+            metres[i] = std::isnan(metres[i]) ? layer[i] : metres[i];
         }
     }
+    for (std::size_t i = 0; i < count; ++i) {
+        heights.measured[i] = !std::isnan(metres[i]);
+    }
     for (const auto& source : _elevations) {
-        fillFromApron(*source, grid, heights);
+        fillFromApron(*source, grid, metres);
     }
     std::replace_if(
-        heights.begin(), heights.end(), [](float h) { return std::isnan(h); }, 0.0F);
+        metres.begin(), metres.end(), [](float h) { return std::isnan(h); }, 0.0F);
     return heights;
 }
 

@@ -28,9 +28,13 @@ public:
     int revision() const { return _revision; }
     /// The images composed bottom-up over a plain colour.
     osg::ref_ptr<osg::Image> composeImage(const GeoExtent& extent, int pixels) const;
-    /// Heights in metres from the last layer with data at each post; holes and surroundings are continued
-    /// smoothly, and far from any data the height is 0.
-    std::vector<float> composeHeights(const SampleGrid& grid) const;
+    struct Heights {
+        std::vector<float> metres;
+        std::vector<bool> measured; ///< false where the surface is continued beyond the data
+    };
+    /// Heights from the last layer with data at each post; holes and surroundings are continued smoothly, and
+    /// far from any data the height is 0.
+    Heights composeHeights(const SampleGrid& grid) const;
     /// Whether any layer within the extent is finer than a tile of so many pixels and posts shows.
     bool hasFinerData(const GeoExtent& extent, int pixels, int posts) const;
     /// Boxes in WGS 84 degrees within which the two stacks may look different.

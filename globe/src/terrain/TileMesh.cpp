@@ -43,6 +43,7 @@ struct TileMesh::Surface {
     SampleGrid grid;
     bool isGeographic;
     std::vector<float> heights;
+    std::vector<bool> measured;
     std::vector<osg::Vec3d> positions;
 };
 
@@ -54,7 +55,9 @@ TileMesh::Surface::Surface(const GeoExtent& extent, int posts, const LayerStack&
     grid = {GeoExtent(extent.getSRS(), extent.west() - stepX, extent.south() - stepY, extent.east() + stepX,
                       extent.north() + stepY),
             side, side, true};
-    heights = layers.composeHeights(grid);
+    LayerStack::Heights composed = layers.composeHeights(grid);
+    heights = std::move(composed.metres);
+    measured = std::move(composed.measured);
     positions.resize(heights.size());
     for (int row = -1; row <= posts; ++row) {
         for (int column = -1; column <= posts; ++column) {
@@ -88,6 +91,10 @@ osg::Vec3 TileMesh::Surface::normalAt(int column, int row) const {
 }
 
 double TileMesh::Surface::shadeAt(int column, int row) const {
+    // What was never measured has no relief to show.
+    if (!measured[index(column, row)]) {
+        return flatShade;
+    }
     const double degrees = isGeographic ? metresPerDegree : 1.0;
     const double latitude = isGeographic ? grid.y(row + 1) : 0.0;
     const double stepY = grid.extent.height() / (side - 1) * degrees;
