@@ -1,4 +1,5 @@
-// How long frames of the globe take over a project's newest epoch, with more and more on it, and what a pick adds.
+// How long frames of the globe take over a project's newest epoch, with more and more on it, and what a pick
+// adds.
 //   bench_globe_frames PROJECT-FOLDER
 // All figures of one run are comparable: every row flies the same path, in the same window of 1024 by 768.
 #include "tests/globe/OffscreenGlobe.h"
@@ -8,6 +9,11 @@
 #include <osgEarthAnnotation/FeatureNode>
 #include <osgEarthAnnotation/ImageOverlay>
 #include <osgEarthAnnotation/PlaceNode>
+#include <osgEarthSymbology/AltitudeSymbol>
+#include <osgEarthSymbology/Color>
+#include <osgEarthSymbology/Geometry>
+#include <osgEarthSymbology/LineSymbol>
+#include <osgEarthSymbology/PolygonSymbol>
 #include <osgEarthSymbology/Style>
 #include <osgEarthUtil/RTTPicker>
 
@@ -73,18 +79,22 @@ Corridor corridorOf(const std::string& dsm) {
     raster->GetSpatialRef()->exportToWkt(&wkt);
     const auto srs = osgEarth::SpatialReference::get(wkt);
     CPLFree(wkt);
-    const osgEarth::GeoPoint lower = osgEarth::GeoPoint(srs, transform[0], bottom).transform(srs->getGeographicSRS());
-    const osgEarth::GeoPoint upper = osgEarth::GeoPoint(srs, right, transform[3]).transform(srs->getGeographicSRS());
+    const osgEarth::GeoPoint lower =
+        osgEarth::GeoPoint(srs, transform[0], bottom).transform(srs->getGeographicSRS());
+    const osgEarth::GeoPoint upper =
+        osgEarth::GeoPoint(srs, right, transform[3]).transform(srs->getGeographicSRS());
     float height = 0.0F;
-    if (raster->GetRasterBand(1)->RasterIO(GF_Read, raster->GetRasterXSize() / 2, raster->GetRasterYSize() / 2, 1, 1,
-                                           &height, 1, 1, GDT_Float32, 0, 0) != CE_None)
+    if (raster->GetRasterBand(1)->RasterIO(GF_Read, raster->GetRasterXSize() / 2,
+                                           raster->GetRasterYSize() / 2, 1, 1, &height, 1, 1, GDT_Float32, 0,
+                                           0) != CE_None)
         height = 0.0F;
     return {lower.x(), lower.y(), upper.x(), upper.y(), double{height}};
 }
 
 /// Along the corridor, low and looking ahead: most of what lies on the corridor is out of view.
 Viewpoint lowView(const Corridor& corridor, double share) {
-    return Viewpoint("", corridor.lon(0.1 + 0.8 * share), corridor.lat(0.5), corridor.height, 90.0, -35.0, 350.0);
+    return Viewpoint("", corridor.lon(0.1 + 0.8 * share), corridor.lat(0.5), corridor.height, 90.0, -35.0,
+                     350.0);
 }
 
 /// Over the whole corridor, turning: everything on it is in view.
@@ -166,7 +176,8 @@ osg::ref_ptr<osg::Group> features(osgEarth::MapNode* mapNode, const Corridor& co
         node->setMapNode(mapNode);
         group->addChild(node);
         osg::ref_ptr<Annotation::PlaceNode> label = new Annotation::PlaceNode(
-            osgEarth::GeoPoint(mapNode->getMapSRS(), lon, lat, 0.0, osgEarth::ALTMODE_RELATIVE), std::to_string(i));
+            osgEarth::GeoPoint(mapNode->getMapSRS(), lon, lat, 0.0, osgEarth::ALTMODE_RELATIVE),
+            std::to_string(i));
         label->setMapNode(mapNode);
         group->addChild(label);
     }
@@ -211,7 +222,8 @@ void measureJump(globetest::OffscreenGlobe& globe, const Corridor& corridor) {
     globe.manipulator()->setViewpoint(lowView(corridor, 0.5));
     const auto start = Clock::now();
     globe.settle();
-    std::printf("%-46s %8.2f\n", "complete picture after a jump from space, s", millisecondsSince(start) / 1000.0);
+    std::printf("%-46s %8.2f\n", "complete picture after a jump from space, s",
+                millisecondsSince(start) / 1000.0);
 }
 
 } // namespace
@@ -251,7 +263,8 @@ int main(int argc, char** argv) {
         globe.frame();
         const double added = millisecondsSince(start);
         const std::string name = std::to_string(count) + " overlays, ";
-        printRow((name + "low path (most out of view)").c_str(), flyWarm(globe, corridor, lowView), low.median);
+        printRow((name + "low path (most out of view)").c_str(), flyWarm(globe, corridor, lowView),
+                 low.median);
         printRow((name + "high path (all in view)").c_str(), flyWarm(globe, corridor, highView), high.median);
         std::printf("%-46s %8.2f\n", (name + "made and added, s").c_str(), added / 1000.0);
         if (count == 10000)

@@ -1,4 +1,5 @@
-// Points per second: reference systems against PROJ called directly, and heights from cached elevation layers.
+// Points per second: reference systems against PROJ called directly, and heights from cached elevation
+// layers.
 //   bench_globe_queries DSM.tif
 #include <osgEarth/ElevationLayer>
 #include <osgEarth/ElevationQuery>
@@ -28,7 +29,8 @@ double fastest(const std::function<void()>& run) {
     for (int i = 0; i < kRuns; ++i) {
         const auto start = std::chrono::steady_clock::now();
         run();
-        best = std::min(best, std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
+        best =
+            std::min(best, std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
     }
     return static_cast<double>(kPoints) / best;
 }
@@ -50,8 +52,8 @@ double projDirectly(const char* from, const char* to, const std::vector<osg::Vec
     const double result = fastest([&] {
         std::vector<osg::Vec3d> copy = points;
         const std::size_t stride = sizeof(osg::Vec3d);
-        proj_trans_generic(transform, PJ_FWD, &copy[0].x(), stride, copy.size(), &copy[0].y(), stride, copy.size(),
-                           &copy[0].z(), stride, copy.size(), nullptr, 0, 0);
+        proj_trans_generic(transform, PJ_FWD, &copy[0].x(), stride, copy.size(), &copy[0].y(), stride,
+                           copy.size(), &copy[0].z(), stride, copy.size(), nullptr, 0, 0);
     });
     proj_destroy(transform);
     proj_destroy(raw);
@@ -73,9 +75,10 @@ void measureTransforms(const char* from, const char* to) {
             source->transform(point, target, out);
     });
     const double direct = projDirectly(from, to, points);
-    std::printf("%s to %s: PROJ %.2f, in bulk %.2f, one by one %.2f million points a second; time of bulk as a "
-                "multiple of PROJ's %.2f\n",
-                from, to, direct / 1e6, bulk / 1e6, single / 1e6, direct / bulk);
+    std::printf(
+        "%s to %s: PROJ %.2f, in bulk %.2f, one by one %.2f million points a second; time of bulk as a "
+        "multiple of PROJ's %.2f\n",
+        from, to, direct / 1e6, bulk / 1e6, single / 1e6, direct / bulk);
 }
 
 void measureHeights(const std::string& dsm) {
@@ -97,15 +100,17 @@ void measureHeights(const std::string& dsm) {
     std::uniform_real_distribution<double> cell(1.0, std::max(2.0, std::min(cells, 4000.0)));
     std::vector<osg::Vec3d> points;
     for (std::size_t i = 0; i < kPoints; ++i)
-        points.emplace_back(transform[0] + cell(random) * transform[1], transform[3] + cell(random) * transform[5],
-                            0.0);
+        points.emplace_back(transform[0] + cell(random) * transform[1],
+                            transform[3] + cell(random) * transform[5], 0.0);
     osgEarth::ElevationQuery query(map);
     const double bulk = fastest([&] { query.getElevations(points, srs); });
     const double single = fastest([&] {
         for (const osg::Vec3d& point : points)
-            query.getElevation(osgEarth::GeoPoint(srs, point.x(), point.y(), 0.0, osgEarth::ALTMODE_ABSOLUTE));
+            query.getElevation(
+                osgEarth::GeoPoint(srs, point.x(), point.y(), 0.0, osgEarth::ALTMODE_ABSOLUTE));
     });
-    std::printf("heights from cache: in bulk %.0f, one by one %.0f points a millisecond\n", bulk / 1e3, single / 1e3);
+    std::printf("heights from cache: in bulk %.0f, one by one %.0f points a millisecond\n", bulk / 1e3,
+                single / 1e3);
 }
 
 } // namespace

@@ -7,7 +7,7 @@ bin=$1/bin project=$2 runs=${3:-5}
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 export LIBGL_ALWAYS_SOFTWARE=1
-screen="-screen 0 1600x1000x24"
+screen="-screen 0 1600x1000x24 -noreset"
 
 echo "run  first complete picture (s)  of the limit of 3 s"
 for run in $(seq "$runs"); do

@@ -48,5 +48,5 @@ with_virtual_display() {
         export XDG_RUNTIME_DIR=$root/build/runtime
         mkdir -p -m 700 "$XDG_RUNTIME_DIR"
     fi
-    LIBGL_ALWAYS_SOFTWARE=1 xvfb-run -a -s "-screen 0 1600x1000x24" "$@"
+    LIBGL_ALWAYS_SOFTWARE=1 xvfb-run -a -s "-screen 0 1600x1000x24 -noreset" "$@"
 }

@@ -1,4 +1,5 @@
 #include "workbench/viewer/GlobeWidget.h"
+#include "workbench/viewer/ScaleBar.h"
 
 #include <gtest/gtest.h>
 
@@ -7,6 +8,8 @@
 
 #include <osgEarth/Viewpoint>
 #include <osgEarthUtil/EarthManipulator>
+
+#include <cmath>
 
 namespace {
 
@@ -98,6 +101,51 @@ TEST_F(GlobeWidgetTest, DraggingWithTheLeftButtonGrabsTheGround) {
     ASSERT_TRUE(QTest::qWaitFor([&] { return m_globe.isPictureComplete(); }));
     // The ground went east with the pointer, so the view now looks at a place further west.
     EXPECT_LT(m_globe.getManipulator()->getViewpoint().focalPoint()->x(), 108.5);
+}
+
+TEST_F(GlobeWidgetTest, AClickOnTheCompassTurnsTheViewNorthAndKeepsPlaceTiltAndRange) {
+    m_globe.getManipulator()->setViewpoint(osgEarth::Viewpoint("", 109.0, 34.0, 0.0, 70.0, -40.0, 2.0e5));
+    m_globe.requestRedraw();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return m_globe.isPictureComplete(); }, 20000));
+    auto* compass = m_globe.findChild<QWidget*>("compass");
+    ASSERT_NE(compass, nullptr);
+    QTest::mouseClick(compass, Qt::LeftButton);
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] {
+            return m_globe.isPictureComplete() &&
+                   std::abs(m_globe.getManipulator()->getViewpoint().heading()->as(
+                       osgEarth::Units::DEGREES)) < 0.01;
+        },
+        20000));
+    const osgEarth::Viewpoint after = m_globe.getManipulator()->getViewpoint();
+    EXPECT_NEAR(after.pitch()->as(osgEarth::Units::DEGREES), -40.0, 0.01);
+    EXPECT_NEAR(after.range()->as(osgEarth::Units::METERS), 2.0e5, 10.0);
+    EXPECT_NEAR(after.focalPoint()->x(), 109.0, 1e-4);
+    EXPECT_NEAR(after.focalPoint()->y(), 34.0, 1e-4);
+}
+
+TEST_F(GlobeWidgetTest, TheSkyIsBlueFromTheGroundAndDarkFromSpace) {
+    const auto skyColour = [this](double pitchDegrees, double rangeMetres) {
+        m_globe.getManipulator()->setViewpoint(
+            osgEarth::Viewpoint("", 109.0, 34.0, 0.0, 0.0, pitchDegrees, rangeMetres));
+        m_globe.requestRedraw();
+        EXPECT_TRUE(QTest::qWaitFor([&] { return m_globe.isPictureComplete(); }, 20000));
+        return m_globe.grabFramebuffer().pixelColor(2, 2);
+    };
+    const QColor air = skyColour(-3.0, 3000.0);
+    EXPECT_GT(air.blue(), 180);
+    EXPECT_GT(air.blue(), air.red() + 30);
+    const QColor space = skyColour(-89.9, 4.0e7);
+    EXPECT_LT(space.blue(), 60);
+}
+
+TEST(ScaleBar, ShowsOneTwoOrFiveTimesAPowerOfTen) {
+    EXPECT_EQ(scaleLengthBelow(340.0).text, "200 m");
+    EXPECT_EQ(scaleLengthBelow(500.0).text, "500 m");
+    EXPECT_EQ(scaleLengthBelow(0.7).text, "0.5 m");
+    EXPECT_EQ(scaleLengthBelow(99.0).metres, 50.0);
+    EXPECT_EQ(scaleLengthBelow(1999.0).text, "1 km");
+    EXPECT_EQ(scaleLengthBelow(7.0e6).text, "5000 km");
 }
 
 } // namespace

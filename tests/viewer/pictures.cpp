@@ -20,7 +20,8 @@ int main(int argc, char** argv) {
     }
     GlobeWidget globe;
     globe.resize(1280, 800);
-    globe.map().addWorldBackdrop("/usr/share/cartopy/data/raster/natural_earth/50-natural-earth-1-downsampled.png");
+    globe.map().addWorldBackdrop(
+        "/usr/share/cartopy/data/raster/natural_earth/50-natural-earth-1-downsampled.png");
     for (int i = 8; i < argc; ++i) {
         const std::string layer = argv[i];
         const std::string file = layer.substr(layer.find(':') + 1);

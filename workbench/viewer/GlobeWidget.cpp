@@ -1,7 +1,9 @@
 #include "workbench/viewer/GlobeWidget.h"
 
+#include "workbench/viewer/Compass.h"
 #include "workbench/viewer/EmbeddedViewer.h"
 #include "workbench/viewer/EventTranslation.h"
+#include "workbench/viewer/ScaleBar.h"
 #include "workbench/viewer/Sky.h"
 
 #include <osgEarth/GLUtils>
@@ -9,6 +11,7 @@
 #include <osgEarth/Registry>
 #include <osgEarth/Terrain>
 #include <osgEarth/TerrainEngineNode>
+#include <osgEarth/Viewpoint>
 #include <osgEarthUtil/EarthManipulator>
 #include <osgEarthUtil/LogarithmicDepthBuffer>
 
@@ -19,10 +22,14 @@
 #include <QThread>
 #include <QWheelEvent>
 
+#include <cmath>
+
 namespace {
 
 constexpr int kFrameIntervalMilliseconds = 10;
 constexpr int kLoadingPollMilliseconds = 15;
+constexpr int kInstrumentMargin = 12;
+constexpr double kTurnSeconds = 0.4;
 
 /// The globe with the sky behind it.
 osg::ref_ptr<osg::Group> makeScene(osgEarth::MapNode& mapNode) {
@@ -47,7 +54,8 @@ void GlobeWidget::installSurfaceFormat() {
     QSurfaceFormat::setDefaultFormat(format);
 }
 
-GlobeWidget::GlobeWidget(QWidget* parent) : QOpenGLWidget(parent) {
+GlobeWidget::GlobeWidget(QWidget* parent)
+    : QOpenGLWidget(parent), m_compass(new Compass(this)), m_scaleBar(new ScaleBar(this)) {
     setFocusPolicy(Qt::StrongFocus);
     setMouseTracking(true);
     setMinimumSize(200, 150);
@@ -55,6 +63,7 @@ GlobeWidget::GlobeWidget(QWidget* parent) : QOpenGLWidget(parent) {
     m_timer.setSingleShot(true);
     m_timer.setTimerType(Qt::PreciseTimer);
     connect(&m_timer, &QTimer::timeout, this, &GlobeWidget::tick);
+    connect(m_compass, &QAbstractButton::clicked, this, &GlobeWidget::turnNorth);
 
     m_viewer = new EmbeddedViewer([this] {
         if (QThread::currentThread() == thread())
@@ -113,12 +122,15 @@ void GlobeWidget::resizeGL(int width, int height) {
     const int deviceHeight = qRound(height * ratio);
     m_events->setWindow(deviceHeight, ratio);
     m_viewer->resize(deviceWidth, deviceHeight);
+    m_compass->move(width - m_compass->width() - kInstrumentMargin, kInstrumentMargin);
+    m_scaleBar->move(kInstrumentMargin, height - m_scaleBar->height() - kInstrumentMargin);
 }
 
 void GlobeWidget::paintGL() {
     // Qt makes a new frame buffer with every resize.
     m_viewer->setFramebuffer(defaultFramebufferObject());
     m_viewer->draw();
+    readInstruments();
     reportPointer();
     m_asleep = false;
     m_timer.start(kFrameIntervalMilliseconds);
@@ -143,6 +155,28 @@ void GlobeWidget::tick() {
         m_asleep = true;
         emit pictureCompleted();
     }
+}
+
+void GlobeWidget::turnNorth() {
+    osgEarth::Viewpoint viewpoint = m_manipulator->getViewpoint();
+    viewpoint.heading() = osgEarth::Angle(0.0, osgEarth::Units::DEGREES);
+    m_manipulator->setViewpoint(viewpoint, kTurnSeconds);
+    requestRedraw();
+}
+
+void GlobeWidget::readInstruments() {
+    const osgEarth::Viewpoint viewpoint = m_manipulator->getViewpoint();
+    double fieldOfViewDegrees = 0.0;
+    double aspect = 0.0;
+    double nearMetres = 0.0;
+    double farMetres = 0.0;
+    if (!viewpoint.isValid() || !m_viewer->getCamera()->getProjectionMatrixAsPerspective(
+                                    fieldOfViewDegrees, aspect, nearMetres, farMetres))
+        return;
+    m_compass->setHeading(viewpoint.heading()->as(osgEarth::Units::DEGREES));
+    const double heightMetres = 2.0 * std::tan(osg::DegreesToRadians(fieldOfViewDegrees) / 2.0) *
+                                viewpoint.range()->as(osgEarth::Units::METERS);
+    m_scaleBar->setMetresPerPixel(heightMetres / height());
 }
 
 void GlobeWidget::reportPointer() {

@@ -11,11 +11,13 @@
 #include <memory>
 #include <set>
 
+class Compass;
 class EmbeddedViewer;
 class EventTranslation;
+class ScaleBar;
 
-/// The globe as a widget: an OSG viewer inside a QOpenGLWidget. Frames run on the GUI thread, and only when
-/// there is something new to draw. While it lives it is g_pCXviewer.
+/// The globe as a widget: an OSG viewer inside a QOpenGLWidget, with a compass and a scale bar. Frames run on
+/// the GUI thread, and only when there is something new to draw. While it lives it is g_pCXviewer.
 class VIEWER_API GlobeWidget : public QOpenGLWidget, public CXViewer {
     Q_OBJECT
 
@@ -61,6 +63,8 @@ protected:
 private:
     void wakeUp();
     void tick();
+    void turnNorth();
+    void readInstruments();
     void reportPointer();
 
     GlobeMap m_map;
@@ -68,6 +72,8 @@ private:
     osg::ref_ptr<EmbeddedViewer> m_viewer;
     std::unique_ptr<EventTranslation> m_events;
     std::function<void()> m_workBetweenFrames;
+    Compass* m_compass;
+    ScaleBar* m_scaleBar;
     QTimer m_timer;
     bool m_asleep = true;
     bool m_pointerMoved = false;

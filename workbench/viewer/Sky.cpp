@@ -63,7 +63,8 @@ osg::ref_ptr<osg::Geometry> wholePicture() {
     osg::ref_ptr<osg::Geometry> geometry = new osg::Geometry;
     geometry->setUseDisplayList(false);
     geometry->setUseVertexBufferObjects(true);
-    const osg::Vec3 corners[] = {{-1.0F, -1.0F, 0.0F}, {1.0F, -1.0F, 0.0F}, {-1.0F, 1.0F, 0.0F}, {1.0F, 1.0F, 0.0F}};
+    const osg::Vec3 corners[] = {
+        {-1.0F, -1.0F, 0.0F}, {1.0F, -1.0F, 0.0F}, {-1.0F, 1.0F, 0.0F}, {1.0F, 1.0F, 0.0F}};
     geometry->setVertexArray(new osg::Vec3Array(4, corners));
     geometry->addPrimitiveSet(new osg::DrawArrays(GL_TRIANGLE_STRIP, 0, 4));
     geometry->setCullingActive(false);
@@ -97,7 +98,8 @@ Sky::Sky()
     for (osg::Uniform* uniform : {m_rayRight.get(), m_rayUp.get(), m_rayForward.get(), m_zenith.get(),
                                   m_horizonDip.get(), m_glowWidth.get(), m_spaceShare.get()})
         stateSet->addUniform(uniform);
-    stateSet->setAttributeAndModes(new osg::Depth(osg::Depth::ALWAYS, 0.0, 1.0, false), osg::StateAttribute::OFF);
+    stateSet->setAttributeAndModes(new osg::Depth(osg::Depth::ALWAYS, 0.0, 1.0, false),
+                                   osg::StateAttribute::OFF);
     stateSet->setMode(GL_BLEND, osg::StateAttribute::OFF);
     stateSet->setMode(GL_CULL_FACE, osg::StateAttribute::OFF);
     stateSet->setRenderBinDetails(-100, "RenderBin");
@@ -123,9 +125,9 @@ void Sky::traverse(osg::NodeVisitor& visitor) {
 void Sky::follow(const osg::Matrixd& view, const osg::Matrixd& projection) {
     const osg::Matrixd toWorld = osg::Matrixd::inverse(view);
     const auto ray = [&](double x, double y) {
-        return osg::Matrixd::transform3x3(
-            osg::Vec3d((x + projection(2, 0)) / projection(0, 0), (y + projection(2, 1)) / projection(1, 1), -1.0),
-            toWorld);
+        return osg::Matrixd::transform3x3(osg::Vec3d((x + projection(2, 0)) / projection(0, 0),
+                                                     (y + projection(2, 1)) / projection(1, 1), -1.0),
+                                          toWorld);
     };
     const osg::Vec3d forward = ray(0.0, 0.0);
     m_rayForward->set(osg::Vec3f(forward));

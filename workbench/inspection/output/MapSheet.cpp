@@ -1,6 +1,7 @@
 #include "workbench/inspection/output/MapSheet.h"
 
 #include "workbench/inspection/database/Outline.h"
+#include "workbench/viewer/ScaleBar.h"
 
 #include <algorithm>
 #include <cmath>
@@ -99,10 +100,8 @@ void MapSheet::drawOutline(QPainter& painter, const std::string& wkt, const QCol
 
 void MapSheet::drawScaleBar(QPainter& painter, const QFont& font) const {
     const double unitsPerMetre = m_page.width() / m_ground.width();
-    const double metres = roundBelow(m_ground.width() * 0.3);
-    const QString text =
-        metres >= 1000.0 ? QStringLiteral("%1 km").arg(metres / 1000.0) : QStringLiteral("%1 m").arg(metres);
-    const double length = metres * unitsPerMetre;
+    const ScaleLength scale = scaleLengthBelow(m_ground.width() * 0.3);
+    const double length = scale.metres * unitsPerMetre;
     const QRectF plate(m_page.left() + units(1.2), m_page.bottom() - units(5.6), length + units(3.0),
                        units(4.4));
     painter.setPen(Qt::NoPen);
@@ -110,7 +109,7 @@ void MapSheet::drawScaleBar(QPainter& painter, const QFont& font) const {
     painter.drawRect(plate);
     painter.setPen(Qt::black);
     painter.setFont(font);
-    painter.drawText(plate.adjusted(0.0, 0.0, 0.0, -units(1.2)), Qt::AlignCenter, text);
+    painter.drawText(plate.adjusted(0.0, 0.0, 0.0, -units(1.2)), Qt::AlignCenter, scale.text);
     painter.setPen(QPen(Qt::black, units(0.3), Qt::SolidLine, Qt::FlatCap));
     const double y = plate.bottom() - units(0.9);
     const double x = plate.left() + units(1.5);
@@ -133,16 +132,6 @@ void MapSheet::drawNorthArrow(QPainter& painter, const QFont& font) const {
     painter.setPen(Qt::black);
     painter.setFont(font);
     painter.drawText(plate.adjusted(0.0, units(4.6), 0.0, 0.0), Qt::AlignCenter, QStringLiteral("北"));
-}
-
-double roundBelow(double value) {
-    const double power = std::pow(10.0, std::floor(std::log10(std::max(value, 1e-9))));
-    for (const double step : {5.0, 2.0}) {
-        if (step * power <= value) {
-            return step * power;
-        }
-    }
-    return power;
 }
 
 QImage epochPicture(const Epoch& epoch, const PictureWindow& window) {

@@ -41,9 +41,6 @@ private:
     double m_unitsPerMillimetre;
 };
 
-/// 1, 2 or 5 times a power of ten, the largest not above `value`.
-double roundBelow(double value);
-
 /// The epoch's orthophoto over `window`, or its relief when there is none; null when neither can be read.
 QImage epochPicture(const Epoch& epoch, const PictureWindow& window);
 
