@@ -50,7 +50,8 @@ void Compass::paintEvent(QPaintEvent* /*event*/) {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.translate(QRectF(rect()).center());
-    painter.setPen(QPen(hasFocus() ? QColor(24, 110, 200) : QColor(90, 100, 115, 160), hasFocus() ? 2.0 : 1.0));
+    painter.setPen(
+        QPen(hasFocus() ? QColor(24, 110, 200) : QColor(90, 100, 115, 160), hasFocus() ? 2.0 : 1.0));
     painter.setBrush(QColor(255, 255, 255, underMouse() ? 235 : 190));
     painter.drawEllipse(QPointF(0.0, 0.0), kRadius, kRadius);
 
