@@ -59,7 +59,7 @@ Status Session::setParameters(const ProjectParameters& parameters) {
     if (parameters == m_project->description().parameters) {
         return std::nullopt;
     }
-    if (const Status failure = m_project->setParameters(parameters)) {
+    if (Status failure = m_project->setParameters(parameters)) {
         return failure;
     }
     emit parametersChanged();

@@ -135,6 +135,7 @@ KV_Rows KV_MySQL::queryRecord(const std::string& sql, const std::vector<KV_Value
     QSqlQuery query = m_connection->run(fromGbk(sql), bound);
     const QSqlRecord columns = query.record();
     std::vector<std::string> names;
+    names.reserve(static_cast<std::size_t>(columns.count()));
     for (int column = 0; column < columns.count(); ++column) {
         names.push_back(columns.fieldName(column).toStdString());
     }
