@@ -178,6 +178,21 @@ TEST_F(TerrainTest, TellsOfNewTiles) {
     EXPECT_EQ(seen->keys.size(), count);
 }
 
+// Level by level it would take a frame, and a wait for the pager, for each of more than fifteen levels.
+TEST_F(TerrainTest, ComesDownManyLevelsAtOnceAfterAJump) {
+    globe.addElevation("hills", writeHeights("hills4.tif", {}, hills));
+    globe.mapNode();
+    globe.manipulator()->setViewpoint(Viewpoint("", 100.0, 30.0, 0.0, 0.0, -89.9, 4.0e7));
+    ASSERT_TRUE(globe.settle());
+    osg::ref_ptr<TilesSeen> seen = new TilesSeen();
+    globe.mapNode()->getTerrain()->addTerrainCallback(seen);
+    globe.manipulator()->setViewpoint(lookingAt(582656.0, 3797056.0, 420.0, -60.0, 200.0));
+    const unsigned before = globe.viewer().getFrameStamp()->getFrameNumber();
+    ASSERT_TRUE(globe.settle());
+    EXPECT_GT(seen->keys.rbegin()->getLOD(), 15U);
+    EXPECT_LT(globe.viewer().getFrameStamp()->getFrameNumber() - before, 14U);
+}
+
 TEST_F(TerrainTest, GoesNoDeeperThanItsData) {
     RasterPlace coarse;
     coarse.cell = 30.0;

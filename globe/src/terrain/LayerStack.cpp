@@ -93,8 +93,11 @@ LayerStack::LayerStack(const Map& map, int revision) : _revision(revision) {
 osg::ref_ptr<osg::Image> LayerStack::composeImage(const GeoExtent& extent, int pixels) const {
     osg::ref_ptr<osg::Image> image = new osg::Image();
     image->allocateImage(pixels, pixels, 1, GL_RGB, GL_UNSIGNED_BYTE);
-    for (unsigned i = 0; i < image->getTotalSizeInBytes(); ++i) {
-        image->data()[i] = plainColour[i % 3];
+    unsigned char* const colours = image->data();
+    const std::size_t bytes =
+        std::size_t{3} * static_cast<std::size_t>(pixels) * static_cast<std::size_t>(pixels);
+    for (std::size_t i = 0; i < bytes; ++i) {
+        colours[i] = plainColour[i % 3];
     }
     // From the top down, as far as anything shows through; then painted from the bottom up.
     const SampleGrid grid{extent, pixels, pixels, false};
@@ -110,7 +113,7 @@ osg::ref_ptr<osg::Image> LayerStack::composeImage(const GeoExtent& extent, int p
         }
     }
     for (auto layer = visible.rbegin(); layer != visible.rend(); ++layer) {
-        blendOver(layer->first, layer->second, image->data());
+        blendOver(layer->first, layer->second, colours);
     }
     return image;
 }

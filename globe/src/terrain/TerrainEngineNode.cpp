@@ -118,6 +118,7 @@ void TerrainEngineNode::traverse(osg::NodeVisitor& nv) {
     if (auto* visitor = dynamic_cast<osgUtil::CullVisitor*>(&nv)) {
         if (TileContext::isViewCamera(*visitor)) {
             noteView(visitor->getCurrentCamera()->getView());
+            _tileContext->noteView(*visitor);
             followMapChanges();
         }
     }

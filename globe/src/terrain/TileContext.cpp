@@ -68,6 +68,23 @@ float TileContext::pixelsPerRadian(const osgUtil::CullVisitor& visitor) {
     return pixels;
 }
 
+void TileContext::noteView(osgUtil::CullVisitor& visitor) {
+    const auto view = std::make_shared<TileView>();
+    osg::Matrixd viewToWorld;
+    viewToWorld.invert(*visitor.getModelViewMatrix());
+    view->eye = viewToWorld.getTrans();
+    view->frustum.setToUnitFrustum(false, false);
+    view->frustum.transformProvidingInverse(*visitor.getModelViewMatrix() * *visitor.getProjectionMatrix());
+    view->pixelsPerRadian = pixelsPerRadian(visitor);
+    const std::lock_guard lock(_mutex);
+    _view = view;
+}
+
+std::shared_ptr<const TileView> TileContext::view() const {
+    const std::lock_guard lock(_mutex);
+    return _view;
+}
+
 void TileContext::tileEntered(TileMesh* mesh) {
     _index->insert(mesh);
     {

@@ -4,6 +4,7 @@
 #include "TileIndex.h"
 
 #include <osg/Node>
+#include <osg/Polytope>
 #include <osgDB/Options>
 #include <osgEarth/TerrainOptions>
 #include <osgUtil/CullVisitor>
@@ -16,6 +17,13 @@
 #include <vector>
 
 namespace osgEarth {
+
+/// From where a view saw the terrain in its latest frame. World coordinates.
+struct TileView {
+    osg::Vec3d eye;
+    osg::Polytope frustum; ///< without near and far planes
+    float pixelsPerRadian = 0.0F;
+};
 
 /// Layers in use, options, the index of loaded tiles, and the measure of refinement. Thread safe except where
 /// said.
@@ -45,6 +53,11 @@ public:
     /// Whether the traversal is the one of a view's own camera, which alone decides what is loaded.
     static bool isViewCamera(const osgUtil::CullVisitor& visitor);
 
+    /// Notes the view at the beginning of its cull traversal.
+    void noteView(osgUtil::CullVisitor& visitor);
+    /// The latest view, or null before the first frame.
+    std::shared_ptr<const TileView> view() const;
+
     /// Notes tiles that entered the scene; the terrain announces them in its update traversal.
     void tileEntered(TileMesh* mesh);
     std::vector<osg::ref_ptr<TileMesh>> takeEnteredTiles();
@@ -66,6 +79,7 @@ private:
     std::function<void()> _enteredCallback;
     mutable std::mutex _mutex; // guards what follows
     std::shared_ptr<const LayerStack> _layers;
+    std::shared_ptr<const TileView> _view;
     std::vector<Change> _changes;
     std::vector<osg::ref_ptr<TileMesh>> _entered;
 };

@@ -6,6 +6,26 @@
 #include <cstdio>
 
 namespace osgEarth {
+namespace {
+
+// A view that is far too near for a tile gets this many levels at once. Frame by frame it would wait for, and
+// draw, each level in turn; all at once it would see nothing for too long.
+constexpr int levelsAtOnce = 6;
+
+osg::ref_ptr<osg::Group> childrenOf(const TileKey& key, const std::shared_ptr<TileContext>& context,
+                                    const TileView* view, int levels) {
+    osg::ref_ptr<osg::Group> children = new osg::Group();
+    for (unsigned quadrant = 0; quadrant < 4; ++quadrant) {
+        osg::ref_ptr<TileNode> tile = new TileNode(key.createChildKey(quadrant), context);
+        if (levels > 1 && view != nullptr && tile->isMuchTooCoarseFor(*view)) {
+            tile->bringAlong(childrenOf(tile->key(), context, view, levels - 1));
+        }
+        children->addChild(tile);
+    }
+    return children;
+}
+
+} // namespace
 
 osgDB::ReaderWriter::ReadResult TileLoader::readNode(const std::string& name, const osgDB::Options*) {
     const std::shared_ptr<TileContext> context = _context.lock();
@@ -23,11 +43,7 @@ osgDB::ReaderWriter::ReadResult TileLoader::readNode(const std::string& name, co
         return osgDB::ReaderWriter::ReadResult(
             new TileSurface(new TileMesh(key, *layers, context->options())));
     }
-    osg::ref_ptr<osg::Group> children = new osg::Group();
-    for (unsigned quadrant = 0; quadrant < 4; ++quadrant) {
-        children->addChild(new TileNode(key.createChildKey(quadrant), context));
-    }
-    return osgDB::ReaderWriter::ReadResult(children);
+    return osgDB::ReaderWriter::ReadResult(childrenOf(key, context, context->view().get(), levelsAtOnce));
 }
 
 } // namespace osgEarth

@@ -37,6 +37,15 @@ osg::Vec3d eyeOf(osgUtil::CullVisitor& visitor, bool isView) {
     return viewToWorld.getTrans();
 }
 
+void enterQuad(osg::Node* node) {
+    osg::Group* quad = node->asGroup();
+    for (unsigned i = 0; quad != nullptr && i < quad->getNumChildren(); ++i) {
+        if (auto* tile = dynamic_cast<TileNode*>(quad->getChild(i))) {
+            tile->enterScene();
+        }
+    }
+}
+
 } // namespace
 
 TileSurfaceSlot::TileSurfaceSlot(TileSurface* surface, std::shared_ptr<TileContext> context)
@@ -87,16 +96,23 @@ TileNode::~TileNode() {
 
 void TileNode::enterScene() {
     _context->tileEntered(mesh());
+    if (getNumChildren() > quadChild) {
+        enterQuad(getChild(quadChild));
+    }
+}
+
+bool TileNode::isMuchTooCoarseFor(const TileView& view) {
+    // At twice the size its children would be refined as well; twice again leaves the last steps to be seen.
+    constexpr float muchTooLarge = 4.0F;
+    osg::Polytope frustum = view.frustum;
+    return canBeRefined() &&
+           sizeInPixels(view.eye, view.pixelsPerRadian) > muchTooLarge * _context->refinementPixels() &&
+           frustum.contains(mesh()->worldBound()) && !isBeyondHorizon(view.eye);
 }
 
 // The pager adds the four children here, on the thread that runs the frames.
 bool TileNode::addChild(osg::Node* child) {
-    osg::Group* quad = child->asGroup();
-    for (unsigned i = 0; quad != nullptr && i < quad->getNumChildren(); ++i) {
-        if (auto* tile = dynamic_cast<TileNode*>(quad->getChild(i))) {
-            tile->enterScene();
-        }
-    }
+    enterQuad(child);
     return osg::PagedLOD::addChild(child);
 }
 
@@ -128,7 +144,8 @@ void TileNode::cull(osgUtil::CullVisitor& visitor) {
     if (isBeyondHorizon(eye)) {
         return;
     }
-    const bool wantsFiner = canBeRefined() && sizeInPixels(eye, visitor) > _context->refinementPixels();
+    const bool wantsFiner = canBeRefined() && sizeInPixels(eye, _context->pixelsPerRadian(visitor)) >
+                                                  _context->refinementPixels();
     if (wantsFiner && getNumChildren() > quadChild) {
         if (frame != nullptr) {
             setTimeStamp(quadChild, frame->getReferenceTime());
@@ -207,7 +224,7 @@ bool TileNode::canBeRefined() {
 }
 
 // Size of the tile as seen from the eye, by its nearest point.
-float TileNode::sizeInPixels(const osg::Vec3d& eyeWorld, osgUtil::CullVisitor& visitor) const {
+float TileNode::sizeInPixels(const osg::Vec3d& eyeWorld, float pixelsPerRadian) const {
     const osg::BoundingBoxd& box = mesh()->localBox();
     const osg::Vec3d eye = eyeWorld * mesh()->worldToLocal();
     const osg::Vec3d nearest(osg::clampBetween(eye.x(), box.xMin(), box.xMax()),
@@ -215,7 +232,7 @@ float TileNode::sizeInPixels(const osg::Vec3d& eyeWorld, osgUtil::CullVisitor& v
                              osg::clampBetween(eye.z(), box.zMin(), box.zMax()));
     const double distance = std::max(0.1, (eye - nearest).length());
     const double width = std::max(box.xMax() - box.xMin(), box.yMax() - box.yMin());
-    return static_cast<float>(width / distance) * _context->pixelsPerRadian(visitor);
+    return static_cast<float>(width / distance) * pixelsPerRadian;
 }
 
 } // namespace osgEarth

@@ -43,9 +43,15 @@ public:
     /// Builds the surface in the calling thread.
     TileNode(const TileKey& key, const std::shared_ptr<TileContext>& context);
 
+    const TileKey& key() const { return _key; }
     TileMesh* mesh() const { return _slot->mesh(); }
-    /// Called when the tile becomes part of the scene.
+    /// Called when the tile, with the children it may have brought along, becomes part of the scene.
     void enterScene();
+    /// Whether the view is so near that this tile would be passed over for finer ones. For tiles that are not
+    /// in the scene yet.
+    bool isMuchTooCoarseFor(const TileView& view);
+    /// Gives a tile that is not in the scene yet its four children.
+    void bringAlong(osg::Group* quad) { osg::PagedLOD::addChild(quad); }
 
     using osg::PagedLOD::addChild;
     bool addChild(osg::Node* child) override;
@@ -62,7 +68,7 @@ private:
     bool isBeyondHorizon(const osg::Vec3d& eye) const;
     double horizonCeiling() const;
     bool canBeRefined();
-    float sizeInPixels(const osg::Vec3d& eyeWorld, osgUtil::CullVisitor& visitor) const;
+    float sizeInPixels(const osg::Vec3d& eyeWorld, float pixelsPerRadian) const;
 
     TileKey _key;
     GeoExtent _extent;
