@@ -233,6 +233,7 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "usage: bench_globe_frames PROJECT-FOLDER\n");
         return 2;
     }
+    std::setvbuf(stdout, nullptr, _IOLBF, 0); // rows appear as they are measured
     std::string epoch;
     for (const auto& entry : std::filesystem::directory_iterator(std::string(argv[1]) + "/epochs"))
         epoch = std::max(epoch, entry.path().string());
