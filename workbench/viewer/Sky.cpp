@@ -33,11 +33,12 @@ uniform vec3 sky_zenith;
 uniform float sky_dip;
 uniform float sky_glow;
 uniform float sky_space;
+uniform vec3 sky_horizon;
 varying vec3 sky_ray;
 void main() {
     float above = max(0.0, asin(clamp(dot(normalize(sky_ray), sky_zenith), -1.0, 1.0)) + sky_dip);
-    vec3 air = mix(vec3(0.80, 0.87, 0.93), vec3(0.28, 0.51, 0.80), 1.0 - exp(-5.0 * above));
-    vec3 space = mix(vec3(0.03, 0.05, 0.11), vec3(0.34, 0.58, 0.92), exp(-above / sky_glow));
+    vec3 air = mix(sky_horizon, vec3(0.28, 0.51, 0.80), 1.0 - exp(-5.0 * above));
+    vec3 space = mix(vec3(0.03, 0.05, 0.11), sky_horizon, exp(-above / sky_glow));
     gl_FragColor = vec4(mix(air, space, sky_space), 1.0);
 }
 )";
@@ -51,11 +52,11 @@ void sky_hazeVertex(inout vec4 vertex) {
 
 const char* const kHazeFragment = R"(
 uniform float sky_hazeMetres;
-uniform vec3 sky_hazeColour;
+uniform vec3 sky_horizon;
 in float sky_distance;
 void sky_hazeFragment(inout vec4 color) {
     float distance = sky_distance / sky_hazeMetres;
-    color.rgb = mix(sky_hazeColour, color.rgb, exp(-distance * distance));
+    color.rgb = mix(sky_horizon, color.rgb, exp(-distance * distance));
 }
 )";
 
@@ -85,7 +86,7 @@ Sky::Sky()
       m_zenith(new osg::Uniform("sky_zenith", osg::Vec3f())), m_horizonDip(new osg::Uniform("sky_dip", 0.0F)),
       m_glowWidth(new osg::Uniform("sky_glow", 1.0F)), m_spaceShare(new osg::Uniform("sky_space", 0.0F)),
       m_hazeMetres(new osg::Uniform("sky_hazeMetres", 1.0e9F)),
-      m_hazeColour(new osg::Uniform("sky_hazeColour", kHorizonInAir)) {
+      m_horizonColour(new osg::Uniform("sky_horizon", kHorizonInAir)) {
     setName("sky");
     setCullingActive(false);
     addChild(wholePicture());
@@ -95,8 +96,9 @@ Sky::Sky()
     program->addShader(new osg::Shader(osg::Shader::FRAGMENT, kSkyFragment));
     osg::StateSet* stateSet = getOrCreateStateSet();
     stateSet->setAttributeAndModes(program);
-    for (osg::Uniform* uniform : {m_rayRight.get(), m_rayUp.get(), m_rayForward.get(), m_zenith.get(),
-                                  m_horizonDip.get(), m_glowWidth.get(), m_spaceShare.get()})
+    for (osg::Uniform* uniform :
+         {m_rayRight.get(), m_rayUp.get(), m_rayForward.get(), m_zenith.get(), m_horizonDip.get(),
+          m_glowWidth.get(), m_spaceShare.get(), m_horizonColour.get()})
         stateSet->addUniform(uniform);
     stateSet->setAttributeAndModes(new osg::Depth(osg::Depth::ALWAYS, 0.0, 1.0, false),
                                    osg::StateAttribute::OFF);
@@ -113,7 +115,7 @@ void Sky::addHaze(osg::Node& node) {
     program->setFunction("sky_hazeFragment", kHazeFragment, osgEarth::ShaderComp::LOCATION_FRAGMENT_LIGHTING,
                          kAfterTheColours);
     stateSet->addUniform(m_hazeMetres);
-    stateSet->addUniform(m_hazeColour);
+    stateSet->addUniform(m_horizonColour);
 }
 
 void Sky::traverse(osg::NodeVisitor& visitor) {
@@ -155,5 +157,5 @@ void Sky::follow(const osg::Matrixd& view, const osg::Matrixd& projection) {
     m_glowWidth->set(static_cast<float>(kAirMetres / horizonMetres));
     m_spaceShare->set(static_cast<float>(space));
     m_hazeMetres->set(static_cast<float>(40000.0 + 6.0 * altitude));
-    m_hazeColour->set(kHorizonInAir + (kHorizonInSpace - kHorizonInAir) * static_cast<float>(space));
+    m_horizonColour->set(kHorizonInAir + (kHorizonInSpace - kHorizonInAir) * static_cast<float>(space));
 }
