@@ -58,9 +58,13 @@ std::string plateCarreeRaster(const std::string& picturePath, int width, int hei
     std::string bands;
     for (int band = 1; band <= 3; ++band) {
         const std::string number = std::to_string(band);
-        bands += "<VRTRasterBand dataType=\"Byte\" band=\"" + number +
-                 "\"><SimpleSource><SourceFilename relativeToVRT=\"0\">" + picturePath +
-                 "</SourceFilename><SourceBand>" + number + "</SourceBand></SimpleSource></VRTRasterBand>";
+        bands.append("<VRTRasterBand dataType=\"Byte\" band=\"")
+            .append(number)
+            .append("\"><SimpleSource><SourceFilename relativeToVRT=\"0\">")
+            .append(picturePath)
+            .append("</SourceFilename><SourceBand>")
+            .append(number)
+            .append("</SourceBand></SimpleSource></VRTRasterBand>");
     }
     return "<VRTDataset rasterXSize=\"" + std::to_string(width) + "\" rasterYSize=\"" +
            std::to_string(height) + "\"><SRS>EPSG:4326</SRS><GeoTransform>-180, " + cell + "</GeoTransform>" +
