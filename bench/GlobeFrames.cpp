@@ -28,6 +28,7 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -67,6 +68,10 @@ struct Corridor {
     double height = 0.0;
     double lon(double share) const { return west + (east - west) * share; }
     double lat(double share) const { return south + (north - south) * share; }
+    /// Longitude and latitude of one of `count` places spread evenly in rows along the corridor.
+    std::pair<double, double> place(int index, int count, int rows) const {
+        return {lon((index / rows + 0.5) / (double(count) / rows)), lat((index % rows + 0.5) / rows)};
+    }
 };
 
 Corridor corridorOf(const std::string& dsm) {
@@ -144,8 +149,7 @@ osg::ref_ptr<osg::Group> overlays(osgEarth::MapNode* mapNode, const Corridor& co
     const int rows = 25;
     const double half = 4.0 / 111000.0;
     for (int i = 0; i < count; ++i) {
-        const double lon = corridor.lon((i / rows + 0.5) / (double(count) / rows));
-        const double lat = corridor.lat((i % rows + 0.5) / rows);
+        const auto [lon, lat] = corridor.place(i, count, rows);
         osg::ref_ptr<Annotation::ImageOverlay> overlay =
             new Annotation::ImageOverlay(mapNode, overlayPicture(i));
         overlay->setBounds(osgEarth::Bounds(lon - half, lat - half, lon + half, lat + half));
@@ -164,8 +168,7 @@ osg::ref_ptr<osg::Group> features(osgEarth::MapNode* mapNode, const Corridor& co
     const int rows = 10;
     const double half = 10.0 / 111000.0;
     for (int i = 0; i < count; ++i) {
-        const double lon = corridor.lon((i / rows + 0.5) / (double(count) / rows));
-        const double lat = corridor.lat((i % rows + 0.5) / rows);
+        const auto [lon, lat] = corridor.place(i, count, rows);
         osg::ref_ptr<Symbology::Polygon> ring = new Symbology::Polygon;
         for (int corner = 0; corner < 8; ++corner) {
             const double angle = corner * osg::PI / 4.0;

@@ -21,12 +21,7 @@ protected:
         InspectionWindowTest::SetUp();
         openSample();
         computeStations(4);
-        for (KV_StationItem* item : context().GetStationWindow()->GetSelectedStationItem()) {
-            if (m_item == nullptr ||
-                item->m_diffData.m_anomalies.size() > m_item->m_diffData.m_anomalies.size()) {
-                m_item = item;
-            }
-        }
+        m_item = checkedStationWithMostAnomalies();
         ASSERT_GE(m_item->m_diffData.m_anomalies.size(), 2U);
         clickStation(m_item->GetStationId());
     }

@@ -24,12 +24,7 @@ protected:
     void computeAll() {
         openSample();
         computeStations(4);
-        for (KV_StationItem* item : context().GetStationWindow()->GetSelectedStationItem()) {
-            if (m_item == nullptr ||
-                item->m_diffData.m_anomalies.size() > m_item->m_diffData.m_anomalies.size()) {
-                m_item = item;
-            }
-        }
+        m_item = checkedStationWithMostAnomalies();
     }
     inspection::ImageWindow& images() { return *m_window->findChild<inspection::ImageWindow*>(); }
     QWidget& pane(const char* name) { return *m_window->findChild<QWidget*>(name); }

@@ -129,6 +129,16 @@ void InspectionWindowTest::computeStations(int count) {
     ASSERT_TRUE(m_succeeded) << m_message.toStdString();
 }
 
+KV_StationItem* InspectionWindowTest::checkedStationWithMostAnomalies() {
+    KV_StationItem* most = nullptr;
+    for (KV_StationItem* item : context().GetStationWindow()->GetSelectedStationItem()) {
+        if (most == nullptr || item->m_diffData.m_anomalies.size() > most->m_diffData.m_anomalies.size()) {
+            most = item;
+        }
+    }
+    return most;
+}
+
 QTreeWidget& InspectionWindowTest::tree() const {
     return *m_window->findChild<QTreeWidget*>("stationTree");
 }

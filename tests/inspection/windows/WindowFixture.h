@@ -52,6 +52,8 @@ protected:
     void openSample();
     /// Checks the first stations, by mouse, and computes them.
     void computeStations(int count);
+    /// The first of them when several have as many; null when nothing is checked.
+    KV_StationItem* checkedStationWithMostAnomalies();
 
     QTreeWidget& tree() const;
     QTreeWidgetItem* station(int index) const { return tree().topLevelItem(0)->child(index); }
