@@ -164,7 +164,7 @@ SpatialReference::~SpatialReference() = default;
 bool SpatialReference::transform(const osg::Vec3d& in, const SpatialReference* outSRS,
                                  osg::Vec3d& out) const {
     osg::Vec3d point = in;
-    if (outSRS == nullptr || !transformPoints(1, &point.x(), &point.y(), &point.z(), *outSRS)) {
+    if (outSRS == nullptr || !transformPoints(1, &point, *outSRS)) {
         return false;
     }
     out = point;
@@ -178,58 +178,39 @@ bool SpatialReference::transform(std::vector<osg::Vec3d>& inout, const SpatialRe
     if (outSRS == this || inout.empty()) {
         return true;
     }
-    const std::size_t count = inout.size();
-    std::vector<double> ordinates(count * 3);
-    double* const x = ordinates.data();
-    double* const y = x + count;
-    double* const z = y + count;
-    for (std::size_t i = 0; i < count; ++i) {
-        x[i] = inout[i].x();
-        y[i] = inout[i].y();
-        z[i] = inout[i].z();
-    }
-    if (!transformPoints(count, x, y, z, *outSRS)) {
+    std::vector<osg::Vec3d> points = inout;
+    if (!transformPoints(points.size(), points.data(), *outSRS)) {
         return false;
     }
-    for (std::size_t i = 0; i < count; ++i) {
-        inout[i].set(x[i], y[i], z[i]);
-    }
+    inout.swap(points);
     return true;
 }
 
-bool SpatialReference::transformPoints(std::size_t count, double* x, double* y, double* z,
+bool SpatialReference::transformPoints(std::size_t count, osg::Vec3d* points,
                                        const SpatialReference& out) const {
     if (&out == this) {
         return true;
     }
     if (isGeocentric() && !out.isGeocentric()) {
-        for (std::size_t i = 0; i < count; ++i) {
-            const osg::Vec3d p = ecefToGeodetic(*_ellipsoid, osg::Vec3d(x[i], y[i], z[i]));
-            x[i] = p.x();
-            y[i] = p.y();
-            z[i] = p.z();
-        }
-        return getGeographicSRS()->transformPoints(count, x, y, z, out);
+        std::transform(points, points + count, points,
+                       [this](const osg::Vec3d& point) { return ecefToGeodetic(*_ellipsoid, point); });
+        return getGeographicSRS()->transformPoints(count, points, out);
     }
     if (out.isGeocentric() && !isGeocentric()) {
-        if (!transformPoints(count, x, y, z, *out.getGeographicSRS())) {
+        if (!transformPoints(count, points, *out.getGeographicSRS())) {
             return false;
         }
-        for (std::size_t i = 0; i < count; ++i) {
-            const osg::Vec3d p = geodeticToEcef(*out._ellipsoid, osg::Vec3d(x[i], y[i], z[i]));
-            x[i] = p.x();
-            y[i] = p.y();
-            z[i] = p.z();
-        }
+        std::transform(points, points + count, points,
+                       [&out](const osg::Vec3d& point) { return geodeticToEcef(*out._ellipsoid, point); });
         return true;
     }
-    if (!TransformPool::instance().transform(*this, out, count, x, y, z)) {
+    if (!TransformPool::instance().transform(*this, out, count, points)) {
         return false;
     }
     if (isProjected() && out.isGeographic()) {
         for (std::size_t i = 0; i < count; ++i) {
-            x[i] = osg::clampBetween(x[i], -180.0, 180.0);
-            y[i] = osg::clampBetween(y[i], -90.0, 90.0);
+            points[i].x() = osg::clampBetween(points[i].x(), -180.0, 180.0);
+            points[i].y() = osg::clampBetween(points[i].y(), -90.0, 90.0);
         }
     }
     return true;
@@ -275,6 +256,13 @@ const SpatialReference* SpatialReference::getGeographicSRS() const {
     if (isGeographic() && _vertInit.empty()) {
         return this;
     }
+    if (_geographic == nullptr) {
+        _geographic = findGeographic(); // several threads may find the same
+    }
+    return _geographic;
+}
+
+const SpatialReference* SpatialReference::findGeographic() const {
     const std::unique_ptr<OGRSpatialReference> geographic(_ogr->CloneGeogCS());
     if (geographic == nullptr) {
         return nullptr;

@@ -2,10 +2,11 @@
 
 #include <osgEarth/SpatialReference>
 
-#include <cpl_error.h>
 #include <ogr_spatialref.h>
+#include <proj.h>
 
 #include <cmath>
+#include <string>
 
 namespace osgEarth {
 namespace {
@@ -15,7 +16,66 @@ bool sameDefinition(const SpatialReference& a, const SpatialReference& b) {
     return a.getWKT() == b.getWKT() || a.ogr().IsSame(&b.ogr(), options) != 0;
 }
 
+struct ProjDeleter {
+    void operator()(PJ* object) const { proj_destroy(object); }
+    void operator()(PJ_CONTEXT* context) const { proj_context_destroy(context); }
+};
+using ProjObject = std::unique_ptr<PJ, ProjDeleter>;
+
+// In the form that loses nothing of the definition.
+ProjObject definitionIn(PJ_CONTEXT* context, const SpatialReference& srs) {
+    static const char* const options[] = {"FORMAT=WKT2_2019", nullptr};
+    char* text = nullptr;
+    srs.ogr().exportToWkt(&text, options);
+    ProjObject definition(text != nullptr ? proj_create(context, text) : nullptr);
+    CPLFree(text);
+    return definition;
+}
+
 } // namespace
+
+/// A conversion with a PROJ context of its own, so that any one thread at a time may use it.
+class TransformPool::Transformation {
+public:
+    Transformation(const SpatialReference& from, const SpatialReference& to)
+        : _context(proj_context_create()) {
+        // A point outside a projection's reach is an answer, not an error.
+        proj_log_level(_context.get(), PJ_LOG_NONE);
+        const ProjObject source = definitionIn(_context.get(), from);
+        const ProjObject target = definitionIn(_context.get(), to);
+        if (source == nullptr || target == nullptr) {
+            return;
+        }
+        const ProjObject byAuthority(
+            proj_create_crs_to_crs_from_pj(_context.get(), source.get(), target.get(), nullptr, nullptr));
+        if (byAuthority != nullptr) {
+            _eastFirst.reset(proj_normalize_for_visualization(_context.get(), byAuthority.get()));
+        }
+    }
+
+    bool convert(std::size_t count, osg::Vec3d* points) {
+        if (_eastFirst == nullptr) {
+            return false;
+        }
+        constexpr std::size_t stride = sizeof(osg::Vec3d);
+        double noEpoch = HUGE_VAL;
+        proj_trans_generic(_eastFirst.get(), PJ_FWD, &points->x(), stride, count, &points->y(), stride, count,
+                           &points->z(), stride, count, &noEpoch, 0, 1);
+        for (std::size_t i = 0; i < count; ++i) {
+            if (!std::isfinite(points[i].x()) || !std::isfinite(points[i].y())) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+private:
+    std::unique_ptr<PJ_CONTEXT, ProjDeleter> _context;
+    ProjObject _eastFirst;
+};
+
+TransformPool::TransformPool() = default;
+TransformPool::~TransformPool() = default;
 
 TransformPool& TransformPool::instance() {
     static auto* pool = new TransformPool(); // outlives every thread that may still convert at exit
@@ -36,8 +96,8 @@ bool TransformPool::areEquivalent(const SpatialReference& from, const SpatialRef
 }
 
 bool TransformPool::transform(const SpatialReference& from, const SpatialReference& to, std::size_t count,
-                              double* x, double* y, double* z) {
-    Transformation transformation;
+                              osg::Vec3d* points) {
+    std::unique_ptr<Transformation> transformation;
     Entry* entry = nullptr;
     {
         const std::lock_guard lock(_mutex);
@@ -50,23 +110,12 @@ bool TransformPool::transform(const SpatialReference& from, const SpatialReferen
             entry->idle.pop_back();
         }
     }
-
-    CPLPushErrorHandler(
-        CPLQuietErrorHandler); // a point outside a projection's reach is an answer, not an error
     if (transformation == nullptr) {
-        transformation.reset(OGRCreateCoordinateTransformation(&from.ogr(), &to.ogr()));
+        transformation = std::make_unique<Transformation>(from, to);
     }
-    bool converted =
-        transformation != nullptr && transformation->Transform(static_cast<int>(count), x, y, z) != 0;
-    CPLPopErrorHandler();
-    for (std::size_t i = 0; converted && i < count; ++i) {
-        converted = std::isfinite(x[i]) && std::isfinite(y[i]);
-    }
-
-    if (transformation != nullptr) {
-        const std::lock_guard lock(_mutex);
-        entry->idle.push_back(std::move(transformation));
-    }
+    const bool converted = transformation->convert(count, points);
+    const std::lock_guard lock(_mutex);
+    entry->idle.push_back(std::move(transformation));
     return converted;
 }
 

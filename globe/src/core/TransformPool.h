@@ -1,13 +1,13 @@
 // Ready-made coordinate transformations between pairs of reference systems.
 #pragma once
+#include <osg/Vec3d>
+
 #include <cstddef>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <utility>
 #include <vector>
-
-class OGRCoordinateTransformation;
 
 namespace osgEarth {
 class SpatialReference;
@@ -19,18 +19,21 @@ public:
     static TransformPool& instance();
 
     /// Converts in place between two systems that are geographic or projected (or both geocentric). False
-    /// when no conversion exists or a point fails; the ordinates are then undefined.
-    bool transform(const SpatialReference& from, const SpatialReference& to, std::size_t count, double* x,
-                   double* y, double* z);
+    /// when no conversion exists or a point fails; the points are then undefined.
+    bool transform(const SpatialReference& from, const SpatialReference& to, std::size_t count,
+                   osg::Vec3d* points);
     /// Same horizontal definition, names apart.
     bool areEquivalent(const SpatialReference& from, const SpatialReference& to);
 
 private:
+    TransformPool();
+    ~TransformPool();
+
     using Pair = std::pair<const SpatialReference*, const SpatialReference*>;
-    using Transformation = std::unique_ptr<OGRCoordinateTransformation>;
+    class Transformation;
     struct Entry {
         bool equivalent = false;
-        std::vector<Transformation> idle;
+        std::vector<std::unique_ptr<Transformation>> idle;
     };
 
     Entry& entryFor(const SpatialReference& from, const SpatialReference& to);
