@@ -1,6 +1,6 @@
 // How long frames of the globe take over a project's newest epoch, with more and more on it, and what a pick
 // adds.
-//   bench_globe_frames PROJECT-FOLDER
+//   bench_globe_frames PROJECT-FOLDER [OVERLAYS...]
 // All figures of one run are comparable: every row flies the same path, in the same window of 1024 by 768.
 #include "tests/globe/OffscreenGlobe.h"
 
@@ -25,6 +25,7 @@
 #include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -132,9 +133,9 @@ Percentiles flyWarm(globetest::OffscreenGlobe& globe, const Corridor& corridor, 
 osg::ref_ptr<osg::Image> overlayPicture(int shade) {
     osg::ref_ptr<osg::Image> image = new osg::Image;
     image->allocateImage(64, 64, 1, GL_RGBA, GL_UNSIGNED_BYTE);
+    unsigned char* pixel = image->data();
     for (int y = 0; y < 64; ++y)
-        for (int x = 0; x < 64; ++x) {
-            unsigned char* pixel = image->data(x, y);
+        for (int x = 0; x < 64; ++x, pixel += 4) {
             pixel[0] = 220;
             pixel[1] = static_cast<unsigned char>(shade % 200);
             pixel[2] = 60;
@@ -143,11 +144,11 @@ osg::ref_ptr<osg::Image> overlayPicture(int shade) {
     return image;
 }
 
-/// Spread evenly over the corridor, each 8 m wide with a picture of its own, as anomalies have.
+/// Spread evenly over the corridor, each 4 m wide with a picture of its own, as anomalies have.
 osg::ref_ptr<osg::Group> overlays(osgEarth::MapNode* mapNode, const Corridor& corridor, int count) {
     osg::ref_ptr<osg::Group> group = new osg::Group;
     const int rows = 25;
-    const double half = 4.0 / 111000.0;
+    const double half = 2.0 / 111000.0;
     for (int i = 0; i < count; ++i) {
         const auto [lon, lat] = corridor.place(i, count, rows);
         osg::ref_ptr<Annotation::ImageOverlay> overlay =
@@ -232,10 +233,15 @@ void measureJump(globetest::OffscreenGlobe& globe, const Corridor& corridor) {
 } // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 2) {
-        std::fprintf(stderr, "usage: bench_globe_frames PROJECT-FOLDER\n");
+    if (argc < 2) {
+        std::fprintf(stderr, "usage: bench_globe_frames PROJECT-FOLDER [OVERLAYS...]\n");
         return 2;
     }
+    std::vector<int> counts;
+    for (int i = 2; i < argc; ++i)
+        counts.push_back(std::atoi(argv[i]));
+    if (counts.empty())
+        counts = {1000, 10000};
     std::setvbuf(stdout, nullptr, _IOLBF, 0); // rows appear as they are measured
     std::string epoch;
     for (const auto& entry : std::filesystem::directory_iterator(std::string(argv[1]) + "/epochs"))
@@ -260,7 +266,7 @@ int main(int argc, char** argv) {
     printRow("low path, tiles still loading", paging, low.median);
     printRow("low path", low, low.median);
     printRow("high path", high, high.median);
-    for (const int count : {1000, 10000}) {
+    for (const int count : counts) {
         const auto start = Clock::now();
         osg::ref_ptr<osg::Group> group = overlays(mapNode, corridor, count);
         mapNode->addChild(group);
@@ -271,8 +277,8 @@ int main(int argc, char** argv) {
                  low.median);
         printRow((name + "high path (all in view)").c_str(), flyWarm(globe, corridor, highView), high.median);
         std::printf("%-46s %8.2f\n", (name + "made and added, s").c_str(), added / 1000.0);
-        if (count == 10000)
-            printRow("10000 overlays, low path, a pick each frame", flyPicking(globe, corridor),
+        if (count == counts.back())
+            printRow((name + "low path, a pick each frame").c_str(), flyPicking(globe, corridor),
                      flyWarm(globe, corridor, lowView).median);
         mapNode->removeChild(group);
     }

@@ -60,10 +60,10 @@ void AnnotationNode::traverse(osg::NodeVisitor& nv) {
             update();
         }
         setUpdateTraversal(!_mapNode.valid() || _updateRequested);
-    } else if (nv.getVisitorType() == osg::NodeVisitor::CULL_VISITOR && _horizonCulling) {
-        const osg::Vec3f eye = nv.getViewPoint();
-        if (!isAboveHorizon(eye, horizonPoint(), static_cast<double>(getBound().radius())))
+    } else if (nv.getVisitorType() == osg::NodeVisitor::CULL_VISITOR) {
+        if (!isAboveHorizon(nv))
             return;
+        updateIfOutdated();
     }
     osg::Group::traverse(nv);
 }
@@ -88,6 +88,21 @@ void AnnotationNode::findMapNode(const osg::NodePath& path) {
             setMapNode(mapNode);
             return;
         }
+}
+
+void AnnotationNode::followLayers(bool value) {
+    _followedRevision.unset();
+    if (value && _mapNode.valid())
+        _followedRevision = _mapNode->getMap()->getDataModelRevision();
+}
+
+void AnnotationNode::updateIfOutdated() {
+    static std::mutex mutex; // cull traversals may run at once, and all nodes count in the same parents
+    if (!_followedRevision.isSet() || !_mapNode.valid() ||
+        _followedRevision.get() == _mapNode->getMap()->getDataModelRevision())
+        return;
+    const std::lock_guard<std::mutex> lock(mutex);
+    requestUpdate();
 }
 
 void AnnotationNode::watchTerrain(bool value) {
@@ -118,6 +133,11 @@ void AnnotationNode::connectWatcher() {
 }
 
 void AnnotationNode::terrainChanged(const TileKey&, Terrain*) {}
+
+bool AnnotationNode::isAboveHorizon(const osg::NodeVisitor& nv) const {
+    return !_horizonCulling || isAboveHorizon(osg::Vec3d(nv.getViewPoint()), horizonPoint(),
+                                              static_cast<double>(getBound().radius()));
+}
 
 // Horizon culling against the unit sphere in scaled space (Cozzi and Ring 2011, chapter on culling). A sphere
 // is taken as its topmost point; a place below the ellipsoid shrinks the ellipsoid down to itself.

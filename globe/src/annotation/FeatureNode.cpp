@@ -54,14 +54,14 @@ double longestSegment(const FeatureList& features) {
 
 FeatureNode::FeatureNode(Feature* feature, const Style& style, const GeometryCompilerOptions& options,
                          StyleSheet*)
-    : _options(options), _builtRevision(-1) {
+    : _options(options) {
     _features.emplace_back(feature);
     AnnotationNode::setStyle(style.empty() && feature->style().isSet() ? feature->style().get() : style);
 }
 
 FeatureNode::FeatureNode(const FeatureList& features, const Style& style,
                          const GeometryCompilerOptions& options, StyleSheet*)
-    : _features(features), _options(options), _builtRevision(-1) {
+    : _features(features), _options(options) {
     AnnotationNode::setStyle(style);
 }
 
@@ -98,13 +98,6 @@ void FeatureNode::update() {
     rebuild();
 }
 
-// The heights come from the elevation data; they change only when the map's layers do.
-void FeatureNode::terrainChanged(const TileKey& key, Terrain*) {
-    if (getMapNode() && _builtRevision != getMapNode()->getMap()->getDataModelRevision() &&
-        key.getExtent().intersects(_extent))
-        requestUpdate();
-}
-
 void FeatureNode::traverse(osg::NodeVisitor& nv) {
     const RenderSymbol* render = getStyle().get<RenderSymbol>();
     if (nv.getVisitorType() == osg::NodeVisitor::CULL_VISITOR && render && render->maxAltitude().isSet() &&
@@ -123,20 +116,14 @@ void FeatureNode::rebuild() {
     MapNode* mapNode = getMapNode();
     if (!mapNode)
         return;
-    _builtRevision = mapNode->getMap()->getDataModelRevision();
     _clamped = isClamped(getStyle()) && !_options.ignoreAltitudeSymbol().get();
-    _extent = GeoExtent();
-    watchTerrain(_clamped);
+    followLayers(_clamped);
 
     osg::ref_ptr<osg::Group> content = new osg::Group;
     FeatureMesh mesh(*mapNode, getStyle(), _options);
     for (const osg::ref_ptr<Feature>& feature : _features) {
-        if (const osg::ref_ptr<osg::MatrixTransform> drawn = mesh.build(*feature)) {
+        if (const osg::ref_ptr<osg::MatrixTransform> drawn = mesh.build(*feature))
             content->addChild(drawn);
-            const GeoExtent extent = feature->getExtent().transform(mapNode->getMapSRS());
-            _extent = _extent.isValid() ? _extent : extent;
-            _extent.expandToInclude(extent);
-        }
     }
     osg::StateSet* stateSet = content->getOrCreateStateSet();
     const RenderSymbol* render = getStyle().get<RenderSymbol>();

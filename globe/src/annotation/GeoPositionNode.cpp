@@ -1,3 +1,5 @@
+#include "LineOfSight.h"
+
 #include <osgEarthAnnotation/GeoPositionNode>
 
 namespace osgEarth {
@@ -27,6 +29,11 @@ void GeoPositionNode::setScale(const osg::Vec3f& scale) {
     _attitude->setScale(osg::Vec3d(scale));
 }
 
+void GeoPositionNode::setOcclusionCulling(bool value) {
+    if (value != getOcclusionCulling())
+        _lineOfSight = value ? std::make_unique<LineOfSight>() : nullptr;
+}
+
 void GeoPositionNode::setMapNode(MapNode* mapNode) {
     AnnotationNode::setMapNode(mapNode);
     _geoTransform->setTerrain(mapNode ? mapNode->getTerrain() : nullptr);
@@ -49,22 +56,16 @@ osg::Vec3d GeoPositionNode::horizonPoint() const {
 }
 
 void GeoPositionNode::traverse(osg::NodeVisitor& nv) {
-    if (nv.getVisitorType() == osg::NodeVisitor::CULL_VISITOR && _occlusionCulling && isOccluded(nv))
+    if (nv.getVisitorType() == osg::NodeVisitor::CULL_VISITOR && isOccluded(nv))
         return;
     AnnotationNode::traverse(nv);
 }
 
-// The point counts as seen when the first terrain on the way from the eye is within a few metres of it.
+// What lies beyond the horizon is left out in any case.
 bool GeoPositionNode::isOccluded(const osg::NodeVisitor& nv) {
-    constexpr double clearanceMetres = 5.0;
-    if (!getMapNode())
-        return false;
-    const osg::Vec3d eye = nv.getViewPoint();
-    osg::Vec3d towards = worldPosition() - eye;
-    const double distance = towards.normalize();
-    osg::Vec3d hit;
-    return distance > clearanceMetres &&
-           getMapNode()->getTerrain()->intersect(eye, eye + towards * (distance - clearanceMetres), hit);
+    return _lineOfSight != nullptr && getMapNode() != nullptr && AnnotationNode::isAboveHorizon(nv) &&
+           _lineOfSight->isBlocked(*getMapNode()->getTerrain(), osg::Vec3d(nv.getViewPoint()),
+                                   worldPosition());
 }
 
 } // namespace Annotation

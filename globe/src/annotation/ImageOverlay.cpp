@@ -1,5 +1,8 @@
+#include "OverlayBatches.h"
 #include "OverlayMesh.h"
+#include "ScreenSpace.h"
 
+#include <osgEarth/Registry>
 #include <osgEarthAnnotation/ImageOverlay>
 
 #include <algorithm>
@@ -7,11 +10,37 @@
 
 namespace osgEarth {
 namespace Annotation {
+namespace {
+
+/// Below this size on the screen a thumbnail shows as much as the picture itself.
+constexpr double SmallPixels = 24.0;
+
+/// Nothing beyond what every annotation has and an object id.
+bool isPlain(const osg::StateSet& stateSet) {
+    const osg::StateSet::UniformList& uniforms = stateSet.getUniformList();
+    return stateSet.getAttributeList().size() == 1 && stateSet.getModeList().size() == 1 &&
+           stateSet.getTextureAttributeList().empty() &&
+           (uniforms.empty() ||
+            (uniforms.size() == 1 &&
+             uniforms.begin()->first == Registry::objectIndex()->getObjectIDUniformName()));
+}
+
+/// Diameter of a sphere on the screen of the window, which a pick picture shows at another scale.
+double sizeInPixels(const osg::BoundingSphere& bound, osgUtil::CullVisitor& visitor) {
+    const double distance = (osg::Vec3d(bound.center()) * *visitor.getModelViewMatrix()).length();
+    const double pixelsPerRadian = visitor.getViewport()->height() * 0.5 *
+                                   (*visitor.getProjectionMatrix())(1, 1) /
+                                   pixelScale(*visitor.getCurrentCamera()).y();
+    return 2.0 * static_cast<double>(bound.radius()) / std::max(distance, 0.1) * pixelsPerRadian;
+}
+
+} // namespace
 
 ImageOverlay::ImageOverlay(MapNode* mapNode, osg::Image* image)
     : _lowerLeft(10.0, 10.0), _lowerRight(20.0, 10.0), _upperLeft(10.0, 20.0), _upperRight(20.0, 20.0),
-      _image(image), _builtRevision(-1) {
+      _image(image) {
     AnnotationNode::setMapNode(mapNode);
+    setCullingActive(false); // OSG would leave out what is small, and groups of small things
     requestUpdate();
 }
 
@@ -145,21 +174,45 @@ void ImageOverlay::update() {
     rebuild();
 }
 
-// The heights come from the elevation data; they change only when the map's layers do.
-void ImageOverlay::terrainChanged(const TileKey& key, Terrain*) {
-    if (getMapNode() && _builtRevision != getMapNode()->getMap()->getDataModelRevision() &&
-        key.getExtent().intersects(_extent))
-        requestUpdate();
+// Decided before the visitor takes up the node's state, which would cost more than the few pixels.
+void ImageOverlay::accept(osg::NodeVisitor& nv) {
+    osgUtil::CullVisitor* visitor = nv.asCullVisitor();
+    if (visitor != nullptr &&
+        (!nv.validNodeMask(*this) || isOutOfSight(*visitor) || isDrawnInBatch(*visitor)))
+        return;
+    AnnotationNode::accept(nv);
+}
+
+bool ImageOverlay::isOutOfSight(osgUtil::CullVisitor& visitor) const {
+    return !visitor.getCurrentCullingSet().getFrustum().contains(getBound()) || !isAboveHorizon(visitor);
+}
+
+bool ImageOverlay::isDrawnInBatch(osgUtil::CullVisitor& visitor) {
+    if (!canBeBatched())
+        return false;
+    const double size = sizeInPixels(getBound(), visitor);
+    if (size >= SmallPixels)
+        return false;
+    updateIfOutdated();
+    ObjectID id = OSGEARTH_OBJECTID_EMPTY;
+    Registry::objectIndex()->getObjectID(this, id);
+    _batches->add(visitor, *_quad, id, size);
+    return true;
+}
+
+// What a user put on the node holds for its own drawing only.
+bool ImageOverlay::canBeBatched() const {
+    return _quad != nullptr && getCullCallback() == nullptr && getStateSet() != nullptr &&
+           isPlain(*getStateSet()) && _image->getModifiedCount() == _builtImage;
 }
 
 void ImageOverlay::rebuild() {
     removeChildren(0, getNumChildren());
+    _quad.reset();
     MapNode* mapNode = getMapNode();
     if (!mapNode || !_image.valid() || !_image->data())
         return;
-    _builtRevision = mapNode->getMap()->getDataModelRevision();
-    _extent = GeoExtent(SpatialReference::get("wgs84"), getBounds()).transform(mapNode->getMapSRS());
-    watchTerrain(_draped);
+    followLayers(_draped);
     OverlayShape shape;
     shape.lowerLeft = _lowerLeft;
     shape.lowerRight = _lowerRight;
@@ -167,8 +220,22 @@ void ImageOverlay::rebuild() {
     shape.upperRight = _upperRight;
     shape.alpha = _alpha;
     shape.draped = _draped;
-    if (const osg::ref_ptr<osg::MatrixTransform> mesh = overlayMesh(*mapNode, shape, *_image))
-        addChild(mesh);
+    const OverlayMesh mesh = overlayMesh(*mapNode, shape, *_image);
+    if (!mesh.node.valid())
+        return;
+    addChild(mesh.node);
+    if (_draped)
+        prepareBatching(mesh.corners);
+}
+
+void ImageOverlay::prepareBatching(const std::array<osg::Vec3d, 4>& corners) {
+    if (!_batches.valid())
+        _batches = OverlayBatches::shared();
+    _quad = std::make_unique<OverlayQuad>();
+    _quad->corners = corners;
+    _quad->picture = _batches->atlas().add(*_image);
+    _quad->alpha = _alpha;
+    _builtImage = _image->getModifiedCount();
 }
 
 } // namespace Annotation

@@ -202,30 +202,36 @@ osg::ref_ptr<osg::Texture2D> overlayTexture(osg::Image& image) {
 
 } // namespace
 
-osg::ref_ptr<osg::MatrixTransform> overlayMesh(MapNode& mapNode, const OverlayShape& shape,
-                                               osg::Image& image) {
+OverlayMesh overlayMesh(MapNode& mapNode, const OverlayShape& shape, osg::Image& image) {
     OverlayGrid grid(mapNode, shape);
     if (!grid.measure())
-        return nullptr;
+        return {};
     const osg::ref_ptr<GridTopology> shared =
         topology(grid.columns(), grid.rows(), image.getOrigin() == osg::Image::TOP_LEFT);
     const osg::Vec4 color(1.0f, 1.0f, 1.0f, shape.alpha);
+    const osg::ref_ptr<osg::Vec3Array> vertices = grid.vertices();
 
     osg::ref_ptr<osg::Geometry> geometry = new osg::Geometry;
     geometry->setUseDisplayList(false);
     geometry->setUseVertexBufferObjects(true);
-    geometry->setVertexArray(grid.vertices());
+    geometry->setVertexArray(vertices);
     geometry->setTexCoordArray(0, shared->texCoords);
     geometry->setColorArray(new osg::Vec4Array(1, &color), osg::Array::BIND_OVERALL);
     geometry->addPrimitiveSet(shared->triangles);
     geometry->setUserData(shared); // the shared grid lives as long as one user
     geometry->setStateSet(overlayState(shape.draped));
 
-    osg::ref_ptr<osg::MatrixTransform> result = new osg::MatrixTransform(grid.plane().frameToWorld());
-    result->getOrCreateStateSet()->setTextureAttributeAndModes(0, overlayTexture(image));
-    setGroundBias(result->getOrCreateStateSet(), grid.deviationMetres());
-    result->addChild(geometry);
-    return result;
+    OverlayMesh mesh;
+    mesh.node = new osg::MatrixTransform(grid.plane().frameToWorld());
+    mesh.node->getOrCreateStateSet()->setTextureAttributeAndModes(0, overlayTexture(image));
+    setGroundBias(mesh.node->getOrCreateStateSet(), grid.deviationMetres());
+    mesh.node->addChild(geometry);
+    const std::size_t last = vertices->size() - 1;
+    const std::size_t columns = grid.columns();
+    const std::array<std::size_t, 4> corners = {0, columns, last, last - columns};
+    for (std::size_t i = 0; i < corners.size(); ++i)
+        mesh.corners[i] = osg::Vec3d((*vertices)[corners[i]]) * grid.plane().frameToWorld();
+    return mesh;
 }
 
 } // namespace Annotation

@@ -6,6 +6,8 @@
 #include <osg/Vec2d>
 #include <osgEarth/MapNode>
 
+#include <array>
+
 namespace osgEarth {
 namespace Annotation {
 
@@ -19,11 +21,14 @@ struct OverlayShape {
     bool draped = true;
 };
 
+struct OverlayMesh {
+    osg::ref_ptr<osg::MatrixTransform> node; ///< null without corners on the map
+    std::array<osg::Vec3d, 4> corners;       ///< world; counter-clockwise from the lower left
+};
+
 /// A textured grid over the corners: on the ground, no finer than a metre and with at most 33 by 33 points,
-/// or at height 0. Grids of one size share indices and texture coordinates, all share one program. Null
-/// without corners on the map.
-osg::ref_ptr<osg::MatrixTransform> overlayMesh(MapNode& mapNode, const OverlayShape& shape,
-                                               osg::Image& image);
+/// or at height 0. Grids of one size share indices and texture coordinates, all share one program.
+OverlayMesh overlayMesh(MapNode& mapNode, const OverlayShape& shape, osg::Image& image);
 
 } // namespace Annotation
 } // namespace osgEarth

@@ -20,7 +20,11 @@ constexpr float GapPixels = 3.0f; // between icon and text
 
 const char* const TexCoordSource =
     "out vec2 oe_place_tc;\n"
-    "void oe_place_vertex(inout vec4 vertex) { oe_place_tc = gl_MultiTexCoord0.st; }\n";
+    "vec4 vp_Color;\n"
+    "void oe_place_vertex(inout vec4 vertex) {\n"
+    "    oe_place_tc = gl_MultiTexCoord0.st;\n"
+    "    vp_Color.a *= gl_ModelViewMatrix[2][2];\n" // faded by the bin of labels
+    "}\n";
 const char* const IconSource =
     "in vec2 oe_place_tc;\n"
     "uniform sampler2D oe_place_tex;\n"

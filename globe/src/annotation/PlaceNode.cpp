@@ -1,3 +1,4 @@
+#include "LabelBin.h"
 #include "PlaceContent.h"
 #include "ScreenSpace.h"
 
@@ -9,14 +10,14 @@ namespace osgEarth {
 namespace Annotation {
 namespace {
 
-constexpr int LabelBin = 10; // within the annotations' bin: after everything else
+constexpr int LabelBinNumber = 10; // within the annotations' bin: after everything else
 
 void installScreenState(osg::StateSet* stateSet) {
     stateSet->setAttributeAndModes(new osg::Depth(osg::Depth::ALWAYS, 0.0, 1.0, false));
     stateSet->setMode(GL_DEPTH_TEST, osg::StateAttribute::OFF);
     stateSet->setMode(GL_LIGHTING, osg::StateAttribute::OFF);
     stateSet->setMode(GL_CULL_FACE, osg::StateAttribute::OFF);
-    stateSet->setRenderBinDetails(LabelBin, "DepthSortedBin");
+    LabelBin::install(stateSet, LabelBinNumber);
 }
 
 } // namespace
@@ -27,7 +28,7 @@ PlaceNode::PlaceNode(const std::string& text, const Style& style, osg::Image* im
     : PlaceNode(GeoPoint(), text, style, image) {}
 
 PlaceNode::PlaceNode(const GeoPoint& position, const std::string& text, const Style& style, osg::Image* image)
-    : _text(text), _image(image), _screenContent(new ScreenSpace) {
+    : _text(text), _image(image), _screenContent(new ScreenSpace), _label(new Label) {
     installScreenState(_screenContent->getOrCreateStateSet());
     getPositionAttitudeTransform()->addChild(_screenContent);
     AnnotationNode::setStyle(style);
@@ -62,6 +63,7 @@ void PlaceNode::setDynamic(bool value) {
 
 void PlaceNode::setPriority(float value) {
     AnnotationNode::setPriority(value);
+    _label->priority = value;
 }
 
 osg::BoundingSphere PlaceNode::computeBound() const {
@@ -84,6 +86,11 @@ void PlaceNode::rebuild() {
     }
     if (!_text.empty())
         _screenContent->addChild(textContent(_text, getStyle().get<TextSymbol>(), icon.get()));
+    for (osg::Drawable* drawable : drawablesOf(*_screenContent))
+        drawable->setUserData(_label);
+    const TextSymbol* text = getStyle().get<TextSymbol>();
+    _label->competes = !text || text->declutter().get();
+    setOcclusionCulling(!text || !text->occlusionCull().isSet() || text->occlusionCull().get());
     setDynamic(getDynamic());
 }
 

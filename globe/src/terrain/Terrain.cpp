@@ -82,6 +82,10 @@ bool Terrain::getWorldCoordsUnderMouse(osg::View* view, float mx, float my, osg:
     return intersect(eye, eye + direction * reach, out_world);
 }
 
+unsigned Terrain::getSurfaceRevision() const {
+    return _tiles->revision();
+}
+
 void Terrain::addTerrainCallback(TerrainCallback* callback) {
     if (callback != nullptr) {
         _callbacks.emplace_back(callback);

@@ -10,6 +10,7 @@ void TileIndex::insert(TileMesh* mesh) {
         ++_countAtLevel.at(key.getLOD());
     }
     slot = mesh;
+    ++_revision;
 }
 
 void TileIndex::remove(const TileMesh* mesh) {

@@ -5,6 +5,7 @@
 #include <osg/ref_ptr>
 
 #include <array>
+#include <atomic>
 #include <cstdint>
 #include <mutex>
 #include <unordered_map>
@@ -19,6 +20,8 @@ public:
     void remove(const TileMesh* mesh);
     /// Null where nothing is loaded.
     osg::ref_ptr<TileMesh> finestAt(const Profile& profile, double x, double y) const;
+    /// Counts insertions.
+    unsigned revision() const { return _revision; }
 
 private:
     static std::uint64_t indexOf(unsigned lod, unsigned x, unsigned y) {
@@ -28,6 +31,7 @@ private:
     mutable std::mutex _mutex;
     std::unordered_map<std::uint64_t, osg::ref_ptr<TileMesh>> _meshes;
     std::array<int, 32> _countAtLevel{};
+    std::atomic<unsigned> _revision{0};
 };
 
 } // namespace osgEarth

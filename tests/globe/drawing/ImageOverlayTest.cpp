@@ -2,6 +2,9 @@
 #include "TestGlobe.h"
 
 #include <gtest/gtest.h>
+#include <osg/Stats>
+#include <osgEarth/ObjectIndex>
+#include <osgEarth/Registry>
 #include <osgEarth/VirtualProgram>
 #include <osgEarthAnnotation/ImageOverlay>
 
@@ -179,6 +182,106 @@ TEST(ImageOverlay, SettersShowInTheNextFrame) {
     EXPECT_GT(pixelAt(*globe.picture(), globe.windowPosition(Lon, Lat)).x(), 230);
     overlay->setCenter(Lon + 3.0 * Half, Lat);
     EXPECT_LT(pixelAt(*globe.picture(), globe.windowPosition(Lon, Lat)).x(), 230);
+}
+
+namespace {
+
+/// A group of small overlays, 10 m wide and 30 m apart, with ids; the left half of each is red, the right one
+/// blue.
+struct SmallOverlays {
+    explicit SmallOverlays(TestGlobe& globe) : group(new osg::Group) {
+        const osg::ref_ptr<osg::Image> image = plainImage(blue, 64);
+        for (unsigned y = 0; y < 64; ++y)
+            for (unsigned x = 0; x < 32; ++x)
+                image->setColor(osg::Vec4(1.0f, 0.0f, 0.0f, 1.0f), x, y);
+        for (int i = 0; i < 25; ++i) {
+            const double lon = Lon + (i % 5 - 2) * step;
+            const double lat = Lat + (i / 5 - 2) * step;
+            osg::ref_ptr<ImageOverlay> overlay = new ImageOverlay(globe.mapNode(), image);
+            overlay->setBounds(Bounds(lon - half, lat - half, lon + half, lat + half));
+            group->addChild(overlay);
+            ids.push_back(Registry::objectIndex()->tagNode(overlay, overlay));
+        }
+        globe.mapNode()->addChild(group);
+    }
+    ImageOverlay& at(unsigned i) { return static_cast<ImageOverlay&>(*group->getChild(i)); }
+
+    /// Any state of its own has an overlay drawn by itself.
+    void separate() {
+        for (unsigned i = 0; i < group->getNumChildren(); ++i)
+            at(i).getOrCreateStateSet()->addUniform(new osg::Uniform("nothing", 0.0f));
+    }
+
+    static constexpr double half = 0.00005;
+    static constexpr double step = 0.0003;
+    osg::ref_ptr<osg::Group> group;
+    std::vector<ObjectID> ids;
+};
+
+double visibleDrawables(TestGlobe& globe) {
+    osg::Stats* stats = globe.viewer().getCamera()->getStats();
+    stats->collectStats("scene", true);
+    globe.frame();
+    double number = 0.0;
+    stats->getAttribute(globe.viewer().getFrameStamp()->getFrameNumber(), "Visible number of drawables",
+                        number);
+    stats->collectStats("scene", false);
+    return number;
+}
+
+} // namespace
+
+TEST(ImageOverlay, SmallOverlaysAreDrawnTogetherAndLookAsTheyWouldAlone) {
+    TestGlobe globe;
+    globe.settle();
+    globe.look(700.0); // ten pixels each
+    globe.settle();
+    const double without = visibleDrawables(globe);
+    SmallOverlays small(globe);
+    globe.frame();
+    EXPECT_EQ(visibleDrawables(globe), without + 1.0);
+    const osg::ref_ptr<osg::Image> together = globe.picture();
+    keep(*together, "overlay-together");
+    small.separate();
+    EXPECT_EQ(visibleDrawables(globe), without + 25.0);
+    const osg::ref_ptr<osg::Image> alone = globe.picture();
+    keep(*alone, "overlay-alone");
+    EXPECT_GT(count(*together, isBlue), 25 * 25);
+    EXPECT_NEAR(count(*together, isBlue), count(*alone, isBlue), 25 * 10);
+    EXPECT_LT(differences(*together, *alone, 120), 25 * 8); // along the edges
+}
+
+TEST(ImageOverlay, SmallOverlaysStayVisibleInTheDistance) {
+    TestGlobe globe;
+    SmallOverlays small(globe);
+    small.group->removeChildren(1, 24);
+    globe.look(50000.0);
+    globe.settle();
+    const osg::ref_ptr<osg::Image> with = globe.picture();
+    small.group->setNodeMask(0u);
+    EXPECT_GE(differences(*with, *globe.picture()), 6);
+}
+
+TEST(ImageOverlay, ASmallOverlayIsHighlightedLikeALargeOne) {
+    TestGlobe globe;
+    SmallOverlays small(globe);
+    globe.look(1000.0);
+    globe.settle();
+    highlight(&small.at(12), osg::Vec4(255.0f, 255.0f, 0.0f, 1.0f));
+    const osg::ref_ptr<osg::Image> picture = globe.picture();
+    EXPECT_TRUE(isYellow(pixelAt(*picture, globe.windowPosition(Lon, Lat))));
+    EXPECT_LT(count(*picture, isYellow), 80);
+}
+
+TEST(ImageOverlay, AGroupsStateHoldsForSmallOverlaysToo) {
+    TestGlobe globe;
+    SmallOverlays small(globe);
+    globe.look(700.0);
+    globe.settle();
+    highlight(small.group, osg::Vec4(255.0f, 255.0f, 0.0f, 1.0f));
+    EXPECT_GT(count(*globe.picture(), isYellow), 25 * 50);
+    small.group->setNodeMask(0u);
+    EXPECT_EQ(count(*globe.picture(), isYellow), 0);
 }
 
 TEST(ImageOverlay, OverlaysOfOneSizeShareStateAndGrid) {

@@ -40,6 +40,10 @@ bool isBlue(const osg::Vec3i& p) {
     return p.x() < 20 && p.y() < 20 && p.z() > 230;
 }
 
+bool isFadedBlue(const osg::Vec3i& p) {
+    return p.z() > p.x() + 60 && p.x() > 40;
+}
+
 struct Box {
     int xMin = 1 << 20, yMin = 1 << 20, xMax = -1, yMax = -1;
 };
@@ -143,6 +147,103 @@ TEST(PlaceNode, IsDrawnOverTheTerrainInFrontButNotBeyondTheHorizon) {
     EXPECT_EQ(count(*globe.picture(), isBlue), 0);
     node->setHorizonCulling(false);
     EXPECT_EQ(count(*globe.picture(), isBlue), 32 * 32);
+}
+
+TEST(PlaceNode, IsHiddenBehindAHillUnlessItsStyleSaysNo) {
+    TestGlobe globe;
+    const auto* srs = globe.mapNode()->getMapSRS();
+    osg::ref_ptr<PlaceNode> node =
+        new PlaceNode(GeoPoint(srs, Lon - 0.004, Lat, groundHeight(Lon - 0.004, Lat), ALTMODE_ABSOLUTE), "",
+                      labelStyle(), plainImage(osg::Vec4(0.0f, 0.0f, 1.0f, 1.0f), 32));
+    globe.mapNode()->addChild(node);
+    // The ground rises from west to east in the middle of the place; look along it from the east, low.
+    osg::Matrixd frame;
+    srs->createLocalToWorld(osg::Vec3d(Lon + 0.004, Lat, groundHeight(Lon + 0.004, Lat)), frame);
+    globe.viewer().getCamera()->setViewMatrix(osg::Matrixd::inverse(frame) *
+                                              osg::Matrixd::lookAt(osg::Vec3d(200.0, 0.0, 4.0),
+                                                                   osg::Vec3d(0.0, 0.0, 0.0),
+                                                                   osg::Vec3d(0.0, 0.0, 1.0)));
+    globe.settle();
+    EXPECT_EQ(count(*globe.picture(), isBlue), 0);
+    Style seenThrough = labelStyle();
+    seenThrough.get<TextSymbol>()->occlusionCull() = false;
+    node->setStyle(seenThrough);
+    EXPECT_EQ(count(*globe.picture(), isBlue), 32 * 32);
+    node->setStyle(labelStyle());
+    globe.look(1000.0, -60.0, Lon - 0.004);
+    globe.settle();
+    EXPECT_EQ(count(*globe.picture(), isBlue), 32 * 32);
+}
+
+namespace {
+
+/// Two labels with their icons, close together on the screen; the second one is farther, by degrees.
+struct Pair {
+    explicit Pair(TestGlobe& globe, bool declutter = true, double farther = 0.0001) {
+        Style style = labelStyle();
+        style.get<TextSymbol>()->declutter() = declutter;
+        for (const double north : {0.0, farther}) {
+            const double height = groundHeight(Lon, Lat + north);
+            nodes.push_back(new PlaceNode(
+                GeoPoint(globe.mapNode()->getMapSRS(), Lon, Lat + north, height, ALTMODE_ABSOLUTE), "A",
+                style, plainImage(osg::Vec4(0.0f, 0.0f, 1.0f, 1.0f), 32)));
+            globe.mapNode()->addChild(nodes.back());
+        }
+    }
+    std::vector<osg::ref_ptr<PlaceNode>> nodes;
+};
+
+} // namespace
+
+TEST(PlaceNode, OfLabelsThatWouldOverlapTheFartherKeepsASmallFadedIconOnly) {
+    TestGlobe globe;
+    const Pair pair(globe, true, 0.0005);
+    globe.look(1000.0, -45.0);
+    globe.settle();
+    const osg::ref_ptr<osg::Image> image = globe.picture();
+    keep(*image, "place-declutter");
+    const Box whole = boxOf(*image, isBlue);
+    EXPECT_EQ(whole.yMax - whole.yMin + 1, 32);
+    const Box faded = boxOf(*image, isFadedBlue);
+    EXPECT_EQ(faded.xMax - faded.xMin + 1, 16);
+    EXPECT_NEAR(faded.yMax - globe.windowPosition(Lon, Lat + 0.0005).y(), 16.0, 1.5);
+    const int letters = count(*image, isReddish);
+    EXPECT_GT(letters, 20);
+    pair.nodes[1]->setText("");
+    EXPECT_EQ(count(*globe.picture(), isReddish), letters) << "the farther text was not drawn";
+    pair.nodes[0]->setNodeMask(0u);
+    EXPECT_EQ(count(*globe.picture(), isBlue), 32 * 32) << "alone it has its whole icon again";
+    pair.nodes[0]->setNodeMask(~0u);
+}
+
+TEST(PlaceNode, LabelsKeepTheirTextWhileTheViewMovesUnlessOneOfHigherPriorityComes) {
+    TestGlobe globe;
+    const Pair pair(globe);
+    pair.nodes[0]->setNodeMask(0u);
+    globe.look(1000.0, -45.0);
+    globe.settle();
+    globe.frame();
+    pair.nodes[0]->setNodeMask(~0u); // nearer, but the farther one has its text already
+    pair.nodes[1]->setText("AAAA");
+    for (const double range : {1000.0, 980.0, 1010.0, 1030.0}) {
+        globe.look(range, -45.0);
+        globe.frame();
+        EXPECT_GT(count(*globe.picture(), isReddish), 150) << range;
+    }
+    pair.nodes[0]->setPriority(1.0f);
+    const int one = count(*globe.picture(), isReddish);
+    EXPECT_LT(one, 150);
+    EXPECT_GT(one, 5);
+}
+
+TEST(PlaceNode, WithoutDeclutteringAllTextsAreDrawn) {
+    TestGlobe globe;
+    const Pair pair(globe, false);
+    globe.look(1000.0, -45.0);
+    globe.settle();
+    const int both = count(*globe.picture(), isReddish);
+    pair.nodes[1]->setText("");
+    EXPECT_GT(both, count(*globe.picture(), isReddish));
 }
 
 TEST(PlaceNode, RelativePositionsStandOnTheGround) {
