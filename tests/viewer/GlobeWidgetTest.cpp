@@ -103,6 +103,20 @@ TEST_F(GlobeWidgetTest, DraggingWithTheLeftButtonGrabsTheGround) {
     EXPECT_LT(m_globe.getManipulator()->getViewpoint().focalPoint()->x(), 108.5);
 }
 
+TEST_F(GlobeWidgetTest, PlusAndMinusZoomAboutTheMiddle) {
+    m_globe.getManipulator()->setViewpoint(osgEarth::Viewpoint("", 109.0, 34.0, 0.0, 0.0, -89.9, 2.0e6));
+    m_globe.requestRedraw();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return m_globe.isPictureComplete(); }, 20000));
+    QTest::mouseMove(&m_globe, QPoint(40, 40));
+    const double before = m_globe.getManipulator()->getDistance();
+    QTest::keyClick(&m_globe, Qt::Key_Plus, Qt::ShiftModifier);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return m_globe.getManipulator()->getDistance() < before * 0.9; }));
+    EXPECT_NEAR(m_globe.getManipulator()->getViewpoint().focalPoint()->x(), 109.0, 0.01);
+    QTest::keyClick(&m_globe, Qt::Key_Minus);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return m_globe.getManipulator()->getDistance() > before * 0.99; }));
+    EXPECT_NEAR(m_globe.getManipulator()->getViewpoint().focalPoint()->y(), 34.0, 0.01);
+}
+
 TEST_F(GlobeWidgetTest, AClickOnTheCompassTurnsTheViewNorthAndKeepsPlaceTiltAndRange) {
     m_globe.getManipulator()->setViewpoint(osgEarth::Viewpoint("", 109.0, 34.0, 0.0, 70.0, -40.0, 2.0e5));
     m_globe.requestRedraw();

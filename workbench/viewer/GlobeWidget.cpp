@@ -54,6 +54,24 @@ void GlobeWidget::installSurfaceFormat() {
     QSurfaceFormat::setDefaultFormat(format);
 }
 
+namespace {
+
+void addHostBindings(osgEarth::Util::EarthManipulator::Settings& settings) {
+    using Manipulator = osgEarth::Util::EarthManipulator;
+    using Event = osgGA::GUIEventAdapter;
+    // The globe is grabbed by its ground; tools switch this binding off and on again.
+    settings.bindMouse(Manipulator::ACTION_EARTH_DRAG, Event::LEFT_MOUSE_BUTTON);
+    // On most keyboards the plus is above the equals sign.
+    for (const int plus : {static_cast<int>('+'), static_cast<int>('='), int{Event::KEY_KP_Add}}) {
+        settings.bindKey(Manipulator::ACTION_ZOOM_IN, plus);
+        settings.bindKey(Manipulator::ACTION_ZOOM_IN, plus, Event::MODKEY_SHIFT);
+    }
+    for (const int minus : {static_cast<int>('-'), int{Event::KEY_KP_Subtract}})
+        settings.bindKey(Manipulator::ACTION_ZOOM_OUT, minus);
+}
+
+} // namespace
+
 GlobeWidget::GlobeWidget(QWidget* parent)
     : QOpenGLWidget(parent), m_compass(new Compass(this)), m_scaleBar(new ScaleBar(this)) {
     setFocusPolicy(Qt::StrongFocus);
@@ -75,9 +93,7 @@ GlobeWidget::GlobeWidget(QWidget* parent)
     m_events = std::make_unique<EventTranslation>(*m_viewer->getEventQueue());
 
     m_manipulator = new osgEarth::Util::EarthManipulator();
-    // The globe is grabbed by its ground; tools switch this binding off and on again.
-    m_manipulator->getSettings()->bindMouse(osgEarth::Util::EarthManipulator::ACTION_EARTH_DRAG,
-                                            osgGA::GUIEventAdapter::LEFT_MOUSE_BUTTON);
+    addHostBindings(*m_manipulator->getSettings());
     m_viewer->setSceneData(makeScene(*m_map.mapNode()));
     m_viewer->setCameraManipulator(m_manipulator.get());
     m_viewer->getCamera()->setClearMask(GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT); // the sky is everywhere

@@ -39,6 +39,35 @@ std::vector<int> alternativesOf(int mask) {
 
 } // namespace
 
+osg::ref_ptr<EarthManipulator::Settings> EarthManipulator::Settings::withDefaultBindings() {
+    osg::ref_ptr<Settings> settings = new Settings();
+    ActionOptions continuous;
+    continuous.add(OPTION_CONTINUOUS, true);
+    settings->bindMouse(ACTION_PAN, GUIEventAdapter::LEFT_MOUSE_BUTTON);
+    settings->bindMouse(ACTION_ROTATE, GUIEventAdapter::MIDDLE_MOUSE_BUTTON);
+    settings->bindMouse(ACTION_ROTATE,
+                        GUIEventAdapter::LEFT_MOUSE_BUTTON | GUIEventAdapter::RIGHT_MOUSE_BUTTON);
+    settings->bindMouse(ACTION_ZOOM, GUIEventAdapter::RIGHT_MOUSE_BUTTON, 0, continuous);
+    settings->bindScroll(ACTION_ZOOM_IN, GUIEventAdapter::SCROLL_DOWN);
+    settings->bindScroll(ACTION_ZOOM_OUT, GUIEventAdapter::SCROLL_UP);
+    settings->bindKey(ACTION_PAN_LEFT, GUIEventAdapter::KEY_Left);
+    settings->bindKey(ACTION_PAN_RIGHT, GUIEventAdapter::KEY_Right);
+    settings->bindKey(ACTION_PAN_UP, GUIEventAdapter::KEY_Up);
+    settings->bindKey(ACTION_PAN_DOWN, GUIEventAdapter::KEY_Down);
+    settings->bindKey(ACTION_HOME, GUIEventAdapter::KEY_Space);
+    ActionOptions nearer;
+    nearer.add(OPTION_GOTO_RANGE_FACTOR, 0.4);
+    nearer.add(OPTION_DURATION, 1.0);
+    ActionOptions farther;
+    farther.add(OPTION_GOTO_RANGE_FACTOR, 2.5);
+    farther.add(OPTION_DURATION, 1.0);
+    settings->bindMouseDoubleClick(ACTION_GOTO, GUIEventAdapter::LEFT_MOUSE_BUTTON, 0, nearer);
+    settings->bindMouseDoubleClick(ACTION_GOTO, GUIEventAdapter::RIGHT_MOUSE_BUTTON, 0, farther);
+    settings->bindMouseDoubleClick(ACTION_GOTO, GUIEventAdapter::LEFT_MOUSE_BUTTON,
+                                   GUIEventAdapter::MODKEY_CTRL, farther);
+    return settings;
+}
+
 double EarthManipulator::ActionOptions::get(ActionOptionType option, double fallback) const {
     const auto found =
         std::find_if(rbegin(), rend(), [&](const ActionOption& entry) { return entry.option == option; });
