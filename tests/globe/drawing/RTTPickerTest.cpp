@@ -166,6 +166,25 @@ TEST(RTTPicker, FindsLabelsByTheirIconAndTextOnTopOfOthers) {
     EXPECT_NE(globe.pick(foot - osg::Vec2d(0.0, 10.0)), id);  // below
 }
 
+TEST(RTTPicker, OfThingsThatOverlapTheOneThatIsSeenIsFound) {
+    Picking globe;
+    const osg::ref_ptr<ImageOverlay> first = globe.addOverlay(Lon - 0.0002, Lat, 0.0005);
+    const osg::ref_ptr<ImageOverlay> second = globe.addOverlay(Lon + 0.0002, Lat, 0.0005);
+    second->setImage(plainImage(osg::Vec4(1.0f, 0.0f, 0.0f, 1.0f)));
+    const ObjectID blue = tag(first);
+    const ObjectID red = tag(second);
+    for (const double range : {1000.0, 14000.0}) // alone, and drawn together
+        for (const double pitch : {-90.0, -40.0}) {
+            globe.look(range, pitch);
+            globe.settle();
+            const osg::Vec2d middle = globe.windowPosition(Lon, Lat);
+            const osg::Vec3i seen =
+                pixel(*globe.picture(), static_cast<int>(middle.x()), static_cast<int>(middle.y()));
+            ASSERT_TRUE(seen.x() > 200 || seen.z() > 200) << range << " m, pitch " << pitch;
+            EXPECT_EQ(globe.pick(middle), seen.x() > seen.z() ? red : blue) << range << " m, pitch " << pitch;
+        }
+}
+
 TEST(RTTPicker, NodeMarkWinsOverVertexMarkAndInnerOverOuter) {
     Picking globe;
     osg::ref_ptr<osg::Group> group = new osg::Group;
