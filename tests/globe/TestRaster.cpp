@@ -23,11 +23,11 @@ struct Folder {
 };
 
 std::unique_ptr<GDALDataset> create(const std::string& path, const RasterPlace& place, int bands,
-                                    GDALDataType type) {
+                                    GDALDataType type, const char* const* options = nullptr) {
     GDALAllRegister();
     auto* driver = GetGDALDriverManager()->GetDriverByName("GTiff");
     std::unique_ptr<GDALDataset> dataset(
-        driver->Create(path.c_str(), place.columns, place.rows, bands, type, nullptr));
+        driver->Create(path.c_str(), place.columns, place.rows, bands, type, const_cast<char**>(options)));
     double transform[6] = {place.west, place.cell, 0.0, place.north, 0.0, -place.cell};
     dataset->SetGeoTransform(transform);
     if (!place.srs.empty()) {
@@ -86,6 +86,31 @@ std::string writeColours(const std::string& name, const RasterPlace& place, cons
         if (dataset->RasterIO(GF_Write, 0, row, place.columns, 1, line.data(), place.columns, 1, GDT_Byte, 4,
                               nullptr, 4, 0, 1, nullptr) != CE_None) {
             return {};
+        }
+    }
+    return path;
+}
+
+std::string writeRaster(const std::string& name, const RasterPlace& place, const RasterFormat& format,
+                        const std::function<double(int, int, int)>& valueAt) {
+    const std::string path = scratchFolder() + "/" + name;
+    const std::string compress = std::string("COMPRESS=") + format.compression;
+    const char* const options[] = {"TILED=YES", compress.c_str(), nullptr};
+    auto dataset = create(path, place, format.bands, GDALGetDataTypeByName(format.type), options);
+    if (format.prepare) {
+        format.prepare(*dataset);
+    }
+    std::vector<double> line(static_cast<std::size_t>(place.columns));
+    for (int band = 1; band <= format.bands; ++band) {
+        for (int row = 0; row < place.rows; ++row) {
+            for (int column = 0; column < place.columns; ++column) {
+                line[static_cast<std::size_t>(column)] = valueAt(band, column, row);
+            }
+            if (dataset->GetRasterBand(band)->RasterIO(GF_Write, 0, row, place.columns, 1, line.data(),
+                                                       place.columns, 1, GDT_Float64, 0, 0,
+                                                       nullptr) != CE_None) {
+                return {};
+            }
         }
     }
     return path;

@@ -5,6 +5,8 @@
 #include <functional>
 #include <string>
 
+class GDALDataset;
+
 namespace globetest {
 
 /// Where a raster lies: the outer corner of its first cell, square cells, north up.
@@ -27,5 +29,17 @@ std::string scratchFolder();
 std::string writeHeights(const std::string& name, const RasterPlace& place, const HeightAt& heightAt,
                          double noData = -9999.0);
 std::string writeColours(const std::string& name, const RasterPlace& place, const ColourAt& colourAt);
+
+/// What else a raster may be made of.
+struct RasterFormat {
+    const char* type = "Byte"; ///< by GDAL's name
+    int bands = 1;
+    const char* compression = "NONE";
+    /// Called before the cells are written.
+    std::function<void(GDALDataset&)> prepare;
+};
+/// Writes a tiled GeoTIFF with the function's values by band (from 1), column and row.
+std::string writeRaster(const std::string& name, const RasterPlace& place, const RasterFormat& format,
+                        const std::function<double(int band, int column, int row)>& valueAt);
 
 } // namespace globetest

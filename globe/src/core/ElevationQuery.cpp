@@ -45,7 +45,7 @@ float ElevationQuery::sample(double x, double y, const SpatialReference* srs,
         }
         double column = 0.0;
         double row = 0.0;
-        source->toCells(sourceX, sourceY, column, row);
+        source->toCells(sourceX + source->turn(sourceX), sourceY, column, row);
         const float height = source->heightBlocks().sample(column, row);
         if (std::isnan(height)) {
             continue;

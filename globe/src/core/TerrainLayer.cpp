@@ -31,6 +31,19 @@ const Status& TerrainLayer::open() {
     return getStatus();
 }
 
+const Status& TerrainLayer::getStatus() const {
+    const Status* failure = _raster != nullptr ? _raster->failure() : nullptr;
+    return failure != nullptr ? *failure : Layer::getStatus();
+}
+
+int TerrainLayer::getAppearanceRevision() const {
+    return _appearanceRevision + (_raster != nullptr ? _raster->revision() : 0);
+}
+
+float TerrainLayer::getPreparation() const {
+    return _raster != nullptr ? _raster->preparation() : 1.0F;
+}
+
 GeoExtent TerrainLayer::getExtent() const {
     return _raster != nullptr ? _raster->extent() : GeoExtent();
 }

@@ -40,8 +40,8 @@ void blendOver(const std::vector<std::uint8_t>& rgba, float opacity, unsigned ch
 }
 
 // Extents of the entries that stand in one list only, or of all when the order changed.
-template<typename List, typename SourceOf>
-void addDifferences(const List& a, const List& b, SourceOf sourceOf, std::vector<GeoExtent>& out) {
+template<typename List, typename BoxesOf>
+void addDifferences(const List& a, const List& b, BoxesOf boxesOf, std::vector<GeoExtent>& out) {
     if (a == b) {
         return;
     }
@@ -58,19 +58,17 @@ void addDifferences(const List& a, const List& b, SourceOf sourceOf, std::vector
     for (const auto& [list, other] : {std::pair(&a, &b), std::pair(&b, &a)}) {
         for (const auto& entry : *list) {
             if (!sameOrder || !contains(*other, entry)) {
-                out.push_back(sourceOf(entry)->geographicExtent());
+                const std::vector<GeoExtent> boxes = boxesOf(entry);
+                out.insert(out.end(), boxes.begin(), boxes.end());
             }
         }
     }
 }
 
-bool hasFinerApron(RasterSource& source, const GeoExtent& extent, int cells) {
+bool hasFinerApron(RasterSource& source, const GeoExtent& here, int cells) {
     const double reach = source.heightApron().widthDegrees();
-    const GeoExtent& core = source.geographicExtent();
-    const GeoExtent here = extent.transform(core.getSRS());
-    const Bounds around(core.west() - reach, core.south() - reach, core.east() + reach, core.north() + reach);
-    return reach > 0.0 && here.isValid() && here.bounds().intersectionWith(around).isValid() &&
-           here.height() / cells > source.heightApron().resolutionDegrees();
+    return reach > 0.0 && here.height() / cells > source.heightApron().resolutionDegrees() &&
+           source.footprint().touches(here, reach);
 }
 
 } // namespace
@@ -83,9 +81,9 @@ LayerStack::LayerStack(const Map& map, int revision) : _revision(revision) {
             continue;
         }
         if (const auto* image = dynamic_cast<const ImageLayer*>(layer.get())) {
-            _images.push_back({layer->raster(), image->getOpacity()});
+            _images.push_back({{layer->raster(), layer->raster()->revision()}, image->getOpacity()});
         } else if (dynamic_cast<const ElevationLayer*>(layer.get()) != nullptr) {
-            _elevations.insert(_elevations.begin(), layer->raster());
+            _elevations.insert(_elevations.begin(), {layer->raster(), layer->raster()->revision()});
         }
     }
 }
@@ -104,7 +102,7 @@ osg::ref_ptr<osg::Image> LayerStack::composeImage(const GeoExtent& extent, int p
     std::vector<std::pair<std::vector<std::uint8_t>, float>> visible;
     for (auto layer = _images.rbegin(); layer != _images.rend(); ++layer) {
         std::vector<std::uint8_t> rgba;
-        if (layer->opacity > 0.0F && warpImage(*layer->source, grid, rgba)) {
+        if (layer->opacity > 0.0F && warpImage(*layer->raster.source, grid, rgba)) {
             const bool covers = layer->opacity >= 1.0F && isOpaque(rgba);
             visible.emplace_back(std::move(rgba), layer->opacity);
             if (covers) {
@@ -123,8 +121,8 @@ LayerStack::Heights LayerStack::composeHeights(const SampleGrid& grid) const {
     Heights heights{std::vector<float>(count, std::nanf("")), std::vector<bool>(count)};
     std::vector<float>& metres = heights.metres;
     std::vector<float> layer;
-    for (const auto& source : _elevations) {
-        if (!warpHeights(*source, grid, layer)) {
+    for (const Raster& raster : _elevations) {
+        if (!warpHeights(*raster.source, grid, layer)) {
             continue;
         }
         for (std::size_t i = 0; i < count; ++i) {
@@ -134,8 +132,8 @@ LayerStack::Heights LayerStack::composeHeights(const SampleGrid& grid) const {
     for (std::size_t i = 0; i < count; ++i) {
         heights.measured[i] = !std::isnan(metres[i]);
     }
-    for (const auto& source : _elevations) {
-        fillFromApron(*source, grid, metres);
+    for (const Raster& raster : _elevations) {
+        fillFromApron(*raster.source, grid, metres);
     }
     std::replace_if(
         metres.begin(), metres.end(), [](float h) { return std::isnan(h); }, 0.0F);
@@ -143,26 +141,29 @@ LayerStack::Heights LayerStack::composeHeights(const SampleGrid& grid) const {
 }
 
 bool LayerStack::hasFinerData(const GeoExtent& extent, int pixels, int posts) const {
+    const GeoExtent here = extent.transform(SpatialReference::get("wgs84"));
     const auto isFiner = [&](const RasterSource& source, double samples) {
-        const GeoExtent& there = source.geographicExtent();
-        const GeoExtent here = extent.transform(there.getSRS());
         // Half as fine as the data is fine enough to stop: bilinear sampling shows no more.
-        return here.isValid() && here.bounds().intersectionWith(there.bounds()).isValid() &&
-               here.height() / samples > source.resolutionDegrees() * 1.2;
+        return here.height() / samples > source.resolutionDegrees() * 1.2 && source.footprint().touches(here);
     };
     return std::any_of(_images.begin(), _images.end(),
-                       [&](const Image& image) { return isFiner(*image.source, pixels); }) ||
-           std::any_of(_elevations.begin(), _elevations.end(), [&](const auto& source) {
-               return isFiner(*source, posts - 1) || hasFinerApron(*source, extent, posts - 1);
+                       [&](const Image& image) { return isFiner(*image.raster.source, pixels); }) ||
+           std::any_of(_elevations.begin(), _elevations.end(), [&](const Raster& raster) {
+               return isFiner(*raster.source, posts - 1) || hasFinerApron(*raster.source, here, posts - 1);
            });
 }
 
 std::vector<GeoExtent> LayerStack::differencesTo(const LayerStack& other) const {
     std::vector<GeoExtent> extents;
     addDifferences(
-        _images, other._images, [](const Image& image) { return image.source; }, extents);
+        _images, other._images, [](const Image& image) { return image.raster.source->footprint().boxes(); },
+        extents);
     addDifferences(
-        _elevations, other._elevations, [](const auto& source) { return source; }, extents);
+        _elevations, other._elevations,
+        [](const Raster& raster) {
+            return raster.source->footprint().boxes(raster.source->heightApron().widthDegrees());
+        },
+        extents);
     return extents;
 }
 

@@ -15,10 +15,15 @@ class RasterSource;
 /// Immutable list of the layers in use, so that background threads need no lock on the map.
 class LayerStack {
 public:
-    struct Image {
+    struct Raster {
         std::shared_ptr<RasterSource> source;
+        int revision = 0;
+        bool operator==(const Raster& rhs) const { return source == rhs.source && revision == rhs.revision; }
+    };
+    struct Image {
+        Raster raster;
         float opacity = 1.0F;
-        bool operator==(const Image& rhs) const { return source == rhs.source && opacity == rhs.opacity; }
+        bool operator==(const Image& rhs) const { return raster == rhs.raster && opacity == rhs.opacity; }
     };
 
     LayerStack() = default;
@@ -42,8 +47,8 @@ public:
 
 private:
     int _revision = 0;
-    std::vector<Image> _images;                             // bottom first
-    std::vector<std::shared_ptr<RasterSource>> _elevations; // last layer first
+    std::vector<Image> _images;      // bottom first
+    std::vector<Raster> _elevations; // last layer first
 };
 
 } // namespace osgEarth

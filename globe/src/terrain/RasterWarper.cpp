@@ -48,6 +48,12 @@ CellMapping::CellMapping(const RasterSource& source, const SampleGrid& grid)
     : _width(grid.width), _height(grid.height), _onEdges(grid.onEdges),
       _nodes(static_cast<std::size_t>(nodesPerSide * nodesPerSide)) {
     const SpatialReference* gridSRS = grid.extent.getSRS();
+    // One side of the antimeridian for the whole tile, or the cells between two nodes would make no sense.
+    const osg::Vec2d middle = grid.extent.bounds().center2d();
+    osg::Vec3d there;
+    const double turn = gridSRS->transform(osg::Vec3d(middle.x(), middle.y(), 0.0), source.srs(), there)
+                            ? source.turn(there.x())
+                            : 0.0;
     for (int row = 0; row < nodesPerSide; ++row) {
         for (int column = 0; column < nodesPerSide; ++column) {
             const double fraction = 1.0 / (nodesPerSide - 1);
@@ -56,7 +62,7 @@ CellMapping::CellMapping(const RasterSource& source, const SampleGrid& grid)
             osg::Vec3d converted;
             if (gridSRS->transform(point, source.srs(), converted)) {
                 Cell& cell = _nodes[static_cast<std::size_t>(row * nodesPerSide + column)];
-                source.toCells(converted.x(), converted.y(), cell.column, cell.row);
+                source.toCells(converted.x() + turn, converted.y(), cell.column, cell.row);
             }
         }
     }
@@ -175,9 +181,9 @@ std::optional<Neighbours> neighboursOf(const Cell& cell, const CellWindow& windo
 
 // Whether the raster can matter to the grid: they overlap, and it is not lost within one sample.
 bool isWorthReading(const RasterSource& source, const SampleGrid& grid) {
-    const GeoExtent& there = source.geographicExtent();
-    const GeoExtent here = grid.extent.transform(there.getSRS());
-    if (!here.isValid() || !here.bounds().intersectionWith(there.bounds()).isValid()) {
+    const Footprint& there = source.footprint();
+    const GeoExtent here = grid.extent.transform(SpatialReference::get("wgs84"));
+    if (!there.touches(here)) {
         return false;
     }
     return std::max(there.width() / (here.width() / grid.width),
@@ -268,11 +274,7 @@ bool warpHeights(RasterSource& source, const SampleGrid& grid, std::vector<float
 
 void fillFromApron(RasterSource& source, const SampleGrid& grid, std::vector<float>& heights) {
     const double reach = source.heightApron().widthDegrees();
-    const Bounds core = source.geographicExtent().bounds();
-    const double reachX = reach / std::max(0.05, std::cos(osg::DegreesToRadians(core.center2d().y())));
-    const Bounds apron(core.xMin() - reachX, core.yMin() - reach, core.xMax() + reachX, core.yMax() + reach);
-    const GeoExtent here = grid.extent.transform(source.geographicExtent().getSRS());
-    if (reach <= 0.0 || !here.isValid() || !here.bounds().intersectionWith(apron).isValid()) {
+    if (reach <= 0.0 || !source.footprint().touches(grid.extent, reach)) {
         return;
     }
     const SpatialReference& gridSRS = *grid.extent.getSRS();
@@ -280,10 +282,10 @@ void fillFromApron(RasterSource& source, const SampleGrid& grid, std::vector<flo
     for (int row = 0; row < grid.height; ++row) {
         for (int column = 0; column < grid.width; ++column, ++index) {
             osg::Vec3d point;
-            if (std::isnan(heights[index]) && here.bounds().isValid() &&
+            if (std::isnan(heights[index]) &&
                 gridSRS.transform(osg::Vec3d(grid.x(column), grid.y(row), 0.0), source.srs(), point)) {
                 Cell cell;
-                source.toCells(point.x(), point.y(), cell.column, cell.row);
+                source.toCells(point.x() + source.turn(point.x()), point.y(), cell.column, cell.row);
                 heights[index] = source.heightApron().height(cell.column, cell.row);
             }
         }

@@ -231,7 +231,10 @@ float TileNode::sizeInPixels(const osg::Vec3d& eyeWorld, float pixelsPerRadian) 
                              osg::clampBetween(eye.y(), box.yMin(), box.yMax()),
                              osg::clampBetween(eye.z(), box.zMin(), box.zMax()));
     const double distance = std::max(0.1, (eye - nearest).length());
-    const double width = std::max(box.xMax() - box.xMin(), box.yMax() - box.yMin());
+    const double longer = std::max(box.xMax() - box.xMin(), box.yMax() - box.yMin());
+    const double shorter = std::min(box.xMax() - box.xMin(), box.yMax() - box.yMin());
+    // Around a pole stand thousands of needles, which are all near together.
+    const double width = std::min(longer, 2.0 * shorter);
     return static_cast<float>(width / distance) * pixelsPerRadian;
 }
 

@@ -1,0 +1,358 @@
+#include "Overviews.h"
+
+#include <gdal_priv.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdio>
+#include <cstdlib>
+#include <deque>
+#include <filesystem>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace osgEarth {
+namespace fs = std::filesystem;
+namespace {
+
+constexpr const char* madeHere = "CORRIDOR_OVERVIEWS";
+constexpr const char* unfinished = ".building-";
+constexpr int coarsestCells = 256;
+constexpr int finestInMemory = 2048;
+
+// Collects the first error of this thread instead of printing it.
+class FirstError {
+public:
+    FirstError() { CPLPushErrorHandlerEx(&FirstError::note, this); }
+    ~FirstError() { CPLPopErrorHandler(); }
+    FirstError(const FirstError&) = delete;
+    FirstError& operator=(const FirstError&) = delete;
+    const std::string& text() const { return _text; }
+
+private:
+    static void CPL_STDCALL note(CPLErr level, CPLErrorNum, const char* text) {
+        auto& self = *static_cast<FirstError*>(CPLGetErrorHandlerUserData());
+        if (level >= CE_Failure && self._text.empty()) {
+            self._text = text;
+        }
+    }
+    std::string _text;
+};
+
+fs::path cacheFolder() {
+#ifdef _WIN32
+    constexpr const char* variables[][2] = {{"LOCALAPPDATA", ""}};
+#else
+    constexpr const char* variables[][2] = {{"XDG_CACHE_HOME", ""}, {"HOME", ".cache"}};
+#endif
+    for (const auto& [variable, below] : variables) {
+        const char* value = std::getenv(variable);
+        if (value != nullptr && *value != '\0') {
+            return fs::path(value) / below / "corridor" / "overviews";
+        }
+    }
+    return {};
+}
+
+// Names, sizes and times of all files of a raster, so that a changed raster is another one.
+std::string cacheName(const std::string& openName, GDALDataset& dataset) {
+    std::string identity = openName.rfind("/vsimem/", 0) == 0 ? std::string() : openName;
+    const CPLStringList files(dataset.GetFileList());
+    for (int i = 0; i < files.Count(); ++i) {
+        VSIStatBufL status;
+        if (std::string(files[i]).rfind("/vsimem/", 0) != 0 && VSIStatL(files[i], &status) == 0) {
+            identity.append("\n").append(files[i]);
+            identity.append(" ").append(std::to_string(status.st_size));
+            identity.append(" ").append(std::to_string(status.st_mtime));
+        }
+    }
+    std::uint64_t hash = 14695981039346656037ULL; // FNV-1a
+    for (const char c : identity) {
+        hash = (hash ^ static_cast<unsigned char>(c)) * 1099511628211ULL;
+    }
+    char name[32];
+    std::snprintf(name, sizeof name, "%016llx.vrt", static_cast<unsigned long long>(hash));
+    return name;
+}
+
+std::unique_ptr<GDALDataset> openRaster(const std::string& name, unsigned access = GDAL_OF_READONLY) {
+    return std::unique_ptr<GDALDataset>(GDALDataset::Open(name.c_str(), GDAL_OF_RASTER | access));
+}
+
+void removeFiles(const std::string& vrt) {
+    VSIUnlink((vrt + ".ovr").c_str());
+    VSIUnlink(vrt.c_str());
+}
+
+// What a killed program left of its work, an hour after it last wrote.
+void sweep(const fs::path& folder, const std::string& prefix) {
+    std::error_code ignored;
+    for (const auto& entry : fs::directory_iterator(folder, ignored)) {
+        const std::string name = entry.path().filename().string();
+        if (name.rfind(prefix, 0) == 0 && name.find(unfinished) != std::string::npos &&
+            fs::file_time_type::clock::now() - entry.last_write_time(ignored) > std::chrono::hours(1)) {
+            fs::remove(entry.path(), ignored);
+        }
+    }
+}
+
+// The one thread that builds, so that several large rasters do not fight over the disk. It may take a second
+// or two to notice that its present work is not wanted any more; the program's end waits for that.
+class Worker {
+public:
+    static Worker& instance() {
+        static Worker worker;
+        return worker;
+    }
+    void add(std::function<void()> work) {
+        const std::lock_guard lock(_mutex);
+        _waiting.push_back(std::move(work));
+        _changed.notify_one();
+        if (!_thread.joinable()) {
+            _thread = std::thread([this] { run(); });
+        }
+    }
+
+private:
+    Worker() = default;
+    ~Worker() {
+        {
+            const std::lock_guard lock(_mutex);
+            _isEnding = true;
+            _changed.notify_one();
+        }
+        if (_thread.joinable()) {
+            _thread.join();
+        }
+    }
+    void run() {
+        std::unique_lock lock(_mutex);
+        while (!_isEnding) {
+            if (_waiting.empty()) {
+                _changed.wait(lock);
+                continue;
+            }
+            std::function<void()> work = std::move(_waiting.front());
+            _waiting.pop_front();
+            lock.unlock();
+            work();
+            work = nullptr;
+            lock.lock();
+        }
+    }
+
+    std::mutex _mutex;
+    std::condition_variable _changed;
+    std::deque<std::function<void()>> _waiting;
+    bool _isEnding = false;
+    std::thread _thread;
+};
+
+} // namespace
+
+// Shared by the builder and its thread, so that neither waits for the other.
+class OverviewBuilder::Job {
+public:
+    Job(std::string openName, Finished finished)
+        : _openName(std::move(openName)), _finished(std::move(finished)) {}
+
+    void run();
+    void cancel() {
+        _cancelled = true;
+        const std::lock_guard lock(_mutex); // a call that has begun is waited for
+        _finished = nullptr;
+    }
+    float progress() const { return _progress; }
+
+private:
+    std::string buildBeside(GDALDataset& source);
+    std::string buildInCache(GDALDataset& source);
+    std::string buildInMemory(GDALDataset& source);
+    bool build(GDALDataset& source, const std::string& vrt, bool inMemory);
+    bool buildLevels(const std::string& vrt, bool inMemory);
+    std::string temporaryName() const;
+
+    const std::string _openName;
+    std::atomic<float> _progress{0.0F};
+    std::atomic<bool> _cancelled{false};
+    std::mutex _mutex;
+    Finished _finished;
+    std::string _problem;
+};
+
+void OverviewBuilder::Job::run() {
+    Result result;
+    {
+        const FirstError quiet;
+        // Only the worker's thread sees these settings.
+        CPLSetThreadLocalConfigOption("COMPRESS_OVERVIEW", "LZW");
+        CPLSetThreadLocalConfigOption("INTERLEAVE_OVERVIEW", "PIXEL");
+        CPLSetThreadLocalConfigOption("BIGTIFF_OVERVIEW", "IF_SAFER");
+        const std::unique_ptr<GDALDataset> source = _cancelled ? nullptr : openRaster(_openName);
+        if (source != nullptr) {
+            for (const auto place : {&Job::buildBeside, &Job::buildInCache, &Job::buildInMemory}) {
+                result.openName = _cancelled ? std::string() : (this->*place)(*source);
+                if (!result.openName.empty()) {
+                    result.inMemory = place == &Job::buildInMemory;
+                    break;
+                }
+            }
+        }
+        result.problem = result.inMemory || result.openName.empty() ? _problem : std::string();
+    }
+    _progress = 1.0F;
+    const std::lock_guard lock(_mutex);
+    if (_finished) {
+        _finished(result);
+    } else if (result.inMemory) {
+        removeFiles(result.openName);
+    }
+}
+
+std::string OverviewBuilder::Job::temporaryName() const {
+    static std::atomic<int> counter{0};
+    return unfinished + std::to_string(CPLGetCurrentProcessID()) + "-" + std::to_string(++counter) + ".vrt";
+}
+
+std::string OverviewBuilder::Job::buildBeside(GDALDataset& source) {
+    std::error_code error;
+    const std::string target = _openName + ".ovr";
+    if (!fs::is_regular_file(_openName, error) || fs::exists(target, error)) {
+        return {};
+    }
+    const fs::path file(_openName);
+    sweep(file.has_parent_path() ? file.parent_path() : fs::path("."), file.filename().string());
+    const std::string vrt = _openName + temporaryName();
+    if (build(source, vrt, false)) {
+        fs::rename(vrt + ".ovr", target, error);
+        _problem = error ? target + ": " + error.message() : std::string();
+    }
+    removeFiles(vrt);
+    return _problem.empty() && !_cancelled ? _openName : std::string();
+}
+
+std::string OverviewBuilder::Job::buildInCache(GDALDataset& source) {
+    const fs::path folder = cacheFolder();
+    std::error_code error;
+    fs::create_directories(folder, error);
+    if (folder.empty() || error) {
+        _problem = "no cache folder";
+        return {};
+    }
+    sweep(folder, "");
+    _problem.clear();
+    const std::string target = (folder / cacheName(_openName, source)).string();
+    const std::string vrt = target + temporaryName();
+    if (build(source, vrt, false)) {
+        // The last step makes it count.
+        fs::rename(vrt + ".ovr", target + ".ovr", error);
+        if (!error) {
+            fs::rename(vrt, target, error);
+        }
+        _problem = error ? target + ": " + error.message() : std::string();
+    }
+    removeFiles(vrt);
+    return _problem.empty() && !_cancelled ? target : std::string();
+}
+
+std::string OverviewBuilder::Job::buildInMemory(GDALDataset& source) {
+    const std::string vrt = "/vsimem/corridor_overviews" + temporaryName();
+    const std::string problem = _problem;
+    if (build(source, vrt, true)) {
+        _problem = problem; // why it is only in memory
+        return vrt;
+    }
+    removeFiles(vrt);
+    return {};
+}
+
+// A virtual raster stands for the source, because GDAL builds overviews only beside the file that it has
+// open.
+bool OverviewBuilder::Job::build(GDALDataset& source, const std::string& vrt, bool inMemory) {
+    const FirstError error;
+    std::error_code unknown;
+    const double cells = static_cast<double>(source.GetRasterXSize()) * source.GetRasterYSize();
+    const double bytes = cells * source.GetRasterCount() *
+                         GDALGetDataTypeSizeBytes(source.GetRasterBand(1)->GetRasterDataType()) / 3.0;
+    const fs::space_info space = fs::space(fs::path(vrt).parent_path(), unknown);
+    if (!inMemory && !unknown && static_cast<double>(space.available) < bytes) {
+        _problem = vrt.substr(0, vrt.rfind(unfinished)) + ": not enough room on the disk for overviews";
+        return false;
+    }
+    GDALDriver* driver = GetGDALDriverManager()->GetDriverByName("VRT");
+    const bool isBuilt = std::unique_ptr<GDALDataset>(
+                             driver->CreateCopy(vrt.c_str(), &source, FALSE, nullptr, nullptr, nullptr)) &&
+                         buildLevels(vrt, inMemory) && error.text().empty();
+    if (!isBuilt) {
+        _problem = error.text().empty() ? "overviews cannot be built" : error.text();
+    }
+    return isBuilt;
+}
+
+bool OverviewBuilder::Job::buildLevels(const std::string& vrt, bool inMemory) {
+    const auto report = [](double done, const char*, void* self) -> int {
+        auto& job = *static_cast<Job*>(self);
+        job._progress = static_cast<float>(done);
+        return job._cancelled ? FALSE : TRUE;
+    };
+    std::unique_ptr<GDALDataset> raster = openRaster(vrt);
+    if (raster == nullptr) {
+        return false;
+    }
+    GDALRasterBand& band = *raster->GetRasterBand(1);
+    const int size = std::max(band.GetXSize(), band.GetYSize());
+    std::vector<int> levels;
+    for (int level = 2; size / level >= coarsestCells / 2; level *= 2) {
+        if (!inMemory || size / level <= finestInMemory) {
+            levels.push_back(level);
+        }
+    }
+    const bool isFloating = GDALDataTypeIsFloating(band.GetRasterDataType()) != 0;
+    CPLSetThreadLocalConfigOption("PREDICTOR_OVERVIEW", isFloating ? "3" : "2");
+    const char* method = band.GetColorTable() != nullptr ? "NEAREST" : "AVERAGE";
+    if (raster->BuildOverviews(method, static_cast<int>(levels.size()), levels.data(), 0, nullptr, report,
+                               this) != CE_None) {
+        return false;
+    }
+    raster.reset(); // writes what is still in memory
+    const std::unique_ptr<GDALDataset> built = openRaster(vrt + ".ovr", GDAL_OF_UPDATE);
+    return built != nullptr && built->SetMetadataItem(madeHere, "1") == CE_None;
+}
+
+OverviewBuilder::OverviewBuilder(const std::string& openName, Finished finished)
+    : _job(std::make_shared<Job>(openName, std::move(finished))) {
+    Worker::instance().add([job = _job] { job->run(); });
+}
+
+OverviewBuilder::~OverviewBuilder() {
+    _job->cancel();
+}
+
+float OverviewBuilder::progress() const {
+    return _job->progress();
+}
+
+std::string cachedOverviews(const std::string& openName, GDALDataset& dataset) {
+    const fs::path folder = cacheFolder();
+    std::error_code unknown;
+    const fs::path vrt = folder.empty() ? folder : folder / cacheName(openName, dataset);
+    return !folder.empty() && fs::exists(vrt, unknown) ? vrt.string() : std::string();
+}
+
+void removeOutdatedOverviews(const std::string& file) {
+    const std::string overviews = file + ".ovr";
+    std::error_code unknown;
+    if (!fs::is_regular_file(file, unknown) || !fs::is_regular_file(overviews, unknown) ||
+        fs::last_write_time(file, unknown) <= fs::last_write_time(overviews, unknown)) {
+        return;
+    }
+    std::unique_ptr<GDALDataset> dataset = openRaster(overviews);
+    const bool isOurs = dataset != nullptr && dataset->GetMetadataItem(madeHere) != nullptr;
+    dataset.reset();
+    if (isOurs) {
+        fs::remove(overviews, unknown);
+    }
+}
+
+} // namespace osgEarth
