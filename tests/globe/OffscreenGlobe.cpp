@@ -42,8 +42,8 @@ osg::ref_ptr<osg::GraphicsContext> offscreenContext(int width, int height) {
 
 } // namespace
 
-OffscreenGlobe::OffscreenGlobe(int width, int height)
-    : _width(width), _height(height), _map(new osgEarth::Map()),
+OffscreenGlobe::OffscreenGlobe(int width, int height, const osgEarth::TerrainOptions& options)
+    : _width(width), _height(height), _options(options), _map(new osgEarth::Map()),
       _manipulator(new osgEarth::Util::EarthManipulator()) {
     _viewer.setThreadingModel(osgViewer::ViewerBase::SingleThreaded);
     osg::Camera* camera = _viewer.getCamera();
@@ -65,7 +65,7 @@ bool OffscreenGlobe::isUsable() const {
 
 osgEarth::MapNode* OffscreenGlobe::mapNode() {
     if (!_mapNode.valid()) {
-        _mapNode = new osgEarth::MapNode(_map.get());
+        _mapNode = new osgEarth::MapNode(_map.get(), osgEarth::MapNodeOptions(_options));
         _viewer.setSceneData(_mapNode);
         _viewer.setCameraManipulator(_manipulator);
         _viewer.getEventQueue()->windowResize(0, 0, _width, _height);

@@ -14,7 +14,7 @@ namespace globetest {
 /// Needs a display for its GL context (xvfb is enough). Check isUsable() first.
 class OffscreenGlobe {
 public:
-    OffscreenGlobe(int width, int height);
+    OffscreenGlobe(int width, int height, const osgEarth::TerrainOptions& options = {});
     ~OffscreenGlobe();
     OffscreenGlobe(const OffscreenGlobe&) = delete;
     OffscreenGlobe& operator=(const OffscreenGlobe&) = delete;
@@ -40,6 +40,7 @@ public:
 private:
     int _width;
     int _height;
+    osgEarth::TerrainOptions _options;
     osg::ref_ptr<osgEarth::Map> _map;
     osg::ref_ptr<osgEarth::MapNode> _mapNode;
     osg::ref_ptr<osgEarth::Util::EarthManipulator> _manipulator;

@@ -4,8 +4,10 @@
 #include "TileContext.h"
 #include "TileNode.h"
 
+#include <osgDB/DatabasePager>
 #include <osgEarth/TerrainLayer>
 #include <osgGA/GUIActionAdapter>
+#include <osgViewer/View>
 
 namespace osgEarth {
 namespace {
@@ -28,14 +30,14 @@ void oe_terrain_colour(inout vec4 color) {
 }
 )";
 
-// Sums the layers' own revisions, so that a change of one of them shows.
-int appearanceOf(const Map& map) {
+// The revisions of the map and of its layers, so that a change of one of them shows.
+std::vector<int> appearanceOf(const Map& map) {
     std::vector<osg::ref_ptr<TerrainLayer>> layers;
-    int sum = map.getLayers(layers);
+    std::vector<int> revisions = {map.getLayers(layers)};
     for (const auto& layer : layers) {
-        sum += layer->getAppearanceRevision();
+        revisions.push_back(layer->getAppearanceRevision());
     }
-    return sum;
+    return revisions;
 }
 
 } // namespace
@@ -85,7 +87,7 @@ void TerrainEngineNode::addRootTiles() {
 }
 
 void TerrainEngineNode::followMapChanges() {
-    const int appearance = appearanceOf(*_map);
+    const std::vector<int> appearance = appearanceOf(*_map);
     if (appearance != _appearance) {
         _appearance = appearance;
         _tileContext->setLayers(*_map);
@@ -130,6 +132,10 @@ void TerrainEngineNode::noteView(osg::View* view) {
     _views.erase(std::remove_if(_views.begin(), _views.end(), isGone), _views.end());
     if (std::find(_views.begin(), _views.end(), view) == _views.end()) {
         _views.emplace_back(view);
+        if (auto* viewerView = dynamic_cast<osgViewer::View*>(view)) {
+            viewerView->getDatabasePager()->setTargetMaximumNumberOfPageLOD(
+                _tileContext->options().maxResidentTiles().get());
+        }
     }
 }
 
