@@ -201,13 +201,13 @@ void OverviewBuilder::Job::run() {
         }
         result.problem = result.inMemory || result.openName.empty() ? _problem : std::string();
     }
-    _progress = 1.0F;
     const std::lock_guard lock(_mutex);
     if (_finished) {
         _finished(result);
     } else if (result.inMemory) {
         removeFiles(result.openName);
     }
+    _progress = 1.0F;
 }
 
 std::string OverviewBuilder::Job::temporaryName() const {
@@ -293,7 +293,8 @@ bool OverviewBuilder::Job::build(GDALDataset& source, const std::string& vrt, bo
 bool OverviewBuilder::Job::buildLevels(const std::string& vrt, bool inMemory) {
     const auto report = [](double done, const char*, void* self) -> int {
         auto& job = *static_cast<Job*>(self);
-        job._progress = static_cast<float>(done);
+        // The last step is that the receiver has them. A second attempt elsewhere does not count back.
+        job._progress = std::max(job._progress.load(), static_cast<float>(0.99 * done));
         return job._cancelled ? FALSE : TRUE;
     };
     std::unique_ptr<GDALDataset> raster = openRaster(vrt);
