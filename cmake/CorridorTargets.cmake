@@ -31,6 +31,14 @@ if(CORRIDOR_SANITIZE)
   endif()
 endif()
 
+if(CORRIDOR_SANITIZE_THREADS)
+  add_compile_options(-fsanitize=thread -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=thread)
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    add_compile_options(-Wno-tsan) # fences in the libraries' headers
+  endif()
+endif()
+
 # Warnings, UTF-8 sources and precompiled headers survive ccache with -fpch-preprocess.
 function(corridor_compile_settings target)
   if(MSVC)
@@ -84,6 +92,10 @@ function(corridor_test target)
   target_link_libraries(${target} PRIVATE GTest::gtest)
   add_test(NAME ${target} COMMAND ${target})
   set_tests_properties(${target} PROPERTIES TIMEOUT 300)
+  if(CORRIDOR_SANITIZE_THREADS)
+    set_tests_properties(${target} PROPERTIES TIMEOUT 1200 ENVIRONMENT
+                         "TSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/support/tsan.supp")
+  endif()
 endfunction()
 
 # Adds globe/ or an installed osgEarth, both as Corridor::Globe. Only workbench/viewer sees a difference.
