@@ -3,13 +3,18 @@
 
 #include <gtest/gtest.h>
 
+#include <QFile>
 #include <QSignalSpy>
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <osgEarth/Viewpoint>
 #include <osgEarthUtil/EarthManipulator>
 
+#include <gdal_priv.h>
+
 #include <cmath>
+#include <memory>
 
 namespace {
 
@@ -85,6 +90,29 @@ TEST_F(GlobeWidgetTest, RealMouseMovementReachesEventHandlersAndReportsThePlaceU
     EXPECT_GT(m_counter->moves, 0);
     EXPECT_NEAR(place.last().at(0).toDouble(), 109.0, 0.1);
     EXPECT_NEAR(place.last().at(1).toDouble(), 34.0, 0.1);
+}
+
+TEST_F(GlobeWidgetTest, TellsHowFarTheOverviewsOfALargeRasterAre) {
+    const QTemporaryDir folder;
+    const std::string file = folder.filePath("large.tif").toStdString();
+    {
+        GDALAllRegister();
+        const std::unique_ptr<GDALDataset> raster(GetGDALDriverManager()->GetDriverByName("GTiff")->Create(
+            file.c_str(), 9000, 3000, 1, GDT_Byte, nullptr));
+        double place[6] = {109.0, 1e-5, 0.0, 34.0, 0.0, -1e-5};
+        ASSERT_EQ(raster->SetGeoTransform(place), CE_None);
+        ASSERT_EQ(raster->SetProjection("EPSG:4326"), CE_None);
+        ASSERT_EQ(raster->GetRasterBand(1)->Fill(200.0), CE_None);
+    }
+    QSignalSpy preparation(&m_globe, &GlobeWidget::preparationChanged);
+    ASSERT_FALSE(m_globe.map().addImagery("large", file));
+    m_globe.requestRedraw();
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] { return !preparation.isEmpty() && preparation.last().at(0).toInt() == 100; }, 20000));
+    EXPECT_LT(preparation.first().at(0).toInt(), 100);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return m_globe.isPictureComplete(); }, 20000));
+    EXPECT_TRUE(QFile::exists(folder.filePath("large.tif.ovr")));
+    m_globe.map().removeLayer("large");
 }
 
 TEST_F(GlobeWidgetTest, DraggingWithTheLeftButtonGrabsTheGround) {

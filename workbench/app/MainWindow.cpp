@@ -172,12 +172,15 @@ QDockWidget* MainWindow::addDock(const QString& title, const QString& name, QWid
 void MainWindow::buildStatusBar() {
     m_tip = new QLabel(tr("就绪"), this);
     m_tip->setObjectName("statusTip");
+    m_preparation = new QLabel(this);
+    m_preparation->setObjectName("preparation");
     m_coordinates = new QLabel(this);
     m_coordinates->setObjectName("coordinates");
     m_coordinates->setMinimumWidth(360);
     m_coordinates->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     statusBar()->addWidget(m_tip, 1);
     statusBar()->addPermanentWidget(InspectionContext::instance().progressWidget());
+    statusBar()->addPermanentWidget(m_preparation);
     statusBar()->addPermanentWidget(m_coordinates);
     connect(&zeo::EngineContext::instance(), &zeo::EngineContext::statusTipChanged, m_tip, &QLabel::setText);
 }
@@ -190,11 +193,16 @@ void MainWindow::connectGlobe() {
 
     connect(m_globe, &GlobeWidget::pointerOnGlobe, this, &MainWindow::showPointer);
     connect(m_globe, &GlobeWidget::pointerOffGlobe, m_coordinates, &QLabel::clear);
+    connect(m_globe, &GlobeWidget::preparationChanged, this, &MainWindow::showPreparation);
     connect(&zeo::EngineContext::instance(), &zeo::EngineContext::commandFailed, this,
             [this](const QString& name, const QString& reason) {
                 myMessageBox::showMyMessageBox(this, tr("提示"), name + tr("：") + reason,
                                                myMessageBox::Warning, myMessageBox::Ok);
             });
+}
+
+void MainWindow::showPreparation(int percent) {
+    m_preparation->setText(percent < 100 ? tr("正在建立影像金字塔 %1%").arg(percent) : QString());
 }
 
 void MainWindow::addWorldBackdrop() {

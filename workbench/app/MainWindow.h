@@ -44,6 +44,7 @@ private:
                          Qt::DockWidgetArea area);
     void showEpoch(int index);
     void chooseProject();
+    void showPreparation(int percent);
     void showPointer(double lonDegrees, double latDegrees, double heightMetres);
     void addWorldBackdrop();
 
@@ -51,6 +52,7 @@ private:
     ToolArea* m_toolArea = nullptr;
     QComboBox* m_epochs = nullptr;
     QLabel* m_tip = nullptr;
+    QLabel* m_preparation = nullptr;
     QLabel* m_coordinates = nullptr;
     ProjectLayers m_layers;
 };

@@ -15,6 +15,9 @@
 
 #include <gdal.h>
 
+#include <algorithm>
+#include <vector>
+
 namespace {
 
 #if OSGEARTH_MIN_VERSION_REQUIRED(3, 0, 0)
@@ -101,6 +104,22 @@ void GlobeMap::setImageryVisible(const std::string& name, bool visible) {
     auto* layer = dynamic_cast<osgEarth::ImageLayer*>(m_mapNode->getMap()->getLayerByName(name));
     if (layer)
         layer->setVisible(visible);
+}
+
+int GlobeMap::preparationPercent() const {
+#ifdef CORRIDOR_GLOBE_INSTALLED
+    return 100;
+#else
+    std::vector<osg::ref_ptr<osgEarth::TerrainLayer>> layers;
+    m_mapNode->getMap()->getLayers(layers);
+    std::optional<float> present; // the others wait for their turn
+    for (const auto& layer : layers) {
+        const float done = layer->getPreparation();
+        if (done < 1.0F)
+            present = std::max(done, present.value_or(0.0F));
+    }
+    return static_cast<int>(100.0F * present.value_or(1.0F));
+#endif
 }
 
 void GlobeMap::removeLayer(const std::string& name) {

@@ -26,6 +26,10 @@ public:
     void setImageryVisible(const std::string& name, bool visible);
     void removeLayer(const std::string& name);
 
+    /// Overviews of large rasters are built in the background: how far the present one is, or 100 when none
+    /// is.
+    int preparationPercent() const;
+
 private:
     osg::ref_ptr<osgEarth::MapNode> m_mapNode;
 };

@@ -28,6 +28,7 @@ namespace {
 
 constexpr int kFrameIntervalMilliseconds = 10;
 constexpr int kLoadingPollMilliseconds = 15;
+constexpr int kPreparationPollMilliseconds = 300;
 constexpr int kInstrumentMargin = 12;
 constexpr double kTurnSeconds = 0.4;
 
@@ -81,6 +82,8 @@ GlobeWidget::GlobeWidget(QWidget* parent)
     m_timer.setSingleShot(true);
     m_timer.setTimerType(Qt::PreciseTimer);
     connect(&m_timer, &QTimer::timeout, this, &GlobeWidget::tick);
+    m_preparationTimer.setInterval(kPreparationPollMilliseconds);
+    connect(&m_preparationTimer, &QTimer::timeout, this, &GlobeWidget::watchPreparation);
     connect(m_compass, &QAbstractButton::clicked, this, &GlobeWidget::turnNorth);
 
     m_viewer = new EmbeddedViewer([this] {
@@ -145,6 +148,7 @@ void GlobeWidget::resizeGL(int width, int height) {
 void GlobeWidget::paintGL() {
     // Qt makes a new frame buffer with every resize.
     m_viewer->setFramebuffer(defaultFramebufferObject());
+    watchPreparation(); // before the frame, or what becomes ready during it would be missed
     m_viewer->draw();
     readInstruments();
     reportPointer();
@@ -171,6 +175,21 @@ void GlobeWidget::tick() {
         m_asleep = true;
         emit pictureCompleted();
     }
+}
+
+// Goes on by its own timer, because the globe may be asleep meanwhile.
+void GlobeWidget::watchPreparation() {
+    const int percent = m_map.preparationPercent();
+    if (percent == 100)
+        m_preparationTimer.stop();
+    else if (!m_preparationTimer.isActive())
+        m_preparationTimer.start();
+    if (percent == m_preparationPercent)
+        return;
+    m_preparationPercent = percent;
+    emit preparationChanged(percent);
+    if (percent == 100)
+        requestRedraw(); // the terrain takes them up in its next frame
 }
 
 void GlobeWidget::turnNorth() {

@@ -45,6 +45,8 @@ signals:
     /// Longitude and latitude in degrees and height in metres of the terrain under the pointer.
     void pointerOnGlobe(double lonDegrees, double latDegrees, double heightMetres);
     void pointerOffGlobe();
+    /// Overviews of a large raster are being built; 100 when they are ready.
+    void preparationChanged(int percent);
 
 protected:
     void initializeGL() override;
@@ -66,6 +68,7 @@ private:
     void turnNorth();
     void readInstruments();
     void reportPointer();
+    void watchPreparation();
 
     GlobeMap m_map;
     osg::ref_ptr<osgEarth::Util::EarthManipulator> m_manipulator;
@@ -75,6 +78,8 @@ private:
     Compass* m_compass;
     ScaleBar* m_scaleBar;
     QTimer m_timer;
+    QTimer m_preparationTimer;
+    int m_preparationPercent = 100;
     bool m_asleep = true;
     bool m_pointerMoved = false;
     QPointF m_pointer;
