@@ -144,7 +144,8 @@ TEST_F(Paging, MemoryStaysWithinTheLimitHoweverManyPlacesAreSeen) {
     }
     EXPECT_GT(seen->times.size(), 3U * limit);
     ASSERT_GT(graphicsHalfWay, 0.0);
-    EXPECT_LT(graphicsMegabytes(), graphicsHalfWay * 1.3);
+    // What was drawn at the other places would be forty megabytes or so.
+    EXPECT_LT(graphicsMegabytes(), graphicsHalfWay + 12.0);
 }
 
 TEST_F(Paging, WhatIsNoLongerWantedIsNotLoaded) {
@@ -291,8 +292,8 @@ TEST_F(Paging, ThousandsOfMovesLeaveMemoryFlatAndNoGLError) {
     EXPECT_EQ(errors->count, 0);
     // Tiles of one view come in addition until the next frames give up others.
     EXPECT_LT(mostTiles, 2 * limit);
-    EXPECT_LT(graphicsMegabytes(), graphicsAfterWarmUp * 1.3 + 5.0);
-    EXPECT_LT(residentMegabytes(), megabytesAfterWarmUp + 40.0);
+    EXPECT_LT(graphicsMegabytes(), graphicsAfterWarmUp + 40.0);
+    EXPECT_LT(residentMegabytes(), megabytesAfterWarmUp + 80.0); // a leak would be many hundreds
     std::printf(
         "%d moves: at most %u tiles; %.0f MB resident after %d moves, %.0f MB after all; graphics %.0f "
         "and %.0f MB\n",
