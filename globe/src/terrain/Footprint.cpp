@@ -1,5 +1,6 @@
 #include "Footprint.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace osgEarth {

@@ -2,6 +2,7 @@
 
 #include <gdal_priv.h>
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <cstdio>
@@ -257,7 +258,7 @@ std::string OverviewBuilder::Job::buildInCache(GDALDataset& source) {
 }
 
 std::string OverviewBuilder::Job::buildInMemory(GDALDataset& source) {
-    const std::string vrt = "/vsimem/corridor_overviews" + temporaryName();
+    std::string vrt = "/vsimem/corridor_overviews" + temporaryName();
     const std::string problem = _problem;
     if (build(source, vrt, true)) {
         _problem = problem; // why it is only in memory

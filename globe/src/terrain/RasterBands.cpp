@@ -2,6 +2,7 @@
 
 #include <gdal_priv.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>

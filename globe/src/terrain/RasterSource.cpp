@@ -9,6 +9,7 @@
 #include <gdal_utils.h>
 #include <ogr_spatialref.h>
 
+#include <algorithm>
 #include <filesystem>
 
 namespace osgEarth {
@@ -78,7 +79,7 @@ std::string mosaicOfFolder(const std::string& folder) {
         return {};
     }
     static std::atomic<int> counter{0};
-    const std::string vrt = "/vsimem/corridor_mosaic_" + std::to_string(++counter) + ".vrt";
+    std::string vrt = "/vsimem/corridor_mosaic_" + std::to_string(++counter) + ".vrt";
     int usageError = 0;
     GDALDatasetH mosaic =
         GDALBuildVRT(vrt.c_str(), rasters.Count(), nullptr, rasters.List(), nullptr, &usageError);
