@@ -39,7 +39,7 @@ using osgEarth::Viewpoint;
 namespace Annotation = osgEarth::Annotation;
 namespace Symbology = osgEarth::Symbology;
 
-constexpr int kFrames = 120;
+constexpr int kFrames = 60;
 
 double millisecondsSince(Clock::time_point start) {
     return std::chrono::duration<double, std::milli>(Clock::now() - start).count();

@@ -1,6 +1,6 @@
+#include "../core/ScreenSize.h"
 #include "OverlayBatches.h"
 #include "OverlayMesh.h"
-#include "ScreenSpace.h"
 
 #include <osgEarth/Registry>
 #include <osgEarthAnnotation/ImageOverlay>
@@ -23,15 +23,6 @@ bool isPlain(const osg::StateSet& stateSet) {
            (uniforms.empty() ||
             (uniforms.size() == 1 &&
              uniforms.begin()->first == Registry::objectIndex()->getObjectIDUniformName()));
-}
-
-/// Diameter of a sphere on the screen of the window, which a pick picture shows at another scale.
-double sizeInPixels(const osg::BoundingSphere& bound, osgUtil::CullVisitor& visitor) {
-    const double distance = (osg::Vec3d(bound.center()) * *visitor.getModelViewMatrix()).length();
-    const double pixelsPerRadian = visitor.getViewport()->height() * 0.5 *
-                                   (*visitor.getProjectionMatrix())(1, 1) /
-                                   pixelScale(*visitor.getCurrentCamera()).y();
-    return 2.0 * static_cast<double>(bound.radius()) / std::max(distance, 0.1) * pixelsPerRadian;
 }
 
 } // namespace
@@ -190,7 +181,7 @@ bool ImageOverlay::isOutOfSight(osgUtil::CullVisitor& visitor) const {
 bool ImageOverlay::isDrawnInBatch(osgUtil::CullVisitor& visitor) {
     if (!canBeBatched())
         return false;
-    const double size = sizeInPixels(getBound(), visitor);
+    const double size = pixelsInWindow(getBound(), visitor);
     if (size >= SmallPixels)
         return false;
     updateIfOutdated();

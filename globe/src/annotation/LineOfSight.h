@@ -7,12 +7,11 @@
 namespace osgEarth {
 namespace Annotation {
 
-/// The line from an eye to a place on or above the ground; what lies below the ground counts as on it.
-/// Remembers its answer until the eye, the place or the loaded terrain has changed. One thread at a time.
+/// Remembers what the terrain said until the eye, the place or the loaded terrain has changed. One thread at
+/// a time.
 class LineOfSight {
 public:
-    /// World coordinates. A place is hidden when loaded terrain rises above the line by more than its own
-    /// roughness.
+    /// World coordinates.
     bool isBlocked(const Terrain& terrain, const osg::Vec3d& eyeWorld, const osg::Vec3d& placeWorld);
 
 private:

@@ -1,6 +1,6 @@
 #include "ScreenSpace.h"
+#include "../core/ScreenSize.h"
 
-#include <osg/ValueObject>
 #include <osgUtil/CullVisitor>
 
 #include <cmath>
@@ -9,20 +9,9 @@ namespace osgEarth {
 namespace Annotation {
 namespace {
 
-const char* const PixelScaleName = "oe_pixelScale";
 constexpr double DepthRangeMetres = 1e9; // beyond any eye distance
 
 } // namespace
-
-void setPixelScale(osg::Camera& camera, const osg::Vec2d& scale) {
-    camera.setUserValue(PixelScaleName, scale);
-}
-
-osg::Vec2d pixelScale(const osg::Camera& camera) {
-    osg::Vec2d scale(1.0, 1.0);
-    camera.getUserValue(PixelScaleName, scale);
-    return scale;
-}
 
 ScreenSpace::ScreenSpace() {
     setCullingActive(false);

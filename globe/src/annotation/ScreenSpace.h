@@ -2,7 +2,6 @@
 #pragma once
 
 #include <osg/BoundingBox>
-#include <osg/Camera>
 #include <osg/Group>
 
 #include <vector>
@@ -28,11 +27,6 @@ private:
 
 /// The drawables among a group's children and grandchildren.
 std::vector<osg::Drawable*> drawablesOf(osg::Group& group);
-
-/// Pixels of a camera's picture per pixel of the window it stands for, where those differ (picking); 1 for
-/// others.
-void setPixelScale(osg::Camera& camera, const osg::Vec2d& scale);
-osg::Vec2d pixelScale(const osg::Camera& camera);
 
 } // namespace Annotation
 } // namespace osgEarth

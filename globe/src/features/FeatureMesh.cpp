@@ -1,4 +1,5 @@
 #include "FeatureMesh.h"
+#include "DetailSwitch.h"
 #include "Polylines.h"
 
 #include <osg/LineStipple>
@@ -46,6 +47,19 @@ double extentOf(const std::vector<std::vector<osg::Vec3d>>& lines) {
         for (const osg::Vec3d& point : line)
             box.expandBy(point);
     return box.valid() ? std::hypot(box.xMax() - box.xMin(), box.yMax() - box.yMin()) : 0.0;
+}
+
+/// The line strip through a line's own corners among its pieces.
+osg::ref_ptr<osg::DrawElementsUInt> cornersOf(const std::vector<osg::Vec3d>& line,
+                                              const std::vector<osg::Vec3d>& pieces) {
+    osg::ref_ptr<osg::DrawElementsUInt> strip = new osg::DrawElementsUInt(GL_LINE_STRIP);
+    std::size_t corner = 0;
+    for (std::size_t i = 0; i < pieces.size() && corner < line.size(); ++i)
+        if (pieces[i] == line[corner]) {
+            strip->push_back(static_cast<GLuint>(i));
+            ++corner;
+        }
+    return strip;
 }
 
 osg::Vec3d onUnitSphere(const osg::Vec3d& lonLat) {
@@ -115,25 +129,31 @@ osg::ref_ptr<osg::MatrixTransform> FeatureMesh::build(const Feature& feature) {
     const bool isArea = geometry->getType() == Geometry::TYPE_POLYGON;
     const bool isClosed = isArea || geometry->getType() == Geometry::TYPE_RING;
 
-    osg::ref_ptr<osg::MatrixTransform> result = new osg::MatrixTransform(plane.frameToWorld());
+    osg::ref_ptr<osg::Group> fine = new osg::Group;
+    osg::ref_ptr<osg::Group> coarse = new osg::Group;
+    const auto add = [&fine, &coarse](const Drawn& drawn) {
+        if (!drawn.fine.valid())
+            return;
+        fine->addChild(drawn.fine);
+        coarse->addChild(drawn.coarse);
+    };
     std::vector<Line> lines = linesInPlane(partsOf(*geometry), feature.getSRS(), plane);
-    if (isArea && polygon) {
-        if (const osg::ref_ptr<osg::Node> fill = fillOf(lines, polygon->fill()->color(), plane))
-            result->addChild(fill);
-    }
+    if (isArea && polygon)
+        add(fillOf(lines, polygon->fill()->color(), plane));
     if (line && geometry->getType() != Geometry::TYPE_POINTSET &&
         !(isArea && polygon && !polygon->outline().get())) {
         for (Line& part : lines) {
             if (isClosed && part.size() > 2)
                 part.push_back(part.front());
             const bool onScreen = line->stroke()->widthUnits().get() == Units::PIXELS;
-            const osg::ref_ptr<osg::Node> stroke =
-                onScreen ? strokeOf(part, *line, plane) : ribbonOf(part, *line, plane);
-            if (stroke.valid())
-                result->addChild(stroke);
+            add(onScreen ? strokeOf(part, *line, plane) : ribbonOf(part, *line, plane));
         }
     }
-    return result->getNumChildren() > 0 ? result : nullptr;
+    if (fine->getNumChildren() == 0)
+        return nullptr;
+    osg::ref_ptr<osg::MatrixTransform> result = new osg::MatrixTransform(plane.frameToWorld());
+    result->addChild(new DetailSwitch(fine, coarse));
+    return result;
 }
 
 std::vector<FeatureMesh::Line>
@@ -178,19 +198,32 @@ double FeatureMesh::pieceLength(const Line& line, const LineSymbol& symbol) cons
     return longestEdge(length, PiecesAlongLine);
 }
 
-osg::ref_ptr<osg::Node> FeatureMesh::fillOf(const std::vector<Line>& rings, const Color& color,
-                                            const LocalPlane& plane) {
+// Subdivision adds points behind those that there are, so the first triangles stay good.
+FeatureMesh::Drawn FeatureMesh::fillOf(const std::vector<Line>& rings, const Color& color,
+                                       const LocalPlane& plane) {
     TriangleMesh mesh = triangulate(rings);
     if (mesh.indices.empty())
-        return nullptr;
+        return {};
+    const osg::ref_ptr<osg::DrawElementsUInt> undivided =
+        new osg::DrawElementsUInt(GL_TRIANGLES, mesh.indices.begin(), mesh.indices.end());
     subdivide(mesh, longestEdge(extentOf(rings), PiecesAcrossFill), MaxTriangles);
-    return drawable(mesh, color, plane);
+    return withCoarse(drawable(mesh, color, plane), undivided);
 }
 
-osg::ref_ptr<osg::Node> FeatureMesh::strokeOf(const Line& line, const LineSymbol& symbol,
-                                              const LocalPlane& plane) {
+// Shares all arrays and state.
+FeatureMesh::Drawn FeatureMesh::withCoarse(osg::Geometry* fine, osg::PrimitiveSet* coarse) {
+    Drawn drawn;
+    drawn.fine = fine;
+    drawn.coarse = new osg::Geometry(*fine, osg::CopyOp::SHALLOW_COPY);
+    drawn.coarse->removePrimitiveSet(0, drawn.coarse->getNumPrimitiveSets());
+    drawn.coarse->addPrimitiveSet(coarse);
+    return drawn;
+}
+
+FeatureMesh::Drawn FeatureMesh::strokeOf(const Line& line, const LineSymbol& symbol,
+                                         const LocalPlane& plane) {
     if (line.size() < 2)
-        return nullptr;
+        return {};
     const Stroke& stroke = symbol.stroke().get();
     osg::ref_ptr<osg::Geometry> geometry = new osg::Geometry;
     geometry->setUseVertexBufferObjects(true);
@@ -211,20 +244,21 @@ osg::ref_ptr<osg::Node> FeatureMesh::strokeOf(const Line& line, const LineSymbol
         GLUtils::setLineStipple(stateSet, static_cast<int>(stroke.stippleFactor().get()),
                                 stroke.stipplePattern().get(), osg::StateAttribute::ON);
     stateSet->setRenderBinDetails(1, "DepthSortedBin"); // within the node's bin: after all fills
-    return geometry;
+    return withCoarse(geometry, cornersOf(line, pieces));
 }
 
-osg::ref_ptr<osg::Node> FeatureMesh::ribbonOf(const Line& line, const LineSymbol& symbol,
-                                              const LocalPlane& plane) {
+// A ribbon that is small on the screen is rare and has few pieces: it has one form.
+FeatureMesh::Drawn FeatureMesh::ribbonOf(const Line& line, const LineSymbol& symbol,
+                                         const LocalPlane& plane) {
     if (line.size() < 2)
-        return nullptr;
+        return {};
     const Stroke& stroke = symbol.stroke().get();
     const double width =
         Units::convert(stroke.widthUnits().get(), Units::METERS, static_cast<double>(stroke.width().get()));
     const osg::ref_ptr<osg::Geometry> geometry =
         drawable(ribbon(densified(line, pieceLength(line, symbol)), width), stroke.color(), plane);
     geometry->getOrCreateStateSet()->setRenderBinDetails(1, "DepthSortedBin");
-    return geometry;
+    return {geometry, geometry};
 }
 
 osg::ref_ptr<osg::Geometry> FeatureMesh::drawable(const TriangleMesh& mesh, const Color& color,

@@ -35,14 +35,17 @@ public:
 private:
     typedef std::vector<osg::Vec3d> Line;
 
+    /// A drawable that follows the ground, and one with its corners alone.
+    struct Drawn {
+        osg::ref_ptr<osg::Geometry> fine;
+        osg::ref_ptr<osg::Geometry> coarse;
+    };
+
     std::vector<Line> linesInPlane(const std::vector<osg::ref_ptr<const Symbology::Geometry>>& parts,
                                    const SpatialReference* srs, const LocalPlane& plane) const;
-    osg::ref_ptr<osg::Node> fillOf(const std::vector<Line>& rings, const Symbology::Color& color,
-                                   const LocalPlane& plane);
-    osg::ref_ptr<osg::Node> strokeOf(const Line& line, const Symbology::LineSymbol& symbol,
-                                     const LocalPlane& plane);
-    osg::ref_ptr<osg::Node> ribbonOf(const Line& line, const Symbology::LineSymbol& symbol,
-                                     const LocalPlane& plane);
+    Drawn fillOf(const std::vector<Line>& rings, const Symbology::Color& color, const LocalPlane& plane);
+    Drawn strokeOf(const Line& line, const Symbology::LineSymbol& symbol, const LocalPlane& plane);
+    Drawn ribbonOf(const Line& line, const Symbology::LineSymbol& symbol, const LocalPlane& plane);
 
     double longestEdge(double extentMetres, double parts) const;
     double pieceLength(const Line& line, const Symbology::LineSymbol& symbol) const;
@@ -51,6 +54,7 @@ private:
     void measureDeviation(const osg::Vec3d& middle, double heightBetween, const LocalPlane& plane);
     osg::ref_ptr<osg::Geometry> drawable(const TriangleMesh& mesh, const Symbology::Color& color,
                                          const LocalPlane& plane);
+    static Drawn withCoarse(osg::Geometry* fine, osg::PrimitiveSet* coarse);
 
     osg::ref_ptr<const SpatialReference> _mapSRS;
     const Symbology::Style& _nodeStyle;

@@ -1,5 +1,6 @@
 #include <osgEarth/Terrain>
 
+#include "SightLine.h"
 #include "TileIndex.h"
 
 #include <osgUtil/IntersectionVisitor>
@@ -80,6 +81,10 @@ bool Terrain::getWorldCoordsUnderMouse(osg::View* view, float mx, float my, osg:
     }
     const double reach = eye.length() + 2.0 * getSRS()->getEllipsoid()->getRadiusEquator();
     return intersect(eye, eye + direction * reach, out_world);
+}
+
+bool Terrain::hides(const osg::Vec3d& placeWorld, const osg::Vec3d& eyeWorld) const {
+    return isHiddenByGround(*_tiles, *_profile, eyeWorld, placeWorld);
 }
 
 unsigned Terrain::getSurfaceRevision() const {

@@ -141,6 +141,7 @@ osg::ref_ptr<osg::Geometry> TileMesh::buildGeometry(const Surface& surface) {
         for (int column = 0; column < n; ++column) {
             const double height = surface.heightAt(column, row);
             lowest = std::min(lowest, height);
+            _heights.push_back(surface.heightAt(column, row));
             _highestMetres = std::max(_highestMetres, height);
             const auto shade = static_cast<unsigned char>(std::lround(surface.shadeAt(column, row) * 255.0));
             _vertices->push_back(osg::Vec3(surface.positionAt(column, row)));
@@ -216,6 +217,19 @@ osg::ref_ptr<osg::Geometry> TileMesh::buildGeometry(const Surface& surface) {
 osg::BoundingSphere TileMesh::worldBound() const {
     const osg::Vec3d centre = osg::Vec3d(_localBox.center()) * _localToWorld;
     return {osg::Vec3(centre), static_cast<float>((_localBox._max - _localBox._min).length() * 0.5 * 1.02)};
+}
+
+double TileMesh::heightBetweenPosts(double x, double y) const {
+    const double last = _posts - 1;
+    const double column = osg::clampBetween((x - _extent.west()) / _extent.width() * last, 0.0, last - 1e-9);
+    const double row = osg::clampBetween((_extent.north() - y) / _extent.height() * last, 0.0, last - 1e-9);
+    const double right = column - std::floor(column);
+    const double down = row - std::floor(row);
+    const float* upper = &_heights[static_cast<std::size_t>(row) * static_cast<std::size_t>(_posts) +
+                                   static_cast<std::size_t>(column)];
+    const float* lower = upper + _posts;
+    return (upper[0] * (1.0 - right) + upper[1] * right) * (1.0 - down) +
+           (lower[0] * (1.0 - right) + lower[1] * right) * down;
 }
 
 osg::Vec3d TileMesh::post(int column, int row) const {

@@ -33,6 +33,11 @@ public:
     /// Height of the drawn triangles at a position of the map's system; false off the tile.
     bool height(double x, double y, double& out_height) const;
 
+    /// Whether a position of the map's system lies on the tile, and the height there, bilinear between the
+    /// posts: as good as the triangles' and much quicker.
+    bool contains(double x, double y) const { return _extent.bounds().contains(x, y); }
+    double heightBetweenPosts(double x, double y) const;
+
 protected:
     ~TileMesh() override = default;
 
@@ -49,6 +54,7 @@ private:
     osg::Matrixd _localToWorld;
     osg::Matrixd _worldToLocal;
     osg::BoundingBoxd _localBox;
+    std::vector<float> _heights;            // of the posts, metres
     osg::ref_ptr<osg::Vec3Array> _vertices; // posts row by row from the north-west, then the skirt
     osg::ref_ptr<osg::MatrixTransform> _node;
 };

@@ -1,4 +1,4 @@
-#include "../annotation/ScreenSpace.h"
+#include "../core/ScreenSize.h"
 #include "PickRegion.h"
 
 #include <osg/Viewport>
@@ -6,6 +6,7 @@
 #include <osgEarth/VirtualProgram>
 #include <osgEarthUtil/RTTPicker>
 #include <osgGA/GUIActionAdapter>
+#include <osgViewer/Renderer>
 
 #include <atomic>
 
@@ -56,6 +57,18 @@ osg::GraphicsContext* contextOf(osg::View& view) {
     return nullptr;
 }
 
+/// What a pick shows is compiled as it is drawn, or has been already for the window. A new camera would first
+/// compile all there is in its scene, which takes seconds where there is much.
+void compileNothingAhead(osg::Camera& camera) {
+    auto* renderer = dynamic_cast<osgViewer::Renderer*>(camera.getRenderer());
+    if (!renderer)
+        return;
+    renderer->setCompileOnNextDraw(false);
+    for (unsigned i = 0; i < 2; ++i)
+        if (osgUtil::SceneView* sceneView = renderer->getSceneView(i))
+            sceneView->setInitVisitor(nullptr);
+}
+
 } // namespace
 
 /// One pick that was started and not yet reported.
@@ -98,7 +111,7 @@ public:
         slave._projectionOffset = region.projectionOffset();
         slave.updateSlaveImplementation(view);
         slave._camera->setViewport(0, 0, region.columns(), region.rows());
-        Annotation::setPixelScale(*slave._camera, region.scale());
+        setPixelScale(*slave._camera, region.scale());
     }
 
 private:
@@ -264,6 +277,7 @@ osg::ref_ptr<RTTPicker::PickView> RTTPicker::createPickView(osg::View* view) {
     installPickState(camera->getOrCreateStateSet());
 
     view->addSlave(camera, false);
+    compileNothingAhead(*camera);
     view->getSlave(view->findSlaveIndexForCamera(camera))._updateSlaveCallback =
         new FollowMaster(pickView, _cameraSize, &_buffer);
     return pickView;

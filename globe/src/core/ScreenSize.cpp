@@ -1,0 +1,32 @@
+#include "ScreenSize.h"
+
+#include <osg/ValueObject>
+
+namespace osgEarth {
+namespace {
+
+const char* const pixelScaleName = "oe_pixelScale";
+constexpr double leastDistanceMetres = 0.1;
+
+} // namespace
+
+void setPixelScale(osg::Camera& camera, const osg::Vec2d& scale) {
+    camera.setUserValue(pixelScaleName, scale);
+}
+
+osg::Vec2d pixelScale(const osg::Camera& camera) {
+    osg::Vec2d scale(1.0, 1.0);
+    camera.getUserValue(pixelScaleName, scale);
+    return scale;
+}
+
+double pixelsInWindow(const osg::BoundingSphere& bound, osgUtil::CullVisitor& visitor) {
+    const double distance = (osg::Vec3d(bound.center()) * *visitor.getModelViewMatrix()).length();
+    const double pixelsPerRadian = visitor.getViewport()->height() * 0.5 *
+                                   (*visitor.getProjectionMatrix())(1, 1) /
+                                   pixelScale(*visitor.getCurrentCamera()).y();
+    return 2.0 * static_cast<double>(bound.radius()) / std::max(distance, leastDistanceMetres) *
+           pixelsPerRadian;
+}
+
+} // namespace osgEarth

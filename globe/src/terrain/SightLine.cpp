@@ -1,0 +1,77 @@
+#include "SightLine.h"
+
+namespace osgEarth {
+namespace {
+
+constexpr int samples = 64;
+constexpr double highestGroundMetres = 9000.0;
+constexpr double steepSine = 0.9;           // a hill that steep hides nothing for long
+constexpr double clearanceMetres = 4.0;     // for shrubs and fences in the surface model ...
+constexpr double clearancePerMetre = 0.003; // ... and for coarser tiles in the distance
+
+/// Heights along a way: neighbouring points mostly lie on one tile.
+class Ground {
+public:
+    Ground(const TileIndex& tiles, const Profile& profile) : _tiles(tiles), _profile(profile) {}
+
+    bool isHigher(double x, double y, double height) {
+        if (!_tile.valid() || !_tile->contains(x, y)) {
+            _tile = _tiles.finestAt(_profile, x, y);
+        }
+        return _tile.valid() && _tile->highestMetres() > height && _tile->heightBetweenPosts(x, y) > height;
+    }
+    double heightAt(double x, double y, double otherwise) {
+        _tile = _tiles.finestAt(_profile, x, y);
+        return _tile.valid() ? _tile->heightBetweenPosts(x, y) : otherwise;
+    }
+
+private:
+    const TileIndex& _tiles;
+    const Profile& _profile;
+    osg::ref_ptr<TileMesh> _tile;
+};
+
+} // namespace
+
+// Samples lie closer together near the place: a low bank there hides as much as a mountain half-way. The
+// straight line sags towards the ellipsoid, which falls off below it.
+bool isHiddenByGround(const TileIndex& tiles, const Profile& profile, const osg::Vec3d& eyeWorld,
+                      const osg::Vec3d& placeWorld) {
+    const SpatialReference& srs = *profile.getSRS();
+    osg::Vec3d eye;
+    osg::Vec3d place;
+    osg::Matrixd placeToWorld;
+    if (!srs.transformFromWorld(eyeWorld, eye) || !srs.transformFromWorld(placeWorld, place) ||
+        !srs.createLocalToWorld(place, placeToWorld)) {
+        return false;
+    }
+    const osg::Vec3d up(placeToWorld(2, 0), placeToWorld(2, 1), placeToWorld(2, 2));
+    const double distance = (eyeWorld - placeWorld).length();
+    const double rise = (eyeWorld - placeWorld) * up;
+    if (distance < clearanceMetres || rise > steepSine * distance) {
+        return false;
+    }
+    if (srs.isGeographic()) {
+        eye.x() -= 360.0 * std::round((eye.x() - place.x()) / 360.0);
+    }
+    Ground ground(tiles, profile);
+    const double from = std::max(place.z(), ground.heightAt(place.x(), place.y(), place.z())) +
+                        clearanceMetres + clearancePerMetre * distance;
+    const double sag = srs.isGeographic() ? (distance * distance - rise * rise) /
+                                                (2.0 * srs.getEllipsoid()->getRadiusEquator())
+                                          : 0.0;
+    for (int i = 1; i < samples; ++i) {
+        const double t = static_cast<double>(i * i) / (samples * samples);
+        const double height = from + (eye.z() - place.z()) * t - sag * t * (1.0 - t);
+        if (height > highestGroundMetres) {
+            return false;
+        }
+        if (ground.isHigher(place.x() + (eye.x() - place.x()) * t, place.y() + (eye.y() - place.y()) * t,
+                            height)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace osgEarth
