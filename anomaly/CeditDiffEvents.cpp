@@ -410,5 +410,6 @@ void CeditDiff::ShowDiffLabel(const osg::Vec3d& world) {
 
     removeFromGlobe(m_valueLabel);
     m_valueLabel = new PlaceNode(position, difference, style, icon.get());
+    m_valueLabel->setPriority(1.0F); // it was just asked for, so labels around it give way
     mapNode->addChild(m_valueLabel);
 }

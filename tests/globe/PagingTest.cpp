@@ -257,8 +257,8 @@ TEST_F(Paging, ReplacingHeightsMakesTheirSurroundingsAnew) {
 }
 
 TEST_F(Paging, ThousandsOfMovesLeaveMemoryFlatAndNoGLError) {
-    constexpr int moves = 3000;
-    constexpr int warmUp = 1000;
+    constexpr int moves = 10000;
+    constexpr int warmUp = 2000;
     constexpr unsigned limit = 200;
     start(limit, 64);
     globe->addImage("wide", writeColours("paging_soak.tif", wide(), red));

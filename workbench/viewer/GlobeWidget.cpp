@@ -42,21 +42,6 @@ osg::ref_ptr<osg::Group> makeScene(osgEarth::MapNode& mapNode) {
     return scene;
 }
 
-} // namespace
-
-void GlobeWidget::installSurfaceFormat() {
-    QSurfaceFormat format = QSurfaceFormat::defaultFormat();
-    format.setRenderableType(QSurfaceFormat::OpenGL);
-    // Mesa gives a core profile unless deprecated functions are asked for by name; OSG needs them.
-    format.setProfile(QSurfaceFormat::CompatibilityProfile);
-    format.setOption(QSurfaceFormat::DeprecatedFunctions);
-    format.setDepthBufferSize(24);
-    format.setStencilBufferSize(8);
-    QSurfaceFormat::setDefaultFormat(format);
-}
-
-namespace {
-
 void addHostBindings(osgEarth::Util::EarthManipulator::Settings& settings) {
     using Manipulator = osgEarth::Util::EarthManipulator;
     using Event = osgGA::GUIEventAdapter;
@@ -72,6 +57,17 @@ void addHostBindings(osgEarth::Util::EarthManipulator::Settings& settings) {
 }
 
 } // namespace
+
+void GlobeWidget::installSurfaceFormat() {
+    QSurfaceFormat format = QSurfaceFormat::defaultFormat();
+    format.setRenderableType(QSurfaceFormat::OpenGL);
+    // Mesa gives a core profile unless deprecated functions are asked for by name; OSG needs them.
+    format.setProfile(QSurfaceFormat::CompatibilityProfile);
+    format.setOption(QSurfaceFormat::DeprecatedFunctions);
+    format.setDepthBufferSize(24);
+    format.setStencilBufferSize(8);
+    QSurfaceFormat::setDefaultFormat(format);
+}
 
 GlobeWidget::GlobeWidget(QWidget* parent)
     : QOpenGLWidget(parent), m_compass(new Compass(this)), m_scaleBar(new ScaleBar(this)) {
