@@ -25,6 +25,13 @@ bool isPlain(const osg::StateSet& stateSet) {
              uniforms.begin()->first == Registry::objectIndex()->getObjectIDUniformName()));
 }
 
+/// Whether somebody gave the drawables of a built overlay ids of their own.
+bool hasMarkedVertices(const ImageOverlay& overlay) {
+    const osg::Geometry* mesh = overlay.getChild(0)->asGroup()->getChild(0)->asGeometry();
+    const int location = Registry::objectIndex()->getObjectIDAttribLocation();
+    return mesh->getVertexAttribArray(static_cast<unsigned>(location)) != nullptr;
+}
+
 } // namespace
 
 ImageOverlay::ImageOverlay(MapNode* mapNode, osg::Image* image)
@@ -194,7 +201,7 @@ bool ImageOverlay::isDrawnInBatch(osgUtil::CullVisitor& visitor) {
 // What a user put on the node holds for its own drawing only.
 bool ImageOverlay::canBeBatched() const {
     return _quad != nullptr && getCullCallback() == nullptr && getStateSet() != nullptr &&
-           isPlain(*getStateSet()) && _image->getModifiedCount() == _builtImage;
+           isPlain(*getStateSet()) && _image->getModifiedCount() == _builtImage && !hasMarkedVertices(*this);
 }
 
 void ImageOverlay::rebuild() {

@@ -118,6 +118,15 @@ TEST(RTTPicker, FindsSmallThingsExactly) {
     EXPECT_EQ(globe.pick(Lon + 0.0001, Lat), right);
 }
 
+TEST(RTTPicker, FindsASmallOverlayByTheMarksOfItsVertices) {
+    Picking globe;
+    const osg::ref_ptr<ImageOverlay> overlay = globe.addOverlay(Lon, Lat, 0.00004);
+    globe.look(1500.0);
+    globe.settle();
+    const ObjectID id = Registry::objectIndex()->tagAllDrawables(overlay, overlay);
+    EXPECT_EQ(globe.pick(Lon, Lat), id);
+}
+
 TEST(RTTPicker, TransparentAndUntaggedThings) {
     Picking globe;
     const ObjectID clear = tag(globe.addOverlay(Lon, Lat, 0.0005, 0.0f));
