@@ -2,6 +2,7 @@
 #include "OverlayBatches.h"
 #include "OverlayMesh.h"
 
+#include <osg/Geometry>
 #include <osgEarth/Registry>
 #include <osgEarthAnnotation/ImageOverlay>
 

@@ -4,7 +4,12 @@
 #include <osgText/Text>
 #include <osgUtil/RenderStage>
 
+#include <algorithm>
 #include <atomic>
+#include <map>
+#include <mutex>
+#include <set>
+#include <vector>
 
 namespace osgEarth {
 namespace Annotation {

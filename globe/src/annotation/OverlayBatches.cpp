@@ -2,8 +2,13 @@
 #include "GroundBias.h"
 
 #include <osg/BlendFunc>
+#include <osg/Geometry>
 #include <osgEarth/Registry>
 #include <osgEarth/VirtualProgram>
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
 
 namespace osgEarth {
 namespace Annotation {

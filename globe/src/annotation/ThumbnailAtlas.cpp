@@ -1,5 +1,8 @@
 #include "ThumbnailAtlas.h"
 
+#include <algorithm>
+#include <cmath>
+
 namespace osgEarth {
 namespace Annotation {
 namespace {
@@ -57,7 +60,9 @@ unsigned ThumbnailAtlas::Thumbnail::page() const {
 // Half a pixel of the level within the edges: there the hardware reads that pixel alone.
 void ThumbnailAtlas::Thumbnail::corners(int level, osg::Vec2f& lowerLeft, osg::Vec2f& upperRight) const {
     const unsigned place = _slot % SlotsPerPage;
-    const osg::Vec2f corner(static_cast<float>(place % PageColumns), static_cast<float>(place / PageColumns));
+    const unsigned column = place % PageColumns;
+    const unsigned row = place / PageColumns;
+    const osg::Vec2f corner(static_cast<float>(column), static_cast<float>(row));
     const float inset = 0.5f * static_cast<float>(1 << level) / Side;
     lowerLeft = (corner + osg::Vec2f(inset, inset)) / PageColumns;
     upperRight = (corner + osg::Vec2f(1.0f - inset, 1.0f - inset)) / PageColumns;

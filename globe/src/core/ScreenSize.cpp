@@ -2,6 +2,8 @@
 
 #include <osg/ValueObject>
 
+#include <algorithm>
+
 namespace osgEarth {
 namespace {
 

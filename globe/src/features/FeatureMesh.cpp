@@ -2,8 +2,12 @@
 #include "DetailSwitch.h"
 #include "Polylines.h"
 
+#include <osg/Geometry>
 #include <osg/LineStipple>
 #include <osgEarth/GLUtils>
+
+#include <algorithm>
+#include <cmath>
 
 namespace osgEarth {
 namespace Features {

@@ -1,5 +1,8 @@
 #include "SightLine.h"
 
+#include <algorithm>
+#include <cmath>
+
 namespace osgEarth {
 namespace {
 

@@ -1,5 +1,6 @@
 #include "CameraMotion.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace osgEarth {
