@@ -1,6 +1,6 @@
 #include "LabelBin.h"
+#include "../core/ScreenSize.h"
 
-#include <osg/View>
 #include <osgText/Text>
 #include <osgUtil/RenderStage>
 
@@ -72,11 +72,6 @@ LabelBin::LabelBin() {
 
 LabelBin::LabelBin(const LabelBin& rhs, const osg::CopyOp& op) : osgUtil::RenderBin(rhs, op) {}
 
-bool LabelBin::isOfView() const {
-    const osg::Camera* camera = getStage()->getCamera();
-    return camera != nullptr && camera->getView() != nullptr && camera->getView()->getCamera() == camera;
-}
-
 void LabelBin::sortImplementation() {
     copyLeavesFromStateGraphListToRenderLeafList();
     std::map<Label*, Candidate> byLabel;
@@ -94,7 +89,7 @@ void LabelBin::sortImplementation() {
     candidates.reserve(byLabel.size());
     for (auto& entry : byLabel)
         candidates.push_back(std::move(entry.second));
-    if (isOfView()) {
+    if (isViewCamera(getStage()->getCamera())) {
         std::sort(candidates.begin(), candidates.end());
         std::vector<const osg::BoundingBox*> taken;
         for (Candidate& candidate : candidates) {

@@ -45,7 +45,6 @@ protected:
 
 private:
     struct Candidate;
-    bool isOfView() const;
     void shrinkHidden(const std::vector<Candidate>& candidates);
 };
 

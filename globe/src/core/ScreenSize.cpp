@@ -1,6 +1,7 @@
 #include "ScreenSize.h"
 
 #include <osg/ValueObject>
+#include <osg/View>
 
 #include <algorithm>
 
@@ -20,6 +21,10 @@ osg::Vec2d pixelScale(const osg::Camera& camera) {
     osg::Vec2d scale(1.0, 1.0);
     camera.getUserValue(pixelScaleName, scale);
     return scale;
+}
+
+bool isViewCamera(const osg::Camera* camera) {
+    return camera != nullptr && camera->getView() != nullptr && camera->getView()->getCamera() == camera;
 }
 
 double pixelsInWindow(const osg::BoundingSphere& bound, osgUtil::CullVisitor& visitor) {

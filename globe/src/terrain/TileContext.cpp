@@ -1,5 +1,6 @@
 #include "TileContext.h"
 
+#include "../core/ScreenSize.h"
 #include "TileLoader.h"
 
 namespace osgEarth {
@@ -45,8 +46,7 @@ float TileContext::refinementPixels() const {
 }
 
 bool TileContext::isViewCamera(const osgUtil::CullVisitor& visitor) {
-    const osg::Camera* camera = const_cast<osgUtil::CullVisitor&>(visitor).getCurrentCamera();
-    return camera != nullptr && camera->getView() != nullptr && camera->getView()->getCamera() == camera;
+    return osgEarth::isViewCamera(const_cast<osgUtil::CullVisitor&>(visitor).getCurrentCamera());
 }
 
 float TileContext::pixelsPerRadian(const osgUtil::CullVisitor& visitor) {
