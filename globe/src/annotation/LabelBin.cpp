@@ -66,9 +66,7 @@ void LabelBin::install(osg::StateSet* stateSet, int binNumber) {
     stateSet->setRenderBinDetails(binNumber, name, osg::StateSet::OVERRIDE_RENDERBIN_DETAILS);
 }
 
-LabelBin::LabelBin() {
-    setSortMode(SORT_BACK_TO_FRONT);
-}
+LabelBin::LabelBin() = default;
 
 LabelBin::LabelBin(const LabelBin& rhs, const osg::CopyOp& op) : osgUtil::RenderBin(rhs, op) {}
 
