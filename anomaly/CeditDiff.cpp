@@ -1,5 +1,6 @@
 #include "anomaly/CeditDiff.h"
 
+#include "anomaly/FrameRectangle.h"
 #include "anomaly/Highlight.h"
 #include "anomaly/StationScan.h"
 #include "anomaly/kv_setdiffattri.h"
@@ -22,6 +23,8 @@
 #include <osgEarthSymbology/PolygonSymbol>
 #include <osgEarthUtil/EarthManipulator>
 #include <osgViewer/View>
+
+#include <algorithm>
 
 using osgEarth::Symbology::AltitudeSymbol;
 using osgEarth::Symbology::Color;
@@ -58,6 +61,10 @@ CeditDiff::CeditDiff() : zeo::ToolPlugin(kKey), m_ownKey(kKey) {
     connect(this, SIGNAL(signal_checkDff()), this, SLOT(checkDff()));
     connect(this, SIGNAL(signal_deleteDff()), this, SLOT(OnDeleteDff()));
     buildMenu();
+
+    AVWindow* table = IORVAContext::Instance()->GetAVWindow();
+    m_currentItem = table->GetCurrentItem();
+    connect(table, &AVWindow::selectionChanged, this, &CeditDiff::adoptTableSelection);
 }
 
 CeditDiff::~CeditDiff() = default;
@@ -84,7 +91,8 @@ void CeditDiff::OnActivate() {
     setButtonChecked(m_pButton, !m_toggle);
 
     m_frameFeatureNode = nullptr;
-    prepareStyles();
+    prepareAreaStyle();
+    m_frameStyle = makeFrameStyle();
     m_frameGroup = new osg::Group;
     applyGlobalDefaults(m_frameGroup);
     osgPush(kFrameName);
@@ -92,7 +100,7 @@ void CeditDiff::OnActivate() {
 
 void CeditDiff::OnDeactivate() {
     m_stationItems.clear();
-    m_currentItem = nullptr;
+    m_currentItem = IORVAContext::Instance()->GetAVWindow()->GetCurrentItem();
     m_doubleClickPoint.reset();
     if (EarthManipulator* manipulator = globeManipulator())
         manipulator->getSettings()->bindMouse(EarthManipulator::ACTION_EARTH_DRAG,
@@ -103,33 +111,28 @@ void CeditDiff::OnDeactivate() {
     // Left before the picker arrived, it must still be taken out again.
     if (m_picker || m_pickerIsComing)
         osgPush("removePick");
-    for (const auto& overlay : m_hoverPickList)
-        ClearHighlight(*overlay);
-    m_hoverPickList.clear();
+    if (!m_hoverPickList.empty()) {
+        clearHoverPicks();
+        tellTable({});
+    }
+    m_lastPickedId = PickCallback::kNothing;
 
     m_toggle = !isButtonChecked(m_pButton);
     m_toolState = Inactive;
     setButtonChecked(m_pButton, false);
 }
 
-void CeditDiff::prepareStyles() {
+void CeditDiff::prepareAreaStyle() {
     auto* fill = m_areaStyle.getOrCreate<PolygonSymbol>();
     fill->fill()->color() = Color(1, 1, 0, 5);
-    auto* areaLine = m_areaStyle.getOrCreate<LineSymbol>();
-    areaLine->stroke()->color() = Color::White;
-    areaLine->stroke()->width() = 1.0F;
-    areaLine->stroke()->widthUnits() = osgEarth::Units::PIXELS;
-
-    auto* frameLine = m_frameStyle.getOrCreate<LineSymbol>();
-    frameLine->stroke()->color() = Color::Red;
-    frameLine->stroke()->width() = 2.0F;
-
-    for (auto* style : {&m_areaStyle, &m_frameStyle}) {
-        auto* altitude = style->getOrCreate<AltitudeSymbol>();
-        altitude->clamping() = AltitudeSymbol::CLAMP_TO_TERRAIN;
-        altitude->technique() = AltitudeSymbol::TECHNIQUE_DRAPE;
-        altitude->verticalOffset() = 0.1;
-    }
+    auto* line = m_areaStyle.getOrCreate<LineSymbol>();
+    line->stroke()->color() = Color::White;
+    line->stroke()->width() = 1.0F;
+    line->stroke()->widthUnits() = osgEarth::Units::PIXELS;
+    auto* altitude = m_areaStyle.getOrCreate<AltitudeSymbol>();
+    altitude->clamping() = AltitudeSymbol::CLAMP_TO_TERRAIN;
+    altitude->technique() = AltitudeSymbol::TECHNIQUE_DRAPE;
+    altitude->verticalOffset() = 0.1;
 }
 
 void CeditDiff::OnMessage(std::string message) { // NOLINT(performance-unnecessary-value-param): by contract
@@ -179,10 +182,8 @@ void CeditDiff::addFrameSelection() {
 
 void CeditDiff::removeFrameSelection() {
     removeFromGlobe(frameGroupInScene());
-    if (m_frameFeatureNode) {
-        m_frameFeatureNode->getFeature()->getGeometry()->clear();
-        m_frameFeatureNode->dirty();
-    }
+    if (m_frameFeatureNode)
+        eraseFrame(*m_frameFeatureNode);
     osgPush(kFrameName);
 }
 
@@ -247,6 +248,16 @@ void CeditDiff::showCurrentItem() {
     table->AddData();
 }
 
+// The menu and the question wait for the user; meanwhile the project may have gone, and its items with it.
+void CeditDiff::dropVanishedItem() {
+    IORVAContext* context = IORVAContext::Instance();
+    const std::vector<KV_StationItem*> items = context->GetStationWindow()->GetSelectedStationItem();
+    const bool isThere = m_currentItem == context->GetAVWindow()->GetCurrentItem() ||
+                         std::find(items.begin(), items.end(), m_currentItem) != items.end();
+    if (!isThere)
+        m_currentItem = nullptr;
+}
+
 void CeditDiff::OnDeleteItem() {
     constexpr int kConfirmed = 0;
     const int answer = myMessageBox::showMyMessageBox(IORVAContext::Instance()->GetMainWindow(), tr("提示"),
@@ -254,6 +265,7 @@ void CeditDiff::OnDeleteItem() {
                                                       myMessageBox::YesNo, true);
     if (answer != kConfirmed)
         return;
+    dropVanishedItem();
     if (m_currentItem)
         IORVAContext::Instance()->GetAVWindow()->DeleteItems(m_currentItem, m_selectedAnomalies);
     m_currentItem = nullptr;
@@ -294,6 +306,7 @@ void CeditDiff::SetDiffAttribute(const char* text) {
 void CeditDiff::storeDiffAttribute(const std::string& gbkText) {
     for (SdiffData& anomaly : m_selectedAnomalies)
         anomaly.attribute = gbkText;
+    dropVanishedItem();
     if (m_currentItem)
         IORVAContext::Instance()->GetAVWindow()->SetItemAtrii(m_currentItem, m_selectedAnomalies);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "anomaly/GlobeOverlays.h"
 #include "anomaly/PickCallback.h"
 #include "host/engine/ToolPlugin.h"
 #include "host/inspection/Station.h"
@@ -9,7 +10,6 @@
 #include <osg/Vec2d>
 #include <osg/Vec3d>
 #include <osgEarthAnnotation/FeatureNode>
-#include <osgEarthAnnotation/ImageOverlay>
 #include <osgEarthAnnotation/PlaceNode>
 #include <osgEarthSymbology/Style>
 #include <osgEarthUtil/RTTPicker>
@@ -27,6 +27,8 @@ class View;
 ///
 /// Slots and activation run on the GUI thread, handle and OnMessage in the viewer's frame loop. The picker
 /// and the frame-selection group come and go only in OnMessage, by messages that the tool posts to itself.
+/// What is highlighted on the globe and the selected rows of the anomaly table are one selection: the tool
+/// tells the table what it highlighted, and takes over what the user selected there, active or not.
 class CeditDiff : public zeo::ToolPlugin, public CXCommandHandler {
     Q_OBJECT
 
@@ -70,11 +72,10 @@ public slots:
     void checkDff();
 
 private:
-    using Overlays = std::vector<osg::ref_ptr<osgEarth::Annotation::ImageOverlay>>;
     enum State { Constructed = 0, Active = 1, Inactive = 2 };
 
     void buildMenu();
-    void prepareStyles();
+    void prepareAreaStyle();
     void addPicker();
     void removePicker();
     void addFrameSelection();
@@ -90,21 +91,27 @@ private:
     void onKeyDown(osgViewer::View& view, const osgGA::GUIEventAdapter& ea);
     void onKeyUp(osgViewer::View& view, const osgGA::GUIEventAdapter& ea);
     void rememberPosition(const osgGA::GUIEventAdapter& ea);
-    void pickHovered(const osg::Vec3d& world);
-    void toggleHovered(int pickedId);
-    void pickByBounds(const osg::Vec3d& world);
-    void highlightByBounds(const osg::Vec2d& lonLat);
-    void highlightNearest(const osg::Vec2d& lonLat);
-    void clearHoverPicks();
-    void selectInFrame(const osgEarth::Bounds& frame);
     void UpdateFrameRect(const osg::Vec3d& onMap);
     void ShowDiffLabel(const osg::Vec3d& world);
     double differenceAt(const osg::Vec3d& world);
+
+    // What is selected, in CeditDiffSelection.cpp.
+    void pickHovered(const osg::Vec3d& world);
+    void toggleHovered(int pickedId);
+    void pickByBounds(const osg::Vec3d& world);
+    void highlightByBounds(const anomaly::Place& lonLat);
+    void highlightNearest(const anomaly::Place& lonLat);
+    void selectInFrame(const anomaly::Box& frame);
+    void clearHoverPicks();
+    void clearBoundsPicks();
+    void tellTable(const Overlays& highlighted);
+    void adoptTableSelection(const std::vector<std::string>& names);
 
     bool CollectSelectedDiffs();
     void SetDiffAttribute(const char* text);
     void storeDiffAttribute(const std::string& gbkText);
     void showCurrentItem();
+    void dropVanishedItem();
 
     std::vector<KV_StationItem*> m_stationItems; ///< as of the last scan
     osg::Vec3d m_rightClickPoint;                ///< world

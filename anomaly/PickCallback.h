@@ -1,5 +1,7 @@
 #pragma once
 
+#include "anomaly/Selection.h"
+
 #include <QWidget>
 
 #include <osgEarthUtil/RTTPicker>
@@ -11,7 +13,7 @@ class PickCallback : public QWidget, public osgEarth::Util::RTTPicker::Callback 
     Q_OBJECT
 
 public:
-    static constexpr int kNothing = -999;
+    static constexpr int kNothing = anomaly::kNothingPicked;
 
     /// Only overlays count; other objects under the pointer leave the id as it is.
     void onHit(osgEarth::ObjectID id) override;

@@ -40,10 +40,22 @@ void EmbeddedViewer::setFramebuffer(unsigned id) {
     m_window->setDefaultFboId(id);
 }
 
-void EmbeddedViewer::draw() {
+void EmbeddedViewer::prepare() {
     if (m_framesOwed > 0)
         --m_framesOwed;
-    frame();
+    if (_firstFrame) {
+        viewerInit();
+        if (!isRealized())
+            realize();
+        _firstFrame = false;
+    }
+    advance();
+    eventTraversal();
+    updateTraversal();
+}
+
+void EmbeddedViewer::draw() {
+    renderingTraversals();
 }
 
 bool EmbeddedViewer::needsFrame() {

@@ -142,9 +142,10 @@ void GlobeWidget::resizeGL(int width, int height) {
 }
 
 void GlobeWidget::paintGL() {
+    if (!m_prepared)
+        prepareFrame();
     // Qt makes a new frame buffer with every resize.
     m_viewer->setFramebuffer(defaultFramebufferObject());
-    watchPreparation(); // before the frame, or what becomes ready during it would be missed
     m_viewer->draw();
     readInstruments();
     reportPointer();
@@ -159,11 +160,15 @@ void GlobeWidget::wakeUp() {
 }
 
 void GlobeWidget::tick() {
+    if (m_preparing)
+        return; // goes on when the handler that waits for the user returns
     if (m_workBetweenFrames) {
         makeCurrent();
         m_workBetweenFrames();
     }
     if (m_viewer->needsFrame()) {
+        if (m_prepared)
+            prepareFrame();
         update();
     } else if (m_viewer->hasBackgroundWork()) {
         m_timer.start(kLoadingPollMilliseconds);
@@ -171,6 +176,15 @@ void GlobeWidget::tick() {
         m_asleep = true;
         emit pictureCompleted();
     }
+}
+
+// Not while painting: a tool's menu runs an event loop, in which this widget and others are painted.
+void GlobeWidget::prepareFrame() {
+    watchPreparation(); // before the frame, or what becomes ready during it would be missed
+    m_preparing = true;
+    m_viewer->prepare();
+    m_preparing = false;
+    m_prepared = true;
 }
 
 // Goes on by its own timer, because the globe may be asleep meanwhile.
@@ -267,13 +281,29 @@ void GlobeWidget::keyReleaseEvent(QKeyEvent* event) {
     requestRedraw();
 }
 
-void GlobeWidget::focusOutEvent(QFocusEvent* event) {
-    // The release of a key that is held while the focus goes elsewhere never arrives here.
+// The release of a key that is held while the focus goes elsewhere never arrives here.
+void GlobeWidget::releaseHeldKeys() {
     for (const int key : m_heldKeys)
         m_viewer->getEventQueue()->keyRelease(key);
     m_heldKeys.clear();
     requestRedraw();
+}
+
+void GlobeWidget::focusOutEvent(QFocusEvent* event) {
+    releaseHeldKeys();
     QOpenGLWidget::focusOutEvent(event);
+}
+
+void GlobeWidget::showEvent(QShowEvent* event) {
+    window()->installEventFilter(this);
+    QOpenGLWidget::showEvent(event);
+}
+
+// A dialog takes the keyboard also where no window manager moves the focus.
+bool GlobeWidget::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() == QEvent::WindowBlocked)
+        releaseHeldKeys();
+    return QOpenGLWidget::eventFilter(watched, event);
 }
 
 void GlobeWidget::leaveEvent(QEvent* event) {

@@ -34,7 +34,8 @@ public:
     void requestRedraw() override;
 
     GlobeMap& map() { return m_map; }
-    /// `work` runs before each frame and may change scene and event handlers.
+    /// `work` runs before each frame and may change scene and event handlers. Not while an event handler
+    /// waits for the user.
     void setWorkBetweenFrames(std::function<void()> work) { m_workBetweenFrames = std::move(work); }
     /// True when everything that the view needs is loaded and drawn.
     bool isPictureComplete();
@@ -60,11 +61,15 @@ protected:
     void keyPressEvent(QKeyEvent* event) override;
     void keyReleaseEvent(QKeyEvent* event) override;
     void focusOutEvent(QFocusEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
     void leaveEvent(QEvent* event) override;
 
 private:
     void wakeUp();
     void tick();
+    void prepareFrame();
+    void releaseHeldKeys();
     void turnNorth();
     void readInstruments();
     void reportPointer();
@@ -81,6 +86,8 @@ private:
     QTimer m_preparationTimer;
     int m_preparationPercent = 100;
     bool m_asleep = true;
+    bool m_prepared = false;  ///< the scene was brought up to date at least once
+    bool m_preparing = false; ///< events are being handed out; a handler may be waiting for the user
     bool m_pointerMoved = false;
     QPointF m_pointer;
     std::set<int> m_heldKeys;

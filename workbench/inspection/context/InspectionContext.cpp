@@ -24,6 +24,11 @@ using inspection::SpecialObjectNodes;
 using inspection::StationTreeWindow;
 using inspection::StationWork;
 
+namespace {
+constexpr double kFlightSeconds = 1.5;
+constexpr double kStepSeconds = 0.6; ///< from one row of the table to the next
+} // namespace
+
 IORVAContext* IORVAContext::Instance() {
     return &InspectionContext::instance();
 }
@@ -55,13 +60,18 @@ void InspectionContext::connectWindows() {
     connect(m_session.get(), &Session::closing, this, &InspectionContext::projectClosing);
     connect(m_session.get(), &Session::closing, m_stations, &StationTreeWindow::clear);
     connect(m_session.get(), &Session::closing, m_images, &ImageWindow::clear);
-    connect(m_session.get(), &Session::parametersChanged, m_stations, &StationTreeWindow::refreshOverlays);
+    connect(m_session.get(), &Session::parametersChanged, m_stations, &StationTreeWindow::recolourOverlays);
 
     connect(m_stations, &StationTreeWindow::currentStationChanged, m_anomalies,
             &AnomalyTableWindow::showStation);
     connect(m_anomalies, &AnomalyTableWindow::anomaliesChanged, m_stations,
             &StationTreeWindow::refreshStation);
-    connect(m_anomalies, &AnomalyTableWindow::anomalyActivated, this, &InspectionContext::showAnomaly);
+    connect(m_anomalies, &AnomalyTableWindow::anomalyActivated, this,
+            [this](const SdiffData& anomaly) { showAnomaly(anomaly, kFlightSeconds); });
+    connect(m_anomalies, &AnomalyTableWindow::anomalyReached, this,
+            [this](const SdiffData& anomaly) { showAnomaly(anomaly, kStepSeconds); });
+    connect(m_stations, &StationTreeWindow::overlaysShown, m_anomalies,
+            &AnomalyTableWindow::announceSelection);
 
     StationWork& work = m_stations->work();
     connect(&work, &StationWork::computeFinished, m_progress, &ProgressWidget::showResult);
@@ -88,12 +98,12 @@ void InspectionContext::shutdown() {
     m_session.reset();
 }
 
-void InspectionContext::showAnomaly(const SdiffData& anomaly) {
+void InspectionContext::showAnomaly(const SdiffData& anomaly, double flightSeconds) {
     constexpr double kRangeOfExtent = 4.0;
     constexpr double kLeastRangeMetres = 40.0;
     const double extent = std::max(anomaly.xMax - anomaly.xMin, anomaly.yMax - anomaly.yMin);
     inspection::flyTo(anomaly.lonDegrees, anomaly.latDegrees,
-                      std::max(extent * kRangeOfExtent, kLeastRangeMetres));
+                      std::max(extent * kRangeOfExtent, kLeastRangeMetres), flightSeconds);
     m_images->CreatZoomItem(m_anomalies->GetCurrentItem(), anomaly);
 }
 

@@ -88,7 +88,7 @@ private:
     ~InspectionContext() override;
 
     void connectWindows();
-    void showAnomaly(const SdiffData& anomaly);
+    void showAnomaly(const SdiffData& anomaly, double flightSeconds);
 
     std::unique_ptr<inspection::Session> m_session;
     std::unique_ptr<inspection::AnomalyOverlays> m_overlays;

@@ -1,11 +1,13 @@
 #include "workbench/inspection/database/AnomalyTable.h"
 
+#include "host/Gbk.h"
 #include "workbench/inspection/database/Fields.h"
 #include "workbench/inspection/database/Schema.h"
 
 namespace inspection {
 
 using mysqlhelper::KV_MySQL;
+using mysqlhelper::KV_MySQL_Exception;
 using mysqlhelper::KV_Record;
 
 namespace {
@@ -64,6 +66,10 @@ KV_Record recordOf(std::uint32_t stationId, const SdiffData& anomaly) {
     return fields;
 }
 
+bool isStored(KV_MySQL& database, const SdiffData& anomaly) {
+    return !database.queryRecord("select id from anomaly where id=?", {anomaly.id}).empty();
+}
+
 } // namespace
 
 std::vector<SdiffData> readAnomalies(KV_MySQL& database, std::uint32_t stationId) {
@@ -84,7 +90,11 @@ void insertAnomalies(KV_MySQL& database, std::uint32_t stationId, std::vector<Sd
 void storeAttributes(KV_MySQL& database, const std::vector<SdiffData>& anomalies) {
     KV_MySQL::Transaction transaction(database);
     for (const SdiffData& anomaly : anomalies) {
-        database.updateRecord(kAnomalyTable, {{"attribute", anomaly.attribute}}, "where id=?", {anomaly.id});
+        const std::int64_t changed = database.updateRecord(kAnomalyTable, {{"attribute", anomaly.attribute}},
+                                                           "where id=?", {anomaly.id});
+        if (changed == 0 && !isStored(database, anomaly)) {
+            throw KV_MySQL_Exception("anomaly " + gbkToUtf8(anomaly.name) + " is not stored any more");
+        }
     }
     transaction.commit();
 }

@@ -19,10 +19,11 @@ INSPECTION_API std::vector<SdiffData> readAnomalies(mysqlhelper::KV_MySQL& datab
 INSPECTION_API void insertAnomalies(mysqlhelper::KV_MySQL& database, std::uint32_t stationId,
                                     std::vector<SdiffData>& anomalies);
 
-/// Stores the attribute of each anomaly under its id, in one transaction.
+/// Stores the attribute of each anomaly under its id, in one transaction. Throws as well when one of them is
+/// not stored any more.
 INSPECTION_API void storeAttributes(mysqlhelper::KV_MySQL& database, const std::vector<SdiffData>& anomalies);
 
-/// Deletes the anomalies by id, in one transaction.
+/// Deletes the anomalies by id, in one transaction. One that is gone already is no error.
 INSPECTION_API void deleteAnomalies(mysqlhelper::KV_MySQL& database, const std::vector<SdiffData>& anomalies);
 
 } // namespace inspection

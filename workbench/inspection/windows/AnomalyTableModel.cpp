@@ -36,23 +36,6 @@ QString cellText(const SdiffData& anomaly, int column) {
     }
 }
 
-QVariant sortValue(const SdiffData& anomaly, int column) {
-    switch (column) {
-    case AnomalyTableModel::Area:
-        return anomaly.areaSquareMetres;
-    case AnomalyTableModel::Volume:
-        return anomaly.volumeCubicMetres();
-    case AnomalyTableModel::MeanDifference:
-        return anomaly.dzMeanMetres;
-    case AnomalyTableModel::LargestDifference:
-        return std::abs(largestDifferenceMetres(anomaly));
-    case AnomalyTableModel::Position:
-        return anomaly.lonDegrees;
-    default:
-        return cellText(anomaly, column);
-    }
-}
-
 QString fullText(const SdiffData& anomaly, int column) {
     return column == AnomalyTableModel::Attribute ? fromGbk(anomaly.attribute) : cellText(anomaly, column);
 }
@@ -68,32 +51,55 @@ AnomalyTableModel::AnomalyTableModel(QObject* parent) : QAbstractTableModel(pare
 void AnomalyTableModel::setAnomalies(std::vector<SdiffData> anomalies) {
     beginResetModel();
     m_anomalies = std::move(anomalies);
+    indexRows();
     endResetModel();
 }
 
+void AnomalyTableModel::indexRows() {
+    m_rows.clear();
+    m_rows.reserve(m_anomalies.size());
+    for (std::size_t row = 0; row < m_anomalies.size(); ++row) {
+        m_rows.emplace(m_anomalies[row].name, static_cast<int>(row));
+    }
+}
+
 int AnomalyTableModel::rowOf(const std::string& name) const {
-    const auto found = std::find_if(m_anomalies.begin(), m_anomalies.end(),
-                                    [&name](const SdiffData& anomaly) { return anomaly.name == name; });
-    return found == m_anomalies.end() ? -1 : static_cast<int>(found - m_anomalies.begin());
+    const auto found = m_rows.find(name);
+    return found == m_rows.end() ? -1 : found->second;
 }
 
-void AnomalyTableModel::setAttribute(const std::string& name, const std::string& attribute) {
-    const int row = rowOf(name);
-    if (row < 0) {
-        return;
+void AnomalyTableModel::setAttributes(const std::vector<SdiffData>& changed) {
+    int first = rowCount();
+    int last = -1;
+    for (const SdiffData& each : changed) {
+        const int row = rowOf(each.name);
+        if (row >= 0) {
+            m_anomalies[static_cast<std::size_t>(row)].attribute = each.attribute;
+            first = std::min(first, row);
+            last = std::max(last, row);
+        }
     }
-    m_anomalies[static_cast<std::size_t>(row)].attribute = attribute;
-    emit dataChanged(index(row, Attribute), index(row, Attribute));
+    if (last >= 0) {
+        emit dataChanged(index(first, Attribute), index(last, Attribute));
+    }
 }
 
-void AnomalyTableModel::remove(const std::string& name) {
-    const int row = rowOf(name);
-    if (row < 0) {
-        return;
+void AnomalyTableModel::remove(const std::set<std::string>& names) {
+    const auto goes = [&](int row) { return names.count(anomaly(row).name) != 0; };
+    for (int last = rowCount() - 1; last >= 0; --last) {
+        if (!goes(last)) {
+            continue;
+        }
+        int first = last;
+        while (first > 0 && goes(first - 1)) {
+            --first;
+        }
+        beginRemoveRows({}, first, last);
+        m_anomalies.erase(m_anomalies.begin() + first, m_anomalies.begin() + last + 1);
+        indexRows();
+        endRemoveRows();
+        last = first;
     }
-    beginRemoveRows({}, row, row);
-    m_anomalies.erase(m_anomalies.begin() + row);
-    endRemoveRows();
 }
 
 int AnomalyTableModel::rowCount(const QModelIndex& parent) const {
@@ -114,14 +120,19 @@ QVariant AnomalyTableModel::data(const QModelIndex& index, int role) const {
         return cellText(anomaly, index.column());
     case Qt::ToolTipRole:
         return fullText(anomaly, index.column());
-    case kSortRole:
-        return sortValue(anomaly, index.column());
+    case Qt::EditRole:
+        return fullText(anomaly, index.column());
     case Qt::TextAlignmentRole:
         return QVariant::fromValue(Qt::AlignVCenter |
                                    (isFigure(index.column()) ? Qt::AlignRight : Qt::AlignLeft));
     default:
         return {};
     }
+}
+
+Qt::ItemFlags AnomalyTableModel::flags(const QModelIndex& index) const {
+    const Qt::ItemFlags flags = QAbstractTableModel::flags(index);
+    return index.column() == Attribute ? flags | Qt::ItemIsEditable : flags;
 }
 
 QVariant AnomalyTableModel::headerData(int section, Qt::Orientation orientation, int role) const {

@@ -1,20 +1,19 @@
 #include "workbench/inspection/windows/AnomalyTableWindow.h"
 
 #include "host/Gbk.h"
+#include "host/style/myMessageBox.h"
 #include "workbench/inspection/context/Session.h"
 #include "workbench/inspection/database/AnomalyTable.h"
+#include "workbench/inspection/windows/AnomalyFilterBar.h"
 #include "workbench/inspection/windows/AnomalyOverlays.h"
 #include "workbench/inspection/windows/AnomalyTableModel.h"
+#include "workbench/inspection/windows/AnomalyTableView.h"
 
-#include <QHeaderView>
-#include <QLabel>
-#include <QSortFilterProxyModel>
-#include <QTableView>
 #include <QVBoxLayout>
 
 #include <algorithm>
 #include <iostream>
-#include <set>
+#include <unordered_map>
 
 namespace inspection {
 
@@ -22,6 +21,8 @@ using mysqlhelper::KV_MySQL;
 using mysqlhelper::KV_MySQL_Exception;
 
 namespace {
+
+constexpr int kReachedMilliseconds = 200;
 
 std::set<std::string> namesOf(const std::vector<SdiffData>& anomalies) {
     std::set<std::string> names;
@@ -32,11 +33,14 @@ std::set<std::string> namesOf(const std::vector<SdiffData>& anomalies) {
 }
 
 void copyAttributes(const std::vector<SdiffData>& from, std::vector<SdiffData>& to) {
+    std::unordered_map<std::string, const std::string*> attributes;
     for (const SdiffData& changed : from) {
-        for (SdiffData& anomaly : to) {
-            if (anomaly.name == changed.name) {
-                anomaly.attribute = changed.attribute;
-            }
+        attributes[changed.name] = &changed.attribute;
+    }
+    for (SdiffData& anomaly : to) {
+        const auto changed = attributes.find(anomaly.name);
+        if (changed != attributes.end()) {
+            anomaly.attribute = *changed->second;
         }
     }
 }
@@ -47,43 +51,73 @@ void removeNamed(const std::set<std::string>& names, std::vector<SdiffData>& ano
                     anomalies.end());
 }
 
+/// Whole rows, in as few ranges as possible. `rows` in any order.
+QItemSelection rowSelection(const QAbstractItemModel& model, std::vector<int> rows) {
+    std::sort(rows.begin(), rows.end());
+    QItemSelection selection;
+    for (std::size_t first = 0; first < rows.size();) {
+        std::size_t last = first;
+        while (last + 1 < rows.size() && rows[last + 1] == rows[last] + 1) {
+            ++last;
+        }
+        selection.append({model.index(rows[first], 0), model.index(rows[last], model.columnCount() - 1)});
+        first = last + 1;
+    }
+    return selection;
+}
+
 } // namespace
 
 AnomalyTableWindow::AnomalyTableWindow(Session& session, AnomalyOverlays& overlays, QWidget* parent)
     : AVWindow(parent), m_session(session), m_overlays(overlays), m_model(new AnomalyTableModel(this)),
-      m_sorted(new QSortFilterProxyModel(this)), m_table(new QTableView), m_summary(new QLabel) {
-    m_sorted->setSourceModel(m_model);
-    m_sorted->setSortRole(AnomalyTableModel::kSortRole);
-    m_sorted->setSortLocaleAware(true);
+      m_filter(new AnomalyFilter(this)), m_bar(new AnomalyFilterBar) {
+    m_filter->setSourceModel(m_model);
+    m_table = new AnomalyTableView(*m_filter);
     build();
+    connectTable();
     updateSummary();
-    connect(m_table, SIGNAL(activated(QModelIndex)), this, SLOT(activate(QModelIndex)));
 }
 
 AnomalyTableWindow::~AnomalyTableWindow() = default;
 
 void AnomalyTableWindow::build() {
-    m_summary->setObjectName("anomalySummary");
-    m_table->setObjectName("anomalyTable");
-    m_table->setModel(m_sorted);
-    m_table->setSortingEnabled(true);
-    m_table->sortByColumn(AnomalyTableModel::Name, Qt::AscendingOrder);
-    m_table->setSelectionBehavior(QAbstractItemView::SelectRows);
-    m_table->setSelectionMode(QAbstractItemView::ExtendedSelection);
-    m_table->setEditTriggers(QAbstractItemView::NoEditTriggers);
-    m_table->setAlternatingRowColors(true);
-    m_table->setShowGrid(false);
-    m_table->setWordWrap(false);
-    m_table->verticalHeader()->hide();
-    m_table->verticalHeader()->setDefaultSectionSize(m_table->fontMetrics().height() + 8);
-    m_table->horizontalHeader()->setHighlightSections(false);
-    m_table->horizontalHeader()->setStretchLastSection(true);
-
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(6, 6, 6, 6);
     column->setSpacing(4);
-    column->addWidget(m_summary);
+    column->addWidget(m_bar);
     column->addWidget(m_table, 1);
+}
+
+void AnomalyTableWindow::connectTable() {
+    for (QTimer* timer : {&m_take, &m_show, &m_reached}) {
+        timer->setSingleShot(true);
+    }
+    m_reached.setInterval(kReachedMilliseconds);
+    connect(&m_take, &QTimer::timeout, this, &AnomalyTableWindow::takeSelection);
+    connect(&m_show, &QTimer::timeout, this, &AnomalyTableWindow::showSelection);
+    connect(&m_reached, &QTimer::timeout, this, [this] {
+        if (const SdiffData* anomaly = anomalyAt(m_table->currentIndex())) {
+            emit anomalyReached(*anomaly);
+        }
+    });
+    connect(m_table->selectionModel(), &QItemSelectionModel::selectionChanged, this, [this] {
+        if (!m_showingSelection) {
+            m_take.start(0);
+        }
+    });
+    connect(m_table, &AnomalyTableView::walked, this, [this] { m_reached.start(); });
+    connect(m_table, &AnomalyTableView::attributeRequested, this, &AnomalyTableWindow::classifySelected);
+    connect(m_table, &AnomalyTableView::deleteRequested, this, &AnomalyTableWindow::deleteSelected);
+    connect(m_table, &AnomalyTableView::showRequested, this, [this](const QModelIndex& index) {
+        if (const SdiffData* anomaly = anomalyAt(index)) {
+            m_reached.stop();
+            emit anomalyActivated(*anomaly);
+        }
+    });
+    connect(m_bar, &AnomalyFilterBar::attributeChosen, m_filter, &AnomalyFilter::setAttributeFilter);
+    connect(m_bar, &AnomalyFilterBar::signChosen, m_filter, &AnomalyFilter::setSignFilter);
+    connect(m_bar, &AnomalyFilterBar::attributeChosen, this, &AnomalyTableWindow::updateSummary);
+    connect(m_bar, &AnomalyFilterBar::signChosen, this, &AnomalyTableWindow::updateSummary);
 }
 
 void AnomalyTableWindow::SetCurrentItem(const KV_StationItem& item) {
@@ -92,60 +126,117 @@ void AnomalyTableWindow::SetCurrentItem(const KV_StationItem& item) {
 }
 
 void AnomalyTableWindow::Refresh() {
+    m_take.stop();
     m_model->setAnomalies({});
     updateSummary();
 }
 
 void AnomalyTableWindow::AddData() {
+    m_take.stop();
     m_model->setAnomalies(m_current.m_diffData.m_anomalies);
-    m_table->resizeColumnsToContents();
-    const int room = m_table->fontMetrics().averageCharWidth() * 2;
-    for (int column = 0; column + 1 < m_model->columnCount(); ++column) {
-        m_table->setColumnWidth(column, m_table->columnWidth(column) + room);
-    }
-    updateSummary();
+    m_table->fitColumns();
+    showSelection();
 }
 
 void AnomalyTableWindow::showStation(KV_StationItem* item) {
+    if (item == nullptr && !m_selectedNames.empty()) {
+        m_selectedNames.clear();
+        announceSelection();
+    }
     Refresh();
     SetCurrentItem(item != nullptr ? *item : KV_StationItem());
     AddData();
 }
 
 void AnomalyTableWindow::updateSummary() {
+    const auto& anomalies = m_model->anomalies();
+    m_bar->setAnomalies(anomalies);
     if (m_current.GetStationId() == 0) {
-        m_summary->setText(tr("未选择站段"));
+        m_bar->setSummary(tr("未选择站段"));
         return;
     }
-    const auto& anomalies = m_model->anomalies();
     const auto fills =
         std::count_if(anomalies.begin(), anomalies.end(), [](const auto& each) { return each.isFill; });
     const auto judged = std::count_if(anomalies.begin(), anomalies.end(),
                                       [](const auto& each) { return !each.attribute.empty(); });
-    m_summary->setText(tr("%1：共 %2 处异常，填方 %3，挖方 %4，已判定 %5")
-                           .arg(fromGbk(m_current.m_station.m_name))
-                           .arg(anomalies.size())
-                           .arg(fills)
-                           .arg(static_cast<qsizetype>(anomalies.size()) - fills)
-                           .arg(judged));
+    QString text = tr("%1：共 %2 处异常，填方 %3，挖方 %4，已判定 %5")
+                       .arg(fromGbk(m_current.m_station.m_name))
+                       .arg(anomalies.size())
+                       .arg(fills)
+                       .arg(static_cast<qsizetype>(anomalies.size()) - fills)
+                       .arg(judged);
+    if (m_filter->isFiltering()) {
+        text += tr("，显示 %1").arg(m_filter->rowCount());
+    }
+    const auto selectedRows = m_table->selectionModel()->selectedRows().size();
+    if (selectedRows > 1) {
+        text += tr("，已选 %1").arg(selectedRows);
+    }
+    m_bar->setSummary(text);
 }
 
-void AnomalyTableWindow::select(const std::string& name) {
-    const int row = m_model->rowOf(name);
-    if (row < 0) {
-        return;
+const SdiffData* AnomalyTableWindow::anomalyAt(const QModelIndex& sortedIndex) const {
+    const int row = m_filter->mapToSource(sortedIndex).row();
+    return row >= 0 && row < m_model->rowCount() ? &m_model->anomaly(row) : nullptr;
+}
+
+std::vector<SdiffData> AnomalyTableWindow::selected() const {
+    std::vector<SdiffData> anomalies;
+    for (const QModelIndex& index : m_table->selectionModel()->selectedRows()) {
+        if (const SdiffData* anomaly = anomalyAt(index)) {
+            anomalies.push_back(*anomaly);
+        }
     }
-    const QModelIndex index = m_sorted->mapFromSource(m_model->index(row, AnomalyTableModel::Name));
-    m_table->setCurrentIndex(index);
-    m_table->selectRow(index.row());
-    m_table->scrollTo(index, QAbstractItemView::EnsureVisible);
+    return anomalies;
+}
+
+void AnomalyTableWindow::takeSelection() {
+    m_show.stop();
+    m_selectedNames.clear();
+    for (const SdiffData& anomaly : selected()) {
+        m_selectedNames.push_back(anomaly.name);
+    }
+    updateSummary();
+    announceSelection();
+}
+
+void AnomalyTableWindow::announceSelection() {
+    emit selectionChanged(m_selectedNames);
+}
+
+void AnomalyTableWindow::SetSelectedbyname(const std::vector<std::string>& names) {
+    m_take.stop();
+    m_selectedNames = names;
+    m_show.start(0);
+}
+
+void AnomalyTableWindow::showSelection() {
+    m_show.stop();
+    std::vector<int> rows;
+    for (const std::string& name : m_selectedNames) {
+        const int row = m_filter->mapFromSource(m_model->index(m_model->rowOf(name), 0)).row();
+        if (row >= 0) {
+            rows.push_back(row);
+        }
+    }
+    m_showingSelection = true;
+    m_table->selectionModel()->select(rowSelection(*m_filter, rows), QItemSelectionModel::ClearAndSelect);
+    if (!rows.empty()) {
+        const QModelIndex last = m_filter->index(rows.back(), AnomalyTableModel::Name);
+        m_table->selectionModel()->setCurrentIndex(last, QItemSelectionModel::NoUpdate);
+        m_table->scrollTo(last, QAbstractItemView::EnsureVisible);
+    }
+    m_showingSelection = false;
+    updateSummary();
 }
 
 void AnomalyTableWindow::SetSelectedbycoor(KV_StationItem* item, double x, double y) {
     SdiffData anomaly;
     if (item != nullptr && item->GetStationId() == m_current.GetStationId() &&
         item->m_diffData.GetdiffdataBycoor(x, y, anomaly)) {
-        select(anomaly.name);
+        m_selectedNames = {anomaly.name};
+        showSelection();
+        announceSelection();
     }
 }
 
@@ -174,9 +265,7 @@ void AnomalyTableWindow::SetItemAtrii(KV_StationItem* item, const std::vector<Sd
     copyAttributes(anomalies, item->m_diffData.m_anomalies);
     if (stationId == m_current.GetStationId()) {
         copyAttributes(anomalies, m_current.m_diffData.m_anomalies);
-        for (const SdiffData& anomaly : anomalies) {
-            m_model->setAttribute(anomaly.name, anomaly.attribute);
-        }
+        m_model->setAttributes(anomalies);
         updateSummary();
     }
     emit anomaliesChanged(stationId);
@@ -193,21 +282,50 @@ void AnomalyTableWindow::DeleteItems(KV_StationItem* item, const std::vector<Sdi
     for (const std::string& name : names) {
         m_overlays.remove(stationId, name);
     }
+    forget(names);
     if (stationId == m_current.GetStationId()) {
         removeNamed(names, m_current.m_diffData.m_anomalies);
-        for (const std::string& name : names) {
-            m_model->remove(name);
-        }
+        m_model->remove(names);
         updateSummary();
     }
     emit anomaliesChanged(stationId);
 }
 
-void AnomalyTableWindow::activate(const QModelIndex& index) {
-    const int row = m_sorted->mapToSource(index).row();
-    if (row >= 0 && row < m_model->rowCount()) {
-        emit anomalyActivated(m_model->anomalies()[static_cast<std::size_t>(row)]);
+void AnomalyTableWindow::forget(const std::set<std::string>& names) {
+    m_selectedNames.erase(std::remove_if(m_selectedNames.begin(), m_selectedNames.end(),
+                                         [&](const std::string& name) { return names.count(name) != 0; }),
+                          m_selectedNames.end());
+}
+
+void AnomalyTableWindow::classifySelected(const QString& attribute) {
+    std::vector<SdiffData> anomalies = selected();
+    for (SdiffData& anomaly : anomalies) {
+        anomaly.attribute = toGbk(attribute);
     }
+    SetItemAtrii(&m_current, anomalies);
+    walkOn();
+}
+
+void AnomalyTableWindow::deleteSelected() {
+    const std::vector<SdiffData> anomalies = selected();
+    constexpr int kConfirmed = 0;
+    if (anomalies.empty() ||
+        myMessageBox::showMyMessageBox(m_session.mainWindow(), tr("提示"), tr("是否删除变形信息?"),
+                                       myMessageBox::Question, myMessageBox::YesNo, true) != kConfirmed) {
+        return;
+    }
+    DeleteItems(&m_current, anomalies);
+    walkOn();
+}
+
+// Rows that left the table, deleted or judged away under a filter, leave the current row on their neighbour.
+void AnomalyTableWindow::walkOn() {
+    m_table->setFocus();
+    if (m_table->selectionModel()->hasSelection() || !m_table->currentIndex().isValid()) {
+        return;
+    }
+    m_table->selectRow(m_table->currentIndex().row());
+    m_reached.start();
 }
 
 } // namespace inspection

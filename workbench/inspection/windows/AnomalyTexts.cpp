@@ -7,6 +7,12 @@
 
 namespace inspection {
 
+const QStringList& fixedClasses() {
+    static const QStringList classes = {QStringLiteral("建构筑物"), QStringLiteral("重物占压"),
+                                        QStringLiteral("深挖"), QStringLiteral("塌陷")};
+    return classes;
+}
+
 QString kindText(const SdiffData& anomaly) {
     return anomaly.isFill ? QStringLiteral("填方") : QStringLiteral("挖方");
 }

@@ -3,11 +3,14 @@
 #include "host/inspection/Station.h"
 
 #include <QString>
+#include <QStringList>
 
 namespace inspection {
 
 /// How an anomaly's figures are written in the windows.
 
+/// The four fixed classes, in the order of the menus.
+const QStringList& fixedClasses();
 /// "填方" or "挖方".
 QString kindText(const SdiffData& anomaly);
 /// A non-negative figure with about three significant digits, with the digits grouped.

@@ -12,7 +12,6 @@ namespace inspection {
 
 namespace {
 
-constexpr double kFlightSeconds = 1.5;
 constexpr double kPitchDegrees = -60.0;
 constexpr double kNoElevationBelowMetres = -9999.0;
 
@@ -26,14 +25,14 @@ double groundMetres(osgEarth::MapNode& map, double lonDegrees, double latDegrees
 
 } // namespace
 
-void flyTo(double lonDegrees, double latDegrees, double rangeMetres) {
+void flyTo(double lonDegrees, double latDegrees, double rangeMetres, double seconds) {
     if (g_pCXviewer == nullptr || g_pCXviewer->getManipulator() == nullptr ||
         g_pCXviewer->getMapNode() == nullptr) {
         return;
     }
     const double height = groundMetres(*g_pCXviewer->getMapNode(), lonDegrees, latDegrees);
     const osgEarth::Viewpoint viewpoint("", lonDegrees, latDegrees, height, 0.0, kPitchDegrees, rangeMetres);
-    g_pCXviewer->getManipulator()->setViewpoint(viewpoint, kFlightSeconds);
+    g_pCXviewer->getManipulator()->setViewpoint(viewpoint, seconds);
     g_pCXviewer->requestRedraw();
 }
 

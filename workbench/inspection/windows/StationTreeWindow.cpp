@@ -163,14 +163,15 @@ void StationTreeWindow::showCount(const KV_StationItem& station) {
 
 void StationTreeWindow::showOverlays(const KV_StationItem& station) {
     OverlayStyle style;
-    const ProjectParameters parameters = m_session.parameters();
-    style.fill = parameters.fillColour;
-    style.cut = parameters.cutColour;
+    m_shownColours = colours();
+    style.fill = m_shownColours.first;
+    style.cut = m_shownColours.second;
     style.srs = QString::fromStdString(station.m_station.m_srs);
     if (const auto result = storedResult(m_session, station.GetStationId())) {
         style.dzRaster = QDir(m_session.project()->description().folder).filePath(result->dzRaster);
     }
     m_overlays.show(station, style);
+    emit overlaysShown();
 }
 
 void StationTreeWindow::ChangeStationStates(QTreeWidgetItem* entry, int column) {
@@ -258,6 +259,17 @@ void StationTreeWindow::refreshOverlays() {
             showOverlays(*station);
         }
     }
+}
+
+void StationTreeWindow::recolourOverlays() {
+    if (colours() != m_shownColours) {
+        refreshOverlays();
+    }
+}
+
+std::pair<QColor, QColor> StationTreeWindow::colours() const {
+    const ProjectParameters parameters = m_session.parameters();
+    return {parameters.fillColour, parameters.cutColour};
 }
 
 std::vector<KV_StationItem*> StationTreeWindow::GetSelectedStationItem() {

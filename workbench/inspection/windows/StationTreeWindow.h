@@ -3,8 +3,11 @@
 #include "host/inspection/StationWindow.h"
 #include "workbench/inspection/windows/SpecialObjectStore.h"
 
+#include <QColor>
+
 #include <map>
 #include <memory>
+#include <utility>
 #include <vector>
 
 class QTreeWidgetItem;
@@ -52,12 +55,14 @@ public slots:
     void clear();
     /// Reads a station's anomalies again after they were edited elsewhere.
     void refreshStation(quint32 stationId);
-    /// Shows the anomalies of the checked stations anew, as after a change of colours.
-    void refreshOverlays();
+    /// Shows the anomalies of the checked stations anew when the project has other colours for them now.
+    void recolourOverlays();
 
 signals:
     /// The user looks at another station, or its anomalies are new. Null when the tree was emptied.
     void currentStationChanged(KV_StationItem* item);
+    /// Overlays of a station are on the globe, new ones in place of old ones.
+    void overlaysShown();
 
 private slots:
     void ChangeStationStates(QTreeWidgetItem* item, int column);
@@ -73,6 +78,8 @@ private:
     KV_StationItem* item(std::uint32_t stationId) const;
     void showCount(const KV_StationItem& station);
     void showOverlays(const KV_StationItem& station);
+    void refreshOverlays();
+    std::pair<QColor, QColor> colours() const;
     void enterObject(const KV_BasicNode& record, std::uint32_t id);
     bool addObject(const KV_BasicNode& record);
     bool updateObject(const KV_BasicNode& record, const std::string& oldName);
@@ -84,6 +91,7 @@ private:
     StationWork* m_work;
     StationTree* m_tree;
     std::vector<std::unique_ptr<KV_StationItem>> m_items;
+    std::pair<QColor, QColor> m_shownColours;      ///< of fill and cut, on the globe
     std::map<QString, QTreeWidgetItem*> m_objects; ///< special objects by name
 };
 

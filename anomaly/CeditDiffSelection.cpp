@@ -1,0 +1,165 @@
+// What the anomaly tool has selected and highlighted; see CeditDiffEvents.cpp for the events that ask for it.
+
+#include "anomaly/CeditDiff.h"
+
+#include "anomaly/Highlight.h"
+#include "anomaly/OverlayMode.h"
+#include "host/engine/IEngineContext.h"
+#include "host/inspection/AVWindow.h"
+#include "plugin/Globe.h"
+
+#include <osgEarth/GeoData>
+
+#include <algorithm>
+#include <unordered_set>
+
+void CeditDiff::clearHoverPicks() {
+    for (const Overlay& overlay : m_hoverPickList)
+        ClearHighlight(*overlay);
+    m_hoverPickList.clear();
+}
+
+void CeditDiff::clearBoundsPicks() {
+    for (const Overlay& overlay : m_boundsPickList)
+        ClearHighlight(*overlay);
+    m_boundsPickList.clear();
+}
+
+void CeditDiff::pickHovered(const osg::Vec3d& world) {
+    clearBoundsPicks();
+    // Once more on purpose: this label takes the place of the one that the press just made.
+    if (!m_shiftHeld)
+        ShowDiffLabel(world);
+    if (!m_pickCallback)
+        return;
+    const int pickedId = m_pickCallback->m_pickedId;
+    if (m_ctrlHeld) {
+        toggleHovered(pickedId);
+        return;
+    }
+    const anomaly::HoverPress press = anomaly::pressHovered(pickedId, m_lastPickedId);
+    m_lastPickedId = press.lastPickedId;
+    if (press.isCleared)
+        clearHoverPicks();
+    if (press.takesPicked) {
+        if (const Overlay overlay = overlayOfId(pickedId)) {
+            HighlightOverlay(*overlay);
+            m_hoverPickList.push_back(overlay);
+        }
+    }
+    tellTable(m_hoverPickList);
+    if (press.takesPicked && m_deleteHeld)
+        OnDeleteItem();
+}
+
+void CeditDiff::toggleHovered(int pickedId) {
+    const Overlay overlay = pickedId == PickCallback::kNothing ? nullptr : overlayOfId(pickedId);
+    if (!overlay)
+        return;
+    const auto known = std::find(m_hoverPickList.begin(), m_hoverPickList.end(), overlay);
+    if (known == m_hoverPickList.end()) {
+        HighlightOverlay(*overlay);
+        m_hoverPickList.push_back(overlay);
+    } else {
+        m_hoverPickList.erase(known);
+        ClearHighlight(*overlay);
+    }
+    tellTable(m_hoverPickList);
+}
+
+void CeditDiff::pickByBounds(const osg::Vec3d& world) {
+    m_hoverPickList.clear();
+    if (!m_ctrlHeld)
+        clearBoundsPicks();
+    const osgEarth::SpatialReference* mapSrs = zeo::IEngineContext::Instance()->GetMapSRS();
+    osgEarth::GeoPoint point;
+    if (mapSrs && point.fromWorld(mapSrs, world) && point.makeGeographic()) {
+        const anomaly::Place lonLat{point.x(), point.y()};
+        highlightByBounds(lonLat);
+        if (m_ctrlHeld) {
+            tellTable(m_boundsPickList);
+        } else if (m_boundsPickList.empty()) {
+            tellTable({});
+            return;
+        } else {
+            highlightNearest(lonLat);
+        }
+    }
+    if (m_deleteHeld)
+        OnDeleteItem();
+}
+
+void CeditDiff::highlightByBounds(const anomaly::Place& lonLat) {
+    for (const Overlay& overlay : overlaysOnGlobe()) {
+        if (anomaly::liesStrictlyInside(boundsOf(*overlay), lonLat))
+            m_boundsPickList.push_back(overlay);
+        else
+            ClearHighlight(*overlay);
+    }
+    if (!m_ctrlHeld)
+        return;
+    for (const Overlay& overlay : m_boundsPickList)
+        HighlightOverlay(*overlay);
+}
+
+void CeditDiff::highlightNearest(const anomaly::Place& lonLat) {
+    std::vector<anomaly::Place> centres;
+    for (const Overlay& overlay : m_boundsPickList)
+        centres.push_back(centreOf(*overlay));
+    if (const auto nearest = anomaly::nearestCentre(centres, lonLat)) {
+        HighlightOverlay(*m_boundsPickList[*nearest]);
+        tellTable({m_boundsPickList[*nearest]});
+    }
+}
+
+void CeditDiff::selectInFrame(const anomaly::Box& frame) {
+    std::unordered_set<const osg::Node*> selected;
+    for (const Overlay& overlay : m_hoverPickList)
+        selected.insert(overlay);
+    std::unordered_set<const osg::Node*> leaving;
+    const std::size_t before = m_hoverPickList.size();
+    for (const Overlay& overlay : overlaysOnGlobe()) {
+        switch (anomaly::frameChange(frame, centreOf(*overlay), selected.count(overlay) != 0)) {
+        case anomaly::FrameChange::Enters:
+            HighlightOverlay(*overlay);
+            m_hoverPickList.push_back(overlay);
+            break;
+        case anomaly::FrameChange::Leaves:
+            ClearHighlight(*overlay);
+            leaving.insert(overlay);
+            break;
+        case anomaly::FrameChange::None:
+            break;
+        }
+    }
+    if (leaving.empty() && m_hoverPickList.size() == before)
+        return;
+    m_hoverPickList.erase(std::remove_if(m_hoverPickList.begin(), m_hoverPickList.end(),
+                                         [&](const Overlay& overlay) { return leaving.count(overlay) != 0; }),
+                          m_hoverPickList.end());
+    tellTable(m_hoverPickList);
+}
+
+void CeditDiff::tellTable(const Overlays& highlighted) {
+    std::vector<std::string> names;
+    names.reserve(highlighted.size());
+    for (const Overlay& overlay : highlighted)
+        names.push_back(overlay->getName());
+    IORVAContext::Instance()->GetAVWindow()->SetSelectedbyname(names);
+}
+
+void CeditDiff::adoptTableSelection(const std::vector<std::string>& names) {
+    clearHoverPicks();
+    clearBoundsPicks();
+    m_lastPickedId = PickCallback::kNothing;
+    const std::unordered_set<std::string> wanted(names.begin(), names.end());
+    Overlays& selected = isPickedByBounds() ? m_boundsPickList : m_hoverPickList;
+    for (const Overlay& overlay : overlaysOnGlobe()) {
+        if (wanted.count(overlay->getName()) == 0)
+            continue;
+        HighlightOverlay(*overlay);
+        selected.push_back(overlay);
+    }
+    if (g_pCXviewer)
+        g_pCXviewer->requestRedraw();
+}

@@ -1,0 +1,10 @@
+#pragma once
+
+#include "host/inspection/ParaSet.h"
+#include "plugin/Inspection.h"
+
+/// True when anomalies are picked by their bounds instead of by the hover picker.
+inline bool isPickedByBounds() {
+    const auto* parameters = dataSet<ParaSet>();
+    return parameters && parameters->GetOverlayMode() == 1;
+}

@@ -1,0 +1,50 @@
+#pragma once
+
+#include "host/inspection/Station.h"
+
+#include <QSortFilterProxyModel>
+
+#include <array>
+
+namespace inspection {
+
+/// Which anomalies the table shows, by the inspector's verdict. The four fixed classes follow in the order of
+/// fixedClasses().
+enum class AttributeFilter { All, NotJudged, FirstClass, SecondClass, ThirdClass, FourthClass, OtherWords };
+constexpr int kAttributeFilters = 7;
+
+/// Which anomalies the table shows, by the sign of their elevation difference.
+enum class SignFilter { Both, Fill, Cut };
+
+/// True when the filter lets the anomaly through.
+bool passes(const SdiffData& anomaly, AttributeFilter filter);
+bool passes(const SdiffData& anomaly, SignFilter filter);
+
+/// How many of the anomalies each attribute filter lets through.
+std::array<int, kAttributeFilters> countByAttribute(const std::vector<SdiffData>& anomalies);
+
+/// Sorts the anomalies by a column's own values (figures by size, texts by code page order, which puts common
+/// characters in the order of their pronunciation) and leaves out what the filters do not let through. Its
+/// source is an AnomalyTableModel. GUI thread.
+class AnomalyFilter : public QSortFilterProxyModel {
+    Q_OBJECT
+
+public:
+    explicit AnomalyFilter(QObject* parent = nullptr);
+
+    void setAttributeFilter(AttributeFilter filter);
+    void setSignFilter(SignFilter filter);
+    bool isFiltering() const { return m_attribute != AttributeFilter::All || m_sign != SignFilter::Both; }
+
+protected:
+    bool filterAcceptsRow(int sourceRow, const QModelIndex& sourceParent) const override;
+    bool lessThan(const QModelIndex& left, const QModelIndex& right) const override;
+
+private:
+    const SdiffData& anomaly(int sourceRow) const;
+
+    AttributeFilter m_attribute = AttributeFilter::All;
+    SignFilter m_sign = SignFilter::Both;
+};
+
+} // namespace inspection

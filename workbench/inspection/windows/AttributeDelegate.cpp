@@ -1,0 +1,43 @@
+#include "workbench/inspection/windows/AttributeDelegate.h"
+
+#include "workbench/inspection/windows/AnomalyTexts.h"
+
+#include <QComboBox>
+#include <QLineEdit>
+
+namespace inspection {
+
+QWidget* AttributeDelegate::createEditor(QWidget* parent, const QStyleOptionViewItem& /*option*/,
+                                         const QModelIndex& /*index*/) const {
+    auto* editor = new QComboBox(parent);
+    editor->setObjectName("attributeEditor");
+    editor->setEditable(true);
+    editor->setInsertPolicy(QComboBox::NoInsert);
+    editor->addItems(fixedClasses());
+    connect(editor, SIGNAL(activated(int)), this, SLOT(commitChoice()));
+    return editor;
+}
+
+void AttributeDelegate::setEditorData(QWidget* editor, const QModelIndex& index) const {
+    auto* box = qobject_cast<QComboBox*>(editor);
+    box->setCurrentIndex(box->findText(index.data(Qt::EditRole).toString()));
+    box->setEditText(index.data(Qt::DisplayRole).toString());
+    box->lineEdit()->selectAll();
+}
+
+void AttributeDelegate::setModelData(QWidget* editor, QAbstractItemModel* /*model*/,
+                                     const QModelIndex& index) const {
+    const QString text = qobject_cast<QComboBox*>(editor)->currentText();
+    // Left as it was, an attribute keeps what one line cannot show, such as its line breaks.
+    if (text != index.data(Qt::DisplayRole).toString()) {
+        emit chosen(index, text);
+    }
+}
+
+void AttributeDelegate::commitChoice() {
+    auto* editor = qobject_cast<QWidget*>(sender());
+    emit commitData(editor);
+    emit closeEditor(editor);
+}
+
+} // namespace inspection
