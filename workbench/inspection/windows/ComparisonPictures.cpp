@@ -4,6 +4,7 @@
 
 #include <QCoreApplication>
 #include <QPainter>
+#include <QStringList>
 
 #include <algorithm>
 #include <limits>
@@ -19,7 +20,9 @@ QString tr(const char* text) {
 }
 
 QString epochTitle(const QString& which, const Epoch& epoch, const QString& what) {
-    return epoch.date.isEmpty() ? which + ' ' + what : which + ' ' + epoch.date + ' ' + what;
+    QStringList parts{which, epoch.date, what};
+    parts.removeAll(QString());
+    return parts.join(' ');
 }
 
 /// True when the raster has nothing there.
@@ -72,8 +75,11 @@ GroundPicture epochPicture(const Epoch& epoch, const QString& which, const Pictu
         return photo;
     }
     GroundPicture instead = relief(epoch, window);
-    instead.title = epochTitle(
-        which, epoch, photo.reason.isEmpty() ? tr("山体阴影") : tr("山体阴影（%1）").arg(photo.reason));
+    QString what;
+    if (!instead.image.isNull()) {
+        what = photo.reason.isEmpty() ? tr("山体阴影") : tr("山体阴影（%1）").arg(photo.reason);
+    }
+    instead.title = epochTitle(which, epoch, what);
     return instead;
 }
 

@@ -117,6 +117,8 @@ void GroundPane::mouseReleaseEvent(QMouseEvent* event) {
 
 void GroundPane::mouseDoubleClickEvent(QMouseEvent* event) {
     if (event->button() == Qt::LeftButton) {
+        m_drag = Drag::None;
+        m_line.finish();
         emit fitRequested();
     }
 }

@@ -186,7 +186,7 @@ void ProfileChart::paintEpoch(QPainter& painter, const Axes& axes, const std::ve
 void ProfileChart::paintKey(QPainter& painter, const Axes& axes) const {
     const int textHeight = fontMetrics().height();
     const double y = 4 + textHeight / 2.0;
-    double x = axes.plot.left();
+    double x = axes.plot.left() + 20; // beside the end's letter
     const auto entry = [&](const QString& text, const QColor& colour, Qt::PenStyle style) {
         painter.setPen(QPen(colour, 2.0, style));
         painter.drawLine(QPointF(x, y), QPointF(x + 22, y));
@@ -206,9 +206,9 @@ void ProfileChart::paintKey(QPainter& painter, const Axes& axes) const {
 
 // As the line's grips are named in the pictures.
 void ProfileChart::paintEnds(QPainter& painter, const Axes& axes) const {
-    constexpr double kInset = 12.0;
-    paintGrip(painter, axes.plot.topLeft() + QPointF(kInset, kInset), QStringLiteral("A"), false);
-    paintGrip(painter, axes.plot.topRight() + QPointF(-kInset, kInset), QStringLiteral("B"), false);
+    const double y = 4 + fontMetrics().height() / 2.0;
+    paintGrip(painter, {axes.plot.left(), y}, QStringLiteral("A"), false);
+    paintGrip(painter, {axes.plot.right(), y}, QStringLiteral("B"), false);
 }
 
 void ProfileChart::paintReading(QPainter& painter, const Axes& axes) const {
