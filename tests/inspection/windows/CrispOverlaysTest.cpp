@@ -1,6 +1,7 @@
 #include "tests/inspection/windows/WindowFixture.h"
 
 #include "host/inspection/StationWindow.h"
+#include "workbench/inspection/project/Project.h"
 #include "workbench/inspection/windows/AnomalyOverlays.h"
 #include "workbench/inspection/windows/GlobeNavigation.h"
 #include "workbench/inspection/windows/ViewGeometry.h"
@@ -33,6 +34,9 @@ class CrispOverlaysTest : public InspectionWindowTest {
 protected:
     void computeAll() {
         openSample();
+        const auto& epoch = context().project()->description().newEpoch();
+        EXPECT_FALSE(m_globe->map().addElevation("terrain", epoch.dsm.toStdString()));
+        EXPECT_FALSE(m_globe->map().addImagery("photo", epoch.dom.toStdString()));
         computeStations(4);
         m_item = checkedStationWithMostAnomalies();
         ASSERT_NE(m_item, nullptr);
@@ -62,9 +66,8 @@ protected:
         return waitUntil([&] { return pixelsOf(overlay(index)) > kUsualPixels; });
     }
     bool becomesUsual(std::size_t index) {
-        return waitUntil([&] {
-            return pixelsOf(overlay(index)) > 0 && pixelsOf(overlay(index)) <= kUsualPixels;
-        });
+        return waitUntil(
+            [&] { return pixelsOf(overlay(index)) > 0 && pixelsOf(overlay(index)) <= kUsualPixels; });
     }
     bool fallsAsleep() {
         return waitUntil([this] { return m_globe->isPictureComplete(); });
@@ -105,8 +108,9 @@ TEST_F(CrispOverlaysTest, AnOverlayThatIsLargeOnTheScreenGetsAFinerPictureOnceTh
                 << "corner";
         }
     }
-    EXPECT_GT(picture.getColor(static_cast<unsigned>(picture.s() / 2), static_cast<unsigned>(picture.t() / 2)).a(),
-              0.4F);
+    EXPECT_GT(
+        picture.getColor(static_cast<unsigned>(picture.s() / 2), static_cast<unsigned>(picture.t() / 2)).a(),
+        0.4F);
     ASSERT_TRUE(fallsAsleep());
     keepGlobe("overlay-near-fine");
 
@@ -125,8 +129,7 @@ TEST_F(CrispOverlaysTest, NothingIsDoneWhileTheGlobeIsIdle) {
     EXPECT_EQ(m_globe->getViewer()->getFrameStamp()->getFrameNumber(), frame);
 
     m_globe->requestRedraw(); // frames of the same view change nothing either
-    ASSERT_TRUE(waitUntil(
-        [&] { return m_globe->getViewer()->getFrameStamp()->getFrameNumber() > frame; }));
+    ASSERT_TRUE(waitUntil([&] { return m_globe->getViewer()->getFrameStamp()->getFrameNumber() > frame; }));
     ASSERT_TRUE(fallsAsleep());
     QTest::qWait(600);
     EXPECT_TRUE(m_globe->isPictureComplete());
