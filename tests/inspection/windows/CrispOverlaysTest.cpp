@@ -78,11 +78,24 @@ protected:
             EXPECT_TRUE(m_globe->grabFramebuffer().save(QDir(folder).filePath(name + ".png")));
         }
     }
+    /// Shows the overlays of `overlays` alone.
+    void showOnly(AnomalyOverlays& overlays) {
+        for (int i = 0; i < 4; ++i) {
+            clickCheckBox(station(i));
+        }
+        ASSERT_TRUE(overlayGroups().empty());
+        overlays.show(*m_item, style());
+    }
     inspection::OverlayStyle style() const {
         inspection::OverlayStyle result;
         result.srs = QString::fromStdString(m_item->m_station.m_srs);
         result.fill = QColor(214, 47, 39);
         result.cut = QColor(33, 102, 172);
+        const QDir folder(
+            InspectionContext::instance().project()->description().stationFolder(m_item->GetStationId()));
+        const QStringList rasters = folder.entryList({"*.tif"}, QDir::Files);
+        EXPECT_FALSE(rasters.isEmpty());
+        result.dzRaster = folder.filePath(rasters.value(0));
         return result;
     }
 
@@ -139,7 +152,7 @@ TEST_F(CrispOverlaysTest, NothingIsDoneWhileTheGlobeIsIdle) {
 TEST_F(CrispOverlaysTest, BeyondTheLimitThoseSeenLeastRecentlyGoBackToTheirUsualPictures) {
     computeAll();
     AnomalyOverlays overlays(FinePictureLimits{1, 96LL << 20});
-    overlays.show(*m_item, style());
+    showOnly(overlays);
     ASSERT_TRUE(becomesUsual(0));
     for (std::size_t index = 0; index < 3; ++index) {
         flyNear(index);
@@ -155,7 +168,7 @@ TEST_F(CrispOverlaysTest, BeyondTheLimitThoseSeenLeastRecentlyGoBackToTheirUsual
 TEST_F(CrispOverlaysTest, TheirMemoryIsBounded) {
     computeAll();
     AnomalyOverlays overlays(FinePictureLimits{8, 1000});
-    overlays.show(*m_item, style());
+    showOnly(overlays);
     ASSERT_TRUE(becomesUsual(0));
     flyNear(0);
     ASSERT_TRUE(fallsAsleep());
@@ -171,23 +184,26 @@ TEST_F(CrispOverlaysTest, AnOverlayShownWhereTheViewAlreadyRestsBecomesCrisp) {
     ASSERT_TRUE(becomesFine(1));
     ASSERT_TRUE(fallsAsleep());
     AnomalyOverlays overlays;
-    overlays.show(*m_item, style());
+    showOnly(overlays);
     EXPECT_TRUE(becomesFine(1)) << "without a movement of the view";
 }
 
 TEST_F(CrispOverlaysTest, TakingOverlaysAwayWhileTheyArePaintedDoesNoHarm) {
     computeAll();
     AnomalyOverlays overlays;
-    for (int i = 0; i < 3; ++i) {
-        overlays.show(*m_item, style());
-        flyNear(0);
-        ASSERT_TRUE(waitUntil([&] { return pixelsOf(overlay(0)) > 0; }));
-        waitUntil([&] { return overlays.isPainting(); });
-        overlays.remove(m_item->GetStationId(), anomaly(0).name);
-        overlays.hide(m_item->GetStationId());
-        EXPECT_TRUE(waitUntil([&] { return !overlays.isPainting(); }));
-        flyFar();
-    }
+    showOnly(overlays);
+    overlays.hide(m_item->GetStationId()); // usual pictures on their way
+    EXPECT_TRUE(overlays.isPainting());
+    EXPECT_TRUE(waitUntil([&] { return !overlays.isPainting(); }));
+
+    overlays.show(*m_item, style());
+    ASSERT_TRUE(waitUntil([&] { return !overlays.isPainting(); }));
+    flyNear(0);
+    ASSERT_TRUE(waitUntil([&] { return overlays.isPainting(); })) << "a finer one";
+    overlays.remove(m_item->GetStationId(), anomaly(0).name);
+    EXPECT_TRUE(waitUntil([&] { return !overlays.isPainting(); }));
+    overlays.hide(m_item->GetStationId());
+    EXPECT_TRUE(overlayGroups().empty());
 }
 
 TEST(ViewGeometry, ASizeOnTheScreenIsThatOfTheNearestPoint) {
