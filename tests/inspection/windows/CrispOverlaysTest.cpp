@@ -127,6 +127,13 @@ TEST_F(CrispOverlaysTest, AnOverlayThatIsLargeOnTheScreenGetsAFinerPictureOnceTh
     ASSERT_TRUE(fallsAsleep());
     keepGlobe("overlay-near-fine");
 
+    const int before = pixelsOf(subject);
+    inspection::flyTo(anomaly(0).lonDegrees, anomaly(0).latDegrees, kNearMetres / 5.0);
+    EXPECT_TRUE(waitUntil([&] { return pixelsOf(subject) > before; })) << "nearer still";
+    EXPECT_LE(pixelsOf(subject), 2048);
+    ASSERT_TRUE(fallsAsleep());
+    keepGlobe("overlay-nearest-fine");
+
     flyFar();
     EXPECT_TRUE(becomesUsual(0)) << "seen from afar";
 }
@@ -206,19 +213,19 @@ TEST_F(CrispOverlaysTest, TakingOverlaysAwayWhileTheyArePaintedDoesNoHarm) {
     EXPECT_TRUE(overlayGroups().empty());
 }
 
-TEST(ViewGeometry, ASizeOnTheScreenIsThatOfTheNearestPoint) {
+TEST(ViewGeometry, ScalesFollowTheDistanceAndNothingOutsideThePictureHasOne) {
     const osg::ref_ptr<osg::Camera> camera = new osg::Camera;
     camera->setViewport(0, 0, 2000, 1000);
     camera->setProjectionMatrixAsPerspective(90.0, 2.0, 1.0, 1000.0);
     camera->setViewMatrixAsLookAt({0.0, 0.0, 0.0}, {1.0, 0.0, 0.0}, {0.0, 0.0, 1.0});
     const inspection::ViewGeometry view(*camera);
-    const auto ahead = view.pixelsPerMetre(osg::BoundingSphere(osg::Vec3(101.0F, 0.0F, 0.0F), 1.0F));
+    const auto ahead = view.scaleOf(osg::BoundingSphere(osg::Vec3(101.0F, 0.0F, 0.0F), 1.0F));
     ASSERT_TRUE(ahead.has_value());
-    EXPECT_NEAR(*ahead, 5.0, 0.01);
-    EXPECT_FALSE(view.pixelsPerMetre(osg::BoundingSphere(osg::Vec3(-101.0F, 0.0F, 0.0F), 1.0F)));
-    EXPECT_FALSE(view.pixelsPerMetre(osg::BoundingSphere(osg::Vec3(101.0F, 250.0F, 0.0F), 1.0F)));
-    EXPECT_TRUE(view.pixelsPerMetre(osg::BoundingSphere(osg::Vec3(0.0F, 0.0F, 0.0F), 10.0F)))
-        << "around the eye";
+    EXPECT_NEAR(ahead->nearest, 5.0, 0.01);
+    EXPECT_NEAR(ahead->centre, 500.0 / 101.0, 0.01);
+    EXPECT_FALSE(view.scaleOf(osg::BoundingSphere(osg::Vec3(-101.0F, 0.0F, 0.0F), 1.0F)));
+    EXPECT_FALSE(view.scaleOf(osg::BoundingSphere(osg::Vec3(101.0F, 250.0F, 0.0F), 1.0F)));
+    EXPECT_TRUE(view.scaleOf(osg::BoundingSphere(osg::Vec3(0.0F, 0.0F, 0.0F), 10.0F))) << "around the eye";
     EXPECT_TRUE(view == inspection::ViewGeometry(*camera));
     camera->setViewport(0, 0, 1000, 500);
     EXPECT_TRUE(view != inspection::ViewGeometry(*camera));

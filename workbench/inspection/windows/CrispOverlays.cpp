@@ -15,8 +15,8 @@ namespace inspection {
 namespace {
 
 constexpr int kMostPixels = 2048;
-constexpr int kBeforeUsualPictures = 1;   ///< priority among the painters' jobs
-constexpr double kEdgeScreenPixels = 4.0; ///< at the nearest point; elsewhere it looks thinner
+constexpr int kBeforeUsualPictures = 1; ///< priority among the painters' jobs
+constexpr double kEdgeScreenPixels = 3.0;
 constexpr double kThinnestEdge = 1.2;
 constexpr double kFinerThanNeeded = 4.0; ///< pictures finer than the screen by this are painted anew
 
@@ -45,10 +45,10 @@ int pixelsFor(double screenPixels, int present) {
     return pixels;
 }
 
+/// `screenPixels` is the length of the longer side where the overlay's middle is.
 OverlayDetail detailFor(int pixels, double screenPixels) {
-    const double scale = pixels / std::max(screenPixels, 1.0);
     const double width = kEdgeScreenPixels * double{osgEarth::Registry::instance()->getDevicePixelRatio()};
-    return {pixels, std::max(kThinnestEdge, width * scale)};
+    return {pixels, std::max(kThinnestEdge, width * pixels / std::max(screenPixels, 1.0))};
 }
 
 void redraw() {
@@ -119,15 +119,16 @@ std::vector<CrispOverlays::Candidate> CrispOverlays::candidates(const ViewGeomet
             m_rest.lookAgain(); // the overlay has not been built yet; that takes a frame
             continue;
         }
-        const auto pixelsPerMetre = view.pixelsPerMetre(bound);
-        if (!pixelsPerMetre) {
+        const auto scale = view.scaleOf(bound);
+        if (!scale) {
             continue;
         }
         const QRectF ground = overlayGround(item.anomaly());
-        const double screenPixels = std::max(ground.width(), ground.height()) * *pixelsPerMetre;
+        const double metres = std::max(ground.width(), ground.height());
+        const double screenPixels = metres * scale->nearest;
         if (screenPixels > longerSide(*item.usual)) {
-            found.push_back({handle, screenPixels,
-                             pixelsFor(screenPixels, item.fine.valid() ? longerSide(*item.fine) : 0)});
+            const int pixels = pixelsFor(screenPixels, item.fine.valid() ? longerSide(*item.fine) : 0);
+            found.push_back({handle, screenPixels, detailFor(pixels, metres * scale->centre)});
         } else if (item.fine.valid()) {
             showUsual(item); // its edge would become a hair line
         }
@@ -144,15 +145,15 @@ void CrispOverlays::choose(const std::vector<Candidate>& candidates) {
     std::int64_t bytes = 0;
     for (const Candidate& candidate : candidates) {
         Item& item = m_items.at(candidate.handle);
-        bytes += bytesOf(overlayPixels(item.anomaly(), candidate.pixels));
+        bytes += bytesOf(overlayPixels(item.anomaly(), candidate.detail.pixels));
         if (++pictures > m_limits.pictures || bytes > m_limits.bytes) {
             break;
         }
         item.seen = m_looks;
-        item.chosenPixels = candidate.pixels;
-        const bool present = item.fine.valid() && longerSide(*item.fine) == candidate.pixels;
-        const bool comes = m_painting.handle == candidate.handle && m_painting.pixels == candidate.pixels &&
-                           !*m_painting.cancelled;
+        item.chosenPixels = candidate.detail.pixels;
+        const bool present = item.fine.valid() && longerSide(*item.fine) == candidate.detail.pixels;
+        const bool comes = m_painting.handle == candidate.handle &&
+                           m_painting.pixels == candidate.detail.pixels && !*m_painting.cancelled;
         if (!present && !comes) {
             m_wanted.push_back(candidate);
         }
@@ -168,15 +169,15 @@ void CrispOverlays::paintNext() {
         if (found == m_items.end()) {
             continue;
         }
-        m_painting = {next.handle, next.pixels, std::make_shared<std::atomic<bool>>(false)};
+        m_painting = {next.handle, next.detail.pixels, std::make_shared<std::atomic<bool>>(false)};
         // The painter sees records and images only: nodes are made and let go of on the GUI thread.
         m_painters.start(
             [this, next, source = found->second.source, index = found->second.index,
              cancelled = m_painting.cancelled] {
                 osg::ref_ptr<osg::Image> picture;
                 if (!*cancelled) {
-                    picture = osgPicture(overlayPicture(source->anomalies[index], source->style,
-                                                        detailFor(next.pixels, next.screenPixels)));
+                    picture =
+                        osgPicture(overlayPicture(source->anomalies[index], source->style, next.detail));
                 }
                 QMetaObject::invokeMethod(
                     this, [this, next, picture] { take(next.handle, picture); }, Qt::QueuedConnection);

@@ -69,8 +69,8 @@ private:
     };
     struct Candidate {
         std::uint64_t handle = 0;
-        double screenPixels = 0.0; ///< of the longer side
-        int pixels = 0;
+        double screenPixels = 0.0; ///< of the longer side, as if all of it were where it is nearest
+        OverlayDetail detail;
     };
     struct Painting {
         std::uint64_t handle = 0; ///< 0 while nothing is being painted

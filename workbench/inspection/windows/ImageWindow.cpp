@@ -120,7 +120,6 @@ QWidget* ImageWindow::makeHeader() {
     m_sideBySide->setObjectName("sideBySideButton");
     m_sideBySide->setText(tr("并列"));
     m_sideBySide->setToolTip(tr("前期在左，后期在右"));
-    m_sideBySide->setChecked(true);
     m_swipe->setObjectName("swipeButton");
     m_swipe->setText(tr("卷帘"));
     m_swipe->setToolTip(tr("拖动分界线，在同一画面中对比两期影像"));

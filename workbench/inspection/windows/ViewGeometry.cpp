@@ -14,7 +14,7 @@ ViewGeometry::ViewGeometry(const osg::Camera& camera)
     : m_view(camera.getViewMatrix()), m_projection(camera.getProjectionMatrix()),
       m_heightPixels(camera.getViewport() != nullptr ? camera.getViewport()->height() : 0.0) {}
 
-std::optional<double> ViewGeometry::pixelsPerMetre(const osg::BoundingSphere& bound) const {
+std::optional<ScreenScale> ViewGeometry::scaleOf(const osg::BoundingSphere& bound) const {
     const osg::Vec3d centre = osg::Vec3d(bound.center()) * m_view;
     osg::Polytope sides;
     sides.setToUnitFrustum(false, false); // near and far follow the scene only while it is culled
@@ -22,8 +22,11 @@ std::optional<double> ViewGeometry::pixelsPerMetre(const osg::BoundingSphere& bo
     if (!sides.contains(osg::BoundingSphere(osg::Vec3(centre), bound.radius()))) {
         return std::nullopt;
     }
-    const double distance = std::max(kLeastDistanceMetres, centre.length() - double{bound.radius()});
-    return m_heightPixels / 2.0 * m_projection(1, 1) / distance;
+    const auto scaleAt = [this](double metres) {
+        return m_heightPixels / 2.0 * m_projection(1, 1) / std::max(kLeastDistanceMetres, metres);
+    };
+    const double distance = centre.length();
+    return ScreenScale{scaleAt(distance - double{bound.radius()}), scaleAt(distance)};
 }
 
 bool ViewGeometry::operator==(const ViewGeometry& other) const {

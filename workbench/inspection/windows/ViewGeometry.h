@@ -9,15 +9,21 @@
 
 namespace inspection {
 
+/// Device pixels for each metre of something in a picture.
+struct ScreenScale {
+    double nearest = 0.0; ///< at its nearest point
+    double centre = 0.0;
+};
+
 /// How large things are in a camera's picture. The thread that runs the frames.
 class ViewGeometry {
 public:
     ViewGeometry() = default;
     explicit ViewGeometry(const osg::Camera& camera);
 
-    /// Device pixels for each metre at the sphere's nearest point; nothing when the sphere (world
-    /// coordinates) is not in the picture. What hides it is not looked at.
-    std::optional<double> pixelsPerMetre(const osg::BoundingSphere& bound) const;
+    /// The scale of a sphere in world coordinates; nothing when it is not in the picture. What hides it is
+    /// not looked at.
+    std::optional<ScreenScale> scaleOf(const osg::BoundingSphere& bound) const;
 
     bool operator==(const ViewGeometry& other) const;
     bool operator!=(const ViewGeometry& other) const { return !(*this == other); }
