@@ -125,7 +125,7 @@ TEST_F(ImageWindowTest, NoNameBlowsUpTheWindowOrIsTakenForMarkUp) {
     EXPECT_TRUE(caption->text().contains(QString::fromStdString(record.name)));
     EXPECT_TRUE(caption->toolTip().contains("&lt;h1&gt;&quot;quoted&quot;&lt;/h1&gt;"));
     EXPECT_FALSE(caption->toolTip().contains("<img"));
-    // Name and figures have a line each: both begin at the left edge, and the name ends before the right one.
+    // The figures have a line of their own below the name.
     const QImage lines = caption->grab().toImage();
     const auto isInked = [&](int x, int fromY, int toY) {
         for (int y = fromY; y < toY; ++y) {
