@@ -13,7 +13,7 @@ namespace {
 
 using inspection::LatestRead;
 using inspection::ProfileLineEditor;
-using Part = ProfileLineEditor::Part;
+using Grip = ProfileLineEditor::Grip;
 
 /// Two pixels for each metre, y up.
 const QTransform kToPane(2.0, 0.0, 0.0, -2.0, 0.0, 100.0);
@@ -26,18 +26,18 @@ ProfileLineEditor editorOf(const QLineF& line) {
 
 TEST(ProfileLineEditor, FindsEndsBeforeTheBodyAndNothingElsewhere) {
     const ProfileLineEditor editor = editorOf({10.0, 10.0, 60.0, 10.0}); // pixels 20..120 at row 80
-    EXPECT_EQ(editor.partAt({20.0, 80.0}, kToPane), Part::Start);
-    EXPECT_EQ(editor.partAt({26.0, 84.0}, kToPane), Part::Start);
-    EXPECT_EQ(editor.partAt({118.0, 78.0}, kToPane), Part::End);
-    EXPECT_EQ(editor.partAt({70.0, 85.0}, kToPane), Part::Body);
-    EXPECT_EQ(editor.partAt({70.0, 95.0}, kToPane), Part::None);
-    EXPECT_EQ(editor.partAt({140.0, 80.0}, kToPane), Part::None);
+    EXPECT_EQ(editor.gripAt({20.0, 80.0}, kToPane), Grip::Start);
+    EXPECT_EQ(editor.gripAt({26.0, 84.0}, kToPane), Grip::Start);
+    EXPECT_EQ(editor.gripAt({118.0, 78.0}, kToPane), Grip::End);
+    EXPECT_EQ(editor.gripAt({70.0, 85.0}, kToPane), Grip::Body);
+    EXPECT_EQ(editor.gripAt({70.0, 95.0}, kToPane), Grip::None);
+    EXPECT_EQ(editor.gripAt({140.0, 80.0}, kToPane), Grip::None);
 }
 
 TEST(ProfileLineEditor, AShortLineCanStillBeMovedAsAWhole) {
     const ProfileLineEditor editor = editorOf({10.0, 10.0, 16.0, 10.0}); // 12 pixels
-    EXPECT_EQ(editor.partAt({26.0, 80.0}, kToPane), Part::Body);
-    EXPECT_EQ(editor.partAt({20.0, 80.0}, kToPane), Part::Start);
+    EXPECT_EQ(editor.gripAt({26.0, 80.0}, kToPane), Grip::Body);
+    EXPECT_EQ(editor.gripAt({20.0, 80.0}, kToPane), Grip::Start);
 }
 
 TEST(ProfileLineEditor, ALineWithoutLengthHasNoParts) {

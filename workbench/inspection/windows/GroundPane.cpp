@@ -10,7 +10,7 @@
 
 namespace inspection {
 
-using Part = ProfileLineEditor::Part;
+using Grip = ProfileLineEditor::Grip;
 
 GroundPane::GroundPane(GroundView& view, QWidget* parent) : QWidget(parent), m_view(view) {
     setMouseTracking(true);
@@ -42,7 +42,7 @@ void GroundPane::paintEvent(QPaintEvent* /*event*/) {
     paintBelow(painter);
     const QTransform toPane = this->toPane();
     paintOutline(painter, m_outline, toPane);
-    paintProfileLine(painter, m_line.line(), toPane, m_line.isDragging() || m_hovered != Part::None);
+    paintProfileLine(painter, m_line.line(), toPane, m_line.isDragging() || m_hovered != Grip::None);
     if (isCrosshairShown()) {
         paintCrosshair(painter, toPane.map(*m_view.pointer()));
     }
@@ -55,13 +55,13 @@ bool GroundPane::isCrosshairShown() const {
 }
 
 Qt::CursorShape GroundPane::cursorAt(const QPointF& pixel) const {
-    switch (m_line.partAt(pixel, toPane())) {
-    case Part::Start:
-    case Part::End:
+    switch (m_line.gripAt(pixel, toPane())) {
+    case Grip::Start:
+    case Grip::End:
         return Qt::PointingHandCursor;
-    case Part::Body:
+    case Grip::Body:
         return Qt::SizeAllCursor;
-    case Part::None:
+    case Grip::None:
         break;
     }
     return Qt::CrossCursor;
@@ -69,9 +69,9 @@ Qt::CursorShape GroundPane::cursorAt(const QPointF& pixel) const {
 
 void GroundPane::hover(const QPointF& pixel) {
     setCursor(cursorAt(pixel));
-    const Part part = m_line.partAt(pixel, toPane());
-    if (part != m_hovered) {
-        m_hovered = part;
+    const Grip grip = m_line.gripAt(pixel, toPane());
+    if (grip != m_hovered) {
+        m_hovered = grip;
         update();
     }
 }
@@ -82,7 +82,7 @@ void GroundPane::mousePressEvent(QMouseEvent* event) {
     }
     if (m_line.begin(event->position(), toPane())) {
         m_drag = Drag::Line;
-        setCursor(m_line.dragged() == Part::Body ? Qt::SizeAllCursor : Qt::ClosedHandCursor);
+        setCursor(m_line.dragged() == Grip::Body ? Qt::SizeAllCursor : Qt::ClosedHandCursor);
     } else {
         m_drag = Drag::Ground;
         m_dragFrom = event->position().toPoint();
@@ -143,7 +143,7 @@ void GroundPane::keyPressEvent(QKeyEvent* event) {
 }
 
 void GroundPane::leaveEvent(QEvent* /*event*/) {
-    m_hovered = Part::None;
+    m_hovered = Grip::None;
     m_view.setPointer(std::nullopt);
 }
 

@@ -62,7 +62,7 @@ private:
     GroundView& m_view;
     QPainterPath m_outline;
     ProfileLineEditor m_line;
-    ProfileLineEditor::Part m_hovered = ProfileLineEditor::Part::None;
+    ProfileLineEditor::Grip m_hovered = ProfileLineEditor::Grip::None;
     Drag m_drag = Drag::None;
     QPoint m_dragFrom;
 };

@@ -23,28 +23,28 @@ double distanceToSegment(const QPointF& point, const QLineF& segment) {
 
 void ProfileLineEditor::setLine(const QLineF& ground) {
     m_line = ground;
-    m_dragged = Part::None;
+    m_dragged = Grip::None;
 }
 
-ProfileLineEditor::Part ProfileLineEditor::partAt(const QPointF& pixel, const QTransform& toPane) const {
+ProfileLineEditor::Grip ProfileLineEditor::gripAt(const QPointF& pixel, const QTransform& toPane) const {
     const QLineF line = toPane.map(m_line);
     if (!(m_line.length() > 0.0)) {
-        return Part::None;
+        return Grip::None;
     }
     // On a short line the grips leave a third between them, so that it can still be moved as a whole.
     const double grip = std::min(kGripPixels, line.length() / 3.0);
     const double toStart = distance(pixel, line.p1());
     const double toEnd = distance(pixel, line.p2());
     if (std::min(toStart, toEnd) <= grip) {
-        return toStart <= toEnd ? Part::Start : Part::End;
+        return toStart <= toEnd ? Grip::Start : Grip::End;
     }
-    return distanceToSegment(pixel, line) <= kBodyPixels ? Part::Body : Part::None;
+    return distanceToSegment(pixel, line) <= kBodyPixels ? Grip::Body : Grip::None;
 }
 
 bool ProfileLineEditor::begin(const QPointF& pixel, const QTransform& toPane) {
-    m_dragged = partAt(pixel, toPane);
+    m_dragged = gripAt(pixel, toPane);
     m_before = m_line;
-    const QPointF dragged = m_dragged == Part::End ? m_line.p2() : m_line.p1();
+    const QPointF dragged = m_dragged == Grip::End ? m_line.p2() : m_line.p1();
     m_hold = dragged - toPane.inverted().map(pixel);
     return isDragging();
 }
@@ -56,10 +56,10 @@ bool ProfileLineEditor::moveTo(const QPointF& pixel, const QTransform& toPane) {
     const QTransform toGround = toPane.inverted();
     const QPointF ground = toGround.map(pixel) + m_hold;
     const QLineF before = m_line;
-    if (m_dragged == Part::Body) {
+    if (m_dragged == Grip::Body) {
         m_line.translate(ground - m_line.p1());
     } else {
-        const bool atStart = m_dragged == Part::Start;
+        const bool atStart = m_dragged == Grip::Start;
         const QPointF other = atStart ? m_line.p2() : m_line.p1();
         const double leastMetres = kLeastPixels * toGround.map(QLineF(0.0, 0.0, 1.0, 0.0)).length();
         if (const auto end = endAt(ground, other, leastMetres)) {

@@ -13,7 +13,7 @@ namespace inspection {
 /// ground coordinates, so that the view may pan and zoom during a drag.
 class ProfileLineEditor {
 public:
-    enum class Part { None, Start, End, Body };
+    enum class Grip { None, Start, End, Body };
 
     static constexpr double kGripPixels = 9.0;   ///< radius in which an end is taken hold of
     static constexpr double kBodyPixels = 6.0;   ///< distance at which the line itself is
@@ -24,16 +24,16 @@ public:
     void setLine(const QLineF& ground);
 
     /// What is at that pixel; ends come before the body.
-    Part partAt(const QPointF& pixel, const QTransform& toPane) const;
+    Grip gripAt(const QPointF& pixel, const QTransform& toPane) const;
     /// The part that is being dragged.
-    Part dragged() const { return m_dragged; }
-    bool isDragging() const { return m_dragged != Part::None; }
+    Grip dragged() const { return m_dragged; }
+    bool isDragging() const { return m_dragged != Grip::None; }
 
     /// False when no part of the line is at that pixel.
     bool begin(const QPointF& pixel, const QTransform& toPane);
     /// True when the line changed.
     bool moveTo(const QPointF& pixel, const QTransform& toPane);
-    void finish() { m_dragged = Part::None; }
+    void finish() { m_dragged = Grip::None; }
     /// Ends the drag and puts the line back.
     void cancel();
 
@@ -44,7 +44,7 @@ private:
     QLineF m_line;
     QLineF m_before; ///< as it was when the drag began
     QPointF m_hold;  ///< from the pointer to the dragged point, metres
-    Part m_dragged = Part::None;
+    Grip m_dragged = Grip::None;
 };
 
 } // namespace inspection
