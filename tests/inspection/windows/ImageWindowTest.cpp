@@ -1,68 +1,31 @@
-#include "tests/inspection/windows/WindowFixture.h"
+#include "tests/inspection/windows/ImageWindowFixture.h"
 
 #include "host/inspection/KVImageWindow.h"
 #include "host/inspection/StationWindow.h"
 #include "workbench/inspection/project/Project.h"
+#include "workbench/inspection/windows/ComparisonPictures.h"
 #include "workbench/inspection/windows/ElevationLine.h"
-#include "workbench/inspection/windows/GroundView.h"
-#include "workbench/inspection/windows/ImageWindow.h"
 
 #include <osgEarthUtil/EarthManipulator>
 
 #include <QApplication>
+#include <QFile>
 #include <QLabel>
-#include <QSet>
 #include <QTest>
 #include <QWheelEvent>
 
+#include <gdal_priv.h>
+#include <gdal_utils.h>
+
 #include <cmath>
+#include <limits>
 
 namespace {
-
-class ImageWindowTest : public InspectionWindowTest {
-protected:
-    void computeAll() {
-        openSample();
-        computeStations(4);
-        m_item = checkedStationWithMostAnomalies();
-    }
-    inspection::ImageWindow& images() { return *m_window->findChild<inspection::ImageWindow*>(); }
-    QWidget& pane(const char* name) { return *m_window->findChild<QWidget*>(name); }
-    bool shown() {
-        return waitUntil([this] { return !images().isReading(); });
-    }
-    /// Different colours in a pane.
-    static int colours(QWidget& pane) {
-        const QImage picture = pane.grab().toImage();
-        QSet<QRgb> seen;
-        for (int y = 0; y < picture.height(); y += 3) {
-            for (int x = 0; x < picture.width(); x += 3) {
-                seen.insert(picture.pixel(x, y));
-            }
-        }
-        return static_cast<int>(seen.size());
-    }
-
-    /// True when nearly all of a pane has one colour, as under a notice.
-    static bool isPlain(QWidget& pane) {
-        const QImage picture = pane.grab().toImage();
-        const QRgb background = picture.pixel(picture.width() - 3, picture.height() - 3);
-        int same = 0;
-        for (int y = 0; y < picture.height(); ++y) {
-            for (int x = 0; x < picture.width(); ++x) {
-                same += picture.pixel(x, y) == background ? 1 : 0;
-            }
-        }
-        return same > 0.85 * picture.width() * picture.height();
-    }
-
-    KV_StationItem* m_item = nullptr;
-};
 
 TEST_F(ImageWindowTest, ShowsBothEpochsTheDifferencesAndTheProfile) {
     computeAll();
     EXPECT_LT(colours(pane("oldPane")), 100);
-    images().CreatZoomItem(m_item, m_item->m_diffData.m_anomalies.at(0));
+    images().CreatZoomItem(m_item, anomaly());
     ASSERT_TRUE(shown());
     EXPECT_GT(colours(pane("oldPane")), 200);
     EXPECT_GT(colours(pane("newPane")), 200);
@@ -74,40 +37,37 @@ TEST_F(ImageWindowTest, ShowsBothEpochsTheDifferencesAndTheProfile) {
 
 TEST_F(ImageWindowTest, PanesPanAndZoomTogether) {
     computeAll();
-    images().CreatZoomItem(m_item, m_item->m_diffData.m_anomalies.at(0));
+    images().CreatZoomItem(m_item, anomaly());
     ASSERT_TRUE(shown());
-    auto* view = images().findChild<inspection::GroundView*>();
-    ASSERT_NE(view, nullptr);
-    const QPointF centre = view->centre();
-    const double metresPerPixel = view->metresPerPixel();
+    const QPointF centre = view().centre();
+    const double metresPerPixel = view().metresPerPixel();
 
     QTest::mousePress(&pane("oldPane"), Qt::LeftButton, {}, QPoint(60, 100));
     QTest::mouseMove(&pane("oldPane"), QPoint(90, 100));
     QTest::mouseRelease(&pane("oldPane"), Qt::LeftButton, {}, QPoint(90, 100));
-    EXPECT_NEAR(view->centre().x(), centre.x() - 30.0 * metresPerPixel, 1e-6);
+    EXPECT_NEAR(view().centre().x(), centre.x() - 30.0 * metresPerPixel, 1e-6);
     const QImage moved = pane("newPane").grab().toImage();
 
     const QPoint at(50, 50);
     QWheelEvent wheel(at, pane("newPane").mapToGlobal(at), {}, QPoint(0, 120), Qt::NoButton, Qt::NoModifier,
                       Qt::NoScrollPhase, false);
     QApplication::sendEvent(&pane("newPane"), &wheel);
-    EXPECT_LT(view->metresPerPixel(), metresPerPixel);
+    EXPECT_LT(view().metresPerPixel(), metresPerPixel);
     EXPECT_NE(pane("newPane").grab().toImage(), moved);
     ASSERT_TRUE(shown());
 
     QTest::mouseDClick(&pane("newPane"), Qt::LeftButton, {}, at);
-    EXPECT_NEAR(view->centre().x(), centre.x(), 1e-6);
-    EXPECT_NEAR(view->metresPerPixel(), metresPerPixel, 1e-9);
+    EXPECT_NEAR(view().centre().x(), centre.x(), 1e-6);
+    EXPECT_NEAR(view().metresPerPixel(), metresPerPixel, 1e-9);
 }
 
 TEST_F(ImageWindowTest, ARecordWithoutExtentShowsTheWholeStation) {
     computeAll();
     images().CreatZoomItem(m_item, SdiffData());
     ASSERT_TRUE(shown());
-    const auto* view = images().findChild<inspection::GroundView*>();
     const KV_Station& place = m_item->m_station;
-    EXPECT_NEAR(view->centre().x(), (place.m_xMin + place.m_xMax) / 2.0, 1e-6);
-    EXPECT_GE(view->metresPerPixel() * pane("oldPane").width(), place.m_xMax - place.m_xMin);
+    EXPECT_NEAR(view().centre().x(), (place.m_xMin + place.m_xMax) / 2.0, 1e-6);
+    EXPECT_GE(view().metresPerPixel() * pane("oldPane").width(), place.m_xMax - place.m_xMin);
     EXPECT_GT(colours(pane("oldPane")), 200);
     keepPicture(images(), "image-window-station");
 }
@@ -116,14 +76,138 @@ TEST_F(ImageWindowTest, WithoutOrthophotosItShowsHillShade) {
     computeAll();
     const auto& project = context().project()->description();
     ASSERT_TRUE(QFile::remove(project.oldEpoch().dom));
-    images().CreatZoomItem(m_item, m_item->m_diffData.m_anomalies.at(0));
+    QFile broken(project.newEpoch().dom);
+    ASSERT_TRUE(broken.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    broken.write("no picture");
+    broken.close();
+    images().CreatZoomItem(m_item, anomaly());
     ASSERT_TRUE(shown());
-    const QImage picture = pane("oldPane").grab().toImage();
-    const QColor at = picture.pixelColor(picture.width() - 20, picture.height() - 20);
-    EXPECT_LT(std::max({at.red(), at.green(), at.blue()}) - std::min({at.red(), at.green(), at.blue()}), 12)
-        << "grey";
-    EXPECT_GT(colours(pane("oldPane")), 100);
+    for (const char* name : {"oldPane", "newPane"}) {
+        const QImage picture = pictureOf(pane(name));
+        const QColor at = picture.pixelColor(picture.width() - 20, picture.height() - 20);
+        EXPECT_LT(std::max({at.red(), at.green(), at.blue()}) - std::min({at.red(), at.green(), at.blue()}),
+                  12)
+            << "grey";
+        EXPECT_GT(colours(pane(name)), 100);
+    }
     keepPicture(images(), "image-window-relief");
+}
+
+TEST_F(ImageWindowTest, AMalformedOutlineIsLeftOut) {
+    computeAll();
+    images().CreatZoomItem(m_item, anomaly());
+    ASSERT_TRUE(shown());
+    const QImage outlined = pictureOf(pane("oldPane"));
+    for (const char* wkt : {"", "POLYGON ((", "nonsense", "POINT (1 2)", "POLYGON EMPTY",
+                            "POLYGON ((nan nan, nan nan, nan nan, nan nan))",
+                            "POLYGON ((1e308 1e308, -1e308 1e308, -1e308 -1e308, 1e308 1e308))"}) {
+        SdiffData record = anomaly();
+        record.outlineWkt = wkt;
+        images().CreatZoomItem(m_item, record);
+        ASSERT_TRUE(shown()) << wkt;
+        EXPECT_GT(colours(pane("oldPane")), 200) << wkt;
+        EXPECT_NE(pictureOf(pane("oldPane")), outlined) << wkt;
+    }
+}
+
+TEST_F(ImageWindowTest, NoNameBlowsUpTheWindowOrIsTakenForMarkUp) {
+    computeAll();
+    const int width = m_window->width();
+    const int paneHeight = pane("oldPane").height();
+    auto* caption = m_window->findChild<QLabel*>("imageCaption");
+    SdiffData record = anomaly();
+    record.name = R"(<h1>"quoted"</h1><img src='x'>&amp;)" + std::string(1000, 'x');
+    images().CreatZoomItem(m_item, record);
+    ASSERT_TRUE(shown());
+    EXPECT_EQ(m_window->width(), width);
+    EXPECT_NEAR(pane("oldPane").height(), paneHeight, 40);
+    EXPECT_EQ(caption->textFormat(), Qt::PlainText);
+    EXPECT_TRUE(caption->text().contains(QString::fromStdString(record.name)));
+    EXPECT_TRUE(caption->toolTip().contains("&lt;h1&gt;&quot;quoted&quot;&lt;/h1&gt;"));
+    EXPECT_FALSE(caption->toolTip().contains("<img"));
+    // The figures have a line of their own below the name.
+    const QImage lines = caption->grab().toImage();
+    const auto isInked = [&](int x, int fromY, int toY) {
+        for (int y = fromY; y < toY; ++y) {
+            if (qGray(lines.pixel(x, y)) < 140) {
+                return true;
+            }
+        }
+        return false;
+    };
+    int inkedColumns = 0;
+    for (int x = 0; x < lines.width(); ++x) {
+        inkedColumns += isInked(x, lines.height() / 2, lines.height()) ? 1 : 0;
+    }
+    EXPECT_GT(inkedColumns, 50) << "the figures are still there";
+    keepPicture(images(), "image-window-long-name");
+}
+
+TEST_F(ImageWindowTest, ARecordOfNoPlaceSaysSo) {
+    computeAll();
+    KV_StationItem nowhere(*m_item);
+    nowhere.m_station.m_xMax = nowhere.m_station.m_xMin;
+    SdiffData record = anomaly();
+    record.xMax = std::numeric_limits<double>::infinity();
+    images().CreatZoomItem(&nowhere, record);
+    ASSERT_TRUE(shown());
+    EXPECT_LT(colours(pane("oldPane")), 100);
+    keepPicture(images(), "image-window-nowhere");
+
+    images().CreatZoomItem(m_item, anomaly());
+    ASSERT_TRUE(shown());
+    EXPECT_GT(colours(pane("oldPane")), 200) << "and the next one is shown as usual";
+}
+
+TEST_F(ImageWindowTest, AnEpochThatEndsBeforeTheAnomalyLeavesTheOtherOneShown) {
+    computeAll();
+    const auto& project = context().project()->description();
+    for (const QString& file : {project.newEpoch().dom, project.newEpoch().dsm}) {
+        const QString whole = file + ".whole.tif";
+        ASSERT_TRUE(QFile::rename(file, whole));
+        GDALDatasetUniquePtr source(GDALDataset::Open(whole.toUtf8().constData()));
+        ASSERT_NE(source, nullptr);
+        const char* const corner[] = {"-srcwin", "0", "0", "40", "40", nullptr};
+        GDALTranslateOptions* options = GDALTranslateOptionsNew(const_cast<char**>(corner), nullptr);
+        GDALClose(GDALTranslate(file.toUtf8().constData(), source.get(), options, nullptr));
+        GDALTranslateOptionsFree(options);
+    }
+    images().CreatZoomItem(m_item, anomaly());
+    ASSERT_TRUE(shown());
+    EXPECT_GT(colours(pane("oldPane")), 200);
+    const QImage empty = pictureOf(pane("newPane"));
+    const QColor background = empty.pixelColor(empty.width() - 10, empty.height() - 10);
+    for (int x = 10; x < empty.width(); x += 10) {
+        EXPECT_EQ(empty.pixelColor(x, empty.height() - 10), background) << "no ground to be seen";
+    }
+    EXPECT_GT(colours(pane("newPane")), 10) << "but outline, line and why";
+    EXPECT_GT(colours(pane("profileChart")), 5) << "the old epoch's profile";
+    keepPicture(images(), "image-window-one-sided");
+}
+
+TEST_F(ImageWindowTest, TitlesSayWhyThereIsNoOrthophoto) {
+    computeAll();
+    inspection::ComparisonSource source;
+    source.srs = QString::fromStdString(m_item->m_station.m_srs);
+    source.oldEpoch = context().project()->description().oldEpoch();
+    source.newEpoch = context().project()->description().newEpoch();
+    const QRectF ground(anomaly().xMin, anomaly().yMin, 20.0, 20.0);
+    const auto both = inspection::readComparison(source, ground, {64, 64});
+    EXPECT_TRUE(both.oldEpoch.title.endsWith("正射影像")) << both.oldEpoch.title.toStdString();
+    EXPECT_FALSE(both.difference.reason.isEmpty()) << "nothing computed";
+
+    source.oldEpoch.dom = "/does/not/exist.tif";
+    source.newEpoch.dom.clear();
+    const auto neither = inspection::readComparison(source, ground, {64, 64});
+    EXPECT_TRUE(neither.oldEpoch.title.endsWith("山体阴影（影像无法读取）"))
+        << neither.oldEpoch.title.toStdString();
+    EXPECT_TRUE(neither.newEpoch.title.endsWith("山体阴影")) << neither.newEpoch.title.toStdString();
+    EXPECT_FALSE(neither.oldEpoch.image.isNull());
+
+    const auto outside = inspection::readComparison(source, ground.translated(50000.0, 0.0), {64, 64});
+    EXPECT_TRUE(outside.newEpoch.image.isNull());
+    EXPECT_FALSE(outside.newEpoch.reason.isEmpty());
+    EXPECT_FALSE(outside.newEpoch.title.contains("山体阴影"));
 }
 
 TEST_F(ImageWindowTest, ADoubleClickOnARowShowsTheAnomalyAndFliesThere) {
@@ -154,7 +238,7 @@ TEST_F(ImageWindowTest, ADoubleClickOnARowShowsTheAnomalyAndFliesThere) {
 
 TEST_F(ImageWindowTest, ClosingTheProjectEmptiesIt) {
     computeAll();
-    images().CreatZoomItem(m_item, m_item->m_diffData.m_anomalies.at(0));
+    images().CreatZoomItem(m_item, anomaly());
     context().closeProject();
     ASSERT_TRUE(shown());
     EXPECT_LT(colours(pane("oldPane")), 100);

@@ -9,7 +9,6 @@
 #include <QMetaObject>
 
 #include <algorithm>
-#include <cstring>
 #include <utility>
 
 namespace inspection {
@@ -30,16 +29,6 @@ void redraw() {
     }
 }
 
-osg::ref_ptr<osg::Image> toOsgImage(const QImage& picture) {
-    const QImage rows = picture.convertToFormat(QImage::Format_RGBA8888).mirrored(false, true);
-    osg::ref_ptr<osg::Image> image = new osg::Image;
-    image->allocateImage(rows.width(), rows.height(), 1, GL_RGBA, GL_UNSIGNED_BYTE);
-    for (int row = 0; row < rows.height(); ++row) {
-        std::memcpy(image->data(0, row), rows.constScanLine(row), static_cast<std::size_t>(rows.width()) * 4);
-    }
-    return image;
-}
-
 /// False when the corners have no longitude and latitude.
 bool placeOverlay(osgEarth::Annotation::ImageOverlay& overlay, const QRectF& ground,
                   const StationProjection& projection) {
@@ -56,7 +45,10 @@ bool placeOverlay(osgEarth::Annotation::ImageOverlay& overlay, const QRectF& gro
 
 } // namespace
 
-AnomalyOverlays::AnomalyOverlays(QObject* parent) : QObject(parent) {
+AnomalyOverlays::AnomalyOverlays(QObject* parent) : AnomalyOverlays(FinePictureLimits(), parent) {}
+
+AnomalyOverlays::AnomalyOverlays(const FinePictureLimits& limits, QObject* parent)
+    : QObject(parent), m_crisp(m_painters, limits) {
     m_painters.setMaxThreadCount(1);
 }
 
@@ -72,57 +64,60 @@ void AnomalyOverlays::show(const KV_StationItem& station, const OverlayStyle& st
     if (map == nullptr || anomalies.empty()) {
         return;
     }
+    OverlayStyle bounded = style;
+    if (anomalies.size() > kManyAnomalies) {
+        bounded.mostPixels = std::min(bounded.mostPixels, kPixelsOfMany);
+    }
+    const Source source = std::make_shared<const OverlaySource>(OverlaySource{anomalies, bounded});
+
     Station shown;
     shown.group = new osg::Group;
     shown.group->setName("diffImageOverlay");
+    shown.group->addUpdateCallback(m_crisp.frameCallback());
     shown.cancelled = std::make_shared<std::atomic<bool>>(false);
 
     const StationProjection projection(station.m_station.m_srs);
-    for (const SdiffData& anomaly : anomalies) {
+    for (std::size_t i = 0; i < anomalies.size(); ++i) {
+        const SdiffData& anomaly = anomalies[i];
         const Overlay overlay = new osgEarth::Annotation::ImageOverlay(map);
         if (!placeOverlay(*overlay, overlayGround(anomaly), projection)) {
             continue;
         }
         overlay->setName(anomaly.name);
         shown.group->addChild(overlay);
-        shown.entries[anomaly.name] = {overlay, osgEarth::Registry::objectIndex()->tagNode(overlay, overlay)};
+        shown.entries[anomaly.name] = {overlay, osgEarth::Registry::objectIndex()->tagNode(overlay, overlay),
+                                       m_crisp.add(*overlay, source, i)};
     }
     map->addChild(shown.group);
     m_stations[station.GetStationId()] = std::move(shown);
-
-    OverlayStyle bounded = style;
-    if (anomalies.size() > kManyAnomalies) {
-        bounded.mostPixels = std::min(bounded.mostPixels, kPixelsOfMany);
-    }
-    paint(station.GetStationId(), anomalies, bounded);
+    paint(station.GetStationId(), source);
     redraw();
 }
 
-void AnomalyOverlays::paint(std::uint32_t stationId, const std::vector<SdiffData>& anomalies,
-                            const OverlayStyle& style) {
+// In batches, so that a finer picture of what is near need not wait for all the usual ones.
+void AnomalyOverlays::paint(std::uint32_t stationId, const Source& source) {
     ++m_paintings;
-    m_painters.start([this, stationId, anomalies, style, cancelled = m_stations.at(stationId).cancelled] {
-        Pictures batch;
-        const auto deliver = [&] {
-            QMetaObject::invokeMethod(
-                this, [this, stationId, batch, cancelled] { attach(stationId, batch, *cancelled); },
-                Qt::QueuedConnection);
-            batch.clear();
-        };
-        for (const SdiffData& anomaly : anomalies) {
-            if (*cancelled) {
-                break;
-            }
-            batch[anomaly.name] = toOsgImage(overlayPicture(anomaly, style));
-            if (batch.size() == kBatch) {
-                deliver();
-            }
-        }
-        deliver();
-        QMetaObject::invokeMethod(
-            this, [this, stationId, cancelled] { finishPainting(stationId, *cancelled); },
-            Qt::QueuedConnection);
-    });
+    for (std::size_t begin = 0; begin < source->anomalies.size(); begin += kBatch) {
+        const std::size_t end = std::min(begin + kBatch, source->anomalies.size());
+        m_painters.start(
+            [this, stationId, source, begin, end, cancelled = m_stations.at(stationId).cancelled] {
+                Pictures batch;
+                for (std::size_t i = begin; i < end && !*cancelled; ++i) {
+                    const SdiffData& anomaly = source->anomalies[i];
+                    batch[anomaly.name] = osgPicture(overlayPicture(anomaly, source->style));
+                }
+                const bool last = end == source->anomalies.size();
+                QMetaObject::invokeMethod(
+                    this,
+                    [this, stationId, batch, cancelled, last] {
+                        attach(stationId, batch, *cancelled);
+                        if (last) {
+                            finishPainting(stationId, *cancelled);
+                        }
+                    },
+                    Qt::QueuedConnection);
+            });
+    }
 }
 
 void AnomalyOverlays::attach(std::uint32_t stationId, const Pictures& pictures,
@@ -134,7 +129,7 @@ void AnomalyOverlays::attach(std::uint32_t stationId, const Pictures& pictures,
     for (const auto& [name, picture] : pictures) {
         const auto entry = entries.find(name);
         if (entry != entries.end()) {
-            entry->second.overlay->setImage(picture);
+            m_crisp.setPicture(entry->second.handle, *picture);
         }
     }
     redraw();
@@ -155,7 +150,9 @@ void AnomalyOverlays::hide(std::uint32_t stationId) {
     *found->second.cancelled = true;
     for (const auto& [name, entry] : found->second.entries) {
         osgEarth::Registry::objectIndex()->remove(entry.id);
+        m_crisp.remove(entry.handle);
     }
+    found->second.group->removeUpdateCallback(m_crisp.frameCallback());
     if (osgEarth::MapNode* map = mapNode()) {
         map->removeChild(found->second.group);
     }
@@ -179,6 +176,7 @@ void AnomalyOverlays::remove(std::uint32_t stationId, const std::string& anomaly
         return;
     }
     osgEarth::Registry::objectIndex()->remove(entry->second.id);
+    m_crisp.remove(entry->second.handle);
     found->second.group->removeChild(entry->second.overlay);
     found->second.entries.erase(entry);
     redraw();

@@ -2,9 +2,9 @@
 
 #include "workbench/inspection/output/RasterPicture.h"
 #include "workbench/inspection/project/ProjectDescription.h"
+#include "workbench/inspection/windows/GroundPicture.h"
 #include "workbench/inspection/windows/ProfileChart.h"
 
-#include <QImage>
 #include <QLineF>
 #include <QRectF>
 #include <QSize>
@@ -29,22 +29,15 @@ struct ComparisonSource {
     DifferenceRamp ramp;
 };
 
-/// One picture and its title, or why there is none.
-struct EpochPicture {
-    QImage picture;
-    QString title;
-    QString reason;
-};
-
 struct ComparisonPictures {
-    QRectF ground; ///< what the pictures cover; y runs north
-    EpochPicture oldEpoch;
-    EpochPicture newEpoch;
-    EpochPicture difference;
+    GroundPicture oldEpoch;
+    GroundPicture newEpoch;
+    GroundPicture difference;
 };
 
 /// Reads the pictures of a stretch of ground: the orthophotos, or the shaded relief of the surface model
-/// where there is none, and the differences over a pale relief. Any thread.
+/// where there is none or it cannot be read, and the differences over a pale relief. All cover the same
+/// ground. Any thread.
 ComparisonPictures readComparison(const ComparisonSource& source, const QRectF& ground, const QSize& pixels);
 
 /// Elevations of both epochs along a line, the new one moved onto the old one. Any thread.

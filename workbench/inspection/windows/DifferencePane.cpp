@@ -8,15 +8,19 @@
 
 namespace inspection {
 
-DifferencePane::DifferencePane(GroundView& view, QWidget* parent)
-    : PicturePane(view, tr("高程变化 dZ"), parent) {}
-
 void DifferencePane::setRamp(const DifferenceRamp& ramp) {
     m_ramp = ramp;
     update();
 }
 
-void DifferencePane::paintOver(QPainter& painter) {
+void DifferencePane::paintAbove(QPainter& painter) {
+    PicturePane::paintAbove(painter);
+    if (hasImage()) {
+        paintLegend(painter);
+    }
+}
+
+void DifferencePane::paintLegend(QPainter& painter) const {
     const int textHeight = fontMetrics().height();
     const int barHeight = std::min(height() - 3 * textHeight, 9 * textHeight);
     if (barHeight < 3 * textHeight || !m_ramp.fill.isValid()) {

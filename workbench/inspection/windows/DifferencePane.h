@@ -10,14 +10,16 @@ class DifferencePane : public PicturePane {
     Q_OBJECT
 
 public:
-    explicit DifferencePane(GroundView& view, QWidget* parent = nullptr);
+    using PicturePane::PicturePane;
 
     void setRamp(const DifferenceRamp& ramp);
 
 protected:
-    void paintOver(QPainter& painter) override;
+    void paintAbove(QPainter& painter) override;
 
 private:
+    void paintLegend(QPainter& painter) const;
+
     DifferenceRamp m_ramp;
 };
 

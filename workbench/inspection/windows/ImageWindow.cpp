@@ -5,13 +5,18 @@
 #include "workbench/inspection/database/StationTable.h"
 #include "workbench/inspection/windows/AnomalyTexts.h"
 #include "workbench/inspection/windows/DifferencePane.h"
+#include "workbench/inspection/windows/ElidedLabel.h"
 #include "workbench/inspection/windows/GroundView.h"
 #include "workbench/inspection/windows/OutlinePath.h"
 #include "workbench/inspection/windows/OverlayPicture.h"
+#include "workbench/inspection/windows/SwipePane.h"
 
+#include <QButtonGroup>
 #include <QDir>
-#include <QGridLayout>
-#include <QLabel>
+#include <QHBoxLayout>
+#include <QStackedWidget>
+#include <QToolButton>
+#include <QVBoxLayout>
 
 #include <algorithm>
 #include <cmath>
@@ -33,12 +38,20 @@ QRectF grownTo(const QRectF& ground, double leastMetres) {
     return ground.adjusted(-x, -y, x, y);
 }
 
-QRectF stationGround(const KV_Station& station) {
-    return {QPointF(station.m_xMin, station.m_yMin), QPointF(station.m_xMax, station.m_yMax)};
+/// The bounds of an anomaly or a station; null where they enclose no ground.
+template<typename Record>
+QRectF groundOf(double Record::*xMin, double Record::*yMin, double Record::*xMax, double Record::*yMax,
+                const Record& record) {
+    const QRectF ground(QPointF(record.*xMin, record.*yMin), QPointF(record.*xMax, record.*yMax));
+    return std::isfinite(ground.width() + ground.height()) && ground.isValid() ? ground : QRectF();
 }
 
-QRectF anomalyGround(const SdiffData& anomaly) {
-    return {QPointF(anomaly.xMin, anomaly.yMin), QPointF(anomaly.xMax, anomaly.yMax)};
+QRectF subjectOf(const KV_Station& station, const SdiffData& anomaly) {
+    const QRectF ground =
+        groundOf(&SdiffData::xMin, &SdiffData::yMin, &SdiffData::xMax, &SdiffData::yMax, anomaly);
+    return ground.isNull() ? groundOf(&KV_Station::m_xMin, &KV_Station::m_yMin, &KV_Station::m_xMax,
+                                      &KV_Station::m_yMax, station)
+                           : ground;
 }
 
 /// Through the middle, along the longer side, a quarter of its length further to either side.
@@ -51,63 +64,111 @@ QLineF lineAcross(const QRectF& ground) {
 } // namespace
 
 ImageWindow::ImageWindow(Session& session, QWidget* parent)
-    : KVImageWindow(parent), m_session(session), m_view(new GroundView(this)), m_caption(new QLabel),
-      m_oldPane(new PicturePane(*m_view, tr("前期"))), m_newPane(new PicturePane(*m_view, tr("后期"))),
-      m_differencePane(new DifferencePane(*m_view)), m_profile(new ProfileChart) {
-    m_readers.setMaxThreadCount(1);
+    : KVImageWindow(parent), m_session(session), m_view(new GroundView(this)), m_caption(new ElidedLabel),
+      m_sideBySide(new QToolButton), m_swipe(new QToolButton), m_comparison(new QStackedWidget),
+      m_oldPane(new PicturePane(*m_view)), m_newPane(new PicturePane(*m_view)),
+      m_swipePane(new SwipePane(*m_view)), m_differencePane(new DifferencePane(*m_view)),
+      m_profile(new ProfileChart) {
     m_settle.setSingleShot(true);
     m_settle.setInterval(kSettleMilliseconds);
     build();
     clear();
     connect(&m_settle, SIGNAL(timeout()), this, SLOT(readVisible()));
     connect(m_view, SIGNAL(changed()), this, SLOT(scheduleRead()));
-    for (PicturePane* pane : {m_oldPane, m_newPane, static_cast<PicturePane*>(m_differencePane)}) {
+    connect(m_swipe, SIGNAL(toggled(bool)), this, SLOT(setSwiping(bool)));
+    connect(m_profile, SIGNAL(pointerAlong(double)), this, SLOT(pointAlongProfile(double)));
+    connect(m_profile, SIGNAL(pointerLeft()), this, SLOT(pointNowhere()));
+    for (GroundPane* pane : panes()) {
         connect(pane, SIGNAL(fitRequested()), this, SLOT(fit()));
+        connect(pane, SIGNAL(profileLineDragged(QLineF)), this, SLOT(setProfileLine(QLineF)));
     }
 }
 
-ImageWindow::~ImageWindow() {
-    ++m_generation;
-    m_readers.clear();
-    m_readers.waitForDone();
+ImageWindow::~ImageWindow() = default;
+
+std::array<GroundPane*, 4> ImageWindow::panes() const {
+    return {m_oldPane, m_newPane, m_swipePane, m_differencePane};
 }
 
 void ImageWindow::build() {
-    m_caption->setObjectName("imageCaption");
-    m_caption->setWordWrap(true);
-    m_caption->setTextInteractionFlags(Qt::TextSelectableByMouse);
     m_oldPane->setObjectName("oldPane");
     m_newPane->setObjectName("newPane");
+    m_swipePane->setObjectName("swipePane");
     m_differencePane->setObjectName("differencePane");
     m_profile->setObjectName("profileChart");
 
-    auto* grid = new QGridLayout(this);
-    grid->setContentsMargins(6, 6, 6, 6);
-    grid->setSpacing(4);
-    grid->addWidget(m_caption, 0, 0, 1, 2);
-    grid->addWidget(m_oldPane, 1, 0);
-    grid->addWidget(m_newPane, 1, 1);
-    grid->addWidget(m_differencePane, 2, 0, 1, 2);
-    grid->addWidget(m_profile, 3, 0, 1, 2);
-    grid->setRowStretch(1, 5);
-    grid->setRowStretch(2, 4);
-    grid->setRowStretch(3, 3);
+    auto* pair = new QWidget;
+    auto* besides = new QHBoxLayout(pair);
+    besides->setContentsMargins(0, 0, 0, 0);
+    besides->setSpacing(4);
+    besides->addWidget(m_oldPane);
+    besides->addWidget(m_newPane);
+    m_comparison->addWidget(pair);
+    m_comparison->addWidget(m_swipePane);
+
+    auto* rows = new QVBoxLayout(this);
+    rows->setContentsMargins(6, 6, 6, 6);
+    rows->setSpacing(4);
+    rows->addWidget(makeHeader());
+    rows->addWidget(m_comparison, 5);
+    rows->addWidget(m_differencePane, 4);
+    rows->addWidget(m_profile, 3);
+}
+
+QWidget* ImageWindow::makeHeader() {
+    m_caption->setObjectName("imageCaption");
+    m_sideBySide->setObjectName("sideBySideButton");
+    m_sideBySide->setText(tr("并列"));
+    m_sideBySide->setToolTip(tr("前期在左，后期在右"));
+    m_swipe->setObjectName("swipeButton");
+    m_swipe->setText(tr("卷帘"));
+    m_swipe->setToolTip(tr("拖动分界线，在同一画面中对比两期影像"));
+    auto* choice = new QButtonGroup(this);
+    for (QToolButton* button : {m_sideBySide, m_swipe}) {
+        button->setCheckable(true);
+        button->setFocusPolicy(Qt::StrongFocus);
+        choice->addButton(button);
+    }
+    m_sideBySide->setChecked(true);
+
+    auto* header = new QWidget;
+    auto* columns = new QHBoxLayout(header);
+    columns->setContentsMargins(0, 0, 0, 0);
+    columns->setSpacing(2);
+    columns->addWidget(m_caption, 1);
+    columns->addWidget(m_sideBySide);
+    columns->addWidget(m_swipe);
+    return header;
 }
 
 void ImageWindow::clear() {
-    ++m_generation;
     m_settle.stop();
-    m_readingPictures = false;
-    m_readAgain = false;
+    m_pictureRead.drop();
+    m_profileRead.drop();
     m_subject = QRectF();
-    m_loadedGround = QRectF();
-    m_caption->setText(tr("双击异常，在此对比两期影像"));
-    for (PicturePane* pane : {m_oldPane, m_newPane, static_cast<PicturePane*>(m_differencePane)}) {
-        pane->setPicture({}, {}, tr("未选择异常"));
+    m_profileLine = QLineF();
+    m_asked.reset();
+    m_caption->setFullText(tr("双击异常，在此对比两期影像"));
+    for (GroundPane* pane : panes()) {
         pane->setOutline({});
         pane->setProfileLine({});
     }
-    m_profile->setProfile({}, tr("未选择异常"));
+    showNotice(tr("未选择异常"));
+}
+
+void ImageWindow::showNotice(const QString& text) {
+    const auto notice = [&](const QString& title) {
+        GroundPicture picture;
+        picture.title = title;
+        picture.reason = text;
+        return picture;
+    };
+    showPictures({notice(tr("前期")), notice(tr("后期")), notice(tr("高程变化 dZ"))});
+    m_profile->setProfile({}, text);
+}
+
+bool ImageWindow::isReading() const {
+    return m_pictureRead.isReading() || m_profileRead.isReading() || m_settle.isActive();
 }
 
 void ImageWindow::CreatZoomItem(KV_StationItem* item, const SdiffData& zoom) {
@@ -115,22 +176,31 @@ void ImageWindow::CreatZoomItem(KV_StationItem* item, const SdiffData& zoom) {
         return;
     }
     clear();
-    const bool hasExtent = zoom.xMax > zoom.xMin && zoom.yMax > zoom.yMin;
-    m_subject = hasExtent ? anomalyGround(zoom) : stationGround(item->m_station);
+    describe(*item, zoom);
+    const QRectF subject = subjectOf(item->m_station, zoom);
+    if (subject.isNull()) {
+        showNotice(tr("该记录没有范围"));
+        return;
+    }
+    m_subject = subject;
     m_source = sourceOf(*item, zoom);
     m_differencePane->setRamp(m_source.ramp);
     m_profile->setColours(m_source.ramp.fill, m_source.ramp.cut);
-    describe(*item, zoom);
 
     const QPainterPath outline = outlinePath(zoom.outlineWkt);
-    for (PicturePane* pane : {m_oldPane, m_newPane, static_cast<PicturePane*>(m_differencePane)}) {
-        pane->setPicture({}, {}, tr("正在读取…"));
+    for (GroundPane* pane : panes()) {
         pane->setOutline(outline);
     }
+    showNotice(tr("正在读取…"));
     fit();
     m_settle.stop();
     readVisible();
     setProfileLine(lineAcross(m_subject));
+}
+
+void ImageWindow::setSwiping(bool swiping) {
+    m_comparison->setCurrentWidget(swiping ? m_swipePane : m_oldPane->parentWidget());
+    scheduleRead(); // the wider pane shows more
 }
 
 ComparisonSource ImageWindow::sourceOf(const KV_StationItem& item, const SdiffData& zoom) const {
@@ -159,64 +229,54 @@ ComparisonSource ImageWindow::sourceOf(const KV_StationItem& item, const SdiffDa
 }
 
 void ImageWindow::describe(const KV_StationItem& item, const SdiffData& zoom) {
-    const QString station = fromGbk(item.m_station.m_name);
+    const QString station = fromGbk(item.m_station.m_name).simplified();
     if (zoom.name.empty()) {
-        m_caption->setText(station);
+        m_caption->setFullText(station);
         return;
     }
-    m_caption->setText(tr("%1 · %2：%3，面积 %4 m²，体积 %5 m³，dZ %6 m")
-                           .arg(station, fromGbk(zoom.name), kindText(zoom),
-                                figureText(zoom.areaSquareMetres), figureText(zoom.volumeCubicMetres()),
-                                differenceText(zoom.dzMeanMetres)));
+    // The figures have a line of their own, so that no name pushes them out.
+    m_caption->setFullText(tr("%1 · %2").arg(station, fromGbk(zoom.name).simplified()) + '\n' +
+                           tr("%1，面积 %2 m²，体积 %3 m³，dZ %4 m")
+                               .arg(kindText(zoom), figureText(zoom.areaSquareMetres),
+                                    figureText(zoom.volumeCubicMetres()), differenceText(zoom.dzMeanMetres)));
 }
 
 void ImageWindow::setProfileLine(const QLineF& ground) {
-    for (PicturePane* pane : {m_oldPane, m_newPane, static_cast<PicturePane*>(m_differencePane)}) {
+    m_profileLine = ground;
+    for (GroundPane* pane : panes()) {
         pane->setProfileLine(ground);
     }
-    m_profile->setProfile({}, tr("正在读取…"));
-    readProfileOf(ground);
-}
-
-template<typename Read, typename Done>
-void ImageWindow::readBeside(const Read& read, const Done& done) {
-    ++m_pendingReads;
-    m_readers.start([this, read, done, generation = m_generation] {
-        const auto result = read();
-        QMetaObject::invokeMethod(
-            this,
-            [this, result, done, generation] {
-                --m_pendingReads;
-                if (generation == m_generation) {
-                    done(result);
-                }
-                if (!isReading()) {
-                    emit shown();
-                }
-            },
-            Qt::QueuedConnection);
+    m_profileRead.ask([this, source = m_source, ground] {
+        const ElevationProfile profile = readProfile(source, ground);
+        return [this, profile] { m_profile->setProfile(profile, tr("高程无法读取")); };
     });
 }
 
-void ImageWindow::readProfileOf(const QLineF& line) {
-    readBeside(
-        [source = m_source, line] { return readProfile(source, line); },
-        [this](const ElevationProfile& profile) { m_profile->setProfile(profile, tr("高程无法读取")); });
+void ImageWindow::pointAlongProfile(double share) {
+    m_view->setPointer(m_profileLine.pointAt(share));
+}
+
+void ImageWindow::pointNowhere() {
+    m_view->setPointer(std::nullopt);
 }
 
 void ImageWindow::fit() {
-    if (m_subject.isEmpty()) {
+    if (m_subject.isNull()) {
         return;
     }
     const QPointF room(m_subject.width() * (kSurroundings - 1.0) / 2.0,
                        m_subject.height() * (kSurroundings - 1.0) / 2.0);
     m_view->show(
         grownTo(m_subject.adjusted(-room.x(), -room.y(), room.x(), room.y()), kLeastSurroundingMetres),
-        m_oldPane->size());
+        comparisonSize());
+}
+
+QSize ImageWindow::comparisonSize() const {
+    return m_swipe->isChecked() ? m_swipePane->size() : m_oldPane->size();
 }
 
 void ImageWindow::scheduleRead() {
-    if (!m_subject.isEmpty()) {
+    if (!m_subject.isNull()) {
         m_settle.start();
     }
 }
@@ -227,16 +287,11 @@ void ImageWindow::resizeEvent(QResizeEvent* event) {
 }
 
 void ImageWindow::readVisible() {
-    if (m_readingPictures) {
-        m_readAgain = true;
-        return;
-    }
-    // The differences lie in the widest pane; what fills it fills the others, too.
-    const QSize pane = m_differencePane->size().expandedTo(m_oldPane->size());
+    // What fills a pane as wide and as high as any of them fills them all.
+    const QSize pane = m_differencePane->size().expandedTo(comparisonSize());
     const QRectF visible = m_view->toPane(pane).inverted().mapRect(QRectF(QPointF(), QSizeF(pane)));
-    const bool covered = m_loadedGround.contains(visible);
-    if (covered && m_loadedMetresPerPixel <= m_view->metresPerPixel() * kCoarserThanView) {
-        emit shown();
+    if (m_asked && m_asked->ground.contains(visible) &&
+        m_asked->metresPerPixel <= m_view->metresPerPixel() * kCoarserThanView) {
         return;
     }
     const QPointF ahead(visible.width() * kReadAhead, visible.height() * kReadAhead);
@@ -246,28 +301,18 @@ void ImageWindow::readVisible() {
         std::min(1.0, kMostPixels / std::max(wanted, wanted * ground.height() / ground.width()));
     const QSize pixels(std::max(1, static_cast<int>(wanted * scale)),
                        std::max(1, static_cast<int>(wanted * scale * ground.height() / ground.width())));
-    m_readingPictures = true;
-    readBeside([source = m_source, ground, pixels] { return readComparison(source, ground, pixels); },
-               [this](const ComparisonPictures& pictures) { take(pictures); });
+    m_asked = {ground, ground.width() / pixels.width()};
+    m_pictureRead.ask([this, source = m_source, ground, pixels] {
+        const ComparisonPictures pictures = readComparison(source, ground, pixels);
+        return [this, pictures] { showPictures(pictures); };
+    });
 }
 
-void ImageWindow::take(const ComparisonPictures& pictures) {
-    m_readingPictures = false;
-    m_loadedGround = pictures.ground;
-    m_loadedMetresPerPixel =
-        pictures.ground.width() /
-        std::max(1, std::max(pictures.oldEpoch.picture.width(), pictures.newEpoch.picture.width()));
-    const auto put = [&](PicturePane& pane, const EpochPicture& epoch) {
-        pane.setTitle(epoch.title);
-        pane.setPicture(epoch.picture, pictures.ground, epoch.reason);
-    };
-    put(*m_oldPane, pictures.oldEpoch);
-    put(*m_newPane, pictures.newEpoch);
-    put(*m_differencePane, pictures.difference);
-    if (m_readAgain) { // the view moved on meanwhile
-        m_readAgain = false;
-        readVisible();
-    }
+void ImageWindow::showPictures(const ComparisonPictures& pictures) {
+    m_oldPane->setPicture(pictures.oldEpoch);
+    m_newPane->setPicture(pictures.newEpoch);
+    m_swipePane->setPictures(pictures.oldEpoch, pictures.newEpoch);
+    m_differencePane->setPicture(pictures.difference);
 }
 
 } // namespace inspection

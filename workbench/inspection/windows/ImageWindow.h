@@ -2,22 +2,29 @@
 
 #include "host/inspection/KVImageWindow.h"
 #include "workbench/inspection/windows/ComparisonPictures.h"
+#include "workbench/inspection/windows/LatestRead.h"
 
-#include <QThreadPool>
 #include <QTimer>
 
-class QLabel;
+#include <array>
+#include <optional>
+
+class QStackedWidget;
+class QToolButton;
 
 namespace inspection {
 
 class DifferencePane;
+class ElidedLabel;
+class GroundPane;
 class GroundView;
 class PicturePane;
 class Session;
+class SwipePane;
 
-/// Old and new orthophoto of an anomaly side by side, its elevation differences, and the elevations of both
-/// epochs along a line across it. The pictures pan and zoom together and are read beside the GUI thread. GUI
-/// thread.
+/// Old and new orthophoto of an anomaly, side by side or with a divider to swipe between them, its elevation
+/// differences, and the elevations of both epochs along a line across it, which the user can drag. The
+/// pictures pan and zoom together and are read beside the GUI thread. GUI thread.
 class ImageWindow : public KVImageWindow {
     Q_OBJECT
 
@@ -28,15 +35,11 @@ public:
 
     void CreatZoomItem(KV_StationItem* item, const SdiffData& zoom) override;
     /// True while pictures or a profile are being read.
-    bool isReading() const { return m_pendingReads != 0 || m_settle.isActive(); }
+    bool isReading() const;
 
 public slots:
     /// Shows nothing, as when the project is closed.
     void clear();
-
-signals:
-    /// Everything that was asked for is shown.
-    void shown();
 
 protected:
     void resizeEvent(QResizeEvent* event) override;
@@ -45,36 +48,45 @@ private slots:
     void fit();
     void scheduleRead();
     void readVisible();
+    void setSwiping(bool swiping);
+    void setProfileLine(const QLineF& ground);
+    void pointAlongProfile(double share);
+    void pointNowhere();
 
 private:
+    struct PictureRequest {
+        QRectF ground;
+        double metresPerPixel = 0.0;
+    };
+
     void build();
+    QWidget* makeHeader();
+    std::array<GroundPane*, 4> panes() const;
     ComparisonSource sourceOf(const KV_StationItem& item, const SdiffData& zoom) const;
     void describe(const KV_StationItem& item, const SdiffData& zoom);
-    void setProfileLine(const QLineF& ground);
-    void readProfileOf(const QLineF& line);
-    void take(const ComparisonPictures& pictures);
-    /// Runs `read` beside the GUI thread and `done` with its result on it, unless something else is shown by
-    /// then.
-    template<typename Read, typename Done>
-    void readBeside(const Read& read, const Done& done);
+    void showPictures(const ComparisonPictures& pictures);
+    /// The same notice in place of all pictures.
+    void showNotice(const QString& text);
+    QSize comparisonSize() const;
 
     Session& m_session;
     GroundView* m_view;
-    QLabel* m_caption;
+    ElidedLabel* m_caption;
+    QToolButton* m_sideBySide;
+    QToolButton* m_swipe;
+    QStackedWidget* m_comparison;
     PicturePane* m_oldPane;
     PicturePane* m_newPane;
+    SwipePane* m_swipePane;
     DifferencePane* m_differencePane;
     ProfileChart* m_profile;
     ComparisonSource m_source;
-    QRectF m_subject;      ///< ground of the anomaly or station; empty while nothing is shown
-    QRectF m_loadedGround; ///< what the pictures cover
-    double m_loadedMetresPerPixel = 0.0;
-    quint64 m_generation = 0;
-    int m_pendingReads = 0;
-    bool m_readingPictures = false; ///< of the present generation
-    bool m_readAgain = false;
+    QRectF m_subject; ///< ground of the anomaly or station; null while nothing is shown
+    QLineF m_profileLine;
+    std::optional<PictureRequest> m_asked; ///< the latest pictures that were asked for
     QTimer m_settle;
-    QThreadPool m_readers;
+    LatestRead m_pictureRead;
+    LatestRead m_profileRead;
 };
 
 } // namespace inspection

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 
 namespace inspection {
 
@@ -45,16 +46,24 @@ QRectF overlayGround(const SdiffData& anomaly) {
     return QRectF(anomaly.xMin, anomaly.yMin, width, height).adjusted(-room, -room, room, room);
 }
 
+QSize overlayPixels(const SdiffData& anomaly, int longerSide) {
+    const QRectF ground = overlayGround(anomaly);
+    const double perMetre = longerSide / std::max(ground.width(), ground.height());
+    return {std::max(1, static_cast<int>(std::lround(ground.width() * perMetre))),
+            std::max(1, static_cast<int>(std::lround(ground.height() * perMetre)))};
+}
+
 QImage overlayPicture(const SdiffData& anomaly, const OverlayStyle& style) {
     const QRectF ground = overlayGround(anomaly);
-    const double longer = std::max(ground.width(), ground.height());
-    const double pixelsOfLonger =
-        std::clamp(std::ceil(longer / kFinestMetresPerPixel), static_cast<double>(kLeastPixels),
-                   static_cast<double>(style.mostPixels));
-    const double perMetre = pixelsOfLonger / longer;
-    const QSize pixels(std::max(1, static_cast<int>(std::lround(ground.width() * perMetre))),
-                       std::max(1, static_cast<int>(std::lround(ground.height() * perMetre))));
+    const double cells = std::ceil(std::max(ground.width(), ground.height()) / kFinestMetresPerPixel);
+    const double pixels =
+        std::clamp(cells, static_cast<double>(kLeastPixels), static_cast<double>(style.mostPixels));
+    return overlayPicture(anomaly, style, {static_cast<int>(pixels), std::max(1.5, pixels * 0.012)});
+}
 
+QImage overlayPicture(const SdiffData& anomaly, const OverlayStyle& style, const OverlayDetail& detail) {
+    const QRectF ground = overlayGround(anomaly);
+    const QSize pixels = overlayPixels(anomaly, detail.pixels);
     QImage picture(pixels, QImage::Format_ARGB32_Premultiplied);
     picture.fill(Qt::transparent);
     QPainter painter(&picture);
@@ -72,12 +81,22 @@ QImage overlayPicture(const SdiffData& anomaly, const OverlayStyle& style) {
     }
     painter.setClipping(false);
 
-    const double edge = std::max(1.5, pixelsOfLonger * 0.012);
+    const double edge = detail.edgePixels;
     painter.strokePath(
         outline, QPen(QColor(255, 255, 255, 235), edge * 2.0, Qt::SolidLine, Qt::FlatCap, Qt::RoundJoin));
     painter.strokePath(outline, QPen(kind.darker(140), edge, Qt::SolidLine, Qt::FlatCap, Qt::RoundJoin));
     painter.end();
     return picture;
+}
+
+osg::ref_ptr<osg::Image> osgPicture(const QImage& picture) {
+    const QImage rows = picture.convertToFormat(QImage::Format_RGBA8888).mirrored(false, true);
+    osg::ref_ptr<osg::Image> image = new osg::Image;
+    image->allocateImage(rows.width(), rows.height(), 1, GL_RGBA, GL_UNSIGNED_BYTE);
+    for (int row = 0; row < rows.height(); ++row) {
+        std::memcpy(image->data(0, row), rows.constScanLine(row), static_cast<std::size_t>(rows.width()) * 4);
+    }
+    return image;
 }
 
 double scaleEndMetres(double largestMetres) {

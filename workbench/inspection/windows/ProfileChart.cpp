@@ -1,5 +1,8 @@
 #include "workbench/inspection/windows/ProfileChart.h"
 
+#include "workbench/inspection/windows/AnomalyTexts.h"
+#include "workbench/inspection/windows/PanePainting.h"
+
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPainterPath>
@@ -107,6 +110,7 @@ void ProfileChart::paintEvent(QPaintEvent* /*event*/) {
     paintEpoch(painter, *axes, m_profile.oldMetres, kOldColour, Qt::DashLine);
     paintEpoch(painter, *axes, m_profile.newMetres, kNewColour, Qt::SolidLine);
     paintKey(painter, *axes);
+    paintEnds(painter, *axes);
     paintReading(painter, *axes);
 }
 
@@ -182,7 +186,7 @@ void ProfileChart::paintEpoch(QPainter& painter, const Axes& axes, const std::ve
 void ProfileChart::paintKey(QPainter& painter, const Axes& axes) const {
     const int textHeight = fontMetrics().height();
     const double y = 4 + textHeight / 2.0;
-    double x = axes.plot.left();
+    double x = axes.plot.left() + 20; // beside the end's letter
     const auto entry = [&](const QString& text, const QColor& colour, Qt::PenStyle style) {
         painter.setPen(QPen(colour, 2.0, style));
         painter.drawLine(QPointF(x, y), QPointF(x + 22, y));
@@ -191,8 +195,20 @@ void ProfileChart::paintKey(QPainter& painter, const Axes& axes) const {
         painter.drawText(QRectF(x + 27, y - textHeight / 2.0, width, textHeight), Qt::AlignVCenter, text);
         x += 27 + width + 14;
     };
-    entry(tr("前期高程"), kOldColour, Qt::DashLine);
-    entry(tr("后期高程"), kNewColour, Qt::SolidLine);
+    const auto name = [](const QString& epoch, const std::vector<double>& metres) {
+        const bool known =
+            std::any_of(metres.begin(), metres.end(), [](double value) { return std::isfinite(value); });
+        return known ? epoch : tr("%1（无数据）").arg(epoch);
+    };
+    entry(name(tr("前期高程"), m_profile.oldMetres), kOldColour, Qt::DashLine);
+    entry(name(tr("后期高程"), m_profile.newMetres), kNewColour, Qt::SolidLine);
+}
+
+// As the line's grips are named in the pictures.
+void ProfileChart::paintEnds(QPainter& painter, const Axes& axes) const {
+    const double y = 4 + fontMetrics().height() / 2.0;
+    paintGrip(painter, {axes.plot.left(), y}, QStringLiteral("A"), false);
+    paintGrip(painter, {axes.plot.right(), y}, QStringLiteral("B"), false);
 }
 
 void ProfileChart::paintReading(QPainter& painter, const Axes& axes) const {
@@ -205,11 +221,14 @@ void ProfileChart::paintReading(QPainter& painter, const Axes& axes) const {
     const double after = m_profile.newMetres[step];
     painter.setPen(QPen(palette().color(QPalette::Text), 1.0, Qt::DotLine));
     painter.drawLine(QPointF(axes.x(step), axes.plot.top()), QPointF(axes.x(step), axes.plot.bottom()));
-    if (!std::isfinite(before + after)) {
-        return;
-    }
+    const auto known = [](double metres) {
+        return std::isfinite(metres) ? QString::number(metres, 'f', 2) : QStringLiteral("—");
+    };
+    const double difference = after - before;
     const QString text =
-        tr("%1 → %2 m，dZ %3 m").arg(before, 0, 'f', 2).arg(after, 0, 'f', 2).arg(after - before, 0, 'f', 2);
+        tr("%1 → %2 m，dZ %3 m")
+            .arg(known(before), known(after),
+                 std::isfinite(difference) ? differenceText(difference) : QStringLiteral("—"));
     const double width = fontMetrics().horizontalAdvance(text) + 12;
     const double left = std::clamp(
         axes.x(step) + 8, axes.plot.left(),
@@ -225,11 +244,22 @@ void ProfileChart::paintReading(QPainter& painter, const Axes& axes) const {
 void ProfileChart::mouseMoveEvent(QMouseEvent* event) {
     m_pointerX = event->position().toPoint().x();
     update();
+    point();
+}
+
+void ProfileChart::point() {
+    const auto axes = this->axes();
+    if (axes && *m_pointerX >= axes->plot.left() && *m_pointerX <= axes->plot.right()) {
+        emit pointerAlong((*m_pointerX - axes->plot.left()) / axes->plot.width());
+    } else {
+        emit pointerLeft();
+    }
 }
 
 void ProfileChart::leaveEvent(QEvent* /*event*/) {
     m_pointerX.reset();
     update();
+    emit pointerLeft();
 }
 
 } // namespace inspection

@@ -15,8 +15,8 @@ struct ElevationProfile {
     std::vector<double> newMetres;
 };
 
-/// Draws an elevation profile of both epochs, the space between them coloured by sign, and the values under
-/// the pointer. GUI thread.
+/// Draws an elevation profile of both epochs from A to B, the space between them coloured by sign, and the
+/// values under the pointer. GUI thread.
 class ProfileChart : public QWidget {
     Q_OBJECT
 
@@ -29,6 +29,11 @@ public:
 
     QSize sizeHint() const override { return {320, 160}; }
     QSize minimumSizeHint() const override { return {120, 80}; }
+
+signals:
+    /// The pointer is over this part of the profile, 0 at its start (A) to 1 at its end (B).
+    void pointerAlong(double share);
+    void pointerLeft();
 
 protected:
     void paintEvent(QPaintEvent* event) override;
@@ -43,7 +48,9 @@ private:
     void paintEpoch(QPainter& painter, const Axes& axes, const std::vector<double>& metres,
                     const QColor& colour, Qt::PenStyle style) const;
     void paintKey(QPainter& painter, const Axes& axes) const;
+    void paintEnds(QPainter& painter, const Axes& axes) const;
     void paintReading(QPainter& painter, const Axes& axes) const;
+    void point();
 
     ElevationProfile m_profile;
     QString m_reason;

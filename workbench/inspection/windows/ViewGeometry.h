@@ -1,0 +1,37 @@
+#pragma once
+
+#include <osg/BoundingSphere>
+#include <osg/Camera>
+#include <osg/Matrixd>
+#include <osg/Polytope>
+
+#include <optional>
+
+namespace inspection {
+
+/// Device pixels for each metre of something in a picture.
+struct ScreenScale {
+    double nearest = 0.0; ///< at its nearest point
+    double centre = 0.0;
+};
+
+/// How large things are in a camera's picture. The thread that runs the frames.
+class ViewGeometry {
+public:
+    ViewGeometry() = default;
+    explicit ViewGeometry(const osg::Camera& camera);
+
+    /// The scale of a sphere in world coordinates; nothing when it is not in the picture. What hides it is
+    /// not looked at.
+    std::optional<ScreenScale> scaleOf(const osg::BoundingSphere& bound) const;
+
+    bool operator==(const ViewGeometry& other) const;
+    bool operator!=(const ViewGeometry& other) const { return !(*this == other); }
+
+private:
+    osg::Matrixd m_view;
+    osg::Matrixd m_projection;
+    double m_heightPixels = 0.0;
+};
+
+} // namespace inspection
