@@ -149,6 +149,8 @@ void CeditDiff::tellTable(const Overlays& highlighted) {
 }
 
 void CeditDiff::adoptTableSelection(const std::vector<std::string>& names) {
+    if (names.empty() && m_hoverPickList.empty() && m_boundsPickList.empty())
+        return;
     clearHoverPicks();
     clearBoundsPicks();
     m_lastPickedId = PickCallback::kNothing;

@@ -51,6 +51,7 @@ public:
     void Refresh() override {}
     void AddData() override {}
     void SetSelectedbycoor(KV_StationItem*, double, double) override {}
+    void SetSelectedbyname(const std::vector<std::string>&) override {}
     void SetItemAtrii(KV_StationItem*, const std::vector<SdiffData>&) override {}
     void DeleteItems(KV_StationItem*, const std::vector<SdiffData>&) override {}
 

@@ -64,8 +64,8 @@ protected:
 
     // The pointer and the keys.
     void moveTo(const QPoint& place);
-    /// Waits for a frame, or as many as it takes until all events have been handled and messages delivered.
-    void draw();
+    /// Waits for that many frames, and for more until all events are handled and all messages delivered.
+    void draw(unsigned frames = 1);
     /// Moves there, presses and releases.
     void leftClick(const QPoint& place);
     void rightClick(const QPoint& place);
