@@ -4,6 +4,7 @@
 
 #include <QApplication>
 #include <QLabel>
+#include <QMouseEvent>
 #include <QTest>
 
 #include <osgEarthUtil/RTTPicker>
@@ -94,6 +95,12 @@ void PluginHost::click(const char* utf8Name) const {
 void PluginHost::settle() const {
     globe->requestRedraw();
     EXPECT_TRUE(QTest::qWaitFor([this] { return globe->isPictureComplete(); }, 60000));
+}
+
+void PluginHost::movePointer(const QPoint& place) const {
+    QMouseEvent move(QEvent::MouseMove, place, globe->mapToGlobal(place), Qt::NoButton, Qt::NoButton,
+                     Qt::NoModifier);
+    QApplication::sendEvent(globe, &move);
 }
 
 int PluginHost::pickerCount() const {

@@ -87,7 +87,7 @@ protected:
     /// A real click on the globe, `dx`, `dy` widget pixels from its centre.
     void clickOnGlobe(int dx, int dy, Qt::MouseButton button = Qt::LeftButton) {
         const QPoint place = m_host.globe->rect().center() + QPoint(dx, dy);
-        QTest::mouseMove(m_host.globe, place);
+        m_host.movePointer(place);
         m_host.settle();
         QTest::mouseClick(m_host.globe, button, {}, place);
         m_host.settle();

@@ -21,10 +21,13 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLoggingCategory>
+#include <QShortcut>
 #include <QStatusBar>
 #include <QToolBar>
 #include <QToolButton>
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace {
@@ -59,6 +62,9 @@ MainWindow::MainWindow() : m_globe(new GlobeWidget(this)), m_layers(m_globe->map
     buildStatusBar();
     connectGlobe();
     addWorldBackdrop();
+    connect(new QShortcut(Qt::Key_F6, this), &QShortcut::activated, this, [this] { goToPane(1); });
+    connect(new QShortcut(Qt::SHIFT | Qt::Key_F6, this), &QShortcut::activated, this,
+            [this] { goToPane(-1); });
 }
 
 MainWindow::~MainWindow() {
@@ -208,6 +214,20 @@ void MainWindow::showPreparation(int percent) {
 void MainWindow::addWorldBackdrop() {
     if (const std::optional<std::string> problem = m_globe->map().addWorldBackdrop(kWorldPicture))
         qCWarning(logApp) << "no world backdrop:" << problem->c_str();
+}
+
+void MainWindow::goToPane(int step) {
+    IORVAContext* windows = IORVAContext::Instance();
+    const std::array<QWidget*, 4> panes = {windows->GetStationWindow(), m_globe, windows->GetAVWindow(),
+                                           windows->GetKVImageWindow()};
+    const QWidget* focus = focusWidget();
+    const auto present = std::find_if(panes.begin(), panes.end(), [focus](const QWidget* pane) {
+        return pane == focus || pane->isAncestorOf(focus);
+    });
+    const auto count = static_cast<int>(panes.size());
+    const int index =
+        present == panes.end() ? (step > 0 ? -1 : 0) : static_cast<int>(present - panes.begin());
+    panes[static_cast<std::size_t>((index + step + count) % count)]->setFocus(Qt::ShortcutFocusReason);
 }
 
 void MainWindow::showEpoch(int index) {

@@ -47,6 +47,8 @@ private:
     void showPreparation(int percent);
     void showPointer(double lonDegrees, double latDegrees, double heightMetres);
     void addWorldBackdrop();
+    /// Moves the focus to the next (1) or previous (-1) of the window's panes.
+    void goToPane(int step);
 
     GlobeWidget* m_globe;
     ToolArea* m_toolArea = nullptr;

@@ -17,7 +17,6 @@
 #include <QDirIterator>
 #include <QLabel>
 #include <QMenu>
-#include <QMouseEvent>
 #include <QPushButton>
 #include <QSqlDatabase>
 #include <QSqlQuery>
@@ -220,11 +219,8 @@ QPoint AnomalyTest::pixelOf(const QString& anomaly) const {
     return pixelOf(found->getCenter());
 }
 
-// Not QTest::mouseMove: it warps the display's own pointer, whose motion arrives when the server likes.
 void AnomalyTest::moveTo(const QPoint& place) {
-    QMouseEvent move(QEvent::MouseMove, place, m_host.globe->mapToGlobal(place), Qt::NoButton, Qt::NoButton,
-                     Qt::NoModifier);
-    QApplication::sendEvent(m_host.globe, &move);
+    m_host.movePointer(place);
     draw();
     draw(kFramesOfAPick);
 }

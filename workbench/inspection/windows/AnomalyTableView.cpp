@@ -14,8 +14,9 @@
 namespace inspection {
 
 namespace {
-constexpr int kWidestNameCharacters = 30;
-}
+constexpr int kWidestCharacters = 30;
+constexpr int kLeastAttributeCharacters = 16; // what an inspector writes most
+} // namespace
 
 AnomalyTableView::AnomalyTableView(QAbstractItemModel& model, QWidget* parent)
     : QTableView(parent), m_attributes(new AttributeDelegate(this)) {
@@ -59,8 +60,9 @@ void AnomalyTableView::fitColumns() {
     resizeColumnsToContents();
     const int character = fontMetrics().averageCharWidth();
     for (int column = 0; column + 1 < model()->columnCount(); ++column) {
+        const int least = column == AnomalyTableModel::Attribute ? kLeastAttributeCharacters * character : 0;
         setColumnWidth(column,
-                       std::min(columnWidth(column) + 2 * character, kWidestNameCharacters * character));
+                       std::clamp(columnWidth(column) + 2 * character, least, kWidestCharacters * character));
     }
 }
 
@@ -70,7 +72,12 @@ void AnomalyTableView::keyPressEvent(QKeyEvent* event) {
         return;
     }
     const QModelIndex before = currentIndex();
-    QTableView::keyPressEvent(event);
+    const bool isPlain = event->modifiers() == Qt::NoModifier;
+    if (isPlain && (event->key() == Qt::Key_Home || event->key() == Qt::Key_End)) {
+        selectRow(event->key() == Qt::Key_Home ? 0 : model()->rowCount() - 1); // rows count here, not cells
+    } else {
+        QTableView::keyPressEvent(event);
+    }
     if (currentIndex().isValid() && currentIndex().row() != before.row()) {
         emit walked();
     }

@@ -81,6 +81,7 @@ AnomalyTableWindow::AnomalyTableWindow(Session& session, AnomalyOverlays& overla
 AnomalyTableWindow::~AnomalyTableWindow() = default;
 
 void AnomalyTableWindow::build() {
+    setFocusProxy(m_table);
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(6, 6, 6, 6);
     column->setSpacing(4);

@@ -110,6 +110,7 @@ void ImageWindow::build() {
     rows->setContentsMargins(6, 6, 6, 6);
     rows->setSpacing(4);
     rows->addWidget(makeHeader());
+    setFocusProxy(m_sideBySide);
     rows->addWidget(m_comparison, 5);
     rows->addWidget(m_differencePane, 4);
     rows->addWidget(m_profile, 3);

@@ -66,6 +66,7 @@ StationTreeWindow::StationTreeWindow(Session& session, AnomalyOverlays& overlays
 StationTreeWindow::~StationTreeWindow() = default;
 
 void StationTreeWindow::build() {
+    setFocusProxy(m_tree);
     const auto button = [this](const QString& text, const char* slot) {
         auto* made = new QToolButton;
         made->setText(text);

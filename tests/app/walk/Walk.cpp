@@ -1,0 +1,316 @@
+#include "tests/app/walk/Walk.h"
+
+#include "host/Gbk.h"
+#include "host/inspection/AVWindow.h"
+#include "host/inspection/IORVAContext.h"
+#include "host/inspection/StationWindow.h"
+#include "workbench/inspection/context/InspectionContext.h"
+#include "workbench/inspection/windows/ImageWindow.h"
+#include "workbench/viewer/GlobeWidget.h"
+
+#include <osgEarth/SpatialReference>
+#include <osgEarth/Terrain>
+#include <osgViewer/View>
+
+#include <QApplication>
+#include <QComboBox>
+#include <QCursor>
+#include <QDir>
+#include <QMenu>
+#include <QMouseEvent>
+#include <QPushButton>
+#include <QScreen>
+#include <QSignalSpy>
+#include <QSqlDatabase>
+#include <QSqlQuery>
+#include <QStyleOptionViewItem>
+#include <QTest>
+#include <QTimer>
+#include <QToolButton>
+
+#include <cmath>
+
+using osgEarth::Annotation::ImageOverlay;
+
+namespace {
+
+constexpr int kLongMilliseconds = 120000;
+
+void move(QWidget& widget, const QPoint& place) {
+    QMouseEvent event(QEvent::MouseMove, place, widget.mapToGlobal(place), Qt::NoButton, Qt::NoButton,
+                      Qt::NoModifier);
+    QApplication::sendEvent(&widget, &event);
+}
+
+} // namespace
+
+WalkTest::WalkTest() = default;
+WalkTest::~WalkTest() = default;
+
+void WalkTest::open(const QString& folder) {
+    m_folder = folder;
+    m_window = std::make_unique<MainWindow>();
+    m_window->resize(1440, 900);
+    m_window->show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(m_window.get()));
+    const auto problem = m_window->openProject(folder);
+    ASSERT_FALSE(problem) << problem->toStdString();
+    m_window->loadPlugin(TOOL_PLUGIN);
+    waitForGlobe();
+}
+
+bool WalkTest::waitUntil(const std::function<bool()>& done) {
+    return QTest::qWaitFor(done, kLongMilliseconds);
+}
+
+void WalkTest::waitForGlobe() {
+    m_window->globe().requestRedraw();
+    EXPECT_TRUE(waitUntil([this] { return m_window->globe().isPictureComplete(); }));
+}
+
+void WalkTest::waitForPictures() {
+    const auto* images = m_window->findChild<inspection::ImageWindow*>();
+    EXPECT_TRUE(waitUntil([images] { return !images->isReading(); }));
+}
+
+void WalkTest::clickTool(const char* utf8Name) {
+    auto* tool = m_window->findChild<QToolButton*>(QString::fromUtf8(utf8Name));
+    ASSERT_NE(tool, nullptr) << utf8Name;
+    QTest::mouseClick(tool, Qt::LeftButton);
+    waitForGlobe();
+}
+
+QTreeWidgetItem* WalkTest::station(int index) const {
+    return m_window->findChild<QTreeWidget*>("stationTree")->topLevelItem(0)->child(index);
+}
+
+int WalkTest::stationCount() const {
+    return m_window->findChild<QTreeWidget*>("stationTree")->topLevelItem(0)->childCount();
+}
+
+void WalkTest::tickAllStations() {
+    auto* tree = m_window->findChild<QTreeWidget*>("stationTree");
+    QStyleOptionViewItem option;
+    option.initFrom(tree);
+    option.rect = tree->visualItemRect(tree->topLevelItem(0));
+    option.features = QStyleOptionViewItem::HasCheckIndicator | QStyleOptionViewItem::HasDisplay;
+    const QRect box = tree->style()->subElementRect(QStyle::SE_ItemViewItemCheckIndicator, &option, tree);
+    QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, box.center());
+    EXPECT_EQ(station(0)->checkState(0), Qt::Checked);
+}
+
+void WalkTest::computeAnomalies() {
+    QSignalSpy finished(&InspectionContext::instance(), &InspectionContext::computeFinished);
+    clickTool("计算异常");
+    ASSERT_TRUE(waitUntil([&] { return !finished.isEmpty(); }));
+    EXPECT_TRUE(finished[0][0].toBool()) << finished[0][1].toString().toStdString();
+    waitForGlobe();
+}
+
+void WalkTest::clickStation(int index) {
+    auto* tree = m_window->findChild<QTreeWidget*>("stationTree");
+    tree->scrollToItem(station(index));
+    const QRect row = tree->visualItemRect(station(index));
+    QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, QPoint(row.left() + 60, row.center().y()));
+}
+
+QTableView& WalkTest::table() const {
+    return *m_window->findChild<QTableView*>("anomalyTable");
+}
+
+QStringList WalkTest::rows() const {
+    QStringList names;
+    for (int row = 0; row < table().model()->rowCount(); ++row)
+        names << table().model()->index(row, 0).data().toString();
+    return names;
+}
+
+QString WalkTest::currentRow() const {
+    return table().currentIndex().siblingAtColumn(0).data().toString();
+}
+
+QStringList WalkTest::selectedRows() const {
+    QStringList names;
+    for (const QModelIndex& index : table().selectionModel()->selectedRows())
+        names << index.data().toString();
+    return names;
+}
+
+void WalkTest::clickRow(const QString& anomaly) {
+    const QModelIndex index = table().model()->index(static_cast<int>(rows().indexOf(anomaly)), 0);
+    ASSERT_TRUE(index.isValid()) << anomaly.toStdString();
+    table().scrollTo(index);
+    QTest::mouseClick(table().viewport(), Qt::LeftButton, {}, table().visualRect(index).center());
+}
+
+void WalkTest::doubleClickRow(const QString& anomaly) {
+    clickRow(anomaly);
+    QTest::mouseDClick(table().viewport(), Qt::LeftButton, {},
+                       table().visualRect(table().currentIndex()).center());
+    waitForGlobe();
+    waitForPictures();
+}
+
+osg::ref_ptr<ImageOverlay> WalkTest::overlay(const QString& anomaly) const {
+    osgEarth::MapNode* map = m_window->globe().getMapNode();
+    for (unsigned child = 0; child < map->getNumChildren(); ++child) {
+        osg::Group* group = map->getChild(child)->asGroup();
+        for (unsigned index = 0; group && index < group->getNumChildren(); ++index) {
+            auto* found = dynamic_cast<ImageOverlay*>(group->getChild(index));
+            if (found && found->getName() == toGbk(anomaly))
+                return found;
+        }
+    }
+    return nullptr;
+}
+
+bool WalkTest::isHighlighted(const QString& anomaly) const {
+    const auto found = overlay(anomaly);
+    const osg::Uniform* colour =
+        found && found->getStateSet() ? found->getStateSet()->getUniform("oe_anno_highlight_color") : nullptr;
+    osg::Vec4 value;
+    return colour && colour->get(value) && value.a() == 1.0F;
+}
+
+QPoint WalkTest::placeOf(const QString& anomaly, double share) const {
+    const auto found = overlay(anomaly);
+    if (!found) {
+        ADD_FAILURE() << "no overlay " << anomaly.toStdString();
+        return {};
+    }
+    GlobeWidget& globe = m_window->globe();
+    const osg::Vec2d west = (found->getLowerLeft() + found->getUpperLeft()) / 2.0;
+    const osg::Vec2d east = (found->getLowerRight() + found->getUpperRight()) / 2.0;
+    const osg::Vec2d lonLat = west + (east - west) * share;
+    const osgEarth::SpatialReference* geographic = globe.getMapNode()->getMapSRS()->getGeographicSRS();
+    double metres = 0.0;
+    EXPECT_TRUE(globe.getMapNode()->getTerrain()->getHeight(geographic, lonLat.x(), lonLat.y(), &metres));
+    osg::Vec3d world;
+    EXPECT_TRUE(geographic->transformToWorld(osg::Vec3d(lonLat, metres), world));
+    const osg::Camera& camera = *globe.getViewer()->getCamera();
+    const osg::Vec3d at = world * camera.getViewMatrix() * camera.getProjectionMatrix() *
+                          camera.getViewport()->computeWindowMatrix();
+    return {static_cast<int>(std::lround(at.x())),
+            globe.height() - 1 - static_cast<int>(std::lround(at.y()))};
+}
+
+void WalkTest::clickOnGlobe(const QString& anomaly) {
+    clickAt(placeOf(anomaly), Qt::LeftButton);
+}
+
+void WalkTest::clickAt(const QPoint& place, Qt::MouseButton button) {
+    move(m_window->globe(), place);
+    waitForGlobe();                                        // the answer of the hover picker included
+    QCursor::setPos(m_window->globe().mapToGlobal(place)); // menus open where the display's pointer is
+    QTest::mouseClick(&m_window->globe(), button, {}, place);
+    waitForGlobe();
+}
+
+void WalkTest::dragRectangle(const QPoint& from, const QPoint& to) {
+    GlobeWidget& globe = m_window->globe();
+    move(globe, from);
+    QTest::keyPress(&globe, Qt::Key_Shift);
+    waitForGlobe();
+    QTest::mousePress(&globe, Qt::LeftButton, {}, from);
+    for (int step = 1; step <= 4; ++step) {
+        move(globe, from + (to - from) * step / 4);
+        waitForGlobe();
+    }
+    keepPicture("rectangle");
+    QTest::mouseRelease(&globe, Qt::LeftButton, {}, to);
+    QTest::keyRelease(&globe, Qt::Key_Shift);
+    waitForGlobe();
+}
+
+void WalkTest::chooseOnGlobe(const QString& anomaly, const QStringList& path) {
+    QStringList left = path;
+    QPointer<QMenu> opening;
+    QTimer chooser;
+    QObject::connect(&chooser, &QTimer::timeout, [&] {
+        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+        if (!menu || (opening && !opening->isVisible()))
+            return;
+        opening = nullptr;
+        for (QAction* action : menu->actions()) {
+            if (!left.isEmpty() && action->text() == left.first()) {
+                left.removeFirst();
+                opening = action->menu();
+                move(*menu, menu->actionGeometry(action).center());
+                if (left.isEmpty())
+                    keepPicture("menu");
+                QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(action).center());
+                return;
+            }
+        }
+        QTest::keyClick(menu, Qt::Key_Escape);
+    });
+    chooser.start(10);
+    // Half of an anomaly on the line between two stations may lie in the one that does not hold it.
+    for (const double share : {0.5, 0.25, 0.75}) {
+        if (left.size() == path.size())
+            clickAt(placeOf(anomaly, share), Qt::RightButton);
+    }
+    EXPECT_TRUE(left.isEmpty()) << anomaly.toStdString() << ": no " << left.join(" ").toStdString();
+}
+
+void WalkTest::chooseFilter(int entry) {
+    auto* filter = m_window->findChild<QComboBox*>("attributeFilter");
+    filter->setFocus();
+    QTest::keyClick(filter, Qt::Key_Home);
+    for (int step = 0; step < entry; ++step)
+        QTest::keyClick(filter, Qt::Key_Down);
+    EXPECT_EQ(filter->currentIndex(), entry);
+}
+
+void WalkTest::key(int key, Qt::KeyboardModifiers modifiers) {
+    if (!QApplication::focusWidget())
+        m_window->activateWindow(); // after a dialog; there is no window manager to do it
+    ASSERT_TRUE(waitUntil([] { return QApplication::focusWidget() != nullptr; }));
+    QTest::keyClick(QApplication::focusWidget(), static_cast<Qt::Key>(key), modifiers);
+    QApplication::processEvents();
+}
+
+void WalkTest::answerNextBox(bool byKey) {
+    auto* watch = new QTimer(m_window.get());
+    QObject::connect(watch, &QTimer::timeout, [this, watch, byKey] {
+        QWidget* box = QApplication::activeModalWidget();
+        if (!box || box->objectName() != "myMessageBox")
+            return;
+        watch->deleteLater();
+        watch->stop();
+        keepPicture("question");
+        auto* yes = box->findChild<QPushButton*>("pushButtonYes");
+        if (byKey)
+            QTest::keyClick(box->focusWidget() ? box->focusWidget() : box, Qt::Key_Return);
+        else
+            QTest::mouseClick(yes, Qt::LeftButton);
+    });
+    watch->start(10);
+}
+
+QMap<QString, QString> WalkTest::stored() const {
+    QMap<QString, QString> attributes;
+    {
+        QSqlDatabase database = QSqlDatabase::addDatabase("QSQLITE", "walk");
+        database.setDatabaseName(m_folder + "/inspection.db");
+        database.setConnectOptions("QSQLITE_OPEN_READONLY");
+        EXPECT_TRUE(database.open());
+        QSqlQuery query("select name, attribute from anomaly", database);
+        while (query.next())
+            attributes[query.value(0).toString()] = query.value(1).toString();
+    }
+    QSqlDatabase::removeDatabase("walk");
+    return attributes;
+}
+
+// Of the screen, so that menus and dialogs are on it.
+void WalkTest::keepPicture(const QString& name) {
+    const QString folder = qEnvironmentVariable("CORRIDOR_GUIDE_PICTURES");
+    if (folder.isEmpty())
+        return;
+    QApplication::processEvents();
+    const QRect area(m_window->mapToGlobal(QPoint()), m_window->size());
+    const QPixmap screen = m_window->screen()->grabWindow(0, area.x(), area.y(), area.width(), area.height());
+    constexpr int kQuality = 88;
+    EXPECT_TRUE(screen.save(QDir(folder).filePath("walk-" + name + ".jpg"), "JPG", kQuality));
+}
