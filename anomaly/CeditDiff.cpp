@@ -116,6 +116,7 @@ void CeditDiff::OnDeactivate() {
         tellTable({});
     }
     m_lastPickedId = PickCallback::kNothing;
+    m_overlayCentres.clear();
 
     m_toggle = !isButtonChecked(m_pButton);
     m_toolState = Inactive;

@@ -143,5 +143,6 @@ private:
     int m_toolState = Constructed;
     std::unique_ptr<QMenu> m_contextMenu; ///< owns its actions
     const std::string m_ownKey;           ///< the key once more, for the tool itself
+    OverlayCentres m_overlayCentres;      ///< for the rectangle
     bool m_pickerIsComing = false;        ///< "addPick" has been posted and not arrived
 };

@@ -11,6 +11,7 @@
 #include <osgEarth/GeoData>
 
 #include <algorithm>
+#include <string>
 #include <unordered_set>
 
 void CeditDiff::clearHoverPicks() {
@@ -113,30 +114,30 @@ void CeditDiff::highlightNearest(const anomaly::Place& lonLat) {
 }
 
 void CeditDiff::selectInFrame(const anomaly::Box& frame) {
-    std::unordered_set<const osg::Node*> selected;
-    for (const Overlay& overlay : m_hoverPickList)
-        selected.insert(overlay);
-    std::unordered_set<const osg::Node*> leaving;
-    const std::size_t before = m_hoverPickList.size();
-    for (const Overlay& overlay : overlaysOnGlobe()) {
-        switch (anomaly::frameChange(frame, centreOf(*overlay), selected.count(overlay) != 0)) {
-        case anomaly::FrameChange::Enters:
-            HighlightOverlay(*overlay);
-            m_hoverPickList.push_back(overlay);
-            break;
-        case anomaly::FrameChange::Leaves:
-            ClearHighlight(*overlay);
-            leaving.insert(overlay);
-            break;
-        case anomaly::FrameChange::None:
-            break;
-        }
+    m_overlayCentres.update();
+    const Overlays& overlays = m_overlayCentres.overlays();
+    std::vector<char> isSelected = m_overlayCentres.membership(m_hoverPickList);
+    bool isChanged = false;
+    for (std::size_t index = 0; index < overlays.size(); ++index) {
+        const auto change =
+            anomaly::frameChange(frame, m_overlayCentres.centres()[index], isSelected[index] != 0);
+        if (change == anomaly::FrameChange::None)
+            continue;
+        isChanged = true;
+        isSelected[index] = change == anomaly::FrameChange::Enters;
+        if (isSelected[index])
+            HighlightOverlay(*overlays[index]);
+        else
+            ClearHighlight(*overlays[index]);
     }
-    if (leaving.empty() && m_hoverPickList.size() == before)
+    if (!isChanged)
         return;
-    m_hoverPickList.erase(std::remove_if(m_hoverPickList.begin(), m_hoverPickList.end(),
-                                         [&](const Overlay& overlay) { return leaving.count(overlay) != 0; }),
-                          m_hoverPickList.end());
+    // In the order of the scene, in which the next event of the drag finds them at once.
+    m_hoverPickList.clear();
+    for (std::size_t index = 0; index < overlays.size(); ++index) {
+        if (isSelected[index])
+            m_hoverPickList.push_back(overlays[index]);
+    }
     tellTable(m_hoverPickList);
 }
 

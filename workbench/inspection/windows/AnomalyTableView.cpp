@@ -14,6 +14,7 @@
 namespace inspection {
 
 namespace {
+constexpr int kRowsThatSetWidths = 100;
 constexpr int kWidestCharacters = 30;
 constexpr int kLeastAttributeCharacters = 16; // what an inspector writes most
 } // namespace
@@ -35,6 +36,7 @@ AnomalyTableView::AnomalyTableView(QAbstractItemModel& model, QWidget* parent)
     verticalHeader()->hide();
     verticalHeader()->setDefaultSectionSize(fontMetrics().height() + 8);
     horizontalHeader()->setHighlightSections(false);
+    horizontalHeader()->setResizeContentsPrecision(kRowsThatSetWidths);
     horizontalHeader()->setStretchLastSection(true);
 
     connect(this, &QTableView::activated, this, &AnomalyTableView::showRequested);

@@ -26,6 +26,7 @@ namespace inspection {
 namespace {
 
 constexpr int kSettleMilliseconds = 80;
+constexpr int kReadAroundMilliseconds = 300;
 constexpr double kSurroundings = 1.8; ///< what is shown, as a multiple of the anomaly's bounds
 constexpr double kLeastSurroundingMetres = 12.0;
 constexpr double kReadAhead = 0.4;       ///< read beyond each side of what is visible, as part of it
@@ -54,6 +55,12 @@ QRectF subjectOf(const KV_Station& station, const SdiffData& anomaly) {
                            : ground;
 }
 
+/// With room to move the view.
+QRectF around(const QRectF& visible) {
+    const QPointF ahead(visible.width() * kReadAhead, visible.height() * kReadAhead);
+    return visible.adjusted(-ahead.x(), -ahead.y(), ahead.x(), ahead.y());
+}
+
 /// Through the middle, along the longer side, a quarter of its length further to either side.
 QLineF lineAcross(const QRectF& ground) {
     const QPointF half = ground.width() >= ground.height() ? QPointF(ground.width() * 0.75, 0.0)
@@ -71,9 +78,12 @@ ImageWindow::ImageWindow(Session& session, QWidget* parent)
       m_profile(new ProfileChart) {
     m_settle.setSingleShot(true);
     m_settle.setInterval(kSettleMilliseconds);
+    m_readAround.setSingleShot(true);
+    m_readAround.setInterval(kReadAroundMilliseconds);
     build();
     clear();
     connect(&m_settle, SIGNAL(timeout()), this, SLOT(readVisible()));
+    connect(&m_readAround, SIGNAL(timeout()), this, SLOT(readAround()));
     connect(m_view, SIGNAL(changed()), this, SLOT(scheduleRead()));
     connect(m_swipe, SIGNAL(toggled(bool)), this, SLOT(setSwiping(bool)));
     connect(m_profile, SIGNAL(pointerAlong(double)), this, SLOT(pointAlongProfile(double)));
@@ -144,6 +154,7 @@ QWidget* ImageWindow::makeHeader() {
 
 void ImageWindow::clear() {
     m_settle.stop();
+    m_readAround.stop();
     m_pictureRead.drop();
     m_profileRead.drop();
     m_subject = QRectF();
@@ -287,16 +298,36 @@ void ImageWindow::resizeEvent(QResizeEvent* event) {
     scheduleRead();
 }
 
-void ImageWindow::readVisible() {
-    // What fills a pane as wide and as high as any of them fills them all.
+// What fills a pane as wide and as high as any of them fills them all.
+QRectF ImageWindow::visibleGround() const {
     const QSize pane = m_differencePane->size().expandedTo(comparisonSize());
-    const QRectF visible = m_view->toPane(pane).inverted().mapRect(QRectF(QPointF(), QSizeF(pane)));
+    return m_view->toPane(pane).inverted().mapRect(QRectF(QPointF(), QSizeF(pane)));
+}
+
+void ImageWindow::readVisible() {
+    const QRectF visible = visibleGround();
     if (m_asked && m_asked->ground.contains(visible) &&
         m_asked->metresPerPixel <= m_view->metresPerPixel() * kCoarserThanView) {
         return;
     }
-    const QPointF ahead(visible.width() * kReadAhead, visible.height() * kReadAhead);
-    const QRectF ground = visible.adjusted(-ahead.x(), -ahead.y(), ahead.x(), ahead.y());
+    if (m_asked) {
+        read(around(visible));
+    } else { // the first picture of an anomaly is wanted at once
+        read(visible);
+        m_readAround.start();
+    }
+}
+
+// The user has the first picture and may start to move it.
+void ImageWindow::readAround() {
+    if (m_pictureRead.isReading()) {
+        m_readAround.start();
+    } else if (m_asked) {
+        read(around(visibleGround()));
+    }
+}
+
+void ImageWindow::read(const QRectF& ground) {
     const double wanted = ground.width() / m_view->metresPerPixel() * devicePixelRatioF();
     const double scale =
         std::min(1.0, kMostPixels / std::max(wanted, wanted * ground.height() / ground.width()));

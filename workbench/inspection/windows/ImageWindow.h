@@ -48,6 +48,7 @@ private slots:
     void fit();
     void scheduleRead();
     void readVisible();
+    void readAround();
     void setSwiping(bool swiping);
     void setProfileLine(const QLineF& ground);
     void pointAlongProfile(double share);
@@ -68,6 +69,8 @@ private:
     /// The same notice in place of all pictures.
     void showNotice(const QString& text);
     QSize comparisonSize() const;
+    QRectF visibleGround() const;
+    void read(const QRectF& ground);
 
     Session& m_session;
     GroundView* m_view;
@@ -85,6 +88,7 @@ private:
     QLineF m_profileLine;
     std::optional<PictureRequest> m_asked; ///< the latest pictures that were asked for
     QTimer m_settle;
+    QTimer m_readAround;
     LatestRead m_pictureRead;
     LatestRead m_profileRead;
 };
