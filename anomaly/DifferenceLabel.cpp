@@ -21,6 +21,7 @@ osgEarth::Symbology::Style makeLabelStyle() {
     text->font() = "simhei.ttf";
     text->encoding() = TextSymbol::ENCODING_UTF8;
     text->fill()->color() = osgEarth::Symbology::Color(1, 1, 1, 1);
+    text->halo() = osgEarth::Symbology::Stroke(0, 0, 0, 1); // white alone is lost on a highlighted anomaly
     return style;
 }
 

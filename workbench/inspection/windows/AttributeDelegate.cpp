@@ -7,9 +7,34 @@
 
 namespace inspection {
 
+namespace {
+
+/// Knows whether a choice was made in its list, which ends the edit, or by walking with the arrow keys, which
+/// does not.
+class AttributeEditor : public QComboBox {
+public:
+    using QComboBox::QComboBox;
+    bool isListUsed() const { return m_isListUsed; }
+    void showPopup() override {
+        m_isListUsed = true;
+        QComboBox::showPopup();
+    }
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override {
+        m_isListUsed = false;
+        QComboBox::keyPressEvent(event);
+    }
+
+private:
+    bool m_isListUsed = false;
+};
+
+} // namespace
+
 QWidget* AttributeDelegate::createEditor(QWidget* parent, const QStyleOptionViewItem& /*option*/,
                                          const QModelIndex& /*index*/) const {
-    auto* editor = new QComboBox(parent);
+    auto* editor = new AttributeEditor(parent);
     editor->setObjectName("attributeEditor");
     editor->setEditable(true);
     editor->setInsertPolicy(QComboBox::NoInsert);
@@ -35,7 +60,10 @@ void AttributeDelegate::setModelData(QWidget* editor, QAbstractItemModel* /*mode
 }
 
 void AttributeDelegate::commitChoice() {
-    auto* editor = qobject_cast<QWidget*>(sender());
+    auto* editor = dynamic_cast<AttributeEditor*>(sender());
+    if (editor == nullptr || !editor->isListUsed()) {
+        return;
+    }
     emit commitData(editor);
     emit closeEditor(editor);
 }
