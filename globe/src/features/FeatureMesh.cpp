@@ -73,8 +73,9 @@ osg::Vec3d onUnitSphere(const osg::Vec3d& lonLat) {
 }
 
 /// Adds points between a and b along the great circle (spherical linear interpolation, Shoemake 1985)
-/// wherever the straight way in degrees would differ visibly.
-void appendGreatCircle(std::vector<osg::Vec3d>& line, const osg::Vec3d& a, const osg::Vec3d& b) {
+/// wherever the straight way in degrees would differ visibly. The ends are copies: they may be points of the
+/// line, which moves while it grows.
+void appendGreatCircle(std::vector<osg::Vec3d>& line, osg::Vec3d a, osg::Vec3d b) {
     constexpr double piece = 0.02; // radians
     const osg::Vec3d from = onUnitSphere(a);
     const osg::Vec3d to = onUnitSphere(b);
