@@ -18,7 +18,6 @@
 #include <QCursor>
 #include <QMenu>
 
-#include <osgEarthSymbology/AltitudeSymbol>
 #include <osgEarthSymbology/LineSymbol>
 #include <osgEarthSymbology/PolygonSymbol>
 #include <osgEarthUtil/EarthManipulator>
@@ -26,7 +25,6 @@
 
 #include <algorithm>
 
-using osgEarth::Symbology::AltitudeSymbol;
 using osgEarth::Symbology::Color;
 using osgEarth::Symbology::LineSymbol;
 using osgEarth::Symbology::PolygonSymbol;
@@ -130,10 +128,7 @@ void CeditDiff::prepareAreaStyle() {
     line->stroke()->color() = Color::White;
     line->stroke()->width() = 1.0F;
     line->stroke()->widthUnits() = osgEarth::Units::PIXELS;
-    auto* altitude = m_areaStyle.getOrCreate<AltitudeSymbol>();
-    altitude->clamping() = AltitudeSymbol::CLAMP_TO_TERRAIN;
-    altitude->technique() = AltitudeSymbol::TECHNIQUE_DRAPE;
-    altitude->verticalOffset() = 0.1;
+    drapeOnTerrain(m_areaStyle);
 }
 
 void CeditDiff::OnMessage(std::string message) { // NOLINT(performance-unnecessary-value-param): by contract

@@ -91,11 +91,19 @@ void CeditDiff::pickByBounds(const osg::Vec3d& world) {
 }
 
 void CeditDiff::highlightByBounds(const anomaly::Place& lonLat) {
-    for (const Overlay& overlay : overlaysOnGlobe()) {
-        if (anomaly::liesStrictlyInside(boundsOf(*overlay), lonLat))
-            m_boundsPickList.push_back(overlay);
-        else
-            ClearHighlight(*overlay);
+    const Overlays overlays = overlaysOnGlobe();
+    std::vector<anomaly::Box> bounds;
+    for (const Overlay& overlay : overlays)
+        bounds.push_back(boundsOf(*overlay));
+    const std::vector<std::size_t> hits = anomaly::hitByBounds(bounds, lonLat);
+    auto nextHit = hits.begin();
+    for (std::size_t index = 0; index < overlays.size(); ++index) {
+        if (nextHit != hits.end() && *nextHit == index) {
+            m_boundsPickList.push_back(overlays[index]);
+            ++nextHit;
+        } else {
+            ClearHighlight(*overlays[index]);
+        }
     }
     if (!m_ctrlHeld)
         return;

@@ -11,15 +11,19 @@ using osgEarth::Symbology::AltitudeSymbol;
 using osgEarth::Symbology::LineSymbol;
 using osgEarth::Symbology::Style;
 
+void drapeOnTerrain(Style& style) {
+    auto* altitude = style.getOrCreate<AltitudeSymbol>();
+    altitude->clamping() = AltitudeSymbol::CLAMP_TO_TERRAIN;
+    altitude->technique() = AltitudeSymbol::TECHNIQUE_DRAPE;
+    altitude->verticalOffset() = 0.1;
+}
+
 Style makeFrameStyle() {
     Style style;
     auto* line = style.getOrCreate<LineSymbol>();
     line->stroke()->color() = osgEarth::Symbology::Color::Red;
     line->stroke()->width() = 2.0F;
-    auto* altitude = style.getOrCreate<AltitudeSymbol>();
-    altitude->clamping() = AltitudeSymbol::CLAMP_TO_TERRAIN;
-    altitude->technique() = AltitudeSymbol::TECHNIQUE_DRAPE;
-    altitude->verticalOffset() = 0.1;
+    drapeOnTerrain(style);
     return style;
 }
 

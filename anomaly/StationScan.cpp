@@ -1,5 +1,6 @@
 #include "anomaly/StationScan.h"
 
+#include "anomaly/Selection.h"
 #include "host/inspection/Records.h"
 #include "host/inspection/StationWindow.h"
 #include "plugin/Globe.h"
@@ -27,8 +28,8 @@ std::optional<osg::Vec3d> toStationSystem(const KV_Station& station, const osg::
     return inStation.vec3d();
 }
 
-bool liesStrictlyInside(const KV_Station& bounds, double x, double y) {
-    return bounds.m_xMin < x && x < bounds.m_xMax && bounds.m_yMin < y && y < bounds.m_yMax;
+anomaly::Box boundsOf(const KV_Station& station) {
+    return {station.m_xMin, station.m_yMin, station.m_xMax, station.m_yMax};
 }
 
 } // namespace
@@ -64,7 +65,7 @@ void visitItemsAtPoint(
             continue;
         item->readdom();
         const std::optional<osg::Vec3d> point = toStationSystem(station, world);
-        if (!point || !liesStrictlyInside(item->m_station, point->x(), point->y()))
+        if (!point || !anomaly::liesStrictlyInside(boundsOf(item->m_station), {point->x(), point->y()}))
             continue;
         if (!visit(*item, station, point->x(), point->y()))
             return;

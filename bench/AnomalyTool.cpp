@@ -7,6 +7,7 @@
 #include "host/inspection/KVImageWindow.h"
 #include "host/inspection/StationWindow.h"
 #include "tests/plugin/PluginHost.h"
+#include "tests/support/OverlaysOnGlobe.h"
 #include "tests/support/SmallProject.h"
 #include "workbench/inspection/compute/ComputeAnomalies.h"
 #include "workbench/inspection/database/AnomalyTable.h"
@@ -14,9 +15,7 @@
 #include "workbench/inspection/project/Project.h"
 #include "workbench/inspection/windows/ImageWindow.h"
 
-#include <osgEarth/Bounds>
 #include <osgEarth/SpatialReference>
-#include <osgEarth/Terrain>
 #include <osgEarth/Viewpoint>
 #include <osgEarthAnnotation/ImageOverlay>
 #include <osgEarthUtil/EarthManipulator>
@@ -109,32 +108,10 @@ public:
     explicit Bench(PluginHost& host) : m_host(host) {}
 
     osg::ref_ptr<ImageOverlay> overlay(const std::string& name) const {
-        for (osg::Group* group : m_host.groupsNamed("diffImageOverlay")) {
-            for (unsigned index = 0; index < group->getNumChildren(); ++index) {
-                if (group->getChild(index)->getName() == name)
-                    return dynamic_cast<ImageOverlay*>(group->getChild(index));
-            }
-        }
-        return nullptr;
+        return overlayOnGlobe(*m_host.globe, QString::fromStdString(name));
     }
     QPoint placeOf(const std::string& name) const {
-        const osg::Vec2d lonLat = overlay(name)->getCenter();
-        osgEarth::MapNode* mapNode = m_host.globe->getMapNode();
-        const auto* geographic = mapNode->getMapSRS()->getGeographicSRS();
-        double metres = 0.0;
-        mapNode->getTerrain()->getHeight(geographic, lonLat.x(), lonLat.y(), &metres);
-        osg::Vec3d world;
-        geographic->transformToWorld(osg::Vec3d(lonLat, metres), world);
-        const osg::Camera& camera = *m_host.globe->getViewer()->getCamera();
-        const osg::Vec3d at = world * camera.getViewMatrix() * camera.getProjectionMatrix() *
-                              camera.getViewport()->computeWindowMatrix();
-        return {static_cast<int>(at.x()), m_host.globe->height() - 1 - static_cast<int>(at.y())};
-    }
-    static bool isHighlighted(const osg::Node& node) {
-        const osg::Uniform* colour =
-            node.getStateSet() ? node.getStateSet()->getUniform("oe_anno_highlight_color") : nullptr;
-        osg::Vec4 value;
-        return colour && colour->get(value) && value.a() == 1.0F;
+        return pixelOnGlobe(*m_host.globe, overlay(name)->getCenter());
     }
     unsigned frame() const { return m_host.globe->getViewer()->getFrameStamp()->getFrameNumber(); }
     void send(osgGA::GUIEventAdapter::EventType type, const QPoint& place, int button, int key = 0) {

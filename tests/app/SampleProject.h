@@ -9,10 +9,10 @@
 /// A small sample corridor in a folder of its own.
 class SampleProject {
 public:
-    SampleProject() {
+    explicit SampleProject(int cells = 2048) {
         samples::SampleOptions options;
         options.directory = folder().toStdString();
-        options.cells = 2048;
+        options.cells = cells;
         const auto problem = samples::makeSampleCorridor(options);
         EXPECT_FALSE(problem.has_value()) << *problem;
     }

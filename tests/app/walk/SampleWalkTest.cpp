@@ -13,29 +13,14 @@ namespace {
 /// All anomalies of the sample corridor.
 class SampleWalk : public WalkTest {
 protected:
-    static void SetUpTestSuite() {
-        s_parent = new QTemporaryDir;
-        samples::SampleOptions options;
-        options.directory = s_parent->filePath("corridor").toStdString();
-        options.cells = 4096;
-        const auto problem = samples::makeSampleCorridor(options);
-        ASSERT_FALSE(problem) << *problem;
-    }
-    static void TearDownTestSuite() { delete s_parent; }
-    static QString folder() { return s_parent->filePath("corridor"); }
-
+    const SampleProject m_sample{4096};
     QStringList m_walked;
-
-private:
-    static QTemporaryDir* s_parent;
 };
-
-QTemporaryDir* SampleWalk::s_parent = nullptr;
 
 const QStringList kClasses = {"建构筑物", "重物占压", "深挖", "塌陷"};
 
 TEST_F(SampleWalk, TwentyAnomaliesByMouseAloneAndEverythingIsAsLeftAfterReopening) {
-    open(folder());
+    open(m_sample.folder());
     tickAllStations();
     computeAnomalies();
     keepPicture("computed");
@@ -83,7 +68,7 @@ TEST_F(SampleWalk, TwentyAnomaliesByMouseAloneAndEverythingIsAsLeftAfterReopenin
     EXPECT_FALSE(selectedRows().isEmpty());
 
     close();
-    open(folder());
+    open(m_sample.folder());
     tickAllStations();
     EXPECT_EQ(stored(), expected);
     QMap<QString, QString> shown;

@@ -1,19 +1,14 @@
 #include "tests/app/walk/Walk.h"
 
-#include "host/Gbk.h"
 #include "host/inspection/AVWindow.h"
 #include "host/inspection/IORVAContext.h"
 #include "host/inspection/StationWindow.h"
+#include "tests/support/OverlaysOnGlobe.h"
 #include "workbench/inspection/context/InspectionContext.h"
 #include "workbench/inspection/windows/ImageWindow.h"
 #include "workbench/viewer/GlobeWidget.h"
 
-#include <osgEarth/SpatialReference>
-#include <osgEarth/Terrain>
-#include <osgViewer/View>
-
 #include <QApplication>
-#include <QComboBox>
 #include <QCursor>
 #include <QDir>
 #include <QMenu>
@@ -27,8 +22,6 @@
 #include <QTest>
 #include <QTimer>
 #include <QToolButton>
-
-#include <cmath>
 
 using osgEarth::Annotation::ImageOverlay;
 
@@ -152,24 +145,12 @@ void WalkTest::doubleClickRow(const QString& anomaly) {
 }
 
 osg::ref_ptr<ImageOverlay> WalkTest::overlay(const QString& anomaly) const {
-    osgEarth::MapNode* map = m_window->globe().getMapNode();
-    for (unsigned child = 0; child < map->getNumChildren(); ++child) {
-        osg::Group* group = map->getChild(child)->asGroup();
-        for (unsigned index = 0; group && index < group->getNumChildren(); ++index) {
-            auto* found = dynamic_cast<ImageOverlay*>(group->getChild(index));
-            if (found && found->getName() == toGbk(anomaly))
-                return found;
-        }
-    }
-    return nullptr;
+    return overlayOnGlobe(m_window->globe(), anomaly);
 }
 
 bool WalkTest::isHighlighted(const QString& anomaly) const {
     const auto found = overlay(anomaly);
-    const osg::Uniform* colour =
-        found && found->getStateSet() ? found->getStateSet()->getUniform("oe_anno_highlight_color") : nullptr;
-    osg::Vec4 value;
-    return colour && colour->get(value) && value.a() == 1.0F;
+    return found && ::isHighlighted(*found);
 }
 
 QPoint WalkTest::placeOf(const QString& anomaly, double share) const {
@@ -178,20 +159,9 @@ QPoint WalkTest::placeOf(const QString& anomaly, double share) const {
         ADD_FAILURE() << "no overlay " << anomaly.toStdString();
         return {};
     }
-    GlobeWidget& globe = m_window->globe();
     const osg::Vec2d west = (found->getLowerLeft() + found->getUpperLeft()) / 2.0;
     const osg::Vec2d east = (found->getLowerRight() + found->getUpperRight()) / 2.0;
-    const osg::Vec2d lonLat = west + (east - west) * share;
-    const osgEarth::SpatialReference* geographic = globe.getMapNode()->getMapSRS()->getGeographicSRS();
-    double metres = 0.0;
-    EXPECT_TRUE(globe.getMapNode()->getTerrain()->getHeight(geographic, lonLat.x(), lonLat.y(), &metres));
-    osg::Vec3d world;
-    EXPECT_TRUE(geographic->transformToWorld(osg::Vec3d(lonLat, metres), world));
-    const osg::Camera& camera = *globe.getViewer()->getCamera();
-    const osg::Vec3d at = world * camera.getViewMatrix() * camera.getProjectionMatrix() *
-                          camera.getViewport()->computeWindowMatrix();
-    return {static_cast<int>(std::lround(at.x())),
-            globe.height() - 1 - static_cast<int>(std::lround(at.y()))};
+    return pixelOnGlobe(m_window->globe(), west + (east - west) * share);
 }
 
 void WalkTest::clickOnGlobe(const QString& anomaly) {
@@ -251,15 +221,6 @@ void WalkTest::chooseOnGlobe(const QString& anomaly, const QStringList& path) {
             clickAt(placeOf(anomaly, share), Qt::RightButton);
     }
     EXPECT_TRUE(left.isEmpty()) << anomaly.toStdString() << ": no " << left.join(" ").toStdString();
-}
-
-void WalkTest::chooseFilter(int entry) {
-    auto* filter = m_window->findChild<QComboBox*>("attributeFilter");
-    filter->setFocus();
-    QTest::keyClick(filter, Qt::Key_Home);
-    for (int step = 0; step < entry; ++step)
-        QTest::keyClick(filter, Qt::Key_Down);
-    EXPECT_EQ(filter->currentIndex(), entry);
 }
 
 void WalkTest::key(int key, Qt::KeyboardModifiers modifiers) {

@@ -39,7 +39,6 @@ protected:
     void dragRectangle(const QPoint& from, const QPoint& to);
     /// Right-clicks the anomaly on the globe and chooses these entries one after the other.
     void chooseOnGlobe(const QString& anomaly, const QStringList& path);
-    void chooseFilter(int entry);
 
     // By key, wherever the focus is.
     void key(int key, Qt::KeyboardModifiers modifiers = {});

@@ -4,6 +4,7 @@
 #include "host/inspection/AVWindow.h"
 #include "host/inspection/IORVAContext.h"
 #include "host/inspection/StationWindow.h"
+#include "tests/support/OverlaysOnGlobe.h"
 #include "workbench/inspection/compute/ComputeAnomalies.h"
 #include "workbench/inspection/context/InspectionContext.h"
 #include "workbench/inspection/database/AnomalyTable.h"
@@ -23,14 +24,12 @@
 #include <QTreeWidget>
 
 #include <osgEarth/SpatialReference>
-#include <osgEarth/Terrain>
 #include <osgEarth/Viewpoint>
 #include <osgEarthAnnotation/FeatureNode>
 #include <osgEarthUtil/EarthManipulator>
 #include <osgViewer/View>
 
 #include <algorithm>
-#include <cmath>
 
 using osgEarth::Annotation::FeatureNode;
 using osgEarth::Annotation::ImageOverlay;
@@ -193,17 +192,7 @@ void AnomalyTest::pickByBounds(bool byBounds) {
 }
 
 QPoint AnomalyTest::pixelOf(const osg::Vec2d& lonLat) const {
-    osgEarth::MapNode* mapNode = m_host.globe->getMapNode();
-    const osgEarth::SpatialReference* geographic = mapNode->getMapSRS()->getGeographicSRS();
-    double metres = 0.0;
-    EXPECT_TRUE(mapNode->getTerrain()->getHeight(geographic, lonLat.x(), lonLat.y(), &metres));
-    osg::Vec3d world;
-    EXPECT_TRUE(geographic->transformToWorld(osg::Vec3d(lonLat, metres), world));
-    const osg::Camera& camera = *m_host.globe->getViewer()->getCamera();
-    const osg::Vec3d window = world * camera.getViewMatrix() * camera.getProjectionMatrix() *
-                              camera.getViewport()->computeWindowMatrix();
-    return {static_cast<int>(std::lround(window.x())),
-            m_host.globe->height() - 1 - static_cast<int>(std::lround(window.y()))};
+    return pixelOnGlobe(*m_host.globe, lonLat);
 }
 
 QPoint AnomalyTest::pixelAt(double x, double y) const {
@@ -297,33 +286,19 @@ bool AnomalyTest::send(GUIEventAdapter::EventType type, float x, float y, int bu
 }
 
 osg::ref_ptr<ImageOverlay> AnomalyTest::overlay(const QString& anomaly) const {
-    for (osg::Group* group : m_host.groupsNamed("diffImageOverlay")) {
-        for (unsigned index = 0; index < group->getNumChildren(); ++index) {
-            auto* found = dynamic_cast<ImageOverlay*>(group->getChild(index));
-            if (found && found->getName() == toGbk(anomaly))
-                return found;
-        }
-    }
-    return nullptr;
-}
-
-bool AnomalyTest::isHighlighted(const osg::Node& node) {
-    const osg::Uniform* colour =
-        node.getStateSet() ? node.getStateSet()->getUniform("oe_anno_highlight_color") : nullptr;
-    osg::Vec4 value;
-    return colour && colour->get(value) && value == osg::Vec4(255, 255, 0, 1);
+    return overlayOnGlobe(*m_host.globe, anomaly);
 }
 
 bool AnomalyTest::isHighlighted(const QString& anomaly) const {
     const auto found = overlay(anomaly);
-    return found && isHighlighted(*found);
+    return found && ::isHighlighted(*found);
 }
 
 QStringList AnomalyTest::highlighted() const {
     QStringList names;
     for (osg::Group* group : m_host.groupsNamed("diffImageOverlay")) {
         for (unsigned index = 0; index < group->getNumChildren(); ++index) {
-            if (isHighlighted(*group->getChild(index)))
+            if (::isHighlighted(*group->getChild(index)))
                 names << fromGbk(group->getChild(index)->getName());
         }
     }

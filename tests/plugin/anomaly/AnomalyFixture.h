@@ -81,7 +81,6 @@ protected:
 
     // What is there.
     osg::ref_ptr<osgEarth::Annotation::ImageOverlay> overlay(const QString& anomaly) const;
-    static bool isHighlighted(const osg::Node& node);
     bool isHighlighted(const QString& anomaly) const;
     /// Names of all highlighted overlays, sorted.
     QStringList highlighted() const;
