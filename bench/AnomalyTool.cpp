@@ -8,6 +8,7 @@
 #include "host/inspection/StationWindow.h"
 #include "tests/plugin/PluginHost.h"
 #include "tests/support/OverlaysOnGlobe.h"
+#include "tests/support/Pointer.h"
 #include "tests/support/SmallProject.h"
 #include "workbench/inspection/compute/ComputeAnomalies.h"
 #include "workbench/inspection/database/AnomalyTable.h"
@@ -129,7 +130,7 @@ public:
     double moveToCandidate(const std::string& name) {
         const auto node = overlay(name);
         const QPoint place = placeOf(name);
-        m_host.movePointer(place);
+        movePointer(*m_host.globe, place);
         const unsigned start = frame();
         while (!isHighlighted(*node)) {
             const unsigned before = frame();
@@ -145,7 +146,7 @@ public:
     double pressToHighlight(const std::string& name) {
         const auto node = overlay(name);
         const QPoint place = placeOf(name);
-        m_host.movePointer(place);
+        movePointer(*m_host.globe, place);
         m_host.settle();
         QTest::mousePress(m_host.globe, Qt::LeftButton, {}, place);
         const unsigned start = frame();

@@ -91,11 +91,20 @@ function(corridor_test target)
   corridor_compile_settings(${target})
   target_link_libraries(${target} PRIVATE GTest::gtest)
   add_test(NAME ${target} COMMAND ${target})
-  set_tests_properties(${target} PROPERTIES TIMEOUT 300)
-  if(CORRIDOR_SANITIZE_THREADS)
-    set_tests_properties(${target} PROPERTIES TIMEOUT 1200 ENVIRONMENT
-                         "TSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/support/tsan.supp")
+  if(CORRIDOR_SANITIZE OR CORRIDOR_SANITIZE_THREADS)
+    set(seconds 1200)
+  else()
+    set(seconds 300)
   endif()
+  set_tests_properties(${target} PROPERTIES TIMEOUT ${seconds} ENVIRONMENT
+                       "TSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/support/tsan.supp")
+endfunction()
+
+# corridor_window_test(NAME SOURCES...): the same, with the pointer, the keyboard and the active window of the
+# display for itself while it runs.
+function(corridor_window_test target)
+  corridor_test(${target} ${ARGN})
+  set_tests_properties(${target} PROPERTIES RESOURCE_LOCK display)
 endfunction()
 
 # Adds globe/ or an installed osgEarth, both as Corridor::Globe. Only workbench/viewer sees a difference.

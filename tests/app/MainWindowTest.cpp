@@ -1,4 +1,5 @@
 #include "tests/app/SampleProject.h"
+#include "tests/support/WaitUntil.h"
 
 #include "host/Gbk.h"
 #include "host/inspection/IORVAContext.h"
@@ -67,7 +68,7 @@ protected:
     }
 
     bool waitForPicture() {
-        return QTest::qWaitFor([this] { return m_window.globe().isPictureComplete(); }, kLongMilliseconds);
+        return waitUntil([this] { return m_window.globe().isPictureComplete(); }, kLongMilliseconds);
     }
 
     int overlayCount() {
@@ -191,7 +192,7 @@ TEST_F(MainWindowTest, ComputesTheTickedStationsTwiceAndKeepsTheActiveTool) {
     for (int run = 1; run <= 2; ++run) {
         click("计算异常");
         EXPECT_FALSE(button("计算异常")->isChecked());
-        ASSERT_TRUE(QTest::qWaitFor([&] { return finished.size() == run; }, kLongMilliseconds));
+        ASSERT_TRUE(waitUntil([&] { return finished.size() == run; }, kLongMilliseconds));
         EXPECT_TRUE(finished.last().at(0).toBool()) << finished.last().at(1).toString().toStdString();
         EXPECT_GT(overlayCount(), 0);
         if (run == 2) {

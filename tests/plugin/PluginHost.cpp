@@ -1,4 +1,5 @@
 #include "tests/plugin/PluginHost.h"
+#include "tests/support/WaitUntil.h"
 
 #include "host/Gbk.h"
 
@@ -94,13 +95,7 @@ void PluginHost::click(const char* utf8Name) const {
 
 void PluginHost::settle() const {
     globe->requestRedraw();
-    EXPECT_TRUE(QTest::qWaitFor([this] { return globe->isPictureComplete(); }, 60000));
-}
-
-void PluginHost::movePointer(const QPoint& place) const {
-    QMouseEvent move(QEvent::MouseMove, place, globe->mapToGlobal(place), Qt::NoButton, Qt::NoButton,
-                     Qt::NoModifier);
-    QApplication::sendEvent(globe, &move);
+    EXPECT_TRUE(waitUntil([this] { return globe->isPictureComplete(); }, 60000));
 }
 
 int PluginHost::pickerCount() const {

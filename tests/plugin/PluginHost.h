@@ -48,9 +48,6 @@ public:
     void deliver() const { HandlerRegistry::instance().deliverMessages(); }
     /// Waits until the globe shows everything.
     void settle() const;
-    /// Moves the pointer over the globe. Not QTest::mouseMove: that warps the display's own pointer, whose
-    /// motion arrives when the server likes.
-    void movePointer(const QPoint& place) const;
     /// How many hover pickers are installed on the view.
     int pickerCount() const;
     /// Children of the map node with that name.

@@ -1,4 +1,6 @@
 #include "tests/plugin/PluginHost.h"
+#include "tests/support/Pointer.h"
+#include "tests/support/WaitUntil.h"
 
 #include "host/inspection/DataSet.h"
 #include "host/inspection/Records.h"
@@ -87,7 +89,7 @@ protected:
     /// A real click on the globe, `dx`, `dy` widget pixels from its centre.
     void clickOnGlobe(int dx, int dy, Qt::MouseButton button = Qt::LeftButton) {
         const QPoint place = m_host.globe->rect().center() + QPoint(dx, dy);
-        m_host.movePointer(place);
+        movePointer(*m_host.globe, place);
         m_host.settle();
         QTest::mouseClick(m_host.globe, button, {}, place);
         m_host.settle();
@@ -225,7 +227,7 @@ TEST_F(OnAProject, ComputingWhileTheAnomalyToolIsActiveShowsTheAnomaliesAndLeave
     QSignalSpy finished(&InspectionContext::instance(), &InspectionContext::computeFinished);
     m_host.click("计算异常");
     EXPECT_FALSE(m_host.button("计算异常").isChecked());
-    ASSERT_TRUE(QTest::qWaitFor([&] { return !finished.isEmpty(); }, 120000));
+    ASSERT_TRUE(waitUntil([&] { return !finished.isEmpty(); }, 120000));
     EXPECT_TRUE(finished[0][0].toBool()) << finished[0][1].toString().toStdString();
 
     EXPECT_EQ(m_engine.GetActiveTool(), &m_host.command("查看\\编辑异常"));

@@ -1,4 +1,5 @@
 #include "tests/plugin/PluginHost.h"
+#include "tests/support/Pointer.h"
 
 #include "host/Gbk.h"
 
@@ -69,7 +70,7 @@ TEST_F(Tools, ThePickersSurviveFramesWithPointerMovement) {
     m_host.click("查看\\编辑异常");
     m_host.settle();
     for (int step = 0; step < 6; ++step) {
-        m_host.movePointer(QPoint(200 + 10 * step, 200));
+        movePointer(*m_host.globe, QPoint(200 + 10 * step, 200));
         m_host.settle();
     }
     EXPECT_EQ(m_host.pickerCount(), 1);

@@ -1,4 +1,6 @@
 #include "workbench/viewer/GlobeWidget.h"
+#include "tests/support/Pointer.h"
+#include "tests/support/WaitUntil.h"
 #include "workbench/viewer/ScaleBar.h"
 
 #include <gtest/gtest.h>
@@ -37,7 +39,7 @@ protected:
         m_globe.resize(320, 240);
         m_globe.show();
         EXPECT_TRUE(QTest::qWaitForWindowExposed(&m_globe));
-        EXPECT_TRUE(QTest::qWaitFor([this] { return m_globe.isPictureComplete(); }, 20000));
+        EXPECT_TRUE(waitUntil([this] { return m_globe.isPictureComplete(); }, 20000));
     }
 
     GlobeWidget m_globe;
@@ -63,7 +65,7 @@ TEST_F(GlobeWidgetTest, ARedrawRequestWakesItAndItFallsAsleepAgain) {
     QSignalSpy completed(&m_globe, &GlobeWidget::pictureCompleted);
     m_globe.requestRedraw();
     EXPECT_FALSE(m_globe.isPictureComplete());
-    EXPECT_TRUE(QTest::qWaitFor([&] { return !completed.isEmpty(); }));
+    EXPECT_TRUE(waitUntil([&] { return !completed.isEmpty(); }));
     EXPECT_GT(m_counter->frames, before);
     EXPECT_TRUE(m_globe.isPictureComplete());
 }
@@ -73,7 +75,7 @@ TEST_F(GlobeWidgetTest, WorkBetweenFramesRunsBeforeTheNextFrame) {
     m_globe.setWorkBetweenFrames([&] { framesSeen.push_back(m_counter->frames); });
     const int before = m_counter->frames;
     m_globe.requestRedraw();
-    EXPECT_TRUE(QTest::qWaitFor([&] { return m_globe.isPictureComplete(); }));
+    EXPECT_TRUE(waitUntil([&] { return m_globe.isPictureComplete(); }));
     ASSERT_FALSE(framesSeen.empty());
     EXPECT_EQ(framesSeen.front(), before);
     m_globe.setWorkBetweenFrames({});
@@ -82,11 +84,11 @@ TEST_F(GlobeWidgetTest, WorkBetweenFramesRunsBeforeTheNextFrame) {
 TEST_F(GlobeWidgetTest, RealMouseMovementReachesEventHandlersAndReportsThePlaceUnderThePointer) {
     m_globe.getManipulator()->setViewpoint(osgEarth::Viewpoint("", 109.0, 34.0, 0.0, 0.0, -89.9, 2.0e6));
     m_globe.requestRedraw();
-    ASSERT_TRUE(QTest::qWaitFor([&] { return m_globe.isPictureComplete(); }, 20000));
+    ASSERT_TRUE(waitUntil([&] { return m_globe.isPictureComplete(); }, 20000));
     QSignalSpy place(&m_globe, &GlobeWidget::pointerOnGlobe);
     QTest::mouseMove(&m_globe, QPoint(150, 110));
     QTest::mouseMove(&m_globe, m_globe.rect().center());
-    ASSERT_TRUE(QTest::qWaitFor([&] { return m_globe.isPictureComplete() && !place.isEmpty(); }));
+    ASSERT_TRUE(waitUntil([&] { return m_globe.isPictureComplete() && !place.isEmpty(); }));
     EXPECT_GT(m_counter->moves, 0);
     EXPECT_NEAR(place.last().at(0).toDouble(), 109.0, 0.1);
     EXPECT_NEAR(place.last().at(1).toDouble(), 34.0, 0.1);
@@ -107,10 +109,10 @@ TEST_F(GlobeWidgetTest, TellsHowFarTheOverviewsOfALargeRasterAre) {
     QSignalSpy preparation(&m_globe, &GlobeWidget::preparationChanged);
     ASSERT_FALSE(m_globe.map().addImagery("large", file));
     m_globe.requestRedraw();
-    ASSERT_TRUE(QTest::qWaitFor(
-        [&] { return !preparation.isEmpty() && preparation.last().at(0).toInt() == 100; }, 20000));
+    ASSERT_TRUE(
+        waitUntil([&] { return !preparation.isEmpty() && preparation.last().at(0).toInt() == 100; }, 20000));
     EXPECT_LT(preparation.first().at(0).toInt(), 100);
-    EXPECT_TRUE(QTest::qWaitFor([&] { return m_globe.isPictureComplete(); }, 20000));
+    EXPECT_TRUE(waitUntil([&] { return m_globe.isPictureComplete(); }, 20000));
     EXPECT_TRUE(QFile::exists(folder.filePath("large.tif.ovr")));
     m_globe.map().removeLayer("large");
 }
@@ -118,15 +120,15 @@ TEST_F(GlobeWidgetTest, TellsHowFarTheOverviewsOfALargeRasterAre) {
 TEST_F(GlobeWidgetTest, DraggingWithTheLeftButtonGrabsTheGround) {
     m_globe.getManipulator()->setViewpoint(osgEarth::Viewpoint("", 109.0, 34.0, 0.0, 0.0, -89.9, 2.0e6));
     m_globe.requestRedraw();
-    ASSERT_TRUE(QTest::qWaitFor([&] { return m_globe.isPictureComplete(); }, 20000));
+    ASSERT_TRUE(waitUntil([&] { return m_globe.isPictureComplete(); }, 20000));
     const QPoint centre = m_globe.rect().center();
     QTest::mousePress(&m_globe, Qt::LeftButton, Qt::NoModifier, centre);
-    ASSERT_TRUE(QTest::qWaitFor([&] { return m_globe.isPictureComplete(); }));
+    ASSERT_TRUE(waitUntil([&] { return m_globe.isPictureComplete(); }));
     for (int step = 1; step <= 6; ++step)
-        QTest::mouseMove(&m_globe, centre + QPoint(step * 10, 0));
-    ASSERT_TRUE(QTest::qWaitFor([&] { return m_globe.isPictureComplete(); }));
+        movePointer(m_globe, centre + QPoint(step * 10, 0), Qt::LeftButton);
+    ASSERT_TRUE(waitUntil([&] { return m_globe.isPictureComplete(); }));
     QTest::mouseRelease(&m_globe, Qt::LeftButton, Qt::NoModifier, centre + QPoint(60, 0));
-    ASSERT_TRUE(QTest::qWaitFor([&] { return m_globe.isPictureComplete(); }));
+    ASSERT_TRUE(waitUntil([&] { return m_globe.isPictureComplete(); }));
     // The ground went east with the pointer, so the view now looks at a place further west.
     EXPECT_LT(m_globe.getManipulator()->getViewpoint().focalPoint()->x(), 108.5);
 }
@@ -134,25 +136,25 @@ TEST_F(GlobeWidgetTest, DraggingWithTheLeftButtonGrabsTheGround) {
 TEST_F(GlobeWidgetTest, PlusAndMinusZoomAboutTheMiddle) {
     m_globe.getManipulator()->setViewpoint(osgEarth::Viewpoint("", 109.0, 34.0, 0.0, 0.0, -89.9, 2.0e6));
     m_globe.requestRedraw();
-    ASSERT_TRUE(QTest::qWaitFor([&] { return m_globe.isPictureComplete(); }, 20000));
-    QTest::mouseMove(&m_globe, QPoint(40, 40));
+    ASSERT_TRUE(waitUntil([&] { return m_globe.isPictureComplete(); }, 20000));
+    movePointer(m_globe, QPoint(40, 40));
     const double before = m_globe.getManipulator()->getDistance();
     QTest::keyClick(&m_globe, Qt::Key_Plus, Qt::ShiftModifier);
-    ASSERT_TRUE(QTest::qWaitFor([&] { return m_globe.getManipulator()->getDistance() < before * 0.9; }));
+    ASSERT_TRUE(waitUntil([&] { return m_globe.getManipulator()->getDistance() < before * 0.9; }));
     EXPECT_NEAR(m_globe.getManipulator()->getViewpoint().focalPoint()->x(), 109.0, 0.01);
     QTest::keyClick(&m_globe, Qt::Key_Minus);
-    ASSERT_TRUE(QTest::qWaitFor([&] { return m_globe.getManipulator()->getDistance() > before * 0.99; }));
+    ASSERT_TRUE(waitUntil([&] { return m_globe.getManipulator()->getDistance() > before * 0.99; }));
     EXPECT_NEAR(m_globe.getManipulator()->getViewpoint().focalPoint()->y(), 34.0, 0.01);
 }
 
 TEST_F(GlobeWidgetTest, AClickOnTheCompassTurnsTheViewNorthAndKeepsPlaceTiltAndRange) {
     m_globe.getManipulator()->setViewpoint(osgEarth::Viewpoint("", 109.0, 34.0, 0.0, 70.0, -40.0, 2.0e5));
     m_globe.requestRedraw();
-    ASSERT_TRUE(QTest::qWaitFor([&] { return m_globe.isPictureComplete(); }, 20000));
+    ASSERT_TRUE(waitUntil([&] { return m_globe.isPictureComplete(); }, 20000));
     auto* compass = m_globe.findChild<QWidget*>("compass");
     ASSERT_NE(compass, nullptr);
     QTest::mouseClick(compass, Qt::LeftButton);
-    ASSERT_TRUE(QTest::qWaitFor(
+    ASSERT_TRUE(waitUntil(
         [&] {
             return m_globe.isPictureComplete() &&
                    std::abs(m_globe.getManipulator()->getViewpoint().heading()->as(
@@ -171,7 +173,7 @@ TEST_F(GlobeWidgetTest, TheSkyIsBlueFromTheGroundAndDarkFromSpace) {
         m_globe.getManipulator()->setViewpoint(
             osgEarth::Viewpoint("", 109.0, 34.0, 0.0, 0.0, pitchDegrees, rangeMetres));
         m_globe.requestRedraw();
-        EXPECT_TRUE(QTest::qWaitFor([&] { return m_globe.isPictureComplete(); }, 20000));
+        EXPECT_TRUE(waitUntil([&] { return m_globe.isPictureComplete(); }, 20000));
         return m_globe.grabFramebuffer().pixelColor(2, 2);
     };
     const QColor air = skyColour(-3.0, 3000.0);

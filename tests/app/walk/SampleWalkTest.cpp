@@ -63,8 +63,8 @@ TEST_F(SampleWalk, TwentyAnomaliesByMouseAloneAndEverythingIsAsLeftAfterReopenin
     QTest::mouseClick(window().findChild<QToolButton*>("swipeButton"), Qt::LeftButton);
     doubleClickRow(rows().first());
     keepPicture("swipe");
-    const QPoint middle = window().globe().rect().center();
-    dragRectangle(middle - QPoint(260, 200), middle + QPoint(260, 200));
+    const QRect globe = window().globe().rect();
+    dragRectangle(globe.center() / 4, globe.center() * 7 / 4);
     EXPECT_FALSE(selectedRows().isEmpty());
 
     close();

@@ -4,6 +4,8 @@
 #include "host/inspection/IORVAContext.h"
 #include "host/inspection/StationWindow.h"
 #include "tests/support/OverlaysOnGlobe.h"
+#include "tests/support/Pointer.h"
+#include "tests/support/WaitUntil.h"
 #include "workbench/inspection/context/InspectionContext.h"
 #include "workbench/inspection/windows/ImageWindow.h"
 #include "workbench/viewer/GlobeWidget.h"
@@ -12,7 +14,6 @@
 #include <QCursor>
 #include <QDir>
 #include <QMenu>
-#include <QMouseEvent>
 #include <QPushButton>
 #include <QScreen>
 #include <QSignalSpy>
@@ -29,10 +30,14 @@ namespace {
 
 constexpr int kLongMilliseconds = 120000;
 
-void move(QWidget& widget, const QPoint& place) {
-    QMouseEvent event(QEvent::MouseMove, place, widget.mapToGlobal(place), Qt::NoButton, Qt::NoButton,
-                      Qt::NoModifier);
-    QApplication::sendEvent(&widget, &event);
+/// Where the user guide's pictures go; empty when they are not wanted.
+QString pictureFolder() {
+    return qEnvironmentVariable("CORRIDOR_GUIDE_PICTURES");
+}
+
+/// Large for the guide; else as small as the work allows, because every frame is painted by the processor.
+QSize windowSize() {
+    return pictureFolder().isEmpty() ? QSize(1000, 680) : QSize(1440, 900);
 }
 
 } // namespace
@@ -43,7 +48,7 @@ WalkTest::~WalkTest() = default;
 void WalkTest::open(const QString& folder) {
     m_folder = folder;
     m_window = std::make_unique<MainWindow>();
-    m_window->resize(1440, 900);
+    m_window->resize(windowSize());
     m_window->show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(m_window.get()));
     const auto problem = m_window->openProject(folder);
@@ -53,7 +58,7 @@ void WalkTest::open(const QString& folder) {
 }
 
 bool WalkTest::waitUntil(const std::function<bool()>& done) {
-    return QTest::qWaitFor(done, kLongMilliseconds);
+    return ::waitUntil(done, kLongMilliseconds);
 }
 
 void WalkTest::waitForGlobe() {
@@ -169,7 +174,7 @@ void WalkTest::clickOnGlobe(const QString& anomaly) {
 }
 
 void WalkTest::clickAt(const QPoint& place, Qt::MouseButton button) {
-    move(m_window->globe(), place);
+    movePointer(m_window->globe(), place);
     waitForGlobe();                                        // the answer of the hover picker included
     QCursor::setPos(m_window->globe().mapToGlobal(place)); // menus open where the display's pointer is
     QTest::mouseClick(&m_window->globe(), button, {}, place);
@@ -178,12 +183,12 @@ void WalkTest::clickAt(const QPoint& place, Qt::MouseButton button) {
 
 void WalkTest::dragRectangle(const QPoint& from, const QPoint& to) {
     GlobeWidget& globe = m_window->globe();
-    move(globe, from);
+    movePointer(globe, from);
     QTest::keyPress(&globe, Qt::Key_Shift);
     waitForGlobe();
     QTest::mousePress(&globe, Qt::LeftButton, {}, from);
     for (int step = 1; step <= 4; ++step) {
-        move(globe, from + (to - from) * step / 4);
+        movePointer(globe, from + (to - from) * step / 4, Qt::LeftButton);
         waitForGlobe();
     }
     keepPicture("rectangle");
@@ -205,7 +210,7 @@ void WalkTest::chooseOnGlobe(const QString& anomaly, const QStringList& path) {
             if (!left.isEmpty() && action->text() == left.first()) {
                 left.removeFirst();
                 opening = action->menu();
-                move(*menu, menu->actionGeometry(action).center());
+                movePointer(*menu, menu->actionGeometry(action).center());
                 if (left.isEmpty())
                     keepPicture("menu");
                 QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(action).center());
@@ -266,12 +271,11 @@ QMap<QString, QString> WalkTest::stored() const {
 
 // Of the screen, so that menus and dialogs are on it.
 void WalkTest::keepPicture(const QString& name) {
-    const QString folder = qEnvironmentVariable("CORRIDOR_GUIDE_PICTURES");
-    if (folder.isEmpty())
+    if (pictureFolder().isEmpty())
         return;
     QApplication::processEvents();
     const QRect area(m_window->mapToGlobal(QPoint()), m_window->size());
     const QPixmap screen = m_window->screen()->grabWindow(0, area.x(), area.y(), area.width(), area.height());
     constexpr int kQuality = 88;
-    EXPECT_TRUE(screen.save(QDir(folder).filePath("walk-" + name + ".jpg"), "JPG", kQuality));
+    EXPECT_TRUE(screen.save(QDir(pictureFolder()).filePath("walk-" + name + ".jpg"), "JPG", kQuality));
 }

@@ -27,8 +27,7 @@ class AnomalyJudgingTest : public InspectionWindowTest {
 protected:
     void SetUp() override {
         InspectionWindowTest::SetUp();
-        openSample();
-        computeStations(4);
+        openComputed();
         m_item = checkedStationWithMostAnomalies();
         ASSERT_GE(rowsOf(*m_item), 2);
         for (int i = 0; i < tree().topLevelItem(0)->childCount(); ++i) {

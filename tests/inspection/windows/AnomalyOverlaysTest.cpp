@@ -15,20 +15,6 @@ using osgEarth::Annotation::ImageOverlay;
 
 class AnomalyOverlaysTest : public InspectionWindowTest {
 protected:
-    void computeOne() {
-        openSample();
-        computeStations(4);
-    }
-    const KV_StationItem& richest() {
-        const KV_StationItem* best = nullptr;
-        for (const KV_StationItem* item : context().GetStationWindow()->GetSelectedStationItem()) {
-            if (best == nullptr ||
-                item->m_diffData.m_anomalies.size() > best->m_diffData.m_anomalies.size()) {
-                best = item;
-            }
-        }
-        return *best;
-    }
     osg::Group* groupOf(const KV_StationItem& item) {
         for (osg::Group* group : overlayGroups()) {
             if (group->getChild(0)->getName() == item.m_diffData.m_anomalies.at(0).name) {
@@ -40,14 +26,14 @@ protected:
 };
 
 TEST_F(AnomalyOverlaysTest, OneGroupForEachShownStationWithOneOverlayForEachAnomaly) {
-    computeOne();
+    openComputed();
     std::size_t withAnomalies = 0;
     for (const KV_StationItem* item : context().GetStationWindow()->GetSelectedStationItem()) {
         withAnomalies += item->m_diffData.m_anomalies.empty() ? 0U : 1U;
         EXPECT_EQ(context().GetStationWindow()->IsDiffChecked(item), !item->m_diffData.m_anomalies.empty());
     }
     EXPECT_EQ(overlayGroups().size(), withAnomalies);
-    const KV_StationItem& item = richest();
+    const KV_StationItem& item = *checkedStationWithMostAnomalies();
     osg::Group* group = groupOf(item);
     ASSERT_NE(group, nullptr);
     ASSERT_EQ(group->getNumChildren(), item.m_diffData.m_anomalies.size());
@@ -63,16 +49,16 @@ TEST_F(AnomalyOverlaysTest, OneGroupForEachShownStationWithOneOverlayForEachAnom
 }
 
 TEST_F(AnomalyOverlaysTest, OverlaysAreFoundThroughTheObjectIndex) {
-    computeOne();
-    auto* overlay = groupOf(richest())->getChild(0);
+    openComputed();
+    auto* overlay = groupOf(*checkedStationWithMostAnomalies())->getChild(0);
     osgEarth::ObjectID id = 0;
     ASSERT_TRUE(osgEarth::Registry::objectIndex()->getObjectID(overlay, id));
     EXPECT_EQ(osgEarth::Registry::objectIndex()->get<ImageOverlay>(id).get(), overlay);
 }
 
 TEST_F(AnomalyOverlaysTest, PicturesFollowAndAreTransparentOutsideTheOutline) {
-    computeOne();
-    osg::Group* group = groupOf(richest());
+    openComputed();
+    osg::Group* group = groupOf(*checkedStationWithMostAnomalies());
     ASSERT_TRUE(waitUntil([group] {
         for (unsigned i = 0; i < group->getNumChildren(); ++i) {
             if (static_cast<ImageOverlay*>(group->getChild(i))->getImage() == nullptr) {
@@ -96,9 +82,9 @@ TEST_F(AnomalyOverlaysTest, PicturesFollowAndAreTransparentOutsideTheOutline) {
 }
 
 TEST_F(AnomalyOverlaysTest, UncheckingTheStationTakesItsGroupAway) {
-    computeOne();
+    openComputed();
     const std::size_t before = overlayGroups().size();
-    const std::uint32_t id = richest().GetStationId();
+    const std::uint32_t id = checkedStationWithMostAnomalies()->GetStationId();
     for (int i = 0; i < 4; ++i) {
         if (station(i)->data(0, Qt::UserRole).toUInt() == id) {
             clickCheckBox(station(i));
@@ -108,7 +94,7 @@ TEST_F(AnomalyOverlaysTest, UncheckingTheStationTakesItsGroupAway) {
 }
 
 TEST_F(AnomalyOverlaysTest, ClosingTheProjectTakesAllGroupsAway) {
-    computeOne();
+    openComputed();
     ASSERT_FALSE(overlayGroups().empty());
     context().closeProject();
     EXPECT_TRUE(overlayGroups().empty());

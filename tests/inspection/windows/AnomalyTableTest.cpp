@@ -19,8 +19,7 @@ class AnomalyTableTest : public InspectionWindowTest {
 protected:
     void SetUp() override {
         InspectionWindowTest::SetUp();
-        openSample();
-        computeStations(4);
+        openComputed();
         m_item = checkedStationWithMostAnomalies();
         ASSERT_GE(m_item->m_diffData.m_anomalies.size(), 2U);
         clickStation(m_item->GetStationId());

@@ -32,7 +32,7 @@ int pixelsOf(const ImageOverlay& overlay) {
 
 class CrispOverlaysTest : public InspectionWindowTest {
 protected:
-    void computeAll() {
+    void openRichest() {
         openSample();
         const auto& epoch = context().project()->description().newEpoch();
         EXPECT_FALSE(m_globe->map().addElevation("terrain", epoch.dsm.toStdString()));
@@ -103,7 +103,7 @@ protected:
 };
 
 TEST_F(CrispOverlaysTest, AnOverlayThatIsLargeOnTheScreenGetsAFinerPictureOnceTheViewRests) {
-    computeAll();
+    openRichest();
     ASSERT_TRUE(becomesUsual(0));
     ImageOverlay& subject = overlay(0);
     osg::StateSet* highlighted = subject.getOrCreateStateSet();
@@ -139,7 +139,7 @@ TEST_F(CrispOverlaysTest, AnOverlayThatIsLargeOnTheScreenGetsAFinerPictureOnceTh
 }
 
 TEST_F(CrispOverlaysTest, NothingIsDoneWhileTheGlobeIsIdle) {
-    computeAll();
+    openRichest();
     flyNear(0);
     ASSERT_TRUE(becomesFine(0));
     ASSERT_TRUE(fallsAsleep());
@@ -157,7 +157,7 @@ TEST_F(CrispOverlaysTest, NothingIsDoneWhileTheGlobeIsIdle) {
 }
 
 TEST_F(CrispOverlaysTest, BeyondTheLimitThoseSeenLeastRecentlyGoBackToTheirUsualPictures) {
-    computeAll();
+    openRichest();
     AnomalyOverlays overlays(FinePictureLimits{1, 96LL << 20});
     showOnly(overlays);
     ASSERT_TRUE(becomesUsual(0));
@@ -173,7 +173,7 @@ TEST_F(CrispOverlaysTest, BeyondTheLimitThoseSeenLeastRecentlyGoBackToTheirUsual
 }
 
 TEST_F(CrispOverlaysTest, TheirMemoryIsBounded) {
-    computeAll();
+    openRichest();
     AnomalyOverlays overlays(FinePictureLimits{8, 1000});
     showOnly(overlays);
     ASSERT_TRUE(becomesUsual(0));
@@ -186,7 +186,7 @@ TEST_F(CrispOverlaysTest, TheirMemoryIsBounded) {
 }
 
 TEST_F(CrispOverlaysTest, AnOverlayShownWhereTheViewAlreadyRestsBecomesCrisp) {
-    computeAll();
+    openRichest();
     flyNear(1);
     ASSERT_TRUE(becomesFine(1));
     ASSERT_TRUE(fallsAsleep());
@@ -196,7 +196,7 @@ TEST_F(CrispOverlaysTest, AnOverlayShownWhereTheViewAlreadyRestsBecomesCrisp) {
 }
 
 TEST_F(CrispOverlaysTest, TakingOverlaysAwayWhileTheyArePaintedDoesNoHarm) {
-    computeAll();
+    openRichest();
     AnomalyOverlays overlays;
     showOnly(overlays);
     overlays.hide(m_item->GetStationId()); // usual pictures on their way

@@ -1,4 +1,5 @@
 #include "tests/inspection/windows/ImageWindowFixture.h"
+#include "tests/support/Pointer.h"
 
 #include "workbench/inspection/windows/SwipePane.h"
 
@@ -71,17 +72,17 @@ TEST_F(ImageSwipeTest, TheDividerIsDraggedByItsHandleAndByItself) {
     const QPointF centre = view().centre();
     keepPicture(images(), "image-window-swipe");
     QPoint from = swipe().handle().toPoint();
-    QTest::mouseMove(&swipe(), from);
-    EXPECT_TRUE(waitUntil([this] { return swipe().cursor().shape() == Qt::SplitHCursor; }));
+    movePointer(swipe(), from);
+    EXPECT_EQ(swipe().cursor().shape(), Qt::SplitHCursor);
     QTest::mousePress(&swipe(), Qt::LeftButton, {}, from + QPoint(6, 0));
-    QTest::mouseMove(&swipe(), from + QPoint(66, 10));
+    movePointer(swipe(), from + QPoint(66, 10), Qt::LeftButton);
     QTest::mouseRelease(&swipe(), Qt::LeftButton, {}, from + QPoint(66, 10));
     EXPECT_NEAR(swipe().handle().x(), from.x() + 60, 1.0);
     EXPECT_EQ(view().centre(), centre) << "the ground stays";
 
     from = QPoint(swipe().handle().toPoint().x(), 30);
     QTest::mousePress(&swipe(), Qt::LeftButton, {}, from);
-    QTest::mouseMove(&swipe(), QPoint(-500, 30));
+    movePointer(swipe(), QPoint(-500, 30), Qt::LeftButton);
     QTest::mouseRelease(&swipe(), Qt::LeftButton, {}, QPoint(-500, 30));
     EXPECT_EQ(swipe().dividerShare(), 0.0) << "it stays within the pane";
 }
@@ -107,7 +108,7 @@ TEST_F(ImageSwipeTest, ItPansZoomsAndFitsAsTheOtherPanesDo) {
     const QPointF centre = view().centre();
     const double metresPerPixel = view().metresPerPixel();
     QTest::mousePress(&swipe(), Qt::LeftButton, {}, QPoint(40, 60));
-    QTest::mouseMove(&swipe(), QPoint(60, 50));
+    movePointer(swipe(), QPoint(60, 50), Qt::LeftButton);
     QTest::mouseRelease(&swipe(), Qt::LeftButton, {}, QPoint(60, 50));
     EXPECT_NEAR(view().centre().x(), centre.x() - 20.0 * metresPerPixel, 1e-6);
     EXPECT_NEAR(view().centre().y(), centre.y() - 10.0 * metresPerPixel, 1e-6);

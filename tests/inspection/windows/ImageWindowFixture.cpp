@@ -2,15 +2,14 @@
 
 #include <QSet>
 
-void ImageWindowTest::computeAll() {
-    openSample();
-    computeStations(4);
+void ImageWindowTest::openRichest() {
+    openComputed();
     m_item = checkedStationWithMostAnomalies();
     ASSERT_NE(m_item, nullptr);
 }
 
 void ImageWindowTest::showAnomaly() {
-    computeAll();
+    openRichest();
     images().CreatZoomItem(m_item, anomaly());
     ASSERT_TRUE(shown());
     m_window->activateWindow(); // only then a click gives the focus

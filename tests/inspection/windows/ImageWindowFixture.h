@@ -9,7 +9,7 @@
 /// The image window of a computed project.
 class ImageWindowTest : public InspectionWindowTest {
 protected:
-    void computeAll();
+    void openRichest();
     const SdiffData& anomaly() const { return m_item->m_diffData.m_anomalies.at(0); }
     /// Computes, shows the first anomaly of the richest station, and waits for its pictures.
     void showAnomaly();

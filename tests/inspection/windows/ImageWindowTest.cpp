@@ -1,4 +1,5 @@
 #include "tests/inspection/windows/ImageWindowFixture.h"
+#include "tests/support/Pointer.h"
 
 #include "host/inspection/KVImageWindow.h"
 #include "host/inspection/StationWindow.h"
@@ -23,7 +24,7 @@
 namespace {
 
 TEST_F(ImageWindowTest, ShowsBothEpochsTheDifferencesAndTheProfile) {
-    computeAll();
+    openRichest();
     EXPECT_LT(colours(pane("oldPane")), 100);
     images().CreatZoomItem(m_item, anomaly());
     ASSERT_TRUE(shown());
@@ -36,14 +37,14 @@ TEST_F(ImageWindowTest, ShowsBothEpochsTheDifferencesAndTheProfile) {
 }
 
 TEST_F(ImageWindowTest, PanesPanAndZoomTogether) {
-    computeAll();
+    openRichest();
     images().CreatZoomItem(m_item, anomaly());
     ASSERT_TRUE(shown());
     const QPointF centre = view().centre();
     const double metresPerPixel = view().metresPerPixel();
 
     QTest::mousePress(&pane("oldPane"), Qt::LeftButton, {}, QPoint(60, 100));
-    QTest::mouseMove(&pane("oldPane"), QPoint(90, 100));
+    movePointer(pane("oldPane"), QPoint(90, 100), Qt::LeftButton);
     QTest::mouseRelease(&pane("oldPane"), Qt::LeftButton, {}, QPoint(90, 100));
     EXPECT_NEAR(view().centre().x(), centre.x() - 30.0 * metresPerPixel, 1e-6);
     const QImage moved = pane("newPane").grab().toImage();
@@ -62,7 +63,7 @@ TEST_F(ImageWindowTest, PanesPanAndZoomTogether) {
 }
 
 TEST_F(ImageWindowTest, ARecordWithoutExtentShowsTheWholeStation) {
-    computeAll();
+    openRichest();
     images().CreatZoomItem(m_item, SdiffData());
     ASSERT_TRUE(shown());
     const KV_Station& place = m_item->m_station;
@@ -73,7 +74,7 @@ TEST_F(ImageWindowTest, ARecordWithoutExtentShowsTheWholeStation) {
 }
 
 TEST_F(ImageWindowTest, WithoutOrthophotosItShowsHillShade) {
-    computeAll();
+    openRichest();
     const auto& project = context().project()->description();
     ASSERT_TRUE(QFile::remove(project.oldEpoch().dom));
     QFile broken(project.newEpoch().dom);
@@ -94,7 +95,7 @@ TEST_F(ImageWindowTest, WithoutOrthophotosItShowsHillShade) {
 }
 
 TEST_F(ImageWindowTest, AMalformedOutlineIsLeftOut) {
-    computeAll();
+    openRichest();
     images().CreatZoomItem(m_item, anomaly());
     ASSERT_TRUE(shown());
     const QImage outlined = pictureOf(pane("oldPane"));
@@ -111,7 +112,7 @@ TEST_F(ImageWindowTest, AMalformedOutlineIsLeftOut) {
 }
 
 TEST_F(ImageWindowTest, NoNameBlowsUpTheWindowOrIsTakenForMarkUp) {
-    computeAll();
+    openRichest();
     const int width = m_window->width();
     const int paneHeight = pane("oldPane").height();
     auto* caption = m_window->findChild<QLabel*>("imageCaption");
@@ -144,7 +145,7 @@ TEST_F(ImageWindowTest, NoNameBlowsUpTheWindowOrIsTakenForMarkUp) {
 }
 
 TEST_F(ImageWindowTest, ARecordOfNoPlaceSaysSo) {
-    computeAll();
+    openRichest();
     KV_StationItem nowhere(*m_item);
     nowhere.m_station.m_xMax = nowhere.m_station.m_xMin;
     SdiffData record = anomaly();
@@ -160,7 +161,7 @@ TEST_F(ImageWindowTest, ARecordOfNoPlaceSaysSo) {
 }
 
 TEST_F(ImageWindowTest, AnEpochThatEndsBeforeTheAnomalyLeavesTheOtherOneShown) {
-    computeAll();
+    openRichest();
     const auto& project = context().project()->description();
     for (const QString& file : {project.newEpoch().dom, project.newEpoch().dsm}) {
         const QString whole = file + ".whole.tif";
@@ -186,7 +187,7 @@ TEST_F(ImageWindowTest, AnEpochThatEndsBeforeTheAnomalyLeavesTheOtherOneShown) {
 }
 
 TEST_F(ImageWindowTest, TitlesSayWhyThereIsNoOrthophoto) {
-    computeAll();
+    openRichest();
     inspection::ComparisonSource source;
     source.srs = QString::fromStdString(m_item->m_station.m_srs);
     source.oldEpoch = context().project()->description().oldEpoch();
@@ -211,7 +212,7 @@ TEST_F(ImageWindowTest, TitlesSayWhyThereIsNoOrthophoto) {
 }
 
 TEST_F(ImageWindowTest, ADoubleClickOnARowShowsTheAnomalyAndFliesThere) {
-    computeAll();
+    openRichest();
     QTest::mouseClick(tree().viewport(), Qt::LeftButton, {}, tree().visualItemRect(station(0)).center());
     context().GetStationWindow()->SetcurrentdiffSelected(m_item);
     context().GetAVWindow();
@@ -237,7 +238,7 @@ TEST_F(ImageWindowTest, ADoubleClickOnARowShowsTheAnomalyAndFliesThere) {
 }
 
 TEST_F(ImageWindowTest, ClosingTheProjectEmptiesIt) {
-    computeAll();
+    openRichest();
     images().CreatZoomItem(m_item, anomaly());
     context().closeProject();
     ASSERT_TRUE(shown());

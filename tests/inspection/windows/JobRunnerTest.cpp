@@ -1,4 +1,5 @@
 #include "workbench/inspection/context/JobRunner.h"
+#include "tests/support/WaitUntil.h"
 #include "workbench/inspection/context/ProgressWidget.h"
 
 #include <gtest/gtest.h>
@@ -41,7 +42,7 @@ TEST(JobRunner, RunsTheWorkElsewhereAndTheOutcomeHere) {
         };
     }));
     EXPECT_TRUE(jobs.isRunning());
-    ASSERT_TRUE(QTest::qWaitFor([&] { return over; }));
+    ASSERT_TRUE(::waitUntil([&] { return over; }));
     EXPECT_NE(workThread, here);
     EXPECT_EQ(outcomeThread, here);
 }
@@ -53,7 +54,7 @@ TEST(JobRunner, RefusesASecondJobWhileOneRuns) {
     EXPECT_FALSE(jobs.start("second", endlessWork(sawCancel)));
     EXPECT_EQ(jobs.title(), "first");
     jobs.cancel();
-    ASSERT_TRUE(QTest::qWaitFor([&] { return !jobs.isRunning(); }));
+    ASSERT_TRUE(::waitUntil([&] { return !jobs.isRunning(); }));
     EXPECT_TRUE(sawCancel);
 }
 
@@ -80,10 +81,10 @@ TEST(ProgressWidget, IsHiddenWhenIdleShowsStepsAndCancels) {
     ASSERT_TRUE(jobs.start("计算", endlessWork(sawCancel)));
     EXPECT_FALSE(widget.isHidden());
     auto* bar = widget.findChild<QProgressBar*>("jobProgressBar");
-    ASSERT_TRUE(QTest::qWaitFor([&] { return bar->value() == 500; }));
+    ASSERT_TRUE(::waitUntil([&] { return bar->value() == 500; }));
     QTest::mouseClick(widget.findChild<QPushButton*>("jobCancel"), Qt::LeftButton);
     EXPECT_FALSE(widget.findChild<QPushButton*>("jobCancel")->isEnabled());
-    ASSERT_TRUE(QTest::qWaitFor([&] { return !jobs.isRunning(); }));
+    ASSERT_TRUE(::waitUntil([&] { return !jobs.isRunning(); }));
     EXPECT_TRUE(widget.isHidden());
 }
 

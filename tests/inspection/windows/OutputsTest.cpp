@@ -14,8 +14,7 @@ class OutputsTest : public InspectionWindowTest {
 protected:
     void SetUp() override {
         InspectionWindowTest::SetUp();
-        openSample();
-        computeStations(2);
+        openComputed();
         QObject::connect(&context(), &InspectionContext::outputFinished, m_window.get(),
                          [this](const QString& kind, bool ok, const QString& path) {
                              m_kind = kind;

@@ -1,4 +1,6 @@
 #include "tests/inspection/windows/ImageWindowFixture.h"
+#include "tests/support/Pointer.h"
+#include "tests/support/WaitUntil.h"
 
 #include "workbench/inspection/windows/GroundPane.h"
 #include "workbench/inspection/windows/LatestRead.h"
@@ -100,7 +102,7 @@ TEST(LatestRead, OfWhatIsAskedForDuringAReadOnlyTheLatestIsRead) {
         read(number);
     }
     gate.release(50);
-    ASSERT_TRUE(QTest::qWaitFor([&] { return !reads.isReading(); }));
+    ASSERT_TRUE(::waitUntil([&] { return !reads.isReading(); }));
     EXPECT_EQ(done, (std::vector<int>{0, 49}));
     EXPECT_EQ(begun, 2);
 }
@@ -120,7 +122,7 @@ TEST(LatestRead, WhatWasDroppedIsNotDelivered) {
     reads.drop();
     read(3);
     gate.release(3);
-    ASSERT_TRUE(QTest::qWaitFor([&] { return !reads.isReading(); }));
+    ASSERT_TRUE(::waitUntil([&] { return !reads.isReading(); }));
     EXPECT_EQ(done, std::vector<int>{3});
 }
 
@@ -129,19 +131,13 @@ protected:
     /// The cursor that a pane shows at a place on the ground.
     Qt::CursorShape cursorAt(QWidget& pane, const QPointF& ground) {
         const QPoint pixel = pixelOf(pane, ground);
-        QTest::mouseMove(&pane, QPoint(3, pane.height() - 3));
-        QTest::mouseMove(&pane, pixel);
-        const QPointF there = view().toPane(pane.size()).inverted().map(QPointF(pixel));
-        EXPECT_TRUE(waitUntil([&] { // the pointer's way leads through the window system
-            return view().pointer() &&
-                   QLineF(*view().pointer(), there).length() < view().metresPerPixel() / 2.0;
-        }));
+        movePointer(pane, pixel);
         return pane.cursor().shape();
     }
     void drag(QWidget& pane, const QPoint& from, const QPoint& by) {
         QTest::mousePress(&pane, Qt::LeftButton, {}, from);
-        QTest::mouseMove(&pane, from + by / 2);
-        QTest::mouseMove(&pane, from + by);
+        movePointer(pane, from + by / 2, Qt::LeftButton);
+        movePointer(pane, from + by, Qt::LeftButton);
     }
 };
 
@@ -202,7 +198,7 @@ TEST_F(ProfileLineTest, EscapePutsTheLineBackWhileItIsDragged) {
     EXPECT_NE(pictureOf(pane("profileChart")), before);
     ASSERT_TRUE(old.hasFocus());
     QTest::keyClick(&old, Qt::Key_Escape);
-    QTest::mouseMove(&old, from + QPoint(-60, -60));
+    movePointer(old, from + QPoint(-60, -60), Qt::LeftButton);
     QTest::mouseRelease(&old, Qt::LeftButton, {}, from + QPoint(-60, -60));
     ASSERT_TRUE(shown());
     EXPECT_EQ(pictureOf(pane("profileChart")), before);
@@ -227,7 +223,7 @@ TEST_F(ProfileLineTest, TheNextAnomalyHasALineOfItsOwn) {
     const QPoint from = pixelOf(old, firstLine().p1());
     drag(old, from, QPoint(20, 40));
     images().CreatZoomItem(m_item, m_item->m_diffData.m_anomalies.at(1)); // in the midst of the drag
-    QTest::mouseMove(&old, from);
+    movePointer(old, from, Qt::LeftButton);
     QTest::mouseRelease(&old, Qt::LeftButton, {}, from);
     images().CreatZoomItem(m_item, anomaly());
     ASSERT_TRUE(shown());
@@ -238,20 +234,20 @@ TEST_F(ProfileLineTest, ThePointerAlongTheProfileIsMarkedInThePanes) {
     showAnomaly();
     QWidget& chart = pane("profileChart");
     const QImage before = pictureOf(pane("newPane"));
-    QTest::mouseMove(&chart, QPoint(chart.width() / 2, chart.height() / 2));
-    ASSERT_TRUE(waitUntil([this] { return view().pointer().has_value(); }));
+    movePointer(chart, QPoint(chart.width() / 2, chart.height() / 2));
+    ASSERT_TRUE(view().pointer().has_value());
     const QLineF line = firstLine();
     const QPointF first = *view().pointer();
     EXPECT_NEAR(QLineF(line.p1(), first).length() + QLineF(first, line.p2()).length(), line.length(), 1e-6)
         << "on the line";
     EXPECT_NE(pictureOf(pane("newPane")), before) << "a crosshair";
-    QTest::mouseMove(&chart, QPoint(chart.width() * 3 / 4, chart.height() / 2));
-    ASSERT_TRUE(waitUntil([&] { return view().pointer() != first; }));
+    movePointer(chart, QPoint(chart.width() * 3 / 4, chart.height() / 2));
     EXPECT_LT(QLineF(*view().pointer(), line.p2()).length(), QLineF(first, line.p2()).length());
     keepPicture(images(), "image-window-crosshair");
 
-    QTest::mouseMove(&pane("stationTree"), QPoint(20, 20));
-    ASSERT_TRUE(waitUntil([this] { return !view().pointer().has_value(); }));
+    QEvent leave(QEvent::Leave);
+    QApplication::sendEvent(&chart, &leave);
+    EXPECT_FALSE(view().pointer().has_value());
     EXPECT_EQ(pictureOf(pane("newPane")), before);
 }
 

@@ -4,13 +4,14 @@
 #include "host/inspection/KVImageWindow.h"
 #include "host/inspection/StationWindow.h"
 #include "samples/SampleCorridor.h"
+#include "tests/support/CopyFolder.h"
+#include "tests/support/WaitUntil.h"
 
 #include <osgEarth/MapNode>
 
 #include <QApplication>
 #include <QDialog>
 #include <QDir>
-#include <QDirIterator>
 #include <QDockWidget>
 #include <QFile>
 #include <QLabel>
@@ -20,6 +21,8 @@
 #include <QTest>
 
 namespace {
+
+constexpr int kComputedStations = 4;
 
 /// The sample corridor that tests copy; made on first use.
 QString sampleFolder() {
@@ -72,7 +75,7 @@ void InspectionWindowTest::SetUp() {
     dock("anomalies", context().GetAVWindow(), Qt::BottomDockWidgetArea);
     dock("pictures", context().GetKVImageWindow(), Qt::RightDockWidgetArea);
     m_window->statusBar()->addPermanentWidget(context().progressWidget());
-    m_window->resize(1500, 950);
+    m_window->resize(1200, 760);
     m_window->show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(m_window.get()));
     QObject::connect(&context(), &InspectionContext::computeFinished, m_window.get(),
@@ -90,20 +93,14 @@ void InspectionWindowTest::TearDown() {
 }
 
 QString InspectionWindowTest::copySample(const QTemporaryDir& parent) {
-    const QDir from(sampleFolder());
-    const QDir to(parent.filePath("project"));
-    QDirIterator files(from.path(), QDir::Files, QDirIterator::Subdirectories);
-    while (files.hasNext()) {
-        const QString target = to.filePath(from.relativeFilePath(files.next()));
-        EXPECT_TRUE(QDir().mkpath(QFileInfo(target).path()));
-        EXPECT_TRUE(QFile::copy(files.filePath(), target)) << target.toStdString();
-    }
-    return to.path();
+    const QString copy = parent.filePath("project");
+    copyFolder(sampleFolder(), copy);
+    return copy;
 }
 
 bool InspectionWindowTest::waitUntil(const std::function<bool()>& done) {
     constexpr int kMostMilliseconds = 120000;
-    return QTest::qWaitFor(done, kMostMilliseconds);
+    return ::waitUntil(done, kMostMilliseconds);
 }
 
 void InspectionWindowTest::keepPicture(QWidget& widget, const QString& name) {
@@ -127,6 +124,24 @@ void InspectionWindowTest::computeStations(int count) {
     context().GetStationWindow()->PickCurrentShowItemsDiff();
     ASSERT_TRUE(waitUntil([this] { return m_finished; }));
     ASSERT_TRUE(m_succeeded) << m_message.toStdString();
+}
+
+void InspectionWindowTest::openComputed() {
+    static const QTemporaryDir parent;
+    const QString computed = parent.filePath("computed");
+    if (!QDir(computed).exists()) {
+        openSample();
+        computeStations(kComputedStations);
+        context().closeProject();
+        copyFolder(m_project, computed);
+        ASSERT_TRUE(QDir(m_project).removeRecursively());
+    }
+    m_project = m_folder.filePath("project");
+    copyFolder(computed, m_project);
+    const auto problem = context().openProject(m_project);
+    ASSERT_FALSE(problem.has_value()) << problem->toStdString();
+    for (int i = 0; i < kComputedStations; ++i)
+        clickCheckBox(station(i));
 }
 
 KV_StationItem* InspectionWindowTest::checkedStationWithMostAnomalies() {

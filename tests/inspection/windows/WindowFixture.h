@@ -52,6 +52,8 @@ protected:
     void openSample();
     /// Checks the first stations, by mouse, and computes them.
     void computeStations(int count);
+    /// Opens a sample whose first four stations have been computed, once for all tests, and checks them.
+    void openComputed();
     /// The first of them when several have as many; null when nothing is checked.
     KV_StationItem* checkedStationWithMostAnomalies();
 

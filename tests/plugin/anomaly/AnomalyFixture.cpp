@@ -4,7 +4,10 @@
 #include "host/inspection/AVWindow.h"
 #include "host/inspection/IORVAContext.h"
 #include "host/inspection/StationWindow.h"
+#include "tests/support/CopyFolder.h"
 #include "tests/support/OverlaysOnGlobe.h"
+#include "tests/support/Pointer.h"
+#include "tests/support/WaitUntil.h"
 #include "workbench/inspection/compute/ComputeAnomalies.h"
 #include "workbench/inspection/context/InspectionContext.h"
 #include "workbench/inspection/database/AnomalyTable.h"
@@ -15,7 +18,6 @@
 #include <QApplication>
 #include <QComboBox>
 #include <QCursor>
-#include <QDirIterator>
 #include <QLabel>
 #include <QMenu>
 #include <QPushButton>
@@ -98,15 +100,6 @@ void addAnomalies(mysqlhelper::KV_MySQL& database) {
     insertAnomalies(database, 3, third);
 }
 
-void copyFolder(const QString& from, const QString& to) {
-    QDirIterator files(from, QDir::Files, QDirIterator::Subdirectories);
-    while (files.hasNext()) {
-        const QString target = QDir(to).filePath(QDir(from).relativeFilePath(files.next()));
-        EXPECT_TRUE(QDir().mkpath(QFileInfo(target).path()));
-        EXPECT_TRUE(QFile::copy(files.filePath(), target)) << target.toStdString();
-    }
-}
-
 } // namespace
 
 const QString& known::longName() {
@@ -150,8 +143,7 @@ AnomalyTest::AnomalyTest() : m_folder(m_parent.filePath("project")) {
     const osg::Vec2d middle = toLonLat(SmallProject::kLeft + 100.0, SmallProject::kTop - 40.0);
     m_host.globe->getManipulator()->setViewpoint(
         osgEarth::Viewpoint("", middle.x(), middle.y(), 50.0, 0.0, -89.9, 350.0));
-    EXPECT_TRUE(
-        QTest::qWaitFor([this] { return overlay(known::cut) && overlay(known::cut)->getImage(); }, 30000));
+    EXPECT_TRUE(waitUntil([this] { return overlay(known::cut) && overlay(known::cut)->getImage(); }, 30000));
     m_host.settle();
 }
 
@@ -209,7 +201,7 @@ QPoint AnomalyTest::pixelOf(const QString& anomaly) const {
 }
 
 void AnomalyTest::moveTo(const QPoint& place) {
-    m_host.movePointer(place);
+    movePointer(*m_host.globe, place);
     draw();
     draw(kFramesOfAPick);
 }
@@ -218,7 +210,7 @@ void AnomalyTest::draw(unsigned frames) {
     osgViewer::View* view = m_host.globe->getViewer();
     const unsigned first = view->getFrameStamp()->getFrameNumber() + frames;
     m_host.globe->requestRedraw();
-    EXPECT_TRUE(QTest::qWaitFor([&] {
+    EXPECT_TRUE(waitUntil([&] {
         return view->getFrameStamp()->getFrameNumber() >= first && view->getEventQueue()->empty() &&
                !m_handlers.hasMessages();
     }));

@@ -1,6 +1,7 @@
 // What pointer and keys do to the anomaly tool while it picks by the bounds of the anomalies.
 
 #include "tests/plugin/anomaly/AnomalyFixture.h"
+#include "tests/support/WaitUntil.h"
 
 #include <osgEarth/Viewpoint>
 #include <osgEarthUtil/EarthManipulator>
@@ -111,7 +112,7 @@ TEST_F(BoundsEvents, TheTableAndTheHighlightAreInStep) {
         if (index.data().toString() == known::quoted)
             QTest::mouseClick(table().viewport(), Qt::LeftButton, {}, table().visualRect(index).center());
     }
-    EXPECT_TRUE(QTest::qWaitFor([&] { return highlighted() == QStringList{known::quoted}; }));
+    EXPECT_TRUE(waitUntil([&] { return highlighted() == QStringList{known::quoted}; }));
     leftClick(pixelOf(known::fill));
     EXPECT_EQ(highlighted(), QStringList{known::fill});
 }

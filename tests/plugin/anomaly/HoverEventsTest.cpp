@@ -1,6 +1,7 @@
 // What pointer and keys do to the anomaly tool while it picks by hovering.
 
 #include "tests/plugin/anomaly/AnomalyFixture.h"
+#include "tests/support/WaitUntil.h"
 
 #include "host/inspection/IORVAContext.h"
 #include "host/inspection/StationWindow.h"
@@ -332,9 +333,9 @@ TEST_F(HoverEvents, TheHighlightFollowsTheRowsOfTheTable) {
         return QPoint();
     };
     QTest::mouseClick(table().viewport(), Qt::LeftButton, {}, rowOf(known::left));
-    EXPECT_TRUE(QTest::qWaitFor([&] { return highlighted() == QStringList{known::left}; }));
+    EXPECT_TRUE(waitUntil([&] { return highlighted() == QStringList{known::left}; }));
     QTest::mouseClick(table().viewport(), Qt::LeftButton, Qt::ControlModifier, rowOf(known::right));
-    EXPECT_TRUE(QTest::qWaitFor([&] { return highlighted() == (QStringList{known::left, known::right}); }));
+    EXPECT_TRUE(waitUntil([&] { return highlighted() == (QStringList{known::left, known::right}); }));
     // It is the tool's own selection then: Ctrl takes one away, a press on another replaces it.
     m_host.settle();
     ctrlClick(pixelAt(SmallProject::kLeft + 48.0, SmallProject::kTop - 16.0));
@@ -348,7 +349,7 @@ TEST_F(HoverEvents, NewOverlaysInPlaceOfOldOnesKeepTheHighlight) {
     auto* tree = IORVAContext::Instance()->GetStationWindow()->findChild<QTreeWidget*>();
     tree->topLevelItem(0)->child(0)->setCheckState(0, Qt::Unchecked);
     tree->topLevelItem(0)->child(0)->setCheckState(0, Qt::Checked);
-    EXPECT_TRUE(QTest::qWaitFor([&] { return highlighted() == QStringList{known::fill}; }));
+    EXPECT_TRUE(waitUntil([&] { return highlighted() == QStringList{known::fill}; }));
 }
 
 } // namespace

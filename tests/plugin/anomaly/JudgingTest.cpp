@@ -1,6 +1,7 @@
 // The inspector's verdict on selected anomalies: the menu on the globe, its dialog, and the Delete key.
 
 #include "tests/plugin/anomaly/AnomalyFixture.h"
+#include "tests/support/WaitUntil.h"
 
 #include "host/inspection/AVWindow.h"
 #include "host/inspection/DataSet.h"
@@ -277,7 +278,7 @@ TEST_F(Judging, AKeyThatIsReleasedInTheQuestionIsNotHeldAfterwards) {
     BoxAnswerer boxes(BoxAnswerer::No);
     m_host.window.activateWindow();
     m_host.globe->setFocus();
-    ASSERT_TRUE(QTest::qWaitFor([&] { return m_host.globe->hasFocus(); }));
+    ASSERT_TRUE(waitUntil([&] { return m_host.globe->hasFocus(); }));
     QTest::keyPress(m_host.globe, Qt::Key_Delete); // the question takes the release
     m_host.settle();
     ASSERT_EQ(boxes.texts.size(), 1);
