@@ -6,6 +6,7 @@
 #include "workbench/inspection/project/Project.h"
 #include "workbench/inspection/windows/ComparisonPictures.h"
 #include "workbench/inspection/windows/ElevationLine.h"
+#include "workbench/inspection/windows/OutlinePath.h"
 
 #include <osgEarthUtil/EarthManipulator>
 
@@ -102,6 +103,7 @@ TEST_F(ImageWindowTest, AMalformedOutlineIsLeftOut) {
     for (const char* wkt : {"", "POLYGON ((", "nonsense", "POINT (1 2)", "POLYGON EMPTY",
                             "POLYGON ((nan nan, nan nan, nan nan, nan nan))",
                             "POLYGON ((1e308 1e308, -1e308 1e308, -1e308 -1e308, 1e308 1e308))"}) {
+        EXPECT_TRUE(inspection::outlinePath(wkt).isEmpty()) << wkt;
         SdiffData record = anomaly();
         record.outlineWkt = wkt;
         images().CreatZoomItem(m_item, record);

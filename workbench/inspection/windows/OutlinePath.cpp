@@ -7,14 +7,22 @@
 
 namespace inspection {
 
+namespace {
+
+/// No reference system has coordinates beyond this; a painter's arithmetic overflows far beyond it.
+constexpr double kFarthest = 1.0e9;
+
+bool isOnTheMap(const osg::Vec3d& vertex) {
+    return std::abs(vertex.x()) < kFarthest && std::abs(vertex.y()) < kFarthest; // false for NaN, too
+}
+
+} // namespace
+
 QPainterPath outlinePath(const std::string& wkt) {
     QPainterPath path;
     path.setFillRule(Qt::OddEvenFill);
     for (const auto& ring : outlineRings(wkt)) {
-        const bool known = std::all_of(ring.begin(), ring.end(), [](const osg::Vec3d& vertex) {
-            return std::isfinite(vertex.x()) && std::isfinite(vertex.y());
-        });
-        if (ring.size() < 3 || !known) {
+        if (ring.size() < 3 || !std::all_of(ring.begin(), ring.end(), isOnTheMap)) {
             continue;
         }
         path.moveTo(ring.front().x(), ring.front().y());
