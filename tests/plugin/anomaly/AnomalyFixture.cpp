@@ -3,10 +3,7 @@
 #include "host/Gbk.h"
 #include "host/inspection/AVWindow.h"
 #include "host/inspection/IORVAContext.h"
-#include "host/inspection/StationWindow.h"
-#include "tests/support/CopyFolder.h"
 #include "tests/support/OverlaysOnGlobe.h"
-#include "tests/support/Pointer.h"
 #include "tests/support/WaitUntil.h"
 #include "workbench/inspection/compute/ComputeAnomalies.h"
 #include "workbench/inspection/context/InspectionContext.h"
@@ -17,40 +14,20 @@
 
 #include <QApplication>
 #include <QComboBox>
-#include <QCursor>
-#include <QLabel>
-#include <QMenu>
 #include <QPushButton>
-#include <QSqlDatabase>
-#include <QSqlQuery>
-#include <QTreeWidget>
 
-#include <osgEarth/SpatialReference>
-#include <osgEarth/Viewpoint>
 #include <osgEarthAnnotation/FeatureNode>
-#include <osgEarthUtil/EarthManipulator>
-#include <osgViewer/View>
 
 #include <algorithm>
 
 using osgEarth::Annotation::FeatureNode;
 using osgEarth::Annotation::ImageOverlay;
 using osgEarth::Annotation::PlaceNode;
-using osgGA::GUIEventAdapter;
 using namespace inspection;
 
 namespace {
 
 constexpr char kSrs[] = "EPSG:4547";
-constexpr unsigned kFramesOfAPick = 2; ///< from the frame that draws it to the one that answers
-constexpr char kTool[] = "查看\\编辑异常";
-
-osg::Vec2d toLonLat(double x, double y) {
-    const auto* srs = osgEarth::SpatialReference::get(kSrs);
-    osg::Vec3d lonLat;
-    EXPECT_TRUE(srs->transform(osg::Vec3d(x, y, 0), srs->getGeographicSRS(), lonLat));
-    return {lonLat.x(), lonLat.y()};
-}
 
 /// A rectangle of ground, in metres from the project's lower left corner, as an anomaly.
 SdiffData rectangle(const QString& name, double left, double bottom, double width, double height) {
@@ -107,16 +84,13 @@ const QString& known::longName() {
     return name;
 }
 
-SmallProject* AnomalyTest::s_project = nullptr;
-
 void AnomalyTest::SetUpTestSuite() {
-    if (s_project)
+    ToolTest::SetUpTestSuite();
+    static bool isComputed = false;
+    if (isComputed)
         return;
-    static SmallProject project;
-    s_project = &project;
-    PluginHost::instance().window.resize(400, 300); // frames are drawn in software
-    QCursor::setPos(1500, 900);                     // the display's own pointer must not move over the globe
-    const auto opened = Project::open(project.folder());
+    isComputed = true;
+    const auto opened = Project::open(original().folder());
     ASSERT_TRUE(std::holds_alternative<Project>(opened));
     const auto database =
         PipelineDatabase::open(std::get<Project>(opened).description(), Project::Access::Exclusive);
@@ -128,41 +102,23 @@ void AnomalyTest::SetUpTestSuite() {
     request.stationIds = {1, 2};
     ASSERT_TRUE(std::holds_alternative<ComputationSummary>(computeAnomalies(request)));
     addAnomalies(sql);
-    const auto problem =
-        PluginHost::instance().globe->map().addElevation("ground", project.file("new/dsm.tif").toStdString());
-    ASSERT_FALSE(problem) << *problem;
 }
 
-AnomalyTest::AnomalyTest() : m_folder(m_parent.filePath("project")) {
-    copyFolder(s_project->folder(), m_folder);
-    const auto refusal = InspectionContext::instance().openProject(m_folder);
-    EXPECT_FALSE(refusal) << refusal->toStdString();
-    auto* tree = IORVAContext::Instance()->GetStationWindow()->findChild<QTreeWidget*>();
-    for (int index = 0; index < tree->topLevelItem(0)->childCount(); ++index)
-        tree->topLevelItem(0)->child(index)->setCheckState(0, Qt::Checked);
-    const osg::Vec2d middle = toLonLat(SmallProject::kLeft + 100.0, SmallProject::kTop - 40.0);
-    m_host.globe->getManipulator()->setViewpoint(
-        osgEarth::Viewpoint("", middle.x(), middle.y(), 50.0, 0.0, -89.9, 350.0));
+AnomalyTest::AnomalyTest() : ToolTest("查看\\编辑异常") {
+    for (int index = 0; index < tree().topLevelItem(0)->childCount(); ++index)
+        tree().topLevelItem(0)->child(index)->setCheckState(0, Qt::Checked);
     EXPECT_TRUE(waitUntil([this] { return overlay(known::cut) && overlay(known::cut)->getImage(); }, 30000));
     m_host.settle();
 }
 
-AnomalyTest::~AnomalyTest() {
-    for (const Qt::Key key : {Qt::Key_Control, Qt::Key_Shift, Qt::Key_Delete})
-        keyUp(key);
-    m_engine.deactivateTool();
-    m_host.deliver();
-    InspectionContext::instance().closeProject();
-}
-
 void AnomalyTest::startTool() {
-    m_host.click(kTool);
+    m_host.click(m_tool);
     draw();
     ASSERT_EQ(m_host.pickerCount(), 1);
 }
 
 void AnomalyTest::stopTool() {
-    m_host.click(kTool);
+    m_host.click(m_tool);
     draw();
 }
 
@@ -183,14 +139,6 @@ void AnomalyTest::pickByBounds(bool byBounds) {
     m_host.settle();
 }
 
-QPoint AnomalyTest::pixelOf(const osg::Vec2d& lonLat) const {
-    return pixelOnGlobe(*m_host.globe, lonLat);
-}
-
-QPoint AnomalyTest::pixelAt(double x, double y) const {
-    return pixelOf(toLonLat(x, y));
-}
-
 QPoint AnomalyTest::pixelOf(const QString& anomaly) const {
     const auto found = overlay(anomaly);
     if (!found) {
@@ -198,83 +146,6 @@ QPoint AnomalyTest::pixelOf(const QString& anomaly) const {
         return {};
     }
     return pixelOf(found->getCenter());
-}
-
-void AnomalyTest::moveTo(const QPoint& place) {
-    movePointer(*m_host.globe, place);
-    draw();
-    draw(kFramesOfAPick);
-}
-
-void AnomalyTest::draw(unsigned frames) {
-    osgViewer::View* view = m_host.globe->getViewer();
-    const unsigned first = view->getFrameStamp()->getFrameNumber() + frames;
-    m_host.globe->requestRedraw();
-    EXPECT_TRUE(waitUntil([&] {
-        return view->getFrameStamp()->getFrameNumber() >= first && view->getEventQueue()->empty() &&
-               !m_handlers.hasMessages();
-    }));
-}
-
-void AnomalyTest::press(const QPoint& place) {
-    QTest::mousePress(m_host.globe, Qt::LeftButton, {}, place);
-    draw();
-}
-
-void AnomalyTest::release(const QPoint& place) {
-    QTest::mouseRelease(m_host.globe, Qt::LeftButton, {}, place);
-    draw();
-}
-
-void AnomalyTest::leftClick(const QPoint& place) {
-    moveTo(place);
-    press(place);
-    release(place);
-}
-
-void AnomalyTest::rightClick(const QPoint& place) {
-    moveTo(place);
-    QTest::mouseClick(m_host.globe, Qt::RightButton, {}, place);
-    draw();
-}
-
-void AnomalyTest::doubleClick(const QPoint& place) {
-    leftClick(place);
-    QTest::mouseDClick(m_host.globe, Qt::LeftButton, {}, place);
-    QTest::mouseRelease(m_host.globe, Qt::LeftButton, {}, place); // which it leaves out
-    draw();
-}
-
-void AnomalyTest::keyDown(Qt::Key key) {
-    QTest::keyPress(m_host.globe, key);
-    draw();
-}
-
-void AnomalyTest::keyUp(Qt::Key key) {
-    QTest::keyRelease(m_host.globe, key);
-    draw();
-}
-
-void AnomalyTest::keyClick(Qt::Key key) {
-    keyDown(key);
-    keyUp(key);
-}
-
-void AnomalyTest::ctrlClick(const QPoint& place) {
-    keyDown(Qt::Key_Control);
-    leftClick(place);
-    keyUp(Qt::Key_Control);
-}
-
-bool AnomalyTest::send(GUIEventAdapter::EventType type, float x, float y, int button, int key) {
-    const osg::ref_ptr<GUIEventAdapter> event = new GUIEventAdapter;
-    event->setEventType(type);
-    event->setX(x);
-    event->setY(y);
-    event->setButton(button);
-    event->setKey(key);
-    return m_host.handler(kTool).handle(*event,
-                                        *dynamic_cast<osgGA::GUIActionAdapter*>(m_host.globe->getViewer()));
 }
 
 osg::ref_ptr<ImageOverlay> AnomalyTest::overlay(const QString& anomaly) const {
@@ -349,90 +220,17 @@ QStringList AnomalyTest::selectedRows() const {
 }
 
 void AnomalyTest::showStation(int index) const {
-    auto* tree = IORVAContext::Instance()->GetStationWindow()->findChild<QTreeWidget*>();
-    tree->setCurrentItem(tree->topLevelItem(0)->child(index));
-}
-
-void PrintTo(const QStringList& texts, std::ostream* stream) {
-    *stream << '[' << texts.join(" | ").left(200).toStdString() << ']';
+    tree().setCurrentItem(tree().topLevelItem(0)->child(index));
 }
 
 void PrintTo(const QColor& colour, std::ostream* stream) {
     *stream << colour.name().toStdString();
 }
 
-namespace {
-
-/// A connection that has nothing to do with the program's own.
-QVariantList independently(const QString& file, const QString& sql, const QVariantList& bound) {
-    QVariantList values;
-    {
-        QSqlDatabase database = QSqlDatabase::addDatabase("QSQLITE", "independent");
-        database.setDatabaseName(file);
-        database.setConnectOptions("QSQLITE_OPEN_READONLY");
-        EXPECT_TRUE(database.open());
-        QSqlQuery query(database);
-        EXPECT_TRUE(query.prepare(sql));
-        for (const QVariant& value : bound)
-            query.addBindValue(value);
-        EXPECT_TRUE(query.exec());
-        while (query.next())
-            values << query.value(0);
-    }
-    QSqlDatabase::removeDatabase("independent");
-    return values;
-}
-
-} // namespace
-
 QVariant AnomalyTest::stored(const QString& anomaly, const QString& column) const {
-    return independently(m_folder + "/inspection.db", "select " + column + " from anomaly where name=?",
-                         {anomaly})
-        .value(0);
+    return readStored("select " + column + " from anomaly where name=?", {anomaly}).value(0);
 }
 
 int AnomalyTest::storedCount() const {
-    return independently(m_folder + "/inspection.db", "select count(*) from anomaly", {}).value(0).toInt();
-}
-
-BoxAnswerer::BoxAnswerer(Answer answer) {
-    QObject::connect(&m_poll, &QTimer::timeout, [this, answer] { look(answer); });
-    m_poll.start(5);
-}
-
-void BoxAnswerer::look(Answer answer) {
-    QWidget* box = QApplication::activeModalWidget();
-    if (!box || box->objectName() != "myMessageBox")
-        return;
-    titles << box->windowTitle();
-    texts << box->findChild<QLabel*>("labelText")->text();
-    auto* button = box->findChild<QPushButton*>("pushButtonOK");
-    if (!button)
-        button = box->findChild<QPushButton*>(answer == Yes ? "pushButtonYes" : "pushButtonNo");
-    QTest::mouseClick(button, Qt::LeftButton);
-}
-
-MenuChooser::MenuChooser(const QStringList& path) : m_path(path) {
-    QObject::connect(&m_poll, &QTimer::timeout, [this] { look(); });
-    m_poll.start(5);
-}
-
-void MenuChooser::look() {
-    auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
-    if (!menu || (m_opening && !m_opening->isVisible()))
-        return;
-    m_opening = nullptr;
-    QStringList entries;
-    for (const QAction* action : menu->actions())
-        entries << action->text();
-    menus.push_back(entries);
-    for (QAction* action : menu->actions()) {
-        if (!m_path.isEmpty() && action->text() == m_path.first()) {
-            m_path.removeFirst();
-            m_opening = action->menu();
-            QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(action).center());
-            return;
-        }
-    }
-    QTest::keyClick(menu, Qt::Key_Escape);
+    return readStored("select count(*) from anomaly").value(0).toInt();
 }
