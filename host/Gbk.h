@@ -25,6 +25,19 @@ inline std::string toGbk(const char* utf8) {
     return toGbk(QString::fromUtf8(utf8));
 }
 
+/// True when GBK itself has every character of `bytes`, which come from toGbk: the others have codes of four
+/// bytes, the second of which is a digit.
+inline bool holdsOnlyGbk(const std::string& bytes) {
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        if (static_cast<unsigned char>(bytes[i]) < 0x80U)
+            continue;
+        ++i;
+        if (i == bytes.size() || (bytes[i] >= '0' && bytes[i] <= '9'))
+            return false;
+    }
+    return true;
+}
+
 /// GBK bytes to UTF-16 text.
 inline QString fromGbk(const std::string& bytes) {
     QStringDecoder decoder("GB18030");

@@ -2,64 +2,110 @@
 
 #include "host/Gbk.h"
 
-#include <fstream>
-#include <sstream>
+#include <QFile>
+#include <QSaveFile>
+
+#include <array>
+#include <iostream>
 #include <string>
+#include <string_view>
 
 namespace {
 
 constexpr char kFileName[] = "record.txt";
 
-void writeBlock(std::ofstream& file, const char* begin, const QStringList& entries, const char* end) {
-    file << begin << std::endl;
-    for (const QString& entry : entries)
-        file << toGbk(entry) << std::endl;
-    file << end << std::endl;
+struct Block {
+    const char* start;
+    const char* end;
+    QStringList AttributeHistory::*list;
+};
+
+/// In the order of the file.
+constexpr std::array<Block, 3> kBlocks = {{{"startPolygon", "endPolygon", &AttributeHistory::polygon},
+                                           {"startArea", "endArea", &AttributeHistory::area},
+                                           {"startPoint", "endPoint", &AttributeHistory::point}}};
+
+std::string_view firstWord(std::string_view line) {
+    constexpr char kBlanks[] = " \t\v\f\r";
+    const std::size_t begin = line.find_first_not_of(kBlanks);
+    if (begin == std::string_view::npos)
+        return {};
+    return line.substr(begin, line.find_first_of(kBlanks, begin) - begin);
+}
+
+/// Which blocks are open, and what their words become.
+class Reader {
+public:
+    explicit Reader(AttributeHistory& history) : m_history(history) {}
+
+    void take(std::string_view word) {
+        for (std::size_t index = 0; index < kBlocks.size(); ++index) {
+            if (word == kBlocks[index].start) {
+                m_isOpen[index] = true;
+                return;
+            }
+            if (word == kBlocks[index].end)
+                m_isOpen[index] = false;
+        }
+        // A word under two open blocks of a malformed file goes to both.
+        for (std::size_t index = 0; index < kBlocks.size(); ++index) {
+            if (m_isOpen[index])
+                (m_history.*kBlocks[index].list).append(fromGbk(std::string(word)));
+        }
+    }
+
+private:
+    AttributeHistory& m_history;
+    std::array<bool, kBlocks.size()> m_isOpen{};
+};
+
+std::string toText(const AttributeHistory& history) {
+    std::string text;
+    for (const Block& block : kBlocks) {
+        text.append(block.start).append("\n");
+        for (const QString& entry : history.*block.list)
+            text.append(toGbk(entry)).append("\n");
+        text.append(block.end).append("\n");
+    }
+    return text;
 }
 
 } // namespace
 
 void readAttributeHistory(AttributeHistory& history) {
-    std::ifstream file(kFileName);
-    bool inPolygon = false;
-    bool inArea = false;
-    bool inPoint = false;
-    std::string line;
-    while (std::getline(file, line)) {
-        std::string word;
-        if (!(std::istringstream(line) >> word))
-            continue;
-        if (word == "startPolygon") {
-            inPolygon = true;
-            continue;
-        }
-        if (word == "endPolygon")
-            inPolygon = false;
-        if (word == "startArea") {
-            inArea = true;
-            continue;
-        }
-        if (word == "endArea")
-            inArea = false;
-        if (word == "startPoint") {
-            inPoint = true;
-            continue;
-        }
-        if (word == "endPoint")
-            inPoint = false;
-        // A word under two open blocks of a malformed file goes to both.
-        if (inPoint)
-            history.point.append(fromGbk(word));
-        if (inArea)
-            history.area.append(fromGbk(word));
-        if (inPolygon)
-            history.polygon.append(fromGbk(word));
+    QFile file(kFileName);
+    if (!file.open(QIODevice::ReadOnly))
+        return;
+    const QByteArray bytes = file.readAll();
+    Reader reader(history);
+    std::string_view rest(bytes.constData(), static_cast<std::size_t>(bytes.size()));
+    while (!rest.empty()) {
+        const std::size_t end = std::min(rest.find('\n'), rest.size());
+        if (const std::string_view word = firstWord(rest.substr(0, end)); !word.empty())
+            reader.take(word);
+        rest.remove_prefix(std::min(end + 1, rest.size()));
     }
 }
 
 void writeAttributeHistory(const AttributeHistory& history) {
-    std::ofstream file(kFileName, std::ios::trunc);
-    writeBlock(file, "startPolygon", history.polygon, "endPolygon");
-    writeBlock(file, "startArea", history.area, "endArea");
-    writeBlock(file, "startPoint", history.point, "endPoint");
+    const std::string text = toText(history);
+    if (!holdsOnlyGbk(text)) {
+        std::cout << kFileName << " is left as it is: an attribute has characters that GBK lacks"
+                  << std::endl;
+        return;
+    }
+    QSaveFile file(kFileName);
+    file.setDirectWriteFallback(true); // for a folder in which only this file may be written
+    const auto size = static_cast<qint64>(text.size());
+    if (!file.open(QIODevice::WriteOnly) || file.write(text.data(), size) != size || !file.commit())
+        std::cout << kFileName << " is not written: " << file.errorString().toStdString() << std::endl;
+}
+
+void rememberAttribute(AttributeHistory& history, QStringList AttributeHistory::*list,
+                       const QString& attribute) {
+    QStringList& known = history.*list;
+    if (attribute.isEmpty() || known.contains(attribute))
+        return;
+    known.append(attribute);
+    writeAttributeHistory(history);
 }

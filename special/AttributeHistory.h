@@ -11,9 +11,15 @@ struct AttributeHistory {
     QStringList point;   ///< special points
 };
 
-/// Appends the file's entries to the lists. Of each line the first word counts. Without a file nothing
-/// changes.
+/// Appends the file's entries to the lists. Of each line the first word counts, however long it is. What
+/// cannot be read changes nothing.
 void readAttributeHistory(AttributeHistory& history);
 
-/// Writes the whole file anew. Silent when it cannot be written.
+/// Writes the whole file anew. A file that cannot be written, or text that GBK does not hold, leaves the old
+/// file as it is and one line in the log.
 void writeAttributeHistory(const AttributeHistory& history);
+
+/// Appends a new, non-empty attribute to one of the lists and writes the file; `list` is for example
+/// &AttributeHistory::point.
+void rememberAttribute(AttributeHistory& history, QStringList AttributeHistory::*list,
+                       const QString& attribute);

@@ -1,6 +1,7 @@
 #include "special/CDrawPointDlg.h"
 
 #include "host/Gbk.h"
+#include "special/AttributeBox.h"
 
 #include <QCloseEvent>
 
@@ -23,8 +24,7 @@ void CDrawPointDlg::LoadRecord(int type) {
     if (type != KV_SPECIAL_POINT)
         return;
     readAttributeHistory(m_history);
-    ui.combox_attri->insertItems(0, m_history.point);
-    ui.combox_attri->setCurrentIndex(-1);
+    offerAttributes(*ui.combox_attri, m_history.point);
 }
 
 void CDrawPointDlg::showRecord(const Special_Point& point) {
@@ -36,10 +36,7 @@ void CDrawPointDlg::showRecord(const Special_Point& point) {
 }
 
 void CDrawPointDlg::SaveRecord() {
-    if (m_attribute.isEmpty() || m_history.point.contains(m_attribute))
-        return;
-    m_history.point.append(m_attribute);
-    writeAttributeHistory(m_history);
+    rememberAttribute(m_history, &AttributeHistory::point, m_attribute);
 }
 
 void CDrawPointDlg::SlotOK() {

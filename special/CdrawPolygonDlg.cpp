@@ -1,6 +1,7 @@
 #include "special/CdrawPolygonDlg.h"
 
 #include "host/Gbk.h"
+#include "special/AttributeBox.h"
 
 #include <QCloseEvent>
 #include <QColorDialog>
@@ -56,8 +57,7 @@ void CdrawPolygonDlg::LoadRecord(int type) {
         return;
     }
     readAttributeHistory(m_history);
-    ui.comboBox_attri->insertItems(0, historyOfMode());
-    ui.comboBox_attri->setCurrentIndex(-1);
+    offerAttributes(*ui.comboBox_attri, m_history.*listOfMode());
 }
 
 void CdrawPolygonDlg::showRecord(const Special_Region& region) {
@@ -81,16 +81,12 @@ void CdrawPolygonDlg::showRecord(const Special_Region& region) {
     ui.comboBox_attri->setEditText(fromGbk(region.m_attribute));
 }
 
-QStringList& CdrawPolygonDlg::historyOfMode() {
-    return m_mode == HighConsequenceArea ? m_history.area : m_history.polygon;
+QStringList AttributeHistory::*CdrawPolygonDlg::listOfMode() const {
+    return m_mode == HighConsequenceArea ? &AttributeHistory::area : &AttributeHistory::polygon;
 }
 
 void CdrawPolygonDlg::SaveRecord() {
-    QStringList& known = historyOfMode();
-    if (m_attribute.isEmpty() || known.contains(m_attribute))
-        return;
-    known.append(m_attribute);
-    writeAttributeHistory(m_history);
+    rememberAttribute(m_history, listOfMode(), m_attribute);
 }
 
 void CdrawPolygonDlg::SlotBorderColor() {

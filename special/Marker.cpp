@@ -20,6 +20,7 @@ osg::ref_ptr<osgEarth::Annotation::PlaceNode> makeMarker(const osg::Vec3d& posit
     text->size() = 15.0;
     text->font() = "simhei.ttf";
     text->encoding() = TextSymbol::ENCODING_UTF8;
+    text->halo() = osgEarth::Symbology::Stroke(0, 0, 0, 1); // white alone is lost on pale ground
     const osg::ref_ptr<osg::Image> pin = osgDB::readRefImageFile("icon/Placemark_32.png");
     return new osgEarth::Annotation::PlaceNode(point, gbkToUtf8(label), style, pin.get());
 }

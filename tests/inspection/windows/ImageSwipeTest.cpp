@@ -19,8 +19,7 @@ protected:
     void startSwiping() {
         showAnomaly();
         QTest::mouseClick(&button("swipeButton"), Qt::LeftButton);
-        ASSERT_TRUE(waitUntil([this] { return swipe().isVisible(); }));
-        ASSERT_TRUE(shown());
+        ASSERT_TRUE(waitUntil([this] { return swipe().isVisible() && images().isComplete(); }));
     }
     /// The pane as it looks with the divider at one side.
     QImage withDividerAt(Qt::Key side) {

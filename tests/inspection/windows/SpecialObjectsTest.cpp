@@ -4,7 +4,13 @@
 #include "host/inspection/StationWindow.h"
 #include "workbench/inspection/database/StationTable.h"
 
+#include <QLineEdit>
+#include <QTest>
+
 #include <osgEarth/MapNode>
+#include <osgEarth/Viewpoint>
+#include <osgEarthAnnotation/PlaceNode>
+#include <osgEarthUtil/EarthManipulator>
 
 namespace {
 
@@ -26,6 +32,35 @@ protected:
             }
         }
         return nullptr;
+    }
+    void reopen() {
+        context().closeProject();
+        ASSERT_FALSE(context().openProject(m_project).has_value());
+    }
+    /// No special area but one, which is on the globe.
+    void openWithOneArea(const char* name) {
+        database().execute("delete from special_area");
+        reopen();
+        ASSERT_TRUE(window().AddAreaNode(area(name)));
+        reopen();
+        tree().topLevelItem(2)->setExpanded(true);
+    }
+    /// Edits the name of the one special area in the tree, which has the name `oldName`.
+    void rename(const char* oldName, const QString& name) {
+        openWithOneArea(oldName);
+        m_window->activateWindow();
+        ASSERT_TRUE(waitUntil([this] { return m_window->isActiveWindow(); }));
+        tree().setCurrentItem(tree().topLevelItem(2)->child(0), 1);
+        tree().setFocus();
+        QTest::keyClick(&tree(), Qt::Key_F2);
+        auto* editor = tree().findChild<QLineEdit*>();
+        ASSERT_NE(editor, nullptr);
+        editor->setText(name);
+        QTest::keyClick(editor, Qt::Key_Return);
+        ASSERT_TRUE(waitUntil([this] { return tree().findChild<QLineEdit*>() == nullptr; }));
+    }
+    static std::string labelOf(osg::Group& group) {
+        return dynamic_cast<osgEarth::Annotation::PlaceNode&>(*group.getChild(1)).getText();
     }
     static Special_Point point(const char* name) {
         Special_Point made(toGbk(name), osg::Vec3d(112.5, 34.5, 100.0));
@@ -116,12 +151,122 @@ TEST_F(SpecialObjectsTest, ARecordDrawnInThisRunIsUpdatedThroughItsName) {
 TEST_F(SpecialObjectsTest, WhenTheDatabaseRefusesNothingChanges) {
     ASSERT_TRUE(window().AddPointNode(point("戊")));
     database().execute("alter table special_point rename to elsewhere");
+    const MessageWatch messages;
     EXPECT_FALSE(window().AddPointNode(point("己")));
+    ASSERT_EQ(messages.texts().size(), 1);
+    EXPECT_TRUE(messages.texts()[0].startsWith("数据库拒绝了修改")) << messages.texts()[0].toStdString();
     EXPECT_FALSE(window().isReiterated_node("己"));
     EXPECT_FALSE(window().DeleteNode("戊", KV_SPECIAL_POINT));
     EXPECT_FALSE(window().UpdataNode(point("庚"), toGbk("戊")));
     EXPECT_TRUE(window().isReiterated_node("戊"));
     EXPECT_NE(entry(Points, "戊"), nullptr);
+    EXPECT_EQ(messages.texts().size(), 1) << "whoever edits is told by the answer alone";
+}
+
+TEST_F(SpecialObjectsTest, ANewObjectIsSelectedInTheTree) {
+    ASSERT_TRUE(window().AddPointNode(point("新")));
+    EXPECT_EQ(tree().currentItem(), entry(Points, "新"));
+    ASSERT_TRUE(window().AddAreaNode(area("面")));
+    window().SelectNode("新");
+    EXPECT_EQ(tree().currentItem(), entry(Points, "新"));
+    window().SelectNode("不存在");
+    EXPECT_EQ(tree().currentItem(), entry(Points, "新"));
+}
+
+TEST_F(SpecialObjectsTest, F2RenamesInTheTreeOnTheGlobeAndInTheDatabase) {
+    rename("旧名", QStringLiteral("  新名𠮷 "));
+    EXPECT_TRUE(window().isReiterated_node(QStringLiteral("新名𠮷")));
+    EXPECT_FALSE(window().isReiterated_node("旧名"));
+    EXPECT_NE(entry(Areas, QStringLiteral("新名𠮷")), nullptr);
+    EXPECT_EQ(inspection::readSpecialAreas(database()).back().GetName(), toGbk("新名𠮷"));
+    const auto [group, record] = *scene().getPipeAreas().begin();
+    EXPECT_EQ(labelOf(*group), "新名𠮷");
+    EXPECT_EQ(record.GetName(), toGbk("新名𠮷"));
+
+    clickCheckBox(entry(Areas, QStringLiteral("新名𠮷")));
+    EXPECT_EQ(group->getNodeMask(), 0U) << "the new name is known to the check box";
+}
+
+TEST_F(SpecialObjectsTest, ATakenNameIsRefusedInTheTreeWithOneMessage) {
+    ASSERT_TRUE(window().AddPointNode(point("已有")));
+    const MessageWatch messages;
+    rename("旧名", "已有");
+    ASSERT_TRUE(waitUntil([&] { return !messages.texts().isEmpty(); }));
+    EXPECT_EQ(messages.texts(), QStringList{"名称“已有”已存在"});
+    EXPECT_NE(entry(Areas, "旧名"), nullptr);
+    EXPECT_EQ(labelOf(*scene().getPipeAreas().begin()->first), "旧名");
+    EXPECT_EQ(inspection::readSpecialAreas(database()).back().GetName(), toGbk("旧名"));
+}
+
+TEST_F(SpecialObjectsTest, AnEmptyNameIsRefusedInTheTreeAndEscKeepsTheOldOne) {
+    const MessageWatch messages;
+    rename("旧名", " ");
+    ASSERT_TRUE(waitUntil([&] { return !messages.texts().isEmpty(); }));
+    EXPECT_EQ(messages.texts(), QStringList{"名称不能为空"});
+    EXPECT_NE(entry(Areas, "旧名"), nullptr);
+
+    tree().setFocus();
+    QTest::keyClick(&tree(), Qt::Key_F2);
+    auto* editor = tree().findChild<QLineEdit*>();
+    ASSERT_NE(editor, nullptr);
+    editor->setText("别名");
+    QTest::keyClick(editor, Qt::Key_Escape);
+    EXPECT_NE(entry(Areas, "旧名"), nullptr);
+    EXPECT_TRUE(window().isReiterated_node("旧名"));
+}
+
+TEST_F(SpecialObjectsTest, WhenTheDatabaseRefusesTheOldNameStaysInTheTree) {
+    database().execute("create trigger no_change before update on special_area begin "
+                       "select raise(abort, 'refused'); end");
+    const MessageWatch messages;
+    rename("旧名", "新名");
+    ASSERT_TRUE(waitUntil([&] { return !messages.texts().isEmpty(); }));
+    EXPECT_EQ(messages.texts().size(), 1);
+    EXPECT_NE(entry(Areas, "旧名"), nullptr);
+    EXPECT_EQ(labelOf(*scene().getPipeAreas().begin()->first), "旧名");
+    database().execute("drop trigger no_change");
+}
+
+TEST_F(SpecialObjectsTest, StationsAreNotRenamed) {
+    tree().setCurrentItem(station(0));
+    tree().setFocus();
+    QTest::keyClick(&tree(), Qt::Key_F2);
+    EXPECT_EQ(tree().findChild<QLineEdit*>(), nullptr);
+}
+
+TEST_F(SpecialObjectsTest, TheSelectedObjectsLabelIsTintedOnTheGlobe) {
+    openWithOneArea("旧名");
+    tree().scrollToItem(entry(Areas, "旧名"));
+    const QPoint row = tree().visualItemRect(entry(Areas, "旧名")).center();
+    QTest::mouseClick(tree().viewport(), Qt::LeftButton, {}, row);
+    QTest::mouseDClick(tree().viewport(), Qt::LeftButton, {}, row);
+    QTest::mouseRelease(tree().viewport(), Qt::LeftButton, {}, row);
+    EXPECT_EQ(tree().currentItem(), entry(Areas, "旧名"));
+    ASSERT_TRUE(waitUntil([this] {
+        const osgEarth::Viewpoint view = m_globe->getManipulator()->getViewpoint();
+        return std::abs(view.focalPoint()->x() - 112.5) < 1e-6 && m_globe->isPictureComplete();
+    })) << "flown there";
+    const QImage selected = m_globe->grabFramebuffer();
+    tree().setCurrentItem(station(0));
+    ASSERT_TRUE(waitUntil([this] { return m_globe->isPictureComplete(); }));
+    const QImage plain = m_globe->grabFramebuffer();
+    EXPECT_NE(plain, selected);
+    tree().setCurrentItem(entry(Areas, "旧名"));
+    ASSERT_TRUE(waitUntil([this] { return m_globe->isPictureComplete(); }));
+    EXPECT_EQ(m_globe->grabFramebuffer(), selected);
+}
+
+TEST_F(SpecialObjectsTest, AreasOfOneAndTwoVerticesStandOnTheGlobeAfterReopening) {
+    Special_Polygon one = area("一点");
+    one.m_vertices.resize(1);
+    Special_Polygon two = area("两点");
+    two.m_vertices.resize(2);
+    ASSERT_TRUE(window().AddAreaNode(one));
+    ASSERT_TRUE(window().AddAreaNode(two));
+    reopen();
+    EXPECT_EQ(scene().getPipeAreas().size(), inspection::readSpecialAreas(database()).size());
+    m_globe->requestRedraw();
+    EXPECT_TRUE(waitUntil([this] { return m_globe->isPictureComplete(); }));
 }
 
 TEST_F(SpecialObjectsTest, StoredObjectsStandOnTheGlobeAfterReopening) {

@@ -19,6 +19,14 @@ void update(Map& map, osg::Group* group, const Record& record) {
     }
 }
 
+template<typename Map>
+void renameIn(Map& map, osg::Group& group, const std::string& name) {
+    const auto entry = map.find(&group);
+    if (entry != map.end()) {
+        entry->second.SetName(name);
+    }
+}
+
 } // namespace
 
 void SceneDataSet::addPipePoints(osg::Group* group, const Special_Point& point) {
@@ -51,6 +59,12 @@ void SceneDataSet::removePipeAreas(osg::Group* group) {
 
 void SceneDataSet::removePipePolygons(osg::Group* group) {
     m_polygons.erase(group);
+}
+
+void SceneDataSet::rename(osg::Group& group, const std::string& name) {
+    renameIn(m_points, group, name);
+    renameIn(m_areas, group, name);
+    renameIn(m_polygons, group, name);
 }
 
 void SceneDataSet::clear() {

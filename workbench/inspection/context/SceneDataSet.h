@@ -22,6 +22,8 @@ public:
     void removePipeAreas(osg::Group* group) override;
     void removePipePolygons(osg::Group* group) override;
 
+    /// Gives the record of a known group another name (GBK).
+    void rename(osg::Group& group, const std::string& name);
     /// Forgets everything, as when another project is opened.
     void clear();
 

@@ -36,6 +36,8 @@ public:
     void CreatZoomItem(KV_StationItem* item, const SdiffData& zoom) override;
     /// True while pictures or a profile are being read.
     bool isReading() const;
+    /// True when nothing is read any more, not even the surroundings of what is shown.
+    bool isComplete() const { return !isReading() && !m_readAround.isActive(); }
 
 public slots:
     /// Shows nothing, as when the project is closed.

@@ -9,6 +9,7 @@
 #include <osgEarth/MapNode>
 #include <osgEarth/ObjectIndex>
 #include <osgEarth/Registry>
+#include <osgEarth/VirtualProgram>
 #include <osgEarthAnnotation/FeatureNode>
 #include <osgEarthAnnotation/PlaceNode>
 #include <osgEarthSymbology/AltitudeSymbol>
@@ -41,6 +42,7 @@ osg::ref_ptr<PlaceNode> label(const KV_BasicNode& record, osgEarth::MapNode& map
     text->size() = 15.0;
     text->font() = "simhei.ttf";
     text->encoding() = TextSymbol::ENCODING_UTF8;
+    text->halo() = osgEarth::Symbology::Stroke(0, 0, 0, 1); // white alone is lost on pale ground
     const osg::Vec3d& at = record.GetCoor();
     // Objects that were digitised on the globe know their height; imported outlines may not.
     const auto mode = at.z() == 0.0 ? osgEarth::ALTMODE_RELATIVE : osgEarth::ALTMODE_ABSOLUTE;
@@ -91,7 +93,7 @@ void attach(osg::Group& group, const char* name, osgEarth::MapNode& map) {
 
 osg::ref_ptr<osg::Group> regionGroup(const Special_Region& region, const char* name) {
     osgEarth::MapNode* map = mapNode();
-    if (map == nullptr || region.m_vertices.size() < 3) {
+    if (map == nullptr || region.m_vertices.empty()) {
         return nullptr;
     }
     osg::ref_ptr<osg::Group> group = new osg::Group;
@@ -106,11 +108,46 @@ osg::ref_ptr<osg::Group> regionGroup(const Special_Region& region, const char* n
 }
 
 template<typename Map>
-void setVisibleIn(const Map& map, const std::string& name, bool visible) {
+void collect(const Map& map, const std::string& name, std::vector<osg::ref_ptr<osg::Group>>& groups) {
     for (const auto& [group, record] : map) {
         if (record.GetName() == name) {
-            group->setNodeMask(visible ? ~0U : 0U);
+            groups.push_back(group);
         }
+    }
+}
+
+void requestRedraw() {
+    if (g_pCXviewer != nullptr) {
+        g_pCXviewer->requestRedraw();
+    }
+}
+
+constexpr char kTintName[] = "special_object_tint";
+constexpr char kTintSource[] = R"(
+void special_object_tint(inout vec4 color) {
+    color.rgb *= vec3(1.0, 0.8, 0.0);
+}
+)";
+
+template<typename Work>
+void forEachLabel(osg::Group& group, const Work& work) {
+    for (unsigned index = 0; index < group.getNumChildren(); ++index) {
+        if (auto* label = dynamic_cast<PlaceNode*>(group.getChild(index))) {
+            work(*label);
+        }
+    }
+}
+
+void tint(PlaceNode& label) {
+    constexpr float kAfterTheColours = 0.8F;
+    osgEarth::VirtualProgram::getOrCreate(label.getOrCreateStateSet())
+        ->setFunction(kTintName, kTintSource, osgEarth::ShaderComp::LOCATION_FRAGMENT_LIGHTING,
+                      kAfterTheColours);
+}
+
+void untint(PlaceNode& label) {
+    if (auto* program = osgEarth::VirtualProgram::get(label.getStateSet())) {
+        program->removeShader(kTintName);
     }
 }
 
@@ -148,13 +185,38 @@ void SpecialObjectNodes::add(const Special_Polygon& polygon) {
     }
 }
 
+std::vector<osg::ref_ptr<osg::Group>> SpecialObjectNodes::groupsOf(const std::string& name) const {
+    std::vector<osg::ref_ptr<osg::Group>> groups;
+    collect(m_scene.getPipePoints(), name, groups);
+    collect(m_scene.getPipeAreas(), name, groups);
+    collect(m_scene.getPipePolygons(), name, groups);
+    return groups;
+}
+
 void SpecialObjectNodes::setVisible(const std::string& name, bool visible) {
-    setVisibleIn(m_scene.getPipePoints(), name, visible);
-    setVisibleIn(m_scene.getPipeAreas(), name, visible);
-    setVisibleIn(m_scene.getPipePolygons(), name, visible);
-    if (g_pCXviewer != nullptr) {
-        g_pCXviewer->requestRedraw();
+    for (const auto& group : groupsOf(name)) {
+        group->setNodeMask(visible ? ~0U : 0U);
     }
+    requestRedraw();
+}
+
+void SpecialObjectNodes::highlight(const std::string& name) {
+    for (const auto& group : m_highlighted) {
+        forEachLabel(*group, untint);
+    }
+    m_highlighted = name.empty() ? std::vector<osg::ref_ptr<osg::Group>>() : groupsOf(name);
+    for (const auto& group : m_highlighted) {
+        forEachLabel(*group, tint);
+    }
+    requestRedraw();
+}
+
+void SpecialObjectNodes::rename(const std::string& oldName, const std::string& newName) {
+    for (const auto& group : groupsOf(oldName)) {
+        m_scene.rename(*group, newName);
+        forEachLabel(*group, [&](PlaceNode& label) { label.setText(gbkToUtf8(newName)); });
+    }
+    requestRedraw();
 }
 
 void SpecialObjectNodes::clear() {
@@ -164,6 +226,7 @@ void SpecialObjectNodes::clear() {
         detachAll(m_scene.getPipePolygons(), *map);
         g_pCXviewer->requestRedraw();
     }
+    m_highlighted.clear();
     m_scene.clear();
 }
 

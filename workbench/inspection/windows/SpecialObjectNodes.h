@@ -25,11 +25,20 @@ public:
     void add(const Special_Polygon& polygon);
     /// Shows or hides the groups of that name (GBK), also those that a tool has drawn.
     void setVisible(const std::string& name, bool visible);
+    /// Tints the labels of the groups of that name, and no others; an empty name takes the tint away. What a
+    /// region looks like otherwise stays as it is, so that its colours can be judged.
+    void highlight(const std::string& name);
+    /// Gives the groups of that name another one, in their records and on their labels.
+    void rename(const std::string& oldName, const std::string& newName);
     /// Takes every special object off the globe and out of the scene data set.
     void clear();
 
 private:
+    /// Every group with that name.
+    std::vector<osg::ref_ptr<osg::Group>> groupsOf(const std::string& name) const;
+
     SceneDataSet& m_scene;
+    std::vector<osg::ref_ptr<osg::Group>> m_highlighted;
 };
 
 } // namespace inspection

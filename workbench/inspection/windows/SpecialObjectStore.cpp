@@ -2,6 +2,8 @@
 
 #include "workbench/inspection/context/Session.h"
 
+#include <QObject>
+
 #include <iostream>
 #include <string>
 
@@ -13,24 +15,27 @@ using mysqlhelper::KV_Record;
 
 namespace {
 
-/// Runs `work` on the database and the table of a type code; false when there is neither or the database
-/// refuses.
+Failure refusal(const QString& cause) {
+    return {cause, QObject::tr("数据库拒绝了修改，未作任何更改：%1").arg(cause), false};
+}
+
+/// Runs `work` on the database and the table of a type code.
 template<typename Work>
-bool onTable(const Session& session, int objectType, const Work& work) {
+Status onTable(const Session& session, int objectType, const Work& work) {
     PipelineDatabase* data = session.database();
     if (data == nullptr || !data->GetConncetDBState()) {
-        return false;
+        return Failure{"no database", QObject::tr("没有可用的项目数据库"), false};
     }
     const std::string table = data->Gettablename(objectType);
     if (table.empty()) {
-        return false;
+        return refusal(QStringLiteral("type code %1 has no table").arg(objectType));
     }
     try {
         work(*data->GetMySQL(), table);
-        return true;
+        return std::nullopt;
     } catch (const KV_MySQL_Exception& exception) {
         std::cout << exception.what() << std::endl;
-        return false;
+        return refusal(QString::fromUtf8(exception.what()));
     }
 }
 
@@ -40,17 +45,20 @@ std::string idCondition(std::uint32_t id) {
 
 } // namespace
 
-std::optional<std::uint32_t> SpecialObjectStore::insert(const KV_BasicNode& record) const {
+Result<std::uint32_t> SpecialObjectStore::insert(const KV_BasicNode& record) const {
     std::uint32_t id = 0;
-    const bool stored = onTable(m_session, record.m_type, [&](KV_MySQL& database, const std::string& table) {
+    Status failure = onTable(m_session, record.m_type, [&](KV_MySQL& database, const std::string& table) {
         KV_Record fields;
         record.evalute_record(fields);
         id = static_cast<std::uint32_t>(database.insertRecord(table, fields));
     });
-    return stored ? std::optional(id) : std::nullopt;
+    if (failure) {
+        return *failure;
+    }
+    return id;
 }
 
-bool SpecialObjectStore::update(const KV_BasicNode& record, std::uint32_t id) const {
+Status SpecialObjectStore::update(const KV_BasicNode& record, std::uint32_t id) const {
     return onTable(m_session, record.m_type, [&](KV_MySQL& database, const std::string& table) {
         KV_Record fields;
         record.evalute_record(fields);
@@ -58,7 +66,15 @@ bool SpecialObjectStore::update(const KV_BasicNode& record, std::uint32_t id) co
     });
 }
 
-bool SpecialObjectStore::remove(int objectType, std::uint32_t id) const {
+Status SpecialObjectStore::rename(int objectType, std::uint32_t id, const std::string& name) const {
+    return onTable(m_session, objectType, [&](KV_MySQL& database, const std::string& table) {
+        KV_Record fields;
+        fields["name"] = name;
+        database.updateRecord(table, fields, idCondition(id));
+    });
+}
+
+Status SpecialObjectStore::remove(int objectType, std::uint32_t id) const {
     return onTable(m_session, objectType, [&](KV_MySQL& database, const std::string& table) {
         database.deleteRecord(table, idCondition(id));
     });

@@ -21,6 +21,7 @@ StationTree::StationTree(QWidget* parent) : QTreeWidget(parent) {
     header()->setSectionResizeMode(CountColumn, QHeaderView::ResizeToContents);
     setUniformRowHeights(true);
     setExpandsOnDoubleClick(false);
+    setEditTriggers(QAbstractItemView::EditKeyPressed); // a double click flies there
     setSelectionMode(QAbstractItemView::SingleSelection);
     makeGroups();
     connect(this, SIGNAL(itemChanged(QTreeWidgetItem*, int)), this, SLOT(extendCheck(QTreeWidgetItem*, int)));
@@ -85,7 +86,7 @@ QTreeWidgetItem* StationTree::addObject(int objectType, std::uint32_t id, const 
     item->setText(NameColumn, name);
     item->setData(NameColumn, kIdRole, id);
     item->setData(NameColumn, kObjectTypeRole, objectType);
-    item->setFlags(Qt::ItemIsEnabled | Qt::ItemIsUserCheckable | Qt::ItemIsSelectable |
+    item->setFlags(Qt::ItemIsEnabled | Qt::ItemIsUserCheckable | Qt::ItemIsSelectable | Qt::ItemIsEditable |
                    Qt::ItemNeverHasChildren);
     item->setCheckState(NameColumn, Qt::Checked);
     return item;
@@ -118,6 +119,11 @@ std::vector<std::uint32_t> StationTree::checkedStations() const {
         }
     }
     return ids;
+}
+
+void StationTree::setName(QTreeWidgetItem* item, const QString& name) {
+    const QSignalBlocker quiet(this);
+    item->setText(NameColumn, name);
 }
 
 void StationTree::setCount(QTreeWidgetItem* item, const QString& text) {
@@ -186,9 +192,19 @@ void StationTree::contextMenuEvent(QContextMenuEvent* event) {
     menu.addSeparator();
     QAction* fly = menu.addAction(tr("飞到"));
     fly->setEnabled(item != nullptr && item->type() != Root);
-    if (menu.exec(event->globalPos()) == fly) {
+    QAction* rename = menu.addAction(tr("重命名\tF2"));
+    rename->setEnabled(item != nullptr && item->type() == SpecialObject);
+    const QAction* chosen = menu.exec(event->globalPos());
+    if (chosen == fly) {
         emit flyRequested(item);
+    } else if (chosen == rename) {
+        editItem(item, NameColumn);
     }
+}
+
+// Only names are edited, wherever in the row the user has clicked before.
+bool StationTree::edit(const QModelIndex& index, EditTrigger trigger, QEvent* event) {
+    return QTreeWidget::edit(index.siblingAtColumn(NameColumn), trigger, event);
 }
 
 } // namespace inspection

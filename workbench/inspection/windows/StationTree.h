@@ -8,7 +8,8 @@
 namespace inspection {
 
 /// The tree of stations and special objects with its check boxes: a click on a box with Shift sets all boxes
-/// from the last one set up to it; the context menu checks all, none, or flies there. GUI thread.
+/// from the last one set up to it; special objects are renamed with F2; the context menu checks all, none,
+/// renames, or flies there. GUI thread.
 class StationTree : public QTreeWidget {
     Q_OBJECT
 
@@ -33,6 +34,8 @@ public:
     QTreeWidgetItem* station(std::uint32_t id) const;
     /// Ids of the checked stations in tree order.
     std::vector<std::uint32_t> checkedStations() const;
+    /// Shows a name without announcing it as a change.
+    void setName(QTreeWidgetItem* item, const QString& name);
     /// What stands in the column of counts.
     void setCount(QTreeWidgetItem* item, const QString& text);
     /// Brings the groups' captions in line with their children.
@@ -49,6 +52,8 @@ signals:
 protected:
     void mouseReleaseEvent(QMouseEvent* event) override;
     void contextMenuEvent(QContextMenuEvent* event) override;
+    using QTreeWidget::edit;
+    bool edit(const QModelIndex& index, EditTrigger trigger, QEvent* event) override;
 
 private slots:
     void extendCheck(QTreeWidgetItem* item, int column);

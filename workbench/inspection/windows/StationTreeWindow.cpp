@@ -179,11 +179,11 @@ void StationTreeWindow::ChangeStationStates(QTreeWidgetItem* entry, int column) 
     if (column != StationTree::NameColumn) {
         return;
     }
-    const bool checked = entry->checkState(StationTree::NameColumn) == Qt::Checked;
     if (entry->type() == StationTree::SpecialObject) {
-        m_objectNodes.setVisible(toGbk(entry->text(StationTree::NameColumn)), checked);
+        changeObject(entry);
         return;
     }
+    const bool checked = entry->checkState(StationTree::NameColumn) == Qt::Checked;
     const KV_StationItem* station = item(entry->data(StationTree::NameColumn, StationTree::kIdRole).toUInt());
     if (entry->type() != StationTree::Station || station == nullptr ||
         checked == m_overlays.isShown(station->GetStationId())) {
@@ -196,7 +196,53 @@ void StationTreeWindow::ChangeStationStates(QTreeWidgetItem* entry, int column) 
     }
 }
 
+QString StationTreeWindow::objectName(const QTreeWidgetItem* entry) const {
+    const auto found = std::find_if(m_objects.begin(), m_objects.end(),
+                                    [entry](const auto& object) { return object.second == entry; });
+    return found == m_objects.end() ? QString() : found->first;
+}
+
+void StationTreeWindow::changeObject(QTreeWidgetItem* entry) {
+    const QString name = objectName(entry);
+    if (entry->text(StationTree::NameColumn) != name) {
+        renameObject(entry, name);
+    } else {
+        m_objectNodes.setVisible(toGbk(name), entry->checkState(StationTree::NameColumn) == Qt::Checked);
+    }
+}
+
+void StationTreeWindow::renameObject(QTreeWidgetItem* entry, const QString& oldName) {
+    const QString name = entry->text(StationTree::NameColumn).trimmed();
+    const QString refusal = name == oldName ? QString() : storeName(*entry, name);
+    m_tree->setName(entry, refusal.isEmpty() ? name : oldName);
+    if (!refusal.isEmpty()) {
+        // Once the editor is closed, which a message box in its midst would keep from closing.
+        QMetaObject::invokeMethod(
+            this, [this, refusal] { m_session.warn(refusal); }, Qt::QueuedConnection);
+        return;
+    }
+    m_objects.erase(oldName);
+    m_objects[name] = entry;
+    m_objectNodes.rename(toGbk(oldName), toGbk(name));
+}
+
+/// Empty when the new name is stored, otherwise why it is not.
+QString StationTreeWindow::storeName(const QTreeWidgetItem& entry, const QString& name) const {
+    if (name.isEmpty()) {
+        return tr("名称不能为空");
+    }
+    if (isReiterated_node(name)) {
+        return tr("名称“%1”已存在").arg(name);
+    }
+    const Status failure =
+        m_store.rename(entry.data(StationTree::NameColumn, StationTree::kObjectTypeRole).toInt(),
+                       entry.data(StationTree::NameColumn, StationTree::kIdRole).toUInt(), toGbk(name));
+    return failure ? failure->userMessage : QString();
+}
+
 void StationTreeWindow::changeCurrent(QTreeWidgetItem* entry) {
+    const bool isObject = entry != nullptr && entry->type() == StationTree::SpecialObject;
+    m_objectNodes.highlight(isObject ? toGbk(objectName(entry)) : std::string());
     if (entry != nullptr && entry->type() == StationTree::Station) {
         emit currentStationChanged(item(entry->data(StationTree::NameColumn, StationTree::kIdRole).toUInt()));
     }
@@ -304,6 +350,13 @@ bool StationTreeWindow::isReiterated_node(const QString& name) const {
     return m_objects.count(name) != 0;
 }
 
+void StationTreeWindow::SelectNode(const QString& name) {
+    const auto found = m_objects.find(name);
+    if (found != m_objects.end()) {
+        m_tree->setCurrentItem(found->second);
+    }
+}
+
 bool StationTreeWindow::AddPointNode(const Special_Point& point) {
     return addObject(point);
 }
@@ -317,11 +370,13 @@ bool StationTreeWindow::addObject(const KV_BasicNode& record) {
     if (name.isEmpty() || isReiterated_node(name) || m_tree->objectRoot(record.m_type) == nullptr) {
         return false;
     }
-    const auto id = m_store.insert(record);
-    if (!id) {
+    const Result<std::uint32_t> inserted = m_store.insert(record);
+    if (const auto* failure = std::get_if<Failure>(&inserted)) {
+        m_session.warn(failure->userMessage);
         return false;
     }
-    enterObject(record, *id);
+    enterObject(record, std::get<std::uint32_t>(inserted));
+    SelectNode(name);
     return true;
 }
 
@@ -332,7 +387,7 @@ bool StationTreeWindow::DeleteNode(const QString& name, int type) {
         return false;
     }
     QTreeWidgetItem* entry = found->second;
-    if (!m_store.remove(type, entry->data(StationTree::NameColumn, StationTree::kIdRole).toUInt())) {
+    if (m_store.remove(type, entry->data(StationTree::NameColumn, StationTree::kIdRole).toUInt())) {
         return false;
     }
     m_objects.erase(found);
@@ -360,7 +415,7 @@ bool StationTreeWindow::updateObject(const KV_BasicNode& record, const std::stri
     QTreeWidgetItem* entry = found->second;
     // A record that was drawn in this run does not know its id yet; the tree does.
     const std::uint32_t storedId = entry->data(StationTree::NameColumn, StationTree::kIdRole).toUInt();
-    if (!m_store.update(record, record.m_id != 0 ? record.m_id : storedId)) {
+    if (m_store.update(record, record.m_id != 0 ? record.m_id : storedId)) {
         return false;
     }
     disconnect(m_tree, SIGNAL(itemChanged(QTreeWidgetItem*, int)), this,

@@ -40,6 +40,7 @@ public:
     bool SetcurrentdiffSelected(KV_StationItem* item) override;
 
     bool isReiterated_node(const QString& name) const override;
+    void SelectNode(const QString& name) override;
     bool AddPointNode(const Special_Point& point) override;
     bool AddAreaNode(const Special_Polygon& area) override;
     bool DeleteNode(const QString& name, int type) override;
@@ -82,6 +83,10 @@ private:
     std::pair<QColor, QColor> colours() const;
     void enterObject(const KV_BasicNode& record, std::uint32_t id);
     bool addObject(const KV_BasicNode& record);
+    void changeObject(QTreeWidgetItem* entry);
+    void renameObject(QTreeWidgetItem* entry, const QString& oldName);
+    QString storeName(const QTreeWidgetItem& entry, const QString& name) const;
+    QString objectName(const QTreeWidgetItem* entry) const;
     bool updateObject(const KV_BasicNode& record, const std::string& oldName);
 
     Session& m_session;
@@ -92,7 +97,7 @@ private:
     StationTree* m_tree;
     std::vector<std::unique_ptr<KV_StationItem>> m_items;
     std::pair<QColor, QColor> m_shownColours;      ///< of fill and cut, on the globe
-    std::map<QString, QTreeWidgetItem*> m_objects; ///< special objects by name
+    std::map<QString, QTreeWidgetItem*> m_objects; ///< special objects by the name that is stored
 };
 
 } // namespace inspection
