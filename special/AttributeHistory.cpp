@@ -40,12 +40,10 @@ public:
 
     void take(std::string_view word) {
         for (std::size_t index = 0; index < kBlocks.size(); ++index) {
-            if (word == kBlocks[index].start) {
-                m_isOpen[index] = true;
-                return;
+            if (word == kBlocks[index].start || word == kBlocks[index].end) {
+                m_isOpen[index] = word == kBlocks[index].start;
+                return; // a marker is never an attribute
             }
-            if (word == kBlocks[index].end)
-                m_isOpen[index] = false;
         }
         // A word under two open blocks of a malformed file goes to both.
         for (std::size_t index = 0; index < kBlocks.size(); ++index) {
@@ -97,7 +95,10 @@ void writeAttributeHistory(const AttributeHistory& history) {
     QSaveFile file(kFileName);
     file.setDirectWriteFallback(true); // for a folder in which only this file may be written
     const auto size = static_cast<qint64>(text.size());
-    if (!file.open(QIODevice::WriteOnly) || file.write(text.data(), size) != size || !file.commit())
+    // Without the flush a full disk would be noticed too late to keep the old file.
+    const bool isWritten = file.open(QIODevice::WriteOnly) && file.write(text.data(), size) == size &&
+                           file.flush() && file.commit();
+    if (!isWritten)
         std::cout << kFileName << " is not written: " << file.errorString().toStdString() << std::endl;
 }
 

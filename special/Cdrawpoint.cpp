@@ -62,6 +62,7 @@ void Cdrawpoint::OnActivate() {
         return;
     }
     openDialog();
+    m_previewMarker = nullptr; // that of a drawing that was given up went with its group
     m_pointGroup = new osg::Group;
     m_pointGroup->setName(kGroupName);
     osgPush("drawStationPoint");

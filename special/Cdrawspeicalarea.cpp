@@ -26,6 +26,8 @@
 #include <osgEarthSymbology/RenderSymbol>
 #include <osgViewer/View>
 
+#include <cmath>
+
 using osgEarth::Annotation::FeatureNode;
 using osgEarth::Features::Feature;
 using osgEarth::Symbology::AltitudeSymbol;
@@ -47,6 +49,14 @@ std::optional<osg::Vec3d> pickOnMap(osgViewer::View& view, const GUIEventAdapter
     if (world == kPickNoHit || !mapNode || !onMap.fromWorld(mapNode->getMapSRS(), world))
         return std::nullopt;
     return onMap.vec3d();
+}
+
+/// The same place on the turn of the globe that is nearest to `reference`, so that a ring across the
+/// antimeridian goes the short way. Degrees.
+osg::Vec3d onTurnOf(const osg::Vec3d& reference, osg::Vec3d place) {
+    constexpr double kTurn = 360.0;
+    place.x() += kTurn * std::round((reference.x() - place.x()) / kTurn);
+    return place;
 }
 
 /// A feature node for the map, with an empty geometry.
@@ -191,7 +201,7 @@ void Cdrawspeicalarea::addVertex(const osg::Vec3d& position) {
     if (!m_dialog)
         return;
     m_areaStyle = makeDigitisedStyle(*m_dialog);
-    m_vertices.push_back(position);
+    m_vertices.push_back(m_vertices.empty() ? position : onTurnOf(m_vertices.back(), position));
     if (!m_areaNode) {
         m_areaNode = makeFeatureNode(new osgEarth::Symbology::Polygon, m_areaStyle);
         m_areaNode->setName(kGroupName);
@@ -216,7 +226,7 @@ void Cdrawspeicalarea::updateRubberBand(const osg::Vec3d& cursor) {
     osgEarth::Symbology::Geometry* line = m_rubberBandNode->getFeature()->getGeometry();
     line->clear();
     line->push_back(m_vertices.front());
-    line->push_back(cursor);
+    line->push_back(onTurnOf(m_vertices.back(), cursor));
     line->push_back(m_vertices.back());
     restyle(*m_rubberBandNode, m_outlineStyle);
 }

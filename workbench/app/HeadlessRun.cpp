@@ -239,7 +239,8 @@ bool HeadlessRun::writeSummary(bool worked) {
         summary["failure"] = m_failure;
     QSaveFile file(QDir(m_folder).filePath("summary.json"));
     const QByteArray text = QJsonDocument(summary).toJson();
-    const bool written = file.open(QIODevice::WriteOnly) && file.write(text) == text.size() && file.commit();
+    const bool written =
+        file.open(QIODevice::WriteOnly) && file.write(text) == text.size() && file.flush() && file.commit();
     return written || fail(file.fileName() + ": " + file.errorString());
 }
 

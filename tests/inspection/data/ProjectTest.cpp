@@ -1,4 +1,5 @@
 #include "Opened.h"
+#include "tests/support/FullDisk.h"
 
 #include "workbench/inspection/database/StationTable.h"
 
@@ -54,6 +55,19 @@ TEST(ProjectTest, ParametersAreStoredAndForeignKeysAreKept) {
     EXPECT_EQ(again.description().parameters.overlayMode, OverlayMode::Bounds);
     const QJsonObject json = QJsonDocument::fromJson(read(files.file("project.json"))).object();
     EXPECT_EQ(json["remark"].toString(), "kept");
+}
+
+TEST(ProjectTest, OnAFullDiskTheParametersStayAsTheyWere) {
+    const SmallProject files;
+    auto project = valueOf(Project::open(files.folder()));
+    const QByteArray before = read(files.file("project.json"));
+    ProjectParameters parameters = project.description().parameters;
+    parameters.thresholdMetres = 0.8;
+    {
+        const FullDisk full;
+        EXPECT_TRUE(project.setParameters(parameters).has_value());
+    }
+    EXPECT_EQ(read(files.file("project.json")), before);
 }
 
 TEST(ProjectTest, ASecondWriterIsToldAndAReaderIsNot) {

@@ -165,7 +165,10 @@ Status writeProjectFile(const ProjectDescription& project) {
     json["parameters"] = jsonOf(project.parameters);
 
     QSaveFile file(name);
-    if (!file.open(QIODevice::WriteOnly) || file.write(QJsonDocument(json).toJson()) < 0 || !file.commit()) {
+    const QByteArray text = QJsonDocument(json).toJson();
+    // Without the flush a full disk would be noticed too late to keep the old file.
+    if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size() || !file.flush() ||
+        !file.commit()) {
         return broken(name, "cannot be written: " + file.errorString(), "无法写入");
     }
     return std::nullopt;
