@@ -5,6 +5,7 @@
 #include <sys/resource.h>
 
 #include <csignal>
+#include <iostream>
 
 /// While it lives, no file of this process may grow, which is what a full disk looks like to it.
 class FullDisk {
@@ -18,6 +19,7 @@ public:
     ~FullDisk() {
         EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &m_usual), 0);
         std::signal(SIGXFSZ, m_handler);
+        std::cout.clear(); // it may have been a file on that disk
     }
     FullDisk(const FullDisk&) = delete;
     FullDisk& operator=(const FullDisk&) = delete;
