@@ -29,6 +29,23 @@ constexpr char kKey[] = "309 edit polygon";
 constexpr int kPickCameraPixels = 256;
 constexpr int kNothing = PickCallback_other::kNothing;
 
+/// Name of the object that `node` stands for, GBK; empty when it stands for none.
+std::string nameOnGlobe(const osg::ref_ptr<osg::Group>& node) {
+    const auto* scene = dataSet<OsgDataSet>();
+    const auto nameIn = [&node](const auto& map) {
+        const auto entry = map.find(node);
+        return entry == map.end() ? std::string() : entry->second.GetName();
+    };
+    if (!scene)
+        return {};
+    for (const std::string& name :
+         {nameIn(scene->getPipePolygons()), nameIn(scene->getPipeAreas()), nameIn(scene->getPipePoints())}) {
+        if (!name.empty())
+            return name;
+    }
+    return {};
+}
+
 /// Copies the record of `node` out of one of the data set's maps.
 template<typename Map, typename Record>
 bool copyRecord(const Map& map, const osg::ref_ptr<osg::Group>& node, Record& record) {
@@ -151,6 +168,8 @@ void CeditPolygon::onRightRelease(osgViewer::View& view, const GUIEventAdapter& 
         return;
     rememberPosition(ea);
     m_pickPoint = pick(&view, ea);
+    if (StationWindow* window = IORVAContext::Instance()->GetStationWindow())
+        window->SelectNode(fromGbk(nameOnGlobe(m_pickedNode)));
     emit signal_eidtPolygon();
 }
 

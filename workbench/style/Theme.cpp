@@ -32,11 +32,12 @@ QString windowStyleSheet() {
     return QStringLiteral(R"(
 BaseDialog, BaseWindow { background: %1; border: 1px solid %4; }
 QLabel { color: %2; }
-QLineEdit, QComboBox, QSpinBox, QDoubleSpinBox, QDateEdit, QPlainTextEdit {
+QLabel[swatch="true"] { border: 1px solid %2; }
+QLineEdit, QPlainTextEdit {
     background: %1; color: %2; border: 1px solid %5; border-radius: 3px; padding: 0.25em 0.4em;
     selection-background-color: %3; }
-QLineEdit:focus, QComboBox:focus, QSpinBox:focus, QDoubleSpinBox:focus { border-color: %3; }
-QComboBox::drop-down { border: none; width: 1.6em; }
+QLineEdit:focus, QPlainTextEdit:focus { border-color: %3; }
+QComboBox QLineEdit, QAbstractSpinBox QLineEdit { border: none; padding: 0; }
 QPushButton { background: %6; color: %2; border: 1px solid %5; border-radius: 3px;
     padding: 0.35em 1.1em; min-width: 2.6em; }
 QPushButton:hover, QPushButton:focus { border-color: %3; }

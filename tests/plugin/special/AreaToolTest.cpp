@@ -309,4 +309,28 @@ TEST_F(AreaTool, ARingAcrossTheAntimeridianGoesTheShortWay) {
     EXPECT_LT(outside.red(), outside.blue() + 40);
 }
 
+TEST_F(AreaTool, ARightClickOfTheEditingToolSelectsTheObjectInTheTree) {
+    const std::vector<std::pair<QString, double>> areas = {{"西", 20}, {"东", 120}};
+    for (const auto& [name, east] : areas) {
+        startTool();
+        leftClick(ground(east, 20));
+        leftClick(ground(east + 50, 20));
+        leftClick(ground(east + 50, 60));
+        rightClick(ground(east, 60));
+        typeName(name);
+        confirm();
+    }
+    m_host.settle();
+    EXPECT_EQ(tree().currentItem()->text(0), "东");
+    m_host.click("编辑特殊区域");
+    draw();
+    const MenuChooser menus;
+    for (const auto& [name, east] : areas) {
+        rightClick(ground(east + 40, 30));
+        EXPECT_EQ(tree().currentItem()->text(0), name);
+    }
+    ASSERT_EQ(menus.menus.size(), 2U);
+    EXPECT_EQ(menus.menus[0], QStringList({"删除", "编辑"}));
+}
+
 } // namespace
