@@ -13,6 +13,7 @@
 #include "host/style/myMessageBox.h"
 #include "host/viewmanager/MessageBus.h"
 #include "plugin/Button.h"
+#include "plugin/Drape.h"
 #include "plugin/Globe.h"
 
 #include <QCursor>

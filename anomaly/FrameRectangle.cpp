@@ -1,22 +1,15 @@
 #include "anomaly/FrameRectangle.h"
 
+#include "plugin/Drape.h"
+
 #include <osgEarth/MapNode>
 #include <osgEarthFeatures/Feature>
-#include <osgEarthSymbology/AltitudeSymbol>
 #include <osgEarthSymbology/Geometry>
 #include <osgEarthSymbology/LineSymbol>
 
 using osgEarth::Annotation::FeatureNode;
-using osgEarth::Symbology::AltitudeSymbol;
 using osgEarth::Symbology::LineSymbol;
 using osgEarth::Symbology::Style;
-
-void drapeOnTerrain(Style& style) {
-    auto* altitude = style.getOrCreate<AltitudeSymbol>();
-    altitude->clamping() = AltitudeSymbol::CLAMP_TO_TERRAIN;
-    altitude->technique() = AltitudeSymbol::TECHNIQUE_DRAPE;
-    altitude->verticalOffset() = 0.1;
-}
 
 Style makeFrameStyle() {
     Style style;

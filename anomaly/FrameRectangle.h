@@ -6,9 +6,6 @@
 
 /// The rectangle that selects anomalies, as a feature on the terrain. Corners are map coordinates.
 
-/// Lays what has that style on the terrain, just above it.
-void drapeOnTerrain(osgEarth::Symbology::Style& style);
-
 /// A red line on the terrain.
 osgEarth::Symbology::Style makeFrameStyle();
 

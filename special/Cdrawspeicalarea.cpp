@@ -8,6 +8,7 @@
 #include "host/viewmanager/pick.h"
 #include "plugin/Button.h"
 #include "plugin/ClickTest.h"
+#include "plugin/Drape.h"
 #include "plugin/Globe.h"
 #include "plugin/Inspection.h"
 #include "special/DrawingDatabase.h"
@@ -19,7 +20,6 @@
 #include <osgEarth/ObjectIndex>
 #include <osgEarth/Registry>
 #include <osgEarthFeatures/Feature>
-#include <osgEarthSymbology/AltitudeSymbol>
 #include <osgEarthSymbology/Geometry>
 #include <osgEarthSymbology/LineSymbol>
 #include <osgEarthSymbology/PolygonSymbol>
@@ -30,7 +30,6 @@
 
 using osgEarth::Annotation::FeatureNode;
 using osgEarth::Features::Feature;
-using osgEarth::Symbology::AltitudeSymbol;
 using osgEarth::Symbology::Color;
 using osgEarth::Symbology::LineSymbol;
 using osgEarth::Symbology::PolygonSymbol;
@@ -152,12 +151,8 @@ void Cdrawspeicalarea::prepareStyles() {
     outline->stroke()->color() = Color(1.0F, 1.0F, 1.0F, 0.55F);
     outline->stroke()->width() = 2.0F;
 
-    for (auto* style : {&m_areaStyle, &m_outlineStyle}) {
-        auto* altitude = style->getOrCreate<AltitudeSymbol>();
-        altitude->clamping() = AltitudeSymbol::CLAMP_TO_TERRAIN;
-        altitude->technique() = AltitudeSymbol::TECHNIQUE_DRAPE;
-        altitude->verticalOffset() = 0.1;
-    }
+    drapeOnTerrain(m_areaStyle);
+    drapeOnTerrain(m_outlineStyle);
 }
 
 bool Cdrawspeicalarea::handle(const GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) {
