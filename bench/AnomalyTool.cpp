@@ -2,6 +2,8 @@
 // windows.
 //   bench_anomaly_tool [ANOMALIES]
 // Each figure stands beside its limit; frames are the globe's own frames in the same run.
+#include "bench/Figures.h"
+
 #include "host/Gbk.h"
 #include "host/inspection/AVWindow.h"
 #include "host/inspection/KVImageWindow.h"
@@ -41,15 +43,6 @@ namespace {
 
 constexpr char kTool[] = "查看\\编辑异常";
 constexpr int kRounds = 15;
-
-double median(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
-
-void report(const char* what, double value, double limit, const char* unit) {
-    std::printf("%-52s %8.2f %-7s limit %6.1f  %s\n", what, value, unit, limit, value <= limit ? "" : "OVER");
-}
 
 /// A field of squares of 0.5 m all over the first station.
 std::vector<SdiffData> manyAnomalies(int count) {

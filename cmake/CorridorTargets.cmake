@@ -107,6 +107,14 @@ function(corridor_window_test target)
   set_tests_properties(${target} PROPERTIES RESOURCE_LOCK display)
 endfunction()
 
+# corridor_same_test_in_locale_c(NAME FILTER): some tests of a window test once more, in the locale C.
+function(corridor_same_test_in_locale_c target filter)
+  add_test(NAME ${target}_in_locale_c COMMAND ${target} --gtest_filter=${filter})
+  get_test_property(${target} TIMEOUT seconds)
+  set_tests_properties(${target}_in_locale_c PROPERTIES TIMEOUT ${seconds} RESOURCE_LOCK display
+                       ENVIRONMENT "LC_ALL=C;LANG=C;LANGUAGE=")
+endfunction()
+
 # Adds globe/ or an installed osgEarth, both as Corridor::Globe. Only workbench/viewer sees a difference.
 function(corridor_select_globe)
   set(use_installed FALSE)

@@ -9,9 +9,11 @@
 
 #include <QApplication>
 #include <QCursor>
+#include <QFile>
 #include <QLabel>
 #include <QPushButton>
 #include <QSqlDatabase>
+#include <QSqlError>
 #include <QSqlQuery>
 #include <QTest>
 
@@ -25,26 +27,6 @@ using osgGA::GUIEventAdapter;
 namespace {
 
 constexpr unsigned kFramesOfAPick = 2; ///< from the frame that draws it to the one that answers
-
-/// A connection that has nothing to do with the program's own.
-QVariantList independently(const QString& file, const QString& sql, const QVariantList& bound) {
-    QVariantList values;
-    {
-        QSqlDatabase database = QSqlDatabase::addDatabase("QSQLITE", "independent");
-        database.setDatabaseName(file);
-        database.setConnectOptions("QSQLITE_OPEN_READONLY");
-        EXPECT_TRUE(database.open());
-        QSqlQuery query(database);
-        EXPECT_TRUE(query.prepare(sql));
-        for (const QVariant& value : bound)
-            query.addBindValue(value);
-        EXPECT_TRUE(query.exec());
-        while (query.next())
-            values << query.value(0);
-    }
-    QSqlDatabase::removeDatabase("independent");
-    return values;
-}
 
 } // namespace
 
@@ -184,7 +166,37 @@ QTreeWidget& ToolTest::tree() const {
 }
 
 QVariantList ToolTest::readStored(const QString& sql, const QVariantList& bound) const {
-    return independently(m_folder + "/inspection.db", sql, bound);
+    return ForeignConnection(m_folder + "/inspection.db").read(sql, bound);
+}
+
+ForeignConnection::ForeignConnection(const QString& file)
+    : m_name(QString("foreign-%1").arg(reinterpret_cast<quintptr>(this))) {
+    QSqlDatabase database = QSqlDatabase::addDatabase("QSQLITE", m_name);
+    database.setDatabaseName(file);
+    EXPECT_TRUE(QFile::exists(file));
+    EXPECT_TRUE(database.open());
+}
+
+ForeignConnection::~ForeignConnection() {
+    QSqlDatabase::database(m_name).close();
+    QSqlDatabase::removeDatabase(m_name);
+}
+
+void ForeignConnection::run(const QString& sql) const {
+    QSqlQuery query(QSqlDatabase::database(m_name));
+    EXPECT_TRUE(query.exec(sql)) << query.lastError().text().toStdString();
+}
+
+QVariantList ForeignConnection::read(const QString& sql, const QVariantList& bound) const {
+    QSqlQuery query(QSqlDatabase::database(m_name));
+    EXPECT_TRUE(query.prepare(sql));
+    for (const QVariant& value : bound)
+        query.addBindValue(value);
+    EXPECT_TRUE(query.exec()) << query.lastError().text().toStdString();
+    QVariantList values;
+    while (query.next())
+        values << query.value(0);
+    return values;
 }
 
 BoxAnswerer::BoxAnswerer(Answer answer) {

@@ -69,6 +69,21 @@ protected:
     const QString m_folder;
 };
 
+/// Another program that has the project's database open.
+class ForeignConnection {
+public:
+    explicit ForeignConnection(const QString& file);
+    ~ForeignConnection();
+    ForeignConnection(const ForeignConnection&) = delete;
+    ForeignConnection& operator=(const ForeignConnection&) = delete;
+    void run(const QString& sql) const;
+    /// First column of what a query finds.
+    QVariantList read(const QString& sql, const QVariantList& bound = {}) const;
+
+private:
+    const QString m_name;
+};
+
 /// While it lives, answers each message box and keeps its title and text.
 class BoxAnswerer {
 public:

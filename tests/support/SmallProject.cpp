@@ -182,3 +182,8 @@ double SmallProject::newHeight(int column, int row) {
     }
     return height;
 }
+
+double SmallProject::ridgeHeight(int column, int /*row*/) {
+    constexpr double kHalf = kColumns / 2.0;
+    return 40.0 * (1.0 - std::abs(column - kHalf) / kHalf);
+}

@@ -46,6 +46,8 @@ public:
                              int epsg = 4547);
     static double oldHeight(int column, int row);
     static double newHeight(int column, int row);
+    /// Other ground than the project's: a ridge of 40 m from north to south that falls to both edges.
+    static double ridgeHeight(int column, int row);
 
 private:
     QTemporaryDir m_folder;

@@ -221,6 +221,35 @@ TEST_F(PointTool, ARefusedInsertIsOneMessageOfTheDataLibraryAndTheMarkerGoes) {
     EXPECT_EQ(group()->getNumChildren(), 0U);
 }
 
+TEST_F(PointTool, ADatabaseThatIsLostBeforeOkStoresNothingAndOnceItIsBackTheSameOkGoesOn) {
+    startTool();
+    typeName("甲");
+    leftClick(ground(60, 50));
+    {
+        const ForeignConnection other(m_folder + "/inspection.db");
+        other.run("begin exclusive");
+        const BoxAnswerer boxes(BoxAnswerer::Yes);
+        confirm();
+        ASSERT_EQ(boxes.texts.size(), 1);
+        EXPECT_TRUE(boxes.texts[0].contains("locked")) << boxes.texts[0].toStdString();
+        other.run("alter table special_point rename to lost_point");
+        other.run("commit");
+    }
+    EXPECT_FALSE(tree().findItems("甲", Qt::MatchExactly | Qt::MatchRecursive).size());
+    EXPECT_EQ(group()->getNumChildren(), 0U);
+    {
+        const BoxAnswerer boxes(BoxAnswerer::Yes);
+        confirm();
+        ASSERT_EQ(boxes.texts.size(), 1);
+        EXPECT_TRUE(boxes.texts[0].contains("special_point")) << boxes.texts[0].toStdString();
+    }
+    EXPECT_EQ(readStored("select count(*) from lost_point"), QVariantList{0});
+    ForeignConnection(m_folder + "/inspection.db").run("alter table lost_point rename to special_point");
+    confirm();
+    EXPECT_EQ(readStored("select name from special_point"), QVariantList{"甲"});
+    EXPECT_EQ(dialog(), nullptr);
+}
+
 TEST_F(PointTool, ANameThatGbkLacksIsKeptAndItsWordIsRefusedByTheHistory) {
     startTool();
     typeName(QStringLiteral("井😀"));
