@@ -15,8 +15,8 @@
 #include "workbench/inspection/compute/ComputeAnomalies.h"
 #include "workbench/inspection/database/AnomalyTable.h"
 #include "workbench/inspection/database/PipelineDatabase.h"
+#include "workbench/inspection/images/ImageWindow.h"
 #include "workbench/inspection/project/Project.h"
-#include "workbench/inspection/windows/ImageWindow.h"
 
 #include <osgEarth/SpatialReference>
 #include <osgEarth/Viewpoint>

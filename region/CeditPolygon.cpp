@@ -19,6 +19,8 @@
 
 #include <osgEarth/ObjectIndex>
 #include <osgEarth/Registry>
+#include <osgEarthFeatures/Feature>
+#include <osgEarthSymbology/Geometry>
 #include <osgViewer/View>
 
 using osgGA::GUIEventAdapter;
@@ -292,34 +294,35 @@ void CeditPolygon::SlotPointClose() {
         m_pointDialog->hide();
 }
 
-std::vector<osg::Vec3d> CeditPolygon::outlineOfPickedNode(osg::Vec3d& centre) {
+const osgEarth::Symbology::Geometry* CeditPolygon::findOutlineOfPickedNode() {
     osg::Node* first = m_pickedNode->getNumChildren() > 0 ? m_pickedNode->getChild(0) : nullptr;
     m_featureNode = dynamic_cast<osgEarth::Annotation::FeatureNode*>(first);
-    if (!m_featureNode || !m_featureNode->getFeature())
-        return {};
-    const osgEarth::Symbology::Geometry* ring = m_featureNode->getFeature()->getGeometry();
-    m_vertexCount = static_cast<int>(ring->size());
-    centre = ring->getBounds().center();
-    return {ring->begin(), ring->end()};
+    const osgEarth::Features::Feature* feature = m_featureNode ? m_featureNode->getFeature() : nullptr;
+    const osgEarth::Symbology::Geometry* outline = feature ? feature->getGeometry() : nullptr;
+    if (outline)
+        m_vertexCount = static_cast<int>(outline->size());
+    return outline;
 }
 
 template<typename Record>
 void CeditPolygon::confirmRegion(Record& record) {
     const QString name = m_styleDialog->ui.lineEditTitle->text();
-    osg::Vec3d centre;
-    const std::vector<osg::Vec3d> vertices = outlineOfPickedNode(centre);
     const std::string oldName = record.GetName();
+    StationWindow* window = IORVAContext::Instance()->GetStationWindow();
+    // Before the record is touched: a refused name must not become the old name of the next try.
+    if (toGbk(name) != oldName && window->isReiterated_node(name))
+        return;
+    const osgEarth::Symbology::Geometry* outline = findOutlineOfPickedNode();
     record.SetName(toGbk(name));
-    record.SetCoor(centre);
-    record.m_vertices = vertices;
+    if (outline) {
+        record.SetCoor(outline->getBounds().center());
+        record.m_vertices.assign(outline->begin(), outline->end());
+    }
     copyStyle(*m_styleDialog, record);
 
-    StationWindow* window = IORVAContext::Instance()->GetStationWindow();
-    if (record.GetName() != oldName && window->isReiterated_node(name))
-        return;
     if (window->UpdataNode(record, oldName)) {
         updateRegistry(record);
-        if (m_featureNode)
+        if (outline)
             restyleRegion(*m_pickedNode, *m_featureNode, *m_styleDialog, record.GetName());
     }
     m_editState = Active;
@@ -354,12 +357,11 @@ void CeditPolygon::SlotPointOK() {
         return;
     const QString name = m_pointDialog->ui.lineEditTitle->text();
     const std::string oldName = m_point.GetName();
+    StationWindow* window = IORVAContext::Instance()->GetStationWindow();
+    if (toGbk(name) != oldName && window->isReiterated_node(name))
+        return;
     m_point.m_attribute = toGbk(m_pointDialog->m_attribute);
     m_point.SetName(toGbk(name));
-
-    StationWindow* window = IORVAContext::Instance()->GetStationWindow();
-    if (m_point.GetName() != oldName && window->isReiterated_node(name))
-        return;
     if (window->UpdataNode(m_point, oldName)) {
         if (auto* scene = dataSet<OsgDataSet>())
             scene->UpdataPipePoint(m_pickedNode, m_point);

@@ -16,7 +16,6 @@
 #include <osgEarthUtil/RTTPicker>
 
 #include <memory>
-#include <vector>
 
 class QMenu;
 namespace osgViewer {
@@ -80,8 +79,8 @@ private:
     bool deleteStored(const KV_BasicNode& record);
     void openStyleDialog(const Special_Region& record, int type);
     void openPointDialog();
-    /// The outline of the picked region, after finding its feature node; empty when it has none.
-    std::vector<osg::Vec3d> outlineOfPickedNode(osg::Vec3d& centre);
+    /// Finds the picked region's feature node; null when it has none, or one without geometry.
+    const osgEarth::Symbology::Geometry* findOutlineOfPickedNode();
     /// Stores the dialog's values in the record, the database, the data set and the scene.
     template<typename Record>
     void confirmRegion(Record& record);

@@ -37,6 +37,7 @@ osg::ref_ptr<osg::GraphicsContext> offscreenContext(int width, int height) {
     traits->pbuffer = true;
     traits->doubleBuffer = false;
     traits->depth = 24;
+    traits->stencil = 8;
     return osg::GraphicsContext::createGraphicsContext(traits);
 }
 

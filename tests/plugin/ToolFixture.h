@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tests/plugin/PluginHost.h"
+#include "tests/support/ForeignConnection.h"
 #include "tests/support/SmallProject.h"
 
 #include <osg/Vec2d>
@@ -67,21 +68,6 @@ private:
 protected:
     const char* const m_tool; ///< UTF-8
     const QString m_folder;
-};
-
-/// Another program that has the project's database open.
-class ForeignConnection {
-public:
-    explicit ForeignConnection(const QString& file);
-    ~ForeignConnection();
-    ForeignConnection(const ForeignConnection&) = delete;
-    ForeignConnection& operator=(const ForeignConnection&) = delete;
-    void run(const QString& sql) const;
-    /// First column of what a query finds.
-    QVariantList read(const QString& sql, const QVariantList& bound = {}) const;
-
-private:
-    const QString m_name;
 };
 
 /// While it lives, answers each message box and keeps its title and text.

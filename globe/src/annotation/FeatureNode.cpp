@@ -1,7 +1,7 @@
 #include "../features/FeatureMesh.h"
 #include "GroundBias.h"
+#include "GroundBin.h"
 
-#include <osg/Depth>
 #include <osgEarth/DepthOffset>
 #include <osgEarth/VirtualProgram>
 #include <osgEarthAnnotation/FeatureNode>
@@ -118,6 +118,7 @@ void FeatureNode::rebuild() {
         return;
     _clamped = isClamped(getStyle()) && !_options.ignoreAltitudeSymbol().get();
     followLayers(_clamped);
+    setCullingActive(!_clamped); // it may have been built far from where the terrain now is
 
     osg::ref_ptr<osg::Group> content = new osg::Group;
     FeatureMesh mesh(*mapNode, getStyle(), _options);
@@ -132,6 +133,8 @@ void FeatureNode::rebuild() {
         installGroundState(stateSet);
     else
         stateSet->setMode(GL_LIGHTING, osg::StateAttribute::OFF);
+    if (_clamped)
+        GroundBin::install(stateSet);
     if (biased)
         DepthOffset::apply(stateSet, render->depthOffset().get(), longestSegment(_features));
     else if (_clamped)

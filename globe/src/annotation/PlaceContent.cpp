@@ -128,35 +128,45 @@ osg::ref_ptr<osg::Group> textContent(const std::string& text, const TextSymbol* 
     const TextSymbol& look = symbol ? *symbol : *plain;
     const float ratio = Registry::instance()->getDevicePixelRatio();
     const float size = static_cast<float>(look.size()->eval()) * ratio;
-
-    osg::ref_ptr<osgText::Text> drawable = new osgText::Text;
-    drawable->setShaderTechnique(osgText::NO_TEXT_SHADER); // the composed functions draw it
-    drawable->setFont(fontNamed(look.font().isSet() ? look.font().get() : std::string()));
-    const unsigned resolution = static_cast<unsigned>(std::lround(std::max(size, 4.0f)));
-    drawable->setFontResolution(resolution, resolution);
-    drawable->setCharacterSize(size);
-    drawable->setCharacterSizeMode(osgText::TextBase::OBJECT_COORDS);
-    drawable->setAxisAlignment(osgText::TextBase::XY_PLANE);
-    drawable->setColor(look.fill()->color());
-    if (look.halo().isSet()) {
-        drawable->setBackdropType(osgText::Text::OUTLINE);
-        drawable->setBackdropColor(look.halo()->color());
-    }
     osg::Vec3f position(static_cast<float>(look.pixelOffset()->x()) * ratio,
                         static_cast<float>(look.pixelOffset()->y()) * ratio, 0.0f);
+    osgText::TextBase::AlignmentType alignment = alignmentOf(look.alignment().get());
     if (icon) {
         const osg::BoundingBox box = icon->getBoundingBox();
         position +=
             osg::Vec3f(std::round(box.xMax() + GapPixels * ratio), std::round(box.center().y()), 0.0f);
-        drawable->setAlignment(osgText::TextBase::LEFT_CENTER);
-    } else {
-        drawable->setAlignment(alignmentOf(look.alignment().get()));
+        alignment = osgText::TextBase::LEFT_CENTER;
     }
-    drawable->setPosition(position);
-    drawable->setText(text, encodingOf(look.encoding().get()));
+    const auto line = [&](const Color& color, const osg::Vec3f& offset) {
+        osg::ref_ptr<osgText::Text> drawable = new osgText::Text;
+        drawable->setShaderTechnique(osgText::NO_TEXT_SHADER); // the composed functions draw it
+        drawable->setFont(fontNamed(look.font().isSet() ? look.font().get() : std::string()));
+        const unsigned resolution = static_cast<unsigned>(std::lround(std::max(size * 2.0f, 4.0f)));
+        drawable->setFontResolution(resolution, resolution);
+        drawable->setCharacterSize(size);
+        drawable->setCharacterSizeMode(osgText::TextBase::OBJECT_COORDS);
+        drawable->setAxisAlignment(osgText::TextBase::XY_PLANE);
+        drawable->setAlignment(alignment);
+        drawable->setColor(color);
+        drawable->setPosition(position + offset);
+        drawable->setText(text, encodingOf(look.encoding().get()));
+        return drawable;
+    };
     osg::ref_ptr<osg::Group> content = new osg::Group;
     content->setStateSet(screenState("oe_place_text", TextSource));
-    content->addChild(drawable);
+    // The library's own outlines need its shaders; the text itself, a pixel away on every side, needs none.
+    if (look.halo().isSet()) {
+        for (const auto& [x, y] : {std::pair(-1.0f, -1.0f),
+                                   {-1.0f, 1.0f},
+                                   {1.0f, -1.0f},
+                                   {1.0f, 1.0f},
+                                   {-1.0f, 0.0f},
+                                   {1.0f, 0.0f},
+                                   {0.0f, -1.0f},
+                                   {0.0f, 1.0f}})
+            content->addChild(line(look.halo()->color(), osg::Vec3f(x, y, 0.0f) * ratio));
+    }
+    content->addChild(line(look.fill()->color(), {}));
     return content;
 }
 

@@ -248,7 +248,7 @@ FeatureMesh::Drawn FeatureMesh::strokeOf(const Line& line, const LineSymbol& sym
     if (stroke.stipplePattern().get() != 0xFFFF)
         GLUtils::setLineStipple(stateSet, static_cast<int>(stroke.stippleFactor().get()),
                                 stroke.stipplePattern().get(), osg::StateAttribute::ON);
-    stateSet->setRenderBinDetails(1, "DepthSortedBin"); // within the node's bin: after all fills
+    orderLine(stateSet);
     return withCoarse(geometry, cornersOf(line, pieces));
 }
 
@@ -262,8 +262,14 @@ FeatureMesh::Drawn FeatureMesh::ribbonOf(const Line& line, const LineSymbol& sym
         Units::convert(stroke.widthUnits().get(), Units::METERS, static_cast<double>(stroke.width().get()));
     const osg::ref_ptr<osg::Geometry> geometry =
         drawable(ribbon(densified(line, pieceLength(line, symbol)), width), stroke.color(), plane);
-    geometry->getOrCreateStateSet()->setRenderBinDetails(1, "DepthSortedBin");
+    orderLine(geometry->getOrCreateStateSet());
     return {geometry, geometry};
+}
+
+// On the ground a line comes right after its own fill.
+void FeatureMesh::orderLine(osg::StateSet* stateSet) const {
+    if (!_clamped)
+        stateSet->setRenderBinDetails(1, "DepthSortedBin"); // within the node's bin: after all fills
 }
 
 osg::ref_ptr<osg::Geometry> FeatureMesh::drawable(const TriangleMesh& mesh, const Color& color,

@@ -54,6 +54,7 @@ private:
     void measureDeviation(const osg::Vec3d& middle, double heightBetween, const LocalPlane& plane);
     osg::ref_ptr<osg::Geometry> drawable(const TriangleMesh& mesh, const Symbology::Color& color,
                                          const LocalPlane& plane);
+    void orderLine(osg::StateSet* stateSet) const;
     static Drawn withCoarse(osg::Geometry* fine, osg::PrimitiveSet* coarse);
 
     osg::ref_ptr<const SpatialReference> _mapSRS;

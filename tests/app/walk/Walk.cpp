@@ -1,13 +1,16 @@
 #include "tests/app/walk/Walk.h"
 
+#include "host/Gbk.h"
 #include "host/inspection/AVWindow.h"
+#include "host/inspection/DataSet.h"
 #include "host/inspection/IORVAContext.h"
 #include "host/inspection/StationWindow.h"
+#include "tests/support/ForeignConnection.h"
 #include "tests/support/OverlaysOnGlobe.h"
 #include "tests/support/Pointer.h"
 #include "tests/support/WaitUntil.h"
 #include "workbench/inspection/context/InspectionContext.h"
-#include "workbench/inspection/windows/ImageWindow.h"
+#include "workbench/inspection/images/ImageWindow.h"
 #include "workbench/viewer/GlobeWidget.h"
 
 #include <QApplication>
@@ -17,8 +20,6 @@
 #include <QPushButton>
 #include <QScreen>
 #include <QSignalSpy>
-#include <QSqlDatabase>
-#include <QSqlQuery>
 #include <QStyleOptionViewItem>
 #include <QTest>
 #include <QTimer>
@@ -173,9 +174,13 @@ void WalkTest::clickOnGlobe(const QString& anomaly) {
     clickAt(placeOf(anomaly), Qt::LeftButton);
 }
 
-void WalkTest::clickAt(const QPoint& place, Qt::MouseButton button) {
+void WalkTest::moveTo(const QPoint& place) {
     movePointer(m_window->globe(), place);
-    waitForGlobe();                                        // the answer of the hover picker included
+    waitForGlobe(); // the answer of the hover picker included
+}
+
+void WalkTest::clickAt(const QPoint& place, Qt::MouseButton button) {
+    moveTo(place);
     QCursor::setPos(m_window->globe().mapToGlobal(place)); // menus open where the display's pointer is
     QTest::mouseClick(&m_window->globe(), button, {}, place);
     waitForGlobe();
@@ -198,7 +203,16 @@ void WalkTest::dragRectangle(const QPoint& from, const QPoint& to) {
 }
 
 void WalkTest::chooseOnGlobe(const QString& anomaly, const QStringList& path) {
-    QStringList left = path;
+    // Half of an anomaly on the line between two stations may lie in the one that does not hold it.
+    for (const double share : {0.5, 0.25, 0.75}) {
+        if (chooseAt(placeOf(anomaly, share), path))
+            return;
+    }
+    ADD_FAILURE() << anomaly.toStdString() << ": no " << path.join(" ").toStdString();
+}
+
+bool WalkTest::chooseAt(const QPoint& place, QStringList path) {
+    const qsizetype all = path.size();
     QPointer<QMenu> opening;
     QTimer chooser;
     QObject::connect(&chooser, &QTimer::timeout, [&] {
@@ -207,11 +221,11 @@ void WalkTest::chooseOnGlobe(const QString& anomaly, const QStringList& path) {
             return;
         opening = nullptr;
         for (QAction* action : menu->actions()) {
-            if (!left.isEmpty() && action->text() == left.first()) {
-                left.removeFirst();
+            if (!path.isEmpty() && action->text() == path.first()) {
+                path.removeFirst();
                 opening = action->menu();
                 movePointer(*menu, menu->actionGeometry(action).center());
-                if (left.isEmpty())
+                if (path.isEmpty())
                     keepPicture("menu");
                 QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(action).center());
                 return;
@@ -220,12 +234,33 @@ void WalkTest::chooseOnGlobe(const QString& anomaly, const QStringList& path) {
         QTest::keyClick(menu, Qt::Key_Escape);
     });
     chooser.start(10);
-    // Half of an anomaly on the line between two stations may lie in the one that does not hold it.
-    for (const double share : {0.5, 0.25, 0.75}) {
-        if (left.size() == path.size())
-            clickAt(placeOf(anomaly, share), Qt::RightButton);
+    clickAt(place, Qt::RightButton);
+    EXPECT_TRUE(path.isEmpty() || path.size() == all) << "the menu has no " << path.join(" ").toStdString();
+    return path.isEmpty();
+}
+
+void WalkTest::doubleClickObject(const QString& name) {
+    auto* tree = m_window->findChild<QTreeWidget*>("stationTree");
+    const auto found = tree->findItems(name, Qt::MatchExactly | Qt::MatchRecursive);
+    ASSERT_EQ(found.size(), 1) << name.toStdString();
+    found[0]->parent()->setExpanded(true);
+    tree->scrollToItem(found[0]);
+    const QPoint row = tree->visualItemRect(found[0]).center();
+    QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, row);
+    QTest::mouseDClick(tree->viewport(), Qt::LeftButton, {}, row);
+    QTest::mouseRelease(tree->viewport(), Qt::LeftButton, {}, row);
+    waitForGlobe();
+}
+
+QPoint WalkTest::placeOnGlobe(const QString& object) const {
+    const auto* scene =
+        dynamic_cast<OsgDataSet*>(InspectionContext::instance().GetDataSet(OsgDataSet::kIndex));
+    for (const auto& [group, record] : scene->getPipePolygons()) {
+        if (record.GetName() == toGbk(object))
+            return pixelOnGlobe(m_window->globe(), osg::Vec2d(record.GetCoor().x(), record.GetCoor().y()));
     }
-    EXPECT_TRUE(left.isEmpty()) << anomaly.toStdString() << ": no " << left.join(" ").toStdString();
+    ADD_FAILURE() << "not on the globe: " << object.toStdString();
+    return {};
 }
 
 void WalkTest::key(int key, Qt::KeyboardModifiers modifiers) {
@@ -255,18 +290,13 @@ void WalkTest::answerNextBox(bool byKey) {
 }
 
 QMap<QString, QString> WalkTest::stored() const {
-    QMap<QString, QString> attributes;
-    {
-        QSqlDatabase database = QSqlDatabase::addDatabase("QSQLITE", "walk");
-        database.setDatabaseName(m_folder + "/inspection.db");
-        database.setConnectOptions("QSQLITE_OPEN_READONLY");
-        EXPECT_TRUE(database.open());
-        QSqlQuery query("select name, attribute from anomaly", database);
-        while (query.next())
-            attributes[query.value(0).toString()] = query.value(1).toString();
-    }
-    QSqlDatabase::removeDatabase("walk");
-    return attributes;
+    const ForeignConnection database(m_folder + "/inspection.db");
+    const QVariantList names = database.read("select name from anomaly order by id");
+    const QVariantList attributes = database.read("select attribute from anomaly order by id");
+    QMap<QString, QString> anomalies;
+    for (qsizetype index = 0; index < names.size(); ++index)
+        anomalies[names[index].toString()] = attributes[index].toString();
+    return anomalies;
 }
 
 // Of the screen, so that menus and dialogs are on it.

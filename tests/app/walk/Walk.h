@@ -34,7 +34,12 @@ protected:
     void doubleClickRow(const QString& anomaly);
     /// A click in the middle of the anomaly on the globe; a pointer move comes first.
     void clickOnGlobe(const QString& anomaly);
+    void moveTo(const QPoint& place);
     void clickAt(const QPoint& place, Qt::MouseButton button);
+    /// Right-clicks there and chooses these entries one after the other; false when no menu opened.
+    bool chooseAt(const QPoint& place, QStringList path);
+    /// A special object in the tree: the globe's view flies there.
+    void doubleClickObject(const QString& name);
     /// With Shift held, from one corner to the opposite one; pixels of the globe.
     void dragRectangle(const QPoint& from, const QPoint& to);
     /// Right-clicks the anomaly on the globe and chooses these entries one after the other.
@@ -58,6 +63,8 @@ protected:
     QStringList selectedRows() const;
     osg::ref_ptr<osgEarth::Annotation::ImageOverlay> overlay(const QString& anomaly) const;
     bool isHighlighted(const QString& anomaly) const;
+    /// Where the special object's label stands.
+    QPoint placeOnGlobe(const QString& object) const;
     /// In the middle between north and south, at that share of the way from west to east.
     QPoint placeOf(const QString& anomaly, double share = 0.5) const;
     /// Name and attribute of every stored anomaly, read by a connection of its own.

@@ -1,8 +1,12 @@
 #include "Pictures.h"
 #include "TestGlobe.h"
+#include "tests/globe/TestRaster.h"
 
 #include <gtest/gtest.h>
+#include <osgEarth/ElevationLayer>
+#include <osgEarth/Map>
 #include <osgEarthAnnotation/FeatureNode>
+#include <osgEarthDrivers/gdal/GDALOptions>
 #include <osgEarthSymbology/AltitudeSymbol>
 #include <osgEarthSymbology/LineSymbol>
 #include <osgEarthSymbology/PolygonSymbol>
@@ -96,6 +100,76 @@ TEST(FeatureNode, FillsAConcavePolygonWithAHoleOnTheTerrain) {
     EXPECT_FALSE(isRed(pixelAt(globe, *image, 0.0, 0.0008)));      // notch
     EXPECT_FALSE(isRed(pixelAt(globe, *image, -0.0004, -0.0005))); // hole
     EXPECT_FALSE(isRed(pixelAt(globe, *image, 0.0012, 0.0)));      // outside
+}
+
+TEST(FeatureNode, OfAreasOnTheGroundTheLaterOneCoversTheEarlierFromEverySide) {
+    TestGlobe globe;
+    Style lower = fillStyle(Color::Red);
+    lower.getOrCreate<RenderSymbol>()->depthOffset()->minBias() = Distance(100.0, Units::METERS);
+    Style upper = fillStyle(Color::Cyan, AltitudeSymbol::TECHNIQUE_GPU);
+    nodeOf(globe, rectangle(), lower);
+    nodeOf(globe, rectangle(Half / 2.0), upper);
+    for (const auto& [range, pitch, lat] :
+         {std::tuple(900.0, -90.0, Lat), {700.0, -25.0, Lat + 0.001}, {700.0, -25.0, Lat - 0.001}}) {
+        globe.look(range, pitch, Lon, lat);
+        globe.settle();
+        const osg::ref_ptr<osg::Image> image = globe.picture();
+        EXPECT_TRUE(isCyan(pixelAt(globe, *image, 0.0, 0.0))) << pitch << " from " << lat;
+        EXPECT_TRUE(isCyan(pixelAt(globe, *image, 0.0, 0.0004))) << pitch << " from " << lat;
+        EXPECT_TRUE(isRed(pixelAt(globe, *image, 0.0008, 0.0))) << pitch << " from " << lat;
+    }
+}
+
+TEST(FeatureNode, ATranslucentFillOnAFoldOfTheGroundColoursEveryPixelOnce) {
+    TestGlobe globe;
+    Style style = fillStyle(Color(1.0f, 0.0f, 0.0f, 0.5f));
+    // Seen from low, so strongly lifted that the slope behind a crest shows, too.
+    style.getOrCreate<RenderSymbol>()->depthOffset()->minBias() = Distance(2000.0, Units::METERS);
+    globe.look(900.0, -4.0, Lon, Lat - 0.004);
+    globe.settle();
+    const osg::ref_ptr<osg::Image> before = globe.picture();
+    nodeOf(globe, rectangle(6.0 * Half), style);
+    globe.settle();
+    const osg::ref_ptr<osg::Image> after = globe.picture();
+    int coloured = 0;
+    for (int y = 0; y < after->t(); ++y)
+        for (int x = 0; x < after->s(); ++x) {
+            const int green = pixel(*before, x, y).y();
+            coloured += pixel(*after, x, y).y() < green - 20 ? 1 : 0;
+            EXPECT_GE(pixel(*after, x, y).y(), green / 2 - 3) << x << ' ' << y;
+        }
+    keep(*after, "feature-fold");
+    EXPECT_GT(coloured, 1000);
+}
+
+TEST(FeatureNode, RisesWithTerrainThatComesLaterAlsoFromOutsideTheView) {
+    constexpr double PlaceLon = Lon + 0.05; // no ground there yet
+    constexpr double PlateauMetres = 300.0;
+    TestGlobe globe;
+    osg::ref_ptr<Symbology::Polygon> polygon = new Symbology::Polygon;
+    for (const auto& [east, north] : {std::pair(-1.0, -1.0), {1.0, -1.0}, {1.0, 1.0}, {-1.0, 1.0}})
+        polygon->push_back(PlaceLon + east * Half / 4.0, Lat + north * Half / 4.0);
+    nodeOf(globe, polygon, fillStyle(Color::Red));
+    globe.frame();
+
+    // Fifty metres above the plateau that is about to come, over its southern part, the bare globe is far
+    // below the picture.
+    osg::Matrixd frame;
+    globe.mapNode()->getMapSRS()->createLocalToWorld(osg::Vec3d(PlaceLon, Lat, PlateauMetres), frame);
+    globe.viewer().getCamera()->setViewMatrix(
+        osg::Matrixd::inverse(frame) *
+        osg::Matrixd::lookAt(osg::Vec3d(0.0, -100.0, 30.0), osg::Vec3d(), osg::Vec3d(0.0, 0.0, 1.0)));
+    globe.frame();
+    const globetest::RasterPlace place{"EPSG:4326", PlaceLon - 0.005, Lat + 0.005, 0.0001, 100, 100};
+    Drivers::GDALOptions options;
+    options.url() = globetest::writeHeights("plateau", place, [](double, double) { return PlateauMetres; });
+    const osg::ref_ptr<ElevationLayer> plateau = new ElevationLayer("plateau", options);
+    globe.mapNode()->getMap()->addLayer(plateau);
+    globe.settle();
+    const osg::ref_ptr<osg::Image> image = globe.picture();
+    globe.mapNode()->getMap()->removeLayer(plateau);
+    keep(*image, "feature-plateau");
+    EXPECT_TRUE(isRed(pixel(*image, image->s() / 2, image->t() / 2)));
 }
 
 TEST(FeatureNode, EveryTechniqueHugsTheTerrain) {

@@ -2,7 +2,7 @@
 
 #include "host/inspection/ParaSet.h"
 #include "host/inspection/StationWindow.h"
-#include "workbench/inspection/windows/OverlayPicture.h"
+#include "workbench/inspection/scene/OverlayPicture.h"
 
 #include <osgEarth/MapNode>
 #include <osgEarth/ObjectIndex>

@@ -1,10 +1,10 @@
 #include "tests/inspection/windows/WindowFixture.h"
 
 #include "host/inspection/StationWindow.h"
+#include "workbench/inspection/images/ViewGeometry.h"
 #include "workbench/inspection/project/Project.h"
-#include "workbench/inspection/windows/AnomalyOverlays.h"
-#include "workbench/inspection/windows/GlobeNavigation.h"
-#include "workbench/inspection/windows/ViewGeometry.h"
+#include "workbench/inspection/scene/AnomalyOverlays.h"
+#include "workbench/inspection/scene/GlobeNavigation.h"
 
 #include <osg/Uniform>
 #include <osgEarth/MapNode>

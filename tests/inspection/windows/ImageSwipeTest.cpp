@@ -1,7 +1,7 @@
 #include "tests/inspection/windows/ImageWindowFixture.h"
 #include "tests/support/Pointer.h"
 
-#include "workbench/inspection/windows/SwipePane.h"
+#include "workbench/inspection/images/SwipePane.h"
 
 #include <QAbstractButton>
 #include <QApplication>

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "tests/inspection/windows/WindowFixture.h"
-#include "workbench/inspection/windows/GroundView.h"
-#include "workbench/inspection/windows/ImageWindow.h"
+#include "workbench/inspection/images/GroundView.h"
+#include "workbench/inspection/images/ImageWindow.h"
 
 #include <QImage>
 

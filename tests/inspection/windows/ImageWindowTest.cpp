@@ -3,10 +3,10 @@
 
 #include "host/inspection/KVImageWindow.h"
 #include "host/inspection/StationWindow.h"
+#include "workbench/inspection/images/ComparisonPictures.h"
+#include "workbench/inspection/images/ElevationLine.h"
 #include "workbench/inspection/project/Project.h"
-#include "workbench/inspection/windows/ComparisonPictures.h"
-#include "workbench/inspection/windows/ElevationLine.h"
-#include "workbench/inspection/windows/OutlinePath.h"
+#include "workbench/inspection/scene/OutlinePath.h"
 
 #include <osgEarthUtil/EarthManipulator>
 

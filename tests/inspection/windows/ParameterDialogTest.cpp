@@ -2,7 +2,7 @@
 
 #include "host/inspection/ParaSet.h"
 #include "host/inspection/StationWindow.h"
-#include "workbench/inspection/windows/ColourButton.h"
+#include "workbench/inspection/settings/ColourButton.h"
 
 #include <QComboBox>
 #include <QDoubleSpinBox>

@@ -2,9 +2,9 @@
 #include "tests/support/Pointer.h"
 #include "tests/support/WaitUntil.h"
 
-#include "workbench/inspection/windows/GroundPane.h"
-#include "workbench/inspection/windows/LatestRead.h"
-#include "workbench/inspection/windows/ProfileLineEditor.h"
+#include "workbench/inspection/images/GroundPane.h"
+#include "workbench/inspection/images/LatestRead.h"
+#include "workbench/inspection/images/ProfileLineEditor.h"
 
 #include <QAbstractButton>
 #include <QSemaphore>

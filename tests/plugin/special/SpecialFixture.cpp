@@ -3,33 +3,9 @@
 #include "host/inspection/DataSet.h"
 
 #include <QApplication>
-#include <QDir>
-#include <QFile>
-#include <QInputMethodEvent>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTest>
-
-WorkingDirectory::WorkingDirectory() : m_before(QDir::currentPath()) {
-    EXPECT_TRUE(QFile::link(QCoreApplication::applicationDirPath() + "/icon", file("icon")));
-    EXPECT_TRUE(QDir::setCurrent(m_folder.path()));
-}
-
-WorkingDirectory::~WorkingDirectory() {
-    QDir::setCurrent(m_before);
-}
-
-QByteArray WorkingDirectory::history() const {
-    QFile record(file("record.txt"));
-    EXPECT_TRUE(record.open(QIODevice::ReadOnly));
-    return record.readAll();
-}
-
-void type(QWidget* field, const QString& text) {
-    QInputMethodEvent event;
-    event.setCommitString(text);
-    QApplication::sendEvent(field, &event);
-}
 
 SpecialTest::SpecialTest(const char* tool, const char* dialog, const char* group)
     : ToolTest(tool), m_dialogName(dialog), m_groupName(group) {}

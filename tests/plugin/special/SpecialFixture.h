@@ -1,30 +1,14 @@
 #pragma once
 
 #include "tests/plugin/ToolFixture.h"
+#include "tests/support/Typing.h"
+#include "tests/support/WorkingDirectory.h"
 
 #include <osg/Group>
 #include <osgEarthAnnotation/FeatureNode>
 #include <osgEarthAnnotation/PlaceNode>
 
-#include <QByteArray>
 #include <QWidget>
-
-/// A working directory of the test's own, with the markers' icons and without an attribute history.
-class WorkingDirectory {
-public:
-    WorkingDirectory();
-    ~WorkingDirectory();
-    QString file(const QString& name) const { return m_folder.filePath(name); }
-    /// What record.txt holds.
-    QByteArray history() const;
-
-private:
-    QTemporaryDir m_folder;
-    const QString m_before;
-};
-
-/// Enters text as an input method does, which is how Chinese comes into a field.
-void type(QWidget* field, const QString& text);
 
 /// One of the tools that add special objects, with its dialog.
 class SpecialTest : public ToolTest {

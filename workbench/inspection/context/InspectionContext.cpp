@@ -2,14 +2,14 @@
 
 #include "workbench/inspection/context/ProgressWidget.h"
 #include "workbench/inspection/context/Session.h"
-#include "workbench/inspection/windows/AnomalyOverlays.h"
-#include "workbench/inspection/windows/AnomalyTableWindow.h"
-#include "workbench/inspection/windows/GlobeNavigation.h"
-#include "workbench/inspection/windows/ImageWindow.h"
-#include "workbench/inspection/windows/ParameterDialog.h"
-#include "workbench/inspection/windows/SpecialObjectNodes.h"
-#include "workbench/inspection/windows/StationTreeWindow.h"
-#include "workbench/inspection/windows/StationWork.h"
+#include "workbench/inspection/images/ImageWindow.h"
+#include "workbench/inspection/scene/AnomalyOverlays.h"
+#include "workbench/inspection/scene/GlobeNavigation.h"
+#include "workbench/inspection/scene/SpecialObjectNodes.h"
+#include "workbench/inspection/settings/ParameterDialog.h"
+#include "workbench/inspection/table/AnomalyTableWindow.h"
+#include "workbench/inspection/tree/StationTreeWindow.h"
+#include "workbench/inspection/tree/StationWork.h"
 
 #include <algorithm>
 #include <utility>

@@ -76,4 +76,10 @@ void Session::inform(const QString& text) const {
                                    true);
 }
 
+bool Session::ask(const QString& question) const {
+    constexpr int kConfirmed = 0;
+    return myMessageBox::showMyMessageBox(m_mainWindow, tr("提示"), question, myMessageBox::Question,
+                                          myMessageBox::YesNo, true) == kConfirmed;
+}
+
 } // namespace inspection

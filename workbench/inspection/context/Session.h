@@ -53,6 +53,8 @@ public:
     /// One message box titled "提示"; waits for the user.
     void warn(const QString& text) const;
     void inform(const QString& text) const;
+    /// The same with yes and no; true for yes.
+    bool ask(const QString& question) const;
 
 signals:
     void opened();

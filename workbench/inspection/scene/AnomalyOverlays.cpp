@@ -1,0 +1,185 @@
+#include "workbench/inspection/scene/AnomalyOverlays.h"
+
+#include "host/viewer/CXViewer.h"
+#include "workbench/inspection/scene/StationProjection.h"
+
+#include <osgEarth/MapNode>
+#include <osgEarth/Registry>
+
+#include <QMetaObject>
+
+#include <algorithm>
+#include <utility>
+
+namespace inspection {
+
+namespace {
+
+constexpr std::size_t kBatch = 24;
+constexpr std::size_t kManyAnomalies = 1000;
+constexpr int kPixelsOfMany = 96; // bounds the pictures' memory where there are thousands
+
+osgEarth::MapNode* mapNode() {
+    return g_pCXviewer != nullptr ? g_pCXviewer->getMapNode() : nullptr;
+}
+
+void redraw() {
+    if (g_pCXviewer != nullptr) {
+        g_pCXviewer->requestRedraw();
+    }
+}
+
+/// False when the corners have no longitude and latitude.
+bool placeOverlay(osgEarth::Annotation::ImageOverlay& overlay, const QRectF& ground,
+                  const StationProjection& projection) {
+    const auto lowerLeft = projection.toLonLatDegrees(ground.left(), ground.top());
+    const auto lowerRight = projection.toLonLatDegrees(ground.right(), ground.top());
+    const auto upperLeft = projection.toLonLatDegrees(ground.left(), ground.bottom());
+    const auto upperRight = projection.toLonLatDegrees(ground.right(), ground.bottom());
+    if (!lowerLeft || !lowerRight || !upperLeft || !upperRight) {
+        return false;
+    }
+    overlay.setCorners(*lowerLeft, *lowerRight, *upperLeft, *upperRight);
+    return true;
+}
+
+} // namespace
+
+AnomalyOverlays::AnomalyOverlays(QObject* parent) : AnomalyOverlays(FinePictureLimits(), parent) {}
+
+AnomalyOverlays::AnomalyOverlays(const FinePictureLimits& limits, QObject* parent)
+    : QObject(parent), m_crisp(m_painters, limits) {
+    m_painters.setMaxThreadCount(1);
+}
+
+AnomalyOverlays::~AnomalyOverlays() {
+    hideAll();
+    m_painters.waitForDone();
+}
+
+void AnomalyOverlays::show(const KV_StationItem& station, const OverlayStyle& style) {
+    hide(station.GetStationId());
+    osgEarth::MapNode* map = mapNode();
+    const std::vector<SdiffData>& anomalies = station.m_diffData.m_anomalies;
+    if (map == nullptr || anomalies.empty()) {
+        return;
+    }
+    OverlayStyle bounded = style;
+    if (anomalies.size() > kManyAnomalies) {
+        bounded.mostPixels = std::min(bounded.mostPixels, kPixelsOfMany);
+    }
+    const Source source = std::make_shared<const OverlaySource>(OverlaySource{anomalies, bounded});
+
+    Station shown;
+    shown.group = new osg::Group;
+    shown.group->setName("diffImageOverlay");
+    shown.group->addUpdateCallback(m_crisp.frameCallback());
+    shown.cancelled = std::make_shared<std::atomic<bool>>(false);
+
+    const StationProjection projection(station.m_station.m_srs);
+    for (std::size_t i = 0; i < anomalies.size(); ++i) {
+        const SdiffData& anomaly = anomalies[i];
+        const Overlay overlay = new osgEarth::Annotation::ImageOverlay(map);
+        if (!placeOverlay(*overlay, overlayGround(anomaly), projection)) {
+            continue;
+        }
+        overlay->setName(anomaly.name);
+        shown.group->addChild(overlay);
+        shown.entries[anomaly.name] = {overlay, osgEarth::Registry::objectIndex()->tagNode(overlay, overlay),
+                                       m_crisp.add(*overlay, source, i)};
+    }
+    map->addChild(shown.group);
+    m_stations[station.GetStationId()] = std::move(shown);
+    paint(station.GetStationId(), source);
+    redraw();
+}
+
+// In batches, so that a finer picture of what is near need not wait for all the usual ones.
+void AnomalyOverlays::paint(std::uint32_t stationId, const Source& source) {
+    ++m_paintings;
+    for (std::size_t begin = 0; begin < source->anomalies.size(); begin += kBatch) {
+        const std::size_t end = std::min(begin + kBatch, source->anomalies.size());
+        m_painters.start(
+            [this, stationId, source, begin, end, cancelled = m_stations.at(stationId).cancelled] {
+                Pictures batch;
+                for (std::size_t i = begin; i < end && !*cancelled; ++i) {
+                    const SdiffData& anomaly = source->anomalies[i];
+                    batch[anomaly.name] = osgPicture(overlayPicture(anomaly, source->style));
+                }
+                const bool last = end == source->anomalies.size();
+                QMetaObject::invokeMethod(
+                    this,
+                    [this, stationId, batch, cancelled, last] {
+                        attach(stationId, batch, *cancelled);
+                        if (last) {
+                            finishPainting(stationId, *cancelled);
+                        }
+                    },
+                    Qt::QueuedConnection);
+            });
+    }
+}
+
+void AnomalyOverlays::attach(std::uint32_t stationId, const Pictures& pictures,
+                             const std::atomic<bool>& cancelled) {
+    if (cancelled) {
+        return;
+    }
+    auto& entries = m_stations.at(stationId).entries;
+    for (const auto& [name, picture] : pictures) {
+        const auto entry = entries.find(name);
+        if (entry != entries.end()) {
+            m_crisp.setPicture(entry->second.handle, *picture);
+        }
+    }
+    redraw();
+}
+
+void AnomalyOverlays::finishPainting(std::uint32_t stationId, const std::atomic<bool>& cancelled) {
+    --m_paintings;
+    if (!cancelled) {
+        emit painted(stationId);
+    }
+}
+
+void AnomalyOverlays::hide(std::uint32_t stationId) {
+    const auto found = m_stations.find(stationId);
+    if (found == m_stations.end()) {
+        return;
+    }
+    *found->second.cancelled = true;
+    for (const auto& [name, entry] : found->second.entries) {
+        osgEarth::Registry::objectIndex()->remove(entry.id);
+        m_crisp.remove(entry.handle);
+    }
+    found->second.group->removeUpdateCallback(m_crisp.frameCallback());
+    if (osgEarth::MapNode* map = mapNode()) {
+        map->removeChild(found->second.group);
+    }
+    m_stations.erase(found);
+    redraw();
+}
+
+void AnomalyOverlays::hideAll() {
+    while (!m_stations.empty()) {
+        hide(m_stations.begin()->first);
+    }
+}
+
+void AnomalyOverlays::remove(std::uint32_t stationId, const std::string& anomalyName) {
+    const auto found = m_stations.find(stationId);
+    if (found == m_stations.end()) {
+        return;
+    }
+    const auto entry = found->second.entries.find(anomalyName);
+    if (entry == found->second.entries.end()) {
+        return;
+    }
+    osgEarth::Registry::objectIndex()->remove(entry->second.id);
+    m_crisp.remove(entry->second.handle);
+    found->second.group->removeChild(entry->second.overlay);
+    found->second.entries.erase(entry);
+    redraw();
+}
+
+} // namespace inspection

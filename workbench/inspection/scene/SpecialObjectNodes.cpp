@@ -1,0 +1,243 @@
+#include "workbench/inspection/scene/SpecialObjectNodes.h"
+
+#include "host/Gbk.h"
+#include "host/viewer/CXViewer.h"
+#include "workbench/inspection/scene/SceneDataSet.h"
+
+#include <osgDB/ReadFile>
+#include <osgEarth/GLUtils>
+#include <osgEarth/MapNode>
+#include <osgEarth/ObjectIndex>
+#include <osgEarth/Registry>
+#include <osgEarth/VirtualProgram>
+#include <osgEarthAnnotation/FeatureNode>
+#include <osgEarthAnnotation/PlaceNode>
+#include <osgEarthSymbology/AltitudeSymbol>
+#include <osgEarthSymbology/LineSymbol>
+#include <osgEarthSymbology/PolygonSymbol>
+#include <osgEarthSymbology/TextSymbol>
+
+namespace inspection {
+
+namespace {
+
+using osgEarth::Annotation::FeatureNode;
+using osgEarth::Annotation::PlaceNode;
+using osgEarth::Symbology::AltitudeSymbol;
+using osgEarth::Symbology::Color;
+using osgEarth::Symbology::LineSymbol;
+using osgEarth::Symbology::PolygonSymbol;
+using osgEarth::Symbology::Style;
+using osgEarth::Symbology::TextSymbol;
+
+constexpr float kBorderOpacity = 0.65F;
+
+osgEarth::MapNode* mapNode() {
+    return g_pCXviewer != nullptr ? g_pCXviewer->getMapNode() : nullptr;
+}
+
+osg::ref_ptr<PlaceNode> label(const KV_BasicNode& record, osgEarth::MapNode& map) {
+    Style style;
+    auto* text = style.getOrCreate<TextSymbol>();
+    text->size() = 15.0;
+    text->font() = "simhei.ttf";
+    text->encoding() = TextSymbol::ENCODING_UTF8;
+    text->halo() = osgEarth::Symbology::Stroke(0, 0, 0, 1); // white alone is lost on pale ground
+    const osg::Vec3d& at = record.GetCoor();
+    // Objects that were digitised on the globe know their height; imported outlines may not.
+    const auto mode = at.z() == 0.0 ? osgEarth::ALTMODE_RELATIVE : osgEarth::ALTMODE_ABSOLUTE;
+    const osgEarth::GeoPoint position(map.getMapSRS(), at.x(), at.y(), at.z(), mode);
+    osg::ref_ptr<osg::Image> icon = osgDB::readRefImageFile("icon/Placemark_32.png");
+    osg::ref_ptr<PlaceNode> node = new PlaceNode(position, gbkToUtf8(record.GetName()), style, icon.get());
+    node->setDynamic(true);
+    return node;
+}
+
+Style regionStyle(const Special_Region& region) {
+    Style style;
+    const osg::Vec3& fill = region.m_fillColor;
+    const osg::Vec3& border = region.m_borderColor;
+    style.getOrCreate<PolygonSymbol>()->fill()->color() =
+        Color(fill.x(), fill.y(), fill.z(), region.m_opacity);
+    auto* altitude = style.getOrCreate<AltitudeSymbol>();
+    altitude->clamping() = AltitudeSymbol::CLAMP_TO_TERRAIN;
+    altitude->technique() = AltitudeSymbol::TECHNIQUE_GPU;
+    altitude->verticalOffset() = 0.1;
+    auto* line = style.getOrCreate<LineSymbol>();
+    line->stroke()->color() = Color(border.x(), border.y(), border.z(), kBorderOpacity);
+    line->stroke()->width() = static_cast<float>(region.m_borderWidth);
+    line->stroke()->widthUnits() = osgEarth::Units::PIXELS;
+    return style;
+}
+
+osg::ref_ptr<FeatureNode> outline(const Special_Region& region, osgEarth::MapNode& map) {
+    osg::ref_ptr<osgEarth::Symbology::Polygon> polygon = new osgEarth::Symbology::Polygon;
+    for (const osg::Vec3d& vertex : region.m_vertices) {
+        polygon->push_back(vertex);
+    }
+    osg::ref_ptr<osgEarth::Features::Feature> feature =
+        new osgEarth::Features::Feature(polygon.get(), map.getMapSRS(), Style());
+    osg::ref_ptr<FeatureNode> node = new FeatureNode(feature.get(), regionStyle(region));
+    node->setMapNode(&map);
+    return node;
+}
+
+/// Attaches and registers a group of that name; its drawing state is as the tools give it.
+void attach(osg::Group& group, const char* name, osgEarth::MapNode& map) {
+    group.setName(name);
+    osgEarth::GLUtils::setGlobalDefaults(group.getOrCreateStateSet());
+    osgEarth::Registry::objectIndex()->tagNode(&group, &group);
+    map.addChild(&group);
+    g_pCXviewer->requestRedraw();
+}
+
+osg::ref_ptr<osg::Group> regionGroup(const Special_Region& region, const char* name) {
+    osgEarth::MapNode* map = mapNode();
+    if (map == nullptr || region.m_vertices.empty()) {
+        return nullptr;
+    }
+    osg::ref_ptr<osg::Group> group = new osg::Group;
+    const osg::ref_ptr<FeatureNode> area = outline(region, *map);
+    area->setName(name);
+    const osg::ref_ptr<PlaceNode> caption = label(region, *map);
+    caption->setName(name);
+    group->addChild(area);
+    group->addChild(caption);
+    attach(*group, name, *map);
+    return group;
+}
+
+template<typename Map>
+void collect(const Map& map, const std::string& name, std::vector<osg::ref_ptr<osg::Group>>& groups) {
+    for (const auto& [group, record] : map) {
+        if (record.GetName() == name) {
+            groups.push_back(group);
+        }
+    }
+}
+
+void requestRedraw() {
+    if (g_pCXviewer != nullptr) {
+        g_pCXviewer->requestRedraw();
+    }
+}
+
+constexpr char kTintName[] = "special_object_tint";
+constexpr char kTintSource[] = R"(
+void special_object_tint(inout vec4 color) {
+    color.rgb *= vec3(1.0, 0.8, 0.0);
+}
+)";
+
+template<typename Work>
+void forEachLabel(osg::Group& group, const Work& work) {
+    for (unsigned index = 0; index < group.getNumChildren(); ++index) {
+        if (auto* label = dynamic_cast<PlaceNode*>(group.getChild(index))) {
+            work(*label);
+        }
+    }
+}
+
+void tint(PlaceNode& label) {
+    constexpr float kAfterTheColours = 0.8F;
+    osgEarth::VirtualProgram::getOrCreate(label.getOrCreateStateSet())
+        ->setFunction(kTintName, kTintSource, osgEarth::ShaderComp::LOCATION_FRAGMENT_LIGHTING,
+                      kAfterTheColours);
+}
+
+void untint(PlaceNode& label) {
+    if (auto* program = osgEarth::VirtualProgram::get(label.getStateSet())) {
+        program->removeShader(kTintName);
+    }
+}
+
+template<typename Map>
+void detachAll(const Map& map, osgEarth::MapNode& mapNode) {
+    for (const auto& entry : map) {
+        mapNode.removeChild(entry.first.get());
+    }
+}
+
+} // namespace
+
+void SpecialObjectNodes::add(const Special_Point& point) {
+    osgEarth::MapNode* map = mapNode();
+    if (map == nullptr) {
+        return;
+    }
+    const osg::ref_ptr<osg::Group> group = new osg::Group;
+    const osg::ref_ptr<PlaceNode> marker = label(point, *map);
+    marker->setName("ROIPoint");
+    group->addChild(marker);
+    attach(*group, "ROIPoint", *map);
+    m_scene.addPipePoints(group, point);
+}
+
+void SpecialObjectNodes::add(const Special_Area& area) {
+    if (const osg::ref_ptr<osg::Group> group = regionGroup(area, "ROIArea")) {
+        m_scene.addPipeAreas(group, area);
+    }
+}
+
+void SpecialObjectNodes::add(const Special_Polygon& polygon) {
+    if (const osg::ref_ptr<osg::Group> group = regionGroup(polygon, "ROIPolygon")) {
+        m_scene.addPipePolygons(group, polygon);
+    }
+}
+
+std::vector<osg::ref_ptr<osg::Group>> SpecialObjectNodes::groupsOf(const std::string& name) const {
+    std::vector<osg::ref_ptr<osg::Group>> groups;
+    collect(m_scene.getPipePoints(), name, groups);
+    collect(m_scene.getPipeAreas(), name, groups);
+    collect(m_scene.getPipePolygons(), name, groups);
+    return groups;
+}
+
+void SpecialObjectNodes::setVisible(const std::string& name, bool visible) {
+    for (const auto& group : groupsOf(name)) {
+        group->setNodeMask(visible ? ~0U : 0U);
+    }
+    requestRedraw();
+}
+
+void SpecialObjectNodes::highlight(const std::string& name) {
+    for (const auto& group : m_highlighted) {
+        forEachLabel(*group, untint);
+    }
+    m_highlighted = name.empty() ? std::vector<osg::ref_ptr<osg::Group>>() : groupsOf(name);
+    for (const auto& group : m_highlighted) {
+        forEachLabel(*group, tint);
+    }
+    requestRedraw();
+}
+
+void SpecialObjectNodes::rename(const std::string& oldName, const std::string& newName) {
+    for (const auto& group : groupsOf(oldName)) {
+        m_scene.rename(*group, newName);
+        forEachLabel(*group, [&](PlaceNode& label) { label.setText(gbkToUtf8(newName)); });
+    }
+    requestRedraw();
+}
+
+void SpecialObjectNodes::remove(const std::string& name) {
+    for (const auto& group : groupsOf(name)) {
+        m_scene.forget(*group);
+        if (osgEarth::MapNode* map = mapNode()) {
+            map->removeChild(group.get());
+        }
+    }
+    requestRedraw();
+}
+
+void SpecialObjectNodes::clear() {
+    if (osgEarth::MapNode* map = mapNode()) {
+        detachAll(m_scene.getPipePoints(), *map);
+        detachAll(m_scene.getPipeAreas(), *map);
+        detachAll(m_scene.getPipePolygons(), *map);
+        g_pCXviewer->requestRedraw();
+    }
+    m_highlighted.clear();
+    m_scene.clear();
+}
+
+} // namespace inspection

@@ -1,0 +1,64 @@
+#include "workbench/inspection/scene/ViewRest.h"
+
+#include "host/viewer/CXViewer.h"
+
+#include <osg/NodeCallback>
+#include <osgViewer/View>
+
+namespace inspection {
+
+namespace {
+constexpr int kRestMilliseconds = 150;
+} // namespace
+
+class ViewRest::FrameCallback : public osg::NodeCallback {
+public:
+    explicit FrameCallback(ViewRest* rest) : m_rest(rest) {}
+    void release() { m_rest = nullptr; }
+
+    void operator()(osg::Node* node, osg::NodeVisitor* visitor) override {
+        if (m_rest != nullptr) {
+            m_rest->look();
+        }
+        // A station may have thousands of overlays, of which few or none have something to update.
+        if (node->getNumChildrenRequiringUpdateTraversal() > 0 || getNestedCallback() != nullptr) {
+            traverse(node, visitor);
+        }
+    }
+
+private:
+    ViewRest* m_rest;
+};
+
+ViewRest::ViewRest(QObject* parent) : QObject(parent), m_callback(new FrameCallback(this)) {
+    m_timer.setSingleShot(true);
+    m_timer.setInterval(kRestMilliseconds);
+    connect(&m_timer, SIGNAL(timeout()), this, SIGNAL(rested()));
+}
+
+ViewRest::~ViewRest() {
+    m_callback->release();
+}
+
+osg::Callback* ViewRest::callback() const {
+    return m_callback.get();
+}
+
+std::optional<ViewGeometry> ViewRest::present() {
+    if (g_pCXviewer == nullptr || g_pCXviewer->getViewer() == nullptr) {
+        return std::nullopt;
+    }
+    return ViewGeometry(*g_pCXviewer->getViewer()->getCamera());
+}
+
+void ViewRest::look() {
+    const auto view = present();
+    if (!view || (m_known && *view == m_view)) {
+        return;
+    }
+    m_known = true;
+    m_view = *view;
+    m_timer.start();
+}
+
+} // namespace inspection

@@ -1,0 +1,89 @@
+#include "workbench/inspection/table/AnomalyFilter.h"
+
+#include "host/Gbk.h"
+#include "workbench/inspection/table/AnomalyTableModel.h"
+#include "workbench/inspection/table/AnomalyTexts.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace inspection {
+
+namespace {
+
+AttributeFilter filterOf(const std::string& attribute) {
+    if (attribute.empty()) {
+        return AttributeFilter::NotJudged;
+    }
+    static const std::array<std::string, 4> classes = {toGbk(fixedClasses()[0]), toGbk(fixedClasses()[1]),
+                                                       toGbk(fixedClasses()[2]), toGbk(fixedClasses()[3])};
+    const auto found = std::find(classes.begin(), classes.end(), attribute);
+    return static_cast<AttributeFilter>(static_cast<int>(AttributeFilter::FirstClass) +
+                                        static_cast<int>(found - classes.begin()));
+}
+
+} // namespace
+
+bool passes(const SdiffData& anomaly, AttributeFilter filter) {
+    return filter == AttributeFilter::All || filter == filterOf(anomaly.attribute);
+}
+
+bool passes(const SdiffData& anomaly, SignFilter filter) {
+    return filter == SignFilter::Both || anomaly.isFill == (filter == SignFilter::Fill);
+}
+
+std::array<int, kAttributeFilters> countByAttribute(const std::vector<SdiffData>& anomalies) {
+    std::array<int, kAttributeFilters> counts{};
+    for (const SdiffData& anomaly : anomalies) {
+        ++counts[static_cast<std::size_t>(AttributeFilter::All)];
+        ++counts[static_cast<std::size_t>(filterOf(anomaly.attribute))];
+    }
+    return counts;
+}
+
+AnomalyFilter::AnomalyFilter(QObject* parent) : QSortFilterProxyModel(parent) {}
+
+void AnomalyFilter::setAttributeFilter(AttributeFilter filter) {
+    m_attribute = filter;
+    invalidateRowsFilter();
+}
+
+void AnomalyFilter::setSignFilter(SignFilter filter) {
+    m_sign = filter;
+    invalidateRowsFilter();
+}
+
+const SdiffData& AnomalyFilter::anomaly(int sourceRow) const {
+    return static_cast<const AnomalyTableModel*>(sourceModel())->anomaly(sourceRow);
+}
+
+bool AnomalyFilter::filterAcceptsRow(int sourceRow, const QModelIndex& /*sourceParent*/) const {
+    return passes(anomaly(sourceRow), m_attribute) && passes(anomaly(sourceRow), m_sign);
+}
+
+bool AnomalyFilter::lessThan(const QModelIndex& left, const QModelIndex& right) const {
+    const SdiffData& first = anomaly(left.row());
+    const SdiffData& second = anomaly(right.row());
+    switch (left.column()) {
+    case AnomalyTableModel::Kind:
+        return first.isFill && !second.isFill;
+    case AnomalyTableModel::Area:
+        return first.areaSquareMetres < second.areaSquareMetres;
+    case AnomalyTableModel::Volume:
+        return first.volumeCubicMetres() < second.volumeCubicMetres();
+    case AnomalyTableModel::MeanDifference:
+        return first.dzMeanMetres < second.dzMeanMetres;
+    case AnomalyTableModel::LargestDifference:
+        return std::abs(largestDifferenceMetres(first)) < std::abs(largestDifferenceMetres(second));
+    case AnomalyTableModel::Attribute:
+        return first.attribute < second.attribute;
+    case AnomalyTableModel::Suggested:
+        return first.suggested < second.suggested;
+    case AnomalyTableModel::Position:
+        return first.lonDegrees < second.lonDegrees;
+    default:
+        return first.name < second.name;
+    }
+}
+
+} // namespace inspection

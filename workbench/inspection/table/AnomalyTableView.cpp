@@ -1,0 +1,142 @@
+#include "workbench/inspection/table/AnomalyTableView.h"
+
+#include "workbench/inspection/table/AnomalyTableModel.h"
+#include "workbench/inspection/table/AnomalyTexts.h"
+#include "workbench/inspection/table/AttributeDelegate.h"
+
+#include <QContextMenuEvent>
+#include <QHeaderView>
+#include <QKeyEvent>
+#include <QMenu>
+
+#include <algorithm>
+
+namespace inspection {
+
+namespace {
+constexpr int kRowsThatSetWidths = 100;
+constexpr int kWidestCharacters = 30;
+constexpr int kLeastAttributeCharacters = 16; // what an inspector writes most
+} // namespace
+
+AnomalyTableView::AnomalyTableView(QAbstractItemModel& model, QWidget* parent)
+    : QTableView(parent), m_attributes(new AttributeDelegate(this)) {
+    setObjectName("anomalyTable");
+    setModel(&model);
+    setItemDelegateForColumn(AnomalyTableModel::Attribute, m_attributes);
+    setSortingEnabled(true);
+    sortByColumn(AnomalyTableModel::Name, Qt::AscendingOrder);
+    setSelectionBehavior(QAbstractItemView::SelectRows);
+    setSelectionMode(QAbstractItemView::ExtendedSelection);
+    setEditTriggers(QAbstractItemView::NoEditTriggers);
+    setTabKeyNavigation(false); // Tab leaves the table
+    setAlternatingRowColors(true);
+    setShowGrid(false);
+    setWordWrap(false);
+    verticalHeader()->hide();
+    verticalHeader()->setDefaultSectionSize(fontMetrics().height() + 8);
+    horizontalHeader()->setHighlightSections(false);
+    horizontalHeader()->setResizeContentsPrecision(kRowsThatSetWidths);
+    horizontalHeader()->setStretchLastSection(true);
+
+    connect(this, &QTableView::activated, this, &AnomalyTableView::showRequested);
+    connect(m_attributes, &AttributeDelegate::chosen, this,
+            [this](const QModelIndex& index, const QString& attribute) {
+                if (!selectionModel()->isRowSelected(index.row(), {})) {
+                    selectRow(index.row());
+                }
+                emit attributeRequested(attribute);
+            });
+}
+
+void AnomalyTableView::editAttribute() {
+    if (!currentIndex().isValid()) {
+        return;
+    }
+    const QModelIndex attribute = currentIndex().siblingAtColumn(AnomalyTableModel::Attribute);
+    selectionModel()->setCurrentIndex(attribute, QItemSelectionModel::NoUpdate);
+    edit(attribute);
+}
+
+void AnomalyTableView::fitColumns() {
+    resizeColumnsToContents();
+    const int character = fontMetrics().averageCharWidth();
+    for (int column = 0; column + 1 < model()->columnCount(); ++column) {
+        const int least = column == AnomalyTableModel::Attribute ? kLeastAttributeCharacters * character : 0;
+        setColumnWidth(column,
+                       std::clamp(columnWidth(column) + 2 * character, least, kWidestCharacters * character));
+    }
+}
+
+void AnomalyTableView::keyPressEvent(QKeyEvent* event) {
+    if (takesEditKey(*event)) {
+        event->accept();
+        return;
+    }
+    const QModelIndex before = currentIndex();
+    const bool isPlain = event->modifiers() == Qt::NoModifier;
+    if (isPlain && (event->key() == Qt::Key_Home || event->key() == Qt::Key_End)) {
+        selectRow(event->key() == Qt::Key_Home ? 0 : model()->rowCount() - 1); // rows count here, not cells
+    } else {
+        QTableView::keyPressEvent(event);
+    }
+    if (currentIndex().isValid() && currentIndex().row() != before.row()) {
+        emit walked();
+    }
+}
+
+void AnomalyTableView::mouseDoubleClickEvent(QMouseEvent* event) {
+    const QModelIndex index = indexAt(event->position().toPoint());
+    if (event->button() == Qt::LeftButton && index.column() == AnomalyTableModel::Attribute) {
+        editAttribute();
+    } else {
+        QTableView::mouseDoubleClickEvent(event);
+    }
+}
+
+bool AnomalyTableView::takesEditKey(const QKeyEvent& event) {
+    const Qt::KeyboardModifiers modifiers = event.modifiers() & ~Qt::KeypadModifier;
+    if (modifiers != Qt::NoModifier || !selectionModel()->hasSelection()) {
+        return false;
+    }
+    const int key = event.key();
+    if (key == Qt::Key_Delete) {
+        emit deleteRequested();
+    } else if (key == Qt::Key_0) {
+        emit attributeRequested(QString());
+    } else if (key >= Qt::Key_1 && key < Qt::Key_1 + fixedClasses().size()) {
+        emit attributeRequested(fixedClasses()[key - Qt::Key_1]);
+    } else if (key == Qt::Key_5 || key == Qt::Key_F2) {
+        editAttribute();
+    } else {
+        return false;
+    }
+    return true;
+}
+
+void AnomalyTableView::contextMenuEvent(QContextMenuEvent* event) {
+    if (!selectionModel()->hasSelection()) {
+        return;
+    }
+    QMenu menu(this);
+    menu.setObjectName("anomalyTableMenu");
+    fill(menu);
+    menu.exec(event->globalPos());
+}
+
+// The keys stand in the entries' texts; the table takes them itself, and only while it has the focus.
+void AnomalyTableView::fill(QMenu& menu) {
+    menu.addAction(tr("查看") + "\tEnter", this, [this] { emit showRequested(currentIndex()); });
+    menu.addAction(tr("删除") + "\tDelete", this, &AnomalyTableView::deleteRequested);
+    QMenu* attribute = menu.addMenu(tr("属性设置"));
+    for (int i = 0; i < fixedClasses().size(); ++i) {
+        const QString& text = fixedClasses()[i];
+        attribute->addAction(QStringLiteral("%1\t%2").arg(text).arg(i + 1), this,
+                             [this, text] { emit attributeRequested(text); });
+    }
+    attribute->addAction(tr("自定义") + "\t5", this, &AnomalyTableView::editAttribute);
+    attribute->addSeparator();
+    attribute->addAction(tr("取消判定") + "\t0", this, [this] { emit attributeRequested(QString()); });
+}
+
+} // namespace inspection

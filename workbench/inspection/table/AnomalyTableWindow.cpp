@@ -1,0 +1,328 @@
+#include "workbench/inspection/table/AnomalyTableWindow.h"
+
+#include "host/Gbk.h"
+#include "workbench/inspection/context/Session.h"
+#include "workbench/inspection/database/AnomalyTable.h"
+#include "workbench/inspection/scene/AnomalyOverlays.h"
+#include "workbench/inspection/table/AnomalyFilterBar.h"
+#include "workbench/inspection/table/AnomalyTableModel.h"
+#include "workbench/inspection/table/AnomalyTableView.h"
+
+#include <QVBoxLayout>
+
+#include <algorithm>
+#include <iostream>
+#include <unordered_map>
+
+namespace inspection {
+
+using mysqlhelper::KV_MySQL;
+using mysqlhelper::KV_MySQL_Exception;
+
+namespace {
+
+constexpr int kReachedMilliseconds = 200;
+
+std::set<std::string> namesOf(const std::vector<SdiffData>& anomalies) {
+    std::set<std::string> names;
+    for (const SdiffData& anomaly : anomalies) {
+        names.insert(anomaly.name);
+    }
+    return names;
+}
+
+void copyAttributes(const std::vector<SdiffData>& from, std::vector<SdiffData>& to) {
+    std::unordered_map<std::string, const std::string*> attributes;
+    for (const SdiffData& changed : from) {
+        attributes[changed.name] = &changed.attribute;
+    }
+    for (SdiffData& anomaly : to) {
+        const auto changed = attributes.find(anomaly.name);
+        if (changed != attributes.end()) {
+            anomaly.attribute = *changed->second;
+        }
+    }
+}
+
+void removeNamed(const std::set<std::string>& names, std::vector<SdiffData>& anomalies) {
+    anomalies.erase(std::remove_if(anomalies.begin(), anomalies.end(),
+                                   [&](const SdiffData& anomaly) { return names.count(anomaly.name) != 0; }),
+                    anomalies.end());
+}
+
+/// Whole rows, in as few ranges as possible. `rows` in any order.
+QItemSelection rowSelection(const QAbstractItemModel& model, std::vector<int> rows) {
+    std::sort(rows.begin(), rows.end());
+    QItemSelection selection;
+    for (std::size_t first = 0; first < rows.size();) {
+        std::size_t last = first;
+        while (last + 1 < rows.size() && rows[last + 1] == rows[last] + 1) {
+            ++last;
+        }
+        selection.append({model.index(rows[first], 0), model.index(rows[last], model.columnCount() - 1)});
+        first = last + 1;
+    }
+    return selection;
+}
+
+} // namespace
+
+AnomalyTableWindow::AnomalyTableWindow(Session& session, AnomalyOverlays& overlays, QWidget* parent)
+    : AVWindow(parent), m_session(session), m_overlays(overlays), m_model(new AnomalyTableModel(this)),
+      m_filter(new AnomalyFilter(this)), m_bar(new AnomalyFilterBar) {
+    m_filter->setSourceModel(m_model);
+    m_table = new AnomalyTableView(*m_filter);
+    build();
+    connectTable();
+    updateSummary();
+}
+
+AnomalyTableWindow::~AnomalyTableWindow() = default;
+
+void AnomalyTableWindow::build() {
+    setFocusProxy(m_table);
+    auto* column = new QVBoxLayout(this);
+    column->setContentsMargins(6, 6, 6, 6);
+    column->setSpacing(4);
+    column->addWidget(m_bar);
+    column->addWidget(m_table, 1);
+}
+
+void AnomalyTableWindow::connectTable() {
+    for (QTimer* timer : {&m_take, &m_show, &m_reached}) {
+        timer->setSingleShot(true);
+    }
+    m_reached.setInterval(kReachedMilliseconds);
+    connect(&m_take, &QTimer::timeout, this, &AnomalyTableWindow::takeSelection);
+    connect(&m_show, &QTimer::timeout, this, &AnomalyTableWindow::showSelection);
+    connect(&m_reached, &QTimer::timeout, this, [this] {
+        if (const SdiffData* anomaly = anomalyAt(m_table->currentIndex())) {
+            emit anomalyReached(*anomaly);
+        }
+    });
+    connect(m_table->selectionModel(), &QItemSelectionModel::selectionChanged, this, [this] {
+        if (!m_showingSelection) {
+            m_take.start(0);
+        }
+    });
+    connect(m_table, &AnomalyTableView::walked, this, [this] { m_reached.start(); });
+    connect(m_table, &AnomalyTableView::attributeRequested, this, &AnomalyTableWindow::classifySelected);
+    connect(m_table, &AnomalyTableView::deleteRequested, this, &AnomalyTableWindow::deleteSelected);
+    connect(m_table, &AnomalyTableView::showRequested, this, [this](const QModelIndex& index) {
+        if (const SdiffData* anomaly = anomalyAt(index)) {
+            m_reached.stop();
+            emit anomalyActivated(*anomaly);
+        }
+    });
+    connect(m_bar, &AnomalyFilterBar::attributeChosen, m_filter, &AnomalyFilter::setAttributeFilter);
+    connect(m_bar, &AnomalyFilterBar::signChosen, m_filter, &AnomalyFilter::setSignFilter);
+    connect(m_bar, &AnomalyFilterBar::attributeChosen, this, &AnomalyTableWindow::updateSummary);
+    connect(m_bar, &AnomalyFilterBar::signChosen, this, &AnomalyTableWindow::updateSummary);
+}
+
+void AnomalyTableWindow::SetCurrentItem(const KV_StationItem& item) {
+    m_current = item;
+    updateSummary();
+}
+
+void AnomalyTableWindow::Refresh() {
+    m_take.stop();
+    m_model->setAnomalies({});
+    updateSummary();
+}
+
+void AnomalyTableWindow::AddData() {
+    m_take.stop();
+    m_model->setAnomalies(m_current.m_diffData.m_anomalies);
+    m_table->fitColumns();
+    showSelection();
+}
+
+void AnomalyTableWindow::showStation(KV_StationItem* item) {
+    if (item == nullptr && !m_selectedNames.empty()) {
+        m_selectedNames.clear();
+        announceSelection();
+    }
+    Refresh();
+    SetCurrentItem(item != nullptr ? *item : KV_StationItem());
+    AddData();
+}
+
+void AnomalyTableWindow::updateSummary() {
+    const auto& anomalies = m_model->anomalies();
+    m_bar->setAnomalies(anomalies);
+    if (m_current.GetStationId() == 0) {
+        m_bar->setSummary(tr("未选择站段"));
+        return;
+    }
+    const auto fills =
+        std::count_if(anomalies.begin(), anomalies.end(), [](const auto& each) { return each.isFill; });
+    const auto judged = std::count_if(anomalies.begin(), anomalies.end(),
+                                      [](const auto& each) { return !each.attribute.empty(); });
+    QString text = tr("%1：共 %2 处异常，填方 %3，挖方 %4，已判定 %5")
+                       .arg(fromGbk(m_current.m_station.m_name))
+                       .arg(anomalies.size())
+                       .arg(fills)
+                       .arg(static_cast<qsizetype>(anomalies.size()) - fills)
+                       .arg(judged);
+    if (m_filter->isFiltering()) {
+        text += tr("，显示 %1").arg(m_filter->rowCount());
+    }
+    const auto selectedRows = m_table->selectionModel()->selectedRows().size();
+    if (selectedRows > 1) {
+        text += tr("，已选 %1").arg(selectedRows);
+    }
+    m_bar->setSummary(text);
+}
+
+const SdiffData* AnomalyTableWindow::anomalyAt(const QModelIndex& sortedIndex) const {
+    const int row = m_filter->mapToSource(sortedIndex).row();
+    return row >= 0 && row < m_model->rowCount() ? &m_model->anomaly(row) : nullptr;
+}
+
+std::vector<SdiffData> AnomalyTableWindow::selected() const {
+    std::vector<SdiffData> anomalies;
+    for (const QModelIndex& index : m_table->selectionModel()->selectedRows()) {
+        if (const SdiffData* anomaly = anomalyAt(index)) {
+            anomalies.push_back(*anomaly);
+        }
+    }
+    return anomalies;
+}
+
+void AnomalyTableWindow::takeSelection() {
+    m_show.stop();
+    m_selectedNames.clear();
+    for (const SdiffData& anomaly : selected()) {
+        m_selectedNames.push_back(anomaly.name);
+    }
+    updateSummary();
+    announceSelection();
+}
+
+void AnomalyTableWindow::announceSelection() {
+    emit selectionChanged(m_selectedNames);
+}
+
+void AnomalyTableWindow::SetSelectedbyname(const std::vector<std::string>& names) {
+    m_take.stop();
+    m_selectedNames = names;
+    m_show.start(0);
+}
+
+void AnomalyTableWindow::showSelection() {
+    m_show.stop();
+    std::vector<int> rows;
+    for (const std::string& name : m_selectedNames) {
+        const int row = m_filter->mapFromSource(m_model->index(m_model->rowOf(name), 0)).row();
+        if (row >= 0) {
+            rows.push_back(row);
+        }
+    }
+    m_showingSelection = true;
+    m_table->selectionModel()->select(rowSelection(*m_filter, rows), QItemSelectionModel::ClearAndSelect);
+    if (!rows.empty()) {
+        const QModelIndex last = m_filter->index(rows.back(), AnomalyTableModel::Name);
+        m_table->selectionModel()->setCurrentIndex(last, QItemSelectionModel::NoUpdate);
+        m_table->scrollTo(last, QAbstractItemView::EnsureVisible);
+    }
+    m_showingSelection = false;
+    updateSummary();
+}
+
+void AnomalyTableWindow::SetSelectedbycoor(KV_StationItem* item, double x, double y) {
+    SdiffData anomaly;
+    if (item != nullptr && item->GetStationId() == m_current.GetStationId() &&
+        item->m_diffData.GetdiffdataBycoor(x, y, anomaly)) {
+        m_selectedNames = {anomaly.name};
+        showSelection();
+        announceSelection();
+    }
+}
+
+template<typename Store>
+bool AnomalyTableWindow::stored(const Store& store) {
+    KV_MySQL* database = m_session.connection();
+    if (database == nullptr) {
+        return false;
+    }
+    try {
+        store(*database);
+        return true;
+    } catch (const KV_MySQL_Exception& exception) {
+        std::cout << exception.what() << std::endl;
+        m_session.warn(tr("数据库拒绝了修改，未作任何更改：%1").arg(QString::fromUtf8(exception.what())));
+        return false;
+    }
+}
+
+void AnomalyTableWindow::SetItemAtrii(KV_StationItem* item, const std::vector<SdiffData>& anomalies) {
+    if (item == nullptr || anomalies.empty() ||
+        !stored([&](KV_MySQL& database) { storeAttributes(database, anomalies); })) {
+        return;
+    }
+    const std::uint32_t stationId = item->GetStationId();
+    copyAttributes(anomalies, item->m_diffData.m_anomalies);
+    if (stationId == m_current.GetStationId()) {
+        copyAttributes(anomalies, m_current.m_diffData.m_anomalies);
+        m_model->setAttributes(anomalies);
+        updateSummary();
+    }
+    emit anomaliesChanged(stationId);
+}
+
+void AnomalyTableWindow::DeleteItems(KV_StationItem* item, const std::vector<SdiffData>& anomalies) {
+    if (item == nullptr || anomalies.empty() ||
+        !stored([&](KV_MySQL& database) { deleteAnomalies(database, anomalies); })) {
+        return;
+    }
+    const std::uint32_t stationId = item->GetStationId();
+    const std::set<std::string> names = namesOf(anomalies);
+    removeNamed(names, item->m_diffData.m_anomalies);
+    for (const std::string& name : names) {
+        m_overlays.remove(stationId, name);
+    }
+    forget(names);
+    if (stationId == m_current.GetStationId()) {
+        removeNamed(names, m_current.m_diffData.m_anomalies);
+        m_model->remove(names);
+        updateSummary();
+    }
+    emit anomaliesChanged(stationId);
+}
+
+void AnomalyTableWindow::forget(const std::set<std::string>& names) {
+    m_selectedNames.erase(std::remove_if(m_selectedNames.begin(), m_selectedNames.end(),
+                                         [&](const std::string& name) { return names.count(name) != 0; }),
+                          m_selectedNames.end());
+}
+
+void AnomalyTableWindow::classifySelected(const QString& attribute) {
+    std::vector<SdiffData> anomalies = selected();
+    for (SdiffData& anomaly : anomalies) {
+        anomaly.attribute = toGbk(attribute);
+    }
+    SetItemAtrii(&m_current, anomalies);
+    walkOn();
+}
+
+void AnomalyTableWindow::deleteSelected() {
+    const std::vector<SdiffData> anomalies = selected();
+    if (anomalies.empty() || !m_session.ask(tr("是否删除变形信息?"))) {
+        return;
+    }
+    DeleteItems(&m_current, anomalies);
+    walkOn();
+}
+
+// Rows that left the table, deleted or judged away under a filter, leave the current row on their neighbour.
+void AnomalyTableWindow::walkOn() {
+    m_table->setFocus();
+    if (m_table->selectionModel()->hasSelection() || !m_table->currentIndex().isValid()) {
+        return;
+    }
+    m_table->selectRow(m_table->currentIndex().row());
+    m_reached.start();
+}
+
+} // namespace inspection

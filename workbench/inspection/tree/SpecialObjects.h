@@ -1,0 +1,69 @@
+#pragma once
+
+#include "workbench/inspection/tree/SpecialObjectStore.h"
+
+#include <QObject>
+
+#include <map>
+
+class QTreeWidgetItem;
+
+namespace inspection {
+
+class Session;
+class SpecialObjectNodes;
+class StationTree;
+
+/// The special objects of the open project: in the database, in the tree and, for what the user does in the
+/// tree, on the globe. What a tool adds, deletes or edits it shows on the globe by itself. An object is known
+/// by its name, which no two have. GUI thread.
+class SpecialObjects : public QObject {
+    Q_OBJECT
+
+public:
+    /// All three must outlive it.
+    SpecialObjects(Session& session, StationTree& tree, SpecialObjectNodes& nodes, QObject* parent = nullptr);
+
+    /// Enters what is stored. Throws KV_MySQL_Exception when the database refuses.
+    void load();
+    void clear();
+
+    bool contains(const QString& name) const { return m_entries.count(name) != 0; }
+    /// Selects it in the tree; an unknown name changes nothing.
+    void select(const QString& name);
+    /// Longitude, latitude and height of a tree entry's object; nothing when it is no longer stored.
+    std::optional<osg::Vec3d> position(const QTreeWidgetItem& entry) const;
+    /// Marks the object of the tree's current entry on the globe; an entry of another kind, or none, marks
+    /// nothing.
+    void markCurrent(const QTreeWidgetItem* entry);
+
+    // For tools. False when it was refused; nothing is changed then.
+    /// Stores a new object and selects it in the tree. The user is told when it was the database that
+    /// refused.
+    bool add(const KV_BasicNode& record);
+    bool remove(const QString& name, int objectType);
+    /// Stores an edited record, which may have another name (`oldName` is GBK). The user is told when the
+    /// new one is empty.
+    bool update(const KV_BasicNode& record, const std::string& oldName);
+
+public slots:
+    /// The user has ticked or renamed an entry.
+    void takeChange(QTreeWidgetItem* entry);
+    /// Deletes an entry's object everywhere, once the user has confirmed it.
+    void askToDelete(QTreeWidgetItem* entry);
+
+private:
+    void enter(const KV_BasicNode& record, std::uint32_t id);
+    void forget(const QString& name);
+    void rename(QTreeWidgetItem* entry, const QString& oldName);
+    QString storeName(const QTreeWidgetItem& entry, const QString& name) const;
+    QString nameOf(const QTreeWidgetItem* entry) const;
+
+    Session& m_session;
+    StationTree& m_tree;
+    SpecialObjectNodes& m_nodes;
+    SpecialObjectStore m_store;
+    std::map<QString, QTreeWidgetItem*> m_entries; ///< by the name that is stored
+};
+
+} // namespace inspection

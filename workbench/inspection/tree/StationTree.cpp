@@ -1,0 +1,224 @@
+#include "workbench/inspection/tree/StationTree.h"
+
+#include "host/inspection/Records.h"
+
+#include <QContextMenuEvent>
+#include <QHeaderView>
+#include <QKeyEvent>
+#include <QMenu>
+#include <QMouseEvent>
+
+#include <algorithm>
+
+namespace inspection {
+
+StationTree::StationTree(QWidget* parent) : QTreeWidget(parent) {
+    setObjectName("stationTree");
+    setColumnCount(2);
+    setHeaderLabels({tr("名称"), tr("异常数")});
+    headerItem()->setTextAlignment(CountColumn, Qt::AlignRight | Qt::AlignVCenter);
+    header()->setStretchLastSection(false);
+    header()->setSectionResizeMode(NameColumn, QHeaderView::Stretch);
+    header()->setSectionResizeMode(CountColumn, QHeaderView::ResizeToContents);
+    setUniformRowHeights(true);
+    setExpandsOnDoubleClick(false);
+    setEditTriggers(QAbstractItemView::EditKeyPressed); // a double click flies there
+    setSelectionMode(QAbstractItemView::SingleSelection);
+    makeGroups();
+    connect(this, SIGNAL(itemChanged(QTreeWidgetItem*, int)), this, SLOT(extendCheck(QTreeWidgetItem*, int)));
+}
+
+void StationTree::makeGroups() {
+    const QSignalBlocker quiet(this);
+    clear();
+    m_lastChecked = nullptr;
+    m_stations = addGroup(tr("站场/站段"), true);
+    m_points = addGroup(tr("特殊点"), false);
+    m_areas = addGroup(tr("特殊区域"), false);
+    m_polygons = addGroup(tr("高后果区"), false);
+}
+
+QTreeWidgetItem* StationTree::addGroup(const QString& title, bool expanded) {
+    auto* group = new QTreeWidgetItem(this, Root);
+    group->setText(NameColumn, title);
+    group->setTextAlignment(CountColumn, Qt::AlignRight | Qt::AlignVCenter);
+    group->setFlags(Qt::ItemIsEnabled | Qt::ItemIsUserCheckable | Qt::ItemIsAutoTristate |
+                    Qt::ItemIsSelectable);
+    group->setCheckState(NameColumn, Qt::Unchecked);
+    QFont bold = font();
+    bold.setBold(true);
+    group->setFont(NameColumn, bold);
+    group->setExpanded(expanded);
+    return group;
+}
+
+QTreeWidgetItem* StationTree::objectRoot(int objectType) const {
+    switch (objectType) {
+    case KV_SPECIAL_POINT:
+        return m_points;
+    case KV_SPECIAL_AREA:
+        return m_areas;
+    case KV_HIGH_CONSEQUENCE_AREA:
+        return m_polygons;
+    default:
+        return nullptr;
+    }
+}
+
+QTreeWidgetItem* StationTree::addStation(std::uint32_t id, const QString& name) {
+    const QSignalBlocker quiet(this);
+    auto* item = new QTreeWidgetItem(m_stations, Station);
+    item->setText(NameColumn, name);
+    item->setData(NameColumn, kIdRole, id);
+    item->setFlags(Qt::ItemIsEnabled | Qt::ItemIsUserCheckable | Qt::ItemIsSelectable |
+                   Qt::ItemNeverHasChildren);
+    item->setCheckState(NameColumn, Qt::Unchecked);
+    item->setTextAlignment(CountColumn, Qt::AlignRight | Qt::AlignVCenter);
+    return item;
+}
+
+QTreeWidgetItem* StationTree::addObject(int objectType, std::uint32_t id, const QString& name) {
+    QTreeWidgetItem* group = objectRoot(objectType);
+    if (group == nullptr) {
+        return nullptr;
+    }
+    const QSignalBlocker quiet(this);
+    auto* item = new QTreeWidgetItem(group, SpecialObject);
+    item->setText(NameColumn, name);
+    item->setData(NameColumn, kIdRole, id);
+    item->setData(NameColumn, kObjectTypeRole, objectType);
+    item->setFlags(Qt::ItemIsEnabled | Qt::ItemIsUserCheckable | Qt::ItemIsSelectable | Qt::ItemIsEditable |
+                   Qt::ItemNeverHasChildren);
+    item->setCheckState(NameColumn, Qt::Checked);
+    return item;
+}
+
+void StationTree::removeObject(QTreeWidgetItem* item) {
+    const QSignalBlocker quiet(this);
+    if (m_lastChecked == item) {
+        m_lastChecked = nullptr;
+    }
+    delete item;
+}
+
+QTreeWidgetItem* StationTree::station(std::uint32_t id) const {
+    for (int i = 0; i < m_stations->childCount(); ++i) {
+        QTreeWidgetItem* item = m_stations->child(i);
+        if (item->data(NameColumn, kIdRole).toUInt() == id) {
+            return item;
+        }
+    }
+    return nullptr;
+}
+
+std::vector<std::uint32_t> StationTree::checkedStations() const {
+    std::vector<std::uint32_t> ids;
+    for (int i = 0; i < m_stations->childCount(); ++i) {
+        const QTreeWidgetItem* item = m_stations->child(i);
+        if (item->checkState(NameColumn) == Qt::Checked) {
+            ids.push_back(item->data(NameColumn, kIdRole).toUInt());
+        }
+    }
+    return ids;
+}
+
+void StationTree::setName(QTreeWidgetItem* item, const QString& name) {
+    const QSignalBlocker quiet(this);
+    item->setText(NameColumn, name);
+}
+
+void StationTree::setCount(QTreeWidgetItem* item, const QString& text) {
+    const QSignalBlocker quiet(this);
+    item->setText(CountColumn, text);
+}
+
+void StationTree::updateGroupCounts() {
+    int anomalies = 0;
+    bool computed = false;
+    for (int i = 0; i < m_stations->childCount(); ++i) {
+        bool isNumber = false;
+        anomalies += m_stations->child(i)->text(CountColumn).toInt(&isNumber);
+        computed = computed || isNumber;
+    }
+    setCount(m_stations, computed ? QString::number(anomalies) : QString());
+}
+
+void StationTree::checkAll() {
+    checkStations(Qt::Checked);
+}
+
+void StationTree::checkNone() {
+    checkStations(Qt::Unchecked);
+}
+
+void StationTree::checkStations(Qt::CheckState state) {
+    m_extending = true;
+    for (int i = 0; i < m_stations->childCount(); ++i) {
+        m_stations->child(i)->setCheckState(NameColumn, state);
+    }
+    m_extending = false;
+    m_lastChecked = nullptr;
+}
+
+void StationTree::extendCheck(QTreeWidgetItem* item, int column) {
+    if (m_extending || column != NameColumn || item->type() == Root) {
+        return;
+    }
+    QTreeWidgetItem* from = m_lastChecked;
+    m_lastChecked = item;
+    if (!m_shiftHeld || from == nullptr || from->parent() != item->parent()) {
+        return;
+    }
+    m_extending = true;
+    QTreeWidgetItem* group = item->parent();
+    const auto [first, last] = std::minmax({group->indexOfChild(from), group->indexOfChild(item)});
+    for (int i = first; i <= last; ++i) {
+        group->child(i)->setCheckState(NameColumn, item->checkState(NameColumn));
+    }
+    m_extending = false;
+}
+
+void StationTree::mouseReleaseEvent(QMouseEvent* event) {
+    m_shiftHeld = event->modifiers().testFlag(Qt::ShiftModifier);
+    QTreeWidget::mouseReleaseEvent(event);
+    m_shiftHeld = false;
+}
+
+void StationTree::keyPressEvent(QKeyEvent* event) {
+    QTreeWidgetItem* item = currentItem();
+    if (event->key() == Qt::Key_Delete && item != nullptr && item->type() == SpecialObject) {
+        emit deleteRequested(item);
+    } else {
+        QTreeWidget::keyPressEvent(event);
+    }
+}
+
+void StationTree::contextMenuEvent(QContextMenuEvent* event) {
+    QTreeWidgetItem* item = itemAt(viewport()->mapFromGlobal(event->globalPos()));
+    QMenu menu(this);
+    menu.setObjectName("stationTreeMenu");
+    menu.addAction(tr("全选"), this, SLOT(checkAll()));
+    menu.addAction(tr("全不选"), this, SLOT(checkNone()));
+    menu.addSeparator();
+    QAction* fly = menu.addAction(tr("飞到"));
+    fly->setEnabled(item != nullptr && item->type() != Root);
+    QAction* rename = menu.addAction(tr("重命名\tF2"));
+    rename->setEnabled(item != nullptr && item->type() == SpecialObject);
+    QAction* remove = menu.addAction(tr("删除") + "\tDelete");
+    remove->setEnabled(rename->isEnabled());
+    const QAction* chosen = menu.exec(event->globalPos());
+    if (chosen == fly) {
+        emit flyRequested(item);
+    } else if (chosen == rename) {
+        editItem(item, NameColumn);
+    } else if (chosen == remove) {
+        emit deleteRequested(item);
+    }
+}
+
+// Only names are edited, wherever in the row the user has clicked before.
+bool StationTree::edit(const QModelIndex& index, EditTrigger trigger, QEvent* event) {
+    return QTreeWidget::edit(index.siblingAtColumn(NameColumn), trigger, event);
+}
+
+} // namespace inspection

@@ -1,0 +1,77 @@
+#pragma once
+
+#include <QTreeWidget>
+
+#include <cstdint>
+#include <vector>
+
+namespace inspection {
+
+/// The tree of stations and special objects with its check boxes: a click on a box with Shift sets all boxes
+/// from the last one set up to it; special objects are renamed with F2 and deleted with Delete; the context
+/// menu checks all, none, renames, deletes, or flies there. GUI thread.
+class StationTree : public QTreeWidget {
+    Q_OBJECT
+
+public:
+    enum ItemType { Root = QTreeWidgetItem::UserType, Station, SpecialObject };
+    enum Column { NameColumn, CountColumn };
+    /// Data roles of an item's id and, for special objects, its object type code.
+    static constexpr int kIdRole = Qt::UserRole;
+    static constexpr int kObjectTypeRole = Qt::UserRole + 1;
+
+    explicit StationTree(QWidget* parent = nullptr);
+
+    /// Rebuilt empty, with its four groups.
+    void makeGroups();
+    QTreeWidgetItem* stationRoot() const { return m_stations; }
+    /// The group of an object type code; null for another code.
+    QTreeWidgetItem* objectRoot(int objectType) const;
+
+    QTreeWidgetItem* addStation(std::uint32_t id, const QString& name);
+    QTreeWidgetItem* addObject(int objectType, std::uint32_t id, const QString& name);
+    void removeObject(QTreeWidgetItem* item);
+    QTreeWidgetItem* station(std::uint32_t id) const;
+    /// Ids of the checked stations in tree order.
+    std::vector<std::uint32_t> checkedStations() const;
+    /// Shows a name without announcing it as a change.
+    void setName(QTreeWidgetItem* item, const QString& name);
+    /// What stands in the column of counts.
+    void setCount(QTreeWidgetItem* item, const QString& text);
+    /// Brings the groups' captions in line with their children.
+    void updateGroupCounts();
+
+public slots:
+    /// Stations only.
+    void checkAll();
+    void checkNone();
+
+signals:
+    void flyRequested(QTreeWidgetItem* item);
+    /// Of a special object.
+    void deleteRequested(QTreeWidgetItem* item);
+
+protected:
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void contextMenuEvent(QContextMenuEvent* event) override;
+    using QTreeWidget::edit;
+    bool edit(const QModelIndex& index, EditTrigger trigger, QEvent* event) override;
+
+private slots:
+    void extendCheck(QTreeWidgetItem* item, int column);
+
+private:
+    QTreeWidgetItem* addGroup(const QString& title, bool expanded);
+    void checkStations(Qt::CheckState state);
+
+    QTreeWidgetItem* m_stations = nullptr;
+    QTreeWidgetItem* m_points = nullptr;
+    QTreeWidgetItem* m_areas = nullptr;
+    QTreeWidgetItem* m_polygons = nullptr;
+    QTreeWidgetItem* m_lastChecked = nullptr;
+    bool m_shiftHeld = false;
+    bool m_extending = false;
+};
+
+} // namespace inspection

@@ -1,0 +1,307 @@
+#include "workbench/inspection/tree/StationTreeWindow.h"
+
+#include "host/Gbk.h"
+#include "workbench/inspection/context/Session.h"
+#include "workbench/inspection/database/StationTable.h"
+#include "workbench/inspection/scene/AnomalyOverlays.h"
+#include "workbench/inspection/scene/GlobeNavigation.h"
+#include "workbench/inspection/scene/StationProjection.h"
+#include "workbench/inspection/tree/SpecialObjects.h"
+#include "workbench/inspection/tree/StationTree.h"
+#include "workbench/inspection/tree/StationWork.h"
+
+#include <QDir>
+#include <QHBoxLayout>
+#include <QToolButton>
+#include <QVBoxLayout>
+
+#include <algorithm>
+#include <iostream>
+
+namespace inspection {
+
+using mysqlhelper::KV_MySQL_Exception;
+
+namespace {
+
+constexpr double kLeastRangeMetres = 80.0;
+constexpr double kRangeOfExtent = 1.5;
+
+/// Empty also when the database cannot be read.
+std::optional<StationResult> storedResult(const Session& session, std::uint32_t stationId) {
+    try {
+        return session.connection() != nullptr ? readStationResult(*session.connection(), stationId)
+                                               : std::nullopt;
+    } catch (const KV_MySQL_Exception& exception) {
+        std::cout << exception.what() << std::endl;
+        return std::nullopt;
+    }
+}
+
+void flyToStation(const KV_Station& station) {
+    const double x = (station.m_xMin + station.m_xMax) / 2.0;
+    const double y = (station.m_yMin + station.m_yMax) / 2.0;
+    if (const auto at = StationProjection(station.m_srs).toLonLatDegrees(x, y)) {
+        const double extent = std::max(station.m_xMax - station.m_xMin, station.m_yMax - station.m_yMin);
+        flyTo(at->x(), at->y(), std::max(extent * kRangeOfExtent, kLeastRangeMetres));
+    }
+}
+
+} // namespace
+
+StationTreeWindow::StationTreeWindow(Session& session, AnomalyOverlays& overlays,
+                                     SpecialObjectNodes& objectNodes, QWidget* parent)
+    : StationWindow(parent), m_session(session), m_overlays(overlays), m_work(new StationWork(session, this)),
+      m_tree(new StationTree), m_objects(new SpecialObjects(session, *m_tree, objectNodes, this)) {
+    build();
+    connect(m_tree, SIGNAL(itemChanged(QTreeWidgetItem*, int)), this,
+            SLOT(ChangeStationStates(QTreeWidgetItem*, int)));
+    connect(m_tree, SIGNAL(currentItemChanged(QTreeWidgetItem*, QTreeWidgetItem*)), this,
+            SLOT(changeCurrent(QTreeWidgetItem*)));
+    connect(m_tree, SIGNAL(itemDoubleClicked(QTreeWidgetItem*, int)), this,
+            SLOT(flyToItem(QTreeWidgetItem*)));
+    connect(m_tree, SIGNAL(flyRequested(QTreeWidgetItem*)), this, SLOT(flyToItem(QTreeWidgetItem*)));
+    connect(m_work, &StationWork::computed, this, &StationTreeWindow::takeResults);
+}
+
+StationTreeWindow::~StationTreeWindow() = default;
+
+void StationTreeWindow::build() {
+    setFocusProxy(m_tree);
+    const auto button = [this](const QString& text, const char* slot) {
+        auto* made = new QToolButton;
+        made->setText(text);
+        made->setAutoRaise(true);
+        connect(made, SIGNAL(clicked()), m_tree, slot);
+        return made;
+    };
+    auto* row = new QHBoxLayout;
+    row->setSpacing(4);
+    row->addWidget(button(tr("全选"), SLOT(checkAll())));
+    row->addWidget(button(tr("全不选"), SLOT(checkNone())));
+    row->addStretch(1);
+
+    auto* column = new QVBoxLayout(this);
+    column->setContentsMargins(6, 6, 6, 6);
+    column->setSpacing(4);
+    column->addLayout(row);
+    column->addWidget(m_tree, 1);
+}
+
+void StationTreeWindow::load() {
+    clear();
+    try {
+        loadStations();
+        m_objects->load();
+    } catch (const KV_MySQL_Exception& exception) {
+        std::cout << exception.what() << std::endl;
+        m_session.warn(tr("无法读取项目数据库：%1").arg(QString::fromUtf8(exception.what())));
+    }
+}
+
+void StationTreeWindow::clear() {
+    m_overlays.hideAll();
+    m_objects->clear();
+    emit currentStationChanged(nullptr);
+    m_items.clear();
+    m_tree->makeGroups();
+}
+
+void StationTreeWindow::loadStations() {
+    for (const KV_Station& station : readStations(*m_session.connection())) {
+        auto item = std::make_unique<KV_StationItem>(station);
+        item->readclassfi();
+        m_tree->addStation(station.m_id, fromGbk(station.m_name));
+        showCount(*item);
+        m_items.push_back(std::move(item));
+    }
+}
+
+KV_StationItem* StationTreeWindow::item(std::uint32_t stationId) const {
+    const auto found = std::find_if(m_items.begin(), m_items.end(), [stationId](const auto& item) {
+        return item->GetStationId() == stationId;
+    });
+    return found == m_items.end() ? nullptr : found->get();
+}
+
+void StationTreeWindow::showCount(const KV_StationItem& station) {
+    QTreeWidgetItem* entry = m_tree->station(station.GetStationId());
+    if (entry == nullptr) {
+        return;
+    }
+    const bool computed = storedResult(m_session, station.GetStationId()).has_value();
+    m_tree->setCount(entry, computed ? QString::number(station.m_diffData.m_anomalies.size()) : tr("未计算"));
+    m_tree->updateGroupCounts();
+}
+
+void StationTreeWindow::showOverlays(const KV_StationItem& station) {
+    OverlayStyle style;
+    m_shownColours = colours();
+    style.fill = m_shownColours.first;
+    style.cut = m_shownColours.second;
+    style.srs = QString::fromStdString(station.m_station.m_srs);
+    if (const auto result = storedResult(m_session, station.GetStationId())) {
+        style.dzRaster = QDir(m_session.project()->description().folder).filePath(result->dzRaster);
+    }
+    m_overlays.show(station, style);
+    emit overlaysShown();
+}
+
+void StationTreeWindow::ChangeStationStates(QTreeWidgetItem* entry, int column) {
+    if (column != StationTree::NameColumn) {
+        return;
+    }
+    if (entry->type() == StationTree::SpecialObject) {
+        m_objects->takeChange(entry);
+        return;
+    }
+    const bool checked = entry->checkState(StationTree::NameColumn) == Qt::Checked;
+    const KV_StationItem* station = item(entry->data(StationTree::NameColumn, StationTree::kIdRole).toUInt());
+    if (entry->type() != StationTree::Station || station == nullptr ||
+        checked == m_overlays.isShown(station->GetStationId())) {
+        return;
+    }
+    if (checked) {
+        showOverlays(*station);
+    } else {
+        m_overlays.hide(station->GetStationId());
+    }
+}
+
+void StationTreeWindow::changeCurrent(QTreeWidgetItem* entry) {
+    m_objects->markCurrent(entry);
+    if (entry != nullptr && entry->type() == StationTree::Station) {
+        emit currentStationChanged(item(entry->data(StationTree::NameColumn, StationTree::kIdRole).toUInt()));
+    }
+}
+
+void StationTreeWindow::flyToItem(QTreeWidgetItem* entry) {
+    const std::uint32_t id = entry->data(StationTree::NameColumn, StationTree::kIdRole).toUInt();
+    if (entry->type() == StationTree::Station) {
+        if (const KV_StationItem* station = item(id)) {
+            flyToStation(station->m_station);
+        }
+    } else if (entry->type() == StationTree::SpecialObject) {
+        if (const auto place = m_objects->position(*entry)) {
+            flyTo(place->x(), place->y(), 4.0 * kLeastRangeMetres);
+        }
+    }
+}
+
+void StationTreeWindow::PickCurrentShowItemsDiff() {
+    m_work->compute(m_tree->checkedStations());
+}
+
+void StationTreeWindow::OutPutReport() {
+    m_work->writeReport();
+}
+
+void StationTreeWindow::OutPutShap() {
+    m_work->writeShapes();
+}
+
+void StationTreeWindow::takeResults(const std::vector<std::uint32_t>& stationIds) {
+    for (const std::uint32_t id : stationIds) {
+        refreshStation(id);
+    }
+    refreshOverlays();
+    const QTreeWidgetItem* current = m_tree->currentItem();
+    if (current != nullptr && current->type() == StationTree::Station) {
+        changeCurrent(m_tree->currentItem());
+        return;
+    }
+    const auto rich = std::find_if(stationIds.begin(), stationIds.end(), [this](std::uint32_t id) {
+        const KV_StationItem* station = item(id);
+        return station != nullptr && !station->m_diffData.m_anomalies.empty();
+    });
+    if (rich != stationIds.end()) {
+        m_tree->setCurrentItem(m_tree->station(*rich));
+    }
+}
+
+void StationTreeWindow::refreshStation(quint32 stationId) {
+    KV_StationItem* station = item(stationId);
+    if (station != nullptr && station->readdom() && station->readclassfi()) {
+        showCount(*station);
+    }
+}
+
+void StationTreeWindow::refreshOverlays() {
+    for (const std::uint32_t id : m_tree->checkedStations()) {
+        if (const KV_StationItem* station = item(id)) {
+            showOverlays(*station);
+        }
+    }
+}
+
+void StationTreeWindow::recolourOverlays() {
+    if (colours() != m_shownColours) {
+        refreshOverlays();
+    }
+}
+
+std::pair<QColor, QColor> StationTreeWindow::colours() const {
+    const ProjectParameters parameters = m_session.parameters();
+    return {parameters.fillColour, parameters.cutColour};
+}
+
+std::vector<KV_StationItem*> StationTreeWindow::GetSelectedStationItem() {
+    std::vector<KV_StationItem*> selected;
+    for (const std::uint32_t id : m_tree->checkedStations()) {
+        selected.push_back(item(id));
+    }
+    return selected;
+}
+
+bool StationTreeWindow::IsDiffChecked(const KV_StationItem* station) const {
+    if (station == nullptr) {
+        return false;
+    }
+    const QTreeWidgetItem* entry = m_tree->station(station->GetStationId());
+    return entry != nullptr && entry->checkState(StationTree::NameColumn) == Qt::Checked &&
+           m_overlays.isShown(station->GetStationId());
+}
+
+bool StationTreeWindow::SetcurrentdiffSelected(KV_StationItem* station) {
+    if (station == nullptr || !station->readclassfi()) {
+        return false;
+    }
+    // The caller fills the table itself.
+    const QSignalBlocker quiet(m_tree);
+    m_tree->setCurrentItem(m_tree->station(station->GetStationId()));
+    return true;
+}
+
+bool StationTreeWindow::isReiterated_node(const QString& name) const {
+    return m_objects->contains(name);
+}
+
+void StationTreeWindow::SelectNode(const QString& name) {
+    m_objects->select(name);
+}
+
+bool StationTreeWindow::AddPointNode(const Special_Point& point) {
+    return m_objects->add(point);
+}
+
+bool StationTreeWindow::AddAreaNode(const Special_Polygon& area) {
+    return m_objects->add(area);
+}
+
+bool StationTreeWindow::DeleteNode(const QString& name, int type) {
+    return m_objects->remove(name, type);
+}
+
+bool StationTreeWindow::UpdataNode(const Special_Polygon& polygon, const std::string& oldName) {
+    return m_objects->update(polygon, oldName);
+}
+
+bool StationTreeWindow::UpdataNode(const Special_Area& area, const std::string& oldName) {
+    return m_objects->update(area, oldName);
+}
+
+bool StationTreeWindow::UpdataNode(const Special_Point& point, const std::string& oldName) {
+    return m_objects->update(point, oldName);
+}
+
+} // namespace inspection

@@ -1,0 +1,90 @@
+#pragma once
+
+#include "host/inspection/StationWindow.h"
+#include <QColor>
+
+#include <memory>
+#include <utility>
+#include <vector>
+
+class QTreeWidgetItem;
+
+namespace inspection {
+
+class AnomalyOverlays;
+class Session;
+class SpecialObjectNodes;
+class SpecialObjects;
+class StationTree;
+class StationWork;
+
+/// The tree of stations and special objects of the open project. A checked station is shown on the globe and
+/// taken for work. GUI thread.
+class StationTreeWindow : public StationWindow {
+    Q_OBJECT
+
+public:
+    /// All three must outlive the window.
+    StationTreeWindow(Session& session, AnomalyOverlays& overlays, SpecialObjectNodes& objectNodes,
+                      QWidget* parent = nullptr);
+    ~StationTreeWindow() override;
+
+    void PickCurrentShowItemsDiff() override;
+    void OutPutReport() override;
+    void OutPutShap() override;
+
+    std::vector<KV_StationItem*> GetSelectedStationItem() override;
+    bool IsDiffChecked(const KV_StationItem* item) const override;
+    bool SetcurrentdiffSelected(KV_StationItem* item) override;
+
+    bool isReiterated_node(const QString& name) const override;
+    void SelectNode(const QString& name) override;
+    bool AddPointNode(const Special_Point& point) override;
+    bool AddAreaNode(const Special_Polygon& area) override;
+    bool DeleteNode(const QString& name, int type) override;
+    bool UpdataNode(const Special_Polygon& polygon, const std::string& oldName) override;
+    bool UpdataNode(const Special_Area& area, const std::string& oldName) override;
+    bool UpdataNode(const Special_Point& point, const std::string& oldName) override;
+
+    StationWork& work() { return *m_work; }
+
+public slots:
+    /// Fills the tree from the project's database.
+    void load();
+    void clear();
+    /// Reads a station's anomalies again after they were edited elsewhere.
+    void refreshStation(quint32 stationId);
+    /// Shows the anomalies of the checked stations anew when the project has other colours for them now.
+    void recolourOverlays();
+
+signals:
+    /// The user looks at another station, or its anomalies are new. Null when the tree was emptied.
+    void currentStationChanged(KV_StationItem* item);
+    /// Overlays of a station are on the globe, new ones in place of old ones.
+    void overlaysShown();
+
+private slots:
+    void ChangeStationStates(QTreeWidgetItem* item, int column);
+    void changeCurrent(QTreeWidgetItem* item);
+    void flyToItem(QTreeWidgetItem* item);
+    void takeResults(const std::vector<std::uint32_t>& stationIds);
+
+private:
+    void build();
+    void loadStations();
+    KV_StationItem* item(std::uint32_t stationId) const;
+    void showCount(const KV_StationItem& station);
+    void showOverlays(const KV_StationItem& station);
+    void refreshOverlays();
+    std::pair<QColor, QColor> colours() const;
+
+    Session& m_session;
+    AnomalyOverlays& m_overlays;
+    StationWork* m_work;
+    StationTree* m_tree;
+    SpecialObjects* m_objects;
+    std::vector<std::unique_ptr<KV_StationItem>> m_items;
+    std::pair<QColor, QColor> m_shownColours; ///< of fill and cut, on the globe
+};
+
+} // namespace inspection
