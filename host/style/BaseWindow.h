@@ -5,7 +5,8 @@
 
 #include <QWidget>
 
-/// A frameless window with the product's title bar. A derived window sets up its form first and then calls
+/// A frameless window with the product's title bar. It opens over its parent, or over the window that is
+/// active then, and stays in front of it. A derived window sets up its form first and then calls
 /// updateLayout, which puts the title bar above the form.
 class STYLE_API BaseWindow : public QWidget {
     Q_OBJECT
@@ -20,6 +21,7 @@ public:
 
 protected:
     void keyPressEvent(QKeyEvent* event) override; ///< Esc closes the window
+    void showEvent(QShowEvent* event) override;
 
     titleBar* m_titleBar;
 };

@@ -5,8 +5,10 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QScreen>
 #include <QSignalSpy>
 #include <QTest>
+#include <QWindow>
 #include <gtest/gtest.h>
 
 namespace {
@@ -129,6 +131,42 @@ TYPED_TEST(TitledWindow, GrowsItsBarWithTheText) {
 TYPED_TEST(TitledWindow, IsAtLeastAsWideAsItsTitleAsks) {
     this->m_window.bar().setTitleWidth(480);
     EXPECT_TRUE(QTest::qWaitFor([&] { return this->m_window.width() >= 480; }));
+}
+
+/// A program's window that is active.
+class OverAWindow : public ::testing::Test {
+protected:
+    OverAWindow() {
+        m_main.setGeometry(200, 150, 800, 600);
+        m_main.show();
+        m_main.activateWindow();
+        EXPECT_TRUE(QTest::qWaitForWindowActive(&m_main));
+    }
+    QWidget m_main;
+};
+
+TEST_F(OverAWindow, AFormWithoutParentOpensOverItAndStaysInFront) {
+    Form<BaseWindow> form;
+    form.show();
+    EXPECT_TRUE(m_main.geometry().contains(form.geometry()));
+    EXPECT_EQ(form.windowHandle()->transientParent(), m_main.windowHandle());
+}
+
+TEST_F(OverAWindow, AFormThatTheUserHasMovedOpensThereAgain) {
+    Form<BaseWindow> form;
+    form.show();
+    form.move(30, 40);
+    form.hide();
+    form.show();
+    EXPECT_EQ(form.pos(), QPoint(30, 40));
+}
+
+TEST_F(OverAWindow, AFormIsWhollyOnTheScreenWhereverTheWindowIs) {
+    const QRect screen = m_main.screen()->availableGeometry();
+    m_main.setGeometry(screen.right() - 100, screen.bottom() - 60, 800, 600);
+    Form<BaseWindow> form;
+    form.show();
+    EXPECT_TRUE(screen.contains(form.geometry()));
 }
 
 } // namespace

@@ -227,6 +227,48 @@ TEST_F(SpecialObjectsTest, WhenTheDatabaseRefusesTheOldNameStaysInTheTree) {
     database().execute("drop trigger no_change");
 }
 
+TEST_F(SpecialObjectsTest, DeleteInTheTreeAsksAndTakesTheObjectAwayEverywhere) {
+    openWithOneArea("旧名");
+    const osg::ref_ptr<osg::Group> group = scene().getPipeAreas().begin()->first;
+    tree().setCurrentItem(entry(Areas, "旧名"));
+    tree().setFocus();
+    {
+        const MessageWatch messages(false);
+        QTest::keyClick(&tree(), Qt::Key_Delete);
+        EXPECT_EQ(messages.texts(), QStringList{"是否删除“旧名”？"});
+        EXPECT_NE(entry(Areas, "旧名"), nullptr);
+    }
+    const MessageWatch messages;
+    QTest::keyClick(&tree(), Qt::Key_Delete);
+    EXPECT_EQ(entry(Areas, "旧名"), nullptr);
+    EXPECT_FALSE(window().isReiterated_node("旧名"));
+    EXPECT_TRUE(scene().getPipeAreas().empty());
+    EXPECT_FALSE(m_globe->getMapNode()->containsNode(group));
+    EXPECT_TRUE(inspection::readSpecialAreas(database()).empty());
+}
+
+TEST_F(SpecialObjectsTest, ADeletionThatTheDatabaseRefusesLeavesEverythingAndSaysSo) {
+    openWithOneArea("旧名");
+    database().execute("create trigger kept before delete on special_area begin "
+                       "select raise(abort, 'kept'); end");
+    tree().setCurrentItem(entry(Areas, "旧名"));
+    const MessageWatch messages;
+    QTest::keyClick(&tree(), Qt::Key_Delete);
+    ASSERT_EQ(messages.texts().size(), 2);
+    EXPECT_TRUE(messages.texts()[1].startsWith("数据库拒绝了修改")) << messages.texts()[1].toStdString();
+    EXPECT_NE(entry(Areas, "旧名"), nullptr);
+    EXPECT_EQ(scene().getPipeAreas().size(), 1U);
+    database().execute("drop trigger kept");
+}
+
+TEST_F(SpecialObjectsTest, DeleteOnAStationDoesNothing) {
+    tree().setCurrentItem(station(0));
+    const MessageWatch messages;
+    QTest::keyClick(&tree(), Qt::Key_Delete);
+    EXPECT_TRUE(messages.texts().isEmpty());
+    EXPECT_NE(station(0), nullptr);
+}
+
 TEST_F(SpecialObjectsTest, StationsAreNotRenamed) {
     tree().setCurrentItem(station(0));
     tree().setFocus();

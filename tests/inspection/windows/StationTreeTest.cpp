@@ -82,7 +82,7 @@ TEST_F(StationTreeTest, TheContextMenuChecksAll) {
         for (const QAction* action : menu->actions()) {
             texts << action->text();
         }
-        EXPECT_EQ(texts, QStringList({"全选", "全不选", "", "飞到", "重命名\tF2"}));
+        EXPECT_EQ(texts, QStringList({"全选", "全不选", "", "飞到", "重命名\tF2", "删除\tDelete"}));
         QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(menu->actions().first()).center());
     });
     const QPoint at = tree().visualItemRect(station(0)).center();

@@ -41,7 +41,7 @@ QString sampleFolder() {
 
 } // namespace
 
-MessageWatch::MessageWatch() {
+MessageWatch::MessageWatch(bool isConfirming) : m_answer(isConfirming ? "pushButtonYes" : "pushButtonNo") {
     QObject::connect(&m_timer, &QTimer::timeout, this, [this] { look(); });
     m_timer.start(10);
 }
@@ -55,7 +55,7 @@ void MessageWatch::look() {
     m_texts << box->findChild<QLabel*>("labelText")->text();
     auto* button = box->findChild<QPushButton*>("pushButtonOK");
     if (button == nullptr) {
-        button = box->findChild<QPushButton*>("pushButtonYes");
+        button = box->findChild<QPushButton*>(m_answer);
     }
     QTest::mouseClick(button, Qt::LeftButton);
 }

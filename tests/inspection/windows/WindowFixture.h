@@ -20,7 +20,8 @@
 /// said.
 class MessageWatch : public QObject {
 public:
-    MessageWatch();
+    /// What is answered to a question.
+    explicit MessageWatch(bool isConfirming = true);
     /// Texts of the boxes so far, in order.
     const QStringList& texts() const { return m_texts; }
     /// Titles of the same boxes.
@@ -32,6 +33,7 @@ private:
     QStringList m_texts;
     QStringList m_titles;
     QTimer m_timer;
+    const char* const m_answer;
 };
 
 /// A main window with a globe and the inspection windows around it, on a project of its own: a copy of one

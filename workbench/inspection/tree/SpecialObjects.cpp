@@ -36,9 +36,10 @@ void SpecialObjects::load() {
         }
     };
     mysqlhelper::KV_MySQL& database = *m_session.connection();
-    loadAll(readSpecialPoints(database));
-    loadAll(readSpecialAreas(database));
+    // What comes later covers what came before: the wide areas are to be below those within them.
     loadAll(readHighConsequenceAreas(database));
+    loadAll(readSpecialAreas(database));
+    loadAll(readSpecialPoints(database));
 }
 
 void SpecialObjects::clear() {
