@@ -1,68 +1,21 @@
+#include "tests/cli/CorridorRun.h"
 #include "tests/support/SmallProject.h"
 
 #include <gtest/gtest.h>
 
-#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLockFile>
-#include <QProcess>
-#include <QRegularExpression>
 
-#include <csignal>
-#include <functional>
-
-#include <sys/resource.h>
 #include <unistd.h>
 
 namespace {
 
-struct Outcome {
-    int status = -1;
-    QString output;
-    QStringList errors; ///< lines of standard error without the progress
-};
-
-/// Runs the command; `before` is called in the new process first.
-Outcome corridor(const QStringList& arguments, const std::function<void()>& before = {}) {
-    QProcess process;
-    if (before) {
-        process.setChildProcessModifier(before);
-    }
-    process.start(QStringLiteral(CORRIDOR_PROGRAM), arguments);
-    EXPECT_TRUE(process.waitForFinished(120000));
-    EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
-    Outcome outcome{process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()), {}};
-    static const QRegularExpression progress(QStringLiteral(" \\d+%$"));
-    for (const QString& line :
-         QString::fromUtf8(process.readAllStandardError()).split('\n', Qt::SkipEmptyParts)) {
-        if (!progress.match(line).hasMatch()) {
-            outcome.errors << line;
-        }
-    }
-    return outcome;
-}
-
-void expectFailure(const Outcome& outcome, int status, const QString& mentions) {
-    EXPECT_EQ(outcome.status, status);
-    ASSERT_EQ(outcome.errors.size(), 1) << outcome.errors.join('\n').toStdString();
-    EXPECT_TRUE(outcome.errors[0].startsWith("corridor ")) << outcome.errors[0].toStdString();
-    EXPECT_TRUE(outcome.errors[0].contains(mentions)) << outcome.errors[0].toStdString();
-}
-
-std::function<void()> withSmallDisk(rlim_t bytes) {
-    return [bytes] {
-        std::signal(SIGXFSZ, SIG_IGN); // a write beyond the limit fails, as on a full disk
-        const rlimit limit{bytes, bytes};
-        setrlimit(RLIMIT_FSIZE, &limit);
-    };
-}
-
 QJsonObject info(const QString& path) {
-    const Outcome outcome = corridor({"info", path, "--json"});
+    const CorridorRun outcome = corridor({"info", path, "--json"});
     EXPECT_EQ(outcome.status, 0) << outcome.errors.join('\n').toStdString();
     return QJsonDocument::fromJson(outcome.output.toUtf8()).object();
 }
@@ -73,7 +26,7 @@ QStringList filesIn(const QString& folder) {
 
 TEST(ProjectCommands, ComputeReportAndShapeDoTheWholeJob) {
     const SmallProject project;
-    const Outcome computed = corridor({"compute", project.folder()});
+    const CorridorRun computed = corridor({"compute", project.folder()});
     EXPECT_EQ(computed.status, 0) << computed.errors.join('\n').toStdString();
     EXPECT_TRUE(computed.output.contains(QStringLiteral("异常 3 处"))) << computed.output.toStdString();
     const QString report = project.beside("report.pdf");
@@ -112,7 +65,7 @@ TEST(ProjectCommands, WrongUseIsStatusTwo) {
          {QStringList{"compute"}, QStringList{"compute", project.folder(), "--stations", "1,x"},
           QStringList{"compute", project.folder(), "--unknown"}, QStringList{"report", project.folder()},
           QStringList{"shape", "--out", "x"}, QStringList{"info"}}) {
-        const Outcome outcome = corridor(arguments);
+        const CorridorRun outcome = corridor(arguments);
         EXPECT_EQ(outcome.status, 2) << arguments.join(' ').toStdString();
         EXPECT_EQ(outcome.errors.size(), 1) << arguments.join(' ').toStdString();
     }
@@ -153,7 +106,7 @@ TEST(ProjectCommands, AReadOnlyFolderCanBeReadButNotComputed) {
     QFile::setPermissions(project.beside("."), readable | QFile::WriteOwner);
     QFile::setPermissions(project.folder(), readable);
     expectFailure(corridor({"compute", project.folder()}, asNobody), 1, project.folder());
-    const Outcome read = corridor({"info", project.folder(), "--json"}, asNobody);
+    const CorridorRun read = corridor({"info", project.folder(), "--json"}, asNobody);
     EXPECT_EQ(read.status, 0) << read.errors.join('\n').toStdString();
     EXPECT_TRUE(read.output.contains("\"anomalies\": 3"));
     EXPECT_EQ(filesIn(project.folder()), before);
@@ -167,7 +120,7 @@ TEST(ProjectCommands, AFullDiskLeavesTheEarlierResults) {
     const QStringList rasters = filesIn(stations);
     const QJsonObject before = info(project.folder());
     for (const rlim_t bytes : {4096, 16384}) {
-        const Outcome outcome = corridor({"compute", project.folder()}, withSmallDisk(bytes));
+        const CorridorRun outcome = corridor({"compute", project.folder()}, withSmallDisk(bytes));
         EXPECT_EQ(outcome.status, 1);
         EXPECT_EQ(outcome.errors.size(), 1) << outcome.errors.join('\n').toStdString();
         EXPECT_EQ(filesIn(stations), rasters);
@@ -184,9 +137,3 @@ TEST(ProjectCommands, AFullDiskLeavesTheEarlierResults) {
 }
 
 } // namespace
-
-int main(int argc, char** argv) {
-    ::testing::InitGoogleTest(&argc, argv);
-    const QCoreApplication application(argc, argv);
-    return RUN_ALL_TESTS();
-}
