@@ -10,9 +10,6 @@
 
 #include <QFileInfo>
 
-#include <algorithm>
-#include <set>
-
 namespace inspection {
 
 using mysqlhelper::KV_MySQL;
@@ -100,51 +97,7 @@ void importNodes(OGRLayer& layer, const OGRSpatialReference& otherwise, KV_MySQL
     }
 }
 
-Special_Polygon consequenceAreaOf(const OGRFeature& feature, const OGRPolygon& polygon) {
-    OGRPoint centre;
-    polygon.Centroid(&centre);
-    Special_Polygon area(textOf(feature, "name"), {centre.getX(), centre.getY(), 0.0});
-    area.m_type = KV_HIGH_CONSEQUENCE_AREA;
-    area.m_attribute = textOf(feature, "attribute");
-    area.m_level = std::clamp(static_cast<int>(numberOf(feature, "level")), 0, 5);
-    area.m_fillColor = {1.0F, 0.55F, 0.0F};
-    area.m_borderColor = {1.0F, 0.85F, 0.4F};
-    area.m_opacity = 0.3F;
-    const OGRLinearRing& ring = *polygon.getExteriorRing();
-    for (int i = 0; i + 1 < ring.getNumPoints(); ++i) {
-        area.m_vertices.emplace_back(ring.getX(i), ring.getY(i), 0.0);
-    }
-    return area;
-}
-
 } // namespace
-
-void importHighConsequenceAreas(const ProjectDescription& project, KV_MySQL& database) {
-    const QString file = project.folder + QStringLiteral("/special.gpkg");
-    GDALAllRegister();
-    const detect::GdalErrors errors;
-    const GDALDatasetUniquePtr source(
-        QFileInfo::exists(file) ? GDALDataset::Open(file.toUtf8().constData(), GDAL_OF_VECTOR) : nullptr);
-    OGRLayer* layer = source ? source->GetLayerByName("high_consequence") : nullptr;
-    const auto reference = referenceOf(project.crs);
-    if (layer == nullptr || !reference) {
-        return;
-    }
-    const Transformation toGeographic = transformationBetween(referenceOfLayer(*layer, *reference), wgs84());
-    std::set<std::string> names; // unique in the table
-    for (const auto& feature : *layer) {
-        OGRGeometry* geometry = feature->GetGeometryRef();
-        if (geometry == nullptr || wkbFlatten(geometry->getGeometryType()) != wkbPolygon ||
-            geometry->IsEmpty() != 0 || !toGeographic ||
-            geometry->transform(toGeographic.get()) != OGRERR_NONE ||
-            !names.insert(textOf(*feature, "name")).second) {
-            continue;
-        }
-        KV_Record fields;
-        consequenceAreaOf(*feature, *geometry->toPolygon()).evalute_record(fields);
-        database.insertRecord(tableName(KV_HIGH_CONSEQUENCE_AREA), fields);
-    }
-}
 
 Status importCenterline(const ProjectDescription& project, KV_MySQL& database) {
     const QString& file = project.centerline;

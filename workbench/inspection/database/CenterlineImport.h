@@ -11,9 +11,4 @@ namespace inspection {
 /// is asked for. Throws KV_MySQL_Exception when the database refuses.
 Status importCenterline(const ProjectDescription& project, mysqlhelper::KV_MySQL& database);
 
-/// Reads the high-consequence areas of a new project from layer "high_consequence" (polygons; name, level,
-/// attribute) of special.gpkg in its folder; without that file there are none. In no transaction of its own.
-/// Throws KV_MySQL_Exception when the database refuses.
-void importHighConsequenceAreas(const ProjectDescription& project, mysqlhelper::KV_MySQL& database);
-
 } // namespace inspection

@@ -2,6 +2,7 @@
 
 #include "workbench/inspection/database/CenterlineImport.h"
 #include "workbench/inspection/database/Schema.h"
+#include "workbench/inspection/database/SpecialObjectImport.h"
 
 #include <QFileInfo>
 #include <QUrl>

@@ -1,0 +1,86 @@
+#include "workbench/inspection/database/SpecialObjectImport.h"
+
+#include "workbench/inspection/database/Schema.h"
+
+#include <QDebug>
+#include <QFileInfo>
+
+namespace inspection {
+
+using mysqlhelper::KV_MySQL;
+using mysqlhelper::KV_MySQL_Exception;
+using mysqlhelper::KV_Record;
+
+namespace {
+
+/// In one transaction, unless the user stops it. Throws when the database refuses.
+Status store(const SpecialObjectRows& rows, KV_MySQL& database, const SpecialObjectProgress& progress) {
+    KV_MySQL::Transaction transaction(database);
+    std::size_t stored = 0;
+    for (const auto& record : rows.records) {
+        if (progress && !progress(double(stored++) / double(rows.records.size()))) {
+            return cancelledFailure();
+        }
+        KV_Record fields;
+        record->evalute_record(fields);
+        database.insertRecord(tableName(record->m_type), fields);
+    }
+    if (progress && !progress(1.0)) {
+        return cancelledFailure();
+    }
+    transaction.commit();
+    return std::nullopt;
+}
+
+Failure databaseRefusal(const KV_MySQL_Exception& exception) {
+    const QString cause = QString::fromUtf8(exception.what());
+    return {cause, QStringLiteral("数据库拒绝了写入，未导入任何对象：") + cause, false};
+}
+
+/// Part of the whole progress.
+SpecialObjectProgress half(const SpecialObjectProgress& progress, double from) {
+    return [&progress, from](double fraction) { return !progress || progress(from + fraction / 2.0); };
+}
+
+} // namespace
+
+Result<SpecialObjectImport> importSpecialObjects(const SpecialObjectFile& file, bool allOrNone,
+                                                 KV_MySQL& database, const SpecialObjectProgress& progress) {
+    try {
+        auto read = readSpecialObjects(file, SpecialObjectNames(database), half(progress, 0.0));
+        if (const auto* failure = std::get_if<Failure>(&read)) {
+            return *failure;
+        }
+        const auto& rows = std::get<SpecialObjectRows>(read);
+        const SpecialObjectImport refused{0, rows.refusals, rows.notes};
+        if (allOrNone && !rows.refusals.isEmpty()) {
+            return refused;
+        }
+        if (const Status failure = store(rows, database, half(progress, 0.5))) {
+            return *failure;
+        }
+        return SpecialObjectImport{static_cast<int>(rows.records.size()), rows.refusals, rows.notes};
+    } catch (const KV_MySQL_Exception& exception) {
+        return databaseRefusal(exception);
+    }
+}
+
+void importHighConsequenceAreas(const ProjectDescription& project, KV_MySQL& database) {
+    const SpecialObjectFile file{project.folder + QStringLiteral("/special.gpkg"), KV_HIGH_CONSEQUENCE_AREA,
+                                 project.crs, QStringLiteral("high_consequence")};
+    if (!QFileInfo::exists(file.path)) {
+        return;
+    }
+    const auto read = readSpecialObjects(file, SpecialObjectNames(database), {});
+    if (const auto* failure = std::get_if<Failure>(&read)) {
+        qWarning().noquote() << failure->message;
+        return;
+    }
+    const auto& rows = std::get<SpecialObjectRows>(read);
+    for (const QString& refusal : rows.refusals) {
+        qWarning().noquote() << "High-consequence area refused:" << refusal;
+    }
+    store(rows, database, {});
+}
+
+} // namespace inspection
