@@ -1,5 +1,6 @@
 #include "cli/ComputeCommand.h"
 #include "cli/DetectCommand.h"
+#include "cli/ImportCommand.h"
 #include "cli/InfoCommand.h"
 #include "cli/Options.h"
 #include "cli/ReportCommand.h"
@@ -21,6 +22,8 @@ constexpr Command commands[] = {
     {"detect", cli::runDetect,
      "--old OLD.tif --new NEW.tif --out RESULT.(gpkg|geojson|shp)   比较两期地表，输出变化"},
     {"compute", cli::runCompute, "PROJECT [--stations 1,2,…]   计算工程的异常并存入工程"},
+    {"import", cli::runImport,
+     "PROJECT --polygons FILE --type 4|17 | --points FILE [--strict]   导入高后果区、特殊面或特殊点"},
     {"report", cli::runReport, "PROJECT --out FILE.(pdf|odt|html)   输出巡检报告"},
     {"shape", cli::runShape, "PROJECT --out DIR   输出 Shapefile 和 GeoPackage"},
     {"info", cli::runInfo, "PROJECT|RASTER [--json]   显示工程或栅格的内容"},

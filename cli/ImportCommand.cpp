@@ -1,0 +1,131 @@
+#include "cli/ImportCommand.h"
+
+#include "cli/OpenedProject.h"
+#include "cli/Options.h"
+#include "cli/ProgressLine.h"
+#include "cli/StopOnSignal.h"
+#include "workbench/inspection/database/SpecialObjectImport.h"
+
+#include <QCoreApplication>
+
+#include <cstdio>
+
+namespace cli {
+
+using inspection::Failure;
+using inspection::SpecialObjectImport;
+
+namespace {
+
+constexpr auto command = "import";
+constexpr auto usage = "用法：corridor import PROJECT --polygons FILE --type 4|17 [--strict]\n"
+                       "      corridor import PROJECT --points FILE [--strict]\n"
+                       "  将矢量文件中的面或点导入工程，成为高后果区、特殊面或特殊点。\n"
+                       "  --polygons  面所在的文件，GDAL 能读取的任意矢量格式\n"
+                       "  --type      面的类型：4 高后果区，17 特殊面\n"
+                       "  --points    特殊点所在的文件\n"
+                       "  --strict    有任何一行被拒绝时不导入\n";
+
+struct Task {
+    std::string project;
+    std::string file;
+    KV_ObjectType type = KV_SPECIAL_POINT;
+    bool strict = false;
+};
+
+std::optional<Task> readTask(const Options& options, WrongUse& wrong) {
+    if (options.positional.empty()) {
+        wrong.message = "缺少工程文件夹";
+        return std::nullopt;
+    }
+    const bool areas = options.has("--polygons");
+    if (areas == options.has("--points")) {
+        wrong.message = areas ? "--polygons 和 --points 只能给出一个" : "缺少 --polygons 或 --points";
+        return std::nullopt;
+    }
+    Task task{options.positional.front(), options.value(areas ? "--polygons" : "--points"), KV_SPECIAL_POINT,
+              options.has("--strict")};
+    if (task.file.empty()) {
+        wrong.message = areas ? "选项 --polygons 缺少值" : "选项 --points 缺少值";
+        return std::nullopt;
+    }
+    const std::string type = options.value("--type");
+    if (!areas && options.has("--type")) {
+        wrong.message = "--type 只用于 --polygons";
+        return std::nullopt;
+    }
+    if (areas && type != "4" && type != "17") {
+        wrong.message = "--type 只能是 4（高后果区）或 17（特殊面）";
+        return std::nullopt;
+    }
+    if (areas) {
+        task.type = type == "4" ? KV_HIGH_CONSEQUENCE_AREA : KV_SPECIAL_AREA;
+    }
+    return task;
+}
+
+void printLines(const QStringList& lines) {
+    for (const QString& line : lines) {
+        std::fprintf(stderr, "corridor %s: %s\n", command, qUtf8Printable(line));
+    }
+}
+
+int printOutcome(const Task& task, const SpecialObjectImport& outcome) {
+    const auto refused = outcome.refusals.size();
+    printLines(outcome.notes);
+    printLines(outcome.refusals);
+    if (task.strict && refused > 0) {
+        printLines({QStringLiteral("有 %1 行被拒绝，按 --strict 未导入任何对象").arg(refused)});
+    }
+    std::printf("导入 %d 个%s，拒绝 %lld 行\n", outcome.stored,
+                qUtf8Printable(inspection::specialObjectTitle(task.type)), static_cast<long long>(refused));
+    return refused == 0 ? statusDone : statusFailed;
+}
+
+int importFile(const Task& task) {
+    auto opened = openProject(task.project, inspection::Project::Access::Exclusive);
+    if (const auto* failure = std::get_if<Failure>(&opened)) {
+        return fail(command, *failure);
+    }
+    auto& project = std::get<OpenedProject>(opened);
+    const inspection::SpecialObjectFile file{
+        QString::fromStdString(task.file), task.type, project.project.description().crs, {}};
+    inspection::Result<SpecialObjectImport> result;
+    {
+        const StopOnSignal stopOnSignal;
+        ProgressLine line("导入" + inspection::specialObjectTitle(task.type).toStdString(), false);
+        result = inspection::importSpecialObjects(file, task.strict, *project.database->GetMySQL(),
+                                                  [&](double fraction) {
+                                                      line.show(fraction);
+                                                      return !stopOnSignal.asked();
+                                                  });
+    }
+    if (const auto* failure = std::get_if<Failure>(&result)) {
+        return fail(command, *failure);
+    }
+    return printOutcome(task, std::get<SpecialObjectImport>(result));
+}
+
+} // namespace
+
+int runImport(const std::vector<std::string>& arguments) {
+    WrongUse wrong;
+    const auto options =
+        parseOptions(arguments, {{"--polygons", "--points", "--type"}, {"--strict", "--help"}, 1}, wrong);
+    if (!options) {
+        return fail(command, statusWrongUse, wrong.message);
+    }
+    if (options->has("--help")) {
+        std::fputs(usage, stdout);
+        return statusDone;
+    }
+    const auto task = readTask(*options, wrong);
+    if (!task) {
+        return fail(command, statusWrongUse, wrong.message);
+    }
+    int count = 0;
+    const QCoreApplication application(count, nullptr);
+    return importFile(*task);
+}
+
+} // namespace cli
