@@ -94,8 +94,8 @@ int importFile(const Task& task) {
     {
         const StopOnSignal stopOnSignal;
         ProgressLine line("导入" + inspection::specialObjectTitle(task.type).toStdString(), false);
-        result = inspection::importSpecialObjects(file, task.strict, *project.database->GetMySQL(),
-                                                  [&](double fraction) {
+        result = inspection::importSpecialObjects(project.project.description(), file, task.strict,
+                                                  *project.database->GetMySQL(), [&](double fraction) {
                                                       line.show(fraction);
                                                       return !stopOnSignal.asked();
                                                   });

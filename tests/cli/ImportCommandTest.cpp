@@ -153,17 +153,19 @@ TEST_F(ImportCommand, HeightsArePartOfPointsAndOutlines) {
     points.columns = QStringList{"名称", "属性"};
     points.rows = {{"POINT Z (500000 3400000 51.25)", "阀室", "截断阀"},
                    {"MULTIPOINT Z ((500010 3400000 1),(500020 3400000 2))", "桩", {}},
-                   {"POINT (500030 3400000)", "井", {}}};
+                   {"POINT (500030.1 3400039.9)", "井", {}},
+                   {"POINT (500030 3300000)", "远处", {}}};
     const QString path = file("points.gpkg");
     writeVectorFile(path, "GPKG", {points});
-    expectSuccess(importPoints(path), "导入 4 个特殊点，拒绝 0 行");
+    expectSuccess(importPoints(path), "导入 5 个特殊点，拒绝 0 行");
     const auto rows = table("special_point");
-    EXPECT_EQ(storedNames("special_point"), (QStringList{"阀室", "桩", "桩-2", "井"}));
+    EXPECT_EQ(storedNames("special_point"), (QStringList{"阀室", "桩", "桩-2", "井", "远处"}));
     EXPECT_EQ(rows[0]["attribute"], "截断阀");
     EXPECT_NEAR(rows[0]["lon_deg"].toDouble(), 114.0, 1e-9);
     EXPECT_EQ(rows[0]["height_m"].toDouble(), 51.25);
     EXPECT_EQ(rows[2]["height_m"].toDouble(), 2.0);
-    EXPECT_EQ(rows[3]["height_m"].toDouble(), 0.0);
+    EXPECT_NEAR(rows[3]["height_m"].toDouble(), SmallProject::newHeight(60, 80), 1e-4) << "on the ground";
+    EXPECT_EQ(rows[4]["height_m"].toDouble(), 0.0) << "where nothing was measured";
 
     expectSuccess(importAreas(geoPackage(areas({{"POLYGON Z ((0 0 10,1 0 20,1 1 40,0 0 10))", "坡"}}))),
                   "导入 1 个特殊面，拒绝 0 行");

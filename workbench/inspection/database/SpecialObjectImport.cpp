@@ -1,5 +1,6 @@
 #include "workbench/inspection/database/SpecialObjectImport.h"
 
+#include "workbench/inspection/database/GroundHeights.h"
 #include "workbench/inspection/database/Schema.h"
 
 #include <QDebug>
@@ -32,6 +33,18 @@ Status store(const SpecialObjectRows& rows, KV_MySQL& database, const SpecialObj
     return std::nullopt;
 }
 
+/// Markers of imported points are to stand on the ground also after the editing tool has put them up anew.
+void putOnGround(const ProjectDescription& project, SpecialObjectRows& rows) {
+    const GroundHeights heights(project);
+    for (const auto& record : rows.records) {
+        osg::Vec3d place = record->GetCoor();
+        if (record->m_type == KV_SPECIAL_POINT && place.z() == 0.0) {
+            place.z() = heights.at(place.x(), place.y()).value_or(0.0);
+            record->SetCoor(place);
+        }
+    }
+}
+
 Failure databaseRefusal(const KV_MySQL_Exception& exception) {
     const QString cause = QString::fromUtf8(exception.what());
     return {cause, QStringLiteral("数据库拒绝了写入，未导入任何对象：") + cause, false};
@@ -44,18 +57,20 @@ SpecialObjectProgress half(const SpecialObjectProgress& progress, double from) {
 
 } // namespace
 
-Result<SpecialObjectImport> importSpecialObjects(const SpecialObjectFile& file, bool allOrNone,
+Result<SpecialObjectImport> importSpecialObjects(const ProjectDescription& project,
+                                                 const SpecialObjectFile& file, bool allOrNone,
                                                  KV_MySQL& database, const SpecialObjectProgress& progress) {
     try {
         auto read = readSpecialObjects(file, SpecialObjectNames(database), half(progress, 0.0));
         if (const auto* failure = std::get_if<Failure>(&read)) {
             return *failure;
         }
-        const auto& rows = std::get<SpecialObjectRows>(read);
+        auto& rows = std::get<SpecialObjectRows>(read);
         const SpecialObjectImport refused{0, rows.refusals, rows.notes};
         if (allOrNone && !rows.refusals.isEmpty()) {
             return refused;
         }
+        putOnGround(project, rows);
         if (const Status failure = store(rows, database, half(progress, 0.5))) {
             return *failure;
         }

@@ -13,10 +13,12 @@ struct SpecialObjectImport {
     QStringList notes;
 };
 
-/// Reads a file's special objects and stores them in the project's database, in one transaction. With
+/// Reads a file's special objects and stores them in the project's database, in one transaction. Points
+/// without a height stand on the newest surface. With
 /// `allOrNone` nothing is stored when a row is refused. Fails, with nothing stored, when the file cannot be
 /// read, the database refuses, or on the user's stop.
-INSPECTION_API Result<SpecialObjectImport> importSpecialObjects(const SpecialObjectFile& file, bool allOrNone,
+INSPECTION_API Result<SpecialObjectImport> importSpecialObjects(const ProjectDescription& project,
+                                                                const SpecialObjectFile& file, bool allOrNone,
                                                                 mysqlhelper::KV_MySQL& database,
                                                                 const SpecialObjectProgress& progress);
 
