@@ -79,6 +79,8 @@ TEST_F(RegionEditing, AnEditedAreaIsTheSameInGlobeTreeDatabaseAndHistoryAndAfter
     typeName("二小");
     field<QComboBox>("comboBox_attri")->clearEditText();
     type(field<QComboBox>("comboBox_attri"), "小学");
+    chooseColour(*field<QPushButton>("pushButtonFillColorDlg"), QColor(0, 255, 255));
+    chooseColour(*field<QPushButton>("pushButtonBorderColorDlg"), QColor(255, 0, 0));
     set("spinBoxBorderWidth", 2);
     set("doubleSpinBox", -8);
     confirm();
@@ -89,8 +91,8 @@ TEST_F(RegionEditing, AnEditedAreaIsTheSameInGlobeTreeDatabaseAndHistoryAndAfter
     EXPECT_EQ(feature->getFeature()->getGeometry(), ring.get()) << "the outline itself is not touched";
     EXPECT_EQ(feature->getFeature()->getFID(), 0U);
     const auto& style = feature->getStyle();
-    EXPECT_EQ(style.get<PolygonSymbol>()->fill()->color(), Color(1, 1, 0, 0.2F));
-    EXPECT_EQ(style.get<LineSymbol>()->stroke()->color(), Color(1, 1, 1, 0.65F)) << "whatever the opacity";
+    EXPECT_EQ(style.get<PolygonSymbol>()->fill()->color(), Color(0, 1, 1, 0.2F));
+    EXPECT_EQ(style.get<LineSymbol>()->stroke()->color(), Color(1, 0, 0, 0.65F)) << "whatever the opacity";
     EXPECT_FLOAT_EQ(style.get<LineSymbol>()->stroke()->width().get(), 5.0F);
     EXPECT_EQ(style.get<LineSymbol>()->stroke()->widthUnits().get(), osgEarth::Units::PIXELS);
     EXPECT_EQ(style.get<AltitudeSymbol>()->clamping().get(), AltitudeSymbol::CLAMP_TO_TERRAIN);
@@ -104,6 +106,7 @@ TEST_F(RegionEditing, AnEditedAreaIsTheSameInGlobeTreeDatabaseAndHistoryAndAfter
     const QVariantList stored = row("special_area", "二小");
     ASSERT_EQ(stored.size(), 10);
     EXPECT_EQ(stored[2], "小学");
+    EXPECT_EQ(stored[6].toDouble(), 0.0) << "red of the fill";
     EXPECT_EQ(stored[7].toInt(), 5);
     EXPECT_NEAR(stored[8].toDouble(), 0.2, 1e-6);
     EXPECT_EQ(m_directory.history(),
@@ -112,7 +115,7 @@ TEST_F(RegionEditing, AnEditedAreaIsTheSameInGlobeTreeDatabaseAndHistoryAndAfter
     reopen();
     m_host.settle();
     EXPECT_EQ(labelOf(*groupOf("二小")), "二小");
-    EXPECT_EQ(featureOf("二小")->getStyle().get<PolygonSymbol>()->fill()->color(), Color(1, 1, 0, 0.2F));
+    EXPECT_EQ(featureOf("二小")->getStyle().get<PolygonSymbol>()->fill()->color(), Color(0, 1, 1, 0.2F));
     EXPECT_EQ(featureOf("二小")->getFeature()->getGeometry()->size(), 4U);
     EXPECT_EQ(row("special_area", "二小"), stored);
 }

@@ -24,23 +24,6 @@ protected:
         ASSERT_TRUE(waitUntil([&] { return dialog.isActiveWindow(); }));
     }
     static QString title(QWidget& dialog) { return dialog.findChild<titleBar*>()->titleContent(); }
-    /// Opens the colour dialog with the button, chooses the colour, and confirms or cancels.
-    static void chooseColour(QPushButton* button, const QColor& colour, bool isConfirmed) {
-        QString caption;
-        QTimer driver;
-        QObject::connect(&driver, &QTimer::timeout, [&] {
-            auto* colours = qobject_cast<QColorDialog*>(QApplication::activeModalWidget());
-            if (!colours)
-                return;
-            caption = colours->windowTitle();
-            EXPECT_EQ(colours->currentColor(), QColor(Qt::yellow));
-            colours->setCurrentColor(colour);
-            isConfirmed ? colours->accept() : colours->reject();
-        });
-        driver.start(5);
-        QTest::mouseClick(button, Qt::LeftButton);
-        EXPECT_EQ(caption, "颜色选择");
-    }
     /// Names of the fields in the order that Tab visits them, the first one first.
     static QStringList tabOrder(QWidget& dialog) {
         QStringList names;
@@ -167,13 +150,13 @@ TEST_F(Dialogs, AConfirmedColourIsTakenAndACancelledOneIsNot) {
     CdrawPolygonDlg dialog(nullptr);
     dialog.LoadRecord(KV_SPECIAL_AREA);
     show(dialog);
-    chooseColour(dialog.ui.pushButtonFillColorDlg, QColor(10, 20, 30), true);
+    chooseColour(*dialog.ui.pushButtonFillColorDlg, QColor(10, 20, 30), true);
     EXPECT_EQ(dialog.m_fillColor, QColor(10, 20, 30));
     EXPECT_EQ(dialog.ui.labelFillColor->styleSheet(), "background-color: rgb(10, 20, 30);");
-    chooseColour(dialog.ui.pushButtonFillColorDlg, QColor(1, 2, 3), false);
+    chooseColour(*dialog.ui.pushButtonFillColorDlg, QColor(1, 2, 3), false);
     EXPECT_EQ(dialog.m_fillColor, QColor(10, 20, 30));
     EXPECT_EQ(dialog.ui.labelFillColor->styleSheet(), "background-color: rgb(10, 20, 30);");
-    chooseColour(dialog.ui.pushButtonBorderColorDlg, QColor(40, 50, 60), true);
+    chooseColour(*dialog.ui.pushButtonBorderColorDlg, QColor(40, 50, 60), true);
     EXPECT_EQ(dialog.m_borderColor, QColor(40, 50, 60));
 }
 

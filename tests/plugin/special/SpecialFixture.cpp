@@ -3,9 +3,28 @@
 #include "host/inspection/DataSet.h"
 
 #include <QApplication>
+#include <QColorDialog>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTest>
+#include <QTimer>
+
+void chooseColour(QPushButton& button, const QColor& colour, bool isConfirmed) {
+    QString caption;
+    QTimer driver;
+    QObject::connect(&driver, &QTimer::timeout, [&] {
+        auto* colours = qobject_cast<QColorDialog*>(QApplication::activeModalWidget());
+        if (!colours)
+            return;
+        caption = colours->windowTitle();
+        EXPECT_EQ(colours->currentColor(), QColor(Qt::yellow));
+        colours->setCurrentColor(colour);
+        isConfirmed ? colours->accept() : colours->reject();
+    });
+    driver.start(5);
+    QTest::mouseClick(&button, Qt::LeftButton);
+    EXPECT_EQ(caption, "颜色选择");
+}
 
 SpecialTest::SpecialTest(const char* tool, const char* dialog, const char* group)
     : ToolTest(tool), m_dialogName(dialog), m_groupName(group) {}

@@ -8,7 +8,12 @@
 #include <osgEarthAnnotation/FeatureNode>
 #include <osgEarthAnnotation/PlaceNode>
 
+#include <QColor>
+#include <QPushButton>
 #include <QWidget>
+
+/// Opens the colour dialog with the button, chooses the colour, and confirms or cancels.
+void chooseColour(QPushButton& button, const QColor& colour, bool isConfirmed = true);
 
 /// One of the tools that add special objects, with its dialog.
 class SpecialTest : public ToolTest {
