@@ -84,6 +84,7 @@ MainWindow::~MainWindow() {
 void MainWindow::loadPlugin(const QString& file) {
     const std::optional<QString> problem = loadToolPlugin(file);
     m_toolArea->addCommands(zeo::EngineContext::instance().commands());
+    InspectionContext::instance().announceEdits();
     if (problem) {
         qCWarning(logApp).noquote() << "plug-in not loaded:" << *problem;
         myMessageBox::showMyMessageBox(this, tr("提示"), *problem, myMessageBox::Warning, myMessageBox::Ok);

@@ -2,7 +2,9 @@
 
 #include "workbench/inspection/database/AnomalyTable.h"
 #include "workbench/inspection/database/Outline.h"
+#include "workbench/inspection/database/Schema.h"
 #include "workbench/inspection/database/StationTable.h"
+#include "workbench/inspection/history/EditTable.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -99,6 +101,7 @@ void ResultStore::store(KV_MySQL& database, std::vector<StationChanges>& changes
     for (StationChanges& station : changes) {
         storeStation(database, station, coregistration);
     }
+    forgetEdits(database, kAnomalyTable); // of anomalies that are no longer
     transaction.commit();
     m_stored = true;
     for (const StationChanges& station : changes) {

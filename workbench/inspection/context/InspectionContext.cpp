@@ -73,6 +73,14 @@ void InspectionContext::connectWindows() {
     connect(m_stations, &StationTreeWindow::overlaysShown, m_anomalies,
             &AnomalyTableWindow::announceSelection);
 
+    const inspection::ProjectHistory& history = m_session->history();
+    connect(&history, &inspection::ProjectHistory::undoable, m_anomalies, &AVWindow::sent_msg_undo);
+    connect(&history, &inspection::ProjectHistory::redoable, m_anomalies, &AVWindow::sent_msg_redo);
+    connect(&history, &inspection::ProjectHistory::rowsChanged, m_stations,
+            &StationTreeWindow::takeRowChanges);
+    connect(&history, &inspection::ProjectHistory::rowsChanged, m_anomalies,
+            &AnomalyTableWindow::takeRowChanges);
+
     StationWork& work = m_stations->work();
     connect(&work, &StationWork::computeFinished, m_progress, &ProgressWidget::showResult);
     connect(&work, &StationWork::computeFinished, this, &InspectionContext::computeFinished);
@@ -157,6 +165,16 @@ AVWindow* InspectionContext::GetAVWindow() {
 
 KVImageWindow* InspectionContext::GetKVImageWindow() {
     return m_images;
+}
+
+EditHistory* InspectionContext::GetEditHistory() {
+    return m_session && m_session->project() != nullptr ? &m_session->history() : nullptr;
+}
+
+void InspectionContext::announceEdits() {
+    if (m_session) {
+        m_session->history().announce();
+    }
 }
 
 QWidget* InspectionContext::GetMainWindow() {

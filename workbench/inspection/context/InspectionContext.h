@@ -57,6 +57,9 @@ public:
     /// Figures of the last computation that succeeded since initialise.
     const inspection::ComputationSummary& lastComputation() const;
 
+    /// Tells tools that were loaded after the project was opened what can be undone.
+    void announceEdits();
+
     /// From then on report and shape output are written without asking, to `folder`/report.pdf and
     /// `folder`/shape. An empty folder asks again.
     void setOutputFolder(const QString& folder);
@@ -69,8 +72,8 @@ public:
     AVWindow* GetAVWindow() override;
     KVImageWindow* GetKVImageWindow() override;
     DataSetManager* GetDataSetManager() override { return this; }
-    /// Edits are not recorded.
-    EditHistory* GetEditHistory() override { return nullptr; }
+    /// Null while no project is open.
+    EditHistory* GetEditHistory() override;
     QWidget* GetMainWindow() override;
 
     DataSet* GetDataSet(int index) override;

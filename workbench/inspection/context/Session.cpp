@@ -7,7 +7,9 @@
 
 namespace inspection {
 
-Session::Session(QWidget* mainWindow) : m_mainWindow(mainWindow) {}
+Session::Session(QWidget* mainWindow) : m_mainWindow(mainWindow) {
+    connect(&m_history, &ProjectHistory::refused, this, &Session::warn);
+}
 
 Session::~Session() {
     m_jobs.shutDown();
@@ -28,9 +30,23 @@ Status Session::open(const QString& folder) {
     }
     m_database = std::get<std::unique_ptr<PipelineDatabase>>(std::move(database));
     CurrentProject::set(&m_project->description(), m_database.get());
+    if (Status failure = readHistory()) {
+        close();
+        return failure;
+    }
     emit opened();
     emit parametersChanged();
     return std::nullopt;
+}
+
+Status Session::readHistory() {
+    try {
+        m_history.setDatabase(connection());
+        return std::nullopt;
+    } catch (const mysqlhelper::KV_MySQL_Exception& exception) {
+        const QString cause = QString::fromUtf8(exception.what());
+        return Failure{cause, tr("无法读取项目数据库：%1").arg(cause), false};
+    }
 }
 
 void Session::close() {
@@ -39,6 +55,7 @@ void Session::close() {
     }
     m_jobs.shutDown();
     emit closing();
+    m_history.setDatabase(nullptr);
     CurrentProject::clear();
     m_database.reset();
     m_project.reset();

@@ -2,6 +2,7 @@
 
 #include "workbench/inspection/context/JobRunner.h"
 #include "workbench/inspection/database/PipelineDatabase.h"
+#include "workbench/inspection/history/ProjectHistory.h"
 #include "workbench/inspection/project/Project.h"
 
 #include <QImage>
@@ -41,6 +42,8 @@ public:
     Status setParameters(const ProjectParameters& parameters);
 
     JobRunner& jobs() { return m_jobs; }
+    /// The edits of the open project.
+    ProjectHistory& history() { return m_history; }
     QWidget* mainWindow() const { return m_mainWindow; }
 
     /// Where outputs go without asking; empty means that the user is asked.
@@ -63,11 +66,14 @@ signals:
     void parametersChanged();
 
 private:
+    Status readHistory();
+
     QPointer<QWidget> m_mainWindow;
     std::optional<Project> m_project;
     std::unique_ptr<PipelineDatabase> m_database;
     QString m_outputFolder;
     std::function<QImage()> m_mapPicture;
+    ProjectHistory m_history;
     JobRunner m_jobs;
 };
 

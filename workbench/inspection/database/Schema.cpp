@@ -63,9 +63,17 @@ void createFirstVersion(KV_MySQL& database) {
     database.execute("create index anomaly_by_station on anomaly(station_id)");
 }
 
+/// The user's edits, see history/.
+void addEditHistory(KV_MySQL& database) {
+    createTable(database, "edit_history",
+                "id integer primary key, made_at text not null, subject text not null, "
+                "description text not null, is_undone integer not null check (is_undone in (0, 1)), "
+                "changes text not null");
+}
+
 // Step n brings version n to version n + 1. Steps are only ever added.
 using MigrationStep = void (*)(KV_MySQL&);
-constexpr MigrationStep kSteps[] = {createFirstVersion};
+constexpr MigrationStep kSteps[] = {createFirstVersion, addEditHistory};
 static_assert(std::size(kSteps) == kSchemaVersion);
 
 } // namespace

@@ -8,7 +8,7 @@
 /// The tables of a project's database. docs/data-model.md describes them column by column.
 namespace inspection {
 
-constexpr int kSchemaVersion = 1;
+constexpr int kSchemaVersion = 2;
 
 /// Table of an object type code (KV_ObjectType), empty for an unknown one.
 INSPECTION_API std::string tableName(int type);

@@ -91,18 +91,39 @@ void attach(osg::Group& group, const char* name, osgEarth::MapNode& map) {
     g_pCXviewer->requestRedraw();
 }
 
+/// Gives a region's group its outline and label anew.
+void fillRegion(osg::Group& group, const Special_Region& region, const char* name) {
+    osgEarth::MapNode* map = mapNode();
+    if (map == nullptr) {
+        return;
+    }
+    const osg::ref_ptr<FeatureNode> area = outline(region, *map);
+    area->setName(name);
+    const osg::ref_ptr<PlaceNode> caption = label(region, *map);
+    caption->setName(name);
+    group.removeChildren(0, group.getNumChildren());
+    group.addChild(area);
+    group.addChild(caption);
+}
+
+void fillPoint(osg::Group& group, const Special_Point& point) {
+    osgEarth::MapNode* map = mapNode();
+    if (map == nullptr) {
+        return;
+    }
+    const osg::ref_ptr<PlaceNode> marker = label(point, *map);
+    marker->setName("ROIPoint");
+    group.removeChildren(0, group.getNumChildren());
+    group.addChild(marker);
+}
+
 osg::ref_ptr<osg::Group> regionGroup(const Special_Region& region, const char* name) {
     osgEarth::MapNode* map = mapNode();
     if (map == nullptr || region.m_vertices.empty()) {
         return nullptr;
     }
     osg::ref_ptr<osg::Group> group = new osg::Group;
-    const osg::ref_ptr<FeatureNode> area = outline(region, *map);
-    area->setName(name);
-    const osg::ref_ptr<PlaceNode> caption = label(region, *map);
-    caption->setName(name);
-    group->addChild(area);
-    group->addChild(caption);
+    fillRegion(*group, region, name);
     attach(*group, name, *map);
     return group;
 }
@@ -166,9 +187,7 @@ void SpecialObjectNodes::add(const Special_Point& point) {
         return;
     }
     const osg::ref_ptr<osg::Group> group = new osg::Group;
-    const osg::ref_ptr<PlaceNode> marker = label(point, *map);
-    marker->setName("ROIPoint");
-    group->addChild(marker);
+    fillPoint(*group, point);
     attach(*group, "ROIPoint", *map);
     m_scene.addPipePoints(group, point);
 }
@@ -215,6 +234,42 @@ void SpecialObjectNodes::rename(const std::string& oldName, const std::string& n
     for (const auto& group : groupsOf(oldName)) {
         m_scene.rename(*group, newName);
         forEachLabel(*group, [&](PlaceNode& label) { label.setText(gbkToUtf8(newName)); });
+    }
+    requestRedraw();
+}
+
+void SpecialObjectNodes::replace(const std::string& oldName, const Special_Point& point) {
+    const auto groups = groupsOf(oldName);
+    if (groups.empty()) {
+        add(point);
+    }
+    for (const auto& group : groups) {
+        fillPoint(*group, point);
+        m_scene.UpdataPipePoint(group, point);
+    }
+    requestRedraw();
+}
+
+void SpecialObjectNodes::replace(const std::string& oldName, const Special_Area& area) {
+    const auto groups = groupsOf(oldName);
+    if (groups.empty()) {
+        add(area);
+    }
+    for (const auto& group : groups) {
+        fillRegion(*group, area, "ROIArea");
+        m_scene.UpdataPipeArea(group, area);
+    }
+    requestRedraw();
+}
+
+void SpecialObjectNodes::replace(const std::string& oldName, const Special_Polygon& polygon) {
+    const auto groups = groupsOf(oldName);
+    if (groups.empty()) {
+        add(polygon);
+    }
+    for (const auto& group : groups) {
+        fillRegion(*group, polygon, "ROIPolygon");
+        m_scene.UpdataPipePolygon(group, polygon);
     }
     requestRedraw();
 }

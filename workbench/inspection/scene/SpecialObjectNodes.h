@@ -30,6 +30,10 @@ public:
     void highlight(const std::string& name);
     /// Gives the groups of that name another one, in their records and on their labels.
     void rename(const std::string& oldName, const std::string& newName);
+    /// Shows the object of that name as another record has it, in the same group. Without one it is added.
+    void replace(const std::string& oldName, const Special_Point& point);
+    void replace(const std::string& oldName, const Special_Area& area);
+    void replace(const std::string& oldName, const Special_Polygon& polygon);
     /// Takes the groups of that name off the globe and out of the scene data set.
     void remove(const std::string& name);
     /// Takes every special object off the globe and out of the scene data set.

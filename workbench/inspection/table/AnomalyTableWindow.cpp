@@ -2,7 +2,8 @@
 
 #include "host/Gbk.h"
 #include "workbench/inspection/context/Session.h"
-#include "workbench/inspection/database/AnomalyTable.h"
+#include "workbench/inspection/database/Fields.h"
+#include "workbench/inspection/database/Schema.h"
 #include "workbench/inspection/scene/AnomalyOverlays.h"
 #include "workbench/inspection/table/AnomalyFilterBar.h"
 #include "workbench/inspection/table/AnomalyTableModel.h"
@@ -11,13 +12,9 @@
 #include <QVBoxLayout>
 
 #include <algorithm>
-#include <iostream>
 #include <unordered_map>
 
 namespace inspection {
-
-using mysqlhelper::KV_MySQL;
-using mysqlhelper::KV_MySQL_Exception;
 
 namespace {
 
@@ -48,6 +45,14 @@ void removeNamed(const std::set<std::string>& names, std::vector<SdiffData>& ano
     anomalies.erase(std::remove_if(anomalies.begin(), anomalies.end(),
                                    [&](const SdiffData& anomaly) { return names.count(anomaly.name) != 0; }),
                     anomalies.end());
+}
+
+/// "分类 3 处异常为 深挖"
+QString classification(const std::vector<SdiffData>& anomalies) {
+    const std::string& attribute = anomalies.front().attribute;
+    return attribute.empty()
+               ? QObject::tr("清除 %1 处异常的分类").arg(anomalies.size())
+               : QObject::tr("分类 %1 处异常为 %2").arg(anomalies.size()).arg(fromGbk(attribute));
 }
 
 /// Whole rows, in as few ranges as possible. `rows` in any order.
@@ -240,25 +245,21 @@ void AnomalyTableWindow::SetSelectedbycoor(KV_StationItem* item, double x, doubl
     }
 }
 
-template<typename Store>
-bool AnomalyTableWindow::stored(const Store& store) {
-    KV_MySQL* database = m_session.connection();
-    if (database == nullptr) {
-        return false;
+bool AnomalyTableWindow::perform(const QString& description, const ProjectHistory::Work& work) {
+    const Status failure = m_session.history().perform(description, work);
+    if (failure) {
+        m_session.warn(failure->userMessage);
     }
-    try {
-        store(*database);
-        return true;
-    } catch (const KV_MySQL_Exception& exception) {
-        std::cout << exception.what() << std::endl;
-        m_session.warn(tr("数据库拒绝了修改，未作任何更改：%1").arg(QString::fromUtf8(exception.what())));
-        return false;
-    }
+    return !failure;
 }
 
 void AnomalyTableWindow::SetItemAtrii(KV_StationItem* item, const std::vector<SdiffData>& anomalies) {
     if (item == nullptr || anomalies.empty() ||
-        !stored([&](KV_MySQL& database) { storeAttributes(database, anomalies); })) {
+        !perform(classification(anomalies), [&](EditTransaction& edit) {
+            for (const SdiffData& anomaly : anomalies) {
+                edit.update(kAnomalyTable, anomaly.id, {{"attribute", anomaly.attribute}});
+            }
+        })) {
         return;
     }
     const std::uint32_t stationId = item->GetStationId();
@@ -273,7 +274,11 @@ void AnomalyTableWindow::SetItemAtrii(KV_StationItem* item, const std::vector<Sd
 
 void AnomalyTableWindow::DeleteItems(KV_StationItem* item, const std::vector<SdiffData>& anomalies) {
     if (item == nullptr || anomalies.empty() ||
-        !stored([&](KV_MySQL& database) { deleteAnomalies(database, anomalies); })) {
+        !perform(tr("删除 %1 处异常").arg(anomalies.size()), [&](EditTransaction& edit) {
+            for (const SdiffData& anomaly : anomalies) {
+                edit.remove(kAnomalyTable, anomaly.id);
+            }
+        })) {
         return;
     }
     const std::uint32_t stationId = item->GetStationId();
@@ -289,6 +294,29 @@ void AnomalyTableWindow::DeleteItems(KV_StationItem* item, const std::vector<Sdi
         updateSummary();
     }
     emit anomaliesChanged(stationId);
+}
+
+void AnomalyTableWindow::takeRowChanges(const RowChanges& changes) {
+    std::set<std::string> gone;
+    std::vector<std::string> names;
+    for (const RowChange& change : changes) {
+        if (change.table == kAnomalyTable) {
+            std::string name;
+            takeField(change.after ? *change.after : *change.before, "name", name);
+            change.after ? names.push_back(name) : void(gone.insert(name));
+        }
+    }
+    if (names.empty() && gone.empty()) {
+        return;
+    }
+    forget(gone);
+    if (!names.empty()) {
+        m_selectedNames = names;
+    }
+    if (m_current.readclassfi()) {
+        AddData();
+    }
+    announceSelection();
 }
 
 void AnomalyTableWindow::forget(const std::set<std::string>& names) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/inspection/AVWindow.h"
+#include "workbench/inspection/history/ProjectHistory.h"
 
 #include <QTimer>
 
@@ -40,6 +41,8 @@ public:
 public slots:
     /// Shows the anomalies of that station; of none when null.
     void showStation(KV_StationItem* item);
+    /// Shows rows that an undo or redo has changed, and selects them.
+    void takeRowChanges(const RowChanges& changes);
     /// Announces the selection once more, for a globe whose overlays are new.
     void announceSelection();
 
@@ -63,9 +66,8 @@ private:
     std::vector<SdiffData> selected() const;
     const SdiffData* anomalyAt(const QModelIndex& sortedIndex) const;
     void forget(const std::set<std::string>& names);
-    /// Runs `store` on the database and tells the user when it refuses.
-    template<typename Store>
-    bool stored(const Store& store);
+    /// Makes an edit of what `work` changes and tells the user when the database refuses.
+    bool perform(const QString& description, const ProjectHistory::Work& work);
 
     Session& m_session;
     AnomalyOverlays& m_overlays;

@@ -2,6 +2,7 @@
 
 #include "host/Gbk.h"
 #include "workbench/inspection/context/Session.h"
+#include "workbench/inspection/database/Schema.h"
 #include "workbench/inspection/database/StationTable.h"
 #include "workbench/inspection/scene/SpecialObjectNodes.h"
 #include "workbench/inspection/tree/StationTree.h"
@@ -9,6 +10,8 @@
 #include <algorithm>
 
 namespace inspection {
+
+using mysqlhelper::KV_Record;
 
 namespace {
 
@@ -28,13 +31,15 @@ SpecialObjects::SpecialObjects(Session& session, StationTree& tree, SpecialObjec
     connect(&m_tree, &StationTree::deleteRequested, this, &SpecialObjects::askToDelete);
 }
 
+template<typename Record>
+void SpecialObjects::loadAll(const std::vector<Record>& records) {
+    for (const Record& record : records) {
+        enter(record, record.m_id);
+        m_nodes.add(record);
+    }
+}
+
 void SpecialObjects::load() {
-    const auto loadAll = [this](const auto& records) {
-        for (const auto& record : records) {
-            enter(record, record.m_id);
-            m_nodes.add(record);
-        }
-    };
     mysqlhelper::KV_MySQL& database = *m_session.connection();
     // What comes later covers what came before: the wide areas are to be below those within them.
     loadAll(readHighConsequenceAreas(database));
@@ -101,7 +106,7 @@ bool SpecialObjects::add(const KV_BasicNode& record) {
 bool SpecialObjects::remove(const QString& name, int objectType) {
     const auto found = m_entries.find(name);
     if (found == m_entries.end() || typeOf(*found->second) != objectType ||
-        m_store.remove(objectType, idOf(*found->second))) {
+        m_store.remove(objectType, idOf(*found->second), toGbk(name))) {
         return false;
     }
     forget(name);
@@ -123,10 +128,53 @@ bool SpecialObjects::update(const KV_BasicNode& record, const std::string& oldNa
     if (m_store.update(record, record.m_id != 0 ? record.m_id : idOf(*entry))) {
         return false;
     }
-    m_tree.setName(entry, name);
+    takeName(found->first, name);
+    return true;
+}
+
+void SpecialObjects::takeName(const QString& oldName, const QString& name) {
+    const auto found = m_entries.find(oldName);
+    QTreeWidgetItem* entry = found->second;
     m_entries.erase(found);
     m_entries[name] = entry;
-    return true;
+    m_tree.setName(entry, name);
+}
+
+template<typename Record>
+void SpecialObjects::takeRowChange(const RowChange& change, int objectType) {
+    Record before;
+    Record after;
+    before.m_type = after.m_type = objectType;
+    before.init_from_sqldata(change.before.value_or(KV_Record()));
+    after.init_from_sqldata(change.after.value_or(KV_Record()));
+    const QString oldName = fromGbk(before.GetName());
+    const QString name = fromGbk(after.GetName());
+    if (change.before && change.after && contains(oldName)) {
+        takeName(oldName, name);
+        m_nodes.replace(before.GetName(), after);
+    } else if (change.before && contains(oldName)) {
+        m_nodes.remove(before.GetName());
+        forget(oldName);
+    } else if (change.after) {
+        m_nodes.remove(after.GetName()); // a deleted point's entry stays in the scene's map
+        enter(after, after.m_id);
+        m_nodes.add(after);
+    }
+    if (change.after) {
+        select(name);
+    }
+}
+
+void SpecialObjects::takeRowChanges(const RowChanges& changes) {
+    for (const RowChange& change : changes) {
+        if (change.table == tableName(KV_SPECIAL_POINT)) {
+            takeRowChange<Special_Point>(change, KV_SPECIAL_POINT);
+        } else if (change.table == tableName(KV_SPECIAL_AREA)) {
+            takeRowChange<Special_Area>(change, KV_SPECIAL_AREA);
+        } else if (change.table == tableName(KV_HIGH_CONSEQUENCE_AREA)) {
+            takeRowChange<Special_Polygon>(change, KV_HIGH_CONSEQUENCE_AREA);
+        }
+    }
 }
 
 void SpecialObjects::takeChange(QTreeWidgetItem* entry) {
@@ -161,7 +209,7 @@ QString SpecialObjects::storeName(const QTreeWidgetItem& entry, const QString& n
     if (contains(name)) {
         return tr("名称“%1”已存在").arg(name);
     }
-    const Status failure = m_store.rename(typeOf(entry), idOf(entry), toGbk(name));
+    const Status failure = m_store.rename(typeOf(entry), idOf(entry), toGbk(nameOf(&entry)), toGbk(name));
     return failure ? failure->userMessage : QString();
 }
 
@@ -170,7 +218,7 @@ void SpecialObjects::askToDelete(QTreeWidgetItem* entry) {
     if (name.isEmpty() || !m_session.ask(tr("是否删除“%1”？").arg(name))) {
         return;
     }
-    if (const Status failure = m_store.remove(typeOf(*entry), idOf(*entry))) {
+    if (const Status failure = m_store.remove(typeOf(*entry), idOf(*entry), toGbk(name))) {
         m_session.warn(failure->userMessage);
         return;
     }

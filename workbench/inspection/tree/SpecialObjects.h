@@ -1,5 +1,6 @@
 #pragma once
 
+#include "workbench/inspection/history/RowChange.h"
 #include "workbench/inspection/tree/SpecialObjectStore.h"
 
 #include <QObject>
@@ -46,6 +47,9 @@ public:
     /// new one is empty.
     bool update(const KV_BasicNode& record, const std::string& oldName);
 
+    /// Shows rows that an undo or redo has changed, also on the globe, and selects the last of them.
+    void takeRowChanges(const RowChanges& changes);
+
 public slots:
     /// The user has ticked or renamed an entry.
     void takeChange(QTreeWidgetItem* entry);
@@ -53,7 +57,12 @@ public slots:
     void askToDelete(QTreeWidgetItem* entry);
 
 private:
+    template<typename Record>
+    void loadAll(const std::vector<Record>& records);
     void enter(const KV_BasicNode& record, std::uint32_t id);
+    template<typename Record>
+    void takeRowChange(const RowChange& change, int objectType);
+    void takeName(const QString& oldName, const QString& name);
     void forget(const QString& name);
     void rename(QTreeWidgetItem* entry, const QString& oldName);
     QString storeName(const QTreeWidgetItem& entry, const QString& name) const;

@@ -2,6 +2,8 @@
 
 #include "host/Gbk.h"
 #include "workbench/inspection/context/Session.h"
+#include "workbench/inspection/database/Fields.h"
+#include "workbench/inspection/database/Schema.h"
 #include "workbench/inspection/database/StationTable.h"
 #include "workbench/inspection/scene/AnomalyOverlays.h"
 #include "workbench/inspection/scene/GlobeNavigation.h"
@@ -17,6 +19,7 @@
 
 #include <algorithm>
 #include <iostream>
+#include <set>
 
 namespace inspection {
 
@@ -201,6 +204,7 @@ void StationTreeWindow::OutPutShap() {
 }
 
 void StationTreeWindow::takeResults(const std::vector<std::uint32_t>& stationIds) {
+    m_session.history().reload(); // edits of the earlier anomalies have gone
     for (const std::uint32_t id : stationIds) {
         refreshStation(id);
     }
@@ -223,6 +227,37 @@ void StationTreeWindow::refreshStation(quint32 stationId) {
     KV_StationItem* station = item(stationId);
     if (station != nullptr && station->readdom() && station->readclassfi()) {
         showCount(*station);
+    }
+}
+
+void StationTreeWindow::takeRowChanges(const RowChanges& changes) {
+    m_objects->takeRowChanges(changes);
+    std::set<std::uint32_t> changed;
+    std::set<std::uint32_t> grown;
+    for (const RowChange& change : changes) {
+        if (change.table != kAnomalyTable) {
+            continue;
+        }
+        std::uint32_t stationId = 0;
+        std::string name;
+        takeField(change.after ? *change.after : *change.before, "station_id", stationId);
+        takeField(change.after ? *change.after : *change.before, "name", name);
+        changed.insert(stationId);
+        if (!change.before) {
+            grown.insert(stationId);
+        } else if (!change.after) {
+            m_overlays.remove(stationId, name);
+        }
+    }
+    for (const std::uint32_t id : changed) {
+        refreshStation(id);
+        const KV_StationItem* station = item(id);
+        if (station != nullptr && grown.count(id) != 0 && IsDiffChecked(station)) {
+            showOverlays(*station);
+        }
+    }
+    if (!changed.empty() && m_tree->station(*changed.rbegin()) != nullptr) {
+        m_tree->setCurrentItem(m_tree->station(*changed.rbegin()));
     }
 }
 

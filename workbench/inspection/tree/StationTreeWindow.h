@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/inspection/StationWindow.h"
+#include "workbench/inspection/history/RowChange.h"
 #include <QColor>
 
 #include <memory>
@@ -54,6 +55,8 @@ public slots:
     void clear();
     /// Reads a station's anomalies again after they were edited elsewhere.
     void refreshStation(quint32 stationId);
+    /// Shows rows that an undo or redo has changed.
+    void takeRowChanges(const RowChanges& changes);
     /// Shows the anomalies of the checked stations anew when the project has other colours for them now.
     void recolourOverlays();
 

@@ -1,0 +1,73 @@
+#pragma once
+
+#include "host/inspection/EditHistory.h"
+#include "workbench/inspection/history/EditTable.h"
+#include "workbench/inspection/history/EditTransaction.h"
+#include "workbench/inspection/project/Failure.h"
+
+#include <QObject>
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+namespace inspection {
+
+/// The edits of the open project, stored with it: they can be undone after a restart, too. An edit and its
+/// entry are one transaction, and so are an undo and its mark. GUI thread.
+class INSPECTION_API ProjectHistory : public QObject, public EditHistory {
+    Q_OBJECT
+
+public:
+    using Work = std::function<void(EditTransaction& edit)>;
+
+    explicit ProjectHistory(QObject* parent = nullptr);
+    ~ProjectHistory() override;
+
+    /// From then on the edits of that database; of none when null. Must outlive its use here. Throws
+    /// KV_MySQL_Exception when they cannot be read.
+    void setDatabase(mysqlhelper::KV_MySQL* database);
+
+    /// Makes an edit of everything that `work` changes, which drops what could be redone. Work that changes
+    /// nothing is no edit. On failure nothing is changed and nothing recorded.
+    Status perform(const QString& description, const Work& work);
+
+    bool CanUndo() override { return m_undoable != 0 && !m_isRestarting; }
+    bool CanRedo() override { return m_undoable != m_edits.size(); }
+    EditCommand* TakeUndo() override;
+    EditCommand* TakeRedo() override;
+    void UndoSteps(int count) override;
+
+    /// Announces the newest undoable edits anew, oldest first: for tools that were not there when they were
+    /// made.
+    void announce();
+    /// Reads the edits again, after something else than this history has changed them.
+    void reload() { setDatabase(m_database); }
+
+signals:
+    /// Description of an undoable edit that is new to the tools; empty when only CanUndo is another now.
+    /// Before it announces all anew, it says so with nothing to undo.
+    void undoable(const QString& description);
+    /// CanRedo may be another now; always empty.
+    void redoable(const QString& description);
+    /// Rows are other ones now than the windows show, by an undo or redo.
+    void rowsChanged(const RowChanges& changes);
+    /// An undo or redo was refused; one Chinese line.
+    void refused(const QString& message);
+
+private:
+    class Edit;
+
+    /// Takes back an edit that has been taken, or makes it again. When that is refused it goes back to its
+    /// side.
+    void step(Edit& edit, bool isUndo, bool refresh);
+    void refuse(const QString& message);
+    RowChanges carryOut(const StoredEdit& edit, bool isUndo);
+
+    mysqlhelper::KV_MySQL* m_database = nullptr;
+    std::vector<std::unique_ptr<Edit>> m_edits; ///< oldest first
+    std::size_t m_undoable = 0;                 ///< how many of them, from the oldest on, can be undone
+    bool m_isRestarting = false;                ///< the tools' lists are being emptied
+};
+
+} // namespace inspection
