@@ -131,6 +131,7 @@ TEST_F(HistoryTest, WorkThatChangesNothingIsNoEdit) {
     const std::int64_t id = add("甲");
     ASSERT_FALSE(m_history.perform("同名", [&](EditTransaction& edit) {
         edit.update("special_point", id, {{"name", toGbk("甲")}});
+        EXPECT_FALSE(edit.update("special_point", 999, {{"name", toGbk("乙")}}));
         edit.remove("special_point", 999);
     }));
     EXPECT_EQ(storedEdits(), 1);

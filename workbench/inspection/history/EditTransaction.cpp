@@ -3,7 +3,6 @@
 namespace inspection {
 
 using mysqlhelper::KV_MySQL;
-using mysqlhelper::KV_MySQL_Exception;
 using mysqlhelper::KV_Record;
 
 EditTransaction::EditTransaction(KV_MySQL& database) : m_database(database), m_transaction(database) {}
@@ -14,16 +13,17 @@ std::int64_t EditTransaction::insert(const std::string& table, const KV_Record& 
     return id;
 }
 
-void EditTransaction::update(const std::string& table, std::int64_t id, const KV_Record& fields) {
-    const auto before = readRow(m_database, table, id);
+bool EditTransaction::update(const std::string& table, std::int64_t id, const KV_Record& fields) {
+    auto before = readRow(m_database, table, id);
     if (!before) {
-        throw KV_MySQL_Exception("row " + std::to_string(id) + " of " + table + " is not stored any more");
+        return false;
     }
     m_database.updateRecord(table, fields, "where id=?", {id});
     auto after = readRow(m_database, table, id);
     if (after != before) {
-        m_changes.push_back({table, id, before, std::move(after)});
+        m_changes.push_back({table, id, std::move(before), std::move(after)});
     }
+    return true;
 }
 
 void EditTransaction::remove(const std::string& table, std::int64_t id) {

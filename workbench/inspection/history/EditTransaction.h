@@ -12,8 +12,8 @@ public:
 
     /// Gives the new row's id.
     std::int64_t insert(const std::string& table, const mysqlhelper::KV_Record& fields);
-    /// Throws as well when there is no such row.
-    void update(const std::string& table, std::int64_t id, const mysqlhelper::KV_Record& fields);
+    /// False when there is no such row.
+    bool update(const std::string& table, std::int64_t id, const mysqlhelper::KV_Record& fields);
     /// A row that is gone already is no error.
     void remove(const std::string& table, std::int64_t id);
 

@@ -91,30 +91,46 @@ void attach(osg::Group& group, const char* name, osgEarth::MapNode& map) {
     g_pCXviewer->requestRedraw();
 }
 
-/// Gives a region's group its outline and label anew.
+constexpr char kPointName[] = "ROIPoint";
+constexpr char kAreaName[] = "ROIArea";
+constexpr char kPolygonName[] = "ROIPolygon";
+
+// Give a group its content anew, by the record.
 void fillRegion(osg::Group& group, const Special_Region& region, const char* name) {
-    osgEarth::MapNode* map = mapNode();
-    if (map == nullptr) {
-        return;
-    }
-    const osg::ref_ptr<FeatureNode> area = outline(region, *map);
+    const osg::ref_ptr<FeatureNode> area = outline(region, *mapNode());
     area->setName(name);
-    const osg::ref_ptr<PlaceNode> caption = label(region, *map);
+    const osg::ref_ptr<PlaceNode> caption = label(region, *mapNode());
     caption->setName(name);
     group.removeChildren(0, group.getNumChildren());
     group.addChild(area);
     group.addChild(caption);
 }
 
-void fillPoint(osg::Group& group, const Special_Point& point) {
-    osgEarth::MapNode* map = mapNode();
-    if (map == nullptr) {
-        return;
-    }
-    const osg::ref_ptr<PlaceNode> marker = label(point, *map);
-    marker->setName("ROIPoint");
+void fill(osg::Group& group, const Special_Area& area) {
+    fillRegion(group, area, kAreaName);
+}
+
+void fill(osg::Group& group, const Special_Polygon& polygon) {
+    fillRegion(group, polygon, kPolygonName);
+}
+
+void fill(osg::Group& group, const Special_Point& point) {
+    const osg::ref_ptr<PlaceNode> marker = label(point, *mapNode());
+    marker->setName(kPointName);
     group.removeChildren(0, group.getNumChildren());
     group.addChild(marker);
+}
+
+void updateRecord(SceneDataSet& scene, osg::Group& group, const Special_Point& point) {
+    scene.UpdataPipePoint(&group, point);
+}
+
+void updateRecord(SceneDataSet& scene, osg::Group& group, const Special_Area& area) {
+    scene.UpdataPipeArea(&group, area);
+}
+
+void updateRecord(SceneDataSet& scene, osg::Group& group, const Special_Polygon& polygon) {
+    scene.UpdataPipePolygon(&group, polygon);
 }
 
 osg::ref_ptr<osg::Group> regionGroup(const Special_Region& region, const char* name) {
@@ -187,19 +203,19 @@ void SpecialObjectNodes::add(const Special_Point& point) {
         return;
     }
     const osg::ref_ptr<osg::Group> group = new osg::Group;
-    fillPoint(*group, point);
-    attach(*group, "ROIPoint", *map);
+    fill(*group, point);
+    attach(*group, kPointName, *map);
     m_scene.addPipePoints(group, point);
 }
 
 void SpecialObjectNodes::add(const Special_Area& area) {
-    if (const osg::ref_ptr<osg::Group> group = regionGroup(area, "ROIArea")) {
+    if (const osg::ref_ptr<osg::Group> group = regionGroup(area, kAreaName)) {
         m_scene.addPipeAreas(group, area);
     }
 }
 
 void SpecialObjectNodes::add(const Special_Polygon& polygon) {
-    if (const osg::ref_ptr<osg::Group> group = regionGroup(polygon, "ROIPolygon")) {
+    if (const osg::ref_ptr<osg::Group> group = regionGroup(polygon, kPolygonName)) {
         m_scene.addPipePolygons(group, polygon);
     }
 }
@@ -238,40 +254,29 @@ void SpecialObjectNodes::rename(const std::string& oldName, const std::string& n
     requestRedraw();
 }
 
-void SpecialObjectNodes::replace(const std::string& oldName, const Special_Point& point) {
+template<typename Record>
+void SpecialObjectNodes::replaceWith(const std::string& oldName, const Record& record) {
     const auto groups = groupsOf(oldName);
     if (groups.empty()) {
-        add(point);
+        add(record);
     }
     for (const auto& group : groups) {
-        fillPoint(*group, point);
-        m_scene.UpdataPipePoint(group, point);
+        fill(*group, record);
+        updateRecord(m_scene, *group, record);
     }
     requestRedraw();
+}
+
+void SpecialObjectNodes::replace(const std::string& oldName, const Special_Point& point) {
+    replaceWith(oldName, point);
 }
 
 void SpecialObjectNodes::replace(const std::string& oldName, const Special_Area& area) {
-    const auto groups = groupsOf(oldName);
-    if (groups.empty()) {
-        add(area);
-    }
-    for (const auto& group : groups) {
-        fillRegion(*group, area, "ROIArea");
-        m_scene.UpdataPipeArea(group, area);
-    }
-    requestRedraw();
+    replaceWith(oldName, area);
 }
 
 void SpecialObjectNodes::replace(const std::string& oldName, const Special_Polygon& polygon) {
-    const auto groups = groupsOf(oldName);
-    if (groups.empty()) {
-        add(polygon);
-    }
-    for (const auto& group : groups) {
-        fillRegion(*group, polygon, "ROIPolygon");
-        m_scene.UpdataPipePolygon(group, polygon);
-    }
-    requestRedraw();
+    replaceWith(oldName, polygon);
 }
 
 void SpecialObjectNodes::remove(const std::string& name) {

@@ -40,6 +40,8 @@ public:
     void clear();
 
 private:
+    template<typename Record>
+    void replaceWith(const std::string& oldName, const Record& record);
     /// Every group with that name.
     std::vector<osg::ref_ptr<osg::Group>> groupsOf(const std::string& name) const;
 

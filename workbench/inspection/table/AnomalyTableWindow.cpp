@@ -16,6 +16,8 @@
 
 namespace inspection {
 
+using mysqlhelper::KV_MySQL_Exception;
+
 namespace {
 
 constexpr int kReachedMilliseconds = 200;
@@ -257,7 +259,10 @@ void AnomalyTableWindow::SetItemAtrii(KV_StationItem* item, const std::vector<Sd
     if (item == nullptr || anomalies.empty() ||
         !perform(classification(anomalies), [&](EditTransaction& edit) {
             for (const SdiffData& anomaly : anomalies) {
-                edit.update(kAnomalyTable, anomaly.id, {{"attribute", anomaly.attribute}});
+                if (!edit.update(kAnomalyTable, anomaly.id, {{"attribute", anomaly.attribute}})) {
+                    throw KV_MySQL_Exception("anomaly " + gbkToUtf8(anomaly.name) +
+                                             " is not stored any more");
+                }
             }
         })) {
         return;

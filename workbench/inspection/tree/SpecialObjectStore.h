@@ -19,7 +19,7 @@ public:
 
     /// Inserts into the table of the record's type code; gives the new row's id.
     Result<std::uint32_t> insert(const KV_BasicNode& record) const;
-    /// Updates the row of that id.
+    /// Updates the row of that id; none any more is no failure.
     Status update(const KV_BasicNode& record, std::uint32_t id) const;
     /// Gives an object another name (GBK).
     Status rename(int objectType, std::uint32_t id, const std::string& oldName,
