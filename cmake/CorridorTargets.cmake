@@ -94,7 +94,7 @@ function(corridor_test target)
   if(CORRIDOR_SANITIZE OR CORRIDOR_SANITIZE_THREADS)
     set(seconds 1200)
   else()
-    set(seconds 300)
+    set(seconds 600)
   endif()
   set_tests_properties(${target} PROPERTIES TIMEOUT ${seconds} ENVIRONMENT
                        "TSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/support/tsan.supp")

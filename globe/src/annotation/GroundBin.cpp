@@ -1,7 +1,7 @@
 #include "GroundBin.h"
 
 #include <osg/Depth>
-#include <osg/Stencil>
+#include <osg/GL>
 
 #include <algorithm>
 #include <mutex>
