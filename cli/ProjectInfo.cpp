@@ -64,7 +64,8 @@ inspection::Result<QJsonObject> projectInfo(const QString& folder) {
                      {"epochs", epochs(description)},
                      {"parameters", parameters(description.parameters)},
                      {"stations", QJsonArray()}};
-    if (!QFileInfo::exists(description.databaseFile())) {
+    const QString file = description.databaseFile();
+    if (!file.isEmpty() && !QFileInfo::exists(file)) {
         return json;
     }
     const auto opened = openProject(folder.toStdString(), access);

@@ -13,3 +13,11 @@ add_library(corridor_osg INTERFACE)
 add_library(Corridor::OSG ALIAS corridor_osg)
 target_include_directories(corridor_osg SYSTEM INTERFACE ${OPENSCENEGRAPH_INCLUDE_DIRS})
 target_link_libraries(corridor_osg INTERFACE ${OPENSCENEGRAPH_LIBRARIES} OpenGL::GL)
+
+# The client library of MariaDB, or of MySQL, which has the same interface.
+find_path(MARIADB_INCLUDE_DIR mysql.h PATH_SUFFIXES mariadb mysql REQUIRED)
+find_library(MARIADB_LIBRARY NAMES mariadb mysqlclient REQUIRED)
+add_library(corridor_mariadb INTERFACE)
+add_library(Corridor::MariaDb ALIAS corridor_mariadb)
+target_include_directories(corridor_mariadb SYSTEM INTERFACE ${MARIADB_INCLUDE_DIR})
+target_link_libraries(corridor_mariadb INTERFACE ${MARIADB_LIBRARY})

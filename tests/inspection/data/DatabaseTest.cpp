@@ -1,9 +1,12 @@
 #include "Opened.h"
+#include "TestDatabase.h"
 
 #include "host/Gbk.h"
 #include "workbench/inspection/database/AnomalyTable.h"
 #include "workbench/inspection/database/Schema.h"
+#include "workbench/inspection/database/ServerAddress.h"
 #include "workbench/inspection/database/StationTable.h"
+#include "workbench/inspection/database/TableDescription.h"
 
 #include <QDir>
 #include <QFile>
@@ -27,8 +30,20 @@ SdiffData someAnomaly(const std::string& name) {
     return anomaly;
 }
 
-TEST(DatabaseTest, FirstOpenTakesStationsAndNodesFromTheCentreLineFile) {
-    OpenedProject opened;
+class DatabaseTest : public testing::TestWithParam<DatabaseKind> {
+protected:
+    QString databaseUrl() const { return opened.project.description().databaseUrl(); }
+    void setStoredVersion(int version) {
+        opened.sql().execute((GetParam() == DatabaseKind::Sqlite ? "pragma user_version="
+                                                                 : "update schema_version set version=") +
+                             std::to_string(version));
+    }
+
+    OpenedProject opened{newProjectDatabase(GetParam())};
+};
+INSTANTIATE_TEST_SUITE_P(On, DatabaseTest, eachKind, kindName);
+
+TEST_P(DatabaseTest, FirstOpenTakesStationsAndNodesFromTheCentreLineFile) {
     const auto stations = readStations(opened.sql());
     ASSERT_EQ(stations.size(), 2U);
     EXPECT_EQ(stations[0].m_id, 1U);
@@ -44,17 +59,14 @@ TEST(DatabaseTest, FirstOpenTakesStationsAndNodesFromTheCentreLineFile) {
     EXPECT_DOUBLE_EQ(nodes[0].GetCoor().z(), 50.0);
 }
 
-TEST(DatabaseTest, ASecondOpenKeepsWhatIsStored) {
-    OpenedProject opened;
+TEST_P(DatabaseTest, ASecondOpenKeepsWhatIsStored) {
     opened.sql().execute("update station set name='renamed' where id=1");
     opened.database.reset();
-    const auto again =
-        valueOf(PipelineDatabase::open(opened.project.description(), Project::Access::Exclusive));
+    const auto again = opened.open();
     EXPECT_EQ(readStations(*again->GetMySQL())[0].m_name, "renamed");
 }
 
-TEST(DatabaseTest, EveryTypeCodeHasItsTableAndOthersHaveNone) {
-    OpenedProject opened;
+TEST_P(DatabaseTest, EveryTypeCodeHasItsTableAndOthersHaveNone) {
     for (const int type : {1, 4, 5, 16, 17}) {
         const std::string table = opened.database->Gettablename(type);
         ASSERT_FALSE(table.empty()) << type;
@@ -67,8 +79,7 @@ TEST(DatabaseTest, EveryTypeCodeHasItsTableAndOthersHaveNone) {
     EXPECT_FALSE(opened.database->GetConncetDBState(1));
 }
 
-TEST(DatabaseTest, ASpecialRegionComesBackExactly) {
-    OpenedProject opened;
+TEST_P(DatabaseTest, ASpecialRegionComesBackExactly) {
     Special_Area area(toGbk("堆土场"), {114.123456789012345, 30.7, 51.25});
     area.m_attribute = toGbk("渣土");
     area.m_vertices = {{114.1, 30.1, 1.0 / 3.0}, {114.2, 30.1, 2.0}, {114.2, 30.2, 3.0}};
@@ -96,16 +107,14 @@ TEST(DatabaseTest, ASpecialRegionComesBackExactly) {
     EXPECT_EQ(stored.m_level, 4);
 }
 
-TEST(DatabaseTest, TwoSpecialObjectsOfOneKindCannotShareAName) {
-    OpenedProject opened;
+TEST_P(DatabaseTest, TwoSpecialObjectsOfOneKindCannotShareAName) {
     KV_Record fields;
     Special_Point(toGbk("阀室"), {114.0, 30.7, 50.0}).evalute_record(fields);
     opened.sql().insertRecord(tableName(KV_SPECIAL_POINT), fields);
     EXPECT_THROW(opened.sql().insertRecord(tableName(KV_SPECIAL_POINT), fields), KV_MySQL_Exception);
 }
 
-TEST(DatabaseTest, AttributesAreStoredAndDeletedAnomaliesComeBackAsTheyWere) {
-    OpenedProject opened;
+TEST_P(DatabaseTest, AttributesAreStoredAndDeletedAnomaliesComeBackAsTheyWere) {
     std::vector<SdiffData> anomalies{someAnomaly("S1-0001"), someAnomaly("S1-0002")};
     insertAnomalies(opened.sql(), 1, anomalies);
     ASSERT_NE(anomalies[0].id, 0);
@@ -126,48 +135,121 @@ TEST(DatabaseTest, AttributesAreStoredAndDeletedAnomaliesComeBackAsTheyWere) {
     EXPECT_FALSE(back[0].isFill);
 }
 
-TEST(DatabaseTest, AnAnomalyOfNoStationIsRefused) {
-    OpenedProject opened;
+TEST_P(DatabaseTest, AnAnomalyOfNoStationIsRefused) {
     std::vector<SdiffData> anomalies{someAnomaly("S9-0001")};
     EXPECT_THROW(insertAnomalies(opened.sql(), 9, anomalies), KV_MySQL_Exception);
 }
 
-TEST(DatabaseTest, ANewerSchemaIsRefusedAndLeftAlone) {
-    OpenedProject opened;
-    opened.sql().execute("pragma user_version=99");
+TEST_P(DatabaseTest, ANewerSchemaIsRefusedAndLeftAlone) {
+    setStoredVersion(99);
     opened.database.reset();
     for (const auto access : {Project::Access::Exclusive, Project::Access::ReadOnly}) {
         const Failure failure = failureOf(PipelineDatabase::open(opened.project.description(), access));
         EXPECT_TRUE(failure.message.contains("99")) << failure.message.toStdString();
-        EXPECT_TRUE(failure.message.contains("inspection.db"));
+        EXPECT_TRUE(failure.message.contains(shownDatabase(databaseUrl())));
     }
-    KV_MySQL database(opened.project.description().databaseFile().toStdString());
+    KV_MySQL database(databaseUrl().toStdString());
     EXPECT_EQ(storedSchemaVersion(database), 99);
     EXPECT_THROW(migrateSchema(database), KV_MySQL_Exception);
 }
 
-TEST(DatabaseTest, AProjectWithoutStationsIsRefusedAndItsDatabaseStaysEmpty) {
+TEST_P(DatabaseTest, AProjectWithoutStationsIsRefusedAndItsTablesStayEmpty) {
     const SmallProject files;
     QFile::remove(files.file("centerline.gpkg"));
-    const auto project = valueOf(Project::open(files.folder()));
+    const auto project = openedProject(files.folder(), newProjectDatabase(GetParam()));
     const Failure failure =
         failureOf(PipelineDatabase::open(project.description(), Project::Access::Exclusive));
     EXPECT_TRUE(failure.message.contains("centerline.gpkg"));
-    KV_MySQL database(project.description().databaseFile().toStdString());
-    EXPECT_EQ(storedSchemaVersion(database), 0);
+    KV_MySQL database(project.description().databaseUrl().toStdString());
+    EXPECT_TRUE(readStations(database).empty());
+    EXPECT_TRUE(readPipeNodes(database).empty());
 }
 
-TEST(DatabaseTest, ReadingOnlyNeedsADatabaseAndChangesNothing) {
+TEST_P(DatabaseTest, ReadingOnlyNeedsTablesAndChangesNothing) {
     const SmallProject files;
-    const auto project = valueOf(Project::open(files.folder(), Project::Access::ReadOnly));
+    const auto project = openedProject(files.folder(), newProjectDatabase(GetParam()));
     failureOf(PipelineDatabase::open(project.description(), Project::Access::ReadOnly));
-    EXPECT_FALSE(QFile::exists(project.description().databaseFile()));
+    EXPECT_FALSE(QFile::exists(files.file("inspection.db")));
 
-    OpenedProject opened;
-    const auto database =
-        valueOf(PipelineDatabase::open(opened.project.description(), Project::Access::ReadOnly));
+    const auto database = opened.open(Project::Access::ReadOnly);
     EXPECT_EQ(readStations(*database->GetMySQL()).size(), 2U);
     EXPECT_THROW(database->GetMySQL()->execute("delete from station"), KV_MySQL_Exception);
+    EXPECT_THROW(database->GetMySQL()->execute("create table more (id integer)"), KV_MySQL_Exception);
+    EXPECT_EQ(readStations(opened.sql()).size(), 2U);
+}
+
+TEST_P(DatabaseTest, ConstraintsAreTheSameOnEveryDatabase) {
+    KV_Record area;
+    Special_Area(toGbk("堆土场"), {114.0, 30.7, 50.0}).evalute_record(area);
+    area["outline_wkt"] = std::string("POLYGON Z ((0 0 0,1 0 0,1 1 0,0 0 0))");
+    area["opacity"] = 1.5;
+    EXPECT_THROW(opened.sql().insertRecord("special_area", area), KV_MySQL_Exception);
+    area["opacity"] = 1.0;
+    area["level"] = std::int64_t{6};
+    EXPECT_THROW(opened.sql().insertRecord("special_area", area), KV_MySQL_Exception);
+    area["level"] = std::int64_t{5};
+    area["name"] = std::monostate();
+    EXPECT_THROW(opened.sql().insertRecord("special_area", area), KV_MySQL_Exception);
+    area["name"] = std::string("x");
+    area.erase("attribute");
+    opened.sql().insertRecord("special_area", area);
+    EXPECT_EQ(readSpecialAreas(opened.sql()).at(0).m_attribute, "");
+    EXPECT_THROW(opened.sql().execute("update station set x_min=x_max"), KV_MySQL_Exception);
+
+    std::vector<SdiffData> anomalies{someAnomaly("S1-0001")};
+    insertAnomalies(opened.sql(), 1, anomalies);
+    EXPECT_THROW(opened.sql().execute("update anomaly set kind='other'"), KV_MySQL_Exception);
+    opened.sql().execute("delete from station where id=1");
+    EXPECT_TRUE(readAnomalies(opened.sql(), 1).empty());
+}
+
+TEST_P(DatabaseTest, NamesAreComparedExactly) {
+    KV_Record fields;
+    Special_Point(std::string("x"), {114.0, 30.7, 50.0}).evalute_record(fields);
+    const std::vector<std::string> different{
+        "a", "A", toGbk("á"), "a ", " a", toGbk("ａ"), toGbk("表情😀"), toGbk("表情😁"), std::string("a\0", 2),
+        ""};
+    for (const std::string& name : different) {
+        fields["name"] = name;
+        opened.sql().insertRecord("special_point", fields);
+        EXPECT_THROW(opened.sql().insertRecord("special_point", fields), KV_MySQL_Exception) << name;
+    }
+    for (const std::string& name : different) {
+        const auto found = opened.sql().queryRecord("select name from special_point where name=?", {name});
+        ASSERT_EQ(found.size(), 1U) << name;
+        EXPECT_EQ(std::get<std::string>(found[0].at("name")), name);
+    }
+    EXPECT_EQ(readSpecialPoints(opened.sql()).size(), different.size());
+}
+
+TEST_P(DatabaseTest, AMigrationThatWasCutShortIsCompleted) {
+    opened.sql().execute("drop table anomaly");
+    opened.sql().execute("drop table special_point");
+    setStoredVersion(0);
+    migrateSchema(opened.sql());
+    EXPECT_EQ(storedSchemaVersion(opened.sql()), kSchemaVersion);
+    EXPECT_TRUE(readSpecialPoints(opened.sql()).empty());
+    EXPECT_TRUE(readAnomalies(opened.sql(), 1).empty());
+    EXPECT_EQ(readStations(opened.sql()).size(), 2U);
+}
+
+TEST_P(DatabaseTest, AStepMayAddAColumnAndMayBeRepeated) {
+    const Column column{"row_count", Column::Sort::Integer, true, "7"};
+    const Column text{"remark", Column::Sort::Text, true, "'-'"};
+    for (int time = 0; time < 2; ++time) {
+        addColumn(opened.sql(), "station", column);
+        addColumn(opened.sql(), "station", text);
+    }
+    const KV_Record row = opened.sql().queryRecord("select * from station").at(1);
+    EXPECT_EQ(std::get<std::int64_t>(row.at("row_count")), 7);
+    EXPECT_EQ(std::get<std::string>(row.at("remark")), "-");
+}
+
+TEST_P(DatabaseTest, JobsComputeWithAConnectionOfTheirOwn) {
+    EXPECT_EQ(valueOf(computeAnomalies(opened.request())).anomalies, 3);
+    EXPECT_EQ(valueOf(computeAnomalies(opened.request())).anomalies, 3);
+    EXPECT_EQ(readAnomalies(opened.sql(), 1).size() + readAnomalies(opened.sql(), 2).size(), 3U);
+    EXPECT_EQ(QFile::exists(opened.files.file("inspection.db")), GetParam() == DatabaseKind::Sqlite);
 }
 
 } // namespace

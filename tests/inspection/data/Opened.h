@@ -35,13 +35,28 @@ inspection::Failure failureOf(inspection::Result<T> result) {
     return *failure;
 }
 
+/// A project that was told where its tables are to lie; empty for inspection.db.
+inline inspection::Project openedProject(const QString& folder, const QString& database) {
+    auto project = valueOf(inspection::Project::open(folder));
+    if (!database.isEmpty()) {
+        EXPECT_FALSE(project.setDatabase(database).has_value());
+    }
+    return project;
+}
+
 /// A small project that is open with its database.
 struct OpenedProject {
-    SmallProject files;
-    inspection::Project project = valueOf(inspection::Project::open(files.folder()));
-    std::unique_ptr<inspection::PipelineDatabase> database = valueOf(
-        inspection::PipelineDatabase::open(project.description(), inspection::Project::Access::Exclusive));
+    explicit OpenedProject(const QString& databaseUrl = {})
+        : project(openedProject(files.folder(), databaseUrl)), database(open()) {}
 
+    SmallProject files;
+    inspection::Project project;
+    std::unique_ptr<inspection::PipelineDatabase> database;
+
+    std::unique_ptr<inspection::PipelineDatabase>
+    open(inspection::Project::Access access = inspection::Project::Access::Exclusive) const {
+        return valueOf(inspection::PipelineDatabase::open(project.description(), access));
+    }
     mysqlhelper::KV_MySQL& sql() { return *database->GetMySQL(); }
     inspection::ComputationRequest request() const {
         inspection::ComputationRequest request;

@@ -57,6 +57,38 @@ TEST(ProjectTest, ParametersAreStoredAndForeignKeysAreKept) {
     EXPECT_EQ(json["remark"].toString(), "kept");
 }
 
+TEST(ProjectTest, TheDatabaseIsInspectionDbUnlessTheFileNamesAnother) {
+    const SmallProject files;
+    const auto storedDatabase = [&] {
+        return QJsonDocument::fromJson(read(files.file("project.json"))).object().value("database");
+    };
+    const struct {
+        QString given;
+        QString url;
+        QString file;
+        QJsonValue stored;
+    } cases[] = {
+        {"other.db", files.file("other.db"), files.file("other.db"), "other.db"},
+        {files.file("inspection.db"), files.file("inspection.db"), files.file("inspection.db"),
+         QJsonValue::Undefined},
+        {"/data/x.db", "/data/x.db", "/data/x.db", "/data/x.db"},
+        {"mysql://u:p@h/d", "mysql://u:p@h/d", "", "mysql://u:p@h/d"},
+        {"inspection.db", files.file("inspection.db"), files.file("inspection.db"), QJsonValue::Undefined}};
+    EXPECT_EQ(valueOf(Project::open(files.folder())).description().databaseUrl(),
+              files.file("inspection.db"));
+    for (const auto& [given, url, file, stored] : cases) {
+        {
+            auto project = valueOf(Project::open(files.folder()));
+            ASSERT_FALSE(project.setDatabase(given).has_value());
+            ASSERT_FALSE(project.setParameters({}).has_value());
+        }
+        const auto again = valueOf(Project::open(files.folder()));
+        EXPECT_EQ(again.description().databaseUrl(), url);
+        EXPECT_EQ(again.description().databaseFile(), file);
+        EXPECT_EQ(storedDatabase(), stored);
+    }
+}
+
 TEST(ProjectTest, OnAFullDiskTheParametersStayAsTheyWere) {
     const SmallProject files;
     auto project = valueOf(Project::open(files.folder()));

@@ -157,7 +157,7 @@ Result<ComputationSummary> Computation::run() {
         return *failure;
     }
     try {
-        KV_MySQL database(m_request.project.databaseFile().toStdString());
+        KV_MySQL database(m_request.project.databaseUrl().toStdString());
         if (auto failure = chooseStations(database)) {
             return *failure;
         }

@@ -2,6 +2,7 @@
 
 #include "workbench/inspection/database/CenterlineImport.h"
 #include "workbench/inspection/database/Schema.h"
+#include "workbench/inspection/database/ServerAddress.h"
 #include "workbench/inspection/database/SpecialObjectImport.h"
 
 #include <QFileInfo>
@@ -18,21 +19,29 @@ std::string uri(const QString& file, const char* options) {
     return "file:" + QUrl::toPercentEncoding(file, "/").toStdString() + '?' + options;
 }
 
-std::unique_ptr<KV_MySQL> openReadOnly(const QString& file) {
+std::unique_ptr<KV_MySQL> openReadOnly(const QString& url) {
+    if (isServerAddress(url)) {
+        return std::make_unique<KV_MySQL>(forReading(url).toStdString());
+    }
     try {
-        auto database = std::make_unique<KV_MySQL>(uri(file, "mode=ro"));
+        auto database = std::make_unique<KV_MySQL>(uri(url, "mode=ro"));
         database->queryRecord("select count(*) from sqlite_master");
         return database;
     } catch (const KV_MySQL_Exception&) {
         // A folder that cannot be written has no place for the files that readers share with a writer; then
         // there is no writer either.
-        return std::make_unique<KV_MySQL>(uri(file, "mode=ro&immutable=1"));
+        return std::make_unique<KV_MySQL>(uri(url, "mode=ro&immutable=1"));
     }
 }
 
-Failure databaseFailure(const QString& file, const KV_MySQL_Exception& exception) {
+Failure databaseFailure(const QString& name, const KV_MySQL_Exception& exception) {
     const QString cause = QString::fromUtf8(exception.what());
-    return {cause.contains(file) ? cause : file + ": " + cause, file + "：数据库无法使用：" + cause};
+    return {cause.contains(name) ? cause : name + ": " + cause, name + "：数据库无法使用：" + cause};
+}
+
+Failure neverComputed(const QString& name) {
+    return fileFailure(name, "no such database, the project was never computed",
+                       "数据库不存在，工程尚未计算");
 }
 
 Failure newerSchema(const QString& file, int version) {
@@ -45,8 +54,8 @@ Failure newerSchema(const QString& file, int version) {
 }
 
 Status prepareForWriting(const ProjectDescription& project, KV_MySQL& database) {
-    KV_MySQL::Transaction transaction(database);
     migrateSchema(database);
+    KV_MySQL::Transaction transaction(database);
     if (database.queryRecord("select id from " + tableName(KV_STATION) + " limit 1").empty()) {
         if (auto failure = importCenterline(project, database)) {
             return failure;
@@ -57,6 +66,18 @@ Status prepareForWriting(const ProjectDescription& project, KV_MySQL& database) 
     return std::nullopt;
 }
 
+/// Nothing when a database of this version can be read.
+Status checkForReading(const QString& name, int version) {
+    if (version == 0) {
+        return neverComputed(name);
+    }
+    if (version < kSchemaVersion) {
+        return fileFailure(name, "database is of an older version; open the project for writing once",
+                           "数据库版本较旧，请先以可写方式打开一次");
+    }
+    return std::nullopt;
+}
+
 } // namespace
 
 PipelineDatabase::PipelineDatabase(std::unique_ptr<KV_MySQL> database) : m_database(std::move(database)) {}
@@ -64,29 +85,25 @@ PipelineDatabase::~PipelineDatabase() = default;
 
 Result<std::unique_ptr<PipelineDatabase>> PipelineDatabase::open(const ProjectDescription& project,
                                                                  Project::Access access) {
-    const QString file = project.databaseFile();
+    const QString url = project.databaseUrl();
+    const QString name = shownDatabase(url);
     const bool readOnly = access == Project::Access::ReadOnly;
-    if (readOnly && !QFileInfo::exists(file)) {
-        return fileFailure(file, "no such file, the project was never computed", "文件不存在，工程尚未计算");
+    if (readOnly && !isServerAddress(url) && !QFileInfo::exists(url)) {
+        return neverComputed(name);
     }
     try {
-        auto database = readOnly ? openReadOnly(file) : std::make_unique<KV_MySQL>(file.toStdString());
+        auto database = readOnly ? openReadOnly(url) : std::make_unique<KV_MySQL>(url.toStdString());
         const int version = storedSchemaVersion(*database);
         if (version > kSchemaVersion) {
-            return newerSchema(file, version);
+            return newerSchema(name, version);
         }
-        if (readOnly && version < kSchemaVersion) {
-            return fileFailure(file, "database is of an older version; open the project for writing once",
-                               "数据库版本较旧，请先以可写方式打开一次");
-        }
-        if (!readOnly) {
-            if (auto failure = prepareForWriting(project, *database)) {
-                return *failure;
-            }
+        if (auto failure =
+                readOnly ? checkForReading(name, version) : prepareForWriting(project, *database)) {
+            return *failure;
         }
         return std::unique_ptr<PipelineDatabase>(new PipelineDatabase(std::move(database)));
     } catch (const KV_MySQL_Exception& exception) {
-        return databaseFailure(file, exception);
+        return databaseFailure(name, exception);
     }
 }
 

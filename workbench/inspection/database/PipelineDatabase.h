@@ -9,13 +9,12 @@
 
 namespace inspection {
 
-/// A project's own database, inspection.db. Belongs to the thread that opened it.
+/// A project's own database, inspection.db or one on a server. Belongs to the thread that opened it.
 class INSPECTION_API PipelineDatabase : public PipelineDataSet {
 public:
     /// Opens the database and brings its schema up to date. When it has no stations yet, stations and nodes
     /// are read from the project's centre-line file, high-consequence areas from its special.gpkg. With
-    /// read-only access nothing is written and the
-    /// database must exist.
+    /// read-only access nothing is written and the database must exist.
     static Result<std::unique_ptr<PipelineDatabase>> open(const ProjectDescription& project,
                                                           Project::Access access);
 

@@ -1,6 +1,8 @@
 #include "workbench/inspection/database/Schema.h"
 
 #include "host/inspection/Records.h"
+#include "workbench/inspection/database/Driver.h"
+#include "workbench/inspection/database/TableDescription.h"
 
 #include <string>
 #include <vector>
@@ -12,69 +14,128 @@ using mysqlhelper::KV_MySQL_Exception;
 
 namespace {
 
+using Sort = Column::Sort;
+using Columns = std::vector<Column>;
+
+constexpr auto kStationResultTable = "station_result";
+constexpr auto kEditTable = "edit_history";
+constexpr auto kOfStation = "foreign key (station_id) references station(id) on delete cascade";
+
+Columns required(Sort sort, const std::vector<std::string>& names) {
+    Columns columns;
+    for (const std::string& name : names) {
+        columns.push_back({name, sort, true, {}});
+    }
+    return columns;
+}
+
+Columns joined(const std::vector<Columns>& parts) {
+    Columns columns;
+    for (const Columns& part : parts) {
+        columns.insert(columns.end(), part.begin(), part.end());
+    }
+    return columns;
+}
+
+const Column kId{"id", Sort::RowId, true, {}};
+const Column kName{"name", Sort::Name, true, {}};
+const Column kAttribute{"attribute", Sort::Text, true, "''"};
+
 // Positions of places are WGS 84 longitude and latitude in degrees, heights in metres above the ellipsoid.
-constexpr const char* kPlace = "id integer primary key, name text not null, "
-                               "lon_deg real not null, lat_deg real not null, height_m real not null, "
-                               "attribute text not null default ''";
+Columns place() {
+    return joined({{kId, kName}, required(Sort::Real, {"lon_deg", "lat_deg", "height_m"}), {kAttribute}});
+}
 
-constexpr const char* kRegion =
-    ", outline_wkt text not null, "
-    "fill_red real not null, fill_green real not null, fill_blue real not null, "
-    "border_red real not null, border_green real not null, border_blue real not null, "
-    "border_width_px integer not null, "
-    "opacity real not null check (opacity between 0 and 1), "
-    "level integer not null check (level between 0 and 5), "
-    "unique (name)";
+TableDescription pipeNode() {
+    return {tableName(KV_PIPE_NODE), joined({place(), {{"km", Sort::Real, false, {}}}}), {}, {}};
+}
 
-constexpr const char* kStation =
-    "id integer primary key, name text not null, srs text not null, "
-    "x_min real not null, y_min real not null, x_max real not null, y_max real not null, "
-    "start_m real not null, end_m real not null, "
-    "check (x_min < x_max and y_min < y_max)";
+TableDescription specialPoint() {
+    return {tableName(KV_SPECIAL_POINT), place(), {"unique (name)"}, {}};
+}
 
-constexpr const char* kStationResult =
-    "station_id integer primary key references station(id) on delete cascade, "
-    "computed_at text not null, old_date text not null, new_date text not null, dz_raster text not null, "
-    "threshold_m real not null, min_area_m2 real not null, coregistration text not null, "
-    "dx_m real not null, dy_m real not null, dz_m real not null, "
-    "nmad_before_m real not null, nmad_after_m real not null, cells integer not null";
+TableDescription region(KV_ObjectType type) {
+    return {tableName(type),
+            joined({place(), required(Sort::Text, {"outline_wkt"}),
+                    required(Sort::Real, {"fill_red", "fill_green", "fill_blue", "border_red", "border_green",
+                                          "border_blue"}),
+                    required(Sort::Integer, {"border_width_px"}), required(Sort::Real, {"opacity"}),
+                    required(Sort::Integer, {"level"})}),
+            {"check (opacity between 0 and 1)", "check (level between 0 and 5)", "unique (name)"},
+            {}};
+}
 
-constexpr const char* kAnomaly =
-    "id integer primary key, station_id integer not null references station(id) on delete cascade, "
-    "name text not null unique, kind text not null check (kind in ('fill', 'cut')), "
-    "attribute text not null default '', suggested text not null default '', "
-    "x real not null, y real not null, lon_deg real not null, lat_deg real not null, "
-    "x_min real not null, y_min real not null, x_max real not null, y_max real not null, "
-    "area_m2 real not null, fill_m3 real not null, cut_m3 real not null, "
-    "dz_mean_m real not null, dz_min_m real not null, dz_max_m real not null, outline_wkt text not null";
+TableDescription station() {
+    return {tableName(KV_STATION),
+            joined({{kId},
+                    required(Sort::Text, {"name", "srs"}),
+                    required(Sort::Real, {"x_min", "y_min", "x_max", "y_max", "start_m", "end_m"})}),
+            {"check (x_min < x_max and y_min < y_max)"},
+            {}};
+}
 
-void createTable(KV_MySQL& database, const std::string& name, const std::string& columns) {
-    database.execute("create table " + name + " (" + columns + ")");
+TableDescription stationResult() {
+    return {kStationResultTable,
+            joined({required(Sort::Integer, {"station_id"}),
+                    required(Sort::Text, {"computed_at", "old_date", "new_date", "dz_raster"}),
+                    required(Sort::Real, {"threshold_m", "min_area_m2"}),
+                    required(Sort::Text, {"coregistration"}),
+                    required(Sort::Real, {"dx_m", "dy_m", "dz_m", "nmad_before_m", "nmad_after_m"}),
+                    required(Sort::Integer, {"cells"})}),
+            {"primary key (station_id)", kOfStation},
+            {}};
+}
+
+TableDescription anomaly() {
+    return {
+        kAnomalyTable,
+        joined({{kId},
+                required(Sort::Integer, {"station_id"}),
+                {kName},
+                required(Sort::Text, {"kind"}),
+                {kAttribute, {"suggested", Sort::Text, true, "''"}},
+                required(Sort::Real, {"x", "y", "lon_deg", "lat_deg", "x_min", "y_min", "x_max", "y_max",
+                                      "area_m2", "fill_m3", "cut_m3", "dz_mean_m", "dz_min_m", "dz_max_m"}),
+                required(Sort::Text, {"outline_wkt"})}),
+        {"unique (name)", "check (kind in ('fill', 'cut'))", kOfStation},
+        {{"anomaly_by_station", "station_id"}}};
 }
 
 void createFirstVersion(KV_MySQL& database) {
-    createTable(database, tableName(KV_PIPE_NODE), std::string(kPlace) + ", km real");
-    createTable(database, tableName(KV_SPECIAL_POINT), std::string(kPlace) + ", unique (name)");
-    createTable(database, tableName(KV_SPECIAL_AREA), std::string(kPlace) + kRegion);
-    createTable(database, tableName(KV_HIGH_CONSEQUENCE_AREA), std::string(kPlace) + kRegion);
-    createTable(database, tableName(KV_STATION), kStation);
-    createTable(database, "station_result", kStationResult);
-    createTable(database, kAnomalyTable, kAnomaly);
-    database.execute("create index anomaly_by_station on anomaly(station_id)");
+    for (const TableDescription& table :
+         {pipeNode(), specialPoint(), region(KV_SPECIAL_AREA), region(KV_HIGH_CONSEQUENCE_AREA), station(),
+          stationResult(), anomaly()}) {
+        createTable(database, table);
+    }
 }
 
-/// The user's edits, see history/.
+/// What the user did, see history/.
+TableDescription editHistory() {
+    return {kEditTable,
+            joined({{kId},
+                    required(Sort::Text, {"made_at", "subject", "description"}),
+                    required(Sort::Integer, {"is_undone"}),
+                    required(Sort::Text, {"changes"})}),
+            {"check (is_undone in (0, 1))"},
+            {}};
+}
+
 void addEditHistory(KV_MySQL& database) {
-    createTable(database, "edit_history",
-                "id integer primary key, made_at text not null, subject text not null, "
-                "description text not null, is_undone integer not null check (is_undone in (0, 1)), "
-                "changes text not null");
+    createTable(database, editHistory());
 }
 
-// Step n brings version n to version n + 1. Steps are only ever added.
+// Step n brings version n to version n + 1. Steps are only ever added; what one of them does stays as it is.
+// A server may have kept a part of a step that was not completed, so each must be repeatable, as createTable
+// and addColumn are. Tables that a step adds go into storedTables() too.
 using MigrationStep = void (*)(KV_MySQL&);
 constexpr MigrationStep kSteps[] = {createFirstVersion, addEditHistory};
 static_assert(std::size(kSteps) == kSchemaVersion);
+
+void takeSteps(KV_MySQL& database, int from) {
+    for (int version = from; version < kSchemaVersion; ++version) {
+        kSteps[version](database);
+    }
+}
 
 } // namespace
 
@@ -95,25 +156,44 @@ std::string tableName(int type) {
     }
 }
 
+std::vector<StoredTable> storedTables() {
+    return {{tableName(KV_PIPE_NODE), "id"},
+            {tableName(KV_SPECIAL_POINT), "id"},
+            {tableName(KV_SPECIAL_AREA), "id"},
+            {tableName(KV_HIGH_CONSEQUENCE_AREA), "id"},
+            {tableName(KV_STATION), "id"},
+            {kStationResultTable, "station_id"},
+            {kAnomalyTable, "id"},
+            {kEditTable, "id"}};
+}
+
 int storedSchemaVersion(KV_MySQL& database) {
-    const auto rows = database.queryRecord("pragma user_version");
-    return static_cast<int>(std::get<std::int64_t>(rows.at(0).at("user_version")));
+    return database.driver().schemaVersion();
+}
+
+void createTables(KV_MySQL& database) {
+    database.driver().setSchemaVersion(0);
+    takeSteps(database, 0);
+}
+
+void storeSchemaVersion(KV_MySQL& database) {
+    database.driver().setSchemaVersion(kSchemaVersion);
 }
 
 void migrateSchema(KV_MySQL& database) {
     if (storedSchemaVersion(database) == kSchemaVersion) {
         return;
     }
+    // On a server the first new table ends this transaction; the rest, the version at last, is stored at
+    // once.
     KV_MySQL::Transaction transaction(database);
     const int stored = storedSchemaVersion(database);
     if (stored > kSchemaVersion) {
         throw KV_MySQL_Exception("database has schema version " + std::to_string(stored) +
                                  ", this program knows versions up to " + std::to_string(kSchemaVersion));
     }
-    for (int version = stored; version < kSchemaVersion; ++version) {
-        kSteps[version](database);
-    }
-    database.execute("pragma user_version=" + std::to_string(kSchemaVersion));
+    takeSteps(database, stored);
+    storeSchemaVersion(database);
     transaction.commit();
 }
 

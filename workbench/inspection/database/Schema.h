@@ -4,6 +4,7 @@
 #include "host/inspection/KV_MySQL.h"
 
 #include <string>
+#include <vector>
 
 /// The tables of a project's database. docs/data-model.md describes them column by column.
 namespace inspection {
@@ -14,11 +15,26 @@ constexpr int kSchemaVersion = 2;
 INSPECTION_API std::string tableName(int type);
 constexpr const char* kAnomalyTable = "anomaly";
 
+struct StoredTable {
+    std::string name;
+    std::string key; ///< column that numbers its rows
+};
+
+/// Every table of kSchemaVersion, each behind those that its foreign keys name.
+INSPECTION_API std::vector<StoredTable> storedTables();
+
 /// Version of the schema in the database, 0 for an empty one.
 INSPECTION_API int storedSchemaVersion(mysqlhelper::KV_MySQL& database);
 
-/// Brings the database to kSchemaVersion, step by step, all steps in one transaction. Throws
-/// KV_MySQL_Exception when the schema is newer than that or the database refuses; it is as before then.
+/// Makes what lacks of the tables; the version stays 0 until storeSchemaVersion. Not inside a transaction.
+INSPECTION_API void createTables(mysqlhelper::KV_MySQL& database);
+/// The database is a project's from now on. May be part of a transaction.
+INSPECTION_API void storeSchemaVersion(mysqlhelper::KV_MySQL& database);
+
+/// Brings the database to kSchemaVersion, step by step; not inside a transaction. Throws KV_MySQL_Exception
+/// when the schema is newer than that or the database refuses. A SQLite file is as before then. On a server
+/// tables are no part of a transaction; there the version is as before, and the next call completes what
+/// lacks, also after a killed process.
 INSPECTION_API void migrateSchema(mysqlhelper::KV_MySQL& database);
 
 } // namespace inspection

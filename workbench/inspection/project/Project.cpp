@@ -101,12 +101,22 @@ Result<Project> Project::createFromRasters(const QString& folder, const RasterPa
 }
 
 Status Project::setParameters(const ProjectParameters& parameters) {
+    ProjectDescription changed = m_description;
+    changed.parameters = parameters;
+    return store(std::move(changed));
+}
+
+Status Project::setDatabase(const QString& database) {
+    ProjectDescription changed = m_description;
+    changed.database = absoluteDatabase(m_description.folder, database);
+    return store(std::move(changed));
+}
+
+Status Project::store(ProjectDescription changed) {
     if (m_access == Access::ReadOnly) {
         return fileFailure(m_description.folder, "the project is open for reading only",
                            "工程以只读方式打开");
     }
-    ProjectDescription changed = m_description;
-    changed.parameters = parameters;
     if (auto failure = writeProjectFile(changed)) {
         return failure;
     }

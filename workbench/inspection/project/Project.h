@@ -51,8 +51,12 @@ public:
 
     /// Stores the parameters in project.json, wholly or not at all.
     Status setParameters(const ProjectParameters& parameters);
+    /// The same with the database: a server's address, or the path of a SQLite file, which may be relative to
+    /// the folder. Nothing is moved there.
+    Status setDatabase(const QString& database);
 
 private:
+    Status store(ProjectDescription changed);
     Project(ProjectDescription description, Access access, std::unique_ptr<QLockFile> lock);
 
     ProjectDescription m_description;

@@ -1,5 +1,7 @@
 #include "workbench/inspection/project/ProjectDescription.h"
 
+#include "workbench/inspection/database/ServerAddress.h"
+
 #include <tuple>
 
 namespace inspection {
@@ -20,8 +22,12 @@ bool ProjectParameters::operator==(const ProjectParameters& other) const {
     return members(*this) == members(other);
 }
 
+QString ProjectDescription::databaseUrl() const {
+    return database.isEmpty() ? folder + QStringLiteral("/inspection.db") : database;
+}
+
 QString ProjectDescription::databaseFile() const {
-    return folder + QStringLiteral("/inspection.db");
+    return isServerAddress(databaseUrl()) ? QString() : databaseUrl();
 }
 
 QString ProjectDescription::outputFolder() const {

@@ -43,12 +43,16 @@ struct INSPECTION_API ProjectDescription {
     QString crs;               ///< projected reference system of the stations, "EPSG:4549" or WKT
     std::vector<Epoch> epochs; ///< oldest first, at least two
     QString centerline;        ///< absolute path of the GeoPackage with centre line, nodes and stations
+    QString database; ///< absolute path of a SQLite file or a server's address; empty for inspection.db
     ProjectParameters parameters;
 
     /// The pair that is compared: the last two epochs.
     const Epoch& oldEpoch() const { return epochs[epochs.size() - 2]; }
     const Epoch& newEpoch() const { return epochs.back(); }
 
+    /// What KV_MySQL opens: the path of a SQLite file, or a server's address, which may hold a password.
+    QString databaseUrl() const;
+    /// The SQLite file; empty when the tables lie on a server.
     QString databaseFile() const;
     QString outputFolder() const;
     /// Where the results of a station lie; it need not exist.

@@ -1,5 +1,6 @@
 #include "workbench/inspection/project/ProjectFile.h"
 
+#include "workbench/inspection/database/ServerAddress.h"
 #include "workbench/inspection/project/Georeference.h"
 #include "workbench/inspection/project/Project.h"
 
@@ -120,7 +121,21 @@ QJsonArray jsonOf(const QString& folder, const std::vector<Epoch>& epochs) {
     return array;
 }
 
+void setDatabase(QJsonObject& json, const ProjectDescription& project) {
+    const QString& database = project.database;
+    if (database.isEmpty()) {
+        json.remove(QStringLiteral("database"));
+    } else {
+        json["database"] = isServerAddress(database) ? database : storedPath(project.folder, database);
+    }
+}
+
 } // namespace
+
+QString absoluteDatabase(const QString& folder, const QString& database) {
+    const QString url = isServerAddress(database) ? database : absolutePath(folder, database);
+    return url == absolutePath(folder, QStringLiteral("inspection.db")) ? QString() : url;
+}
 
 QString projectFile(const QString& folder) {
     return QDir(folder).absoluteFilePath(QStringLiteral("project.json"));
@@ -139,6 +154,7 @@ Result<ProjectDescription> readProjectFile(const QString& folder) {
     project.crs = json["crs"].toString();
     project.epochs = epochsOf(project.folder, json["epochs"].toArray());
     project.centerline = absolutePath(project.folder, json["centerline"].toString("centerline.gpkg"));
+    project.database = absoluteDatabase(project.folder, json["database"].toString());
     project.parameters = parametersOf(json["parameters"].toObject());
     if (project.epochs.size() < 2) {
         return broken(file, "needs two epochs with a dsm each", "需要两期表面模型");
@@ -162,6 +178,7 @@ Status writeProjectFile(const ProjectDescription& project) {
     json["crs"] = project.crs;
     json["epochs"] = jsonOf(project.folder, project.epochs);
     json["centerline"] = storedPath(project.folder, project.centerline);
+    setDatabase(json, project);
     json["parameters"] = jsonOf(project.parameters);
 
     QSaveFile file(name);

@@ -9,6 +9,9 @@ namespace inspection {
 /// Path of the file in a project folder.
 QString projectFile(const QString& folder);
 
+/// A database as ProjectDescription holds it. The path of a SQLite file may be relative to the folder.
+QString absoluteDatabase(const QString& folder, const QString& database);
+
 /// Fails for a file that is missing, not a project, incomplete or of a newer version.
 Result<ProjectDescription> readProjectFile(const QString& folder);
 

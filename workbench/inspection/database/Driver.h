@@ -1,0 +1,76 @@
+#pragma once
+
+#include "host/inspection/KV_MySQL.h"
+
+#include <QString>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+/// What lies behind KV_MySQL: one class for each kind of database.
+namespace mysqlhelper {
+
+using KV_Values = std::vector<KV_Value>;
+
+/// How the SQL of one kind of database differs from that of the others. Names are quoted alike by all.
+struct Dialect {
+    const char* begin;        ///< starts a transaction
+    const char* defaultsOnly; ///< end of an insert that names no column
+    const char* rowId;        ///< type of the column that numbers rows by itself
+    const char* integer;      ///< type of 64 bits with a sign
+    const char* real;         ///< type of an IEEE double
+    const char* text;         ///< type of any text
+    const char* name;         ///< type of texts that are unique
+    const char* defaultValue; ///< "default %1"
+    QString tableOptions;     ///< behind the closing bracket of a table
+    bool indexesInTable;      ///< an index is part of the table's description
+    const char* tables;       ///< select of all tables' "name"
+    const char* columns;      ///< select of the "name" of all columns of table "?"
+};
+
+/// What a statement that is no select did.
+struct Change {
+    std::int64_t rows = 0;  ///< that its condition named
+    std::int64_t newId = 0; ///< of the last new row
+};
+
+/// An open connection. Every function that may throw throws KV_MySQL_Exception.
+class Driver {
+public:
+    Driver() = default;
+    virtual ~Driver();
+    Driver(const Driver&) = delete;
+    Driver& operator=(const Driver&) = delete;
+
+    virtual bool isOpen() const = 0;
+    virtual const Dialect& dialect() const = 0;
+    virtual KV_Rows query(const QString& sql, const KV_Values& bound) = 0;
+    virtual Change change(const QString& sql, const KV_Values& bound) = 0;
+
+    /// The version that setSchemaVersion stored, 0 without.
+    virtual int schemaVersion() = 0;
+    /// Part of the open transaction, except for the first time where tables are not.
+    virtual void setSchemaVersion(int version) = 0;
+
+    /// A transaction inside another one is a savepoint of it.
+    void begin();
+    void commit();
+    /// Never throws: what the database has rolled back by itself is rolled back.
+    void rollBack();
+
+protected:
+    /// One of the statements that start and end transactions and savepoints.
+    virtual void control(const QString& sql) = 0;
+    /// The outermost transaction is over.
+    virtual void transactionEnded() {}
+    bool isInTransaction() const { return m_openTransactions > 0; }
+
+private:
+    int m_openTransactions = 0;
+};
+
+/// Opens what KV_MySQL's constructor is given.
+std::unique_ptr<Driver> openDriver(const std::string& url);
+
+} // namespace mysqlhelper
