@@ -3,6 +3,7 @@
 #include "cli/ImportCommand.h"
 #include "cli/InfoCommand.h"
 #include "cli/Options.h"
+#include "cli/ProjectCommand.h"
 #include "cli/ReportCommand.h"
 #include "cli/SampleCommand.h"
 
@@ -27,6 +28,8 @@ constexpr Command commands[] = {
     {"report", cli::runReport, "PROJECT --out FILE.(pdf|odt|html)   输出巡检报告"},
     {"shape", cli::runShape, "PROJECT --out DIR   输出 Shapefile 和 GeoPackage"},
     {"info", cli::runInfo, "PROJECT|RASTER [--json]   显示工程或栅格的内容"},
+    {"project", cli::runProject,
+     "set-database PROJECT URL   将工程的数据表迁移到 SQLite 文件或 MariaDB 服务器"},
     {"sample", cli::runSample, "DIR [--seed N] [--size CELLS]   生成两期示例工程"},
 };
 

@@ -32,8 +32,10 @@ CorridorRun corridor(const QStringList& arguments, const std::function<void()>& 
     return finished(process);
 }
 
-CorridorRun interruptedCorridor(const QStringList& arguments, const QString& message) {
-    QProcess process;
+namespace {
+
+/// Runs the program until this message appears and sends it a signal then.
+void signalWhen(QProcess& process, const QStringList& arguments, const QString& message, int signal) {
     process.setReadChannel(QProcess::StandardError);
     process.start(QStringLiteral(CORRIDOR_PROGRAM), arguments);
     bool isRunning = true;
@@ -41,8 +43,22 @@ CorridorRun interruptedCorridor(const QStringList& arguments, const QString& mes
         isRunning = process.waitForReadyRead(120000);
     }
     EXPECT_TRUE(isRunning) << message.toStdString();
-    EXPECT_EQ(kill(static_cast<pid_t>(process.processId()), SIGINT), 0);
+    EXPECT_EQ(kill(static_cast<pid_t>(process.processId()), signal), 0);
+}
+
+} // namespace
+
+CorridorRun interruptedCorridor(const QStringList& arguments, const QString& message) {
+    QProcess process;
+    signalWhen(process, arguments, message, SIGINT);
     return finished(process);
+}
+
+void killedCorridor(const QStringList& arguments, const QString& message) {
+    QProcess process;
+    signalWhen(process, arguments, message, SIGKILL);
+    EXPECT_TRUE(process.waitForFinished(120000));
+    EXPECT_EQ(process.exitStatus(), QProcess::CrashExit);
 }
 
 void expectFailure(const CorridorRun& run, int status, const QString& mentions) {

@@ -21,6 +21,9 @@ CorridorRun corridor(const QStringList& arguments, const std::function<void()>& 
 /// Runs the program and presses Ctrl-C when this message appears.
 CorridorRun interruptedCorridor(const QStringList& arguments, const QString& message);
 
+/// Runs the program and kills it when this message appears.
+void killedCorridor(const QStringList& arguments, const QString& message);
+
 /// That the run failed with one line that names the program and `mentions`.
 void expectFailure(const CorridorRun& run, int status, const QString& mentions);
 
