@@ -136,8 +136,9 @@ void MariaDbServer::start() {
         withUser({"--no-defaults", "--datadir=" + m_folder.filePath("data"),
                   "--socket=" + m_folder.filePath("socket"), "--pid-file=" + m_folder.filePath("pid"),
                   "--skip-networking", "--skip-log-bin", "--innodb-buffer-pool-size=16M",
-                  "--innodb-log-file-size=8M", "--innodb-flush-log-at-trx-commit=0", "--key-buffer-size=1M",
-                  "--performance-schema=off"}));
+                  "--innodb-log-file-size=8M", "--innodb-flush-log-at-trx-commit=0",
+                  "--innodb-flush-method=nosync", "--innodb-doublewrite=0", "--sync-frm=0",
+                  "--key-buffer-size=1M", "--performance-schema=off"}));
     QByteArray log;
     while (!log.contains("ready for connections")) {
         if (!m_process->waitForReadyRead(kMostMilliseconds)) {
