@@ -74,6 +74,7 @@ TEST_P(KV_MySQLTest, NumbersBlobsAndNullComeBackWithTheirSort) {
     EXPECT_EQ(std::get<KV_Blob>(roundTrip(KV_Blob{0, 255, 7})), (KV_Blob{0, 255, 7}));
     EXPECT_EQ(std::get<KV_Blob>(roundTrip(KV_Blob{})), KV_Blob{});
     EXPECT_TRUE(std::holds_alternative<std::monostate>(roundTrip(std::monostate())));
+    EXPECT_TRUE(std::holds_alternative<std::monostate>(roundTrip(std::numeric_limits<double>::quiet_NaN())));
 }
 
 TEST_P(KV_MySQLTest, EveryFiniteDoubleComesBackBitForBit) {

@@ -10,6 +10,7 @@
 #include <atomic>
 #include <functional>
 #include <future>
+#include <limits>
 
 using mysqlhelper::KV_MySQL;
 using mysqlhelper::KV_MySQL_Exception;
@@ -74,9 +75,12 @@ TEST_F(MariaDbTest, ValuesThatDoNotFitAreRefused) {
     expectRefusal([&] { database.insertRecord("thing", {{"number", std::string("many")}}); }, "number");
     expectRefusal([&] { database.execute("insert into thing (number) values (99999999999999999999)"); },
                   "number");
-    database.execute("create table short (words varchar(3)) engine=InnoDB");
+    database.execute("create table short (words varchar(3), size double) engine=InnoDB");
     expectRefusal([&] { database.insertRecord("short", {{"words", std::string("four")}}); }, "words");
+    const double infinite = std::numeric_limits<double>::infinity();
+    expectRefusal([&] { database.insertRecord("short", {{"size", infinite}}); }, "size");
     EXPECT_EQ(count(), 0);
+    EXPECT_EQ(server.run("select count(*) from short", name), QStringList{"0"});
 }
 
 TEST_F(MariaDbTest, AReadOnlyConnectionChangesNothingAlsoAfterItWasLost) {
