@@ -20,11 +20,10 @@ public:
     void GetText(std::string& text) override { text = toGbk(m_stored.description); }
 
     const StoredEdit& stored() const { return m_stored; }
-    void setUndone(bool isUndone) { m_stored.isUndone = isUndone; }
 
 private:
     ProjectHistory& m_history;
-    StoredEdit m_stored;
+    const StoredEdit m_stored; ///< on which side it is now, the history knows
 };
 
 ProjectHistory::ProjectHistory(QObject* parent) : QObject(parent) {}
@@ -104,9 +103,7 @@ void ProjectHistory::UndoSteps(int count) {
         refuse(tr("无法撤销，未作任何更改：%1").arg(QString::fromUtf8(exception.what())));
         return;
     }
-    for (std::size_t step = 0; step < steps; ++step) {
-        m_edits[--m_undoable]->setUndone(true);
-    }
+    m_undoable -= steps;
     if (!changes.empty()) {
         emit rowsChanged(changes);
     }
@@ -133,7 +130,6 @@ void ProjectHistory::step(Edit& edit, bool isUndo, bool refresh) {
                    .arg(QString::fromUtf8(exception.what())));
         return;
     }
-    edit.setUndone(isUndo);
     if (refresh) {
         emit rowsChanged(changes);
     }
