@@ -37,9 +37,10 @@ public:
     /// Adds the record's fields, without its id, to a field map for insert or update.
     virtual void evalute_record(mysqlhelper::KV_Record& fields) const;
 
-    std::int32_t m_type = 0; ///< KV_ObjectType
-    std::uint32_t m_id = 0;  ///< database id, 0 before it is stored
-    std::string m_attribute; ///< GBK
+    std::int32_t m_type = 0;    ///< KV_ObjectType
+    std::uint32_t m_id = 0;     ///< database id, 0 before it is stored
+    std::int64_t m_version = 0; ///< of the stored row when it was read, 0 before it is stored
+    std::string m_attribute;    ///< GBK
 
 protected:
     std::string m_name;

@@ -10,12 +10,13 @@
 
 /// One anomaly of a station item. Texts are GBK.
 struct SdiffData {
-    std::int64_t id = 0;   ///< database id
-    std::string name;      ///< also the name of its overlay node
-    std::string attribute; ///< the inspector's verdict, empty while there is none
-    std::string suggested; ///< the class that detection suggests
-    bool isFill = true;    ///< fill (heap, building) or cut (pit, subsidence)
-    double x = 0.0;        ///< centroid in the station's reference system
+    std::int64_t id = 0;      ///< database id
+    std::int64_t version = 0; ///< of its stored row when it was read
+    std::string name;         ///< also the name of its overlay node
+    std::string attribute;    ///< the inspector's verdict, empty while there is none
+    std::string suggested;    ///< the class that detection suggests
+    bool isFill = true;       ///< fill (heap, building) or cut (pit, subsidence)
+    double x = 0.0;           ///< centroid in the station's reference system
     double y = 0.0;
     double lonDegrees = 0.0; ///< centroid, WGS 84
     double latDegrees = 0.0;

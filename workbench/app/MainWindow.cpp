@@ -103,7 +103,8 @@ std::optional<QString> MainWindow::openProject(const QString& folder) {
     m_epochs->addItems(m_layers.epochs());
     m_epochs->setCurrentIndex(m_layers.shownEpoch());
     m_epochs->setEnabled(m_epochs->count() > 1);
-    setWindowTitle(project.name + tr(" — 管道巡检"));
+    setWindowTitle(project.name + (context.readOnlyReason().isEmpty() ? QString() : tr("（只读）")) +
+                   tr(" — 管道巡检"));
     goToOverview();
     return std::nullopt;
 }
@@ -241,8 +242,10 @@ void MainWindow::chooseProject() {
     const QString folder = QFileDialog::getExistingDirectory(this, tr("打开项目文件夹"));
     if (folder.isEmpty())
         return;
-    if (const std::optional<QString> problem = openProject(folder))
-        myMessageBox::showMyMessageBox(this, tr("提示"), *problem, myMessageBox::Warning, myMessageBox::Ok);
+    const std::optional<QString> problem = openProject(folder);
+    const QString notice = problem.value_or(InspectionContext::instance().readOnlyReason());
+    if (!notice.isEmpty())
+        myMessageBox::showMyMessageBox(this, tr("提示"), notice, myMessageBox::Warning, myMessageBox::Ok);
 }
 
 void MainWindow::showPointer(double lonDegrees, double latDegrees, double heightMetres) {

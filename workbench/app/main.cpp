@@ -61,10 +61,10 @@ std::optional<QString> openWhatWasAskedFor(MainWindow& window, const Options& op
 }
 
 // The run is there before the plug-in is loaded, so that no message waits for somebody to close it.
-int runHeadless(MainWindow& window, const QString& plugin, const Options& options,
-                const std::optional<QString>& problem, const QElapsedTimer& sinceStart) {
-    if (problem) {
-        QTextStream(stderr) << *problem << '\n';
+int runHeadless(MainWindow& window, const QString& plugin, const Options& options, const QString& problem,
+                const QElapsedTimer& sinceStart) {
+    if (!problem.isEmpty()) {
+        QTextStream(stderr) << problem << '\n';
         return 1;
     }
     HeadlessRun run(window, options.headlessFolder, sinceStart);
@@ -73,9 +73,9 @@ int runHeadless(MainWindow& window, const QString& plugin, const Options& option
     return run.run();
 }
 
-void runInteractive(MainWindow& window, const QString& plugin, const std::optional<QString>& problem) {
-    if (problem)
-        myMessageBox::showMyMessageBox(&window, QString::fromUtf8("提示"), *problem, myMessageBox::Warning,
+void runInteractive(MainWindow& window, const QString& plugin, const QString& problem) {
+    if (!problem.isEmpty())
+        myMessageBox::showMyMessageBox(&window, QString::fromUtf8("提示"), problem, myMessageBox::Warning,
                                        myMessageBox::Ok);
     window.loadPlugin(plugin);
 }
@@ -89,7 +89,9 @@ int runWorkbench(const Options& options, const QElapsedTimer& sinceStart) {
 
     MainWindow window;
     window.show();
-    const std::optional<QString> problem = openWhatWasAskedFor(window, options);
+    QString problem = openWhatWasAskedFor(window, options).value_or(QString());
+    if (problem.isEmpty())
+        problem = InspectionContext::instance().readOnlyReason();
     const QString plugin = options.pluginFile.isEmpty() ? defaultPluginFile() : options.pluginFile;
     int status = 0;
     // Messages wait for the event loop, so that they stand in front of a window that is there and running.

@@ -1,9 +1,11 @@
 #include "tests/inspection/windows/WindowFixture.h"
 
+#include "host/Gbk.h"
 #include "host/inspection/AVWindow.h"
 #include "host/inspection/KVImageWindow.h"
 #include "host/inspection/ParaSet.h"
 #include "host/inspection/StationWindow.h"
+#include "workbench/inspection/history/ProjectHistory.h"
 
 #include <QDir>
 
@@ -102,6 +104,46 @@ TEST_F(ProjectOpeningTest, AProjectThatAnotherProcessHasOpenIsRefused) {
     ASSERT_TRUE(problem.has_value());
     EXPECT_FALSE(problem->contains('\n'));
     EXPECT_EQ(context().project(), nullptr);
+}
+
+TEST_F(ProjectOpeningTest, AStoredProjectThatAnotherProcessHasOpenIsShownButNotChanged) {
+    openSample();
+    context().closeProject();
+    const OtherWorkbench other(m_project);
+    ASSERT_TRUE(other.holds());
+    ASSERT_FALSE(context().openProject(m_project).has_value());
+    const QString reason = context().readOnlyReason();
+    EXPECT_TRUE(reason.contains("工程已被另一个程序打开")) << reason.toStdString();
+    EXPECT_TRUE(reason.endsWith("工程已以只读方式打开，不能修改")) << reason.toStdString();
+    EXPECT_GT(tree().topLevelItem(0)->childCount(), 0);
+
+    const MessageWatch messages;
+    Special_Point point(toGbk("甲"), {114.0, 30.7, 50.0});
+    EXPECT_FALSE(context().GetStationWindow()->AddPointNode(point));
+    EXPECT_FALSE(context().GetStationWindow()->isReiterated_node("甲"));
+    clickCheckBox(station(0));
+    context().GetStationWindow()->PickCurrentShowItemsDiff();
+    EXPECT_FALSE(context().isWorking());
+    EXPECT_FALSE(context().GetEditHistory()->CanUndo());
+    EXPECT_EQ(messages.texts(), QStringList({"工程以只读方式打开，未作任何更改", reason}));
+}
+
+TEST_F(ProjectOpeningTest, WhatTheOtherProcessChangesAppearsByItself) {
+    openSample();
+    context().closeProject();
+    const OtherWorkbench other(m_project);
+    ASSERT_TRUE(other.holds());
+    ASSERT_FALSE(context().openProject(m_project).has_value());
+    mysqlhelper::KV_MySQL writer((m_project + "/inspection.db").toStdString());
+    inspection::ProjectHistory history;
+    history.setDatabase(&writer, "");
+    ASSERT_FALSE(history.perform("添加特殊点 甲", [](inspection::EditTransaction& edit) {
+        edit.insert("special_point",
+                    {{"name", toGbk("甲")}, {"lon_deg", 114.0}, {"lat_deg", 30.7}, {"height_m", 50.0}});
+    }));
+    EXPECT_TRUE(waitUntil([&] { return context().GetStationWindow()->isReiterated_node("甲"); }));
+    history.TakeUndo()->Undo(true);
+    EXPECT_TRUE(waitUntil([&] { return !context().GetStationWindow()->isReiterated_node("甲"); }));
 }
 
 TEST_F(ProjectOpeningTest, TheSameProjectCanBeOpenedAgain) {

@@ -1,10 +1,11 @@
 #include "workbench/inspection/compute/ResultStore.h"
 
 #include "workbench/inspection/database/AnomalyTable.h"
+#include "workbench/inspection/database/EditTable.h"
+#include "workbench/inspection/database/Inspector.h"
 #include "workbench/inspection/database/Outline.h"
 #include "workbench/inspection/database/Schema.h"
 #include "workbench/inspection/database/StationTable.h"
-#include "workbench/inspection/history/EditTable.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -98,6 +99,8 @@ void ResultStore::storeStation(KV_MySQL& database, StationChanges& changes,
 void ResultStore::store(KV_MySQL& database, std::vector<StationChanges>& changes,
                         const detect::Coregistration& coregistration) {
     KV_MySQL::Transaction transaction(database);
+    noteReplacement(database, inspectorOf(m_project), kAnomalyTable,
+                    QObject::tr("计算 %1 个站段的异常").arg(changes.size()));
     for (StationChanges& station : changes) {
         storeStation(database, station, coregistration);
     }

@@ -80,6 +80,12 @@ void InspectionContext::connectWindows() {
             &StationTreeWindow::takeRowChanges);
     connect(&history, &inspection::ProjectHistory::rowsChanged, m_anomalies,
             &AnomalyTableWindow::takeRowChanges);
+    connect(&history, &inspection::ProjectHistory::changedByOthers, m_stations,
+            &StationTreeWindow::takeChangesOfOthers);
+    connect(&history, &inspection::ProjectHistory::changedByOthers, m_anomalies,
+            &AnomalyTableWindow::takeChangesOfOthers);
+    connect(&history, &inspection::ProjectHistory::replacedByOthers, m_stations, &StationTreeWindow::reload);
+    connect(m_session.get(), &Session::connectionChanged, m_progress, &ProgressWidget::showMessage);
 
     StationWork& work = m_stations->work();
     connect(&work, &StationWork::computeFinished, m_progress, &ProgressWidget::showResult);
@@ -137,6 +143,10 @@ const inspection::Project* InspectionContext::project() const {
 
 bool InspectionContext::isWorking() const {
     return m_session && m_session->jobs().isRunning();
+}
+
+QString InspectionContext::readOnlyReason() const {
+    return m_session ? m_session->readOnlyReason() : QString();
 }
 
 void InspectionContext::setOutputFolder(const QString& folder) {

@@ -52,6 +52,8 @@ public:
     void closeProject();
     /// Null while no project is open.
     const inspection::Project* project() const;
+    /// Why the open project can only be looked at, one Chinese line; empty when it can be changed.
+    QString readOnlyReason() const;
     /// True while anomalies are being computed or an output is being written.
     bool isWorking() const;
     /// Figures of the last computation that succeeded since initialise.

@@ -60,6 +60,12 @@ void ProgressWidget::showResult(bool ok, const QString& text) {
     m_resultTime.start();
 }
 
+void ProgressWidget::showMessage(const QString& text) {
+    if (!m_jobs.isRunning()) {
+        showResult(true, text);
+    }
+}
+
 void ProgressWidget::showBar(bool visible) {
     m_bar->setVisible(visible);
     m_cancel->setVisible(visible);

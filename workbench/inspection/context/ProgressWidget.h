@@ -24,6 +24,9 @@ public slots:
     /// Shows how the last work ended, for a while or until other work starts.
     void showResult(bool ok, const QString& text);
 
+    /// Shows a message for a while, unless work is going on.
+    void showMessage(const QString& text);
+
 private slots:
     void onStarted(const QString& title);
     void onProgressed(double fraction, const QString& step);

@@ -1,51 +1,92 @@
 #include "workbench/inspection/context/Session.h"
 
 #include "host/style/myMessageBox.h"
+#include "workbench/inspection/database/Inspector.h"
+#include "workbench/inspection/database/ServerAddress.h"
 #include "workbench/inspection/project/CurrentProject.h"
 
+#include <QScopedValueRollback>
+
+#include <iostream>
 #include <utility>
 
 namespace inspection {
 
 Session::Session(QWidget* mainWindow) : m_mainWindow(mainWindow) {
     connect(&m_history, &ProjectHistory::refused, this, &Session::warn);
+    m_history.setConflictQuestion([this](const QString& question) { return ask(question); });
 }
 
 Session::~Session() {
     m_jobs.shutDown();
+    m_watch.reset();
     CurrentProject::clear();
 }
 
 Status Session::open(const QString& folder) {
     close();
-    auto project = Project::open(folder);
-    if (const auto* failure = std::get_if<Failure>(&project)) {
-        return *failure;
+    if (const Status failure = open(folder, Project::Access::Exclusive)) {
+        if (open(folder, Project::Access::ReadOnly)) {
+            return failure; // it says more than the second one
+        }
+        m_readOnlyReason = tr("%1。工程已以只读方式打开，不能修改").arg(failure->userMessage);
     }
-    m_project.emplace(std::get<Project>(std::move(project)));
-    auto database = PipelineDatabase::open(m_project->description(), m_project->access());
-    if (const auto* failure = std::get_if<Failure>(&database)) {
-        m_project.reset();
-        return *failure;
-    }
-    m_database = std::get<std::unique_ptr<PipelineDatabase>>(std::move(database));
-    CurrentProject::set(&m_project->description(), m_database.get());
-    if (Status failure = readHistory()) {
-        close();
-        return failure;
-    }
+    watchOthers();
     emit opened();
     emit parametersChanged();
     return std::nullopt;
 }
 
-Status Session::readHistory() {
+Status Session::open(const QString& folder, Project::Access access) {
+    auto project = Project::open(folder, access);
+    if (const auto* failure = std::get_if<Failure>(&project)) {
+        return *failure;
+    }
+    auto database = PipelineDatabase::open(std::get<Project>(project).description(), access);
+    if (const auto* failure = std::get_if<Failure>(&database)) {
+        return *failure;
+    }
+    auto& opened = std::get<std::unique_ptr<PipelineDatabase>>(database);
+    const ProjectDescription& description = std::get<Project>(project).description();
     try {
-        m_history.setDatabase(connection());
-        return std::nullopt;
+        m_history.setDatabase(opened->GetMySQL(),
+                              access == Project::Access::Exclusive ? inspectorOf(description) : QString());
     } catch (const mysqlhelper::KV_MySQL_Exception& exception) {
+        m_history.setDatabase(nullptr, QString());
         const QString cause = QString::fromUtf8(exception.what());
         return Failure{cause, tr("无法读取项目数据库：%1").arg(cause), false};
+    }
+    m_project.emplace(std::get<Project>(std::move(project)));
+    m_database = std::move(opened);
+    CurrentProject::set(&m_project->description(), m_database.get());
+    return std::nullopt;
+}
+
+void Session::watchOthers() {
+    const bool isShared = isServerAddress(m_project->description().databaseUrl());
+    if (!isShared && m_readOnlyReason.isEmpty()) {
+        return; // the folder is locked
+    }
+    m_watch = std::make_unique<RevisionWatch>(m_project->description());
+    connect(m_watch.get(), &RevisionWatch::looked, this, &Session::takeStepsOfOthers);
+    connect(m_watch.get(), &RevisionWatch::connectionLost, this, [this](const QString& cause) {
+        std::cout << cause.toStdString() << std::endl;
+        emit connectionChanged(tr("与数据库的连接已断开，正在重试"));
+    });
+    connect(m_watch.get(), &RevisionWatch::connectionBack, this,
+            [this] { emit connectionChanged(tr("与数据库的连接已恢复")); });
+    m_watch->start();
+}
+
+void Session::takeStepsOfOthers() {
+    // What a question is about must not change while it stands.
+    if (m_isAsking || !m_database) {
+        return;
+    }
+    try {
+        m_history.takeStepsOfOthers();
+    } catch (const mysqlhelper::KV_MySQL_Exception& exception) {
+        std::cout << exception.what() << std::endl;
     }
 }
 
@@ -54,8 +95,10 @@ void Session::close() {
         return;
     }
     m_jobs.shutDown();
+    m_watch.reset();
     emit closing();
-    m_history.setDatabase(nullptr);
+    m_history.setDatabase(nullptr, QString());
+    m_readOnlyReason.clear();
     CurrentProject::clear();
     m_database.reset();
     m_project.reset();
@@ -95,6 +138,7 @@ void Session::inform(const QString& text) const {
 
 bool Session::ask(const QString& question) const {
     constexpr int kConfirmed = 0;
+    const QScopedValueRollback<bool> asking(m_isAsking, true);
     return myMessageBox::showMyMessageBox(m_mainWindow, tr("提示"), question, myMessageBox::Question,
                                           myMessageBox::YesNo, true) == kConfirmed;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "workbench/inspection/context/JobRunner.h"
+#include "workbench/inspection/context/RevisionWatch.h"
 #include "workbench/inspection/database/PipelineDatabase.h"
 #include "workbench/inspection/history/ProjectHistory.h"
 #include "workbench/inspection/project/Project.h"
@@ -26,7 +27,8 @@ public:
     explicit Session(QWidget* mainWindow);
     ~Session() override;
 
-    /// Replaces the open project. On failure there is none afterwards, and the answer says why.
+    /// Replaces the open project. One that cannot be written, or that another program has open, is opened for
+    /// reading. On failure there is none afterwards, and the answer says why.
     Status open(const QString& folder);
     /// Running work is cancelled first.
     void close();
@@ -36,6 +38,8 @@ public:
     PipelineDatabase* database() const { return m_database.get(); }
     /// Null while no project is open.
     mysqlhelper::KV_MySQL* connection() const;
+    /// Why the open project cannot be changed, one Chinese line; empty when it can.
+    const QString& readOnlyReason() const { return m_readOnlyReason; }
     /// The project's parameters, or the defaults while no project is open.
     ProjectParameters parameters() const;
     /// Stores them in the project and announces them.
@@ -64,13 +68,20 @@ signals:
     /// The project is about to go; its database still answers.
     void closing();
     void parametersChanged();
+    /// The database does not answer, or does again; one Chinese line.
+    void connectionChanged(const QString& message);
 
 private:
-    Status readHistory();
+    Status open(const QString& folder, Project::Access access);
+    void watchOthers();
+    void takeStepsOfOthers();
 
     QPointer<QWidget> m_mainWindow;
     std::optional<Project> m_project;
     std::unique_ptr<PipelineDatabase> m_database;
+    std::unique_ptr<RevisionWatch> m_watch; ///< none where nobody else can change the data
+    QString m_readOnlyReason;
+    mutable bool m_isAsking = false;
     QString m_outputFolder;
     std::function<QImage()> m_mapPicture;
     ProjectHistory m_history;

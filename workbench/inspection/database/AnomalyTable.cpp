@@ -2,6 +2,7 @@
 
 #include "host/Gbk.h"
 #include "workbench/inspection/database/Fields.h"
+#include "workbench/inspection/database/Revision.h"
 #include "workbench/inspection/database/Schema.h"
 
 namespace inspection {
@@ -16,6 +17,7 @@ SdiffData anomalyOf(const KV_Record& row) {
     SdiffData anomaly;
     std::string kind;
     takeField(row, "id", anomaly.id);
+    anomaly.version = versionOf(row);
     takeField(row, "name", anomaly.name);
     takeField(row, "kind", kind);
     anomaly.isFill = kind == "fill";

@@ -1,5 +1,7 @@
 #include "workbench/inspection/database/DatabaseMove.h"
 
+#include "workbench/inspection/database/EditTable.h"
+#include "workbench/inspection/database/Inspector.h"
 #include "workbench/inspection/database/PipelineDatabase.h"
 #include "workbench/inspection/database/ServerAddress.h"
 #include "workbench/inspection/database/TableCopy.h"
@@ -84,7 +86,8 @@ std::string differentTable(KV_MySQL& target, const std::vector<TableDigest>& exp
     return {};
 }
 
-Status copyProject(KV_MySQL& source, KV_MySQL& target, const QString& name, Course& course) {
+Status copyProject(KV_MySQL& source, KV_MySQL& target, const ProjectDescription& before,
+                   const ProjectDescription& after, Course& course) {
     createTables(target);
     const KV_MySQL::Transaction snapshot(source);
     KV_MySQL::Transaction transaction(target);
@@ -95,24 +98,27 @@ Status copyProject(KV_MySQL& source, KV_MySQL& target, const QString& name, Cour
     }
     if (!different.empty()) {
         const QString table = QString::fromStdString(different);
-        return fileFailure(name, "the copy of table " + table + " differs from the original",
+        return fileFailure(shownDatabase(after.databaseUrl()),
+                           "the copy of table " + table + " differs from the original",
                            "数据表 " + table + " 的副本与原表不一致");
     }
+    handOverEdits(target, inspectorOf(before), inspectorOf(after));
     storeSchemaVersion(target);
     transaction.commit();
     return std::nullopt;
 }
 
 /// Opens the target and copies everything into it.
-Status fillTarget(KV_MySQL& source, const QString& url, Course& course) {
-    const QString name = shownDatabase(url);
+Status fillTarget(KV_MySQL& source, const ProjectDescription& before, const ProjectDescription& after,
+                  Course& course) {
     try {
-        KV_MySQL target(url.toStdString());
+        KV_MySQL target(after.databaseUrl().toStdString());
         if (holdsProject(target)) {
-            return fileFailure(name, "the database already holds tables of a project",
+            return fileFailure(shownDatabase(after.databaseUrl()),
+                               "the database already holds tables of a project",
                                "该数据库中已有工程的数据表");
         }
-        return copyProject(source, target, name, course);
+        return copyProject(source, target, before, after, course);
     } catch (const KV_MySQL_Exception& exception) {
         const QString cause = QString::fromUtf8(exception.what());
         return Failure{cause, "数据库迁移失败，工程仍使用原数据库：" + cause};
@@ -147,7 +153,7 @@ Result<DatabaseMove> moveDatabase(Project& project, const QString& target,
     DatabaseMove move{0, shownDatabase(before.databaseUrl())};
     try {
         Course course(*opened->GetMySQL(), progress);
-        if (auto failure = fillTarget(*opened->GetMySQL(), url, course)) {
+        if (auto failure = fillTarget(*opened->GetMySQL(), before, after, course)) {
             return *failure;
         }
         move.rows = course.rows();

@@ -1,6 +1,7 @@
 #include "workbench/inspection/database/PipelineDatabase.h"
 
 #include "workbench/inspection/database/CenterlineImport.h"
+#include "workbench/inspection/database/Revision.h"
 #include "workbench/inspection/database/Schema.h"
 #include "workbench/inspection/database/ServerAddress.h"
 #include "workbench/inspection/database/SpecialObjectImport.h"
@@ -56,6 +57,7 @@ Failure newerSchema(const QString& file, int version) {
 Status prepareForWriting(const ProjectDescription& project, KV_MySQL& database) {
     migrateSchema(database);
     KV_MySQL::Transaction transaction(database);
+    startRevisions(database);
     if (database.queryRecord("select id from " + tableName(KV_STATION) + " limit 1").empty()) {
         if (auto failure = importCenterline(project, database)) {
             return failure;

@@ -2,6 +2,7 @@
 
 #include "workbench/inspection/database/Fields.h"
 #include "workbench/inspection/database/Outline.h"
+#include "workbench/inspection/database/Revision.h"
 
 using inspection::takeField;
 using mysqlhelper::KV_Record;
@@ -30,6 +31,7 @@ KV_BasicNode::~KV_BasicNode() = default;
 
 void KV_BasicNode::init_from_sqldata(const KV_Record& row) {
     takeField(row, "id", m_id);
+    takeField(row, inspection::kVersionColumn, m_version);
     takeField(row, "name", m_name);
     takeField(row, "lon_deg", m_coor.x());
     takeField(row, "lat_deg", m_coor.y());

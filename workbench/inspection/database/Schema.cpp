@@ -19,6 +19,7 @@ using Columns = std::vector<Column>;
 
 constexpr auto kStationResultTable = "station_result";
 constexpr auto kEditTable = "edit_history";
+constexpr auto kRevisionTable = "project_revision";
 constexpr auto kOfStation = "foreign key (station_id) references station(id) on delete cascade";
 
 Columns required(Sort sort, const std::vector<std::string>& names) {
@@ -124,11 +125,28 @@ void addEditHistory(KV_MySQL& database) {
     createTable(database, editHistory());
 }
 
+/// For several inspectors on one database: which version of a row somebody has seen, and what others did
+/// since.
+void addRevisions(KV_MySQL& database) {
+    createTable(database, {kRevisionTable, {kId, {"revision", Sort::Integer, true, {}}}, {}, {}});
+    for (const int type : {KV_SPECIAL_POINT, KV_SPECIAL_AREA, KV_HIGH_CONSEQUENCE_AREA}) {
+        addColumn(database, tableName(type), {"version", Sort::Integer, true, "0"});
+    }
+    addColumn(database, kAnomalyTable, {"version", Sort::Integer, true, "0"});
+    addColumn(database, kEditTable, {"revision", Sort::Integer, true, "0"});
+    addColumn(database, kEditTable, {"inspector", Sort::Text, true, "''"});
+    addColumn(database, kEditTable, {"is_dropped", Sort::Integer, true, "0"});
+    // Edits of before were made one after the other, and taken back from the newest on.
+    database.execute("update edit_history set revision=id where is_undone=0");
+    database.execute("update edit_history set revision=2*(select newest from (select max(id) as newest from "
+                     "edit_history) as edits)-id where is_undone=1");
+}
+
 // Step n brings version n to version n + 1. Steps are only ever added; what one of them does stays as it is.
 // A server may have kept a part of a step that was not completed, so each must be repeatable, as createTable
 // and addColumn are. Tables that a step adds go into storedTables() too.
 using MigrationStep = void (*)(KV_MySQL&);
-constexpr MigrationStep kSteps[] = {createFirstVersion, addEditHistory};
+constexpr MigrationStep kSteps[] = {createFirstVersion, addEditHistory, addRevisions};
 static_assert(std::size(kSteps) == kSchemaVersion);
 
 void takeSteps(KV_MySQL& database, int from) {
@@ -164,7 +182,8 @@ std::vector<StoredTable> storedTables() {
             {tableName(KV_STATION), "id"},
             {kStationResultTable, "station_id"},
             {kAnomalyTable, "id"},
-            {kEditTable, "id"}};
+            {kEditTable, "id"},
+            {kRevisionTable, "id"}};
 }
 
 int storedSchemaVersion(KV_MySQL& database) {

@@ -9,7 +9,7 @@
 /// The tables of a project's database. docs/data-model.md describes them column by column.
 namespace inspection {
 
-constexpr int kSchemaVersion = 2;
+constexpr int kSchemaVersion = 3;
 
 /// Table of an object type code (KV_ObjectType), empty for an unknown one.
 INSPECTION_API std::string tableName(int type);

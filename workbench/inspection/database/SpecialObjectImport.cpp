@@ -1,6 +1,8 @@
 #include "workbench/inspection/database/SpecialObjectImport.h"
 
+#include "workbench/inspection/database/EditTable.h"
 #include "workbench/inspection/database/GroundHeights.h"
+#include "workbench/inspection/database/Inspector.h"
 #include "workbench/inspection/database/Schema.h"
 
 #include <QDebug>
@@ -14,9 +16,8 @@ using mysqlhelper::KV_Record;
 
 namespace {
 
-/// In one transaction, unless the user stops it. Throws when the database refuses.
+/// Part of a transaction. Stops where the user wants it. Throws when the database refuses.
 Status store(const SpecialObjectRows& rows, KV_MySQL& database, const SpecialObjectProgress& progress) {
-    KV_MySQL::Transaction transaction(database);
     std::size_t stored = 0;
     for (const auto& record : rows.records) {
         if (progress && !progress(double(stored++) / double(rows.records.size()))) {
@@ -25,6 +26,24 @@ Status store(const SpecialObjectRows& rows, KV_MySQL& database, const SpecialObj
         KV_Record fields;
         record->evalute_record(fields);
         database.insertRecord(tableName(record->m_type), fields);
+    }
+    return std::nullopt;
+}
+
+/// In one transaction, so that others see all of them or none.
+Status storeForAll(const ProjectDescription& project, const SpecialObjectRows& rows, KV_MySQL& database,
+                   const SpecialObjectProgress& progress) {
+    if (rows.records.empty()) {
+        return std::nullopt;
+    }
+    KV_MySQL::Transaction transaction(database);
+    const int type = rows.records.front()->m_type;
+    noteReplacement(database, inspectorOf(project), tableName(type),
+                    QStringLiteral("导入 %1 个%2")
+                        .arg(rows.records.size())
+                        .arg(specialObjectTitle(static_cast<KV_ObjectType>(type))));
+    if (const Status stopped = store(rows, database, progress)) {
+        return stopped;
     }
     if (progress && !progress(1.0)) {
         return cancelledFailure();
@@ -71,7 +90,7 @@ Result<SpecialObjectImport> importSpecialObjects(const ProjectDescription& proje
             return refused;
         }
         putOnGround(project, rows);
-        if (const Status failure = store(rows, database, half(progress, 0.5))) {
+        if (const Status failure = storeForAll(project, rows, database, half(progress, 0.5))) {
             return *failure;
         }
         return SpecialObjectImport{static_cast<int>(rows.records.size()), rows.refusals, rows.notes};

@@ -1,35 +1,55 @@
 #include "workbench/inspection/history/EditTransaction.h"
 
+#include "workbench/inspection/database/Fields.h"
+#include "workbench/inspection/database/Revision.h"
+
 namespace inspection {
 
 using mysqlhelper::KV_MySQL;
 using mysqlhelper::KV_Record;
 
-EditTransaction::EditTransaction(KV_MySQL& database) : m_database(database), m_transaction(database) {}
+EditTransaction::EditTransaction(KV_MySQL& database, const OwnVersions& own)
+    : m_database(database), m_own(own), m_transaction(database), m_revision(raiseRevision(database)) {}
 
 std::int64_t EditTransaction::insert(const std::string& table, const KV_Record& fields) {
-    const std::int64_t id = m_database.insertRecord(table, fields);
+    KV_Record row = fields;
+    row[kVersionColumn] = m_revision;
+    const std::int64_t id = m_database.insertRecord(table, row);
     m_changes.push_back({table, id, std::nullopt, readRow(m_database, table, id)});
     return id;
 }
 
-bool EditTransaction::update(const std::string& table, std::int64_t id, const KV_Record& fields) {
+void EditTransaction::update(const std::string& table, std::int64_t id, const KV_Record& fields,
+                             std::int64_t seenVersion) {
     auto before = readRow(m_database, table, id);
     if (!before) {
-        return false;
+        m_conflicts.push_back({table, id, {}, true});
+        return;
     }
-    m_database.updateRecord(table, fields, "where id=?", {id});
-    auto after = readRow(m_database, table, id);
-    if (after != before) {
-        m_changes.push_back({table, id, std::move(before), std::move(after)});
+    check(table, *before, seenVersion);
+    if (isSame(fields, *before)) {
+        return;
     }
-    return true;
+    KV_Record changed = fields;
+    changed[kVersionColumn] = m_revision;
+    m_database.updateRecord(table, changed, "where id=?", {id});
+    m_changes.push_back({table, id, std::move(before), readRow(m_database, table, id)});
 }
 
-void EditTransaction::remove(const std::string& table, std::int64_t id) {
+void EditTransaction::remove(const std::string& table, std::int64_t id, std::int64_t seenVersion) {
     if (auto before = readRow(m_database, table, id)) {
+        check(table, *before, seenVersion);
         m_database.deleteRecord(table, "where id=?", {id});
         m_changes.push_back({table, id, std::move(before), std::nullopt});
+    }
+}
+
+void EditTransaction::check(const std::string& table, const KV_Record& row, std::int64_t seenVersion) {
+    EditConflict conflict{table, 0, {}, false};
+    takeField(row, "id", conflict.id);
+    if (!m_own.isCurrent(table, conflict.id, seenVersion, versionOf(row))) {
+        takeField(row, "name", conflict.name);
+        m_conflicts.push_back(std::move(conflict));
     }
 }
 

@@ -1,14 +1,40 @@
 #include "workbench/inspection/history/ProjectHistory.h"
 
 #include "host/Gbk.h"
+#include "workbench/inspection/database/Revision.h"
+#include "workbench/inspection/history/ConflictText.h"
 
 #include <algorithm>
 #include <iostream>
+#include <set>
 
 namespace inspection {
 
 using mysqlhelper::KV_MySQL;
 using mysqlhelper::KV_MySQL_Exception;
+
+namespace {
+
+/// One change for each row, from before the first step to what is stored now: it may also have been edited
+/// here meanwhile.
+RowChanges changesUntilNow(KV_MySQL& database, const std::vector<EditStep>& steps) {
+    RowChanges changes;
+    std::set<std::pair<std::string, std::int64_t>> rows;
+    for (const EditStep& step : steps) {
+        for (const RowChange& change : step.changes) {
+            if (!rows.insert({change.table, change.id}).second) {
+                continue;
+            }
+            auto after = readRow(database, change.table, change.id);
+            if (change.before || after) {
+                changes.push_back({change.table, change.id, change.before, std::move(after)});
+            }
+        }
+    }
+    return changes;
+}
+
+} // namespace
 
 /// An edit as the tools see it. The history owns it.
 class ProjectHistory::Edit : public EditCommand {
@@ -29,17 +55,27 @@ private:
 ProjectHistory::ProjectHistory(QObject* parent) : QObject(parent) {}
 ProjectHistory::~ProjectHistory() = default;
 
-void ProjectHistory::setDatabase(KV_MySQL* database) {
+void ProjectHistory::setDatabase(KV_MySQL* database, const QString& inspector) {
     m_edits.clear();
     m_undoable = 0;
+    m_ownVersions.clear();
     m_database = database;
+    m_inspector = inspector;
     if (m_database != nullptr) {
-        for (StoredEdit& edit : readEdits(*m_database)) {
-            m_undoable += edit.isUndone ? 0 : 1;
-            m_edits.push_back(std::make_unique<Edit>(*this, std::move(edit)));
-        }
+        m_seenRevision = readRevision(*m_database);
+        readOwn();
     }
     announce();
+}
+
+void ProjectHistory::readOwn() {
+    if (m_inspector.isNull()) {
+        return;
+    }
+    for (StoredEdit& edit : readEdits(*m_database, m_inspector)) {
+        m_undoable += edit.isUndone ? 0 : 1;
+        m_edits.push_back(std::make_unique<Edit>(*this, std::move(edit)));
+    }
 }
 
 void ProjectHistory::announce() {
@@ -55,29 +91,93 @@ void ProjectHistory::announce() {
 }
 
 Status ProjectHistory::perform(const QString& description, const Work& work) {
-    if (m_database == nullptr) {
-        return Failure{"no database", tr("没有可用的项目数据库"), false};
+    if (m_database == nullptr || m_inspector.isNull()) {
+        return Failure{"no database to write to",
+                       m_database == nullptr ? tr("没有可用的项目数据库")
+                                             : tr("工程以只读方式打开，未作任何更改"),
+                       false};
     }
     try {
-        EditTransaction edit(*m_database);
-        work(edit);
-        if (edit.changes().empty()) {
-            edit.commit();
-            return std::nullopt;
+        const auto conflicts = tryToStore(description, work, false);
+        if (!conflicts.empty()) {
+            if (Status failure = askAbout(conflicts)) {
+                return failure;
+            }
+            tryToStore(description, work, true);
         }
-        const std::int64_t id = insertEdit(*m_database, description, edit.changes());
-        edit.commit();
-        m_edits.resize(m_undoable);
-        m_edits.push_back(std::make_unique<Edit>(*this, StoredEdit{id, description, false}));
-        ++m_undoable;
+        return std::nullopt;
     } catch (const KV_MySQL_Exception& exception) {
         std::cout << exception.what() << std::endl;
         const QString cause = QString::fromUtf8(exception.what());
         return Failure{cause, tr("数据库拒绝了修改，未作任何更改：%1").arg(cause), false};
     }
+}
+
+std::vector<EditConflict> ProjectHistory::tryToStore(const QString& description, const Work& work,
+                                                     bool mayReplace) {
+    EditTransaction edit(*m_database, m_ownVersions);
+    work(edit);
+    if (!edit.conflicts().empty() && !mayReplace) {
+        return edit.conflicts();
+    }
+    if (edit.changes().empty()) {
+        return {};
+    }
+    const std::int64_t id =
+        insertEdit(*m_database, m_inspector, description, edit.changes(), edit.revision());
+    edit.commit();
+    noteOwn(edit.changes(), edit.revision());
+    m_edits.resize(m_undoable);
+    m_edits.push_back(std::make_unique<Edit>(*this, StoredEdit{id, description, false}));
+    ++m_undoable;
     emit undoable(description);
     emit redoable(QString());
-    return std::nullopt;
+    return {};
+}
+
+Status ProjectHistory::askAbout(const std::vector<EditConflict>& conflicts) {
+    const auto gone = std::find_if(conflicts.begin(), conflicts.end(),
+                                   [](const EditConflict& conflict) { return conflict.isGone; });
+    const EditConflict& first = gone != conflicts.end() ? *gone : conflicts.front();
+    const auto step = lastStepOn(*m_database, first.table, first.id, m_inspector);
+    if (gone != conflicts.end()) {
+        return Failure{"a row is not stored any more", goneText(first, step), false};
+    }
+    if (m_mayReplace && m_mayReplace(conflictQuestion(conflicts, step))) {
+        return std::nullopt;
+    }
+    return cancelledFailure();
+}
+
+void ProjectHistory::noteOwn(const RowChanges& changes, std::int64_t revision) {
+    for (const RowChange& change : changes) {
+        if (change.after) {
+            m_ownVersions.wrote(change.table, change.id, change.before ? versionOf(*change.before) : 0,
+                                revision);
+        }
+    }
+    // Nobody else did anything in between; otherwise takeStepsOfOthers() will come past it.
+    if (revision == m_seenRevision + 1) {
+        m_seenRevision = revision;
+    }
+}
+
+void ProjectHistory::takeStepsOfOthers() {
+    const std::int64_t newest = m_database != nullptr ? readRevision(*m_database) : m_seenRevision;
+    if (newest == m_seenRevision) {
+        return;
+    }
+    const std::vector<EditStep> steps = readSteps(*m_database, m_seenRevision, m_inspector);
+    const RowChanges changes = changesUntilNow(*m_database, steps);
+    const bool isReplaced =
+        std::any_of(steps.begin(), steps.end(), [](const EditStep& step) { return step.isReplacement; });
+    m_seenRevision = newest;
+    if (isReplaced) {
+        reload(); // edits of rows that are no longer
+        emit replacedByOthers();
+    } else if (!changes.empty()) {
+        emit changedByOthers(changes);
+    }
 }
 
 EditCommand* ProjectHistory::TakeUndo() {
@@ -93,11 +193,13 @@ void ProjectHistory::UndoSteps(int count) {
     RowChanges changes;
     try {
         KV_MySQL::Transaction transaction(*m_database);
+        const std::int64_t revision = raiseRevision(*m_database);
         for (std::size_t step = 0; step < steps; ++step) {
-            const RowChanges taken = carryOut(m_edits[m_undoable - 1 - step]->stored(), true);
+            const RowChanges taken = carryOut(m_edits[m_undoable - 1 - step]->stored(), true, revision);
             changes.insert(changes.end(), taken.begin(), taken.end());
         }
         transaction.commit();
+        noteOwn(changes, revision);
     } catch (const KV_MySQL_Exception& exception) {
         std::cout << exception.what() << std::endl;
         refuse(tr("无法撤销，未作任何更改：%1").arg(QString::fromUtf8(exception.what())));
@@ -109,20 +211,20 @@ void ProjectHistory::UndoSteps(int count) {
     }
 }
 
-RowChanges ProjectHistory::carryOut(const StoredEdit& edit, bool isUndo) {
+RowChanges ProjectHistory::carryOut(const StoredEdit& edit, bool isUndo, std::int64_t revision) {
     const RowChanges made = readChanges(*m_database, edit.id);
-    const RowChanges changes = isUndo ? reversed(made) : made;
-    applyChanges(*m_database, changes);
-    markEdit(*m_database, edit.id, isUndo);
-    return changes;
+    markEdit(*m_database, edit.id, isUndo, revision);
+    return applyChanges(*m_database, isUndo ? reversed(made) : made, revision);
 }
 
 void ProjectHistory::step(Edit& edit, bool isUndo, bool refresh) {
     RowChanges changes;
     try {
         KV_MySQL::Transaction transaction(*m_database);
-        changes = carryOut(edit.stored(), isUndo);
+        const std::int64_t revision = raiseRevision(*m_database);
+        changes = carryOut(edit.stored(), isUndo, revision);
         transaction.commit();
+        noteOwn(changes, revision);
     } catch (const KV_MySQL_Exception& exception) {
         std::cout << exception.what() << std::endl;
         m_undoable = isUndo ? m_undoable + 1 : m_undoable - 1;

@@ -68,19 +68,19 @@ int AnomalyTableModel::rowOf(const std::string& name) const {
     return found == m_rows.end() ? -1 : found->second;
 }
 
-void AnomalyTableModel::setAttributes(const std::vector<SdiffData>& changed) {
+void AnomalyTableModel::replace(const std::vector<SdiffData>& changed) {
     int first = rowCount();
     int last = -1;
     for (const SdiffData& each : changed) {
         const int row = rowOf(each.name);
         if (row >= 0) {
-            m_anomalies[static_cast<std::size_t>(row)].attribute = each.attribute;
+            m_anomalies[static_cast<std::size_t>(row)] = each;
             first = std::min(first, row);
             last = std::max(last, row);
         }
     }
     if (last >= 0) {
-        emit dataChanged(index(first, Attribute), index(last, Attribute));
+        emit dataChanged(index(first, 0), index(last, ColumnCount - 1));
     }
 }
 

@@ -36,8 +36,8 @@ public:
     const SdiffData& anomaly(int row) const { return m_anomalies[static_cast<std::size_t>(row)]; }
     /// Row of the anomaly of that name (GBK), -1 when there is none.
     int rowOf(const std::string& name) const;
-    /// Takes over the attributes of `changed` in the rows of the same names; unknown names are ignored.
-    void setAttributes(const std::vector<SdiffData>& changed);
+    /// Shows `changed` in the rows of the same names; unknown names are ignored.
+    void replace(const std::vector<SdiffData>& changed);
     /// Removes the rows of these names (GBK).
     void remove(const std::set<std::string>& names);
 

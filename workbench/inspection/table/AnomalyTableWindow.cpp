@@ -9,6 +9,7 @@
 #include "workbench/inspection/table/AnomalyTableModel.h"
 #include "workbench/inspection/table/AnomalyTableView.h"
 
+#include <QScrollBar>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -55,6 +56,28 @@ QString classification(const std::vector<SdiffData>& anomalies) {
     return attribute.empty()
                ? QObject::tr("清除 %1 处异常的分类").arg(anomalies.size())
                : QObject::tr("分类 %1 处异常为 %2").arg(anomalies.size()).arg(fromGbk(attribute));
+}
+
+struct ChangedNames {
+    std::vector<std::string> present;
+    std::set<std::string> gone;
+};
+
+ChangedNames changedNames(const RowChanges& changes) {
+    ChangedNames names;
+    for (const RowChange& change : changes) {
+        if (change.table != kAnomalyTable) {
+            continue;
+        }
+        std::string name;
+        takeField(change.after ? *change.after : *change.before, "name", name);
+        if (change.after) {
+            names.present.push_back(name);
+        } else {
+            names.gone.insert(name);
+        }
+    }
+    return names;
 }
 
 /// Whole rows, in as few ranges as possible. `rows` in any order.
@@ -249,7 +272,7 @@ void AnomalyTableWindow::SetSelectedbycoor(KV_StationItem* item, double x, doubl
 
 bool AnomalyTableWindow::perform(const QString& description, const ProjectHistory::Work& work) {
     const Status failure = m_session.history().perform(description, work);
-    if (failure) {
+    if (failure && !failure->cancelled) {
         m_session.warn(failure->userMessage);
     }
     return !failure;
@@ -259,10 +282,7 @@ void AnomalyTableWindow::SetItemAtrii(KV_StationItem* item, const std::vector<Sd
     if (item == nullptr || anomalies.empty() ||
         !perform(classification(anomalies), [&](EditTransaction& edit) {
             for (const SdiffData& anomaly : anomalies) {
-                if (!edit.update(kAnomalyTable, anomaly.id, {{"attribute", anomaly.attribute}})) {
-                    throw KV_MySQL_Exception("anomaly " + gbkToUtf8(anomaly.name) +
-                                             " is not stored any more");
-                }
+                edit.update(kAnomalyTable, anomaly.id, {{"attribute", anomaly.attribute}}, anomaly.version);
             }
         })) {
         return;
@@ -271,7 +291,7 @@ void AnomalyTableWindow::SetItemAtrii(KV_StationItem* item, const std::vector<Sd
     copyAttributes(anomalies, item->m_diffData.m_anomalies);
     if (stationId == m_current.GetStationId()) {
         copyAttributes(anomalies, m_current.m_diffData.m_anomalies);
-        m_model->setAttributes(anomalies);
+        m_model->replace(m_current.m_diffData.m_anomalies);
         updateSummary();
     }
     emit anomaliesChanged(stationId);
@@ -281,7 +301,7 @@ void AnomalyTableWindow::DeleteItems(KV_StationItem* item, const std::vector<Sdi
     if (item == nullptr || anomalies.empty() ||
         !perform(tr("删除 %1 处异常").arg(anomalies.size()), [&](EditTransaction& edit) {
             for (const SdiffData& anomaly : anomalies) {
-                edit.remove(kAnomalyTable, anomaly.id);
+                edit.remove(kAnomalyTable, anomaly.id, anomaly.version);
             }
         })) {
         return;
@@ -302,26 +322,37 @@ void AnomalyTableWindow::DeleteItems(KV_StationItem* item, const std::vector<Sdi
 }
 
 void AnomalyTableWindow::takeRowChanges(const RowChanges& changes) {
-    std::set<std::string> gone;
-    std::vector<std::string> names;
-    for (const RowChange& change : changes) {
-        if (change.table == kAnomalyTable) {
-            std::string name;
-            takeField(change.after ? *change.after : *change.before, "name", name);
-            change.after ? names.push_back(name) : void(gone.insert(name));
-        }
-    }
-    if (names.empty() && gone.empty()) {
+    const ChangedNames names = changedNames(changes);
+    if (names.present.empty() && names.gone.empty()) {
         return;
     }
-    forget(gone);
-    if (!names.empty()) {
-        m_selectedNames = names;
+    forget(names.gone);
+    if (!names.present.empty()) {
+        m_selectedNames = names.present;
     }
     if (m_current.readclassfi()) {
         AddData();
     }
     announceSelection();
+}
+
+void AnomalyTableWindow::takeChangesOfOthers(const RowChanges& changes) {
+    const ChangedNames names = changedNames(changes);
+    if ((names.present.empty() && names.gone.empty()) || !m_current.readclassfi()) {
+        return;
+    }
+    forget(names.gone);
+    m_model->remove(names.gone);
+    const std::vector<SdiffData>& stored = m_current.m_diffData.m_anomalies;
+    if (static_cast<int>(stored.size()) == m_model->rowCount()) {
+        m_model->replace(stored);
+        updateSummary();
+        return;
+    }
+    // Rows have come back.
+    const int place = m_table->verticalScrollBar()->value();
+    AddData();
+    m_table->verticalScrollBar()->setValue(place);
 }
 
 void AnomalyTableWindow::forget(const std::set<std::string>& names) {

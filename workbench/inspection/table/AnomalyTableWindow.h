@@ -43,6 +43,8 @@ public slots:
     void showStation(KV_StationItem* item);
     /// Shows rows that an undo or redo has changed, and selects them.
     void takeRowChanges(const RowChanges& changes);
+    /// Shows rows that somebody else has changed; the user's place in the table stays.
+    void takeChangesOfOthers(const RowChanges& changes);
     /// Announces the selection once more, for a globe whose overlays are new.
     void announceSelection();
 

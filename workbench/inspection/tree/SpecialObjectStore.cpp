@@ -43,23 +43,23 @@ Result<std::uint32_t> SpecialObjectStore::insert(const KV_BasicNode& record) con
 
 Status SpecialObjectStore::update(const KV_BasicNode& record, std::uint32_t id) const {
     return m_session.history().perform(
-        description(QObject::tr("编辑"), record.m_type, record.GetName()),
-        [&](EditTransaction& edit) { edit.update(tableName(record.m_type), id, fieldsOf(record)); });
+        description(QObject::tr("编辑"), record.m_type, record.GetName()), [&](EditTransaction& edit) {
+            edit.update(tableName(record.m_type), id, fieldsOf(record), record.m_version);
+        });
 }
 
-Status SpecialObjectStore::rename(int objectType, std::uint32_t id, const std::string& oldName,
-                                  const std::string& name) const {
-    return m_session.history().perform(description(QObject::tr("重命名"), objectType, oldName) +
-                                           QObject::tr(" 为 ") + fromGbk(name),
-                                       [&](EditTransaction& edit) {
-                                           edit.update(tableName(objectType), id, {{"name", name}});
-                                       });
-}
-
-Status SpecialObjectStore::remove(int objectType, std::uint32_t id, const std::string& name) const {
+Status SpecialObjectStore::rename(const StoredObject& object, const std::string& name) const {
     return m_session.history().perform(
-        description(QObject::tr("删除"), objectType, name),
-        [&](EditTransaction& edit) { edit.remove(tableName(objectType), id); });
+        description(QObject::tr("重命名"), object.type, object.name) + QObject::tr(" 为 ") + fromGbk(name),
+        [&](EditTransaction& edit) {
+            edit.update(tableName(object.type), object.id, {{"name", name}}, object.version);
+        });
+}
+
+Status SpecialObjectStore::remove(const StoredObject& object) const {
+    return m_session.history().perform(
+        description(QObject::tr("删除"), object.type, object.name),
+        [&](EditTransaction& edit) { edit.remove(tableName(object.type), object.id, object.version); });
 }
 
 std::optional<osg::Vec3d> SpecialObjectStore::position(int objectType, std::uint32_t id) const {

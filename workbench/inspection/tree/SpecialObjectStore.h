@@ -11,6 +11,14 @@ namespace inspection {
 
 class Session;
 
+/// A special object as it is shown to the user.
+struct StoredObject {
+    int type = 0; ///< KV_ObjectType
+    std::uint32_t id = 0;
+    std::int64_t version = 0;
+    std::string name; ///< GBK
+};
+
 /// The special objects' rows in the open project's database; each change is an edit of its history. What the
 /// database refuses is written to standard output, too, and leaves it as it was. GUI thread.
 class SpecialObjectStore {
@@ -19,13 +27,11 @@ public:
 
     /// Inserts into the table of the record's type code; gives the new row's id.
     Result<std::uint32_t> insert(const KV_BasicNode& record) const;
-    /// Updates the row of that id; none any more is no failure.
+    /// Updates the row of that id, which the user has edited from the record's version on.
     Status update(const KV_BasicNode& record, std::uint32_t id) const;
     /// Gives an object another name (GBK).
-    Status rename(int objectType, std::uint32_t id, const std::string& oldName,
-                  const std::string& name) const;
-    /// `name` (GBK) is for the history.
-    Status remove(int objectType, std::uint32_t id, const std::string& name) const;
+    Status rename(const StoredObject& object, const std::string& name) const;
+    Status remove(const StoredObject& object) const;
     /// Longitude, latitude and height of a stored object; nothing when there is no such row.
     std::optional<osg::Vec3d> position(int objectType, std::uint32_t id) const;
 

@@ -8,6 +8,7 @@
 #include "workbench/inspection/tree/StationTree.h"
 
 #include <algorithm>
+#include <set>
 
 namespace inspection {
 
@@ -47,6 +48,35 @@ void SpecialObjects::load() {
     loadAll(readSpecialPoints(database));
 }
 
+template<typename Record>
+void SpecialObjects::reloadAll(const std::vector<Record>& records, int objectType) {
+    std::set<std::uint32_t> stored;
+    for (const Record& record : records) {
+        stored.insert(record.m_id);
+        const QTreeWidgetItem* entry = entryOf(objectType, record.m_id);
+        if (entry == nullptr || shown(*entry).version != record.m_version) {
+            showRow(record);
+        }
+    }
+    std::vector<QString> gone;
+    for (const auto& [name, entry] : m_entries) {
+        if (typeOf(*entry) == objectType && stored.count(idOf(*entry)) == 0) {
+            gone.push_back(name);
+        }
+    }
+    for (const QString& name : gone) {
+        m_nodes.remove(toGbk(name));
+        forget(name);
+    }
+}
+
+void SpecialObjects::reload() {
+    mysqlhelper::KV_MySQL& database = *m_session.connection();
+    reloadAll(readHighConsequenceAreas(database), KV_HIGH_CONSEQUENCE_AREA);
+    reloadAll(readSpecialAreas(database), KV_SPECIAL_AREA);
+    reloadAll(readSpecialPoints(database), KV_SPECIAL_POINT);
+}
+
 void SpecialObjects::clear() {
     m_nodes.clear();
     m_entries.clear();
@@ -55,8 +85,22 @@ void SpecialObjects::clear() {
 void SpecialObjects::enter(const KV_BasicNode& record, std::uint32_t id) {
     const QString name = fromGbk(record.GetName());
     if (QTreeWidgetItem* entry = m_tree.addObject(record.m_type, id, name)) {
+        m_tree.setVersion(entry, record.m_version);
         m_entries[name] = entry;
     }
+}
+
+QTreeWidgetItem* SpecialObjects::entryOf(int objectType, std::uint32_t id) const {
+    const auto found = std::find_if(m_entries.begin(), m_entries.end(), [=](const auto& object) {
+        return typeOf(*object.second) == objectType && idOf(*object.second) == id;
+    });
+    return found == m_entries.end() ? nullptr : found->second;
+}
+
+StoredObject SpecialObjects::shown(const QTreeWidgetItem& entry) const {
+    return {typeOf(entry), idOf(entry),
+            entry.data(StationTree::NameColumn, StationTree::kVersionRole).toLongLong(),
+            toGbk(nameOf(&entry))};
 }
 
 void SpecialObjects::forget(const QString& name) {
@@ -95,8 +139,7 @@ bool SpecialObjects::add(const KV_BasicNode& record) {
     }
     const Result<std::uint32_t> inserted = m_store.insert(record);
     if (const auto* failure = std::get_if<Failure>(&inserted)) {
-        m_session.warn(failure->userMessage);
-        return false;
+        return isDone(*failure);
     }
     enter(record, std::get<std::uint32_t>(inserted));
     select(name);
@@ -106,7 +149,7 @@ bool SpecialObjects::add(const KV_BasicNode& record) {
 bool SpecialObjects::remove(const QString& name, int objectType) {
     const auto found = m_entries.find(name);
     if (found == m_entries.end() || typeOf(*found->second) != objectType ||
-        m_store.remove(objectType, idOf(*found->second), toGbk(name))) {
+        !isDone(m_store.remove(shown(*found->second)))) {
         return false;
     }
     forget(name);
@@ -114,21 +157,25 @@ bool SpecialObjects::remove(const QString& name, int objectType) {
 }
 
 bool SpecialObjects::update(const KV_BasicNode& record, const std::string& oldName) {
-    const auto found = m_entries.find(fromGbk(oldName));
     const QString name = fromGbk(record.GetName());
-    if (found == m_entries.end()) {
+    // A record that was drawn in this run does not know its id yet; the tree does. Of any other somebody else
+    // may have changed the name meanwhile.
+    QTreeWidgetItem* entry = record.m_id != 0 ? entryOf(record.m_type, record.m_id) : nullptr;
+    const auto named = m_entries.find(fromGbk(oldName));
+    if (entry == nullptr && named != m_entries.end()) {
+        entry = named->second;
+    }
+    if (entry == nullptr) {
         return false;
     }
     if (name.isEmpty()) {
         m_session.warn(tr("名称不能为空"));
         return false;
     }
-    QTreeWidgetItem* entry = found->second;
-    // A record that was drawn in this run does not know its id yet; the tree does.
-    if (m_store.update(record, record.m_id != 0 ? record.m_id : idOf(*entry))) {
+    if (!isDone(m_store.update(record, idOf(*entry)))) {
         return false;
     }
-    takeName(found->first, name);
+    takeName(nameOf(entry), name);
     return true;
 }
 
@@ -141,38 +188,45 @@ void SpecialObjects::takeName(const QString& oldName, const QString& name) {
 }
 
 template<typename Record>
-void SpecialObjects::takeRowChange(const RowChange& change, int objectType) {
-    Record before;
-    Record after;
-    before.m_type = after.m_type = objectType;
-    before.init_from_sqldata(change.before.value_or(KV_Record()));
-    after.init_from_sqldata(change.after.value_or(KV_Record()));
-    const QString oldName = fromGbk(before.GetName());
-    const QString name = fromGbk(after.GetName());
-    if (change.before && change.after && contains(oldName)) {
-        takeName(oldName, name);
-        m_nodes.replace(before.GetName(), after);
-    } else if (change.before && contains(oldName)) {
-        m_nodes.remove(before.GetName());
-        forget(oldName);
-    } else if (change.after) {
-        m_nodes.remove(after.GetName()); // a deleted point's entry stays in the scene's map
-        enter(after, after.m_id);
-        m_nodes.add(after);
-    }
+void SpecialObjects::takeRow(const RowChange& change, int objectType, bool follow) {
+    const auto id = static_cast<std::uint32_t>(change.id);
     if (change.after) {
-        select(name);
+        Record record;
+        record.m_type = objectType;
+        record.init_from_sqldata(*change.after);
+        showRow(record);
+        if (follow) {
+            m_tree.setCurrentItem(entryOf(objectType, id));
+        }
+    } else if (const QTreeWidgetItem* entry = entryOf(objectType, id)) {
+        const QString name = nameOf(entry);
+        m_nodes.remove(toGbk(name));
+        forget(name);
     }
 }
 
-void SpecialObjects::takeRowChanges(const RowChanges& changes) {
+template<typename Record>
+void SpecialObjects::showRow(const Record& record) {
+    if (QTreeWidgetItem* entry = entryOf(record.m_type, record.m_id)) {
+        const QString oldName = nameOf(entry);
+        takeName(oldName, fromGbk(record.GetName()));
+        m_tree.setVersion(entry, record.m_version);
+        m_nodes.replace(toGbk(oldName), record);
+    } else {
+        m_nodes.remove(record.GetName()); // a deleted point's entry stays in the scene's map
+        enter(record, record.m_id);
+        m_nodes.add(record);
+    }
+}
+
+void SpecialObjects::takeRowChanges(const RowChanges& changes, bool follow) {
     for (const RowChange& change : changes) {
         if (change.table == tableName(KV_SPECIAL_POINT)) {
-            takeRowChange<Special_Point>(change, KV_SPECIAL_POINT);
+            takeRow<Special_Point>(change, KV_SPECIAL_POINT, follow);
         } else if (change.table == tableName(KV_SPECIAL_AREA)) {
-            takeRowChange<Special_Area>(change, KV_SPECIAL_AREA);
+            takeRow<Special_Area>(change, KV_SPECIAL_AREA, follow);
         } else if (change.table == tableName(KV_HIGH_CONSEQUENCE_AREA)) {
-            takeRowChange<Special_Polygon>(change, KV_HIGH_CONSEQUENCE_AREA);
+            takeRow<Special_Polygon>(change, KV_HIGH_CONSEQUENCE_AREA, follow);
         }
     }
 }
@@ -188,12 +242,12 @@ void SpecialObjects::takeChange(QTreeWidgetItem* entry) {
 
 void SpecialObjects::rename(QTreeWidgetItem* entry, const QString& oldName) {
     const QString name = entry->text(StationTree::NameColumn).trimmed();
-    const QString refusal = name == oldName ? QString() : storeName(*entry, name);
-    m_tree.setName(entry, refusal.isEmpty() ? name : oldName);
-    if (!refusal.isEmpty()) {
+    const Status failure = name == oldName ? Status() : storeName(*entry, name);
+    m_tree.setName(entry, failure ? oldName : name);
+    if (failure) {
         // Once the editor is closed, which a message box in its midst would keep from closing.
         QMetaObject::invokeMethod(
-            this, [this, refusal] { m_session.warn(refusal); }, Qt::QueuedConnection);
+            this, [this, failure] { isDone(failure); }, Qt::QueuedConnection);
         return;
     }
     m_entries.erase(oldName);
@@ -201,16 +255,21 @@ void SpecialObjects::rename(QTreeWidgetItem* entry, const QString& oldName) {
     m_nodes.rename(toGbk(oldName), toGbk(name));
 }
 
-/// Empty when the new name is stored, otherwise why it is not.
-QString SpecialObjects::storeName(const QTreeWidgetItem& entry, const QString& name) const {
+Status SpecialObjects::storeName(const QTreeWidgetItem& entry, const QString& name) const {
     if (name.isEmpty()) {
-        return tr("名称不能为空");
+        return Failure{"an empty name", tr("名称不能为空"), false};
     }
     if (contains(name)) {
-        return tr("名称“%1”已存在").arg(name);
+        return Failure{"a name that is taken", tr("名称“%1”已存在").arg(name), false};
     }
-    const Status failure = m_store.rename(typeOf(entry), idOf(entry), toGbk(nameOf(&entry)), toGbk(name));
-    return failure ? failure->userMessage : QString();
+    return m_store.rename(shown(entry), toGbk(name));
+}
+
+bool SpecialObjects::isDone(const Status& failure) const {
+    if (failure && !failure->cancelled) {
+        m_session.warn(failure->userMessage);
+    }
+    return !failure;
 }
 
 void SpecialObjects::askToDelete(QTreeWidgetItem* entry) {
@@ -218,12 +277,10 @@ void SpecialObjects::askToDelete(QTreeWidgetItem* entry) {
     if (name.isEmpty() || !m_session.ask(tr("是否删除“%1”？").arg(name))) {
         return;
     }
-    if (const Status failure = m_store.remove(typeOf(*entry), idOf(*entry), toGbk(name))) {
-        m_session.warn(failure->userMessage);
-        return;
+    if (isDone(m_store.remove(shown(*entry)))) {
+        m_nodes.remove(toGbk(name));
+        forget(name);
     }
-    m_nodes.remove(toGbk(name));
-    forget(name);
 }
 
 } // namespace inspection

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "workbench/inspection/history/RowChange.h"
+#include "workbench/inspection/database/RowChange.h"
 #include "workbench/inspection/tree/SpecialObjectStore.h"
 
 #include <QObject>
@@ -27,6 +27,8 @@ public:
 
     /// Enters what is stored. Throws KV_MySQL_Exception when the database refuses.
     void load();
+    /// Reads them again: what is the same stays as it is. Throws as well.
+    void reload();
     void clear();
 
     bool contains(const QString& name) const { return m_entries.count(name) != 0; }
@@ -39,16 +41,16 @@ public:
     void markCurrent(const QTreeWidgetItem* entry);
 
     // For tools. False when it was refused; nothing is changed then.
-    /// Stores a new object and selects it in the tree. The user is told when it was the database that
-    /// refused.
+    /// The user is told when it was the database, or when somebody else has deleted the object.
+    /// Stores a new object and selects it in the tree.
     bool add(const KV_BasicNode& record);
     bool remove(const QString& name, int objectType);
     /// Stores an edited record, which may have another name (`oldName` is GBK). The user is told when the
     /// new one is empty.
     bool update(const KV_BasicNode& record, const std::string& oldName);
 
-    /// Shows rows that an undo or redo has changed, also on the globe, and selects the last of them.
-    void takeRowChanges(const RowChanges& changes);
+    /// Shows rows that have been changed, also on the globe. With `follow` the last of them is selected.
+    void takeRowChanges(const RowChanges& changes, bool follow);
 
 public slots:
     /// The user has ticked or renamed an entry.
@@ -59,13 +61,21 @@ public slots:
 private:
     template<typename Record>
     void loadAll(const std::vector<Record>& records);
-    void enter(const KV_BasicNode& record, std::uint32_t id);
     template<typename Record>
-    void takeRowChange(const RowChange& change, int objectType);
+    void reloadAll(const std::vector<Record>& records, int objectType);
+    void enter(const KV_BasicNode& record, std::uint32_t id);
+    QTreeWidgetItem* entryOf(int objectType, std::uint32_t id) const;
+    StoredObject shown(const QTreeWidgetItem& entry) const;
+    template<typename Record>
+    void takeRow(const RowChange& change, int objectType, bool follow);
+    template<typename Record>
+    void showRow(const Record& record);
     void takeName(const QString& oldName, const QString& name);
     void forget(const QString& name);
     void rename(QTreeWidgetItem* entry, const QString& oldName);
-    QString storeName(const QTreeWidgetItem& entry, const QString& name) const;
+    Status storeName(const QTreeWidgetItem& entry, const QString& name) const;
+    /// True without a failure. Otherwise the user is told, unless it is what he wanted.
+    bool isDone(const Status& failure) const;
     QString nameOf(const QTreeWidgetItem* entry) const;
 
     Session& m_session;

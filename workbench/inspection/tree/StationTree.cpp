@@ -127,6 +127,11 @@ void StationTree::setName(QTreeWidgetItem* item, const QString& name) {
     item->setText(NameColumn, name);
 }
 
+void StationTree::setVersion(QTreeWidgetItem* item, qint64 version) {
+    const QSignalBlocker quiet(this);
+    item->setData(NameColumn, kVersionRole, version);
+}
+
 void StationTree::setCount(QTreeWidgetItem* item, const QString& text) {
     const QSignalBlocker quiet(this);
     item->setText(CountColumn, text);

@@ -19,6 +19,8 @@ public:
     /// Data roles of an item's id and, for special objects, its object type code.
     static constexpr int kIdRole = Qt::UserRole;
     static constexpr int kObjectTypeRole = Qt::UserRole + 1;
+    /// Version of the special object's row that the entry shows.
+    static constexpr int kVersionRole = Qt::UserRole + 2;
 
     explicit StationTree(QWidget* parent = nullptr);
 
@@ -36,6 +38,8 @@ public:
     std::vector<std::uint32_t> checkedStations() const;
     /// Shows a name without announcing it as a change.
     void setName(QTreeWidgetItem* item, const QString& name);
+    /// Notes which version of an object's row the entry shows.
+    void setVersion(QTreeWidgetItem* item, qint64 version);
     /// What stands in the column of counts.
     void setCount(QTreeWidgetItem* item, const QString& text);
     /// Brings the groups' captions in line with their children.

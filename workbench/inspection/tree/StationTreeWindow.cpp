@@ -231,7 +231,18 @@ void StationTreeWindow::refreshStation(quint32 stationId) {
 }
 
 void StationTreeWindow::takeRowChanges(const RowChanges& changes) {
-    m_objects->takeRowChanges(changes);
+    const auto changed = showChanges(changes, true);
+    if (!changed.empty() && m_tree->station(*changed.rbegin()) != nullptr) {
+        m_tree->setCurrentItem(m_tree->station(*changed.rbegin()));
+    }
+}
+
+void StationTreeWindow::takeChangesOfOthers(const RowChanges& changes) {
+    showChanges(changes, false);
+}
+
+std::set<std::uint32_t> StationTreeWindow::showChanges(const RowChanges& changes, bool follow) {
+    m_objects->takeRowChanges(changes, follow);
     std::set<std::uint32_t> changed;
     std::set<std::uint32_t> grown;
     for (const RowChange& change : changes) {
@@ -256,8 +267,22 @@ void StationTreeWindow::takeRowChanges(const RowChanges& changes) {
             showOverlays(*station);
         }
     }
-    if (!changed.empty() && m_tree->station(*changed.rbegin()) != nullptr) {
-        m_tree->setCurrentItem(m_tree->station(*changed.rbegin()));
+    return changed;
+}
+
+void StationTreeWindow::reload() {
+    try {
+        m_objects->reload();
+    } catch (const KV_MySQL_Exception& exception) {
+        std::cout << exception.what() << std::endl;
+    }
+    for (const auto& station : m_items) {
+        refreshStation(station->GetStationId());
+    }
+    refreshOverlays();
+    const QTreeWidgetItem* current = m_tree->currentItem();
+    if (current != nullptr && current->type() == StationTree::Station) {
+        changeCurrent(m_tree->currentItem());
     }
 }
 

@@ -1,10 +1,12 @@
 #pragma once
 
 #include "host/inspection/StationWindow.h"
-#include "workbench/inspection/history/RowChange.h"
+#include "workbench/inspection/database/RowChange.h"
+
 #include <QColor>
 
 #include <memory>
+#include <set>
 #include <utility>
 #include <vector>
 
@@ -55,8 +57,12 @@ public slots:
     void clear();
     /// Reads a station's anomalies again after they were edited elsewhere.
     void refreshStation(quint32 stationId);
-    /// Shows rows that an undo or redo has changed.
+    /// Shows rows that an undo or redo has changed, and goes there.
     void takeRowChanges(const RowChanges& changes);
+    /// Shows rows that somebody else has changed.
+    void takeChangesOfOthers(const RowChanges& changes);
+    /// Reads all rows again. Stations, and what is checked of them, stay.
+    void reload();
     /// Shows the anomalies of the checked stations anew when the project has other colours for them now.
     void recolourOverlays();
 
@@ -79,6 +85,8 @@ private:
     void showCount(const KV_StationItem& station);
     void showOverlays(const KV_StationItem& station);
     void refreshOverlays();
+    /// Gives the stations of anomalies among the changes.
+    std::set<std::uint32_t> showChanges(const RowChanges& changes, bool follow);
     std::pair<QColor, QColor> colours() const;
 
     Session& m_session;

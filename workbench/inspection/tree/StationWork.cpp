@@ -57,6 +57,10 @@ void StationWork::compute(const std::vector<std::uint32_t>& stationIds) {
     if (!isReady()) {
         return;
     }
+    if (!m_session.readOnlyReason().isEmpty()) {
+        m_session.warn(m_session.readOnlyReason());
+        return;
+    }
     if (stationIds.empty()) {
         m_session.warn(tr("请先勾选要计算的站场或站段"));
         return;

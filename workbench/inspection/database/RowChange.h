@@ -26,9 +26,14 @@ using RowChanges = std::vector<RowChange>;
 INSPECTION_API std::optional<mysqlhelper::KV_Record> readRow(mysqlhelper::KV_MySQL& database,
                                                              const std::string& table, std::int64_t id);
 
-/// Makes the rows what they are after the changes. Throws KV_MySQL_Exception when the database refuses or a
-/// row is no longer what it was before; in no transaction of its own.
-INSPECTION_API void applyChanges(mysqlhelper::KV_MySQL& database, const RowChanges& changes);
+/// True when all fields of `fields` that the row has are the same in it. Its version does not count.
+INSPECTION_API bool isSame(const mysqlhelper::KV_Record& fields, const mysqlhelper::KV_Record& row);
+
+/// Makes the rows what they are after the changes, as a part of that revision. Gives the rows as they were
+/// and are now. Throws KV_MySQL_Exception when the database refuses or a row is no longer what it was before;
+/// in no transaction of its own.
+INSPECTION_API RowChanges applyChanges(mysqlhelper::KV_MySQL& database, const RowChanges& changes,
+                                       std::int64_t revision);
 
 /// The changes that take these back.
 INSPECTION_API RowChanges reversed(const RowChanges& changes);

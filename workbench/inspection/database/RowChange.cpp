@@ -1,6 +1,7 @@
-#include "workbench/inspection/history/RowChange.h"
+#include "workbench/inspection/database/RowChange.h"
 
 #include "host/Gbk.h"
+#include "workbench/inspection/database/Revision.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -87,30 +88,27 @@ bool isSame(const KV_Value& a, const KV_Value& b) {
            (std::holds_alternative<double>(a) && std::holds_alternative<std::int64_t>(b) && isSame(b, a));
 }
 
-/// Columns that only one of them has do not count: a newer program may have added them.
-bool isSame(const KV_Record& a, const KV_Record& b) {
-    return std::all_of(a.begin(), a.end(), [&b](const auto& field) {
-        const auto other = b.find(field.first);
-        return other == b.end() || isSame(field.second, other->second);
-    });
-}
-
 bool isSame(const std::optional<KV_Record>& a, const std::optional<KV_Record>& b) {
-    return a.has_value() == b.has_value() && (!a || isSame(*a, *b));
+    return a.has_value() == b.has_value() && (!a || inspection::isSame(*a, *b));
 }
 
-void applyChange(KV_MySQL& database, const RowChange& change) {
-    if (!isSame(readRow(database, change.table, change.id), change.before)) {
+RowChange applyChange(KV_MySQL& database, const RowChange& change, std::int64_t revision) {
+    RowChange made{change.table, change.id, readRow(database, change.table, change.id), change.after};
+    if (!isSame(made.before, change.before)) {
         throw KV_MySQL_Exception("row " + std::to_string(change.id) + " of " + change.table +
                                  " has been changed by somebody else");
     }
-    if (!change.after) {
+    if (!made.after) {
         database.deleteRecord(change.table, "where id=?", {change.id});
-    } else if (!change.before) {
-        database.insertRecord(change.table, *change.after);
-    } else {
-        database.updateRecord(change.table, *change.after, "where id=?", {change.id});
+        return made;
     }
+    (*made.after)[kVersionColumn] = revision;
+    if (!made.before) {
+        database.insertRecord(change.table, *made.after);
+    } else {
+        database.updateRecord(change.table, *made.after, "where id=?", {change.id});
+    }
+    return made;
 }
 
 } // namespace
@@ -120,10 +118,21 @@ std::optional<KV_Record> readRow(KV_MySQL& database, const std::string& table, s
     return rows.empty() ? std::nullopt : std::optional(std::move(rows.front()));
 }
 
-void applyChanges(KV_MySQL& database, const RowChanges& changes) {
+// Columns that only one of them has do not count: a newer program may have added them.
+bool isSame(const KV_Record& fields, const KV_Record& row) {
+    return std::all_of(fields.begin(), fields.end(), [&row](const auto& field) {
+        const auto other = row.find(field.first);
+        return field.first == kVersionColumn || other == row.end() || isSame(field.second, other->second);
+    });
+}
+
+RowChanges applyChanges(KV_MySQL& database, const RowChanges& changes, std::int64_t revision) {
+    RowChanges made;
+    made.reserve(changes.size());
     for (const RowChange& change : changes) {
-        applyChange(database, change);
+        made.push_back(applyChange(database, change, revision));
     }
+    return made;
 }
 
 RowChanges reversed(const RowChanges& changes) {
