@@ -44,10 +44,10 @@ public:
     virtual bool AddPointNode(const Special_Point& point) = 0;
     virtual bool AddAreaNode(const Special_Polygon& area) = 0;
     /// Deletes the stored object of that name and type code. False when it was refused; nothing is changed
-    /// then, and the user has been told when it was the database.
+    /// then.
     virtual bool DeleteNode(const QString& name, int type) = 0;
     /// Store an edited record under its id and rename its tree entry. False when the old name is unknown or
-    /// the database refused, which the user has been told; nothing is changed then.
+    /// the database refused; nothing is changed then.
     virtual bool UpdataNode(const Special_Polygon& polygon, const std::string& oldName) = 0;
     virtual bool UpdataNode(const Special_Area& area, const std::string& oldName) = 0;
     virtual bool UpdataNode(const Special_Point& point, const std::string& oldName) = 0;

@@ -102,6 +102,9 @@ TEST_P(InspectorsTest, TheUserMayReplaceWhatSomebodyElseDidAndTakeThatBack) {
     wang.replaces = true;
     ASSERT_FALSE(wang.describe(id, "三通", shown));
     EXPECT_EQ(wang.attribute(id), "三通");
+    EXPECT_FALSE(wang.describe(id, "弯头", shown)) << "asked once, not again";
+    EXPECT_EQ(wang.questions.size(), 1);
+    wang.undo();
     wang.undo();
     EXPECT_EQ(wang.attribute(id), "阀室") << "as it was before, not as it was shown";
 }

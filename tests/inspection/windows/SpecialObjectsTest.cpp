@@ -130,7 +130,13 @@ TEST_F(SpecialObjectsTest, AnUpdateStoresTheRecordAndRenamesTheEntry) {
     edited.SetName(toGbk("新名"));
     edited.m_attribute = toGbk("取土场");
     edited.m_opacity = 0.25F;
-    EXPECT_FALSE(window().UpdataNode(edited, toGbk("不存在")));
+    {
+        const MessageWatch messages;
+        EXPECT_FALSE(window().UpdataNode(edited, toGbk("不存在")));
+        EXPECT_EQ(messages.texts(), QStringList{"“不存在”已被改名为“旧名”，您的修改未保存"});
+        EXPECT_FALSE(window().UpdataNode(area("新名"), toGbk("不存在")));
+        EXPECT_EQ(messages.texts().size(), 1) << "nothing is known of it";
+    }
     EXPECT_TRUE(window().UpdataNode(edited, toGbk("旧名")));
     EXPECT_FALSE(window().isReiterated_node("旧名"));
     EXPECT_TRUE(window().isReiterated_node("新名"));

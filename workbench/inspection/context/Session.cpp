@@ -46,20 +46,25 @@ Status Session::open(const QString& folder, Project::Access access) {
     if (const auto* failure = std::get_if<Failure>(&database)) {
         return *failure;
     }
-    auto& opened = std::get<std::unique_ptr<PipelineDatabase>>(database);
-    const ProjectDescription& description = std::get<Project>(project).description();
+    m_project.emplace(std::get<Project>(std::move(project)));
+    m_database = std::get<std::unique_ptr<PipelineDatabase>>(std::move(database));
+    CurrentProject::set(&m_project->description(), m_database.get());
+    if (Status failure = readHistory()) {
+        forget();
+        return failure;
+    }
+    return std::nullopt;
+}
+
+Status Session::readHistory() {
+    const bool isWritable = m_project->access() == Project::Access::Exclusive;
     try {
-        m_history.setDatabase(opened->GetMySQL(),
-                              access == Project::Access::Exclusive ? inspectorOf(description) : QString());
+        m_history.setDatabase(connection(), isWritable ? inspectorOf(m_project->description()) : QString());
+        return std::nullopt;
     } catch (const mysqlhelper::KV_MySQL_Exception& exception) {
-        m_history.setDatabase(nullptr, QString());
         const QString cause = QString::fromUtf8(exception.what());
         return Failure{cause, tr("无法读取项目数据库：%1").arg(cause), false};
     }
-    m_project.emplace(std::get<Project>(std::move(project)));
-    m_database = std::move(opened);
-    CurrentProject::set(&m_project->description(), m_database.get());
-    return std::nullopt;
 }
 
 void Session::watchOthers() {
@@ -79,8 +84,8 @@ void Session::watchOthers() {
 }
 
 void Session::takeStepsOfOthers() {
-    // What a question is about must not change while it stands.
-    if (m_isAsking || !m_database) {
+    // What a box tells or asks about must not change while it stands.
+    if (m_isBoxOpen || !m_database) {
         return;
     }
     try {
@@ -97,8 +102,12 @@ void Session::close() {
     m_jobs.shutDown();
     m_watch.reset();
     emit closing();
-    m_history.setDatabase(nullptr, QString());
+    forget();
     m_readOnlyReason.clear();
+}
+
+void Session::forget() {
+    m_history.setDatabase(nullptr, QString());
     CurrentProject::clear();
     m_database.reset();
     m_project.reset();
@@ -127,18 +136,20 @@ Status Session::setParameters(const ProjectParameters& parameters) {
 }
 
 void Session::warn(const QString& text) const {
+    const QScopedValueRollback<bool> open(m_isBoxOpen, true);
     myMessageBox::showMyMessageBox(m_mainWindow, tr("提示"), text, myMessageBox::Warning, myMessageBox::Ok,
                                    true);
 }
 
 void Session::inform(const QString& text) const {
+    const QScopedValueRollback<bool> open(m_isBoxOpen, true);
     myMessageBox::showMyMessageBox(m_mainWindow, tr("提示"), text, myMessageBox::Success, myMessageBox::Ok,
                                    true);
 }
 
 bool Session::ask(const QString& question) const {
     constexpr int kConfirmed = 0;
-    const QScopedValueRollback<bool> asking(m_isAsking, true);
+    const QScopedValueRollback<bool> open(m_isBoxOpen, true);
     return myMessageBox::showMyMessageBox(m_mainWindow, tr("提示"), question, myMessageBox::Question,
                                           myMessageBox::YesNo, true) == kConfirmed;
 }

@@ -73,6 +73,8 @@ signals:
 
 private:
     Status open(const QString& folder, Project::Access access);
+    Status readHistory();
+    void forget();
     void watchOthers();
     void takeStepsOfOthers();
 
@@ -81,7 +83,7 @@ private:
     std::unique_ptr<PipelineDatabase> m_database;
     std::unique_ptr<RevisionWatch> m_watch; ///< none where nobody else can change the data
     QString m_readOnlyReason;
-    mutable bool m_isAsking = false;
+    mutable bool m_isBoxOpen = false;
     QString m_outputFolder;
     std::function<QImage()> m_mapPicture;
     ProjectHistory m_history;

@@ -19,21 +19,22 @@ std::int64_t EditTransaction::insert(const std::string& table, const KV_Record& 
     return id;
 }
 
-void EditTransaction::update(const std::string& table, std::int64_t id, const KV_Record& fields,
+bool EditTransaction::update(const std::string& table, std::int64_t id, const KV_Record& fields,
                              std::int64_t seenVersion) {
     auto before = readRow(m_database, table, id);
     if (!before) {
         m_conflicts.push_back({table, id, {}, true});
-        return;
+        return false;
     }
     check(table, *before, seenVersion);
     if (isSame(fields, *before)) {
-        return;
+        return true;
     }
     KV_Record changed = fields;
     changed[kVersionColumn] = m_revision;
     m_database.updateRecord(table, changed, "where id=?", {id});
     m_changes.push_back({table, id, std::move(before), readRow(m_database, table, id)});
+    return true;
 }
 
 void EditTransaction::remove(const std::string& table, std::int64_t id, std::int64_t seenVersion) {

@@ -26,8 +26,8 @@ public:
     /// Gives the new row's id.
     std::int64_t insert(const std::string& table, const mysqlhelper::KV_Record& fields);
     /// `seenVersion` is the row's as it was shown to the user who edits it; another one now, or no such row,
-    /// is a conflict.
-    void update(const std::string& table, std::int64_t id, const mysqlhelper::KV_Record& fields,
+    /// is a conflict. False when there is no such row.
+    bool update(const std::string& table, std::int64_t id, const mysqlhelper::KV_Record& fields,
                 std::int64_t seenVersion);
     /// The same. A row that is gone already is no conflict.
     void remove(const std::string& table, std::int64_t id, std::int64_t seenVersion);

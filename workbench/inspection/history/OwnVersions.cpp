@@ -8,6 +8,13 @@ void OwnVersions::wrote(const std::string& table, std::int64_t id, std::int64_t 
     run = isNew || run.newest != before ? Run{before, after} : Run{run.before, after};
 }
 
+void OwnVersions::settled(const std::string& table, std::int64_t id) {
+    const auto found = m_runs.find({table, id});
+    if (found != m_runs.end()) {
+        found->second.before = 0;
+    }
+}
+
 bool OwnVersions::isCurrent(const std::string& table, std::int64_t id, std::int64_t held,
                             std::int64_t stored) const {
     if (held == stored) {

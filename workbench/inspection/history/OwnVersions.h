@@ -15,6 +15,8 @@ class INSPECTION_API OwnVersions {
 public:
     /// The row had the version `before` (0 for a new row) and has `after` now.
     void wrote(const std::string& table, std::int64_t id, std::int64_t before, std::int64_t after);
+    /// The user has been asked about all that others did to the row that was just stored.
+    void settled(const std::string& table, std::int64_t id);
     /// True when nobody else has changed the row since it had the version `held`. `stored` is its version
     /// now.
     bool isCurrent(const std::string& table, std::int64_t id, std::int64_t held, std::int64_t stored) const;

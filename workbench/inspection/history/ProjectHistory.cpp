@@ -127,6 +127,9 @@ std::vector<EditConflict> ProjectHistory::tryToStore(const QString& description,
         insertEdit(*m_database, m_inspector, description, edit.changes(), edit.revision());
     edit.commit();
     noteOwn(edit.changes(), edit.revision());
+    for (const EditConflict& conflict : edit.conflicts()) {
+        m_ownVersions.settled(conflict.table, conflict.id);
+    }
     m_edits.resize(m_undoable);
     m_edits.push_back(std::make_unique<Edit>(*this, StoredEdit{id, description, false}));
     ++m_undoable;

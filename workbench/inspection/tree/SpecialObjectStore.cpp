@@ -42,10 +42,16 @@ Result<std::uint32_t> SpecialObjectStore::insert(const KV_BasicNode& record) con
 }
 
 Status SpecialObjectStore::update(const KV_BasicNode& record, std::uint32_t id) const {
-    return m_session.history().perform(
+    bool isStored = true;
+    Status failure = m_session.history().perform(
         description(QObject::tr("编辑"), record.m_type, record.GetName()), [&](EditTransaction& edit) {
-            edit.update(tableName(record.m_type), id, fieldsOf(record), record.m_version);
+            isStored = edit.update(tableName(record.m_type), id, fieldsOf(record), record.m_version);
         });
+    if (!isStored) {
+        m_session.warn(failure->userMessage);
+        return std::nullopt;
+    }
+    return failure;
 }
 
 Status SpecialObjectStore::rename(const StoredObject& object, const std::string& name) const {

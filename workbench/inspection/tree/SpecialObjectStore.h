@@ -27,7 +27,8 @@ public:
 
     /// Inserts into the table of the record's type code; gives the new row's id.
     Result<std::uint32_t> insert(const KV_BasicNode& record) const;
-    /// Updates the row of that id, which the user has edited from the record's version on.
+    /// Updates the row of that id, which the user has edited from the record's version on. That there is none
+    /// any more is no failure, but the user is told.
     Status update(const KV_BasicNode& record, std::uint32_t id) const;
     /// Gives an object another name (GBK).
     Status rename(const StoredObject& object, const std::string& name) const;

@@ -148,8 +148,8 @@ bool SpecialObjects::add(const KV_BasicNode& record) {
 
 bool SpecialObjects::remove(const QString& name, int objectType) {
     const auto found = m_entries.find(name);
-    if (found == m_entries.end() || typeOf(*found->second) != objectType ||
-        !isDone(m_store.remove(shown(*found->second)))) {
+    if (found == m_entries.end() || typeOf(*found->second) != objectType || !isWritable() ||
+        m_store.remove(shown(*found->second))) {
         return false;
     }
     forget(name);
@@ -158,24 +158,23 @@ bool SpecialObjects::remove(const QString& name, int objectType) {
 
 bool SpecialObjects::update(const KV_BasicNode& record, const std::string& oldName) {
     const QString name = fromGbk(record.GetName());
-    // A record that was drawn in this run does not know its id yet; the tree does. Of any other somebody else
-    // may have changed the name meanwhile.
-    QTreeWidgetItem* entry = record.m_id != 0 ? entryOf(record.m_type, record.m_id) : nullptr;
-    const auto named = m_entries.find(fromGbk(oldName));
-    if (entry == nullptr && named != m_entries.end()) {
-        entry = named->second;
-    }
-    if (entry == nullptr) {
+    const auto found = m_entries.find(fromGbk(oldName));
+    if (found == m_entries.end()) {
+        if (const auto* renamed = record.m_id != 0 ? entryOf(record.m_type, record.m_id) : nullptr) {
+            m_session.warn(tr("“%1”已被改名为“%2”，您的修改未保存").arg(fromGbk(oldName), nameOf(renamed)));
+        }
         return false;
     }
     if (name.isEmpty()) {
         m_session.warn(tr("名称不能为空"));
         return false;
     }
-    if (!isDone(m_store.update(record, idOf(*entry)))) {
+    // A record that was drawn in this run does not know its id yet; the tree does.
+    const QTreeWidgetItem& entry = *found->second;
+    if (!isWritable() || m_store.update(record, record.m_id != 0 ? record.m_id : idOf(entry))) {
         return false;
     }
-    takeName(nameOf(entry), name);
+    takeName(found->first, name);
     return true;
 }
 
@@ -263,6 +262,13 @@ Status SpecialObjects::storeName(const QTreeWidgetItem& entry, const QString& na
         return Failure{"a name that is taken", tr("名称“%1”已存在").arg(name), false};
     }
     return m_store.rename(shown(entry), toGbk(name));
+}
+
+bool SpecialObjects::isWritable() const {
+    if (!m_session.readOnlyReason().isEmpty()) {
+        m_session.warn(m_session.readOnlyReason());
+    }
+    return m_session.readOnlyReason().isEmpty();
 }
 
 bool SpecialObjects::isDone(const Status& failure) const {

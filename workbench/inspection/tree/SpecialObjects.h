@@ -41,12 +41,12 @@ public:
     void markCurrent(const QTreeWidgetItem* entry);
 
     // For tools. False when it was refused; nothing is changed then.
-    /// The user is told when it was the database, or when somebody else has deleted the object.
-    /// Stores a new object and selects it in the tree.
+    /// Stores a new object and selects it in the tree. The user is told when it was the database that
+    /// refused.
     bool add(const KV_BasicNode& record);
     bool remove(const QString& name, int objectType);
     /// Stores an edited record, which may have another name (`oldName` is GBK). The user is told when the
-    /// new one is empty.
+    /// new one is empty, or when somebody else has renamed or deleted the object meanwhile.
     bool update(const KV_BasicNode& record, const std::string& oldName);
 
     /// Shows rows that have been changed, also on the globe. With `follow` the last of them is selected.
@@ -74,6 +74,8 @@ private:
     void forget(const QString& name);
     void rename(QTreeWidgetItem* entry, const QString& oldName);
     Status storeName(const QTreeWidgetItem& entry, const QString& name) const;
+    /// False, and the user is told, where the project is open for reading.
+    bool isWritable() const;
     /// True without a failure. Otherwise the user is told, unless it is what he wanted.
     bool isDone(const Status& failure) const;
     QString nameOf(const QTreeWidgetItem* entry) const;

@@ -1,0 +1,289 @@
+// A project on a server that somebody else works on, too.
+
+#include "tests/inspection/windows/WindowFixture.h"
+
+#include "host/Gbk.h"
+#include "host/inspection/AVWindow.h"
+#include "host/inspection/StationWindow.h"
+#include "tests/support/CopyFolder.h"
+#include "tests/support/MariaDbServer.h"
+#include "workbench/inspection/compute/ComputeAnomalies.h"
+#include "workbench/inspection/database/AnomalyTable.h"
+#include "workbench/inspection/database/DatabaseMove.h"
+#include "workbench/inspection/database/Schema.h"
+#include "workbench/inspection/history/ProjectHistory.h"
+
+#include <QApplication>
+#include <QLabel>
+#include <QScrollBar>
+#include <QTest>
+
+namespace {
+
+using inspection::EditTransaction;
+using inspection::kAnomalyTable;
+using inspection::ProjectHistory;
+using mysqlhelper::KV_MySQL;
+using mysqlhelper::KV_Record;
+
+/// Somebody at another workbench, who sees every row as it is now.
+class Colleague {
+public:
+    explicit Colleague(const QString& url) : m_database(url.toStdString()) {
+        m_history.setDatabase(&m_database, "wang@field:/line");
+    }
+    void judge(std::int64_t anomalyId, const char* attribute) {
+        change("分类 1 处异常为 " + QString(attribute), kAnomalyTable, anomalyId,
+               {{"attribute", toGbk(attribute)}});
+    }
+    void change(const QString& description, const std::string& table, std::int64_t id,
+                const KV_Record& fields) {
+        EXPECT_FALSE(m_history.perform(description, [&](EditTransaction& edit) {
+            edit.update(table, id, fields, versionOf(table, id));
+        }));
+    }
+    void remove(const std::string& table, std::int64_t id) {
+        EXPECT_FALSE(m_history.perform(
+            "删除", [&](EditTransaction& edit) { edit.remove(table, id, versionOf(table, id)); }));
+    }
+    std::int64_t addPoint(const char* name) {
+        std::int64_t id = 0;
+        EXPECT_FALSE(m_history.perform("添加特殊点", [&](EditTransaction& edit) {
+            id = edit.insert(
+                "special_point",
+                {{"name", toGbk(name)}, {"lon_deg", 114.0}, {"lat_deg", 30.7}, {"height_m", 50.0}});
+        }));
+        return id;
+    }
+    void undo() { m_history.TakeUndo()->Undo(true); }
+    KV_MySQL& database() { return m_database; }
+
+private:
+    std::int64_t versionOf(const std::string& table, std::int64_t id) {
+        const auto row = inspection::readRow(m_database, table, id);
+        return row ? std::get<std::int64_t>(row->at("version")) : 0;
+    }
+
+    KV_MySQL m_database;
+    ProjectHistory m_history;
+};
+
+class SharedProjectTest : public InspectionWindowTest {
+protected:
+    void SetUp() override {
+        InspectionWindowTest::SetUp();
+        openComputed();
+        context().closeProject();
+        moveToServer();
+        const auto problem = context().openProject(m_project);
+        ASSERT_FALSE(problem.has_value()) << problem->toStdString();
+        ASSERT_EQ(context().readOnlyReason(), QString());
+        showRichestStation();
+        m_colleague = std::make_unique<Colleague>(m_url);
+    }
+
+    void moveToServer() {
+        auto project = std::get<inspection::Project>(inspection::Project::open(m_project));
+        const auto moved = inspection::moveDatabase(project, m_url, {});
+        ASSERT_TRUE(std::holds_alternative<inspection::DatabaseMove>(moved));
+    }
+    void showRichestStation() {
+        QTreeWidgetItem* richest = station(0);
+        for (int i = 0; i < tree().topLevelItem(0)->childCount(); ++i) {
+            if (station(i)->text(1).toInt() > richest->text(1).toInt()) {
+                richest = station(i);
+            }
+        }
+        tree().setCurrentItem(richest);
+        clickCheckBox(richest);
+        ASSERT_GE(rows(), 2);
+    }
+    int rows() const { return table().model()->rowCount(); }
+    QString name(int row) const { return table().model()->index(row, 0).data().toString(); }
+    QString attribute(int row) const { return table().model()->index(row, 6).data().toString(); }
+    const SdiffData& shown(int row) {
+        for (const SdiffData& anomaly : current().m_diffData.m_anomalies) {
+            if (fromGbk(anomaly.name) == name(row)) {
+                return anomaly;
+            }
+        }
+        throw std::runtime_error("no such row");
+    }
+    KV_StationItem& current() { return *context().GetAVWindow()->GetCurrentItem(); }
+    /// As the class keys do it.
+    void judge(int row, Qt::Key key) {
+        table().selectRow(row);
+        table().setFocus();
+        QTest::keyClick(&table(), key);
+        QApplication::processEvents();
+    }
+    QTreeWidgetItem* object(int group, const QString& name) const {
+        QTreeWidgetItem* root = tree().topLevelItem(group);
+        for (int i = 0; i < root->childCount(); ++i) {
+            if (root->child(i)->text(0) == name) {
+                return root->child(i);
+            }
+        }
+        return nullptr;
+    }
+    bool overlayIsShown(const QString& anomaly) const {
+        for (const osg::Group* group : overlayGroups()) {
+            for (unsigned i = 0; i < group->getNumChildren(); ++i) {
+                if (group->getChild(i)->getName() == toGbk(anomaly)) {
+                    return true;
+                }
+            }
+        }
+        return false;
+    }
+    QString status() const {
+        const QWidget* progress = context().progressWidget();
+        const QLabel* text = progress->findChild<QLabel*>();
+        return progress->isHidden() || text == nullptr ? QString() : text->text();
+    }
+    static InspectionContext& context() { return InspectionContext::instance(); }
+
+    MariaDbServer& m_server = MariaDbServer::instance();
+    const QString m_url = m_server.newDatabase();
+    std::unique_ptr<Colleague> m_colleague;
+};
+
+TEST_F(SharedProjectTest, WhatOthersJudgeAppearsAndTheUsersPlaceStays) {
+    table().selectRow(1);
+    QApplication::processEvents();
+    const QString selected = name(1);
+    const std::int64_t id = shown(0).id;
+    m_colleague->judge(id, "深挖");
+    ASSERT_TRUE(waitUntil([&] { return attribute(0) == "深挖"; }));
+    EXPECT_EQ(table().selectionModel()->selectedRows().size(), 1);
+    EXPECT_EQ(table().currentIndex().siblingAtColumn(0).data().toString(), selected);
+    m_colleague->undo();
+    EXPECT_TRUE(waitUntil([&] { return attribute(0).isEmpty(); }));
+    EXPECT_FALSE(context().GetEditHistory()->CanUndo()) << "it is the colleague's edit";
+}
+
+TEST_F(SharedProjectTest, WhatOthersDeleteDisappearsEverywhereAndComesBackWithTheirUndo) {
+    const int before = rows();
+    const QString gone = name(0);
+    const std::int64_t id = shown(0).id;
+    ASSERT_TRUE(overlayIsShown(gone));
+    m_colleague->remove(kAnomalyTable, id);
+    ASSERT_TRUE(waitUntil([&] { return rows() == before - 1; }));
+    EXPECT_NE(name(0), gone);
+    EXPECT_FALSE(overlayIsShown(gone));
+    EXPECT_EQ(tree().currentItem()->text(1).toInt(), before - 1);
+    m_colleague->undo();
+    ASSERT_TRUE(waitUntil([&] { return rows() == before; }));
+    EXPECT_EQ(name(0), gone);
+    EXPECT_TRUE(overlayIsShown(gone));
+    EXPECT_EQ(tree().currentItem()->text(1).toInt(), before);
+}
+
+TEST_F(SharedProjectTest, SpecialObjectsOfOthersComeChangeAndGo) {
+    constexpr int kPoints = 1;
+    const QTreeWidgetItem* current = tree().currentItem();
+    const std::int64_t id = m_colleague->addPoint("阀室");
+    ASSERT_TRUE(waitUntil([&] { return object(kPoints, "阀室") != nullptr; }));
+    m_colleague->change("重命名", "special_point", id, {{"name", toGbk("阀井")}});
+    m_colleague->change("编辑", "special_point", id, {{"attribute", toGbk("三通")}});
+    ASSERT_TRUE(waitUntil([&] { return object(kPoints, "阀井") != nullptr; }));
+    EXPECT_EQ(object(kPoints, "阀室"), nullptr);
+    const auto* scene = dynamic_cast<OsgDataSet*>(context().GetDataSet(OsgDataSet::kIndex));
+    ASSERT_EQ(scene->getPipePoints().size(), 1U);
+    EXPECT_EQ(scene->getPipePoints().begin()->second.GetName(), toGbk("阀井"));
+    EXPECT_EQ(scene->getPipePoints().begin()->second.m_attribute, toGbk("三通"));
+    m_colleague->remove("special_point", id);
+    ASSERT_TRUE(waitUntil([&] { return object(kPoints, "阀井") == nullptr; }));
+    EXPECT_TRUE(scene->getPipePoints().empty());
+    EXPECT_EQ(tree().currentItem(), current) << "the user is not taken elsewhere";
+}
+
+TEST_F(SharedProjectTest, JudgingWhatSomebodyElseHasJustJudgedIsAskedAbout) {
+    const std::int64_t id = shown(0).id;
+    m_colleague->judge(id, "塌陷");
+    {
+        const MessageWatch messages(false);
+        judge(0, Qt::Key_3);
+        ASSERT_EQ(messages.texts().size(), 1);
+        EXPECT_EQ(messages.texts()[0].toStdString(),
+                  ("“" + name(0) + "”已被 wang@field 修改（分类 1 处异常为 塌陷）。是否仍按您的操作保存？")
+                      .toStdString());
+    }
+    EXPECT_FALSE(context().GetEditHistory()->CanUndo());
+    ASSERT_TRUE(waitUntil([&] { return attribute(0) == "塌陷"; })) << "theirs is shown";
+
+    m_colleague->judge(id, "建构筑物");
+    const MessageWatch messages;
+    judge(0, Qt::Key_3);
+    EXPECT_EQ(messages.texts().size(), 1);
+    EXPECT_EQ(attribute(0), "深挖");
+    EXPECT_TRUE(context().GetEditHistory()->CanUndo());
+    judge(0, Qt::Key_1);
+    EXPECT_EQ(messages.texts().size(), 1) << "the own edit is nobody else's";
+    context().GetEditHistory()->UndoSteps(2);
+    EXPECT_EQ(attribute(0), "建构筑物");
+}
+
+TEST_F(SharedProjectTest, JudgingWhatSomebodyElseHasDeletedSaysSo) {
+    const QString gone = name(0);
+    const int before = rows();
+    m_colleague->remove(kAnomalyTable, shown(0).id);
+    const MessageWatch messages;
+    judge(0, Qt::Key_3);
+    ASSERT_EQ(messages.texts().size(), 1);
+    EXPECT_EQ(messages.texts()[0], "“" + gone + "”已被 wang@field 删除，您的修改未保存");
+    EXPECT_TRUE(waitUntil([&] { return rows() == before - 1; }));
+}
+
+TEST_F(SharedProjectTest, RenamingInTheTreeWhatSomebodyElseRenamedIsAskedAbout) {
+    constexpr int kPoints = 1;
+    const std::int64_t id = m_colleague->addPoint("阀室");
+    ASSERT_TRUE(waitUntil([&] { return object(kPoints, "阀室") != nullptr; }));
+    m_colleague->change("重命名特殊点 阀室 为 阀井", "special_point", id, {{"name", toGbk("阀井")}});
+    const MessageWatch messages(false);
+    object(kPoints, "阀室")->setText(0, "三通");
+    EXPECT_EQ(messages.texts().size(), 1);
+    EXPECT_TRUE(waitUntil([&] { return object(kPoints, "阀井") != nullptr; }));
+    EXPECT_EQ(object(kPoints, "三通"), nullptr);
+    EXPECT_EQ(messages.texts().size(), 1);
+}
+
+TEST_F(SharedProjectTest, AComputationOfOthersIsShownAndTheirFilesAreNotMissed) {
+    judge(0, Qt::Key_3);
+    ASSERT_TRUE(context().GetEditHistory()->CanUndo());
+    const std::int64_t id = shown(0).id;
+    const QString theirs = m_folder.filePath("theirs");
+    copyFolder(m_project, theirs);
+    QFile::remove(theirs + "/.corridor.lock");
+    inspection::ComputationRequest request;
+    request.project = std::get<inspection::Project>(
+                          inspection::Project::open(theirs, inspection::Project::Access::ReadOnly))
+                          .description();
+    request.stationIds = {current().GetStationId()};
+    ASSERT_TRUE(std::holds_alternative<inspection::ComputationSummary>(computeAnomalies(request, {})));
+    ASSERT_TRUE(waitUntil([&] { return rows() > 0 && shown(0).id != id; }));
+    EXPECT_EQ(attribute(0), "深挖") << "the verdict was kept";
+    EXPECT_FALSE(context().GetEditHistory()->CanUndo()) << "of rows that are no longer";
+    EXPECT_TRUE(overlayIsShown(name(0)));
+}
+
+TEST_F(SharedProjectTest, ALostServerIsSaidAndWorkGoesOnWhenItIsBack) {
+    m_server.stop();
+    ASSERT_TRUE(waitUntil([&] { return status().contains("连接已断开"); })) << status().toStdString();
+    {
+        const MessageWatch messages;
+        judge(0, Qt::Key_3);
+        ASSERT_EQ(messages.texts().size(), 1);
+        EXPECT_TRUE(messages.texts()[0].startsWith("数据库拒绝了修改，未作任何更改："))
+            << messages.texts()[0].toStdString();
+    }
+    EXPECT_EQ(attribute(0), "");
+    m_server.start();
+    ASSERT_TRUE(waitUntil([&] { return status().contains("连接已恢复"); }));
+    const MessageWatch messages;
+    judge(0, Qt::Key_3);
+    EXPECT_EQ(attribute(0), "深挖");
+    EXPECT_TRUE(messages.texts().isEmpty());
+}
+
+} // namespace
