@@ -62,6 +62,7 @@ protected:
         std::cout << "[     SEED ] " << seed << std::endl;
         m_random.seed(seed);
         moveTo(databaseUrl);
+        ASSERT_FALSE(HasFailure());
         m_model = std::make_unique<EditModel>(stateIn(*m_database));
         for (int step = 0; step < kSteps; ++step) {
             const QString what = takeStep();
@@ -364,9 +365,13 @@ private:
     void moveTo(const QString& databaseUrl) {
         InspectionContext::instance().closeProject();
         if (!databaseUrl.isEmpty()) {
+            // On a server a name has at most 768 characters.
+            KV_MySQL((m_folder + "/inspection.db").toStdString())
+                .execute("delete from anomaly where length(name)>768");
             auto project = std::get<inspection::Project>(inspection::Project::open(m_folder));
             const auto moved = inspection::moveDatabase(project, databaseUrl, {});
-            ASSERT_TRUE(std::holds_alternative<inspection::DatabaseMove>(moved));
+            const auto* failure = std::get_if<inspection::Failure>(&moved);
+            ASSERT_EQ(failure, nullptr) << failure->message.toStdString();
         }
         restart();
         m_database = std::make_unique<KV_MySQL>(
