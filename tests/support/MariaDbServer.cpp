@@ -90,6 +90,8 @@ private:
     MYSQL* m_connection;
 };
 
+bool isDurable = false;
+
 QString quoted(QString text) {
     return '\'' + text.replace('\'', "''") + '\'';
 }
@@ -101,6 +103,10 @@ MariaDbServer& MariaDbServer::instance() {
         theServer().reset(new MariaDbServer);
     }
     return *theServer();
+}
+
+void MariaDbServer::makeDurable() {
+    isDurable = true;
 }
 
 MariaDbServer::MariaDbServer() {
@@ -131,14 +137,23 @@ void MariaDbServer::start() {
     m_process = std::make_unique<QProcess>();
     m_process->setProcessChannelMode(QProcess::MergedChannels);
     m_process->setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGKILL); });
-    m_process->start(
-        programPath("mariadbd"),
-        withUser({"--no-defaults", "--datadir=" + m_folder.filePath("data"),
-                  "--socket=" + m_folder.filePath("socket"), "--pid-file=" + m_folder.filePath("pid"),
-                  "--skip-networking", "--skip-log-bin", "--innodb-buffer-pool-size=16M",
-                  "--innodb-log-file-size=8M", "--innodb-flush-log-at-trx-commit=0",
-                  "--innodb-flush-method=nosync", "--innodb-doublewrite=0", "--sync-frm=0",
-                  "--key-buffer-size=1M", "--performance-schema=off"}));
+    QStringList options{"--no-defaults",
+                        "--datadir=" + m_folder.filePath("data"),
+                        "--socket=" + m_folder.filePath("socket"),
+                        "--pid-file=" + m_folder.filePath("pid"),
+                        "--skip-networking",
+                        "--skip-log-bin",
+                        "--key-buffer-size=1M",
+                        "--performance-schema=off"};
+    if (!isDurable) {
+        options << "--innodb-buffer-pool-size=16M"
+                << "--innodb-log-file-size=8M"
+                << "--innodb-flush-log-at-trx-commit=0"
+                << "--innodb-flush-method=nosync"
+                << "--innodb-doublewrite=0"
+                << "--sync-frm=0";
+    }
+    m_process->start(programPath("mariadbd"), withUser(options));
     QByteArray log;
     while (!log.contains("ready for connections")) {
         if (!m_process->waitForReadyRead(kMostMilliseconds)) {

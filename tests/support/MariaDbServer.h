@@ -14,6 +14,8 @@
 class MariaDbServer {
 public:
     static MariaDbServer& instance();
+    /// Called before the first instance(): commits wait for the disk as on a real server.
+    static void makeDurable();
     ~MariaDbServer();
     MariaDbServer(const MariaDbServer&) = delete;
     MariaDbServer& operator=(const MariaDbServer&) = delete;

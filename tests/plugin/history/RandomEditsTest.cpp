@@ -1,5 +1,5 @@
-// Ten thousand random edits, undos, redos and restarts, after each of which database, globe, tree, table, menu
-// and buttons are what a model says.
+// Ten thousand random edits, undos, redos and restarts, after each of which database, globe, tree, table,
+// menu and buttons are what a model says.
 
 #include "tests/plugin/anomaly/AnomalyFixture.h"
 #include "tests/plugin/history/EditModel.h"

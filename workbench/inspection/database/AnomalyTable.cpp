@@ -83,6 +83,17 @@ std::vector<SdiffData> readAnomalies(KV_MySQL& database, std::uint32_t stationId
     return anomalies;
 }
 
+std::map<std::uint32_t, std::size_t> countAnomalies(KV_MySQL& database) {
+    std::map<std::uint32_t, std::size_t> counts;
+    for (const KV_Record& row :
+         database.queryRecord("select station_id, count(*) as anomalies from anomaly group by station_id")) {
+        std::uint32_t stationId = 0;
+        takeField(row, "station_id", stationId);
+        takeField(row, "anomalies", counts[stationId]);
+    }
+    return counts;
+}
+
 void insertAnomalies(KV_MySQL& database, std::uint32_t stationId, std::vector<SdiffData>& anomalies) {
     for (SdiffData& anomaly : anomalies) {
         anomaly.id = database.insertRecord(kAnomalyTable, recordOf(stationId, anomaly));

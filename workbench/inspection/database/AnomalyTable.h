@@ -4,7 +4,9 @@
 #include "host/inspection/KV_MySQL.h"
 #include "host/inspection/Station.h"
 
+#include <cstddef>
 #include <cstdint>
+#include <map>
 #include <vector>
 
 /// Rows of table "anomaly". Every function throws KV_MySQL_Exception when the database refuses; what is said
@@ -13,6 +15,9 @@ namespace inspection {
 
 /// The anomalies of a station by name.
 INSPECTION_API std::vector<SdiffData> readAnomalies(mysqlhelper::KV_MySQL& database, std::uint32_t stationId);
+
+/// How many anomalies each station has; none for those that have none.
+INSPECTION_API std::map<std::uint32_t, std::size_t> countAnomalies(mysqlhelper::KV_MySQL& database);
 
 /// One row for each anomaly, in no transaction of its own. An id of 0 lets the database choose one; any other
 /// is kept, so that a deleted anomaly can come back as it was. The chosen ids are written into `anomalies`.

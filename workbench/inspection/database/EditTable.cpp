@@ -102,10 +102,12 @@ RowChanges readChanges(KV_MySQL& database, std::int64_t editId) {
 
 std::int64_t insertEdit(KV_MySQL& database, const QString& inspector, const QString& description,
                         const RowChanges& changes, std::int64_t revision) {
-    database.updateRecord(kTable, {{"is_dropped", std::int64_t{1}}},
-                          "where inspector=? and is_undone=1 and is_dropped=0", {toGbk(inspector)});
     return database.insertRecord(kTable,
                                  editRow(inspector, changes.front().table, description, changes, revision));
+}
+
+void dropEdit(KV_MySQL& database, std::int64_t editId) {
+    database.updateRecord(kTable, {{"is_dropped", std::int64_t{1}}}, "where id=?", {editId});
 }
 
 void markEdit(KV_MySQL& database, std::int64_t editId, bool isUndone, std::int64_t revision) {

@@ -30,10 +30,12 @@ INSPECTION_API std::vector<StoredEdit> readEdits(mysqlhelper::KV_MySQL& database
 /// The rows of an edit. Throws as well when they are not stored or damaged.
 INSPECTION_API RowChanges readChanges(mysqlhelper::KV_MySQL& database, std::int64_t editId);
 
-/// Stores a new edit and drops all of that inspector's that are undone. Gives its id.
+/// Stores a new edit. Gives its id.
 INSPECTION_API std::int64_t insertEdit(mysqlhelper::KV_MySQL& database, const QString& inspector,
                                        const QString& description, const RowChanges& changes,
                                        std::int64_t revision);
+/// An undone edit can no longer be redone; others still read that it was undone.
+INSPECTION_API void dropEdit(mysqlhelper::KV_MySQL& database, std::int64_t editId);
 INSPECTION_API void markEdit(mysqlhelper::KV_MySQL& database, std::int64_t editId, bool isUndone,
                              std::int64_t revision);
 

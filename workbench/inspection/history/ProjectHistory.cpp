@@ -123,6 +123,9 @@ std::vector<EditConflict> ProjectHistory::tryToStore(const QString& description,
     if (edit.changes().empty()) {
         return {};
     }
+    for (std::size_t undone = m_undoable; undone < m_edits.size(); ++undone) {
+        dropEdit(*m_database, m_edits[undone]->stored().id);
+    }
     const std::int64_t id =
         insertEdit(*m_database, m_inspector, description, edit.changes(), edit.revision());
     edit.commit();

@@ -2,6 +2,7 @@
 
 #include "host/Gbk.h"
 #include "workbench/inspection/context/Session.h"
+#include "workbench/inspection/database/AnomalyTable.h"
 #include "workbench/inspection/database/Fields.h"
 #include "workbench/inspection/database/Schema.h"
 #include "workbench/inspection/database/StationTable.h"
@@ -107,17 +108,16 @@ void StationTreeWindow::clear() {
     m_objects->clear();
     emit currentStationChanged(nullptr);
     m_items.clear();
+    m_read.clear();
     m_tree->makeGroups();
 }
 
 void StationTreeWindow::loadStations() {
     for (const KV_Station& station : readStations(*m_session.connection())) {
-        auto item = std::make_unique<KV_StationItem>(station);
-        item->readclassfi();
         m_tree->addStation(station.m_id, fromGbk(station.m_name));
-        showCount(*item);
-        m_items.push_back(std::move(item));
+        m_items.push_back(std::make_unique<KV_StationItem>(station));
     }
+    showCounts();
 }
 
 KV_StationItem* StationTreeWindow::item(std::uint32_t stationId) const {
@@ -127,14 +127,29 @@ KV_StationItem* StationTreeWindow::item(std::uint32_t stationId) const {
     return found == m_items.end() ? nullptr : found->get();
 }
 
-void StationTreeWindow::showCount(const KV_StationItem& station) {
-    QTreeWidgetItem* entry = m_tree->station(station.GetStationId());
+KV_StationItem* StationTreeWindow::readItem(std::uint32_t stationId) {
+    KV_StationItem* station = item(stationId);
+    if (station != nullptr && m_read.count(stationId) == 0 && station->readclassfi()) {
+        m_read.insert(stationId);
+    }
+    return station;
+}
+
+void StationTreeWindow::showCount(std::uint32_t stationId, std::size_t anomalies) {
+    QTreeWidgetItem* entry = m_tree->station(stationId);
     if (entry == nullptr) {
         return;
     }
-    const bool computed = storedResult(m_session, station.GetStationId()).has_value();
-    m_tree->setCount(entry, computed ? QString::number(station.m_diffData.m_anomalies.size()) : tr("未计算"));
+    const bool computed = storedResult(m_session, stationId).has_value();
+    m_tree->setCount(entry, computed ? QString::number(anomalies) : tr("未计算"));
     m_tree->updateGroupCounts();
+}
+
+void StationTreeWindow::showCounts() {
+    auto counts = countAnomalies(*m_session.connection());
+    for (const auto& station : m_items) {
+        showCount(station->GetStationId(), counts[station->GetStationId()]);
+    }
 }
 
 void StationTreeWindow::showOverlays(const KV_StationItem& station) {
@@ -165,7 +180,7 @@ void StationTreeWindow::ChangeStationStates(QTreeWidgetItem* entry, int column) 
         return;
     }
     if (checked) {
-        showOverlays(*station);
+        showOverlays(*readItem(station->GetStationId()));
     } else {
         m_overlays.hide(station->GetStationId());
     }
@@ -174,7 +189,8 @@ void StationTreeWindow::ChangeStationStates(QTreeWidgetItem* entry, int column) 
 void StationTreeWindow::changeCurrent(QTreeWidgetItem* entry) {
     m_objects->markCurrent(entry);
     if (entry != nullptr && entry->type() == StationTree::Station) {
-        emit currentStationChanged(item(entry->data(StationTree::NameColumn, StationTree::kIdRole).toUInt()));
+        emit currentStationChanged(
+            readItem(entry->data(StationTree::NameColumn, StationTree::kIdRole).toUInt()));
     }
 }
 
@@ -226,7 +242,8 @@ void StationTreeWindow::takeResults(const std::vector<std::uint32_t>& stationIds
 void StationTreeWindow::refreshStation(quint32 stationId) {
     KV_StationItem* station = item(stationId);
     if (station != nullptr && station->readdom() && station->readclassfi()) {
-        showCount(*station);
+        m_read.insert(stationId);
+        showCount(stationId, station->m_diffData.m_anomalies.size());
     }
 }
 
@@ -271,13 +288,12 @@ std::set<std::uint32_t> StationTreeWindow::showChanges(const RowChanges& changes
 }
 
 void StationTreeWindow::reload() {
+    m_read.clear();
     try {
         m_objects->reload();
+        showCounts();
     } catch (const KV_MySQL_Exception& exception) {
         std::cout << exception.what() << std::endl;
-    }
-    for (const auto& station : m_items) {
-        refreshStation(station->GetStationId());
     }
     refreshOverlays();
     const QTreeWidgetItem* current = m_tree->currentItem();
@@ -288,7 +304,7 @@ void StationTreeWindow::reload() {
 
 void StationTreeWindow::refreshOverlays() {
     for (const std::uint32_t id : m_tree->checkedStations()) {
-        if (const KV_StationItem* station = item(id)) {
+        if (const KV_StationItem* station = readItem(id)) {
             showOverlays(*station);
         }
     }
@@ -308,7 +324,7 @@ std::pair<QColor, QColor> StationTreeWindow::colours() const {
 std::vector<KV_StationItem*> StationTreeWindow::GetSelectedStationItem() {
     std::vector<KV_StationItem*> selected;
     for (const std::uint32_t id : m_tree->checkedStations()) {
-        selected.push_back(item(id));
+        selected.push_back(readItem(id));
     }
     return selected;
 }

@@ -82,7 +82,10 @@ private:
     void build();
     void loadStations();
     KV_StationItem* item(std::uint32_t stationId) const;
-    void showCount(const KV_StationItem& station);
+    /// With its anomalies, which are not read before somebody asks for them.
+    KV_StationItem* readItem(std::uint32_t stationId);
+    void showCount(std::uint32_t stationId, std::size_t anomalies);
+    void showCounts();
     void showOverlays(const KV_StationItem& station);
     void refreshOverlays();
     /// Gives the stations of anomalies among the changes.
@@ -95,6 +98,7 @@ private:
     StationTree* m_tree;
     SpecialObjects* m_objects;
     std::vector<std::unique_ptr<KV_StationItem>> m_items;
+    std::set<std::uint32_t> m_read;           ///< stations whose anomalies have been read
     std::pair<QColor, QColor> m_shownColours; ///< of fill and cut, on the globe
 };
 
