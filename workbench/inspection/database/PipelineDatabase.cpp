@@ -1,6 +1,7 @@
 #include "workbench/inspection/database/PipelineDatabase.h"
 
 #include "workbench/inspection/database/CenterlineImport.h"
+#include "workbench/inspection/database/EditTable.h"
 #include "workbench/inspection/database/Revision.h"
 #include "workbench/inspection/database/Schema.h"
 #include "workbench/inspection/database/ServerAddress.h"
@@ -58,6 +59,7 @@ Status prepareForWriting(const ProjectDescription& project, KV_MySQL& database) 
     migrateSchema(database);
     KV_MySQL::Transaction transaction(database);
     startRevisions(database);
+    trimEdits(database);
     if (database.queryRecord("select id from " + tableName(KV_STATION) + " limit 1").empty()) {
         if (auto failure = importCenterline(project, database)) {
             return failure;
