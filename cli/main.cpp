@@ -1,3 +1,4 @@
+#include "cli/CheckCommand.h"
 #include "cli/ComputeCommand.h"
 #include "cli/DetectCommand.h"
 #include "cli/ImportCommand.h"
@@ -28,6 +29,7 @@ constexpr Command commands[] = {
     {"report", cli::runReport, "PROJECT --out FILE.(pdf|odt|html)   输出巡检报告"},
     {"shape", cli::runShape, "PROJECT --out DIR   输出 Shapefile 和 GeoPackage"},
     {"info", cli::runInfo, "PROJECT|RASTER [--json]   显示工程或栅格的内容"},
+    {"check", cli::runCheck, "PROJECT [--json]   检查工程的文件和数据是否完好"},
     {"project", cli::runProject,
      "set-database PROJECT URL   将工程的数据表迁移到 SQLite 文件或 MariaDB 服务器"},
     {"sample", cli::runSample, "DIR [--seed N] [--size CELLS]   生成两期示例工程"},

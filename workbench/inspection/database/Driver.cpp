@@ -21,6 +21,11 @@ void Driver::begin() {
     ++m_openTransactions;
 }
 
+void Driver::beginReading() {
+    control(dialect().beginReading);
+    ++m_openTransactions;
+}
+
 void Driver::commit() {
     const int depth = m_openTransactions - 1;
     control(depth == 0 ? QStringLiteral("commit") : "release savepoint " + level(depth));

@@ -16,6 +16,7 @@ using KV_Values = std::vector<KV_Value>;
 /// How the SQL of one kind of database differs from that of the others. Names are quoted alike by all.
 struct Dialect {
     const char* begin;        ///< starts a transaction
+    const char* beginReading; ///< starts one that only reads, and sees nothing that others store from then on
     const char* defaultsOnly; ///< end of an insert that names no column
     const char* rowId;        ///< type of the column that numbers rows by itself
     const char* integer;      ///< type of 64 bits with a sign
@@ -33,6 +34,12 @@ struct Dialect {
 struct Change {
     std::int64_t rows = 0;  ///< that its condition named
     std::int64_t newId = 0; ///< of the last new row
+};
+
+/// What a database finds wrong with itself.
+struct Damage {
+    std::string table; ///< empty where it is not known
+    QString cause;     ///< in the database's words
 };
 
 /// An open connection. Every function that may throw throws KV_MySQL_Exception.
@@ -53,8 +60,13 @@ public:
     /// Part of the open transaction, except for the first time where tables are not.
     virtual void setSchemaVersion(int version) = 0;
 
+    /// Looks for damage in these tables. Not inside a transaction, which it may end.
+    virtual std::vector<Damage> damages(const std::vector<std::string>& tables) = 0;
+
     /// A transaction inside another one is a savepoint of it.
     void begin();
+    /// The outermost transaction, for reading only.
+    void beginReading();
     void commit();
     /// Never throws: what the database has rolled back by itself is rolled back.
     void rollBack();

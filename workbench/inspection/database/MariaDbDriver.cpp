@@ -29,6 +29,27 @@ void runPlain(MYSQL& connection, const QString& sql) {
     }
 }
 
+/// The rows of "check table", which not every server prepares, that report no success.
+std::vector<Damage> damagesOf(MYSQL& connection, const std::string& table) {
+    runPlain(connection, "check table " + QString::fromStdString(table));
+    const std::unique_ptr<MYSQL_RES, decltype(&mysql_free_result)> result(mysql_store_result(&connection),
+                                                                          mysql_free_result);
+    if (!result) {
+        throw MariaDbError(mysql_errno(&connection), mysql_error(&connection), true);
+    }
+    constexpr unsigned kSort = 2; // columns Table, Op, Msg_type, Msg_text
+    constexpr unsigned kText = 3;
+    std::vector<Damage> damages;
+    while (const MYSQL_ROW row = mysql_fetch_row(result.get())) {
+        const QString text = QString::fromUtf8(row[kText]);
+        const bool isStatus = QString::fromUtf8(row[kSort]) == QLatin1String("status");
+        if (!isStatus || text != QLatin1String("OK")) {
+            damages.push_back({table, text});
+        }
+    }
+    return damages;
+}
+
 bool isSelect(const QString& sql) {
     return sql.trimmed().startsWith(QLatin1String("select"), Qt::CaseInsensitive);
 }
@@ -44,6 +65,7 @@ const char* pointer(const QByteArray& text) {
 Dialect usualDialect() {
     // An index of InnoDB takes 3072 bytes, which is 768 characters.
     return {"start transaction",
+            "start transaction with consistent snapshot",
             "() values ()",
             "bigint not null auto_increment primary key",
             "bigint",
@@ -240,6 +262,17 @@ void MariaDbDriver::setSchemaVersion(int version) {
     }
     change(QStringLiteral("replace into schema_version (one, version) values (1, ?)"),
            {std::int64_t{version}});
+}
+
+std::vector<Damage> MariaDbDriver::damages(const std::vector<std::string>& tables) {
+    std::vector<Damage> all;
+    for (const std::string& table : tables) {
+        perform(Kind::Reads, [&](MYSQL& connection) {
+            const std::vector<Damage> found = damagesOf(connection, table);
+            all.insert(all.end(), found.begin(), found.end());
+        });
+    }
+    return all;
 }
 
 } // namespace mysqlhelper

@@ -33,6 +33,7 @@ public:
     Change change(const QString& sql, const KV_Values& bound) override;
     int schemaVersion() override;
     void setSchemaVersion(int version) override;
+    std::vector<Damage> damages(const std::vector<std::string>& tables) override;
 
 protected:
     void control(const QString& sql) override;

@@ -103,6 +103,7 @@ bool SqliteDriver::isOpen() const {
 
 const Dialect& SqliteDriver::dialect() const {
     static const Dialect dialect{"begin immediate",
+                                 "begin",
                                  "default values",
                                  "integer primary key",
                                  "integer",
@@ -175,6 +176,27 @@ int SqliteDriver::schemaVersion() {
 
 void SqliteDriver::setSchemaVersion(int version) {
     run(QStringLiteral("pragma user_version=%1").arg(version), {});
+}
+
+// The pragmas look at the whole file at once.
+std::vector<Damage> SqliteDriver::damages(const std::vector<std::string>& /*tables*/) {
+    std::vector<Damage> damages;
+    for (const KV_Record& row : query(QStringLiteral("pragma integrity_check"), {})) {
+        const std::string& report = std::get<std::string>(row.at("integrity_check"));
+        if (report != "ok") {
+            damages.push_back({{}, fromGbk(report)});
+        }
+    }
+    if (!damages.empty()) {
+        return damages; // the tables may be unreadable
+    }
+    for (const KV_Record& row : query(QStringLiteral("select * from pragma_foreign_key_check"), {})) {
+        damages.push_back({std::get<std::string>(row.at("table")),
+                           QStringLiteral("row %1 refers to a row of %2 that is missing")
+                               .arg(std::get<std::int64_t>(row.at("rowid")))
+                               .arg(fromGbk(std::get<std::string>(row.at("parent"))))});
+    }
+    return damages;
 }
 
 } // namespace mysqlhelper

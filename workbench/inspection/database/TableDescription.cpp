@@ -4,8 +4,6 @@
 
 #include <QStringList>
 
-#include <algorithm>
-
 namespace inspection {
 
 using mysqlhelper::Dialect;
@@ -59,9 +57,12 @@ QString rendered(const TableDescription& table, const Dialect& dialect) {
            ')' + dialect.tableOptions;
 }
 
-bool isNamed(const KV_Rows& rows, const std::string& name) {
-    return std::any_of(rows.begin(), rows.end(),
-                       [&](const KV_Record& row) { return std::get<std::string>(row.at("name")) == name; });
+std::set<std::string> namesOf(const KV_Rows& rows) {
+    std::set<std::string> names;
+    for (const KV_Record& row : rows) {
+        names.insert(std::get<std::string>(row.at("name")));
+    }
+    return names;
 }
 
 } // namespace
@@ -79,13 +80,17 @@ void createTable(KV_MySQL& database, const TableDescription& table) {
 
 void addColumn(KV_MySQL& database, const std::string& table, const Column& column) {
     const Dialect& dialect = database.driver().dialect();
-    if (!isNamed(database.queryRecord(dialect.columns, {table}), column.name)) {
+    if (columnNames(database, table).count(column.name) == 0) {
         database.execute("alter table " + table + " add column " + rendered(column, dialect).toStdString());
     }
 }
 
 bool hasTable(KV_MySQL& database, const std::string& table) {
-    return isNamed(database.queryRecord(database.driver().dialect().tables), table);
+    return namesOf(database.queryRecord(database.driver().dialect().tables)).count(table) != 0;
+}
+
+std::set<std::string> columnNames(KV_MySQL& database, const std::string& table) {
+    return namesOf(database.queryRecord(database.driver().dialect().columns, {table}));
 }
 
 } // namespace inspection

@@ -3,6 +3,7 @@
 #include "host/Export.h"
 #include "host/inspection/KV_MySQL.h"
 
+#include <set>
 #include <string>
 #include <vector>
 
@@ -44,5 +45,7 @@ INSPECTION_API void addColumn(mysqlhelper::KV_MySQL& database, const std::string
 
 /// Whether the database has a table of this name.
 INSPECTION_API bool hasTable(mysqlhelper::KV_MySQL& database, const std::string& table);
+
+INSPECTION_API std::set<std::string> columnNames(mysqlhelper::KV_MySQL& database, const std::string& table);
 
 } // namespace inspection

@@ -1,0 +1,87 @@
+#include "cli/CheckCommand.h"
+
+#include "cli/OpenedProject.h"
+#include "cli/Options.h"
+#include "cli/ProgressLine.h"
+#include "workbench/inspection/check/CheckProject.h"
+
+#include <QCoreApplication>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <cstdio>
+
+namespace cli {
+
+using inspection::Failure;
+using inspection::Finding;
+using inspection::Findings;
+
+namespace {
+
+constexpr auto command = "check";
+constexpr auto usage = "用法：corridor check PROJECT [--json]\n"
+                       "  检查工程的文件和数据是否完好，每个问题一行；不作任何更改。\n"
+                       "  没有问题时退出状态为 0，有问题时为 1。\n";
+
+void print(const Findings& findings) {
+    for (const Finding& finding : findings) {
+        std::printf("%s\n", qUtf8Printable(finding.line()));
+    }
+    if (findings.empty()) {
+        std::puts("未发现问题");
+    }
+}
+
+void printJson(const QString& folder, const Findings& findings) {
+    QJsonArray array;
+    for (const Finding& finding : findings) {
+        array.append(QJsonObject{
+            {"subject", finding.subject}, {"object", finding.object}, {"problem", finding.problem}});
+    }
+    const QJsonObject json{{"folder", folder}, {"findings", array}};
+    std::fputs(QJsonDocument(json).toJson().constData(), stdout);
+}
+
+Findings checkWithProgress(const inspection::ProjectDescription& project, mysqlhelper::KV_MySQL& database) {
+    ProgressLine line("检查工程", false);
+    return inspection::checkProject(project, database, [&line](double done) { line.show(done); });
+}
+
+int check(const std::string& folder, bool asJson) {
+    const auto opened = openProject(folder, inspection::Project::Access::ReadOnly);
+    if (const auto* failure = std::get_if<Failure>(&opened)) {
+        return fail(command, *failure);
+    }
+    const auto& [project, database] = std::get<OpenedProject>(opened);
+    const Findings findings = checkWithProgress(project.description(), *database->GetMySQL());
+    if (asJson) {
+        printJson(project.description().folder, findings);
+    } else {
+        print(findings);
+    }
+    return findings.empty() ? statusDone : statusFailed;
+}
+
+} // namespace
+
+int runCheck(const std::vector<std::string>& arguments) {
+    WrongUse wrong;
+    const auto options = parseOptions(arguments, {{}, {"--json", "--help"}, 1}, wrong);
+    if (!options) {
+        return fail(command, statusWrongUse, wrong.message);
+    }
+    if (options->has("--help")) {
+        std::fputs(usage, stdout);
+        return statusDone;
+    }
+    if (options->positional.empty()) {
+        return fail(command, statusWrongUse, "缺少工程文件夹");
+    }
+    int count = 0;
+    const QCoreApplication application(count, nullptr);
+    return check(options->positional.front(), options->has("--json"));
+}
+
+} // namespace cli
