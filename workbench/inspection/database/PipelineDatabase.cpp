@@ -2,6 +2,7 @@
 
 #include "workbench/inspection/database/CenterlineImport.h"
 #include "workbench/inspection/database/EditTable.h"
+#include "workbench/inspection/database/Inspector.h"
 #include "workbench/inspection/database/Revision.h"
 #include "workbench/inspection/database/Schema.h"
 #include "workbench/inspection/database/ServerAddress.h"
@@ -55,11 +56,20 @@ Failure newerSchema(const QString& file, int version) {
         "数据库版本比本程序新，请升级程序");
 }
 
+/// Before inspectors had names, one alone edited on a server; who opens it first goes on with his edits.
+void takeNamelessEdits(const ProjectDescription& project, KV_MySQL& database) {
+    const QString inspector = inspectorOf(project);
+    if (!inspector.isEmpty()) {
+        handOverEdits(database, QString(), inspector);
+    }
+}
+
 Status prepareForWriting(const ProjectDescription& project, KV_MySQL& database) {
     migrateSchema(database);
     KV_MySQL::Transaction transaction(database);
     startRevisions(database);
     trimEdits(database);
+    takeNamelessEdits(project, database);
     if (database.queryRecord("select id from " + tableName(KV_STATION) + " limit 1").empty()) {
         if (auto failure = importCenterline(project, database)) {
             return failure;
