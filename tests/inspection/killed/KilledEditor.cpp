@@ -36,7 +36,7 @@ public:
         QObject::connect(&m_history, &ProjectHistory::rowsChanged, [this] { m_isTaken = true; });
     }
 
-    void take(const ModelStep& step) {
+    void take(const PointsStep& step) {
         tell(kBegins);
         m_isTaken = false;
         carryOut(step);
@@ -50,27 +50,27 @@ private:
             _exit(1);
         }
     }
-    void carryOut(const ModelStep& step) {
+    void carryOut(const PointsStep& step) {
         switch (step.kind) {
-        case ModelStep::Kind::Undo:
+        case PointsStep::Kind::Undo:
             return m_history.TakeUndo()->Undo(true);
-        case ModelStep::Kind::Redo:
+        case PointsStep::Kind::Redo:
             return m_history.TakeRedo()->Redo(true);
-        case ModelStep::Kind::UndoSteps:
+        case PointsStep::Kind::UndoSteps:
             return m_history.UndoSteps(step.count);
         default:
             m_isTaken = !m_history.perform("编辑特殊点", [&](EditTransaction& edit) { change(edit, step); });
         }
     }
-    void change(EditTransaction& edit, const ModelStep& step) {
-        if (step.kind == ModelStep::Kind::Describe) {
+    void change(EditTransaction& edit, const PointsStep& step) {
+        if (step.kind == PointsStep::Kind::Describe) {
             for (const KV_Record& row : sql().queryRecord("select * from special_point")) {
                 edit.update("special_point", idOf(row), {{"attribute", toGbk(step.text.c_str())}},
                             versionOf(row));
             }
         }
         for (const std::string& name : step.points) {
-            if (step.kind == ModelStep::Kind::Add) {
+            if (step.kind == PointsStep::Kind::Add) {
                 edit.insert("special_point",
                             {{"name", name}, {"lon_deg", 114.0}, {"lat_deg", 30.7}, {"height_m", 50.0}});
             } else {
@@ -92,9 +92,9 @@ private:
 };
 
 /// Never returns, also not into the test by an exception.
-[[noreturn]] void edit(const QString& folder, const std::vector<ModelStep>& steps, int pipe) noexcept {
+[[noreturn]] void edit(const QString& folder, const std::vector<PointsStep>& steps, int pipe) noexcept {
     Editor editor(folder, pipe);
-    for (const ModelStep& step : steps) {
+    for (const PointsStep& step : steps) {
         editor.take(step);
     }
     for (;;) {
@@ -134,7 +134,7 @@ Clock::duration anyPart(Clock::duration step, std::mt19937& random) {
 
 } // namespace
 
-KilledEditor killedEditor(const QString& folder, const std::vector<ModelStep>& steps, std::size_t awaited,
+KilledEditor killedEditor(const QString& folder, const std::vector<PointsStep>& steps, std::size_t awaited,
                           std::mt19937& random) {
     std::array<int, 2> ends{};
     EXPECT_EQ(pipe(ends.data()), 0);

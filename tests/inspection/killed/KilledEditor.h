@@ -1,6 +1,6 @@
 #pragma once
 
-#include "EditModel.h"
+#include "PointsModel.h"
 
 #include <QString>
 
@@ -15,5 +15,5 @@ struct KilledEditor {
 
 /// Runs the steps in a process of its own on a project folder, and ends it by SIGKILL: a random short time
 /// after it has confirmed `awaited` of them. The project must be open nowhere in this process.
-KilledEditor killedEditor(const QString& folder, const std::vector<ModelStep>& steps, std::size_t awaited,
+KilledEditor killedEditor(const QString& folder, const std::vector<PointsStep>& steps, std::size_t awaited,
                           std::mt19937& random);

@@ -23,11 +23,11 @@ constexpr unsigned kSeed = 20240518;
 
 /// What the database holds.
 struct Stored {
-    EditModel::Points points;
+    PointsModel::Points points;
     std::size_t undoable = 0;
     std::size_t redoable = 0;
 
-    bool is(const EditModel& model) const {
+    bool is(const PointsModel& model) const {
         return points == model.points() && undoable == model.undoable() && redoable == model.redoable();
     }
 };
@@ -95,8 +95,8 @@ protected:
 
     SmallProject m_files;
     std::mt19937 m_random{kSeed};
-    std::vector<ModelStep> m_steps;
-    std::vector<EditModel> m_models{EditModel()}; ///< before the first step and after each
+    std::vector<PointsStep> m_steps;
+    std::vector<PointsModel> m_models{PointsModel()}; ///< before the first step and after each
     int m_inside = 0;
     int m_storedUnconfirmed = 0;
     std::size_t m_confirmed = 0;

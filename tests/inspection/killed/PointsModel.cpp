@@ -1,10 +1,10 @@
-#include "EditModel.h"
+#include "PointsModel.h"
 
 #include <algorithm>
 
 namespace {
 
-using Kind = ModelStep::Kind;
+using Kind = PointsStep::Kind;
 
 constexpr std::size_t kMostPoints = 12;
 
@@ -12,16 +12,16 @@ int below(std::mt19937& random, std::size_t limit) {
     return static_cast<int>(random() % limit);
 }
 
-ModelStep additions(std::mt19937& random) {
-    ModelStep step{Kind::Add, {}, {}, 0};
+PointsStep additions(std::mt19937& random) {
+    PointsStep step{Kind::Add, {}, {}, 0};
     for (int i = below(random, 4); i >= 0; --i) {
         step.points.push_back(std::to_string(random()) + '-' + std::to_string(i));
     }
     return step;
 }
 
-ModelStep removals(const EditModel::Points& points, std::mt19937& random) {
-    ModelStep step{Kind::Remove, {}, {}, 0};
+PointsStep removals(const PointsModel::Points& points, std::mt19937& random) {
+    PointsStep step{Kind::Remove, {}, {}, 0};
     for (const auto& point : points) {
         if (step.points.empty() || random() % 2 == 0) {
             step.points.push_back(point.first);
@@ -32,7 +32,7 @@ ModelStep removals(const EditModel::Points& points, std::mt19937& random) {
 
 } // namespace
 
-ModelStep EditModel::randomStep(std::mt19937& random) const {
+PointsStep PointsModel::randomStep(std::mt19937& random) const {
     const int choice = below(random, 10);
     if (choice < 2 && m_undoable > 0) {
         return {Kind::Undo, {}, {}, 1};
@@ -50,7 +50,7 @@ ModelStep EditModel::randomStep(std::mt19937& random) const {
     return points().size() < kMostPoints ? additions(random) : removals(points(), random);
 }
 
-void EditModel::take(const ModelStep& step) {
+void PointsModel::take(const PointsStep& step) {
     switch (step.kind) {
     case Kind::Undo:
     case Kind::UndoSteps:
@@ -64,7 +64,7 @@ void EditModel::take(const ModelStep& step) {
     }
 }
 
-void EditModel::edit(const ModelStep& step) {
+void PointsModel::edit(const PointsStep& step) {
     Points points = this->points();
     for (const std::string& name : step.points) {
         if (step.kind == Kind::Add) {

@@ -7,7 +7,7 @@
 #include <vector>
 
 /// One step of an inspector. Points are called by their names.
-struct ModelStep {
+struct PointsStep {
     enum class Kind {
         Add,      ///< the points
         Describe, ///< all points that there are with `text`, one edit
@@ -23,7 +23,7 @@ struct ModelStep {
 };
 
 /// What a project's special points must be after the steps of one inspector, without any database.
-class EditModel {
+class PointsModel {
 public:
     /// Attributes by name.
     using Points = std::map<std::string, std::string>;
@@ -33,11 +33,11 @@ public:
     std::size_t redoable() const { return m_states.size() - 1 - m_undoable; }
 
     /// A step that can be taken now and changes something.
-    ModelStep randomStep(std::mt19937& random) const;
-    void take(const ModelStep& step);
+    PointsStep randomStep(std::mt19937& random) const;
+    void take(const PointsStep& step);
 
 private:
-    void edit(const ModelStep& step);
+    void edit(const PointsStep& step);
 
     std::vector<std::shared_ptr<const Points>> m_states{std::make_shared<const Points>()};
     std::size_t m_undoable = 0;
