@@ -163,7 +163,8 @@ int main(int argc, char** argv) {
     auto project = std::get<Project>(Project::open(files.folder()));
     fill(*open(project.description())->GetMySQL(), anomalies);
     measureEdits("SQLite", project.description(), 1, entries);
-    project = std::get<Project>(Project::open(files.folder(), Project::Access::ReadOnly)); // gives the lock back
+    project =
+        std::get<Project>(Project::open(files.folder(), Project::Access::ReadOnly)); // gives the lock back
     measureOpening("SQLite", host, files.folder());
 
     project = std::get<Project>(Project::open(files.folder()));
