@@ -11,6 +11,8 @@
 #include <QDir>
 #include <QFile>
 
+#include <algorithm>
+
 namespace {
 
 using namespace inspection;
@@ -250,6 +252,26 @@ TEST_P(DatabaseTest, JobsComputeWithAConnectionOfTheirOwn) {
     EXPECT_EQ(valueOf(computeAnomalies(opened.request())).anomalies, 3);
     EXPECT_EQ(readAnomalies(opened.sql(), 1).size() + readAnomalies(opened.sql(), 2).size(), 3U);
     EXPECT_EQ(QFile::exists(opened.files.file("inspection.db")), GetParam() == DatabaseKind::Sqlite);
+}
+
+/// The SQL statements that the documents show.
+QStringList documentedQueries() {
+    QFile file(QStringLiteral(CORRIDOR_TEST_DATA "/../../docs/data-model.md"));
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly));
+    QStringList lines =
+        QString::fromUtf8(file.readAll()).section("```sql", 1, 1).section("```", 0, 0).split('\n');
+    lines.erase(
+        std::remove_if(lines.begin(), lines.end(), [](const QString& line) { return line.startsWith("--"); }),
+        lines.end());
+    return lines.join(' ').split(';', Qt::SkipEmptyParts).filter("select");
+}
+
+TEST_P(DatabaseTest, TheDocumentedQuestionsAreAnsweredOneForEachTable) {
+    const QStringList queries = documentedQueries();
+    for (const QString& query : queries)
+        EXPECT_NO_THROW(opened.sql().queryRecord(query.toStdString())) << query.toStdString();
+    for (const StoredTable& table : storedTables())
+        EXPECT_FALSE(queries.filter("from " + QString::fromStdString(table.name)).isEmpty()) << table.name;
 }
 
 } // namespace
