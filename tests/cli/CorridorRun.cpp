@@ -42,7 +42,8 @@ void signalWhen(QProcess& process, const QStringList& arguments, const QString& 
     while (isRunning && !process.peek(process.bytesAvailable()).contains(message.toUtf8())) {
         isRunning = process.waitForReadyRead(120000);
     }
-    EXPECT_TRUE(isRunning) << message.toStdString();
+    // A process that has ended has the number 0, which means all of this test's group.
+    ASSERT_TRUE(isRunning) << message.toStdString();
     EXPECT_EQ(kill(static_cast<pid_t>(process.processId()), signal), 0);
 }
 

@@ -46,6 +46,7 @@ protected:
         ASSERT_EQ(corridor({"project", "set-database", other.folder(), url}).status, 0);
         server.run("delete from station", name);
         server.run("delete from pipe_node", name);
+        server.run("delete from project_revision", name);
         server.run("drop table schema_version", name);
     }
     void expectUnmoved(const QByteArray& before) const {

@@ -313,7 +313,7 @@ TEST_P(EditedValuesTest, WhateverTheUserWritesIsStoredAndReadBackExactly) {
 }
 
 TEST_P(EditedValuesTest, TenMegabytesAreAValueToo) {
-    expectStoredUndoneAndMadeAgain(QString("管道'巡\"检").repeated(620000));
+    expectStoredUndoneAndMadeAgain(QString("管道'巡\"检").repeated(760000));
     EXPECT_GT(gbkToUtf8(attribute()).size(), 10U << 20U);
     EXPECT_TRUE(checkProject(project.description(), project.sql()).empty());
     expectStoredUndoneAndMadeAgain("短");
