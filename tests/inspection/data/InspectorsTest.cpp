@@ -10,7 +10,9 @@
 
 #include <QStringList>
 
+#include <functional>
 #include <future>
+#include <utility>
 
 namespace {
 
@@ -30,6 +32,9 @@ struct Inspector {
                          [this](const QString& message) { refusals << message; });
         history.setConflictQuestion([this](const QString& question) {
             questions << question;
+            if (whileAsked) {
+                std::exchange(whileAsked, {})();
+            }
             return replaces;
         });
     }
@@ -61,6 +66,7 @@ struct Inspector {
         return row ? fromGbk(std::get<std::string>(row->at("attribute"))) : QString();
     }
     void undo() { history.TakeUndo()->Undo(true); }
+    void look() { history.takeStepsOfOthers(readRevision(database)); }
 
     KV_MySQL database;
     const QString name;
@@ -70,6 +76,7 @@ struct Inspector {
     QStringList questions;
     QStringList refusals;
     bool replaces = false;
+    std::function<void()> whileAsked;
 };
 
 class InspectorsTest : public testing::TestWithParam<DatabaseKind> {
@@ -107,6 +114,29 @@ TEST_P(InspectorsTest, TheUserMayReplaceWhatSomebodyElseDidAndTakeThatBack) {
     wang.undo();
     wang.undo();
     EXPECT_EQ(wang.attribute(id), "阀室") << "as it was before, not as it was shown";
+}
+
+TEST_P(InspectorsTest, WhatIsChangedWhileTheUserThinksIsAskedAboutAgain) {
+    const std::int64_t id = li.add("甲");
+    const std::int64_t shown = wang.shownVersion(id);
+    ASSERT_FALSE(li.describe(id, "阀室", 0));
+    wang.replaces = true;
+    wang.whileAsked = [&] { ASSERT_FALSE(li.describe(id, "弯头", 0)); };
+    ASSERT_FALSE(wang.describe(id, "三通", shown));
+    ASSERT_EQ(wang.questions.size(), 2);
+    EXPECT_TRUE(wang.questions[1].contains("为 弯头")) << wang.questions[1].toStdString();
+    EXPECT_EQ(wang.attribute(id), "三通");
+}
+
+TEST_P(InspectorsTest, TheQuestionTellsAnUndoFromAnEdit) {
+    const std::int64_t id = li.add("甲");
+    ASSERT_FALSE(li.describe(id, "阀室", 0));
+    const std::int64_t shown = wang.shownVersion(id);
+    li.undo();
+    EXPECT_TRUE(wang.describe(id, "三通", shown));
+    ASSERT_EQ(wang.questions.size(), 1);
+    EXPECT_TRUE(wang.questions[0].contains("（撤销：编辑特殊点 为 阀室）"))
+        << wang.questions[0].toStdString();
 }
 
 TEST_P(InspectorsTest, WithoutAnybodyElseNothingIsAskedHoweverOldWhatTheUserSees) {
@@ -204,33 +234,33 @@ TEST_P(InspectorsTest, AnUndoNeverTakesAwayWhatSomebodyElseDidLater) {
 }
 
 TEST_P(InspectorsTest, EveryStepOfOthersIsSeenOnceWithTheRowsAsTheyAreNow) {
-    wang.history.takeStepsOfOthers();
+    wang.look();
     EXPECT_TRUE(wang.seen.empty());
     const std::int64_t id = li.add("甲");
     ASSERT_FALSE(li.describe(id, "阀室", 0));
-    wang.history.takeStepsOfOthers();
+    wang.look();
     ASSERT_EQ(wang.seen.size(), 1U) << "one change for the row, not one for each edit";
     EXPECT_FALSE(wang.seen[0].before);
     EXPECT_EQ(wang.seen[0].after, readRow(wang.database, "special_point", id));
     wang.seen.clear();
-    wang.history.takeStepsOfOthers();
+    wang.look();
     EXPECT_TRUE(wang.seen.empty());
     li.undo();
-    wang.history.takeStepsOfOthers();
+    wang.look();
     ASSERT_EQ(wang.seen.size(), 1U);
     EXPECT_EQ(wang.seen[0].after, readRow(wang.database, "special_point", id));
     li.undo();
-    wang.history.takeStepsOfOthers();
+    wang.look();
     ASSERT_EQ(wang.seen.size(), 1U);
     EXPECT_FALSE(wang.seen[0].after);
 }
 
 TEST_P(InspectorsTest, AnUndoThatANewEditHasDroppedIsSeenAllTheSame) {
     const std::int64_t id = li.add("甲");
-    wang.history.takeStepsOfOthers();
+    wang.look();
     li.undo();
     li.add("乙");
-    wang.history.takeStepsOfOthers();
+    wang.look();
     ASSERT_FALSE(wang.seen.empty());
     EXPECT_EQ(wang.seen.front().id, id);
     EXPECT_TRUE(wang.seen.front().before);
@@ -242,7 +272,7 @@ TEST_P(InspectorsTest, OwnEditsAreNotAnnouncedAsThoseOfOthers) {
     li.add("甲");
     wang.add("乙");
     wang.add("丙");
-    wang.history.takeStepsOfOthers();
+    wang.look();
     ASSERT_EQ(wang.seen.size(), 1U);
     EXPECT_EQ(fromGbk(std::get<std::string>(wang.seen[0].after->at("name"))), "甲");
 }
@@ -254,10 +284,10 @@ TEST_P(InspectorsTest, AReplacementOfTablesMakesOthersReadEverythingAnew) {
         noteReplacement(li.database, li.name, "anomaly", "计算 1 个站段的异常");
         transaction.commit();
     }
-    wang.history.takeStepsOfOthers();
+    wang.look();
     EXPECT_EQ(wang.replacements, 1);
     EXPECT_TRUE(wang.history.CanUndo());
-    wang.history.takeStepsOfOthers();
+    wang.look();
     EXPECT_EQ(wang.replacements, 1);
     EXPECT_FALSE(li.history.CanUndo()) << "a replacement is no edit";
 }
@@ -265,7 +295,7 @@ TEST_P(InspectorsTest, AReplacementOfTablesMakesOthersReadEverythingAnew) {
 TEST_P(InspectorsTest, WhoOnlyLooksOnSeesEverybodysEditsAndChangesNothing) {
     Inspector reader(m_url, QString());
     const std::int64_t id = li.add("甲");
-    reader.history.takeStepsOfOthers();
+    reader.look();
     EXPECT_EQ(reader.seen.size(), 1U);
     EXPECT_FALSE(reader.history.CanUndo());
     const Status failure = reader.describe(id, "三通", reader.shownVersion(id));
@@ -286,7 +316,7 @@ TEST_P(InspectorsTest, EditsAtTheSameTimeWaitForEachOther) {
     auto other = std::async(std::launch::async, work, "zhao@field:/line", 1000);
     work("qian@field:/line", 2000);
     other.get();
-    li.history.takeStepsOfOthers();
+    li.look();
     EXPECT_EQ(li.seen.size(), 2U * kEdits);
     EXPECT_EQ(readRevision(li.database), 2 * kEdits);
 }

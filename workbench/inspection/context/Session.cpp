@@ -83,13 +83,13 @@ void Session::watchOthers() {
     m_watch->start();
 }
 
-void Session::takeStepsOfOthers() {
+void Session::takeStepsOfOthers(qint64 newestRevision) {
     // What a box tells or asks about must not change while it stands.
     if (m_isBoxOpen || !m_database) {
         return;
     }
     try {
-        m_history.takeStepsOfOthers();
+        m_history.takeStepsOfOthers(newestRevision);
     } catch (const mysqlhelper::KV_MySQL_Exception& exception) {
         std::cout << exception.what() << std::endl;
     }

@@ -76,7 +76,7 @@ private:
     Status readHistory();
     void forget();
     void watchOthers();
-    void takeStepsOfOthers();
+    void takeStepsOfOthers(qint64 newestRevision);
 
     QPointer<QWidget> m_mainWindow;
     std::optional<Project> m_project;

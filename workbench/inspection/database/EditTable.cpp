@@ -5,6 +5,7 @@
 #include "workbench/inspection/database/Revision.h"
 
 #include <QDateTime>
+#include <QObject>
 
 #include <algorithm>
 
@@ -50,8 +51,12 @@ EditStep stepOf(const KV_Record& row) {
     step.inspector = textField(row, "inspector");
     step.description = textField(row, "description");
     const RowChanges changes = changesField(row);
-    step.changes = flagField(row, "is_undone") ? reversed(changes) : changes;
     step.isReplacement = changes.empty();
+    step.changes = changes;
+    if (flagField(row, "is_undone")) {
+        step.changes = reversed(changes);
+        step.description = QObject::tr("撤销：%1").arg(step.description);
+    }
     return step;
 }
 

@@ -23,7 +23,7 @@ bool EditTransaction::update(const std::string& table, std::int64_t id, const KV
                              std::int64_t seenVersion) {
     auto before = readRow(m_database, table, id);
     if (!before) {
-        m_conflicts.push_back({table, id, {}, true});
+        m_conflicts.push_back({table, id, {}, 0, true});
         return false;
     }
     check(table, *before, seenVersion);
@@ -46,9 +46,9 @@ void EditTransaction::remove(const std::string& table, std::int64_t id, std::int
 }
 
 void EditTransaction::check(const std::string& table, const KV_Record& row, std::int64_t seenVersion) {
-    EditConflict conflict{table, 0, {}, false};
+    EditConflict conflict{table, 0, {}, versionOf(row), false};
     takeField(row, "id", conflict.id);
-    if (!m_own.isCurrent(table, conflict.id, seenVersion, versionOf(row))) {
+    if (!m_own.isCurrent(table, conflict.id, seenVersion, conflict.version)) {
         takeField(row, "name", conflict.name);
         m_conflicts.push_back(std::move(conflict));
     }

@@ -11,7 +11,8 @@ namespace inspection {
 struct EditConflict {
     std::string table;
     std::int64_t id = 0;
-    std::string name; ///< GBK; empty for a row that is gone
+    std::string name;         ///< GBK; empty for a row that is gone
+    std::int64_t version = 0; ///< that is stored now
     bool isGone = false;
 };
 

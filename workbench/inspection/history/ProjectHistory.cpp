@@ -34,6 +34,16 @@ RowChanges changesUntilNow(KV_MySQL& database, const std::vector<EditStep>& step
     return changes;
 }
 
+/// While the user was asked, somebody may have changed the rows again.
+bool areSettled(const std::vector<EditConflict>& conflicts, const std::vector<EditConflict>& settled) {
+    return std::all_of(conflicts.begin(), conflicts.end(), [&](const EditConflict& conflict) {
+        return std::any_of(settled.begin(), settled.end(), [&](const EditConflict& known) {
+            return known.table == conflict.table && known.id == conflict.id &&
+                   known.version == conflict.version && known.isGone == conflict.isGone;
+        });
+    });
+}
+
 } // namespace
 
 /// An edit as the tools see it. The history owns it.
@@ -98,14 +108,16 @@ Status ProjectHistory::perform(const QString& description, const Work& work) {
                        false};
     }
     try {
-        const auto conflicts = tryToStore(description, work, false);
-        if (!conflicts.empty()) {
+        std::vector<EditConflict> conflicts;
+        for (;;) {
+            conflicts = tryToStore(description, work, conflicts);
+            if (conflicts.empty()) {
+                return std::nullopt;
+            }
             if (Status failure = askAbout(conflicts)) {
                 return failure;
             }
-            tryToStore(description, work, true);
         }
-        return std::nullopt;
     } catch (const KV_MySQL_Exception& exception) {
         std::cout << exception.what() << std::endl;
         const QString cause = QString::fromUtf8(exception.what());
@@ -114,10 +126,10 @@ Status ProjectHistory::perform(const QString& description, const Work& work) {
 }
 
 std::vector<EditConflict> ProjectHistory::tryToStore(const QString& description, const Work& work,
-                                                     bool mayReplace) {
+                                                     const std::vector<EditConflict>& settled) {
     EditTransaction edit(*m_database, m_ownVersions);
     work(edit);
-    if (!edit.conflicts().empty() && !mayReplace) {
+    if (!areSettled(edit.conflicts(), settled)) {
         return edit.conflicts();
     }
     if (edit.changes().empty()) {
@@ -168,16 +180,15 @@ void ProjectHistory::noteOwn(const RowChanges& changes, std::int64_t revision) {
     }
 }
 
-void ProjectHistory::takeStepsOfOthers() {
-    const std::int64_t newest = m_database != nullptr ? readRevision(*m_database) : m_seenRevision;
-    if (newest == m_seenRevision) {
+void ProjectHistory::takeStepsOfOthers(std::int64_t newestRevision) {
+    if (m_database == nullptr || newestRevision <= m_seenRevision) {
         return;
     }
     const std::vector<EditStep> steps = readSteps(*m_database, m_seenRevision, m_inspector);
     const RowChanges changes = changesUntilNow(*m_database, steps);
     const bool isReplaced =
         std::any_of(steps.begin(), steps.end(), [](const EditStep& step) { return step.isReplacement; });
-    m_seenRevision = newest;
+    m_seenRevision = newestRevision;
     if (isReplaced) {
         reload(); // edits of rows that are no longer
         emit replacedByOthers();

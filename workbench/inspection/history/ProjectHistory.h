@@ -35,13 +35,13 @@ public:
     void setConflictQuestion(Question question) { m_mayReplace = std::move(question); }
 
     /// Makes an edit of everything that `work` changes, which drops what could be redone. Work that changes
-    /// nothing is no edit. On failure nothing is changed and nothing recorded. `work` may be called twice:
-    /// once more after the user has decided to replace what others did.
+    /// nothing is no edit. On failure nothing is changed and nothing recorded. `work` is called once more
+    /// after the user has decided to replace what others did.
     Status perform(const QString& description, const Work& work);
 
-    /// Announces what others did since the last time, when the database's revision is another one now.
-    /// Throws KV_MySQL_Exception.
-    void takeStepsOfOthers();
+    /// Announces what others did since the last time; `newestRevision` is the project's now. Throws
+    /// KV_MySQL_Exception.
+    void takeStepsOfOthers(std::int64_t newestRevision);
 
     bool CanUndo() override { return m_undoable != 0 && !m_isRestarting; }
     bool CanRedo() override { return m_undoable != m_edits.size(); }
@@ -79,8 +79,9 @@ private:
     void step(Edit& edit, bool isUndo, bool refresh);
     void refuse(const QString& message);
     RowChanges carryOut(const StoredEdit& edit, bool isUndo, std::int64_t revision);
-    /// Stores the edit, unless it meets with conflicts, which are the answer, and may not replace.
-    std::vector<EditConflict> tryToStore(const QString& description, const Work& work, bool mayReplace);
+    /// Stores the edit, unless it meets with other conflicts than the user has settled; they are the answer.
+    std::vector<EditConflict> tryToStore(const QString& description, const Work& work,
+                                         const std::vector<EditConflict>& settled);
     /// Nothing when the user wants to replace what others did.
     Status askAbout(const std::vector<EditConflict>& conflicts);
     void noteOwn(const RowChanges& changes, std::int64_t revision);
