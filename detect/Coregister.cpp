@@ -1,5 +1,6 @@
 #include "detect/Coregister.h"
 
+#include "detect/CoarseShift.h"
 #include "detect/OrderedWork.h"
 #include "detect/RobustStatistics.h"
 #include "detect/StableSample.h"
@@ -47,6 +48,11 @@ public:
     }
     /// Lengths of a cell along column and row, metres.
     Point cellMetres() const { return {std::hypot(m_step[0], m_step[1]), std::hypot(m_step[2], m_step[3])}; }
+    /// Cells as a map shift.
+    Shift toMetres(const CellShift& cells) const {
+        return {cells.columns * m_step[0] + cells.rows * m_step[2],
+                cells.columns * m_step[1] + cells.rows * m_step[3]};
+    }
     /// A map shift in cells.
     Point toCells(double east, double north) const {
         return {(east * m_step[3] - north * m_step[2]) / m_determinant,
@@ -209,7 +215,10 @@ public:
 
     /// Refines `found`, which holds the bias; leaves it as it is where no shift can be told or none helps.
     std::optional<Failure> refine(Coregistration& found, const Progress& progress) {
-        Shift shift;
+        auto coarse = findCoarseShift(m_layout, m_sample.patches);
+        if (auto* failure = std::get_if<Failure>(&coarse))
+            return *failure;
+        Shift shift = m_frame.toMetres(std::get<CellShift>(coarse));
         std::optional<RobustCentre> level;
         for (bool settled = false; !settled && found.iterations < mostIterations; ++found.iterations) {
             if (progress && !progress(static_cast<double>(found.iterations) / mostIterations))

@@ -64,6 +64,29 @@ TEST(Coregistration, FullFindsAShiftOfSeveralCells) {
     EXPECT_NEAR(found.dzMetres, -1.1, 0.02);
 }
 
+TEST(Coregistration, FullFindsAShiftOfManyCells) {
+    for (const Point& shift : {Point{-19.3, 14.2}, Point{27.15, 3.4}, Point{0.2, -29.9}}) {
+        const Coregistration found = estimate(shiftedHills(shift.x, shift.y, 0.7, 0.05));
+        EXPECT_NEAR(found.dxMetres, shift.x, 0.03);
+        EXPECT_NEAR(found.dyMetres, shift.y, 0.03);
+        EXPECT_NEAR(found.dzMetres, 0.7, 0.02);
+    }
+}
+
+TEST(Coregistration, FullFindsAShiftOfManyCellsThoughAThirdOfTheGroundHasChanged) {
+    Request request = shiftedHills(-21.4, 16.1, -0.3, 0.05);
+    Random random(23);
+    const auto noise = [&] { return 0.05 * (random() + random() - 1.0); };
+    writeRaster(request.newRaster, hillPlan(), [&](const Point& p) {
+        const bool isChanged = std::fmod(p.x, 30.0) < 10.0;
+        return hills({p.x - 21.4, p.y + 16.1}) + 0.3 + (isChanged ? 4.0 + 3.0 * random() : 0.0) + noise();
+    });
+    const Coregistration found = estimate(request);
+    EXPECT_NEAR(found.dxMetres, -21.4, 0.1);
+    EXPECT_NEAR(found.dyMetres, 16.1, 0.1);
+    EXPECT_NEAR(found.dzMetres, -0.3, 0.1);
+}
+
 TEST(Coregistration, FullLeavesNoChangesBehindWhereOnlyTheEpochMoved) {
     Request request = shiftedHills(1.3, -0.8, 0.4, 0.05);
     request.parameters.coregistration = CoregistrationMethod::Bias;
