@@ -85,12 +85,13 @@ function(corridor_program target)
   corridor_compile_settings(${target})
 endfunction()
 
-# corridor_test(NAME SOURCES...): a GoogleTest program that runs as one CTest entry.
+# corridor_test(NAME SOURCES...): a GoogleTest program that runs as one CTest entry, by CORRIDOR_TEST_LAUNCHER where
+# that is set.
 function(corridor_test target)
   add_executable(${target} ${ARGN})
   corridor_compile_settings(${target})
   target_link_libraries(${target} PRIVATE GTest::gtest)
-  add_test(NAME ${target} COMMAND ${target})
+  add_test(NAME ${target} COMMAND ${CORRIDOR_TEST_LAUNCHER} $<TARGET_FILE:${target}>)
   if(CORRIDOR_SANITIZE OR CORRIDOR_SANITIZE_THREADS)
     set(seconds 1200)
   else()

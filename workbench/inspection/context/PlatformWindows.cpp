@@ -4,15 +4,17 @@
 #include "host/inspection/ParaSet.h"
 #include "host/inspection/StationWindow.h"
 
+#include <utility>
+
 AVWindow::AVWindow(QWidget* parent) : QWidget(parent) {}
 AVWindow::~AVWindow() = default;
 
 void AVWindow::sent_msg_undo(QString text) {
-    emit msg_undo(text);
+    emit msg_undo(std::move(text));
 }
 
 void AVWindow::sent_msg_redo(QString text) {
-    emit msg_redo(text);
+    emit msg_redo(std::move(text));
 }
 
 KVImageWindow::KVImageWindow(QWidget* parent) : QWidget(parent) {}

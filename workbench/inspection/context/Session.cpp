@@ -25,7 +25,7 @@ Session::~Session() {
 
 Status Session::open(const QString& folder) {
     close();
-    if (const Status failure = open(folder, Project::Access::Exclusive)) {
+    if (Status failure = open(folder, Project::Access::Exclusive)) {
         if (open(folder, Project::Access::ReadOnly)) {
             return failure; // it says more than the second one
         }

@@ -136,7 +136,7 @@ void forgetEdits(KV_MySQL& database, const std::string& table) {
 }
 
 void trimEdits(KV_MySQL& database) {
-    constexpr qint64 kDay = 24 * 60 * 60;
+    constexpr qint64 kDay = qint64{24} * 60 * 60;
     database.deleteRecord(kTable, "where is_dropped=1 and made_at<?", {now(kDay)});
 }
 

@@ -160,7 +160,8 @@ std::optional<RowChanges> toRowChanges(const std::string& text) {
         return std::nullopt;
     }
     RowChanges changes;
-    for (const QJsonValue& json : document.array()) {
+    const QJsonArray array = document.array();
+    for (const auto json : array) {
         const QJsonObject object = json.toObject();
         RowChange change;
         change.table = object["table"].toString().toStdString();

@@ -17,8 +17,6 @@
 
 namespace inspection {
 
-using mysqlhelper::KV_MySQL_Exception;
-
 namespace {
 
 constexpr int kReachedMilliseconds = 200;
