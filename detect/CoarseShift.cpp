@@ -14,7 +14,7 @@ constexpr int reach = 64; ///< cells
 constexpr int firstStep = 4;
 constexpr int mostPatches = 24;
 constexpr int largestSide = 192; ///< of the part of a patch that is looked at
-constexpr std::size_t wantedPoints = 8000;
+constexpr std::size_t wantedPoints = 4000;
 constexpr double muchLess = 0.7; ///< of the scatter without a shift
 constexpr double enoughPoints = 0.5;
 
@@ -32,8 +32,12 @@ CellWindow grown(const CellWindow& window) {
 /// Heights of the old epoch at some points, and the new epoch's around them.
 class Neighbourhood {
 public:
-    static std::variant<Neighbourhood, Failure> read(const PairLayout& layout, PairReader& reader,
-                                                     const Patch& patch) {
+    static std::variant<Neighbourhood, Failure> read(const PairLayout& layout, const Patch& patch) {
+        // Opened for each: of a striped raster a narrow window caches whole strips, which go with the reader.
+        auto opened = PairReader::open(layout);
+        if (auto* failure = std::get_if<Failure>(&opened))
+            return *failure;
+        auto& reader = std::get<PairReader>(opened);
         Neighbourhood made;
         made.m_points = middleOf(patch.window);
         made.m_window = intersect(grown(made.m_points), layout.overlap);
@@ -151,14 +155,10 @@ private:
 
 std::variant<CellShift, Failure> findCoarseShift(const PairLayout& layout,
                                                  const std::vector<Patch>& patches) {
-    auto opened = PairReader::open(layout);
-    if (auto* failure = std::get_if<Failure>(&opened))
-        return *failure;
-    auto& reader = std::get<PairReader>(opened);
     std::vector<Neighbourhood> places;
     const std::size_t every = std::max<std::size_t>(1, patches.size() / mostPatches);
     for (std::size_t i = 0; i < patches.size(); i += every) {
-        auto place = Neighbourhood::read(layout, reader, patches[i]);
+        auto place = Neighbourhood::read(layout, patches[i]);
         if (auto* failure = std::get_if<Failure>(&place))
             return *failure;
         places.push_back(std::get<Neighbourhood>(std::move(place)));
