@@ -67,21 +67,17 @@ int check(const std::string& folder, bool asJson) {
 } // namespace
 
 int runCheck(const std::vector<std::string>& arguments) {
-    WrongUse wrong;
-    const auto options = parseOptions(arguments, {{}, {"--json", "--help"}, 1}, wrong);
-    if (!options) {
-        return fail(command, statusWrongUse, wrong.message);
+    const auto begun = beginCommand(command, usage, arguments, {{}, {"--json", "--help"}, 1});
+    if (const int* status = std::get_if<int>(&begun)) {
+        return *status;
     }
-    if (options->has("--help")) {
-        std::fputs(usage, stdout);
-        return statusDone;
-    }
-    if (options->positional.empty()) {
+    const auto& options = std::get<Options>(begun);
+    if (options.positional.empty()) {
         return fail(command, statusWrongUse, "缺少工程文件夹");
     }
     int count = 0;
     const QCoreApplication application(count, nullptr);
-    return check(options->positional.front(), options->has("--json"));
+    return check(options.positional.front(), options.has("--json"));
 }
 
 } // namespace cli

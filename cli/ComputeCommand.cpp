@@ -81,26 +81,22 @@ int compute(const std::string& folder, const std::vector<std::uint32_t>& station
 } // namespace
 
 int runCompute(const std::vector<std::string>& arguments) {
-    WrongUse wrong;
-    const auto options = parseOptions(arguments, {{"--stations"}, {"--help"}, 1}, wrong);
-    if (!options) {
-        return fail(command, statusWrongUse, wrong.message);
+    const auto begun = beginCommand(command, usage, arguments, {{"--stations"}, {"--help"}, 1});
+    if (const int* status = std::get_if<int>(&begun)) {
+        return *status;
     }
-    if (options->has("--help")) {
-        std::fputs(usage, stdout);
-        return statusDone;
-    }
-    if (options->positional.empty()) {
+    const auto& options = std::get<Options>(begun);
+    if (options.positional.empty()) {
         return fail(command, statusWrongUse, "缺少工程文件夹");
     }
-    const auto stations = parseStations(options->value("--stations"));
-    if (options->has("--stations") && stations.empty()) {
+    const auto stations = parseStations(options.value("--stations"));
+    if (options.has("--stations") && stations.empty()) {
         return fail(command, statusWrongUse,
-                    "--stations 的值必须是以逗号分隔的站点编号：" + options->value("--stations"));
+                    "--stations 的值必须是以逗号分隔的站点编号：" + options.value("--stations"));
     }
     int count = 0;
     const QCoreApplication application(count, nullptr);
-    return compute(options->positional.front(), stations);
+    return compute(options.positional.front(), stations);
 }
 
 } // namespace cli

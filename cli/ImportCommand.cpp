@@ -109,17 +109,14 @@ int importFile(const Task& task) {
 } // namespace
 
 int runImport(const std::vector<std::string>& arguments) {
+    const auto begun = beginCommand(command, usage, arguments,
+                                    {{"--polygons", "--points", "--type"}, {"--strict", "--help"}, 1});
+    if (const int* status = std::get_if<int>(&begun)) {
+        return *status;
+    }
+    const auto& options = std::get<Options>(begun);
     WrongUse wrong;
-    const auto options =
-        parseOptions(arguments, {{"--polygons", "--points", "--type"}, {"--strict", "--help"}, 1}, wrong);
-    if (!options) {
-        return fail(command, statusWrongUse, wrong.message);
-    }
-    if (options->has("--help")) {
-        std::fputs(usage, stdout);
-        return statusDone;
-    }
-    const auto task = readTask(*options, wrong);
+    const auto task = readTask(options, wrong);
     if (!task) {
         return fail(command, statusWrongUse, wrong.message);
     }

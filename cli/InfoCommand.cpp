@@ -61,27 +61,23 @@ void print(const QJsonObject& json, const QString& indent) {
 } // namespace
 
 int runInfo(const std::vector<std::string>& arguments) {
-    WrongUse wrong;
-    const auto options = parseOptions(arguments, {{}, {"--json", "--help"}, 1}, wrong);
-    if (!options) {
-        return fail(command, statusWrongUse, wrong.message);
+    const auto begun = beginCommand(command, usage, arguments, {{}, {"--json", "--help"}, 1});
+    if (const int* status = std::get_if<int>(&begun)) {
+        return *status;
     }
-    if (options->has("--help")) {
-        std::fputs(usage, stdout);
-        return statusDone;
-    }
-    if (options->positional.empty()) {
+    const auto& options = std::get<Options>(begun);
+    if (options.positional.empty()) {
         return fail(command, statusWrongUse, "缺少工程文件夹或栅格文件");
     }
     int count = 0;
     const QCoreApplication application(count, nullptr);
-    const QString path = QString::fromStdString(options->positional.front());
+    const QString path = QString::fromStdString(options.positional.front());
     const auto info = QFileInfo(path).isDir() ? projectInfo(path) : rasterInfo(path);
     if (const auto* failure = std::get_if<inspection::Failure>(&info)) {
         return fail(command, *failure);
     }
     const auto& json = std::get<QJsonObject>(info);
-    if (options->has("--json")) {
+    if (options.has("--json")) {
         std::fputs(QJsonDocument(json).toJson().constData(), stdout);
     } else {
         print(json, QString());

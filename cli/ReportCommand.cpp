@@ -66,17 +66,13 @@ int write(const char* command, const char* title, const std::string& folder, con
 
 int run(const char* command, const char* title, const char* usage, const std::vector<std::string>& arguments,
         Writer writer) {
-    WrongUse wrong;
-    const auto options = parseOptions(arguments, {{"--out"}, {"--help"}, 1}, wrong);
-    if (!options) {
-        return fail(command, statusWrongUse, wrong.message);
+    const auto begun = beginCommand(command, usage, arguments, {{"--out"}, {"--help"}, 1});
+    if (const int* status = std::get_if<int>(&begun)) {
+        return *status;
     }
-    if (options->has("--help")) {
-        std::fputs(usage, stdout);
-        return statusDone;
-    }
-    if (options->positional.empty() || options->value("--out").empty()) {
-        return fail(command, statusWrongUse, options->positional.empty() ? "缺少工程文件夹" : "缺少 --out");
+    const auto& options = std::get<Options>(begun);
+    if (options.positional.empty() || options.value("--out").empty()) {
+        return fail(command, statusWrongUse, options.positional.empty() ? "缺少工程文件夹" : "缺少 --out");
     }
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
         qputenv("QT_QPA_PLATFORM", "offscreen"); // fonts and pictures need no display
@@ -86,7 +82,7 @@ int run(const char* command, const char* title, const char* usage, const std::ve
     int count = 0;
     const QGuiApplication application(count, nullptr);
     QLoggingCategory::setFilterRules(QString());
-    return write(command, title, options->positional.front(), options->value("--out"), writer);
+    return write(command, title, options.positional.front(), options.value("--out"), writer);
 }
 
 } // namespace
