@@ -12,6 +12,7 @@ namespace detect {
 namespace {
 
 constexpr std::int32_t coreCells = 3;
+constexpr std::int64_t leastCells = std::int64_t{coreCells} * coreCells;
 using RunIterator = std::vector<Run>::const_iterator;
 
 struct RowRuns {
@@ -37,11 +38,8 @@ bool shareCore(RowRuns a, RowRuns b, RowRuns c) {
     return false;
 }
 
-bool reaches(const std::vector<Run>& runs, double threshold) {
-    return std::any_of(runs.begin(), runs.end(), [threshold](const Run& run) {
-        const float extreme = run.sign > 0 ? run.highest : -run.lowest;
-        return extreme >= static_cast<float>(threshold);
-    });
+bool reachesLevelOfDetection(const std::vector<Run>& runs) {
+    return std::any_of(runs.begin(), runs.end(), [](const Run& run) { return run.strongest >= 1.0F; });
 }
 
 double signedArea(const Ring& ring) {
@@ -76,8 +74,12 @@ bool hasCore(const std::vector<Run>& runs) {
     return false;
 }
 
-void AnomalyBuilder::consider(const std::vector<Run>& runs) {
-    if (!reaches(runs, m_parameters.thresholdMetres) || !hasCore(runs))
+void AnomalyBuilder::consider(Component& component) {
+    if (component.cells < leastCells || !reachesLevelOfDetection(component.runs))
+        return;
+    component.putInRowOrder();
+    const std::vector<Run>& runs = component.runs;
+    if (!hasCore(runs))
         return;
     Anomaly anomaly = measure(runs);
     if (anomaly.areaSquareMetres < m_parameters.minAreaSquareMetres)
@@ -100,9 +102,11 @@ Anomaly AnomalyBuilder::measure(const std::vector<Run>& runs) const {
         const double cellArea = m_grid.cellAreaSquareMetres(run.row);
         anomaly.cells += run.cells();
         anomaly.areaSquareMetres += cellArea * run.cells();
-        anomaly.fillCubicMetres += cellArea * run.raised;
-        anomaly.cutCubicMetres -= cellArea * run.sunk;
-        dzSum += run.raised + run.sunk;
+        const double raised = static_cast<double>(run.raised) * sumUnitMetres;
+        const double sunk = static_cast<double>(run.sunk) * sumUnitMetres;
+        anomaly.fillCubicMetres += cellArea * raised;
+        anomaly.cutCubicMetres -= cellArea * sunk;
+        dzSum += raised + sunk;
         columnSum += run.cells() * (run.begin + run.end) / 2.0;
         rowSum += run.cells() * (run.row + 0.5);
         lowest = std::min(lowest, run.lowest);

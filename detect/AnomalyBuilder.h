@@ -1,8 +1,7 @@
 #pragma once
 
-#include "detect/Detection.h"
+#include "detect/Component.h"
 #include "detect/Grid.h"
-#include "detect/Runs.h"
 
 #include <optional>
 
@@ -13,10 +12,10 @@ class AnomalyBuilder {
 public:
     AnomalyBuilder(const Grid& grid, const Parameters& parameters) : m_grid(grid), m_parameters(parameters) {}
 
-    /// Runs of one component in row order. Nothing when it never reaches the threshold, is smaller than the
+    /// Takes a finished component, whose runs it brings in row order when they are worth a look. Nothing when it never reaches the threshold, is smaller than the
     /// least area, or has no 3 x 3 block of cells (slivers along walls and edges are artefacts of
     /// registration).
-    void consider(const std::vector<Run>& runs);
+    void consider(Component& component);
 
     /// All anomalies in order of their first cell (row by row), named A0001 and on.
     std::vector<Anomaly> takeAnomalies();

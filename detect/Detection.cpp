@@ -1,13 +1,13 @@
 #include "detect/Detection.h"
 
 #include "detect/AnomalyBuilder.h"
+#include "detect/BlockWorker.h"
 #include "detect/Coregister.h"
 #include "detect/DifferenceRaster.h"
 #include "detect/GdalErrors.h"
-#include "detect/Labeller.h"
 #include "detect/OrderedWork.h"
 #include "detect/RasterPair.h"
-#include "detect/ResamplingArtefacts.h"
+#include "detect/RowMerger.h"
 
 #include <chrono>
 #include <cmath>
@@ -16,7 +16,6 @@ namespace detect {
 
 namespace {
 
-constexpr std::int64_t blockCells = std::int64_t{1} << 20;
 constexpr double coregistrationShare = 0.1;
 
 int threadsFor(const Parameters& parameters) {
@@ -25,139 +24,29 @@ int threadsFor(const Parameters& parameters) {
     return static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
 }
 
+bool isUsable(const Significance& s) {
+    const auto positive = [](double metres) { return metres > 0.0 && std::isfinite(metres); };
+    if (s.oldSigmaMetres.has_value() != s.newSigmaMetres.has_value())
+        return false;
+    if (s.oldSigmaMetres && !(positive(*s.oldSigmaMetres) && positive(*s.newSigmaMetres)))
+        return false;
+    return s.confidence > 0.0 && s.confidence < 1.0;
+}
+
 std::optional<Failure> checkParameters(const Parameters& p) {
-    if (!(p.thresholdMetres > 0.0) || !std::isfinite(p.thresholdMetres))
+    const bool thresholdNeeded = !p.significance;
+    if (!(p.thresholdMetres > 0.0 || (p.thresholdMetres == 0.0 && !thresholdNeeded)) ||
+        !std::isfinite(p.thresholdMetres))
         return Failure{"参数错误：阈值必须大于 0", false};
+    if (p.significance && !isUsable(*p.significance))
+        return Failure{"参数错误：标准差必须大于 0，置信度必须在 0 与 1 之间", false};
     if (!(p.growRatio > 0.0 && p.growRatio <= 1.0))
         return Failure{"参数错误：生长比例必须在 0 与 1 之间", false};
-    if (!(p.minAreaSquareMetres >= 0.0) || p.blockRows < 0 || p.threads < 0)
+    if (!(p.minAreaSquareMetres >= 0.0) || p.blockRows < 0 || p.blockColumns < 0 ||
+        p.threads < 0)
         return Failure{"参数错误：最小面积、块行数和线程数不能为负", false};
     return std::nullopt;
 }
-
-/// Block rows of the overlap, along the old raster's own tiles so that none is decoded twice.
-class BlockRows {
-public:
-    BlockRows(const PairLayout& layout, int askedRows) : m_overlap(layout.overlap) {
-        m_rows = askedRows > 0 ? askedRows : chooseRows(layout);
-        m_first = m_overlap.row / m_rows;
-    }
-    int count() const { return (m_overlap.row + m_overlap.rows - 1) / m_rows - m_first + 1; }
-    CellWindow at(int index) const {
-        return intersect(m_overlap,
-                         {m_overlap.column, (m_first + index) * m_rows, m_overlap.columns, m_rows});
-    }
-
-private:
-    static int chooseRows(const PairLayout& layout) {
-        const auto wanted = static_cast<int>(std::max<std::int64_t>(1, blockCells / layout.overlap.columns));
-        const int tile = layout.oldRaster.tileRows;
-        // A single strip over the whole raster is no unit of work.
-        return tile > 1024 ? std::max(1, wanted) : std::max(1, wanted / tile) * tile;
-    }
-
-    CellWindow m_overlap;
-    int m_rows = 1;
-    int m_first = 0;
-};
-
-struct Block {
-    CellWindow window;
-    std::vector<Run> runs;
-    std::vector<float> dz; ///< packed rows; empty unless asked for
-    std::int64_t compared = 0;
-};
-
-/// Reads one block row of both epochs and finds the runs in it. One for each thread.
-class BlockWorker {
-public:
-    struct Task {
-        const BlockRows* blocks = nullptr;
-        CellWindow overlap;
-        Shift shift;
-        float biasMetres = 0.0F;
-        float growThresholdMetres = 0.0F;
-        /// Cells around that tell resampling artefacts; 0 when heights come untouched.
-        int artefactReach = 0;
-        bool keepDz = false;
-    };
-
-    BlockWorker(PairReader reader, const Task& task)
-        : m_reader(std::move(reader)), m_task(task), m_finder(task.growThresholdMetres),
-          m_artefacts(task.artefactReach, task.growThresholdMetres) {}
-
-    std::variant<Block, Failure> operator()(int index) {
-        Block block;
-        block.window = m_task.blocks->at(index);
-        const CellWindow read = withNeighbours(block.window);
-        if (auto failure = readBoth(read))
-            return *failure;
-        const auto columns = static_cast<std::size_t>(block.window.columns);
-        const std::size_t firstCell = static_cast<std::size_t>(block.window.row - read.row) * columns;
-        m_dz.resize(static_cast<std::size_t>(block.window.cells()));
-        if (m_task.artefactReach > 0) {
-            const int firstRow = block.window.row - read.row;
-            m_artefacts.mark(m_old.data(), m_new.data(), read.columns, read.rows, firstRow,
-                             firstRow + block.window.rows, m_flags);
-        }
-        for (int row = 0; row < block.window.rows; ++row) {
-            const std::size_t line = static_cast<std::size_t>(row) * columns;
-            const std::uint8_t* artefacts =
-                m_task.artefactReach > 0 ? m_flags.data() + firstCell + line : nullptr;
-            float* dz = m_dz.data() + line;
-            block.compared +=
-                subtract(m_old.data() + firstCell + line, m_new.data() + firstCell + line, columns, dz);
-            m_finder.find(dz, block.window.columns, block.window.row + row, block.window.column, block.runs,
-                          artefacts);
-        }
-        dropLonelyRuns(block.runs, block.window.row, block.window.row + block.window.rows - 1);
-        if (m_task.keepDz)
-            block.dz = m_dz;
-        return block;
-    }
-
-private:
-    CellWindow withNeighbours(CellWindow window) const {
-        const int neighbours = m_task.artefactReach > 0 ? m_artefacts.neighbourRows() : 0;
-        window.row -= neighbours;
-        window.rows += 2 * neighbours;
-        return intersect(window, m_task.overlap);
-    }
-
-    /// Leaves the new heights with the bias removed.
-    std::optional<Failure> readBoth(const CellWindow& window) {
-        const auto cells = static_cast<std::size_t>(window.cells());
-        m_old.resize(cells);
-        m_new.resize(cells);
-        if (auto failure = m_reader.readOld(window, m_old.data()))
-            return failure;
-        if (auto failure = m_reader.readNew(window, m_task.shift, m_new.data()))
-            return failure;
-        for (float& height : m_new)
-            height += m_task.biasMetres;
-        return std::nullopt;
-    }
-
-    /// Returns how many cells have a dZ.
-    static std::int64_t subtract(const float* oldHeights, const float* newHeights, std::size_t columns,
-                                 float* dz) {
-        std::int32_t valid = 0;
-        for (std::size_t i = 0; i < columns; ++i) {
-            dz[i] = newHeights[i] - oldHeights[i];
-            valid += static_cast<std::int32_t>(dz[i] == dz[i]);
-        }
-        return valid;
-    }
-
-    PairReader m_reader;
-    Task m_task;
-    RunFinder m_finder;
-    ResamplingArtefacts m_artefacts;
-    std::vector<float> m_old;
-    std::vector<float> m_new;
-    std::vector<float> m_dz;
-    std::vector<std::uint8_t> m_flags;
-};
 
 /// One call of detectChanges.
 class Detector {
@@ -223,20 +112,13 @@ private:
 
     std::optional<Failure> findAnomalies() {
         const Parameters& parameters = m_request.parameters;
-        const BlockRows blocks(m_layout, parameters.blockRows);
-        BlockWorker::Task task;
-        task.blocks = &blocks;
-        task.overlap = m_layout.overlap;
-        task.shift = {m_result.coregistration.dxMetres, m_result.coregistration.dyMetres};
-        task.biasMetres = static_cast<float>(m_result.coregistration.dzMetres);
-        task.growThresholdMetres = static_cast<float>(parameters.thresholdMetres * parameters.growRatio);
-        if (!m_layout.offset || !task.shift.none())
-            task.artefactReach =
-                ResamplingArtefacts::reachCells(m_layout.oldRaster.grid, m_layout.newRaster.grid);
-        task.keepDz = m_dzRaster.has_value();
-
-        AnomalyBuilder builder(m_layout.oldRaster.grid, parameters);
-        Labeller labeller([&builder](const std::vector<Run>& runs) { builder.consider(runs); });
+        const Grid& grid = m_layout.oldRaster.grid;
+        const BlockPlan plan(m_layout.oldRaster, m_layout.overlap, parameters.blockRows,
+                             parameters.blockColumns);
+        const BlockTask task = taskFor(plan);
+        AnomalyBuilder builder(grid, parameters);
+        Labeller labeller([&builder](Component& component) { builder.consider(component); });
+        RowMerger merger(plan.across(), labeller);
         int done = 0;
         const auto makeWorker = [&]() -> std::variant<BlockWorker, Failure> {
             auto reader = PairReader::open(m_layout);
@@ -244,19 +126,18 @@ private:
                 return *failure;
             return BlockWorker(std::get<PairReader>(std::move(reader)), task);
         };
-        const auto take = [&](const Block& block) -> std::optional<Failure> {
+        const auto take = [&](Block block) -> std::optional<Failure> {
             m_result.cells += block.compared;
-            for (const Run& run : block.runs)
-                labeller.add(run);
+            merger.add(std::move(block.found));
             if (m_dzRaster)
                 if (auto failure = m_dzRaster->write(block.window, block.dz))
                     return failure;
-            const double share = static_cast<double>(++done) / blocks.count();
+            const double share = static_cast<double>(++done) / plan.count();
             if (!report(coregistrationShare + (1.0 - coregistrationShare) * share))
                 return Failure{"已取消", true};
             return std::nullopt;
         };
-        if (auto failure = workInOrder<Block>(blocks.count(), m_threads, makeWorker, take))
+        if (auto failure = workInOrder<Block>(plan.count(), m_threads, makeWorker, take))
             return failure;
         if (m_result.cells == 0)
             return nothingInWindow(failureOf(m_layout.newRaster.path,
@@ -264,6 +145,19 @@ private:
         labeller.finish();
         m_result.anomalies = builder.takeAnomalies();
         return std::nullopt;
+    }
+
+    BlockTask taskFor(const BlockPlan& plan) const {
+        const Coregistration& coregistration = m_result.coregistration;
+        const Grid& grid = m_layout.oldRaster.grid;
+        BlockTask task{plan, m_layout.overlap, HeightCorrection(coregistration, grid)};
+        task.shift = {coregistration.dxMetres, coregistration.dyMetres};
+        task.level = LevelOfDetection(m_request.parameters, DifferenceSigma{}, grid);
+        task.growRatio = m_request.parameters.growRatio;
+        if (!m_layout.offset || !task.shift.none())
+            task.artefactReach = ResamplingArtefacts::reachCells(grid, m_layout.newRaster.grid);
+        task.keepDz = m_dzRaster.has_value();
+        return task;
     }
 
     bool report(double done) const { return !m_progress || m_progress(done); }

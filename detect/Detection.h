@@ -24,35 +24,79 @@ struct Box {
     double yMax = 0.0;
 };
 
+/// A rectangle of cells, `column` and `row` being the first.
+struct CellWindow {
+    int column = 0;
+    int row = 0;
+    int columns = 0;
+    int rows = 0;
+
+    bool empty() const { return columns <= 0 || rows <= 0; }
+    std::int64_t cells() const { return std::int64_t{columns} * rows; }
+};
+
 enum class CoregistrationMethod { None, Bias, Full };
 
 /// What must be added to the new epoch's coordinates so that it lies on the old one.
-/// Lengths in metres, x east, y north; the cell figures are in cells of the old raster.
+/// Lengths in metres, x east, y north; the cell figures are in cells of the old raster. What it does to the
+/// heights is HeightCorrection.
 struct Coregistration {
     CoregistrationMethod method = CoregistrationMethod::None;
     double dxMetres = 0.0;
     double dyMetres = 0.0;
-    double dzMetres = 0.0;
+    double dzMetres = 0.0; ///< at the middle of the old raster's grid
+    /// Tilt plane about that middle, metres per metre, added to the new heights like the bias.
+    double tiltEast = 0.0;
+    double tiltNorth = 0.0;
     double dxCells = 0.0;
     double dyCells = 0.0;
     int iterations = 0;
     /// Normalised median absolute deviation of dZ, before and after (Höhle & Höhle 2009).
     double nmadBeforeMetres = 0.0;
     double nmadAfterMetres = 0.0;
+    /// Share of the sampled cells that the last fit counts as stable ground (0 .. 1): those within three NMAD
+    /// of the level, the NMAD being that of the cells kept before (so that changes do not widen it).
+    double stableShare = 0.0;
+    /// Uncertainty of dZ as stable ground shows it after co-registration (with None: about its own level). One
+    /// standard deviation at a cell with the slope angle a of the old surface is the root of
+    ///     sigmaMetres^2 + (sigmaPerSlopeMetres tan a)^2.
+    /// Both are zero for epochs that agree perfectly; the second is zero where slopes show no influence.
+    double sigmaMetres = 0.0;
+    double sigmaPerSlopeMetres = 0.0;
+    /// Why Full leaves the new epoch where it is horizontally (Chinese, UTF-8, one line): no shift that can be
+    /// trusted. Empty when nothing was refused, also when no shift was needed.
+    std::string refusal;
+};
+
+/// A change must be significant against the uncertainty of both surveys, not only large.
+struct Significance {
+    /// Standard deviation of the heights of each epoch on level ground, metres; both or neither. Without
+    /// them the scatter of dZ on stable ground tells.
+    std::optional<double> oldSigmaMetres;
+    std::optional<double> newSigmaMetres;
+    /// Two-sided: the chance that dZ of a stable cell stays below its level of detection.
+    double confidence = 0.95;
 };
 
 struct Parameters {
-    /// A component needs at least one cell with |dZ| at or above this (metres) ...
+    /// A component needs at least one cell with |dZ| at or above its level of detection: this (metres), or
+    /// what is significant there where that is more ...
     double thresholdMetres = 0.5;
-    /// ... and grows over neighbours with |dZ| at or above thresholdMetres * growRatio and the same sign.
+    /// ... and grows over neighbours of the same sign with |dZ| at or above growRatio times theirs
+    /// (hysteresis).
     double growRatio = 0.5;
+    std::optional<Significance> significance;
     /// Components smaller than this (square metres on the ground) are dropped.
     double minAreaSquareMetres = 4.0;
     CoregistrationMethod coregistration = CoregistrationMethod::Bias;
+    /// With CoregistrationMethod::Full, level a tilt plane between the epochs too; also where the shift is
+    /// refused. Without Full it has no effect.
+    bool tilt = false;
     /// Worker threads; 0 means one for each processor.
     int threads = 0;
-    /// Rows of one block; 0 chooses by raster width. Results never depend on it.
+    /// Rows and columns of one block; 0 chooses by the raster's tiles. Results never depend on them.
     int blockRows = 0;
+    int blockColumns = 0;
 };
 
 enum class Kind { Fill, Cut };

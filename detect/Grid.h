@@ -9,17 +9,6 @@
 
 namespace detect {
 
-/// A rectangle of cells, `column` and `row` being the first.
-struct CellWindow {
-    int column = 0;
-    int row = 0;
-    int columns = 0;
-    int rows = 0;
-
-    bool empty() const { return columns <= 0 || rows <= 0; }
-    std::int64_t cells() const { return std::int64_t{columns} * rows; }
-};
-
 CellWindow intersect(const CellWindow& a, const CellWindow& b);
 
 /// An affine map of the plane in GDAL's order: x' = c0 + c1 x + c2 y, y' = c3 + c4 x + c5 y.

@@ -7,8 +7,8 @@ namespace detect {
 
 namespace {
 
-constexpr std::size_t keptCapacity = 64;
 constexpr std::uint32_t none = 0xFFFFFFFFU;
+constexpr std::size_t unknown = static_cast<std::size_t>(-1);
 
 /// True when a measured run of this sign, not a gap, covers the column. `from` moves right with the columns
 /// asked.
@@ -18,35 +18,17 @@ bool covers(const std::vector<Run>& runs, std::size_t& from, std::int32_t column
     return from < runs.size() && runs[from].begin <= column && runs[from].sign == sign && !runs[from].gap;
 }
 
-/// Row order, with runs that lie side by side (around a filled gap) made one.
-void sortAndJoin(std::vector<Run>& runs) {
-    std::sort(runs.begin(), runs.end(),
-              [](const Run& a, const Run& b) { return a.row != b.row ? a.row < b.row : a.begin < b.begin; });
-    std::size_t last = 0;
-    for (std::size_t i = 1; i < runs.size(); ++i) {
-        Run& before = runs[last];
-        const Run& run = runs[i];
-        if (before.row != run.row || before.end != run.begin) {
-            runs[++last] = run;
-            continue;
-        }
-        before.end = run.end;
-        before.lowest = std::min(before.lowest, run.lowest);
-        before.highest = std::max(before.highest, run.highest);
-        before.raised += run.raised;
-        before.sunk += run.sunk;
-    }
-    runs.resize(last + 1);
-}
-
 } // namespace
 
-void Labeller::add(const Run& run) {
+void Labeller::add(const Run& run, const float* heights) {
     if (run.row != m_arriving.row) {
         closeRow();
         m_arriving.row = run.row;
     }
     m_arriving.measured.push_back(run);
+    m_arriving.measured.back().heights = heights != nullptr ? m_arriving.heights.size() : unknown;
+    if (heights != nullptr)
+        m_arriving.heights.insert(m_arriving.heights.end(), heights, heights + run.cells());
 }
 
 void Labeller::finish() {
@@ -67,6 +49,7 @@ void Labeller::closeRow() {
     m_arriving.row = -2;
     m_arriving.measured.clear();
     m_arriving.members.clear();
+    m_arriving.heights.clear();
     m_arriving.components.clear();
 }
 
@@ -74,12 +57,31 @@ void Labeller::fillGaps(const Row& above, Row& row, const Row& below) const {
     static const std::vector<Run> nothing;
     const std::vector<Run>& upper = above.row + 1 == row.row ? above.measured : nothing;
     const std::vector<Run>& lower = below.row == row.row + 1 ? below.measured : nothing;
+    const bool aboveUnknown = row.row == m_open.firstRow;
+    const bool belowUnknown = row.row == m_open.lastRow;
     std::size_t fromUpper = 0;
     std::size_t fromLower = 0;
-    for (const Run& run : row.measured)
-        if (!run.gap ||
-            (covers(upper, fromUpper, run.begin, run.sign) && covers(lower, fromLower, run.begin, run.sign)))
+    for (std::size_t i = 0; i < row.measured.size(); ++i) {
+        const Run& run = row.measured[i];
+        if (!run.gap || (hasSidesOfItsSign(row, i) &&
+                         (aboveUnknown || covers(upper, fromUpper, run.begin, run.sign)) &&
+                         (belowUnknown || covers(lower, fromLower, run.begin, run.sign))))
             row.members.push_back(run);
+    }
+}
+
+/// A gap found on the edge of a block does not know its neighbour beyond.
+bool Labeller::hasSidesOfItsSign(const Row& row, std::size_t gap) const {
+    const Run& run = row.measured[gap];
+    bool left = run.begin == m_open.begin;
+    for (std::size_t i = gap; !left && i > 0 && row.measured[i - 1].end >= run.begin; --i)
+        left = row.measured[i - 1].end == run.begin && row.measured[i - 1].sign == run.sign &&
+               !row.measured[i - 1].gap;
+    bool right = run.end == m_open.end;
+    for (std::size_t i = gap + 1;
+         !right && i < row.measured.size() && row.measured[i].begin <= run.end; ++i)
+        right = row.measured[i].begin == run.end && row.measured[i].sign == run.sign && !row.measured[i].gap;
+    return left && right;
 }
 
 void Labeller::connect(const Row& above, Row& row) {
@@ -101,7 +103,8 @@ void Labeller::connect(const Row& above, Row& row) {
                 reach(above.components[i]);
         if (component == none)
             component = open();
-        m_components[component].runs.push_back(run);
+        const float* heights = run.heights != unknown ? row.heights.data() + run.heights : nullptr;
+        m_components[component].component.add(run, heights);
         m_components[component].lastRow = run.row;
         row.components.push_back(component);
     }
@@ -124,6 +127,7 @@ void Labeller::settle(Row& above, const Row& row) {
     m_joined.clear();
     above.measured.clear();
     above.members.clear();
+    above.heights.clear();
     above.components.clear();
 }
 
@@ -135,7 +139,6 @@ std::uint32_t Labeller::open() {
         component = m_free.back();
         m_free.pop_back();
     }
-    m_components[component].runs.clear();
     m_components[component].joinedTo = component;
     return component;
 }
@@ -154,24 +157,21 @@ std::uint32_t Labeller::join(std::uint32_t a, std::uint32_t b) {
     b = root(b);
     if (a == b)
         return a;
-    if (m_components[a].runs.size() < m_components[b].runs.size())
+    if (m_components[a].component.cells < m_components[b].component.cells)
         std::swap(a, b);
-    Component& kept = m_components[a];
-    Component& joined = m_components[b];
-    kept.runs.insert(kept.runs.end(), joined.runs.begin(), joined.runs.end());
+    Labelled& kept = m_components[a];
+    Labelled& joined = m_components[b];
+    kept.component.takeOver(joined.component);
     kept.lastRow = std::max(kept.lastRow, joined.lastRow);
-    joined.runs.clear();
     joined.joinedTo = a;
     m_joined.push_back(b);
     return a;
 }
 
 void Labeller::handOver(std::uint32_t component) {
-    std::vector<Run>& runs = m_components[component].runs;
-    sortAndJoin(runs);
-    m_receiver(runs);
-    if (runs.capacity() > keptCapacity)
-        std::vector<Run>().swap(runs);
+    Component& finished = m_components[component].component;
+    m_receiver(finished);
+    finished.clear();
     m_free.push_back(component);
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "detect/Runs.h"
+#include "detect/Component.h"
 
 #include <functional>
 #include <vector>
@@ -15,19 +15,24 @@ namespace detect {
 /// the runs of components that may still grow, and nothing else.
 class Labeller {
 public:
-    /// Takes a finished component: its runs in row order, side by side ones joined.
-    using Receiver = std::function<void(std::vector<Run>&)>;
+    /// Takes a finished component, its runs in any order and gaps still marked.
+    using Receiver = std::function<void(Component&)>;
 
     explicit Labeller(Receiver receiver) : m_receiver(std::move(receiver)) {}
 
-    /// Runs come in row order, left to right, with their gap cells.
-    void add(const Run& run);
+    /// For a piece of a larger raster: a gap on one of these edges, which a neighbouring piece may fill, is
+    /// taken for filled, so that whatever it might join is handed over as one.
+    void keepOpen(const BlockEdges& edges) { m_open = edges; }
+
+    /// Runs come in row order, left to right, with their gap cells. `heights`: dZ of the run's cells, may be
+    /// null.
+    void add(const Run& run, const float* heights);
     /// No more runs: hands over what is still open.
     void finish();
 
 private:
-    struct Component {
-        std::vector<Run> runs;
+    struct Labelled {
+        Component component;
         std::int32_t lastRow = 0;
         std::uint32_t joinedTo = 0; ///< itself unless joined
     };
@@ -35,11 +40,13 @@ private:
         std::int32_t row = -2;
         std::vector<Run> measured; ///< as it arrived, gaps included
         std::vector<Run> members;  ///< gaps filled or dropped
+        std::vector<float> heights;
         std::vector<std::uint32_t> components;
     };
 
     void closeRow();
     void fillGaps(const Row& above, Row& row, const Row& below) const;
+    bool hasSidesOfItsSign(const Row& row, std::size_t gap) const;
     void connect(const Row& above, Row& row);
     void settle(Row& above, const Row& row);
     std::uint32_t open();
@@ -48,7 +55,8 @@ private:
     void handOver(std::uint32_t component);
 
     Receiver m_receiver;
-    std::vector<Component> m_components;
+    BlockEdges m_open = nothingOpen;
+    std::vector<Labelled> m_components;
     std::vector<std::uint32_t> m_free;
     std::vector<std::uint32_t> m_joined; ///< free once the current row is connected
     Row m_above;                         ///< connected already

@@ -24,8 +24,8 @@ public:
     ResamplingArtefacts(int reachCells, float growThresholdMetres)
         : m_reach(reachCells), m_threshold(growThresholdMetres) {}
 
-    /// So many rows above and below have a say about a row.
-    int neighbourRows() const { return 2 * m_reach; }
+    /// So many cells around have a say about a cell.
+    int neighbourCells() const { return 2 * m_reach; }
 
     /// Both epochs on the old grid (packed rows of `columns` cells, `rows` of them), bias removed, NaN for no
     /// height. Fills a flag for each cell of `rows`, set for the artefacts among rows `first` up to, not

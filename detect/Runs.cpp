@@ -1,6 +1,7 @@
 #include "detect/Runs.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 namespace detect {
@@ -8,12 +9,6 @@ namespace detect {
 namespace {
 
 enum Touch : std::uint8_t { None = 0, Above = 1, Below = 2 };
-
-void markSigns(const float* dz, std::size_t columns, float threshold, std::int8_t* signs) {
-    for (std::size_t i = 0; i < columns; ++i)
-        signs[i] = static_cast<std::int8_t>(static_cast<int>(dz[i] >= threshold) -
-                                            static_cast<int>(dz[i] <= -threshold));
-}
 
 /// First cell at or after `i` that is a member of either sign.
 std::size_t nextMember(const std::int8_t* signs, std::size_t i, std::size_t columns) {
@@ -29,13 +24,12 @@ std::size_t nextMember(const std::int8_t* signs, std::size_t i, std::size_t colu
     return i;
 }
 
-void measure(const float* dz, Run& run) {
-    run.lowest = run.highest = dz[0];
-    for (std::int32_t i = 0; i < run.cells(); ++i) {
-        run.lowest = std::min(run.lowest, dz[i]);
-        run.highest = std::max(run.highest, dz[i]);
-        (dz[i] > 0.0F ? run.raised : run.sunk) += static_cast<double>(dz[i]);
-    }
+/// No survey is as bad as this; keeps the sums within 64 bits.
+constexpr double worstSigmaMetres = 64.0;
+
+std::int64_t varianceUnits(float sigmaMetres) {
+    const double sigma = std::min(static_cast<double>(sigmaMetres), worstSigmaMetres);
+    return static_cast<std::int64_t>(sigma * sigma / varianceUnitSquareMetres);
 }
 
 bool isMeasured(float dz) {
@@ -61,38 +55,62 @@ void markTouches(const std::vector<Run>& runs, std::size_t upper, std::size_t mi
 
 } // namespace
 
-void RunFinder::find(const float* dz, int columns, int row, int firstColumn, std::vector<Run>& runs,
-                     const std::uint8_t* excluded) {
-    const auto count = static_cast<std::size_t>(columns);
+void RunFinder::markSigns(const RowOfCells& cells) {
+    const auto count = static_cast<std::size_t>(cells.columns);
     m_signs.resize(count);
-    markSigns(dz, count, m_threshold, m_signs.data());
-    for (std::size_t i = 0; excluded != nullptr && i < count; ++i)
-        m_signs[i] = excluded[i] != 0 ? std::int8_t{0} : m_signs[i];
+    const float* dz = cells.dz;
+    std::int8_t* signs = m_signs.data();
+    const auto sign = [](float height, float threshold) {
+        return static_cast<std::int8_t>(static_cast<int>(height >= threshold) -
+                                        static_cast<int>(height <= -threshold));
+    };
+    if (cells.levels == nullptr) {
+        const float threshold = m_level * m_growRatio;
+        for (std::size_t i = 0; i < count; ++i)
+            signs[i] = sign(dz[i], threshold);
+    } else {
+        for (std::size_t i = 0; i < count; ++i)
+            signs[i] = sign(dz[i], cells.levels[i] * m_growRatio);
+    }
+    for (std::size_t i = 0; cells.excluded != nullptr && i < count; ++i)
+        signs[i] = cells.excluded[i] != 0 ? std::int8_t{0} : signs[i];
+}
 
+void RunFinder::find(const RowOfCells& cells, std::vector<Run>& runs) {
+    markSigns(cells);
+    const auto count = static_cast<std::size_t>(cells.columns);
     const auto append = [&](std::size_t begin, std::size_t end, std::int8_t sign, bool gap) {
         Run run;
-        run.row = row;
-        run.begin = firstColumn + static_cast<std::int32_t>(begin);
-        run.end = firstColumn + static_cast<std::int32_t>(end);
+        run.row = cells.row;
+        run.begin = cells.firstColumn + static_cast<std::int32_t>(begin);
+        run.end = cells.firstColumn + static_cast<std::int32_t>(end);
         run.sign = sign;
         run.gap = gap;
-        measure(dz + begin, run);
         runs.push_back(run);
     };
+    const auto isWeak = [&](std::size_t i) { return m_signs[i] == 0 && isMeasured(cells.dz[i]); };
 
+    if (count == 1 && isWeak(0)) { // perhaps a gap between neighbours of either sign
+        append(0, 1, -1, true);
+        append(0, 1, 1, true);
+        return;
+    }
     for (std::size_t i = nextMember(m_signs.data(), 0, count); i < count;) {
         const std::int8_t sign = m_signs[i];
         std::size_t end = i + 1;
         while (end < count && m_signs[end] == sign)
             ++end;
+        if (i == 1 && isWeak(0))
+            append(0, 1, sign, true);
         append(i, end, sign, false);
-        if (end + 1 < count && m_signs[end] == 0 && m_signs[end + 1] == sign && isMeasured(dz[end]))
+        const bool memberBeyond = end + 1 >= count || m_signs[end + 1] == sign;
+        if (end < count && isWeak(end) && memberBeyond)
             append(end, end + 1, sign, true);
         i = nextMember(m_signs.data(), end, count);
     }
 }
 
-void dropLonelyRuns(std::vector<Run>& runs, int firstRow, int lastRow) {
+void dropLonelyRuns(std::vector<Run>& runs, const BlockEdges& edges) {
     std::vector<std::uint8_t> touches(runs.size(), None);
     std::size_t upper = 0;
     std::size_t middle = 0;
@@ -106,9 +124,8 @@ void dropLonelyRuns(std::vector<Run>& runs, int firstRow, int lastRow) {
         middle = i;
     }
 
-    const auto onSeam = [&](const Run& run) { return run.row == firstRow || run.row == lastRow; };
     const auto fillable = [&](std::size_t i) {
-        return runs[i].gap && (onSeam(runs[i]) || touches[i] == (Above | Below));
+        return runs[i].gap && (edges.touches(runs[i]) || touches[i] == (Above | Below));
     };
     std::size_t kept = 0;
     bool previousFillable = false;
@@ -116,12 +133,27 @@ void dropLonelyRuns(std::vector<Run>& runs, int firstRow, int lastRow) {
         const bool thisFillable = fillable(i);
         const bool besideFillable = previousFillable || (i + 1 < runs.size() && fillable(i + 1));
         const bool keep =
-            runs[i].gap ? thisFillable : onSeam(runs[i]) || touches[i] != None || besideFillable;
+            runs[i].gap ? thisFillable : edges.touches(runs[i]) || touches[i] != None || besideFillable;
         previousFillable = thisFillable;
         if (keep)
             runs[kept++] = runs[i];
     }
     runs.resize(kept);
+}
+
+void measureRun(const float* dz, const CellUncertainty& uncertainty, Run& run) {
+    run.lowest = run.highest = dz[0];
+    const auto cells = static_cast<std::size_t>(run.cells());
+    for (std::size_t i = 0; i < cells; ++i) {
+        run.lowest = std::min(run.lowest, dz[i]);
+        run.highest = std::max(run.highest, dz[i]);
+        const auto units = static_cast<std::int64_t>(static_cast<double>(dz[i]) / sumUnitMetres);
+        (units > 0 ? run.raised : run.sunk) += units;
+        const float level = uncertainty.levels != nullptr ? uncertainty.levels[i] : uncertainty.level;
+        const float sigma = uncertainty.sigmas != nullptr ? uncertainty.sigmas[i] : uncertainty.sigma;
+        run.strongest = std::max(run.strongest, std::abs(dz[i]) / level);
+        run.variance += varianceUnits(sigma);
+    }
 }
 
 } // namespace detect

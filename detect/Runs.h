@@ -6,7 +6,13 @@
 
 namespace detect {
 
-/// Cells `begin` up to, not including, `end` of one row whose |dZ| reaches the grow threshold with one sign.
+/// Sums over cells are kept in whole units, because whole numbers add up to the same whatever the order and
+/// wherever a run was cut: dZ in 1 / 2^24 m, its variance in 1 / 2^32 m2.
+constexpr double sumUnitMetres = 1.0 / (1 << 24);
+constexpr double varianceUnitSquareMetres = sumUnitMetres / (1 << 8);
+
+/// Cells `begin` up to, not including, `end` of one row whose dZ reaches the lower level of detection with
+/// one sign.
 struct Run {
     std::int32_t row = 0;
     std::int32_t begin = 0;
@@ -15,34 +21,78 @@ struct Run {
     /// A single cell with a weaker dZ between two runs of this sign. It joins them when the cells above and
     /// below are members of the same sign too, and is dropped otherwise.
     bool gap = false;
-    float lowest = 0.0F;  ///< dZ, metres
-    float highest = 0.0F; ///< dZ, metres
-    double raised = 0.0;  ///< sum of the positive dZ, metres
-    double sunk = 0.0;    ///< sum of the negative dZ, metres
+    float lowest = 0.0F;       ///< dZ, metres
+    float highest = 0.0F;      ///< dZ, metres
+    float strongest = 0.0F;    ///< largest |dZ| of a cell over its level of detection
+    std::int64_t raised = 0;   ///< sum of the positive dZ, in sumUnitMetres
+    std::int64_t sunk = 0;     ///< sum of the negative dZ, in sumUnitMetres
+    std::int64_t variance = 0; ///< sum over the cells, in varianceUnitSquareMetres
+    std::size_t heights = 0;   ///< where the dZ of its cells begin in what goes with the runs
 
     std::int32_t cells() const { return end - begin; }
+};
+
+/// What one row of dZ is judged by; all pointers to the same columns.
+struct RowOfCells {
+    const float* dz = nullptr; ///< NaN where nothing was measured
+    int columns = 0;
+    int row = 0;
+    int firstColumn = 0;
+    /// Cells whose flag is set are no members, whatever their dZ; null for none.
+    const std::uint8_t* excluded = nullptr;
+    /// Level of detection of each cell, metres; null where one holds for all.
+    const float* levels = nullptr;
 };
 
 /// Turns rows of dZ into runs.
 class RunFinder {
 public:
-    explicit RunFinder(float growThresholdMetres) : m_threshold(growThresholdMetres) {}
+    /// Members are cells with |dZ| at or above growRatio times their level of detection; `level` is used
+    /// where a row brings none.
+    RunFinder(float levelMetres, float growRatio) : m_level(levelMetres), m_growRatio(growRatio) {}
 
-    /// Appends the runs of one row, left to right. `dz` is NaN where nothing was measured; its first cell has
-    /// column `firstColumn`. Cells whose flag in `excluded` is set are no members, whatever their dZ; null
-    /// for none.
-    void find(const float* dz, int columns, int row, int firstColumn, std::vector<Run>& runs,
-              const std::uint8_t* excluded = nullptr);
+    /// Appends the runs of one row, left to right, not yet measured. What lies beyond the ends of the row is
+    /// not known: a weak cell at the end, beside a member, may be a gap.
+    void find(const RowOfCells& cells, std::vector<Run>& runs);
 
 private:
-    float m_threshold;
+    void markSigns(const RowOfCells& cells);
+
+    float m_level;
+    float m_growRatio;
     std::vector<std::int8_t> m_signs;
 };
 
+/// The rows and columns of a block beyond which nothing is known.
+struct BlockEdges {
+    int firstRow = 0;
+    int lastRow = 0;
+    int begin = 0;
+    int end = 0;
+
+    bool touches(const Run& run) const {
+        return run.row == firstRow || run.row == lastRow || run.begin == begin || run.end == end;
+    }
+};
+
+/// Edges that no run touches.
+constexpr BlockEdges nothingOpen{-1, -1, -1, -1};
+
 /// Drops runs that can never become part of an anomaly: those that touch no run of their sign in the row
-/// above or below (a line of cells has no 3 x 3 core), and gap cells that cannot be filled. The first and
-/// last of the given rows keep everything, because their neighbours are not known here. `runs` are in row
-/// order.
-void dropLonelyRuns(std::vector<Run>& runs, int firstRow, int lastRow);
+/// above or below (a line of cells has no 3 x 3 core), and gap cells that cannot be filled. Runs on the edges
+/// stay. `runs` are in row order.
+void dropLonelyRuns(std::vector<Run>& runs, const BlockEdges& edges);
+
+/// Level of detection and standard deviation of each cell of a run, metres; null where one figure holds for
+/// all.
+struct CellUncertainty {
+    const float* levels = nullptr;
+    const float* sigmas = nullptr;
+    float level = 1.0F;
+    float sigma = 0.0F;
+};
+
+/// Fills extremes and sums of a run from the dZ of its cells.
+void measureRun(const float* dz, const CellUncertainty& uncertainty, Run& run);
 
 } // namespace detect
