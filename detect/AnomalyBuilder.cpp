@@ -145,17 +145,16 @@ Ring AnomalyBuilder::toMap(const Ring& cellCorners) const {
     return ring;
 }
 
-std::vector<Anomaly> AnomalyBuilder::takeAnomalies() {
-    std::sort(m_found.begin(), m_found.end(), [](const Found& a, const Found& b) {
+std::vector<Anomaly> inOrder(std::vector<PlacedAnomaly> found) {
+    std::sort(found.begin(), found.end(), [](const PlacedAnomaly& a, const PlacedAnomaly& b) {
         return a.firstRow != b.firstRow ? a.firstRow < b.firstRow : a.firstColumn < b.firstColumn;
     });
     std::vector<Anomaly> anomalies;
-    anomalies.reserve(m_found.size());
-    for (Found& found : m_found) {
-        found.anomaly.name = numbered(anomalies.size() + 1);
-        anomalies.push_back(std::move(found.anomaly));
+    anomalies.reserve(found.size());
+    for (PlacedAnomaly& placed : found) {
+        placed.anomaly.name = numbered(anomalies.size() + 1);
+        anomalies.push_back(std::move(placed.anomaly));
     }
-    m_found.clear();
     return anomalies;
 }
 

@@ -88,8 +88,8 @@ void BlockWorker::findRuns(const Inset& inset, Block& block) {
         cells.levels = m_task.level.dependsOnSlope() ? m_levels.data() + from : nullptr;
         m_finder.find(cells, block.found.runs);
     }
-    dropLonelyRuns(block.found.runs, {window.row, window.row + window.rows - 1, window.column,
-                                      window.column + window.columns});
+    dropLonelyRuns(block.found.runs,
+                   {window.row, window.row + window.rows - 1, window.column, window.column + window.columns});
 }
 
 void BlockWorker::measureRuns(const Inset& inset, Block& block) const {
@@ -104,7 +104,8 @@ void BlockWorker::measureRuns(const Inset& inset, Block& block) const {
     for (Run& run : block.found.runs) {
         const int row = run.row - window.row;
         const auto column = static_cast<std::size_t>(run.begin - window.column);
-        const float* dz = m_dz.data() + static_cast<std::size_t>(row) * static_cast<std::size_t>(window.columns) + column;
+        const float* dz =
+            m_dz.data() + static_cast<std::size_t>(row) * static_cast<std::size_t>(window.columns) + column;
         if (m_task.level.dependsOnSlope()) {
             uncertainty.levels = m_levels.data() + inset.cell(row) + column;
             uncertainty.sigmas = m_sigmas.data() + inset.cell(row) + column;

@@ -10,16 +10,10 @@
 
 namespace detect {
 
-/// The runs of a block in row order, and the dZ of their cells at Run::heights.
-struct BlockRuns {
-    std::vector<Run> runs;
-    std::vector<float> heights;
-};
-
 /// What one block holds.
 struct Block {
     CellWindow window;
-    BlockRuns found;
+    MeasuredRuns found;    ///< in row order
     std::vector<float> dz; ///< packed rows, metres; empty unless asked for
     std::int64_t compared = 0;
 };

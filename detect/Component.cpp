@@ -30,8 +30,8 @@ void extend(Run& before, const Run& run) {
 } // namespace
 
 void Component::add(const Run& run, const float* runHeights) {
-    const bool keepHeights = (cells == 0 || isExamined()) && runHeights != nullptr &&
-                             cells + run.cells() <= mostExaminedCells;
+    const bool keepHeights =
+        (cells == 0 || isExamined()) && runHeights != nullptr && cells + run.cells() <= mostExaminedCells;
     runs.push_back(run);
     runs.back().heights = heights.size();
     cells += run.cells();
@@ -42,8 +42,7 @@ void Component::add(const Run& run, const float* runHeights) {
 }
 
 void Component::takeOver(Component& other) {
-    const bool keepHeights =
-        isExamined() && other.isExamined() && cells + other.cells <= mostExaminedCells;
+    const bool keepHeights = isExamined() && other.isExamined() && cells + other.cells <= mostExaminedCells;
     const std::size_t first = runs.size();
     runs.insert(runs.end(), other.runs.begin(), other.runs.end());
     for (std::size_t i = first; i < runs.size(); ++i)
@@ -60,6 +59,17 @@ void Component::clear() {
     empty(runs, keptRuns);
     empty(heights, keptHeights);
     cells = 0;
+}
+
+bool Component::touches(const BlockEdges& edges) const {
+    return std::any_of(runs.begin(), runs.end(), [&edges](const Run& run) { return edges.touches(run); });
+}
+
+void Component::moveTo(MeasuredRuns& other) {
+    const bool examined = isExamined();
+    for (const Run& run : runs)
+        other.append(run, examined ? heights.data() + run.heights : nullptr);
+    clear();
 }
 
 void Component::putInRowOrder() {

@@ -26,10 +26,13 @@ struct Component {
     /// Empties, and gives large memory back.
     void clear();
 
+    bool touches(const BlockEdges& edges) const;
+    /// Appends all to other runs and empties it.
+    void moveTo(MeasuredRuns& other);
+
     /// Brings the runs in row order, makes those that lie side by side one (a run cut at the seam of two
     /// blocks, the runs around a filled gap), and the heights in the same order.
     void putInRowOrder();
-
 };
 
 } // namespace detect

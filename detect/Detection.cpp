@@ -1,11 +1,11 @@
 #include "detect/Detection.h"
 
-#include "detect/AnomalyBuilder.h"
 #include "detect/BlockWorker.h"
 #include "detect/Coregister.h"
 #include "detect/DifferenceRaster.h"
 #include "detect/GdalErrors.h"
 #include "detect/OrderedWork.h"
+#include "detect/Piece.h"
 #include "detect/RasterPair.h"
 #include "detect/RowMerger.h"
 
@@ -42,19 +42,42 @@ std::optional<Failure> checkParameters(const Parameters& p) {
         return Failure{"参数错误：标准差必须大于 0，置信度必须在 0 与 1 之间", false};
     if (!(p.growRatio > 0.0 && p.growRatio <= 1.0))
         return Failure{"参数错误：生长比例必须在 0 与 1 之间", false};
-    if (!(p.minAreaSquareMetres >= 0.0) || p.blockRows < 0 || p.blockColumns < 0 ||
-        p.threads < 0)
+    if (!(p.minAreaSquareMetres >= 0.0) || p.blockRows < 0 || p.blockColumns < 0 || p.threads < 0)
         return Failure{"参数错误：最小面积、块行数和线程数不能为负", false};
     return std::nullopt;
 }
 
-/// One call of detectChanges.
+/// The edges of a window behind which the overlap goes on.
+BlockEdges cutEdges(const CellWindow& window, const CellWindow& overlap) {
+    BlockEdges edges = nothingOpen;
+    if (window.row > overlap.row)
+        edges.firstRow = window.row;
+    if (window.row + window.rows < overlap.row + overlap.rows)
+        edges.lastRow = window.row + window.rows - 1;
+    if (window.column > overlap.column)
+        edges.begin = window.column;
+    if (window.column + window.columns < overlap.column + overlap.columns)
+        edges.end = window.column + window.columns;
+    return edges;
+}
+
+std::string wktOf(const OGRSpatialReference& srs) {
+    char* text = nullptr;
+    const char* const options[] = {"FORMAT=WKT2_2019", nullptr};
+    srs.exportToWkt(&text, options);
+    std::string copy = text != nullptr ? text : "";
+    CPLFree(text);
+    return copy;
+}
+
+/// One comparison of two rasters.
 class Detector {
 public:
     Detector(const Request& request, const Progress& progress)
         : m_request(request), m_progress(progress), m_threads(threadsFor(request.parameters)) {}
 
-    std::variant<Result, Failure> run() {
+    /// Looks at the part of the overlap inside `window`, at all of it without.
+    std::variant<Piece, Failure> run(const std::optional<CellWindow>& window) {
         const auto start = std::chrono::steady_clock::now();
         if (auto failure = checkParameters(m_request.parameters))
             return *failure;
@@ -62,19 +85,20 @@ public:
         if (auto* failure = std::get_if<Failure>(&laidOut))
             return *failure;
         m_layout = std::get<PairLayout>(std::move(laidOut));
+        m_piece.window = window ? intersect(m_layout.overlap, *window) : m_layout.overlap;
         if (auto failure = prepareDzRaster())
             return *failure;
         if (auto failure = findCoregistration())
             return *failure;
-        if (auto failure = findAnomalies())
-            return *failure;
+        if (!m_piece.window.empty())
+            if (auto failure = findAnomalies())
+                return *failure;
         if (m_dzRaster)
             if (auto failure = m_dzRaster->commit())
                 return *failure;
-        m_result.srsWkt = wkt(m_layout.oldRaster.grid.srs());
-        m_result.threads = m_threads;
-        m_result.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-        return std::move(m_result);
+        describe();
+        m_piece.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        return std::move(m_piece);
     }
 
     std::variant<Coregistration, Failure> runCoregistration() {
@@ -87,10 +111,10 @@ public:
 
 private:
     std::optional<Failure> prepareDzRaster() {
-        if (m_request.dzRaster.empty())
+        if (m_request.dzRaster.empty() || m_piece.window.empty())
             return std::nullopt;
-        auto created = DifferenceRaster::create(m_request.dzRaster, m_layout.oldRaster.grid, m_layout.overlap,
-                                                m_threads);
+        auto created =
+            DifferenceRaster::create(m_request.dzRaster, m_layout.oldRaster.grid, m_piece.window, m_threads);
         if (auto* failure = std::get_if<Failure>(&created))
             return *failure;
         m_dzRaster.emplace(std::get<DifferenceRaster>(std::move(created)));
@@ -99,25 +123,32 @@ private:
 
     std::optional<Failure> findCoregistration() {
         if (m_request.coregistration) {
-            m_result.coregistration = *m_request.coregistration;
+            m_piece.frame.coregistration = *m_request.coregistration;
             return std::nullopt;
         }
         const Progress part = [this](double done) { return report(coregistrationShare * done); };
         auto found = coregister(m_layout, m_request.parameters.coregistration, m_threads, part);
         if (auto* failure = std::get_if<Failure>(&found))
             return *failure;
-        m_result.coregistration = std::get<Coregistration>(found);
+        m_piece.frame.coregistration = std::get<Coregistration>(found);
         return std::nullopt;
     }
 
     std::optional<Failure> findAnomalies() {
         const Parameters& parameters = m_request.parameters;
         const Grid& grid = m_layout.oldRaster.grid;
-        const BlockPlan plan(m_layout.oldRaster, m_layout.overlap, parameters.blockRows,
+        const BlockPlan plan(m_layout.oldRaster, m_piece.window, parameters.blockRows,
                              parameters.blockColumns);
         const BlockTask task = taskFor(plan);
         AnomalyBuilder builder(grid, parameters);
-        Labeller labeller([&builder](Component& component) { builder.consider(component); });
+        const BlockEdges edges = cutEdges(m_piece.window, m_layout.overlap);
+        Labeller labeller([&](Component& component) {
+            if (component.touches(edges))
+                component.moveTo(m_piece.seamRuns);
+            else
+                builder.consider(component);
+        });
+        labeller.keepOpen(edges);
         RowMerger merger(plan.across(), labeller);
         int done = 0;
         const auto makeWorker = [&]() -> std::variant<BlockWorker, Failure> {
@@ -127,7 +158,7 @@ private:
             return BlockWorker(std::get<PairReader>(std::move(reader)), task);
         };
         const auto take = [&](Block block) -> std::optional<Failure> {
-            m_result.cells += block.compared;
+            m_piece.cells += block.compared;
             merger.add(std::move(block.found));
             if (m_dzRaster)
                 if (auto failure = m_dzRaster->write(block.window, block.dz))
@@ -139,20 +170,31 @@ private:
         };
         if (auto failure = workInOrder<Block>(plan.count(), m_threads, makeWorker, take))
             return failure;
-        if (m_result.cells == 0)
-            return nothingInWindow(failureOf(m_layout.newRaster.path,
-                                             "与旧期 " + m_layout.oldRaster.path + " 没有同时有效的像元"));
         labeller.finish();
-        m_result.anomalies = builder.takeAnomalies();
+        m_piece.anomalies = builder.take();
         return std::nullopt;
     }
 
+    void describe() {
+        PieceFrame& frame = m_piece.frame;
+        frame.oldRaster = m_layout.oldRaster.path;
+        frame.newRaster = m_layout.newRaster.path;
+        frame.parameters = m_request.parameters;
+        frame.srsWkt = wktOf(m_layout.oldRaster.grid.srs());
+        frame.cellToMap = m_layout.oldRaster.grid.cellToMap();
+        frame.columns = m_layout.oldRaster.grid.columns();
+        frame.rows = m_layout.oldRaster.grid.rows();
+        frame.overlap = m_layout.overlap;
+        m_piece.threads = m_threads;
+    }
+
     BlockTask taskFor(const BlockPlan& plan) const {
-        const Coregistration& coregistration = m_result.coregistration;
+        const Coregistration& coregistration = m_piece.frame.coregistration;
         const Grid& grid = m_layout.oldRaster.grid;
         BlockTask task{plan, m_layout.overlap, HeightCorrection(coregistration, grid)};
         task.shift = {coregistration.dxMetres, coregistration.dyMetres};
-        task.level = LevelOfDetection(m_request.parameters, DifferenceSigma{}, grid);
+        task.level =
+            LevelOfDetection(m_request.parameters, sigmaOf(m_request.parameters, coregistration), grid);
         task.growRatio = m_request.parameters.growRatio;
         if (!m_layout.offset || !task.shift.none())
             task.artefactReach = ResamplingArtefacts::reachCells(grid, m_layout.newRaster.grid);
@@ -162,28 +204,30 @@ private:
 
     bool report(double done) const { return !m_progress || m_progress(done); }
 
-    static std::string wkt(const OGRSpatialReference& srs) {
-        char* text = nullptr;
-        const char* const options[] = {"FORMAT=WKT2_2019", nullptr};
-        srs.exportToWkt(&text, options);
-        std::string copy = text != nullptr ? text : "";
-        CPLFree(text);
-        return copy;
-    }
-
     const Request& m_request;
     const Progress& m_progress;
     const int m_threads;
     PairLayout m_layout;
     std::optional<DifferenceRaster> m_dzRaster;
-    Result m_result;
+    Piece m_piece;
 };
 
 } // namespace
 
+std::variant<Piece, Failure> detectPiece(const Request& request, const CellWindow& window,
+                                         const Progress& progress) {
+    const GdalErrors quiet;
+    return Detector(request, progress).run(window);
+}
+
 std::variant<Result, Failure> detectChanges(const Request& request, const Progress& progress) {
     const GdalErrors quiet;
-    return Detector(request, progress).run();
+    auto whole = Detector(request, progress).run(std::nullopt);
+    if (auto* failure = std::get_if<Failure>(&whole))
+        return *failure;
+    std::vector<Piece> pieces;
+    pieces.push_back(std::get<Piece>(std::move(whole)));
+    return mergePieces(std::move(pieces));
 }
 
 std::variant<Coregistration, Failure> estimateCoregistration(const Request& request,

@@ -57,14 +57,14 @@ struct Coregistration {
     /// Share of the sampled cells that the last fit counts as stable ground (0 .. 1): those within three NMAD
     /// of the level, the NMAD being that of the cells kept before (so that changes do not widen it).
     double stableShare = 0.0;
-    /// Uncertainty of dZ as stable ground shows it after co-registration (with None: about its own level). One
-    /// standard deviation at a cell with the slope angle a of the old surface is the root of
+    /// Uncertainty of dZ as stable ground shows it after co-registration (with None: about its own level).
+    /// One standard deviation at a cell with the slope angle a of the old surface is the root of
     ///     sigmaMetres^2 + (sigmaPerSlopeMetres tan a)^2.
     /// Both are zero for epochs that agree perfectly; the second is zero where slopes show no influence.
     double sigmaMetres = 0.0;
     double sigmaPerSlopeMetres = 0.0;
-    /// Why Full leaves the new epoch where it is horizontally (Chinese, UTF-8, one line): no shift that can be
-    /// trusted. Empty when nothing was refused, also when no shift was needed.
+    /// Why Full leaves the new epoch where it is horizontally (Chinese, UTF-8, one line): no shift that can
+    /// be trusted. Empty when nothing was refused, also when no shift was needed.
     std::string refusal;
 };
 

@@ -8,7 +8,6 @@ namespace detect {
 namespace {
 
 constexpr std::uint32_t none = 0xFFFFFFFFU;
-constexpr std::size_t unknown = static_cast<std::size_t>(-1);
 
 /// True when a measured run of this sign, not a gap, covers the column. `from` moves right with the columns
 /// asked.
@@ -25,10 +24,7 @@ void Labeller::add(const Run& run, const float* heights) {
         closeRow();
         m_arriving.row = run.row;
     }
-    m_arriving.measured.push_back(run);
-    m_arriving.measured.back().heights = heights != nullptr ? m_arriving.heights.size() : unknown;
-    if (heights != nullptr)
-        m_arriving.heights.insert(m_arriving.heights.end(), heights, heights + run.cells());
+    m_arriving.measured.append(run, heights);
 }
 
 void Labeller::finish() {
@@ -39,7 +35,7 @@ void Labeller::finish() {
 
 /// Moves every row one place up: the row below is complete, so the current one can be connected.
 void Labeller::closeRow() {
-    if (!m_current.measured.empty()) {
+    if (!m_current.measured.runs.empty()) {
         fillGaps(m_above, m_current, m_arriving);
         connect(m_above, m_current);
     }
@@ -47,40 +43,40 @@ void Labeller::closeRow() {
     std::swap(m_above, m_current);
     std::swap(m_current, m_arriving);
     m_arriving.row = -2;
-    m_arriving.measured.clear();
+    m_arriving.measured.runs.clear();
+    m_arriving.measured.heights.clear();
     m_arriving.members.clear();
-    m_arriving.heights.clear();
     m_arriving.components.clear();
 }
 
 void Labeller::fillGaps(const Row& above, Row& row, const Row& below) const {
     static const std::vector<Run> nothing;
-    const std::vector<Run>& upper = above.row + 1 == row.row ? above.measured : nothing;
-    const std::vector<Run>& lower = below.row == row.row + 1 ? below.measured : nothing;
+    const std::vector<Run>& upper = above.row + 1 == row.row ? above.measured.runs : nothing;
+    const std::vector<Run>& lower = below.row == row.row + 1 ? below.measured.runs : nothing;
     const bool aboveUnknown = row.row == m_open.firstRow;
     const bool belowUnknown = row.row == m_open.lastRow;
     std::size_t fromUpper = 0;
     std::size_t fromLower = 0;
-    for (std::size_t i = 0; i < row.measured.size(); ++i) {
-        const Run& run = row.measured[i];
-        if (!run.gap || (hasSidesOfItsSign(row, i) &&
-                         (aboveUnknown || covers(upper, fromUpper, run.begin, run.sign)) &&
-                         (belowUnknown || covers(lower, fromLower, run.begin, run.sign))))
+    for (std::size_t i = 0; i < row.measured.runs.size(); ++i) {
+        const Run& run = row.measured.runs[i];
+        if (!run.gap ||
+            (hasSidesOfItsSign(row, i) && (aboveUnknown || covers(upper, fromUpper, run.begin, run.sign)) &&
+             (belowUnknown || covers(lower, fromLower, run.begin, run.sign))))
             row.members.push_back(run);
     }
 }
 
 /// A gap found on the edge of a block does not know its neighbour beyond.
 bool Labeller::hasSidesOfItsSign(const Row& row, std::size_t gap) const {
-    const Run& run = row.measured[gap];
+    const std::vector<Run>& runs = row.measured.runs;
+    const Run& run = runs[gap];
+    const auto isSide = [&run](const Run& other) { return other.sign == run.sign && !other.gap; };
     bool left = run.begin == m_open.begin;
-    for (std::size_t i = gap; !left && i > 0 && row.measured[i - 1].end >= run.begin; --i)
-        left = row.measured[i - 1].end == run.begin && row.measured[i - 1].sign == run.sign &&
-               !row.measured[i - 1].gap;
+    for (std::size_t i = gap; !left && i > 0 && runs[i - 1].end >= run.begin; --i)
+        left = runs[i - 1].end == run.begin && isSide(runs[i - 1]);
     bool right = run.end == m_open.end;
-    for (std::size_t i = gap + 1;
-         !right && i < row.measured.size() && row.measured[i].begin <= run.end; ++i)
-        right = row.measured[i].begin == run.end && row.measured[i].sign == run.sign && !row.measured[i].gap;
+    for (std::size_t i = gap + 1; !right && i < runs.size() && runs[i].begin <= run.end; ++i)
+        right = runs[i].begin == run.end && isSide(runs[i]);
     return left && right;
 }
 
@@ -103,8 +99,7 @@ void Labeller::connect(const Row& above, Row& row) {
                 reach(above.components[i]);
         if (component == none)
             component = open();
-        const float* heights = run.heights != unknown ? row.heights.data() + run.heights : nullptr;
-        m_components[component].component.add(run, heights);
+        m_components[component].component.add(run, row.measured.heightsOf(run));
         m_components[component].lastRow = run.row;
         row.components.push_back(component);
     }
@@ -125,9 +120,9 @@ void Labeller::settle(Row& above, const Row& row) {
     // Nothing refers to the joined ones any more.
     m_free.insert(m_free.end(), m_joined.begin(), m_joined.end());
     m_joined.clear();
-    above.measured.clear();
+    above.measured.runs.clear();
+    above.measured.heights.clear();
     above.members.clear();
-    above.heights.clear();
     above.components.clear();
 }
 

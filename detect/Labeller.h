@@ -38,9 +38,8 @@ private:
     };
     struct Row {
         std::int32_t row = -2;
-        std::vector<Run> measured; ///< as it arrived, gaps included
-        std::vector<Run> members;  ///< gaps filled or dropped
-        std::vector<float> heights;
+        MeasuredRuns measured;    ///< as it arrived, gaps included
+        std::vector<Run> members; ///< gaps filled or dropped
         std::vector<std::uint32_t> components;
     };
 

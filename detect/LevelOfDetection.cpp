@@ -20,6 +20,14 @@ float rise(float before, float here, float after) {
 
 } // namespace
 
+DifferenceSigma sigmaOf(const Parameters& parameters, const Coregistration& coregistration) {
+    DifferenceSigma sigma{coregistration.sigmaMetres, coregistration.sigmaPerSlopeMetres};
+    if (parameters.significance && parameters.significance->oldSigmaMetres)
+        sigma.levelGroundMetres =
+            std::hypot(*parameters.significance->oldSigmaMetres, *parameters.significance->newSigmaMetres);
+    return sigma;
+}
+
 double quantileFor(double confidence) {
     double low = 0.0;
     double high = 40.0;

@@ -13,6 +13,10 @@ struct DifferenceSigma {
     double perSlopeMetres = 0.0;
 };
 
+/// From the standard deviations given for the epochs, or from stable ground; the influence of the slope
+/// always from there.
+DifferenceSigma sigmaOf(const Parameters& parameters, const Coregistration& coregistration);
+
 /// What |dZ| of a cell must reach to count as a change.
 ///
 /// Without significance: the threshold, everywhere. With it: t standard deviations of the cell's dZ, t being

@@ -4,7 +4,7 @@
 
 namespace detect {
 
-void RowMerger::add(BlockRuns block) {
+void RowMerger::add(MeasuredRuns block) {
     m_waiting.push_back(std::move(block));
     if (m_waiting.size() < m_blocksAcross)
         return;
@@ -18,10 +18,10 @@ void RowMerger::add(BlockRuns block) {
         if (row == std::numeric_limits<std::int32_t>::max())
             break;
         for (std::size_t i = 0; i < m_waiting.size(); ++i) {
-            const BlockRuns& from = m_waiting[i];
+            const MeasuredRuns& from = m_waiting[i];
             for (; waits(i) && from.runs[next[i]].row == row; ++next[i]) {
                 const Run& run = from.runs[next[i]];
-                m_labeller.add(run, from.heights.data() + run.heights);
+                m_labeller.add(run, from.heightsOf(run));
             }
         }
     }

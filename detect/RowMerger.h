@@ -1,6 +1,5 @@
 #pragma once
 
-#include "detect/BlockWorker.h"
 #include "detect/Labeller.h"
 
 namespace detect {
@@ -13,12 +12,12 @@ public:
         : m_blocksAcross(static_cast<std::size_t>(blocksAcross)), m_labeller(labeller) {}
 
     /// Blocks come in the plan's order.
-    void add(BlockRuns block);
+    void add(MeasuredRuns block);
 
 private:
     std::size_t m_blocksAcross;
     Labeller& m_labeller;
-    std::vector<BlockRuns> m_waiting;
+    std::vector<MeasuredRuns> m_waiting;
 };
 
 } // namespace detect

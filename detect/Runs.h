@@ -11,6 +11,9 @@ namespace detect {
 constexpr double sumUnitMetres = 1.0 / (1 << 24);
 constexpr double varianceUnitSquareMetres = sumUnitMetres / (1 << 8);
 
+/// Run::heights where the dZ of the cells are not kept.
+constexpr std::size_t noHeights = static_cast<std::size_t>(-1);
+
 /// Cells `begin` up to, not including, `end` of one row whose dZ reaches the lower level of detection with
 /// one sign.
 struct Run {
@@ -30,6 +33,22 @@ struct Run {
     std::size_t heights = 0;   ///< where the dZ of its cells begin in what goes with the runs
 
     std::int32_t cells() const { return end - begin; }
+};
+
+/// Runs and, at Run::heights, the dZ of their cells (metres).
+struct MeasuredRuns {
+    std::vector<Run> runs;
+    std::vector<float> heights;
+
+    const float* heightsOf(const Run& run) const {
+        return run.heights != noHeights ? heights.data() + run.heights : nullptr;
+    }
+    void append(const Run& run, const float* runHeights) {
+        runs.push_back(run);
+        runs.back().heights = runHeights != nullptr ? heights.size() : noHeights;
+        if (runHeights != nullptr)
+            heights.insert(heights.end(), runHeights, runHeights + run.cells());
+    }
 };
 
 /// What one row of dZ is judged by; all pointers to the same columns.

@@ -42,8 +42,7 @@ private:
 /// Slope at a cell by central differences. `height` points to the cell among rows that lie `stride` cells
 /// apart; its four neighbours must be there. NaN where one of them is.
 inline Slope slopeAt(const float* height, std::size_t stride, const SlopeFrame& frame) {
-    return frame.slope(0.5F * (height[1] - height[-1]),
-                       0.5F * (height[stride] - *(height - stride)));
+    return frame.slope(0.5F * (height[1] - height[-1]), 0.5F * (height[stride] - *(height - stride)));
 }
 
 } // namespace detect

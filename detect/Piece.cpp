@@ -1,0 +1,160 @@
+#include "detect/Piece.h"
+
+#include "detect/GdalErrors.h"
+#include "detect/Labeller.h"
+
+#include <algorithm>
+
+namespace detect {
+
+namespace {
+
+bool same(const Coregistration& a, const Coregistration& b) {
+    return a.method == b.method && a.dxMetres == b.dxMetres && a.dyMetres == b.dyMetres &&
+           a.dzMetres == b.dzMetres && a.tiltEast == b.tiltEast && a.tiltNorth == b.tiltNorth &&
+           a.sigmaMetres == b.sigmaMetres && a.sigmaPerSlopeMetres == b.sigmaPerSlopeMetres;
+}
+
+bool same(const std::optional<Significance>& a, const std::optional<Significance>& b) {
+    if (!a || !b)
+        return a.has_value() == b.has_value();
+    return a->oldSigmaMetres == b->oldSigmaMetres && a->newSigmaMetres == b->newSigmaMetres &&
+           a->confidence == b->confidence;
+}
+
+/// Whatever the threads and blocks, which results do not depend on.
+bool same(const Parameters& a, const Parameters& b) {
+    return a.thresholdMetres == b.thresholdMetres && a.growRatio == b.growRatio &&
+           same(a.significance, b.significance) && a.minAreaSquareMetres == b.minAreaSquareMetres &&
+           a.coregistration == b.coregistration && a.tilt == b.tilt;
+}
+
+bool same(const CellWindow& a, const CellWindow& b) {
+    return a.column == b.column && a.row == b.row && a.columns == b.columns && a.rows == b.rows;
+}
+
+/// The rasters may be called otherwise on another machine; their grid and overlap must be the same.
+bool sameRasters(const PieceFrame& a, const PieceFrame& b) {
+    return a.srsWkt == b.srsWkt && a.cellToMap.c == b.cellToMap.c && a.columns == b.columns &&
+           a.rows == b.rows && same(a.overlap, b.overlap);
+}
+
+std::string asText(const CellWindow& w) {
+    return std::to_string(w.column) + "," + std::to_string(w.row) + "," + std::to_string(w.columns) + "," +
+           std::to_string(w.rows);
+}
+
+std::optional<Failure> checkFrames(const std::vector<Piece>& pieces) {
+    const PieceFrame& first = pieces.front().frame;
+    for (const Piece& piece : pieces) {
+        const std::string which = "窗口 " + asText(piece.window);
+        if (!sameRasters(first, piece.frame))
+            return Failure{which + " 来自另一对栅格"};
+        if (!same(first.parameters, piece.frame.parameters))
+            return Failure{which + " 的检测参数与其他窗口不同"};
+        if (!same(first.coregistration, piece.frame.coregistration))
+            return Failure{which + " 的配准结果与其他窗口不同，两期栅格可能已被修改"};
+    }
+    return std::nullopt;
+}
+
+/// The first cell of the overlap in row order that no window holds. Its row is that of the overlap or the one
+/// below a window, its column likewise.
+CellWindow firstMissing(const std::vector<Piece>& pieces, const CellWindow& overlap) {
+    std::vector<int> rows{overlap.row};
+    std::vector<int> columns{overlap.column};
+    for (const Piece& piece : pieces) {
+        rows.push_back(piece.window.row + piece.window.rows);
+        columns.push_back(piece.window.column + piece.window.columns);
+    }
+    std::sort(rows.begin(), rows.end());
+    std::sort(columns.begin(), columns.end());
+    for (const int row : rows)
+        for (const int column : columns) {
+            const CellWindow cell = intersect({column, row, 1, 1}, overlap);
+            const bool missing = !cell.empty() && std::all_of(pieces.begin(), pieces.end(), [&](auto& piece) {
+                return intersect(piece.window, cell).empty();
+            });
+            if (missing)
+                return cell;
+        }
+    return {};
+}
+
+std::optional<Failure> checkWindows(const std::vector<Piece>& pieces) {
+    std::int64_t covered = 0;
+    for (std::size_t i = 0; i < pieces.size(); ++i) {
+        covered += pieces[i].window.cells();
+        for (std::size_t k = 0; k < i; ++k)
+            if (!intersect(pieces[i].window, pieces[k].window).empty())
+                return Failure{"窗口 " + asText(pieces[k].window) + " 与 " + asText(pieces[i].window) +
+                               " 重叠"};
+    }
+    const CellWindow overlap = pieces.front().frame.overlap;
+    if (covered == overlap.cells())
+        return std::nullopt;
+    const CellWindow missing = firstMissing(pieces, overlap);
+    return Failure{"缺少窗口：第 " + std::to_string(missing.column) + " 列、第 " +
+                   std::to_string(missing.row) + " 行起没有结果（两期重叠范围 " + asText(overlap) + "）"};
+}
+
+Grid gridOf(const PieceFrame& frame) {
+    OGRSpatialReference srs;
+    srs.importFromWkt(frame.srsWkt.c_str());
+    srs.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
+    return {frame.columns, frame.rows, frame.cellToMap, std::move(srs)};
+}
+
+/// Labels what the windows cut, as if it had never been cut.
+std::vector<PlacedAnomaly> stitch(std::vector<Piece>& pieces) {
+    struct SeamRun {
+        const Run* run;
+        const float* heights;
+    };
+    std::vector<SeamRun> all;
+    for (const Piece& piece : pieces)
+        for (const Run& run : piece.seamRuns.runs)
+            all.push_back({&run, piece.seamRuns.heightsOf(run)});
+    if (all.empty())
+        return {};
+    std::sort(all.begin(), all.end(), [](const SeamRun& a, const SeamRun& b) {
+        const Run& p = *a.run;
+        const Run& q = *b.run;
+        return p.row != q.row ? p.row < q.row : p.begin != q.begin ? p.begin < q.begin : p.sign < q.sign;
+    });
+    AnomalyBuilder builder(gridOf(pieces.front().frame), pieces.front().frame.parameters);
+    Labeller labeller([&builder](Component& component) { builder.consider(component); });
+    for (const SeamRun& seam : all)
+        labeller.add(*seam.run, seam.heights);
+    labeller.finish();
+    return builder.take();
+}
+
+} // namespace
+
+std::variant<Result, Failure> mergePieces(std::vector<Piece> pieces) {
+    if (pieces.empty())
+        return Failure{"没有可合并的窗口"};
+    if (auto failure = checkFrames(pieces))
+        return *failure;
+    if (auto failure = checkWindows(pieces))
+        return *failure;
+    const PieceFrame& frame = pieces.front().frame;
+    std::vector<PlacedAnomaly> found = stitch(pieces);
+    Result result;
+    for (Piece& piece : pieces) {
+        std::move(piece.anomalies.begin(), piece.anomalies.end(), std::back_inserter(found));
+        result.cells += piece.cells;
+        result.seconds += piece.seconds;
+        result.threads = std::max(result.threads, piece.threads);
+    }
+    if (result.cells == 0)
+        return nothingInWindow(
+            failureOf(frame.newRaster, "与旧期 " + frame.oldRaster + " 没有同时有效的像元"));
+    result.anomalies = inOrder(std::move(found));
+    result.coregistration = frame.coregistration;
+    result.srsWkt = frame.srsWkt;
+    return result;
+}
+
+} // namespace detect

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "detect/AnomalyBuilder.h"
+#include "detect/Detection.h"
+
+namespace detect {
+
+/// What all pieces of one comparison have in common.
+struct PieceFrame {
+    std::string oldRaster;
+    std::string newRaster;
+    Parameters parameters;
+    Coregistration coregistration;
+    std::string srsWkt; ///< the old raster's
+    Affine cellToMap;
+    int columns = 0; ///< of the old raster
+    int rows = 0;
+    CellWindow overlap; ///< of the two rasters, in cells of the old one
+};
+
+/// A window of a pair of rasters, looked at alone: the changes that lie inside, and the parts of those that
+/// reach its cut edges, which only the neighbouring windows can complete.
+struct Piece {
+    PieceFrame frame;
+    CellWindow window; ///< within the overlap; may be empty
+    std::vector<PlacedAnomaly> anomalies;
+    MeasuredRuns seamRuns;  ///< in no order, gaps still marked
+    std::int64_t cells = 0; ///< compared
+    double seconds = 0.0;
+    int threads = 1;
+};
+
+/// Looks at one window (cells of the old raster) of a pair. The co-registration is that of the whole pair, so
+/// every piece finds the same one. A window without cells in common gives a piece without anomalies.
+std::variant<Piece, Failure> detectPiece(const Request& request, const CellWindow& window,
+                                         const Progress& progress = {});
+
+/// Puts pieces together: exactly what detectChanges gives for the whole pair, but for the time it took.
+/// Fails for pieces of different comparisons, for such that overlap, and where pieces are missing.
+std::variant<Result, Failure> mergePieces(std::vector<Piece> pieces);
+
+} // namespace detect

@@ -1,0 +1,60 @@
+#include "tests/detect/RandomRasters.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <limits>
+
+namespace detect::test {
+
+namespace {
+
+constexpr float nan = std::numeric_limits<float>::quiet_NaN();
+
+bool identical(const Ring& a, const Ring& b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [](const Point& p, const Point& q) { return p.x == q.x && p.y == q.y; });
+}
+
+} // namespace
+
+std::vector<float> randomHeights(Random& random, int columns, int rows, double roughness) {
+    const int step = 6;
+    const int nodesAcross = columns / step + 2;
+    std::vector<double> nodes;
+    for (int i = 0; i < nodesAcross * (rows / step + 2); ++i)
+        nodes.push_back((random() - 0.5) * 3.0);
+    std::vector<float> heights;
+    for (int row = 0; row < rows; ++row) {
+        for (int column = 0; column < columns; ++column) {
+            const double level = nodes[static_cast<std::size_t>(row / step * nodesAcross + column / step)];
+            const double height = 100.0 + level + roughness * (random() - 0.5);
+            heights.push_back(random() < 0.02 ? nan : static_cast<float>(height));
+        }
+    }
+    return heights;
+}
+
+void expectIdentical(const Result& a, const Result& b) {
+    EXPECT_EQ(a.cells, b.cells);
+    EXPECT_EQ(a.coregistration.dxMetres, b.coregistration.dxMetres);
+    EXPECT_EQ(a.coregistration.dzMetres, b.coregistration.dzMetres);
+    ASSERT_EQ(a.anomalies.size(), b.anomalies.size());
+    for (std::size_t i = 0; i < a.anomalies.size(); ++i) {
+        const Anomaly& p = a.anomalies[i];
+        const Anomaly& q = b.anomalies[i];
+        EXPECT_EQ(p.name, q.name);
+        EXPECT_EQ(p.cells, q.cells);
+        EXPECT_EQ(p.areaSquareMetres, q.areaSquareMetres);
+        EXPECT_EQ(p.fillCubicMetres, q.fillCubicMetres);
+        EXPECT_EQ(p.cutCubicMetres, q.cutCubicMetres);
+        EXPECT_EQ(p.dzMeanMetres, q.dzMeanMetres);
+        EXPECT_EQ(p.centroid.x, q.centroid.x);
+        EXPECT_TRUE(identical(p.outline, q.outline));
+        ASSERT_EQ(p.holes.size(), q.holes.size());
+        for (std::size_t h = 0; h < p.holes.size(); ++h)
+            EXPECT_TRUE(identical(p.holes[h], q.holes[h]));
+    }
+}
+
+} // namespace detect::test

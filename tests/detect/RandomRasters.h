@@ -1,0 +1,13 @@
+#pragma once
+
+#include "tests/detect/TestRasters.h"
+
+namespace detect::test {
+
+/// Packed rows of patches of change with ragged edges, noise (metres, `roughness` wide), and holes (NaN).
+std::vector<float> randomHeights(Random& random, int columns, int rows, double roughness);
+
+/// Every figure and every vertex is the same, to the last bit.
+void expectIdentical(const Result& a, const Result& b);
+
+} // namespace detect::test
