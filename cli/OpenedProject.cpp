@@ -1,7 +1,5 @@
 #include "cli/OpenedProject.h"
 
-#include <cstdio>
-
 namespace cli {
 
 using inspection::Failure;
@@ -19,25 +17,6 @@ inspection::Result<OpenedProject> openProject(const std::string& folder, Project
     }
     return OpenedProject{std::move(std::get<Project>(project)),
                          std::move(std::get<std::unique_ptr<PipelineDatabase>>(database))};
-}
-
-std::variant<Options, int> beginCommand(const char* command, const char* usage,
-                                        const std::vector<std::string>& arguments, const OptionTable& table) {
-    WrongUse wrong;
-    auto options = parseOptions(arguments, table, wrong);
-    if (!options) {
-        return fail(command, statusWrongUse, wrong.message);
-    }
-    if (options->has("--help")) {
-        std::fputs(usage, stdout);
-        return statusDone;
-    }
-    return *std::move(options);
-}
-
-int fail(const char* command, int status, const std::string& message) {
-    std::fprintf(stderr, "corridor %s: %s\n", command, message.c_str());
-    return status;
 }
 
 int fail(const char* command, const Failure& failure) {

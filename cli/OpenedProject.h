@@ -6,8 +6,6 @@
 
 #include <memory>
 #include <string>
-#include <variant>
-#include <vector>
 
 namespace cli {
 
@@ -20,13 +18,7 @@ struct OpenedProject {
 /// Opens both, or says in one line why not.
 inspection::Result<OpenedProject> openProject(const std::string& folder, inspection::Project::Access access);
 
-/// How a command begins: sorts its arguments, and says what is wrong with them or prints `usage` for
-/// "--help". Gives the options, or the exit status where the command ends with that.
-std::variant<Options, int> beginCommand(const char* command, const char* usage,
-                                        const std::vector<std::string>& arguments, const OptionTable& table);
-
-/// Writes "corridor COMMAND: message" to standard error and hands `status` back.
-int fail(const char* command, int status, const std::string& message);
+/// Writes "corridor COMMAND: message" to standard error; the exit status of a failed command.
 int fail(const char* command, const inspection::Failure& failure);
 
 } // namespace cli

@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <cmath>
+#include <cstdio>
 
 namespace cli {
 
@@ -44,6 +45,25 @@ std::optional<Options> parseOptions(const std::vector<std::string>& arguments, c
         }
     }
     return options;
+}
+
+std::variant<Options, int> beginCommand(const char* command, const char* usage,
+                                        const std::vector<std::string>& arguments, const OptionTable& table) {
+    WrongUse wrong;
+    auto options = parseOptions(arguments, table, wrong);
+    if (!options) {
+        return fail(command, statusWrongUse, wrong.message);
+    }
+    if (options->has("--help")) {
+        std::fputs(usage, stdout);
+        return statusDone;
+    }
+    return *std::move(options);
+}
+
+int fail(const char* command, int status, const std::string& message) {
+    std::fprintf(stderr, "corridor %s: %s\n", command, message.c_str());
+    return status;
 }
 
 std::optional<double> parseNumber(const std::string& text) {

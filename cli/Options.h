@@ -4,6 +4,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <variant>
 #include <vector>
 
 namespace cli {
@@ -12,6 +13,9 @@ namespace cli {
 constexpr int statusDone = 0;
 constexpr int statusFailed = 1;
 constexpr int statusWrongUse = 2;
+
+/// For OptionTable::positional.
+constexpr std::size_t anyNumber = static_cast<std::size_t>(-1);
 
 /// The options one command knows. Values follow as the next argument or after "=".
 struct OptionTable {
@@ -40,6 +44,13 @@ struct WrongUse {
 std::optional<Options> parseOptions(const std::vector<std::string>& arguments, const OptionTable& table,
                                     WrongUse& wrong);
 
+/// How a command begins: sorts its arguments, and says what is wrong with them or prints `usage` for
+/// "--help". Gives the options, or the exit status where the command ends with that.
+std::variant<Options, int> beginCommand(const char* command, const char* usage,
+                                        const std::vector<std::string>& arguments, const OptionTable& table);
+
+/// Writes "corridor COMMAND: message" to standard error and hands `status` back.
+int fail(const char* command, int status, const std::string& message);
 /// The whole text as a number, always with a decimal point; nothing for anything else, infinities and NaN
 /// included.
 std::optional<double> parseNumber(const std::string& text);

@@ -11,6 +11,7 @@ namespace cli {
 
 namespace {
 
+constexpr auto command = "sample";
 const char* const usage =
     "用法：corridor sample DIR [--seed N] [--size CELLS] [--quiet]\n"
     "         DIR 不存在或为空；CELLS 是长边的格数，16 的倍数，默认 8192（0.25 米一格）\n";
@@ -50,38 +51,30 @@ std::optional<samples::SampleOptions> readTask(const Options& options, WrongUse&
     return task;
 }
 
-int fail(int status, const std::string& message) {
-    std::fprintf(stderr, "corridor sample: %s\n", message.c_str());
-    return status;
-}
-
 } // namespace
 
 int runSample(const std::vector<std::string>& arguments) {
+    const auto begun = beginCommand(command, usage, arguments, optionTable());
+    if (const int* status = std::get_if<int>(&begun))
+        return *status;
+    const Options& options = std::get<Options>(begun);
     WrongUse wrong;
-    const auto options = parseOptions(arguments, optionTable(), wrong);
-    if (!options)
-        return fail(statusWrongUse, wrong.message);
-    if (options->has("--help")) {
-        std::fputs(usage, stdout);
-        return statusDone;
-    }
-    const auto task = readTask(*options, wrong);
+    const auto task = readTask(options, wrong);
     if (!task)
-        return fail(statusWrongUse, wrong.message);
+        return fail(command, statusWrongUse, wrong.message);
 
     const StopOnSignal stop;
     std::optional<std::string> problem;
     {
-        ProgressLine line("示例工程", options->has("--quiet"));
+        ProgressLine line("示例工程", options.has("--quiet"));
         problem = samples::makeSampleCorridor(*task, [&](double done) {
             line.show(done);
             return !stop.asked();
         });
     }
     if (problem)
-        return fail(statusFailed, *problem);
-    if (!options->has("--quiet"))
+        return fail(command, statusFailed, *problem);
+    if (!options.has("--quiet"))
         std::printf("%s\n", task->directory.c_str());
     return statusDone;
 }

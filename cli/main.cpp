@@ -3,6 +3,7 @@
 #include "cli/DetectCommand.h"
 #include "cli/ImportCommand.h"
 #include "cli/InfoCommand.h"
+#include "cli/MergeCommand.h"
 #include "cli/Options.h"
 #include "cli/ProjectCommand.h"
 #include "cli/ReportCommand.h"
@@ -23,6 +24,7 @@ struct Command {
 constexpr Command commands[] = {
     {"detect", cli::runDetect,
      "--old OLD.tif --new NEW.tif --out RESULT.(gpkg|geojson|shp)   比较两期地表，输出变化"},
+    {"merge", cli::runMerge, "A.gpkg B.gpkg … --out ALL.gpkg   合并 detect --window 的各窗口结果"},
     {"compute", cli::runCompute, "PROJECT [--stations 1,2,…]   计算工程的异常并存入工程"},
     {"import", cli::runImport,
      "PROJECT --polygons FILE --type 4|17 | --points FILE [--strict]   导入高后果区、特殊面或特殊点"},

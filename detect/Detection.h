@@ -119,7 +119,17 @@ struct Anomaly {
     double dzMeanMetres = 0.0;
     double dzMinMetres = 0.0;
     double dzMaxMetres = 0.0;
+    /// Standard deviation of dZ of one cell (root mean square over the cells).
+    double sigmaMetres = 0.0;
+    /// What dZ of one cell must reach to count as a change, with that standard deviation.
+    double levelOfDetectionMetres = 0.0;
+    /// The largest |dZ| of a cell over its level of detection; at least 1.
+    double significance = 0.0;
+    /// Standard deviation of the volume.
+    double volumeSigmaCubicMetres = 0.0;
     std::string suggested; ///< suggested class in Chinese, UTF-8
+    /// How sure the suggestion is, 0 .. 1.
+    double suggestionConfidence = 0.0;
 
     double volumeCubicMetres() const { return kind == Kind::Fill ? fillCubicMetres : cutCubicMetres; }
 };

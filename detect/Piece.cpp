@@ -130,6 +130,10 @@ std::vector<PlacedAnomaly> stitch(std::vector<Piece>& pieces) {
     return builder.take();
 }
 
+void moveAll(std::vector<PlacedAnomaly>& from, std::vector<PlacedAnomaly>& to) {
+    std::move(from.begin(), from.end(), std::back_inserter(to));
+}
+
 } // namespace
 
 std::variant<Result, Failure> mergePieces(std::vector<Piece> pieces) {
@@ -139,21 +143,29 @@ std::variant<Result, Failure> mergePieces(std::vector<Piece> pieces) {
         return *failure;
     if (auto failure = checkWindows(pieces))
         return *failure;
-    const PieceFrame& frame = pieces.front().frame;
-    std::vector<PlacedAnomaly> found = stitch(pieces);
-    Result result;
-    for (Piece& piece : pieces) {
-        std::move(piece.anomalies.begin(), piece.anomalies.end(), std::back_inserter(found));
-        result.cells += piece.cells;
-        result.seconds += piece.seconds;
-        result.threads = std::max(result.threads, piece.threads);
+    std::vector<PlacedAnomaly> stitched = stitch(pieces);
+    Piece whole = std::move(pieces.front());
+    for (std::size_t i = 1; i < pieces.size(); ++i) {
+        moveAll(pieces[i].anomalies, whole.anomalies);
+        whole.cells += pieces[i].cells;
+        whole.seconds += pieces[i].seconds;
+        whole.threads = std::max(whole.threads, pieces[i].threads);
     }
-    if (result.cells == 0)
+    moveAll(stitched, whole.anomalies);
+    if (whole.cells == 0)
         return nothingInWindow(
-            failureOf(frame.newRaster, "与旧期 " + frame.oldRaster + " 没有同时有效的像元"));
-    result.anomalies = inOrder(std::move(found));
-    result.coregistration = frame.coregistration;
-    result.srsWkt = frame.srsWkt;
+            failureOf(whole.frame.newRaster, "与旧期 " + whole.frame.oldRaster + " 没有同时有效的像元"));
+    return resultOf(std::move(whole));
+}
+
+Result resultOf(Piece piece) {
+    Result result;
+    result.anomalies = inOrder(std::move(piece.anomalies));
+    result.coregistration = piece.frame.coregistration;
+    result.srsWkt = piece.frame.srsWkt;
+    result.cells = piece.cells;
+    result.seconds = piece.seconds;
+    result.threads = piece.threads;
     return result;
 }
 

@@ -35,6 +35,9 @@ struct Piece {
 std::variant<Piece, Failure> detectPiece(const Request& request, const CellWindow& window,
                                          const Progress& progress = {});
 
+/// What one piece alone has found, in order and named; for a summary.
+Result resultOf(Piece piece);
+
 /// Puts pieces together: exactly what detectChanges gives for the whole pair, but for the time it took.
 /// Fails for pieces of different comparisons, for such that overlap, and where pieces are missing.
 std::variant<Result, Failure> mergePieces(std::vector<Piece> pieces);

@@ -1,5 +1,6 @@
 #include "detect/ResultWriter.h"
 
+#include "detect/AnomalyLayer.h"
 #include "detect/GdalErrors.h"
 #include "detect/StagedOutput.h"
 
@@ -37,36 +38,6 @@ const Format* formatOf(const std::string& path) {
     return found != std::end(formats) ? found : nullptr;
 }
 
-std::unique_ptr<OGRLinearRing> ringOf(const Ring& ring) {
-    auto line = std::make_unique<OGRLinearRing>();
-    for (const Point& p : ring)
-        line->addPoint(p.x, p.y);
-    line->closeRings();
-    return line;
-}
-
-std::unique_ptr<OGRPolygon> polygonOf(const Anomaly& anomaly) {
-    auto polygon = std::make_unique<OGRPolygon>();
-    polygon->addRingDirectly(ringOf(anomaly.outline).release());
-    for (const Ring& hole : anomaly.holes)
-        polygon->addRingDirectly(ringOf(hole).release());
-    return polygon;
-}
-
-struct Column {
-    const char* name;
-    OGRFieldType type;
-    int width; ///< characters, for formats with fixed records
-    int decimals;
-};
-
-constexpr Column columns[] = {
-    {"name", OFTString, 64, 0},     {"kind", OFTString, 8, 0},       {"area_m2", OFTReal, 20, 4},
-    {"volume_m3", OFTReal, 20, 4},  {"fill_m3", OFTReal, 20, 4},     {"cut_m3", OFTReal, 20, 4},
-    {"dz_mean_m", OFTReal, 16, 5},  {"dz_max_m", OFTReal, 16, 5},    {"dz_min_m", OFTReal, 16, 5},
-    {"cells", OFTInteger64, 18, 0}, {"suggested", OFTString, 64, 0}, {"attribute", OFTString, 254, 0},
-};
-
 /// One result file while it is written.
 class AnomalyFile {
 public:
@@ -88,7 +59,7 @@ public:
         }
         const std::string layer = isShapefile() ? fs::u8path(m_path).stem().u8string() : "anomalies";
         m_layer = m_dataset->CreateLayer(layer.c_str(), &srs, wkbPolygon, options.List());
-        return m_layer != nullptr && createFields();
+        return m_layer != nullptr && createAnomalyFields(*m_layer, isShapefile());
     }
 
     bool write(const std::vector<Anomaly>& anomalies, const std::vector<std::string>& attributes) {
@@ -96,7 +67,7 @@ public:
         if (inTransaction && m_dataset->StartTransaction() != OGRERR_NONE)
             return false;
         for (std::size_t i = 0; i < anomalies.size(); ++i)
-            if (!writeOne(anomalies[i], i < attributes.size() ? attributes[i] : std::string()))
+            if (!addAnomaly(*m_layer, anomalies[i], i < attributes.size() ? attributes[i] : std::string()))
                 return false;
         return !inTransaction || m_dataset->CommitTransaction() == OGRERR_NONE;
     }
@@ -106,37 +77,6 @@ public:
 private:
     bool isShapefile() const { return m_format.driver == std::string("ESRI Shapefile"); }
     bool isGeoJson() const { return m_format.driver == std::string("GeoJSON"); }
-
-    bool createFields() {
-        for (const Column& column : columns) {
-            OGRFieldDefn field(column.name, column.type);
-            if (isShapefile()) {
-                field.SetWidth(column.width);
-                field.SetPrecision(column.decimals);
-            }
-            if (m_layer->CreateField(&field) != OGRERR_NONE)
-                return false;
-        }
-        return true;
-    }
-
-    bool writeOne(const Anomaly& a, const std::string& attribute) {
-        OGRFeature feature(m_layer->GetLayerDefn());
-        feature.SetField("name", a.name.c_str());
-        feature.SetField("kind", a.kind == Kind::Fill ? "fill" : "cut");
-        feature.SetField("area_m2", a.areaSquareMetres);
-        feature.SetField("volume_m3", a.volumeCubicMetres());
-        feature.SetField("fill_m3", a.fillCubicMetres);
-        feature.SetField("cut_m3", a.cutCubicMetres);
-        feature.SetField("dz_mean_m", a.dzMeanMetres);
-        feature.SetField("dz_max_m", a.dzMaxMetres);
-        feature.SetField("dz_min_m", a.dzMinMetres);
-        feature.SetField("cells", static_cast<GIntBig>(a.cells));
-        feature.SetField("suggested", a.suggested.c_str());
-        feature.SetField("attribute", attribute.c_str());
-        feature.SetGeometryDirectly(polygonOf(a).release());
-        return m_layer->CreateFeature(&feature) == OGRERR_NONE;
-    }
 
     const Format& m_format;
     std::string m_path;

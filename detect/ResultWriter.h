@@ -11,8 +11,8 @@ namespace detect {
 /// True for names that end in .gpkg, .geojson or .shp: what writeAnomalies can write.
 bool isResultPath(const std::string& path);
 
-/// Writes layer `anomalies` (polygons) with the fields name, kind, area_m2, volume_m3, fill_m3, cut_m3,
-/// dz_mean_m, dz_max_m, dz_min_m, cells, suggested, attribute. The format follows the ending of `path`:
+/// Writes layer `anomalies` (polygons with the fields of AnomalyLayer). The format follows the ending of
+/// `path`:
 ///   .gpkg     GeoPackage in the old raster's reference system
 ///   .shp      ESRI Shapefile in the same, with .prj and .cpg (UTF-8); all field names fit its ten characters
 ///             and stay as they are; the layer is called as the file, as shapefiles are

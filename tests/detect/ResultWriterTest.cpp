@@ -12,9 +12,9 @@
 namespace detect::test {
 namespace {
 
-const std::vector<std::string> fieldNames = {"name",     "kind",   "area_m2",   "volume_m3",
-                                             "fill_m3",  "cut_m3", "dz_mean_m", "dz_max_m",
-                                             "dz_min_m", "cells",  "suggested", "attribute"};
+const std::vector<std::string> fieldNames = {
+    "name",  "kind",      "area_m2",   "volume_m3", "fill_m3", "cut_m3", "dz_mean_m", "dz_max_m", "dz_min_m",
+    "cells", "suggested", "attribute", "vol_sd_m3", "sigma_m", "lod_m",  "signif",    "sugg_conf"};
 
 /// Two changes near 114 E, 30.7 N, one of them a ring with a hole.
 const Result& sampleResult() {

@@ -1,0 +1,165 @@
+#include "cli/DetectOptions.h"
+
+#include "cli/OutputSet.h"
+#include "detect/ResultWriter.h"
+
+#include <filesystem>
+#include <sstream>
+
+namespace cli {
+
+namespace {
+
+using Wrong = std::optional<std::string>;
+
+std::vector<std::string> splitAtCommas(const std::string& text) {
+    std::vector<std::string> parts;
+    std::istringstream stream(text);
+    for (std::string part; std::getline(stream, part, ',');)
+        parts.push_back(part);
+    return parts;
+}
+
+Wrong readLimits(const Options& options, detect::Parameters& parameters) {
+    if (options.has("--threshold")) {
+        const auto number = parseNumber(options.value("--threshold"));
+        if (!number || *number <= 0.0)
+            return "--threshold 需要大于 0 的米数";
+        parameters.thresholdMetres = *number;
+    }
+    if (options.has("--min-area")) {
+        const auto number = parseNumber(options.value("--min-area"));
+        if (!number || *number < 0.0)
+            return "--min-area 需要不小于 0 的平方米数";
+        parameters.minAreaSquareMetres = *number;
+    }
+    if (options.has("--threads")) {
+        const auto number = parseInteger(options.value("--threads"));
+        if (!number || *number < 1 || *number > 1024)
+            return "--threads 需要 1 到 1024 的整数";
+        parameters.threads = *number;
+    }
+    return std::nullopt;
+}
+
+Wrong readCoregistration(const Options& options, detect::Parameters& parameters) {
+    if (!options.has("--coregister"))
+        return std::nullopt;
+    using Method = detect::CoregistrationMethod;
+    const std::string name = options.value("--coregister");
+    for (const Method method : {Method::None, Method::Bias, Method::Full}) {
+        if (name == detect::methodName(method)) {
+            parameters.coregistration = method;
+            return std::nullopt;
+        }
+    }
+    return "--coregister 只能是 none、bias 或 full";
+}
+
+/// Significance replaces the threshold, unless one is given too.
+Wrong readSignificance(const Options& options, detect::Parameters& parameters) {
+    if (!options.has("--sigma") && !options.has("--confidence"))
+        return std::nullopt;
+    detect::Significance significance;
+    if (options.has("--sigma")) {
+        const auto parts = splitAtCommas(options.value("--sigma"));
+        const auto first = parts.empty() ? std::nullopt : parseNumber(parts.front());
+        const auto last = parts.empty() ? std::nullopt : parseNumber(parts.back());
+        if (parts.size() > 2 || !first || !last || *first <= 0.0 || *last <= 0.0)
+            return "--sigma 需要一个大于 0 的米数，或以逗号分隔的旧期、新期两个米数";
+        significance.oldSigmaMetres = *first;
+        significance.newSigmaMetres = *last;
+    }
+    if (options.has("--confidence")) {
+        const auto number = parseNumber(options.value("--confidence"));
+        if (!number || *number <= 0.0 || *number >= 1.0)
+            return "--confidence 需要 0 与 1 之间的小数，如 0.95";
+        significance.confidence = *number;
+    }
+    parameters.significance = significance;
+    if (!options.has("--threshold"))
+        parameters.thresholdMetres = 0.0;
+    return std::nullopt;
+}
+
+Wrong readWindow(const Options& options, DetectTask& task) {
+    if (!options.has("--window"))
+        return std::nullopt;
+    std::vector<int> figures;
+    for (const std::string& part : splitAtCommas(options.value("--window")))
+        if (const auto figure = parseInteger(part))
+            figures.push_back(*figure);
+    if (figures.size() != 4 || splitAtCommas(options.value("--window")).size() != 4 || figures[0] < 0 ||
+        figures[1] < 0 || figures[2] < 1 || figures[3] < 1)
+        return "--window 需要 XOFF,YOFF,XSIZE,YSIZE 四个整数（旧期栅格的像元）";
+    task.window = detect::CellWindow{figures[0], figures[1], figures[2], figures[3]};
+    if (std::filesystem::u8path(task.out).extension() != ".gpkg")
+        return "--window 的结果必须是 .gpkg，以便 corridor merge 合并";
+    return std::nullopt;
+}
+
+Wrong checkFiles(const DetectTask& task) {
+    if (!detect::isResultPath(task.out))
+        return "--out 的扩展名必须是 .gpkg、.geojson 或 .shp";
+    const std::string outputs[] = {task.out, task.dz, task.summary};
+    for (const std::string& output : outputs) {
+        if (output.empty())
+            continue;
+        for (const std::string& other : {task.request.oldRaster, task.request.newRaster})
+            if (sameFile(output, other))
+                return "输出 " + output + " 就是输入文件";
+        for (const std::string& other : outputs)
+            if (&other != &output && !other.empty() && sameFile(output, other))
+                return "两个输出都是 " + output;
+    }
+    return std::nullopt;
+}
+
+Wrong missingOption(const Options& options) {
+    for (const char* needed : {"--old", "--new", "--out"})
+        if (options.value(needed).empty())
+            return std::string("缺少选项 ") + needed;
+    for (const char* file : {"--dz", "--summary"})
+        if (options.has(file) && options.value(file).empty())
+            return std::string("选项 ") + file + " 缺少值";
+    return std::nullopt;
+}
+
+Wrong readAll(const Options& options, DetectTask& task) {
+    if (auto wrong = missingOption(options))
+        return wrong;
+    task.request.oldRaster = options.value("--old");
+    task.request.newRaster = options.value("--new");
+    task.out = options.value("--out");
+    task.dz = options.value("--dz");
+    task.summary = options.value("--summary");
+    task.quiet = options.has("--quiet");
+    detect::Parameters& parameters = task.request.parameters;
+    for (const auto read : {readLimits, readCoregistration, readSignificance})
+        if (auto wrong = read(options, parameters))
+            return wrong;
+    if (auto wrong = readWindow(options, task))
+        return wrong;
+    return checkFiles(task);
+}
+
+} // namespace
+
+const OptionTable& detectOptionTable() {
+    static const OptionTable table{{"--old", "--new", "--out", "--threshold", "--min-area", "--coregister",
+                                    "--sigma", "--confidence", "--dz", "--threads", "--summary", "--window"},
+                                   {"--quiet", "--help"},
+                                   0};
+    return table;
+}
+
+std::optional<DetectTask> readDetectTask(const Options& options, WrongUse& wrong) {
+    DetectTask task;
+    if (const auto problem = readAll(options, task)) {
+        wrong.message = *problem;
+        return std::nullopt;
+    }
+    return task;
+}
+
+} // namespace cli

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "cli/Options.h"
+#include "detect/Detection.h"
+
+#include <optional>
+#include <string>
+
+namespace cli {
+
+/// What `corridor detect` is asked to do.
+struct DetectTask {
+    detect::Request request;
+    std::optional<detect::CellWindow> window;
+    std::string out;
+    std::string dz;
+    std::string summary;
+    bool quiet = false;
+};
+
+const OptionTable& detectOptionTable();
+
+/// Nothing, and `wrong` filled, for options that are missing, out of range or contradict each other.
+std::optional<DetectTask> readDetectTask(const Options& options, WrongUse& wrong);
+
+} // namespace cli

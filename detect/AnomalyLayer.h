@@ -1,0 +1,28 @@
+#pragma once
+
+#include "detect/Detection.h"
+
+#include <ogrsf_frmts.h>
+
+#include <optional>
+#include <string>
+
+namespace detect {
+
+/// Anomalies as features of a vector layer: polygons with the fields name, kind ("fill" or "cut"), area_m2,
+/// volume_m3, fill_m3, cut_m3, dz_mean_m, dz_max_m, dz_min_m, cells, suggested, attribute (the inspector's
+/// class), vol_sd_m3, sigma_m, lod_m, signif, sugg_conf. All names fit the ten characters of a shapefile.
+
+/// False when the format refuses a field. `fixedRecords`: the format wants widths (shapefiles).
+bool createAnomalyFields(OGRLayer& layer, bool fixedRecords);
+
+/// A feature of the layer with geometry and fields, not yet in it.
+OGRFeatureUniquePtr featureOf(const OGRLayer& layer, const Anomaly& anomaly, const std::string& attribute);
+
+/// False when the feature could not be written.
+bool addAnomaly(OGRLayer& layer, const Anomaly& anomaly, const std::string& attribute);
+
+/// All but the centroid, which no field holds. Nothing for a feature that is no anomaly.
+std::optional<Anomaly> anomalyOf(const OGRFeature& feature);
+
+} // namespace detect

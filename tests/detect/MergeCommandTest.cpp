@@ -1,0 +1,166 @@
+// `corridor detect --window` and `corridor merge` as a batch engine sees them.
+
+#include "detect/AnomalyLayer.h"
+#include "detect/PieceFile.h"
+#include "tests/detect/Program.h"
+#include "tests/detect/RandomRasters.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+
+namespace detect::test {
+namespace {
+
+class MergeCommand : public testing::Test {
+protected:
+    MergeCommand() {
+        RasterPlan plan;
+        plan.epsg = 4326; // cells differ in size from row to row
+        plan.columns = 90;
+        plan.rows = 80;
+        plan.toMap = {114.0, 5e-6, 0.0, 30.0, 0.0, -5e-6};
+        Random random(5);
+        writeRaster(m_folder.file("old.tif"), plan, randomHeights(random, plan.columns, plan.rows, 0.8));
+        writeRaster(m_folder.file("new.tif"), plan, randomHeights(random, plan.columns, plan.rows, 0.8));
+    }
+
+    ProgramRun detect(const std::string& out, const std::vector<std::string>& more = {}) const {
+        std::vector<std::string> arguments{"detect",
+                                           "--old",
+                                           m_folder.file("old.tif"),
+                                           "--new",
+                                           m_folder.file("new.tif"),
+                                           "--out",
+                                           m_folder.file(out),
+                                           "--min-area",
+                                           "1"};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        return runCorridor(arguments);
+    }
+    ProgramRun merge(const std::vector<std::string>& pieces, const std::string& out) const {
+        std::vector<std::string> arguments{"merge"};
+        for (const std::string& piece : pieces)
+            arguments.push_back(m_folder.file(piece));
+        arguments.insert(arguments.end(), {"--out", m_folder.file(out)});
+        return runCorridor(arguments);
+    }
+
+    /// Four windows, in the order in which they happen to end.
+    std::vector<std::string> detectWindows() const {
+        const std::vector<std::pair<std::string, std::string>> windows = {{"d.gpkg", "37,41,53,39"},
+                                                                          {"b.gpkg", "37,0,53,41"},
+                                                                          {"a.gpkg", "0,0,37,41"},
+                                                                          {"c.gpkg", "0,41,37,39"}};
+        std::vector<std::string> names;
+        for (const auto& [name, window] : windows) {
+            EXPECT_EQ(detect(name, {"--window", window}).status, 0);
+            names.push_back(name);
+        }
+        return names;
+    }
+
+    Result read(const std::string& name) const {
+        Result result;
+        const GDALDatasetUniquePtr file(
+            GDALDataset::Open(m_folder.file(name).c_str(), GDAL_OF_VECTOR | GDAL_OF_READONLY));
+        EXPECT_TRUE(file);
+        EXPECT_EQ(file->GetLayerCount(), 1);
+        for (const auto& feature : *file->GetLayerByName("anomalies")) {
+            const auto anomaly = anomalyOf(*feature);
+            EXPECT_TRUE(anomaly);
+            result.anomalies.push_back(anomaly.value_or(Anomaly()));
+        }
+        return result;
+    }
+
+    void expectRefused(const ProgramRun& run, int status, const std::string& named) const {
+        EXPECT_EQ(run.status, status);
+        EXPECT_EQ(std::count(run.messages.begin(), run.messages.end(), '\n'), 1) << run.messages;
+        EXPECT_NE(run.messages.find(named), std::string::npos) << run.messages;
+        const auto names = m_folder.names();
+        EXPECT_EQ(std::count(names.begin(), names.end(), "all.gpkg"), 0);
+    }
+
+    TemporaryFolder m_folder;
+};
+
+TEST_F(MergeCommand, WindowsGiveTheFileAndTheTableOfOneRun) {
+    const ProgramRun whole = detect("whole.gpkg");
+    ASSERT_EQ(whole.status, 0) << whole.messages;
+    const ProgramRun merged = merge(detectWindows(), "all.gpkg");
+    ASSERT_EQ(merged.status, 0) << merged.messages;
+    EXPECT_EQ(merged.output, whole.output);
+    EXPECT_GT(std::count(whole.output.begin(), whole.output.end(), '\n'), 20);
+    expectIdentical(read("all.gpkg"), read("whole.gpkg"));
+}
+
+TEST_F(MergeCommand, WindowBesideTheRastersIsNoError) {
+    std::vector<std::string> names = detectWindows();
+    ASSERT_EQ(detect("e.gpkg", {"--window", "90,0,40,40"}).status, 0);
+    names.emplace_back("e.gpkg");
+    EXPECT_EQ(merge(names, "all.gpkg").status, 0);
+}
+
+TEST_F(MergeCommand, FailuresAreStatusOneAndOneLine) {
+    std::vector<std::string> names = detectWindows();
+    names.pop_back();
+    expectRefused(merge(names, "all.gpkg"), 1, "缺少窗口：第 0 列、第 41 行");
+    ASSERT_EQ(detect("c.gpkg", {"--window", "0,41,37,39", "--threshold", "0.7"}).status, 0);
+    names.emplace_back("c.gpkg");
+    expectRefused(merge(names, "all.gpkg"), 1, "检测参数");
+    ASSERT_EQ(detect("whole.gpkg").status, 0);
+    expectRefused(merge({"whole.gpkg"}, "all.gpkg"), 1, "whole.gpkg");
+    expectRefused(merge({"old.tif"}, "all.gpkg"), 1, "old.tif");
+    std::ofstream(m_folder.file("cut.gpkg"), std::ios::binary)
+        << contentOf(m_folder.file("a.gpkg")).substr(0, 30000);
+    expectRefused(merge({"cut.gpkg"}, "all.gpkg"), 1, "cut.gpkg");
+}
+
+TEST_F(MergeCommand, WrongUseIsStatusTwo) {
+    expectRefused(runCorridor({"merge"}), 2, "窗口结果");
+    expectRefused(runCorridor({"merge", m_folder.file("a.gpkg")}), 2, "--out");
+    expectRefused(merge({"a.gpkg"}, "a.gpkg"), 2, "输入文件");
+    expectRefused(detect("all.gpkg", {"--window", "0,0,10"}), 2, "--window");
+    expectRefused(detect("all.gpkg", {"--window", "0,0,10,-3"}), 2, "--window");
+    expectRefused(detect("all.geojson", {"--window", "0,0,10,10"}), 2, ".gpkg");
+}
+
+TEST_F(MergeCommand, PieceFilesKeepEveryFigureToTheLastBit) {
+    Request request;
+    request.oldRaster = m_folder.file("old.tif");
+    request.newRaster = m_folder.file("new.tif");
+    request.parameters.significance = Significance{0.1 / 3.0, 0.07, 0.9};
+    request.parameters.growRatio = 1.0 / 3.0;
+    request.parameters.minAreaSquareMetres = 0.5;
+    const auto found = detectPiece(request, {20, 20, 40, 40});
+    ASSERT_TRUE(std::holds_alternative<Piece>(found));
+    const Piece& piece = std::get<Piece>(found);
+    EXPECT_GT(piece.seamRuns.runs.size(), 20U);
+    EXPECT_GT(piece.anomalies.size(), 3U);
+    ASSERT_FALSE(writePiece(piece, m_folder.file("piece.gpkg")));
+    const auto again = readPiece(m_folder.file("piece.gpkg"));
+    ASSERT_TRUE(std::holds_alternative<Piece>(again));
+    const Piece& read = std::get<Piece>(again);
+    EXPECT_EQ(read.frame.parameters.growRatio, piece.frame.parameters.growRatio);
+    EXPECT_EQ(read.frame.parameters.significance->oldSigmaMetres, 0.1 / 3.0);
+    EXPECT_EQ(read.frame.coregistration.dzMetres, piece.frame.coregistration.dzMetres);
+    EXPECT_EQ(read.frame.coregistration.sigmaMetres, piece.frame.coregistration.sigmaMetres);
+    EXPECT_EQ(read.frame.cellToMap.c, piece.frame.cellToMap.c);
+    EXPECT_EQ(read.frame.srsWkt, piece.frame.srsWkt);
+    EXPECT_EQ(read.cells, piece.cells);
+    EXPECT_EQ(read.seamRuns.heights, piece.seamRuns.heights);
+    ASSERT_EQ(read.seamRuns.runs.size(), piece.seamRuns.runs.size());
+    for (std::size_t i = 0; i < piece.seamRuns.runs.size(); ++i) {
+        const ::detect::Run& p = piece.seamRuns.runs[i];
+        const ::detect::Run& q = read.seamRuns.runs[i];
+        EXPECT_EQ(std::tie(p.row, p.begin, p.end, p.sign, p.gap, p.heights),
+                  std::tie(q.row, q.begin, q.end, q.sign, q.gap, q.heights));
+        EXPECT_EQ(std::tie(p.lowest, p.highest, p.strongest, p.raised, p.sunk, p.variance),
+                  std::tie(q.lowest, q.highest, q.strongest, q.raised, q.sunk, q.variance));
+    }
+}
+
+} // namespace
+} // namespace detect::test
