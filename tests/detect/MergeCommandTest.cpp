@@ -132,9 +132,10 @@ TEST_F(MergeCommand, PieceFilesKeepEveryFigureToTheLastBit) {
     request.oldRaster = m_folder.file("old.tif");
     request.newRaster = m_folder.file("new.tif");
     request.parameters.significance = Significance{0.1 / 3.0, 0.07, 0.9};
-    request.parameters.growRatio = 1.0 / 3.0;
+    request.parameters.growRatio = 2.0 / 3.0;
+    request.parameters.thresholdMetres = 1.2;
     request.parameters.minAreaSquareMetres = 0.5;
-    const auto found = detectPiece(request, {20, 20, 40, 40});
+    const auto found = detectPiece(request, {10, 10, 70, 60});
     ASSERT_TRUE(std::holds_alternative<Piece>(found));
     const Piece& piece = std::get<Piece>(found);
     EXPECT_GT(piece.seamRuns.runs.size(), 20U);
