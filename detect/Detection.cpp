@@ -151,8 +151,9 @@ private:
         labeller.keepOpen(edges);
         RowMerger merger(plan.across(), labeller);
         int done = 0;
+        const SharedTiles tiles(m_layout);
         const auto makeWorker = [&]() -> std::variant<BlockWorker, Failure> {
-            auto reader = PairReader::open(m_layout);
+            auto reader = PairReader::open(m_layout, &tiles);
             if (auto* failure = std::get_if<Failure>(&reader))
                 return *failure;
             return BlockWorker(std::get<PairReader>(std::move(reader)), task);

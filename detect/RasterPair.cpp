@@ -11,6 +11,8 @@ namespace {
 
 /// Grids that stray from each other by less than this many cells count as one.
 constexpr double gridTolerance = 1e-3;
+/// Two rows of tiles of two rasters 20,000 cells wide.
+constexpr std::size_t sharedBytes = std::size_t{80} << 20;
 
 /// The cells whose centres lie in the box.
 CellWindow cellsInside(const Box& box, const Grid& grid) {
@@ -92,15 +94,37 @@ std::variant<PairLayout, Failure> layOutPair(const Request& request) {
     return layout;
 }
 
-std::variant<PairReader, Failure> PairReader::open(const PairLayout& layout) {
+SharedTiles::SharedTiles(const PairLayout& layout) {
+    const auto storeFor = [](const RasterFacts& raster) {
+        return std::make_shared<TileStore>(raster.grid.columns(), raster.grid.rows(), raster.tileColumns,
+                                           raster.tileRows, sharedBytes / 2);
+    };
+    oldTiles = storeFor(layout.oldRaster);
+    newTiles = storeFor(layout.newRaster);
+}
+
+std::variant<PairReader, Failure> PairReader::open(const PairLayout& layout, const SharedTiles* tiles) {
     auto oldSource = RasterSource::openAgain(layout.oldRaster);
     if (auto* failure = std::get_if<Failure>(&oldSource))
         return *failure;
     auto newSource = RasterSource::openAgain(layout.newRaster);
     if (auto* failure = std::get_if<Failure>(&newSource))
         return *failure;
+    if (tiles != nullptr) {
+        std::get<RasterSource>(oldSource).shareTiles(tiles->oldTiles);
+        std::get<RasterSource>(newSource).shareTiles(tiles->newTiles);
+    }
     return PairReader(layout, std::get<RasterSource>(std::move(oldSource)),
                       std::get<RasterSource>(std::move(newSource)));
+}
+
+bool PairReader::isEmpty(const CellWindow& window) {
+    if (m_old.isEmpty(window))
+        return true;
+    if (!m_layout->offset)
+        return false;
+    return m_new.isEmpty({window.column + m_layout->offset->columns, window.row + m_layout->offset->rows,
+                          window.columns, window.rows});
 }
 
 std::optional<Failure> PairReader::readOld(const CellWindow& window, float* heights) {

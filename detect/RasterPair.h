@@ -22,12 +22,24 @@ struct PairLayout {
 /// Fails for rasters that cannot be used and for two that do not meet.
 std::variant<PairLayout, Failure> layOutPair(const Request& request);
 
+/// Decoded tiles of both rasters, for all threads that read the pair.
+struct SharedTiles {
+    explicit SharedTiles(const PairLayout& layout);
+
+    std::shared_ptr<TileStore> oldTiles;
+    std::shared_ptr<TileStore> newTiles;
+};
+
 /// The two rasters as seen by one thread: both on the old raster's grid, metres, NaN where there is no
 /// height.
 class PairReader {
 public:
-    /// `layout` must outlive the reader.
-    static std::variant<PairReader, Failure> open(const PairLayout& layout);
+    /// `layout` must outlive the reader. Without shared tiles every read decodes what it needs.
+    static std::variant<PairReader, Failure> open(const PairLayout& layout,
+                                                  const SharedTiles* tiles = nullptr);
+
+    /// True when one of the files says that it holds nothing for this window of old cells.
+    bool isEmpty(const CellWindow& window);
 
     /// Both fill packed rows for a window of old cells inside the overlap.
     std::optional<Failure> readOld(const CellWindow& window, float* heights);

@@ -101,7 +101,8 @@ std::optional<Failure> RasterSource::learn() {
     m_band->GetBlockSize(&m_facts.tileColumns, &m_facts.tileRows);
     int declared = 0;
     const double noData = m_band->GetNoDataValue(&declared);
-    if (declared != 0)
+    m_facts.hasNoData = declared != 0;
+    if (m_facts.hasNoData)
         m_facts.noData = static_cast<float>(noData);
     const double metres = metresPerHeightUnit(m_band->GetUnitType());
     m_facts.metresPerUnit = static_cast<float>(m_band->GetScale() * metres);
@@ -110,7 +111,23 @@ std::optional<Failure> RasterSource::learn() {
     return std::nullopt;
 }
 
+bool RasterSource::isEmpty(const CellWindow& window) {
+    if (!m_facts.hasNoData)
+        return false;
+    const GdalErrors quiet;
+    return m_band->GetDataCoverageStatus(window.column, window.row, window.columns, window.rows, 0,
+                                         nullptr) == GDAL_DATA_COVERAGE_STATUS_EMPTY;
+}
+
 std::optional<Failure> RasterSource::read(const CellWindow& window, float* heights, std::size_t stride) {
+    if (!m_tiles)
+        return decode(window, heights, stride);
+    return m_tiles->read(window, heights, stride, [this](const CellWindow& tile, float* tileHeights) {
+        return decode(tile, tileHeights, static_cast<std::size_t>(tile.columns));
+    });
+}
+
+std::optional<Failure> RasterSource::decode(const CellWindow& window, float* heights, std::size_t stride) {
     GdalErrors errors;
     const auto lineSpace = static_cast<GSpacing>(stride * sizeof(float));
     const CPLErr status =

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "detect/Grid.h"
+#include "detect/TileStore.h"
 
 #include <gdal_priv.h>
 
@@ -22,6 +23,7 @@ struct RasterFacts {
     float metresPerUnit = 1.0F;
     float offsetMetres = 0.0F;
     bool hasMask = false;
+    bool hasNoData = false; ///< declared by the file
 };
 
 /// One elevation raster, opened for one thread. Heights come out in metres, NaN where there is none: the
@@ -37,6 +39,13 @@ public:
 
     const RasterFacts& facts() const { return m_facts; }
 
+    /// Decoded tiles are taken from the store, and put there for others, from now on.
+    void shareTiles(std::shared_ptr<TileStore> tiles) { m_tiles = std::move(tiles); }
+
+    /// True when the file holds nothing for this window and says that this means no heights (sparse
+    /// GeoTIFF); asks its directory only. False when the format cannot tell.
+    bool isEmpty(const CellWindow& window);
+
     /// Reads a window that lies inside the raster into `heights` (row by row, `window.columns` in each); rows
     /// follow each other at a distance of `stride` cells.
     std::optional<Failure> read(const CellWindow& window, float* heights, std::size_t stride);
@@ -45,12 +54,14 @@ private:
     explicit RasterSource(RasterFacts facts) : m_facts(std::move(facts)) {}
     std::optional<Failure> openBand();
     std::optional<Failure> learn();
+    std::optional<Failure> decode(const CellWindow& window, float* heights, std::size_t stride);
     std::optional<Failure> hideMasked(const CellWindow& window, float* heights, std::size_t stride);
 
     RasterFacts m_facts;
     GDALDatasetUniquePtr m_dataset;
     GDALRasterBand* m_band = nullptr;
     std::vector<std::uint8_t> m_mask;
+    std::shared_ptr<TileStore> m_tiles;
 };
 
 } // namespace detect

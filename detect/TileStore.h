@@ -1,0 +1,59 @@
+#pragma once
+
+#include "detect/Detection.h"
+
+#include <condition_variable>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <variant>
+#include <vector>
+
+namespace detect {
+
+/// Decoded tiles of one raster, shared by all threads, so that a tile that several blocks touch is decoded
+/// once. The ones not used for longest go when the store is full. Safe to use from several threads.
+class TileStore {
+public:
+    /// Decodes a window of the raster into packed rows.
+    using Decode = std::function<std::optional<Failure>(const CellWindow& window, float* heights)>;
+
+    /// `tileColumns` and `tileRows`: the file's own tile or strip; small ones are taken together,
+    /// and one that fills the memory is cut.
+    TileStore(int columns, int rows, int tileColumns, int tileRows, std::size_t capacityBytes);
+
+    /// Fills a window that lies inside the raster; rows follow each other at a distance of `stride` cells.
+    /// `decode` belongs to the calling thread and is called for the tiles that are not there.
+    std::optional<Failure> read(const CellWindow& window, float* heights, std::size_t stride,
+                                const Decode& decode);
+
+private:
+    using Heights = std::vector<float>;
+    using Key = std::pair<int, int>; ///< row and column of the tile, in tiles
+
+    struct Entry {
+        std::shared_ptr<Heights> heights; ///< null while a thread decodes it
+        std::uint64_t lastUse = 0;
+    };
+
+    CellWindow windowOf(const Key& key) const;
+    std::variant<std::shared_ptr<Heights>, Failure> tile(const Key& key, const Decode& decode);
+    std::shared_ptr<Heights> takeEmpty(std::size_t cells);
+    void makeRoom();
+
+    const int m_columns;
+    const int m_rows;
+    int m_tileColumns;
+    int m_tileRows;
+    const std::size_t m_capacityBytes;
+    std::mutex m_mutex;
+    std::condition_variable m_decoded;
+    std::map<Key, Entry> m_tiles;
+    std::vector<std::shared_ptr<Heights>> m_spare; ///< memory of tiles that went
+    std::size_t m_bytes = 0;
+    std::uint64_t m_clock = 0;
+};
+
+} // namespace detect
