@@ -10,12 +10,12 @@ namespace detect {
 
 namespace {
 
-constexpr int reach = 64; ///< cells
+constexpr int reach = coarseReachCells;
 constexpr int firstStep = 4;
 constexpr int mostPatches = 24;
 constexpr int largestSide = 192; ///< of the part of a patch that is looked at
 constexpr std::size_t wantedPoints = 4000;
-constexpr double muchLess = 0.7; ///< of the scatter without a shift
+constexpr double muchLess = 0.7; ///< scatter that makes a shift, or a shift further away, worth believing
 constexpr double enoughPoints = 0.5;
 
 CellWindow middleOf(const CellWindow& window) {
@@ -32,7 +32,8 @@ CellWindow grown(const CellWindow& window) {
 /// Heights of the old epoch at some points, and the new epoch's around them.
 class Neighbourhood {
 public:
-    static std::variant<Neighbourhood, Failure> read(const PairLayout& layout, const Patch& patch) {
+    static std::variant<Neighbourhood, Failure> read(const PairLayout& layout, const Patch& patch,
+                                                     const HeightCorrection& correction) {
         // Opened for each: of a striped raster a narrow window caches whole strips, which go with the reader.
         auto opened = PairReader::open(layout);
         if (auto* failure = std::get_if<Failure>(&opened))
@@ -44,6 +45,7 @@ public:
         made.m_new.resize(static_cast<std::size_t>(made.m_window.cells()));
         if (auto failure = reader.readNew(made.m_window, {}, made.m_new.data()))
             return *failure;
+        correction.addTo(made.m_window, made.m_new.data());
         made.m_patch = &patch;
         return made;
     }
@@ -97,13 +99,18 @@ public:
     }
 
     CellShift best() {
-        Trial best{{}, m_still};
+        const Trial still{{}, m_still};
+        Trial near = still;
+        for (int step = firstStep; step > 0; step /= 2)
+            walk(step, near);
+        Trial far = near;
         for (int rows = -reach; rows <= reach; rows += firstStep)
             for (int columns = -reach; columns <= reach; columns += firstStep)
-                take({columns, rows}, best);
+                take({columns, rows}, far);
         for (int step = firstStep / 2; step > 0; step /= 2)
-            walk(step, best);
-        return best.scatter < muchLess * m_still ? best.shift : CellShift();
+            walk(step, far);
+        // Ground that repeats itself (terraces, rows of houses) fits in many places: the nearest is meant.
+        return better(far, better(near, still)).shift;
     }
 
 private:
@@ -111,6 +118,10 @@ private:
         CellShift shift;
         double scatter = 0.0;
     };
+
+    static const Trial& better(const Trial& candidate, const Trial& nearer) {
+        return candidate.scatter < muchLess * nearer.scatter ? candidate : nearer;
+    }
 
     /// To the best neighbour at this step until there is no better one.
     void walk(int step, Trial& best) {
@@ -153,12 +164,12 @@ private:
 
 } // namespace
 
-std::variant<CellShift, Failure> findCoarseShift(const PairLayout& layout,
-                                                 const std::vector<Patch>& patches) {
+std::variant<CellShift, Failure> findCoarseShift(const PairLayout& layout, const std::vector<Patch>& patches,
+                                                 const HeightCorrection& correction) {
     std::vector<Neighbourhood> places;
     const std::size_t every = std::max<std::size_t>(1, patches.size() / mostPatches);
     for (std::size_t i = 0; i < patches.size(); i += every) {
-        auto place = Neighbourhood::read(layout, patches[i]);
+        auto place = Neighbourhood::read(layout, patches[i], correction);
         if (auto* failure = std::get_if<Failure>(&place))
             return *failure;
         places.push_back(std::get<Neighbourhood>(std::move(place)));

@@ -1,9 +1,10 @@
 #include "detect/Coregister.h"
 
+#include "detect/CellFrame.h"
 #include "detect/CoarseShift.h"
-#include "detect/OrderedWork.h"
+#include "detect/GroundScatter.h"
+#include "detect/RobustFit.h"
 #include "detect/RobustStatistics.h"
-#include "detect/StableSample.h"
 
 #include <cmath>
 
@@ -12,275 +13,200 @@ namespace detect {
 namespace {
 
 constexpr int mostIterations = 25;
-constexpr int reweightings = 6;
-constexpr double settledCells = 0.01;
+constexpr double settledCells = 0.005;
 constexpr double largestStepCells = 3.0;
 /// A shift below this changes nothing, and leaving it out spares the resampling.
 constexpr double smallestShiftCells = 0.02;
-/// Uncertain position of an old cell's slope: steep places (walls) may deviate more before they count as
-/// changed.
-constexpr double slopeSlackCells = 0.25;
-constexpr double tukeyReach = 4.685;
 constexpr double worseScatter = 1.02;
+constexpr std::size_t leastCells = 500;
+constexpr std::size_t leastBlocks = 8;
+/// Standard errors by which the shared slope must differ from none.
+constexpr double leastStrength = 4.0;
+/// Below this height over a cell, moving by a cell makes no difference worth telling, and rounding shows.
+constexpr double leastRiseMetres = 2e-4;
+constexpr double largestErrorCells = 0.1;
+constexpr std::size_t slopedCells = 80'000;
 
-/// One cell's say about the shift: dZ = gx dx + gy dy + c.
-struct Equation {
-    float gx = 0.0F;
-    float gy = 0.0F;
-    float dz = 0.0F;
+const char* const tooFewCells = "两期共同有效的像元太少，判断不出水平位移";
+const char* const tooFlat = "地面起伏太小或坡向单一，判断不出水平位移";
+const char* const outOfRange = "水平位移达到或超出 64 个像元的搜索范围";
+const char* const notSettled = "水平位移的迭代没有收敛";
+const char* const noBetter = "平移后高差的离散程度没有变小";
+
+/// A step of the estimation that can end in a failure of the work, or in a reason to refuse the shift.
+struct Refusal {
+    std::string reason;
 };
 
-struct Solution {
-    double dx = 0.0;
-    double dy = 0.0;
-    double c = 0.0;
-};
+void takeStatistics(const RobustCentre& level, std::vector<SlopedDifference> sloped, Coregistration& found) {
+    found.nmadAfterMetres = level.nmad;
+    found.stableShare = level.stableShare;
+    const GroundScatter whole{level.stableNmad, 0.0};
+    const GroundScatter scatter = scatterOnSlopes(std::move(sloped), level.centre).value_or(whole);
+    found.sigmaMetres = scatter.sigmaMetres;
+    found.sigmaPerSlopeMetres = scatter.sigmaPerSlopeMetres;
+}
 
-/// Slopes along columns and rows to slopes east and north.
-class SlopeFrame {
+std::vector<SlopedDifference> withSlopes(const EquationSet& equations, const std::vector<float>& residuals) {
+    std::vector<SlopedDifference> sloped;
+    const std::size_t stride = residuals.size() / slopedCells + 1;
+    for (std::size_t i = 0; i < residuals.size(); i += stride)
+        sloped.push_back({equations.cells[i].oldSlope().squared(), residuals[i]});
+    return sloped;
+}
+
+/// Improves a co-registration that holds the bias.
+class FullSearch {
 public:
-    explicit SlopeFrame(const Grid& grid) : m_step(grid.cellStepsMetres()) {
-        m_determinant = m_step[0] * m_step[3] - m_step[1] * m_step[2];
-    }
-    Point toMap(double perColumn, double perRow) const {
-        return {(perColumn * m_step[3] - perRow * m_step[1]) / m_determinant,
-                (perRow * m_step[0] - perColumn * m_step[2]) / m_determinant};
-    }
-    /// Lengths of a cell along column and row, metres.
-    Point cellMetres() const { return {std::hypot(m_step[0], m_step[1]), std::hypot(m_step[2], m_step[3])}; }
-    /// Cells as a map shift.
-    Shift toMetres(const CellShift& cells) const {
-        return {cells.columns * m_step[0] + cells.rows * m_step[2],
-                cells.columns * m_step[1] + cells.rows * m_step[3]};
-    }
-    /// A map shift in cells.
-    Point toCells(double east, double north) const {
-        return {(east * m_step[3] - north * m_step[2]) / m_determinant,
-                (north * m_step[0] - east * m_step[1]) / m_determinant};
+    FullSearch(const PairLayout& layout, const StableSample& sample, int threads, bool tilt,
+               const Progress& progress)
+        : m_layout(layout), m_sample(sample), m_threads(threads), m_tilt(tilt), m_progress(progress),
+          m_frame(layout.oldRaster.grid) {}
+
+    std::optional<Failure> improve(Coregistration& found) {
+        if (m_tilt)
+            if (auto failure = level(found))
+                return failure;
+        Coregistration shifted = found;
+        auto outcome = findShift(shifted);
+        if (auto* failure = std::get_if<Failure>(&outcome))
+            return *failure;
+        found.iterations = shifted.iterations;
+        found.refusal = std::get<Refusal>(outcome).reason;
+        if (found.refusal.empty() && cellsOf(shifted) >= smallestShiftCells) {
+            if (shifted.nmadAfterMetres > worseScatter * found.nmadAfterMetres)
+                found.refusal = noBetter;
+            else
+                found = shifted;
+        }
+        return std::nullopt;
     }
 
 private:
-    std::array<double, 4> m_step;
-    double m_determinant = 1.0;
-};
+    using Outcome = std::variant<Refusal, Failure>; ///< an empty refusal when all is well
 
-void appendEquations(const Patch& patch, const std::vector<float>& newHeights, const SlopeFrame& frame,
-                     std::vector<Equation>& equations) {
-    const auto width = static_cast<std::size_t>(patch.window.columns);
-    const auto height = static_cast<std::size_t>(patch.window.rows);
-    const std::vector<float>& old = patch.oldHeights;
-    for (std::size_t row = 1; row + 1 < height; ++row) {
-        for (std::size_t i = row * width + 1; i + 1 < (row + 1) * width; ++i) {
-            const Point slope = frame.toMap(static_cast<double>(old[i + 1] - old[i - 1]) / 2.0,
-                                            static_cast<double>(old[i + width] - old[i - width]) / 2.0);
-            const Equation equation{static_cast<float>(slope.x), static_cast<float>(slope.y),
-                                    newHeights[i] - old[i]};
-            if (!std::isnan(equation.gx + equation.gy + equation.dz))
-                equations.push_back(equation);
-        }
-    }
-}
-
-/// The new epoch sampled at the patches with one shift.
-std::variant<std::vector<Equation>, Failure>
-readEquations(const PairLayout& layout, const std::vector<Patch>& patches, const Shift& shift, int threads) {
-    using Equations = std::vector<Equation>;
-    const SlopeFrame frame(layout.oldRaster.grid);
-    class Worker {
-    public:
-        Worker(PairReader reader, const std::vector<Patch>& patches, const Shift& shift,
-               const SlopeFrame& frame)
-            : m_reader(std::move(reader)), m_patches(&patches), m_shift(shift), m_frame(&frame) {}
-        std::variant<Equations, Failure> operator()(int index) {
-            const Patch& patch = (*m_patches)[static_cast<std::size_t>(index)];
-            m_new.resize(patch.oldHeights.size());
-            if (auto failure = m_reader.readNew(patch.window, m_shift, m_new.data()))
-                return *failure;
-            Equations equations;
-            appendEquations(patch, m_new, *m_frame, equations);
-            return equations;
-        }
-
-    private:
-        PairReader m_reader;
-        const std::vector<Patch>* m_patches;
-        Shift m_shift;
-        const SlopeFrame* m_frame;
-        std::vector<float> m_new;
-    };
-
-    Equations all;
-    const auto makeWorker = [&]() -> std::variant<Worker, Failure> {
-        auto reader = PairReader::open(layout);
-        if (auto* failure = std::get_if<Failure>(&reader))
+    /// Bias and tilt without a shift; leaves the bias alone where the cells span no plane.
+    std::optional<Failure> level(Coregistration& found) const {
+        auto read = readAt(found);
+        if (auto* failure = std::get_if<Failure>(&read))
             return *failure;
-        return Worker(std::get<PairReader>(std::move(reader)), patches, shift, frame);
-    };
-    const auto collect = [&](const Equations& equations) -> std::optional<Failure> {
-        all.insert(all.end(), equations.begin(), equations.end());
+        const auto& equations = std::get<EquationSet>(read);
+        if (!spansEnough(equations))
+            return std::nullopt;
+        if (const auto fit = fitRobustly(equations, FitTerms::Tilt, m_frame.cellMetres()))
+            finish(equations, fit->adjustment, found);
         return std::nullopt;
-    };
-    if (auto failure = workInOrder<Equations>(static_cast<int>(patches.size()), threads, makeWorker, collect))
-        return *failure;
-    return all;
-}
-
-std::vector<float> residuals(const std::vector<Equation>& equations, const Solution& s) {
-    std::vector<float> left;
-    left.reserve(equations.size());
-    for (const Equation& e : equations)
-        left.push_back(static_cast<float>(static_cast<double>(e.dz) - s.c - s.dx * static_cast<double>(e.gx) -
-                                          s.dy * static_cast<double>(e.gy)));
-    return left;
-}
-
-/// Weighted normal equations of three unknowns.
-struct NormalEquations {
-    double xx = 0, xy = 0, x1 = 0, yy = 0, y1 = 0, one = 0, xz = 0, yz = 0, z1 = 0;
-
-    void add(const Equation& e, double w) {
-        const auto gx = static_cast<double>(e.gx);
-        const auto gy = static_cast<double>(e.gy);
-        const auto dz = static_cast<double>(e.dz);
-        xx += w * gx * gx;
-        xy += w * gx * gy;
-        x1 += w * gx;
-        yy += w * gy * gy;
-        y1 += w * gy;
-        one += w;
-        xz += w * gx * dz;
-        yz += w * gy * dz;
-        z1 += w * dz;
     }
 
-    /// Nothing when the slopes do not span the plane: flat ground, or one even slope.
-    std::optional<Solution> solve() const {
-        if (!(one > 0.0))
-            return std::nullopt;
-        // Slopes and dZ about their weighted means leave two unknowns.
-        const double a = xx - x1 * x1 / one;
-        const double b = xy - x1 * y1 / one;
-        const double d = yy - y1 * y1 / one;
-        const double p = xz - x1 * z1 / one;
-        const double q = yz - y1 * z1 / one;
-        const double determinant = a * d - b * b;
-        if (!(determinant > 1e-9 * a * d) || !(std::min(a, d) > 1e-12 * one))
-            return std::nullopt;
-        Solution s;
-        s.dx = (p * d - q * b) / determinant;
-        s.dy = (q * a - p * b) / determinant;
-        s.c = (z1 - s.dx * x1 - s.dy * y1) / one;
-        return s;
-    }
-};
-
-std::optional<Solution> solveRobustly(const std::vector<Equation>& equations, double slackMetres) {
-    Solution solution;
-    std::vector<float> left = residuals(equations, solution);
-    solution.c = robustCentre(left).centre;
-    for (int round = 0; round < reweightings; ++round) {
-        left = residuals(equations, solution);
-        const double scatter = std::max(nmad(left, 0.0), 1e-6);
-        NormalEquations normal;
-        for (std::size_t i = 0; i < equations.size(); ++i) {
-            const Equation& e = equations[i];
-            const double slope2 = static_cast<double>(e.gx) * static_cast<double>(e.gx) +
-                                  static_cast<double>(e.gy) * static_cast<double>(e.gy);
-            const double variance = scatter * scatter + slackMetres * slackMetres * slope2;
-            const auto residual = static_cast<double>(left[i]);
-            const double u2 = residual * residual / (variance * tukeyReach * tukeyReach);
-            if (u2 < 1.0)
-                normal.add(e, (1.0 - u2) * (1.0 - u2) / variance);
-        }
-        const auto better = normal.solve();
-        if (!better)
-            return std::nullopt;
-        solution = *better;
-    }
-    return solution;
-}
-
-std::vector<float> dzOf(const std::vector<Equation>& equations) {
-    std::vector<float> dz;
-    dz.reserve(equations.size());
-    for (const Equation& e : equations)
-        dz.push_back(e.dz);
-    return dz;
-}
-
-class ShiftSearch {
-public:
-    ShiftSearch(const PairLayout& layout, const StableSample& sample, int threads)
-        : m_layout(layout), m_sample(sample), m_threads(threads), m_frame(layout.oldRaster.grid) {}
-
-    /// Refines `found`, which holds the bias; leaves it as it is where no shift can be told or none helps.
-    std::optional<Failure> refine(Coregistration& found, const Progress& progress) {
-        auto coarse = findCoarseShift(m_layout, m_sample.patches);
+    Outcome findShift(Coregistration& found) {
+        auto coarse = findCoarseShift(m_layout, m_sample.patches, correctionOf(found));
         if (auto* failure = std::get_if<Failure>(&coarse))
             return *failure;
-        Shift shift = m_frame.toMetres(std::get<CellShift>(coarse));
-        std::optional<RobustCentre> level;
-        for (bool settled = false; !settled && found.iterations < mostIterations; ++found.iterations) {
-            if (progress && !progress(static_cast<double>(found.iterations) / mostIterations))
+        const CellShift cells = std::get<CellShift>(coarse);
+        const Shift start = m_frame.toMetres({double(cells.columns), double(cells.rows)});
+        found.dxMetres = start.eastMetres;
+        found.dyMetres = start.northMetres;
+        if (outside(found))
+            return Refusal{outOfRange};
+        while (found.iterations < mostIterations) {
+            if (m_progress && !m_progress(static_cast<double>(found.iterations) / mostIterations))
                 return Failure{"已取消", true};
-            auto read = readEquations(m_layout, m_sample.patches, shift, m_threads);
+            ++found.iterations;
+            auto read = readAt(found);
             if (auto* failure = std::get_if<Failure>(&read))
                 return *failure;
-            const auto& equations = std::get<std::vector<Equation>>(read);
-            const auto step = equations.empty() ? std::nullopt : solveRobustly(equations, slackMetres());
-            if (!step)
-                return std::nullopt;
-            settled = !advance(*step, shift);
-            if (settled)
-                level = robustCentre(dzOf(equations));
+            const auto& equations = std::get<EquationSet>(read);
+            if (!spansEnough(equations))
+                return Refusal{tooFewCells};
+            const auto terms = m_tilt ? FitTerms::ShiftAndTilt : FitTerms::Shift;
+            const auto fit = fitRobustly(equations, terms, m_frame.cellMetres());
+            if (!fit || !trustworthy(fit->evidence))
+                return Refusal{tooFlat};
+            if (advance(fit->adjustment, found)) {
+                finish(equations, fit->adjustment, found);
+                return preciseEnough(fit->evidence) ? Refusal{} : Refusal{tooFlat};
+            }
+            if (outside(found))
+                return Refusal{outOfRange};
         }
-        if (level)
-            adopt(shift, *level, found);
-        return std::nullopt;
+        return Refusal{notSettled};
     }
 
-private:
-    double slackMetres() const {
-        const Point cell = m_frame.cellMetres();
-        return slopeSlackCells * (cell.x + cell.y) / 2.0;
+    std::variant<EquationSet, Failure> readAt(const Coregistration& found) const {
+        return readEquations(m_layout, m_sample.patches, {found.dxMetres, found.dyMetres},
+                             correctionOf(found), m_threads);
     }
 
-    /// False when the step is too small to matter; the shift stays what it was sampled with.
-    bool advance(const Solution& step, Shift& shift) const {
-        const Point cells = m_frame.toCells(step.dx, step.dy);
+    static bool spansEnough(const EquationSet& equations) {
+        return equations.cells.size() >= leastCells && equations.blockEnds.size() >= leastBlocks;
+    }
+
+    bool trustworthy(const ShiftEvidence& evidence) const {
+        return evidence.strength > leastStrength && evidence.slope * m_frame.cellMetres() > leastRiseMetres;
+    }
+
+    bool preciseEnough(const ShiftEvidence& evidence) const {
+        return evidence.standardErrorMetres <= largestErrorCells * m_frame.cellMetres();
+    }
+
+    /// Moves the epoch by a step; true when the step was so small that it need not be looked at again.
+    bool advance(const Adjustment& step, Coregistration& found) const {
+        const Point cells = m_frame.toCells({step.eastMetres, step.northMetres});
         const double length = std::hypot(cells.x, cells.y);
-        if (length < settledCells)
-            return false;
-        const double factor = std::min(1.0, largestStepCells / length);
-        shift.eastMetres += step.dx * factor;
-        shift.northMetres += step.dy * factor;
-        return true;
+        const double factor = length > largestStepCells ? largestStepCells / length : 1.0;
+        found.dxMetres += factor * step.eastMetres;
+        found.dyMetres += factor * step.northMetres;
+        const bool settled = length < settledCells;
+        if (!settled && factor == 1.0)
+            addHeights(step, found);
+        return settled;
     }
 
-    void adopt(const Shift& shift, const RobustCentre& level, Coregistration& found) const {
-        const Point cells = m_frame.toCells(shift.eastMetres, shift.northMetres);
-        const bool matters = std::hypot(cells.x, cells.y) >= smallestShiftCells;
-        if (!matters || level.nmad > worseScatter * found.nmadBeforeMetres)
-            return;
-        found.dxMetres = shift.eastMetres;
-        found.dyMetres = shift.northMetres;
-        found.dzMetres = -level.centre;
-        found.nmadAfterMetres = level.nmad;
+    static void addHeights(const Adjustment& step, Coregistration& found) {
+        found.dzMetres += step.heightMetres;
+        found.tiltEast += step.tiltEast;
+        found.tiltNorth += step.tiltNorth;
+    }
+
+    /// Takes over the last adjustment's heights, the bias once more as the level of what it leaves.
+    void finish(const EquationSet& equations, const Adjustment& last, Coregistration& found) const {
+        addHeights(last, found);
+        const std::vector<float> left = residuals(equations, last);
+        const RobustCentre level = robustCentre(left);
+        found.dzMetres -= level.centre;
+        takeStatistics(level, withSlopes(equations, left), found);
+        const Point cells = m_frame.toCells({found.dxMetres, found.dyMetres});
         const Affine& toMap = m_layout.oldRaster.grid.cellToMap();
         found.dxCells = cells.x * (toMap.c[1] < 0.0 ? -1.0 : 1.0);
         found.dyCells = cells.y * (toMap.c[5] < 0.0 ? -1.0 : 1.0);
     }
 
+    bool outside(const Coregistration& found) const {
+        const Point cells = m_frame.toCells({found.dxMetres, found.dyMetres});
+        return std::max(std::abs(cells.x), std::abs(cells.y)) > coarseReachCells - 0.5;
+    }
+
+    double cellsOf(const Coregistration& found) const {
+        const Point cells = m_frame.toCells({found.dxMetres, found.dyMetres});
+        return std::hypot(cells.x, cells.y);
+    }
+
+    HeightCorrection correctionOf(const Coregistration& found) const {
+        return {found, m_layout.oldRaster.grid};
+    }
+
     const PairLayout& m_layout;
     const StableSample& m_sample;
-    int m_threads;
-    SlopeFrame m_frame;
+    const int m_threads;
+    const bool m_tilt;
+    const Progress& m_progress;
+    CellFrame m_frame;
 };
 
 } // namespace
 
 std::variant<Coregistration, Failure> coregister(const PairLayout& layout, CoregistrationMethod method,
-                                                 int threads, const Progress& progress) {
+                                                 int threads, const Progress& progress, bool tilt) {
     const bool full = method == CoregistrationMethod::Full;
     const double samplingShare = full ? 0.2 : 1.0;
     const auto part = [&](double from, double share) -> Progress {
@@ -296,7 +222,8 @@ std::variant<Coregistration, Failure> coregister(const PairLayout& layout, Coreg
     const RobustCentre level = robustCentre(sample.dz);
     Coregistration found;
     found.method = method;
-    found.nmadBeforeMetres = found.nmadAfterMetres = level.nmad;
+    found.nmadBeforeMetres = level.nmad;
+    takeStatistics(level, sample.sloped, found);
     if (method == CoregistrationMethod::None)
         return found;
     found.dzMetres = -level.centre;
@@ -304,8 +231,8 @@ std::variant<Coregistration, Failure> coregister(const PairLayout& layout, Coreg
         found.iterations = level.passes;
         return found;
     }
-    if (auto failure =
-            ShiftSearch(layout, sample, threads).refine(found, part(samplingShare, 1.0 - samplingShare)))
+    const Progress searching = part(samplingShare, 1.0 - samplingShare);
+    if (auto failure = FullSearch(layout, sample, threads, tilt, searching).improve(found))
         return *failure;
     return found;
 }

@@ -11,6 +11,7 @@ constexpr double normalConsistency = 1.4826;
 constexpr double outlierNmads = 3.0;
 constexpr double settledMetres = 1e-4;
 constexpr int mostPasses = 20;
+constexpr int cleanings = 3;
 
 } // namespace
 
@@ -30,6 +31,19 @@ double nmad(const std::vector<float>& values, double centre) {
     return normalConsistency * median(deviations);
 }
 
+double stableNmad(std::vector<float> values, double centre) {
+    double spread = nmad(values, centre);
+    for (int i = 0; i < cleanings; ++i) {
+        const double reach = std::max(outlierNmads * spread, settledMetres);
+        values.erase(std::remove_if(
+                         values.begin(), values.end(),
+                         [&](float value) { return std::abs(static_cast<double>(value) - centre) > reach; }),
+                     values.end());
+        spread = nmad(values, centre);
+    }
+    return spread;
+}
+
 RobustCentre robustCentre(std::vector<float> values) {
     RobustCentre found;
     std::vector<float> kept = values;
@@ -47,6 +61,13 @@ RobustCentre robustCentre(std::vector<float> values) {
         spread = nmad(kept, centre);
     }
     found.nmad = nmad(values, found.centre);
+    found.stableNmad = spread;
+    const double reach = std::max(outlierNmads * spread, settledMetres);
+    const auto stable = std::count_if(values.begin(), values.end(), [&](float value) {
+        return std::abs(static_cast<double>(value) - found.centre) <= reach;
+    });
+    if (!values.empty())
+        found.stableShare = static_cast<double>(stable) / static_cast<double>(values.size());
     return found;
 }
 

@@ -2,6 +2,7 @@
 
 #include "detect/GdalErrors.h"
 #include "detect/OrderedWork.h"
+#include "detect/Slope.h"
 
 #include <cmath>
 #include <numeric>
@@ -12,6 +13,7 @@ namespace {
 
 constexpr std::int64_t wantedCells = 1'000'000;
 constexpr std::int64_t enoughValidCells = wantedCells / 4;
+constexpr std::int64_t wantedSlopedCells = 80'000;
 constexpr int leastPatchRows = 8;
 constexpr int mostPatchRows = 256;
 constexpr double goldenSection = 0.6180339887498949;
@@ -19,6 +21,7 @@ constexpr double goldenSection = 0.6180339887498949;
 struct PatchHeights {
     Patch patch;
     std::vector<float> dz;
+    std::vector<SlopedDifference> sloped;
     std::int64_t oldValid = 0;
     std::int64_t newValid = 0;
 };
@@ -61,8 +64,11 @@ private:
 
 class PatchWorker {
 public:
-    PatchWorker(PairReader reader, const PatchOrder& order, std::int64_t first)
-        : m_reader(std::move(reader)), m_order(&order), m_first(first) {}
+    PatchWorker(PairReader reader, const PairLayout& layout, const PatchOrder& order, std::int64_t first)
+        : m_reader(std::move(reader)), m_frame(layout.oldRaster.grid), m_order(&order), m_first(first) {
+        const std::int64_t sampled = std::min(wantedCells, layout.overlap.cells());
+        m_slopeStride = static_cast<int>(std::max<std::int64_t>(1, sampled / wantedSlopedCells));
+    }
 
     std::variant<PatchHeights, Failure> operator()(int index) {
         PatchHeights heights;
@@ -81,11 +87,31 @@ public:
             if (const float dz = m_new[i] - old[i]; !std::isnan(dz))
                 heights.dz.push_back(dz);
         }
+        appendSloped(heights);
         return heights;
     }
 
 private:
+    void appendSloped(PatchHeights& heights) const {
+        const CellWindow& window = heights.patch.window;
+        for (int row = 1; row + 1 < window.rows; ++row) {
+            const std::size_t line = static_cast<std::size_t>(row) * static_cast<std::size_t>(window.columns);
+            // Each row begins elsewhere, so that no column is favoured.
+            for (int column = 1 + row % m_slopeStride; column + 1 < window.columns; column += m_slopeStride) {
+                const std::size_t i = line + static_cast<std::size_t>(column);
+                const float* const old = heights.patch.oldHeights.data() + i;
+                const float slopeSquared =
+                    slopeAt(old, static_cast<std::size_t>(window.columns), m_frame).squared();
+                const float dz = m_new[i] - *old;
+                if (!std::isnan(slopeSquared + dz))
+                    heights.sloped.push_back({slopeSquared, dz});
+            }
+        }
+    }
+
     PairReader m_reader;
+    SlopeFrame m_frame;
+    int m_slopeStride = 1;
     const PatchOrder* m_order;
     std::int64_t m_first;
     std::vector<float> m_new;
@@ -100,7 +126,7 @@ std::variant<StableSample, Failure> takeSample(const PairLayout& layout, bool ke
     std::int64_t oldValid = 0;
     std::int64_t newValid = 0;
     std::int64_t taken = 0;
-    std::int64_t batch = std::max<std::int64_t>(threads, (wantedCells - 1) / order.patchCells() + 1);
+    std::int64_t batch = (wantedCells - 1) / order.patchCells() + 1;
 
     while (taken < order.count() && static_cast<std::int64_t>(sample.dz.size()) < enoughValidCells) {
         batch = std::min(batch, order.count() - taken);
@@ -109,7 +135,7 @@ std::variant<StableSample, Failure> takeSample(const PairLayout& layout, bool ke
             auto reader = PairReader::open(layout);
             if (auto* failure = std::get_if<Failure>(&reader))
                 return *failure;
-            return PatchWorker(std::get<PairReader>(std::move(reader)), order, taken);
+            return PatchWorker(std::get<PairReader>(std::move(reader)), layout, order, taken);
         };
         const auto collect = [&](PatchHeights heights) -> std::optional<Failure> {
             oldValid += heights.oldValid;
@@ -117,6 +143,7 @@ std::variant<StableSample, Failure> takeSample(const PairLayout& layout, bool ke
             if (keepPatches && !heights.dz.empty())
                 sample.patches.push_back(std::move(heights.patch));
             sample.dz.insert(sample.dz.end(), heights.dz.begin(), heights.dz.end());
+            sample.sloped.insert(sample.sloped.end(), heights.sloped.begin(), heights.sloped.end());
             if (progress && !progress(static_cast<double>(++done) / static_cast<double>(batch)))
                 return Failure{"已取消", true};
             return std::nullopt;

@@ -12,15 +12,24 @@ struct Patch {
     std::vector<float> oldHeights;
 };
 
+/// A difference and the old surface's slope at its cell.
+struct SlopedDifference {
+    float slopeSquared = 0.0F; ///< tangent of the slope angle, squared
+    float dz = 0.0F;           ///< metres
+};
+
 /// Heights from evenly spread pieces of the overlap, about a million cells, whatever the raster's size.
 struct StableSample {
     std::vector<Patch> patches; ///< only those with cells valid in both epochs
     std::vector<float> dz;      ///< new - old where both are valid, metres, no shift applied
+    /// Some of them, evenly spread, with slopes: enough for the scatter on each kind of ground.
+    std::vector<SlopedDifference> sloped;
 };
 
 /// Pieces follow the old raster's own tiles, so that few are decoded. The choice depends on the two rasters
-/// only. When little of the overlap holds heights, more of it is read, all of it if need be; fails when there
-/// are none, naming the raster without heights. `keepPatches` false leaves the patches out.
+/// and `layout.overlap` only, not on the number of threads. When little of the overlap holds heights, more of
+/// it is read, all of it if need be; fails when there are none, naming the raster without heights.
+/// `keepPatches` false leaves the patches out.
 std::variant<StableSample, Failure> takeSample(const PairLayout& layout, bool keepPatches, int threads,
                                                const Progress& progress);
 
