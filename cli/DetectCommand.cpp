@@ -10,6 +10,7 @@
 
 #include <gdal.h>
 
+#include <cstdio>
 #include <optional>
 
 namespace cli {
@@ -23,7 +24,7 @@ constexpr auto command = "detect";
 const char* const usage =
     "用法：corridor detect --old OLD.tif --new NEW.tif --out RESULT.(gpkg|geojson|shp)\n"
     "         [--threshold M] [--sigma M[,M]] [--confidence P] [--min-area M2]\n"
-    "         [--coregister none|bias|full] [--dz DZ.tif] [--threads N]\n"
+    "         [--coregister none|bias|full] [--tilt] [--dz DZ.tif] [--threads N]\n"
     "         [--window XOFF,YOFF,XSIZE,YSIZE] [--summary SUMMARY.json] [--quiet]\n";
 
 using detect::Failure;
@@ -108,8 +109,11 @@ int runDetect(const std::vector<std::string>& arguments) {
     detect::Result result;
     if (const auto failure = detectAndWrite(*task, outputs, result))
         return fail(command, statusFailed, outputs.inUsersWords(failure->message));
-    if (!task->quiet)
-        printAnomalies(result);
+    if (task->quiet)
+        return statusDone;
+    if (const std::string& refusal = result.coregistration.refusal; !refusal.empty())
+        std::fprintf(stderr, "corridor detect: 未做水平配准：%s；只校正高差\n", refusal.c_str());
+    printAnomalies(result);
     return statusDone;
 }
 

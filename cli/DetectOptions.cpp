@@ -43,17 +43,16 @@ Wrong readLimits(const Options& options, detect::Parameters& parameters) {
 }
 
 Wrong readCoregistration(const Options& options, detect::Parameters& parameters) {
-    if (!options.has("--coregister"))
-        return std::nullopt;
-    using Method = detect::CoregistrationMethod;
-    const std::string name = options.value("--coregister");
-    for (const Method method : {Method::None, Method::Bias, Method::Full}) {
-        if (name == detect::methodName(method)) {
-            parameters.coregistration = method;
-            return std::nullopt;
-        }
+    if (options.has("--coregister")) {
+        const auto method = detect::methodNamed(options.value("--coregister"));
+        if (!method)
+            return "--coregister 只能是 none、bias 或 full";
+        parameters.coregistration = *method;
     }
-    return "--coregister 只能是 none、bias 或 full";
+    parameters.tilt = options.has("--tilt");
+    if (parameters.tilt && parameters.coregistration != detect::CoregistrationMethod::Full)
+        return "--tilt 只能与 --coregister full 一起使用";
+    return std::nullopt;
 }
 
 /// Significance replaces the threshold, unless one is given too.
@@ -148,7 +147,7 @@ Wrong readAll(const Options& options, DetectTask& task) {
 const OptionTable& detectOptionTable() {
     static const OptionTable table{{"--old", "--new", "--out", "--threshold", "--min-area", "--coregister",
                                     "--sigma", "--confidence", "--dz", "--threads", "--summary", "--window"},
-                                   {"--quiet", "--help"},
+                                   {"--tilt", "--quiet", "--help"},
                                    0};
     return table;
 }

@@ -79,17 +79,9 @@ CPLJSONObject describe(const Parameters& parameters) {
     return object;
 }
 
-std::optional<CoregistrationMethod> methodOf(const std::string& name) {
-    for (const auto method :
-         {CoregistrationMethod::None, CoregistrationMethod::Bias, CoregistrationMethod::Full})
-        if (name == methodName(method))
-            return method;
-    return std::nullopt;
-}
-
 bool parse(const CPLJSONObject& object, Parameters& parameters) {
     take(object, parameters, parameterFigures);
-    const auto method = methodOf(object.GetString("coregister"));
+    const auto method = methodNamed(object.GetString("coregister"));
     if (!method)
         return false;
     parameters.coregistration = *method;
@@ -115,7 +107,7 @@ CPLJSONObject describe(const Coregistration& coregistration) {
 }
 
 bool parse(const CPLJSONObject& object, Coregistration& coregistration) {
-    const auto method = methodOf(object.GetString("method"));
+    const auto method = methodNamed(object.GetString("method"));
     if (!method)
         return false;
     coregistration.method = *method;

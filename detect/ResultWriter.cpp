@@ -96,25 +96,35 @@ bool holds(const std::string& path, std::size_t anomalies) {
     return read == anomalies;
 }
 
+CPLJSONObject coregistrationObject(const Coregistration& c) {
+    CPLJSONObject object;
+    object.Add("method", methodName(c.method));
+    if (!c.refusal.empty())
+        object.Add("refusal", c.refusal);
+    object.Add("dx_m", c.dxMetres);
+    object.Add("dy_m", c.dyMetres);
+    object.Add("dz_m", c.dzMetres);
+    object.Add("tilt_east", c.tiltEast);
+    object.Add("tilt_north", c.tiltNorth);
+    object.Add("dx_cells", c.dxCells);
+    object.Add("dy_cells", c.dyCells);
+    object.Add("iterations", c.iterations);
+    object.Add("nmad_before_m", c.nmadBeforeMetres);
+    object.Add("nmad_after_m", c.nmadAfterMetres);
+    object.Add("stable_share", c.stableShare);
+    object.Add("sigma_m", c.sigmaMetres);
+    object.Add("sigma_slope_m", c.sigmaPerSlopeMetres);
+    return object;
+}
+
 std::string summaryText(const Result& result, const Parameters& parameters) {
-    const Coregistration& c = result.coregistration;
     CPLJSONObject summary;
     summary.Add("anomalies", static_cast<GInt64>(result.anomalies.size()));
     summary.Add("cells", static_cast<GInt64>(result.cells));
     summary.Add("seconds", result.seconds);
     summary.Add("threads", result.threads);
     summary.Add("threshold_m", parameters.thresholdMetres);
-    CPLJSONObject coregistration;
-    coregistration.Add("method", methodName(c.method));
-    coregistration.Add("dx_m", c.dxMetres);
-    coregistration.Add("dy_m", c.dyMetres);
-    coregistration.Add("dz_m", c.dzMetres);
-    coregistration.Add("dx_cells", c.dxCells);
-    coregistration.Add("dy_cells", c.dyCells);
-    coregistration.Add("iterations", c.iterations);
-    coregistration.Add("nmad_before_m", c.nmadBeforeMetres);
-    coregistration.Add("nmad_after_m", c.nmadAfterMetres);
-    summary.Add("coregistration", coregistration);
+    summary.Add("coregistration", coregistrationObject(result.coregistration));
     return summary.Format(CPLJSONObject::PrettyFormat::Pretty) + "\n";
 }
 
@@ -174,6 +184,14 @@ const char* methodName(CoregistrationMethod method) {
         break;
     }
     return "full";
+}
+
+std::optional<CoregistrationMethod> methodNamed(const std::string& name) {
+    using Method = CoregistrationMethod;
+    for (const Method method : {Method::None, Method::Bias, Method::Full})
+        if (name == methodName(method))
+            return method;
+    return std::nullopt;
 }
 
 } // namespace detect

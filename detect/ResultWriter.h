@@ -30,5 +30,6 @@ std::optional<Failure> writeSummary(const Result& result, const Parameters& para
 
 /// "none", "bias" or "full".
 const char* methodName(CoregistrationMethod method);
+std::optional<CoregistrationMethod> methodNamed(const std::string& name);
 
 } // namespace detect

@@ -73,9 +73,30 @@ TEST_F(CommandLine, WritesResultDifferencesAndSummary) {
     EXPECT_EQ(coregistration.GetString("method"), "bias");
     EXPECT_NEAR(coregistration.GetDouble("dz_m"), -0.4, 0.01);
     for (const char* field :
-         {"dx_m", "dy_m", "dx_cells", "dy_cells", "iterations", "nmad_before_m", "nmad_after_m"})
+         {"dx_m", "dy_m", "dx_cells", "dy_cells", "iterations", "nmad_before_m", "nmad_after_m",
+          "stable_share", "sigma_m", "sigma_slope_m", "tilt_east", "tilt_north"})
         EXPECT_TRUE(coregistration.GetObj(field).IsValid()) << field;
+    EXPECT_FALSE(coregistration.GetObj("refusal").IsValid());
     EXPECT_EQ(readRaster(m_folder.file("dz.tif")).size(), 360000U);
+}
+
+TEST_F(CommandLine, SaysWhyNothingWasShifted) {
+    const std::vector<std::string> more{"--coregister", "full", "--summary", m_folder.file("summary.json")};
+    const ProgramRun run = runCorridor(arguments("result.gpkg", more));
+    EXPECT_EQ(run.status, 0) << run.messages;
+    CPLJSONDocument document;
+    ASSERT_TRUE(document.Load(m_folder.file("summary.json")));
+    const std::string refusal = document.GetRoot().GetObj("coregistration").GetString("refusal");
+    EXPECT_NE(refusal, "");
+    const std::string line = "corridor detect: 未做水平配准：" + refusal + "；只校正高差\n";
+    EXPECT_NE(run.messages.find(line), std::string::npos) << run.messages;
+    EXPECT_EQ(std::count(run.output.begin(), run.output.end(), '\n'), 2) << run.output;
+
+    std::vector<std::string> quiet = more;
+    quiet.emplace_back("--quiet");
+    const ProgramRun silent = runCorridor(arguments("again.gpkg", quiet));
+    EXPECT_EQ(silent.status, 0);
+    EXPECT_EQ(silent.messages + silent.output, "");
 }
 
 TEST_F(CommandLine, EveryFormatIsWritten) {
@@ -112,6 +133,8 @@ TEST_F(CommandLine, WrongUseIsStatusTwoAndOneLine) {
         {arguments("result.gpkg", {"--min-area", "4x"}), "--min-area"},
         {arguments("result.gpkg", {"--threads", "0"}), "--threads"},
         {arguments("result.gpkg", {"--coregister", "magic"}), "--coregister"},
+        {arguments("result.gpkg", {"--tilt"}), "--tilt"},
+        {arguments("result.gpkg", {"--tilt", "--coregister", "bias"}), "--tilt"},
         {arguments("result.gpkg", {"--quiet", "--quiet"}), "--quiet"},
         {arguments("result.tif"), "--out"},
         {arguments("result.gpkg", {"--dz", old}), "old.tif"},
