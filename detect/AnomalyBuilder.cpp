@@ -1,7 +1,7 @@
 #include "detect/AnomalyBuilder.h"
 
 #include "detect/Classification.h"
-#include "detect/Outline.h"
+#include "detect/OutlineSimplifier.h"
 
 #include <algorithm>
 #include <cmath>
@@ -12,7 +12,12 @@ namespace detect {
 namespace {
 
 constexpr std::int32_t coreCells = 3;
-constexpr std::int64_t leastCells = std::int64_t{coreCells} * coreCells;
+constexpr std::int64_t leastBodyCells = 16;
+/// Bands of less than these widths may be slivers or speckle, cells.
+constexpr double sliverCells = 4.0;
+constexpr double speckleCells = 3.0;
+constexpr double mostExplained = 0.6;
+constexpr double roughest = 0.25;
 using RunIterator = std::vector<Run>::const_iterator;
 
 struct RowRuns {
@@ -40,6 +45,18 @@ bool shareCore(RowRuns a, RowRuns b, RowRuns c) {
 
 bool reachesLevelOfDetection(const std::vector<Run>& runs) {
     return std::any_of(runs.begin(), runs.end(), [](const Run& run) { return run.strongest >= 1.0F; });
+}
+
+bool isOneRow(const std::vector<Run>& runs) {
+    return std::all_of(runs.begin(), runs.end(), [&](const Run& run) { return run.row == runs.front().row; });
+}
+
+bool isSliver(const Traits& traits) {
+    return traits.widthCells < sliverCells && traits.explainedByShift > mostExplained;
+}
+
+bool isSpeckle(const Traits& traits) {
+    return traits.widthCells < speckleCells && traits.roughness > roughest;
 }
 
 double signedArea(const Ring& ring) {
@@ -74,19 +91,70 @@ bool hasCore(const std::vector<Run>& runs) {
     return false;
 }
 
+AnomalyBuilder::AnomalyBuilder(const Grid& grid, const Parameters& parameters,
+                               const Coregistration& coregistration)
+    : m_grid(grid), m_parameters(parameters), m_level(parameters, coregistration, grid),
+      m_correlatedCells(std::max(1.0, coregistration.correlatedCells)) {}
+
 void AnomalyBuilder::consider(Component& component) {
-    if (component.cells < leastCells || !reachesLevelOfDetection(component.runs))
+    if (!reachesLevelOfDetection(component.runs))
+        return;
+    // What lies in one row was perhaps left out on the way; it does not count as turned away.
+    if (m_parameters.rules.core && isOneRow(component.runs))
         return;
     component.putInRowOrder();
-    const std::vector<Run>& runs = component.runs;
-    if (!hasCore(runs))
+    std::vector<Component> bodies;
+    if (m_parameters.splitBodies)
+        bodies = splitBodies(component, bodyLimits(component.runs.front().row));
+    if (bodies.empty())
+        judge(component);
+    for (const Component& body : bodies)
+        judge(body);
+}
+
+void AnomalyBuilder::judge(const Component& body) {
+    const std::vector<Run>& runs = body.runs;
+    if (!reachesLevelOfDetection(runs))
         return;
+    if (m_parameters.rules.core && !hasCore(runs)) {
+        ++m_rejections.core;
+        return;
+    }
     Anomaly anomaly = measure(runs);
-    if (anomaly.areaSquareMetres < m_parameters.minAreaSquareMetres)
+    if (anomaly.areaSquareMetres < m_parameters.minAreaSquareMetres) {
+        ++m_rejections.area;
         return;
-    outline(runs, anomaly);
-    anomaly.suggested = suggestClass(anomaly);
+    }
+    const Polygon cellOutline = traceOutline(runs);
+    const Traits traits = measureTraits(body, cellOutline);
+    if (!passes(traits))
+        return;
+    measureUncertainty(runs, anomaly);
+    outline(m_parameters.simplifyOutlines ? simplified(cellOutline) : cellOutline, anomaly);
+    Suggestion suggestion = suggestClass(traits);
+    anomaly.suggested = std::move(suggestion.name);
+    anomaly.suggestionConfidence = suggestion.confidence;
     m_found.push_back({runs.front().row, runs.front().begin, std::move(anomaly)});
+}
+
+bool AnomalyBuilder::passes(const Traits& traits) {
+    if (m_parameters.rules.sliver && isSliver(traits)) {
+        ++m_rejections.sliver;
+        return false;
+    }
+    if (m_parameters.rules.speckle && isSpeckle(traits)) {
+        ++m_rejections.speckle;
+        return false;
+    }
+    return true;
+}
+
+BodyLimits AnomalyBuilder::bodyLimits(std::int32_t row) const {
+    const double cells = m_parameters.minAreaSquareMetres / m_grid.cellAreaSquareMetres(row);
+    BodyLimits limits;
+    limits.depthMetres = m_level.level();
+    limits.leastCells = std::max(leastBodyCells, static_cast<std::int64_t>(std::ceil(cells)));
+    return limits;
 }
 
 /// Sums in row order, so that no rounding depends on how the runs were found.
@@ -120,10 +188,29 @@ Anomaly AnomalyBuilder::measure(const std::vector<Run>& runs) const {
     return anomaly;
 }
 
-void AnomalyBuilder::outline(const std::vector<Run>& runs, Anomaly& anomaly) const {
-    const Polygon polygon = traceOutline(runs);
-    anomaly.outline = toMap(polygon.outer);
-    for (const Ring& hole : polygon.holes)
+/// The errors of the cells are taken for one error within what is correlated, and for independent beyond
+/// (Rolstad et al. 2009).
+void AnomalyBuilder::measureUncertainty(const std::vector<Run>& runs, Anomaly& anomaly) const {
+    double variance = 0.0;
+    double weighted = 0.0;
+    double strongest = 0.0;
+    for (const Run& run : runs) {
+        const double cellArea = m_grid.cellAreaSquareMetres(run.row);
+        const double ofRun = static_cast<double>(run.variance) * varianceUnitSquareMetres;
+        variance += ofRun;
+        weighted += cellArea * cellArea * ofRun;
+        strongest = std::max(strongest, static_cast<double>(run.strongest));
+    }
+    const auto cells = static_cast<double>(anomaly.cells);
+    anomaly.sigmaMetres = std::sqrt(variance / cells);
+    anomaly.levelOfDetectionMetres = m_level.levelFor(anomaly.sigmaMetres);
+    anomaly.significance = strongest;
+    anomaly.volumeSigmaCubicMetres = std::sqrt(weighted * std::min(cells, m_correlatedCells));
+}
+
+void AnomalyBuilder::outline(const Polygon& cellOutline, Anomaly& anomaly) const {
+    anomaly.outline = toMap(cellOutline.outer);
+    for (const Ring& hole : cellOutline.holes)
         anomaly.holes.push_back(toMap(hole));
     if (signedArea(anomaly.outline) < 0.0) { // the grid is mirrored against the map
         std::reverse(anomaly.outline.begin(), anomaly.outline.end());
@@ -137,10 +224,10 @@ void AnomalyBuilder::outline(const std::vector<Run>& runs, Anomaly& anomaly) con
                std::max(box.yMax, p.y)};
 }
 
-Ring AnomalyBuilder::toMap(const Ring& cellCorners) const {
+Ring AnomalyBuilder::toMap(const Ring& cells) const {
     Ring ring;
-    ring.reserve(cellCorners.size());
-    for (const Point& corner : cellCorners)
+    ring.reserve(cells.size());
+    for (const Point& corner : cells)
         ring.push_back(m_grid.cellToMap()(corner.x, corner.y));
     return ring;
 }

@@ -1,7 +1,9 @@
 #pragma once
 
-#include "detect/Component.h"
+#include "detect/Bodies.h"
 #include "detect/Grid.h"
+#include "detect/LevelOfDetection.h"
+#include "detect/Traits.h"
 
 #include <utility>
 #include <vector>
@@ -18,24 +20,32 @@ struct PlacedAnomaly {
 /// Judges finished components and makes anomalies of those that pass.
 class AnomalyBuilder {
 public:
-    AnomalyBuilder(const Grid& grid, const Parameters& parameters) : m_grid(grid), m_parameters(parameters) {}
+    AnomalyBuilder(const Grid& grid, const Parameters& parameters, const Coregistration& coregistration);
 
-    /// Takes a finished component, whose runs it brings in row order when they are worth a look. Nothing when
-    /// it never reaches the threshold, is smaller than the least area, or has no 3 x 3 block of cells
-    /// (slivers along walls and edges are artefacts of registration).
+    /// Takes a finished component, whose runs it brings in row order when they are worth a look. Makes an
+    /// anomaly of each of its bodies that reaches its level of detection, has the least area, and that none
+    /// of the rules turns away.
     void consider(Component& component);
 
     /// What was found so far, in no order, without names.
     std::vector<PlacedAnomaly> take() { return std::exchange(m_found, {}); }
+    const Rejections& rejections() const { return m_rejections; }
 
 private:
+    void judge(const Component& body);
+    bool passes(const Traits& traits);
     Anomaly measure(const std::vector<Run>& runs) const;
-    void outline(const std::vector<Run>& runs, Anomaly& anomaly) const;
-    Ring toMap(const Ring& cellCorners) const;
+    void measureUncertainty(const std::vector<Run>& runs, Anomaly& anomaly) const;
+    void outline(const Polygon& cellOutline, Anomaly& anomaly) const;
+    Ring toMap(const Ring& cells) const;
+    BodyLimits bodyLimits(std::int32_t row) const;
 
     Grid m_grid;
     Parameters m_parameters;
+    LevelOfDetection m_level;
+    double m_correlatedCells;
     std::vector<PlacedAnomaly> m_found;
+    Rejections m_rejections;
 };
 
 /// Puts anomalies in the order of their first cells (row by row), named A0001 and on.

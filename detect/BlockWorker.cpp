@@ -1,10 +1,13 @@
 #include "detect/BlockWorker.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace detect {
 
 namespace {
+
+constexpr float noHeight = std::numeric_limits<float>::quiet_NaN();
 
 /// Returns how many cells have a dZ.
 std::int64_t subtract(const float* oldHeights, const float* newHeights, std::size_t columns, float* dz) {
@@ -26,6 +29,11 @@ BlockWorker::BlockWorker(PairReader reader, const BlockTask& task)
 std::variant<Block, Failure> BlockWorker::operator()(int index) {
     Block block;
     block.window = m_task.plan.at(index);
+    if (m_reader.isEmpty(block.window)) {
+        if (m_task.keepDz)
+            block.dz.assign(static_cast<std::size_t>(block.window.cells()), noHeight);
+        return block;
+    }
     const Inset inset = withNeighbours(block.window);
     if (auto failure = readBoth(inset.read))
         return *failure;
@@ -39,7 +47,7 @@ std::variant<Block, Failure> BlockWorker::operator()(int index) {
 
 BlockWorker::Inset BlockWorker::withNeighbours(const CellWindow& window) const {
     const int forArtefacts = m_task.artefactReach > 0 ? m_artefacts.neighbourCells() : 0;
-    const int neighbours = std::max(forArtefacts, m_task.level.dependsOnSlope() ? 1 : 0);
+    const int neighbours = std::max(forArtefacts, 1);
     Inset inset;
     inset.read = intersect({window.column - neighbours, window.row - neighbours,
                             window.columns + 2 * neighbours, window.rows + 2 * neighbours},
@@ -47,6 +55,22 @@ BlockWorker::Inset BlockWorker::withNeighbours(const CellWindow& window) const {
     inset.firstRow = window.row - inset.read.row;
     inset.firstColumn = window.column - inset.read.column;
     return inset;
+}
+
+/// The cells whose new height one of the old ones around has, and the other way round.
+std::int32_t BlockWorker::explainedByShift(const Inset& inset, const CellWindow& window,
+                                           const Run& run) const {
+    const HeightField oldEpoch{m_old.data(), inset.read.columns, inset.read.rows};
+    const HeightField newEpoch{m_new.data(), inset.read.columns, inset.read.rows};
+    const int row = run.row - window.row + inset.firstRow;
+    std::int32_t explained = 0;
+    for (std::int32_t at = run.begin; at < run.end; ++at) {
+        const int column = at - window.column + inset.firstColumn;
+        const bool both = rangeAround(oldEpoch, row, column, 1).holds(newEpoch.row(row)[column], 0.0F) &&
+                          rangeAround(newEpoch, row, column, 1).holds(oldEpoch.row(row)[column], 0.0F);
+        explained += both ? 1 : 0;
+    }
+    return explained;
 }
 
 /// Leaves the new heights corrected.
@@ -88,8 +112,9 @@ void BlockWorker::findRuns(const Inset& inset, Block& block) {
         cells.levels = m_task.level.dependsOnSlope() ? m_levels.data() + from : nullptr;
         m_finder.find(cells, block.found.runs);
     }
-    dropLonelyRuns(block.found.runs,
-                   {window.row, window.row + window.rows - 1, window.column, window.column + window.columns});
+    if (m_task.dropLonely)
+        dropLonelyRuns(block.found.runs, {window.row, window.row + window.rows - 1, window.column,
+                                          window.column + window.columns});
 }
 
 void BlockWorker::measureRuns(const Inset& inset, Block& block) const {
@@ -111,6 +136,7 @@ void BlockWorker::measureRuns(const Inset& inset, Block& block) const {
             uncertainty.sigmas = m_sigmas.data() + inset.cell(row) + column;
         }
         measureRun(dz, uncertainty, run);
+        run.explainedByShift = explainedByShift(inset, window, run);
         run.heights = block.found.heights.size();
         block.found.heights.insert(block.found.heights.end(), dz, dz + run.cells());
     }

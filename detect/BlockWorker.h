@@ -29,6 +29,8 @@ struct BlockTask {
     double growRatio = 0.5;
     /// Cells around that tell resampling artefacts; 0 when heights come untouched.
     int artefactReach = 0;
+    /// Leave out what cannot become a component with a core; see dropLonelyRuns.
+    bool dropLonely = true;
     bool keepDz = false;
 };
 
@@ -57,6 +59,7 @@ private:
     void judge(const Inset& inset, const CellWindow& window);
     void findRuns(const Inset& inset, Block& block);
     void measureRuns(const Inset& inset, Block& block) const;
+    std::int32_t explainedByShift(const Inset& inset, const CellWindow& window, const Run& run) const;
 
     PairReader m_reader;
     const BlockTask& m_task;

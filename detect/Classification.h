@@ -1,16 +1,22 @@
 #pragma once
 
-#include "detect/Detection.h"
+#include "detect/Traits.h"
+
+#include <string>
 
 namespace detect {
 
-/// The class an inspector will most likely give, in Chinese (UTF-8), from the shape of the change alone.
-/// Fullness is |mean dZ| over the largest |dZ|: about 1 for a box, 1/2 for a bowl, 1/3 for a cone.
-///
-///     fill, full (>= 0.6) and at least 2 m high on average    建构筑物  (flat roof, upright walls)
-///     any other fill                                          重物占压  (heap, stacked goods)
-///     cut, full (>= 0.6) or at least 3 m deep                 深挖      (steep sides)
-///     any other cut                                           塌陷      (shallow bowl)
-const char* suggestClass(const Anomaly& anomaly);
+/// The class an inspector will most likely give, and how sure that is (0.5 .. 1).
+struct Suggestion {
+    std::string name; ///< "建构筑物", "重物占压", "深挖" or "塌陷", UTF-8
+    double confidence = 0.5;
+};
+
+/// Suggests a class from the shape of the change alone. A fill is a building (建构筑物: flat roof, upright
+/// walls, right angles, at least about two metres high) or goods and soil laid down (重物占压); a cut is an
+/// excavation (深挖: steep sides, flat floor, or deep) or a collapse (塌陷: a shallow bowl that runs out).
+/// Evidence of each trait is added up as log odds (logistic regression with weights set by hand); the
+/// confidence is the probability that comes out.
+Suggestion suggestClass(const Traits& traits);
 
 } // namespace detect

@@ -25,6 +25,7 @@ void extend(Run& before, const Run& run) {
     before.raised += run.raised;
     before.sunk += run.sunk;
     before.variance += run.variance;
+    before.explainedByShift += run.explainedByShift;
 }
 
 } // namespace

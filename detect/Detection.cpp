@@ -140,7 +140,7 @@ private:
         const BlockPlan plan(m_layout.oldRaster, m_piece.window, parameters.blockRows,
                              parameters.blockColumns);
         const BlockTask task = taskFor(plan);
-        AnomalyBuilder builder(grid, parameters);
+        AnomalyBuilder builder(grid, parameters, m_piece.frame.coregistration);
         const BlockEdges edges = cutEdges(m_piece.window, m_layout.overlap);
         Labeller labeller([&](Component& component) {
             if (component.touches(edges))
@@ -173,6 +173,7 @@ private:
             return failure;
         labeller.finish();
         m_piece.anomalies = builder.take();
+        m_piece.rejections = builder.rejections();
         return std::nullopt;
     }
 
@@ -194,11 +195,11 @@ private:
         const Grid& grid = m_layout.oldRaster.grid;
         BlockTask task{plan, m_layout.overlap, HeightCorrection(coregistration, grid)};
         task.shift = {coregistration.dxMetres, coregistration.dyMetres};
-        task.level =
-            LevelOfDetection(m_request.parameters, sigmaOf(m_request.parameters, coregistration), grid);
+        task.level = LevelOfDetection(m_request.parameters, coregistration, grid);
         task.growRatio = m_request.parameters.growRatio;
         if (!m_layout.offset || !task.shift.none())
             task.artefactReach = ResamplingArtefacts::reachCells(grid, m_layout.newRaster.grid);
+        task.dropLonely = m_request.parameters.rules.core;
         task.keepDz = m_dzRaster.has_value();
         return task;
     }

@@ -63,6 +63,9 @@ struct Coregistration {
     /// Both are zero for epochs that agree perfectly; the second is zero where slopes show no influence.
     double sigmaMetres = 0.0;
     double sigmaPerSlopeMetres = 0.0;
+    /// Errors of dZ of so many neighbouring cells together are as good as one error; 1 when every cell has
+    /// its own.
+    double correlatedCells = 1.0;
     /// Why Full leaves the new epoch where it is horizontally (Chinese, UTF-8, one line): no shift that can
     /// be trusted. Empty when nothing was refused, also when no shift was needed.
     std::string refusal;
@@ -78,6 +81,25 @@ struct Significance {
     double confidence = 0.95;
 };
 
+/// What a component that reaches its level of detection must be besides; each rule can be switched off.
+struct Rules {
+    /// It holds a block of 3 x 3 cells.
+    bool core = true;
+    /// It is no narrow band along a steep edge (a wall, a bank) most of whose change a shift of the edge by
+    /// one cell would explain.
+    bool sliver = true;
+    /// It is no narrow or ragged patch whose heights scatter from cell to cell, as leaves and grass do.
+    bool speckle = true;
+};
+
+/// How many components the rules have turned away. All reach their level of detection.
+struct Rejections {
+    std::int64_t core = 0;
+    std::int64_t area = 0;
+    std::int64_t sliver = 0;
+    std::int64_t speckle = 0;
+};
+
 struct Parameters {
     /// A component needs at least one cell with |dZ| at or above its level of detection: this (metres), or
     /// what is significant there where that is more ...
@@ -88,6 +110,11 @@ struct Parameters {
     std::optional<Significance> significance;
     /// Components smaller than this (square metres on the ground) are dropped.
     double minAreaSquareMetres = 4.0;
+    Rules rules;
+    /// Components whose surface clearly has several bodies become an anomaly for each.
+    bool splitBodies = true;
+    /// Outlines without the stair steps of the cells; false for outlines that follow the cells.
+    bool simplifyOutlines = true;
     CoregistrationMethod coregistration = CoregistrationMethod::Bias;
     /// With CoregistrationMethod::Full, level a tilt plane between the epochs too; also where the shift is
     /// refused. Without Full it has no effect.
@@ -152,6 +179,7 @@ struct Result {
     Coregistration coregistration;
     std::string srsWkt;     ///< the old raster's reference system
     std::int64_t cells = 0; ///< cells compared
+    Rejections rejections;
     double seconds = 0.0;
     int threads = 1;
 };

@@ -9,6 +9,9 @@ namespace detect {
 
 namespace {
 
+/// No survey tells less, also where two epochs agree perfectly.
+constexpr float leastLevelMetres = 0.001F;
+
 /// Rise from `before` to `after` over two cells, by what is there of the three; level where nothing is.
 float rise(float before, float here, float after) {
     const bool hasBefore = before == before;
@@ -20,14 +23,6 @@ float rise(float before, float here, float after) {
 
 } // namespace
 
-DifferenceSigma sigmaOf(const Parameters& parameters, const Coregistration& coregistration) {
-    DifferenceSigma sigma{coregistration.sigmaMetres, coregistration.sigmaPerSlopeMetres};
-    if (parameters.significance && parameters.significance->oldSigmaMetres)
-        sigma.levelGroundMetres =
-            std::hypot(*parameters.significance->oldSigmaMetres, *parameters.significance->newSigmaMetres);
-    return sigma;
-}
-
 double quantileFor(double confidence) {
     double low = 0.0;
     double high = 40.0;
@@ -38,16 +33,21 @@ double quantileFor(double confidence) {
     return (low + high) / 2.0;
 }
 
-LevelOfDetection::LevelOfDetection(const Parameters& parameters, const DifferenceSigma& sigma,
+LevelOfDetection::LevelOfDetection(const Parameters& parameters, const Coregistration& coregistration,
                                    const Grid& grid)
-    : m_sigma(static_cast<float>(sigma.levelGroundMetres)),
-      m_perSlope(static_cast<float>(sigma.perSlopeMetres)),
-      m_threshold(static_cast<float>(parameters.thresholdMetres)), m_grid(grid) {
+    : m_threshold(std::max(leastLevelMetres, static_cast<float>(parameters.thresholdMetres))), m_grid(grid) {
     m_level = m_threshold;
-    if (!parameters.significance)
+    if (!parameters.significance) {
+        m_sigma = static_cast<float>(coregistration.nmadAfterMetres); // of all slopes together
         return;
-    m_quantile = static_cast<float>(quantileFor(parameters.significance->confidence));
+    }
+    const Significance& significance = *parameters.significance;
+    m_sigma = static_cast<float>(significance.oldSigmaMetres
+                                     ? std::hypot(*significance.oldSigmaMetres, *significance.newSigmaMetres)
+                                     : coregistration.sigmaMetres);
+    m_quantile = static_cast<float>(quantileFor(significance.confidence));
     m_level = std::max(m_threshold, m_quantile * m_sigma);
+    m_perSlope = static_cast<float>(coregistration.sigmaPerSlopeMetres);
     m_dependsOnSlope = m_perSlope > 0.0F;
 }
 

@@ -3,35 +3,31 @@
 #include "detect/Detection.h"
 #include "detect/Grid.h"
 
+#include <algorithm>
 #include <vector>
 
 namespace detect {
-
-/// Standard deviation of dZ: sigma(cell)^2 = levelGround^2 + (perSlope * tan(slope))^2, metres.
-struct DifferenceSigma {
-    double levelGroundMetres = 0.0;
-    double perSlopeMetres = 0.0;
-};
-
-/// From the standard deviations given for the epochs, or from stable ground; the influence of the slope
-/// always from there.
-DifferenceSigma sigmaOf(const Parameters& parameters, const Coregistration& coregistration);
 
 /// What |dZ| of a cell must reach to count as a change.
 ///
 /// Without significance: the threshold, everywhere. With it: t standard deviations of the cell's dZ, t being
 /// the two-sided quantile of the normal distribution (Brasington et al. 2003; Lane et al. 2003), and at least
-/// the threshold.
+/// the threshold. The standard deviation comes from those given for the epochs, or from stable ground, and
+/// grows with the slope as stable ground shows (Coregistration::sigmaPerSlopeMetres).
 class LevelOfDetection {
 public:
     LevelOfDetection() = default;
-    LevelOfDetection(const Parameters& parameters, const DifferenceSigma& sigma, const Grid& grid);
+    LevelOfDetection(const Parameters& parameters, const Coregistration& coregistration, const Grid& grid);
 
     /// When true, each cell has a level of its own, from its slope; fill() tells.
     bool dependsOnSlope() const { return m_dependsOnSlope; }
     /// Level and standard deviation on level ground, metres.
     float level() const { return m_level; }
     float sigma() const { return m_sigma; }
+    /// Where dZ has another standard deviation, metres.
+    double levelFor(double sigmaMetres) const {
+        return std::max(static_cast<double>(m_threshold), static_cast<double>(m_quantile) * sigmaMetres);
+    }
 
     /// Fills levels and standard deviations for packed rows of old heights. The outermost cells have fewer
     /// neighbours to tell the slope from.

@@ -22,11 +22,16 @@ bool same(const std::optional<Significance>& a, const std::optional<Significance
            a->confidence == b->confidence;
 }
 
+bool same(const Rules& a, const Rules& b) {
+    return a.core == b.core && a.sliver == b.sliver && a.speckle == b.speckle;
+}
+
 /// Whatever the threads and blocks, which results do not depend on.
 bool same(const Parameters& a, const Parameters& b) {
     return a.thresholdMetres == b.thresholdMetres && a.growRatio == b.growRatio &&
            same(a.significance, b.significance) && a.minAreaSquareMetres == b.minAreaSquareMetres &&
-           a.coregistration == b.coregistration && a.tilt == b.tilt;
+           a.coregistration == b.coregistration && a.tilt == b.tilt && same(a.rules, b.rules) &&
+           a.splitBodies == b.splitBodies && a.simplifyOutlines == b.simplifyOutlines;
 }
 
 bool same(const CellWindow& a, const CellWindow& b) {
@@ -105,8 +110,19 @@ Grid gridOf(const PieceFrame& frame) {
     return {frame.columns, frame.rows, frame.cellToMap, std::move(srs)};
 }
 
-/// Labels what the windows cut, as if it had never been cut.
-std::vector<PlacedAnomaly> stitch(std::vector<Piece>& pieces) {
+void moveAll(std::vector<PlacedAnomaly> from, std::vector<PlacedAnomaly>& to) {
+    std::move(from.begin(), from.end(), std::back_inserter(to));
+}
+
+void add(const Rejections& more, Rejections& sum) {
+    sum.core += more.core;
+    sum.area += more.area;
+    sum.sliver += more.sliver;
+    sum.speckle += more.speckle;
+}
+
+/// Labels what the windows cut, as if it had never been cut, and adds what comes out to `whole`.
+void stitch(const std::vector<Piece>& pieces, Piece& whole) {
     struct SeamRun {
         const Run* run;
         const float* heights;
@@ -116,22 +132,20 @@ std::vector<PlacedAnomaly> stitch(std::vector<Piece>& pieces) {
         for (const Run& run : piece.seamRuns.runs)
             all.push_back({&run, piece.seamRuns.heightsOf(run)});
     if (all.empty())
-        return {};
+        return;
     std::sort(all.begin(), all.end(), [](const SeamRun& a, const SeamRun& b) {
         const Run& p = *a.run;
         const Run& q = *b.run;
         return p.row != q.row ? p.row < q.row : p.begin != q.begin ? p.begin < q.begin : p.sign < q.sign;
     });
-    AnomalyBuilder builder(gridOf(pieces.front().frame), pieces.front().frame.parameters);
+    const PieceFrame& frame = pieces.front().frame;
+    AnomalyBuilder builder(gridOf(frame), frame.parameters, frame.coregistration);
     Labeller labeller([&builder](Component& component) { builder.consider(component); });
     for (const SeamRun& seam : all)
         labeller.add(*seam.run, seam.heights);
     labeller.finish();
-    return builder.take();
-}
-
-void moveAll(std::vector<PlacedAnomaly>& from, std::vector<PlacedAnomaly>& to) {
-    std::move(from.begin(), from.end(), std::back_inserter(to));
+    moveAll(builder.take(), whole.anomalies);
+    add(builder.rejections(), whole.rejections);
 }
 
 } // namespace
@@ -143,15 +157,16 @@ std::variant<Result, Failure> mergePieces(std::vector<Piece> pieces) {
         return *failure;
     if (auto failure = checkWindows(pieces))
         return *failure;
-    std::vector<PlacedAnomaly> stitched = stitch(pieces);
-    Piece whole = std::move(pieces.front());
-    for (std::size_t i = 1; i < pieces.size(); ++i) {
-        moveAll(pieces[i].anomalies, whole.anomalies);
-        whole.cells += pieces[i].cells;
-        whole.seconds += pieces[i].seconds;
-        whole.threads = std::max(whole.threads, pieces[i].threads);
+    Piece whole;
+    whole.frame = pieces.front().frame;
+    stitch(pieces, whole);
+    for (Piece& piece : pieces) {
+        moveAll(std::move(piece.anomalies), whole.anomalies);
+        add(piece.rejections, whole.rejections);
+        whole.cells += piece.cells;
+        whole.seconds += piece.seconds;
+        whole.threads = std::max(whole.threads, piece.threads);
     }
-    moveAll(stitched, whole.anomalies);
     if (whole.cells == 0)
         return nothingInWindow(
             failureOf(whole.frame.newRaster, "与旧期 " + whole.frame.oldRaster + " 没有同时有效的像元"));
@@ -164,6 +179,7 @@ Result resultOf(Piece piece) {
     result.coregistration = piece.frame.coregistration;
     result.srsWkt = piece.frame.srsWkt;
     result.cells = piece.cells;
+    result.rejections = piece.rejections;
     result.seconds = piece.seconds;
     result.threads = piece.threads;
     return result;

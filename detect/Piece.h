@@ -24,7 +24,8 @@ struct Piece {
     PieceFrame frame;
     CellWindow window; ///< within the overlap; may be empty
     std::vector<PlacedAnomaly> anomalies;
-    MeasuredRuns seamRuns;  ///< in no order, gaps still marked
+    MeasuredRuns seamRuns; ///< in no order, gaps still marked
+    Rejections rejections;
     std::int64_t cells = 0; ///< compared
     double seconds = 0.0;
     int threads = 1;

@@ -27,7 +27,8 @@ constexpr Field placeFields[] = {
 constexpr Field runFields[] = {{"row", OFTInteger},    {"begin", OFTInteger},      {"end", OFTInteger},
                                {"sign", OFTInteger},   {"gap", OFTInteger},        {"lowest", OFTReal},
                                {"highest", OFTReal},   {"strongest", OFTReal},     {"raised", OFTInteger64},
-                               {"sunk", OFTInteger64}, {"variance", OFTInteger64}, {"heights", OFTBinary}};
+                               {"sunk", OFTInteger64}, {"variance", OFTInteger64}, {"explained", OFTInteger},
+                               {"heights", OFTBinary}};
 
 template<std::size_t count>
 bool createFields(OGRLayer& layer, const Field (&fields)[count]) {
@@ -72,6 +73,7 @@ bool writeSeamRuns(GDALDataset& file, const MeasuredRuns& seamRuns) {
             feature.SetField(i++, static_cast<double>(metres));
         for (const std::int64_t sum : {run.raised, run.sunk, run.variance})
             feature.SetField(i++, static_cast<GIntBig>(sum));
+        feature.SetField(i++, run.explainedByShift);
         if (const float* heights = seamRuns.heightsOf(run))
             feature.SetField(i, run.cells() * static_cast<int>(sizeof(float)),
                              static_cast<const void*>(heights));
@@ -130,6 +132,7 @@ std::optional<Run> runOf(const OGRFeature& feature) {
     run.raised = feature.GetFieldAsInteger64("raised");
     run.sunk = feature.GetFieldAsInteger64("sunk");
     run.variance = feature.GetFieldAsInteger64("variance");
+    run.explainedByShift = feature.GetFieldAsInteger("explained");
     if (run.begin >= run.end || run.row < 0 || (run.sign != 1 && run.sign != -1))
         return std::nullopt;
     return run;

@@ -50,6 +50,7 @@ constexpr Figure<Coregistration> coregistrationFigures[] = {
     {"stable_share", &Coregistration::stableShare},
     {"sigma_m", &Coregistration::sigmaMetres},
     {"sigma_slope_m", &Coregistration::sigmaPerSlopeMetres},
+    {"correlated_cells", &Coregistration::correlatedCells},
 };
 
 template<class Owner, std::size_t count>
@@ -69,6 +70,11 @@ CPLJSONObject describe(const Parameters& parameters) {
     put(object, parameters, parameterFigures);
     object.Add("coregister", methodName(parameters.coregistration));
     object.Add("tilt", parameters.tilt);
+    object.Add("core", parameters.rules.core);
+    object.Add("sliver", parameters.rules.sliver);
+    object.Add("speckle", parameters.rules.speckle);
+    object.Add("split_bodies", parameters.splitBodies);
+    object.Add("simplify_outlines", parameters.simplifyOutlines);
     if (const auto& significance = parameters.significance) {
         object.Add("confidence", significance->confidence);
         if (significance->oldSigmaMetres) {
@@ -86,6 +92,11 @@ bool parse(const CPLJSONObject& object, Parameters& parameters) {
         return false;
     parameters.coregistration = *method;
     parameters.tilt = object.GetBool("tilt");
+    parameters.rules.core = object.GetBool("core");
+    parameters.rules.sliver = object.GetBool("sliver");
+    parameters.rules.speckle = object.GetBool("speckle");
+    parameters.splitBodies = object.GetBool("split_bodies");
+    parameters.simplifyOutlines = object.GetBool("simplify_outlines");
     if (object.GetObj("confidence").IsValid()) {
         Significance& significance = parameters.significance.emplace();
         significance.confidence = object.GetDouble("confidence");
@@ -117,6 +128,20 @@ bool parse(const CPLJSONObject& object, Coregistration& coregistration) {
     return true;
 }
 
+CPLJSONObject describe(const Rejections& rejections) {
+    CPLJSONObject object;
+    object.Add("core", static_cast<GInt64>(rejections.core));
+    object.Add("area", static_cast<GInt64>(rejections.area));
+    object.Add("sliver", static_cast<GInt64>(rejections.sliver));
+    object.Add("speckle", static_cast<GInt64>(rejections.speckle));
+    return object;
+}
+
+Rejections parseRejections(const CPLJSONObject& object) {
+    return {object.GetLong("core"), object.GetLong("area"), object.GetLong("sliver"),
+            object.GetLong("speckle")};
+}
+
 } // namespace
 
 std::string describePiece(const Piece& piece) {
@@ -125,6 +150,7 @@ std::string describePiece(const Piece& piece) {
     object.Add("version", formatVersion);
     object.Add("window", arrayOf(piece.window));
     object.Add("cells", static_cast<GInt64>(piece.cells));
+    object.Add("rejections", describe(piece.rejections));
     object.Add("seconds", piece.seconds);
     object.Add("threads", piece.threads);
     object.Add("old", frame.oldRaster);
@@ -155,6 +181,7 @@ bool parsePiece(const std::string& text, Piece& piece) {
         return false;
     piece.window = *window;
     piece.cells = object.GetLong("cells");
+    piece.rejections = parseRejections(object.GetObj("rejections"));
     piece.seconds = object.GetDouble("seconds");
     piece.threads = object.GetInteger("threads");
     PieceFrame& frame = piece.frame;

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 namespace detect {
 
@@ -31,8 +30,8 @@ void ResamplingArtefacts::mark(const float* oldHeights, const float* newHeights,
                                int first, int end, std::vector<std::uint8_t>& flags) {
     const auto width = static_cast<std::size_t>(columns);
     const auto cells = width * static_cast<std::size_t>(rows);
-    const Epoch oldEpoch{oldHeights, columns, rows};
-    const Epoch newEpoch{newHeights, columns, rows};
+    const HeightField oldEpoch{oldHeights, columns, rows};
+    const HeightField newEpoch{newHeights, columns, rows};
     m_states.assign(cells, Unchanged);
     for (int row = std::max(0, first - m_reach); row < std::min(rows, end + m_reach); ++row)
         for (int column = 0; column < columns; ++column)
@@ -48,36 +47,21 @@ void ResamplingArtefacts::mark(const float* oldHeights, const float* newHeights,
     }
 }
 
-ResamplingArtefacts::State ResamplingArtefacts::judge(const Epoch& oldEpoch, const Epoch& newEpoch, int row,
+ResamplingArtefacts::State ResamplingArtefacts::judge(const HeightField& oldEpoch,
+                                                      const HeightField& newEpoch, int row,
                                                       int column) const {
-    const std::size_t cell = static_cast<std::size_t>(row) * static_cast<std::size_t>(oldEpoch.columns) +
-                             static_cast<std::size_t>(column);
-    const float before = oldEpoch.heights[cell];
-    const float after = newEpoch.heights[cell];
+    const float before = oldEpoch.row(row)[column];
+    const float after = newEpoch.row(row)[column];
     if (!(std::abs(after - before) >= m_threshold))
         return Unchanged;
-    const Range oldRange = around(oldEpoch, row, column);
+    const HeightRange oldRange = rangeAround(oldEpoch, row, column, m_reach);
     const float slack =
         m_threshold + crownLoss * std::max(0.0F, oldRange.highest - oldRange.lowest - crownMetres);
-    const bool suspect = oldRange.holds(after, 0.0F) && around(newEpoch, row, column).holds(before, slack);
+    const bool suspect =
+        oldRange.holds(after, 0.0F) && rangeAround(newEpoch, row, column, m_reach).holds(before, slack);
     if (after > before)
         return suspect ? SuspectRaised : Raised;
     return suspect ? SuspectSunk : Sunk;
-}
-
-ResamplingArtefacts::Range ResamplingArtefacts::around(const Epoch& epoch, int row, int column) const {
-    Range range{std::numeric_limits<float>::max(), std::numeric_limits<float>::lowest()};
-    const int left = std::max(0, column - m_reach);
-    const int right = std::min(epoch.columns - 1, column + m_reach);
-    for (int r = std::max(0, row - m_reach); r <= std::min(epoch.rows - 1, row + m_reach); ++r) {
-        const float* line =
-            epoch.heights + static_cast<std::size_t>(r) * static_cast<std::size_t>(epoch.columns);
-        for (int c = left; c <= right; ++c) {
-            range.lowest = line[c] < range.lowest ? line[c] : range.lowest; // false for NaN
-            range.highest = line[c] > range.highest ? line[c] : range.highest;
-        }
-    }
-    return range;
 }
 
 bool ResamplingArtefacts::belongsToChange(int columns, int rows, int row, int column) const {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "detect/Grid.h"
+#include "detect/HeightRange.h"
 
 #include <cstdint>
 #include <vector>
@@ -36,23 +37,7 @@ public:
 private:
     enum State : std::uint8_t { Unchanged, Raised, Sunk, SuspectRaised, SuspectSunk };
 
-    struct Epoch {
-        const float* heights;
-        int columns;
-        int rows;
-    };
-
-    struct Range {
-        float lowest;
-        float highest;
-
-        bool holds(float height, float slack) const {
-            return height >= lowest - slack && height <= highest + slack;
-        }
-    };
-
-    State judge(const Epoch& oldEpoch, const Epoch& newEpoch, int row, int column) const;
-    Range around(const Epoch& epoch, int row, int column) const;
+    State judge(const HeightField& oldEpoch, const HeightField& newEpoch, int row, int column) const;
     bool belongsToChange(int columns, int rows, int row, int column) const;
 
     int m_reach;

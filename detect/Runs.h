@@ -30,7 +30,9 @@ struct Run {
     std::int64_t raised = 0;   ///< sum of the positive dZ, in sumUnitMetres
     std::int64_t sunk = 0;     ///< sum of the negative dZ, in sumUnitMetres
     std::int64_t variance = 0; ///< sum over the cells, in varianceUnitSquareMetres
-    std::size_t heights = 0;   ///< where the dZ of its cells begin in what goes with the runs
+    /// Cells whose change a shift by one cell would explain; see Traits.
+    std::int32_t explainedByShift = 0;
+    std::size_t heights = 0; ///< where the dZ of its cells begin in what goes with the runs
 
     std::int32_t cells() const { return end - begin; }
 };

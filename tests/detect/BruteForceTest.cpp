@@ -163,6 +163,9 @@ TEST(BruteForce, RandomRastersGiveTheReferenceWhateverBlocksAndThreads) {
         request.parameters.coregistration = CoregistrationMethod::None;
         request.parameters.minAreaSquareMetres = random() * 6.0;
         request.parameters.growRatio = 0.3 + 0.7 * random();
+        request.parameters.rules.sliver = request.parameters.rules.speckle = false;
+        request.parameters.splitBodies = false;
+        request.parameters.simplifyOutlines = false;
 
         const Reference reference(oldHeights, newHeights, plan.columns, request.parameters);
         const std::vector<Component> expected = reference.components(0.25);

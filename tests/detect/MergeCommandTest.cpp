@@ -158,8 +158,9 @@ TEST_F(MergeCommand, PieceFilesKeepEveryFigureToTheLastBit) {
         const ::detect::Run& q = read.seamRuns.runs[i];
         EXPECT_EQ(std::tie(p.row, p.begin, p.end, p.sign, p.gap, p.heights),
                   std::tie(q.row, q.begin, q.end, q.sign, q.gap, q.heights));
-        EXPECT_EQ(std::tie(p.lowest, p.highest, p.strongest, p.raised, p.sunk, p.variance),
-                  std::tie(q.lowest, q.highest, q.strongest, q.raised, q.sunk, q.variance));
+        EXPECT_EQ(
+            std::tie(p.lowest, p.highest, p.strongest, p.raised, p.sunk, p.variance, p.explainedByShift),
+            std::tie(q.lowest, q.highest, q.strongest, q.raised, q.sunk, q.variance, q.explainedByShift));
     }
 }
 

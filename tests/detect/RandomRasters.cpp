@@ -37,6 +37,10 @@ std::vector<float> randomHeights(Random& random, int columns, int rows, double r
 
 void expectIdentical(const Result& a, const Result& b) {
     EXPECT_EQ(a.cells, b.cells);
+    EXPECT_EQ(a.rejections.core, b.rejections.core);
+    EXPECT_EQ(a.rejections.area, b.rejections.area);
+    EXPECT_EQ(a.rejections.sliver, b.rejections.sliver);
+    EXPECT_EQ(a.rejections.speckle, b.rejections.speckle);
     EXPECT_EQ(a.coregistration.dxMetres, b.coregistration.dxMetres);
     EXPECT_EQ(a.coregistration.dzMetres, b.coregistration.dzMetres);
     ASSERT_EQ(a.anomalies.size(), b.anomalies.size());
@@ -49,7 +53,16 @@ void expectIdentical(const Result& a, const Result& b) {
         EXPECT_EQ(p.fillCubicMetres, q.fillCubicMetres);
         EXPECT_EQ(p.cutCubicMetres, q.cutCubicMetres);
         EXPECT_EQ(p.dzMeanMetres, q.dzMeanMetres);
+        EXPECT_EQ(p.dzMinMetres, q.dzMinMetres);
+        EXPECT_EQ(p.dzMaxMetres, q.dzMaxMetres);
+        EXPECT_EQ(p.sigmaMetres, q.sigmaMetres);
+        EXPECT_EQ(p.levelOfDetectionMetres, q.levelOfDetectionMetres);
+        EXPECT_EQ(p.significance, q.significance);
+        EXPECT_EQ(p.volumeSigmaCubicMetres, q.volumeSigmaCubicMetres);
+        EXPECT_EQ(p.suggested, q.suggested);
+        EXPECT_EQ(p.suggestionConfidence, q.suggestionConfidence);
         EXPECT_EQ(p.centroid.x, q.centroid.x);
+        EXPECT_EQ(p.centroid.y, q.centroid.y);
         EXPECT_TRUE(identical(p.outline, q.outline));
         ASSERT_EQ(p.holes.size(), q.holes.size());
         for (std::size_t h = 0; h < p.holes.size(); ++h)
