@@ -130,6 +130,51 @@ TEST(CoregistrationRefusal, ShiftBeyondTheSearchRange) {
     expectRefusal(estimateOrFail(pair.write()), "搜索范围");
 }
 
+/// Slopes that moved down as a whole, beside ground that stayed: no shift brings both together.
+TEST(CoregistrationRefusal, MovingPartOfTheGroundIsNoShiftOfTheEpoch) {
+    const auto isHill = [](const Point& p) { return std::fmod(p.x, 100.0) < 40.0; };
+    // Rough from cell to cell, and the same in both epochs.
+    const Surface partlyHills = [&](const Point& p) {
+        const double mixed =
+            43758.5453 * std::sin(std::floor(p.x * 2.0) * 12.9898 + std::floor(p.y * 2.0) * 78.233);
+        return isHill(p) ? hills(p) : 300.0 + 0.02 * (mixed - std::floor(mixed));
+    };
+    MisregisteredPair pair = pairOf(partlyHills, 0.0);
+    pair.truth = {};
+    pair.change = [&](const Point& p) { return isHill(p) ? hills({p.x + 0.3, p.y - 0.3}) - hills(p) : 0.0; };
+    const Coregistration found = estimateOrFail(pair.write());
+    expectRefusal(found, "没有变小");
+    EXPECT_NEAR(found.stableShare, 0.6, 0.01);
+}
+
+/// Between flat ground and hills there is no amplitude for which a wrong shift is told.
+TEST(CoregistrationRefusal, WeakReliefIsRefusedOrTellsTheShift) {
+    int refused = 0;
+    int told = 0;
+    for (const double amplitudeMetres : {0.02, 0.05, 0.1, 0.15, 0.2, 0.3, 0.5, 1.0}) {
+        for (std::uint64_t seed = 1; seed <= 3; ++seed) {
+            SCOPED_TRACE("amplitude " + std::to_string(amplitudeMetres) + " seed " + std::to_string(seed));
+            const Surface waves = [amplitudeMetres](const Point& p) {
+                return 300.0 + amplitudeMetres * std::sin(p.x * 2.0 * M_PI / 50.0) *
+                                   std::cos(p.y * 2.0 * M_PI / 50.0);
+            };
+            const MisregisteredPair pair = pairOf(waves, surveyNoiseMetres, seed);
+            const Coregistration found = estimateOrFail(pair.write());
+            if (!found.refusal.empty()) {
+                ++refused;
+                EXPECT_LT(amplitudeMetres, 0.25);
+                continue;
+            }
+            ++told;
+            // Three standard errors of a tenth of a cell.
+            EXPECT_NEAR(found.dxMetres, pair.truth.dxMetres, 0.15);
+            EXPECT_NEAR(found.dyMetres, pair.truth.dyMetres, 0.15);
+        }
+    }
+    EXPECT_GT(refused, 6);
+    EXPECT_GT(told, 6);
+}
+
 TEST(CoregistrationRefusal, NoShiftNeededIsNone) {
     MisregisteredPair pair = pairOf(hills, surveyNoiseMetres);
     pair.truth.dxMetres = pair.truth.dyMetres = 0.0;
