@@ -33,7 +33,7 @@ const char* const outOfRange = "水平位移达到或超出 64 个像元的搜�
 const char* const notSettled = "水平位移的迭代没有收敛";
 const char* const noBetter = "平移后高差的离散程度没有变小";
 
-/// A step of the estimation that can end in a failure of the work, or in a reason to refuse the shift.
+/// Why no shift is told; an empty reason when one is.
 struct Refusal {
     std::string reason;
 };
@@ -83,8 +83,6 @@ public:
     }
 
 private:
-    using Outcome = std::variant<Refusal, Failure>; ///< an empty refusal when all is well
-
     /// Bias and tilt without a shift; leaves the bias alone where the cells span no plane.
     std::optional<Failure> level(Coregistration& found) const {
         auto read = readAt(found);
@@ -98,7 +96,7 @@ private:
         return std::nullopt;
     }
 
-    Outcome findShift(Coregistration& found) {
+    std::variant<Refusal, Failure> findShift(Coregistration& found) {
         auto coarse = findCoarseShift(m_layout, m_sample.patches, correctionOf(found));
         if (auto* failure = std::get_if<Failure>(&coarse))
             return *failure;

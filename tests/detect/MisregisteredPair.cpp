@@ -1,6 +1,5 @@
 #include "tests/detect/MisregisteredPair.h"
 
-#include "detect/CellFrame.h"
 #include "detect/Coregister.h"
 
 #include <gtest/gtest.h>

@@ -31,14 +31,14 @@ struct MisregisteredPair {
     Request write() const;
 };
 
-/// Ground of 300 m height about the plans' default place, with relief of several wavelengths (37 m to 195 m)
-/// and slopes up to two thirds.
+/// Ground of 300 m height about the plans' default place, with relief of several wavelengths (17 m to 195 m)
+/// and a mean slope of 0.6.
 double hills(const Point& map);
 
 /// Normal figures with standard deviation one (sum of twelve even ones).
 double normal(Random& random);
 
-/// The co-registration, or a test failure with the message and an empty one. `threads` 0 means two.
+/// The co-registration, or a test failure with the message and an empty one.
 Coregistration estimateOrFail(const Request& request, int threads = 2);
 
 } // namespace detect::test
