@@ -106,7 +106,7 @@ public:
         if (auto* failure = std::get_if<Failure>(&laidOut))
             return *failure;
         return coregister(std::get<PairLayout>(laidOut), m_request.parameters.coregistration, m_threads,
-                          m_progress);
+                          m_progress, m_request.parameters.tilt);
     }
 
 private:
@@ -127,7 +127,8 @@ private:
             return std::nullopt;
         }
         const Progress part = [this](double done) { return report(coregistrationShare * done); };
-        auto found = coregister(m_layout, m_request.parameters.coregistration, m_threads, part);
+        auto found = coregister(m_layout, m_request.parameters.coregistration, m_threads, part,
+                                m_request.parameters.tilt);
         if (auto* failure = std::get_if<Failure>(&found))
             return *failure;
         m_piece.frame.coregistration = std::get<Coregistration>(found);
