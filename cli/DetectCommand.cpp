@@ -18,7 +18,7 @@ namespace cli {
 namespace {
 
 /// Enough for the tiles two block rows share; the rasters pass through once.
-constexpr GIntBig rasterCacheBytes = 16 << 20;
+constexpr GIntBig rasterCacheBytes = 8 << 20;
 
 constexpr auto command = "detect";
 const char* const usage =

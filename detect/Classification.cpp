@@ -12,15 +12,22 @@ double evidence(double trait, double neutral, double width, double weight) {
     return weight * std::clamp((trait - neutral) / width, -2.0, 2.0);
 }
 
+/// How much of the box around it the change fills: 1 for a box, 1/2 for a bowl, 1/3 for a cone; what lies
+/// below the level of detection lifts bowls to about 0.6 and cones to 0.5.
+double fullness(const Traits& t) {
+    return t.meanMetres / t.peakMetres;
+}
+
 double buildingOdds(const Traits& t) {
-    return evidence(t.meanMetres, 2.0, 0.5, 1.0) + evidence(t.edgeSteepness, 0.7, 0.15, 1.0) +
-           evidence(t.flatShare, 0.5, 0.2, 1.0) + evidence(t.rectangularity, 0.75, 0.15, 0.5) +
-           evidence(t.roughness, 0.1, 0.05, -0.25);
+    return evidence(t.meanMetres, 2.2, 0.4, 1.0) + evidence(fullness(t), 0.84, 0.04, 1.0) +
+           evidence(t.edgeSteepness, 0.8, 0.08, 1.5) + evidence(t.flatShare, 0.5, 0.2, 0.5) +
+           evidence(t.rectangularity, 0.85, 0.05, 0.5) + evidence(t.roughness, 0.1, 0.05, -0.25);
 }
 
 double excavationOdds(const Traits& t) {
-    return evidence(t.edgeSteepness, 0.6, 0.15, 1.0) + evidence(t.flatShare, 0.4, 0.2, 1.0) +
-           evidence(t.peakMetres, 2.5, 0.5, 0.75) + evidence(t.rectangularity, 0.78, 0.1, 0.5);
+    return evidence(t.peakMetres, 1.8, 0.4, 1.0) + evidence(fullness(t), 0.67, 0.05, 1.5) +
+           evidence(t.edgeSteepness, 0.5, 0.2, 0.5) + evidence(t.flatShare, 0.35, 0.15, 0.25) +
+           evidence(t.rectangularity, 0.82, 0.05, 0.5) + evidence(t.roughness, 0.1, 0.05, -0.25);
 }
 
 Suggestion choose(double odds, const char* likely, const char* otherwise) {

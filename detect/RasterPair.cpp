@@ -12,7 +12,7 @@ namespace {
 /// Grids that stray from each other by less than this many cells count as one.
 constexpr double gridTolerance = 1e-3;
 /// Two rows of tiles of two rasters 20,000 cells wide.
-constexpr std::size_t sharedBytes = std::size_t{80} << 20;
+constexpr std::size_t sharedBytes = std::size_t{68} << 20;
 
 /// The cells whose centres lie in the box.
 CellWindow cellsInside(const Box& box, const Grid& grid) {

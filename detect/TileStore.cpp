@@ -11,7 +11,7 @@ namespace {
 constexpr std::int64_t leastTileCells = 1 << 16;
 constexpr std::int64_t wantedTileCells = 1 << 19;
 constexpr std::int64_t mostTileCells = 1 << 22;
-constexpr std::size_t mostSpare = 8;
+constexpr std::size_t mostSpare = 2;
 
 } // namespace
 
