@@ -17,15 +17,21 @@ namespace cli {
 
 namespace {
 
-/// Enough for the tiles two block rows share; the rasters pass through once.
-constexpr GIntBig rasterCacheBytes = 8 << 20;
+/// Little: decoded tiles are shared by all threads, and the rasters pass through once.
+constexpr GIntBig rasterCacheBytes = 4 << 20;
 
 constexpr auto command = "detect";
 const char* const usage =
     "用法：corridor detect --old OLD.tif --new NEW.tif --out RESULT.(gpkg|geojson|shp)\n"
     "         [--threshold M] [--sigma M[,M]] [--confidence P] [--min-area M2]\n"
     "         [--coregister none|bias|full] [--tilt] [--dz DZ.tif] [--threads N]\n"
-    "         [--window XOFF,YOFF,XSIZE,YSIZE] [--summary SUMMARY.json] [--quiet]\n";
+    "         [--rules none|core,sliver,speckle] [--no-split] [--cell-outlines]\n"
+    "         [--window XOFF,YOFF,XSIZE,YSIZE] [--summary SUMMARY.json] [--quiet]\n"
+    "  --sigma       两期高程的标准差（米），按显著性而不是固定阈值判定变化；同时给出 --threshold "
+    "时须两者都达到\n"
+    "  --confidence  显著性的置信度，默认 0.95；不给 --sigma 时标准差由稳定地面估计\n"
+    "  --rules       剔除规则：core 含 3×3 像元，sliver 陡坎边的窄条，speckle 植被碎斑；默认全部使用\n"
+    "  --window      只检测旧期栅格的一个窗口（像元），各窗口的结果用 corridor merge 合并\n";
 
 using detect::Failure;
 

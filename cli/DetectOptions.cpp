@@ -3,6 +3,7 @@
 #include "cli/OutputSet.h"
 #include "detect/ResultWriter.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <sstream>
 
@@ -81,6 +82,30 @@ Wrong readSignificance(const Options& options, detect::Parameters& parameters) {
     return std::nullopt;
 }
 
+Wrong readRules(const Options& options, detect::Parameters& parameters) {
+    parameters.splitBodies = !options.has("--no-split");
+    parameters.simplifyOutlines = !options.has("--cell-outlines");
+    if (!options.has("--rules"))
+        return std::nullopt;
+    detect::Rules& rules = parameters.rules;
+    rules = {false, false, false};
+    const std::pair<const char*, bool*> known[] = {
+        {"core", &rules.core}, {"sliver", &rules.sliver}, {"speckle", &rules.speckle}};
+    if (options.value("--rules") == "none")
+        return std::nullopt;
+    const auto names = splitAtCommas(options.value("--rules"));
+    for (const std::string& name : names) {
+        const auto* rule = std::find_if(std::begin(known), std::end(known),
+                                        [&name](const auto& candidate) { return name == candidate.first; });
+        if (rule == std::end(known))
+            return "--rules 只能是 none，或以逗号分隔的 core、sliver、speckle";
+        *rule->second = true;
+    }
+    if (names.empty())
+        return "--rules 缺少值；不用任何规则时写 none";
+    return std::nullopt;
+}
+
 Wrong readWindow(const Options& options, DetectTask& task) {
     if (!options.has("--window"))
         return std::nullopt;
@@ -134,7 +159,7 @@ Wrong readAll(const Options& options, DetectTask& task) {
     task.summary = options.value("--summary");
     task.quiet = options.has("--quiet");
     detect::Parameters& parameters = task.request.parameters;
-    for (const auto read : {readLimits, readCoregistration, readSignificance})
+    for (const auto read : {readLimits, readCoregistration, readSignificance, readRules})
         if (auto wrong = read(options, parameters))
             return wrong;
     if (auto wrong = readWindow(options, task))
@@ -146,8 +171,9 @@ Wrong readAll(const Options& options, DetectTask& task) {
 
 const OptionTable& detectOptionTable() {
     static const OptionTable table{{"--old", "--new", "--out", "--threshold", "--min-area", "--coregister",
-                                    "--sigma", "--confidence", "--dz", "--threads", "--summary", "--window"},
-                                   {"--tilt", "--quiet", "--help"},
+                                    "--sigma", "--confidence", "--rules", "--dz", "--threads", "--summary",
+                                    "--window"},
+                                   {"--tilt", "--no-split", "--cell-outlines", "--quiet", "--help"},
                                    0};
     return table;
 }

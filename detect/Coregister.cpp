@@ -7,6 +7,7 @@
 #include "detect/RobustStatistics.h"
 
 #include <cmath>
+#include <numeric>
 
 namespace detect {
 
@@ -38,13 +39,34 @@ struct Refusal {
     std::string reason;
 };
 
-void takeStatistics(const RobustCentre& level, std::vector<SlopedDifference> sloped, Coregistration& found) {
+void takeStatistics(const RobustCentre& level, std::vector<SlopedDifference> sloped, const BlockMeans& blocks,
+                    Coregistration& found) {
     found.nmadAfterMetres = level.nmad;
     found.stableShare = level.stableShare;
     const GroundScatter whole{level.stableNmad, 0.0};
     const GroundScatter scatter = scatterOnSlopes(std::move(sloped), level.centre).value_or(whole);
     found.sigmaMetres = scatter.sigmaMetres;
     found.sigmaPerSlopeMetres = scatter.sigmaPerSlopeMetres;
+    found.correlatedCells = correlatedCells(blocks, level.stableNmad);
+}
+
+/// Of the blocks that are whole, or nearly so.
+BlockMeans blockMeans(const EquationSet& equations, const std::vector<float>& residuals) {
+    std::size_t largest = 0;
+    for (std::size_t i = 0, begin = 0; i < equations.blockEnds.size(); begin = equations.blockEnds[i++])
+        largest = std::max(largest, equations.blockEnds[i] - begin);
+    BlockMeans means;
+    for (std::size_t i = 0, begin = 0; i < equations.blockEnds.size(); begin = equations.blockEnds[i++]) {
+        const std::size_t cells = equations.blockEnds[i] - begin;
+        if (10 * cells < 9 * largest)
+            continue;
+        const double sum =
+            std::accumulate(residuals.begin() + static_cast<std::ptrdiff_t>(begin),
+                            residuals.begin() + static_cast<std::ptrdiff_t>(begin + cells), 0.0);
+        means.dz.push_back(static_cast<float>(sum / static_cast<double>(cells)));
+        means.cells = static_cast<double>(largest);
+    }
+    return means;
 }
 
 std::vector<SlopedDifference> withSlopes(const EquationSet& equations, const std::vector<float>& residuals) {
@@ -172,7 +194,7 @@ private:
         const std::vector<float> left = residuals(equations, last);
         const RobustCentre level = robustCentre(left);
         found.dzMetres -= level.centre;
-        takeStatistics(level, withSlopes(equations, left), found);
+        takeStatistics(level, withSlopes(equations, left), blockMeans(equations, left), found);
         const Point cells = m_frame.toCells({found.dxMetres, found.dyMetres});
         const Affine& toMap = m_layout.oldRaster.grid.cellToMap();
         found.dxCells = cells.x * (toMap.c[1] < 0.0 ? -1.0 : 1.0);
@@ -221,7 +243,8 @@ std::variant<Coregistration, Failure> coregister(const PairLayout& layout, Coreg
     Coregistration found;
     found.method = method;
     found.nmadBeforeMetres = level.nmad;
-    takeStatistics(level, sample.sloped, found);
+    const double blockCells = StableSample::blockSide * StableSample::blockSide;
+    takeStatistics(level, sample.sloped, {sample.blockMeans, blockCells}, found);
     if (method == CoregistrationMethod::None)
         return found;
     found.dzMetres = -level.centre;

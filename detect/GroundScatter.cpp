@@ -11,6 +11,7 @@ namespace {
 
 constexpr std::size_t mostBins = 12;
 constexpr std::size_t leastCellsInBin = 100;
+constexpr std::size_t leastBlocks = 30;
 constexpr int reweightings = 3;
 constexpr double leastStandardErrors = 3.0;
 /// Variance of a squared NMAD of n normal values, times n, over the fourth power of their deviation: four
@@ -90,6 +91,13 @@ Line fitLine(const std::vector<Bin>& bins) {
 }
 
 } // namespace
+
+double correlatedCells(const BlockMeans& blocks, double nmadOfCells) {
+    if (blocks.dz.size() < leastBlocks || !(nmadOfCells > 0.0))
+        return 1.0;
+    const double share = robustCentre(blocks.dz).stableNmad / nmadOfCells;
+    return std::clamp(blocks.cells * share * share, 1.0, blocks.cells);
+}
 
 std::optional<GroundScatter> scatterOnSlopes(std::vector<SlopedDifference> differences, double levelMetres) {
     const std::vector<Bin> bins = binBySlope(differences, levelMetres);

@@ -18,4 +18,15 @@ struct GroundScatter {
 /// beyond three standard errors, gets sigmaPerSlopeMetres = 0. Nothing for too few cells to tell (below 100).
 std::optional<GroundScatter> scatterOnSlopes(std::vector<SlopedDifference> differences, double levelMetres);
 
+/// Means of dZ over blocks of stable ground, all of `cells` cells.
+struct BlockMeans {
+    std::vector<float> dz; ///< metres
+    double cells = 0.0;
+};
+
+/// How many neighbouring cells err together: the means of blocks scatter as cells / correlatedCells
+/// independent values would. Between 1 (each cell for itself) and the size of a block, which does not see
+/// farther; 1 for less than 30 blocks. `nmadOfCells` is the scatter of the single cells.
+double correlatedCells(const BlockMeans& blocks, double nmadOfCells);
+
 } // namespace detect

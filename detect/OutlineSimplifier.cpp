@@ -17,23 +17,53 @@ double length(const Point& a, const Point& b) {
     return std::abs(a.x - b.x) + std::abs(a.y - b.y); // cell edges run along the axes
 }
 
-Ring throughMiddles(const Ring& corners) {
-    Ring ring;
-    const std::size_t count = corners.size();
-    for (std::size_t i = 0; i < count; ++i) {
-        const Point& before = corners[(i + count - 1) % count];
-        const Point& corner = corners[i];
-        const Point& after = corners[(i + 1) % count];
-        if (length(before, corner) >= wallCells && length(corner, after) >= wallCells)
-            ring.push_back(corner);
-        const double edges = length(corner, after);
-        const Point step{(after.x - corner.x) / edges, (after.y - corner.y) / edges};
-        // Along a straight edge the first and last middle tell all.
-        ring.push_back({corner.x + step.x / 2.0, corner.y + step.y / 2.0});
-        if (edges > 1.5)
-            ring.push_back({after.x - step.x / 2.0, after.y - step.y / 2.0});
+double turn(const Point& a, const Point& b, const Point& c) {
+    return (b.x - a.x) * (c.y - b.y) - (b.y - a.y) * (c.x - b.x);
+}
+
+/// The corners of a ring, counted on beyond its end.
+class Corners {
+public:
+    explicit Corners(const Ring& ring) : m_ring(ring) {}
+    const Point& at(std::size_t i, int offset) const {
+        const std::size_t count = m_ring.size();
+        return m_ring[(i + count + static_cast<std::size_t>(offset + static_cast<int>(count))) % count];
     }
-    return ring;
+    /// Length of the edge that begins at a corner.
+    double edge(std::size_t i, int offset = 0) const { return length(at(i, offset), at(i, offset + 1)); }
+    bool isOfAWall(std::size_t i) const { return edge(i, -1) >= wallCells && edge(i) >= wallCells; }
+    /// The edge is a tread of even stairs: one cell up before it, one cell up after it.
+    bool isTread(std::size_t i) const {
+        const double before = turn(at(i, -1), at(i, 0), at(i, 1));
+        const double after = turn(at(i, 0), at(i, 1), at(i, 2));
+        return edge(i, -1) == 1.0 && edge(i, 1) == 1.0 && before * after < 0.0;
+    }
+
+private:
+    const Ring& m_ring;
+};
+
+Ring throughMiddles(const Ring& ring) {
+    const Corners corners(ring);
+    Ring middles;
+    for (std::size_t i = 0; i < ring.size(); ++i) {
+        const Point& from = corners.at(i, 0);
+        const Point& to = corners.at(i, 1);
+        if (corners.isOfAWall(i))
+            middles.push_back(from);
+        const double edge = corners.edge(i);
+        const auto place = [&](double cells) {
+            middles.push_back(
+                {from.x + (to.x - from.x) * cells / edge, from.y + (to.y - from.y) * cells / edge});
+        };
+        if (corners.isTread(i) || edge == 1.0) {
+            place(edge / 2.0); // a digitised line runs through the middle of its treads
+        } else {
+            place(0.5);
+            place(edge - 0.5);
+        }
+    }
+    return middles;
 }
 
 std::unique_ptr<OGRLinearRing> lineOf(const Ring& ring) {

@@ -11,8 +11,8 @@ namespace {
 
 /// Grids that stray from each other by less than this many cells count as one.
 constexpr double gridTolerance = 1e-3;
-/// Two rows of tiles of two rasters 20,000 cells wide.
-constexpr std::size_t sharedBytes = std::size_t{68} << 20;
+/// Two rows of tiles (256 x 256) of two rasters up to 17,000 cells wide.
+constexpr std::size_t sharedBytes = std::size_t{72} << 20;
 
 /// The cells whose centres lie in the box.
 CellWindow cellsInside(const Box& box, const Grid& grid) {

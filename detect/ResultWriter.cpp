@@ -114,7 +114,40 @@ CPLJSONObject coregistrationObject(const Coregistration& c) {
     object.Add("stable_share", c.stableShare);
     object.Add("sigma_m", c.sigmaMetres);
     object.Add("sigma_slope_m", c.sigmaPerSlopeMetres);
+    object.Add("correlated_cells", c.correlatedCells);
     return object;
+}
+
+void addParameters(CPLJSONObject& summary, const Parameters& parameters) {
+    summary.Add("threshold_m", parameters.thresholdMetres);
+    summary.Add("grow_ratio", parameters.growRatio);
+    summary.Add("split_bodies", parameters.splitBodies);
+    if (!parameters.significance)
+        return;
+    const Significance& significance = *parameters.significance;
+    summary.Add("confidence", significance.confidence);
+    if (significance.oldSigmaMetres) {
+        summary.Add("sigma_old_m", *significance.oldSigmaMetres);
+        summary.Add("sigma_new_m", *significance.newSigmaMetres);
+    }
+}
+
+CPLJSONObject ruleObject(bool isOn, std::int64_t rejected) {
+    CPLJSONObject rule;
+    rule.Add("on", isOn);
+    rule.Add("rejected", static_cast<GInt64>(rejected));
+    return rule;
+}
+
+CPLJSONObject rulesObject(const Parameters& parameters, const Rejections& rejections) {
+    CPLJSONObject rules;
+    CPLJSONObject area = ruleObject(parameters.minAreaSquareMetres > 0.0, rejections.area);
+    area.Add("least_m2", parameters.minAreaSquareMetres);
+    rules.Add("area", area);
+    rules.Add("core", ruleObject(parameters.rules.core, rejections.core));
+    rules.Add("sliver", ruleObject(parameters.rules.sliver, rejections.sliver));
+    rules.Add("speckle", ruleObject(parameters.rules.speckle, rejections.speckle));
+    return rules;
 }
 
 std::string summaryText(const Result& result, const Parameters& parameters) {
@@ -123,7 +156,8 @@ std::string summaryText(const Result& result, const Parameters& parameters) {
     summary.Add("cells", static_cast<GInt64>(result.cells));
     summary.Add("seconds", result.seconds);
     summary.Add("threads", result.threads);
-    summary.Add("threshold_m", parameters.thresholdMetres);
+    addParameters(summary, parameters);
+    summary.Add("rules", rulesObject(parameters, result.rejections));
     summary.Add("coregistration", coregistrationObject(result.coregistration));
     return summary.Format(CPLJSONObject::PrettyFormat::Pretty) + "\n";
 }

@@ -22,6 +22,7 @@ struct PatchHeights {
     Patch patch;
     std::vector<float> dz;
     std::vector<SlopedDifference> sloped;
+    std::vector<float> blockMeans;
     std::int64_t oldValid = 0;
     std::int64_t newValid = 0;
 };
@@ -73,6 +74,8 @@ public:
     std::variant<PatchHeights, Failure> operator()(int index) {
         PatchHeights heights;
         heights.patch.window = m_order->at(m_first + index);
+        if (m_reader.isEmpty(heights.patch.window))
+            return heights;
         const auto cells = static_cast<std::size_t>(heights.patch.window.cells());
         std::vector<float>& old = heights.patch.oldHeights;
         old.resize(cells);
@@ -88,10 +91,32 @@ public:
                 heights.dz.push_back(dz);
         }
         appendSloped(heights);
+        appendBlockMeans(heights);
         return heights;
     }
 
 private:
+    void appendBlockMeans(PatchHeights& heights) const {
+        const CellWindow& window = heights.patch.window;
+        constexpr int side = StableSample::blockSide;
+        for (int row = 0; row + side <= window.rows; row += side)
+            for (int column = 0; column + side <= window.columns; column += side)
+                if (const float mean = blockMean(heights.patch, row, column); !std::isnan(mean))
+                    heights.blockMeans.push_back(mean);
+    }
+
+    float blockMean(const Patch& patch, int row, int column) const {
+        constexpr int side = StableSample::blockSide;
+        double sum = 0.0;
+        for (int cell = 0; cell < side * side; ++cell) {
+            const auto line = static_cast<std::size_t>(row + cell / side);
+            const std::size_t i = line * static_cast<std::size_t>(patch.window.columns) +
+                                  static_cast<std::size_t>(column + cell % side);
+            sum += static_cast<double>(m_new[i] - patch.oldHeights[i]);
+        }
+        return static_cast<float>(sum / (side * side));
+    }
+
     void appendSloped(PatchHeights& heights) const {
         const CellWindow& window = heights.patch.window;
         for (int row = 1; row + 1 < window.rows; ++row) {
@@ -144,6 +169,8 @@ std::variant<StableSample, Failure> takeSample(const PairLayout& layout, bool ke
                 sample.patches.push_back(std::move(heights.patch));
             sample.dz.insert(sample.dz.end(), heights.dz.begin(), heights.dz.end());
             sample.sloped.insert(sample.sloped.end(), heights.sloped.begin(), heights.sloped.end());
+            sample.blockMeans.insert(sample.blockMeans.end(), heights.blockMeans.begin(),
+                                     heights.blockMeans.end());
             if (progress && !progress(static_cast<double>(++done) / static_cast<double>(batch)))
                 return Failure{"已取消", true};
             return std::nullopt;

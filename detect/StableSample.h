@@ -24,6 +24,10 @@ struct StableSample {
     std::vector<float> dz;      ///< new - old where both are valid, metres, no shift applied
     /// Some of them, evenly spread, with slopes: enough for the scatter on each kind of ground.
     std::vector<SlopedDifference> sloped;
+    /// Means of dZ over blocks of blockSide x blockSide cells, where all are valid.
+    std::vector<float> blockMeans;
+
+    static constexpr int blockSide = 8;
 };
 
 /// Pieces follow the old raster's own tiles, so that few are decoded. The choice depends on the two rasters

@@ -58,10 +58,8 @@ std::variant<std::shared_ptr<TileStore::Heights>, Failure> TileStore::tile(const
     const CellWindow window = windowOf(key);
     std::unique_lock lock(m_mutex);
     for (auto found = m_tiles.find(key); found != m_tiles.end(); found = m_tiles.find(key)) {
-        if (found->second.heights) {
-            found->second.lastUse = ++m_clock;
-            return found->second.heights;
-        }
+        if (found->second)
+            return found->second;
         m_decoded.wait(lock); // another thread is at it; should it fail, the tile is gone and ours to try
     }
     m_tiles[key];
@@ -74,7 +72,7 @@ std::variant<std::shared_ptr<TileStore::Heights>, Failure> TileStore::tile(const
         m_decoded.notify_all();
         return *failure;
     }
-    m_tiles[key] = {heights, ++m_clock};
+    m_tiles[key] = heights;
     m_bytes += heights->size() * sizeof(float);
     makeRoom();
     m_decoded.notify_all();
@@ -94,18 +92,15 @@ std::shared_ptr<TileStore::Heights> TileStore::takeEmpty(std::size_t cells) {
 }
 
 void TileStore::makeRoom() {
-    while (m_bytes > m_capacityBytes) {
-        auto oldest = m_tiles.end();
-        for (auto tile = m_tiles.begin(); tile != m_tiles.end(); ++tile)
-            if (tile->second.heights &&
-                (oldest == m_tiles.end() || tile->second.lastUse < oldest->second.lastUse))
-                oldest = tile;
-        if (oldest == m_tiles.end())
-            return;
-        m_bytes -= oldest->second.heights->size() * sizeof(float);
+    for (auto tile = m_tiles.begin(); tile != m_tiles.end() && m_bytes > m_capacityBytes;) {
+        if (!tile->second) {
+            ++tile;
+            continue;
+        }
+        m_bytes -= tile->second->size() * sizeof(float);
         if (m_spare.size() < mostSpare)
-            m_spare.push_back(std::move(oldest->second.heights));
-        m_tiles.erase(oldest);
+            m_spare.push_back(std::move(tile->second));
+        tile = m_tiles.erase(tile);
     }
 }
 

@@ -14,7 +14,9 @@
 namespace detect {
 
 /// Decoded tiles of one raster, shared by all threads, so that a tile that several blocks touch is decoded
-/// once. The ones not used for longest go when the store is full. Safe to use from several threads.
+/// once. Work goes from the top down and from left to right, so when the store is full the topmost ones go,
+/// the leftmost first: room for two rows of tiles is enough to decode each once. Safe to use from several
+/// threads.
 class TileStore {
 public:
     /// Decodes a window of the raster into packed rows.
@@ -33,11 +35,6 @@ private:
     using Heights = std::vector<float>;
     using Key = std::pair<int, int>; ///< row and column of the tile, in tiles
 
-    struct Entry {
-        std::shared_ptr<Heights> heights; ///< null while a thread decodes it
-        std::uint64_t lastUse = 0;
-    };
-
     CellWindow windowOf(const Key& key) const;
     std::variant<std::shared_ptr<Heights>, Failure> tile(const Key& key, const Decode& decode);
     std::shared_ptr<Heights> takeEmpty(std::size_t cells);
@@ -50,10 +47,9 @@ private:
     const std::size_t m_capacityBytes;
     std::mutex m_mutex;
     std::condition_variable m_decoded;
-    std::map<Key, Entry> m_tiles;
-    std::vector<std::shared_ptr<Heights>> m_spare; ///< memory of tiles that went
+    std::map<Key, std::shared_ptr<Heights>> m_tiles; ///< null while a thread decodes it
+    std::vector<std::shared_ptr<Heights>> m_spare;   ///< memory of tiles that went
     std::size_t m_bytes = 0;
-    std::uint64_t m_clock = 0;
 };
 
 } // namespace detect

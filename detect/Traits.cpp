@@ -57,34 +57,48 @@ float peakOf(std::vector<float> heights) {
     return heights[static_cast<std::size_t>(place)];
 }
 
+struct Mean {
+    double sum = 0.0;
+    double count = 0.0;
+
+    void add(double value) {
+        sum += value;
+        count += 1.0;
+    }
+    double value() const { return sum / count; }
+};
+
+/// From the line between two opposite neighbours, when both are there.
+void addDeparture(const ComponentCells& cells, double change, Cell before, Cell after, Mean& departure) {
+    if (before == ComponentCells::none || after == ComponentCells::none)
+        return;
+    const auto line = static_cast<double>(cells.change(before) + cells.change(after)) / 2.0;
+    departure.add(std::abs(change - line));
+}
+
 /// What only the single cells tell.
 void measureSurface(const ComponentCells& cells, Traits& traits) {
     double flat = 0.0;
-    double inner = 0.0;
-    double innerSum = 0.0;
-    double departure = 0.0;
-    double surrounded = 0.0;
+    Mean inner;
+    Mean departure;
     for (Cell cell = 0; cell < cells.count(); ++cell) {
         const auto change = static_cast<double>(cells.change(cell));
         flat += change >= flatTop * traits.peakMetres ? 1.0 : 0.0;
+        addDeparture(cells, change, cells.left(cell), cells.right(cell), departure);
+        addDeparture(cells, change, cells.above(cell), cells.below(cell), departure);
         if (cells.neighbours(cell) < 4)
             continue;
-        double sum = 0.0;
         bool besideRim = false;
-        cells.forNeighbours(cell, [&](Cell neighbour) {
-            sum += static_cast<double>(cells.change(neighbour));
-            besideRim = besideRim || cells.neighbours(neighbour) < 4;
-        });
-        departure += std::abs(change - sum / 4.0);
-        surrounded += 1.0;
-        inner += besideRim ? 1.0 : 0.0;
-        innerSum += besideRim ? change : 0.0;
+        cells.forNeighbours(
+            cell, [&](Cell neighbour) { besideRim = besideRim || cells.neighbours(neighbour) < 4; });
+        if (besideRim)
+            inner.add(change);
     }
     traits.flatShare = flat / cells.count();
-    if (inner > 0.0)
-        traits.edgeSteepness = innerSum / inner / traits.peakMetres;
-    if (surrounded > 0.0)
-        traits.roughness = departure / surrounded / traits.meanMetres;
+    if (inner.count > 0.0)
+        traits.edgeSteepness = inner.value() / traits.peakMetres;
+    if (departure.count > 0.0)
+        traits.roughness = departure.value() / traits.meanMetres;
 }
 
 } // namespace

@@ -17,8 +17,8 @@ struct Traits {
     double edgeSteepness = 0.5;
     /// Area over that of the smallest rectangle around it, whatever its direction (Freeman & Shapira 1975).
     double rectangularity = 0.5;
-    /// Mean departure of a cell from the mean of its neighbours, over the mean |dZ|: small for a surface,
-    /// large for vegetation.
+    /// Mean departure of a cell from the line between its left and right, or upper and lower, neighbours,
+    /// over the mean |dZ|: small for a surface, large for vegetation.
     double roughness = 0.0;
     /// Mean width, cells: twice the area over the length of the rim, which is the width of a long band.
     double widthCells = 0.0;
