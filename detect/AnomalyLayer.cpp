@@ -78,9 +78,12 @@ OGRFeatureUniquePtr featureOf(const OGRLayer& layer, const Anomaly& a, const std
     feature->SetField("name", a.name.c_str());
     feature->SetField("kind", a.kind == Kind::Fill ? "fill" : "cut");
     feature->SetField("volume_m3", a.volumeCubicMetres());
-    for (const Column& column : columns)
+    int field = 0; // the columns are the first fields of the layer
+    for (const Column& column : columns) {
         if (column.figure != nullptr)
-            feature->SetField(column.name, a.*column.figure);
+            feature->SetField(field, a.*column.figure);
+        ++field;
+    }
     feature->SetField("cells", static_cast<GIntBig>(a.cells));
     feature->SetField("suggested", a.suggested.c_str());
     feature->SetField("attribute", attribute.c_str());

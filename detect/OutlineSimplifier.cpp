@@ -66,6 +66,11 @@ Ring throughMiddles(const Ring& ring) {
     return middles;
 }
 
+bool isUprightRectangle(const Polygon& outline) {
+    const Corners corners(outline.outer);
+    return outline.holes.empty() && outline.outer.size() == 4 && corners.isOfAWall(0) && corners.isOfAWall(2);
+}
+
 std::unique_ptr<OGRLinearRing> lineOf(const Ring& ring) {
     auto line = std::make_unique<OGRLinearRing>();
     for (const Point& p : ring)
@@ -84,6 +89,8 @@ Ring ringOf(const OGRLinearRing& line) {
 } // namespace
 
 Polygon simplified(const Polygon& cellOutline) {
+    if (isUprightRectangle(cellOutline))
+        return cellOutline;
     OGRPolygon smooth;
     smooth.addRingDirectly(lineOf(throughMiddles(cellOutline.outer)).release());
     for (const Ring& hole : cellOutline.holes)
