@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <sstream>
 
 namespace cli {
 
@@ -14,10 +13,13 @@ namespace {
 using Wrong = std::optional<std::string>;
 
 std::vector<std::string> splitAtCommas(const std::string& text) {
-    std::vector<std::string> parts;
-    std::istringstream stream(text);
-    for (std::string part; std::getline(stream, part, ',');)
-        parts.push_back(part);
+    std::vector<std::string> parts{""};
+    for (const char c : text) {
+        if (c == ',')
+            parts.emplace_back();
+        else
+            parts.back() += c;
+    }
     return parts;
 }
 
@@ -63,8 +65,8 @@ Wrong readSignificance(const Options& options, detect::Parameters& parameters) {
     detect::Significance significance;
     if (options.has("--sigma")) {
         const auto parts = splitAtCommas(options.value("--sigma"));
-        const auto first = parts.empty() ? std::nullopt : parseNumber(parts.front());
-        const auto last = parts.empty() ? std::nullopt : parseNumber(parts.back());
+        const auto first = parseNumber(parts.front());
+        const auto last = parseNumber(parts.back());
         if (parts.size() > 2 || !first || !last || *first <= 0.0 || *last <= 0.0)
             return "--sigma 需要一个大于 0 的米数，或以逗号分隔的旧期、新期两个米数";
         significance.oldSigmaMetres = *first;
@@ -101,8 +103,6 @@ Wrong readRules(const Options& options, detect::Parameters& parameters) {
             return "--rules 只能是 none，或以逗号分隔的 core、sliver、speckle";
         *rule->second = true;
     }
-    if (names.empty())
-        return "--rules 缺少值；不用任何规则时写 none";
     return std::nullopt;
 }
 
@@ -111,10 +111,8 @@ Wrong readWindow(const Options& options, DetectTask& task) {
         return std::nullopt;
     std::vector<int> figures;
     for (const std::string& part : splitAtCommas(options.value("--window")))
-        if (const auto figure = parseInteger(part))
-            figures.push_back(*figure);
-    if (figures.size() != 4 || splitAtCommas(options.value("--window")).size() != 4 || figures[0] < 0 ||
-        figures[1] < 0 || figures[2] < 1 || figures[3] < 1)
+        figures.push_back(parseInteger(part).value_or(-1));
+    if (figures.size() != 4 || figures[0] < 0 || figures[1] < 0 || figures[2] < 1 || figures[3] < 1)
         return "--window 需要 XOFF,YOFF,XSIZE,YSIZE 四个整数（旧期栅格的像元）";
     task.window = detect::CellWindow{figures[0], figures[1], figures[2], figures[3]};
     if (std::filesystem::u8path(task.out).extension() != ".gpkg")

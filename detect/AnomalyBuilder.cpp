@@ -17,7 +17,9 @@ constexpr std::int64_t leastBodyCells = 16;
 constexpr double sliverCells = 4.0;
 constexpr double speckleCells = 3.0;
 constexpr double mostExplained = 0.6;
-constexpr double roughest = 0.25;
+constexpr double leastCompact = 0.7;
+constexpr double roughestRagged = 0.25;
+constexpr double roughestCompact = 0.4;
 using RunIterator = std::vector<Run>::const_iterator;
 
 struct RowRuns {
@@ -55,8 +57,10 @@ bool isSliver(const Traits& traits) {
     return traits.widthCells < sliverCells && traits.explainedByShift > mostExplained;
 }
 
+/// A heap of a few cells is rough, but compact.
 bool isSpeckle(const Traits& traits) {
-    return traits.widthCells < speckleCells && traits.roughness > roughest;
+    const bool ragged = traits.rectangularity < leastCompact;
+    return traits.widthCells < speckleCells && traits.roughness > (ragged ? roughestRagged : roughestCompact);
 }
 
 double signedArea(const Ring& ring) {

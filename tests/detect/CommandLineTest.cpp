@@ -8,6 +8,7 @@
 #include <ogrsf_frmts.h>
 
 #include <algorithm>
+#include <cmath>
 #include <csignal>
 #include <fstream>
 
@@ -99,6 +100,60 @@ TEST_F(CommandLine, SaysWhyNothingWasShifted) {
     EXPECT_EQ(silent.messages + silent.output, "");
 }
 
+TEST_F(CommandLine, TiltIsTakenOut) {
+    RasterPlan plan;
+    plan.columns = plan.rows = 600;
+    Random random(9);
+    const auto hills = [&](const Point& p) {
+        return 50.0 + 4.0 * std::sin(p.x / 11.0) + 3.0 * std::cos(p.y / 8.0) + 0.02 * random();
+    };
+    writeRaster(m_folder.file("old.tif"), plan, hills);
+    writeRaster(m_folder.file("new.tif"), plan, [&](const Point& p) {
+        return hills(p) + 0.008 * (p.x - 500150.0) - 0.004 * (p.y - 3399850.0);
+    });
+    const auto anomalies = [&](const std::vector<std::string>& more) {
+        std::vector<std::string> all{"--coregister", "full", "--quiet", "--summary", m_folder.file("s.json")};
+        all.insert(all.end(), more.begin(), more.end());
+        EXPECT_EQ(runCorridor(arguments("result.gpkg", all)).status, 0);
+        CPLJSONDocument document;
+        EXPECT_TRUE(document.Load(m_folder.file("s.json")));
+        return document.GetRoot();
+    };
+    EXPECT_GT(anomalies({}).GetInteger("anomalies"), 0);
+    const CPLJSONObject levelled = anomalies({"--tilt"});
+    EXPECT_EQ(levelled.GetInteger("anomalies"), 0);
+    EXPECT_NEAR(levelled.GetObj("coregistration").GetDouble("tilt_east"), -0.008, 2e-5);
+    EXPECT_NEAR(levelled.GetObj("coregistration").GetDouble("tilt_north"), 0.004, 2e-5);
+}
+
+TEST_F(CommandLine, SignificanceAndRulesAreInTheSummary) {
+    const ProgramRun run =
+        runCorridor(arguments("result.gpkg", {"--sigma", "0.01,0.02", "--confidence", "0.99", "--rules",
+                                              "core,speckle", "--summary", m_folder.file("summary.json")}));
+    EXPECT_EQ(run.status, 0) << run.messages;
+    CPLJSONDocument document;
+    ASSERT_TRUE(document.Load(m_folder.file("summary.json")));
+    const CPLJSONObject root = document.GetRoot();
+    EXPECT_EQ(root.GetInteger("anomalies"), 1);
+    EXPECT_EQ(root.GetDouble("threshold_m"), 0.0);
+    EXPECT_EQ(root.GetDouble("confidence"), 0.99);
+    EXPECT_EQ(root.GetDouble("sigma_old_m"), 0.01);
+    EXPECT_EQ(root.GetDouble("sigma_new_m"), 0.02);
+    const CPLJSONObject rules = root.GetObj("rules");
+    EXPECT_TRUE(rules.GetObj("core").GetBool("on"));
+    EXPECT_FALSE(rules.GetObj("sliver").GetBool("on"));
+    EXPECT_TRUE(rules.GetObj("speckle").GetBool("on"));
+    EXPECT_EQ(rules.GetObj("area").GetDouble("least_m2"), 4.0);
+    const GDALDatasetUniquePtr file(GDALDataset::Open(m_folder.file("result.gpkg").c_str(), GDAL_OF_VECTOR));
+    const OGRFeatureUniquePtr anomaly(file->GetLayer(0)->GetNextFeature());
+    const double sigma = std::hypot(0.01, 0.02);
+    EXPECT_NEAR(anomaly->GetFieldAsDouble("sigma_m"), sigma, 1e-5);
+    EXPECT_NEAR(anomaly->GetFieldAsDouble("lod_m"), 2.5758 * sigma, 1e-4);
+    EXPECT_GT(anomaly->GetFieldAsDouble("signif"), 2.5 / (2.5758 * sigma));
+    EXPECT_GT(anomaly->GetFieldAsDouble("vol_sd_m3"), 0.0);
+    EXPECT_GT(anomaly->GetFieldAsDouble("sugg_conf"), 0.5);
+}
+
 TEST_F(CommandLine, EveryFormatIsWritten) {
     for (const char* name : {"a.gpkg", "a.geojson", "a.shp"}) {
         const ProgramRun run = runCorridor(arguments(name, {"--quiet"}));
@@ -135,6 +190,12 @@ TEST_F(CommandLine, WrongUseIsStatusTwoAndOneLine) {
         {arguments("result.gpkg", {"--coregister", "magic"}), "--coregister"},
         {arguments("result.gpkg", {"--tilt"}), "--tilt"},
         {arguments("result.gpkg", {"--tilt", "--coregister", "bias"}), "--tilt"},
+        {arguments("result.gpkg", {"--sigma", "0"}), "--sigma"},
+        {arguments("result.gpkg", {"--sigma", "0.1,0.2,0.3"}), "--sigma"},
+        {arguments("result.gpkg", {"--sigma", "0.1,"}), "--sigma"},
+        {arguments("result.gpkg", {"--confidence", "95"}), "--confidence"},
+        {arguments("result.gpkg", {"--rules", "core,moss"}), "--rules"},
+        {arguments("result.gpkg", {"--rules", ""}), "--rules"},
         {arguments("result.gpkg", {"--quiet", "--quiet"}), "--quiet"},
         {arguments("result.tif"), "--out"},
         {arguments("result.gpkg", {"--dz", old}), "old.tif"},
