@@ -1,7 +1,9 @@
-// Makes the pair of surfaces that bench/detect.sh measures with: relief, survey noise, and a box-shaped
-// change in every few hundred cells, the same for the same arguments on every machine.
+// Makes the surfaces that bench/detect.sh measures with: relief, survey noise, and a box-shaped change in
+// every few hundred cells, the same for the same arguments on every machine.
 //
-//     bench_make_pair CELLS FOLDER [CREATION_OPTION=VALUE ...]      writes FOLDER/old.tif and FOLDER/new.tif
+//     bench_make_pair CELLS FOLDER [CREATION_OPTION=VALUE ...]
+//
+// writes FOLDER/old.tif, FOLDER/new.tif, and FOLDER/moved.tif: the new epoch once more, some cells aside.
 
 #include <gdal_priv.h>
 #include <ogr_spatialref.h>
@@ -20,6 +22,8 @@ constexpr double cellMetres = 0.25;
 constexpr int changeSpacing = 400;
 constexpr int changeCells = 40;
 constexpr double biasMetres = 0.15;
+constexpr double movedColumns = 2.37;
+constexpr double movedRows = -1.64;
 constexpr int bandRows = 256;
 
 /// Even noise in -1 .. 1 from a cell and an epoch (the finaliser of SplitMix64, Steele et al. 2014).
@@ -40,7 +44,13 @@ double change(int column, int row) {
     return (column / changeSpacing + row / changeSpacing) % 2 == 0 ? 2.5 : -1.5;
 }
 
-bool writeEpoch(const std::string& path, int cells, int epoch, char** options) {
+struct Epoch {
+    int number = 0;
+    double columnsAside = 0.0;
+    double rowsAside = 0.0;
+};
+
+bool writeEpoch(const std::string& path, int cells, const Epoch& epoch, char** options) {
     GDALDriver* driver = GetGDALDriverManager()->GetDriverByName("GTiff");
     GDALDatasetUniquePtr file(driver->Create(path.c_str(), cells, cells, 1, GDT_Float32, options));
     if (!file)
@@ -52,19 +62,22 @@ bool writeEpoch(const std::string& path, int cells, int epoch, char** options) {
     file->SetGeoTransform(toMap);
 
     std::vector<double> alongColumns(static_cast<std::size_t>(cells));
-    for (int column = 0; column < cells; ++column)
+    for (int column = 0; column < cells; ++column) {
+        const double x = column + epoch.columnsAside;
         alongColumns[static_cast<std::size_t>(column)] =
-            12.0 * std::sin(column * 0.0021) + 3.0 * std::sin(column * 0.017);
+            12.0 * std::sin(x * 0.0021) + 3.0 * std::sin(x * 0.017);
+    }
     std::vector<float> band(static_cast<std::size_t>(cells) * bandRows);
     for (int firstRow = 0; firstRow < cells; firstRow += bandRows) {
         const int rows = std::min(bandRows, cells - firstRow);
         float* height = band.data();
         for (int row = firstRow; row < firstRow + rows; ++row) {
-            const double alongRows = 80.0 + 9.0 * std::cos(row * 0.0013) + 2.0 * std::sin(row * 0.011);
+            const double y = row + epoch.rowsAside;
+            const double alongRows = 80.0 + 9.0 * std::cos(y * 0.0013) + 2.0 * std::sin(y * 0.011);
             for (int column = 0; column < cells; ++column) {
                 const double ground = alongRows + alongColumns[static_cast<std::size_t>(column)];
-                const double later = epoch == 0 ? 0.0 : biasMetres + change(column, row);
-                *height++ = static_cast<float>(ground + later + 0.06 * noise(column, row, epoch));
+                const double later = epoch.number == 0 ? 0.0 : biasMetres + change(column, row);
+                *height++ = static_cast<float>(ground + later + 0.06 * noise(column, row, epoch.number));
             }
         }
         if (file->GetRasterBand(1)->RasterIO(GF_Write, 0, firstRow, cells, rows, band.data(), cells, rows,
@@ -85,7 +98,8 @@ int main(int argc, char** argv) {
     GDALAllRegister();
     const std::string folder = argv[2];
     char** options = argv + 3; // ends with a null pointer, as argv does
-    const bool written = writeEpoch(folder + "/old.tif", cells, 0, options) &&
-                         writeEpoch(folder + "/new.tif", cells, 1, options);
+    const bool written = writeEpoch(folder + "/old.tif", cells, {}, options) &&
+                         writeEpoch(folder + "/new.tif", cells, {1}, options) &&
+                         writeEpoch(folder + "/moved.tif", cells, {1, movedColumns, movedRows}, options);
     return written ? 0 : 1;
 }

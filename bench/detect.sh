@@ -1,10 +1,12 @@
 #!/bin/sh
-# Whole-process time and peak memory of `corridor detect` (bias mode, two threads) as a ratio to a bare
-# single-thread GDAL read of the same two rasters. Every run is repeated and the fastest counts, for both sides.
+# Whole-process time and peak memory of `corridor detect` in each mode (two threads) as a ratio to a bare
+# single-thread GDAL read of the same two rasters, and of what else does the same work: the GDAL tools and, where
+# installed, GRASS. Ours and the read are repeated and the fastest counts; the others run once.
 #
 #     bench/detect.sh BUILD_DIR [WORK_DIR] [REPEATS] [CELLS ...]        default: a folder under /tmp, 3, 8192 16384
 #
-# WORK_DIR needs about 5 GB for 16384 cells; it is removed at the end unless it was given.
+# WORK_DIR needs about 8 GB for 16384 cells; it is removed at the end unless it was given. PEERS=no leaves the
+# others out.
 set -eu
 
 build=${1:?usage: bench/detect.sh BUILD_DIR [WORK_DIR] [REPEATS] [CELLS ...]}
@@ -16,13 +18,15 @@ if [ -z "$work" ]; then
     trap 'rm -rf "$work"' EXIT
 fi
 
-# seconds and peak kilobytes of the fastest of several runs
+# seconds and peak kilobytes of the fastest of several runs: fastest TIMES COMMAND ...
 fastest() {
+    times=$1
+    shift
     best=""
     peak=0
     i=0
-    while [ $i -lt "$repeats" ]; do
-        /usr/bin/time -v "$@" >/dev/null 2>"$work/time.log"
+    while [ $i -lt "$times" ]; do
+        /usr/bin/time -v "$@" >"$work/run.log" 2>"$work/time.log" || { cat "$work/time.log" >&2; exit 1; }
         wall=$(sed -n 's/.*Elapsed (wall clock) time.*): //p' "$work/time.log" |
             awk -F: '{ s = 0; for (i = 1; i <= NF; i++) s = s * 60 + $i; print s }')
         kilobytes=$(sed -n 's/.*Maximum resident set size (kbytes): //p' "$work/time.log")
@@ -33,27 +37,82 @@ fastest() {
     echo "$best $peak"
 }
 
+# line LABEL "SECONDS PEAK" REMARK
+line() {
+    echo "$2 $base" | awk -v label="$1" -v remark="$3" '{
+        printf "  %-34s %8.2f s  ratio %6.2f  peak %5.0f MB  %s\n", label, $1, $1 / $3, $2 / 1024, remark }'
+}
+
+ours() {
+    label=$1
+    new=$2
+    shift 2
+    figures=$(fastest "$repeats" "$build/bin/corridor" detect --old "$folder/old.tif" --new "$new" --threads 2 \
+        --out "$work/result.gpkg" --summary "$work/summary.json" --quiet "$@")
+    anomalies=$(sed -n 's/.*"anomalies": *\([0-9]*\).*/\1 anomalies/p' "$work/summary.json")
+    line "$label" "$figures" "$anomalies"
+}
+
+gdal_chain() {
+    rm -f "$work"/classes.tif "$work"/sieved.tif "$work"/polygons.gpkg
+    gdal_calc.py --quiet -A "$folder/old.tif" -B "$folder/new.tif" --outfile="$work/classes.tif" --type=Byte \
+        --calc="(B-A-0.15>=0.25)*1+(B-A-0.15<=-0.25)*2"
+    gdal_sieve.py -q -st 64 -4 "$work/classes.tif" "$work/sieved.tif"
+    gdal_polygonize.py -q "$work/sieved.tif" -f GPKG "$work/polygons.gpkg"
+}
+
+grass_chain() {
+    r.in.gdal --quiet input="$folder/old.tif" output=old
+    r.in.gdal --quiet input="$folder/new.tif" output=new
+    g.region raster=old
+    r.mapcalc --quiet "classes = if(new-old-0.15>=0.25,1,if(new-old-0.15<=-0.25,2,null()))"
+    r.clump --quiet input=classes output=clumps
+    r.to.vect --quiet input=clumps output=polygons type=area
+    v.out.ogr --quiet input=polygons output="$work/grass.gpkg" format=GPKG --overwrite
+}
+
+peers() {
+    [ "${PEERS:-yes}" = yes ] || return 0
+    command -v gdal_calc.py >/dev/null &&
+        line "GDAL tools (calc, sieve, polygonize)" "$(fastest 1 sh "$0" --gdal-chain "$folder" "$work")" ""
+    if command -v grass >/dev/null; then
+        line "GRASS (r.in.gdal .. r.to.vect)" \
+            "$(fastest 1 grass --tmp-location "$folder/old.tif" --exec sh "$0" --grass-chain "$folder" "$work")" ""
+    else
+        echo "  GRASS is not installed here"
+    fi
+}
+
 measure() {
     cells=$1
     label=$2
     shift 2
     folder=$work/$cells-$label
     mkdir -p "$folder"
-    [ -f "$folder/new.tif" ] || "$build/bin/bench_make_pair" "$cells" "$folder" "$@"
-    # Both sides read from a warm page cache.
-    cat "$folder/old.tif" "$folder/new.tif" >/dev/null
-    read=$(fastest "$build/bin/bench_read_pair" "$folder/old.tif" "$folder/new.tif")
-    detect=$(fastest "$build/bin/corridor" detect --old "$folder/old.tif" --new "$folder/new.tif" \
-        --out "$folder/result.gpkg" --coregister bias --threads 2 --summary "$folder/summary.json" --quiet)
-    anomalies=$(sed -n 's/.*"anomalies": *\([0-9]*\).*/\1/p' "$folder/summary.json")
-    echo "$cells $label $read $detect $anomalies" | awk '{
-        printf "%-6s %-14s read %6.2f s   detect %6.2f s   ratio %5.2f   peak %4.0f MB   %d anomalies\n",
-               $1, $2, $3, $5, $5 / $3, $6 / 1024, $7 }'
+    [ -f "$folder/moved.tif" ] || "$build/bin/bench_make_pair" "$cells" "$folder" "$@"
+    # All sides read from a warm page cache.
+    cat "$folder"/*.tif >/dev/null
+    echo "$cells x $cells cells, $label"
+    base=$(fastest "$repeats" "$build/bin/bench_read_pair" "$folder/old.tif" "$folder/new.tif")
+    line "bare read, one thread" "$base" ""
+    ours "detect --coregister none" "$folder/new.tif" --coregister none
+    ours "detect --coregister bias" "$folder/new.tif" --coregister bias
+    ours "detect --coregister full" "$folder/new.tif" --coregister full
+    ours "detect --coregister full, moved" "$folder/moved.tif" --coregister full
+    ours "detect --coregister bias, significance" "$folder/new.tif" --coregister bias --confidence 0.999
+    peers
 }
 
+case $build in
+--gdal-chain | --grass-chain)
+    folder=$2
+    work=$3
+    [ "$build" = --gdal-chain ] && gdal_chain || grass_chain
+    exit
+    ;;
+esac
 for cells in $sizes; do
     measure "$cells" uncompressed
-    measure "$cells" tiled TILED=YES
     measure "$cells" deflate COMPRESS=DEFLATE
     measure "$cells" deflate-tiled COMPRESS=DEFLATE TILED=YES
 done

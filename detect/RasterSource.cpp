@@ -26,6 +26,12 @@ bool exists(const std::string& path) {
     return VSIStatExL(path.c_str(), &status, VSI_STAT_EXISTS_FLAG) == 0;
 }
 
+/// Of subdatasets ("NETCDF:…") and files behind a network GDAL itself knows best what is wrong.
+bool isLocalFile(const std::string& path) {
+    const bool isVirtual = path.rfind("/vsi", 0) == 0 && path.rfind("/vsimem/", 0) != 0;
+    return !isVirtual && path.find(':') == std::string::npos;
+}
+
 double metresPerHeightUnit(const char* unit) {
     const std::string name = unit != nullptr ? unit : "";
     if (name == "ft" || name == "foot" || name == "feet")
@@ -52,7 +58,7 @@ void toMetres(float* heights, int count, float noData, float scale, float offset
 
 std::variant<RasterSource, Failure> RasterSource::open(const std::string& path) {
     registerDrivers();
-    if (!exists(path) && path.find(':') == std::string::npos)
+    if (isLocalFile(path) && !exists(path))
         return failureOf(path, "文件不存在");
     RasterFacts facts;
     facts.path = path;

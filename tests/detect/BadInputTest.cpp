@@ -60,6 +60,11 @@ TEST_F(BadInput, MissingRaster) {
     expectFailure("never.tif", "不存在");
 }
 
+TEST_F(BadInput, FileBehindAVirtualFileSystemIsToldInGdalsWords) {
+    m_request.oldRaster = "/vsizip/" + m_folder.file("survey.zip") + "/dsm.tif";
+    expectFailure("survey.zip/dsm.tif", "无法作为栅格打开（");
+}
+
 TEST_F(BadInput, FileThatIsNoRaster) {
     std::ofstream(m_request.newRaster) << "this is no raster";
     expectFailure("new.tif", "无法作为栅格打开");
