@@ -6,7 +6,7 @@ namespace detect {
 
 namespace {
 
-constexpr std::int64_t blockCells = std::int64_t{1} << 20;
+constexpr std::int64_t blockCells = std::int64_t{1} << 19;
 /// A strip or tile higher than this is no unit of work.
 constexpr int highestTile = 1024;
 

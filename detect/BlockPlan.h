@@ -4,9 +4,9 @@
 
 namespace detect {
 
-/// Cuts a window of the old raster into blocks of about a million cells, along the raster's own tiles so that
-/// none is decoded twice, and no wider than needed, so that memory does not grow with the raster's width.
-/// Blocks follow each other from left to right and from the top down.
+/// Cuts a window of the old raster into blocks of about half a million cells, along the raster's own tiles so
+/// that none is decoded twice, and no wider than needed, so that memory does not grow with the raster's
+/// width. Blocks follow each other from left to right and from the top down.
 class BlockPlan {
 public:
     /// `askedRows` and `askedColumns` of a block; 0 chooses. Results never depend on them.

@@ -23,7 +23,7 @@ std::int64_t subtract(const float* oldHeights, const float* newHeights, std::siz
 
 BlockWorker::BlockWorker(PairReader reader, const BlockTask& task)
     : m_reader(std::move(reader)), m_task(task),
-      m_finder(task.level.level(), static_cast<float>(task.growRatio)),
+      m_finder(task.level.cellLevel(), static_cast<float>(task.growRatio)),
       m_artefacts(task.artefactReach, task.level.level() * static_cast<float>(task.growRatio)) {}
 
 std::variant<Block, Failure> BlockWorker::operator()(int index) {
@@ -92,7 +92,7 @@ void BlockWorker::judge(const Inset& inset, const CellWindow& window) {
         m_artefacts.mark(m_old.data(), m_new.data(), inset.read.columns, inset.read.rows, inset.firstRow,
                          inset.firstRow + window.rows, m_artefactFlags);
     if (m_task.level.dependsOnSlope())
-        m_task.level.fill(m_old.data(), inset.read.columns, inset.read.rows, m_levels, m_sigmas);
+        m_task.level.fill(m_old.data(), inset.read.columns, inset.read.rows, m_sigmas);
 }
 
 void BlockWorker::findRuns(const Inset& inset, Block& block) {
@@ -109,7 +109,7 @@ void BlockWorker::findRuns(const Inset& inset, Block& block) {
         cells.row = window.row + row;
         cells.firstColumn = window.column;
         cells.excluded = m_task.artefactReach > 0 ? m_artefactFlags.data() + from : nullptr;
-        cells.levels = m_task.level.dependsOnSlope() ? m_levels.data() + from : nullptr;
+        cells.sigmas = m_task.level.dependsOnSlope() ? m_sigmas.data() + from : nullptr;
         m_finder.find(cells, block.found.runs);
     }
     if (m_task.dropLonely)
@@ -119,23 +119,19 @@ void BlockWorker::findRuns(const Inset& inset, Block& block) {
 
 void BlockWorker::measureRuns(const Inset& inset, Block& block) const {
     const CellWindow& window = block.window;
+    block.found.runs.shrink_to_fit(); // it waits for its turn, perhaps long
     std::size_t cells = 0;
     for (const Run& run : block.found.runs)
         cells += static_cast<std::size_t>(run.cells());
     block.found.heights.reserve(cells);
-    CellUncertainty uncertainty;
-    uncertainty.level = m_task.level.level();
-    uncertainty.sigma = m_task.level.sigma();
     for (Run& run : block.found.runs) {
         const int row = run.row - window.row;
         const auto column = static_cast<std::size_t>(run.begin - window.column);
         const float* dz =
             m_dz.data() + static_cast<std::size_t>(row) * static_cast<std::size_t>(window.columns) + column;
-        if (m_task.level.dependsOnSlope()) {
-            uncertainty.levels = m_levels.data() + inset.cell(row) + column;
-            uncertainty.sigmas = m_sigmas.data() + inset.cell(row) + column;
-        }
-        measureRun(dz, uncertainty, run);
+        const float* sigmas =
+            m_task.level.dependsOnSlope() ? m_sigmas.data() + inset.cell(row) + column : nullptr;
+        measureRun(dz, sigmas, m_task.level.cellLevel(), run);
         run.explainedByShift = explainedByShift(inset, window, run);
         run.heights = block.found.heights.size();
         block.found.heights.insert(block.found.heights.end(), dz, dz + run.cells());

@@ -68,8 +68,7 @@ private:
     std::vector<float> m_old;
     std::vector<float> m_new;
     std::vector<float> m_dz;
-    std::vector<float> m_levels; ///< of the cells read; empty where one holds for all
-    std::vector<float> m_sigmas;
+    std::vector<float> m_sigmas; ///< of the cells read; empty where one holds for all
     std::vector<std::uint8_t> m_artefactFlags;
 };
 

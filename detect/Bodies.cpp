@@ -110,7 +110,7 @@ Run part(const Run& whole, std::int32_t begin, std::int32_t end, const float* he
     run.end = end;
     run.sign = whole.sign;
     const float* first = heights + (begin - whole.begin);
-    measureRun(first, {}, run);
+    measureRun(first, nullptr, {}, run);
     const float ofWhole = largest(heights, heights + whole.cells());
     run.strongest = ofWhole > 0.0F ? whole.strongest * (largest(first, first + run.cells()) / ofWhole) : 0.0F;
     run.variance = whole.variance / whole.cells() * run.cells();

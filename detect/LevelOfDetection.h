@@ -2,8 +2,8 @@
 
 #include "detect/Detection.h"
 #include "detect/Grid.h"
+#include "detect/Runs.h"
 
-#include <algorithm>
 #include <vector>
 
 namespace detect {
@@ -19,27 +19,32 @@ public:
     LevelOfDetection() = default;
     LevelOfDetection(const Parameters& parameters, const Coregistration& coregistration, const Grid& grid);
 
-    /// When true, each cell has a level of its own, from its slope; fill() tells.
+    /// When true, each cell has a standard deviation of its own, from its slope; fill() tells.
     bool dependsOnSlope() const { return m_dependsOnSlope; }
-    /// Level and standard deviation on level ground, metres.
-    float level() const { return m_level; }
-    float sigma() const { return m_sigma; }
+    /// With the standard deviation on level ground.
+    const CellLevel& cellLevel() const { return m_cell; }
+    /// On level ground, metres.
+    float level() const { return m_cell.at(m_cell.sigma); }
     /// Where dZ has another standard deviation, metres.
-    double levelFor(double sigmaMetres) const {
-        return std::max(static_cast<double>(m_threshold), static_cast<double>(m_quantile) * sigmaMetres);
-    }
+    double levelFor(double sigmaMetres) const { return double(m_cell.at(static_cast<float>(sigmaMetres))); }
 
-    /// Fills levels and standard deviations for packed rows of old heights. The outermost cells have fewer
+    /// Fills the standard deviations for packed rows of old heights. The outermost cells have fewer
     /// neighbours to tell the slope from.
-    void fill(const float* oldHeights, int columns, int rows, std::vector<float>& levels,
-              std::vector<float>& sigmas) const;
+    void fill(const float* oldHeights, int columns, int rows, std::vector<float>& sigmas) const;
 
 private:
-    float m_level = 0.5F;
-    float m_sigma = 0.0F;
+    /// A row and its neighbours; the row itself where there is none.
+    struct RowOfHeights {
+        const float* here = nullptr;
+        const float* above = nullptr;
+        const float* below = nullptr;
+        float rowsApart = 2.0F; ///< the neighbours from each other
+    };
+
+    void fillRow(const RowOfHeights& heights, std::size_t width, float* sigmas) const;
+
+    CellLevel m_cell;
     float m_perSlope = 0.0F;
-    float m_threshold = 0.5F;
-    float m_quantile = 0.0F;
     bool m_dependsOnSlope = false;
     Grid m_grid;
 };

@@ -64,13 +64,16 @@ void RunFinder::markSigns(const RowOfCells& cells) {
         return static_cast<std::int8_t>(static_cast<int>(height >= threshold) -
                                         static_cast<int>(height <= -threshold));
     };
-    if (cells.levels == nullptr) {
-        const float threshold = m_level * m_growRatio;
+    if (cells.sigmas == nullptr) {
+        const float threshold = m_level.at(m_level.sigma) * m_growRatio;
         for (std::size_t i = 0; i < count; ++i)
             signs[i] = sign(dz[i], threshold);
     } else {
+        const float* sigmas = cells.sigmas; // signs could lie anywhere, so members would be read each time
+        const CellLevel level = m_level;
+        const float growRatio = m_growRatio;
         for (std::size_t i = 0; i < count; ++i)
-            signs[i] = sign(dz[i], cells.levels[i] * m_growRatio);
+            signs[i] = sign(dz[i], level.at(sigmas[i]) * growRatio);
     }
     for (std::size_t i = 0; cells.excluded != nullptr && i < count; ++i)
         signs[i] = cells.excluded[i] != 0 ? std::int8_t{0} : signs[i];
@@ -141,7 +144,7 @@ void dropLonelyRuns(std::vector<Run>& runs, const BlockEdges& edges) {
     runs.resize(kept);
 }
 
-void measureRun(const float* dz, const CellUncertainty& uncertainty, Run& run) {
+void measureRun(const float* dz, const float* sigmas, const CellLevel& level, Run& run) {
     run.lowest = run.highest = dz[0];
     const auto cells = static_cast<std::size_t>(run.cells());
     for (std::size_t i = 0; i < cells; ++i) {
@@ -149,9 +152,8 @@ void measureRun(const float* dz, const CellUncertainty& uncertainty, Run& run) {
         run.highest = std::max(run.highest, dz[i]);
         const auto units = static_cast<std::int64_t>(static_cast<double>(dz[i]) / sumUnitMetres);
         (units > 0 ? run.raised : run.sunk) += units;
-        const float level = uncertainty.levels != nullptr ? uncertainty.levels[i] : uncertainty.level;
-        const float sigma = uncertainty.sigmas != nullptr ? uncertainty.sigmas[i] : uncertainty.sigma;
-        run.strongest = std::max(run.strongest, std::abs(dz[i]) / level);
+        const float sigma = sigmas != nullptr ? sigmas[i] : level.sigma;
+        run.strongest = std::max(run.strongest, std::abs(dz[i]) / level.at(sigma));
         run.variance += varianceUnits(sigma);
     }
 }

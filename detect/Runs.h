@@ -61,16 +61,27 @@ struct RowOfCells {
     int firstColumn = 0;
     /// Cells whose flag is set are no members, whatever their dZ; null for none.
     const std::uint8_t* excluded = nullptr;
-    /// Level of detection of each cell, metres; null where one holds for all.
-    const float* levels = nullptr;
+    /// Standard deviation of each cell's dZ, metres; null where one holds for all.
+    const float* sigmas = nullptr;
+};
+
+/// Level of detection of a cell: so many standard deviations of its dZ, and at least the threshold; metres.
+struct CellLevel {
+    float threshold = 0.5F;
+    float quantile = 0.0F;
+    float sigma = 0.0F; ///< of the cells that bring no standard deviation of their own
+
+    float at(float cellSigma) const {
+        const float significant = quantile * cellSigma;
+        return threshold > significant ? threshold : significant;
+    }
 };
 
 /// Turns rows of dZ into runs.
 class RunFinder {
 public:
-    /// Members are cells with |dZ| at or above growRatio times their level of detection; `level` is used
-    /// where a row brings none.
-    RunFinder(float levelMetres, float growRatio) : m_level(levelMetres), m_growRatio(growRatio) {}
+    /// Members are cells with |dZ| at or above growRatio times their level of detection.
+    RunFinder(const CellLevel& level, float growRatio) : m_level(level), m_growRatio(growRatio) {}
 
     /// Appends the runs of one row, left to right, not yet measured. What lies beyond the ends of the row is
     /// not known: a weak cell at the end, beside a member, may be a gap.
@@ -79,7 +90,7 @@ public:
 private:
     void markSigns(const RowOfCells& cells);
 
-    float m_level;
+    CellLevel m_level;
     float m_growRatio;
     std::vector<std::int8_t> m_signs;
 };
@@ -104,16 +115,8 @@ constexpr BlockEdges nothingOpen{-1, -1, -1, -1};
 /// stay. `runs` are in row order.
 void dropLonelyRuns(std::vector<Run>& runs, const BlockEdges& edges);
 
-/// Level of detection and standard deviation of each cell of a run, metres; null where one figure holds for
-/// all.
-struct CellUncertainty {
-    const float* levels = nullptr;
-    const float* sigmas = nullptr;
-    float level = 1.0F;
-    float sigma = 0.0F;
-};
-
-/// Fills extremes and sums of a run from the dZ of its cells.
-void measureRun(const float* dz, const CellUncertainty& uncertainty, Run& run);
+/// Fills extremes and sums of a run from the dZ of its cells and their standard deviations (metres); null
+/// where that of `level` holds for all.
+void measureRun(const float* dz, const float* sigmas, const CellLevel& level, Run& run);
 
 } // namespace detect
