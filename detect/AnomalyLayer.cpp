@@ -1,6 +1,6 @@
 #include "detect/AnomalyLayer.h"
 
-#include <memory>
+#include "detect/PolygonGeometry.h"
 
 namespace detect {
 
@@ -34,29 +34,6 @@ constexpr Column columns[] = {
     {"sugg_conf", OFTReal, 6, 3, &Anomaly::suggestionConfidence},
 };
 
-std::unique_ptr<OGRLinearRing> lineOf(const Ring& ring) {
-    auto line = std::make_unique<OGRLinearRing>();
-    for (const Point& p : ring)
-        line->addPoint(p.x, p.y);
-    line->closeRings();
-    return line;
-}
-
-std::unique_ptr<OGRPolygon> polygonOf(const Anomaly& anomaly) {
-    auto polygon = std::make_unique<OGRPolygon>();
-    polygon->addRingDirectly(lineOf(anomaly.outline).release());
-    for (const Ring& hole : anomaly.holes)
-        polygon->addRingDirectly(lineOf(hole).release());
-    return polygon;
-}
-
-Ring ringOf(const OGRLinearRing& line) {
-    Ring ring;
-    for (int i = 0; i + 1 < line.getNumPoints(); ++i)
-        ring.push_back({line.getX(i), line.getY(i)});
-    return ring;
-}
-
 } // namespace
 
 bool createAnomalyFields(OGRLayer& layer, bool fixedRecords) {
@@ -87,7 +64,7 @@ OGRFeatureUniquePtr featureOf(const OGRLayer& layer, const Anomaly& a, const std
     feature->SetField("cells", static_cast<GIntBig>(a.cells));
     feature->SetField("suggested", a.suggested.c_str());
     feature->SetField("attribute", attribute.c_str());
-    feature->SetGeometryDirectly(polygonOf(a).release());
+    feature->SetGeometryDirectly(geometryOf(a.outline, a.holes).release());
     return feature;
 }
 
@@ -104,9 +81,9 @@ std::optional<Anomaly> anomalyOf(const OGRFeature& feature) {
     Anomaly a;
     a.name = feature.GetFieldAsString("name");
     a.kind = std::string(feature.GetFieldAsString("kind")) == "fill" ? Kind::Fill : Kind::Cut;
-    a.outline = ringOf(*polygon.getExteriorRing());
-    for (int i = 0; i < polygon.getNumInteriorRings(); ++i)
-        a.holes.push_back(ringOf(*polygon.getInteriorRing(i)));
+    Polygon outline = polygonOf(polygon);
+    a.outline = std::move(outline.outer);
+    a.holes = std::move(outline.holes);
     OGREnvelope bounds;
     polygon.getEnvelope(&bounds);
     a.bounds = {bounds.MinX, bounds.MinY, bounds.MaxX, bounds.MaxY};

@@ -1,9 +1,8 @@
 #include "detect/OutlineSimplifier.h"
 
-#include <ogr_geometry.h>
+#include "detect/PolygonGeometry.h"
 
 #include <cmath>
-#include <memory>
 
 namespace detect {
 
@@ -71,38 +70,19 @@ bool isUprightRectangle(const Polygon& outline) {
     return outline.holes.empty() && outline.outer.size() == 4 && corners.isOfAWall(0) && corners.isOfAWall(2);
 }
 
-std::unique_ptr<OGRLinearRing> lineOf(const Ring& ring) {
-    auto line = std::make_unique<OGRLinearRing>();
-    for (const Point& p : ring)
-        line->addPoint(p.x, p.y);
-    line->closeRings();
-    return line;
-}
-
-Ring ringOf(const OGRLinearRing& line) {
-    Ring ring;
-    for (int i = 0; i + 1 < line.getNumPoints(); ++i)
-        ring.push_back({line.getX(i), line.getY(i)});
-    return ring;
-}
-
 } // namespace
 
 Polygon simplified(const Polygon& cellOutline) {
     if (isUprightRectangle(cellOutline))
         return cellOutline;
-    OGRPolygon smooth;
-    smooth.addRingDirectly(lineOf(throughMiddles(cellOutline.outer)).release());
+    Polygon smooth;
+    smooth.outer = throughMiddles(cellOutline.outer);
     for (const Ring& hole : cellOutline.holes)
-        smooth.addRingDirectly(lineOf(throughMiddles(hole)).release());
-    const std::unique_ptr<OGRGeometry> simple(smooth.SimplifyPreserveTopology(toleranceCells));
+        smooth.holes.push_back(throughMiddles(hole));
+    const std::unique_ptr<OGRGeometry> simple(
+        geometryOf(smooth.outer, smooth.holes)->SimplifyPreserveTopology(toleranceCells));
     const bool usable = simple && wkbFlatten(simple->getGeometryType()) == wkbPolygon && !simple->IsEmpty();
-    const OGRPolygon& chosen = usable ? *simple->toPolygon() : smooth;
-    Polygon polygon;
-    polygon.outer = ringOf(*chosen.getExteriorRing());
-    for (int i = 0; i < chosen.getNumInteriorRings(); ++i)
-        polygon.holes.push_back(ringOf(*chosen.getInteriorRing(i)));
-    return polygon;
+    return usable ? polygonOf(*simple->toPolygon()) : smooth;
 }
 
 } // namespace detect
