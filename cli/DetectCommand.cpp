@@ -5,8 +5,8 @@
 #include "cli/PrintAnomalies.h"
 #include "cli/ProgressLine.h"
 #include "cli/StopOnSignal.h"
-#include "detect/PieceFile.h"
-#include "detect/ResultWriter.h"
+#include "detect/output/PieceFile.h"
+#include "detect/output/ResultWriter.h"
 
 #include <gdal.h>
 

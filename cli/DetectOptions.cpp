@@ -1,7 +1,7 @@
 #include "cli/DetectOptions.h"
 
 #include "cli/OutputSet.h"
-#include "detect/ResultWriter.h"
+#include "detect/output/ResultWriter.h"
 
 #include <algorithm>
 #include <filesystem>

@@ -3,8 +3,8 @@
 #include "cli/Options.h"
 #include "cli/OutputSet.h"
 #include "cli/PrintAnomalies.h"
-#include "detect/PieceFile.h"
-#include "detect/ResultWriter.h"
+#include "detect/output/PieceFile.h"
+#include "detect/output/ResultWriter.h"
 
 #include <optional>
 

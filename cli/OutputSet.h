@@ -1,6 +1,6 @@
 #pragma once
 
-#include "detect/StagedOutput.h"
+#include "detect/output/StagedOutput.h"
 
 #include <memory>
 #include <optional>

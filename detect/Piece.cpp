@@ -1,7 +1,7 @@
 #include "detect/Piece.h"
 
 #include "detect/GdalErrors.h"
-#include "detect/Labeller.h"
+#include "detect/search/Labeller.h"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "detect/AnomalyBuilder.h"
 #include "detect/Detection.h"
+#include "detect/shape/AnomalyBuilder.h"
 
 namespace detect {
 

@@ -1,6 +1,6 @@
 // Every failure: one line that names the file, nothing left behind, earlier results untouched.
 
-#include "detect/ResultWriter.h"
+#include "detect/output/ResultWriter.h"
 #include "tests/detect/TestRasters.h"
 
 #include <gtest/gtest.h>

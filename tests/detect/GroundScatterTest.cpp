@@ -1,4 +1,4 @@
-#include "detect/GroundScatter.h"
+#include "detect/coregister/GroundScatter.h"
 #include "tests/detect/MisregisteredPair.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
-#include "detect/HeightCorrection.h"
-#include "detect/Slope.h"
+#include "detect/raster/HeightCorrection.h"
+#include "detect/raster/Slope.h"
 #include "tests/detect/TestRasters.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 // `corridor detect --window` and `corridor merge` as a batch engine sees them.
 
-#include "detect/AnomalyLayer.h"
-#include "detect/PieceFile.h"
+#include "detect/output/AnomalyLayer.h"
+#include "detect/output/PieceFile.h"
 #include "tests/detect/Program.h"
 #include "tests/detect/RandomRasters.h"
 

@@ -1,6 +1,6 @@
 #include "tests/detect/MisregisteredPair.h"
 
-#include "detect/Coregister.h"
+#include "detect/coregister/Coregister.h"
 
 #include <gtest/gtest.h>
 #include <ogr_spatialref.h>

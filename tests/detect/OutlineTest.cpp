@@ -1,4 +1,4 @@
-#include "detect/Outline.h"
+#include "detect/shape/Outline.h"
 
 #include "tests/detect/TestRasters.h"
 

@@ -1,4 +1,4 @@
-#include "detect/ResultWriter.h"
+#include "detect/output/ResultWriter.h"
 
 #include "tests/detect/TestRasters.h"
 

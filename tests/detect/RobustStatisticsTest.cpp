@@ -1,4 +1,4 @@
-#include "detect/RobustStatistics.h"
+#include "detect/coregister/RobustStatistics.h"
 #include "tests/detect/MisregisteredPair.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 // What is one change, what is none, and what outline it gets.
 
-#include "detect/OutlineSimplifier.h"
-#include "detect/Traits.h"
+#include "detect/shape/OutlineSimplifier.h"
+#include "detect/shape/Traits.h"
 #include "tests/detect/TestRasters.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 // Changes judged against the uncertainty of the surveys.
 
-#include "detect/LevelOfDetection.h"
+#include "detect/search/LevelOfDetection.h"
 #include "tests/detect/TestRasters.h"
 
 #include <gtest/gtest.h>

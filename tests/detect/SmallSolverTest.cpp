@@ -1,4 +1,4 @@
-#include "detect/SmallSolver.h"
+#include "detect/coregister/SmallSolver.h"
 
 #include <gtest/gtest.h>
 

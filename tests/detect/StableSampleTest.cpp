@@ -1,4 +1,4 @@
-#include "detect/StableSample.h"
+#include "detect/coregister/StableSample.h"
 #include "tests/detect/MisregisteredPair.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "detect/Detection.h"
-#include "detect/Grid.h"
+#include "detect/raster/Grid.h"
 
 #include <gdal_priv.h>
 

@@ -1,4 +1,4 @@
-#include "detect/TileStore.h"
+#include "detect/raster/TileStore.h"
 
 #include <gtest/gtest.h>
 

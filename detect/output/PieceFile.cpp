@@ -1,0 +1,205 @@
+#include "detect/output/PieceFile.h"
+
+#include "detect/GdalErrors.h"
+#include "detect/output/AnomalyLayer.h"
+#include "detect/output/PieceFrameText.h"
+#include "detect/output/StagedOutput.h"
+
+#include <ogr_spatialref.h>
+
+#include <cstring>
+
+namespace detect {
+
+namespace {
+
+const char* const writeFailed = "写入失败，磁盘可能已满";
+const char* const damaged = "窗口结果已损坏";
+
+struct Field {
+    const char* name;
+    OGRFieldType type;
+};
+
+constexpr Field placeFields[] = {
+    {"first_row", OFTInteger}, {"first_col", OFTInteger}, {"x", OFTReal}, {"y", OFTReal}};
+
+constexpr Field runFields[] = {{"row", OFTInteger},    {"begin", OFTInteger},      {"end", OFTInteger},
+                               {"sign", OFTInteger},   {"gap", OFTInteger},        {"lowest", OFTReal},
+                               {"highest", OFTReal},   {"strongest", OFTReal},     {"raised", OFTInteger64},
+                               {"sunk", OFTInteger64}, {"variance", OFTInteger64}, {"explained", OFTInteger},
+                               {"heights", OFTBinary}};
+
+template<std::size_t count>
+bool createFields(OGRLayer& layer, const Field (&fields)[count]) {
+    for (const Field& field : fields) {
+        OGRFieldDefn definition(field.name, field.type);
+        if (layer.CreateField(&definition) != OGRERR_NONE)
+            return false;
+    }
+    return true;
+}
+
+bool writeAnomalyLayer(GDALDataset& file, const Piece& piece) {
+    OGRSpatialReference srs;
+    srs.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
+    if (srs.importFromWkt(piece.frame.srsWkt.c_str()) != OGRERR_NONE)
+        return false;
+    OGRLayer* layer = file.CreateLayer("anomalies", &srs, wkbPolygon, nullptr);
+    if (layer == nullptr || !createAnomalyFields(*layer, false) || !createFields(*layer, placeFields))
+        return false;
+    for (const PlacedAnomaly& placed : piece.anomalies) {
+        const auto feature = featureOf(*layer, placed.anomaly, {});
+        feature->SetField("first_row", placed.firstRow);
+        feature->SetField("first_col", placed.firstColumn);
+        feature->SetField("x", placed.anomaly.centroid.x);
+        feature->SetField("y", placed.anomaly.centroid.y);
+        if (layer->CreateFeature(feature.get()) != OGRERR_NONE)
+            return false;
+    }
+    return true;
+}
+
+bool writeSeamRuns(GDALDataset& file, const MeasuredRuns& seamRuns) {
+    OGRLayer* layer = file.CreateLayer("seam_runs", nullptr, wkbNone, nullptr);
+    if (layer == nullptr || !createFields(*layer, runFields))
+        return false;
+    for (const Run& run : seamRuns.runs) {
+        OGRFeature feature(layer->GetLayerDefn());
+        int i = 0;
+        for (const int figure : {run.row, run.begin, run.end, int{run.sign}, run.gap ? 1 : 0})
+            feature.SetField(i++, figure);
+        for (const float metres : {run.lowest, run.highest, run.strongest})
+            feature.SetField(i++, static_cast<double>(metres));
+        for (const std::int64_t sum : {run.raised, run.sunk, run.variance})
+            feature.SetField(i++, static_cast<GIntBig>(sum));
+        feature.SetField(i++, run.explainedByShift);
+        if (const float* heights = seamRuns.heightsOf(run))
+            feature.SetField(i, run.cells() * static_cast<int>(sizeof(float)),
+                             static_cast<const void*>(heights));
+        if (layer->CreateFeature(&feature) != OGRERR_NONE)
+            return false;
+    }
+    return true;
+}
+
+bool writeDescription(GDALDataset& file, const Piece& piece) {
+    OGRLayer* layer = file.CreateLayer("piece", nullptr, wkbNone, nullptr);
+    if (layer == nullptr)
+        return false;
+    OGRFieldDefn field("description", OFTString);
+    if (layer->CreateField(&field) != OGRERR_NONE)
+        return false;
+    OGRFeature feature(layer->GetLayerDefn());
+    feature.SetField(0, describePiece(piece).c_str());
+    return layer->CreateFeature(&feature) == OGRERR_NONE;
+}
+
+/// Without a description the file is no piece.
+bool readDescription(GDALDataset& file, Piece& piece) {
+    OGRLayer* layer = file.GetLayerByName("piece");
+    if (layer == nullptr)
+        return false;
+    const OGRFeatureUniquePtr row(layer->GetNextFeature());
+    return row && parsePiece(row->GetFieldAsString("description"), piece);
+}
+
+bool readAnomalyLayer(GDALDataset& file, Piece& piece) {
+    OGRLayer* layer = file.GetLayerByName("anomalies");
+    if (layer == nullptr)
+        return false;
+    for (const auto& feature : *layer) {
+        auto anomaly = anomalyOf(*feature);
+        if (!anomaly)
+            return false;
+        anomaly->centroid = {feature->GetFieldAsDouble("x"), feature->GetFieldAsDouble("y")};
+        piece.anomalies.push_back({feature->GetFieldAsInteger("first_row"),
+                                   feature->GetFieldAsInteger("first_col"), std::move(*anomaly)});
+    }
+    return true;
+}
+
+std::optional<Run> runOf(const OGRFeature& feature) {
+    Run run;
+    run.row = feature.GetFieldAsInteger("row");
+    run.begin = feature.GetFieldAsInteger("begin");
+    run.end = feature.GetFieldAsInteger("end");
+    run.sign = static_cast<std::int8_t>(feature.GetFieldAsInteger("sign"));
+    run.gap = feature.GetFieldAsInteger("gap") != 0;
+    run.lowest = static_cast<float>(feature.GetFieldAsDouble("lowest"));
+    run.highest = static_cast<float>(feature.GetFieldAsDouble("highest"));
+    run.strongest = static_cast<float>(feature.GetFieldAsDouble("strongest"));
+    run.raised = feature.GetFieldAsInteger64("raised");
+    run.sunk = feature.GetFieldAsInteger64("sunk");
+    run.variance = feature.GetFieldAsInteger64("variance");
+    run.explainedByShift = feature.GetFieldAsInteger("explained");
+    if (run.begin >= run.end || run.row < 0 || (run.sign != 1 && run.sign != -1))
+        return std::nullopt;
+    return run;
+}
+
+bool readSeamRuns(GDALDataset& file, MeasuredRuns& seamRuns) {
+    OGRLayer* layer = file.GetLayerByName("seam_runs");
+    const int heightsField = layer != nullptr ? layer->GetLayerDefn()->GetFieldIndex("heights") : -1;
+    if (heightsField < 0)
+        return false;
+    std::vector<float> heights;
+    for (const auto& feature : *layer) {
+        const auto run = runOf(*feature);
+        int bytes = 0;
+        const GByte* blob = feature->GetFieldAsBinary(heightsField, &bytes);
+        const bool known = feature->IsFieldSetAndNotNull(heightsField);
+        if (!run || (known && bytes != run->cells() * static_cast<int>(sizeof(float))))
+            return false;
+        if (known) {
+            heights.resize(static_cast<std::size_t>(run->cells()));
+            std::memcpy(heights.data(), blob, static_cast<std::size_t>(bytes));
+        }
+        seamRuns.append(*run, known ? heights.data() : nullptr);
+    }
+    return true;
+}
+
+/// Closing does not report every failed write, so the finished file is read again.
+bool holds(const std::string& path, const Piece& piece) {
+    const auto read = readPiece(path);
+    const auto* found = std::get_if<Piece>(&read);
+    return found != nullptr && found->anomalies.size() == piece.anomalies.size() &&
+           found->seamRuns.runs.size() == piece.seamRuns.runs.size();
+}
+
+} // namespace
+
+std::optional<Failure> writePiece(const Piece& piece, const std::string& path) {
+    GDALAllRegister();
+    auto staged = StagedOutput::beside(path);
+    if (auto* failure = std::get_if<Failure>(&staged))
+        return *failure;
+    StagedOutput& output = std::get<StagedOutput>(staged);
+    GdalErrors errors;
+    GDALDriver* driver = GetGDALDriverManager()->GetDriverByName("GPKG");
+    GDALDatasetUniquePtr file(driver->Create(output.path().c_str(), 0, 0, 0, GDT_Unknown, nullptr));
+    const bool written = file && file->StartTransaction() == OGRERR_NONE && writeAnomalyLayer(*file, piece) &&
+                         writeSeamRuns(*file, piece.seamRuns) && writeDescription(*file, piece) &&
+                         file->CommitTransaction() == OGRERR_NONE;
+    file.reset();
+    if (!written || errors.any() || !holds(output.path(), piece))
+        return failureOf(path, writeFailed, errors.first());
+    return output.commit();
+}
+
+std::variant<Piece, Failure> readPiece(const std::string& path) {
+    GDALAllRegister();
+    GdalErrors errors;
+    const GDALDatasetUniquePtr file(GDALDataset::Open(path.c_str(), GDAL_OF_VECTOR | GDAL_OF_READONLY));
+    if (!file)
+        return failureOf(path, "无法打开", errors.first());
+    Piece piece;
+    if (!readDescription(*file, piece))
+        return failureOf(path, "不是 corridor detect --window 的结果");
+    if (!readAnomalyLayer(*file, piece) || !readSeamRuns(*file, piece.seamRuns) || errors.any())
+        return failureOf(path, damaged, errors.first());
+    return piece;
+}
+
+} // namespace detect

@@ -1,0 +1,200 @@
+#include "detect/output/PieceFrameText.h"
+
+#include "detect/GdalErrors.h"
+#include "detect/output/ResultWriter.h"
+
+#include <cpl_json.h>
+
+namespace detect {
+
+namespace {
+
+constexpr int formatVersion = 1;
+
+CPLJSONArray arrayOf(const CellWindow& window) {
+    CPLJSONArray array;
+    for (const int figure : {window.column, window.row, window.columns, window.rows})
+        array.Add(figure);
+    return array;
+}
+
+std::optional<CellWindow> windowOf(const CPLJSONArray& array) {
+    if (array.Size() != 4)
+        return std::nullopt;
+    return CellWindow{array[0].ToInteger(), array[1].ToInteger(), array[2].ToInteger(), array[3].ToInteger()};
+}
+
+/// A figure of a structure and the name it is written under.
+template<class Owner>
+struct Figure {
+    const char* name;
+    double Owner::*value;
+};
+
+constexpr Figure<Parameters> parameterFigures[] = {
+    {"threshold_m", &Parameters::thresholdMetres},
+    {"grow_ratio", &Parameters::growRatio},
+    {"min_area_m2", &Parameters::minAreaSquareMetres},
+};
+
+constexpr Figure<Coregistration> coregistrationFigures[] = {
+    {"dx_m", &Coregistration::dxMetres},
+    {"dy_m", &Coregistration::dyMetres},
+    {"dz_m", &Coregistration::dzMetres},
+    {"tilt_east", &Coregistration::tiltEast},
+    {"tilt_north", &Coregistration::tiltNorth},
+    {"dx_cells", &Coregistration::dxCells},
+    {"dy_cells", &Coregistration::dyCells},
+    {"nmad_before_m", &Coregistration::nmadBeforeMetres},
+    {"nmad_after_m", &Coregistration::nmadAfterMetres},
+    {"stable_share", &Coregistration::stableShare},
+    {"sigma_m", &Coregistration::sigmaMetres},
+    {"sigma_slope_m", &Coregistration::sigmaPerSlopeMetres},
+    {"correlated_cells", &Coregistration::correlatedCells},
+};
+
+template<class Owner, std::size_t count>
+void put(CPLJSONObject& object, const Owner& owner, const Figure<Owner> (&figures)[count]) {
+    for (const Figure<Owner>& figure : figures)
+        object.Add(figure.name, owner.*figure.value);
+}
+
+template<class Owner, std::size_t count>
+void take(const CPLJSONObject& object, Owner& owner, const Figure<Owner> (&figures)[count]) {
+    for (const Figure<Owner>& figure : figures)
+        owner.*figure.value = object.GetDouble(figure.name);
+}
+
+CPLJSONObject describe(const Parameters& parameters) {
+    CPLJSONObject object;
+    put(object, parameters, parameterFigures);
+    object.Add("coregister", methodName(parameters.coregistration));
+    object.Add("tilt", parameters.tilt);
+    object.Add("core", parameters.rules.core);
+    object.Add("sliver", parameters.rules.sliver);
+    object.Add("speckle", parameters.rules.speckle);
+    object.Add("split_bodies", parameters.splitBodies);
+    object.Add("simplify_outlines", parameters.simplifyOutlines);
+    if (const auto& significance = parameters.significance) {
+        object.Add("confidence", significance->confidence);
+        if (significance->oldSigmaMetres) {
+            object.Add("sigma_old_m", *significance->oldSigmaMetres);
+            object.Add("sigma_new_m", *significance->newSigmaMetres);
+        }
+    }
+    return object;
+}
+
+bool parse(const CPLJSONObject& object, Parameters& parameters) {
+    take(object, parameters, parameterFigures);
+    const auto method = methodNamed(object.GetString("coregister"));
+    if (!method)
+        return false;
+    parameters.coregistration = *method;
+    parameters.tilt = object.GetBool("tilt");
+    parameters.rules.core = object.GetBool("core");
+    parameters.rules.sliver = object.GetBool("sliver");
+    parameters.rules.speckle = object.GetBool("speckle");
+    parameters.splitBodies = object.GetBool("split_bodies");
+    parameters.simplifyOutlines = object.GetBool("simplify_outlines");
+    if (object.GetObj("confidence").IsValid()) {
+        Significance& significance = parameters.significance.emplace();
+        significance.confidence = object.GetDouble("confidence");
+        if (object.GetObj("sigma_old_m").IsValid()) {
+            significance.oldSigmaMetres = object.GetDouble("sigma_old_m");
+            significance.newSigmaMetres = object.GetDouble("sigma_new_m");
+        }
+    }
+    return true;
+}
+
+CPLJSONObject describe(const Coregistration& coregistration) {
+    CPLJSONObject object;
+    object.Add("method", methodName(coregistration.method));
+    put(object, coregistration, coregistrationFigures);
+    object.Add("iterations", coregistration.iterations);
+    object.Add("refusal", coregistration.refusal);
+    return object;
+}
+
+bool parse(const CPLJSONObject& object, Coregistration& coregistration) {
+    const auto method = methodNamed(object.GetString("method"));
+    if (!method)
+        return false;
+    coregistration.method = *method;
+    take(object, coregistration, coregistrationFigures);
+    coregistration.iterations = object.GetInteger("iterations");
+    coregistration.refusal = object.GetString("refusal");
+    return true;
+}
+
+CPLJSONObject describe(const Rejections& rejections) {
+    CPLJSONObject object;
+    object.Add("core", static_cast<GInt64>(rejections.core));
+    object.Add("area", static_cast<GInt64>(rejections.area));
+    object.Add("sliver", static_cast<GInt64>(rejections.sliver));
+    object.Add("speckle", static_cast<GInt64>(rejections.speckle));
+    return object;
+}
+
+Rejections parseRejections(const CPLJSONObject& object) {
+    return {object.GetLong("core"), object.GetLong("area"), object.GetLong("sliver"),
+            object.GetLong("speckle")};
+}
+
+} // namespace
+
+std::string describePiece(const Piece& piece) {
+    const PieceFrame& frame = piece.frame;
+    CPLJSONObject object;
+    object.Add("version", formatVersion);
+    object.Add("window", arrayOf(piece.window));
+    object.Add("cells", static_cast<GInt64>(piece.cells));
+    object.Add("rejections", describe(piece.rejections));
+    object.Add("seconds", piece.seconds);
+    object.Add("threads", piece.threads);
+    object.Add("old", frame.oldRaster);
+    object.Add("new", frame.newRaster);
+    object.Add("srs", frame.srsWkt);
+    CPLJSONArray toMap;
+    for (const double figure : frame.cellToMap.c)
+        toMap.Add(figure);
+    object.Add("cell_to_map", toMap);
+    object.Add("columns", frame.columns);
+    object.Add("rows", frame.rows);
+    object.Add("overlap", arrayOf(frame.overlap));
+    object.Add("parameters", describe(frame.parameters));
+    object.Add("coregistration", describe(frame.coregistration));
+    return object.Format(CPLJSONObject::PrettyFormat::Plain);
+}
+
+bool parsePiece(const std::string& text, Piece& piece) {
+    const GdalErrors quiet;
+    CPLJSONDocument document;
+    if (!document.LoadMemory(text))
+        return false;
+    const CPLJSONObject object = document.GetRoot();
+    const auto window = windowOf(object.GetArray("window"));
+    const auto overlap = windowOf(object.GetArray("overlap"));
+    const CPLJSONArray toMap = object.GetArray("cell_to_map");
+    if (object.GetInteger("version") != formatVersion || !window || !overlap || toMap.Size() != 6)
+        return false;
+    piece.window = *window;
+    piece.cells = object.GetLong("cells");
+    piece.rejections = parseRejections(object.GetObj("rejections"));
+    piece.seconds = object.GetDouble("seconds");
+    piece.threads = object.GetInteger("threads");
+    PieceFrame& frame = piece.frame;
+    frame.oldRaster = object.GetString("old");
+    frame.newRaster = object.GetString("new");
+    frame.srsWkt = object.GetString("srs");
+    for (int i = 0; i < 6; ++i)
+        frame.cellToMap.c[static_cast<std::size_t>(i)] = toMap[i].ToDouble();
+    frame.columns = object.GetInteger("columns");
+    frame.rows = object.GetInteger("rows");
+    frame.overlap = *overlap;
+    return parse(object.GetObj("parameters"), frame.parameters) &&
+           parse(object.GetObj("coregistration"), frame.coregistration);
+}
+
+} // namespace detect

@@ -1,0 +1,65 @@
+#pragma once
+
+#include "detect/raster/RasterSource.h"
+
+#include <ogr_spatialref.h>
+
+#include <memory>
+
+namespace detect {
+
+/// What is added to the new epoch's map coordinates before it is compared: metres east and north.
+struct Shift {
+    double eastMetres = 0.0;
+    double northMetres = 0.0;
+
+    bool none() const { return eastMetres == 0.0 && northMetres == 0.0; }
+};
+
+/// Reads the new raster as if it lay on the old raster's grid: bilinear between the four surrounding posts,
+/// and the mean of several such samples where the new cells are finer than the old ones. A sample that leans
+/// on a missing height, or lies outside the outermost posts, is missing. Belongs to one thread.
+class Resampler {
+public:
+    /// Fails when no transformation between the two reference systems exists; `newPath` is for its message.
+    static std::variant<Resampler, Failure> create(const Grid& oldGrid, const Grid& newGrid,
+                                                   const std::string& newPath);
+
+    /// The old cells that the new raster may cover; empty when they do not meet.
+    CellWindow coverage() const;
+
+    /// Fills `heights` (packed rows) for a window of old cells. What comes out for a cell does not depend on
+    /// the window it is asked with.
+    std::optional<Failure> read(RasterSource& newRaster, const CellWindow& oldWindow, const Shift& shift,
+                                float* heights);
+
+private:
+    /// Positions in the new raster, in its cells, at every latticeStep-th column and row of the old one.
+    struct Lattice {
+        int firstColumn = 0;
+        int firstRow = 0;
+        int columns = 0;
+        std::vector<Point> nodes;
+    };
+
+    Resampler(const Grid& oldGrid, const Grid& newGrid) : m_oldGrid(oldGrid), m_newGrid(newGrid) {}
+    int chooseSamplesPerCell() const;
+    void toNewCells(std::vector<Point>& oldCells, const Shift& shift) const;
+    Lattice layLattice(const CellWindow& tile, const Shift& shift) const;
+    std::optional<Failure> readSourceAround(RasterSource& newRaster, const Lattice& lattice);
+    std::optional<Failure> readTile(RasterSource& newRaster, const CellWindow& tile, const Shift& shift,
+                                    float* heights, std::size_t stride);
+    float sample(const Point& newCell) const;
+
+    Grid m_oldGrid;
+    Grid m_newGrid;
+    std::unique_ptr<OGRCoordinateTransformation> m_oldToNew;
+    int m_samplesPerCell = 1;
+    CellWindow m_sourceWindow;
+    std::vector<float> m_sourceHeights;
+};
+
+/// True when both name the same reference system, however it is written.
+bool sameReferenceSystem(const OGRSpatialReference& a, const OGRSpatialReference& b);
+
+} // namespace detect

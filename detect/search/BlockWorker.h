@@ -1,0 +1,75 @@
+#pragma once
+
+#include "detect/raster/HeightCorrection.h"
+#include "detect/search/BlockPlan.h"
+#include "detect/search/LevelOfDetection.h"
+#include "detect/search/ResamplingArtefacts.h"
+#include "detect/search/Runs.h"
+
+#include <optional>
+
+namespace detect {
+
+/// What one block holds.
+struct Block {
+    CellWindow window;
+    MeasuredRuns found;    ///< in row order
+    std::vector<float> dz; ///< packed rows, metres; empty unless asked for
+    std::int64_t compared = 0;
+};
+
+/// What all workers of one search do; outlives them.
+struct BlockTask {
+    const BlockPlan& plan;
+    /// Cells around a block may be read up to here.
+    CellWindow overlap;
+    HeightCorrection correction;
+    Shift shift = {};
+    LevelOfDetection level = {};
+    double growRatio = 0.5;
+    /// Cells around that tell resampling artefacts; 0 when heights come untouched.
+    int artefactReach = 0;
+    /// Leave out what cannot become a component with a core; see dropLonelyRuns.
+    bool dropLonely = true;
+    bool keepDz = false;
+};
+
+/// Reads one block of both epochs and finds the runs in it. One for each thread.
+class BlockWorker {
+public:
+    BlockWorker(PairReader reader, const BlockTask& task);
+
+    std::variant<Block, Failure> operator()(int index);
+
+private:
+    /// Where a block lies in what was read with the cells around it.
+    struct Inset {
+        CellWindow read;
+        int firstRow = 0;
+        int firstColumn = 0;
+
+        std::size_t cell(int row) const {
+            return static_cast<std::size_t>(firstRow + row) * static_cast<std::size_t>(read.columns) +
+                   static_cast<std::size_t>(firstColumn);
+        }
+    };
+
+    Inset withNeighbours(const CellWindow& window) const;
+    std::optional<Failure> readBoth(const CellWindow& window);
+    void judge(const Inset& inset, const CellWindow& window);
+    void findRuns(const Inset& inset, Block& block);
+    void measureRuns(const Inset& inset, Block& block) const;
+    std::int32_t explainedByShift(const Inset& inset, const CellWindow& window, const Run& run) const;
+
+    PairReader m_reader;
+    const BlockTask& m_task;
+    RunFinder m_finder;
+    ResamplingArtefacts m_artefacts;
+    std::vector<float> m_old;
+    std::vector<float> m_new;
+    std::vector<float> m_dz;
+    std::vector<float> m_sigmas; ///< of the cells read; empty where one holds for all
+    std::vector<std::uint8_t> m_artefactFlags;
+};
+
+} // namespace detect

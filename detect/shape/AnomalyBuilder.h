@@ -1,0 +1,57 @@
+#pragma once
+
+#include "detect/raster/Grid.h"
+#include "detect/search/LevelOfDetection.h"
+#include "detect/shape/Bodies.h"
+#include "detect/shape/Traits.h"
+
+#include <utility>
+#include <vector>
+
+namespace detect {
+
+/// An anomaly and its first cell in row order, which gives it its place among the others.
+struct PlacedAnomaly {
+    std::int32_t firstRow = 0;
+    std::int32_t firstColumn = 0;
+    Anomaly anomaly;
+};
+
+/// Judges finished components and makes anomalies of those that pass.
+class AnomalyBuilder {
+public:
+    AnomalyBuilder(const Grid& grid, const Parameters& parameters, const Coregistration& coregistration);
+
+    /// Takes a finished component, whose runs it brings in row order when they are worth a look. Makes an
+    /// anomaly of each of its bodies that reaches its level of detection, has the least area, and that none
+    /// of the rules turns away.
+    void consider(Component& component);
+
+    /// What was found so far, in no order, without names.
+    std::vector<PlacedAnomaly> take() { return std::exchange(m_found, {}); }
+    const Rejections& rejections() const { return m_rejections; }
+
+private:
+    void judge(const Component& body);
+    bool passes(const Traits& traits);
+    Anomaly measure(const std::vector<Run>& runs) const;
+    void measureUncertainty(const std::vector<Run>& runs, Anomaly& anomaly) const;
+    void outline(const Polygon& cellOutline, Anomaly& anomaly) const;
+    Ring toMap(const Ring& cells) const;
+    BodyLimits bodyLimits(std::int32_t row) const;
+
+    Grid m_grid;
+    Parameters m_parameters;
+    LevelOfDetection m_level;
+    double m_correlatedCells;
+    std::vector<PlacedAnomaly> m_found;
+    Rejections m_rejections;
+};
+
+/// Puts anomalies in the order of their first cells (row by row), named A0001 and on.
+std::vector<Anomaly> inOrder(std::vector<PlacedAnomaly> found);
+
+/// True when the runs (row order) hold a full block of 3 x 3 cells.
+bool hasCore(const std::vector<Run>& runs);
+
+} // namespace detect
