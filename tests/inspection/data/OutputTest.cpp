@@ -4,6 +4,7 @@
 #include "workbench/inspection/output/InspectionData.h"
 #include "workbench/inspection/output/Report.h"
 #include "workbench/inspection/output/ShapeOutput.h"
+#include "workbench/inspection/project/Georeference.h"
 
 #include <QDir>
 #include <QFile>
@@ -38,6 +39,45 @@ protected:
         return file.readAll();
     }
 
+    /// One anomaly beside the pipe in two areas, one across it, one 5 m from it.
+    void placeAnomalies() {
+        const double y = SmallProject::kTop - 40.0;
+        ASSERT_EQ(data.stations.at(0).anomalies.size(), 1U);
+        ASSERT_EQ(data.stations.at(1).anomalies.size(), 2U);
+        data.stations[0].anomalies[0].outlineWkt = boxText(500020.0, y + 12.5);
+        data.stations[1].anomalies[0].outlineWkt = boxText(500120.0, y - 2.0);
+        data.stations[1].anomalies[1].outlineWkt = boxText(500160.0, y + 5.0);
+        for (const char* name : {"东关村", "李庄"}) {
+            Special_Polygon area(toGbk(name), {});
+            const auto toGeographic = transformationBetween(*referenceOf(data.project.crs), wgs84());
+            for (auto [east, north] : {std::pair(500000.0, y), {500050.0, y}, {500025.0, y + 40.0}}) {
+                ASSERT_NE(toGeographic->Transform(1, &east, &north), 0);
+                area.m_vertices.emplace_back(east, north, 0.0);
+            }
+            data.highConsequenceAreas.push_back(area);
+        }
+    }
+    /// A box of 8 m x 6 m.
+    static std::string boxText(double x, double y) {
+        return QStringLiteral("POLYGON ((%1 %3,%2 %3,%2 %4,%1 %4,%1 %3))")
+            .arg(x, 0, 'f', 3)
+            .arg(x + 8.0, 0, 'f', 3)
+            .arg(y, 0, 'f', 3)
+            .arg(y + 6.0, 0, 'f', 3)
+            .toStdString();
+    }
+    /// The features of layer "anomalies" by name.
+    static std::map<std::string, std::unique_ptr<OGRFeature>> anomaliesIn(const QString& file) {
+        const GDALDatasetUniquePtr dataset(GDALDataset::Open(file.toUtf8().constData(), GDAL_OF_VECTOR));
+        EXPECT_TRUE(dataset != nullptr);
+        std::map<std::string, std::unique_ptr<OGRFeature>> features;
+        for (const auto& feature : *dataset->GetLayerByName("anomalies")) {
+            features[feature->GetFieldAsString("name")].reset(feature->Clone());
+        }
+        return features;
+    }
+    static int dist(const OGRFeature& feature) { return feature.GetFieldIndex("dist_m"); }
+
     OpenedProject opened;
     InspectionData data;
 };
@@ -59,6 +99,31 @@ TEST_F(OutputTest, TheReportNamesProjectAnomaliesAndVerdictsInChinese) {
     EXPECT_TRUE(info.contains(QRegularExpression("Pages:\\s+6\\b"))) << info.toStdString();
     EXPECT_TRUE(QString(text).remove(' ').contains(QStringLiteral("第6页/共6页")));
     EXPECT_TRUE(info.contains("A4"));
+}
+
+TEST_F(OutputTest, TheReportTellsHowFarFromThePipeAndInWhichHighConsequenceArea) {
+    placeAnomalies();
+    for (const char* format : {"html", "pdf"}) {
+        const QString file = opened.files.beside(QStringLiteral("report.") + format);
+        ASSERT_FALSE(writeReport({data, {}}, file).has_value());
+        const QString written =
+            file.endsWith("pdf") ? run("pdftotext", {file, "-"}) : QString::fromUtf8(read(file));
+        const QString text = QString(written).remove(QRegularExpression("\\s"));
+        EXPECT_TRUE(text.contains("距管道中心线5m以内2处，50m以内3处。涉及高后果区1处。")) << format;
+        EXPECT_TRUE(text.contains("距管线m")) << format;
+        EXPECT_TRUE(text.contains("12.5")) << format;
+        EXPECT_TRUE(text.contains("东关村、李庄")) << format;
+    }
+}
+
+TEST_F(OutputTest, AReportWithoutLineOrAreasSaysNothingOfThem) {
+    data.project.centerline = opened.files.beside("missing.gpkg");
+    const QString file = opened.files.beside("report.html");
+    ASSERT_FALSE(writeReport({data, {}}, file).has_value());
+    const QString text = QString::fromUtf8(read(file));
+    EXPECT_TRUE(text.contains("检出地表变化异常 3 处"));
+    EXPECT_FALSE(text.contains("距管道中心线"));
+    EXPECT_FALSE(text.contains("涉及高后果区"));
 }
 
 TEST_F(OutputTest, AReportIsAlsoTextOrHtml) {
@@ -127,6 +192,34 @@ TEST_F(OutputTest, ShapesOpenWithTheirReferenceSystemAndUtf8Texts) {
         EXPECT_NEAR(feature->GetGeometryRef()->toPolygon()->get_Area(), feature->GetFieldAsDouble("area_m2"),
                     1.0);
         EXPECT_NE(feature->GetGeometryRef()->IsValid(), 0);
+    }
+}
+
+TEST_F(OutputTest, ShapesTellHowFarFromThePipeAndInWhichHighConsequenceArea) {
+    placeAnomalies();
+    const QString folder = opened.files.beside("shape");
+    ASSERT_FALSE(writeShapes(data, folder).has_value());
+    for (const QString& name : {folder + "/anomalies.shp", folder + "/corridor.gpkg"}) {
+        const auto features = anomaliesIn(name);
+        ASSERT_EQ(features.size(), 3U);
+        EXPECT_NEAR(features.at("S1-0001")->GetFieldAsDouble("dist_m"), 12.5, 1e-6);
+        EXPECT_EQ(features.at("S2-0001")->GetFieldAsDouble("dist_m"), 0.0);
+        EXPECT_NE(features.at("S2-0001")->IsFieldSetAndNotNull(dist(*features.at("S2-0001"))), 0);
+        EXPECT_STREQ(features.at("S1-0001")->GetFieldAsString("hca"), "东关村、李庄");
+        EXPECT_STREQ(features.at("S2-0001")->GetFieldAsString("hca"), "");
+    }
+}
+
+TEST_F(OutputTest, ShapesLeaveOpenWhatTheProjectDoesNotKnow) {
+    data.project.centerline = opened.files.beside("missing.gpkg");
+    const QString folder = opened.files.beside("shape");
+    ASSERT_FALSE(writeShapes(data, folder).has_value());
+    for (const QString& name : {folder + "/anomalies.shp", folder + "/corridor.gpkg"}) {
+        for (const auto& [anomaly, feature] : anomaliesIn(name)) {
+            ASSERT_GE(dist(*feature), 0);
+            EXPECT_EQ(feature->IsFieldSetAndNotNull(dist(*feature)), 0) << anomaly;
+            EXPECT_EQ(feature->IsFieldSetAndNotNull(feature->GetFieldIndex("hca")), 0) << anomaly;
+        }
     }
 }
 

@@ -1,7 +1,7 @@
 #include "Opened.h"
 
-#include "workbench/inspection/output/Pipeline.h"
 #include "workbench/inspection/output/RasterPicture.h"
+#include "workbench/inspection/pipeline/Pipeline.h"
 
 namespace {
 

@@ -94,12 +94,20 @@ void drawTitle(ReportCanvas& canvas, double y, const AnomalyFacts& facts) {
 
 void drawFigures(ReportCanvas& canvas, double y, const AnomalyFacts& facts) {
     const QStringList& row = facts.row;
-    const QString first =
-        QStringLiteral("里程 %1    距管线 %2 m    位置 %3°E %4°N").arg(row[1], row[2], row[3], row[4]);
+    QString first = QStringLiteral("里程 %1").arg(row[1]);
+    if (facts.surroundings.pipeMetres) {
+        first += QStringLiteral("    距管线 %1 m").arg(row[2]);
+    }
+    first += QStringLiteral("    位置 %1°E %2°N").arg(row[3], row[4]);
+    if (!facts.surroundings.highConsequenceAreas.empty()) {
+        first += QStringLiteral("    高后果区 ") + areaNamesText(facts.surroundings.highConsequenceAreas);
+    }
     const QString second = QStringLiteral("%1    面积 %2 m²    体积 %3 m³    平均 dZ %4 m    极值 dZ %5 m")
                                .arg(facts.anomaly->isFill ? QStringLiteral("填方") : QStringLiteral("挖方"),
                                     row[6], row[7], row[8], row[9]);
-    canvas.text({ReportCanvas::kMargin, y, ReportCanvas::kWidth, 4.4}, first, 8.0);
+    const QRectF line(ReportCanvas::kMargin, y, ReportCanvas::kWidth, 4.4);
+    const QFontMetricsF metrics(canvas.font(8.0), canvas.painter().device());
+    canvas.text(line, metrics.elidedText(first, Qt::ElideRight, canvas.device(line).width()), 8.0);
     canvas.text({ReportCanvas::kMargin, y + 4.2, ReportCanvas::kWidth, 4.4}, second, 8.0);
 }
 

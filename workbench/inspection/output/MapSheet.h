@@ -1,8 +1,8 @@
 #pragma once
 
 #include "workbench/inspection/output/InspectionData.h"
-#include "workbench/inspection/output/Pipeline.h"
 #include "workbench/inspection/output/RasterPicture.h"
+#include "workbench/inspection/pipeline/Pipeline.h"
 
 #include <QImage>
 #include <QPainter>

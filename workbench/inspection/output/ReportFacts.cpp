@@ -11,6 +11,10 @@ namespace inspection {
 
 namespace {
 
+// What lies within them counts in the summary.
+constexpr int kNearMetres = 5;
+constexpr int kCorridorMetres = 50;
+
 QString fixed(double value, int decimals) {
     return QString::number(value, 'f', decimals);
 }
@@ -25,11 +29,12 @@ double extreme(const SdiffData& anomaly) {
                                                                          : anomaly.dzMaxMetres;
 }
 
-QStringList tableRow(const SdiffData& anomaly, const std::optional<PipePosition>& position) {
+QStringList tableRow(const SdiffData& anomaly, const std::optional<PipePosition>& position,
+                     const Surroundings& surroundings) {
     const QString none = QStringLiteral("–");
     return {QString::fromStdString(anomaly.name),
             position ? chainageText(position->chainageMetres) : none,
-            position ? fixed(position->offsetMetres, 1) : none,
+            surroundings.pipeMetres ? pipeDistanceText(*surroundings.pipeMetres) : QString(),
             fixed(anomaly.lonDegrees, 6),
             fixed(anomaly.latDegrees, 6),
             anomaly.isFill ? QStringLiteral("填") : QStringLiteral("挖"),
@@ -38,33 +43,38 @@ QStringList tableRow(const SdiffData& anomaly, const std::optional<PipePosition>
             signedMetres(anomaly.dzMeanMetres),
             signedMetres(extreme(anomaly)),
             fromGbk(anomaly.suggested),
-            anomaly.attribute.empty() ? QStringLiteral("待核查") : fromGbk(anomaly.attribute)};
+            anomaly.attribute.empty() ? QStringLiteral("待核查") : fromGbk(anomaly.attribute),
+            areaNamesText(surroundings.highConsequenceAreas)};
 }
 
 AnomalyFacts factsOf(const StationFindings& findings, const SdiffData& anomaly,
-                     const std::optional<PipePosition>& position) {
+                     const std::optional<PipePosition>& position, Surroundings surroundings) {
     AnomalyFacts facts;
     facts.findings = &findings;
     facts.anomaly = &anomaly;
     facts.name = fromGbk(anomaly.name);
     facts.judged = !anomaly.attribute.empty();
     facts.className = fromGbk(facts.judged ? anomaly.attribute : anomaly.suggested);
-    facts.row = tableRow(anomaly, position);
+    facts.row = tableRow(anomaly, position, surroundings);
+    facts.surroundings = std::move(surroundings);
     return facts;
 }
 
 std::vector<AnomalyFacts> anomaliesOf(const InspectionData& data, const Pipeline& pipeline) {
     std::vector<std::pair<double, AnomalyFacts>> placed;
+    CorridorSurroundings corridor(pipeline, data.highConsequenceAreas);
     for (const StationFindings& findings : data.stations) {
+        const auto surroundings = corridor.around(findings.station);
         for (const SdiffData& anomaly : findings.anomalies) {
             const auto position = pipeline.positionOf({anomaly.x, anomaly.y});
             placed.emplace_back(position ? position->chainageMetres : 0.0,
-                                factsOf(findings, anomaly, position));
+                                factsOf(findings, anomaly, position, surroundings->of(anomaly)));
         }
     }
     std::stable_sort(placed.begin(), placed.end(),
                      [](const auto& a, const auto& b) { return a.first < b.first; });
     std::vector<AnomalyFacts> facts;
+    facts.reserve(placed.size());
     for (auto& [chainage, anomaly] : placed) {
         facts.push_back(std::move(anomaly));
     }
@@ -146,7 +156,34 @@ std::vector<NamedFact> methodFacts(const StationResult* result) {
                              .arg(fixed(result->nmadAfterMetres, 3), fixed(result->nmadBeforeMetres, 3))}};
 }
 
-QString summaryOf(const InspectionData& data, const ReportFacts& facts) {
+qsizetype countWithin(const std::vector<AnomalyFacts>& anomalies, double metres) {
+    return std::count_if(anomalies.begin(), anomalies.end(), [&](const AnomalyFacts& facts) {
+        return facts.surroundings.pipeMetres && *facts.surroundings.pipeMetres <= metres;
+    });
+}
+
+/// Says nothing of a line or of areas that the project does not have.
+QString surroundingsSummary(const InspectionData& data, const Pipeline& pipeline,
+                            const std::vector<AnomalyFacts>& anomalies) {
+    QString text;
+    if (!pipeline.parts().empty()) {
+        text += QStringLiteral("距管道中心线 %1 m 以内 %2 处，%3 m 以内 %4 处。")
+                    .arg(kNearMetres)
+                    .arg(countWithin(anomalies, kNearMetres))
+                    .arg(kCorridorMetres)
+                    .arg(countWithin(anomalies, kCorridorMetres));
+    }
+    if (!data.highConsequenceAreas.empty()) {
+        const auto touching =
+            std::count_if(anomalies.begin(), anomalies.end(), [](const AnomalyFacts& facts) {
+                return !facts.surroundings.highConsequenceAreas.empty();
+            });
+        text += QStringLiteral("涉及高后果区 %1 处。").arg(touching);
+    }
+    return text;
+}
+
+QString summaryOf(const InspectionData& data, const Pipeline& pipeline, const ReportFacts& facts) {
     if (facts.anomalies.empty()) {
         return computedStations(data) == 0 ? QStringLiteral("本工程尚未计算异常。")
                                            : QStringLiteral("对比两期航摄数据，未检出超过阈值的地表变化。");
@@ -161,20 +198,22 @@ QString summaryOf(const InspectionData& data, const ReportFacts& facts) {
     }
     return QStringLiteral("对比两期航摄数据，沿管道共检出地表变化异常 %1 处，其中已核查 %2 处、待核查 %3 处；"
                           "填方合计 %4 m³，挖方合计 %5 m³。")
-        .arg(facts.anomalies.size())
-        .arg(judged)
-        .arg(static_cast<int>(facts.anomalies.size()) - judged)
-        .arg(fixed(fill, 0), fixed(cut, 0));
+               .arg(facts.anomalies.size())
+               .arg(judged)
+               .arg(static_cast<int>(facts.anomalies.size()) - judged)
+               .arg(fixed(fill, 0), fixed(cut, 0)) +
+           surroundingsSummary(data, pipeline, facts.anomalies);
 }
 
 } // namespace
 
 const std::vector<ReportColumn>& ReportFacts::columns() {
     static const std::vector<ReportColumn> columns{
-        {"编号", 16.0, false},    {"里程", 15.0, false},     {"距管线 m", 14.0, true},
-        {"经度 °", 20.0, true},   {"纬度 °", 18.0, true},    {"填/挖", 10.0, false},
-        {"面积 m²", 15.0, true},  {"体积 m³", 15.0, true},   {"平均dZ m", 14.5, true},
-        {"极值dZ m", 14.5, true}, {"建议类别", 15.0, false}, {"核查结论", 15.0, false}};
+        {"编号", 15.5, false},    {"里程", 13.0, false},     {"距管线 m", 13.0, true},
+        {"经度 °", 17.0, true},   {"纬度 °", 15.5, true},    {"填/挖", 9.0, false},
+        {"面积 m²", 13.5, true},  {"体积 m³", 13.5, true},   {"平均dZ m", 13.5, true},
+        {"极值dZ m", 13.5, true}, {"建议类别", 13.5, false}, {"核查结论", 14.0, false},
+        {"高后果区", 17.5, false}};
     return columns;
 }
 
@@ -188,7 +227,7 @@ ReportFacts reportFacts(const InspectionData& data, const Pipeline& pipeline) {
     facts.method = methodFacts(latestResult(data));
     facts.anomalies = anomaliesOf(data, pipeline);
     facts.classes = classesOf(facts.anomalies);
-    facts.summary = summaryOf(data, facts);
+    facts.summary = summaryOf(data, pipeline, facts);
     return facts;
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "workbench/inspection/output/InspectionData.h"
-#include "workbench/inspection/output/Pipeline.h"
+#include "workbench/inspection/pipeline/Surroundings.h"
 
 #include <QString>
 #include <QStringList>
@@ -31,6 +31,7 @@ struct AnomalyFacts {
     QString name;
     QString className; ///< verdict, or suggestion
     bool judged = false;
+    Surroundings surroundings;
     QStringList row; ///< cells of the table of anomalies, see ReportFacts::columns
 };
 

@@ -225,7 +225,9 @@ void PdfReport::drawMethod(double y) {
     y = drawFacts(y, m_facts.method) + 2.0;
     const QString note = QStringLiteral(
         "高差 dZ 为后期表面高程减前期表面高程，正值为填、负值为挖；体积为高差在异常范围内的积分。"
-        "位置为异常形心，经纬度采用 WGS 84；里程与距管线距离按管道中心线的水平投影计算。"
+        "位置为异常形心，经纬度采用 WGS "
+        "84；里程为形心在管道中心线上的位置，距管线为异常轮廓到中心线的最短水平距离，"
+        "相交时为 0；高后果区为异常轮廓接触或重叠的区域。"
         "“建议类别”由程序按形状与高差给出，“核查结论”由巡检人员确认。");
     m_canvas.text({kLeft, y, kWidth, 26.0}, note, 9.0, Qt::AlignLeft | Qt::AlignTop | Qt::TextWordWrap,
                   ReportCanvas::kQuiet);

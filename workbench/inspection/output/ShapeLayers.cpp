@@ -2,6 +2,7 @@
 
 #include "detect/GdalErrors.h"
 #include "host/Gbk.h"
+#include "workbench/inspection/pipeline/Surroundings.h"
 #include "workbench/inspection/project/Georeference.h"
 
 #include <gdal_priv.h>
@@ -23,11 +24,15 @@ ShapeLayer anomalyLayer(const InspectionData& data, const Pipeline& pipeline,
                     {"cut_m3", true},   {"dz_mean_m", true}, {"dz_max_m", true},
                     {"dz_min_m", true}, {"suggested"},       {"attribute"},
                     {"lon", true},      {"lat", true},       {"chain_m", true},
-                    {"offset_m", true}};
+                    {"offset_m", true}, {"dist_m", true},    {"hca"}};
+    const ShapeLayer::Value unknown;
+    CorridorSurroundings corridor(pipeline, data.highConsequenceAreas);
     for (const StationFindings& findings : data.stations) {
+        const auto surroundings = corridor.around(findings.station);
         for (const SdiffData& anomaly : findings.anomalies) {
             const PipePosition position =
                 pipeline.positionOf({anomaly.x, anomaly.y}).value_or(PipePosition{});
+            const auto [pipeMetres, areas] = surroundings->of(anomaly);
             OGRGeometry* geometry = nullptr;
             OGRGeometryFactory::createFromWkt(anomaly.outlineWkt.c_str(), nullptr, &geometry);
             layer.features.push_back(
@@ -37,7 +42,9 @@ ShapeLayer anomalyLayer(const InspectionData& data, const Pipeline& pipeline,
                   anomaly.volumeCubicMetres(), anomaly.fillCubicMetres, anomaly.cutCubicMetres,
                   anomaly.dzMeanMetres, anomaly.dzMaxMetres, anomaly.dzMinMetres,
                   gbkToUtf8(anomaly.suggested), gbkToUtf8(anomaly.attribute), anomaly.lonDegrees,
-                  anomaly.latDegrees, position.chainageMetres, position.offsetMetres}});
+                  anomaly.latDegrees, position.chainageMetres, position.offsetMetres,
+                  pipeMetres ? ShapeLayer::Value(*pipeMetres) : unknown,
+                  data.highConsequenceAreas.empty() ? unknown : areaNamesText(areas).toStdString()}});
         }
     }
     return layer;
@@ -97,8 +104,10 @@ bool writeFeature(OGRLayer& target, const ShapeLayer::Feature& source) {
         const int field = static_cast<int>(i);
         if (const auto* text = std::get_if<std::string>(&source.values[i])) {
             feature.SetField(field, text->c_str());
+        } else if (const auto* number = std::get_if<double>(&source.values[i])) {
+            feature.SetField(field, *number);
         } else {
-            feature.SetField(field, std::get<double>(source.values[i]));
+            feature.SetFieldNull(field);
         }
     }
     feature.SetGeometry(source.geometry.get());

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "workbench/inspection/output/InspectionData.h"
-#include "workbench/inspection/output/Pipeline.h"
+#include "workbench/inspection/pipeline/Pipeline.h"
 #include "workbench/inspection/project/Failure.h"
 
 #include <ogr_geometry.h>
@@ -17,9 +17,10 @@ namespace inspection {
 /// A layer as it is written, whatever the format. Texts are UTF-8; field names have at most ten letters, as
 /// the Shapefile asks.
 struct ShapeLayer {
+    using Value = std::variant<std::monostate, std::string, double>; ///< none where it is not known
     struct Feature {
         std::shared_ptr<const OGRGeometry> geometry;
-        std::vector<std::variant<std::string, double>> values; ///< one for each field
+        std::vector<Value> values; ///< one for each field
     };
     struct Field {
         std::string name;

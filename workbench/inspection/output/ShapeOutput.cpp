@@ -1,7 +1,7 @@
 #include "workbench/inspection/output/ShapeOutput.h"
 
-#include "workbench/inspection/output/Pipeline.h"
 #include "workbench/inspection/output/ShapeLayers.h"
+#include "workbench/inspection/pipeline/Pipeline.h"
 
 #include <QDir>
 #include <QTemporaryDir>

@@ -2,8 +2,8 @@
 
 #include "workbench/inspection/output/InspectionData.h"
 #include "workbench/inspection/output/MapSheet.h"
-#include "workbench/inspection/output/Pipeline.h"
 #include "workbench/inspection/output/ReportCanvas.h"
+#include "workbench/inspection/pipeline/Pipeline.h"
 
 #include <functional>
 #include <vector>

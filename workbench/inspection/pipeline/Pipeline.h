@@ -24,10 +24,13 @@ public:
     static Pipeline read(const ProjectDescription& project);
 
     const std::vector<std::vector<QPointF>>& parts() const { return m_parts; }
+    /// The reference system of the parts, the project's.
+    const QString& crs() const { return m_crs; }
     /// Empty without a centre line.
     std::optional<PipePosition> positionOf(const QPointF& point) const;
 
 private:
+    QString m_crs;
     std::vector<std::vector<QPointF>> m_parts;
 };
 

@@ -1,4 +1,4 @@
-#include "workbench/inspection/output/Pipeline.h"
+#include "workbench/inspection/pipeline/Pipeline.h"
 
 #include "detect/GdalErrors.h"
 #include "workbench/inspection/project/Georeference.h"
@@ -44,6 +44,7 @@ double nearestShare(const QPointF& a, const QPointF& b, const QPointF& point) {
 
 Pipeline Pipeline::read(const ProjectDescription& project) {
     Pipeline pipeline;
+    pipeline.m_crs = project.crs;
     GDALAllRegister();
     const detect::GdalErrors errors;
     const GDALDatasetUniquePtr source(
