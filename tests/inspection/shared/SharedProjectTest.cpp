@@ -11,6 +11,7 @@
 #include "workbench/inspection/database/AnomalyTable.h"
 #include "workbench/inspection/database/DatabaseMove.h"
 #include "workbench/inspection/database/Schema.h"
+#include "workbench/inspection/database/SpecialObjectImport.h"
 #include "workbench/inspection/history/ProjectHistory.h"
 
 #include <QApplication>
@@ -101,6 +102,28 @@ protected:
     int rows() const { return table().model()->rowCount(); }
     QString name(int row) const { return table().model()->index(row, 0).data().toString(); }
     QString attribute(int row) const { return table().model()->index(row, 6).data().toString(); }
+    QString areas(int row) const { return table().model()->index(row, 9).data().toString(); }
+    /// As somebody else's `corridor import` does it.
+    void importAreaAround(const SdiffData& anomaly, const char* name) {
+        QFile file(m_folder.filePath("areas.csv"));
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(QStringLiteral("name,WKT\n%1,\"POLYGON ((%2 %3,%4 %3,%2 %5,%2 %3))\"\n")
+                       .arg(name)
+                       .arg(anomaly.lonDegrees, 0, 'f', 7)
+                       .arg(anomaly.latDegrees, 0, 'f', 7)
+                       .arg(anomaly.lonDegrees + 1e-5, 0, 'f', 7)
+                       .arg(anomaly.latDegrees + 1e-5, 0, 'f', 7)
+                       .toUtf8());
+        file.close();
+        inspection::ProjectDescription theirs = context().project()->description();
+        theirs.folder = m_folder.filePath("theirs");
+        const auto result = inspection::importSpecialObjects(
+            theirs, {file.fileName(), KV_HIGH_CONSEQUENCE_AREA, "EPSG:4326", QString()}, true,
+            m_colleague->database(), {});
+        const auto* done = std::get_if<inspection::SpecialObjectImport>(&result);
+        ASSERT_NE(done, nullptr);
+        ASSERT_EQ(done->stored, 1) << done->refusals.join('\n').toStdString();
+    }
     const SdiffData& shown(int row) {
         for (const SdiffData& anomaly : current().m_diffData.m_anomalies) {
             if (fromGbk(anomaly.name) == name(row)) {
@@ -196,6 +219,23 @@ TEST_F(SharedProjectTest, SpecialObjectsOfOthersComeChangeAndGo) {
     ASSERT_TRUE(waitUntil([&] { return object(kPoints, "阀井") == nullptr; }));
     EXPECT_TRUE(scene->getPipePoints().empty());
     EXPECT_EQ(tree().currentItem(), current) << "the user is not taken elsewhere";
+}
+
+TEST_F(SharedProjectTest, HighConsequenceAreasOfOthersShowInTheTable) {
+    const SdiffData anomaly = shown(0);
+    const QString before = areas(0);
+    importAreaAround(anomaly, "东关村");
+    ASSERT_TRUE(waitUntil([&] { return areas(0).contains("东关村"); }));
+    const std::string table = inspection::tableName(KV_HIGH_CONSEQUENCE_AREA);
+    const auto stored =
+        m_colleague->database().queryRecord("select * from " + table + " where name=?", {toGbk("东关村")});
+    ASSERT_EQ(stored.size(), 1U);
+    const auto id = std::get<std::int64_t>(stored[0].at("id"));
+    m_colleague->change("重命名", table, id, {{"name", toGbk("西关村")}});
+    ASSERT_TRUE(waitUntil([&] { return areas(0).contains("西关村"); }));
+    m_colleague->remove(table, id);
+    EXPECT_TRUE(waitUntil([&] { return areas(0) == before; }));
+    EXPECT_EQ(shown(0).id, anomaly.id);
 }
 
 TEST_F(SharedProjectTest, JudgingWhatSomebodyElseHasJustJudgedIsAskedAbout) {

@@ -148,6 +148,7 @@ std::vector<EditConflict> ProjectHistory::tryToStore(const QString& description,
     m_edits.resize(m_undoable);
     m_edits.push_back(std::make_unique<Edit>(*this, StoredEdit{id, description, false}));
     ++m_undoable;
+    emit stored(edit.changes());
     emit undoable(description);
     emit redoable(QString());
     return {};
@@ -224,6 +225,7 @@ void ProjectHistory::UndoSteps(int count) {
     }
     m_undoable -= steps;
     if (!changes.empty()) {
+        emit stored(changes);
         emit rowsChanged(changes);
     }
 }
@@ -249,6 +251,7 @@ void ProjectHistory::step(Edit& edit, bool isUndo, bool refresh) {
                    .arg(QString::fromUtf8(exception.what())));
         return;
     }
+    emit stored(changes);
     if (refresh) {
         emit rowsChanged(changes);
     }

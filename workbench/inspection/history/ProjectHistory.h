@@ -56,6 +56,8 @@ public:
     void reload() { setDatabase(m_database, m_inspector); }
 
 signals:
+    /// The user's edit, undo or redo has changed rows. Whoever asked for it may show them already.
+    void stored(const RowChanges& changes);
     /// Description of an undoable edit that is new to the tools; empty when only CanUndo is another now.
     /// Before it announces all anew, it says so with nothing to undo.
     void undoable(const QString& description);

@@ -61,6 +61,20 @@ bool AnomalyFilter::filterAcceptsRow(int sourceRow, const QModelIndex& /*sourceP
     return passes(anomaly(sourceRow), m_attribute) && passes(anomaly(sourceRow), m_sign);
 }
 
+bool AnomalyFilter::isNearer(int leftRow, int rightRow) const {
+    const auto& model = *static_cast<const AnomalyTableModel*>(sourceModel());
+    const auto& left = model.surroundings(leftRow).pipeMetres;
+    const auto& right = model.surroundings(rightRow).pipeMetres;
+    return left.has_value() != right.has_value() ? isKnownFirst(left.has_value()) : left < right;
+}
+
+bool AnomalyFilter::areAreasBefore(int leftRow, int rightRow) const {
+    const auto& model = *static_cast<const AnomalyTableModel*>(sourceModel());
+    const auto& left = model.surroundings(leftRow).highConsequenceAreas;
+    const auto& right = model.surroundings(rightRow).highConsequenceAreas;
+    return left.empty() != right.empty() ? isKnownFirst(right.empty()) : left < right;
+}
+
 bool AnomalyFilter::lessThan(const QModelIndex& left, const QModelIndex& right) const {
     const SdiffData& first = anomaly(left.row());
     const SdiffData& second = anomaly(right.row());
@@ -79,6 +93,10 @@ bool AnomalyFilter::lessThan(const QModelIndex& left, const QModelIndex& right) 
         return first.attribute < second.attribute;
     case AnomalyTableModel::Suggested:
         return first.suggested < second.suggested;
+    case AnomalyTableModel::PipeDistance:
+        return isNearer(left.row(), right.row());
+    case AnomalyTableModel::HighConsequenceAreas:
+        return areAreasBefore(left.row(), right.row());
     case AnomalyTableModel::Position:
         return first.lonDegrees < second.lonDegrees;
     default:

@@ -42,6 +42,10 @@ protected:
 
 private:
     const SdiffData& anomaly(int sourceRow) const;
+    bool isNearer(int leftRow, int rightRow) const;
+    bool areAreasBefore(int leftRow, int rightRow) const;
+    /// Puts what is not known behind what is, in both orders.
+    bool isKnownFirst(bool isLeftKnown) const { return isLeftKnown == (sortOrder() == Qt::AscendingOrder); }
 
     AttributeFilter m_attribute = AttributeFilter::All;
     SignFilter m_sign = SignFilter::Both;

@@ -11,7 +11,8 @@ namespace inspection {
 
 namespace {
 
-QString cellText(const SdiffData& anomaly, int column) {
+/// What the anomaly's record says by itself.
+QString ownText(const SdiffData& anomaly, int column) {
     switch (column) {
     case AnomalyTableModel::Name:
         return fromGbk(anomaly.name);
@@ -36,23 +37,50 @@ QString cellText(const SdiffData& anomaly, int column) {
     }
 }
 
-QString fullText(const SdiffData& anomaly, int column) {
-    return column == AnomalyTableModel::Attribute ? fromGbk(anomaly.attribute) : cellText(anomaly, column);
+bool isFigure(int column) {
+    return (column >= AnomalyTableModel::Area && column <= AnomalyTableModel::LargestDifference) ||
+           column == AnomalyTableModel::PipeDistance;
 }
 
-bool isFigure(int column) {
-    return column >= AnomalyTableModel::Area && column <= AnomalyTableModel::LargestDifference;
+QString headerToolTip(int column) {
+    switch (column) {
+    case AnomalyTableModel::PipeDistance:
+        return AnomalyTableModel::tr("异常轮廓到管道中心线的最短水平距离，相交时为 0；没有中心线时为空");
+    case AnomalyTableModel::HighConsequenceAreas:
+        return AnomalyTableModel::tr("异常轮廓接触或重叠的高后果区；没有时为空");
+    default:
+        return {};
+    }
 }
 
 } // namespace
 
 AnomalyTableModel::AnomalyTableModel(QObject* parent) : QAbstractTableModel(parent) {}
 
-void AnomalyTableModel::setAnomalies(std::vector<SdiffData> anomalies) {
+void AnomalyTableModel::setAnomalies(std::vector<SdiffData> anomalies,
+                                     std::shared_ptr<const StationSurroundings> surroundings) {
     beginResetModel();
     m_anomalies = std::move(anomalies);
+    m_measure = std::move(surroundings);
+    m_surroundings.assign(m_anomalies.size(), std::nullopt);
     indexRows();
     endResetModel();
+}
+
+void AnomalyTableModel::setSurroundings(std::shared_ptr<const StationSurroundings> surroundings) {
+    m_measure = std::move(surroundings);
+    m_surroundings.assign(m_anomalies.size(), std::nullopt);
+    if (!m_anomalies.empty()) {
+        emit dataChanged(index(0, PipeDistance), index(rowCount() - 1, HighConsequenceAreas));
+    }
+}
+
+const Surroundings& AnomalyTableModel::surroundings(int row) const {
+    std::optional<Surroundings>& known = m_surroundings[static_cast<std::size_t>(row)];
+    if (!known) {
+        known = m_measure ? m_measure->of(anomaly(row)) : Surroundings();
+    }
+    return *known;
 }
 
 void AnomalyTableModel::indexRows() {
@@ -74,7 +102,11 @@ void AnomalyTableModel::replace(const std::vector<SdiffData>& changed) {
     for (const SdiffData& each : changed) {
         const int row = rowOf(each.name);
         if (row >= 0) {
-            m_anomalies[static_cast<std::size_t>(row)] = each;
+            SdiffData& shown = m_anomalies[static_cast<std::size_t>(row)];
+            if (shown.outlineWkt != each.outlineWkt) {
+                m_surroundings[static_cast<std::size_t>(row)].reset();
+            }
+            shown = each;
             first = std::min(first, row);
             last = std::max(last, row);
         }
@@ -96,6 +128,7 @@ void AnomalyTableModel::remove(const std::set<std::string>& names) {
         }
         beginRemoveRows({}, first, last);
         m_anomalies.erase(m_anomalies.begin() + first, m_anomalies.begin() + last + 1);
+        m_surroundings.erase(m_surroundings.begin() + first, m_surroundings.begin() + last + 1);
         indexRows();
         endRemoveRows();
         last = first;
@@ -110,18 +143,33 @@ int AnomalyTableModel::columnCount(const QModelIndex& parent) const {
     return parent.isValid() ? 0 : static_cast<int>(ColumnCount);
 }
 
+QString AnomalyTableModel::cellText(int row, int column) const {
+    switch (column) {
+    case PipeDistance: {
+        const auto& metres = surroundings(row).pipeMetres;
+        return metres ? pipeDistanceText(*metres) : QString();
+    }
+    case HighConsequenceAreas:
+        return areaNamesText(surroundings(row).highConsequenceAreas);
+    default:
+        return ownText(anomaly(row), column);
+    }
+}
+
+QString AnomalyTableModel::fullText(int row, int column) const {
+    return column == Attribute ? fromGbk(anomaly(row).attribute) : cellText(row, column);
+}
+
 QVariant AnomalyTableModel::data(const QModelIndex& index, int role) const {
     if (!index.isValid() || index.row() >= rowCount()) {
         return {};
     }
-    const SdiffData& anomaly = m_anomalies[static_cast<std::size_t>(index.row())];
     switch (role) {
     case Qt::DisplayRole:
-        return cellText(anomaly, index.column());
+        return cellText(index.row(), index.column());
     case Qt::ToolTipRole:
-        return fullText(anomaly, index.column());
     case Qt::EditRole:
-        return fullText(anomaly, index.column());
+        return fullText(index.row(), index.column());
     case Qt::TextAlignmentRole:
         return QVariant::fromValue(Qt::AlignVCenter |
                                    (isFigure(index.column()) ? Qt::AlignRight : Qt::AlignLeft));
@@ -139,11 +187,14 @@ QVariant AnomalyTableModel::headerData(int section, Qt::Orientation orientation,
     if (orientation == Qt::Vertical) {
         return role == Qt::DisplayRole ? QVariant(section + 1) : QVariant();
     }
-    static const QStringList titles = {tr("名称"),     tr("类型"),      tr("面积(m²)"),
-                                       tr("体积(m³)"), tr("平均dZ(m)"), tr("最大|dZ|(m)"),
-                                       tr("属性"),     tr("建议类别"),  tr("位置")};
+    static const QStringList titles = {tr("名称"),      tr("类型"),        tr("面积(m²)"), tr("体积(m³)"),
+                                       tr("平均dZ(m)"), tr("最大|dZ|(m)"), tr("属性"),     tr("建议类别"),
+                                       tr("距管线(m)"), tr("高后果区"),    tr("位置")};
     if (role == Qt::DisplayRole) {
         return titles.value(section);
+    }
+    if (role == Qt::ToolTipRole) {
+        return headerToolTip(section);
     }
     if (role == Qt::TextAlignmentRole) {
         return QVariant::fromValue(Qt::AlignVCenter | (isFigure(section) ? Qt::AlignRight : Qt::AlignLeft));

@@ -1,9 +1,12 @@
 #pragma once
 
 #include "host/inspection/Station.h"
+#include "workbench/inspection/pipeline/Surroundings.h"
 
 #include <QAbstractTableModel>
 
+#include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <unordered_map>
@@ -26,14 +29,21 @@ public:
         LargestDifference,
         Attribute,
         Suggested,
+        PipeDistance,
+        HighConsequenceAreas,
         Position,
         ColumnCount
     };
     explicit AnomalyTableModel(QObject* parent = nullptr);
 
-    void setAnomalies(std::vector<SdiffData> anomalies);
+    /// `surroundings` measures what lies around a row, when that is first asked for; nothing is known when
+    /// null.
+    void setAnomalies(std::vector<SdiffData> anomalies,
+                      std::shared_ptr<const StationSurroundings> surroundings);
+    void setSurroundings(std::shared_ptr<const StationSurroundings> surroundings);
     const std::vector<SdiffData>& anomalies() const { return m_anomalies; }
     const SdiffData& anomaly(int row) const { return m_anomalies[static_cast<std::size_t>(row)]; }
+    const Surroundings& surroundings(int row) const;
     /// Row of the anomaly of that name (GBK), -1 when there is none.
     int rowOf(const std::string& name) const;
     /// Shows `changed` in the rows of the same names; unknown names are ignored.
@@ -49,9 +59,13 @@ public:
 
 private:
     void indexRows();
+    QString cellText(int row, int column) const;
+    QString fullText(int row, int column) const;
 
     std::vector<SdiffData> m_anomalies;
-    std::unordered_map<std::string, int> m_rows; ///< by name
+    std::shared_ptr<const StationSurroundings> m_measure;
+    mutable std::vector<std::optional<Surroundings>> m_surroundings; ///< of each row, once measured
+    std::unordered_map<std::string, int> m_rows;                     ///< by name
 };
 
 } // namespace inspection

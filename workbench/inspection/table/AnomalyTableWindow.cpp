@@ -8,6 +8,7 @@
 #include "workbench/inspection/table/AnomalyFilterBar.h"
 #include "workbench/inspection/table/AnomalyTableModel.h"
 #include "workbench/inspection/table/AnomalyTableView.h"
+#include "workbench/inspection/table/ProjectSurroundings.h"
 
 #include <QScrollBar>
 #include <QVBoxLayout>
@@ -96,7 +97,8 @@ QItemSelection rowSelection(const QAbstractItemModel& model, std::vector<int> ro
 } // namespace
 
 AnomalyTableWindow::AnomalyTableWindow(Session& session, AnomalyOverlays& overlays, QWidget* parent)
-    : AVWindow(parent), m_session(session), m_overlays(overlays), m_model(new AnomalyTableModel(this)),
+    : AVWindow(parent), m_session(session), m_overlays(overlays),
+      m_surroundings(new ProjectSurroundings(session, this)), m_model(new AnomalyTableModel(this)),
       m_filter(new AnomalyFilter(this)), m_bar(new AnomalyFilterBar) {
     m_filter->setSourceModel(m_model);
     m_table = new AnomalyTableView(*m_filter);
@@ -142,6 +144,7 @@ void AnomalyTableWindow::connectTable() {
             emit anomalyActivated(*anomaly);
         }
     });
+    connect(m_surroundings, &ProjectSurroundings::changed, this, &AnomalyTableWindow::measureSurroundings);
     connect(m_bar, &AnomalyFilterBar::attributeChosen, m_filter, &AnomalyFilter::setAttributeFilter);
     connect(m_bar, &AnomalyFilterBar::signChosen, m_filter, &AnomalyFilter::setSignFilter);
     connect(m_bar, &AnomalyFilterBar::attributeChosen, this, &AnomalyTableWindow::updateSummary);
@@ -155,15 +158,19 @@ void AnomalyTableWindow::SetCurrentItem(const KV_StationItem& item) {
 
 void AnomalyTableWindow::Refresh() {
     m_take.stop();
-    m_model->setAnomalies({});
+    m_model->setAnomalies({}, nullptr);
     updateSummary();
 }
 
 void AnomalyTableWindow::AddData() {
     m_take.stop();
-    m_model->setAnomalies(m_current.m_diffData.m_anomalies);
+    m_model->setAnomalies(m_current.m_diffData.m_anomalies, m_surroundings->around(m_current.m_station));
     m_table->fitColumns();
     showSelection();
+}
+
+void AnomalyTableWindow::measureSurroundings() {
+    m_model->setSurroundings(m_surroundings->around(m_current.m_station));
 }
 
 void AnomalyTableWindow::showStation(KV_StationItem* item) {

@@ -17,6 +17,7 @@ class AnomalyFilterBar;
 class AnomalyOverlays;
 class AnomalyTableModel;
 class AnomalyTableView;
+class ProjectSurroundings;
 class Session;
 
 /// The anomalies of the current station item as a table that sorts and filters. What is selected in it is
@@ -59,6 +60,7 @@ signals:
 private:
     void build();
     void connectTable();
+    void measureSurroundings();
     void updateSummary();
     void takeSelection();
     void showSelection();
@@ -75,6 +77,7 @@ private:
     AnomalyOverlays& m_overlays;
     KV_StationItem m_current;
     std::vector<std::string> m_selectedNames; ///< also of stations that the table does not show
+    ProjectSurroundings* m_surroundings;
     AnomalyTableModel* m_model;
     AnomalyFilter* m_filter;
     AnomalyFilterBar* m_bar;

@@ -1,0 +1,70 @@
+#include "workbench/inspection/table/ProjectSurroundings.h"
+
+#include "workbench/inspection/context/Session.h"
+#include "workbench/inspection/database/Schema.h"
+#include "workbench/inspection/database/StationTable.h"
+
+#include <QFileInfo>
+#include <QGuiApplication>
+
+#include <algorithm>
+#include <iostream>
+
+namespace inspection {
+
+ProjectSurroundings::ProjectSurroundings(Session& session, QObject* parent)
+    : QObject(parent), m_session(session) {
+    const ProjectHistory& history = m_session.history();
+    connect(&history, &ProjectHistory::stored, this, &ProjectSurroundings::takeRowChanges);
+    connect(&history, &ProjectHistory::changedByOthers, this, &ProjectSurroundings::takeRowChanges);
+    connect(&history, &ProjectHistory::replacedByOthers, this, &ProjectSurroundings::forget);
+    connect(&m_session, &Session::closing, this, [this] { m_known.reset(); });
+    // The line is drawn in other programs, from which the user comes back.
+    connect(qGuiApp, &QGuiApplication::applicationStateChanged, this, &ProjectSurroundings::lookAtCenterline);
+}
+
+std::shared_ptr<const StationSurroundings> ProjectSurroundings::around(const KV_Station& station) {
+    if (m_session.project() == nullptr || station.m_id == 0) {
+        return nullptr;
+    }
+    try {
+        if (!m_known || m_lineWritten != lineWritten()) {
+            read();
+        }
+        return m_known->around(station);
+    } catch (const mysqlhelper::KV_MySQL_Exception& exception) {
+        std::cout << exception.what() << std::endl;
+        return nullptr;
+    }
+}
+
+void ProjectSurroundings::read() {
+    m_lineWritten = lineWritten();
+    m_known.emplace(Pipeline::read(m_session.project()->description()),
+                    readHighConsequenceAreas(*m_session.connection()));
+}
+
+void ProjectSurroundings::forget() {
+    m_known.reset();
+    emit changed();
+}
+
+void ProjectSurroundings::takeRowChanges(const RowChanges& changes) {
+    const std::string areas = tableName(KV_HIGH_CONSEQUENCE_AREA);
+    if (std::any_of(changes.begin(), changes.end(),
+                    [&](const RowChange& change) { return change.table == areas; })) {
+        forget();
+    }
+}
+
+void ProjectSurroundings::lookAtCenterline() {
+    if (m_known && m_lineWritten != lineWritten()) {
+        forget();
+    }
+}
+
+QDateTime ProjectSurroundings::lineWritten() const {
+    return QFileInfo(m_session.project()->description().centerline).lastModified();
+}
+
+} // namespace inspection
