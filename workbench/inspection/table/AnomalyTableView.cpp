@@ -63,8 +63,7 @@ void AnomalyTableView::fitColumns() {
     const int character = fontMetrics().averageCharWidth();
     for (int column = 0; column + 1 < model()->columnCount(); ++column) {
         const int least = column == AnomalyTableModel::Attribute ? kLeastAttributeCharacters * character : 0;
-        setColumnWidth(column,
-                       std::clamp(columnWidth(column) + 2 * character, least, kWidestCharacters * character));
+        setColumnWidth(column, std::clamp(columnWidth(column), least, kWidestCharacters * character));
     }
 }
 
