@@ -1,6 +1,6 @@
 #pragma once
 
-#include "detect/output/StagedOutput.h"
+#include "detect/StagedOutput.h"
 
 #include <memory>
 #include <optional>

@@ -1,12 +1,12 @@
 #include "detect/Detection.h"
 
 #include "detect/GdalErrors.h"
+#include "detect/OrderedWork.h"
 #include "detect/Piece.h"
 #include "detect/coregister/Coregister.h"
 #include "detect/raster/DifferenceRaster.h"
 #include "detect/raster/RasterPair.h"
 #include "detect/search/BlockWorker.h"
-#include "detect/search/OrderedWork.h"
 #include "detect/search/RowMerger.h"
 
 #include <chrono>

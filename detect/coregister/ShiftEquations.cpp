@@ -1,7 +1,7 @@
 #include "detect/coregister/ShiftEquations.h"
 
+#include "detect/OrderedWork.h"
 #include "detect/raster/CellFrame.h"
-#include "detect/search/OrderedWork.h"
 
 #include <cmath>
 

@@ -1,8 +1,8 @@
 #include "detect/coregister/StableSample.h"
 
 #include "detect/GdalErrors.h"
+#include "detect/OrderedWork.h"
 #include "detect/raster/Slope.h"
-#include "detect/search/OrderedWork.h"
 
 #include <cmath>
 #include <numeric>

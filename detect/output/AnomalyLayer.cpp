@@ -1,6 +1,6 @@
 #include "detect/output/AnomalyLayer.h"
 
-#include "detect/output/PolygonGeometry.h"
+#include "detect/shape/PolygonGeometry.h"
 
 namespace detect {
 

@@ -1,9 +1,9 @@
 #include "detect/output/PieceFile.h"
 
 #include "detect/GdalErrors.h"
+#include "detect/StagedOutput.h"
 #include "detect/output/AnomalyLayer.h"
 #include "detect/output/PieceFrameText.h"
-#include "detect/output/StagedOutput.h"
 
 #include <ogr_spatialref.h>
 

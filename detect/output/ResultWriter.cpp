@@ -1,8 +1,8 @@
 #include "detect/output/ResultWriter.h"
 
 #include "detect/GdalErrors.h"
+#include "detect/StagedOutput.h"
 #include "detect/output/AnomalyLayer.h"
-#include "detect/output/StagedOutput.h"
 
 #include <cpl_json.h>
 #include <ogrsf_frmts.h>

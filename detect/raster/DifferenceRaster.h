@@ -1,6 +1,6 @@
 #pragma once
 
-#include "detect/output/StagedOutput.h"
+#include "detect/StagedOutput.h"
 #include "detect/raster/Grid.h"
 
 #include <gdal_priv.h>

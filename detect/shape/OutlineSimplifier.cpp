@@ -1,6 +1,6 @@
 #include "detect/shape/OutlineSimplifier.h"
 
-#include "detect/output/PolygonGeometry.h"
+#include "detect/shape/PolygonGeometry.h"
 
 #include <cmath>
 

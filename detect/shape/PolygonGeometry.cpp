@@ -1,4 +1,4 @@
-#include "detect/output/PolygonGeometry.h"
+#include "detect/shape/PolygonGeometry.h"
 
 namespace detect {
 

@@ -1,4 +1,4 @@
-#include "detect/output/StagedOutput.h"
+#include "detect/StagedOutput.h"
 
 #include "detect/GdalErrors.h"
 
