@@ -17,6 +17,8 @@ constexpr int tileSamples = 512;
 constexpr int mostSamplesPerCell = 16;
 /// A neighbour with less weight than this has no say, so that grids which meet up to rounding stay exact.
 constexpr double leastWeight = 1e-6;
+/// Over a raster of 200,000 cells two hundred-thousandths of a cell.
+constexpr double plainShiftTolerance = 1e-10;
 constexpr float noHeight = std::numeric_limits<float>::quiet_NaN();
 
 bool finite(const Point& p) {
@@ -76,6 +78,7 @@ std::variant<Resampler, Failure> Resampler::create(const Grid& oldGrid, const Gr
             return failureOf(newPath, "两期的坐标参考系统之间没有可用的转换", errors.first());
     }
     resampler.m_samplesPerCell = resampler.chooseSamplesPerCell();
+    resampler.m_plainShift = resampler.isPlainShift();
     return resampler;
 }
 
@@ -195,11 +198,62 @@ float Resampler::sample(const Point& newCell) const {
     return static_cast<float>(upper + below * (along(post + width) - upper));
 }
 
+bool Resampler::isPlainShift() const {
+    if (m_oldToNew || m_samplesPerCell != 1)
+        return false;
+    std::vector<Point> cells{{0.0, 0.0}, {1.0, 0.0}, {0.0, 1.0}};
+    toNewCells(cells, {});
+    const auto same = [](double a, double b) { return std::abs(a - b) < plainShiftTolerance; };
+    return same(cells[1].x - cells[0].x, 1.0) && same(cells[1].y, cells[0].y) &&
+           same(cells[2].x, cells[0].x) && same(cells[2].y - cells[0].y, 1.0);
+}
+
+/// What sample() gives, with the weights worked out once. They depend on the shift only, not on the tile.
+void Resampler::shiftTile(const CellWindow& tile, const Shift& shift, float* heights,
+                          std::size_t stride) const {
+    std::vector<Point> first{{0.0, 0.0}};
+    toNewCells(first, shift);
+    const double wholeX = std::floor(first[0].x + leastWeight);
+    const double wholeY = std::floor(first[0].y + leastWeight);
+    const double rightShare = std::max(0.0, first[0].x - wholeX);
+    const double belowShare = std::max(0.0, first[0].y - wholeY);
+    // A post that has no weight need not be there.
+    const int right = rightShare < leastWeight ? 0 : 1;
+    const int below = belowShare < leastWeight ? 0 : 1;
+    const double u = right != 0 ? rightShare : 0.0;
+    const double v = below != 0 ? belowShare : 0.0;
+    const int left = tile.column + static_cast<int>(wholeX) - m_sourceWindow.column;
+    const int top = tile.row + static_cast<int>(wholeY) - m_sourceWindow.row;
+    const int begin = std::clamp(-left, 0, tile.columns);
+    const int end = std::clamp(m_sourceWindow.columns - right - left, begin, tile.columns);
+    for (int row = 0; row < tile.rows; ++row) {
+        float* line = heights + static_cast<std::size_t>(row) * stride;
+        std::fill_n(line, tile.columns, noHeight);
+        const int y = top + row;
+        if (y < 0 || y + below >= m_sourceWindow.rows)
+            continue;
+        const float* upper =
+            m_sourceHeights.data() + std::int64_t{y} * m_sourceWindow.columns + (left + begin);
+        const float* lower = upper + std::int64_t{below} * m_sourceWindow.columns;
+        for (int column = 0; column < end - begin; ++column) {
+            const auto a = static_cast<double>(upper[column]);
+            const auto b = static_cast<double>(lower[column]);
+            const double alongUpper = a + u * (static_cast<double>(upper[column + right]) - a);
+            const double alongLower = b + u * (static_cast<double>(lower[column + right]) - b);
+            line[begin + column] = static_cast<float>(alongUpper + v * (alongLower - alongUpper));
+        }
+    }
+}
+
 std::optional<Failure> Resampler::readTile(RasterSource& newRaster, const CellWindow& tile,
                                            const Shift& shift, float* heights, std::size_t stride) {
     const Lattice lattice = layLattice(tile, shift);
     if (auto failure = readSourceAround(newRaster, lattice))
         return failure;
+    if (m_plainShift && !m_sourceWindow.empty()) {
+        shiftTile(tile, shift, heights, stride);
+        return std::nullopt;
+    }
     const int n = m_samplesPerCell;
     for (int row = 0; row < tile.rows; ++row) {
         float* line = heights + static_cast<std::size_t>(row) * stride;

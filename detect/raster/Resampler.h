@@ -49,12 +49,15 @@ private:
     std::optional<Failure> readSourceAround(RasterSource& newRaster, const Lattice& lattice);
     std::optional<Failure> readTile(RasterSource& newRaster, const CellWindow& tile, const Shift& shift,
                                     float* heights, std::size_t stride);
+    bool isPlainShift() const;
+    void shiftTile(const CellWindow& tile, const Shift& shift, float* heights, std::size_t stride) const;
     float sample(const Point& newCell) const;
 
     Grid m_oldGrid;
     Grid m_newGrid;
     std::unique_ptr<OGRCoordinateTransformation> m_oldToNew;
     int m_samplesPerCell = 1;
+    bool m_plainShift = false; ///< the grids differ by a shift only, so all cells share their weights
     CellWindow m_sourceWindow;
     std::vector<float> m_sourceHeights;
 };
