@@ -1,6 +1,7 @@
 #include "detect/output/PieceFrameText.h"
 
 #include "detect/GdalErrors.h"
+#include "detect/output/ParameterText.h"
 #include "detect/output/ResultWriter.h"
 
 #include <cpl_json.h>
@@ -24,50 +25,11 @@ std::optional<CellWindow> windowOf(const CPLJSONArray& array) {
     return CellWindow{array[0].ToInteger(), array[1].ToInteger(), array[2].ToInteger(), array[3].ToInteger()};
 }
 
-/// A figure of a structure and the name it is written under.
-template<class Owner>
-struct Figure {
-    const char* name;
-    double Owner::*value;
-};
-
-constexpr Figure<Parameters> parameterFigures[] = {
-    {"threshold_m", &Parameters::thresholdMetres},
-    {"grow_ratio", &Parameters::growRatio},
-    {"min_area_m2", &Parameters::minAreaSquareMetres},
-};
-
-constexpr Figure<Coregistration> coregistrationFigures[] = {
-    {"dx_m", &Coregistration::dxMetres},
-    {"dy_m", &Coregistration::dyMetres},
-    {"dz_m", &Coregistration::dzMetres},
-    {"tilt_east", &Coregistration::tiltEast},
-    {"tilt_north", &Coregistration::tiltNorth},
-    {"dx_cells", &Coregistration::dxCells},
-    {"dy_cells", &Coregistration::dyCells},
-    {"nmad_before_m", &Coregistration::nmadBeforeMetres},
-    {"nmad_after_m", &Coregistration::nmadAfterMetres},
-    {"stable_share", &Coregistration::stableShare},
-    {"sigma_m", &Coregistration::sigmaMetres},
-    {"sigma_slope_m", &Coregistration::sigmaPerSlopeMetres},
-    {"correlated_cells", &Coregistration::correlatedCells},
-};
-
-template<class Owner, std::size_t count>
-void put(CPLJSONObject& object, const Owner& owner, const Figure<Owner> (&figures)[count]) {
-    for (const Figure<Owner>& figure : figures)
-        object.Add(figure.name, owner.*figure.value);
-}
-
-template<class Owner, std::size_t count>
-void take(const CPLJSONObject& object, Owner& owner, const Figure<Owner> (&figures)[count]) {
-    for (const Figure<Owner>& figure : figures)
-        owner.*figure.value = object.GetDouble(figure.name);
-}
-
 CPLJSONObject describe(const Parameters& parameters) {
     CPLJSONObject object;
-    put(object, parameters, parameterFigures);
+    object.Add("threshold_m", parameters.thresholdMetres);
+    object.Add("grow_ratio", parameters.growRatio);
+    object.Add("min_area_m2", parameters.minAreaSquareMetres);
     object.Add("coregister", methodName(parameters.coregistration));
     object.Add("tilt", parameters.tilt);
     object.Add("core", parameters.rules.core);
@@ -75,18 +37,14 @@ CPLJSONObject describe(const Parameters& parameters) {
     object.Add("speckle", parameters.rules.speckle);
     object.Add("split_bodies", parameters.splitBodies);
     object.Add("simplify_outlines", parameters.simplifyOutlines);
-    if (const auto& significance = parameters.significance) {
-        object.Add("confidence", significance->confidence);
-        if (significance->oldSigmaMetres) {
-            object.Add("sigma_old_m", *significance->oldSigmaMetres);
-            object.Add("sigma_new_m", *significance->newSigmaMetres);
-        }
-    }
+    addSignificance(parameters.significance, object);
     return object;
 }
 
 bool parse(const CPLJSONObject& object, Parameters& parameters) {
-    take(object, parameters, parameterFigures);
+    parameters.thresholdMetres = object.GetDouble("threshold_m");
+    parameters.growRatio = object.GetDouble("grow_ratio");
+    parameters.minAreaSquareMetres = object.GetDouble("min_area_m2");
     const auto method = methodNamed(object.GetString("coregister"));
     if (!method)
         return false;
@@ -105,26 +63,6 @@ bool parse(const CPLJSONObject& object, Parameters& parameters) {
             significance.newSigmaMetres = object.GetDouble("sigma_new_m");
         }
     }
-    return true;
-}
-
-CPLJSONObject describe(const Coregistration& coregistration) {
-    CPLJSONObject object;
-    object.Add("method", methodName(coregistration.method));
-    put(object, coregistration, coregistrationFigures);
-    object.Add("iterations", coregistration.iterations);
-    object.Add("refusal", coregistration.refusal);
-    return object;
-}
-
-bool parse(const CPLJSONObject& object, Coregistration& coregistration) {
-    const auto method = methodNamed(object.GetString("method"));
-    if (!method)
-        return false;
-    coregistration.method = *method;
-    take(object, coregistration, coregistrationFigures);
-    coregistration.iterations = object.GetInteger("iterations");
-    coregistration.refusal = object.GetString("refusal");
     return true;
 }
 

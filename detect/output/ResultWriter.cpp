@@ -3,6 +3,7 @@
 #include "detect/GdalErrors.h"
 #include "detect/StagedOutput.h"
 #include "detect/output/AnomalyLayer.h"
+#include "detect/output/ParameterText.h"
 
 #include <cpl_json.h>
 #include <ogrsf_frmts.h>
@@ -96,42 +97,6 @@ bool holds(const std::string& path, std::size_t anomalies) {
     return read == anomalies;
 }
 
-CPLJSONObject coregistrationObject(const Coregistration& c) {
-    CPLJSONObject object;
-    object.Add("method", methodName(c.method));
-    if (!c.refusal.empty())
-        object.Add("refusal", c.refusal);
-    object.Add("dx_m", c.dxMetres);
-    object.Add("dy_m", c.dyMetres);
-    object.Add("dz_m", c.dzMetres);
-    object.Add("tilt_east", c.tiltEast);
-    object.Add("tilt_north", c.tiltNorth);
-    object.Add("dx_cells", c.dxCells);
-    object.Add("dy_cells", c.dyCells);
-    object.Add("iterations", c.iterations);
-    object.Add("nmad_before_m", c.nmadBeforeMetres);
-    object.Add("nmad_after_m", c.nmadAfterMetres);
-    object.Add("stable_share", c.stableShare);
-    object.Add("sigma_m", c.sigmaMetres);
-    object.Add("sigma_slope_m", c.sigmaPerSlopeMetres);
-    object.Add("correlated_cells", c.correlatedCells);
-    return object;
-}
-
-void addParameters(CPLJSONObject& summary, const Parameters& parameters) {
-    summary.Add("threshold_m", parameters.thresholdMetres);
-    summary.Add("grow_ratio", parameters.growRatio);
-    summary.Add("split_bodies", parameters.splitBodies);
-    if (!parameters.significance)
-        return;
-    const Significance& significance = *parameters.significance;
-    summary.Add("confidence", significance.confidence);
-    if (significance.oldSigmaMetres) {
-        summary.Add("sigma_old_m", *significance.oldSigmaMetres);
-        summary.Add("sigma_new_m", *significance.newSigmaMetres);
-    }
-}
-
 CPLJSONObject ruleObject(bool isOn, std::int64_t rejected) {
     CPLJSONObject rule;
     rule.Add("on", isOn);
@@ -156,9 +121,12 @@ std::string summaryText(const Result& result, const Parameters& parameters) {
     summary.Add("cells", static_cast<GInt64>(result.cells));
     summary.Add("seconds", result.seconds);
     summary.Add("threads", result.threads);
-    addParameters(summary, parameters);
+    summary.Add("threshold_m", parameters.thresholdMetres);
+    summary.Add("grow_ratio", parameters.growRatio);
+    summary.Add("split_bodies", parameters.splitBodies);
+    addSignificance(parameters.significance, summary);
     summary.Add("rules", rulesObject(parameters, result.rejections));
-    summary.Add("coregistration", coregistrationObject(result.coregistration));
+    summary.Add("coregistration", describe(result.coregistration));
     return summary.Format(CPLJSONObject::PrettyFormat::Pretty) + "\n";
 }
 

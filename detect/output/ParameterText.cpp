@@ -1,0 +1,65 @@
+#include "detect/output/ParameterText.h"
+
+#include "detect/output/ResultWriter.h"
+
+namespace detect {
+
+namespace {
+
+struct Figure {
+    const char* name;
+    double Coregistration::*value;
+};
+
+constexpr Figure figures[] = {
+    {"dx_m", &Coregistration::dxMetres},
+    {"dy_m", &Coregistration::dyMetres},
+    {"dz_m", &Coregistration::dzMetres},
+    {"tilt_east", &Coregistration::tiltEast},
+    {"tilt_north", &Coregistration::tiltNorth},
+    {"dx_cells", &Coregistration::dxCells},
+    {"dy_cells", &Coregistration::dyCells},
+    {"nmad_before_m", &Coregistration::nmadBeforeMetres},
+    {"nmad_after_m", &Coregistration::nmadAfterMetres},
+    {"stable_share", &Coregistration::stableShare},
+    {"sigma_m", &Coregistration::sigmaMetres},
+    {"sigma_slope_m", &Coregistration::sigmaPerSlopeMetres},
+    {"correlated_cells", &Coregistration::correlatedCells},
+};
+
+} // namespace
+
+CPLJSONObject describe(const Coregistration& coregistration) {
+    CPLJSONObject object;
+    object.Add("method", methodName(coregistration.method));
+    if (!coregistration.refusal.empty())
+        object.Add("refusal", coregistration.refusal);
+    for (const Figure& figure : figures)
+        object.Add(figure.name, coregistration.*figure.value);
+    object.Add("iterations", coregistration.iterations);
+    return object;
+}
+
+bool parse(const CPLJSONObject& object, Coregistration& coregistration) {
+    const auto method = methodNamed(object.GetString("method"));
+    if (!method)
+        return false;
+    coregistration.method = *method;
+    for (const Figure& figure : figures)
+        coregistration.*figure.value = object.GetDouble(figure.name);
+    coregistration.iterations = object.GetInteger("iterations");
+    coregistration.refusal = object.GetString("refusal");
+    return true;
+}
+
+void addSignificance(const std::optional<Significance>& significance, CPLJSONObject& object) {
+    if (!significance)
+        return;
+    object.Add("confidence", significance->confidence);
+    if (significance->oldSigmaMetres) {
+        object.Add("sigma_old_m", *significance->oldSigmaMetres);
+        object.Add("sigma_new_m", *significance->newSigmaMetres);
+    }
+}
+
+} // namespace detect

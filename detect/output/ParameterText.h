@@ -1,0 +1,18 @@
+#pragma once
+
+#include "detect/Detection.h"
+
+#include <cpl_json.h>
+
+namespace detect {
+
+/// Method, figures and, when a shift was refused, the reason; as a summary and a piece tell it.
+CPLJSONObject describe(const Coregistration& coregistration);
+
+/// False when the method is none of ours.
+bool parse(const CPLJSONObject& object, Coregistration& coregistration);
+
+/// Adds confidence, sigma_old_m and sigma_new_m, as far as they are given.
+void addSignificance(const std::optional<Significance>& significance, CPLJSONObject& object);
+
+} // namespace detect
