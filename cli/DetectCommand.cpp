@@ -1,12 +1,13 @@
 #include "cli/DetectCommand.h"
 
+#include "cli/AnomalyTable.h"
 #include "cli/DetectOptions.h"
 #include "cli/OutputSet.h"
-#include "cli/PrintAnomalies.h"
 #include "cli/ProgressLine.h"
 #include "cli/StopOnSignal.h"
 #include "detect/output/PieceFile.h"
-#include "detect/output/ResultWriter.h"
+#include "detect/output/ResultFile.h"
+#include "detect/output/SummaryFile.h"
 
 #include <gdal.h>
 
@@ -60,41 +61,50 @@ std::variant<Found, Failure> withProgress(const DetectTask& task, const Detect& 
     });
 }
 
-std::optional<Failure> detectWhole(const DetectTask& task, const detect::Request& request, const Paths& paths,
-                                   detect::Result& result) {
-    auto detected = withProgress<detect::Result>(
-        task, [&](const detect::Progress& progress) { return detect::detectChanges(request, progress); });
-    if (auto* failure = std::get_if<Failure>(&detected))
-        return *failure;
-    result = std::get<detect::Result>(std::move(detected));
-    return detect::writeAnomalies(result.anomalies, result.srsWkt, paths.out);
-}
+/// What a task gives besides its files. Nobody reads a table that stays unprinted: it would only fill memory.
+struct Told {
+    detect::RunReport report;
+    AnomalyTable table;
+};
 
-std::optional<Failure> detectWindow(const DetectTask& task, const detect::Request& request,
-                                    const Paths& paths, detect::Result& result) {
-    auto detected = withProgress<detect::Piece>(task, [&](const detect::Progress& progress) {
-        return detect::detectPiece(request, *task.window, progress);
+std::optional<Failure> detectWhole(const DetectTask& task, const detect::Request& request, const Paths& paths,
+                                   Told& told) {
+    detect::ResultFile file(paths.out);
+    Tabulated receiver(file, task.quiet ? nullptr : &told.table);
+    auto detected = withProgress<detect::RunReport>(task, [&](const detect::Progress& progress) {
+        return detect::detectChanges(request, receiver, progress);
     });
     if (auto* failure = std::get_if<Failure>(&detected))
         return *failure;
-    detect::Piece& piece = std::get<detect::Piece>(detected);
-    if (auto failure = detect::writePiece(piece, paths.out))
-        return failure;
-    result = detect::resultOf(std::move(piece));
-    return std::nullopt;
+    told.report = std::get<detect::RunReport>(std::move(detected));
+    return file.commit();
 }
 
-std::optional<Failure> detectAndWrite(const DetectTask& task, OutputSet& outputs, detect::Result& result) {
+std::optional<Failure> detectWindow(const DetectTask& task, const detect::Request& request,
+                                    const Paths& paths, Told& told) {
+    detect::PieceFile file(paths.out);
+    Tabulated receiver(file, task.quiet ? nullptr : &told.table);
+    auto detected = withProgress<detect::Piece>(task, [&](const detect::Progress& progress) {
+        return detect::detectPiece(request, *task.window, receiver, progress);
+    });
+    if (auto* failure = std::get_if<Failure>(&detected))
+        return *failure;
+    const detect::Piece& piece = std::get<detect::Piece>(detected);
+    told.report = detect::reportOf(piece);
+    return file.commit(piece);
+}
+
+std::optional<Failure> detectAndWrite(const DetectTask& task, OutputSet& outputs, Told& told) {
     Paths paths;
     if (auto failure = stage(task, outputs, paths))
         return failure;
     detect::Request request = task.request;
     request.dzRaster = paths.dz;
     const auto detect = task.window ? detectWindow : detectWhole;
-    if (auto failure = detect(task, request, paths, result))
+    if (auto failure = detect(task, request, paths, told))
         return failure;
     if (!paths.summary.empty())
-        if (auto failure = detect::writeSummary(result, request.parameters, paths.summary))
+        if (auto failure = detect::writeSummary(told.report, request.parameters, paths.summary))
             return failure;
     return outputs.commit();
 }
@@ -112,14 +122,14 @@ int runDetect(const std::vector<std::string>& arguments) {
 
     GDALSetCacheMax64(rasterCacheBytes);
     OutputSet outputs;
-    detect::Result result;
-    if (const auto failure = detectAndWrite(*task, outputs, result))
+    Told told;
+    if (const auto failure = detectAndWrite(*task, outputs, told))
         return fail(command, statusFailed, outputs.inUsersWords(failure->message));
     if (task->quiet)
         return statusDone;
-    if (const std::string& refusal = result.coregistration.refusal; !refusal.empty())
+    if (const std::string& refusal = told.report.coregistration.refusal; !refusal.empty())
         std::fprintf(stderr, "corridor detect: 未做水平配准：%s；只校正高差\n", refusal.c_str());
-    printAnomalies(result);
+    told.table.print();
     return statusDone;
 }
 

@@ -1,7 +1,8 @@
 #include "cli/DetectOptions.h"
 
 #include "cli/OutputSet.h"
-#include "detect/output/ResultWriter.h"
+#include "detect/output/ParameterText.h"
+#include "detect/output/ResultFile.h"
 
 #include <algorithm>
 #include <filesystem>

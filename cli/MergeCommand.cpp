@@ -1,10 +1,11 @@
 #include "cli/MergeCommand.h"
 
+#include "cli/AnomalyTable.h"
 #include "cli/Options.h"
 #include "cli/OutputSet.h"
-#include "cli/PrintAnomalies.h"
 #include "detect/output/PieceFile.h"
-#include "detect/output/ResultWriter.h"
+#include "detect/output/ResultFile.h"
+#include "detect/output/SummaryFile.h"
 
 #include <optional>
 
@@ -44,35 +45,40 @@ std::optional<std::string> wrongFiles(const Options& options) {
     return std::nullopt;
 }
 
-std::variant<detect::Result, Failure> mergeFiles(const std::vector<std::string>& files,
-                                                 detect::Parameters& parameters) {
+std::variant<std::vector<detect::Piece>, Failure> readSeams(const std::vector<std::string>& files) {
     std::vector<detect::Piece> pieces;
     for (const std::string& file : files) {
-        auto read = detect::readPiece(file);
+        auto read = detect::readPieceSeams(file);
         if (auto* failure = std::get_if<Failure>(&read))
             return *failure;
         pieces.push_back(std::get<detect::Piece>(std::move(read)));
     }
-    parameters = pieces.front().frame.parameters;
-    return detect::mergePieces(std::move(pieces));
+    return pieces;
 }
 
-std::optional<Failure> mergeAndWrite(const Options& options, OutputSet& outputs, detect::Result& result) {
+std::optional<Failure> mergeAndWrite(const Options& options, OutputSet& outputs, AnomalyTable& table) {
     std::string out;
     std::string summary;
     if (auto failure = outputs.stage(options.value("--out"), out))
         return failure;
     if (auto failure = outputs.stage(options.value("--summary"), summary))
         return failure;
-    detect::Parameters parameters;
-    auto merged = mergeFiles(options.positional, parameters);
-    if (auto* failure = std::get_if<Failure>(&merged))
+    const std::vector<std::string>& files = options.positional;
+    const auto read = readSeams(files);
+    if (const auto* failure = std::get_if<Failure>(&read))
         return *failure;
-    result = std::get<detect::Result>(std::move(merged));
-    if (auto failure = detect::writeAnomalies(result.anomalies, result.srsWkt, out))
+    const auto& pieces = std::get<std::vector<detect::Piece>>(read);
+    detect::ResultFile file(out);
+    Tabulated receiver(file, options.has("--quiet") ? nullptr : &table);
+    const auto anomaliesOf = [&files](std::size_t piece) { return detect::readPieceAnomalies(files[piece]); };
+    const auto merged = detect::mergePieces(pieces, anomaliesOf, receiver);
+    if (const auto* failure = std::get_if<Failure>(&merged))
+        return *failure;
+    if (auto failure = file.commit())
         return failure;
     if (!summary.empty())
-        if (auto failure = detect::writeSummary(result, parameters, summary))
+        if (auto failure = detect::writeSummary(std::get<detect::RunReport>(merged),
+                                                pieces.front().frame.parameters, summary))
             return failure;
     return outputs.commit();
 }
@@ -87,11 +93,11 @@ int runMerge(const std::vector<std::string>& arguments) {
     if (const auto wrong = wrongFiles(options))
         return fail(command, statusWrongUse, *wrong);
     OutputSet outputs;
-    detect::Result result;
-    if (const auto failure = mergeAndWrite(options, outputs, result))
+    AnomalyTable table;
+    if (const auto failure = mergeAndWrite(options, outputs, table))
         return fail(command, statusFailed, outputs.inUsersWords(failure->message));
     if (!options.has("--quiet"))
-        printAnomalies(result);
+        table.print();
     return statusDone;
 }
 

@@ -1,6 +1,7 @@
 #include "detect/Detection.h"
 
 #include "detect/GdalErrors.h"
+#include "detect/KeptAnomalies.h"
 #include "detect/OrderedWork.h"
 #include "detect/Piece.h"
 #include "detect/coregister/Coregister.h"
@@ -8,6 +9,7 @@
 #include "detect/raster/RasterPair.h"
 #include "detect/search/BlockWorker.h"
 #include "detect/search/RowMerger.h"
+#include "detect/shape/AnomalyBuilder.h"
 
 #include <chrono>
 #include <cmath>
@@ -76,8 +78,9 @@ public:
     Detector(const Request& request, const Progress& progress)
         : m_request(request), m_progress(progress), m_threads(threadsFor(request.parameters)) {}
 
-    /// Looks at the part of the overlap inside `window`, at all of it without.
-    std::variant<Piece, Failure> run(const std::optional<CellWindow>& window) {
+    /// Looks at the part of the overlap inside `window`, at all of it without. The anomalies go to the
+    /// receiver.
+    std::variant<Piece, Failure> run(const std::optional<CellWindow>& window, AnomalyReceiver& receiver) {
         const auto start = std::chrono::steady_clock::now();
         if (auto failure = checkParameters(m_request.parameters))
             return *failure;
@@ -90,13 +93,15 @@ public:
             return *failure;
         if (auto failure = findCoregistration())
             return *failure;
+        describe();
+        if (auto failure = receiver.begin(m_piece.frame.srsWkt))
+            return *failure;
         if (!m_piece.window.empty())
-            if (auto failure = findAnomalies())
+            if (auto failure = findAnomalies(receiver))
                 return *failure;
         if (m_dzRaster)
             if (auto failure = m_dzRaster->commit())
                 return *failure;
-        describe();
         m_piece.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
         return std::move(m_piece);
     }
@@ -135,13 +140,14 @@ private:
         return std::nullopt;
     }
 
-    std::optional<Failure> findAnomalies() {
+    std::optional<Failure> findAnomalies(AnomalyReceiver& receiver) {
         const Parameters& parameters = m_request.parameters;
         const Grid& grid = m_layout.oldRaster.grid;
         const BlockPlan plan(m_layout.oldRaster, m_piece.window, parameters.blockRows,
                              parameters.blockColumns);
         const BlockTask task = taskFor(plan);
-        AnomalyBuilder builder(grid, parameters, m_piece.frame.coregistration);
+        AnomalyOrder found(receiver);
+        AnomalyBuilder builder(grid, parameters, m_piece.frame.coregistration, found);
         const BlockEdges edges = cutEdges(m_piece.window, m_layout.overlap);
         Labeller labeller([&](Component& component) {
             if (component.touches(edges))
@@ -162,6 +168,8 @@ private:
         const auto take = [&](Block block) -> std::optional<Failure> {
             m_piece.cells += block.compared;
             merger.add(std::move(block.found));
+            if (auto failure = found.releaseAbove(labeller.firstOpenRow()))
+                return failure;
             if (m_dzRaster)
                 if (auto failure = m_dzRaster->write(block.window, block.dz))
                     return failure;
@@ -173,9 +181,10 @@ private:
         if (auto failure = workInOrder<Block>(plan.count(), m_threads, makeWorker, take))
             return failure;
         labeller.finish();
-        m_piece.anomalies = builder.take();
         m_piece.rejections = builder.rejections();
-        return std::nullopt;
+        const auto failure = found.releaseAll();
+        m_piece.found = found.released();
+        return failure;
     }
 
     void describe() {
@@ -201,6 +210,7 @@ private:
         if (!m_layout.offset || !task.shift.none())
             task.artefactReach = ResamplingArtefacts::reachCells(grid, m_layout.newRaster.grid);
         task.dropLonely = m_request.parameters.rules.core;
+        task.explain = m_request.parameters.rules.sliver;
         task.keepDz = m_dzRaster.has_value();
         return task;
     }
@@ -218,19 +228,35 @@ private:
 } // namespace
 
 std::variant<Piece, Failure> detectPiece(const Request& request, const CellWindow& window,
-                                         const Progress& progress) {
+                                         AnomalyReceiver& receiver, const Progress& progress) {
     const GdalErrors quiet;
-    return Detector(request, progress).run(window);
+    return Detector(request, progress).run(window, receiver);
+}
+
+std::variant<Piece, Failure> detectPiece(const Request& request, const CellWindow& window,
+                                         const Progress& progress) {
+    KeptAnomalies kept;
+    auto found = detectPiece(request, window, kept, progress);
+    if (auto* piece = std::get_if<Piece>(&found))
+        piece->anomalies = kept.handOver();
+    return found;
+}
+
+std::variant<RunReport, Failure> detectChanges(const Request& request, AnomalyReceiver& receiver,
+                                               const Progress& progress) {
+    const GdalErrors quiet;
+    const auto whole = Detector(request, progress).run(std::nullopt, receiver);
+    if (const auto* failure = std::get_if<Failure>(&whole))
+        return *failure;
+    const Piece& piece = std::get<Piece>(whole);
+    if (piece.cells == 0)
+        return nothingCompared(piece.frame);
+    return reportOf(piece);
 }
 
 std::variant<Result, Failure> detectChanges(const Request& request, const Progress& progress) {
-    const GdalErrors quiet;
-    auto whole = Detector(request, progress).run(std::nullopt);
-    if (auto* failure = std::get_if<Failure>(&whole))
-        return *failure;
-    std::vector<Piece> pieces;
-    pieces.push_back(std::get<Piece>(std::move(whole)));
-    return mergePieces(std::move(pieces));
+    KeptAnomalies kept;
+    return kept.resultOf(detectChanges(request, kept, progress));
 }
 
 std::variant<Coregistration, Failure> estimateCoregistration(const Request& request,

@@ -35,6 +35,16 @@ struct CellWindow {
     std::int64_t cells() const { return std::int64_t{columns} * rows; }
 };
 
+/// A cell of a raster. Row order: row by row, left to right.
+struct Cell {
+    std::int32_t row = 0;
+    std::int32_t column = 0;
+
+    bool operator<(const Cell& other) const {
+        return row != other.row ? row < other.row : column < other.column;
+    }
+};
+
 enum class CoregistrationMethod { None, Bias, Full };
 
 /// What must be added to the new epoch's coordinates so that it lies on the old one.
@@ -133,7 +143,8 @@ using Ring = std::vector<Point>;
 
 /// One ground change. Lengths in metres, areas in square metres, volumes in cubic metres.
 struct Anomaly {
-    std::string name; ///< "A0001", numbered by first cell in row order
+    std::string name; ///< "A0001" and on, in the order of the first cells
+    Cell first;       ///< in row order, of the old raster; no two anomalies share it
     Kind kind = Kind::Fill;
     Ring outline; ///< outer ring, counter-clockwise
     std::vector<Ring> holes;
@@ -174,14 +185,19 @@ struct Request {
     std::string dzRaster;
 };
 
-struct Result {
-    std::vector<Anomaly> anomalies;
+/// What a run tells besides its anomalies.
+struct RunReport {
+    std::int64_t found = 0; ///< anomalies
     Coregistration coregistration;
     std::string srsWkt;     ///< the old raster's reference system
     std::int64_t cells = 0; ///< cells compared
     Rejections rejections;
     double seconds = 0.0;
     int threads = 1;
+};
+
+struct Result : RunReport {
+    std::vector<Anomaly> anomalies;
 };
 
 /// One line that names the file and the cause. `cancelled` tells the user's stop from a failure,
@@ -195,8 +211,23 @@ struct Failure {
 /// Called from the calling thread with 0..1; returning false stops the work with a cancelled Failure.
 using Progress = std::function<bool(double)>;
 
+/// Takes the anomalies of a run while it goes on, in the calling thread. A Failure ends the run.
+class AnomalyReceiver {
+public:
+    virtual ~AnomalyReceiver() = default;
+    /// Once, before the first anomaly. `srsWkt`: the reference system of all outlines.
+    virtual std::optional<Failure> begin(const std::string& srsWkt) = 0;
+    /// In the order of the names.
+    virtual std::optional<Failure> take(Anomaly anomaly) = 0;
+};
+
 /// Finds the changes. Runs in the calling thread and in `parameters.threads` workers; memory grows with the
-/// width of a block row and the number of anomalies only. Nothing half-written is left behind on failure.
+/// width of a block row and with what is still connected to the row just read. Nothing half-written is left
+/// behind on failure.
+std::variant<RunReport, Failure> detectChanges(const Request& request, AnomalyReceiver& receiver,
+                                               const Progress& progress = {});
+
+/// The same, all anomalies kept in memory.
 std::variant<Result, Failure> detectChanges(const Request& request, const Progress& progress = {});
 
 /// Estimates the co-registration over the whole overlap, without looking for changes.

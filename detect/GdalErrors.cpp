@@ -13,6 +13,21 @@ void CPL_STDCALL rememberFailure(CPLErr severity, CPLErrorNum, const char* messa
         static_cast<GdalErrors*>(CPLGetErrorHandlerUserData())->remember(message);
 }
 
+/// GDAL quotes whole scripts of SQL; what went wrong stands at the end.
+std::string shortened(const std::string& words) {
+    constexpr std::size_t kept = 80; // bytes at either end
+    if (words.size() <= 3 * kept)
+        return words;
+    const auto isInsideCharacter = [&words](std::size_t i) { return (words[i] & 0xC0) == 0x80; };
+    std::size_t head = kept;
+    while (isInsideCharacter(head))
+        --head;
+    std::size_t tail = words.size() - kept;
+    while (isInsideCharacter(tail))
+        ++tail;
+    return words.substr(0, head) + " … " + words.substr(tail);
+}
+
 } // namespace
 
 GdalErrors::GdalErrors() {
@@ -32,7 +47,7 @@ Failure failureOf(const std::string& file, const std::string& cause, const std::
     Failure failure;
     failure.message = file + "：" + cause;
     if (!gdalWords.empty())
-        failure.message += "（" + gdalWords + "）";
+        failure.message += "（" + shortened(gdalWords) + "）";
     std::replace(failure.message.begin(), failure.message.end(), '\n', ' ');
     std::replace(failure.message.begin(), failure.message.end(), '\r', ' ');
     return failure;

@@ -1,9 +1,12 @@
 #include "detect/Piece.h"
 
 #include "detect/GdalErrors.h"
+#include "detect/KeptAnomalies.h"
 #include "detect/search/Labeller.h"
+#include "detect/shape/AnomalyBuilder.h"
 
 #include <algorithm>
+#include <numeric>
 
 namespace detect {
 
@@ -12,7 +15,8 @@ namespace {
 bool same(const Coregistration& a, const Coregistration& b) {
     return a.method == b.method && a.dxMetres == b.dxMetres && a.dyMetres == b.dyMetres &&
            a.dzMetres == b.dzMetres && a.tiltEast == b.tiltEast && a.tiltNorth == b.tiltNorth &&
-           a.sigmaMetres == b.sigmaMetres && a.sigmaPerSlopeMetres == b.sigmaPerSlopeMetres;
+           a.sigmaMetres == b.sigmaMetres && a.sigmaPerSlopeMetres == b.sigmaPerSlopeMetres &&
+           a.correlatedCells == b.correlatedCells;
 }
 
 bool same(const std::optional<Significance>& a, const std::optional<Significance>& b) {
@@ -110,10 +114,6 @@ Grid gridOf(const PieceFrame& frame) {
     return {frame.columns, frame.rows, frame.cellToMap, std::move(srs)};
 }
 
-void moveAll(std::vector<PlacedAnomaly> from, std::vector<PlacedAnomaly>& to) {
-    std::move(from.begin(), from.end(), std::back_inserter(to));
-}
-
 void add(const Rejections& more, Rejections& sum) {
     sum.core += more.core;
     sum.area += more.area;
@@ -121,8 +121,8 @@ void add(const Rejections& more, Rejections& sum) {
     sum.speckle += more.speckle;
 }
 
-/// Labels what the windows cut, as if it had never been cut, and adds what comes out to `whole`.
-void stitch(const std::vector<Piece>& pieces, Piece& whole) {
+/// Labels what the windows cut, as if it had never been cut.
+Rejections stitch(const std::vector<Piece>& pieces, AnomalyOrder& found) {
     struct SeamRun {
         const Run* run;
         const float* heights;
@@ -131,58 +131,93 @@ void stitch(const std::vector<Piece>& pieces, Piece& whole) {
     for (const Piece& piece : pieces)
         for (const Run& run : piece.seamRuns.runs)
             all.push_back({&run, piece.seamRuns.heightsOf(run)});
-    if (all.empty())
-        return;
-    std::sort(all.begin(), all.end(), [](const SeamRun& a, const SeamRun& b) {
-        const Run& p = *a.run;
-        const Run& q = *b.run;
-        return p.row != q.row ? p.row < q.row : p.begin != q.begin ? p.begin < q.begin : p.sign < q.sign;
-    });
+    std::sort(all.begin(), all.end(),
+              [](const SeamRun& a, const SeamRun& b) { return a.run->isBefore(*b.run); });
     const PieceFrame& frame = pieces.front().frame;
-    AnomalyBuilder builder(gridOf(frame), frame.parameters, frame.coregistration);
+    AnomalyBuilder builder(gridOf(frame), frame.parameters, frame.coregistration, found);
     Labeller labeller([&builder](Component& component) { builder.consider(component); });
     for (const SeamRun& seam : all)
         labeller.add(*seam.run, seam.heights);
     labeller.finish();
-    moveAll(builder.take(), whole.anomalies);
-    add(builder.rejections(), whole.rejections);
+    return builder.rejections();
+}
+
+/// Adds the anomalies that lie whole inside their windows, from the topmost window on, and hands over what
+/// must come before those still to be read.
+std::optional<Failure> gather(const std::vector<Piece>& pieces, const AnomaliesOfPiece& anomaliesOf,
+                              AnomalyOrder& found) {
+    std::vector<std::size_t> downwards(pieces.size());
+    std::iota(downwards.begin(), downwards.end(), std::size_t{0});
+    std::sort(downwards.begin(), downwards.end(), [&pieces](std::size_t a, std::size_t b) {
+        return pieces[a].window.row < pieces[b].window.row;
+    });
+    for (const std::size_t piece : downwards) {
+        if (auto failure = found.releaseAbove(pieces[piece].window.row))
+            return failure;
+        auto read = anomaliesOf(piece);
+        if (auto* failure = std::get_if<Failure>(&read))
+            return *failure;
+        for (Anomaly& anomaly : std::get<std::vector<Anomaly>>(read))
+            found.add(std::move(anomaly));
+    }
+    return found.releaseAll();
+}
+
+RunReport reportOfAll(const std::vector<Piece>& pieces) {
+    RunReport report = reportOf(pieces.front());
+    for (std::size_t i = 1; i < pieces.size(); ++i) {
+        add(pieces[i].rejections, report.rejections);
+        report.cells += pieces[i].cells;
+        report.seconds += pieces[i].seconds;
+        report.threads = std::max(report.threads, pieces[i].threads);
+    }
+    return report;
 }
 
 } // namespace
 
-std::variant<Result, Failure> mergePieces(std::vector<Piece> pieces) {
+Failure nothingCompared(const PieceFrame& frame) {
+    return nothingInWindow(failureOf(frame.newRaster, "与旧期 " + frame.oldRaster + " 没有同时有效的像元"));
+}
+
+RunReport reportOf(const Piece& piece) {
+    RunReport report;
+    report.found = piece.found;
+    report.coregistration = piece.frame.coregistration;
+    report.srsWkt = piece.frame.srsWkt;
+    report.cells = piece.cells;
+    report.rejections = piece.rejections;
+    report.seconds = piece.seconds;
+    report.threads = piece.threads;
+    return report;
+}
+
+std::variant<RunReport, Failure> mergePieces(const std::vector<Piece>& pieces,
+                                             const AnomaliesOfPiece& anomaliesOf, AnomalyReceiver& receiver) {
     if (pieces.empty())
         return Failure{"没有可合并的窗口"};
     if (auto failure = checkFrames(pieces))
         return *failure;
     if (auto failure = checkWindows(pieces))
         return *failure;
-    Piece whole;
-    whole.frame = pieces.front().frame;
-    stitch(pieces, whole);
-    for (Piece& piece : pieces) {
-        moveAll(std::move(piece.anomalies), whole.anomalies);
-        add(piece.rejections, whole.rejections);
-        whole.cells += piece.cells;
-        whole.seconds += piece.seconds;
-        whole.threads = std::max(whole.threads, piece.threads);
-    }
-    if (whole.cells == 0)
-        return nothingInWindow(
-            failureOf(whole.frame.newRaster, "与旧期 " + whole.frame.oldRaster + " 没有同时有效的像元"));
-    return resultOf(std::move(whole));
+    RunReport report = reportOfAll(pieces);
+    const PieceFrame& frame = pieces.front().frame;
+    if (report.cells == 0)
+        return nothingCompared(frame);
+    if (auto failure = receiver.begin(frame.srsWkt))
+        return *failure;
+    AnomalyOrder found(receiver);
+    add(stitch(pieces, found), report.rejections);
+    if (auto failure = gather(pieces, anomaliesOf, found))
+        return *failure;
+    report.found = found.released();
+    return report;
 }
 
-Result resultOf(Piece piece) {
-    Result result;
-    result.anomalies = inOrder(std::move(piece.anomalies));
-    result.coregistration = piece.frame.coregistration;
-    result.srsWkt = piece.frame.srsWkt;
-    result.cells = piece.cells;
-    result.rejections = piece.rejections;
-    result.seconds = piece.seconds;
-    result.threads = piece.threads;
-    return result;
+std::variant<Result, Failure> mergePieces(std::vector<Piece> pieces) {
+    KeptAnomalies kept;
+    const auto anomaliesOf = [&pieces](std::size_t piece) { return std::move(pieces[piece].anomalies); };
+    return kept.resultOf(mergePieces(pieces, anomaliesOf, kept));
 }
 
 } // namespace detect

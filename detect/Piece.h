@@ -1,7 +1,8 @@
 #pragma once
 
 #include "detect/Detection.h"
-#include "detect/shape/AnomalyBuilder.h"
+#include "detect/raster/Grid.h"
+#include "detect/search/Runs.h"
 
 namespace detect {
 
@@ -22,9 +23,10 @@ struct PieceFrame {
 /// reach its cut edges, which only the neighbouring windows can complete.
 struct Piece {
     PieceFrame frame;
-    CellWindow window; ///< within the overlap; may be empty
-    std::vector<PlacedAnomaly> anomalies;
-    MeasuredRuns seamRuns; ///< in no order, gaps still marked
+    CellWindow window;              ///< within the overlap; may be empty
+    std::int64_t found = 0;         ///< anomalies that lie whole inside
+    std::vector<Anomaly> anomalies; ///< those, named for this piece alone, unless they went to a receiver
+    MeasuredRuns seamRuns;          ///< in no order, gaps still marked
     Rejections rejections;
     std::int64_t cells = 0; ///< compared
     double seconds = 0.0;
@@ -34,13 +36,29 @@ struct Piece {
 /// Looks at one window (cells of the old raster) of a pair. The co-registration is that of the whole pair, so
 /// every piece finds the same one. A window without cells in common gives a piece without anomalies.
 std::variant<Piece, Failure> detectPiece(const Request& request, const CellWindow& window,
+                                         AnomalyReceiver& receiver, const Progress& progress = {});
+
+/// The same, the anomalies in the piece.
+std::variant<Piece, Failure> detectPiece(const Request& request, const CellWindow& window,
                                          const Progress& progress = {});
 
-/// What one piece alone has found, in order and named; for a summary.
-Result resultOf(Piece piece);
+/// What one piece alone tells; for a summary.
+RunReport reportOf(const Piece& piece);
+
+/// No cell was valid in both rasters.
+Failure nothingCompared(const PieceFrame& frame);
+
+/// Reads the anomalies of a piece, given by its index among the pieces.
+using AnomaliesOfPiece = std::function<std::variant<std::vector<Anomaly>, Failure>(std::size_t piece)>;
 
 /// Puts pieces together: exactly what detectChanges gives for the whole pair, but for the time it took.
-/// Fails for pieces of different comparisons, for such that overlap, and where pieces are missing.
+/// `pieces` bring everything but their anomalies; those are asked for when their turn comes, so that only the
+/// pieces beside each other are in memory at once. Fails for pieces of different comparisons, for such that
+/// overlap, and where pieces are missing.
+std::variant<RunReport, Failure> mergePieces(const std::vector<Piece>& pieces,
+                                             const AnomaliesOfPiece& anomaliesOf, AnomalyReceiver& receiver);
+
+/// The same with pieces in memory.
 std::variant<Result, Failure> mergePieces(std::vector<Piece> pieces);
 
 } // namespace detect

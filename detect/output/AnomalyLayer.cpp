@@ -72,6 +72,13 @@ bool addAnomaly(OGRLayer& layer, const Anomaly& anomaly, const std::string& attr
     return layer.CreateFeature(featureOf(layer, anomaly, attribute).get()) == OGRERR_NONE;
 }
 
+std::int64_t countReadable(OGRLayer& layer) {
+    std::int64_t count = 0;
+    for (const auto& feature : layer)
+        count += feature->GetGeometryRef() != nullptr ? 1 : 0;
+    return count;
+}
+
 std::optional<Anomaly> anomalyOf(const OGRFeature& feature) {
     const OGRGeometry* geometry = feature.GetGeometryRef();
     if (geometry == nullptr || wkbFlatten(geometry->getGeometryType()) != wkbPolygon || geometry->IsEmpty() ||

@@ -22,7 +22,12 @@ OGRFeatureUniquePtr featureOf(const OGRLayer& layer, const Anomaly& anomaly, con
 /// False when the feature could not be written.
 bool addAnomaly(OGRLayer& layer, const Anomaly& anomaly, const std::string& attribute);
 
-/// All but the centroid, which no field holds. Nothing for a feature that is no anomaly.
+/// Features of a finished file that can be read and have a geometry: closing a file does not report every
+/// failed write.
+std::int64_t countReadable(OGRLayer& layer);
+
+/// All but the centroid and the first cell, which no field of these holds. Nothing for a feature that is no
+/// anomaly.
 std::optional<Anomaly> anomalyOf(const OGRFeature& feature);
 
 } // namespace detect

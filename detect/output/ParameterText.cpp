@@ -1,7 +1,5 @@
 #include "detect/output/ParameterText.h"
 
-#include "detect/output/ResultWriter.h"
-
 namespace detect {
 
 namespace {
@@ -28,6 +26,26 @@ constexpr Figure figures[] = {
 };
 
 } // namespace
+
+const char* methodName(CoregistrationMethod method) {
+    switch (method) {
+    case CoregistrationMethod::None:
+        return "none";
+    case CoregistrationMethod::Bias:
+        return "bias";
+    case CoregistrationMethod::Full:
+        break;
+    }
+    return "full";
+}
+
+std::optional<CoregistrationMethod> methodNamed(const std::string& name) {
+    using Method = CoregistrationMethod;
+    for (const Method method : {Method::None, Method::Bias, Method::Full})
+        if (name == methodName(method))
+            return method;
+    return std::nullopt;
+}
 
 CPLJSONObject describe(const Coregistration& coregistration) {
     CPLJSONObject object;

@@ -4,7 +4,14 @@
 
 #include <cpl_json.h>
 
+#include <optional>
+#include <string>
+
 namespace detect {
+
+/// "none", "bias" or "full".
+const char* methodName(CoregistrationMethod method);
+std::optional<CoregistrationMethod> methodNamed(const std::string& name);
 
 /// Method, figures and, when a shift was refused, the reason; as a summary and a piece tell it.
 CPLJSONObject describe(const Coregistration& coregistration);

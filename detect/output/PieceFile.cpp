@@ -1,7 +1,6 @@
 #include "detect/output/PieceFile.h"
 
 #include "detect/GdalErrors.h"
-#include "detect/StagedOutput.h"
 #include "detect/output/AnomalyLayer.h"
 #include "detect/output/PieceFrameText.h"
 
@@ -40,24 +39,15 @@ bool createFields(OGRLayer& layer, const Field (&fields)[count]) {
     return true;
 }
 
-bool writeAnomalyLayer(GDALDataset& file, const Piece& piece) {
+OGRLayer* createAnomalyLayer(GDALDataset& file, const std::string& srsWkt) {
     OGRSpatialReference srs;
     srs.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
-    if (srs.importFromWkt(piece.frame.srsWkt.c_str()) != OGRERR_NONE)
-        return false;
+    if (srs.importFromWkt(srsWkt.c_str()) != OGRERR_NONE)
+        return nullptr;
     OGRLayer* layer = file.CreateLayer("anomalies", &srs, wkbPolygon, nullptr);
-    if (layer == nullptr || !createAnomalyFields(*layer, false) || !createFields(*layer, placeFields))
-        return false;
-    for (const PlacedAnomaly& placed : piece.anomalies) {
-        const auto feature = featureOf(*layer, placed.anomaly, {});
-        feature->SetField("first_row", placed.firstRow);
-        feature->SetField("first_col", placed.firstColumn);
-        feature->SetField("x", placed.anomaly.centroid.x);
-        feature->SetField("y", placed.anomaly.centroid.y);
-        if (layer->CreateFeature(feature.get()) != OGRERR_NONE)
-            return false;
-    }
-    return true;
+    const bool created =
+        layer != nullptr && createAnomalyFields(*layer, false) && createFields(*layer, placeFields);
+    return created ? layer : nullptr;
 }
 
 bool writeSeamRuns(GDALDataset& file, const MeasuredRuns& seamRuns) {
@@ -104,7 +94,7 @@ bool readDescription(GDALDataset& file, Piece& piece) {
     return row && parsePiece(row->GetFieldAsString("description"), piece);
 }
 
-bool readAnomalyLayer(GDALDataset& file, Piece& piece) {
+bool readAnomalyLayer(GDALDataset& file, std::vector<Anomaly>& anomalies) {
     OGRLayer* layer = file.GetLayerByName("anomalies");
     if (layer == nullptr)
         return false;
@@ -113,8 +103,8 @@ bool readAnomalyLayer(GDALDataset& file, Piece& piece) {
         if (!anomaly)
             return false;
         anomaly->centroid = {feature->GetFieldAsDouble("x"), feature->GetFieldAsDouble("y")};
-        piece.anomalies.push_back({feature->GetFieldAsInteger("first_row"),
-                                   feature->GetFieldAsInteger("first_col"), std::move(*anomaly)});
+        anomaly->first = {feature->GetFieldAsInteger("first_row"), feature->GetFieldAsInteger("first_col")};
+        anomalies.push_back(std::move(*anomaly));
     }
     return true;
 }
@@ -160,46 +150,110 @@ bool readSeamRuns(GDALDataset& file, MeasuredRuns& seamRuns) {
     return true;
 }
 
-/// Closing does not report every failed write, so the finished file is read again.
+GDALDatasetUniquePtr openPiece(const std::string& path) {
+    return GDALDatasetUniquePtr(GDALDataset::Open(path.c_str(), GDAL_OF_VECTOR | GDAL_OF_READONLY));
+}
+
 bool holds(const std::string& path, const Piece& piece) {
-    const auto read = readPiece(path);
+    const auto read = readPieceSeams(path);
     const auto* found = std::get_if<Piece>(&read);
-    return found != nullptr && found->anomalies.size() == piece.anomalies.size() &&
-           found->seamRuns.runs.size() == piece.seamRuns.runs.size();
+    const auto file = openPiece(path);
+    OGRLayer* anomalies = file ? file->GetLayerByName("anomalies") : nullptr;
+    return found != nullptr && found->seamRuns.runs.size() == piece.seamRuns.runs.size() &&
+           anomalies != nullptr && countReadable(*anomalies) == piece.found;
 }
 
 } // namespace
 
-std::optional<Failure> writePiece(const Piece& piece, const std::string& path) {
-    GDALAllRegister();
-    auto staged = StagedOutput::beside(path);
-    if (auto* failure = std::get_if<Failure>(&staged))
-        return *failure;
-    StagedOutput& output = std::get<StagedOutput>(staged);
-    GdalErrors errors;
-    GDALDriver* driver = GetGDALDriverManager()->GetDriverByName("GPKG");
-    GDALDatasetUniquePtr file(driver->Create(output.path().c_str(), 0, 0, 0, GDT_Unknown, nullptr));
-    const bool written = file && file->StartTransaction() == OGRERR_NONE && writeAnomalyLayer(*file, piece) &&
-                         writeSeamRuns(*file, piece.seamRuns) && writeDescription(*file, piece) &&
-                         file->CommitTransaction() == OGRERR_NONE;
-    file.reset();
-    if (!written || errors.any() || !holds(output.path(), piece))
-        return failureOf(path, writeFailed, errors.first());
-    return output.commit();
+PieceFile::~PieceFile() {
+    const GdalErrors quiet; // whatever goes wrong with a file that nobody wants any more
+    m_dataset.reset();
 }
 
-std::variant<Piece, Failure> readPiece(const std::string& path) {
+std::optional<Failure> PieceFile::begin(const std::string& srsWkt) {
+    GDALAllRegister();
+    auto staged = StagedOutput::beside(m_path);
+    if (auto* failure = std::get_if<Failure>(&staged))
+        return *failure;
+    m_output.emplace(std::get<StagedOutput>(std::move(staged)));
+    const GdalErrors errors;
+    GDALDriver* driver = GetGDALDriverManager()->GetDriverByName("GPKG");
+    m_dataset.reset(driver->Create(m_output->path().c_str(), 0, 0, 0, GDT_Unknown, nullptr));
+    if (m_dataset && m_dataset->StartTransaction() == OGRERR_NONE)
+        m_layer = createAnomalyLayer(*m_dataset, srsWkt);
+    if (m_layer == nullptr || errors.any())
+        return failureOf(m_path, writeFailed, errors.first());
+    return std::nullopt;
+}
+
+std::optional<Failure> PieceFile::take(Anomaly anomaly) {
+    const GdalErrors errors;
+    const auto feature = featureOf(*m_layer, anomaly, {});
+    feature->SetField("first_row", anomaly.first.row);
+    feature->SetField("first_col", anomaly.first.column);
+    feature->SetField("x", anomaly.centroid.x);
+    feature->SetField("y", anomaly.centroid.y);
+    if (m_layer->CreateFeature(feature.get()) != OGRERR_NONE || errors.any())
+        return failureOf(m_path, writeFailed, errors.first());
+    return std::nullopt;
+}
+
+std::optional<Failure> PieceFile::commit(const Piece& piece) {
+    const GdalErrors errors;
+    const bool written = writeSeamRuns(*m_dataset, piece.seamRuns) && writeDescription(*m_dataset, piece) &&
+                         m_dataset->CommitTransaction() == OGRERR_NONE;
+    m_layer = nullptr;
+    m_dataset.reset();
+    if (!written || errors.any() || !holds(m_output->path(), piece))
+        return failureOf(m_path, writeFailed, errors.first());
+    return m_output->commit();
+}
+
+std::optional<Failure> writePiece(const Piece& piece, const std::string& path) {
+    PieceFile file(path);
+    if (auto failure = file.begin(piece.frame.srsWkt))
+        return failure;
+    for (const Anomaly& anomaly : piece.anomalies)
+        if (auto failure = file.take(anomaly))
+            return failure;
+    return file.commit(piece);
+}
+
+std::variant<Piece, Failure> readPieceSeams(const std::string& path) {
     GDALAllRegister();
     GdalErrors errors;
-    const GDALDatasetUniquePtr file(GDALDataset::Open(path.c_str(), GDAL_OF_VECTOR | GDAL_OF_READONLY));
+    const auto file = openPiece(path);
     if (!file)
         return failureOf(path, "无法打开", errors.first());
     Piece piece;
     if (!readDescription(*file, piece))
         return failureOf(path, "不是 corridor detect --window 的结果");
-    if (!readAnomalyLayer(*file, piece) || !readSeamRuns(*file, piece.seamRuns) || errors.any())
+    if (!readSeamRuns(*file, piece.seamRuns) || errors.any())
         return failureOf(path, damaged, errors.first());
     return piece;
+}
+
+std::variant<std::vector<Anomaly>, Failure> readPieceAnomalies(const std::string& path) {
+    GDALAllRegister();
+    GdalErrors errors;
+    const auto file = openPiece(path);
+    std::vector<Anomaly> anomalies;
+    if (!file || !readAnomalyLayer(*file, anomalies) || errors.any())
+        return failureOf(path, damaged, errors.first());
+    return anomalies;
+}
+
+std::variant<Piece, Failure> readPiece(const std::string& path) {
+    auto read = readPieceSeams(path);
+    auto* piece = std::get_if<Piece>(&read);
+    if (piece == nullptr)
+        return read;
+    auto anomalies = readPieceAnomalies(path);
+    if (auto* failure = std::get_if<Failure>(&anomalies))
+        return *failure;
+    piece->anomalies = std::get<std::vector<Anomaly>>(std::move(anomalies));
+    piece->found = static_cast<std::int64_t>(piece->anomalies.size());
+    return read;
 }
 
 } // namespace detect

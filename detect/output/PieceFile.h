@@ -1,17 +1,49 @@
 #pragma once
 
 #include "detect/Piece.h"
+#include "detect/StagedOutput.h"
+
+#include <ogrsf_frmts.h>
+
+#include <optional>
+#include <string>
+#include <vector>
 
 namespace detect {
 
-/// A piece as a GeoPackage: layer `anomalies` as in a finished result (what lies whole inside the window,
-/// with its place among the others), table `seam_runs` (what the window's edges cut), and table `piece` with
-/// one row, a JSON text of the window and what all pieces share. Figures come back to the last bit.
+/// A piece as a GeoPackage, its anomalies written while the run goes on: layer `anomalies` as in a finished
+/// result (what lies whole inside the window, with its place among the others), table `seam_runs` (what the
+/// window's edges cut), and table `piece` with one row, a JSON text of the window and what all pieces share.
+/// Figures come back to the last bit.
 ///
-/// The file appears complete or not at all.
+/// The file appears complete or not at all, on commit().
+class PieceFile : public AnomalyReceiver {
+public:
+    explicit PieceFile(std::string path) : m_path(std::move(path)) {}
+    PieceFile(const PieceFile&) = delete;
+    PieceFile& operator=(const PieceFile&) = delete;
+    ~PieceFile() override;
+
+    std::optional<Failure> begin(const std::string& srsWkt) override;
+    std::optional<Failure> take(Anomaly anomaly) override;
+    /// `piece`: all besides the anomalies taken.
+    std::optional<Failure> commit(const Piece& piece);
+
+private:
+    std::string m_path;
+    std::optional<StagedOutput> m_output; ///< outlives the dataset in it
+    GDALDatasetUniquePtr m_dataset;
+    OGRLayer* m_layer = nullptr;
+};
+
+/// A piece with its anomalies as such a file.
 std::optional<Failure> writePiece(const Piece& piece, const std::string& path);
 
 /// Fails for a file that cannot be read, and for one that is a finished result or something else.
 std::variant<Piece, Failure> readPiece(const std::string& path);
+
+/// The same in two steps: everything but the anomalies, and those.
+std::variant<Piece, Failure> readPieceSeams(const std::string& path);
+std::variant<std::vector<Anomaly>, Failure> readPieceAnomalies(const std::string& path);
 
 } // namespace detect

@@ -2,7 +2,6 @@
 
 #include "detect/GdalErrors.h"
 #include "detect/output/ParameterText.h"
-#include "detect/output/ResultWriter.h"
 
 #include <cpl_json.h>
 

@@ -6,6 +6,9 @@
 
 namespace detect {
 
+/// Where nothing was measured.
+constexpr float noHeight = std::numeric_limits<float>::quiet_NaN();
+
 /// Packed rows of heights, NaN where there is none.
 struct HeightField {
     const float* heights = nullptr;

@@ -1,6 +1,7 @@
 #include "detect/raster/RasterSource.h"
 
 #include "detect/GdalErrors.h"
+#include "detect/raster/HeightRange.h"
 
 #include <cpl_vsi.h>
 
@@ -14,7 +15,6 @@ namespace {
 
 constexpr float lowestHeight = -12000.0F;
 constexpr float highestHeight = 30000.0F;
-constexpr float noHeight = std::numeric_limits<float>::quiet_NaN();
 
 void registerDrivers() {
     static std::once_flag once;

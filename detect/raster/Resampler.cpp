@@ -1,6 +1,7 @@
 #include "detect/raster/Resampler.h"
 
 #include "detect/GdalErrors.h"
+#include "detect/raster/HeightRange.h"
 
 #include <algorithm>
 #include <cmath>
@@ -19,7 +20,6 @@ constexpr int mostSamplesPerCell = 16;
 constexpr double leastWeight = 1e-6;
 /// Over a raster of 200,000 cells two hundred-thousandths of a cell.
 constexpr double plainShiftTolerance = 1e-10;
-constexpr float noHeight = std::numeric_limits<float>::quiet_NaN();
 
 bool finite(const Point& p) {
     return std::isfinite(p.x) && std::isfinite(p.y);

@@ -1,13 +1,12 @@
 #include "detect/search/BlockWorker.h"
 
+#include "detect/raster/HeightRange.h"
+
 #include <algorithm>
-#include <limits>
 
 namespace detect {
 
 namespace {
-
-constexpr float noHeight = std::numeric_limits<float>::quiet_NaN();
 
 /// Returns how many cells have a dZ.
 std::int64_t subtract(const float* oldHeights, const float* newHeights, std::size_t columns, float* dz) {
@@ -132,7 +131,8 @@ void BlockWorker::measureRuns(const Inset& inset, Block& block) const {
         const float* sigmas =
             m_task.level.dependsOnSlope() ? m_sigmas.data() + inset.cell(row) + column : nullptr;
         measureRun(dz, sigmas, m_task.level.cellLevel(), run);
-        run.explainedByShift = explainedByShift(inset, window, run);
+        if (m_task.explain)
+            run.explainedByShift = explainedByShift(inset, window, run);
         run.heights = block.found.heights.size();
         block.found.heights.insert(block.found.heights.end(), dz, dz + run.cells());
     }

@@ -31,6 +31,8 @@ struct BlockTask {
     int artefactReach = 0;
     /// Leave out what cannot become a component with a core; see dropLonelyRuns.
     bool dropLonely = true;
+    /// Count the cells whose change a shift would explain; see Run::explainedByShift.
+    bool explain = true;
     bool keepDz = false;
 };
 

@@ -74,8 +74,7 @@ void Component::moveTo(MeasuredRuns& other) {
 }
 
 void Component::putInRowOrder() {
-    std::sort(runs.begin(), runs.end(),
-              [](const Run& a, const Run& b) { return a.row != b.row ? a.row < b.row : a.begin < b.begin; });
+    std::sort(runs.begin(), runs.end(), [](const Run& a, const Run& b) { return a.isBefore(b); });
     std::vector<float> ordered;
     const bool examined = isExamined();
     ordered.reserve(heights.size());

@@ -33,6 +33,16 @@ void Labeller::finish() {
     closeRow();
 }
 
+std::int32_t Labeller::firstOpenRow() const {
+    std::int32_t first = m_arriving.row;
+    if (!m_current.measured.runs.empty())
+        first = std::min(first, m_current.row);
+    for (const Labelled& labelled : m_components)
+        if (labelled.component.cells > 0)
+            first = std::min(first, labelled.firstRow);
+    return first;
+}
+
 /// Moves every row one place up: the row below is complete, so the current one can be connected.
 void Labeller::closeRow() {
     if (!m_current.measured.runs.empty()) {
@@ -98,7 +108,7 @@ void Labeller::connect(const Row& above, Row& row) {
             if (upper[i].sign == run.sign)
                 reach(above.components[i]);
         if (component == none)
-            component = open();
+            component = open(run.row);
         m_components[component].component.add(run, row.measured.heightsOf(run));
         m_components[component].lastRow = run.row;
         row.components.push_back(component);
@@ -126,7 +136,7 @@ void Labeller::settle(Row& above, const Row& row) {
     above.components.clear();
 }
 
-std::uint32_t Labeller::open() {
+std::uint32_t Labeller::open(std::int32_t row) {
     std::uint32_t component = static_cast<std::uint32_t>(m_components.size());
     if (m_free.empty()) {
         m_components.emplace_back();
@@ -135,6 +145,7 @@ std::uint32_t Labeller::open() {
         m_free.pop_back();
     }
     m_components[component].joinedTo = component;
+    m_components[component].firstRow = row;
     return component;
 }
 
@@ -157,6 +168,7 @@ std::uint32_t Labeller::join(std::uint32_t a, std::uint32_t b) {
     Labelled& kept = m_components[a];
     Labelled& joined = m_components[b];
     kept.component.takeOver(joined.component);
+    kept.firstRow = std::min(kept.firstRow, joined.firstRow);
     kept.lastRow = std::max(kept.lastRow, joined.lastRow);
     joined.joinedTo = a;
     m_joined.push_back(b);

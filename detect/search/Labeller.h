@@ -29,10 +29,14 @@ public:
     void add(const Run& run, const float* heights);
     /// No more runs: hands over what is still open.
     void finish();
+    /// No component that begins above this row will be handed over any more, as long as runs come in row
+    /// order.
+    std::int32_t firstOpenRow() const;
 
 private:
     struct Labelled {
         Component component;
+        std::int32_t firstRow = 0;
         std::int32_t lastRow = 0;
         std::uint32_t joinedTo = 0; ///< itself unless joined
     };
@@ -48,7 +52,7 @@ private:
     bool hasSidesOfItsSign(const Row& row, std::size_t gap) const;
     void connect(const Row& above, Row& row);
     void settle(Row& above, const Row& row);
-    std::uint32_t open();
+    std::uint32_t open(std::int32_t row);
     std::uint32_t root(std::uint32_t component);
     std::uint32_t join(std::uint32_t a, std::uint32_t b);
     void handOver(std::uint32_t component);

@@ -30,11 +30,17 @@ struct Run {
     std::int64_t raised = 0;   ///< sum of the positive dZ, in sumUnitMetres
     std::int64_t sunk = 0;     ///< sum of the negative dZ, in sumUnitMetres
     std::int64_t variance = 0; ///< sum over the cells, in varianceUnitSquareMetres
-    /// Cells whose change a shift by one cell would explain; see Traits.
+    /// Cells whose change a shift by one cell would explain; see Traits. 0 where no rule asks.
     std::int32_t explainedByShift = 0;
     std::size_t heights = 0; ///< where the dZ of its cells begin in what goes with the runs
 
     std::int32_t cells() const { return end - begin; }
+    /// Row order; at one place cut before fill.
+    bool isBefore(const Run& other) const {
+        return row != other.row       ? row < other.row
+               : begin != other.begin ? begin < other.begin
+                                      : sign < other.sign;
+    }
 };
 
 /// Runs and, at Run::heights, the dZ of their cells (metres).

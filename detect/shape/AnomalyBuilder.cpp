@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 
 namespace detect {
 
@@ -71,12 +70,6 @@ double signedArea(const Ring& ring) {
     return twice / 2.0;
 }
 
-std::string numbered(std::size_t number) {
-    char name[32];
-    std::snprintf(name, sizeof name, "A%04zu", number);
-    return name;
-}
-
 } // namespace
 
 bool hasCore(const std::vector<Run>& runs) {
@@ -96,9 +89,9 @@ bool hasCore(const std::vector<Run>& runs) {
 }
 
 AnomalyBuilder::AnomalyBuilder(const Grid& grid, const Parameters& parameters,
-                               const Coregistration& coregistration)
+                               const Coregistration& coregistration, AnomalyOrder& found)
     : m_grid(grid), m_parameters(parameters), m_level(parameters, coregistration, grid),
-      m_correlatedCells(std::max(1.0, coregistration.correlatedCells)) {}
+      m_correlatedCells(std::max(1.0, coregistration.correlatedCells)), m_found(found) {}
 
 void AnomalyBuilder::consider(Component& component) {
     if (!reachesLevelOfDetection(component.runs))
@@ -138,7 +131,7 @@ void AnomalyBuilder::judge(const Component& body) {
     Suggestion suggestion = suggestClass(traits);
     anomaly.suggested = std::move(suggestion.name);
     anomaly.suggestionConfidence = suggestion.confidence;
-    m_found.push_back({runs.front().row, runs.front().begin, std::move(anomaly)});
+    m_found.add(std::move(anomaly));
 }
 
 bool AnomalyBuilder::passes(const Traits& traits) {
@@ -164,6 +157,7 @@ BodyLimits AnomalyBuilder::bodyLimits(std::int32_t row) const {
 /// Sums in row order, so that no rounding depends on how the runs were found.
 Anomaly AnomalyBuilder::measure(const std::vector<Run>& runs) const {
     Anomaly anomaly;
+    anomaly.first = {runs.front().row, runs.front().begin};
     anomaly.kind = runs.front().sign > 0 ? Kind::Fill : Kind::Cut;
     float lowest = runs.front().lowest;
     float highest = runs.front().highest;
@@ -234,19 +228,6 @@ Ring AnomalyBuilder::toMap(const Ring& cells) const {
     for (const Point& corner : cells)
         ring.push_back(m_grid.cellToMap()(corner.x, corner.y));
     return ring;
-}
-
-std::vector<Anomaly> inOrder(std::vector<PlacedAnomaly> found) {
-    std::sort(found.begin(), found.end(), [](const PlacedAnomaly& a, const PlacedAnomaly& b) {
-        return a.firstRow != b.firstRow ? a.firstRow < b.firstRow : a.firstColumn < b.firstColumn;
-    });
-    std::vector<Anomaly> anomalies;
-    anomalies.reserve(found.size());
-    for (PlacedAnomaly& placed : found) {
-        placed.anomaly.name = numbered(anomalies.size() + 1);
-        anomalies.push_back(std::move(placed.anomaly));
-    }
-    return anomalies;
 }
 
 } // namespace detect

@@ -2,33 +2,26 @@
 
 #include "detect/raster/Grid.h"
 #include "detect/search/LevelOfDetection.h"
+#include "detect/shape/AnomalyOrder.h"
 #include "detect/shape/Bodies.h"
 #include "detect/shape/Traits.h"
 
-#include <utility>
 #include <vector>
 
 namespace detect {
 
-/// An anomaly and its first cell in row order, which gives it its place among the others.
-struct PlacedAnomaly {
-    std::int32_t firstRow = 0;
-    std::int32_t firstColumn = 0;
-    Anomaly anomaly;
-};
-
 /// Judges finished components and makes anomalies of those that pass.
 class AnomalyBuilder {
 public:
-    AnomalyBuilder(const Grid& grid, const Parameters& parameters, const Coregistration& coregistration);
+    /// What is found goes to `found`, which must live as long.
+    AnomalyBuilder(const Grid& grid, const Parameters& parameters, const Coregistration& coregistration,
+                   AnomalyOrder& found);
 
     /// Takes a finished component, whose runs it brings in row order when they are worth a look. Makes an
     /// anomaly of each of its bodies that reaches its level of detection, has the least area, and that none
     /// of the rules turns away.
     void consider(Component& component);
 
-    /// What was found so far, in no order, without names.
-    std::vector<PlacedAnomaly> take() { return std::exchange(m_found, {}); }
     const Rejections& rejections() const { return m_rejections; }
 
 private:
@@ -44,12 +37,9 @@ private:
     Parameters m_parameters;
     LevelOfDetection m_level;
     double m_correlatedCells;
-    std::vector<PlacedAnomaly> m_found;
+    AnomalyOrder& m_found;
     Rejections m_rejections;
 };
-
-/// Puts anomalies in the order of their first cells (row by row), named A0001 and on.
-std::vector<Anomaly> inOrder(std::vector<PlacedAnomaly> found);
 
 /// True when the runs (row order) hold a full block of 3 x 3 cells.
 bool hasCore(const std::vector<Run>& runs);

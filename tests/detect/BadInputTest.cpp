@@ -1,6 +1,7 @@
 // Every failure: one line that names the file, nothing left behind, earlier results untouched.
 
-#include "detect/output/ResultWriter.h"
+#include "detect/output/ResultFile.h"
+#include "detect/output/SummaryFile.h"
 #include "tests/detect/TestRasters.h"
 
 #include <gtest/gtest.h>

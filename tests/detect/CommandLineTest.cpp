@@ -43,6 +43,7 @@ protected:
 
     static void expectOneLine(const ProgramRun& run, const std::string& named) {
         EXPECT_EQ(std::count(run.messages.begin(), run.messages.end(), '\n'), 1) << run.messages;
+        EXPECT_LT(run.messages.size(), 500U) << "nobody reads that";
         EXPECT_NE(run.messages.find(named), std::string::npos) << run.messages;
         EXPECT_EQ(run.output, "");
     }
@@ -228,7 +229,7 @@ TEST_F(CommandLine, FailureIsStatusOneAndOneLine) {
 }
 
 TEST_F(CommandLine, FullDiskKeepsEarlierResultsAndLeavesNothingBehind) {
-    const std::vector<std::string> outputs = {"dz.tif", "result.geojson", "result.gpkg", "result.shp",
+    const std::vector<std::string> outputs = {"result.geojson", "result.gpkg", "result.shp", "result.tif",
                                               "summary.json"};
     for (const std::string& name : outputs)
         std::ofstream(m_folder.file(name)) << "an earlier result";
@@ -245,8 +246,8 @@ TEST_F(CommandLine, FullDiskKeepsEarlierResultsAndLeavesNothingBehind) {
         SCOPED_TRACE(bytes);
         full.largestFileBytes = bytes;
         expectUntouched(
-            runCorridor(arguments("result.gpkg", {"--quiet", "--dz", m_folder.file("dz.tif")}), full),
-            "dz.tif");
+            runCorridor(arguments("result.gpkg", {"--quiet", "--dz", m_folder.file("result.tif")}), full),
+            "/result."); // both are written at once; either may be the first to find the disk full
     }
     for (const unsigned long bytes : {0UL, 60UL}) {
         SCOPED_TRACE(bytes);

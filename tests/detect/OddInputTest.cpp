@@ -1,6 +1,6 @@
 // Rasters that are odd, and still to be worked with.
 
-#include "detect/output/ResultWriter.h"
+#include "detect/output/ResultFile.h"
 #include "tests/detect/RandomRasters.h"
 
 #include <gtest/gtest.h>

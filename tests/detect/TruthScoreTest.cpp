@@ -1,6 +1,6 @@
 #include "tests/detect/TruthScore.h"
 
-#include "detect/output/ResultWriter.h"
+#include "detect/output/ResultFile.h"
 #include "tests/detect/TestRasters.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "detect/output/ResultWriter.h"
+#include "detect/output/ResultFile.h"
 
 #include "tests/detect/TestRasters.h"
 
@@ -70,13 +70,13 @@ void expectSampleFeatures(OGRLayer& layer) {
     }
 }
 
-TEST(ResultWriter, SampleHasARingWithAHoleAndACut) {
+TEST(ResultFile, SampleHasARingWithAHoleAndACut) {
     ASSERT_EQ(sampleResult().anomalies.size(), 2U);
     EXPECT_EQ(sampleResult().anomalies[0].holes.size(), 1U);
     EXPECT_EQ(sampleResult().anomalies[1].kind, Kind::Cut);
 }
 
-TEST(ResultWriter, GeoPackageIsInTheOldRastersReferenceSystem) {
+TEST(ResultFile, GeoPackageIsInTheOldRastersReferenceSystem) {
     const TemporaryFolder folder;
     const std::string path = folder.file("result.gpkg");
     ASSERT_FALSE(writeAnomalies(sampleResult().anomalies, sampleResult().srsWkt, path));
@@ -91,7 +91,7 @@ TEST(ResultWriter, GeoPackageIsInTheOldRastersReferenceSystem) {
     expectSampleFeatures(layer);
 }
 
-TEST(ResultWriter, ShapefileHasProjectionAndCodePageAndTheSameFieldNames) {
+TEST(ResultFile, ShapefileHasProjectionAndCodePageAndTheSameFieldNames) {
     const TemporaryFolder folder;
     ASSERT_FALSE(writeAnomalies(sampleResult().anomalies, sampleResult().srsWkt, folder.file("变化.shp")));
     EXPECT_EQ(folder.names(),
@@ -104,7 +104,7 @@ TEST(ResultWriter, ShapefileHasProjectionAndCodePageAndTheSameFieldNames) {
     expectSampleFeatures(*file->GetLayer(0));
 }
 
-TEST(ResultWriter, GeoJsonIsWgs84WithRightHandRings) {
+TEST(ResultFile, GeoJsonIsWgs84WithRightHandRings) {
     const TemporaryFolder folder;
     const std::string path = folder.file("result.geojson");
     ASSERT_FALSE(writeAnomalies(sampleResult().anomalies, sampleResult().srsWkt, path));
@@ -130,7 +130,7 @@ TEST(ResultWriter, GeoJsonIsWgs84WithRightHandRings) {
     EXPECT_EQ(contentOf(path).find("\"crs\""), std::string::npos) << "RFC 7946 knows no crs member";
 }
 
-TEST(ResultWriter, NoAnomaliesStillMakeAReadableFile) {
+TEST(ResultFile, NoAnomaliesStillMakeAReadableFile) {
     for (const char* name : {"result.gpkg", "result.shp", "result.geojson"}) {
         const TemporaryFolder folder;
         const auto failure = writeAnomalies({}, sampleResult().srsWkt, folder.file(name));
@@ -141,7 +141,7 @@ TEST(ResultWriter, NoAnomaliesStillMakeAReadableFile) {
     }
 }
 
-TEST(ResultWriter, EarlierResultIsReplaced) {
+TEST(ResultFile, EarlierResultIsReplaced) {
     const TemporaryFolder folder;
     for (const char* name : {"result.gpkg", "result.shp", "result.geojson"}) {
         ASSERT_FALSE(writeAnomalies(sampleResult().anomalies, sampleResult().srsWkt, folder.file(name)));
@@ -150,7 +150,7 @@ TEST(ResultWriter, EarlierResultIsReplaced) {
     }
 }
 
-TEST(ResultWriter, AttributesOfTheInspectorAreWritten) {
+TEST(ResultFile, AttributesOfTheInspectorAreWritten) {
     const TemporaryFolder folder;
     const std::string path = folder.file("result.gpkg");
     ASSERT_FALSE(writeAnomalies(sampleResult().anomalies, sampleResult().srsWkt, path, {"塌陷"}));
@@ -161,7 +161,7 @@ TEST(ResultWriter, AttributesOfTheInspectorAreWritten) {
     EXPECT_EQ(attributes, (std::multiset<std::string>{"", "塌陷"}));
 }
 
-TEST(ResultWriter, UnknownEndingAndFolderAsTargetAreRefused) {
+TEST(ResultFile, UnknownEndingAndFolderAsTargetAreRefused) {
     const TemporaryFolder folder;
     EXPECT_TRUE(writeAnomalies({}, sampleResult().srsWkt, folder.file("result.txt")));
     std::filesystem::create_directory(folder.file("result.gpkg"));

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "detect/Detection.h"
+#include "detect/StagedOutput.h"
+
+#include <ogrsf_frmts.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace detect {
+
+/// True for names that end in .gpkg, .geojson or .shp: what ResultFile can write.
+bool isResultPath(const std::string& path);
+
+/// Layer `anomalies` (polygons with the fields of AnomalyLayer), written while a run goes on. The format
+/// follows the ending of the path:
+///   .gpkg     GeoPackage in the old raster's reference system
+///   .shp      ESRI Shapefile in the same, with .prj and .cpg (UTF-8); all field names fit its ten characters
+///             and stay as they are; the layer is called as the file, as shapefiles are
+///   .geojson  RFC 7946: WGS 84 longitude and latitude, counter-clockwise outer rings
+/// The files appear complete or not at all, on commit(); earlier ones are replaced only then.
+class ResultFile : public AnomalyReceiver {
+public:
+    explicit ResultFile(std::string path) : m_path(std::move(path)) {}
+    ResultFile(const ResultFile&) = delete;
+    ResultFile& operator=(const ResultFile&) = delete;
+    ~ResultFile() override;
+
+    std::optional<Failure> begin(const std::string& srsWkt) override;
+    std::optional<Failure> take(Anomaly anomaly) override { return write(anomaly, {}); }
+    /// `attribute`: the inspector's class.
+    std::optional<Failure> write(const Anomaly& anomaly, const std::string& attribute);
+    std::optional<Failure> commit();
+
+private:
+    bool create(const char* driverName, OGRSpatialReference& srs);
+
+    std::string m_path;
+    std::optional<StagedOutput> m_output; ///< outlives the dataset in it
+    GDALDatasetUniquePtr m_dataset;
+    OGRLayer* m_layer = nullptr;
+    bool m_inTransaction = false;
+    std::int64_t m_written = 0;
+};
+
+/// A result file of anomalies in memory. `attributes` are the inspector's classes in the order of the
+/// anomalies; missing ones stay empty.
+std::optional<Failure> writeAnomalies(const std::vector<Anomaly>& anomalies, const std::string& srsWkt,
+                                      const std::string& path,
+                                      const std::vector<std::string>& attributes = {});
+
+} // namespace detect

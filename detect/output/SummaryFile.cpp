@@ -1,0 +1,65 @@
+#include "detect/output/SummaryFile.h"
+
+#include "detect/GdalErrors.h"
+#include "detect/StagedOutput.h"
+#include "detect/output/ParameterText.h"
+
+#include <cpl_json.h>
+
+#include <filesystem>
+#include <fstream>
+
+namespace detect {
+
+namespace {
+
+CPLJSONObject ruleObject(bool isOn, std::int64_t rejected) {
+    CPLJSONObject rule;
+    rule.Add("on", isOn);
+    rule.Add("rejected", static_cast<GInt64>(rejected));
+    return rule;
+}
+
+CPLJSONObject rulesObject(const Parameters& parameters, const Rejections& rejections) {
+    CPLJSONObject rules;
+    CPLJSONObject area = ruleObject(parameters.minAreaSquareMetres > 0.0, rejections.area);
+    area.Add("least_m2", parameters.minAreaSquareMetres);
+    rules.Add("area", area);
+    rules.Add("core", ruleObject(parameters.rules.core, rejections.core));
+    rules.Add("sliver", ruleObject(parameters.rules.sliver, rejections.sliver));
+    rules.Add("speckle", ruleObject(parameters.rules.speckle, rejections.speckle));
+    return rules;
+}
+
+std::string summaryText(const RunReport& report, const Parameters& parameters) {
+    CPLJSONObject summary;
+    summary.Add("anomalies", static_cast<GInt64>(report.found));
+    summary.Add("cells", static_cast<GInt64>(report.cells));
+    summary.Add("seconds", report.seconds);
+    summary.Add("threads", report.threads);
+    summary.Add("threshold_m", parameters.thresholdMetres);
+    summary.Add("grow_ratio", parameters.growRatio);
+    summary.Add("split_bodies", parameters.splitBodies);
+    addSignificance(parameters.significance, summary);
+    summary.Add("rules", rulesObject(parameters, report.rejections));
+    summary.Add("coregistration", describe(report.coregistration));
+    return summary.Format(CPLJSONObject::PrettyFormat::Pretty) + "\n";
+}
+
+} // namespace
+
+std::optional<Failure> writeSummary(const RunReport& report, const Parameters& parameters,
+                                    const std::string& path) {
+    auto staged = StagedOutput::beside(path);
+    if (auto* failure = std::get_if<Failure>(&staged))
+        return *failure;
+    StagedOutput& output = std::get<StagedOutput>(staged);
+    std::ofstream file(std::filesystem::u8path(output.path()), std::ios::binary);
+    file << summaryText(report, parameters);
+    file.close();
+    if (!file)
+        return failureOf(path, "写入失败，磁盘可能已满");
+    return output.commit();
+}
+
+} // namespace detect
