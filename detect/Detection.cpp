@@ -182,7 +182,7 @@ private:
             return failure;
         labeller.finish();
         m_piece.rejections = builder.rejections();
-        const auto failure = found.releaseAll();
+        auto failure = found.releaseAll();
         m_piece.found = found.released();
         return failure;
     }

@@ -109,9 +109,11 @@ private:
         constexpr int side = StableSample::blockSide;
         double sum = 0.0;
         for (int cell = 0; cell < side * side; ++cell) {
-            const auto line = static_cast<std::size_t>(row + cell / side);
-            const std::size_t i = line * static_cast<std::size_t>(patch.window.columns) +
-                                  static_cast<std::size_t>(column + cell % side);
+            const int across = cell % side;
+            const int down = cell / side;
+            const std::size_t i =
+                static_cast<std::size_t>(row + down) * static_cast<std::size_t>(patch.window.columns) +
+                static_cast<std::size_t>(column + across);
             sum += static_cast<double>(m_new[i] - patch.oldHeights[i]);
         }
         return static_cast<float>(sum / (side * side));

@@ -135,7 +135,7 @@ std::optional<Failure> RasterSource::read(const CellWindow& window, float* heigh
 
 std::optional<Failure> RasterSource::decode(const CellWindow& window, float* heights, std::size_t stride) {
     GdalErrors errors;
-    const auto lineSpace = static_cast<GSpacing>(stride * sizeof(float));
+    const auto lineSpace = static_cast<GSpacing>(stride) * GSpacing{sizeof(float)};
     const CPLErr status =
         m_band->RasterIO(GF_Read, window.column, window.row, window.columns, window.rows, heights,
                          window.columns, window.rows, GDT_Float32, sizeof(float), lineSpace, nullptr);

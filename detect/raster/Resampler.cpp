@@ -258,8 +258,8 @@ std::optional<Failure> Resampler::readTile(RasterSource& newRaster, const CellWi
     for (int row = 0; row < tile.rows; ++row) {
         float* line = heights + static_cast<std::size_t>(row) * stride;
         const int wholeRow = tile.row + row;
-        const Point* nodeLine =
-            lattice.nodes.data() + (wholeRow - lattice.firstRow) / latticeStep * lattice.columns;
+        const int nodeRow = (wholeRow - lattice.firstRow) / latticeStep;
+        const Point* nodeLine = lattice.nodes.data() + std::ptrdiff_t{nodeRow} * lattice.columns;
         for (int column = 0; column < tile.columns; ++column) {
             if (m_sourceWindow.empty()) {
                 line[column] = noHeight;
@@ -270,8 +270,10 @@ std::optional<Failure> Resampler::readTile(RasterSource& newRaster, const CellWi
             double sum = 0.0;
             for (int s = 0; s < n * n; ++s) {
                 // From the cell's own numbers only, so that no rounding depends on the tile.
-                const double tx = (wholeColumn % latticeStep + (s % n + 0.5) / n) / latticeStep;
-                const double ty = (wholeRow % latticeStep + (s / n + 0.5) / n) / latticeStep;
+                const int across = s % n;
+                const int down = s / n;
+                const double tx = (wholeColumn % latticeStep + (across + 0.5) / n) / latticeStep;
+                const double ty = (wholeRow % latticeStep + (down + 0.5) / n) / latticeStep;
                 const Point upper = between(node[0], node[1], tx);
                 const Point lower = between(node[lattice.columns], node[lattice.columns + 1], tx);
                 sum += static_cast<double>(sample(between(upper, lower, ty)));

@@ -51,8 +51,10 @@ void StationMaps::draw(ReportCanvas& canvas, const std::function<void()>& nextPa
             nextPage();
             canvas.heading(ReportCanvas::kTop, QStringLiteral("站点平面图"));
         }
-        const double x = ReportCanvas::kMargin + place % m_columns * (width + kGap);
-        const double y = ReportCanvas::kTop + kHeading + place / m_columns * (height + kCaption + kGap);
+        const int column = place % m_columns;
+        const int row = place / m_columns;
+        const double x = ReportCanvas::kMargin + column * (width + kGap);
+        const double y = ReportCanvas::kTop + kHeading + row * (height + kCaption + kGap);
         drawMap(canvas, {x, y, width, height}, *m_stations[i]);
     }
 }
