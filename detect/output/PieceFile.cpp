@@ -12,7 +12,6 @@ namespace detect {
 
 namespace {
 
-const char* const writeFailed = "写入失败，磁盘可能已满";
 const char* const damaged = "窗口结果已损坏";
 
 struct Field {
@@ -165,24 +164,13 @@ bool holds(const std::string& path, const Piece& piece) {
 
 } // namespace
 
-PieceFile::~PieceFile() {
-    const GdalErrors quiet; // whatever goes wrong with a file that nobody wants any more
-    m_dataset.reset();
-}
-
 std::optional<Failure> PieceFile::begin(const std::string& srsWkt) {
-    GDALAllRegister();
-    auto staged = StagedOutput::beside(m_path);
-    if (auto* failure = std::get_if<Failure>(&staged))
-        return *failure;
-    m_output.emplace(std::get<StagedOutput>(std::move(staged)));
+    if (auto failure = m_file.create("GPKG"))
+        return failure;
     const GdalErrors errors;
-    GDALDriver* driver = GetGDALDriverManager()->GetDriverByName("GPKG");
-    m_dataset.reset(driver->Create(m_output->path().c_str(), 0, 0, 0, GDT_Unknown, nullptr));
-    if (m_dataset && m_dataset->StartTransaction() == OGRERR_NONE)
-        m_layer = createAnomalyLayer(*m_dataset, srsWkt);
+    m_layer = createAnomalyLayer(m_file.dataset(), srsWkt);
     if (m_layer == nullptr || errors.any())
-        return failureOf(m_path, writeFailed, errors.first());
+        return m_file.failed(errors.first());
     return std::nullopt;
 }
 
@@ -194,19 +182,16 @@ std::optional<Failure> PieceFile::take(Anomaly anomaly) {
     feature->SetField("x", anomaly.centroid.x);
     feature->SetField("y", anomaly.centroid.y);
     if (m_layer->CreateFeature(feature.get()) != OGRERR_NONE || errors.any())
-        return failureOf(m_path, writeFailed, errors.first());
+        return m_file.failed(errors.first());
     return std::nullopt;
 }
 
 std::optional<Failure> PieceFile::commit(const Piece& piece) {
     const GdalErrors errors;
-    const bool written = writeSeamRuns(*m_dataset, piece.seamRuns) && writeDescription(*m_dataset, piece) &&
-                         m_dataset->CommitTransaction() == OGRERR_NONE;
-    m_layer = nullptr;
-    m_dataset.reset();
-    if (!written || errors.any() || !holds(m_output->path(), piece))
-        return failureOf(m_path, writeFailed, errors.first());
-    return m_output->commit();
+    if (!writeSeamRuns(m_file.dataset(), piece.seamRuns) || !writeDescription(m_file.dataset(), piece) ||
+        errors.any())
+        return m_file.failed(errors.first());
+    return m_file.commit([&piece](const std::string& path) { return holds(path, piece); });
 }
 
 std::optional<Failure> writePiece(const Piece& piece, const std::string& path) {

@@ -1,9 +1,7 @@
 #pragma once
 
 #include "detect/Piece.h"
-#include "detect/StagedOutput.h"
-
-#include <ogrsf_frmts.h>
+#include "detect/output/StagedVectorFile.h"
 
 #include <optional>
 #include <string>
@@ -19,10 +17,7 @@ namespace detect {
 /// The file appears complete or not at all, on commit().
 class PieceFile : public AnomalyReceiver {
 public:
-    explicit PieceFile(std::string path) : m_path(std::move(path)) {}
-    PieceFile(const PieceFile&) = delete;
-    PieceFile& operator=(const PieceFile&) = delete;
-    ~PieceFile() override;
+    explicit PieceFile(std::string path) : m_file(std::move(path)) {}
 
     std::optional<Failure> begin(const std::string& srsWkt) override;
     std::optional<Failure> take(Anomaly anomaly) override;
@@ -30,9 +25,7 @@ public:
     std::optional<Failure> commit(const Piece& piece);
 
 private:
-    std::string m_path;
-    std::optional<StagedOutput> m_output; ///< outlives the dataset in it
-    GDALDatasetUniquePtr m_dataset;
+    StagedVectorFile m_file;
     OGRLayer* m_layer = nullptr;
 };
 

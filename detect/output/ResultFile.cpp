@@ -13,9 +13,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const char* const writeFailed = "写入失败，磁盘可能已满";
-const char* const cannotWrite = "写入失败";
-
 struct Format {
     const char* ending;
     const char* driver;
@@ -43,74 +40,46 @@ bool isResultPath(const std::string& path) {
     return formatOf(path) != nullptr;
 }
 
-ResultFile::~ResultFile() {
-    const GdalErrors quiet; // whatever goes wrong with a file that nobody wants any more
-    m_dataset.reset();
-}
-
 std::optional<Failure> ResultFile::begin(const std::string& srsWkt) {
-    GDALAllRegister();
     const Format* format = formatOf(m_path);
     if (format == nullptr)
         return failureOf(m_path, "结果文件的扩展名必须是 .gpkg、.geojson 或 .shp");
-    auto staged = StagedOutput::beside(m_path);
-    if (auto* failure = std::get_if<Failure>(&staged))
-        return *failure;
-    m_output.emplace(std::get<StagedOutput>(std::move(staged)));
-
+    if (auto failure = m_file.create(format->driver))
+        return failure;
     const GdalErrors errors;
     OGRSpatialReference srs;
     srs.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
     if (srs.importFromWkt(srsWkt.c_str()) != OGRERR_NONE)
         return failureOf(m_path, "坐标参考系统无效", errors.first());
-    if (!create(format->driver, srs) || errors.any())
-        return failureOf(m_path, cannotWrite, errors.first());
+    if (!createLayer(format->driver, srs) || errors.any())
+        return m_file.failed(errors.first());
     return std::nullopt;
 }
 
-bool ResultFile::create(const char* driverName, OGRSpatialReference& srs) {
-    GDALDriver* driver = GetGDALDriverManager()->GetDriverByName(driverName);
-    if (driver == nullptr)
-        return false;
-    const auto isNamed = [driverName](const char* name) { return std::string(driverName) == name; };
-    const std::string path = m_output->path();
-    m_dataset.reset(driver->Create(path.c_str(), 0, 0, 0, GDT_Unknown, nullptr));
-    if (!m_dataset)
-        return false;
-    const bool isShapefile = isNamed("ESRI Shapefile");
+bool ResultFile::createLayer(const std::string& driver, OGRSpatialReference& srs) {
+    const bool isShapefile = driver == "ESRI Shapefile";
     CPLStringList options;
     if (isShapefile)
         options.SetNameValue("ENCODING", "UTF-8");
-    else if (isNamed("GeoJSON")) {
+    else if (driver == "GeoJSON") {
         options.SetNameValue("RFC7946", "YES");
         options.SetNameValue("COORDINATE_PRECISION", "8");
     }
-    const std::string layer = isShapefile ? fs::u8path(path).stem().u8string() : "anomalies";
-    m_layer = m_dataset->CreateLayer(layer.c_str(), &srs, wkbPolygon, options.List());
-    if (m_layer == nullptr || !createAnomalyFields(*m_layer, isShapefile))
-        return false;
-    m_inTransaction = m_dataset->TestCapability(ODsCTransactions) != 0;
-    return !m_inTransaction || m_dataset->StartTransaction() == OGRERR_NONE;
+    const std::string name = isShapefile ? fs::u8path(m_path).stem().u8string() : "anomalies";
+    m_layer = m_file.dataset().CreateLayer(name.c_str(), &srs, wkbPolygon, options.List());
+    return m_layer != nullptr && createAnomalyFields(*m_layer, isShapefile);
 }
 
 std::optional<Failure> ResultFile::write(const Anomaly& anomaly, const std::string& attribute) {
     const GdalErrors errors;
     if (!addAnomaly(*m_layer, anomaly, attribute) || errors.any())
-        return failureOf(m_path, cannotWrite, errors.first());
+        return m_file.failed(errors.first());
     ++m_written;
     return std::nullopt;
 }
 
 std::optional<Failure> ResultFile::commit() {
-    const GdalErrors errors;
-    const bool written = !m_inTransaction || m_dataset->CommitTransaction() == OGRERR_NONE;
-    m_layer = nullptr;
-    m_dataset.reset();
-    if (!written || errors.any())
-        return failureOf(m_path, cannotWrite, errors.first());
-    if (!holds(m_output->path(), m_written))
-        return failureOf(m_path, writeFailed, errors.first());
-    return m_output->commit();
+    return m_file.commit([this](const std::string& path) { return holds(path, m_written); });
 }
 
 std::optional<Failure> writeAnomalies(const std::vector<Anomaly>& anomalies, const std::string& srsWkt,

@@ -1,9 +1,7 @@
 #pragma once
 
 #include "detect/Detection.h"
-#include "detect/StagedOutput.h"
-
-#include <ogrsf_frmts.h>
+#include "detect/output/StagedVectorFile.h"
 
 #include <optional>
 #include <string>
@@ -23,10 +21,7 @@ bool isResultPath(const std::string& path);
 /// The files appear complete or not at all, on commit(); earlier ones are replaced only then.
 class ResultFile : public AnomalyReceiver {
 public:
-    explicit ResultFile(std::string path) : m_path(std::move(path)) {}
-    ResultFile(const ResultFile&) = delete;
-    ResultFile& operator=(const ResultFile&) = delete;
-    ~ResultFile() override;
+    explicit ResultFile(std::string path) : m_path(std::move(path)), m_file(m_path) {}
 
     std::optional<Failure> begin(const std::string& srsWkt) override;
     std::optional<Failure> take(Anomaly anomaly) override { return write(anomaly, {}); }
@@ -35,13 +30,11 @@ public:
     std::optional<Failure> commit();
 
 private:
-    bool create(const char* driverName, OGRSpatialReference& srs);
+    bool createLayer(const std::string& driver, OGRSpatialReference& srs);
 
     std::string m_path;
-    std::optional<StagedOutput> m_output; ///< outlives the dataset in it
-    GDALDatasetUniquePtr m_dataset;
+    StagedVectorFile m_file;
     OGRLayer* m_layer = nullptr;
-    bool m_inTransaction = false;
     std::int64_t m_written = 0;
 };
 
