@@ -20,7 +20,7 @@ public:
 
 private:
     AnomalyReceiver& m_receiver;
-    std::map<Cell, Anomaly> m_waiting;
+    std::multimap<Cell, Anomaly> m_waiting; ///< a damaged piece may repeat a cell; it loses nothing
     std::int64_t m_released = 0;
 };
 
