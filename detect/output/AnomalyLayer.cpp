@@ -68,10 +68,6 @@ OGRFeatureUniquePtr featureOf(const OGRLayer& layer, const Anomaly& a, const std
     return feature;
 }
 
-bool addAnomaly(OGRLayer& layer, const Anomaly& anomaly, const std::string& attribute) {
-    return layer.CreateFeature(featureOf(layer, anomaly, attribute).get()) == OGRERR_NONE;
-}
-
 std::int64_t countReadable(OGRLayer& layer) {
     std::int64_t count = 0;
     for (const auto& feature : layer)

@@ -19,9 +19,6 @@ bool createAnomalyFields(OGRLayer& layer, bool fixedRecords);
 /// A feature of the layer with geometry and fields, not yet in it.
 OGRFeatureUniquePtr featureOf(const OGRLayer& layer, const Anomaly& anomaly, const std::string& attribute);
 
-/// False when the feature could not be written.
-bool addAnomaly(OGRLayer& layer, const Anomaly& anomaly, const std::string& attribute);
-
 /// Features of a finished file that can be read and have a geometry: closing a file does not report every
 /// failed write.
 std::int64_t countReadable(OGRLayer& layer);

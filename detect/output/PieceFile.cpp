@@ -194,16 +194,6 @@ std::optional<Failure> PieceFile::commit(const Piece& piece) {
     return m_file.commit([&piece](const std::string& path) { return holds(path, piece); });
 }
 
-std::optional<Failure> writePiece(const Piece& piece, const std::string& path) {
-    PieceFile file(path);
-    if (auto failure = file.begin(piece.frame.srsWkt))
-        return failure;
-    for (const Anomaly& anomaly : piece.anomalies)
-        if (auto failure = file.take(anomaly))
-            return failure;
-    return file.commit(piece);
-}
-
 std::variant<Piece, Failure> readPieceSeams(const std::string& path) {
     GDALAllRegister();
     GdalErrors errors;
@@ -226,19 +216,6 @@ std::variant<std::vector<Anomaly>, Failure> readPieceAnomalies(const std::string
     if (!file || !readAnomalyLayer(*file, anomalies) || errors.any())
         return failureOf(path, damaged, errors.first());
     return anomalies;
-}
-
-std::variant<Piece, Failure> readPiece(const std::string& path) {
-    auto read = readPieceSeams(path);
-    auto* piece = std::get_if<Piece>(&read);
-    if (piece == nullptr)
-        return read;
-    auto anomalies = readPieceAnomalies(path);
-    if (auto* failure = std::get_if<Failure>(&anomalies))
-        return *failure;
-    piece->anomalies = std::get<std::vector<Anomaly>>(std::move(anomalies));
-    piece->found = static_cast<std::int64_t>(piece->anomalies.size());
-    return read;
 }
 
 } // namespace detect

@@ -29,14 +29,10 @@ private:
     OGRLayer* m_layer = nullptr;
 };
 
-/// A piece with its anomalies as such a file.
-std::optional<Failure> writePiece(const Piece& piece, const std::string& path);
-
-/// Fails for a file that cannot be read, and for one that is a finished result or something else.
-std::variant<Piece, Failure> readPiece(const std::string& path);
-
-/// The same in two steps: everything but the anomalies, and those.
+/// Everything but the anomalies. Fails for a file that cannot be read, and for one that is a finished result
+/// or something else.
 std::variant<Piece, Failure> readPieceSeams(const std::string& path);
+/// The anomalies of such a file.
 std::variant<std::vector<Anomaly>, Failure> readPieceAnomalies(const std::string& path);
 
 } // namespace detect

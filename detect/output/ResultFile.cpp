@@ -72,7 +72,8 @@ bool ResultFile::createLayer(const std::string& driver, OGRSpatialReference& srs
 
 std::optional<Failure> ResultFile::write(const Anomaly& anomaly, const std::string& attribute) {
     const GdalErrors errors;
-    if (!addAnomaly(*m_layer, anomaly, attribute) || errors.any())
+    const auto feature = featureOf(*m_layer, anomaly, attribute);
+    if (m_layer->CreateFeature(feature.get()) != OGRERR_NONE || errors.any())
         return m_file.failed(errors.first());
     ++m_written;
     return std::nullopt;

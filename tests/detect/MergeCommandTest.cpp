@@ -140,9 +140,16 @@ TEST_F(MergeCommand, PieceFilesKeepEveryFigureToTheLastBit) {
     const Piece& piece = std::get<Piece>(found);
     EXPECT_GT(piece.seamRuns.runs.size(), 20U);
     EXPECT_GT(piece.anomalies.size(), 3U);
-    ASSERT_FALSE(writePiece(piece, m_folder.file("piece.gpkg")));
-    const auto again = readPiece(m_folder.file("piece.gpkg"));
+    PieceFile file(m_folder.file("piece.gpkg"));
+    ASSERT_FALSE(file.begin(piece.frame.srsWkt));
+    for (const Anomaly& anomaly : piece.anomalies)
+        ASSERT_FALSE(file.take(anomaly));
+    ASSERT_FALSE(file.commit(piece));
+    const auto again = readPieceSeams(m_folder.file("piece.gpkg"));
     ASSERT_TRUE(std::holds_alternative<Piece>(again));
+    const auto anomalies = readPieceAnomalies(m_folder.file("piece.gpkg"));
+    ASSERT_TRUE(std::holds_alternative<std::vector<Anomaly>>(anomalies));
+    EXPECT_EQ(std::get<std::vector<Anomaly>>(anomalies).size(), piece.anomalies.size());
     const Piece& read = std::get<Piece>(again);
     EXPECT_EQ(read.frame.parameters.growRatio, piece.frame.parameters.growRatio);
     EXPECT_EQ(read.frame.parameters.significance->oldSigmaMetres, 0.1 / 3.0);

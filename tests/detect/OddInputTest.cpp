@@ -269,8 +269,7 @@ TEST(SwappedEpochs, TurnFillsIntoCutsAndNothingElse) {
         Request request;
         request.oldRaster = "/vsimem/swap-a.tif";
         request.newRaster = "/vsimem/swap-b.tif";
-        writeRaster(request.oldRaster, plan, randomHeights(random, plan.columns, plan.rows, roughness));
-        writeRaster(request.newRaster, plan, randomHeights(random, plan.columns, plan.rows, roughness));
+        writeRandomPair(request, random, plan, roughness);
         request.parameters.coregistration = CoregistrationMethod::None;
         request.parameters.minAreaSquareMetres = 1.0;
         const Result there = detectOrFail(request);

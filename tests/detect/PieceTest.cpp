@@ -57,8 +57,7 @@ Request randomPair(Random& random, const RasterPlan& plan) {
     request.oldRaster = "/vsimem/piece-old.tif";
     request.newRaster = "/vsimem/piece-new.tif";
     const double roughness = 0.2 + 1.6 * random();
-    writeRaster(request.oldRaster, plan, randomHeights(random, plan.columns, plan.rows, roughness));
-    writeRaster(request.newRaster, plan, randomHeights(random, plan.columns, plan.rows, roughness));
+    writeRandomPair(request, random, plan, roughness);
     request.parameters.minAreaSquareMetres = random() * 6.0;
     request.parameters.growRatio = 0.3 + 0.7 * random();
     return request;

@@ -35,6 +35,11 @@ std::vector<float> randomHeights(Random& random, int columns, int rows, double r
     return heights;
 }
 
+void writeRandomPair(const Request& request, Random& random, const RasterPlan& plan, double roughness) {
+    for (const std::string& path : {request.oldRaster, request.newRaster})
+        writeRaster(path, plan, randomHeights(random, plan.columns, plan.rows, roughness));
+}
+
 void expectIdentical(const Result& a, const Result& b) {
     EXPECT_EQ(a.cells, b.cells);
     EXPECT_EQ(a.rejections.core, b.rejections.core);

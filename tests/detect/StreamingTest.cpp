@@ -114,8 +114,7 @@ TEST(Streaming, NamesFollowTheFirstCellsOnRandomRasters) {
         Request request;
         request.oldRaster = "/vsimem/stream-old.tif";
         request.newRaster = "/vsimem/stream-new.tif";
-        writeRaster(request.oldRaster, plan, randomHeights(random, plan.columns, plan.rows, 0.3));
-        writeRaster(request.newRaster, plan, randomHeights(random, plan.columns, plan.rows, 0.3));
+        writeRandomPair(request, random, plan, 0.3);
         request.parameters.minAreaSquareMetres = 0.0;
         request.parameters.blockRows = 1 + static_cast<int>(random() * 20);
         request.parameters.blockColumns = 1 + static_cast<int>(random() * 30);
