@@ -106,9 +106,8 @@ Error writeProjectFile(const fs::path& folder) {
 class Maker {
 public:
     Maker(const SampleOptions& options, const fs::path& folder, const SampleProgress& progress)
-        : m_folder(folder), m_progress(progress),
-          m_scene(options.seed), m_frame{options.cells, options.cells / 4,
-                                         Extent::widthMetres / options.cells} {}
+        : m_folder(folder), m_progress(progress), m_scene(options.seed),
+          m_frame{options.cells, options.cells / 4, Extent::widthMetres / options.cells} {}
 
     Error make();
 

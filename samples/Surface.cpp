@@ -118,9 +118,8 @@ void standMarkers(const Scene& scene, Surface& surface) {
             continue;
         const float ground = scene.ground.heightMetres(post.x, post.y);
         const double half = 0.5 * std::max(0.5, surface.frame.cellMetres);
-        forEachCellAround(surface.frame, post, 1.0, 0, surface.frame.rows, [&](int c, int r) {
-            surface.cells.at(c, r) = {Material::Concrete, 0, 0};
-        });
+        forEachCellAround(surface.frame, post, 1.0, 0, surface.frame.rows,
+                          [&](int c, int r) { surface.cells.at(c, r) = {Material::Concrete, 0, 0}; });
         forEachCellAround(surface.frame, post, half, 0, surface.frame.rows, [&](int c, int r) {
             raise(surface, c, r, ground + 1.2F, {Material::MarkerPost, 0, 0});
         });

@@ -17,7 +17,7 @@ constexpr char kFileName[] = "record.txt";
 struct Block {
     const char* start;
     const char* end;
-    QStringList AttributeHistory::*list;
+    QStringList AttributeHistory::* list;
 };
 
 /// In the order of the file.
@@ -102,7 +102,7 @@ void writeAttributeHistory(const AttributeHistory& history) {
         std::cout << kFileName << " is not written: " << file.errorString().toStdString() << std::endl;
 }
 
-void rememberAttribute(AttributeHistory& history, QStringList AttributeHistory::*list,
+void rememberAttribute(AttributeHistory& history, QStringList AttributeHistory::* list,
                        const QString& attribute) {
     QStringList& known = history.*list;
     if (attribute.isEmpty() || known.contains(attribute))

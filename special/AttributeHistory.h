@@ -21,5 +21,5 @@ void writeAttributeHistory(const AttributeHistory& history);
 
 /// Appends a new, non-empty attribute to one of the lists and writes the file; `list` is for example
 /// &AttributeHistory::point.
-void rememberAttribute(AttributeHistory& history, QStringList AttributeHistory::*list,
+void rememberAttribute(AttributeHistory& history, QStringList AttributeHistory::* list,
                        const QString& attribute);

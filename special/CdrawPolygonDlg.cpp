@@ -81,7 +81,7 @@ void CdrawPolygonDlg::showRecord(const Special_Region& region) {
     ui.comboBox_attri->setEditText(fromGbk(region.m_attribute));
 }
 
-QStringList AttributeHistory::*CdrawPolygonDlg::listOfMode() const {
+QStringList AttributeHistory::* CdrawPolygonDlg::listOfMode() const {
     return m_mode == HighConsequenceArea ? &AttributeHistory::area : &AttributeHistory::polygon;
 }
 

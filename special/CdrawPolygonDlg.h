@@ -50,7 +50,7 @@ public slots:
     void SlotAttri(QString text);
 
 private:
-    QStringList AttributeHistory::*listOfMode() const;
+    QStringList AttributeHistory::* listOfMode() const;
     void SaveRecord();
 
     AttributeHistory m_history;

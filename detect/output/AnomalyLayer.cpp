@@ -11,7 +11,7 @@ struct Column {
     OGRFieldType type;
     int width; ///< characters, for formats with fixed records
     int decimals;
-    double Anomaly::*figure; ///< null for what is no plain figure
+    double Anomaly::* figure; ///< null for what is no plain figure
 };
 
 constexpr Column columns[] = {

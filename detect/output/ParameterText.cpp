@@ -6,7 +6,7 @@ namespace {
 
 struct Figure {
     const char* name;
-    double Coregistration::*value;
+    double Coregistration::* value;
 };
 
 constexpr Figure figures[] = {

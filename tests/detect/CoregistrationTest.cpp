@@ -46,9 +46,8 @@ TEST(Coregistration, LengthsAreMetresOnLongitudeAndLatitude) {
     request.newRaster = "/vsimem/relief-new.tif";
     request.parameters.coregistration = CoregistrationMethod::Full;
     writeRaster(request.oldRaster, plan, relief);
-    writeRaster(request.newRaster, plan, [&](const Point& p) {
-        return relief({p.x + 0.6 * cell, p.y - 0.4 * cell});
-    });
+    writeRaster(request.newRaster, plan,
+                [&](const Point& p) { return relief({p.x + 0.6 * cell, p.y - 0.4 * cell}); });
     const Coregistration found = estimateOrFail(request);
     EXPECT_NEAR(found.dxCells, 0.6, 0.03);
     EXPECT_NEAR(found.dyCells, -0.4, 0.03);

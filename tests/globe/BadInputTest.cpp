@@ -102,9 +102,8 @@ TEST_F(BadInput, ACorruptRasterIsShownWhereItCanBeRead) {
 }
 
 TEST_F(BadInput, ARasterThatIsTruncatedWhileInUse) {
-    const std::string green = writeColours("below.tif", {}, [](double, double) {
-        return std::array<std::uint8_t, 4>{10, 220, 10, 255};
-    });
+    const std::string green = writeColours(
+        "below.tif", {}, [](double, double) { return std::array<std::uint8_t, 4>{10, 220, 10, 255}; });
     const std::string file = writeColours("shrinking.tif", {}, red);
     const LogLines log;
     globe.addImage("below", green);

@@ -201,9 +201,8 @@ TEST(Layers, TakeAFolderAsOneRaster) {
 
 TEST(Layers, StandInTheOrderTheyWereAdded) {
     osg::ref_ptr<Map> map = new Map();
-    const std::string file = writeColours("green.tif", {}, [](double, double) {
-        return std::array<std::uint8_t, 4>{0, 255, 0, 255};
-    });
+    const std::string file = writeColours(
+        "green.tif", {}, [](double, double) { return std::array<std::uint8_t, 4>{0, 255, 0, 255}; });
     const int before = map->getDataModelRevision();
     osg::ref_ptr<ImageLayer> first = image("first", file);
     osg::ref_ptr<ImageLayer> last = image("last", file);

@@ -135,8 +135,7 @@ LayerStack::Heights LayerStack::composeHeights(const SampleGrid& grid) const {
     for (const Raster& raster : _elevations) {
         fillFromApron(*raster.source, grid, metres);
     }
-    std::replace_if(
-        metres.begin(), metres.end(), [](float h) { return std::isnan(h); }, 0.0F);
+    std::replace_if(metres.begin(), metres.end(), [](float h) { return std::isnan(h); }, 0.0F);
     return heights;
 }
 

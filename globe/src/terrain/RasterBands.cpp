@@ -208,8 +208,7 @@ bool RasterBands::readHeights(GDALDataset& dataset, const CellWindow& window,
         }
     }
     // Heights beyond anything on Earth are fill values that the file does not declare.
-    std::replace_if(
-        heights.begin(), heights.end(), [](float h) { return !(std::abs(h) < 100000.0F); }, hole);
+    std::replace_if(heights.begin(), heights.end(), [](float h) { return !(std::abs(h) < 100000.0F); }, hole);
     return true;
 }
 

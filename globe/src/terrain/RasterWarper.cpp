@@ -81,7 +81,7 @@ Cell CellMapping::at(int column, int row) const {
     const int top = std::min(static_cast<int>(y), nodesPerSide - 2);
     const double fx = x - left;
     const double fy = y - top;
-    const auto mix = [&](double Cell::*part) {
+    const auto mix = [&](double Cell::* part) {
         const double upper = node(left, top).*part * (1.0 - fx) + node(left + 1, top).*part * fx;
         const double lower = node(left, top + 1).*part * (1.0 - fx) + node(left + 1, top + 1).*part * fx;
         return upper * (1.0 - fy) + lower * fy;

@@ -208,9 +208,16 @@ TEST_P(DatabaseTest, ConstraintsAreTheSameOnEveryDatabase) {
 TEST_P(DatabaseTest, NamesAreComparedExactly) {
     KV_Record fields;
     Special_Point(std::string("x"), {114.0, 30.7, 50.0}).evalute_record(fields);
-    const std::vector<std::string> different{
-        "a", "A", toGbk("á"), "a ", " a", toGbk("ａ"), toGbk("表情😀"), toGbk("表情😁"), std::string("a\0", 2),
-        ""};
+    const std::vector<std::string> different{"a",
+                                             "A",
+                                             toGbk("á"),
+                                             "a ",
+                                             " a",
+                                             toGbk("ａ"),
+                                             toGbk("表情😀"),
+                                             toGbk("表情😁"),
+                                             std::string("a\0", 2),
+                                             ""};
     for (const std::string& name : different) {
         fields["name"] = name;
         opened.sql().insertRecord("special_point", fields);

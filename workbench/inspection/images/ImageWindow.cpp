@@ -41,7 +41,7 @@ QRectF grownTo(const QRectF& ground, double leastMetres) {
 
 /// The bounds of an anomaly or a station; null where they enclose no ground.
 template<typename Record>
-QRectF groundOf(double Record::*xMin, double Record::*yMin, double Record::*xMax, double Record::*yMax,
+QRectF groundOf(double Record::* xMin, double Record::* yMin, double Record::* xMax, double Record::* yMax,
                 const Record& record) {
     const QRectF ground(QPointF(record.*xMin, record.*yMin), QPointF(record.*xMax, record.*yMax));
     return std::isfinite(ground.width() + ground.height()) && ground.isValid() ? ground : QRectF();

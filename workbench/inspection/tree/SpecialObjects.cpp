@@ -245,8 +245,7 @@ void SpecialObjects::rename(QTreeWidgetItem* entry, const QString& oldName) {
     m_tree.setName(entry, failure ? oldName : name);
     if (failure) {
         // Once the editor is closed, which a message box in its midst would keep from closing.
-        QMetaObject::invokeMethod(
-            this, [this, failure] { isDone(failure); }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(this, [this, failure] { isDone(failure); }, Qt::QueuedConnection);
         return;
     }
     m_entries.erase(oldName);
