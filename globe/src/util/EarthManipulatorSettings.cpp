@@ -27,12 +27,12 @@ std::vector<int> alternativesOf(int mask) {
             continue;
         }
         const int left = both & -both; // the lowest bit
-        std::vector<int> more;
-        for (const int present : masks) {
-            more.push_back(present & ~left);
-            more.push_back(present & ~(both & ~left));
+        const std::size_t count = masks.size();
+        for (std::size_t i = 0; i < count; ++i) {
+            const int present = masks[i]; // a copy: the vector grows
+            masks.push_back(present & ~left);
+            masks.push_back(present & ~(both & ~left));
         }
-        masks.insert(masks.end(), more.begin(), more.end());
     }
     return masks;
 }
