@@ -6,11 +6,12 @@ fail() { say "$*"; exit 1; }
 # install_packages LIST... : installs what is missing with apt, if it may; otherwise says in one line what to install.
 install_packages() {
     command -v dpkg-query >/dev/null || return 0 # not Debian: the user's own packages have to do
-    local wanted missing
-    wanted=$(cat "$@")
-    missing=$(comm -23 <(printf '%s\n' $wanted | sort -u) \
-        <(dpkg-query -W -f '${db:Status-Status} ${Package}\n' $wanted 2>/dev/null | awk '$1 == "installed" {print $2}' | sort -u))
-    missing=$(echo $missing)
+    local wanted installed missing
+    wanted=$(cat "$@" | sort -u)
+    # What another package provides is there, too: later releases merge packages.
+    installed=$(dpkg-query -W -f '${db:Status-Status} ${Package} ${Provides}\n' |
+        sed -n 's/([^)]*)//g; s/,/ /g; s/^installed //p' | tr -s ' ' '\n' | sort -u)
+    missing=$(echo $(comm -23 <(echo "$wanted") <(echo "$installed")))
     [ -n "$missing" ] || return 0
 
     local as_root=

@@ -3,6 +3,7 @@
 #include "host/inspection/IORVAContext.h"
 #include "host/inspection/StationWindow.h"
 #include "tests/support/CopyFolder.h"
+#include "tests/support/MenuEntry.h"
 #include "tests/support/OverlaysOnGlobe.h"
 #include "tests/support/Pointer.h"
 #include "tests/support/WaitUntil.h"
@@ -200,7 +201,7 @@ void MenuChooser::look() {
         if (!m_path.isEmpty() && action->text() == m_path.first()) {
             m_path.removeFirst();
             m_opening = action->menu();
-            QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(action).center());
+            clickEntry(*menu, *action);
             return;
         }
     }

@@ -5,6 +5,7 @@
 #include "tests/app/walk/Walk.h"
 #include "tests/support/ForeignConnection.h"
 #include "tests/support/OverlaysOnGlobe.h"
+#include "tests/support/TheChild.h"
 #include "tests/support/Typing.h"
 #include "tests/support/WorkingDirectory.h"
 #include "workbench/viewer/GlobeWidget.h"
@@ -38,15 +39,15 @@ protected:
         return nullptr;
     }
     static void fill(QWidget* dialog, const char* name, const QString& attributeBox, const char* attribute) {
-        auto* title = dialog->findChild<QLineEdit*>("lineEditTitle");
+        auto* title = &theChild<QLineEdit>(dialog, "lineEditTitle");
         title->clear();
         type(title, name);
-        auto* box = dialog->findChild<QComboBox*>(attributeBox);
+        auto* box = &theChild<QComboBox>(dialog, attributeBox);
         box->clearEditText();
         type(box, attribute);
     }
     void confirm(QWidget* dialog) {
-        QTest::mouseClick(dialog->findChild<QPushButton*>("pushButtonOK"), Qt::LeftButton);
+        QTest::mouseClick(&theChild<QPushButton>(dialog, "pushButtonOK"), Qt::LeftButton);
         waitForGlobe();
     }
     QVariantList stored(const char* sql) const {
@@ -106,7 +107,7 @@ TEST_F(ObjectsWalk, APointAndAnAreaAreDrawnEditedDeletedAndEverythingIsAsLeftAft
     fill(form, "实验小学", "comboBox_attri", "小学");
     for (const auto& [field, steps] : {std::pair("spinBoxBorderWidth", 2), {"doubleSpinBox", 6}}) {
         for (int step = 0; step < steps; ++step)
-            QTest::keyClick(form->findChild<QAbstractSpinBox*>(field), Qt::Key_Up);
+            QTest::keyClick(&theChild<QAbstractSpinBox>(form, field), Qt::Key_Up);
     }
     keepPicture("area-edit");
     confirm(form);

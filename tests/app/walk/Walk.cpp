@@ -6,6 +6,7 @@
 #include "host/inspection/IORVAContext.h"
 #include "host/inspection/StationWindow.h"
 #include "tests/support/ForeignConnection.h"
+#include "tests/support/MenuEntry.h"
 #include "tests/support/OverlaysOnGlobe.h"
 #include "tests/support/Pointer.h"
 #include "tests/support/WaitUntil.h"
@@ -224,10 +225,10 @@ bool WalkTest::chooseAt(const QPoint& place, QStringList path) {
             if (!path.isEmpty() && action->text() == path.first()) {
                 path.removeFirst();
                 opening = action->menu();
-                movePointer(*menu, menu->actionGeometry(action).center());
+                moveOver(*menu, *action);
                 if (path.isEmpty())
                     keepPicture("menu");
-                QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(action).center());
+                clickEntry(*menu, *action);
                 return;
             }
         }

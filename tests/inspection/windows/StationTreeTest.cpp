@@ -1,4 +1,5 @@
 #include "tests/inspection/windows/WindowFixture.h"
+#include "tests/support/MenuEntry.h"
 
 #include "host/inspection/StationWindow.h"
 #include "workbench/inspection/database/AnomalyTable.h"
@@ -83,7 +84,7 @@ TEST_F(StationTreeTest, TheContextMenuChecksAll) {
             texts << action->text();
         }
         EXPECT_EQ(texts, QStringList({"全选", "全不选", "", "飞到", "重命名\tF2", "删除\tDelete"}));
-        QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(menu->actions().first()).center());
+        clickEntry(*menu, *menu->actions().first());
     });
     const QPoint at = tree().visualItemRect(station(0)).center();
     QContextMenuEvent event(QContextMenuEvent::Mouse, at, tree().viewport()->mapToGlobal(at));

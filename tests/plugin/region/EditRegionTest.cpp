@@ -1,6 +1,7 @@
 // Editing and deleting what is on the globe.
 
 #include "tests/plugin/region/RegionFixture.h"
+#include "tests/support/TheChild.h"
 
 #include <QApplication>
 #include <QComboBox>
@@ -42,7 +43,7 @@ protected:
         return values;
     }
     void set(const char* field, int steps) {
-        auto* box = dialog()->findChild<QAbstractSpinBox*>(field);
+        auto* box = &theChild<QAbstractSpinBox>(dialog(), field);
         box->setFocus();
         for (int step = 0; step < std::abs(steps); ++step)
             QTest::keyClick(box, steps > 0 ? Qt::Key_Up : Qt::Key_Down);
@@ -69,7 +70,7 @@ TEST_F(RegionEditing, TheDialogShowsTheStoredRecordOfItsKind) {
     EXPECT_FALSE(field<QSpinBox>("spinBox_level")->isVisible());
     choose(onPoint(), kEdit);
     ASSERT_EQ(openDialogs("CDrawPointDlg").size(), 1);
-    EXPECT_EQ(openDialogs("CDrawPointDlg")[0]->findChild<QLineEdit*>("lineEditTitle")->text(), "点");
+    EXPECT_EQ(theChild<QLineEdit>(openDialogs("CDrawPointDlg").value(0), "lineEditTitle").text(), "点");
 }
 
 TEST_F(RegionEditing, AnEditedAreaIsTheSameInGlobeTreeDatabaseAndHistoryAndAfterReopening) {
@@ -136,7 +137,7 @@ TEST_F(RegionEditing, AnEditedPointGetsANewMarkerAtItsOwnPlace) {
     osg::Group* group = groupOf("点");
     const osg::ref_ptr<osg::Node> before = group->getChild(0);
     choose(onPoint(), kEdit);
-    auto* name = openDialogs("CDrawPointDlg")[0]->findChild<QLineEdit*>("lineEditTitle");
+    auto* name = &theChild<QLineEdit>(openDialogs("CDrawPointDlg").value(0), "lineEditTitle");
     name->clear();
     type(name, "一号桩");
     confirmPoint();
@@ -170,7 +171,7 @@ TEST_F(RegionEditing, ATakenNameLeavesTheDialogOpenAndChangesNothingAndTheOwnNam
     EXPECT_EQ(readStored("select border_width_px from special_area").value(0).toInt(), 7);
 
     choose(onPoint(), kEdit);
-    auto* name = openDialogs("CDrawPointDlg")[0]->findChild<QLineEdit*>("lineEditTitle");
+    auto* name = &theChild<QLineEdit>(openDialogs("CDrawPointDlg").value(0), "lineEditTitle");
     name->clear();
     type(name, "高");
     confirmPoint();

@@ -1,6 +1,7 @@
 // Undoing and redoing what was done to special objects, with the two buttons.
 
 #include "tests/plugin/region/RegionFixture.h"
+#include "tests/support/MenuEntry.h"
 
 #include <QAbstractSpinBox>
 #include <QMenu>
@@ -111,7 +112,7 @@ TEST_F(UndoRegion, SeveralStepsAreTakenBackWithTheMenuAlsoAfterReopening) {
     EXPECT_EQ(texts.mid(0, 3), QStringList({"删除特殊点 点", "删除高后果区 高", "删除特殊面 面"}));
     QMenu* menu = m_host.button("撤销").menu();
     menu->popup(QPoint(5, 5));
-    QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(menu->actions().at(2)).center());
+    clickEntry(*menu, *menu->actions().at(2));
     m_host.settle();
     EXPECT_EQ(row("special_area"), area);
     EXPECT_EQ(row("high_consequence_area"), polygon);

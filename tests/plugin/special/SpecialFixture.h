@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tests/plugin/ToolFixture.h"
+#include "tests/support/TheChild.h"
 #include "tests/support/Typing.h"
 #include "tests/support/WorkingDirectory.h"
 
@@ -32,7 +33,7 @@ protected:
     QWidget* dialog() const;
     template<typename Widget>
     Widget* field(const char* objectName) const {
-        return dialog()->findChild<Widget*>(objectName);
+        return &theChild<Widget>(dialog(), objectName);
     }
     void typeName(const QString& name);
     void confirm();
