@@ -1,10 +1,13 @@
 #pragma once
 
-#include "anomaly/GlobeOverlays.h"
+#include "anomaly/OverlaySelection.h"
 #include "anomaly/PickCallback.h"
+#include "anomaly/TableLink.h"
 #include "host/engine/ToolPlugin.h"
 #include "host/inspection/Station.h"
 #include "host/viewmanager/CXCommandHandler.h"
+#include "plugin/HoverPicker.h"
+#include "plugin/ToolThreads.h"
 
 #include <osg/Group>
 #include <osg/Vec2d>
@@ -12,23 +15,23 @@
 #include <osgEarthAnnotation/FeatureNode>
 #include <osgEarthAnnotation/PlaceNode>
 #include <osgEarthSymbology/Style>
-#include <osgEarthUtil/RTTPicker>
 
+#include <atomic>
 #include <memory>
+#include <string>
 #include <vector>
 
-class QAction;
 class QMenu;
 namespace osgViewer {
 class View;
 }
 
-/// View and edit anomalies: hover picking, the classification menu, deletion.
+/// View and edit anomalies: hover picking, the rectangle, the classification menu, deletion.
 ///
-/// Slots and activation run on the GUI thread, handle and OnMessage in the viewer's frame loop. The picker
+/// Slots and activation run on the GUI thread, handle and OnMessage on the thread of the frames. The picker
 /// and the frame-selection group come and go only in OnMessage, by messages that the tool posts to itself.
-/// What is highlighted on the globe and the selected rows of the anomaly table are one selection: the tool
-/// tells the table what it highlighted, and takes over what the user selected there, active or not.
+/// What is highlighted on the globe and the selected rows of the anomaly table are one selection while the
+/// tool is active.
 class CeditDiff : public zeo::ToolPlugin, public CXCommandHandler {
     Q_OBJECT
 
@@ -76,13 +79,12 @@ private:
 
     void buildMenu();
     void prepareAreaStyle();
-    void addPicker();
-    void removePicker();
+    void bringFrameGroup();
     void addFrameSelection();
     void removeFrameSelection();
-    void scanSelectedItems();
+    void leaveGlobe();
 
-    // The events, in CeditDiffEvents.cpp.
+    // The events, on the thread of the frames, in CeditDiffEvents.cpp.
     void onPush(osgViewer::View& view, const osgGA::GUIEventAdapter& ea);
     void onRelease(osgViewer::View& view, const osgGA::GUIEventAdapter& ea);
     void onDoubleClick(osgViewer::View& view, const osgGA::GUIEventAdapter& ea);
@@ -91,58 +93,60 @@ private:
     void onKeyDown(osgViewer::View& view, const osgGA::GUIEventAdapter& ea);
     void onKeyUp(osgViewer::View& view, const osgGA::GUIEventAdapter& ea);
     void rememberPosition(const osgGA::GUIEventAdapter& ea);
+    void startFrameAt(const osg::Vec3d& world);
     void UpdateFrameRect(const osg::Vec3d& onMap);
     void ShowDiffLabel(const osg::Vec3d& world);
-    double differenceAt(const osg::Vec3d& world);
-
-    // What is selected, in CeditDiffSelection.cpp.
+    void putLabel(const osg::Vec3d& world, double difference);
     void pickHovered(const osg::Vec3d& world);
-    void toggleHovered(int pickedId);
     void pickByBounds(const osg::Vec3d& world);
-    void highlightByBounds(const anomaly::Place& lonLat);
-    void highlightNearest(const anomaly::Place& lonLat);
-    void selectInFrame(const anomaly::Box& frame);
-    void clearHoverPicks();
-    void clearBoundsPicks();
-    void tellTable(const Overlays& highlighted);
-    void adoptTableSelection(const std::vector<std::string>& names);
+    /// Tells the GUI thread what is highlighted now.
+    void announce(const Overlays& highlighted);
+    void askToDelete();
 
+    // What is stored, on the GUI thread, in CeditDiffItems.cpp.
+    void scanSelectedItems();
+    double differenceAt(const osg::Vec3d& world);
+    void showItemAt(const osg::Vec3d& world);
+    void takeTableSelection(const std::vector<std::string>& gbkNames);
     bool CollectSelectedDiffs();
-    void SetDiffAttribute(const char* text);
-    void storeDiffAttribute(const std::string& gbkText);
+    void SetDiffAttribute(const std::string& gbkText);
     void showCurrentItem();
     void dropVanishedItem();
 
+    ToolThreads m_threads{"editDiffWakeUp"};
+
+    // GUI thread.
     std::vector<KV_StationItem*> m_stationItems; ///< as of the last scan
     osg::Vec3d m_rightClickPoint;                ///< world
     osg::Vec3d m_deletePoint;                    ///< world
     KV_StationItem* m_currentItem = nullptr;     ///< the AVWindow's own item while none is worked on
     std::vector<SdiffData> m_selectedAnomalies;
+    std::vector<std::string> m_hoveredNames;        ///< GBK, of the hover pick list
     std::unique_ptr<osg::Vec2d> m_doubleClickPoint; ///< station's reference system
-    osg::ref_ptr<osgEarth::Annotation::PlaceNode> m_valueLabel;
-    osg::ref_ptr<osgEarth::Util::RTTPicker> m_picker;
-    osg::ref_ptr<PickCallback> m_pickCallback;
     std::string m_stationSrs;
-    Overlays m_boundsPickList;
-    int m_lastPickedId = PickCallback::kNothing;
+    osgEarth::Symbology::Style m_areaStyle;
+    bool m_toggle = false;                ///< the button was not checked when the tool was left
+    std::unique_ptr<QMenu> m_contextMenu; ///< owns its actions
+    TableLink m_table;
+    const std::string m_ownKey; ///< the key once more, for the tool itself
+
+    // Both threads.
+    std::atomic<int> m_toolState{Constructed};
+
+    // Thread of the frames.
+    HoverPicker<PickCallback> m_picker{m_threads};
+    OverlaySelection m_selection;
+    osg::ref_ptr<osgEarth::Annotation::PlaceNode> m_valueLabel;
     bool m_ctrlHeld = false;
     bool m_shiftHeld = false;
     bool m_deleteHeld = false;
-    Overlays m_hoverPickList;
     int m_pressX = 0;
     int m_pressY = 0;
     int m_dragX = 0;
     int m_dragY = 0;
     bool m_leftDown = false;
-    osgEarth::Symbology::Style m_areaStyle;
     osg::Vec3d m_frameStart; ///< map coordinates
     osgEarth::Symbology::Style m_frameStyle;
     osg::ref_ptr<osgEarth::Annotation::FeatureNode> m_frameFeatureNode;
     osg::ref_ptr<osg::Group> m_frameGroup;
-    bool m_toggle = false; ///< the button was not checked when the tool was left
-    int m_toolState = Constructed;
-    std::unique_ptr<QMenu> m_contextMenu; ///< owns its actions
-    const std::string m_ownKey;           ///< the key once more, for the tool itself
-    OverlayCentres m_overlayCentres;      ///< for the rectangle
-    bool m_pickerIsComing = false;        ///< "addPick" has been posted and not arrived
 };

@@ -1,11 +1,12 @@
-// The mouse and key work of the anomaly tool; see CeditDiff.cpp for its activation, messages and menu.
+// The mouse and key work of the anomaly tool, on the thread of the frames; see CeditDiff.cpp for its
+// activation and messages, CeditDiffItems.cpp for what is stored.
 
 #include "anomaly/CeditDiff.h"
 
 #include "anomaly/DifferenceLabel.h"
 #include "anomaly/FrameRectangle.h"
 #include "anomaly/OverlayMode.h"
-#include "anomaly/StationScan.h"
+#include "host/engine/IEngineContext.h"
 #include "host/viewmanager/MessageBus.h"
 #include "host/viewmanager/pick.h"
 #include "plugin/ClickTest.h"
@@ -16,6 +17,7 @@
 #include <osgViewer/View>
 
 #include <cmath>
+#include <utility>
 
 using osgEarth::Util::EarthManipulator;
 using osgGA::GUIEventAdapter;
@@ -26,37 +28,44 @@ namespace {
 void WorldToMap(osg::Vec3d& point) {
     const osgEarth::MapNode* mapNode = globeMapNode();
     osgEarth::GeoPoint onMap;
-    if (mapNode && onMap.fromWorld(mapNode->getMapSRS(), point))
+    if (mapNode && onMap.fromWorld(mapNode->getMapSRS(), point)) {
         point = onMap.vec3d();
+    }
 }
 
 void bindLeftDrag(EarthManipulator::ActionType action) {
-    if (EarthManipulator* manipulator = globeManipulator())
+    if (EarthManipulator* manipulator = globeManipulator()) {
         manipulator->getSettings()->bindMouse(action, GUIEventAdapter::LEFT_MOUSE_BUTTON, 0,
                                               EarthManipulator::ActionOptions());
+    }
 }
 
 } // namespace
 
 bool CeditDiff::handle(const GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) {
     auto* view = dynamic_cast<osgViewer::View*>(&aa);
-    if (!view || m_toolState != Active)
+    m_threads.enterFrame();
+    if (!view || m_toolState != Active) {
         return false;
+    }
     switch (ea.getEventType()) {
     case GUIEventAdapter::PUSH:
-        if (ea.getButton() == GUIEventAdapter::LEFT_MOUSE_BUTTON)
+        if (ea.getButton() == GUIEventAdapter::LEFT_MOUSE_BUTTON) {
             onPush(*view, ea);
+        }
         break;
     case GUIEventAdapter::RELEASE:
         onRelease(*view, ea);
         break;
     case GUIEventAdapter::DOUBLECLICK:
-        if (ea.getButton() == GUIEventAdapter::LEFT_MOUSE_BUTTON && isClick(ea, m_pressX, m_pressY))
+        if (ea.getButton() == GUIEventAdapter::LEFT_MOUSE_BUTTON && isClick(ea, m_pressX, m_pressY)) {
             onDoubleClick(*view, ea);
+        }
         break;
     case GUIEventAdapter::DRAG:
-        if (m_leftDown && !isPickedByBounds())
+        if (m_leftDown && !isPickedByBounds()) {
             onFrameDrag(*view, ea);
+        }
         break;
     case GUIEventAdapter::MOVE:
         onMove(*view, ea);
@@ -84,69 +93,70 @@ void CeditDiff::onPush(osgViewer::View& view, const GUIEventAdapter& ea) {
     m_dragY = m_pressY;
     const osg::Vec3d world = pick(&view, ea);
     m_leftDown = true;
-    if (!m_shiftHeld)
+    if (!m_shiftHeld) {
         ShowDiffLabel(world);
-    if (isPickedByBounds())
+    }
+    if (isPickedByBounds()) {
         pickByBounds(world);
-    else
+    } else {
         pickHovered(world);
+    }
 }
 
 void CeditDiff::onRelease(osgViewer::View& view, const GUIEventAdapter& ea) {
     if (ea.getButton() == GUIEventAdapter::LEFT_MOUSE_BUTTON) {
         rememberPosition(ea);
-        osg::Vec3d point = pick(&view, ea);
+        const osg::Vec3d world = pick(&view, ea);
         if (m_shiftHeld) {
-            WorldToMap(point);
-            m_frameStart = point;
-            osgPush("RemoveFrameSelect");
+            startFrameAt(world);
         }
         m_leftDown = false;
     } else if (ea.getButton() == GUIEventAdapter::RIGHT_MOUSE_BUTTON && isClick(ea, m_pressX, m_pressY)) {
         rememberPosition(ea);
-        m_rightClickPoint = pick(&view, ea);
-        emit signal_eidtDff();
+        m_threads.onGui([this, world = pick(&view, ea)] {
+            m_rightClickPoint = world;
+            emit signal_eidtDff();
+        });
     }
+}
+
+void CeditDiff::startFrameAt(const osg::Vec3d& world) {
+    m_frameStart = world;
+    WorldToMap(m_frameStart);
+    osgPush("RemoveFrameSelect");
 }
 
 void CeditDiff::onDoubleClick(osgViewer::View& view, const GUIEventAdapter& ea) {
     rememberPosition(ea);
-    bool isHit = false;
-    scanSelectedItems();
-    visitItemsAtPoint(m_stationItems, pick(&view, ea),
-                      [&](KV_StationItem& item, const KV_Station&, double x, double y) {
-                          item.readdom();
-                          m_doubleClickPoint = std::make_unique<osg::Vec2d>(x, y);
-                          m_currentItem = &item;
-                          isHit = true;
-                          return false;
-                      });
-    if (isHit)
-        emit signal_checkDff();
+    m_threads.onGui([this, world = pick(&view, ea)] { showItemAt(world); });
 }
 
 void CeditDiff::onMove(osgViewer::View& view, const GUIEventAdapter& ea) {
     rememberPosition(ea);
     osg::Vec3d point = pick(&view, ea);
-    if (point == kPickNoHit) // beside the globe there is no corner to start from
+    if (point == kPickNoHit) { // beside the globe there is no corner to start from
         return;
+    }
     WorldToMap(point);
     m_frameStart = point;
 }
 
 void CeditDiff::onKeyDown(osgViewer::View& view, const GUIEventAdapter& ea) {
-    if (EarthManipulator* manipulator = globeManipulator())
+    if (EarthManipulator* manipulator = globeManipulator()) {
         manipulator->getSettings()->bindKey(EarthManipulator::ACTION_NULL, GUIEventAdapter::KEY_Control_L, 0,
                                             EarthManipulator::ActionOptions());
+    }
     if (ea.getKey() == GUIEventAdapter::KEY_Control_L) {
         m_ctrlHeld = true;
     } else if (ea.getKey() == GUIEventAdapter::KEY_Shift_L) {
         m_shiftHeld = true;
     } else if (ea.getKey() == GUIEventAdapter::KEY_Delete) {
         rememberPosition(ea);
-        m_deletePoint = pick(&view, ea);
         m_deleteHeld = true;
-        emit signal_deleteDff();
+        m_threads.onGui([this, world = pick(&view, ea)] {
+            m_deletePoint = world;
+            emit signal_deleteDff();
+        });
     }
 }
 
@@ -156,12 +166,66 @@ void CeditDiff::onKeyUp(osgViewer::View& view, const GUIEventAdapter& ea) {
     } else if (ea.getKey() == GUIEventAdapter::KEY_Shift_L) {
         m_shiftHeld = false;
         rememberPosition(ea);
-        osg::Vec3d point = pick(&view, ea);
-        WorldToMap(point);
-        m_frameStart = point;
-        osgPush("RemoveFrameSelect");
+        startFrameAt(pick(&view, ea));
     } else if (ea.getKey() == GUIEventAdapter::KEY_Delete) {
         m_deleteHeld = false;
+    }
+}
+
+void CeditDiff::askToDelete() {
+    m_threads.onGui([this] { OnDeleteItem(); });
+}
+
+void CeditDiff::announce(const Overlays& highlighted) {
+    m_threads.onGui([this, hovered = namesOf(m_selection.hovered()), names = namesOf(highlighted)] {
+        m_hoveredNames = hovered;
+        m_table.select(names);
+    });
+}
+
+void CeditDiff::pickHovered(const osg::Vec3d& world) {
+    m_selection.clearInBounds();
+    // Once more on purpose: this label takes the place of the one that the press just made.
+    if (!m_shiftHeld) {
+        ShowDiffLabel(world);
+    }
+    const PickCallback* callback = m_picker.callback();
+    if (!callback) {
+        return;
+    }
+    if (m_ctrlHeld) {
+        m_selection.toggle(callback->m_pickedId);
+        announce(m_selection.hovered());
+        return;
+    }
+    const bool isTaken = m_selection.press(callback->m_pickedId);
+    announce(m_selection.hovered());
+    if (isTaken && m_deleteHeld) {
+        askToDelete();
+    }
+}
+
+void CeditDiff::pickByBounds(const osg::Vec3d& world) {
+    m_selection.forgetHovered();
+    if (!m_ctrlHeld) {
+        m_selection.clearInBounds();
+    }
+    const osgEarth::SpatialReference* mapSrs = zeo::IEngineContext::Instance()->GetMapSRS();
+    osgEarth::GeoPoint point;
+    if (mapSrs && point.fromWorld(mapSrs, world) && point.makeGeographic()) {
+        const anomaly::Place lonLat{point.x(), point.y()};
+        m_selection.gatherInBounds(lonLat, m_ctrlHeld);
+        if (m_ctrlHeld) {
+            announce(m_selection.inBounds());
+        } else if (const Overlay nearest = m_selection.highlightNearest(lonLat)) {
+            announce({nearest});
+        } else {
+            announce({});
+            return;
+        }
+    }
+    if (m_deleteHeld) {
+        askToDelete();
     }
 }
 
@@ -176,18 +240,22 @@ void CeditDiff::onFrameDrag(osgViewer::View& view, const GUIEventAdapter& ea) {
     bindLeftDrag(EarthManipulator::ACTION_NULL);
     m_pressX = x;
     osg::Vec3d point = pick(&view, ea);
-    if (point == kPickNoHit)
+    if (point == kPickNoHit) {
         return;
+    }
     WorldToMap(point);
     UpdateFrameRect(point);
     if (std::hypot(x - m_dragX, y - m_dragY) > 0.1 && m_frameFeatureNode) {
         const osgEarth::Bounds frame = m_frameFeatureNode->getFeature()->getGeometry()->getBounds();
-        selectInFrame({frame.xMin(), frame.yMin(), frame.xMax(), frame.yMax()});
+        if (m_selection.selectInFrame({frame.xMin(), frame.yMin(), frame.xMax(), frame.yMax()})) {
+            announce(m_selection.hovered());
+        }
         m_dragX = x;
         m_dragY = y;
     }
-    if (m_deleteHeld)
-        OnDeleteItem();
+    if (m_deleteHeld) {
+        askToDelete();
+    }
 }
 
 void CeditDiff::UpdateFrameRect(const osg::Vec3d& onMap) {
@@ -198,22 +266,20 @@ void CeditDiff::UpdateFrameRect(const osg::Vec3d& onMap) {
     drawFrame(*m_frameFeatureNode, m_frameStyle, m_frameStart, onMap);
 }
 
-double CeditDiff::differenceAt(const osg::Vec3d& world) {
-    double difference = 0.0;
-    scanSelectedItems();
-    visitItemsAtPoint(m_stationItems, world,
-                      [&](KV_StationItem& item, const KV_Station&, double x, double y) {
-                          m_doubleClickPoint = std::make_unique<osg::Vec2d>(x, y);
-                          item.readdiffvz();
-                          return !item.m_diffData.GetdZ(x, y, difference);
-                      });
-    return difference;
+void CeditDiff::ShowDiffLabel(const osg::Vec3d& world) {
+    m_threads.onGui([this, world] {
+        m_threads.onFrame([this, world, difference = differenceAt(world)] { putLabel(world, difference); });
+    });
 }
 
-void CeditDiff::ShowDiffLabel(const osg::Vec3d& world) {
-    const double difference = differenceAt(world);
+void CeditDiff::putLabel(const osg::Vec3d& world, double difference) {
     removeFromGlobe(m_valueLabel);
+    m_valueLabel = nullptr;
+    if (m_toolState != Active) {
+        return; // the value came when the tool had been left
+    }
     m_valueLabel = makeDifferenceLabel(world, difference);
-    if (m_valueLabel)
+    if (m_valueLabel) {
         globeMapNode()->addChild(m_valueLabel);
+    }
 }

@@ -38,10 +38,10 @@ void drawFrame(FeatureNode& frame, const Style& style, const osg::Vec3d& start, 
     line->push_back(opposite);
     line->push_back(osg::Vec3d(opposite.x(), start.y(), 0));
     line->push_back(start);
-    frame.dirty();
+    frame.init();
 }
 
 void eraseFrame(FeatureNode& frame) {
     frame.getFeature()->getGeometry()->clear();
-    frame.dirty();
+    frame.init();
 }

@@ -5,8 +5,6 @@
 #include <osgEarth/ObjectIndex>
 #include <osgEarth/Registry>
 
-#include <unordered_set>
-
 using osgEarth::Annotation::ImageOverlay;
 
 namespace {
@@ -35,42 +33,6 @@ Overlays overlaysOnGlobe() {
         }
     }
     return overlays;
-}
-
-void OverlayCentres::update() {
-    std::vector<std::pair<osg::ref_ptr<osg::Group>, unsigned>> groups;
-    for (osg::Group* group : overlayGroups())
-        groups.emplace_back(group, group->getNumChildren());
-    if (groups == m_groups)
-        return;
-    m_groups = std::move(groups);
-    m_overlays = overlaysOnGlobe();
-    m_centres.clear();
-    m_centres.reserve(m_overlays.size());
-    for (const Overlay& overlay : m_overlays)
-        m_centres.push_back(centreOf(*overlay));
-}
-
-void OverlayCentres::clear() {
-    m_groups.clear();
-    m_overlays.clear();
-    m_centres.clear();
-}
-
-std::vector<char> OverlayCentres::membership(const Overlays& some) const {
-    std::vector<char> isMember(m_overlays.size(), 0);
-    std::size_t found = 0;
-    for (std::size_t index = 0; index < m_overlays.size() && found < some.size(); ++index) {
-        isMember[index] = some[found] == m_overlays[index];
-        found += static_cast<std::size_t>(isMember[index]);
-    }
-    if (found == some.size())
-        return isMember;
-    // Not in the order of the scene.
-    const std::unordered_set<const osg::Node*> members(some.begin(), some.end());
-    for (std::size_t index = 0; index < m_overlays.size(); ++index)
-        isMember[index] = members.count(m_overlays[index]) != 0;
-    return isMember;
 }
 
 Overlay overlayOfId(int objectId) {

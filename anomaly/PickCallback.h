@@ -15,6 +15,8 @@ class PickCallback : public QWidget, public osgEarth::Util::RTTPicker::Callback 
 public:
     static constexpr int kNothing = anomaly::kNothingPicked;
 
+    osgEarth::Picker::Callback* asPickerCallback() { return this; }
+
     /// Only overlays count; other objects under the pointer leave the id as it is.
     void onHit(osgEarth::ObjectID id) override;
     void onMiss() override;

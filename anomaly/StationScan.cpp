@@ -55,7 +55,7 @@ bool LoadStationRecord(const KV_StationItem& item, int tableKind, KV_Station& st
     }
 }
 
-void visitItemsAtPoint(
+void FindItemAtPoint(
     std::vector<KV_StationItem*> items, // NOLINT(performance-unnecessary-value-param): a copy
     const osg::Vec3d& world, const StationVisitor& visit) {
     const StationWindow* window = IORVAContext::Instance()->GetStationWindow();

@@ -19,5 +19,5 @@ using StationVisitor =
 /// Visits, in order, the items whose anomalies are shown and whose bounds contain the world point.
 /// `world` is geocentric, in metres. The item's bounds are brought up to date first. The list is a copy,
 /// because a visitor that opens a menu may see the tool's own list cleared.
-void visitItemsAtPoint(std::vector<KV_StationItem*> items, const osg::Vec3d& world,
-                       const StationVisitor& visit);
+void FindItemAtPoint(std::vector<KV_StationItem*> items, const osg::Vec3d& world,
+                     const StationVisitor& visit);

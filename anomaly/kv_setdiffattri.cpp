@@ -16,15 +16,15 @@ kv_setdiffattri::kv_setdiffattri(QWidget* parent) : BaseDialog(parent) {
 
 void kv_setdiffattri::OnChangeAttri(
     QString text) { // NOLINT(performance-unnecessary-value-param): a slot by name
-    m_attribute = std::move(text);
+    attribute = std::move(text);
 }
 
 void kv_setdiffattri::OnOk() {
-    m_result = 1;
+    result = 1;
     close();
 }
 
 void kv_setdiffattri::OnCancle() {
-    m_result = 0;
+    result = 0;
     close();
 }

@@ -13,8 +13,8 @@ public:
     explicit kv_setdiffattri(QWidget* parent = nullptr);
 
     Ui::kv_setdiffattri ui;
-    QString m_attribute; ///< the text as last changed
-    int m_result = 0;    ///< 1 after OK
+    QString attribute; ///< the text as last changed
+    int result = 0;    ///< 1 after OK
 
 public slots:
     void OnChangeAttri(QString text);

@@ -3,6 +3,7 @@
 #include "host/Gbk.h"
 #include "host/inspection/DataSet.h"
 #include "host/inspection/IORVAContext.h"
+#include "host/inspection/OptionalMembers.h"
 #include "host/inspection/StationWindow.h"
 #include "host/viewmanager/MessageBus.h"
 #include "host/viewmanager/pick.h"
@@ -10,6 +11,7 @@
 #include "plugin/ClickTest.h"
 #include "plugin/Globe.h"
 #include "plugin/Inspection.h"
+#include "plugin/OptionalCall.h"
 #include "region/RegionRestyle.h"
 #include "special/Marker.h"
 #include "special/RegionStyle.h"
@@ -28,7 +30,6 @@ using osgGA::GUIEventAdapter;
 namespace {
 
 constexpr char kKey[] = "309 edit polygon";
-constexpr int kPickCameraPixels = 256;
 constexpr int kNothing = PickCallback_other::kNothing;
 
 /// Name of the object that `node` stands for, GBK; empty when it stands for none.
@@ -85,16 +86,17 @@ void CeditPolygon::buildMenu() {
 void CeditPolygon::OnActivate() {
     osgCmd(m_name.c_str());
     setStatbarTip(tr("编辑高后果区、特殊面、特殊点"));
+    m_picker.announce();
     osgPush("addpick");
-    m_pickerIsComing = true;
     m_editState = m_wasUnchecked ? Inactive : Active;
     setButtonChecked(m_pButton, !m_wasUnchecked);
 }
 
 void CeditPolygon::OnDeactivate() {
     // Left before the picker arrived, it must still be taken out again.
-    if (m_picker || m_pickerIsComing)
+    if (m_picker.isThereOrComing()) {
         osgPush("removePick");
+    }
     if (m_pointDialog)
         m_pointDialog->hide();
     if (m_styleDialog)
@@ -106,58 +108,43 @@ void CeditPolygon::OnDeactivate() {
 
 void CeditPolygon::OnMessage(
     std::string message) { // NOLINT(performance-unnecessary-value-param): by contract
-    if (message == "removePick")
-        removePicker();
-    else if (message == "deletedrawable")
-        removeFromGlobe(m_pickedNode);
-    else if (message == "addpick")
-        addPicker();
+    m_threads.enterFrame();
+    if (message == "removePick") {
+        m_picker.remove();
+    } else if (message == "deletedrawable") {
+        m_threads.onGui([this] { takeOffGlobe(m_pickedNode); });
+    } else if (message == "addpick") {
+        m_picker.install();
+    }
 }
 
-void CeditPolygon::addPicker() {
-    m_pickerIsComing = false;
-    osgViewer::View* view = globeView();
-    if (!view)
-        return;
-    removePicker();
-    m_picker = new osgEarth::Util::RTTPicker(kPickCameraPixels);
-    m_picker->addChild(globeMapNode());
-    m_pickCallback = new PickCallback_other;
-    m_picker->setDefaultCallback(m_pickCallback->asPickerCallback());
-    m_pickCallback->m_locked = 0;
-    m_pickCallback->m_pickedId = kNothing;
-    view->addEventHandler(m_picker);
-}
-
-void CeditPolygon::removePicker() {
-    if (osgViewer::View* view = globeView(); view && m_picker)
-        view->removeEventHandler(m_picker);
-    // The picker's end takes its pick camera out of the view, and its callback with it.
-    m_pickCallback = nullptr;
-    m_picker = nullptr;
+void CeditPolygon::takeOffGlobe(const osg::ref_ptr<osg::Group>& region) {
+    m_threads.onFrame([region] { removeFromGlobe(region); });
 }
 
 bool CeditPolygon::handle(const GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) {
     auto* view = dynamic_cast<osgViewer::View*>(&aa);
-    if (!view || m_editState != Active)
+    m_threads.enterFrame();
+    if (!view || m_editState != Active) {
         return false;
+    }
     switch (ea.getEventType()) {
     case GUIEventAdapter::RELEASE:
-        if (ea.getButton() == GUIEventAdapter::RIGHT_MOUSE_BUTTON)
+        if (ea.getButton() == GUIEventAdapter::RIGHT_MOUSE_BUTTON) {
             onRightRelease(*view, ea);
+        }
         break;
     case GUIEventAdapter::MOVE:
         rememberPosition(ea);
+        pick(view, ea);
         break;
     case GUIEventAdapter::KEYDOWN:
-        if (ea.getKey() == GUIEventAdapter::KEY_Delete)
-            m_deleteKeyDown = true;
-        if (m_deleteKeyDown && takePickedNode())
-            SLOTDeletFeature_All();
+        onKeyDown(ea);
         break;
     case GUIEventAdapter::KEYUP:
-        if (ea.getKey() == GUIEventAdapter::KEY_Delete)
+        if (ea.getKey() == GUIEventAdapter::KEY_Delete) {
             m_deleteKeyDown = false;
+        }
         break;
     default:
         break;
@@ -166,12 +153,37 @@ bool CeditPolygon::handle(const GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa
 }
 
 void CeditPolygon::onRightRelease(osgViewer::View& view, const GUIEventAdapter& ea) {
-    if (!takePickedNode() || !isClick(ea, m_lastX, m_lastY))
+    const auto picked = takePickedNode();
+    if (!picked) {
         return;
+    }
+    m_threads.onGui([this, node = *picked] { m_pickedNode = node; });
+    if (!isClick(ea, m_lastX, m_lastY)) {
+        return;
+    }
     rememberPosition(ea);
-    m_pickPoint = pick(&view, ea);
-    if (StationWindow* window = IORVAContext::Instance()->GetStationWindow())
-        window->SelectNode(fromGbk(nameOnGlobe(m_pickedNode)));
+    m_threads.onGui([this, world = pick(&view, ea)] { openMenuAt(world); });
+}
+
+void CeditPolygon::onKeyDown(const GUIEventAdapter& ea) {
+    if (ea.getKey() == GUIEventAdapter::KEY_Delete) {
+        m_deleteKeyDown = true;
+    }
+    if (!m_deleteKeyDown) {
+        return;
+    }
+    if (const auto picked = takePickedNode()) {
+        m_threads.onGui([this, node = *picked] {
+            m_pickedNode = node;
+            SLOTDeletFeature_All();
+        });
+    }
+}
+
+void CeditPolygon::openMenuAt(const osg::Vec3d& world) {
+    m_pickPoint = world;
+    callIfThere(IORVAContext::Instance()->GetStationWindow(), optional_member::kSelectNode,
+                fromGbk(nameOnGlobe(m_pickedNode)));
     emit signal_eidtPolygon();
 }
 
@@ -180,16 +192,19 @@ void CeditPolygon::rememberPosition(const GUIEventAdapter& ea) {
     m_lastY = static_cast<int>(ea.getY());
 }
 
-bool CeditPolygon::takePickedNode() {
-    if (!m_pickCallback)
-        return false;
-    const int id = m_pickCallback->m_pickedId;
-    if (id == kNothing || id != m_lastHandledId)
+std::optional<osg::ref_ptr<osg::Group>> CeditPolygon::takePickedNode() {
+    const PickCallback_other* callback = m_picker.callback();
+    if (!callback) {
+        return std::nullopt;
+    }
+    const int id = callback->m_pickedId;
+    if (id == kNothing || id != m_lastHandledId) {
         m_lastHandledId = kNothing;
-    if (id == kNothing || id == m_lastHandledId)
-        return false;
-    m_pickedNode = osgEarth::Registry::objectIndex()->get<osg::Group>(static_cast<osgEarth::ObjectID>(id));
-    return true;
+    }
+    if (id == kNothing || id == m_lastHandledId) {
+        return std::nullopt;
+    }
+    return osgEarth::Registry::objectIndex()->get<osg::Group>(static_cast<osgEarth::ObjectID>(id));
 }
 
 void CeditPolygon::eidtPolygon() {
@@ -228,14 +243,14 @@ void CeditPolygon::deletePolygon() {
     if (!findPolygonRecord() || !deleteStored(m_polygon))
         return;
     dataSet<OsgDataSet>()->removePipePolygons(m_pickedNode);
-    removeFromGlobe(m_pickedNode);
+    takeOffGlobe(m_pickedNode);
 }
 
 void CeditPolygon::deleteArea() {
     if (!findAreaRecord() || !deleteStored(m_area))
         return;
     dataSet<OsgDataSet>()->removePipeAreas(m_pickedNode);
-    removeFromGlobe(m_pickedNode);
+    takeOffGlobe(m_pickedNode);
 }
 
 // There is no removal call for points: their entry stays in the point map.
@@ -243,7 +258,7 @@ void CeditPolygon::deletePoint() {
     if (!findPointRecord() || !deleteStored(m_point))
         return;
     dataSet<OsgDataSet>()->removePipePolygons(m_pickedNode);
-    removeFromGlobe(m_pickedNode);
+    takeOffGlobe(m_pickedNode);
 }
 
 bool CeditPolygon::deleteStored(const KV_BasicNode& record) {
@@ -322,8 +337,11 @@ void CeditPolygon::confirmRegion(Record& record) {
 
     if (window->UpdataNode(record, oldName)) {
         updateRegistry(record);
-        if (outline)
-            restyleRegion(*m_pickedNode, *m_featureNode, *m_styleDialog, record.GetName());
+        if (outline) {
+            m_threads.onFrame(
+                [region = m_pickedNode, node = m_featureNode, name = record.GetName(),
+                 style = makeRegionStyle(*m_styleDialog)] { restyleRegion(*region, *node, style, name); });
+        }
     }
     m_editState = Active;
     m_styleDialog->hide();
@@ -372,11 +390,16 @@ void CeditPolygon::SlotPointOK() {
 }
 
 void CeditPolygon::rebuildPoint() {
-    m_pickedNode->removeChild(m_pointNode);
+    const osg::ref_ptr<osgEarth::Annotation::PlaceNode> old = m_pointNode;
     m_pointNode = makeMarker(m_point.GetCoor(), m_point.GetName());
-    if (!m_pointNode)
-        return;
-    m_pointNode->setName("ROIPoint");
-    m_pointNode->setDynamic(true);
-    m_pickedNode->addChild(m_pointNode);
+    if (m_pointNode) {
+        m_pointNode->setName("ROIPoint");
+        m_pointNode->setDynamic(true);
+    }
+    m_threads.onFrame([region = m_pickedNode, old, marker = m_pointNode] {
+        region->removeChild(old);
+        if (marker) {
+            region->addChild(marker);
+        }
+    });
 }

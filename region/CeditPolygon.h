@@ -3,6 +3,8 @@
 #include "host/engine/ToolPlugin.h"
 #include "host/inspection/Records.h"
 #include "host/viewmanager/CXCommandHandler.h"
+#include "plugin/HoverPicker.h"
+#include "plugin/ToolThreads.h"
 #include "region/PickCallback_other.h"
 #include "special/CDrawPointDlg.h"
 #include "special/CdrawPolygonDlg.h"
@@ -13,9 +15,10 @@
 #include <osg/Vec3d>
 #include <osgEarthAnnotation/FeatureNode>
 #include <osgEarthAnnotation/PlaceNode>
-#include <osgEarthUtil/RTTPicker>
 
+#include <atomic>
 #include <memory>
+#include <optional>
 
 class QMenu;
 namespace osgViewer {
@@ -24,7 +27,7 @@ class View;
 
 /// Picks an existing special point, area or polygon on the globe, deletes it or edits it.
 ///
-/// Slots and activation run on the GUI thread, handle and OnMessage in the viewer's frame loop. The picker
+/// Slots and activation run on the GUI thread, handle and OnMessage on the thread of the frames. The picker
 /// comes and goes only in OnMessage, by messages that the tool posts to itself.
 class CeditPolygon : public zeo::ToolPlugin, public CXCommandHandler {
     Q_OBJECT
@@ -64,12 +67,13 @@ private:
     enum State { Constructed = 0, Active = 1, Inactive = 2 };
 
     void buildMenu();
-    void addPicker();
-    void removePicker();
     void onRightRelease(osgViewer::View& view, const osgGA::GUIEventAdapter& ea);
+    void onKeyDown(const osgGA::GUIEventAdapter& ea);
     void rememberPosition(const osgGA::GUIEventAdapter& ea);
-    /// Looks the region under the pointer up; false when there is none.
-    bool takePickedNode();
+    /// The region under the pointer, looked up by its id; nothing when none is there. Thread of the frames.
+    std::optional<osg::ref_ptr<osg::Group>> takePickedNode();
+    void openMenuAt(const osg::Vec3d& world);
+    void takeOffGlobe(const osg::ref_ptr<osg::Group>& region);
     bool findPolygonRecord();
     bool findAreaRecord();
     bool findPointRecord();
@@ -88,17 +92,22 @@ private:
     void updateRegistry(const Special_Area& area);
     void rebuildPoint();
 
-    int m_editState = Constructed;
-    bool m_wasUnchecked = false; ///< the button was not checked when the tool was left
+    ToolThreads m_threads{"editPolygonWakeUp"};
+
+    // Both threads.
+    std::atomic<int> m_editState{Constructed};
+
+    // Thread of the frames.
+    HoverPicker<PickCallback_other> m_picker{m_threads};
     int m_lastX = 0;
     int m_lastY = 0;
     bool m_deleteKeyDown = false;
-    osg::ref_ptr<osgEarth::Util::RTTPicker> m_picker;
-    PickCallback_other* m_pickCallback = nullptr; ///< lives as long as the picker
     int m_lastHandledId = PickCallback_other::kNothing;
+
+    // GUI thread.
+    bool m_wasUnchecked = false;           ///< the button was not checked when the tool was left
     osg::ref_ptr<osg::Group> m_pickedNode; ///< "ROIPolygon", "ROIArea" or "ROIPoint"
     osg::ref_ptr<osgEarth::Annotation::FeatureNode> m_featureNode;
-    osg::ref_ptr<osgEarth::Annotation::PlaceNode> m_labelNode;
     osg::ref_ptr<osgEarth::Annotation::PlaceNode> m_pointNode;
     int m_vertexCount = 0;
     osg::Vec3d m_pickPoint; ///< world point of the last right click
@@ -110,5 +119,4 @@ private:
     QPointer<CDrawPointDlg> m_pointDialog;   ///< owned
     std::unique_ptr<QMenu> m_contextMenu;    ///< owns its actions
     const std::string m_ownKey;              ///< the key once more, for the tool itself
-    bool m_pickerIsComing = false;           ///< "addpick" has been posted and not arrived
 };

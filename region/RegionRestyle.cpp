@@ -2,7 +2,6 @@
 
 #include "host/Gbk.h"
 #include "plugin/Globe.h"
-#include "special/RegionStyle.h"
 
 #include <osgEarthAnnotation/PlaceNode>
 #include <osgEarthFeatures/Feature>
@@ -10,14 +9,15 @@
 using osgEarth::Features::Feature;
 
 void restyleRegion(osg::Group& region, osgEarth::Annotation::FeatureNode& outline,
-                   const CdrawPolygonDlg& dialog, const std::string& gbkName) {
+                   const osgEarth::Symbology::Style& style, const std::string& gbkName) {
     const osg::ref_ptr<osgEarth::Symbology::Geometry> ring = outline.getFeature()->getGeometry();
     outline.setFeature(new Feature(ring.get(), globeMapNode()->getMapSRS(), osgEarth::Symbology::Style(), 0));
-    outline.setStyle(makeRegionStyle(dialog));
-    outline.dirty();
+    outline.setStyle(style);
+    outline.init();
 
-    if (region.getNumChildren() < 2)
+    if (region.getNumChildren() < 2) {
         return;
+    }
     if (auto* label = dynamic_cast<osgEarth::Annotation::PlaceNode*>(region.getChild(1))) {
         // The terminating zero is part of the text.
         std::string text = gbkToUtf8(gbkName);

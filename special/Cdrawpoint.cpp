@@ -65,6 +65,7 @@ void Cdrawpoint::OnActivate() {
     m_previewMarker = nullptr; // that of a drawing that was given up went with its group
     m_pointGroup = new osg::Group;
     m_pointGroup->setName(kGroupName);
+    m_threads.onFrame([this, group = m_pointGroup] { m_groupOfGlobe = group; });
     osgPush("drawStationPoint");
     m_state = Placing;
     m_active = true;
@@ -94,8 +95,10 @@ void Cdrawpoint::openDialog() {
 
 bool Cdrawpoint::handle(const GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) {
     auto* view = dynamic_cast<osgViewer::View*>(&aa);
-    if (!view || !m_active)
+    m_threads.enterFrame();
+    if (!view || !m_active) {
         return false;
+    }
     const bool isLeft = ea.getButton() == GUIEventAdapter::LEFT_MOUSE_BUTTON;
     const bool followsPointer = ea.getEventType() == GUIEventAdapter::MOVE && m_state == Confirming;
     if ((ea.getEventType() == GUIEventAdapter::PUSH && isLeft) || followsPointer) {
@@ -108,55 +111,76 @@ bool Cdrawpoint::handle(const GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) 
 }
 
 void Cdrawpoint::onRelease(osgViewer::View& view, const GUIEventAdapter& ea) {
-    if (!isClick(ea, m_pressX, m_pressY))
+    if (!isClick(ea, m_pressX, m_pressY)) {
         return;
+    }
     const osg::Vec3d picked = pick(&view, ea);
     const osgEarth::MapNode* mapNode = globeMapNode();
-    if (picked == kPickNoHit || m_state != Placing || !mapNode)
+    if (picked == kPickNoHit || !mapNode) {
         return;
+    }
     // Single precision, here and below: a marker's position is known to a metre or two.
     osgEarth::GeoPoint onMap;
     onMap.fromWorld(mapNode->getMapSRS(), osg::Vec3d(osg::Vec3f(picked)));
-    const osg::Vec3f position(onMap.vec3d());
-    PlacePoint(position.x(), position.y(), position.z());
+    m_threads.onGui([this, position = osg::Vec3f(onMap.vec3d())] {
+        if (m_state == Placing) {
+            PlacePoint(position.x(), position.y(), position.z());
+        }
+    });
+}
+
+void Cdrawpoint::addToGroup(const osg::ref_ptr<osgEarth::Annotation::PlaceNode>& marker) {
+    m_threads.onFrame([group = m_pointGroup, marker] { group->addChild(marker); });
+}
+
+void Cdrawpoint::removeFromGroup(const osg::ref_ptr<osgEarth::Annotation::PlaceNode>& marker) {
+    m_threads.onFrame([group = m_pointGroup, marker] { group->removeChild(marker); });
 }
 
 void Cdrawpoint::PlacePoint(double lonDegrees, double latDegrees, double heightMetres) {
-    if (m_state == Confirming || !m_pointGroup)
+    if (m_state == Confirming || !m_pointGroup) {
         return;
+    }
     RemovePreview();
     m_clicked.set(lonDegrees, latDegrees, heightMetres);
     const QString label = m_dialog ? m_dialog->ui.lineEditTitle->text() : QString();
     m_previewMarker = makeMarker(m_clicked, toGbk(label));
-    if (!m_previewMarker)
+    if (!m_previewMarker) {
         return;
+    }
     m_previewMarker->setName(kGroupName);
-    m_pointGroup->addChild(m_previewMarker);
+    m_previewCentre = m_previewMarker->getBound().center();
+    addToGroup(m_previewMarker);
 }
 
 void Cdrawpoint::RemovePreview() {
-    if (m_previewMarker && m_pointGroup)
-        m_pointGroup->removeChild(m_previewMarker);
+    if (m_previewMarker && m_pointGroup) {
+        removeFromGroup(m_previewMarker);
+    }
     m_previewMarker = nullptr;
 }
 
 void Cdrawpoint::PlaceFinalMarker(const std::string& gbkName) {
     const osg::ref_ptr<osgEarth::Annotation::PlaceNode> marker = makeMarker(m_clicked, gbkName);
-    if (!marker)
+    if (!marker) {
         return;
+    }
     marker->setName(kGroupName);
     marker->setDynamic(true);
-    m_pointGroup->addChild(marker);
-    osgEarth::Registry::objectIndex()->tagNode(m_pointGroup, m_pointGroup);
+    m_threads.onFrame([group = m_pointGroup, marker] {
+        group->addChild(marker);
+        osgEarth::Registry::objectIndex()->tagNode(group, group);
+    });
 }
 
 void Cdrawpoint::OnMessage(std::string message) { // NOLINT(performance-unnecessary-value-param): by contract
+    m_threads.enterFrame();
     if (message == "drawStationPoint") {
-        addToGlobe(m_pointGroup);
-        applyGlobalDefaults(m_pointGroup);
+        addToGlobe(m_groupOfGlobe);
+        applyGlobalDefaults(m_groupOfGlobe);
     } else if (message == "removeStationPoint") {
-        removeFromGlobe(m_pointGroup);
-        applyGlobalDefaults(m_pointGroup);
+        removeFromGlobe(m_groupOfGlobe);
+        applyGlobalDefaults(m_groupOfGlobe);
     }
 }
 
@@ -168,8 +192,7 @@ void Cdrawpoint::SlotOK() {
         return;
     }
     osg::Vec3d position;
-    globeMapNode()->getMapSRS()->transformFromWorld(osg::Vec3d(m_previewMarker->getBound().center()),
-                                                    position);
+    globeMapNode()->getMapSRS()->transformFromWorld(m_previewCentre, position);
     const std::string name = toGbk(m_dialog->m_name);
     Special_Point point(name, position);
     point.m_attribute = toGbk(m_dialog->m_attribute);
@@ -182,7 +205,7 @@ void Cdrawpoint::SlotOK() {
     if (window->isReiterated_node(m_dialog->m_name))
         return;
     if (!window->AddPointNode(point)) {
-        m_pointGroup->removeChild(m_previewMarker);
+        removeFromGroup(m_previewMarker);
         return;
     }
     if (auto* scene = dataSet<OsgDataSet>())

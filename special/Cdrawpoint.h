@@ -2,6 +2,7 @@
 
 #include "host/engine/ToolPlugin.h"
 #include "host/viewmanager/CXCommandHandler.h"
+#include "plugin/ToolThreads.h"
 #include "special/CDrawPointDlg.h"
 
 #include <QPointer>
@@ -10,6 +11,7 @@
 #include <osg/Vec3d>
 #include <osgEarthAnnotation/PlaceNode>
 
+#include <atomic>
 #include <memory>
 
 class QMenu;
@@ -19,7 +21,7 @@ class View;
 
 /// Adds a special point: a click on the globe places a marker, the dialog gives it a name and an attribute.
 ///
-/// Slots and activation run on the GUI thread, handle and OnMessage in the viewer's frame loop. The point
+/// Slots and activation run on the GUI thread, handle and OnMessage on the thread of the frames. The point
 /// group comes and goes only in OnMessage, by messages that the tool posts to itself.
 class Cdrawpoint : public zeo::ToolPlugin, public CXCommandHandler {
     Q_OBJECT
@@ -61,16 +63,27 @@ private:
 
     void openDialog();
     void onRelease(osgViewer::View& view, const osgGA::GUIEventAdapter& ea);
+    void addToGroup(const osg::ref_ptr<osgEarth::Annotation::PlaceNode>& marker);
+    void removeFromGroup(const osg::ref_ptr<osgEarth::Annotation::PlaceNode>& marker);
     void finish();
 
-    osg::ref_ptr<osgEarth::Annotation::PlaceNode> m_previewMarker;
+    ToolThreads m_threads{"drawPointWakeUp"};
+
+    // Both threads.
+    std::atomic<bool> m_active{false};
+    std::atomic<int> m_state{Placing};
+
+    // Thread of the frames.
     int m_pressX = 0;
     int m_pressY = 0;
+    osg::ref_ptr<osg::Group> m_groupOfGlobe; ///< the point group, as it arrived
+
+    // GUI thread.
+    osg::ref_ptr<osgEarth::Annotation::PlaceNode> m_previewMarker;
+    osg::Vec3d m_previewCentre;       ///< world, of its bounding sphere
     QPointer<CDrawPointDlg> m_dialog; ///< owned
     osg::ref_ptr<osg::Group> m_pointGroup;
-    osg::Vec3d m_clicked; ///< map's reference system; zero until the first click
-    bool m_active = false;
-    int m_state = Placing;
+    osg::Vec3d m_clicked;                 ///< map's reference system; zero until the first click
     std::unique_ptr<QMenu> m_contextMenu; ///< owns its one action
     const std::string m_ownKey;           ///< the key once more, for the tool itself
 };

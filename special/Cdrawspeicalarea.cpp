@@ -8,7 +8,6 @@
 #include "host/viewmanager/pick.h"
 #include "plugin/Button.h"
 #include "plugin/ClickTest.h"
-#include "plugin/Drape.h"
 #include "plugin/Globe.h"
 #include "plugin/Inspection.h"
 #include "special/DrawingDatabase.h"
@@ -17,28 +16,14 @@
 #include "special/Warning.h"
 
 #include <osgEarth/GeoData>
-#include <osgEarth/ObjectIndex>
-#include <osgEarth/Registry>
-#include <osgEarthFeatures/Feature>
 #include <osgEarthSymbology/Geometry>
-#include <osgEarthSymbology/LineSymbol>
-#include <osgEarthSymbology/PolygonSymbol>
-#include <osgEarthSymbology/RenderSymbol>
 #include <osgViewer/View>
 
-#include <cmath>
+#include <optional>
 
-using osgEarth::Annotation::FeatureNode;
-using osgEarth::Features::Feature;
-using osgEarth::Symbology::Color;
-using osgEarth::Symbology::LineSymbol;
-using osgEarth::Symbology::PolygonSymbol;
-using osgEarth::Symbology::RenderSymbol;
 using osgGA::GUIEventAdapter;
 
 namespace {
-
-constexpr char kGroupName[] = "ROIArea";
 
 /// The picked point in the map's reference system; nothing off the globe.
 std::optional<osg::Vec3d> pickOnMap(osgViewer::View& view, const GUIEventAdapter& ea) {
@@ -48,31 +33,6 @@ std::optional<osg::Vec3d> pickOnMap(osgViewer::View& view, const GUIEventAdapter
     if (world == kPickNoHit || !mapNode || !onMap.fromWorld(mapNode->getMapSRS(), world))
         return std::nullopt;
     return onMap.vec3d();
-}
-
-/// The same place on the turn of the globe that is nearest to `reference`, so that a ring across the
-/// antimeridian goes the short way. Degrees.
-osg::Vec3d onTurnOf(const osg::Vec3d& reference, osg::Vec3d place) {
-    constexpr double kTurn = 360.0;
-    place.x() += kTurn * std::round((reference.x() - place.x()) / kTurn);
-    return place;
-}
-
-/// A feature node for the map, with an empty geometry.
-osg::ref_ptr<FeatureNode> makeFeatureNode(osgEarth::Symbology::Geometry* geometry,
-                                          const osgEarth::Symbology::Style& style) {
-    osgEarth::MapNode* mapNode = globeMapNode();
-    const osg::ref_ptr<Feature> feature = new Feature(geometry, mapNode->getMapSRS(), style);
-    osg::ref_ptr<FeatureNode> node = new FeatureNode(feature.get());
-    node->setMapNode(mapNode);
-    return node;
-}
-
-/// A feature's own symbols win over its node's, so both get the style; then the node is rebuilt.
-void restyle(FeatureNode& node, const osgEarth::Symbology::Style& style) {
-    node.getFeature()->style() = style;
-    node.setStyle(style);
-    node.dirty();
 }
 
 } // namespace
@@ -106,12 +66,12 @@ void Cdrawspeicalarea::OnActivate() {
     }
     openDialog();
     m_vertices.clear();
-    m_areaNode = nullptr;
-    m_rubberBandNode = nullptr;
-    prepareStyles();
+    m_ring.clear();
+    m_areaStyle = makeFirstAreaStyle();
     m_areaGroup = new osg::Group;
     applyGlobalDefaults(m_areaGroup);
-    m_areaGroup->setName(kGroupName);
+    m_areaGroup->setName(kAreaGroupName);
+    m_threads.onFrame([this, group = m_areaGroup] { m_drawing.begin(group); });
     osgPush("drawspecialarea");
 }
 
@@ -136,40 +96,25 @@ void Cdrawspeicalarea::openDialog() {
     connect(m_dialog, SIGNAL(SignalOK()), this, SLOT(SlotOK()));
 }
 
-void Cdrawspeicalarea::prepareStyles() {
-    m_areaStyle = osgEarth::Symbology::Style();
-    m_areaStyle.getOrCreate<PolygonSymbol>()->fill()->color() = Color(1.0F, 1.0F, 0.0F, 0.55F);
-    m_areaStyle.getOrCreate<RenderSymbol>()->depthOffset()->minBias() =
-        osgEarth::Distance(100.0, osgEarth::Units::METERS);
-    auto* areaLine = m_areaStyle.getOrCreate<LineSymbol>();
-    areaLine->stroke()->color() = Color(Color::Cyan, 0.6F);
-    areaLine->stroke()->width() = 1.0F;
-    areaLine->stroke()->widthUnits() = osgEarth::Units::PIXELS;
-
-    m_outlineStyle = osgEarth::Symbology::Style();
-    auto* outline = m_outlineStyle.getOrCreate<LineSymbol>();
-    outline->stroke()->color() = Color(1.0F, 1.0F, 1.0F, 0.55F);
-    outline->stroke()->width() = 2.0F;
-
-    drapeOnTerrain(m_areaStyle);
-    drapeOnTerrain(m_outlineStyle);
-}
-
 bool Cdrawspeicalarea::handle(const GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) {
     auto* view = dynamic_cast<osgViewer::View*>(&aa);
-    if (!view || m_state != Digitising)
+    m_threads.enterFrame();
+    if (!view || m_state != Digitising) {
         return false;
+    }
     if (ea.getEventType() == GUIEventAdapter::PUSH && ea.getButton() == GUIEventAdapter::LEFT_MOUSE_BUTTON) {
         rememberPosition(ea);
-        if (const auto position = pickOnMap(*view, ea))
-            addVertex(*position);
+        if (const auto position = pickOnMap(*view, ea)) {
+            m_threads.onGui([this, vertex = *position] { addVertex(vertex); });
+        }
     } else if (ea.getEventType() == GUIEventAdapter::RELEASE &&
                ea.getButton() == GUIEventAdapter::RIGHT_MOUSE_BUTTON) {
         onRightRelease(*view, ea);
     } else if (ea.getEventType() == GUIEventAdapter::MOVE) {
         rememberPosition(ea);
-        if (const auto position = pickOnMap(*view, ea))
-            updateRubberBand(*position);
+        if (const auto position = pickOnMap(*view, ea)) {
+            m_drawing.stretchBand(*position);
+        }
     }
     return false;
 }
@@ -180,74 +125,50 @@ void Cdrawspeicalarea::rememberPosition(const GUIEventAdapter& ea) {
 }
 
 void Cdrawspeicalarea::onRightRelease(osgViewer::View& view, const GUIEventAdapter& ea) {
-    if (!isClick(ea, m_pressX, m_pressY))
+    if (!isClick(ea, m_pressX, m_pressY)) {
         return;
-    m_outlineStyle.getOrCreate<LineSymbol>()->stroke()->color() = Color(1.0F, 0.0F, 0.0F, 1.0F);
-    if (const auto position = pickOnMap(view, ea))
-        addVertex(*position);
-    if (m_rubberBandNode)
-        restyle(*m_rubberBandNode, m_outlineStyle);
-    m_vertices.clear();
-    clearRubberBand();
-    finish();
+    }
+    m_threads.onGui([this, position = pickOnMap(view, ea)] {
+        if (position) {
+            addVertex(*position);
+        }
+        closeRing();
+    });
 }
 
 void Cdrawspeicalarea::addVertex(const osg::Vec3d& position) {
-    if (!m_dialog)
+    if (!m_dialog || m_state != Digitising) {
         return;
-    m_areaStyle = makeDigitisedStyle(*m_dialog);
+    }
     m_vertices.push_back(m_vertices.empty() ? position : onTurnOf(m_vertices.back(), position));
-    if (!m_areaNode) {
-        m_areaNode = makeFeatureNode(new osgEarth::Symbology::Polygon, m_areaStyle);
-        m_areaNode->setName(kGroupName);
-        m_areaGroup->addChild(m_areaNode);
-    }
-    osgEarth::Symbology::Geometry* ring = m_areaNode->getFeature()->getGeometry();
-    ring->clear();
-    for (const osg::Vec3d& vertex : m_vertices)
-        ring->push_back(vertex);
-    restyle(*m_areaNode, m_areaStyle);
-    clearRubberBand();
+    m_ring = m_vertices;
+    m_areaStyle = makeDigitisedStyle(*m_dialog);
+    m_threads.onFrame(
+        [this, vertices = m_vertices, style = m_areaStyle] { m_drawing.draw(vertices, style); });
 }
 
-void Cdrawspeicalarea::updateRubberBand(const osg::Vec3d& cursor) {
-    if (m_vertices.size() < 2)
-        return;
-    if (!m_rubberBandNode) {
-        m_rubberBandNode = makeFeatureNode(new osgEarth::Symbology::LineString, m_outlineStyle);
-        m_areaGroup->addChild(m_rubberBandNode);
-    }
-    // How the polygon would close through the pointer.
-    osgEarth::Symbology::Geometry* line = m_rubberBandNode->getFeature()->getGeometry();
-    line->clear();
-    line->push_back(m_vertices.front());
-    line->push_back(onTurnOf(m_vertices.back(), cursor));
-    line->push_back(m_vertices.back());
-    restyle(*m_rubberBandNode, m_outlineStyle);
-}
-
-void Cdrawspeicalarea::clearRubberBand() {
-    if (!m_rubberBandNode)
-        return;
-    m_rubberBandNode->getFeature()->getGeometry()->clear();
-    m_rubberBandNode->dirty();
+void Cdrawspeicalarea::closeRing() {
+    m_vertices.clear();
+    m_threads.onFrame([this] { m_drawing.close(); });
+    finish();
 }
 
 void Cdrawspeicalarea::OnMessage(
     std::string message) { // NOLINT(performance-unnecessary-value-param): by contract
+    m_threads.enterFrame();
     if (message == "drawspecialarea") {
-        addToGlobe(m_areaGroup);
-        applyGlobalDefaults(m_areaGroup);
+        addToGlobe(m_drawing.group());
+        applyGlobalDefaults(m_drawing.group());
     } else if (message == "removespecialarea") {
-        removeFromGlobe(m_areaGroup);
-        applyGlobalDefaults(m_areaGroup);
+        removeFromGlobe(m_drawing.group());
+        applyGlobalDefaults(m_drawing.group());
     }
 }
 
 void Cdrawspeicalarea::SlotOK() {
-    if (!m_dialog || !m_areaNode) {
+    if (!m_dialog || m_ring.empty()) {
         emit msg_waring(tr("请先绘制特殊面！"));
-        m_areaNode = nullptr;
+        m_ring.clear();
         return;
     }
     const QString name = m_dialog->ui.lineEditTitle->text();
@@ -256,50 +177,37 @@ void Cdrawspeicalarea::SlotOK() {
         return;
     }
     StationWindow* window = IORVAContext::Instance()->GetStationWindow();
-    if (window->isReiterated_node(name))
+    if (window->isReiterated_node(name)) {
         return;
+    }
     const Special_Polygon record = makeRecord(toGbk(name));
-    restyleFinally();
-    if (window->AddAreaNode(record))
+    m_areaStyle = makeDigitisedStyle(*m_dialog);
+    m_threads.onFrame([this, style = m_areaStyle] { m_drawing.finish(style); });
+    if (window->AddAreaNode(record)) {
         enterIntoScene(record);
+    }
     m_dialog->hide();
-    m_areaNode = nullptr;
+    m_ring.clear();
 }
 
 Special_Polygon Cdrawspeicalarea::makeRecord(const std::string& gbkName) const {
-    const osgEarth::Symbology::Geometry* ring = m_areaNode->getFeature()->getGeometry();
+    const osg::ref_ptr<osgEarth::Symbology::Polygon> ring = new osgEarth::Symbology::Polygon;
+    ring->insert(ring->end(), m_ring.begin(), m_ring.end());
     Special_Polygon record(gbkName, ring->getBounds().center());
     record.m_type = KV_SPECIAL_AREA;
-    record.m_vertices.assign(ring->begin(), ring->end());
+    record.m_vertices = m_ring;
     copyStyle(*m_dialog, record);
     return record;
-}
-
-void Cdrawspeicalarea::restyleFinally() {
-    osgEarth::MapNode* mapNode = globeMapNode();
-    m_areaStyle = makeDigitisedStyle(*m_dialog);
-    const osg::ref_ptr<osgEarth::Symbology::Geometry> ring = m_areaNode->getFeature()->getGeometry()->clone();
-    m_areaNode->setFeature(new Feature(ring.get(), mapNode->getMapSRS(), m_areaStyle));
-    m_areaNode->setMapNode(mapNode);
-    m_areaNode->setStyle(m_areaStyle);
-    m_areaNode->setName(kGroupName);
-    m_areaNode->dirty();
 }
 
 void Cdrawspeicalarea::enterIntoScene(const Special_Polygon& record) {
     const osg::ref_ptr<osgEarth::Annotation::PlaceNode> label =
         makeMarker(record.GetCoor(), record.GetName());
-    label->setName(kGroupName);
-    // The rubber band, if there is one, stands behind the area.
-    m_areaGroup->removeChild(1);
-    m_areaGroup->addChild(label);
-    m_areaGroup->setName(kGroupName);
-    if (auto* scene = dataSet<OsgDataSet>())
+    label->setName(kAreaGroupName);
+    m_threads.onFrame([this, label] { m_drawing.label(label); });
+    if (auto* scene = dataSet<OsgDataSet>()) {
         scene->addPipeAreas(m_areaGroup, Special_Area(record));
-    osgEarth::ObjectIndex* index = osgEarth::Registry::objectIndex();
-    index->tagNode(m_areaGroup, m_areaGroup);
-    index->tagAllDrawables(m_areaGroup, m_areaGroup);
-    applyGlobalDefaults(m_areaGroup);
+    }
     m_state = Finished;
 }
 

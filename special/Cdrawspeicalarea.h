@@ -2,16 +2,16 @@
 
 #include "host/engine/ToolPlugin.h"
 #include "host/viewmanager/CXCommandHandler.h"
+#include "plugin/ToolThreads.h"
+#include "special/AreaDrawing.h"
 #include "special/CdrawPolygonDlg.h"
 
 #include <QPointer>
 
 #include <osg/Group>
 #include <osg/Vec3d>
-#include <osgEarthAnnotation/FeatureNode>
-#include <osgEarthSymbology/Style>
 
-#include <optional>
+#include <atomic>
 #include <vector>
 
 namespace osgViewer {
@@ -21,7 +21,7 @@ class View;
 /// Adds a special area: left presses on the globe are its vertices, a right click closes it, the dialog gives
 /// it a name and a look.
 ///
-/// Slots and activation run on the GUI thread, handle and OnMessage in the viewer's frame loop. The area
+/// Slots and activation run on the GUI thread, handle and OnMessage on the thread of the frames. The area
 /// group comes and goes only in OnMessage, by messages that the tool posts to itself.
 class Cdrawspeicalarea : public zeo::ToolPlugin, public CXCommandHandler {
     Q_OBJECT
@@ -54,26 +54,29 @@ private:
     enum State { Digitising = 1, Finished = 2 };
 
     void openDialog();
-    void prepareStyles();
     void onRightRelease(osgViewer::View& view, const osgGA::GUIEventAdapter& ea);
     void rememberPosition(const osgGA::GUIEventAdapter& ea);
     void addVertex(const osg::Vec3d& position);
-    void updateRubberBand(const osg::Vec3d& cursor);
-    void clearRubberBand();
+    void closeRing();
     void finish();
     Special_Polygon makeRecord(const std::string& gbkName) const;
-    void restyleFinally();
     void enterIntoScene(const Special_Polygon& record);
 
+    ToolThreads m_threads{"drawAreaWakeUp"};
+
+    // Both threads.
+    std::atomic<int> m_state{0};
+
+    // Thread of the frames.
     int m_pressX = 0;
     int m_pressY = 0;
+    AreaDrawing m_drawing;
+
+    // GUI thread.
     bool m_active = false;
     QPointer<CdrawPolygonDlg> m_dialog; ///< owned
-    int m_state = 0;
-    std::vector<osg::Vec3d> m_vertices; ///< map's reference system
     osgEarth::Symbology::Style m_areaStyle;
-    osg::ref_ptr<osgEarth::Annotation::FeatureNode> m_areaNode;
-    osgEarth::Symbology::Style m_outlineStyle;
-    osg::ref_ptr<osgEarth::Annotation::FeatureNode> m_rubberBandNode;
+    std::vector<osg::Vec3d> m_vertices; ///< map's reference system
+    std::vector<osg::Vec3d> m_ring;     ///< what is drawn; it stays when the ring is closed
     osg::ref_ptr<osg::Group> m_areaGroup;
 };

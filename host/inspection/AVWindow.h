@@ -6,7 +6,6 @@
 #include <QString>
 #include <QWidget>
 
-#include <string>
 #include <vector>
 
 /// The table of anomalies of one station item, the current item. GUI thread.
@@ -27,9 +26,6 @@ public:
     virtual void AddData() = 0;
     /// Selects the anomaly of `item` at (x, y) of its station's reference system and scrolls to it.
     virtual void SetSelectedbycoor(KV_StationItem* item, double x, double y) = 0;
-    /// Selects the anomalies of these names (GBK), of any station, and no others: what is highlighted on the
-    /// globe. Those that the table does not hold now are selected when it does. Announces nothing.
-    virtual void SetSelectedbyname(const std::vector<std::string>& names) = 0;
     /// Stores the attributes of `anomalies` in one transaction and shows them.
     virtual void SetItemAtrii(KV_StationItem* item, const std::vector<SdiffData>& anomalies) = 0;
     /// Deletes `anomalies` in one transaction, with their overlays and rows.
@@ -40,8 +36,6 @@ public:
     void sent_msg_redo(QString text);
 
 signals:
-    /// The user selected other rows; the names (GBK) of all that are selected now.
-    void selectionChanged(const std::vector<std::string>& names);
     /// An edit can be undone; its description, or empty when only the buttons are to be refreshed. Emitted
     /// for each new undoable edit as well.
     void msg_undo(QString text);

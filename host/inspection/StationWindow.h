@@ -36,9 +36,6 @@ public:
 
     /// True when a special object of that name exists.
     virtual bool isReiterated_node(const QString& name) const = 0;
-    /// Selects the special object of that name in the tree, as the one that the user works on; an unknown
-    /// name changes nothing.
-    virtual void SelectNode(const QString& name) = 0;
     /// Store a new object and enter it in the tree. False when it was refused; nothing is stored then, and
     /// the user has been told when it was the database.
     virtual bool AddPointNode(const Special_Point& point) = 0;

@@ -16,12 +16,12 @@ class View;
 /// CXCommandHandler::OnMessage or on the thread that runs the frames.
 class VIEWER_API CXViewer {
 public:
+    /// Its requestRedraw asks for a new frame after a change that the viewer cannot see by itself, on any
+    /// thread.
     virtual osgViewer::View* getViewer() = 0;
     virtual osgEarth::Util::EarthManipulator* getManipulator() = 0;
     /// An ordinary group for its users: annotations are its children. Its map gives the spatial reference.
     virtual osgEarth::MapNode* getMapNode() = 0;
-    /// Asks for a new frame after a change that the viewer cannot see by itself. Any thread.
-    virtual void requestRedraw() = 0;
 
 protected:
     virtual ~CXViewer() = default;

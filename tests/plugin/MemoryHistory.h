@@ -51,7 +51,6 @@ public:
     void Refresh() override {}
     void AddData() override {}
     void SetSelectedbycoor(KV_StationItem*, double, double) override {}
-    void SetSelectedbyname(const std::vector<std::string>&) override {}
     void SetItemAtrii(KV_StationItem*, const std::vector<SdiffData>&) override {}
     void DeleteItems(KV_StationItem*, const std::vector<SdiffData>&) override {}
 

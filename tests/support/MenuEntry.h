@@ -6,8 +6,8 @@
 #include <QMenu>
 #include <QTest>
 
-/// Moves the pointer over an entry as a hand does. A menu closes on a press that comes before the pointer has moved
-/// over it for a while.
+/// Moves the pointer over an entry as a hand does. A menu closes on a press that comes before the pointer has
+/// moved over it for a while.
 inline void moveOver(QMenu& menu, QAction& entry) {
     constexpr int kMotions = 8;
     const QPoint middle = menu.actionGeometry(&entry).center();

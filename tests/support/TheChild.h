@@ -5,8 +5,8 @@
 
 #include <stdexcept>
 
-/// The child of that class and object name. Without one, and without a parent, it throws, which fails the test that
-/// asked and spares those after it.
+/// The child of that class and object name. Without one, and without a parent, it throws, which fails the
+/// test that asked and spares those after it.
 template<typename Child>
 Child& theChild(const QObject* parent, const QString& name = {}) {
     if (!parent) {

@@ -31,7 +31,8 @@ public:
     osgViewer::View* getViewer() override;
     osgEarth::Util::EarthManipulator* getManipulator() override;
     osgEarth::MapNode* getMapNode() override { return m_map.mapNode(); }
-    void requestRedraw() override;
+    /// Asks for a new frame after a change that the viewer cannot see by itself. Any thread.
+    void requestRedraw();
 
     GlobeMap& map() { return m_map; }
     /// `work` runs before each frame and may change scene and event handlers. Not while an event handler

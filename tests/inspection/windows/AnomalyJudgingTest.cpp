@@ -171,7 +171,7 @@ TEST_F(AnomalyJudgingTest, UnderTheFilterOfWhatIsNotJudgedTheNextRowIsSelectedAf
 }
 
 TEST_F(AnomalyJudgingTest, WalkingByKeyTakesGlobeAndPicturesAlong) {
-    QSignalSpy selection(context().GetAVWindow(), &AVWindow::selectionChanged);
+    QSignalSpy selection(context().GetAVWindow(), SIGNAL(selectionChanged(QStringList)));
     clickRow(0);
     EXPECT_EQ(selection.size(), 1);
     const osg::Vec3d before = m_globe->getManipulator()->getViewpoint().focalPoint()->vec3d();
@@ -228,8 +228,10 @@ TEST_F(AnomalyJudgingTest, TheContextMenuOffersTheSameVerdicts) {
 
 TEST_F(AnomalyJudgingTest, SelectedNamesOfAnyStationBecomeRowsWhenTheirStationIsShown) {
     const std::string mine = m_item->m_diffData.m_anomalies[1].name;
-    QSignalSpy selection(context().GetAVWindow(), &AVWindow::selectionChanged);
-    context().GetAVWindow()->SetSelectedbyname({mine, "nobody's"});
+    QSignalSpy selection(context().GetAVWindow(), SIGNAL(selectionChanged(QStringList)));
+    QApplication::processEvents();
+    EXPECT_TRUE(QMetaObject::invokeMethod(context().GetAVWindow(), "SetSelectedbyname",
+                                          Q_ARG(QStringList, (QStringList{fromGbk(mine), "nobody's"}))));
     EXPECT_TRUE(waitUntil([&] { return table().selectionModel()->selectedRows().size() == 1; }));
     context().GetAVWindow()->Refresh();
     context().GetAVWindow()->AddData();

@@ -173,9 +173,9 @@ TEST_F(SpecialObjectsTest, ANewObjectIsSelectedInTheTree) {
     ASSERT_TRUE(window().AddPointNode(point("新")));
     EXPECT_EQ(tree().currentItem(), entry(Points, "新"));
     ASSERT_TRUE(window().AddAreaNode(area("面")));
-    window().SelectNode("新");
+    EXPECT_TRUE(QMetaObject::invokeMethod(&window(), "SelectNode", Q_ARG(QString, "新")));
     EXPECT_EQ(tree().currentItem(), entry(Points, "新"));
-    window().SelectNode("不存在");
+    EXPECT_TRUE(QMetaObject::invokeMethod(&window(), "SelectNode", Q_ARG(QString, "不存在")));
     EXPECT_EQ(tree().currentItem(), entry(Points, "新"));
 }
 

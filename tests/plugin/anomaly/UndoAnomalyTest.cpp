@@ -22,10 +22,8 @@ protected:
     }
     /// Selects anomalies of the table's station and makes an edit of them with its keys.
     void editRows(const QStringList& names, Qt::Key key) {
-        std::vector<std::string> gbkNames;
-        for (const QString& name : names)
-            gbkNames.push_back(toGbk(name));
-        IORVAContext::Instance()->GetAVWindow()->SetSelectedbyname(gbkNames);
+        EXPECT_TRUE(QMetaObject::invokeMethod(IORVAContext::Instance()->GetAVWindow(), "SetSelectedbyname",
+                                              Q_ARG(QStringList, names)));
         EXPECT_EQ(selectedRows(), names);
         const BoxAnswerer boxes(BoxAnswerer::Yes);
         table().setFocus();

@@ -1,6 +1,7 @@
 #include "workbench/inspection/scene/AnomalyOverlays.h"
 
-#include "host/viewer/CXViewer.h"
+#include "workbench/inspection/scene/Globe.h"
+#include "workbench/inspection/scene/OverlayTint.h"
 #include "workbench/inspection/scene/StationProjection.h"
 
 #include <osgEarth/MapNode>
@@ -18,16 +19,6 @@ namespace {
 constexpr std::size_t kBatch = 24;
 constexpr std::size_t kManyAnomalies = 1000;
 constexpr int kPixelsOfMany = 96; // bounds the pictures' memory where there are thousands
-
-osgEarth::MapNode* mapNode() {
-    return g_pCXviewer != nullptr ? g_pCXviewer->getMapNode() : nullptr;
-}
-
-void redraw() {
-    if (g_pCXviewer != nullptr) {
-        g_pCXviewer->requestRedraw();
-    }
-}
 
 /// False when the corners have no longitude and latitude.
 bool placeOverlay(osgEarth::Annotation::ImageOverlay& overlay, const QRectF& ground,
@@ -59,7 +50,7 @@ AnomalyOverlays::~AnomalyOverlays() {
 
 void AnomalyOverlays::show(const KV_StationItem& station, const OverlayStyle& style) {
     hide(station.GetStationId());
-    osgEarth::MapNode* map = mapNode();
+    osgEarth::MapNode* map = globeMapNode();
     const std::vector<SdiffData>& anomalies = station.m_diffData.m_anomalies;
     if (map == nullptr || anomalies.empty()) {
         return;
@@ -89,9 +80,10 @@ void AnomalyOverlays::show(const KV_StationItem& station, const OverlayStyle& st
                                        m_crisp.add(*overlay, source, i)};
     }
     map->addChild(shown.group);
+    tintThose(shown, m_tinted, true);
     m_stations[station.GetStationId()] = std::move(shown);
     paint(station.GetStationId(), source);
-    redraw();
+    redrawGlobe();
 }
 
 // In batches, so that a finer picture of what is near need not wait for all the usual ones.
@@ -132,7 +124,7 @@ void AnomalyOverlays::attach(std::uint32_t stationId, const Pictures& pictures,
             m_crisp.setPicture(entry->second.handle, *picture);
         }
     }
-    redraw();
+    redrawGlobe();
 }
 
 void AnomalyOverlays::finishPainting(std::uint32_t stationId, const std::atomic<bool>& cancelled) {
@@ -153,16 +145,38 @@ void AnomalyOverlays::hide(std::uint32_t stationId) {
         m_crisp.remove(entry.handle);
     }
     found->second.group->removeUpdateCallback(m_crisp.frameCallback());
-    if (osgEarth::MapNode* map = mapNode()) {
+    if (osgEarth::MapNode* map = globeMapNode()) {
         map->removeChild(found->second.group);
     }
     m_stations.erase(found);
-    redraw();
+    redrawGlobe();
 }
 
 void AnomalyOverlays::hideAll() {
     while (!m_stations.empty()) {
         hide(m_stations.begin()->first);
+    }
+}
+
+void AnomalyOverlays::tint(const std::vector<std::string>& anomalyNames) {
+    std::set<std::string> wanted(anomalyNames.begin(), anomalyNames.end());
+    if (wanted == m_tinted) {
+        return;
+    }
+    for (auto& [stationId, station] : m_stations) {
+        tintThose(station, m_tinted, false);
+        tintThose(station, wanted, true);
+    }
+    m_tinted = std::move(wanted);
+    redrawGlobe();
+}
+
+void AnomalyOverlays::tintThose(Station& station, const std::set<std::string>& names, bool isTinted) {
+    for (const std::string& name : names) {
+        const auto entry = station.entries.find(name);
+        if (entry != station.entries.end()) {
+            setTinted(*entry->second.overlay, isTinted);
+        }
     }
 }
 
@@ -179,7 +193,7 @@ void AnomalyOverlays::remove(std::uint32_t stationId, const std::string& anomaly
     m_crisp.remove(entry->second.handle);
     found->second.group->removeChild(entry->second.overlay);
     found->second.entries.erase(entry);
-    redraw();
+    redrawGlobe();
 }
 
 } // namespace inspection

@@ -17,6 +17,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -43,6 +44,8 @@ public:
     bool isShown(std::uint32_t stationId) const { return m_stations.count(stationId) != 0; }
     /// Takes the overlay of that name (GBK) off the globe.
     void remove(std::uint32_t stationId, const std::string& anomalyName);
+    /// Tints the overlays of these names (GBK), of any station, and no others; also those that come later.
+    void tint(const std::vector<std::string>& anomalyNames);
     /// True while pictures are being made.
     bool isPainting() const { return m_paintings != 0 || m_crisp.isPainting(); }
 
@@ -70,7 +73,10 @@ private:
     void attach(std::uint32_t stationId, const Pictures& pictures, const std::atomic<bool>& cancelled);
     void finishPainting(std::uint32_t stationId, const std::atomic<bool>& cancelled);
 
+    void tintThose(Station& station, const std::set<std::string>& names, bool isTinted);
+
     std::map<std::uint32_t, Station> m_stations;
+    std::set<std::string> m_tinted;
     int m_paintings = 0;
     QThreadPool m_painters;
     CrispOverlays m_crisp;

@@ -1,6 +1,5 @@
 #include "workbench/inspection/scene/CrispOverlays.h"
-
-#include "host/viewer/CXViewer.h"
+#include "workbench/inspection/scene/Globe.h"
 
 #include <osgEarth/Registry>
 
@@ -49,12 +48,6 @@ int pixelsFor(double screenPixels, int present) {
 OverlayDetail detailFor(int pixels, double screenPixels) {
     const double width = kEdgeScreenPixels * double{osgEarth::Registry::instance()->getDevicePixelRatio()};
     return {pixels, std::max(kThinnestEdge, width * pixels / std::max(screenPixels, 1.0))};
-}
-
-void redraw() {
-    if (g_pCXviewer != nullptr) {
-        g_pCXviewer->requestRedraw();
-    }
 }
 
 } // namespace
@@ -196,7 +189,7 @@ void CrispOverlays::take(std::uint64_t handle, const osg::ref_ptr<osg::Image>& p
         makeRoomFor(bytesOf(*picture));
         item.fine = picture;
         item.overlay->setImage(picture);
-        redraw();
+        redrawGlobe();
     }
     paintNext();
 }
@@ -226,7 +219,7 @@ void CrispOverlays::makeRoomFor(std::int64_t bytes) {
 void CrispOverlays::showUsual(Item& item) {
     item.fine = nullptr;
     item.overlay->setImage(item.usual);
-    redraw();
+    redrawGlobe();
 }
 
 } // namespace inspection

@@ -1,4 +1,5 @@
 #include "workbench/inspection/scene/GlobeNavigation.h"
+#include "workbench/inspection/scene/Globe.h"
 
 #include "host/viewer/CXViewer.h"
 
@@ -33,7 +34,7 @@ void flyTo(double lonDegrees, double latDegrees, double rangeMetres, double seco
     const double height = groundMetres(*g_pCXviewer->getMapNode(), lonDegrees, latDegrees);
     const osgEarth::Viewpoint viewpoint("", lonDegrees, latDegrees, height, 0.0, kPitchDegrees, rangeMetres);
     g_pCXviewer->getManipulator()->setViewpoint(viewpoint, seconds);
-    g_pCXviewer->requestRedraw();
+    redrawGlobe();
 }
 
 } // namespace inspection

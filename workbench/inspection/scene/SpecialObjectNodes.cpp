@@ -1,7 +1,7 @@
 #include "workbench/inspection/scene/SpecialObjectNodes.h"
 
 #include "host/Gbk.h"
-#include "host/viewer/CXViewer.h"
+#include "workbench/inspection/scene/Globe.h"
 #include "workbench/inspection/scene/SceneDataSet.h"
 
 #include <osgDB/ReadFile>
@@ -31,10 +31,6 @@ using osgEarth::Symbology::Style;
 using osgEarth::Symbology::TextSymbol;
 
 constexpr float kBorderOpacity = 0.65F;
-
-osgEarth::MapNode* mapNode() {
-    return g_pCXviewer != nullptr ? g_pCXviewer->getMapNode() : nullptr;
-}
 
 osg::ref_ptr<PlaceNode> label(const KV_BasicNode& record, osgEarth::MapNode& map) {
     Style style;
@@ -88,7 +84,7 @@ void attach(osg::Group& group, const char* name, osgEarth::MapNode& map) {
     osgEarth::GLUtils::setGlobalDefaults(group.getOrCreateStateSet());
     osgEarth::Registry::objectIndex()->tagNode(&group, &group);
     map.addChild(&group);
-    g_pCXviewer->requestRedraw();
+    redrawGlobe();
 }
 
 constexpr char kPointName[] = "ROIPoint";
@@ -97,9 +93,9 @@ constexpr char kPolygonName[] = "ROIPolygon";
 
 // Give a group its content anew, by the record.
 void fillRegion(osg::Group& group, const Special_Region& region, const char* name) {
-    const osg::ref_ptr<FeatureNode> area = outline(region, *mapNode());
+    const osg::ref_ptr<FeatureNode> area = outline(region, *globeMapNode());
     area->setName(name);
-    const osg::ref_ptr<PlaceNode> caption = label(region, *mapNode());
+    const osg::ref_ptr<PlaceNode> caption = label(region, *globeMapNode());
     caption->setName(name);
     group.removeChildren(0, group.getNumChildren());
     group.addChild(area);
@@ -115,7 +111,7 @@ void fill(osg::Group& group, const Special_Polygon& polygon) {
 }
 
 void fill(osg::Group& group, const Special_Point& point) {
-    const osg::ref_ptr<PlaceNode> marker = label(point, *mapNode());
+    const osg::ref_ptr<PlaceNode> marker = label(point, *globeMapNode());
     marker->setName(kPointName);
     group.removeChildren(0, group.getNumChildren());
     group.addChild(marker);
@@ -134,7 +130,7 @@ void updateRecord(SceneDataSet& scene, osg::Group& group, const Special_Polygon&
 }
 
 osg::ref_ptr<osg::Group> regionGroup(const Special_Region& region, const char* name) {
-    osgEarth::MapNode* map = mapNode();
+    osgEarth::MapNode* map = globeMapNode();
     if (map == nullptr || region.m_vertices.empty()) {
         return nullptr;
     }
@@ -150,12 +146,6 @@ void collect(const Map& map, const std::string& name, std::vector<osg::ref_ptr<o
         if (record.GetName() == name) {
             groups.push_back(group);
         }
-    }
-}
-
-void requestRedraw() {
-    if (g_pCXviewer != nullptr) {
-        g_pCXviewer->requestRedraw();
     }
 }
 
@@ -198,7 +188,7 @@ void detachAll(const Map& map, osgEarth::MapNode& mapNode) {
 } // namespace
 
 void SpecialObjectNodes::add(const Special_Point& point) {
-    osgEarth::MapNode* map = mapNode();
+    osgEarth::MapNode* map = globeMapNode();
     if (map == nullptr) {
         return;
     }
@@ -232,7 +222,7 @@ void SpecialObjectNodes::setVisible(const std::string& name, bool visible) {
     for (const auto& group : groupsOf(name)) {
         group->setNodeMask(visible ? ~0U : 0U);
     }
-    requestRedraw();
+    redrawGlobe();
 }
 
 void SpecialObjectNodes::highlight(const std::string& name) {
@@ -243,7 +233,7 @@ void SpecialObjectNodes::highlight(const std::string& name) {
     for (const auto& group : m_highlighted) {
         forEachLabel(*group, tint);
     }
-    requestRedraw();
+    redrawGlobe();
 }
 
 void SpecialObjectNodes::rename(const std::string& oldName, const std::string& newName) {
@@ -251,7 +241,7 @@ void SpecialObjectNodes::rename(const std::string& oldName, const std::string& n
         m_scene.rename(*group, newName);
         forEachLabel(*group, [&](PlaceNode& label) { label.setText(gbkToUtf8(newName)); });
     }
-    requestRedraw();
+    redrawGlobe();
 }
 
 template<typename Record>
@@ -264,7 +254,7 @@ void SpecialObjectNodes::replaceWith(const std::string& oldName, const Record& r
         fill(*group, record);
         updateRecord(m_scene, *group, record);
     }
-    requestRedraw();
+    redrawGlobe();
 }
 
 void SpecialObjectNodes::replace(const std::string& oldName, const Special_Point& point) {
@@ -282,19 +272,19 @@ void SpecialObjectNodes::replace(const std::string& oldName, const Special_Polyg
 void SpecialObjectNodes::remove(const std::string& name) {
     for (const auto& group : groupsOf(name)) {
         m_scene.forget(*group);
-        if (osgEarth::MapNode* map = mapNode()) {
+        if (osgEarth::MapNode* map = globeMapNode()) {
             map->removeChild(group.get());
         }
     }
-    requestRedraw();
+    redrawGlobe();
 }
 
 void SpecialObjectNodes::clear() {
-    if (osgEarth::MapNode* map = mapNode()) {
+    if (osgEarth::MapNode* map = globeMapNode()) {
         detachAll(m_scene.getPipePoints(), *map);
         detachAll(m_scene.getPipeAreas(), *map);
         detachAll(m_scene.getPipePolygons(), *map);
-        g_pCXviewer->requestRedraw();
+        redrawGlobe();
     }
     m_highlighted.clear();
     m_scene.clear();

@@ -10,6 +10,7 @@
 #include "workbench/inspection/table/AnomalyTableView.h"
 #include "workbench/inspection/table/ProjectSurroundings.h"
 
+#include <QMetaMethod>
 #include <QScrollBar>
 #include <QVBoxLayout>
 
@@ -131,7 +132,7 @@ void AnomalyTableWindow::connectTable() {
         }
     });
     connect(m_table->selectionModel(), &QItemSelectionModel::selectionChanged, this, [this] {
-        if (!m_showingSelection) {
+        if (!m_keepsSelection) {
             m_take.start(0);
         }
     });
@@ -145,10 +146,14 @@ void AnomalyTableWindow::connectTable() {
         }
     });
     connect(m_surroundings, &ProjectSurroundings::changed, this, &AnomalyTableWindow::measureSurroundings);
-    connect(m_bar, &AnomalyFilterBar::attributeChosen, m_filter, &AnomalyFilter::setAttributeFilter);
-    connect(m_bar, &AnomalyFilterBar::signChosen, m_filter, &AnomalyFilter::setSignFilter);
-    connect(m_bar, &AnomalyFilterBar::attributeChosen, this, &AnomalyTableWindow::updateSummary);
-    connect(m_bar, &AnomalyFilterBar::signChosen, this, &AnomalyTableWindow::updateSummary);
+    connect(m_bar, &AnomalyFilterBar::attributeChosen, this, [this](AttributeFilter filter) {
+        changeRows([&] { m_filter->setAttributeFilter(filter); });
+        selectNamedRows();
+    });
+    connect(m_bar, &AnomalyFilterBar::signChosen, this, [this](SignFilter filter) {
+        changeRows([&] { m_filter->setSignFilter(filter); });
+        selectNamedRows();
+    });
 }
 
 void AnomalyTableWindow::SetCurrentItem(const KV_StationItem& item) {
@@ -236,43 +241,103 @@ void AnomalyTableWindow::takeSelection() {
 }
 
 void AnomalyTableWindow::announceSelection() {
-    emit selectionChanged(m_selectedNames);
+    if (!isSignalConnected(QMetaMethod::fromSignal(&AnomalyTableWindow::selectionChanged))) {
+        m_overlays.tint(m_selectedNames);
+        return;
+    }
+    m_overlays.tint({});
+    QStringList names;
+    for (const std::string& name : m_selectedNames) {
+        names << fromGbk(name);
+    }
+    emit selectionChanged(names);
 }
 
-void AnomalyTableWindow::SetSelectedbyname(const std::vector<std::string>& names) {
+void AnomalyTableWindow::connectNotify(const QMetaMethod& signal) {
+    announceWhenFollowed(signal);
+}
+
+void AnomalyTableWindow::disconnectNotify(const QMetaMethod& signal) {
+    announceWhenFollowed(signal);
+}
+
+void AnomalyTableWindow::announceWhenFollowed(const QMetaMethod& signal) {
+    if (signal != QMetaMethod::fromSignal(&AnomalyTableWindow::selectionChanged)) {
+        return;
+    }
+    const auto announce = [this] {
+        if (!m_selectedNames.empty()) {
+            announceSelection();
+        }
+    };
+    // A signal that is being connected has no receiver yet.
+    QMetaObject::invokeMethod(this, announce, Qt::QueuedConnection);
+}
+
+void AnomalyTableWindow::SetSelectedbyname(const QStringList& names) {
     m_take.stop();
-    m_selectedNames = names;
+    m_selectedNames.clear();
+    for (const QString& name : names) {
+        m_selectedNames.push_back(toGbk(name));
+    }
     m_show.start(0);
+}
+
+void AnomalyTableWindow::changeRows(const std::function<void()>& change) {
+    m_keepsSelection = true;
+    change();
+    m_keepsSelection = false;
+    updateSummary();
 }
 
 void AnomalyTableWindow::showSelection() {
     m_show.stop();
+    goTo(selectNamedRows());
+}
+
+int AnomalyTableWindow::selectNamedRows() {
     std::vector<int> rows;
     for (const std::string& name : m_selectedNames) {
-        const int row = m_filter->mapFromSource(m_model->index(m_model->rowOf(name), 0)).row();
-        if (row >= 0) {
+        if (const int row = rowOf(name); row >= 0) {
             rows.push_back(row);
         }
     }
-    m_showingSelection = true;
-    m_table->selectionModel()->select(rowSelection(*m_filter, rows), QItemSelectionModel::ClearAndSelect);
-    if (!rows.empty()) {
-        const QModelIndex last = m_filter->index(rows.back(), AnomalyTableModel::Name);
-        m_table->selectionModel()->setCurrentIndex(last, QItemSelectionModel::NoUpdate);
-        m_table->scrollTo(last, QAbstractItemView::EnsureVisible);
+    changeRows([&] {
+        m_table->selectionModel()->select(rowSelection(*m_filter, rows), QItemSelectionModel::ClearAndSelect);
+    });
+    return rows.empty() ? -1 : rows.back();
+}
+
+int AnomalyTableWindow::rowOf(const std::string& name) const {
+    return m_filter->mapFromSource(m_model->index(m_model->rowOf(name), 0)).row();
+}
+
+void AnomalyTableWindow::goTo(int row) {
+    if (row < 0) {
+        return;
     }
-    m_showingSelection = false;
-    updateSummary();
+    const QModelIndex place = m_filter->index(row, AnomalyTableModel::Name);
+    m_table->selectionModel()->setCurrentIndex(place, QItemSelectionModel::NoUpdate);
+    m_table->scrollTo(place, QAbstractItemView::EnsureVisible);
 }
 
 void AnomalyTableWindow::SetSelectedbycoor(KV_StationItem* item, double x, double y) {
     SdiffData anomaly;
     if (item != nullptr && item->GetStationId() == m_current.GetStationId() &&
         item->m_diffData.GetdiffdataBycoor(x, y, anomaly)) {
-        m_selectedNames = {anomaly.name};
-        showSelection();
+        lookAt(anomaly.name);
+    }
+}
+
+void AnomalyTableWindow::lookAt(const std::string& name) {
+    const bool isSelected =
+        std::find(m_selectedNames.begin(), m_selectedNames.end(), name) != m_selectedNames.end();
+    if (!isSelected) {
+        m_selectedNames = {name};
         announceSelection();
     }
+    showSelection();
+    goTo(rowOf(name));
 }
 
 bool AnomalyTableWindow::perform(const QString& description, const ProjectHistory::Work& work) {
@@ -296,8 +361,7 @@ void AnomalyTableWindow::SetItemAtrii(KV_StationItem* item, const std::vector<Sd
     copyAttributes(anomalies, item->m_diffData.m_anomalies);
     if (stationId == m_current.GetStationId()) {
         copyAttributes(anomalies, m_current.m_diffData.m_anomalies);
-        m_model->replace(m_current.m_diffData.m_anomalies);
-        updateSummary();
+        changeRows([this] { m_model->replace(m_current.m_diffData.m_anomalies); });
     }
     emit anomaliesChanged(stationId);
 }
@@ -320,8 +384,7 @@ void AnomalyTableWindow::DeleteItems(KV_StationItem* item, const std::vector<Sdi
     forget(names);
     if (stationId == m_current.GetStationId()) {
         removeNamed(names, m_current.m_diffData.m_anomalies);
-        m_model->remove(names);
-        updateSummary();
+        changeRows([&] { m_model->remove(names); });
     }
     emit anomaliesChanged(stationId);
 }
@@ -347,11 +410,10 @@ void AnomalyTableWindow::takeChangesOfOthers(const RowChanges& changes) {
         return;
     }
     forget(names.gone);
-    m_model->remove(names.gone);
+    changeRows([&] { m_model->remove(names.gone); });
     const std::vector<SdiffData>& stored = m_current.m_diffData.m_anomalies;
     if (static_cast<int>(stored.size()) == m_model->rowCount()) {
-        m_model->replace(stored);
-        updateSummary();
+        changeRows([&] { m_model->replace(stored); });
         return;
     }
     // Rows have come back.

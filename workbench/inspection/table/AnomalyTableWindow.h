@@ -3,8 +3,10 @@
 #include "host/inspection/AVWindow.h"
 #include "workbench/inspection/history/ProjectHistory.h"
 
+#include <QStringList>
 #include <QTimer>
 
+#include <functional>
 #include <set>
 
 class QItemSelection;
@@ -21,7 +23,8 @@ class ProjectSurroundings;
 class Session;
 
 /// The anomalies of the current station item as a table that sorts and filters. What is selected in it is
-/// highlighted on the globe and the other way round. GUI thread.
+/// highlighted on the globe, by the tool that follows it or by itself. Only what the user selects replaces
+/// the selection: rows that come and go leave it alone. GUI thread.
 class AnomalyTableWindow : public AVWindow {
     Q_OBJECT
 
@@ -35,21 +38,26 @@ public:
     void Refresh() override;
     void AddData() override;
     void SetSelectedbycoor(KV_StationItem* item, double x, double y) override;
-    void SetSelectedbyname(const std::vector<std::string>& names) override;
     void SetItemAtrii(KV_StationItem* item, const std::vector<SdiffData>& anomalies) override;
     void DeleteItems(KV_StationItem* item, const std::vector<SdiffData>& anomalies) override;
 
 public slots:
+    /// Selects the anomalies of these names, of any station, and no others: what is highlighted on the globe.
+    /// Those that the table does not hold now are selected when it does. Announces nothing.
+    void SetSelectedbyname(const QStringList& names);
     /// Shows the anomalies of that station; of none when null.
     void showStation(KV_StationItem* item);
     /// Shows rows that an undo or redo has changed, and selects them.
     void takeRowChanges(const RowChanges& changes);
     /// Shows rows that somebody else has changed; the user's place in the table stays.
     void takeChangesOfOthers(const RowChanges& changes);
-    /// Announces the selection once more, for a globe whose overlays are new.
+    /// Announces the selection once more, for a globe whose overlays are new. While nobody listens, the
+    /// selected overlays are tinted here.
     void announceSelection();
 
 signals:
+    /// The user selected other rows; the names of all that are selected now.
+    void selectionChanged(const QStringList& names);
     /// The user wants to see that anomaly of the current item.
     void anomalyActivated(const SdiffData& anomaly);
     /// The user walked to that anomaly of the current item and stopped there.
@@ -57,13 +65,27 @@ signals:
     /// Stored anomalies of a station were edited here.
     void anomaliesChanged(quint32 stationId);
 
+protected:
+    void connectNotify(const QMetaMethod& signal) override;
+    void disconnectNotify(const QMetaMethod& signal) override;
+
 private:
     void build();
     void connectTable();
+    void announceWhenFollowed(const QMetaMethod& signal);
+    /// Changes rows without taking what happens to their selection for the user's wish.
+    void changeRows(const std::function<void()>& change);
     void measureSurroundings();
     void updateSummary();
     void takeSelection();
     void showSelection();
+    /// Gives the row of the last of them, or -1.
+    int selectNamedRows();
+    /// Goes to that anomaly's row. It becomes the selection unless it is part of it.
+    void lookAt(const std::string& name);
+    /// In the filtered table; -1 when it is not there.
+    int rowOf(const std::string& name) const;
+    void goTo(int row);
     void walkOn();
     void classifySelected(const QString& attribute);
     void deleteSelected();
@@ -82,10 +104,10 @@ private:
     AnomalyFilter* m_filter;
     AnomalyFilterBar* m_bar;
     AnomalyTableView* m_table;
-    bool m_showingSelection = false; ///< the rows follow m_selectedNames, not the other way round
-    QTimer m_take;                   ///< many changes of the rows become one announcement
-    QTimer m_show;                   ///< many changes on the globe become one of the rows
-    QTimer m_reached;                ///< runs while the user walks quickly
+    bool m_keepsSelection = false; ///< the rows follow m_selectedNames, not the other way round
+    QTimer m_take;                 ///< many changes of the rows become one announcement
+    QTimer m_show;                 ///< many changes on the globe become one of the rows
+    QTimer m_reached;              ///< runs while the user walks quickly
 };
 
 } // namespace inspection

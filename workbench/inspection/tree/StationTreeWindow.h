@@ -41,7 +41,6 @@ public:
     bool SetcurrentdiffSelected(KV_StationItem* item) override;
 
     bool isReiterated_node(const QString& name) const override;
-    void SelectNode(const QString& name) override;
     bool AddPointNode(const Special_Point& point) override;
     bool AddAreaNode(const Special_Polygon& area) override;
     bool DeleteNode(const QString& name, int type) override;
@@ -52,6 +51,9 @@ public:
     StationWork& work() { return *m_work; }
 
 public slots:
+    /// Selects the special object of that name, as the one that the user works on; an unknown name changes
+    /// nothing.
+    void SelectNode(const QString& name);
     /// Fills the tree from the project's database.
     void load();
     void clear();

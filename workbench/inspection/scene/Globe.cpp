@@ -1,0 +1,19 @@
+#include "workbench/inspection/scene/Globe.h"
+
+#include "host/viewer/CXViewer.h"
+
+#include <osgViewer/View>
+
+namespace inspection {
+
+osgEarth::MapNode* globeMapNode() {
+    return g_pCXviewer != nullptr ? g_pCXviewer->getMapNode() : nullptr;
+}
+
+void redrawGlobe() {
+    if (g_pCXviewer != nullptr && g_pCXviewer->getViewer() != nullptr) {
+        g_pCXviewer->getViewer()->requestRedraw();
+    }
+}
+
+} // namespace inspection
