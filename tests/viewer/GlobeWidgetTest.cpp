@@ -10,8 +10,12 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <osg/GL>
+#include <osgEarth/ObjectIndex>
+#include <osgEarth/Registry>
 #include <osgEarth/Viewpoint>
 #include <osgEarthUtil/EarthManipulator>
+#include <osgEarthUtil/RTTPicker>
 
 #include <gdal_priv.h>
 
@@ -92,6 +96,42 @@ TEST_F(GlobeWidgetTest, RealMouseMovementReachesEventHandlersAndReportsThePlaceU
     EXPECT_GT(m_counter->moves, 0);
     EXPECT_NEAR(place.last().at(0).toDouble(), 109.0, 0.1);
     EXPECT_NEAR(place.last().at(1).toDouble(), 34.0, 0.1);
+}
+
+// Newer toolkits leave blending on; with it the low colour channels of a picked id were lost, that is, all ids beyond 255.
+TEST_F(GlobeWidgetTest, PickingStandsADrawingStateThatTheToolkitLeavesBehind) {
+    class LastHit : public osgEarth::Picker::Callback {
+    public:
+        void onHit(osgEarth::ObjectID id) override { hit = id; }
+        bool accept(const osgGA::GUIEventAdapter& ea, const osgGA::GUIActionAdapter&) override {
+            return ea.getEventType() == osgGA::GUIEventAdapter::MOVE;
+        }
+        osgEarth::ObjectID hit = OSGEARTH_OBJECTID_EMPTY;
+    };
+    osgEarth::ObjectIndex* index = osgEarth::Registry::objectIndex();
+    const osg::ref_ptr<osg::Group> another = new osg::Group;
+    osgEarth::ObjectID id = OSGEARTH_OBJECTID_EMPTY;
+    while (id <= 255) {
+        id = index->tagNode(another, another);
+    }
+    index->tagNode(m_globe.getMapNode(), id);
+    const osg::ref_ptr<LastHit> callback = new LastHit;
+    const osg::ref_ptr<osgEarth::Util::RTTPicker> picker = new osgEarth::Util::RTTPicker(64);
+    picker->addChild(m_globe.getMapNode());
+    picker->setDefaultCallback(callback);
+    m_globe.getViewer()->addEventHandler(picker);
+    m_globe.setWorkBetweenFrames([] {
+        glEnable(GL_BLEND);
+        glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+    });
+    for (int place = 0; place < 4; ++place) { // state is only taken for known from the second frame on
+        movePointer(m_globe, m_globe.rect().center() + QPoint(place, 0));
+        callback->hit = OSGEARTH_OBJECTID_EMPTY;
+        EXPECT_TRUE(waitUntil([&] { return callback->hit != OSGEARTH_OBJECTID_EMPTY; }, 5000));
+        EXPECT_EQ(callback->hit, id);
+    }
+    m_globe.getViewer()->removeEventHandler(picker);
+    m_globe.setWorkBetweenFrames({});
 }
 
 TEST_F(GlobeWidgetTest, TellsHowFarTheOverviewsOfALargeRasterAre) {
