@@ -1,4 +1,5 @@
-// What the anomaly tool does with stored anomalies, on the GUI thread; see CeditDiffEvents.cpp for what leads here.
+// What the anomaly tool does with stored anomalies, on the GUI thread; see CeditDiffEvents.cpp for what leads
+// here.
 
 #include "anomaly/CeditDiff.h"
 

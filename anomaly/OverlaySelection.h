@@ -6,9 +6,9 @@
 #include <unordered_set>
 #include <vector>
 
-/// The anomaly overlays that are highlighted on the globe, and what presses and the rectangle do to them. There
-/// are two lists: what the hover picker and the rectangle have selected, and what was picked by its bounds.
-/// Thread of the frames.
+/// The anomaly overlays that are highlighted on the globe, and what presses and the rectangle do to them.
+/// There are two lists: what the hover picker and the rectangle have selected, and what was picked by its
+/// bounds. Thread of the frames.
 class OverlaySelection {
 public:
     const Overlays& hovered() const { return m_hovered; }

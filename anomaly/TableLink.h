@@ -8,7 +8,8 @@
 #include <vector>
 
 /// What is highlighted on the globe and the selected rows of the anomaly table are one selection while the
-/// anomaly tool is active. Where the host's table cannot tell, or cannot be told, it does without. GUI thread.
+/// anomaly tool is active. Where the host's table cannot tell, or cannot be told, it does without. GUI
+/// thread.
 class TableLink : public QObject {
     Q_OBJECT
 

@@ -9,6 +9,9 @@
 #include "cli/ReportCommand.h"
 #include "cli/SampleCommand.h"
 
+#include "detect/GdalErrors.h"
+#include "workbench/inspection/project/Utf8Locale.h"
+
 #include <cstdio>
 #include <string>
 #include <vector>
@@ -46,6 +49,8 @@ void printUsage(std::FILE* stream) {
 } // namespace
 
 int main(int argc, char** argv) {
+    detect::silenceTiff();
+    inspection::useUtf8Locale();
     const std::vector<std::string> arguments(argv + (argc > 1 ? 2 : argc), argv + argc);
     const std::string name = argc > 1 ? argv[1] : "";
     for (const Command& command : commands)

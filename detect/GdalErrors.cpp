@@ -1,6 +1,7 @@
 #include "detect/GdalErrors.h"
 
 #include <cpl_error.h>
+#include <tiffio.h>
 
 #include <algorithm>
 
@@ -41,6 +42,11 @@ GdalErrors::~GdalErrors() {
 void GdalErrors::remember(const char* message) {
     if (m_firstFailure.empty())
         m_firstFailure = message != nullptr && *message != '\0' ? message : "unknown GDAL error";
+}
+
+void silenceTiff() {
+    TIFFSetErrorHandler(nullptr);
+    TIFFSetWarningHandler(nullptr);
 }
 
 Failure failureOf(const std::string& file, const std::string& cause, const std::string& gdalWords) {

@@ -26,6 +26,10 @@ private:
     std::string m_firstFailure;
 };
 
+/// libtiff writes lines of its own to standard error, beside the errors that GDAL reports. For a program that
+/// says each error in one line: call it first in main.
+void silenceTiff();
+
 /// A Failure of one line: the file, the cause, and GDAL's own words in brackets when there are any.
 Failure failureOf(const std::string& file, const std::string& cause, const std::string& gdalWords = {});
 

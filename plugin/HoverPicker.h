@@ -12,9 +12,9 @@
 #include <optional>
 #include <utility>
 
-/// A tool's hover picker: it comes with the tool's activation and goes with its deactivation, both by messages.
-/// `Callback` is a widget and a picker callback in one: the GUI thread makes it and lets go of it, the thread of
-/// the frames works with it.
+/// A tool's hover picker: it comes with the tool's activation and goes with its deactivation, both by
+/// messages. `Callback` is a widget and a picker callback in one: the GUI thread makes it and lets go of it,
+/// the thread of the frames works with it.
 template<typename Callback>
 class HoverPicker {
 public:

@@ -35,13 +35,13 @@ private:
 };
 
 /// The two threads of a tool's life: slots and activation run on the GUI thread, handle and OnMessage on the
-/// one that runs the viewer's frames, which may be the same. Widgets and the inspection data library belong to
-/// the first, the scene to the second. Each side hands the other what belongs to it, in order; where both are
-/// one thread, everything happens at once.
+/// one that runs the viewer's frames, which may be the same. Widgets and the inspection data library belong
+/// to the first, the scene to the second. Each side hands the other what belongs to it, in order; where both
+/// are one thread, everything happens at once.
 class ToolThreads {
 public:
-    /// On the GUI thread. `wakeUp` is a message of the tool's own on the bus: it says nothing, but its delivery
-    /// makes the tool call enterFrame.
+    /// On the GUI thread. `wakeUp` is a message of the tool's own on the bus: it says nothing, but its
+    /// delivery makes the tool call enterFrame.
     explicit ToolThreads(const char* wakeUp) : m_wakeUp(wakeUp) {}
 
     /// To be called first in handle and in OnMessage. Does what the GUI thread has left.

@@ -8,9 +8,9 @@
 
 #include <vector>
 
-/// The special area that is being digitised, as it stands on the globe: a group with the polygon and, from the second
-/// vertex on, the rubber band that shows how it would close through the pointer. Positions are in the map's reference
-/// system. Thread of the frames.
+/// The special area that is being digitised, as it stands on the globe: a group with the polygon and, from
+/// the second vertex on, the rubber band that shows how it would close through the pointer. Positions are in
+/// the map's reference system. Thread of the frames.
 class AreaDrawing {
 public:
     /// Starts anew in that group, with nothing drawn.
@@ -41,8 +41,8 @@ private:
 /// The name of the group and of all that it holds.
 extern const char* const kAreaGroupName;
 
-/// The same place on the turn of the globe that is nearest to `reference`, so that a ring across the antimeridian goes
-/// the short way. Degrees.
+/// The same place on the turn of the globe that is nearest to `reference`, so that a ring across the
+/// antimeridian goes the short way. Degrees.
 osg::Vec3d onTurnOf(const osg::Vec3d& reference, osg::Vec3d place);
 
 /// What the area looks like before its first vertex.

@@ -1,7 +1,7 @@
 #pragma once
 
-/// Members that a host's windows may have beyond their interfaces. The plug-in looks for them by name, through
-/// Qt's meta-objects, and does without those that it does not find.
+/// Members that a host's windows may have beyond their interfaces. The plug-in looks for them by name,
+/// through Qt's meta-objects, and does without those that it does not find.
 namespace optional_member {
 
 /// Slot of the AVWindow: selects the anomalies of these names, of any station, and no others: what is

@@ -167,6 +167,7 @@ TEST_F(CommandLine, EveryFormatIsWritten) {
 }
 
 TEST_F(CommandLine, TerminalGetsABar) {
+    ASSERT_TRUE(hasPseudoTerminals()) << "there is no pseudo-terminal here: mount devpts on /dev/pts";
     ProgramSetting setting;
     setting.terminal = true;
     const ProgramRun run = runCorridor(arguments("result.gpkg"), setting);

@@ -74,6 +74,17 @@ bool append(int stream, std::string& text) {
 
 } // namespace
 
+bool hasPseudoTerminals() {
+    int ours = -1;
+    int theirs = -1;
+    if (openpty(&ours, &theirs, nullptr, nullptr, nullptr) != 0) {
+        return false;
+    }
+    close(ours);
+    close(theirs);
+    return true;
+}
+
 ProgramRun runCorridor(const std::vector<std::string>& arguments, const ProgramSetting& setting) {
     Child child = setting.terminal ? startOnTerminal(arguments, setting) : startOnPipes(arguments, setting);
     EXPECT_GT(child.process, 0);

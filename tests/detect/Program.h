@@ -21,6 +21,9 @@ struct ProgramSetting {
     std::optional<int> signal;
 };
 
+/// Whether a program can be run on a terminal here.
+bool hasPseudoTerminals();
+
 /// Runs `corridor` with the arguments and waits for its end.
 ProgramRun runCorridor(const std::vector<std::string>& arguments, const ProgramSetting& setting = {});
 

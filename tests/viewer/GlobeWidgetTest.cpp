@@ -98,7 +98,8 @@ TEST_F(GlobeWidgetTest, RealMouseMovementReachesEventHandlersAndReportsThePlaceU
     EXPECT_NEAR(place.last().at(1).toDouble(), 34.0, 0.1);
 }
 
-// Newer toolkits leave blending on; with it the low colour channels of a picked id were lost, that is, all ids beyond 255.
+// Newer toolkits leave blending on; with it the low colour channels of a picked id were lost, that is, all
+// ids beyond 255.
 TEST_F(GlobeWidgetTest, PickingStandsADrawingStateThatTheToolkitLeavesBehind) {
     class LastHit : public osgEarth::Picker::Callback {
     public:

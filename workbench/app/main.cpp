@@ -4,9 +4,11 @@
 #include "workbench/app/PluginLoader.h"
 #include "workbench/app/Theme.h"
 
+#include "detect/GdalErrors.h"
 #include "host/style/myMessageBox.h"
 #include "workbench/inspection/context/InspectionContext.h"
 #include "workbench/inspection/project/Project.h"
+#include "workbench/inspection/project/Utf8Locale.h"
 #include "workbench/viewer/GlobeWidget.h"
 
 #include <QApplication>
@@ -109,6 +111,8 @@ int runWorkbench(const Options& options, const QElapsedTimer& sinceStart) {
 int main(int argc, char** argv) {
     QElapsedTimer sinceStart;
     sinceStart.start();
+    detect::silenceTiff();
+    inspection::useUtf8Locale();
     GlobeWidget::installSurfaceFormat();
     QApplication application(argc, argv);
     QCoreApplication::setApplicationName("corridor");

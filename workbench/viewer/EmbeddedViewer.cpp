@@ -55,7 +55,8 @@ void EmbeddedViewer::prepare() {
 }
 
 void EmbeddedViewer::draw() {
-    // The window's toolkit has used the GL context since the last frame, and newer ones leave their state behind.
+    // The window's toolkit has used the GL context since the last frame, and newer ones leave their state
+    // behind.
     osg::State& state = *m_window->getState();
     state.dirtyAllModes();
     state.dirtyAllAttributes();

@@ -15,10 +15,11 @@ constexpr float kOrder = 0.5F;
 const osg::Vec4 kSelected(1, 1, 0, 1);
 const osg::Vec4 kNotSelected(1, 1, 0, 0);
 
-constexpr char kSource[] = "uniform vec4 corridor_selected_color;\n"
-                           "void corridor_selected_frag(inout vec4 color) {\n"
-                           "    color.rgb = mix(color.rgb, corridor_selected_color.rgb, corridor_selected_color.a);\n"
-                           "}\n";
+constexpr char kSource[] =
+    "uniform vec4 corridor_selected_color;\n"
+    "void corridor_selected_frag(inout vec4 color) {\n"
+    "    color.rgb = mix(color.rgb, corridor_selected_color.rgb, corridor_selected_color.a);\n"
+    "}\n";
 
 } // namespace
 
