@@ -84,14 +84,14 @@ TEST_P(DrawingTools, DoNotStartWithoutAProject) {
 }
 
 TEST_P(DrawingTools, ConsumeNoEventWhileTheyRun) {
-    startTool();
+    ASSERT_NO_FATAL_FAILURE(startTool());
     const QPoint place = ground(90, 40);
     const auto x = static_cast<float>(place.x());
     const auto y = static_cast<float>(m_host.globe->height() - 1 - place.y());
     for (const int button : {GUIEventAdapter::LEFT_MOUSE_BUTTON, GUIEventAdapter::RIGHT_MOUSE_BUTTON}) {
         for (const auto type : {GUIEventAdapter::MOVE, GUIEventAdapter::PUSH, GUIEventAdapter::DRAG,
-                                GUIEventAdapter::RELEASE, GUIEventAdapter::DOUBLECLICK, GUIEventAdapter::KEYDOWN,
-                                GUIEventAdapter::KEYUP, GUIEventAdapter::FRAME}) {
+                                GUIEventAdapter::RELEASE, GUIEventAdapter::DOUBLECLICK,
+                                GUIEventAdapter::KEYDOWN, GUIEventAdapter::KEYUP, GUIEventAdapter::FRAME}) {
             EXPECT_FALSE(send(type, x, y, button)) << type;
         }
     }
@@ -105,7 +105,7 @@ TEST_P(DrawingTools, LeaveEventsWithoutAViewAlone) {
         void requestContinuousUpdate(bool) override {}
         void requestWarpPointer(float, float) override {}
     };
-    startTool();
+    ASSERT_NO_FATAL_FAILURE(startTool());
     NoView adapter;
     const QPoint place = ground(90, 40);
     for (const auto type : {GUIEventAdapter::PUSH, GUIEventAdapter::RELEASE}) {
@@ -121,7 +121,7 @@ TEST_P(DrawingTools, LeaveEventsWithoutAViewAlone) {
 }
 
 TEST_P(DrawingTools, HideTheirDialogAndDrawNothingMoreWhenTheyAreLeft) {
-    startTool();
+    ASSERT_NO_FATAL_FAILURE(startTool());
     const QPointer<QWidget> open = dialog();
     m_engine.deactivateTool();
     ASSERT_NE(open, nullptr) << "hidden, not destroyed";
@@ -148,9 +148,12 @@ TEST_P(DrawingTools, PrintTheirWarningsAndShowThemOverTheMainWindow) {
             return;
         }
         auto* ok = box->findChild<QPushButton*>("pushButtonOK");
-        seen = {box->parentWidget(), box->windowTitle(),
-                box->findChild<QLabel*>("labelText")->text(), box->isModal(),
-                ok && !box->findChild<QPushButton*>("pushButtonNo"), pictureOf(*box)};
+        seen = {box->parentWidget(),
+                box->windowTitle(),
+                box->findChild<QLabel*>("labelText")->text(),
+                box->isModal(),
+                ok && !box->findChild<QPushButton*>("pushButtonNo"),
+                pictureOf(*box)};
         QTest::keyClick(box, Qt::Key_Escape);
     });
     witness.start(5);
@@ -173,11 +176,11 @@ TEST_P(DrawingTools, PrintTheirWarningsAndShowThemOverTheMainWindow) {
 }
 
 TEST_P(DrawingTools, DrawWithTheGlobesDefaultsOfLinesAndPoints) {
-    startTool();
+    ASSERT_NO_FATAL_FAILURE(startTool());
     const osg::StateSet* state = group()->getStateSet();
     ASSERT_NE(state, nullptr);
-    for (const auto attribute : {osg::StateAttribute::LINEWIDTH, osg::StateAttribute::LINESTIPPLE,
-                                 osg::StateAttribute::POINT}) {
+    for (const auto attribute :
+         {osg::StateAttribute::LINEWIDTH, osg::StateAttribute::LINESTIPPLE, osg::StateAttribute::POINT}) {
         EXPECT_NE(state->getAttribute(attribute), nullptr) << attribute;
     }
 }

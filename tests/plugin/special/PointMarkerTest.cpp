@@ -74,7 +74,8 @@ protected:
         return {parts[0], parts[1], parts[2]};
     }
     /// A press of one button and a release of another, in window pixels with y upwards.
-    void clickAt(float pressX, float pressY, float x, float y, int button = GUIEventAdapter::LEFT_MOUSE_BUTTON) {
+    void clickAt(float pressX, float pressY, float x, float y,
+                 int button = GUIEventAdapter::LEFT_MOUSE_BUTTON) {
         send(GUIEventAdapter::PUSH, pressX, pressY, GUIEventAdapter::LEFT_MOUSE_BUTTON);
         send(GUIEventAdapter::RELEASE, x, y, button);
     }
@@ -179,8 +180,13 @@ TEST_F(PointMarker, IsPlacedWithinThreePixelsOfThePressInWholePixels) {
     };
     startTool();
     const osg::Vec2 at = windowPlace(60, 50);
-    for (const Release& release : {Release{3.0F, 0.0F, 1}, {3.1F, 0.0F, 0}, {-3.0F, 0.0F, 1}, {-3.1F, 0.0F, 0},
-                                   {0.0F, 3.0F, 1}, {0.0F, 3.1F, 0}, {0.0F, -90.0F, 1}}) {
+    for (const Release& release : {Release{3.0F, 0.0F, 1},
+                                   {3.1F, 0.0F, 0},
+                                   {-3.0F, 0.0F, 1},
+                                   {-3.1F, 0.0F, 0},
+                                   {0.0F, 3.0F, 1},
+                                   {0.0F, 3.1F, 0},
+                                   {0.0F, -90.0F, 1}}) {
         group()->removeChildren(0, group()->getNumChildren());
         clickAt(at.x() + 0.9F, at.y() + 0.9F, at.x() + release.dx, at.y() + release.dy);
         EXPECT_EQ(group()->getNumChildren(), release.markers) << release.dx << ' ' << release.dy;
@@ -198,6 +204,7 @@ TEST_F(PointMarker, WhereLongitudeLatitudeAndHeightAreZeroIsNone) {
         EXPECT_EQ(boxes.texts, QStringList{"请先绘制特殊点"});
     }
     EXPECT_EQ(storedPoints(), 0);
+    ASSERT_NE(dialog(), nullptr);
     placeAt(osg::Vec3d(lonLat(60, 50), 50.0));
     confirm();
     EXPECT_EQ(storedPoints(), 1);
