@@ -22,8 +22,9 @@ TEST_F(AreaRings, OddRingsAreStoredAsTheyWereDrawnAndShownAgain) {
         {"一条线", {{60, 40}, {90, 40}, {120, 40}, {60, 40}}}};
     for (const auto& [name, places] : rings) {
         startTool();
-        for (std::size_t i = 0; i + 1 < places.size(); ++i)
+        for (std::size_t i = 0; i + 1 < places.size(); ++i) {
             leftClick(ground(places[i].x(), places[i].y()));
+        }
         rightClick(ground(places.back().x(), places.back().y()));
         typeName(name);
         confirm();
@@ -36,20 +37,25 @@ TEST_F(AreaRings, OddRingsAreStoredAsTheyWereDrawnAndShownAgain) {
     const auto& scene =
         dynamic_cast<OsgDataSet&>(*InspectionContext::instance().GetDataSet(OsgDataSet::kIndex));
     EXPECT_EQ(scene.getPipeAreas().size(), rings.size());
-    for (const auto& [group, record] : scene.getPipeAreas())
+    for (const auto& [group, record] : scene.getPipeAreas()) {
         EXPECT_EQ(group->getNumChildren(), 2U) << gbkToUtf8(record.GetName());
+    }
 }
 
-TEST_F(AreaRings, APressBesideTheGlobeAddsNoVertex) {
+TEST_F(AreaRings, APressBesideTheGlobeAddsNoVertexAndARightClickThereClosesAllTheSame) {
     startTool();
     leftClick(ground(60, 20));
+    leftClick(ground(120, 20));
+    moveTo(ground(100, 60));
     m_host.globe->getManipulator()->setViewpoint(osgEarth::Viewpoint("", 114, 30, 0, 0, -89.9, 6.0e7));
     m_host.settle();
     leftClick(QPoint(3, 3));
-    EXPECT_EQ(vertices(*area()).size(), 1U);
+    EXPECT_EQ(vertices(*area()).size(), 2U);
+    EXPECT_EQ(vertices(*rubberBand()).size(), 3U) << "it stays where it was last";
     rightClick(QPoint(3, 3));
-    EXPECT_EQ(vertices(*area()).size(), 1U);
-    EXPECT_FALSE(isToolOn()) << "it closes all the same";
+    EXPECT_EQ(vertices(*area()).size(), 2U);
+    EXPECT_TRUE(vertices(*rubberBand()).empty());
+    EXPECT_FALSE(isToolOn());
 }
 
 TEST_F(AreaRings, ARingAcrossTheAntimeridianGoesTheShortWay) {
@@ -57,12 +63,14 @@ TEST_F(AreaRings, ARingAcrossTheAntimeridianGoesTheShortWay) {
     m_host.settle();
     startTool();
     const QPoint centre = m_host.globe->rect().center();
-    for (const QPoint& corner : {QPoint(-60, -40), QPoint(60, -40), QPoint(60, 40), QPoint(-60, 40)})
+    for (const QPoint& corner : {QPoint(-60, -40), QPoint(60, -40), QPoint(60, 40), QPoint(-60, 40)}) {
         leftClick(centre + corner);
+    }
     const auto ring = vertices(*area());
     ASSERT_EQ(ring.size(), 4U);
-    for (const osg::Vec3d& vertex : ring)
+    for (const osg::Vec3d& vertex : ring) {
         EXPECT_LT(std::abs(vertex.x() - ring.front().x()), 30.0);
+    }
     typeName("日界线");
     confirm();
     const double longitude = readStored("select lon_deg from special_area").value(0).toDouble();

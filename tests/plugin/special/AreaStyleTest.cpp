@@ -40,6 +40,7 @@ protected:
     }
     /// A fill of this colour, a border of this colour and width, lifted off the terrain.
     static void expectDrawn(const Style& style, const Color& fill, const Color& border, float widthPixels) {
+        ASSERT_TRUE(style.get<PolygonSymbol>() && style.get<LineSymbol>());
         EXPECT_EQ(fillOf(style), fill);
         EXPECT_EQ(lineOf(style).color(), border);
         EXPECT_FLOAT_EQ(lineOf(style).width().get(), widthPixels);

@@ -2,9 +2,12 @@
 
 #include "tests/plugin/special/DialogFixture.h"
 
+#include <QApplication>
 #include <QGridLayout>
 #include <QLabel>
 #include <QMetaMethod>
+#include <QTest>
+#include <QTranslator>
 
 #include <map>
 
@@ -58,6 +61,30 @@ QStringList methodsOf(const QMetaObject& meta) {
     return methods;
 }
 
+/// Names of the fields in the order that Tab visits them, the first one first.
+QStringList tabOrder(QWidget& dialog) {
+    QStringList names;
+    for (int step = 0; step < 20; ++step) {
+        const QString name = QApplication::focusWidget()->objectName();
+        if (names.contains(name)) {
+            break;
+        }
+        names << name;
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+    }
+    EXPECT_TRUE(dialog.isActiveWindow());
+    return names;
+}
+
+/// Translates a text into its context and itself.
+class ContextTeller : public QTranslator {
+public:
+    bool isEmpty() const override { return false; }
+    QString translate(const char* context, const char* source, const char*, int) const override {
+        return QString("%1/%2").arg(context, source);
+    }
+};
+
 void expectTitleBar(const QWidget& dialog, int widthPixels) {
     const auto* bar = dialog.findChild<titleBar*>();
     ASSERT_NE(bar, nullptr);
@@ -100,6 +127,18 @@ TEST_F(DialogForms, HaveTheirTextsWithTheBlanksThatAlignThem) {
                                     {"label_attri", "    属性："},
                                     {"pushButtonCancel", "取消"},
                                     {"pushButtonOK", "确定"}}));
+}
+
+TEST_F(DialogForms, HaveTheirTextsTranslatedInContextsOfTheirOwn) {
+    ContextTeller teller;
+    ASSERT_TRUE(QCoreApplication::installTranslator(&teller));
+    const CDrawPointDlg point;
+    const CdrawPolygonDlg area(nullptr);
+    QCoreApplication::removeTranslator(&teller);
+    EXPECT_EQ(point.windowTitle(), "CDrawPointDlg/CDrawPointDlg");
+    EXPECT_EQ(point.ui.label_attri->text(), "CDrawPointDlg/属性：");
+    EXPECT_EQ(area.windowTitle(), "CdrawPolygonDlg/CdrawPolygonDlg");
+    EXPECT_EQ(area.ui.label_attri->text(), "CdrawPolygonDlg/    属性：");
 }
 
 TEST_F(DialogForms, HaveATitleBarOfTheFormsWidthThatOnlyCloses) {
@@ -152,6 +191,21 @@ TEST_F(DialogForms, OfAnAreaIsEightRows) {
         EXPECT_EQ(rowOf(*grid, row), rows[row]) << row;
     }
     EXPECT_EQ(grid->itemAtPosition(4, 0), grid->itemAtPosition(4, 1)) << "the opacity spans both columns";
+}
+
+TEST_F(DialogForms, BeginInTheNameFieldAndTabGoesDown) {
+    CDrawPointDlg point;
+    point.LoadRecord(KV_SPECIAL_POINT);
+    show(point);
+    EXPECT_EQ(tabOrder(point),
+              QStringList({"lineEditTitle", "combox_attri", "pushButtonCancel", "pushButtonOK"}));
+    CdrawPolygonDlg area(nullptr);
+    area.LoadRecord(KV_HIGH_CONSEQUENCE_AREA);
+    show(area);
+    EXPECT_EQ(tabOrder(area),
+              QStringList({"lineEditTitle", "pushButtonFillColorDlg", "pushButtonBorderColorDlg",
+                           "spinBoxBorderWidth", "doubleSpinBox", "spinBox_level", "comboBox_attri",
+                           "pushButtonCancel", "pushButtonOK"}));
 }
 
 TEST_F(DialogForms, OfAnAreaHasItsSwatchesAndRanges) {

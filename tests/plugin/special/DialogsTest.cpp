@@ -11,21 +11,6 @@
 
 namespace {
 
-/// Names of the fields in the order that Tab visits them, the first one first.
-QStringList tabOrder(QWidget& dialog) {
-    QStringList names;
-    for (int step = 0; step < 20; ++step) {
-        const QString name = QApplication::focusWidget()->objectName();
-        if (names.contains(name)) {
-            break;
-        }
-        names << name;
-        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
-    }
-    EXPECT_TRUE(dialog.isActiveWindow());
-    return names;
-}
-
 void expectNothingClipped(QWidget& dialog) {
     for (const QWidget* widget : dialog.findChildren<QWidget*>()) {
         if (widget->isVisible() &&
@@ -58,8 +43,9 @@ TEST_F(Dialogs, FillTheirAttributesFromTheirOwnBlock) {
     writeAttributeHistory(history);
     const auto entries = [](const QComboBox& box) {
         QStringList texts;
-        for (int index = 0; index < box.count(); ++index)
+        for (int index = 0; index < box.count(); ++index) {
             texts << box.itemText(index);
+        }
         EXPECT_EQ(box.currentIndex(), -1);
         EXPECT_EQ(box.currentText(), "");
         return texts;
@@ -159,18 +145,22 @@ TEST_F(Dialogs, ValuesStayWithinTheirLimitsAndMoveInSteps) {
     show(dialog);
     QTest::keyClick(dialog.ui.doubleSpinBox, Qt::Key_Up);
     EXPECT_FLOAT_EQ(dialog.m_opacity, 0.65F);
-    for (int step = 0; step < 12; ++step)
+    for (int step = 0; step < 12; ++step) {
         QTest::keyClick(dialog.ui.doubleSpinBox, Qt::Key_Up);
+    }
     EXPECT_FLOAT_EQ(dialog.m_opacity, 1.0F);
-    for (int step = 0; step < 25; ++step)
+    for (int step = 0; step < 25; ++step) {
         QTest::keyClick(dialog.ui.doubleSpinBox, Qt::Key_Down);
+    }
     EXPECT_FLOAT_EQ(dialog.m_opacity, 0.0F);
     EXPECT_EQ(dialog.ui.doubleSpinBox->toolTip(), "0为全透明，1为不透明");
-    for (int step = 0; step < 9; ++step)
+    for (int step = 0; step < 9; ++step) {
         QTest::keyClick(dialog.ui.spinBox_level, Qt::Key_Up);
+    }
     EXPECT_EQ(dialog.m_level, 5);
-    for (int step = 0; step < 120; ++step)
+    for (int step = 0; step < 120; ++step) {
         QTest::keyClick(dialog.ui.spinBoxBorderWidth, Qt::Key_Up);
+    }
     EXPECT_EQ(dialog.m_borderWidth, 99);
 }
 
@@ -208,29 +198,15 @@ TEST_F(Dialogs, AWordThatIsKnownInAnotherLetterCaseStaysAsItIsTyped) {
     dialog.ui.combox_attri->setFocus();
     QTest::keyClicks(dialog.ui.combox_attri->lineEdit(), "valve");
     EXPECT_EQ(dialog.m_attribute, "valve") << "nothing is completed unasked";
-    if (QWidget* suggestions = QApplication::activePopupWidget())
+    if (QWidget* suggestions = QApplication::activePopupWidget()) {
         QTest::keyClick(suggestions, Qt::Key_Escape);
+    }
     QTest::keyClick(dialog.ui.combox_attri->lineEdit(), Qt::Key_Return);
     EXPECT_EQ(confirmed.size(), 1);
     EXPECT_EQ(dialog.m_attribute, "valve");
     EXPECT_TRUE(m_directory.history().endsWith("startPoint\nValve\nvalves\nvalve\nendPoint\n"));
     QTest::mouseClick(dialog.ui.pushButtonOK, Qt::LeftButton);
     EXPECT_EQ(confirmed.size(), 2) << "a known word is confirmed, too";
-}
-
-TEST_F(Dialogs, BeginInTheNameFieldAndTabGoesDown) {
-    CDrawPointDlg point;
-    point.LoadRecord(KV_SPECIAL_POINT);
-    show(point);
-    EXPECT_EQ(tabOrder(point),
-              QStringList({"lineEditTitle", "combox_attri", "pushButtonCancel", "pushButtonOK"}));
-    CdrawPolygonDlg area(nullptr);
-    area.LoadRecord(KV_HIGH_CONSEQUENCE_AREA);
-    show(area);
-    EXPECT_EQ(tabOrder(area),
-              QStringList({"lineEditTitle", "pushButtonFillColorDlg", "pushButtonBorderColorDlg",
-                           "spinBoxBorderWidth", "doubleSpinBox", "spinBox_level", "comboBox_attri",
-                           "pushButtonCancel", "pushButtonOK"}));
 }
 
 TEST_F(Dialogs, NothingIsClippedAtOneAndAHalfTimesTheTextSize) {
