@@ -3,7 +3,10 @@
 #include <QComboBox>
 #include <QStringList>
 
-/// Offers the attributes in an editable combo box that is empty so far. Nothing is chosen, and nothing but
-/// what the user types or picks ever stands in it: similar attributes are offered below it, and neither Enter
-/// nor a difference in letter case makes one of them of what was typed.
+/// Makes an editable combo box one for attributes: nothing but what the user types or picks ever stands in
+/// it. Similar attributes are offered below it, and neither Enter nor a difference in letter case makes one
+/// of them of what was typed.
+void prepareAttributes(QComboBox& box);
+
+/// Offers the attributes before those that the box offers already. Nothing is chosen.
 void offerAttributes(QComboBox& box, const QStringList& attributes);

@@ -28,8 +28,9 @@ constexpr std::array<Block, 3> kBlocks = {{{"startPolygon", "endPolygon", &Attri
 std::string_view firstWord(std::string_view line) {
     constexpr char kBlanks[] = " \t\v\f\r";
     const std::size_t begin = line.find_first_not_of(kBlanks);
-    if (begin == std::string_view::npos)
+    if (begin == std::string_view::npos) {
         return {};
+    }
     return line.substr(begin, line.find_first_of(kBlanks, begin) - begin);
 }
 
@@ -42,13 +43,14 @@ public:
         for (std::size_t index = 0; index < kBlocks.size(); ++index) {
             if (word == kBlocks[index].start || word == kBlocks[index].end) {
                 m_isOpen[index] = word == kBlocks[index].start;
-                return; // a marker is never an attribute
+                return; // a marker only opens or closes its block; it is never an attribute
             }
         }
         // A word under two open blocks of a malformed file goes to both.
         for (std::size_t index = 0; index < kBlocks.size(); ++index) {
-            if (m_isOpen[index])
+            if (m_isOpen[index]) {
                 (m_history.*kBlocks[index].list).append(fromGbk(std::string(word)));
+            }
         }
     }
 
@@ -57,12 +59,25 @@ private:
     std::array<bool, kBlocks.size()> m_isOpen{};
 };
 
+/// A word that GBK lacks is left out rather than written with '?' in place of its characters: read back, it
+/// would be offered as a word that nobody typed. So is what was read from bytes that are no text.
+void appendEntry(std::string& text, const QString& entry) {
+    const std::string bytes = toGbk(entry);
+    if (!holdsOnlyGbk(bytes)) {
+        std::cout << kFileName << " goes without an attribute that has characters that GBK lacks"
+                  << std::endl;
+        return;
+    }
+    text.append(bytes).append("\n");
+}
+
 std::string toText(const AttributeHistory& history) {
     std::string text;
     for (const Block& block : kBlocks) {
         text.append(block.start).append("\n");
-        for (const QString& entry : history.*block.list)
-            text.append(toGbk(entry)).append("\n");
+        for (const QString& entry : history.*block.list) {
+            appendEntry(text, entry);
+        }
         text.append(block.end).append("\n");
     }
     return text;
@@ -70,43 +85,43 @@ std::string toText(const AttributeHistory& history) {
 
 } // namespace
 
-void readAttributeHistory(AttributeHistory& history) {
+bool readAttributeHistory(AttributeHistory& history) {
     QFile file(kFileName);
-    if (!file.open(QIODevice::ReadOnly))
-        return;
+    if (!file.open(QIODevice::ReadOnly)) {
+        return false;
+    }
     const QByteArray bytes = file.readAll();
     Reader reader(history);
     std::string_view rest(bytes.constData(), static_cast<std::size_t>(bytes.size()));
     while (!rest.empty()) {
         const std::size_t end = std::min(rest.find('\n'), rest.size());
-        if (const std::string_view word = firstWord(rest.substr(0, end)); !word.empty())
+        if (const std::string_view word = firstWord(rest.substr(0, end)); !word.empty()) {
             reader.take(word);
+        }
         rest.remove_prefix(std::min(end + 1, rest.size()));
     }
+    return true;
 }
 
 void writeAttributeHistory(const AttributeHistory& history) {
     const std::string text = toText(history);
-    if (!holdsOnlyGbk(text)) {
-        std::cout << kFileName << " is left as it is: an attribute has characters that GBK lacks"
-                  << std::endl;
-        return;
-    }
     QSaveFile file(kFileName);
     file.setDirectWriteFallback(true); // for a folder in which only this file may be written
     const auto size = static_cast<qint64>(text.size());
     // Without the flush a full disk would be noticed too late to keep the old file.
-    const bool isWritten = file.open(QIODevice::WriteOnly) && file.write(text.data(), size) == size &&
-                           file.flush() && file.commit();
-    if (!isWritten)
+    const bool isWritten = file.open(QIODevice::WriteOnly | QIODevice::Text) &&
+                           file.write(text.data(), size) == size && file.flush() && file.commit();
+    if (!isWritten) {
         std::cout << kFileName << " is not written: " << file.errorString().toStdString() << std::endl;
+    }
 }
 
 void rememberAttribute(AttributeHistory& history, QStringList AttributeHistory::* list,
                        const QString& attribute) {
     QStringList& known = history.*list;
-    if (attribute.isEmpty() || known.contains(attribute))
+    if (attribute.isEmpty() || known.contains(attribute)) {
         return;
+    }
     known.append(attribute);
     writeAttributeHistory(history);
 }

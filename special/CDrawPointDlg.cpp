@@ -13,6 +13,7 @@ CDrawPointDlg::CDrawPointDlg(QWidget* parent) : BaseWindow(parent) {
     m_titleBar->setButtonType(titleBar::OnlyClose);
     m_titleBar->setTitleWidth(width());
     updateLayout();
+    prepareAttributes(*ui.combox_attri);
     ui.combox_attri->setCurrentIndex(-1);
 
     connect(ui.combox_attri, SIGNAL(editTextChanged(QString)), this, SLOT(SlotAttri(QString)));
@@ -21,15 +22,15 @@ CDrawPointDlg::CDrawPointDlg(QWidget* parent) : BaseWindow(parent) {
 }
 
 void CDrawPointDlg::LoadRecord(int type) {
-    if (type != KV_SPECIAL_POINT)
-        return;
-    readAttributeHistory(m_history);
-    offerAttributes(*ui.combox_attri, m_history.point);
+    if (type == KV_SPECIAL_POINT && readAttributeHistory(m_history)) {
+        offerAttributes(*ui.combox_attri, m_history.point);
+    }
 }
 
 void CDrawPointDlg::showRecord(const Special_Point& point) {
-    if (point.m_type != KV_SPECIAL_POINT)
+    if (point.m_type != KV_SPECIAL_POINT) {
         return;
+    }
     m_titleBar->setTitleContent(tr("编辑特殊点"), 10);
     ui.lineEditTitle->setText(fromGbk(point.GetName()));
     ui.combox_attri->setEditText(fromGbk(point.m_attribute));

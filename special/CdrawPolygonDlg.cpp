@@ -30,6 +30,7 @@ CdrawPolygonDlg::CdrawPolygonDlg(QWidget* parent)
     m_titleBar->setButtonType(titleBar::OnlyClose);
     m_titleBar->setTitleWidth(width());
     updateLayout();
+    prepareAttributes(*ui.comboBox_attri);
 
     connect(ui.pushButtonBorderColorDlg, SIGNAL(clicked()), this, SLOT(SlotBorderColor()));
     connect(ui.pushButtonFillColorDlg, SIGNAL(clicked()), this, SLOT(SlotFillColor()));
@@ -56,8 +57,9 @@ void CdrawPolygonDlg::LoadRecord(int type) {
     } else {
         return;
     }
-    readAttributeHistory(m_history);
-    offerAttributes(*ui.comboBox_attri, m_history.*listOfMode());
+    if (readAttributeHistory(m_history)) {
+        offerAttributes(*ui.comboBox_attri, m_history.*listOfMode());
+    }
 }
 
 void CdrawPolygonDlg::showRecord(const Special_Region& region) {
@@ -91,16 +93,18 @@ void CdrawPolygonDlg::SaveRecord() {
 
 void CdrawPolygonDlg::SlotBorderColor() {
     const QColor color = QColorDialog::getColor(Qt::yellow, this, tr("颜色选择"));
-    if (!color.isValid())
+    if (!color.isValid()) {
         return;
+    }
     m_borderColor = color;
     showColor(ui.labelBorderColor, color);
 }
 
 void CdrawPolygonDlg::SlotFillColor() {
     const QColor color = QColorDialog::getColor(Qt::yellow, this, tr("颜色选择"));
-    if (!color.isValid())
+    if (!color.isValid()) {
         return;
+    }
     m_fillColor = color;
     showColor(ui.labelFillColor, color);
 }
@@ -122,8 +126,9 @@ void CdrawPolygonDlg::SlotAttri(QString text) {
 }
 
 void CdrawPolygonDlg::SlotOK() {
-    if (m_mode == NotInitialised)
+    if (m_mode == NotInitialised) {
         return;
+    }
     SaveRecord();
     emit SignalOK();
 }

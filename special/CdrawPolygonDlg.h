@@ -36,7 +36,8 @@ signals:
     void SignalClose();
     void SignalOK();
 
-protected:
+protected slots:
+    /// A slot like the others, and the first: by contract it has its place in the meta-object.
     void closeEvent(QCloseEvent* event) override;
 
 public slots:

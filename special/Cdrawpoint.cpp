@@ -29,6 +29,17 @@ namespace {
 constexpr char kKey[] = "3082 draw point ";
 constexpr char kGroupName[] = "ROIPoint";
 
+/// What is left of a position in single precision: a marker's is known to a metre or two.
+osg::Vec3d inSinglePrecision(const osg::Vec3d& exact) {
+    osg::Vec3d rounded;
+    for (int axis = 0; axis < 3; ++axis) {
+        // Volatile, because GCC 12 drops the rounding where it narrows and widens two numbers at once.
+        const volatile auto narrow = static_cast<float>(exact[axis]);
+        rounded[axis] = narrow;
+    }
+    return rounded;
+}
+
 } // namespace
 
 Cdrawpoint::Cdrawpoint() : zeo::ToolPlugin(kKey), m_ownKey(kKey) {
@@ -119,10 +130,9 @@ void Cdrawpoint::onRelease(osgViewer::View& view, const GUIEventAdapter& ea) {
     if (picked == kPickNoHit || !mapNode) {
         return;
     }
-    // Single precision, here and below: a marker's position is known to a metre or two.
     osgEarth::GeoPoint onMap;
-    onMap.fromWorld(mapNode->getMapSRS(), osg::Vec3d(osg::Vec3f(picked)));
-    m_threads.onGui([this, position = osg::Vec3f(onMap.vec3d())] {
+    onMap.fromWorld(mapNode->getMapSRS(), inSinglePrecision(picked));
+    m_threads.onGui([this, position = inSinglePrecision(onMap.vec3d())] {
         if (m_state == Placing) {
             PlacePoint(position.x(), position.y(), position.z());
         }

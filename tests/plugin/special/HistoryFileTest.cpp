@@ -9,6 +9,8 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+
 namespace {
 
 class HistoryFile : public testing::Test {
@@ -111,30 +113,58 @@ TEST_F(HistoryFile, AHundredMegabytesAreRead) {
     EXPECT_EQ(read().point, QStringList({"first", "last"}));
 }
 
-TEST_F(HistoryFile, BytesThatAreNoTextAreReadWithoutHarmAndNotWrittenBackAsOthers) {
-    QByteArray bytes = "startPoint\n";
-    for (int byte = 0; byte < 256; ++byte)
-        bytes.append(static_cast<char>(byte)).append("\xFF\x80\n");
-    bytes += "endPoint\n";
-    write(bytes);
+TEST_F(HistoryFile, BytesThatAreNoTextAreReadWithoutHarmAndTheOtherWordsOutliveThem) {
+    write("startPoint\nold\n\xFF\x80\na\xFF\n\xB7\xA7\xCA\xD2\nendPoint\n");
     AttributeHistory history = read();
-    EXPECT_FALSE(history.point.isEmpty());
+    EXPECT_EQ(history.point.size(), 4);
     testing::internal::CaptureStdout();
     rememberAttribute(history, &AttributeHistory::point, "new");
     EXPECT_FALSE(testing::internal::GetCapturedStdout().empty());
-    EXPECT_EQ(m_directory.history(), bytes);
+    EXPECT_EQ(m_directory.history(), "startPolygon\nendPolygon\nstartArea\nendArea\n"
+                                     "startPoint\nold\n\xB7\xA7\xCA\xD2\nnew\nendPoint\n");
 }
 
-TEST_F(HistoryFile, CharactersThatGbkLacksAreRefusedWithALineInTheLog) {
+TEST_F(HistoryFile, AnyByteIsReadWithoutHarm) {
+    QByteArray bytes = "startPoint\n";
+    for (int byte = 0; byte < 256; ++byte) {
+        bytes.append(static_cast<char>(byte)).append("\xFF\x80\n");
+    }
+    write(bytes + "last\nendPoint\n");
+    ASSERT_FALSE(read().point.isEmpty());
+    EXPECT_EQ(read().point.last(), "last");
+}
+
+TEST_F(HistoryFile, AWordThatGbkLacksIsLeftOutWithALineInTheLogAndTheOthersAreWritten) {
     AttributeHistory history;
     rememberAttribute(history, &AttributeHistory::point, "桩");
-    const QByteArray before = m_directory.history();
     testing::internal::CaptureStdout();
-    rememberAttribute(history, &AttributeHistory::point, QStringLiteral("😀"));
+    rememberAttribute(history, &AttributeHistory::point, QStringLiteral("井😀"));
     EXPECT_EQ(testing::internal::GetCapturedStdout(),
-              "record.txt is left as it is: an attribute has characters that GBK lacks\n");
-    EXPECT_EQ(m_directory.history(), before);
-    EXPECT_FALSE(before.contains('?'));
+              "record.txt goes without an attribute that has characters that GBK lacks\n");
+    rememberAttribute(history, &AttributeHistory::point, "阀室");
+    EXPECT_EQ(read().point, QStringList({"桩", "阀室"})) << "it does not stop the history";
+    EXPECT_FALSE(m_directory.history().contains('?'));
+    EXPECT_EQ(history.point.size(), 3) << "the dialog that is open goes on offering it";
+}
+
+TEST_F(HistoryFile, LineEndsAreThoseOfThePlatformsTextFiles) {
+    {
+        std::ofstream text(m_directory.file("platform.txt").toStdString()); // a text-mode stream
+        text << "startPolygon\nendPolygon\nstartArea\nendArea\nstartPoint\nX\nendPoint\n";
+    }
+    QFile platform(m_directory.file("platform.txt"));
+    ASSERT_TRUE(platform.open(QIODevice::ReadOnly));
+    AttributeHistory history;
+    rememberAttribute(history, &AttributeHistory::point, "X");
+    EXPECT_EQ(m_directory.history(), platform.readAll());
+}
+
+TEST_F(HistoryFile, AnEndMarkerOnlyClosesItsBlockAndIsNeverAnEntry) {
+    write("startPolygon\na\nendPoint\nb\nendArea\nc\nstartArea\nd\nendPolygon\ne\nendArea\nendPolygon\n");
+    const AttributeHistory history = read();
+    EXPECT_EQ(history.polygon, QStringList({"a", "b", "c", "d"}));
+    EXPECT_EQ(history.area, QStringList({"d", "e"}));
+    EXPECT_TRUE(history.point.isEmpty());
 }
 
 TEST_F(HistoryFile, ADirectoryOfThatNameIsLeftAlone) {

@@ -14,8 +14,9 @@ void chooseColour(QPushButton& button, const QColor& colour, bool isConfirmed) {
     QTimer driver;
     QObject::connect(&driver, &QTimer::timeout, [&] {
         auto* colours = qobject_cast<QColorDialog*>(QApplication::activeModalWidget());
-        if (!colours)
+        if (!colours) {
             return;
+        }
         caption = colours->windowTitle();
         EXPECT_EQ(colours->currentColor(), QColor(Qt::yellow));
         colours->setCurrentColor(colour);
@@ -30,8 +31,9 @@ SpecialTest::SpecialTest(const char* tool, const char* dialog, const char* group
     : ToolTest(tool), m_dialogName(dialog), m_groupName(group) {}
 
 SpecialTest::~SpecialTest() {
-    if (dialog())
+    if (dialog()) {
         dialog()->close();
+    }
 }
 
 void SpecialTest::startTool() {
@@ -52,8 +54,9 @@ osg::Vec2d SpecialTest::lonLat(double east, double north) {
 
 QWidget* SpecialTest::dialog() const {
     for (QWidget* widget : QApplication::topLevelWidgets()) {
-        if (widget->isVisible() && widget->objectName() == m_dialogName)
+        if (widget->isVisible() && widget->objectName() == m_dialogName) {
             return widget;
+        }
     }
     return nullptr;
 }
