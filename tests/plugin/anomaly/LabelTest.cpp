@@ -76,8 +76,11 @@ private:
 };
 
 TEST_F(ValueLabel, ShowsSixSignificantDigits) {
-    for (const auto& [metres, text] : {std::pair(0.1234567, "0.123457"), {1234567.8, "1.23457e+06"},
-                                       {-0.00001234, "-1.234e-05"}, {-2.5, "-2.5"}, {100000.0, "100000"}}) {
+    for (const auto& [metres, text] : {std::pair(0.1234567, "0.123457"),
+                                       {1234567.8, "1.23457e+06"},
+                                       {-0.00001234, "-1.234e-05"},
+                                       {-2.5, "-2.5"},
+                                       {100000.0, "100000"}}) {
         setDifference(1, metres);
         EXPECT_EQ(textAt(emptyGround()), text);
     }

@@ -77,7 +77,9 @@ TEST_F(AnomalyToolState, AnyKeyTakesLeftCtrlFromTheGlobe) {
     ASSERT_EQ(ctrlAction(), EarthManipulator::ACTION_PAN_LEFT);
     keyClick(Qt::Key_X);
     EXPECT_EQ(static_cast<int>(ctrlAction()), 0);
-    const auto eye = [this] { return m_host.globe->getViewer()->getCamera()->getInverseViewMatrix().getTrans(); };
+    const auto eye = [this] {
+        return m_host.globe->getViewer()->getCamera()->getInverseViewMatrix().getTrans();
+    };
     const osg::Vec3d before = eye();
     keyClick(Qt::Key_Control);
     EXPECT_LT((eye() - before).length(), 0.01);
@@ -88,9 +90,9 @@ TEST_F(AnomalyToolState, ConsumesNoEventNotEvenWhenItOpensItsMenuAsksOrDraws) {
     leftClick(pixelOf(known::fill));
     const BoxAnswerer boxes(BoxAnswerer::No);
     const QPoint place = pixelOf(known::fill);
-    for (const auto type : {GUIEventAdapter::MOVE, GUIEventAdapter::PUSH, GUIEventAdapter::DRAG,
-                            GUIEventAdapter::RELEASE, GUIEventAdapter::DOUBLECLICK, GUIEventAdapter::SCROLL,
-                            GUIEventAdapter::FRAME}) {
+    for (const auto type :
+         {GUIEventAdapter::MOVE, GUIEventAdapter::PUSH, GUIEventAdapter::DRAG, GUIEventAdapter::RELEASE,
+          GUIEventAdapter::DOUBLECLICK, GUIEventAdapter::SCROLL, GUIEventAdapter::FRAME}) {
         EXPECT_FALSE(sendAt(type, place, GUIEventAdapter::LEFT_MOUSE_BUTTON)) << type;
     }
     {
@@ -99,7 +101,8 @@ TEST_F(AnomalyToolState, ConsumesNoEventNotEvenWhenItOpensItsMenuAsksOrDraws) {
         EXPECT_EQ(menus.menus.size(), 1U);
     }
     const int shift = GUIEventAdapter::KEY_Shift_L;
-    for (const int key : std::vector<int>{GUIEventAdapter::KEY_Control_L, GUIEventAdapter::KEY_Delete, 'x', shift}) {
+    for (const int key :
+         std::vector<int>{GUIEventAdapter::KEY_Control_L, GUIEventAdapter::KEY_Delete, 'x', shift}) {
         EXPECT_FALSE(sendAt(GUIEventAdapter::KEYDOWN, place, 0, key)) << key;
         if (key != shift) {
             EXPECT_FALSE(sendAt(GUIEventAdapter::KEYUP, place, 0, key)) << key;

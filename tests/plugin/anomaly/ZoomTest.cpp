@@ -17,8 +17,8 @@ protected:
     QString caption() const { return m_host.window.findChild<QLabel*>("imageCaption")->text(); }
     void checkAgain() const { EXPECT_TRUE(QMetaObject::invokeMethod(&m_host.command(m_tool), "checkDff")); }
     static mysqlhelper::KV_MySQL& database() {
-        auto& data =
-            dynamic_cast<PipelineDataSet&>(*InspectionContext::instance().GetDataSet(PipelineDataSet::kIndex));
+        auto& data = dynamic_cast<PipelineDataSet&>(
+            *InspectionContext::instance().GetDataSet(PipelineDataSet::kIndex));
         return *data.GetMySQL();
     }
 };
