@@ -275,6 +275,10 @@ TEST_F(RegionEditing, ConfirmingActsOnTheRegionOfTheLatestRightClick) {
 }
 
 TEST_F(RegionEditing, APolygonDialogThatIsConfirmedOverAnAreaNeverLookedUpStoresNothing) {
+    ASSERT_TRUE(stationWindow().AddAreaNode(region("次", KV_SPECIAL_AREA, 75, 50)));
+    reopen();
+    m_host.settle();
+    choose(ground(100, 75), kDelete); // the latest area that was looked up has gone
     const QVariantList polygon = row("high_consequence_area", "高");
     const QVariantList area = row("special_area", "面");
     choose(onPolygon(), kEdit);
