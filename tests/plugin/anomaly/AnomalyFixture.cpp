@@ -148,6 +148,23 @@ QPoint AnomalyTest::pixelOf(const QString& anomaly) const {
     return pixelOf(found->getCenter());
 }
 
+bool AnomalyTest::sendAt(osgGA::GUIEventAdapter::EventType type, const QPoint& place, int button, int key) {
+    return send(type, static_cast<float>(place.x()),
+                static_cast<float>(m_host.globe->height() - 1 - place.y()), button, key);
+}
+
+void AnomalyTest::selectOverlapping() {
+    const QPoint both = onOverlapping();
+    keyDown(Qt::Key_Shift);
+    moveTo(both - QPoint(15, 15));
+    press(both - QPoint(15, 15));
+    moveTo(both + QPoint(5, 5));
+    moveTo(both + QPoint(15, 15));
+    release(both + QPoint(15, 15));
+    keyUp(Qt::Key_Shift);
+    ASSERT_EQ(highlighted(), (QStringList{known::below, known::overlapping}));
+}
+
 osg::ref_ptr<ImageOverlay> AnomalyTest::overlay(const QString& anomaly) const {
     return overlayOnGlobe(*m_host.globe, anomaly);
 }

@@ -44,8 +44,15 @@ protected:
     QPoint pixelOf(const QString& anomaly) const;
     /// A place of the first station without anomaly.
     QPoint emptyGround() const { return pixelAt(SmallProject::kLeft + 36.0, SmallProject::kTop - 66.0); }
+    /// A place on the two anomalies of overlapping stations, `below` and `overlapping`.
+    QPoint onOverlapping() const { return pixelAt(SmallProject::kLeft + 8.0, SmallProject::kTop - 54.0); }
     /// A place outside all stations.
     QPoint outside() const { return pixelAt(SmallProject::kLeft + 100.0, SmallProject::kTop + 25.0); }
+
+    /// Sends one event to the tool, at a place of the globe widget.
+    bool sendAt(osgGA::GUIEventAdapter::EventType type, const QPoint& place, int button = 0, int key = 0);
+    /// Selects both anomalies of `onOverlapping` with a rectangle.
+    void selectOverlapping();
 
     // What is there.
     osg::ref_ptr<osgEarth::Annotation::ImageOverlay> overlay(const QString& anomaly) const;

@@ -8,6 +8,8 @@
 
 namespace {
 
+using osgGA::GUIEventAdapter;
+
 class BoundsEvents : public AnomalyTest {
 protected:
     BoundsEvents() {
@@ -53,6 +55,17 @@ TEST_F(BoundsEvents, WithCtrlEveryHitJoinsAndAllStayHighlighted) {
     EXPECT_EQ(highlighted(), QStringList{known::cut});
 }
 
+TEST_F(BoundsEvents, HighlightingTwiceLooksLikeOnce) {
+    keyDown(Qt::Key_Control);
+    leftClick(pixelOf(known::fill));
+    const QColor once = colourOf(known::fill);
+    EXPECT_GT(once.green(), 2 * once.blue());
+    leftClick(pixelOf(known::fill)); // which joins and is highlighted a second time
+    EXPECT_EQ(highlighted(), QStringList{known::fill});
+    EXPECT_EQ(colourOf(known::fill), once);
+    keyUp(Qt::Key_Control);
+}
+
 TEST_F(BoundsEvents, APressShowsTheElevationDifferenceAsWell) {
     leftClick(pixelOf(known::cut));
     ASSERT_NE(valueLabel(), nullptr);
@@ -85,6 +98,42 @@ TEST_F(BoundsEvents, DeleteHeldAsksWhereAnAnomalyIsHitAndNotWhereNoneIs) {
     leftClick(pixelOf(known::fill));
     EXPECT_EQ(boxes.texts, QStringList{"是否删除变形信息?"});
     EXPECT_EQ(storedCount(), 9);
+}
+
+TEST_F(BoundsEvents, WithCtrlAndDeleteHeldAPressAsksWhereverItIs) {
+    sendAt(GUIEventAdapter::KEYDOWN, outside(), 0, GUIEventAdapter::KEY_Delete);
+    sendAt(GUIEventAdapter::KEYDOWN, outside(), 0, GUIEventAdapter::KEY_Control_L);
+    const BoxAnswerer boxes(BoxAnswerer::No);
+    sendAt(GUIEventAdapter::PUSH, emptyGround(), GUIEventAdapter::LEFT_MOUSE_BUTTON);
+    EXPECT_EQ(boxes.texts.size(), 1);
+    sendAt(GUIEventAdapter::PUSH, pixelOf(known::fill), GUIEventAdapter::LEFT_MOUSE_BUTTON);
+    EXPECT_EQ(boxes.texts.size(), 2);
+    EXPECT_EQ(highlighted(), QStringList{known::fill});
+    for (const int key : {GUIEventAdapter::KEY_Delete, GUIEventAdapter::KEY_Control_L}) {
+        sendAt(GUIEventAdapter::KEYUP, outside(), 0, key);
+    }
+}
+
+TEST_F(BoundsEvents, WithoutAMapSystemAPressOnlyForgetsWhatHoveringPickedAndAsksWithDelete) {
+    pickByBounds(false);
+    leftClick(pixelOf(known::fill));
+    ASSERT_EQ(highlighted(), QStringList{known::fill});
+    pickByBounds(true);
+    const osgEarth::SpatialReference* mapSystem = m_engine.GetMapSRS();
+    m_engine.setMapSRS(nullptr);
+    const BoxAnswerer boxes(BoxAnswerer::No);
+    sendAt(GUIEventAdapter::PUSH, pixelOf(known::cut), GUIEventAdapter::LEFT_MOUSE_BUTTON);
+    EXPECT_TRUE(boxes.texts.isEmpty());
+    EXPECT_EQ(highlighted(), QStringList{known::fill}) << "what was picked by hovering keeps its colour";
+    sendAt(GUIEventAdapter::KEYDOWN, outside(), 0, GUIEventAdapter::KEY_Delete);
+    sendAt(GUIEventAdapter::PUSH, emptyGround(), GUIEventAdapter::LEFT_MOUSE_BUTTON);
+    EXPECT_EQ(boxes.texts, QStringList{"是否删除变形信息?"});
+    m_engine.setMapSRS(mapSystem);
+    sendAt(GUIEventAdapter::KEYUP, outside(), 0, GUIEventAdapter::KEY_Delete);
+
+    const MenuChooser menus;
+    rightClick(pixelOf(known::fill));
+    EXPECT_TRUE(menus.menus.empty()) << "but is no longer chosen";
 }
 
 TEST_F(BoundsEvents, ADoubleClickWorksAsInTheOtherMode) {

@@ -54,14 +54,6 @@ TEST_F(HoverEvents, APressOnAnAnomalyTurnsItYellow) {
     EXPECT_EQ(colourOf(known::fill), before) << "and back";
 }
 
-TEST_F(HoverEvents, HighlightingTwiceLooksLikeOnce) {
-    leftClick(pixelOf(known::fill));
-    const QColor once = colourOf(known::fill);
-    leftClick(pixelOf(known::cut));
-    leftClick(pixelOf(known::fill));
-    EXPECT_EQ(colourOf(known::fill), once);
-}
-
 TEST_F(HoverEvents, APressOnAnotherAnomalyMovesTheHighlight) {
     leftClick(pixelOf(known::fill));
     leftClick(pixelOf(known::quoted));
@@ -271,26 +263,6 @@ TEST_F(HoverEvents, AStationWhoseAnomaliesAreNotShownIsNotHit) {
     EXPECT_EQ(valueLabel()->getText(), "0");
     doubleClick(at);
     EXPECT_FALSE(tableNames().contains(known::cut));
-}
-
-TEST_F(HoverEvents, AnyKeyTakesCtrlFromTheGlobe) {
-    const auto* settings = m_host.globe->getManipulator()->getSettings();
-    ASSERT_NE(settings, nullptr);
-    EXPECT_FALSE(send(GUIEventAdapter::KEYDOWN, 0, 0, 0, 'x'));
-    const osg::Vec3d before = eye();
-    keyClick(Qt::Key_Control);
-    EXPECT_LT(moved(before), 0.01);
-}
-
-TEST_F(HoverEvents, NoEventIsConsumed) {
-    for (const auto type : {GUIEventAdapter::PUSH, GUIEventAdapter::RELEASE, GUIEventAdapter::DRAG,
-                            GUIEventAdapter::MOVE, GUIEventAdapter::KEYDOWN, GUIEventAdapter::KEYUP,
-                            GUIEventAdapter::SCROLL, GUIEventAdapter::FRAME}) {
-        EXPECT_FALSE(send(type, 300, 200, GUIEventAdapter::LEFT_MOUSE_BUTTON, 'x')) << type;
-    }
-    const MenuChooser menus;
-    EXPECT_FALSE(send(GUIEventAdapter::RELEASE, 300, 200, GUIEventAdapter::RIGHT_MOUSE_BUTTON));
-    EXPECT_FALSE(send(GUIEventAdapter::DOUBLECLICK, 300, 200, GUIEventAdapter::LEFT_MOUSE_BUTTON));
 }
 
 TEST_F(HoverEvents, ThatDoNotComeFromAViewDoNothing) {

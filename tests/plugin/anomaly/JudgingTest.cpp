@@ -129,15 +129,14 @@ TEST_F(Judging, EmptyWordsAcceptedAreWrittenAllTheSame) {
 }
 
 TEST_F(Judging, CancelAndTheTitleBarWriteNothing) {
-    for (const char* way : {"cancel", "close", "escape"}) {
+    for (const char* way : {"pushButton_Cancle", "titleBarClose", "escape"}) {
         const AttributeDialogDriver dialog([&](QWidget& form) {
             QTest::keyClicks(form.findChild<QLineEdit*>("lineEdit_diffattri"), "never");
-            if (way == std::string("cancel"))
-                QTest::mouseClick(form.findChild<QPushButton*>("pushButton_Cancle"), Qt::LeftButton);
-            else if (way == std::string("close"))
-                form.close();
-            else
+            if (way == std::string("escape")) {
                 QTest::keyClick(&form, Qt::Key_Escape);
+            } else {
+                QTest::mouseClick(form.findChild<QPushButton*>(way), Qt::LeftButton);
+            }
         });
         selectAndChoose(known::fill, {"属性设置", "自定义"});
         EXPECT_EQ(dialog.dialogs, 1) << way;
@@ -178,17 +177,9 @@ TEST_F(Judging, ARightReleaseFourPixelsAsideOpensNoMenuAndOneFarBelowDoes) {
 }
 
 TEST_F(Judging, InTwoStationsWithSelectedAnomaliesTheMenuOpensTwice) {
-    const QPoint both = pixelAt(SmallProject::kLeft + 8.0, SmallProject::kTop - 54.0);
-    keyDown(Qt::Key_Shift); // a rectangle takes both of the overlapping ones
-    moveTo(both - QPoint(15, 15));
-    press(both - QPoint(15, 15));
-    moveTo(both + QPoint(5, 5));
-    moveTo(both + QPoint(15, 15));
-    release(both + QPoint(15, 15));
-    keyUp(Qt::Key_Shift);
-    ASSERT_EQ(highlighted(), (QStringList{known::below, known::overlapping}));
+    selectOverlapping();
     MenuChooser menu;
-    rightClick(both);
+    rightClick(onOverlapping());
     EXPECT_EQ(menu.menus.size(), 2U);
 }
 

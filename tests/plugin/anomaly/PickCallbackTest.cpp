@@ -120,6 +120,7 @@ programOf(const std::string& source, osgEarth::ShaderComp::FunctionLocation loca
 
 TEST(Highlight, PutsTheFunctionAndTheColourOnTheNode) {
     const osg::ref_ptr<osg::Group> node = new osg::Group;
+    EXPECT_EQ(static_cast<int>(osgEarth::ShaderComp::LOCATION_FRAGMENT_LIGHTING), 7);
     HighlightOverlay(*node);
     EXPECT_EQ(tintOf(*node), osg::Vec4(255, 255, 0, 1));
     const osg::Uniform* first = node->getStateSet()->getUniform("oe_anno_highlight_color");
@@ -141,11 +142,14 @@ TEST(Highlight, PutsTheFunctionAndTheColourOnTheNode) {
     EXPECT_NE(node->getStateSet()->getUniform("oe_anno_highlight_color"), first) << "a new one in its place";
 }
 
-TEST(Highlight, ClearingANodeThatNeverWasInstallsAColourThatChangesNothing) {
+TEST(Highlight, ClearingANodeThatNeverWasInstallsTheFunctionAndAColourThatChangesNothing) {
     const osg::ref_ptr<osg::Group> node = new osg::Group;
     ClearHighlight(*node);
     EXPECT_EQ(tintOf(*node), osg::Vec4(1, 1, 1, 0));
-    EXPECT_NE(osgEarth::VirtualProgram::get(node->getStateSet()), nullptr);
+    const osgEarth::VirtualProgram* program = osgEarth::VirtualProgram::get(node->getStateSet());
+    ASSERT_NE(program, nullptr);
+    EXPECT_EQ(program->compare(*programOf(kFunction, osgEarth::ShaderComp::LOCATION_FRAGMENT_LIGHTING, 0.6F)),
+              0);
     HighlightOverlay(*node);
     ClearHighlight(*node);
     EXPECT_EQ(tintOf(*node), osg::Vec4(1, 1, 1, 0));

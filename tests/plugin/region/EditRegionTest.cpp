@@ -276,6 +276,10 @@ TEST_F(RegionEditing, ConfirmingActsOnTheRegionOfTheLatestRightClick) {
 }
 
 TEST_F(RegionEditing, APolygonDialogThatIsConfirmedOverAnAreaNeverLookedUpStoresNothing) {
+    ASSERT_TRUE(stationWindow().AddAreaNode(region("次", KV_SPECIAL_AREA, 75, 50)));
+    reopen();
+    m_host.settle();
+    choose(ground(100, 75), kDelete); // the latest area that was looked up has gone
     const QVariantList polygon = row("high_consequence_area", "高");
     const QVariantList area = row("special_area", "面");
     choose(onPolygon(), kEdit);
@@ -350,8 +354,13 @@ TEST_F(RegionEditing, ConfirmingWithoutAnyChangeStoresTheSameValues) {
     const QVariantList after = row("high_consequence_area", "高");
     ASSERT_EQ(after.size(), before.size());
     for (qsizetype column = 0; column < before.size(); ++column) {
-        const bool isCentre = column == 3 || column == 4; // that of the bounds
-        EXPECT_TRUE(isCentre || after[column] == before[column]) << column;
+        // The stored place becomes the middle of the bounds, which is not quite the old one.
+        const bool isCentre = column == 3 || column == 4;
+        if (isCentre) {
+            EXPECT_NEAR(after[column].toDouble(), before[column].toDouble(), 1e-6) << column;
+        } else {
+            EXPECT_EQ(after[column], before[column]) << column;
+        }
     }
 }
 

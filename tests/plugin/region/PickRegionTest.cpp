@@ -74,8 +74,10 @@ TEST_F(RegionPickAnswers, WhileItIsLockedHitsChangeNothingButAMissDoes) {
 TEST_F(RegionPickAnswers, OnlyMovesWithoutAButtonArePicked) {
     EXPECT_TRUE(accepts(GUIEventAdapter::MOVE));
     for (const auto type : {GUIEventAdapter::DRAG, GUIEventAdapter::PUSH, GUIEventAdapter::RELEASE,
-                            GUIEventAdapter::KEYDOWN, GUIEventAdapter::FRAME, GUIEventAdapter::DOUBLECLICK})
+                            GUIEventAdapter::DOUBLECLICK, GUIEventAdapter::KEYDOWN, GUIEventAdapter::KEYUP,
+                            GUIEventAdapter::FRAME, GUIEventAdapter::SCROLL, GUIEventAdapter::RESIZE}) {
         EXPECT_FALSE(accepts(type)) << type;
+    }
 }
 
 using RegionPicking = RegionTest;
@@ -94,8 +96,8 @@ TEST_F(RegionPicking, AReleaseThreePixelsAsideOpensTheMenuAndOneALittleFurtherDo
     moveTo(onArea());
     const auto x = static_cast<float>(onArea().x());
     const auto y = static_cast<float>(m_host.globe->height() - 1 - onArea().y());
-    const auto menusAfter = [&](float dx, float dy) {
-        send(GUIEventAdapter::MOVE, x, y);
+    const auto menusAfter = [&](float dx, float dy, float moved = 0.0F) {
+        send(GUIEventAdapter::MOVE, x + moved, y + moved);
         const MenuChooser menus;
         send(GUIEventAdapter::RELEASE, x + dx, y + dy, GUIEventAdapter::RIGHT_MOUSE_BUTTON);
         return menus.menus.size();
@@ -106,6 +108,9 @@ TEST_F(RegionPicking, AReleaseThreePixelsAsideOpensTheMenuAndOneALittleFurtherDo
     EXPECT_EQ(menusAfter(0.0F, 3.0F), 1U);
     EXPECT_EQ(menusAfter(0.0F, 3.1F), 0U);
     EXPECT_EQ(menusAfter(0.0F, -80.0F), 1U) << "the test is one-sided on purpose";
+    EXPECT_EQ(menusAfter(3.0F, 3.0F, 0.9F), 1U);
+    EXPECT_EQ(menusAfter(3.5F, 0.0F, 0.9F), 0U) << "a move counts in whole pixels";
+    EXPECT_EQ(menusAfter(0.0F, 3.5F, 0.9F), 0U);
 }
 
 TEST_F(RegionPicking, ADragKeepsTheRegionThatWasUnderThePointerBeforeIt) {
