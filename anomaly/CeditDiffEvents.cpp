@@ -210,20 +210,23 @@ void CeditDiff::pickByBounds(const osg::Vec3d& world) {
     if (!m_ctrlHeld) {
         m_selection.clearInBounds();
     }
+    Overlays highlighted = m_selection.inBounds();
     const osgEarth::SpatialReference* mapSrs = zeo::IEngineContext::Instance()->GetMapSRS();
     osgEarth::GeoPoint point;
     if (mapSrs && point.fromWorld(mapSrs, world) && point.makeGeographic()) {
         const anomaly::Place lonLat{point.x(), point.y()};
         m_selection.gatherInBounds(lonLat, m_ctrlHeld);
-        if (m_ctrlHeld) {
-            announce(m_selection.inBounds());
-        } else if (const Overlay nearest = m_selection.highlightNearest(lonLat)) {
-            announce({nearest});
-        } else {
-            announce({});
-            return;
+        highlighted = m_selection.inBounds();
+        if (!m_ctrlHeld) {
+            const Overlay nearest = m_selection.highlightNearest(lonLat);
+            if (!nearest) {
+                announce({});
+                return;
+            }
+            highlighted = {nearest};
         }
     }
+    announce(highlighted);
     if (m_deleteHeld) {
         askToDelete();
     }

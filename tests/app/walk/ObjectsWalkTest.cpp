@@ -129,7 +129,6 @@ TEST_F(ObjectsWalk, APointAndAnAreaAreDrawnEditedDeletedAndEverythingIsAsLeftAft
     moveTo(placeOnGlobe(village) - QPoint(0, 12));
     QTest::keyClick(&window().globe(), Qt::Key_Delete);
     waitForGlobe();
-    keepPicture("debug");
     moveTo(middle + QPoint(120, 70) - QPoint(0, 12));
     QTest::keyClick(&window().globe(), Qt::Key_Delete);
     waitForGlobe();
