@@ -128,7 +128,7 @@ TEST_F(OnAProject, ADrawingToolThatWasLeftTakesNoMoreClicks) {
     }
 }
 
-TEST_F(OnAProject, AWarningIsAlsoALineOfTheStandardOutput) {
+TEST_F(OnAProject, AWarningIsABoxOfTheMainWindowAndALineOfTheStandardOutput) {
     m_host.click("添加特殊点");
     m_host.settle();
     const DialogCloser closer;
@@ -139,6 +139,8 @@ TEST_F(OnAProject, AWarningIsAlsoALineOfTheStandardOutput) {
     EXPECT_EQ(testing::internal::GetCapturedStdout(),
               "\307\353\317\310\273\346\326\306\314\330\312\342\265\343\n");
     EXPECT_EQ(closer.objectNames, QStringList{"myMessageBox"});
+    EXPECT_EQ(closer.titles, QStringList{"提示"});
+    EXPECT_EQ(closer.parents, QList<QWidget*>{&m_host.window});
 }
 
 TEST_F(OnAProject, TheMenuOfThePointToolOpensByItsSignalAndOffersToDelete) {
@@ -148,13 +150,15 @@ TEST_F(OnAProject, TheMenuOfThePointToolOpensByItsSignalAndOffersToDelete) {
 }
 
 TEST_F(OnAProject, TheMessageDeletedrawableTakesThePickedRegionOffTheGlobeOnly) {
-    addArea("hospital");
+    const QPoint aside(180, 120); // where no other test leaves anything
+    addArea("hospital", aside);
     const std::size_t areas = m_host.groupsNamed("ROIArea").size();
     m_host.click("编辑特殊区域");
     m_host.settle();
     const MenuCloser closer;
     for (int attempt = 0; attempt < 10 && closer.entries.isEmpty(); ++attempt) {
-        clickOnGlobe(attempt % 3, 0, Qt::RightButton); // the picker answers some frames later
+        clickOnGlobe(aside.x() + attempt % 3, aside.y(),
+                     Qt::RightButton); // the picker answers some frames later
     }
     ASSERT_EQ(closer.entries, QStringList({"删除", "编辑"}));
     m_host.handler("编辑特殊区域").OnMessage("deletedrawable");

@@ -118,13 +118,13 @@ osg::Group* OnAProject::pointGroup() {
     return groups.empty() ? nullptr : groups.back();
 }
 
-void OnAProject::addArea(const QString& name) {
+void OnAProject::addArea(const QString& name, const QPoint& middle) {
     m_host.click("添加特殊面");
     m_host.settle();
-    clickOnGlobe(-60, -40);
-    clickOnGlobe(60, -40);
-    clickOnGlobe(60, 40);
-    clickOnGlobe(-60, 40, Qt::RightButton);
+    clickOnGlobe(middle.x() - 60, middle.y() - 40);
+    clickOnGlobe(middle.x() + 60, middle.y() - 40);
+    clickOnGlobe(middle.x() + 60, middle.y() + 40);
+    clickOnGlobe(middle.x() - 60, middle.y() + 40, Qt::RightButton);
     QWidget* dialog = visibleWindow("CdrawPolygonDlg");
     ASSERT_NE(dialog, nullptr);
     QTest::keyClicks(dialog->findChild<QLineEdit*>("lineEditTitle"), name);

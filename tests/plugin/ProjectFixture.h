@@ -30,8 +30,8 @@ protected:
     void clickOnGlobe(int dx, int dy, Qt::MouseButton button = Qt::LeftButton);
     /// The point group that came last, null while there is none.
     osg::Group* pointGroup();
-    /// Draws a square area around the middle of the globe and gives it that name.
-    void addArea(const QString& name);
+    /// Draws an area of 120 by 80 pixels around a place, counted from the globe's centre, and names it.
+    void addArea(const QString& name, const QPoint& middle);
 
 private:
     static void flyToStation(std::size_t index);
