@@ -3,6 +3,7 @@
 //   bench_anomaly_tool [ANOMALIES]
 // Each figure stands beside its limit; frames are the globe's own frames in the same run.
 #include "bench/Figures.h"
+#include "bench/StationStrips.h"
 
 #include "host/Gbk.h"
 #include "host/inspection/AVWindow.h"
@@ -149,6 +150,18 @@ public:
         m_host.settle();
         return done ? frames : 99.0;
     }
+    /// The tool's own time for a press on the ground, with the label of its elevation difference.
+    double pressMilliseconds(const QPoint& place) {
+        std::vector<double> times;
+        for (int round = 0; round < kRounds; ++round) {
+            QElapsedTimer timer;
+            timer.start();
+            send(osgGA::GUIEventAdapter::PUSH, place, osgGA::GUIEventAdapter::LEFT_MOUSE_BUTTON);
+            times.push_back(static_cast<double>(timer.nsecsElapsed()) / 1e6);
+            send(osgGA::GUIEventAdapter::RELEASE, place, osgGA::GUIEventAdapter::LEFT_MOUSE_BUTTON);
+        }
+        return median(times);
+    }
     double frameMilliseconds() {
         std::vector<double> times;
         for (int round = 0; round < kRounds; ++round) {
@@ -220,6 +233,28 @@ double showPicture() {
     return median(times);
 }
 
+/// The place is in the last of them, so that all are looked at.
+double pressOverStations(PluginHost& host, Bench& bench, int count) {
+    const SmallProject files;
+    if (!computeInStrips(files, count) || InspectionContext::instance().openProject(files.folder())) {
+        return std::nan("");
+    }
+    auto* tree = IORVAContext::Instance()->GetStationWindow()->findChild<QTreeWidget*>();
+    for (int index = 0; index < count; ++index) {
+        tree->topLevelItem(0)->child(index)->setCheckState(0, Qt::Checked);
+    }
+    const auto* srs = osgEarth::SpatialReference::get("EPSG:4547");
+    osg::Vec3d lonLat;
+    srs->transform(osg::Vec3d(middleOfLastStrip(count), SmallProject::kTop - 40.0, 0.0),
+                   srs->getGeographicSRS(), lonLat);
+    host.globe->getManipulator()->setViewpoint(
+        osgEarth::Viewpoint("", lonLat.x(), lonLat.y(), 50.0, 0.0, -89.9, 250.0));
+    host.settle();
+    const double milliseconds = bench.pressMilliseconds(host.globe->rect().center());
+    InspectionContext::instance().closeProject();
+    return milliseconds;
+}
+
 int run(int count) {
     const SmallProject files;
     PluginHost host;
@@ -260,6 +295,7 @@ int run(int count) {
     std::printf("%-52s %8.2f ms\n", "rectangle, the event that takes all in", takingAll);
     report("filling the table", fillTable(), 100.0, "ms");
     report("double click to picture in the image window", showPicture(), 150.0, "ms");
+    report("press over ten stations", pressOverStations(host, bench, 10), 50.0, "ms");
     return 0;
 }
 

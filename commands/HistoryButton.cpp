@@ -3,11 +3,21 @@
 #include "host/Gbk.h"
 #include "host/engine/ICommand.h"
 
+#include <QCoreApplication>
 #include <QHBoxLayout>
 #include <QToolButton>
 
+namespace {
+
+/// As the command's own tr gives it.
+QString translated(const zeo::ICommand& command, const std::string& gbk) {
+    return QCoreApplication::translate(command.metaObject()->className(), fromGbk(gbk).toUtf8().constData());
+}
+
+} // namespace
+
 QToolButton* makeHistoryButton(zeo::ICommand& command, QWidget* parent, QHBoxLayout* layout) {
-    const QString name = fromGbk(command.Name());
+    const QString name = translated(command, command.Name());
     auto* button = new QToolButton(parent);
     button->setObjectName(name);
     button->setMinimumSize(60, 60);
@@ -17,7 +27,7 @@ QToolButton* makeHistoryButton(zeo::ICommand& command, QWidget* parent, QHBoxLay
     button->setChecked(false);
     button->setToolButtonStyle(Qt::ToolButtonTextUnderIcon);
     button->setText(name);
-    button->setToolTip(fromGbk(command.ToolTip()));
+    button->setToolTip(translated(command, command.ToolTip()));
     layout->addWidget(button);
 
     QObject::connect(button, SIGNAL(clicked()), &command, SLOT(OnAction()));

@@ -29,7 +29,7 @@ public:
 
     /// The checked stations in tree order. The pointers hold until the next change of the tree.
     virtual std::vector<KV_StationItem*> GetSelectedStationItem() = 0;
-    /// True when the item's anomalies exist and are shown on the globe.
+    /// True when the item is computed, checked, and its anomalies, if there are any, are shown on the globe.
     virtual bool IsDiffChecked(const KV_StationItem* item) const = 0;
     /// Makes the item the one whose anomalies the table shows; false when its anomalies cannot be read.
     virtual bool SetcurrentdiffSelected(KV_StationItem* item) = 0;

@@ -122,16 +122,18 @@ TEST_F(MainWindowTest, ABadPluginIsOneMessageAndARunningWindow) {
     EXPECT_TRUE(waitForPicture());
 }
 
-TEST_F(MainWindowTest, TheToolsAreGoneWithTheWindow) {
-    m_window.loadPlugin(TOOL_PLUGIN);
-    EXPECT_EQ(zeo::EngineContext::instance().commands().size(), 11U);
-    EXPECT_EQ(HandlerRegistry::instance().names().size(), 11U);
-    // The window of this test goes after the body; the next test starts with an empty engine.
-}
-
-TEST_F(MainWindowTest, StartsWithoutToolsOfAnEarlierWindow) {
-    EXPECT_TRUE(zeo::EngineContext::instance().commands().empty());
-    EXPECT_TRUE(HandlerRegistry::instance().names().empty());
+TEST(MainWindowTools, AreGoneWithTheirWindowAndTheNextOneHasItsOwn) {
+    for (int window = 0; window < 2; ++window) {
+        {
+            MainWindow shown;
+            EXPECT_TRUE(zeo::EngineContext::instance().commands().empty()) << window;
+            shown.loadPlugin(TOOL_PLUGIN);
+            EXPECT_EQ(zeo::EngineContext::instance().commands().size(), 11U) << window;
+            EXPECT_EQ(HandlerRegistry::instance().names().size(), 11U) << window;
+        }
+        EXPECT_TRUE(zeo::EngineContext::instance().commands().empty()) << window;
+        EXPECT_TRUE(HandlerRegistry::instance().names().empty()) << window;
+    }
 }
 
 TEST_F(MainWindowTest, NorthUpLooksStraightDownAtTheSamePlaceAndIsStableWhenRepeated) {
@@ -144,8 +146,8 @@ TEST_F(MainWindowTest, NorthUpLooksStraightDownAtTheSamePlaceAndIsStableWhenRepe
 
     click("正北视图");
     const osgEarth::Viewpoint after = manipulator->getViewpoint();
-    EXPECT_NEAR(after.getHeading(), 0.0, 0.01);
-    EXPECT_NEAR(after.getPitch(), -90.0, 0.11);
+    EXPECT_NEAR(after.getHeading(), 0.0, 1e-6);
+    EXPECT_NEAR(after.getPitch(), -90.0, 1e-6);
     EXPECT_NEAR(after.getRange(), before.getRange(), 1.0);
     EXPECT_NEAR(const_cast<osgEarth::Viewpoint&>(after).focalPoint()->x(),
                 const_cast<osgEarth::Viewpoint&>(before).focalPoint()->x(), 1e-6);

@@ -1,6 +1,5 @@
 #include "tests/engine/RecordingTool.h"
 
-#include <QPixmap>
 #include <gtest/gtest.h>
 
 namespace {
@@ -20,6 +19,8 @@ TEST_F(Button, CarriesNameTipAndIconOfTheCommand) {
     EXPECT_EQ(button->objectName(), QStringLiteral("命令 1"));
     EXPECT_EQ(button->text(), QStringLiteral("命令 1"));
     EXPECT_EQ(button->toolTip(), QStringLiteral("提示文字"));
+    ASSERT_FALSE(button->icon().isNull());
+    EXPECT_EQ(button->icon().pixmap(32, 32).toImage(), command->GetIcon().pixmap(32, 32).toImage());
     EXPECT_EQ(button->toolButtonStyle(), Qt::ToolButtonTextUnderIcon);
     EXPECT_EQ(button->iconSize(), QSize(32, 32));
     EXPECT_GE(button->width(), 60);

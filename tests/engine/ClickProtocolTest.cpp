@@ -1,6 +1,9 @@
 #include "tests/engine/RecordingTool.h"
 
+#include <QKeyEvent>
+#include <QMouseEvent>
 #include <QSignalSpy>
+#include <QWheelEvent>
 #include <gtest/gtest.h>
 
 namespace {
@@ -128,6 +131,29 @@ TEST_F(Click, BySpaceKeyDoesTheSame) {
     m_firstButton->setFocus();
     QTest::keyClick(m_firstButton, Qt::Key_Space);
     EXPECT_EQ(m_engine.GetActiveTool(), m_first);
+}
+
+TEST_F(Click, OperationsThatAToolDoesNotSupplyDoNothing) {
+    QKeyEvent key(QEvent::KeyPress, Qt::Key_A, Qt::NoModifier);
+    QMouseEvent mouse(QEvent::MouseMove, QPointF(1, 2), QPointF(1, 2), Qt::NoButton, Qt::NoButton,
+                      Qt::NoModifier);
+    QWheelEvent wheel(QPointF(1, 2), QPointF(1, 2), QPoint(), QPoint(0, 120), Qt::NoButton, Qt::NoModifier,
+                      Qt::NoScrollPhase, false);
+    zeo::ITool& tool = *m_first;
+    tool.OnKeyPress(&key);
+    tool.OnKeyRelease(&key);
+    tool.OnMouseMove(&mouse);
+    tool.OnMousePress(&mouse);
+    tool.OnMouseRelease(&mouse);
+    tool.OnMouseDoubleClick(&mouse);
+    tool.OnMouseWheel(&wheel);
+    tool.onFormAction(1, 2.0);
+    tool.onFormAction(1, QStringLiteral("value"));
+    tool.onFormAction(QStringLiteral("action"));
+    tool.OnBeforeExcute();
+    EXPECT_EQ(tool.MessageEvent(7, 8, 9), 0);
+    EXPECT_TRUE(m_log.isEmpty());
+    EXPECT_EQ(m_engine.GetActiveTool(), nullptr);
 }
 
 TEST_F(Click, ExecuteOfAToolMakesItTheActiveTool) {

@@ -6,6 +6,7 @@
 #include "workbench/engine/EngineContext.h"
 
 #include <QHBoxLayout>
+#include <QPixmap>
 #include <QStringList>
 #include <QTest>
 #include <QToolButton>
@@ -22,6 +23,9 @@ public:
         m_name = toGbk("命令 ") + key;
         m_toolTip = toGbk("提示文字");
         m_commandType = toGbk("测试");
+        QPixmap picture(32, 32);
+        picture.fill(Qt::red);
+        m_icon = QIcon(picture);
     }
     ~RecordingCommand() override { m_log << fromGbk(m_key) + " destroyed"; }
 

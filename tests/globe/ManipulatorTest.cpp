@@ -1,87 +1,9 @@
 // Navigation, driven by real events through the viewer's queue.
-#include "OffscreenGlobe.h"
-#include "TestRaster.h"
-
-#include <gtest/gtest.h>
-
-#include <cmath>
+#include "ManipulatorFixture.h"
 
 using namespace osgEarth;
 using namespace osgEarth::Util;
-using namespace globetest;
 using osgGA::GUIEventAdapter;
-
-namespace {
-
-constexpr int width = 400;
-constexpr int height = 300;
-
-double hills(double x, double y) {
-    return 420.0 + 12.0 * std::sin((x - 582400.0) / 40.0) + 9.0 * std::cos((y - 3796800.0) / 30.0);
-}
-
-class ManipulatorTest : public ::testing::Test {
-protected:
-    void SetUp() override {
-        ASSERT_TRUE(globe.isUsable()) << "these tests need a display (xvfb-run will do)";
-        globe.addElevation("hills", writeHeights("navigation.tif", {}, hills));
-        globe.mapNode();
-        queue().getCurrentEventState()->setMouseYOrientation(GUIEventAdapter::Y_INCREASING_UPWARDS);
-        queue().getCurrentEventState()->setInputRange(0.0F, 0.0F, width, height);
-        look(place, -50.0, 300.0);
-        ASSERT_TRUE(globe.settle());
-    }
-
-    osgGA::EventQueue& queue() { return *globe.viewer().getEventQueue(); }
-    EarthManipulator& manipulator() { return *globe.manipulator(); }
-    void look(const GeoPoint& focal, double pitch, double range) {
-        manipulator().setViewpoint(Viewpoint("", focal.x(), focal.y(), focal.z(), 20.0, pitch, range));
-        globe.frame();
-    }
-    osg::Vec3d worldUnder(float x, float y) {
-        osg::Vec3d world;
-        EXPECT_TRUE(manipulator().screenToWorld(x, y, &globe.viewer(), world));
-        return world;
-    }
-    osg::Vec3d windowOf(const osg::Vec3d& world) {
-        const osg::Camera* camera = globe.viewer().getCamera();
-        return world * camera->getViewMatrix() * camera->getProjectionMatrix() *
-               camera->getViewport()->computeWindowMatrix();
-    }
-    void drag(float x0, float y0, float x1, float y1, unsigned button) {
-        queue().mouseButtonPress(x0, y0, button);
-        globe.frame();
-        constexpr int steps = 5;
-        for (int i = 1; i <= steps; ++i) {
-            const float part = static_cast<float>(i) / steps;
-            queue().mouseMotion(x0 + (x1 - x0) * part, y0 + (y1 - y0) * part);
-            globe.frame();
-        }
-    }
-    void release(float x, float y, unsigned button) {
-        queue().mouseButtonRelease(x, y, button);
-        globe.frame();
-    }
-    void press(int key) {
-        queue().keyPress(key);
-        queue().keyRelease(key);
-        globe.frame();
-    }
-    void expectSame(const Viewpoint& a, const Viewpoint& b) {
-        EXPECT_NEAR(a.focalPoint()->x(), b.focalPoint()->x(), 1e-10);
-        EXPECT_NEAR(a.focalPoint()->y(), b.focalPoint()->y(), 1e-10);
-        EXPECT_NEAR(a.focalPoint()->z(), b.focalPoint()->z(), 1e-6);
-        EXPECT_NEAR(a.getHeading(), b.getHeading(), 1e-9);
-        EXPECT_NEAR(a.getPitch(), b.getPitch(), 1e-9);
-        EXPECT_NEAR(a.getRange(), b.getRange(), 1e-6);
-    }
-
-    OffscreenGlobe globe{width, height};
-    const GeoPoint place = GeoPoint(SpatialReference::get("epsg:4545"), 582656.0, 3797056.0, 420.0)
-                               .transform(SpatialReference::get("wgs84"));
-};
-
-} // namespace
 
 TEST_F(ManipulatorTest, ReadsBackTheViewpointThatWasSet) {
     for (const double heading : {-179.0, -45.0, 0.0, 90.0, 180.0}) {
@@ -106,7 +28,7 @@ TEST_F(ManipulatorTest, ReadsBackTheViewpointThatWasSet) {
     }
 }
 
-TEST_F(ManipulatorTest, ClampsThePitchJustAboveTheVertical) {
+TEST_F(ManipulatorTest, ClampsThePitchToItsLimits) {
     Viewpoint down = manipulator().getViewpoint();
     down.setPitch(-90.0);
     manipulator().setViewpoint(down);

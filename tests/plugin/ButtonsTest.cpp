@@ -4,6 +4,7 @@
 #include "host/engine/ICommand.h"
 
 #include <QMenu>
+#include <QSignalSpy>
 #include <QTest>
 
 namespace {
@@ -18,6 +19,9 @@ TEST_F(Buttons, EveryCommandHasOneWithItsNameTipAndIconOverText) {
         EXPECT_EQ(button->objectName(), name);
         EXPECT_EQ(button->text(), name);
         EXPECT_EQ(button->toolTip(), fromGbk(command->ToolTip()));
+        ASSERT_FALSE(button->icon().isNull()) << command->Key();
+        EXPECT_EQ(button->icon().pixmap(32, 32).toImage(), command->GetIcon().pixmap(32, 32).toImage())
+            << command->Key();
         EXPECT_EQ(button->toolButtonStyle(), Qt::ToolButtonTextUnderIcon);
         EXPECT_EQ(button->minimumSize(), QSize(60, 60));
         EXPECT_EQ(button->iconSize(), QSize(32, 32));
@@ -39,11 +43,13 @@ TEST_F(Buttons, OnlyUndoHasAMenuBesideItsMainPart) {
     EXPECT_EQ(m_host.button("重做").menu(), nullptr);
 }
 
-TEST_F(Buttons, ADisabledUndoButtonIgnoresClicks) {
-    m_host.click("撤销");
-    m_host.click("重做");
-    EXPECT_FALSE(m_host.button("撤销").isChecked());
-    EXPECT_FALSE(m_host.button("重做").isChecked());
+TEST_F(Buttons, UndoAndRedoIgnoreClicksWhileTheyAreDisabled) {
+    for (const char* name : {"撤销", "重做"}) {
+        QSignalSpy clicks(&m_host.button(name), &QToolButton::clicked);
+        m_host.click(name);
+        EXPECT_TRUE(clicks.isEmpty()) << name;
+        EXPECT_FALSE(m_host.button(name).isChecked()) << name;
+    }
 }
 
 } // namespace

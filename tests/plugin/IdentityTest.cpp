@@ -104,7 +104,7 @@ TEST_F(Identities, TheLibraryLoadsByItsFileNameAndHasCreate) {
     EXPECT_TRUE(m_host.hasCreate);
 }
 
-TEST_F(Identities, CreateMakesElevenCommandsOfTheStatedClassesInOrder) {
+TEST_F(Identities, CreateMakesElevenCommandsOfTheirClassesInOrder) {
     ASSERT_EQ(m_commands.size(), kTools.size());
     for (std::size_t index = 0; index < kTools.size(); ++index)
         EXPECT_STREQ(m_commands[index]->metaObject()->className(), kTools[index].className);
@@ -131,7 +131,7 @@ TEST_F(Identities, TheRegisteredHandlerIsTheSameObjectAsTheCommand) {
             << kTools[index].className;
 }
 
-TEST_F(Identities, TextsAreTheStatedGbkBytes) {
+TEST_F(Identities, TextsAreGbkBytes) {
     for (std::size_t index = 0; index < kTools.size(); ++index) {
         EXPECT_EQ(m_commands[index]->Name(), kTools[index].name) << kTools[index].className;
         EXPECT_EQ(m_commands[index]->ToolTip(), kTools[index].toolTip) << kTools[index].className;
@@ -163,7 +163,7 @@ TEST_F(Identities, OnlyTheFourInteractiveToolsAreTools) {
     }
 }
 
-TEST_F(Identities, CursorsHaveTheStatedShapes) {
+TEST_F(Identities, CursorsHaveTheirShapes) {
     for (std::size_t index = 0; index < kTools.size(); ++index)
         EXPECT_EQ(m_commands[index]->GetCursor().shape(), kTools[index].cursor) << kTools[index].className;
 }
@@ -188,7 +188,7 @@ TEST_F(Identities, ReportAndShapeShareOneIconAndNoOthersDo) {
     }
 }
 
-TEST_F(Identities, SignalsAndSlotsStandInTheStatedOrder) {
+TEST_F(Identities, SignalsAndSlotsStandInOneOrder) {
     for (zeo::ICommand* command : m_commands) {
         const QMetaObject* meta = command->metaObject();
         QList<QByteArray> methods;

@@ -16,6 +16,7 @@ public:
     void Undo(bool refresh) override;
     void Redo(bool refresh) override;
     void GetText(std::string& text) override;
+    void describeAs(const QString& text) { m_text = text; }
 
 private:
     QString m_text;
@@ -30,6 +31,9 @@ public:
 
     /// Records an edit; reported to the commands unless `isListed` is false.
     void record(const QString& text, bool isListed = true);
+
+    /// Changes what the newest edit says of itself; nobody is told.
+    void describeNewestAs(const QString& text) { m_edits.back()->describeAs(text); }
 
     bool CanUndo() override { return m_undone < m_edits.size(); }
     bool CanRedo() override { return m_undone > 0; }

@@ -1,4 +1,6 @@
 #include "tests/plugin/PluginHost.h"
+#include "tests/support/Pointer.h"
+#include "tests/support/WaitUntil.h"
 
 #include <osgViewer/View>
 
@@ -47,10 +49,38 @@ TEST_F(Messages, UnknownOnesAreIgnoredByEveryHandler) {
     EXPECT_FALSE(m_handlers.hasMessages()) << "no answer either";
 }
 
-TEST_F(Messages, AToolThatIsNotRunningConsumesNoEvent) {
+TEST_F(Messages, AToolThatIsNotRunningConsumesNoEventAndDoesNothing) {
+    const unsigned children = m_host.globe->getMapNode()->getNumChildren();
     for (const char* tool : kInteractive) {
-        for (const GUIEventAdapter::EventType type : kEvents)
+        for (const GUIEventAdapter::EventType type : kEvents) {
             EXPECT_FALSE(m_host.handle(m_host.handler(tool), type)) << tool << ' ' << type;
+            EXPECT_EQ(m_host.globe->getMapNode()->getNumChildren(), children) << tool << ' ' << type;
+            EXPECT_FALSE(m_handlers.hasMessages()) << tool << ' ' << type;
+        }
+    }
+}
+
+/// Size of the picture that a picker draws to see what is under the pointer; empty before there is one.
+QSize pickCameraSize(osgViewer::View& view) {
+    for (unsigned index = 0; index < view.getNumSlaves(); ++index) {
+        auto& attachments = view.getSlave(index)._camera->getBufferAttachmentMap();
+        const auto colour = attachments.find(osg::Camera::COLOR_BUFFER0);
+        if (colour != attachments.end() && colour->second._image) {
+            return {colour->second._image->s(), colour->second._image->t()};
+        }
+    }
+    return {};
+}
+
+TEST_F(Messages, ThePickersDrawASquareOf256Pixels) {
+    for (const char* tool : {"查看\\编辑异常", "编辑特殊区域"}) {
+        m_host.click(tool);
+        m_host.settle();
+        movePointer(*m_host.globe, m_host.globe->rect().center());
+        ASSERT_TRUE(waitUntil([&] { return !pickCameraSize(*m_host.globe->getViewer()).isEmpty(); })) << tool;
+        EXPECT_EQ(pickCameraSize(*m_host.globe->getViewer()), QSize(256, 256)) << tool;
+        m_host.click(tool);
+        m_host.settle();
     }
 }
 

@@ -5,6 +5,35 @@
 
 namespace {
 
+/// Notes what it is told and moves nothing.
+class NotingManipulator : public osgEarth::Util::EarthManipulator {
+public:
+    void setViewpoint(const osgEarth::Viewpoint& viewpoint, double seconds) override {
+        viewpoints.push_back(viewpoint);
+        durations.push_back(seconds);
+    }
+    std::vector<osgEarth::Viewpoint> viewpoints;
+    std::vector<double> durations;
+};
+
+/// The host's viewer with another manipulator, for as long as it lives.
+class ViewerWith : public CXViewer {
+public:
+    explicit ViewerWith(osgEarth::Util::EarthManipulator& manipulator)
+        : m_manipulator(manipulator), m_before(g_pCXviewer) {
+        g_pCXviewer = this;
+    }
+    virtual ~ViewerWith() { g_pCXviewer = m_before; }
+    osgViewer::View* getViewer() override { return m_before->getViewer(); }
+    osgEarth::Util::EarthManipulator* getManipulator() override { return &m_manipulator; }
+    osgEarth::MapNode* getMapNode() override { return m_before->getMapNode(); }
+    void requestRedraw() override { m_before->requestRedraw(); }
+
+private:
+    osgEarth::Util::EarthManipulator& m_manipulator;
+    CXViewer* const m_before;
+};
+
 class OneShot : public PluginTest {
 protected:
     osgEarth::Util::EarthManipulator& manipulator() { return *m_host.globe->getManipulator(); }
@@ -29,12 +58,31 @@ TEST_F(OneShot, NorthUpTurnsAnyViewAtOnceAndKeepsPlaceAndRange) {
         m_host.click("正北视图");
         EXPECT_FALSE(manipulator().isSettingViewpoint()) << "no flight";
         const osgEarth::Viewpoint after = manipulator().getViewpoint();
-        EXPECT_NEAR(after.heading()->as(osgEarth::Units::DEGREES), 0.0, 1e-3) << heading;
-        // A manipulator keeps a tenth of a degree away from the vertical.
-        EXPECT_NEAR(after.pitch()->as(osgEarth::Units::DEGREES), -90.0, 0.11) << heading;
+        EXPECT_NEAR(after.heading()->as(osgEarth::Units::DEGREES), 0.0, 1e-6) << heading;
+        EXPECT_NEAR(after.pitch()->as(osgEarth::Units::DEGREES), -90.0, 1e-6) << heading;
         expectSamePlace(before, after);
         EXPECT_FALSE(m_host.button("正北视图").isChecked());
     }
+}
+
+TEST_F(OneShot, NorthUpAsksForExactlyStraightDownAndNorthWithoutAFlight) {
+    const osg::ref_ptr<NotingManipulator> noting = new NotingManipulator;
+    noting->setNode(m_host.globe->getMapNode());
+    const osgEarth::Viewpoint before = noting->getViewpoint();
+    ASSERT_TRUE(before.isValid());
+    noting->viewpoints.clear();
+    noting->durations.clear();
+    {
+        const ViewerWith viewer(*noting);
+        m_host.click("正北视图");
+    }
+    ASSERT_EQ(noting->viewpoints.size(), 1U);
+    EXPECT_EQ(noting->durations, std::vector<double>{0.0});
+    const osgEarth::Viewpoint& asked = noting->viewpoints.front();
+    EXPECT_EQ(asked.pitch()->as(osgEarth::Units::DEGREES), -90.0);
+    EXPECT_EQ(asked.heading()->as(osgEarth::Units::DEGREES), 0.0);
+    EXPECT_EQ(asked.focalPoint()->vec3d(), before.focalPoint()->vec3d());
+    EXPECT_EQ(asked.range()->as(osgEarth::Units::METERS), before.range()->as(osgEarth::Units::METERS));
 }
 
 TEST_F(OneShot, NorthUpTwiceLeavesTheViewUnchangedTheSecondTime) {

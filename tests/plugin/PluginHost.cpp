@@ -134,6 +134,8 @@ DialogCloser::DialogCloser() {
         if (!dialog)
             return;
         objectNames << dialog->objectName();
+        titles << dialog->windowTitle();
+        parents << dialog->parentWidget();
         QStringList labels;
         for (const QLabel* label : dialog->findChildren<QLabel*>())
             labels << label->text();

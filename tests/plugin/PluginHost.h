@@ -75,7 +75,9 @@ class DialogCloser {
 public:
     DialogCloser();
     QStringList objectNames;
+    QStringList titles;
     QStringList texts;
+    QList<QWidget*> parents;
 
 private:
     QTimer m_poll;

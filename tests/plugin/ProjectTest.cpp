@@ -1,109 +1,23 @@
-#include "tests/plugin/PluginHost.h"
-#include "tests/support/Pointer.h"
+#include "tests/plugin/ProjectFixture.h"
+
 #include "tests/support/WaitUntil.h"
 
 #include "host/inspection/DataSet.h"
-#include "host/inspection/Records.h"
-#include "host/inspection/Station.h"
 #include "host/inspection/StationWindow.h"
-#include "samples/SampleCorridor.h"
 
-#include <QApplication>
 #include <QComboBox>
 #include <QFile>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QSignalSpy>
-#include <QTemporaryDir>
 #include <QTest>
-#include <QTreeWidget>
 
-#include <osgEarth/SpatialReference>
-#include <osgEarth/Viewpoint>
 #include <osgEarthAnnotation/ImageOverlay>
 #include <osgEarthAnnotation/PlaceNode>
-#include <osgEarthUtil/EarthManipulator>
 
 using namespace inspection;
 
 namespace {
-
-QWidget* visibleWindow(const char* objectName) {
-    for (QWidget* widget : QApplication::topLevelWidgets()) {
-        if (widget->isVisible() && widget->objectName() == objectName)
-            return widget;
-    }
-    return nullptr;
-}
-
-/// The tools on a small sample corridor, seen from straight above.
-class OnAProject : public PluginTest {
-protected:
-    static void SetUpTestSuite() {
-        s_folder = new QTemporaryDir;
-        samples::SampleOptions options;
-        options.directory = s_folder->filePath("corridor").toStdString();
-        options.cells = samples::SampleOptions::smallestCells;
-        const auto problem = samples::makeSampleCorridor(options);
-        ASSERT_FALSE(problem) << *problem;
-        const auto refusal = InspectionContext::instance().openProject(s_folder->filePath("corridor"));
-        ASSERT_FALSE(refusal) << refusal->toStdString();
-        flyToFirstStation();
-    }
-    static void TearDownTestSuite() {
-        InspectionContext::instance().closeProject();
-        delete s_folder;
-    }
-
-    OnAProject() { QFile::remove("record.txt"); }
-    ~OnAProject() override {
-        for (const char* dialog : {"CDrawPointDlg", "CdrawPolygonDlg"}) {
-            if (QWidget* open = visibleWindow(dialog))
-                open->close();
-        }
-        QFile::remove("record.txt");
-    }
-
-    static PipelineDataSet& database() {
-        return *dynamic_cast<PipelineDataSet*>(
-            InspectionContext::instance().GetDataSet(PipelineDataSet::kIndex));
-    }
-
-    static void flyToFirstStation() {
-        KV_Station station;
-        const auto rows =
-            database().GetMySQL()->queryRecord("select * from " + database().Gettablename(KV_STATION));
-        ASSERT_FALSE(rows.empty());
-        station.init_from_sqldata(rows.front());
-        const auto* srs = osgEarth::SpatialReference::get(station.m_srs);
-        ASSERT_NE(srs, nullptr) << station.m_srs;
-        osg::Vec3d lonLat;
-        ASSERT_TRUE(srs->transform(
-            osg::Vec3d((station.m_xMin + station.m_xMax) / 2, (station.m_yMin + station.m_yMax) / 2, 0),
-            srs->getGeographicSRS(), lonLat));
-        PluginHost::instance().globe->getManipulator()->setViewpoint(
-            osgEarth::Viewpoint("", lonLat.x(), lonLat.y(), 0.0, 0.0, -89.9, 800.0));
-        PluginHost::instance().settle();
-    }
-
-    /// A real click on the globe, `dx`, `dy` widget pixels from its centre.
-    void clickOnGlobe(int dx, int dy, Qt::MouseButton button = Qt::LeftButton) {
-        const QPoint place = m_host.globe->rect().center() + QPoint(dx, dy);
-        movePointer(*m_host.globe, place);
-        m_host.settle();
-        QTest::mouseClick(m_host.globe, button, {}, place);
-        m_host.settle();
-    }
-
-    osg::Group* pointGroup() {
-        const auto groups = m_host.groupsNamed("ROIPoint");
-        return groups.empty() ? nullptr : groups.back();
-    }
-
-    static QTemporaryDir* s_folder;
-};
-
-QTemporaryDir* OnAProject::s_folder = nullptr;
 
 TEST_F(OnAProject, ThePointToolOpensItsDialogAndItsGroupEntersTheScene) {
     const std::size_t before = m_host.groupsNamed("ROIPoint").size();
@@ -215,14 +129,7 @@ TEST_F(OnAProject, AnAreaIsDigitisedClosedNamedAndStored) {
 }
 
 TEST_F(OnAProject, ComputingWhileTheAnomalyToolIsActiveShowsTheAnomaliesAndLeavesTheToolOn) {
-    auto* tree = m_host.window.findChild<QTreeWidget*>();
-    if (!tree)
-        tree = InspectionContext::instance().GetStationWindow()->findChild<QTreeWidget*>();
-    ASSERT_NE(tree, nullptr);
-    for (QTreeWidgetItemIterator item(tree); *item; ++item) {
-        if ((*item)->flags().testFlag(Qt::ItemIsUserCheckable))
-            (*item)->setCheckState(0, Qt::Checked);
-    }
+    checkAllStations();
     m_host.click("查看\\编辑异常");
     QSignalSpy finished(&InspectionContext::instance(), &InspectionContext::computeFinished);
     m_host.click("计算异常");

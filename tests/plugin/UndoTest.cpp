@@ -1,66 +1,58 @@
-#include "tests/plugin/MemoryHistory.h"
+#include "tests/plugin/UndoFixture.h"
 
-#include "commands/CRedo.h"
-#include "commands/CUndo.h"
-#include "workbench/engine/EngineContext.h"
-
-#include <QHBoxLayout>
-#include <QMenu>
 #include <QSignalSpy>
-#include <QTest>
-#include <QToolButton>
-#include <gtest/gtest.h>
 
 namespace {
 
-class UndoMenu : public ::testing::Test {
-protected:
-    UndoMenu() : m_layout(new QHBoxLayout(&m_row)), m_undo(new CUndo), m_redo(new CRedo) {
-        m_undo->createselfUI(&m_row, m_layout);
-        m_redo->createselfUI(&m_row, m_layout);
-        m_undoButton = zeo::EngineContext::buttonOf(*m_undo);
-        m_redoButton = zeo::EngineContext::buttonOf(*m_redo);
-        m_menu = m_undoButton->menu();
-        m_row.show();
-        EXPECT_TRUE(QTest::qWaitForWindowExposed(&m_row));
+TEST_F(UndoMenu, TheMenuHasNoParentAndItsEntriesHaveTheMenu) {
+    EXPECT_EQ(m_menu->parent(), nullptr);
+    recordABC();
+    for (const char* text : {"A", "B", "C", "取消"}) {
+        EXPECT_EQ(entry(QString::fromUtf8(text))->parent(), m_menu) << text;
     }
-    ~UndoMenu() override { zeo::EngineContext::instance().shutdown(); }
+}
 
-    void recordABC() {
-        for (const char* text : {"A", "B", "C"})
-            m_history.record(text);
+TEST_F(UndoMenu, HoveringMarksAsManyEntriesAsItWouldUndoWithoutShowingIt) {
+    recordABC();
+    hover("B");
+    const QStringList marked = {"C", "B"};
+    for (const char* text : {"A", "B", "C"}) {
+        EXPECT_FALSE(entry(text)->isCheckable() || entry(text)->isChecked()) << text;
+        entry(text)->setCheckable(true);
+        EXPECT_EQ(entry(text)->isChecked(), marked.contains(text)) << text;
     }
-    /// The menu from top to bottom; "-" is a separator.
-    QStringList entries() const {
-        QStringList texts;
-        for (const QAction* action : m_menu->actions())
-            texts << (action->isSeparator() ? QStringLiteral("-") : action->text());
-        return texts;
-    }
-    QAction* entry(const QString& text) const {
-        for (QAction* action : m_menu->actions()) {
-            if (action->text() == text)
-                return action;
-        }
-        return nullptr;
-    }
-    void hover(const QString& text) { emit m_menu->hovered(entry(text)); }
-    void choose(const QString& text) { entry(text)->trigger(); }
+}
 
-    MemoryHistory m_history;
-    QWidget m_row;
-    QHBoxLayout* m_layout;
-    CUndo* m_undo;
-    CRedo* m_redo;
-    QToolButton* m_undoButton;
-    QToolButton* m_redoButton;
-    QMenu* m_menu;
-};
-
-TEST_F(UndoMenu, BothButtonsStartDisabled) {
+TEST_F(UndoMenu, ChoosingAnEntryThatCannotBeUndoneAnyMoreDisablesAndClears) {
+    recordABC();
+    m_history.isRecording = false;
+    choose("B");
+    EXPECT_TRUE(m_history.log.isEmpty());
+    EXPECT_TRUE(entries().isEmpty());
     EXPECT_FALSE(m_undoButton->isEnabled());
-    EXPECT_FALSE(m_redoButton->isEnabled());
-    EXPECT_EQ(m_undoButton->popupMode(), QToolButton::MenuButtonPopup);
+
+    m_history.isRecording = true;
+    m_history.record("D");
+    m_history.UndoSteps(4);
+    m_history.log.clear();
+    choose("D");
+    EXPECT_TRUE(m_history.log.isEmpty()) << "there is a history, but nothing to undo in it";
+    EXPECT_TRUE(entries().isEmpty());
+    EXPECT_FALSE(m_undoButton->isEnabled());
+}
+
+TEST_F(UndoMenu, UndoAndRedoTellWhatTheEditSaysNotWhatTheMenuShowed) {
+    recordABC();
+    m_history.describeNewestAs("C, described anew");
+    QSignalSpy redoable(&m_history, &AVWindow::msg_redo);
+    QSignalSpy undoable(&m_history, &AVWindow::msg_undo);
+    m_undo->Execute();
+    ASSERT_EQ(redoable.size(), 1);
+    EXPECT_EQ(redoable[0][0].toString(), "C, described anew");
+    m_redo->Execute();
+    ASSERT_EQ(undoable.size(), 1);
+    EXPECT_EQ(undoable[0][0].toString(), "C, described anew");
+    EXPECT_EQ(entries(), QStringList({"C, described anew", "B", "A", "-", "取消"}));
 }
 
 TEST_F(UndoMenu, ListsTheNewestEditFirstThenASeparatorAndCancel) {

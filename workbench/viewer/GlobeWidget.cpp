@@ -56,6 +56,12 @@ void addHostBindings(osgEarth::Util::EarthManipulator::Settings& settings) {
         settings.bindKey(Manipulator::ACTION_ZOOM_OUT, minus);
 }
 
+// Down to the vertical itself, or as near to it as the manipulator can go.
+void allowStraightDown(osgEarth::Util::EarthManipulator::Settings& settings) {
+    constexpr double kStraightDownDegrees = -90.0;
+    settings.setMinMaxPitch(kStraightDownDegrees, settings.getMaxPitch());
+}
+
 } // namespace
 
 void GlobeWidget::installSurfaceFormat() {
@@ -93,6 +99,7 @@ GlobeWidget::GlobeWidget(QWidget* parent)
 
     m_manipulator = new osgEarth::Util::EarthManipulator();
     addHostBindings(*m_manipulator->getSettings());
+    allowStraightDown(*m_manipulator->getSettings());
     m_viewer->setSceneData(makeScene(*m_map.mapNode()));
     m_viewer->setCameraManipulator(m_manipulator.get());
     m_viewer->getCamera()->setClearMask(GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT); // the sky is everywhere

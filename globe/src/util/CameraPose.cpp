@@ -82,7 +82,8 @@ CameraPose CameraPose::fromCamera(const SpatialReference* srs, const osg::Matrix
     const osg::Matrixd local = cameraToWorld * worldToLocal;
     // The camera's right axis tells the heading even when it looks straight down.
     const double heading = std::atan2(-local(0, 1), local(0, 0));
-    const double pitch = std::asin(osg::clampBetween(-local(2, 2), -1.0, 1.0));
+    // Near the vertical an arc sine would lose half of the digits.
+    const double pitch = std::atan2(-local(2, 2), std::hypot(local(2, 0), local(2, 1)));
     return {srs, focalPoint, heading, pitch, (cameraToWorld.getTrans() - focalWorld).length()};
 }
 

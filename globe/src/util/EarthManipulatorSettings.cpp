@@ -10,8 +10,8 @@ namespace {
 
 using osgGA::GUIEventAdapter;
 
-// Looking exactly along the vertical leaves no heading to read back.
-constexpr double lowestPitchDegrees = -89.9;
+constexpr double lowestPitchDegrees = -90.0; // a pose keeps its heading even straight down
+constexpr double highestPitchDegrees = 89.9;
 
 int withoutLocks(int modifiers) {
     return modifiers & ~(GUIEventAdapter::MODKEY_NUM_LOCK | GUIEventAdapter::MODKEY_CAPS_LOCK);
@@ -127,9 +127,10 @@ EarthManipulator::Action EarthManipulator::Settings::find(int eventType, int inp
     return found != _bindings.end() ? found->second : Action();
 }
 
-void EarthManipulator::Settings::setMinMaxPitch(double min, double max) {
-    _minPitch = osg::clampBetween(std::min(min, max), lowestPitchDegrees, 89.9);
-    _maxPitch = osg::clampBetween(std::max(min, max), lowestPitchDegrees, 89.9);
+void EarthManipulator::Settings::setMinMaxPitch(double minDegrees, double maxDegrees) {
+    const auto [lower, upper] = std::minmax(minDegrees, maxDegrees);
+    _minPitch = osg::clampBetween(lower, lowestPitchDegrees, highestPitchDegrees);
+    _maxPitch = osg::clampBetween(upper, lowestPitchDegrees, highestPitchDegrees);
 }
 
 void EarthManipulator::Settings::setMinMaxDistance(double min, double max) {

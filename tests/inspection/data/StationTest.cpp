@@ -2,6 +2,7 @@
 
 #include "host/Gbk.h"
 #include "host/inspection/Station.h"
+#include "tests/support/StatementTrace.h"
 #include "workbench/inspection/database/AnomalyTable.h"
 #include "workbench/inspection/database/StationTable.h"
 #include "workbench/inspection/project/CurrentProject.h"
@@ -116,6 +117,47 @@ TEST_F(StationItemTest, ReaddomFollowsTheStoredBounds) {
     EXPECT_DOUBLE_EQ(item.m_station.m_xMin, SmallProject::kLeft + 7.0);
     item.m_station.m_id = 55;
     EXPECT_FALSE(item.readdom());
+}
+
+TEST_F(StationItemTest, ReaddomRestoresWhatTheCallerChangedAlsoWhenNothingWasStored) {
+    KV_StationItem item = station(1);
+    ASSERT_TRUE(item.readdom());
+    item.m_station.m_xMin += 7.0;
+    item.m_station.m_srs.clear();
+    EXPECT_TRUE(item.readdom());
+    EXPECT_DOUBLE_EQ(item.m_station.m_xMin, SmallProject::kLeft);
+    EXPECT_FALSE(item.m_station.m_srs.empty());
+}
+
+TEST_F(StationItemTest, SeesWhatAnotherConnectionStores) {
+    valueOf(computeAnomalies(opened.request()));
+    KV_StationItem item = station(1);
+    ASSERT_TRUE(item.readdom());
+    ASSERT_TRUE(item.readdiffvz());
+    const auto other = opened.open();
+    other->GetMySQL()->execute("update station set x_min=x_min+7 where id=1");
+    other->GetMySQL()->execute("delete from station_result where station_id=1");
+    EXPECT_TRUE(item.readdom());
+    EXPECT_DOUBLE_EQ(item.m_station.m_xMin, SmallProject::kLeft + 7.0);
+    EXPECT_FALSE(item.readdiffvz());
+}
+
+TEST_F(StationItemTest, ReadsNoTableAgainWhileNothingIsStored) {
+    valueOf(computeAnomalies(opened.request()));
+    KV_StationItem first = station(1);
+    KV_StationItem second = station(2);
+    const auto readAll = [&] {
+        for (KV_StationItem* item : {&first, &second, &first, &second}) {
+            EXPECT_TRUE(item->readdom());
+            EXPECT_TRUE(item->readdiffvz());
+        }
+    };
+    readAll();
+    const StatementTrace trace;
+    readAll();
+    QStringList others = trace.statements();
+    others.removeAll("pragma data_version");
+    EXPECT_EQ(others, QStringList());
 }
 
 TEST_F(StationItemTest, IsSilentWithoutAProjectOrWithABrokenDatabase) {

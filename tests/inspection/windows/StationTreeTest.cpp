@@ -18,7 +18,20 @@
 
 namespace {
 
-using StationTreeTest = InspectionWindowTest;
+class StationTreeTest : public InspectionWindowTest {
+protected:
+    void openSampleWhereNothingIsLargeEnough() {
+        m_project = copySample(m_folder);
+        {
+            auto opened = inspection::Project::open(m_project);
+            auto& project = std::get<inspection::Project>(opened);
+            inspection::ProjectParameters parameters = project.description().parameters;
+            parameters.minAreaSquareMetres = 1e9;
+            ASSERT_FALSE(project.setParameters(parameters).has_value());
+        }
+        ASSERT_FALSE(context().openProject(m_project).has_value());
+    }
+};
 
 constexpr int kCountColumn = 1;
 
@@ -47,6 +60,26 @@ TEST_F(StationTreeTest, AClickOnTheBoxChecksTheStation) {
     EXPECT_EQ(selected[0]->GetStationId(), station(1)->data(0, Qt::UserRole).toUInt());
     EXPECT_FALSE(context().GetStationWindow()->IsDiffChecked(selected[0])) << "nothing is computed yet";
     EXPECT_FALSE(context().GetStationWindow()->IsDiffChecked(nullptr));
+}
+
+TEST_F(StationTreeTest, AComputedStationWithoutAnomaliesIsWorkedOnWhileItIsChecked) {
+    openSampleWhereNothingIsLargeEnough();
+    computeStations(1);
+    KV_StationItem* computed = context().GetStationWindow()->GetSelectedStationItem().at(0);
+    ASSERT_TRUE(computed->m_diffData.m_anomalies.empty());
+    EXPECT_TRUE(context().GetStationWindow()->IsDiffChecked(computed));
+    ASSERT_TRUE(computed->readdiffvz());
+    const KV_Station& place = computed->m_station;
+    double dz = 0.0;
+    EXPECT_TRUE(computed->m_diffData.GetdZ((place.m_xMin + place.m_xMax) / 2.0,
+                                           (place.m_yMin + place.m_yMax) / 2.0, dz))
+        << "so there is something to tell there";
+
+    clickCheckBox(station(1));
+    const KV_StationItem* neverComputed = context().GetStationWindow()->GetSelectedStationItem().at(1);
+    EXPECT_FALSE(context().GetStationWindow()->IsDiffChecked(neverComputed));
+    clickCheckBox(station(0));
+    EXPECT_FALSE(context().GetStationWindow()->IsDiffChecked(computed)) << "it is not shown any more";
 }
 
 TEST_F(StationTreeTest, AShiftClickChecksTheRange) {

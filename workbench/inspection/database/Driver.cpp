@@ -16,6 +16,19 @@ QString level(int depth) {
 
 Driver::~Driver() = default;
 
+// The version is read first: what is stored between it and the rows makes them newer than it says, never
+// older.
+const KV_Rows& Driver::queryKept(const QString& sql, const KV_Values& bound) {
+    const std::optional<DataVersion> version = dataVersion();
+    if (!version || version != m_keptVersion) {
+        m_kept.clear();
+        m_keptVersion = version;
+    }
+    const auto key = std::make_pair(sql, bound);
+    const auto kept = m_kept.find(key);
+    return kept != m_kept.end() ? kept->second : m_kept.emplace(key, query(sql, bound)).first->second;
+}
+
 void Driver::begin() {
     control(isInTransaction() ? "savepoint " + level(m_openTransactions) : QString(dialect().begin));
     ++m_openTransactions;

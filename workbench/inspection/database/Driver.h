@@ -4,8 +4,12 @@
 
 #include <QString>
 
+#include <cstdint>
+#include <map>
 #include <memory>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 /// What lies behind KV_MySQL: one class for each kind of database.
@@ -36,6 +40,15 @@ struct Change {
     std::int64_t newId = 0; ///< of the last new row
 };
 
+/// Equal as long as nothing was stored in the database, by this connection or by another one.
+struct DataVersion {
+    std::int64_t others = 0; ///< changes when another connection has stored something
+    std::int64_t own = 0;    ///< changes with every change, commit and rollback of this one
+
+    bool operator==(const DataVersion& other) const { return others == other.others && own == other.own; }
+    bool operator!=(const DataVersion& other) const { return !(*this == other); }
+};
+
 /// What a database finds wrong with itself.
 struct Damage {
     std::string table; ///< empty where it is not known
@@ -54,6 +67,9 @@ public:
     virtual const Dialect& dialect() const = 0;
     virtual KV_Rows query(const QString& sql, const KV_Values& bound) = 0;
     virtual Change change(const QString& sql, const KV_Values& bound) = 0;
+    /// The same as `query`, for what is asked again and again: the database is not asked twice while its data
+    /// are unchanged. The rows hold until the next call.
+    const KV_Rows& queryKept(const QString& sql, const KV_Values& bound);
 
     /// The version that setSchemaVersion stored, 0 without.
     virtual int schemaVersion() = 0;
@@ -76,10 +92,14 @@ protected:
     virtual void control(const QString& sql) = 0;
     /// The outermost transaction is over.
     virtual void transactionEnded() {}
+    /// None where the database cannot tell it for less than a select costs.
+    virtual std::optional<DataVersion> dataVersion() { return std::nullopt; }
     bool isInTransaction() const { return m_openTransactions > 0; }
 
 private:
     int m_openTransactions = 0;
+    std::optional<DataVersion> m_keptVersion;
+    std::map<std::pair<QString, KV_Values>, KV_Rows> m_kept; ///< rows of this version, by their select
 };
 
 /// Opens what KV_MySQL's constructor is given.

@@ -161,12 +161,20 @@ KV_Rows SqliteDriver::query(const QString& sql, const KV_Values& bound) {
 }
 
 Change SqliteDriver::change(const QString& sql, const KV_Values& bound) {
+    ++m_changes; // one that fails may have done a part of its work
     const QSqlQuery query = run(sql, bound);
     return {query.numRowsAffected(), query.lastInsertId().toLongLong()};
 }
 
 void SqliteDriver::control(const QString& sql) {
+    ++m_changes; // a rollback takes changes back
     run(sql, {});
+}
+
+// Tells only of what other connections have committed, and reads no table for that.
+std::optional<DataVersion> SqliteDriver::dataVersion() {
+    const KV_Rows rows = query(QStringLiteral("pragma data_version"), {});
+    return DataVersion{std::get<std::int64_t>(rows.at(0).at("data_version")), m_changes};
 }
 
 int SqliteDriver::schemaVersion() {

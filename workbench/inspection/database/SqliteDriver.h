@@ -26,6 +26,7 @@ public:
 
 protected:
     void control(const QString& sql) override;
+    std::optional<DataVersion> dataVersion() override;
 
 private:
     QSqlDatabase database() const;
@@ -35,7 +36,8 @@ private:
     [[noreturn]] void fail(const QSqlError& error) const;
 
     const QString m_file;
-    const QString m_name; ///< Qt's name of the connection
+    const QString m_name;       ///< Qt's name of the connection
+    std::int64_t m_changes = 0; ///< statements of this connection that may have changed something
 };
 
 } // namespace mysqlhelper

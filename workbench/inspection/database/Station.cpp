@@ -2,6 +2,7 @@
 
 #include "host/inspection/Records.h"
 #include "workbench/inspection/database/AnomalyTable.h"
+#include "workbench/inspection/database/Driver.h"
 #include "workbench/inspection/database/ElevationDifference.h"
 #include "workbench/inspection/database/Fields.h"
 #include "workbench/inspection/database/Outline.h"
@@ -15,6 +16,7 @@ using inspection::takeField;
 using mysqlhelper::KV_MySQL;
 using mysqlhelper::KV_MySQL_Exception;
 using mysqlhelper::KV_Record;
+using mysqlhelper::KV_Rows;
 
 namespace {
 
@@ -83,9 +85,9 @@ bool KV_StationItem::readdom() {
         return false;
     }
     try {
-        const std::string table = CurrentProject::get().data->Gettablename(KV_STATION);
-        const auto rows =
-            database->queryRecord("select * from " + table + " where id=?", {std::int64_t{m_station.m_id}});
+        const QString table = QString::fromStdString(CurrentProject::get().data->Gettablename(KV_STATION));
+        const KV_Rows& rows = database->driver().queryKept("select * from " + table + " where id=?",
+                                                           {std::int64_t{m_station.m_id}});
         if (rows.empty()) {
             return false;
         }

@@ -1,6 +1,7 @@
 #include "workbench/inspection/database/StationTable.h"
 
 #include "host/Gbk.h"
+#include "workbench/inspection/database/Driver.h"
 #include "workbench/inspection/database/Fields.h"
 #include "workbench/inspection/database/Schema.h"
 
@@ -50,8 +51,8 @@ KV_Record stationRecord(const KV_Station& station) {
 }
 
 std::optional<StationResult> readStationResult(KV_MySQL& database, std::uint32_t stationId) {
-    const auto rows =
-        database.queryRecord("select * from station_result where station_id=?", {std::int64_t{stationId}});
+    const mysqlhelper::KV_Rows& rows = database.driver().queryKept(
+        QStringLiteral("select * from station_result where station_id=?"), {std::int64_t{stationId}});
     if (rows.empty()) {
         return std::nullopt;
     }

@@ -109,6 +109,7 @@ void StationTreeWindow::clear() {
     emit currentStationChanged(nullptr);
     m_items.clear();
     m_read.clear();
+    m_computed.clear();
     m_tree->makeGroups();
 }
 
@@ -141,6 +142,11 @@ void StationTreeWindow::showCount(std::uint32_t stationId, std::size_t anomalies
         return;
     }
     const bool computed = storedResult(m_session, stationId).has_value();
+    if (computed) {
+        m_computed.insert(stationId);
+    } else {
+        m_computed.erase(stationId);
+    }
     m_tree->setCount(entry, computed ? QString::number(anomalies) : tr("未计算"));
     m_tree->updateGroupCounts();
 }
@@ -333,9 +339,11 @@ bool StationTreeWindow::IsDiffChecked(const KV_StationItem* station) const {
     if (station == nullptr) {
         return false;
     }
-    const QTreeWidgetItem* entry = m_tree->station(station->GetStationId());
+    const std::uint32_t id = station->GetStationId();
+    const QTreeWidgetItem* entry = m_tree->station(id);
+    const bool hasNothingToShow = m_computed.count(id) != 0 && station->m_diffData.m_anomalies.empty();
     return entry != nullptr && entry->checkState(StationTree::NameColumn) == Qt::Checked &&
-           m_overlays.isShown(station->GetStationId());
+           (hasNothingToShow || m_overlays.isShown(id));
 }
 
 bool StationTreeWindow::SetcurrentdiffSelected(KV_StationItem* station) {

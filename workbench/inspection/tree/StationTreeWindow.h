@@ -101,6 +101,7 @@ private:
     SpecialObjects* m_objects;
     std::vector<std::unique_ptr<KV_StationItem>> m_items;
     std::set<std::uint32_t> m_read;           ///< stations whose anomalies have been read
+    std::set<std::uint32_t> m_computed;       ///< stations with a result, also one without anomalies
     std::pair<QColor, QColor> m_shownColours; ///< of fill and cut, on the globe
 };
 
