@@ -9,6 +9,7 @@
 #include <osgEarth/GeoData>
 #include <osgEarth/SpatialReference>
 
+#include <iostream>
 #include <optional>
 
 namespace {
@@ -50,7 +51,8 @@ bool LoadStationRecord(const KV_StationItem& item, int tableKind, KV_Station& st
         station.m_tableKind = tableKind;
         station.init_from_sqldata(rows.front());
         return true;
-    } catch (const mysqlhelper::KV_MySQL_Exception&) {
+    } catch (const mysqlhelper::KV_MySQL_Exception& error) {
+        std::cout << error.what() << std::endl;
         return false;
     }
 }

@@ -8,7 +8,8 @@
 #include <vector>
 
 /// Fills `station` with the stored record of the item's station. `tableKind` is the object type code of the
-/// table that the record is then said to come from. False, silently, without a database or a record.
+/// table that the record is then said to come from. False without a database or a record; an exception of the
+/// database is printed.
 bool LoadStationRecord(const KV_StationItem& item, int tableKind, KV_Station& station);
 
 /// What to do with an item that contains the point. (x, y) is the point in the station's reference system;

@@ -13,9 +13,11 @@ set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
 set(CMAKE_INSTALL_RPATH $ORIGIN)
 
 find_program(CORRIDOR_CCACHE ccache)
+# In the depend mode a changed comment counts: a precompiled header whose includes only read differently would otherwise
+# come out of the cache, and the compiler, which compares the files, would read those includes a second time.
 if(CORRIDOR_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
   set(CMAKE_CXX_COMPILER_LAUNCHER
-      ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime
+      ${CMAKE_COMMAND} -E env CCACHE_DEPEND=1 CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime
       ${CORRIDOR_CCACHE})
 endif()
 find_program(CORRIDOR_MOLD mold)

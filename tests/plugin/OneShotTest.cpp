@@ -27,7 +27,6 @@ public:
     osgViewer::View* getViewer() override { return m_before->getViewer(); }
     osgEarth::Util::EarthManipulator* getManipulator() override { return &m_manipulator; }
     osgEarth::MapNode* getMapNode() override { return m_before->getMapNode(); }
-    void requestRedraw() override { m_before->requestRedraw(); }
 
 private:
     osgEarth::Util::EarthManipulator& m_manipulator;

@@ -189,9 +189,11 @@ MenuChooser::MenuChooser(const QStringList& path) : m_path(path) {
 }
 
 void MenuChooser::look() {
-    auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
-    if (!menu || (m_opening && !m_opening->isVisible()))
+    // The menu that a submenu hangs on may still count as the active one.
+    auto* menu = m_opening ? m_opening.data() : qobject_cast<QMenu*>(QApplication::activePopupWidget());
+    if (!menu || !menu->isVisible()) {
         return;
+    }
     m_opening = nullptr;
     QStringList entries;
     for (const QAction* action : menu->actions())

@@ -29,10 +29,13 @@ osg::ref_ptr<ImageOverlay> overlayOnGlobe(GlobeWidget& globe, const QString& ano
 }
 
 bool isHighlighted(const osg::Node& node) {
-    const osg::Uniform* colour =
-        node.getStateSet() ? node.getStateSet()->getUniform("oe_anno_highlight_color") : nullptr;
-    osg::Vec4 value;
-    return colour && colour->get(value) && value == osg::Vec4(255, 255, 0, 1);
+    const auto hasColour = [&](const char* uniform, const osg::Vec4& colour) {
+        const osg::Uniform* found = node.getStateSet() ? node.getStateSet()->getUniform(uniform) : nullptr;
+        osg::Vec4 value;
+        return found && found->get(value) && value == colour;
+    };
+    return hasColour("oe_anno_highlight_color", osg::Vec4(255, 255, 0, 1)) ||
+           hasColour("corridor_selected_color", osg::Vec4(1, 1, 0, 1));
 }
 
 QPoint pixelOnGlobe(GlobeWidget& globe, const osg::Vec2d& lonLat) {

@@ -14,7 +14,7 @@ class GlobeWidget;
 /// The overlay of that name under a group of the map node; null when there is none.
 osg::ref_ptr<osgEarth::Annotation::ImageOverlay> overlayOnGlobe(GlobeWidget& globe, const QString& anomaly);
 
-/// True while the node is tinted yellow.
+/// True while the node is tinted yellow, by the anomaly tool or, while that is not active, by the window.
 bool isHighlighted(const osg::Node& node);
 
 /// Where a place on the loaded terrain is in the widget, pixels. Longitude and latitude, degrees.

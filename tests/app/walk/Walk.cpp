@@ -217,9 +217,11 @@ bool WalkTest::chooseAt(const QPoint& place, QStringList path) {
     QPointer<QMenu> opening;
     QTimer chooser;
     QObject::connect(&chooser, &QTimer::timeout, [&] {
-        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
-        if (!menu || (opening && !opening->isVisible()))
+        // The menu that a submenu hangs on may still count as the active one.
+        auto* menu = opening ? opening.data() : qobject_cast<QMenu*>(QApplication::activePopupWidget());
+        if (!menu || !menu->isVisible()) {
             return;
+        }
         opening = nullptr;
         for (QAction* action : menu->actions()) {
             if (!path.isEmpty() && action->text() == path.first()) {

@@ -1,0 +1,309 @@
+#include "tests/foreign/ForeignHost.h"
+#include "host/engine/ITool.h"
+#include "tests/support/MenuEntry.h"
+#include "tests/support/TheChild.h"
+#include "tests/support/WaitUntil.h"
+
+#include <QApplication>
+#include <QComboBox>
+#include <QLineEdit>
+#include <QMenu>
+#include <QPushButton>
+#include <QTest>
+#include <QTimer>
+#include <QToolButton>
+
+#include <gtest/gtest.h>
+#include <osgGA/GUIEventAdapter>
+
+#include <random>
+
+namespace {
+
+using osgGA::GUIEventAdapter;
+
+constexpr int kLeft = 1;
+constexpr int kRight = 3; // as the event queue counts them
+
+constexpr char kLook[] = "查看\\编辑异常";
+constexpr char kEdit[] = "编辑特殊区域";
+constexpr char kPoint[] = "添加特殊点";
+constexpr char kArea[] = "添加特殊面";
+
+/// While it lives, chooses from each menu that opens, and closes what has none of its entries.
+class Chooser {
+public:
+    explicit Chooser(const QString& entry) {
+        QObject::connect(&m_poll, &QTimer::timeout, [this, entry] {
+            auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+            if (!menu) {
+                return;
+            }
+            ++menus;
+            for (QAction* action : menu->actions()) {
+                if (action->text() == entry) {
+                    clickEntry(*menu, *action);
+                    return;
+                }
+            }
+            QTest::keyClick(menu, Qt::Key_Escape);
+        });
+        m_poll.start(5);
+    }
+    int menus = 0;
+
+private:
+    QTimer m_poll;
+};
+
+/// Each test with the frames on the GUI thread and on a thread of their own.
+class InAForeignHost : public ::testing::TestWithParam<bool> {
+protected:
+    void SetUp() override {
+        m_host.calls.clear();
+        m_host.messages.clear();
+        if (GetParam()) {
+            m_host.startFrames();
+        }
+    }
+    void TearDown() override {
+        for (const char* name : {"CDrawPointDlg", "CdrawPolygonDlg"}) {
+            if (QWidget* open = dialog(name)) {
+                open->close();
+            }
+        }
+        m_host.leaveActiveTool();
+        m_host.settle();
+        m_host.stopFrames();
+    }
+    /// The pointer comes from beside it, so that the hover picker sees it move.
+    void hover(std::size_t anomaly) {
+        const osg::Vec2d at = m_host.pixelOf(anomaly);
+        m_host.move(static_cast<float>(at.x()) + 1.0F, static_cast<float>(at.y()));
+        m_host.settle();
+        m_host.move(static_cast<float>(at.x()), static_cast<float>(at.y()));
+        m_host.settle();
+    }
+    void click(int button) {
+        m_host.press(button);
+        m_host.settle();
+        m_host.release(button);
+        m_host.settle();
+    }
+    /// What is highlighted, looked at between two frames.
+    std::vector<std::size_t> highlighted() {
+        const bool wasRunning = m_host.hasOwnFrameThread();
+        m_host.stopFrames();
+        std::vector<std::size_t> found;
+        for (std::size_t index = 0; index < ForeignHost::kAnomalies; ++index) {
+            if (m_host.isHighlighted(index)) {
+                found.push_back(index);
+            }
+        }
+        if (wasRunning) {
+            m_host.startFrames();
+        }
+        return found;
+    }
+    std::size_t groupsNamed(const char* name) {
+        const bool wasRunning = m_host.hasOwnFrameThread();
+        m_host.stopFrames();
+        const std::size_t count = m_host.groupsNamed(name);
+        if (wasRunning) {
+            m_host.startFrames();
+        }
+        return count;
+    }
+    static QWidget* dialog(const char* name) {
+        for (QWidget* window : QApplication::topLevelWidgets()) {
+            if (window->isVisible() && window->objectName() == name) {
+                return window;
+            }
+        }
+        return nullptr;
+    }
+
+    ForeignHost& m_host = ForeignHost::instance();
+};
+
+TEST_P(InAForeignHost, OneShotCommandsReachTheirOperations) {
+    for (const char* name : {"计算异常", "输出报告", "输出shape", "参数设置", "正北视图", "撤销", "重做"}) {
+        m_host.button(name).setEnabled(true);
+        m_host.click(name);
+        EXPECT_FALSE(m_host.button(name).isChecked()) << name;
+    }
+    EXPECT_EQ(m_host.calls,
+              (QStringList{"PickCurrentShowItemsDiff", "OutPutReport", "OutPutShap", "OnSetPara"}));
+}
+
+TEST_P(InAForeignHost, AnomaliesArePickedMeasuredClassifiedShownAndDeleted) {
+    m_host.click(kLook);
+    m_host.settle();
+    EXPECT_EQ(groupsNamed("FrameSelect"), 1U);
+    hover(5);
+    click(kLeft);
+    EXPECT_EQ(highlighted(), (std::vector<std::size_t>{5}));
+    m_host.stopFrames();
+    EXPECT_EQ(m_host.valueLabel(), "1.25");
+    if (GetParam()) {
+        m_host.startFrames();
+    }
+    m_host.keyDown(GUIEventAdapter::KEY_Control_L);
+    hover(6);
+    click(kLeft);
+    m_host.keyUp(GUIEventAdapter::KEY_Control_L);
+    EXPECT_EQ(highlighted(), (std::vector<std::size_t>{5, 6}));
+    {
+        const Chooser chooser("删除");
+        click(kRight);
+        EXPECT_TRUE(waitUntil([&] { return m_host.calls.contains("DeleteItems A5 A6"); }));
+        EXPECT_EQ(chooser.menus, 1);
+    }
+    EXPECT_EQ(m_host.messages, QStringList{"是否删除变形信息?"});
+    m_host.doubleClick(kLeft);
+    m_host.release(kLeft);
+    EXPECT_TRUE(waitUntil([&] {
+        m_host.settle();
+        return m_host.calls.contains("SetSelectedbycoor") && m_host.calls.contains("CreatZoomItem");
+    }));
+}
+
+TEST_P(InAForeignHost, TheRectangleSelectsWhatItHolds) {
+    m_host.click(kLook);
+    m_host.settle();
+    m_host.move(4, 4);
+    m_host.settle();
+    m_host.keyDown(GUIEventAdapter::KEY_Shift_L);
+    m_host.press(kLeft);
+    m_host.settle();
+    m_host.move(ForeignHost::kWidth - 4, ForeignHost::kHeight - 4);
+    m_host.settle();
+    m_host.release(kLeft);
+    m_host.keyUp(GUIEventAdapter::KEY_Shift_L);
+    m_host.settle();
+    EXPECT_EQ(highlighted().size(), ForeignHost::kAnomalies);
+    m_host.click(kLook);
+    m_host.settle();
+    EXPECT_TRUE(highlighted().empty()) << "the tool was left";
+}
+
+TEST_P(InAForeignHost, APointIsPlacedNamedEditedAndDeleted) {
+    m_host.click(kPoint);
+    m_host.settle();
+    m_host.move(200, 40);
+    m_host.settle();
+    click(kLeft);
+    QWidget* form = dialog("CDrawPointDlg");
+    QTest::keyClicks(&theChild<QLineEdit>(form, "lineEditTitle"), "valve");
+    QTest::mouseClick(&theChild<QPushButton>(form, "pushButtonOK"), Qt::LeftButton);
+    m_host.settle();
+    EXPECT_EQ(m_host.calls, QStringList{"AddPointNode valve"});
+    EXPECT_EQ(m_host.messages, QStringList());
+    m_host.click(kEdit);
+    m_host.settle();
+    m_host.move(201, 44);
+    m_host.settle();
+    m_host.move(200, 44);
+    m_host.settle();
+    {
+        const Chooser chooser("编辑");
+        click(kRight);
+        EXPECT_TRUE(waitUntil([&] { return dialog("CDrawPointDlg") != nullptr; }));
+    }
+    QTest::keyClicks(&theChild<QLineEdit>(dialog("CDrawPointDlg"), "lineEditTitle"), "7");
+    QTest::mouseClick(&theChild<QPushButton>(dialog("CDrawPointDlg"), "pushButtonOK"), Qt::LeftButton);
+    m_host.settle();
+    EXPECT_TRUE(m_host.calls.contains("UpdataNode valve valve7")) << m_host.calls.join(", ").toStdString();
+    m_host.keyDown(GUIEventAdapter::KEY_Delete);
+    m_host.keyUp(GUIEventAdapter::KEY_Delete);
+    EXPECT_TRUE(waitUntil([&] {
+        m_host.settle();
+        return m_host.calls.contains("DeleteNode valve7");
+    }));
+}
+
+TEST_P(InAForeignHost, AnAreaIsDigitisedNamedAndStored) {
+    m_host.click(kArea);
+    m_host.settle();
+    const std::size_t before = groupsNamed("ROIArea");
+    EXPECT_GE(before, 1U);
+    for (const auto& [x, y] : {std::pair(30.0F, 20.0F), {90.0F, 20.0F}, {90.0F, 60.0F}}) {
+        m_host.move(x, y);
+        m_host.settle();
+        click(kLeft);
+    }
+    m_host.move(30, 60);
+    m_host.settle();
+    click(kRight);
+    EXPECT_FALSE(m_host.button(kArea).isChecked());
+    QWidget* form = dialog("CdrawPolygonDlg");
+    QTest::keyClicks(&theChild<QLineEdit>(form, "lineEditTitle"), "school");
+    QTest::mouseClick(&theChild<QPushButton>(form, "pushButtonOK"), Qt::LeftButton);
+    m_host.settle();
+    EXPECT_EQ(m_host.calls, QStringList{"AddAreaNode school 4"});
+}
+
+/// Presses, drags, keys and changes of tool at random, faster than either thread can follow. What must hold
+/// is checked by every operation of the host, and by ThreadSanitizer where the program is built with it.
+TEST_P(InAForeignHost, AHastyUserMixesNoThreads) {
+    const unsigned seed = std::random_device{}();
+    SCOPED_TRACE(seed);
+    std::mt19937 random(seed);
+    const auto upTo = [&](int most) { return std::uniform_int_distribution<int>(0, most)(random); };
+    const Chooser chooser("nothing");
+#if defined(__SANITIZE_THREAD__)
+    constexpr int kRounds = 3000;
+#else
+    constexpr int kRounds = 600;
+#endif
+    for (int round = 0; round < kRounds; ++round) {
+        const int keys[] = {GUIEventAdapter::KEY_Control_L, GUIEventAdapter::KEY_Shift_L,
+                            GUIEventAdapter::KEY_Delete};
+        const int button = upTo(3) == 0 ? kRight : kLeft;
+        switch (upTo(9)) {
+        case 0:
+            m_host.click(std::array{kLook, kEdit, kPoint, kArea}[static_cast<std::size_t>(upTo(3))]);
+            break;
+        case 1:
+            m_host.keyDown(keys[upTo(2)]);
+            break;
+        case 2:
+            m_host.keyUp(keys[upTo(2)]);
+            break;
+        case 3:
+            m_host.doubleClick(button);
+            m_host.release(button);
+            break;
+        case 4:
+        case 5:
+            m_host.press(button);
+            break;
+        case 6:
+            m_host.release(button);
+            break;
+        default: {
+            const osg::Vec2d at(upTo(static_cast<int>(ForeignHost::kWidth)),
+                                upTo(static_cast<int>(ForeignHost::kHeight)));
+            m_host.move(static_cast<float>(at.x()), static_cast<float>(at.y()));
+            break;
+        }
+        }
+        if (!m_host.hasOwnFrameThread()) {
+            m_host.frame();
+        }
+        QApplication::processEvents();
+    }
+    for (const int key :
+         {GUIEventAdapter::KEY_Control_L, GUIEventAdapter::KEY_Shift_L, GUIEventAdapter::KEY_Delete}) {
+        m_host.keyUp(key);
+    }
+    m_host.release(kLeft);
+    m_host.release(kRight);
+    m_host.settle();
+}
+
+INSTANTIATE_TEST_SUITE_P(Frames, InAForeignHost, ::testing::Bool(), [](const auto& test) {
+    return test.param ? "OnAThreadOfTheirOwn" : "OnTheGuiThread";
+});
+
+} // namespace
