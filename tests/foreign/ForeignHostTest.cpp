@@ -16,6 +16,8 @@
 #include <gtest/gtest.h>
 #include <osgGA/GUIEventAdapter>
 
+#include <array>
+#include <iostream>
 #include <random>
 
 namespace {
@@ -247,7 +249,7 @@ TEST_P(InAForeignHost, AnAreaIsDigitisedNamedAndStored) {
 /// is checked by every operation of the host, and by ThreadSanitizer where the program is built with it.
 TEST_P(InAForeignHost, AHastyUserMixesNoThreads) {
     const unsigned seed = std::random_device{}();
-    SCOPED_TRACE(seed);
+    std::cout << "seed " << seed << std::endl;
     std::mt19937 random(seed);
     const auto upTo = [&](int most) { return std::uniform_int_distribution<int>(0, most)(random); };
     const Chooser chooser("nothing");
