@@ -369,8 +369,9 @@ TEST_F(Judging, ADatabaseLostWhileJudgingIsOneMessageAndNothingChangesOnTheScree
     EXPECT_EQ(stored(known::fill).toString(), "");
 }
 
-TEST_F(Judging, ADatabaseLostBeforeTheClickIsSilent) {
+TEST_F(Judging, ADatabaseLostBeforeTheClickIsPrintedAndOpensNothing) {
     leftClick(pixelOf(known::fill));
+    ::testing::internal::CaptureStdout();
     database().execute("alter table station rename to elsewhere");
     const BoxAnswerer boxes(BoxAnswerer::Yes);
     const MenuChooser menu;
@@ -379,6 +380,7 @@ TEST_F(Judging, ADatabaseLostBeforeTheClickIsSilent) {
     EXPECT_TRUE(menu.menus.empty());
     EXPECT_TRUE(boxes.texts.isEmpty());
     EXPECT_EQ(valueLabel()->getText(), "0");
+    EXPECT_NE(::testing::internal::GetCapturedStdout().find("no such table"), std::string::npos);
     database().execute("alter table elsewhere rename to station");
 }
 
