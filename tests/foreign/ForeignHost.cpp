@@ -129,23 +129,29 @@ void ForeignHost::expectGui(const char* operation) {
     EXPECT_EQ(QThread::currentThread(), QCoreApplication::instance()->thread()) << operation;
 }
 
-ForeignHost::ForeignHost()
-    : m_globe(
-          std::make_unique<globetest::OffscreenGlobe>(static_cast<int>(kWidth), static_cast<int>(kHeight))) {
+ForeignHost::ForeignHost(Frames frames) {
     theHost = this;
-    EXPECT_TRUE(m_globe->isUsable());
-    static Viewer viewer(*m_globe);
-    g_pCXviewer = &viewer;
-    buildScene();
-    m_globe->viewer().getEventQueue()->getCurrentEventState()->setMouseYOrientation(
-        osgGA::GUIEventAdapter::Y_INCREASING_UPWARDS);
-    m_globe->viewer().addEventHandler(new Forwarder);
+    if (frames == Frames::OnTheGuiThread) {
+        buildScene();
+        return;
+    }
+    m_frames = std::thread([this] {
+        buildScene();
+        while (!m_isStopping) {
+            makeFrame();
+        }
+        m_globe = nullptr;
+    });
+    settle();
 }
 
 ForeignHost::~ForeignHost() {
-    stopFrames();
     for (zeo::ICommand* command : commands) {
         command->Destroy();
+    }
+    if (m_frames.joinable()) {
+        m_isStopping = true;
+        m_frames.join();
     }
     ForeignContext::forget();
     g_pCXviewer = nullptr;
@@ -153,6 +159,11 @@ ForeignHost::~ForeignHost() {
 }
 
 void ForeignHost::buildScene() {
+    m_globe =
+        std::make_unique<globetest::OffscreenGlobe>(static_cast<int>(kWidth), static_cast<int>(kHeight));
+    EXPECT_TRUE(m_globe->isUsable());
+    static Viewer viewer(*m_globe);
+    g_pCXviewer = &viewer;
     globetest::RasterPlace place;
     place.srs = "EPSG:4326";
     place.cell = 0.0001;
@@ -195,14 +206,18 @@ void ForeignHost::buildScene() {
         anomalies.push_back(anomaly);
     }
     map->addChild(m_overlays);
-    ForeignContext::prepare(m_station, anomalies);
+    m_anomalies = anomalies;
     m_globe->settle();
     for (std::size_t index = 0; index < kAnomalies; ++index) {
         m_pixels.push_back(project(index));
     }
+    m_globe->viewer().getEventQueue()->getCurrentEventState()->setMouseYOrientation(
+        osgGA::GUIEventAdapter::Y_INCREASING_UPWARDS);
+    m_globe->viewer().addEventHandler(new Forwarder);
 }
 
 bool ForeignHost::load(const QString& file) {
+    ForeignContext::prepare(m_station, m_anomalies);
     m_library.setFileName(file);
     const auto create = m_library.resolve("Create");
     if (!create) {
@@ -219,25 +234,23 @@ bool ForeignHost::load(const QString& file) {
 }
 
 void ForeignHost::frame() {
+    if (!hasOwnFrameThread()) {
+        makeFrame();
+    }
+}
+
+void ForeignHost::makeFrame() {
     deliver();
+    std::vector<std::function<void()>> work;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        work.swap(m_work);
+    }
+    for (const auto& each : work) {
+        each();
+    }
     m_globe->frame();
     ++m_frameCount;
-}
-
-void ForeignHost::startFrames() {
-    m_isStopping = false;
-    m_frames = std::thread([this] {
-        while (!m_isStopping) {
-            frame();
-        }
-    });
-}
-
-void ForeignHost::stopFrames() {
-    if (m_frames.joinable()) {
-        m_isStopping = true;
-        m_frames.join();
-    }
 }
 
 void ForeignHost::settle() {
@@ -245,10 +258,23 @@ void ForeignHost::settle() {
         8; // an event, its answer on the other thread, a pick, and what comes back of it
     const unsigned wanted = m_frameCount + kFrames;
     EXPECT_TRUE(waitUntil([&] {
-        if (!hasOwnFrameThread()) {
-            frame();
-        }
+        frame();
         return m_frameCount >= wanted;
+    }));
+}
+
+void ForeignHost::betweenFrames(const std::function<void()>& work) {
+    std::atomic<bool> isDone{false};
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_work.emplace_back([&] {
+            work();
+            isDone = true;
+        });
+    }
+    EXPECT_TRUE(waitUntil([&] {
+        frame();
+        return isDone.load();
     }));
 }
 
@@ -328,23 +354,40 @@ bool ForeignHost::isHighlighted(std::size_t anomaly) const {
     return colour && colour->get(value) && value == osg::Vec4(255, 255, 0, 1);
 }
 
-std::size_t ForeignHost::groupsNamed(const std::string& name) const {
+std::vector<std::size_t> ForeignHost::highlighted() {
+    std::vector<std::size_t> found;
+    betweenFrames([&] {
+        for (std::size_t index = 0; index < kAnomalies; ++index) {
+            if (isHighlighted(index)) {
+                found.push_back(index);
+            }
+        }
+    });
+    return found;
+}
+
+std::size_t ForeignHost::groupsNamed(const std::string& name) {
     std::size_t count = 0;
-    const osgEarth::MapNode* map = m_globe->mapNode();
-    for (unsigned index = 0; index < map->getNumChildren(); ++index) {
-        count += map->getChild(index)->getName() == name ? 1U : 0U;
-    }
+    betweenFrames([&] {
+        const osgEarth::MapNode* map = m_globe->mapNode();
+        for (unsigned index = 0; index < map->getNumChildren(); ++index) {
+            count += map->getChild(index)->getName() == name ? 1U : 0U;
+        }
+    });
     return count;
 }
 
-std::string ForeignHost::valueLabel() const {
-    osgEarth::MapNode* map = m_globe->mapNode();
-    for (unsigned index = 0; index < map->getNumChildren(); ++index) {
-        if (auto* label = dynamic_cast<osgEarth::Annotation::PlaceNode*>(map->getChild(index))) {
-            return label->getText();
+std::string ForeignHost::valueLabel() {
+    std::string text;
+    betweenFrames([&] {
+        osgEarth::MapNode* map = m_globe->mapNode();
+        for (unsigned index = 0; index < map->getNumChildren(); ++index) {
+            if (auto* label = dynamic_cast<osgEarth::Annotation::PlaceNode*>(map->getChild(index))) {
+                text = label->getText();
+            }
         }
-    }
-    return {};
+    });
+    return text;
 }
 
 void ForeignHost::add(const std::string& name, CXCommandHandler* handler) {

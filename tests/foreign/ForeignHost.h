@@ -34,20 +34,23 @@ class ITool;
 /// one than the frames'.
 class ForeignHost {
 public:
-    ForeignHost();
+    /// Frames are made by settle, or on a thread of their own from the beginning to the end. A context of the
+    /// software renderer does not stand to be handed from thread to thread.
+    enum class Frames { OnTheGuiThread, OnAThreadOfTheirOwn };
+    explicit ForeignHost(Frames frames);
     ~ForeignHost();
     static ForeignHost& instance();
 
     /// Loads the plug-in and makes its buttons.
     bool load(const QString& file);
 
-    /// Frames are made here, or on a thread of their own until stopFrames.
+    /// Makes one frame where the frames have no thread of their own.
     void frame();
-    void startFrames();
-    void stopFrames();
     bool hasOwnFrameThread() const { return m_frames.joinable(); }
     /// Lets both threads do all that they have to do.
     void settle();
+    /// Does something between two frames, on their thread, and waits for it.
+    void betweenFrames(const std::function<void()>& work);
 
     // The pointer and the keys, in pixels of the view, y upwards.
     void move(float x, float y);
@@ -67,10 +70,11 @@ public:
     const KV_Station& station() const { return m_station; }
     /// Of the anomaly of that number, in pixels.
     osg::Vec2d pixelOf(std::size_t anomaly) const { return m_pixels.at(anomaly); }
-    bool isHighlighted(std::size_t anomaly) const;
-    std::size_t groupsNamed(const std::string& name) const;
+    /// Numbers of the anomalies that are.
+    std::vector<std::size_t> highlighted();
+    std::size_t groupsNamed(const std::string& name);
     /// Gives the value of the label on the globe; empty when there is none.
-    std::string valueLabel() const;
+    std::string valueLabel();
 
     static constexpr float kWidth = 256;
     static constexpr float kHeight = 192;
@@ -89,12 +93,15 @@ public:
 
 private:
     void buildScene();
+    void makeFrame();
+    bool isHighlighted(std::size_t anomaly) const;
     osg::Vec2d project(std::size_t anomaly) const;
     void deliver();
     void later(const std::function<void(double time)>& event);
 
     std::unique_ptr<globetest::OffscreenGlobe> m_globe;
     KV_Station m_station;
+    std::vector<SdiffData> m_anomalies;
     osg::ref_ptr<osg::Group> m_overlays;
     std::vector<osg::Vec2d> m_pixels;
     QWidget m_row;
@@ -108,5 +115,6 @@ private:
     mutable std::mutex m_mutex; ///< guards what follows
     std::vector<std::pair<std::string, CXCommandHandler*>> m_handlers;
     std::deque<std::string> m_posted;
+    std::vector<std::function<void()>> m_work; ///< for between two frames
     std::atomic<CXCommandHandler*> m_active{nullptr};
 };

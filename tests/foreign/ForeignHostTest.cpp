@@ -58,15 +58,11 @@ private:
     QTimer m_poll;
 };
 
-/// Each test with the frames on the GUI thread and on a thread of their own.
-class InAForeignHost : public ::testing::TestWithParam<bool> {
+class InAForeignHost : public ::testing::Test {
 protected:
     void SetUp() override {
         m_host.calls.clear();
         m_host.messages.clear();
-        if (GetParam()) {
-            m_host.startFrames();
-        }
     }
     void TearDown() override {
         for (const char* name : {"CDrawPointDlg", "CdrawPolygonDlg"}) {
@@ -76,7 +72,6 @@ protected:
         }
         m_host.leaveActiveTool();
         m_host.settle();
-        m_host.stopFrames();
     }
     /// The pointer comes from beside it, so that the hover picker sees it move.
     void hover(std::size_t anomaly) {
@@ -92,30 +87,6 @@ protected:
         m_host.release(button);
         m_host.settle();
     }
-    /// What is highlighted, looked at between two frames.
-    std::vector<std::size_t> highlighted() {
-        const bool wasRunning = m_host.hasOwnFrameThread();
-        m_host.stopFrames();
-        std::vector<std::size_t> found;
-        for (std::size_t index = 0; index < ForeignHost::kAnomalies; ++index) {
-            if (m_host.isHighlighted(index)) {
-                found.push_back(index);
-            }
-        }
-        if (wasRunning) {
-            m_host.startFrames();
-        }
-        return found;
-    }
-    std::size_t groupsNamed(const char* name) {
-        const bool wasRunning = m_host.hasOwnFrameThread();
-        m_host.stopFrames();
-        const std::size_t count = m_host.groupsNamed(name);
-        if (wasRunning) {
-            m_host.startFrames();
-        }
-        return count;
-    }
     static QWidget* dialog(const char* name) {
         for (QWidget* window : QApplication::topLevelWidgets()) {
             if (window->isVisible() && window->objectName() == name) {
@@ -128,7 +99,7 @@ protected:
     ForeignHost& m_host = ForeignHost::instance();
 };
 
-TEST_P(InAForeignHost, OneShotCommandsReachTheirOperations) {
+TEST_F(InAForeignHost, OneShotCommandsReachTheirOperations) {
     for (const char* name : {"计算异常", "输出报告", "输出shape", "参数设置", "正北视图", "撤销", "重做"}) {
         m_host.button(name).setEnabled(true);
         m_host.click(name);
@@ -138,23 +109,19 @@ TEST_P(InAForeignHost, OneShotCommandsReachTheirOperations) {
               (QStringList{"PickCurrentShowItemsDiff", "OutPutReport", "OutPutShap", "OnSetPara"}));
 }
 
-TEST_P(InAForeignHost, AnomaliesArePickedMeasuredClassifiedShownAndDeleted) {
+TEST_F(InAForeignHost, AnomaliesArePickedMeasuredClassifiedShownAndDeleted) {
     m_host.click(kLook);
     m_host.settle();
-    EXPECT_EQ(groupsNamed("FrameSelect"), 1U);
+    EXPECT_EQ(m_host.groupsNamed("FrameSelect"), 1U);
     hover(5);
     click(kLeft);
-    EXPECT_EQ(highlighted(), (std::vector<std::size_t>{5}));
-    m_host.stopFrames();
+    EXPECT_EQ(m_host.highlighted(), (std::vector<std::size_t>{5}));
     EXPECT_EQ(m_host.valueLabel(), "1.25");
-    if (GetParam()) {
-        m_host.startFrames();
-    }
     m_host.keyDown(GUIEventAdapter::KEY_Control_L);
     hover(6);
     click(kLeft);
     m_host.keyUp(GUIEventAdapter::KEY_Control_L);
-    EXPECT_EQ(highlighted(), (std::vector<std::size_t>{5, 6}));
+    EXPECT_EQ(m_host.highlighted(), (std::vector<std::size_t>{5, 6}));
     {
         const Chooser chooser("删除");
         click(kRight);
@@ -170,7 +137,7 @@ TEST_P(InAForeignHost, AnomaliesArePickedMeasuredClassifiedShownAndDeleted) {
     }));
 }
 
-TEST_P(InAForeignHost, TheRectangleSelectsWhatItHolds) {
+TEST_F(InAForeignHost, TheRectangleSelectsWhatItHolds) {
     m_host.click(kLook);
     m_host.settle();
     m_host.move(4, 4);
@@ -183,13 +150,13 @@ TEST_P(InAForeignHost, TheRectangleSelectsWhatItHolds) {
     m_host.release(kLeft);
     m_host.keyUp(GUIEventAdapter::KEY_Shift_L);
     m_host.settle();
-    EXPECT_EQ(highlighted().size(), ForeignHost::kAnomalies);
+    EXPECT_EQ(m_host.highlighted().size(), ForeignHost::kAnomalies);
     m_host.click(kLook);
     m_host.settle();
-    EXPECT_TRUE(highlighted().empty()) << "the tool was left";
+    EXPECT_TRUE(m_host.highlighted().empty()) << "the tool was left";
 }
 
-TEST_P(InAForeignHost, APointIsPlacedNamedEditedAndDeleted) {
+TEST_F(InAForeignHost, APointIsPlacedNamedEditedAndDeleted) {
     m_host.click(kPoint);
     m_host.settle();
     m_host.move(200, 40);
@@ -224,10 +191,10 @@ TEST_P(InAForeignHost, APointIsPlacedNamedEditedAndDeleted) {
     }));
 }
 
-TEST_P(InAForeignHost, AnAreaIsDigitisedNamedAndStored) {
+TEST_F(InAForeignHost, AnAreaIsDigitisedNamedAndStored) {
     m_host.click(kArea);
     m_host.settle();
-    const std::size_t before = groupsNamed("ROIArea");
+    const std::size_t before = m_host.groupsNamed("ROIArea");
     EXPECT_GE(before, 1U);
     for (const auto& [x, y] : {std::pair(30.0F, 20.0F), {90.0F, 20.0F}, {90.0F, 60.0F}}) {
         m_host.move(x, y);
@@ -247,7 +214,7 @@ TEST_P(InAForeignHost, AnAreaIsDigitisedNamedAndStored) {
 
 /// Presses, drags, keys and changes of tool at random, faster than either thread can follow. What must hold
 /// is checked by every operation of the host, and by ThreadSanitizer where the program is built with it.
-TEST_P(InAForeignHost, AHastyUserMixesNoThreads) {
+TEST_F(InAForeignHost, AHastyUserMixesNoThreads) {
     const unsigned seed = std::random_device{}();
     std::cout << "seed " << seed << std::endl;
     std::mt19937 random(seed);
@@ -290,9 +257,7 @@ TEST_P(InAForeignHost, AHastyUserMixesNoThreads) {
             break;
         }
         }
-        if (!m_host.hasOwnFrameThread()) {
-            m_host.frame();
-        }
+        m_host.frame();
         QApplication::processEvents();
     }
     for (const int key :
@@ -303,9 +268,5 @@ TEST_P(InAForeignHost, AHastyUserMixesNoThreads) {
     m_host.release(kRight);
     m_host.settle();
 }
-
-INSTANTIATE_TEST_SUITE_P(Frames, InAForeignHost, ::testing::Bool(), [](const auto& test) {
-    return test.param ? "OnAThreadOfTheirOwn" : "OnTheGuiThread";
-});
 
 } // namespace
