@@ -38,18 +38,23 @@ void Inbox::doAll() {
     }
 }
 
+void GuiInbox::leave(Inbox::Work work) {
+    m_inbox.leave(std::move(work));
+    // By name, so that nothing but the inbox itself goes from thread to thread.
+    QMetaObject::invokeMethod(this, "doAll", Qt::QueuedConnection);
+}
+
 void ToolThreads::enterFrame() {
     m_frameThread = std::this_thread::get_id();
     m_forFrame.doAll();
 }
 
 void ToolThreads::onGui(Inbox::Work work) {
-    if (QThread::currentThread() == m_receiver.thread()) {
+    if (QThread::currentThread() == m_forGui.thread()) {
         work();
         return;
     }
     m_forGui.leave(std::move(work));
-    QMetaObject::invokeMethod(&m_receiver, [this] { m_forGui.doAll(); }, Qt::QueuedConnection);
 }
 
 void ToolThreads::onFrame(Inbox::Work work) {

@@ -34,6 +34,21 @@ private:
     std::deque<Work> m_taken; ///< only the taking thread looks at it
 };
 
+/// An inbox that the event loop of the thread that made it empties.
+class GuiInbox : public QObject {
+    Q_OBJECT
+
+public:
+    /// Any thread.
+    void leave(Inbox::Work work);
+
+private slots:
+    void doAll() { m_inbox.doAll(); }
+
+private:
+    Inbox m_inbox;
+};
+
 /// The two threads of a tool's life: slots and activation run on the GUI thread, handle and OnMessage on the
 /// one that runs the viewer's frames, which may be the same. Widgets and the inspection data library belong
 /// to the first, the scene to the second. Each side hands the other what belongs to it, in order; where both
@@ -53,9 +68,8 @@ public:
     void onFrame(Inbox::Work work);
 
 private:
-    QObject m_receiver; ///< on the GUI thread; what waits for it goes with it
     const char* const m_wakeUp;
     std::atomic<std::thread::id> m_frameThread{};
-    Inbox m_forGui;
+    GuiInbox m_forGui; ///< what waits in it goes with it
     Inbox m_forFrame;
 };

@@ -146,15 +146,16 @@ ForeignHost::ForeignHost(Frames frames) {
 }
 
 ForeignHost::~ForeignHost() {
-    for (zeo::ICommand* command : commands) {
-        command->Destroy();
-    }
+    m_active = nullptr;
     if (m_frames.joinable()) {
         m_isStopping = true;
         m_frames.join();
     }
-    ForeignContext::forget();
     g_pCXviewer = nullptr;
+    for (zeo::ICommand* command : commands) {
+        command->Destroy();
+    }
+    ForeignContext::forget();
     theHost = nullptr;
 }
 
@@ -233,10 +234,17 @@ bool ForeignHost::load(const QString& file) {
     return QTest::qWaitForWindowExposed(&m_row);
 }
 
-void ForeignHost::frame() {
-    if (!hasOwnFrameThread()) {
-        makeFrame();
-    }
+void ForeignHost::awaitFrames(const std::function<bool()>& isDone) {
+    EXPECT_TRUE(waitUntil([&] {
+        if (!hasOwnFrameThread()) {
+            makeFrame();
+        }
+        return isDone();
+    }));
+}
+
+void ForeignHost::awaitFrame() {
+    awaitFrames([this, before = m_frameCount.load()] { return m_frameCount != before; });
 }
 
 void ForeignHost::makeFrame() {
@@ -249,7 +257,10 @@ void ForeignHost::makeFrame() {
     for (const auto& each : work) {
         each();
     }
-    m_globe->frame();
+    {
+        const std::lock_guard<std::mutex> lock(frameMutex);
+        m_globe->frame();
+    }
     ++m_frameCount;
 }
 
@@ -257,10 +268,7 @@ void ForeignHost::settle() {
     constexpr unsigned kFrames =
         8; // an event, its answer on the other thread, a pick, and what comes back of it
     const unsigned wanted = m_frameCount + kFrames;
-    EXPECT_TRUE(waitUntil([&] {
-        frame();
-        return m_frameCount >= wanted;
-    }));
+    awaitFrames([&] { return m_frameCount >= wanted; });
 }
 
 void ForeignHost::betweenFrames(const std::function<void()>& work) {
@@ -272,10 +280,7 @@ void ForeignHost::betweenFrames(const std::function<void()>& work) {
             isDone = true;
         });
     }
-    EXPECT_TRUE(waitUntil([&] {
-        frame();
-        return isDone.load();
-    }));
+    awaitFrames([&] { return isDone.load(); });
 }
 
 void ForeignHost::later(const std::function<void(double time)>& event) {

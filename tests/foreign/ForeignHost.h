@@ -44,8 +44,8 @@ public:
     /// Loads the plug-in and makes its buttons.
     bool load(const QString& file);
 
-    /// Makes one frame where the frames have no thread of their own.
-    void frame();
+    /// Waits until another frame has been made, and makes it where the frames have no thread of their own.
+    void awaitFrame();
     bool hasOwnFrameThread() const { return m_frames.joinable(); }
     /// Lets both threads do all that they have to do.
     void settle();
@@ -80,8 +80,9 @@ public:
     static constexpr float kHeight = 192;
     static constexpr std::size_t kAnomalies = 12;
 
-    QStringList messages; ///< texts of all message boxes
-    QStringList calls;    ///< of the windows
+    std::mutex frameMutex; ///< held while a frame is made
+    QStringList messages;  ///< texts of all message boxes
+    QStringList calls;     ///< of the windows
     std::vector<zeo::ICommand*> commands;
     zeo::ITool* activeTool = nullptr;
 
@@ -94,6 +95,7 @@ public:
 private:
     void buildScene();
     void makeFrame();
+    void awaitFrames(const std::function<bool()>& isDone);
     bool isHighlighted(std::size_t anomaly) const;
     osg::Vec2d project(std::size_t anomaly) const;
     void deliver();

@@ -221,7 +221,7 @@ TEST_F(InAForeignHost, AHastyUserMixesNoThreads) {
     const auto upTo = [&](int most) { return std::uniform_int_distribution<int>(0, most)(random); };
     const Chooser chooser("nothing");
 #if defined(__SANITIZE_THREAD__)
-    constexpr int kRounds = 3000;
+    constexpr int kRounds = 6000;
 #else
     constexpr int kRounds = 600;
 #endif
@@ -257,7 +257,9 @@ TEST_F(InAForeignHost, AHastyUserMixesNoThreads) {
             break;
         }
         }
-        m_host.frame();
+        if (round % 5 == 0) {
+            m_host.awaitFrame();
+        }
         QApplication::processEvents();
     }
     for (const int key :

@@ -39,6 +39,12 @@ void zeo::ICommand::createselfUI(QWidget* parent, QHBoxLayout* layout) {
 
 void zeo::ICommand::OnAction() {
     OnBeforeExcute();
+    if (IsTool()) {
+        Execute();
+        return;
+    }
+    // A one-shot command may reach for the manipulator, which belongs to the frames: they wait meanwhile.
+    const std::lock_guard<std::mutex> frames(ForeignHost::instance().frameMutex);
     Execute();
 }
 
