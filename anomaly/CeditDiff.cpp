@@ -36,6 +36,12 @@ osg::Node* frameGroupInScene() {
     return nullptr;
 }
 
+/// The table's own item; null where the host has no table.
+KV_StationItem* itemOfTable() {
+    AVWindow* table = IORVAContext::Instance()->GetAVWindow();
+    return table ? table->GetCurrentItem() : nullptr;
+}
+
 } // namespace
 
 CeditDiff::CeditDiff()
@@ -52,7 +58,7 @@ CeditDiff::CeditDiff()
     connect(this, SIGNAL(signal_deleteDff()), this, SLOT(OnDeleteDff()));
     buildMenu();
 
-    m_currentItem = IORVAContext::Instance()->GetAVWindow()->GetCurrentItem();
+    m_currentItem = itemOfTable();
 }
 
 CeditDiff::~CeditDiff() = default;
@@ -96,7 +102,7 @@ void CeditDiff::bringFrameGroup() {
 void CeditDiff::OnDeactivate() {
     m_table.leave();
     m_stationItems.clear();
-    m_currentItem = IORVAContext::Instance()->GetAVWindow()->GetCurrentItem();
+    m_currentItem = itemOfTable();
     m_doubleClickPoint.reset();
     m_threads.onFrame([this] { leaveGlobe(); });
     // Left before the picker arrived, it must still be taken out again.

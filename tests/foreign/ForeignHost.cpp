@@ -174,7 +174,7 @@ void ForeignHost::buildScene() {
     m_globe->addElevation("ground",
                           globetest::writeHeights("flat.tif", place, [](double, double) { return 0.0; }));
     osgEarth::MapNode* map = m_globe->mapNode();
-    m_globe->manipulator()->setViewpoint(osgEarth::Viewpoint("", kLon, kLat, 0.0, 0.0, -89.0, 400.0));
+    lookFromAbove();
     m_station.m_id = 1;
     m_station.m_srs = "EPSG:4547";
     const auto* srs = osgEarth::SpatialReference::get(m_station.m_srs);
@@ -215,6 +215,10 @@ void ForeignHost::buildScene() {
     m_globe->viewer().getEventQueue()->getCurrentEventState()->setMouseYOrientation(
         osgGA::GUIEventAdapter::Y_INCREASING_UPWARDS);
     m_globe->viewer().addEventHandler(new Forwarder);
+}
+
+void ForeignHost::lookFromAbove() {
+    m_globe->manipulator()->setViewpoint(osgEarth::Viewpoint("", kLon, kLat, 0.0, 0.0, -89.0, 400.0));
 }
 
 bool ForeignHost::load(const QString& file) {

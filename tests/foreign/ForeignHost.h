@@ -67,6 +67,8 @@ public:
     /// To be called by every operation that belongs to the GUI thread.
     static void expectGui(const char* operation);
 
+    /// At all anomalies. Between two frames.
+    void lookFromAbove();
     const KV_Station& station() const { return m_station; }
     /// Of the anomaly of that number, in pixels.
     osg::Vec2d pixelOf(std::size_t anomaly) const { return m_pixels.at(anomaly); }

@@ -63,6 +63,8 @@ protected:
     void SetUp() override {
         m_host.calls.clear();
         m_host.messages.clear();
+        m_host.betweenFrames([this] { m_host.lookFromAbove(); }); // a double-click flies on for a while
+        m_host.settle();
     }
     void TearDown() override {
         for (const char* name : {"CDrawPointDlg", "CdrawPolygonDlg"}) {
