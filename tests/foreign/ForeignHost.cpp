@@ -12,6 +12,7 @@
 #include "tests/globe/TestRaster.h"
 #include "tests/support/WaitUntil.h"
 
+#include <QApplication>
 #include <QHBoxLayout>
 #include <QTest>
 #include <QThread>
@@ -269,10 +270,12 @@ void ForeignHost::makeFrame() {
 }
 
 void ForeignHost::settle() {
-    constexpr unsigned kFrames =
-        8; // an event, its answer on the other thread, a pick, and what comes back of it
-    const unsigned wanted = m_frameCount + kFrames;
-    awaitFrames([&] { return m_frameCount >= wanted; });
+    constexpr int kRounds = 3; // an event, its answer on the other thread, and what comes back of it
+    constexpr unsigned kFramesOfAPick = 3;
+    for (int round = 0; round < kRounds; ++round) {
+        awaitFrames([&, wanted = m_frameCount + kFramesOfAPick] { return m_frameCount >= wanted; });
+        QApplication::processEvents();
+    }
 }
 
 void ForeignHost::betweenFrames(const std::function<void()>& work) {
