@@ -124,9 +124,10 @@ MariaDbServer::~MariaDbServer() {
 void MariaDbServer::initialise() {
     QProcess installation;
     installation.setProcessChannelMode(QProcess::MergedChannels);
+    // With --force it does without looking up the host's name, which a minimal system cannot do.
     installation.start(
         programPath("mariadb-install-db"),
-        withUser({"--no-defaults", "--datadir=" + m_folder.filePath("data"),
+        withUser({"--no-defaults", "--force", "--datadir=" + m_folder.filePath("data"),
                   "--auth-root-authentication-method=normal", "--skip-test-db", "--skip-name-resolve"}));
     if (!installation.waitForFinished(kMostMilliseconds) || installation.exitCode() != 0) {
         giveUp("mariadb-install-db failed: " + QString::fromUtf8(installation.readAll()));
