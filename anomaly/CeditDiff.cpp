@@ -13,13 +13,11 @@
 
 #include <osgEarthSymbology/LineSymbol>
 #include <osgEarthSymbology/PolygonSymbol>
-#include <osgEarthUtil/EarthManipulator>
 #include <osgViewer/View>
 
 using osgEarth::Symbology::Color;
 using osgEarth::Symbology::LineSymbol;
 using osgEarth::Symbology::PolygonSymbol;
-using osgEarth::Util::EarthManipulator;
 
 namespace {
 
@@ -112,21 +110,6 @@ void CeditDiff::OnDeactivate() {
     m_toggle = !isButtonChecked(m_pButton);
     m_toolState = Inactive;
     setButtonChecked(m_pButton, false);
-}
-
-void CeditDiff::leaveGlobe() {
-    if (EarthManipulator* manipulator = globeManipulator()) {
-        manipulator->getSettings()->bindMouse(EarthManipulator::ACTION_EARTH_DRAG,
-                                              osgGA::GUIEventAdapter::LEFT_MOUSE_BUTTON, 0,
-                                              EarthManipulator::ActionOptions());
-    }
-    removeFromGlobe(m_valueLabel);
-    m_valueLabel = nullptr;
-    if (!m_selection.hovered().empty()) {
-        m_selection.clearHovered();
-        announce({});
-    }
-    m_selection.forgetLastPicked();
 }
 
 void CeditDiff::prepareAreaStyle() {

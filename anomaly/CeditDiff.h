@@ -82,7 +82,6 @@ private:
     void bringFrameGroup();
     void addFrameSelection();
     void removeFrameSelection();
-    void leaveGlobe();
 
     // The events, on the thread of the frames, in CeditDiffEvents.cpp.
     void onPush(osgViewer::View& view, const osgGA::GUIEventAdapter& ea);
@@ -102,6 +101,8 @@ private:
     /// Tells the GUI thread what is highlighted now.
     void announce(const Overlays& highlighted);
     void askToDelete();
+    /// Takes back what the tool did to the globe.
+    void leaveGlobe();
 
     // What is stored, on the GUI thread, in CeditDiffItems.cpp.
     void scanSelectedItems();

@@ -172,6 +172,17 @@ void CeditDiff::onKeyUp(osgViewer::View& view, const GUIEventAdapter& ea) {
     }
 }
 
+void CeditDiff::leaveGlobe() {
+    bindLeftDrag(EarthManipulator::ACTION_EARTH_DRAG);
+    removeFromGlobe(m_valueLabel);
+    m_valueLabel = nullptr;
+    if (!m_selection.hovered().empty()) {
+        m_selection.clearHovered();
+        announce({});
+    }
+    m_selection.forgetLastPicked();
+}
+
 void CeditDiff::askToDelete() {
     m_threads.onGui([this] { OnDeleteItem(); });
 }

@@ -211,13 +211,14 @@ void CeditDiff::checkDff() {
 }
 
 void CeditDiff::takeTableSelection(const std::vector<std::string>& gbkNames) {
-    m_hoveredNames = isPickedByBounds() ? std::vector<std::string>() : gbkNames;
+    const bool isByBounds = isPickedByBounds();
+    m_hoveredNames = isByBounds ? std::vector<std::string>() : gbkNames;
     const std::unordered_set<std::string> wanted(gbkNames.begin(), gbkNames.end());
-    m_threads.onFrame([this, wanted, isPickedByBounds = isPickedByBounds()] {
+    m_threads.onFrame([this, wanted, isByBounds] {
         if (wanted.empty() && m_selection.hovered().empty() && m_selection.inBounds().empty()) {
             return;
         }
-        m_selection.replace(wanted, isPickedByBounds);
+        m_selection.replace(wanted, isByBounds);
         if (osgViewer::View* view = globeView()) {
             view->requestRedraw();
         }

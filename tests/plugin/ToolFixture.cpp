@@ -97,6 +97,26 @@ void ToolTest::draw(unsigned frames) {
     }));
 }
 
+void ToolTest::expectMenuAtCursor(const QPoint& place) {
+    const QPoint before = QCursor::pos();
+    const QPoint cursor(before.x() - 200, before.y() - 100); // so that all of the menu fits on the screen
+    QCursor::setPos(cursor);
+    ASSERT_TRUE(waitUntil([&] { return QCursor::pos() == cursor; }));
+    std::vector<QPoint> places;
+    QTimer poll;
+    QObject::connect(&poll, &QTimer::timeout, [&] {
+        if (QWidget* menu = QApplication::activePopupWidget()) {
+            places.push_back(menu->pos());
+            menu->close();
+        }
+    });
+    poll.start(5);
+    rightClick(place);
+    ASSERT_EQ(places.size(), 1U);
+    EXPECT_EQ(places[0], cursor) << places[0].x() << ' ' << places[0].y();
+    QCursor::setPos(before);
+}
+
 void ToolTest::press(const QPoint& place) {
     QTest::mousePress(m_host.globe, Qt::LeftButton, {}, place);
     draw();

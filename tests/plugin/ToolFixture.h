@@ -48,6 +48,8 @@ protected:
     /// Moves there, presses and releases.
     void leftClick(const QPoint& place);
     void rightClick(const QPoint& place);
+    /// A right click there opens one menu, where the cursor of the display is.
+    void expectMenuAtCursor(const QPoint& place);
     void press(const QPoint& place);
     void release(const QPoint& place);
     void doubleClick(const QPoint& place);

@@ -73,23 +73,7 @@ TEST_F(Deleting, WithDeleteHeldOnlyAPressThatTakesAnotherAnomalyAsks) {
 
 TEST_F(Deleting, TheMenuOpensAtTheCursor) {
     leftClick(pixelOf(known::fill));
-    const QPoint before = QCursor::pos();
-    const QPoint cursor(before.x() - 200, before.y() - 100); // so that all of the menu fits on the screen
-    QCursor::setPos(cursor);
-    ASSERT_TRUE(waitUntil([&] { return QCursor::pos() == cursor; }));
-    std::vector<QPoint> places;
-    QTimer poll;
-    QObject::connect(&poll, &QTimer::timeout, [&] {
-        if (QWidget* menu = QApplication::activePopupWidget()) {
-            places.push_back(menu->pos());
-            menu->close();
-        }
-    });
-    poll.start(5);
-    rightClick(pixelOf(known::fill));
-    ASSERT_EQ(places.size(), 1U);
-    EXPECT_EQ(places[0], cursor) << places[0].x() << ' ' << places[0].y();
-    QCursor::setPos(before);
+    expectMenuAtCursor(pixelOf(known::fill));
 }
 
 } // namespace
