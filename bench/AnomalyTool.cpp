@@ -13,11 +13,11 @@
 #include "tests/support/OverlaysOnGlobe.h"
 #include "tests/support/Pointer.h"
 #include "tests/support/SmallProject.h"
-#include "workbench/inspection/compute/ComputeAnomalies.h"
-#include "workbench/inspection/database/AnomalyTable.h"
-#include "workbench/inspection/database/PipelineDatabase.h"
 #include "workbench/inspection/images/ImageWindow.h"
-#include "workbench/inspection/project/Project.h"
+#include "workbench/inspectiondata/compute/ComputeAnomalies.h"
+#include "workbench/inspectiondata/database/AnomalyTable.h"
+#include "workbench/inspectiondata/database/PipelineDatabase.h"
+#include "workbench/inspectiondata/project/Project.h"
 
 #include <osgEarth/SpatialReference>
 #include <osgEarth/Viewpoint>

@@ -9,13 +9,13 @@
 
 #include "host/Gbk.h"
 #include "host/inspection/StationWindow.h"
-#include "workbench/inspection/database/AnomalyTable.h"
-#include "workbench/inspection/database/DatabaseMove.h"
-#include "workbench/inspection/database/Inspector.h"
-#include "workbench/inspection/database/PipelineDatabase.h"
-#include "workbench/inspection/database/Revision.h"
-#include "workbench/inspection/database/StationTable.h"
-#include "workbench/inspection/history/ProjectHistory.h"
+#include "workbench/inspectiondata/database/AnomalyTable.h"
+#include "workbench/inspectiondata/database/DatabaseMove.h"
+#include "workbench/inspectiondata/database/Inspector.h"
+#include "workbench/inspectiondata/database/PipelineDatabase.h"
+#include "workbench/inspectiondata/database/Revision.h"
+#include "workbench/inspectiondata/database/StationTable.h"
+#include "workbench/inspectiondata/history/ProjectHistory.h"
 
 #include <QApplication>
 #include <QElapsedTimer>

@@ -1,9 +1,9 @@
 #include "bench/StationStrips.h"
 
-#include "workbench/inspection/compute/ComputeAnomalies.h"
-#include "workbench/inspection/database/PipelineDatabase.h"
-#include "workbench/inspection/database/StationTable.h"
-#include "workbench/inspection/project/Project.h"
+#include "workbench/inspectiondata/compute/ComputeAnomalies.h"
+#include "workbench/inspectiondata/database/PipelineDatabase.h"
+#include "workbench/inspectiondata/database/StationTable.h"
+#include "workbench/inspectiondata/project/Project.h"
 
 using namespace inspection;
 

@@ -3,7 +3,7 @@
 #include "cli/OpenedProject.h"
 #include "cli/Options.h"
 #include "cli/ProgressLine.h"
-#include "workbench/inspection/check/CheckProject.h"
+#include "workbench/inspectiondata/check/CheckProject.h"
 
 #include <QCoreApplication>
 #include <QJsonArray>

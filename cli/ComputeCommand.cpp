@@ -5,9 +5,9 @@
 #include "cli/ProgressLine.h"
 #include "cli/StopOnSignal.h"
 #include "host/Gbk.h"
-#include "workbench/inspection/compute/ComputeAnomalies.h"
-#include "workbench/inspection/database/AnomalyTable.h"
-#include "workbench/inspection/database/StationTable.h"
+#include "workbench/inspectiondata/compute/ComputeAnomalies.h"
+#include "workbench/inspectiondata/database/AnomalyTable.h"
+#include "workbench/inspectiondata/database/StationTable.h"
 
 #include <QCoreApplication>
 

@@ -4,7 +4,7 @@
 #include "cli/Options.h"
 #include "cli/ProgressLine.h"
 #include "cli/StopOnSignal.h"
-#include "workbench/inspection/database/SpecialObjectImport.h"
+#include "workbench/inspectiondata/database/SpecialObjectImport.h"
 
 #include <QCoreApplication>
 

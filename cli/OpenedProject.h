@@ -1,8 +1,8 @@
 #pragma once
 
 #include "cli/Options.h"
-#include "workbench/inspection/database/PipelineDatabase.h"
-#include "workbench/inspection/project/Project.h"
+#include "workbench/inspectiondata/database/PipelineDatabase.h"
+#include "workbench/inspectiondata/project/Project.h"
 
 #include <memory>
 #include <string>

@@ -4,8 +4,8 @@
 #include "cli/Options.h"
 #include "cli/ProgressLine.h"
 #include "cli/StopOnSignal.h"
-#include "workbench/inspection/database/DatabaseMove.h"
-#include "workbench/inspection/database/ServerAddress.h"
+#include "workbench/inspectiondata/database/DatabaseMove.h"
+#include "workbench/inspectiondata/project/ServerAddress.h"
 
 #include <QCoreApplication>
 

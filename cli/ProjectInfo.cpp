@@ -3,8 +3,8 @@
 #include "cli/OpenedProject.h"
 #include "detect/GdalErrors.h"
 #include "host/Gbk.h"
-#include "workbench/inspection/output/InspectionData.h"
-#include "workbench/inspection/project/Georeference.h"
+#include "workbench/inspectiondata/output/InspectionData.h"
+#include "workbench/inspectiondata/project/Georeference.h"
 
 #include <QFileInfo>
 #include <QJsonArray>

@@ -4,9 +4,9 @@
 #include "cli/Options.h"
 #include "cli/ProgressLine.h"
 #include "cli/StopOnSignal.h"
-#include "workbench/inspection/output/InspectionData.h"
-#include "workbench/inspection/output/Report.h"
-#include "workbench/inspection/output/ShapeOutput.h"
+#include "workbench/inspectiondata/output/InspectionData.h"
+#include "workbench/inspectiondata/output/Report.h"
+#include "workbench/inspectiondata/output/ShapeOutput.h"
 
 #include <QGuiApplication>
 #include <QLoggingCategory>

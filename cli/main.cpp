@@ -10,7 +10,7 @@
 #include "cli/SampleCommand.h"
 
 #include "detect/GdalErrors.h"
-#include "workbench/inspection/project/Utf8Locale.h"
+#include "workbench/inspectiondata/project/Utf8Locale.h"
 
 #include <cstdio>
 #include <string>

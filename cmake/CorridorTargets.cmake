@@ -58,14 +58,15 @@ set(CORRIDOR_RASTER_HEADERS
     <algorithm> <functional> <map> <memory> <optional> <string> <variant> <vector> <gdal_priv.h> <ogrsf_frmts.h>)
 set(CORRIDOR_SCENE_HEADERS <osg/Group> <osgEarth/MapNode>)
 set(CORRIDOR_VIEWER_HEADERS <osgViewer/Viewer> <osgEarthUtil/EarthManipulator>)
+set(CORRIDOR_PICTURE_HEADERS
+    <functional> <memory> <optional> <string> <variant> <vector> <QDir> <QImage> <QPainter> <QStringEncoder>)
 set(CORRIDOR_WINDOW_HEADERS
-    <functional> <memory> <optional> <string> <variant> <vector>
-    <QDialog> <QDir> <QImage> <QLabel> <QMenu> <QPainter> <QStringEncoder> <QTimer> <QToolButton> <QTreeWidget>)
+    ${CORRIDOR_PICTURE_HEADERS} <QDialog> <QLabel> <QMenu> <QTimer> <QToolButton> <QTreeWidget>)
 
 set(CORRIDOR_TEST_HEADERS <gtest/gtest.h>)
 set(CORRIDOR_EVENT_HEADERS <QTest>)
 
-# corridor_precompile(NAME KIND...): KIND is RASTER, SCENE, VIEWER, WINDOW, TEST or EVENT.
+# corridor_precompile(NAME KIND...): KIND is RASTER, SCENE, VIEWER, PICTURE, WINDOW, TEST or EVENT.
 function(corridor_precompile target)
   set(headers)
   foreach(kind ${ARGN})

@@ -1,8 +1,9 @@
 #pragma once
 
-/// Import and export marks of the five platform libraries. Each library defines its CORRIDOR_BUILD_... macro
-/// when it is compiled; everybody else imports. Elsewhere than on Windows the marks only set the symbol
-/// visibility.
+/// Import and export marks of the platform libraries. Each library defines its CORRIDOR_BUILD_... macro
+/// when it is compiled; everybody else imports. The inspection data library comes in two: what is stored and
+/// computed (INSPECTIONDATA_API), and the windows over it (INSPECTION_API). Elsewhere than on Windows the
+/// marks only set the symbol visibility.
 
 #if defined(_WIN32)
 #define CORRIDOR_EXPORT __declspec(dllexport)
@@ -28,6 +29,12 @@
 #define VIEWER_API CORRIDOR_EXPORT
 #else
 #define VIEWER_API CORRIDOR_IMPORT
+#endif
+
+#ifdef CORRIDOR_BUILD_INSPECTIONDATA
+#define INSPECTIONDATA_API CORRIDOR_EXPORT
+#else
+#define INSPECTIONDATA_API CORRIDOR_IMPORT
 #endif
 
 #ifdef CORRIDOR_BUILD_INSPECTION

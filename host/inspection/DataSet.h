@@ -11,13 +11,13 @@
 #include <string>
 
 /// Common face of the data sets that the manager hands out; callers cast to the class they expect.
-class INSPECTION_API DataSet {
+class INSPECTIONDATA_API DataSet {
 public:
     virtual ~DataSet();
 };
 
 /// Index 0: the project's stored data.
-class INSPECTION_API PipelineDataSet : public DataSet {
+class INSPECTIONDATA_API PipelineDataSet : public DataSet {
 public:
     static constexpr int kIndex = 0;
 
@@ -31,7 +31,7 @@ public:
 
 /// Index 2: the special objects on the globe and their records. The maps' keys are compared by node identity.
 /// Nothing here stores anything or touches the scene.
-class INSPECTION_API OsgDataSet : public DataSet {
+class INSPECTIONDATA_API OsgDataSet : public DataSet {
 public:
     static constexpr int kIndex = 2;
     using PointMap = std::map<osg::ref_ptr<osg::Group>, Special_Point>;
@@ -55,7 +55,7 @@ public:
     virtual void removePipePolygons(osg::Group* group) = 0;
 };
 
-class INSPECTION_API DataSetManager {
+class INSPECTIONDATA_API DataSetManager {
 public:
     /// 0 PipelineDataSet, 1 ParaSet, 2 OsgDataSet; null for any other index.
     virtual DataSet* GetDataSet(int index) = 0;

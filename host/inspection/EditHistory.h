@@ -5,7 +5,7 @@
 #include <string>
 
 /// One edit of the user that changed stored data, with its exact inverse. GUI thread.
-class INSPECTION_API EditCommand {
+class INSPECTIONDATA_API EditCommand {
 public:
     virtual ~EditCommand();
     /// `refresh` asks the windows to show the change at once.
@@ -16,7 +16,7 @@ public:
 };
 
 /// The edits of a project, newest last. GUI thread.
-class INSPECTION_API EditHistory {
+class INSPECTIONDATA_API EditHistory {
 public:
     virtual bool CanUndo() = 0;
     virtual bool CanRedo() = 0;

@@ -21,7 +21,7 @@ enum KV_ObjectType : std::int32_t {
 
 /// A named place. Names and attributes are GBK; coordinates are longitude, latitude in degrees and height in
 /// metres above the ellipsoid.
-class INSPECTION_API KV_BasicNode {
+class INSPECTIONDATA_API KV_BasicNode {
 public:
     KV_BasicNode();
     KV_BasicNode(const std::string& name, const osg::Vec3d& coor);
@@ -48,7 +48,7 @@ protected:
 };
 
 /// A special point.
-class INSPECTION_API Special_Point : public KV_BasicNode {
+class INSPECTIONDATA_API Special_Point : public KV_BasicNode {
 public:
     Special_Point();
     Special_Point(const std::string& name, const osg::Vec3d& coor);
@@ -57,7 +57,7 @@ public:
 
 /// What special areas and polygons have in common: an outline and how it is drawn. The coordinate is the
 /// centre.
-class INSPECTION_API Special_Region : public KV_BasicNode {
+class INSPECTIONDATA_API Special_Region : public KV_BasicNode {
 public:
     Special_Region();
     Special_Region(const std::string& name, const osg::Vec3d& centre);
@@ -77,13 +77,13 @@ public:
 
 /// A polygon record: a high-consequence area as it is kept in the polygon map, and the form in which a new
 /// area is handed to the station window.
-class INSPECTION_API Special_Polygon : public Special_Region {
+class INSPECTIONDATA_API Special_Polygon : public Special_Region {
 public:
     using Special_Region::Special_Region;
 };
 
 /// A special area.
-class INSPECTION_API Special_Area : public Special_Region {
+class INSPECTIONDATA_API Special_Area : public Special_Region {
 public:
     using Special_Region::Special_Region;
     explicit Special_Area(const Special_Polygon& polygon) : Special_Region(polygon) {}

@@ -39,7 +39,7 @@ class KV_ElevationDifference;
 
 /// The anomaly data of one station item: its records and its raster of elevation differences. Copies share
 /// the raster.
-class INSPECTION_API KV_DiffData {
+class INSPECTIONDATA_API KV_DiffData {
 public:
     KV_DiffData();
     ~KV_DiffData();
@@ -60,7 +60,7 @@ public:
 };
 
 /// A station's stored record: a stretch of the corridor.
-class INSPECTION_API KV_Station {
+class INSPECTIONDATA_API KV_Station {
 public:
     /// Fills the record from a row of the station table; fields that the row lacks keep their value.
     void init_from_sqldata(const mysqlhelper::KV_Record& row);
@@ -79,7 +79,7 @@ public:
 
 /// A station as the windows and tools work with it. The read operations are cheap when nothing changed since
 /// the last call, silent on failure (false), and run on the thread of the caller.
-class INSPECTION_API KV_StationItem {
+class INSPECTIONDATA_API KV_StationItem {
 public:
     KV_StationItem();
     explicit KV_StationItem(const KV_Station& station);

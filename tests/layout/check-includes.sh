@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Fails when a room includes what it must not know. One line for each rule: folders, then the forbidden includes.
+# Fails when a room includes what it must not know: one line for each rule, folders, then the forbidden includes; and when
+# a room of an ordered row includes one that stands later in the row.
 set -euo pipefail
 cd "$1"
 status=0
@@ -14,6 +15,22 @@ forbid() {
     fi
 }
 
+# in_order FOLDER ROOM...: the rooms of a folder, lower ones first. A folder that the row leaves out is an error, too.
+in_order() {
+    local folder=$1 room later
+    shift
+    if [ "$(printf '%s\n' "$@" | sort)" != "$(find "$folder" -mindepth 1 -maxdepth 1 -type d -printf '%f\n' | sort)" ]; then
+        echo "the rooms of $folder are not: $*"
+        status=1
+    fi
+    while [ $# -gt 1 ]; do
+        room=$1
+        shift
+        later=$(IFS='|'; echo "$*")
+        forbid "$folder/$room knows no later room" "$folder/($later)/" "$folder/$room"
+    done
+}
+
 plugin="plugin commands anomaly special region"
 forbid "detection knows neither Qt nor the scene" 'Q[A-Z]|osg|host/|workbench/|samples/' detect
 forbid "the sample maker knows neither Qt nor the scene" 'Q[A-Z]|osg|host/|workbench/|detect/' samples
@@ -21,6 +38,17 @@ forbid "the globe knows nothing of the product" 'Q[A-Z]|host/|workbench/|detect/
 forbid "the interfaces know no implementation" 'workbench/|plugin/|detect/|samples/|cli/' host
 forbid "the plug-in knows the interfaces only" 'workbench/|detect/|samples/|cli/' $plugin
 forbid "the workbench knows no plug-in" 'plugin/|commands/|anomaly/|special/|region/|cli/' workbench
-forbid "only the program brings the libraries together" 'workbench/app' workbench/style workbench/engine workbench/viewmanager workbench/viewer workbench/inspection
-forbid "style, engine and view manager stand alone" 'workbench/(viewer|inspection)' workbench/style workbench/engine workbench/viewmanager
+forbid "only the program brings the libraries together" 'workbench/app/' \
+    workbench/style workbench/engine workbench/viewmanager workbench/viewer workbench/inspection workbench/inspectiondata
+forbid "what is stored and computed knows no other library" 'workbench/(style|engine|viewmanager|viewer|inspection)/' workbench/inspectiondata
+forbid "what is stored and computed knows neither windows nor the scene" \
+    'osg[A-Z]|host/(style|engine|viewmanager|viewer)/' workbench/inspectiondata
+forbid "style, engine and view manager stand alone" 'workbench/(viewer|inspection|inspectiondata)/' \
+    workbench/style workbench/engine workbench/viewmanager
+forbid "the viewer borrows a text from the data, and nothing else" \
+    'workbench/(inspection/|inspectiondata/[^t])' workbench/viewer
+forbid "the command knows no window" 'workbench/(style|engine|viewmanager|viewer|inspection)/' cli
+in_order workbench/inspectiondata text project database compute pipeline pictures history check output
+in_order workbench/inspection scene session tree table images settings context
+in_order detect raster coregister search shape output
 exit $status

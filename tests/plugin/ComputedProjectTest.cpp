@@ -8,7 +8,7 @@
 #include "host/inspection/StationWindow.h"
 #include "host/viewmanager/pick.h"
 #include "workbench/inspection/context/InspectionContext.h"
-#include "workbench/inspection/project/Project.h"
+#include "workbench/inspectiondata/project/Project.h"
 
 #include <QFileInfo>
 #include <QSignalSpy>

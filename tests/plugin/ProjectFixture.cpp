@@ -6,7 +6,7 @@
 #include "samples/SampleCorridor.h"
 #include "tests/support/Pointer.h"
 #include "tests/support/WaitUntil.h"
-#include "workbench/inspection/database/StationTable.h"
+#include "workbench/inspectiondata/database/StationTable.h"
 
 #include <QApplication>
 #include <QFile>

@@ -1,7 +1,6 @@
 #include "workbench/viewer/GlobeWidget.h"
 #include "tests/support/Pointer.h"
 #include "tests/support/WaitUntil.h"
-#include "workbench/viewer/ScaleBar.h"
 
 #include <gtest/gtest.h>
 
@@ -222,15 +221,6 @@ TEST_F(GlobeWidgetTest, TheSkyIsBlueFromTheGroundAndDarkFromSpace) {
     EXPECT_GT(air.blue(), air.red() + 30);
     const QColor space = skyColour(-89.9, 4.0e7);
     EXPECT_LT(space.blue(), 60);
-}
-
-TEST(ScaleBar, ShowsOneTwoOrFiveTimesAPowerOfTen) {
-    EXPECT_EQ(scaleLengthBelow(340.0).text, "200 m");
-    EXPECT_EQ(scaleLengthBelow(500.0).text, "500 m");
-    EXPECT_EQ(scaleLengthBelow(0.7).text, "0.5 m");
-    EXPECT_EQ(scaleLengthBelow(99.0).metres, 50.0);
-    EXPECT_EQ(scaleLengthBelow(1999.0).text, "1 km");
-    EXPECT_EQ(scaleLengthBelow(7.0e6).text, "5000 km");
 }
 
 } // namespace

@@ -4,8 +4,8 @@
 #include "host/inspection/IORVAContext.h"
 #include "workbench/app/MainWindow.h"
 #include "workbench/app/ToolArea.h"
-#include "workbench/inspection/compute/ComputeAnomalies.h"
 #include "workbench/inspection/context/InspectionContext.h"
+#include "workbench/inspectiondata/compute/ComputeAnomalies.h"
 #include "workbench/viewer/GlobeWidget.h"
 
 #include <QAbstractButton>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "workbench/inspection/project/ProjectDescription.h"
+#include "workbench/inspectiondata/project/ProjectDescription.h"
 
 #include <osgEarth/Viewpoint>
 

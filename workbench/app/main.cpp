@@ -7,8 +7,8 @@
 #include "detect/GdalErrors.h"
 #include "host/style/myMessageBox.h"
 #include "workbench/inspection/context/InspectionContext.h"
-#include "workbench/inspection/project/Project.h"
-#include "workbench/inspection/project/Utf8Locale.h"
+#include "workbench/inspectiondata/project/Project.h"
+#include "workbench/inspectiondata/project/Utf8Locale.h"
 #include "workbench/viewer/GlobeWidget.h"
 
 #include <QApplication>

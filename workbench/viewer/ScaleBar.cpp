@@ -13,17 +13,7 @@ constexpr double kTick = 6.0;
 
 } // namespace
 
-ScaleLength scaleLengthBelow(double metres) {
-    const double power = std::pow(10.0, std::floor(std::log10(std::max(metres, 1e-9))));
-    double length = power;
-    for (const double step : {2.0, 5.0}) {
-        if (step * power <= metres)
-            length = step * power;
-    }
-    const QString text = length >= 1000.0 ? QStringLiteral("%1 km").arg(length / 1000.0, 0, 'f', 0)
-                                          : QStringLiteral("%1 m").arg(length);
-    return {length, text};
-}
+using inspection::ScaleLength;
 
 ScaleBar::ScaleBar(QWidget* parent) : QWidget(parent) {
     setObjectName("scaleBar");
@@ -32,7 +22,7 @@ ScaleBar::ScaleBar(QWidget* parent) : QWidget(parent) {
 }
 
 void ScaleBar::setMetresPerPixel(double metresPerPixel) {
-    const ScaleLength length = scaleLengthBelow(metresPerPixel * kLongestPixels);
+    const ScaleLength length = inspection::scaleLengthBelow(metresPerPixel * kLongestPixels);
     const double pixels = length.metres / metresPerPixel;
     if (length.text == m_length.text && std::abs(pixels - m_pixels) < 0.5)
         return;

@@ -1,18 +1,8 @@
 #pragma once
 
-#include "host/Export.h"
+#include "workbench/inspectiondata/text/ScaleLength.h"
 
-#include <QString>
 #include <QWidget>
-
-/// A length that a scale bar can show.
-struct ScaleLength {
-    double metres = 0.0;
-    QString text; ///< "200 m", "5 km"
-};
-
-/// 1, 2 or 5 times a power of ten metres, the largest not above `metres`.
-VIEWER_API ScaleLength scaleLengthBelow(double metres);
 
 /// How long things are in the middle of the picture.
 class ScaleBar : public QWidget {
@@ -29,6 +19,6 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    ScaleLength m_length;
+    inspection::ScaleLength m_length;
     double m_pixels = 0.0;
 };

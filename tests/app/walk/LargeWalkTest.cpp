@@ -1,5 +1,5 @@
 #include "tests/app/walk/Walk.h"
-#include "workbench/inspection/project/Project.h"
+#include "workbench/inspectiondata/project/Project.h"
 #include "workbench/viewer/GlobeWidget.h"
 
 #include <gdal_priv.h>

@@ -7,12 +7,12 @@
 #include "host/inspection/StationWindow.h"
 #include "tests/support/CopyFolder.h"
 #include "tests/support/MariaDbServer.h"
-#include "workbench/inspection/compute/ComputeAnomalies.h"
-#include "workbench/inspection/database/AnomalyTable.h"
-#include "workbench/inspection/database/DatabaseMove.h"
-#include "workbench/inspection/database/Schema.h"
-#include "workbench/inspection/database/SpecialObjectImport.h"
-#include "workbench/inspection/history/ProjectHistory.h"
+#include "workbench/inspectiondata/compute/ComputeAnomalies.h"
+#include "workbench/inspectiondata/database/AnomalyTable.h"
+#include "workbench/inspectiondata/database/DatabaseMove.h"
+#include "workbench/inspectiondata/database/Schema.h"
+#include "workbench/inspectiondata/database/SpecialObjectImport.h"
+#include "workbench/inspectiondata/history/ProjectHistory.h"
 
 #include <QApplication>
 #include <QLabel>

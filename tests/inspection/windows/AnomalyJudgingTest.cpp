@@ -5,8 +5,8 @@
 #include "host/Gbk.h"
 #include "host/inspection/AVWindow.h"
 #include "host/inspection/StationWindow.h"
-#include "workbench/inspection/database/AnomalyTable.h"
-#include "workbench/inspection/project/Project.h"
+#include "workbench/inspectiondata/database/AnomalyTable.h"
+#include "workbench/inspectiondata/project/Project.h"
 
 #include <osgEarth/Viewpoint>
 #include <osgEarthUtil/EarthManipulator>

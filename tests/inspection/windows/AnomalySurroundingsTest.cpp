@@ -6,8 +6,8 @@
 #include "host/inspection/AVWindow.h"
 #include "host/inspection/EditHistory.h"
 #include "host/inspection/StationWindow.h"
-#include "workbench/inspection/pipeline/Surroundings.h"
-#include "workbench/inspection/project/Project.h"
+#include "workbench/inspectiondata/pipeline/Surroundings.h"
+#include "workbench/inspectiondata/project/Project.h"
 
 #include <QComboBox>
 #include <QFile>

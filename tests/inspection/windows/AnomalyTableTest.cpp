@@ -4,8 +4,8 @@
 #include "host/inspection/AVWindow.h"
 #include "host/inspection/ParaSet.h"
 #include "host/inspection/StationWindow.h"
-#include "workbench/inspection/database/AnomalyTable.h"
-#include "workbench/inspection/project/Project.h"
+#include "workbench/inspectiondata/database/AnomalyTable.h"
+#include "workbench/inspectiondata/project/Project.h"
 
 #include <QHeaderView>
 #include <QLabel>

@@ -1,10 +1,10 @@
 #include "tests/inspection/windows/WindowFixture.h"
 
 #include "host/inspection/StationWindow.h"
-#include "workbench/inspection/images/ViewGeometry.h"
-#include "workbench/inspection/project/Project.h"
 #include "workbench/inspection/scene/AnomalyOverlays.h"
 #include "workbench/inspection/scene/GlobeNavigation.h"
+#include "workbench/inspection/scene/ViewGeometry.h"
+#include "workbench/inspectiondata/project/Project.h"
 
 #include <osg/Uniform>
 #include <osgEarth/MapNode>

@@ -4,9 +4,9 @@
 #include "host/inspection/KVImageWindow.h"
 #include "host/inspection/StationWindow.h"
 #include "workbench/inspection/images/ComparisonPictures.h"
-#include "workbench/inspection/images/ElevationLine.h"
-#include "workbench/inspection/project/Project.h"
-#include "workbench/inspection/scene/OutlinePath.h"
+#include "workbench/inspectiondata/pictures/ElevationLine.h"
+#include "workbench/inspectiondata/pictures/OutlinePath.h"
+#include "workbench/inspectiondata/project/Project.h"
 
 #include <osgEarthUtil/EarthManipulator>
 

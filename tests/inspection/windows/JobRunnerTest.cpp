@@ -1,4 +1,4 @@
-#include "workbench/inspection/context/JobRunner.h"
+#include "workbench/inspection/session/JobRunner.h"
 #include "tests/support/WaitUntil.h"
 #include "workbench/inspection/context/ProgressWidget.h"
 

@@ -5,7 +5,7 @@
 #include "host/inspection/KVImageWindow.h"
 #include "host/inspection/ParaSet.h"
 #include "host/inspection/StationWindow.h"
-#include "workbench/inspection/history/ProjectHistory.h"
+#include "workbench/inspectiondata/history/ProjectHistory.h"
 
 #include <QDir>
 

@@ -2,7 +2,7 @@
 
 #include "host/Gbk.h"
 #include "host/inspection/StationWindow.h"
-#include "workbench/inspection/database/StationTable.h"
+#include "workbench/inspectiondata/database/StationTable.h"
 
 #include <QLineEdit>
 #include <QTest>

@@ -2,8 +2,8 @@
 #include "tests/support/MenuEntry.h"
 
 #include "host/inspection/StationWindow.h"
-#include "workbench/inspection/database/AnomalyTable.h"
-#include "workbench/inspection/project/Project.h"
+#include "workbench/inspectiondata/database/AnomalyTable.h"
+#include "workbench/inspectiondata/project/Project.h"
 
 #include <osgEarthUtil/EarthManipulator>
 

@@ -5,12 +5,12 @@
 #include "host/inspection/IORVAContext.h"
 #include "tests/support/OverlaysOnGlobe.h"
 #include "tests/support/WaitUntil.h"
-#include "workbench/inspection/compute/ComputeAnomalies.h"
 #include "workbench/inspection/context/InspectionContext.h"
-#include "workbench/inspection/database/AnomalyTable.h"
-#include "workbench/inspection/database/PipelineDatabase.h"
-#include "workbench/inspection/database/StationTable.h"
-#include "workbench/inspection/project/Project.h"
+#include "workbench/inspectiondata/compute/ComputeAnomalies.h"
+#include "workbench/inspectiondata/database/AnomalyTable.h"
+#include "workbench/inspectiondata/database/PipelineDatabase.h"
+#include "workbench/inspectiondata/database/StationTable.h"
+#include "workbench/inspectiondata/project/Project.h"
 
 #include <QApplication>
 #include <QComboBox>

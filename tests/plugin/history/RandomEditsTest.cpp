@@ -9,9 +9,9 @@
 #include "host/inspection/EditHistory.h"
 #include "host/inspection/StationWindow.h"
 #include "tests/support/MariaDbServer.h"
-#include "workbench/inspection/database/DatabaseMove.h"
-#include "workbench/inspection/database/Fields.h"
-#include "workbench/inspection/database/Schema.h"
+#include "workbench/inspectiondata/database/DatabaseMove.h"
+#include "workbench/inspectiondata/database/Fields.h"
+#include "workbench/inspectiondata/database/Schema.h"
 
 #include <QApplication>
 

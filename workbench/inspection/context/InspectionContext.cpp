@@ -1,15 +1,15 @@
 #include "workbench/inspection/context/InspectionContext.h"
 
 #include "workbench/inspection/context/ProgressWidget.h"
-#include "workbench/inspection/context/Session.h"
 #include "workbench/inspection/images/ImageWindow.h"
 #include "workbench/inspection/scene/AnomalyOverlays.h"
 #include "workbench/inspection/scene/GlobeNavigation.h"
 #include "workbench/inspection/scene/SpecialObjectNodes.h"
+#include "workbench/inspection/session/Session.h"
+#include "workbench/inspection/session/StationWork.h"
 #include "workbench/inspection/settings/ParameterDialog.h"
 #include "workbench/inspection/table/AnomalyTableWindow.h"
 #include "workbench/inspection/tree/StationTreeWindow.h"
-#include "workbench/inspection/tree/StationWork.h"
 
 #include <algorithm>
 #include <utility>
@@ -87,14 +87,14 @@ void InspectionContext::connectWindows() {
     connect(&history, &inspection::ProjectHistory::replacedByOthers, m_stations, &StationTreeWindow::reload);
     connect(m_session.get(), &Session::connectionChanged, m_progress, &ProgressWidget::showMessage);
 
-    StationWork& work = m_stations->work();
+    StationWork& work = m_session->work();
     connect(&work, &StationWork::computeFinished, m_progress, &ProgressWidget::showResult);
     connect(&work, &StationWork::computeFinished, this, &InspectionContext::computeFinished);
     connect(&work, &StationWork::outputFinished, this, &InspectionContext::outputFinished);
 }
 
 const inspection::ComputationSummary& InspectionContext::lastComputation() const {
-    return m_stations->work().lastComputation();
+    return m_session->work().lastComputation();
 }
 
 void InspectionContext::shutdown() {

@@ -3,8 +3,8 @@
 #include "host/inspection/DataSet.h"
 #include "host/inspection/IORVAContext.h"
 #include "host/inspection/Station.h"
-#include "workbench/inspection/project/Project.h"
 #include "workbench/inspection/scene/SceneDataSet.h"
+#include "workbench/inspectiondata/project/Project.h"
 
 #include <QImage>
 #include <QObject>

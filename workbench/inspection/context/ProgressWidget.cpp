@@ -1,6 +1,6 @@
 #include "workbench/inspection/context/ProgressWidget.h"
 
-#include "workbench/inspection/context/JobRunner.h"
+#include "workbench/inspection/session/JobRunner.h"
 
 #include <QHBoxLayout>
 #include <QLabel>

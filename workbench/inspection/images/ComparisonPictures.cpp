@@ -1,6 +1,6 @@
 #include "workbench/inspection/images/ComparisonPictures.h"
 
-#include "workbench/inspection/images/ElevationLine.h"
+#include "workbench/inspectiondata/pictures/ElevationLine.h"
 
 #include <QCoreApplication>
 #include <QPainter>

@@ -2,8 +2,8 @@
 
 #include "workbench/inspection/images/GroundPicture.h"
 #include "workbench/inspection/images/ProfileChart.h"
-#include "workbench/inspection/output/RasterPicture.h"
-#include "workbench/inspection/project/ProjectDescription.h"
+#include "workbench/inspectiondata/pictures/RasterPicture.h"
+#include "workbench/inspectiondata/project/ProjectDescription.h"
 
 #include <QLineF>
 #include <QRectF>

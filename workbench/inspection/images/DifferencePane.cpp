@@ -1,6 +1,6 @@
 #include "workbench/inspection/images/DifferencePane.h"
 
-#include "workbench/inspection/table/AnomalyTexts.h"
+#include "workbench/inspectiondata/text/AnomalyTexts.h"
 
 #include <QPainter>
 

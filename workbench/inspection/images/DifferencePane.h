@@ -1,7 +1,7 @@
 #pragma once
 
 #include "workbench/inspection/images/PicturePane.h"
-#include "workbench/inspection/output/RasterPicture.h"
+#include "workbench/inspectiondata/pictures/RasterPicture.h"
 
 namespace inspection {
 

@@ -1,15 +1,15 @@
 #include "workbench/inspection/images/ImageWindow.h"
 
 #include "host/Gbk.h"
-#include "workbench/inspection/context/Session.h"
-#include "workbench/inspection/database/StationTable.h"
 #include "workbench/inspection/images/DifferencePane.h"
 #include "workbench/inspection/images/ElidedLabel.h"
 #include "workbench/inspection/images/GroundView.h"
 #include "workbench/inspection/images/SwipePane.h"
-#include "workbench/inspection/scene/OutlinePath.h"
 #include "workbench/inspection/scene/OverlayPicture.h"
-#include "workbench/inspection/table/AnomalyTexts.h"
+#include "workbench/inspection/session/Session.h"
+#include "workbench/inspectiondata/database/StationTable.h"
+#include "workbench/inspectiondata/pictures/OutlinePath.h"
+#include "workbench/inspectiondata/text/AnomalyTexts.h"
 
 #include <QButtonGroup>
 #include <QDir>

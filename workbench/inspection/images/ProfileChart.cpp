@@ -1,7 +1,7 @@
 #include "workbench/inspection/images/ProfileChart.h"
 
 #include "workbench/inspection/images/PanePainting.h"
-#include "workbench/inspection/table/AnomalyTexts.h"
+#include "workbench/inspectiondata/text/AnomalyTexts.h"
 
 #include <QMouseEvent>
 #include <QPainter>

@@ -1,8 +1,8 @@
 #include "workbench/inspection/scene/OverlayPicture.h"
 
-#include "workbench/inspection/output/RasterPicture.h"
-#include "workbench/inspection/scene/OutlinePath.h"
-#include "workbench/inspection/table/AnomalyTexts.h"
+#include "workbench/inspectiondata/pictures/OutlinePath.h"
+#include "workbench/inspectiondata/pictures/RasterPicture.h"
+#include "workbench/inspectiondata/text/AnomalyTexts.h"
 
 #include <QPainter>
 

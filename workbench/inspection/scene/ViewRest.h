@@ -1,6 +1,6 @@
 #pragma once
 
-#include "workbench/inspection/images/ViewGeometry.h"
+#include "workbench/inspection/scene/ViewGeometry.h"
 
 #include <osg/Callback>
 #include <osg/ref_ptr>

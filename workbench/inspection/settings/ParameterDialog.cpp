@@ -1,6 +1,6 @@
 #include "workbench/inspection/settings/ParameterDialog.h"
 
-#include "workbench/inspection/context/Session.h"
+#include "workbench/inspection/session/Session.h"
 #include "workbench/inspection/settings/ColourButton.h"
 
 #include <QComboBox>

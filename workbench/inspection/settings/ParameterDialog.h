@@ -1,7 +1,7 @@
 #pragma once
 
 #include "host/inspection/ParaSet.h"
-#include "workbench/inspection/project/ProjectDescription.h"
+#include "workbench/inspectiondata/project/ProjectDescription.h"
 
 class QComboBox;
 class QDoubleSpinBox;

@@ -2,7 +2,7 @@
 
 #include "host/Gbk.h"
 #include "workbench/inspection/table/AnomalyTableModel.h"
-#include "workbench/inspection/table/AnomalyTexts.h"
+#include "workbench/inspectiondata/text/AnomalyTexts.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,6 +1,6 @@
 #include "workbench/inspection/table/AnomalyFilterBar.h"
 
-#include "workbench/inspection/table/AnomalyTexts.h"
+#include "workbench/inspectiondata/text/AnomalyTexts.h"
 
 #include <QComboBox>
 #include <QHBoxLayout>

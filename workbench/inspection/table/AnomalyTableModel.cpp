@@ -1,7 +1,7 @@
 #include "workbench/inspection/table/AnomalyTableModel.h"
 
 #include "host/Gbk.h"
-#include "workbench/inspection/table/AnomalyTexts.h"
+#include "workbench/inspectiondata/text/AnomalyTexts.h"
 
 #include <algorithm>
 #include <cmath>

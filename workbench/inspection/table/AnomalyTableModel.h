@@ -1,7 +1,7 @@
 #pragma once
 
 #include "host/inspection/Station.h"
-#include "workbench/inspection/pipeline/Surroundings.h"
+#include "workbench/inspectiondata/pipeline/Surroundings.h"
 
 #include <QAbstractTableModel>
 

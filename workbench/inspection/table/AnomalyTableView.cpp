@@ -1,8 +1,8 @@
 #include "workbench/inspection/table/AnomalyTableView.h"
 
 #include "workbench/inspection/table/AnomalyTableModel.h"
-#include "workbench/inspection/table/AnomalyTexts.h"
 #include "workbench/inspection/table/AttributeDelegate.h"
+#include "workbench/inspectiondata/text/AnomalyTexts.h"
 
 #include <QContextMenuEvent>
 #include <QHeaderView>

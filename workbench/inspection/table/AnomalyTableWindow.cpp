@@ -1,14 +1,14 @@
 #include "workbench/inspection/table/AnomalyTableWindow.h"
 
 #include "host/Gbk.h"
-#include "workbench/inspection/context/Session.h"
-#include "workbench/inspection/database/Fields.h"
-#include "workbench/inspection/database/Schema.h"
 #include "workbench/inspection/scene/AnomalyOverlays.h"
+#include "workbench/inspection/session/Session.h"
 #include "workbench/inspection/table/AnomalyFilterBar.h"
 #include "workbench/inspection/table/AnomalyTableModel.h"
 #include "workbench/inspection/table/AnomalyTableView.h"
 #include "workbench/inspection/table/ProjectSurroundings.h"
+#include "workbench/inspectiondata/database/Fields.h"
+#include "workbench/inspectiondata/database/Schema.h"
 
 #include <QMetaMethod>
 #include <QScrollBar>

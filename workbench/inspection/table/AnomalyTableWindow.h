@@ -1,7 +1,7 @@
 #pragma once
 
 #include "host/inspection/AVWindow.h"
-#include "workbench/inspection/history/ProjectHistory.h"
+#include "workbench/inspectiondata/history/ProjectHistory.h"
 
 #include <QStringList>
 #include <QTimer>

@@ -1,8 +1,8 @@
 #include "workbench/inspection/table/ProjectSurroundings.h"
 
-#include "workbench/inspection/context/Session.h"
-#include "workbench/inspection/database/Schema.h"
-#include "workbench/inspection/database/StationTable.h"
+#include "workbench/inspection/session/Session.h"
+#include "workbench/inspectiondata/database/Schema.h"
+#include "workbench/inspectiondata/database/StationTable.h"
 
 #include <QFileInfo>
 #include <QGuiApplication>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "workbench/inspection/database/RowChange.h"
-#include "workbench/inspection/pipeline/Surroundings.h"
+#include "workbench/inspectiondata/database/RowChange.h"
+#include "workbench/inspectiondata/pipeline/Surroundings.h"
 
 #include <QDateTime>
 #include <QObject>

@@ -1,9 +1,9 @@
 #include "workbench/inspection/tree/SpecialObjectStore.h"
 
 #include "host/Gbk.h"
-#include "workbench/inspection/context/Session.h"
-#include "workbench/inspection/database/Schema.h"
-#include "workbench/inspection/database/SpecialObjectFile.h"
+#include "workbench/inspection/session/Session.h"
+#include "workbench/inspectiondata/database/Schema.h"
+#include "workbench/inspectiondata/database/SpecialObjectFile.h"
 
 #include <QObject>
 

@@ -1,11 +1,11 @@
 #include "workbench/inspection/tree/SpecialObjects.h"
 
 #include "host/Gbk.h"
-#include "workbench/inspection/context/Session.h"
-#include "workbench/inspection/database/Schema.h"
-#include "workbench/inspection/database/StationTable.h"
 #include "workbench/inspection/scene/SpecialObjectNodes.h"
+#include "workbench/inspection/session/Session.h"
 #include "workbench/inspection/tree/StationTree.h"
+#include "workbench/inspectiondata/database/Schema.h"
+#include "workbench/inspectiondata/database/StationTable.h"
 
 #include <algorithm>
 #include <set>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "workbench/inspection/database/RowChange.h"
 #include "workbench/inspection/tree/SpecialObjectStore.h"
+#include "workbench/inspectiondata/database/RowChange.h"
 
 #include <QObject>
 

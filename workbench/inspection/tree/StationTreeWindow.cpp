@@ -1,17 +1,17 @@
 #include "workbench/inspection/tree/StationTreeWindow.h"
 
 #include "host/Gbk.h"
-#include "workbench/inspection/context/Session.h"
-#include "workbench/inspection/database/AnomalyTable.h"
-#include "workbench/inspection/database/Fields.h"
-#include "workbench/inspection/database/Schema.h"
-#include "workbench/inspection/database/StationTable.h"
 #include "workbench/inspection/scene/AnomalyOverlays.h"
 #include "workbench/inspection/scene/GlobeNavigation.h"
 #include "workbench/inspection/scene/StationProjection.h"
+#include "workbench/inspection/session/Session.h"
+#include "workbench/inspection/session/StationWork.h"
 #include "workbench/inspection/tree/SpecialObjects.h"
 #include "workbench/inspection/tree/StationTree.h"
-#include "workbench/inspection/tree/StationWork.h"
+#include "workbench/inspectiondata/database/AnomalyTable.h"
+#include "workbench/inspectiondata/database/Fields.h"
+#include "workbench/inspectiondata/database/Schema.h"
+#include "workbench/inspectiondata/database/StationTable.h"
 
 #include <QDir>
 #include <QHBoxLayout>
@@ -55,8 +55,8 @@ void flyToStation(const KV_Station& station) {
 
 StationTreeWindow::StationTreeWindow(Session& session, AnomalyOverlays& overlays,
                                      SpecialObjectNodes& objectNodes, QWidget* parent)
-    : StationWindow(parent), m_session(session), m_overlays(overlays), m_work(new StationWork(session, this)),
-      m_tree(new StationTree), m_objects(new SpecialObjects(session, *m_tree, objectNodes, this)) {
+    : StationWindow(parent), m_session(session), m_overlays(overlays), m_tree(new StationTree),
+      m_objects(new SpecialObjects(session, *m_tree, objectNodes, this)) {
     build();
     connect(m_tree, SIGNAL(itemChanged(QTreeWidgetItem*, int)), this,
             SLOT(ChangeStationStates(QTreeWidgetItem*, int)));
@@ -65,7 +65,7 @@ StationTreeWindow::StationTreeWindow(Session& session, AnomalyOverlays& overlays
     connect(m_tree, SIGNAL(itemDoubleClicked(QTreeWidgetItem*, int)), this,
             SLOT(flyToItem(QTreeWidgetItem*)));
     connect(m_tree, SIGNAL(flyRequested(QTreeWidgetItem*)), this, SLOT(flyToItem(QTreeWidgetItem*)));
-    connect(m_work, &StationWork::computed, this, &StationTreeWindow::takeResults);
+    connect(&session.work(), &StationWork::computed, this, &StationTreeWindow::takeResults);
 }
 
 StationTreeWindow::~StationTreeWindow() = default;
@@ -214,15 +214,15 @@ void StationTreeWindow::flyToItem(QTreeWidgetItem* entry) {
 }
 
 void StationTreeWindow::PickCurrentShowItemsDiff() {
-    m_work->compute(m_tree->checkedStations());
+    m_session.work().compute(m_tree->checkedStations());
 }
 
 void StationTreeWindow::OutPutReport() {
-    m_work->writeReport();
+    m_session.work().writeReport();
 }
 
 void StationTreeWindow::OutPutShap() {
-    m_work->writeShapes();
+    m_session.work().writeShapes();
 }
 
 void StationTreeWindow::takeResults(const std::vector<std::uint32_t>& stationIds) {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "host/inspection/StationWindow.h"
-#include "workbench/inspection/database/RowChange.h"
+#include "workbench/inspectiondata/database/RowChange.h"
 
 #include <QColor>
 
@@ -19,7 +19,6 @@ class Session;
 class SpecialObjectNodes;
 class SpecialObjects;
 class StationTree;
-class StationWork;
 
 /// The tree of stations and special objects of the open project. A checked station is shown on the globe and
 /// taken for work. GUI thread.
@@ -47,8 +46,6 @@ public:
     bool UpdataNode(const Special_Polygon& polygon, const std::string& oldName) override;
     bool UpdataNode(const Special_Area& area, const std::string& oldName) override;
     bool UpdataNode(const Special_Point& point, const std::string& oldName) override;
-
-    StationWork& work() { return *m_work; }
 
 public slots:
     /// Selects the special object of that name, as the one that the user works on; an unknown name changes
@@ -96,7 +93,6 @@ private:
 
     Session& m_session;
     AnomalyOverlays& m_overlays;
-    StationWork* m_work;
     StationTree* m_tree;
     SpecialObjects* m_objects;
     std::vector<std::unique_ptr<KV_StationItem>> m_items;

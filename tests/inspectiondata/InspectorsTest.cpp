@@ -1,0 +1,337 @@
+// Several inspectors who edit the same project at the same time.
+
+#include "Opened.h"
+#include "TestDatabase.h"
+
+#include "host/Gbk.h"
+#include "workbench/inspectiondata/database/Inspector.h"
+#include "workbench/inspectiondata/database/Revision.h"
+#include "workbench/inspectiondata/history/ProjectHistory.h"
+
+#include <QStringList>
+
+#include <functional>
+#include <future>
+#include <utility>
+
+namespace {
+
+using namespace inspection;
+using mysqlhelper::KV_MySQL;
+using mysqlhelper::KV_Record;
+
+/// Somebody with a connection and a history of his own.
+struct Inspector {
+    Inspector(const QString& url, const QString& inspectorName)
+        : database(url.toStdString()), name(inspectorName) {
+        history.setDatabase(&database, name);
+        QObject::connect(&history, &ProjectHistory::changedByOthers,
+                         [this](const RowChanges& changes) { seen = changes; });
+        QObject::connect(&history, &ProjectHistory::replacedByOthers, [this] { ++replacements; });
+        QObject::connect(&history, &ProjectHistory::refused,
+                         [this](const QString& message) { refusals << message; });
+        history.setConflictQuestion([this](const QString& question) {
+            questions << question;
+            if (whileAsked) {
+                std::exchange(whileAsked, {})();
+            }
+            return replaces;
+        });
+    }
+
+    std::int64_t add(const char* point) {
+        std::int64_t id = 0;
+        EXPECT_FALSE(history.perform(QString("添加特殊点 ") + point, [&](EditTransaction& edit) {
+            id = edit.insert(
+                "special_point",
+                {{"name", toGbk(point)}, {"lon_deg", 114.0}, {"lat_deg", 30.7}, {"height_m", 50.0}});
+        }));
+        return id;
+    }
+    /// The row as it is shown to somebody now.
+    std::int64_t shownVersion(std::int64_t id) {
+        return versionOf(readRow(database, "special_point", id).value_or(KV_Record()));
+    }
+    Status describe(std::int64_t id, const char* attribute, std::int64_t shown) {
+        return history.perform(QString("编辑特殊点 为 ") + attribute, [&](EditTransaction& edit) {
+            edit.update("special_point", id, {{"attribute", toGbk(attribute)}}, shown);
+        });
+    }
+    Status remove(std::int64_t id, std::int64_t shown) {
+        return history.perform("删除特殊点",
+                               [&](EditTransaction& edit) { edit.remove("special_point", id, shown); });
+    }
+    QString attribute(std::int64_t id) {
+        const auto row = readRow(database, "special_point", id);
+        return row ? fromGbk(std::get<std::string>(row->at("attribute"))) : QString();
+    }
+    void undo() { history.TakeUndo()->Undo(true); }
+    void look() { history.takeStepsOfOthers(readRevision(database)); }
+
+    KV_MySQL database;
+    const QString name;
+    ProjectHistory history;
+    RowChanges seen;
+    int replacements = 0;
+    QStringList questions;
+    QStringList refusals;
+    bool replaces = false;
+    std::function<void()> whileAsked;
+};
+
+class InspectorsTest : public testing::TestWithParam<DatabaseKind> {
+protected:
+    OpenedProject m_opened{newProjectDatabase(GetParam())};
+    const QString m_url = m_opened.project.description().databaseUrl();
+    Inspector li{m_url, "li@office:/line"};
+    Inspector wang{m_url, "wang@field:/line"};
+};
+INSTANTIATE_TEST_SUITE_P(On, InspectorsTest, eachKind, kindName);
+
+TEST_P(InspectorsTest, AnEditOfARowThatSomebodyElseChangedIsAskedAboutAndNotStoredAgainstTheUsersWill) {
+    const std::int64_t id = li.add("甲");
+    const std::int64_t shown = wang.shownVersion(id);
+    ASSERT_FALSE(li.describe(id, "阀室", li.shownVersion(id)));
+    const Status failure = wang.describe(id, "三通", shown);
+    ASSERT_TRUE(failure);
+    EXPECT_TRUE(failure->cancelled) << "the user has said no; there is nothing to tell him";
+    ASSERT_EQ(wang.questions.size(), 1);
+    EXPECT_EQ(wang.questions[0].toStdString(),
+              "“甲”已被 li@office 修改（编辑特殊点 为 阀室）。是否仍按您的操作保存？");
+    EXPECT_EQ(wang.attribute(id), "阀室");
+    EXPECT_FALSE(wang.history.CanUndo());
+}
+
+TEST_P(InspectorsTest, TheUserMayReplaceWhatSomebodyElseDidAndTakeThatBack) {
+    const std::int64_t id = li.add("甲");
+    const std::int64_t shown = wang.shownVersion(id);
+    ASSERT_FALSE(li.describe(id, "阀室", shown));
+    wang.replaces = true;
+    ASSERT_FALSE(wang.describe(id, "三通", shown));
+    EXPECT_EQ(wang.attribute(id), "三通");
+    EXPECT_FALSE(wang.describe(id, "弯头", shown)) << "asked once, not again";
+    EXPECT_EQ(wang.questions.size(), 1);
+    wang.undo();
+    wang.undo();
+    EXPECT_EQ(wang.attribute(id), "阀室") << "as it was before, not as it was shown";
+}
+
+TEST_P(InspectorsTest, WhatIsChangedWhileTheUserThinksIsAskedAboutAgain) {
+    const std::int64_t id = li.add("甲");
+    const std::int64_t shown = wang.shownVersion(id);
+    ASSERT_FALSE(li.describe(id, "阀室", 0));
+    wang.replaces = true;
+    wang.whileAsked = [&] { ASSERT_FALSE(li.describe(id, "弯头", 0)); };
+    ASSERT_FALSE(wang.describe(id, "三通", shown));
+    ASSERT_EQ(wang.questions.size(), 2);
+    EXPECT_TRUE(wang.questions[1].contains("为 弯头")) << wang.questions[1].toStdString();
+    EXPECT_EQ(wang.attribute(id), "三通");
+}
+
+TEST_P(InspectorsTest, TheQuestionTellsAnUndoFromAnEdit) {
+    const std::int64_t id = li.add("甲");
+    ASSERT_FALSE(li.describe(id, "阀室", 0));
+    const std::int64_t shown = wang.shownVersion(id);
+    li.undo();
+    EXPECT_TRUE(wang.describe(id, "三通", shown));
+    ASSERT_EQ(wang.questions.size(), 1);
+    EXPECT_TRUE(wang.questions[0].contains("（撤销：编辑特殊点 为 阀室）"))
+        << wang.questions[0].toStdString();
+}
+
+TEST_P(InspectorsTest, WithoutAnybodyElseNothingIsAskedHoweverOldWhatTheUserSees) {
+    const std::int64_t id = li.add("甲");
+    EXPECT_FALSE(li.describe(id, "一", 0)) << "drawn in this run, its version is not known";
+    const std::int64_t shown = li.shownVersion(id);
+    EXPECT_FALSE(li.describe(id, "二", shown));
+    EXPECT_FALSE(li.describe(id, "三", shown));
+    li.undo();
+    EXPECT_FALSE(li.describe(id, "四", shown));
+    EXPECT_FALSE(li.remove(id, shown));
+    li.undo();
+    EXPECT_FALSE(li.describe(id, "五", shown));
+    EXPECT_EQ(li.attribute(id), "五");
+    EXPECT_TRUE(li.questions.isEmpty());
+}
+
+TEST_P(InspectorsTest, OwnEditsAfterSomebodyElsesDoNotHideHis) {
+    const std::int64_t id = li.add("甲");
+    const std::int64_t first = wang.shownVersion(id);
+    ASSERT_FALSE(li.describe(id, "一", 0));
+    ASSERT_FALSE(wang.describe(id, "二", wang.shownVersion(id)));
+    EXPECT_TRUE(wang.describe(id, "三", first)) << "a form that was open since before li's edit";
+    EXPECT_EQ(wang.questions.size(), 1);
+    EXPECT_EQ(wang.attribute(id), "二");
+}
+
+TEST_P(InspectorsTest, WhatSomebodyElseDeletedIsNotEditedAndTheUserIsTold) {
+    const std::int64_t id = li.add("甲");
+    const std::int64_t shown = wang.shownVersion(id);
+    ASSERT_FALSE(li.remove(id, 0));
+    const Status failure = wang.describe(id, "三通", shown);
+    ASSERT_TRUE(failure);
+    EXPECT_EQ(failure->userMessage.toStdString(), "“甲”已被 li@office 删除，您的修改未保存");
+    EXPECT_TRUE(wang.questions.isEmpty());
+    EXPECT_FALSE(wang.remove(id, shown)) << "deleting it again is no failure";
+}
+
+TEST_P(InspectorsTest, DeletingWhatSomebodyElseChangedIsAskedAbout) {
+    const std::int64_t id = li.add("甲");
+    const std::int64_t shown = wang.shownVersion(id);
+    ASSERT_FALSE(li.describe(id, "阀室", 0));
+    EXPECT_TRUE(wang.remove(id, shown));
+    EXPECT_EQ(wang.attribute(id), "阀室");
+    wang.replaces = true;
+    EXPECT_FALSE(wang.remove(id, shown));
+    EXPECT_FALSE(readRow(wang.database, "special_point", id));
+    EXPECT_EQ(wang.questions.size(), 2);
+}
+
+TEST_P(InspectorsTest, OneQuestionStandsForAllRowsOfAnEdit) {
+    const std::int64_t first = li.add("甲");
+    const std::int64_t second = li.add("乙");
+    const std::int64_t third = li.add("丙");
+    const auto shown = wang.shownVersion(third); // of the only row that nobody changes then
+    ASSERT_FALSE(li.describe(first, "一", 0));
+    ASSERT_FALSE(li.describe(second, "二", 0));
+    wang.replaces = true;
+    EXPECT_FALSE(wang.history.perform("编辑 3 个", [&](EditTransaction& edit) {
+        for (const std::int64_t id : {first, second, third}) {
+            edit.update("special_point", id, {{"attribute", toGbk("三通")}}, shown);
+        }
+    }));
+    ASSERT_EQ(wang.questions.size(), 1);
+    EXPECT_TRUE(wang.questions[0].startsWith("“甲”等 2 项已被 li@office 修改（编辑特殊点 为 一）"))
+        << wang.questions[0].toStdString();
+    EXPECT_EQ(wang.attribute(first), "三通");
+    wang.undo();
+    EXPECT_EQ(wang.attribute(first), "一");
+    EXPECT_EQ(wang.attribute(second), "二");
+}
+
+TEST_P(InspectorsTest, EachUndoesHisOwnEdits) {
+    const std::int64_t first = li.add("甲");
+    const std::int64_t second = wang.add("乙");
+    li.undo();
+    EXPECT_FALSE(readRow(li.database, "special_point", first));
+    EXPECT_TRUE(readRow(li.database, "special_point", second));
+    EXPECT_FALSE(li.history.CanUndo());
+    ProjectHistory again;
+    again.setDatabase(&wang.database, wang.name);
+    EXPECT_TRUE(again.CanUndo());
+    EXPECT_FALSE(again.CanRedo()) << "what li has undone is his";
+}
+
+TEST_P(InspectorsTest, AnUndoNeverTakesAwayWhatSomebodyElseDidLater) {
+    const std::int64_t id = li.add("甲");
+    ASSERT_FALSE(wang.describe(id, "三通", wang.shownVersion(id)));
+    li.undo();
+    EXPECT_EQ(li.attribute(id), "三通");
+    EXPECT_TRUE(li.history.CanUndo());
+    wang.undo();
+    li.undo();
+    EXPECT_FALSE(readRow(li.database, "special_point", id)) << "now it is as li has left it";
+}
+
+TEST_P(InspectorsTest, EveryStepOfOthersIsSeenOnceWithTheRowsAsTheyAreNow) {
+    wang.look();
+    EXPECT_TRUE(wang.seen.empty());
+    const std::int64_t id = li.add("甲");
+    ASSERT_FALSE(li.describe(id, "阀室", 0));
+    wang.look();
+    ASSERT_EQ(wang.seen.size(), 1U) << "one change for the row, not one for each edit";
+    EXPECT_FALSE(wang.seen[0].before);
+    EXPECT_EQ(wang.seen[0].after, readRow(wang.database, "special_point", id));
+    wang.seen.clear();
+    wang.look();
+    EXPECT_TRUE(wang.seen.empty());
+    li.undo();
+    wang.look();
+    ASSERT_EQ(wang.seen.size(), 1U);
+    EXPECT_EQ(wang.seen[0].after, readRow(wang.database, "special_point", id));
+    li.undo();
+    wang.look();
+    ASSERT_EQ(wang.seen.size(), 1U);
+    EXPECT_FALSE(wang.seen[0].after);
+}
+
+TEST_P(InspectorsTest, AnUndoThatANewEditHasDroppedIsSeenAllTheSame) {
+    const std::int64_t id = li.add("甲");
+    wang.look();
+    li.undo();
+    li.add("乙");
+    wang.look();
+    ASSERT_FALSE(wang.seen.empty());
+    EXPECT_EQ(wang.seen.front().id, id);
+    EXPECT_TRUE(wang.seen.front().before);
+    EXPECT_EQ(wang.seen.front().after, readRow(wang.database, "special_point", id)) << "or a new row";
+    EXPECT_EQ(fromGbk(std::get<std::string>(wang.seen.back().after->at("name"))), "乙");
+}
+
+TEST_P(InspectorsTest, OwnEditsAreNotAnnouncedAsThoseOfOthers) {
+    li.add("甲");
+    wang.add("乙");
+    wang.add("丙");
+    wang.look();
+    ASSERT_EQ(wang.seen.size(), 1U);
+    EXPECT_EQ(fromGbk(std::get<std::string>(wang.seen[0].after->at("name"))), "甲");
+}
+
+TEST_P(InspectorsTest, AReplacementOfTablesMakesOthersReadEverythingAnew) {
+    wang.add("甲");
+    {
+        KV_MySQL::Transaction transaction(li.database);
+        noteReplacement(li.database, li.name, "anomaly", "计算 1 个站段的异常");
+        transaction.commit();
+    }
+    wang.look();
+    EXPECT_EQ(wang.replacements, 1);
+    EXPECT_TRUE(wang.history.CanUndo());
+    wang.look();
+    EXPECT_EQ(wang.replacements, 1);
+    EXPECT_FALSE(li.history.CanUndo()) << "a replacement is no edit";
+}
+
+TEST_P(InspectorsTest, WhoOnlyLooksOnSeesEverybodysEditsAndChangesNothing) {
+    Inspector reader(m_url, QString());
+    const std::int64_t id = li.add("甲");
+    reader.look();
+    EXPECT_EQ(reader.seen.size(), 1U);
+    EXPECT_FALSE(reader.history.CanUndo());
+    const Status failure = reader.describe(id, "三通", reader.shownVersion(id));
+    ASSERT_TRUE(failure);
+    EXPECT_EQ(failure->userMessage, "工程以只读方式打开，未作任何更改");
+    EXPECT_EQ(li.attribute(id), "");
+}
+
+// Revisions must become visible in their order, or a reader would miss the slower one for ever.
+TEST_P(InspectorsTest, EditsAtTheSameTimeWaitForEachOther) {
+    constexpr int kEdits = 25;
+    const auto work = [this](const QString& name, int first) {
+        Inspector inspector(m_url, name);
+        for (int i = 0; i < kEdits; ++i) {
+            inspector.add(std::to_string(first + i).c_str());
+        }
+    };
+    auto other = std::async(std::launch::async, work, "zhao@field:/line", 1000);
+    work("qian@field:/line", 2000);
+    other.get();
+    li.look();
+    EXPECT_EQ(li.seen.size(), 2U * kEdits);
+    EXPECT_EQ(readRevision(li.database), 2 * kEdits);
+}
+
+TEST(InspectorNameTest, EditsInAFileAreNobodysAndThoseOnAServerBelongToTheFolder) {
+    ProjectDescription project;
+    project.folder = "/data/line";
+    EXPECT_TRUE(inspectorOf(project).isEmpty());
+    EXPECT_FALSE(inspectorOf(project).isNull());
+    project.database = "mysql://root@db.example.cn/corridor";
+    const QString there = inspectorOf(project);
+    EXPECT_TRUE(there.endsWith(":/data/line")) << there.toStdString();
+    EXPECT_TRUE(shownInspector(there).contains('@'));
+    project.folder = "/data/other";
+    EXPECT_NE(inspectorOf(project), there);
+}
+
+} // namespace

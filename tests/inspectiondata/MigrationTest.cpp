@@ -1,0 +1,239 @@
+// Databases that earlier versions of the program have made, in tests/data/schema: each table has rows, and
+// those of version 2 a history with edits that are done and undone.
+
+#include "Opened.h"
+#include "TestDatabase.h"
+
+#include "host/Gbk.h"
+#include "workbench/inspectiondata/check/CheckProject.h"
+#include "workbench/inspectiondata/database/Inspector.h"
+#include "workbench/inspectiondata/database/Revision.h"
+#include "workbench/inspectiondata/database/Schema.h"
+#include "workbench/inspectiondata/database/TableDescription.h"
+#include "workbench/inspectiondata/history/ProjectHistory.h"
+
+#include <QFile>
+
+#include <sqlite3.h>
+
+namespace {
+
+using namespace inspection;
+using mysqlhelper::KV_MySQL;
+using mysqlhelper::KV_Record;
+using mysqlhelper::KV_Rows;
+
+struct OldDatabase {
+    int version;
+    DatabaseKind kind;
+
+    QString file() const {
+        return QStringLiteral(CORRIDOR_TEST_DATA "/schema/version-%1.%2.sql")
+            .arg(version)
+            .arg(kind == DatabaseKind::Sqlite ? "sqlite" : "mariadb");
+    }
+};
+
+void PrintTo(const OldDatabase& database, std::ostream* stream) {
+    *stream << database.file().toStdString();
+}
+
+std::string nameOf(const testing::TestParamInfo<OldDatabase>& info) {
+    return "Version" + std::to_string(info.param.version) + kindName({info.param.kind, 0});
+}
+
+QByteArray contentOf(const QString& path) {
+    QFile file(path);
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << path.toStdString();
+    return file.readAll();
+}
+
+void loadIntoSqlite(const QByteArray& sql, const QString& file) {
+    sqlite3* database = nullptr;
+    ASSERT_EQ(sqlite3_open(file.toUtf8().constData(), &database), SQLITE_OK);
+    EXPECT_EQ(sqlite3_exec(database, sql.constData(), nullptr, nullptr, nullptr), SQLITE_OK)
+        << sqlite3_errmsg(database);
+    EXPECT_EQ(sqlite3_close(database), SQLITE_OK);
+}
+
+void loadIntoServer(const QByteArray& sql, const QString& database) {
+    for (const QByteArray& statement : QByteArray(sql).replace(";\n", "\x01").split('\x01')) {
+        if (!statement.trimmed().isEmpty()) {
+            MariaDbServer::instance().run(QString::fromUtf8(statement), database);
+        }
+    }
+}
+
+/// A project whose tables an earlier version has made.
+class MigrationTest : public testing::TestWithParam<OldDatabase> {
+protected:
+    MigrationTest() : m_url(newProjectDatabase(GetParam().kind)) {
+        const QByteArray sql = contentOf(GetParam().file());
+        if (onServer()) {
+            loadIntoServer(sql, serverDatabase());
+        } else {
+            loadIntoSqlite(sql, m_files.file("inspection.db"));
+        }
+    }
+
+    bool onServer() const { return GetParam().kind == DatabaseKind::MariaDb; }
+    QString serverDatabase() const { return m_url.section('/', 3).section('?', 0, 0); }
+    /// The SQLite file; nothing for tables on a server.
+    QByteArray bytes() const { return onServer() ? QByteArray() : contentOf(m_files.file("inspection.db")); }
+    void setVersion(int version) const {
+        if (onServer()) {
+            MariaDbServer::instance().run("update schema_version set version=" + QString::number(version),
+                                          serverDatabase());
+        } else {
+            loadIntoSqlite("pragma user_version=" + QByteArray::number(version),
+                           m_files.file("inspection.db"));
+        }
+    }
+
+    /// All rows as they lie there, by table, without the columns that `columns` has not.
+    using Content = std::map<std::string, KV_Rows>;
+    using Columns = std::map<std::string, std::set<std::string>>;
+    static Columns columnsOf(KV_MySQL& database) {
+        Columns columns;
+        for (const StoredTable& table : storedTables()) {
+            if (hasTable(database, table.name)) {
+                columns[table.name] = columnNames(database, table.name);
+            }
+        }
+        return columns;
+    }
+    static Content contentIn(KV_MySQL& database, const Columns& columns) {
+        Content content;
+        for (const StoredTable& table : storedTables()) {
+            const auto known = columns.find(table.name);
+            if (known == columns.end()) {
+                continue;
+            }
+            for (const KV_Record& row :
+                 database.queryRecord("select * from " + table.name + " order by " + table.key)) {
+                KV_Record part;
+                for (const std::string& column : known->second) {
+                    part[column] = row.at(column);
+                }
+                content[table.name].push_back(std::move(part));
+            }
+        }
+        return content;
+    }
+
+    SmallProject m_files;
+    const QString m_url;
+    const Project m_project = openedProject(m_files.folder(), m_url);
+    const ProjectDescription& m_description = m_project.description();
+};
+INSTANTIATE_TEST_SUITE_P(Of, MigrationTest,
+                         testing::Values(OldDatabase{1, DatabaseKind::Sqlite},
+                                         OldDatabase{2, DatabaseKind::Sqlite},
+                                         OldDatabase{2, DatabaseKind::MariaDb}),
+                         nameOf);
+
+TEST_P(MigrationTest, OpeningBringsItForwardWithEveryRowAsItWas) {
+    Columns columns;
+    Content before;
+    {
+        KV_MySQL old(m_description.databaseUrl().toStdString());
+        ASSERT_EQ(storedSchemaVersion(old), GetParam().version);
+        columns = columnsOf(old);
+        before = contentIn(old, columns);
+    }
+    EXPECT_EQ(before.size(), GetParam().version == 1 ? 7U : 8U) << "there are rows in every table";
+    const auto opened = valueOf(PipelineDatabase::open(m_description, Project::Access::Exclusive));
+    KV_MySQL& database = *opened->GetMySQL();
+    EXPECT_EQ(storedSchemaVersion(database), kSchemaVersion);
+    EXPECT_EQ(contentIn(database, columns), before);
+    const Findings findings = checkProject(m_description, database);
+    EXPECT_TRUE(findings.empty()) << findings.front().line().toStdString();
+}
+
+TEST_P(MigrationTest, ItIsEditedAsAnyOther) {
+    const auto opened = valueOf(PipelineDatabase::open(m_description, Project::Access::Exclusive));
+    KV_MySQL& database = *opened->GetMySQL();
+    ProjectHistory history;
+    history.setDatabase(&database, inspectorOf(m_description));
+    const std::int64_t revision = readRevision(database);
+    ASSERT_FALSE(history.perform("分类", [](EditTransaction& edit) {
+        edit.update("anomaly", 1, {{"attribute", toGbk("占压")}}, 0);
+        edit.remove("special_area", 1, 0);
+    }));
+    EXPECT_EQ(readRevision(database), revision + 1);
+    EXPECT_FALSE(history.CanRedo());
+    EXPECT_TRUE(checkProject(m_description, database).empty());
+    history.TakeUndo()->Undo(true);
+    EXPECT_TRUE(readRow(database, "special_area", 1));
+    EXPECT_TRUE(checkProject(m_description, database).empty());
+}
+
+TEST_P(MigrationTest, ReadingSaysThatItIsOlderAndLeavesItAlone) {
+    const QByteArray before = bytes();
+    const Failure failure = failureOf(PipelineDatabase::open(m_description, Project::Access::ReadOnly));
+    EXPECT_TRUE(failure.userMessage.contains("数据库版本较旧")) << failure.userMessage.toStdString();
+    EXPECT_EQ(bytes(), before);
+    KV_MySQL old(m_description.databaseUrl().toStdString());
+    EXPECT_EQ(storedSchemaVersion(old), GetParam().version);
+    EXPECT_FALSE(hasTable(old, "project_revision"));
+}
+
+TEST_P(MigrationTest, ANewerDatabaseIsRefusedAndLeftAlone) {
+    setVersion(kSchemaVersion + 1);
+    const QByteArray before = bytes();
+    for (const auto access : {Project::Access::ReadOnly, Project::Access::Exclusive}) {
+        const Failure failure = failureOf(PipelineDatabase::open(m_description, access));
+        EXPECT_TRUE(failure.userMessage.contains("数据库版本比本程序新"))
+            << failure.userMessage.toStdString();
+    }
+    KV_MySQL newer(m_description.databaseUrl().toStdString());
+    EXPECT_EQ(storedSchemaVersion(newer), kSchemaVersion + 1);
+    EXPECT_FALSE(hasTable(newer, "project_revision"));
+    EXPECT_FALSE(columnNames(newer, "anomaly").count("version"));
+}
+
+/// With a history of six edits: a point added and described, two anomalies classified, an area deleted, a
+/// high-consequence area renamed, the point deleted; the last three are undone.
+class OldHistoryTest : public MigrationTest {};
+INSTANTIATE_TEST_SUITE_P(Of, OldHistoryTest,
+                         testing::Values(OldDatabase{2, DatabaseKind::Sqlite},
+                                         OldDatabase{2, DatabaseKind::MariaDb}),
+                         nameOf);
+
+TEST_P(OldHistoryTest, OldEditsAreUndoneAndMadeAgain) {
+    const auto opened = valueOf(PipelineDatabase::open(m_description, Project::Access::Exclusive));
+    KV_MySQL& database = *opened->GetMySQL();
+    ProjectHistory history;
+    history.setDatabase(&database, inspectorOf(m_description));
+    const auto expectClean = [&] {
+        const Findings findings = checkProject(m_description, database);
+        EXPECT_TRUE(findings.empty()) << findings.front().line().toStdString();
+    };
+    const auto field = [&](const char* table, std::int64_t id, const char* column) {
+        return gbkToUtf8(std::get<std::string>(readRow(database, table, id).value().at(column)));
+    };
+    for (int edit = 0; edit < 3; ++edit) {
+        ASSERT_TRUE(history.CanRedo());
+        history.TakeRedo()->Redo(true);
+        expectClean();
+    }
+    EXPECT_FALSE(history.CanRedo());
+    EXPECT_FALSE(readRow(database, "special_point", 2));
+    EXPECT_FALSE(readRow(database, "special_area", 2));
+    EXPECT_EQ(field("high_consequence_area", 1, "name"), "学校");
+    history.UndoSteps(3);
+    expectClean();
+    EXPECT_EQ(field("special_point", 2, "attribute"), "引号'\";-- 😀");
+    EXPECT_EQ(field("high_consequence_area", 1, "name"), "村庄 😀");
+    EXPECT_EQ(field("anomaly", 2, "attribute"), "深挖");
+    for (int edit = 0; edit < 3; ++edit) {
+        ASSERT_TRUE(history.CanUndo());
+        history.TakeUndo()->Undo(true);
+        expectClean();
+    }
+    EXPECT_FALSE(history.CanUndo());
+    EXPECT_FALSE(readRow(database, "special_point", 2));
+    EXPECT_EQ(field("anomaly", 2, "attribute"), "");
+}
+
+} // namespace

@@ -1,0 +1,67 @@
+#pragma once
+
+#include "tests/support/SmallProject.h"
+#include "workbench/inspectiondata/compute/ComputeAnomalies.h"
+#include "workbench/inspectiondata/database/PipelineDatabase.h"
+#include "workbench/inspectiondata/project/Project.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+/// The value of a result that must have one.
+template<typename T>
+T valueOf(inspection::Result<T> result) {
+    const auto* failure = std::get_if<inspection::Failure>(&result);
+    EXPECT_EQ(failure, nullptr) << failure->message.toStdString();
+    if (failure != nullptr) {
+        throw std::runtime_error("no value");
+    }
+    return std::move(std::get<T>(result));
+}
+
+/// The failure of a result that must not have a value, checked to be one line.
+template<typename T>
+inspection::Failure failureOf(inspection::Result<T> result) {
+    const auto* failure = std::get_if<inspection::Failure>(&result);
+    EXPECT_NE(failure, nullptr);
+    if (failure == nullptr) {
+        throw std::runtime_error("no failure");
+    }
+    EXPECT_FALSE(failure->message.isEmpty());
+    EXPECT_FALSE(failure->userMessage.isEmpty());
+    EXPECT_FALSE(failure->message.contains('\n'));
+    EXPECT_FALSE(failure->userMessage.contains('\n'));
+    return *failure;
+}
+
+/// A project that was told where its tables are to lie; empty for inspection.db.
+inline inspection::Project openedProject(const QString& folder, const QString& database) {
+    auto project = valueOf(inspection::Project::open(folder));
+    if (!database.isEmpty()) {
+        EXPECT_FALSE(project.setDatabase(database).has_value());
+    }
+    return project;
+}
+
+/// A small project that is open with its database.
+struct OpenedProject {
+    explicit OpenedProject(const QString& databaseUrl = {})
+        : project(openedProject(files.folder(), databaseUrl)), database(open()) {}
+
+    SmallProject files;
+    inspection::Project project;
+    std::unique_ptr<inspection::PipelineDatabase> database;
+
+    std::unique_ptr<inspection::PipelineDatabase>
+    open(inspection::Project::Access access = inspection::Project::Access::Exclusive) const {
+        return valueOf(inspection::PipelineDatabase::open(project.description(), access));
+    }
+    mysqlhelper::KV_MySQL& sql() { return *database->GetMySQL(); }
+    inspection::ComputationRequest request() const {
+        inspection::ComputationRequest request;
+        request.project = project.description();
+        request.threads = 2;
+        return request;
+    }
+};

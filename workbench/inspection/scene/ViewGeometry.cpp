@@ -1,0 +1,37 @@
+#include "workbench/inspection/scene/ViewGeometry.h"
+
+#include <osg/Viewport>
+
+#include <algorithm>
+
+namespace inspection {
+
+namespace {
+constexpr double kLeastDistanceMetres = 0.5;
+} // namespace
+
+ViewGeometry::ViewGeometry(const osg::Camera& camera)
+    : m_view(camera.getViewMatrix()), m_projection(camera.getProjectionMatrix()),
+      m_heightPixels(camera.getViewport() != nullptr ? camera.getViewport()->height() : 0.0) {}
+
+std::optional<ScreenScale> ViewGeometry::scaleOf(const osg::BoundingSphere& bound) const {
+    const osg::Vec3d centre = osg::Vec3d(bound.center()) * m_view;
+    osg::Polytope sides;
+    sides.setToUnitFrustum(false, false); // near and far follow the scene only while it is culled
+    sides.transformProvidingInverse(m_projection);
+    if (!sides.contains(osg::BoundingSphere(osg::Vec3(centre), bound.radius()))) {
+        return std::nullopt;
+    }
+    const auto scaleAt = [this](double metres) {
+        return m_heightPixels / 2.0 * m_projection(1, 1) / std::max(kLeastDistanceMetres, metres);
+    };
+    const double distance = centre.length();
+    return ScreenScale{scaleAt(distance - double{bound.radius()}), scaleAt(distance)};
+}
+
+bool ViewGeometry::operator==(const ViewGeometry& other) const {
+    return m_view == other.m_view && m_projection == other.m_projection &&
+           m_heightPixels == other.m_heightPixels;
+}
+
+} // namespace inspection

@@ -1,0 +1,159 @@
+#include "workbench/inspection/session/Session.h"
+
+#include "host/style/myMessageBox.h"
+#include "workbench/inspection/session/StationWork.h"
+#include "workbench/inspectiondata/database/Inspector.h"
+#include "workbench/inspectiondata/project/CurrentProject.h"
+#include "workbench/inspectiondata/project/ServerAddress.h"
+
+#include <QScopedValueRollback>
+
+#include <iostream>
+#include <utility>
+
+namespace inspection {
+
+Session::Session(QWidget* mainWindow)
+    : m_mainWindow(mainWindow), m_work(std::make_unique<StationWork>(*this)) {
+    connect(&m_history, &ProjectHistory::refused, this, &Session::warn);
+    m_history.setConflictQuestion([this](const QString& question) { return ask(question); });
+}
+
+Session::~Session() {
+    m_jobs.shutDown();
+    m_watch.reset();
+    CurrentProject::clear();
+}
+
+Status Session::open(const QString& folder) {
+    close();
+    if (Status failure = open(folder, Project::Access::Exclusive)) {
+        if (open(folder, Project::Access::ReadOnly)) {
+            return failure; // it says more than the second one
+        }
+        m_readOnlyReason = tr("%1。工程已以只读方式打开，不能修改").arg(failure->userMessage);
+    }
+    watchOthers();
+    emit opened();
+    emit parametersChanged();
+    return std::nullopt;
+}
+
+Status Session::open(const QString& folder, Project::Access access) {
+    auto project = Project::open(folder, access);
+    if (const auto* failure = std::get_if<Failure>(&project)) {
+        return *failure;
+    }
+    auto database = PipelineDatabase::open(std::get<Project>(project).description(), access);
+    if (const auto* failure = std::get_if<Failure>(&database)) {
+        return *failure;
+    }
+    m_project.emplace(std::get<Project>(std::move(project)));
+    m_database = std::get<std::unique_ptr<PipelineDatabase>>(std::move(database));
+    CurrentProject::set(&m_project->description(), m_database.get());
+    if (Status failure = readHistory()) {
+        forget();
+        return failure;
+    }
+    return std::nullopt;
+}
+
+Status Session::readHistory() {
+    const bool isWritable = m_project->access() == Project::Access::Exclusive;
+    try {
+        m_history.setDatabase(connection(), isWritable ? inspectorOf(m_project->description()) : QString());
+        return std::nullopt;
+    } catch (const mysqlhelper::KV_MySQL_Exception& exception) {
+        const QString cause = QString::fromUtf8(exception.what());
+        return Failure{cause, tr("无法读取项目数据库：%1").arg(cause), false};
+    }
+}
+
+void Session::watchOthers() {
+    const bool isShared = isServerAddress(m_project->description().databaseUrl());
+    if (!isShared && m_readOnlyReason.isEmpty()) {
+        return; // the folder is locked
+    }
+    m_watch = std::make_unique<RevisionWatch>(m_project->description());
+    connect(m_watch.get(), &RevisionWatch::looked, this, &Session::takeStepsOfOthers);
+    connect(m_watch.get(), &RevisionWatch::connectionLost, this, [this](const QString& cause) {
+        std::cout << cause.toStdString() << std::endl;
+        emit connectionChanged(tr("与数据库的连接已断开，正在重试"));
+    });
+    connect(m_watch.get(), &RevisionWatch::connectionBack, this,
+            [this] { emit connectionChanged(tr("与数据库的连接已恢复")); });
+    m_watch->start();
+}
+
+void Session::takeStepsOfOthers(qint64 newestRevision) {
+    // What a box tells or asks about must not change while it stands.
+    if (m_isBoxOpen || !m_database) {
+        return;
+    }
+    try {
+        m_history.takeStepsOfOthers(newestRevision);
+    } catch (const mysqlhelper::KV_MySQL_Exception& exception) {
+        std::cout << exception.what() << std::endl;
+    }
+}
+
+void Session::close() {
+    if (!m_project) {
+        return;
+    }
+    m_jobs.shutDown();
+    m_watch.reset();
+    emit closing();
+    forget();
+    m_readOnlyReason.clear();
+}
+
+void Session::forget() {
+    m_history.setDatabase(nullptr, QString());
+    CurrentProject::clear();
+    m_database.reset();
+    m_project.reset();
+}
+
+mysqlhelper::KV_MySQL* Session::connection() const {
+    return m_database ? m_database->GetMySQL() : nullptr;
+}
+
+ProjectParameters Session::parameters() const {
+    return m_project ? m_project->description().parameters : ProjectParameters();
+}
+
+Status Session::setParameters(const ProjectParameters& parameters) {
+    if (!m_project) {
+        return Failure{QStringLiteral("no project is open"), tr("没有打开的工程"), false};
+    }
+    if (parameters == m_project->description().parameters) {
+        return std::nullopt;
+    }
+    if (Status failure = m_project->setParameters(parameters)) {
+        return failure;
+    }
+    emit parametersChanged();
+    return std::nullopt;
+}
+
+void Session::warn(const QString& text) const {
+    const QScopedValueRollback<bool> open(m_isBoxOpen, true);
+    myMessageBox::showMyMessageBox(m_mainWindow, tr("提示"), text, myMessageBox::Warning, myMessageBox::Ok,
+                                   true);
+}
+
+void Session::inform(const QString& text) const {
+    const QScopedValueRollback<bool> open(m_isBoxOpen, true);
+    myMessageBox::showMyMessageBox(m_mainWindow, tr("提示"), text, myMessageBox::Success, myMessageBox::Ok,
+                                   true);
+}
+
+bool Session::ask(const QString& question) const {
+    constexpr int kConfirmed = 0;
+    const QScopedValueRollback<bool> open(m_isBoxOpen, true);
+    return myMessageBox::showMyMessageBox(m_mainWindow, tr("提示"), question, myMessageBox::Question,
+                                          myMessageBox::YesNo, true) == kConfirmed;
+}
+
+} // namespace inspection

@@ -1,0 +1,98 @@
+#pragma once
+
+#include "workbench/inspection/session/JobRunner.h"
+#include "workbench/inspection/session/RevisionWatch.h"
+#include "workbench/inspectiondata/database/PipelineDatabase.h"
+#include "workbench/inspectiondata/history/ProjectHistory.h"
+#include "workbench/inspectiondata/project/Project.h"
+
+#include <QImage>
+#include <QObject>
+#include <QPointer>
+#include <QString>
+#include <QWidget>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace inspection {
+
+class StationWork;
+
+/// What the inspection windows share: the open project with its database, the long work that is going on, and
+/// the way to the user. GUI thread.
+class Session : public QObject {
+    Q_OBJECT
+
+public:
+    explicit Session(QWidget* mainWindow);
+    ~Session() override;
+
+    /// Replaces the open project. One that cannot be written, or that another program has open, is opened for
+    /// reading. On failure there is none afterwards, and the answer says why.
+    Status open(const QString& folder);
+    /// Running work is cancelled first.
+    void close();
+
+    /// Null while no project is open.
+    const Project* project() const { return m_project ? &*m_project : nullptr; }
+    PipelineDatabase* database() const { return m_database.get(); }
+    /// Null while no project is open.
+    mysqlhelper::KV_MySQL* connection() const;
+    /// Why the open project cannot be changed, one Chinese line; empty when it can.
+    const QString& readOnlyReason() const { return m_readOnlyReason; }
+    /// The project's parameters, or the defaults while no project is open.
+    ProjectParameters parameters() const;
+    /// Stores them in the project and announces them.
+    Status setParameters(const ProjectParameters& parameters);
+
+    JobRunner& jobs() { return m_jobs; }
+    /// Work on whole stations, done by the jobs.
+    StationWork& work() { return *m_work; }
+    /// The edits of the open project.
+    ProjectHistory& history() { return m_history; }
+    QWidget* mainWindow() const { return m_mainWindow; }
+
+    /// Where outputs go without asking; empty means that the user is asked.
+    void setOutputFolder(const QString& folder) { m_outputFolder = folder; }
+    const QString& outputFolder() const { return m_outputFolder; }
+    /// Gives what the globe shows, for the report.
+    void setMapPictureSource(std::function<QImage()> source) { m_mapPicture = std::move(source); }
+    QImage mapPicture() const { return m_mapPicture ? m_mapPicture() : QImage(); }
+
+    /// One message box titled "提示"; waits for the user.
+    void warn(const QString& text) const;
+    void inform(const QString& text) const;
+    /// The same with yes and no; true for yes.
+    bool ask(const QString& question) const;
+
+signals:
+    void opened();
+    /// The project is about to go; its database still answers.
+    void closing();
+    void parametersChanged();
+    /// The database does not answer, or does again; one Chinese line.
+    void connectionChanged(const QString& message);
+
+private:
+    Status open(const QString& folder, Project::Access access);
+    Status readHistory();
+    void forget();
+    void watchOthers();
+    void takeStepsOfOthers(qint64 newestRevision);
+
+    QPointer<QWidget> m_mainWindow;
+    std::optional<Project> m_project;
+    std::unique_ptr<PipelineDatabase> m_database;
+    std::unique_ptr<RevisionWatch> m_watch; ///< none where nobody else can change the data
+    QString m_readOnlyReason;
+    mutable bool m_isBoxOpen = false;
+    QString m_outputFolder;
+    std::function<QImage()> m_mapPicture;
+    ProjectHistory m_history;
+    JobRunner m_jobs;
+    std::unique_ptr<StationWork> m_work;
+};
+
+} // namespace inspection

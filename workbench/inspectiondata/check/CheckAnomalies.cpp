@@ -1,0 +1,74 @@
+#include "workbench/inspectiondata/check/CheckAnomalies.h"
+
+#include "workbench/inspectiondata/check/RowCheck.h"
+#include "workbench/inspectiondata/database/Outline.h"
+#include "workbench/inspectiondata/database/Revision.h"
+#include "workbench/inspectiondata/database/Schema.h"
+#include "workbench/inspectiondata/database/StationTable.h"
+#include "workbench/inspectiondata/database/TableCopy.h"
+
+#include <set>
+
+namespace inspection {
+
+using mysqlhelper::KV_MySQL;
+using mysqlhelper::KV_Record;
+
+namespace {
+
+/// What the rows of the table are compared with.
+struct Others {
+    std::int64_t newestRevision = 0;
+    std::set<std::int64_t> stations;
+    std::set<std::string> names; ///< of the anomalies before
+};
+
+bool isArea(const std::string& outlineWkt) {
+    constexpr std::size_t kFewestVertices = 3;
+    return outlineVertices(outlineWkt).size() >= kFewestVertices;
+}
+
+void checkFigures(RowCheck& row) {
+    row.expectNotNegative({"area_m2", "fill_m3", "cut_m3"});
+    row.expectFinite({"dz_mean_m", "dz_min_m", "dz_max_m"});
+    row.expectOrder("dz_min_m", "dz_max_m");
+    row.expectBetween("dz_min_m", "dz_mean_m", "dz_max_m");
+}
+
+void checkPlace(RowCheck& row) {
+    row.expectFinite({"x", "y", "x_min", "y_min", "x_max", "y_max"});
+    row.expectBetween("x_min", "x", "x_max");
+    row.expectBetween("y_min", "y", "y_max");
+    row.expectPlace();
+    row.expect(isArea(row.text("outline_wkt")), QStringLiteral("outline_wkt 不是多边形"));
+}
+
+void checkAnomaly(Others& others, RowCheck row) {
+    const std::string kind = row.text("kind");
+    row.expect(kind == "fill" || kind == "cut", QStringLiteral("kind 既不是 fill 也不是 cut"));
+    row.expect(others.stations.count(row.whole("station_id")) != 0,
+               QStringLiteral("没有站段 %1").arg(row.whole("station_id")));
+    row.expectText("name");
+    row.expect(others.names.insert(row.text("name")).second, QStringLiteral("名称重复"));
+    row.expectVersion(others.newestRevision);
+    checkPlace(row);
+    checkFigures(row);
+}
+
+} // namespace
+
+Findings checkAnomalies(KV_MySQL& database) {
+    Findings findings;
+    Others others;
+    others.newestRevision = readRevision(database);
+    for (const KV_Station& station : readStations(database)) {
+        others.stations.insert(station.m_id);
+    }
+    visitRows(database, {kAnomalyTable, "id"}, [&](const KV_Record& row) {
+        checkAnomaly(others, RowCheck(kAnomalyTable, row, findings));
+        return true;
+    });
+    return findings;
+}
+
+} // namespace inspection

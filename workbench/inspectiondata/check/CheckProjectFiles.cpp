@@ -1,0 +1,90 @@
+#include "workbench/inspectiondata/check/CheckProjectFiles.h"
+
+#include "detect/GdalErrors.h"
+#include "host/Gbk.h"
+#include "workbench/inspectiondata/check/RowCheck.h"
+#include "workbench/inspectiondata/database/TableCopy.h"
+
+#include <QDate>
+#include <QDir>
+#include <QFileInfo>
+
+#include <gdal_priv.h>
+
+#include <optional>
+
+namespace inspection {
+
+using mysqlhelper::KV_MySQL;
+using mysqlhelper::KV_Record;
+
+namespace {
+
+/// Why the raster cannot be used; nothing when it can.
+std::optional<QString> rasterProblem(const QString& file) {
+    if (!QFileInfo::exists(file)) {
+        return QStringLiteral("文件不存在");
+    }
+    const detect::GdalErrors errors;
+    const GDALDatasetUniquePtr raster(GDALDataset::Open(file.toUtf8().constData(), GDAL_OF_RASTER));
+    if (!raster || raster->GetRasterCount() < 1) {
+        return QStringLiteral("无法作为栅格打开 %1").arg(QString::fromStdString(errors.first()));
+    }
+    return std::nullopt;
+}
+
+void checkRaster(const QString& file, Findings& findings) {
+    if (const auto problem = rasterProblem(file)) {
+        findings.push_back({file, QString(), *problem});
+    }
+}
+
+void checkDates(const ProjectDescription& project, Findings& findings) {
+    QDate latest;
+    for (const Epoch& epoch : project.epochs) {
+        if (epoch.date.isEmpty()) {
+            continue;
+        }
+        const QDate date = QDate::fromString(epoch.date, Qt::ISODate);
+        if (!date.isValid()) {
+            findings.push_back({"project.json", epoch.date, QStringLiteral("不是日期")});
+        } else if (latest.isValid() && date < latest) {
+            findings.push_back({"project.json", epoch.date, QStringLiteral("各期没有按日期排列")});
+        } else {
+            latest = date;
+        }
+    }
+}
+
+} // namespace
+
+Findings checkEpochs(const ProjectDescription& project) {
+    GDALAllRegister();
+    Findings findings;
+    checkDates(project, findings);
+    for (const Epoch& epoch : project.epochs) {
+        checkRaster(epoch.dsm, findings);
+        if (!epoch.dom.isEmpty()) {
+            checkRaster(epoch.dom, findings);
+        }
+    }
+    return findings;
+}
+
+Findings checkResultRasters(const ProjectDescription& project, KV_MySQL& database) {
+    Findings findings;
+    visitRows(database, {"station_result", "station_id"}, [&](const KV_Record& row) {
+        RowCheck check("station_result", row, findings, "station_id");
+        const QString path = fromGbk(check.text("dz_raster"));
+        if (path.isEmpty()) {
+            return true;
+        }
+        check.expect(QDir::isRelativePath(path), QStringLiteral("dz_raster 不在工程文件夹内"));
+        const auto problem = rasterProblem(QDir(project.folder).absoluteFilePath(path));
+        check.expect(!problem, QStringLiteral("dz_raster %1 %2").arg(path, problem.value_or(QString())));
+        return true;
+    });
+    return findings;
+}
+
+} // namespace inspection

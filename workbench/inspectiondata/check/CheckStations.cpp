@@ -1,0 +1,84 @@
+#include "workbench/inspectiondata/check/CheckStations.h"
+
+#include "host/Gbk.h"
+#include "host/inspection/Records.h"
+#include "workbench/inspectiondata/check/RowCheck.h"
+#include "workbench/inspectiondata/database/Schema.h"
+#include "workbench/inspectiondata/database/TableCopy.h"
+#include "workbench/inspectiondata/project/Georeference.h"
+
+#include <QStringList>
+
+#include <set>
+
+namespace inspection {
+
+using mysqlhelper::KV_MySQL;
+using mysqlhelper::KV_Record;
+
+namespace {
+
+constexpr auto kStations = "station";
+constexpr auto kResults = "station_result";
+constexpr auto kNodes = "pipe_node";
+
+bool isProjectsReference(const ProjectDescription& project, const QString& definition) {
+    const auto ours = referenceOf(project.crs);
+    const auto its = referenceOf(definition);
+    return definition == project.crs || (ours && its && sameReference(*ours, *its));
+}
+
+void checkStation(const ProjectDescription& project, RowCheck row) {
+    row.expect(row.whole("id") > 0, QStringLiteral("编号不是正数"));
+    row.expectText("name");
+    row.expectFinite({"x_min", "y_min", "x_max", "y_max", "start_m", "end_m"});
+    row.expect(row.number("x_min") < row.number("x_max") && row.number("y_min") < row.number("y_max"),
+               QStringLiteral("范围为空"));
+    row.expectOrder("start_m", "end_m");
+    row.expect(isProjectsReference(project, fromGbk(row.text("srs"))),
+               QStringLiteral("srs 不是工程的坐标系 %1").arg(project.crs));
+}
+
+void checkResult(const std::set<std::int64_t>& stations, RowCheck row) {
+    row.expect(stations.count(row.whole("station_id")) != 0, QStringLiteral("没有这个站段"));
+    row.expectTime("computed_at");
+    row.expectFinite({"dx_m", "dy_m", "dz_m"});
+    row.expectNotNegative({"threshold_m", "min_area_m2", "nmad_before_m", "nmad_after_m", "cells"});
+    const QStringList methods{coregistrationName(detect::CoregistrationMethod::None),
+                              coregistrationName(detect::CoregistrationMethod::Bias),
+                              coregistrationName(detect::CoregistrationMethod::Full)};
+    const QString method = fromGbk(row.text("coregistration"));
+    row.expect(methods.contains(method), QStringLiteral("未知的配准方式“%1”").arg(method));
+}
+
+void checkNode(RowCheck row) {
+    row.expectPlace();
+    row.expectFinite({"height_m"});
+}
+
+} // namespace
+
+Findings checkStations(const ProjectDescription& project, KV_MySQL& database) {
+    Findings findings;
+    std::set<std::int64_t> stations;
+    visitRows(database, {kStations, "id"}, [&](const KV_Record& row) {
+        const RowCheck check(kStations, row, findings);
+        stations.insert(check.whole("id"));
+        checkStation(project, check);
+        return true;
+    });
+    if (stations.empty()) {
+        findings.push_back({kStations, QString(), QStringLiteral("没有站段")});
+    }
+    visitRows(database, {kResults, "station_id"}, [&](const KV_Record& row) {
+        checkResult(stations, RowCheck(kResults, row, findings, "station_id"));
+        return true;
+    });
+    visitRows(database, {kNodes, "id"}, [&](const KV_Record& row) {
+        checkNode(RowCheck(kNodes, row, findings));
+        return true;
+    });
+    return findings;
+}
+
+} // namespace inspection

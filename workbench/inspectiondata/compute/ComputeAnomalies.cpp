@@ -1,0 +1,195 @@
+#include "workbench/inspectiondata/compute/ComputeAnomalies.h"
+
+#include "host/Gbk.h"
+#include "workbench/inspectiondata/compute/ResultStore.h"
+#include "workbench/inspectiondata/compute/StationDetection.h"
+#include "workbench/inspectiondata/database/StationTable.h"
+
+#include <QElapsedTimer>
+#include <QFileInfo>
+
+#include <gdal_priv.h>
+
+#include <algorithm>
+
+namespace inspection {
+
+using mysqlhelper::KV_MySQL;
+using mysqlhelper::KV_MySQL_Exception;
+
+namespace {
+
+// Share of the co-registration in the whole progress.
+constexpr double kCoregistrationShare = 0.15;
+
+/// The parts of one computation, so that each step stays short.
+class Computation {
+public:
+    Computation(const ComputationRequest& request, const ComputationProgress& progress)
+        : m_request(request), m_progress(progress), m_store(request.project) {}
+
+    Result<ComputationSummary> run();
+
+private:
+    Status checkRasters() const;
+    Status chooseStations(KV_MySQL& database);
+    Status coregister();
+    Status detectAll();
+    Status detectStation(const StationDetection& detection, const KV_Station& station, double from,
+                         double share);
+    detect::Progress part(double from, double share, const QString& what) const;
+    ComputationSummary summary() const;
+
+    const ComputationRequest& m_request;
+    const ComputationProgress& m_progress;
+    ResultStore m_store;
+    std::vector<KV_Station> m_all;
+    std::vector<KV_Station> m_chosen;
+    detect::Coregistration m_coregistration;
+    std::vector<StationChanges> m_changes;
+    double m_coregistrationSeconds = 0.0;
+};
+
+detect::Progress Computation::part(double from, double share, const QString& what) const {
+    return [this, from, share, what](double fraction) {
+        return !m_progress || m_progress(from + share * fraction, what);
+    };
+}
+
+Status Computation::checkRasters() const {
+    for (const QString& file : {m_request.project.oldEpoch().dsm, m_request.project.newEpoch().dsm}) {
+        if (!QFileInfo::exists(file)) {
+            return fileFailure(file, "no such file", "文件不存在");
+        }
+    }
+    return std::nullopt;
+}
+
+Status Computation::chooseStations(KV_MySQL& database) {
+    m_all = readStations(database);
+    if (m_request.stationIds.empty()) {
+        m_chosen = m_all;
+    }
+    for (const std::uint32_t id : m_request.stationIds) {
+        const auto same = [id](const KV_Station& station) { return station.m_id == id; };
+        if (std::any_of(m_chosen.begin(), m_chosen.end(), same)) {
+            continue;
+        }
+        const auto found = std::find_if(m_all.begin(), m_all.end(), same);
+        if (found == m_all.end()) {
+            return fileFailure(m_request.project.folder, QStringLiteral("has no station %1").arg(id),
+                               QStringLiteral("没有编号为 %1 的站点").arg(id));
+        }
+        m_chosen.push_back(*found);
+    }
+    return std::nullopt;
+}
+
+Status Computation::coregister() {
+    const QString what = QStringLiteral("两期数据配准");
+    const detect::Progress progress = part(0.0, kCoregistrationShare, what);
+    if (!progress(0.0)) {
+        return cancelledFailure();
+    }
+    detect::Request request;
+    request.oldRaster = m_request.project.oldEpoch().dsm.toStdString();
+    request.newRaster = m_request.project.newEpoch().dsm.toStdString();
+    request.parameters = m_request.project.parameters.detection();
+    request.parameters.threads = m_request.threads;
+    QElapsedTimer timer;
+    timer.start();
+    const auto estimate = detect::estimateCoregistration(request, progress);
+    m_coregistrationSeconds = double(timer.elapsed()) / 1000.0;
+    if (const auto* failure = std::get_if<detect::Failure>(&estimate)) {
+        const QString message = QString::fromStdString(failure->message);
+        return Failure{message, QStringLiteral("配准失败：") + message, failure->cancelled};
+    }
+    m_coregistration = std::get<detect::Coregistration>(estimate);
+    return std::nullopt;
+}
+
+Status Computation::detectStation(const StationDetection& detection, const KV_Station& station, double from,
+                                  double share) {
+    const auto raster = m_store.newRaster(station.m_id);
+    if (const auto* failure = std::get_if<Failure>(&raster)) {
+        return *failure;
+    }
+    const QString what = QStringLiteral("计算站点 %1").arg(fromGbk(station.m_name));
+    auto found = detection.find(station, m_coregistration, m_request.threads, std::get<QString>(raster),
+                                part(from, share, what));
+    if (const auto* failure = std::get_if<Failure>(&found)) {
+        return *failure;
+    }
+    m_changes.push_back(std::move(std::get<StationChanges>(found)));
+    return std::nullopt;
+}
+
+Status Computation::detectAll() {
+    const auto prepared = StationDetection::prepare(m_request.project, m_all);
+    if (const auto* failure = std::get_if<Failure>(&prepared)) {
+        return *failure;
+    }
+    const double share = (1.0 - kCoregistrationShare) / double(std::max<std::size_t>(1, m_chosen.size()));
+    for (std::size_t i = 0; i < m_chosen.size(); ++i) {
+        const double from = kCoregistrationShare + share * double(i);
+        if (auto failure = detectStation(std::get<StationDetection>(prepared), m_chosen[i], from, share)) {
+            return failure;
+        }
+    }
+    return std::nullopt;
+}
+
+ComputationSummary Computation::summary() const {
+    ComputationSummary summary;
+    summary.coregistration = m_coregistration;
+    summary.detectionSeconds = m_coregistrationSeconds;
+    for (const StationChanges& changes : m_changes) {
+        summary.stationIds.push_back(changes.stationId);
+        summary.anomalies += static_cast<int>(changes.anomalies.size());
+        summary.cells += changes.cells;
+        summary.detectionSeconds += changes.seconds;
+    }
+    return summary;
+}
+
+Result<ComputationSummary> Computation::run() {
+    if (auto failure = checkRasters()) {
+        return *failure;
+    }
+    try {
+        KV_MySQL database(m_request.project.databaseUrl().toStdString());
+        if (auto failure = chooseStations(database)) {
+            return *failure;
+        }
+        if (auto failure = coregister()) {
+            return *failure;
+        }
+        if (auto failure = detectAll()) {
+            return *failure;
+        }
+        if (m_progress && !m_progress(1.0, QStringLiteral("保存结果"))) {
+            return cancelledFailure();
+        }
+        m_store.store(database, m_changes, m_coregistration);
+    } catch (const KV_MySQL_Exception& exception) {
+        const QString cause = QString::fromUtf8(exception.what());
+        return Failure{cause, QStringLiteral("数据库操作失败：") + cause};
+    }
+    return summary();
+}
+
+} // namespace
+
+Result<ComputationSummary> computeAnomalies(const ComputationRequest& request,
+                                            const ComputationProgress& progress) {
+    GDALAllRegister();
+    QElapsedTimer timer;
+    timer.start();
+    auto result = Computation(request, progress).run();
+    if (auto* summary = std::get_if<ComputationSummary>(&result)) {
+        summary->seconds = double(timer.elapsed()) / 1000.0;
+    }
+    return result;
+}
+
+} // namespace inspection

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "host/Export.h"
+#include "workbench/inspectiondata/project/Failure.h"
+#include "workbench/inspectiondata/project/ProjectDescription.h"
+
+#include <QString>
+
+#include <cstdint>
+#include <functional>
+#include <vector>
+
+namespace inspection {
+
+/// What is computed.
+struct ComputationRequest {
+    ProjectDescription project;
+    std::vector<std::uint32_t> stationIds; ///< empty means all
+    int threads = 0;                       ///< of the engine; 0 means one for each processor
+};
+
+/// What came out of it.
+struct ComputationSummary {
+    std::vector<std::uint32_t> stationIds;
+    int anomalies = 0;
+    std::int64_t cells = 0;
+    double detectionSeconds = 0.0; ///< within the engine, co-registration included
+    double seconds = 0.0;
+    detect::Coregistration coregistration;
+};
+
+/// Called with 0..1 and what is being done (Chinese); false stops the work.
+using ComputationProgress = std::function<bool(double fraction, const QString& what)>;
+
+/// Detects the changes of the stations between the project's two epochs and stores them. Runs in the calling
+/// thread.
+///
+/// The pair is co-registered once. Each station is searched with a margin around its bounds; an anomaly
+/// belongs to the first station whose bounds (lower edges included, upper edges not) contain its centroid.
+/// All results of the stations are replaced in one transaction when every station has succeeded; on failure
+/// or cancel the earlier results, rasters included, are as they were.
+INSPECTIONDATA_API Result<ComputationSummary> computeAnomalies(const ComputationRequest& request,
+                                                               const ComputationProgress& progress = {});
+
+} // namespace inspection

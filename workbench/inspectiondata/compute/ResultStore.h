@@ -1,0 +1,46 @@
+#pragma once
+
+#include "host/inspection/KV_MySQL.h"
+#include "workbench/inspectiondata/compute/StationDetection.h"
+#include "workbench/inspectiondata/project/Failure.h"
+#include "workbench/inspectiondata/project/ProjectDescription.h"
+
+#include <QString>
+#include <QStringList>
+
+#include <vector>
+
+namespace inspection {
+
+/// The way of new results into a project: rasters are written under names of their own beside the earlier
+/// ones, and become valid with the rows that name them. Unless store() succeeds, the destructor removes the
+/// new rasters.
+class ResultStore {
+public:
+    explicit ResultStore(const ProjectDescription& project);
+    ~ResultStore();
+    ResultStore(const ResultStore&) = delete;
+    ResultStore& operator=(const ResultStore&) = delete;
+
+    /// Where the station's new raster goes; its folder is made. Fails when it cannot be.
+    Result<QString> newRaster(std::uint32_t stationId);
+
+    /// Replaces anomalies and result of each station, all in one transaction, then removes the rasters that
+    /// they replace. A verdict on an anomaly that was found again at the same place is kept. Throws
+    /// KV_MySQL_Exception when the database refuses; nothing is replaced then.
+    void store(mysqlhelper::KV_MySQL& database, std::vector<StationChanges>& changes,
+               const detect::Coregistration& coregistration);
+
+private:
+    void storeStation(mysqlhelper::KV_MySQL& database, StationChanges& changes,
+                      const detect::Coregistration& coregistration) const;
+    void removeReplacedRasters(const StationChanges& changes) const;
+
+    const ProjectDescription& m_project;
+    QString m_stamp; ///< of this computation, part of file names
+    QString m_computedAt;
+    QStringList m_newRasters;
+    bool m_stored = false;
+};
+
+} // namespace inspection

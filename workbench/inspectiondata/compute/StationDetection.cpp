@@ -1,0 +1,223 @@
+#include "workbench/inspectiondata/compute/StationDetection.h"
+
+#include "detect/GdalErrors.h"
+#include "host/Gbk.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <gdal_priv.h>
+#include <gdal_utils.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+
+namespace inspection {
+
+namespace {
+
+// An anomaly over the edge of a station is found whole as long as it reaches no further than this.
+constexpr double kMarginMetres = 100.0;
+constexpr double kMarginCells = 64.0;
+
+bool transformPoint(const Transformation& transformation, double& x, double& y) {
+    return !transformation || transformation->Transform(1, &x, &y) != 0;
+}
+
+bool transformRing(const Transformation& transformation, detect::Ring& ring) {
+    return std::all_of(ring.begin(), ring.end(), [&](detect::Point& point) {
+        return transformPoint(transformation, point.x, point.y);
+    });
+}
+
+// A tenth of a millimetre is enough for metres.
+std::string ringText(const detect::Ring& ring) {
+    std::string text = "(";
+    std::array<char, 64> vertex{};
+    for (std::size_t i = 0; i <= ring.size(); ++i) {
+        const detect::Point& point = ring[i % ring.size()];
+        std::snprintf(vertex.data(), vertex.size(), i == 0 ? "%.4f %.4f" : ",%.4f %.4f", point.x, point.y);
+        text += vertex.data();
+    }
+    return text + ')';
+}
+
+void fillBounds(const detect::Ring& outline, SdiffData& record) {
+    record.xMin = record.xMax = outline.front().x;
+    record.yMin = record.yMax = outline.front().y;
+    for (const detect::Point& point : outline) {
+        record.xMin = std::min(record.xMin, point.x);
+        record.yMin = std::min(record.yMin, point.y);
+        record.xMax = std::max(record.xMax, point.x);
+        record.yMax = std::max(record.yMax, point.y);
+    }
+}
+
+std::string anomalyName(std::uint32_t stationId, std::size_t number) {
+    std::array<char, 32> name{};
+    std::snprintf(name.data(), name.size(), "S%u-%04zu", stationId, number);
+    return name.data();
+}
+
+/// Brings the raster to another reference system, tiled and compressed. `target` is absent on failure.
+Status warpRaster(const QString& source, const QString& target, const OGRSpatialReference& reference) {
+    const detect::GdalErrors errors;
+    const QByteArray definition = definitionOf(reference).toUtf8();
+    const std::vector<const char*> arguments{
+        "-t_srs", definition.constData(), "-r",  "bilinear",         "-of",  "GTiff", "-co", "TILED=YES",
+        "-co",    "COMPRESS=DEFLATE",     "-co", "BIGTIFF=IF_SAFER", nullptr};
+    GDALWarpAppOptions* options = GDALWarpAppOptionsNew(const_cast<char**>(arguments.data()), nullptr);
+    GDALDatasetH input = GDALOpen(source.toUtf8().constData(), GA_ReadOnly);
+    GDALDatasetH output = input == nullptr
+                              ? nullptr
+                              : GDALWarp(target.toUtf8().constData(), nullptr, 1, &input, options, nullptr);
+    GDALWarpAppOptionsFree(options);
+    const bool made = output != nullptr;
+    GDALClose(output);
+    GDALClose(input);
+    if (!made || errors.any()) {
+        QFile::remove(target);
+        return fileFailure(target, "cannot be written: " + QString::fromStdString(errors.first()),
+                           "无法写入");
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+Result<StationDetection> StationDetection::prepare(const ProjectDescription& project,
+                                                   std::vector<KV_Station> stations) {
+    const QString& file = project.oldEpoch().dsm;
+    const detect::GdalErrors errors;
+    const GDALDatasetUniquePtr raster(GDALDataset::Open(file.toUtf8().constData(), GDAL_OF_RASTER));
+    if (!raster) {
+        return fileFailure(file, "not a readable raster: " + QString::fromStdString(errors.first()),
+                           "无法读取栅格");
+    }
+    std::array<double, 6> transform{};
+    if (raster->GetSpatialRef() == nullptr || raster->GetGeoTransform(transform.data()) != CE_None) {
+        return fileFailure(file, "has no reference system", "没有坐标系");
+    }
+    StationDetection detection;
+    detection.m_project = project;
+    detection.m_stations = std::move(stations);
+    detection.m_rasterReference = *raster->GetSpatialRef();
+    detection.m_rasterReference.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
+    detection.m_stationReference = referenceOf(project.crs).value_or(OGRSpatialReference());
+    detection.m_cellX = std::hypot(transform[1], transform[4]);
+    detection.m_cellY = std::hypot(transform[2], transform[5]);
+    const bool same = sameReference(detection.m_rasterReference, detection.m_stationReference);
+    if (!same) {
+        detection.m_toStation =
+            transformationBetween(detection.m_rasterReference, detection.m_stationReference);
+    }
+    detection.m_toGeographic = transformationBetween(detection.m_rasterReference, wgs84());
+    if ((!same && !detection.m_toStation) || !detection.m_toGeographic) {
+        return fileFailure(file, "its reference system does not go with " + project.crs,
+                           "坐标系无法转换到工程坐标系");
+    }
+    return detection;
+}
+
+std::optional<detect::Box> StationDetection::searchWindow(const KV_Station& station) const {
+    const detect::Box wide{station.m_xMin - kMarginMetres, station.m_yMin - kMarginMetres,
+                           station.m_xMax + kMarginMetres, station.m_yMax + kMarginMetres};
+    auto box = transformedBox(wide, m_stationReference, m_rasterReference);
+    if (box) {
+        const double dx = kMarginCells * m_cellX;
+        const double dy = kMarginCells * m_cellY;
+        *box = {box->xMin - dx, box->yMin - dy, box->xMax + dx, box->yMax + dy};
+    }
+    return box;
+}
+
+bool StationDetection::owns(const KV_Station& station, const detect::Point& centroid) const {
+    const auto contains = [&](const KV_Station& s) {
+        return centroid.x >= s.m_xMin && centroid.x < s.m_xMax && centroid.y >= s.m_yMin &&
+               centroid.y < s.m_yMax;
+    };
+    const auto first = std::find_if(m_stations.begin(), m_stations.end(), contains);
+    return first != m_stations.end() && first->m_id == station.m_id;
+}
+
+bool StationDetection::translate(const detect::Anomaly& anomaly, SdiffData& record) const {
+    record.x = anomaly.centroid.x;
+    record.y = anomaly.centroid.y;
+    record.lonDegrees = anomaly.centroid.x;
+    record.latDegrees = anomaly.centroid.y;
+    detect::Ring outline = anomaly.outline;
+    if (outline.empty() || !transformPoint(m_toStation, record.x, record.y) ||
+        !transformPoint(m_toGeographic, record.lonDegrees, record.latDegrees) ||
+        !transformRing(m_toStation, outline)) {
+        return false;
+    }
+    fillBounds(outline, record);
+    record.outlineWkt = "POLYGON (" + ringText(outline);
+    for (detect::Ring hole : anomaly.holes) {
+        if (!transformRing(m_toStation, hole)) {
+            return false;
+        }
+        record.outlineWkt += ',' + ringText(hole);
+    }
+    record.outlineWkt += ')';
+    record.suggested = utf8ToGbk(anomaly.suggested);
+    record.isFill = anomaly.kind == detect::Kind::Fill;
+    record.areaSquareMetres = anomaly.areaSquareMetres;
+    record.fillCubicMetres = anomaly.fillCubicMetres;
+    record.cutCubicMetres = anomaly.cutCubicMetres;
+    record.dzMeanMetres = anomaly.dzMeanMetres;
+    record.dzMinMetres = anomaly.dzMinMetres;
+    record.dzMaxMetres = anomaly.dzMaxMetres;
+    return true;
+}
+
+Result<StationChanges> StationDetection::find(const KV_Station& station,
+                                              const detect::Coregistration& coregistration, int threads,
+                                              const QString& dzRaster,
+                                              const detect::Progress& progress) const {
+    detect::Request request;
+    request.oldRaster = m_project.oldEpoch().dsm.toStdString();
+    request.newRaster = m_project.newEpoch().dsm.toStdString();
+    request.parameters = m_project.parameters.detection();
+    request.parameters.threads = threads;
+    request.window = searchWindow(station);
+    request.coregistration = coregistration;
+    const QString unwarped = dzRaster + QStringLiteral(".unwarped.tif");
+    request.dzRaster = (m_toStation ? unwarped : dzRaster).toStdString();
+
+    StationChanges changes;
+    changes.stationId = station.m_id;
+    const auto outcome = detect::detectChanges(request, progress);
+    if (const auto* failure = std::get_if<detect::Failure>(&outcome)) {
+        if (failure->nothingInWindow) {
+            return changes;
+        }
+        const QString message = QString::fromStdString(failure->message);
+        const QString name = fromGbk(station.m_name);
+        return Failure{QStringLiteral("station %1: %2").arg(name, message),
+                       QStringLiteral("站点“%1”计算失败：%2").arg(name, message), failure->cancelled};
+    }
+    if (m_toStation) {
+        auto failure = warpRaster(unwarped, dzRaster, m_stationReference);
+        QFile::remove(unwarped);
+        if (failure) {
+            return *failure;
+        }
+    }
+    const auto& result = std::get<detect::Result>(outcome);
+    changes.dzRaster = dzRaster;
+    changes.cells = result.cells;
+    changes.seconds = result.seconds;
+    for (const detect::Anomaly& anomaly : result.anomalies) {
+        SdiffData record;
+        if (translate(anomaly, record) && owns(station, {record.x, record.y})) {
+            record.name = anomalyName(station.m_id, changes.anomalies.size() + 1);
+            changes.anomalies.push_back(record);
+        }
+    }
+    return changes;
+}
+
+} // namespace inspection

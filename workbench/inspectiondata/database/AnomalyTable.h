@@ -1,0 +1,37 @@
+#pragma once
+
+#include "host/Export.h"
+#include "host/inspection/KV_MySQL.h"
+#include "host/inspection/Station.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <vector>
+
+/// Rows of table "anomaly". Every function throws KV_MySQL_Exception when the database refuses; what is said
+/// to happen in one transaction has then not happened at all. Texts of SdiffData are GBK.
+namespace inspection {
+
+/// The anomalies of a station by name.
+INSPECTIONDATA_API std::vector<SdiffData> readAnomalies(mysqlhelper::KV_MySQL& database,
+                                                        std::uint32_t stationId);
+
+/// How many anomalies each station has; none for those that have none.
+INSPECTIONDATA_API std::map<std::uint32_t, std::size_t> countAnomalies(mysqlhelper::KV_MySQL& database);
+
+/// One row for each anomaly, in no transaction of its own. An id of 0 lets the database choose one; any other
+/// is kept, so that a deleted anomaly can come back as it was. The chosen ids are written into `anomalies`.
+INSPECTIONDATA_API void insertAnomalies(mysqlhelper::KV_MySQL& database, std::uint32_t stationId,
+                                        std::vector<SdiffData>& anomalies);
+
+/// Stores the attribute of each anomaly under its id, in one transaction. Throws as well when one of them is
+/// not stored any more.
+INSPECTIONDATA_API void storeAttributes(mysqlhelper::KV_MySQL& database,
+                                        const std::vector<SdiffData>& anomalies);
+
+/// Deletes the anomalies by id, in one transaction. One that is gone already is no error.
+INSPECTIONDATA_API void deleteAnomalies(mysqlhelper::KV_MySQL& database,
+                                        const std::vector<SdiffData>& anomalies);
+
+} // namespace inspection

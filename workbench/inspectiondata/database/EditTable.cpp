@@ -1,0 +1,166 @@
+#include "workbench/inspectiondata/database/EditTable.h"
+
+#include "host/Gbk.h"
+#include "workbench/inspectiondata/database/Fields.h"
+#include "workbench/inspectiondata/database/Revision.h"
+
+#include <QDateTime>
+#include <QObject>
+
+#include <algorithm>
+
+namespace inspection {
+
+using mysqlhelper::KV_MySQL;
+using mysqlhelper::KV_MySQL_Exception;
+using mysqlhelper::KV_Record;
+
+namespace {
+
+constexpr char kTable[] = "edit_history";
+
+std::string now(qint64 secondsAgo = 0) {
+    return QDateTime::currentDateTimeUtc().addSecs(-secondsAgo).toString(Qt::ISODate).toStdString();
+}
+
+QString textField(const KV_Record& row, const char* name) {
+    std::string text;
+    takeField(row, name, text);
+    return fromGbk(text);
+}
+
+bool flagField(const KV_Record& row, const char* name) {
+    std::int64_t flag = 0;
+    takeField(row, name, flag);
+    return flag != 0;
+}
+
+RowChanges changesField(const KV_Record& row) {
+    std::string text;
+    takeField(row, "changes", text);
+    auto changes = toRowChanges(gbkToUtf8(text));
+    if (!changes) {
+        throw KV_MySQL_Exception("an edit's rows in " + std::string(kTable) + " are damaged");
+    }
+    return *std::move(changes);
+}
+
+EditStep stepOf(const KV_Record& row) {
+    EditStep step;
+    takeField(row, "revision", step.revision);
+    step.inspector = textField(row, "inspector");
+    step.description = textField(row, "description");
+    const RowChanges changes = changesField(row);
+    step.isReplacement = changes.empty();
+    step.changes = changes;
+    if (flagField(row, "is_undone")) {
+        step.changes = reversed(changes);
+        step.description = QObject::tr("撤销：%1").arg(step.description);
+    }
+    return step;
+}
+
+KV_Record editRow(const QString& inspector, const std::string& subject, const QString& description,
+                  const RowChanges& changes, std::int64_t revision) {
+    return {{"made_at", now()},
+            {"subject", subject},
+            {"description", toGbk(description)},
+            {"is_undone", std::int64_t{0}},
+            {"changes", toGbk(QString::fromStdString(toText(changes)))},
+            {"revision", revision},
+            {"inspector", toGbk(inspector)}};
+}
+
+/// Condition and value for what others than that inspector did.
+std::string byOthers(const QString& inspector) {
+    return inspector.isNull() ? "?=''" : "inspector<>?";
+}
+
+bool touches(const EditStep& step, const std::string& table, std::int64_t id) {
+    return std::any_of(step.changes.begin(), step.changes.end(),
+                       [&](const RowChange& change) { return change.table == table && change.id == id; });
+}
+
+} // namespace
+
+std::vector<StoredEdit> readEdits(KV_MySQL& database, const QString& inspector) {
+    std::vector<StoredEdit> edits;
+    for (const KV_Record& row : database.queryRecord("select id, description, is_undone from edit_history "
+                                                     "where inspector=? and is_dropped=0 order by id",
+                                                     {toGbk(inspector)})) {
+        StoredEdit edit;
+        takeField(row, "id", edit.id);
+        edit.description = textField(row, "description");
+        edit.isUndone = flagField(row, "is_undone");
+        edits.push_back(std::move(edit));
+    }
+    return edits;
+}
+
+RowChanges readChanges(KV_MySQL& database, std::int64_t editId) {
+    const auto row = readRow(database, kTable, editId);
+    if (!row) {
+        throw KV_MySQL_Exception("edit " + std::to_string(editId) + " is not stored");
+    }
+    return changesField(*row);
+}
+
+std::int64_t insertEdit(KV_MySQL& database, const QString& inspector, const QString& description,
+                        const RowChanges& changes, std::int64_t revision) {
+    return database.insertRecord(kTable,
+                                 editRow(inspector, changes.front().table, description, changes, revision));
+}
+
+void dropEdit(KV_MySQL& database, std::int64_t editId) {
+    database.updateRecord(kTable, {{"is_dropped", std::int64_t{1}}}, "where id=?", {editId});
+}
+
+void markEdit(KV_MySQL& database, std::int64_t editId, bool isUndone, std::int64_t revision) {
+    database.updateRecord(kTable, {{"is_undone", std::int64_t{isUndone ? 1 : 0}}, {"revision", revision}},
+                          "where id=?", {editId});
+}
+
+void noteReplacement(KV_MySQL& database, const QString& inspector, const std::string& table,
+                     const QString& description) {
+    KV_Record row = editRow(inspector, table, description, {}, raiseRevision(database));
+    row["is_dropped"] = std::int64_t{1};
+    database.insertRecord(kTable, row);
+}
+
+void handOverEdits(KV_MySQL& database, const QString& from, const QString& to) {
+    database.updateRecord(kTable, {{"inspector", toGbk(to)}}, "where inspector=?", {toGbk(from)});
+}
+
+void forgetEdits(KV_MySQL& database, const std::string& table) {
+    database.deleteRecord(kTable, "where subject=? and is_dropped=0", {table});
+}
+
+void trimEdits(KV_MySQL& database) {
+    constexpr qint64 kDay = qint64{24} * 60 * 60;
+    database.deleteRecord(kTable, "where is_dropped=1 and made_at<?", {now(kDay)});
+}
+
+std::vector<EditStep> readSteps(KV_MySQL& database, std::int64_t afterRevision, const QString& inspector) {
+    std::vector<EditStep> steps;
+    for (const KV_Record& row : database.queryRecord("select * from edit_history where revision>? and " +
+                                                         byOthers(inspector) + " order by revision",
+                                                     {afterRevision, toGbk(inspector)})) {
+        steps.push_back(stepOf(row));
+    }
+    return steps;
+}
+
+std::optional<EditStep> lastStepOn(KV_MySQL& database, const std::string& table, std::int64_t id,
+                                   const QString& inspector) {
+    for (const KV_Record& row : database.queryRecord(
+             "select * from edit_history where " + byOthers(inspector) + " order by revision desc limit 100",
+             {toGbk(inspector)})) {
+        EditStep step = stepOf(row);
+        if (touches(step, table, id)) {
+            return step;
+        }
+    }
+    return std::nullopt;
+}
+
+} // namespace inspection

@@ -1,0 +1,80 @@
+#include "workbench/inspectiondata/database/Outline.h"
+
+#include <ogr_geometry.h>
+
+#include <array>
+#include <cstdio>
+#include <memory>
+
+namespace inspection {
+
+namespace {
+
+using Ring = std::vector<osg::Vec3d>;
+
+std::unique_ptr<OGRGeometry> parse(const std::string& wkt) {
+    OGRGeometry* geometry = nullptr;
+    OGRGeometryFactory::createFromWkt(wkt.c_str(), nullptr, &geometry);
+    return std::unique_ptr<OGRGeometry>(geometry);
+}
+
+std::string vertexText(const osg::Vec3d& vertex) {
+    std::array<char, 96> text{};
+    std::snprintf(text.data(), text.size(), "%.17g %.17g %.17g", vertex.x(), vertex.y(), vertex.z());
+    return text.data();
+}
+
+Ring openRing(const OGRLinearRing& closed) {
+    Ring ring;
+    for (int i = 0; i + 1 < closed.getNumPoints(); ++i) {
+        ring.emplace_back(closed.getX(i), closed.getY(i), closed.getZ(i));
+    }
+    return ring;
+}
+
+void appendRings(const OGRGeometry& geometry, std::vector<Ring>& rings) {
+    const OGRwkbGeometryType type = wkbFlatten(geometry.getGeometryType());
+    if (type == wkbPolygon) {
+        for (const OGRLinearRing* ring : *geometry.toPolygon()) {
+            rings.push_back(openRing(*ring));
+        }
+    } else if (type == wkbMultiPolygon) {
+        for (const OGRPolygon* polygon : *geometry.toMultiPolygon()) {
+            appendRings(*polygon, rings);
+        }
+    }
+}
+
+} // namespace
+
+std::string outlineWkt(const Ring& vertices) {
+    if (vertices.empty()) {
+        return "POLYGON Z EMPTY";
+    }
+    std::string text = "POLYGON Z ((";
+    for (const osg::Vec3d& vertex : vertices) {
+        text += vertexText(vertex) + ',';
+    }
+    return text + vertexText(vertices.front()) + "))";
+}
+
+Ring outlineVertices(const std::string& wkt) {
+    const auto rings = outlineRings(wkt);
+    return rings.empty() ? Ring() : rings.front();
+}
+
+std::vector<Ring> outlineRings(const std::string& wkt) {
+    std::vector<Ring> rings;
+    if (const auto geometry = parse(wkt)) {
+        appendRings(*geometry, rings);
+    }
+    return rings;
+}
+
+bool outlineContains(const std::string& wkt, double x, double y) {
+    const auto geometry = parse(wkt);
+    const OGRPoint point(x, y);
+    return geometry && geometry->Intersects(&point);
+}
+
+} // namespace inspection

@@ -1,0 +1,179 @@
+#include "workbench/inspectiondata/database/RowChange.h"
+
+#include "host/Gbk.h"
+#include "workbench/inspectiondata/database/Revision.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <algorithm>
+
+namespace inspection {
+
+using mysqlhelper::KV_Blob;
+using mysqlhelper::KV_MySQL;
+using mysqlhelper::KV_MySQL_Exception;
+using mysqlhelper::KV_Record;
+using mysqlhelper::KV_Value;
+
+namespace {
+
+constexpr char kBlobKey[] = "base64";
+
+QJsonValue toJson(const KV_Value& value) {
+    struct Visitor {
+        QJsonValue operator()(std::monostate) const { return QJsonValue::Null; }
+        QJsonValue operator()(std::int64_t number) const { return static_cast<qint64>(number); }
+        QJsonValue operator()(double number) const { return number; }
+        QJsonValue operator()(const std::string& gbk) const { return fromGbk(gbk); }
+        QJsonValue operator()(const KV_Blob& blob) const {
+            const QByteArray bytes(reinterpret_cast<const char*>(blob.data()),
+                                   static_cast<qsizetype>(blob.size()));
+            return QJsonObject{{kBlobKey, QString::fromLatin1(bytes.toBase64())}};
+        }
+    };
+    return std::visit(Visitor(), value);
+}
+
+KV_Value toValue(const QJsonValue& json) {
+    if (json.isString()) {
+        return toGbk(json.toString());
+    }
+    if (json.isObject()) {
+        const QByteArray bytes = QByteArray::fromBase64(json.toObject()[kBlobKey].toString().toLatin1());
+        return KV_Blob(bytes.begin(), bytes.end());
+    }
+    if (json.isDouble()) {
+        // Whole numbers come back whole; a column of real numbers makes them real again.
+        const qint64 whole = json.toInteger();
+        if (static_cast<double>(whole) == json.toDouble()) {
+            return std::int64_t{whole};
+        }
+        return json.toDouble();
+    }
+    return std::monostate();
+}
+
+QJsonValue toJson(const std::optional<KV_Record>& row) {
+    if (!row) {
+        return QJsonValue::Null;
+    }
+    QJsonObject fields;
+    for (const auto& [name, value] : *row) {
+        fields[QString::fromStdString(name)] = toJson(value);
+    }
+    return fields;
+}
+
+std::optional<KV_Record> toRow(const QJsonValue& json) {
+    if (!json.isObject()) {
+        return std::nullopt;
+    }
+    KV_Record row;
+    const QJsonObject fields = json.toObject();
+    for (auto field = fields.begin(); field != fields.end(); ++field) {
+        row[field.key().toStdString()] = toValue(field.value());
+    }
+    return row;
+}
+
+bool isSame(const KV_Value& a, const KV_Value& b) {
+    const auto* whole = std::get_if<std::int64_t>(&a);
+    const auto* real = std::get_if<double>(&b);
+    if (whole != nullptr && real != nullptr) {
+        return static_cast<double>(*whole) == *real;
+    }
+    return a == b ||
+           (std::holds_alternative<double>(a) && std::holds_alternative<std::int64_t>(b) && isSame(b, a));
+}
+
+bool isSame(const std::optional<KV_Record>& a, const std::optional<KV_Record>& b) {
+    return a.has_value() == b.has_value() && (!a || inspection::isSame(*a, *b));
+}
+
+RowChange applyChange(KV_MySQL& database, const RowChange& change, std::int64_t revision) {
+    RowChange made{change.table, change.id, readRow(database, change.table, change.id), change.after};
+    if (!isSame(made.before, change.before)) {
+        throw KV_MySQL_Exception("row " + std::to_string(change.id) + " of " + change.table +
+                                 " has been changed by somebody else");
+    }
+    if (!made.after) {
+        database.deleteRecord(change.table, "where id=?", {change.id});
+        return made;
+    }
+    (*made.after)[kVersionColumn] = revision;
+    if (!made.before) {
+        database.insertRecord(change.table, *made.after);
+    } else {
+        database.updateRecord(change.table, *made.after, "where id=?", {change.id});
+    }
+    return made;
+}
+
+} // namespace
+
+std::optional<KV_Record> readRow(KV_MySQL& database, const std::string& table, std::int64_t id) {
+    auto rows = database.queryRecord("select * from " + table + " where id=?", {id});
+    return rows.empty() ? std::nullopt : std::optional(std::move(rows.front()));
+}
+
+// Columns that only one of them has do not count: a newer program may have added them.
+bool isSame(const KV_Record& fields, const KV_Record& row) {
+    return std::all_of(fields.begin(), fields.end(), [&row](const auto& field) {
+        const auto other = row.find(field.first);
+        return field.first == kVersionColumn || other == row.end() || isSame(field.second, other->second);
+    });
+}
+
+RowChanges applyChanges(KV_MySQL& database, const RowChanges& changes, std::int64_t revision) {
+    RowChanges made;
+    made.reserve(changes.size());
+    for (const RowChange& change : changes) {
+        made.push_back(applyChange(database, change, revision));
+    }
+    return made;
+}
+
+RowChanges reversed(const RowChanges& changes) {
+    RowChanges back(changes.rbegin(), changes.rend());
+    for (RowChange& change : back) {
+        std::swap(change.before, change.after);
+    }
+    return back;
+}
+
+std::string toText(const RowChanges& changes) {
+    QJsonArray array;
+    for (const RowChange& change : changes) {
+        array.append(QJsonObject{{"table", QString::fromStdString(change.table)},
+                                 {"id", static_cast<qint64>(change.id)},
+                                 {"before", toJson(change.before)},
+                                 {"after", toJson(change.after)}});
+    }
+    return QJsonDocument(array).toJson(QJsonDocument::Compact).toStdString();
+}
+
+std::optional<RowChanges> toRowChanges(const std::string& text) {
+    const QJsonDocument document = QJsonDocument::fromJson(QByteArray::fromStdString(text));
+    if (!document.isArray()) {
+        return std::nullopt;
+    }
+    RowChanges changes;
+    const QJsonArray array = document.array();
+    for (const auto json : array) {
+        const QJsonObject object = json.toObject();
+        RowChange change;
+        change.table = object["table"].toString().toStdString();
+        change.id = object["id"].toInteger();
+        change.before = toRow(object["before"]);
+        change.after = toRow(object["after"]);
+        if (change.table.empty() || (!change.before && !change.after)) {
+            return std::nullopt;
+        }
+        changes.push_back(std::move(change));
+    }
+    return changes;
+}
+
+} // namespace inspection

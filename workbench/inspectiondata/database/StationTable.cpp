@@ -1,0 +1,112 @@
+#include "workbench/inspectiondata/database/StationTable.h"
+
+#include "host/Gbk.h"
+#include "workbench/inspectiondata/database/Driver.h"
+#include "workbench/inspectiondata/database/Fields.h"
+#include "workbench/inspectiondata/database/Schema.h"
+
+namespace inspection {
+
+using mysqlhelper::KV_MySQL;
+using mysqlhelper::KV_Record;
+
+namespace {
+
+template<typename Record>
+std::vector<Record> readNodes(KV_MySQL& database, KV_ObjectType type) {
+    std::vector<Record> records;
+    for (const KV_Record& row : database.queryRecord("select * from " + tableName(type) + " order by id")) {
+        Record record;
+        record.m_type = type;
+        record.init_from_sqldata(row);
+        records.push_back(record);
+    }
+    return records;
+}
+
+void takeText(const KV_Record& row, const char* name, QString& target) {
+    std::string gbk;
+    takeField(row, name, gbk);
+    target = fromGbk(gbk);
+}
+
+} // namespace
+
+std::vector<KV_Station> readStations(KV_MySQL& database) {
+    std::vector<KV_Station> stations;
+    for (const KV_Record& row :
+         database.queryRecord("select * from " + tableName(KV_STATION) + " order by id")) {
+        KV_Station station;
+        station.m_tableKind = KV_STATION;
+        station.init_from_sqldata(row);
+        stations.push_back(station);
+    }
+    return stations;
+}
+
+KV_Record stationRecord(const KV_Station& station) {
+    return {{"name", station.m_name},           {"srs", station.m_srs},        {"x_min", station.m_xMin},
+            {"y_min", station.m_yMin},          {"x_max", station.m_xMax},     {"y_max", station.m_yMax},
+            {"start_m", station.m_startMetres}, {"end_m", station.m_endMetres}};
+}
+
+std::optional<StationResult> readStationResult(KV_MySQL& database, std::uint32_t stationId) {
+    const mysqlhelper::KV_Rows& rows = database.driver().queryKept(
+        QStringLiteral("select * from station_result where station_id=?"), {std::int64_t{stationId}});
+    if (rows.empty()) {
+        return std::nullopt;
+    }
+    const KV_Record& row = rows.front();
+    StationResult result;
+    result.stationId = stationId;
+    takeText(row, "computed_at", result.computedAt);
+    takeText(row, "old_date", result.oldDate);
+    takeText(row, "new_date", result.newDate);
+    takeText(row, "dz_raster", result.dzRaster);
+    takeText(row, "coregistration", result.coregistration);
+    takeField(row, "threshold_m", result.thresholdMetres);
+    takeField(row, "min_area_m2", result.minAreaSquareMetres);
+    takeField(row, "dx_m", result.dxMetres);
+    takeField(row, "dy_m", result.dyMetres);
+    takeField(row, "dz_m", result.dzMetres);
+    takeField(row, "nmad_before_m", result.nmadBeforeMetres);
+    takeField(row, "nmad_after_m", result.nmadAfterMetres);
+    takeField(row, "cells", result.cells);
+    return result;
+}
+
+void storeStationResult(KV_MySQL& database, const StationResult& result) {
+    database.deleteRecord("station_result", "where station_id=?", {std::int64_t{result.stationId}});
+    database.insertRecord("station_result", {{"station_id", std::int64_t{result.stationId}},
+                                             {"computed_at", toGbk(result.computedAt)},
+                                             {"old_date", toGbk(result.oldDate)},
+                                             {"new_date", toGbk(result.newDate)},
+                                             {"dz_raster", toGbk(result.dzRaster)},
+                                             {"threshold_m", result.thresholdMetres},
+                                             {"min_area_m2", result.minAreaSquareMetres},
+                                             {"coregistration", toGbk(result.coregistration)},
+                                             {"dx_m", result.dxMetres},
+                                             {"dy_m", result.dyMetres},
+                                             {"dz_m", result.dzMetres},
+                                             {"nmad_before_m", result.nmadBeforeMetres},
+                                             {"nmad_after_m", result.nmadAfterMetres},
+                                             {"cells", result.cells}});
+}
+
+std::vector<KV_BasicNode> readPipeNodes(KV_MySQL& database) {
+    return readNodes<KV_BasicNode>(database, KV_PIPE_NODE);
+}
+
+std::vector<Special_Point> readSpecialPoints(KV_MySQL& database) {
+    return readNodes<Special_Point>(database, KV_SPECIAL_POINT);
+}
+
+std::vector<Special_Area> readSpecialAreas(KV_MySQL& database) {
+    return readNodes<Special_Area>(database, KV_SPECIAL_AREA);
+}
+
+std::vector<Special_Polygon> readHighConsequenceAreas(KV_MySQL& database) {
+    return readNodes<Special_Polygon>(database, KV_HIGH_CONSEQUENCE_AREA);
+}
+
+} // namespace inspection

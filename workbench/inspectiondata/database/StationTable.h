@@ -1,0 +1,52 @@
+#pragma once
+
+#include "host/Export.h"
+#include "host/inspection/KV_MySQL.h"
+#include "host/inspection/Records.h"
+#include "host/inspection/Station.h"
+
+#include <QString>
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+/// Rows of the station table and of the tables of special objects. Every function throws KV_MySQL_Exception
+/// when the database refuses.
+namespace inspection {
+
+/// All stations by id.
+INSPECTIONDATA_API std::vector<KV_Station> readStations(mysqlhelper::KV_MySQL& database);
+/// The field map of a station, without its id.
+INSPECTIONDATA_API mysqlhelper::KV_Record stationRecord(const KV_Station& station);
+
+/// What the last computation of a station left, beside its anomalies. Lengths in metres.
+struct StationResult {
+    std::uint32_t stationId = 0;
+    QString computedAt; ///< ISO date and time, UTC
+    QString oldDate;    ///< epochs that were compared
+    QString newDate;
+    QString dzRaster; ///< path within the project folder, empty when the epochs have no common cell here
+    double thresholdMetres = 0.0;
+    double minAreaSquareMetres = 0.0;
+    QString coregistration; ///< "none", "bias", "full"
+    double dxMetres = 0.0;  ///< added to the new epoch
+    double dyMetres = 0.0;
+    double dzMetres = 0.0;
+    double nmadBeforeMetres = 0.0;
+    double nmadAfterMetres = 0.0;
+    std::int64_t cells = 0; ///< cells compared
+};
+
+/// Empty when the station was never computed. A computed station without anomalies has a result.
+INSPECTIONDATA_API std::optional<StationResult> readStationResult(mysqlhelper::KV_MySQL& database,
+                                                                  std::uint32_t stationId);
+/// Replaces the station's result. No transaction of its own.
+INSPECTIONDATA_API void storeStationResult(mysqlhelper::KV_MySQL& database, const StationResult& result);
+
+INSPECTIONDATA_API std::vector<KV_BasicNode> readPipeNodes(mysqlhelper::KV_MySQL& database);
+INSPECTIONDATA_API std::vector<Special_Point> readSpecialPoints(mysqlhelper::KV_MySQL& database);
+INSPECTIONDATA_API std::vector<Special_Area> readSpecialAreas(mysqlhelper::KV_MySQL& database);
+INSPECTIONDATA_API std::vector<Special_Polygon> readHighConsequenceAreas(mysqlhelper::KV_MySQL& database);
+
+} // namespace inspection

@@ -1,0 +1,271 @@
+#include "workbench/inspectiondata/history/ProjectHistory.h"
+
+#include "host/Gbk.h"
+#include "workbench/inspectiondata/database/Revision.h"
+#include "workbench/inspectiondata/history/ConflictText.h"
+
+#include <algorithm>
+#include <iostream>
+#include <set>
+
+namespace inspection {
+
+using mysqlhelper::KV_MySQL;
+using mysqlhelper::KV_MySQL_Exception;
+
+namespace {
+
+/// One change for each row, from before the first step to what is stored now: it may also have been edited
+/// here meanwhile.
+RowChanges changesUntilNow(KV_MySQL& database, const std::vector<EditStep>& steps) {
+    RowChanges changes;
+    std::set<std::pair<std::string, std::int64_t>> rows;
+    for (const EditStep& step : steps) {
+        for (const RowChange& change : step.changes) {
+            if (!rows.insert({change.table, change.id}).second) {
+                continue;
+            }
+            auto after = readRow(database, change.table, change.id);
+            if (change.before || after) {
+                changes.push_back({change.table, change.id, change.before, std::move(after)});
+            }
+        }
+    }
+    return changes;
+}
+
+/// While the user was asked, somebody may have changed the rows again.
+bool areSettled(const std::vector<EditConflict>& conflicts, const std::vector<EditConflict>& settled) {
+    return std::all_of(conflicts.begin(), conflicts.end(), [&](const EditConflict& conflict) {
+        return std::any_of(settled.begin(), settled.end(), [&](const EditConflict& known) {
+            return known.table == conflict.table && known.id == conflict.id &&
+                   known.version == conflict.version && known.isGone == conflict.isGone;
+        });
+    });
+}
+
+} // namespace
+
+/// An edit as the tools see it. The history owns it.
+class ProjectHistory::Edit : public EditCommand {
+public:
+    Edit(ProjectHistory& history, StoredEdit stored) : m_history(history), m_stored(std::move(stored)) {}
+
+    void Undo(bool refresh) override { m_history.step(*this, true, refresh); }
+    void Redo(bool refresh) override { m_history.step(*this, false, refresh); }
+    void GetText(std::string& text) override { text = toGbk(m_stored.description); }
+
+    const StoredEdit& stored() const { return m_stored; }
+
+private:
+    ProjectHistory& m_history;
+    const StoredEdit m_stored; ///< on which side it is now, the history knows
+};
+
+ProjectHistory::ProjectHistory(QObject* parent) : QObject(parent) {}
+ProjectHistory::~ProjectHistory() = default;
+
+void ProjectHistory::setDatabase(KV_MySQL* database, const QString& inspector) {
+    m_edits.clear();
+    m_undoable = 0;
+    m_ownVersions.clear();
+    m_database = database;
+    m_inspector = inspector;
+    if (m_database != nullptr) {
+        m_seenRevision = readRevision(*m_database);
+        readOwn();
+    }
+    announce();
+}
+
+void ProjectHistory::readOwn() {
+    if (m_inspector.isNull()) {
+        return;
+    }
+    for (StoredEdit& edit : readEdits(*m_database, m_inspector)) {
+        m_undoable += edit.isUndone ? 0 : 1;
+        m_edits.push_back(std::make_unique<Edit>(*this, std::move(edit)));
+    }
+}
+
+void ProjectHistory::announce() {
+    constexpr std::size_t kMostInMenu = 100;
+    m_isRestarting = true;
+    emit undoable(QString());
+    m_isRestarting = false;
+    emit undoable(QString());
+    emit redoable(QString());
+    for (std::size_t index = m_undoable - std::min(m_undoable, kMostInMenu); index < m_undoable; ++index) {
+        emit undoable(m_edits[index]->stored().description);
+    }
+}
+
+Status ProjectHistory::perform(const QString& description, const Work& work) {
+    if (m_database == nullptr || m_inspector.isNull()) {
+        return Failure{"no database to write to",
+                       m_database == nullptr ? tr("没有可用的项目数据库")
+                                             : tr("工程以只读方式打开，未作任何更改"),
+                       false};
+    }
+    try {
+        std::vector<EditConflict> conflicts;
+        for (;;) {
+            conflicts = tryToStore(description, work, conflicts);
+            if (conflicts.empty()) {
+                return std::nullopt;
+            }
+            if (Status failure = askAbout(conflicts)) {
+                return failure;
+            }
+        }
+    } catch (const KV_MySQL_Exception& exception) {
+        std::cout << exception.what() << std::endl;
+        const QString cause = QString::fromUtf8(exception.what());
+        return Failure{cause, tr("数据库拒绝了修改，未作任何更改：%1").arg(cause), false};
+    }
+}
+
+std::vector<EditConflict> ProjectHistory::tryToStore(const QString& description, const Work& work,
+                                                     const std::vector<EditConflict>& settled) {
+    EditTransaction edit(*m_database, m_ownVersions);
+    work(edit);
+    if (!areSettled(edit.conflicts(), settled)) {
+        return edit.conflicts();
+    }
+    if (edit.changes().empty()) {
+        return {};
+    }
+    for (std::size_t undone = m_undoable; undone < m_edits.size(); ++undone) {
+        dropEdit(*m_database, m_edits[undone]->stored().id);
+    }
+    const std::int64_t id =
+        insertEdit(*m_database, m_inspector, description, edit.changes(), edit.revision());
+    edit.commit();
+    noteOwn(edit.changes(), edit.revision());
+    for (const EditConflict& conflict : edit.conflicts()) {
+        m_ownVersions.settled(conflict.table, conflict.id);
+    }
+    m_edits.resize(m_undoable);
+    m_edits.push_back(std::make_unique<Edit>(*this, StoredEdit{id, description, false}));
+    ++m_undoable;
+    emit stored(edit.changes());
+    emit undoable(description);
+    emit redoable(QString());
+    return {};
+}
+
+Status ProjectHistory::askAbout(const std::vector<EditConflict>& conflicts) {
+    const auto gone = std::find_if(conflicts.begin(), conflicts.end(),
+                                   [](const EditConflict& conflict) { return conflict.isGone; });
+    const EditConflict& first = gone != conflicts.end() ? *gone : conflicts.front();
+    const auto step = lastStepOn(*m_database, first.table, first.id, m_inspector);
+    if (gone != conflicts.end()) {
+        return Failure{"a row is not stored any more", goneText(first, step), false};
+    }
+    if (m_mayReplace && m_mayReplace(conflictQuestion(conflicts, step))) {
+        return std::nullopt;
+    }
+    return cancelledFailure();
+}
+
+void ProjectHistory::noteOwn(const RowChanges& changes, std::int64_t revision) {
+    for (const RowChange& change : changes) {
+        if (change.after) {
+            m_ownVersions.wrote(change.table, change.id, change.before ? versionOf(*change.before) : 0,
+                                revision);
+        }
+    }
+    // Nobody else did anything in between; otherwise takeStepsOfOthers() will come past it.
+    if (revision == m_seenRevision + 1) {
+        m_seenRevision = revision;
+    }
+}
+
+void ProjectHistory::takeStepsOfOthers(std::int64_t newestRevision) {
+    if (m_database == nullptr || newestRevision <= m_seenRevision) {
+        return;
+    }
+    const std::vector<EditStep> steps = readSteps(*m_database, m_seenRevision, m_inspector);
+    const RowChanges changes = changesUntilNow(*m_database, steps);
+    const bool isReplaced =
+        std::any_of(steps.begin(), steps.end(), [](const EditStep& step) { return step.isReplacement; });
+    m_seenRevision = newestRevision;
+    if (isReplaced) {
+        reload(); // edits of rows that are no longer
+        emit replacedByOthers();
+    } else if (!changes.empty()) {
+        emit changedByOthers(changes);
+    }
+}
+
+EditCommand* ProjectHistory::TakeUndo() {
+    return CanUndo() ? m_edits[--m_undoable].get() : nullptr;
+}
+
+EditCommand* ProjectHistory::TakeRedo() {
+    return CanRedo() ? m_edits[m_undoable++].get() : nullptr;
+}
+
+void ProjectHistory::UndoSteps(int count) {
+    const std::size_t steps = std::min(m_undoable, static_cast<std::size_t>(std::max(count, 0)));
+    RowChanges changes;
+    try {
+        KV_MySQL::Transaction transaction(*m_database);
+        const std::int64_t revision = raiseRevision(*m_database);
+        for (std::size_t step = 0; step < steps; ++step) {
+            const RowChanges taken = carryOut(m_edits[m_undoable - 1 - step]->stored(), true, revision);
+            changes.insert(changes.end(), taken.begin(), taken.end());
+        }
+        transaction.commit();
+        noteOwn(changes, revision);
+    } catch (const KV_MySQL_Exception& exception) {
+        std::cout << exception.what() << std::endl;
+        refuse(tr("无法撤销，未作任何更改：%1").arg(QString::fromUtf8(exception.what())));
+        return;
+    }
+    m_undoable -= steps;
+    if (!changes.empty()) {
+        emit stored(changes);
+        emit rowsChanged(changes);
+    }
+}
+
+RowChanges ProjectHistory::carryOut(const StoredEdit& edit, bool isUndo, std::int64_t revision) {
+    const RowChanges made = readChanges(*m_database, edit.id);
+    markEdit(*m_database, edit.id, isUndo, revision);
+    return applyChanges(*m_database, isUndo ? reversed(made) : made, revision);
+}
+
+void ProjectHistory::step(Edit& edit, bool isUndo, bool refresh) {
+    RowChanges changes;
+    try {
+        KV_MySQL::Transaction transaction(*m_database);
+        const std::int64_t revision = raiseRevision(*m_database);
+        changes = carryOut(edit.stored(), isUndo, revision);
+        transaction.commit();
+        noteOwn(changes, revision);
+    } catch (const KV_MySQL_Exception& exception) {
+        std::cout << exception.what() << std::endl;
+        m_undoable = isUndo ? m_undoable + 1 : m_undoable - 1;
+        refuse((isUndo ? tr("无法撤销，未作任何更改：%1") : tr("无法重做，未作任何更改：%1"))
+                   .arg(QString::fromUtf8(exception.what())));
+        return;
+    }
+    emit stored(changes);
+    if (refresh) {
+        emit rowsChanged(changes);
+    }
+}
+
+// Whoever asked moves the edit on his own list, whatever came of it: afterwards he gets the list anew.
+void ProjectHistory::refuse(const QString& message) {
+    QMetaObject::invokeMethod(
+        this,
+        [this, message] {
+            announce();
+            emit refused(message);
+        },
+        Qt::QueuedConnection);
+}
+
+} // namespace inspection

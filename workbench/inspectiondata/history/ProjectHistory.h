@@ -1,0 +1,101 @@
+#pragma once
+
+#include "host/inspection/EditHistory.h"
+#include "workbench/inspectiondata/database/EditTable.h"
+#include "workbench/inspectiondata/history/EditTransaction.h"
+#include "workbench/inspectiondata/project/Failure.h"
+
+#include <QObject>
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+namespace inspection {
+
+/// The edits of the open project, stored with it: they can be undone after a restart, too. An edit and its
+/// entry are one transaction, and so are an undo and its mark. Each inspector undoes his own edits. GUI
+/// thread.
+class INSPECTIONDATA_API ProjectHistory : public QObject, public EditHistory {
+    Q_OBJECT
+
+public:
+    using Work = std::function<void(EditTransaction& edit)>;
+    using Question = std::function<bool(const QString& text)>;
+
+    explicit ProjectHistory(QObject* parent = nullptr);
+    ~ProjectHistory() override;
+
+    /// From then on that inspector's edits of that database; of none when it is null. A null inspector only
+    /// looks on: there is nothing to undo and nothing can be performed. The database must outlive its use
+    /// here. Throws KV_MySQL_Exception when the edits cannot be read.
+    void setDatabase(mysqlhelper::KV_MySQL* database, const QString& inspector);
+    /// Asks whether an edit is to replace what somebody else did to the same rows meanwhile. Without it, it
+    /// does not.
+    void setConflictQuestion(Question question) { m_mayReplace = std::move(question); }
+
+    /// Makes an edit of everything that `work` changes, which drops what could be redone. Work that changes
+    /// nothing is no edit. On failure nothing is changed and nothing recorded. `work` is called once more
+    /// after the user has decided to replace what others did.
+    Status perform(const QString& description, const Work& work);
+
+    /// Announces what others did since the last time; `newestRevision` is the project's now. Throws
+    /// KV_MySQL_Exception.
+    void takeStepsOfOthers(std::int64_t newestRevision);
+
+    bool CanUndo() override { return m_undoable != 0 && !m_isRestarting; }
+    bool CanRedo() override { return m_undoable != m_edits.size(); }
+    EditCommand* TakeUndo() override;
+    EditCommand* TakeRedo() override;
+    void UndoSteps(int count) override;
+
+    /// Announces the newest undoable edits anew, oldest first: for tools that were not there when they were
+    /// made.
+    void announce();
+    /// Reads the edits again, after something else than this history has changed them.
+    void reload() { setDatabase(m_database, m_inspector); }
+
+signals:
+    /// The user's edit, undo or redo has changed rows. Whoever asked for it may show them already.
+    void stored(const RowChanges& changes);
+    /// Description of an undoable edit that is new to the tools; empty when only CanUndo is another now.
+    /// Before it announces all anew, it says so with nothing to undo.
+    void undoable(const QString& description);
+    /// CanRedo may be another now; always empty.
+    void redoable(const QString& description);
+    /// Rows are other ones now than the windows show, by an undo or redo.
+    void rowsChanged(const RowChanges& changes);
+    /// Rows are other ones now than the windows show, by somebody else's work.
+    void changedByOthers(const RowChanges& changes);
+    /// Somebody else replaced tables: all rows may be other ones now.
+    void replacedByOthers();
+    /// An undo or redo was refused; one Chinese line.
+    void refused(const QString& message);
+
+private:
+    class Edit;
+
+    void readOwn();
+    /// Takes back an edit that has been taken, or makes it again. When that is refused it goes back to its
+    /// side.
+    void step(Edit& edit, bool isUndo, bool refresh);
+    void refuse(const QString& message);
+    RowChanges carryOut(const StoredEdit& edit, bool isUndo, std::int64_t revision);
+    /// Stores the edit, unless it meets with other conflicts than the user has settled; they are the answer.
+    std::vector<EditConflict> tryToStore(const QString& description, const Work& work,
+                                         const std::vector<EditConflict>& settled);
+    /// Nothing when the user wants to replace what others did.
+    Status askAbout(const std::vector<EditConflict>& conflicts);
+    void noteOwn(const RowChanges& changes, std::int64_t revision);
+
+    mysqlhelper::KV_MySQL* m_database = nullptr;
+    QString m_inspector;
+    Question m_mayReplace;
+    OwnVersions m_ownVersions;
+    std::int64_t m_seenRevision = 0;            ///< the windows show all that others did up to it
+    std::vector<std::unique_ptr<Edit>> m_edits; ///< oldest first
+    std::size_t m_undoable = 0;                 ///< how many of them, from the oldest on, can be undone
+    bool m_isRestarting = false;                ///< the tools' lists are being emptied
+};
+
+} // namespace inspection

@@ -1,0 +1,34 @@
+#include "workbench/inspectiondata/output/InspectionData.h"
+
+#include "workbench/inspectiondata/database/AnomalyTable.h"
+
+namespace inspection {
+
+int InspectionData::anomalyCount() const {
+    std::size_t count = 0;
+    for (const StationFindings& findings : stations) {
+        count += findings.anomalies.size();
+    }
+    return static_cast<int>(count);
+}
+
+Result<InspectionData> readInspectionData(const ProjectDescription& project,
+                                          mysqlhelper::KV_MySQL& database) {
+    try {
+        InspectionData data;
+        data.project = project;
+        for (const KV_Station& station : readStations(database)) {
+            data.stations.push_back(
+                {station, readStationResult(database, station.m_id), readAnomalies(database, station.m_id)});
+        }
+        data.specialPoints = readSpecialPoints(database);
+        data.specialAreas = readSpecialAreas(database);
+        data.highConsequenceAreas = readHighConsequenceAreas(database);
+        return data;
+    } catch (const mysqlhelper::KV_MySQL_Exception& exception) {
+        const QString cause = QString::fromUtf8(exception.what());
+        return Failure{cause, QStringLiteral("数据库操作失败：") + cause};
+    }
+}
+
+} // namespace inspection

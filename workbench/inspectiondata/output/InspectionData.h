@@ -1,0 +1,36 @@
+#pragma once
+
+#include "host/Export.h"
+#include "host/inspection/KV_MySQL.h"
+#include "workbench/inspectiondata/database/StationTable.h"
+#include "workbench/inspectiondata/project/Failure.h"
+#include "workbench/inspectiondata/project/ProjectDescription.h"
+
+#include <optional>
+#include <vector>
+
+namespace inspection {
+
+/// A station with everything that was found in it.
+struct StationFindings {
+    KV_Station station;
+    std::optional<StationResult> result; ///< empty: not computed yet
+    std::vector<SdiffData> anomalies;
+};
+
+/// All that the outputs show, as plain values that any thread may use.
+struct InspectionData {
+    ProjectDescription project;
+    std::vector<StationFindings> stations;
+    std::vector<Special_Point> specialPoints;
+    std::vector<Special_Area> specialAreas;
+    std::vector<Special_Polygon> highConsequenceAreas;
+
+    int anomalyCount() const;
+};
+
+/// Reads everything from the project's database; call it on the database's thread.
+INSPECTIONDATA_API Result<InspectionData> readInspectionData(const ProjectDescription& project,
+                                                             mysqlhelper::KV_MySQL& database);
+
+} // namespace inspection

@@ -1,0 +1,238 @@
+#include "workbench/inspectiondata/output/ReportFacts.h"
+
+#include "host/Gbk.h"
+
+#include <QDateTime>
+
+#include <algorithm>
+#include <cmath>
+
+namespace inspection {
+
+namespace {
+
+// What lies within them counts in the summary.
+constexpr int kNearMetres = 5;
+constexpr int kCorridorMetres = 50;
+
+QString fixed(double value, int decimals) {
+    return QString::number(value, 'f', decimals);
+}
+
+QString signedMetres(double value) {
+    return (value > 0.0 ? QStringLiteral("+") : QString()) + fixed(value, 2);
+}
+
+/// The difference furthest from zero.
+double extreme(const SdiffData& anomaly) {
+    return std::abs(anomaly.dzMinMetres) > std::abs(anomaly.dzMaxMetres) ? anomaly.dzMinMetres
+                                                                         : anomaly.dzMaxMetres;
+}
+
+QStringList tableRow(const SdiffData& anomaly, const std::optional<PipePosition>& position,
+                     const Surroundings& surroundings) {
+    const QString none = QStringLiteral("–");
+    return {QString::fromStdString(anomaly.name),
+            position ? chainageText(position->chainageMetres) : none,
+            surroundings.pipeMetres ? pipeDistanceText(*surroundings.pipeMetres) : QString(),
+            fixed(anomaly.lonDegrees, 6),
+            fixed(anomaly.latDegrees, 6),
+            anomaly.isFill ? QStringLiteral("填") : QStringLiteral("挖"),
+            fixed(anomaly.areaSquareMetres, 1),
+            fixed(anomaly.volumeCubicMetres(), 1),
+            signedMetres(anomaly.dzMeanMetres),
+            signedMetres(extreme(anomaly)),
+            fromGbk(anomaly.suggested),
+            anomaly.attribute.empty() ? QStringLiteral("待核查") : fromGbk(anomaly.attribute),
+            areaNamesText(surroundings.highConsequenceAreas)};
+}
+
+AnomalyFacts factsOf(const StationFindings& findings, const SdiffData& anomaly,
+                     const std::optional<PipePosition>& position, Surroundings surroundings) {
+    AnomalyFacts facts;
+    facts.findings = &findings;
+    facts.anomaly = &anomaly;
+    facts.name = fromGbk(anomaly.name);
+    facts.judged = !anomaly.attribute.empty();
+    facts.className = fromGbk(facts.judged ? anomaly.attribute : anomaly.suggested);
+    facts.row = tableRow(anomaly, position, surroundings);
+    facts.surroundings = std::move(surroundings);
+    return facts;
+}
+
+std::vector<AnomalyFacts> anomaliesOf(const InspectionData& data, const Pipeline& pipeline) {
+    std::vector<std::pair<double, AnomalyFacts>> placed;
+    CorridorSurroundings corridor(pipeline, data.highConsequenceAreas);
+    for (const StationFindings& findings : data.stations) {
+        const auto surroundings = corridor.around(findings.station);
+        for (const SdiffData& anomaly : findings.anomalies) {
+            const auto position = pipeline.positionOf({anomaly.x, anomaly.y});
+            placed.emplace_back(position ? position->chainageMetres : 0.0,
+                                factsOf(findings, anomaly, position, surroundings->of(anomaly)));
+        }
+    }
+    std::stable_sort(placed.begin(), placed.end(),
+                     [](const auto& a, const auto& b) { return a.first < b.first; });
+    std::vector<AnomalyFacts> facts;
+    facts.reserve(placed.size());
+    for (auto& [chainage, anomaly] : placed) {
+        facts.push_back(std::move(anomaly));
+    }
+    return facts;
+}
+
+std::vector<ClassTotal> classesOf(const std::vector<AnomalyFacts>& anomalies) {
+    std::vector<ClassTotal> totals;
+    for (const AnomalyFacts& facts : anomalies) {
+        auto total = std::find_if(totals.begin(), totals.end(),
+                                  [&](const ClassTotal& other) { return other.name == facts.className; });
+        if (total == totals.end()) {
+            total = totals.insert(totals.end(), {facts.className});
+        }
+        ++total->count;
+        total->judged += facts.judged ? 1 : 0;
+        total->areaSquareMetres += facts.anomaly->areaSquareMetres;
+        total->fillCubicMetres += facts.anomaly->fillCubicMetres;
+        total->cutCubicMetres += facts.anomaly->cutCubicMetres;
+    }
+    std::stable_sort(totals.begin(), totals.end(),
+                     [](const ClassTotal& a, const ClassTotal& b) { return a.count > b.count; });
+    return totals;
+}
+
+/// The result that tells how the project was computed: the latest one.
+const StationResult* latestResult(const InspectionData& data) {
+    const StationResult* latest = nullptr;
+    for (const StationFindings& findings : data.stations) {
+        if (findings.result && (latest == nullptr || findings.result->computedAt > latest->computedAt)) {
+            latest = &*findings.result;
+        }
+    }
+    return latest;
+}
+
+int computedStations(const InspectionData& data) {
+    return static_cast<int>(
+        std::count_if(data.stations.begin(), data.stations.end(),
+                      [](const StationFindings& findings) { return findings.result.has_value(); }));
+}
+
+QString localTime(const QString& isoUtc) {
+    return QDateTime::fromString(isoUtc, Qt::ISODate)
+        .toLocalTime()
+        .toString(QStringLiteral("yyyy-MM-dd HH:mm"));
+}
+
+std::vector<NamedFact> projectFacts(const InspectionData& data) {
+    const ProjectDescription& project = data.project;
+    return {{"工程名称", project.name},
+            {"前期航摄", epochTitle(project.oldEpoch(), "日期未知")},
+            {"后期航摄", epochTitle(project.newEpoch(), "日期未知")},
+            {"坐标系", project.crs.startsWith("EPSG") ? project.crs : QStringLiteral("自定义投影坐标系")},
+            {"巡检站点",
+             QStringLiteral("%1 个（已计算 %2 个）").arg(data.stations.size()).arg(computedStations(data))},
+            {"检出异常", QStringLiteral("%1 处").arg(data.anomalyCount())},
+            {"高后果区", QStringLiteral("%1 处").arg(data.highConsequenceAreas.size())},
+            {"报告日期", QDate::currentDate().toString(Qt::ISODate)}};
+}
+
+std::vector<NamedFact> methodFacts(const StationResult* result) {
+    if (result == nullptr) {
+        return {};
+    }
+    const QString method = result->coregistration == "full"
+                               ? QStringLiteral("平面与高程配准（Nuth & Kääb 2011）")
+                           : result->coregistration == "bias" ? QStringLiteral("高程偏差改正")
+                                                              : QStringLiteral("不配准");
+    return {
+        {"计算时间", localTime(result->computedAt)},
+        {"检测阈值", QStringLiteral("|dZ| ≥ %1 m").arg(fixed(result->thresholdMetres, 2))},
+        {"最小面积", QStringLiteral("%1 m²").arg(fixed(result->minAreaSquareMetres, 1))},
+        {"两期配准", method},
+        {"后期改正量",
+         QStringLiteral("dX %1 m，dY %2 m，dZ %3 m")
+             .arg(fixed(result->dxMetres, 3), fixed(result->dyMetres, 3), fixed(result->dzMetres, 3))},
+        {"稳定区离散度", QStringLiteral("NMAD %1 m（改正前 %2 m）")
+                             .arg(fixed(result->nmadAfterMetres, 3), fixed(result->nmadBeforeMetres, 3))}};
+}
+
+qsizetype countWithin(const std::vector<AnomalyFacts>& anomalies, double metres) {
+    return std::count_if(anomalies.begin(), anomalies.end(), [&](const AnomalyFacts& facts) {
+        return facts.surroundings.pipeMetres && *facts.surroundings.pipeMetres <= metres;
+    });
+}
+
+/// Says nothing of a line or of areas that the project does not have.
+QString surroundingsSummary(const InspectionData& data, const Pipeline& pipeline,
+                            const std::vector<AnomalyFacts>& anomalies) {
+    QString text;
+    if (!pipeline.parts().empty()) {
+        text += QStringLiteral("距管道中心线 %1 m 以内 %2 处，%3 m 以内 %4 处。")
+                    .arg(kNearMetres)
+                    .arg(countWithin(anomalies, kNearMetres))
+                    .arg(kCorridorMetres)
+                    .arg(countWithin(anomalies, kCorridorMetres));
+    }
+    if (!data.highConsequenceAreas.empty()) {
+        const auto touching =
+            std::count_if(anomalies.begin(), anomalies.end(), [](const AnomalyFacts& facts) {
+                return !facts.surroundings.highConsequenceAreas.empty();
+            });
+        text += QStringLiteral("涉及高后果区 %1 处。").arg(touching);
+    }
+    return text;
+}
+
+QString summaryOf(const InspectionData& data, const Pipeline& pipeline, const ReportFacts& facts) {
+    if (facts.anomalies.empty()) {
+        return computedStations(data) == 0 ? QStringLiteral("本工程尚未计算异常。")
+                                           : QStringLiteral("对比两期航摄数据，未检出超过阈值的地表变化。");
+    }
+    double fill = 0.0;
+    double cut = 0.0;
+    int judged = 0;
+    for (const ClassTotal& total : facts.classes) {
+        fill += total.fillCubicMetres;
+        cut += total.cutCubicMetres;
+        judged += total.judged;
+    }
+    return QStringLiteral("对比两期航摄数据，沿管道共检出地表变化异常 %1 处，其中已核查 %2 处、待核查 %3 处；"
+                          "填方合计 %4 m³，挖方合计 %5 m³。")
+               .arg(facts.anomalies.size())
+               .arg(judged)
+               .arg(static_cast<int>(facts.anomalies.size()) - judged)
+               .arg(fixed(fill, 0), fixed(cut, 0)) +
+           surroundingsSummary(data, pipeline, facts.anomalies);
+}
+
+} // namespace
+
+const std::vector<ReportColumn>& ReportFacts::columns() {
+    static const std::vector<ReportColumn> columns{
+        {"编号", 15.5, false},    {"里程", 13.0, false},     {"距管线 m", 13.0, true},
+        {"经度 °", 17.0, true},   {"纬度 °", 15.5, true},    {"填/挖", 9.0, false},
+        {"面积 m²", 13.5, true},  {"体积 m³", 13.5, true},   {"平均dZ m", 13.5, true},
+        {"极值dZ m", 13.5, true}, {"建议类别", 13.5, false}, {"核查结论", 14.0, false},
+        {"高后果区", 17.5, false}};
+    return columns;
+}
+
+ReportFacts reportFacts(const InspectionData& data, const Pipeline& pipeline) {
+    ReportFacts facts;
+    facts.title = QStringLiteral("管道巡检报告");
+    facts.projectName = data.project.name;
+    facts.period = epochTitle(data.project.oldEpoch(), "前期") + QStringLiteral(" 至 ") +
+                   epochTitle(data.project.newEpoch(), "后期");
+    facts.project = projectFacts(data);
+    facts.method = methodFacts(latestResult(data));
+    facts.anomalies = anomaliesOf(data, pipeline);
+    facts.classes = classesOf(facts.anomalies);
+    facts.summary = summaryOf(data, pipeline, facts);
+    return facts;
+}
+
+QString epochTitle(const Epoch& epoch, const QString& otherwise) {
+    return epoch.date.isEmpty() ? otherwise : epoch.date;
+}
+
+} // namespace inspection

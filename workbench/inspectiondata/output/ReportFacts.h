@@ -1,0 +1,64 @@
+#pragma once
+
+#include "workbench/inspectiondata/output/InspectionData.h"
+#include "workbench/inspectiondata/pipeline/Surroundings.h"
+
+#include <QString>
+#include <QStringList>
+
+#include <vector>
+
+namespace inspection {
+
+struct NamedFact {
+    QString name;
+    QString value;
+};
+
+/// The anomalies of one class: the inspector's verdict, or the suggestion while there is none.
+struct ClassTotal {
+    QString name;
+    int count = 0;
+    int judged = 0; ///< of them with a verdict
+    double areaSquareMetres = 0.0;
+    double fillCubicMetres = 0.0;
+    double cutCubicMetres = 0.0;
+};
+
+struct AnomalyFacts {
+    const StationFindings* findings = nullptr;
+    const SdiffData* anomaly = nullptr;
+    QString name;
+    QString className; ///< verdict, or suggestion
+    bool judged = false;
+    Surroundings surroundings;
+    QStringList row; ///< cells of the table of anomalies, see ReportFacts::columns
+};
+
+/// A column of the table of anomalies.
+struct ReportColumn {
+    const char* title;
+    double widthMillimetres;
+    bool number;
+};
+
+/// The texts of a report, whatever format it is written in. Refers to the InspectionData it was made of.
+struct ReportFacts {
+    QString title;
+    QString projectName;
+    QString period; ///< "2024-05-18 至 2025-05-20"
+    QString summary;
+    std::vector<NamedFact> project;
+    std::vector<NamedFact> method;
+    std::vector<ClassTotal> classes;
+    std::vector<AnomalyFacts> anomalies; ///< along the pipe
+
+    static const std::vector<ReportColumn>& columns();
+};
+
+ReportFacts reportFacts(const InspectionData& data, const Pipeline& pipeline);
+
+/// The date of an epoch, or which one it is.
+QString epochTitle(const Epoch& epoch, const QString& otherwise);
+
+} // namespace inspection

@@ -1,0 +1,201 @@
+#include "workbench/inspectiondata/output/ShapeLayers.h"
+
+#include "detect/GdalErrors.h"
+#include "host/Gbk.h"
+#include "workbench/inspectiondata/pipeline/Surroundings.h"
+#include "workbench/inspectiondata/project/Georeference.h"
+
+#include <gdal_priv.h>
+#include <ogrsf_frmts.h>
+
+#include <array>
+
+namespace inspection {
+
+namespace {
+
+ShapeLayer anomalyLayer(const InspectionData& data, const Pipeline& pipeline,
+                        const OGRSpatialReference& reference) {
+    ShapeLayer layer;
+    layer.name = "anomalies";
+    layer.reference = reference;
+    layer.fields = {{"name"},           {"station"},         {"kind"},
+                    {"area_m2", true},  {"volume_m3", true}, {"fill_m3", true},
+                    {"cut_m3", true},   {"dz_mean_m", true}, {"dz_max_m", true},
+                    {"dz_min_m", true}, {"suggested"},       {"attribute"},
+                    {"lon", true},      {"lat", true},       {"chain_m", true},
+                    {"offset_m", true}, {"dist_m", true},    {"hca"}};
+    const ShapeLayer::Value unknown;
+    CorridorSurroundings corridor(pipeline, data.highConsequenceAreas);
+    for (const StationFindings& findings : data.stations) {
+        const auto surroundings = corridor.around(findings.station);
+        for (const SdiffData& anomaly : findings.anomalies) {
+            const PipePosition position =
+                pipeline.positionOf({anomaly.x, anomaly.y}).value_or(PipePosition{});
+            const auto [pipeMetres, areas] = surroundings->of(anomaly);
+            OGRGeometry* geometry = nullptr;
+            OGRGeometryFactory::createFromWkt(anomaly.outlineWkt.c_str(), nullptr, &geometry);
+            layer.features.push_back(
+                {std::shared_ptr<const OGRGeometry>(geometry),
+                 {anomaly.name, gbkToUtf8(findings.station.m_name),
+                  std::string(anomaly.isFill ? "fill" : "cut"), anomaly.areaSquareMetres,
+                  anomaly.volumeCubicMetres(), anomaly.fillCubicMetres, anomaly.cutCubicMetres,
+                  anomaly.dzMeanMetres, anomaly.dzMaxMetres, anomaly.dzMinMetres,
+                  gbkToUtf8(anomaly.suggested), gbkToUtf8(anomaly.attribute), anomaly.lonDegrees,
+                  anomaly.latDegrees, position.chainageMetres, position.offsetMetres,
+                  pipeMetres ? ShapeLayer::Value(*pipeMetres) : unknown,
+                  data.highConsequenceAreas.empty() ? unknown : areaNamesText(areas).toStdString()}});
+        }
+    }
+    return layer;
+}
+
+std::unique_ptr<OGRGeometry> boxOf(const KV_Station& station) {
+    OGRLinearRing ring;
+    ring.addPoint(station.m_xMin, station.m_yMin);
+    ring.addPoint(station.m_xMax, station.m_yMin);
+    ring.addPoint(station.m_xMax, station.m_yMax);
+    ring.addPoint(station.m_xMin, station.m_yMax);
+    ring.closeRings();
+    auto polygon = std::make_unique<OGRPolygon>();
+    polygon->addRing(&ring);
+    return polygon;
+}
+
+ShapeLayer stationLayer(const InspectionData& data, const OGRSpatialReference& reference) {
+    ShapeLayer layer;
+    layer.name = "stations";
+    layer.reference = reference;
+    layer.fields = {{"id", true},        {"name"},    {"start_m", true}, {"end_m", true},
+                    {"anomalies", true}, {"computed"}};
+    for (const StationFindings& findings : data.stations) {
+        const KV_Station& station = findings.station;
+        layer.features.push_back(
+            {boxOf(station),
+             {double(station.m_id), gbkToUtf8(station.m_name), station.m_startMetres, station.m_endMetres,
+              double(findings.anomalies.size()),
+              findings.result ? findings.result->computedAt.toStdString() : std::string()}});
+    }
+    return layer;
+}
+
+ShapeLayer centerlineLayer(const Pipeline& pipeline, const std::string& name,
+                           const OGRSpatialReference& reference) {
+    ShapeLayer layer;
+    layer.name = "centerline";
+    layer.reference = reference;
+    layer.type = wkbLineString;
+    layer.fields = {{"name"}, {"length_m", true}};
+    for (const auto& part : pipeline.parts()) {
+        auto line = std::make_unique<OGRLineString>();
+        for (const QPointF& point : part) {
+            line->addPoint(point.x(), point.y());
+        }
+        line->flattenTo2D();
+        const double length = line->get_Length();
+        layer.features.push_back({std::move(line), {name, length}});
+    }
+    return layer;
+}
+
+bool writeFeature(OGRLayer& target, const ShapeLayer::Feature& source) {
+    OGRFeature feature(target.GetLayerDefn());
+    for (std::size_t i = 0; i < source.values.size(); ++i) {
+        const int field = static_cast<int>(i);
+        if (const auto* text = std::get_if<std::string>(&source.values[i])) {
+            feature.SetField(field, text->c_str());
+        } else if (const auto* number = std::get_if<double>(&source.values[i])) {
+            feature.SetField(field, *number);
+        } else {
+            feature.SetFieldNull(field);
+        }
+    }
+    feature.SetGeometry(source.geometry.get());
+    return target.CreateFeature(&feature) == OGRERR_NONE;
+}
+
+bool writeLayer(GDALDataset& dataset, const ShapeLayer& source, bool shapefile) {
+    std::array<const char*, 2> options{shapefile ? "ENCODING=UTF-8" : nullptr, nullptr};
+    OGRSpatialReference reference(source.reference);
+    OGRLayer* layer =
+        dataset.CreateLayer(source.name.c_str(), &reference, source.type, const_cast<char**>(options.data()));
+    if (layer == nullptr) {
+        return false;
+    }
+    for (const ShapeLayer::Field& field : source.fields) {
+        OGRFieldDefn definition(field.name.c_str(), field.number ? OFTReal : OFTString);
+        if (field.number) {
+            definition.SetWidth(shapefile ? 20 : 0);
+            definition.SetPrecision(shapefile ? 7 : 0);
+        } else {
+            definition.SetWidth(shapefile ? 254 : 0);
+        }
+        if (layer->CreateField(&definition) != OGRERR_NONE) {
+            return false;
+        }
+    }
+    if (layer->StartTransaction() != OGRERR_NONE) {
+        return false;
+    }
+    for (const ShapeLayer::Feature& feature : source.features) {
+        if (!writeFeature(*layer, feature)) {
+            return false;
+        }
+    }
+    return layer->CommitTransaction() == OGRERR_NONE;
+}
+
+/// A full disk may only show when buffers go out, so the last feature of each layer is read back.
+bool complete(const QString& target, const std::vector<ShapeLayer>& layers) {
+    const GDALDatasetUniquePtr dataset(GDALDataset::Open(target.toUtf8().constData(), GDAL_OF_VECTOR));
+    for (const ShapeLayer& expected : layers) {
+        OGRLayer* layer = dataset ? dataset->GetLayerByName(expected.name.c_str()) : nullptr;
+        if (layer == nullptr || layer->GetFeatureCount() != static_cast<GIntBig>(expected.features.size())) {
+            return false;
+        }
+        std::size_t read = 0;
+        for (const auto& feature : *layer) {
+            read += feature->GetGeometryRef() != nullptr ? 1 : 0;
+        }
+        if (read != expected.features.size()) {
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace
+
+std::vector<ShapeLayer> shapeLayers(const InspectionData& data, const Pipeline& pipeline) {
+    const OGRSpatialReference reference = referenceOf(data.project.crs).value_or(OGRSpatialReference());
+    std::vector<ShapeLayer> layers;
+    layers.push_back(anomalyLayer(data, pipeline, reference));
+    layers.push_back(stationLayer(data, reference));
+    if (!pipeline.parts().empty()) {
+        layers.push_back(centerlineLayer(pipeline, data.project.name.toStdString(), reference));
+    }
+    return layers;
+}
+
+Status writeLayers(const std::vector<ShapeLayer>& layers, const char* driverName, const QString& target) {
+    GDALAllRegister();
+    const detect::GdalErrors errors;
+    GDALDriver* driver = GetGDALDriverManager()->GetDriverByName(driverName);
+    GDALDatasetUniquePtr dataset(
+        driver == nullptr ? nullptr
+                          : driver->Create(target.toUtf8().constData(), 0, 0, 0, GDT_Unknown, nullptr));
+    bool good = dataset != nullptr;
+    const bool shapefile = std::string(driverName) == "ESRI Shapefile";
+    for (std::size_t i = 0; i < layers.size() && good; ++i) {
+        good = writeLayer(*dataset, layers[i], shapefile);
+    }
+    dataset.reset();
+    if (!good || errors.any() || !complete(target, layers)) {
+        const QString cause =
+            errors.any() ? QString::fromStdString(errors.first()) : QStringLiteral("disk full");
+        return fileFailure(target, "cannot be written: " + cause, "无法写入：" + cause);
+    }
+    return std::nullopt;
+}
+
+} // namespace inspection

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "host/Export.h"
+#include "workbench/inspectiondata/output/InspectionData.h"
+#include "workbench/inspectiondata/output/Report.h"
+#include "workbench/inspectiondata/project/Failure.h"
+
+#include <QString>
+
+namespace inspection {
+
+/// Writes anomalies, stations and centre line into `folder` (made if missing), in the project's reference
+/// system: ESRI Shapefiles with .prj and .cpg (UTF-8), and the same layers in corridor.gpkg. Earlier files
+/// are replaced only when all new ones are complete. Any thread.
+INSPECTIONDATA_API Status writeShapes(const InspectionData& data, const QString& folder,
+                                      const OutputProgress& progress = {});
+
+} // namespace inspection

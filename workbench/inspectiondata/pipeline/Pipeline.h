@@ -1,0 +1,40 @@
+#pragma once
+
+#include "host/Export.h"
+#include "workbench/inspectiondata/project/ProjectDescription.h"
+
+#include <QPointF>
+#include <QString>
+
+#include <optional>
+#include <vector>
+
+namespace inspection {
+
+/// Where a point lies along the pipe.
+struct PipePosition {
+    double chainageMetres = 0.0; ///< along the centre line from its start
+    double offsetMetres = 0.0;   ///< shortest distance from it, on the map plane
+};
+
+/// The pipe's centre line in the project's reference system.
+class INSPECTIONDATA_API Pipeline {
+public:
+    /// Layer "centerline" of the project's centre-line file; no parts when there is none.
+    static Pipeline read(const ProjectDescription& project);
+
+    const std::vector<std::vector<QPointF>>& parts() const { return m_parts; }
+    /// The reference system of the parts, the project's.
+    const QString& crs() const { return m_crs; }
+    /// Empty without a centre line.
+    std::optional<PipePosition> positionOf(const QPointF& point) const;
+
+private:
+    QString m_crs;
+    std::vector<std::vector<QPointF>> m_parts;
+};
+
+/// "K1+234" of 1234 m.
+INSPECTIONDATA_API QString chainageText(double metres);
+
+} // namespace inspection

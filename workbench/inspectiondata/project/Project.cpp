@@ -1,0 +1,127 @@
+#include "workbench/inspectiondata/project/Project.h"
+
+#include "workbench/inspectiondata/project/ProjectFile.h"
+#include "workbench/inspectiondata/project/RasterProject.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QLockFile>
+
+namespace inspection {
+
+namespace {
+
+Failure lockFailure(const QLockFile& lock, const QString& folder) {
+    if (lock.error() == QLockFile::PermissionError) {
+        return fileFailure(folder, "the project folder is read-only", "工程文件夹是只读的");
+    }
+    if (lock.error() != QLockFile::LockFailedError) {
+        return fileFailure(folder, "the project cannot be locked, the disk may be full",
+                           "无法锁定工程，磁盘可能已满");
+    }
+    qint64 process = 0;
+    QString host;
+    QString program;
+    lock.getLockInfo(&process, &host, &program);
+    return fileFailure(
+        folder,
+        QStringLiteral("the project is already open in %1 (process %2 on %3)")
+            .arg(program, QString::number(process), host),
+        QStringLiteral("工程已被另一个程序打开（%1，进程 %2）").arg(program, QString::number(process)));
+}
+
+Result<std::unique_ptr<QLockFile>> lockFolder(const QString& folder) {
+    auto lock = std::make_unique<QLockFile>(QDir(folder).absoluteFilePath(QStringLiteral(".corridor.lock")));
+    lock->setStaleLockTime(0); // only the lock of a process that is gone is stale, however long it is held
+    if (!lock->tryLock(0)) {
+        return lockFailure(*lock, folder);
+    }
+    return lock;
+}
+
+bool sameRasters(const ProjectDescription& project, const RasterPair& rasters) {
+    const auto path = [](const QString& file) {
+        return file.isEmpty() ? file : QFileInfo(file).absoluteFilePath();
+    };
+    return project.oldEpoch().dsm == path(rasters.oldDsm) && project.newEpoch().dsm == path(rasters.newDsm) &&
+           project.oldEpoch().dom == path(rasters.oldDom) && project.newEpoch().dom == path(rasters.newDom);
+}
+
+} // namespace
+
+Project::Project(ProjectDescription description, Access access, std::unique_ptr<QLockFile> lock)
+    : m_description(std::move(description)), m_access(access), m_lock(std::move(lock)) {}
+
+Project::Project(Project&&) noexcept = default;
+Project& Project::operator=(Project&&) noexcept = default;
+Project::~Project() = default;
+
+Result<Project> Project::open(const QString& folder, Access access) {
+    if (!QFileInfo(folder).isDir()) {
+        return fileFailure(folder, "no such folder", "文件夹不存在");
+    }
+    auto description = readProjectFile(folder);
+    if (auto* failure = std::get_if<Failure>(&description)) {
+        return *failure;
+    }
+    std::unique_ptr<QLockFile> lock;
+    if (access == Access::Exclusive) {
+        auto locked = lockFolder(folder);
+        if (auto* failure = std::get_if<Failure>(&locked)) {
+            return *failure;
+        }
+        lock = std::move(std::get<std::unique_ptr<QLockFile>>(locked));
+    }
+    return Project(std::move(std::get<ProjectDescription>(description)), access, std::move(lock));
+}
+
+Result<Project> Project::createFromRasters(const QString& folder, const RasterPair& rasters) {
+    if (QFileInfo::exists(projectFile(folder))) {
+        auto project = open(folder);
+        if (auto* opened = std::get_if<Project>(&project);
+            opened && !sameRasters(opened->description(), rasters)) {
+            return fileFailure(folder, "the folder already holds a project of other rasters",
+                               "该文件夹中已有其他数据的工程");
+        }
+        return project;
+    }
+    if (!QDir().mkpath(folder)) {
+        return fileFailure(folder, "cannot be created", "无法创建文件夹");
+    }
+    auto lock = lockFolder(folder);
+    if (auto* failure = std::get_if<Failure>(&lock)) {
+        return *failure;
+    }
+    auto description = writeRasterProject(folder, rasters);
+    if (auto* failure = std::get_if<Failure>(&description)) {
+        return *failure;
+    }
+    return Project(std::move(std::get<ProjectDescription>(description)), Access::Exclusive,
+                   std::move(std::get<std::unique_ptr<QLockFile>>(lock)));
+}
+
+Status Project::setParameters(const ProjectParameters& parameters) {
+    ProjectDescription changed = m_description;
+    changed.parameters = parameters;
+    return store(std::move(changed));
+}
+
+Status Project::setDatabase(const QString& database) {
+    ProjectDescription changed = m_description;
+    changed.database = absoluteDatabase(m_description.folder, database);
+    return store(std::move(changed));
+}
+
+Status Project::store(ProjectDescription changed) {
+    if (m_access == Access::ReadOnly) {
+        return fileFailure(m_description.folder, "the project is open for reading only",
+                           "工程以只读方式打开");
+    }
+    if (auto failure = writeProjectFile(changed)) {
+        return failure;
+    }
+    m_description = std::move(changed);
+    return std::nullopt;
+}
+
+} // namespace inspection

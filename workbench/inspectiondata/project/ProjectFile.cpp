@@ -1,0 +1,194 @@
+#include "workbench/inspectiondata/project/ProjectFile.h"
+
+#include "workbench/inspectiondata/project/Georeference.h"
+#include "workbench/inspectiondata/project/Project.h"
+#include "workbench/inspectiondata/project/ServerAddress.h"
+
+#include <QDir>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QSaveFile>
+
+namespace inspection {
+
+namespace {
+
+constexpr auto kFormat = "corridor-project";
+
+Failure broken(const QString& file, const QString& cause, const QString& userCause) {
+    return fileFailure(file, cause, userCause);
+}
+
+QString absolutePath(const QString& folder, const QString& path) {
+    return path.isEmpty() ? QString() : QDir::cleanPath(QDir(folder).absoluteFilePath(path));
+}
+
+QString storedPath(const QString& folder, const QString& path) {
+    const QString relative = QDir(folder).relativeFilePath(path);
+    return path.isEmpty() || relative.startsWith(QLatin1String("..")) ? path : relative;
+}
+
+detect::CoregistrationMethod methodOf(const QString& name, detect::CoregistrationMethod otherwise) {
+    using Method = detect::CoregistrationMethod;
+    for (const Method method : {Method::None, Method::Bias, Method::Full}) {
+        if (coregistrationName(method) == name) {
+            return method;
+        }
+    }
+    return otherwise;
+}
+
+QColor colourOf(const QJsonValue& value, const QColor& otherwise) {
+    const QColor colour(value.toString());
+    return colour.isValid() ? colour : otherwise;
+}
+
+double positiveOf(const QJsonValue& value, double otherwise) {
+    const double number = value.toDouble(otherwise);
+    return number > 0.0 ? number : otherwise;
+}
+
+ProjectParameters parametersOf(const QJsonObject& json) {
+    ProjectParameters parameters;
+    parameters.thresholdMetres = positiveOf(json["threshold_m"], parameters.thresholdMetres);
+    parameters.minAreaSquareMetres = qMax(0.0, json["min_area_m2"].toDouble(parameters.minAreaSquareMetres));
+    parameters.coregistration = methodOf(json["coregistration"].toString(), parameters.coregistration);
+    parameters.fillColour = colourOf(json["fill_colour"], parameters.fillColour);
+    parameters.cutColour = colourOf(json["cut_colour"], parameters.cutColour);
+    parameters.overlayMode = json["overlay_mode"].toInt() == 1 ? OverlayMode::Bounds : OverlayMode::Hover;
+    return parameters;
+}
+
+QJsonObject jsonOf(const ProjectParameters& parameters) {
+    return {{"threshold_m", parameters.thresholdMetres},
+            {"min_area_m2", parameters.minAreaSquareMetres},
+            {"coregistration", coregistrationName(parameters.coregistration)},
+            {"fill_colour", parameters.fillColour.name()},
+            {"cut_colour", parameters.cutColour.name()},
+            {"overlay_mode", static_cast<int>(parameters.overlayMode)}};
+}
+
+Result<QJsonObject> readJson(const QString& file) {
+    QFile source(file);
+    if (!source.exists()) {
+        return broken(file, "no such file, the folder is not a project", "文件不存在，该文件夹不是工程");
+    }
+    if (!source.open(QIODevice::ReadOnly)) {
+        return broken(file, "cannot be read: " + source.errorString(), "无法读取");
+    }
+    QJsonParseError error{};
+    const QJsonDocument document = QJsonDocument::fromJson(source.readAll(), &error);
+    if (!document.isObject()) {
+        return broken(file, "not JSON: " + error.errorString(), "不是有效的 JSON 文件");
+    }
+    const QJsonObject json = document.object();
+    if (json["format"].toString() != QLatin1String(kFormat)) {
+        return broken(file, "not a corridor project", "不是巡检工程文件");
+    }
+    if (json["version"].toInt() > Project::kVersion) {
+        return broken(file,
+                      QStringLiteral("project version %1 is newer than this program, which knows version %2")
+                          .arg(json["version"].toInt())
+                          .arg(Project::kVersion),
+                      "工程版本比本程序新，请升级程序");
+    }
+    return json;
+}
+
+std::vector<Epoch> epochsOf(const QString& folder, const QJsonArray& array) {
+    std::vector<Epoch> epochs;
+    for (const auto& value : array) {
+        const QJsonObject json = value.toObject();
+        if (!json["dsm"].toString().isEmpty()) {
+            epochs.push_back({json["date"].toString(), absolutePath(folder, json["dsm"].toString()),
+                              absolutePath(folder, json["dom"].toString())});
+        }
+    }
+    return epochs;
+}
+
+QJsonArray jsonOf(const QString& folder, const std::vector<Epoch>& epochs) {
+    QJsonArray array;
+    for (const Epoch& epoch : epochs) {
+        QJsonObject json{{"date", epoch.date}, {"dsm", storedPath(folder, epoch.dsm)}};
+        if (!epoch.dom.isEmpty()) {
+            json["dom"] = storedPath(folder, epoch.dom);
+        }
+        array.append(json);
+    }
+    return array;
+}
+
+void setDatabase(QJsonObject& json, const ProjectDescription& project) {
+    const QString& database = project.database;
+    if (database.isEmpty()) {
+        json.remove(QStringLiteral("database"));
+    } else {
+        json["database"] = isServerAddress(database) ? database : storedPath(project.folder, database);
+    }
+}
+
+} // namespace
+
+QString absoluteDatabase(const QString& folder, const QString& database) {
+    const QString url = isServerAddress(database) ? database : absolutePath(folder, database);
+    return url == absolutePath(folder, QStringLiteral("inspection.db")) ? QString() : url;
+}
+
+QString projectFile(const QString& folder) {
+    return QDir(folder).absoluteFilePath(QStringLiteral("project.json"));
+}
+
+Result<ProjectDescription> readProjectFile(const QString& folder) {
+    const QString file = projectFile(folder);
+    const auto read = readJson(file);
+    if (const auto* failure = std::get_if<Failure>(&read)) {
+        return *failure;
+    }
+    const auto& json = std::get<QJsonObject>(read);
+    ProjectDescription project;
+    project.folder = QDir::cleanPath(QDir(folder).absolutePath());
+    project.name = json["name"].toString(QDir(project.folder).dirName());
+    project.crs = json["crs"].toString();
+    project.epochs = epochsOf(project.folder, json["epochs"].toArray());
+    project.centerline = absolutePath(project.folder, json["centerline"].toString("centerline.gpkg"));
+    project.database = absoluteDatabase(project.folder, json["database"].toString());
+    project.parameters = parametersOf(json["parameters"].toObject());
+    if (project.epochs.size() < 2) {
+        return broken(file, "needs two epochs with a dsm each", "需要两期表面模型");
+    }
+    const auto reference = referenceOf(project.crs);
+    if (!reference || reference->IsProjected() == 0) {
+        return broken(file, "\"crs\" is not a projected reference system: \"" + project.crs + '"',
+                      "坐标系无效或不是投影坐标系");
+    }
+    return project;
+}
+
+Status writeProjectFile(const ProjectDescription& project) {
+    const QString name = projectFile(project.folder);
+    const auto earlier = readJson(name);
+    QJsonObject json =
+        std::holds_alternative<QJsonObject>(earlier) ? std::get<QJsonObject>(earlier) : QJsonObject();
+    json["format"] = kFormat;
+    json["version"] = Project::kVersion;
+    json["name"] = project.name;
+    json["crs"] = project.crs;
+    json["epochs"] = jsonOf(project.folder, project.epochs);
+    json["centerline"] = storedPath(project.folder, project.centerline);
+    setDatabase(json, project);
+    json["parameters"] = jsonOf(project.parameters);
+
+    QSaveFile file(name);
+    const QByteArray text = QJsonDocument(json).toJson();
+    // Without the flush a full disk would be noticed too late to keep the old file.
+    if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size() || !file.flush() ||
+        !file.commit()) {
+        return broken(name, "cannot be written: " + file.errorString(), "无法写入");
+    }
+    return std::nullopt;
+}
+
+} // namespace inspection

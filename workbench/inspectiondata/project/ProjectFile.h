@@ -1,0 +1,22 @@
+#pragma once
+
+#include "workbench/inspectiondata/project/Failure.h"
+#include "workbench/inspectiondata/project/ProjectDescription.h"
+
+/// project.json, read and written.
+namespace inspection {
+
+/// Path of the file in a project folder.
+QString projectFile(const QString& folder);
+
+/// A database as ProjectDescription holds it. The path of a SQLite file may be relative to the folder.
+QString absoluteDatabase(const QString& folder, const QString& database);
+
+/// Fails for a file that is missing, not a project, incomplete or of a newer version.
+Result<ProjectDescription> readProjectFile(const QString& folder);
+
+/// Writes the file anew, wholly or not at all. Paths in the folder are stored relative to it. What the file
+/// holds beyond the description is kept.
+Status writeProjectFile(const ProjectDescription& project);
+
+} // namespace inspection
