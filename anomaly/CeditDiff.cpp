@@ -28,8 +28,9 @@ constexpr char kFrameName[] = "FrameSelect";
 osg::Node* frameGroupInScene() {
     osgEarth::MapNode* mapNode = globeMapNode();
     for (unsigned index = 0; mapNode && index < mapNode->getNumChildren(); ++index) {
-        if (mapNode->getChild(index)->getName() == kFrameName)
+        if (mapNode->getChild(index)->getName() == kFrameName) {
             return mapNode->getChild(index);
+        }
     }
     return nullptr;
 }
@@ -136,19 +137,22 @@ void CeditDiff::OnMessage(std::string message) { // NOLINT(performance-unnecessa
 }
 
 void CeditDiff::addFrameSelection() {
-    if (!m_frameGroup)
+    if (!m_frameGroup) {
         return;
+    }
     m_frameGroup->setName(kFrameName);
     // The group of an earlier activation would otherwise stay, and be the one that the next removal finds.
     osg::Node* inScene = frameGroupInScene();
-    if (inScene != m_frameGroup)
+    if (inScene != m_frameGroup) {
         removeFromGlobe(inScene);
+    }
     addToGlobe(m_frameGroup);
 }
 
 void CeditDiff::removeFrameSelection() {
     removeFromGlobe(frameGroupInScene());
-    if (m_frameFeatureNode)
+    if (m_frameFeatureNode) {
         eraseFrame(*m_frameFeatureNode);
+    }
     osgPush(kFrameName);
 }

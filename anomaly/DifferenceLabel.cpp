@@ -38,8 +38,9 @@ float terrainMetres(const osgEarth::MapNode& mapNode, const osgEarth::GeoPoint& 
 osg::ref_ptr<PlaceNode> makeDifferenceLabel(const osg::Vec3d& world, double differenceMetres) {
     osgEarth::MapNode* mapNode = globeMapNode();
     osgEarth::GeoPoint point;
-    if (!mapNode || !point.fromWorld(mapNode->getMapSRS(), world) || !point.makeGeographic())
+    if (!mapNode || !point.fromWorld(mapNode->getMapSRS(), world) || !point.makeGeographic()) {
         return nullptr;
+    }
     constexpr double kAboveTerrainMetres = 0.2;
     const double height = static_cast<double>(terrainMetres(*mapNode, point)) + kAboveTerrainMetres;
     const osgEarth::GeoPoint position(mapNode->getMapSRS(), point.x(), point.y(), height,

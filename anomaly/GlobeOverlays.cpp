@@ -16,8 +16,9 @@ std::vector<osg::Group*> overlayGroups() {
     osgEarth::MapNode* mapNode = globeMapNode();
     for (unsigned child = 0; mapNode && child < mapNode->getNumChildren(); ++child) {
         osg::Group* group = mapNode->getChild(child)->asGroup();
-        if (group && group->getName() == kGroupName)
+        if (group && group->getName() == kGroupName) {
             groups.push_back(group);
+        }
     }
     return groups;
 }
@@ -28,8 +29,9 @@ Overlays overlaysOnGlobe() {
     Overlays overlays;
     for (osg::Group* group : overlayGroups()) {
         for (unsigned index = 0; index < group->getNumChildren(); ++index) {
-            if (auto* overlay = dynamic_cast<ImageOverlay*>(group->getChild(index)))
+            if (auto* overlay = dynamic_cast<ImageOverlay*>(group->getChild(index))) {
                 overlays.emplace_back(overlay);
+            }
         }
     }
     return overlays;

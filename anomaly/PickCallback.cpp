@@ -9,8 +9,9 @@ using osgEarth::Annotation::ImageOverlay;
 
 void PickCallback::onHit(osgEarth::ObjectID id) {
     const osg::ref_ptr<ImageOverlay> overlay = osgEarth::Registry::objectIndex()->get<ImageOverlay>(id);
-    if (overlay && m_hold == 0)
+    if (overlay && m_hold == 0) {
         m_pickedId = static_cast<int>(id);
+    }
 }
 
 void PickCallback::onMiss() {

@@ -17,16 +17,18 @@ HoverPress pressHovered(int pickedId, int lastPickedId) {
     press.isCleared = pickedId == kNothingPicked || pickedId != lastPickedId;
     press.lastPickedId = press.isCleared ? kNothingPicked : lastPickedId;
     press.takesPicked = pickedId != kNothingPicked && pickedId != press.lastPickedId;
-    if (press.takesPicked)
+    if (press.takesPicked) {
         press.lastPickedId = pickedId;
+    }
     return press;
 }
 
 std::vector<std::size_t> hitByBounds(const std::vector<Box>& boxes, const Place& place) {
     std::vector<std::size_t> hits;
     for (std::size_t index = 0; index < boxes.size(); ++index) {
-        if (liesStrictlyInside(boxes[index], place))
+        if (liesStrictlyInside(boxes[index], place)) {
             hits.push_back(index);
+        }
     }
     return hits;
 }
@@ -45,8 +47,9 @@ std::optional<std::size_t> nearestCentre(const std::vector<Place>& centres, cons
 }
 
 FrameChange frameChange(const Box& frame, const Place& centre, bool isSelected) {
-    if (contains(frame, centre) == isSelected)
+    if (contains(frame, centre) == isSelected) {
         return FrameChange::None;
+    }
     return isSelected ? FrameChange::Leaves : FrameChange::Enters;
 }
 

@@ -16,16 +16,19 @@ namespace {
 
 std::optional<osg::Vec3d> toStationSystem(const KV_Station& station, const osg::Vec3d& world) {
     const osgEarth::MapNode* mapNode = globeMapNode();
-    if (!mapNode || station.m_srs.empty())
+    if (!mapNode || station.m_srs.empty()) {
         return std::nullopt;
+    }
     const osg::ref_ptr<osgEarth::SpatialReference> stationSrs =
         osgEarth::SpatialReference::create(station.m_srs);
     osgEarth::GeoPoint point;
-    if (!stationSrs || !point.fromWorld(mapNode->getMapSRS(), world) || !point.makeGeographic())
+    if (!stationSrs || !point.fromWorld(mapNode->getMapSRS(), world) || !point.makeGeographic()) {
         return std::nullopt;
+    }
     const osgEarth::GeoPoint inStation = point.transform(stationSrs);
-    if (!inStation.isValid())
+    if (!inStation.isValid()) {
         return std::nullopt;
+    }
     return inStation.vec3d();
 }
 
@@ -37,17 +40,20 @@ anomaly::Box boundsOf(const KV_Station& station) {
 
 bool LoadStationRecord(const KV_StationItem& item, int tableKind, KV_Station& station) {
     auto* pipeline = dataSet<PipelineDataSet>();
-    if (!pipeline || !pipeline->GetConncetDBState())
+    if (!pipeline || !pipeline->GetConncetDBState()) {
         return false;
+    }
     const std::string table = pipeline->Gettablename(KV_STATION);
-    if (table.empty())
+    if (table.empty()) {
         return false;
+    }
     const std::string condition = "where id=" + std::to_string(item.GetStationId());
     try {
         const mysqlhelper::KV_Rows rows =
             pipeline->GetMySQL()->queryRecord("select * from " + table + " " + condition);
-        if (rows.empty())
+        if (rows.empty()) {
             return false;
+        }
         station.m_tableKind = tableKind;
         station.init_from_sqldata(rows.front());
         return true;
@@ -63,13 +69,16 @@ void FindItemAtPoint(
     const StationWindow* window = IORVAContext::Instance()->GetStationWindow();
     for (KV_StationItem* item : items) {
         KV_Station station;
-        if (!window->IsDiffChecked(item) || !LoadStationRecord(*item, KV_STATION, station))
+        if (!window->IsDiffChecked(item) || !LoadStationRecord(*item, KV_STATION, station)) {
             continue;
+        }
         item->readdom();
         const std::optional<osg::Vec3d> point = toStationSystem(station, world);
-        if (!point || !anomaly::liesStrictlyInside(boundsOf(item->m_station), {point->x(), point->y()}))
+        if (!point || !anomaly::liesStrictlyInside(boundsOf(item->m_station), {point->x(), point->y()})) {
             continue;
-        if (!visit(*item, station, point->x(), point->y()))
+        }
+        if (!visit(*item, station, point->x(), point->y())) {
             return;
+        }
     }
 }

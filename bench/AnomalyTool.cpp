@@ -81,14 +81,16 @@ std::vector<SdiffData> manyAnomalies(int count) {
 
 bool prepare(const SmallProject& files, int count) {
     const auto opened = Project::open(files.folder());
-    if (!std::holds_alternative<Project>(opened))
+    if (!std::holds_alternative<Project>(opened)) {
         return false;
+    }
     const auto& description = std::get<Project>(opened).description();
     const auto database = PipelineDatabase::open(description, Project::Access::Exclusive);
     ComputationRequest request;
     request.project = description;
-    if (!std::holds_alternative<ComputationSummary>(computeAnomalies(request)))
+    if (!std::holds_alternative<ComputationSummary>(computeAnomalies(request))) {
         return false;
+    }
     mysqlhelper::KV_MySQL& sql = *std::get<std::unique_ptr<PipelineDatabase>>(database)->GetMySQL();
     mysqlhelper::KV_MySQL::Transaction transaction(sql);
     auto anomalies = manyAnomalies(count);
@@ -129,8 +131,9 @@ public:
         while (!isHighlighted(*node)) {
             const unsigned before = frame();
             m_host.globe->requestRedraw();
-            if (!QTest::qWaitFor([&] { return frame() > before; }) || frame() - start > 20)
+            if (!QTest::qWaitFor([&] { return frame() > before; }) || frame() - start > 20) {
                 return 99.0;
+            }
             send(osgGA::GUIEventAdapter::PUSH, place, osgGA::GUIEventAdapter::LEFT_MOUSE_BUTTON);
             send(osgGA::GUIEventAdapter::RELEASE, place, osgGA::GUIEventAdapter::LEFT_MOUSE_BUTTON);
         }
@@ -185,8 +188,9 @@ public:
         };
         const double takingAll = drag(to);
         std::vector<double> times;
-        for (int round = 0; round < kRounds; ++round)
+        for (int round = 0; round < kRounds; ++round) {
             times.push_back(drag(to + QPoint(round % 2, 0)));
+        }
         send(osgGA::GUIEventAdapter::RELEASE, to, osgGA::GUIEventAdapter::LEFT_MOUSE_BUTTON);
         send(osgGA::GUIEventAdapter::KEYUP, to, 0, osgGA::GUIEventAdapter::KEY_Shift_L);
         m_host.deliver();
@@ -225,8 +229,9 @@ double showPicture() {
         QElapsedTimer timer;
         timer.start();
         images->CreatZoomItem(station, station->m_diffData.m_anomalies[static_cast<std::size_t>(round) * 61]);
-        while (images->isReading())
+        while (images->isReading()) {
             QCoreApplication::processEvents();
+        }
         images->repaint();
         times.push_back(static_cast<double>(timer.nsecsElapsed()) / 1e6);
     }
@@ -263,8 +268,9 @@ int run(int count) {
         std::fprintf(stderr, "no project\n");
         return 1;
     }
-    if (host.globe->map().addElevation("ground", files.file("new/dsm.tif").toStdString()))
+    if (host.globe->map().addElevation("ground", files.file("new/dsm.tif").toStdString())) {
         return 1;
+    }
     auto* tree = IORVAContext::Instance()->GetStationWindow()->findChild<QTreeWidget*>();
     tree->topLevelItem(0)->child(0)->setCheckState(0, Qt::Checked);
     Bench bench(host);
@@ -273,8 +279,9 @@ int run(int count) {
     const osg::Vec2d middle = bench.overlay("M-100500")->getCenter();
     host.globe->getManipulator()->setViewpoint(
         osgEarth::Viewpoint("", middle.x(), middle.y(), 50.0, 0.0, -89.9, 250.0));
-    if (!QTest::qWaitFor([&] { return bench.overlay(last)->getImage() != nullptr; }, 120000))
+    if (!QTest::qWaitFor([&] { return bench.overlay(last)->getImage() != nullptr; }, 120000)) {
         return 1;
+    }
     host.settle();
     host.click(kTool);
     host.settle();

@@ -13,11 +13,11 @@
 
 namespace {
 
-constexpr int holeCells = 40;
-constexpr int holeSpacing = 1280;
+constexpr int kHoleCells = 40;
+constexpr int kHoleSpacing = 1280;
 
 bool isHole(int column, int row) {
-    return column % holeSpacing < holeCells && row % holeSpacing < holeCells;
+    return column % kHoleSpacing < kHoleCells && row % kHoleSpacing < kHoleCells;
 }
 
 } // namespace
@@ -29,16 +29,18 @@ int main(int argc, char** argv) {
     }
     GDALAllRegister();
     const GDALDatasetUniquePtr in(GDALDataset::Open(argv[1], GDAL_OF_RASTER | GDAL_OF_VERBOSE_ERROR));
-    if (!in)
+    if (!in) {
         return 1;
+    }
     const float bias = std::strtof(argv[3], nullptr);
     const double noData = std::strtod(argv[4], nullptr);
     const int columns = in->GetRasterXSize();
     const int rows = in->GetRasterYSize();
     const GDALDatasetUniquePtr out(GetGDALDriverManager()->GetDriverByName("GTiff")->Create(
         argv[2], columns, rows, 1, GDT_Float32, nullptr));
-    if (!out)
+    if (!out) {
         return 1;
+    }
     double toMap[6];
     in->GetGeoTransform(toMap);
     out->SetGeoTransform(toMap);
@@ -49,16 +51,18 @@ int main(int argc, char** argv) {
     std::vector<float> line(static_cast<std::size_t>(columns));
     for (int row = 0; row < rows; ++row) {
         if (in->GetRasterBand(1)->RasterIO(GF_Read, 0, row, columns, 1, line.data(), columns, 1, GDT_Float32,
-                                           0, 0, nullptr) != CE_None)
+                                           0, 0, nullptr) != CE_None) {
             return 1;
+        }
         for (int column = 0; column < columns; ++column) {
             float& height = line[static_cast<std::size_t>(column)];
             const bool missing = isHole(column, row) || (hasNoData != 0 && height == inNoData);
             height = missing ? static_cast<float>(noData) : height + bias;
         }
         if (out->GetRasterBand(1)->RasterIO(GF_Write, 0, row, columns, 1, line.data(), columns, 1,
-                                            GDT_Float32, 0, 0, nullptr) != CE_None)
+                                            GDT_Float32, 0, 0, nullptr) != CE_None) {
             return 1;
+        }
     }
     return 0;
 }

@@ -119,8 +119,9 @@ int run(int count) {
     host.settle();
     Bench bench(host);
     std::vector<double> frames;
-    for (int round = 0; round < kRounds; ++round)
+    for (int round = 0; round < kRounds; ++round) {
         frames.push_back(bench.frame());
+    }
     const double plain = median(frames);
     std::printf("a frame of the globe takes %.1f ms\n", plain);
 

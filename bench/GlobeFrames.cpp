@@ -92,8 +92,9 @@ Corridor corridorOf(const std::string& dsm) {
     float height = 0.0F;
     if (raster->GetRasterBand(1)->RasterIO(GF_Read, raster->GetRasterXSize() / 2,
                                            raster->GetRasterYSize() / 2, 1, 1, &height, 1, 1, GDT_Float32, 0,
-                                           0) != CE_None)
+                                           0) != CE_None) {
         height = 0.0F;
+    }
     return {lower.x(), lower.y(), upper.x(), upper.y(), double{height}};
 }
 
@@ -134,13 +135,14 @@ osg::ref_ptr<osg::Image> overlayPicture(int shade) {
     osg::ref_ptr<osg::Image> image = new osg::Image;
     image->allocateImage(64, 64, 1, GL_RGBA, GL_UNSIGNED_BYTE);
     unsigned char* pixel = image->data();
-    for (int y = 0; y < 64; ++y)
+    for (int y = 0; y < 64; ++y) {
         for (int x = 0; x < 64; ++x, pixel += 4) {
             pixel[0] = 220;
             pixel[1] = static_cast<unsigned char>(shade % 200);
             pixel[2] = 60;
             pixel[3] = (x - 32) * (x - 32) + (y - 32) * (y - 32) < 900 ? 200 : 0;
         }
+    }
     return image;
 }
 
@@ -237,8 +239,9 @@ Percentiles movePointer(globetest::OffscreenGlobe& globe, const Corridor& corrid
         const int before = callback->answers;
         const auto start = Clock::now();
         globe.viewer().getEventQueue()->mouseMotion(200.0F + 5.0F * static_cast<float>(i), 384.0F);
-        while (callback->answers == before)
+        while (callback->answers == before) {
             globe.frame();
+        }
         milliseconds.push_back(millisecondsSince(start));
     }
     globe.viewer().removeEventHandler(picker);
@@ -263,14 +266,17 @@ int main(int argc, char** argv) {
         return 2;
     }
     std::vector<int> counts;
-    for (int i = 2; i < argc; ++i)
+    for (int i = 2; i < argc; ++i) {
         counts.push_back(std::atoi(argv[i]));
-    if (counts.empty())
+    }
+    if (counts.empty()) {
         counts = {1000, 10000};
+    }
     std::setvbuf(stdout, nullptr, _IOLBF, 0); // rows appear as they are measured
     std::string epoch;
-    for (const auto& entry : std::filesystem::directory_iterator(std::string(argv[1]) + "/epochs"))
+    for (const auto& entry : std::filesystem::directory_iterator(std::string(argv[1]) + "/epochs")) {
         epoch = std::max(epoch, entry.path().string());
+    }
     GDALAllRegister();
     globetest::OffscreenGlobe globe(1024, 768);
     if (!globe.isUsable()) {

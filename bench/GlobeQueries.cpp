@@ -40,8 +40,9 @@ std::vector<osg::Vec3d> somePoints() {
     std::uniform_real_distribution<double> lon(116.6, 119.4);
     std::uniform_real_distribution<double> lat(20.0, 45.0);
     std::vector<osg::Vec3d> points;
-    for (std::size_t i = 0; i < kPoints; ++i)
+    for (std::size_t i = 0; i < kPoints; ++i) {
         points.emplace_back(lon(random), lat(random), 0.0);
+    }
     return points;
 }
 
@@ -71,8 +72,9 @@ void measureTransforms(const char* from, const char* to) {
     });
     const double single = fastest([&] {
         osg::Vec3d out;
-        for (const osg::Vec3d& point : points)
+        for (const osg::Vec3d& point : points) {
             source->transform(point, target, out);
+        }
     });
     const double direct = projDirectly(from, to, points);
     std::printf(
@@ -99,15 +101,17 @@ void measureHeights(const std::string& dsm) {
     const double cells = std::min(raster->GetRasterXSize(), raster->GetRasterYSize()) / 2.0;
     std::uniform_real_distribution<double> cell(1.0, std::max(2.0, std::min(cells, 4000.0)));
     std::vector<osg::Vec3d> points;
-    for (std::size_t i = 0; i < kPoints; ++i)
+    for (std::size_t i = 0; i < kPoints; ++i) {
         points.emplace_back(transform[0] + cell(random) * transform[1],
                             transform[3] + cell(random) * transform[5], 0.0);
+    }
     osgEarth::ElevationQuery query(map);
     const double bulk = fastest([&] { query.getElevations(points, srs); });
     const double single = fastest([&] {
-        for (const osg::Vec3d& point : points)
+        for (const osg::Vec3d& point : points) {
             query.getElevation(
                 osgEarth::GeoPoint(srs, point.x(), point.y(), 0.0, osgEarth::ALTMODE_ABSOLUTE));
+        }
     });
     std::printf("heights from cache: in bulk %.0f, one by one %.0f points a millisecond\n", bulk / 1e3,
                 single / 1e3);

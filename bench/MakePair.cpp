@@ -18,13 +18,13 @@
 
 namespace {
 
-constexpr double cellMetres = 0.25;
-constexpr int changeSpacing = 400;
-constexpr int changeCells = 40;
-constexpr double biasMetres = 0.15;
-constexpr double movedColumns = 2.37;
-constexpr double movedRows = -1.64;
-constexpr int bandRows = 256;
+constexpr double kCellMetres = 0.25;
+constexpr int kChangeSpacing = 400;
+constexpr int kChangeCells = 40;
+constexpr double kBiasMetres = 0.15;
+constexpr double kMovedColumns = 2.37;
+constexpr double kMovedRows = -1.64;
+constexpr int kBandRows = 256;
 
 /// Even noise in -1 .. 1 from a cell and an epoch (the finaliser of SplitMix64, Steele et al. 2014).
 double noise(int column, int row, int epoch) {
@@ -37,11 +37,12 @@ double noise(int column, int row, int epoch) {
 }
 
 double change(int column, int row) {
-    const int x = column % changeSpacing;
-    const int y = row % changeSpacing;
-    if (x < changeSpacing - changeCells || y < changeSpacing - changeCells)
+    const int x = column % kChangeSpacing;
+    const int y = row % kChangeSpacing;
+    if (x < kChangeSpacing - kChangeCells || y < kChangeSpacing - kChangeCells) {
         return 0.0;
-    return (column / changeSpacing + row / changeSpacing) % 2 == 0 ? 2.5 : -1.5;
+    }
+    return (column / kChangeSpacing + row / kChangeSpacing) % 2 == 0 ? 2.5 : -1.5;
 }
 
 struct Epoch {
@@ -53,11 +54,12 @@ struct Epoch {
 bool writeEpoch(const std::string& path, int cells, const Epoch& epoch, char** options) {
     GDALDriver* driver = GetGDALDriverManager()->GetDriverByName("GTiff");
     GDALDatasetUniquePtr file(driver->Create(path.c_str(), cells, cells, 1, GDT_Float32, options));
-    if (!file)
+    if (!file) {
         return false;
+    }
     OGRSpatialReference srs;
     srs.importFromEPSG(4547);
-    double toMap[] = {500000.0, cellMetres, 0.0, 3400000.0, 0.0, -cellMetres};
+    double toMap[] = {500000.0, kCellMetres, 0.0, 3400000.0, 0.0, -kCellMetres};
     file->SetSpatialRef(&srs);
     file->SetGeoTransform(toMap);
 
@@ -67,22 +69,23 @@ bool writeEpoch(const std::string& path, int cells, const Epoch& epoch, char** o
         alongColumns[static_cast<std::size_t>(column)] =
             12.0 * std::sin(x * 0.0021) + 3.0 * std::sin(x * 0.017);
     }
-    std::vector<float> band(static_cast<std::size_t>(cells) * bandRows);
-    for (int firstRow = 0; firstRow < cells; firstRow += bandRows) {
-        const int rows = std::min(bandRows, cells - firstRow);
+    std::vector<float> band(static_cast<std::size_t>(cells) * kBandRows);
+    for (int firstRow = 0; firstRow < cells; firstRow += kBandRows) {
+        const int rows = std::min(kBandRows, cells - firstRow);
         float* height = band.data();
         for (int row = firstRow; row < firstRow + rows; ++row) {
             const double y = row + epoch.rowsAside;
             const double alongRows = 80.0 + 9.0 * std::cos(y * 0.0013) + 2.0 * std::sin(y * 0.011);
             for (int column = 0; column < cells; ++column) {
                 const double ground = alongRows + alongColumns[static_cast<std::size_t>(column)];
-                const double later = epoch.number == 0 ? 0.0 : biasMetres + change(column, row);
+                const double later = epoch.number == 0 ? 0.0 : kBiasMetres + change(column, row);
                 *height++ = static_cast<float>(ground + later + 0.06 * noise(column, row, epoch.number));
             }
         }
         if (file->GetRasterBand(1)->RasterIO(GF_Write, 0, firstRow, cells, rows, band.data(), cells, rows,
-                                             GDT_Float32, 0, 0, nullptr) != CE_None)
+                                             GDT_Float32, 0, 0, nullptr) != CE_None) {
             return false;
+        }
     }
     return true;
 }
@@ -100,6 +103,6 @@ int main(int argc, char** argv) {
     char** options = argv + 3; // ends with a null pointer, as argv does
     const bool written = writeEpoch(folder + "/old.tif", cells, {}, options) &&
                          writeEpoch(folder + "/new.tif", cells, {1}, options) &&
-                         writeEpoch(folder + "/moved.tif", cells, {1, movedColumns, movedRows}, options);
+                         writeEpoch(folder + "/moved.tif", cells, {1, kMovedColumns, kMovedRows}, options);
     return written ? 0 : 1;
 }

@@ -11,20 +11,22 @@
 
 namespace {
 
-constexpr int bandRows = 256;
+constexpr int kBandRows = 256;
 
 bool readAll(const char* path) {
     GDALDatasetUniquePtr file(GDALDataset::Open(path, GDAL_OF_RASTER | GDAL_OF_READONLY));
-    if (!file)
+    if (!file) {
         return false;
+    }
     const int columns = file->GetRasterXSize();
     const int rows = file->GetRasterYSize();
-    std::vector<float> band(static_cast<std::size_t>(columns) * bandRows);
-    for (int row = 0; row < rows; row += bandRows) {
-        const int count = std::min(bandRows, rows - row);
+    std::vector<float> band(static_cast<std::size_t>(columns) * kBandRows);
+    for (int row = 0; row < rows; row += kBandRows) {
+        const int count = std::min(kBandRows, rows - row);
         if (file->GetRasterBand(1)->RasterIO(GF_Read, 0, row, columns, count, band.data(), columns, count,
-                                             GDT_Float32, 0, 0, nullptr) != CE_None)
+                                             GDT_Float32, 0, 0, nullptr) != CE_None) {
             return false;
+        }
     }
     return true;
 }

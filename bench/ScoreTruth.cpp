@@ -10,21 +10,23 @@
 
 namespace {
 
-constexpr double leastShare = 0.95;
-constexpr double mostVolumeError = 0.05;
+constexpr double kLeastShare = 0.95;
+constexpr double kMostVolumeError = 0.05;
 
 void print(const detect::test::TruthScore& score) {
     for (const auto& change : score.changes) {
-        if (change.match.empty())
+        if (change.match.empty()) {
             std::printf("  missed  %-28s %31s %9.1f m3\n", change.name.c_str(), "", change.volumeCubicMetres);
-        else
+        } else {
             std::printf("  found   %-28s %s  overlap %4.2f  volume %9.1f m3  found %9.1f m3  %s -> %s\n",
                         change.name.c_str(), change.match.c_str(), change.overlap, change.volumeCubicMetres,
                         change.foundCubicMetres, change.knownClass.c_str(), change.suggestedClass.c_str());
+        }
     }
-    if (!score.falseAnomalies.empty())
+    if (!score.falseAnomalies.empty()) {
         std::printf("  false   %zu, the first is %s\n", score.falseAnomalies.size(),
                     score.falseAnomalies[0].c_str());
+    }
     std::printf("recall %.3f   precision %.3f   volume error %.2f %% together, %.2f %% at worst\n",
                 score.recall, score.precision, 100.0 * score.volumeError, 100.0 * score.worstVolumeError);
 }
@@ -37,10 +39,11 @@ int main(int argc, char** argv) {
         return 2;
     }
     const auto score = detect::test::scoreAgainstTruth(argv[1], argv[2]);
-    if (!score)
+    if (!score) {
         return 1;
+    }
     print(*score);
-    const bool good = score->recall >= leastShare && score->precision >= leastShare &&
-                      score->volumeError <= mostVolumeError;
+    const bool good = score->recall >= kLeastShare && score->precision >= kLeastShare &&
+                      score->volumeError <= kMostVolumeError;
     return good ? 0 : 1;
 }

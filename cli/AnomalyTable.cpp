@@ -19,8 +19,9 @@ void AnomalyTable::print() const {
 }
 
 std::optional<detect::Failure> Tabulated::take(detect::Anomaly anomaly) {
-    if (m_table != nullptr)
+    if (m_table) {
         m_table->add(anomaly);
+    }
     return m_file.take(std::move(anomaly));
 }
 

@@ -20,10 +20,10 @@ using inspection::Findings;
 
 namespace {
 
-constexpr auto command = "check";
-constexpr auto usage = "用法：corridor check PROJECT [--json]\n"
-                       "  检查工程的文件和数据是否完好，每个问题一行；不作任何更改。\n"
-                       "  没有问题时退出状态为 0，有问题时为 1。\n";
+constexpr auto kCommand = "check";
+constexpr auto kUsage = "用法：corridor check PROJECT [--json]\n"
+                        "  检查工程的文件和数据是否完好，每个问题一行；不作任何更改。\n"
+                        "  没有问题时退出状态为 0，有问题时为 1。\n";
 
 void print(const Findings& findings) {
     for (const Finding& finding : findings) {
@@ -52,7 +52,7 @@ Findings checkWithProgress(const inspection::ProjectDescription& project, mysqlh
 int check(const std::string& folder, bool asJson) {
     const auto opened = openProject(folder, inspection::Project::Access::ReadOnly);
     if (const auto* failure = std::get_if<Failure>(&opened)) {
-        return fail(command, *failure);
+        return fail(kCommand, *failure);
     }
     const auto& [project, database] = std::get<OpenedProject>(opened);
     const Findings findings = checkWithProgress(project.description(), *database->GetMySQL());
@@ -61,19 +61,19 @@ int check(const std::string& folder, bool asJson) {
     } else {
         print(findings);
     }
-    return findings.empty() ? statusDone : statusFailed;
+    return findings.empty() ? kStatusDone : kStatusFailed;
 }
 
 } // namespace
 
 int runCheck(const std::vector<std::string>& arguments) {
-    const auto begun = beginCommand(command, usage, arguments, {{}, {"--json", "--help"}, 1});
+    const auto begun = beginCommand(kCommand, kUsage, arguments, {{}, {"--json", "--help"}, 1});
     if (const int* status = std::get_if<int>(&begun)) {
         return *status;
     }
     const auto& options = std::get<Options>(begun);
     if (options.positional.empty()) {
-        return fail(command, statusWrongUse, "缺少工程文件夹");
+        return fail(kCommand, kStatusWrongUse, "缺少工程文件夹");
     }
     int count = 0;
     const QCoreApplication application(count, nullptr);

@@ -21,10 +21,10 @@ using inspection::Failure;
 
 namespace {
 
-constexpr auto command = "compute";
-constexpr auto usage = "用法：corridor compute PROJECT [--stations 1,2,…]\n"
-                       "  检测工程各站点的异常并存入工程数据库。\n"
-                       "  --stations  站点编号，以逗号分隔；不给出时计算全部站点\n";
+constexpr auto kCommand = "compute";
+constexpr auto kUsage = "用法：corridor compute PROJECT [--stations 1,2,…]\n"
+                        "  检测工程各站点的异常并存入工程数据库。\n"
+                        "  --stations  站点编号，以逗号分隔；不给出时计算全部站点\n";
 
 /// Numbers separated by commas; empty for anything else.
 std::vector<std::uint32_t> parseStations(const std::string& text) {
@@ -56,7 +56,7 @@ void printSummary(mysqlhelper::KV_MySQL& database, const inspection::Computation
 int compute(const std::string& folder, const std::vector<std::uint32_t>& stations) {
     auto opened = openProject(folder, inspection::Project::Access::Exclusive);
     if (const auto* failure = std::get_if<Failure>(&opened)) {
-        return fail(command, *failure);
+        return fail(kCommand, *failure);
     }
     auto& project = std::get<OpenedProject>(opened);
     inspection::ComputationRequest request;
@@ -72,26 +72,26 @@ int compute(const std::string& folder, const std::vector<std::uint32_t>& station
         });
     }
     if (const auto* failure = std::get_if<Failure>(&result)) {
-        return fail(command, *failure);
+        return fail(kCommand, *failure);
     }
     printSummary(*project.database->GetMySQL(), std::get<inspection::ComputationSummary>(result));
-    return statusDone;
+    return kStatusDone;
 }
 
 } // namespace
 
 int runCompute(const std::vector<std::string>& arguments) {
-    const auto begun = beginCommand(command, usage, arguments, {{"--stations"}, {"--help"}, 1});
+    const auto begun = beginCommand(kCommand, kUsage, arguments, {{"--stations"}, {"--help"}, 1});
     if (const int* status = std::get_if<int>(&begun)) {
         return *status;
     }
     const auto& options = std::get<Options>(begun);
     if (options.positional.empty()) {
-        return fail(command, statusWrongUse, "缺少工程文件夹");
+        return fail(kCommand, kStatusWrongUse, "缺少工程文件夹");
     }
     const auto stations = parseStations(options.value("--stations"));
     if (options.has("--stations") && stations.empty()) {
-        return fail(command, statusWrongUse,
+        return fail(kCommand, kStatusWrongUse,
                     "--stations 的值必须是以逗号分隔的站点编号：" + options.value("--stations"));
     }
     int count = 0;

@@ -19,10 +19,10 @@ namespace cli {
 namespace {
 
 /// Little: decoded tiles are shared by all threads, and the rasters pass through once.
-constexpr GIntBig rasterCacheBytes = 4 << 20;
+constexpr GIntBig kRasterCacheBytes = 4 << 20;
 
-constexpr auto command = "detect";
-const char* const usage =
+constexpr auto kCommand = "detect";
+const char* const kUsage =
     "用法：corridor detect --old OLD.tif --new NEW.tif --out RESULT.(gpkg|geojson|shp)\n"
     "         [--threshold M] [--sigma M[,M]] [--confidence P] [--min-area M2]\n"
     "         [--coregister none|bias|full] [--tilt] [--dz DZ.tif] [--threads N]\n"
@@ -44,10 +44,12 @@ struct Paths {
 };
 
 std::optional<Failure> stage(const DetectTask& task, OutputSet& outputs, Paths& paths) {
-    if (auto failure = outputs.stage(task.out, paths.out))
+    if (auto failure = outputs.stage(task.out, paths.out)) {
         return failure;
-    if (auto failure = outputs.stage(task.dz, paths.dz))
+    }
+    if (auto failure = outputs.stage(task.dz, paths.dz)) {
         return failure;
+    }
     return outputs.stage(task.summary, paths.summary);
 }
 
@@ -74,8 +76,9 @@ std::optional<Failure> detectWhole(const DetectTask& task, const detect::Request
     auto detected = withProgress<detect::RunReport>(task, [&](const detect::Progress& progress) {
         return detect::detectChanges(request, receiver, progress);
     });
-    if (auto* failure = std::get_if<Failure>(&detected))
+    if (auto* failure = std::get_if<Failure>(&detected)) {
         return *failure;
+    }
     told.report = std::get<detect::RunReport>(std::move(detected));
     return file.commit();
 }
@@ -87,8 +90,9 @@ std::optional<Failure> detectWindow(const DetectTask& task, const detect::Reques
     auto detected = withProgress<detect::Piece>(task, [&](const detect::Progress& progress) {
         return detect::detectPiece(request, *task.window, receiver, progress);
     });
-    if (auto* failure = std::get_if<Failure>(&detected))
+    if (auto* failure = std::get_if<Failure>(&detected)) {
         return *failure;
+    }
     const detect::Piece& piece = std::get<detect::Piece>(detected);
     told.report = detect::reportOf(piece);
     return file.commit(piece);
@@ -96,41 +100,50 @@ std::optional<Failure> detectWindow(const DetectTask& task, const detect::Reques
 
 std::optional<Failure> detectAndWrite(const DetectTask& task, OutputSet& outputs, Told& told) {
     Paths paths;
-    if (auto failure = stage(task, outputs, paths))
+    if (auto failure = stage(task, outputs, paths)) {
         return failure;
+    }
     detect::Request request = task.request;
     request.dzRaster = paths.dz;
     const auto detect = task.window ? detectWindow : detectWhole;
-    if (auto failure = detect(task, request, paths, told))
+    if (auto failure = detect(task, request, paths, told)) {
         return failure;
-    if (!paths.summary.empty())
-        if (auto failure = detect::writeSummary(told.report, request.parameters, paths.summary))
+    }
+    if (!paths.summary.empty()) {
+        if (auto failure = detect::writeSummary(told.report, request.parameters, paths.summary)) {
             return failure;
+        }
+    }
     return outputs.commit();
 }
 
 } // namespace
 
 int runDetect(const std::vector<std::string>& arguments) {
-    const auto begun = beginCommand(command, usage, arguments, detectOptionTable());
-    if (const int* status = std::get_if<int>(&begun))
+    const auto begun = beginCommand(kCommand, kUsage, arguments, detectOptionTable());
+    if (const int* status = std::get_if<int>(&begun)) {
         return *status;
+    }
     WrongUse wrong;
     const auto task = readDetectTask(std::get<Options>(begun), wrong);
-    if (!task)
-        return fail(command, statusWrongUse, wrong.message);
+    if (!task) {
+        return fail(kCommand, kStatusWrongUse, wrong.message);
+    }
 
-    GDALSetCacheMax64(rasterCacheBytes);
+    GDALSetCacheMax64(kRasterCacheBytes);
     OutputSet outputs;
     Told told;
-    if (const auto failure = detectAndWrite(*task, outputs, told))
-        return fail(command, statusFailed, outputs.inUsersWords(failure->message));
-    if (task->quiet)
-        return statusDone;
-    if (const std::string& refusal = told.report.coregistration.refusal; !refusal.empty())
+    if (const auto failure = detectAndWrite(*task, outputs, told)) {
+        return fail(kCommand, kStatusFailed, outputs.inUsersWords(failure->message));
+    }
+    if (task->quiet) {
+        return kStatusDone;
+    }
+    if (const std::string& refusal = told.report.coregistration.refusal; !refusal.empty()) {
         std::fprintf(stderr, "corridor detect: 未做水平配准：%s；只校正高差\n", refusal.c_str());
+    }
     told.table.print();
-    return statusDone;
+    return kStatusDone;
 }
 
 } // namespace cli

@@ -17,14 +17,14 @@ using inspection::SpecialObjectImport;
 
 namespace {
 
-constexpr auto command = "import";
-constexpr auto usage = "用法：corridor import PROJECT --polygons FILE --type 4|17 [--strict]\n"
-                       "      corridor import PROJECT --points FILE [--strict]\n"
-                       "  将矢量文件中的面或点导入工程，成为高后果区、特殊面或特殊点。\n"
-                       "  --polygons  面所在的文件，GDAL 能读取的任意矢量格式\n"
-                       "  --type      面的类型：4 高后果区，17 特殊面\n"
-                       "  --points    特殊点所在的文件\n"
-                       "  --strict    有任何一行被拒绝时不导入\n";
+constexpr auto kCommand = "import";
+constexpr auto kUsage = "用法：corridor import PROJECT --polygons FILE --type 4|17 [--strict]\n"
+                        "      corridor import PROJECT --points FILE [--strict]\n"
+                        "  将矢量文件中的面或点导入工程，成为高后果区、特殊面或特殊点。\n"
+                        "  --polygons  面所在的文件，GDAL 能读取的任意矢量格式\n"
+                        "  --type      面的类型：4 高后果区，17 特殊面\n"
+                        "  --points    特殊点所在的文件\n"
+                        "  --strict    有任何一行被拒绝时不导入\n";
 
 struct Task {
     std::string project;
@@ -66,7 +66,7 @@ std::optional<Task> readTask(const Options& options, WrongUse& wrong) {
 
 void printLines(const QStringList& lines) {
     for (const QString& line : lines) {
-        std::fprintf(stderr, "corridor %s: %s\n", command, qUtf8Printable(line));
+        std::fprintf(stderr, "corridor %s: %s\n", kCommand, qUtf8Printable(line));
     }
 }
 
@@ -79,13 +79,13 @@ int printOutcome(const Task& task, const SpecialObjectImport& outcome) {
     }
     std::printf("导入 %d 个%s，拒绝 %lld 行\n", outcome.stored,
                 qUtf8Printable(inspection::specialObjectTitle(task.type)), static_cast<long long>(refused));
-    return refused == 0 ? statusDone : statusFailed;
+    return refused == 0 ? kStatusDone : kStatusFailed;
 }
 
 int importFile(const Task& task) {
     auto opened = openProject(task.project, inspection::Project::Access::Exclusive);
     if (const auto* failure = std::get_if<Failure>(&opened)) {
-        return fail(command, *failure);
+        return fail(kCommand, *failure);
     }
     auto& project = std::get<OpenedProject>(opened);
     const inspection::SpecialObjectFile file{
@@ -101,7 +101,7 @@ int importFile(const Task& task) {
                                                   });
     }
     if (const auto* failure = std::get_if<Failure>(&result)) {
-        return fail(command, *failure);
+        return fail(kCommand, *failure);
     }
     return printOutcome(task, std::get<SpecialObjectImport>(result));
 }
@@ -109,7 +109,7 @@ int importFile(const Task& task) {
 } // namespace
 
 int runImport(const std::vector<std::string>& arguments) {
-    const auto begun = beginCommand(command, usage, arguments,
+    const auto begun = beginCommand(kCommand, kUsage, arguments,
                                     {{"--polygons", "--points", "--type"}, {"--strict", "--help"}, 1});
     if (const int* status = std::get_if<int>(&begun)) {
         return *status;
@@ -118,7 +118,7 @@ int runImport(const std::vector<std::string>& arguments) {
     WrongUse wrong;
     const auto task = readTask(options, wrong);
     if (!task) {
-        return fail(command, statusWrongUse, wrong.message);
+        return fail(kCommand, kStatusWrongUse, wrong.message);
     }
     int count = 0;
     const QCoreApplication application(count, nullptr);

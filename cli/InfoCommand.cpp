@@ -15,9 +15,9 @@ namespace cli {
 
 namespace {
 
-constexpr auto command = "info";
-constexpr auto usage = "用法：corridor info PROJECT|RASTER [--json]\n"
-                       "  显示工程或栅格的内容。\n";
+constexpr auto kCommand = "info";
+constexpr auto kUsage = "用法：corridor info PROJECT|RASTER [--json]\n"
+                        "  显示工程或栅格的内容。\n";
 
 QString text(const QJsonValue& value) {
     switch (value.type()) {
@@ -61,20 +61,20 @@ void print(const QJsonObject& json, const QString& indent) {
 } // namespace
 
 int runInfo(const std::vector<std::string>& arguments) {
-    const auto begun = beginCommand(command, usage, arguments, {{}, {"--json", "--help"}, 1});
+    const auto begun = beginCommand(kCommand, kUsage, arguments, {{}, {"--json", "--help"}, 1});
     if (const int* status = std::get_if<int>(&begun)) {
         return *status;
     }
     const auto& options = std::get<Options>(begun);
     if (options.positional.empty()) {
-        return fail(command, statusWrongUse, "缺少工程文件夹或栅格文件");
+        return fail(kCommand, kStatusWrongUse, "缺少工程文件夹或栅格文件");
     }
     int count = 0;
     const QCoreApplication application(count, nullptr);
     const QString path = QString::fromStdString(options.positional.front());
     const auto info = QFileInfo(path).isDir() ? projectInfo(path) : rasterInfo(path);
     if (const auto* failure = std::get_if<inspection::Failure>(&info)) {
-        return fail(command, *failure);
+        return fail(kCommand, *failure);
     }
     const auto& json = std::get<QJsonObject>(info);
     if (options.has("--json")) {
@@ -82,7 +82,7 @@ int runInfo(const std::vector<std::string>& arguments) {
     } else {
         print(json, QString());
     }
-    return statusDone;
+    return kStatusDone;
 }
 
 } // namespace cli

@@ -20,7 +20,7 @@ inspection::Result<OpenedProject> openProject(const std::string& folder, Project
 }
 
 int fail(const char* command, const Failure& failure) {
-    return fail(command, statusFailed, failure.userMessage.simplified().toStdString());
+    return fail(command, kStatusFailed, failure.userMessage.simplified().toStdString());
 }
 
 } // namespace cli

@@ -52,11 +52,11 @@ std::variant<Options, int> beginCommand(const char* command, const char* usage,
     WrongUse wrong;
     auto options = parseOptions(arguments, table, wrong);
     if (!options) {
-        return fail(command, statusWrongUse, wrong.message);
+        return fail(command, kStatusWrongUse, wrong.message);
     }
     if (options->has("--help")) {
         std::fputs(usage, stdout);
-        return statusDone;
+        return kStatusDone;
     }
     return *std::move(options);
 }
@@ -70,8 +70,9 @@ std::optional<double> parseNumber(const std::string& text) {
     double number = 0.0;
     const char* end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), end, number);
-    if (error != std::errc() || stop != end || !std::isfinite(number))
+    if (error != std::errc() || stop != end || !std::isfinite(number)) {
         return std::nullopt;
+    }
     return number;
 }
 
@@ -79,8 +80,9 @@ std::optional<int> parseInteger(const std::string& text) {
     int number = 0;
     const char* end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), end, number);
-    if (error != std::errc() || stop != end)
+    if (error != std::errc() || stop != end) {
         return std::nullopt;
+    }
     return number;
 }
 

@@ -10,12 +10,12 @@
 namespace cli {
 
 /// Exit statuses of every command.
-constexpr int statusDone = 0;
-constexpr int statusFailed = 1;
-constexpr int statusWrongUse = 2;
+constexpr int kStatusDone = 0;
+constexpr int kStatusFailed = 1;
+constexpr int kStatusWrongUse = 2;
 
 /// For OptionTable::positional.
-constexpr std::size_t anyNumber = static_cast<std::size_t>(-1);
+constexpr std::size_t kAnyNumber = static_cast<std::size_t>(-1);
 
 /// The options one command knows. Values follow as the next argument or after "=".
 struct OptionTable {

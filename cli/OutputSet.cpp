@@ -5,11 +5,13 @@
 namespace cli {
 
 std::optional<detect::Failure> OutputSet::stage(const std::string& target, std::string& path) {
-    if (target.empty())
+    if (target.empty()) {
         return std::nullopt;
+    }
     auto staged = detect::StagedOutput::beside(target);
-    if (auto* failure = std::get_if<detect::Failure>(&staged))
+    if (auto* failure = std::get_if<detect::Failure>(&staged)) {
         return *failure;
+    }
     m_outputs.push_back(
         std::make_unique<detect::StagedOutput>(std::get<detect::StagedOutput>(std::move(staged))));
     path = m_outputs.back()->path();
@@ -17,17 +19,21 @@ std::optional<detect::Failure> OutputSet::stage(const std::string& target, std::
 }
 
 std::optional<detect::Failure> OutputSet::commit() {
-    for (const auto& output : m_outputs)
-        if (auto failure = output->commit())
+    for (const auto& output : m_outputs) {
+        if (auto failure = output->commit()) {
             return failure;
+        }
+    }
     return std::nullopt;
 }
 
 std::string OutputSet::inUsersWords(std::string message) const {
-    for (const auto& output : m_outputs)
+    for (const auto& output : m_outputs) {
         for (auto at = message.find(output->path()); at != std::string::npos;
-             at = message.find(output->path()))
+             at = message.find(output->path())) {
             message.replace(at, output->path().size(), output->target());
+        }
+    }
     return message;
 }
 

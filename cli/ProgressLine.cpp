@@ -13,7 +13,7 @@ namespace cli {
 
 namespace {
 
-constexpr int barWidth = 40;
+constexpr int kBarWidth = 40;
 
 bool standardErrorIsTerminal() {
 #ifdef _WIN32
@@ -29,24 +29,27 @@ ProgressLine::ProgressLine(std::string title, bool quiet)
     : m_title(std::move(title)), m_quiet(quiet), m_terminal(standardErrorIsTerminal()) {}
 
 ProgressLine::~ProgressLine() {
-    if (!m_quiet && m_terminal && m_shownPercent >= 0)
+    if (!m_quiet && m_terminal && m_shownPercent >= 0) {
         std::fputc('\n', stderr);
+    }
 }
 
 void ProgressLine::show(double done) {
     int percent = static_cast<int>(std::clamp(done, 0.0, 1.0) * 100.0);
-    if (!m_terminal)
+    if (!m_terminal) {
         percent = percent / 10 * 10;
-    if (m_quiet || percent == m_shownPercent)
+    }
+    if (m_quiet || percent == m_shownPercent) {
         return;
+    }
     m_shownPercent = percent;
     if (!m_terminal) {
         std::fprintf(stderr, "%s %d%%\n", m_title.c_str(), percent);
         return;
     }
-    const auto filled = static_cast<std::size_t>(percent * barWidth / 100);
+    const auto filled = static_cast<std::size_t>(percent * kBarWidth / 100);
     std::fprintf(stderr, "\r%s [%s%s] %3d%%", m_title.c_str(), std::string(filled, '#').c_str(),
-                 std::string(barWidth - filled, ' ').c_str(), percent);
+                 std::string(kBarWidth - filled, ' ').c_str(), percent);
     std::fflush(stderr);
 }
 

@@ -109,7 +109,7 @@ inspection::Result<QJsonObject> rasterInfo(const QString& file) {
                      {"data_type", GDALGetDataTypeName(band->GetRasterDataType())},
                      {"overviews", band->GetOverviewCount()}};
     const OGRSpatialReference* reference = raster->GetSpatialRef();
-    json["crs"] = reference == nullptr ? QJsonValue() : QJsonValue(inspection::definitionOf(*reference));
+    json["crs"] = !reference ? QJsonValue() : QJsonValue(inspection::definitionOf(*reference));
     std::array<double, 6> t{};
     if (raster->GetGeoTransform(t.data()) == CE_None) {
         json["cell_size"] = QJsonArray{std::hypot(t[1], t[4]), std::hypot(t[2], t[5])};

@@ -20,10 +20,10 @@ using inspection::InspectionData;
 
 namespace {
 
-constexpr auto reportUsage = "用法：corridor report PROJECT --out FILE.(pdf|odt|html)\n"
-                             "  由工程中已存入的结果生成巡检报告。\n";
-constexpr auto shapeUsage = "用法：corridor shape PROJECT --out DIR\n"
-                            "  将异常、站点和管道中心线输出为 Shapefile 和 GeoPackage。\n";
+constexpr auto kReportUsage = "用法：corridor report PROJECT --out FILE.(pdf|odt|html)\n"
+                              "  由工程中已存入的结果生成巡检报告。\n";
+constexpr auto kShapeUsage = "用法：corridor shape PROJECT --out DIR\n"
+                             "  将异常、站点和管道中心线输出为 Shapefile 和 GeoPackage。\n";
 
 using Writer = inspection::Status (*)(const InspectionData& data, const QString& target,
                                       const inspection::OutputProgress& progress);
@@ -61,7 +61,7 @@ int write(const char* command, const char* title, const std::string& folder, con
         return fail(command, *status);
     }
     std::printf("%s\n", target.c_str());
-    return statusDone;
+    return kStatusDone;
 }
 
 int run(const char* command, const char* title, const char* usage, const std::vector<std::string>& arguments,
@@ -72,7 +72,7 @@ int run(const char* command, const char* title, const char* usage, const std::ve
     }
     const auto& options = std::get<Options>(begun);
     if (options.positional.empty() || options.value("--out").empty()) {
-        return fail(command, statusWrongUse, options.positional.empty() ? "缺少工程文件夹" : "缺少 --out");
+        return fail(command, kStatusWrongUse, options.positional.empty() ? "缺少工程文件夹" : "缺少 --out");
     }
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
         qputenv("QT_QPA_PLATFORM", "offscreen"); // fonts and pictures need no display
@@ -88,11 +88,11 @@ int run(const char* command, const char* title, const char* usage, const std::ve
 } // namespace
 
 int runReport(const std::vector<std::string>& arguments) {
-    return run("report", "输出报告", reportUsage, arguments, writeReport);
+    return run("report", "输出报告", kReportUsage, arguments, writeReport);
 }
 
 int runShape(const std::vector<std::string>& arguments) {
-    return run("shape", "输出shape", shapeUsage, arguments, inspection::writeShapes);
+    return run("shape", "输出shape", kShapeUsage, arguments, inspection::writeShapes);
 }
 
 } // namespace cli

@@ -11,8 +11,8 @@ namespace cli {
 
 namespace {
 
-constexpr auto command = "sample";
-const char* const usage =
+constexpr auto kCommand = "sample";
+const char* const kUsage =
     "用法：corridor sample DIR [--seed N] [--size CELLS] [--quiet]\n"
     "         DIR 不存在或为空；CELLS 是长边的格数，16 的倍数，默认 8192（0.25 米一格）\n";
 
@@ -38,12 +38,12 @@ std::optional<samples::SampleOptions> readTask(const Options& options, WrongUse&
     }
     if (options.has("--size")) {
         const auto cells = parseInteger(options.value("--size"));
-        if (!cells || *cells < samples::SampleOptions::smallestCells ||
-            *cells > samples::SampleOptions::largestCells ||
-            *cells % samples::SampleOptions::cellsStep != 0) {
-            wrong.message = "--size 需要 " + std::to_string(samples::SampleOptions::smallestCells) + " 到 " +
-                            std::to_string(samples::SampleOptions::largestCells) + " 之间 " +
-                            std::to_string(samples::SampleOptions::cellsStep) + " 的倍数";
+        if (!cells || *cells < samples::SampleOptions::kSmallestCells ||
+            *cells > samples::SampleOptions::kLargestCells ||
+            *cells % samples::SampleOptions::kCellsStep != 0) {
+            wrong.message = "--size 需要 " + std::to_string(samples::SampleOptions::kSmallestCells) + " 到 " +
+                            std::to_string(samples::SampleOptions::kLargestCells) + " 之间 " +
+                            std::to_string(samples::SampleOptions::kCellsStep) + " 的倍数";
             return std::nullopt;
         }
         task.cells = *cells;
@@ -54,14 +54,16 @@ std::optional<samples::SampleOptions> readTask(const Options& options, WrongUse&
 } // namespace
 
 int runSample(const std::vector<std::string>& arguments) {
-    const auto begun = beginCommand(command, usage, arguments, optionTable());
-    if (const int* status = std::get_if<int>(&begun))
+    const auto begun = beginCommand(kCommand, kUsage, arguments, optionTable());
+    if (const int* status = std::get_if<int>(&begun)) {
         return *status;
+    }
     const Options& options = std::get<Options>(begun);
     WrongUse wrong;
     const auto task = readTask(options, wrong);
-    if (!task)
-        return fail(command, statusWrongUse, wrong.message);
+    if (!task) {
+        return fail(kCommand, kStatusWrongUse, wrong.message);
+    }
 
     const StopOnSignal stop;
     std::optional<std::string> problem;
@@ -72,11 +74,13 @@ int runSample(const std::vector<std::string>& arguments) {
             return !stop.asked();
         });
     }
-    if (problem)
-        return fail(command, statusFailed, *problem);
-    if (!options.has("--quiet"))
+    if (problem) {
+        return fail(kCommand, kStatusFailed, *problem);
+    }
+    if (!options.has("--quiet")) {
         std::printf("%s\n", task->directory.c_str());
-    return statusDone;
+    }
+    return kStatusDone;
 }
 
 } // namespace cli

@@ -24,7 +24,7 @@ struct Command {
     const char* synopsis;
 };
 
-constexpr Command commands[] = {
+constexpr Command kCommands[] = {
     {"detect", cli::runDetect,
      "--old OLD.tif --new NEW.tif --out RESULT.(gpkg|geojson|shp)   比较两期地表，输出变化"},
     {"merge", cli::runMerge, "A.gpkg B.gpkg … --out ALL.gpkg   合并 detect --window 的各窗口结果"},
@@ -42,8 +42,9 @@ constexpr Command commands[] = {
 
 void printUsage(std::FILE* stream) {
     std::fputs("用法：corridor 命令 …\n", stream);
-    for (const Command& command : commands)
+    for (const Command& command : kCommands) {
         std::fprintf(stream, "  corridor %s %s\n", command.name, command.synopsis);
+    }
 }
 
 } // namespace
@@ -53,16 +54,19 @@ int main(int argc, char** argv) {
     inspection::useUtf8Locale();
     const std::vector<std::string> arguments(argv + (argc > 1 ? 2 : argc), argv + argc);
     const std::string name = argc > 1 ? argv[1] : "";
-    for (const Command& command : commands)
-        if (name == command.name)
+    for (const Command& command : kCommands) {
+        if (name == command.name) {
             return command.run(arguments);
+        }
+    }
     if (name == "--help" || name == "help") {
         printUsage(stdout);
-        return cli::statusDone;
+        return cli::kStatusDone;
     }
-    if (name.empty())
+    if (name.empty()) {
         printUsage(stderr);
-    else
+    } else {
         std::fprintf(stderr, "corridor: 未知命令 %s\n", name.c_str());
-    return cli::statusWrongUse;
+    }
+    return cli::kStatusWrongUse;
 }

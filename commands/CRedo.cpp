@@ -22,8 +22,9 @@ CRedo::CRedo() : zeo::CommandPlugin("319 redo command") {
 void CRedo::createselfUI(QWidget* parent, QHBoxLayout* layout) {
     QToolButton* button = makeHistoryButton(*this, parent, layout);
     connect(button, &QObject::destroyed, this, [this, button] {
-        if (m_pButton == button)
+        if (m_pButton == button) {
             m_pButton = nullptr;
+        }
     });
     m_pButton = button;
 }
@@ -48,6 +49,7 @@ void CRedo::OnSetCom(QString /*text*/) { // NOLINT(performance-unnecessary-value
 
 void CRedo::refreshButton() {
     EditHistory* history = IORVAContext::Instance()->GetEditHistory();
-    if (m_pButton)
+    if (m_pButton) {
         m_pButton->setEnabled(history && history->CanRedo());
+    }
 }

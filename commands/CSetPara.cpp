@@ -13,7 +13,8 @@ CSetPara::CSetPara() : zeo::CommandPlugin("315 set para") {
 }
 
 void CSetPara::Execute() {
-    if (auto* parameters = dataSet<ParaSet>())
+    if (auto* parameters = dataSet<ParaSet>()) {
         parameters->OnSetPara();
+    }
     setButtonChecked(m_pButton, false);
 }

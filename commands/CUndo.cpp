@@ -32,8 +32,9 @@ void CUndo::createselfUI(QWidget* parent, QHBoxLayout* layout) {
     button->setMenu(m_historyMenu.get());
     button->setPopupMode(QToolButton::MenuButtonPopup);
     connect(button, &QObject::destroyed, this, [this, button] {
-        if (m_pButton == button)
+        if (m_pButton == button) {
             m_pButton = nullptr;
+        }
     });
     m_pButton = button;
 }
@@ -54,28 +55,32 @@ void CUndo::Execute() {
 }
 
 void CUndo::OnSetCom(QString text) { // NOLINT(performance-unnecessary-value-param): a slot by name
-    if (!text.isEmpty())
+    if (!text.isEmpty()) {
         addEntry(text);
+    }
     refreshButton();
 }
 
 void CUndo::OnUndoto(QAction* action) {
     const int steps = stepsOf(action);
-    if (steps <= 0)
+    if (steps <= 0) {
         return;
+    }
     EditHistory* history = IORVAContext::Instance()->GetEditHistory();
     if (history && history->CanUndo()) {
         history->UndoSteps(steps);
-        for (int step = 0; step < steps; ++step)
+        for (int step = 0; step < steps; ++step) {
             removeNewestEntry();
+        }
         IORVAContext::Instance()->GetAVWindow()->sent_msg_redo(QString());
     }
     refreshButton();
 }
 
 void CUndo::OnLighted(QAction* action) {
-    if (!m_cancelEntry)
+    if (!m_cancelEntry) {
         return;
+    }
     const int steps = stepsOf(action);
     if (steps <= 0) {
         m_cancelEntry->setText(tr("取消"));
@@ -84,14 +89,16 @@ void CUndo::OnLighted(QAction* action) {
     m_cancelEntry->setText(QStringLiteral("撤销%1步").arg(steps));
     // The entries are not checkable: this marks nothing that shows, and is not meant to.
     QList<QAction*> entries = m_entries;
-    for (int step = 0; step < steps && !entries.isEmpty(); ++step)
+    for (int step = 0; step < steps && !entries.isEmpty(); ++step) {
         entries.takeLast()->setChecked(true);
+    }
 }
 
 int CUndo::stepsOf(const QAction* action) const {
     // Entries bear a number; separators and cancel entries do not.
-    if (!action || !action->data().isValid())
+    if (!action || !action->data().isValid()) {
         return 0;
+    }
     return m_entryCount - action->data().toInt() + 1;
 }
 
@@ -112,8 +119,9 @@ void CUndo::addEntry(const QString& text) {
 
 // Edits that the library held before it reported any have no entry.
 void CUndo::removeNewestEntry() {
-    if (m_entries.isEmpty())
+    if (m_entries.isEmpty()) {
         return;
+    }
     QAction* newest = m_entries.takeLast();
     m_historyMenu->removeAction(newest);
     // Not deleted at once: it may be the very entry whose signal is being handled.
@@ -135,8 +143,10 @@ void CUndo::clearMenu() {
 void CUndo::refreshButton() {
     EditHistory* history = IORVAContext::Instance()->GetEditHistory();
     const bool canUndo = history && history->CanUndo();
-    if (m_pButton)
+    if (m_pButton) {
         m_pButton->setEnabled(canUndo);
-    if (!canUndo)
+    }
+    if (!canUndo) {
         clearMenu();
+    }
 }

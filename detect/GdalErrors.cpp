@@ -10,22 +10,26 @@ namespace detect {
 namespace {
 
 void CPL_STDCALL rememberFailure(CPLErr severity, CPLErrorNum, const char* message) {
-    if (severity == CE_Failure || severity == CE_Fatal)
+    if (severity == CE_Failure || severity == CE_Fatal) {
         static_cast<GdalErrors*>(CPLGetErrorHandlerUserData())->remember(message);
+    }
 }
 
 /// GDAL quotes whole scripts of SQL; what went wrong stands at the end.
 std::string shortened(const std::string& words) {
-    constexpr std::size_t kept = 80; // bytes at either end
-    if (words.size() <= 3 * kept)
+    constexpr std::size_t kEpt = 80; // bytes at either end
+    if (words.size() <= 3 * kEpt) {
         return words;
+    }
     const auto isInsideCharacter = [&words](std::size_t i) { return (words[i] & 0xC0) == 0x80; };
-    std::size_t head = kept;
-    while (isInsideCharacter(head))
+    std::size_t head = kEpt;
+    while (isInsideCharacter(head)) {
         --head;
-    std::size_t tail = words.size() - kept;
-    while (isInsideCharacter(tail))
+    }
+    std::size_t tail = words.size() - kEpt;
+    while (isInsideCharacter(tail)) {
         ++tail;
+    }
     return words.substr(0, head) + " … " + words.substr(tail);
 }
 
@@ -40,8 +44,9 @@ GdalErrors::~GdalErrors() {
 }
 
 void GdalErrors::remember(const char* message) {
-    if (m_firstFailure.empty())
-        m_firstFailure = message != nullptr && *message != '\0' ? message : "unknown GDAL error";
+    if (m_firstFailure.empty()) {
+        m_firstFailure = message && *message != '\0' ? message : "unknown GDAL error";
+    }
 }
 
 void silenceTiff() {
@@ -52,8 +57,9 @@ void silenceTiff() {
 Failure failureOf(const std::string& file, const std::string& cause, const std::string& gdalWords) {
     Failure failure;
     failure.message = file + "：" + cause;
-    if (!gdalWords.empty())
+    if (!gdalWords.empty()) {
         failure.message += "（" + shortened(gdalWords) + "）";
+    }
     std::replace(failure.message.begin(), failure.message.end(), '\n', ' ');
     std::replace(failure.message.begin(), failure.message.end(), '\r', ' ');
     return failure;

@@ -19,8 +19,9 @@ public:
     std::vector<Anomaly> handOver() { return std::exchange(m_anomalies, {}); }
     /// The outcome of the run together with what was kept.
     std::variant<Result, Failure> resultOf(std::variant<RunReport, Failure> outcome) {
-        if (auto* failure = std::get_if<Failure>(&outcome))
+        if (auto* failure = std::get_if<Failure>(&outcome)) {
             return std::move(*failure);
+        }
         return Result{std::get<RunReport>(std::move(outcome)), handOver()};
     }
 

@@ -32,12 +32,14 @@ public:
     std::optional<Failure> run() {
         std::vector<std::thread> workers;
         workers.reserve(static_cast<std::size_t>(m_threads));
-        for (int i = 0; i < m_threads; ++i)
+        for (int i = 0; i < m_threads; ++i) {
             workers.emplace_back([this] { work(); });
+        }
         std::optional<Failure> failure = handOver();
         stop();
-        for (std::thread& worker : workers)
+        for (std::thread& worker : workers) {
             worker.join();
+        }
         return failure;
     }
 
@@ -47,10 +49,12 @@ private:
     std::optional<Failure> handOver() {
         for (int index = 0; index < m_count; ++index) {
             Outcome outcome = waitFor(index);
-            if (auto* failure = std::get_if<Failure>(&outcome))
+            if (auto* failure = std::get_if<Failure>(&outcome)) {
                 return std::move(*failure);
-            if (auto failure = m_consume(std::get<Product>(std::move(outcome))))
+            }
+            if (auto failure = m_consume(std::get<Product>(std::move(outcome)))) {
                 return failure;
+            }
         }
         return std::nullopt;
     }
@@ -68,17 +72,19 @@ private:
         try {
             auto made = m_makeWorker();
             for (std::optional<int> index = take(); index; index = take()) {
-                if (auto* failure = std::get_if<Failure>(&made))
+                if (auto* failure = std::get_if<Failure>(&made)) {
                     put(*index, *failure);
-                else
+                } else {
                     put(*index, std::get<0>(made)(*index));
+                }
             }
         } catch (const std::exception& error) {
             // Memory may run out; whoever waits for one of the remaining products must hear of it.
             const Failure failure{std::string("计算失败：") + error.what(), false};
             std::unique_lock lock(m_mutex);
-            for (int index = m_handedOver; index < m_count; ++index)
+            for (int index = m_handedOver; index < m_count; ++index) {
                 m_done.try_emplace(index, failure);
+            }
             m_changed.notify_all();
         }
     }
@@ -87,8 +93,9 @@ private:
         std::unique_lock lock(m_mutex);
         m_changed.wait(
             lock, [&] { return m_stopped || m_next >= m_count || m_next < m_handedOver + 2 * m_threads; });
-        if (m_stopped || m_next >= m_count)
+        if (m_stopped || m_next >= m_count) {
             return std::nullopt;
+        }
         return m_next++;
     }
 

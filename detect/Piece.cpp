@@ -20,8 +20,9 @@ bool same(const Coregistration& a, const Coregistration& b) {
 }
 
 bool same(const std::optional<Significance>& a, const std::optional<Significance>& b) {
-    if (!a || !b)
+    if (!a || !b) {
         return a.has_value() == b.has_value();
+    }
     return a->oldSigmaMetres == b->oldSigmaMetres && a->newSigmaMetres == b->newSigmaMetres &&
            a->confidence == b->confidence;
 }
@@ -57,12 +58,15 @@ std::optional<Failure> checkFrames(const std::vector<Piece>& pieces) {
     const PieceFrame& first = pieces.front().frame;
     for (const Piece& piece : pieces) {
         const std::string which = "窗口 " + asText(piece.window);
-        if (!sameRasters(first, piece.frame))
+        if (!sameRasters(first, piece.frame)) {
             return Failure{which + " 来自另一对栅格"};
-        if (!same(first.parameters, piece.frame.parameters))
+        }
+        if (!same(first.parameters, piece.frame.parameters)) {
             return Failure{which + " 的检测参数与其他窗口不同"};
-        if (!same(first.coregistration, piece.frame.coregistration))
+        }
+        if (!same(first.coregistration, piece.frame.coregistration)) {
             return Failure{which + " 的配准结果与其他窗口不同，两期栅格可能已被修改"};
+        }
     }
     return std::nullopt;
 }
@@ -78,15 +82,17 @@ CellWindow firstMissing(const std::vector<Piece>& pieces, const CellWindow& over
     }
     std::sort(rows.begin(), rows.end());
     std::sort(columns.begin(), columns.end());
-    for (const int row : rows)
+    for (const int row : rows) {
         for (const int column : columns) {
             const CellWindow cell = intersect({column, row, 1, 1}, overlap);
             const bool missing = !cell.empty() && std::all_of(pieces.begin(), pieces.end(), [&](auto& piece) {
                 return intersect(piece.window, cell).empty();
             });
-            if (missing)
+            if (missing) {
                 return cell;
+            }
         }
+    }
     return {};
 }
 
@@ -94,14 +100,17 @@ std::optional<Failure> checkWindows(const std::vector<Piece>& pieces) {
     std::int64_t covered = 0;
     for (std::size_t i = 0; i < pieces.size(); ++i) {
         covered += pieces[i].window.cells();
-        for (std::size_t k = 0; k < i; ++k)
-            if (!intersect(pieces[i].window, pieces[k].window).empty())
+        for (std::size_t k = 0; k < i; ++k) {
+            if (!intersect(pieces[i].window, pieces[k].window).empty()) {
                 return Failure{"窗口 " + asText(pieces[k].window) + " 与 " + asText(pieces[i].window) +
                                " 重叠"};
+            }
+        }
     }
     const CellWindow overlap = pieces.front().frame.overlap;
-    if (covered == overlap.cells())
+    if (covered == overlap.cells()) {
         return std::nullopt;
+    }
     const CellWindow missing = firstMissing(pieces, overlap);
     return Failure{"缺少窗口：第 " + std::to_string(missing.column) + " 列、第 " +
                    std::to_string(missing.row) + " 行起没有结果（两期重叠范围 " + asText(overlap) + "）"};
@@ -128,16 +137,19 @@ Rejections stitch(const std::vector<Piece>& pieces, AnomalyOrder& found) {
         const float* heights;
     };
     std::vector<SeamRun> all;
-    for (const Piece& piece : pieces)
-        for (const Run& run : piece.seamRuns.runs)
+    for (const Piece& piece : pieces) {
+        for (const Run& run : piece.seamRuns.runs) {
             all.push_back({&run, piece.seamRuns.heightsOf(run)});
+        }
+    }
     std::sort(all.begin(), all.end(),
               [](const SeamRun& a, const SeamRun& b) { return a.run->isBefore(*b.run); });
     const PieceFrame& frame = pieces.front().frame;
     AnomalyBuilder builder(gridOf(frame), frame.parameters, frame.coregistration, found);
     Labeller labeller([&builder](Component& component) { builder.consider(component); });
-    for (const SeamRun& seam : all)
+    for (const SeamRun& seam : all) {
         labeller.add(*seam.run, seam.heights);
+    }
     labeller.finish();
     return builder.rejections();
 }
@@ -152,13 +164,16 @@ std::optional<Failure> gather(const std::vector<Piece>& pieces, const AnomaliesO
         return pieces[a].window.row < pieces[b].window.row;
     });
     for (const std::size_t piece : downwards) {
-        if (auto failure = found.releaseAbove(pieces[piece].window.row))
+        if (auto failure = found.releaseAbove(pieces[piece].window.row)) {
             return failure;
+        }
         auto read = anomaliesOf(piece);
-        if (auto* failure = std::get_if<Failure>(&read))
+        if (auto* failure = std::get_if<Failure>(&read)) {
             return *failure;
-        for (Anomaly& anomaly : std::get<std::vector<Anomaly>>(read))
+        }
+        for (Anomaly& anomaly : std::get<std::vector<Anomaly>>(read)) {
             found.add(std::move(anomaly));
+        }
     }
     return found.releaseAll();
 }
@@ -194,22 +209,28 @@ RunReport reportOf(const Piece& piece) {
 
 std::variant<RunReport, Failure> mergePieces(const std::vector<Piece>& pieces,
                                              const AnomaliesOfPiece& anomaliesOf, AnomalyReceiver& receiver) {
-    if (pieces.empty())
+    if (pieces.empty()) {
         return Failure{"没有可合并的窗口"};
-    if (auto failure = checkFrames(pieces))
+    }
+    if (auto failure = checkFrames(pieces)) {
         return *failure;
-    if (auto failure = checkWindows(pieces))
+    }
+    if (auto failure = checkWindows(pieces)) {
         return *failure;
+    }
     RunReport report = reportOfAll(pieces);
     const PieceFrame& frame = pieces.front().frame;
-    if (report.cells == 0)
+    if (report.cells == 0) {
         return nothingCompared(frame);
-    if (auto failure = receiver.begin(frame.srsWkt))
+    }
+    if (auto failure = receiver.begin(frame.srsWkt)) {
         return *failure;
+    }
     AnomalyOrder found(receiver);
     add(stitch(pieces, found), report.rejections);
-    if (auto failure = gather(pieces, anomaliesOf, found))
+    if (auto failure = gather(pieces, anomaliesOf, found)) {
         return *failure;
+    }
     report.found = found.released();
     return report;
 }

@@ -25,15 +25,19 @@ std::variant<StagedOutput, Failure> StagedOutput::beside(const std::string& targ
     const fs::path path = fs::u8path(target);
     const fs::path parent = path.has_parent_path() ? path.parent_path() : fs::path(".");
     std::error_code error;
-    if (!path.has_filename())
+    if (!path.has_filename()) {
         return failureOf(target, "不是文件名");
-    if (fs::is_directory(path, error))
+    }
+    if (fs::is_directory(path, error)) {
         return failureOf(target, "是文件夹，不能写成文件");
-    if (!fs::is_directory(parent, error))
+    }
+    if (!fs::is_directory(parent, error)) {
         return failureOf(target, "所在文件夹不存在");
+    }
     const fs::path folder = parent / hiddenName();
-    if (!fs::create_directory(folder, error))
+    if (!fs::create_directory(folder, error)) {
         return failureOf(target, "所在文件夹不可写", error.message());
+    }
     return StagedOutput(target, folder);
 }
 
@@ -44,8 +48,9 @@ StagedOutput::StagedOutput(StagedOutput&& other) noexcept
 
 StagedOutput::~StagedOutput() {
     std::error_code ignored;
-    if (!m_folder.empty())
+    if (!m_folder.empty()) {
         fs::remove_all(m_folder, ignored);
+    }
 }
 
 std::string StagedOutput::path() const {
@@ -55,22 +60,28 @@ std::string StagedOutput::path() const {
 std::optional<Failure> StagedOutput::commit() {
     std::error_code error;
     std::vector<fs::path> sidecars;
-    for (const fs::directory_entry& entry : fs::directory_iterator(m_folder, error))
-        if (entry.path() != fs::u8path(path()))
+    for (const fs::directory_entry& entry : fs::directory_iterator(m_folder, error)) {
+        if (entry.path() != fs::u8path(path())) {
             sidecars.push_back(entry.path());
-    if (error)
+        }
+    }
+    if (error) {
         return failureOf(m_target, "写入失败", error.message());
-    for (const fs::path& sidecar : sidecars)
-        if (auto failure = moveOut(sidecar))
+    }
+    for (const fs::path& sidecar : sidecars) {
+        if (auto failure = moveOut(sidecar)) {
             return failure;
+        }
+    }
     return moveOut(fs::u8path(path()));
 }
 
 std::optional<Failure> StagedOutput::moveOut(const fs::path& file) const {
     std::error_code error;
     fs::rename(file, m_folder.parent_path() / file.filename(), error);
-    if (error)
+    if (error) {
         return failureOf(m_target, "写入失败", error.message());
+    }
     return std::nullopt;
 }
 

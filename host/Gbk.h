@@ -29,11 +29,13 @@ inline std::string toGbk(const char* utf8) {
 /// bytes, the second of which is a digit.
 inline bool holdsOnlyGbk(const std::string& bytes) {
     for (std::size_t i = 0; i < bytes.size(); ++i) {
-        if (static_cast<unsigned char>(bytes[i]) < 0x80U)
+        if (static_cast<unsigned char>(bytes[i]) < 0x80U) {
             continue;
+        }
         ++i;
-        if (i == bytes.size() || (bytes[i] >= '0' && bytes[i] <= '9'))
+        if (i == bytes.size() || (bytes[i] >= '0' && bytes[i] <= '9')) {
             return false;
+        }
     }
     return true;
 }

@@ -22,17 +22,20 @@ inline osgEarth::Util::EarthManipulator* globeManipulator() {
 
 /// Between frames only. A group that is there already is not added twice.
 inline void addToGlobe(osg::Group* group) {
-    if (osgEarth::MapNode* mapNode = globeMapNode(); mapNode && group && !mapNode->containsNode(group))
+    if (osgEarth::MapNode* mapNode = globeMapNode(); mapNode && group && !mapNode->containsNode(group)) {
         mapNode->addChild(group);
+    }
 }
 
 /// Between frames only.
 inline void removeFromGlobe(osg::Node* node) {
-    if (osgEarth::MapNode* mapNode = globeMapNode(); mapNode && node)
+    if (osgEarth::MapNode* mapNode = globeMapNode(); mapNode && node) {
         mapNode->removeChild(node);
+    }
 }
 
 inline void applyGlobalDefaults(osg::Node* node) {
-    if (node)
+    if (node) {
         osgEarth::GLUtils::setGlobalDefaults(node->getOrCreateStateSet());
+    }
 }

@@ -39,12 +39,14 @@ std::string nameOnGlobe(const osg::ref_ptr<osg::Group>& node) {
         const auto entry = map.find(node);
         return entry == map.end() ? std::string() : entry->second.GetName();
     };
-    if (!scene)
+    if (!scene) {
         return {};
+    }
     for (const std::string& name :
          {nameIn(scene->getPipePolygons()), nameIn(scene->getPipeAreas()), nameIn(scene->getPipePoints())}) {
-        if (!name.empty())
+        if (!name.empty()) {
             return name;
+        }
     }
     return {};
 }
@@ -53,8 +55,9 @@ std::string nameOnGlobe(const osg::ref_ptr<osg::Group>& node) {
 template<typename Map, typename Record>
 bool copyRecord(const Map& map, const osg::ref_ptr<osg::Group>& node, Record& record) {
     const auto entry = map.find(node);
-    if (entry == map.end())
+    if (entry == map.end()) {
         return false;
+    }
     record = entry->second;
     return true;
 }
@@ -97,10 +100,12 @@ void CeditPolygon::OnDeactivate() {
     if (m_picker.isThereOrComing()) {
         osgPush("removePick");
     }
-    if (m_pointDialog)
+    if (m_pointDialog) {
         m_pointDialog->hide();
-    if (m_styleDialog)
+    }
+    if (m_styleDialog) {
         m_styleDialog->hide();
+    }
     m_wasUnchecked = !isButtonChecked(m_pButton);
     m_editState = Inactive;
     setButtonChecked(m_pButton, false);
@@ -208,20 +213,23 @@ std::optional<osg::ref_ptr<osg::Group>> CeditPolygon::takePickedNode() {
 }
 
 void CeditPolygon::eidtPolygon() {
-    if (m_pickedNode)
+    if (m_pickedNode) {
         m_contextMenu->exec(QCursor::pos());
+    }
 }
 
 void CeditPolygon::SLOTDeletFeature_All() {
-    if (!m_pickedNode)
+    if (!m_pickedNode) {
         return;
+    }
     const std::string& kind = m_pickedNode->getName();
-    if (kind == "ROIPolygon")
+    if (kind == "ROIPolygon") {
         deletePolygon();
-    else if (kind == "ROIPoint")
+    } else if (kind == "ROIPoint") {
         deletePoint();
-    else if (kind == "ROIArea")
+    } else if (kind == "ROIArea") {
         deleteArea();
+    }
 }
 
 bool CeditPolygon::findPolygonRecord() {
@@ -240,23 +248,26 @@ bool CeditPolygon::findPointRecord() {
 }
 
 void CeditPolygon::deletePolygon() {
-    if (!findPolygonRecord() || !deleteStored(m_polygon))
+    if (!findPolygonRecord() || !deleteStored(m_polygon)) {
         return;
+    }
     dataSet<OsgDataSet>()->removePipePolygons(m_pickedNode);
     takeOffGlobe(m_pickedNode);
 }
 
 void CeditPolygon::deleteArea() {
-    if (!findAreaRecord() || !deleteStored(m_area))
+    if (!findAreaRecord() || !deleteStored(m_area)) {
         return;
+    }
     dataSet<OsgDataSet>()->removePipeAreas(m_pickedNode);
     takeOffGlobe(m_pickedNode);
 }
 
 // There is no removal call for points: their entry stays in the point map.
 void CeditPolygon::deletePoint() {
-    if (!findPointRecord() || !deleteStored(m_point))
+    if (!findPointRecord() || !deleteStored(m_point)) {
         return;
+    }
     dataSet<OsgDataSet>()->removePipePolygons(m_pickedNode);
     takeOffGlobe(m_pickedNode);
 }
@@ -267,12 +278,13 @@ bool CeditPolygon::deleteStored(const KV_BasicNode& record) {
 }
 
 void CeditPolygon::SLOTEditPolygon() {
-    if (findPolygonRecord())
+    if (findPolygonRecord()) {
         openStyleDialog(m_polygon, KV_HIGH_CONSEQUENCE_AREA);
-    else if (findAreaRecord())
+    } else if (findAreaRecord()) {
         openStyleDialog(m_area, KV_SPECIAL_AREA);
-    else if (findPointRecord())
+    } else if (findPointRecord()) {
         openPointDialog();
+    }
 }
 
 void CeditPolygon::openStyleDialog(const Special_Region& record, int type) {
@@ -288,8 +300,9 @@ void CeditPolygon::openStyleDialog(const Special_Region& record, int type) {
 void CeditPolygon::openPointDialog() {
     // Crossed on purpose: an old point dialog takes the style dialog with it and is itself only forgotten.
     // The main window owns it from then on.
-    if (m_pointDialog)
+    if (m_pointDialog) {
         delete m_styleDialog.data();
+    }
     m_pointDialog = new CDrawPointDlg(IORVAContext::Instance()->GetMainWindow());
     m_pointDialog->LoadRecord(KV_SPECIAL_POINT);
     m_pointDialog->showRecord(m_point);
@@ -299,14 +312,16 @@ void CeditPolygon::openPointDialog() {
 }
 
 void CeditPolygon::SlotClose() {
-    if (m_styleDialog)
+    if (m_styleDialog) {
         m_styleDialog->hide();
+    }
     m_editState = Active;
 }
 
 void CeditPolygon::SlotPointClose() {
-    if (m_pointDialog)
+    if (m_pointDialog) {
         m_pointDialog->hide();
+    }
 }
 
 const osgEarth::Symbology::Geometry* CeditPolygon::findOutlineOfPickedNode() {
@@ -314,8 +329,9 @@ const osgEarth::Symbology::Geometry* CeditPolygon::findOutlineOfPickedNode() {
     m_featureNode = dynamic_cast<osgEarth::Annotation::FeatureNode*>(first);
     const osgEarth::Features::Feature* feature = m_featureNode ? m_featureNode->getFeature() : nullptr;
     const osgEarth::Symbology::Geometry* outline = feature ? feature->getGeometry() : nullptr;
-    if (outline)
+    if (outline) {
         m_vertexCount = static_cast<int>(outline->size());
+    }
     return outline;
 }
 
@@ -325,8 +341,9 @@ void CeditPolygon::confirmRegion(Record& record) {
     const std::string oldName = record.GetName();
     StationWindow* window = IORVAContext::Instance()->GetStationWindow();
     // Before the record is touched: a refused name must not become the old name of the next try.
-    if (toGbk(name) != oldName && window->isReiterated_node(name))
+    if (toGbk(name) != oldName && window->isReiterated_node(name)) {
         return;
+    }
     const osgEarth::Symbology::Geometry* outline = findOutlineOfPickedNode();
     record.SetName(toGbk(name));
     if (outline) {
@@ -348,41 +365,48 @@ void CeditPolygon::confirmRegion(Record& record) {
 }
 
 void CeditPolygon::updateRegistry(const Special_Polygon& polygon) {
-    if (auto* scene = dataSet<OsgDataSet>())
+    if (auto* scene = dataSet<OsgDataSet>()) {
         scene->UpdataPipePolygon(m_pickedNode, polygon);
+    }
 }
 
 void CeditPolygon::updateRegistry(const Special_Area& area) {
-    if (auto* scene = dataSet<OsgDataSet>())
+    if (auto* scene = dataSet<OsgDataSet>()) {
         scene->UpdataPipeArea(m_pickedNode, area);
+    }
 }
 
 void CeditPolygon::SlotOK() {
-    if (!m_pickedNode || !m_styleDialog)
+    if (!m_pickedNode || !m_styleDialog) {
         return;
+    }
     const std::string& kind = m_pickedNode->getName();
-    if (kind == "ROIPolygon")
+    if (kind == "ROIPolygon") {
         confirmRegion(m_polygon);
-    else if (kind == "ROIArea")
+    } else if (kind == "ROIArea") {
         confirmRegion(m_area);
+    }
 }
 
 void CeditPolygon::SlotPointOK() {
     osg::Node* first =
         m_pickedNode && m_pickedNode->getNumChildren() > 0 ? m_pickedNode->getChild(0) : nullptr;
     m_pointNode = dynamic_cast<osgEarth::Annotation::PlaceNode*>(first);
-    if (!m_pointDialog || !m_pointNode)
+    if (!m_pointDialog || !m_pointNode) {
         return;
+    }
     const QString name = m_pointDialog->ui.lineEditTitle->text();
     const std::string oldName = m_point.GetName();
     StationWindow* window = IORVAContext::Instance()->GetStationWindow();
-    if (toGbk(name) != oldName && window->isReiterated_node(name))
+    if (toGbk(name) != oldName && window->isReiterated_node(name)) {
         return;
+    }
     m_point.m_attribute = toGbk(m_pointDialog->m_attribute);
     m_point.SetName(toGbk(name));
     if (window->UpdataNode(m_point, oldName)) {
-        if (auto* scene = dataSet<OsgDataSet>())
+        if (auto* scene = dataSet<OsgDataSet>()) {
             scene->UpdataPipePoint(m_pickedNode, m_point);
+        }
         rebuildPoint();
     }
     m_editState = Active;

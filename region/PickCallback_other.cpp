@@ -7,8 +7,9 @@
 
 void PickCallback_other::onHit(osgEarth::ObjectID id) {
     const osg::ref_ptr<osg::Group> region = osgEarth::Registry::objectIndex()->get<osg::Group>(id);
-    if (region && m_locked == 0)
+    if (region && m_locked == 0) {
         m_pickedId = static_cast<int>(id);
+    }
 }
 
 void PickCallback_other::onMiss() {

@@ -81,20 +81,22 @@ void Builder::village() {
     const Village& village = m_site.village;
     const int rows = static_cast<int>(village.depthMetres / village.laneSpacingMetres);
     const int plots = static_cast<int>(village.widthMetres / 15.6);
-    for (int row = 0; row < rows; ++row)
+    for (int row = 0; row < rows; ++row) {
         for (int plot = 0; plot < plots; ++plot) {
             const double u = 1.0 + plot * 15.6;
             const bool crossesLane = (u < 115.0 && u + 16.0 > 109.0) || (u < 235.0 && u + 16.0 > 229.0);
             const double fromMiddle = std::fabs(u - village.widthMetres / 2) / village.widthMetres;
             const bool empty =
                 m_random.chance(0.10 + 0.5 * fromMiddle * (row == 0 || row == rows - 1 ? 1.0 : 0.35));
-            if (crossesLane || empty)
+            if (crossesLane || empty) {
                 continue;
+            }
             TurnedFrame frame = village.frame;
             frame.origin =
                 village.frame.toSite(u, row * village.laneSpacingMetres + 3.8 + m_random.between(-0.5, 0.5));
             homestead(frame);
         }
+    }
 }
 
 void Builder::school(const TurnedFrame& ground) {
@@ -109,8 +111,9 @@ void Builder::school(const TurnedFrame& ground) {
 }
 
 void Builder::greenhouses(const TurnedFrame& ground) {
-    for (int i = 0; i < 7; ++i)
+    for (int i = 0; i < 7; ++i) {
         add(ground, {38.0, 4.0 + i * 11.0}, 66.0, 8.0, 0.6F, 3.0F, RoofShape::Barrel, Material::Greenhouse);
+    }
 }
 
 void Builder::farmstead(const TurnedFrame& ground) {
@@ -119,7 +122,7 @@ void Builder::farmstead(const TurnedFrame& ground) {
 }
 
 void Builder::grounds() {
-    for (const BuildingGround& ground : m_site.buildingGrounds)
+    for (const BuildingGround& ground : m_site.buildingGrounds) {
         switch (ground.use) {
         case BuildingUse::School:
             school(ground.frame);
@@ -131,6 +134,7 @@ void Builder::grounds() {
             farmstead(ground.frame);
             break;
         }
+    }
 }
 } // namespace
 
@@ -139,14 +143,16 @@ double Building::reachMetres() const {
 }
 
 std::optional<float> Building::roofMetres(Point inFrame) const {
-    if (std::fabs(inFrame.x) > halfLengthMetres || std::fabs(inFrame.y) > halfWidthMetres)
+    if (std::fabs(inFrame.x) > halfLengthMetres || std::fabs(inFrame.y) > halfWidthMetres) {
         return std::nullopt;
+    }
     const auto across = static_cast<float>(std::fabs(inFrame.y) / halfWidthMetres);
     float above = eavesMetres;
-    if (shape == RoofShape::Gable)
+    if (shape == RoofShape::Gable) {
         above = mix(ridgeMetres, eavesMetres, across);
-    else if (shape == RoofShape::Barrel)
+    } else if (shape == RoofShape::Barrel) {
         above = eavesMetres + (ridgeMetres - eavesMetres) * std::sqrt(clampUnit(1.0F - across * across));
+    }
     return floorMetres + above;
 }
 

@@ -6,7 +6,7 @@ namespace samples {
 
 namespace {
 /// A platform reaches this many half lengths from its shared edge.
-constexpr double platformStretch = 1.6;
+constexpr double kPlatformStretch = 1.6;
 
 /// What shall happen, and where about.
 struct Plan {
@@ -99,8 +99,9 @@ bool Planner::isOpen(Point place, bool isHouse) const {
     case Material::Grass:
         break;
     case Material::TerraceRiser:
-        if (isHouse)
+        if (isHouse) {
             return false;
+        }
         break;
     default:
         return false;
@@ -112,47 +113,57 @@ bool Planner::isOpen(Point place, bool isHouse) const {
 }
 
 bool Planner::isFree(Point centre, double reachMetres, bool isHouse) const {
-    constexpr double spacing = 1.5;
-    constexpr double rim = 14.0;
-    if (centre.x < reachMetres + rim || centre.y < reachMetres + rim ||
-        centre.x > Extent::widthMetres - reachMetres - rim ||
-        centre.y > Extent::heightMetres - reachMetres - rim)
+    constexpr double kSpacing = 1.5;
+    constexpr double kRim = 14.0;
+    if (centre.x < reachMetres + kRim || centre.y < reachMetres + kRim ||
+        centre.x > Extent::kWidthMetres - reachMetres - kRim ||
+        centre.y > Extent::kHeightMetres - reachMetres - kRim) {
         return false;
+    }
     for (const Change& other : m_changes) {
         const double dx = other.frame.origin.x - centre.x;
         const double dy = other.frame.origin.y - centre.y;
         const double apart = other.reachMetres() + reachMetres + 6.0;
-        if (dx * dx + dy * dy < apart * apart)
+        if (dx * dx + dy * dy < apart * apart) {
             return false;
+        }
     }
-    if (isBuiltUp(m_buildings, centre.x, centre.y, reachMetres + 3.0))
+    if (isBuiltUp(m_buildings, centre.x, centre.y, reachMetres + 3.0)) {
         return false;
+    }
     const double checked = reachMetres + 1.0;
-    const std::vector<double> offsets = stepsFrom(-checked, checked, spacing);
-    for (const double dy : offsets)
-        for (const double dx : offsets)
-            if (dx * dx + dy * dy <= checked * checked && !isOpen({centre.x + dx, centre.y + dy}, isHouse))
+    const std::vector<double> offsets = stepsFrom(-checked, checked, kSpacing);
+    for (const double dy : offsets) {
+        for (const double dx : offsets) {
+            if (dx * dx + dy * dy <= checked * checked && !isOpen({centre.x + dx, centre.y + dy}, isHouse)) {
                 return false;
+            }
+        }
+    }
     return true;
 }
 
 /// The free place nearest to the wanted one.
 std::optional<Point> Planner::findPlace(const Plan& plan, double reachMetres) const {
-    constexpr int rings = 60;
-    constexpr double stepMetres = 2.5;
+    constexpr int kRings = 60;
+    constexpr double kStepMetres = 2.5;
     const bool isHouse = plan.shape == ChangeShape::House;
-    for (int ring = 0; ring <= rings; ++ring)
-        for (int dx = -ring; dx <= ring; ++dx)
+    for (int ring = 0; ring <= kRings; ++ring) {
+        for (int dx = -ring; dx <= ring; ++dx) {
             for (int dy = -ring; dy <= ring; ++dy) {
                 if (std::max(std::abs(dx), std::abs(dy)) != ring || (plan.keepsX && dx != 0) ||
-                    (plan.keepsOffset && dy != 0))
+                    (plan.keepsOffset && dy != 0)) {
                     continue;
+                }
                 const double side = plan.fromPipeMetres < 0 ? -1.0 : 1.0;
                 const Point centre =
-                    besidePipe(plan.x + dx * stepMetres, plan.fromPipeMetres + side * dy * stepMetres);
-                if (isFree(centre, reachMetres, isHouse))
+                    besidePipe(plan.x + dx * kStepMetres, plan.fromPipeMetres + side * dy * kStepMetres);
+                if (isFree(centre, reachMetres, isHouse)) {
                     return centre;
+                }
             }
+        }
+    }
     return std::nullopt;
 }
 
@@ -167,11 +178,12 @@ void Planner::add(const Plan& plan, const TurnedFrame& frame) {
     change.noiseSeed = m_site.noiseSeed(600 + static_cast<std::uint32_t>(m_changes.size()));
     if (plan.shape == ChangeShape::House) {
         float highest = 0.0F;
-        for (const double u : {-1.0, 0.0, 1.0})
+        for (const double u : {-1.0, 0.0, 1.0}) {
             for (const double v : {-1.0, 0.0, 1.0}) {
                 const Point corner = frame.toSite(u * change.halfLengthMetres, v * change.halfWidthMetres);
                 highest = std::max(highest, m_ground.heightMetres(corner.x, corner.y));
             }
+        }
         change.roofMetres = highest + plan.sizeMetres;
     }
     m_changes.push_back(change);
@@ -182,8 +194,9 @@ void Planner::realise(const Plan& plan) {
                              ? plan.length + 2.0
                              : 0.5 * std::sqrt(plan.length * plan.length + plan.width * plan.width) + 2.0;
     const auto centre = findPlace(plan, reach);
-    if (!centre)
+    if (!centre) {
         return;
+    }
     const Point along = m_site.pipeline.direction(m_site.pipeline.alongAtX(centre->x));
     TurnedFrame frame{*centre, along.x, along.y};
     if (!plan.keepsOffset) {
@@ -192,8 +205,9 @@ void Planner::realise(const Plan& plan) {
         frame.cosine = turned.x;
         frame.sine = turned.y;
     }
-    if (!plan.partner)
+    if (!plan.partner) {
         return add(plan, frame);
+    }
     Plan partner = plan;
     partner.shape = *plan.partner;
     partner.partner.reset();
@@ -214,11 +228,11 @@ void Planner::realise(const Plan& plan) {
 float insideMetres(Point place, double halfLength, double halfWidth, float wobble) {
     const double du = halfLength - std::fabs(place.x);
     const double dv = halfWidth - std::fabs(place.y);
-    constexpr double corner = 1.5;
-    if (du < corner && dv < corner) {
-        const double cu = corner - du;
-        const double cv = corner - dv;
-        return static_cast<float>(corner - std::sqrt(cu * cu + cv * cv)) + wobble;
+    constexpr double kCorner = 1.5;
+    if (du < kCorner && dv < kCorner) {
+        const double cu = kCorner - du;
+        const double cv = kCorner - dv;
+        return static_cast<float>(kCorner - std::sqrt(cu * cu + cv * cv)) + wobble;
     }
     return static_cast<float>(std::min(du, dv)) + wobble;
 }
@@ -228,8 +242,9 @@ float heapMetres(const Change& change, Point place) {
     const auto v = static_cast<float>(place.y / change.halfWidthMetres);
     const float radius = std::sqrt(u * u + v * v) *
                          (1.0F + 0.10F * gradientNoise(u * 1.3F + 5.0F, v * 1.3F, change.noiseSeed));
-    if (radius >= 1.0F)
+    if (radius >= 1.0F) {
         return 0.0F;
+    }
     const float cone = std::min(1.35F * (1.0F - radius), 1.0F - 0.5F * radius * radius);
     const float lumps = 0.14F * gradientNoise(static_cast<float>(place.x) / 1.6F,
                                               static_cast<float>(place.y) / 1.6F, change.noiseSeed + 1);
@@ -241,8 +256,9 @@ float pitMetres(const Change& change, Point place) {
                                                 static_cast<float>(place.y) / 3.0F, change.noiseSeed) -
                                   1.0F);
     const float inside = insideMetres(place, change.halfLengthMetres, change.halfWidthMetres, wobble);
-    if (inside <= 0.0F)
+    if (inside <= 0.0F) {
         return 0.0F;
+    }
     const float depth = std::min(1.0F, inside / (0.55F * change.sizeMetres));
     const float floor = 0.10F * gradientNoise(static_cast<float>(place.x) / 2.2F,
                                               static_cast<float>(place.y) / 2.2F, change.noiseSeed + 1);
@@ -262,12 +278,14 @@ float bowlMetres(const Change& change, Point place) {
 float platformMetres(const Change& change, Point place) {
     const bool fill = change.shape == ChangeShape::FillPlatform;
     const double u = fill ? place.x : -place.x;
-    if (u < 0.0 || (u == 0.0 && !fill))
+    if (u < 0.0 || (u == 0.0 && !fill)) {
         return 0.0F;
+    }
     const double inside =
-        std::min(platformStretch * change.halfLengthMetres - u, change.halfWidthMetres - std::fabs(place.y));
-    if (inside <= 0.0)
+        std::min(kPlatformStretch * change.halfLengthMetres - u, change.halfWidthMetres - std::fabs(place.y));
+    if (inside <= 0.0) {
         return 0.0F;
+    }
     const float share = std::min(1.0F, static_cast<float>(inside) / (1.2F * change.sizeMetres));
     return (fill ? share : -share) * change.sizeMetres;
 }
@@ -300,7 +318,7 @@ const char* Change::className() const {
 
 double Change::reachMetres() const {
     const double length = shape == ChangeShape::FillPlatform || shape == ChangeShape::CutPlatform
-                              ? platformStretch * halfLengthMetres
+                              ? kPlatformStretch * halfLengthMetres
                               : halfLengthMetres;
     return std::sqrt(length * length + halfWidthMetres * halfWidthMetres) * 1.15;
 }
@@ -326,8 +344,9 @@ float Change::dzMetres(double x, double y, float oldMetres, float groundMetres) 
 }
 
 float Change::wear(double x, double y) const {
-    if (shape == ChangeShape::Bowl)
+    if (shape == ChangeShape::Bowl) {
         return 0.0F;
+    }
     const Point place = frame.toFrame(x, y);
     const float outside = -insideMetres(place, halfLengthMetres, halfWidthMetres, 0.0F);
     const float noise =
@@ -338,8 +357,9 @@ float Change::wear(double x, double y) const {
 std::vector<Change> planChanges(const Site& site, const Ground& ground, const LandCover& cover,
                                 const std::vector<Building>& buildings) {
     Planner planner(site, ground, cover, buildings);
-    for (const Plan& plan : plans())
+    for (const Plan& plan : plans()) {
         planner.realise(plan);
+    }
     std::vector<Change> changes = planner.take();
     int number = 0;
     for (Change& change : changes) {

@@ -3,7 +3,7 @@
 namespace samples {
 
 namespace {
-constexpr float farMetres = 1.0e6F;
+constexpr float kFarMetres = 1.0e6F;
 
 double distanceBetween(Point a, Point b) {
     return std::sqrt((a.x - b.x) * (a.x - b.x) + (a.y - b.y) * (a.y - b.y));
@@ -44,10 +44,12 @@ Point Curve::direction(double distance) const {
 }
 
 double Curve::alongAtX(double x) const {
-    for (std::size_t i = 1; i < points.size(); ++i)
-        if (points[i].x >= x && points[i - 1].x <= x)
+    for (std::size_t i = 1; i < points.size(); ++i) {
+        if (points[i].x >= x && points[i - 1].x <= x) {
             return along[i - 1] +
                    (along[i] - along[i - 1]) * (x - points[i - 1].x) / (points[i].x - points[i - 1].x);
+        }
+    }
     return x < points.front().x ? 0.0 : length();
 }
 
@@ -55,8 +57,9 @@ Curve polygonalCurve(std::vector<Point> vertices) {
     Curve curve;
     curve.points = std::move(vertices);
     curve.along.push_back(0.0);
-    for (std::size_t i = 1; i < curve.points.size(); ++i)
+    for (std::size_t i = 1; i < curve.points.size(); ++i) {
         curve.along.push_back(curve.along.back() + distanceBetween(curve.points[i - 1], curve.points[i]));
+    }
     return curve;
 }
 
@@ -65,17 +68,20 @@ Curve smoothCurve(const std::vector<Point>& controls, double spacingMetres) {
     for (std::size_t segment = 0; segment + 1 < controls.size(); ++segment) {
         const double length = distanceBetween(controls[segment], controls[segment + 1]);
         const int steps = std::max(2, static_cast<int>(length / spacingMetres));
-        for (int step = 1; step <= steps; ++step)
+        for (int step = 1; step <= steps; ++step) {
             vertices.push_back(splinePoint(controls, segment, static_cast<double>(step) / steps));
+        }
     }
     return polygonalCurve(std::move(vertices));
 }
 
 LineField::LineField(const Lattice& lattice, const std::vector<Curve>& curves, double reachMetres)
-    : m_lateral(lattice, farMetres), m_along(lattice) {
-    for (const Curve& curve : curves)
-        for (std::size_t i = 0; i + 1 < curve.points.size(); ++i)
+    : m_lateral(lattice, kFarMetres), m_along(lattice) {
+    for (const Curve& curve : curves) {
+        for (std::size_t i = 0; i + 1 < curve.points.size(); ++i) {
             stamp(curve.points[i], curve.points[i + 1], curve.along[i], reachMetres);
+        }
+    }
 }
 
 void LineField::stamp(Point from, Point to, double alongFrom, double reachMetres) {
@@ -88,18 +94,21 @@ void LineField::stamp(Point from, Point to, double alongFrom, double reachMetres
     };
     const int lastColumn = index(std::max(from.x, to.x) + reachMetres, lattice.west, lattice.columns);
     const int lastRow = index(std::max(from.y, to.y) + reachMetres, lattice.south, lattice.rows);
-    for (int r = index(std::min(from.y, to.y) - reachMetres, lattice.south, lattice.rows); r <= lastRow; ++r)
+    for (int r = index(std::min(from.y, to.y) - reachMetres, lattice.south, lattice.rows); r <= lastRow;
+         ++r) {
         for (int c = index(std::min(from.x, to.x) - reachMetres, lattice.west, lattice.columns);
              c <= lastColumn; ++c) {
             const double dx = lattice.x(c) - from.x;
             const double dy = lattice.y(r) - from.y;
             const double along = std::clamp(dx * ux + dy * uy, 0.0, length);
             const double distance = distanceBetween({dx, dy}, {along * ux, along * uy});
-            if (distance > reachMetres || distance >= std::fabs(static_cast<double>(m_lateral.at(c, r))))
+            if (distance > reachMetres || distance >= std::fabs(static_cast<double>(m_lateral.at(c, r)))) {
                 continue;
+            }
             m_lateral.at(c, r) = static_cast<float>(ux * dy - uy * dx < 0.0 ? -distance : distance);
             m_along.at(c, r) = static_cast<float>(alongFrom + along);
         }
+    }
 }
 
 bool LineField::isNear(double x, double y) const {
@@ -107,18 +116,19 @@ bool LineField::isNear(double x, double y) const {
     const Lattice& lattice = m_lateral.lattice();
     const int c = static_cast<int>(std::floor((x - lattice.west) / lattice.stepMetres));
     const int r = static_cast<int>(std::floor((y - lattice.south) / lattice.stepMetres));
-    const auto near = [&](int column, int row) { return m_lateral.clamped(column, row) < farMetres; };
+    const auto near = [&](int column, int row) { return m_lateral.clamped(column, row) < kFarMetres; };
     return near(c, r) && near(c + 1, r) && near(c, r + 1) && near(c + 1, r + 1);
 }
 
 std::optional<LinePosition> LineField::find(double x, double y) const {
-    if (!isNear(x, y))
+    if (!isNear(x, y)) {
         return std::nullopt;
+    }
     return LinePosition{m_lateral.sample(x, y), m_along.sample(x, y)};
 }
 
 float LineField::distance(double x, double y) const {
-    return isNear(x, y) ? std::fabs(m_lateral.sample(x, y)) : farMetres;
+    return isNear(x, y) ? std::fabs(m_lateral.sample(x, y)) : kFarMetres;
 }
 
 } // namespace samples

@@ -89,9 +89,11 @@ public:
         splineWeights(static_cast<float>(column - c), weightX);
         splineWeights(static_cast<float>(row - r), weightY);
         float sum = 0.0F;
-        for (int dy = 0; dy < 4; ++dy)
-            for (int dx = 0; dx < 4; ++dx)
+        for (int dy = 0; dy < 4; ++dy) {
+            for (int dx = 0; dx < 4; ++dx) {
                 sum += weightX[dx] * weightY[dy] * m_nodes.clamped(c + dx - 1, r + dy - 1);
+            }
+        }
         return sum;
     }
 

@@ -7,23 +7,26 @@
 namespace samples {
 
 namespace {
-constexpr double marginMetres = 16.0;
-constexpr double roadStepMetres = 2.0;
-constexpr float terraceStepMetres = 2.0F;
-constexpr float bridgeClearanceMetres = 3.6F;
+constexpr double kMarginMetres = 16.0;
+constexpr double kRoadStepMetres = 2.0;
+constexpr float kTerraceStepMetres = 2.0F;
+constexpr float kBridgeClearanceMetres = 3.6F;
 
 Lattice groundLattice() {
-    return {-marginMetres, -marginMetres, 1.0, static_cast<int>(Extent::widthMetres + 2 * marginMetres) + 1,
-            static_cast<int>(Extent::heightMetres + 2 * marginMetres) + 1};
+    return {-kMarginMetres, -kMarginMetres, 1.0,
+            static_cast<int>(Extent::kWidthMetres + 2 * kMarginMetres) + 1,
+            static_cast<int>(Extent::kHeightMetres + 2 * kMarginMetres) + 1};
 }
 
 /// Calls work(column, row, x, y) for every node, in threads by rows.
 template<class Work>
 void forEachNode(const Lattice& lattice, const Work& work) {
     forEachBand(lattice.rows, [&](int first, int end) {
-        for (int r = first; r < end; ++r)
-            for (int c = 0; c < lattice.columns; ++c)
+        for (int r = first; r < end; ++r) {
+            for (int c = 0; c < lattice.columns; ++c) {
                 work(c, r, lattice.x(c), lattice.y(r));
+            }
+        }
     });
 }
 
@@ -42,8 +45,9 @@ std::vector<float> movingMean(const std::vector<float>& values, int reach) {
         const int first = std::max(0, i - reach);
         const int last = std::min(count - 1, i + reach);
         float sum = 0.0F;
-        for (int k = first; k <= last; ++k)
+        for (int k = first; k <= last; ++k) {
             sum += values[static_cast<std::size_t>(k)];
+        }
         means[static_cast<std::size_t>(i)] = sum / static_cast<float>(last - first + 1);
     }
     return means;
@@ -65,10 +69,10 @@ void Ground::shapeNaturalGround(const Site& site, const Field& relief) {
     forEachNode(smooth.lattice(),
                 [&](int c, int r, double x, double y) { smooth.at(c, r) = relief.smoothSample(x, y); });
     forEachNode(smooth.lattice(), [&](int c, int r, double x, double y) {
-        constexpr int reach = 16; // nodes, so metres
-        const float dx = smooth.clamped(c + reach, r) - smooth.clamped(c - reach, r);
-        const float dy = smooth.clamped(c, r + reach) - smooth.clamped(c, r - reach);
-        const float slope = std::sqrt(dx * dx + dy * dy) / (2 * reach);
+        constexpr int kReach = 16; // nodes, so metres
+        const float dx = smooth.clamped(c + kReach, r) - smooth.clamped(c - kReach, r);
+        const float dy = smooth.clamped(c, r + kReach) - smooth.clamped(c, r - kReach);
+        const float slope = std::sqrt(dx * dx + dy * dy) / (2 * kReach);
         const float roughness = 0.25F + smoothStep(0.04F, 0.2F, slope);
         const auto fx = static_cast<float>(x);
         const auto fy = static_cast<float>(y);
@@ -82,8 +86,9 @@ void Ground::shapeNaturalGround(const Site& site, const Field& relief) {
 void Ground::carveRiver(const Site& site) {
     forEachNode(m_height.lattice(), [&](int c, int r, double x, double y) {
         const auto place = site.riverField.find(x, y);
-        if (!place)
+        if (!place) {
             return;
+        }
         const float fromMiddle = std::fabs(place->lateralMetres);
         const float half = site.riverHalfWidthMetres(place->alongMetres);
         const float water = Site::waterLevelMetres(y);
@@ -107,22 +112,26 @@ void Ground::levelBuildingGrounds(const Site& site) {
     const Field before = m_height;
     const Village& village = site.village;
     const auto smoothed = [&](double x, double y) {
-        constexpr int reach = 3;
+        constexpr int kReach = 3;
         float sum = 0.0F;
-        for (int dy = -reach; dy <= reach; ++dy)
-            for (int dx = -reach; dx <= reach; ++dx)
+        for (int dy = -kReach; dy <= kReach; ++dy) {
+            for (int dx = -kReach; dx <= kReach; ++dx) {
                 sum += before.sample(x + 12 * dx, y + 12 * dy);
-        return sum / ((2 * reach + 1) * (2 * reach + 1));
+            }
+        }
+        return sum / ((2 * kReach + 1) * (2 * kReach + 1));
     };
     forEachNode(m_height.lattice(), [&](int c, int r, double x, double y) {
         float& height = m_height.at(c, r);
         const float outside = outsideMetres(village.frame, village.widthMetres, village.depthMetres, x, y);
-        if (outside < 30.0F)
+        if (outside < 30.0F) {
             height = mix(smoothed(x, y), height, smoothStep(0.0F, 30.0F, outside));
+        }
         for (const BuildingGround& ground : site.buildingGrounds) {
             const float apart = outsideMetres(ground.frame, ground.widthMetres, ground.depthMetres, x, y);
-            if (apart >= 16.0F)
+            if (apart >= 16.0F) {
                 continue;
+            }
             const Point middle = ground.frame.toSite(ground.widthMetres / 2, ground.depthMetres / 2);
             height = mix(before.sample(middle.x, middle.y), height, smoothStep(2.0F, 16.0F, apart));
         }
@@ -144,34 +153,38 @@ void Ground::markTerraces(const Site& site) {
                          smoothStep(8.0F, 24.0F,
                                     outsideMetres(site.village.frame, site.village.widthMetres,
                                                   site.village.depthMetres, x, y));
-        for (const BuildingGround& ground : site.buildingGrounds)
+        for (const BuildingGround& ground : site.buildingGrounds) {
             suitable *= smoothStep(6.0F, 18.0F,
                                    outsideMetres(ground.frame, ground.widthMetres, ground.depthMetres, x, y));
+        }
         const float wobble = 0.2F * gradientNoise(fx / 40.0F, fy / 40.0F, site.noiseSeed(24));
         m_terraced.at(c, r) = suitable;
-        m_terraceLevel.at(c, r) = (m_height.at(c, r) - 400.0F) / terraceStepMetres + wobble;
+        m_terraceLevel.at(c, r) = (m_height.at(c, r) - 400.0F) / kTerraceStepMetres + wobble;
     });
 }
 
 void Ground::gradeRoad(const Site& site) {
     std::vector<float> profile;
-    for (const double along : stepsFrom(0.0, site.road.length(), roadStepMetres)) {
+    for (const double along : stepsFrom(0.0, site.road.length(), kRoadStepMetres)) {
         const Point place = site.road.at(along);
         float height = m_height.sample(place.x, place.y);
-        if (const auto river = site.riverField.find(place.x, place.y))
+        if (const auto river = site.riverField.find(place.x, place.y)) {
             height = std::max(height, Site::waterLevelMetres(place.y) +
-                                          bridgeClearanceMetres *
+                                          kBridgeClearanceMetres *
                                               smoothStep(90.0F, 20.0F, std::fabs(river->lateralMetres)));
+        }
         profile.push_back(height);
     }
     m_roadHeight = movingMean(movingMean(profile, 22), 14);
     forEachNode(m_height.lattice(), [&](int c, int r, double x, double y) {
         const auto place = site.roadField.find(x, y);
-        if (!place)
+        if (!place) {
             return;
+        }
         const auto river = site.riverField.find(x, y);
-        if (river && std::fabs(river->lateralMetres) < site.riverHalfWidthMetres(river->alongMetres) + 2.5F)
+        if (river && std::fabs(river->lateralMetres) < site.riverHalfWidthMetres(river->alongMetres) + 2.5F) {
             return; // under the bridge
+        }
         const float lateral = std::fabs(place->lateralMetres);
         const float crown = roadHeightMetres(place->alongMetres) - 0.02F * std::min(lateral, 6.0F);
         const float ditch = 0.35F * smoothStep(5.5F, 6.6F, lateral) * smoothStep(8.6F, 7.4F, lateral);
@@ -183,26 +196,28 @@ void Ground::gradeRoad(const Site& site) {
 float Ground::heightMetres(double x, double y) const {
     const float height = m_height.sample(x, y);
     const float terraced = m_terraced.sample(x, y);
-    if (terraced < 0.01F)
+    if (terraced < 0.01F) {
         return height;
+    }
     const float level = m_terraceLevel.sample(x, y);
     const float number = std::floor(level);
     const float share = level - number;
-    const float tread = 0.16F * std::min(share, riserShare) / riserShare;
-    const float stepped = number + tread + 0.84F * smoothStep(riserShare, 1.0F, share);
-    return height + terraced * (stepped - level + 0.45F) * terraceStepMetres;
+    const float tread = 0.16F * std::min(share, kRiserShare) / kRiserShare;
+    const float stepped = number + tread + 0.84F * smoothStep(kRiserShare, 1.0F, share);
+    return height + terraced * (stepped - level + 0.45F) * kTerraceStepMetres;
 }
 
 std::optional<Ground::Terrace> Ground::terrace(double x, double y) const {
-    if (m_terraced.sample(x, y) < 0.5F)
+    if (m_terraced.sample(x, y) < 0.5F) {
         return std::nullopt;
+    }
     const float level = m_terraceLevel.sample(x, y);
     const float number = std::floor(level);
     return Terrace{static_cast<int>(number), level - number};
 }
 
 float Ground::roadHeightMetres(float roadAlong) const {
-    const float position = std::clamp(roadAlong / static_cast<float>(roadStepMetres), 0.0F,
+    const float position = std::clamp(roadAlong / static_cast<float>(kRoadStepMetres), 0.0F,
                                       static_cast<float>(m_roadHeight.size()) - 1.001F);
     const auto i = static_cast<std::size_t>(position);
     return mix(m_roadHeight[i], m_roadHeight[i + 1], position - static_cast<float>(i));

@@ -20,7 +20,7 @@ public:
         int number;
         float share; ///< 0 at its lower edge, riser from riserShare on
     };
-    static constexpr float riserShare = 0.86F;
+    static constexpr float kRiserShare = 0.86F;
     std::optional<Terrace> terrace(double x, double y) const;
     /// Height of the carriageway, also where it crosses the river on the bridge.
     float roadHeightMetres(float roadAlong) const;

@@ -3,18 +3,18 @@
 namespace samples {
 
 namespace {
-constexpr std::uint64_t goldenStep = 0x9E3779B97F4A7C15ULL;
+constexpr std::uint64_t kGoldenStep = 0x9E3779B97F4A7C15ULL;
 
 float fade(float t) {
     return t * t * t * (t * (t * 6.0F - 15.0F) + 10.0F);
 }
 
-constexpr float diagonal = 0.70710678F;
-constexpr float gradientEast[8] = {1.0F, diagonal, 0.0F, -diagonal, -1.0F, -diagonal, 0.0F, diagonal};
-constexpr float gradientNorth[8] = {0.0F, diagonal, 1.0F, diagonal, 0.0F, -diagonal, -1.0F, -diagonal};
+constexpr float kDiagonal = 0.70710678F;
+constexpr float kGradientEast[8] = {1.0F, kDiagonal, 0.0F, -kDiagonal, -1.0F, -kDiagonal, 0.0F, kDiagonal};
+constexpr float kGradientNorth[8] = {0.0F, kDiagonal, 1.0F, kDiagonal, 0.0F, -kDiagonal, -1.0F, -kDiagonal};
 
 inline float gradientAt(std::uint32_t bits, float dx, float dy) {
-    return gradientEast[bits & 7u] * dx + gradientNorth[bits & 7u] * dy;
+    return kGradientEast[bits & 7u] * dx + kGradientNorth[bits & 7u] * dy;
 }
 } // namespace
 
@@ -25,10 +25,10 @@ std::uint64_t mixBits(std::uint64_t value) {
 }
 
 Random::Random(std::uint64_t seed, std::uint64_t stream)
-    : m_state(mixBits(seed * goldenStep + mixBits(stream))) {}
+    : m_state(mixBits(seed * kGoldenStep + mixBits(stream))) {}
 
 double Random::uniform() {
-    m_state += goldenStep;
+    m_state += kGoldenStep;
     return static_cast<double>(mixBits(m_state) >> 11) * (1.0 / 9007199254740992.0);
 }
 
@@ -64,13 +64,14 @@ float fractalNoise(float x, float y, std::uint32_t seed, int octaves) {
 }
 
 double sineDegrees(double degrees) {
-    constexpr double radiansPerDegree = 0.017453292519943295;
+    constexpr double kRadiansPerDegree = 0.017453292519943295;
     double folded = degrees - 360.0 * std::floor((degrees + 180.0) / 360.0);
-    if (folded > 90.0)
+    if (folded > 90.0) {
         folded = 180.0 - folded;
-    else if (folded < -90.0)
+    } else if (folded < -90.0) {
         folded = -180.0 - folded;
-    const double a = folded * radiansPerDegree;
+    }
+    const double a = folded * kRadiansPerDegree;
     const double a2 = a * a;
     return a * (1.0 + a2 * (-1.0 / 6 +
                             a2 * (1.0 / 120 + a2 * (-1.0 / 5040 + a2 * (1.0 / 362880 - a2 / 39916800)))));

@@ -68,8 +68,9 @@ inline double cosineDegrees(double degrees) {
 /// first, first + step, ... as long as below `end`.
 inline std::vector<double> stepsFrom(double first, double end, double step) {
     std::vector<double> values;
-    for (int i = 0; first + i * step < end; ++i)
+    for (int i = 0; first + i * step < end; ++i) {
         values.push_back(first + i * step);
+    }
     return values;
 }
 

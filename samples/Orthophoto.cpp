@@ -50,8 +50,9 @@ float receives(Material material) {
 } // namespace
 
 Daylight daylightOf(int epoch) {
-    if (epoch == 0)
+    if (epoch == 0) {
         return {318.0, 50.0, {1.06F, 1.02F, 0.94F}, {0.40F, 0.43F, 0.48F}};
+    }
     return {304.0, 44.0, {1.10F, 1.03F, 0.90F}, {0.41F, 0.43F, 0.47F}};
 }
 
@@ -62,7 +63,7 @@ Grid<std::uint8_t> castShadows(const Surface& surface, const Daylight& light) {
     const float shift = -sun.east / sun.north;
     const float horizontal = std::sqrt(1.0F + shift * shift) * static_cast<float>(frame.cellMetres);
     const float drop = horizontal * sun.up / std::sqrt(sun.east * sun.east + sun.north * sun.north);
-    constexpr float penumbraMetres = 0.35F;
+    constexpr float kPenumbraMetres = 0.35F;
     Grid<std::uint8_t> shadow(frame.columns, frame.rows);
     std::vector<float> ray(static_cast<std::size_t>(frame.columns), -1.0e6F);
     std::vector<float> previous = ray;
@@ -80,7 +81,7 @@ Grid<std::uint8_t> castShadows(const Surface& surface, const Daylight& light) {
             const float level = west + (east - west) * share - drop;
             ray[static_cast<std::size_t>(c)] = level;
             shadow.at(c, r) =
-                static_cast<std::uint8_t>(255.0F * clampUnit((level - here[c]) / penumbraMetres));
+                static_cast<std::uint8_t>(255.0F * clampUnit((level - here[c]) / kPenumbraMetres));
         }
     }
     return shadow;

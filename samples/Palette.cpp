@@ -156,8 +156,9 @@ Colour Palette::roof(SurfaceCell cell, float x, float y) const {
         return tiles * joint * stain;
     }
     case Material::FlatRoof:
-        if (cell.detail == 255)
+        if (cell.detail == 255) {
             return bytes(182, 178, 170);
+        }
         return mix(bytes(146, 142, 134), bytes(176, 172, 164), 0.5F + 0.5F * tone) * stain;
     case Material::SteelRoof:
         return (tone < 0.5F ? bytes(70, 118, 184) : bytes(176, 66, 58)) * (cell.detail > 190 ? 0.84F : 1.0F);
@@ -174,10 +175,11 @@ Colour Palette::tree(SurfaceCell cell, float x, float y) const {
     const float tone = toneOf(cell.ident, 8);
     const float leaves = 1.0F + 0.18F * noise(x, y, 0.8F, 150);
     Colour crown = mix(bytes(66, 90, 38), bytes(98, 116, 52), 0.5F + 0.5F * tone);
-    if (cell.material == Material::Conifer)
+    if (cell.material == Material::Conifer) {
         crown = mix(bytes(44, 66, 40), bytes(60, 82, 48), 0.5F + 0.5F * tone);
-    else if (cell.material == Material::FruitTree)
+    } else if (cell.material == Material::FruitTree) {
         crown = mix(bytes(80, 110, 52), bytes(104, 128, 66), 0.5F + 0.5F * tone);
+    }
     const Colour season = m_epoch == 0 ? Colour{1.0F, 1.0F, 1.0F} : Colour{1.05F, 0.98F, 0.94F};
     return {crown.red * leaves * season.red, crown.green * leaves * season.green,
             crown.blue * leaves * season.blue};

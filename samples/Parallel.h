@@ -11,18 +11,21 @@ namespace samples {
 /// rows - 1, so the result never depends on the number of threads as long as a band writes only its own rows.
 template<class Work>
 void forEachBand(int rows, const Work& work) {
-    constexpr int bandRows = 32;
+    constexpr int kBandRows = 32;
     std::atomic<int> next{0};
     const auto run = [&] {
-        for (int first = next.fetch_add(bandRows); first < rows; first = next.fetch_add(bandRows))
-            work(first, std::min(rows, first + bandRows));
+        for (int first = next.fetch_add(kBandRows); first < rows; first = next.fetch_add(kBandRows)) {
+            work(first, std::min(rows, first + kBandRows));
+        }
     };
     std::vector<std::thread> helpers;
-    for (unsigned i = 1; i < std::max(1U, std::thread::hardware_concurrency()); ++i)
+    for (unsigned i = 1; i < std::max(1U, std::thread::hardware_concurrency()); ++i) {
         helpers.emplace_back(run);
+    }
     run();
-    for (std::thread& helper : helpers)
+    for (std::thread& helper : helpers) {
         helper.join();
+    }
 }
 
 } // namespace samples

@@ -10,22 +10,23 @@ CropStyle drawStyle(Random& random) {
     style.tone = static_cast<float>(random.between(-1.0, 1.0));
     style.rowsAlongV = random.chance(0.3);
     const double lot = random.uniform();
-    if (lot < 0.35)
+    if (lot < 0.35) {
         style = {Crop::Wheat, 0.55F, 3.0F, 0.03F, style.tone, style.rowsAlongV};
-    else if (lot < 0.48)
+    } else if (lot < 0.48) {
         style = {Crop::Rape, 0.60F, 2.0F, 0.05F, style.tone, style.rowsAlongV};
-    else if (lot < 0.64)
+    } else if (lot < 0.64) {
         style = {Crop::Maize, 0.12F, 1.4F, 0.10F, style.tone, style.rowsAlongV};
-    else if (lot < 0.76)
+    } else if (lot < 0.76) {
         style = {Crop::Vegetables, 0.25F, 1.9F, 0.18F, style.tone, style.rowsAlongV};
-    else if (lot < 0.85)
+    } else if (lot < 0.85) {
         style = {Crop::Fallow, 0.03F, 1.2F, 0.10F, style.tone, style.rowsAlongV};
-    else if (lot < 0.88)
+    } else if (lot < 0.88) {
         style = {Crop::Mulched, 0.05F, 2.2F, 0.16F, style.tone, style.rowsAlongV};
-    else if (lot < 0.95)
+    } else if (lot < 0.95) {
         style = {Crop::Orchard, 0.10F, 4.6F, 0.05F, style.tone, style.rowsAlongV};
-    else
+    } else {
         style = {Crop::Meadow, 0.15F, 4.0F, 0.02F, style.tone, style.rowsAlongV};
+    }
     return style;
 }
 } // namespace
@@ -33,19 +34,21 @@ CropStyle drawStyle(Random& random) {
 Parcels::Parcels(const Site& site) : m_site(site) {
     Random random(site.seed, 30);
     m_west = {TurnedFrame::at({0.0, 0.0}, 9.0), {-120.0, -360.0, 900.0, 680.0}, 0};
-    m_east = {TurnedFrame::at({Extent::widthMetres, 0.0}, -7.0), {-1700.0, -420.0, 220.0, 740.0}, 0};
+    m_east = {TurnedFrame::at({Extent::kWidthMetres, 0.0}, -7.0), {-1700.0, -420.0, 220.0, 740.0}, 0};
     m_west.root = split(m_west.bounds, random);
     m_east.root = split(m_east.bounds, random);
-    for (CropStyle& style : m_styles)
+    for (CropStyle& style : m_styles) {
         style = drawStyle(random);
+    }
 }
 
 int Parcels::split(const Rectangle& bounds, Random& random) {
     const double width = bounds.uMax - bounds.uMin;
     const double depth = bounds.vMax - bounds.vMin;
     const double area = width * depth;
-    if (area < random.between(1500.0, 7000.0) || std::min(width, depth) < 16.0)
+    if (area < random.between(1500.0, 7000.0) || std::min(width, depth) < 16.0) {
         return -1 - static_cast<int>(m_parcelCount++);
+    }
     // Long narrow parcels are common; only very long ones must be cut across.
     const double aspect = width / depth;
     const bool splitsU = aspect > 3.2 || (aspect > 0.4 && random.chance(clampUnit(0.25 + 0.3 * aspect)));
@@ -66,10 +69,11 @@ int Parcels::split(const Rectangle& bounds, Random& random) {
 }
 
 const Parcels::Bank& Parcels::bankAt(double x, double y) const {
-    constexpr double valleyMetres = 665.0;
-    if (const auto river = m_site.riverField.find(x, y))
+    constexpr double kValleyMetres = 665.0;
+    if (const auto river = m_site.riverField.find(x, y)) {
         return river->lateralMetres < 0.0F ? m_west : m_east;
-    return x < valleyMetres ? m_west : m_east;
+    }
+    return x < kValleyMetres ? m_west : m_east;
 }
 
 Parcels::Place Parcels::find(double x, double y) const {
@@ -81,8 +85,9 @@ Parcels::Place Parcels::find(double x, double y) const {
         const Node& cut = m_nodes[static_cast<std::size_t>(node)];
         const float offset = (cut.splitsU ? place.u : place.v) - cut.position;
         place.edgeMetres = std::min(place.edgeMetres, std::fabs(offset));
-        if (cut.isTrack)
+        if (cut.isTrack) {
             place.trackMetres = std::min(place.trackMetres, std::fabs(offset));
+        }
         node = offset < 0.0F ? cut.low : cut.high;
     }
     place.ident = static_cast<std::uint16_t>(-1 - node);
@@ -90,7 +95,7 @@ Parcels::Place Parcels::find(double x, double y) const {
 }
 
 std::uint16_t Parcels::terraceIdent(std::uint16_t parcel, int terraceNumber) {
-    return static_cast<std::uint16_t>(hashNode(parcel / 2, terraceNumber, 31) % styleCount);
+    return static_cast<std::uint16_t>(hashNode(parcel / 2, terraceNumber, 31) % kStyleCount);
 }
 
 } // namespace samples

@@ -33,14 +33,14 @@ public:
 
     /// Idents of terraces differ from those of the parcel they cut.
     static std::uint16_t terraceIdent(std::uint16_t parcel, int terraceNumber);
-    const CropStyle& style(std::uint16_t ident) const { return m_styles[ident % styleCount]; }
+    const CropStyle& style(std::uint16_t ident) const { return m_styles[ident % kStyleCount]; }
     /// The frame of the bank on which (x, y) lies.
     const TurnedFrame& frameAt(double x, double y) const { return bankAt(x, y).frame; }
     const TurnedFrame& westFrame() const { return m_west.frame; }
     const TurnedFrame& eastFrame() const { return m_east.frame; }
 
 private:
-    static constexpr std::size_t styleCount = 4096;
+    static constexpr std::size_t kStyleCount = 4096;
 
     struct Node {
         bool splitsU = false;
@@ -66,7 +66,7 @@ private:
     Bank m_west;
     Bank m_east;
     std::uint16_t m_parcelCount = 0;
-    std::array<CropStyle, styleCount> m_styles;
+    std::array<CropStyle, kStyleCount> m_styles;
 };
 
 } // namespace samples

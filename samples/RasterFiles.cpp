@@ -23,8 +23,9 @@ std::string failure(const std::string& path) {
 DatasetPtr createRaster(const std::string& path, const RasterFrame& frame, int bands, GDALDataType type,
                         const CPLStringList& ownOptions) {
     GDALDriver* driver = GetGDALDriverManager()->GetDriverByName("GTiff");
-    if (driver == nullptr)
+    if (!driver) {
         return nullptr;
+    }
     CPLStringList options(ownOptions);
     options.SetNameValue("TILED", "YES");
     options.SetNameValue("BLOCKXSIZE", "512");
@@ -32,13 +33,14 @@ DatasetPtr createRaster(const std::string& path, const RasterFrame& frame, int b
     options.SetNameValue("BIGTIFF", "IF_SAFER");
     options.SetNameValue("NUM_THREADS", "ALL_CPUS");
     DatasetPtr dataset(driver->Create(path.c_str(), frame.columns, frame.rows, bands, type, options.List()));
-    if (!dataset)
+    if (!dataset) {
         return nullptr;
+    }
     OGRSpatialReference crs;
-    crs.SetFromUserInput(Extent::crs);
+    crs.SetFromUserInput(Extent::kCrs);
     dataset->SetSpatialRef(&crs);
     double transform[6] = {
-        Extent::westEasting, frame.cellMetres, 0.0, Extent::southNorthing + Extent::heightMetres, 0.0,
+        Extent::kWestEasting, frame.cellMetres, 0.0, Extent::kSouthNorthing + Extent::kHeightMetres, 0.0,
         -frame.cellMetres};
     dataset->SetGeoTransform(transform);
     return dataset;
@@ -46,8 +48,9 @@ DatasetPtr createRaster(const std::string& path, const RasterFrame& frame, int b
 
 bool addOverviews(GDALDataset& dataset) {
     std::vector<int> factors;
-    for (int factor = 2; dataset.GetRasterXSize() / factor >= 256; factor *= 2)
+    for (int factor = 2; dataset.GetRasterXSize() / factor >= 256; factor *= 2) {
         factors.push_back(factor);
+    }
     return factors.empty() || dataset.BuildOverviews("AVERAGE", static_cast<int>(factors.size()),
                                                      factors.data(), 0, nullptr, nullptr, nullptr) == CE_None;
 }
@@ -73,8 +76,9 @@ std::optional<std::string> finish(const std::string& path, DatasetPtr dataset) {
     CPLErrorReset();
     const bool built = addOverviews(*dataset);
     dataset.reset();
-    if (!built || CPLGetLastErrorType() >= CE_Failure)
+    if (!built || CPLGetLastErrorType() >= CE_Failure) {
         return failure(path);
+    }
     return std::nullopt;
 }
 
@@ -87,29 +91,32 @@ float surveyNoise(int column, int row, double cellMetres, std::uint32_t seed) {
 
 std::optional<std::string> writeHeights(const std::string& path, const Surface& surface,
                                         std::uint32_t noiseSeed) {
-    constexpr float stepsPerMetre = 1024.0F;
+    constexpr float kStepsPerMetre = 1024.0F;
     CPLErrorReset();
     CPLStringList options;
     options.SetNameValue("COMPRESS", "DEFLATE");
     options.SetNameValue("PREDICTOR", "3");
     options.SetNameValue("ZLEVEL", "4");
     DatasetPtr dataset = createRaster(path, surface.frame, 1, GDT_Float32, options);
-    if (!dataset)
+    if (!dataset) {
         return failure(path);
+    }
     Grid<float> measured = surface.height;
     forEachBand(measured.rows(), [&](int first, int end) {
-        for (int r = first; r < end; ++r)
+        for (int r = first; r < end; ++r) {
             for (int c = 0; c < measured.columns(); ++c) {
                 float& height = measured.at(c, r);
                 height += surveyNoise(c, r, surface.frame.cellMetres, noiseSeed);
-                height = std::floor(height * stepsPerMetre + 0.5F) / stepsPerMetre;
+                height = std::floor(height * kStepsPerMetre + 0.5F) / kStepsPerMetre;
             }
+        }
     });
     dataset->GetRasterBand(1)->SetUnitType("m");
     if (dataset->GetRasterBand(1)->RasterIO(GF_Write, 0, 0, measured.columns(), measured.rows(),
                                             measured.row(0), measured.columns(), measured.rows(), GDT_Float32,
-                                            0, 0, nullptr) != CE_None)
+                                            0, 0, nullptr) != CE_None) {
         return failure(path);
+    }
     return finish(path, std::move(dataset));
 }
 
@@ -122,12 +129,14 @@ std::optional<std::string> writePhoto(const std::string& path, const RasterFrame
     options.SetNameValue("JPEG_QUALITY", "88");
     options.SetNameValue("INTERLEAVE", "PIXEL");
     DatasetPtr dataset = createRaster(path, frame, 3, GDT_Byte, options);
-    if (!dataset)
+    if (!dataset) {
         return failure(path);
+    }
     const GSpacing rowBytes = static_cast<GSpacing>(frame.columns) * 3;
     if (dataset->RasterIO(GF_Write, 0, 0, frame.columns, frame.rows, pixels.data(), frame.columns, frame.rows,
-                          GDT_Byte, 3, nullptr, 3, rowBytes, 1, nullptr) != CE_None)
+                          GDT_Byte, 3, nullptr, 3, rowBytes, 1, nullptr) != CE_None) {
         return failure(path);
+    }
     return finish(path, std::move(dataset));
 }
 

@@ -15,7 +15,7 @@ namespace {
 namespace fs = std::filesystem;
 using Error = std::optional<std::string>;
 
-constexpr const char* epochDates[] = {"2024-05-18", "2025-05-20"};
+constexpr const char* kEpochDates[] = {"2024-05-18", "2025-05-20"};
 
 std::string text(const fs::path& path) {
     return path.u8string();
@@ -39,10 +39,11 @@ public:
     Error create() {
         std::error_code error;
         fs::remove_all(m_path, error);
-        for (const char* date : epochDates) {
+        for (const char* date : kEpochDates) {
             fs::create_directories(m_path / "epochs" / date, error);
-            if (error)
+            if (error) {
                 return text(m_path) + "：无法创建：" + error.message();
+            }
         }
         return std::nullopt;
     }
@@ -53,8 +54,9 @@ public:
                    error); // an empty folder; when it was filled meanwhile this fails, and so does the move
         error.clear();
         fs::rename(m_path, m_target, error);
-        if (error)
+        if (error) {
             return text(m_target) + "：无法移到位：" + error.message();
+        }
         return std::nullopt;
     }
 
@@ -64,24 +66,29 @@ private:
 };
 
 Error checkOptions(const SampleOptions& options) {
-    if (options.directory.empty())
+    if (options.directory.empty()) {
         return "没有给出示例工程的文件夹";
-    if (options.cells < SampleOptions::smallestCells || options.cells > SampleOptions::largestCells ||
-        options.cells % SampleOptions::cellsStep != 0)
+    }
+    if (options.cells < SampleOptions::kSmallestCells || options.cells > SampleOptions::kLargestCells ||
+        options.cells % SampleOptions::kCellsStep != 0) {
         return "尺寸 " + std::to_string(options.cells) + "：必须是 16 的倍数，从 " +
-               std::to_string(SampleOptions::smallestCells) + " 到 " +
-               std::to_string(SampleOptions::largestCells);
+               std::to_string(SampleOptions::kSmallestCells) + " 到 " +
+               std::to_string(SampleOptions::kLargestCells);
+    }
     return std::nullopt;
 }
 
 Error checkTarget(const fs::path& target) {
     std::error_code error;
-    if (!fs::exists(target, error))
+    if (!fs::exists(target, error)) {
         return std::nullopt;
-    if (!fs::is_directory(target, error))
+    }
+    if (!fs::is_directory(target, error)) {
         return text(target) + "：已存在，不是文件夹";
-    if (!fs::is_empty(target, error) || error)
+    }
+    if (!fs::is_empty(target, error) || error) {
         return text(target) + "：已存在，不是空文件夹";
+    }
     return std::nullopt;
 }
 
@@ -90,15 +97,17 @@ Error writeProjectFile(const fs::path& folder) {
     std::ofstream file(path, std::ios::binary);
     file << "{\n  \"format\": \"corridor-project\",\n  \"version\": 1,\n  \"name\": \"示例管道\",\n  "
             "\"crs\": \""
-         << Extent::crs << "\",\n  \"epochs\": [\n";
-    for (const char* date : epochDates)
+         << Extent::kCrs << "\",\n  \"epochs\": [\n";
+    for (const char* date : kEpochDates) {
         file << "    {\"date\": \"" << date << "\", \"dsm\": \"epochs/" << date
              << "/dsm.tif\", \"dom\": \"epochs/" << date << "/dom.tif\"}"
-             << (date == epochDates[0] ? ",\n" : "\n");
+             << (date == kEpochDates[0] ? ",\n" : "\n");
+    }
     file << "  ],\n  \"centerline\": \"centerline.gpkg\"\n}\n";
     file.close();
-    if (!file)
+    if (!file) {
         return text(path) + "：无法写入";
+    }
     return std::nullopt;
 }
 
@@ -107,15 +116,16 @@ class Maker {
 public:
     Maker(const SampleOptions& options, const fs::path& folder, const SampleProgress& progress)
         : m_folder(folder), m_progress(progress), m_scene(options.seed),
-          m_frame{options.cells, options.cells / 4, Extent::widthMetres / options.cells} {}
+          m_frame{options.cells, options.cells / 4, Extent::kWidthMetres / options.cells} {}
 
     Error make();
 
 private:
     Error writeEpoch(const Surface& surface, int epoch, double done, double doneAfter);
     Error report(double share) const {
-        if (m_progress && !m_progress(share))
+        if (m_progress && !m_progress(share)) {
             return "已取消";
+        }
         return std::nullopt;
     }
 
@@ -126,58 +136,75 @@ private:
 };
 
 Error Maker::writeEpoch(const Surface& surface, int epoch, double done, double doneAfter) {
-    const fs::path folder = m_folder / "epochs" / epochDates[epoch];
+    const fs::path folder = m_folder / "epochs" / kEpochDates[epoch];
     const std::uint32_t survey = m_scene.site.noiseSeed(900 + static_cast<std::uint32_t>(epoch) * 10);
-    if (Error error = writeHeights(text(folder / "dsm.tif"), surface, survey))
+    if (Error error = writeHeights(text(folder / "dsm.tif"), surface, survey)) {
         return error;
-    if (Error error = report(0.5 * (done + doneAfter)))
+    }
+    if (Error error = report(0.5 * (done + doneAfter))) {
         return error;
+    }
     std::vector<std::uint8_t> pixels = renderOrthophoto(m_scene, surface, epoch);
-    if (Error error = writePhoto(text(folder / "dom.tif"), m_frame, pixels))
+    if (Error error = writePhoto(text(folder / "dom.tif"), m_frame, pixels)) {
         return error;
+    }
     return report(doneAfter);
 }
 
 Error Maker::make() {
-    if (Error error = report(0.05))
+    if (Error error = report(0.05)) {
         return error;
+    }
     Surface surface = composeSurface(m_scene, m_frame);
-    if (Error error = report(0.2))
+    if (Error error = report(0.2)) {
         return error;
-    if (Error error = writeEpoch(surface, 0, 0.2, 0.55))
+    }
+    if (Error error = writeEpoch(surface, 0, 0.2, 0.55)) {
         return error;
+    }
     const std::vector<ChangeWindow> changes = applyChanges(m_scene, surface);
-    if (Error error = writeEpoch(surface, 1, 0.55, 0.95))
+    if (Error error = writeEpoch(surface, 1, 0.55, 0.95)) {
         return error;
-    if (Error error = writeTruth(text(m_folder / "truth.gpkg"), m_scene, m_frame, changes))
+    }
+    if (Error error = writeTruth(text(m_folder / "truth.gpkg"), m_scene, m_frame, changes)) {
         return error;
-    if (Error error = writeCentreLine(text(m_folder / "centerline.gpkg"), m_scene))
+    }
+    if (Error error = writeCentreLine(text(m_folder / "centerline.gpkg"), m_scene)) {
         return error;
-    if (Error error = writeSpecialAreas(text(m_folder / "special.gpkg"), m_scene))
+    }
+    if (Error error = writeSpecialAreas(text(m_folder / "special.gpkg"), m_scene)) {
         return error;
+    }
     return writeProjectFile(m_folder);
 }
 } // namespace
 
 std::optional<std::string> makeSampleCorridor(const SampleOptions& options, const SampleProgress& progress) {
-    if (Error error = checkOptions(options))
+    if (Error error = checkOptions(options)) {
         return error;
+    }
     std::error_code ignored;
     fs::path target = fs::absolute(fs::u8path(options.directory), ignored).lexically_normal();
-    if (!target.has_filename())
+    if (!target.has_filename()) {
         target = target.parent_path();
-    if (Error error = checkTarget(target))
+    }
+    if (Error error = checkTarget(target)) {
         return error;
+    }
     GDALAllRegister();
     WorkFolder folder(target);
-    if (Error error = folder.create())
+    if (Error error = folder.create()) {
         return error;
-    if (Error error = Maker(options, folder.path(), progress).make())
+    }
+    if (Error error = Maker(options, folder.path(), progress).make()) {
         return error;
-    if (Error error = folder.moveIntoPlace())
+    }
+    if (Error error = folder.moveIntoPlace()) {
         return error;
-    if (progress)
+    }
+    if (progress) {
         progress(1.0);
+    }
     return std::nullopt;
 }
 

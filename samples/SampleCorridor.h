@@ -9,9 +9,9 @@
 namespace samples {
 
 struct SampleOptions {
-    static constexpr int smallestCells = 1024;
-    static constexpr int largestCells = 32768;
-    static constexpr int cellsStep = 16;
+    static constexpr int kSmallestCells = 1024;
+    static constexpr int kLargestCells = 32768;
+    static constexpr int kCellsStep = 16;
 
     /// Folder of the project to make, UTF-8; it must not exist or be empty.
     std::string directory;

@@ -6,11 +6,12 @@
 namespace samples {
 
 namespace {
-constexpr double marginMetres = 24.0;
+constexpr double kMarginMetres = 24.0;
 
 Lattice metreLattice() {
-    return {-marginMetres, -marginMetres, 1.0, static_cast<int>(Extent::widthMetres + 2 * marginMetres) + 1,
-            static_cast<int>(Extent::heightMetres + 2 * marginMetres) + 1};
+    return {-kMarginMetres, -kMarginMetres, 1.0,
+            static_cast<int>(Extent::kWidthMetres + 2 * kMarginMetres) + 1,
+            static_cast<int>(Extent::kHeightMetres + 2 * kMarginMetres) + 1};
 }
 
 std::vector<Point> moved(std::vector<Point> controls, Random& random, double metres) {
@@ -113,9 +114,11 @@ Site::Site(std::uint64_t theSeed)
     pipelineField = LineField(lattice, {pipeline}, 40.0);
     forest = Field(lattice);
     forEachBand(lattice.rows, [&](int first, int end) {
-        for (int r = first; r < end; ++r)
-            for (int c = 0; c < lattice.columns; ++c)
+        for (int r = first; r < end; ++r) {
+            for (int c = 0; c < lattice.columns; ++c) {
                 forest.at(c, r) = forestAt(lattice.x(c), lattice.y(r));
+            }
+        }
     });
 }
 

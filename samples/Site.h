@@ -9,13 +9,13 @@ namespace samples {
 
 /// Extent of the sample on the ground and its place in the world.
 struct Extent {
-    static constexpr double widthMetres = 2048.0;
-    static constexpr double heightMetres = 512.0;
+    static constexpr double kWidthMetres = 2048.0;
+    static constexpr double kHeightMetres = 512.0;
     /// South-west corner in EPSG:4545 (CGCS2000 / 3-degree Gauss-Krueger, central meridian 108° E): 34.3° N
     /// 108.9° E.
-    static constexpr double westEasting = 582400.0;
-    static constexpr double southNorthing = 3796800.0;
-    static constexpr const char* crs = "EPSG:4545";
+    static constexpr double kWestEasting = 582400.0;
+    static constexpr double kSouthNorthing = 3796800.0;
+    static constexpr const char* kCrs = "EPSG:4545";
 };
 
 /// A right-angled frame turned against the site: u along `angleDegrees` (counter-clockwise from east), v to

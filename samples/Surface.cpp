@@ -26,30 +26,36 @@ void layGround(const Scene& scene, Surface& surface, int firstRow, int endRow) {
 
 /// Where the road crosses the water its deck and the railings stand above the ground.
 void layBridge(const Scene& scene, Surface& surface, int firstRow, int endRow) {
-    constexpr double deckHalfWidthMetres = 4.6;
+    constexpr double kDeckHalfWidthMetres = 4.6;
     const Site& site = scene.site;
-    for (int r = firstRow; r < endRow; ++r)
+    for (int r = firstRow; r < endRow; ++r) {
         for (int c = 0; c < surface.frame.columns; ++c) {
             const double x = surface.frame.x(c);
             const double y = surface.frame.y(r);
-            if (site.roadField.distance(x, y) > deckHalfWidthMetres || site.riverField.distance(x, y) > 40.0F)
+            if (site.roadField.distance(x, y) > kDeckHalfWidthMetres ||
+                site.riverField.distance(x, y) > 40.0F) {
                 continue;
+            }
             const auto road = site.roadField.find(x, y);
-            if (!road)
+            if (!road) {
                 continue;
+            }
             const bool railing =
                 std::fabs(road->lateralMetres) > 4.2F && site.riverField.distance(x, y) < 22.0F;
             const float deck = scene.ground.roadHeightMetres(road->alongMetres) + (railing ? 0.9F : 0.0F);
             surface.height.at(c, r) = std::max(surface.height.at(c, r), deck);
-            if (railing)
+            if (railing) {
                 surface.cells.at(c, r) = {Material::Wall, 0, 0};
+            }
         }
+    }
 }
 
 void raise(Surface& surface, int column, int row, float height, SurfaceCell cell) {
     float& current = surface.height.at(column, row);
-    if (height <= current)
+    if (height <= current) {
         return;
+    }
     current = height;
     surface.cells.at(column, row) = cell;
 }
@@ -60,9 +66,11 @@ void forEachCellAround(const RasterFrame& frame, Point place, double reach, int 
                        const Work& work) {
     const auto [top, bottom] = frame.rowRange(place.y - reach, place.y + reach);
     const auto [left, right] = frame.columnRange(place.x - reach, place.x + reach);
-    for (int r = std::max(top, firstRow); r < std::min(bottom, endRow); ++r)
-        for (int c = left; c < right; ++c)
+    for (int r = std::max(top, firstRow); r < std::min(bottom, endRow); ++r) {
+        for (int c = left; c < right; ++c) {
             work(c, r);
+        }
+    }
 }
 
 void standBuildings(const Scene& scene, Surface& surface, int firstRow, int endRow) {
@@ -74,8 +82,9 @@ void standBuildings(const Scene& scene, Surface& surface, int firstRow, int endR
             [&](int c, int r) {
                 const Point place = building.frame.toFrame(surface.frame.x(c), surface.frame.y(r));
                 const auto roof = building.roofMetres(place);
-                if (!roof)
+                if (!roof) {
                     return;
+                }
                 const bool rim = building.shape == RoofShape::Flat &&
                                  building.material == Material::FlatRoof &&
                                  std::min(building.halfLengthMetres - std::fabs(place.x),
@@ -91,18 +100,20 @@ void standBuildings(const Scene& scene, Surface& surface, int firstRow, int endR
 }
 
 void standTrees(const Scene& scene, Surface& surface, int firstRow, int endRow) {
-    constexpr double widestMetres = 6.0;
-    const double yMin = surface.frame.y(endRow - 1) - widestMetres;
-    const double yMax = surface.frame.y(firstRow) + widestMetres;
+    constexpr double kWidestMetres = 6.0;
+    const double yMin = surface.frame.y(endRow - 1) - kWidestMetres;
+    const double yMax = surface.frame.y(firstRow) + kWidestMetres;
     auto tree = std::lower_bound(scene.trees.begin(), scene.trees.end(), yMin,
                                  [](const Tree& candidate, double y) { return candidate.y < y; });
-    for (; tree != scene.trees.end() && tree->y <= yMax; ++tree)
+    for (; tree != scene.trees.end() && tree->y <= yMax; ++tree) {
         forEachCellAround(surface.frame, {tree->x, tree->y}, static_cast<double>(tree->radiusMetres) * 1.3,
                           firstRow, endRow, [&](int c, int r) {
                               if (const auto crown =
-                                      tree->crownMetres(surface.frame.x(c), surface.frame.y(r)))
+                                      tree->crownMetres(surface.frame.x(c), surface.frame.y(r))) {
                                   raise(surface, c, r, *crown, {tree->species, 0, tree->ident});
+                              }
                           });
+    }
 }
 
 /// Yellow posts beside the pipe every hundred metres.
@@ -114,8 +125,9 @@ void standMarkers(const Scene& scene, Surface& surface) {
         const Point post{middle.x - way.y * 2.5, middle.y + way.x * 2.5};
         if (scene.site.roadField.distance(post.x, post.y) < 6.0F ||
             isNearChange(scene.changes, post.x, post.y, 0.0) ||
-            scene.cover.at(post.x, post.y).cell.material == Material::Water)
+            scene.cover.at(post.x, post.y).cell.material == Material::Water) {
             continue;
+        }
         const float ground = scene.ground.heightMetres(post.x, post.y);
         const double half = 0.5 * std::max(0.5, surface.frame.cellMetres);
         forEachCellAround(surface.frame, post, 1.0, 0, surface.frame.rows,
@@ -142,8 +154,9 @@ bool canWear(Material material) {
 /// Where water gathers the plants are darker: most of the bowl with a frayed rim, and the tension cracks
 /// around it.
 bool isSunken(const Scene& scene, const Change& change, float depthShare, double x, double y) {
-    if (depthShare <= 0.0F)
+    if (depthShare <= 0.0F) {
         return false;
+    }
     const auto fx = static_cast<float>(x);
     const auto fy = static_cast<float>(y);
     const float fray = fractalNoise(fx / 4.0F, fy / 4.0F, change.noiseSeed + 3, 3);
@@ -154,14 +167,14 @@ bool isSunken(const Scene& scene, const Change& change, float depthShare, double
 
 ChangeWindow applyChange(const Scene& scene, std::size_t index, Surface& surface) {
     const Change& change = scene.changes[index];
-    constexpr double wearMetres = 6.0;
+    constexpr double kWearMetres = 6.0;
     const RasterFrame& frame = surface.frame;
-    const double reach = change.reachMetres() + wearMetres;
+    const double reach = change.reachMetres() + kWearMetres;
     const auto [left, right] =
         frame.columnRange(change.frame.origin.x - reach, change.frame.origin.x + reach);
     const auto [top, bottom] = frame.rowRange(change.frame.origin.y - reach, change.frame.origin.y + reach);
     ChangeWindow window{left, top, Grid<float>(right - left, bottom - top)};
-    for (int r = top; r < bottom; ++r)
+    for (int r = top; r < bottom; ++r) {
         for (int c = left; c < right; ++c) {
             const double x = frame.x(c);
             const double y = frame.y(r);
@@ -170,14 +183,16 @@ ChangeWindow applyChange(const Scene& scene, std::size_t index, Surface& surface
             const float dz = change.dzMetres(x, y, height, scene.ground.heightMetres(x, y));
             window.dz.at(c - left, r - top) = dz;
             height += dz;
-            if (dz != 0.0F && change.shape != ChangeShape::Bowl)
+            if (dz != 0.0F && change.shape != ChangeShape::Bowl) {
                 cell = changedCell(change, index, {x, y});
-            else if (isSunken(scene, change, -dz / change.sizeMetres, x, y) && canWear(cell.material))
+            } else if (isSunken(scene, change, -dz / change.sizeMetres, x, y) && canWear(cell.material)) {
                 cell = {Material::SunkenGrass, byteOf(static_cast<double>(-dz / change.sizeMetres)),
                         cell.ident};
-            else if (canWear(cell.material) && change.wear(x, y) > 0.5F)
+            } else if (canWear(cell.material) && change.wear(x, y) > 0.5F) {
                 cell = {Material::BareSoil, 0, 0};
+            }
         }
+    }
     return window;
 }
 } // namespace
@@ -189,8 +204,8 @@ std::pair<int, int> RasterFrame::columnRange(double xMin, double xMax) const {
 }
 
 std::pair<int, int> RasterFrame::rowRange(double yMin, double yMax) const {
-    const int first = static_cast<int>(std::ceil((Extent::heightMetres - yMax) / cellMetres - 0.5));
-    const int end = static_cast<int>(std::floor((Extent::heightMetres - yMin) / cellMetres - 0.5)) + 1;
+    const int first = static_cast<int>(std::ceil((Extent::kHeightMetres - yMax) / cellMetres - 0.5));
+    const int end = static_cast<int>(std::floor((Extent::kHeightMetres - yMin) / cellMetres - 0.5)) + 1;
     return {std::clamp(first, 0, rows), std::clamp(end, 0, rows)};
 }
 
@@ -208,8 +223,9 @@ Surface composeSurface(const Scene& scene, const RasterFrame& frame) {
 
 std::vector<ChangeWindow> applyChanges(const Scene& scene, Surface& surface) {
     std::vector<ChangeWindow> windows;
-    for (std::size_t i = 0; i < scene.changes.size(); ++i)
+    for (std::size_t i = 0; i < scene.changes.size(); ++i) {
         windows.push_back(applyChange(scene, i, surface));
+    }
     return windows;
 }
 

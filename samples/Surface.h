@@ -28,7 +28,7 @@ struct RasterFrame {
     double cellMetres = 0.0;
 
     double x(int column) const { return (column + 0.5) * cellMetres; }
-    double y(int row) const { return Extent::heightMetres - (row + 0.5) * cellMetres; }
+    double y(int row) const { return Extent::kHeightMetres - (row + 0.5) * cellMetres; }
     /// First and one-past-last column (row) whose centre lies in the closed interval, cut to the frame.
     std::pair<int, int> columnRange(double xMin, double xMax) const;
     std::pair<int, int> rowRange(double yMin, double yMax) const;

@@ -12,8 +12,8 @@
 namespace samples {
 
 namespace {
-constexpr int stationCount = 8;
-constexpr float outlineDzMetres = 0.25F;
+constexpr int kStationCount = 8;
+constexpr float kOutlineDzMetres = 0.25F;
 
 /// One GeoPackage that is being written. Every call after a failure does nothing.
 class GeoPackage {
@@ -31,8 +31,9 @@ public:
     /// Adds a feature to the layer; `fill` sets its fields.
     template<class Fill>
     void add(const OGRGeometry& geometry, const Fill& fill) {
-        if (m_layer == nullptr)
+        if (!m_layer) {
             return;
+        }
         OGRFeature feature(m_layer->GetLayerDefn());
         feature.SetGeometry(&geometry);
         fill(feature);
@@ -51,23 +52,26 @@ GeoPackage::GeoPackage(std::string path) : m_path(std::move(path)) {
     CPLErrorReset();
     // The file must not depend on the day it was made.
     CPLSetThreadLocalConfigOption("OGR_CURRENT_DATE", "2025-05-20T00:00:00.000Z");
-    if (GDALDriver* driver = GetGDALDriverManager()->GetDriverByName("GPKG"))
+    if (GDALDriver* driver = GetGDALDriverManager()->GetDriverByName("GPKG")) {
         m_dataset = driver->Create(m_path.c_str(), 0, 0, 0, GDT_Unknown, nullptr);
+    }
     m_good = m_dataset != nullptr;
 }
 
 GeoPackage::~GeoPackage() {
-    if (m_dataset != nullptr)
+    if (m_dataset) {
         GDALClose(m_dataset);
+    }
     CPLSetThreadLocalConfigOption("OGR_CURRENT_DATE", nullptr);
 }
 
 void GeoPackage::beginLayer(const char* name, OGRwkbGeometryType geometry,
                             const std::vector<FieldType>& fields) {
-    if (!m_good)
+    if (!m_good) {
         return;
+    }
     OGRSpatialReference crs;
-    crs.SetFromUserInput(Extent::crs);
+    crs.SetFromUserInput(Extent::kCrs);
     crs.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
     m_layer = m_dataset->CreateLayer(name, &crs, geometry, nullptr);
     m_good = m_layer != nullptr;
@@ -78,26 +82,29 @@ void GeoPackage::beginLayer(const char* name, OGRwkbGeometryType geometry,
 }
 
 std::optional<std::string> GeoPackage::close() {
-    if (m_dataset != nullptr)
+    if (m_dataset) {
         GDALClose(m_dataset);
+    }
     m_dataset = nullptr;
     m_layer = nullptr;
-    if (m_good && CPLGetLastErrorType() < CE_Failure)
+    if (m_good && CPLGetLastErrorType() < CE_Failure) {
         return std::nullopt;
+    }
     return m_path + "：无法写入：" + CPLGetLastErrorMsg();
 }
 
 double easting(double x) {
-    return Extent::westEasting + x;
+    return Extent::kWestEasting + x;
 }
 double northing(double y) {
-    return Extent::southNorthing + y;
+    return Extent::kSouthNorthing + y;
 }
 
 OGRPolygon polygonOf(const std::vector<Point>& corners) {
     OGRLinearRing ring;
-    for (const Point& corner : corners)
+    for (const Point& corner : corners) {
         ring.addPoint(easting(corner.x), northing(corner.y));
+    }
     ring.closeRings();
     OGRPolygon polygon;
     polygon.addRing(&ring);
@@ -122,8 +129,9 @@ Point crossingPoint(const Curve& pipe, const LineField& other) {
     Point nearest = pipe.points.front();
     for (const double along : stepsFrom(0.0, pipe.length(), 1.0)) {
         const Point place = pipe.at(along);
-        if (other.distance(place.x, place.y) < other.distance(nearest.x, nearest.y))
+        if (other.distance(place.x, place.y) < other.distance(nearest.x, nearest.y)) {
             nearest = place;
+        }
     }
     return nearest;
 }
@@ -137,14 +145,15 @@ void addCentreLine(GeoPackage& file, const Scene& scene) {
     const Curve& pipe = scene.site.pipeline;
     file.beginLayer("centerline", wkbLineString25D, {{"name", OFTString}});
     OGRLineString line;
-    constexpr double spacingMetres = 10.0;
+    constexpr double kSpacingMetres = 10.0;
     std::size_t bend = 0;
-    for (const double along : stepsFrom(0.0, pipe.length(), spacingMetres)) {
-        for (; bend < pipe.along.size() && pipe.along[bend] <= along; ++bend)
-            if (pipe.along[bend] > along - spacingMetres && pipe.along[bend] < along) {
+    for (const double along : stepsFrom(0.0, pipe.length(), kSpacingMetres)) {
+        for (; bend < pipe.along.size() && pipe.along[bend] <= along; ++bend) {
+            if (pipe.along[bend] > along - kSpacingMetres && pipe.along[bend] < along) {
                 const OGRPoint corner = groundPoint(scene, pipe.points[bend]);
                 line.addPoint(&corner);
             }
+        }
         const OGRPoint point = groundPoint(scene, pipe.at(along));
         line.addPoint(&point);
     }
@@ -167,8 +176,9 @@ void addNodes(GeoPackage& file, const Scene& scene) {
             feature.SetField("z", point.getZ());
         });
     };
-    for (const double along : stepsFrom(0.0, pipe.length() - 10.0, 100.0))
+    for (const double along : stepsFrom(0.0, pipe.length() - 10.0, 100.0)) {
         addNode(along);
+    }
     addNode(pipe.length());
 }
 
@@ -176,15 +186,15 @@ void addStations(GeoPackage& file, const Scene& scene) {
     file.beginLayer("stations", wkbPolygon,
                     {{"id", OFTInteger}, {"name", OFTString}, {"start_m", OFTReal}, {"end_m", OFTReal}});
     const Curve& pipe = scene.site.pipeline;
-    constexpr double width = Extent::widthMetres / stationCount;
-    for (int i = 0; i < stationCount; ++i) {
-        const double west = i * width;
+    constexpr double kWidth = Extent::kWidthMetres / kStationCount;
+    for (int i = 0; i < kStationCount; ++i) {
+        const double west = i * kWidth;
         const double start = i == 0 ? 0.0 : pipe.alongAtX(west);
-        const double end = i + 1 == stationCount ? pipe.length() : pipe.alongAtX(west + width);
+        const double end = i + 1 == kStationCount ? pipe.length() : pipe.alongAtX(west + kWidth);
         const OGRPolygon box = polygonOf({{west, 0},
-                                          {west + width, 0},
-                                          {west + width, Extent::heightMetres},
-                                          {west, Extent::heightMetres}});
+                                          {west + kWidth, 0},
+                                          {west + kWidth, Extent::kHeightMetres},
+                                          {west, Extent::kHeightMetres}});
         file.add(box, [&](OGRFeature& feature) {
             feature.SetField("id", i + 1);
             feature.SetField("name", (chainage(start) + "—" + chainage(end)).c_str());
@@ -204,13 +214,14 @@ struct TruthFigures {
 TruthFigures largestGroup(const Grid<float>& dz) {
     Grid<std::uint8_t> seen(dz.columns(), dz.rows());
     std::vector<std::pair<int, int>> largest;
-    for (int r = 0; r < dz.rows(); ++r)
+    for (int r = 0; r < dz.rows(); ++r) {
         for (int c = 0; c < dz.columns(); ++c) {
             std::vector<std::pair<int, int>> group;
             const auto visit = [&](int column, int row) {
                 if (column < 0 || row < 0 || column >= dz.columns() || row >= dz.rows() ||
-                    seen.at(column, row) != 0 || std::fabs(dz.at(column, row)) < outlineDzMetres)
+                    seen.at(column, row) != 0 || std::fabs(dz.at(column, row)) < kOutlineDzMetres) {
                     return;
+                }
                 seen.at(column, row) = 1;
                 group.emplace_back(column, row);
             };
@@ -222,9 +233,11 @@ TruthFigures largestGroup(const Grid<float>& dz) {
                 visit(column, row + 1);
                 visit(column, row - 1);
             }
-            if (group.size() > largest.size())
+            if (group.size() > largest.size()) {
                 largest = std::move(group);
+            }
         }
+    }
     TruthFigures figures{Grid<std::uint8_t>(dz.columns(), dz.rows()), static_cast<int>(largest.size()), 0.0};
     for (const auto& [column, row] : largest) {
         figures.mask.at(column, row) = 1;
@@ -238,26 +251,29 @@ std::unique_ptr<OGRGeometry> outlineOf(const ChangeWindow& window, const RasterF
                                        const Grid<std::uint8_t>& mask) {
     GDALDriver* memory = GetGDALDriverManager()->GetDriverByName("MEM");
     GDALDriver* features = GetGDALDriverManager()->GetDriverByName("Memory");
-    if (memory == nullptr || features == nullptr)
+    if (!memory || !features) {
         return nullptr;
+    }
     const std::unique_ptr<GDALDataset> raster(
         memory->Create("", mask.columns(), mask.rows(), 1, GDT_Byte, nullptr));
     const std::unique_ptr<GDALDataset> vectors(features->Create("", 0, 0, 0, GDT_Unknown, nullptr));
     double transform[6] = {easting(window.firstColumn * frame.cellMetres),
                            frame.cellMetres,
                            0.0,
-                           northing(Extent::heightMetres - window.firstRow * frame.cellMetres),
+                           northing(Extent::kHeightMetres - window.firstRow * frame.cellMetres),
                            0.0,
                            -frame.cellMetres};
     raster->SetGeoTransform(transform);
     Grid<std::uint8_t> copy = mask;
     GDALRasterBand* band = raster->GetRasterBand(1);
     if (band->RasterIO(GF_Write, 0, 0, copy.columns(), copy.rows(), copy.row(0), copy.columns(), copy.rows(),
-                       GDT_Byte, 0, 0, nullptr) != CE_None)
+                       GDT_Byte, 0, 0, nullptr) != CE_None) {
         return nullptr;
+    }
     OGRLayer* layer = vectors->CreateLayer("outline", nullptr, wkbPolygon, nullptr);
-    if (layer == nullptr || GDALPolygonize(band, band, layer, -1, nullptr, nullptr, nullptr) != CE_None)
+    if (!layer || GDALPolygonize(band, band, layer, -1, nullptr, nullptr, nullptr) != CE_None) {
         return nullptr;
+    }
     const std::unique_ptr<OGRFeature> feature(layer->GetNextFeature());
     return feature ? std::unique_ptr<OGRGeometry>(feature->StealGeometry()) : nullptr;
 }
@@ -312,8 +328,9 @@ std::optional<std::string> writeTruth(const std::string& path, const Scene& scen
     for (std::size_t i = 0; i < windows.size(); ++i) {
         const TruthFigures figures = largestGroup(windows[i].dz);
         const auto outline = outlineOf(windows[i], frame, figures.mask);
-        if (figures.cells == 0 || !outline)
+        if (figures.cells == 0 || !outline) {
             return path + "：变化 " + scene.changes[i].name + " 没有轮廓";
+        }
         file.add(*outline, [&](OGRFeature& feature) {
             feature.SetField("name", scene.changes[i].name.c_str());
             feature.SetField("kind", scene.changes[i].isFill() ? "fill" : "cut");

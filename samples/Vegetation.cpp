@@ -33,9 +33,10 @@ private:
 };
 
 bool Forester::mayGrow(Point place, double radius) const {
-    if (place.x < -8 || place.y < -8 || place.x > Extent::widthMetres + 8 ||
-        place.y > Extent::heightMetres + 8)
+    if (place.x < -8 || place.y < -8 || place.x > Extent::kWidthMetres + 8 ||
+        place.y > Extent::kHeightMetres + 8) {
         return false;
+    }
     return m_site.pipelineField.distance(place.x, place.y) > 5.0 + radius &&
            m_site.roadField.distance(place.x, place.y) > 5.0 + radius &&
            m_site.laneField.distance(place.x, place.y) > 1.5 + radius &&
@@ -44,8 +45,9 @@ bool Forester::mayGrow(Point place, double radius) const {
 }
 
 void Forester::plant(Point place, double radius, double height, Material species) {
-    if (!mayGrow(place, radius))
+    if (!mayGrow(place, radius)) {
         return;
+    }
     Tree tree;
     tree.x = place.x;
     tree.y = place.y;
@@ -60,22 +62,25 @@ void Forester::plant(Point place, double radius, double height, Material species
 }
 
 void Forester::forest() {
-    constexpr double spacing = 3.9;
-    for (const double y : stepsFrom(-8, Extent::heightMetres + 8, spacing))
-        for (const double x : stepsFrom(-8, Extent::widthMetres + 8, spacing)) {
+    constexpr double kSpacing = 3.9;
+    for (const double y : stepsFrom(-8, Extent::kHeightMetres + 8, kSpacing)) {
+        for (const double x : stepsFrom(-8, Extent::kWidthMetres + 8, kSpacing)) {
             const Point place{x + m_random.between(-1.7, 1.7), y + m_random.between(-1.7, 1.7)};
             const double size = m_random.uniform();
             const double stand =
                 static_cast<double>(gradientNoise(static_cast<float>(place.x) / 60.0F,
                                                   static_cast<float>(place.y) / 60.0F, m_site.noiseSeed(73)));
             const bool conifer = m_random.chance(clampUnit(0.30 + 0.8 * stand));
-            if (m_site.forestDensity(place.x, place.y) < 0.5F || m_random.chance(0.07))
+            if (m_site.forestDensity(place.x, place.y) < 0.5F || m_random.chance(0.07)) {
                 continue;
-            if (conifer)
+            }
+            if (conifer) {
                 plant(place, 1.5 + 1.0 * size, 8.0 + 4.5 * size, Material::Conifer);
-            else
+            } else {
                 plant(place, 1.9 + 1.8 * size, 7.0 + 5.5 * size + 2.0 * stand, Material::Broadleaf);
+            }
         }
+    }
 }
 
 /// Chance of a tree per sampled place outside the forest.
@@ -86,8 +91,9 @@ double Forester::densityOfOpenLand(Point place) const {
     if (river) {
         const double fromEdge =
             std::fabs(river->lateralMetres) - m_site.riverHalfWidthMetres(river->alongMetres);
-        if (fromEdge > 3.0 && fromEdge < 17.0)
+        if (fromEdge > 3.0 && fromEdge < 17.0) {
             return 0.7 * smoothStep(-0.15, 0.5, clump);
+        }
     }
     switch (m_cover.at(place.x, place.y).cell.material) {
     case Material::Scrub:
@@ -108,15 +114,17 @@ double Forester::densityOfOpenLand(Point place) const {
 }
 
 void Forester::openLand() {
-    constexpr double spacing = 3.4;
-    for (const double y : stepsFrom(0, Extent::heightMetres, spacing))
-        for (const double x : stepsFrom(0, Extent::widthMetres, spacing)) {
+    constexpr double kSpacing = 3.4;
+    for (const double y : stepsFrom(0, Extent::kHeightMetres, kSpacing)) {
+        for (const double x : stepsFrom(0, Extent::kWidthMetres, kSpacing)) {
             const Point place{x + m_random.between(-1.6, 1.6), y + m_random.between(-1.6, 1.6)};
             const double lot = m_random.uniform();
             const double size = m_random.uniform();
-            if (m_site.forestDensity(place.x, place.y) < 0.5F && lot < densityOfOpenLand(place))
+            if (m_site.forestDensity(place.x, place.y) < 0.5F && lot < densityOfOpenLand(place)) {
                 plant(place, 1.3 + 1.9 * size, 3.6 + 6.0 * size, Material::Broadleaf);
+            }
         }
+    }
 }
 
 /// Rows of poplars.
@@ -131,8 +139,9 @@ void Forester::roadside() {
             const double size = m_random.uniform();
             const auto river = m_site.riverField.find(place.x, place.y);
             const bool bridge = river && std::fabs(river->lateralMetres) < 26.0F;
-            if (!gap && !bridge && !m_random.chance(0.1))
+            if (!gap && !bridge && !m_random.chance(0.1)) {
                 plant(place, 1.7 + 0.8 * size, 8.0 + 3.5 * size, Material::Broadleaf);
+            }
         }
     }
 }
@@ -140,18 +149,22 @@ void Forester::roadside() {
 void Forester::orchards() {
     for (const TurnedFrame* bank : {&m_cover.parcels().westFrame(), &m_cover.parcels().eastFrame()}) {
         const TurnedFrame& frame = *bank;
-        for (const double u : stepsFrom(-2300, 2300, 4.6))
+        for (const double u : stepsFrom(-2300, 2300, 4.6)) {
             for (const double v : stepsFrom(-700, 900, 4.0)) {
                 const Point place = frame.toSite(u, v);
-                if (place.x < 0 || place.y < 0 || place.x > Extent::widthMetres ||
-                    place.y > Extent::heightMetres || &m_cover.parcels().frameAt(place.x, place.y) != &frame)
+                if (place.x < 0 || place.y < 0 || place.x > Extent::kWidthMetres ||
+                    place.y > Extent::kHeightMetres ||
+                    &m_cover.parcels().frameAt(place.x, place.y) != &frame) {
                     continue;
+                }
                 const SurfaceCell cell = m_cover.at(place.x, place.y).cell;
                 if (cell.material == Material::Crop &&
                     m_cover.parcels().style(cell.ident).crop == Crop::Orchard &&
-                    m_cover.parcels().find(place.x, place.y).edgeMetres > 1.6F && !m_random.chance(0.05))
+                    m_cover.parcels().find(place.x, place.y).edgeMetres > 1.6F && !m_random.chance(0.05)) {
                     plant(place, m_random.between(1.1, 1.6), m_random.between(2.4, 3.2), Material::FruitTree);
+                }
             }
+        }
     }
 }
 
@@ -168,10 +181,12 @@ std::optional<float> Tree::crownMetres(double px, double py) const {
     const auto dy = static_cast<float>(py - y);
     const float bump = gradientNoise(dx / 0.95F + 0.5F, dy / 0.95F, noiseSeed);
     const float share2 = (dx * dx + dy * dy) / (radiusMetres * radiusMetres) * (1.0F + 0.35F * bump);
-    if (share2 >= 1.0F)
+    if (share2 >= 1.0F) {
         return std::nullopt;
-    if (species == Material::Conifer)
+    }
+    if (species == Material::Conifer) {
         return baseMetres + heightMetres * (1.0F - 0.62F * std::sqrt(share2)) + 0.2F * bump;
+    }
     return baseMetres + heightMetres * (0.45F + 0.55F * std::sqrt(1.0F - share2)) + 0.3F * bump;
 }
 

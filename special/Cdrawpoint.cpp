@@ -84,8 +84,9 @@ void Cdrawpoint::OnActivate() {
 
 void Cdrawpoint::OnDeactivate() {
     finish();
-    if (m_dialog)
+    if (m_dialog) {
         m_dialog->hide();
+    }
     m_active = false;
 }
 
@@ -212,14 +213,16 @@ void Cdrawpoint::SlotOK() {
         return;
     }
     StationWindow* window = IORVAContext::Instance()->GetStationWindow();
-    if (window->isReiterated_node(m_dialog->m_name))
+    if (window->isReiterated_node(m_dialog->m_name)) {
         return;
+    }
     if (!window->AddPointNode(point)) {
         removeFromGroup(m_previewMarker);
         return;
     }
-    if (auto* scene = dataSet<OsgDataSet>())
+    if (auto* scene = dataSet<OsgDataSet>()) {
         scene->addPipePoints(m_pointGroup, point);
+    }
     RemovePreview();
     PlaceFinalMarker(name);
     m_dialog->hide();

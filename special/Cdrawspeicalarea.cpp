@@ -30,8 +30,9 @@ std::optional<osg::Vec3d> pickOnMap(osgViewer::View& view, const GUIEventAdapter
     const osg::Vec3d world = pick(&view, ea);
     const osgEarth::MapNode* mapNode = globeMapNode();
     osgEarth::GeoPoint onMap;
-    if (world == kPickNoHit || !mapNode || !onMap.fromWorld(mapNode->getMapSRS(), world))
+    if (world == kPickNoHit || !mapNode || !onMap.fromWorld(mapNode->getMapSRS(), world)) {
         return std::nullopt;
+    }
     return onMap.vec3d();
 }
 
@@ -77,8 +78,9 @@ void Cdrawspeicalarea::OnActivate() {
 
 void Cdrawspeicalarea::OnDeactivate() {
     finish();
-    if (m_dialog)
+    if (m_dialog) {
         m_dialog->hide();
+    }
 }
 
 void Cdrawspeicalarea::finish() {

@@ -7,15 +7,18 @@
 
 bool isDrawingDatabaseReady() {
     auto* pipeline = dataSet<PipelineDataSet>();
-    if (!pipeline || !pipeline->GetConncetDBState(0))
+    if (!pipeline || !pipeline->GetConncetDBState(0)) {
         return false;
+    }
     const std::string table = pipeline->Gettablename(KV_PIPE_NODE);
-    if (table.empty())
+    if (table.empty()) {
         return false;
+    }
     try {
         const mysqlhelper::KV_Rows rows = pipeline->GetMySQL()->queryRecord("select * from " + table + " ");
-        if (rows.empty())
+        if (rows.empty()) {
             return false;
+        }
         KV_BasicNode node;
         node.init_from_sqldata(rows.front());
         return true;

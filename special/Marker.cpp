@@ -12,8 +12,9 @@ using osgEarth::Symbology::TextSymbol;
 osg::ref_ptr<osgEarth::Annotation::PlaceNode> makeMarker(const osg::Vec3d& position,
                                                          const std::string& label) {
     const osgEarth::MapNode* mapNode = globeMapNode();
-    if (!mapNode)
+    if (!mapNode) {
         return nullptr;
+    }
     const osgEarth::GeoPoint point(mapNode->getMapSRS(), position, osgEarth::ALTMODE_ABSOLUTE);
     osgEarth::Symbology::Style style;
     auto* text = style.getOrCreate<TextSymbol>();

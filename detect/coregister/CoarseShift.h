@@ -6,7 +6,7 @@
 namespace detect {
 
 /// How far findCoarseShift looks, in cells each way.
-constexpr int coarseReachCells = 64;
+constexpr int kCoarseReachCells = 64;
 
 /// Whole cells of the old grid, to be added to the new epoch's columns and rows.
 struct CellShift {

@@ -13,26 +13,26 @@ namespace detect {
 
 namespace {
 
-constexpr int mostIterations = 25;
-constexpr double settledCells = 0.005;
-constexpr double largestStepCells = 3.0;
+constexpr int kMostIterations = 25;
+constexpr double kSettledCells = 0.005;
+constexpr double kLargestStepCells = 3.0;
 /// A shift below this changes nothing, and leaving it out spares the resampling.
-constexpr double smallestShiftCells = 0.02;
-constexpr double worseScatter = 1.02;
-constexpr std::size_t leastCells = 500;
-constexpr std::size_t leastBlocks = 8;
+constexpr double kSmallestShiftCells = 0.02;
+constexpr double kWorseScatter = 1.02;
+constexpr std::size_t kLeastCells = 500;
+constexpr std::size_t kLeastBlocks = 8;
 /// Standard errors by which the shared slope must differ from none.
-constexpr double leastStrength = 4.0;
+constexpr double kLeastStrength = 4.0;
 /// Below this height over a cell, moving by a cell makes no difference worth telling, and rounding shows.
-constexpr double leastRiseMetres = 2e-4;
-constexpr double largestErrorCells = 0.1;
-constexpr std::size_t slopedCells = 80'000;
+constexpr double kLeastRiseMetres = 2e-4;
+constexpr double kLargestErrorCells = 0.1;
+constexpr std::size_t kSlopedCells = 80'000;
 
-const char* const tooFewCells = "两期共同有效的像元太少，判断不出水平位移";
-const char* const tooFlat = "地面起伏太小或坡向单一，判断不出水平位移";
-const char* const outOfRange = "水平位移达到或超出 64 个像元的搜索范围";
-const char* const notSettled = "水平位移的迭代没有收敛";
-const char* const noBetter = "平移后高差的离散程度没有变小";
+const char* const kTooFewCells = "两期共同有效的像元太少，判断不出水平位移";
+const char* const kTooFlat = "地面起伏太小或坡向单一，判断不出水平位移";
+const char* const kOutOfRange = "水平位移达到或超出 64 个像元的搜索范围";
+const char* const kNotSettled = "水平位移的迭代没有收敛";
+const char* const kNoBetter = "平移后高差的离散程度没有变小";
 
 /// Why no shift is told; an empty reason when one is.
 struct Refusal {
@@ -53,13 +53,15 @@ void takeStatistics(const RobustCentre& level, std::vector<SlopedDifference> slo
 /// Of the blocks that are whole, or nearly so.
 BlockMeans blockMeans(const EquationSet& equations, const std::vector<float>& residuals) {
     std::size_t largest = 0;
-    for (std::size_t i = 0, begin = 0; i < equations.blockEnds.size(); begin = equations.blockEnds[i++])
+    for (std::size_t i = 0, begin = 0; i < equations.blockEnds.size(); begin = equations.blockEnds[i++]) {
         largest = std::max(largest, equations.blockEnds[i] - begin);
+    }
     BlockMeans means;
     for (std::size_t i = 0, begin = 0; i < equations.blockEnds.size(); begin = equations.blockEnds[i++]) {
         const std::size_t cells = equations.blockEnds[i] - begin;
-        if (10 * cells < 9 * largest)
+        if (10 * cells < 9 * largest) {
             continue;
+        }
         const double sum =
             std::accumulate(residuals.begin() + static_cast<std::ptrdiff_t>(begin),
                             residuals.begin() + static_cast<std::ptrdiff_t>(begin + cells), 0.0);
@@ -71,9 +73,10 @@ BlockMeans blockMeans(const EquationSet& equations, const std::vector<float>& re
 
 std::vector<SlopedDifference> withSlopes(const EquationSet& equations, const std::vector<float>& residuals) {
     std::vector<SlopedDifference> sloped;
-    const std::size_t stride = residuals.size() / slopedCells + 1;
-    for (std::size_t i = 0; i < residuals.size(); i += stride)
+    const std::size_t stride = residuals.size() / kSlopedCells + 1;
+    for (std::size_t i = 0; i < residuals.size(); i += stride) {
         sloped.push_back({equations.cells[i].oldSlope().squared(), residuals[i]});
+    }
     return sloped;
 }
 
@@ -86,20 +89,24 @@ public:
           m_frame(layout.oldRaster.grid) {}
 
     std::optional<Failure> improve(Coregistration& found) {
-        if (m_tilt)
-            if (auto failure = level(found))
+        if (m_tilt) {
+            if (auto failure = level(found)) {
                 return failure;
+            }
+        }
         Coregistration shifted = found;
         auto outcome = findShift(shifted);
-        if (auto* failure = std::get_if<Failure>(&outcome))
+        if (auto* failure = std::get_if<Failure>(&outcome)) {
             return *failure;
+        }
         found.iterations = shifted.iterations;
         found.refusal = std::get<Refusal>(outcome).reason;
-        if (found.refusal.empty() && cellsOf(shifted) >= smallestShiftCells) {
-            if (shifted.nmadAfterMetres > worseScatter * found.nmadAfterMetres)
-                found.refusal = noBetter;
-            else
+        if (found.refusal.empty() && cellsOf(shifted) >= kSmallestShiftCells) {
+            if (shifted.nmadAfterMetres > kWorseScatter * found.nmadAfterMetres) {
+                found.refusal = kNoBetter;
+            } else {
                 found = shifted;
+            }
         }
         return std::nullopt;
     }
@@ -108,48 +115,58 @@ private:
     /// Bias and tilt without a shift; leaves the bias alone where the cells span no plane.
     std::optional<Failure> level(Coregistration& found) const {
         auto read = readAt(found);
-        if (auto* failure = std::get_if<Failure>(&read))
+        if (auto* failure = std::get_if<Failure>(&read)) {
             return *failure;
+        }
         const auto& equations = std::get<EquationSet>(read);
-        if (!spansEnough(equations))
+        if (!spansEnough(equations)) {
             return std::nullopt;
-        if (const auto fit = fitRobustly(equations, FitTerms::Tilt, m_frame.cellMetres()))
+        }
+        if (const auto fit = fitRobustly(equations, FitTerms::Tilt, m_frame.cellMetres())) {
             finish(equations, fit->adjustment, found);
+        }
         return std::nullopt;
     }
 
     std::variant<Refusal, Failure> findShift(Coregistration& found) {
         auto coarse = findCoarseShift(m_layout, m_sample.patches, correctionOf(found));
-        if (auto* failure = std::get_if<Failure>(&coarse))
+        if (auto* failure = std::get_if<Failure>(&coarse)) {
             return *failure;
+        }
         const CellShift cells = std::get<CellShift>(coarse);
         const Shift start = m_frame.toMetres({double(cells.columns), double(cells.rows)});
         found.dxMetres = start.eastMetres;
         found.dyMetres = start.northMetres;
-        if (outside(found))
-            return Refusal{outOfRange};
-        while (found.iterations < mostIterations) {
-            if (m_progress && !m_progress(static_cast<double>(found.iterations) / mostIterations))
+        if (outside(found)) {
+            return Refusal{kOutOfRange};
+        }
+        while (found.iterations < kMostIterations) {
+            if (m_progress && !m_progress(static_cast<double>(found.iterations) / kMostIterations)) {
                 return Failure{"已取消", true};
+            }
             ++found.iterations;
             auto read = readAt(found);
-            if (auto* failure = std::get_if<Failure>(&read))
+            if (auto* failure = std::get_if<Failure>(&read)) {
                 return *failure;
+            }
             const auto& equations = std::get<EquationSet>(read);
-            if (!spansEnough(equations))
-                return Refusal{tooFewCells};
+            if (!spansEnough(equations)) {
+                return Refusal{kTooFewCells};
+            }
             const auto terms = m_tilt ? FitTerms::ShiftAndTilt : FitTerms::Shift;
             const auto fit = fitRobustly(equations, terms, m_frame.cellMetres());
-            if (!fit || !trustworthy(fit->evidence))
-                return Refusal{tooFlat};
+            if (!fit || !trustworthy(fit->evidence)) {
+                return Refusal{kTooFlat};
+            }
             if (advance(fit->adjustment, found)) {
                 finish(equations, fit->adjustment, found);
-                return preciseEnough(fit->evidence) ? Refusal{} : Refusal{tooFlat};
+                return preciseEnough(fit->evidence) ? Refusal{} : Refusal{kTooFlat};
             }
-            if (outside(found))
-                return Refusal{outOfRange};
+            if (outside(found)) {
+                return Refusal{kOutOfRange};
+            }
         }
-        return Refusal{notSettled};
+        return Refusal{kNotSettled};
     }
 
     std::variant<EquationSet, Failure> readAt(const Coregistration& found) const {
@@ -158,27 +175,28 @@ private:
     }
 
     static bool spansEnough(const EquationSet& equations) {
-        return equations.cells.size() >= leastCells && equations.blockEnds.size() >= leastBlocks;
+        return equations.cells.size() >= kLeastCells && equations.blockEnds.size() >= kLeastBlocks;
     }
 
     bool trustworthy(const ShiftEvidence& evidence) const {
-        return evidence.strength > leastStrength && evidence.slope * m_frame.cellMetres() > leastRiseMetres;
+        return evidence.strength > kLeastStrength && evidence.slope * m_frame.cellMetres() > kLeastRiseMetres;
     }
 
     bool preciseEnough(const ShiftEvidence& evidence) const {
-        return evidence.standardErrorMetres <= largestErrorCells * m_frame.cellMetres();
+        return evidence.standardErrorMetres <= kLargestErrorCells * m_frame.cellMetres();
     }
 
     /// Moves the epoch by a step; true when the step was so small that it need not be looked at again.
     bool advance(const Adjustment& step, Coregistration& found) const {
         const Point cells = m_frame.toCells({step.eastMetres, step.northMetres});
         const double length = std::hypot(cells.x, cells.y);
-        const double factor = length > largestStepCells ? largestStepCells / length : 1.0;
+        const double factor = length > kLargestStepCells ? kLargestStepCells / length : 1.0;
         found.dxMetres += factor * step.eastMetres;
         found.dyMetres += factor * step.northMetres;
-        const bool settled = length < settledCells;
-        if (!settled && factor == 1.0)
+        const bool settled = length < kSettledCells;
+        if (!settled && factor == 1.0) {
             addHeights(step, found);
+        }
         return settled;
     }
 
@@ -203,7 +221,7 @@ private:
 
     bool outside(const Coregistration& found) const {
         const Point cells = m_frame.toCells({found.dxMetres, found.dyMetres});
-        return std::max(std::abs(cells.x), std::abs(cells.y)) > coarseReachCells - 0.5;
+        return std::max(std::abs(cells.x), std::abs(cells.y)) > kCoarseReachCells - 0.5;
     }
 
     double cellsOf(const Coregistration& found) const {
@@ -230,31 +248,35 @@ std::variant<Coregistration, Failure> coregister(const PairLayout& layout, Coreg
     const bool full = method == CoregistrationMethod::Full;
     const double samplingShare = full ? 0.2 : 1.0;
     const auto part = [&](double from, double share) -> Progress {
-        if (!progress)
+        if (!progress) {
             return {};
+        }
         return [&progress, from, share](double done) { return progress(from + share * done); };
     };
     auto taken = takeSample(layout, full, threads, part(0.0, samplingShare));
-    if (auto* failure = std::get_if<Failure>(&taken))
+    if (auto* failure = std::get_if<Failure>(&taken)) {
         return *failure;
+    }
     const StableSample& sample = std::get<StableSample>(taken);
 
     const RobustCentre level = robustCentre(sample.dz);
     Coregistration found;
     found.method = method;
     found.nmadBeforeMetres = level.nmad;
-    const double blockCells = StableSample::blockSide * StableSample::blockSide;
+    const double blockCells = StableSample::kBlockSide * StableSample::kBlockSide;
     takeStatistics(level, sample.sloped, {sample.blockMeans, blockCells}, found);
-    if (method == CoregistrationMethod::None)
+    if (method == CoregistrationMethod::None) {
         return found;
+    }
     found.dzMetres = -level.centre;
     if (!full) {
         found.iterations = level.passes;
         return found;
     }
     const Progress searching = part(samplingShare, 1.0 - samplingShare);
-    if (auto failure = FullSearch(layout, sample, threads, tilt, searching).improve(found))
+    if (auto failure = FullSearch(layout, sample, threads, tilt, searching).improve(found)) {
         return *failure;
+    }
     return found;
 }
 

@@ -9,14 +9,14 @@ namespace detect {
 
 namespace {
 
-constexpr std::size_t mostBins = 12;
-constexpr std::size_t leastCellsInBin = 100;
-constexpr std::size_t leastBlocks = 30;
-constexpr int reweightings = 3;
-constexpr double leastStandardErrors = 3.0;
+constexpr std::size_t kMostBins = 12;
+constexpr std::size_t kLeastCellsInBin = 100;
+constexpr std::size_t kLeastBlocks = 30;
+constexpr int kReweightings = 3;
+constexpr double kLeastStandardErrors = 3.0;
 /// Variance of a squared NMAD of n normal values, times n, over the fourth power of their deviation: four
 /// times that of the NMAD itself, which is 1.36 (Rousseeuw & Croux 1993).
-constexpr double varianceOfSquaredNmad = 5.4;
+constexpr double kVarianceOfSquaredNmad = 5.4;
 
 struct Bin {
     double slopeSquared = 0.0;
@@ -26,8 +26,9 @@ struct Bin {
 
 Bin binOf(const SlopedDifference* first, const SlopedDifference* end, double levelMetres) {
     std::vector<float> dz;
-    for (const SlopedDifference* cell = first; cell != end; ++cell)
+    for (const SlopedDifference* cell = first; cell != end; ++cell) {
         dz.push_back(static_cast<float>(static_cast<double>(cell->dz) - levelMetres));
+    }
     // About the level, not about a middle of its own: where an epoch lies aside, a slope's two sides differ.
     const double nmadMetres = stableNmad(std::move(dz), 0.0);
     const auto middle = static_cast<double>(first[(end - first) / 2].slopeSquared);
@@ -38,11 +39,12 @@ std::vector<Bin> binBySlope(std::vector<SlopedDifference>& differences, double l
     std::sort(
         differences.begin(), differences.end(),
         [](const SlopedDifference& a, const SlopedDifference& b) { return a.slopeSquared < b.slopeSquared; });
-    const std::size_t count = std::min(mostBins, differences.size() / leastCellsInBin);
+    const std::size_t count = std::min(kMostBins, differences.size() / kLeastCellsInBin);
     std::vector<Bin> bins;
-    for (std::size_t i = 0; i < count; ++i)
+    for (std::size_t i = 0; i < count; ++i) {
         bins.push_back(binOf(differences.data() + i * differences.size() / count,
                              differences.data() + (i + 1) * differences.size() / count, levelMetres));
+    }
     return bins;
 }
 
@@ -69,23 +71,26 @@ struct WeightedSums {
 /// A variance is the surer the smaller it is, so the weights lean on the line itself.
 Line fitLine(const std::vector<Bin>& bins) {
     Line line;
-    for (const Bin& bin : bins)
+    for (const Bin& bin : bins) {
         line.level += bin.variance / static_cast<double>(bins.size());
-    for (int round = 0; round < reweightings; ++round) {
+    }
+    for (int round = 0; round < kReweightings; ++round) {
         WeightedSums sum;
         for (const Bin& bin : bins) {
             const double expected = line.at(bin.slopeSquared);
-            if (!(expected > 0.0))
+            if (!(expected > 0.0)) {
                 return line; // epochs that agree perfectly
-            sum.add(bin, bin.cells / (varianceOfSquaredNmad * expected * expected));
+            }
+            sum.add(bin, bin.cells / (kVarianceOfSquaredNmad * expected * expected));
         }
         const double spread = sum.xx - sum.x * sum.x / sum.w; // 1 / variance of the gradient
         const double gradient = (sum.xy - sum.x * sum.y / sum.w) / spread;
-        const bool matters = gradient * std::sqrt(spread) > leastStandardErrors;
+        const bool matters = gradient * std::sqrt(spread) > kLeastStandardErrors;
         line = matters ? Line{(sum.y - gradient * sum.x) / sum.w, gradient} : Line{sum.y / sum.w, 0.0};
         // The gentlest ground is no quieter than it was seen to be on any line that grows.
-        if (!(line.level > 0.0))
+        if (!(line.level > 0.0)) {
             line.level = bins.front().variance;
+        }
     }
     return line;
 }
@@ -93,16 +98,18 @@ Line fitLine(const std::vector<Bin>& bins) {
 } // namespace
 
 double correlatedCells(const BlockMeans& blocks, double nmadOfCells) {
-    if (blocks.dz.size() < leastBlocks || !(nmadOfCells > 0.0))
+    if (blocks.dz.size() < kLeastBlocks || !(nmadOfCells > 0.0)) {
         return 1.0;
+    }
     const double share = robustCentre(blocks.dz).stableNmad / nmadOfCells;
     return std::clamp(blocks.cells * share * share, 1.0, blocks.cells);
 }
 
 std::optional<GroundScatter> scatterOnSlopes(std::vector<SlopedDifference> differences, double levelMetres) {
     const std::vector<Bin> bins = binBySlope(differences, levelMetres);
-    if (bins.empty())
+    if (bins.empty()) {
         return std::nullopt;
+    }
     const Line line = fitLine(bins);
     return GroundScatter{std::sqrt(line.level), std::sqrt(line.perSlopeSquared)};
 }

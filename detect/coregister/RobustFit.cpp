@@ -10,14 +10,14 @@ namespace detect {
 
 namespace {
 
-constexpr int mostReweightings = 12;
-constexpr double settledScatter = 1e-3; ///< relative change between two reweightings
-constexpr double leastScatterMetres = 1e-6;
+constexpr int kMostReweightings = 12;
+constexpr double kSettledScatter = 1e-3; ///< relative change between two reweightings
+constexpr double kLeastScatterMetres = 1e-6;
 /// Uncertain position of an old cell's slope: steep places (walls) may deviate more before they count as
 /// changed.
-constexpr double slopeSlackCells = 0.25;
-constexpr double tukeyReach = 4.685;
-constexpr std::size_t scatterCells = 200'000;
+constexpr double kSlopeSlackCells = 0.25;
+constexpr double kTukeyReach = 4.685;
+constexpr std::size_t kScatterCells = 200'000;
 
 /// Slopes as doubles, and symmetric 2 x 2 matrices over them.
 struct Pair {
@@ -107,12 +107,13 @@ float residual(const Equation& e, const Adjustment& a) {
 
 /// NMAD of evenly spread ones; no more are needed to know it to half a per cent.
 double scatterOf(const std::vector<float>& values) {
-    const std::size_t stride = values.size() / scatterCells + 1;
+    const std::size_t stride = values.size() / kScatterCells + 1;
     std::vector<float> some;
     some.reserve(values.size() / stride + 1);
-    for (std::size_t i = 0; i < values.size(); i += stride)
+    for (std::size_t i = 0; i < values.size(); i += stride) {
         some.push_back(values[i]);
-    return std::max(nmad(some, 0.0), leastScatterMetres);
+    }
+    return std::max(nmad(some, 0.0), kLeastScatterMetres);
 }
 
 class RobustFitter {
@@ -127,16 +128,17 @@ public:
         fit.adjustment.heightMetres = -robustCentre(m_left).centre;
         double scatter = 0.0;
         int round = 0;
-        for (bool settled = false; !settled && round < mostReweightings; ++round) {
+        for (bool settled = false; !settled && round < kMostReweightings; ++round) {
             m_left = residuals(m_equations, levellingOf(fit.adjustment));
             const double before = scatter;
             scatter = scatterOf(m_left);
             weigh(scatter);
             const auto better = solve();
-            if (!better)
+            if (!better) {
                 return std::nullopt;
+            }
             fit.adjustment = *better;
-            settled = std::abs(scatter - before) < settledScatter * scatter;
+            settled = std::abs(scatter - before) < kSettledScatter * scatter;
         }
         if (m_columns.hasShift()) {
             m_left = residuals(m_equations, fit.adjustment);
@@ -164,7 +166,7 @@ private:
     /// them (the edge of a change) may not, and both weigh little. Treats the epochs alike, or the noise of
     /// their slopes would not cancel.
     void weigh(double scatter) {
-        const double slack = slopeSlackCells * m_cellMetres;
+        const double slack = kSlopeSlackCells * m_cellMetres;
         for (std::size_t i = 0; i < m_weights.size(); ++i) {
             const Slope& s = m_equations.cells[i].slope;
             const Slope& d = m_equations.cells[i].halfDifference;
@@ -172,7 +174,7 @@ private:
             const float apart = 2.0F * std::abs(s.east * d.east + s.north * d.north);
             const auto gentler = static_cast<double>(std::max(middle - apart, 0.0F));
             const auto steeper = static_cast<double>(middle + apart);
-            const double reach2 = (scatter * scatter + slack * slack * gentler) * tukeyReach * tukeyReach;
+            const double reach2 = (scatter * scatter + slack * slack * gentler) * kTukeyReach * kTukeyReach;
             const auto left = static_cast<double>(m_left[i]);
             const double inside = std::max(1.0 - left * left / reach2, 0.0);
             m_weights[i] =
@@ -187,23 +189,27 @@ private:
         const std::size_t count = m_columns.count();
         for (std::size_t i = 0; i < m_weights.size(); ++i) {
             const auto weight = static_cast<double>(m_weights[i]);
-            if (weight == 0.0)
+            if (weight == 0.0) {
                 continue;
+            }
             const Equation& e = m_equations.cells[i];
             const SmallVector row = m_columns.of(e);
             for (std::size_t r = 0; r < count; ++r) {
                 const double weighted = weight * row[r];
-                for (std::size_t c = 0; c <= r; ++c)
+                for (std::size_t c = 0; c <= r; ++c) {
                     m_normal[r][c] += weighted * row[c];
+                }
                 right[r] += weighted * static_cast<double>(e.dz);
             }
             noise.addProduct(pairOf(e.halfDifference), weight);
         }
-        if (m_columns.hasShift())
+        if (m_columns.hasShift()) {
             subtract(noise);
+        }
         const auto x = solveSymmetric(m_normal, right, count);
-        if (!x)
+        if (!x) {
             return std::nullopt;
+        }
         return m_columns.adjustment(*x);
     }
 
@@ -224,8 +230,9 @@ private:
             all.weight += block.weight;
         }
         const double shared = all.shared.smallestEigenvalue();
-        if (!(shared > 0.0))
+        if (!(shared > 0.0)) {
             return {0.0, 0.0, std::numeric_limits<double>::infinity()};
+        }
         const Pair weakest = all.shared.weakestDirection();
         double variance = 0.0;
         PairMatrix shiftVariance;
@@ -288,8 +295,9 @@ std::optional<Fit> fitRobustly(const EquationSet& equations, FitTerms terms, dou
 std::vector<float> residuals(const EquationSet& equations, const Adjustment& adjustment) {
     std::vector<float> left;
     left.reserve(equations.cells.size());
-    for (const Equation& e : equations.cells)
+    for (const Equation& e : equations.cells) {
         left.push_back(residual(e, adjustment));
+    }
     return left;
 }
 

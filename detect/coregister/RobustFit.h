@@ -37,9 +37,8 @@ struct Fit {
 };
 
 /// Solves
-///     dZ = gx dx + gy dy - h - tx E - ty N      (gx, gy: slopes east and north; E, N: metres from the
-///     middle)
-/// by iteratively reweighted least squares (Tukey's biweight; Holland & Welsch 1977). `cellMetres` tells how
+///     dZ = gx dx + gy dy - h - tx E - ty N
+/// (gx, gy: slopes east and north; E, N: metres from the middle) by iteratively reweighted least squares (Tukey's biweight; Holland & Welsch 1977). `cellMetres` tells how
 /// far steep places may stray before they count as changed.
 ///
 /// Slopes come from noisy heights. Least squares on the slopes of one epoch would draw the shift towards

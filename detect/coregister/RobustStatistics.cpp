@@ -7,17 +7,18 @@ namespace detect {
 
 namespace {
 
-constexpr double normalConsistency = 1.4826;
-constexpr double outlierNmads = 3.0;
-constexpr double settledMetres = 1e-4;
-constexpr int mostPasses = 20;
-constexpr int cleanings = 3;
+constexpr double kNormalConsistency = 1.4826;
+constexpr double kOutlierNmads = 3.0;
+constexpr double kSettledMetres = 1e-4;
+constexpr int kMostPasses = 20;
+constexpr int kCleanings = 3;
 
 } // namespace
 
 double median(std::vector<float>& values) {
-    if (values.empty())
+    if (values.empty()) {
         return 0.0;
+    }
     const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
     std::nth_element(values.begin(), middle, values.end());
     return static_cast<double>(*middle);
@@ -26,15 +27,16 @@ double median(std::vector<float>& values) {
 double nmad(const std::vector<float>& values, double centre) {
     std::vector<float> deviations;
     deviations.reserve(values.size());
-    for (const float value : values)
+    for (const float value : values) {
         deviations.push_back(static_cast<float>(std::abs(static_cast<double>(value) - centre)));
-    return normalConsistency * median(deviations);
+    }
+    return kNormalConsistency * median(deviations);
 }
 
 double stableNmad(std::vector<float> values, double centre) {
     double spread = nmad(values, centre);
-    for (int i = 0; i < cleanings; ++i) {
-        const double reach = std::max(outlierNmads * spread, settledMetres);
+    for (int i = 0; i < kCleanings; ++i) {
+        const double reach = std::max(kOutlierNmads * spread, kSettledMetres);
         values.erase(std::remove_if(
                          values.begin(), values.end(),
                          [&](float value) { return std::abs(static_cast<double>(value) - centre) > reach; }),
@@ -49,25 +51,26 @@ RobustCentre robustCentre(std::vector<float> values) {
     std::vector<float> kept = values;
     found.centre = median(kept);
     double spread = nmad(kept, found.centre);
-    for (bool settled = false; !settled && found.passes < mostPasses; ++found.passes) {
-        const double reach = std::max(outlierNmads * spread, settledMetres);
+    for (bool settled = false; !settled && found.passes < kMostPasses; ++found.passes) {
+        const double reach = std::max(kOutlierNmads * spread, kSettledMetres);
         kept.clear();
         std::copy_if(values.begin(), values.end(), std::back_inserter(kept), [&](float value) {
             return std::abs(static_cast<double>(value) - found.centre) <= reach;
         });
         const double centre = median(kept);
-        settled = std::abs(centre - found.centre) < settledMetres;
+        settled = std::abs(centre - found.centre) < kSettledMetres;
         found.centre = centre;
         spread = nmad(kept, centre);
     }
     found.nmad = nmad(values, found.centre);
     found.stableNmad = spread;
-    const double reach = std::max(outlierNmads * spread, settledMetres);
+    const double reach = std::max(kOutlierNmads * spread, kSettledMetres);
     const auto stable = std::count_if(values.begin(), values.end(), [&](float value) {
         return std::abs(static_cast<double>(value) - found.centre) <= reach;
     });
-    if (!values.empty())
+    if (!values.empty()) {
         found.stableShare = static_cast<double>(stable) / static_cast<double>(values.size());
+    }
     return found;
 }
 

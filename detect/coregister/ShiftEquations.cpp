@@ -9,20 +9,21 @@ namespace detect {
 
 namespace {
 
-constexpr int blockSide = 16;
+constexpr int kBlockSide = 16;
 /// So many tell a shift to a few thousandths of a cell, except on ground that is nearly flat.
-constexpr std::size_t enoughCells = 400'000;
+constexpr std::size_t kEnoughCells = 400'000;
 
 std::size_t cellsOf(const std::vector<Patch>& patches) {
     std::size_t cells = 0;
-    for (const Patch& patch : patches)
+    for (const Patch& patch : patches) {
         cells += patch.oldHeights.size();
+    }
     return cells;
 }
 
 /// Every so many columns give a cell.
 int columnStep(const std::vector<Patch>& patches) {
-    return static_cast<int>(cellsOf(patches) / enoughCells) + 1;
+    return static_cast<int>(cellsOf(patches) / kEnoughCells) + 1;
 }
 
 /// Makes the equations of one patch after another. One for each thread.
@@ -37,15 +38,18 @@ public:
     std::variant<EquationSet, Failure> operator()(int index) {
         const Patch& patch = (*m_patches)[static_cast<std::size_t>(index)];
         m_new.resize(patch.oldHeights.size());
-        if (auto failure = m_reader.readNew(patch.window, m_shift, m_new.data()))
+        if (auto failure = m_reader.readNew(patch.window, m_shift, m_new.data())) {
             return *failure;
+        }
         m_correction.addTo(patch.window, m_new.data());
         EquationSet made;
         made.cells.reserve(patch.oldHeights.size() / static_cast<std::size_t>(m_columnStep));
         // The outermost cells lack a neighbour for the slope.
-        for (int row = 1; row + 1 < patch.window.rows; row += blockSide)
-            for (int column = 1; column + 1 < patch.window.columns; column += blockSide)
+        for (int row = 1; row + 1 < patch.window.rows; row += kBlockSide) {
+            for (int column = 1; column + 1 < patch.window.columns; column += kBlockSide) {
                 appendBlock(patch, column, row, made);
+            }
+        }
         return made;
     }
 
@@ -53,13 +57,16 @@ private:
     void appendBlock(const Patch& patch, int firstColumn, int firstRow, EquationSet& made) const {
         const CellWindow& window = patch.window;
         const std::size_t before = made.cells.size();
-        const int endRow = std::min(firstRow + blockSide, window.rows - 1);
-        const int endColumn = std::min(firstColumn + blockSide, window.columns - 1);
-        for (int row = firstRow; row < endRow; ++row)
-            for (int column = firstColumn + row % m_columnStep; column < endColumn; column += m_columnStep)
+        const int endRow = std::min(firstRow + kBlockSide, window.rows - 1);
+        const int endColumn = std::min(firstColumn + kBlockSide, window.columns - 1);
+        for (int row = firstRow; row < endRow; ++row) {
+            for (int column = firstColumn + row % m_columnStep; column < endColumn; column += m_columnStep) {
                 appendCell(patch, column, row, made.cells);
-        if (made.cells.size() > before)
+            }
+        }
+        if (made.cells.size() > before) {
             made.blockEnds.push_back(made.cells.size());
+        }
     }
 
     void appendCell(const Patch& patch, int column, int row, std::vector<Equation>& cells) const {
@@ -70,8 +77,9 @@ private:
         const Slope before = slopeAt(oldHeight, stride, m_slopeFrame);
         const Slope after = slopeAt(newHeight, stride, m_slopeFrame);
         const float dz = *newHeight - *oldHeight;
-        if (std::isnan(before.east + before.north + after.east + after.north + dz))
+        if (std::isnan(before.east + before.north + after.east + after.north + dz)) {
             return;
+        }
         const Shift place = m_cellFrame.fromMiddle(patch.window.column + column, patch.window.row + row);
         cells.push_back({{0.5F * (before.east + after.east), 0.5F * (before.north + after.north)},
                          {0.5F * (before.east - after.east), 0.5F * (before.north - after.north)},
@@ -99,19 +107,22 @@ std::variant<EquationSet, Failure> readEquations(const PairLayout& layout, const
     all.cells.reserve(cellsOf(patches) / static_cast<std::size_t>(columnStep(patches)));
     const auto makeWorker = [&]() -> std::variant<PatchReader, Failure> {
         auto reader = PairReader::open(layout);
-        if (auto* failure = std::get_if<Failure>(&reader))
+        if (auto* failure = std::get_if<Failure>(&reader)) {
             return *failure;
+        }
         return PatchReader(std::get<PairReader>(std::move(reader)), layout, patches, shift, correction);
     };
     const auto collect = [&](const EquationSet& part) -> std::optional<Failure> {
-        for (const std::size_t end : part.blockEnds)
+        for (const std::size_t end : part.blockEnds) {
             all.blockEnds.push_back(all.cells.size() + end);
+        }
         all.cells.insert(all.cells.end(), part.cells.begin(), part.cells.end());
         return std::nullopt;
     };
     if (auto failure =
-            workInOrder<EquationSet>(static_cast<int>(patches.size()), threads, makeWorker, collect))
+            workInOrder<EquationSet>(static_cast<int>(patches.size()), threads, makeWorker, collect)) {
         return *failure;
+    }
     return all;
 }
 

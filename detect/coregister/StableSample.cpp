@@ -11,12 +11,12 @@ namespace detect {
 
 namespace {
 
-constexpr std::int64_t wantedCells = 1'000'000;
-constexpr std::int64_t enoughValidCells = wantedCells / 4;
-constexpr std::int64_t wantedSlopedCells = 80'000;
-constexpr int leastPatchRows = 8;
-constexpr int mostPatchRows = 256;
-constexpr double goldenSection = 0.6180339887498949;
+constexpr std::int64_t kWantedCells = 1'000'000;
+constexpr std::int64_t kEnoughValidCells = kWantedCells / 4;
+constexpr std::int64_t kWantedSlopedCells = 80'000;
+constexpr int kLeastPatchRows = 8;
+constexpr int kMostPatchRows = 256;
+constexpr double kGoldenSection = 0.6180339887498949;
 
 struct PatchHeights {
     Patch patch;
@@ -32,15 +32,16 @@ class PatchOrder {
 public:
     explicit PatchOrder(const PairLayout& layout) : m_overlap(layout.overlap) {
         m_width = std::min(layout.oldRaster.tileColumns, layout.overlap.columns);
-        m_height = std::clamp(layout.oldRaster.tileRows, leastPatchRows, mostPatchRows);
+        m_height = std::clamp(layout.oldRaster.tileRows, kLeastPatchRows, kMostPatchRows);
         m_firstColumn = m_overlap.column / m_width;
         m_firstRow = m_overlap.row / m_height;
         m_columns = (m_overlap.column + m_overlap.columns - 1) / m_width - m_firstColumn + 1;
         m_rows = (m_overlap.row + m_overlap.rows - 1) / m_height - m_firstRow + 1;
         // Steps of the golden section visit every patch once and leave no large hole (Weyl sequence).
-        m_step = std::max<std::int64_t>(1, std::llround(goldenSection * static_cast<double>(count())));
-        while (std::gcd(m_step, count()) != 1)
+        m_step = std::max<std::int64_t>(1, std::llround(kGoldenSection * static_cast<double>(count())));
+        while (std::gcd(m_step, count()) != 1) {
             ++m_step;
+        }
     }
 
     std::int64_t count() const { return std::int64_t{m_columns} * m_rows; }
@@ -67,28 +68,32 @@ class PatchWorker {
 public:
     PatchWorker(PairReader reader, const PairLayout& layout, const PatchOrder& order, std::int64_t first)
         : m_reader(std::move(reader)), m_frame(layout.oldRaster.grid), m_order(&order), m_first(first) {
-        const std::int64_t sampled = std::min(wantedCells, layout.overlap.cells());
-        m_slopeStride = static_cast<int>(std::max<std::int64_t>(1, sampled / wantedSlopedCells));
+        const std::int64_t sampled = std::min(kWantedCells, layout.overlap.cells());
+        m_slopeStride = static_cast<int>(std::max<std::int64_t>(1, sampled / kWantedSlopedCells));
     }
 
     std::variant<PatchHeights, Failure> operator()(int index) {
         PatchHeights heights;
         heights.patch.window = m_order->at(m_first + index);
-        if (m_reader.isEmpty(heights.patch.window))
+        if (m_reader.isEmpty(heights.patch.window)) {
             return heights;
+        }
         const auto cells = static_cast<std::size_t>(heights.patch.window.cells());
         std::vector<float>& old = heights.patch.oldHeights;
         old.resize(cells);
         m_new.resize(cells);
-        if (auto failure = m_reader.readOld(heights.patch.window, old.data()))
+        if (auto failure = m_reader.readOld(heights.patch.window, old.data())) {
             return *failure;
-        if (auto failure = m_reader.readNew(heights.patch.window, {}, m_new.data()))
+        }
+        if (auto failure = m_reader.readNew(heights.patch.window, {}, m_new.data())) {
             return *failure;
+        }
         for (std::size_t i = 0; i < cells; ++i) {
             heights.oldValid += std::isnan(old[i]) ? 0 : 1;
             heights.newValid += std::isnan(m_new[i]) ? 0 : 1;
-            if (const float dz = m_new[i] - old[i]; !std::isnan(dz))
+            if (const float dz = m_new[i] - old[i]; !std::isnan(dz)) {
                 heights.dz.push_back(dz);
+            }
         }
         appendSloped(heights);
         appendBlockMeans(heights);
@@ -98,25 +103,28 @@ public:
 private:
     void appendBlockMeans(PatchHeights& heights) const {
         const CellWindow& window = heights.patch.window;
-        constexpr int side = StableSample::blockSide;
-        for (int row = 0; row + side <= window.rows; row += side)
-            for (int column = 0; column + side <= window.columns; column += side)
-                if (const float mean = blockMean(heights.patch, row, column); !std::isnan(mean))
+        constexpr int kSide = StableSample::kBlockSide;
+        for (int row = 0; row + kSide <= window.rows; row += kSide) {
+            for (int column = 0; column + kSide <= window.columns; column += kSide) {
+                if (const float mean = blockMean(heights.patch, row, column); !std::isnan(mean)) {
                     heights.blockMeans.push_back(mean);
+                }
+            }
+        }
     }
 
     float blockMean(const Patch& patch, int row, int column) const {
-        constexpr int side = StableSample::blockSide;
+        constexpr int kSide = StableSample::kBlockSide;
         double sum = 0.0;
-        for (int cell = 0; cell < side * side; ++cell) {
-            const int across = cell % side;
-            const int down = cell / side;
+        for (int cell = 0; cell < kSide * kSide; ++cell) {
+            const int across = cell % kSide;
+            const int down = cell / kSide;
             const std::size_t i =
                 static_cast<std::size_t>(row + down) * static_cast<std::size_t>(patch.window.columns) +
                 static_cast<std::size_t>(column + across);
             sum += static_cast<double>(m_new[i] - patch.oldHeights[i]);
         }
-        return static_cast<float>(sum / (side * side));
+        return static_cast<float>(sum / (kSide * kSide));
     }
 
     void appendSloped(PatchHeights& heights) const {
@@ -130,8 +138,9 @@ private:
                 const float slopeSquared =
                     slopeAt(old, static_cast<std::size_t>(window.columns), m_frame).squared();
                 const float dz = m_new[i] - *old;
-                if (!std::isnan(slopeSquared + dz))
+                if (!std::isnan(slopeSquared + dz)) {
                     heights.sloped.push_back({slopeSquared, dz});
+                }
             }
         }
     }
@@ -153,42 +162,49 @@ std::variant<StableSample, Failure> takeSample(const PairLayout& layout, bool ke
     std::int64_t oldValid = 0;
     std::int64_t newValid = 0;
     std::int64_t taken = 0;
-    std::int64_t batch = (wantedCells - 1) / order.patchCells() + 1;
+    std::int64_t batch = (kWantedCells - 1) / order.patchCells() + 1;
 
-    while (taken < order.count() && static_cast<std::int64_t>(sample.dz.size()) < enoughValidCells) {
+    while (taken < order.count() && static_cast<std::int64_t>(sample.dz.size()) < kEnoughValidCells) {
         batch = std::min(batch, order.count() - taken);
         std::int64_t done = 0;
         const auto makeWorker = [&]() -> std::variant<PatchWorker, Failure> {
             auto reader = PairReader::open(layout);
-            if (auto* failure = std::get_if<Failure>(&reader))
+            if (auto* failure = std::get_if<Failure>(&reader)) {
                 return *failure;
+            }
             return PatchWorker(std::get<PairReader>(std::move(reader)), layout, order, taken);
         };
         const auto collect = [&](PatchHeights heights) -> std::optional<Failure> {
             oldValid += heights.oldValid;
             newValid += heights.newValid;
-            if (keepPatches && !heights.dz.empty())
+            if (keepPatches && !heights.dz.empty()) {
                 sample.patches.push_back(std::move(heights.patch));
+            }
             sample.dz.insert(sample.dz.end(), heights.dz.begin(), heights.dz.end());
             sample.sloped.insert(sample.sloped.end(), heights.sloped.begin(), heights.sloped.end());
             sample.blockMeans.insert(sample.blockMeans.end(), heights.blockMeans.begin(),
                                      heights.blockMeans.end());
-            if (progress && !progress(static_cast<double>(++done) / static_cast<double>(batch)))
+            if (progress && !progress(static_cast<double>(++done) / static_cast<double>(batch))) {
                 return Failure{"已取消", true};
+            }
             return std::nullopt;
         };
-        if (auto failure = workInOrder<PatchHeights>(static_cast<int>(batch), threads, makeWorker, collect))
+        if (auto failure = workInOrder<PatchHeights>(static_cast<int>(batch), threads, makeWorker, collect)) {
             return *failure;
+        }
         taken += batch;
         batch *= 2;
     }
 
-    if (!sample.dz.empty())
+    if (!sample.dz.empty()) {
         return sample;
-    if (oldValid == 0)
+    }
+    if (oldValid == 0) {
         return nothingInWindow(failureOf(layout.oldRaster.path, "重叠区域内全是无效值"));
-    if (newValid == 0)
+    }
+    if (newValid == 0) {
         return nothingInWindow(failureOf(layout.newRaster.path, "重叠区域内全是无效值"));
+    }
     return nothingInWindow(
         failureOf(layout.newRaster.path, "与旧期 " + layout.oldRaster.path + " 没有同时有效的像元"));
 }

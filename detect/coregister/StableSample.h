@@ -27,7 +27,7 @@ struct StableSample {
     /// Means of dZ over blocks of blockSide x blockSide cells, where all are valid.
     std::vector<float> blockMeans;
 
-    static constexpr int blockSide = 8;
+    static constexpr int kBlockSide = 8;
 };
 
 /// Pieces follow the old raster's own tiles, so that few are decoded. The choice depends on the two rasters

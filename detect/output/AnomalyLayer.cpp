@@ -14,7 +14,7 @@ struct Column {
     double Anomaly::* figure; ///< null for what is no plain figure
 };
 
-constexpr Column columns[] = {
+constexpr Column kColumns[] = {
     {"name", OFTString, 64, 0, nullptr},
     {"kind", OFTString, 8, 0, nullptr},
     {"area_m2", OFTReal, 20, 4, &Anomaly::areaSquareMetres},
@@ -37,14 +37,15 @@ constexpr Column columns[] = {
 } // namespace
 
 bool createAnomalyFields(OGRLayer& layer, bool fixedRecords) {
-    for (const Column& column : columns) {
+    for (const Column& column : kColumns) {
         OGRFieldDefn field(column.name, column.type);
         if (fixedRecords) {
             field.SetWidth(column.width);
             field.SetPrecision(column.decimals);
         }
-        if (layer.CreateField(&field) != OGRERR_NONE)
+        if (layer.CreateField(&field) != OGRERR_NONE) {
             return false;
+        }
     }
     return true;
 }
@@ -56,9 +57,10 @@ OGRFeatureUniquePtr featureOf(const OGRLayer& layer, const Anomaly& a, const std
     feature->SetField("kind", a.kind == Kind::Fill ? "fill" : "cut");
     feature->SetField("volume_m3", a.volumeCubicMetres());
     int field = 0; // the columns are the first fields of the layer
-    for (const Column& column : columns) {
-        if (column.figure != nullptr)
+    for (const Column& column : kColumns) {
+        if (column.figure) {
             feature->SetField(field, a.*column.figure);
+        }
         ++field;
     }
     feature->SetField("cells", static_cast<GIntBig>(a.cells));
@@ -70,16 +72,18 @@ OGRFeatureUniquePtr featureOf(const OGRLayer& layer, const Anomaly& a, const std
 
 std::int64_t countReadable(OGRLayer& layer) {
     std::int64_t count = 0;
-    for (const auto& feature : layer)
-        count += feature->GetGeometryRef() != nullptr ? 1 : 0;
+    for (const auto& feature : layer) {
+        count += feature->GetGeometryRef() ? 1 : 0;
+    }
     return count;
 }
 
 std::optional<Anomaly> anomalyOf(const OGRFeature& feature) {
     const OGRGeometry* geometry = feature.GetGeometryRef();
-    if (geometry == nullptr || wkbFlatten(geometry->getGeometryType()) != wkbPolygon || geometry->IsEmpty() ||
-        feature.GetFieldIndex("cells") < 0)
+    if (!geometry || wkbFlatten(geometry->getGeometryType()) != wkbPolygon || geometry->IsEmpty() ||
+        feature.GetFieldIndex("cells") < 0) {
         return std::nullopt;
+    }
     const OGRPolygon& polygon = *geometry->toPolygon();
     Anomaly a;
     a.name = feature.GetFieldAsString("name");
@@ -90,9 +94,11 @@ std::optional<Anomaly> anomalyOf(const OGRFeature& feature) {
     OGREnvelope bounds;
     polygon.getEnvelope(&bounds);
     a.bounds = {bounds.MinX, bounds.MinY, bounds.MaxX, bounds.MaxY};
-    for (const Column& column : columns)
-        if (column.figure != nullptr)
+    for (const Column& column : kColumns) {
+        if (column.figure) {
             a.*column.figure = feature.GetFieldAsDouble(column.name);
+        }
+    }
     a.cells = feature.GetFieldAsInteger64("cells");
     a.suggested = feature.GetFieldAsString("suggested");
     return a;

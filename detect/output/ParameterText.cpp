@@ -9,7 +9,7 @@ struct Figure {
     double Coregistration::* value;
 };
 
-constexpr Figure figures[] = {
+constexpr Figure kFigures[] = {
     {"dx_m", &Coregistration::dxMetres},
     {"dy_m", &Coregistration::dyMetres},
     {"dz_m", &Coregistration::dzMetres},
@@ -41,38 +41,45 @@ const char* methodName(CoregistrationMethod method) {
 
 std::optional<CoregistrationMethod> methodNamed(const std::string& name) {
     using Method = CoregistrationMethod;
-    for (const Method method : {Method::None, Method::Bias, Method::Full})
-        if (name == methodName(method))
+    for (const Method method : {Method::None, Method::Bias, Method::Full}) {
+        if (name == methodName(method)) {
             return method;
+        }
+    }
     return std::nullopt;
 }
 
 CPLJSONObject describe(const Coregistration& coregistration) {
     CPLJSONObject object;
     object.Add("method", methodName(coregistration.method));
-    if (!coregistration.refusal.empty())
+    if (!coregistration.refusal.empty()) {
         object.Add("refusal", coregistration.refusal);
-    for (const Figure& figure : figures)
+    }
+    for (const Figure& figure : kFigures) {
         object.Add(figure.name, coregistration.*figure.value);
+    }
     object.Add("iterations", coregistration.iterations);
     return object;
 }
 
 bool parse(const CPLJSONObject& object, Coregistration& coregistration) {
     const auto method = methodNamed(object.GetString("method"));
-    if (!method)
+    if (!method) {
         return false;
+    }
     coregistration.method = *method;
-    for (const Figure& figure : figures)
+    for (const Figure& figure : kFigures) {
         coregistration.*figure.value = object.GetDouble(figure.name);
+    }
     coregistration.iterations = object.GetInteger("iterations");
     coregistration.refusal = object.GetString("refusal");
     return true;
 }
 
 void addSignificance(const std::optional<Significance>& significance, CPLJSONObject& object) {
-    if (!significance)
+    if (!significance) {
         return;
+    }
     object.Add("confidence", significance->confidence);
     if (significance->oldSigmaMetres) {
         object.Add("sigma_old_m", *significance->oldSigmaMetres);

@@ -12,28 +12,29 @@ namespace detect {
 
 namespace {
 
-const char* const damaged = "窗口结果已损坏";
+const char* const kDamaged = "窗口结果已损坏";
 
 struct Field {
     const char* name;
     OGRFieldType type;
 };
 
-constexpr Field placeFields[] = {
+constexpr Field kPlaceFields[] = {
     {"first_row", OFTInteger}, {"first_col", OFTInteger}, {"x", OFTReal}, {"y", OFTReal}};
 
-constexpr Field runFields[] = {{"row", OFTInteger},    {"begin", OFTInteger},      {"end", OFTInteger},
-                               {"sign", OFTInteger},   {"gap", OFTInteger},        {"lowest", OFTReal},
-                               {"highest", OFTReal},   {"strongest", OFTReal},     {"raised", OFTInteger64},
-                               {"sunk", OFTInteger64}, {"variance", OFTInteger64}, {"explained", OFTInteger},
-                               {"heights", OFTBinary}};
+constexpr Field kRunFields[] = {{"row", OFTInteger},    {"begin", OFTInteger},      {"end", OFTInteger},
+                                {"sign", OFTInteger},   {"gap", OFTInteger},        {"lowest", OFTReal},
+                                {"highest", OFTReal},   {"strongest", OFTReal},     {"raised", OFTInteger64},
+                                {"sunk", OFTInteger64}, {"variance", OFTInteger64}, {"explained", OFTInteger},
+                                {"heights", OFTBinary}};
 
 template<std::size_t count>
 bool createFields(OGRLayer& layer, const Field (&fields)[count]) {
     for (const Field& field : fields) {
         OGRFieldDefn definition(field.name, field.type);
-        if (layer.CreateField(&definition) != OGRERR_NONE)
+        if (layer.CreateField(&definition) != OGRERR_NONE) {
             return false;
+        }
     }
     return true;
 }
@@ -41,44 +42,52 @@ bool createFields(OGRLayer& layer, const Field (&fields)[count]) {
 OGRLayer* createAnomalyLayer(GDALDataset& file, const std::string& srsWkt) {
     OGRSpatialReference srs;
     srs.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
-    if (srs.importFromWkt(srsWkt.c_str()) != OGRERR_NONE)
+    if (srs.importFromWkt(srsWkt.c_str()) != OGRERR_NONE) {
         return nullptr;
+    }
     OGRLayer* layer = file.CreateLayer("anomalies", &srs, wkbPolygon, nullptr);
-    const bool created =
-        layer != nullptr && createAnomalyFields(*layer, false) && createFields(*layer, placeFields);
+    const bool created = layer && createAnomalyFields(*layer, false) && createFields(*layer, kPlaceFields);
     return created ? layer : nullptr;
 }
 
 bool writeSeamRuns(GDALDataset& file, const MeasuredRuns& seamRuns) {
     OGRLayer* layer = file.CreateLayer("seam_runs", nullptr, wkbNone, nullptr);
-    if (layer == nullptr || !createFields(*layer, runFields))
+    if (!layer || !createFields(*layer, kRunFields)) {
         return false;
+    }
     for (const Run& run : seamRuns.runs) {
         OGRFeature feature(layer->GetLayerDefn());
         int i = 0;
-        for (const int figure : {run.row, run.begin, run.end, int{run.sign}, run.gap ? 1 : 0})
+        for (const int figure : {run.row, run.begin, run.end, int{run.sign}, run.gap ? 1 : 0}) {
             feature.SetField(i++, figure);
-        for (const float metres : {run.lowest, run.highest, run.strongest})
+        }
+        for (const float metres : {run.lowest, run.highest, run.strongest}) {
             feature.SetField(i++, static_cast<double>(metres));
-        for (const std::int64_t sum : {run.raised, run.sunk, run.variance})
+        }
+        for (const std::int64_t sum : {run.raised, run.sunk, run.variance}) {
             feature.SetField(i++, static_cast<GIntBig>(sum));
+        }
         feature.SetField(i++, run.explainedByShift);
-        if (const float* heights = seamRuns.heightsOf(run))
+        if (const float* heights = seamRuns.heightsOf(run)) {
             feature.SetField(i, run.cells() * static_cast<int>(sizeof(float)),
                              static_cast<const void*>(heights));
-        if (layer->CreateFeature(&feature) != OGRERR_NONE)
+        }
+        if (layer->CreateFeature(&feature) != OGRERR_NONE) {
             return false;
+        }
     }
     return true;
 }
 
 bool writeDescription(GDALDataset& file, const Piece& piece) {
     OGRLayer* layer = file.CreateLayer("piece", nullptr, wkbNone, nullptr);
-    if (layer == nullptr)
+    if (!layer) {
         return false;
+    }
     OGRFieldDefn field("description", OFTString);
-    if (layer->CreateField(&field) != OGRERR_NONE)
+    if (layer->CreateField(&field) != OGRERR_NONE) {
         return false;
+    }
     OGRFeature feature(layer->GetLayerDefn());
     feature.SetField(0, describePiece(piece).c_str());
     return layer->CreateFeature(&feature) == OGRERR_NONE;
@@ -87,20 +96,23 @@ bool writeDescription(GDALDataset& file, const Piece& piece) {
 /// Without a description the file is no piece.
 bool readDescription(GDALDataset& file, Piece& piece) {
     OGRLayer* layer = file.GetLayerByName("piece");
-    if (layer == nullptr)
+    if (!layer) {
         return false;
+    }
     const OGRFeatureUniquePtr row(layer->GetNextFeature());
     return row && parsePiece(row->GetFieldAsString("description"), piece);
 }
 
 bool readAnomalyLayer(GDALDataset& file, std::vector<Anomaly>& anomalies) {
     OGRLayer* layer = file.GetLayerByName("anomalies");
-    if (layer == nullptr)
+    if (!layer) {
         return false;
+    }
     for (const auto& feature : *layer) {
         auto anomaly = anomalyOf(*feature);
-        if (!anomaly)
+        if (!anomaly) {
             return false;
+        }
         anomaly->centroid = {feature->GetFieldAsDouble("x"), feature->GetFieldAsDouble("y")};
         anomaly->first = {feature->GetFieldAsInteger("first_row"), feature->GetFieldAsInteger("first_col")};
         anomalies.push_back(std::move(*anomaly));
@@ -122,24 +134,27 @@ std::optional<Run> runOf(const OGRFeature& feature) {
     run.sunk = feature.GetFieldAsInteger64("sunk");
     run.variance = feature.GetFieldAsInteger64("variance");
     run.explainedByShift = feature.GetFieldAsInteger("explained");
-    if (run.begin >= run.end || run.row < 0 || (run.sign != 1 && run.sign != -1))
+    if (run.begin >= run.end || run.row < 0 || (run.sign != 1 && run.sign != -1)) {
         return std::nullopt;
+    }
     return run;
 }
 
 bool readSeamRuns(GDALDataset& file, MeasuredRuns& seamRuns) {
     OGRLayer* layer = file.GetLayerByName("seam_runs");
-    const int heightsField = layer != nullptr ? layer->GetLayerDefn()->GetFieldIndex("heights") : -1;
-    if (heightsField < 0)
+    const int heightsField = layer ? layer->GetLayerDefn()->GetFieldIndex("heights") : -1;
+    if (heightsField < 0) {
         return false;
+    }
     std::vector<float> heights;
     for (const auto& feature : *layer) {
         const auto run = runOf(*feature);
         int bytes = 0;
         const GByte* blob = feature->GetFieldAsBinary(heightsField, &bytes);
         const bool known = feature->IsFieldSetAndNotNull(heightsField);
-        if (!run || (known && bytes != run->cells() * static_cast<int>(sizeof(float))))
+        if (!run || (known && bytes != run->cells() * static_cast<int>(sizeof(float)))) {
             return false;
+        }
         if (known) {
             heights.resize(static_cast<std::size_t>(run->cells()));
             std::memcpy(heights.data(), blob, static_cast<std::size_t>(bytes));
@@ -158,19 +173,21 @@ bool holds(const std::string& path, const Piece& piece) {
     const auto* found = std::get_if<Piece>(&read);
     const auto file = openPiece(path);
     OGRLayer* anomalies = file ? file->GetLayerByName("anomalies") : nullptr;
-    return found != nullptr && found->seamRuns.runs.size() == piece.seamRuns.runs.size() &&
-           anomalies != nullptr && countReadable(*anomalies) == piece.found;
+    return found && found->seamRuns.runs.size() == piece.seamRuns.runs.size() && anomalies &&
+           countReadable(*anomalies) == piece.found;
 }
 
 } // namespace
 
 std::optional<Failure> PieceFile::begin(const std::string& srsWkt) {
-    if (auto failure = m_file.create("GPKG"))
+    if (auto failure = m_file.create("GPKG")) {
         return failure;
+    }
     const GdalErrors errors;
     m_layer = createAnomalyLayer(m_file.dataset(), srsWkt);
-    if (m_layer == nullptr || errors.any())
+    if (!m_layer || errors.any()) {
         return m_file.failed(errors.first());
+    }
     return std::nullopt;
 }
 
@@ -181,16 +198,18 @@ std::optional<Failure> PieceFile::take(Anomaly anomaly) {
     feature->SetField("first_col", anomaly.first.column);
     feature->SetField("x", anomaly.centroid.x);
     feature->SetField("y", anomaly.centroid.y);
-    if (m_layer->CreateFeature(feature.get()) != OGRERR_NONE || errors.any())
+    if (m_layer->CreateFeature(feature.get()) != OGRERR_NONE || errors.any()) {
         return m_file.failed(errors.first());
+    }
     return std::nullopt;
 }
 
 std::optional<Failure> PieceFile::commit(const Piece& piece) {
     const GdalErrors errors;
     if (!writeSeamRuns(m_file.dataset(), piece.seamRuns) || !writeDescription(m_file.dataset(), piece) ||
-        errors.any())
+        errors.any()) {
         return m_file.failed(errors.first());
+    }
     return m_file.commit([&piece](const std::string& path) { return holds(path, piece); });
 }
 
@@ -198,13 +217,16 @@ std::variant<Piece, Failure> readPieceSeams(const std::string& path) {
     GDALAllRegister();
     GdalErrors errors;
     const auto file = openPiece(path);
-    if (!file)
+    if (!file) {
         return failureOf(path, "无法打开", errors.first());
+    }
     Piece piece;
-    if (!readDescription(*file, piece))
+    if (!readDescription(*file, piece)) {
         return failureOf(path, "不是 corridor detect --window 的结果");
-    if (!readSeamRuns(*file, piece.seamRuns) || errors.any())
-        return failureOf(path, damaged, errors.first());
+    }
+    if (!readSeamRuns(*file, piece.seamRuns) || errors.any()) {
+        return failureOf(path, kDamaged, errors.first());
+    }
     return piece;
 }
 
@@ -213,8 +235,9 @@ std::variant<std::vector<Anomaly>, Failure> readPieceAnomalies(const std::string
     GdalErrors errors;
     const auto file = openPiece(path);
     std::vector<Anomaly> anomalies;
-    if (!file || !readAnomalyLayer(*file, anomalies) || errors.any())
-        return failureOf(path, damaged, errors.first());
+    if (!file || !readAnomalyLayer(*file, anomalies) || errors.any()) {
+        return failureOf(path, kDamaged, errors.first());
+    }
     return anomalies;
 }
 

@@ -9,18 +9,20 @@ namespace detect {
 
 namespace {
 
-constexpr int formatVersion = 1;
+constexpr int kFormatVersion = 1;
 
 CPLJSONArray arrayOf(const CellWindow& window) {
     CPLJSONArray array;
-    for (const int figure : {window.column, window.row, window.columns, window.rows})
+    for (const int figure : {window.column, window.row, window.columns, window.rows}) {
         array.Add(figure);
+    }
     return array;
 }
 
 std::optional<CellWindow> windowOf(const CPLJSONArray& array) {
-    if (array.Size() != 4)
+    if (array.Size() != 4) {
         return std::nullopt;
+    }
     return CellWindow{array[0].ToInteger(), array[1].ToInteger(), array[2].ToInteger(), array[3].ToInteger()};
 }
 
@@ -45,8 +47,9 @@ bool parse(const CPLJSONObject& object, Parameters& parameters) {
     parameters.growRatio = object.GetDouble("grow_ratio");
     parameters.minAreaSquareMetres = object.GetDouble("min_area_m2");
     const auto method = methodNamed(object.GetString("coregister"));
-    if (!method)
+    if (!method) {
         return false;
+    }
     parameters.coregistration = *method;
     parameters.tilt = object.GetBool("tilt");
     parameters.rules.core = object.GetBool("core");
@@ -84,7 +87,7 @@ Rejections parseRejections(const CPLJSONObject& object) {
 std::string describePiece(const Piece& piece) {
     const PieceFrame& frame = piece.frame;
     CPLJSONObject object;
-    object.Add("version", formatVersion);
+    object.Add("version", kFormatVersion);
     object.Add("window", arrayOf(piece.window));
     object.Add("cells", static_cast<GInt64>(piece.cells));
     object.Add("rejections", describe(piece.rejections));
@@ -94,8 +97,9 @@ std::string describePiece(const Piece& piece) {
     object.Add("new", frame.newRaster);
     object.Add("srs", frame.srsWkt);
     CPLJSONArray toMap;
-    for (const double figure : frame.cellToMap.c)
+    for (const double figure : frame.cellToMap.c) {
         toMap.Add(figure);
+    }
     object.Add("cell_to_map", toMap);
     object.Add("columns", frame.columns);
     object.Add("rows", frame.rows);
@@ -108,14 +112,16 @@ std::string describePiece(const Piece& piece) {
 bool parsePiece(const std::string& text, Piece& piece) {
     const GdalErrors quiet;
     CPLJSONDocument document;
-    if (!document.LoadMemory(text))
+    if (!document.LoadMemory(text)) {
         return false;
+    }
     const CPLJSONObject object = document.GetRoot();
     const auto window = windowOf(object.GetArray("window"));
     const auto overlap = windowOf(object.GetArray("overlap"));
     const CPLJSONArray toMap = object.GetArray("cell_to_map");
-    if (object.GetInteger("version") != formatVersion || !window || !overlap || toMap.Size() != 6)
+    if (object.GetInteger("version") != kFormatVersion || !window || !overlap || toMap.Size() != 6) {
         return false;
+    }
     piece.window = *window;
     piece.cells = object.GetLong("cells");
     piece.rejections = parseRejections(object.GetObj("rejections"));
@@ -125,8 +131,9 @@ bool parsePiece(const std::string& text, Piece& piece) {
     frame.oldRaster = object.GetString("old");
     frame.newRaster = object.GetString("new");
     frame.srsWkt = object.GetString("srs");
-    for (int i = 0; i < 6; ++i)
+    for (int i = 0; i < 6; ++i) {
         frame.cellToMap.c[static_cast<std::size_t>(i)] = toMap[i].ToDouble();
+    }
     frame.columns = object.GetInteger("columns");
     frame.rows = object.GetInteger("rows");
     frame.overlap = *overlap;

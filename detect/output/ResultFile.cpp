@@ -18,15 +18,15 @@ struct Format {
     const char* driver;
 };
 
-constexpr Format formats[] = {{".gpkg", "GPKG"}, {".geojson", "GeoJSON"}, {".shp", "ESRI Shapefile"}};
+constexpr Format kFormats[] = {{".gpkg", "GPKG"}, {".geojson", "GeoJSON"}, {".shp", "ESRI Shapefile"}};
 
 const Format* formatOf(const std::string& path) {
     std::string ending = fs::u8path(path).extension().u8string();
     std::transform(ending.begin(), ending.end(), ending.begin(),
                    [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    const auto* found = std::find_if(std::begin(formats), std::end(formats),
+    const auto* found = std::find_if(std::begin(kFormats), std::end(kFormats),
                                      [&](const Format& format) { return ending == format.ending; });
-    return found != std::end(formats) ? found : nullptr;
+    return found != std::end(kFormats) ? found : nullptr;
 }
 
 bool holds(const std::string& path, std::int64_t anomalies) {
@@ -42,39 +42,44 @@ bool isResultPath(const std::string& path) {
 
 std::optional<Failure> ResultFile::begin(const std::string& srsWkt) {
     const Format* format = formatOf(m_path);
-    if (format == nullptr)
+    if (!format) {
         return failureOf(m_path, "结果文件的扩展名必须是 .gpkg、.geojson 或 .shp");
-    if (auto failure = m_file.create(format->driver))
+    }
+    if (auto failure = m_file.create(format->driver)) {
         return failure;
+    }
     const GdalErrors errors;
     OGRSpatialReference srs;
     srs.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
-    if (srs.importFromWkt(srsWkt.c_str()) != OGRERR_NONE)
+    if (srs.importFromWkt(srsWkt.c_str()) != OGRERR_NONE) {
         return failureOf(m_path, "坐标参考系统无效", errors.first());
-    if (!createLayer(format->driver, srs) || errors.any())
+    }
+    if (!createLayer(format->driver, srs) || errors.any()) {
         return m_file.failed(errors.first());
+    }
     return std::nullopt;
 }
 
 bool ResultFile::createLayer(const std::string& driver, OGRSpatialReference& srs) {
     const bool isShapefile = driver == "ESRI Shapefile";
     CPLStringList options;
-    if (isShapefile)
+    if (isShapefile) {
         options.SetNameValue("ENCODING", "UTF-8");
-    else if (driver == "GeoJSON") {
+    } else if (driver == "GeoJSON") {
         options.SetNameValue("RFC7946", "YES");
         options.SetNameValue("COORDINATE_PRECISION", "8");
     }
     const std::string name = isShapefile ? fs::u8path(m_path).stem().u8string() : "anomalies";
     m_layer = m_file.dataset().CreateLayer(name.c_str(), &srs, wkbPolygon, options.List());
-    return m_layer != nullptr && createAnomalyFields(*m_layer, isShapefile);
+    return m_layer && createAnomalyFields(*m_layer, isShapefile);
 }
 
 std::optional<Failure> ResultFile::write(const Anomaly& anomaly, const std::string& attribute) {
     const GdalErrors errors;
     const auto feature = featureOf(*m_layer, anomaly, attribute);
-    if (m_layer->CreateFeature(feature.get()) != OGRERR_NONE || errors.any())
+    if (m_layer->CreateFeature(feature.get()) != OGRERR_NONE || errors.any()) {
         return m_file.failed(errors.first());
+    }
     ++m_written;
     return std::nullopt;
 }
@@ -86,11 +91,14 @@ std::optional<Failure> ResultFile::commit() {
 std::optional<Failure> writeAnomalies(const std::vector<Anomaly>& anomalies, const std::string& srsWkt,
                                       const std::string& path, const std::vector<std::string>& attributes) {
     ResultFile file(path);
-    if (auto failure = file.begin(srsWkt))
+    if (auto failure = file.begin(srsWkt)) {
         return failure;
-    for (std::size_t i = 0; i < anomalies.size(); ++i)
-        if (auto failure = file.write(anomalies[i], i < attributes.size() ? attributes[i] : std::string()))
+    }
+    for (std::size_t i = 0; i < anomalies.size(); ++i) {
+        if (auto failure = file.write(anomalies[i], i < attributes.size() ? attributes[i] : std::string())) {
             return failure;
+        }
+    }
     return file.commit();
 }
 

@@ -12,16 +12,19 @@ StagedVectorFile::~StagedVectorFile() {
 std::optional<Failure> StagedVectorFile::create(const char* driver) {
     GDALAllRegister();
     auto staged = StagedOutput::beside(m_target);
-    if (auto* failure = std::get_if<Failure>(&staged))
+    if (auto* failure = std::get_if<Failure>(&staged)) {
         return *failure;
+    }
     m_output.emplace(std::get<StagedOutput>(std::move(staged)));
     const GdalErrors errors;
-    if (GDALDriver* format = GetGDALDriverManager()->GetDriverByName(driver))
+    if (GDALDriver* format = GetGDALDriverManager()->GetDriverByName(driver)) {
         m_dataset.reset(format->Create(path().c_str(), 0, 0, 0, GDT_Unknown, nullptr));
+    }
     m_inTransaction = m_dataset && m_dataset->TestCapability(ODsCTransactions) != 0;
     const bool begun = m_dataset && (!m_inTransaction || m_dataset->StartTransaction() == OGRERR_NONE);
-    if (!begun || errors.any())
+    if (!begun || errors.any()) {
         return failed(errors.first());
+    }
     return std::nullopt;
 }
 
@@ -29,8 +32,9 @@ std::optional<Failure> StagedVectorFile::commit(const std::function<bool(const s
     const GdalErrors errors;
     const bool written = !m_inTransaction || m_dataset->CommitTransaction() == OGRERR_NONE;
     m_dataset.reset();
-    if (!written || errors.any() || !isWhole(path()))
+    if (!written || errors.any() || !isWhole(path())) {
         return failed(errors.first());
+    }
     return m_output->commit();
 }
 

@@ -51,14 +51,16 @@ std::string summaryText(const RunReport& report, const Parameters& parameters) {
 std::optional<Failure> writeSummary(const RunReport& report, const Parameters& parameters,
                                     const std::string& path) {
     auto staged = StagedOutput::beside(path);
-    if (auto* failure = std::get_if<Failure>(&staged))
+    if (auto* failure = std::get_if<Failure>(&staged)) {
         return *failure;
+    }
     StagedOutput& output = std::get<StagedOutput>(staged);
     std::ofstream file(std::filesystem::u8path(output.path()), std::ios::binary);
     file << summaryText(report, parameters);
     file.close();
-    if (!file)
+    if (!file) {
         return failureOf(path, "写入失败，磁盘可能已满");
+    }
     return output.commit();
 }
 

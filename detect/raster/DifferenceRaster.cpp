@@ -9,19 +9,21 @@ namespace detect {
 
 namespace {
 
-constexpr int tileCells = 256;
-const char* const writeFailed = "写入 dZ 栅格失败，磁盘可能已满";
+constexpr int kTileCells = 256;
+const char* const kWriteFailed = "写入 dZ 栅格失败，磁盘可能已满";
 
 } // namespace
 
 std::variant<DifferenceRaster, Failure> DifferenceRaster::create(const std::string& path, const Grid& grid,
                                                                  const CellWindow& overlap, int threads) {
     auto output = StagedOutput::beside(path);
-    if (auto* failure = std::get_if<Failure>(&output))
+    if (auto* failure = std::get_if<Failure>(&output)) {
         return *failure;
+    }
     DifferenceRaster raster(std::get<StagedOutput>(std::move(output)), overlap);
-    if (auto failure = raster.open(grid, threads))
+    if (auto failure = raster.open(grid, threads)) {
         return *failure;
+    }
     return raster;
 }
 
@@ -29,8 +31,8 @@ std::optional<Failure> DifferenceRaster::open(const Grid& grid, int threads) {
     GdalErrors errors;
     CPLStringList options;
     options.SetNameValue("TILED", "YES");
-    options.SetNameValue("BLOCKXSIZE", std::to_string(tileCells).c_str());
-    options.SetNameValue("BLOCKYSIZE", std::to_string(tileCells).c_str());
+    options.SetNameValue("BLOCKXSIZE", std::to_string(kTileCells).c_str());
+    options.SetNameValue("BLOCKYSIZE", std::to_string(kTileCells).c_str());
     options.SetNameValue("COMPRESS", "DEFLATE");
     options.SetNameValue("PREDICTOR", "3");
     options.SetNameValue("ZLEVEL", "3");
@@ -39,8 +41,9 @@ std::optional<Failure> DifferenceRaster::open(const Grid& grid, int threads) {
     GDALDriver* driver = GetGDALDriverManager()->GetDriverByName("GTiff");
     m_dataset.reset(driver->Create(m_output.path().c_str(), m_overlap.columns, m_overlap.rows, 1, GDT_Float32,
                                    options.List()));
-    if (!m_dataset)
-        return failureOf(m_output.target(), writeFailed, errors.first());
+    if (!m_dataset) {
+        return failureOf(m_output.target(), kWriteFailed, errors.first());
+    }
     Affine moved = grid.cellToMap();
     const Point corner = moved(m_overlap.column, m_overlap.row);
     moved.c[0] = corner.x;
@@ -50,8 +53,9 @@ std::optional<Failure> DifferenceRaster::open(const Grid& grid, int threads) {
     m_dataset->GetRasterBand(1)->SetNoDataValue(std::numeric_limits<double>::quiet_NaN());
     m_dataset->GetRasterBand(1)->SetUnitType("m");
     m_dataset->GetRasterBand(1)->SetDescription("dZ");
-    if (errors.any())
-        return failureOf(m_output.target(), writeFailed, errors.first());
+    if (errors.any()) {
+        return failureOf(m_output.target(), kWriteFailed, errors.first());
+    }
     return std::nullopt;
 }
 
@@ -60,8 +64,9 @@ std::optional<Failure> DifferenceRaster::write(const CellWindow& window, const s
     const CPLErr status = m_dataset->GetRasterBand(1)->RasterIO(
         GF_Write, window.column - m_overlap.column, window.row - m_overlap.row, window.columns, window.rows,
         const_cast<float*>(dz.data()), window.columns, window.rows, GDT_Float32, 0, 0, nullptr); // only read
-    if (status != CE_None || errors.any())
-        return failureOf(m_output.target(), writeFailed, errors.first());
+    if (status != CE_None || errors.any()) {
+        return failureOf(m_output.target(), kWriteFailed, errors.first());
+    }
     return std::nullopt;
 }
 
@@ -70,11 +75,13 @@ std::optional<Failure> DifferenceRaster::commit() {
         GdalErrors errors;
         m_dataset->FlushCache(true);
         m_dataset.reset(); // the directory and the last tiles are written here
-        if (errors.any())
-            return failureOf(m_output.target(), writeFailed, errors.first());
+        if (errors.any()) {
+            return failureOf(m_output.target(), kWriteFailed, errors.first());
+        }
     }
-    if (auto failure = checkTiles())
+    if (auto failure = checkTiles()) {
         return failure;
+    }
     return m_output.commit();
 }
 
@@ -84,20 +91,22 @@ std::optional<Failure> DifferenceRaster::checkTiles() const {
     VSIStatBufL status;
     GDALDatasetUniquePtr written(
         GDALDataset::Open(m_output.path().c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY));
-    if (!written || VSIStatL(m_output.path().c_str(), &status) != 0)
-        return failureOf(m_output.target(), writeFailed, errors.first());
+    if (!written || VSIStatL(m_output.path().c_str(), &status) != 0) {
+        return failureOf(m_output.target(), kWriteFailed, errors.first());
+    }
     GDALRasterBand* band = written->GetRasterBand(1);
     const auto number = [&](const std::string& key) {
         const char* text = band->GetMetadataItem(key.c_str(), "TIFF");
-        return text != nullptr ? std::stoull(text) : 0ULL;
+        return text ? std::stoull(text) : 0ULL;
     };
-    for (int row = 0; row * tileCells < m_overlap.rows; ++row) {
-        for (int column = 0; column * tileCells < m_overlap.columns; ++column) {
+    for (int row = 0; row * kTileCells < m_overlap.rows; ++row) {
+        for (int column = 0; column * kTileCells < m_overlap.columns; ++column) {
             const std::string tile = std::to_string(column) + "_" + std::to_string(row);
             const auto offset = number("BLOCK_OFFSET_" + tile);
             if (offset == 0 ||
-                offset + number("BLOCK_SIZE_" + tile) > static_cast<unsigned long long>(status.st_size))
-                return failureOf(m_output.target(), writeFailed);
+                offset + number("BLOCK_SIZE_" + tile) > static_cast<unsigned long long>(status.st_size)) {
+                return failureOf(m_output.target(), kWriteFailed);
+            }
         }
     }
     return std::nullopt;

@@ -11,8 +11,9 @@ namespace {
 /// semi-major axis; half of q in Snyder (1987), "Map projections: a working manual", equation 3-12.
 double zoneArea(double latitudeRadians, double e2) {
     const double s = std::sin(latitudeRadians);
-    if (e2 < 1e-12)
+    if (e2 < 1e-12) {
         return s;
+    }
     const double e = std::sqrt(e2);
     return (1.0 - e2) * (s / (1.0 - e2 * s * s) + std::atanh(e * s) / e) / 2.0;
 }
@@ -62,8 +63,9 @@ Grid::Grid(int columns, int rows, const Affine& cellToMap, OGRSpatialReference s
 }
 
 double Grid::cellAreaSquareMetres(int row) const {
-    if (!m_geographic)
+    if (!m_geographic) {
         return std::abs(m_cellToMap.determinant()) * m_metresPerMapUnit.x * m_metresPerMapUnit.y;
+    }
     const auto& c = m_cellToMap.c;
     // A turned longitude/latitude grid has no rows of one latitude; its middle column stands for the row.
     const double middle = m_columns / 2.0;

@@ -17,8 +17,9 @@ void HeightCorrection::addTo(const CellWindow& window, float* heights) const {
     }
     const auto bias = static_cast<float>(m_biasMetres);
     const std::int64_t cells = window.cells();
-    for (std::int64_t i = 0; i < cells; ++i)
+    for (std::int64_t i = 0; i < cells; ++i) {
         heights[i] += bias;
+    }
 }
 
 void HeightCorrection::addPlane(const CellWindow& window, float* heights) const {

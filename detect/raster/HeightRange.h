@@ -7,7 +7,7 @@
 namespace detect {
 
 /// Where nothing was measured.
-constexpr float noHeight = std::numeric_limits<float>::quiet_NaN();
+constexpr float kNoHeight = std::numeric_limits<float>::quiet_NaN();
 
 /// Packed rows of heights, NaN where there is none.
 struct HeightField {

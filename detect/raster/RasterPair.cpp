@@ -10,9 +10,9 @@ namespace detect {
 namespace {
 
 /// Grids that stray from each other by less than this many cells count as one.
-constexpr double gridTolerance = 1e-3;
+constexpr double kGridTolerance = 1e-3;
 /// Two rows of tiles (256 x 256) of two rasters up to 17,000 cells wide.
-constexpr std::size_t sharedBytes = std::size_t{72} << 20;
+constexpr std::size_t kSharedBytes = std::size_t{72} << 20;
 
 /// The cells whose centres lie in the box.
 CellWindow cellsInside(const Box& box, const Grid& grid) {
@@ -32,8 +32,9 @@ CellWindow cellsInside(const Box& box, const Grid& grid) {
 }
 
 std::optional<PairLayout::Offset> commonGrid(const Grid& oldGrid, const Grid& newGrid) {
-    if (!sameReferenceSystem(oldGrid.srs(), newGrid.srs()))
+    if (!sameReferenceSystem(oldGrid.srs(), newGrid.srs())) {
         return std::nullopt;
+    }
     const Affine mapToNew = newGrid.cellToMap().inverse();
     const auto newCell = [&](double column, double row) {
         const Point map = oldGrid.cellToMap()(column, row);
@@ -45,12 +46,14 @@ std::optional<PairLayout::Offset> commonGrid(const Grid& oldGrid, const Grid& ne
     const double rows = oldGrid.rows();
     for (const Point& old : {Point{0.0, 0.0}, Point{columns, 0.0}, Point{0.0, rows}, Point{columns, rows}}) {
         const Point cell = newCell(old.x, old.y);
-        if (!(std::abs(cell.x - old.x - whole.x) < gridTolerance &&
-              std::abs(cell.y - old.y - whole.y) < gridTolerance))
+        if (!(std::abs(cell.x - old.x - whole.x) < kGridTolerance &&
+              std::abs(cell.y - old.y - whole.y) < kGridTolerance)) {
             return std::nullopt;
+        }
     }
-    if (std::abs(whole.x) > 1e9 || std::abs(whole.y) > 1e9)
+    if (std::abs(whole.x) > 1e9 || std::abs(whole.y) > 1e9) {
         return std::nullopt;
+    }
     return PairLayout::Offset{static_cast<int>(whole.x), static_cast<int>(whole.y)};
 }
 
@@ -62,8 +65,9 @@ std::variant<CellWindow, Failure> overlapOf(const PairLayout& layout) {
         return intersect(layout.oldRaster.grid.extent(), moved);
     }
     auto resampler = Resampler::create(layout.oldRaster.grid, layout.newRaster.grid, layout.newRaster.path);
-    if (auto* failure = std::get_if<Failure>(&resampler))
+    if (auto* failure = std::get_if<Failure>(&resampler)) {
         return *failure;
+    }
     return std::get<Resampler>(resampler).coverage();
 }
 
@@ -71,33 +75,39 @@ std::variant<CellWindow, Failure> overlapOf(const PairLayout& layout) {
 
 std::variant<PairLayout, Failure> layOutPair(const Request& request) {
     auto oldSource = RasterSource::open(request.oldRaster);
-    if (auto* failure = std::get_if<Failure>(&oldSource))
+    if (auto* failure = std::get_if<Failure>(&oldSource)) {
         return *failure;
+    }
     auto newSource = RasterSource::open(request.newRaster);
-    if (auto* failure = std::get_if<Failure>(&newSource))
+    if (auto* failure = std::get_if<Failure>(&newSource)) {
         return *failure;
+    }
     PairLayout layout;
     layout.oldRaster = std::get<RasterSource>(oldSource).facts();
     layout.newRaster = std::get<RasterSource>(newSource).facts();
     layout.offset = commonGrid(layout.oldRaster.grid, layout.newRaster.grid);
     const auto overlap = overlapOf(layout);
-    if (const auto* failure = std::get_if<Failure>(&overlap))
+    if (const auto* failure = std::get_if<Failure>(&overlap)) {
         return *failure;
+    }
     layout.overlap = std::get<CellWindow>(overlap);
-    if (layout.overlap.empty())
+    if (layout.overlap.empty()) {
         return failureOf(request.newRaster, "与旧期 " + request.oldRaster + " 没有重叠区域");
-    if (request.window)
+    }
+    if (request.window) {
         layout.overlap = intersect(layout.overlap, cellsInside(*request.window, layout.oldRaster.grid));
-    if (layout.overlap.empty())
+    }
+    if (layout.overlap.empty()) {
         return nothingInWindow(
             failureOf(request.newRaster, "与旧期 " + request.oldRaster + " 在所选范围内没有重叠区域"));
+    }
     return layout;
 }
 
 SharedTiles::SharedTiles(const PairLayout& layout) {
     const auto storeFor = [](const RasterFacts& raster) {
         return std::make_shared<TileStore>(raster.grid.columns(), raster.grid.rows(), raster.tileColumns,
-                                           raster.tileRows, sharedBytes / 2);
+                                           raster.tileRows, kSharedBytes / 2);
     };
     oldTiles = storeFor(layout.oldRaster);
     newTiles = storeFor(layout.newRaster);
@@ -105,12 +115,14 @@ SharedTiles::SharedTiles(const PairLayout& layout) {
 
 std::variant<PairReader, Failure> PairReader::open(const PairLayout& layout, const SharedTiles* tiles) {
     auto oldSource = RasterSource::openAgain(layout.oldRaster);
-    if (auto* failure = std::get_if<Failure>(&oldSource))
+    if (auto* failure = std::get_if<Failure>(&oldSource)) {
         return *failure;
+    }
     auto newSource = RasterSource::openAgain(layout.newRaster);
-    if (auto* failure = std::get_if<Failure>(&newSource))
+    if (auto* failure = std::get_if<Failure>(&newSource)) {
         return *failure;
-    if (tiles != nullptr) {
+    }
+    if (tiles) {
         std::get<RasterSource>(oldSource).shareTiles(tiles->oldTiles);
         std::get<RasterSource>(newSource).shareTiles(tiles->newTiles);
     }
@@ -119,10 +131,12 @@ std::variant<PairReader, Failure> PairReader::open(const PairLayout& layout, con
 }
 
 bool PairReader::isEmpty(const CellWindow& window) {
-    if (m_old.isEmpty(window))
+    if (m_old.isEmpty(window)) {
         return true;
-    if (!m_layout->offset)
+    }
+    if (!m_layout->offset) {
         return false;
+    }
     return m_new.isEmpty({window.column + m_layout->offset->columns, window.row + m_layout->offset->rows,
                           window.columns, window.rows});
 }
@@ -140,8 +154,9 @@ std::optional<Failure> PairReader::readNew(const CellWindow& window, const Shift
     if (!m_resampler) {
         auto created =
             Resampler::create(m_layout->oldRaster.grid, m_layout->newRaster.grid, m_layout->newRaster.path);
-        if (auto* failure = std::get_if<Failure>(&created))
+        if (auto* failure = std::get_if<Failure>(&created)) {
             return *failure;
+        }
         m_resampler.emplace(std::get<Resampler>(std::move(created)));
     }
     return m_resampler->read(m_new, window, shift, heights);

@@ -13,8 +13,8 @@ namespace detect {
 
 namespace {
 
-constexpr float lowestHeight = -12000.0F;
-constexpr float highestHeight = 30000.0F;
+constexpr float kLowestHeight = -12000.0F;
+constexpr float kHighestHeight = 30000.0F;
 
 void registerDrivers() {
     static std::once_flag once;
@@ -33,47 +33,54 @@ bool isLocalFile(const std::string& path) {
 }
 
 double metresPerHeightUnit(const char* unit) {
-    const std::string name = unit != nullptr ? unit : "";
-    if (name == "ft" || name == "foot" || name == "feet")
+    const std::string name = unit ? unit : "";
+    if (name == "ft" || name == "foot" || name == "feet") {
         return 0.3048;
-    if (name == "US survey foot" || name == "us-ft")
+    }
+    if (name == "US survey foot" || name == "us-ft") {
         return 1200.0 / 3937.0;
+    }
     return 1.0;
 }
 
 void hideInvalid(float* heights, int count, float noData) {
     for (int i = 0; i < count; ++i) {
         const float z = heights[i];
-        const bool valid = (z > lowestHeight) & (z < highestHeight) & (z != noData);
-        heights[i] = valid ? z : noHeight;
+        const bool valid = (z > kLowestHeight) & (z < kHighestHeight) & (z != noData);
+        heights[i] = valid ? z : kNoHeight;
     }
 }
 
 void toMetres(float* heights, int count, float noData, float scale, float offset) {
-    for (int i = 0; i < count; ++i)
-        heights[i] = heights[i] == noData ? noHeight : heights[i] * scale + offset;
+    for (int i = 0; i < count; ++i) {
+        heights[i] = heights[i] == noData ? kNoHeight : heights[i] * scale + offset;
+    }
 }
 
 } // namespace
 
 std::variant<RasterSource, Failure> RasterSource::open(const std::string& path) {
     registerDrivers();
-    if (isLocalFile(path) && !exists(path))
+    if (isLocalFile(path) && !exists(path)) {
         return failureOf(path, "文件不存在");
+    }
     RasterFacts facts;
     facts.path = path;
     RasterSource source(std::move(facts));
-    if (auto failure = source.openBand())
+    if (auto failure = source.openBand()) {
         return *failure;
-    if (auto failure = source.learn())
+    }
+    if (auto failure = source.learn()) {
         return *failure;
+    }
     return source;
 }
 
 std::variant<RasterSource, Failure> RasterSource::openAgain(const RasterFacts& facts) {
     RasterSource source(facts);
-    if (auto failure = source.openBand())
+    if (auto failure = source.openBand()) {
         return *failure;
+    }
     return source;
 }
 
@@ -82,10 +89,12 @@ std::optional<Failure> RasterSource::openBand() {
     const std::string& path = m_facts.path;
     m_dataset.reset(
         GDALDataset::Open(path.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY | GDAL_OF_VERBOSE_ERROR));
-    if (!m_dataset)
+    if (!m_dataset) {
         return failureOf(path, "无法作为栅格打开", errors.first());
-    if (m_dataset->GetRasterCount() < 1)
+    }
+    if (m_dataset->GetRasterCount() < 1) {
         return failureOf(path, "没有波段");
+    }
     m_band = m_dataset->GetRasterBand(1);
     return std::nullopt;
 }
@@ -93,14 +102,16 @@ std::optional<Failure> RasterSource::openBand() {
 std::optional<Failure> RasterSource::learn() {
     const GdalErrors quiet;
     const OGRSpatialReference* srs = m_dataset->GetSpatialRef();
-    if (srs == nullptr || srs->IsEmpty())
+    if (!srs || srs->IsEmpty()) {
         return failureOf(m_facts.path, "没有坐标参考系统");
+    }
     OGRSpatialReference horizontal(*srs);
     horizontal.StripVertical();
     horizontal.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
     Affine cellToMap;
-    if (m_dataset->GetGeoTransform(cellToMap.c.data()) != CE_None || cellToMap.determinant() == 0.0)
+    if (m_dataset->GetGeoTransform(cellToMap.c.data()) != CE_None || cellToMap.determinant() == 0.0) {
         return failureOf(m_facts.path, "没有地理定位（仿射变换）");
+    }
     m_facts.grid =
         Grid(m_dataset->GetRasterXSize(), m_dataset->GetRasterYSize(), cellToMap, std::move(horizontal));
 
@@ -108,8 +119,9 @@ std::optional<Failure> RasterSource::learn() {
     int declared = 0;
     const double noData = m_band->GetNoDataValue(&declared);
     m_facts.hasNoData = declared != 0;
-    if (m_facts.hasNoData)
+    if (m_facts.hasNoData) {
         m_facts.noData = static_cast<float>(noData);
+    }
     const double metres = metresPerHeightUnit(m_band->GetUnitType());
     m_facts.metresPerUnit = static_cast<float>(m_band->GetScale() * metres);
     m_facts.offsetMetres = static_cast<float>(m_band->GetOffset() * metres);
@@ -118,16 +130,18 @@ std::optional<Failure> RasterSource::learn() {
 }
 
 bool RasterSource::isEmpty(const CellWindow& window) {
-    if (!m_facts.hasNoData)
+    if (!m_facts.hasNoData) {
         return false;
+    }
     const GdalErrors quiet;
     return m_band->GetDataCoverageStatus(window.column, window.row, window.columns, window.rows, 0,
                                          nullptr) == GDAL_DATA_COVERAGE_STATUS_EMPTY;
 }
 
 std::optional<Failure> RasterSource::read(const CellWindow& window, float* heights, std::size_t stride) {
-    if (!m_tiles)
+    if (!m_tiles) {
         return decode(window, heights, stride);
+    }
     return m_tiles->read(window, heights, stride, [this](const CellWindow& tile, float* tileHeights) {
         return decode(tile, tileHeights, static_cast<std::size_t>(tile.columns));
     });
@@ -139,15 +153,17 @@ std::optional<Failure> RasterSource::decode(const CellWindow& window, float* hei
     const CPLErr status =
         m_band->RasterIO(GF_Read, window.column, window.row, window.columns, window.rows, heights,
                          window.columns, window.rows, GDT_Float32, sizeof(float), lineSpace, nullptr);
-    if (status != CE_None || errors.any())
+    if (status != CE_None || errors.any()) {
         return failureOf(m_facts.path, "读取失败，文件可能被截断或损坏", errors.first());
+    }
 
     const bool scaled = m_facts.metresPerUnit != 1.0F || m_facts.offsetMetres != 0.0F;
     for (int row = 0; row < window.rows; ++row) {
         float* line = heights + static_cast<std::size_t>(row) * stride;
-        if (scaled)
+        if (scaled) {
             toMetres(line, window.columns, m_facts.noData, m_facts.metresPerUnit, m_facts.offsetMetres);
-        hideInvalid(line, window.columns, scaled ? noHeight : m_facts.noData);
+        }
+        hideInvalid(line, window.columns, scaled ? kNoHeight : m_facts.noData);
     }
     return m_facts.hasMask ? hideMasked(window, heights, stride) : std::nullopt;
 }
@@ -159,13 +175,15 @@ std::optional<Failure> RasterSource::hideMasked(const CellWindow& window, float*
     const CPLErr status =
         m_band->GetMaskBand()->RasterIO(GF_Read, window.column, window.row, window.columns, window.rows,
                                         m_mask.data(), window.columns, window.rows, GDT_Byte, 0, 0, nullptr);
-    if (status != CE_None || errors.any())
+    if (status != CE_None || errors.any()) {
         return failureOf(m_facts.path, "读取掩膜失败", errors.first());
+    }
     const std::uint8_t* mask = m_mask.data();
     for (int row = 0; row < window.rows; ++row) {
         float* line = heights + static_cast<std::size_t>(row) * stride;
-        for (int column = 0; column < window.columns; ++column, ++mask)
-            line[column] = *mask != 0 ? line[column] : noHeight;
+        for (int column = 0; column < window.columns; ++column, ++mask) {
+            line[column] = *mask != 0 ? line[column] : kNoHeight;
+        }
     }
     return std::nullopt;
 }

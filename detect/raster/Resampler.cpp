@@ -13,13 +13,13 @@ namespace {
 
 /// Between two nodes the way from grid to grid is taken as straight: at 90 m cells across UTM zones that is
 /// off by less than 0.01 cells, and it saves all but one in a thousand exact transformations.
-constexpr int latticeStep = 32;
-constexpr int tileSamples = 512;
-constexpr int mostSamplesPerCell = 16;
+constexpr int kLatticeStep = 32;
+constexpr int kTileSamples = 512;
+constexpr int kMostSamplesPerCell = 16;
 /// A neighbour with less weight than this has no say, so that grids which meet up to rounding stay exact.
-constexpr double leastWeight = 1e-6;
+constexpr double kLeastWeight = 1e-6;
 /// Over a raster of 200,000 cells two hundred-thousandths of a cell.
-constexpr double plainShiftTolerance = 1e-10;
+constexpr double kPlainShiftTolerance = 1e-10;
 
 bool finite(const Point& p) {
     return std::isfinite(p.x) && std::isfinite(p.y);
@@ -41,8 +41,9 @@ std::vector<Point> outlineOf(const CellWindow& extent, int steps) {
 }
 
 void transformAll(OGRCoordinateTransformation* transformation, std::vector<Point>& points) {
-    if (transformation == nullptr)
+    if (!transformation) {
         return;
+    }
     GdalErrors expectedOutsideTheProjection;
     const std::size_t count = points.size();
     std::vector<double> x(count);
@@ -53,8 +54,9 @@ void transformAll(OGRCoordinateTransformation* transformation, std::vector<Point
         y[i] = points[i].y;
     }
     transformation->Transform(static_cast<int>(count), x.data(), y.data(), nullptr, done.data());
-    for (std::size_t i = 0; i < count; ++i)
+    for (std::size_t i = 0; i < count; ++i) {
         points[i] = done[i] != 0 ? Point{x[i], y[i]} : Point{std::nan(""), std::nan("")};
+    }
 }
 
 } // namespace
@@ -74,8 +76,9 @@ std::variant<Resampler, Failure> Resampler::create(const Grid& oldGrid, const Gr
         const std::lock_guard lock(cloning);
         GdalErrors errors;
         resampler.m_oldToNew.reset(OGRCreateCoordinateTransformation(&oldGrid.srs(), &newGrid.srs()));
-        if (!resampler.m_oldToNew)
+        if (!resampler.m_oldToNew) {
             return failureOf(newPath, "两期的坐标参考系统之间没有可用的转换", errors.first());
+        }
     }
     resampler.m_samplesPerCell = resampler.chooseSamplesPerCell();
     resampler.m_plainShift = resampler.isPlainShift();
@@ -91,15 +94,17 @@ int Resampler::chooseSamplesPerCell() const {
     const double newCellsInOld = std::abs((corner[1].x - corner[0].x) * (corner[2].y - corner[0].y) -
                                           (corner[1].y - corner[0].y) * (corner[2].x - corner[0].x));
     const double scale = std::sqrt(newCellsInOld);
-    if (!(scale > 1.5))
+    if (!(scale > 1.5)) {
         return 1;
-    return static_cast<int>(std::min<double>(mostSamplesPerCell, std::round(scale)));
+    }
+    return static_cast<int>(std::min<double>(kMostSamplesPerCell, std::round(scale)));
 }
 
 CellWindow Resampler::coverage() const {
     std::vector<Point> outline = outlineOf(m_newGrid.extent(), 32);
-    for (Point& p : outline)
+    for (Point& p : outline) {
         p = m_newGrid.cellToMap()(p.x, p.y);
+    }
     if (m_oldToNew) {
         const std::unique_ptr<OGRCoordinateTransformation> newToOld(m_oldToNew->GetInverse());
         transformAll(newToOld.get(), outline);
@@ -107,14 +112,16 @@ CellWindow Resampler::coverage() const {
     const Affine mapToOld = m_oldGrid.cellToMap().inverse();
     Box box{HUGE_VAL, HUGE_VAL, -HUGE_VAL, -HUGE_VAL};
     for (const Point& map : outline) {
-        if (!finite(map))
+        if (!finite(map)) {
             continue;
+        }
         const Point cell = mapToOld(map.x, map.y);
         box = {std::min(box.xMin, cell.x), std::min(box.yMin, cell.y), std::max(box.xMax, cell.x),
                std::max(box.yMax, cell.y)};
     }
-    if (!(box.xMin < box.xMax))
+    if (!(box.xMin < box.xMax)) {
         return {};
+    }
     const auto clampTo = [](double value, int limit) {
         return static_cast<int>(std::clamp(value, 0.0, static_cast<double>(limit)));
     };
@@ -136,35 +143,41 @@ void Resampler::toNewCells(std::vector<Point>& oldCells, const Shift& shift) con
     }
     transformAll(m_oldToNew.get(), oldCells);
     const Affine mapToNew = m_newGrid.cellToMap().inverse();
-    for (Point& p : oldCells)
+    for (Point& p : oldCells) {
         p = mapToNew(p.x, p.y);
+    }
 }
 
 Resampler::Lattice Resampler::layLattice(const CellWindow& tile, const Shift& shift) const {
     Lattice lattice;
-    lattice.firstColumn = tile.column / latticeStep * latticeStep;
-    lattice.firstRow = tile.row / latticeStep * latticeStep;
-    lattice.columns = (tile.column + tile.columns - 1 - lattice.firstColumn) / latticeStep + 2;
-    const int rows = (tile.row + tile.rows - 1 - lattice.firstRow) / latticeStep + 2;
+    lattice.firstColumn = tile.column / kLatticeStep * kLatticeStep;
+    lattice.firstRow = tile.row / kLatticeStep * kLatticeStep;
+    lattice.columns = (tile.column + tile.columns - 1 - lattice.firstColumn) / kLatticeStep + 2;
+    const int rows = (tile.row + tile.rows - 1 - lattice.firstRow) / kLatticeStep + 2;
     lattice.nodes.reserve(static_cast<std::size_t>(lattice.columns) * static_cast<std::size_t>(rows));
-    for (int row = 0; row < rows; ++row)
-        for (int column = 0; column < lattice.columns; ++column)
-            lattice.nodes.push_back({double(lattice.firstColumn) + column * latticeStep,
-                                     double(lattice.firstRow) + row * latticeStep});
+    for (int row = 0; row < rows; ++row) {
+        for (int column = 0; column < lattice.columns; ++column) {
+            lattice.nodes.push_back({double(lattice.firstColumn) + column * kLatticeStep,
+                                     double(lattice.firstRow) + row * kLatticeStep});
+        }
+    }
     toNewCells(lattice.nodes, shift);
     return lattice;
 }
 
 std::optional<Failure> Resampler::readSourceAround(RasterSource& newRaster, const Lattice& lattice) {
     Box box{HUGE_VAL, HUGE_VAL, -HUGE_VAL, -HUGE_VAL};
-    for (const Point& p : lattice.nodes)
-        if (finite(p))
+    for (const Point& p : lattice.nodes) {
+        if (finite(p)) {
             box = {std::min(box.xMin, p.x), std::min(box.yMin, p.y), std::max(box.xMax, p.x),
                    std::max(box.yMax, p.y)};
+        }
+    }
     m_sourceWindow = {};
     const Grid& grid = m_newGrid;
-    if (!(box.xMin < grid.columns() && box.yMin < grid.rows() && box.xMax > 0.0 && box.yMax > 0.0))
+    if (!(box.xMin < grid.columns() && box.yMin < grid.rows() && box.xMax > 0.0 && box.yMax > 0.0)) {
         return std::nullopt;
+    }
     const int left = static_cast<int>(std::max(0.0, std::floor(box.xMin) - 1.0));
     const int top = static_cast<int>(std::max(0.0, std::floor(box.yMin) - 1.0));
     const int right = static_cast<int>(std::min<double>(grid.columns(), std::ceil(box.xMax) + 1.0));
@@ -178,32 +191,35 @@ std::optional<Failure> Resampler::readSourceAround(RasterSource& newRaster, cons
 float Resampler::sample(const Point& newCell) const {
     const double x = newCell.x - 0.5 - m_sourceWindow.column;
     const double y = newCell.y - 0.5 - m_sourceWindow.row;
-    if (!(x > -leastWeight && y > -leastWeight && x < m_sourceWindow.columns - 1 + leastWeight &&
-          y < m_sourceWindow.rows - 1 + leastWeight))
-        return noHeight;
-    const double wholeX = std::floor(x + leastWeight);
-    const double wholeY = std::floor(y + leastWeight);
+    if (!(x > -kLeastWeight && y > -kLeastWeight && x < m_sourceWindow.columns - 1 + kLeastWeight &&
+          y < m_sourceWindow.rows - 1 + kLeastWeight)) {
+        return kNoHeight;
+    }
+    const double wholeX = std::floor(x + kLeastWeight);
+    const double wholeY = std::floor(y + kLeastWeight);
     const double right = std::max(0.0, x - wholeX);
     const double below = std::max(0.0, y - wholeY);
     const auto width = static_cast<std::size_t>(m_sourceWindow.columns);
     const float* post =
         m_sourceHeights.data() + static_cast<std::size_t>(wholeY) * width + static_cast<std::size_t>(wholeX);
     const auto along = [right](const float* pair) {
-        return right < leastWeight ? static_cast<double>(pair[0])
-                                   : pair[0] + right * (double(pair[1]) - pair[0]);
+        return right < kLeastWeight ? static_cast<double>(pair[0])
+                                    : pair[0] + right * (double(pair[1]) - pair[0]);
     };
     const double upper = along(post);
-    if (below < leastWeight)
+    if (below < kLeastWeight) {
         return static_cast<float>(upper);
+    }
     return static_cast<float>(upper + below * (along(post + width) - upper));
 }
 
 bool Resampler::isPlainShift() const {
-    if (m_oldToNew || m_samplesPerCell != 1)
+    if (m_oldToNew || m_samplesPerCell != 1) {
         return false;
+    }
     std::vector<Point> cells{{0.0, 0.0}, {1.0, 0.0}, {0.0, 1.0}};
     toNewCells(cells, {});
-    const auto same = [](double a, double b) { return std::abs(a - b) < plainShiftTolerance; };
+    const auto same = [](double a, double b) { return std::abs(a - b) < kPlainShiftTolerance; };
     return same(cells[1].x - cells[0].x, 1.0) && same(cells[1].y, cells[0].y) &&
            same(cells[2].x, cells[0].x) && same(cells[2].y - cells[0].y, 1.0);
 }
@@ -213,13 +229,13 @@ void Resampler::shiftTile(const CellWindow& tile, const Shift& shift, float* hei
                           std::size_t stride) const {
     std::vector<Point> first{{0.0, 0.0}};
     toNewCells(first, shift);
-    const double wholeX = std::floor(first[0].x + leastWeight);
-    const double wholeY = std::floor(first[0].y + leastWeight);
+    const double wholeX = std::floor(first[0].x + kLeastWeight);
+    const double wholeY = std::floor(first[0].y + kLeastWeight);
     const double rightShare = std::max(0.0, first[0].x - wholeX);
     const double belowShare = std::max(0.0, first[0].y - wholeY);
     // A post that has no weight need not be there.
-    const int right = rightShare < leastWeight ? 0 : 1;
-    const int below = belowShare < leastWeight ? 0 : 1;
+    const int right = rightShare < kLeastWeight ? 0 : 1;
+    const int below = belowShare < kLeastWeight ? 0 : 1;
     const double u = right != 0 ? rightShare : 0.0;
     const double v = below != 0 ? belowShare : 0.0;
     const int left = tile.column + static_cast<int>(wholeX) - m_sourceWindow.column;
@@ -228,10 +244,11 @@ void Resampler::shiftTile(const CellWindow& tile, const Shift& shift, float* hei
     const int end = std::clamp(m_sourceWindow.columns - right - left, begin, tile.columns);
     for (int row = 0; row < tile.rows; ++row) {
         float* line = heights + static_cast<std::size_t>(row) * stride;
-        std::fill_n(line, tile.columns, noHeight);
+        std::fill_n(line, tile.columns, kNoHeight);
         const int y = top + row;
-        if (y < 0 || y + below >= m_sourceWindow.rows)
+        if (y < 0 || y + below >= m_sourceWindow.rows) {
             continue;
+        }
         const float* upper =
             m_sourceHeights.data() + std::int64_t{y} * m_sourceWindow.columns + (left + begin);
         const float* lower = upper + std::int64_t{below} * m_sourceWindow.columns;
@@ -248,8 +265,9 @@ void Resampler::shiftTile(const CellWindow& tile, const Shift& shift, float* hei
 std::optional<Failure> Resampler::readTile(RasterSource& newRaster, const CellWindow& tile,
                                            const Shift& shift, float* heights, std::size_t stride) {
     const Lattice lattice = layLattice(tile, shift);
-    if (auto failure = readSourceAround(newRaster, lattice))
+    if (auto failure = readSourceAround(newRaster, lattice)) {
         return failure;
+    }
     if (m_plainShift && !m_sourceWindow.empty()) {
         shiftTile(tile, shift, heights, stride);
         return std::nullopt;
@@ -258,22 +276,22 @@ std::optional<Failure> Resampler::readTile(RasterSource& newRaster, const CellWi
     for (int row = 0; row < tile.rows; ++row) {
         float* line = heights + static_cast<std::size_t>(row) * stride;
         const int wholeRow = tile.row + row;
-        const int nodeRow = (wholeRow - lattice.firstRow) / latticeStep;
+        const int nodeRow = (wholeRow - lattice.firstRow) / kLatticeStep;
         const Point* nodeLine = lattice.nodes.data() + std::ptrdiff_t{nodeRow} * lattice.columns;
         for (int column = 0; column < tile.columns; ++column) {
             if (m_sourceWindow.empty()) {
-                line[column] = noHeight;
+                line[column] = kNoHeight;
                 continue;
             }
             const int wholeColumn = tile.column + column;
-            const Point* node = nodeLine + (wholeColumn - lattice.firstColumn) / latticeStep;
+            const Point* node = nodeLine + (wholeColumn - lattice.firstColumn) / kLatticeStep;
             double sum = 0.0;
             for (int s = 0; s < n * n; ++s) {
                 // From the cell's own numbers only, so that no rounding depends on the tile.
                 const int across = s % n;
                 const int down = s / n;
-                const double tx = (wholeColumn % latticeStep + (across + 0.5) / n) / latticeStep;
-                const double ty = (wholeRow % latticeStep + (down + 0.5) / n) / latticeStep;
+                const double tx = (wholeColumn % kLatticeStep + (across + 0.5) / n) / kLatticeStep;
+                const double ty = (wholeRow % kLatticeStep + (down + 0.5) / n) / kLatticeStep;
                 const Point upper = between(node[0], node[1], tx);
                 const Point lower = between(node[lattice.columns], node[lattice.columns + 1], tx);
                 sum += static_cast<double>(sample(between(upper, lower, ty)));
@@ -286,13 +304,14 @@ std::optional<Failure> Resampler::readTile(RasterSource& newRaster, const CellWi
 
 std::optional<Failure> Resampler::read(RasterSource& newRaster, const CellWindow& oldWindow,
                                        const Shift& shift, float* heights) {
-    const int step = std::max(latticeStep, tileSamples / m_samplesPerCell);
+    const int step = std::max(kLatticeStep, kTileSamples / m_samplesPerCell);
     const auto stride = static_cast<std::size_t>(oldWindow.columns);
     for (int done = 0; done < oldWindow.columns; done += step) {
         const CellWindow tile{oldWindow.column + done, oldWindow.row,
                               std::min(step, oldWindow.columns - done), oldWindow.rows};
-        if (auto failure = readTile(newRaster, tile, shift, heights + done, stride))
+        if (auto failure = readTile(newRaster, tile, shift, heights + done, stride)) {
             return failure;
+        }
     }
     return std::nullopt;
 }

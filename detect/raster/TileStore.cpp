@@ -8,10 +8,10 @@ namespace detect {
 
 namespace {
 
-constexpr std::int64_t leastTileCells = 1 << 16;
-constexpr std::int64_t wantedTileCells = 1 << 19;
-constexpr std::int64_t mostTileCells = 1 << 22;
-constexpr std::size_t mostSpare = 2;
+constexpr std::int64_t kLeastTileCells = 1 << 16;
+constexpr std::int64_t kWantedTileCells = 1 << 19;
+constexpr std::int64_t kMostTileCells = 1 << 22;
+constexpr std::size_t kMostSpare = 2;
 
 } // namespace
 
@@ -19,10 +19,11 @@ TileStore::TileStore(int columns, int rows, int tileColumns, int tileRows, std::
     : m_columns(columns), m_rows(rows), m_tileColumns(std::min(tileColumns, columns)),
       m_tileRows(std::min(tileRows, rows)), m_capacityBytes(capacityBytes) {
     const std::int64_t cells = std::int64_t{m_tileColumns} * m_tileRows;
-    if (cells < leastTileCells)
-        m_tileRows *= static_cast<int>(std::max<std::int64_t>(1, wantedTileCells / cells));
-    else if (cells > mostTileCells)
-        m_tileRows = static_cast<int>(std::max<std::int64_t>(1, wantedTileCells / m_tileColumns));
+    if (cells < kLeastTileCells) {
+        m_tileRows *= static_cast<int>(std::max<std::int64_t>(1, kWantedTileCells / cells));
+    } else if (cells > kMostTileCells) {
+        m_tileRows = static_cast<int>(std::max<std::int64_t>(1, kWantedTileCells / m_tileColumns));
+    }
 }
 
 CellWindow TileStore::windowOf(const Key& key) const {
@@ -37,8 +38,9 @@ std::optional<Failure> TileStore::read(const CellWindow& window, float* heights,
     for (int row = window.row / m_tileRows; row <= lastRow; ++row) {
         for (int column = window.column / m_tileColumns; column <= lastColumn; ++column) {
             const auto found = tile({row, column}, decode);
-            if (const auto* failure = std::get_if<Failure>(&found))
+            if (const auto* failure = std::get_if<Failure>(&found)) {
                 return *failure;
+            }
             const CellWindow whole = windowOf({row, column});
             const CellWindow part = intersect(whole, window);
             const float* from = std::get<0>(found)->data() +
@@ -46,8 +48,9 @@ std::optional<Failure> TileStore::read(const CellWindow& window, float* heights,
                                 whole.column;
             float* to = heights + static_cast<std::size_t>(part.row - window.row) * stride +
                         static_cast<std::size_t>(part.column - window.column);
-            for (int line = 0; line < part.rows; ++line, from += whole.columns, to += stride)
+            for (int line = 0; line < part.rows; ++line, from += whole.columns, to += stride) {
                 std::copy_n(from, part.columns, to);
+            }
         }
     }
     return std::nullopt;
@@ -58,8 +61,9 @@ std::variant<std::shared_ptr<TileStore::Heights>, Failure> TileStore::tile(const
     const CellWindow window = windowOf(key);
     std::unique_lock lock(m_mutex);
     for (auto found = m_tiles.find(key); found != m_tiles.end(); found = m_tiles.find(key)) {
-        if (found->second)
+        if (found->second) {
             return found->second;
+        }
         m_decoded.wait(lock); // another thread is at it; should it fail, the tile is gone and ours to try
     }
     m_tiles[key];
@@ -84,8 +88,9 @@ std::shared_ptr<TileStore::Heights> TileStore::takeEmpty(std::size_t cells) {
     const auto found = std::find_if(m_spare.begin(), m_spare.end(), [cells](const auto& spare) {
         return spare.use_count() == 1 && spare->size() == cells;
     });
-    if (found == m_spare.end())
+    if (found == m_spare.end()) {
         return std::make_shared<Heights>(cells);
+    }
     auto heights = std::move(*found);
     m_spare.erase(found);
     return heights;
@@ -98,8 +103,9 @@ void TileStore::makeRoom() {
             continue;
         }
         m_bytes -= tile->second->size() * sizeof(float);
-        if (m_spare.size() < mostSpare)
+        if (m_spare.size() < kMostSpare) {
             m_spare.push_back(std::move(tile->second));
+        }
         tile = m_tiles.erase(tile);
     }
 }

@@ -6,9 +6,9 @@ namespace detect {
 
 namespace {
 
-constexpr std::int64_t blockCells = std::int64_t{1} << 19;
+constexpr std::int64_t kBlockCells = std::int64_t{1} << 19;
 /// A strip or tile higher than this is no unit of work.
-constexpr int highestTile = 1024;
+constexpr int kHighestTile = 1024;
 
 /// The largest multiple of `unit` up to `wanted`, at least one.
 int multiple(int unit, std::int64_t wanted) {
@@ -16,13 +16,13 @@ int multiple(int unit, std::int64_t wanted) {
 }
 
 int chooseColumns(const RasterFacts& raster, const CellWindow& window) {
-    const int tileRows = raster.tileRows > highestTile ? 1 : raster.tileRows;
-    return multiple(std::min(raster.tileColumns, window.columns), blockCells / tileRows);
+    const int tileRows = raster.tileRows > kHighestTile ? 1 : raster.tileRows;
+    return multiple(std::min(raster.tileColumns, window.columns), kBlockCells / tileRows);
 }
 
 int chooseRows(const RasterFacts& raster, int columns) {
-    const std::int64_t wanted = std::max<std::int64_t>(1, blockCells / columns);
-    return raster.tileRows > highestTile ? static_cast<int>(wanted) : multiple(raster.tileRows, wanted);
+    const std::int64_t wanted = std::max<std::int64_t>(1, kBlockCells / columns);
+    return raster.tileRows > kHighestTile ? static_cast<int>(wanted) : multiple(raster.tileRows, wanted);
 }
 
 /// How many units of `size` the stretch from `first` touches.

@@ -29,18 +29,21 @@ std::variant<Block, Failure> BlockWorker::operator()(int index) {
     Block block;
     block.window = m_task.plan.at(index);
     if (m_reader.isEmpty(block.window)) {
-        if (m_task.keepDz)
-            block.dz.assign(static_cast<std::size_t>(block.window.cells()), noHeight);
+        if (m_task.keepDz) {
+            block.dz.assign(static_cast<std::size_t>(block.window.cells()), kNoHeight);
+        }
         return block;
     }
     const Inset inset = withNeighbours(block.window);
-    if (auto failure = readBoth(inset.read))
+    if (auto failure = readBoth(inset.read)) {
         return *failure;
+    }
     judge(inset, block.window);
     findRuns(inset, block);
     measureRuns(inset, block);
-    if (m_task.keepDz)
+    if (m_task.keepDz) {
         block.dz = m_dz;
+    }
     return block;
 }
 
@@ -77,21 +80,25 @@ std::optional<Failure> BlockWorker::readBoth(const CellWindow& window) {
     const auto cells = static_cast<std::size_t>(window.cells());
     m_old.resize(cells);
     m_new.resize(cells);
-    if (auto failure = m_reader.readOld(window, m_old.data()))
+    if (auto failure = m_reader.readOld(window, m_old.data())) {
         return failure;
-    if (auto failure = m_reader.readNew(window, m_task.shift, m_new.data()))
+    }
+    if (auto failure = m_reader.readNew(window, m_task.shift, m_new.data())) {
         return failure;
+    }
     m_task.correction.addTo(window, m_new.data());
     return std::nullopt;
 }
 
 /// What needs more than a cell's own dZ.
 void BlockWorker::judge(const Inset& inset, const CellWindow& window) {
-    if (m_task.artefactReach > 0)
+    if (m_task.artefactReach > 0) {
         m_artefacts.mark(m_old.data(), m_new.data(), inset.read.columns, inset.read.rows, inset.firstRow,
                          inset.firstRow + window.rows, m_artefactFlags);
-    if (m_task.level.dependsOnSlope())
+    }
+    if (m_task.level.dependsOnSlope()) {
         m_task.level.fill(m_old.data(), inset.read.columns, inset.read.rows, m_sigmas);
+    }
 }
 
 void BlockWorker::findRuns(const Inset& inset, Block& block) {
@@ -111,17 +118,19 @@ void BlockWorker::findRuns(const Inset& inset, Block& block) {
         cells.sigmas = m_task.level.dependsOnSlope() ? m_sigmas.data() + from : nullptr;
         m_finder.find(cells, block.found.runs);
     }
-    if (m_task.dropLonely)
+    if (m_task.dropLonely) {
         dropLonelyRuns(block.found.runs, {window.row, window.row + window.rows - 1, window.column,
                                           window.column + window.columns});
+    }
 }
 
 void BlockWorker::measureRuns(const Inset& inset, Block& block) const {
     const CellWindow& window = block.window;
     block.found.runs.shrink_to_fit(); // it waits for its turn, perhaps long
     std::size_t cells = 0;
-    for (const Run& run : block.found.runs)
+    for (const Run& run : block.found.runs) {
         cells += static_cast<std::size_t>(run.cells());
+    }
     block.found.heights.reserve(cells);
     for (Run& run : block.found.runs) {
         const int row = run.row - window.row;
@@ -131,8 +140,9 @@ void BlockWorker::measureRuns(const Inset& inset, Block& block) const {
         const float* sigmas =
             m_task.level.dependsOnSlope() ? m_sigmas.data() + inset.cell(row) + column : nullptr;
         measureRun(dz, sigmas, m_task.level.cellLevel(), run);
-        if (m_task.explain)
+        if (m_task.explain) {
             run.explainedByShift = explainedByShift(inset, window, run);
+        }
         run.heights = block.found.heights.size();
         block.found.heights.insert(block.found.heights.end(), dz, dz + run.cells());
     }

@@ -6,14 +6,15 @@ namespace detect {
 
 namespace {
 
-constexpr std::size_t keptRuns = 64;
-constexpr std::size_t keptHeights = 1024;
+constexpr std::size_t kEptRuns = 64;
+constexpr std::size_t kEptHeights = 1024;
 
 template<class T>
 void empty(std::vector<T>& values, std::size_t keptCapacity) {
     values.clear();
-    if (values.capacity() > keptCapacity)
+    if (values.capacity() > keptCapacity) {
         std::vector<T>().swap(values);
+    }
 }
 
 void extend(Run& before, const Run& run) {
@@ -32,33 +33,36 @@ void extend(Run& before, const Run& run) {
 
 void Component::add(const Run& run, const float* runHeights) {
     const bool keepHeights =
-        (cells == 0 || isExamined()) && runHeights != nullptr && cells + run.cells() <= mostExaminedCells;
+        (cells == 0 || isExamined()) && runHeights && cells + run.cells() <= kMostExaminedCells;
     runs.push_back(run);
     runs.back().heights = heights.size();
     cells += run.cells();
-    if (keepHeights)
+    if (keepHeights) {
         heights.insert(heights.end(), runHeights, runHeights + run.cells());
-    else
-        empty(heights, keptHeights);
+    } else {
+        empty(heights, kEptHeights);
+    }
 }
 
 void Component::takeOver(Component& other) {
-    const bool keepHeights = isExamined() && other.isExamined() && cells + other.cells <= mostExaminedCells;
+    const bool keepHeights = isExamined() && other.isExamined() && cells + other.cells <= kMostExaminedCells;
     const std::size_t first = runs.size();
     runs.insert(runs.end(), other.runs.begin(), other.runs.end());
-    for (std::size_t i = first; i < runs.size(); ++i)
+    for (std::size_t i = first; i < runs.size(); ++i) {
         runs[i].heights += heights.size();
+    }
     cells += other.cells;
-    if (keepHeights)
+    if (keepHeights) {
         heights.insert(heights.end(), other.heights.begin(), other.heights.end());
-    else
-        empty(heights, keptHeights);
+    } else {
+        empty(heights, kEptHeights);
+    }
     other.clear();
 }
 
 void Component::clear() {
-    empty(runs, keptRuns);
-    empty(heights, keptHeights);
+    empty(runs, kEptRuns);
+    empty(heights, kEptHeights);
     cells = 0;
 }
 
@@ -68,8 +72,9 @@ bool Component::touches(const BlockEdges& edges) const {
 
 void Component::moveTo(MeasuredRuns& other) {
     const bool examined = isExamined();
-    for (const Run& run : runs)
+    for (const Run& run : runs) {
         other.append(run, examined ? heights.data() + run.heights : nullptr);
+    }
     clear();
 }
 
@@ -86,10 +91,11 @@ void Component::putInRowOrder() {
             run.heights = ordered.size();
             ordered.insert(ordered.end(), from, from + run.cells());
         }
-        if (kept > 0 && runs[kept - 1].row == run.row && runs[kept - 1].end == run.begin)
+        if (kept > 0 && runs[kept - 1].row == run.row && runs[kept - 1].end == run.begin) {
             extend(runs[kept - 1], run);
-        else
+        } else {
             runs[kept++] = run;
+        }
     }
     runs.resize(kept);
     heights = std::move(ordered);

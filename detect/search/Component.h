@@ -15,7 +15,7 @@ struct Component {
 
     /// Larger components keep no heights: they would fill the memory, and an anomaly of a square kilometre is
     /// not judged by the shape of its cells.
-    static constexpr std::int64_t mostExaminedCells = 4'000'000;
+    static constexpr std::int64_t kMostExaminedCells = 4'000'000;
 
     bool isExamined() const { return cells > 0 && static_cast<std::int64_t>(heights.size()) == cells; }
 

@@ -7,13 +7,14 @@ namespace detect {
 
 namespace {
 
-constexpr std::uint32_t none = 0xFFFFFFFFU;
+constexpr std::uint32_t kNone = 0xFFFFFFFFU;
 
 /// True when a measured run of this sign, not a gap, covers the column. `from` moves right with the columns
 /// asked.
 bool covers(const std::vector<Run>& runs, std::size_t& from, std::int32_t column, std::int8_t sign) {
-    while (from < runs.size() && runs[from].end <= column)
+    while (from < runs.size() && runs[from].end <= column) {
         ++from;
+    }
     return from < runs.size() && runs[from].begin <= column && runs[from].sign == sign && !runs[from].gap;
 }
 
@@ -35,11 +36,14 @@ void Labeller::finish() {
 
 std::int32_t Labeller::firstOpenRow() const {
     std::int32_t first = m_arriving.row;
-    if (!m_current.measured.runs.empty())
+    if (!m_current.measured.runs.empty()) {
         first = std::min(first, m_current.row);
-    for (const Labelled& labelled : m_components)
-        if (labelled.component.cells > 0)
+    }
+    for (const Labelled& labelled : m_components) {
+        if (labelled.component.cells > 0) {
             first = std::min(first, labelled.firstRow);
+        }
+    }
     return first;
 }
 
@@ -71,8 +75,9 @@ void Labeller::fillGaps(const Row& above, Row& row, const Row& below) const {
         const Run& run = row.measured.runs[i];
         if (!run.gap ||
             (hasSidesOfItsSign(row, i) && (aboveUnknown || covers(upper, fromUpper, run.begin, run.sign)) &&
-             (belowUnknown || covers(lower, fromLower, run.begin, run.sign))))
+             (belowUnknown || covers(lower, fromLower, run.begin, run.sign)))) {
             row.members.push_back(run);
+        }
     }
 }
 
@@ -82,11 +87,13 @@ bool Labeller::hasSidesOfItsSign(const Row& row, std::size_t gap) const {
     const Run& run = runs[gap];
     const auto isSide = [&run](const Run& other) { return other.sign == run.sign && !other.gap; };
     bool left = run.begin == m_open.begin;
-    for (std::size_t i = gap; !left && i > 0 && runs[i - 1].end >= run.begin; --i)
+    for (std::size_t i = gap; !left && i > 0 && runs[i - 1].end >= run.begin; --i) {
         left = runs[i - 1].end == run.begin && isSide(runs[i - 1]);
+    }
     bool right = run.end == m_open.end;
-    for (std::size_t i = gap + 1; !right && i < runs.size() && runs[i].begin <= run.end; ++i)
+    for (std::size_t i = gap + 1; !right && i < runs.size() && runs[i].begin <= run.end; ++i) {
         right = runs[i].begin == run.end && isSide(runs[i]);
+    }
     return left && right;
 }
 
@@ -96,37 +103,46 @@ void Labeller::connect(const Row& above, Row& row) {
     std::size_t a = 0;
     for (std::size_t b = 0; b < row.members.size(); ++b) {
         const Run& run = row.members[b];
-        std::uint32_t component = none;
+        std::uint32_t component = kNone;
         const auto reach = [&](std::uint32_t other) {
-            component = component == none ? root(other) : join(component, other);
+            component = component == kNone ? root(other) : join(component, other);
         };
-        if (b > 0 && row.members[b - 1].end == run.begin && row.members[b - 1].sign == run.sign)
+        if (b > 0 && row.members[b - 1].end == run.begin && row.members[b - 1].sign == run.sign) {
             reach(row.components[b - 1]);
-        while (neighbours && a < upper.size() && upper[a].end <= run.begin)
+        }
+        while (neighbours && a < upper.size() && upper[a].end <= run.begin) {
             ++a;
-        for (std::size_t i = a; neighbours && i < upper.size() && upper[i].begin < run.end; ++i)
-            if (upper[i].sign == run.sign)
+        }
+        for (std::size_t i = a; neighbours && i < upper.size() && upper[i].begin < run.end; ++i) {
+            if (upper[i].sign == run.sign) {
                 reach(above.components[i]);
-        if (component == none)
+            }
+        }
+        if (component == kNone) {
             component = open(run.row);
+        }
         m_components[component].component.add(run, row.measured.heightsOf(run));
         m_components[component].lastRow = run.row;
         row.components.push_back(component);
     }
-    for (std::uint32_t& component : row.components)
+    for (std::uint32_t& component : row.components) {
         component = root(component);
+    }
 }
 
 /// Hands over the components of the row above that did not reach this one, and forgets the row above.
 void Labeller::settle(Row& above, const Row& row) {
     std::vector<std::uint32_t>& ended = above.components;
-    for (std::uint32_t& component : ended)
+    for (std::uint32_t& component : ended) {
         component = root(component);
+    }
     std::sort(ended.begin(), ended.end());
     ended.erase(std::unique(ended.begin(), ended.end()), ended.end());
-    for (const std::uint32_t component : ended)
-        if (m_components[component].lastRow != row.row)
+    for (const std::uint32_t component : ended) {
+        if (m_components[component].lastRow != row.row) {
             handOver(component);
+        }
+    }
     // Nothing refers to the joined ones any more.
     m_free.insert(m_free.end(), m_joined.begin(), m_joined.end());
     m_joined.clear();
@@ -161,10 +177,12 @@ std::uint32_t Labeller::root(std::uint32_t component) {
 std::uint32_t Labeller::join(std::uint32_t a, std::uint32_t b) {
     a = root(a);
     b = root(b);
-    if (a == b)
+    if (a == b) {
         return a;
-    if (m_components[a].component.cells < m_components[b].component.cells)
+    }
+    if (m_components[a].component.cells < m_components[b].component.cells) {
         std::swap(a, b);
+    }
     Labelled& kept = m_components[a];
     Labelled& joined = m_components[b];
     kept.component.takeOver(joined.component);

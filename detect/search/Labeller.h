@@ -58,7 +58,7 @@ private:
     void handOver(std::uint32_t component);
 
     Receiver m_receiver;
-    BlockEdges m_open = nothingOpen;
+    BlockEdges m_open = kNothingOpen;
     std::vector<Labelled> m_components;
     std::vector<std::uint32_t> m_free;
     std::vector<std::uint32_t> m_joined; ///< free once the current row is connected

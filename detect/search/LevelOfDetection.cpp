@@ -10,7 +10,7 @@ namespace detect {
 namespace {
 
 /// No survey tells less, also where two epochs agree perfectly.
-constexpr float leastLevelMetres = 0.001F;
+constexpr float kLeastLevelMetres = 0.001F;
 
 /// Rise over one cell from the heights on its two sides, `apart` cells from each other; where one is missing
 /// the cell's own stands for it. Level where nothing is.
@@ -37,7 +37,7 @@ double quantileFor(double confidence) {
 LevelOfDetection::LevelOfDetection(const Parameters& parameters, const Coregistration& coregistration,
                                    const Grid& grid)
     : m_grid(grid) {
-    m_cell.threshold = std::max(leastLevelMetres, static_cast<float>(parameters.thresholdMetres));
+    m_cell.threshold = std::max(kLeastLevelMetres, static_cast<float>(parameters.thresholdMetres));
     if (!parameters.significance) {
         m_cell.sigma = static_cast<float>(coregistration.nmadAfterMetres); // of all slopes together
         return;
@@ -81,10 +81,12 @@ void LevelOfDetection::fillRow(const RowOfHeights& heights, std::size_t width, f
         sigmas[i] = std::sqrt(levelGround + perSlope * slopeSquared);
     };
     fillCell(0, 0, width > 1 ? 1 : 0, 1.0F);
-    for (std::size_t i = 1; i + 1 < width; ++i)
+    for (std::size_t i = 1; i + 1 < width; ++i) {
         fillCell(i, i - 1, i + 1, 2.0F);
-    if (width > 1)
+    }
+    if (width > 1) {
         fillCell(width - 1, width - 2, width - 1, 1.0F);
+    }
 }
 
 } // namespace detect

@@ -7,12 +7,12 @@ namespace detect {
 
 namespace {
 
-constexpr int farthestReach = 8;
+constexpr int kFarthestReach = 8;
 /// Of walls and crowns higher than this, blurring may take the given share of what stands above it.
-constexpr float crownMetres = 2.0F;
-constexpr float crownLoss = 1.0F / 3.0F;
+constexpr float kCrownMetres = 2.0F;
+constexpr float kCrownLoss = 1.0F / 3.0F;
 /// A suspect needs this many undoubted neighbours for each suspect one.
-constexpr int undoubtedForSuspect = 2;
+constexpr int kUndoubtedForSuspect = 2;
 
 double cellMetres(const Grid& grid) {
     const std::array<double, 4> step = grid.cellStepsMetres();
@@ -23,7 +23,7 @@ double cellMetres(const Grid& grid) {
 
 int ResamplingArtefacts::reachCells(const Grid& oldGrid, const Grid& newGrid) {
     const double newCellInOldCells = cellMetres(newGrid) / cellMetres(oldGrid);
-    return 1 + static_cast<int>(std::ceil(std::min<double>(farthestReach - 1, newCellInOldCells - 1e-6)));
+    return 1 + static_cast<int>(std::ceil(std::min<double>(kFarthestReach - 1, newCellInOldCells - 1e-6)));
 }
 
 void ResamplingArtefacts::mark(const float* oldHeights, const float* newHeights, int columns, int rows,
@@ -33,16 +33,19 @@ void ResamplingArtefacts::mark(const float* oldHeights, const float* newHeights,
     const HeightField oldEpoch{oldHeights, columns, rows};
     const HeightField newEpoch{newHeights, columns, rows};
     m_states.assign(cells, Unchanged);
-    for (int row = std::max(0, first - m_reach); row < std::min(rows, end + m_reach); ++row)
-        for (int column = 0; column < columns; ++column)
+    for (int row = std::max(0, first - m_reach); row < std::min(rows, end + m_reach); ++row) {
+        for (int column = 0; column < columns; ++column) {
             m_states[static_cast<std::size_t>(row) * width + static_cast<std::size_t>(column)] =
                 judge(oldEpoch, newEpoch, row, column);
+        }
+    }
     flags.assign(cells, 0);
     for (int row = first; row < end; ++row) {
         for (int column = 0; column < columns; ++column) {
             const std::size_t cell = static_cast<std::size_t>(row) * width + static_cast<std::size_t>(column);
-            if (m_states[cell] >= SuspectRaised)
+            if (m_states[cell] >= SuspectRaised) {
                 flags[cell] = belongsToChange(columns, rows, row, column) ? 0 : 1;
+            }
         }
     }
 }
@@ -52,15 +55,17 @@ ResamplingArtefacts::State ResamplingArtefacts::judge(const HeightField& oldEpoc
                                                       int column) const {
     const float before = oldEpoch.row(row)[column];
     const float after = newEpoch.row(row)[column];
-    if (!(std::abs(after - before) >= m_threshold))
+    if (!(std::abs(after - before) >= m_threshold)) {
         return Unchanged;
+    }
     const HeightRange oldRange = rangeAround(oldEpoch, row, column, m_reach);
     const float slack =
-        m_threshold + crownLoss * std::max(0.0F, oldRange.highest - oldRange.lowest - crownMetres);
+        m_threshold + kCrownLoss * std::max(0.0F, oldRange.highest - oldRange.lowest - kCrownMetres);
     const bool suspect =
         oldRange.holds(after, 0.0F) && rangeAround(newEpoch, row, column, m_reach).holds(before, slack);
-    if (after > before)
+    if (after > before) {
         return suspect ? SuspectRaised : Raised;
+    }
     return suspect ? SuspectSunk : Sunk;
 }
 
@@ -75,7 +80,7 @@ bool ResamplingArtefacts::belongsToChange(int columns, int rows, int row, int co
     for (int r = std::max(0, row - m_reach); r <= std::min(rows - 1, row + m_reach); ++r) {
         for (int c = std::max(0, column - m_reach); c <= std::min(columns - 1, column + m_reach); ++c) {
             const State state = stateAt(r, c);
-            balance += state == undoubted ? 1 : state == suspect ? -undoubtedForSuspect : 0;
+            balance += state == undoubted ? 1 : state == suspect ? -kUndoubtedForSuspect : 0;
         }
     }
     return balance > 0;

@@ -15,21 +15,23 @@ std::size_t nextMember(const std::int8_t* signs, std::size_t i, std::size_t colu
     while (i + sizeof(std::uint64_t) <= columns) {
         std::uint64_t eight = 0;
         std::memcpy(&eight, signs + i, sizeof eight);
-        if (eight != 0)
+        if (eight != 0) {
             break;
+        }
         i += sizeof eight;
     }
-    while (i < columns && signs[i] == 0)
+    while (i < columns && signs[i] == 0) {
         ++i;
+    }
     return i;
 }
 
 /// No survey is as bad as this; keeps the sums within 64 bits.
-constexpr double worstSigmaMetres = 64.0;
+constexpr double kWorstSigmaMetres = 64.0;
 
 std::int64_t varianceUnits(float sigmaMetres) {
-    const double sigma = std::min(static_cast<double>(sigmaMetres), worstSigmaMetres);
-    return static_cast<std::int64_t>(sigma * sigma / varianceUnitSquareMetres);
+    const double sigma = std::min(static_cast<double>(sigmaMetres), kWorstSigmaMetres);
+    return static_cast<std::int64_t>(sigma * sigma / kVarianceUnitSquareMetres);
 }
 
 bool isMeasured(float dz) {
@@ -64,19 +66,22 @@ void RunFinder::markSigns(const RowOfCells& cells) {
         return static_cast<std::int8_t>(static_cast<int>(height >= threshold) -
                                         static_cast<int>(height <= -threshold));
     };
-    if (cells.sigmas == nullptr) {
+    if (!cells.sigmas) {
         const float threshold = m_level.at(m_level.sigma) * m_growRatio;
-        for (std::size_t i = 0; i < count; ++i)
+        for (std::size_t i = 0; i < count; ++i) {
             signs[i] = sign(dz[i], threshold);
+        }
     } else {
         const float* sigmas = cells.sigmas; // signs could lie anywhere, so members would be read each time
         const CellLevel level = m_level;
         const float growRatio = m_growRatio;
-        for (std::size_t i = 0; i < count; ++i)
+        for (std::size_t i = 0; i < count; ++i) {
             signs[i] = sign(dz[i], level.at(sigmas[i]) * growRatio);
+        }
     }
-    for (std::size_t i = 0; cells.excluded != nullptr && i < count; ++i)
+    for (std::size_t i = 0; cells.excluded && i < count; ++i) {
         signs[i] = cells.excluded[i] != 0 ? std::int8_t{0} : signs[i];
+    }
 }
 
 void RunFinder::find(const RowOfCells& cells, std::vector<Run>& runs) {
@@ -101,14 +106,17 @@ void RunFinder::find(const RowOfCells& cells, std::vector<Run>& runs) {
     for (std::size_t i = nextMember(m_signs.data(), 0, count); i < count;) {
         const std::int8_t sign = m_signs[i];
         std::size_t end = i + 1;
-        while (end < count && m_signs[end] == sign)
+        while (end < count && m_signs[end] == sign) {
             ++end;
-        if (i == 1 && isWeak(0))
+        }
+        if (i == 1 && isWeak(0)) {
             append(0, 1, sign, true);
+        }
         append(i, end, sign, false);
         const bool memberBeyond = end + 1 >= count || m_signs[end + 1] == sign;
-        if (end < count && isWeak(end) && memberBeyond)
+        if (end < count && isWeak(end) && memberBeyond) {
             append(end, end + 1, sign, true);
+        }
         i = nextMember(m_signs.data(), end, count);
     }
 }
@@ -119,10 +127,12 @@ void dropLonelyRuns(std::vector<Run>& runs, const BlockEdges& edges) {
     std::size_t middle = 0;
     for (std::size_t i = 0; i <= runs.size(); ++i) {
         const bool rowEnds = i == runs.size() || runs[i].row != runs[middle].row;
-        if (!rowEnds)
+        if (!rowEnds) {
             continue;
-        if (middle > upper && i > middle && runs[upper].row + 1 == runs[middle].row)
+        }
+        if (middle > upper && i > middle && runs[upper].row + 1 == runs[middle].row) {
             markTouches(runs, upper, middle, i, touches);
+        }
         upper = middle;
         middle = i;
     }
@@ -138,8 +148,9 @@ void dropLonelyRuns(std::vector<Run>& runs, const BlockEdges& edges) {
         const bool keep =
             runs[i].gap ? thisFillable : edges.touches(runs[i]) || touches[i] != None || besideFillable;
         previousFillable = thisFillable;
-        if (keep)
+        if (keep) {
             runs[kept++] = runs[i];
+        }
     }
     runs.resize(kept);
 }
@@ -150,9 +161,9 @@ void measureRun(const float* dz, const float* sigmas, const CellLevel& level, Ru
     for (std::size_t i = 0; i < cells; ++i) {
         run.lowest = std::min(run.lowest, dz[i]);
         run.highest = std::max(run.highest, dz[i]);
-        const auto units = static_cast<std::int64_t>(static_cast<double>(dz[i]) / sumUnitMetres);
+        const auto units = static_cast<std::int64_t>(static_cast<double>(dz[i]) / kSumUnitMetres);
         (units > 0 ? run.raised : run.sunk) += units;
-        const float sigma = sigmas != nullptr ? sigmas[i] : level.sigma;
+        const float sigma = sigmas ? sigmas[i] : level.sigma;
         run.strongest = std::max(run.strongest, std::abs(dz[i]) / level.at(sigma));
         run.variance += varianceUnits(sigma);
     }

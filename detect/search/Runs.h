@@ -8,11 +8,11 @@ namespace detect {
 
 /// Sums over cells are kept in whole units, because whole numbers add up to the same whatever the order and
 /// wherever a run was cut: dZ in 1 / 2^24 m, its variance in 1 / 2^32 m2.
-constexpr double sumUnitMetres = 1.0 / (1 << 24);
-constexpr double varianceUnitSquareMetres = sumUnitMetres / (1 << 8);
+constexpr double kSumUnitMetres = 1.0 / (1 << 24);
+constexpr double kVarianceUnitSquareMetres = kSumUnitMetres / (1 << 8);
 
 /// Run::heights where the dZ of the cells are not kept.
-constexpr std::size_t noHeights = static_cast<std::size_t>(-1);
+constexpr std::size_t kNoHeights = static_cast<std::size_t>(-1);
 
 /// Cells `begin` up to, not including, `end` of one row whose dZ reaches the lower level of detection with
 /// one sign.
@@ -49,13 +49,14 @@ struct MeasuredRuns {
     std::vector<float> heights;
 
     const float* heightsOf(const Run& run) const {
-        return run.heights != noHeights ? heights.data() + run.heights : nullptr;
+        return run.heights != kNoHeights ? heights.data() + run.heights : nullptr;
     }
     void append(const Run& run, const float* runHeights) {
         runs.push_back(run);
-        runs.back().heights = runHeights != nullptr ? heights.size() : noHeights;
-        if (runHeights != nullptr)
+        runs.back().heights = runHeights ? heights.size() : kNoHeights;
+        if (runHeights) {
             heights.insert(heights.end(), runHeights, runHeights + run.cells());
+        }
     }
 };
 
@@ -114,7 +115,7 @@ struct BlockEdges {
 };
 
 /// Edges that no run touches.
-constexpr BlockEdges nothingOpen{-1, -1, -1, -1};
+constexpr BlockEdges kNothingOpen{-1, -1, -1, -1};
 
 /// Drops runs that can never become part of an anomaly: those that touch no run of their sign in the row
 /// above or below (a line of cells has no 3 x 3 core), and gap cells that cannot be filled. Runs on the edges

@@ -10,15 +10,15 @@ namespace detect {
 
 namespace {
 
-constexpr std::int32_t coreCells = 3;
-constexpr std::int64_t leastBodyCells = 16;
+constexpr std::int32_t kCoreCells = 3;
+constexpr std::int64_t kLeastBodyCells = 16;
 /// Bands of less than these widths may be slivers or speckle, cells.
-constexpr double sliverCells = 4.0;
-constexpr double speckleCells = 3.0;
-constexpr double mostExplained = 0.6;
-constexpr double leastCompact = 0.7;
-constexpr double roughestRagged = 0.25;
-constexpr double roughestCompact = 0.4;
+constexpr double kSliverCells = 4.0;
+constexpr double kSpeckleCells = 3.0;
+constexpr double kMostExplained = 0.6;
+constexpr double kLeastCompact = 0.7;
+constexpr double kRoughestRagged = 0.25;
+constexpr double kRoughestCompact = 0.4;
 using RunIterator = std::vector<Run>::const_iterator;
 
 struct RowRuns {
@@ -32,14 +32,16 @@ bool shareCore(RowRuns a, RowRuns b, RowRuns c) {
     while (a.begin != a.end && b.begin != b.end && c.begin != c.end) {
         const std::int32_t begin = std::max({a.begin->begin, b.begin->begin, c.begin->begin});
         const std::int32_t end = std::min({a.begin->end, b.begin->end, c.begin->end});
-        if (end - begin >= coreCells)
+        if (end - begin >= kCoreCells) {
             return true;
-        if (a.begin->end == end)
+        }
+        if (a.begin->end == end) {
             ++a.begin;
-        else if (b.begin->end == end)
+        } else if (b.begin->end == end) {
             ++b.begin;
-        else
+        } else {
             ++c.begin;
+        }
     }
     return false;
 }
@@ -53,20 +55,22 @@ bool isOneRow(const std::vector<Run>& runs) {
 }
 
 bool isSliver(const Traits& traits) {
-    return traits.widthCells < sliverCells && traits.explainedByShift > mostExplained;
+    return traits.widthCells < kSliverCells && traits.explainedByShift > kMostExplained;
 }
 
 /// A heap of a few cells is rough, but compact.
 bool isSpeckle(const Traits& traits) {
-    const bool ragged = traits.rectangularity < leastCompact;
-    return traits.widthCells < speckleCells && traits.roughness > (ragged ? roughestRagged : roughestCompact);
+    const bool ragged = traits.rectangularity < kLeastCompact;
+    return traits.widthCells < kSpeckleCells &&
+           traits.roughness > (ragged ? kRoughestRagged : kRoughestCompact);
 }
 
 double signedArea(const Ring& ring) {
     double twice = 0.0;
-    for (std::size_t i = 0, before = ring.size() - 1; i < ring.size(); before = i++)
+    for (std::size_t i = 0, before = ring.size() - 1; i < ring.size(); before = i++) {
         twice += (ring[before].x - ring[0].x) * (ring[i].y - ring[0].y) -
                  (ring[i].x - ring[0].x) * (ring[before].y - ring[0].y);
+    }
     return twice / 2.0;
 }
 
@@ -79,8 +83,9 @@ bool hasCore(const std::vector<Run>& runs) {
         const auto end =
             std::find_if(begin, runs.end(), [begin](const Run& run) { return run.row != begin->row; });
         const RowRuns row{begin->row, begin, end};
-        if (above.row + 2 == row.row && middle.row + 1 == row.row && shareCore(above, middle, row))
+        if (above.row + 2 == row.row && middle.row + 1 == row.row && shareCore(above, middle, row)) {
             return true;
+        }
         above = middle;
         middle = row;
         begin = end;
@@ -94,25 +99,31 @@ AnomalyBuilder::AnomalyBuilder(const Grid& grid, const Parameters& parameters,
       m_correlatedCells(std::max(1.0, coregistration.correlatedCells)), m_found(found) {}
 
 void AnomalyBuilder::consider(Component& component) {
-    if (!reachesLevelOfDetection(component.runs))
+    if (!reachesLevelOfDetection(component.runs)) {
         return;
+    }
     // What lies in one row was perhaps left out on the way; it does not count as turned away.
-    if (m_parameters.rules.core && isOneRow(component.runs))
+    if (m_parameters.rules.core && isOneRow(component.runs)) {
         return;
+    }
     component.putInRowOrder();
     std::vector<Component> bodies;
-    if (m_parameters.splitBodies)
+    if (m_parameters.splitBodies) {
         bodies = splitBodies(component, bodyLimits(component.runs.front().row));
-    if (bodies.empty())
+    }
+    if (bodies.empty()) {
         judge(component);
-    for (const Component& body : bodies)
+    }
+    for (const Component& body : bodies) {
         judge(body);
+    }
 }
 
 void AnomalyBuilder::judge(const Component& body) {
     const std::vector<Run>& runs = body.runs;
-    if (!reachesLevelOfDetection(runs))
+    if (!reachesLevelOfDetection(runs)) {
         return;
+    }
     if (m_parameters.rules.core && !hasCore(runs)) {
         ++m_rejections.core;
         return;
@@ -124,8 +135,9 @@ void AnomalyBuilder::judge(const Component& body) {
     }
     const Polygon cellOutline = traceOutline(runs);
     const Traits traits = measureTraits(body, cellOutline);
-    if (!passes(traits))
+    if (!passes(traits)) {
         return;
+    }
     measureUncertainty(runs, anomaly);
     outline(m_parameters.simplifyOutlines ? simplified(cellOutline) : cellOutline, anomaly);
     Suggestion suggestion = suggestClass(traits);
@@ -150,7 +162,7 @@ BodyLimits AnomalyBuilder::bodyLimits(std::int32_t row) const {
     const double cells = m_parameters.minAreaSquareMetres / m_grid.cellAreaSquareMetres(row);
     BodyLimits limits;
     limits.depthMetres = m_level.level();
-    limits.leastCells = std::max(leastBodyCells, static_cast<std::int64_t>(std::ceil(cells)));
+    limits.leastCells = std::max(kLeastBodyCells, static_cast<std::int64_t>(std::ceil(cells)));
     return limits;
 }
 
@@ -168,8 +180,8 @@ Anomaly AnomalyBuilder::measure(const std::vector<Run>& runs) const {
         const double cellArea = m_grid.cellAreaSquareMetres(run.row);
         anomaly.cells += run.cells();
         anomaly.areaSquareMetres += cellArea * run.cells();
-        const double raised = static_cast<double>(run.raised) * sumUnitMetres;
-        const double sunk = static_cast<double>(run.sunk) * sumUnitMetres;
+        const double raised = static_cast<double>(run.raised) * kSumUnitMetres;
+        const double sunk = static_cast<double>(run.sunk) * kSumUnitMetres;
         anomaly.fillCubicMetres += cellArea * raised;
         anomaly.cutCubicMetres -= cellArea * sunk;
         dzSum += raised + sunk;
@@ -194,7 +206,7 @@ void AnomalyBuilder::measureUncertainty(const std::vector<Run>& runs, Anomaly& a
     double strongest = 0.0;
     for (const Run& run : runs) {
         const double cellArea = m_grid.cellAreaSquareMetres(run.row);
-        const double ofRun = static_cast<double>(run.variance) * varianceUnitSquareMetres;
+        const double ofRun = static_cast<double>(run.variance) * kVarianceUnitSquareMetres;
         variance += ofRun;
         weighted += cellArea * cellArea * ofRun;
         strongest = std::max(strongest, static_cast<double>(run.strongest));
@@ -208,25 +220,29 @@ void AnomalyBuilder::measureUncertainty(const std::vector<Run>& runs, Anomaly& a
 
 void AnomalyBuilder::outline(const Polygon& cellOutline, Anomaly& anomaly) const {
     anomaly.outline = toMap(cellOutline.outer);
-    for (const Ring& hole : cellOutline.holes)
+    for (const Ring& hole : cellOutline.holes) {
         anomaly.holes.push_back(toMap(hole));
+    }
     if (signedArea(anomaly.outline) < 0.0) { // the grid is mirrored against the map
         std::reverse(anomaly.outline.begin(), anomaly.outline.end());
-        for (Ring& hole : anomaly.holes)
+        for (Ring& hole : anomaly.holes) {
             std::reverse(hole.begin(), hole.end());
+        }
     }
     const Point first = anomaly.outline.front();
     Box& box = anomaly.bounds = {first.x, first.y, first.x, first.y};
-    for (const Point& p : anomaly.outline)
+    for (const Point& p : anomaly.outline) {
         box = {std::min(box.xMin, p.x), std::min(box.yMin, p.y), std::max(box.xMax, p.x),
                std::max(box.yMax, p.y)};
+    }
 }
 
 Ring AnomalyBuilder::toMap(const Ring& cells) const {
     Ring ring;
     ring.reserve(cells.size());
-    for (const Point& corner : cells)
+    for (const Point& corner : cells) {
         ring.push_back(m_grid.cellToMap()(corner.x, corner.y));
+    }
     return ring;
 }
 

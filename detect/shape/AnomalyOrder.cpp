@@ -24,8 +24,9 @@ std::optional<Failure> AnomalyOrder::releaseAbove(std::int32_t row) {
     while (!m_waiting.empty() && m_waiting.begin()->first.row < row) {
         Anomaly anomaly = std::move(m_waiting.extract(m_waiting.begin()).mapped());
         anomaly.name = numbered(++m_released);
-        if (auto failure = m_receiver.take(std::move(anomaly)))
+        if (auto failure = m_receiver.take(std::move(anomaly))) {
             return failure;
+        }
     }
     return std::nullopt;
 }

@@ -14,13 +14,13 @@ namespace {
 
 using Cell = ComponentCells::Cell;
 
-constexpr float saddleShare = 0.5F;
+constexpr float kSaddleShare = 0.5F;
 
 /// Floods the surface from its peaks downwards.
 class Immersion {
 public:
     Immersion(const ComponentCells& cells, const BodyLimits& limits)
-        : m_cells(cells), m_limits(limits), m_peak(cells.count(), ComponentCells::none),
+        : m_cells(cells), m_limits(limits), m_peak(cells.count(), ComponentCells::kNone),
           m_count(cells.count(), 0) {}
 
     void run() {
@@ -31,8 +31,9 @@ public:
             const float q = m_cells.change(b);
             return p != q ? p > q : a < b;
         });
-        for (const Cell cell : order)
+        for (const Cell cell : order) {
             reach(cell);
+        }
     }
 
     /// The highest cell of the body that a cell belongs to.
@@ -48,17 +49,20 @@ private:
     void reach(Cell cell) {
         std::array<Cell, 4> bodies{};
         std::size_t met = 0;
-        Cell steepest = ComponentCells::none;
+        Cell steepest = ComponentCells::kNone;
         m_cells.forNeighbours(cell, [&](Cell neighbour) {
-            if (m_peak[neighbour] == ComponentCells::none)
+            if (m_peak[neighbour] == ComponentCells::kNone) {
                 return;
-            if (steepest == ComponentCells::none || m_cells.change(neighbour) > m_cells.change(steepest))
+            }
+            if (steepest == ComponentCells::kNone || m_cells.change(neighbour) > m_cells.change(steepest)) {
                 steepest = neighbour;
+            }
             const Cell body = uniteWithAny(peakOf(neighbour), bodies, met, m_cells.change(cell));
-            if (std::find(bodies.begin(), bodies.begin() + met, body) == bodies.begin() + met)
+            if (std::find(bodies.begin(), bodies.begin() + met, body) == bodies.begin() + met) {
                 bodies[met++] = body;
+            }
         });
-        m_peak[cell] = steepest == ComponentCells::none ? cell : peakOf(steepest);
+        m_peak[cell] = steepest == ComponentCells::kNone ? cell : peakOf(steepest);
         ++m_count[m_peak[cell]];
     }
 
@@ -78,15 +82,16 @@ private:
 
     bool areApart(Cell a, Cell b, float saddle) const {
         const float lower = std::min(m_cells.change(a), m_cells.change(b));
-        return lower - saddle >= std::max(m_limits.depthMetres, saddleShare * lower) &&
+        return lower - saddle >= std::max(m_limits.depthMetres, kSaddleShare * lower) &&
                m_count[a] >= m_limits.leastCells && m_count[b] >= m_limits.leastCells;
     }
 
     Cell unite(Cell a, Cell b) {
         const float p = m_cells.change(a);
         const float q = m_cells.change(b);
-        if (p < q || (p == q && a > b))
+        if (p < q || (p == q && a > b)) {
             std::swap(a, b);
+        }
         m_peak[b] = a;
         m_count[a] += m_count[b];
         return a;
@@ -129,8 +134,9 @@ public:
             for (std::int32_t column = run.begin; column < run.end; ++column) {
                 const bool lastOfBody =
                     column + 1 == run.end || bodyAt(run, column) != bodyAt(run, column + 1);
-                if (!lastOfBody)
+                if (!lastOfBody) {
                     continue;
+                }
                 const float* heights = m_whole.heights.data() + run.heights;
                 bodyOf(bodyAt(run, column))
                     .add(part(run, begin, column + 1, heights), heights + (begin - run.begin));
@@ -147,8 +153,9 @@ private:
 
     Component& bodyOf(Cell peak) {
         const auto [place, isNew] = m_places.try_emplace(peak, m_bodies.size());
-        if (isNew)
+        if (isNew) {
             m_bodies.emplace_back();
+        }
         return m_bodies[place->second];
     }
 
@@ -161,8 +168,9 @@ private:
 } // namespace
 
 std::vector<Component> splitBodies(const Component& component, const BodyLimits& limits) {
-    if (!component.isExamined() || component.cells < 2 * limits.leastCells)
+    if (!component.isExamined() || component.cells < 2 * limits.leastCells) {
         return {};
+    }
     const ComponentCells cells(component);
     Immersion immersion(cells, limits);
     immersion.run();

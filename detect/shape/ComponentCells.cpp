@@ -6,8 +6,8 @@ namespace detect {
 
 ComponentCells::ComponentCells(const Component& component)
     : m_component(component), m_sign(static_cast<float>(component.runs.front().sign)),
-      m_ends(component.heights.size(), 0), m_above(component.heights.size(), none),
-      m_below(component.heights.size(), none) {
+      m_ends(component.heights.size(), 0), m_above(component.heights.size(), kNone),
+      m_below(component.heights.size(), kNone) {
     const std::vector<Run>& runs = component.runs;
     std::size_t upper = 0;
     for (std::size_t lower = 0; lower < runs.size(); ++lower) {
@@ -15,10 +15,12 @@ ComponentCells::ComponentCells(const Component& component)
         m_ends[run.heights] |= First;
         m_ends[run.heights + static_cast<std::size_t>(run.cells()) - 1] |= Last;
         while (runs[upper].row + 1 < run.row ||
-               (runs[upper].row + 1 == run.row && runs[upper].end <= run.begin))
+               (runs[upper].row + 1 == run.row && runs[upper].end <= run.begin)) {
             ++upper;
-        for (std::size_t i = upper; runs[i].row + 1 == run.row && runs[i].begin < run.end; ++i)
+        }
+        for (std::size_t i = upper; runs[i].row + 1 == run.row && runs[i].begin < run.end; ++i) {
             link(runs[i], run);
+        }
     }
 }
 

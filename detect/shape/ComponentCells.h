@@ -11,7 +11,7 @@ namespace detect {
 class ComponentCells {
 public:
     using Cell = std::uint32_t;
-    static constexpr Cell none = 0xFFFFFFFFU;
+    static constexpr Cell kNone = 0xFFFFFFFFU;
 
     /// `component` is in row order, examined, and outlives this.
     explicit ComponentCells(const Component& component);
@@ -20,17 +20,19 @@ public:
     /// dZ in the direction of the change: positive where the ground rose in a fill or sank in a cut; metres.
     float change(Cell cell) const { return m_sign * m_component.heights[cell]; }
 
-    Cell left(Cell cell) const { return m_ends[cell] & First ? none : cell - 1; }
-    Cell right(Cell cell) const { return m_ends[cell] & Last ? none : cell + 1; }
+    Cell left(Cell cell) const { return m_ends[cell] & First ? kNone : cell - 1; }
+    Cell right(Cell cell) const { return m_ends[cell] & Last ? kNone : cell + 1; }
     Cell above(Cell cell) const { return m_above[cell]; }
     Cell below(Cell cell) const { return m_below[cell]; }
 
     /// Calls `visit` with each of the up to four neighbours.
     template<class Visit>
     void forNeighbours(Cell cell, const Visit& visit) const {
-        for (const Cell neighbour : {above(cell), left(cell), right(cell), below(cell)})
-            if (neighbour != none)
+        for (const Cell neighbour : {above(cell), left(cell), right(cell), below(cell)}) {
+            if (neighbour != kNone) {
                 visit(neighbour);
+            }
+        }
     }
     int neighbours(Cell cell) const;
 

@@ -52,7 +52,7 @@ public:
             if (i + 1 < m_meetings.size() && goesStraightOn(meeting, m_meetings[i + 1])) {
                 join(meeting, m_meetings[i + 1]);
                 ++i;
-            } else if (waiting == nullptr) {
+            } else if (!waiting) {
                 waiting = &meeting;
             } else {
                 join(*waiting, meeting);
@@ -73,10 +73,11 @@ private:
         return p.column == q.column && isRight(p.edge) == isRight(q.edge);
     }
     void join(const Meeting& p, const Meeting& q) {
-        if (p.ends)
+        if (p.ends) {
             m_next[p.edge] = q.edge;
-        else
+        } else {
             m_next[q.edge] = p.edge;
+        }
     }
 
     const std::vector<Run>& m_runs;
@@ -90,8 +91,9 @@ std::vector<Edge> linkEdges(const std::vector<Run>& runs) {
     std::size_t upper = 0;
     for (std::size_t lower = 0; lower < runs.size();) {
         std::size_t end = lower;
-        while (end < runs.size() && runs[end].row == runs[lower].row)
+        while (end < runs.size() && runs[end].row == runs[lower].row) {
             ++end;
+        }
         linker.link(upper, lower, end);
         upper = lower;
         lower = end;
@@ -107,8 +109,9 @@ Polygon traceOutline(const std::vector<Run>& runs) {
     std::vector<bool> walked(next.size(), false);
     Polygon polygon;
     for (Edge start = 0; start < next.size(); ++start) {
-        if (walked[start])
+        if (walked[start]) {
             continue;
+        }
         Ring ring;
         for (Edge edge = start; !walked[edge]; edge = next[edge]) {
             walked[edge] = true;
@@ -120,10 +123,11 @@ Polygon traceOutline(const std::vector<Run>& runs) {
                 ring.push_back({static_cast<double>(to), line});
             }
         }
-        if (start == 0)
+        if (start == 0) {
             polygon.outer = std::move(ring);
-        else
+        } else {
             polygon.holes.push_back(std::move(ring));
+        }
     }
     return polygon;
 }

@@ -8,9 +8,9 @@ namespace detect {
 
 namespace {
 
-constexpr double toleranceCells = 0.5;
+constexpr double kToleranceCells = 0.5;
 /// A corner between edges of at least this length is one of the object, not of a cell.
-constexpr double wallCells = 3.0;
+constexpr double kWallCells = 3.0;
 
 double length(const Point& a, const Point& b) {
     return std::abs(a.x - b.x) + std::abs(a.y - b.y); // cell edges run along the axes
@@ -30,7 +30,7 @@ public:
     }
     /// Length of the edge that begins at a corner.
     double edge(std::size_t i, int offset = 0) const { return length(at(i, offset), at(i, offset + 1)); }
-    bool isOfAWall(std::size_t i) const { return edge(i, -1) >= wallCells && edge(i) >= wallCells; }
+    bool isOfAWall(std::size_t i) const { return edge(i, -1) >= kWallCells && edge(i) >= kWallCells; }
     /// The edge is a tread of even stairs: one cell up before it, one cell up after it.
     bool isTread(std::size_t i) const {
         const double before = turn(at(i, -1), at(i, 0), at(i, 1));
@@ -48,8 +48,9 @@ Ring throughMiddles(const Ring& ring) {
     for (std::size_t i = 0; i < ring.size(); ++i) {
         const Point& from = corners.at(i, 0);
         const Point& to = corners.at(i, 1);
-        if (corners.isOfAWall(i))
+        if (corners.isOfAWall(i)) {
             middles.push_back(from);
+        }
         const double edge = corners.edge(i);
         const auto place = [&](double cells) {
             middles.push_back(
@@ -73,14 +74,16 @@ bool isUprightRectangle(const Polygon& outline) {
 } // namespace
 
 Polygon simplified(const Polygon& cellOutline) {
-    if (isUprightRectangle(cellOutline))
+    if (isUprightRectangle(cellOutline)) {
         return cellOutline;
+    }
     Polygon smooth;
     smooth.outer = throughMiddles(cellOutline.outer);
-    for (const Ring& hole : cellOutline.holes)
+    for (const Ring& hole : cellOutline.holes) {
         smooth.holes.push_back(throughMiddles(hole));
+    }
     const std::unique_ptr<OGRGeometry> simple(
-        geometryOf(smooth.outer, smooth.holes)->SimplifyPreserveTopology(toleranceCells));
+        geometryOf(smooth.outer, smooth.holes)->SimplifyPreserveTopology(kToleranceCells));
     const bool usable = simple && wkbFlatten(simple->getGeometryType()) == wkbPolygon && !simple->IsEmpty();
     return usable ? polygonOf(*simple->toPolygon()) : smooth;
 }

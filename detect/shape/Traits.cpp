@@ -12,8 +12,8 @@ namespace {
 
 using Cell = ComponentCells::Cell;
 
-constexpr double peakShare = 0.95;
-constexpr double flatTop = 0.85;
+constexpr double kPeakShare = 0.95;
+constexpr double kFlatTop = 0.85;
 
 double cross(const Point& o, const Point& a, const Point& b) {
     return (a.x - o.x) * (b.y - o.y) - (a.y - o.y) * (b.x - o.x);
@@ -27,8 +27,9 @@ Ring convexHull(Ring points) {
     for (int chain = 0; chain < 2; ++chain) {
         const std::size_t start = hull.size();
         for (const Point& p : points) {
-            while (hull.size() >= start + 2 && cross(hull[hull.size() - 2], hull.back(), p) <= 0.0)
+            while (hull.size() >= start + 2 && cross(hull[hull.size() - 2], hull.back(), p) <= 0.0) {
                 hull.pop_back();
+            }
             hull.push_back(p);
         }
         hull.pop_back();
@@ -40,19 +41,22 @@ Ring convexHull(Ring points) {
 double rimCells(const Polygon& outline) {
     double length = 0.0;
     const auto add = [&length](const Ring& ring) {
-        for (std::size_t i = 0, before = ring.size() - 1; i < ring.size(); before = i++)
+        for (std::size_t i = 0, before = ring.size() - 1; i < ring.size(); before = i++) {
             length += std::abs(ring[i].x - ring[before].x) + std::abs(ring[i].y - ring[before].y);
+        }
     };
     add(outline.outer);
-    for (const Ring& hole : outline.holes)
+    for (const Ring& hole : outline.holes) {
         add(hole);
+    }
     return length;
 }
 
 float peakOf(std::vector<float> heights) {
-    for (float& height : heights)
+    for (float& height : heights) {
         height = std::abs(height);
-    const auto place = static_cast<std::ptrdiff_t>(peakShare * static_cast<double>(heights.size() - 1));
+    }
+    const auto place = static_cast<std::ptrdiff_t>(kPeakShare * static_cast<double>(heights.size() - 1));
     std::nth_element(heights.begin(), heights.begin() + place, heights.end());
     return heights[static_cast<std::size_t>(place)];
 }
@@ -70,8 +74,9 @@ struct Mean {
 
 /// From the line between two opposite neighbours, when both are there.
 void addDeparture(const ComponentCells& cells, double change, Cell before, Cell after, Mean& departure) {
-    if (before == ComponentCells::none || after == ComponentCells::none)
+    if (before == ComponentCells::kNone || after == ComponentCells::kNone) {
         return;
+    }
     const auto line = static_cast<double>(cells.change(before) + cells.change(after)) / 2.0;
     departure.add(std::abs(change - line));
 }
@@ -83,22 +88,26 @@ void measureSurface(const ComponentCells& cells, Traits& traits) {
     Mean departure;
     for (Cell cell = 0; cell < cells.count(); ++cell) {
         const auto change = static_cast<double>(cells.change(cell));
-        flat += change >= flatTop * traits.peakMetres ? 1.0 : 0.0;
+        flat += change >= kFlatTop * traits.peakMetres ? 1.0 : 0.0;
         addDeparture(cells, change, cells.left(cell), cells.right(cell), departure);
         addDeparture(cells, change, cells.above(cell), cells.below(cell), departure);
-        if (cells.neighbours(cell) < 4)
+        if (cells.neighbours(cell) < 4) {
             continue;
+        }
         bool besideRim = false;
         cells.forNeighbours(
             cell, [&](Cell neighbour) { besideRim = besideRim || cells.neighbours(neighbour) < 4; });
-        if (besideRim)
+        if (besideRim) {
             inner.add(change);
+        }
     }
     traits.flatShare = flat / cells.count();
-    if (inner.count > 0.0)
+    if (inner.count > 0.0) {
         traits.edgeSteepness = inner.value() / traits.peakMetres;
-    if (departure.count > 0.0)
+    }
+    if (departure.count > 0.0) {
         traits.roughness = departure.value() / traits.meanMetres;
+    }
 }
 
 } // namespace
@@ -132,7 +141,7 @@ Traits measureTraits(const Component& component, const Polygon& cellOutline) {
     double sum = 0.0;
     double explained = 0.0;
     for (const Run& run : component.runs) {
-        sum += static_cast<double>(run.raised + run.sunk) * sumUnitMetres;
+        sum += static_cast<double>(run.raised + run.sunk) * kSumUnitMetres;
         explained += run.explainedByShift;
         traits.peakMetres =
             std::max(traits.peakMetres, static_cast<double>(std::max(run.highest, -run.lowest)));

@@ -35,10 +35,11 @@ QJsonObject readSummary(const QString& folder) {
 QStringList filesBelow(const QString& folder, const QString& pattern) {
     QStringList found;
     for (const QFileInfo& entry : QDir(folder).entryInfoList(QDir::AllEntries | QDir::NoDotAndDotDot)) {
-        if (entry.isDir())
+        if (entry.isDir()) {
             found += filesBelow(entry.filePath(), pattern);
-        else if (QDir::match(pattern, entry.fileName()))
+        } else if (QDir::match(pattern, entry.fileName())) {
             found << entry.filePath();
+        }
     }
     return found;
 }

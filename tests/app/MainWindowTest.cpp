@@ -34,11 +34,13 @@ public:
     MessageReader() {
         QObject::connect(&m_timer, &QTimer::timeout, [this] {
             auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
-            if (!dialog)
+            if (!dialog) {
                 return;
+            }
             QStringList texts;
-            for (const QLabel* label : dialog->findChildren<QLabel*>())
+            for (const QLabel* label : dialog->findChildren<QLabel*>()) {
                 texts << label->text();
+            }
             messages << texts.join(' ');
             QTest::keyClick(dialog, Qt::Key_Escape);
         });
@@ -76,11 +78,13 @@ protected:
         osgEarth::MapNode* mapNode = m_window.globe().getMapNode();
         for (unsigned child = 0; child < mapNode->getNumChildren(); ++child) {
             osg::Group* group = mapNode->getChild(child)->asGroup();
-            if (!group || group->getName() != "diffImageOverlay")
+            if (!group || group->getName() != "diffImageOverlay") {
                 continue;
+            }
             for (unsigned overlay = 0; overlay < group->getNumChildren(); ++overlay) {
-                if (dynamic_cast<osgEarth::Annotation::ImageOverlay*>(group->getChild(overlay)))
+                if (dynamic_cast<osgEarth::Annotation::ImageOverlay*>(group->getChild(overlay))) {
                     ++count;
+                }
             }
         }
         return count;

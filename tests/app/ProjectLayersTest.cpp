@@ -26,8 +26,9 @@ protected:
         m_map.mapNode()->getMap()->getLayers(layers);
         std::vector<bool> shown;
         for (const auto& layer : layers) {
-            if (layer->getName().rfind("orthophoto", 0) == 0)
+            if (layer->getName().rfind("orthophoto", 0) == 0) {
                 shown.push_back(layer->getVisible());
+            }
         }
         return shown;
     }

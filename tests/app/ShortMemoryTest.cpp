@@ -48,7 +48,7 @@ TEST(ShortMemory, AToolThatCannotBeBuiltLeavesItsNameWithoutAHandlerAndAllOthers
     ASSERT_EQ(handlers.names().size(), 11U);
     EXPECT_EQ(handlers.names().at(3), refused);
     for (const std::string& name : handlers.names()) {
-        EXPECT_EQ(handlers.find(name) == nullptr, name == refused) << name;
+        EXPECT_EQ(!handlers.find(name), name == refused) << name;
     }
     EXPECT_FALSE(osgCmd(refused.c_str()));
     EXPECT_EQ(zeo::EngineContext::instance().commands().size(), 10U);

@@ -74,7 +74,7 @@ std::vector<QVariantMap> ImportFixture::stored(const QString& sql) const {
         << sqlite3_errmsg(opened);
     const std::unique_ptr<sqlite3_stmt, decltype(&sqlite3_finalize)> statement(prepared, sqlite3_finalize);
     std::vector<QVariantMap> rows;
-    while (prepared != nullptr && sqlite3_step(prepared) == SQLITE_ROW) {
+    while (prepared && sqlite3_step(prepared) == SQLITE_ROW) {
         rows.push_back(rowOf(*prepared));
     }
     return rows;

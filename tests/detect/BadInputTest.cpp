@@ -132,8 +132,9 @@ TEST_F(BadInput, TruncatedRasterFailsWhereverTheDataEnd) {
             SCOPED_TRACE(std::to_string(compressed) + " " + std::to_string(share));
             RasterPlan plan;
             plan.columns = plan.rows = 1200; // more than the co-registration looks at
-            if (compressed)
+            if (compressed) {
                 plan.creationOptions = {"COMPRESS=DEFLATE", "TILED=YES"};
+            }
             Random random(1);
             const auto rough = [&](const Point& p) { return slope(p) + 0.01 * random(); };
             writeRaster(m_request.oldRaster, plan, rough);

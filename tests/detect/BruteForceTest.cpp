@@ -23,11 +23,13 @@ public:
               const Parameters& parameters)
         : m_columns(columns), m_rows(static_cast<int>(oldHeights.size()) / columns),
           m_parameters(parameters) {
-        for (std::size_t i = 0; i < oldHeights.size(); ++i)
+        for (std::size_t i = 0; i < oldHeights.size(); ++i) {
             m_dz.push_back(newHeights[i] - oldHeights[i]);
+        }
         const auto grow = static_cast<float>(parameters.thresholdMetres * parameters.growRatio);
-        for (const float dz : m_dz)
+        for (const float dz : m_dz) {
             m_measured.push_back(dz >= grow ? 1 : dz <= -grow ? -1 : 0);
+        }
     }
 
     float dz(int cell) const { return m_dz[static_cast<std::size_t>(cell)]; }
@@ -36,11 +38,13 @@ public:
         std::vector<int> members = filled();
         std::vector<Component> found;
         for (int cell = 0; cell < m_columns * m_rows; ++cell) {
-            if (members[static_cast<std::size_t>(cell)] == 0)
+            if (members[static_cast<std::size_t>(cell)] == 0) {
                 continue;
+            }
             Component component = flood(members, cell);
-            if (accepted(component, cellArea))
+            if (accepted(component, cellArea)) {
                 found.push_back(std::move(component));
+            }
         }
         return found;
     }
@@ -60,8 +64,9 @@ private:
                 if (sign(m_measured, row, column) == 0 && !std::isnan(dz(cell)) && around != 0 &&
                     around == sign(m_measured, row, column + 1) &&
                     around == sign(m_measured, row - 1, column) &&
-                    around == sign(m_measured, row + 1, column))
+                    around == sign(m_measured, row + 1, column)) {
                     members[static_cast<std::size_t>(cell)] = around;
+                }
             }
         }
         return members;
@@ -74,8 +79,9 @@ private:
         while (!open.empty()) {
             const auto [row, column] = open.back();
             open.pop_back();
-            if (sign(members, row, column) != component.sign)
+            if (sign(members, row, column) != component.sign) {
                 continue;
+            }
             members[static_cast<std::size_t>(row * m_columns + column)] = 0;
             component.cells.push_back(row * m_columns + column);
             open.insert(open.end(),
@@ -95,8 +101,9 @@ private:
             const float height = component.sign > 0 ? dz(cell) : -dz(cell);
             strong = strong || height >= static_cast<float>(m_parameters.thresholdMetres);
             bool whole = cell % m_columns + 2 < m_columns;
-            for (int k = 0; k < 9; ++k)
+            for (int k = 0; k < 9; ++k) {
                 whole = whole && has(cell + k / 3 * m_columns + k % 3);
+            }
             core = core || whole;
         }
         return strong && core &&
@@ -150,8 +157,9 @@ TEST(BruteForce, RandomRastersGiveTheReferenceWhateverBlocksAndThreads) {
         RasterPlan plan;
         plan.columns = 20 + static_cast<int>(random() * 50);
         plan.rows = 15 + static_cast<int>(random() * 60);
-        if (seed % 3 == 0)
+        if (seed % 3 == 0) {
             plan.creationOptions = {"TILED=YES", "BLOCKXSIZE=16", "BLOCKYSIZE=16", "COMPRESS=DEFLATE"};
+        }
         const double roughness = 0.2 + 1.6 * random();
         const std::vector<float> oldHeights = randomHeights(random, plan.columns, plan.rows, roughness);
         const std::vector<float> newHeights = randomHeights(random, plan.columns, plan.rows, roughness);
@@ -178,8 +186,9 @@ TEST(BruteForce, RandomRastersGiveTheReferenceWhateverBlocksAndThreads) {
             request.parameters.threads = 1 + static_cast<int>((i + seed) % 4);
             const Result found = detectOrFail(request);
             ASSERT_EQ(found.anomalies.size(), expected.size());
-            for (std::size_t k = 0; k < expected.size(); ++k)
+            for (std::size_t k = 0; k < expected.size(); ++k) {
                 expectSame(found.anomalies[k], expected[k], reference, plan);
+            }
             compared += expected.size();
         }
     }

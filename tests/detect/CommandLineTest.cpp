@@ -76,8 +76,9 @@ TEST_F(CommandLine, WritesResultDifferencesAndSummary) {
     EXPECT_NEAR(coregistration.GetDouble("dz_m"), -0.4, 0.01);
     for (const char* field :
          {"dx_m", "dy_m", "dx_cells", "dy_cells", "iterations", "nmad_before_m", "nmad_after_m",
-          "stable_share", "sigma_m", "sigma_slope_m", "tilt_east", "tilt_north"})
+          "stable_share", "sigma_m", "sigma_slope_m", "tilt_east", "tilt_north"}) {
         EXPECT_TRUE(coregistration.GetObj(field).IsValid()) << field;
+    }
     EXPECT_FALSE(coregistration.GetObj("refusal").IsValid());
     EXPECT_EQ(readRaster(m_folder.file("dz.tif")).size(), 360000U);
 }
@@ -232,16 +233,18 @@ TEST_F(CommandLine, FailureIsStatusOneAndOneLine) {
 TEST_F(CommandLine, FullDiskKeepsEarlierResultsAndLeavesNothingBehind) {
     const std::vector<std::string> outputs = {"result.geojson", "result.gpkg", "result.shp", "result.tif",
                                               "summary.json"};
-    for (const std::string& name : outputs)
+    for (const std::string& name : outputs) {
         std::ofstream(m_folder.file(name)) << "an earlier result";
+    }
     const std::vector<std::string> before = m_folder.names();
     ProgramSetting full;
     const auto expectUntouched = [&](const ProgramRun& run, const std::string& named) {
         EXPECT_EQ(run.status, 1);
         expectOneLine(run, named);
         EXPECT_EQ(m_folder.names(), before);
-        for (const std::string& name : outputs)
+        for (const std::string& name : outputs) {
             EXPECT_EQ(contentOf(m_folder.file(name)), "an earlier result") << name;
+        }
     };
     for (const unsigned long bytes : {0UL, 5000UL, 50000UL, 200000UL}) {
         SCOPED_TRACE(bytes);
@@ -253,8 +256,9 @@ TEST_F(CommandLine, FullDiskKeepsEarlierResultsAndLeavesNothingBehind) {
     for (const unsigned long bytes : {0UL, 60UL}) {
         SCOPED_TRACE(bytes);
         full.largestFileBytes = bytes;
-        for (const char* name : {"result.geojson", "result.gpkg", "result.shp"})
+        for (const char* name : {"result.geojson", "result.gpkg", "result.shp"}) {
             expectUntouched(runCorridor(arguments(name, {"--quiet"}), full), name);
+        }
     }
     full.largestFileBytes = 20000;
     expectUntouched(runCorridor(arguments("result.gpkg", {"--quiet"}), full), "result.gpkg");

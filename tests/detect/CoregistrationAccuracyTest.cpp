@@ -11,8 +11,8 @@
 namespace detect::test {
 namespace {
 
-constexpr double hundredthCell = 0.01;
-constexpr double surveyNoiseMetres = 0.05;
+constexpr double kHundredthCell = 0.01;
+constexpr double kSurveyNoiseMetres = 0.05;
 
 MisregisteredPair hillPair() {
     MisregisteredPair pair;
@@ -36,7 +36,7 @@ void expectShift(const Coregistration& found, const Misregistration& truth, cons
 }
 
 void expectTruth(const MisregisteredPair& pair, const Point& cellMetres = {0.5, 0.5},
-                 double toleranceCells = hundredthCell) {
+                 double toleranceCells = kHundredthCell) {
     SCOPED_TRACE("seed " + std::to_string(pair.truth.seed));
     const Coregistration found = estimateOrFail(pair.write());
     expectShift(found, pair.truth, cellMetres, toleranceCells);
@@ -47,7 +47,7 @@ void expectTruth(const MisregisteredPair& pair, const Point& cellMetres = {0.5, 
 
 /// With and without noise.
 void expectTruthBothWays(MisregisteredPair pair, const Point& cellMetres = {0.5, 0.5}) {
-    for (const double noise : {0.0, surveyNoiseMetres}) {
+    for (const double noise : {0.0, kSurveyNoiseMetres}) {
         SCOPED_TRACE("noise " + std::to_string(noise));
         pair.truth.noiseMetres = noise;
         expectTruth(pair, cellMetres);
@@ -83,8 +83,8 @@ TEST(CoregistrationAccuracy, SubCellShiftAndBias) {
     pair.truth = {0.17, -0.21, 0.35};
     expectTruthBothWays(pair);
     const Coregistration found = estimateOrFail(pair.write());
-    EXPECT_NEAR(found.dxCells, 0.34, hundredthCell);
-    EXPECT_NEAR(found.dyCells, -0.42, hundredthCell);
+    EXPECT_NEAR(found.dxCells, 0.34, kHundredthCell);
+    EXPECT_NEAR(found.dyCells, -0.42, kHundredthCell);
     EXPECT_LT(found.nmadAfterMetres, 0.1 * found.nmadBeforeMetres);
 }
 
@@ -109,7 +109,7 @@ TEST(CoregistrationAccuracy, RandomMisregistrations) {
         MisregisteredPair pair = hillPair();
         Random random(100 + seed);
         const auto between = [&](double most) { return most * (2.0 * random() - 1.0); };
-        pair.truth = {between(6.0), between(6.0), between(3.0), 0.0, 0.0, surveyNoiseMetres, seed};
+        pair.truth = {between(6.0), between(6.0), between(3.0), 0.0, 0.0, kSurveyNoiseMetres, seed};
         SCOPED_TRACE("dx " + std::to_string(pair.truth.dxMetres) + " dy " +
                      std::to_string(pair.truth.dyMetres));
         expectTruth(pair);
@@ -134,7 +134,7 @@ TEST(CoregistrationAccuracy, GentleHillsInNoise) {
         pair.ground = [](const Point& p) {
             return 300.0 + std::sin(p.x * 2.0 * M_PI / 50.0) * std::cos(p.y * 2.0 * M_PI / 50.0);
         };
-        pair.truth = {0.37, -0.21, 0.35, 0.0, 0.0, surveyNoiseMetres, seed};
+        pair.truth = {0.37, -0.21, 0.35, 0.0, 0.0, kSurveyNoiseMetres, seed};
         expectTruth(pair, {0.5, 0.5}, 0.03);
     }
 }
@@ -145,7 +145,7 @@ TEST(CoregistrationAccuracy, GentleHillsInNoiseSeveralCellsAway) {
     pair.ground = [](const Point& p) {
         return 300.0 + std::sin(p.x * 2.0 * M_PI / 50.0) * std::cos(p.y * 2.0 * M_PI / 50.0);
     };
-    pair.truth = {2.37, -1.81, 0.35, 0.0, 0.0, surveyNoiseMetres, 7};
+    pair.truth = {2.37, -1.81, 0.35, 0.0, 0.0, kSurveyNoiseMetres, 7};
     expectTruth(pair, {0.5, 0.5}, 0.03);
 }
 
@@ -165,7 +165,7 @@ TEST(CoregistrationAccuracy, LargeTiltWithAShiftOfManyCells) {
 
 TEST(CoregistrationAccuracy, TiltWithoutAShift) {
     MisregisteredPair pair = hillPair();
-    pair.truth = {0.0, 0.0, 0.35, 1e-3, -2e-3, surveyNoiseMetres, 3};
+    pair.truth = {0.0, 0.0, 0.35, 1e-3, -2e-3, kSurveyNoiseMetres, 3};
     expectTruth(pair);
 }
 

@@ -9,7 +9,7 @@
 namespace detect::test {
 namespace {
 
-constexpr double surveyNoiseMetres = 0.05;
+constexpr double kSurveyNoiseMetres = 0.05;
 
 MisregisteredPair pairOf(const Surface& ground, double noiseMetres, std::uint64_t seed = 1) {
     MisregisteredPair pair;
@@ -38,7 +38,7 @@ double evenSlope(const Point& p) {
 }
 
 TEST(CoregistrationRefusal, FlatGround) {
-    for (const double noise : {0.0, 0.01, surveyNoiseMetres, 0.3}) {
+    for (const double noise : {0.0, 0.01, kSurveyNoiseMetres, 0.3}) {
         for (std::uint64_t seed = 1; seed <= 6; ++seed) {
             SCOPED_TRACE("noise " + std::to_string(noise) + " seed " + std::to_string(seed));
             const Coregistration found = estimateOrFail(pairOf(flat, noise, seed).write());
@@ -56,20 +56,22 @@ TEST(CoregistrationRefusal, FlatGroundWithSmoothNoise) {
         const Request request = pair.write();
         Random random(seed);
         for (const std::string& path : {request.oldRaster, request.newRaster}) {
-            constexpr int side = 5;
+            constexpr int kSide = 5;
             const int columns = pair.oldPlan.columns;
             const int rows = pair.oldPlan.rows;
-            std::vector<double> white(static_cast<std::size_t>((columns + side) * (rows + side)));
-            for (double& value : white)
+            std::vector<double> white(static_cast<std::size_t>((columns + kSide) * (rows + kSide)));
+            for (double& value : white) {
                 value = normal(random);
+            }
             std::vector<float> heights;
             for (int row = 0; row < rows; ++row) {
                 for (int column = 0; column < columns; ++column) {
                     double sum = 0.0;
-                    for (int i = 0; i < side * side; ++i)
-                        sum += white[static_cast<std::size_t>((row + i / side) * (columns + side) + column +
-                                                              i % side)];
-                    heights.push_back(static_cast<float>(12.0 + surveyNoiseMetres * sum / side));
+                    for (int i = 0; i < kSide * kSide; ++i) {
+                        sum += white[static_cast<std::size_t>((row + i / kSide) * (columns + kSide) + column +
+                                                              i % kSide)];
+                    }
+                    heights.push_back(static_cast<float>(12.0 + kSurveyNoiseMetres * sum / kSide));
                 }
             }
             writeRaster(path, pair.oldPlan, heights);
@@ -79,7 +81,7 @@ TEST(CoregistrationRefusal, FlatGroundWithSmoothNoise) {
 }
 
 TEST(CoregistrationRefusal, EvenSlope) {
-    for (const double noise : {0.0, surveyNoiseMetres}) {
+    for (const double noise : {0.0, kSurveyNoiseMetres}) {
         SCOPED_TRACE("noise " + std::to_string(noise));
         expectRefusal(estimateOrFail(pairOf(evenSlope, noise).write()), "坡向单一");
     }
@@ -87,14 +89,14 @@ TEST(CoregistrationRefusal, EvenSlope) {
 
 TEST(CoregistrationRefusal, ReliefInOneDirectionOnly) {
     const Surface dunes = [](const Point& p) { return 300.0 + 3.0 * std::sin(p.x / 20.0); };
-    for (const double noise : {0.0, surveyNoiseMetres}) {
+    for (const double noise : {0.0, kSurveyNoiseMetres}) {
         SCOPED_TRACE("noise " + std::to_string(noise));
         expectRefusal(estimateOrFail(pairOf(dunes, noise).write()), "坡向单一");
     }
 }
 
 TEST(CoregistrationRefusal, ChangesOnFlatGroundAreNoRelief) {
-    MisregisteredPair pair = pairOf(flat, surveyNoiseMetres);
+    MisregisteredPair pair = pairOf(flat, kSurveyNoiseMetres);
     pair.change = [](const Point& p) {
         return std::max(0.0, 8.0 * std::sin(p.x / 9.0) * std::cos(p.y / 7.0) - 3.0);
     };
@@ -102,7 +104,7 @@ TEST(CoregistrationRefusal, ChangesOnFlatGroundAreNoRelief) {
 }
 
 TEST(CoregistrationRefusal, TiltIsLevelledAllTheSame) {
-    MisregisteredPair pair = pairOf(flat, surveyNoiseMetres);
+    MisregisteredPair pair = pairOf(flat, kSurveyNoiseMetres);
     pair.truth.tiltEast = 1e-3;
     pair.truth.tiltNorth = -5e-4;
     const Coregistration found = estimateOrFail(pair.write());
@@ -125,7 +127,7 @@ TEST(CoregistrationRefusal, ShiftBeyondTheSearchRange) {
         [](const Point& p) {
             return 300.0 + 30.0 * std::sin((p.x - 500000.0) / 90.0) * std::cos((p.y - 3400000.0) / 80.0);
         },
-        surveyNoiseMetres);
+        kSurveyNoiseMetres);
     pair.truth.dxMetres = 40.0; // 80 cells
     expectRefusal(estimateOrFail(pair.write()), "搜索范围");
 }
@@ -158,7 +160,7 @@ TEST(CoregistrationRefusal, WeakReliefIsRefusedOrTellsTheShift) {
                 return 300.0 + amplitudeMetres * std::sin(p.x * 2.0 * M_PI / 50.0) *
                                    std::cos(p.y * 2.0 * M_PI / 50.0);
             };
-            const MisregisteredPair pair = pairOf(waves, surveyNoiseMetres, seed);
+            const MisregisteredPair pair = pairOf(waves, kSurveyNoiseMetres, seed);
             const Coregistration found = estimateOrFail(pair.write());
             if (!found.refusal.empty()) {
                 ++refused;
@@ -176,7 +178,7 @@ TEST(CoregistrationRefusal, WeakReliefIsRefusedOrTellsTheShift) {
 }
 
 TEST(CoregistrationRefusal, NoShiftNeededIsNone) {
-    MisregisteredPair pair = pairOf(hills, surveyNoiseMetres);
+    MisregisteredPair pair = pairOf(hills, kSurveyNoiseMetres);
     pair.truth.dxMetres = pair.truth.dyMetres = 0.0;
     const Coregistration found = estimateOrFail(pair.write());
     EXPECT_EQ(found.refusal, "");
@@ -186,7 +188,7 @@ TEST(CoregistrationRefusal, NoShiftNeededIsNone) {
 }
 
 TEST(CoregistrationRefusal, OnlyFullRefuses) {
-    Request request = pairOf(flat, surveyNoiseMetres).write();
+    Request request = pairOf(flat, kSurveyNoiseMetres).write();
     for (const auto method : {CoregistrationMethod::None, CoregistrationMethod::Bias}) {
         request.parameters.coregistration = method;
         EXPECT_EQ(estimateOrFail(request).refusal, "");

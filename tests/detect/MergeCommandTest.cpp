@@ -41,8 +41,9 @@ protected:
     }
     ProgramRun merge(const std::vector<std::string>& pieces, const std::string& out) const {
         std::vector<std::string> arguments{"merge"};
-        for (const std::string& piece : pieces)
+        for (const std::string& piece : pieces) {
             arguments.push_back(m_folder.file(piece));
+        }
         arguments.insert(arguments.end(), {"--out", m_folder.file(out)});
         return runCorridor(arguments);
     }
@@ -142,8 +143,9 @@ TEST_F(MergeCommand, PieceFilesKeepEveryFigureToTheLastBit) {
     EXPECT_GT(piece.anomalies.size(), 3U);
     PieceFile file(m_folder.file("piece.gpkg"));
     ASSERT_FALSE(file.begin(piece.frame.srsWkt));
-    for (const Anomaly& anomaly : piece.anomalies)
+    for (const Anomaly& anomaly : piece.anomalies) {
         ASSERT_FALSE(file.take(anomaly));
+    }
     ASSERT_FALSE(file.commit(piece));
     const auto again = readPieceSeams(m_folder.file("piece.gpkg"));
     ASSERT_TRUE(std::holds_alternative<Piece>(again));

@@ -60,8 +60,9 @@ double hills(const Point& map) {
 
 double normal(Random& random) {
     double sum = -6.0;
-    for (int i = 0; i < 12; ++i)
+    for (int i = 0; i < 12; ++i) {
         sum += random();
+    }
     return sum;
 }
 

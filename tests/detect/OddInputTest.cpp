@@ -13,18 +13,18 @@
 namespace detect::test {
 namespace {
 
-constexpr double west = 500000.0;
-constexpr double north = 3400000.0;
-constexpr CoregistrationMethod methods[] = {CoregistrationMethod::None, CoregistrationMethod::Bias,
-                                            CoregistrationMethod::Full};
+constexpr double kWest = 500000.0;
+constexpr double kNorth = 3400000.0;
+constexpr CoregistrationMethod kMethods[] = {CoregistrationMethod::None, CoregistrationMethod::Bias,
+                                             CoregistrationMethod::Full};
 
 double rolling(const Point& p) {
-    return 100.0 + 3.0 * std::sin((p.x - west) / 9.0) + 2.0 * std::cos((p.y - north) / 7.0);
+    return 100.0 + 3.0 * std::sin((p.x - kWest) / 9.0) + 2.0 * std::cos((p.y - kNorth) / 7.0);
 }
 
 bool inside(const Point& p, double left, double top, double right, double bottom) {
-    const double x = p.x - west;
-    const double y = north - p.y;
+    const double x = p.x - kWest;
+    const double y = kNorth - p.y;
     return x > left && x < right && y > top && y < bottom;
 }
 
@@ -66,7 +66,7 @@ TEST_F(OddInput, NanInfinityAndUndeclaredFillsAreHoles) {
     }
     writeRaster(m_request.oldRaster, plan, oldHeights);
     writeRaster(m_request.newRaster, plan, newHeights);
-    for (const auto method : methods) {
+    for (const auto method : kMethods) {
         m_request.parameters.coregistration = method;
         const Result result = detectOrFail(m_request);
         EXPECT_TRUE(result.anomalies.empty());
@@ -80,18 +80,18 @@ TEST_F(OddInput, OverlapOfOneColumnOrOneCellIsCompared) {
     RasterPlan beside = plan;
     beside.toMap[0] += 99 * 0.5;
     writeRaster(m_request.newRaster, beside, rolling);
-    for (const auto method : methods) {
+    for (const auto method : kMethods) {
         m_request.parameters.coregistration = method;
         EXPECT_EQ(detectOrFail(m_request).cells, 100);
     }
     beside.toMap[3] -= 99 * 0.5;
     writeRaster(m_request.newRaster, beside, rolling);
-    for (const auto method : methods) {
+    for (const auto method : kMethods) {
         m_request.parameters.coregistration = method;
         EXPECT_EQ(detectOrFail(m_request).cells, 1);
     }
     // And a grid of its own, of which little more than one old cell is covered.
-    beside.toMap = {west + 20.1, 0.3, 0.0, north - 20.1, 0.0, -0.3};
+    beside.toMap = {kWest + 20.1, 0.3, 0.0, kNorth - 20.1, 0.0, -0.3};
     beside.columns = beside.rows = 4;
     writeRaster(m_request.newRaster, beside, rolling);
     const Result result = detectOrFail(m_request);
@@ -106,10 +106,10 @@ TEST_F(OddInput, OneRowAndOneColumn) {
         plan.rows = lying ? 1 : 200;
         writeRaster(m_request.oldRaster, plan, rolling);
         writeRaster(m_request.newRaster, plan, [lying](const Point& p) {
-            const double along = lying ? p.x - west : north - p.y;
+            const double along = lying ? p.x - kWest : kNorth - p.y;
             return rolling(p) + (along > 30 && along < 50 ? 2.0 : 0.0);
         });
-        for (const auto method : methods) {
+        for (const auto method : kMethods) {
             m_request.parameters.coregistration = method;
             m_request.parameters.rules = Rules();
             const Result result = detectOrFail(m_request);
@@ -131,11 +131,14 @@ TEST_F(OddInput, HundredThousandTinyAnomaliesAreAllFoundAndWritten) {
     std::vector<float> flat(static_cast<std::size_t>(plan.columns) * static_cast<std::size_t>(plan.rows),
                             7.0F);
     writeRaster(m_request.oldRaster, plan, flat);
-    for (int row = 0; row < plan.rows; ++row)
-        for (int column = 0; column < plan.columns; ++column)
-            if (row % 5 < 3 && column % 5 < 3)
+    for (int row = 0; row < plan.rows; ++row) {
+        for (int column = 0; column < plan.columns; ++column) {
+            if (row % 5 < 3 && column % 5 < 3) {
                 flat[static_cast<std::size_t>(row) * 2000 + static_cast<std::size_t>(column)] +=
                     (row / 5 + column / 5) % 2 == 0 ? 1.0F : -1.0F;
+            }
+        }
+    }
     writeRaster(m_request.newRaster, plan, flat);
     m_request.parameters.minAreaSquareMetres = 1.0;
     const Result result = detectOrFail(m_request);
@@ -199,14 +202,14 @@ TEST_F(OddInput, TurnedGridsAreComparedWhereTheyLie) {
     RasterPlan turned;
     turned.columns = 300;
     turned.rows = 260;
-    turned.toMap = {west, 0.5 * c, 0.5 * s, north, 0.5 * s, -0.5 * c};
+    turned.toMap = {kWest, 0.5 * c, 0.5 * s, kNorth, 0.5 * s, -0.5 * c};
     const auto changed = [](const Point& p) { return rolling(p) + (inside(p, 40, 10, 70, 30) ? 2.0 : 0.0); };
     writeRaster(m_request.oldRaster, turned, rolling);
     writeRaster(m_request.newRaster, turned, changed);
     RasterPlan upright;
     upright.columns = 500;
     upright.rows = 500;
-    upright.toMap = {west - 30, 0.4, 0.0, north + 80, 0.0, -0.4};
+    upright.toMap = {kWest - 30, 0.4, 0.0, kNorth + 80, 0.0, -0.4};
     const std::string uprightRaster = m_folder.file("upright.tif");
     writeRaster(uprightRaster, upright, changed);
     for (const std::string& newRaster : {m_request.newRaster, uprightRaster}) {
@@ -216,34 +219,38 @@ TEST_F(OddInput, TurnedGridsAreComparedWhereTheyLie) {
         const Anomaly& found = result.anomalies[0];
         EXPECT_NEAR(found.areaSquareMetres, 600.0, 20.0); // the rim is blurred on a grid of its own
         EXPECT_NEAR(found.fillCubicMetres, 1200.0, 30.0);
-        EXPECT_NEAR(found.centroid.x, west + 55, 0.3);
-        EXPECT_NEAR(found.centroid.y, north - 20, 0.3);
-        EXPECT_TRUE(encloses(found, {west + 55, north - 20}));
-        EXPECT_NEAR(found.bounds.xMax, west + 70, 1.0);
+        EXPECT_NEAR(found.centroid.x, kWest + 55, 0.3);
+        EXPECT_NEAR(found.centroid.y, kNorth - 20, 0.3);
+        EXPECT_TRUE(encloses(found, {kWest + 55, kNorth - 20}));
+        EXPECT_NEAR(found.bounds.xMax, kWest + 70, 1.0);
     }
 }
 
 void writeSparse(const std::string& path, int tile, float raisedBy) {
     GDALDriver* driver = GetGDALDriverManager()->GetDriverByName("GTiff");
     CPLStringList options;
-    for (const char* option : {"SPARSE_OK=TRUE", "TILED=YES", "COMPRESS=DEFLATE", "BIGTIFF=YES"})
+    for (const char* option : {"SPARSE_OK=TRUE", "TILED=YES", "COMPRESS=DEFLATE", "BIGTIFF=YES"}) {
         options.AddString(option);
+    }
     const GDALDatasetUniquePtr file(
         driver->Create(path.c_str(), 200'000, 200'000, 1, GDT_Float32, options.List()));
     OGRSpatialReference srs;
     srs.importFromEPSG(4547);
     file->SetSpatialRef(&srs);
-    double toMap[] = {west, 0.05, 0.0, north, 0.0, -0.05};
+    double toMap[] = {kWest, 0.05, 0.0, kNorth, 0.0, -0.05};
     file->SetGeoTransform(toMap);
     file->GetRasterBand(1)->SetNoDataValue(-9999.0);
     std::vector<float> heights(256 * 256, 12.0F);
-    for (std::size_t i = 0; i < heights.size(); ++i)
-        if (i / 256 > 60 && i / 256 < 160 && i % 256 > 80 && i % 256 < 200)
+    for (std::size_t i = 0; i < heights.size(); ++i) {
+        if (i / 256 > 60 && i / 256 < 160 && i % 256 > 80 && i % 256 < 200) {
             heights[i] += raisedBy;
-    for (const int at : {0, tile, 199'680})
+        }
+    }
+    for (const int at : {0, tile, 199'680}) {
         ASSERT_EQ(file->GetRasterBand(1)->RasterIO(GF_Write, at, at, 256, 256, heights.data(), 256, 256,
                                                    GDT_Float32, 0, 0, nullptr),
                   CE_None);
+    }
 }
 
 TEST_F(OddInput, SparseRasterOfFortyThousandMillionCells) {
@@ -254,7 +261,7 @@ TEST_F(OddInput, SparseRasterOfFortyThousandMillionCells) {
     EXPECT_EQ(result.cells, 3 * 256 * 256);
     ASSERT_EQ(result.anomalies.size(), 3U);
     EXPECT_EQ(result.anomalies[1].cells, 99 * 119);
-    EXPECT_NEAR(result.anomalies[2].centroid.x, west + (199'680 + 140.5) * 0.05, 1e-6);
+    EXPECT_NEAR(result.anomalies[2].centroid.x, kWest + (199'680 + 140.5) * 0.05, 1e-6);
 }
 
 TEST(SwappedEpochs, TurnFillsIntoCutsAndNothingElse) {

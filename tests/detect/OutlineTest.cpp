@@ -15,8 +15,9 @@ std::vector<Run> runsOf(const std::vector<std::string>& picture) {
     std::vector<Run> runs;
     for (std::size_t row = 0; row < picture.size(); ++row) {
         for (std::size_t column = 0; column < picture[row].size(); ++column) {
-            if (picture[row][column] != '#')
+            if (picture[row][column] != '#') {
                 continue;
+            }
             const auto cell = static_cast<std::int32_t>(column);
             if (column > 0 && picture[row][column - 1] == '#') {
                 runs.back().end = cell + 1;
@@ -44,8 +45,9 @@ Anomaly outlined(const std::vector<std::string>& picture) {
 void expectOutlineOf(const std::vector<std::string>& picture) {
     const Anomaly anomaly = outlined(picture);
     std::string text;
-    for (const std::string& line : picture)
+    for (const std::string& line : picture) {
         text += line + "\n";
+    }
     EXPECT_TRUE(isValidPolygon(anomaly)) << text;
     std::size_t cells = 0;
     for (std::size_t row = 0; row < picture.size(); ++row) {
@@ -62,9 +64,11 @@ void expectOutlineOf(const std::vector<std::string>& picture) {
 /// Keeps the largest component over four sides of a random picture.
 std::vector<std::string> randomComponent(Random& random, int columns, int rows, double density) {
     std::vector<std::string> picture(static_cast<std::size_t>(rows));
-    for (std::string& line : picture)
-        for (int column = 0; column < columns; ++column)
+    for (std::string& line : picture) {
+        for (int column = 0; column < columns; ++column) {
             line += random() < density ? '#' : '.';
+        }
+    }
     std::vector<std::pair<int, int>> best;
     std::vector<std::string> rest = picture;
     for (int row = 0; row < rows; ++row) {
@@ -75,20 +79,23 @@ std::vector<std::string> randomComponent(Random& random, int columns, int rows, 
                 const auto [r, c] = open.back();
                 open.pop_back();
                 if (r < 0 || c < 0 || r >= rows || c >= columns ||
-                    rest[static_cast<std::size_t>(r)][static_cast<std::size_t>(c)] != '#')
+                    rest[static_cast<std::size_t>(r)][static_cast<std::size_t>(c)] != '#') {
                     continue;
+                }
                 rest[static_cast<std::size_t>(r)][static_cast<std::size_t>(c)] = '.';
                 found.emplace_back(r, c);
                 open.insert(open.end(), {{r + 1, c}, {r - 1, c}, {r, c + 1}, {r, c - 1}});
             }
-            if (found.size() > best.size())
+            if (found.size() > best.size()) {
                 best = std::move(found);
+            }
         }
     }
     std::vector<std::string> kept(static_cast<std::size_t>(rows),
                                   std::string(static_cast<std::size_t>(columns), '.'));
-    for (const auto& [r, c] : best)
+    for (const auto& [r, c] : best) {
         kept[static_cast<std::size_t>(r)][static_cast<std::size_t>(c)] = '#';
+    }
     return kept;
 }
 
@@ -121,16 +128,18 @@ TEST(Outline, RingsNeverVisitAVertexTwice) {
         rings.push_back(anomaly.outline);
         for (const Ring& ring : rings) {
             std::set<std::pair<double, double>> seen;
-            for (const Point& p : ring)
+            for (const Point& p : ring) {
                 EXPECT_TRUE(seen.insert({p.x, p.y}).second) << p.x << ", " << p.y;
+            }
         }
     }
 }
 
 TEST(Outline, RandomComponentsGiveValidPolygonsOfTheirCells) {
     Random random(17);
-    for (int i = 0; i < 300; ++i)
+    for (int i = 0; i < 300; ++i) {
         expectOutlineOf(randomComponent(random, 5 + i % 20, 5 + i % 13, 0.55 + 0.4 * random()));
+    }
 }
 
 } // namespace

@@ -77,16 +77,19 @@ TEST(Pieces, RandomCutsMergeIntoTheResultOfOneRun) {
         std::vector<CellWindow> windows;
         cutAtRandom(random, {0, 0, plan.columns, plan.rows}, 1 + static_cast<int>(seed % 5), windows);
         std::vector<Piece> pieces;
-        for (const CellWindow& window : windows)
+        for (const CellWindow& window : windows) {
             pieces.push_back(pieceOrFail(request, window));
+        }
         std::reverse(pieces.begin(), pieces.end());
-        for (const Piece& piece : pieces)
+        for (const Piece& piece : pieces) {
             seamRuns += piece.seamRuns.runs.size();
+        }
         const Result merged = mergedOrFail(std::move(pieces));
         expectIdentical(whole, merged);
         anomalies += whole.anomalies.size();
-        if (HasFailure())
+        if (HasFailure()) {
             return;
+        }
     }
     EXPECT_GT(anomalies, 200U) << "too little to compare";
     EXPECT_GT(seamRuns, 2000U) << "the cuts go through too little";
@@ -120,8 +123,9 @@ TEST(Pieces, CutsOfResampledPairsMergeIntoTheResultOfOneRunWhateverTheLevelOfDet
     Request request = turnedPair(random);
     request.parameters.coregistration = CoregistrationMethod::Full;
     for (const bool significant : {false, true}) {
-        if (significant)
+        if (significant) {
             request.parameters.significance = Significance{0.03, 0.03, 0.99};
+        }
         const Result whole = detectOrFail(request);
         EXPECT_GT(whole.anomalies.size(), 5U);
         EXPECT_NE(whole.coregistration.dxMetres, 0.0);
@@ -130,8 +134,9 @@ TEST(Pieces, CutsOfResampledPairsMergeIntoTheResultOfOneRunWhateverTheLevelOfDet
             std::vector<CellWindow> windows;
             cutAtRandom(random, {0, 0, 160, 120}, 3, windows);
             std::vector<Piece> pieces;
-            for (const CellWindow& window : windows)
+            for (const CellWindow& window : windows) {
                 pieces.push_back(pieceOrFail(request, window));
+            }
             expectIdentical(whole, mergedOrFail(std::move(pieces)));
         }
     }

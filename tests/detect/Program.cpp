@@ -27,8 +27,9 @@ struct Child {
         std::signal(SIGXFSZ, SIG_IGN); // writes fail instead, as on a full disk
     }
     std::vector<char*> pointers{const_cast<char*>(CORRIDOR_PROGRAM)};
-    for (const std::string& argument : arguments)
+    for (const std::string& argument : arguments) {
         pointers.push_back(const_cast<char*>(argument.c_str()));
+    }
     pointers.push_back(nullptr);
     execv(CORRIDOR_PROGRAM, pointers.data());
     _exit(127);
@@ -37,8 +38,9 @@ struct Child {
 Child startOnTerminal(const std::vector<std::string>& arguments, const ProgramSetting& setting) {
     Child child;
     child.process = forkpty(&child.output, nullptr, nullptr, nullptr);
-    if (child.process == 0)
+    if (child.process == 0) {
         becomeCorridor(arguments, setting);
+    }
     return child;
 }
 
@@ -46,8 +48,9 @@ Child startOnPipes(const std::vector<std::string>& arguments, const ProgramSetti
     std::array<int, 2> output{};
     std::array<int, 2> messages{};
     Child child;
-    if (pipe(output.data()) != 0 || pipe(messages.data()) != 0)
+    if (pipe(output.data()) != 0 || pipe(messages.data()) != 0) {
         return child;
+    }
     child.process = fork();
     if (child.process == 0) {
         dup2(output[1], STDOUT_FILENO);
@@ -67,8 +70,9 @@ Child startOnPipes(const std::vector<std::string>& arguments, const ProgramSetti
 bool append(int stream, std::string& text) {
     std::array<char, 4096> buffer{};
     const ssize_t count = read(stream, buffer.data(), buffer.size());
-    if (count > 0)
+    if (count > 0) {
         text.append(buffer.data(), static_cast<std::size_t>(count));
+    }
     return count > 0;
 }
 
@@ -94,8 +98,9 @@ ProgramRun runCorridor(const std::vector<std::string>& arguments, const ProgramS
         std::array<pollfd, 2> streams{{{child.output, POLLIN, 0}, {child.messages, POLLIN, 0}}};
         poll(streams.data(), streams.size(), -1);
         for (pollfd& stream : streams) {
-            if (stream.fd < 0 || stream.revents == 0)
+            if (stream.fd < 0 || stream.revents == 0) {
                 continue;
+            }
             const bool isOutput = stream.fd == child.output;
             if (!append(stream.fd, isOutput && !setting.terminal ? run.output : run.messages)) {
                 close(stream.fd);

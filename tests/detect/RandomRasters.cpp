@@ -9,7 +9,7 @@ namespace detect::test {
 
 namespace {
 
-constexpr float nan = std::numeric_limits<float>::quiet_NaN();
+constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
 
 bool identical(const Ring& a, const Ring& b) {
     return std::equal(a.begin(), a.end(), b.begin(), b.end(),
@@ -22,22 +22,24 @@ std::vector<float> randomHeights(Random& random, int columns, int rows, double r
     const int step = 6;
     const int nodesAcross = columns / step + 2;
     std::vector<double> nodes;
-    for (int i = 0; i < nodesAcross * (rows / step + 2); ++i)
+    for (int i = 0; i < nodesAcross * (rows / step + 2); ++i) {
         nodes.push_back((random() - 0.5) * 3.0);
+    }
     std::vector<float> heights;
     for (int row = 0; row < rows; ++row) {
         for (int column = 0; column < columns; ++column) {
             const double level = nodes[static_cast<std::size_t>(row / step * nodesAcross + column / step)];
             const double height = 100.0 + level + roughness * (random() - 0.5);
-            heights.push_back(random() < 0.02 ? nan : static_cast<float>(height));
+            heights.push_back(random() < 0.02 ? kNan : static_cast<float>(height));
         }
     }
     return heights;
 }
 
 void writeRandomPair(const Request& request, Random& random, const RasterPlan& plan, double roughness) {
-    for (const std::string& path : {request.oldRaster, request.newRaster})
+    for (const std::string& path : {request.oldRaster, request.newRaster}) {
         writeRaster(path, plan, randomHeights(random, plan.columns, plan.rows, roughness));
+    }
 }
 
 void expectIdentical(const Result& a, const Result& b) {
@@ -70,8 +72,9 @@ void expectIdentical(const Result& a, const Result& b) {
         EXPECT_EQ(p.centroid.y, q.centroid.y);
         EXPECT_TRUE(identical(p.outline, q.outline));
         ASSERT_EQ(p.holes.size(), q.holes.size());
-        for (std::size_t h = 0; h < p.holes.size(); ++h)
+        for (std::size_t h = 0; h < p.holes.size(); ++h) {
             EXPECT_TRUE(identical(p.holes[h], q.holes[h]));
+        }
     }
 }
 

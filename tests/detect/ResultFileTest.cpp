@@ -12,7 +12,7 @@
 namespace detect::test {
 namespace {
 
-const std::vector<std::string> fieldNames = {
+const std::vector<std::string> kFieldNames = {
     "name",  "kind",      "area_m2",   "volume_m3", "fill_m3", "cut_m3", "dz_mean_m", "dz_max_m", "dz_min_m",
     "cells", "suggested", "attribute", "vol_sd_m3", "sigma_m", "lod_m",  "signif",    "sugg_conf"};
 
@@ -43,9 +43,10 @@ GDALDatasetUniquePtr openVector(const std::string& path) {
 
 void expectFields(OGRLayer& layer) {
     const OGRFeatureDefn* definition = layer.GetLayerDefn();
-    ASSERT_EQ(definition->GetFieldCount(), static_cast<int>(fieldNames.size()));
-    for (int i = 0; i < definition->GetFieldCount(); ++i)
-        EXPECT_EQ(definition->GetFieldDefn(i)->GetNameRef(), fieldNames[static_cast<std::size_t>(i)]);
+    ASSERT_EQ(definition->GetFieldCount(), static_cast<int>(kFieldNames.size()));
+    for (int i = 0; i < definition->GetFieldCount(); ++i) {
+        EXPECT_EQ(definition->GetFieldDefn(i)->GetNameRef(), kFieldNames[static_cast<std::size_t>(i)]);
+    }
 }
 
 void expectSampleFeatures(OGRLayer& layer) {
@@ -118,8 +119,9 @@ TEST(ResultFile, GeoJsonIsWgs84WithRightHandRings) {
     for (const auto& feature : layer) {
         const OGRPolygon* polygon = feature->GetGeometryRef()->toPolygon();
         EXPECT_FALSE(polygon->getExteriorRing()->isClockwise());
-        for (int i = 0; i < polygon->getNumInteriorRings(); ++i)
+        for (int i = 0; i < polygon->getNumInteriorRings(); ++i) {
             EXPECT_TRUE(polygon->getInteriorRing(i)->isClockwise());
+        }
         OGREnvelope box;
         polygon->getEnvelope(&box);
         EXPECT_GT(box.MinX, 113.99);
@@ -156,8 +158,9 @@ TEST(ResultFile, AttributesOfTheInspectorAreWritten) {
     ASSERT_FALSE(writeAnomalies(sampleResult().anomalies, sampleResult().srsWkt, path, {"塌陷"}));
     const auto file = openVector(path);
     std::multiset<std::string> attributes;
-    for (const auto& feature : file->GetLayer(0))
+    for (const auto& feature : file->GetLayer(0)) {
         attributes.insert((*feature)["attribute"].GetString());
+    }
     EXPECT_EQ(attributes, (std::multiset<std::string>{"", "塌陷"}));
 }
 

@@ -23,8 +23,10 @@ protected:
 
     static TruthScore scoreOf(const std::vector<std::string>& more) {
         std::vector<std::string> epochs;
-        for (const auto& entry : std::filesystem::directory_iterator(s_folder->path() / "sample" / "epochs"))
+        for (const auto& entry :
+             std::filesystem::directory_iterator(s_folder->path() / "sample" / "epochs")) {
             epochs.push_back((entry.path() / "dsm.tif").string());
+        }
         std::sort(epochs.begin(), epochs.end());
         const std::string result = s_folder->file("result.gpkg");
         std::vector<std::string> arguments{"detect",      "--old", epochs.front(), "--new",

@@ -13,13 +13,13 @@
 namespace detect::test {
 namespace {
 
-constexpr double west = 500000.0;
-constexpr double north = 3400000.0;
+constexpr double kWest = 500000.0;
+constexpr double kNorth = 3400000.0;
 
 /// Rolling ground, a few metres up and down over a hundred.
 double ground(const Point& map) {
-    const double x = map.x - west;
-    const double y = north - map.y;
+    const double x = map.x - kWest;
+    const double y = kNorth - map.y;
     return 120.0 + 6.0 * std::sin(x / 23.0) + 4.0 * std::cos(y / 17.0) + 1.5 * std::sin((x + y) / 7.0);
 }
 
@@ -32,20 +32,22 @@ struct Change {
 
 /// Given in metres east and south of the scene's corner.
 Change boxChange(double left, double top, double right, double bottom, double dz) {
-    return {{west + left, north - bottom, west + right, north - top}, dz};
+    return {{kWest + left, kNorth - bottom, kWest + right, kNorth - top}, dz};
 }
 
 double changeAt(const std::vector<Change>& changes, const Point& map) {
     double dz = 0.0;
-    for (const Change& change : changes)
+    for (const Change& change : changes) {
         if (map.x > change.box.xMin && map.x < change.box.xMax && map.y > change.box.yMin &&
-            map.y < change.box.yMax)
+            map.y < change.box.yMax) {
             dz += change.dz;
+        }
+    }
     return dz;
 }
 
-const std::vector<Change> sceneChanges = {boxChange(20, 20, 32, 30, 3.0), boxChange(60, 25, 75, 33, -2.0),
-                                          boxChange(100, 60, 110, 80, 1.2), boxChange(30, 70, 45, 85, -1.5)};
+const std::vector<Change> kSceneChanges = {boxChange(20, 20, 32, 30, 3.0), boxChange(60, 25, 75, 33, -2.0),
+                                           boxChange(100, 60, 110, 80, 1.2), boxChange(30, 70, 45, 85, -1.5)};
 
 /// 140 m x 110 m in cells of half a metre.
 RasterPlan scenePlan() {
@@ -72,10 +74,12 @@ protected:
         EXPECT_EQ(result.anomalies.size(), changes.size());
         for (const Change& change : changes) {
             const Anomaly* match = nullptr;
-            for (const Anomaly& anomaly : result.anomalies)
+            for (const Anomaly& anomaly : result.anomalies) {
                 if (anomaly.centroid.x > change.box.xMin && anomaly.centroid.x < change.box.xMax &&
-                    anomaly.centroid.y > change.box.yMin && anomaly.centroid.y < change.box.yMax)
+                    anomaly.centroid.y > change.box.yMin && anomaly.centroid.y < change.box.yMax) {
                     match = &anomaly;
+                }
+            }
             ASSERT_NE(match, nullptr) << "nothing found at " << change.box.xMin << ", " << change.box.yMin;
             EXPECT_EQ(match->kind, change.dz > 0.0 ? Kind::Fill : Kind::Cut);
             EXPECT_NEAR(match->volumeCubicMetres(), change.cubicMetres(), tolerance * change.cubicMetres());
@@ -90,10 +94,10 @@ TEST_F(Scene, BiasOfFortyCentimetresIsRemoved) {
     writeOld();
     Random random(3);
     writeNew(scenePlan(), [&](const Point& p) {
-        return ground(p) + changeAt(sceneChanges, p) + 0.4 + 0.05 * (random() - 0.5);
+        return ground(p) + changeAt(kSceneChanges, p) + 0.4 + 0.05 * (random() - 0.5);
     });
     const Result result = detectOrFail(m_request);
-    expectChanges(result, sceneChanges);
+    expectChanges(result, kSceneChanges);
     EXPECT_NEAR(result.coregistration.dzMetres, -0.4, 0.005);
     EXPECT_EQ(result.coregistration.dxMetres, 0.0);
     EXPECT_EQ(result.cells, 280 * 220);
@@ -138,13 +142,14 @@ TEST_F(Scene, HolesOfDifferentNoDataValuesAreNoChanges) {
         });
         RasterPlan newPlan = scenePlan();
         // Declared only where the figure could be a height; the others must be known without.
-        if (hole == 0.0F)
+        if (hole == 0.0F) {
             newPlan.noData = 0.0;
+        }
         writeNew(newPlan, [&](const Point& p) {
-            return inside(newHole, p) ? static_cast<double>(hole) : ground(p) + changeAt(sceneChanges, p);
+            return inside(newHole, p) ? static_cast<double>(hole) : ground(p) + changeAt(kSceneChanges, p);
         });
         const Result result = detectOrFail(m_request);
-        expectChanges(result, sceneChanges);
+        expectChanges(result, kSceneChanges);
         EXPECT_EQ(result.cells, 280 * 220 - 2 * 40 * 30);
     }
 }
@@ -161,10 +166,10 @@ TEST_F(Scene, FinerNewRasterOfOtherExtentIsBroughtOntoTheOldGrid) {
     RasterPlan plan = scenePlan();
     plan.columns = 500;
     plan.rows = 420;
-    plan.toMap = {west - 3.37, 0.31, 0.0, north + 5.11, 0.0, -0.31};
-    writeNew(plan, [](const Point& p) { return ground(p) + changeAt(sceneChanges, p) + 0.4; });
+    plan.toMap = {kWest - 3.37, 0.31, 0.0, kNorth + 5.11, 0.0, -0.31};
+    writeNew(plan, [](const Point& p) { return ground(p) + changeAt(kSceneChanges, p) + 0.4; });
     const Result result = detectOrFail(m_request);
-    expectChanges(result, sceneChanges);
+    expectChanges(result, kSceneChanges);
     EXPECT_LT(result.coregistration.nmadAfterMetres, 0.02);
 }
 
@@ -175,20 +180,22 @@ TEST_F(Scene, MuchFinerAndMuchCoarserNewRastersWork) {
         RasterPlan plan = scenePlan();
         plan.columns = static_cast<int>(140.0 / cell);
         plan.rows = static_cast<int>(110.0 / cell);
-        plan.toMap = {west, cell, 0.0, north, 0.0, -cell};
-        writeNew(plan, [](const Point& p) { return ground(p) + changeAt(sceneChanges, p); });
-        expectChanges(detectOrFail(m_request), sceneChanges, 0.06);
+        plan.toMap = {kWest, cell, 0.0, kNorth, 0.0, -cell};
+        writeNew(plan, [](const Point& p) { return ground(p) + changeAt(kSceneChanges, p); });
+        expectChanges(detectOrFail(m_request), kSceneChanges, 0.06);
     }
 }
 
 TEST_F(Scene, BlurredWallsOfACoarserNewRasterAreNoChanges) {
     const auto built = [](const Point& p) {
-        const double x = p.x - west;
-        const double y = north - p.y;
+        const double x = p.x - kWest;
+        const double y = kNorth - p.y;
         double height = ground(p);
-        for (const auto& [left, top] : {std::pair{10.0, 45.0}, {50.0, 50.0}, {90.0, 10.0}, {115.0, 30.0}})
-            if (x > left && x < left + 12.0 && y > top && y < top + 9.0)
+        for (const auto& [left, top] : {std::pair{10.0, 45.0}, {50.0, 50.0}, {90.0, 10.0}, {115.0, 30.0}}) {
+            if (x > left && x < left + 12.0 && y > top && y < top + 9.0) {
                 height += 9.0;
+            }
+        }
         return height;
     };
     m_request.oldRaster = "/vsimem/scene-old.tif";
@@ -198,7 +205,7 @@ TEST_F(Scene, BlurredWallsOfACoarserNewRasterAreNoChanges) {
         RasterPlan plan = scenePlan();
         plan.columns = static_cast<int>(140.0 / cell);
         plan.rows = static_cast<int>(110.0 / cell);
-        plan.toMap = {west, cell, 0.0, north, 0.0, -cell};
+        plan.toMap = {kWest, cell, 0.0, kNorth, 0.0, -cell};
         writeNew(plan, built);
         EXPECT_TRUE(detectOrFail(m_request).anomalies.empty());
         // One house falls, the others stay.
@@ -210,16 +217,17 @@ TEST_F(Scene, BlurredWallsOfACoarserNewRasterAreNoChanges) {
 
 TEST_F(Scene, SouthUpRasterWorks) {
     RasterPlan plan = scenePlan();
-    plan.toMap = {west, 0.5, 0.0, north - 110.0, 0.0, 0.5};
+    plan.toMap = {kWest, 0.5, 0.0, kNorth - 110.0, 0.0, 0.5};
     writeOld(plan);
-    writeNew(scenePlan(), [](const Point& p) { return ground(p) + changeAt(sceneChanges, p); });
+    writeNew(scenePlan(), [](const Point& p) { return ground(p) + changeAt(kSceneChanges, p); });
     const Result result = detectOrFail(m_request);
-    expectChanges(result, sceneChanges, 1e-3);
+    expectChanges(result, kSceneChanges, 1e-3);
     for (const Anomaly& anomaly : result.anomalies) {
         double twice = 0.0;
-        for (std::size_t i = 0, j = anomaly.outline.size() - 1; i < anomaly.outline.size(); j = i++)
+        for (std::size_t i = 0, j = anomaly.outline.size() - 1; i < anomaly.outline.size(); j = i++) {
             twice +=
                 anomaly.outline[j].x * anomaly.outline[i].y - anomaly.outline[i].x * anomaly.outline[j].y;
+        }
         EXPECT_GT(twice, 0.0) << "outer rings run counter-clockwise";
     }
 }
@@ -229,29 +237,29 @@ TEST_F(Scene, AlignedRasterOfOtherExtentGivesUntouchedDifferences) {
     RasterPlan plan = scenePlan();
     plan.toMap[0] += 5.0;
     plan.toMap[3] -= 4.0;
-    writeNew(plan, [](const Point& p) { return ground(p) + changeAt(sceneChanges, p); });
+    writeNew(plan, [](const Point& p) { return ground(p) + changeAt(kSceneChanges, p); });
     const TemporaryFolder folder;
     m_request.dzRaster = folder.file("dz.tif");
     m_request.parameters.coregistration = CoregistrationMethod::None;
     const Result result = detectOrFail(m_request);
-    expectChanges(result, sceneChanges, 1e-3);
+    expectChanges(result, kSceneChanges, 1e-3);
     EXPECT_EQ(result.cells, (280 - 10) * (220 - 8));
     const std::vector<float> dz = readRaster(m_request.dzRaster);
     ASSERT_EQ(dz.size(), static_cast<std::size_t>((280 - 10) * (220 - 8)));
     for (std::size_t i = 0; i < dz.size(); ++i) {
         const Point map = plan.centre(static_cast<int>(i % 270), static_cast<int>(i / 270));
-        ASSERT_NEAR(static_cast<double>(dz[i]), changeAt(sceneChanges, map), 1e-4);
+        ASSERT_NEAR(static_cast<double>(dz[i]), changeAt(kSceneChanges, map), 1e-4);
     }
     EXPECT_EQ(folder.names(), std::vector<std::string>{"dz.tif"});
 }
 
 TEST_F(Scene, WindowLimitsTheComparison) {
     writeOld();
-    writeNew(scenePlan(), [](const Point& p) { return ground(p) + changeAt(sceneChanges, p); });
+    writeNew(scenePlan(), [](const Point& p) { return ground(p) + changeAt(kSceneChanges, p); });
     m_request.window = boxChange(10, 10, 40, 40, 0).box;
     const Result result = detectOrFail(m_request);
     EXPECT_EQ(result.cells, 60 * 60);
-    expectChanges(result, {sceneChanges[0]}, 1e-3);
+    expectChanges(result, {kSceneChanges[0]}, 1e-3);
 }
 
 /// Carries points from one reference system to another, x east.
@@ -279,7 +287,7 @@ TEST_F(Scene, NewRasterInTheNextZoneIsBroughtOntoTheOldGrid) {
     writeOld();
     const Carrier toNext(4547, 4548);
     const Carrier back(4548, 4547);
-    const Point corner = toNext({west, north});
+    const Point corner = toNext({kWest, kNorth});
     RasterPlan plan = scenePlan();
     plan.epsg = 4548;
     plan.columns = 420;
@@ -287,10 +295,10 @@ TEST_F(Scene, NewRasterInTheNextZoneIsBroughtOntoTheOldGrid) {
     plan.toMap = {corner.x - 8.0, 0.4, 0.0, corner.y + 8.0, 0.0, -0.4};
     writeNew(plan, [&](const Point& p) {
         const Point old = back(p);
-        return ground(old) + changeAt(sceneChanges, old);
+        return ground(old) + changeAt(kSceneChanges, old);
     });
     const Result result = detectOrFail(m_request);
-    expectChanges(result, sceneChanges);
+    expectChanges(result, kSceneChanges);
     EXPECT_LT(result.coregistration.nmadAfterMetres, 0.02);
     EXPECT_GT(result.cells, 270 * 210);
 }
@@ -321,8 +329,9 @@ TEST_F(Scene, LongitudeAndLatitudeAreMeasuredOnTheEllipsoid) {
         OGRCreateCoordinateTransformation(&geographic, &equalArea));
     OGRLinearRing ring;
     for (const Point& p :
-         {Point{box.xMin, box.yMin}, {box.xMax, box.yMin}, {box.xMax, box.yMax}, {box.xMin, box.yMax}})
+         {Point{box.xMin, box.yMin}, {box.xMax, box.yMin}, {box.xMax, box.yMax}, {box.xMin, box.yMax}}) {
         ring.addPoint(p.x, p.y);
+    }
     ring.closeRings();
     ASSERT_EQ(ring.transform(project.get()), OGRERR_NONE);
     EXPECT_NEAR(result.anomalies[0].areaSquareMetres, ring.get_Area(), 1e-4 * ring.get_Area());
@@ -352,11 +361,11 @@ TEST_F(Scene, AnomalyGrowsOverItsWeakerRim) {
 TEST_F(Scene, SuggestedClassesFollowShape) {
     writeOld();
     const auto bowl = [](const Point& p, double left, double top, double radius, double depth) {
-        const double r = std::hypot(p.x - west - left, north - top - p.y) / radius;
+        const double r = std::hypot(p.x - kWest - left, kNorth - top - p.y) / radius;
         return r < 1.0 ? depth * (0.5 + 0.5 * std::cos(3.141592653589793 * r)) : 0.0;
     };
     const auto cone = [](const Point& p, double left, double top, double radius, double height) {
-        return std::max(0.0, height * (1.0 - std::hypot(p.x - west - left, north - top - p.y) / radius));
+        return std::max(0.0, height * (1.0 - std::hypot(p.x - kWest - left, kNorth - top - p.y) / radius));
     };
     const std::vector<Change> boxes = {boxChange(10, 10, 22, 20, 4.0), boxChange(60, 10, 75, 16, -2.5)};
     writeNew(scenePlan(), [&](const Point& p) {
@@ -373,22 +382,22 @@ TEST_F(Scene, SuggestedClassesFollowShape) {
 TEST_F(Scene, HeightsInFeetAndScaledIntegersBecomeMetres) {
     writeOld();
     RasterPlan plan = scenePlan();
-    writeNew(plan, [](const Point& p) { return (ground(p) + changeAt(sceneChanges, p)) / 0.3048; });
+    writeNew(plan, [](const Point& p) { return (ground(p) + changeAt(kSceneChanges, p)) / 0.3048; });
     {
         const GDALDatasetUniquePtr file(GDALDataset::Open(m_request.newRaster.c_str(), GDAL_OF_UPDATE));
         file->GetRasterBand(1)->SetUnitType("ft");
     }
-    expectChanges(detectOrFail(m_request), sceneChanges, 1e-3);
+    expectChanges(detectOrFail(m_request), kSceneChanges, 1e-3);
     plan.type = GDT_Int32;
     writeNew(plan, [](const Point& p) {
-        return std::round((ground(p) + changeAt(sceneChanges, p) - 100.0) * 1000.0);
+        return std::round((ground(p) + changeAt(kSceneChanges, p) - 100.0) * 1000.0);
     });
     {
         const GDALDatasetUniquePtr file(GDALDataset::Open(m_request.newRaster.c_str(), GDAL_OF_UPDATE));
         file->GetRasterBand(1)->SetScale(0.001);
         file->GetRasterBand(1)->SetOffset(100.0);
     }
-    expectChanges(detectOrFail(m_request), sceneChanges, 1e-2);
+    expectChanges(detectOrFail(m_request), kSceneChanges, 1e-2);
 }
 
 TEST_F(Scene, GivenCoregistrationIsUsedAsItIs) {

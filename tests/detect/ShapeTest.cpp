@@ -13,8 +13,8 @@
 namespace detect::test {
 namespace {
 
-constexpr double west = 500000.0;
-constexpr double north = 3400000.0;
+constexpr double kWest = 500000.0;
+constexpr double kNorth = 3400000.0;
 
 /// Metres east and south of the scene's corner.
 using Heights = std::function<double(double x, double y)>;
@@ -31,7 +31,7 @@ protected:
 
     void write(const Heights& oldHeights, const Heights& newHeights) {
         const auto surface = [](const Heights& heights) {
-            return [&heights](const Point& p) { return 100.0 + heights(p.x - west, north - p.y); };
+            return [&heights](const Point& p) { return 100.0 + heights(p.x - kWest, kNorth - p.y); };
         };
         writeRaster(m_request.oldRaster, m_plan, surface(oldHeights));
         writeRaster(m_request.newRaster, m_plan, surface(newHeights));
@@ -65,9 +65,10 @@ TEST_F(Shape, TwoHeapsThatTouchAreTwoAnomaliesOfTheirVolumes) {
     const double pi = 3.14159265358979;
     EXPECT_NEAR(split.anomalies[0].fillCubicMetres, pi * 144 * 4 / 3, 0.04 * pi * 144 * 4 / 3);
     EXPECT_NEAR(split.anomalies[1].fillCubicMetres, pi * 100 * 3 / 3, 0.06 * pi * 100 * 3 / 3);
-    EXPECT_NEAR(split.anomalies[1].centroid.x, west + 48, 0.7);
-    for (const Anomaly& anomaly : split.anomalies)
+    EXPECT_NEAR(split.anomalies[1].centroid.x, kWest + 48, 0.7);
+    for (const Anomaly& anomaly : split.anomalies) {
         EXPECT_TRUE(isValidPolygon(anomaly));
+    }
 
     m_request.parameters.splitBodies = false;
     const Result whole = changesOf(heaps);
@@ -138,7 +139,7 @@ TEST_F(Shape, VegetationSpeckleIsNoChangeAndARoughHeapIsOne) {
     m_request.parameters.minAreaSquareMetres = 2.0;
     const Result result = changesOf(scene);
     ASSERT_EQ(result.anomalies.size(), 1U);
-    EXPECT_NEAR(result.anomalies[0].centroid.x, west + 87.5, 0.5);
+    EXPECT_NEAR(result.anomalies[0].centroid.x, kWest + 87.5, 0.5);
     EXPECT_GT(result.rejections.speckle, 0);
     m_request.parameters.rules.speckle = false;
     EXPECT_GT(changesOf(scene).anomalies.size(), 1U);
@@ -158,8 +159,9 @@ TEST_F(Shape, WithoutTheCoreRuleThinLinesAreFoundWhateverTheBlocks) {
 
 double ringArea(const Ring& ring) {
     double twice = 0.0;
-    for (std::size_t i = 0, before = ring.size() - 1; i < ring.size(); before = i++)
+    for (std::size_t i = 0, before = ring.size() - 1; i < ring.size(); before = i++) {
         twice += ring[before].x * ring[i].y - ring[i].x * ring[before].y;
+    }
     return std::abs(twice) / 2.0;
 }
 
@@ -214,8 +216,9 @@ std::vector<Run> randomBlot(Random& random, int size) {
     std::vector<Run> runs;
     for (int r = 0; r < size; ++r) {
         for (int c = 0; c < size; ++c) {
-            if (member[static_cast<std::size_t>(r * size + c)] == 0)
+            if (member[static_cast<std::size_t>(r * size + c)] == 0) {
                 continue;
+            }
             if (c > 0 && member[static_cast<std::size_t>(r * size + c - 1)] != 0) {
                 runs.back().end = c + 1;
                 continue;
@@ -246,8 +249,9 @@ TEST(SimplifiedOutline, OfRandomBlotsIsValidKeepsHolesAndStaysNearTheCells) {
         EXPECT_LE(smooth.outer.size(), 2 * cells.outer.size());
         holes += smooth.holes.size();
         OGRLinearRing line;
-        for (const Point& p : cells.outer)
+        for (const Point& p : cells.outer) {
             line.addPoint(p.x, p.y);
+        }
         line.closeRings();
         for (const Point& p : smooth.outer) {
             const OGRPoint vertex(p.x, p.y);

@@ -11,8 +11,8 @@
 namespace detect::test {
 namespace {
 
-constexpr double west = 500000.0;
-constexpr double north = 3400000.0;
+constexpr double kWest = 500000.0;
+constexpr double kNorth = 3400000.0;
 
 /// Normal noise with standard deviation 1 (Box & Muller 1958).
 double normal(Random& random) {
@@ -38,8 +38,8 @@ protected:
         writeRaster(m_request.oldRaster, m_plan,
                     [&](const Point&) { return 50.0 + sigmaMetres * normal(random); });
         writeRaster(m_request.newRaster, m_plan, [&](const Point& p) {
-            const double x = p.x - west;
-            const double y = north - p.y;
+            const double x = p.x - kWest;
+            const double y = kNorth - p.y;
             const bool slab = x > 40 && x < 60 && y > 50 && y < 65;
             return 50.0 + (slab ? slabMetres : 0.0) + sigmaMetres * normal(random);
         });
@@ -107,8 +107,8 @@ TEST_F(SignificanceOfChange, WeakRimBelongsToAChangeOnlyWhereItReachesOne) {
     const auto noise = [&] { return 0.05 * sigma * normal(random); };
     writeRaster(m_request.oldRaster, m_plan, [&](const Point&) { return 50.0 + noise(); });
     writeRaster(m_request.newRaster, m_plan, [&](const Point& p) {
-        const double x = p.x - west;
-        const double y = north - p.y;
+        const double x = p.x - kWest;
+        const double y = kNorth - p.y;
         const bool slab = x > 40 && x < 60 && y > 50 && y < 65;
         const bool rim = (x > 36 && x < 64 && y > 46 && y < 69) || (x > 90 && x < 110 && y > 50 && y < 70);
         return 50.0 + (slab ? 3.5 * sigma : rim ? 1.4 * sigma : 0.0) + noise();
@@ -124,11 +124,11 @@ TEST_F(SignificanceOfChange, SteepGroundNeedsMoreThanLevelGround) {
     const auto ground = [](double x) { return x < 75.0 ? 0.0 : 1.2 * (x - 75.0); };
     Random random(12);
     const auto surveyed = [&](const Point& p) {
-        return 50.0 + ground(p.x - west + 0.15 * normal(random)) + 0.01 * normal(random);
+        return 50.0 + ground(p.x - kWest + 0.15 * normal(random)) + 0.01 * normal(random);
     };
     const auto patch = [](const Point& p) {
-        const double y = north - p.y;
-        const double x = p.x - west;
+        const double y = kNorth - p.y;
+        const double x = p.x - kWest;
         return y > 50 && y < 60 && ((x > 30 && x < 45) || (x > 105 && x < 120)) ? 0.25 : 0.0;
     };
     writeRaster(m_request.oldRaster, m_plan, surveyed);
@@ -136,7 +136,7 @@ TEST_F(SignificanceOfChange, SteepGroundNeedsMoreThanLevelGround) {
     m_request.parameters.significance->confidence = 0.999;
     const Result found = detectOrFail(m_request);
     ASSERT_EQ(found.anomalies.size(), 1U) << "only the patch on level ground is beyond doubt";
-    EXPECT_LT(found.anomalies[0].centroid.x, west + 60);
+    EXPECT_LT(found.anomalies[0].centroid.x, kWest + 60);
     EXPECT_GT(found.coregistration.sigmaPerSlopeMetres, 0.1);
 }
 
@@ -154,14 +154,17 @@ TEST_P(VolumeUncertainty, ScattersAsStated) {
         const auto noisy = [&](const std::function<double(double, double)>& change) {
             const int across = m_plan.columns / together + 1;
             std::vector<double> errors;
-            for (int i = 0; i < across * (m_plan.rows / together + 1); ++i)
+            for (int i = 0; i < across * (m_plan.rows / together + 1); ++i) {
                 errors.push_back(sigma * normal(random));
+            }
             std::vector<float> heights;
-            for (int row = 0; row < m_plan.rows; ++row)
-                for (int column = 0; column < m_plan.columns; ++column)
+            for (int row = 0; row < m_plan.rows; ++row) {
+                for (int column = 0; column < m_plan.columns; ++column) {
                     heights.push_back(static_cast<float>(
                         50.0 + change(column * 0.5 + 0.25, row * 0.5 + 0.25) +
                         errors[static_cast<std::size_t>(row / together * across + column / together)]));
+                }
+            }
             return heights;
         };
         writeRaster(m_request.oldRaster, m_plan, noisy([](double, double) { return 0.0; }));

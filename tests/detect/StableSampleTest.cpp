@@ -59,8 +59,9 @@ TEST(StableSample, SlopedCellsAreSpreadOverAllColumns) {
     EXPECT_TRUE(sample.patches.empty());
     EXPECT_GT(sample.sloped.size(), 60000U);
     EXPECT_LT(sample.sloped.size(), 120000U);
-    for (const SlopedDifference& cell : sample.sloped)
+    for (const SlopedDifference& cell : sample.sloped) {
         ASSERT_NEAR(cell.slopeSquared, 4.0, 1e-3);
+    }
 }
 
 } // namespace

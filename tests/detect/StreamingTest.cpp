@@ -44,12 +44,13 @@ Request tallPair(int trench) {
     request.newRaster = "/vsimem/tall-new.tif";
     writeRaster(request.oldRaster, plan, [](const Point&) { return 20.0; });
     std::vector<float> heights;
-    for (int row = 0; row < plan.rows; ++row)
+    for (int row = 0; row < plan.rows; ++row) {
         for (int column = 0; column < plan.columns; ++column) {
             const bool box = row % 20 >= 8 && row % 20 < 15 && column >= 10 && column < 20;
             const bool inTrench = row >= trench && column >= 40 && column < 46;
             heights.push_back(20.0F + (box ? 2.0F : 0.0F) - (inTrench ? 2.0F : 0.0F));
         }
+    }
     writeRaster(request.newRaster, plan, heights);
     request.parameters.blockRows = 20;
     request.parameters.coregistration = CoregistrationMethod::None;

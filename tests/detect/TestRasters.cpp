@@ -27,8 +27,9 @@ TemporaryFolder::~TemporaryFolder() {
 
 std::vector<std::string> TemporaryFolder::names() const {
     std::vector<std::string> found;
-    for (const auto& entry : fs::directory_iterator(m_path))
+    for (const auto& entry : fs::directory_iterator(m_path)) {
         found.push_back(entry.path().filename().string());
+    }
     std::sort(found.begin(), found.end());
     return found;
 }
@@ -40,8 +41,9 @@ Point RasterPlan::centre(int column, int row) const {
 void writeRaster(const std::string& path, const RasterPlan& plan, const std::vector<float>& heights) {
     GDALAllRegister();
     CPLStringList options;
-    for (const std::string& option : plan.creationOptions)
+    for (const std::string& option : plan.creationOptions) {
         options.AddString(option.c_str());
+    }
     GDALDriver* driver = GetGDALDriverManager()->GetDriverByName("GTiff");
     GDALDatasetUniquePtr file(
         driver->Create(path.c_str(), plan.columns, plan.rows, 1, plan.type, options.List()));
@@ -54,8 +56,9 @@ void writeRaster(const std::string& path, const RasterPlan& plan, const std::vec
     }
     std::array<double, 6> toMap = plan.toMap;
     file->SetGeoTransform(toMap.data());
-    if (plan.noData)
+    if (plan.noData) {
         file->GetRasterBand(1)->SetNoDataValue(*plan.noData);
+    }
     std::vector<float> copy = heights;
     ASSERT_EQ(file->GetRasterBand(1)->RasterIO(GF_Write, 0, 0, plan.columns, plan.rows, copy.data(),
                                                plan.columns, plan.rows, GDT_Float32, 0, 0, nullptr),
@@ -64,17 +67,20 @@ void writeRaster(const std::string& path, const RasterPlan& plan, const std::vec
 
 void writeRaster(const std::string& path, const RasterPlan& plan, const Surface& surface) {
     std::vector<float> heights;
-    for (int row = 0; row < plan.rows; ++row)
-        for (int column = 0; column < plan.columns; ++column)
+    for (int row = 0; row < plan.rows; ++row) {
+        for (int column = 0; column < plan.columns; ++column) {
             heights.push_back(static_cast<float>(surface(plan.centre(column, row))));
+        }
+    }
     writeRaster(path, plan, heights);
 }
 
 std::vector<float> readRaster(const std::string& path) {
     const GDALDatasetUniquePtr file(GDALDataset::Open(path.c_str(), GDAL_OF_RASTER));
     EXPECT_TRUE(file) << path;
-    if (!file)
+    if (!file) {
         return {};
+    }
     const int columns = file->GetRasterXSize();
     const int rows = file->GetRasterYSize();
     std::vector<float> heights(static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows));
@@ -103,8 +109,9 @@ Result detectOrFail(const Request& request) {
 
 Failure detectExpectingFailure(const Request& request, const Progress& progress) {
     auto outcome = detectChanges(request, progress);
-    if (auto* failure = std::get_if<Failure>(&outcome))
+    if (auto* failure = std::get_if<Failure>(&outcome)) {
         return *failure;
+    }
     ADD_FAILURE() << "succeeded with " << std::get<Result>(outcome).anomalies.size() << " anomalies";
     return {};
 }
@@ -115,14 +122,16 @@ OGRPolygon toOgr(const Anomaly& anomaly) {
     OGRPolygon polygon;
     const auto add = [&polygon](const Ring& ring) {
         OGRLinearRing line;
-        for (const Point& p : ring)
+        for (const Point& p : ring) {
             line.addPoint(p.x, p.y);
+        }
         line.closeRings();
         polygon.addRing(&line);
     };
     add(anomaly.outline);
-    for (const Ring& hole : anomaly.holes)
+    for (const Ring& hole : anomaly.holes) {
         add(hole);
+    }
     return polygon;
 }
 
@@ -139,14 +148,17 @@ double polygonArea(const Anomaly& anomaly) {
 bool encloses(const Anomaly& anomaly, const Point& map) {
     bool inside = false;
     const auto cross = [&](const Ring& ring) {
-        for (std::size_t i = 0, j = ring.size() - 1; i < ring.size(); j = i++)
+        for (std::size_t i = 0, j = ring.size() - 1; i < ring.size(); j = i++) {
             if ((ring[i].y > map.y) != (ring[j].y > map.y) &&
-                map.x < (ring[j].x - ring[i].x) * (map.y - ring[i].y) / (ring[j].y - ring[i].y) + ring[i].x)
+                map.x < (ring[j].x - ring[i].x) * (map.y - ring[i].y) / (ring[j].y - ring[i].y) + ring[i].x) {
                 inside = !inside;
+            }
+        }
     };
     cross(anomaly.outline);
-    for (const Ring& hole : anomaly.holes)
+    for (const Ring& hole : anomaly.holes) {
         cross(hole);
+    }
     return inside;
 }
 

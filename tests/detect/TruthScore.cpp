@@ -10,8 +10,8 @@ namespace detect::test {
 
 namespace {
 
-constexpr double leastOverlap = 0.3;
-constexpr double leastShare = 0.25;
+constexpr double kLeastOverlap = 0.3;
+constexpr double kLeastShare = 0.25;
 
 struct Shape {
     std::string name;
@@ -28,14 +28,18 @@ struct Pair {
 };
 
 double areaOf(const OGRGeometry* geometry) {
-    if (geometry == nullptr)
+    if (!geometry) {
         return 0.0;
-    if (wkbFlatten(geometry->getGeometryType()) == wkbPolygon)
+    }
+    if (wkbFlatten(geometry->getGeometryType()) == wkbPolygon) {
         return geometry->toPolygon()->get_Area();
+    }
     double area = 0.0;
-    if (OGR_GT_IsSubClassOf(wkbFlatten(geometry->getGeometryType()), wkbGeometryCollection))
-        for (const OGRGeometry* part : *geometry->toGeometryCollection())
+    if (OGR_GT_IsSubClassOf(wkbFlatten(geometry->getGeometryType()), wkbGeometryCollection)) {
+        for (const OGRGeometry* part : *geometry->toGeometryCollection()) {
             area += areaOf(part);
+        }
+    }
     return area;
 }
 
@@ -47,11 +51,13 @@ std::string text(OGRFeature& feature, const char* field) {
 std::optional<std::vector<Shape>> readShapes(const std::string& path, const char* classField,
                                              std::unique_ptr<OGRSpatialReference>& srs) {
     const GDALDatasetUniquePtr file(GDALDataset::Open(path.c_str(), GDAL_OF_VECTOR | GDAL_OF_VERBOSE_ERROR));
-    if (!file || file->GetLayerCount() < 1 || file->GetLayer(0)->GetSpatialRef() == nullptr)
+    if (!file || file->GetLayerCount() < 1 || !file->GetLayer(0)->GetSpatialRef()) {
         return std::nullopt;
+    }
     OGRLayer* layer = file->GetLayer(0);
-    if (!srs)
+    if (!srs) {
         srs.reset(layer->GetSpatialRef()->Clone());
+    }
     std::vector<Shape> shapes;
     for (const auto& feature : layer) {
         Shape shape;
@@ -60,8 +66,9 @@ std::optional<std::vector<Shape>> readShapes(const std::string& path, const char
         shape.className = text(*feature, classField);
         shape.volume = feature->GetFieldAsDouble("volume_m3");
         shape.outline.reset(feature->StealGeometry());
-        if (!shape.outline || shape.outline->transformTo(srs.get()) != OGRERR_NONE)
+        if (!shape.outline || shape.outline->transformTo(srs.get()) != OGRERR_NONE) {
             return std::nullopt;
+        }
         shapes.push_back(std::move(shape));
     }
     return shapes;
@@ -74,8 +81,9 @@ bool holdsCentroidOf(const OGRGeometry& outer, const OGRGeometry& inner) {
 
 /// Intersection over union when the two match, otherwise nothing.
 std::optional<double> match(const Shape& change, const Shape& anomaly) {
-    if (change.kind != anomaly.kind || !change.outline->Intersects(anomaly.outline.get()))
+    if (change.kind != anomaly.kind || !change.outline->Intersects(anomaly.outline.get())) {
         return std::nullopt;
+    }
     const std::unique_ptr<OGRGeometry> common(change.outline->Intersection(anomaly.outline.get()));
     const double a = areaOf(change.outline.get());
     const double b = areaOf(anomaly.outline.get());
@@ -83,25 +91,30 @@ std::optional<double> match(const Shape& change, const Shape& anomaly) {
     const double overlap = both / (a + b - both);
     const bool centred = holdsCentroidOf(*change.outline, *anomaly.outline) ||
                          holdsCentroidOf(*anomaly.outline, *change.outline);
-    if (overlap >= leastOverlap || (centred && std::min(a, b) >= leastShare * std::max(a, b)))
+    if (overlap >= kLeastOverlap || (centred && std::min(a, b) >= kLeastShare * std::max(a, b))) {
         return overlap;
+    }
     return std::nullopt;
 }
 
 std::vector<Pair> matchedPairs(const std::vector<Shape>& changes, const std::vector<Shape>& anomalies) {
     std::vector<Pair> pairs;
-    for (std::size_t c = 0; c < changes.size(); ++c)
-        for (std::size_t a = 0; a < anomalies.size(); ++a)
-            if (const auto overlap = match(changes[c], anomalies[a]))
+    for (std::size_t c = 0; c < changes.size(); ++c) {
+        for (std::size_t a = 0; a < anomalies.size(); ++a) {
+            if (const auto overlap = match(changes[c], anomalies[a])) {
                 pairs.push_back({c, a, *overlap});
+            }
+        }
+    }
     std::stable_sort(pairs.begin(), pairs.end(),
                      [](const Pair& p, const Pair& q) { return p.overlap > q.overlap; });
     std::vector<bool> changeTaken(changes.size(), false);
     std::vector<bool> anomalyTaken(anomalies.size(), false);
     std::vector<Pair> matched;
     for (const Pair& pair : pairs) {
-        if (changeTaken[pair.change] || anomalyTaken[pair.anomaly])
+        if (changeTaken[pair.change] || anomalyTaken[pair.anomaly]) {
             continue;
+        }
         changeTaken[pair.change] = anomalyTaken[pair.anomaly] = true;
         matched.push_back(pair);
     }
@@ -119,8 +132,9 @@ std::optional<TruthScore> scoreAgainstTruth(const std::string& truthPath, const 
     std::unique_ptr<OGRSpatialReference> srs;
     const auto changes = readShapes(truthPath, "class", srs);
     const auto anomalies = readShapes(resultPath, "suggested", srs);
-    if (!changes || !anomalies)
+    if (!changes || !anomalies) {
         return std::nullopt;
+    }
 
     TruthScore score;
     for (const Shape& change : *changes) {
@@ -147,9 +161,11 @@ std::optional<TruthScore> scoreAgainstTruth(const std::string& truthPath, const 
         score.worstVolumeError =
             std::max(score.worstVolumeError, relativeError(anomaly.volume, scored.volumeCubicMetres));
     }
-    for (std::size_t a = 0; a < anomalies->size(); ++a)
-        if (!isTrue[a])
+    for (std::size_t a = 0; a < anomalies->size(); ++a) {
+        if (!isTrue[a]) {
             score.falseAnomalies.push_back((*anomalies)[a].name);
+        }
+    }
     const auto matched = static_cast<double>(pairs.size());
     score.recall = changes->empty() ? 1.0 : matched / static_cast<double>(changes->size());
     score.precision = anomalies->empty() ? 1.0 : matched / static_cast<double>(anomalies->size());

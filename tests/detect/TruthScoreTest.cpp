@@ -37,12 +37,12 @@ TruthScore scoreOf(const std::vector<Anomaly>& truth, const std::vector<Anomaly>
     return score.value_or(TruthScore());
 }
 
-constexpr double x = 500100.0;
-constexpr double y = 3400100.0;
+constexpr double kX = 500100.0;
+constexpr double kY = 3400100.0;
 
 TEST(TruthScore, PerfectResultScoresFull) {
-    const std::vector<Anomaly> truth = {square("a", x, y, 10, Kind::Fill, 100),
-                                        square("b", x + 50, y, 10, Kind::Cut, 40)};
+    const std::vector<Anomaly> truth = {square("a", kX, kY, 10, Kind::Fill, 100),
+                                        square("b", kX + 50, kY, 10, Kind::Cut, 40)};
     const TruthScore score = scoreOf(truth, truth);
     EXPECT_EQ(score.recall, 1.0);
     EXPECT_EQ(score.precision, 1.0);
@@ -51,11 +51,11 @@ TEST(TruthScore, PerfectResultScoresFull) {
 }
 
 TEST(TruthScore, MissedFalseAndWrongKindCount) {
-    const std::vector<Anomaly> truth = {square("a", x, y, 10, Kind::Fill, 100),
-                                        square("b", x + 50, y, 10, Kind::Cut, 40)};
-    const std::vector<Anomaly> result = {square("A1", x + 1, y, 10, Kind::Fill, 110),
-                                         square("A2", x + 50, y, 10, Kind::Fill, 40),
-                                         square("A3", x + 90, y, 10, Kind::Cut, 40)};
+    const std::vector<Anomaly> truth = {square("a", kX, kY, 10, Kind::Fill, 100),
+                                        square("b", kX + 50, kY, 10, Kind::Cut, 40)};
+    const std::vector<Anomaly> result = {square("A1", kX + 1, kY, 10, Kind::Fill, 110),
+                                         square("A2", kX + 50, kY, 10, Kind::Fill, 40),
+                                         square("A3", kX + 90, kY, 10, Kind::Cut, 40)};
     const TruthScore score = scoreOf(truth, result);
     EXPECT_EQ(score.recall, 0.5);
     EXPECT_NEAR(score.precision, 1.0 / 3.0, 1e-12);
@@ -64,9 +64,9 @@ TEST(TruthScore, MissedFalseAndWrongKindCount) {
 }
 
 TEST(TruthScore, OneChangeFoundInTwoPiecesCountsOnce) {
-    const std::vector<Anomaly> truth = {square("a", x, y, 10, Kind::Fill, 100)};
-    const std::vector<Anomaly> result = {square("A1", x, y, 7, Kind::Fill, 60),
-                                         square("A2", x + 6, y + 7, 3, Kind::Fill, 9)};
+    const std::vector<Anomaly> truth = {square("a", kX, kY, 10, Kind::Fill, 100)};
+    const std::vector<Anomaly> result = {square("A1", kX, kY, 7, Kind::Fill, 60),
+                                         square("A2", kX + 6, kY + 7, 3, Kind::Fill, 9)};
     const TruthScore score = scoreOf(truth, result);
     EXPECT_EQ(score.recall, 1.0);
     EXPECT_EQ(score.precision, 0.5);

@@ -23,16 +23,19 @@ public:
     using CXCommandHandler::handle;
     bool handle(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter&) override {
         m_log.push_back(m_name + ": event " + std::to_string(ea.getEventType()));
-        if (m_throws)
+        if (m_throws) {
             throw std::runtime_error("handle");
+        }
         return m_consumes;
     }
     void OnMessage(std::string message) override {
         m_log.push_back(m_name + ": " + message);
-        if (message == "again")
+        if (message == "again") {
             osgPush("posted meanwhile");
-        if (m_throws)
+        }
+        if (m_throws) {
             throw std::runtime_error("OnMessage");
+        }
     }
     void InitInstance() override { m_log.push_back(m_name + ": init"); }
     void ExitInstance() override { m_log.push_back(m_name + ": exit"); }
@@ -115,13 +118,16 @@ TEST_F(MessageBus, EveryPostWakesTheViewer) {
 TEST_F(MessageBus, TakesMessagesFromOtherThreadsWithoutLosingAny) {
     constexpr int kPerThread = 500;
     std::vector<std::thread> threads;
-    for (int index = 0; index < 4; ++index)
+    for (int index = 0; index < 4; ++index) {
         threads.emplace_back([] {
-            for (int message = 0; message < kPerThread; ++message)
+            for (int message = 0; message < kPerThread; ++message) {
                 osgPush("from elsewhere");
+            }
         });
-    for (std::thread& thread : threads)
+    }
+    for (std::thread& thread : threads) {
         thread.join();
+    }
     m_registry.deliverMessages();
     EXPECT_EQ(m_log.size(), 2U * 4U * kPerThread);
 }

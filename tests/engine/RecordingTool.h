@@ -32,8 +32,9 @@ public:
     void OnBeforeExcute() override { m_log << fromGbk(m_key) + " before"; }
     void Execute() override {
         m_log << fromGbk(m_key) + " execute";
-        if (m_throws)
+        if (m_throws) {
             throw std::runtime_error("out of paper");
+        }
         m_pButton->setChecked(false);
     }
 
@@ -59,15 +60,17 @@ public:
     void OnActivate() override {
         m_log << fromGbk(m_key) + (m_wasUnchecked ? " refused" : " on");
         m_pButton->setChecked(!m_wasUnchecked);
-        if (m_throwsOnActivate)
+        if (m_throwsOnActivate) {
             throw std::runtime_error("no database");
+        }
     }
     void OnDeactivate() override {
         m_log << fromGbk(m_key) + (m_pButton->isChecked() ? " off" : " off while unchecked");
         m_wasUnchecked = !m_pButton->isChecked();
         m_pButton->setChecked(false);
-        if (m_throwsOnDeactivate)
+        if (m_throwsOnDeactivate) {
             throw 42;
+        }
     }
     /// What a drawing tool does when it is finished before the user leaves it.
     void switchItselfOff() { m_pButton->setChecked(false); }

@@ -23,7 +23,7 @@ using namespace globetest;
 
 namespace {
 
-constexpr float missing = std::numeric_limits<float>::quiet_NaN();
+constexpr float kMissing = std::numeric_limits<float>::quiet_NaN();
 
 std::array<std::uint8_t, 4> red(double, double) {
     return {230, 20, 20, 255};
@@ -48,19 +48,19 @@ GeoPoint inTestPlace(double x, double y) {
 class BadInput : public ::testing::Test {
 protected:
     void SetUp() override {
-        ASSERT_TRUE(globe.isUsable()) << "these tests need a display (xvfb-run will do)";
+        ASSERT_TRUE(m_globe.isUsable()) << "these tests need a display (xvfb-run will do)";
     }
     void lookAt(const GeoPoint& point, double range) {
-        globe.mapNode();
-        globe.manipulator()->setViewpoint(Viewpoint("", point.x(), point.y(), 0.0, 0.0, -89.9, range));
-        ASSERT_TRUE(globe.settle());
+        m_globe.mapNode();
+        m_globe.manipulator()->setViewpoint(Viewpoint("", point.x(), point.y(), 0.0, 0.0, -89.9, range));
+        ASSERT_TRUE(m_globe.settle());
     }
     /// The colour in the middle of the picture, looking straight down.
     osg::Vec4 colourAt(const GeoPoint& point, double range) {
         lookAt(point, range);
-        return globe.picture()->getColor(48U, 48U);
+        return m_globe.picture()->getColor(48U, 48U);
     }
-    const Layer& layer(const std::string& name) { return *globe.map()->getLayerByName(name); }
+    const Layer& layer(const std::string& name) { return *m_globe.map()->getLayerByName(name); }
 
     /// The layer is used as far as it goes, its status names the file, and one line in the log does so.
     void expectOneComplaint(const LogLines& log, const std::string& name, const std::string& file) {
@@ -71,8 +71,8 @@ protected:
         EXPECT_NE(log.lines()[0].find(file), std::string::npos) << log.lines()[0];
     }
 
-    OffscreenGlobe globe{96, 96};
-    const GeoPoint middle = inTestPlace(582656.0, 3797056.0);
+    OffscreenGlobe m_globe{96, 96};
+    const GeoPoint m_middle = inTestPlace(582656.0, 3797056.0);
 };
 
 } // namespace
@@ -92,7 +92,7 @@ TEST_F(BadInput, ACorruptRasterIsShownWhereItCanBeRead) {
     bytes.close();
 
     const LogLines log;
-    globe.addImage("corrupt", file);
+    m_globe.addImage("corrupt", file);
     EXPECT_TRUE(layer("corrupt").getStatus().isOK());
     EXPECT_TRUE(isRed(colourAt(inTestPlace(582450.0, 3797260.0), 60.0))); // the north-west
     EXPECT_TRUE(isBareGround(colourAt(inTestPlace(582870.0, 3796850.0), 60.0)));
@@ -106,10 +106,10 @@ TEST_F(BadInput, ARasterThatIsTruncatedWhileInUse) {
         "below.tif", {}, [](double, double) { return std::array<std::uint8_t, 4>{10, 220, 10, 255}; });
     const std::string file = writeColours("shrinking.tif", {}, red);
     const LogLines log;
-    globe.addImage("below", green);
-    globe.addImage("shrinking", file);
+    m_globe.addImage("below", green);
+    m_globe.addImage("shrinking", file);
     std::filesystem::resize_file(file, 4096);
-    EXPECT_GT(colourAt(middle, 100.0).g(), 0.5F); // what lies below is still there
+    EXPECT_GT(colourAt(m_middle, 100.0).g(), 0.5F); // what lies below is still there
     EXPECT_GT(colourAt(inTestPlace(582700.0, 3797000.0), 50.0).g(), 0.5F);
     expectOneComplaint(log, "shrinking", file);
     EXPECT_TRUE(layer("below").getStatus().isOK());
@@ -118,7 +118,7 @@ TEST_F(BadInput, ARasterThatIsTruncatedWhileInUse) {
 TEST_F(BadInput, ARasterThatIsDeletedWhileInUse) {
     const std::string file = writeColours("deleted.tif", {}, red);
     const LogLines log;
-    globe.addImage("deleted", file);
+    m_globe.addImage("deleted", file);
     ASSERT_TRUE(layer("deleted").getStatus().isOK());
     std::filesystem::remove(file);
     // The file that is open can still be read; the next thread that wants one of its own cannot have it.
@@ -135,7 +135,7 @@ TEST_F(BadInput, ARasterThatIsDeletedWhileInUse) {
             thread.join();
         }
     }
-    lookAt(middle, 100.0);
+    lookAt(m_middle, 100.0);
     lookAt(inTestPlace(582700.0, 3797000.0), 50.0);
     expectOneComplaint(log, "deleted", file);
 }
@@ -150,9 +150,9 @@ TEST_F(BadInput, AWrongReferenceSystem) {
                         << "</SourceFilename><SourceBand>1</SourceBand></SimpleSource></VRTRasterBand>"
                            "</VRTDataset>";
     const LogLines log;
-    globe.addImage("nonsense", file);
+    m_globe.addImage("nonsense", file);
     EXPECT_FALSE(layer("nonsense").getEnabled());
-    EXPECT_TRUE(isBareGround(colourAt(middle, 100.0)));
+    EXPECT_TRUE(isBareGround(colourAt(m_middle, 100.0)));
     expectOneComplaint(log, "nonsense", file);
 }
 
@@ -163,7 +163,7 @@ TEST_F(BadInput, ASystemWithoutACode) {
     place.west = 1000.0;
     place.north = 1000.0;
     const LogLines log;
-    globe.addImage("own", writeColours("own.tif", place, red));
+    m_globe.addImage("own", writeColours("own.tif", place, red));
     // The datum is moved by a hundred metres or so; the raster is 512 m wide.
     EXPECT_TRUE(isRed(colourAt(degrees(108.7, 34.2), 100.0)));
     EXPECT_TRUE(layer("own").getStatus().isOK());
@@ -175,7 +175,7 @@ TEST_F(BadInput, SixteenBitsAreStretchedToTheirRange) {
     format.type = "UInt16";
     const std::string file = writeRaster(
         "sixteen.tif", {}, format, [](int, int column, int) { return column < 256 ? 1000.0 : 61000.0; });
-    globe.addImage("sixteen", file);
+    m_globe.addImage("sixteen", file);
     EXPECT_LT(colourAt(inTestPlace(582500.0, 3797056.0), 100.0).r(), 0.05F);
     EXPECT_GT(colourAt(inTestPlace(582800.0, 3797056.0), 100.0).r(), 0.9F);
 }
@@ -184,9 +184,9 @@ TEST_F(BadInput, FloatPicturesAreStretchedAndNotANumberIsClear) {
     RasterFormat format;
     format.type = "Float32";
     const std::string file = writeRaster("float.tif", {}, format, [](int, int column, int row) {
-        return row < 256 ? static_cast<double>(missing) : column < 256 ? -0.5 : 0.5;
+        return row < 256 ? static_cast<double>(kMissing) : column < 256 ? -0.5 : 0.5;
     });
-    globe.addImage("float", file);
+    m_globe.addImage("float", file);
     EXPECT_LT(colourAt(inTestPlace(582500.0, 3796900.0), 100.0).r(), 0.05F);
     EXPECT_GT(colourAt(inTestPlace(582800.0, 3796900.0), 100.0).b(), 0.9F);
     EXPECT_TRUE(isBareGround(colourAt(inTestPlace(582800.0, 3797200.0), 100.0)));
@@ -205,7 +205,7 @@ TEST_F(BadInput, APaletteGivesTheColours) {
     };
     const std::string file =
         writeRaster("palette.tif", {}, format, [](int, int column, int) { return column < 256 ? 0 : 1; });
-    globe.addImage("palette", file);
+    m_globe.addImage("palette", file);
     EXPECT_GT(colourAt(inTestPlace(582500.0, 3797056.0), 100.0).b(), 0.9F);
     EXPECT_LT(colourAt(inTestPlace(582500.0, 3797056.0), 100.0).r(), 0.1F);
     EXPECT_TRUE(isRed(colourAt(inTestPlace(582800.0, 3797056.0), 100.0)));
@@ -215,7 +215,7 @@ TEST_F(BadInput, AlphaLetsTheGroundShow) {
     const std::string file = writeColours("alpha.tif", {}, [](double x, double) {
         return std::array<std::uint8_t, 4>{230, 20, 20, static_cast<std::uint8_t>(x < 582656.0 ? 0 : 255)};
     });
-    globe.addImage("alpha", file);
+    m_globe.addImage("alpha", file);
     EXPECT_TRUE(isBareGround(colourAt(inTestPlace(582500.0, 3797056.0), 100.0)));
     EXPECT_TRUE(isRed(colourAt(inTestPlace(582800.0, 3797056.0), 100.0)));
 }
@@ -237,24 +237,24 @@ TEST_F(BadInput, AMaskLetsTheGroundShow) {
     };
     const std::string file =
         writeRaster("masked.tif", {}, format, [](int band, int, int) { return band == 1 ? 230 : 20; });
-    globe.addImage("masked", file);
+    m_globe.addImage("masked", file);
     EXPECT_TRUE(isBareGround(colourAt(inTestPlace(582500.0, 3797056.0), 100.0)));
     EXPECT_TRUE(isRed(colourAt(inTestPlace(582800.0, 3797056.0), 100.0)));
 }
 
 TEST_F(BadInput, HeightsThatAreNotANumberAreHoles) {
     const std::string file = writeHeights(
-        "nan.tif", {}, [](double x, double) { return x < 582656.0 ? 80.0 : static_cast<double>(missing); });
+        "nan.tif", {}, [](double x, double) { return x < 582656.0 ? 80.0 : static_cast<double>(kMissing); });
     const LogLines log;
-    globe.addElevation("nan", file);
-    ElevationQuery query(globe.map());
+    m_globe.addElevation("nan", file);
+    ElevationQuery query(m_globe.map());
     EXPECT_NEAR(query.getElevation(inTestPlace(582600.0, 3797056.0)), 80.0, 1e-3);
     EXPECT_EQ(query.getElevation(inTestPlace(582700.0, 3797056.0)), NO_DATA_VALUE);
-    lookAt(middle, 300.0);
+    lookAt(m_middle, 300.0);
     // The drawn surface goes on across the hole.
     double height = 0.0;
     const GeoPoint inHole = inTestPlace(582700.0, 3797056.0);
-    ASSERT_TRUE(globe.mapNode()->getTerrain()->getHeight(nullptr, inHole.x(), inHole.y(), &height));
+    ASSERT_TRUE(m_globe.mapNode()->getTerrain()->getHeight(nullptr, inHole.x(), inHole.y(), &height));
     EXPECT_NEAR(height, 80.0, 5.0);
     EXPECT_TRUE(layer("nan").getStatus().isOK());
     EXPECT_TRUE(log.lines().empty());
@@ -266,13 +266,13 @@ TEST_F(BadInput, DegreesBeyondTheAntimeridian) {
     place.west = 179.0;
     place.north = -16.0;
     place.cell = 2.0 / 512;
-    globe.addImage("fiji", writeColours("fiji.tif", place, red));
-    globe.addElevation("fiji heights", writeHeights("fiji_heights.tif", place, [](double x, double) {
-                           return 100.0 + x; // 279 to 281
-                       }));
+    m_globe.addImage("fiji", writeColours("fiji.tif", place, red));
+    m_globe.addElevation("fiji heights", writeHeights("fiji_heights.tif", place, [](double x, double) {
+                             return 100.0 + x; // 279 to 281
+                         }));
     for (const double longitude : {179.3, 179.99, -179.99, -179.3}) {
         EXPECT_TRUE(isRed(colourAt(degrees(longitude, -17.0), 2000.0))) << longitude;
-        ElevationQuery query(globe.map());
+        ElevationQuery query(m_globe.map());
         const double unbroken = longitude < 0.0 ? longitude + 360.0 : longitude;
         EXPECT_NEAR(query.getElevation(degrees(longitude, -17.0)), 100.0 + unbroken, 0.01);
     }
@@ -286,7 +286,7 @@ TEST_F(BadInput, AProjectionAcrossTheAntimeridian) {
     place.west = 720000.0;
     place.north = 8150000.0;
     place.cell = 400.0; // 204.8 km
-    globe.addImage("zone", writeColours("zone60.tif", place, red));
+    m_globe.addImage("zone", writeColours("zone60.tif", place, red));
     for (const double longitude : {179.3, 179.99, -179.99, -179.5}) {
         EXPECT_TRUE(isRed(colourAt(degrees(longitude, -17.3), 2000.0))) << longitude;
     }
@@ -300,10 +300,10 @@ TEST_F(BadInput, ARasterAroundThePole) {
     place.cell = 1000.0;
     place.west = -256000.0;
     place.north = 256000.0;
-    globe.addImage("ice", writeColours("ice.tif", place, red));
-    globe.addElevation("ice heights",
-                       writeHeights("ice_heights.tif", place, [](double, double) { return 30.0; }));
-    ElevationQuery query(globe.map());
+    m_globe.addImage("ice", writeColours("ice.tif", place, red));
+    m_globe.addElevation("ice heights",
+                         writeHeights("ice_heights.tif", place, [](double, double) { return 30.0; }));
+    ElevationQuery query(m_globe.map());
     for (const double longitude : {-170.0, -80.0, 10.0, 100.0}) {
         EXPECT_TRUE(isRed(colourAt(degrees(longitude, 89.0), 3000.0))) << longitude;
         EXPECT_NEAR(query.getElevation(degrees(longitude, 89.0)), 30.0, 1e-3) << longitude;

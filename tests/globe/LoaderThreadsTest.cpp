@@ -25,8 +25,8 @@ using namespace globetest;
 
 namespace {
 
-constexpr double middleX = 582656.0;
-constexpr double middleY = 3797056.0;
+constexpr double kMiddleX = 582656.0;
+constexpr double kMiddleY = 3797056.0;
 
 template<class Layer>
 osg::ref_ptr<Layer> layer(const std::string& file) {
@@ -36,7 +36,7 @@ osg::ref_ptr<Layer> layer(const std::string& file) {
 }
 
 TileKey keyAt(const Profile& profile, unsigned lod) {
-    const GeoPoint middle = GeoPoint(SpatialReference::get("epsg:4545"), middleX, middleY, 0.0)
+    const GeoPoint middle = GeoPoint(SpatialReference::get("epsg:4545"), kMiddleX, kMiddleY, 0.0)
                                 .transform(SpatialReference::get("wgs84"));
     unsigned wide = 0;
     unsigned high = 0;
@@ -83,9 +83,9 @@ TEST(LoaderThreads, ReadTilesWhileLayersAreReplaced) {
                 const TileKey key = keyAt(*map->getProfile(), 6 + (i * 5 + t) % 12);
                 auto children = loader->readNode(TileLoader::childrenName(key), nullptr);
                 const osg::Node* node = children.getNode();
-                const osg::Group* quad = node != nullptr ? node->asGroup() : nullptr;
-                wrong += quad == nullptr || quad->getNumChildren() != 4 ? 1 : 0;
-                wrong += loader->readNode(TileLoader::surfaceName(key), nullptr).getNode() == nullptr ? 1 : 0;
+                const osg::Group* quad = node ? node->asGroup() : nullptr;
+                wrong += !quad || quad->getNumChildren() != 4 ? 1 : 0;
+                wrong += !loader->readNode(TileLoader::surfaceName(key), nullptr).getNode() ? 1 : 0;
                 ++quads;
             }
         });
@@ -94,7 +94,7 @@ TEST(LoaderThreads, ReadTilesWhileLayersAreReplaced) {
         ElevationQuery query(map);
         while (!isDone) {
             const float height =
-                query.getElevation(GeoPoint(SpatialReference::get("epsg:4545"), middleX, middleY, 0.0));
+                query.getElevation(GeoPoint(SpatialReference::get("epsg:4545"), kMiddleX, kMiddleY, 0.0));
             wrong += height == NO_DATA_VALUE || std::abs(height - 70.0F) < 0.01F ? 0 : 1;
         }
     });

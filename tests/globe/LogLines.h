@@ -2,6 +2,7 @@
 #pragma once
 #include <cpl_error.h>
 #include <osg/Notify>
+#include <osg/ref_ptr>
 
 #include <mutex>
 #include <string>
@@ -12,20 +13,20 @@ namespace globetest {
 /// Collects the lines instead of printing them. Thread safe; one object at a time.
 class LogLines {
 public:
-    LogLines() : _previous(osg::getNotifyHandler()), _handler(new Handler()) {
-        osg::setNotifyHandler(_handler);
-        active() = _handler.get();
+    LogLines() : m_previous(osg::getNotifyHandler()), m_handler(new Handler()) {
+        osg::setNotifyHandler(m_handler);
+        active() = m_handler.get();
         CPLSetErrorHandler(&LogLines::fromGdal);
     }
     ~LogLines() {
         CPLSetErrorHandler(CPLDefaultErrorHandler);
         active() = nullptr;
-        osg::setNotifyHandler(_previous);
+        osg::setNotifyHandler(m_previous);
     }
     LogLines(const LogLines&) = delete;
     LogLines& operator=(const LogLines&) = delete;
 
-    std::vector<std::string> lines() const { return _handler->lines(); }
+    std::vector<std::string> lines() const { return m_handler->lines(); }
 
 private:
     class Handler : public osg::NotifyHandler {
@@ -36,17 +37,17 @@ private:
             }
         }
         void add(const std::string& line) {
-            const std::lock_guard lock(_mutex);
-            _lines.push_back(line);
+            const std::lock_guard lock(m_mutex);
+            m_lines.push_back(line);
         }
         std::vector<std::string> lines() {
-            const std::lock_guard lock(_mutex);
-            return _lines;
+            const std::lock_guard lock(m_mutex);
+            return m_lines;
         }
 
     private:
-        std::mutex _mutex;
-        std::vector<std::string> _lines;
+        std::mutex m_mutex;
+        std::vector<std::string> m_lines;
     };
     static Handler*& active() {
         static Handler* handler = nullptr;
@@ -58,8 +59,8 @@ private:
         }
     }
 
-    osg::ref_ptr<osg::NotifyHandler> _previous;
-    osg::ref_ptr<Handler> _handler;
+    osg::ref_ptr<osg::NotifyHandler> m_previous;
+    osg::ref_ptr<Handler> m_handler;
 };
 
 } // namespace globetest

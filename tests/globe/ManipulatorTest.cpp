@@ -52,23 +52,23 @@ TEST_F(ManipulatorTest, FliesAndEndsExactlyThere) {
     const Viewpoint target("", 108.95, 34.35, 100.0, -30.0, -60.0, 5000.0);
     manipulator().setViewpoint(target, 0.3);
     EXPECT_TRUE(manipulator().isSettingViewpoint());
-    ASSERT_TRUE(globe.frameUntil([&] { return !manipulator().isSettingViewpoint(); }));
+    ASSERT_TRUE(m_globe.frameUntil([&] { return !manipulator().isSettingViewpoint(); }));
     expectSame(manipulator().getViewpoint(), target);
 }
 
 TEST_F(ManipulatorTest, AsksForFramesOnlyWhileSomethingMoves) {
-    globe.viewer().setRunFrameScheme(osgViewer::ViewerBase::ON_DEMAND);
-    ASSERT_TRUE(globe.settle());
-    globe.frame();
-    EXPECT_FALSE(globe.viewer().checkNeedToDoFrame());
+    m_globe.viewer().setRunFrameScheme(osgViewer::ViewerBase::ON_DEMAND);
+    ASSERT_TRUE(m_globe.settle());
+    m_globe.frame();
+    EXPECT_FALSE(m_globe.viewer().checkNeedToDoFrame());
     manipulator().setViewpoint(Viewpoint("", 108.95, 34.35, 100.0, -30.0, -60.0, 5000.0), 0.2);
-    EXPECT_TRUE(globe.viewer().checkNeedToDoFrame());
-    globe.frame();
-    EXPECT_TRUE(globe.viewer().checkNeedToDoFrame());
-    ASSERT_TRUE(globe.frameUntil([&] { return !manipulator().isSettingViewpoint(); }));
-    ASSERT_TRUE(globe.settle());
-    globe.frame();
-    EXPECT_FALSE(globe.viewer().checkNeedToDoFrame());
+    EXPECT_TRUE(m_globe.viewer().checkNeedToDoFrame());
+    m_globe.frame();
+    EXPECT_TRUE(m_globe.viewer().checkNeedToDoFrame());
+    ASSERT_TRUE(m_globe.frameUntil([&] { return !manipulator().isSettingViewpoint(); }));
+    ASSERT_TRUE(m_globe.settle());
+    m_globe.frame();
+    EXPECT_FALSE(m_globe.viewer().checkNeedToDoFrame());
 }
 
 TEST_F(ManipulatorTest, DragsTheGrabbedPointWithThePointer) {
@@ -87,7 +87,7 @@ TEST_F(ManipulatorTest, DragsTheWholeGlobe) {
     manipulator().getSettings()->bindMouse(EarthManipulator::ACTION_EARTH_DRAG,
                                            GUIEventAdapter::LEFT_MOUSE_BUTTON);
     manipulator().setViewpoint(Viewpoint("", 100.0, 20.0, 0.0, 0.0, -89.9, 2.0e7));
-    ASSERT_TRUE(globe.settle());
+    ASSERT_TRUE(m_globe.settle());
     const osg::Vec3d grabbed = worldUnder(180.0F, 140.0F);
     drag(180.0F, 140.0F, 240.0F, 170.0F, 1);
     const osg::Vec3d window = windowOf(grabbed);
@@ -102,15 +102,15 @@ TEST_F(ManipulatorTest, ZoomsToThePointer) {
     queue().mouseMotion(90.0F, 200.0F);
     for (int i = 0; i < 3; ++i) {
         queue().mouseScroll(GUIEventAdapter::SCROLL_DOWN);
-        globe.frame();
+        m_globe.frame();
     }
-    globe.frame();
+    m_globe.frame();
     EXPECT_LT(manipulator().getDistance(), before * 0.7);
     EXPECT_NEAR(windowOf(under).x(), 90.0, 3.0);
     EXPECT_NEAR(windowOf(under).y(), 200.0, 3.0);
     queue().mouseScroll(GUIEventAdapter::SCROLL_UP);
     const double near = manipulator().getDistance();
-    globe.frame();
+    m_globe.frame();
     EXPECT_GT(manipulator().getDistance(), near);
 }
 
@@ -124,7 +124,7 @@ TEST_F(ManipulatorTest, TurnsAboutTheMiddle) {
 }
 
 TEST_F(ManipulatorTest, PansWithTheArrowKeys) {
-    look(place, -89.9, 300.0);
+    look(m_place, -89.9, 300.0);
     Viewpoint north = manipulator().getViewpoint();
     north.setHeading(0.0);
     manipulator().setViewpoint(north);
@@ -138,7 +138,7 @@ TEST_F(ManipulatorTest, FliesToADoubleClickedPoint) {
     const osg::Vec3d clicked = worldUnder(120.0F, 180.0F);
     const double before = manipulator().getDistance();
     queue().mouseDoubleButtonPress(120.0F, 180.0F, 1);
-    ASSERT_TRUE(globe.frameUntil(
+    ASSERT_TRUE(m_globe.frameUntil(
         [&] { return !manipulator().isSettingViewpoint() && manipulator().getDistance() < before; }));
     EXPECT_NEAR(windowOf(clicked).x(), 200.0, 1.0);
     EXPECT_NEAR(windowOf(clicked).y(), 150.0, 1.0);
@@ -185,17 +185,17 @@ TEST_F(ManipulatorTest, MatchesModifiersExactly) {
 }
 
 TEST_F(ManipulatorTest, NeverDivesBelowTheGround) {
-    look(place, -20.0, 30.0);
+    look(m_place, -20.0, 30.0);
     queue().mouseMotion(200.0F, 150.0F);
     for (int i = 0; i < 30; ++i) {
         queue().mouseScroll(GUIEventAdapter::SCROLL_DOWN);
-        globe.frame();
+        m_globe.frame();
         drag(200.0F, 150.0F, 200.0F, 200.0F, 2);
         release(200.0F, 200.0F, 2);
         osg::Vec3d eye;
         SpatialReference::get("wgs84")->transformFromWorld(manipulator().getMatrix().getTrans(), eye);
         double ground = 0.0;
-        ASSERT_TRUE(globe.mapNode()->getTerrain()->getHeight(nullptr, eye.x(), eye.y(), &ground));
+        ASSERT_TRUE(m_globe.mapNode()->getTerrain()->getHeight(nullptr, eye.x(), eye.y(), &ground));
         EXPECT_GT(eye.z(), ground + 0.5);
     }
 }

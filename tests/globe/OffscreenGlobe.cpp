@@ -18,15 +18,15 @@ namespace {
 // Copies the frame buffer at the end of a frame.
 class ReadBack : public osg::Camera::DrawCallback {
 public:
-    explicit ReadBack(osg::Image* image) : _image(image) {}
+    explicit ReadBack(osg::Image* image) : m_image(image) {}
     void operator()(osg::RenderInfo& info) const override {
         const osg::Viewport* viewport = info.getCurrentCamera()->getViewport();
-        _image->readPixels(0, 0, static_cast<int>(viewport->width()), static_cast<int>(viewport->height()),
-                           GL_RGB, GL_UNSIGNED_BYTE);
+        m_image->readPixels(0, 0, static_cast<int>(viewport->width()), static_cast<int>(viewport->height()),
+                            GL_RGB, GL_UNSIGNED_BYTE);
     }
 
 private:
-    osg::ref_ptr<osg::Image> _image;
+    osg::ref_ptr<osg::Image> m_image;
 };
 
 osg::ref_ptr<osg::GraphicsContext> offscreenContext(int width, int height) {
@@ -44,10 +44,10 @@ osg::ref_ptr<osg::GraphicsContext> offscreenContext(int width, int height) {
 } // namespace
 
 OffscreenGlobe::OffscreenGlobe(int width, int height, const osgEarth::TerrainOptions& options)
-    : _width(width), _height(height), _options(options), _map(new osgEarth::Map()),
-      _manipulator(new osgEarth::Util::EarthManipulator()) {
-    _viewer.setThreadingModel(osgViewer::ViewerBase::SingleThreaded);
-    osg::Camera* camera = _viewer.getCamera();
+    : m_width(width), m_height(height), m_options(options), m_map(new osgEarth::Map()),
+      m_manipulator(new osgEarth::Util::EarthManipulator()) {
+    m_viewer.setThreadingModel(osgViewer::ViewerBase::SingleThreaded);
+    osg::Camera* camera = m_viewer.getCamera();
     camera->setGraphicsContext(offscreenContext(width, height));
     camera->setViewport(0, 0, width, height);
     camera->setDrawBuffer(GL_FRONT);
@@ -55,46 +55,46 @@ OffscreenGlobe::OffscreenGlobe(int width, int height, const osgEarth::TerrainOpt
     camera->setClearColor(osg::Vec4(0.0F, 0.0F, 0.0F, 1.0F));
     camera->setProjectionMatrixAsPerspective(30.0, static_cast<double>(width) / height, 1.0, 1.0e8);
     osgEarth::Util::LogarithmicDepthBuffer().install(camera);
-    _viewer.setKeyEventSetsDone(0);
+    m_viewer.setKeyEventSetsDone(0);
 }
 
 OffscreenGlobe::~OffscreenGlobe() = default;
 
 bool OffscreenGlobe::isUsable() const {
-    return _viewer.getCamera()->getGraphicsContext() != nullptr;
+    return m_viewer.getCamera()->getGraphicsContext() != nullptr;
 }
 
 osgEarth::MapNode* OffscreenGlobe::mapNode() {
-    if (!_mapNode.valid()) {
-        _mapNode = new osgEarth::MapNode(_map.get(), osgEarth::MapNodeOptions(_options));
-        _viewer.setSceneData(_mapNode);
-        _viewer.setCameraManipulator(_manipulator);
-        _viewer.getEventQueue()->windowResize(0, 0, _width, _height);
-        _viewer.realize();
+    if (!m_mapNode.valid()) {
+        m_mapNode = new osgEarth::MapNode(m_map.get(), osgEarth::MapNodeOptions(m_options));
+        m_viewer.setSceneData(m_mapNode);
+        m_viewer.setCameraManipulator(m_manipulator);
+        m_viewer.getEventQueue()->windowResize(0, 0, m_width, m_height);
+        m_viewer.realize();
         frame();
     }
-    return _mapNode.get();
+    return m_mapNode.get();
 }
 
 void OffscreenGlobe::addImage(const std::string& name, const std::string& file) {
     osgEarth::Drivers::GDALOptions options;
     options.url() = file;
-    _map->addLayer(new osgEarth::ImageLayer(name, options));
+    m_map->addLayer(new osgEarth::ImageLayer(name, options));
 }
 
 void OffscreenGlobe::addElevation(const std::string& name, const std::string& file) {
     osgEarth::Drivers::GDALOptions options;
     options.url() = file;
-    _map->addLayer(new osgEarth::ElevationLayer(name, options));
+    m_map->addLayer(new osgEarth::ElevationLayer(name, options));
 }
 
 void OffscreenGlobe::frame() {
     mapNode();
-    _viewer.frame();
+    m_viewer.frame();
 }
 
 bool OffscreenGlobe::settle(int maxFrames) {
-    const osgDB::DatabasePager* pager = _viewer.getDatabasePager();
+    const osgDB::DatabasePager* pager = m_viewer.getDatabasePager();
     frame();
     frame();
     return frameUntil(
@@ -121,9 +121,9 @@ bool OffscreenGlobe::frameUntil(const std::function<bool()>& condition, int maxF
 
 osg::ref_ptr<osg::Image> OffscreenGlobe::picture() {
     osg::ref_ptr<osg::Image> image = new osg::Image();
-    _viewer.getCamera()->setFinalDrawCallback(new ReadBack(image));
+    m_viewer.getCamera()->setFinalDrawCallback(new ReadBack(image));
     frame();
-    _viewer.getCamera()->setFinalDrawCallback(nullptr);
+    m_viewer.getCamera()->setFinalDrawCallback(nullptr);
     return image;
 }
 
@@ -134,12 +134,11 @@ std::string worldVrt(const std::string& image, const std::string& vrtPath) {
     GDALTranslateOptions* options = GDALTranslateOptionsNew(const_cast<char**>(arguments), nullptr);
     GDALDatasetH source = GDALOpen(image.c_str(), GA_ReadOnly);
     int usageError = 0;
-    GDALDatasetH vrt =
-        source != nullptr ? GDALTranslate(vrtPath.c_str(), source, options, &usageError) : nullptr;
+    GDALDatasetH vrt = source ? GDALTranslate(vrtPath.c_str(), source, options, &usageError) : nullptr;
     GDALTranslateOptionsFree(options);
     GDALClose(vrt);
     GDALClose(source);
-    return vrt != nullptr ? vrtPath : std::string();
+    return vrt ? vrtPath : std::string();
 }
 
 } // namespace globetest

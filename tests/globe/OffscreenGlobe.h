@@ -20,11 +20,11 @@ public:
     OffscreenGlobe& operator=(const OffscreenGlobe&) = delete;
 
     bool isUsable() const;
-    osgEarth::Map* map() { return _map.get(); }
+    osgEarth::Map* map() { return m_map.get(); }
     /// Made on first use, so that layers can be added before.
     osgEarth::MapNode* mapNode();
-    osgEarth::Util::EarthManipulator* manipulator() { return _manipulator.get(); }
-    osgViewer::Viewer& viewer() { return _viewer; }
+    osgEarth::Util::EarthManipulator* manipulator() { return m_manipulator.get(); }
+    osgViewer::Viewer& viewer() { return m_viewer; }
 
     void addImage(const std::string& name, const std::string& file);
     void addElevation(const std::string& name, const std::string& file);
@@ -38,13 +38,13 @@ public:
     osg::ref_ptr<osg::Image> picture();
 
 private:
-    int _width;
-    int _height;
-    osgEarth::TerrainOptions _options;
-    osg::ref_ptr<osgEarth::Map> _map;
-    osg::ref_ptr<osgEarth::MapNode> _mapNode;
-    osg::ref_ptr<osgEarth::Util::EarthManipulator> _manipulator;
-    osgViewer::Viewer _viewer;
+    int m_width;
+    int m_height;
+    osgEarth::TerrainOptions m_options;
+    osg::ref_ptr<osgEarth::Map> m_map;
+    osg::ref_ptr<osgEarth::MapNode> m_mapNode;
+    osg::ref_ptr<osgEarth::Util::EarthManipulator> m_manipulator;
+    osgViewer::Viewer m_viewer;
 };
 
 /// A VRT around an image without georeference that covers the whole world; returns its path.

@@ -63,7 +63,7 @@ bool waitUntilPrepared(const TerrainLayer& layer) {
 
 int overviewsOf(const std::string& file) {
     const std::unique_ptr<GDALDataset> dataset(GDALDataset::Open(file.c_str(), GDAL_OF_RASTER));
-    return dataset != nullptr ? dataset->GetRasterBand(1)->GetOverviewCount() : -1;
+    return dataset ? dataset->GetRasterBand(1)->GetOverviewCount() : -1;
 }
 
 std::string contentOf(const std::string& file) {
@@ -97,7 +97,7 @@ class Overviews : public ::testing::Test {
 protected:
     // The user's own cache is left alone. The program that is killed has inherited the folder.
     void SetUp() override {
-        if (std::getenv("CORRIDOR_TEST_KILLED") == nullptr) {
+        if (!std::getenv("CORRIDOR_TEST_KILLED")) {
             setenv("XDG_CACHE_HOME", (scratchFolder() + "/cache").c_str(), 1);
         }
     }
@@ -226,7 +226,7 @@ TEST_F(Overviews, AreNotUsedWhenTheProgramWasKilledMeanwhile) {
     const char* shared = std::getenv("CORRIDOR_TEST_KILLED");
     RasterPlace place = longAndNarrow();
     place.rows = 4000;
-    const std::string file = shared != nullptr ? shared : writeHeights("killed.tif", place, slope);
+    const std::string file = shared ? shared : writeHeights("killed.tif", place, slope);
     setenv("CORRIDOR_TEST_KILLED", file.c_str(), 1);
     EXPECT_EXIT(
         {

@@ -35,7 +35,7 @@ public:
             return false;
         }
         for (double* out : {msl, hae}) {
-            if (out != nullptr) {
+            if (out) {
                 *out = 400.0;
             }
         }

@@ -14,8 +14,9 @@ protected:
         manipulator().getSettings()->setMinMaxPitch(-90.0, -1.0);
     }
     void lookDown(double heading) {
-        manipulator().setViewpoint(Viewpoint("", place.x(), place.y(), place.z(), heading, -90.0, 300.0));
-        globe.frame();
+        manipulator().setViewpoint(
+            Viewpoint("", m_place.x(), m_place.y(), m_place.z(), heading, -90.0, 300.0));
+        m_globe.frame();
     }
     void expectStraightDown(double heading) {
         EXPECT_NEAR(manipulator().getViewpoint().getPitch(), -90.0, 1e-8);
@@ -25,7 +26,7 @@ protected:
     double headingOfTheCamera() {
         const osg::Matrixd camera = manipulator().getMatrix();
         osg::Matrixd worldToLocal;
-        place.createWorldToLocal(worldToLocal);
+        m_place.createWorldToLocal(worldToLocal);
         const osg::Vec3d up =
             osg::Matrixd::transform3x3(osg::Vec3d(camera(1, 0), camera(1, 1), camera(1, 2)), worldToLocal);
         EXPECT_NEAR(up.z(), 0.0, 1e-9) << "the picture is not upright";
@@ -57,7 +58,7 @@ TEST_F(StraightDownTest, IsReachedExactlyByAFlight) {
     down.setPitch(-90.0);
     down.setHeading(0.0);
     manipulator().setViewpoint(down, 0.3);
-    ASSERT_TRUE(globe.frameUntil([&] { return !manipulator().isSettingViewpoint(); }));
+    ASSERT_TRUE(m_globe.frameUntil([&] { return !manipulator().isSettingViewpoint(); }));
     expectStraightDown(0.0);
 }
 
@@ -90,7 +91,7 @@ TEST_F(StraightDownTest, ZoomsToThePointer) {
     const osg::Vec3d under = worldUnder(90.0F, 200.0F);
     queue().mouseMotion(90.0F, 200.0F);
     queue().mouseScroll(GUIEventAdapter::SCROLL_DOWN);
-    globe.frame();
+    m_globe.frame();
     EXPECT_LT(manipulator().getDistance(), 290.0);
     EXPECT_NEAR(windowOf(under).x(), 90.0, 1.0);
     EXPECT_NEAR(windowOf(under).y(), 200.0, 1.0);

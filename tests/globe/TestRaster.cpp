@@ -13,7 +13,7 @@ namespace {
 struct Folder {
     Folder() {
         std::string pattern = (std::filesystem::temp_directory_path() / "globe_tests_XXXXXX").string();
-        path = mkdtemp(pattern.data()) != nullptr ? pattern : std::string();
+        path = mkdtemp(pattern.data()) ? pattern : std::string();
     }
     ~Folder() {
         std::error_code ignored;

@@ -98,7 +98,7 @@ protected:
     OpenedProject m_opened{newProjectDatabase(GetParam())};
     ProjectHistory m_history;
 };
-INSTANTIATE_TEST_SUITE_P(On, CheckTest, eachKind, kindName);
+INSTANTIATE_TEST_SUITE_P(On, CheckTest, kEachKind, kindName);
 
 TEST_P(CheckTest, AComputedEditedAndUndoneProjectIsClean) {
     expectClean();

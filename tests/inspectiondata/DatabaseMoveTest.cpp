@@ -38,8 +38,8 @@ std::vector<KV_Rows> tablesIn(const QString& url) {
 class DatabaseMoveTest : public testing::Test {
 protected:
     DatabaseMoveTest() {
-        valueOf(computeAnomalies(opened.request()));
-        KV_MySQL& sql = opened.sql();
+        valueOf(computeAnomalies(m_opened.request()));
+        KV_MySQL& sql = m_opened.sql();
         sql.execute("update anomaly set attribute='塌陷 😀' where id=2");
         std::int64_t id = 9'000'000'000;
         for (const std::string& name : {toGbk("阀室"), std::string("a\0b ", 4), toGbk("表情😀'; --")}) {
@@ -54,14 +54,14 @@ protected:
             sql.insertRecord("special_area", fields);
             sql.insertRecord("high_consequence_area", fields);
         }
-        opened.database.reset();
+        m_opened.database.reset();
     }
-    Project& project() { return opened.project; }
+    Project& project() { return m_opened.project; }
     Result<DatabaseMove> moveTo(const QString& target, const DatabaseMoveProgress& progress = {}) {
         return moveDatabase(project(), target, progress);
     }
     QString storedDatabase() const {
-        QFile file(opened.files.file("project.json"));
+        QFile file(m_opened.files.file("project.json"));
         EXPECT_TRUE(file.open(QIODevice::ReadOnly));
         return QJsonDocument::fromJson(file.readAll()).object()["database"].toString();
     }
@@ -70,31 +70,31 @@ protected:
         EXPECT_EQ(tablesIn(valueOf(readAgain()).databaseUrl()), before);
     }
     Result<ProjectDescription> readAgain() const {
-        return valueOf(Project::open(opened.files.folder(), Project::Access::ReadOnly)).description();
+        return valueOf(Project::open(m_opened.files.folder(), Project::Access::ReadOnly)).description();
     }
 
-    OpenedProject opened;
-    QString file = opened.files.file("inspection.db");
-    MariaDbServer& server = MariaDbServer::instance();
+    OpenedProject m_opened;
+    QString m_file = m_opened.files.file("inspection.db");
+    MariaDbServer& m_server = MariaDbServer::instance();
 };
 
 TEST_F(DatabaseMoveTest, ThereAndBackGivesTheSameTables) {
-    const auto before = tablesIn(file);
-    const QString url = server.newDatabase();
+    const auto before = tablesIn(m_file);
+    const QString url = m_server.newDatabase();
     const DatabaseMove there = valueOf(moveTo(url));
     EXPECT_EQ(storedDatabase(), url);
     EXPECT_EQ(there.rows, 2 + 1 + 2 + 3 + 3 * 3 + 2) << "the revision and what the computation noted, too";
-    EXPECT_FALSE(QFile::exists(file));
+    EXPECT_FALSE(QFile::exists(m_file));
     EXPECT_EQ(tablesIn(there.keptDatabase), before);
     EXPECT_EQ(tablesIn(url), before);
-    EXPECT_EQ(readStations(*opened.open()->GetMySQL()).size(), 2U);
+    EXPECT_EQ(readStations(*m_opened.open()->GetMySQL()).size(), 2U);
 
     const DatabaseMove back = valueOf(moveTo("inspection.db"));
     EXPECT_EQ(storedDatabase(), QString());
     EXPECT_EQ(back.rows, there.rows);
-    EXPECT_EQ(tablesIn(file), before);
+    EXPECT_EQ(tablesIn(m_file), before);
     EXPECT_EQ(tablesIn(url), before);
-    EXPECT_EQ(valueOf(readAgain()).databaseUrl(), file);
+    EXPECT_EQ(valueOf(readAgain()).databaseUrl(), m_file);
 }
 
 TEST_F(DatabaseMoveTest, WhatCanBeUndoneCanBeUndoneInTheNewPlace) {
@@ -102,16 +102,16 @@ TEST_F(DatabaseMoveTest, WhatCanBeUndoneCanBeUndoneInTheNewPlace) {
         history.setDatabase(&database, inspectorOf(project().description()));
     };
     {
-        const auto database = opened.open();
+        const auto database = m_opened.open();
         ProjectHistory history;
         historyOf(*database->GetMySQL(), history);
         ASSERT_FALSE(history.perform("编辑", [](EditTransaction& edit) {
             edit.update("special_point", 1, {{"attribute", toGbk("一")}}, 0);
         }));
     }
-    for (const QString& target : {server.newDatabase(), QStringLiteral("inspection.db")}) {
+    for (const QString& target : {m_server.newDatabase(), QStringLiteral("inspection.db")}) {
         valueOf(moveTo(target));
-        const auto database = opened.open();
+        const auto database = m_opened.open();
         ProjectHistory history;
         historyOf(*database->GetMySQL(), history);
         ASSERT_TRUE(history.CanUndo()) << target.toStdString();
@@ -122,16 +122,16 @@ TEST_F(DatabaseMoveTest, WhatCanBeUndoneCanBeUndoneInTheNewPlace) {
 }
 
 TEST_F(DatabaseMoveTest, AnotherFileIsNamedRelativeToTheFolder) {
-    const auto before = tablesIn(file);
+    const auto before = tablesIn(m_file);
     valueOf(moveTo("other.db"));
     EXPECT_EQ(storedDatabase(), "other.db");
-    EXPECT_EQ(tablesIn(opened.files.file("other.db")), before);
-    EXPECT_EQ(valueOf(readAgain()).databaseUrl(), opened.files.file("other.db"));
+    EXPECT_EQ(tablesIn(m_opened.files.file("other.db")), before);
+    EXPECT_EQ(valueOf(readAgain()).databaseUrl(), m_opened.files.file("other.db"));
 }
 
 TEST_F(DatabaseMoveTest, ADatabaseOfAnotherProjectIsRefusedAndLeftAlone) {
-    const auto before = tablesIn(file);
-    const QString url = server.newDatabase();
+    const auto before = tablesIn(m_file);
+    const QString url = m_server.newDatabase();
     const OpenedProject other(url);
     const auto others = tablesIn(url);
     const Failure failure = failureOf(moveTo(url));
@@ -143,16 +143,16 @@ TEST_F(DatabaseMoveTest, ADatabaseOfAnotherProjectIsRefusedAndLeftAlone) {
 }
 
 TEST_F(DatabaseMoveTest, WhatCannotBeReachedLeavesTheProjectAsItIs) {
-    const auto before = tablesIn(file);
-    failureOf(moveTo(server.address("missing_database")));
+    const auto before = tablesIn(m_file);
+    failureOf(moveTo(m_server.address("missing_database")));
     failureOf(moveTo("mysql://root@/x?socket=/nowhere/socket"));
     failureOf(moveTo("/nowhere/inspection.db"));
     expectUnmoved(before);
 }
 
 TEST_F(DatabaseMoveTest, AStoppedMoveCanBeRepeated) {
-    const auto before = tablesIn(file);
-    const QString url = server.newDatabase();
+    const auto before = tablesIn(m_file);
+    const QString url = m_server.newDatabase();
     for (const QString& target : {url, QStringLiteral("other.db")}) {
         for (const double stopAt : {0.0, 0.3, 0.6, 1.0}) {
             EXPECT_TRUE(failureOf(moveTo(target, [=](double done) { return done < stopAt; })).cancelled);
@@ -164,12 +164,12 @@ TEST_F(DatabaseMoveTest, AStoppedMoveCanBeRepeated) {
 }
 
 TEST_F(DatabaseMoveTest, AConnectionThatIsLostOnTheWayLeavesTheProjectAsItIs) {
-    const auto before = tablesIn(file);
-    const QString url = server.newDatabase();
+    const auto before = tablesIn(m_file);
+    const QString url = m_server.newDatabase();
     bool isCut = false;
     const Failure failure = failureOf(moveTo(url, [&](double done) {
         if (done > 0.3 && !isCut) {
-            server.killConnections();
+            m_server.killConnections();
             isCut = true;
         }
         return true;
@@ -181,27 +181,27 @@ TEST_F(DatabaseMoveTest, AConnectionThatIsLostOnTheWayLeavesTheProjectAsItIs) {
 }
 
 TEST_F(DatabaseMoveTest, ACopyThatIsNotTheOriginalIsNotUsed) {
-    const auto before = tablesIn(file);
-    const QString url = server.newDatabase();
+    const auto before = tablesIn(m_file);
+    const QString url = m_server.newDatabase();
     const QString name = url.section('/', 3).section('?', 0, 0);
     {
         KV_MySQL target(url.toStdString());
         createTables(target);
     }
-    server.run(
+    m_server.run(
         "create trigger spoil before insert on special_point for each row set new.lat_deg=new.lat_deg+1e-9",
         name);
     const Failure failure = failureOf(moveTo(url));
     EXPECT_TRUE(failure.message.contains("special_point")) << failure.message.toStdString();
     expectUnmoved(before);
-    EXPECT_EQ(server.run("select count(*) from station", name), QStringList{"0"});
+    EXPECT_EQ(m_server.run("select count(*) from station", name), QStringList{"0"});
 }
 
 TEST_F(DatabaseMoveTest, OnAFullDiskTheProjectKeepsItsDatabase) {
-    const auto before = tablesIn(file);
+    const auto before = tablesIn(m_file);
     {
         const FullDisk full;
-        failureOf(moveTo(server.newDatabase()));
+        failureOf(moveTo(m_server.newDatabase()));
     }
     expectUnmoved(before);
 }

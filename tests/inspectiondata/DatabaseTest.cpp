@@ -34,19 +34,19 @@ SdiffData someAnomaly(const std::string& name) {
 
 class DatabaseTest : public testing::TestWithParam<DatabaseKind> {
 protected:
-    QString databaseUrl() const { return opened.project.description().databaseUrl(); }
+    QString databaseUrl() const { return m_opened.project.description().databaseUrl(); }
     void setStoredVersion(int version) {
-        opened.sql().execute((GetParam() == DatabaseKind::Sqlite ? "pragma user_version="
-                                                                 : "update schema_version set version=") +
-                             std::to_string(version));
+        m_opened.sql().execute((GetParam() == DatabaseKind::Sqlite ? "pragma user_version="
+                                                                   : "update schema_version set version=") +
+                               std::to_string(version));
     }
 
-    OpenedProject opened{newProjectDatabase(GetParam())};
+    OpenedProject m_opened{newProjectDatabase(GetParam())};
 };
-INSTANTIATE_TEST_SUITE_P(On, DatabaseTest, eachKind, kindName);
+INSTANTIATE_TEST_SUITE_P(On, DatabaseTest, kEachKind, kindName);
 
 TEST_P(DatabaseTest, FirstOpenTakesStationsAndNodesFromTheCentreLineFile) {
-    const auto stations = readStations(opened.sql());
+    const auto stations = readStations(m_opened.sql());
     ASSERT_EQ(stations.size(), 2U);
     EXPECT_EQ(stations[0].m_id, 1U);
     EXPECT_EQ(fromGbk(stations[0].m_name), QStringLiteral("一号站"));
@@ -54,7 +54,7 @@ TEST_P(DatabaseTest, FirstOpenTakesStationsAndNodesFromTheCentreLineFile) {
     EXPECT_EQ(stations[0].m_srs, "EPSG:4547");
     EXPECT_DOUBLE_EQ(stations[0].m_xMax, SmallProject::kMiddle);
     EXPECT_DOUBLE_EQ(stations[1].m_startMetres, 100.0);
-    const auto nodes = readPipeNodes(opened.sql());
+    const auto nodes = readPipeNodes(m_opened.sql());
     ASSERT_EQ(nodes.size(), 1U);
     EXPECT_EQ(fromGbk(nodes[0].GetName()), QStringLiteral("起点"));
     EXPECT_NEAR(nodes[0].GetCoor().x(), 114.0, 0.01);
@@ -62,23 +62,23 @@ TEST_P(DatabaseTest, FirstOpenTakesStationsAndNodesFromTheCentreLineFile) {
 }
 
 TEST_P(DatabaseTest, ASecondOpenKeepsWhatIsStored) {
-    opened.sql().execute("update station set name='renamed' where id=1");
-    opened.database.reset();
-    const auto again = opened.open();
+    m_opened.sql().execute("update station set name='renamed' where id=1");
+    m_opened.database.reset();
+    const auto again = m_opened.open();
     EXPECT_EQ(readStations(*again->GetMySQL())[0].m_name, "renamed");
 }
 
 TEST_P(DatabaseTest, EveryTypeCodeHasItsTableAndOthersHaveNone) {
     for (const int type : {1, 4, 5, 16, 17}) {
-        const std::string table = opened.database->Gettablename(type);
+        const std::string table = m_opened.database->Gettablename(type);
         ASSERT_FALSE(table.empty()) << type;
-        EXPECT_NO_THROW(opened.sql().queryRecord("select * from " + table + " ")) << type;
+        EXPECT_NO_THROW(m_opened.sql().queryRecord("select * from " + table + " ")) << type;
     }
     for (const int type : {0, 2, 3, 18, -1}) {
-        EXPECT_TRUE(opened.database->Gettablename(type).empty()) << type;
+        EXPECT_TRUE(m_opened.database->Gettablename(type).empty()) << type;
     }
-    EXPECT_TRUE(opened.database->GetConncetDBState());
-    EXPECT_FALSE(opened.database->GetConncetDBState(1));
+    EXPECT_TRUE(m_opened.database->GetConncetDBState());
+    EXPECT_FALSE(m_opened.database->GetConncetDBState(1));
 }
 
 TEST_P(DatabaseTest, ASpecialRegionComesBackExactly) {
@@ -92,8 +92,8 @@ TEST_P(DatabaseTest, ASpecialRegionComesBackExactly) {
     area.m_level = 4;
     KV_Record fields;
     area.evalute_record(fields);
-    const auto id = opened.sql().insertRecord(tableName(KV_SPECIAL_AREA), fields);
-    const auto areas = readSpecialAreas(opened.sql());
+    const auto id = m_opened.sql().insertRecord(tableName(KV_SPECIAL_AREA), fields);
+    const auto areas = readSpecialAreas(m_opened.sql());
     ASSERT_EQ(areas.size(), 1U);
     const Special_Area& stored = areas[0];
     EXPECT_EQ(stored.m_id, static_cast<std::uint32_t>(id));
@@ -112,23 +112,23 @@ TEST_P(DatabaseTest, ASpecialRegionComesBackExactly) {
 TEST_P(DatabaseTest, TwoSpecialObjectsOfOneKindCannotShareAName) {
     KV_Record fields;
     Special_Point(toGbk("阀室"), {114.0, 30.7, 50.0}).evalute_record(fields);
-    opened.sql().insertRecord(tableName(KV_SPECIAL_POINT), fields);
-    EXPECT_THROW(opened.sql().insertRecord(tableName(KV_SPECIAL_POINT), fields), KV_MySQL_Exception);
+    m_opened.sql().insertRecord(tableName(KV_SPECIAL_POINT), fields);
+    EXPECT_THROW(m_opened.sql().insertRecord(tableName(KV_SPECIAL_POINT), fields), KV_MySQL_Exception);
 }
 
 TEST_P(DatabaseTest, AttributesAreStoredAndDeletedAnomaliesComeBackAsTheyWere) {
     std::vector<SdiffData> anomalies{someAnomaly("S1-0001"), someAnomaly("S1-0002")};
-    insertAnomalies(opened.sql(), 1, anomalies);
+    insertAnomalies(m_opened.sql(), 1, anomalies);
     ASSERT_NE(anomalies[0].id, 0);
     anomalies[0].attribute = toGbk("塌陷");
-    storeAttributes(opened.sql(), {anomalies[0]});
-    EXPECT_EQ(readAnomalies(opened.sql(), 1)[0].attribute, toGbk("塌陷"));
+    storeAttributes(m_opened.sql(), {anomalies[0]});
+    EXPECT_EQ(readAnomalies(m_opened.sql(), 1)[0].attribute, toGbk("塌陷"));
 
     std::vector<SdiffData> gone{anomalies[0]};
-    deleteAnomalies(opened.sql(), gone);
-    EXPECT_EQ(readAnomalies(opened.sql(), 1).size(), 1U);
-    insertAnomalies(opened.sql(), 1, gone);
-    const auto back = readAnomalies(opened.sql(), 1);
+    deleteAnomalies(m_opened.sql(), gone);
+    EXPECT_EQ(readAnomalies(m_opened.sql(), 1).size(), 1U);
+    insertAnomalies(m_opened.sql(), 1, gone);
+    const auto back = readAnomalies(m_opened.sql(), 1);
     ASSERT_EQ(back.size(), 2U);
     EXPECT_EQ(back[0].id, anomalies[0].id);
     EXPECT_EQ(back[0].attribute, toGbk("塌陷"));
@@ -139,14 +139,14 @@ TEST_P(DatabaseTest, AttributesAreStoredAndDeletedAnomaliesComeBackAsTheyWere) {
 
 TEST_P(DatabaseTest, AnAnomalyOfNoStationIsRefused) {
     std::vector<SdiffData> anomalies{someAnomaly("S9-0001")};
-    EXPECT_THROW(insertAnomalies(opened.sql(), 9, anomalies), KV_MySQL_Exception);
+    EXPECT_THROW(insertAnomalies(m_opened.sql(), 9, anomalies), KV_MySQL_Exception);
 }
 
 TEST_P(DatabaseTest, ANewerSchemaIsRefusedAndLeftAlone) {
     setStoredVersion(99);
-    opened.database.reset();
+    m_opened.database.reset();
     for (const auto access : {Project::Access::Exclusive, Project::Access::ReadOnly}) {
-        const Failure failure = failureOf(PipelineDatabase::open(opened.project.description(), access));
+        const Failure failure = failureOf(PipelineDatabase::open(m_opened.project.description(), access));
         EXPECT_TRUE(failure.message.contains("99")) << failure.message.toStdString();
         EXPECT_TRUE(failure.message.contains(shownDatabase(databaseUrl())));
     }
@@ -173,11 +173,11 @@ TEST_P(DatabaseTest, ReadingOnlyNeedsTablesAndChangesNothing) {
     failureOf(PipelineDatabase::open(project.description(), Project::Access::ReadOnly));
     EXPECT_FALSE(QFile::exists(files.file("inspection.db")));
 
-    const auto database = opened.open(Project::Access::ReadOnly);
+    const auto database = m_opened.open(Project::Access::ReadOnly);
     EXPECT_EQ(readStations(*database->GetMySQL()).size(), 2U);
     EXPECT_THROW(database->GetMySQL()->execute("delete from station"), KV_MySQL_Exception);
     EXPECT_THROW(database->GetMySQL()->execute("create table more (id integer)"), KV_MySQL_Exception);
-    EXPECT_EQ(readStations(opened.sql()).size(), 2U);
+    EXPECT_EQ(readStations(m_opened.sql()).size(), 2U);
 }
 
 TEST_P(DatabaseTest, ConstraintsAreTheSameOnEveryDatabase) {
@@ -185,24 +185,24 @@ TEST_P(DatabaseTest, ConstraintsAreTheSameOnEveryDatabase) {
     Special_Area(toGbk("堆土场"), {114.0, 30.7, 50.0}).evalute_record(area);
     area["outline_wkt"] = std::string("POLYGON Z ((0 0 0,1 0 0,1 1 0,0 0 0))");
     area["opacity"] = 1.5;
-    EXPECT_THROW(opened.sql().insertRecord("special_area", area), KV_MySQL_Exception);
+    EXPECT_THROW(m_opened.sql().insertRecord("special_area", area), KV_MySQL_Exception);
     area["opacity"] = 1.0;
     area["level"] = std::int64_t{6};
-    EXPECT_THROW(opened.sql().insertRecord("special_area", area), KV_MySQL_Exception);
+    EXPECT_THROW(m_opened.sql().insertRecord("special_area", area), KV_MySQL_Exception);
     area["level"] = std::int64_t{5};
     area["name"] = std::monostate();
-    EXPECT_THROW(opened.sql().insertRecord("special_area", area), KV_MySQL_Exception);
+    EXPECT_THROW(m_opened.sql().insertRecord("special_area", area), KV_MySQL_Exception);
     area["name"] = std::string("x");
     area.erase("attribute");
-    opened.sql().insertRecord("special_area", area);
-    EXPECT_EQ(readSpecialAreas(opened.sql()).at(0).m_attribute, "");
-    EXPECT_THROW(opened.sql().execute("update station set x_min=x_max"), KV_MySQL_Exception);
+    m_opened.sql().insertRecord("special_area", area);
+    EXPECT_EQ(readSpecialAreas(m_opened.sql()).at(0).m_attribute, "");
+    EXPECT_THROW(m_opened.sql().execute("update station set x_min=x_max"), KV_MySQL_Exception);
 
     std::vector<SdiffData> anomalies{someAnomaly("S1-0001")};
-    insertAnomalies(opened.sql(), 1, anomalies);
-    EXPECT_THROW(opened.sql().execute("update anomaly set kind='other'"), KV_MySQL_Exception);
-    opened.sql().execute("delete from station where id=1");
-    EXPECT_TRUE(readAnomalies(opened.sql(), 1).empty());
+    insertAnomalies(m_opened.sql(), 1, anomalies);
+    EXPECT_THROW(m_opened.sql().execute("update anomaly set kind='other'"), KV_MySQL_Exception);
+    m_opened.sql().execute("delete from station where id=1");
+    EXPECT_TRUE(readAnomalies(m_opened.sql(), 1).empty());
 }
 
 TEST_P(DatabaseTest, NamesAreComparedExactly) {
@@ -220,45 +220,45 @@ TEST_P(DatabaseTest, NamesAreComparedExactly) {
                                              ""};
     for (const std::string& name : different) {
         fields["name"] = name;
-        opened.sql().insertRecord("special_point", fields);
-        EXPECT_THROW(opened.sql().insertRecord("special_point", fields), KV_MySQL_Exception) << name;
+        m_opened.sql().insertRecord("special_point", fields);
+        EXPECT_THROW(m_opened.sql().insertRecord("special_point", fields), KV_MySQL_Exception) << name;
     }
     for (const std::string& name : different) {
-        const auto found = opened.sql().queryRecord("select name from special_point where name=?", {name});
+        const auto found = m_opened.sql().queryRecord("select name from special_point where name=?", {name});
         ASSERT_EQ(found.size(), 1U) << name;
         EXPECT_EQ(std::get<std::string>(found[0].at("name")), name);
     }
-    EXPECT_EQ(readSpecialPoints(opened.sql()).size(), different.size());
+    EXPECT_EQ(readSpecialPoints(m_opened.sql()).size(), different.size());
 }
 
 TEST_P(DatabaseTest, AMigrationThatWasCutShortIsCompleted) {
-    opened.sql().execute("drop table anomaly");
-    opened.sql().execute("drop table special_point");
+    m_opened.sql().execute("drop table anomaly");
+    m_opened.sql().execute("drop table special_point");
     setStoredVersion(0);
-    migrateSchema(opened.sql());
-    EXPECT_EQ(storedSchemaVersion(opened.sql()), kSchemaVersion);
-    EXPECT_TRUE(readSpecialPoints(opened.sql()).empty());
-    EXPECT_TRUE(readAnomalies(opened.sql(), 1).empty());
-    EXPECT_EQ(readStations(opened.sql()).size(), 2U);
+    migrateSchema(m_opened.sql());
+    EXPECT_EQ(storedSchemaVersion(m_opened.sql()), kSchemaVersion);
+    EXPECT_TRUE(readSpecialPoints(m_opened.sql()).empty());
+    EXPECT_TRUE(readAnomalies(m_opened.sql(), 1).empty());
+    EXPECT_EQ(readStations(m_opened.sql()).size(), 2U);
 }
 
 TEST_P(DatabaseTest, AStepMayAddAColumnAndMayBeRepeated) {
     const Column column{"row_count", Column::Sort::Integer, true, "7"};
     const Column text{"remark", Column::Sort::Text, true, "'-'"};
     for (int time = 0; time < 2; ++time) {
-        addColumn(opened.sql(), "station", column);
-        addColumn(opened.sql(), "station", text);
+        addColumn(m_opened.sql(), "station", column);
+        addColumn(m_opened.sql(), "station", text);
     }
-    const KV_Record row = opened.sql().queryRecord("select * from station").at(1);
+    const KV_Record row = m_opened.sql().queryRecord("select * from station").at(1);
     EXPECT_EQ(std::get<std::int64_t>(row.at("row_count")), 7);
     EXPECT_EQ(std::get<std::string>(row.at("remark")), "-");
 }
 
 TEST_P(DatabaseTest, JobsComputeWithAConnectionOfTheirOwn) {
-    EXPECT_EQ(valueOf(computeAnomalies(opened.request())).anomalies, 3);
-    EXPECT_EQ(valueOf(computeAnomalies(opened.request())).anomalies, 3);
-    EXPECT_EQ(readAnomalies(opened.sql(), 1).size() + readAnomalies(opened.sql(), 2).size(), 3U);
-    EXPECT_EQ(QFile::exists(opened.files.file("inspection.db")), GetParam() == DatabaseKind::Sqlite);
+    EXPECT_EQ(valueOf(computeAnomalies(m_opened.request())).anomalies, 3);
+    EXPECT_EQ(valueOf(computeAnomalies(m_opened.request())).anomalies, 3);
+    EXPECT_EQ(readAnomalies(m_opened.sql(), 1).size() + readAnomalies(m_opened.sql(), 2).size(), 3U);
+    EXPECT_EQ(QFile::exists(m_opened.files.file("inspection.db")), GetParam() == DatabaseKind::Sqlite);
 }
 
 /// The SQL statements that the documents show.
@@ -275,10 +275,12 @@ QStringList documentedQueries() {
 
 TEST_P(DatabaseTest, TheDocumentedQuestionsAreAnsweredOneForEachTable) {
     const QStringList queries = documentedQueries();
-    for (const QString& query : queries)
-        EXPECT_NO_THROW(opened.sql().queryRecord(query.toStdString())) << query.toStdString();
-    for (const StoredTable& table : storedTables())
+    for (const QString& query : queries) {
+        EXPECT_NO_THROW(m_opened.sql().queryRecord(query.toStdString())) << query.toStdString();
+    }
+    for (const StoredTable& table : storedTables()) {
         EXPECT_FALSE(queries.filter("from " + QString::fromStdString(table.name)).isEmpty()) << table.name;
+    }
 }
 
 } // namespace

@@ -209,95 +209,96 @@ protected:
     /// Runs the step and cuts its connection while it deletes a point.
     template<typename Step>
     void cutWhileDeleting(const Step& step) {
-        project.sql().execute("create trigger pause before delete on special_point for each row "
-                              "begin declare none int; set none = sleep(600); end");
-        const auto before = project.stored();
-        auto cut = std::async(std::launch::async, [this] { server.killConnectionInside("special_point"); });
+        m_project.sql().execute("create trigger pause before delete on special_point for each row "
+                                "begin declare none int; set none = sleep(600); end");
+        const auto before = m_project.stored();
+        auto cut = std::async(std::launch::async, [this] { m_server.killConnectionInside("special_point"); });
         step();
         cut.get();
-        EXPECT_TRUE(project.stored() == before);
-        project.expectSides(2, 1);
-        project.sql().execute("drop trigger pause");
+        EXPECT_TRUE(m_project.stored() == before);
+        m_project.expectSides(2, 1);
+        m_project.sql().execute("drop trigger pause");
     }
 
-    MariaDbServer& server = MariaDbServer::instance();
-    EditedProject project{DatabaseKind::MariaDb};
+    MariaDbServer& m_server = MariaDbServer::instance();
+    EditedProject m_project{DatabaseKind::MariaDb};
 };
 
 TEST_F(CutEditTest, AConnectionThatIsCutInTheMiddleOfAnEdit) {
-    const auto before = project.stored();
-    EditedProject::expectRefused(project.history().perform("两个", [this](EditTransaction& edit) {
+    const auto before = m_project.stored();
+    EditedProject::expectRefused(m_project.history().perform("两个", [this](EditTransaction& edit) {
         edit.insert("special_point", EditedProject::point("丁"));
-        server.killConnections();
+        m_server.killConnections();
         edit.insert("special_point", EditedProject::point("戊"));
     }));
-    EXPECT_TRUE(project.stored() == before);
-    project.expectWorking();
+    EXPECT_TRUE(m_project.stored() == before);
+    m_project.expectWorking();
 }
 
 TEST_F(CutEditTest, AConnectionThatIsCutBeforeTheEditIsRecorded) {
-    const auto before = project.stored();
-    EditedProject::expectRefused(project.history().perform("一个", [this](EditTransaction& edit) {
+    const auto before = m_project.stored();
+    EditedProject::expectRefused(m_project.history().perform("一个", [this](EditTransaction& edit) {
         edit.insert("special_point", EditedProject::point("丁"));
-        server.killConnections();
+        m_server.killConnections();
     }));
-    EXPECT_TRUE(project.stored() == before);
-    project.expectWorking();
+    EXPECT_TRUE(m_project.stored() == before);
+    m_project.expectWorking();
 }
 
 TEST_F(CutEditTest, AConnectionThatIsCutInTheMiddleOfUndos) {
     cutWhileDeleting([this] {
-        project.undo();
-        project.expectOneRefusal("无法撤销，未作任何更改：");
+        m_project.undo();
+        m_project.expectOneRefusal("无法撤销，未作任何更改：");
     });
     cutWhileDeleting([this] {
-        project.history().UndoSteps(2);
-        project.expectOneRefusal("无法撤销，未作任何更改：");
+        m_project.history().UndoSteps(2);
+        m_project.expectOneRefusal("无法撤销，未作任何更改：");
     });
-    project.expectWorking();
+    m_project.expectWorking();
 }
 
 TEST_F(CutEditTest, AServerThatIsRestartedBetweenEditsIsNotNoticed) {
     const auto restart = [this] {
-        server.stop();
-        server.start();
+        m_server.stop();
+        m_server.start();
     };
     restart();
-    project.redo();
+    m_project.redo();
     restart();
-    project.undo();
+    m_project.undo();
     restart();
-    EXPECT_FALSE(project.add("丁"));
+    EXPECT_FALSE(m_project.add("丁"));
     restart();
-    project.history().UndoSteps(1);
-    project.expectSides(2, 1);
-    const Findings findings = checkProject(project.description(), project.sql());
+    m_project.history().UndoSteps(1);
+    m_project.expectSides(2, 1);
+    const Findings findings = checkProject(m_project.description(), m_project.sql());
     EXPECT_TRUE(findings.empty()) << findings.front().line().toStdString();
 }
 
 class EditedValuesTest : public testing::TestWithParam<DatabaseKind> {
 protected:
-    EditedProject project{GetParam()};
+    EditedProject m_project{GetParam()};
 
     std::string attribute() {
-        return std::get<std::string>(readRow(project.sql(), "special_point", 1).value().at("attribute"));
+        return std::get<std::string>(readRow(m_project.sql(), "special_point", 1).value().at("attribute"));
     }
     void expectStoredUndoneAndMadeAgain(const QString& text) {
         const std::string before = attribute();
         const std::string value = toGbk(text);
-        const std::int64_t version = versionOf(readRow(project.sql(), "special_point", 1).value());
-        const Status failure = project.history().perform("编辑 " + text.left(40), [&](EditTransaction& edit) {
-            edit.update("special_point", 1, {{"attribute", value}}, version);
-        });
+        const std::int64_t version = versionOf(readRow(m_project.sql(), "special_point", 1).value());
+        const Status failure =
+            m_project.history().perform("编辑 " + text.left(40), [&](EditTransaction& edit) {
+                edit.update("special_point", 1, {{"attribute", value}}, version);
+            });
         ASSERT_FALSE(failure) << failure->message.left(300).toStdString();
         EXPECT_TRUE(attribute() == value);
-        project.undo();
+        m_project.undo();
         EXPECT_TRUE(attribute() == before);
-        project.redo();
+        m_project.redo();
         EXPECT_TRUE(attribute() == value);
     }
 };
-INSTANTIATE_TEST_SUITE_P(On, EditedValuesTest, eachKind, kindName);
+INSTANTIATE_TEST_SUITE_P(On, EditedValuesTest, kEachKind, kindName);
 
 TEST_P(EditedValuesTest, WhateverTheUserWritesIsStoredAndReadBackExactly) {
     for (const QString& text :
@@ -309,13 +310,13 @@ TEST_P(EditedValuesTest, WhateverTheUserWritesIsStoredAndReadBackExactly) {
         SCOPED_TRACE(text.toStdString());
         expectStoredUndoneAndMadeAgain(text);
     }
-    EXPECT_TRUE(checkProject(project.description(), project.sql()).empty());
+    EXPECT_TRUE(checkProject(m_project.description(), m_project.sql()).empty());
 }
 
 TEST_P(EditedValuesTest, TenMegabytesAreAValueToo) {
     expectStoredUndoneAndMadeAgain(QString("管道'巡\"检").repeated(760000));
     EXPECT_GT(gbkToUtf8(attribute()).size(), 10U << 20U);
-    EXPECT_TRUE(checkProject(project.description(), project.sql()).empty());
+    EXPECT_TRUE(checkProject(m_project.description(), m_project.sql()).empty());
     expectStoredUndoneAndMadeAgain("短");
 }
 

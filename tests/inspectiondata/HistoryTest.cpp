@@ -37,8 +37,9 @@ TEST(RowChangeTest, EveryKindOfValueComesBackExactlyFromItsText) {
 }
 
 TEST(RowChangeTest, TextThatIsNoneIsRefused) {
-    for (const char* text : {"", "x", "{}", "[1]", R"([{"table":"a","id":1}])"})
+    for (const char* text : {"", "x", "{}", "[1]", R"([{"table":"a","id":1}])"}) {
         EXPECT_FALSE(toRowChanges(text)) << text;
+    }
 }
 
 /// The history of a small project, whose special points are edited.
@@ -80,7 +81,7 @@ protected:
     OpenedProject m_opened{newProjectDatabase(GetParam())};
     ProjectHistory m_history;
 };
-INSTANTIATE_TEST_SUITE_P(On, HistoryTest, eachKind, kindName);
+INSTANTIATE_TEST_SUITE_P(On, HistoryTest, kEachKind, kindName);
 
 TEST_P(HistoryTest, EachKindOfChangeIsTakenBackAndMadeAgainWithItsId) {
     const std::int64_t first = add("甲");

@@ -83,225 +83,225 @@ class InspectorsTest : public testing::TestWithParam<DatabaseKind> {
 protected:
     OpenedProject m_opened{newProjectDatabase(GetParam())};
     const QString m_url = m_opened.project.description().databaseUrl();
-    Inspector li{m_url, "li@office:/line"};
-    Inspector wang{m_url, "wang@field:/line"};
+    Inspector m_li{m_url, "li@office:/line"};
+    Inspector m_wang{m_url, "wang@field:/line"};
 };
-INSTANTIATE_TEST_SUITE_P(On, InspectorsTest, eachKind, kindName);
+INSTANTIATE_TEST_SUITE_P(On, InspectorsTest, kEachKind, kindName);
 
 TEST_P(InspectorsTest, AnEditOfARowThatSomebodyElseChangedIsAskedAboutAndNotStoredAgainstTheUsersWill) {
-    const std::int64_t id = li.add("甲");
-    const std::int64_t shown = wang.shownVersion(id);
-    ASSERT_FALSE(li.describe(id, "阀室", li.shownVersion(id)));
-    const Status failure = wang.describe(id, "三通", shown);
+    const std::int64_t id = m_li.add("甲");
+    const std::int64_t shown = m_wang.shownVersion(id);
+    ASSERT_FALSE(m_li.describe(id, "阀室", m_li.shownVersion(id)));
+    const Status failure = m_wang.describe(id, "三通", shown);
     ASSERT_TRUE(failure);
     EXPECT_TRUE(failure->cancelled) << "the user has said no; there is nothing to tell him";
-    ASSERT_EQ(wang.questions.size(), 1);
-    EXPECT_EQ(wang.questions[0].toStdString(),
+    ASSERT_EQ(m_wang.questions.size(), 1);
+    EXPECT_EQ(m_wang.questions[0].toStdString(),
               "“甲”已被 li@office 修改（编辑特殊点 为 阀室）。是否仍按您的操作保存？");
-    EXPECT_EQ(wang.attribute(id), "阀室");
-    EXPECT_FALSE(wang.history.CanUndo());
+    EXPECT_EQ(m_wang.attribute(id), "阀室");
+    EXPECT_FALSE(m_wang.history.CanUndo());
 }
 
 TEST_P(InspectorsTest, TheUserMayReplaceWhatSomebodyElseDidAndTakeThatBack) {
-    const std::int64_t id = li.add("甲");
-    const std::int64_t shown = wang.shownVersion(id);
-    ASSERT_FALSE(li.describe(id, "阀室", shown));
-    wang.replaces = true;
-    ASSERT_FALSE(wang.describe(id, "三通", shown));
-    EXPECT_EQ(wang.attribute(id), "三通");
-    EXPECT_FALSE(wang.describe(id, "弯头", shown)) << "asked once, not again";
-    EXPECT_EQ(wang.questions.size(), 1);
-    wang.undo();
-    wang.undo();
-    EXPECT_EQ(wang.attribute(id), "阀室") << "as it was before, not as it was shown";
+    const std::int64_t id = m_li.add("甲");
+    const std::int64_t shown = m_wang.shownVersion(id);
+    ASSERT_FALSE(m_li.describe(id, "阀室", shown));
+    m_wang.replaces = true;
+    ASSERT_FALSE(m_wang.describe(id, "三通", shown));
+    EXPECT_EQ(m_wang.attribute(id), "三通");
+    EXPECT_FALSE(m_wang.describe(id, "弯头", shown)) << "asked once, not again";
+    EXPECT_EQ(m_wang.questions.size(), 1);
+    m_wang.undo();
+    m_wang.undo();
+    EXPECT_EQ(m_wang.attribute(id), "阀室") << "as it was before, not as it was shown";
 }
 
 TEST_P(InspectorsTest, WhatIsChangedWhileTheUserThinksIsAskedAboutAgain) {
-    const std::int64_t id = li.add("甲");
-    const std::int64_t shown = wang.shownVersion(id);
-    ASSERT_FALSE(li.describe(id, "阀室", 0));
-    wang.replaces = true;
-    wang.whileAsked = [&] { ASSERT_FALSE(li.describe(id, "弯头", 0)); };
-    ASSERT_FALSE(wang.describe(id, "三通", shown));
-    ASSERT_EQ(wang.questions.size(), 2);
-    EXPECT_TRUE(wang.questions[1].contains("为 弯头")) << wang.questions[1].toStdString();
-    EXPECT_EQ(wang.attribute(id), "三通");
+    const std::int64_t id = m_li.add("甲");
+    const std::int64_t shown = m_wang.shownVersion(id);
+    ASSERT_FALSE(m_li.describe(id, "阀室", 0));
+    m_wang.replaces = true;
+    m_wang.whileAsked = [&] { ASSERT_FALSE(m_li.describe(id, "弯头", 0)); };
+    ASSERT_FALSE(m_wang.describe(id, "三通", shown));
+    ASSERT_EQ(m_wang.questions.size(), 2);
+    EXPECT_TRUE(m_wang.questions[1].contains("为 弯头")) << m_wang.questions[1].toStdString();
+    EXPECT_EQ(m_wang.attribute(id), "三通");
 }
 
 TEST_P(InspectorsTest, TheQuestionTellsAnUndoFromAnEdit) {
-    const std::int64_t id = li.add("甲");
-    ASSERT_FALSE(li.describe(id, "阀室", 0));
-    const std::int64_t shown = wang.shownVersion(id);
-    li.undo();
-    EXPECT_TRUE(wang.describe(id, "三通", shown));
-    ASSERT_EQ(wang.questions.size(), 1);
-    EXPECT_TRUE(wang.questions[0].contains("（撤销：编辑特殊点 为 阀室）"))
-        << wang.questions[0].toStdString();
+    const std::int64_t id = m_li.add("甲");
+    ASSERT_FALSE(m_li.describe(id, "阀室", 0));
+    const std::int64_t shown = m_wang.shownVersion(id);
+    m_li.undo();
+    EXPECT_TRUE(m_wang.describe(id, "三通", shown));
+    ASSERT_EQ(m_wang.questions.size(), 1);
+    EXPECT_TRUE(m_wang.questions[0].contains("（撤销：编辑特殊点 为 阀室）"))
+        << m_wang.questions[0].toStdString();
 }
 
 TEST_P(InspectorsTest, WithoutAnybodyElseNothingIsAskedHoweverOldWhatTheUserSees) {
-    const std::int64_t id = li.add("甲");
-    EXPECT_FALSE(li.describe(id, "一", 0)) << "drawn in this run, its version is not known";
-    const std::int64_t shown = li.shownVersion(id);
-    EXPECT_FALSE(li.describe(id, "二", shown));
-    EXPECT_FALSE(li.describe(id, "三", shown));
-    li.undo();
-    EXPECT_FALSE(li.describe(id, "四", shown));
-    EXPECT_FALSE(li.remove(id, shown));
-    li.undo();
-    EXPECT_FALSE(li.describe(id, "五", shown));
-    EXPECT_EQ(li.attribute(id), "五");
-    EXPECT_TRUE(li.questions.isEmpty());
+    const std::int64_t id = m_li.add("甲");
+    EXPECT_FALSE(m_li.describe(id, "一", 0)) << "drawn in this run, its version is not known";
+    const std::int64_t shown = m_li.shownVersion(id);
+    EXPECT_FALSE(m_li.describe(id, "二", shown));
+    EXPECT_FALSE(m_li.describe(id, "三", shown));
+    m_li.undo();
+    EXPECT_FALSE(m_li.describe(id, "四", shown));
+    EXPECT_FALSE(m_li.remove(id, shown));
+    m_li.undo();
+    EXPECT_FALSE(m_li.describe(id, "五", shown));
+    EXPECT_EQ(m_li.attribute(id), "五");
+    EXPECT_TRUE(m_li.questions.isEmpty());
 }
 
 TEST_P(InspectorsTest, OwnEditsAfterSomebodyElsesDoNotHideHis) {
-    const std::int64_t id = li.add("甲");
-    const std::int64_t first = wang.shownVersion(id);
-    ASSERT_FALSE(li.describe(id, "一", 0));
-    ASSERT_FALSE(wang.describe(id, "二", wang.shownVersion(id)));
-    EXPECT_TRUE(wang.describe(id, "三", first)) << "a form that was open since before li's edit";
-    EXPECT_EQ(wang.questions.size(), 1);
-    EXPECT_EQ(wang.attribute(id), "二");
+    const std::int64_t id = m_li.add("甲");
+    const std::int64_t first = m_wang.shownVersion(id);
+    ASSERT_FALSE(m_li.describe(id, "一", 0));
+    ASSERT_FALSE(m_wang.describe(id, "二", m_wang.shownVersion(id)));
+    EXPECT_TRUE(m_wang.describe(id, "三", first)) << "a form that was open since before li's edit";
+    EXPECT_EQ(m_wang.questions.size(), 1);
+    EXPECT_EQ(m_wang.attribute(id), "二");
 }
 
 TEST_P(InspectorsTest, WhatSomebodyElseDeletedIsNotEditedAndTheUserIsTold) {
-    const std::int64_t id = li.add("甲");
-    const std::int64_t shown = wang.shownVersion(id);
-    ASSERT_FALSE(li.remove(id, 0));
-    const Status failure = wang.describe(id, "三通", shown);
+    const std::int64_t id = m_li.add("甲");
+    const std::int64_t shown = m_wang.shownVersion(id);
+    ASSERT_FALSE(m_li.remove(id, 0));
+    const Status failure = m_wang.describe(id, "三通", shown);
     ASSERT_TRUE(failure);
     EXPECT_EQ(failure->userMessage.toStdString(), "“甲”已被 li@office 删除，您的修改未保存");
-    EXPECT_TRUE(wang.questions.isEmpty());
-    EXPECT_FALSE(wang.remove(id, shown)) << "deleting it again is no failure";
+    EXPECT_TRUE(m_wang.questions.isEmpty());
+    EXPECT_FALSE(m_wang.remove(id, shown)) << "deleting it again is no failure";
 }
 
 TEST_P(InspectorsTest, DeletingWhatSomebodyElseChangedIsAskedAbout) {
-    const std::int64_t id = li.add("甲");
-    const std::int64_t shown = wang.shownVersion(id);
-    ASSERT_FALSE(li.describe(id, "阀室", 0));
-    EXPECT_TRUE(wang.remove(id, shown));
-    EXPECT_EQ(wang.attribute(id), "阀室");
-    wang.replaces = true;
-    EXPECT_FALSE(wang.remove(id, shown));
-    EXPECT_FALSE(readRow(wang.database, "special_point", id));
-    EXPECT_EQ(wang.questions.size(), 2);
+    const std::int64_t id = m_li.add("甲");
+    const std::int64_t shown = m_wang.shownVersion(id);
+    ASSERT_FALSE(m_li.describe(id, "阀室", 0));
+    EXPECT_TRUE(m_wang.remove(id, shown));
+    EXPECT_EQ(m_wang.attribute(id), "阀室");
+    m_wang.replaces = true;
+    EXPECT_FALSE(m_wang.remove(id, shown));
+    EXPECT_FALSE(readRow(m_wang.database, "special_point", id));
+    EXPECT_EQ(m_wang.questions.size(), 2);
 }
 
 TEST_P(InspectorsTest, OneQuestionStandsForAllRowsOfAnEdit) {
-    const std::int64_t first = li.add("甲");
-    const std::int64_t second = li.add("乙");
-    const std::int64_t third = li.add("丙");
-    const auto shown = wang.shownVersion(third); // of the only row that nobody changes then
-    ASSERT_FALSE(li.describe(first, "一", 0));
-    ASSERT_FALSE(li.describe(second, "二", 0));
-    wang.replaces = true;
-    EXPECT_FALSE(wang.history.perform("编辑 3 个", [&](EditTransaction& edit) {
+    const std::int64_t first = m_li.add("甲");
+    const std::int64_t second = m_li.add("乙");
+    const std::int64_t third = m_li.add("丙");
+    const auto shown = m_wang.shownVersion(third); // of the only row that nobody changes then
+    ASSERT_FALSE(m_li.describe(first, "一", 0));
+    ASSERT_FALSE(m_li.describe(second, "二", 0));
+    m_wang.replaces = true;
+    EXPECT_FALSE(m_wang.history.perform("编辑 3 个", [&](EditTransaction& edit) {
         for (const std::int64_t id : {first, second, third}) {
             edit.update("special_point", id, {{"attribute", toGbk("三通")}}, shown);
         }
     }));
-    ASSERT_EQ(wang.questions.size(), 1);
-    EXPECT_TRUE(wang.questions[0].startsWith("“甲”等 2 项已被 li@office 修改（编辑特殊点 为 一）"))
-        << wang.questions[0].toStdString();
-    EXPECT_EQ(wang.attribute(first), "三通");
-    wang.undo();
-    EXPECT_EQ(wang.attribute(first), "一");
-    EXPECT_EQ(wang.attribute(second), "二");
+    ASSERT_EQ(m_wang.questions.size(), 1);
+    EXPECT_TRUE(m_wang.questions[0].startsWith("“甲”等 2 项已被 li@office 修改（编辑特殊点 为 一）"))
+        << m_wang.questions[0].toStdString();
+    EXPECT_EQ(m_wang.attribute(first), "三通");
+    m_wang.undo();
+    EXPECT_EQ(m_wang.attribute(first), "一");
+    EXPECT_EQ(m_wang.attribute(second), "二");
 }
 
 TEST_P(InspectorsTest, EachUndoesHisOwnEdits) {
-    const std::int64_t first = li.add("甲");
-    const std::int64_t second = wang.add("乙");
-    li.undo();
-    EXPECT_FALSE(readRow(li.database, "special_point", first));
-    EXPECT_TRUE(readRow(li.database, "special_point", second));
-    EXPECT_FALSE(li.history.CanUndo());
+    const std::int64_t first = m_li.add("甲");
+    const std::int64_t second = m_wang.add("乙");
+    m_li.undo();
+    EXPECT_FALSE(readRow(m_li.database, "special_point", first));
+    EXPECT_TRUE(readRow(m_li.database, "special_point", second));
+    EXPECT_FALSE(m_li.history.CanUndo());
     ProjectHistory again;
-    again.setDatabase(&wang.database, wang.name);
+    again.setDatabase(&m_wang.database, m_wang.name);
     EXPECT_TRUE(again.CanUndo());
     EXPECT_FALSE(again.CanRedo()) << "what li has undone is his";
 }
 
 TEST_P(InspectorsTest, AnUndoNeverTakesAwayWhatSomebodyElseDidLater) {
-    const std::int64_t id = li.add("甲");
-    ASSERT_FALSE(wang.describe(id, "三通", wang.shownVersion(id)));
-    li.undo();
-    EXPECT_EQ(li.attribute(id), "三通");
-    EXPECT_TRUE(li.history.CanUndo());
-    wang.undo();
-    li.undo();
-    EXPECT_FALSE(readRow(li.database, "special_point", id)) << "now it is as li has left it";
+    const std::int64_t id = m_li.add("甲");
+    ASSERT_FALSE(m_wang.describe(id, "三通", m_wang.shownVersion(id)));
+    m_li.undo();
+    EXPECT_EQ(m_li.attribute(id), "三通");
+    EXPECT_TRUE(m_li.history.CanUndo());
+    m_wang.undo();
+    m_li.undo();
+    EXPECT_FALSE(readRow(m_li.database, "special_point", id)) << "now it is as li has left it";
 }
 
 TEST_P(InspectorsTest, EveryStepOfOthersIsSeenOnceWithTheRowsAsTheyAreNow) {
-    wang.look();
-    EXPECT_TRUE(wang.seen.empty());
-    const std::int64_t id = li.add("甲");
-    ASSERT_FALSE(li.describe(id, "阀室", 0));
-    wang.look();
-    ASSERT_EQ(wang.seen.size(), 1U) << "one change for the row, not one for each edit";
-    EXPECT_FALSE(wang.seen[0].before);
-    EXPECT_EQ(wang.seen[0].after, readRow(wang.database, "special_point", id));
-    wang.seen.clear();
-    wang.look();
-    EXPECT_TRUE(wang.seen.empty());
-    li.undo();
-    wang.look();
-    ASSERT_EQ(wang.seen.size(), 1U);
-    EXPECT_EQ(wang.seen[0].after, readRow(wang.database, "special_point", id));
-    li.undo();
-    wang.look();
-    ASSERT_EQ(wang.seen.size(), 1U);
-    EXPECT_FALSE(wang.seen[0].after);
+    m_wang.look();
+    EXPECT_TRUE(m_wang.seen.empty());
+    const std::int64_t id = m_li.add("甲");
+    ASSERT_FALSE(m_li.describe(id, "阀室", 0));
+    m_wang.look();
+    ASSERT_EQ(m_wang.seen.size(), 1U) << "one change for the row, not one for each edit";
+    EXPECT_FALSE(m_wang.seen[0].before);
+    EXPECT_EQ(m_wang.seen[0].after, readRow(m_wang.database, "special_point", id));
+    m_wang.seen.clear();
+    m_wang.look();
+    EXPECT_TRUE(m_wang.seen.empty());
+    m_li.undo();
+    m_wang.look();
+    ASSERT_EQ(m_wang.seen.size(), 1U);
+    EXPECT_EQ(m_wang.seen[0].after, readRow(m_wang.database, "special_point", id));
+    m_li.undo();
+    m_wang.look();
+    ASSERT_EQ(m_wang.seen.size(), 1U);
+    EXPECT_FALSE(m_wang.seen[0].after);
 }
 
 TEST_P(InspectorsTest, AnUndoThatANewEditHasDroppedIsSeenAllTheSame) {
-    const std::int64_t id = li.add("甲");
-    wang.look();
-    li.undo();
-    li.add("乙");
-    wang.look();
-    ASSERT_FALSE(wang.seen.empty());
-    EXPECT_EQ(wang.seen.front().id, id);
-    EXPECT_TRUE(wang.seen.front().before);
-    EXPECT_EQ(wang.seen.front().after, readRow(wang.database, "special_point", id)) << "or a new row";
-    EXPECT_EQ(fromGbk(std::get<std::string>(wang.seen.back().after->at("name"))), "乙");
+    const std::int64_t id = m_li.add("甲");
+    m_wang.look();
+    m_li.undo();
+    m_li.add("乙");
+    m_wang.look();
+    ASSERT_FALSE(m_wang.seen.empty());
+    EXPECT_EQ(m_wang.seen.front().id, id);
+    EXPECT_TRUE(m_wang.seen.front().before);
+    EXPECT_EQ(m_wang.seen.front().after, readRow(m_wang.database, "special_point", id)) << "or a new row";
+    EXPECT_EQ(fromGbk(std::get<std::string>(m_wang.seen.back().after->at("name"))), "乙");
 }
 
 TEST_P(InspectorsTest, OwnEditsAreNotAnnouncedAsThoseOfOthers) {
-    li.add("甲");
-    wang.add("乙");
-    wang.add("丙");
-    wang.look();
-    ASSERT_EQ(wang.seen.size(), 1U);
-    EXPECT_EQ(fromGbk(std::get<std::string>(wang.seen[0].after->at("name"))), "甲");
+    m_li.add("甲");
+    m_wang.add("乙");
+    m_wang.add("丙");
+    m_wang.look();
+    ASSERT_EQ(m_wang.seen.size(), 1U);
+    EXPECT_EQ(fromGbk(std::get<std::string>(m_wang.seen[0].after->at("name"))), "甲");
 }
 
 TEST_P(InspectorsTest, AReplacementOfTablesMakesOthersReadEverythingAnew) {
-    wang.add("甲");
+    m_wang.add("甲");
     {
-        KV_MySQL::Transaction transaction(li.database);
-        noteReplacement(li.database, li.name, "anomaly", "计算 1 个站段的异常");
+        KV_MySQL::Transaction transaction(m_li.database);
+        noteReplacement(m_li.database, m_li.name, "anomaly", "计算 1 个站段的异常");
         transaction.commit();
     }
-    wang.look();
-    EXPECT_EQ(wang.replacements, 1);
-    EXPECT_TRUE(wang.history.CanUndo());
-    wang.look();
-    EXPECT_EQ(wang.replacements, 1);
-    EXPECT_FALSE(li.history.CanUndo()) << "a replacement is no edit";
+    m_wang.look();
+    EXPECT_EQ(m_wang.replacements, 1);
+    EXPECT_TRUE(m_wang.history.CanUndo());
+    m_wang.look();
+    EXPECT_EQ(m_wang.replacements, 1);
+    EXPECT_FALSE(m_li.history.CanUndo()) << "a replacement is no edit";
 }
 
 TEST_P(InspectorsTest, WhoOnlyLooksOnSeesEverybodysEditsAndChangesNothing) {
     Inspector reader(m_url, QString());
-    const std::int64_t id = li.add("甲");
+    const std::int64_t id = m_li.add("甲");
     reader.look();
     EXPECT_EQ(reader.seen.size(), 1U);
     EXPECT_FALSE(reader.history.CanUndo());
     const Status failure = reader.describe(id, "三通", reader.shownVersion(id));
     ASSERT_TRUE(failure);
     EXPECT_EQ(failure->userMessage, "工程以只读方式打开，未作任何更改");
-    EXPECT_EQ(li.attribute(id), "");
+    EXPECT_EQ(m_li.attribute(id), "");
 }
 
 // Revisions must become visible in their order, or a reader would miss the slower one for ever.
@@ -316,9 +316,9 @@ TEST_P(InspectorsTest, EditsAtTheSameTimeWaitForEachOther) {
     auto other = std::async(std::launch::async, work, "zhao@field:/line", 1000);
     work("qian@field:/line", 2000);
     other.get();
-    li.look();
-    EXPECT_EQ(li.seen.size(), 2U * kEdits);
-    EXPECT_EQ(readRevision(li.database), 2 * kEdits);
+    m_li.look();
+    EXPECT_EQ(m_li.seen.size(), 2U * kEdits);
+    EXPECT_EQ(readRevision(m_li.database), 2 * kEdits);
 }
 
 TEST(InspectorNameTest, EditsInAFileAreNobodysAndThoseOnAServerBelongToTheFolder) {

@@ -31,30 +31,30 @@ constexpr auto kMariaDbThing =
     "other bigint) engine=InnoDB default charset=utf8mb4 collate=utf8mb4_nopad_bin";
 
 const char* columnFor(const KV_Value& value) {
-    constexpr std::array columns{"words", "number", "size", "words", "bytes"};
-    return columns.at(value.index());
+    constexpr std::array kColumns{"words", "number", "size", "words", "bytes"};
+    return kColumns.at(value.index());
 }
 
 class KV_MySQLTest : public ::testing::TestWithParam<DatabaseKind> {
 protected:
-    KV_MySQLTest() { database.execute(isSqlite() ? kSqliteThing : kMariaDbThing); }
+    KV_MySQLTest() { m_database.execute(isSqlite() ? kSqliteThing : kMariaDbThing); }
 
     static bool isSqlite() { return GetParam() == DatabaseKind::Sqlite; }
     KV_Value roundTrip(const KV_Value& value) {
         const std::string column = columnFor(value);
-        const auto id = database.insertRecord("thing", {{column, value}});
-        return database.queryRecord("select * from thing where id=?", {id}).at(0).at(column);
+        const auto id = m_database.insertRecord("thing", {{column, value}});
+        return m_database.queryRecord("select * from thing where id=?", {id}).at(0).at(column);
     }
     std::int64_t count() {
-        return std::get<std::int64_t>(database.queryRecord("select count(*) as n from thing")[0].at("n"));
+        return std::get<std::int64_t>(m_database.queryRecord("select count(*) as n from thing")[0].at("n"));
     }
 
-    QTemporaryDir folder;
-    std::string url = isSqlite() ? folder.filePath("数据.db").toStdString()
-                                 : MariaDbServer::instance().newDatabase().toStdString();
-    KV_MySQL database{url};
+    QTemporaryDir m_folder;
+    std::string m_url = isSqlite() ? m_folder.filePath("数据.db").toStdString()
+                                   : MariaDbServer::instance().newDatabase().toStdString();
+    KV_MySQL m_database{m_url};
 };
-INSTANTIATE_TEST_SUITE_P(On, KV_MySQLTest, eachKind, kindName);
+INSTANTIATE_TEST_SUITE_P(On, KV_MySQLTest, kEachKind, kindName);
 
 TEST_P(KV_MySQLTest, TextsComeBackByteForByte) {
     for (const std::string& text :
@@ -96,10 +96,10 @@ TEST_P(KV_MySQLTest, IntegersHave64Bits) {
 }
 
 TEST_P(KV_MySQLTest, ValuesMayHaveTenMegabytes) {
-    constexpr std::size_t size = 10'000'000;
-    std::string text(size, 'x');
-    KV_Blob blob(size);
-    for (std::size_t i = 0; i < size; ++i) {
+    constexpr std::size_t kSize = 10'000'000;
+    std::string text(kSize, 'x');
+    KV_Blob blob(kSize);
+    for (std::size_t i = 0; i < kSize; ++i) {
         text[i] = static_cast<char>(' ' + i % 90);
         blob[i] = static_cast<unsigned char>(i * 7);
     }
@@ -124,37 +124,38 @@ TEST(KV_MySQLSqliteTest, TheFileHoldsUtf8) {
 }
 
 TEST_P(KV_MySQLTest, StatementsMayCarryGbkLiterals) {
-    database.insertRecord("thing", {{"words", toGbk("深挖")}});
-    EXPECT_EQ(database.queryRecord(toGbk("select * from thing where words='深挖'")).size(), 1U);
+    m_database.insertRecord("thing", {{"words", toGbk("深挖")}});
+    EXPECT_EQ(m_database.queryRecord(toGbk("select * from thing where words='深挖'")).size(), 1U);
 }
 
 TEST_P(KV_MySQLTest, BoundValuesAreNeverPartOfTheStatement) {
-    database.insertRecord("thing", {{"words", std::string("x")}});
+    m_database.insertRecord("thing", {{"words", std::string("x")}});
     const KV_Value attack = std::string("x' or '1'='1");
-    EXPECT_TRUE(database.queryRecord("select * from thing where words=?", {attack}).empty());
-    EXPECT_EQ(database.deleteRecord("thing", "where words=?", {attack}), 0);
+    EXPECT_TRUE(m_database.queryRecord("select * from thing where words=?", {attack}).empty());
+    EXPECT_EQ(m_database.deleteRecord("thing", "where words=?", {attack}), 0);
     EXPECT_EQ(count(), 1);
 }
 
 TEST_P(KV_MySQLTest, UpdateAndDeleteTellHowManyRowsTheyChanged) {
     const auto first =
-        database.insertRecord("thing", {{"number", std::int64_t{1}}, {"other", std::int64_t{5}}});
-    database.insertRecord("thing", {{"number", std::int64_t{2}}, {"other", std::int64_t{5}}});
+        m_database.insertRecord("thing", {{"number", std::int64_t{1}}, {"other", std::int64_t{5}}});
+    m_database.insertRecord("thing", {{"number", std::int64_t{2}}, {"other", std::int64_t{5}}});
     EXPECT_EQ(
-        database.updateRecord("thing", {{"number", std::int64_t{9}}}, "where id=" + std::to_string(first)),
+        m_database.updateRecord("thing", {{"number", std::int64_t{9}}}, "where id=" + std::to_string(first)),
         1);
     EXPECT_EQ(
-        database.updateRecord("thing", {{"number", std::int64_t{8}}}, "where other=?", {std::int64_t{5}}), 2);
-    EXPECT_EQ(database.updateRecord("thing", {{"number", std::int64_t{9}}}, "where id=77"), 0);
-    EXPECT_EQ(database.deleteRecord("thing", "where other=?", {std::int64_t{5}}), 2);
+        m_database.updateRecord("thing", {{"number", std::int64_t{8}}}, "where other=?", {std::int64_t{5}}),
+        2);
+    EXPECT_EQ(m_database.updateRecord("thing", {{"number", std::int64_t{9}}}, "where id=77"), 0);
+    EXPECT_EQ(m_database.deleteRecord("thing", "where other=?", {std::int64_t{5}}), 2);
 }
 
 TEST_P(KV_MySQLTest, RefusalIsAnExceptionOfOneLineThatNamesTheDatabase) {
-    const std::string shown = inspection::shownDatabase(QString::fromStdString(url)).toStdString();
+    const std::string shown = inspection::shownDatabase(QString::fromStdString(m_url)).toStdString();
     for (const char* statement :
          {"select * from missing", "not sql at all", "insert into thing (nothing) values (1)"}) {
         try {
-            database.execute(statement);
+            m_database.execute(statement);
             FAIL() << statement;
         } catch (const KV_MySQL_Exception& exception) {
             const std::string what = exception.what();
@@ -162,58 +163,58 @@ TEST_P(KV_MySQLTest, RefusalIsAnExceptionOfOneLineThatNamesTheDatabase) {
             EXPECT_EQ(what.find('\n'), std::string::npos) << what;
         }
     }
-    EXPECT_THROW(database.insertRecord("thing", {{"no\" column", std::int64_t{1}}}), KV_MySQL_Exception);
+    EXPECT_THROW(m_database.insertRecord("thing", {{"no\" column", std::int64_t{1}}}), KV_MySQL_Exception);
 }
 
 TEST_P(KV_MySQLTest, ARowNeedsNoValue) {
-    const auto id = database.insertRecord("thing", {});
+    const auto id = m_database.insertRecord("thing", {});
     EXPECT_GT(id, 0);
-    const KV_Record row = database.queryRecord("select * from thing where id=?", {id}).at(0);
+    const KV_Record row = m_database.queryRecord("select * from thing where id=?", {id}).at(0);
     EXPECT_EQ(std::get<std::string>(row.at("words")), "none");
     EXPECT_TRUE(std::holds_alternative<std::monostate>(row.at("number")));
 }
 
 TEST_P(KV_MySQLTest, AnIdThatIsGivenIsKeptAndGoesOnFromThere) {
-    EXPECT_EQ(database.insertRecord("thing", {{"id", std::int64_t{41}}}), 41);
-    EXPECT_EQ(database.insertRecord("thing", {{"id", std::int64_t{0}}}), 0);
-    EXPECT_EQ(database.insertRecord("thing", {{"id", std::monostate()}}), 42);
-    EXPECT_EQ(database.queryRecord("select id from thing where id=0").size(), 1U);
+    EXPECT_EQ(m_database.insertRecord("thing", {{"id", std::int64_t{41}}}), 41);
+    EXPECT_EQ(m_database.insertRecord("thing", {{"id", std::int64_t{0}}}), 0);
+    EXPECT_EQ(m_database.insertRecord("thing", {{"id", std::monostate()}}), 42);
+    EXPECT_EQ(m_database.queryRecord("select id from thing where id=0").size(), 1U);
 }
 
 TEST_P(KV_MySQLTest, AnUpdateTellsTheRowsItFoundAlsoWhenTheyWereSoAlready) {
-    const auto id = database.insertRecord("thing", {{"number", std::int64_t{5}}});
-    EXPECT_EQ(database.updateRecord("thing", {{"number", std::int64_t{5}}}, "where id=?", {id}), 1);
+    const auto id = m_database.insertRecord("thing", {{"number", std::int64_t{5}}});
+    EXPECT_EQ(m_database.updateRecord("thing", {{"number", std::int64_t{5}}}, "where id=?", {id}), 1);
 }
 
 TEST_P(KV_MySQLTest, NamesMayHoldAnything) {
     const std::string table = "odd `t\"; --";
     const std::string column = "c\"'`?";
-    database.execute(std::string("create table \"odd `t\"\"; --\" (\"c\"\"'`?\" ") +
-                     (isSqlite() ? "integer)" : "bigint)"));
-    database.insertRecord(table, {{column, std::int64_t{4}}});
-    EXPECT_EQ(
-        database.updateRecord(table, {{column, std::int64_t{5}}}, "where \"c\"\"'`?\"=?", {std::int64_t{4}}),
-        1);
-    const KV_Record row = database.queryRecord("select \"c\"\"'`?\" as c from \"odd `t\"\"; --\"").at(0);
+    m_database.execute(std::string("create table \"odd `t\"\"; --\" (\"c\"\"'`?\" ") +
+                       (isSqlite() ? "integer)" : "bigint)"));
+    m_database.insertRecord(table, {{column, std::int64_t{4}}});
+    EXPECT_EQ(m_database.updateRecord(table, {{column, std::int64_t{5}}}, "where \"c\"\"'`?\"=?",
+                                      {std::int64_t{4}}),
+              1);
+    const KV_Record row = m_database.queryRecord("select \"c\"\"'`?\" as c from \"odd `t\"\"; --\"").at(0);
     EXPECT_EQ(std::get<std::int64_t>(row.at("c")), 5);
-    EXPECT_EQ(database.deleteRecord(table, ""), 1);
+    EXPECT_EQ(m_database.deleteRecord(table, ""), 1);
 }
 
 TEST_P(KV_MySQLTest, ValuesAndMarksMustBeAsMany) {
-    EXPECT_THROW(database.queryRecord("select * from thing where id=?"), KV_MySQL_Exception);
-    EXPECT_THROW(database.queryRecord("select * from thing where id=?", {std::int64_t{1}, std::int64_t{2}}),
+    EXPECT_THROW(m_database.queryRecord("select * from thing where id=?"), KV_MySQL_Exception);
+    EXPECT_THROW(m_database.queryRecord("select * from thing where id=?", {std::int64_t{1}, std::int64_t{2}}),
                  KV_MySQL_Exception);
 }
 
 TEST_P(KV_MySQLTest, TransactionsRollBackUnlessCommitted) {
     {
-        KV_MySQL::Transaction transaction(database);
-        database.insertRecord("thing", {{"number", std::int64_t{1}}});
+        KV_MySQL::Transaction transaction(m_database);
+        m_database.insertRecord("thing", {{"number", std::int64_t{1}}});
     }
     EXPECT_EQ(count(), 0);
     {
-        KV_MySQL::Transaction transaction(database);
-        database.insertRecord("thing", {{"number", std::int64_t{1}}});
+        KV_MySQL::Transaction transaction(m_database);
+        m_database.insertRecord("thing", {{"number", std::int64_t{1}}});
         transaction.commit();
     }
     EXPECT_EQ(count(), 1);
@@ -221,15 +222,15 @@ TEST_P(KV_MySQLTest, TransactionsRollBackUnlessCommitted) {
 
 TEST_P(KV_MySQLTest, AnInnerTransactionBelongsToTheOuterOne) {
     {
-        KV_MySQL::Transaction outer(database);
-        database.insertRecord("thing", {{"number", std::int64_t{1}}});
+        KV_MySQL::Transaction outer(m_database);
+        m_database.insertRecord("thing", {{"number", std::int64_t{1}}});
         {
-            KV_MySQL::Transaction dropped(database);
-            database.insertRecord("thing", {{"number", std::int64_t{2}}});
+            KV_MySQL::Transaction dropped(m_database);
+            m_database.insertRecord("thing", {{"number", std::int64_t{2}}});
         }
         {
-            KV_MySQL::Transaction kept(database);
-            database.insertRecord("thing", {{"number", std::int64_t{3}}});
+            KV_MySQL::Transaction kept(m_database);
+            m_database.insertRecord("thing", {{"number", std::int64_t{3}}});
             kept.commit();
         }
         EXPECT_EQ(count(), 2);
@@ -237,29 +238,29 @@ TEST_P(KV_MySQLTest, AnInnerTransactionBelongsToTheOuterOne) {
     }
     EXPECT_EQ(count(), 2);
     {
-        KV_MySQL::Transaction outer(database);
-        KV_MySQL::Transaction inner(database);
-        database.execute("delete from thing");
+        KV_MySQL::Transaction outer(m_database);
+        KV_MySQL::Transaction inner(m_database);
+        m_database.execute("delete from thing");
         inner.commit();
     }
     EXPECT_EQ(count(), 2);
 }
 
 TEST_P(KV_MySQLTest, AnotherConnectionSeesOnlyWhatIsCommitted) {
-    KV_MySQL reader(url);
-    KV_MySQL::Transaction transaction(database);
-    database.insertRecord("thing", {{"number", std::int64_t{1}}});
+    KV_MySQL reader(m_url);
+    KV_MySQL::Transaction transaction(m_database);
+    m_database.insertRecord("thing", {{"number", std::int64_t{1}}});
     EXPECT_TRUE(reader.queryRecord("select * from thing").empty());
     transaction.commit();
     EXPECT_EQ(reader.queryRecord("select * from thing").size(), 1U);
 }
 
 TEST_P(KV_MySQLTest, ForeignKeysAreEnforced) {
-    database.execute(isSqlite()
-                         ? "create table part (id integer primary key, thing integer references thing(id))"
-                         : "create table part (id bigint auto_increment primary key, thing bigint, "
-                           "foreign key (thing) references thing(id))");
-    EXPECT_THROW(database.insertRecord("part", {{"thing", std::int64_t{42}}}), KV_MySQL_Exception);
+    m_database.execute(isSqlite()
+                           ? "create table part (id integer primary key, thing integer references thing(id))"
+                           : "create table part (id bigint auto_increment primary key, thing bigint, "
+                             "foreign key (thing) references thing(id))");
+    EXPECT_THROW(m_database.insertRecord("part", {{"thing", std::int64_t{42}}}), KV_MySQL_Exception);
 }
 
 TEST(KV_MySQLOpenTest, AFileThatIsNoDatabaseOrCannotBeMadeIsRefused) {

@@ -16,44 +16,44 @@ namespace {
 class KeptRowsTest : public ::testing::TestWithParam<DatabaseKind> {
 protected:
     KeptRowsTest() {
-        database.execute("create table thing (id integer primary key, number integer)");
-        database.execute("insert into thing values (1, 10), (2, 20)");
+        m_database.execute("create table thing (id integer primary key, number integer)");
+        m_database.execute("insert into thing values (1, 10), (2, 20)");
     }
     std::int64_t kept(std::int64_t id) {
-        const auto& rows = database.driver().queryKept("select * from thing where id=?", {id});
+        const auto& rows = m_database.driver().queryKept("select * from thing where id=?", {id});
         return rows.empty() ? -1 : std::get<std::int64_t>(rows.at(0).at("number"));
     }
 
-    QTemporaryDir folder;
-    std::string url = GetParam() == DatabaseKind::Sqlite
-                          ? folder.filePath("kept.db").toStdString()
-                          : MariaDbServer::instance().newDatabase().toStdString();
-    KV_MySQL database{url};
+    QTemporaryDir m_folder;
+    std::string m_url = GetParam() == DatabaseKind::Sqlite
+                            ? m_folder.filePath("kept.db").toStdString()
+                            : MariaDbServer::instance().newDatabase().toStdString();
+    KV_MySQL m_database{m_url};
 };
-INSTANTIATE_TEST_SUITE_P(On, KeptRowsTest, eachKind, kindName);
+INSTANTIATE_TEST_SUITE_P(On, KeptRowsTest, kEachKind, kindName);
 
 TEST_P(KeptRowsTest, AreToldApartByStatementAndValues) {
     EXPECT_EQ(kept(1), 10);
     EXPECT_EQ(kept(2), 20);
     EXPECT_EQ(kept(1), 10);
     EXPECT_EQ(kept(3), -1);
-    EXPECT_EQ(database.driver().queryKept("select * from thing", {}).size(), 2U);
+    EXPECT_EQ(m_database.driver().queryKept("select * from thing", {}).size(), 2U);
 }
 
 TEST_P(KeptRowsTest, ShowWhatTheirOwnConnectionStores) {
     EXPECT_EQ(kept(1), 10);
-    database.execute("update thing set number=11 where id=1");
+    m_database.execute("update thing set number=11 where id=1");
     EXPECT_EQ(kept(1), 11);
-    database.updateRecord("thing", {{"number", std::int64_t{12}}}, "where id=1");
+    m_database.updateRecord("thing", {{"number", std::int64_t{12}}}, "where id=1");
     EXPECT_EQ(kept(1), 12);
-    database.deleteRecord("thing", "where id=1");
+    m_database.deleteRecord("thing", "where id=1");
     EXPECT_EQ(kept(1), -1);
-    database.insertRecord("thing", {{"id", std::int64_t{1}}, {"number", std::int64_t{13}}});
+    m_database.insertRecord("thing", {{"id", std::int64_t{1}}, {"number", std::int64_t{13}}});
     EXPECT_EQ(kept(1), 13);
 }
 
 TEST_P(KeptRowsTest, ShowWhatAnotherConnectionStores) {
-    KV_MySQL other(url);
+    KV_MySQL other(m_url);
     for (const std::int64_t number : {31, 32, 33}) {
         other.execute("update thing set number=? where id=1", {number});
         EXPECT_EQ(kept(1), number);
@@ -64,12 +64,12 @@ TEST_P(KeptRowsTest, ShowWhatAnotherConnectionStores) {
 TEST_P(KeptRowsTest, ShowNothingOfWhatWasRolledBack) {
     EXPECT_EQ(kept(1), 10);
     {
-        KV_MySQL::Transaction transaction(database);
-        database.execute("update thing set number=11 where id=1");
+        KV_MySQL::Transaction transaction(m_database);
+        m_database.execute("update thing set number=11 where id=1");
         EXPECT_EQ(kept(1), 11);
         {
-            KV_MySQL::Transaction inner(database);
-            database.execute("update thing set number=12 where id=1");
+            KV_MySQL::Transaction inner(m_database);
+            m_database.execute("update thing set number=12 where id=1");
             EXPECT_EQ(kept(1), 12);
         }
         EXPECT_EQ(kept(1), 11);
@@ -79,7 +79,7 @@ TEST_P(KeptRowsTest, ShowNothingOfWhatWasRolledBack) {
 
 TEST_P(KeptRowsTest, ARefusalIsToldAgainAndAgain) {
     for (int round = 0; round < 2; ++round) {
-        EXPECT_THROW(database.driver().queryKept("select * from nothing", {}), KV_MySQL_Exception);
+        EXPECT_THROW(m_database.driver().queryKept("select * from nothing", {}), KV_MySQL_Exception);
     }
 }
 

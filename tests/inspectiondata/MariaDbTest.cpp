@@ -33,60 +33,60 @@ void expectRefusal(const std::function<void()>& work, const std::string& part) {
 class MariaDbTest : public testing::Test {
 protected:
     MariaDbTest() {
-        database.execute(
+        m_database.execute(
             "create table thing (id bigint auto_increment primary key, number bigint) engine=InnoDB");
     }
-    void insert(std::int64_t number) { database.insertRecord("thing", {{"number", number}}); }
+    void insert(std::int64_t number) { m_database.insertRecord("thing", {{"number", number}}); }
     /// Counted on another connection.
-    int count() const { return server.run("select count(*) from thing", name)[0].toInt(); }
+    int count() const { return m_server.run("select count(*) from thing", m_name)[0].toInt(); }
 
-    MariaDbServer& server = MariaDbServer::instance();
-    QString url = server.newDatabase();
-    QString name = url.section('/', 3).section('?', 0, 0);
-    KV_MySQL database{url.toStdString()};
+    MariaDbServer& m_server = MariaDbServer::instance();
+    QString m_url = m_server.newDatabase();
+    QString m_name = m_url.section('/', 3).section('?', 0, 0);
+    KV_MySQL m_database{m_url.toStdString()};
 };
 
 TEST_F(MariaDbTest, WhatCannotBeOpenedIsSaidInOneLineWithoutThePassword) {
     const auto open = [](const QString& address) { return [=] { KV_MySQL(address.toStdString()); }; };
-    expectRefusal(open(server.address(name, "root", "wrong-secret")), "Access denied");
-    expectRefusal(open(server.address("missing_database")), "Unknown database 'missing_database'");
+    expectRefusal(open(m_server.address(m_name, "root", "wrong-secret")), "Access denied");
+    expectRefusal(open(m_server.address("missing_database")), "Unknown database 'missing_database'");
     expectRefusal(open("mysql://root@/x?socket=/nowhere/socket"), "/nowhere/socket");
     expectRefusal(open("mysql://root:wrong-secret@"), "not a database address");
     try {
-        KV_MySQL(server.address(name, "root", "wrong-secret").toStdString());
+        KV_MySQL(m_server.address(m_name, "root", "wrong-secret").toStdString());
     } catch (const KV_MySQL_Exception& exception) {
         EXPECT_EQ(std::string(exception.what()).find("wrong-secret"), std::string::npos);
     }
-    expectRefusal([&] { database.queryRecord("select * from missing"); }, "missing");
+    expectRefusal([&] { m_database.queryRecord("select * from missing"); }, "missing");
 }
 
 TEST_F(MariaDbTest, ThePasswordMayHoldAnythingAndMayComeFromTheEnvironment) {
-    server.run("create user 'walker'@'localhost' identified by 'p:/?@% 密'");
-    server.run("grant all on " + name + ".* to 'walker'@'localhost'");
+    m_server.run("create user 'walker'@'localhost' identified by 'p:/?@% 密'");
+    m_server.run("grant all on " + m_name + ".* to 'walker'@'localhost'");
     const QString encoded = QString::fromLatin1(QUrl::toPercentEncoding("p:/?@% 密"));
-    EXPECT_TRUE(KV_MySQL(server.address(name, "walker", encoded).toStdString()).isOpen());
+    EXPECT_TRUE(KV_MySQL(m_server.address(m_name, "walker", encoded).toStdString()).isOpen());
     qputenv("CORRIDOR_DATABASE_PASSWORD", "p:/?@% 密");
-    EXPECT_TRUE(KV_MySQL(server.address(name, "walker").toStdString()).isOpen());
+    EXPECT_TRUE(KV_MySQL(m_server.address(m_name, "walker").toStdString()).isOpen());
     qunsetenv("CORRIDOR_DATABASE_PASSWORD");
-    expectRefusal([&] { KV_MySQL(server.address(name, "walker").toStdString()); }, "Access denied");
+    expectRefusal([&] { KV_MySQL(m_server.address(m_name, "walker").toStdString()); }, "Access denied");
 }
 
 TEST_F(MariaDbTest, ValuesThatDoNotFitAreRefused) {
-    expectRefusal([&] { database.insertRecord("thing", {{"number", std::string("many")}}); }, "number");
-    expectRefusal([&] { database.execute("insert into thing (number) values (99999999999999999999)"); },
+    expectRefusal([&] { m_database.insertRecord("thing", {{"number", std::string("many")}}); }, "number");
+    expectRefusal([&] { m_database.execute("insert into thing (number) values (99999999999999999999)"); },
                   "number");
-    database.execute("create table short (words varchar(3), size double) engine=InnoDB");
-    expectRefusal([&] { database.insertRecord("short", {{"words", std::string("four")}}); }, "words");
+    m_database.execute("create table short (words varchar(3), size double) engine=InnoDB");
+    expectRefusal([&] { m_database.insertRecord("short", {{"words", std::string("four")}}); }, "words");
     const double infinite = std::numeric_limits<double>::infinity();
-    expectRefusal([&] { database.insertRecord("short", {{"size", infinite}}); }, "size");
+    expectRefusal([&] { m_database.insertRecord("short", {{"size", infinite}}); }, "size");
     EXPECT_EQ(count(), 0);
-    EXPECT_EQ(server.run("select count(*) from short", name), QStringList{"0"});
+    EXPECT_EQ(m_server.run("select count(*) from short", m_name), QStringList{"0"});
 }
 
 TEST_F(MariaDbTest, AReadOnlyConnectionChangesNothingAlsoAfterItWasLost) {
-    KV_MySQL reader((url + "&mode=ro").toStdString());
+    KV_MySQL reader((m_url + "&mode=ro").toStdString());
     expectRefusal([&] { reader.execute("insert into thing (number) values (1)"); }, "READ ONLY");
-    server.killConnections();
+    m_server.killConnections();
     expectRefusal([&] { reader.execute("insert into thing (number) values (1)"); }, "READ ONLY");
     EXPECT_TRUE(reader.queryRecord("select * from thing").empty());
     EXPECT_EQ(count(), 0);
@@ -94,16 +94,16 @@ TEST_F(MariaDbTest, AReadOnlyConnectionChangesNothingAlsoAfterItWasLost) {
 
 TEST_F(MariaDbTest, TheServerMayBeRestartedBetweenStatements) {
     insert(1);
-    server.stop();
-    server.start();
+    m_server.stop();
+    m_server.start();
     insert(2);
-    server.stop();
-    server.start();
-    EXPECT_EQ(database.queryRecord("select * from thing where number>?", {std::int64_t{0}}).size(), 2U);
-    server.stop();
-    server.start();
+    m_server.stop();
+    m_server.start();
+    EXPECT_EQ(m_database.queryRecord("select * from thing where number>?", {std::int64_t{0}}).size(), 2U);
+    m_server.stop();
+    m_server.start();
     {
-        KV_MySQL::Transaction transaction(database);
+        KV_MySQL::Transaction transaction(m_database);
         insert(3);
         transaction.commit();
     }
@@ -111,42 +111,42 @@ TEST_F(MariaDbTest, TheServerMayBeRestartedBetweenStatements) {
 }
 
 TEST_F(MariaDbTest, AServerThatComesBackLaterIsWaitedFor) {
-    server.stop();
+    m_server.stop();
     auto writing = std::async(std::launch::async,
-                              [this] { return database.execute("insert into thing (number) values (7)"); });
-    server.start();
+                              [this] { return m_database.execute("insert into thing (number) values (7)"); });
+    m_server.start();
     EXPECT_EQ(writing.get(), 1);
     EXPECT_EQ(count(), 1);
 }
 
 TEST_F(MariaDbTest, AServerThatIsGoneIsGivenUpAndFoundAgain) {
-    server.stop();
+    m_server.stop();
     expectRefusal([&] { insert(1); }, "the server is gone");
-    EXPECT_FALSE(database.isOpen());
-    server.start();
+    EXPECT_FALSE(m_database.isOpen());
+    m_server.start();
     insert(2);
-    EXPECT_TRUE(database.isOpen());
+    EXPECT_TRUE(m_database.isOpen());
     EXPECT_EQ(count(), 1);
 }
 
 TEST_F(MariaDbTest, AConnectionThatWasCutIsMadeAnewWithItsSettings) {
-    server.killConnections();
+    m_server.killConnections();
     insert(1);
     EXPECT_EQ(count(), 1);
-    expectRefusal([&] { database.insertRecord("thing", {{"number", std::string("many")}}); }, "number");
-    EXPECT_EQ(database.queryRecord("select \"number\" from thing").size(), 1U);
+    expectRefusal([&] { m_database.insertRecord("thing", {{"number", std::string("many")}}); }, "number");
+    EXPECT_EQ(m_database.queryRecord("select \"number\" from thing").size(), 1U);
 }
 
 TEST_F(MariaDbTest, ATransactionDoesNotOutliveItsConnection) {
     {
-        KV_MySQL::Transaction transaction(database);
+        KV_MySQL::Transaction transaction(m_database);
         insert(1);
-        server.killConnections();
+        m_server.killConnections();
         expectRefusal([&] { insert(2); }, "connection lost inside a transaction");
         // No statement of the lost transaction is stored by itself.
         expectRefusal([&] { insert(3); }, "the transaction is over");
-        expectRefusal([&] { database.queryRecord("select * from thing"); }, "the transaction is over");
-        expectRefusal([&] { KV_MySQL::Transaction inner(database); }, "the transaction is over");
+        expectRefusal([&] { m_database.queryRecord("select * from thing"); }, "the transaction is over");
+        expectRefusal([&] { KV_MySQL::Transaction inner(m_database); }, "the transaction is over");
         expectRefusal([&] { transaction.commit(); }, "the transaction is over");
     }
     EXPECT_EQ(count(), 0);
@@ -156,11 +156,11 @@ TEST_F(MariaDbTest, ATransactionDoesNotOutliveItsConnection) {
 
 TEST_F(MariaDbTest, AnInnerTransactionGivenUpDoesNotReviveTheLostOne) {
     {
-        KV_MySQL::Transaction outer(database);
+        KV_MySQL::Transaction outer(m_database);
         insert(1);
         {
-            KV_MySQL::Transaction inner(database);
-            server.killConnections();
+            KV_MySQL::Transaction inner(m_database);
+            m_server.killConnections();
             expectRefusal([&] { insert(2); }, "connection lost");
         }
         expectRefusal([&] { insert(3); }, "the transaction is over");
@@ -170,17 +170,17 @@ TEST_F(MariaDbTest, AnInnerTransactionGivenUpDoesNotReviveTheLostOne) {
 
 TEST_F(MariaDbTest, ACommitOnALostConnectionFailsAndStoresNothing) {
     {
-        KV_MySQL::Transaction transaction(database);
+        KV_MySQL::Transaction transaction(m_database);
         insert(1);
-        server.killConnections();
+        m_server.killConnections();
         expectRefusal([&] { transaction.commit(); }, "connection lost");
     }
     EXPECT_EQ(count(), 0);
 }
 
 TEST_F(MariaDbTest, ATransactionMayBeginOnAConnectionThatWasCut) {
-    server.killConnections();
-    KV_MySQL::Transaction transaction(database);
+    m_server.killConnections();
+    KV_MySQL::Transaction transaction(m_database);
     insert(1);
     transaction.commit();
     EXPECT_EQ(count(), 1);
@@ -189,26 +189,26 @@ TEST_F(MariaDbTest, ATransactionMayBeginOnAConnectionThatWasCut) {
 TEST_F(MariaDbTest, AWriteThatWasCutShortIsReportedAndNotRepeated) {
     insert(1);
     const auto killer =
-        std::async(std::launch::async, [this] { server.killConnectionInside("/* slow write */"); });
-    expectRefusal([&] { database.execute("/* slow write */ update thing set number=number+1+sleep(30)"); },
+        std::async(std::launch::async, [this] { m_server.killConnectionInside("/* slow write */"); });
+    expectRefusal([&] { m_database.execute("/* slow write */ update thing set number=number+1+sleep(30)"); },
                   "stored or not");
     killer.wait();
-    EXPECT_EQ(database.execute("update thing set number=number+1"), 1);
-    EXPECT_EQ(server.run("select number from thing", name), QStringList{"2"});
+    EXPECT_EQ(m_database.execute("update thing set number=number+1"), 1);
+    EXPECT_EQ(m_server.run("select number from thing", m_name), QStringList{"2"});
 }
 
 TEST_F(MariaDbTest, AReadThatWasCutShortIsRepeated) {
     insert(5);
     const auto killer =
-        std::async(std::launch::async, [this] { server.killConnectionInside("/* slow read */"); });
-    const auto rows = database.queryRecord("select /* slow read */ number, sleep(1) as slept from thing");
+        std::async(std::launch::async, [this] { m_server.killConnectionInside("/* slow read */"); });
+    const auto rows = m_database.queryRecord("select /* slow read */ number, sleep(1) as slept from thing");
     killer.wait();
     ASSERT_EQ(rows.size(), 1U);
     EXPECT_EQ(std::get<std::int64_t>(rows[0].at("number")), 5);
 }
 
 TEST_F(MariaDbTest, ATransactionThatTheServerEndedStoresNothingMore) {
-    database.execute("create index by_number on thing (number)");
+    m_database.execute("create index by_number on thing (number)");
     insert(1);
     insert(2);
     std::promise<void> mineIsLocked;
@@ -229,13 +229,13 @@ TEST_F(MariaDbTest, ATransactionThatTheServerEndedStoresNothingMore) {
         }
     };
     const auto other = std::async(std::launch::async, [&] {
-        KV_MySQL connection(url.toStdString());
+        KV_MySQL connection(m_url.toStdString());
         work(connection, "number=2", "number=1", othersIsLocked, mineIsLocked.get_future());
     });
-    work(database, "number=1", "number=2", mineIsLocked, othersIsLocked.get_future());
+    work(m_database, "number=1", "number=2", mineIsLocked, othersIsLocked.get_future());
     other.wait();
     EXPECT_EQ(ended, 1);
-    EXPECT_EQ(server.run("select number from thing order by id", name), (QStringList{"1", "2"}));
+    EXPECT_EQ(m_server.run("select number from thing order by id", m_name), (QStringList{"1", "2"}));
 }
 
 } // namespace

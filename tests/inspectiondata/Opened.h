@@ -14,7 +14,7 @@ template<typename T>
 T valueOf(inspection::Result<T> result) {
     const auto* failure = std::get_if<inspection::Failure>(&result);
     EXPECT_EQ(failure, nullptr) << failure->message.toStdString();
-    if (failure != nullptr) {
+    if (failure) {
         throw std::runtime_error("no value");
     }
     return std::move(std::get<T>(result));
@@ -25,7 +25,7 @@ template<typename T>
 inspection::Failure failureOf(inspection::Result<T> result) {
     const auto* failure = std::get_if<inspection::Failure>(&result);
     EXPECT_NE(failure, nullptr);
-    if (failure == nullptr) {
+    if (!failure) {
         throw std::runtime_error("no failure");
     }
     EXPECT_FALSE(failure->message.isEmpty());

@@ -20,10 +20,10 @@ using namespace inspection;
 class OutputTest : public ::testing::Test {
 protected:
     OutputTest() {
-        valueOf(computeAnomalies(opened.request()));
-        opened.sql().execute("update anomaly set attribute=? where name='S1-0001'",
-                             {toGbk("建构筑物（已拆除）")});
-        data = valueOf(readInspectionData(opened.project.description(), opened.sql()));
+        valueOf(computeAnomalies(m_opened.request()));
+        m_opened.sql().execute("update anomaly set attribute=? where name='S1-0001'",
+                               {toGbk("建构筑物（已拆除）")});
+        m_data = valueOf(readInspectionData(m_opened.project.description(), m_opened.sql()));
     }
 
     QString run(const QString& program, const QStringList& arguments) {
@@ -42,19 +42,19 @@ protected:
     /// One anomaly beside the pipe in two areas, one across it, one 5 m from it.
     void placeAnomalies() {
         const double y = SmallProject::kTop - 40.0;
-        ASSERT_EQ(data.stations.at(0).anomalies.size(), 1U);
-        ASSERT_EQ(data.stations.at(1).anomalies.size(), 2U);
-        data.stations[0].anomalies[0].outlineWkt = boxText(500020.0, y + 12.5);
-        data.stations[1].anomalies[0].outlineWkt = boxText(500120.0, y - 2.0);
-        data.stations[1].anomalies[1].outlineWkt = boxText(500160.0, y + 5.0);
+        ASSERT_EQ(m_data.stations.at(0).anomalies.size(), 1U);
+        ASSERT_EQ(m_data.stations.at(1).anomalies.size(), 2U);
+        m_data.stations[0].anomalies[0].outlineWkt = boxText(500020.0, y + 12.5);
+        m_data.stations[1].anomalies[0].outlineWkt = boxText(500120.0, y - 2.0);
+        m_data.stations[1].anomalies[1].outlineWkt = boxText(500160.0, y + 5.0);
         for (const char* name : {"东关村", "李庄"}) {
             Special_Polygon area(toGbk(name), {});
-            const auto toGeographic = transformationBetween(*referenceOf(data.project.crs), wgs84());
+            const auto toGeographic = transformationBetween(*referenceOf(m_data.project.crs), wgs84());
             for (auto [east, north] : {std::pair(500000.0, y), {500050.0, y}, {500025.0, y + 40.0}}) {
                 ASSERT_NE(toGeographic->Transform(1, &east, &north), 0);
                 area.m_vertices.emplace_back(east, north, 0.0);
             }
-            data.highConsequenceAreas.push_back(area);
+            m_data.highConsequenceAreas.push_back(area);
         }
     }
     /// A box of 8 m x 6 m.
@@ -78,15 +78,15 @@ protected:
     }
     static int dist(const OGRFeature& feature) { return feature.GetFieldIndex("dist_m"); }
 
-    OpenedProject opened;
-    InspectionData data;
+    OpenedProject m_opened;
+    InspectionData m_data;
 };
 
 TEST_F(OutputTest, TheReportNamesProjectAnomaliesAndVerdictsInChinese) {
     QImage globe(640, 400, QImage::Format_RGB32);
     globe.fill(Qt::darkGreen);
-    const QString file = opened.files.beside("report.pdf");
-    ASSERT_FALSE(writeReport({data, globe}, file).has_value());
+    const QString file = m_opened.files.beside("report.pdf");
+    ASSERT_FALSE(writeReport({m_data, globe}, file).has_value());
     const QString text = run("pdftotext", {"-layout", file, "-"});
     for (const char* expected :
          {"管道巡检报告", "试验管道", "2024-05-18", "2025-05-20", "S1-0001", "S2-0002", "建构筑物（已拆除）",
@@ -104,8 +104,8 @@ TEST_F(OutputTest, TheReportNamesProjectAnomaliesAndVerdictsInChinese) {
 TEST_F(OutputTest, TheReportTellsHowFarFromThePipeAndInWhichHighConsequenceArea) {
     placeAnomalies();
     for (const char* format : {"html", "pdf"}) {
-        const QString file = opened.files.beside(QStringLiteral("report.") + format);
-        ASSERT_FALSE(writeReport({data, {}}, file).has_value());
+        const QString file = m_opened.files.beside(QStringLiteral("report.") + format);
+        ASSERT_FALSE(writeReport({m_data, {}}, file).has_value());
         const QString written =
             file.endsWith("pdf") ? run("pdftotext", {file, "-"}) : QString::fromUtf8(read(file));
         const QString text = QString(written).remove(QRegularExpression("\\s"));
@@ -117,9 +117,9 @@ TEST_F(OutputTest, TheReportTellsHowFarFromThePipeAndInWhichHighConsequenceArea)
 }
 
 TEST_F(OutputTest, AReportWithoutLineOrAreasSaysNothingOfThem) {
-    data.project.centerline = opened.files.beside("missing.gpkg");
-    const QString file = opened.files.beside("report.html");
-    ASSERT_FALSE(writeReport({data, {}}, file).has_value());
+    m_data.project.centerline = m_opened.files.beside("missing.gpkg");
+    const QString file = m_opened.files.beside("report.html");
+    ASSERT_FALSE(writeReport({m_data, {}}, file).has_value());
     const QString text = QString::fromUtf8(read(file));
     EXPECT_TRUE(text.contains("检出地表变化异常 3 处"));
     EXPECT_FALSE(text.contains("距管道中心线"));
@@ -127,45 +127,45 @@ TEST_F(OutputTest, AReportWithoutLineOrAreasSaysNothingOfThem) {
 }
 
 TEST_F(OutputTest, AReportIsAlsoTextOrHtml) {
-    const QString html = opened.files.beside("report.html");
-    ASSERT_FALSE(writeReport({data, {}}, html).has_value());
+    const QString html = m_opened.files.beside("report.html");
+    ASSERT_FALSE(writeReport({m_data, {}}, html).has_value());
     const QString text = QString::fromUtf8(read(html));
     EXPECT_TRUE(text.contains("S2-0001"));
     EXPECT_EQ(text.count("data:image/jpeg;base64"), 3);
-    const QString odt = opened.files.beside("report.odt");
-    ASSERT_FALSE(writeReport({data, {}}, odt).has_value());
+    const QString odt = m_opened.files.beside("report.odt");
+    ASSERT_FALSE(writeReport({m_data, {}}, odt).has_value());
     EXPECT_TRUE(read(odt).startsWith("PK"));
 }
 
 TEST_F(OutputTest, AReportOfNothingFoundSaysSo) {
-    opened.sql().execute("delete from anomaly");
-    data = valueOf(readInspectionData(opened.project.description(), opened.sql()));
-    const QString file = opened.files.beside("report.pdf");
-    ASSERT_FALSE(writeReport({data, {}}, file).has_value());
+    m_opened.sql().execute("delete from anomaly");
+    m_data = valueOf(readInspectionData(m_opened.project.description(), m_opened.sql()));
+    const QString file = m_opened.files.beside("report.pdf");
+    ASSERT_FALSE(writeReport({m_data, {}}, file).has_value());
     EXPECT_TRUE(run("pdftotext", {file, "-"}).contains(QStringLiteral("未检出超过阈值的地表变化")));
 }
 
 TEST_F(OutputTest, AReportThatIsStoppedOrRefusedLeavesTheEarlierOne) {
-    const QString file = opened.files.beside("report.pdf");
+    const QString file = m_opened.files.beside("report.pdf");
     QFile earlier(file);
     ASSERT_TRUE(earlier.open(QIODevice::WriteOnly));
     earlier.write("earlier");
     earlier.close();
     for (const double limit : {0.1, 0.6}) {
-        const auto status = writeReport({data, {}}, file, [limit](double done) { return done < limit; });
+        const auto status = writeReport({m_data, {}}, file, [limit](double done) { return done < limit; });
         ASSERT_TRUE(status.has_value());
         EXPECT_TRUE(status->cancelled);
         EXPECT_EQ(read(file), "earlier");
     }
-    EXPECT_TRUE(writeReport({data, {}}, opened.files.beside("report.doc")).has_value());
-    EXPECT_TRUE(writeReport({data, {}}, opened.files.beside("missing/report.pdf")).has_value());
+    EXPECT_TRUE(writeReport({m_data, {}}, m_opened.files.beside("report.doc")).has_value());
+    EXPECT_TRUE(writeReport({m_data, {}}, m_opened.files.beside("missing/report.pdf")).has_value());
     const QFileInfo place(file);
     EXPECT_EQ(place.dir().entryList(QDir::Files | QDir::Hidden), QStringList{"report.pdf"});
 }
 
 TEST_F(OutputTest, ShapesOpenWithTheirReferenceSystemAndUtf8Texts) {
-    const QString folder = opened.files.beside("shape");
-    ASSERT_FALSE(writeShapes(data, folder).has_value());
+    const QString folder = m_opened.files.beside("shape");
+    ASSERT_FALSE(writeShapes(m_data, folder).has_value());
     for (const char* layer : {"anomalies", "stations", "centerline"}) {
         for (const char* ending : {"shp", "shx", "dbf", "prj", "cpg"}) {
             EXPECT_TRUE(QFile::exists(folder + '/' + layer + '.' + ending)) << layer << ending;
@@ -197,8 +197,8 @@ TEST_F(OutputTest, ShapesOpenWithTheirReferenceSystemAndUtf8Texts) {
 
 TEST_F(OutputTest, ShapesTellHowFarFromThePipeAndInWhichHighConsequenceArea) {
     placeAnomalies();
-    const QString folder = opened.files.beside("shape");
-    ASSERT_FALSE(writeShapes(data, folder).has_value());
+    const QString folder = m_opened.files.beside("shape");
+    ASSERT_FALSE(writeShapes(m_data, folder).has_value());
     for (const QString& name : {folder + "/anomalies.shp", folder + "/corridor.gpkg"}) {
         const auto features = anomaliesIn(name);
         ASSERT_EQ(features.size(), 3U);
@@ -211,9 +211,9 @@ TEST_F(OutputTest, ShapesTellHowFarFromThePipeAndInWhichHighConsequenceArea) {
 }
 
 TEST_F(OutputTest, ShapesLeaveOpenWhatTheProjectDoesNotKnow) {
-    data.project.centerline = opened.files.beside("missing.gpkg");
-    const QString folder = opened.files.beside("shape");
-    ASSERT_FALSE(writeShapes(data, folder).has_value());
+    m_data.project.centerline = m_opened.files.beside("missing.gpkg");
+    const QString folder = m_opened.files.beside("shape");
+    ASSERT_FALSE(writeShapes(m_data, folder).has_value());
     for (const QString& name : {folder + "/anomalies.shp", folder + "/corridor.gpkg"}) {
         for (const auto& [anomaly, feature] : anomaliesIn(name)) {
             ASSERT_GE(dist(*feature), 0);
@@ -224,15 +224,15 @@ TEST_F(OutputTest, ShapesLeaveOpenWhatTheProjectDoesNotKnow) {
 }
 
 TEST_F(OutputTest, ShapesReplaceEarlierOnesOnlyWhenComplete) {
-    const QString folder = opened.files.beside("shape");
-    ASSERT_FALSE(writeShapes(data, folder).has_value());
+    const QString folder = m_opened.files.beside("shape");
+    ASSERT_FALSE(writeShapes(m_data, folder).has_value());
     const QByteArray before = read(folder + "/anomalies.dbf");
-    data.stations[0].anomalies.clear();
-    const auto status = writeShapes(data, folder, [](double done) { return done < 0.8; });
+    m_data.stations[0].anomalies.clear();
+    const auto status = writeShapes(m_data, folder, [](double done) { return done < 0.8; });
     ASSERT_TRUE(status.has_value());
     EXPECT_TRUE(status->cancelled);
     EXPECT_EQ(read(folder + "/anomalies.dbf"), before);
-    ASSERT_FALSE(writeShapes(data, folder).has_value());
+    ASSERT_FALSE(writeShapes(m_data, folder).has_value());
     EXPECT_NE(read(folder + "/anomalies.dbf"), before);
     EXPECT_TRUE(QDir(folder).entryList({".*"}, QDir::Hidden | QDir::Dirs | QDir::NoDotAndDotDot).isEmpty());
 }

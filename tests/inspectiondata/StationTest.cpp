@@ -57,18 +57,20 @@ TEST(DiffDataTest, HasNoDifferenceBeforeItIsRead) {
 
 class StationItemTest : public ::testing::Test {
 protected:
-    StationItemTest() { CurrentProject::set(&opened.project.description(), opened.database.get()); }
+    StationItemTest() { CurrentProject::set(&m_opened.project.description(), m_opened.database.get()); }
     ~StationItemTest() override { CurrentProject::clear(); }
 
-    KV_StationItem station(std::uint32_t id) { return KV_StationItem(readStations(opened.sql()).at(id - 1)); }
+    KV_StationItem station(std::uint32_t id) {
+        return KV_StationItem(readStations(m_opened.sql()).at(id - 1));
+    }
 
-    OpenedProject opened;
+    OpenedProject m_opened;
 };
 
 TEST_F(StationItemTest, ReadsDifferencesOfTheLatestComputation) {
     KV_StationItem item = station(1);
     EXPECT_FALSE(item.readdiffvz());
-    valueOf(computeAnomalies(opened.request()));
+    valueOf(computeAnomalies(m_opened.request()));
     ASSERT_TRUE(item.readdiffvz());
     const KnownChange& fill = SmallProject::changes()[0];
     double dz = 0.0;
@@ -82,13 +84,13 @@ TEST_F(StationItemTest, ReadsDifferencesOfTheLatestComputation) {
     const auto raster = item.m_diffData.m_elevationDifference;
     EXPECT_TRUE(item.readdiffvz());
     EXPECT_EQ(item.m_diffData.m_elevationDifference, raster) << "an unchanged raster is not opened again";
-    valueOf(computeAnomalies(opened.request()));
+    valueOf(computeAnomalies(m_opened.request()));
     EXPECT_TRUE(item.readdiffvz());
     EXPECT_NE(item.m_diffData.m_elevationDifference, raster);
 }
 
 TEST_F(StationItemTest, InterpolatesBetweenCellCentres) {
-    valueOf(computeAnomalies(opened.request()));
+    valueOf(computeAnomalies(m_opened.request()));
     KV_StationItem item = station(1);
     ASSERT_TRUE(item.readdiffvz());
     const KnownChange& fill = SmallProject::changes()[0];
@@ -99,12 +101,12 @@ TEST_F(StationItemTest, InterpolatesBetweenCellCentres) {
 }
 
 TEST_F(StationItemTest, ReadsAnomaliesWithTheirAttributes) {
-    valueOf(computeAnomalies(opened.request()));
+    valueOf(computeAnomalies(m_opened.request()));
     KV_StationItem item = station(2);
     ASSERT_TRUE(item.readclassfi());
     ASSERT_EQ(item.m_diffData.m_anomalies.size(), 2U);
     item.m_diffData.m_anomalies[0].attribute = toGbk("塌陷");
-    storeAttributes(opened.sql(), item.m_diffData.m_anomalies);
+    storeAttributes(m_opened.sql(), item.m_diffData.m_anomalies);
     KV_StationItem again = station(2);
     ASSERT_TRUE(again.readclassfi());
     EXPECT_EQ(again.m_diffData.m_anomalies[0].attribute, toGbk("塌陷"));
@@ -112,7 +114,7 @@ TEST_F(StationItemTest, ReadsAnomaliesWithTheirAttributes) {
 
 TEST_F(StationItemTest, ReaddomFollowsTheStoredBounds) {
     KV_StationItem item = station(1);
-    opened.sql().execute("update station set x_min=x_min+7 where id=1");
+    m_opened.sql().execute("update station set x_min=x_min+7 where id=1");
     EXPECT_TRUE(item.readdom());
     EXPECT_DOUBLE_EQ(item.m_station.m_xMin, SmallProject::kLeft + 7.0);
     item.m_station.m_id = 55;
@@ -130,11 +132,11 @@ TEST_F(StationItemTest, ReaddomRestoresWhatTheCallerChangedAlsoWhenNothingWasSto
 }
 
 TEST_F(StationItemTest, SeesWhatAnotherConnectionStores) {
-    valueOf(computeAnomalies(opened.request()));
+    valueOf(computeAnomalies(m_opened.request()));
     KV_StationItem item = station(1);
     ASSERT_TRUE(item.readdom());
     ASSERT_TRUE(item.readdiffvz());
-    const auto other = opened.open();
+    const auto other = m_opened.open();
     other->GetMySQL()->execute("update station set x_min=x_min+7 where id=1");
     other->GetMySQL()->execute("delete from station_result where station_id=1");
     EXPECT_TRUE(item.readdom());
@@ -143,7 +145,7 @@ TEST_F(StationItemTest, SeesWhatAnotherConnectionStores) {
 }
 
 TEST_F(StationItemTest, ReadsNoTableAgainWhileNothingIsStored) {
-    valueOf(computeAnomalies(opened.request()));
+    valueOf(computeAnomalies(m_opened.request()));
     KV_StationItem first = station(1);
     KV_StationItem second = station(2);
     const auto readAll = [&] {
@@ -162,7 +164,7 @@ TEST_F(StationItemTest, ReadsNoTableAgainWhileNothingIsStored) {
 
 TEST_F(StationItemTest, IsSilentWithoutAProjectOrWithABrokenDatabase) {
     KV_StationItem item = station(1);
-    opened.sql().execute("drop table anomaly");
+    m_opened.sql().execute("drop table anomaly");
     EXPECT_FALSE(item.readclassfi());
     CurrentProject::clear();
     EXPECT_FALSE(item.readdom());

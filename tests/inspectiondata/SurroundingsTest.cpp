@@ -43,13 +43,13 @@ Points box(double x, double y, double width, double height) {
 
 class SurroundingsTest : public ::testing::Test {
 protected:
-    SurroundingsTest() : project(valueOf(Project::open(files.folder())).description()) {
-        station.m_id = 1;
-        station.m_srs = "EPSG:4547";
-        station.m_xMin = SmallProject::kLeft;
-        station.m_xMax = SmallProject::kLeft + 200.0;
-        station.m_yMin = SmallProject::kTop - 80.0;
-        station.m_yMax = SmallProject::kTop;
+    SurroundingsTest() : m_project(valueOf(Project::open(m_files.folder())).description()) {
+        m_station.m_id = 1;
+        m_station.m_srs = "EPSG:4547";
+        m_station.m_xMin = SmallProject::kLeft;
+        m_station.m_xMax = SmallProject::kLeft + 200.0;
+        m_station.m_yMin = SmallProject::kTop - 80.0;
+        m_station.m_yMax = SmallProject::kTop;
     }
 
     /// The same points in longitude and latitude.
@@ -67,14 +67,14 @@ protected:
     void addArea(const char* name, const Points& points, const char* srs = "EPSG:4547") {
         Special_Polygon area(toGbk(name), {});
         area.m_vertices = toLonLat(points, srs);
-        areas.push_back(area);
+        m_areas.push_back(area);
     }
     /// Takes the place of the project's own line.
     void writeLine(const Points& points, int epsg) {
-        project.centerline = files.file("line.gpkg");
+        m_project.centerline = m_files.file("line.gpkg");
         GDALDriver* driver = GetGDALDriverManager()->GetDriverByName("GPKG");
         const GDALDatasetUniquePtr target(
-            driver->Create(project.centerline.toUtf8().constData(), 0, 0, 0, GDT_Unknown, nullptr));
+            driver->Create(m_project.centerline.toUtf8().constData(), 0, 0, 0, GDT_Unknown, nullptr));
         OGRSpatialReference reference;
         reference.importFromEPSG(epsg);
         reference.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
@@ -88,16 +88,16 @@ protected:
         EXPECT_EQ(layer->CreateFeature(&feature), OGRERR_NONE);
     }
     Surroundings of(const SdiffData& anomaly) const {
-        return CorridorSurroundings(Pipeline::read(project), areas).around(station)->of(anomaly);
+        return CorridorSurroundings(Pipeline::read(m_project), m_areas).around(m_station)->of(anomaly);
     }
     QString areasOf(const SdiffData& anomaly) const {
         return areaNamesText(of(anomaly).highConsequenceAreas);
     }
 
-    SmallProject files;
-    ProjectDescription project;
-    KV_Station station;
-    std::vector<Special_Polygon> areas;
+    SmallProject m_files;
+    ProjectDescription m_project;
+    KV_Station m_station;
+    std::vector<Special_Polygon> m_areas;
 };
 
 TEST_F(SurroundingsTest, TheDistanceIsFromTheOutlineNotFromItsCentre) {
@@ -129,7 +129,7 @@ TEST_F(SurroundingsTest, ALongLineGivesTheSameDistanceAsTheWholeOfIt) {
         whole.addPoint(points.back().x(), points.back().y());
     }
     writeLine(points, 4547);
-    const auto surroundings = CorridorSurroundings(Pipeline::read(project), {}).around(station);
+    const auto surroundings = CorridorSurroundings(Pipeline::read(m_project), {}).around(m_station);
     for (int i = 0; i < 300; ++i) {
         const SdiffData anomaly =
             anomalyOf({box(499990.0 + 0.7 * i, SmallProject::kTop - (i * 37) % 80, 3.0, 2.0)});
@@ -150,13 +150,13 @@ TEST_F(SurroundingsTest, ALineInDegreesIsMeasuredInMetres) {
 }
 
 TEST_F(SurroundingsTest, OutlinesInDegreesAreMeasuredInMetres) {
-    station.m_srs = "EPSG:4490";
-    const auto lowerLeft = toLonLat({{station.m_xMin, station.m_yMin}}, "EPSG:4547").front();
-    const auto upperRight = toLonLat({{station.m_xMax, station.m_yMax}}, "EPSG:4547").front();
-    station.m_xMin = lowerLeft.x();
-    station.m_yMin = lowerLeft.y();
-    station.m_xMax = upperRight.x();
-    station.m_yMax = upperRight.y();
+    m_station.m_srs = "EPSG:4490";
+    const auto lowerLeft = toLonLat({{m_station.m_xMin, m_station.m_yMin}}, "EPSG:4547").front();
+    const auto upperRight = toLonLat({{m_station.m_xMax, m_station.m_yMax}}, "EPSG:4547").front();
+    m_station.m_xMin = lowerLeft.x();
+    m_station.m_yMin = lowerLeft.y();
+    m_station.m_xMax = upperRight.x();
+    m_station.m_yMax = upperRight.y();
     addArea("李庄", box(500055.0, kPipeY + 15.0, 40.0, 40.0));
     Points degrees;
     for (const osg::Vec3d& place : toLonLat(box(500050.0, kPipeY + 12.5, 10.0, 20.0), "EPSG:4547")) {
@@ -169,9 +169,9 @@ TEST_F(SurroundingsTest, OutlinesInDegreesAreMeasuredInMetres) {
 
 TEST_F(SurroundingsTest, AReferenceSystemInFeetGivesMetres) {
     constexpr double kFeet = 0.3048006096012192; // US survey foot
-    station.m_srs = "EPSG:2229";                 // California zone 5
+    m_station.m_srs = "EPSG:2229";               // California zone 5
     writeLine({{6500000.0, 1850000.0}, {6501000.0, 1850000.0}}, 2229);
-    project.crs = "EPSG:2229";
+    m_project.crs = "EPSG:2229";
     EXPECT_NEAR(of(anomalyOf({box(6500100.0, 1850100.0, 30.0, 30.0)})).pipeMetres.value(), 100.0 * kFeet,
                 1e-6);
 }
@@ -181,12 +181,12 @@ TEST_F(SurroundingsTest, WithoutLineAreasOrOutlineNothingIsKnown) {
     EXPECT_TRUE(of(anomaly).pipeMetres.has_value());
     EXPECT_TRUE(of(SdiffData()).highConsequenceAreas.empty());
     EXPECT_FALSE(of(SdiffData()).pipeMetres.has_value());
-    project.centerline = files.file("missing.gpkg");
+    m_project.centerline = m_files.file("missing.gpkg");
     EXPECT_FALSE(of(anomaly).pipeMetres.has_value());
     EXPECT_TRUE(of(anomaly).highConsequenceAreas.empty());
     addArea("李庄", box(500000.0, kPipeY, 200.0, 40.0));
     EXPECT_EQ(areasOf(anomaly), "李庄") << "areas are known without a line";
-    station.m_srs.clear();
+    m_station.m_srs.clear();
     EXPECT_TRUE(areasOf(anomaly).isEmpty());
 }
 
@@ -202,8 +202,8 @@ TEST_F(SurroundingsTest, AnAreaTouchedInOnePointCounts) {
     addArea("三角", {{500100.0, kPipeY + 10.0}, {500120.0, kPipeY + 30.0}, {500120.0, kPipeY + 10.0}});
     // The corner as the area's own comes back from longitude and latitude.
     const auto toPlane = transformationBetween(wgs84(), *referenceOf("EPSG:4547"));
-    double x = areas.front().m_vertices.front().x();
-    double y = areas.front().m_vertices.front().y();
+    double x = m_areas.front().m_vertices.front().x();
+    double y = m_areas.front().m_vertices.front().y();
     ASSERT_NE(toPlane->Transform(1, &x, &y), 0);
     EXPECT_EQ(areasOf(anomalyOf({{{x, y}, {x - 10.0, y + 3.0}, {x - 10.0, y - 3.0}}})), "三角");
     EXPECT_EQ(areasOf(anomalyOf({{{x - 0.01, y}, {x - 10.0, y + 3.0}, {x - 10.0, y - 3.0}}})), "");

@@ -20,7 +20,7 @@ inline void PrintTo(DatabaseKind kind, std::ostream* stream) {
     *stream << (kind == DatabaseKind::Sqlite ? "SQLite" : "MariaDB");
 }
 
-inline const auto eachKind = testing::Values(DatabaseKind::Sqlite, DatabaseKind::MariaDb);
+inline const auto kEachKind = testing::Values(DatabaseKind::Sqlite, DatabaseKind::MariaDb);
 
 /// What project.json names for a project of its own: nothing for inspection.db, or an empty database.
 inline QString newProjectDatabase(DatabaseKind kind) {

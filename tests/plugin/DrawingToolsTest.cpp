@@ -29,11 +29,11 @@ bool hasGlobalDefaults(const osg::Group& group) {
     const osg::ref_ptr<osg::StateSet> expected = new osg::StateSet;
     osgEarth::GLUtils::setGlobalDefaults(expected);
     const osg::StateSet* states = group.getStateSet();
-    if (states == nullptr || states->getModeList() != expected->getModeList()) {
+    if (!states || states->getModeList() != expected->getModeList()) {
         return false;
     }
     for (const auto& [type, attribute] : expected->getAttributeList()) {
-        if (states->getAttribute(type.first, type.second) == nullptr) {
+        if (!states->getAttribute(type.first, type.second)) {
             return false;
         }
     }
@@ -59,7 +59,7 @@ public:
     MenuCloser() {
         QObject::connect(&m_poll, &QTimer::timeout, [this] {
             auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
-            if (menu == nullptr) {
+            if (!menu) {
                 return;
             }
             for (const QAction* action : menu->actions()) {

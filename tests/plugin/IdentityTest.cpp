@@ -106,29 +106,33 @@ TEST_F(Identities, TheLibraryLoadsByItsFileNameAndHasCreate) {
 
 TEST_F(Identities, CreateMakesElevenCommandsOfTheirClassesInOrder) {
     ASSERT_EQ(m_commands.size(), kTools.size());
-    for (std::size_t index = 0; index < kTools.size(); ++index)
+    for (std::size_t index = 0; index < kTools.size(); ++index) {
         EXPECT_STREQ(m_commands[index]->metaObject()->className(), kTools[index].className);
+    }
 }
 
 TEST_F(Identities, ExactlyElevenHandlersAreRegisteredUnderTheirNamesInOrder) {
     std::vector<std::string> names;
-    for (const Identity& tool : kTools)
+    for (const Identity& tool : kTools) {
         names.emplace_back(tool.registeredName);
+    }
     EXPECT_EQ(m_handlers.names(), names);
 }
 
 TEST_F(Identities, EachToolIsRegisteredBeforeTheNextIsBuilt) {
     std::vector<std::size_t> expected;
-    for (std::size_t index = 0; index < kTools.size(); ++index)
+    for (std::size_t index = 0; index < kTools.size(); ++index) {
         expected.push_back(index);
+    }
     EXPECT_EQ(m_host.handlersBeforeEachCommand, expected);
 }
 
 TEST_F(Identities, TheRegisteredHandlerIsTheSameObjectAsTheCommand) {
-    for (std::size_t index = 0; index < kTools.size(); ++index)
+    for (std::size_t index = 0; index < kTools.size(); ++index) {
         EXPECT_EQ(dynamic_cast<CXCommandHandler*>(m_commands[index]),
                   m_handlers.find(kTools[index].registeredName))
             << kTools[index].className;
+    }
 }
 
 TEST_F(Identities, TextsAreGbkBytes) {
@@ -141,8 +145,9 @@ TEST_F(Identities, TextsAreGbkBytes) {
 }
 
 TEST_F(Identities, KeysKeepTheirTrailingBlanks) {
-    for (std::size_t index = 0; index < kTools.size(); ++index)
+    for (std::size_t index = 0; index < kTools.size(); ++index) {
         EXPECT_EQ(m_commands[index]->Key(), kTools[index].key);
+    }
     for (const char* withoutBlank :
          {"303 comput diff", "307 edit diff", "3082 draw point", "316 set viewpoint"}) {
         EXPECT_EQ(m_engine.findCommand(withoutBlank), nullptr) << withoutBlank;
@@ -164,8 +169,9 @@ TEST_F(Identities, OnlyTheFourInteractiveToolsAreTools) {
 }
 
 TEST_F(Identities, CursorsHaveTheirShapes) {
-    for (std::size_t index = 0; index < kTools.size(); ++index)
+    for (std::size_t index = 0; index < kTools.size(); ++index) {
         EXPECT_EQ(m_commands[index]->GetCursor().shape(), kTools[index].cursor) << kTools[index].className;
+    }
 }
 
 TEST_F(Identities, IconsComeFromThePluginsOwnResources) {
@@ -192,8 +198,9 @@ TEST_F(Identities, SignalsAndSlotsStandInOneOrder) {
     for (zeo::ICommand* command : m_commands) {
         const QMetaObject* meta = command->metaObject();
         QList<QByteArray> methods;
-        for (int index = meta->methodOffset(); index < meta->methodCount(); ++index)
+        for (int index = meta->methodOffset(); index < meta->methodCount(); ++index) {
             methods << meta->method(index).methodSignature();
+        }
         const auto expected = kMethods.find(meta->className());
         EXPECT_EQ(methods, expected == kMethods.end() ? QList<QByteArray>() : expected->second)
             << meta->className();

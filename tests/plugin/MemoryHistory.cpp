@@ -50,8 +50,9 @@ void MemoryHistory::record(const QString& text, bool isListed) {
     m_edits.resize(m_edits.size() - m_undone);
     m_undone = 0;
     m_edits.push_back(std::make_unique<NotedEdit>(text, log));
-    if (isListed)
+    if (isListed) {
         sent_msg_undo(text);
+    }
 }
 
 EditCommand* MemoryHistory::TakeUndo() {
@@ -66,6 +67,7 @@ EditCommand* MemoryHistory::TakeRedo() {
 
 void MemoryHistory::UndoSteps(int count) {
     log << QStringLiteral("UndoSteps(%1)").arg(count);
-    for (int step = 0; step < count && CanUndo(); ++step)
+    for (int step = 0; step < count && CanUndo(); ++step) {
         TakeUndo()->Undo(true);
+    }
 }

@@ -31,8 +31,9 @@ TEST_F(Messages, AddPickIsForTheAnomalyToolAndLowerCaseAddpickForTheRegionTool) 
 }
 
 TEST_F(Messages, RemovingAPickerThatWasNeverAddedDoesNothing) {
-    for (const char* tool : kInteractive)
+    for (const char* tool : kInteractive) {
         m_host.handler(tool).OnMessage("removePick");
+    }
     EXPECT_EQ(m_host.pickerCount(), 0);
 }
 
@@ -41,8 +42,9 @@ TEST_F(Messages, UnknownOnesAreIgnoredByEveryHandler) {
     const std::size_t eventHandlers = m_host.globe->getViewer()->getEventHandlers().size();
     for (const std::string& name : m_handlers.names()) {
         for (const char* message :
-             {"", "ADDPICK", "addPick ", "frameselect", "drawstationpoint", "nobody knows this"})
+             {"", "ADDPICK", "addPick ", "frameselect", "drawstationpoint", "nobody knows this"}) {
             m_handlers.find(name)->OnMessage(message);
+        }
     }
     EXPECT_EQ(m_host.globe->getMapNode()->getNumChildren(), children);
     EXPECT_EQ(m_host.globe->getViewer()->getEventHandlers().size(), eventHandlers);
@@ -87,8 +89,9 @@ TEST_F(Messages, ThePickersDrawASquareOf256Pixels) {
 TEST_F(Messages, ARunningToolConsumesNoEventEither) {
     m_host.click("编辑特殊区域");
     m_host.deliver();
-    for (const GUIEventAdapter::EventType type : kEvents)
+    for (const GUIEventAdapter::EventType type : kEvents) {
         EXPECT_FALSE(m_host.handle(m_host.handler("编辑特殊区域"), type)) << type;
+    }
 }
 
 TEST_F(Messages, EventsWithoutAViewAreLeftAlone) {

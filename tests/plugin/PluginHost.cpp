@@ -45,8 +45,9 @@ PluginHost::PluginHost() : globe(new GlobeWidget), m_layout(new QHBoxLayout(&m_r
     }
     QObject::disconnect(counting);
 
-    for (zeo::ICommand* command : zeo::EngineContext::instance().commands())
+    for (zeo::ICommand* command : zeo::EngineContext::instance().commands()) {
         command->createselfUI(&m_row, m_layout);
+    }
     m_row.show();
     window.show();
     EXPECT_TRUE(QTest::qWaitForWindowExposed(&m_row));
@@ -69,8 +70,9 @@ PluginHost::~PluginHost() {
 
 zeo::ICommand& PluginHost::command(const char* utf8Name) const {
     for (zeo::ICommand* command : zeo::EngineContext::instance().commands()) {
-        if (command->Name() == toGbk(utf8Name))
+        if (command->Name() == toGbk(utf8Name)) {
             return *command;
+        }
     }
     ADD_FAILURE() << "no command " << utf8Name;
     std::abort();
@@ -100,8 +102,9 @@ void PluginHost::settle() const {
 
 int PluginHost::pickerCount() const {
     int count = 0;
-    for (const auto& handler : globe->getViewer()->getEventHandlers())
+    for (const auto& handler : globe->getViewer()->getEventHandlers()) {
         count += dynamic_cast<osgEarth::Util::RTTPicker*>(handler.get()) ? 1 : 0;
+    }
     return count;
 }
 
@@ -110,8 +113,9 @@ std::vector<osg::Group*> PluginHost::groupsNamed(const std::string& name) const 
     osgEarth::MapNode* mapNode = globe->getMapNode();
     for (unsigned index = 0; index < mapNode->getNumChildren(); ++index) {
         osg::Group* group = mapNode->getChild(index)->asGroup();
-        if (group && group->getName() == name)
+        if (group && group->getName() == name) {
             groups.push_back(group);
+        }
     }
     return groups;
 }
@@ -131,14 +135,16 @@ PluginTest::~PluginTest() {
 DialogCloser::DialogCloser() {
     QObject::connect(&m_poll, &QTimer::timeout, [this] {
         auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
-        if (!dialog)
+        if (!dialog) {
             return;
+        }
         objectNames << dialog->objectName();
         titles << dialog->windowTitle();
         parents << dialog->parentWidget();
         QStringList labels;
-        for (const QLabel* label : dialog->findChildren<QLabel*>())
+        for (const QLabel* label : dialog->findChildren<QLabel*>()) {
             labels << label->text();
+        }
         texts << labels.join(' ');
         QTest::keyClick(dialog, Qt::Key_Escape);
     });

@@ -38,7 +38,7 @@ void OnAProject::SetUpTestSuite() {
     s_folder = new QTemporaryDir;
     samples::SampleOptions options;
     options.directory = s_folder->filePath("corridor").toStdString();
-    options.cells = samples::SampleOptions::smallestCells;
+    options.cells = samples::SampleOptions::kSmallestCells;
     const auto problem = samples::makeSampleCorridor(options);
     ASSERT_FALSE(problem) << *problem;
     const auto refusal = InspectionContext::instance().openProject(s_folder->filePath("corridor"));

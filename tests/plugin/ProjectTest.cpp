@@ -140,8 +140,9 @@ TEST_F(OnAProject, ComputingWhileTheAnomalyToolIsActiveShowsTheAnomaliesAndLeave
     EXPECT_EQ(m_engine.GetActiveTool(), &m_host.command("查看\\编辑异常"));
     m_host.settle();
     int overlays = 0;
-    for (osg::Group* group : m_host.groupsNamed("diffImageOverlay"))
+    for (osg::Group* group : m_host.groupsNamed("diffImageOverlay")) {
         overlays += static_cast<int>(group->getNumChildren());
+    }
     EXPECT_GT(overlays, 0);
 }
 

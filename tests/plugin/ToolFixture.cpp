@@ -40,8 +40,9 @@ void PrintTo(const QStringList& texts, std::ostream* stream) {
 
 void ToolTest::SetUpTestSuite() {
     static bool isDone = false;
-    if (isDone)
+    if (isDone) {
         return;
+    }
     isDone = true;
     PluginHost::instance().window.resize(400, 300); // frames are drawn in software
     QCursor::setPos(1500, 900);                     // the display's own pointer must not move over the globe
@@ -66,8 +67,9 @@ ToolTest::ToolTest(const char* tool) : m_tool(tool), m_folder(m_parent.filePath(
 }
 
 ToolTest::~ToolTest() {
-    for (const Qt::Key key : {Qt::Key_Control, Qt::Key_Shift, Qt::Key_Delete})
+    for (const Qt::Key key : {Qt::Key_Control, Qt::Key_Shift, Qt::Key_Delete}) {
         keyUp(key);
+    }
     m_engine.deactivateTool();
     m_host.deliver();
     InspectionContext::instance().closeProject();
@@ -193,13 +195,15 @@ BoxAnswerer::BoxAnswerer(Answer answer) {
 
 void BoxAnswerer::look(Answer answer) {
     QWidget* box = QApplication::activeModalWidget();
-    if (!box || box->objectName() != "myMessageBox")
+    if (!box || box->objectName() != "myMessageBox") {
         return;
+    }
     titles << box->windowTitle();
     texts << box->findChild<QLabel*>("labelText")->text();
     auto* button = box->findChild<QPushButton*>("pushButtonOK");
-    if (!button)
+    if (!button) {
         button = box->findChild<QPushButton*>(answer == Yes ? "pushButtonYes" : "pushButtonNo");
+    }
     QTest::mouseClick(button, Qt::LeftButton);
 }
 
@@ -216,8 +220,9 @@ void MenuChooser::look() {
     }
     m_opening = nullptr;
     QStringList entries;
-    for (const QAction* action : menu->actions())
+    for (const QAction* action : menu->actions()) {
         entries << action->text();
+    }
     menus.push_back(entries);
     for (QAction* action : menu->actions()) {
         if (!m_path.isEmpty() && action->text() == m_path.first()) {

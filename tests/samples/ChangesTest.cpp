@@ -19,8 +19,9 @@ std::vector<Truth> readTruth(const std::filesystem::path& folder) {
     std::vector<Truth> all;
     const DatasetPtr dataset = openVector(folder / "truth.gpkg");
     OGRLayer* layer = dataset ? dataset->GetLayerByName("changes") : nullptr;
-    if (layer == nullptr)
+    if (!layer) {
         return all;
+    }
     while (const std::unique_ptr<OGRFeature> feature{layer->GetNextFeature()}) {
         Truth truth;
         truth.name = feature->GetFieldAsString("name");
@@ -43,9 +44,10 @@ struct Difference {
 Difference readDifference(const std::filesystem::path& folder) {
     Difference difference{readRaster(folder / "epochs/2024-05-18/dsm.tif"), {}};
     const Raster newer = readRaster(folder / "epochs/2025-05-20/dsm.tif");
-    for (std::size_t i = 0; i < newer.values.size(); ++i)
+    for (std::size_t i = 0; i < newer.values.size(); ++i) {
         difference.metres.push_back(static_cast<double>(newer.values[i]) -
                                     static_cast<double>(difference.raster.values[i]));
+    }
     return difference;
 }
 
@@ -56,11 +58,13 @@ void forEachCell(const Difference& difference, const OGRGeometry& outline, doubl
     outline.getEnvelope(&bounds);
     const Raster& raster = difference.raster;
     for (int row = 0; row < raster.rows; ++row) {
-        if (raster.y(row) < bounds.MinY - margin || raster.y(row) > bounds.MaxY + margin)
+        if (raster.y(row) < bounds.MinY - margin || raster.y(row) > bounds.MaxY + margin) {
             continue;
+        }
         for (int column = 0; column < raster.columns; ++column) {
-            if (raster.x(column) < bounds.MinX - margin || raster.x(column) > bounds.MaxX + margin)
+            if (raster.x(column) < bounds.MinX - margin || raster.x(column) > bounds.MaxX + margin) {
                 continue;
+            }
             const OGRPoint centre(raster.x(column), raster.y(row));
             const auto index = static_cast<std::size_t>(row) * static_cast<std::size_t>(raster.columns) +
                                static_cast<std::size_t>(column);
@@ -82,8 +86,9 @@ TEST(SampleChanges, ThereAreManyOfEveryClassAndSign) {
         EXPECT_TRUE(truth.outline->IsValid()) << truth.name;
     }
     EXPECT_EQ(perClass.size(), 4u);
-    for (const auto& [className, count] : perClass)
+    for (const auto& [className, count] : perClass) {
         EXPECT_GE(count, 3) << className;
+    }
 }
 
 TEST(SampleChanges, VolumeAreaAndMeanAgreeWithTheSurveyedDifference) {
@@ -106,10 +111,11 @@ TEST(SampleChanges, VolumeAreaAndMeanAgreeWithTheSurveyedDifference) {
 TEST(SampleChanges, NothingElseMovedByMoreThanThreeDecimetres) {
     const Difference difference = readDifference(sharedSample());
     std::vector<char> explained(difference.metres.size(), 0);
-    for (const Truth& truth : readTruth(sharedSample()))
+    for (const Truth& truth : readTruth(sharedSample())) {
         forEachCell(difference, *truth.outline, 0.0, [&](double, bool inside, std::size_t index) {
             explained[index] = static_cast<char>(explained[index] | static_cast<char>(inside));
         });
+    }
     double largest = 0.0;
     double sumOfSquares = 0.0;
     int quiet = 0;
@@ -138,8 +144,9 @@ TEST(SampleChanges, SomeLieOverThePipeAndSomeAcrossStationBoundaries) {
     for (const Truth& truth : readTruth(sharedSample())) {
         overPipe += truth.outline->Intersects(pipe->GetGeometryRef()) ? 1 : 0;
         int stations = 0;
-        for (const auto& station : *dataset->GetLayerByName("stations"))
+        for (const auto& station : *dataset->GetLayerByName("stations")) {
             stations += station->GetGeometryRef()->Intersects(truth.outline.get()) ? 1 : 0;
+        }
         acrossBoundary += stations == 2 ? 1 : 0;
     }
     EXPECT_GE(overPipe, 5);
@@ -149,10 +156,13 @@ TEST(SampleChanges, SomeLieOverThePipeAndSomeAcrossStationBoundaries) {
 TEST(SampleChanges, ACutTouchesAFill) {
     const std::vector<Truth> truths = readTruth(sharedSample());
     double nearest = 1e9;
-    for (const Truth& fill : truths)
-        for (const Truth& cut : truths)
-            if (fill.kind == "fill" && cut.kind == "cut")
+    for (const Truth& fill : truths) {
+        for (const Truth& cut : truths) {
+            if (fill.kind == "fill" && cut.kind == "cut") {
                 nearest = std::min(nearest, fill.outline->Distance(cut.outline.get()));
+            }
+        }
+    }
     EXPECT_LT(nearest, 1.0);
 }
 

@@ -16,15 +16,16 @@ TEST(Noise, StreamOfRandomNumbersIsFixedBySeedAndNumber) {
 TEST(Noise, WhiteNoiseHasMeanZeroAndDeviationOne) {
     double sum = 0.0;
     double sumOfSquares = 0.0;
-    constexpr int side = 400;
-    for (int row = 0; row < side; ++row)
-        for (int column = 0; column < side; ++column) {
+    constexpr int kSide = 400;
+    for (int row = 0; row < kSide; ++row) {
+        for (int column = 0; column < kSide; ++column) {
             const auto value = static_cast<double>(whiteNoise(column, row, 11));
             sum += value;
             sumOfSquares += value * value;
         }
-    EXPECT_NEAR(sum / (side * side), 0.0, 0.02);
-    EXPECT_NEAR(sumOfSquares / (side * side), 1.0, 0.03);
+    }
+    EXPECT_NEAR(sum / (kSide * kSide), 0.0, 0.02);
+    EXPECT_NEAR(sumOfSquares / (kSide * kSide), 1.0, 0.03);
 }
 
 TEST(Noise, GradientNoiseIsContinuousAcrossLatticeLines) {
@@ -35,7 +36,8 @@ TEST(Noise, GradientNoiseIsContinuousAcrossLatticeLines) {
 }
 
 TEST(Noise, SineFollowsTheLibraryFunction) {
-    for (double degrees = -720.0; degrees <= 720.0; degrees += 7.3)
+    for (double degrees = -720.0; degrees <= 720.0; degrees += 7.3) {
         EXPECT_NEAR(sineDegrees(degrees), std::sin(degrees * 3.14159265358979323846 / 180.0), 1e-7)
             << degrees;
+    }
 }

@@ -9,7 +9,7 @@
 namespace fs = std::filesystem;
 
 namespace {
-const char* const epochs[] = {"2024-05-18", "2025-05-20"};
+const char* const kEpochs[] = {"2024-05-18", "2025-05-20"};
 
 std::string bytesOf(const fs::path& path) {
     std::ifstream file(path, std::ios::binary);
@@ -32,8 +32,9 @@ TEST(SampleFiles, SameSeedGivesTheSameBytes) {
     ASSERT_EQ(makeSmallSample(again, 1), "");
     int compared = 0;
     for (const fs::directory_entry& entry : fs::recursive_directory_iterator(sharedSample())) {
-        if (!entry.is_regular_file())
+        if (!entry.is_regular_file()) {
             continue;
+        }
         const fs::path relative = fs::relative(entry.path(), sharedSample());
         EXPECT_TRUE(bytesOf(entry.path()) == bytesOf(again / relative)) << relative;
         ++compared;
@@ -45,17 +46,18 @@ TEST(SampleFiles, AnotherSeedGivesAnotherPlace) {
     const TemporaryFolder home;
     const fs::path other = home.path() / "other";
     ASSERT_EQ(makeSmallSample(other, 2), "");
-    const Raster first = readRaster(dsmOf(sharedSample(), epochs[0]));
-    const Raster second = readRaster(dsmOf(other, epochs[0]));
+    const Raster first = readRaster(dsmOf(sharedSample(), kEpochs[0]));
+    const Raster second = readRaster(dsmOf(other, kEpochs[0]));
     ASSERT_EQ(first.values.size(), second.values.size());
     std::size_t different = 0;
-    for (std::size_t i = 0; i < first.values.size(); ++i)
+    for (std::size_t i = 0; i < first.values.size(); ++i) {
         different += std::fabs(first.values[i] - second.values[i]) > 0.5F ? 1u : 0u;
+    }
     EXPECT_GT(different, first.values.size() / 4);
 }
 
 TEST(SampleFiles, RastersHaveSizeReferenceSystemAndOverviews) {
-    for (const char* epoch : epochs)
+    for (const char* epoch : kEpochs) {
         for (const fs::path& path : {dsmOf(sharedSample(), epoch), domOf(sharedSample(), epoch)}) {
             const Raster raster = readRaster(path);
             EXPECT_EQ(raster.columns, 1024) << path;
@@ -72,10 +74,11 @@ TEST(SampleFiles, RastersHaveSizeReferenceSystemAndOverviews) {
             EXPECT_EQ(blockColumns, 512);
             EXPECT_EQ(blockRows, 512);
         }
+    }
 }
 
 TEST(SampleFiles, HeightsAreThoseOfTheRegion) {
-    for (const char* epoch : epochs) {
+    for (const char* epoch : kEpochs) {
         const Raster raster = readRaster(dsmOf(sharedSample(), epoch));
         const auto [low, high] = std::minmax_element(raster.values.begin(), raster.values.end());
         EXPECT_GT(*low, 400.0F);
@@ -87,7 +90,7 @@ TEST(SampleFiles, HeightsAreThoseOfTheRegion) {
 TEST(SampleFiles, PhotosAreColourfulAndLitDifferently) {
     double means[2] = {};
     for (int i = 0; i < 2; ++i) {
-        const fs::path path = domOf(sharedSample(), epochs[i]);
+        const fs::path path = domOf(sharedSample(), kEpochs[i]);
         const DatasetPtr dataset(GDALDataset::Open(path.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY));
         ASSERT_TRUE(dataset);
         ASSERT_EQ(dataset->GetRasterCount(), 3);
@@ -108,7 +111,7 @@ TEST(SampleFiles, StationsCoverTheRastersWithoutGaps) {
     OGRLayer* layer = dataset->GetLayerByName("stations");
     ASSERT_NE(layer, nullptr);
     EXPECT_STREQ(layer->GetSpatialRef()->GetAuthorityCode(nullptr), "4545");
-    const Raster raster = readRaster(dsmOf(sharedSample(), epochs[0]));
+    const Raster raster = readRaster(dsmOf(sharedSample(), kEpochs[0]));
     double west = raster.transform[0];
     double chainage = 0.0;
     int count = 0;
@@ -139,7 +142,7 @@ TEST(SampleFiles, NodesStandOnTheGroundBesideThePipe) {
     ASSERT_NE(layer, nullptr);
     EXPECT_GE(layer->GetFeatureCount(), 21);
     const std::unique_ptr<OGRFeature> pipe(dataset->GetLayerByName("centerline")->GetNextFeature());
-    const Raster raster = readRaster(dsmOf(sharedSample(), epochs[0]));
+    const Raster raster = readRaster(dsmOf(sharedSample(), kEpochs[0]));
     for (const auto& feature : *layer) {
         const OGRPoint& point = *feature->GetGeometryRef()->toPoint();
         EXPECT_DOUBLE_EQ(point.getX(), feature->GetFieldAsDouble("x"));
@@ -172,12 +175,14 @@ TEST(SampleFiles, SpecialAreasHaveNameLevelAndAttribute) {
 TEST(SampleFiles, ProjectFileNamesWhatIsThere) {
     const std::string text = bytesOf(sharedSample() / "project.json");
     for (const char* part : {"\"format\": \"corridor-project\"", "\"version\": 1", "\"crs\": \"EPSG:4545\"",
-                             "\"name\": \"示例管道\"", "\"centerline\": \"centerline.gpkg\""})
+                             "\"name\": \"示例管道\"", "\"centerline\": \"centerline.gpkg\""}) {
         EXPECT_NE(text.find(part), std::string::npos) << part;
-    for (const char* epoch : epochs)
+    }
+    for (const char* epoch : kEpochs) {
         for (const char* file : {"dsm.tif", "dom.tif"}) {
             const std::string path = std::string("epochs/") + epoch + "/" + file;
             EXPECT_NE(text.find('"' + path + '"'), std::string::npos) << path;
             EXPECT_TRUE(fs::exists(sharedSample() / path)) << path;
         }
+    }
 }

@@ -8,9 +8,9 @@ namespace fs = std::filesystem;
 
 TemporaryFolder::TemporaryFolder() {
     std::random_device device;
-    do
+    do {
         m_path = fs::temp_directory_path() / ("corridor-samples-" + std::to_string(device()));
-    while (!fs::create_directory(m_path));
+    } while (!fs::create_directory(m_path));
 }
 
 TemporaryFolder::~TemporaryFolder() {
@@ -20,8 +20,9 @@ TemporaryFolder::~TemporaryFolder() {
 
 std::vector<std::string> TemporaryFolder::entries() const {
     std::vector<std::string> names;
-    for (const fs::directory_entry& entry : fs::directory_iterator(m_path))
+    for (const fs::directory_entry& entry : fs::directory_iterator(m_path)) {
         names.push_back(entry.path().filename().string());
+    }
     return names;
 }
 
@@ -29,14 +30,17 @@ Raster readRaster(const fs::path& path) {
     GDALAllRegister();
     Raster raster;
     const DatasetPtr dataset(GDALDataset::Open(path.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY));
-    if (!dataset)
+    if (!dataset) {
         return raster;
+    }
     raster.columns = dataset->GetRasterXSize();
     raster.rows = dataset->GetRasterYSize();
     dataset->GetGeoTransform(raster.transform);
-    if (const OGRSpatialReference* crs = dataset->GetSpatialRef())
-        if (const char* code = crs->GetAuthorityCode(nullptr))
+    if (const OGRSpatialReference* crs = dataset->GetSpatialRef()) {
+        if (const char* code = crs->GetAuthorityCode(nullptr)) {
             raster.authorityCode = code;
+        }
+    }
     raster.values.resize(static_cast<std::size_t>(raster.columns) * static_cast<std::size_t>(raster.rows));
     const CPLErr status =
         dataset->GetRasterBand(1)->RasterIO(GF_Read, 0, 0, raster.columns, raster.rows, raster.values.data(),
@@ -54,7 +58,7 @@ std::string makeSmallSample(const fs::path& folder, std::uint64_t seed) {
     samples::SampleOptions options;
     options.directory = folder.u8string();
     options.seed = seed;
-    options.cells = samples::SampleOptions::smallestCells;
+    options.cells = samples::SampleOptions::kSmallestCells;
     return samples::makeSampleCorridor(options).value_or("");
 }
 

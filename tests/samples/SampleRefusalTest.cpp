@@ -58,7 +58,7 @@ TEST(SampleRefusal, CancellingLeavesNothing) {
     const TemporaryFolder home;
     samples::SampleOptions options;
     options.directory = (home.path() / "sample").u8string();
-    options.cells = samples::SampleOptions::smallestCells;
+    options.cells = samples::SampleOptions::kSmallestCells;
     double reached = 0.0;
     const auto error = samples::makeSampleCorridor(options, [&](double done) {
         reached = done;

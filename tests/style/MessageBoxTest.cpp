@@ -13,8 +13,9 @@ namespace {
 
 QDialog* openBox() {
     for (QWidget* widget : QApplication::topLevelWidgets()) {
-        if (widget->objectName() == "myMessageBox" && widget->isVisible())
+        if (widget->objectName() == "myMessageBox" && widget->isVisible()) {
             return qobject_cast<QDialog*>(widget);
+        }
     }
     return nullptr;
 }
@@ -25,8 +26,9 @@ int answerOf(int type, int buttons, Act act, const QString& text = QStringLitera
     QTimer poll;
     QObject::connect(&poll, &QTimer::timeout, [&] {
         QDialog* box = openBox();
-        if (!box)
+        if (!box) {
             return;
+        }
         poll.stop();
         act(*box);
     });
@@ -80,15 +82,18 @@ TEST(MessageBox, BlocksTheWholeApplicationWhileItWaits) {
 
 TEST(MessageBox, HasAPictureOfItsOwnForEachKindOfMessage) {
     QList<QImage> pictures;
-    for (int type = 0; type < 4; ++type)
+    for (int type = 0; type < 4; ++type) {
         answerOf(type, 0, [&](QDialog& box) {
             pictures << box.findChild<QLabel*>("labelPicture")->pixmap().toImage();
             box.accept();
         });
+    }
     ASSERT_EQ(pictures.size(), 4);
-    for (int first = 0; first < 4; ++first)
-        for (int second = 0; second < first; ++second)
+    for (int first = 0; first < 4; ++first) {
+        for (int second = 0; second < first; ++second) {
             EXPECT_NE(pictures[first], pictures[second]) << first << " and " << second;
+        }
+    }
 }
 
 TEST(MessageBox, ALongTextWrapsAndStaysReadable) {
@@ -116,8 +121,9 @@ TEST(MessageBox, SurvivesTheEndOfItsParent) {
     auto* parent = new QWidget;
     QTimer poll;
     QObject::connect(&poll, &QTimer::timeout, [&] {
-        if (!openBox())
+        if (!openBox()) {
             return;
+        }
         poll.stop();
         delete parent;
     });

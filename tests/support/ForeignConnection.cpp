@@ -28,11 +28,13 @@ void ForeignConnection::run(const QString& sql) const {
 QVariantList ForeignConnection::read(const QString& sql, const QVariantList& bound) const {
     QSqlQuery query(QSqlDatabase::database(m_name));
     EXPECT_TRUE(query.prepare(sql));
-    for (const QVariant& value : bound)
+    for (const QVariant& value : bound) {
         query.addBindValue(value);
+    }
     EXPECT_TRUE(query.exec()) << query.lastError().text().toStdString();
     QVariantList values;
-    while (query.next())
+    while (query.next()) {
         values << query.value(0);
+    }
     return values;
 }

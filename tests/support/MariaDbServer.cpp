@@ -60,8 +60,8 @@ QStringList withUser(QStringList arguments) {
 class Connection {
 public:
     explicit Connection(const QString& socket) : m_connection(mysql_init(nullptr)) {
-        if (mysql_real_connect(m_connection, nullptr, "root", "", nullptr, 0, socket.toUtf8().constData(),
-                               0) == nullptr ||
+        if (!mysql_real_connect(m_connection, nullptr, "root", "", nullptr, 0, socket.toUtf8().constData(),
+                                0) ||
             mysql_set_character_set(m_connection, "utf8mb4") != 0) {
             giveUp(QString::fromUtf8(mysql_error(m_connection)));
         }

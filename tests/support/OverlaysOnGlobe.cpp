@@ -17,12 +17,14 @@ osg::ref_ptr<ImageOverlay> overlayOnGlobe(GlobeWidget& globe, const QString& ano
     osgEarth::MapNode* map = globe.getMapNode();
     for (unsigned child = 0; child < map->getNumChildren(); ++child) {
         osg::Group* group = map->getChild(child)->asGroup();
-        if (!group || group->getName() != "diffImageOverlay")
+        if (!group || group->getName() != "diffImageOverlay") {
             continue;
+        }
         for (unsigned index = 0; index < group->getNumChildren(); ++index) {
             auto* found = dynamic_cast<ImageOverlay*>(group->getChild(index));
-            if (found && found->getName() == name)
+            if (found && found->getName() == name) {
                 return found;
+            }
         }
     }
     return nullptr;

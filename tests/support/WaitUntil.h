@@ -16,8 +16,9 @@ inline bool waitUntil(const std::function<bool()>& done, int mostMilliseconds = 
     alarm.start(kAskAgainMilliseconds);
     const QDeadlineTimer deadline(mostMilliseconds);
     while (!done()) {
-        if (deadline.hasExpired())
+        if (deadline.hasExpired()) {
             return false;
+        }
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }

@@ -26,8 +26,9 @@ protected:
         m_queue->takeEvents(events);
         std::vector<osg::ref_ptr<Adapter>> adapters;
         for (const auto& event : events) {
-            if (Adapter* adapter = event->asGUIEventAdapter())
+            if (Adapter* adapter = event->asGUIEventAdapter()) {
                 adapters.emplace_back(adapter);
+            }
         }
         return adapters;
     }

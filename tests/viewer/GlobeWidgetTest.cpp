@@ -164,8 +164,9 @@ TEST_F(GlobeWidgetTest, DraggingWithTheLeftButtonGrabsTheGround) {
     const QPoint centre = m_globe.rect().center();
     QTest::mousePress(&m_globe, Qt::LeftButton, Qt::NoModifier, centre);
     ASSERT_TRUE(waitUntil([&] { return m_globe.isPictureComplete(); }));
-    for (int step = 1; step <= 6; ++step)
+    for (int step = 1; step <= 6; ++step) {
         movePointer(m_globe, centre + QPoint(step * 10, 0), Qt::LeftButton);
+    }
     ASSERT_TRUE(waitUntil([&] { return m_globe.isPictureComplete(); }));
     QTest::mouseRelease(&m_globe, Qt::LeftButton, Qt::NoModifier, centre + QPoint(60, 0));
     ASSERT_TRUE(waitUntil([&] { return m_globe.isPictureComplete(); }));

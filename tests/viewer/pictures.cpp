@@ -25,10 +25,11 @@ int main(int argc, char** argv) {
     for (int i = 8; i < argc; ++i) {
         const std::string layer = argv[i];
         const std::string file = layer.substr(layer.find(':') + 1);
-        if (layer.rfind("image:", 0) == 0)
+        if (layer.rfind("image:", 0) == 0) {
             globe.map().addImagery(file, file);
-        else
+        } else {
             globe.map().addElevation(file, file);
+        }
     }
     const auto number = [argv](int index) { return QByteArray(argv[index]).toDouble(); };
     globe.getManipulator()->setViewpoint(

@@ -89,8 +89,9 @@ int HeadlessRun::run() {
 }
 
 bool HeadlessRun::showCorridor() {
-    if (!waitUntil([this] { return m_window.globe().isPictureComplete(); }, "the first complete picture"))
+    if (!waitUntil([this] { return m_window.globe().isPictureComplete(); }, "the first complete picture")) {
         return false;
+    }
     m_seconds["start_to_first_picture"] = static_cast<double>(m_sinceStart.elapsed()) / 1000.0;
     return true;
 }
@@ -98,13 +99,16 @@ bool HeadlessRun::showCorridor() {
 bool HeadlessRun::tickStations() {
     auto* tree = m_window.findChild<QTreeWidget*>();
     QTreeWidgetItem* stations = tree ? tree->topLevelItem(0) : nullptr;
-    if (!stations)
+    if (!stations) {
         return fail("the station tree is empty");
+    }
     tree->setCurrentItem(stations);
-    if (stations->checkState(0) != Qt::Checked)
+    if (stations->checkState(0) != Qt::Checked) {
         pressKey(*tree, Qt::Key_Space);
-    if (stations->checkState(0) != Qt::Checked)
+    }
+    if (stations->checkState(0) != Qt::Checked) {
         return fail("the stations cannot be ticked");
+    }
     m_results["stations"] = stations->childCount();
     return true;
 }
@@ -122,10 +126,12 @@ bool HeadlessRun::computeAnomalies() {
     const bool ended =
         pressTool(QString::fromUtf8("计算异常")) && waitUntil([&] { return finished; }, "the computation");
     disconnect(connection);
-    if (!ended)
+    if (!ended) {
         return false;
-    if (!succeeded)
+    }
+    if (!succeeded) {
         return fail("anomalies not computed: " + message);
+    }
 
     const inspection::ComputationSummary& summary = InspectionContext::instance().lastComputation();
     m_results["anomalies"] = summary.anomalies;
@@ -150,11 +156,13 @@ bool HeadlessRun::writeShapes() {
 }
 
 bool HeadlessRun::lookAtFirstAnomaly() {
-    if (m_results["anomalies"].toInt() == 0)
+    if (m_results["anomalies"].toInt() == 0) {
         return true;
+    }
     auto* table = IORVAContext::Instance()->GetAVWindow()->findChild<QTableView*>();
-    if (!table || !table->model() || table->model()->rowCount() == 0)
+    if (!table || !table->model() || table->model()->rowCount() == 0) {
         return fail("the anomaly table is empty");
+    }
     doubleClickWithMouse(*table->viewport(), table->visualRect(table->model()->index(0, 0)).center());
     m_window.globe().requestRedraw();
     return waitUntil([this] { return m_window.globe().isPictureComplete(); }, "the picture of an anomaly");
@@ -175,9 +183,10 @@ bool HeadlessRun::runStep(const char* name, Step step) {
 
 bool HeadlessRun::pressTool(const QString& buttonName) {
     auto* button = m_window.toolArea().findChild<QAbstractButton*>(buttonName);
-    if (!button)
+    if (!button) {
         return fail("no button " + buttonName +
                     (m_messages.isEmpty() ? QString() : ": " + m_messages.join(' ')));
+    }
     clickWithMouse(*button);
     return true;
 }
@@ -188,12 +197,14 @@ bool HeadlessRun::waitUntil(const std::function<bool()>& done, const QString& wh
     QEventLoop loop;
     QTimer look;
     connect(&look, &QTimer::timeout, &loop, [&] {
-        if (done() || clock.hasExpired(kStepLimitMilliseconds))
+        if (done() || clock.hasExpired(kStepLimitMilliseconds)) {
             loop.quit();
+        }
     });
     look.start(kLookMilliseconds);
-    if (!done())
+    if (!done()) {
         loop.exec();
+    }
     return done() || fail("gave up waiting for " + what);
 }
 
@@ -209,8 +220,9 @@ bool HeadlessRun::pressAndWaitForOutput(const QString& buttonName) {
                                     });
     const bool ended = pressTool(buttonName) && waitUntil([&] { return finished; }, buttonName);
     disconnect(connection);
-    if (!ended)
+    if (!ended) {
         return false;
+    }
     return succeeded || fail(path + ": not written. " + m_messages.join(' '));
 }
 
@@ -222,11 +234,13 @@ bool HeadlessRun::fail(const QString& cause) {
 // Nobody is there to close a message; what it says is kept for the cause of a failure.
 void HeadlessRun::dismissMessages() {
     auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
-    if (!dialog)
+    if (!dialog) {
         return;
+    }
     for (const QLabel* label : dialog->findChildren<QLabel*>()) {
-        if (!label->text().isEmpty() && label->text() != dialog->windowTitle())
+        if (!label->text().isEmpty() && label->text() != dialog->windowTitle()) {
             m_messages << label->text();
+        }
     }
     dialog->reject();
 }
@@ -235,8 +249,9 @@ bool HeadlessRun::writeSummary(bool worked) {
     QJsonObject summary = m_results;
     summary["worked"] = worked;
     summary["seconds"] = m_seconds;
-    if (!worked)
+    if (!worked) {
         summary["failure"] = m_failure;
+    }
     QSaveFile file(QDir(m_folder).filePath("summary.json"));
     const QByteArray text = QJsonDocument(summary).toJson();
     const bool written =
@@ -252,9 +267,10 @@ void HeadlessRun::printSummary() const {
     row("stations", QString::number(m_results["stations"].toInt()));
     row("anomalies", QString::number(m_results["anomalies"].toInt()));
     row("cells per second", QString::number(m_results["cells_per_second"].toDouble(), 'f', 0));
-    for (const QString& step : m_seconds.keys())
+    for (const QString& step : m_seconds.keys()) {
         row(QString(step).replace('_', ' ') + ", seconds",
             QString::number(m_seconds[step].toDouble(), 'f', 2));
+    }
     row("results in", QDir::toNativeSeparators(m_folder));
     out.flush();
 }

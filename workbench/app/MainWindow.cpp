@@ -93,12 +93,14 @@ void MainWindow::loadPlugin(const QString& file) {
 
 std::optional<QString> MainWindow::openProject(const QString& folder) {
     InspectionContext& context = InspectionContext::instance();
-    if (std::optional<QString> problem = context.openProject(folder))
+    if (std::optional<QString> problem = context.openProject(folder)) {
         return problem;
+    }
 
     const inspection::ProjectDescription& project = context.project()->description();
-    for (const QString& line : m_layers.show(project))
+    for (const QString& line : m_layers.show(project)) {
         qCWarning(logApp).noquote() << line;
+    }
     m_epochs->clear();
     m_epochs->addItems(m_layers.epochs());
     m_epochs->setCurrentIndex(m_layers.shownEpoch());
@@ -214,8 +216,9 @@ void MainWindow::showPreparation(int percent) {
 }
 
 void MainWindow::addWorldBackdrop() {
-    if (const std::optional<std::string> problem = m_globe->map().addWorldBackdrop(kWorldPicture))
+    if (const std::optional<std::string> problem = m_globe->map().addWorldBackdrop(kWorldPicture)) {
         qCWarning(logApp) << "no world backdrop:" << problem->c_str();
+    }
 }
 
 void MainWindow::goToPane(int step) {
@@ -233,19 +236,22 @@ void MainWindow::goToPane(int step) {
 }
 
 void MainWindow::showEpoch(int index) {
-    for (const QString& line : m_layers.showEpoch(index))
+    for (const QString& line : m_layers.showEpoch(index)) {
         qCWarning(logApp).noquote() << line;
+    }
     m_globe->requestRedraw();
 }
 
 void MainWindow::chooseProject() {
     const QString folder = QFileDialog::getExistingDirectory(this, tr("打开项目文件夹"));
-    if (folder.isEmpty())
+    if (folder.isEmpty()) {
         return;
+    }
     const std::optional<QString> problem = openProject(folder);
     const QString notice = problem.value_or(InspectionContext::instance().readOnlyReason());
-    if (!notice.isEmpty())
+    if (!notice.isEmpty()) {
         myMessageBox::showMyMessageBox(this, tr("提示"), notice, myMessageBox::Warning, myMessageBox::Ok);
+    }
 }
 
 void MainWindow::showPointer(double lonDegrees, double latDegrees, double heightMetres) {

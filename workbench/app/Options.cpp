@@ -20,14 +20,18 @@ std::variant<Options, UsageAnswer> parseOptions(const QStringList& arguments) {
                                     "FILE");
     parser.addOptions({oldRaster, newRaster, headless, plugin});
 
-    if (!parser.parse(QStringList("corridor-workbench") + arguments))
+    if (!parser.parse(QStringList("corridor-workbench") + arguments)) {
         return UsageAnswer{parser.errorText() + '\n', kWrongUse};
-    if (parser.isSet(help))
+    }
+    if (parser.isSet(help)) {
         return UsageAnswer{parser.helpText(), 0};
-    if (parser.isSet(oldRaster) != parser.isSet(newRaster))
+    }
+    if (parser.isSet(oldRaster) != parser.isSet(newRaster)) {
         return UsageAnswer{"--old and --new go together\n", kWrongUse};
-    if (parser.positionalArguments().size() > 1)
+    }
+    if (parser.positionalArguments().size() > 1) {
         return UsageAnswer{"more than one project named\n", kWrongUse};
+    }
 
     Options options;
     options.projectFolder = parser.positionalArguments().value(0);

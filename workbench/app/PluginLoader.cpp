@@ -18,18 +18,21 @@ QString failure(const QString& file, const QString& cause) {
 } // namespace
 
 std::optional<QString> loadToolPlugin(const QString& file) {
-    if (!QFileInfo(file).isFile())
+    if (!QFileInfo(file).isFile()) {
         return failure(file, QString::fromUtf8("文件不存在"));
+    }
 
     QLibrary library(file);
     library.setLoadHints(QLibrary::PreventUnloadHint);
-    if (!library.load())
+    if (!library.load()) {
         return failure(file,
                        QString::fromUtf8("不是可用的动态库（%1）").arg(library.errorString().simplified()));
+    }
 
     const auto create = reinterpret_cast<CreateFunction>(library.resolve("Create"));
-    if (!create)
+    if (!create) {
         return failure(file, QString::fromUtf8("没有导出函数 Create"));
+    }
 
     try {
         create();

@@ -16,8 +16,9 @@ namespace {
 constexpr const char* kTerrainLayer = "terrain";
 
 void note(QStringList& problems, const std::optional<std::string>& problem) {
-    if (problem)
+    if (problem) {
         problems << QString::fromStdString(*problem);
+    }
 }
 
 struct DatasetCloser {
@@ -41,8 +42,9 @@ double heightInTheMiddle(GDALDataset& raster) {
     const int row = raster.GetRasterYSize() / 2;
     double height = 0.0;
     if (raster.GetRasterBand(1)->RasterIO(GF_Read, column, row, 1, 1, &height, 1, 1, GDT_Float64, 0, 0) !=
-        CE_None)
+        CE_None) {
         return 0.0;
+    }
     constexpr double kHighestGroundMetres = 9000.0;
     return std::abs(height) < kHighestGroundMetres ? height : 0.0;
 }
@@ -50,12 +52,14 @@ double heightInTheMiddle(GDALDataset& raster) {
 std::optional<Footprint> footprintOf(const QString& file) {
     DatasetPointer raster(GDALDataset::Open(file.toUtf8().constData(), GDAL_OF_RASTER));
     std::array<double, 6> transform{};
-    if (!raster || raster->GetGeoTransform(transform.data()) != CE_None)
+    if (!raster || raster->GetGeoTransform(transform.data()) != CE_None) {
         return std::nullopt;
+    }
     const osg::ref_ptr<const osgEarth::SpatialReference> srs =
         osgEarth::SpatialReference::get(raster->GetProjectionRef());
-    if (!srs)
+    if (!srs) {
         return std::nullopt;
+    }
 
     const double width = raster->GetRasterXSize();
     const double height = raster->GetRasterYSize();
@@ -75,8 +79,9 @@ QStringList ProjectLayers::show(const inspection::ProjectDescription& project) {
     QStringList problems;
     for (std::size_t epoch = 0; epoch < m_epochs.size(); ++epoch) {
         const QString& dom = m_epochs[epoch].dom;
-        if (!dom.isEmpty())
+        if (!dom.isEmpty()) {
             note(problems, m_map.addImagery(imageryName(epoch), dom.toStdString()));
+        }
     }
     return problems + showEpoch(static_cast<int>(m_epochs.size()) - 1);
 }
@@ -92,23 +97,27 @@ QStringList ProjectLayers::epochs() const {
 
 QStringList ProjectLayers::showEpoch(int index) {
     QStringList problems;
-    if (index < 0 || index >= static_cast<int>(m_epochs.size()) || index == m_shown)
+    if (index < 0 || index >= static_cast<int>(m_epochs.size()) || index == m_shown) {
         return problems;
+    }
     m_shown = index;
     const auto shown = static_cast<std::size_t>(index);
     m_map.removeLayer(kTerrainLayer);
     note(problems, m_map.addElevation(kTerrainLayer, m_epochs[shown].dsm.toStdString()));
-    for (std::size_t epoch = 0; epoch < m_epochs.size(); ++epoch)
+    for (std::size_t epoch = 0; epoch < m_epochs.size(); ++epoch) {
         m_map.setImageryVisible(imageryName(epoch), epoch == shown);
+    }
     return problems;
 }
 
 std::optional<osgEarth::Viewpoint> ProjectLayers::overview() const {
-    if (m_epochs.empty())
+    if (m_epochs.empty()) {
         return std::nullopt;
+    }
     const std::optional<Footprint> footprint = footprintOf(m_epochs.back().dsm);
-    if (!footprint)
+    if (!footprint) {
         return std::nullopt;
+    }
     constexpr double kPitchDegrees = -50.0;
     constexpr double kRangePerRadius = 2.7;
     return osgEarth::Viewpoint("overview", footprint->centre.x(), footprint->centre.y(),
@@ -117,8 +126,9 @@ std::optional<osgEarth::Viewpoint> ProjectLayers::overview() const {
 }
 
 void ProjectLayers::clear() {
-    for (std::size_t epoch = 0; epoch < m_epochs.size(); ++epoch)
+    for (std::size_t epoch = 0; epoch < m_epochs.size(); ++epoch) {
         m_map.removeLayer(imageryName(epoch));
+    }
     m_map.removeLayer(kTerrainLayer);
     m_epochs.clear();
     m_shown = -1;

@@ -20,8 +20,9 @@ QPalette lightPalette() {
     palette.setColor(QPalette::HighlightedText, Qt::white);
     palette.setColor(QPalette::ToolTipBase, QColor(0xFFFDF2));
     palette.setColor(QPalette::ToolTipText, QColor(0x1F2933));
-    for (const QPalette::ColorRole role : {QPalette::Text, QPalette::WindowText, QPalette::ButtonText})
+    for (const QPalette::ColorRole role : {QPalette::Text, QPalette::WindowText, QPalette::ButtonText}) {
         palette.setColor(QPalette::Disabled, role, QColor(0xA3AEB9));
+    }
     return palette;
 }
 

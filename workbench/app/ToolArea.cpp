@@ -25,8 +25,9 @@ void ToolArea::addCommands(const std::vector<zeo::ICommand*>& commands) {
 
 QHBoxLayout* ToolArea::groupLayout(const QString& commandType) {
     QHBoxLayout*& layout = m_layouts[commandType];
-    if (layout)
+    if (layout) {
         return layout;
+    }
 
     auto* group = new QFrame(this);
     group->setObjectName("toolGroup");

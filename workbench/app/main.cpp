@@ -39,10 +39,12 @@ void makePathsAbsolute(Options& options) {
 }
 
 QString folderForRasters(const Options& options) {
-    if (!options.projectFolder.isEmpty())
+    if (!options.projectFolder.isEmpty()) {
         return options.projectFolder;
-    if (!options.headlessFolder.isEmpty())
+    }
+    if (!options.headlessFolder.isEmpty()) {
         return QDir(options.headlessFolder).filePath("project");
+    }
     const QString name = QFileInfo(options.oldRaster).completeBaseName() + "_" +
                          QFileInfo(options.newRaster).completeBaseName();
     return QDir(QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation)).filePath(name);
@@ -50,14 +52,16 @@ QString folderForRasters(const Options& options) {
 
 // One Chinese line when the project that the command line names cannot be opened.
 std::optional<QString> openWhatWasAskedFor(MainWindow& window, const Options& options) {
-    if (options.oldRaster.isEmpty())
+    if (options.oldRaster.isEmpty()) {
         return options.projectFolder.isEmpty() ? std::nullopt : window.openProject(options.projectFolder);
+    }
     const QString folder = folderForRasters(options);
     {
         const auto made =
             inspection::Project::createFromRasters(folder, {options.oldRaster, options.newRaster, {}, {}});
-        if (const auto* failure = std::get_if<inspection::Failure>(&made))
+        if (const auto* failure = std::get_if<inspection::Failure>(&made)) {
             return failure->userMessage;
+        }
     }
     return window.openProject(folder);
 }
@@ -76,9 +80,10 @@ int runHeadless(MainWindow& window, const QString& plugin, const Options& option
 }
 
 void runInteractive(MainWindow& window, const QString& plugin, const QString& problem) {
-    if (!problem.isEmpty())
+    if (!problem.isEmpty()) {
         myMessageBox::showMyMessageBox(&window, QString::fromUtf8("提示"), problem, myMessageBox::Warning,
                                        myMessageBox::Ok);
+    }
     window.loadPlugin(plugin);
 }
 
@@ -92,14 +97,16 @@ int runWorkbench(const Options& options, const QElapsedTimer& sinceStart) {
     MainWindow window;
     window.show();
     QString problem = openWhatWasAskedFor(window, options).value_or(QString());
-    if (problem.isEmpty())
+    if (problem.isEmpty()) {
         problem = InspectionContext::instance().readOnlyReason();
+    }
     const QString plugin = options.pluginFile.isEmpty() ? defaultPluginFile() : options.pluginFile;
     int status = 0;
     // Messages wait for the event loop, so that they stand in front of a window that is there and running.
     QTimer::singleShot(0, &window, [&] {
-        if (!headless)
+        if (!headless) {
             return runInteractive(window, plugin, problem);
+        }
         status = runHeadless(window, plugin, options, problem, sinceStart);
         QCoreApplication::exit(status);
     });

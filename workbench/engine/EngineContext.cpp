@@ -15,8 +15,9 @@ namespace zeo {
 namespace {
 
 void setButtonChecked(const ICommand& command, bool checked) {
-    if (QToolButton* button = EngineContext::buttonOf(command))
+    if (QToolButton* button = EngineContext::buttonOf(command)) {
         button->setChecked(checked);
+    }
 }
 
 } // namespace
@@ -32,26 +33,30 @@ EngineContext& EngineContext::instance() {
 }
 
 void EngineContext::AddCommand(ICommand* command) {
-    if (!command)
+    if (!command) {
         return;
+    }
     m_commands.push_back(command);
     emit commandsChanged();
 }
 
 void EngineContext::RemoveCommand(ICommand* command) {
     const auto position = std::find(m_commands.begin(), m_commands.end(), command);
-    if (position == m_commands.end())
+    if (position == m_commands.end()) {
         return;
+    }
     m_commands.erase(position);
-    if (m_activeTool == command)
+    if (m_activeTool == command) {
         setActiveTool(nullptr);
+    }
     emit commandsChanged();
 }
 
 void EngineContext::ActivateTool(ITool* tool) {
     deactivateTool();
-    if (tool)
+    if (tool) {
         enter(*tool);
+    }
 }
 
 void EngineContext::SetStatusTip(const QString& text) {
@@ -82,25 +87,29 @@ void EngineContext::click(ICommand& command) {
     const QToolButton* button = buttonOf(command);
     const bool wanted = button ? button->isChecked() : m_activeTool != tool;
     deactivateTool();
-    if (wanted)
+    if (wanted) {
         enter(*tool);
-    else
+    } else {
         setButtonChecked(*tool, false);
+    }
 }
 
 void EngineContext::deactivateTool() {
-    if (!m_activeTool)
+    if (!m_activeTool) {
         return;
+    }
     ITool& left = *m_activeTool;
     setButtonChecked(left, true);
-    if (guarded(left, [&] { left.OnDeactivate(); }))
+    if (guarded(left, [&] { left.OnDeactivate(); })) {
         setButtonChecked(left, false);
+    }
     setActiveTool(nullptr);
 }
 
 void EngineContext::enter(ITool& tool) {
-    if (guarded(tool, [&] { tool.OnActivate(); }))
+    if (guarded(tool, [&] { tool.OnActivate(); })) {
         setActiveTool(&tool);
+    }
 }
 
 void EngineContext::shutdown() {
@@ -137,8 +146,9 @@ bool EngineContext::guarded(ICommand& command, const std::function<void()>& call
 }
 
 void EngineContext::setActiveTool(ITool* tool) {
-    if (m_activeTool == tool)
+    if (m_activeTool == tool) {
         return;
+    }
     m_activeTool = tool;
     emit activeToolChanged(tool);
 }

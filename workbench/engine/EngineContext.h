@@ -19,14 +19,13 @@ namespace zeo {
 /// the user wants.
 /// - A command: OnBeforeExcute, then Execute. The active tool stays active.
 /// - A tool: the active tool, the clicked one included, is left first; then the clicked tool is entered if
-/// its button
-///   was checked, otherwise no tool is active.
+///   its button was checked, otherwise no tool is active.
 ///   * Leaving: the button is set checked and OnDeactivate is called, so that a tool which keeps "not
-///   checked" as its
-///     flag for the next activation always keeps false, even if it had switched itself off meanwhile.
+///     checked" as its flag for the next activation always keeps false, even if it had switched itself off
+///     meanwhile.
 ///   * Entering: OnActivate is called; the tool checks its own button. Until another click it counts as
-///   active, even
-///     if it finishes by itself.
+///     active, even if it finishes by itself.
+///
 /// Whatever a command or tool throws ends here: it is logged, its button is unchecked, commandFailed is
 /// emitted, and a tool that failed is not active.
 class ENGINE_API EngineContext final : public QObject, public IEngineContext {

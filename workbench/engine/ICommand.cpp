@@ -41,8 +41,9 @@ void ICommand::createselfUI(QWidget* parent, QHBoxLayout* layout) {
     connect(this, SIGNAL(isrun(bool)), button, SLOT(setChecked(bool)));
     // The window that owns the button may be closed before the command is destroyed.
     connect(button, &QObject::destroyed, this, [this, button] {
-        if (m_pButton == button)
+        if (m_pButton == button) {
             m_pButton = nullptr;
+        }
     });
     m_pButton = button;
 }

@@ -23,8 +23,9 @@ QWidget* mainWindowBelow(const QWidget& form) {
     for (QWidget* window : QApplication::topLevelWidgets()) {
         const bool isLarger =
             !below || (below != QApplication::activeWindow() && areaOf(below) < areaOf(window));
-        if (window != &form && window->windowType() == Qt::Window && areaOf(window) > 0 && isLarger)
+        if (window != &form && window->windowType() == Qt::Window && areaOf(window) > 0 && isLarger) {
             below = window;
+        }
     }
     return below;
 }
@@ -71,8 +72,9 @@ void BaseWindow::showEvent(QShowEvent* event) {
     QWidget* below = parentWidget() ? parentWidget()->window() : mainWindowBelow(*this);
     if (!event->spontaneous() && below && below != this) {
         windowHandle()->setTransientParent(below->windowHandle());
-        if (!testAttribute(Qt::WA_Moved))
+        if (!testAttribute(Qt::WA_Moved)) {
             move(placeOver(*below, size()));
+        }
     }
     QWidget::showEvent(event);
 }

@@ -12,22 +12,25 @@ void dressWindow(QWidget& window, titleBar& bar) {
     QObject::connect(&bar, &titleBar::signalClose, &window, &QWidget::close);
     QObject::connect(&bar, &titleBar::signalMinimize, &window, &QWidget::showMinimized);
     QObject::connect(&bar, &titleBar::signalMaximize, &window, [&window] {
-        if (window.isMaximized())
+        if (window.isMaximized()) {
             window.showNormal();
-        else
+        } else {
             window.showMaximized();
+        }
     });
 }
 
 void putBelowTitleBar(QWidget& window, titleBar& bar) {
     constexpr int kFramePixels = 1;
-    if (window.layout() && window.layout()->indexOf(&bar) >= 0)
+    if (window.layout() && window.layout()->indexOf(&bar) >= 0) {
         return;
+    }
 
     const QSize formSize = window.size();
     auto* body = new QWidget(&window);
-    if (QLayout* form = window.layout())
+    if (QLayout* form = window.layout()) {
         body->setLayout(form);
+    }
 
     auto* column = new QVBoxLayout(&window);
     column->setContentsMargins(kFramePixels, kFramePixels, kFramePixels, kFramePixels);

@@ -72,8 +72,9 @@ titleBar::titleBar(QWidget* parent)
     layout->setContentsMargins(10, 0, 0, 0);
     layout->setSpacing(0);
     layout->addWidget(m_title, 1);
-    for (QPushButton* button : {m_minimize, m_maximize, m_close})
+    for (QPushButton* button : {m_minimize, m_maximize, m_close}) {
         layout->addWidget(button);
+    }
 
     connect(m_minimize, &QPushButton::clicked, this, &titleBar::signalMinimize);
     connect(m_maximize, &QPushButton::clicked, this, &titleBar::signalMaximize);
@@ -95,8 +96,9 @@ void titleBar::setTitleContent(const QString& text, int pointSize) {
         QStringLiteral("min-width: %1px; max-width: %1px; min-height: %2px; max-height: %2px;")
             .arg(heightPixels * 5 / 4)
             .arg(heightPixels);
-    for (QPushButton* button : {m_minimize, m_maximize, m_close})
+    for (QPushButton* button : {m_minimize, m_maximize, m_close}) {
         button->setStyleSheet(size);
+    }
 }
 
 void titleBar::setButtonType(int type) {
@@ -113,20 +115,24 @@ QString titleBar::titleContent() const {
 }
 
 void titleBar::mousePressEvent(QMouseEvent* event) {
-    if (event->button() != Qt::LeftButton)
+    if (event->button() != Qt::LeftButton) {
         return;
+    }
     m_dragOffset = event->globalPosition().toPoint() - window()->pos();
     // Wayland lets only the compositor move a window.
-    if (QGuiApplication::platformName().startsWith(QLatin1String("wayland")) && window()->windowHandle())
+    if (QGuiApplication::platformName().startsWith(QLatin1String("wayland")) && window()->windowHandle()) {
         window()->windowHandle()->startSystemMove();
+    }
 }
 
 void titleBar::mouseMoveEvent(QMouseEvent* event) {
-    if ((event->buttons() & Qt::LeftButton) && !window()->isMaximized())
+    if ((event->buttons() & Qt::LeftButton) && !window()->isMaximized()) {
         window()->move(event->globalPosition().toPoint() - m_dragOffset);
+    }
 }
 
 void titleBar::mouseDoubleClickEvent(QMouseEvent* event) {
-    if (event->button() == Qt::LeftButton && !m_maximize->isHidden())
+    if (event->button() == Qt::LeftButton && !m_maximize->isHidden()) {
         emit signalMaximize();
+    }
 }

@@ -31,8 +31,9 @@ Compass::Compass(QWidget* parent) : QAbstractButton(parent) {
 }
 
 void Compass::setHeading(double degrees) {
-    if (std::abs(degrees - m_headingDegrees) < 0.05)
+    if (std::abs(degrees - m_headingDegrees) < 0.05) {
         return;
+    }
     m_headingDegrees = degrees;
     update();
 }

@@ -41,12 +41,14 @@ void EmbeddedViewer::setFramebuffer(unsigned id) {
 }
 
 void EmbeddedViewer::prepare() {
-    if (m_framesOwed > 0)
+    if (m_framesOwed > 0) {
         --m_framesOwed;
+    }
     if (_firstFrame) {
         viewerInit();
-        if (!isRealized())
+        if (!isRealized()) {
             realize();
+        }
         _firstFrame = false;
     }
     advance();
@@ -82,6 +84,7 @@ void EmbeddedViewer::requestRedraw() {
 
 void EmbeddedViewer::requestContinuousUpdate(bool needed) {
     osgViewer::Viewer::requestContinuousUpdate(needed);
-    if (needed)
+    if (needed) {
         m_wakeUp();
+    }
 }

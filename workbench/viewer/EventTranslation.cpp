@@ -52,14 +52,18 @@ const std::map<int, int>& specialKeys() {
 
 unsigned modifierMask(Qt::KeyboardModifiers modifiers) {
     unsigned mask = 0;
-    if (modifiers & Qt::ShiftModifier)
+    if (modifiers & Qt::ShiftModifier) {
         mask |= osgGA::GUIEventAdapter::MODKEY_LEFT_SHIFT;
-    if (modifiers & Qt::ControlModifier)
+    }
+    if (modifiers & Qt::ControlModifier) {
         mask |= osgGA::GUIEventAdapter::MODKEY_LEFT_CTRL;
-    if (modifiers & Qt::AltModifier)
+    }
+    if (modifiers & Qt::AltModifier) {
         mask |= osgGA::GUIEventAdapter::MODKEY_LEFT_ALT;
-    if (modifiers & Qt::MetaModifier)
+    }
+    if (modifiers & Qt::MetaModifier) {
         mask |= osgGA::GUIEventAdapter::MODKEY_LEFT_META;
+    }
     return mask;
 }
 
@@ -88,14 +92,17 @@ bool isX11ModifierSymbol(quint32 symbol) {
 } // namespace
 
 int osgKeySymbol(const QKeyEvent& event) {
-    if (isX11ModifierSymbol(event.nativeVirtualKey()))
+    if (isX11ModifierSymbol(event.nativeVirtualKey())) {
         return static_cast<int>(event.nativeVirtualKey());
+    }
     const auto special = specialKeys().find(event.key());
-    if (special != specialKeys().end())
+    if (special != specialKeys().end()) {
         return special->second;
+    }
     const bool ascii = event.key() > 0x20 && event.key() < 0x7F;
-    if (!ascii)
+    if (!ascii) {
         return 0;
+    }
     const bool lowerCase =
         event.key() >= Qt::Key_A && event.key() <= Qt::Key_Z && !(event.modifiers() & Qt::ShiftModifier);
     return lowerCase ? event.key() - Qt::Key_A + 'a' : event.key();
@@ -150,12 +157,14 @@ void EventTranslation::wheel(const QWheelEvent& event) {
 
 void EventTranslation::keyPress(const QKeyEvent& event) {
     setModifiers(m_queue, event.modifiers());
-    if (const int symbol = osgKeySymbol(event))
+    if (const int symbol = osgKeySymbol(event)) {
         m_queue.keyPress(symbol);
+    }
 }
 
 void EventTranslation::keyRelease(const QKeyEvent& event) {
     setModifiers(m_queue, event.modifiers());
-    if (const int symbol = osgKeySymbol(event))
+    if (const int symbol = osgKeySymbol(event)) {
         m_queue.keyRelease(symbol);
+    }
 }

@@ -48,8 +48,9 @@ using GdalElevationLayer = osgEarth::ElevationLayer;
 std::optional<std::string> addLayer(osgEarth::Map& map, osgEarth::TerrainLayer* layer,
                                     const std::string& path) {
     map.addLayer(layer);
-    if (layer->getStatus().isOK())
+    if (layer->getStatus().isOK()) {
         return std::nullopt;
+    }
     const std::string reason = path + ": " + layer->getStatus().message();
     map.removeLayer(layer);
     return reason;
@@ -84,8 +85,9 @@ GlobeMap::GlobeMap() {
 std::optional<std::string> GlobeMap::addWorldBackdrop(const std::string& picturePath) {
     GDALAllRegister();
     GDALDatasetH picture = GDALOpen(picturePath.c_str(), GA_ReadOnly);
-    if (!picture)
+    if (!picture) {
         return picturePath + ": cannot be read";
+    }
     const std::string raster =
         plateCarreeRaster(picturePath, GDALGetRasterXSize(picture), GDALGetRasterYSize(picture));
     GDALClose(picture);
@@ -102,8 +104,9 @@ std::optional<std::string> GlobeMap::addElevation(const std::string& name, const
 
 void GlobeMap::setImageryVisible(const std::string& name, bool visible) {
     auto* layer = dynamic_cast<osgEarth::ImageLayer*>(m_mapNode->getMap()->getLayerByName(name));
-    if (layer)
+    if (layer) {
         layer->setVisible(visible);
+    }
 }
 
 int GlobeMap::preparationPercent() const {
@@ -115,14 +118,16 @@ int GlobeMap::preparationPercent() const {
     std::optional<float> present; // the others wait for their turn
     for (const auto& layer : layers) {
         const float done = layer->getPreparation();
-        if (done < 1.0F)
+        if (done < 1.0F) {
             present = std::max(done, present.value_or(0.0F));
+        }
     }
     return static_cast<int>(100.0F * present.value_or(1.0F));
 #endif
 }
 
 void GlobeMap::removeLayer(const std::string& name) {
-    if (osgEarth::Layer* layer = m_mapNode->getMap()->getLayerByName(name))
+    if (osgEarth::Layer* layer = m_mapNode->getMap()->getLayerByName(name)) {
         m_mapNode->getMap()->removeLayer(layer);
+    }
 }

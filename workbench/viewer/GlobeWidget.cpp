@@ -52,8 +52,9 @@ void addHostBindings(osgEarth::Util::EarthManipulator::Settings& settings) {
         settings.bindKey(Manipulator::ACTION_ZOOM_IN, plus);
         settings.bindKey(Manipulator::ACTION_ZOOM_IN, plus, Event::MODKEY_SHIFT);
     }
-    for (const int minus : {static_cast<int>('-'), int{Event::KEY_KP_Subtract}})
+    for (const int minus : {static_cast<int>('-'), int{Event::KEY_KP_Subtract}}) {
         settings.bindKey(Manipulator::ACTION_ZOOM_OUT, minus);
+    }
 }
 
 // Down to the vertical itself, or as near to it as the manipulator can go.
@@ -89,10 +90,11 @@ GlobeWidget::GlobeWidget(QWidget* parent)
     connect(m_compass, &QAbstractButton::clicked, this, &GlobeWidget::turnNorth);
 
     m_viewer = new EmbeddedViewer([this] {
-        if (QThread::currentThread() == thread())
+        if (QThread::currentThread() == thread()) {
             wakeUp();
-        else
+        } else {
             QMetaObject::invokeMethod(this, &GlobeWidget::wakeUp, Qt::QueuedConnection);
+        }
     });
     m_viewer->embed(width(), height());
     m_events = std::make_unique<EventTranslation>(*m_viewer->getEventQueue());
@@ -110,8 +112,9 @@ GlobeWidget::GlobeWidget(QWidget* parent)
 }
 
 GlobeWidget::~GlobeWidget() {
-    if (g_pCXviewer == this)
+    if (g_pCXviewer == this) {
         g_pCXviewer = nullptr;
+    }
     makeCurrent();
     m_viewer->setSceneData(nullptr);
     m_viewer = nullptr;
@@ -149,8 +152,9 @@ void GlobeWidget::resizeGL(int width, int height) {
 }
 
 void GlobeWidget::paintGL() {
-    if (!m_prepared)
+    if (!m_prepared) {
         prepareFrame();
+    }
     // Qt makes a new frame buffer with every resize.
     m_viewer->setFramebuffer(defaultFramebufferObject());
     m_viewer->draw();
@@ -162,20 +166,23 @@ void GlobeWidget::paintGL() {
 
 void GlobeWidget::wakeUp() {
     m_asleep = false;
-    if (!m_timer.isActive())
+    if (!m_timer.isActive()) {
         m_timer.start(0);
+    }
 }
 
 void GlobeWidget::tick() {
-    if (m_preparing)
+    if (m_preparing) {
         return; // goes on when the handler that waits for the user returns
+    }
     if (m_workBetweenFrames) {
         makeCurrent();
         m_workBetweenFrames();
     }
     if (m_viewer->needsFrame()) {
-        if (m_prepared)
+        if (m_prepared) {
             prepareFrame();
+        }
         update();
     } else if (m_viewer->hasBackgroundWork()) {
         m_timer.start(kLoadingPollMilliseconds);
@@ -197,16 +204,19 @@ void GlobeWidget::prepareFrame() {
 // Goes on by its own timer, because the globe may be asleep meanwhile.
 void GlobeWidget::watchPreparation() {
     const int percent = m_map.preparationPercent();
-    if (percent == 100)
+    if (percent == 100) {
         m_preparationTimer.stop();
-    else if (!m_preparationTimer.isActive())
+    } else if (!m_preparationTimer.isActive()) {
         m_preparationTimer.start();
-    if (percent == m_preparationPercent)
+    }
+    if (percent == m_preparationPercent) {
         return;
+    }
     m_preparationPercent = percent;
     emit preparationChanged(percent);
-    if (percent == 100)
+    if (percent == 100) {
         requestRedraw(); // the terrain takes them up in its next frame
+    }
 }
 
 void GlobeWidget::turnNorth() {
@@ -223,8 +233,9 @@ void GlobeWidget::readInstruments() {
     double nearMetres = 0.0;
     double farMetres = 0.0;
     if (!viewpoint.isValid() || !m_viewer->getCamera()->getProjectionMatrixAsPerspective(
-                                    fieldOfViewDegrees, aspect, nearMetres, farMetres))
+                                    fieldOfViewDegrees, aspect, nearMetres, farMetres)) {
         return;
+    }
     m_compass->setHeading(viewpoint.heading()->as(osgEarth::Units::DEGREES));
     const double heightMetres = 2.0 * std::tan(osg::DegreesToRadians(fieldOfViewDegrees) / 2.0) *
                                 viewpoint.range()->as(osgEarth::Units::METERS);
@@ -232,18 +243,20 @@ void GlobeWidget::readInstruments() {
 }
 
 void GlobeWidget::reportPointer() {
-    if (!m_pointerMoved)
+    if (!m_pointerMoved) {
         return;
+    }
     m_pointerMoved = false;
     osg::Vec3d world;
     osgEarth::GeoPoint point;
     osgEarth::MapNode* mapNode = m_map.mapNode();
     const bool onGlobe = mapNode->getTerrain()->getWorldCoordsUnderMouse(
         m_viewer.get(), m_events->deviceX(m_pointer), m_events->deviceY(m_pointer), world);
-    if (onGlobe && point.fromWorld(mapNode->getMapSRS()->getGeographicSRS(), world))
+    if (onGlobe && point.fromWorld(mapNode->getMapSRS()->getGeographicSRS(), world)) {
         emit pointerOnGlobe(point.x(), point.y(), point.z());
-    else
+    } else {
         emit pointerOffGlobe();
+    }
 }
 
 void GlobeWidget::mousePressEvent(QMouseEvent* event) {
@@ -281,8 +294,9 @@ void GlobeWidget::keyPressEvent(QKeyEvent* event) {
 }
 
 void GlobeWidget::keyReleaseEvent(QKeyEvent* event) {
-    if (event->isAutoRepeat())
+    if (event->isAutoRepeat()) {
         return;
+    }
     m_heldKeys.erase(osgKeySymbol(*event));
     m_events->keyRelease(*event);
     requestRedraw();
@@ -290,8 +304,9 @@ void GlobeWidget::keyReleaseEvent(QKeyEvent* event) {
 
 // The release of a key that is held while the focus goes elsewhere never arrives here.
 void GlobeWidget::releaseHeldKeys() {
-    for (const int key : m_heldKeys)
+    for (const int key : m_heldKeys) {
         m_viewer->getEventQueue()->keyRelease(key);
+    }
     m_heldKeys.clear();
     requestRedraw();
 }
@@ -308,8 +323,9 @@ void GlobeWidget::showEvent(QShowEvent* event) {
 
 // A dialog takes the keyboard also where no window manager moves the focus.
 bool GlobeWidget::eventFilter(QObject* watched, QEvent* event) {
-    if (event->type() == QEvent::WindowBlocked)
+    if (event->type() == QEvent::WindowBlocked) {
         releaseHeldKeys();
+    }
     return QOpenGLWidget::eventFilter(watched, event);
 }
 

@@ -24,8 +24,9 @@ ScaleBar::ScaleBar(QWidget* parent) : QWidget(parent) {
 void ScaleBar::setMetresPerPixel(double metresPerPixel) {
     const ScaleLength length = inspection::scaleLengthBelow(metresPerPixel * kLongestPixels);
     const double pixels = length.metres / metresPerPixel;
-    if (length.text == m_length.text && std::abs(pixels - m_pixels) < 0.5)
+    if (length.text == m_length.text && std::abs(pixels - m_pixels) < 0.5) {
         return;
+    }
     m_length = length;
     m_pixels = pixels;
     update();
@@ -36,8 +37,9 @@ QSize ScaleBar::sizeHint() const {
 }
 
 void ScaleBar::paintEvent(QPaintEvent* /*event*/) {
-    if (m_pixels <= 0.0)
+    if (m_pixels <= 0.0) {
         return;
+    }
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);

@@ -98,8 +98,9 @@ Sky::Sky()
     stateSet->setAttributeAndModes(program);
     for (osg::Uniform* uniform :
          {m_rayRight.get(), m_rayUp.get(), m_rayForward.get(), m_zenith.get(), m_horizonDip.get(),
-          m_glowWidth.get(), m_spaceShare.get(), m_horizonColour.get()})
+          m_glowWidth.get(), m_spaceShare.get(), m_horizonColour.get()}) {
         stateSet->addUniform(uniform);
+    }
     stateSet->setAttributeAndModes(new osg::Depth(osg::Depth::ALWAYS, 0.0, 1.0, false),
                                    osg::StateAttribute::OFF);
     stateSet->setMode(GL_BLEND, osg::StateAttribute::OFF);
@@ -119,8 +120,9 @@ void Sky::addHaze(osg::Node& node) {
 }
 
 void Sky::traverse(osg::NodeVisitor& visitor) {
-    if (auto* cull = dynamic_cast<osgUtil::CullVisitor*>(&visitor))
+    if (auto* cull = dynamic_cast<osgUtil::CullVisitor*>(&visitor)) {
         follow(*cull->getModelViewMatrix(), *cull->getProjectionMatrix());
+    }
     osg::Group::traverse(visitor);
 }
 
@@ -137,8 +139,9 @@ void Sky::follow(const osg::Matrixd& view, const osg::Matrixd& projection) {
     m_rayUp->set(osg::Vec3f(ray(0.0, 1.0) - forward));
 
     const osg::Vec3d eye = toWorld.getTrans();
-    if (eye.length() < kAirMetres)
+    if (eye.length() < kAirMetres) {
         return; // nobody has placed the camera yet
+    }
     double latitude = 0.0;
     double longitude = 0.0;
     double height = 0.0;

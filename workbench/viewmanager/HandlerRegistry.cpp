@@ -46,22 +46,25 @@ HandlerRegistry& HandlerRegistry::instance() {
 void HandlerRegistry::add(const std::string& name, CXCommandHandler* handler) {
     const auto known = std::find_if(m_entries.begin(), m_entries.end(),
                                     [&](const Entry& entry) { return entry.name == name; });
-    if (known == m_entries.end())
+    if (known == m_entries.end()) {
         m_entries.push_back({name, handler});
-    else
+    } else {
         known->handler = handler;
-    if (handler)
+    }
+    if (handler) {
         handler->InitInstance();
+    }
 }
 
 void HandlerRegistry::clear() {
     m_active = nullptr;
     for (auto entry = m_entries.rbegin(); entry != m_entries.rend(); ++entry) {
-        if (CXCommandHandler* handler = entry->handler.get())
+        if (CXCommandHandler* handler = entry->handler.get()) {
             guarded("ExitInstance", [&] {
                 handler->ExitInstance();
                 return true;
             });
+        }
     }
     m_entries.clear();
     const std::lock_guard<std::mutex> lock(m_mutex);
@@ -71,8 +74,9 @@ void HandlerRegistry::clear() {
 std::vector<std::string> HandlerRegistry::names() const {
     std::vector<std::string> names;
     names.reserve(m_entries.size());
-    for (const Entry& entry : m_entries)
+    for (const Entry& entry : m_entries) {
         names.push_back(entry.name);
+    }
     return names;
 }
 
@@ -84,8 +88,9 @@ CXCommandHandler* HandlerRegistry::find(const std::string& name) const {
 
 bool HandlerRegistry::activate(const std::string& name) {
     CXCommandHandler* handler = find(name);
-    if (!handler)
+    if (!handler) {
         return false;
+    }
     m_active = handler;
     return true;
 }
@@ -97,8 +102,9 @@ void HandlerRegistry::post(std::string message) {
         m_messages.push_back(std::move(message));
         wakeUp = m_wakeUp;
     }
-    if (wakeUp)
+    if (wakeUp) {
         wakeUp();
+    }
 }
 
 bool HandlerRegistry::hasMessages() const {
@@ -112,19 +118,21 @@ void HandlerRegistry::deliverMessages() {
         const std::lock_guard<std::mutex> lock(m_mutex);
         round.swap(m_messages);
     }
-    for (const std::string& message : round)
+    for (const std::string& message : round) {
         deliver(message);
+    }
 }
 
 void HandlerRegistry::deliver(const std::string& message) {
     // A copy, because a handler may register another one; observers, because it may destroy one.
     const std::vector<Entry> entries = m_entries;
     for (const Entry& entry : entries) {
-        if (CXCommandHandler* handler = entry.handler.get())
+        if (CXCommandHandler* handler = entry.handler.get()) {
             guarded("OnMessage", [&] {
                 handler->OnMessage(message);
                 return true;
             });
+        }
     }
 }
 
@@ -143,6 +151,7 @@ bool osgCmd(const char* name) {
 }
 
 void osgPush(const char* message) {
-    if (message)
+    if (message) {
         HandlerRegistry::instance().post(message);
+    }
 }

@@ -1,21 +1,24 @@
 #include <osg/BlendFunc>
 #include <osgEarthAnnotation/AnnotationNode>
 
+#include <algorithm>
+
 namespace osgEarth {
 namespace Annotation {
 
 /// Passes the terrain's news on to one node. The node clears itself when it goes.
 class AnnotationNode::TerrainWatcher : public TerrainCallback {
 public:
-    explicit TerrainWatcher(AnnotationNode* node) : _node(node) {}
+    explicit TerrainWatcher(AnnotationNode* node) : m_node(node) {}
     void onTileAdded(const TileKey& key, osg::Node*, TerrainCallbackContext& context) override {
-        if (_node)
-            _node->terrainChanged(key, context.getTerrain());
+        if (m_node) {
+            m_node->terrainChanged(key, context.getTerrain());
+        }
     }
-    void forget() { _node = nullptr; }
+    void forget() { m_node = nullptr; }
 
 private:
-    AnnotationNode* _node;
+    AnnotationNode* m_node;
 };
 
 AnnotationNode::AnnotationNode() {
@@ -31,19 +34,20 @@ AnnotationNode::~AnnotationNode() {
 }
 
 void AnnotationNode::setDynamic(bool value) {
-    _dynamic = value;
+    m_dynamic = value;
 }
 
 void AnnotationNode::setMapNode(MapNode* mapNode) {
-    if (_mapNode == mapNode)
+    if (m_mapNode == mapNode) {
         return;
-    _mapNode = mapNode;
+    }
+    m_mapNode = mapNode;
     connectWatcher();
-    setUpdateTraversal(!mapNode || _updateRequested);
+    setUpdateTraversal(!mapNode || m_updateRequested);
 }
 
 void AnnotationNode::setStyle(const Symbology::Style& style) {
-    _style = style;
+    m_style = style;
 }
 
 const std::string& AnnotationNode::getText() const {
@@ -52,100 +56,112 @@ const std::string& AnnotationNode::getText() const {
 }
 
 void AnnotationNode::traverse(osg::NodeVisitor& nv) {
-    if (nv.getVisitorType() == osg::NodeVisitor::UPDATE_VISITOR && _updateTraversal) {
-        if (!_mapNode.valid())
+    if (nv.getVisitorType() == osg::NodeVisitor::UPDATE_VISITOR && m_updateTraversal) {
+        if (!m_mapNode.valid()) {
             findMapNode(nv.getNodePath());
-        if (_updateRequested && _mapNode.valid()) {
-            _updateRequested = false;
+        }
+        if (m_updateRequested && m_mapNode.valid()) {
+            m_updateRequested = false;
             update();
         }
-        setUpdateTraversal(!_mapNode.valid() || _updateRequested);
+        setUpdateTraversal(!m_mapNode.valid() || m_updateRequested);
     } else if (nv.getVisitorType() == osg::NodeVisitor::CULL_VISITOR) {
-        if (!isAboveHorizon(nv))
+        if (!isAboveHorizon(nv)) {
             return;
+        }
         updateIfOutdated();
     }
     osg::Group::traverse(nv);
 }
 
 void AnnotationNode::requestUpdate() {
-    _updateRequested = true;
+    m_updateRequested = true;
     setUpdateTraversal(true);
 }
 
 // Nodes with nothing to do are not even visited.
 void AnnotationNode::setUpdateTraversal(bool required) {
-    if (required == _updateTraversal)
+    if (required == m_updateTraversal) {
         return;
-    _updateTraversal = required;
+    }
+    m_updateTraversal = required;
     const unsigned count = getNumChildrenRequiringUpdateTraversal();
     setNumChildrenRequiringUpdateTraversal(required ? count + 1 : count - 1);
 }
 
 void AnnotationNode::findMapNode(const osg::NodePath& path) {
-    for (osg::Node* node : path)
+    for (osg::Node* node : path) {
         if (MapNode* mapNode = dynamic_cast<MapNode*>(node)) {
             setMapNode(mapNode);
             return;
         }
+    }
 }
 
 void AnnotationNode::followLayers(bool value) {
-    _followedRevision.unset();
-    if (value && _mapNode.valid())
-        _followedRevision = _mapNode->getMap()->getDataModelRevision();
+    m_followedRevision.unset();
+    if (value && m_mapNode.valid()) {
+        m_followedRevision = m_mapNode->getMap()->getDataModelRevision();
+    }
 }
 
 void AnnotationNode::updateIfOutdated() {
     static std::mutex mutex; // cull traversals may run at once, and all nodes count in the same parents
-    if (!_followedRevision.isSet() || !_mapNode.valid() ||
-        _followedRevision.get() == _mapNode->getMap()->getDataModelRevision())
+    if (!m_followedRevision.isSet() || !m_mapNode.valid() ||
+        m_followedRevision.get() == m_mapNode->getMap()->getDataModelRevision()) {
         return;
+    }
     const std::lock_guard<std::mutex> lock(mutex);
     requestUpdate();
 }
 
 void AnnotationNode::watchTerrain(bool value) {
-    if (value == _watcher.valid())
-        return;
-    osg::ref_ptr<Terrain> terrain;
-    if (!value) {
-        if (_watchedTerrain.lock(terrain))
-            terrain->removeTerrainCallback(_watcher.get());
-        _watchedTerrain = nullptr;
-        _watcher->forget();
-        _watcher = nullptr;
+    if (value == m_watcher.valid()) {
         return;
     }
-    _watcher = new TerrainWatcher(this);
+    osg::ref_ptr<Terrain> terrain;
+    if (!value) {
+        if (m_watchedTerrain.lock(terrain)) {
+            terrain->removeTerrainCallback(m_watcher.get());
+        }
+        m_watchedTerrain = nullptr;
+        m_watcher->forget();
+        m_watcher = nullptr;
+        return;
+    }
+    m_watcher = new TerrainWatcher(this);
     connectWatcher();
 }
 
 void AnnotationNode::connectWatcher() {
-    if (!_watcher.valid())
+    if (!m_watcher.valid()) {
         return;
+    }
     osg::ref_ptr<Terrain> terrain;
-    if (_watchedTerrain.lock(terrain))
-        terrain->removeTerrainCallback(_watcher.get());
-    _watchedTerrain = _mapNode.valid() ? _mapNode->getTerrain() : nullptr;
-    if (_watchedTerrain.lock(terrain))
-        terrain->addTerrainCallback(_watcher.get());
+    if (m_watchedTerrain.lock(terrain)) {
+        terrain->removeTerrainCallback(m_watcher.get());
+    }
+    m_watchedTerrain = m_mapNode.valid() ? m_mapNode->getTerrain() : nullptr;
+    if (m_watchedTerrain.lock(terrain)) {
+        terrain->addTerrainCallback(m_watcher.get());
+    }
 }
 
 void AnnotationNode::terrainChanged(const TileKey&, Terrain*) {}
 
 bool AnnotationNode::isAboveHorizon(const osg::NodeVisitor& nv) const {
-    return !_horizonCulling || isAboveHorizon(osg::Vec3d(nv.getViewPoint()), horizonPoint(),
-                                              static_cast<double>(getBound().radius()));
+    return !m_horizonCulling || isAboveHorizon(osg::Vec3d(nv.getViewPoint()), horizonPoint(),
+                                               static_cast<double>(getBound().radius()));
 }
 
 // Horizon culling against the unit sphere in scaled space (Cozzi and Ring 2011, chapter on culling). A sphere
 // is taken as its topmost point; a place below the ellipsoid shrinks the ellipsoid down to itself.
 bool AnnotationNode::isAboveHorizon(const osg::Vec3d& eyeWorld, const osg::Vec3d& centerWorld,
                                     double radiusMetres) const {
-    if (!_mapNode.valid() || !_mapNode->isGeocentric() || centerWorld.length2() < 1.0)
+    if (!m_mapNode.valid() || !m_mapNode->isGeocentric() || centerWorld.length2() < 1.0) {
         return true;
-    const osg::EllipsoidModel* ellipsoid = _mapNode->getMapSRS()->getEllipsoid();
+    }
+    const osg::EllipsoidModel* ellipsoid = m_mapNode->getMapSRS()->getEllipsoid();
     const double equator = ellipsoid->getRadiusEquator();
     const double polar = ellipsoid->getRadiusPolar();
     const auto scaled = [equator, polar](const osg::Vec3d& v) {

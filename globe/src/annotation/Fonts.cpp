@@ -16,8 +16,9 @@ namespace {
 
 std::vector<std::filesystem::path> systemFontFolders() {
     std::vector<std::filesystem::path> folders;
-    if (const char* windows = std::getenv("WINDIR"))
+    if (const char* windows = std::getenv("WINDIR")) {
         folders.emplace_back(std::filesystem::path(windows) / "Fonts");
+    }
     if (const char* home = std::getenv("HOME")) {
         folders.emplace_back(std::filesystem::path(home) / ".fonts");
         folders.emplace_back(std::filesystem::path(home) / ".local/share/fonts");
@@ -33,8 +34,9 @@ std::map<std::string, std::string> systemFonts() {
     for (const std::filesystem::path& folder : systemFontFolders()) {
         std::error_code error;
         std::filesystem::recursive_directory_iterator entry(folder, error);
-        for (; !error && entry != std::filesystem::recursive_directory_iterator(); entry.increment(error))
+        for (; !error && entry != std::filesystem::recursive_directory_iterator(); entry.increment(error)) {
             fonts.emplace(entry->path().filename().string(), entry->path().string());
+        }
     }
     return fonts;
 }
@@ -42,8 +44,9 @@ std::map<std::string, std::string> systemFonts() {
 /// The font's file; empty if there is none of that name.
 std::string fontFile(const std::string& name) {
     const std::string file = osgDB::findDataFile(name);
-    if (!file.empty())
+    if (!file.empty()) {
         return file;
+    }
     static const std::map<std::string, std::string> installed = systemFonts();
     const auto found = installed.find(name);
     return found != installed.end() ? found->second : std::string();
@@ -54,8 +57,9 @@ std::string fontFile(const std::string& name) {
 osg::ref_ptr<osgText::Font> readFont(const std::string& name) {
     const std::string file = fontFile(name);
     osg::ref_ptr<osgText::Font> font = file.empty() ? nullptr : osgText::readRefFontFile(file);
-    if (font.valid())
+    if (font.valid()) {
         return font;
+    }
     OSG_INFO << "[osgEarth] Font \"" << name << "\" not found, using the default font" << std::endl;
     return Registry::instance()->getDefaultFont();
 }
@@ -63,14 +67,16 @@ osg::ref_ptr<osgText::Font> readFont(const std::string& name) {
 } // namespace
 
 osg::ref_ptr<osgText::Font> fontNamed(const std::string& name) {
-    if (name.empty())
+    if (name.empty()) {
         return Registry::instance()->getDefaultFont();
+    }
     static std::mutex mutex;
     static std::map<std::string, osg::ref_ptr<osgText::Font>> fonts;
     const std::lock_guard<std::mutex> lock(mutex);
     osg::ref_ptr<osgText::Font>& font = fonts[name];
-    if (!font.valid())
+    if (!font.valid()) {
         font = readFont(name);
+    }
     return font;
 }
 

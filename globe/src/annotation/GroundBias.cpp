@@ -8,11 +8,11 @@ namespace osgEarth {
 namespace Annotation {
 namespace {
 
-constexpr double LeastBiasMetres = 1.5;
-constexpr double GrazingFactor = 3.0; // a slanting view passes a bump over a longer way
-constexpr double NearRangeMetres = 50.0;
-constexpr double FarRangeMetres = 1e7;
-constexpr double FarBiasPerRange =
+constexpr double kLeastBiasMetres = 1.5;
+constexpr double kGrazingFactor = 3.0; // a slanting view passes a bump over a longer way
+constexpr double kNearRangeMetres = 50.0;
+constexpr double kFarRangeMetres = 1e7;
+constexpr double kFarBiasPerRange =
     0.02; // a tile's error on the ground stays well below this part of its distance
 
 } // namespace
@@ -25,10 +25,10 @@ void installGroundState(osg::StateSet* stateSet) {
 
 void setGroundBias(osg::StateSet* stateSet, double deviationMetres) {
     DepthOffsetOptions options;
-    options.minBias() = Distance(std::max(LeastBiasMetres, GrazingFactor * deviationMetres), Units::METERS);
-    options.maxBias() = Distance(FarBiasPerRange * FarRangeMetres, Units::METERS);
-    options.minRange() = Distance(NearRangeMetres, Units::METERS);
-    options.maxRange() = Distance(FarRangeMetres, Units::METERS);
+    options.minBias() = Distance(std::max(kLeastBiasMetres, kGrazingFactor * deviationMetres), Units::METERS);
+    options.maxBias() = Distance(kFarBiasPerRange * kFarRangeMetres, Units::METERS);
+    options.minRange() = Distance(kNearRangeMetres, Units::METERS);
+    options.maxRange() = Distance(kFarRangeMetres, Units::METERS);
     DepthOffset::apply(stateSet, options);
 }
 

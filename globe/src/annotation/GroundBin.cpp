@@ -10,16 +10,16 @@ namespace osgEarth {
 namespace Annotation {
 namespace {
 
-constexpr const char* Name = "oe_GroundBin";
-constexpr int BelowOverlays = -1;
-constexpr unsigned MostDrawables = 255; // that one clearing of an eight-bit stencil tells apart
+constexpr const char* kName = "oe_GroundBin";
+constexpr int kBelowOverlays = -1;
+constexpr unsigned kMostDrawables = 255; // that one clearing of an eight-bit stencil tells apart
 
 } // namespace
 
 void GroundBin::install(osg::StateSet* stateSet) {
     static std::once_flag registered;
-    std::call_once(registered, [] { addRenderBinPrototype(Name, new GroundBin); });
-    stateSet->setRenderBinDetails(BelowOverlays, Name);
+    std::call_once(registered, [] { addRenderBinPrototype(kName, new GroundBin); });
+    stateSet->setRenderBinDetails(kBelowOverlays, kName);
     stateSet->setAttributeAndModes(new osg::Depth(osg::Depth::LESS, 0.0, 1.0, false));
 }
 
@@ -41,9 +41,10 @@ void GroundBin::drawImplementation(osg::RenderInfo& info, osgUtil::RenderLeaf*& 
     glStencilOp(GL_KEEP, GL_KEEP, GL_REPLACE);
     unsigned number = 0;
     for (osgUtil::RenderLeaf* leaf : _renderLeafList) {
-        if (number % MostDrawables == 0)
+        if (number % kMostDrawables == 0) {
             glClear(GL_STENCIL_BUFFER_BIT);
-        glStencilFunc(GL_NOTEQUAL, static_cast<GLint>(number % MostDrawables + 1), ~0U);
+        }
+        glStencilFunc(GL_NOTEQUAL, static_cast<GLint>(number % kMostDrawables + 1), ~0U);
         ++number;
         leaf->render(info, previous);
         previous = leaf;

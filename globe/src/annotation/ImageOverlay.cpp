@@ -14,7 +14,7 @@ namespace Annotation {
 namespace {
 
 /// Below this size on the screen a thumbnail shows as much as the picture itself.
-constexpr double SmallPixels = 24.0;
+constexpr double kSmallPixels = 24.0;
 
 /// Nothing beyond what every annotation has and an object id.
 bool isPlain(const osg::StateSet& stateSet) {
@@ -36,8 +36,8 @@ bool hasMarkedVertices(const ImageOverlay& overlay) {
 } // namespace
 
 ImageOverlay::ImageOverlay(MapNode* mapNode, osg::Image* image)
-    : _lowerLeft(10.0, 10.0), _lowerRight(20.0, 10.0), _upperLeft(10.0, 20.0), _upperRight(20.0, 20.0),
-      _image(image) {
+    : m_lowerLeft(10.0, 10.0), m_lowerRight(20.0, 10.0), m_upperLeft(10.0, 20.0), m_upperRight(20.0, 20.0),
+      m_image(image) {
     AnnotationNode::setMapNode(mapNode);
     setCullingActive(false); // OSG would leave out what is small, and groups of small things
     requestUpdate();
@@ -52,39 +52,39 @@ void ImageOverlay::setCorner(osg::Vec2d& corner, double lonDegrees, double latDe
 
 void ImageOverlay::setCorners(const osg::Vec2d& lowerLeft, const osg::Vec2d& lowerRight,
                               const osg::Vec2d& upperLeft, const osg::Vec2d& upperRight) {
-    setCorner(_lowerLeft, lowerLeft.x(), lowerLeft.y());
-    setCorner(_lowerRight, lowerRight.x(), lowerRight.y());
-    setCorner(_upperLeft, upperLeft.x(), upperLeft.y());
-    setCorner(_upperRight, upperRight.x(), upperRight.y());
+    setCorner(m_lowerLeft, lowerLeft.x(), lowerLeft.y());
+    setCorner(m_lowerRight, lowerRight.x(), lowerRight.y());
+    setCorner(m_upperLeft, upperLeft.x(), upperLeft.y());
+    setCorner(m_upperRight, upperRight.x(), upperRight.y());
 }
 
 void ImageOverlay::setLowerLeft(double lonDegrees, double latDegrees) {
-    setCorner(_lowerLeft, lonDegrees, latDegrees);
+    setCorner(m_lowerLeft, lonDegrees, latDegrees);
 }
 void ImageOverlay::setLowerRight(double lonDegrees, double latDegrees) {
-    setCorner(_lowerRight, lonDegrees, latDegrees);
+    setCorner(m_lowerRight, lonDegrees, latDegrees);
 }
 void ImageOverlay::setUpperLeft(double lonDegrees, double latDegrees) {
-    setCorner(_upperLeft, lonDegrees, latDegrees);
+    setCorner(m_upperLeft, lonDegrees, latDegrees);
 }
 void ImageOverlay::setUpperRight(double lonDegrees, double latDegrees) {
-    setCorner(_upperRight, lonDegrees, latDegrees);
+    setCorner(m_upperRight, lonDegrees, latDegrees);
 }
 
 osg::Vec2d ImageOverlay::getCenter() const {
-    return (_lowerLeft + _lowerRight + _upperLeft + _upperRight) * 0.25;
+    return (m_lowerLeft + m_lowerRight + m_upperLeft + m_upperRight) * 0.25;
 }
 
 osg::Vec2d ImageOverlay::getControlPoint(ControlPoint point) const {
     switch (point) {
     case CONTROLPOINT_LOWER_LEFT:
-        return _lowerLeft;
+        return m_lowerLeft;
     case CONTROLPOINT_LOWER_RIGHT:
-        return _lowerRight;
+        return m_lowerRight;
     case CONTROLPOINT_UPPER_LEFT:
-        return _upperLeft;
+        return m_upperLeft;
     case CONTROLPOINT_UPPER_RIGHT:
-        return _upperRight;
+        return m_upperRight;
     case CONTROLPOINT_CENTER:
         break;
     }
@@ -93,13 +93,14 @@ osg::Vec2d ImageOverlay::getControlPoint(ControlPoint point) const {
 
 void ImageOverlay::setCenter(double lonDegrees, double latDegrees) {
     const osg::Vec2d shift = osg::Vec2d(lonDegrees, latDegrees) - getCenter();
-    setCorners(_lowerLeft + shift, _lowerRight + shift, _upperLeft + shift, _upperRight + shift);
+    setCorners(m_lowerLeft + shift, m_lowerRight + shift, m_upperLeft + shift, m_upperRight + shift);
 }
 
 Bounds ImageOverlay::getBounds() const {
     osgEarth::Bounds bounds;
-    for (const osg::Vec2d& corner : {_lowerLeft, _lowerRight, _upperLeft, _upperRight})
+    for (const osg::Vec2d& corner : {m_lowerLeft, m_lowerRight, m_upperLeft, m_upperRight}) {
         bounds.expandBy(corner.x(), corner.y());
+    }
     return bounds;
 }
 
@@ -124,37 +125,37 @@ void ImageOverlay::setBoundsAndRotation(const osgEarth::Bounds& bounds, const An
 }
 
 void ImageOverlay::setNorth(double latDegrees) {
-    setUpperLeft(_upperLeft.x(), latDegrees);
-    setUpperRight(_upperRight.x(), latDegrees);
+    setUpperLeft(m_upperLeft.x(), latDegrees);
+    setUpperRight(m_upperRight.x(), latDegrees);
 }
 
 void ImageOverlay::setSouth(double latDegrees) {
-    setLowerLeft(_lowerLeft.x(), latDegrees);
-    setLowerRight(_lowerRight.x(), latDegrees);
+    setLowerLeft(m_lowerLeft.x(), latDegrees);
+    setLowerRight(m_lowerRight.x(), latDegrees);
 }
 
 void ImageOverlay::setEast(double lonDegrees) {
-    setLowerRight(lonDegrees, _lowerRight.y());
-    setUpperRight(lonDegrees, _upperRight.y());
+    setLowerRight(lonDegrees, m_lowerRight.y());
+    setUpperRight(lonDegrees, m_upperRight.y());
 }
 
 void ImageOverlay::setWest(double lonDegrees) {
-    setLowerLeft(lonDegrees, _lowerLeft.y());
-    setUpperLeft(lonDegrees, _upperLeft.y());
+    setLowerLeft(lonDegrees, m_lowerLeft.y());
+    setUpperLeft(lonDegrees, m_upperLeft.y());
 }
 
 void ImageOverlay::setImage(osg::Image* image) {
-    _image = image;
+    m_image = image;
     requestUpdate();
 }
 
 void ImageOverlay::setAlpha(float alpha) {
-    _alpha = std::clamp(alpha, 0.0f, 1.0f);
+    m_alpha = std::clamp(alpha, 0.0f, 1.0f);
     requestUpdate();
 }
 
 void ImageOverlay::setDraped(bool value) {
-    _draped = value;
+    m_draped = value;
     requestUpdate();
 }
 
@@ -163,8 +164,9 @@ void ImageOverlay::dirty() {
 }
 
 void ImageOverlay::setMapNode(MapNode* mapNode) {
-    if (getMapNode() == mapNode)
+    if (getMapNode() == mapNode) {
         return;
+    }
     AnnotationNode::setMapNode(mapNode);
     requestUpdate();
 }
@@ -176,9 +178,9 @@ void ImageOverlay::update() {
 // Decided before the visitor takes up the node's state, which would cost more than the few pixels.
 void ImageOverlay::accept(osg::NodeVisitor& nv) {
     osgUtil::CullVisitor* visitor = nv.asCullVisitor();
-    if (visitor != nullptr &&
-        (!nv.validNodeMask(*this) || isOutOfSight(*visitor) || isDrawnInBatch(*visitor)))
+    if (visitor && (!nv.validNodeMask(*this) || isOutOfSight(*visitor) || isDrawnInBatch(*visitor))) {
         return;
+    }
     AnnotationNode::accept(nv);
 }
 
@@ -187,54 +189,60 @@ bool ImageOverlay::isOutOfSight(osgUtil::CullVisitor& visitor) const {
 }
 
 bool ImageOverlay::isDrawnInBatch(osgUtil::CullVisitor& visitor) {
-    if (!canBeBatched())
+    if (!canBeBatched()) {
         return false;
+    }
     const double size = pixelsInWindow(getBound(), visitor);
-    if (size >= SmallPixels)
+    if (size >= kSmallPixels) {
         return false;
+    }
     updateIfOutdated();
     ObjectID id = OSGEARTH_OBJECTID_EMPTY;
     Registry::objectIndex()->getObjectID(this, id);
-    _batches->add(visitor, *_quad, id, size);
+    m_batches->add(visitor, *m_quad, id, size);
     return true;
 }
 
 // What a user put on the node holds for its own drawing only.
 bool ImageOverlay::canBeBatched() const {
-    return _quad != nullptr && getCullCallback() == nullptr && getStateSet() != nullptr &&
-           isPlain(*getStateSet()) && _image->getModifiedCount() == _builtImage && !hasMarkedVertices(*this);
+    return m_quad && !getCullCallback() && getStateSet() && isPlain(*getStateSet()) &&
+           m_image->getModifiedCount() == m_builtImage && !hasMarkedVertices(*this);
 }
 
 void ImageOverlay::rebuild() {
     removeChildren(0, getNumChildren());
-    _quad.reset();
+    m_quad.reset();
     MapNode* mapNode = getMapNode();
-    if (!mapNode || !_image.valid() || !_image->data())
+    if (!mapNode || !m_image.valid() || !m_image->data()) {
         return;
-    followLayers(_draped);
+    }
+    followLayers(m_draped);
     OverlayShape shape;
-    shape.lowerLeft = _lowerLeft;
-    shape.lowerRight = _lowerRight;
-    shape.upperLeft = _upperLeft;
-    shape.upperRight = _upperRight;
-    shape.alpha = _alpha;
-    shape.draped = _draped;
-    const OverlayMesh mesh = overlayMesh(*mapNode, shape, *_image);
-    if (!mesh.node.valid())
+    shape.lowerLeft = m_lowerLeft;
+    shape.lowerRight = m_lowerRight;
+    shape.upperLeft = m_upperLeft;
+    shape.upperRight = m_upperRight;
+    shape.alpha = m_alpha;
+    shape.draped = m_draped;
+    const OverlayMesh mesh = overlayMesh(*mapNode, shape, *m_image);
+    if (!mesh.node.valid()) {
         return;
+    }
     addChild(mesh.node);
-    if (_draped)
+    if (m_draped) {
         prepareBatching(mesh.corners);
+    }
 }
 
 void ImageOverlay::prepareBatching(const std::array<osg::Vec3d, 4>& corners) {
-    if (!_batches.valid())
-        _batches = OverlayBatches::shared();
-    _quad = std::make_unique<OverlayQuad>();
-    _quad->corners = corners;
-    _quad->picture = _batches->atlas().add(*_image);
-    _quad->alpha = _alpha;
-    _builtImage = _image->getModifiedCount();
+    if (!m_batches.valid()) {
+        m_batches = OverlayBatches::shared();
+    }
+    m_quad = std::make_unique<OverlayQuad>();
+    m_quad->corners = corners;
+    m_quad->picture = m_batches->atlas().add(*m_image);
+    m_quad->alpha = m_alpha;
+    m_builtImage = m_image->getModifiedCount();
 }
 
 } // namespace Annotation

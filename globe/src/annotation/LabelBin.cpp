@@ -15,9 +15,9 @@ namespace osgEarth {
 namespace Annotation {
 namespace {
 
-constexpr float GapPixels = 2.0f;  // between labels
-constexpr double SmallScale = 0.5; // of the icon of a label without its text
-constexpr double FadedAlpha = 0.6;
+constexpr float kGapPixels = 2.0f;  // between labels
+constexpr double kSmallScale = 0.5; // of the icon of a label without its text
+constexpr double kFadedAlpha = 0.6;
 
 unsigned nextNumber() {
     static std::atomic<unsigned> number{0};
@@ -33,8 +33,8 @@ osg::BoundingBox boxOnScreen(const osgUtil::RenderLeaf& leaf) {
 }
 
 bool overlap(const osg::BoundingBox& a, const osg::BoundingBox& b) {
-    return a.xMin() < b.xMax() + GapPixels && b.xMin() < a.xMax() + GapPixels &&
-           a.yMin() < b.yMax() + GapPixels && b.yMin() < a.yMax() + GapPixels;
+    return a.xMin() < b.xMax() + kGapPixels && b.xMin() < a.xMax() + kGapPixels &&
+           a.yMin() < b.yMax() + kGapPixels && b.yMin() < a.yMax() + kGapPixels;
 }
 
 } // namespace
@@ -49,21 +49,24 @@ struct LabelBin::Candidate {
     std::vector<osgUtil::RenderLeaf*> leaves;
 
     bool operator<(const Candidate& other) const {
-        if (label->priority != other.label->priority)
+        if (label->priority != other.label->priority) {
             return label->priority > other.label->priority;
-        if (label->isShown != other.label->isShown)
+        }
+        if (label->isShown != other.label->isShown) {
             return label->isShown;
-        if (distance != other.distance)
+        }
+        if (distance != other.distance) {
             return distance < other.distance;
+        }
         return label->number < other.label->number;
     }
 };
 
 void LabelBin::install(osg::StateSet* stateSet, int binNumber) {
     static std::once_flag registered;
-    std::call_once(registered, [] { addRenderBinPrototype(name, new LabelBin); });
+    std::call_once(registered, [] { addRenderBinPrototype(kName, new LabelBin); });
     // osgText would put letters into a bin of its own.
-    stateSet->setRenderBinDetails(binNumber, name, osg::StateSet::OVERRIDE_RENDERBIN_DETAILS);
+    stateSet->setRenderBinDetails(binNumber, kName, osg::StateSet::OVERRIDE_RENDERBIN_DETAILS);
 }
 
 LabelBin::LabelBin() = default;
@@ -75,8 +78,9 @@ void LabelBin::sortImplementation() {
     std::map<Label*, Candidate> byLabel;
     for (osgUtil::RenderLeaf* leaf : _renderLeafList) {
         auto* label = dynamic_cast<Label*>(const_cast<osg::Referenced*>(leaf->_drawable->getUserData()));
-        if (label == nullptr || !label->competes)
+        if (!label || !label->competes) {
             continue;
+        }
         Candidate& candidate = byLabel[label];
         candidate.label = label;
         candidate.box.expandBy(boxOnScreen(*leaf));
@@ -85,8 +89,9 @@ void LabelBin::sortImplementation() {
     }
     std::vector<Candidate> candidates;
     candidates.reserve(byLabel.size());
-    for (auto& entry : byLabel)
+    for (auto& entry : byLabel) {
         candidates.push_back(std::move(entry.second));
+    }
     if (isViewCamera(getStage()->getCamera())) {
         std::sort(candidates.begin(), candidates.end());
         std::vector<const osg::BoundingBox*> taken;
@@ -95,8 +100,9 @@ void LabelBin::sortImplementation() {
                 std::none_of(taken.begin(), taken.end(), [&candidate](const osg::BoundingBox* box) {
                     return overlap(*box, candidate.box);
                 });
-            if (candidate.label->isShown)
+            if (candidate.label->isShown) {
                 taken.push_back(&candidate.box);
+            }
         }
     }
     shrinkHidden(candidates);
@@ -109,14 +115,16 @@ void LabelBin::sortImplementation() {
 void LabelBin::shrinkHidden(const std::vector<Candidate>& candidates) {
     std::set<const osgUtil::RenderLeaf*> dropped;
     for (const Candidate& candidate : candidates) {
-        if (candidate.label->isShown)
+        if (candidate.label->isShown) {
             continue;
+        }
         for (osgUtil::RenderLeaf* leaf : candidate.leaves) {
-            if (dynamic_cast<const osgText::TextBase*>(leaf->getDrawable()) != nullptr)
+            if (dynamic_cast<const osgText::TextBase*>(leaf->getDrawable())) {
                 dropped.insert(leaf);
-            else
+            } else {
                 leaf->_modelview = new osg::RefMatrix(
-                    osg::Matrixd::scale(SmallScale, SmallScale, FadedAlpha) * *leaf->_modelview);
+                    osg::Matrixd::scale(kSmallScale, kSmallScale, kFadedAlpha) * *leaf->_modelview);
+            }
         }
     }
     _renderLeafList.erase(

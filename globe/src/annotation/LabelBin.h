@@ -25,7 +25,7 @@ public:
 class LabelBin : public osgUtil::RenderBin {
 public:
     /// For state sets; ready after the first call of `install`.
-    static constexpr const char* name = "oe_LabelBin";
+    static constexpr const char* kName = "oe_LabelBin";
     /// Puts what a state set draws into a bin of labels with that number.
     static void install(osg::StateSet* stateSet, int binNumber);
 

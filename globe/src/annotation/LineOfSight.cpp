@@ -4,21 +4,21 @@ namespace osgEarth {
 namespace Annotation {
 namespace {
 
-constexpr double EyeMovedShare = 0.002; // of the distance; less changes nothing that can be seen
+constexpr double kEyeMovedShare = 0.002; // of the distance; less changes nothing that can be seen
 
 } // namespace
 
 bool LineOfSight::isBlocked(const Terrain& terrain, const osg::Vec3d& eyeWorld,
                             const osg::Vec3d& placeWorld) {
-    const double still = EyeMovedShare * (eyeWorld - placeWorld).length();
-    if (_surface != terrain.getSurfaceRevision() || _place != placeWorld ||
-        (_eye - eyeWorld).length() > still) {
-        _surface = terrain.getSurfaceRevision();
-        _place = placeWorld;
-        _eye = eyeWorld;
-        _isBlocked = terrain.hides(placeWorld, eyeWorld);
+    const double still = kEyeMovedShare * (eyeWorld - placeWorld).length();
+    if (m_surface != terrain.getSurfaceRevision() || m_place != placeWorld ||
+        (m_eye - eyeWorld).length() > still) {
+        m_surface = terrain.getSurfaceRevision();
+        m_place = placeWorld;
+        m_eye = eyeWorld;
+        m_isBlocked = terrain.hides(placeWorld, eyeWorld);
     }
-    return _isBlocked;
+    return m_isBlocked;
 }
 
 } // namespace Annotation

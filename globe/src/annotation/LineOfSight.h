@@ -15,10 +15,10 @@ public:
     bool isBlocked(const Terrain& terrain, const osg::Vec3d& eyeWorld, const osg::Vec3d& placeWorld);
 
 private:
-    osg::Vec3d _eye;
-    osg::Vec3d _place;
-    unsigned _surface = 0;
-    bool _isBlocked = false;
+    osg::Vec3d m_eye;
+    osg::Vec3d m_place;
+    unsigned m_surface = 0;
+    bool m_isBlocked = false;
 };
 
 } // namespace Annotation

@@ -30,7 +30,7 @@ public:
     /// The one of the process; it lives as long as somebody holds it.
     static osg::ref_ptr<OverlayBatches> shared();
 
-    ThumbnailAtlas& atlas() { return *_atlas; }
+    ThumbnailAtlas& atlas() { return *m_atlas; }
 
     /// Adds a quad in the state that the visitor's present node inherits. An id of
     /// OSGEARTH_OBJECTID_EMPTY leaves the one that is inherited. Quads keep a least size on the screen, so
@@ -48,9 +48,9 @@ private:
     Batch& batchFor(osgUtil::CullVisitor& visitor, unsigned page, bool hasIds);
     osg::StateSet* stateFor(unsigned page, bool hasIds);
 
-    osg::ref_ptr<ThumbnailAtlas> _atlas;
-    std::mutex _mutex; // guards the states
-    std::map<std::pair<unsigned, bool>, osg::ref_ptr<osg::StateSet>> _states;
+    osg::ref_ptr<ThumbnailAtlas> m_atlas;
+    std::mutex m_mutex; // guards the states
+    std::map<std::pair<unsigned, bool>, osg::ref_ptr<osg::StateSet>> m_states;
 };
 
 } // namespace Annotation

@@ -7,6 +7,7 @@
 #include <osg/Texture2D>
 #include <osgEarth/VirtualProgram>
 
+#include <algorithm>
 #include <map>
 #include <mutex>
 #include <tuple>
@@ -15,28 +16,29 @@ namespace osgEarth {
 namespace Annotation {
 namespace {
 
-constexpr double CellMetres = 1.0;
-constexpr unsigned MaxCells = 32;    // on a side
-constexpr unsigned MinFarCells = 16; // where the globe's curvature shows
-constexpr double FarMetres = 10000.0;
+constexpr double kCellMetres = 1.0;
+constexpr unsigned kMaxCells = 32;    // on a side
+constexpr unsigned kMinFarCells = 16; // where the globe's curvature shows
+constexpr double kFarMetres = 10000.0;
 
-const char* const TexCoordSource =
+const char* const kTexCoordSource =
     "out vec2 oe_ImageOverlay_tc;\n"
     "void oe_ImageOverlay_vertex(inout vec4 vertex) { oe_ImageOverlay_tc = gl_MultiTexCoord0.st; }\n";
-const char* const ColorSource = "in vec2 oe_ImageOverlay_tc;\n"
-                                "uniform sampler2D oe_ImageOverlay_tex;\n"
-                                "void oe_ImageOverlay_color(inout vec4 color) { color *= "
-                                "texture(oe_ImageOverlay_tex, oe_ImageOverlay_tc); }\n";
+const char* const kColorSource = "in vec2 oe_ImageOverlay_tc;\n"
+                                 "uniform sampler2D oe_ImageOverlay_tex;\n"
+                                 "void oe_ImageOverlay_color(inout vec4 color) { color *= "
+                                 "texture(oe_ImageOverlay_tex, oe_ImageOverlay_tc); }\n";
 
 osg::ref_ptr<osg::StateSet> newOverlayState(bool draped) {
     osg::ref_ptr<osg::StateSet> stateSet = new osg::StateSet;
     installGroundState(stateSet);
     VirtualProgram* program = VirtualProgram::getOrCreate(stateSet);
-    program->setFunction("oe_ImageOverlay_vertex", TexCoordSource, ShaderComp::LOCATION_VERTEX_MODEL);
-    program->setFunction("oe_ImageOverlay_color", ColorSource, ShaderComp::LOCATION_FRAGMENT_COLORING);
+    program->setFunction("oe_ImageOverlay_vertex", kTexCoordSource, ShaderComp::LOCATION_VERTEX_MODEL);
+    program->setFunction("oe_ImageOverlay_color", kColorSource, ShaderComp::LOCATION_FRAGMENT_COLORING);
     stateSet->addUniform(new osg::Uniform("oe_ImageOverlay_tex", 0));
-    if (!draped)
+    if (!draped) {
         stateSet->setMode(GL_DEPTH_TEST, osg::StateAttribute::OFF);
+    }
     return stateSet;
 }
 
@@ -61,21 +63,24 @@ struct GridTopology : public osg::Referenced {
 
 osg::ref_ptr<GridTopology> newTopology(unsigned columns, unsigned rows, bool topDown) {
     osg::ref_ptr<GridTopology> grid = new GridTopology;
-    for (unsigned row = 0; row <= rows; ++row)
+    for (unsigned row = 0; row <= rows; ++row) {
         for (unsigned column = 0; column <= columns; ++column) {
             const float v = static_cast<float>(row) / static_cast<float>(rows);
             grid->texCoords->push_back(
                 osg::Vec2f(static_cast<float>(column) / static_cast<float>(columns), topDown ? 1.0f - v : v));
         }
-    for (unsigned row = 0; row < rows; ++row)
+    }
+    for (unsigned row = 0; row < rows; ++row) {
         for (unsigned column = 0; column < columns; ++column) {
             const auto corner = static_cast<GLushort>(row * (columns + 1) + column);
             const auto above = static_cast<GLushort>(corner + columns + 1);
             for (GLushort index :
                  {corner, static_cast<GLushort>(corner + 1), static_cast<GLushort>(above + 1), corner,
-                  static_cast<GLushort>(above + 1), above})
+                  static_cast<GLushort>(above + 1), above}) {
                 grid->triangles->push_back(index);
+            }
         }
+    }
     // Buffers of their own, so that no single overlay's buffer is kept alive by the others.
     grid->texCoords->setBinding(osg::Array::BIND_PER_VERTEX);
     grid->texCoords->setVertexBufferObject(new osg::VertexBufferObject);
@@ -97,8 +102,9 @@ osg::ref_ptr<GridTopology> topology(unsigned columns, unsigned rows, bool topDow
 }
 
 unsigned cellsAlong(double metres) {
-    const unsigned least = metres > FarMetres ? MinFarCells : 1u;
-    return std::clamp(static_cast<unsigned>(std::ceil(std::min(metres, 1e6) / CellMetres)), least, MaxCells);
+    const unsigned least = metres > kFarMetres ? kMinFarCells : 1u;
+    return std::clamp(static_cast<unsigned>(std::ceil(std::min(metres, 1e6) / kCellMetres)), least,
+                      kMaxCells);
 }
 
 /// Bilinear between the corners; u from left to right, v from bottom to top.
@@ -111,49 +117,52 @@ osg::Vec2d at(const OverlayShape& shape, double u, double v) {
 class OverlayGrid {
 public:
     OverlayGrid(MapNode& mapNode, const OverlayShape& shape)
-        : _mapSRS(mapNode.getMapSRS()), _shape(shape), _ground(mapNode) {}
+        : m_mapSRS(mapNode.getMapSRS()), m_shape(shape), m_ground(mapNode) {}
 
     /// False when the corners cannot be put on the map.
     bool measure() {
-        if (!toMap(0.5, 0.5, _anchor))
+        if (!toMap(0.5, 0.5, m_anchor)) {
             return false;
-        _anchor.z() = heightAt(_anchor);
-        _plane = std::make_unique<LocalPlane>(_mapSRS.get(), _anchor);
-        _columns = cellsAlong(std::max(edge(0.0, 0.0, 1.0, 0.0), edge(0.0, 1.0, 1.0, 1.0)));
-        _rows = cellsAlong(std::max(edge(0.0, 0.0, 0.0, 1.0), edge(1.0, 0.0, 1.0, 1.0)));
+        }
+        m_anchor.z() = heightAt(m_anchor);
+        m_plane = std::make_unique<LocalPlane>(m_mapSRS.get(), m_anchor);
+        m_columns = cellsAlong(std::max(edge(0.0, 0.0, 1.0, 0.0), edge(0.0, 1.0, 1.0, 1.0)));
+        m_rows = cellsAlong(std::max(edge(0.0, 0.0, 0.0, 1.0), edge(1.0, 0.0, 1.0, 1.0)));
         return true;
     }
 
-    unsigned columns() const { return _columns; }
-    unsigned rows() const { return _rows; }
-    const LocalPlane& plane() const { return *_plane; }
-    double deviationMetres() const { return _deviationMetres; }
+    unsigned columns() const { return m_columns; }
+    unsigned rows() const { return m_rows; }
+    const LocalPlane& plane() const { return *m_plane; }
+    double deviationMetres() const { return m_deviationMetres; }
 
     osg::ref_ptr<osg::Vec3Array> vertices() {
         osg::ref_ptr<osg::Vec3Array> result = new osg::Vec3Array;
         std::vector<double> heights;
-        for (unsigned row = 0; row <= _rows; ++row)
-            for (unsigned column = 0; column <= _columns; ++column) {
+        for (unsigned row = 0; row <= m_rows; ++row) {
+            for (unsigned column = 0; column <= m_columns; ++column) {
                 osg::Vec3d point;
-                toMap(static_cast<double>(column) / _columns, static_cast<double>(row) / _rows, point);
+                toMap(static_cast<double>(column) / m_columns, static_cast<double>(row) / m_rows, point);
                 point.z() = heightAt(point);
                 heights.push_back(point.z());
-                result->push_back(_plane->toFrame(_plane->toPlane(point)));
+                result->push_back(m_plane->toFrame(m_plane->toPlane(point)));
             }
-        if (_shape.draped)
+        }
+        if (m_shape.draped) {
             measureDeviation(heights);
+        }
         return result;
     }
 
 private:
     bool toMap(double u, double v, osg::Vec3d& out) const {
         static const osg::ref_ptr<const SpatialReference> wgs84 = SpatialReference::get("wgs84");
-        const osg::Vec2d lonLat = at(_shape, u, v);
-        return wgs84->transform(osg::Vec3d(lonLat.x(), lonLat.y(), 0.0), _mapSRS.get(), out);
+        const osg::Vec2d lonLat = at(m_shape, u, v);
+        return wgs84->transform(osg::Vec3d(lonLat.x(), lonLat.y(), 0.0), m_mapSRS.get(), out);
     }
 
     double heightAt(const osg::Vec3d& point) {
-        return _shape.draped ? _ground.heightAt(point.x(), point.y()) : 0.0;
+        return m_shape.draped ? m_ground.heightAt(point.x(), point.y()) : 0.0;
     }
 
     double edge(double u0, double v0, double u1, double v1) const {
@@ -161,33 +170,33 @@ private:
         osg::Vec3d to;
         toMap(u0, v0, from);
         toMap(u1, v1, to);
-        const osg::Vec3d way = _plane->toPlane(to) - _plane->toPlane(from);
+        const osg::Vec3d way = m_plane->toPlane(to) - m_plane->toPlane(from);
         return std::hypot(way.x(), way.y());
     }
 
     /// Looks at the middle of every third cell.
     void measureDeviation(const std::vector<double>& heights) {
-        for (unsigned cell = 0; cell < _columns * _rows; cell += 3) {
-            const unsigned column = cell % _columns;
-            const unsigned row = cell / _columns;
-            const unsigned corner = row * (_columns + 1) + column;
-            const double between = (heights[corner] + heights[corner + 1] + heights[corner + _columns + 1] +
-                                    heights[corner + _columns + 2]) /
+        for (unsigned cell = 0; cell < m_columns * m_rows; cell += 3) {
+            const unsigned column = cell % m_columns;
+            const unsigned row = cell / m_columns;
+            const unsigned corner = row * (m_columns + 1) + column;
+            const double between = (heights[corner] + heights[corner + 1] + heights[corner + m_columns + 1] +
+                                    heights[corner + m_columns + 2]) /
                                    4.0;
             osg::Vec3d middle;
-            toMap((column + 0.5) / _columns, (row + 0.5) / _rows, middle);
-            _deviationMetres = std::max(_deviationMetres, heightAt(middle) - between);
+            toMap((column + 0.5) / m_columns, (row + 0.5) / m_rows, middle);
+            m_deviationMetres = std::max(m_deviationMetres, heightAt(middle) - between);
         }
     }
 
-    osg::ref_ptr<const SpatialReference> _mapSRS;
-    const OverlayShape& _shape;
-    GroundSampler _ground;
-    osg::Vec3d _anchor;
-    std::unique_ptr<LocalPlane> _plane;
-    unsigned _columns = 1;
-    unsigned _rows = 1;
-    double _deviationMetres = 0.0;
+    osg::ref_ptr<const SpatialReference> m_mapSRS;
+    const OverlayShape& m_shape;
+    GroundSampler m_ground;
+    osg::Vec3d m_anchor;
+    std::unique_ptr<LocalPlane> m_plane;
+    unsigned m_columns = 1;
+    unsigned m_rows = 1;
+    double m_deviationMetres = 0.0;
 };
 
 osg::ref_ptr<osg::Texture2D> overlayTexture(osg::Image& image) {
@@ -204,8 +213,9 @@ osg::ref_ptr<osg::Texture2D> overlayTexture(osg::Image& image) {
 
 OverlayMesh overlayMesh(MapNode& mapNode, const OverlayShape& shape, osg::Image& image) {
     OverlayGrid grid(mapNode, shape);
-    if (!grid.measure())
+    if (!grid.measure()) {
         return {};
+    }
     const osg::ref_ptr<GridTopology> shared =
         topology(grid.columns(), grid.rows(), image.getOrigin() == osg::Image::TOP_LEFT);
     const osg::Vec4 color(1.0f, 1.0f, 1.0f, shape.alpha);
@@ -229,8 +239,9 @@ OverlayMesh overlayMesh(MapNode& mapNode, const OverlayShape& shape, osg::Image&
     const std::size_t last = vertices->size() - 1;
     const std::size_t columns = grid.columns();
     const std::array<std::size_t, 4> corners = {0, columns, last, last - columns};
-    for (std::size_t i = 0; i < corners.size(); ++i)
+    for (std::size_t i = 0; i < corners.size(); ++i) {
         mesh.corners[i] = osg::Vec3d((*vertices)[corners[i]]) * grid.plane().frameToWorld();
+    }
     return mesh;
 }
 

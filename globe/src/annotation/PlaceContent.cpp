@@ -16,20 +16,20 @@ namespace {
 
 using namespace Symbology;
 
-constexpr float GapPixels = 3.0f; // between icon and text
+constexpr float kGapPixels = 3.0f; // between icon and text
 
-const char* const TexCoordSource =
+const char* const kTexCoordSource =
     "out vec2 oe_place_tc;\n"
     "vec4 vp_Color;\n"
     "void oe_place_vertex(inout vec4 vertex) {\n"
     "    oe_place_tc = gl_MultiTexCoord0.st;\n"
     "    vp_Color.a *= gl_ModelViewMatrix[2][2];\n" // faded by the bin of labels
     "}\n";
-const char* const IconSource =
+const char* const kIconSource =
     "in vec2 oe_place_tc;\n"
     "uniform sampler2D oe_place_tex;\n"
     "void oe_place_icon(inout vec4 color) { color *= texture(oe_place_tex, oe_place_tc); }\n";
-const char* const TextSource =
+const char* const kTextSource =
     "in vec2 oe_place_tc;\n"
     "uniform sampler2D oe_place_tex;\n"
     "void oe_place_text(inout vec4 color) { color.a *= texture(oe_place_tex, oe_place_tc).a; }\n";
@@ -37,7 +37,7 @@ const char* const TextSource =
 osg::ref_ptr<osg::StateSet> screenState(const char* function, const char* source) {
     osg::ref_ptr<osg::StateSet> stateSet = new osg::StateSet;
     VirtualProgram* program = VirtualProgram::getOrCreate(stateSet);
-    program->setFunction("oe_place_vertex", TexCoordSource, ShaderComp::LOCATION_VERTEX_MODEL);
+    program->setFunction("oe_place_vertex", kTexCoordSource, ShaderComp::LOCATION_VERTEX_MODEL);
     program->setFunction(function, source, ShaderComp::LOCATION_FRAGMENT_COLORING);
     stateSet->addUniform(new osg::Uniform("oe_place_tex", 0));
     return stateSet;
@@ -50,8 +50,9 @@ osg::ref_ptr<osg::Texture2D> iconTexture(osg::Image& image) {
     const std::lock_guard<std::mutex> lock(mutex);
     osg::observer_ptr<osg::Texture2D>& slot = textures[&image];
     osg::ref_ptr<osg::Texture2D> texture;
-    if (slot.lock(texture) && texture->getImage() == &image)
+    if (slot.lock(texture) && texture->getImage() == &image) {
         return texture;
+    }
     texture = new osg::Texture2D(&image);
     texture->setResizeNonPowerOfTwoHint(false);
     texture->setFilter(osg::Texture::MIN_FILTER, osg::Texture::LINEAR);
@@ -116,7 +117,7 @@ osg::ref_ptr<osg::Geometry> iconDrawable(osg::Image& image, const IconSymbol* sy
     geometry->setTexCoordArray(0, texCoords, osg::Array::BIND_PER_VERTEX);
     geometry->setColorArray(new osg::Vec4Array(1, &white), osg::Array::BIND_OVERALL);
     geometry->addPrimitiveSet(new osg::DrawArrays(GL_TRIANGLE_STRIP, 0, 4));
-    const osg::ref_ptr<osg::StateSet> stateSet = screenState("oe_place_icon", IconSource);
+    const osg::ref_ptr<osg::StateSet> stateSet = screenState("oe_place_icon", kIconSource);
     stateSet->setTextureAttributeAndModes(0, iconTexture(image));
     geometry->setStateSet(stateSet);
     return geometry;
@@ -134,7 +135,7 @@ osg::ref_ptr<osg::Group> textContent(const std::string& text, const TextSymbol* 
     if (icon) {
         const osg::BoundingBox box = icon->getBoundingBox();
         position +=
-            osg::Vec3f(std::round(box.xMax() + GapPixels * ratio), std::round(box.center().y()), 0.0f);
+            osg::Vec3f(std::round(box.xMax() + kGapPixels * ratio), std::round(box.center().y()), 0.0f);
         alignment = osgText::TextBase::LEFT_CENTER;
     }
     const auto line = [&](const Color& color, const osg::Vec3f& offset) {
@@ -153,7 +154,7 @@ osg::ref_ptr<osg::Group> textContent(const std::string& text, const TextSymbol* 
         return drawable;
     };
     osg::ref_ptr<osg::Group> content = new osg::Group;
-    content->setStateSet(screenState("oe_place_text", TextSource));
+    content->setStateSet(screenState("oe_place_text", kTextSource));
     // The library's own outlines need its shaders; the text itself, a pixel away on every side, needs none.
     if (look.halo().isSet()) {
         for (const auto& [x, y] : {std::pair(-1.0f, -1.0f),
@@ -163,8 +164,9 @@ osg::ref_ptr<osg::Group> textContent(const std::string& text, const TextSymbol* 
                                    {-1.0f, 0.0f},
                                    {1.0f, 0.0f},
                                    {0.0f, -1.0f},
-                                   {0.0f, 1.0f}})
+                                   {0.0f, 1.0f}}) {
             content->addChild(line(look.halo()->color(), osg::Vec3f(x, y, 0.0f) * ratio));
+        }
     }
     content->addChild(line(look.fill()->color(), {}));
     return content;

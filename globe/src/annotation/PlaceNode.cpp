@@ -10,14 +10,14 @@ namespace osgEarth {
 namespace Annotation {
 namespace {
 
-constexpr int LabelBinNumber = 10; // within the annotations' bin: after everything else
+constexpr int kLabelBinNumber = 10; // within the annotations' bin: after everything else
 
 void installScreenState(osg::StateSet* stateSet) {
     stateSet->setAttributeAndModes(new osg::Depth(osg::Depth::ALWAYS, 0.0, 1.0, false));
     stateSet->setMode(GL_DEPTH_TEST, osg::StateAttribute::OFF);
     stateSet->setMode(GL_LIGHTING, osg::StateAttribute::OFF);
     stateSet->setMode(GL_CULL_FACE, osg::StateAttribute::OFF);
-    LabelBin::install(stateSet, LabelBinNumber);
+    LabelBin::install(stateSet, kLabelBinNumber);
 }
 
 } // namespace
@@ -28,12 +28,13 @@ PlaceNode::PlaceNode(const std::string& text, const Style& style, osg::Image* im
     : PlaceNode(GeoPoint(), text, style, image) {}
 
 PlaceNode::PlaceNode(const GeoPoint& position, const std::string& text, const Style& style, osg::Image* image)
-    : _text(text), _image(image), _screenContent(new ScreenSpace), _label(new Label) {
-    installScreenState(_screenContent->getOrCreateStateSet());
-    getPositionAttitudeTransform()->addChild(_screenContent);
+    : m_text(text), m_image(image), m_screenContent(new ScreenSpace), m_label(new Label) {
+    installScreenState(m_screenContent->getOrCreateStateSet());
+    getPositionAttitudeTransform()->addChild(m_screenContent);
     AnnotationNode::setStyle(style);
-    if (text.empty() && style.has<TextSymbol>() && style.get<TextSymbol>()->content().isSet())
-        _text = style.get<TextSymbol>()->content()->eval();
+    if (text.empty() && style.has<TextSymbol>() && style.get<TextSymbol>()->content().isSet()) {
+        m_text = style.get<TextSymbol>()->content()->eval();
+    }
     rebuild();
     setPosition(position);
 }
@@ -41,12 +42,12 @@ PlaceNode::PlaceNode(const GeoPoint& position, const std::string& text, const St
 PlaceNode::~PlaceNode() = default;
 
 void PlaceNode::setText(const std::string& text) {
-    _text = text;
+    m_text = text;
     rebuild();
 }
 
 void PlaceNode::setIconImage(osg::Image* image) {
-    _image = image;
+    m_image = image;
     rebuild();
 }
 
@@ -57,13 +58,14 @@ void PlaceNode::setStyle(const Style& style) {
 
 void PlaceNode::setDynamic(bool value) {
     AnnotationNode::setDynamic(value);
-    for (osg::Drawable* drawable : drawablesOf(*_screenContent))
+    for (osg::Drawable* drawable : drawablesOf(*m_screenContent)) {
         drawable->setDataVariance(value ? osg::Object::DYNAMIC : osg::Object::STATIC);
+    }
 }
 
 void PlaceNode::setPriority(float value) {
     AnnotationNode::setPriority(value);
-    _label->priority = value;
+    m_label->priority = value;
 }
 
 osg::BoundingSphere PlaceNode::computeBound() const {
@@ -73,23 +75,25 @@ osg::BoundingSphere PlaceNode::computeBound() const {
 
 osg::ref_ptr<osg::Image> PlaceNode::iconImage() const {
     const IconSymbol* symbol = getStyle().get<IconSymbol>();
-    return _image.valid() || !symbol ? _image : osg::ref_ptr<osg::Image>(symbol->getImage());
+    return m_image.valid() || !symbol ? m_image : osg::ref_ptr<osg::Image>(symbol->getImage());
 }
 
 void PlaceNode::rebuild() {
-    _screenContent->removeChildren(0, _screenContent->getNumChildren());
+    m_screenContent->removeChildren(0, m_screenContent->getNumChildren());
     osg::ref_ptr<osg::Geometry> icon;
     const osg::ref_ptr<osg::Image> image = iconImage();
     if (image.valid() && image->s() > 0 && image->t() > 0) {
         icon = iconDrawable(*image, getStyle().get<IconSymbol>());
-        _screenContent->addChild(icon);
+        m_screenContent->addChild(icon);
     }
-    if (!_text.empty())
-        _screenContent->addChild(textContent(_text, getStyle().get<TextSymbol>(), icon.get()));
-    for (osg::Drawable* drawable : drawablesOf(*_screenContent))
-        drawable->setUserData(_label);
+    if (!m_text.empty()) {
+        m_screenContent->addChild(textContent(m_text, getStyle().get<TextSymbol>(), icon.get()));
+    }
+    for (osg::Drawable* drawable : drawablesOf(*m_screenContent)) {
+        drawable->setUserData(m_label);
+    }
     const TextSymbol* text = getStyle().get<TextSymbol>();
-    _label->competes = !text || text->declutter().get();
+    m_label->competes = !text || text->declutter().get();
     setOcclusionCulling(!text || !text->occlusionCull().isSet() || text->occlusionCull().get());
     setDynamic(getDynamic());
 }

@@ -9,7 +9,7 @@ namespace osgEarth {
 namespace Annotation {
 namespace {
 
-constexpr double DepthRangeMetres = 1e9; // beyond any eye distance
+constexpr double kDepthRangeMetres = 1e9; // beyond any eye distance
 
 } // namespace
 
@@ -26,20 +26,24 @@ osg::BoundingSphere ScreenSpace::computeBound() const {
 std::vector<osg::Drawable*> drawablesOf(osg::Group& group) {
     std::vector<osg::Drawable*> drawables;
     for (unsigned i = 0; i < group.getNumChildren(); ++i) {
-        if (osg::Drawable* drawable = group.getChild(i)->asDrawable())
+        if (osg::Drawable* drawable = group.getChild(i)->asDrawable()) {
             drawables.push_back(drawable);
-        else if (osg::Group* inner = group.getChild(i)->asGroup())
-            for (unsigned j = 0; j < inner->getNumChildren(); ++j)
-                if (osg::Drawable* drawable = inner->getChild(j)->asDrawable())
+        } else if (osg::Group* inner = group.getChild(i)->asGroup()) {
+            for (unsigned j = 0; j < inner->getNumChildren(); ++j) {
+                if (osg::Drawable* drawable = inner->getChild(j)->asDrawable()) {
                     drawables.push_back(drawable);
+                }
+            }
+        }
     }
     return drawables;
 }
 
 osg::BoundingBox ScreenSpace::contentBox() {
     osg::BoundingBox box;
-    for (const osg::Drawable* drawable : drawablesOf(*this))
+    for (const osg::Drawable* drawable : drawablesOf(*this)) {
         box.expandBy(drawable->getBoundingBox());
+    }
     return box;
 }
 
@@ -52,8 +56,9 @@ void ScreenSpace::traverse(osg::NodeVisitor& nv) {
     const osg::Matrixd toEye = *cull->getModelViewMatrix();
     const osg::Vec4d clip = osg::Vec4d(0.0, 0.0, 0.0, 1.0) * toEye * *cull->getProjectionMatrix();
     const osg::BoundingBox box = contentBox();
-    if (clip.w() <= 0.0 || !box.valid())
+    if (clip.w() <= 0.0 || !box.valid()) {
         return;
+    }
     const double width = cull->getViewport()->width();
     const double height = cull->getViewport()->height();
     const osg::Vec2d scale = pixelScale(*cull->getCurrentCamera());
@@ -65,11 +70,12 @@ void ScreenSpace::traverse(osg::NodeVisitor& nv) {
         y = std::round(y);
     }
     if (x + box.xMax() * scale.x() < 0.0 || x + box.xMin() * scale.x() > width ||
-        y + box.yMax() * scale.y() < 0.0 || y + box.yMin() * scale.y() > height)
+        y + box.yMax() * scale.y() < 0.0 || y + box.yMin() * scale.y() > height) {
         return;
+    }
 
     const double depth =
-        std::min(toEye.getTrans().length() / DepthRangeMetres, 1.0); // sorts labels among themselves
+        std::min(toEye.getTrans().length() / kDepthRangeMetres, 1.0); // sorts labels among themselves
     const osg::CullSettings::ComputeNearFarMode nearFarMode = cull->getComputeNearFarMode();
     cull->setComputeNearFarMode(osg::CullSettings::DO_NOT_COMPUTE_NEAR_FAR);
     cull->pushProjectionMatrix(new osg::RefMatrix(osg::Matrixd::ortho(0.0, width, 0.0, height, -2.0, 2.0)));

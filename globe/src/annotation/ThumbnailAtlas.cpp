@@ -7,29 +7,32 @@ namespace osgEarth {
 namespace Annotation {
 namespace {
 
-constexpr int Side = ThumbnailAtlas::sidePixels;
-constexpr int PageColumns = 32;
-constexpr int PageSide = PageColumns * Side;
-constexpr unsigned SlotsPerPage = PageColumns * PageColumns;
+constexpr int kSide = ThumbnailAtlas::kSidePixels;
+constexpr int kPageColumns = 32;
+constexpr int kPageSide = kPageColumns * kSide;
+constexpr unsigned kSlotsPerPage = kPageColumns * kPageColumns;
 
 /// Pixels of a picture of `length` that fall on one of the thumbnail's; at least one.
 struct Span {
     Span(int index, int length)
-        : first(index * length / Side), last(std::max(first + 1, (index + 1) * length / Side)) {}
+        : first(index * length / kSide), last(std::max(first + 1, (index + 1) * length / kSide)) {}
     int first;
     int last;
 };
 
 /// The pictures that are usual are read in place; others go by way of OSG's colours, which takes long.
 osg::ref_ptr<const osg::Image> withBytes(const osg::Image& picture) {
-    if (picture.getPixelFormat() == GL_RGBA && picture.getDataType() == GL_UNSIGNED_BYTE)
+    if (picture.getPixelFormat() == GL_RGBA && picture.getDataType() == GL_UNSIGNED_BYTE) {
         return &picture;
+    }
     osg::ref_ptr<osg::Image> copy = new osg::Image;
     copy->allocateImage(picture.s(), picture.t(), 1, GL_RGBA, GL_UNSIGNED_BYTE);
-    for (int row = 0; row < picture.t(); ++row)
-        for (int column = 0; column < picture.s(); ++column)
+    for (int row = 0; row < picture.t(); ++row) {
+        for (int column = 0; column < picture.s(); ++column) {
             copy->setColor(picture.getColor(static_cast<unsigned>(column), static_cast<unsigned>(row)),
                            static_cast<unsigned>(column), static_cast<unsigned>(row));
+        }
+    }
     return copy;
 }
 
@@ -46,63 +49,67 @@ osg::Vec4 meanColor(const osg::Image& picture, const Span& columns, const Span& 
                              static_cast<float>(pixel[2]) * alpha, alpha);
         }
     }
-    if (sum.a() <= 0.0f)
+    if (sum.a() <= 0.0f) {
         return {};
+    }
     return {sum.r() / sum.a(), sum.g() / sum.a(), sum.b() / sum.a(), sum.a() / static_cast<float>(pixels)};
 }
 
 } // namespace
 
 unsigned ThumbnailAtlas::Thumbnail::page() const {
-    return _slot / SlotsPerPage;
+    return m_slot / kSlotsPerPage;
 }
 
 // Half a pixel of the level within the edges: there the hardware reads that pixel alone.
 void ThumbnailAtlas::Thumbnail::corners(int level, osg::Vec2f& lowerLeft, osg::Vec2f& upperRight) const {
-    const unsigned place = _slot % SlotsPerPage;
-    const unsigned column = place % PageColumns;
-    const unsigned row = place / PageColumns;
+    const unsigned place = m_slot % kSlotsPerPage;
+    const unsigned column = place % kPageColumns;
+    const unsigned row = place / kPageColumns;
     const osg::Vec2f corner(static_cast<float>(column), static_cast<float>(row));
-    const float inset = 0.5f * static_cast<float>(1 << level) / Side;
-    lowerLeft = (corner + osg::Vec2f(inset, inset)) / PageColumns;
-    upperRight = (corner + osg::Vec2f(1.0f - inset, 1.0f - inset)) / PageColumns;
+    const float inset = 0.5f * static_cast<float>(1 << level) / kSide;
+    lowerLeft = (corner + osg::Vec2f(inset, inset)) / kPageColumns;
+    upperRight = (corner + osg::Vec2f(1.0f - inset, 1.0f - inset)) / kPageColumns;
 }
 
 ThumbnailAtlas::Thumbnail::~Thumbnail() {
-    _atlas->_freeSlots.push_back(_slot);
+    m_atlas->m_freeSlots.push_back(m_slot);
 }
 
 void ThumbnailAtlas::addPage() {
     osg::ref_ptr<osg::Image> image = new osg::Image;
-    image->allocateImage(PageSide, PageSide, 1, GL_RGBA, GL_UNSIGNED_BYTE);
+    image->allocateImage(kPageSide, kPageSide, 1, GL_RGBA, GL_UNSIGNED_BYTE);
     osg::ref_ptr<osg::Texture2D> page = new osg::Texture2D(image);
     page->setFilter(osg::Texture::MIN_FILTER, osg::Texture::LINEAR_MIPMAP_NEAREST);
     page->setFilter(osg::Texture::MAG_FILTER, osg::Texture::LINEAR);
-    page->setMaxLOD(static_cast<float>(lastLevel));
+    page->setMaxLOD(static_cast<float>(kLastLevel));
     page->setDataVariance(osg::Object::DYNAMIC);
-    const auto firstSlot = static_cast<unsigned>(_pages.size()) * SlotsPerPage;
-    for (unsigned slot = firstSlot + SlotsPerPage; slot-- > firstSlot;)
-        _freeSlots.push_back(slot);
-    _pages.push_back(page);
+    const auto firstSlot = static_cast<unsigned>(m_pages.size()) * kSlotsPerPage;
+    for (unsigned slot = firstSlot + kSlotsPerPage; slot-- > firstSlot;) {
+        m_freeSlots.push_back(slot);
+    }
+    m_pages.push_back(page);
 }
 
 osg::ref_ptr<ThumbnailAtlas::Thumbnail> ThumbnailAtlas::add(const osg::Image& picture) {
-    if (_freeSlots.empty())
+    if (m_freeSlots.empty()) {
         addPage();
-    const unsigned slot = _freeSlots.back();
-    _freeSlots.pop_back();
-    osg::Image& page = *_pages[slot / SlotsPerPage]->getImage();
-    const unsigned left = slot % SlotsPerPage % PageColumns * Side;
-    const unsigned bottom = slot % SlotsPerPage / PageColumns * Side;
+    }
+    const unsigned slot = m_freeSlots.back();
+    m_freeSlots.pop_back();
+    osg::Image& page = *m_pages[slot / kSlotsPerPage]->getImage();
+    const unsigned left = slot % kSlotsPerPage % kPageColumns * kSide;
+    const unsigned bottom = slot % kSlotsPerPage / kPageColumns * kSide;
     const bool topDown = picture.getOrigin() == osg::Image::TOP_LEFT;
     const osg::ref_ptr<const osg::Image> source = withBytes(picture);
-    for (int row = 0; row < Side; ++row) {
-        const Span rows(topDown ? Side - 1 - row : row, source->t());
+    for (int row = 0; row < kSide; ++row) {
+        const Span rows(topDown ? kSide - 1 - row : row, source->t());
         unsigned char* pixel = page.data(left, bottom + static_cast<unsigned>(row));
-        for (int column = 0; column < Side; ++column) {
+        for (int column = 0; column < kSide; ++column) {
             const osg::Vec4 color = meanColor(*source, Span(column, source->s()), rows);
-            for (unsigned channel = 0; channel < 4; ++channel)
+            for (unsigned channel = 0; channel < 4; ++channel) {
                 *pixel++ = static_cast<unsigned char>(std::lround(color[channel]));
+            }
         }
     }
     page.dirty();

@@ -14,12 +14,12 @@ namespace Annotation {
 /// frames.
 class ThumbnailAtlas : public osg::Referenced {
 public:
-    static constexpr int sidePixels = 32;
+    static constexpr int kSidePixels = 32;
 
     /// A reduced picture's place; it is free again with the last reference.
     class Thumbnail : public osg::Referenced {
     public:
-        Thumbnail(ThumbnailAtlas* atlas, unsigned slot) : _atlas(atlas), _slot(slot) {}
+        Thumbnail(ThumbnailAtlas* atlas, unsigned slot) : m_atlas(atlas), m_slot(slot) {}
 
         unsigned page() const;
         /// Texture coordinates of the lower left and upper right corners that keep to the picture when a
@@ -30,17 +30,17 @@ public:
         ~Thumbnail() override;
 
     private:
-        osg::ref_ptr<ThumbnailAtlas> _atlas;
-        unsigned _slot;
+        osg::ref_ptr<ThumbnailAtlas> m_atlas;
+        unsigned m_slot;
     };
 
     osg::ref_ptr<Thumbnail> add(const osg::Image& picture);
 
     /// The texture of a page. Levels are chosen by the shader; between them nothing is interpolated.
-    osg::Texture2D* texture(unsigned page) const { return _pages[page].get(); }
+    osg::Texture2D* texture(unsigned page) const { return m_pages[page].get(); }
 
     /// The coarsest level: a thumbnail is one pixel.
-    static constexpr int lastLevel = 5;
+    static constexpr int kLastLevel = 5;
 
 protected:
     ~ThumbnailAtlas() override = default;
@@ -48,8 +48,8 @@ protected:
 private:
     void addPage();
 
-    std::vector<osg::ref_ptr<osg::Texture2D>> _pages;
-    std::vector<unsigned> _freeSlots;
+    std::vector<osg::ref_ptr<osg::Texture2D>> m_pages;
+    std::vector<unsigned> m_freeSlots;
 };
 
 } // namespace Annotation

@@ -3,8 +3,8 @@
 namespace osgEarth {
 
 std::string Config::value(const std::string& key) const {
-    const auto found = _children.find(key);
-    return found == _children.end() ? std::string() : found->second;
+    const auto found = m_children.find(key);
+    return found == m_children.end() ? std::string() : found->second;
 }
 
 } // namespace osgEarth

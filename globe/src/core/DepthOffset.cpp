@@ -6,10 +6,10 @@
 namespace osgEarth {
 namespace {
 
-const char* const UniformName = "oe_DepthOffset_params"; // minBias, maxBias, minRange, maxRange, metres
+const char* const kUniformName = "oe_DepthOffset_params"; // minBias, maxBias, minRange, maxRange, metres
 
 // Scaling about the eye changes the depth of a vertex and nothing else on the screen.
-const char* const VertexSource =
+const char* const kVertexSource =
     "uniform vec4 oe_DepthOffset_params;\n"
     "void oe_DepthOffset_vertex(inout vec4 vertex) {\n"
     "    float range = length(vertex.xyz);\n"
@@ -27,12 +27,12 @@ float metres(const Distance& distance) {
 } // namespace
 
 DepthOffsetOptions::DepthOffsetOptions()
-    : _enabled(true), _minBias(Distance(100.0, Units::METERS)), _maxBias(Distance(10000.0, Units::METERS)),
-      _minRange(Distance(1000.0, Units::METERS)), _maxRange(Distance(10000000.0, Units::METERS)),
-      _automatic(true) {}
+    : m_enabled(true), m_minBias(Distance(100.0, Units::METERS)), m_maxBias(Distance(10000.0, Units::METERS)),
+      m_minRange(Distance(1000.0, Units::METERS)), m_maxRange(Distance(10000000.0, Units::METERS)),
+      m_automatic(true) {}
 
 void DepthOffset::install(osg::StateSet* stateSet) {
-    VirtualProgram::getOrCreate(stateSet)->setFunction("oe_DepthOffset_vertex", VertexSource,
+    VirtualProgram::getOrCreate(stateSet)->setFunction("oe_DepthOffset_vertex", kVertexSource,
                                                        ShaderComp::LOCATION_VERTEX_VIEW);
     stateSet->setAttributeAndModes(new osg::Depth(osg::Depth::LEQUAL, 0.0, 1.0, false));
 }
@@ -50,7 +50,7 @@ void DepthOffset::apply(osg::StateSet* stateSet, const DepthOffsetOptions& optio
         params.set(metres(options.minBias().get()), metres(options.maxBias().get()), minRange,
                    metres(options.maxRange().get()));
     }
-    stateSet->getOrCreateUniform(UniformName, osg::Uniform::FLOAT_VEC4)->set(params);
+    stateSet->getOrCreateUniform(kUniformName, osg::Uniform::FLOAT_VEC4)->set(params);
 }
 
 } // namespace osgEarth

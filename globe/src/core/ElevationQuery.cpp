@@ -9,27 +9,27 @@
 namespace osgEarth {
 
 void ElevationQuery::setMap(const Map* map) {
-    _map = map;
-    _sources.clear();
-    _revision = -1;
+    m_map = map;
+    m_sources.clear();
+    m_revision = -1;
 }
 
 // Takes the map's elevation rasters anew after a change; false without a map.
 bool ElevationQuery::refreshSources() {
     osg::ref_ptr<const Map> map;
-    if (!_map.lock(map)) {
+    if (!m_map.lock(map)) {
         return false;
     }
-    if (map->getDataModelRevision() == _revision) {
+    if (map->getDataModelRevision() == m_revision) {
         return true;
     }
     std::vector<osg::ref_ptr<ElevationLayer>> layers;
-    _revision = map->getLayers(layers);
-    _mapSRS = map->getSRS();
-    _sources.clear();
+    m_revision = map->getLayers(layers);
+    m_mapSRS = map->getSRS();
+    m_sources.clear();
     for (auto layer = layers.rbegin(); layer != layers.rend(); ++layer) {
         if ((*layer)->getEnabled() && (*layer)->raster() != nullptr) {
-            _sources.push_back((*layer)->raster());
+            m_sources.push_back((*layer)->raster());
         }
     }
     return true;
@@ -37,7 +37,7 @@ bool ElevationQuery::refreshSources() {
 
 float ElevationQuery::sample(double x, double y, const SpatialReference* srs,
                              double* out_actualResolution) const {
-    for (const auto& source : _sources) {
+    for (const auto& source : m_sources) {
         double sourceX = x;
         double sourceY = y;
         if (!srs->transform2D(x, y, source->srs(), sourceX, sourceY)) {
@@ -50,9 +50,9 @@ float ElevationQuery::sample(double x, double y, const SpatialReference* srs,
         if (std::isnan(height)) {
             continue;
         }
-        if (out_actualResolution != nullptr) {
-            *out_actualResolution = _mapSRS->isGeographic() ? source->resolutionDegrees()
-                                                            : source->extent().height() / source->rows();
+        if (out_actualResolution) {
+            *out_actualResolution = m_mapSRS->isGeographic() ? source->resolutionDegrees()
+                                                             : source->extent().height() / source->rows();
         }
         return height;
     }
@@ -69,7 +69,7 @@ float ElevationQuery::getElevation(const GeoPoint& point, double /*desiredResolu
 
 bool ElevationQuery::getElevations(std::vector<osg::Vec3d>& points, const SpatialReference* srs, bool ignoreZ,
                                    double /*desiredResolution*/) {
-    if (srs == nullptr || !refreshSources()) {
+    if (!srs || !refreshSources()) {
         return false;
     }
     bool hasAny = false;

@@ -5,18 +5,18 @@
 namespace osgEarth {
 
 GeoExtent::GeoExtent(const SpatialReference* srs, double west, double south, double east, double north)
-    : _srs(srs), _bounds(west, south, east, north) {}
+    : m_srs(srs), m_bounds(west, south, east, north) {}
 
-GeoExtent::GeoExtent(const SpatialReference* srs, const Bounds& bounds) : _srs(srs), _bounds(bounds) {}
+GeoExtent::GeoExtent(const SpatialReference* srs, const Bounds& bounds) : m_srs(srs), m_bounds(bounds) {}
 
 bool GeoExtent::contains(double x, double y, const SpatialReference* srs) const {
     if (!isValid()) {
         return false;
     }
-    if (srs != nullptr && srs != _srs.get() && !srs->transform2D(x, y, _srs.get(), x, y)) {
+    if (srs && srs != m_srs.get() && !srs->transform2D(x, y, m_srs.get(), x, y)) {
         return false;
     }
-    return _bounds.contains(x, y);
+    return m_bounds.contains(x, y);
 }
 
 bool GeoExtent::contains(const GeoPoint& point) const {
@@ -24,25 +24,26 @@ bool GeoExtent::contains(const GeoPoint& point) const {
 }
 
 bool GeoExtent::intersects(const GeoExtent& rhs) const {
-    const GeoExtent other = rhs.transform(_srs.get());
-    return isValid() && other.isValid() && _bounds.intersectionWith(other._bounds).isValid();
+    const GeoExtent other = rhs.transform(m_srs.get());
+    return isValid() && other.isValid() && m_bounds.intersectionWith(other.m_bounds).isValid();
 }
 
 GeoExtent GeoExtent::transform(const SpatialReference* outSRS) const {
-    if (!isValid() || outSRS == nullptr) {
+    if (!isValid() || !outSRS) {
         return {};
     }
-    if (_srs->isHorizEquivalentTo(outSRS)) {
-        return {outSRS, _bounds};
+    if (m_srs->isHorizEquivalentTo(outSRS)) {
+        return {outSRS, m_bounds};
     }
     // Edges may bend: points along the outline and inside, taken one by one because some may not convert.
-    constexpr int steps = 16;
+    constexpr int kSteps = 16;
     Bounds box;
-    for (int row = 0; row <= steps; ++row) {
-        for (int column = 0; column <= steps; ++column) {
+    for (int row = 0; row <= kSteps; ++row) {
+        for (int column = 0; column <= kSteps; ++column) {
             osg::Vec3d converted;
-            const osg::Vec3d point(west() + width() * column / steps, south() + height() * row / steps, 0.0);
-            if (_srs->transform(point, outSRS, converted)) {
+            const osg::Vec3d point(west() + width() * column / kSteps, south() + height() * row / kSteps,
+                                   0.0);
+            if (m_srs->transform(point, outSRS, converted)) {
                 box.expandBy(converted.x(), converted.y());
             }
         }
@@ -51,15 +52,15 @@ GeoExtent GeoExtent::transform(const SpatialReference* outSRS) const {
 }
 
 void GeoExtent::expandToInclude(double x, double y) {
-    _bounds.expandBy(x, y);
+    m_bounds.expandBy(x, y);
 }
 
 bool GeoExtent::expandToInclude(const GeoExtent& rhs) {
-    const GeoExtent other = rhs.transform(_srs.get());
+    const GeoExtent other = rhs.transform(m_srs.get());
     if (!other.isValid()) {
         return false;
     }
-    _bounds.expandBy(other._bounds);
+    m_bounds.expandBy(other.m_bounds);
     return true;
 }
 

@@ -21,37 +21,37 @@ double greatCircleMetres(const osg::Vec3d& fromDegrees, const osg::Vec3d& toDegr
 } // namespace
 
 GeoPoint::GeoPoint(const SpatialReference* srs, double x, double y)
-    : _srs(srs), _p(x, y, 0.0), _altMode(ALTMODE_RELATIVE) {}
+    : m_srs(srs), m_p(x, y, 0.0), m_altMode(ALTMODE_RELATIVE) {}
 
-GeoPoint::GeoPoint(const SpatialReference* srs, double x, double y, double z) : _srs(srs), _p(x, y, z) {}
+GeoPoint::GeoPoint(const SpatialReference* srs, double x, double y, double z) : m_srs(srs), m_p(x, y, z) {}
 
 GeoPoint::GeoPoint(const SpatialReference* srs, double x, double y, double z, const AltitudeMode& mode)
-    : _srs(srs), _p(x, y, z), _altMode(mode) {}
+    : m_srs(srs), m_p(x, y, z), m_altMode(mode) {}
 
-GeoPoint::GeoPoint(const SpatialReference* srs, const osg::Vec3d& xyz) : _srs(srs), _p(xyz) {}
+GeoPoint::GeoPoint(const SpatialReference* srs, const osg::Vec3d& xyz) : m_srs(srs), m_p(xyz) {}
 
 GeoPoint::GeoPoint(const SpatialReference* srs, const osg::Vec3d& xyz, const AltitudeMode& mode)
-    : _srs(srs), _p(xyz), _altMode(mode) {}
+    : m_srs(srs), m_p(xyz), m_altMode(mode) {}
 
 void GeoPoint::set(const SpatialReference* srs, double x, double y, double z, const AltitudeMode& mode) {
     set(srs, osg::Vec3d(x, y, z), mode);
 }
 
 void GeoPoint::set(const SpatialReference* srs, const osg::Vec3d& xyz, const AltitudeMode& mode) {
-    _srs = srs;
-    _p = xyz;
-    _altMode = mode;
+    m_srs = srs;
+    m_p = xyz;
+    m_altMode = mode;
 }
 
 GeoPoint GeoPoint::transform(const SpatialReference* outSRS) const {
     osg::Vec3d converted;
-    if (!isValid() || !_srs->transform(_p, outSRS, converted)) {
+    if (!isValid() || !m_srs->transform(m_p, outSRS, converted)) {
         return {};
     }
     if (isRelative()) {
-        converted.z() = _p.z(); // a height above the terrain is the same number in every system
+        converted.z() = m_p.z(); // a height above the terrain is the same number in every system
     }
-    return {outSRS, converted, _altMode};
+    return {outSRS, converted, m_altMode};
 }
 
 bool GeoPoint::transformInPlace(const SpatialReference* srs) {
@@ -63,7 +63,7 @@ bool GeoPoint::transformInPlace(const SpatialReference* srs) {
 }
 
 bool GeoPoint::makeGeographic() {
-    return isValid() && (_srs->isGeographic() || transformInPlace(_srs->getGeographicSRS()));
+    return isValid() && (m_srs->isGeographic() || transformInPlace(m_srs->getGeographicSRS()));
 }
 
 bool GeoPoint::makeAbsolute(const TerrainResolver* terrain) {
@@ -71,11 +71,11 @@ bool GeoPoint::makeAbsolute(const TerrainResolver* terrain) {
         return isValid();
     }
     double terrainHeight = 0.0;
-    if (terrain == nullptr || !terrain->getHeight(_srs.get(), x(), y(), &terrainHeight)) {
+    if (!terrain || !terrain->getHeight(m_srs.get(), x(), y(), &terrainHeight)) {
         return false;
     }
     z() += terrainHeight;
-    _altMode = ALTMODE_ABSOLUTE;
+    m_altMode = ALTMODE_ABSOLUTE;
     return true;
 }
 
@@ -84,16 +84,16 @@ bool GeoPoint::makeRelative(const TerrainResolver* terrain) {
         return isValid();
     }
     double terrainHeight = 0.0;
-    if (terrain == nullptr || !terrain->getHeight(_srs.get(), x(), y(), &terrainHeight)) {
+    if (!terrain || !terrain->getHeight(m_srs.get(), x(), y(), &terrainHeight)) {
         return false;
     }
     z() -= terrainHeight;
-    _altMode = ALTMODE_RELATIVE;
+    m_altMode = ALTMODE_RELATIVE;
     return true;
 }
 
 bool GeoPoint::toWorld(osg::Vec3d& out) const {
-    return isValid() && isAbsolute() && _srs->transformToWorld(_p, out);
+    return isValid() && isAbsolute() && m_srs->transformToWorld(m_p, out);
 }
 
 bool GeoPoint::toWorld(osg::Vec3d& out, const TerrainResolver* terrain) const {
@@ -103,7 +103,7 @@ bool GeoPoint::toWorld(osg::Vec3d& out, const TerrainResolver* terrain) const {
 
 bool GeoPoint::fromWorld(const SpatialReference* srs, const osg::Vec3d& world) {
     osg::Vec3d local;
-    if (srs == nullptr || !srs->transformFromWorld(world, local)) {
+    if (!srs || !srs->transformFromWorld(world, local)) {
         return false;
     }
     set(srs, local, ALTMODE_ABSOLUTE);
@@ -111,11 +111,11 @@ bool GeoPoint::fromWorld(const SpatialReference* srs, const osg::Vec3d& world) {
 }
 
 bool GeoPoint::createLocalToWorld(osg::Matrixd& out) const {
-    return isValid() && _srs->createLocalToWorld(_p, out);
+    return isValid() && m_srs->createLocalToWorld(m_p, out);
 }
 
 bool GeoPoint::createWorldToLocal(osg::Matrixd& out) const {
-    return isValid() && _srs->createWorldToLocal(_p, out);
+    return isValid() && m_srs->createWorldToLocal(m_p, out);
 }
 
 bool GeoPoint::createWorldUpVector(osg::Vec3d& out) const {
@@ -131,20 +131,20 @@ double GeoPoint::distanceTo(const GeoPoint& rhs) const {
     if (!isValid() || !rhs.isValid()) {
         return 0.0;
     }
-    if (_srs->isProjected() && _srs->isHorizEquivalentTo(rhs.getSRS())) {
-        return (rhs._p - _p).length() * Units::convert(_srs->getUnits(), Units::METERS, 1.0);
+    if (m_srs->isProjected() && m_srs->isHorizEquivalentTo(rhs.getSRS())) {
+        return (rhs.m_p - m_p).length() * Units::convert(m_srs->getUnits(), Units::METERS, 1.0);
     }
     GeoPoint from = *this;
     GeoPoint to = rhs;
     if (!from.makeGeographic() || !to.transformInPlace(from.getSRS())) {
         return 0.0;
     }
-    return greatCircleMetres(from._p, to._p, *from._srs->getEllipsoid());
+    return greatCircleMetres(from.m_p, to.m_p, *from.m_srs->getEllipsoid());
 }
 
 bool GeoPoint::operator==(const GeoPoint& rhs) const {
-    return isValid() && rhs.isValid() && _p == rhs._p && _altMode == rhs._altMode &&
-           _srs->isEquivalentTo(rhs.getSRS());
+    return isValid() && rhs.isValid() && m_p == rhs.m_p && m_altMode == rhs.m_altMode &&
+           m_srs->isEquivalentTo(rhs.getSRS());
 }
 
 } // namespace osgEarth

@@ -6,30 +6,34 @@ GeoTransform::GeoTransform() = default;
 GeoTransform::~GeoTransform() = default;
 
 bool GeoTransform::setPosition(const GeoPoint& position) {
-    if (!position.isValid())
+    if (!position.isValid()) {
         return false;
-    _position = position;
+    }
+    m_position = position;
     clampToTerrain();
     return true;
 }
 
 void GeoTransform::setTerrain(Terrain* terrain) {
-    _terrain = terrain;
+    m_terrain = terrain;
     clampToTerrain();
 }
 
 void GeoTransform::clampToTerrain() {
-    if (!_position.isValid())
+    if (!m_position.isValid()) {
         return;
-    GeoPoint absolute = _position;
+    }
+    GeoPoint absolute = m_position;
     if (absolute.isRelative()) {
         osg::ref_ptr<Terrain> terrain;
-        if (!_terrain.lock(terrain) || !absolute.makeAbsolute(terrain.get()))
+        if (!m_terrain.lock(terrain) || !absolute.makeAbsolute(terrain.get())) {
             absolute.altitudeMode() = ALTMODE_ABSOLUTE;
+        }
     }
     osg::Matrixd localToWorld;
-    if (absolute.createLocalToWorld(localToWorld))
+    if (absolute.createLocalToWorld(localToWorld)) {
         setMatrix(localToWorld);
+    }
 }
 
 } // namespace osgEarth

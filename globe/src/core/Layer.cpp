@@ -4,7 +4,7 @@
 namespace osgEarth {
 
 Layer::Layer(const Layer& rhs, const osg::CopyOp& op)
-    : osg::Object(rhs, op), _status(rhs._status), _enabled(rhs._enabled) {}
+    : osg::Object(rhs, op), m_status(rhs.m_status), m_enabled(rhs.m_enabled) {}
 
 UID Layer::createUID() {
     return Registry::instance()->createUID();

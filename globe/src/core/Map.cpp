@@ -11,14 +11,14 @@ const Profile* profileFor(const MapOptions& options) {
     if (options.profile().isSet()) {
         profile = Profile::create(options.profile().get());
     }
-    return profile != nullptr ? profile : Registry::instance()->getGlobalGeodeticProfile();
+    return profile ? profile : Registry::instance()->getGlobalGeodeticProfile();
 }
 
 } // namespace
 
 Map::Map() : Map(MapOptions()) {}
 
-Map::Map(const MapOptions& options) : _profile(profileFor(options)) {
+Map::Map(const MapOptions& options) : m_profile(profileFor(options)) {
     setName(options.name().get());
 }
 
@@ -27,39 +27,39 @@ void Map::addLayer(Layer* layer) {
 }
 
 void Map::insertLayer(Layer* layer, unsigned index) {
-    if (layer == nullptr) {
+    if (!layer) {
         return;
     }
     osg::ref_ptr<Layer> kept(layer);
     layer->open();
-    const std::unique_lock lock(_mutex);
-    const auto position = std::min<std::size_t>(index, _layers.size());
-    _layers.insert(_layers.begin() + static_cast<std::ptrdiff_t>(position), kept);
-    ++_revision;
+    const std::unique_lock lock(m_mutex);
+    const auto position = std::min<std::size_t>(index, m_layers.size());
+    m_layers.insert(m_layers.begin() + static_cast<std::ptrdiff_t>(position), kept);
+    ++m_revision;
 }
 
 void Map::removeLayer(Layer* layer) {
-    const std::unique_lock lock(_mutex);
-    const auto found = std::find(_layers.begin(), _layers.end(), layer);
-    if (found != _layers.end()) {
-        _layers.erase(found);
-        ++_revision;
+    const std::unique_lock lock(m_mutex);
+    const auto found = std::find(m_layers.begin(), m_layers.end(), layer);
+    if (found != m_layers.end()) {
+        m_layers.erase(found);
+        ++m_revision;
     }
 }
 
 unsigned Map::getNumLayers() const {
-    const std::shared_lock lock(_mutex);
-    return static_cast<unsigned>(_layers.size());
+    const std::shared_lock lock(m_mutex);
+    return static_cast<unsigned>(m_layers.size());
 }
 
 Layer* Map::getLayerAt(unsigned index) const {
-    const std::shared_lock lock(_mutex);
-    return index < _layers.size() ? _layers[index].get() : nullptr;
+    const std::shared_lock lock(m_mutex);
+    return index < m_layers.size() ? m_layers[index].get() : nullptr;
 }
 
 Layer* Map::getLayerByName(const std::string& name) const {
-    const std::shared_lock lock(_mutex);
-    for (const auto& layer : _layers) {
+    const std::shared_lock lock(m_mutex);
+    for (const auto& layer : m_layers) {
         if (layer->getName() == name) {
             return layer.get();
         }
@@ -68,8 +68,8 @@ Layer* Map::getLayerByName(const std::string& name) const {
 }
 
 Revision Map::getDataModelRevision() const {
-    const std::shared_lock lock(_mutex);
-    return _revision;
+    const std::shared_lock lock(m_mutex);
+    return m_revision;
 }
 
 bool Map::isSameKindAs(const osg::Object* object) const {

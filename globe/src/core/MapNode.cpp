@@ -7,17 +7,17 @@ class FindMapNode : public osg::NodeVisitor {
 public:
     explicit FindMapNode(unsigned mask) : osg::NodeVisitor(TRAVERSE_ALL_CHILDREN) { setTraversalMask(mask); }
     void apply(osg::Group& group) override {
-        if (_found == nullptr) {
-            _found = dynamic_cast<MapNode*>(&group);
+        if (!m_found) {
+            m_found = dynamic_cast<MapNode*>(&group);
         }
-        if (_found == nullptr) {
+        if (!m_found) {
             traverse(group);
         }
     }
-    MapNode* found() const { return _found; }
+    MapNode* found() const { return m_found; }
 
 private:
-    MapNode* _found = nullptr;
+    MapNode* m_found = nullptr;
 };
 
 } // namespace
@@ -27,14 +27,14 @@ MapNode::MapNode() : MapNode(new Map()) {}
 MapNode::MapNode(Map* map) : MapNode(map, MapNodeOptions()) {}
 
 MapNode::MapNode(Map* map, const MapNodeOptions& options)
-    : _map(map != nullptr ? map : new Map()), _options(options),
-      _engine(new TerrainEngineNode(_map.get(), options.getTerrainOptions())) {
+    : m_map(map ? map : new Map()), m_options(options),
+      m_engine(new TerrainEngineNode(m_map.get(), options.getTerrainOptions())) {
     setName("osgEarth::MapNode");
-    addChild(_engine);
-    if (_options.enableLighting().isSet()) {
-        const bool lit = _options.enableLighting().get();
+    addChild(m_engine);
+    if (m_options.enableLighting().isSet()) {
+        const bool lit = m_options.enableLighting().get();
         getOrCreateStateSet()->setMode(GL_LIGHTING, lit ? osg::StateAttribute::ON : osg::StateAttribute::OFF);
-        _engine->getOrCreateStateSet()
+        m_engine->getOrCreateStateSet()
             ->getOrCreateUniform("oe_terrain_relief", osg::Uniform::FLOAT)
             ->set(lit ? 1.0F : 0.0F);
     }
@@ -43,7 +43,7 @@ MapNode::MapNode(Map* map, const MapNodeOptions& options)
 MapNode::~MapNode() = default;
 
 MapNode* MapNode::findMapNode(osg::Node* graph, unsigned travMask) {
-    if (graph == nullptr) {
+    if (!graph) {
         return nullptr;
     }
     FindMapNode visitor(travMask);
@@ -52,7 +52,7 @@ MapNode* MapNode::findMapNode(osg::Node* graph, unsigned travMask) {
 }
 
 osg::BoundingSphere MapNode::computeBound() const {
-    return _engine.valid() ? _engine->getBound() : osg::BoundingSphere();
+    return m_engine.valid() ? m_engine->getBound() : osg::BoundingSphere();
 }
 
 } // namespace osgEarth

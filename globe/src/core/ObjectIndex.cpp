@@ -7,28 +7,28 @@
 namespace osgEarth {
 namespace {
 
-constexpr ObjectID FirstId = 11;
+constexpr ObjectID kFirstId = 11;
 
-const char* const VertexSource = "uniform uint oe_index_objectid_uniform;\n"
-                                 "in uint oe_index_objectid_attr;\n"
-                                 "flat out uint oe_index_objectid;\n"
-                                 "void oe_index_readObjectID(inout vec4 vertex) {\n"
-                                 "    oe_index_objectid = oe_index_objectid_uniform != 0u ?\n"
-                                 "        oe_index_objectid_uniform : oe_index_objectid_attr;\n"
-                                 "}\n";
+const char* const kVertexSource = "uniform uint oe_index_objectid_uniform;\n"
+                                  "in uint oe_index_objectid_attr;\n"
+                                  "flat out uint oe_index_objectid;\n"
+                                  "void oe_index_readObjectID(inout vec4 vertex) {\n"
+                                  "    oe_index_objectid = oe_index_objectid_uniform != 0u ?\n"
+                                  "        oe_index_objectid_uniform : oe_index_objectid_attr;\n"
+                                  "}\n";
 
 /// Calls a function for every drawable at and below a node.
 template<typename Function>
 class ForEachDrawable : public osg::NodeVisitor {
 public:
     explicit ForEachDrawable(Function function)
-        : osg::NodeVisitor(TRAVERSE_ALL_CHILDREN), _function(function) {
+        : osg::NodeVisitor(TRAVERSE_ALL_CHILDREN), m_function(function) {
         setNodeMaskOverride(~0u);
     }
-    void apply(osg::Drawable& drawable) override { _function(drawable); }
+    void apply(osg::Drawable& drawable) override { m_function(drawable); }
 
 private:
-    Function _function;
+    Function m_function;
 };
 
 const ObjectIDArray* idsOf(const osg::Geometry& geometry, int location) {
@@ -38,28 +38,29 @@ const ObjectIDArray* idsOf(const osg::Geometry& geometry, int location) {
 } // namespace
 
 ObjectIndex::ObjectIndex()
-    : _nextId(FirstId), _uniformName("oe_index_objectid_uniform"), _attribName("oe_index_objectid_attr"),
-      _attribLocation(osg::Drawable::SECONDARY_COLORS) {}
+    : m_nextId(kFirstId), m_uniformName("oe_index_objectid_uniform"), m_attribName("oe_index_objectid_attr"),
+      m_attribLocation(osg::Drawable::SECONDARY_COLORS) {}
 
 ObjectIndex::~ObjectIndex() = default;
 
 ObjectID ObjectIndex::insert(osg::Referenced* object) {
-    std::lock_guard<std::mutex> lock(_mutex);
-    const ObjectID id = _nextId++;
-    _objects[id] = object;
+    std::lock_guard<std::mutex> lock(m_mutex);
+    const ObjectID id = m_nextId++;
+    m_objects[id] = object;
     return id;
 }
 
 void ObjectIndex::remove(ObjectID id) {
-    std::lock_guard<std::mutex> lock(_mutex);
-    _objects.erase(id);
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_objects.erase(id);
 }
 
 osg::ref_ptr<osg::Referenced> ObjectIndex::lookUp(ObjectID id) const {
     osg::ref_ptr<osg::Referenced> object;
-    const auto found = _objects.find(id);
-    if (found != _objects.end())
+    const auto found = m_objects.find(id);
+    if (found != m_objects.end()) {
         found->second.lock(object);
+    }
     return object;
 }
 
@@ -71,13 +72,14 @@ ObjectID ObjectIndex::tagDrawable(osg::Drawable* drawable, osg::Referenced* obje
 
 void ObjectIndex::tagDrawable(osg::Drawable* drawable, ObjectID id) const {
     osg::Geometry* geometry = drawable ? drawable->asGeometry() : nullptr;
-    if (!geometry || !geometry->getVertexArray())
+    if (!geometry || !geometry->getVertexArray()) {
         return;
+    }
     osg::ref_ptr<ObjectIDArray> ids = new ObjectIDArray(geometry->getVertexArray()->getNumElements(), id);
     ids->setBinding(osg::Array::BIND_PER_VERTEX);
     ids->setNormalize(false);
     ids->setPreserveDataType(true);
-    geometry->setVertexAttribArray(static_cast<unsigned>(_attribLocation), ids);
+    geometry->setVertexAttribArray(static_cast<unsigned>(m_attribLocation), ids);
 }
 
 ObjectID ObjectIndex::tagAllDrawables(osg::Node* node, osg::Referenced* object) {
@@ -87,8 +89,9 @@ ObjectID ObjectIndex::tagAllDrawables(osg::Node* node, osg::Referenced* object) 
 }
 
 void ObjectIndex::tagAllDrawables(osg::Node* node, ObjectID id) const {
-    if (!node)
+    if (!node) {
         return;
+    }
     ForEachDrawable visitor([this, id](osg::Drawable& drawable) { tagDrawable(&drawable, id); });
     node->accept(visitor);
 }
@@ -100,30 +103,33 @@ ObjectID ObjectIndex::tagNode(osg::Node* node, osg::Referenced* object) {
 }
 
 void ObjectIndex::tagNode(osg::Node* node, ObjectID id) const {
-    if (node)
-        node->getOrCreateStateSet()->addUniform(new osg::Uniform(_uniformName.c_str(), id));
+    if (node) {
+        node->getOrCreateStateSet()->addUniform(new osg::Uniform(m_uniformName.c_str(), id));
+    }
 }
 
 bool ObjectIndex::getObjectID(osg::Node* node, ObjectID& out) const {
     const osg::StateSet* stateSet = node ? node->getStateSet() : nullptr;
-    const osg::Uniform* uniform = stateSet ? stateSet->getUniform(_uniformName) : nullptr;
+    const osg::Uniform* uniform = stateSet ? stateSet->getUniform(m_uniformName) : nullptr;
     return uniform && uniform->get(out);
 }
 
 bool ObjectIndex::getObjectIDs(const osg::Drawable* drawable, std::set<ObjectID>& out) const {
     const osg::Geometry* geometry = drawable ? drawable->asGeometry() : nullptr;
-    const ObjectIDArray* ids = geometry ? idsOf(*geometry, _attribLocation) : nullptr;
-    if (!ids)
+    const ObjectIDArray* ids = geometry ? idsOf(*geometry, m_attribLocation) : nullptr;
+    if (!ids) {
         return false;
+    }
     out.insert(ids->begin(), ids->end());
     return !ids->empty();
 }
 
 bool ObjectIndex::loadShaders(VirtualProgram* vp) const {
-    if (!vp)
+    if (!vp) {
         return false;
-    vp->addBindAttribLocation(_attribName, static_cast<GLuint>(_attribLocation));
-    vp->setFunction("oe_index_readObjectID", VertexSource, ShaderComp::LOCATION_VERTEX_MODEL, -1.0f);
+    }
+    vp->addBindAttribLocation(m_attribName, static_cast<GLuint>(m_attribLocation));
+    vp->setFunction("oe_index_readObjectID", kVertexSource, ShaderComp::LOCATION_VERTEX_MODEL, -1.0f);
     return true;
 }
 

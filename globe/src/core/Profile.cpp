@@ -7,7 +7,7 @@ namespace osgEarth {
 namespace {
 
 // Half the circumference of the sphere of WGS 84's equatorial radius.
-constexpr double mercatorHalfWidthMetres = 20037508.342789244;
+constexpr double kMercatorHalfWidthMetres = 20037508.342789244;
 
 bool isMercatorName(const std::string& name) {
     return name == "spherical-mercator" || name == "global-mercator";
@@ -19,7 +19,7 @@ GeoExtent naturalExtent(const SpatialReference* srs) {
         return {srs, -180.0, -90.0, 180.0, 90.0};
     }
     if (srs->isHorizEquivalentTo(SpatialReference::get("spherical-mercator"))) {
-        const double half = mercatorHalfWidthMetres;
+        const double half = kMercatorHalfWidthMetres;
         return {srs, -half, -half, half, half};
     }
     return {};
@@ -35,9 +35,9 @@ void suitableTiles(const GeoExtent& extent, unsigned& wide, unsigned& high) {
 } // namespace
 
 Profile::Profile(const GeoExtent& extent, unsigned tilesWideLod0, unsigned tilesHighLod0)
-    : _extent(extent), _tilesWide(tilesWideLod0), _tilesHigh(tilesHighLod0) {
-    if (_tilesWide == 0 || _tilesHigh == 0) {
-        suitableTiles(_extent, _tilesWide, _tilesHigh);
+    : m_extent(extent), m_tilesWide(tilesWideLod0), m_tilesHigh(tilesHighLod0) {
+    if (m_tilesWide == 0 || m_tilesHigh == 0) {
+        suitableTiles(m_extent, m_tilesWide, m_tilesHigh);
     }
 }
 
@@ -57,7 +57,7 @@ const Profile* Profile::create(const std::string& srsOrName, const std::string& 
         srsName = "spherical-mercator";
     }
     const SpatialReference* srs = SpatialReference::create(srsName, vsrs);
-    const GeoExtent extent = srs != nullptr ? naturalExtent(srs) : GeoExtent();
+    const GeoExtent extent = srs ? naturalExtent(srs) : GeoExtent();
     return extent.isValid() ? new Profile(extent, tilesWideLod0, tilesHighLod0) : nullptr;
 }
 
@@ -73,18 +73,18 @@ const Profile* Profile::create(const ProfileOptions& options) {
 }
 
 void Profile::getNumTiles(unsigned lod, unsigned& wide, unsigned& high) const {
-    wide = _tilesWide << lod;
-    high = _tilesHigh << lod;
+    wide = m_tilesWide << lod;
+    high = m_tilesHigh << lod;
 }
 
 unsigned Profile::getLevelOfDetailForHorizResolution(double resolution, int tileSize) const {
-    constexpr unsigned deepest = 23;
+    constexpr unsigned kDeepest = 23;
     if (resolution <= 0.0 || tileSize <= 0) {
-        return deepest;
+        return kDeepest;
     }
-    double levelResolution = _extent.width() / _tilesWide / tileSize;
+    double levelResolution = m_extent.width() / m_tilesWide / tileSize;
     unsigned lod = 0;
-    while (levelResolution > resolution && lod < deepest) {
+    while (levelResolution > resolution && lod < kDeepest) {
         levelResolution *= 0.5;
         ++lod;
     }

@@ -1,6 +1,7 @@
 #include "ProgramComposer.h"
 
 #include <osg/Notify>
+#include <osg/observer_ptr>
 
 #include <mutex>
 #include <regex>
@@ -13,9 +14,9 @@ namespace {
 using Entry = VirtualProgram::Entry;
 using namespace ShaderComp;
 
-constexpr int LeastVersion = 130;
+constexpr int kLeastVersion = 130;
 
-const char* const StageGlobals = "vec4 vp_Color;\nvec3 vp_Normal;\nvec4 vp_Vertex;\n";
+const char* const kStageGlobals = "vec4 vp_Color;\nvec3 vp_Normal;\nvec4 vp_Vertex;\n";
 
 bool isFragmentFunction(const Entry& entry) {
     return entry.location >= LOCATION_FRAGMENT_COLORING && entry.location <= LOCATION_FRAGMENT_OUTPUT;
@@ -39,17 +40,21 @@ std::string call(const Entry& entry, const char* argument) {
 template<typename Predicate>
 std::string declarations(const ComposedSource& source, Predicate wanted, const char* parameter) {
     std::string text;
-    for (const Entry& entry : source.entries)
-        if (wanted(entry))
+    for (const Entry& entry : source.entries) {
+        if (wanted(entry)) {
             text += "void " + entry.name + "(inout vec4 " + parameter + ");\n";
+        }
+    }
     return text;
 }
 
 std::string callsAt(const ComposedSource& source, FunctionLocation location, const char* argument) {
     std::string text;
-    for (const Entry& entry : source.entries)
-        if (entry.location == location)
+    for (const Entry& entry : source.entries) {
+        if (entry.location == location) {
             text += call(entry, argument);
+        }
+    }
     return text;
 }
 
@@ -82,30 +87,37 @@ osg::ref_ptr<osg::Shader> sharedShader(osg::Shader::Type type, const std::string
 std::string linesAtFault(const std::string& log, const std::string& source) {
     static const std::regex position("\\b0[:(](\\d+)\\b");
     std::set<int> numbers;
-    for (std::sregex_iterator match(log.begin(), log.end(), position), end; match != end; ++match)
+    for (std::sregex_iterator match(log.begin(), log.end(), position), end; match != end; ++match) {
         numbers.insert(std::stoi((*match)[1]));
+    }
     std::istringstream stream(source);
     std::string text;
     std::string line;
-    for (int number = 1; std::getline(stream, line); ++number)
-        if (numbers.count(number))
+    for (int number = 1; std::getline(stream, line); ++number) {
+        if (numbers.count(number)) {
             text += "\n  " + std::to_string(number - 1) + ": " + line; // the version line was put in front
+        }
+    }
     return text;
 }
 
 void reportOnce(const std::string& what, const std::string& log, const std::string& source) {
-    if (caches().reported.insert(what + '\n' + source).second)
+    if (caches().reported.insert(what + '\n' + source).second) {
         OSG_WARN << "[osgEarth] " << what << ": " << log << linesAtFault(log, source) << std::endl;
+    }
 }
 
 bool compiles(const osg::Shader& shader, osg::State& state) {
     osg::Shader::PerContextShader* perContext = shader.getPCS(state);
-    if (!perContext)
+    if (!perContext) {
         return false;
-    if (perContext->needsCompile())
+    }
+    if (perContext->needsCompile()) {
         perContext->compileShader(state);
-    if (perContext->isCompiled())
+    }
+    if (perContext->isCompiled()) {
         return true;
+    }
     std::string log;
     perContext->getInfoLog(log);
     reportOnce("Shader function \"" + shader.getName() + "\" does not compile and is left out", log,
@@ -114,8 +126,9 @@ bool compiles(const osg::Shader& shader, osg::State& state) {
 }
 
 osg::Shader::Type shaderType(const Entry& entry) {
-    if (entry.location == LOCATION_UNDEFINED)
+    if (entry.location == LOCATION_UNDEFINED) {
         return entry.shaderType;
+    }
     return isVertexFunction(entry) ? osg::Shader::VERTEX : osg::Shader::FRAGMENT;
 }
 
@@ -127,10 +140,12 @@ osg::ref_ptr<osg::Program> unlinkedProgram(const ComposedSource& source) {
     osg::ref_ptr<osg::Program> program = new osg::Program;
     program->addShader(sharedShader(osg::Shader::VERTEX, "main", vertexMain(source)));
     program->addShader(sharedShader(osg::Shader::FRAGMENT, "main", fragmentMain(source)));
-    for (const Entry& entry : source.entries)
+    for (const Entry& entry : source.entries) {
         program->addShader(shaderOf(entry));
-    for (const auto& [name, index] : source.attribLocations)
+    }
+    for (const auto& [name, index] : source.attribLocations) {
         program->addBindAttribLocation(name, index);
+    }
     return program;
 }
 
@@ -143,9 +158,11 @@ template<typename Predicate>
 ComposedSource onlyThose(const ComposedSource& source, Predicate wanted) {
     ComposedSource result = source;
     result.entries.clear();
-    for (const Entry& entry : source.entries)
-        if (wanted(entry))
+    for (const Entry& entry : source.entries) {
+        if (wanted(entry)) {
             result.entries.push_back(entry);
+        }
+    }
     return result;
 }
 
@@ -160,22 +177,26 @@ osg::ref_ptr<osg::Program> programWithoutCulprits(const ComposedSource& source, 
         return links(*unlinkedProgram(alone), state);
     };
     ComposedSource remaining = onlyThose(source, linksAlone);
-    if (remaining.entries.size() == source.entries.size())
+    if (remaining.entries.size() == source.entries.size()) {
         remaining.entries.clear();
+    }
     return linkedProgram(remaining, state);
 }
 
 osg::ref_ptr<osg::Program> linkedProgram(const ComposedSource& source, osg::State& state) {
-    if (source.empty())
+    if (source.empty()) {
         return new osg::Program;
+    }
     osg::ref_ptr<osg::Program> program = unlinkedProgram(source);
-    if (links(*program, state))
+    if (links(*program, state)) {
         return program;
+    }
     std::string log;
     program->getPCP(state)->getInfoLog(log);
     std::string names;
-    for (const Entry& entry : source.entries)
+    for (const Entry& entry : source.entries) {
         names += (names.empty() ? "" : ", ") + entry.name;
+    }
     reportOnce("Shader functions do not link (" + names + ")", log, "");
     return programWithoutCulprits(source, state);
 }
@@ -193,18 +214,21 @@ bool isSameFunction(const Entry& a, const Entry& b) {
 
 void ComposedSource::add(const VirtualProgram::Content& content, const osg::State& state) {
     for (const Entry& entry : content.entries) {
-        if (entry.accept.valid() && !(*entry.accept)(state))
+        if (entry.accept.valid() && !(*entry.accept)(state)) {
             continue;
+        }
         const auto present = std::find_if(entries.begin(), entries.end(), [&entry](const Entry& other) {
             return isSameFunction(entry, other);
         });
-        if (present != entries.end())
+        if (present != entries.end()) {
             *present = entry;
-        else
+        } else {
             entries.push_back(entry);
+        }
     }
-    for (const auto& [name, index] : content.attribLocations)
+    for (const auto& [name, index] : content.attribLocations) {
         attribLocations[name] = index;
+    }
 }
 
 void ComposedSource::sort() {
@@ -216,16 +240,18 @@ void ComposedSource::sort() {
 // The place in the list says all that matters of an order.
 std::string ComposedSource::key() const {
     std::ostringstream text;
-    for (const Entry& entry : entries)
+    for (const Entry& entry : entries) {
         text << entry.name << '\1' << entry.location << '\1' << entry.shaderType << '\1' << entry.source
              << '\2';
-    for (const auto& [name, index] : attribLocations)
+    }
+    for (const auto& [name, index] : attribLocations) {
         text << name << '=' << index << '\2';
+    }
     return text.str();
 }
 
 std::string vertexMain(const ComposedSource& source) {
-    return "#version 130\n" + std::string(StageGlobals) +
+    return "#version 130\n" + std::string(kStageGlobals) +
            "out vec4 oe_vp_Color;\nout vec3 oe_vp_Normal;\nout vec4 oe_vp_Vertex;\n" +
            declarations(source, isVertexFunction, "vertex") +
            "void main() {\n"
@@ -249,17 +275,20 @@ std::string fragmentMain(const ComposedSource& source) {
     bool hasOutput = false; // some function writes the colour itself
     bool declared = false;  // ... into an output of its own
     std::string outputCalls;
-    for (const Entry& entry : source.entries)
+    for (const Entry& entry : source.entries) {
         declared = declared || declaresOutput(entry);
-    for (const Entry& entry : source.entries)
+    }
+    for (const Entry& entry : source.entries) {
         if (entry.location == LOCATION_FRAGMENT_OUTPUT) {
             outputCalls += call(entry, "vp_Color");
-            if (writesOutput(entry))
+            if (writesOutput(entry)) {
                 hasOutput = true;
-            else if (!declared)
+            } else if (!declared) {
                 outputCalls += "    gl_FragColor = vp_Color;\n";
+            }
         }
-    return "#version 130\n" + std::string(StageGlobals) +
+    }
+    return "#version 130\n" + std::string(kStageGlobals) +
            "in vec4 oe_vp_Color;\nin vec3 oe_vp_Normal;\nin vec4 oe_vp_Vertex;\n" +
            declarations(source, isFragmentFunction, "color") +
            "void main() {\n"
@@ -275,7 +304,7 @@ std::string preparedSource(const std::string& source) {
     static const std::regex versionLine("(^|\\n)[ \\t]*#[ \\t]*version[ \\t]+(\\d+)[^\\n]*");
     std::string text = source;
     std::replace(text.begin(), text.end(), '"', ' ');
-    int version = LeastVersion;
+    int version = kLeastVersion;
     std::smatch match;
     if (std::regex_search(text, match, versionLine)) {
         version = std::max(version, std::stoi(match[2]));

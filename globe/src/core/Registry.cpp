@@ -49,26 +49,26 @@ Registry* Registry::instance(bool reset) {
 }
 
 ObjectIndex* Registry::objectIndex() {
-    return instance()->_objectIndex.get();
+    return instance()->m_objectIndex.get();
 }
 
 Registry::Registry()
-    : _geodetic(Profile::create("global-geodetic")), _mercator(Profile::create("spherical-mercator")),
-      _objectIndex(new ObjectIndex()) {}
+    : m_geodetic(Profile::create("global-geodetic")), m_mercator(Profile::create("spherical-mercator")),
+      m_objectIndex(new ObjectIndex()) {}
 
 Registry::~Registry() = default;
 
 osgText::Font* Registry::getDefaultFont() {
-    const std::lock_guard lock(_fontMutex);
-    if (!_defaultFont.valid()) {
-        _defaultFont = readSystemFont();
+    const std::lock_guard lock(m_fontMutex);
+    if (!m_defaultFont.valid()) {
+        m_defaultFont = readSystemFont();
     }
-    return _defaultFont.get();
+    return m_defaultFont.get();
 }
 
 void Registry::setDefaultFont(osgText::Font* font) {
-    const std::lock_guard lock(_fontMutex);
-    _defaultFont = font;
+    const std::lock_guard lock(m_fontMutex);
+    m_defaultFont = font;
 }
 
 } // namespace osgEarth

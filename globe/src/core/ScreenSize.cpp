@@ -8,23 +8,23 @@
 namespace osgEarth {
 namespace {
 
-const char* const pixelScaleName = "oe_pixelScale";
-constexpr double leastDistanceMetres = 0.1;
+const char* const kPixelScaleName = "oe_pixelScale";
+constexpr double kLeastDistanceMetres = 0.1;
 
 } // namespace
 
 void setPixelScale(osg::Camera& camera, const osg::Vec2d& scale) {
-    camera.setUserValue(pixelScaleName, scale);
+    camera.setUserValue(kPixelScaleName, scale);
 }
 
 osg::Vec2d pixelScale(const osg::Camera& camera) {
     osg::Vec2d scale(1.0, 1.0);
-    camera.getUserValue(pixelScaleName, scale);
+    camera.getUserValue(kPixelScaleName, scale);
     return scale;
 }
 
 bool isViewCamera(const osg::Camera* camera) {
-    return camera != nullptr && camera->getView() != nullptr && camera->getView()->getCamera() == camera;
+    return camera && camera->getView() && camera->getView()->getCamera() == camera;
 }
 
 double pixelsInWindow(const osg::BoundingSphere& bound, osgUtil::CullVisitor& visitor) {
@@ -32,7 +32,7 @@ double pixelsInWindow(const osg::BoundingSphere& bound, osgUtil::CullVisitor& vi
     const double pixelsPerRadian = visitor.getViewport()->height() * 0.5 *
                                    (*visitor.getProjectionMatrix())(1, 1) /
                                    pixelScale(*visitor.getCurrentCamera()).y();
-    return 2.0 * static_cast<double>(bound.radius()) / std::max(distance, leastDistanceMetres) *
+    return 2.0 * static_cast<double>(bound.radius()) / std::max(distance, kLeastDistanceMetres) *
            pixelsPerRadian;
 }
 

@@ -14,13 +14,13 @@
 namespace osgEarth {
 namespace {
 
-const char* const sphericalMercatorProj =
+const char* const kSphericalMercatorProj =
     "+proj=merc +a=6378137 +b=6378137 +lat_ts=0 +lon_0=0 +x_0=0 +y_0=0 +k=1 +units=m +nadgrids=@null +wktext "
     "+no_defs +type=crs";
-const char* const worldMercatorProj = "+proj=merc +lon_0=0 +k=1 +x_0=0 +y_0=0 +ellps=WGS84 +datum=WGS84 "
-                                      "+units=m +no_defs +type=crs";
-const char* const plateCarreeProj = "+proj=eqc +lat_ts=0 +lat_0=0 +lon_0=0 +x_0=0 +y_0=0 +ellps=WGS84 "
-                                    "+datum=WGS84 +units=m +no_defs +type=crs";
+const char* const kWorldMercatorProj = "+proj=merc +lon_0=0 +k=1 +x_0=0 +y_0=0 +ellps=WGS84 +datum=WGS84 "
+                                       "+units=m +no_defs +type=crs";
+const char* const kPlateCarreeProj = "+proj=eqc +lat_ts=0 +lat_0=0 +lon_0=0 +x_0=0 +y_0=0 +ellps=WGS84 "
+                                     "+datum=WGS84 +units=m +no_defs +type=crs";
 
 std::string trimmed(const std::string& text) {
     const auto first = text.find_first_not_of(" \t\r\n");
@@ -38,14 +38,14 @@ std::string lowerCase(std::string text) {
 std::string definitionFor(const std::string& init) {
     static const std::map<std::string, std::string> names = {{"wgs84", "EPSG:4326"},
                                                              {"global-geodetic", "EPSG:4326"},
-                                                             {"spherical-mercator", sphericalMercatorProj},
-                                                             {"global-mercator", sphericalMercatorProj},
-                                                             {"epsg:900913", sphericalMercatorProj},
-                                                             {"epsg:3785", sphericalMercatorProj},
-                                                             {"epsg:102113", sphericalMercatorProj},
-                                                             {"world-mercator", worldMercatorProj},
-                                                             {"plate-carre", plateCarreeProj},
-                                                             {"plate-carree", plateCarreeProj}};
+                                                             {"spherical-mercator", kSphericalMercatorProj},
+                                                             {"global-mercator", kSphericalMercatorProj},
+                                                             {"epsg:900913", kSphericalMercatorProj},
+                                                             {"epsg:3785", kSphericalMercatorProj},
+                                                             {"epsg:102113", kSphericalMercatorProj},
+                                                             {"world-mercator", kWorldMercatorProj},
+                                                             {"plate-carre", kPlateCarreeProj},
+                                                             {"plate-carree", kPlateCarreeProj}};
     const auto found = names.find(lowerCase(init));
     return found != names.end() ? found->second : init;
 }
@@ -53,7 +53,7 @@ std::string definitionFor(const std::string& init) {
 std::string exportWkt(const OGRSpatialReference& ogr) {
     char* text = nullptr;
     ogr.exportToWkt(&text);
-    std::string wkt = text != nullptr ? text : "";
+    std::string wkt = text ? text : "";
     CPLFree(text);
     return wkt;
 }
@@ -69,7 +69,7 @@ Units unitsOf(const OGRSpatialReference& ogr) {
             return known;
         }
     }
-    return {name != nullptr ? name : "units", name != nullptr ? name : "u", Units::TYPE_LINEAR, metres};
+    return {name ? name : "units", name ? name : "u", Units::TYPE_LINEAR, metres};
 }
 
 // PROJ reports every unusable definition; the caller's null result says the same.
@@ -147,15 +147,15 @@ SpatialReference* SpatialReference::createUncached(const std::string& init, cons
 
 SpatialReference::SpatialReference(std::unique_ptr<OGRSpatialReference> ogr, std::string horizInit,
                                    std::string vertInit)
-    : _ogr(std::move(ogr)), _horizInit(std::move(horizInit)), _vertInit(std::move(vertInit)),
-      _wkt(exportWkt(*_ogr)), _units(unitsOf(*_ogr)),
-      _ellipsoid(new osg::EllipsoidModel(_ogr->GetSemiMajor(), _ogr->GetSemiMinor())) {
-    const char* name = _ogr->GetName();
-    _name = name != nullptr ? name : "";
-    if (_ogr->IsGeocentric()) {
-        _domain = Domain::Geocentric;
-    } else if (_ogr->IsProjected()) {
-        _domain = Domain::Projected;
+    : m_ogr(std::move(ogr)), m_horizInit(std::move(horizInit)), m_vertInit(std::move(vertInit)),
+      m_wkt(exportWkt(*m_ogr)), m_units(unitsOf(*m_ogr)),
+      m_ellipsoid(new osg::EllipsoidModel(m_ogr->GetSemiMajor(), m_ogr->GetSemiMinor())) {
+    const char* name = m_ogr->GetName();
+    m_name = name ? name : "";
+    if (m_ogr->IsGeocentric()) {
+        m_domain = Domain::Geocentric;
+    } else if (m_ogr->IsProjected()) {
+        m_domain = Domain::Projected;
     }
 }
 
@@ -164,7 +164,7 @@ SpatialReference::~SpatialReference() = default;
 bool SpatialReference::transform(const osg::Vec3d& in, const SpatialReference* outSRS,
                                  osg::Vec3d& out) const {
     osg::Vec3d point = in;
-    if (outSRS == nullptr || !transformPoints(1, &point, *outSRS)) {
+    if (!outSRS || !transformPoints(1, &point, *outSRS)) {
         return false;
     }
     out = point;
@@ -172,7 +172,7 @@ bool SpatialReference::transform(const osg::Vec3d& in, const SpatialReference* o
 }
 
 bool SpatialReference::transform(std::vector<osg::Vec3d>& inout, const SpatialReference* outSRS) const {
-    if (outSRS == nullptr) {
+    if (!outSRS) {
         return false;
     }
     if (outSRS == this || inout.empty()) {
@@ -193,7 +193,7 @@ bool SpatialReference::transformPoints(std::size_t count, osg::Vec3d* points,
     }
     if (isGeocentric() && !out.isGeocentric()) {
         std::transform(points, points + count, points,
-                       [this](const osg::Vec3d& point) { return ecefToGeodetic(*_ellipsoid, point); });
+                       [this](const osg::Vec3d& point) { return ecefToGeodetic(*m_ellipsoid, point); });
         return getGeographicSRS()->transformPoints(count, points, out);
     }
     if (out.isGeocentric() && !isGeocentric()) {
@@ -201,7 +201,7 @@ bool SpatialReference::transformPoints(std::size_t count, osg::Vec3d* points,
             return false;
         }
         std::transform(points, points + count, points,
-                       [&out](const osg::Vec3d& point) { return geodeticToEcef(*out._ellipsoid, point); });
+                       [&out](const osg::Vec3d& point) { return geodeticToEcef(*out.m_ellipsoid, point); });
         return true;
     }
     if (!TransformPool::instance().transform(*this, out, count, points)) {
@@ -228,48 +228,48 @@ bool SpatialReference::transform2D(double x, double y, const SpatialReference* o
 }
 
 bool SpatialReference::transformToWorld(const osg::Vec3d& in, osg::Vec3d& out_world) const {
-    out_world = isGeographic() ? geodeticToEcef(*_ellipsoid, in) : in;
+    out_world = isGeographic() ? geodeticToEcef(*m_ellipsoid, in) : in;
     return true;
 }
 
 bool SpatialReference::transformFromWorld(const osg::Vec3d& world, osg::Vec3d& out_local,
                                           double* out_geodeticZ) const {
-    out_local = isGeographic() ? ecefToGeodetic(*_ellipsoid, world) : world;
-    if (out_geodeticZ != nullptr) {
+    out_local = isGeographic() ? ecefToGeodetic(*m_ellipsoid, world) : world;
+    if (out_geodeticZ) {
         *out_geodeticZ = out_local.z();
     }
     return true;
 }
 
 bool SpatialReference::isHorizEquivalentTo(const SpatialReference* rhs) const {
-    if (rhs == nullptr) {
+    if (!rhs) {
         return false;
     }
     return rhs == this || TransformPool::instance().areEquivalent(*this, *rhs);
 }
 
 bool SpatialReference::isEquivalentTo(const SpatialReference* rhs) const {
-    return isHorizEquivalentTo(rhs) && _vertInit == rhs->_vertInit;
+    return isHorizEquivalentTo(rhs) && m_vertInit == rhs->m_vertInit;
 }
 
 const SpatialReference* SpatialReference::getGeographicSRS() const {
-    if (isGeographic() && _vertInit.empty()) {
+    if (isGeographic() && m_vertInit.empty()) {
         return this;
     }
-    if (_geographic == nullptr) {
-        _geographic = findGeographic(); // several threads may find the same
+    if (!m_geographic) {
+        m_geographic = findGeographic(); // several threads may find the same
     }
-    return _geographic;
+    return m_geographic;
 }
 
 const SpatialReference* SpatialReference::findGeographic() const {
-    const std::unique_ptr<OGRSpatialReference> geographic(_ogr->CloneGeogCS());
-    if (geographic == nullptr) {
+    const std::unique_ptr<OGRSpatialReference> geographic(m_ogr->CloneGeogCS());
+    if (!geographic) {
         return nullptr;
     }
     const SpatialReference* wgs84 = get("wgs84");
     geographic->SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
-    return geographic->IsSame(wgs84->_ogr.get()) != 0 ? wgs84 : create(exportWkt(*geographic));
+    return geographic->IsSame(wgs84->m_ogr.get()) != 0 ? wgs84 : create(exportWkt(*geographic));
 }
 
 const SpatialReference* SpatialReference::getGeocentricSRS() const {
@@ -278,7 +278,7 @@ const SpatialReference* SpatialReference::getGeocentricSRS() const {
     }
     OGRSpatialReference geocentric;
     geocentric.SetGeocCS("Geocentric");
-    geocentric.CopyGeogCSFrom(_ogr.get());
+    geocentric.CopyGeogCSFrom(m_ogr.get());
     geocentric.SetLinearUnits("metre", 1.0);
     return create(exportWkt(geocentric));
 }
@@ -290,9 +290,9 @@ bool SpatialReference::createLocalToWorld(const osg::Vec3d& point, osg::Matrixd&
     }
     osg::Vec3d geodetic = point;
     if (isGeocentric()) {
-        geodetic = ecefToGeodetic(*_ellipsoid, point);
+        geodetic = ecefToGeodetic(*m_ellipsoid, point);
     }
-    _ellipsoid->computeLocalToWorldTransformFromLatLongHeight(
+    m_ellipsoid->computeLocalToWorldTransformFromLatLongHeight(
         osg::DegreesToRadians(geodetic.y()), osg::DegreesToRadians(geodetic.x()), geodetic.z(), out);
     return true;
 }

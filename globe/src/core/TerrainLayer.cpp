@@ -8,21 +8,21 @@
 
 namespace osgEarth {
 
-TerrainLayer::TerrainLayer(const TerrainLayerOptions& options) : _options(options) {
+TerrainLayer::TerrainLayer(const TerrainLayerOptions& options) : m_options(options) {
     setName(options.name().get());
 }
 
 const Status& TerrainLayer::open() {
-    if (_opened) {
+    if (m_opened) {
         return getStatus();
     }
-    _opened = true;
+    m_opened = true;
     Status status;
-    const std::string location = _options.driver()->rasterUrl()->full();
+    const std::string location = m_options.driver()->rasterUrl()->full();
     if (location.empty()) {
         status = Status(Status::ConfigurationError, "no raster given");
     } else {
-        _raster = RasterSource::open(location, status);
+        m_raster = RasterSource::open(location, status);
     }
     setStatus(status);
     if (status.isError()) {
@@ -32,25 +32,25 @@ const Status& TerrainLayer::open() {
 }
 
 const Status& TerrainLayer::getStatus() const {
-    const Status* failure = _raster != nullptr ? _raster->failure() : nullptr;
-    return failure != nullptr ? *failure : Layer::getStatus();
+    const Status* failure = m_raster ? m_raster->failure() : nullptr;
+    return failure ? *failure : Layer::getStatus();
 }
 
 int TerrainLayer::getAppearanceRevision() const {
-    return _appearanceRevision + (_raster != nullptr ? _raster->revision() : 0);
+    return m_appearanceRevision + (m_raster ? m_raster->revision() : 0);
 }
 
 float TerrainLayer::getPreparation() const {
-    return _raster != nullptr ? _raster->preparation() : 1.0F;
+    return m_raster ? m_raster->preparation() : 1.0F;
 }
 
 GeoExtent TerrainLayer::getExtent() const {
-    return _raster != nullptr ? _raster->extent() : GeoExtent();
+    return m_raster ? m_raster->extent() : GeoExtent();
 }
 
 void TerrainLayer::setVisible(bool visible) {
-    if (visible != _visible) {
-        _visible = visible;
+    if (visible != m_visible) {
+        m_visible = visible;
         appearanceChanged();
     }
 }
@@ -62,8 +62,8 @@ ImageLayer::ImageLayer(const ImageLayerOptions& options) : TerrainLayer(options)
 
 void ImageLayer::setOpacity(float opacity) {
     const float clamped = osg::clampBetween(opacity, 0.0F, 1.0F);
-    if (clamped != _opacity) {
-        _opacity = clamped;
+    if (clamped != m_opacity) {
+        m_opacity = clamped;
         appearanceChanged();
     }
 }

@@ -10,28 +10,28 @@ GeoExtent TileKey::getExtent() const {
     }
     unsigned wide = 0;
     unsigned high = 0;
-    _profile->getNumTiles(_lod, wide, high);
-    const GeoExtent& whole = _profile->getExtent();
+    m_profile->getNumTiles(m_lod, wide, high);
+    const GeoExtent& whole = m_profile->getExtent();
     // Each edge is computed from its own index, so that neighbours share it to the last bit.
     const auto column = [&](unsigned i) { return whole.west() + whole.width() * i / wide; };
     const auto row = [&](unsigned i) { return whole.north() - whole.height() * i / high; };
-    return {_profile->getSRS(), column(_x), row(_y + 1), column(_x + 1), row(_y)};
+    return {m_profile->getSRS(), column(m_x), row(m_y + 1), column(m_x + 1), row(m_y)};
 }
 
 TileKey TileKey::createChildKey(unsigned quadrant) const {
-    return {_lod + 1, _x * 2 + (quadrant & 1U), _y * 2 + (quadrant >> 1U), _profile.get()};
+    return {m_lod + 1, m_x * 2 + (quadrant & 1U), m_y * 2 + (quadrant >> 1U), m_profile.get()};
 }
 
 TileKey TileKey::createParentKey() const {
-    return _lod == 0 ? TileKey() : TileKey(_lod - 1, _x / 2, _y / 2, _profile.get());
+    return m_lod == 0 ? TileKey() : TileKey(m_lod - 1, m_x / 2, m_y / 2, m_profile.get());
 }
 
 std::string TileKey::str() const {
-    return std::to_string(_lod) + "/" + std::to_string(_x) + "/" + std::to_string(_y);
+    return std::to_string(m_lod) + "/" + std::to_string(m_x) + "/" + std::to_string(m_y);
 }
 
 bool TileKey::operator<(const TileKey& rhs) const {
-    return std::tie(_lod, _x, _y) < std::tie(rhs._lod, rhs._x, rhs._y);
+    return std::tie(m_lod, m_x, m_y) < std::tie(rhs.m_lod, rhs.m_x, rhs.m_y);
 }
 
 } // namespace osgEarth

@@ -27,7 +27,7 @@ ProjObject definitionIn(PJ_CONTEXT* context, const SpatialReference& srs) {
     static const char* const options[] = {"FORMAT=WKT2_2019", nullptr};
     char* text = nullptr;
     srs.ogr().exportToWkt(&text, options);
-    ProjObject definition(text != nullptr ? proj_create(context, text) : nullptr);
+    ProjObject definition(text ? proj_create(context, text) : nullptr);
     CPLFree(text);
     return definition;
 }
@@ -38,29 +38,29 @@ ProjObject definitionIn(PJ_CONTEXT* context, const SpatialReference& srs) {
 class TransformPool::Transformation {
 public:
     Transformation(const SpatialReference& from, const SpatialReference& to)
-        : _context(proj_context_create()) {
+        : m_context(proj_context_create()) {
         // A point outside a projection's reach is an answer, not an error.
-        proj_log_level(_context.get(), PJ_LOG_NONE);
-        const ProjObject source = definitionIn(_context.get(), from);
-        const ProjObject target = definitionIn(_context.get(), to);
-        if (source == nullptr || target == nullptr) {
+        proj_log_level(m_context.get(), PJ_LOG_NONE);
+        const ProjObject source = definitionIn(m_context.get(), from);
+        const ProjObject target = definitionIn(m_context.get(), to);
+        if (!source || !target) {
             return;
         }
         const ProjObject byAuthority(
-            proj_create_crs_to_crs_from_pj(_context.get(), source.get(), target.get(), nullptr, nullptr));
-        if (byAuthority != nullptr) {
-            _eastFirst.reset(proj_normalize_for_visualization(_context.get(), byAuthority.get()));
+            proj_create_crs_to_crs_from_pj(m_context.get(), source.get(), target.get(), nullptr, nullptr));
+        if (byAuthority) {
+            m_eastFirst.reset(proj_normalize_for_visualization(m_context.get(), byAuthority.get()));
         }
     }
 
     bool convert(std::size_t count, osg::Vec3d* points) {
-        if (_eastFirst == nullptr) {
+        if (!m_eastFirst) {
             return false;
         }
-        constexpr std::size_t stride = sizeof(osg::Vec3d);
+        constexpr std::size_t kStride = sizeof(osg::Vec3d);
         double noEpoch = HUGE_VAL;
-        proj_trans_generic(_eastFirst.get(), PJ_FWD, &points->x(), stride, count, &points->y(), stride, count,
-                           &points->z(), stride, count, &noEpoch, 0, 1);
+        proj_trans_generic(m_eastFirst.get(), PJ_FWD, &points->x(), kStride, count, &points->y(), kStride,
+                           count, &points->z(), kStride, count, &noEpoch, 0, 1);
         for (std::size_t i = 0; i < count; ++i) {
             if (!std::isfinite(points[i].x()) || !std::isfinite(points[i].y())) {
                 return false;
@@ -70,8 +70,8 @@ public:
     }
 
 private:
-    std::unique_ptr<PJ_CONTEXT, ProjDeleter> _context;
-    ProjObject _eastFirst;
+    std::unique_ptr<PJ_CONTEXT, ProjDeleter> m_context;
+    ProjObject m_eastFirst;
 };
 
 TransformPool::TransformPool() = default;
@@ -83,7 +83,7 @@ TransformPool& TransformPool::instance() {
 }
 
 TransformPool::Entry& TransformPool::entryFor(const SpatialReference& from, const SpatialReference& to) {
-    const auto [position, isNew] = _entries.try_emplace(Pair(&from, &to));
+    const auto [position, isNew] = m_entries.try_emplace(Pair(&from, &to));
     if (isNew) {
         position->second.equivalent = sameDefinition(from, to);
     }
@@ -91,7 +91,7 @@ TransformPool::Entry& TransformPool::entryFor(const SpatialReference& from, cons
 }
 
 bool TransformPool::areEquivalent(const SpatialReference& from, const SpatialReference& to) {
-    const std::lock_guard lock(_mutex);
+    const std::lock_guard lock(m_mutex);
     return entryFor(from, to).equivalent;
 }
 
@@ -100,7 +100,7 @@ bool TransformPool::transform(const SpatialReference& from, const SpatialReferen
     std::unique_ptr<Transformation> transformation;
     Entry* entry = nullptr;
     {
-        const std::lock_guard lock(_mutex);
+        const std::lock_guard lock(m_mutex);
         entry = &entryFor(from, to);
         if (entry->equivalent) {
             return true;
@@ -110,11 +110,11 @@ bool TransformPool::transform(const SpatialReference& from, const SpatialReferen
             entry->idle.pop_back();
         }
     }
-    if (transformation == nullptr) {
+    if (!transformation) {
         transformation = std::make_unique<Transformation>(from, to);
     }
     const bool converted = transformation->convert(count, points);
-    const std::lock_guard lock(_mutex);
+    const std::lock_guard lock(m_mutex);
     entry->idle.push_back(std::move(transformation));
     return converted;
 }

@@ -38,8 +38,8 @@ private:
 
     Entry& entryFor(const SpatialReference& from, const SpatialReference& to);
 
-    std::mutex _mutex;
-    std::map<Pair, Entry> _entries; // entries stay where they are, so references hold
+    std::mutex m_mutex;
+    std::map<Pair, Entry> m_entries; // entries stay where they are, so references hold
 };
 
 } // namespace osgEarth

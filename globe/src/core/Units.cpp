@@ -30,17 +30,17 @@ const Units Units::PIXELS("pixels", "px", TYPE_SCREEN_SIZE, 1.0);
 Units::Units() = default;
 
 Units::Units(const std::string& name, const std::string& abbreviation, Type type, double toBase)
-    : _name(name), _abbreviation(abbreviation), _type(type), _toBase(toBase) {}
+    : m_name(name), m_abbreviation(abbreviation), m_type(type), m_toBase(toBase) {}
 
 double Units::convert(const Units& from, const Units& to, double input) {
     if (from == to || !from.canConvert(to)) {
         return input;
     }
-    return input * from._toBase / to._toBase;
+    return input * from.m_toBase / to.m_toBase;
 }
 
 bool Units::operator==(const Units& rhs) const {
-    return _type == rhs._type && _toBase == rhs._toBase;
+    return m_type == rhs.m_type && m_toBase == rhs.m_toBase;
 }
 
 } // namespace osgEarth

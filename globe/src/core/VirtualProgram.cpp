@@ -3,6 +3,7 @@
 #include <osg/State>
 #include <osgEarth/VirtualProgram>
 
+#include <algorithm>
 #include <sstream>
 
 namespace osgEarth {
@@ -12,14 +13,17 @@ namespace {
 unsigned contentIdOf(const VirtualProgram::Content& content) {
     static std::mutex mutex;
     static std::map<std::string, unsigned> ids;
-    if (content.entries.empty() && content.attribLocations.empty())
+    if (content.entries.empty() && content.attribLocations.empty()) {
         return 0;
+    }
     std::ostringstream text;
-    for (const VirtualProgram::Entry& entry : content.entries)
+    for (const VirtualProgram::Entry& entry : content.entries) {
         text << entry.name << '\1' << entry.location << '\1' << entry.shaderType << '\1' << entry.order
              << '\1' << entry.accept.get() << '\1' << entry.source << '\2';
-    for (const auto& [name, index] : content.attribLocations)
+    }
+    for (const auto& [name, index] : content.attribLocations) {
         text << name << '=' << index << '\2';
+    }
     const std::lock_guard<std::mutex> lock(mutex);
     return ids.emplace(text.str(), static_cast<unsigned>(ids.size()) + 1).first->second;
 }
@@ -27,10 +31,12 @@ unsigned contentIdOf(const VirtualProgram::Content& content) {
 } // namespace
 
 VirtualProgram* VirtualProgram::getOrCreate(osg::StateSet* on) {
-    if (!on)
+    if (!on) {
         return nullptr;
-    if (VirtualProgram* present = get(on))
+    }
+    if (VirtualProgram* present = get(on)) {
         return present;
+    }
     osg::ref_ptr<VirtualProgram> made = new VirtualProgram;
     on->setAttributeAndModes(made, osg::StateAttribute::ON);
     return made.get();
@@ -42,24 +48,25 @@ VirtualProgram* VirtualProgram::get(osg::StateSet* on) {
 
 VirtualProgram* VirtualProgram::cloneOrCreate(osg::StateSet* on) {
     const VirtualProgram* present = get(on);
-    if (!present)
+    if (!present) {
         return getOrCreate(on);
+    }
     osg::ref_ptr<VirtualProgram> copy = new VirtualProgram(*present);
     on->setAttributeAndModes(copy, osg::StateAttribute::ON);
     return copy.get();
 }
 
-VirtualProgram::VirtualProgram(unsigned) : _contentId(0), _hasAcceptCallbacks(false) {}
+VirtualProgram::VirtualProgram(unsigned) : m_contentId(0), m_hasAcceptCallbacks(false) {}
 
 VirtualProgram::VirtualProgram(const VirtualProgram& rhs, const osg::CopyOp& op)
-    : osg::StateAttribute(rhs, op), _content(rhs.copyContent()), _contentId(rhs._contentId.load()),
-      _hasAcceptCallbacks(rhs._hasAcceptCallbacks.load()) {}
+    : osg::StateAttribute(rhs, op), m_content(rhs.copyContent()), m_contentId(rhs.m_contentId.load()),
+      m_hasAcceptCallbacks(rhs.m_hasAcceptCallbacks.load()) {}
 
 VirtualProgram::~VirtualProgram() = default;
 
 VirtualProgram::Content VirtualProgram::copyContent() const {
-    const std::lock_guard<std::mutex> lock(_mutex);
-    return _content;
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_content;
 }
 
 void VirtualProgram::setFunction(const std::string& name, const std::string& source,
@@ -93,20 +100,21 @@ osg::Shader* VirtualProgram::setShader(const std::string& id, osg::Shader* shade
 
 // Replacing in place keeps the place in the order of insertion.
 void VirtualProgram::put(Entry entry) {
-    const std::lock_guard<std::mutex> lock(_mutex);
-    for (Entry& present : _content.entries)
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    for (Entry& present : m_content.entries) {
         if (isSameFunction(present, entry)) {
             present = std::move(entry);
             contentChanged();
             return;
         }
-    _content.entries.push_back(std::move(entry));
+    }
+    m_content.entries.push_back(std::move(entry));
     contentChanged();
 }
 
 void VirtualProgram::removeShader(const std::string& name) {
-    const std::lock_guard<std::mutex> lock(_mutex);
-    std::vector<Entry>& entries = _content.entries;
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    std::vector<Entry>& entries = m_content.entries;
     entries.erase(std::remove_if(entries.begin(), entries.end(),
                                  [&name](const Entry& entry) { return entry.name == name; }),
                   entries.end());
@@ -114,30 +122,31 @@ void VirtualProgram::removeShader(const std::string& name) {
 }
 
 void VirtualProgram::addBindAttribLocation(const std::string& name, GLuint index) {
-    const std::lock_guard<std::mutex> lock(_mutex);
-    _content.attribLocations[name] = index;
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_content.attribLocations[name] = index;
     contentChanged();
 }
 
 void VirtualProgram::setInheritShaders(bool value) {
-    const std::lock_guard<std::mutex> lock(_mutex);
-    _content.inherits = value;
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_content.inherits = value;
 }
 
 bool VirtualProgram::getInheritShaders() const {
-    const std::lock_guard<std::mutex> lock(_mutex);
-    return _content.inherits;
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_content.inherits;
 }
 
 // The mutex is held. Programs made for the former content go with their last user.
 void VirtualProgram::contentChanged() {
-    const unsigned id = contentIdOf(_content);
-    if (id == _contentId)
+    const unsigned id = contentIdOf(m_content);
+    if (id == m_contentId) {
         return;
-    _contentId = id;
-    _hasAcceptCallbacks = std::any_of(_content.entries.begin(), _content.entries.end(),
-                                      [](const Entry& entry) { return entry.accept.valid(); });
-    _programs.clear();
+    }
+    m_contentId = id;
+    m_hasAcceptCallbacks = std::any_of(m_content.entries.begin(), m_content.entries.end(),
+                                       [](const Entry& entry) { return entry.accept.valid(); });
+    m_programs.clear();
 }
 
 // An empty program: what OSG applies where no program is on the stack has to be the fixed pipeline.
@@ -147,10 +156,11 @@ osg::Object* VirtualProgram::cloneType() const {
 
 int VirtualProgram::compare(const osg::StateAttribute& other) const {
     COMPARE_StateAttribute_Types(VirtualProgram, other);
-    const unsigned mine = _contentId;
-    const unsigned theirs = rhs._contentId;
-    if (mine != theirs)
+    const unsigned mine = m_contentId;
+    const unsigned theirs = rhs.m_contentId;
+    if (mine != theirs) {
         return mine < theirs ? -1 : 1;
+    }
     return static_cast<int>(getInheritShaders()) - static_cast<int>(rhs.getInheritShaders());
 }
 
@@ -165,60 +175,68 @@ void VirtualProgram::apply(osg::State& state) const {
 std::vector<const VirtualProgram*> VirtualProgram::stackOf(osg::State& state) const {
     std::vector<const VirtualProgram*> stack;
     const auto push = [&stack](const VirtualProgram* program) {
-        if (!program->getInheritShaders())
+        if (!program->getInheritShaders()) {
             stack.clear();
+        }
         stack.push_back(program);
     };
     for (const osg::State::AttributePair& pair : state.getAttributeVec(this)) {
-        if (const VirtualProgram* program = dynamic_cast<const VirtualProgram*>(pair.first))
+        if (const VirtualProgram* program = dynamic_cast<const VirtualProgram*>(pair.first)) {
             push(program);
-        else
+        } else {
             stack.clear(); // a plain program has replaced what is above it
+        }
     }
-    if (stack.empty() || stack.back() != this)
+    if (stack.empty() || stack.back() != this) {
         push(this);
+    }
     return stack;
 }
 
 osg::ref_ptr<osg::Program> VirtualProgram::programFor(osg::State& state) const {
     const std::vector<const VirtualProgram*> stack = stackOf(state);
     const bool cacheable = std::none_of(stack.begin(), stack.end(), [](const VirtualProgram* program) {
-        return program->_hasAcceptCallbacks.load();
+        return program->m_hasAcceptCallbacks.load();
     });
     std::vector<unsigned> chain;
     chain.reserve(stack.size());
-    for (const VirtualProgram* program : stack)
-        chain.push_back(program->_contentId);
+    for (const VirtualProgram* program : stack) {
+        chain.push_back(program->m_contentId);
+    }
 
     if (cacheable) {
-        const std::lock_guard<std::mutex> lock(_mutex);
-        const auto found = _programs.find(chain);
-        if (found != _programs.end())
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        const auto found = m_programs.find(chain);
+        if (found != m_programs.end()) {
             return found->second;
+        }
     }
 
     ComposedSource source;
-    for (const VirtualProgram* program : stack)
+    for (const VirtualProgram* program : stack) {
         source.add(program->copyContent(), state);
+    }
     source.sort();
     osg::ref_ptr<osg::Program> composed = composedProgram(source, state);
-    if (!cacheable)
+    if (!cacheable) {
         chain.assign(1, 0u); // only keeps the latest alive
-    const std::lock_guard<std::mutex> lock(_mutex);
-    _programs[chain] = composed;
+    }
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_programs[chain] = composed;
     return composed;
 }
 
 void VirtualProgram::resizeGLObjectBuffers(unsigned maxSize) {
-    const std::lock_guard<std::mutex> lock(_mutex);
-    for (const auto& entry : _programs)
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    for (const auto& entry : m_programs) {
         entry.second->resizeGLObjectBuffers(maxSize);
+    }
 }
 
 // Programs are shared; the last virtual program that lets go of one releases it.
 void VirtualProgram::releaseGLObjects(osg::State*) const {
-    const std::lock_guard<std::mutex> lock(_mutex);
-    _programs.clear();
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_programs.clear();
 }
 
 } // namespace osgEarth

@@ -7,7 +7,7 @@ namespace {
 
 // Below this size the ground between a shape's corners departs from straight lines by less than what lifts
 // shapes off the ground.
-constexpr double SmallPixels = 40.0;
+constexpr double kSmallPixels = 40.0;
 
 } // namespace
 
@@ -18,10 +18,11 @@ DetailSwitch::DetailSwitch(osg::Node* fine, osg::Node* coarse) {
 
 void DetailSwitch::traverse(osg::NodeVisitor& nv) {
     osgUtil::CullVisitor* visitor = nv.asCullVisitor();
-    if (visitor)
-        getChild(pixelsInWindow(getBound(), *visitor) < SmallPixels ? 1 : 0)->accept(nv);
-    else
+    if (visitor) {
+        getChild(pixelsInWindow(getBound(), *visitor) < kSmallPixels ? 1 : 0)->accept(nv);
+    } else {
         osg::Group::traverse(nv);
+    }
 }
 
 } // namespace Features

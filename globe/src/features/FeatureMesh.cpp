@@ -15,24 +15,26 @@ namespace {
 
 using namespace Symbology;
 
-constexpr double PiecesAcrossFill = 56.0;   // how finely a fill on the ground is cut
-constexpr double PiecesAlongLine = 400.0;   // the same of a line
-constexpr double ShortestPieceMetres = 1.0; // no finer than this
-constexpr std::size_t MaxTriangles = 20000;
-constexpr double MetresPerDegree = 111320.0; // along the equator and any meridian
+constexpr double kPiecesAcrossFill = 56.0;   // how finely a fill on the ground is cut
+constexpr double kPiecesAlongLine = 400.0;   // the same of a line
+constexpr double kShortestPieceMetres = 1.0; // no finer than this
+constexpr std::size_t kMaxTriangles = 20000;
+constexpr double kMetresPerDegree = 111320.0; // along the equator and any meridian
 
 /// Outer ring, holes, or the line itself.
 std::vector<osg::ref_ptr<const Geometry>> partsOf(const Geometry& geometry) {
     std::vector<osg::ref_ptr<const Geometry>> parts{&geometry};
-    if (const auto* polygon = dynamic_cast<const Polygon*>(&geometry))
+    if (const auto* polygon = dynamic_cast<const Polygon*>(&geometry)) {
         parts.insert(parts.end(), polygon->getHoles().begin(), polygon->getHoles().end());
+    }
     return parts;
 }
 
 osg::Vec3d middleOf(const std::vector<osg::Vec3d>& points) {
     osg::BoundingBoxd box;
-    for (const osg::Vec3d& point : points)
+    for (const osg::Vec3d& point : points) {
         box.expandBy(point);
+    }
     return box.center();
 }
 
@@ -40,16 +42,19 @@ osg::ref_ptr<osg::Vec3Array> inFrame(const std::vector<osg::Vec3d>& points,
                                      const std::vector<double>& heights, const LocalPlane& plane) {
     osg::ref_ptr<osg::Vec3Array> vertices = new osg::Vec3Array;
     vertices->reserve(points.size());
-    for (std::size_t i = 0; i < points.size(); ++i)
+    for (std::size_t i = 0; i < points.size(); ++i) {
         vertices->push_back(plane.toFrame({points[i].x(), points[i].y(), heights[i]}));
+    }
     return vertices;
 }
 
 double extentOf(const std::vector<std::vector<osg::Vec3d>>& lines) {
     osg::BoundingBoxd box;
-    for (const std::vector<osg::Vec3d>& line : lines)
-        for (const osg::Vec3d& point : line)
+    for (const std::vector<osg::Vec3d>& line : lines) {
+        for (const osg::Vec3d& point : line) {
             box.expandBy(point);
+        }
+    }
     return box.valid() ? std::hypot(box.xMax() - box.xMin(), box.yMax() - box.yMin()) : 0.0;
 }
 
@@ -58,11 +63,12 @@ osg::ref_ptr<osg::DrawElementsUInt> cornersOf(const std::vector<osg::Vec3d>& lin
                                               const std::vector<osg::Vec3d>& pieces) {
     osg::ref_ptr<osg::DrawElementsUInt> strip = new osg::DrawElementsUInt(GL_LINE_STRIP);
     std::size_t corner = 0;
-    for (std::size_t i = 0; i < pieces.size() && corner < line.size(); ++i)
+    for (std::size_t i = 0; i < pieces.size() && corner < line.size(); ++i) {
         if (pieces[i] == line[corner]) {
             strip->push_back(static_cast<GLuint>(i));
             ++corner;
         }
+    }
     return strip;
 }
 
@@ -76,11 +82,11 @@ osg::Vec3d onUnitSphere(const osg::Vec3d& lonLat) {
 /// wherever the straight way in degrees would differ visibly. The ends are copies: they may be points of the
 /// line, which moves while it grows.
 void appendGreatCircle(std::vector<osg::Vec3d>& line, osg::Vec3d a, osg::Vec3d b) {
-    constexpr double piece = 0.02; // radians
+    constexpr double kPiece = 0.02; // radians
     const osg::Vec3d from = onUnitSphere(a);
     const osg::Vec3d to = onUnitSphere(b);
     const double angle = std::acos(std::clamp(from * to, -1.0, 1.0));
-    const int pieces = static_cast<int>(std::ceil(angle / piece));
+    const int pieces = static_cast<int>(std::ceil(angle / kPiece));
     const double sine = std::sin(angle);
     for (int i = 1; i < pieces && sine > 1e-9; ++i) {
         const double t = static_cast<double>(i) / pieces;
@@ -101,61 +107,71 @@ bool isClamped(const Style& style) {
 }
 
 FeatureMesh::FeatureMesh(MapNode& mapNode, const Style& nodeStyle, const GeometryCompilerOptions& options)
-    : _mapSRS(mapNode.getMapSRS()), _nodeStyle(nodeStyle), _options(options), _ground(mapNode),
-      _clamped(isClamped(nodeStyle) && !options.ignoreAltitudeSymbol().get()), _keepsOwnHeights(!_clamped) {
+    : m_mapSRS(mapNode.getMapSRS()), m_nodeStyle(nodeStyle), m_options(options), m_ground(mapNode),
+      m_clamped(isClamped(nodeStyle) && !options.ignoreAltitudeSymbol().get()),
+      m_keepsOwnHeights(!m_clamped) {
     const AltitudeSymbol* altitude = nodeStyle.get<AltitudeSymbol>();
-    if (!altitude || options.ignoreAltitudeSymbol().get())
+    if (!altitude || options.ignoreAltitudeSymbol().get()) {
         return;
-    _verticalOffset = altitude->verticalOffset()->eval();
-    _verticalScale = altitude->verticalScale()->eval();
-    _keepsOwnHeights = altitude->clamping() != AltitudeSymbol::CLAMP_TO_TERRAIN;
+    }
+    m_verticalOffset = altitude->verticalOffset()->eval();
+    m_verticalScale = altitude->verticalScale()->eval();
+    m_keepsOwnHeights = altitude->clamping() != AltitudeSymbol::CLAMP_TO_TERRAIN;
 }
 
 osg::ref_ptr<osg::MatrixTransform> FeatureMesh::build(const Feature& feature) {
     const Geometry* geometry = feature.getGeometry();
-    if (!geometry || geometry->empty() || !feature.getSRS())
+    if (!geometry || geometry->empty() || !feature.getSRS()) {
         return nullptr;
+    }
     std::vector<osg::Vec3d> corners = geometry->asVector();
-    if (!feature.getSRS()->transform(corners, _mapSRS.get()))
+    if (!feature.getSRS()->transform(corners, m_mapSRS.get())) {
         return nullptr;
+    }
     osg::Vec3d anchor = middleOf(corners);
-    if (_clamped)
-        anchor.z() = _ground.heightAt(anchor.x(), anchor.y());
-    const LocalPlane plane(_mapSRS.get(), anchor);
-    _commonGround.reset();
-    const AltitudeSymbol* altitude = _nodeStyle.get<AltitudeSymbol>();
-    if (_clamped && altitude->binding() == AltitudeSymbol::BINDING_CENTROID)
-        _commonGround = anchor.z();
+    if (m_clamped) {
+        anchor.z() = m_ground.heightAt(anchor.x(), anchor.y());
+    }
+    const LocalPlane plane(m_mapSRS.get(), anchor);
+    m_commonGround.reset();
+    const AltitudeSymbol* altitude = m_nodeStyle.get<AltitudeSymbol>();
+    if (m_clamped && altitude->binding() == AltitudeSymbol::BINDING_CENTROID) {
+        m_commonGround = anchor.z();
+    }
 
     const Style& own = feature.style().get();
     const PolygonSymbol* polygon =
-        own.has<PolygonSymbol>() ? own.get<PolygonSymbol>() : _nodeStyle.get<PolygonSymbol>();
-    const LineSymbol* line = own.has<LineSymbol>() ? own.get<LineSymbol>() : _nodeStyle.get<LineSymbol>();
+        own.has<PolygonSymbol>() ? own.get<PolygonSymbol>() : m_nodeStyle.get<PolygonSymbol>();
+    const LineSymbol* line = own.has<LineSymbol>() ? own.get<LineSymbol>() : m_nodeStyle.get<LineSymbol>();
     const bool isArea = geometry->getType() == Geometry::TYPE_POLYGON;
     const bool isClosed = isArea || geometry->getType() == Geometry::TYPE_RING;
 
     osg::ref_ptr<osg::Group> fine = new osg::Group;
     osg::ref_ptr<osg::Group> coarse = new osg::Group;
     const auto add = [&fine, &coarse](const Drawn& drawn) {
-        if (!drawn.fine.valid())
+        if (!drawn.fine.valid()) {
             return;
+        }
         fine->addChild(drawn.fine);
         coarse->addChild(drawn.coarse);
     };
     std::vector<Line> lines = linesInPlane(partsOf(*geometry), feature.getSRS(), plane);
-    if (isArea && polygon)
+    if (isArea && polygon) {
         add(fillOf(lines, polygon->fill()->color(), plane));
+    }
     if (line && geometry->getType() != Geometry::TYPE_POINTSET &&
         !(isArea && polygon && !polygon->outline().get())) {
         for (Line& part : lines) {
-            if (isClosed && part.size() > 2)
+            if (isClosed && part.size() > 2) {
                 part.push_back(part.front());
+            }
             const bool onScreen = line->stroke()->widthUnits().get() == Units::PIXELS;
             add(onScreen ? strokeOf(part, *line, plane) : ribbonOf(part, *line, plane));
         }
     }
-    if (fine->getNumChildren() == 0)
+    if (fine->getNumChildren() == 0) {
         return nullptr;
+    }
     osg::ref_ptr<osg::MatrixTransform> result = new osg::MatrixTransform(plane.frameToWorld());
     result->addChild(new DetailSwitch(fine, coarse));
     return result;
@@ -164,24 +180,29 @@ osg::ref_ptr<osg::MatrixTransform> FeatureMesh::build(const Feature& feature) {
 std::vector<FeatureMesh::Line>
 FeatureMesh::linesInPlane(const std::vector<osg::ref_ptr<const Geometry>>& parts, const SpatialReference* srs,
                           const LocalPlane& plane) const {
-    const bool greatCircles = _mapSRS->isGeographic() && _options.geoInterp().get() == GEOINTERP_GREAT_CIRCLE;
+    const bool greatCircles =
+        m_mapSRS->isGeographic() && m_options.geoInterp().get() == GEOINTERP_GREAT_CIRCLE;
     std::vector<Line> lines;
     for (const osg::ref_ptr<const Geometry>& part : parts) {
         Line points = part->asVector();
-        if (!srs->transform(points, _mapSRS.get()))
+        if (!srs->transform(points, m_mapSRS.get())) {
             continue;
+        }
         Line line;
         for (const osg::Vec3d& point : points) {
-            if (greatCircles && !line.empty())
+            if (greatCircles && !line.empty()) {
                 appendGreatCircle(line, line.back(), point);
+            }
             line.push_back(point);
         }
-        for (osg::Vec3d& point : line)
+        for (osg::Vec3d& point : line) {
             point = plane.toPlane(point);
+        }
         lines.push_back(withoutRepeats(line));
         if (lines.back().size() > 2 && lines.back().front() == lines.back().back() &&
-            part->getType() >= Geometry::TYPE_RING)
+            part->getType() >= Geometry::TYPE_RING) {
             lines.back().pop_back();
+        }
     }
     return lines;
 }
@@ -189,29 +210,32 @@ FeatureMesh::linesInPlane(const std::vector<osg::ref_ptr<const Geometry>>& parts
 // On the ground as fine as the extent allows; elsewhere only as fine as the globe's curvature asks.
 double FeatureMesh::longestEdge(double extentMetres, double parts) const {
     const double curvature =
-        _mapSRS->isGeographic() ? _options.maxGranularity().get() * MetresPerDegree : 1e12;
-    return _clamped ? std::clamp(extentMetres / parts, ShortestPieceMetres, curvature) : curvature;
+        m_mapSRS->isGeographic() ? m_options.maxGranularity().get() * kMetresPerDegree : 1e12;
+    return m_clamped ? std::clamp(extentMetres / parts, kShortestPieceMetres, curvature) : curvature;
 }
 
 double FeatureMesh::pieceLength(const Line& line, const LineSymbol& symbol) const {
     const double length = lengthOf(line);
-    if (symbol.tessellationSize().isSet() && symbol.tessellationSize()->getValue() > 0.0)
-        return std::max(symbol.tessellationSize()->as(Units::METERS), length / (8.0 * PiecesAlongLine));
-    if (symbol.tessellation().isSet() && symbol.tessellation().get() > 0)
+    if (symbol.tessellationSize().isSet() && symbol.tessellationSize()->getValue() > 0.0) {
+        return std::max(symbol.tessellationSize()->as(Units::METERS), length / (8.0 * kPiecesAlongLine));
+    }
+    if (symbol.tessellation().isSet() && symbol.tessellation().get() > 0) {
         return length / symbol.tessellation().get() /
                static_cast<double>(std::max<std::size_t>(line.size() - 1, 1));
-    return longestEdge(length, PiecesAlongLine);
+    }
+    return longestEdge(length, kPiecesAlongLine);
 }
 
 // Subdivision adds points behind those that there are, so the first triangles stay good.
 FeatureMesh::Drawn FeatureMesh::fillOf(const std::vector<Line>& rings, const Color& color,
                                        const LocalPlane& plane) {
     TriangleMesh mesh = triangulate(rings);
-    if (mesh.indices.empty())
+    if (mesh.indices.empty()) {
         return {};
+    }
     const osg::ref_ptr<osg::DrawElementsUInt> undivided =
         new osg::DrawElementsUInt(GL_TRIANGLES, mesh.indices.begin(), mesh.indices.end());
-    subdivide(mesh, longestEdge(extentOf(rings), PiecesAcrossFill), MaxTriangles);
+    subdivide(mesh, longestEdge(extentOf(rings), kPiecesAcrossFill), kMaxTriangles);
     return withCoarse(drawable(mesh, color, plane), undivided);
 }
 
@@ -227,8 +251,9 @@ FeatureMesh::Drawn FeatureMesh::withCoarse(osg::Geometry* fine, osg::PrimitiveSe
 
 FeatureMesh::Drawn FeatureMesh::strokeOf(const Line& line, const LineSymbol& symbol,
                                          const LocalPlane& plane) {
-    if (line.size() < 2)
+    if (line.size() < 2) {
         return {};
+    }
     const Stroke& stroke = symbol.stroke().get();
     osg::ref_ptr<osg::Geometry> geometry = new osg::Geometry;
     geometry->setUseVertexBufferObjects(true);
@@ -236,8 +261,9 @@ FeatureMesh::Drawn FeatureMesh::strokeOf(const Line& line, const LineSymbol& sym
     const Line pieces = densified(line, pieceLength(line, symbol));
     const std::vector<double> heights = heightsOf(pieces, plane);
     geometry->setVertexArray(inFrame(pieces, heights, plane));
-    for (std::size_t i = 1; i < pieces.size(); i += 3)
+    for (std::size_t i = 1; i < pieces.size(); i += 3) {
         measureDeviation((pieces[i - 1] + pieces[i]) * 0.5, (heights[i - 1] + heights[i]) / 2.0, plane);
+    }
     osg::ref_ptr<osg::Vec4Array> colors = new osg::Vec4Array(osg::Array::BIND_OVERALL, 1, &stroke.color());
     geometry->setColorArray(colors);
     geometry->addPrimitiveSet(new osg::DrawArrays(GL_LINE_STRIP, 0, static_cast<int>(pieces.size())));
@@ -245,9 +271,10 @@ FeatureMesh::Drawn FeatureMesh::strokeOf(const Line& line, const LineSymbol& sym
     osg::StateSet* stateSet = geometry->getOrCreateStateSet();
     GLUtils::setLineWidth(stateSet, std::max(stroke.width().get(), std::max(stroke.minPixels().get(), 1.0f)),
                           osg::StateAttribute::ON);
-    if (stroke.stipplePattern().get() != 0xFFFF)
+    if (stroke.stipplePattern().get() != 0xFFFF) {
         GLUtils::setLineStipple(stateSet, static_cast<int>(stroke.stippleFactor().get()),
                                 stroke.stipplePattern().get(), osg::StateAttribute::ON);
+    }
     orderLine(stateSet);
     return withCoarse(geometry, cornersOf(line, pieces));
 }
@@ -255,8 +282,9 @@ FeatureMesh::Drawn FeatureMesh::strokeOf(const Line& line, const LineSymbol& sym
 // A ribbon that is small on the screen is rare and has few pieces: it has one form.
 FeatureMesh::Drawn FeatureMesh::ribbonOf(const Line& line, const LineSymbol& symbol,
                                          const LocalPlane& plane) {
-    if (line.size() < 2)
+    if (line.size() < 2) {
         return {};
+    }
     const Stroke& stroke = symbol.stroke().get();
     const double width =
         Units::convert(stroke.widthUnits().get(), Units::METERS, static_cast<double>(stroke.width().get()));
@@ -268,8 +296,9 @@ FeatureMesh::Drawn FeatureMesh::ribbonOf(const Line& line, const LineSymbol& sym
 
 // On the ground a line comes right after its own fill.
 void FeatureMesh::orderLine(osg::StateSet* stateSet) const {
-    if (!_clamped)
+    if (!m_clamped) {
         stateSet->setRenderBinDetails(1, "DepthSortedBin"); // within the node's bin: after all fills
+    }
 }
 
 osg::ref_ptr<osg::Geometry> FeatureMesh::drawable(const TriangleMesh& mesh, const Color& color,
@@ -295,25 +324,28 @@ osg::ref_ptr<osg::Geometry> FeatureMesh::drawable(const TriangleMesh& mesh, cons
 std::vector<double> FeatureMesh::heightsOf(const std::vector<osg::Vec3d>& points, const LocalPlane& plane) {
     std::vector<double> heights;
     heights.reserve(points.size());
-    for (const osg::Vec3d& point : points)
+    for (const osg::Vec3d& point : points) {
         heights.push_back(heightOf(point, plane));
+    }
     return heights;
 }
 
 double FeatureMesh::heightOf(const osg::Vec3d& planePoint, const LocalPlane& plane) {
-    double height = _verticalOffset;
-    if (_keepsOwnHeights)
-        height += planePoint.z() * _verticalScale;
-    if (_clamped) {
+    double height = m_verticalOffset;
+    if (m_keepsOwnHeights) {
+        height += planePoint.z() * m_verticalScale;
+    }
+    if (m_clamped) {
         const osg::Vec3d mapPoint = plane.toMap(planePoint);
-        height += _commonGround ? *_commonGround : _ground.heightAt(mapPoint.x(), mapPoint.y());
+        height += m_commonGround ? *m_commonGround : m_ground.heightAt(mapPoint.x(), mapPoint.y());
     }
     return height;
 }
 
 void FeatureMesh::measureDeviation(const osg::Vec3d& middle, double heightBetween, const LocalPlane& plane) {
-    if (_clamped)
-        _deviationMetres = std::max(_deviationMetres, heightOf(middle, plane) - heightBetween);
+    if (m_clamped) {
+        m_deviationMetres = std::max(m_deviationMetres, heightOf(middle, plane) - heightBetween);
+    }
 }
 
 } // namespace Features

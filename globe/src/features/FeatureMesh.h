@@ -30,7 +30,7 @@ public:
     osg::ref_ptr<osg::MatrixTransform> build(const Feature& feature);
 
     /// Metres by which the ground rises above what was built between its points, as far as sampled.
-    double deviationMetres() const { return _deviationMetres; }
+    double deviationMetres() const { return m_deviationMetres; }
 
 private:
     typedef std::vector<osg::Vec3d> Line;
@@ -57,16 +57,16 @@ private:
     void orderLine(osg::StateSet* stateSet) const;
     static Drawn withCoarse(osg::Geometry* fine, osg::PrimitiveSet* coarse);
 
-    osg::ref_ptr<const SpatialReference> _mapSRS;
-    const Symbology::Style& _nodeStyle;
-    const GeometryCompilerOptions& _options;
-    GroundSampler _ground;
-    bool _clamped;
-    bool _keepsOwnHeights;
-    double _verticalOffset = 0.0;
-    double _verticalScale = 1.0;
-    std::optional<double> _commonGround; // with centroid binding
-    double _deviationMetres = 0.0;
+    osg::ref_ptr<const SpatialReference> m_mapSRS;
+    const Symbology::Style& m_nodeStyle;
+    const GeometryCompilerOptions& m_options;
+    GroundSampler m_ground;
+    bool m_clamped;
+    bool m_keepsOwnHeights;
+    double m_verticalOffset = 0.0;
+    double m_verticalScale = 1.0;
+    std::optional<double> m_commonGround; // with centroid binding
+    double m_deviationMetres = 0.0;
 };
 
 } // namespace Features

@@ -4,8 +4,8 @@ namespace osgEarth {
 namespace Features {
 
 GeometryCompilerOptions::GeometryCompilerOptions()
-    : _maxGranularity(10.0), _geoInterp(GEOINTERP_GREAT_CIRCLE), _mergeGeometry(true),
-      _ignoreAltitudeSymbol(false) {}
+    : m_maxGranularity(10.0), m_geoInterp(GEOINTERP_GREAT_CIRCLE), m_mergeGeometry(true),
+      m_ignoreAltitudeSymbol(false) {}
 
 } // namespace Features
 } // namespace osgEarth

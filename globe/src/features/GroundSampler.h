@@ -17,8 +17,8 @@ public:
     double heightAt(double x, double y);
 
 private:
-    osg::ref_ptr<MapNode> _mapNode;
-    ElevationQuery _query;
+    osg::ref_ptr<MapNode> m_mapNode;
+    ElevationQuery m_query;
 };
 
 } // namespace osgEarth

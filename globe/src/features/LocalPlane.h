@@ -21,15 +21,15 @@ public:
     osg::Vec3d toPlane(const osg::Vec3d& mapPoint) const;
     osg::Vec3d toMap(const osg::Vec3d& planePoint) const;
     osg::Vec3f toFrame(const osg::Vec3d& planePoint) const;
-    const osg::Matrixd& frameToWorld() const { return _frameToWorld; }
+    const osg::Matrixd& frameToWorld() const { return m_frameToWorld; }
 
 private:
-    osg::ref_ptr<const SpatialReference> _mapSRS;
-    osg::Vec3d _anchor;
-    double _metresPerX = 1.0;
-    double _metresPerY = 1.0;
-    osg::Matrixd _frameToWorld;
-    osg::Matrixd _worldToFrame;
+    osg::ref_ptr<const SpatialReference> m_mapSRS;
+    osg::Vec3d m_anchor;
+    double m_metresPerX = 1.0;
+    double m_metresPerY = 1.0;
+    osg::Matrixd m_frameToWorld;
+    osg::Matrixd m_worldToFrame;
 };
 
 } // namespace osgEarth

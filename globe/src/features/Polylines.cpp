@@ -21,27 +21,31 @@ osg::Vec2d leftOf(const osg::Vec3d& a, const osg::Vec3d& b) {
 
 /// From a corner to the outline one half-width away, along the bisector.
 osg::Vec2d mitre(const osg::Vec2d& before, const osg::Vec2d& after) {
-    constexpr double longest = 3.0;
+    constexpr double kLongest = 3.0;
     osg::Vec2d bisector = before + after;
-    if (bisector.normalize() < 1e-9)
+    if (bisector.normalize() < 1e-9) {
         return after;
-    return bisector * std::min(1.0 / std::max(bisector * after, 1e-9), longest);
+    }
+    return bisector * std::min(1.0 / std::max(bisector * after, 1e-9), kLongest);
 }
 
 } // namespace
 
 double lengthOf(const std::vector<osg::Vec3d>& line) {
     double length = 0.0;
-    for (std::size_t i = 1; i < line.size(); ++i)
+    for (std::size_t i = 1; i < line.size(); ++i) {
         length += pieceLength(line[i - 1], line[i]);
+    }
     return length;
 }
 
 std::vector<osg::Vec3d> withoutRepeats(const std::vector<osg::Vec3d>& line) {
     std::vector<osg::Vec3d> result;
-    for (const osg::Vec3d& point : line)
-        if (result.empty() || pieceLength(result.back(), point) > 0.0)
+    for (const osg::Vec3d& point : line) {
+        if (result.empty() || pieceLength(result.back(), point) > 0.0) {
             result.push_back(point);
+        }
+    }
     return result;
 }
 
@@ -51,8 +55,9 @@ std::vector<osg::Vec3d> densified(const std::vector<osg::Vec3d>& line, double lo
         if (!result.empty()) {
             const osg::Vec3d start = result.back();
             const int pieces = static_cast<int>(std::ceil(pieceLength(start, point) / longestPiece));
-            for (int i = 1; i < pieces; ++i)
+            for (int i = 1; i < pieces; ++i) {
                 result.push_back(start + (point - start) * (static_cast<double>(i) / pieces));
+            }
         }
         result.push_back(point);
     }
@@ -68,8 +73,9 @@ TriangleMesh ribbon(const std::vector<osg::Vec3d>& line, double width) {
         mesh.points.push_back(line[i] + osg::Vec3d(aside.x(), aside.y(), 0.0));
         mesh.points.push_back(line[i] - osg::Vec3d(aside.x(), aside.y(), 0.0));
     }
-    for (unsigned i = 0; i + 3 < mesh.points.size(); i += 2)
+    for (unsigned i = 0; i + 3 < mesh.points.size(); i += 2) {
         mesh.indices.insert(mesh.indices.end(), {i, i + 1, i + 3, i, i + 3, i + 2});
+    }
     return mesh;
 }
 

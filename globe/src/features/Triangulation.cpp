@@ -4,6 +4,7 @@
 #include <osg/TriangleIndexFunctor>
 #include <osgUtil/Tessellator>
 
+#include <algorithm>
 #include <map>
 #include <set>
 #include <utility>
@@ -22,9 +23,11 @@ double cross2D(const osg::Vec3d& a, const osg::Vec3d& b, const osg::Vec3d& c) {
 
 std::size_t distinctPoints(const std::vector<std::vector<osg::Vec3d>>& rings) {
     std::set<std::pair<double, double>> distinct;
-    for (const std::vector<osg::Vec3d>& ring : rings)
-        for (const osg::Vec3d& point : ring)
+    for (const std::vector<osg::Vec3d>& ring : rings) {
+        for (const osg::Vec3d& point : ring) {
             distinct.emplace(point.x(), point.y());
+        }
+    }
     return distinct.size();
 }
 
@@ -34,8 +37,9 @@ osg::ref_ptr<osg::Geometry> outlineGeometry(const std::vector<std::vector<osg::V
     osg::ref_ptr<osg::Vec3Array> vertices = new osg::Vec3Array;
     for (const std::vector<osg::Vec3d>& ring : rings) {
         const int first = static_cast<int>(vertices->size());
-        for (const osg::Vec3d& point : ring)
+        for (const osg::Vec3d& point : ring) {
             vertices->push_back(osg::Vec3f(point));
+        }
         geometry->addPrimitiveSet(new osg::DrawArrays(GL_POLYGON, first, static_cast<int>(ring.size())));
     }
     geometry->setVertexArray(vertices);
@@ -48,10 +52,12 @@ struct CollectTriangles {
     void operator()(unsigned a, unsigned b, unsigned c) {
         const std::vector<osg::Vec3d>& p = mesh->points;
         const double area = cross2D(p[a], p[b], p[c]);
-        if (area == 0.0)
+        if (area == 0.0) {
             return;
-        if (area < 0.0)
+        }
+        if (area < 0.0) {
             std::swap(b, c);
+        }
         mesh->indices.insert(mesh->indices.end(), {a, b, c});
     }
 };
@@ -59,14 +65,15 @@ struct CollectTriangles {
 /// One round of cutting: every edge over the limit gets a point in its middle, which both neighbours share.
 class EdgeSplitter {
 public:
-    EdgeSplitter(TriangleMesh& mesh, double longestEdge) : _mesh(mesh), _longestEdge(longestEdge) {}
+    EdgeSplitter(TriangleMesh& mesh, double longestEdge) : m_mesh(mesh), m_longestEdge(longestEdge) {}
 
     bool split() {
         std::vector<unsigned> before;
-        before.swap(_mesh.indices);
-        for (std::size_t i = 0; i < before.size(); i += 3)
+        before.swap(m_mesh.indices);
+        for (std::size_t i = 0; i < before.size(); i += 3) {
             splitTriangle({before[i], before[i + 1], before[i + 2]});
-        return !_middles.empty();
+        }
+        return !m_middles.empty();
     }
 
 private:
@@ -75,18 +82,19 @@ private:
     };
 
     bool isLong(unsigned a, unsigned b) const {
-        return length2D(_mesh.points[a], _mesh.points[b]) > _longestEdge;
+        return length2D(m_mesh.points[a], m_mesh.points[b]) > m_longestEdge;
     }
 
     unsigned middle(unsigned a, unsigned b) {
         const auto edge = std::minmax(a, b);
-        const auto [found, isNew] = _middles.emplace(edge, static_cast<unsigned>(_mesh.points.size()));
-        if (isNew)
-            _mesh.points.push_back((_mesh.points[a] + _mesh.points[b]) * 0.5);
+        const auto [found, isNew] = m_middles.emplace(edge, static_cast<unsigned>(m_mesh.points.size()));
+        if (isNew) {
+            m_mesh.points.push_back((m_mesh.points[a] + m_mesh.points[b]) * 0.5);
+        }
         return found->second;
     }
 
-    void emit(unsigned a, unsigned b, unsigned c) { _mesh.indices.insert(_mesh.indices.end(), {a, b, c}); }
+    void emit(unsigned a, unsigned b, unsigned c) { m_mesh.indices.insert(m_mesh.indices.end(), {a, b, c}); }
 
     void splitTriangle(Triangle t) {
         const int longEdges = isLong(t.a, t.b) + isLong(t.b, t.c) + isLong(t.c, t.a);
@@ -107,8 +115,9 @@ private:
 
     template<typename Condition>
     static Triangle turned(Triangle t, Condition holds) {
-        while (!holds(t))
+        while (!holds(t)) {
             t = {t.b, t.c, t.a};
+        }
         return t;
     }
 
@@ -136,17 +145,18 @@ private:
         emit(m, n, o);
     }
 
-    TriangleMesh& _mesh;
-    double _longestEdge;
-    std::map<std::pair<unsigned, unsigned>, unsigned> _middles;
+    TriangleMesh& m_mesh;
+    double m_longestEdge;
+    std::map<std::pair<unsigned, unsigned>, unsigned> m_middles;
 };
 
 } // namespace
 
 TriangleMesh triangulate(const std::vector<std::vector<osg::Vec3d>>& rings) {
     TriangleMesh mesh;
-    if (distinctPoints(rings) < 3)
+    if (distinctPoints(rings) < 3) {
         return mesh;
+    }
     const osg::ref_ptr<osg::Geometry> geometry = outlineGeometry(rings);
     osg::ref_ptr<osgUtil::Tessellator> tessellator = new osgUtil::Tessellator;
     tessellator->setTessellationType(osgUtil::Tessellator::TESS_TYPE_GEOMETRY);
@@ -155,8 +165,9 @@ TriangleMesh triangulate(const std::vector<std::vector<osg::Vec3d>>& rings) {
     tessellator->retessellatePolygons(*geometry);
 
     const auto* vertices = dynamic_cast<const osg::Vec3Array*>(geometry->getVertexArray());
-    if (!vertices)
+    if (!vertices) {
         return mesh;
+    }
     mesh.points.assign(vertices->begin(), vertices->end());
     osg::TriangleIndexFunctor<CollectTriangles> collect;
     collect.mesh = &mesh;

@@ -18,10 +18,11 @@ unsigned byteOf(float value) {
 
 std::string hexDigits(const std::string& html) {
     std::size_t start = 0;
-    if (!html.empty() && html[0] == '#')
+    if (!html.empty() && html[0] == '#') {
         start = 1;
-    else if (html.size() > 1 && html[0] == '0' && (html[1] == 'x' || html[1] == 'X'))
+    } else if (html.size() > 1 && html[0] == '0' && (html[1] == 'x' || html[1] == 'X')) {
         start = 2;
+    }
     return html.substr(start);
 }
 
@@ -33,20 +34,24 @@ Color::Color(const osg::Vec4f& rgba) : osg::Vec4f(rgba) {}
 Color::Color(const Color& rgb, float a) : osg::Vec4f(rgb.r(), rgb.g(), rgb.b(), a) {}
 
 Color::Color(unsigned value, Format format) {
-    if (format == RGBA)
+    if (format == RGBA) {
         set(component(value, 24), component(value, 16), component(value, 8), component(value, 0));
-    else
+    } else {
         set(component(value, 0), component(value, 8), component(value, 16), component(value, 24));
+    }
 }
 
 Color::Color(const std::string& html, Format format) : Color() {
     std::string digits = hexDigits(html);
-    if (digits.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos)
+    if (digits.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos) {
         return;
-    if (digits.size() == 6)
+    }
+    if (digits.size() == 6) {
         digits = format == RGBA ? digits + "ff" : "ff" + digits;
-    if (digits.size() == 8)
+    }
+    if (digits.size() == 8) {
         *this = Color(static_cast<unsigned>(std::stoul(digits, nullptr, 16)), format);
+    }
 }
 
 unsigned Color::as(Format format) const {

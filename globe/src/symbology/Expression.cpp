@@ -10,8 +10,9 @@ namespace Symbology {
 NumericExpression::NumericExpression(const std::string& text) {
     std::istringstream stream(text);
     stream.imbue(std::locale::classic());
-    if (!(stream >> _value))
-        _value = 0.0;
+    if (!(stream >> m_value)) {
+        m_value = 0.0;
+    }
 }
 
 } // namespace Symbology

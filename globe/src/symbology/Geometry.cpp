@@ -10,8 +10,9 @@ Geometry::Geometry(int capacity) {
 }
 
 Geometry::Geometry(const Vec3dVector* toCopy) {
-    if (toCopy)
+    if (toCopy) {
         asVector() = *toCopy;
+    }
 }
 
 Geometry::~Geometry() = default;
@@ -22,8 +23,9 @@ Polygon::~Polygon() = default;
 
 Bounds Geometry::getBounds() const {
     Bounds bounds;
-    for (const osg::Vec3d& point : *this)
+    for (const osg::Vec3d& point : *this) {
         bounds.expandBy(point.x(), point.y(), point.z());
+    }
     return bounds;
 }
 
@@ -52,8 +54,9 @@ Geometry* Geometry::cloneAs(const Type& type) const {
 void Geometry::rewind(Orientation) {}
 
 void Geometry::close() {
-    if (!empty() && front() != back())
+    if (!empty() && front() != back()) {
         push_back(osg::Vec3d(front()));
+    }
 }
 
 void Geometry::removeDuplicates() {
@@ -74,8 +77,9 @@ double Ring::getSignedArea2D() const {
 
 void Ring::rewind(Orientation orientation) {
     const double area = getSignedArea2D();
-    if ((orientation == ORIENTATION_CCW && area < 0.0) || (orientation == ORIENTATION_CW && area > 0.0))
+    if ((orientation == ORIENTATION_CCW && area < 0.0) || (orientation == ORIENTATION_CW && area > 0.0)) {
         std::reverse(begin(), end());
+    }
 }
 
 // Counts the edges that a ray towards +x crosses (even-odd rule).
@@ -84,15 +88,17 @@ bool Ring::contains2D(double x, double y) const {
     for (std::size_t i = 0, j = size() - 1; i < size(); j = i++) {
         const osg::Vec3d& a = (*this)[i];
         const osg::Vec3d& b = (*this)[j];
-        if ((a.y() > y) != (b.y() > y) && x < (b.x() - a.x()) * (y - a.y()) / (b.y() - a.y()) + a.x())
+        if ((a.y() > y) != (b.y() > y) && x < (b.x() - a.x()) * (y - a.y()) / (b.y() - a.y()) + a.x()) {
             inside = !inside;
+        }
     }
     return inside;
 }
 
 void Ring::open() {
-    while (size() > 2 && front() == back())
+    while (size() > 2 && front() == back()) {
         pop_back();
+    }
 }
 
 bool Ring::isOpen() const {
@@ -101,23 +107,26 @@ bool Ring::isOpen() const {
 
 int Polygon::getTotalPointCount() const {
     int count = Ring::getTotalPointCount();
-    for (const osg::ref_ptr<Ring>& hole : _holes)
+    for (const osg::ref_ptr<Ring>& hole : m_holes) {
         count += hole->getTotalPointCount();
+    }
     return count;
 }
 
 Geometry* Polygon::cloneAs(const Type& type) const {
-    if (type != TYPE_POLYGON)
+    if (type != TYPE_POLYGON) {
         return Ring::cloneAs(type);
+    }
     osg::ref_ptr<Polygon> copy = new Polygon(&asVector());
-    for (const osg::ref_ptr<Ring>& hole : _holes)
-        copy->_holes.push_back(new Ring(&hole->asVector()));
+    for (const osg::ref_ptr<Ring>& hole : m_holes) {
+        copy->m_holes.push_back(new Ring(&hole->asVector()));
+    }
     return copy.release();
 }
 
 bool Polygon::contains2D(double x, double y) const {
     const auto holds = [x, y](const osg::ref_ptr<Ring>& hole) { return hole->contains2D(x, y); };
-    return Ring::contains2D(x, y) && std::none_of(_holes.begin(), _holes.end(), holds);
+    return Ring::contains2D(x, y) && std::none_of(m_holes.begin(), m_holes.end(), holds);
 }
 
 void Polygon::rewind(Orientation orientation) {
@@ -125,26 +134,30 @@ void Polygon::rewind(Orientation orientation) {
     const Orientation opposite = orientation == ORIENTATION_CCW  ? ORIENTATION_CW
                                  : orientation == ORIENTATION_CW ? ORIENTATION_CCW
                                                                  : orientation;
-    for (const osg::ref_ptr<Ring>& hole : _holes)
+    for (const osg::ref_ptr<Ring>& hole : m_holes) {
         hole->rewind(opposite);
+    }
 }
 
 void Polygon::open() {
     Ring::open();
-    for (const osg::ref_ptr<Ring>& hole : _holes)
+    for (const osg::ref_ptr<Ring>& hole : m_holes) {
         hole->open();
+    }
 }
 
 void Polygon::close() {
     Ring::close();
-    for (const osg::ref_ptr<Ring>& hole : _holes)
+    for (const osg::ref_ptr<Ring>& hole : m_holes) {
         hole->close();
+    }
 }
 
 void Polygon::removeDuplicates() {
     Ring::removeDuplicates();
-    for (const osg::ref_ptr<Ring>& hole : _holes)
+    for (const osg::ref_ptr<Ring>& hole : m_holes) {
         hole->removeDuplicates();
+    }
 }
 
 } // namespace Symbology

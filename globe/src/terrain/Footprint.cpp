@@ -12,9 +12,9 @@ const SpatialReference* wgs84() {
 
 // The full turn that brings a longitude within half a turn of another one.
 double turnTowards(double target, double longitude) {
-    constexpr double slack = 1e-6; // 180 and -180 both stay where they are
-    return std::abs(target - longitude) > 180.0 + slack ? 360.0 * std::round((target - longitude) / 360.0)
-                                                        : 0.0;
+    constexpr double kSlack = 1e-6; // 180 and -180 both stay where they are
+    return std::abs(target - longitude) > 180.0 + kSlack ? 360.0 * std::round((target - longitude) / 360.0)
+                                                         : 0.0;
 }
 
 } // namespace
@@ -24,19 +24,19 @@ Footprint::Footprint(const GeoExtent& extent) {
         return;
     }
     if (extent.getSRS()->isHorizEquivalentTo(wgs84())) {
-        _bounds = extent.bounds();
+        m_bounds = extent.bounds();
         return;
     }
     // Edges may bend: points along the outline and inside, taken one by one because some may not convert.
-    constexpr int steps = 16;
-    for (int row = 0; row <= steps; ++row) {
-        for (int column = 0; column <= steps; ++column) {
-            const osg::Vec3d point(extent.west() + extent.width() * column / steps,
-                                   extent.south() + extent.height() * row / steps, 0.0);
+    constexpr int kSteps = 16;
+    for (int row = 0; row <= kSteps; ++row) {
+        for (int column = 0; column <= kSteps; ++column) {
+            const osg::Vec3d point(extent.west() + extent.width() * column / kSteps,
+                                   extent.south() + extent.height() * row / kSteps, 0.0);
             osg::Vec3d degrees;
             if (extent.getSRS()->transform(point, wgs84(), degrees)) {
-                const double middle = _bounds.isValid() ? _bounds.center2d().x() : degrees.x();
-                _bounds.expandBy(degrees.x() + turnTowards(middle, degrees.x()), degrees.y());
+                const double middle = m_bounds.isValid() ? m_bounds.center2d().x() : degrees.x();
+                m_bounds.expandBy(degrees.x() + turnTowards(middle, degrees.x()), degrees.y());
             }
         }
     }
@@ -47,10 +47,10 @@ Footprint::Footprint(const GeoExtent& extent) {
 void Footprint::holdPole(const GeoExtent& extent, double latitude) {
     osg::Vec3d pole;
     if (isValid() && !extent.getSRS()->isGeographic() &&
-        wgs84()->transform(osg::Vec3d(_bounds.center2d().x(), latitude, 0.0), extent.getSRS(), pole) &&
+        wgs84()->transform(osg::Vec3d(m_bounds.center2d().x(), latitude, 0.0), extent.getSRS(), pole) &&
         extent.contains(pole.x(), pole.y())) {
-        _bounds =
-            Bounds(-180.0, std::min(_bounds.yMin(), latitude), 180.0, std::max(_bounds.yMax(), latitude));
+        m_bounds =
+            Bounds(-180.0, std::min(m_bounds.yMin(), latitude), 180.0, std::max(m_bounds.yMax(), latitude));
     }
 }
 
@@ -58,12 +58,12 @@ std::vector<GeoExtent> Footprint::boxes(double margin) const {
     if (!isValid()) {
         return {};
     }
-    const double shrinking = std::max(0.05, std::cos(osg::DegreesToRadians(_bounds.center2d().y())));
-    const double south = _bounds.yMin() - margin;
-    const double north = _bounds.yMax() + margin;
-    const double turns = 360.0 * std::floor((_bounds.xMin() - margin / shrinking + 180.0) / 360.0);
-    const double west = _bounds.xMin() - margin / shrinking - turns;
-    const double east = _bounds.xMax() + margin / shrinking - turns;
+    const double shrinking = std::max(0.05, std::cos(osg::DegreesToRadians(m_bounds.center2d().y())));
+    const double south = m_bounds.yMin() - margin;
+    const double north = m_bounds.yMax() + margin;
+    const double turns = 360.0 * std::floor((m_bounds.xMin() - margin / shrinking + 180.0) / 360.0);
+    const double west = m_bounds.xMin() - margin / shrinking - turns;
+    const double east = m_bounds.xMax() + margin / shrinking - turns;
     if (east - west >= 360.0) {
         return {GeoExtent(wgs84(), -180.0, south, 180.0, north)};
     }
@@ -83,7 +83,7 @@ bool Footprint::touches(const GeoExtent& extent, double margin) const {
 }
 
 double Footprint::turn(double longitude) const {
-    return turnTowards(_bounds.center2d().x(), longitude);
+    return turnTowards(m_bounds.center2d().x(), longitude);
 }
 
 } // namespace osgEarth

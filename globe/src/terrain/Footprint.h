@@ -14,9 +14,9 @@ public:
     /// Of an extent in any reference system.
     explicit Footprint(const GeoExtent& extent);
 
-    bool isValid() const { return _bounds.isValid(); }
-    double width() const { return _bounds.width(); }
-    double height() const { return _bounds.height(); }
+    bool isValid() const { return m_bounds.isValid(); }
+    double width() const { return m_bounds.width(); }
+    double height() const { return m_bounds.height(); }
     /// Boxes between -180 and 180 degrees that hold the raster and a margin around it (degrees of latitude):
     /// two when it crosses the antimeridian.
     std::vector<GeoExtent> boxes(double margin = 0.0) const;
@@ -27,7 +27,7 @@ public:
 private:
     void holdPole(const GeoExtent& extent, double latitude);
 
-    Bounds _bounds; // longitudes may go beyond 180
+    Bounds m_bounds; // longitudes may go beyond 180
 };
 
 } // namespace osgEarth

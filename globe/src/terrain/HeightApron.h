@@ -12,7 +12,7 @@ class RasterSource;
 /// these heights. Thread safe.
 class HeightApron {
 public:
-    explicit HeightApron(RasterSource& source) : _source(source) {}
+    explicit HeightApron(RasterSource& source) : m_source(source) {}
 
     /// Height at fractional cell coordinates inside or outside the raster; NaN beyond the apron.
     float height(double column, double row);
@@ -27,14 +27,14 @@ private:
     void fillHoles();
     float coarseHeight(double column, double row) const;
 
-    RasterSource& _source;
-    std::once_flag _prepared;
-    int _step = 1;
-    int _width = 0;
-    int _height = 0;
-    std::vector<float> _heights; // the raster reduced to a few dozen cells a side, without holes
-    double _widthCells = 0.0;
-    float _mean = 0.0F;
+    RasterSource& m_source;
+    std::once_flag m_prepared;
+    int m_step = 1;
+    int m_width = 0;
+    int m_height = 0;
+    std::vector<float> m_heights; // the raster reduced to a few dozen cells a side, without holes
+    double m_widthCells = 0.0;
+    float m_mean = 0.0F;
 };
 
 } // namespace osgEarth

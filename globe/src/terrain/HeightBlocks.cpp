@@ -27,8 +27,8 @@ float bilinearAcrossHoles(float upperLeft, float upperRight, float lowerLeft, fl
 }
 
 float HeightBlocks::sample(double column, double row) {
-    const int columns = _source.columns();
-    const int rows = _source.rows();
+    const int columns = m_source.columns();
+    const int rows = m_source.rows();
     if (!(column >= 0.0 && row >= 0.0 && column <= columns && row <= rows)) {
         return std::numeric_limits<float>::quiet_NaN();
     }
@@ -37,35 +37,35 @@ float HeightBlocks::sample(double column, double row) {
     const double y = std::clamp(row - 0.5, 0.0, rows - 1.0);
     const int left = std::min(static_cast<int>(x), std::max(0, columns - 2));
     const int top = std::min(static_cast<int>(y), std::max(0, rows - 2));
-    const BlockPointer block = blockAt(left / blockCells, top / blockCells);
-    if (block == nullptr) {
+    const BlockPointer block = blockAt(left / kBlockCells, top / kBlockCells);
+    if (!block) {
         return std::numeric_limits<float>::quiet_NaN();
     }
     const int right = columns > 1 ? 1 : 0;
     const int below = rows > 1 ? block->width : 0;
     const float* cell =
-        &block->heights[static_cast<std::size_t>(top % blockCells * block->width + left % blockCells)];
+        &block->heights[static_cast<std::size_t>(top % kBlockCells * block->width + left % kBlockCells)];
     return bilinearAcrossHoles(cell[0], cell[right], cell[below], cell[below + right], x - left, y - top);
 }
 
 HeightBlocks::BlockPointer HeightBlocks::blockAt(int blockColumn, int blockRow) {
     const std::int64_t index = static_cast<std::int64_t>(blockRow) * 0x100000000LL + blockColumn;
     {
-        const std::lock_guard lock(_mutex);
-        const auto found = _byIndex.find(index);
-        if (found != _byIndex.end()) {
-            _newestFirst.splice(_newestFirst.begin(), _newestFirst, found->second);
+        const std::lock_guard lock(m_mutex);
+        const auto found = m_byIndex.find(index);
+        if (found != m_byIndex.end()) {
+            m_newestFirst.splice(m_newestFirst.begin(), m_newestFirst, found->second);
             return found->second->second;
         }
     }
     BlockPointer block = read(blockColumn, blockRow);
-    const std::lock_guard lock(_mutex);
-    if (block != nullptr && _byIndex.find(index) == _byIndex.end()) {
-        _newestFirst.emplace_front(index, block);
-        _byIndex[index] = _newestFirst.begin();
-        if (_newestFirst.size() > maxBlocks) {
-            _byIndex.erase(_newestFirst.back().first);
-            _newestFirst.pop_back();
+    const std::lock_guard lock(m_mutex);
+    if (block && m_byIndex.find(index) == m_byIndex.end()) {
+        m_newestFirst.emplace_front(index, block);
+        m_byIndex[index] = m_newestFirst.begin();
+        if (m_newestFirst.size() > kMaxBlocks) {
+            m_byIndex.erase(m_newestFirst.back().first);
+            m_newestFirst.pop_back();
         }
     }
     return block;
@@ -73,13 +73,13 @@ HeightBlocks::BlockPointer HeightBlocks::blockAt(int blockColumn, int blockRow) 
 
 HeightBlocks::BlockPointer HeightBlocks::read(int blockColumn, int blockRow) const {
     CellWindow window;
-    window.column = blockColumn * blockCells;
-    window.row = blockRow * blockCells;
-    window.width = std::min(blockCells + 1, _source.columns() - window.column);
-    window.height = std::min(blockCells + 1, _source.rows() - window.row);
+    window.column = blockColumn * kBlockCells;
+    window.row = blockRow * kBlockCells;
+    window.width = std::min(kBlockCells + 1, m_source.columns() - window.column);
+    window.height = std::min(kBlockCells + 1, m_source.rows() - window.row);
     auto block = std::make_shared<Block>();
     block->width = window.width;
-    return _source.readHeights(window, block->heights) ? block : nullptr;
+    return m_source.readHeights(window, block->heights) ? block : nullptr;
 }
 
 } // namespace osgEarth

@@ -14,7 +14,7 @@ class RasterSource;
 /// Least-recently-used cache of height blocks. Thread safe; at most about 32 MB.
 class HeightBlocks {
 public:
-    explicit HeightBlocks(RasterSource& source) : _source(source) {}
+    explicit HeightBlocks(RasterSource& source) : m_source(source) {}
 
     /// Bilinear height at fractional cell coordinates (cell centres at .5); NaN outside the raster and in
     /// holes. Beside a hole the valid neighbours decide, provided the nearest cell is valid.
@@ -22,8 +22,8 @@ public:
 
 private:
     // Blocks overlap by one cell, so that the four neighbours of any point lie in one block.
-    static constexpr int blockCells = 128;
-    static constexpr std::size_t maxBlocks = 512;
+    static constexpr int kBlockCells = 128;
+    static constexpr std::size_t kMaxBlocks = 512;
     struct Block {
         std::vector<float> heights;
         int width = 0;
@@ -33,10 +33,10 @@ private:
     BlockPointer blockAt(int blockColumn, int blockRow);
     BlockPointer read(int blockColumn, int blockRow) const;
 
-    RasterSource& _source;
-    std::mutex _mutex;
-    std::list<std::pair<std::int64_t, BlockPointer>> _newestFirst;
-    std::unordered_map<std::int64_t, std::list<std::pair<std::int64_t, BlockPointer>>::iterator> _byIndex;
+    RasterSource& m_source;
+    std::mutex m_mutex;
+    std::list<std::pair<std::int64_t, BlockPointer>> m_newestFirst;
+    std::unordered_map<std::int64_t, std::list<std::pair<std::int64_t, BlockPointer>>::iterator> m_byIndex;
 };
 
 /// Bilinear mean of four neighbours (weights fx, fy to the right and lower ones) that passes over NaN.

@@ -13,10 +13,10 @@ namespace osgEarth {
 namespace {
 
 // Ground without any picture.
-constexpr std::array<std::uint8_t, 3> plainColour = {196, 192, 180};
+constexpr std::array<std::uint8_t, 3> kPlainColour = {196, 192, 180};
 
 bool isUsed(const TerrainLayer& layer) {
-    return layer.getEnabled() && layer.getVisible() && layer.raster() != nullptr;
+    return layer.getEnabled() && layer.getVisible() && layer.raster();
 }
 
 bool isOpaque(const std::vector<std::uint8_t>& rgba) {
@@ -73,7 +73,7 @@ bool hasFinerApron(RasterSource& source, const GeoExtent& here, int cells) {
 
 } // namespace
 
-LayerStack::LayerStack(const Map& map, int revision) : _revision(revision) {
+LayerStack::LayerStack(const Map& map, int revision) : m_revision(revision) {
     std::vector<osg::ref_ptr<TerrainLayer>> layers;
     map.getLayers(layers);
     for (const auto& layer : layers) {
@@ -81,9 +81,9 @@ LayerStack::LayerStack(const Map& map, int revision) : _revision(revision) {
             continue;
         }
         if (const auto* image = dynamic_cast<const ImageLayer*>(layer.get())) {
-            _images.push_back({{layer->raster(), layer->raster()->revision()}, image->getOpacity()});
-        } else if (dynamic_cast<const ElevationLayer*>(layer.get()) != nullptr) {
-            _elevations.insert(_elevations.begin(), {layer->raster(), layer->raster()->revision()});
+            m_images.push_back({{layer->raster(), layer->raster()->revision()}, image->getOpacity()});
+        } else if (dynamic_cast<const ElevationLayer*>(layer.get())) {
+            m_elevations.insert(m_elevations.begin(), {layer->raster(), layer->raster()->revision()});
         }
     }
 }
@@ -95,12 +95,12 @@ osg::ref_ptr<osg::Image> LayerStack::composeImage(const GeoExtent& extent, int p
     const std::size_t bytes =
         std::size_t{3} * static_cast<std::size_t>(pixels) * static_cast<std::size_t>(pixels);
     for (std::size_t i = 0; i < bytes; ++i) {
-        colours[i] = plainColour[i % 3];
+        colours[i] = kPlainColour[i % 3];
     }
     // From the top down, as far as anything shows through; then painted from the bottom up.
     const SampleGrid grid{extent, pixels, pixels, false};
     std::vector<std::pair<std::vector<std::uint8_t>, float>> visible;
-    for (auto layer = _images.rbegin(); layer != _images.rend(); ++layer) {
+    for (auto layer = m_images.rbegin(); layer != m_images.rend(); ++layer) {
         std::vector<std::uint8_t> rgba;
         if (layer->opacity > 0.0F && warpImage(*layer->raster.source, grid, rgba)) {
             const bool covers = layer->opacity >= 1.0F && isOpaque(rgba);
@@ -121,7 +121,7 @@ LayerStack::Heights LayerStack::composeHeights(const SampleGrid& grid) const {
     Heights heights{std::vector<float>(count, std::nanf("")), std::vector<bool>(count)};
     std::vector<float>& metres = heights.metres;
     std::vector<float> layer;
-    for (const Raster& raster : _elevations) {
+    for (const Raster& raster : m_elevations) {
         if (!warpHeights(*raster.source, grid, layer)) {
             continue;
         }
@@ -132,7 +132,7 @@ LayerStack::Heights LayerStack::composeHeights(const SampleGrid& grid) const {
     for (std::size_t i = 0; i < count; ++i) {
         heights.measured[i] = !std::isnan(metres[i]);
     }
-    for (const Raster& raster : _elevations) {
+    for (const Raster& raster : m_elevations) {
         fillFromApron(*raster.source, grid, metres);
     }
     std::replace_if(metres.begin(), metres.end(), [](float h) { return std::isnan(h); }, 0.0F);
@@ -145,9 +145,9 @@ bool LayerStack::hasFinerData(const GeoExtent& extent, int pixels, int posts) co
         // Half as fine as the data is fine enough to stop: bilinear sampling shows no more.
         return here.height() / samples > source.resolutionDegrees() * 1.2 && source.footprint().touches(here);
     };
-    return std::any_of(_images.begin(), _images.end(),
+    return std::any_of(m_images.begin(), m_images.end(),
                        [&](const Image& image) { return isFiner(*image.raster.source, pixels); }) ||
-           std::any_of(_elevations.begin(), _elevations.end(), [&](const Raster& raster) {
+           std::any_of(m_elevations.begin(), m_elevations.end(), [&](const Raster& raster) {
                return isFiner(*raster.source, posts - 1) || hasFinerApron(*raster.source, here, posts - 1);
            });
 }
@@ -155,10 +155,10 @@ bool LayerStack::hasFinerData(const GeoExtent& extent, int pixels, int posts) co
 std::vector<GeoExtent> LayerStack::differencesTo(const LayerStack& other) const {
     std::vector<GeoExtent> extents;
     addDifferences(
-        _images, other._images, [](const Image& image) { return image.raster.source->footprint().boxes(); },
+        m_images, other.m_images, [](const Image& image) { return image.raster.source->footprint().boxes(); },
         extents);
     addDifferences(
-        _elevations, other._elevations,
+        m_elevations, other.m_elevations,
         [](const Raster& raster) {
             return raster.source->footprint().boxes(raster.source->heightApron().widthDegrees());
         },

@@ -30,7 +30,7 @@ public:
     LayerStack(const Map& map, int revision);
 
     /// Counts the stacks of one terrain.
-    int revision() const { return _revision; }
+    int revision() const { return m_revision; }
     /// The images composed bottom-up over a plain colour.
     osg::ref_ptr<osg::Image> composeImage(const GeoExtent& extent, int pixels) const;
     struct Heights {
@@ -46,9 +46,9 @@ public:
     std::vector<GeoExtent> differencesTo(const LayerStack& other) const;
 
 private:
-    int _revision = 0;
-    std::vector<Image> _images;      // bottom first
-    std::vector<Raster> _elevations; // last layer first
+    int m_revision = 0;
+    std::vector<Image> m_images;      // bottom first
+    std::vector<Raster> m_elevations; // last layer first
 };
 
 } // namespace osgEarth

@@ -17,10 +17,10 @@ namespace osgEarth {
 namespace fs = std::filesystem;
 namespace {
 
-constexpr const char* madeHere = "CORRIDOR_OVERVIEWS";
-constexpr const char* unfinished = ".building-";
-constexpr int coarsestCells = 256;
-constexpr int finestInMemory = 2048;
+constexpr const char* kMadeHere = "CORRIDOR_OVERVIEWS";
+constexpr const char* kUnfinished = ".building-";
+constexpr int kCoarsestCells = 256;
+constexpr int kFinestInMemory = 2048;
 
 // Collects the first error of this thread instead of printing it.
 class FirstError {
@@ -29,27 +29,27 @@ public:
     ~FirstError() { CPLPopErrorHandler(); }
     FirstError(const FirstError&) = delete;
     FirstError& operator=(const FirstError&) = delete;
-    const std::string& text() const { return _text; }
+    const std::string& text() const { return m_text; }
 
 private:
     static void CPL_STDCALL note(CPLErr level, CPLErrorNum, const char* text) {
         auto& self = *static_cast<FirstError*>(CPLGetErrorHandlerUserData());
-        if (level >= CE_Failure && self._text.empty()) {
-            self._text = text;
+        if (level >= CE_Failure && self.m_text.empty()) {
+            self.m_text = text;
         }
     }
-    std::string _text;
+    std::string m_text;
 };
 
 fs::path cacheFolder() {
 #ifdef _WIN32
-    constexpr const char* variables[][2] = {{"LOCALAPPDATA", ""}};
+    constexpr const char* kVariables[][2] = {{"LOCALAPPDATA", ""}};
 #else
-    constexpr const char* variables[][2] = {{"XDG_CACHE_HOME", ""}, {"HOME", ".cache"}};
+    constexpr const char* kVariables[][2] = {{"XDG_CACHE_HOME", ""}, {"HOME", ".cache"}};
 #endif
-    for (const auto& [variable, below] : variables) {
+    for (const auto& [variable, below] : kVariables) {
         const char* value = std::getenv(variable);
-        if (value != nullptr && *value != '\0') {
+        if (value && *value != '\0') {
             return fs::path(value) / below / "corridor" / "overviews";
         }
     }
@@ -91,7 +91,7 @@ void sweep(const fs::path& folder, const std::string& prefix) {
     std::error_code ignored;
     for (const auto& entry : fs::directory_iterator(folder, ignored)) {
         const std::string name = entry.path().filename().string();
-        if (name.rfind(prefix, 0) == 0 && name.find(unfinished) != std::string::npos &&
+        if (name.rfind(prefix, 0) == 0 && name.find(kUnfinished) != std::string::npos &&
             fs::file_time_type::clock::now() - entry.last_write_time(ignored) > std::chrono::hours(1)) {
             fs::remove(entry.path(), ignored);
         }
@@ -107,11 +107,11 @@ public:
         return worker;
     }
     void add(std::function<void()> work) {
-        const std::lock_guard lock(_mutex);
-        _waiting.push_back(std::move(work));
-        _changed.notify_one();
-        if (!_thread.joinable()) {
-            _thread = std::thread([this] { run(); });
+        const std::lock_guard lock(m_mutex);
+        m_waiting.push_back(std::move(work));
+        m_changed.notify_one();
+        if (!m_thread.joinable()) {
+            m_thread = std::thread([this] { run(); });
         }
     }
 
@@ -119,23 +119,23 @@ private:
     Worker() = default;
     ~Worker() {
         {
-            const std::lock_guard lock(_mutex);
-            _isEnding = true;
-            _changed.notify_one();
+            const std::lock_guard lock(m_mutex);
+            m_isEnding = true;
+            m_changed.notify_one();
         }
-        if (_thread.joinable()) {
-            _thread.join();
+        if (m_thread.joinable()) {
+            m_thread.join();
         }
     }
     void run() {
-        std::unique_lock lock(_mutex);
-        while (!_isEnding) {
-            if (_waiting.empty()) {
-                _changed.wait(lock);
+        std::unique_lock lock(m_mutex);
+        while (!m_isEnding) {
+            if (m_waiting.empty()) {
+                m_changed.wait(lock);
                 continue;
             }
-            std::function<void()> work = std::move(_waiting.front());
-            _waiting.pop_front();
+            std::function<void()> work = std::move(m_waiting.front());
+            m_waiting.pop_front();
             lock.unlock();
             work();
             work = nullptr;
@@ -143,11 +143,11 @@ private:
         }
     }
 
-    std::mutex _mutex;
-    std::condition_variable _changed;
-    std::deque<std::function<void()>> _waiting;
-    bool _isEnding = false;
-    std::thread _thread;
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    std::deque<std::function<void()>> m_waiting;
+    bool m_isEnding = false;
+    std::thread m_thread;
 };
 
 } // namespace
@@ -156,15 +156,15 @@ private:
 class OverviewBuilder::Job {
 public:
     Job(std::string openName, Finished finished)
-        : _openName(std::move(openName)), _finished(std::move(finished)) {}
+        : m_openName(std::move(openName)), m_finished(std::move(finished)) {}
 
     void run();
     void cancel() {
-        _cancelled = true;
-        const std::lock_guard lock(_mutex); // a call that has begun is waited for
-        _finished = nullptr;
+        m_cancelled = true;
+        const std::lock_guard lock(m_mutex); // a call that has begun is waited for
+        m_finished = nullptr;
     }
-    float progress() const { return _progress; }
+    float progress() const { return m_progress; }
 
 private:
     std::string buildBeside(GDALDataset& source);
@@ -174,12 +174,12 @@ private:
     bool buildLevels(const std::string& vrt, bool inMemory);
     std::string temporaryName() const;
 
-    const std::string _openName;
-    std::atomic<float> _progress{0.0F};
-    std::atomic<bool> _cancelled{false};
-    std::mutex _mutex;
-    Finished _finished;
-    std::string _problem;
+    const std::string m_openName;
+    std::atomic<float> m_progress{0.0F};
+    std::atomic<bool> m_cancelled{false};
+    std::mutex m_mutex;
+    Finished m_finished;
+    std::string m_problem;
 };
 
 void OverviewBuilder::Job::run() {
@@ -190,47 +190,47 @@ void OverviewBuilder::Job::run() {
         CPLSetThreadLocalConfigOption("COMPRESS_OVERVIEW", "LZW");
         CPLSetThreadLocalConfigOption("INTERLEAVE_OVERVIEW", "PIXEL");
         CPLSetThreadLocalConfigOption("BIGTIFF_OVERVIEW", "IF_SAFER");
-        const std::unique_ptr<GDALDataset> source = _cancelled ? nullptr : openRaster(_openName);
-        if (source != nullptr) {
+        const std::unique_ptr<GDALDataset> source = m_cancelled ? nullptr : openRaster(m_openName);
+        if (source) {
             for (const auto place : {&Job::buildBeside, &Job::buildInCache, &Job::buildInMemory}) {
-                result.openName = _cancelled ? std::string() : (this->*place)(*source);
+                result.openName = m_cancelled ? std::string() : (this->*place)(*source);
                 if (!result.openName.empty()) {
                     result.inMemory = place == &Job::buildInMemory;
                     break;
                 }
             }
         }
-        result.problem = result.inMemory || result.openName.empty() ? _problem : std::string();
+        result.problem = result.inMemory || result.openName.empty() ? m_problem : std::string();
     }
-    const std::lock_guard lock(_mutex);
-    if (_finished) {
-        _finished(result);
+    const std::lock_guard lock(m_mutex);
+    if (m_finished) {
+        m_finished(result);
     } else if (result.inMemory) {
         removeFiles(result.openName);
     }
-    _progress = 1.0F;
+    m_progress = 1.0F;
 }
 
 std::string OverviewBuilder::Job::temporaryName() const {
     static std::atomic<int> counter{0};
-    return unfinished + std::to_string(CPLGetCurrentProcessID()) + "-" + std::to_string(++counter) + ".vrt";
+    return kUnfinished + std::to_string(CPLGetCurrentProcessID()) + "-" + std::to_string(++counter) + ".vrt";
 }
 
 std::string OverviewBuilder::Job::buildBeside(GDALDataset& source) {
     std::error_code error;
-    const std::string target = _openName + ".ovr";
-    if (!fs::is_regular_file(_openName, error) || fs::exists(target, error)) {
+    const std::string target = m_openName + ".ovr";
+    if (!fs::is_regular_file(m_openName, error) || fs::exists(target, error)) {
         return {};
     }
-    const fs::path file(_openName);
+    const fs::path file(m_openName);
     sweep(file.has_parent_path() ? file.parent_path() : fs::path("."), file.filename().string());
-    const std::string vrt = _openName + temporaryName();
+    const std::string vrt = m_openName + temporaryName();
     if (build(source, vrt, false)) {
         fs::rename(vrt + ".ovr", target, error);
-        _problem = error ? target + ": " + error.message() : std::string();
+        m_problem = error ? target + ": " + error.message() : std::string();
     }
     removeFiles(vrt);
-    return _problem.empty() && !_cancelled ? _openName : std::string();
+    return m_problem.empty() && !m_cancelled ? m_openName : std::string();
 }
 
 std::string OverviewBuilder::Job::buildInCache(GDALDataset& source) {
@@ -238,12 +238,12 @@ std::string OverviewBuilder::Job::buildInCache(GDALDataset& source) {
     std::error_code error;
     fs::create_directories(folder, error);
     if (folder.empty() || error) {
-        _problem = "no cache folder";
+        m_problem = "no cache folder";
         return {};
     }
     sweep(folder, "");
-    _problem.clear();
-    const std::string target = (folder / cacheName(_openName, source)).string();
+    m_problem.clear();
+    const std::string target = (folder / cacheName(m_openName, source)).string();
     const std::string vrt = target + temporaryName();
     if (build(source, vrt, false)) {
         // The last step makes it count.
@@ -251,17 +251,17 @@ std::string OverviewBuilder::Job::buildInCache(GDALDataset& source) {
         if (!error) {
             fs::rename(vrt, target, error);
         }
-        _problem = error ? target + ": " + error.message() : std::string();
+        m_problem = error ? target + ": " + error.message() : std::string();
     }
     removeFiles(vrt);
-    return _problem.empty() && !_cancelled ? target : std::string();
+    return m_problem.empty() && !m_cancelled ? target : std::string();
 }
 
 std::string OverviewBuilder::Job::buildInMemory(GDALDataset& source) {
     std::string vrt = "/vsimem/corridor_overviews" + temporaryName();
-    const std::string problem = _problem;
+    const std::string problem = m_problem;
     if (build(source, vrt, true)) {
-        _problem = problem; // why it is only in memory
+        m_problem = problem; // why it is only in memory
         return vrt;
     }
     removeFiles(vrt);
@@ -278,7 +278,7 @@ bool OverviewBuilder::Job::build(GDALDataset& source, const std::string& vrt, bo
                          GDALGetDataTypeSizeBytes(source.GetRasterBand(1)->GetRasterDataType()) / 3.0;
     const fs::space_info space = fs::space(fs::path(vrt).parent_path(), unknown);
     if (!inMemory && !unknown && static_cast<double>(space.available) < bytes) {
-        _problem = vrt.substr(0, vrt.rfind(unfinished)) + ": not enough room on the disk for overviews";
+        m_problem = vrt.substr(0, vrt.rfind(kUnfinished)) + ": not enough room on the disk for overviews";
         return false;
     }
     GDALDriver* driver = GetGDALDriverManager()->GetDriverByName("VRT");
@@ -286,7 +286,7 @@ bool OverviewBuilder::Job::build(GDALDataset& source, const std::string& vrt, bo
                              driver->CreateCopy(vrt.c_str(), &source, FALSE, nullptr, nullptr, nullptr)) &&
                          buildLevels(vrt, inMemory) && error.text().empty();
     if (!isBuilt) {
-        _problem = error.text().empty() ? "overviews cannot be built" : error.text();
+        m_problem = error.text().empty() ? "overviews cannot be built" : error.text();
     }
     return isBuilt;
 }
@@ -295,44 +295,44 @@ bool OverviewBuilder::Job::buildLevels(const std::string& vrt, bool inMemory) {
     const auto report = [](double done, const char*, void* self) -> int {
         auto& job = *static_cast<Job*>(self);
         // The last step is that the receiver has them. A second attempt elsewhere does not count back.
-        job._progress = std::max(job._progress.load(), static_cast<float>(0.99 * done));
-        return job._cancelled ? FALSE : TRUE;
+        job.m_progress = std::max(job.m_progress.load(), static_cast<float>(0.99 * done));
+        return job.m_cancelled ? FALSE : TRUE;
     };
     std::unique_ptr<GDALDataset> raster = openRaster(vrt);
-    if (raster == nullptr) {
+    if (!raster) {
         return false;
     }
     GDALRasterBand& band = *raster->GetRasterBand(1);
     const int size = std::max(band.GetXSize(), band.GetYSize());
     std::vector<int> levels;
-    for (int level = 2; size / level >= coarsestCells / 2; level *= 2) {
-        if (!inMemory || size / level <= finestInMemory) {
+    for (int level = 2; size / level >= kCoarsestCells / 2; level *= 2) {
+        if (!inMemory || size / level <= kFinestInMemory) {
             levels.push_back(level);
         }
     }
     const bool isFloating = GDALDataTypeIsFloating(band.GetRasterDataType()) != 0;
     CPLSetThreadLocalConfigOption("PREDICTOR_OVERVIEW", isFloating ? "3" : "2");
-    const char* method = band.GetColorTable() != nullptr ? "NEAREST" : "AVERAGE";
+    const char* method = band.GetColorTable() ? "NEAREST" : "AVERAGE";
     if (raster->BuildOverviews(method, static_cast<int>(levels.size()), levels.data(), 0, nullptr, report,
                                this) != CE_None) {
         return false;
     }
     raster.reset(); // writes what is still in memory
     const std::unique_ptr<GDALDataset> built = openRaster(vrt + ".ovr", GDAL_OF_UPDATE);
-    return built != nullptr && built->SetMetadataItem(madeHere, "1") == CE_None;
+    return built && built->SetMetadataItem(kMadeHere, "1") == CE_None;
 }
 
 OverviewBuilder::OverviewBuilder(const std::string& openName, Finished finished)
-    : _job(std::make_shared<Job>(openName, std::move(finished))) {
-    Worker::instance().add([job = _job] { job->run(); });
+    : m_job(std::make_shared<Job>(openName, std::move(finished))) {
+    Worker::instance().add([job = m_job] { job->run(); });
 }
 
 OverviewBuilder::~OverviewBuilder() {
-    _job->cancel();
+    m_job->cancel();
 }
 
 float OverviewBuilder::progress() const {
-    return _job->progress();
+    return m_job->progress();
 }
 
 std::string cachedOverviews(const std::string& openName, GDALDataset& dataset) {
@@ -350,7 +350,7 @@ void removeOutdatedOverviews(const std::string& file) {
         return;
     }
     std::unique_ptr<GDALDataset> dataset = openRaster(overviews);
-    const bool isOurs = dataset != nullptr && dataset->GetMetadataItem(madeHere) != nullptr;
+    const bool isOurs = dataset && dataset->GetMetadataItem(kMadeHere);
     dataset.reset();
     if (isOurs) {
         fs::remove(overviews, unknown);

@@ -36,7 +36,7 @@ public:
 
 private:
     class Job;
-    std::shared_ptr<Job> _job;
+    std::shared_ptr<Job> m_job;
 };
 
 /// The name under which GDAL finds a raster with the overviews that were built earlier in the cache folder;

@@ -11,9 +11,9 @@ namespace osgEarth {
 namespace {
 
 // A raster whose coarsest picture is larger than this, in cells a side, wants overviews.
-constexpr int largestWithoutOverviews = 4096;
+constexpr int kLargestWithoutOverviews = 4096;
 // About what a tile may decode.
-constexpr double affordableCells = 16.0e6;
+constexpr double kAffordableCells = 16.0e6;
 
 // Cells that are decoded along one side for taking one of every `step`.
 double decodedAlong(double cells, double step, int blockCells) {
@@ -38,11 +38,11 @@ int affordableStep(GDALRasterBand& band, const CellWindow& window) {
     }
     const double width = window.width / reduction;
     const double height = window.height / reduction;
-    if (width * height <= affordableCells) {
+    if (width * height <= kAffordableCells) {
         return window.step;
     }
     int step = window.step;
-    while (decodedCells(band, window.width, window.height, step) > affordableCells &&
+    while (decodedCells(band, window.width, window.height, step) > kAffordableCells &&
            step < std::min(window.width, window.height)) {
         step *= 2;
     }
@@ -98,27 +98,27 @@ RasterBands::RasterBands(GDALDataset& dataset) {
         return dataset.GetRasterBand(band)->GetColorInterpretation() == GCI_AlphaBand;
     };
     if (const GDALColorTable* table = first.GetColorTable()) {
-        _colours = Colours::Palette;
+        m_colours = Colours::Palette;
         for (int i = 0; i < table->GetColorEntryCount(); ++i) {
             const GDALColorEntry& c = *table->GetColorEntry(i);
-            _palette.push_back({static_cast<std::uint8_t>(c.c1), static_cast<std::uint8_t>(c.c2),
-                                static_cast<std::uint8_t>(c.c3), static_cast<std::uint8_t>(c.c4)});
+            m_palette.push_back({static_cast<std::uint8_t>(c.c1), static_cast<std::uint8_t>(c.c2),
+                                 static_cast<std::uint8_t>(c.c3), static_cast<std::uint8_t>(c.c4)});
         }
     } else if (bands >= 3) {
-        _colours = bands >= 4 && isAlpha(4) ? Colours::Rgba : Colours::Rgb;
+        m_colours = bands >= 4 && isAlpha(4) ? Colours::Rgba : Colours::Rgb;
     } else {
-        _colours = bands == 2 && isAlpha(2) ? Colours::GreyAlpha : Colours::Grey;
+        m_colours = bands == 2 && isAlpha(2) ? Colours::GreyAlpha : Colours::Grey;
     }
     const int maskFlags = first.GetMaskFlags();
-    _hasMask =
-        (maskFlags & GMF_ALL_VALID) == 0 && _colours != Colours::Rgba && _colours != Colours::GreyAlpha;
+    m_hasMask =
+        (maskFlags & GMF_ALL_VALID) == 0 && m_colours != Colours::Rgba && m_colours != Colours::GreyAlpha;
 
     if (first.GetRasterDataType() != GDT_Byte && !hasPalette()) {
         double range[2] = {0.0, 255.0};
-        const bool isLarge = static_cast<double>(first.GetXSize()) * first.GetYSize() > affordableCells / 4;
+        const bool isLarge = static_cast<double>(first.GetXSize()) * first.GetYSize() > kAffordableCells / 4;
         if (first.ComputeRasterMinMax(isLarge ? TRUE : FALSE, range) == CE_None && range[1] > range[0]) {
-            _darkest = range[0];
-            _brightest = range[1];
+            m_darkest = range[0];
+            m_brightest = range[1];
         }
     }
 }
@@ -130,7 +130,7 @@ bool RasterBands::wantsOverviews(GDALDataset& dataset) {
         GDALRasterBand& overview = *band.GetOverview(i);
         size = std::min(size, std::max(overview.GetXSize(), overview.GetYSize()));
     }
-    return size > largestWithoutOverviews;
+    return size > kLargestWithoutOverviews;
 }
 
 bool RasterBands::readImage(GDALDataset& dataset, const CellWindow& window,
@@ -151,13 +151,13 @@ bool RasterBands::readImage(GDALDataset& dataset, const CellWindow& window,
             if (std::isnan(values[i])) {
                 holes.push_back(i);
             }
-            const double shade = (values[i] - _darkest) / (_brightest - _darkest) * 255.0;
+            const double shade = (values[i] - m_darkest) / (m_brightest - m_darkest) * 255.0;
             rgba[i * 4 + channel] = static_cast<std::uint8_t>(shade >= 0.0 ? std::min(shade, 255.0) : 0.0);
         }
         return true;
     };
 
-    const bool isColour = _colours == Colours::Rgb || _colours == Colours::Rgba;
+    const bool isColour = m_colours == Colours::Rgb || m_colours == Colours::Rgba;
     const auto algorithm = hasPalette() ? GRIORA_NearestNeighbour : GRIORA_Average;
     for (int channel = 0; channel < (isColour ? 3 : 1); ++channel) {
         if (!readChannel(channel + 1, static_cast<std::size_t>(channel), algorithm)) {
@@ -166,16 +166,16 @@ bool RasterBands::readImage(GDALDataset& dataset, const CellWindow& window,
     }
     for (std::size_t i = 0; i < count && !isColour; ++i) {
         std::uint8_t* const cell = &rgba[i * 4];
-        if (_colours != Colours::Palette) {
+        if (m_colours != Colours::Palette) {
             cell[1] = cell[2] = cell[0];
-        } else if (cell[0] < _palette.size()) {
-            std::copy_n(_palette[cell[0]].data(), 4, cell);
+        } else if (cell[0] < m_palette.size()) {
+            std::copy_n(m_palette[cell[0]].data(), 4, cell);
         }
     }
     bool isRead = true;
-    if (_colours == Colours::Rgba || _colours == Colours::GreyAlpha) {
-        isRead = readChannel(_colours == Colours::Rgba ? 4 : 2, 3, GRIORA_Average);
-    } else if (_hasMask) {
+    if (m_colours == Colours::Rgba || m_colours == Colours::GreyAlpha) {
+        isRead = readChannel(m_colours == Colours::Rgba ? 4 : 2, 3, GRIORA_Average);
+    } else if (m_hasMask) {
         isRead = readBand(*dataset.GetRasterBand(1)->GetMaskBand(), window, rgba.data() + 3, GDT_Byte, 4,
                           GRIORA_NearestNeighbour);
     }
@@ -195,20 +195,21 @@ bool RasterBands::readHeights(GDALDataset& dataset, const CellWindow& window,
     }
     int hasNoData = 0;
     const auto noData = static_cast<float>(band.GetNoDataValue(&hasNoData));
-    constexpr float hole = std::numeric_limits<float>::quiet_NaN();
+    constexpr float kHole = std::numeric_limits<float>::quiet_NaN();
     if (hasNoData != 0) {
-        std::replace(heights.begin(), heights.end(), noData, hole);
-    } else if (_hasMask) {
+        std::replace(heights.begin(), heights.end(), noData, kHole);
+    } else if (m_hasMask) {
         std::vector<std::uint8_t> mask(count);
         if (!readBand(*band.GetMaskBand(), window, mask.data(), GDT_Byte, 1, GRIORA_NearestNeighbour)) {
             return false;
         }
         for (std::size_t i = 0; i < count; ++i) {
-            heights[i] = mask[i] != 0 ? heights[i] : hole;
+            heights[i] = mask[i] != 0 ? heights[i] : kHole;
         }
     }
     // Heights beyond anything on Earth are fill values that the file does not declare.
-    std::replace_if(heights.begin(), heights.end(), [](float h) { return !(std::abs(h) < 100000.0F); }, hole);
+    std::replace_if(
+        heights.begin(), heights.end(), [](float h) { return !(std::abs(h) < 100000.0F); }, kHole);
     return true;
 }
 

@@ -28,7 +28,7 @@ public:
     /// The data set has one band or more.
     explicit RasterBands(GDALDataset& dataset);
 
-    bool hasPalette() const { return _colours == Colours::Palette; }
+    bool hasPalette() const { return m_colours == Colours::Palette; }
     /// Whether the raster is so large that it takes overviews, which it has not, to see it as a whole.
     static bool wantsOverviews(GDALDataset& dataset);
 
@@ -40,11 +40,11 @@ public:
 private:
     enum class Colours { Grey, GreyAlpha, Palette, Rgb, Rgba };
 
-    Colours _colours = Colours::Grey;
-    bool _hasMask = false;
-    double _darkest = 0.0; // of sources that are not 8-bit: the values shown as black and white
-    double _brightest = 255.0;
-    std::vector<std::array<std::uint8_t, 4>> _palette;
+    Colours m_colours = Colours::Grey;
+    bool m_hasMask = false;
+    double m_darkest = 0.0; // of sources that are not 8-bit: the values shown as black and white
+    double m_brightest = 255.0;
+    std::vector<std::array<std::uint8_t, 4>> m_palette;
 };
 
 } // namespace osgEarth

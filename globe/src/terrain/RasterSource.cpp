@@ -70,8 +70,7 @@ std::string mosaicOfFolder(const std::string& folder) {
     CPLStringList rasters;
     for (int i = 0; i < names.Count(); ++i) {
         const std::string path = folder + "/" + names[i];
-        if (!isSidecar(names[i]) && GDALIdentifyDriver(path.c_str(), nullptr) != nullptr &&
-            openDataset(path)) {
+        if (!isSidecar(names[i]) && GDALIdentifyDriver(path.c_str(), nullptr) && openDataset(path)) {
             rasters.AddString(path.c_str());
         }
     }
@@ -83,7 +82,7 @@ std::string mosaicOfFolder(const std::string& folder) {
     int usageError = 0;
     GDALDatasetH mosaic =
         GDALBuildVRT(vrt.c_str(), rasters.Count(), nullptr, rasters.List(), nullptr, &usageError);
-    if (mosaic == nullptr) {
+    if (!mosaic) {
         return {};
     }
     GDALClose(mosaic);
@@ -95,36 +94,36 @@ std::string mosaicOfFolder(const std::string& folder) {
 // A data set for the exclusive use of one thread.
 class RasterSource::Borrowed {
 public:
-    explicit Borrowed(RasterSource& source) : _source(source) {
+    explicit Borrowed(RasterSource& source) : m_source(source) {
         std::string name;
         {
-            const std::lock_guard lock(source._poolMutex);
-            _revision = source._revision;
-            name = source._openName;
-            if (!source._idle.empty()) {
-                _dataset = std::move(source._idle.back());
-                source._idle.pop_back();
+            const std::lock_guard lock(source.m_poolMutex);
+            m_revision = source.m_revision;
+            name = source.m_openName;
+            if (!source.m_idle.empty()) {
+                m_dataset = std::move(source.m_idle.back());
+                source.m_idle.pop_back();
             }
         }
-        if (_dataset == nullptr) {
-            _dataset = openDataset(name);
+        if (!m_dataset) {
+            m_dataset = openDataset(name);
         }
     }
     Borrowed(const Borrowed&) = delete;
     Borrowed& operator=(const Borrowed&) = delete;
-    GDALDataset* get() const { return _dataset.get(); }
+    GDALDataset* get() const { return m_dataset.get(); }
     /// Lets others use the data set; one that does not know the latest overviews is closed instead.
     void handBack() {
-        const std::lock_guard lock(_source._poolMutex);
-        if (_source._revision == _revision) {
-            _source._idle.push_back(std::move(_dataset));
+        const std::lock_guard lock(m_source.m_poolMutex);
+        if (m_source.m_revision == m_revision) {
+            m_source.m_idle.push_back(std::move(m_dataset));
         }
     }
 
 private:
-    RasterSource& _source;
-    int _revision = 0;
-    std::unique_ptr<GDALDataset> _dataset;
+    RasterSource& m_source;
+    int m_revision = 0;
+    std::unique_ptr<GDALDataset> m_dataset;
 };
 
 std::shared_ptr<RasterSource> RasterSource::open(const std::string& location, Status& status) {
@@ -133,14 +132,14 @@ std::shared_ptr<RasterSource> RasterSource::open(const std::string& location, St
     std::shared_ptr<RasterSource> source(new RasterSource(location));
     const std::string path = absolutePath(location);
     if (isFolder(path)) {
-        source->_openName = source->_mosaic = mosaicOfFolder(path);
+        source->m_openName = source->m_mosaic = mosaicOfFolder(path);
     } else {
         removeOutdatedOverviews(path);
-        source->_openName = path;
+        source->m_openName = path;
     }
     std::unique_ptr<GDALDataset> dataset =
-        source->_openName.empty() ? nullptr : openDataset(source->_openName);
-    if (dataset == nullptr) {
+        source->m_openName.empty() ? nullptr : openDataset(source->m_openName);
+    if (!dataset) {
         const std::string cause = CPLGetLastErrorMsg();
         status = failureOf(location, cause.empty() ? "not a raster, or a folder without rasters" : cause);
         return nullptr;
@@ -154,111 +153,111 @@ std::shared_ptr<RasterSource> RasterSource::open(const std::string& location, St
 }
 
 RasterSource::RasterSource(std::string location)
-    : _location(std::move(location)), _heightBlocks(std::make_unique<HeightBlocks>(*this)),
-      _heightApron(std::make_unique<HeightApron>(*this)) {}
+    : m_location(std::move(location)), m_heightBlocks(std::make_unique<HeightBlocks>(*this)),
+      m_heightApron(std::make_unique<HeightApron>(*this)) {}
 
 RasterSource::~RasterSource() {
-    _overviews.reset(); // it calls back
+    m_overviews.reset(); // it calls back
     const QuietErrors quiet;
-    _idle.clear();
-    if (!_mosaic.empty()) {
-        VSIUnlink(_mosaic.c_str());
+    m_idle.clear();
+    if (!m_mosaic.empty()) {
+        VSIUnlink(m_mosaic.c_str());
     }
-    if (!_inMemory.empty()) {
-        VSIUnlink((_inMemory + ".ovr").c_str());
-        VSIUnlink(_inMemory.c_str());
+    if (!m_inMemory.empty()) {
+        VSIUnlink((m_inMemory + ".ovr").c_str());
+        VSIUnlink(m_inMemory.c_str());
     }
 }
 
 Status RasterSource::inspect(GDALDataset& dataset) {
-    _columns = dataset.GetRasterXSize();
-    _rows = dataset.GetRasterYSize();
-    if (dataset.GetRasterCount() == 0 || _columns <= 0 || _rows <= 0) {
-        return failureOf(_location, "has no raster bands");
+    m_columns = dataset.GetRasterXSize();
+    m_rows = dataset.GetRasterYSize();
+    if (dataset.GetRasterCount() == 0 || m_columns <= 0 || m_rows <= 0) {
+        return failureOf(m_location, "has no raster bands");
     }
     const OGRSpatialReference* definition = dataset.GetSpatialRef();
     char* wkt = nullptr;
-    if (definition != nullptr) {
+    if (definition) {
         const char* const options[] = {"FORMAT=WKT2_2018", nullptr};
         definition->exportToWkt(&wkt, options);
     }
-    _srs = SpatialReference::create(wkt != nullptr ? wkt : "");
+    m_srs = SpatialReference::create(wkt ? wkt : "");
     CPLFree(wkt);
-    if (!_srs.valid()) {
-        return failureOf(_location, "has no usable reference system");
+    if (!m_srs.valid()) {
+        return failureOf(m_location, "has no usable reference system");
     }
-    if (dataset.GetGeoTransform(_toWorld.data()) != CE_None ||
-        GDALInvGeoTransform(_toWorld.data(), _toCells.data()) == 0) {
-        return failureOf(_location, "has no georeference");
+    if (dataset.GetGeoTransform(m_toWorld.data()) != CE_None ||
+        GDALInvGeoTransform(m_toWorld.data(), m_toCells.data()) == 0) {
+        return failureOf(m_location, "has no georeference");
     }
 
     Bounds box;
-    for (const double column : {0.0, static_cast<double>(_columns)}) {
-        for (const double row : {0.0, static_cast<double>(_rows)}) {
-            box.expandBy(_toWorld[0] + column * _toWorld[1] + row * _toWorld[2],
-                         _toWorld[3] + column * _toWorld[4] + row * _toWorld[5]);
+    for (const double column : {0.0, static_cast<double>(m_columns)}) {
+        for (const double row : {0.0, static_cast<double>(m_rows)}) {
+            box.expandBy(m_toWorld[0] + column * m_toWorld[1] + row * m_toWorld[2],
+                         m_toWorld[3] + column * m_toWorld[4] + row * m_toWorld[5]);
         }
     }
-    _extent = GeoExtent(_srs.get(), box);
-    _footprint = Footprint(_extent);
-    if (!_footprint.isValid()) {
-        return failureOf(_location, "lies outside the reach of its reference system");
+    m_extent = GeoExtent(m_srs.get(), box);
+    m_footprint = Footprint(m_extent);
+    if (!m_footprint.isValid()) {
+        return failureOf(m_location, "lies outside the reach of its reference system");
     }
-    _bands = RasterBands(dataset);
+    m_bands = RasterBands(dataset);
     return Status::OK();
 }
 
 // Keeps the first data set, unless overviews are already there under another name.
 void RasterSource::prepareOverviews(std::unique_ptr<GDALDataset> first) {
     if (RasterBands::wantsOverviews(*first)) {
-        const std::string cached = cachedOverviews(_openName, *first);
+        const std::string cached = cachedOverviews(m_openName, *first);
         if (!cached.empty()) {
-            _openName = cached;
+            m_openName = cached;
             return;
         }
-        _overviews = std::make_unique<OverviewBuilder>(
-            _openName, [this](const OverviewBuilder::Result& result) { useOverviews(result); });
+        m_overviews = std::make_unique<OverviewBuilder>(
+            m_openName, [this](const OverviewBuilder::Result& result) { useOverviews(result); });
     }
-    const std::lock_guard lock(_poolMutex);
-    if (_revision == 0) {
-        _idle.push_back(std::move(first));
+    const std::lock_guard lock(m_poolMutex);
+    if (m_revision == 0) {
+        m_idle.push_back(std::move(first));
     }
 }
 
 // On the builder's thread.
 void RasterSource::useOverviews(const OverviewBuilder::Result& result) {
     if (!result.problem.empty()) {
-        warnOnce(_location + ": overviews are not kept: " + result.problem);
+        warnOnce(m_location + ": overviews are not kept: " + result.problem);
     }
     if (result.openName.empty()) {
         return;
     }
     std::vector<std::unique_ptr<GDALDataset>> outdated;
-    const std::lock_guard lock(_poolMutex);
-    _openName = result.openName;
-    _inMemory = result.inMemory ? result.openName : std::string();
-    outdated.swap(_idle);
-    ++_revision;
+    const std::lock_guard lock(m_poolMutex);
+    m_openName = result.openName;
+    m_inMemory = result.inMemory ? result.openName : std::string();
+    outdated.swap(m_idle);
+    ++m_revision;
 }
 
 float RasterSource::preparation() const {
-    return _overviews != nullptr ? _overviews->progress() : 1.0F;
+    return m_overviews ? m_overviews->progress() : 1.0F;
 }
 
 void RasterSource::toCells(double x, double y, double& column, double& row) const {
-    column = _toCells[0] + x * _toCells[1] + y * _toCells[2];
-    row = _toCells[3] + x * _toCells[4] + y * _toCells[5];
+    column = m_toCells[0] + x * m_toCells[1] + y * m_toCells[2];
+    row = m_toCells[3] + x * m_toCells[4] + y * m_toCells[5];
 }
 
 double RasterSource::turn(double x) const {
-    return _srs->isGeographic() ? _footprint.turn(x) : 0.0;
+    return m_srs->isGeographic() ? m_footprint.turn(x) : 0.0;
 }
 
 template<typename Read>
 bool RasterSource::read(const Read& readFrom) {
     const QuietErrors quiet;
     Borrowed dataset(*this);
-    if (dataset.get() == nullptr) {
+    if (!dataset.get()) {
         noteFailure("cannot be opened any more");
         return false;
     }
@@ -271,37 +270,37 @@ bool RasterSource::read(const Read& readFrom) {
 }
 
 bool RasterSource::readImage(const CellWindow& window, std::vector<std::uint8_t>& rgba) {
-    return read([&](GDALDataset& dataset) { return _bands.readImage(dataset, window, rgba); });
+    return read([&](GDALDataset& dataset) { return m_bands.readImage(dataset, window, rgba); });
 }
 
 bool RasterSource::readHeights(const CellWindow& window, std::vector<float>& heights) {
-    return read([&](GDALDataset& dataset) { return _bands.readHeights(dataset, window, heights); });
+    return read([&](GDALDataset& dataset) { return m_bands.readHeights(dataset, window, heights); });
 }
 
 void RasterSource::noteFailure(const std::string& what) {
-    if (_hasFailed) {
+    if (m_hasFailed) {
         return;
     }
     const std::string cause = CPLGetLastErrorMsg();
-    Status failure = failureOf(_location, cause.empty() ? what : what + ": " + cause);
+    Status failure = failureOf(m_location, cause.empty() ? what : what + ": " + cause);
     {
-        const std::lock_guard lock(_failureMutex);
-        if (_hasFailed) {
+        const std::lock_guard lock(m_failureMutex);
+        if (m_hasFailed) {
             return;
         }
-        _failure = failure;
-        _hasFailed = true;
+        m_failure = failure;
+        m_hasFailed = true;
     }
     warnOnce(failure.message());
 }
 
 void RasterSource::warnOnce(const std::string& message) {
     {
-        const std::lock_guard lock(_failureMutex);
-        if (_hasWarned) {
+        const std::lock_guard lock(m_failureMutex);
+        if (m_hasWarned) {
             return;
         }
-        _hasWarned = true;
+        m_hasWarned = true;
     }
     OSG_WARN << message << std::endl;
 }

@@ -33,14 +33,14 @@ public:
     RasterSource(const RasterSource&) = delete;
     RasterSource& operator=(const RasterSource&) = delete;
 
-    const SpatialReference* srs() const { return _srs.get(); }
-    int columns() const { return _columns; }
-    int rows() const { return _rows; }
+    const SpatialReference* srs() const { return m_srs.get(); }
+    int columns() const { return m_columns; }
+    int rows() const { return m_rows; }
     /// Extent in the raster's own system, and where that is on the Earth.
-    const GeoExtent& extent() const { return _extent; }
-    const Footprint& footprint() const { return _footprint; }
+    const GeoExtent& extent() const { return m_extent; }
+    const Footprint& footprint() const { return m_footprint; }
     /// Height of a cell in degrees of latitude.
-    double resolutionDegrees() const { return _footprint.height() / _rows; }
+    double resolutionDegrees() const { return m_footprint.height() / m_rows; }
 
     /// Position in the raster's system to fractional cell coordinates; (0, 0) is the outer corner of the
     /// first cell.
@@ -53,15 +53,15 @@ public:
     /// Heights of the first band; NaN where there is no data.
     bool readHeights(const CellWindow& window, std::vector<float>& heights);
     /// Full-resolution heights from a cache of blocks.
-    HeightBlocks& heightBlocks() { return *_heightBlocks; }
+    HeightBlocks& heightBlocks() { return *m_heightBlocks; }
     /// The continuation of the heights where there are none.
-    HeightApron& heightApron() { return *_heightApron; }
+    HeightApron& heightApron() { return *m_heightApron; }
 
     /// Null as long as everything that was asked for could be read, else the first failure, which does not
     /// change any more.
-    const Status* failure() const { return _hasFailed ? &_failure : nullptr; }
+    const Status* failure() const { return m_hasFailed ? &m_failure : nullptr; }
     /// Rises when the raster looks different, because its overviews have become ready.
-    int revision() const { return _revision; }
+    int revision() const { return m_revision; }
     /// How much of the overviews is ready, 0 to 1; 1 also when none are wanted.
     float preparation() const;
 
@@ -77,31 +77,31 @@ private:
     void noteFailure(const std::string& what);
     void warnOnce(const std::string& message);
 
-    const std::string _location;
-    std::string _mosaic; // the VRT made for a folder
-    osg::ref_ptr<const SpatialReference> _srs;
-    int _columns = 0;
-    int _rows = 0;
-    std::array<double, 6> _toWorld{};
-    std::array<double, 6> _toCells{};
-    GeoExtent _extent;
-    Footprint _footprint;
-    RasterBands _bands;
+    const std::string m_location;
+    std::string m_mosaic; // the VRT made for a folder
+    osg::ref_ptr<const SpatialReference> m_srs;
+    int m_columns = 0;
+    int m_rows = 0;
+    std::array<double, 6> m_toWorld{};
+    std::array<double, 6> m_toCells{};
+    GeoExtent m_extent;
+    Footprint m_footprint;
+    RasterBands m_bands;
 
-    std::mutex _poolMutex; // guards what follows
-    std::string _openName; // what GDAL opens: the location, or a VRT in its place
-    std::vector<std::unique_ptr<GDALDataset>> _idle;
-    std::string _inMemory; // overviews to be removed
+    std::mutex m_poolMutex; // guards what follows
+    std::string m_openName; // what GDAL opens: the location, or a VRT in its place
+    std::vector<std::unique_ptr<GDALDataset>> m_idle;
+    std::string m_inMemory; // overviews to be removed
 
-    std::mutex _failureMutex; // guards writing what follows
-    Status _failure;
-    std::atomic<bool> _hasFailed{false};
-    bool _hasWarned = false;
+    std::mutex m_failureMutex; // guards writing what follows
+    Status m_failure;
+    std::atomic<bool> m_hasFailed{false};
+    bool m_hasWarned = false;
 
-    std::atomic<int> _revision{0};
-    std::unique_ptr<HeightBlocks> _heightBlocks;
-    std::unique_ptr<HeightApron> _heightApron;
-    std::unique_ptr<OverviewBuilder> _overviews; // null when none are wanted
+    std::atomic<int> m_revision{0};
+    std::unique_ptr<HeightBlocks> m_heightBlocks;
+    std::unique_ptr<HeightApron> m_heightApron;
+    std::unique_ptr<OverviewBuilder> m_overviews; // null when none are wanted
 };
 
 } // namespace osgEarth

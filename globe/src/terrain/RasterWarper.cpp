@@ -11,15 +11,15 @@
 namespace osgEarth {
 namespace {
 
-constexpr double nowhere = std::numeric_limits<double>::quiet_NaN();
+constexpr double kNowhere = std::numeric_limits<double>::quiet_NaN();
 
 // Exact conversions are made on this many nodes a side; between them cell coordinates are interpolated. The
 // error stays far below a sample, because tiles shrink faster than projections bend.
-constexpr int nodesPerSide = 17;
+constexpr int kNodesPerSide = 17;
 
 struct Cell {
-    double column = nowhere;
-    double row = nowhere;
+    double column = kNowhere;
+    double row = kNowhere;
 };
 
 // Cell coordinates of the grid's nodes, and the part of the raster that the grid needs.
@@ -28,25 +28,25 @@ public:
     CellMapping(const RasterSource& source, const SampleGrid& grid);
     /// Cell coordinates at a sample of the grid.
     Cell at(int column, int row) const;
-    std::optional<CellWindow> window() const { return _window; }
+    std::optional<CellWindow> window() const { return m_window; }
 
 private:
     double nodeOffset(int index, int count) const;
     void chooseWindow(const RasterSource& source, const SampleGrid& grid);
     const Cell& node(int column, int row) const {
-        return _nodes[static_cast<std::size_t>(row * nodesPerSide + column)];
+        return m_nodes[static_cast<std::size_t>(row * kNodesPerSide + column)];
     }
 
-    int _width;
-    int _height;
-    bool _onEdges;
-    std::vector<Cell> _nodes;
-    std::optional<CellWindow> _window;
+    int m_width;
+    int m_height;
+    bool m_onEdges;
+    std::vector<Cell> m_nodes;
+    std::optional<CellWindow> m_window;
 };
 
 CellMapping::CellMapping(const RasterSource& source, const SampleGrid& grid)
-    : _width(grid.width), _height(grid.height), _onEdges(grid.onEdges),
-      _nodes(static_cast<std::size_t>(nodesPerSide * nodesPerSide)) {
+    : m_width(grid.width), m_height(grid.height), m_onEdges(grid.onEdges),
+      m_nodes(static_cast<std::size_t>(kNodesPerSide * kNodesPerSide)) {
     const SpatialReference* gridSRS = grid.extent.getSRS();
     // One side of the antimeridian for the whole tile, or the cells between two nodes would make no sense.
     const osg::Vec2d middle = grid.extent.bounds().center2d();
@@ -54,14 +54,14 @@ CellMapping::CellMapping(const RasterSource& source, const SampleGrid& grid)
     const double turn = gridSRS->transform(osg::Vec3d(middle.x(), middle.y(), 0.0), source.srs(), there)
                             ? source.turn(there.x())
                             : 0.0;
-    for (int row = 0; row < nodesPerSide; ++row) {
-        for (int column = 0; column < nodesPerSide; ++column) {
-            const double fraction = 1.0 / (nodesPerSide - 1);
+    for (int row = 0; row < kNodesPerSide; ++row) {
+        for (int column = 0; column < kNodesPerSide; ++column) {
+            const double fraction = 1.0 / (kNodesPerSide - 1);
             const osg::Vec3d point(grid.extent.west() + grid.extent.width() * column * fraction,
                                    grid.extent.north() - grid.extent.height() * row * fraction, 0.0);
             osg::Vec3d converted;
             if (gridSRS->transform(point, source.srs(), converted)) {
-                Cell& cell = _nodes[static_cast<std::size_t>(row * nodesPerSide + column)];
+                Cell& cell = m_nodes[static_cast<std::size_t>(row * kNodesPerSide + column)];
                 source.toCells(converted.x() + turn, converted.y(), cell.column, cell.row);
             }
         }
@@ -70,15 +70,15 @@ CellMapping::CellMapping(const RasterSource& source, const SampleGrid& grid)
 }
 
 double CellMapping::nodeOffset(int index, int count) const {
-    const double fraction = _onEdges ? static_cast<double>(index) / (count - 1) : (index + 0.5) / count;
-    return fraction * (nodesPerSide - 1);
+    const double fraction = m_onEdges ? static_cast<double>(index) / (count - 1) : (index + 0.5) / count;
+    return fraction * (kNodesPerSide - 1);
 }
 
 Cell CellMapping::at(int column, int row) const {
-    const double x = nodeOffset(column, _width);
-    const double y = nodeOffset(row, _height);
-    const int left = std::min(static_cast<int>(x), nodesPerSide - 2);
-    const int top = std::min(static_cast<int>(y), nodesPerSide - 2);
+    const double x = nodeOffset(column, m_width);
+    const double y = nodeOffset(row, m_height);
+    const int left = std::min(static_cast<int>(x), kNodesPerSide - 2);
+    const int top = std::min(static_cast<int>(y), kNodesPerSide - 2);
     const double fx = x - left;
     const double fy = y - top;
     const auto mix = [&](double Cell::* part) {
@@ -104,9 +104,9 @@ void CellMapping::chooseWindow(const RasterSource& source, const SampleGrid& gri
     double minRow = source.rows();
     double maxColumn = 0.0;
     double maxRow = 0.0;
-    const double samplesPerNode = static_cast<double>(grid.width) / (nodesPerSide - 1);
-    for (int row = 0; row + 1 < nodesPerSide; ++row) {
-        for (int column = 0; column + 1 < nodesPerSide; ++column) {
+    const double samplesPerNode = static_cast<double>(grid.width) / (kNodesPerSide - 1);
+    for (int row = 0; row + 1 < kNodesPerSide; ++row) {
+        for (int column = 0; column + 1 < kNodesPerSide; ++column) {
             const Cell& a = node(column, row);
             const Cell& b = node(column + 1, row);
             const Cell& c = node(column, row + 1);
@@ -149,7 +149,7 @@ void CellMapping::chooseWindow(const RasterSource& source, const SampleGrid& gri
     window.width = static_cast<int>(right) - window.column;
     window.height = static_cast<int>(bottom) - window.row;
     if (window.width > 0 && window.height > 0) {
-        _window = window;
+        m_window = window;
     }
 }
 

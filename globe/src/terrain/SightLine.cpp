@@ -6,32 +6,33 @@
 namespace osgEarth {
 namespace {
 
-constexpr int samples = 64;
-constexpr double highestGroundMetres = 9000.0;
-constexpr double steepSine = 0.9;           // a hill that steep hides nothing for long
-constexpr double clearanceMetres = 4.0;     // for shrubs and fences in the surface model ...
-constexpr double clearancePerMetre = 0.003; // ... and for coarser tiles in the distance
+constexpr int kSamples = 64;
+constexpr double kHighestGroundMetres = 9000.0;
+constexpr double kSteepSine = 0.9;           // a hill that steep hides nothing for long
+constexpr double kClearanceMetres = 4.0;     // for shrubs and fences in the surface model ...
+constexpr double kClearancePerMetre = 0.003; // ... and for coarser tiles in the distance
 
 /// Heights along a way: neighbouring points mostly lie on one tile.
 class Ground {
 public:
-    Ground(const TileIndex& tiles, const Profile& profile) : _tiles(tiles), _profile(profile) {}
+    Ground(const TileIndex& tiles, const Profile& profile) : m_tiles(tiles), m_profile(profile) {}
 
     bool isHigher(double x, double y, double height) {
-        if (!_tile.valid() || !_tile->contains(x, y)) {
-            _tile = _tiles.finestAt(_profile, x, y);
+        if (!m_tile.valid() || !m_tile->contains(x, y)) {
+            m_tile = m_tiles.finestAt(m_profile, x, y);
         }
-        return _tile.valid() && _tile->highestMetres() > height && _tile->heightBetweenPosts(x, y) > height;
+        return m_tile.valid() && m_tile->highestMetres() > height &&
+               m_tile->heightBetweenPosts(x, y) > height;
     }
     double heightAt(double x, double y, double otherwise) {
-        _tile = _tiles.finestAt(_profile, x, y);
-        return _tile.valid() ? _tile->heightBetweenPosts(x, y) : otherwise;
+        m_tile = m_tiles.finestAt(m_profile, x, y);
+        return m_tile.valid() ? m_tile->heightBetweenPosts(x, y) : otherwise;
     }
 
 private:
-    const TileIndex& _tiles;
-    const Profile& _profile;
-    osg::ref_ptr<TileMesh> _tile;
+    const TileIndex& m_tiles;
+    const Profile& m_profile;
+    osg::ref_ptr<TileMesh> m_tile;
 };
 
 } // namespace
@@ -51,7 +52,7 @@ bool isHiddenByGround(const TileIndex& tiles, const Profile& profile, const osg:
     const osg::Vec3d up(placeToWorld(2, 0), placeToWorld(2, 1), placeToWorld(2, 2));
     const double distance = (eyeWorld - placeWorld).length();
     const double rise = (eyeWorld - placeWorld) * up;
-    if (distance < clearanceMetres || rise > steepSine * distance) {
+    if (distance < kClearanceMetres || rise > kSteepSine * distance) {
         return false;
     }
     if (srs.isGeographic()) {
@@ -59,14 +60,14 @@ bool isHiddenByGround(const TileIndex& tiles, const Profile& profile, const osg:
     }
     Ground ground(tiles, profile);
     const double from = std::max(place.z(), ground.heightAt(place.x(), place.y(), place.z())) +
-                        clearanceMetres + clearancePerMetre * distance;
+                        kClearanceMetres + kClearancePerMetre * distance;
     const double sag = srs.isGeographic() ? (distance * distance - rise * rise) /
                                                 (2.0 * srs.getEllipsoid()->getRadiusEquator())
                                           : 0.0;
-    for (int i = 1; i < samples; ++i) {
-        const double t = static_cast<double>(i * i) / (samples * samples);
+    for (int i = 1; i < kSamples; ++i) {
+        const double t = static_cast<double>(i * i) / (kSamples * kSamples);
         const double height = from + (eye.z() - place.z()) * t - sag * t * (1.0 - t);
-        if (height > highestGroundMetres) {
+        if (height > kHighestGroundMetres) {
             return false;
         }
         if (ground.isHigher(place.x() + (eye.x() - place.x()) * t, place.y() + (eye.y() - place.y()) * t,

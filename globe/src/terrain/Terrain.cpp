@@ -12,22 +12,22 @@ namespace osgEarth {
 void TerrainCallback::onTileAdded(const TileKey&, osg::Node*, TerrainCallbackContext&) {}
 
 Terrain::Terrain(osg::Node* graph, const Profile* profile, std::shared_ptr<TileIndex> tiles)
-    : _graph(graph), _profile(profile), _tiles(std::move(tiles)) {}
+    : m_graph(graph), m_profile(profile), m_tiles(std::move(tiles)) {}
 
 Terrain::~Terrain() = default;
 
 bool Terrain::getHeight(const SpatialReference* srs, double x, double y, double* out_heightAboveMSL,
                         double* out_heightAboveEllipsoid) const {
-    if (srs != nullptr && srs != getSRS() && !srs->transform2D(x, y, getSRS(), x, y)) {
+    if (srs && srs != getSRS() && !srs->transform2D(x, y, getSRS(), x, y)) {
         return false;
     }
-    const osg::ref_ptr<TileMesh> mesh = _tiles->finestAt(*_profile, x, y);
+    const osg::ref_ptr<TileMesh> mesh = m_tiles->finestAt(*m_profile, x, y);
     double height = 0.0;
     if (!mesh.valid() || !mesh->height(x, y, height)) {
         return false;
     }
     for (double* out : {out_heightAboveMSL, out_heightAboveEllipsoid}) {
-        if (out != nullptr) {
+        if (out) {
             *out = height;
         }
     }
@@ -36,7 +36,7 @@ bool Terrain::getHeight(const SpatialReference* srs, double x, double y, double*
 
 bool Terrain::intersect(const osg::Vec3d& start, const osg::Vec3d& end, osg::Vec3d& out_world) const {
     osg::ref_ptr<osg::Node> graph;
-    if (!_graph.lock(graph)) {
+    if (!m_graph.lock(graph)) {
         return false;
     }
     osg::ref_ptr<osgUtil::LineSegmentIntersector> segment = new osgUtil::LineSegmentIntersector(start, end);
@@ -52,19 +52,19 @@ bool Terrain::intersect(const osg::Vec3d& start, const osg::Vec3d& end, osg::Vec
 
 bool Terrain::getWorldCoordsUnderMouse(osg::View* view, float mx, float my, osg::Vec3d& out_world) const {
     auto* viewerView = dynamic_cast<osgViewer::View*>(view);
-    if (viewerView == nullptr) {
+    if (!viewerView) {
         return false;
     }
     float localX = 0.0F;
     float localY = 0.0F;
     const osg::Camera* camera = viewerView->getCameraContainingPosition(mx, my, localX, localY);
-    if (camera == nullptr) {
+    if (!camera) {
         camera = viewerView->getCamera();
         localX = mx;
         localY = my;
     }
     const osg::Viewport* viewport = camera->getViewport();
-    if (viewport == nullptr) {
+    if (!viewport) {
         return false;
     }
     osg::Matrixd windowToWorld;
@@ -84,30 +84,30 @@ bool Terrain::getWorldCoordsUnderMouse(osg::View* view, float mx, float my, osg:
 }
 
 bool Terrain::hides(const osg::Vec3d& placeWorld, const osg::Vec3d& eyeWorld) const {
-    return isHiddenByGround(*_tiles, *_profile, eyeWorld, placeWorld);
+    return isHiddenByGround(*m_tiles, *m_profile, eyeWorld, placeWorld);
 }
 
 unsigned Terrain::getSurfaceRevision() const {
-    return _tiles->revision();
+    return m_tiles->revision();
 }
 
 void Terrain::addTerrainCallback(TerrainCallback* callback) {
-    if (callback != nullptr) {
-        _callbacks.emplace_back(callback);
+    if (callback) {
+        m_callbacks.emplace_back(callback);
     }
 }
 
 void Terrain::removeTerrainCallback(TerrainCallback* callback) {
-    _callbacks.erase(std::remove(_callbacks.begin(), _callbacks.end(), callback), _callbacks.end());
+    m_callbacks.erase(std::remove(m_callbacks.begin(), m_callbacks.end(), callback), m_callbacks.end());
 }
 
 osg::Node* Terrain::getGraph() const {
-    return _graph.get();
+    return m_graph.get();
 }
 
 void Terrain::notifyTileAdded(const TileKey& key, osg::Node* tile) {
     TerrainCallbackContext context(this);
-    const auto callbacks = _callbacks; // a callback may remove itself
+    const auto callbacks = m_callbacks; // a callback may remove itself
     for (const auto& callback : callbacks) {
         callback->onTileAdded(key, tile, context);
     }

@@ -12,7 +12,7 @@
 namespace osgEarth {
 namespace {
 
-const char* const terrainVertexShader = R"(
+const char* const kTerrainVertexShader = R"(
 out vec2 oe_terrain_uv;
 void oe_terrain_vertex(inout vec4 vertex) {
     oe_terrain_uv = gl_MultiTexCoord0.st;
@@ -20,7 +20,7 @@ void oe_terrain_vertex(inout vec4 vertex) {
 )";
 
 // The vertex colour carries the hill shade; 0.8 is flat ground.
-const char* const terrainFragmentShader = R"(
+const char* const kTerrainFragmentShader = R"(
 uniform sampler2D oe_terrain_picture;
 uniform float oe_terrain_relief;
 in vec2 oe_terrain_uv;
@@ -43,19 +43,19 @@ std::vector<int> appearanceOf(const Map& map) {
 } // namespace
 
 TerrainEngineNode::TerrainEngineNode(Map* map, const TerrainOptions& options)
-    : _map(map),
-      _tileContext(std::make_shared<TileContext>(osg::ref_ptr<const Profile>(map->getProfile()), options)) {
+    : m_map(map),
+      m_tileContext(std::make_shared<TileContext>(osg::ref_ptr<const Profile>(map->getProfile()), options)) {
     setName("osgEarth::TerrainEngineNode");
     setEllipsoidModel(map->isGeocentric() ? new osg::EllipsoidModel(*map->getSRS()->getEllipsoid())
                                           : nullptr);
     setCoordinateSystem(map->getSRS()->getWKT());
     setFormat("WKT");
-    _terrain = new Terrain(this, map->getProfile(), _tileContext->index());
+    m_terrain = new Terrain(this, map->getProfile(), m_tileContext->index());
 
     osg::StateSet* stateSet = getOrCreateStateSet();
     VirtualProgram* program = VirtualProgram::getOrCreate(stateSet);
-    program->setFunction("oe_terrain_vertex", terrainVertexShader, ShaderComp::LOCATION_VERTEX_VIEW);
-    program->setFunction("oe_terrain_colour", terrainFragmentShader, ShaderComp::LOCATION_FRAGMENT_COLORING,
+    program->setFunction("oe_terrain_vertex", kTerrainVertexShader, ShaderComp::LOCATION_VERTEX_VIEW);
+    program->setFunction("oe_terrain_colour", kTerrainFragmentShader, ShaderComp::LOCATION_FRAGMENT_COLORING,
                          0.0F);
     stateSet->addUniform(new osg::Uniform("oe_terrain_picture", 0));
     stateSet->addUniform(new osg::Uniform("oe_terrain_relief", 1.0F));
@@ -64,22 +64,22 @@ TerrainEngineNode::TerrainEngineNode(Map* map, const TerrainOptions& options)
 
     // An update traversal is asked for only when there is something to announce, so that an idle scene needs
     // no frames.
-    _tileContext->setEnteredCallback([this] { setNumChildrenRequiringUpdateTraversal(1); });
+    m_tileContext->setEnteredCallback([this] { setNumChildrenRequiringUpdateTraversal(1); });
     followMapChanges();
     addRootTiles();
 }
 
 TerrainEngineNode::~TerrainEngineNode() {
-    _tileContext->setEnteredCallback(nullptr);
+    m_tileContext->setEnteredCallback(nullptr);
 }
 
 void TerrainEngineNode::addRootTiles() {
     unsigned wide = 0;
     unsigned high = 0;
-    _map->getProfile()->getNumTiles(0, wide, high);
+    m_map->getProfile()->getNumTiles(0, wide, high);
     for (unsigned y = 0; y < high; ++y) {
         for (unsigned x = 0; x < wide; ++x) {
-            osg::ref_ptr<TileNode> tile = new TileNode(TileKey(0, x, y, _map->getProfile()), _tileContext);
+            osg::ref_ptr<TileNode> tile = new TileNode(TileKey(0, x, y, m_map->getProfile()), m_tileContext);
             addChild(tile);
             tile->enterScene();
         }
@@ -87,22 +87,22 @@ void TerrainEngineNode::addRootTiles() {
 }
 
 void TerrainEngineNode::followMapChanges() {
-    const std::vector<int> appearance = appearanceOf(*_map);
-    if (appearance != _appearance) {
-        _appearance = appearance;
-        _tileContext->setLayers(*_map);
+    const std::vector<int> appearance = appearanceOf(*m_map);
+    if (appearance != m_appearance) {
+        m_appearance = appearance;
+        m_tileContext->setLayers(*m_map);
     }
 }
 
 void TerrainEngineNode::announceNewTiles() {
     setNumChildrenRequiringUpdateTraversal(0);
-    for (const auto& mesh : _tileContext->takeEnteredTiles()) {
-        _terrain->notifyTileAdded(mesh->key(), mesh->node());
+    for (const auto& mesh : m_tileContext->takeEnteredTiles()) {
+        m_terrain->notifyTileAdded(mesh->key(), mesh->node());
     }
 }
 
 void TerrainEngineNode::requestRedraw() {
-    for (const auto& observed : _views) {
+    for (const auto& observed : m_views) {
         osg::ref_ptr<osg::View> view;
         if (observed.lock(view)) {
             if (auto* adapter = dynamic_cast<osgGA::GUIActionAdapter*>(view.get())) {
@@ -120,7 +120,7 @@ void TerrainEngineNode::traverse(osg::NodeVisitor& nv) {
     if (auto* visitor = dynamic_cast<osgUtil::CullVisitor*>(&nv)) {
         if (TileContext::isViewCamera(*visitor)) {
             noteView(visitor->getCurrentCamera()->getView());
-            _tileContext->noteView(*visitor);
+            m_tileContext->noteView(*visitor);
             followMapChanges();
         }
     }
@@ -129,12 +129,12 @@ void TerrainEngineNode::traverse(osg::NodeVisitor& nv) {
 
 void TerrainEngineNode::noteView(osg::View* view) {
     const auto isGone = [](const osg::observer_ptr<osg::View>& observed) { return !observed.valid(); };
-    _views.erase(std::remove_if(_views.begin(), _views.end(), isGone), _views.end());
-    if (std::find(_views.begin(), _views.end(), view) == _views.end()) {
-        _views.emplace_back(view);
+    m_views.erase(std::remove_if(m_views.begin(), m_views.end(), isGone), m_views.end());
+    if (std::find(m_views.begin(), m_views.end(), view) == m_views.end()) {
+        m_views.emplace_back(view);
         if (auto* viewerView = dynamic_cast<osgViewer::View*>(view)) {
             viewerView->getDatabasePager()->setTargetMaximumNumberOfPageLOD(
-                _tileContext->options().maxResidentTiles().get());
+                m_tileContext->options().maxResidentTiles().get());
         }
     }
 }

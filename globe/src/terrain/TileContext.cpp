@@ -6,27 +6,27 @@
 namespace osgEarth {
 
 TileContext::TileContext(osg::ref_ptr<const Profile> profile, const TerrainOptions& options)
-    : _profile(std::move(profile)), _options(options), _index(std::make_shared<TileIndex>()),
-      _layers(std::make_shared<LayerStack>()) {}
+    : m_profile(std::move(profile)), m_options(options), m_index(std::make_shared<TileIndex>()),
+      m_layers(std::make_shared<LayerStack>()) {}
 
 std::shared_ptr<const LayerStack> TileContext::layers() const {
-    const std::lock_guard lock(_mutex);
-    return _layers;
+    const std::lock_guard lock(m_mutex);
+    return m_layers;
 }
 
 void TileContext::setLayers(const Map& map) {
-    const auto layers = std::make_shared<const LayerStack>(map, _revision + 1);
-    const std::lock_guard lock(_mutex);
-    for (const GeoExtent& extent : layers->differencesTo(*_layers)) {
-        _changes.push_back({layers->revision(), extent});
+    const auto layers = std::make_shared<const LayerStack>(map, m_revision + 1);
+    const std::lock_guard lock(m_mutex);
+    for (const GeoExtent& extent : layers->differencesTo(*m_layers)) {
+        m_changes.push_back({layers->revision(), extent});
     }
-    _layers = layers;
-    _revision = layers->revision();
+    m_layers = layers;
+    m_revision = layers->revision();
 }
 
 bool TileContext::hasChangedSince(int revision, const GeoExtent& extent) const {
-    const std::lock_guard lock(_mutex);
-    return std::any_of(_changes.begin(), _changes.end(), [&](const Change& change) {
+    const std::lock_guard lock(m_mutex);
+    return std::any_of(m_changes.begin(), m_changes.end(), [&](const Change& change) {
         return change.revision > revision && change.extent.intersects(extent);
     });
 }
@@ -40,9 +40,9 @@ osg::ref_ptr<osgDB::Options> TileContext::readerOptions() {
 
 float TileContext::refinementPixels() const {
     // A picture is refined when its pixels grow larger than about one and a half screen pixels.
-    constexpr float usualRangeFactor = 7.0F;
-    return 1.5F * static_cast<float>(TileMesh::imagePixels) * usualRangeFactor /
-           std::max(0.1F, _options.minTileRangeFactor().get());
+    constexpr float kUsualRangeFactor = 7.0F;
+    return 1.5F * static_cast<float>(TileMesh::kImagePixels) * kUsualRangeFactor /
+           std::max(0.1F, m_options.minTileRangeFactor().get());
 }
 
 bool TileContext::isViewCamera(const osgUtil::CullVisitor& visitor) {
@@ -51,19 +51,19 @@ bool TileContext::isViewCamera(const osgUtil::CullVisitor& visitor) {
 
 float TileContext::pixelsPerRadian(const osgUtil::CullVisitor& visitor) {
     const bool isView = isViewCamera(visitor);
-    if (!isView && _viewPixelsPerRadian > 0.0F) {
-        return _viewPixelsPerRadian;
+    if (!isView && m_viewPixelsPerRadian > 0.0F) {
+        return m_viewPixelsPerRadian;
     }
     auto& stack = const_cast<osgUtil::CullVisitor&>(visitor);
     const osg::Matrixd* projection = stack.getProjectionMatrix();
     const osg::Viewport* viewport = stack.getViewport();
-    if (projection == nullptr || viewport == nullptr) {
+    if (!projection || !viewport) {
         return 1000.0F;
     }
     const auto pixels =
         static_cast<float>(viewport->height() * 0.5 * (*projection)(1, 1) / stack.getLODScale());
     if (isView) {
-        _viewPixelsPerRadian = pixels;
+        m_viewPixelsPerRadian = pixels;
     }
     return pixels;
 }
@@ -76,30 +76,30 @@ void TileContext::noteView(osgUtil::CullVisitor& visitor) {
     view->frustum.setToUnitFrustum(false, false);
     view->frustum.transformProvidingInverse(*visitor.getModelViewMatrix() * *visitor.getProjectionMatrix());
     view->pixelsPerRadian = pixelsPerRadian(visitor);
-    const std::lock_guard lock(_mutex);
-    _view = view;
+    const std::lock_guard lock(m_mutex);
+    m_view = view;
 }
 
 std::shared_ptr<const TileView> TileContext::view() const {
-    const std::lock_guard lock(_mutex);
-    return _view;
+    const std::lock_guard lock(m_mutex);
+    return m_view;
 }
 
 void TileContext::tileEntered(TileMesh* mesh) {
-    _index->insert(mesh);
+    m_index->insert(mesh);
     {
-        const std::lock_guard lock(_mutex);
-        _entered.emplace_back(mesh);
+        const std::lock_guard lock(m_mutex);
+        m_entered.emplace_back(mesh);
     }
-    if (_enteredCallback) {
-        _enteredCallback();
+    if (m_enteredCallback) {
+        m_enteredCallback();
     }
 }
 
 std::vector<osg::ref_ptr<TileMesh>> TileContext::takeEnteredTiles() {
     std::vector<osg::ref_ptr<TileMesh>> entered;
-    const std::lock_guard lock(_mutex);
-    entered.swap(_entered);
+    const std::lock_guard lock(m_mutex);
+    entered.swap(m_entered);
     return entered;
 }
 

@@ -31,12 +31,12 @@ class TileContext : public std::enable_shared_from_this<TileContext> {
 public:
     TileContext(osg::ref_ptr<const Profile> profile, const TerrainOptions& options);
 
-    const Profile* profile() const { return _profile.get(); }
-    const TerrainOptions& options() const { return _options; }
-    const std::shared_ptr<TileIndex>& index() const { return _index; }
+    const Profile* profile() const { return m_profile.get(); }
+    const TerrainOptions& options() const { return m_options; }
+    const std::shared_ptr<TileIndex>& index() const { return m_index; }
 
     std::shared_ptr<const LayerStack> layers() const;
-    int revision() const { return _revision; }
+    int revision() const { return m_revision; }
     /// Replaces the layers; tiles within the differences are made anew when they are next seen.
     void setLayers(const Map& map);
     /// Whether layers within the extent have changed since the revision.
@@ -63,7 +63,7 @@ public:
     std::vector<osg::ref_ptr<TileMesh>> takeEnteredTiles();
     /// Called for every tile that enters, on the thread that runs the frames; set and called on that thread
     /// only.
-    void setEnteredCallback(std::function<void()> callback) { _enteredCallback = std::move(callback); }
+    void setEnteredCallback(std::function<void()> callback) { m_enteredCallback = std::move(callback); }
 
 private:
     struct Change {
@@ -71,17 +71,17 @@ private:
         GeoExtent extent;
     };
 
-    osg::ref_ptr<const Profile> _profile;
-    TerrainOptions _options;
-    std::shared_ptr<TileIndex> _index;
-    std::atomic<int> _revision{0};
-    std::atomic<float> _viewPixelsPerRadian{0.0F};
-    std::function<void()> _enteredCallback;
-    mutable std::mutex _mutex; // guards what follows
-    std::shared_ptr<const LayerStack> _layers;
-    std::shared_ptr<const TileView> _view;
-    std::vector<Change> _changes;
-    std::vector<osg::ref_ptr<TileMesh>> _entered;
+    osg::ref_ptr<const Profile> m_profile;
+    TerrainOptions m_options;
+    std::shared_ptr<TileIndex> m_index;
+    std::atomic<int> m_revision{0};
+    std::atomic<float> m_viewPixelsPerRadian{0.0F};
+    std::function<void()> m_enteredCallback;
+    mutable std::mutex m_mutex; // guards what follows
+    std::shared_ptr<const LayerStack> m_layers;
+    std::shared_ptr<const TileView> m_view;
+    std::vector<Change> m_changes;
+    std::vector<osg::ref_ptr<TileMesh>> m_entered;
 };
 
 } // namespace osgEarth

@@ -4,22 +4,22 @@ namespace osgEarth {
 
 void TileIndex::insert(TileMesh* mesh) {
     const TileKey& key = mesh->key();
-    const std::lock_guard lock(_mutex);
-    auto& slot = _meshes[indexOf(key.getLOD(), key.getTileX(), key.getTileY())];
+    const std::lock_guard lock(m_mutex);
+    auto& slot = m_meshes[indexOf(key.getLOD(), key.getTileX(), key.getTileY())];
     if (!slot.valid()) {
-        ++_countAtLevel.at(key.getLOD());
+        ++m_countAtLevel.at(key.getLOD());
     }
     slot = mesh;
-    ++_revision;
+    ++m_revision;
 }
 
 void TileIndex::remove(const TileMesh* mesh) {
     const TileKey& key = mesh->key();
-    const std::lock_guard lock(_mutex);
-    const auto found = _meshes.find(indexOf(key.getLOD(), key.getTileX(), key.getTileY()));
-    if (found != _meshes.end() && found->second == mesh) {
-        --_countAtLevel.at(key.getLOD());
-        _meshes.erase(found);
+    const std::lock_guard lock(m_mutex);
+    const auto found = m_meshes.find(indexOf(key.getLOD(), key.getTileX(), key.getTileY()));
+    if (found != m_meshes.end() && found->second == mesh) {
+        --m_countAtLevel.at(key.getLOD());
+        m_meshes.erase(found);
     }
 }
 
@@ -28,9 +28,9 @@ osg::ref_ptr<TileMesh> TileIndex::finestAt(const Profile& profile, double x, dou
     if (!whole.bounds().contains(x, y)) {
         return nullptr;
     }
-    const std::lock_guard lock(_mutex);
-    for (std::size_t level = _countAtLevel.size(); level-- > 0;) {
-        if (_countAtLevel.at(level) == 0) {
+    const std::lock_guard lock(m_mutex);
+    for (std::size_t level = m_countAtLevel.size(); level-- > 0;) {
+        if (m_countAtLevel.at(level) == 0) {
             continue;
         }
         const auto lod = static_cast<unsigned>(level);
@@ -41,8 +41,8 @@ osg::ref_ptr<TileMesh> TileIndex::finestAt(const Profile& profile, double x, dou
         const double row = (whole.north() - y) / whole.height() * high;
         const unsigned tileX = std::min(static_cast<unsigned>(column), wide - 1);
         const unsigned tileY = std::min(static_cast<unsigned>(row), high - 1);
-        const auto found = _meshes.find(indexOf(lod, tileX, tileY));
-        if (found != _meshes.end()) {
+        const auto found = m_meshes.find(indexOf(lod, tileX, tileY));
+        if (found != m_meshes.end()) {
             return found->second;
         }
     }

@@ -21,17 +21,17 @@ public:
     /// Null where nothing is loaded.
     osg::ref_ptr<TileMesh> finestAt(const Profile& profile, double x, double y) const;
     /// Counts insertions.
-    unsigned revision() const { return _revision; }
+    unsigned revision() const { return m_revision; }
 
 private:
     static std::uint64_t indexOf(unsigned lod, unsigned x, unsigned y) {
         return (static_cast<std::uint64_t>(lod) << 58U) | (static_cast<std::uint64_t>(x) << 29U) | y;
     }
 
-    mutable std::mutex _mutex;
-    std::unordered_map<std::uint64_t, osg::ref_ptr<TileMesh>> _meshes;
-    std::array<int, 32> _countAtLevel{};
-    std::atomic<unsigned> _revision{0};
+    mutable std::mutex m_mutex;
+    std::unordered_map<std::uint64_t, osg::ref_ptr<TileMesh>> m_meshes;
+    std::array<int, 32> m_countAtLevel{};
+    std::atomic<unsigned> m_revision{0};
 };
 
 } // namespace osgEarth

@@ -10,14 +10,14 @@ namespace {
 
 // A view that is far too near for a tile gets this many levels at once. Frame by frame it would wait for, and
 // draw, each level in turn; all at once it would see nothing for too long.
-constexpr int levelsAtOnce = 6;
+constexpr int kLevelsAtOnce = 6;
 
 osg::ref_ptr<osg::Group> childrenOf(const TileKey& key, const std::shared_ptr<TileContext>& context,
                                     const TileView* view, int levels) {
     osg::ref_ptr<osg::Group> children = new osg::Group();
     for (unsigned quadrant = 0; quadrant < 4; ++quadrant) {
         osg::ref_ptr<TileNode> tile = new TileNode(key.createChildKey(quadrant), context);
-        if (levels > 1 && view != nullptr && tile->isMuchTooCoarseFor(*view)) {
+        if (levels > 1 && view && tile->isMuchTooCoarseFor(*view)) {
             tile->bringAlong(childrenOf(tile->key(), context, view, levels - 1));
         }
         children->addChild(tile);
@@ -28,13 +28,13 @@ osg::ref_ptr<osg::Group> childrenOf(const TileKey& key, const std::shared_ptr<Ti
 } // namespace
 
 osgDB::ReaderWriter::ReadResult TileLoader::readNode(const std::string& name, const osgDB::Options*) {
-    const std::shared_ptr<TileContext> context = _context.lock();
+    const std::shared_ptr<TileContext> context = m_context.lock();
     char kind[16] = "";
     unsigned lod = 0;
     unsigned x = 0;
     unsigned y = 0;
     // NOLINTNEXTLINE(cert-err34-c): the names are our own
-    if (context == nullptr || std::sscanf(name.c_str(), "%15[a-z]/%u/%u/%u", kind, &lod, &x, &y) != 4) {
+    if (!context || std::sscanf(name.c_str(), "%15[a-z]/%u/%u/%u", kind, &lod, &x, &y) != 4) {
         return osgDB::ReaderWriter::ReadResult::FILE_NOT_HANDLED;
     }
     const TileKey key(lod, x, y, context->profile());
@@ -43,7 +43,7 @@ osgDB::ReaderWriter::ReadResult TileLoader::readNode(const std::string& name, co
         return osgDB::ReaderWriter::ReadResult(
             new TileSurface(new TileMesh(key, *layers, context->options())));
     }
-    return osgDB::ReaderWriter::ReadResult(childrenOf(key, context, context->view().get(), levelsAtOnce));
+    return osgDB::ReaderWriter::ReadResult(childrenOf(key, context, context->view().get(), kLevelsAtOnce));
 }
 
 } // namespace osgEarth

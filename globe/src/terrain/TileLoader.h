@@ -14,7 +14,7 @@ class TileContext;
 /// surface of the tile itself, made anew. Runs on the pager's threads.
 class TileLoader : public osgDB::ReadFileCallback {
 public:
-    explicit TileLoader(std::weak_ptr<TileContext> context) : _context(std::move(context)) {}
+    explicit TileLoader(std::weak_ptr<TileContext> context) : m_context(std::move(context)) {}
 
     static std::string childrenName(const TileKey& key) { return "children/" + key.str(); }
     static std::string surfaceName(const TileKey& key) { return "surface/" + key.str(); }
@@ -25,7 +25,7 @@ protected:
     ~TileLoader() override = default;
 
 private:
-    std::weak_ptr<TileContext> _context; // a request may outlive its terrain
+    std::weak_ptr<TileContext> m_context; // a request may outlive its terrain
 };
 
 } // namespace osgEarth

@@ -9,8 +9,8 @@ namespace osgEarth {
 namespace {
 
 // The shading of flat ground; brighter and darker slopes lie about it. The terrain's shader divides by it.
-constexpr double flatShade = 0.8;
-constexpr double metresPerDegree = 111320.0;
+constexpr double kFlatShade = 0.8;
+constexpr double kMetresPerDegree = 111320.0;
 
 // Light from the north-west at 45 degrees, as on printed maps. The slope is exaggerated with the spacing of
 // the posts, because coarse posts flatten the relief.
@@ -20,7 +20,7 @@ double hillShade(double slopeEast, double slopeNorth, double spacingMetres) {
     osg::Vec3d normal(-slopeEast * exaggeration, -slopeNorth * exaggeration, 1.0);
     normal.normalize();
     const double relative = std::max(0.0, normal * light) / light.z();
-    return osg::clampBetween(flatShade * (0.4 + 0.6 * relative), 0.0, 1.0);
+    return osg::clampBetween(kFlatShade * (0.4 + 0.6 * relative), 0.0, 1.0);
 }
 
 } // namespace
@@ -93,9 +93,9 @@ osg::Vec3 TileMesh::Surface::normalAt(int column, int row) const {
 double TileMesh::Surface::shadeAt(int column, int row) const {
     // What was never measured has no relief to show.
     if (!measured[index(column, row)]) {
-        return flatShade;
+        return kFlatShade;
     }
-    const double degrees = isGeographic ? metresPerDegree : 1.0;
+    const double degrees = isGeographic ? kMetresPerDegree : 1.0;
     const double latitude = isGeographic ? grid.y(row + 1) : 0.0;
     const double stepY = grid.extent.height() / (side - 1) * degrees;
     const double stepX = grid.extent.width() / (side - 1) * degrees *
@@ -106,16 +106,17 @@ double TileMesh::Surface::shadeAt(int column, int row) const {
 }
 
 TileMesh::TileMesh(const TileKey& key, const LayerStack& layers, const TerrainOptions& options)
-    : _key(key), _extent(key.getExtent()), _revision(layers.revision()), _posts(options.tileSize().get()) {
-    const Bounds bounds = _extent.bounds();
+    : m_key(key), m_extent(key.getExtent()), m_revision(layers.revision()),
+      m_posts(options.tileSize().get()) {
+    const Bounds bounds = m_extent.bounds();
     const osg::Vec3d centre(bounds.center2d().x(), bounds.center2d().y(), 0.0);
-    _extent.getSRS()->createLocalToWorld(centre, _localToWorld);
-    _worldToLocal.invert_4x3(_localToWorld);
+    m_extent.getSRS()->createLocalToWorld(centre, m_localToWorld);
+    m_worldToLocal.invert_4x3(m_localToWorld);
 
-    const Surface surface(_extent, _posts, layers, options.verticalScale().get(), _worldToLocal);
+    const Surface surface(m_extent, m_posts, layers, options.verticalScale().get(), m_worldToLocal);
     osg::ref_ptr<osg::Geometry> geometry = buildGeometry(surface);
 
-    osg::ref_ptr<osg::Texture2D> texture = new osg::Texture2D(layers.composeImage(_extent, imagePixels));
+    osg::ref_ptr<osg::Texture2D> texture = new osg::Texture2D(layers.composeImage(m_extent, kImagePixels));
     texture->setWrap(osg::Texture::WRAP_S, osg::Texture::CLAMP_TO_EDGE);
     texture->setWrap(osg::Texture::WRAP_T, osg::Texture::CLAMP_TO_EDGE);
     texture->setFilter(osg::Texture::MIN_FILTER, osg::Texture::LINEAR_MIPMAP_LINEAR);
@@ -125,31 +126,31 @@ TileMesh::TileMesh(const TileKey& key, const LayerStack& layers, const TerrainOp
     texture->setResizeNonPowerOfTwoHint(false);
     geometry->getOrCreateStateSet()->setTextureAttributeAndModes(0, texture);
 
-    _node = new osg::MatrixTransform(_localToWorld);
-    _node->addChild(geometry);
+    m_node = new osg::MatrixTransform(m_localToWorld);
+    m_node->addChild(geometry);
 }
 
 osg::ref_ptr<osg::Geometry> TileMesh::buildGeometry(const Surface& surface) {
-    const int n = _posts;
-    _vertices = new osg::Vec3Array();
+    const int n = m_posts;
+    m_vertices = new osg::Vec3Array();
     osg::ref_ptr<osg::Vec3Array> normals = new osg::Vec3Array();
     osg::ref_ptr<osg::Vec4ubArray> colours = new osg::Vec4ubArray();
     osg::ref_ptr<osg::Vec2Array> textureCoordinates = new osg::Vec2Array();
     double lowest = DBL_MAX;
-    _highestMetres = -DBL_MAX;
+    m_highestMetres = -DBL_MAX;
     for (int row = 0; row < n; ++row) {
         for (int column = 0; column < n; ++column) {
             const double height = surface.heightAt(column, row);
             lowest = std::min(lowest, height);
-            _heights.push_back(surface.heightAt(column, row));
-            _highestMetres = std::max(_highestMetres, height);
+            m_heights.push_back(surface.heightAt(column, row));
+            m_highestMetres = std::max(m_highestMetres, height);
             const auto shade = static_cast<unsigned char>(std::lround(surface.shadeAt(column, row) * 255.0));
-            _vertices->push_back(osg::Vec3(surface.positionAt(column, row)));
+            m_vertices->push_back(osg::Vec3(surface.positionAt(column, row)));
             normals->push_back(surface.normalAt(column, row));
             colours->push_back(osg::Vec4ub(shade, shade, shade, 255));
             textureCoordinates->push_back(osg::Vec2(static_cast<float>(column) / static_cast<float>(n - 1),
                                                     static_cast<float>(row) / static_cast<float>(n - 1)));
-            _localBox.expandBy(surface.positionAt(column, row));
+            m_localBox.expandBy(surface.positionAt(column, row));
         }
     }
 
@@ -180,18 +181,18 @@ osg::ref_ptr<osg::Geometry> TileMesh::buildGeometry(const Surface& surface) {
     for (int i = n - 1; i > 0; --i) {
         ring.push_back(i * n); // west edge, going north
     }
-    const double widthMetres = _localBox.yMax() - _localBox.yMin();
-    const double depth = widthMetres * 0.03 + (_highestMetres - lowest) * 0.5;
+    const double widthMetres = m_localBox.yMax() - m_localBox.yMin();
+    const double depth = widthMetres * 0.03 + (m_highestMetres - lowest) * 0.5;
     const int firstSkirt = n * n;
     for (const int edge : ring) {
         const auto i = static_cast<std::size_t>(edge);
-        const osg::Vec3d position((*_vertices)[i]);
-        osg::Vec3d up = osg::Matrixd::transform3x3(position * _localToWorld, _worldToLocal);
-        if (!_extent.getSRS()->isGeographic()) {
+        const osg::Vec3d position((*m_vertices)[i]);
+        osg::Vec3d up = osg::Matrixd::transform3x3(position * m_localToWorld, m_worldToLocal);
+        if (!m_extent.getSRS()->isGeographic()) {
             up.set(0.0, 0.0, 1.0);
         }
         up.normalize();
-        _vertices->push_back(osg::Vec3(position - up * depth));
+        m_vertices->push_back(osg::Vec3(position - up * depth));
         normals->push_back(osg::Vec3((*normals)[i]));
         colours->push_back(osg::Vec4ub((*colours)[i]));
         textureCoordinates->push_back(osg::Vec2((*textureCoordinates)[i]));
@@ -206,7 +207,7 @@ osg::ref_ptr<osg::Geometry> TileMesh::buildGeometry(const Surface& surface) {
     osg::ref_ptr<osg::Geometry> geometry = new osg::Geometry();
     geometry->setUseDisplayList(false);
     geometry->setUseVertexBufferObjects(true);
-    geometry->setVertexArray(_vertices);
+    geometry->setVertexArray(m_vertices);
     geometry->setNormalArray(normals, osg::Array::BIND_PER_VERTEX);
     geometry->setColorArray(colours, osg::Array::BIND_PER_VERTEX);
     geometry->setTexCoordArray(0, textureCoordinates);
@@ -215,25 +216,26 @@ osg::ref_ptr<osg::Geometry> TileMesh::buildGeometry(const Surface& surface) {
 }
 
 osg::BoundingSphere TileMesh::worldBound() const {
-    const osg::Vec3d centre = osg::Vec3d(_localBox.center()) * _localToWorld;
-    return {osg::Vec3(centre), static_cast<float>((_localBox._max - _localBox._min).length() * 0.5 * 1.02)};
+    const osg::Vec3d centre = osg::Vec3d(m_localBox.center()) * m_localToWorld;
+    return {osg::Vec3(centre), static_cast<float>((m_localBox._max - m_localBox._min).length() * 0.5 * 1.02)};
 }
 
 double TileMesh::heightBetweenPosts(double x, double y) const {
-    const double last = _posts - 1;
-    const double column = osg::clampBetween((x - _extent.west()) / _extent.width() * last, 0.0, last - 1e-9);
-    const double row = osg::clampBetween((_extent.north() - y) / _extent.height() * last, 0.0, last - 1e-9);
+    const double last = m_posts - 1;
+    const double column =
+        osg::clampBetween((x - m_extent.west()) / m_extent.width() * last, 0.0, last - 1e-9);
+    const double row = osg::clampBetween((m_extent.north() - y) / m_extent.height() * last, 0.0, last - 1e-9);
     const double right = column - std::floor(column);
     const double down = row - std::floor(row);
-    const float* upper = &_heights[static_cast<std::size_t>(row) * static_cast<std::size_t>(_posts) +
-                                   static_cast<std::size_t>(column)];
-    const float* lower = upper + _posts;
+    const float* upper = &m_heights[static_cast<std::size_t>(row) * static_cast<std::size_t>(m_posts) +
+                                    static_cast<std::size_t>(column)];
+    const float* lower = upper + m_posts;
     return (upper[0] * (1.0 - right) + upper[1] * right) * (1.0 - down) +
            (lower[0] * (1.0 - right) + lower[1] * right) * down;
 }
 
 osg::Vec3d TileMesh::post(int column, int row) const {
-    return {(*_vertices)[static_cast<std::size_t>(row * _posts + column)]};
+    return {(*m_vertices)[static_cast<std::size_t>(row * m_posts + column)]};
 }
 
 namespace {
@@ -242,7 +244,7 @@ namespace {
 // (a little slack, so that nothing falls between two triangles).
 std::optional<double> hitTriangle(const osg::Vec3d& origin, const osg::Vec3d& direction, const osg::Vec3d& a,
                                   const osg::Vec3d& b, const osg::Vec3d& c) {
-    constexpr double slack = 1e-6;
+    constexpr double kSlack = 1e-6;
     const osg::Vec3d edge1 = b - a;
     const osg::Vec3d edge2 = c - a;
     const osg::Vec3d p = direction ^ edge2;
@@ -254,7 +256,7 @@ std::optional<double> hitTriangle(const osg::Vec3d& origin, const osg::Vec3d& di
     const double u = toOrigin * p / determinant;
     const osg::Vec3d q = toOrigin ^ edge1;
     const double v = direction * q / determinant;
-    if (u < -slack || v < -slack || u + v > 1.0 + slack) {
+    if (u < -kSlack || v < -kSlack || u + v > 1.0 + kSlack) {
         return std::nullopt;
     }
     return edge2 * q / determinant;
@@ -263,24 +265,24 @@ std::optional<double> hitTriangle(const osg::Vec3d& origin, const osg::Vec3d& di
 } // namespace
 
 bool TileMesh::height(double x, double y, double& out_height) const {
-    if (!_extent.bounds().contains(x, y)) {
+    if (!m_extent.bounds().contains(x, y)) {
         return false;
     }
     osg::Vec3d foot;
     osg::Vec3d above;
-    _extent.getSRS()->transformToWorld(osg::Vec3d(x, y, 0.0), foot);
-    _extent.getSRS()->transformToWorld(osg::Vec3d(x, y, 1.0), above);
-    foot = foot * _worldToLocal;
-    const osg::Vec3d up = above * _worldToLocal - foot;
+    m_extent.getSRS()->transformToWorld(osg::Vec3d(x, y, 0.0), foot);
+    m_extent.getSRS()->transformToWorld(osg::Vec3d(x, y, 1.0), above);
+    foot = foot * m_worldToLocal;
+    const osg::Vec3d up = above * m_worldToLocal - foot;
 
-    const double columns = (x - _extent.west()) / _extent.width() * (_posts - 1);
-    const double rows = (_extent.north() - y) / _extent.height() * (_posts - 1);
+    const double columns = (x - m_extent.west()) / m_extent.width() * (m_posts - 1);
+    const double rows = (m_extent.north() - y) / m_extent.height() * (m_posts - 1);
     // The edges between posts are straight and meridians are not: the neighbours may hold the point as well.
     for (const int ring : {0, 1}) {
         for (int row = static_cast<int>(rows) - ring; row <= static_cast<int>(rows) + ring; ++row) {
             for (int column = static_cast<int>(columns) - ring; column <= static_cast<int>(columns) + ring;
                  ++column) {
-                if (row < 0 || column < 0 || row >= _posts - 1 || column >= _posts - 1) {
+                if (row < 0 || column < 0 || row >= m_posts - 1 || column >= m_posts - 1) {
                     continue;
                 }
                 const osg::Vec3d upperRight = post(column + 1, row);
@@ -297,10 +299,10 @@ bool TileMesh::height(double x, double y, double& out_height) const {
         }
     }
     // Exactly on the tile's outer edge: the nearest post decides.
-    const int column = osg::clampBetween(static_cast<int>(std::lround(columns)), 0, _posts - 1);
-    const int row = osg::clampBetween(static_cast<int>(std::lround(rows)), 0, _posts - 1);
+    const int column = osg::clampBetween(static_cast<int>(std::lround(columns)), 0, m_posts - 1);
+    const int row = osg::clampBetween(static_cast<int>(std::lround(rows)), 0, m_posts - 1);
     osg::Vec3d geodetic;
-    _extent.getSRS()->transformFromWorld(post(column, row) * _localToWorld, geodetic);
+    m_extent.getSRS()->transformFromWorld(post(column, row) * m_localToWorld, geodetic);
     out_height = geodetic.z();
     return true;
 }

@@ -15,27 +15,27 @@ namespace osgEarth {
 /// Drawn geometry and what questions about heights need. Built on a background thread, read-only afterwards.
 class TileMesh : public osg::Referenced {
 public:
-    static constexpr int imagePixels = 256;
+    static constexpr int kImagePixels = 256;
 
     TileMesh(const TileKey& key, const LayerStack& layers, const TerrainOptions& options);
 
-    const TileKey& key() const { return _key; }
+    const TileKey& key() const { return m_key; }
     /// Revision of the layers it was made from.
-    int revision() const { return _revision; }
+    int revision() const { return m_revision; }
     /// The drawable surface, placed in the world.
-    osg::MatrixTransform* node() const { return _node.get(); }
+    osg::MatrixTransform* node() const { return m_node.get(); }
     /// East-north-up frame at the tile's centre, and the surface's box in it.
-    const osg::Matrixd& worldToLocal() const { return _worldToLocal; }
-    const osg::BoundingBoxd& localBox() const { return _localBox; }
+    const osg::Matrixd& worldToLocal() const { return m_worldToLocal; }
+    const osg::BoundingBoxd& localBox() const { return m_localBox; }
     osg::BoundingSphere worldBound() const;
-    double highestMetres() const { return _highestMetres; }
+    double highestMetres() const { return m_highestMetres; }
 
     /// Height of the drawn triangles at a position of the map's system; false off the tile.
     bool height(double x, double y, double& out_height) const;
 
     /// Whether a position of the map's system lies on the tile, and the height there, bilinear between the
     /// posts: as good as the triangles' and much quicker.
-    bool contains(double x, double y) const { return _extent.bounds().contains(x, y); }
+    bool contains(double x, double y) const { return m_extent.bounds().contains(x, y); }
     double heightBetweenPosts(double x, double y) const;
 
 protected:
@@ -46,17 +46,17 @@ private:
     osg::ref_ptr<osg::Geometry> buildGeometry(const Surface& surface);
     osg::Vec3d post(int column, int row) const;
 
-    TileKey _key;
-    GeoExtent _extent;
-    int _revision;
-    int _posts;
-    double _highestMetres = 0.0;
-    osg::Matrixd _localToWorld;
-    osg::Matrixd _worldToLocal;
-    osg::BoundingBoxd _localBox;
-    std::vector<float> _heights;            // of the posts, metres
-    osg::ref_ptr<osg::Vec3Array> _vertices; // posts row by row from the north-west, then the skirt
-    osg::ref_ptr<osg::MatrixTransform> _node;
+    TileKey m_key;
+    GeoExtent m_extent;
+    int m_revision;
+    int m_posts;
+    double m_highestMetres = 0.0;
+    osg::Matrixd m_localToWorld;
+    osg::Matrixd m_worldToLocal;
+    osg::BoundingBoxd m_localBox;
+    std::vector<float> m_heights;            // of the posts, metres
+    osg::ref_ptr<osg::Vec3Array> m_vertices; // posts row by row from the north-west, then the skirt
+    osg::ref_ptr<osg::MatrixTransform> m_node;
 };
 
 } // namespace osgEarth

@@ -7,8 +7,8 @@
 namespace osgEarth {
 namespace {
 
-constexpr unsigned surfaceChild = 0;
-constexpr unsigned quadChild = 1;
+constexpr unsigned kSurfaceChild = 0;
+constexpr unsigned kQuadChild = 1;
 
 // Positions are compared with the horizon in a space where the ellipsoid is the unit sphere.
 osg::Vec3d toUnitSphere(const osg::Vec3d& world, const osg::EllipsoidModel& ellipsoid) {
@@ -39,7 +39,7 @@ osg::Vec3d eyeOf(osgUtil::CullVisitor& visitor, bool isView) {
 
 void enterQuad(osg::Node* node) {
     osg::Group* quad = node->asGroup();
-    for (unsigned i = 0; quad != nullptr && i < quad->getNumChildren(); ++i) {
+    for (unsigned i = 0; quad && i < quad->getNumChildren(); ++i) {
         if (auto* tile = dynamic_cast<TileNode*>(quad->getChild(i))) {
             tile->enterScene();
         }
@@ -49,64 +49,64 @@ void enterQuad(osg::Node* node) {
 } // namespace
 
 TileSurfaceSlot::TileSurfaceSlot(TileSurface* surface, std::shared_ptr<TileContext> context)
-    : _context(std::move(context)), _mesh(surface->mesh()) {
+    : m_context(std::move(context)), m_mesh(surface->mesh()) {
     osg::Group::addChild(surface);
 }
 
 bool TileSurfaceSlot::addChild(osg::Node* child) {
     auto* surface = dynamic_cast<TileSurface*>(child);
-    if (surface == nullptr) {
+    if (!surface) {
         return false;
     }
     osg::Group::removeChildren(0, getNumChildren());
-    _mesh = surface->mesh();
-    _context->tileEntered(_mesh.get());
+    m_mesh = surface->mesh();
+    m_context->tileEntered(m_mesh.get());
     return osg::Group::addChild(child);
 }
 
 TileNode::TileNode(const TileKey& key, const std::shared_ptr<TileContext>& context)
-    : _key(key), _extent(key.getExtent()), _context(context) {
+    : m_key(key), m_extent(key.getExtent()), m_context(context) {
     const auto layers = context->layers();
     osg::ref_ptr<TileMesh> mesh = new TileMesh(key, *layers, context->options());
-    _slot = new TileSurfaceSlot(new TileSurface(mesh.get()), context);
+    m_slot = new TileSurfaceSlot(new TileSurface(mesh.get()), context);
     // Only intersection visitors look at the ranges: the smaller one marks the finer child, which they take
     // when it is there.
-    osg::PagedLOD::addChild(_slot.get(), 1.0F, FLT_MAX);
-    setFileName(quadChild, TileLoader::childrenName(key));
-    setRange(quadChild, 0.0F, 1.0F);
+    osg::PagedLOD::addChild(m_slot.get(), 1.0F, FLT_MAX);
+    setFileName(kQuadChild, TileLoader::childrenName(key));
+    setRange(kQuadChild, 0.0F, 1.0F);
     setNumChildrenThatCannotBeExpired(1);
 
     // Coarse tiles span too much of the globe for a few points to stand for them.
-    constexpr unsigned coarsestTested = 3;
-    if (_extent.getSRS()->isGeographic() && key.getLOD() >= coarsestTested) {
-        const osg::EllipsoidModel& ellipsoid = *_extent.getSRS()->getEllipsoid();
+    constexpr unsigned kCoarsestTested = 3;
+    if (m_extent.getSRS()->isGeographic() && key.getLOD() >= kCoarsestTested) {
+        const osg::EllipsoidModel& ellipsoid = *m_extent.getSRS()->getEllipsoid();
         for (int i = 0; i < 9; ++i) {
-            const osg::Vec3d point(_extent.west() + _extent.width() * (i % 3) * 0.5,
-                                   _extent.south() + _extent.height() * (i / 3) * 0.5, horizonCeiling());
+            const osg::Vec3d point(m_extent.west() + m_extent.width() * (i % 3) * 0.5,
+                                   m_extent.south() + m_extent.height() * (i / 3) * 0.5, horizonCeiling());
             osg::Vec3d world;
-            _extent.getSRS()->transformToWorld(point, world);
-            _horizonPoints.push_back(toUnitSphere(world, ellipsoid));
+            m_extent.getSRS()->transformToWorld(point, world);
+            m_horizonPoints.push_back(toUnitSphere(world, ellipsoid));
         }
     }
 }
 
 TileNode::~TileNode() {
-    _context->index()->remove(mesh());
+    m_context->index()->remove(mesh());
 }
 
 void TileNode::enterScene() {
-    _context->tileEntered(mesh());
-    if (getNumChildren() > quadChild) {
-        enterQuad(getChild(quadChild));
+    m_context->tileEntered(mesh());
+    if (getNumChildren() > kQuadChild) {
+        enterQuad(getChild(kQuadChild));
     }
 }
 
 bool TileNode::isMuchTooCoarseFor(const TileView& view) {
     // At twice the size its children would be refined as well; twice again leaves the last steps to be seen.
-    constexpr float muchTooLarge = 4.0F;
+    constexpr float kMuchTooLarge = 4.0F;
     osg::Polytope frustum = view.frustum;
     return canBeRefined() &&
-           sizeInPixels(view.eye, view.pixelsPerRadian) > muchTooLarge * _context->refinementPixels() &&
+           sizeInPixels(view.eye, view.pixelsPerRadian) > kMuchTooLarge * m_context->refinementPixels() &&
            frustum.contains(mesh()->worldBound()) && !isBeyondHorizon(view.eye);
 }
 
@@ -118,8 +118,8 @@ bool TileNode::addChild(osg::Node* child) {
 
 osg::BoundingSphere TileNode::computeBound() const {
     osg::BoundingSphere bound = mesh()->worldBound();
-    if (getNumChildren() > quadChild) {
-        bound.expandBy(getChild(quadChild)->getBound());
+    if (getNumChildren() > kQuadChild) {
+        bound.expandBy(getChild(kQuadChild)->getBound());
     }
     return bound;
 }
@@ -136,7 +136,7 @@ void TileNode::traverse(osg::NodeVisitor& nv) {
 
 void TileNode::cull(osgUtil::CullVisitor& visitor) {
     const osg::FrameStamp* frame = visitor.getFrameStamp();
-    if (frame != nullptr) {
+    if (frame) {
         setFrameNumberOfLastTraversal(frame->getFrameNumber());
     }
     const bool decidesLoading = TileContext::isViewCamera(visitor);
@@ -144,61 +144,61 @@ void TileNode::cull(osgUtil::CullVisitor& visitor) {
     if (isBeyondHorizon(eye)) {
         return;
     }
-    const bool wantsFiner = canBeRefined() && sizeInPixels(eye, _context->pixelsPerRadian(visitor)) >
-                                                  _context->refinementPixels();
-    if (wantsFiner && getNumChildren() > quadChild) {
-        if (frame != nullptr) {
-            setTimeStamp(quadChild, frame->getReferenceTime());
-            setFrameNumber(quadChild, frame->getFrameNumber());
+    const bool wantsFiner = canBeRefined() && sizeInPixels(eye, m_context->pixelsPerRadian(visitor)) >
+                                                  m_context->refinementPixels();
+    if (wantsFiner && getNumChildren() > kQuadChild) {
+        if (frame) {
+            setTimeStamp(kQuadChild, frame->getReferenceTime());
+            setFrameNumber(kQuadChild, frame->getFrameNumber());
         }
-        getChild(quadChild)->accept(visitor);
+        getChild(kQuadChild)->accept(visitor);
         return;
     }
     if (wantsFiner && decidesLoading) {
         // Coarse tiles come first: they cover the most.
-        request(getFileName(quadChild), visitor.getNodePath(), 1.0F / static_cast<float>(1 + _key.getLOD()),
-                getDatabaseRequest(quadChild), visitor);
+        request(getFileName(kQuadChild), visitor.getNodePath(), 1.0F / static_cast<float>(1 + m_key.getLOD()),
+                getDatabaseRequest(kQuadChild), visitor);
     }
-    if (_isOutdated && decidesLoading) {
+    if (m_isOutdated && decidesLoading) {
         osg::NodePath path = visitor.getNodePath();
-        path.push_back(_slot.get());
-        request(TileLoader::surfaceName(_key), path, 2.0F, _slot->pendingRequest, visitor);
+        path.push_back(m_slot.get());
+        request(TileLoader::surfaceName(m_key), path, 2.0F, m_slot->pendingRequest, visitor);
     }
-    getChild(surfaceChild)->accept(visitor);
+    getChild(kSurfaceChild)->accept(visitor);
 }
 
 void TileNode::request(const std::string& name, osg::NodePath& path, float priority,
                        osg::ref_ptr<osg::Referenced>& pending, osgUtil::CullVisitor& visitor) {
-    if (visitor.getDatabaseRequestHandler() == nullptr) {
+    if (!visitor.getDatabaseRequestHandler()) {
         return;
     }
-    if (getDatabaseOptions() == nullptr) {
-        setDatabaseOptions(_context->readerOptions().get());
+    if (!getDatabaseOptions()) {
+        setDatabaseOptions(m_context->readerOptions().get());
     }
     visitor.getDatabaseRequestHandler()->requestNodeFile(name, path, priority, visitor.getFrameStamp(),
                                                          pending, getDatabaseOptions());
 }
 
 bool TileNode::isBeyondHorizon(const osg::Vec3d& eye) const {
-    if (_horizonPoints.empty()) {
+    if (m_horizonPoints.empty()) {
         return false;
     }
-    const SpatialReference& srs = *_extent.getSRS();
+    const SpatialReference& srs = *m_extent.getSRS();
     const osg::Vec3d scaledEye = toUnitSphere(eye, *srs.getEllipsoid());
     const auto isPointHidden = [&](const osg::Vec3d& point) { return isHidden(point, scaledEye); };
-    if (!std::all_of(_horizonPoints.begin(), _horizonPoints.end(), isPointHidden)) {
+    if (!std::all_of(m_horizonPoints.begin(), m_horizonPoints.end(), isPointHidden)) {
         return false;
     }
     // From low above a wide tile all its corners may be hidden; the point nearest to the eye is not.
     osg::Vec3d nearest;
     srs.transformFromWorld(eye, nearest);
-    if (std::abs(nearest.x() - 360.0 - _extent.west()) < std::abs(nearest.x() - _extent.west())) {
+    if (std::abs(nearest.x() - 360.0 - m_extent.west()) < std::abs(nearest.x() - m_extent.west())) {
         nearest.x() -= 360.0;
-    } else if (std::abs(nearest.x() + 360.0 - _extent.east()) < std::abs(nearest.x() - _extent.east())) {
+    } else if (std::abs(nearest.x() + 360.0 - m_extent.east()) < std::abs(nearest.x() - m_extent.east())) {
         nearest.x() += 360.0;
     }
-    nearest.set(osg::clampBetween(nearest.x(), _extent.west(), _extent.east()),
-                osg::clampBetween(nearest.y(), _extent.south(), _extent.north()), horizonCeiling());
+    nearest.set(osg::clampBetween(nearest.x(), m_extent.west(), m_extent.east()),
+                osg::clampBetween(nearest.y(), m_extent.south(), m_extent.north()), horizonCeiling());
     osg::Vec3d world;
     srs.transformToWorld(nearest, world);
     return isPointHidden(toUnitSphere(world, *srs.getEllipsoid()));
@@ -211,16 +211,16 @@ double TileNode::horizonCeiling() const {
 
 // Looks at the layers only after they have changed.
 bool TileNode::canBeRefined() {
-    const int revision = _context->revision();
-    if (revision != _revisionChecked || _isOutdated) {
-        const TerrainOptions& options = _context->options();
-        _revisionChecked = revision;
-        _isOutdated = _context->hasChangedSince(mesh()->revision(), _extent);
-        _canBeRefined =
-            _key.getLOD() < options.maxLOD().get() &&
-            _context->layers()->hasFinerData(_extent, TileMesh::imagePixels, options.tileSize().get());
+    const int revision = m_context->revision();
+    if (revision != m_revisionChecked || m_isOutdated) {
+        const TerrainOptions& options = m_context->options();
+        m_revisionChecked = revision;
+        m_isOutdated = m_context->hasChangedSince(mesh()->revision(), m_extent);
+        m_canBeRefined =
+            m_key.getLOD() < options.maxLOD().get() &&
+            m_context->layers()->hasFinerData(m_extent, TileMesh::kImagePixels, options.tileSize().get());
     }
-    return _canBeRefined;
+    return m_canBeRefined;
 }
 
 // Size of the tile as seen from the eye, by its nearest point.

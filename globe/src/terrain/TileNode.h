@@ -13,11 +13,11 @@ namespace osgEarth {
 /// A surface as the pager hands it over.
 class TileSurface : public osg::Group {
 public:
-    explicit TileSurface(TileMesh* mesh) : _mesh(mesh) { addChild(mesh->node()); }
-    TileMesh* mesh() const { return _mesh.get(); }
+    explicit TileSurface(TileMesh* mesh) : m_mesh(mesh) { addChild(mesh->node()); }
+    TileMesh* mesh() const { return m_mesh.get(); }
 
 private:
-    osg::ref_ptr<TileMesh> _mesh;
+    osg::ref_ptr<TileMesh> m_mesh;
 };
 
 /// Holds a tile's present surface. A surface that the pager adds takes the place of the one before.
@@ -26,13 +26,13 @@ public:
     TileSurfaceSlot(TileSurface* surface, std::shared_ptr<TileContext> context);
     using osg::Group::addChild;
     bool addChild(osg::Node* child) override;
-    TileMesh* mesh() const { return _mesh.get(); }
+    TileMesh* mesh() const { return m_mesh.get(); }
 
     osg::ref_ptr<osg::Referenced> pendingRequest; // for the pager's use
 
 private:
-    std::shared_ptr<TileContext> _context;
-    osg::ref_ptr<TileMesh> _mesh;
+    std::shared_ptr<TileContext> m_context;
+    osg::ref_ptr<TileMesh> m_mesh;
 };
 
 /// The first child is the surface, the second the group of the four children, which the database pager reads
@@ -43,8 +43,8 @@ public:
     /// Builds the surface in the calling thread.
     TileNode(const TileKey& key, const std::shared_ptr<TileContext>& context);
 
-    const TileKey& key() const { return _key; }
-    TileMesh* mesh() const { return _slot->mesh(); }
+    const TileKey& key() const { return m_key; }
+    TileMesh* mesh() const { return m_slot->mesh(); }
     /// Called when the tile, with the children it may have brought along, becomes part of the scene.
     void enterScene();
     /// Whether the view is so near that this tile would be passed over for finer ones. For tiles that are not
@@ -70,14 +70,14 @@ private:
     bool canBeRefined();
     float sizeInPixels(const osg::Vec3d& eyeWorld, float pixelsPerRadian) const;
 
-    TileKey _key;
-    GeoExtent _extent;
-    std::shared_ptr<TileContext> _context;
-    osg::ref_ptr<TileSurfaceSlot> _slot;
-    std::vector<osg::Vec3d> _horizonPoints; // in units of the ellipsoid's radii
-    int _revisionChecked = -1;
-    bool _canBeRefined = false;
-    bool _isOutdated = false;
+    TileKey m_key;
+    GeoExtent m_extent;
+    std::shared_ptr<TileContext> m_context;
+    osg::ref_ptr<TileSurfaceSlot> m_slot;
+    std::vector<osg::Vec3d> m_horizonPoints; // in units of the ellipsoid's radii
+    int m_revisionChecked = -1;
+    bool m_canBeRefined = false;
+    bool m_isOutdated = false;
 };
 
 } // namespace osgEarth

@@ -7,8 +7,8 @@ namespace osgEarth {
 namespace Util {
 namespace {
 
-constexpr double eyeClearanceMetres = 2.0;
-constexpr double longestPanRadians = 0.5; // of the globe at once
+constexpr double kEyeClearanceMetres = 2.0;
+constexpr double kLongestPanRadians = 0.5; // of the globe at once
 
 // Where the ray meets the ellipsoid that is scaled to go through the point; where it misses, the place of its
 // nearest approach.
@@ -30,49 +30,49 @@ osg::Vec3d meetShellThrough(const osg::Vec3d& point, const osg::Vec3d& eye, cons
 
 CameraMotion::CameraMotion(CameraPose& pose, const Terrain& terrain,
                            const EarthManipulator::Settings& settings)
-    : _pose(pose), _terrain(terrain), _settings(settings) {}
+    : m_pose(pose), m_terrain(terrain), m_settings(settings) {}
 
 void CameraMotion::pan(double right, double up) {
-    const osg::Matrixd camera = _pose.cameraToWorld();
-    const osg::Vec3d focal = _pose.focalWorld();
+    const osg::Matrixd camera = m_pose.cameraToWorld();
+    const osg::Vec3d focal = m_pose.focalWorld();
     osg::Matrixd localToWorld;
-    _pose.srs()->createLocalToWorld(_pose.focalPoint(), localToWorld);
+    m_pose.srs()->createLocalToWorld(m_pose.focalPoint(), localToWorld);
     const osg::Vec3d zenith(localToWorld(2, 0), localToWorld(2, 1), localToWorld(2, 2));
     const osg::Vec3d toTheRight(camera(0, 0), camera(0, 1), camera(0, 2));
     const osg::Vec3d ahead = zenith ^ toTheRight;
-    const osg::Vec3d step = (toTheRight * right + ahead * up) * _pose.range();
-    if (!_pose.srs()->isGeographic()) {
-        _pose.moveFocalPoint(focal + step, _settings.getLockAzimuthWhilePanning());
+    const osg::Vec3d step = (toTheRight * right + ahead * up) * m_pose.range();
+    if (!m_pose.srs()->isGeographic()) {
+        m_pose.moveFocalPoint(focal + step, m_settings.getLockAzimuthWhilePanning());
     } else {
         // A step along the curved ground.
-        const double angle = std::min(longestPanRadians, step.length() / focal.length());
+        const double angle = std::min(kLongestPanRadians, step.length() / focal.length());
         const osg::Vec3d axis = focal ^ step;
         if (angle == 0.0 || axis.length2() == 0.0) {
             return;
         }
-        _pose.moveFocalPoint(osg::Quat(angle, axis) * focal, _settings.getLockAzimuthWhilePanning());
+        m_pose.moveFocalPoint(osg::Quat(angle, axis) * focal, m_settings.getLockAzimuthWhilePanning());
     }
     stayAboveGround();
 }
 
 void CameraMotion::rotate(double heading, double pitch) {
-    _pose.setHeading(_pose.heading() + heading);
-    _pose.setPitch(_pose.pitch() + pitch);
-    clampToSettings(_pose, _settings);
+    m_pose.setHeading(m_pose.heading() + heading);
+    m_pose.setPitch(m_pose.pitch() + pitch);
+    clampToSettings(m_pose, m_settings);
     stayAboveGround();
 }
 
 void CameraMotion::zoom(double rangeFactor) {
-    _pose.setRange(_pose.range() * rangeFactor);
-    clampToSettings(_pose, _settings);
+    m_pose.setRange(m_pose.range() * rangeFactor);
+    clampToSettings(m_pose, m_settings);
     stayAboveGround();
 }
 
 void CameraMotion::zoomAt(double rangeFactor, const osg::Vec3d& ray) {
     anchorFocalPoint();
     const std::optional<osg::Vec3d> ground = groundOn(ray);
-    _pose.setRange(_pose.range() * rangeFactor);
-    clampToSettings(_pose, _settings);
+    m_pose.setRange(m_pose.range() * rangeFactor);
+    clampToSettings(m_pose, m_settings);
     if (ground) {
         keepOnRay(*ground, ray);
     }
@@ -80,14 +80,14 @@ void CameraMotion::zoomAt(double rangeFactor, const osg::Vec3d& ray) {
 }
 
 void CameraMotion::keepOnRay(const osg::Vec3d& world, const osg::Vec3d& ray) {
-    if (_pose.srs()->isGeographic()) {
+    if (m_pose.srs()->isGeographic()) {
         turnGlobe(world, ray);
     } else {
-        const osg::Vec3d eye = _pose.eye();
+        const osg::Vec3d eye = m_pose.eye();
         const osg::Vec3d direction = inWorld(ray);
         if (std::abs(direction.z()) > 1e-6) {
             const osg::Vec3d hit = eye + direction * ((world.z() - eye.z()) / direction.z());
-            _pose.moveFocalPoint(_pose.focalWorld() + (world - hit), true);
+            m_pose.moveFocalPoint(m_pose.focalWorld() + (world - hit), true);
         }
     }
     stayAboveGround();
@@ -96,15 +96,15 @@ void CameraMotion::keepOnRay(const osg::Vec3d& world, const osg::Vec3d& ray) {
 // Keeping the heading disturbs the result a little, so the turn is repeated; it converges within a few rounds
 // to well under a millimetre.
 void CameraMotion::turnGlobe(const osg::Vec3d& world, const osg::Vec3d& ray) {
-    constexpr int maxRounds = 20;
-    constexpr double closeEnoughRadians = 1e-12;
-    for (int round = 0; round < maxRounds; ++round) {
+    constexpr int kMaxRounds = 20;
+    constexpr double kCloseEnoughRadians = 1e-12;
+    for (int round = 0; round < kMaxRounds; ++round) {
         const osg::Vec3d hit =
-            meetShellThrough(world, _pose.eye(), inWorld(ray), *_pose.srs()->getEllipsoid());
+            meetShellThrough(world, m_pose.eye(), inWorld(ray), *m_pose.srs()->getEllipsoid());
         osg::Quat turn;
         turn.makeRotate(hit, world);
-        _pose.moveFocalPoint(turn * _pose.focalWorld(), _settings.getLockAzimuthWhilePanning());
-        if ((hit / hit.length() - world / world.length()).length() < closeEnoughRadians) {
+        m_pose.moveFocalPoint(turn * m_pose.focalWorld(), m_settings.getLockAzimuthWhilePanning());
+        if ((hit / hit.length() - world / world.length()).length() < kCloseEnoughRadians) {
             return;
         }
     }
@@ -112,23 +112,23 @@ void CameraMotion::turnGlobe(const osg::Vec3d& world, const osg::Vec3d& ray) {
 
 void CameraMotion::anchorFocalPoint() {
     const std::optional<osg::Vec3d> ground = groundOn(osg::Vec3d(0.0, 0.0, -1.0));
-    if (ground && (*ground - _pose.eye()).length() >= _settings.getMinDistance()) {
-        _pose.refocus(*ground);
-        clampToSettings(_pose, _settings);
+    if (ground && (*ground - m_pose.eye()).length() >= m_settings.getMinDistance()) {
+        m_pose.refocus(*ground);
+        clampToSettings(m_pose, m_settings);
     }
 }
 
 std::optional<osg::Vec3d> CameraMotion::groundOn(const osg::Vec3d& ray) const {
-    const osg::Vec3d eye = _pose.eye();
+    const osg::Vec3d eye = m_pose.eye();
     osg::Vec3d ground;
-    if (!_terrain.intersect(eye, eye + inWorld(ray) * (eye.length() * 2.0), ground)) {
+    if (!m_terrain.intersect(eye, eye + inWorld(ray) * (eye.length() * 2.0), ground)) {
         return std::nullopt;
     }
     return ground;
 }
 
 osg::Vec3d CameraMotion::inWorld(const osg::Vec3d& ray) const {
-    osg::Vec3d direction = osg::Matrixd::transform3x3(ray, _pose.cameraToWorld());
+    osg::Vec3d direction = osg::Matrixd::transform3x3(ray, m_pose.cameraToWorld());
     direction.normalize();
     return direction;
 }
@@ -140,20 +140,20 @@ void CameraMotion::clampToSettings(CameraPose& pose, const EarthManipulator::Set
 }
 
 void CameraMotion::stayAboveGround() {
-    if (!_settings.getTerrainAvoidanceEnabled()) {
+    if (!m_settings.getTerrainAvoidanceEnabled()) {
         return;
     }
     osg::Vec3d eye;
-    _pose.srs()->transformFromWorld(_pose.eye(), eye);
+    m_pose.srs()->transformFromWorld(m_pose.eye(), eye);
     double ground = 0.0;
-    if (!_terrain.getHeight(_pose.srs(), eye.x(), eye.y(), &ground)) {
+    if (!m_terrain.getHeight(m_pose.srs(), eye.x(), eye.y(), &ground)) {
         return;
     }
-    const double missing = ground + eyeClearanceMetres - eye.z();
+    const double missing = ground + kEyeClearanceMetres - eye.z();
     if (missing > 0.0) {
-        osg::Vec3d focal = _pose.focalPoint();
+        osg::Vec3d focal = m_pose.focalPoint();
         focal.z() += missing;
-        _pose.setFocalPoint(focal);
+        m_pose.setFocalPoint(focal);
     }
 }
 

@@ -41,9 +41,9 @@ private:
     void turnGlobe(const osg::Vec3d& world, const osg::Vec3d& ray);
     void stayAboveGround();
 
-    CameraPose& _pose;
-    const Terrain& _terrain;
-    const EarthManipulator::Settings& _settings;
+    CameraPose& m_pose;
+    const Terrain& m_terrain;
+    const EarthManipulator::Settings& m_settings;
 };
 
 } // namespace Util

@@ -14,30 +14,30 @@ double wrappedAngle(double radians) {
 
 CameraPose::CameraPose(const SpatialReference* srs, const osg::Vec3d& focalPoint, double headingRadians,
                        double pitchRadians, double rangeMetres)
-    : _srs(srs), _focalPoint(focalPoint), _heading(wrappedAngle(headingRadians)), _pitch(pitchRadians),
-      _range(rangeMetres) {}
+    : m_srs(srs), m_focalPoint(focalPoint), m_heading(wrappedAngle(headingRadians)), m_pitch(pitchRadians),
+      m_range(rangeMetres) {}
 
 void CameraPose::setHeading(double radians) {
-    _heading = wrappedAngle(radians);
+    m_heading = wrappedAngle(radians);
 }
 
 osg::Vec3d CameraPose::focalWorld() const {
     osg::Vec3d world;
-    _srs->transformToWorld(_focalPoint, world);
+    m_srs->transformToWorld(m_focalPoint, world);
     return world;
 }
 
 osg::Matrixd CameraPose::cameraToWorld() const {
-    const osg::Vec3d right(std::cos(_heading), -std::sin(_heading), 0.0);
-    const osg::Vec3d forward(std::sin(_heading) * std::cos(_pitch), std::cos(_heading) * std::cos(_pitch),
-                             std::sin(_pitch));
+    const osg::Vec3d right(std::cos(m_heading), -std::sin(m_heading), 0.0);
+    const osg::Vec3d forward(std::sin(m_heading) * std::cos(m_pitch), std::cos(m_heading) * std::cos(m_pitch),
+                             std::sin(m_pitch));
     const osg::Vec3d up = right ^ forward;
-    const osg::Vec3d eye = -forward * _range;
+    const osg::Vec3d eye = -forward * m_range;
     const osg::Matrixd cameraToLocal(right.x(), right.y(), right.z(), 0.0, up.x(), up.y(), up.z(), 0.0,
                                      -forward.x(), -forward.y(), -forward.z(), 0.0, eye.x(), eye.y(), eye.z(),
                                      1.0);
     osg::Matrixd localToWorld;
-    _srs->createLocalToWorld(_focalPoint, localToWorld);
+    m_srs->createLocalToWorld(m_focalPoint, localToWorld);
     return cameraToLocal * localToWorld;
 }
 
@@ -48,21 +48,21 @@ osg::Vec3d CameraPose::forward() const {
 
 Viewpoint CameraPose::viewpoint() const {
     Viewpoint viewpoint;
-    viewpoint.focalPoint() = GeoPoint(_srs.get(), _focalPoint, ALTMODE_ABSOLUTE);
-    viewpoint.setHeading(osg::RadiansToDegrees(_heading));
-    viewpoint.setPitch(osg::RadiansToDegrees(_pitch));
-    viewpoint.setRange(_range);
+    viewpoint.focalPoint() = GeoPoint(m_srs.get(), m_focalPoint, ALTMODE_ABSOLUTE);
+    viewpoint.setHeading(osg::RadiansToDegrees(m_heading));
+    viewpoint.setPitch(osg::RadiansToDegrees(m_pitch));
+    viewpoint.setRange(m_range);
     return viewpoint;
 }
 
 void CameraPose::moveFocalPoint(const osg::Vec3d& world, bool lockAzimuth) {
     const osg::Matrixd before = cameraToWorld();
-    const double height = _focalPoint.z();
-    _srs->transformFromWorld(world, _focalPoint);
-    _focalPoint.z() = height;
+    const double height = m_focalPoint.z();
+    m_srs->transformFromWorld(world, m_focalPoint);
+    m_focalPoint.z() = height;
     if (!lockAzimuth) {
         osg::Matrixd worldToLocal;
-        _srs->createWorldToLocal(_focalPoint, worldToLocal);
+        m_srs->createWorldToLocal(m_focalPoint, worldToLocal);
         const osg::Vec3d right =
             osg::Matrixd::transform3x3(osg::Vec3d(before(0, 0), before(0, 1), before(0, 2)), worldToLocal);
         setHeading(std::atan2(-right.y(), right.x()));
@@ -70,7 +70,7 @@ void CameraPose::moveFocalPoint(const osg::Vec3d& world, bool lockAzimuth) {
 }
 
 void CameraPose::refocus(const osg::Vec3d& world) {
-    *this = fromCamera(_srs.get(), cameraToWorld(), world);
+    *this = fromCamera(m_srs.get(), cameraToWorld(), world);
 }
 
 CameraPose CameraPose::fromCamera(const SpatialReference* srs, const osg::Matrixd& cameraToWorld,

@@ -14,16 +14,16 @@ public:
     CameraPose(const SpatialReference* srs, const osg::Vec3d& focalPoint, double headingRadians,
                double pitchRadians, double rangeMetres);
 
-    const SpatialReference* srs() const { return _srs.get(); }
-    const osg::Vec3d& focalPoint() const { return _focalPoint; }
+    const SpatialReference* srs() const { return m_srs.get(); }
+    const osg::Vec3d& focalPoint() const { return m_focalPoint; }
     osg::Vec3d focalWorld() const;
-    double heading() const { return _heading; }
-    double pitch() const { return _pitch; }
-    double range() const { return _range; }
-    void setFocalPoint(const osg::Vec3d& point) { _focalPoint = point; }
+    double heading() const { return m_heading; }
+    double pitch() const { return m_pitch; }
+    double range() const { return m_range; }
+    void setFocalPoint(const osg::Vec3d& point) { m_focalPoint = point; }
     void setHeading(double radians);
-    void setPitch(double radians) { _pitch = radians; }
-    void setRange(double metres) { _range = metres; }
+    void setPitch(double radians) { m_pitch = radians; }
+    void setRange(double metres) { m_range = metres; }
 
     /// The camera's axes and place in the world: x right, y up, z backwards.
     osg::Matrixd cameraToWorld() const;
@@ -42,11 +42,11 @@ public:
                                  const osg::Vec3d& focalWorld);
 
 private:
-    osg::ref_ptr<const SpatialReference> _srs;
-    osg::Vec3d _focalPoint;
-    double _heading; // clockwise from north, -pi to pi
-    double _pitch;   // -pi/2 straight down, 0 horizontal
-    double _range;
+    osg::ref_ptr<const SpatialReference> m_srs;
+    osg::Vec3d m_focalPoint;
+    double m_heading; // clockwise from north, -pi to pi
+    double m_pitch;   // -pi/2 straight down, 0 horizontal
+    double m_range;
 };
 
 } // namespace Util

@@ -12,55 +12,55 @@
 namespace osgEarth {
 namespace Util {
 
-EarthManipulator::EarthManipulator() : _pointer(std::make_unique<Pointer>()) {
+EarthManipulator::EarthManipulator() : m_pointer(std::make_unique<Pointer>()) {
     applySettings(nullptr);
 }
 
 EarthManipulator::~EarthManipulator() = default;
 
 void EarthManipulator::applySettings(Settings* settings) {
-    if (settings != nullptr) {
-        _settings = settings;
+    if (settings) {
+        m_settings = settings;
         return;
     }
-    _settings = Settings::withDefaultBindings();
+    m_settings = Settings::withDefaultBindings();
 }
 
 // ---- Scene and viewpoints
 
 void EarthManipulator::setNode(osg::Node* node) {
-    _node = node;
-    _mapNode = nullptr;
+    m_node = node;
+    m_mapNode = nullptr;
     findMapNode();
 }
 
 bool EarthManipulator::findMapNode() {
-    if (_mapNode.valid() && _pose != nullptr) {
+    if (m_mapNode.valid() && m_pose) {
         return true;
     }
-    _mapNode = MapNode::findMapNode(_node.get());
-    if (!_mapNode.valid()) {
+    m_mapNode = MapNode::findMapNode(m_node.get());
+    if (!m_mapNode.valid()) {
         return false;
     }
-    if (_pose == nullptr || _pose->srs() != _mapNode->getMapSRS()) {
-        _pose = std::make_unique<CameraPose>(_mapNode->getMapSRS(), osg::Vec3d(), 0.0, 0.0, 1.0);
-        *_pose = poseFor(_homeViewpoint.value_or(Viewpoint()));
+    if (!m_pose || m_pose->srs() != m_mapNode->getMapSRS()) {
+        m_pose = std::make_unique<CameraPose>(m_mapNode->getMapSRS(), osg::Vec3d(), 0.0, 0.0, 1.0);
+        *m_pose = poseFor(m_homeViewpoint.value_or(Viewpoint()));
         home(0.0);
     }
-    if (_pendingViewpoint) {
-        const auto pending = *_pendingViewpoint;
-        _pendingViewpoint.reset();
+    if (m_pendingViewpoint) {
+        const auto pending = *m_pendingViewpoint;
+        m_pendingViewpoint.reset();
         setViewpoint(pending.first, pending.second);
     }
     return true;
 }
 
 Viewpoint EarthManipulator::getViewpoint() const {
-    return _pose != nullptr && _mapNode.valid() ? _pose->viewpoint() : Viewpoint();
+    return m_pose && m_mapNode.valid() ? m_pose->viewpoint() : Viewpoint();
 }
 
 CameraPose EarthManipulator::poseFor(const Viewpoint& viewpoint) const {
-    CameraPose pose = *_pose;
+    CameraPose pose = *m_pose;
     GeoPoint focalPoint = viewpoint.focalPoint().get();
     osg::ref_ptr<osg::Node> node;
     if (viewpoint.getNode(node)) {
@@ -74,7 +74,7 @@ CameraPose EarthManipulator::poseFor(const Viewpoint& viewpoint) const {
         focalPoint.fromWorld(pose.srs(), osg::Vec3d(node->getBound().center()) * nodeToWorld);
     }
     if (viewpoint.isValid() && focalPoint.transformInPlace(pose.srs())) {
-        focalPoint.makeAbsolute(_mapNode->getTerrain());
+        focalPoint.makeAbsolute(m_mapNode->getTerrain());
         pose.setFocalPoint(focalPoint.vec3d());
     }
     if (viewpoint.heading().isSet()) {
@@ -86,74 +86,74 @@ CameraPose EarthManipulator::poseFor(const Viewpoint& viewpoint) const {
     if (viewpoint.range().isSet()) {
         pose.setRange(viewpoint.getRange());
     }
-    CameraMotion::clampToSettings(pose, *_settings);
+    CameraMotion::clampToSettings(pose, *m_settings);
     return pose;
 }
 
 void EarthManipulator::setViewpoint(const Viewpoint& viewpoint, double duration_s) {
     if (!findMapNode()) {
-        _pendingViewpoint = std::make_pair(viewpoint, duration_s);
+        m_pendingViewpoint = std::make_pair(viewpoint, duration_s);
         return;
     }
     moveTo(poseFor(viewpoint), duration_s);
 }
 
 void EarthManipulator::moveTo(const CameraPose& pose, double duration_s) {
-    if (_settings->getAutoViewpointDurationEnabled() && duration_s > 0.0) {
+    if (m_settings->getAutoViewpointDurationEnabled() && duration_s > 0.0) {
         // One second and one more for every doubling of the way over the range, up to eight.
-        const double way = (pose.focalWorld() - _pose->focalWorld()).length();
+        const double way = (pose.focalWorld() - m_pose->focalWorld()).length();
         duration_s = std::min(8.0, 1.0 + std::log2(1.0 + way / pose.range()));
     }
     if (duration_s > 0.0) {
-        _flight = std::make_unique<ViewpointFlight>(*_pose, pose, duration_s,
-                                                    _settings->getArcViewpointTransitions());
+        m_flight = std::make_unique<ViewpointFlight>(*m_pose, pose, duration_s,
+                                                     m_settings->getArcViewpointTransitions());
         requestContinuousUpdate(true);
     } else {
-        if (_flight != nullptr) {
-            _flight = nullptr;
+        if (m_flight) {
+            m_flight = nullptr;
             requestContinuousUpdate(false);
         }
-        *_pose = pose;
+        *m_pose = pose;
     }
     requestRedraw();
 }
 
 void EarthManipulator::setHomeViewpoint(const Viewpoint& viewpoint, double duration_s) {
-    _homeViewpoint = viewpoint;
-    _homeDuration = duration_s;
+    m_homeViewpoint = viewpoint;
+    m_homeDuration = duration_s;
 }
 
 bool EarthManipulator::isSettingViewpoint() const {
-    return _flight != nullptr || _pendingViewpoint.has_value();
+    return m_flight || m_pendingViewpoint.has_value();
 }
 
 void EarthManipulator::home(double duration_s) {
-    if (_pose == nullptr || !_mapNode.valid()) {
+    if (!m_pose || !m_mapNode.valid()) {
         return;
     }
-    if (_homeViewpoint) {
-        moveTo(poseFor(*_homeViewpoint), duration_s);
+    if (m_homeViewpoint) {
+        moveTo(poseFor(*m_homeViewpoint), duration_s);
         return;
     }
-    const double earthRadius = _pose->srs()->getEllipsoid()->getRadiusEquator();
+    const double earthRadius = m_pose->srs()->getEllipsoid()->getRadiusEquator();
     Viewpoint wholeEarth("home", -90.0, 0.0, 0.0, 0.0, -89.0, 3.0 * earthRadius);
     moveTo(poseFor(wholeEarth), duration_s);
 }
 
 void EarthManipulator::home(const osgGA::GUIEventAdapter&, osgGA::GUIActionAdapter& aa) {
-    _view = dynamic_cast<osg::View*>(&aa);
-    const bool hadPose = _pose != nullptr;
+    m_view = dynamic_cast<osg::View*>(&aa);
+    const bool hadPose = m_pose != nullptr;
     if (findMapNode() && hadPose) {
-        home(_homeDuration);
+        home(m_homeDuration);
     }
 }
 
 void EarthManipulator::init(const osgGA::GUIEventAdapter&, osgGA::GUIActionAdapter& aa) {
-    _view = dynamic_cast<osg::View*>(&aa);
+    m_view = dynamic_cast<osg::View*>(&aa);
 }
 
 osg::Matrixd EarthManipulator::getMatrix() const {
-    return _pose != nullptr ? _pose->cameraToWorld() : osg::Matrixd();
+    return m_pose ? m_pose->cameraToWorld() : osg::Matrixd();
 }
 
 osg::Matrixd EarthManipulator::getInverseMatrix() const {
@@ -167,10 +167,10 @@ void EarthManipulator::setByMatrix(const osg::Matrixd& matrix) {
     const osg::Vec3d eye = matrix.getTrans();
     const osg::Vec3d forward(-matrix(2, 0), -matrix(2, 1), -matrix(2, 2));
     osg::Vec3d focal;
-    if (!_mapNode->getTerrain()->intersect(eye, eye + forward * (2.0 * eye.length()), focal)) {
-        focal = eye + forward * _pose->range();
+    if (!m_mapNode->getTerrain()->intersect(eye, eye + forward * (2.0 * eye.length()), focal)) {
+        focal = eye + forward * m_pose->range();
     }
-    *_pose = CameraPose::fromCamera(_pose->srs(), matrix, focal);
+    *m_pose = CameraPose::fromCamera(m_pose->srs(), matrix, focal);
 }
 
 void EarthManipulator::setByInverseMatrix(const osg::Matrixd& matrix) {
@@ -178,29 +178,29 @@ void EarthManipulator::setByInverseMatrix(const osg::Matrixd& matrix) {
 }
 
 bool EarthManipulator::screenToWorld(float x, float y, osg::View* view, osg::Vec3d& out) const {
-    return _mapNode.valid() && _mapNode->getTerrain()->getWorldCoordsUnderMouse(view, x, y, out);
+    return m_mapNode.valid() && m_mapNode->getTerrain()->getWorldCoordsUnderMouse(view, x, y, out);
 }
 
 double EarthManipulator::getDistance() const {
-    return _pose != nullptr ? _pose->range() : 0.0;
+    return m_pose ? m_pose->range() : 0.0;
 }
 
 void EarthManipulator::setDistance(double metres) {
-    if (_pose != nullptr) {
-        _pose->setRange(metres);
-        CameraMotion::clampToSettings(*_pose, *_settings);
+    if (m_pose) {
+        m_pose->setRange(metres);
+        CameraMotion::clampToSettings(*m_pose, *m_settings);
         requestRedraw();
     }
 }
 
 void EarthManipulator::requestRedraw() const {
-    if (auto* adapter = dynamic_cast<osgGA::GUIActionAdapter*>(_view.get())) {
+    if (auto* adapter = dynamic_cast<osgGA::GUIActionAdapter*>(m_view.get())) {
         adapter->requestRedraw();
     }
 }
 
 void EarthManipulator::requestContinuousUpdate(bool needed) const {
-    if (auto* adapter = dynamic_cast<osgGA::GUIActionAdapter*>(_view.get())) {
+    if (auto* adapter = dynamic_cast<osgGA::GUIActionAdapter*>(m_view.get())) {
         adapter->requestContinuousUpdate(needed);
     }
 }
@@ -208,7 +208,7 @@ void EarthManipulator::requestContinuousUpdate(bool needed) const {
 // ---- Motions
 
 CameraMotion EarthManipulator::motion() {
-    return {*_pose, *_mapNode->getTerrain(), *_settings};
+    return {*m_pose, *m_mapNode->getTerrain(), *m_settings};
 }
 
 void EarthManipulator::pan(double dx, double dy) {

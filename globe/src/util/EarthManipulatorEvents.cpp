@@ -13,10 +13,10 @@ namespace {
 
 using osgGA::GUIEventAdapter;
 
-constexpr double keyStep = 0.1;       // of the view, or radians
-constexpr double zoomStep = 0.2;      // of the range
-constexpr double turnPerWindow = 1.5; // radians for a drag over half the window
-constexpr float clickSlackPixels = 3.0F;
+constexpr double kEyStep = 0.1;        // of the view, or radians
+constexpr double kZoomStep = 0.2;      // of the range
+constexpr double kTurnPerWindow = 1.5; // radians for a drag over half the window
+constexpr float kClickSlackPixels = 3.0F;
 
 /// Half of what is in view at a distance of one: across and up.
 osg::Vec2d halfView(const osg::View* view) {
@@ -24,7 +24,7 @@ osg::Vec2d halfView(const osg::View* view) {
     double aspect = 1.0;
     double nearPlane = 0.0;
     double farPlane = 0.0;
-    if (view != nullptr) {
+    if (view) {
         view->getCamera()->getProjectionMatrixAsPerspective(fovy, aspect, nearPlane, farPlane);
     }
     const double up = std::tan(osg::DegreesToRadians(fovy) * 0.5);
@@ -34,10 +34,10 @@ osg::Vec2d halfView(const osg::View* view) {
 } // namespace
 
 osg::Vec3d EarthManipulator::rayUnder(const osgGA::GUIEventAdapter& ea) const {
-    if (!_view.valid()) {
+    if (!m_view.valid()) {
         return {0.0, 0.0, -1.0};
     }
-    const osg::Matrixd eyeFromWindow = osg::Matrixd::inverse(_view->getCamera()->getProjectionMatrix());
+    const osg::Matrixd eyeFromWindow = osg::Matrixd::inverse(m_view->getCamera()->getProjectionMatrix());
     return osg::Vec3d(ea.getXnormalized(), ea.getYnormalized(), 0.0) * eyeFromWindow;
 }
 
@@ -51,17 +51,17 @@ void EarthManipulator::goTo(const Action& action, const osgGA::GUIEventAdapter& 
     if (!ground) {
         return;
     }
-    CameraPose target = *_pose;
+    CameraPose target = *m_pose;
     osg::Vec3d focal;
     target.srs()->transformFromWorld(*ground, focal);
     target.setFocalPoint(focal);
     target.setRange(target.range() * action.options.get(OPTION_GOTO_RANGE_FACTOR, 1.0));
-    CameraMotion::clampToSettings(target, *_settings);
+    CameraMotion::clampToSettings(target, *m_settings);
     moveTo(target, action.options.get(OPTION_DURATION, 1.0));
 }
 
 bool EarthManipulator::handle(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) {
-    _view = dynamic_cast<osg::View*>(&aa);
+    m_view = dynamic_cast<osg::View*>(&aa);
     if (ea.getEventType() == GUIEventAdapter::FRAME) {
         handleFrame(ea);
         return false;
@@ -93,64 +93,66 @@ bool EarthManipulator::handle(const osgGA::GUIEventAdapter& ea, osgGA::GUIAction
 }
 
 bool EarthManipulator::handleButton(const osgGA::GUIEventAdapter& ea) {
-    if (_flight != nullptr) {
-        moveTo(*_pose, 0.0); // a touch stops a flight where it is
+    if (m_flight) {
+        moveTo(*m_pose, 0.0); // a touch stops a flight where it is
     }
-    *_pointer = Pointer();
-    _pointer->isDown = true;
-    _pointer->pressX = ea.getX();
-    _pointer->pressY = ea.getY();
-    _pointer->startX = _pointer->lastX = ea.getXnormalized();
-    _pointer->startY = _pointer->lastY = ea.getYnormalized();
-    _pointer->buttons = ea.getButtonMask();
+    *m_pointer = Pointer();
+    m_pointer->isDown = true;
+    m_pointer->pressX = ea.getX();
+    m_pointer->pressY = ea.getY();
+    m_pointer->startX = m_pointer->lastX = ea.getXnormalized();
+    m_pointer->startY = m_pointer->lastY = ea.getYnormalized();
+    m_pointer->buttons = ea.getButtonMask();
     motion().anchorFocalPoint();
-    _pointer->grabbed = motion().groundOn(rayUnder(ea));
+    m_pointer->grabbed = motion().groundOn(rayUnder(ea));
     return true;
 }
 
 bool EarthManipulator::handleDrag(const osgGA::GUIEventAdapter& ea) {
-    const double dx = ea.getXnormalized() - _pointer->lastX;
-    const double dy = ea.getYnormalized() - _pointer->lastY;
-    _pointer->lastX = ea.getXnormalized();
-    _pointer->lastY = ea.getYnormalized();
-    _pointer->hasMoved = _pointer->hasMoved || std::abs(ea.getX() - _pointer->pressX) > clickSlackPixels ||
-                         std::abs(ea.getY() - _pointer->pressY) > clickSlackPixels;
-    _pointer->action = _settings->find(GUIEventAdapter::DRAG, ea.getButtonMask(), ea.getModKeyMask());
-    if (_pointer->action.options.get(OPTION_CONTINUOUS, 0.0) != 0.0) {
+    const double dx = ea.getXnormalized() - m_pointer->lastX;
+    const double dy = ea.getYnormalized() - m_pointer->lastY;
+    m_pointer->lastX = ea.getXnormalized();
+    m_pointer->lastY = ea.getYnormalized();
+    m_pointer->hasMoved = m_pointer->hasMoved ||
+                          std::abs(ea.getX() - m_pointer->pressX) > kClickSlackPixels ||
+                          std::abs(ea.getY() - m_pointer->pressY) > kClickSlackPixels;
+    m_pointer->action = m_settings->find(GUIEventAdapter::DRAG, ea.getButtonMask(), ea.getModKeyMask());
+    if (m_pointer->action.options.get(OPTION_CONTINUOUS, 0.0) != 0.0) {
         requestContinuousUpdate(true); // the frames move it, as long as the button is held
         return true;
     }
-    if (_pointer->lastFrame) {
-        _pointer->lastFrame.reset();
+    if (m_pointer->lastFrame) {
+        m_pointer->lastFrame.reset();
         requestContinuousUpdate(false);
     }
-    perform(_pointer->action, dx, dy, ea);
+    perform(m_pointer->action, dx, dy, ea);
     return true;
 }
 
 bool EarthManipulator::handleRelease(const osgGA::GUIEventAdapter& ea) {
-    const bool wasContinuous = _pointer->action.options.get(OPTION_CONTINUOUS, 0.0) != 0.0;
-    if (_pointer->isDown && !_pointer->hasMoved && !ea.getHandled()) {
-        const Action click = _settings->find(GUIEventAdapter::RELEASE, _pointer->buttons, ea.getModKeyMask());
+    const bool wasContinuous = m_pointer->action.options.get(OPTION_CONTINUOUS, 0.0) != 0.0;
+    if (m_pointer->isDown && !m_pointer->hasMoved && !ea.getHandled()) {
+        const Action click =
+            m_settings->find(GUIEventAdapter::RELEASE, m_pointer->buttons, ea.getModKeyMask());
         performStep(click, 1.0, ea);
     }
-    *_pointer = Pointer();
-    if (wasContinuous && _flight == nullptr) {
+    *m_pointer = Pointer();
+    if (wasContinuous && !m_flight) {
         requestContinuousUpdate(false);
     }
     return true;
 }
 
 bool EarthManipulator::handleDoubleClick(const osgGA::GUIEventAdapter& ea) {
-    *_pointer = Pointer();
-    performStep(_settings->find(GUIEventAdapter::DOUBLECLICK, ea.getButtonMask(), ea.getModKeyMask()), 1.0,
+    *m_pointer = Pointer();
+    performStep(m_settings->find(GUIEventAdapter::DOUBLECLICK, ea.getButtonMask(), ea.getModKeyMask()), 1.0,
                 ea);
     return true;
 }
 
 bool EarthManipulator::handleScroll(const osgGA::GUIEventAdapter& ea) {
-    performStep(_settings->find(GUIEventAdapter::SCROLL, ea.getScrollingMotion(), ea.getModKeyMask()),
-                _settings->getScrollSensitivity(), ea);
+    performStep(m_settings->find(GUIEventAdapter::SCROLL, ea.getScrollingMotion(), ea.getModKeyMask()),
+                m_settings->getScrollSensitivity(), ea);
     return true;
 }
 
@@ -158,8 +160,8 @@ bool EarthManipulator::handleKey(const osgGA::GUIEventAdapter& ea) {
     if (ea.getKey() >= GUIEventAdapter::KEY_Shift_L) {
         return false;
     }
-    performStep(_settings->find(GUIEventAdapter::KEYDOWN, ea.getKey(), ea.getModKeyMask()),
-                _settings->getKeyboardSensitivity(), ea);
+    performStep(m_settings->find(GUIEventAdapter::KEYDOWN, ea.getKey(), ea.getModKeyMask()),
+                m_settings->getKeyboardSensitivity(), ea);
     return true;
 }
 
@@ -167,44 +169,44 @@ void EarthManipulator::handleFrame(const osgGA::GUIEventAdapter& ea) {
     if (!findMapNode()) {
         return;
     }
-    if (_flight != nullptr) {
-        *_pose = _flight->poseAt(ea.getTime());
-        if (_flight->isOver()) {
-            _flight = nullptr;
+    if (m_flight) {
+        *m_pose = m_flight->poseAt(ea.getTime());
+        if (m_flight->isOver()) {
+            m_flight = nullptr;
             requestContinuousUpdate(false);
         }
         requestRedraw();
     }
-    if (_pointer->isDown && _pointer->action.options.get(OPTION_CONTINUOUS, 0.0) != 0.0) {
-        const double seconds = _pointer->lastFrame ? ea.getTime() - *_pointer->lastFrame : 0.0;
-        _pointer->lastFrame = ea.getTime();
-        perform(_pointer->action, (_pointer->lastX - _pointer->startX) * seconds,
-                (_pointer->lastY - _pointer->startY) * seconds, ea);
+    if (m_pointer->isDown && m_pointer->action.options.get(OPTION_CONTINUOUS, 0.0) != 0.0) {
+        const double seconds = m_pointer->lastFrame ? ea.getTime() - *m_pointer->lastFrame : 0.0;
+        m_pointer->lastFrame = ea.getTime();
+        perform(m_pointer->action, (m_pointer->lastX - m_pointer->startX) * seconds,
+                (m_pointer->lastY - m_pointer->startY) * seconds, ea);
     }
 }
 
 // Motion of the pointer: dx, dy in half windows, right and up.
 void EarthManipulator::perform(const Action& action, double dx, double dy, const osgGA::GUIEventAdapter& ea) {
-    dx *= _settings->getMouseSensitivity() * action.options.get(OPTION_SCALE_X, 1.0);
-    dy *= _settings->getMouseSensitivity() * action.options.get(OPTION_SCALE_Y, 1.0);
+    dx *= m_settings->getMouseSensitivity() * action.options.get(OPTION_SCALE_X, 1.0);
+    dy *= m_settings->getMouseSensitivity() * action.options.get(OPTION_SCALE_Y, 1.0);
     if (action.options.get(OPTION_SINGLE_AXIS, 0.0) != 0.0) {
         (std::abs(dx) < std::abs(dy) ? dx : dy) = 0.0;
     }
     switch (action.type) {
     case ACTION_PAN: {
         // The ground in the middle follows the pointer.
-        const osg::Vec2d half = halfView(_view.get());
+        const osg::Vec2d half = halfView(m_view.get());
         pan(-dx * half.x(), -dy * half.y());
         break;
     }
     case ACTION_EARTH_DRAG:
-        if (_pointer->grabbed) {
-            motion().keepOnRay(*_pointer->grabbed, rayUnder(ea));
+        if (m_pointer->grabbed) {
+            motion().keepOnRay(*m_pointer->grabbed, rayUnder(ea));
             requestRedraw();
         }
         break;
     case ACTION_ROTATE:
-        rotate(-dx * turnPerWindow, dy * turnPerWindow);
+        rotate(-dx * kTurnPerWindow, dy * kTurnPerWindow);
         break;
     case ACTION_ZOOM:
         zoom(0.0, -dy * 2.0);
@@ -217,15 +219,15 @@ void EarthManipulator::perform(const Action& action, double dx, double dy, const
 // One step, for a key, a click or a notch of the wheel.
 void EarthManipulator::performStep(const Action& action, double sensitivity,
                                    const osgGA::GUIEventAdapter& ea) {
-    const double stepX = keyStep * sensitivity * action.options.get(OPTION_SCALE_X, 1.0);
-    const double stepY = keyStep * sensitivity * action.options.get(OPTION_SCALE_Y, 1.0);
-    const double factor = std::exp(zoomStep * sensitivity * action.options.get(OPTION_SCALE_Y, 1.0));
+    const double stepX = kEyStep * sensitivity * action.options.get(OPTION_SCALE_X, 1.0);
+    const double stepY = kEyStep * sensitivity * action.options.get(OPTION_SCALE_Y, 1.0);
+    const double factor = std::exp(kZoomStep * sensitivity * action.options.get(OPTION_SCALE_Y, 1.0));
     if (action.type >= ACTION_PAN && action.type <= ACTION_ROTATE_DOWN) {
         motion().anchorFocalPoint();
     }
     switch (action.type) {
     case ACTION_HOME:
-        home(action.options.get(OPTION_DURATION, _homeDuration));
+        home(action.options.get(OPTION_DURATION, m_homeDuration));
         break;
     case ACTION_GOTO:
         goTo(action, ea);

@@ -10,8 +10,8 @@ namespace {
 
 using osgGA::GUIEventAdapter;
 
-constexpr double lowestPitchDegrees = -90.0; // a pose keeps its heading even straight down
-constexpr double highestPitchDegrees = 89.9;
+constexpr double kLowestPitchDegrees = -90.0; // a pose keeps its heading even straight down
+constexpr double kHighestPitchDegrees = 89.9;
 
 int withoutLocks(int modifiers) {
     return modifiers & ~(GUIEventAdapter::MODKEY_NUM_LOCK | GUIEventAdapter::MODKEY_CAPS_LOCK);
@@ -75,25 +75,25 @@ double EarthManipulator::ActionOptions::get(ActionOptionType option, double fall
 }
 
 EarthManipulator::Settings::Settings(const Settings& rhs) : osg::Referenced(rhs) {
-    _bindings = rhs._bindings;
-    _mouseSensitivity = rhs._mouseSensitivity;
-    _keyboardSensitivity = rhs._keyboardSensitivity;
-    _scrollSensitivity = rhs._scrollSensitivity;
-    _minPitch = rhs._minPitch;
-    _maxPitch = rhs._maxPitch;
-    _minDistance = rhs._minDistance;
-    _maxDistance = rhs._maxDistance;
-    _arcTransitions = rhs._arcTransitions;
-    _autoDuration = rhs._autoDuration;
-    _terrainAvoidance = rhs._terrainAvoidance;
-    _throwing = rhs._throwing;
-    _lockAzimuth = rhs._lockAzimuth;
+    m_bindings = rhs.m_bindings;
+    m_mouseSensitivity = rhs.m_mouseSensitivity;
+    m_keyboardSensitivity = rhs.m_keyboardSensitivity;
+    m_scrollSensitivity = rhs.m_scrollSensitivity;
+    m_minPitch = rhs.m_minPitch;
+    m_maxPitch = rhs.m_maxPitch;
+    m_minDistance = rhs.m_minDistance;
+    m_maxDistance = rhs.m_maxDistance;
+    m_arcTransitions = rhs.m_arcTransitions;
+    m_autoDuration = rhs.m_autoDuration;
+    m_terrainAvoidance = rhs.m_terrainAvoidance;
+    m_throwing = rhs.m_throwing;
+    m_lockAzimuth = rhs.m_lockAzimuth;
 }
 
 void EarthManipulator::Settings::bind(int eventType, int input, int modifiers, ActionType action,
                                       const ActionOptions& options) {
     for (const int mask : alternativesOf(modifiers)) {
-        _bindings[Key(eventType, input, mask)] = Action{action, options};
+        m_bindings[Key(eventType, input, mask)] = Action{action, options};
     }
 }
 
@@ -123,19 +123,19 @@ void EarthManipulator::Settings::bindScroll(ActionType action, int motion, int m
 }
 
 EarthManipulator::Action EarthManipulator::Settings::find(int eventType, int input, int modifiers) const {
-    const auto found = _bindings.find(Key(eventType, input, withoutLocks(modifiers)));
-    return found != _bindings.end() ? found->second : Action();
+    const auto found = m_bindings.find(Key(eventType, input, withoutLocks(modifiers)));
+    return found != m_bindings.end() ? found->second : Action();
 }
 
 void EarthManipulator::Settings::setMinMaxPitch(double minDegrees, double maxDegrees) {
     const auto [lower, upper] = std::minmax(minDegrees, maxDegrees);
-    _minPitch = osg::clampBetween(lower, lowestPitchDegrees, highestPitchDegrees);
-    _maxPitch = osg::clampBetween(upper, lowestPitchDegrees, highestPitchDegrees);
+    m_minPitch = osg::clampBetween(lower, kLowestPitchDegrees, kHighestPitchDegrees);
+    m_maxPitch = osg::clampBetween(upper, kLowestPitchDegrees, kHighestPitchDegrees);
 }
 
 void EarthManipulator::Settings::setMinMaxDistance(double min, double max) {
-    _minDistance = std::max(0.01, std::min(min, max));
-    _maxDistance = std::max(min, max);
+    m_minDistance = std::max(0.01, std::min(min, max));
+    m_maxDistance = std::max(min, max);
 }
 
 } // namespace Util

@@ -11,9 +11,9 @@ namespace {
 // Brano Kemen, 2009). 24 bits over 1e9 m resolve 1.3 millionths of the distance everywhere. Written per
 // fragment, because the logarithm of an interpolated distance is not the interpolated logarithm. Parallel
 // projections keep their linear depth.
-constexpr double farMetres = 1.0e9;
+constexpr double kFarMetres = 1.0e9;
 
-const char* const vertexShader = R"(
+const char* const kVertexShader = R"(
 uniform float oe_logdepth_coefficient;
 out float oe_logdepth_distance;
 void oe_logdepth_vertex(inout vec4 clip) {
@@ -26,7 +26,7 @@ void oe_logdepth_vertex(inout vec4 clip) {
 }
 )";
 
-const char* const fragmentShader = R"(
+const char* const kFragmentShader = R"(
 uniform float oe_logdepth_coefficient;
 in float oe_logdepth_distance;
 void oe_logdepth_fragment(inout vec4 color) {
@@ -35,37 +35,37 @@ void oe_logdepth_fragment(inout vec4 color) {
 }
 )";
 
-const char* const vertexName = "oe_logdepth_vertex";
-const char* const fragmentName = "oe_logdepth_fragment";
-const char* const coefficientName = "oe_logdepth_coefficient";
+const char* const kVertexName = "oe_logdepth_vertex";
+const char* const kFragmentName = "oe_logdepth_fragment";
+const char* const kCoefficientName = "oe_logdepth_coefficient";
 
 } // namespace
 
 void LogarithmicDepthBuffer::install(osg::Camera* camera) {
-    if (camera == nullptr) {
+    if (!camera) {
         return;
     }
     osg::StateSet* stateSet = camera->getOrCreateStateSet();
     VirtualProgram* program = VirtualProgram::getOrCreate(stateSet);
-    constexpr float last = 1.0e6F;
-    program->setFunction(vertexName, vertexShader, ShaderComp::LOCATION_VERTEX_CLIP, last);
-    program->setFunction(fragmentName, fragmentShader, ShaderComp::LOCATION_FRAGMENT_LIGHTING, last);
-    const double coefficient = 2.0 / std::log2(farMetres + 1.0);
-    stateSet->addUniform(new osg::Uniform(coefficientName, static_cast<float>(coefficient)));
+    constexpr float kLast = 1.0e6F;
+    program->setFunction(kVertexName, kVertexShader, ShaderComp::LOCATION_VERTEX_CLIP, kLast);
+    program->setFunction(kFragmentName, kFragmentShader, ShaderComp::LOCATION_FRAGMENT_LIGHTING, kLast);
+    const double coefficient = 2.0 / std::log2(kFarMetres + 1.0);
+    stateSet->addUniform(new osg::Uniform(kCoefficientName, static_cast<float>(coefficient)));
     // The planes of the projection no longer matter, so nothing needs to be measured for them.
     camera->setComputeNearFarMode(osg::CullSettings::DO_NOT_COMPUTE_NEAR_FAR);
 }
 
 void LogarithmicDepthBuffer::uninstall(osg::Camera* camera) {
-    osg::StateSet* stateSet = camera != nullptr ? camera->getStateSet() : nullptr;
-    if (stateSet == nullptr) {
+    osg::StateSet* stateSet = camera ? camera->getStateSet() : nullptr;
+    if (!stateSet) {
         return;
     }
     if (VirtualProgram* program = VirtualProgram::get(stateSet)) {
-        program->removeShader(vertexName);
-        program->removeShader(fragmentName);
+        program->removeShader(kVertexName);
+        program->removeShader(kFragmentName);
     }
-    stateSet->removeUniform(coefficientName);
+    stateSet->removeUniform(kCoefficientName);
     camera->setComputeNearFarMode(osg::CullSettings::COMPUTE_NEAR_FAR_USING_BOUNDING_VOLUMES);
 }
 

@@ -21,8 +21,8 @@ public:
     PickRegion(const std::vector<osg::Vec2d>& positions, const osg::Vec2d& viewportSize, int largest,
                int buffer);
 
-    int columns() const { return _columns; }
-    int rows() const { return _rows; }
+    int columns() const { return m_columns; }
+    int rows() const { return m_rows; }
 
     /// Pixels of the picture per pixel of the viewport.
     osg::Vec2d scale() const;
@@ -34,12 +34,12 @@ public:
     std::vector<osg::Vec2i> pixelsAround(const osg::Vec2d& position) const;
 
 private:
-    osg::Vec2d _viewportSize;
-    osg::Vec2d _lower; // in viewport pixels
-    osg::Vec2d _size;
-    osg::Vec2d _reach; // the buffer in viewport pixels
-    int _columns = 0;
-    int _rows = 0;
+    osg::Vec2d m_viewportSize;
+    osg::Vec2d m_lower; // in viewport pixels
+    osg::Vec2d m_size;
+    osg::Vec2d m_reach; // the buffer in viewport pixels
+    int m_columns = 0;
+    int m_rows = 0;
 };
 
 } // namespace Util

@@ -12,19 +12,19 @@ public:
 
     /// The pose at a time; the first call sets the start. At the end it is the target itself.
     CameraPose poseAt(double seconds);
-    bool isOver() const { return _isOver; }
-    const CameraPose& target() const { return _to; }
+    bool isOver() const { return m_isOver; }
+    const CameraPose& target() const { return m_to; }
 
 private:
     osg::Vec3d focalPointAt(double part) const;
 
-    CameraPose _from;
-    CameraPose _to;
-    double _seconds;
-    double _start = 0.0;
-    double _rise = 0.0; // of the logarithm of the range, half way
-    bool _hasStarted = false;
-    bool _isOver = false;
+    CameraPose m_from;
+    CameraPose m_to;
+    double m_seconds;
+    double m_start = 0.0;
+    double m_rise = 0.0; // of the logarithm of the range, half way
+    bool m_hasStarted = false;
+    bool m_isOver = false;
 };
 
 } // namespace Util

@@ -38,9 +38,10 @@ void writeSurface(const QString& file, bool changed) {
     raster->SetSpatialRef(&reference);
     std::vector<float> line(kCells);
     for (int row = 0; row < kCells; ++row) {
-        for (int column = 0; column < kCells; ++column)
+        for (int column = 0; column < kCells; ++column) {
             line[static_cast<std::size_t>(column)] =
                 static_cast<float>(60.0 + column * 0.01 + (changed ? changeAt(column, row) : 0.0));
+        }
         ASSERT_EQ(raster->GetRasterBand(1)->RasterIO(GF_Write, 0, row, kCells, 1, line.data(), kCells, 1,
                                                      GDT_Float32, 0, 0, nullptr),
                   CE_None);
@@ -98,8 +99,9 @@ TEST_F(LargeWalk, TwentyOfAThousandAnomaliesByKeyboardAloneAndEverythingIsAsLeft
             waitForGlobe();
             waitForPictures();
             EXPECT_TRUE(window().globe().rect().contains(placeOf(anomaly)));
-            if (step == 5)
+            if (step == 5) {
                 keepPicture("keyboard");
+            }
         }
         if (step % 7 == 6) {
             answerNextBox(true);

@@ -32,8 +32,9 @@ class ObjectsWalk : public WalkTest {
 protected:
     QWidget* dialog(const char* name) const {
         for (QWidget* widget : QApplication::topLevelWidgets()) {
-            if (widget->isVisible() && widget->objectName() == name)
+            if (widget->isVisible() && widget->objectName() == name) {
                 return widget;
+            }
         }
         ADD_FAILURE() << "no dialog " << name;
         return nullptr;
@@ -60,8 +61,9 @@ protected:
     /// The area's look on the globe: fill colour with opacity, and the text of its label.
     static std::pair<osgEarth::Symbology::Color, std::string> lookOf(const char* name) {
         for (const auto& [group, record] : scene().getPipeAreas()) {
-            if (record.GetName() != toGbk(name))
+            if (record.GetName() != toGbk(name)) {
                 continue;
+            }
             auto& feature = dynamic_cast<osgEarth::Annotation::FeatureNode&>(*group->getChild(0));
             auto& label = dynamic_cast<osgEarth::Annotation::PlaceNode&>(*group->getChild(1));
             return {feature.getStyle().get<osgEarth::Symbology::PolygonSymbol>()->fill()->color(),
@@ -84,8 +86,9 @@ TEST_F(ObjectsWalk, APointAndAnAreaAreDrawnEditedDeletedAndEverythingIsAsLeftAft
     const QPoint middle = window().globe().rect().center();
 
     clickTool("添加特殊面");
-    for (const QPoint& corner : {QPoint(-170, 90), QPoint(-60, 110), QPoint(-40, 30)})
+    for (const QPoint& corner : {QPoint(-170, 90), QPoint(-60, 110), QPoint(-40, 30)}) {
         clickAt(middle + corner, Qt::LeftButton);
+    }
     moveTo(middle + QPoint(-130, 10));
     keepPicture("area-drawing");
     clickAt(middle + QPoint(-150, 20), Qt::RightButton);
@@ -106,8 +109,9 @@ TEST_F(ObjectsWalk, APointAndAnAreaAreDrawnEditedDeletedAndEverythingIsAsLeftAft
     QWidget* form = dialog("CdrawPolygonDlg");
     fill(form, "实验小学", "comboBox_attri", "小学");
     for (const auto& [field, steps] : {std::pair("spinBoxBorderWidth", 2), {"doubleSpinBox", 6}}) {
-        for (int step = 0; step < steps; ++step)
+        for (int step = 0; step < steps; ++step) {
             QTest::keyClick(&theChild<QAbstractSpinBox>(form, field), Qt::Key_Up);
+        }
     }
     keepPicture("area-edit");
     confirm(form);

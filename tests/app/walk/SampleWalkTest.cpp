@@ -32,18 +32,21 @@ TEST_F(SampleWalk, TwentyAnomaliesByMouseAloneAndEverythingIsAsLeftAfterReopenin
     for (int index = 0; index < stationCount() && m_walked.size() < 20; ++index) {
         clickStation(index);
         for (const QString& anomaly : rows()) {
-            if (m_walked.size() == 20)
+            if (m_walked.size() == 20) {
                 break;
+            }
             doubleClickRow(anomaly);
             EXPECT_TRUE(window().findChild<QLabel*>("imageCaption")->text().contains(anomaly));
             EXPECT_TRUE(window().globe().rect().contains(placeOf(anomaly))) << anomaly.toStdString();
-            if (m_walked.isEmpty())
+            if (m_walked.isEmpty()) {
                 keepPicture("anomaly");
+            }
             clickOnGlobe(anomaly);
             EXPECT_TRUE(isHighlighted(anomaly)) << anomaly.toStdString();
             EXPECT_EQ(selectedRows(), QStringList{anomaly});
-            if (m_walked.isEmpty())
+            if (m_walked.isEmpty()) {
                 keepPicture("highlighted");
+            }
             expected[anomaly] = kClasses[static_cast<int>(m_walked.size()) % 4];
             chooseOnGlobe(anomaly, {"属性设置", expected[anomaly]});
             m_walked << anomaly;
@@ -74,9 +77,10 @@ TEST_F(SampleWalk, TwentyAnomaliesByMouseAloneAndEverythingIsAsLeftAfterReopenin
     QMap<QString, QString> shown;
     for (int index = 0; index < stationCount(); ++index) {
         clickStation(index);
-        for (int row = 0; row < table().model()->rowCount(); ++row)
+        for (int row = 0; row < table().model()->rowCount(); ++row) {
             shown[table().model()->index(row, 0).data().toString()] =
                 table().model()->index(row, 6).data().toString();
+        }
     }
     EXPECT_EQ(shown, expected);
     clickStation(0);

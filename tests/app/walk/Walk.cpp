@@ -120,8 +120,9 @@ QTableView& WalkTest::table() const {
 
 QStringList WalkTest::rows() const {
     QStringList names;
-    for (int row = 0; row < table().model()->rowCount(); ++row)
+    for (int row = 0; row < table().model()->rowCount(); ++row) {
         names << table().model()->index(row, 0).data().toString();
+    }
     return names;
 }
 
@@ -131,8 +132,9 @@ QString WalkTest::currentRow() const {
 
 QStringList WalkTest::selectedRows() const {
     QStringList names;
-    for (const QModelIndex& index : table().selectionModel()->selectedRows())
+    for (const QModelIndex& index : table().selectionModel()->selectedRows()) {
         names << index.data().toString();
+    }
     return names;
 }
 
@@ -206,8 +208,9 @@ void WalkTest::dragRectangle(const QPoint& from, const QPoint& to) {
 void WalkTest::chooseOnGlobe(const QString& anomaly, const QStringList& path) {
     // Half of an anomaly on the line between two stations may lie in the one that does not hold it.
     for (const double share : {0.5, 0.25, 0.75}) {
-        if (chooseAt(placeOf(anomaly, share), path))
+        if (chooseAt(placeOf(anomaly, share), path)) {
             return;
+        }
     }
     ADD_FAILURE() << anomaly.toStdString() << ": no " << path.join(" ").toStdString();
 }
@@ -228,8 +231,9 @@ bool WalkTest::chooseAt(const QPoint& place, QStringList path) {
                 path.removeFirst();
                 opening = action->menu();
                 moveOver(*menu, *action);
-                if (path.isEmpty())
+                if (path.isEmpty()) {
                     keepPicture("menu");
+                }
                 clickEntry(*menu, *action);
                 return;
             }
@@ -259,16 +263,18 @@ QPoint WalkTest::placeOnGlobe(const QString& object) const {
     const auto* scene =
         dynamic_cast<OsgDataSet*>(InspectionContext::instance().GetDataSet(OsgDataSet::kIndex));
     for (const auto& [group, record] : scene->getPipePolygons()) {
-        if (record.GetName() == toGbk(object))
+        if (record.GetName() == toGbk(object)) {
             return pixelOnGlobe(m_window->globe(), osg::Vec2d(record.GetCoor().x(), record.GetCoor().y()));
+        }
     }
     ADD_FAILURE() << "not on the globe: " << object.toStdString();
     return {};
 }
 
 void WalkTest::key(int key, Qt::KeyboardModifiers modifiers) {
-    if (!QApplication::focusWidget())
+    if (!QApplication::focusWidget()) {
         m_window->activateWindow(); // after a dialog; there is no window manager to do it
+    }
     ASSERT_TRUE(waitUntil([] { return QApplication::focusWidget() != nullptr; }));
     QTest::keyClick(QApplication::focusWidget(), static_cast<Qt::Key>(key), modifiers);
     QApplication::processEvents();
@@ -278,16 +284,18 @@ void WalkTest::answerNextBox(bool byKey) {
     auto* watch = new QTimer(m_window.get());
     QObject::connect(watch, &QTimer::timeout, [this, watch, byKey] {
         QWidget* box = QApplication::activeModalWidget();
-        if (!box || box->objectName() != "myMessageBox")
+        if (!box || box->objectName() != "myMessageBox") {
             return;
+        }
         watch->deleteLater();
         watch->stop();
         keepPicture("question");
         auto* yes = box->findChild<QPushButton*>("pushButtonYes");
-        if (byKey)
+        if (byKey) {
             QTest::keyClick(box->focusWidget() ? box->focusWidget() : box, Qt::Key_Return);
-        else
+        } else {
             QTest::mouseClick(yes, Qt::LeftButton);
+        }
     });
     watch->start(10);
 }
@@ -297,15 +305,17 @@ QMap<QString, QString> WalkTest::stored() const {
     const QVariantList names = database.read("select name from anomaly order by id");
     const QVariantList attributes = database.read("select attribute from anomaly order by id");
     QMap<QString, QString> anomalies;
-    for (qsizetype index = 0; index < names.size(); ++index)
+    for (qsizetype index = 0; index < names.size(); ++index) {
         anomalies[names[index].toString()] = attributes[index].toString();
+    }
     return anomalies;
 }
 
 // Of the screen, so that menus and dialogs are on it.
 void WalkTest::keepPicture(const QString& name) {
-    if (pictureFolder().isEmpty())
+    if (pictureFolder().isEmpty()) {
         return;
+    }
     QApplication::processEvents();
     const QRect area(m_window->mapToGlobal(QPoint()), m_window->size());
     const QPixmap screen = m_window->screen()->grabWindow(0, area.x(), area.y(), area.width(), area.height());

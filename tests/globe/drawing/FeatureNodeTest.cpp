@@ -20,14 +20,14 @@ using osgEarth::Features::Feature;
 
 namespace {
 
-constexpr double Half = 0.001;
+constexpr double kHalf = 0.001;
 
-osg::ref_ptr<Symbology::Polygon> rectangle(double half = Half) {
+osg::ref_ptr<Symbology::Polygon> rectangle(double half = kHalf) {
     osg::ref_ptr<Symbology::Polygon> polygon = new Symbology::Polygon;
-    polygon->push_back(Lon - half, Lat - half);
-    polygon->push_back(Lon + half, Lat - half);
-    polygon->push_back(Lon + half, Lat + half);
-    polygon->push_back(Lon - half, Lat + half);
+    polygon->push_back(kLon - half, kLat - half);
+    polygon->push_back(kLon + half, kLat - half);
+    polygon->push_back(kLon + half, kLat + half);
+    polygon->push_back(kLon - half, kLat + half);
     return polygon;
 }
 
@@ -65,7 +65,7 @@ bool isCyan(const osg::Vec3i& p) {
 }
 
 osg::Vec3i pixelAt(TestGlobe& globe, const osg::Image& image, double east, double north) {
-    const osg::Vec2d position = globe.windowPosition(Lon + east, Lat + north);
+    const osg::Vec2d position = globe.windowPosition(kLon + east, kLat + north);
     return pixel(image, static_cast<int>(position.x()), static_cast<int>(position.y()));
 }
 
@@ -83,11 +83,11 @@ TEST(FeatureNode, DrawsNothingUntilItHasAMapNode) {
 TEST(FeatureNode, FillsAConcavePolygonWithAHoleOnTheTerrain) {
     TestGlobe globe;
     osg::ref_ptr<Symbology::Polygon> polygon = rectangle();
-    polygon->insert(polygon->begin() + 3, osg::Vec3d(Lon, Lat + 0.0003, 0.0)); // a notch from the north
+    polygon->insert(polygon->begin() + 3, osg::Vec3d(kLon, kLat + 0.0003, 0.0)); // a notch from the north
     osg::ref_ptr<Ring> hole = new Ring;
-    hole->push_back(Lon - 0.0006, Lat - 0.0006);
-    hole->push_back(Lon - 0.0002, Lat - 0.0006);
-    hole->push_back(Lon - 0.0004, Lat - 0.0002);
+    hole->push_back(kLon - 0.0006, kLat - 0.0006);
+    hole->push_back(kLon - 0.0002, kLat - 0.0006);
+    hole->push_back(kLon - 0.0004, kLat - 0.0002);
     polygon->getHoles().push_back(hole);
     nodeOf(globe, polygon, fillStyle(Color::Red));
     globe.look(900.0);
@@ -108,10 +108,10 @@ TEST(FeatureNode, OfAreasOnTheGroundTheLaterOneCoversTheEarlierFromEverySide) {
     lower.getOrCreate<RenderSymbol>()->depthOffset()->minBias() = Distance(100.0, Units::METERS);
     Style upper = fillStyle(Color::Cyan, AltitudeSymbol::TECHNIQUE_GPU);
     nodeOf(globe, rectangle(), lower);
-    nodeOf(globe, rectangle(Half / 2.0), upper);
+    nodeOf(globe, rectangle(kHalf / 2.0), upper);
     for (const auto& [range, pitch, lat] :
-         {std::tuple(900.0, -90.0, Lat), {700.0, -25.0, Lat + 0.001}, {700.0, -25.0, Lat - 0.001}}) {
-        globe.look(range, pitch, Lon, lat);
+         {std::tuple(900.0, -90.0, kLat), {700.0, -25.0, kLat + 0.001}, {700.0, -25.0, kLat - 0.001}}) {
+        globe.look(range, pitch, kLon, lat);
         globe.settle();
         const osg::ref_ptr<osg::Image> image = globe.picture();
         EXPECT_TRUE(isCyan(pixelAt(globe, *image, 0.0, 0.0))) << pitch << " from " << lat;
@@ -125,44 +125,46 @@ TEST(FeatureNode, ATranslucentFillOnAFoldOfTheGroundColoursEveryPixelOnce) {
     Style style = fillStyle(Color(1.0f, 0.0f, 0.0f, 0.5f));
     // Seen from low, so strongly lifted that the slope behind a crest shows, too.
     style.getOrCreate<RenderSymbol>()->depthOffset()->minBias() = Distance(2000.0, Units::METERS);
-    globe.look(900.0, -4.0, Lon, Lat - 0.004);
+    globe.look(900.0, -4.0, kLon, kLat - 0.004);
     globe.settle();
     const osg::ref_ptr<osg::Image> before = globe.picture();
-    nodeOf(globe, rectangle(6.0 * Half), style);
+    nodeOf(globe, rectangle(6.0 * kHalf), style);
     globe.settle();
     const osg::ref_ptr<osg::Image> after = globe.picture();
     int coloured = 0;
-    for (int y = 0; y < after->t(); ++y)
+    for (int y = 0; y < after->t(); ++y) {
         for (int x = 0; x < after->s(); ++x) {
             const int green = pixel(*before, x, y).y();
             coloured += pixel(*after, x, y).y() < green - 20 ? 1 : 0;
             EXPECT_GE(pixel(*after, x, y).y(), green / 2 - 3) << x << ' ' << y;
         }
+    }
     keep(*after, "feature-fold");
     EXPECT_GT(coloured, 1000);
 }
 
 TEST(FeatureNode, RisesWithTerrainThatComesLaterAlsoFromOutsideTheView) {
-    constexpr double PlaceLon = Lon + 0.05; // no ground there yet
-    constexpr double PlateauMetres = 300.0;
+    constexpr double kPlaceLon = kLon + 0.05; // no ground there yet
+    constexpr double kPlateauMetres = 300.0;
     TestGlobe globe;
     osg::ref_ptr<Symbology::Polygon> polygon = new Symbology::Polygon;
-    for (const auto& [east, north] : {std::pair(-1.0, -1.0), {1.0, -1.0}, {1.0, 1.0}, {-1.0, 1.0}})
-        polygon->push_back(PlaceLon + east * Half / 4.0, Lat + north * Half / 4.0);
+    for (const auto& [east, north] : {std::pair(-1.0, -1.0), {1.0, -1.0}, {1.0, 1.0}, {-1.0, 1.0}}) {
+        polygon->push_back(kPlaceLon + east * kHalf / 4.0, kLat + north * kHalf / 4.0);
+    }
     nodeOf(globe, polygon, fillStyle(Color::Red));
     globe.frame();
 
     // Fifty metres above the plateau that is about to come, over its southern part, the bare globe is far
     // below the picture.
     osg::Matrixd frame;
-    globe.mapNode()->getMapSRS()->createLocalToWorld(osg::Vec3d(PlaceLon, Lat, PlateauMetres), frame);
+    globe.mapNode()->getMapSRS()->createLocalToWorld(osg::Vec3d(kPlaceLon, kLat, kPlateauMetres), frame);
     globe.viewer().getCamera()->setViewMatrix(
         osg::Matrixd::inverse(frame) *
         osg::Matrixd::lookAt(osg::Vec3d(0.0, -100.0, 30.0), osg::Vec3d(), osg::Vec3d(0.0, 0.0, 1.0)));
     globe.frame();
-    const globetest::RasterPlace place{"EPSG:4326", PlaceLon - 0.005, Lat + 0.005, 0.0001, 100, 100};
+    const globetest::RasterPlace place{"EPSG:4326", kPlaceLon - 0.005, kLat + 0.005, 0.0001, 100, 100};
     Drivers::GDALOptions options;
-    options.url() = globetest::writeHeights("plateau", place, [](double, double) { return PlateauMetres; });
+    options.url() = globetest::writeHeights("plateau", place, [](double, double) { return kPlateauMetres; });
     const osg::ref_ptr<ElevationLayer> plateau = new ElevationLayer("plateau", options);
     globe.mapNode()->getMap()->addLayer(plateau);
     globe.settle();
@@ -181,16 +183,18 @@ TEST(FeatureNode, EveryTechniqueHugsTheTerrain) {
         globe.settle();
         const osg::ref_ptr<osg::Image> image = globe.picture();
         keep(*image, "feature-technique-" + std::to_string(technique));
-        for (const double part : {-0.9, -0.5, 0.0, 0.5, 0.9})
-            EXPECT_TRUE(isRed(pixelAt(globe, *image, part * Half, part * Half))) << technique << " " << part;
+        for (const double part : {-0.9, -0.5, 0.0, 0.5, 0.9}) {
+            EXPECT_TRUE(isRed(pixelAt(globe, *image, part * kHalf, part * kHalf)))
+                << technique << " " << part;
+        }
     }
 }
 
 TEST(FeatureNode, LinesHaveTheirWidthInPixelsAtAnyDistance) {
     TestGlobe globe;
     osg::ref_ptr<LineString> line = new LineString;
-    line->push_back(Lon, Lat - 0.005);
-    line->push_back(Lon, Lat + 0.005);
+    line->push_back(kLon, kLat - 0.005);
+    line->push_back(kLon, kLat + 0.005);
     nodeOf(globe, line, lineStyle(Color::Red, 5.0f));
     for (const double range : {400.0, 2000.0}) {
         globe.look(range);
@@ -198,8 +202,9 @@ TEST(FeatureNode, LinesHaveTheirWidthInPixelsAtAnyDistance) {
         const osg::ref_ptr<osg::Image> image = globe.picture();
         keep(*image, "line-" + std::to_string(static_cast<int>(range)));
         int width = 0;
-        for (int x = 0; x < image->s(); ++x)
+        for (int x = 0; x < image->s(); ++x) {
             width += isRed(pixel(*image, x, image->t() / 2));
+        }
         EXPECT_NEAR(width, 5, 1) << range;
     }
 }
@@ -207,8 +212,8 @@ TEST(FeatureNode, LinesHaveTheirWidthInPixelsAtAnyDistance) {
 TEST(FeatureNode, LinearWidthUnitsMakeARibbonOnTheGround) {
     TestGlobe globe;
     osg::ref_ptr<LineString> line = new LineString;
-    line->push_back(Lon, Lat - 0.002);
-    line->push_back(Lon, Lat + 0.002);
+    line->push_back(kLon, kLat - 0.002);
+    line->push_back(kLon, kLat + 0.002);
     Style style = lineStyle(Color::Red, 40.0f);
     style.get<LineSymbol>()->stroke()->widthUnits() = Units::METERS;
     nodeOf(globe, line, style);
@@ -216,11 +221,12 @@ TEST(FeatureNode, LinearWidthUnitsMakeARibbonOnTheGround) {
     globe.settle();
     const osg::ref_ptr<osg::Image> image = globe.picture();
     int width = 0;
-    for (int x = 0; x < image->s(); ++x)
+    for (int x = 0; x < image->s(); ++x) {
         width += isRed(pixel(*image, x, image->t() / 2));
+    }
     const double metresPerDegreeEast = 94500.0; // at 32 degrees
-    const double expected = globe.windowPosition(Lon + 20.0 / metresPerDegreeEast, Lat).x() -
-                            globe.windowPosition(Lon - 20.0 / metresPerDegreeEast, Lat).x();
+    const double expected = globe.windowPosition(kLon + 20.0 / metresPerDegreeEast, kLat).x() -
+                            globe.windowPosition(kLon - 20.0 / metresPerDegreeEast, kLat).x();
     EXPECT_NEAR(width, expected, 2.0);
 }
 
@@ -236,8 +242,9 @@ TEST(FeatureNode, FillAndLineDrawTogetherWithTheOutlineClosedAndOnTop) {
     keep(*image, "feature-outline");
     EXPECT_TRUE(isRed(pixelAt(globe, *image, 0.0, 0.0)));
     for (const osg::Vec2d& edge :
-         {osg::Vec2d(Half, 0.0), osg::Vec2d(-Half, 0.0), osg::Vec2d(0.0, Half), osg::Vec2d(0.0, -Half)})
+         {osg::Vec2d(kHalf, 0.0), osg::Vec2d(-kHalf, 0.0), osg::Vec2d(0.0, kHalf), osg::Vec2d(0.0, -kHalf)}) {
         EXPECT_TRUE(isCyan(pixelAt(globe, *image, edge.x(), edge.y()))) << edge.x() << " " << edge.y();
+    }
 }
 
 TEST(FeatureNode, ChangesOfGeometryShowAfterInit) {
@@ -246,7 +253,7 @@ TEST(FeatureNode, ChangesOfGeometryShowAfterInit) {
     const osg::ref_ptr<FeatureNode> node = nodeOf(globe, polygon, fillStyle(Color::Red));
     globe.look(900.0);
     globe.settle();
-    polygon->asVector() = rectangle(Half)->asVector();
+    polygon->asVector() = rectangle(kHalf)->asVector();
     EXPECT_FALSE(isRed(pixelAt(globe, *globe.picture(), 0.0008, 0.0)));
     node->init();
     EXPECT_TRUE(isRed(pixelAt(globe, *globe.picture(), 0.0008, 0.0)));
@@ -277,7 +284,7 @@ TEST(FeatureNode, VerticalOffsetLiftsTheFeature) {
     globe.look(1200.0, -20.0);
     globe.settle();
     const osg::ref_ptr<osg::Image> image = globe.picture();
-    const osg::Vec2d lifted = globe.windowPosition(Lon, Lat, 100.0);
+    const osg::Vec2d lifted = globe.windowPosition(kLon, kLat, 100.0);
     EXPECT_TRUE(isRed(pixel(*image, static_cast<int>(lifted.x()), static_cast<int>(lifted.y()))));
     EXPECT_FALSE(isRed(pixelAt(globe, *image, 0.0, 0.0)));
 }
@@ -285,28 +292,29 @@ TEST(FeatureNode, VerticalOffsetLiftsTheFeature) {
 TEST(FeatureNode, WithoutAltitudeSymbolItStaysAtItsOwnHeight) {
     TestGlobe globe;
     osg::ref_ptr<Symbology::Polygon> polygon = rectangle(0.0002);
-    const double height = groundHeight(Lon, Lat) + 150.0;
-    for (osg::Vec3d& point : *polygon)
+    const double height = groundHeight(kLon, kLat) + 150.0;
+    for (osg::Vec3d& point : *polygon) {
         point.z() = height;
+    }
     Style style;
     style.getOrCreate<PolygonSymbol>()->fill()->color() = Color::Red;
     nodeOf(globe, polygon, style);
     globe.look(1200.0, -20.0);
     globe.settle();
     const osg::ref_ptr<osg::Image> image = globe.picture();
-    const osg::Vec2d above = globe.windowPosition(Lon, Lat, 150.0);
+    const osg::Vec2d above = globe.windowPosition(kLon, kLat, 150.0);
     EXPECT_TRUE(isRed(pixel(*image, static_cast<int>(above.x()), static_cast<int>(above.y()))));
 }
 
 TEST(FeatureNode, DegenerateShapesDrawNothing) {
     TestGlobe globe;
     osg::ref_ptr<Symbology::Polygon> two = new Symbology::Polygon;
-    two->push_back(Lon, Lat);
-    two->push_back(Lon + Half, Lat);
-    two->push_back(Lon, Lat);
+    two->push_back(kLon, kLat);
+    two->push_back(kLon + kHalf, kLat);
+    two->push_back(kLon, kLat);
     const osg::ref_ptr<FeatureNode> node = nodeOf(globe, two, fillStyle(Color::Red));
     osg::ref_ptr<LineString> one = new LineString;
-    one->push_back(Lon, Lat);
+    one->push_back(kLon, kLat);
     nodeOf(globe, one, lineStyle(Color::Red, 5.0f));
     globe.look(900.0);
     globe.settle();

@@ -31,24 +31,25 @@ struct Mask {
     bool covers(int x, int y) const { return x >= left && x < right && y >= bottom && y < top; }
 };
 
-constexpr int Block = 4;            // pixels that are averaged: renderers differ along edges
-constexpr double MostPerBlock = 48; // of 255
-constexpr double MostOnAverage = 3.0;
+constexpr int kBlock = 4;            // pixels that are averaged: renderers differ along edges
+constexpr double kMostPerBlock = 48; // of 255
+constexpr double kMostOnAverage = 3.0;
 
 osg::Vec3d meanOf(const osg::Image& image, int left, int bottom) {
     osg::Vec3d sum;
-    for (int y = bottom; y < bottom + Block; ++y)
-        for (int x = left; x < left + Block; ++x) {
+    for (int y = bottom; y < bottom + kBlock; ++y) {
+        for (int x = left; x < left + kBlock; ++x) {
             const osg::Vec3i p = pixel(image, x, y);
             sum += osg::Vec3d(p.x(), p.y(), p.z());
         }
-    return sum / (Block * Block);
+    }
+    return sum / (kBlock * kBlock);
 }
 
 void expectLooksLike(const osg::Image& image, const std::string& name, const std::vector<Mask>& masks = {}) {
     keep(image, "golden-" + name);
     const std::string file = std::string(CORRIDOR_GOLDEN_FOLDER) + "/" + name + ".png";
-    if (std::getenv("CORRIDOR_RENEW_GOLDENS") != nullptr) {
+    if (std::getenv("CORRIDOR_RENEW_GOLDENS")) {
         ASSERT_TRUE(osgDB::writeImageFile(image, file));
     }
     const osg::ref_ptr<osg::Image> golden = osgDB::readRefImageFile(file);
@@ -58,10 +59,12 @@ void expectLooksLike(const osg::Image& image, const std::string& name, const std
     double sum = 0.0;
     double worst = 0.0;
     int blocks = 0;
-    for (int y = 0; y + Block <= image.t(); y += Block)
-        for (int x = 0; x + Block <= image.s(); x += Block) {
-            if (std::any_of(masks.begin(), masks.end(), [&](const Mask& mask) { return mask.covers(x, y); }))
+    for (int y = 0; y + kBlock <= image.t(); y += kBlock) {
+        for (int x = 0; x + kBlock <= image.s(); x += kBlock) {
+            if (std::any_of(masks.begin(), masks.end(),
+                            [&](const Mask& mask) { return mask.covers(x, y); })) {
                 continue;
+            }
             const osg::Vec3d difference = meanOf(image, x, y) - meanOf(*golden, x, y);
             const double most =
                 std::max({std::abs(difference.x()), std::abs(difference.y()), std::abs(difference.z())});
@@ -69,26 +72,29 @@ void expectLooksLike(const osg::Image& image, const std::string& name, const std
             sum += most;
             ++blocks;
         }
-    EXPECT_LT(worst, MostPerBlock) << name;
-    EXPECT_LT(sum / blocks, MostOnAverage) << name;
+    }
+    EXPECT_LT(worst, kMostPerBlock) << name;
+    EXPECT_LT(sum / blocks, kMostOnAverage) << name;
 }
 
 osg::ref_ptr<osg::Image> disc() {
     const osg::ref_ptr<osg::Image> image = plainImage(osg::Vec4(0.0f, 0.0f, 0.0f, 0.0f), 64);
-    for (unsigned y = 0; y < 64; ++y)
+    for (unsigned y = 0; y < 64; ++y) {
         for (unsigned x = 0; x < 64; ++x) {
             const double distance = std::hypot(x - 31.5, y - 31.5);
-            if (distance < 30.0)
+            if (distance < 30.0) {
                 image->setColor(osg::Vec4(1.0f, static_cast<float>(distance / 30.0), 0.2f, 0.9f), x, y);
+            }
         }
+    }
     return image;
 }
 
 void addOverlays(TestGlobe& globe) {
     for (int i = 0; i < 6; ++i) {
         const double half = i < 3 ? 0.0004 : 0.00008; // large ones, and some that are drawn together
-        const double lon = Lon + (i % 3 - 1) * 0.0011;
-        const double lat = Lat + (i < 3 ? -0.0004 : 0.0006);
+        const double lon = kLon + (i % 3 - 1) * 0.0011;
+        const double lat = kLat + (i < 3 ? -0.0004 : 0.0006);
         osg::ref_ptr<ImageOverlay> overlay = new ImageOverlay(globe.mapNode(), disc());
         overlay->setBounds(Bounds(lon - half, lat - half, lon + half, lat + half));
         globe.mapNode()->addChild(overlay);
@@ -105,12 +111,14 @@ void addArea(TestGlobe& globe) {
     osg::ref_ptr<Polygon> outline = new Polygon;
     for (const osg::Vec2d& corner :
          {osg::Vec2d(-0.0012, -0.001), osg::Vec2d(0.0012, -0.001), osg::Vec2d(0.0, 0.0),
-          osg::Vec2d(0.0012, 0.001), osg::Vec2d(-0.0012, 0.001)})
-        outline->push_back(Lon + corner.x(), Lat + corner.y());
+          osg::Vec2d(0.0012, 0.001), osg::Vec2d(-0.0012, 0.001)}) {
+        outline->push_back(kLon + corner.x(), kLat + corner.y());
+    }
     osg::ref_ptr<Ring> hole = new Ring;
     for (const osg::Vec2d& corner : {osg::Vec2d(-0.0009, -0.0003), osg::Vec2d(-0.0009, 0.0003),
-                                     osg::Vec2d(-0.0004, 0.0003), osg::Vec2d(-0.0004, -0.0003)})
-        hole->push_back(Lon + corner.x(), Lat + corner.y());
+                                     osg::Vec2d(-0.0004, 0.0003), osg::Vec2d(-0.0004, -0.0003)}) {
+        hole->push_back(kLon + corner.x(), kLat + corner.y());
+    }
     outline->getHoles().push_back(hole);
     globe.mapNode()->addChild(
         new FeatureNode(new Features::Feature(outline, globe.mapNode()->getMapSRS()), style));
@@ -151,8 +159,8 @@ TEST(GoldenPictures, LabelsWithTheirIcons) {
     globe.look(900.0, -50.0);
     globe.settle();
     for (int i = 0; i < 5; ++i) {
-        const double lon = Lon + (i - 2) * 0.0005;
-        const double lat = Lat + (i % 2) * 0.0006;
+        const double lon = kLon + (i - 2) * 0.0005;
+        const double lat = kLat + (i % 2) * 0.0006;
         globe.mapNode()->addChild(new PlaceNode(
             GeoPoint(globe.mapNode()->getMapSRS(), lon, lat, groundHeight(lon, lat), ALTMODE_ABSOLUTE), "W",
             style, disc()));

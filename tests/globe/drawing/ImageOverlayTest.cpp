@@ -14,12 +14,12 @@ using osgEarth::Annotation::ImageOverlay;
 
 namespace {
 
-const osg::Vec4 blue(0.0f, 0.0f, 1.0f, 1.0f);
-constexpr double Half = 0.0005; // degrees; about 50 m
+const osg::Vec4 kBlue(0.0f, 0.0f, 1.0f, 1.0f);
+constexpr double kHalf = 0.0005; // degrees; about 50 m
 
 osg::ref_ptr<ImageOverlay> overlayAt(TestGlobe& globe, double lon, double lat, osg::Image* image) {
     osg::ref_ptr<ImageOverlay> overlay = new ImageOverlay(globe.mapNode(), image);
-    overlay->setBounds(Bounds(lon - Half, lat - Half, lon + Half, lat + Half));
+    overlay->setBounds(Bounds(lon - kHalf, lat - kHalf, lon + kHalf, lat + kHalf));
     globe.mapNode()->addChild(overlay);
     return overlay;
 }
@@ -95,54 +95,57 @@ TEST(ImageOverlay, LiesOnTheTerrainWithItsPictureUpright) {
     TestGlobe globe;
     globe.settle();
     // Left half red, lower half dark.
-    osg::ref_ptr<osg::Image> image = plainImage(blue, 2);
+    osg::ref_ptr<osg::Image> image = plainImage(kBlue, 2);
     image->setColor(osg::Vec4(1.0f, 0.0f, 0.0f, 1.0f), 0u, 1u);
     image->setColor(osg::Vec4(0.0f, 1.0f, 0.0f, 1.0f), 0u, 0u);
-    overlayAt(globe, Lon, Lat, image);
+    overlayAt(globe, kLon, kLat, image);
     globe.look(600.0);
     globe.settle();
     const osg::ref_ptr<osg::Image> picture = globe.picture();
     keep(*picture, "overlay-upright");
-    const double inside = Half * 0.9;
-    EXPECT_GT(pixelAt(*picture, globe.windowPosition(Lon - inside, Lat + inside)).x(),
+    const double inside = kHalf * 0.9;
+    EXPECT_GT(pixelAt(*picture, globe.windowPosition(kLon - inside, kLat + inside)).x(),
               230); // red, upper left
-    EXPECT_GT(pixelAt(*picture, globe.windowPosition(Lon - inside, Lat - inside)).y(),
+    EXPECT_GT(pixelAt(*picture, globe.windowPosition(kLon - inside, kLat - inside)).y(),
               230); // green, lower left
-    EXPECT_TRUE(isBlue(pixelAt(*picture, globe.windowPosition(Lon + inside, Lat))));
-    EXPECT_FALSE(isBlue(pixelAt(*picture, globe.windowPosition(Lon + Half * 1.2, Lat))));
+    EXPECT_TRUE(isBlue(pixelAt(*picture, globe.windowPosition(kLon + inside, kLat))));
+    EXPECT_FALSE(isBlue(pixelAt(*picture, globe.windowPosition(kLon + kHalf * 1.2, kLat))));
 }
 
 TEST(ImageOverlay, IsNotSwallowedByTheTerrainAtAnyDistance) {
     TestGlobe globe;
     globe.settle();
-    overlayAt(globe, Lon + 0.002, Lat, plainImage(blue)); // on a slope
-    for (const double range : {150.0, 600.0, 3000.0})
+    overlayAt(globe, kLon + 0.002, kLat, plainImage(kBlue)); // on a slope
+    for (const double range : {150.0, 600.0, 3000.0}) {
         for (const double pitch : {-90.0, -35.0}) {
-            globe.look(range, pitch, Lon + 0.002, Lat);
+            globe.look(range, pitch, kLon + 0.002, kLat);
             globe.settle();
             const osg::ref_ptr<osg::Image> picture = globe.picture();
             keep(*picture, "overlay-slope-" + std::to_string(static_cast<int>(range)) +
                                (pitch < -80.0 ? "-down" : "-slant"));
             for (const double part : {-0.8, -0.4, 0.0, 0.4, 0.8}) {
                 const osg::Vec2d position =
-                    globe.windowPosition(Lon + 0.002 + part * Half, Lat + part * Half);
-                if (position.x() < 2.0 || position.y() < 2.0 || position.x() > 398.0 || position.y() > 298.0)
+                    globe.windowPosition(kLon + 0.002 + part * kHalf, kLat + part * kHalf);
+                if (position.x() < 2.0 || position.y() < 2.0 || position.x() > 398.0 ||
+                    position.y() > 298.0) {
                     continue;
+                }
                 EXPECT_TRUE(isBlue(pixelAt(*picture, position)))
                     << range << " m, pitch " << pitch << ", part " << part;
             }
         }
+    }
 }
 
 TEST(ImageOverlay, HighlightTurnsItYellowAndBack) {
     TestGlobe globe;
     globe.settle();
-    const osg::ref_ptr<ImageOverlay> overlay = overlayAt(globe, Lon, Lat, plainImage(blue));
-    const osg::ref_ptr<ImageOverlay> other = overlayAt(globe, Lon + 0.0015, Lat, plainImage(blue));
+    const osg::ref_ptr<ImageOverlay> overlay = overlayAt(globe, kLon, kLat, plainImage(kBlue));
+    const osg::ref_ptr<ImageOverlay> other = overlayAt(globe, kLon + 0.0015, kLat, plainImage(kBlue));
     globe.look(1000.0);
     globe.settle();
-    const osg::Vec2d here = globe.windowPosition(Lon, Lat);
-    const osg::Vec2d there = globe.windowPosition(Lon + 0.0015, Lat);
+    const osg::Vec2d here = globe.windowPosition(kLon, kLat);
+    const osg::Vec2d there = globe.windowPosition(kLon + 0.0015, kLat);
     highlight(overlay, osg::Vec4(255.0f, 255.0f, 0.0f, 1.0f));
     osg::ref_ptr<osg::Image> picture = globe.picture();
     keep(*picture, "overlay-highlight");
@@ -162,9 +165,9 @@ TEST(ImageOverlay, AlphaLetsTheTerrainThrough) {
     globe.settle();
     globe.look(600.0);
     globe.settle();
-    const osg::Vec2d here = globe.windowPosition(Lon, Lat);
+    const osg::Vec2d here = globe.windowPosition(kLon, kLat);
     const osg::Vec3i bare = pixelAt(*globe.picture(), here);
-    const osg::ref_ptr<ImageOverlay> overlay = overlayAt(globe, Lon, Lat, plainImage(blue));
+    const osg::ref_ptr<ImageOverlay> overlay = overlayAt(globe, kLon, kLat, plainImage(kBlue));
     overlay->setAlpha(0.5f);
     globe.frame();
     const osg::Vec3i mixed = pixelAt(*globe.picture(), here);
@@ -175,13 +178,13 @@ TEST(ImageOverlay, AlphaLetsTheTerrainThrough) {
 TEST(ImageOverlay, SettersShowInTheNextFrame) {
     TestGlobe globe;
     globe.settle();
-    const osg::ref_ptr<ImageOverlay> overlay = overlayAt(globe, Lon, Lat, plainImage(blue));
+    const osg::ref_ptr<ImageOverlay> overlay = overlayAt(globe, kLon, kLat, plainImage(kBlue));
     globe.look(600.0);
     globe.settle();
     overlay->setImage(plainImage(osg::Vec4(1.0f, 0.0f, 0.0f, 1.0f)));
-    EXPECT_GT(pixelAt(*globe.picture(), globe.windowPosition(Lon, Lat)).x(), 230);
-    overlay->setCenter(Lon + 3.0 * Half, Lat);
-    EXPECT_LT(pixelAt(*globe.picture(), globe.windowPosition(Lon, Lat)).x(), 230);
+    EXPECT_GT(pixelAt(*globe.picture(), globe.windowPosition(kLon, kLat)).x(), 230);
+    overlay->setCenter(kLon + 3.0 * kHalf, kLat);
+    EXPECT_LT(pixelAt(*globe.picture(), globe.windowPosition(kLon, kLat)).x(), 230);
 }
 
 namespace {
@@ -190,15 +193,17 @@ namespace {
 /// blue.
 struct SmallOverlays {
     explicit SmallOverlays(TestGlobe& globe) : group(new osg::Group) {
-        const osg::ref_ptr<osg::Image> image = plainImage(blue, 64);
-        for (unsigned y = 0; y < 64; ++y)
-            for (unsigned x = 0; x < 32; ++x)
+        const osg::ref_ptr<osg::Image> image = plainImage(kBlue, 64);
+        for (unsigned y = 0; y < 64; ++y) {
+            for (unsigned x = 0; x < 32; ++x) {
                 image->setColor(osg::Vec4(1.0f, 0.0f, 0.0f, 1.0f), x, y);
+            }
+        }
         for (int i = 0; i < 25; ++i) {
-            const double lon = Lon + (i % 5 - 2) * step;
-            const double lat = Lat + (i / 5 - 2) * step;
+            const double lon = kLon + (i % 5 - 2) * kStep;
+            const double lat = kLat + (i / 5 - 2) * kStep;
             osg::ref_ptr<ImageOverlay> overlay = new ImageOverlay(globe.mapNode(), image);
-            overlay->setBounds(Bounds(lon - half, lat - half, lon + half, lat + half));
+            overlay->setBounds(Bounds(lon - kHalf, lat - kHalf, lon + kHalf, lat + kHalf));
             group->addChild(overlay);
             ids.push_back(Registry::objectIndex()->tagNode(overlay, overlay));
         }
@@ -208,12 +213,13 @@ struct SmallOverlays {
 
     /// Any state of its own has an overlay drawn by itself.
     void separate() {
-        for (unsigned i = 0; i < group->getNumChildren(); ++i)
+        for (unsigned i = 0; i < group->getNumChildren(); ++i) {
             at(i).getOrCreateStateSet()->addUniform(new osg::Uniform("nothing", 0.0f));
+        }
     }
 
-    static constexpr double half = 0.00005;
-    static constexpr double step = 0.0003;
+    static constexpr double kHalf = 0.00005;
+    static constexpr double kStep = 0.0003;
     osg::ref_ptr<osg::Group> group;
     std::vector<ObjectID> ids;
 };
@@ -269,7 +275,7 @@ TEST(ImageOverlay, ASmallOverlayIsHighlightedLikeALargeOne) {
     globe.settle();
     highlight(&small.at(12), osg::Vec4(255.0f, 255.0f, 0.0f, 1.0f));
     const osg::ref_ptr<osg::Image> picture = globe.picture();
-    EXPECT_TRUE(isYellow(pixelAt(*picture, globe.windowPosition(Lon, Lat))));
+    EXPECT_TRUE(isYellow(pixelAt(*picture, globe.windowPosition(kLon, kLat))));
     EXPECT_LT(count(*picture, isYellow), 80);
 }
 
@@ -287,8 +293,9 @@ TEST(ImageOverlay, AGroupsStateHoldsForSmallOverlaysToo) {
 TEST(ImageOverlay, OverlaysOfOneSizeShareStateAndGrid) {
     TestGlobe globe;
     std::vector<osg::ref_ptr<ImageOverlay>> overlays;
-    for (int i = 0; i < 3; ++i)
-        overlays.push_back(overlayAt(globe, Lon + i * 0.002, Lat, plainImage(blue)));
+    for (int i = 0; i < 3; ++i) {
+        overlays.push_back(overlayAt(globe, kLon + i * 0.002, kLat, plainImage(kBlue)));
+    }
     globe.frame();
     const auto geometryOf = [](ImageOverlay& overlay) {
         return overlay.getChild(0)->asGroup()->getChild(0)->asGeometry();

@@ -94,16 +94,20 @@ TEST(ObjectIndex, ThreadsGetDistinctIds) {
     osg::ref_ptr<osg::Group> group = new osg::Group;
     std::vector<std::vector<ObjectID>> ids(4);
     std::vector<std::thread> threads;
-    for (std::vector<ObjectID>& mine : ids)
+    for (std::vector<ObjectID>& mine : ids) {
         threads.emplace_back([&mine, &index, &group] {
-            for (int i = 0; i < 1000; ++i)
+            for (int i = 0; i < 1000; ++i) {
                 mine.push_back(index->insert(group));
+            }
         });
-    for (std::thread& thread : threads)
+    }
+    for (std::thread& thread : threads) {
         thread.join();
+    }
     std::set<ObjectID> distinct;
-    for (const std::vector<ObjectID>& mine : ids)
+    for (const std::vector<ObjectID>& mine : ids) {
         distinct.insert(mine.begin(), mine.end());
+    }
     EXPECT_EQ(distinct.size(), 4000u);
     EXPECT_EQ(*distinct.begin(), 11u);
 }

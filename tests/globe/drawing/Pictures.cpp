@@ -11,15 +11,15 @@ namespace {
 
 class ReadBack : public osg::Camera::DrawCallback {
 public:
-    explicit ReadBack(osg::Image* image) : _image(image) {}
+    explicit ReadBack(osg::Image* image) : m_image(image) {}
     void operator()(osg::RenderInfo& info) const override {
         const osg::Viewport* viewport = info.getCurrentCamera()->getViewport();
-        _image->readPixels(0, 0, static_cast<int>(viewport->width()), static_cast<int>(viewport->height()),
-                           GL_RGB, GL_UNSIGNED_BYTE);
+        m_image->readPixels(0, 0, static_cast<int>(viewport->width()), static_cast<int>(viewport->height()),
+                            GL_RGB, GL_UNSIGNED_BYTE);
     }
 
 private:
-    osg::ref_ptr<osg::Image> _image;
+    osg::ref_ptr<osg::Image> m_image;
 };
 
 osg::ref_ptr<osg::GraphicsContext> offscreenContext(int size) {
@@ -37,11 +37,12 @@ osg::ref_ptr<osg::GraphicsContext> offscreenContext(int size) {
 
 Canvas::Canvas(int size) {
     stayConnected();
-    _viewer.setThreadingModel(osgViewer::ViewerBase::SingleThreaded);
-    osg::Camera* camera = _viewer.getCamera();
+    m_viewer.setThreadingModel(osgViewer::ViewerBase::SingleThreaded);
+    osg::Camera* camera = m_viewer.getCamera();
     camera->setGraphicsContext(offscreenContext(size));
-    if (!camera->getGraphicsContext())
+    if (!camera->getGraphicsContext()) {
         throw std::runtime_error("no graphics context: these tests need a display");
+    }
     camera->setViewport(0, 0, size, size);
     camera->setDrawBuffer(GL_FRONT);
     camera->setReadBuffer(GL_FRONT);
@@ -50,14 +51,14 @@ Canvas::Canvas(int size) {
     camera->setViewMatrix(osg::Matrix::identity());
     camera->setComputeNearFarMode(osg::CullSettings::DO_NOT_COMPUTE_NEAR_FAR);
     camera->getOrCreateStateSet()->setMode(GL_LIGHTING, osg::StateAttribute::OFF);
-    _viewer.setLightingMode(osg::View::NO_LIGHT);
-    _viewer.realize();
+    m_viewer.setLightingMode(osg::View::NO_LIGHT);
+    m_viewer.realize();
 }
 
 osg::ref_ptr<osg::Image> Canvas::draw(osg::Node* scene) {
-    _viewer.setSceneData(scene);
-    _viewer.getCamera()->setViewMatrix(osg::Matrix::identity());
-    return nextFrame(_viewer);
+    m_viewer.setSceneData(scene);
+    m_viewer.getCamera()->setViewMatrix(osg::Matrix::identity());
+    return nextFrame(m_viewer);
 }
 
 void stayConnected() {
@@ -75,8 +76,9 @@ osg::ref_ptr<osg::Image> nextFrame(osgViewer::Viewer& viewer) {
 osg::ref_ptr<osg::Geometry> square(const osg::Vec4& color) {
     osg::ref_ptr<osg::Vec3Array> vertices = new osg::Vec3Array;
     for (const osg::Vec3& vertex : {osg::Vec3(-0.5f, -0.5f, 0.0f), osg::Vec3(0.5f, -0.5f, 0.0f),
-                                    osg::Vec3(-0.5f, 0.5f, 0.0f), osg::Vec3(0.5f, 0.5f, 0.0f)})
+                                    osg::Vec3(-0.5f, 0.5f, 0.0f), osg::Vec3(0.5f, 0.5f, 0.0f)}) {
         vertices->push_back(vertex);
+    }
     osg::ref_ptr<osg::Geometry> geometry = new osg::Geometry;
     geometry->setUseDisplayList(false);
     geometry->setUseVertexBufferObjects(true);
@@ -97,27 +99,31 @@ osg::Vec3i centerPixel(const osg::Image& image) {
 
 int count(const osg::Image& image, const std::function<bool(const osg::Vec3i&)>& condition) {
     int found = 0;
-    for (int y = 0; y < image.t(); ++y)
-        for (int x = 0; x < image.s(); ++x)
+    for (int y = 0; y < image.t(); ++y) {
+        for (int x = 0; x < image.s(); ++x) {
             found += condition(pixel(image, x, y));
+        }
+    }
     return found;
 }
 
 int differences(const osg::Image& a, const osg::Image& b, int tolerance) {
     int found = 0;
-    for (int y = 0; y < a.t(); ++y)
+    for (int y = 0; y < a.t(); ++y) {
         for (int x = 0; x < a.s(); ++x) {
             const osg::Vec3i p = pixel(a, x, y);
             const osg::Vec3i q = pixel(b, x, y);
             found += std::abs(p.x() - q.x()) > tolerance || std::abs(p.y() - q.y()) > tolerance ||
                      std::abs(p.z() - q.z()) > tolerance;
         }
+    }
     return found;
 }
 
 void keep(const osg::Image& image, const std::string& name) {
-    if (const char* folder = std::getenv("CORRIDOR_TEST_PICTURES"))
+    if (const char* folder = std::getenv("CORRIDOR_TEST_PICTURES")) {
         osgDB::writeImageFile(image, std::string(folder) + "/" + name + ".png");
+    }
 }
 
 } // namespace drawingtest

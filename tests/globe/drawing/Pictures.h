@@ -15,13 +15,13 @@ class Canvas {
 public:
     explicit Canvas(int size = 64);
 
-    osgViewer::Viewer& viewer() { return _viewer; }
+    osgViewer::Viewer& viewer() { return m_viewer; }
 
     /// Draws the scene once; rows from the bottom.
     osg::ref_ptr<osg::Image> draw(osg::Node* scene);
 
 private:
-    osgViewer::Viewer _viewer;
+    osgViewer::Viewer m_viewer;
 };
 
 /// The picture of the next frame of a viewer.

@@ -23,7 +23,7 @@ Style labelStyle(double size = 24.0) {
 }
 
 GeoPoint place(TestGlobe& globe, double metresAbove = 0.0) {
-    return GeoPoint(globe.mapNode()->getMapSRS(), Lon, Lat, groundHeight(Lon, Lat) + metresAbove,
+    return GeoPoint(globe.mapNode()->getMapSRS(), kLon, kLat, groundHeight(kLon, kLat) + metresAbove,
                     ALTMODE_ABSOLUTE);
 }
 
@@ -51,14 +51,16 @@ struct Box {
 template<typename Condition>
 Box boxOf(const osg::Image& image, Condition condition) {
     Box box;
-    for (int y = 0; y < image.t(); ++y)
-        for (int x = 0; x < image.s(); ++x)
+    for (int y = 0; y < image.t(); ++y) {
+        for (int x = 0; x < image.s(); ++x) {
             if (condition(pixel(image, x, y))) {
                 box.xMin = std::min(box.xMin, x);
                 box.yMin = std::min(box.yMin, y);
                 box.xMax = std::max(box.xMax, x);
                 box.yMax = std::max(box.yMax, y);
             }
+        }
+    }
     return box;
 }
 
@@ -80,7 +82,7 @@ TEST(PlaceNode, IconStandsOnThePositionAtItsPixelSizeFromAnyDistance) {
         globe.settle();
         const osg::ref_ptr<osg::Image> image = globe.picture();
         const Box box = boxOf(*image, isBlue);
-        const osg::Vec2d position = globe.windowPosition(Lon, Lat);
+        const osg::Vec2d position = globe.windowPosition(kLon, kLat);
         EXPECT_EQ(box.xMax - box.xMin + 1, 32);
         EXPECT_EQ(box.yMax - box.yMin + 1, 32);
         EXPECT_NEAR(box.yMin, position.y(), 1.5);
@@ -143,7 +145,7 @@ TEST(PlaceNode, IsDrawnOverTheTerrainInFrontButNotBeyondTheHorizon) {
     globe.settle();
     EXPECT_EQ(count(*globe.picture(), isBlue), 32 * 32);
     node->setPosition(
-        GeoPoint(globe.mapNode()->getMapSRS(), Lon + 180.0, -Lat, 0.0, ALTMODE_ABSOLUTE)); // antipode
+        GeoPoint(globe.mapNode()->getMapSRS(), kLon + 180.0, -kLat, 0.0, ALTMODE_ABSOLUTE)); // antipode
     EXPECT_EQ(count(*globe.picture(), isBlue), 0);
     node->setHorizonCulling(false);
     EXPECT_EQ(count(*globe.picture(), isBlue), 32 * 32);
@@ -153,12 +155,12 @@ TEST(PlaceNode, IsHiddenBehindAHillUnlessItsStyleSaysNo) {
     TestGlobe globe;
     const auto* srs = globe.mapNode()->getMapSRS();
     osg::ref_ptr<PlaceNode> node =
-        new PlaceNode(GeoPoint(srs, Lon - 0.004, Lat, groundHeight(Lon - 0.004, Lat), ALTMODE_ABSOLUTE), "",
-                      labelStyle(), plainImage(osg::Vec4(0.0f, 0.0f, 1.0f, 1.0f), 32));
+        new PlaceNode(GeoPoint(srs, kLon - 0.004, kLat, groundHeight(kLon - 0.004, kLat), ALTMODE_ABSOLUTE),
+                      "", labelStyle(), plainImage(osg::Vec4(0.0f, 0.0f, 1.0f, 1.0f), 32));
     globe.mapNode()->addChild(node);
     // The ground rises from west to east in the middle of the place; look along it from the east, low.
     osg::Matrixd frame;
-    srs->createLocalToWorld(osg::Vec3d(Lon + 0.004, Lat, groundHeight(Lon + 0.004, Lat)), frame);
+    srs->createLocalToWorld(osg::Vec3d(kLon + 0.004, kLat, groundHeight(kLon + 0.004, kLat)), frame);
     globe.viewer().getCamera()->setViewMatrix(osg::Matrixd::inverse(frame) *
                                               osg::Matrixd::lookAt(osg::Vec3d(200.0, 0.0, 4.0),
                                                                    osg::Vec3d(0.0, 0.0, 0.0),
@@ -170,7 +172,7 @@ TEST(PlaceNode, IsHiddenBehindAHillUnlessItsStyleSaysNo) {
     node->setStyle(seenThrough);
     EXPECT_EQ(count(*globe.picture(), isBlue), 32 * 32);
     node->setStyle(labelStyle());
-    globe.look(1000.0, -60.0, Lon - 0.004);
+    globe.look(1000.0, -60.0, kLon - 0.004);
     globe.settle();
     EXPECT_EQ(count(*globe.picture(), isBlue), 32 * 32);
 }
@@ -183,9 +185,9 @@ struct Pair {
         Style style = labelStyle();
         style.get<TextSymbol>()->declutter() = declutter;
         for (const double north : {0.0, farther}) {
-            const double height = groundHeight(Lon, Lat + north);
+            const double height = groundHeight(kLon, kLat + north);
             nodes.push_back(new PlaceNode(
-                GeoPoint(globe.mapNode()->getMapSRS(), Lon, Lat + north, height, ALTMODE_ABSOLUTE), "A",
+                GeoPoint(globe.mapNode()->getMapSRS(), kLon, kLat + north, height, ALTMODE_ABSOLUTE), "A",
                 style, plainImage(osg::Vec4(0.0f, 0.0f, 1.0f, 1.0f), 32)));
             globe.mapNode()->addChild(nodes.back());
         }
@@ -206,7 +208,7 @@ TEST(PlaceNode, OfLabelsThatWouldOverlapTheFartherKeepsASmallFadedIconOnly) {
     EXPECT_EQ(whole.yMax - whole.yMin + 1, 32);
     const Box faded = boxOf(*image, isFadedBlue);
     EXPECT_EQ(faded.xMax - faded.xMin + 1, 16);
-    EXPECT_NEAR(faded.yMax - globe.windowPosition(Lon, Lat + 0.0005).y(), 16.0, 1.5);
+    EXPECT_NEAR(faded.yMax - globe.windowPosition(kLon, kLat + 0.0005).y(), 16.0, 1.5);
     const int letters = count(*image, isReddish);
     EXPECT_GT(letters, 20);
     pair.nodes[1]->setText("");
@@ -249,7 +251,7 @@ TEST(PlaceNode, WithoutDeclutteringAllTextsAreDrawn) {
 TEST(PlaceNode, RelativePositionsStandOnTheGround) {
     TestGlobe globe;
     const osg::ref_ptr<PlaceNode> node = label(globe, "");
-    node->setPosition(GeoPoint(globe.mapNode()->getMapSRS(), Lon, Lat, 5.0, ALTMODE_RELATIVE));
+    node->setPosition(GeoPoint(globe.mapNode()->getMapSRS(), kLon, kLat, 5.0, ALTMODE_RELATIVE));
     globe.look(600.0);
     globe.settle();
     osg::Vec3d world;

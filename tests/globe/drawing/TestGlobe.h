@@ -12,9 +12,9 @@
 namespace drawingtest {
 
 /// Middle of the hilly place, degrees; it reaches 0.01 degrees in each direction.
-constexpr double Lon = 117.01;
-constexpr double Lat = 32.01;
-constexpr double MetresPerDegreeNorth = 111000.0;
+constexpr double kLon = 117.01;
+constexpr double kLat = 32.01;
+constexpr double kMetresPerDegreeNorth = 111000.0;
 
 /// Height of the made-up ground, metres; 0 outside the place.
 double groundHeight(double lonDegrees, double latDegrees);
@@ -28,24 +28,24 @@ public:
     TestGlobe(const TestGlobe&) = delete;
     TestGlobe& operator=(const TestGlobe&) = delete;
 
-    osgEarth::MapNode* mapNode() { return _globe.mapNode(); }
-    osgViewer::Viewer& viewer() { return _globe.viewer(); }
+    osgEarth::MapNode* mapNode() { return m_globe.mapNode(); }
+    osgViewer::Viewer& viewer() { return m_globe.viewer(); }
 
     /// Looks at the ground at the middle of the place, north up; -90 is straight down.
-    void look(double rangeMetres, double pitchDegrees = -90.0, double lonDegrees = Lon,
-              double latDegrees = Lat);
+    void look(double rangeMetres, double pitchDegrees = -90.0, double lonDegrees = kLon,
+              double latDegrees = kLat);
 
     /// Draws frames until all tiles are there.
     void settle();
-    void frame() { _globe.frame(); }
+    void frame() { m_globe.frame(); }
     osg::ref_ptr<osg::Image> picture();
 
     /// Where a place on the ground (or that many metres above it) is in the window, pixels, y upwards.
     osg::Vec2d windowPosition(double lonDegrees, double latDegrees, double metresAboveGround = 0.0);
 
 private:
-    globetest::OffscreenGlobe& _globe;
-    unsigned _ownChildren; // of the map node, before the test added any
+    globetest::OffscreenGlobe& m_globe;
+    unsigned m_ownChildren; // of the map node, before the test added any
 };
 
 /// A picture in one colour.

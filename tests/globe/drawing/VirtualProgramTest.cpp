@@ -16,7 +16,7 @@ using namespace osgEarth::ShaderComp;
 
 namespace {
 
-const osg::Vec4 gray(0.5f, 0.5f, 0.5f, 1.0f);
+const osg::Vec4 kGray(0.5f, 0.5f, 0.5f, 1.0f);
 
 std::string colorFunction(const std::string& name, const std::string& body) {
     return "void " + name + "(inout vec4 color) { " + body + " }\n";
@@ -26,7 +26,7 @@ std::string colorFunction(const std::string& name, const std::string& body) {
 struct Scene {
     osg::ref_ptr<osg::Group> root = new osg::Group;
     osg::ref_ptr<osg::Group> inner = new osg::Group;
-    osg::ref_ptr<osg::Geometry> leaf = square(gray);
+    osg::ref_ptr<osg::Geometry> leaf = square(kGray);
 
     Scene() {
         root->addChild(inner);
@@ -44,19 +44,21 @@ struct Scene {
 class LogCapture : public osg::NotifyHandler {
 public:
     void notify(osg::NotifySeverity severity, const char* message) override {
-        if (severity <= osg::WARN)
-            _text << message;
+        if (severity <= osg::WARN) {
+            m_text << message;
+        }
     }
-    std::string text() const { return _text.str(); }
+    std::string text() const { return m_text.str(); }
 
 private:
-    std::ostringstream _text;
+    std::ostringstream m_text;
 };
 
 int occurrences(const std::string& text, const std::string& word) {
     int found = 0;
-    for (std::size_t at = text.find(word); at != std::string::npos; at = text.find(word, at + 1))
+    for (std::size_t at = text.find(word); at != std::string::npos; at = text.find(word, at + 1)) {
         ++found;
+    }
     return found;
 }
 
@@ -129,12 +131,13 @@ TEST(VirtualProgram, SharedLeafProgramFollowsTheStackAboveIt) {
     for (int side = 0; side < 2; ++side) {
         osg::ref_ptr<osg::MatrixTransform> parent =
             new osg::MatrixTransform(osg::Matrix::translate(side == 0 ? -0.5 : 0.5, 0.0, 0.0));
-        osg::ref_ptr<osg::Geometry> leaf = square(gray);
+        osg::ref_ptr<osg::Geometry> leaf = square(kGray);
         leaf->setStateSet(shared);
         parent->addChild(leaf);
-        if (side == 1)
+        if (side == 1) {
             VirtualProgram::getOrCreate(parent->getOrCreateStateSet())
                 ->setFunction("lit", colorFunction("lit", "color.r = 1.0;"), LOCATION_FRAGMENT_LIGHTING);
+        }
         root->addChild(parent);
     }
     const osg::ref_ptr<osg::Image> image = Canvas().draw(root);
@@ -158,8 +161,8 @@ TEST(VirtualProgram, NothingLeaksToSiblings) {
         new osg::MatrixTransform(osg::Matrix::translate(-0.5, 0.0, 0.0));
     osg::ref_ptr<osg::MatrixTransform> right =
         new osg::MatrixTransform(osg::Matrix::translate(0.5, 0.0, 0.0));
-    left->addChild(square(gray));
-    right->addChild(square(gray));
+    left->addChild(square(kGray));
+    right->addChild(square(kGray));
     root->addChild(left);
     root->addChild(right);
     VirtualProgram::getOrCreate(left->getOrCreateStateSet())

@@ -162,7 +162,7 @@ protected:
     QString status() const {
         const QWidget* progress = context().progressWidget();
         const QLabel* text = progress->findChild<QLabel*>();
-        return progress->isHidden() || text == nullptr ? QString() : text->text();
+        return progress->isHidden() || !text ? QString() : text->text();
     }
     static InspectionContext& context() { return InspectionContext::instance(); }
 
@@ -216,7 +216,7 @@ TEST_F(SharedProjectTest, SpecialObjectsOfOthersComeChangeAndGo) {
     EXPECT_EQ(scene->getPipePoints().begin()->second.GetName(), toGbk("阀井"));
     EXPECT_EQ(scene->getPipePoints().begin()->second.m_attribute, toGbk("三通"));
     m_colleague->remove("special_point", id);
-    ASSERT_TRUE(waitUntil([&] { return object(kPoints, "阀井") == nullptr; }));
+    ASSERT_TRUE(waitUntil([&] { return !object(kPoints, "阀井"); }));
     EXPECT_TRUE(scene->getPipePoints().empty());
     EXPECT_EQ(tree().currentItem(), current) << "the user is not taken elsewhere";
 }

@@ -31,8 +31,9 @@ protected:
         m_item = checkedStationWithMostAnomalies();
         ASSERT_GE(rowsOf(*m_item), 2);
         for (int i = 0; i < tree().topLevelItem(0)->childCount(); ++i) {
-            if (station(i)->data(0, Qt::UserRole).toUInt() == m_item->GetStationId())
+            if (station(i)->data(0, Qt::UserRole).toUInt() == m_item->GetStationId()) {
                 tree().setCurrentItem(station(i));
+            }
         }
         ASSERT_EQ(rows(), rowsOf(*m_item));
     }
@@ -59,8 +60,9 @@ protected:
     QString stored(const QString& anomaly) {
         mysqlhelper::KV_MySQL database(context().project()->description().databaseFile().toStdString());
         for (const SdiffData& each : inspection::readAnomalies(database, m_item->GetStationId())) {
-            if (fromGbk(each.name) == anomaly)
+            if (fromGbk(each.name) == anomaly) {
                 return fromGbk(each.attribute);
+            }
         }
         return "not stored";
     }
@@ -140,8 +142,9 @@ TEST_F(AnomalyJudgingTest, FiltersLeaveWhatTheySayAndTheirEntriesCount) {
     EXPECT_EQ(byAttribute.itemText(6), "自定义 (0)");
     const QString judged = name(0);
     byAttribute.setFocus();
-    for (int step = 0; step < 4; ++step)
+    for (int step = 0; step < 4; ++step) {
         QTest::keyClick(&byAttribute, Qt::Key_Down);
+    }
     ASSERT_EQ(rows(), 1);
     EXPECT_EQ(name(0), judged);
     EXPECT_TRUE(summary().contains("显示 1"));
@@ -214,8 +217,9 @@ TEST_F(AnomalyJudgingTest, TheContextMenuOffersTheSameVerdicts) {
         ASSERT_NE(menu, nullptr);
         for (const QAction* action : menu->actions()) {
             entries << action->text();
-            if (action->menu())
+            if (action->menu()) {
                 action->menu()->actions().value(3)->trigger();
+            }
         }
         menu->close();
     });

@@ -61,7 +61,7 @@ TEST_F(AnomalyOverlaysTest, PicturesFollowAndAreTransparentOutsideTheOutline) {
     osg::Group* group = groupOf(*checkedStationWithMostAnomalies());
     ASSERT_TRUE(waitUntil([group] {
         for (unsigned i = 0; i < group->getNumChildren(); ++i) {
-            if (static_cast<ImageOverlay*>(group->getChild(i))->getImage() == nullptr) {
+            if (!static_cast<ImageOverlay*>(group->getChild(i))->getImage()) {
                 return false;
             }
         }

@@ -27,7 +27,7 @@ constexpr double kNearMetres = 45.0;
 
 int pixelsOf(const ImageOverlay& overlay) {
     const osg::Image* picture = const_cast<ImageOverlay&>(overlay).getImage();
-    return picture != nullptr ? std::max(picture->s(), picture->t()) : 0;
+    return picture ? std::max(picture->s(), picture->t()) : 0;
 }
 
 class CrispOverlaysTest : public InspectionWindowTest {

@@ -57,7 +57,7 @@ protected:
         ASSERT_NE(editor, nullptr);
         editor->setText(name);
         QTest::keyClick(editor, Qt::Key_Return);
-        ASSERT_TRUE(waitUntil([this] { return tree().findChild<QLineEdit*>() == nullptr; }));
+        ASSERT_TRUE(waitUntil([this] { return !tree().findChild<QLineEdit*>(); }));
     }
     static std::string labelOf(osg::Group& group) {
         return dynamic_cast<osgEarth::Annotation::PlaceNode&>(*group.getChild(1)).getText();

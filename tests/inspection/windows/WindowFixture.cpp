@@ -48,13 +48,13 @@ MessageWatch::MessageWatch(bool isConfirming) : m_answer(isConfirming ? "pushBut
 
 void MessageWatch::look() {
     QWidget* box = QApplication::activeModalWidget();
-    if (box == nullptr || box->objectName() != "myMessageBox") {
+    if (!box || box->objectName() != "myMessageBox") {
         return;
     }
     m_titles << box->windowTitle();
     m_texts << box->findChild<QLabel*>("labelText")->text();
     auto* button = box->findChild<QPushButton*>("pushButtonOK");
-    if (button == nullptr) {
+    if (!button) {
         button = box->findChild<QPushButton*>(m_answer);
     }
     QTest::mouseClick(button, Qt::LeftButton);
@@ -140,14 +140,15 @@ void InspectionWindowTest::openComputed() {
     copyFolder(computed, m_project);
     const auto problem = context().openProject(m_project);
     ASSERT_FALSE(problem.has_value()) << problem->toStdString();
-    for (int i = 0; i < kComputedStations; ++i)
+    for (int i = 0; i < kComputedStations; ++i) {
         clickCheckBox(station(i));
+    }
 }
 
 KV_StationItem* InspectionWindowTest::checkedStationWithMostAnomalies() {
     KV_StationItem* most = nullptr;
     for (KV_StationItem* item : context().GetStationWindow()->GetSelectedStationItem()) {
-        if (most == nullptr || item->m_diffData.m_anomalies.size() > most->m_diffData.m_anomalies.size()) {
+        if (!most || item->m_diffData.m_anomalies.size() > most->m_diffData.m_anomalies.size()) {
             most = item;
         }
     }

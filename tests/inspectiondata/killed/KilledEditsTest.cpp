@@ -101,7 +101,7 @@ protected:
     int m_storedUnconfirmed = 0;
     std::size_t m_confirmed = 0;
 };
-INSTANTIATE_TEST_SUITE_P(On, KilledEditsTest, eachKind, kindName);
+INSTANTIATE_TEST_SUITE_P(On, KilledEditsTest, kEachKind, kindName);
 
 TEST_P(KilledEditsTest, EveryConfirmedStepIsThereAndNoneIsHalfDone) {
     const int kills = GetParam() == DatabaseKind::Sqlite ? 200 : 20;

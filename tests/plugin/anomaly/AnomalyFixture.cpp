@@ -87,8 +87,9 @@ const QString& known::longName() {
 void AnomalyTest::SetUpTestSuite() {
     ToolTest::SetUpTestSuite();
     static bool isComputed = false;
-    if (isComputed)
+    if (isComputed) {
         return;
+    }
     isComputed = true;
     const auto opened = Project::open(original().folder());
     ASSERT_TRUE(std::holds_alternative<Project>(opened));
@@ -105,8 +106,9 @@ void AnomalyTest::SetUpTestSuite() {
 }
 
 AnomalyTest::AnomalyTest() : ToolTest("查看\\编辑异常") {
-    for (int index = 0; index < tree().topLevelItem(0)->childCount(); ++index)
+    for (int index = 0; index < tree().topLevelItem(0)->childCount(); ++index) {
         tree().topLevelItem(0)->child(index)->setCheckState(0, Qt::Checked);
+    }
     EXPECT_TRUE(waitUntil([this] { return overlay(known::cut) && overlay(known::cut)->getImage(); }, 30000));
     m_host.settle();
 }
@@ -126,8 +128,9 @@ void AnomalyTest::pickByBounds(bool byBounds) {
     QTimer driver;
     QObject::connect(&driver, &QTimer::timeout, [&] {
         QWidget* dialog = QApplication::activeModalWidget();
-        if (!dialog)
+        if (!dialog) {
             return;
+        }
         QTest::keyClick(dialog->findChild<QComboBox*>("overlayMode"), byBounds ? Qt::Key_End : Qt::Key_Home);
         QTest::mouseClick(dialog->findChild<QPushButton*>("confirm"), Qt::LeftButton);
     });
@@ -178,8 +181,9 @@ QStringList AnomalyTest::highlighted() const {
     QStringList names;
     for (osg::Group* group : m_host.groupsNamed("diffImageOverlay")) {
         for (unsigned index = 0; index < group->getNumChildren(); ++index) {
-            if (::isHighlighted(*group->getChild(index)))
+            if (::isHighlighted(*group->getChild(index))) {
                 names << fromGbk(group->getChild(index)->getName());
+            }
         }
     }
     names.sort();
@@ -194,8 +198,9 @@ QColor AnomalyTest::colourOf(const QString& anomaly) {
 PlaceNode* AnomalyTest::valueLabel() const {
     osgEarth::MapNode* mapNode = m_host.globe->getMapNode();
     for (unsigned index = 0; index < mapNode->getNumChildren(); ++index) {
-        if (auto* label = dynamic_cast<PlaceNode*>(mapNode->getChild(index)))
+        if (auto* label = dynamic_cast<PlaceNode*>(mapNode->getChild(index))) {
             return label;
+        }
     }
     return nullptr;
 }
@@ -203,8 +208,9 @@ PlaceNode* AnomalyTest::valueLabel() const {
 int AnomalyTest::valueLabelCount() const {
     int count = 0;
     osgEarth::MapNode* mapNode = m_host.globe->getMapNode();
-    for (unsigned index = 0; index < mapNode->getNumChildren(); ++index)
+    for (unsigned index = 0; index < mapNode->getNumChildren(); ++index) {
         count += dynamic_cast<PlaceNode*>(mapNode->getChild(index)) ? 1 : 0;
+    }
     return count;
 }
 
@@ -221,8 +227,9 @@ QTableView& AnomalyTest::table() const {
 
 QStringList AnomalyTest::tableNames() const {
     QStringList names;
-    for (int row = 0; row < table().model()->rowCount(); ++row)
+    for (int row = 0; row < table().model()->rowCount(); ++row) {
         names << table().model()->index(row, 0).data().toString();
+    }
     names.sort();
     return names;
 }
@@ -230,8 +237,9 @@ QStringList AnomalyTest::tableNames() const {
 QStringList AnomalyTest::selectedRows() const {
     QApplication::processEvents(); // the rows follow in one step
     QStringList names;
-    for (const QModelIndex& index : table().selectionModel()->selectedRows())
+    for (const QModelIndex& index : table().selectionModel()->selectedRows()) {
         names << index.data().toString();
+    }
     names.sort();
     return names;
 }

@@ -158,8 +158,9 @@ TEST_F(BoundsEvents, TheTableAndTheHighlightAreInStep) {
     EXPECT_EQ(selectedRows(), QStringList{known::left});
     for (int row = 0; row < table().model()->rowCount(); ++row) {
         const QModelIndex index = table().model()->index(row, 0);
-        if (index.data().toString() == known::quoted)
+        if (index.data().toString() == known::quoted) {
             QTest::mouseClick(table().viewport(), Qt::LeftButton, {}, table().visualRect(index).center());
+        }
     }
     EXPECT_TRUE(waitUntil([&] { return highlighted() == QStringList{known::quoted}; }));
     leftClick(pixelOf(known::fill));

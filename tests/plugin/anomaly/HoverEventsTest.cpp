@@ -33,8 +33,9 @@ protected:
     void dragTo(const QPoint& from, const QPoint& to) {
         moveTo(from);
         press(from);
-        for (int step = 1; step <= 4; ++step)
+        for (int step = 1; step <= 4; ++step) {
             moveTo(from + (to - from) * step / 4);
+        }
     }
     int frameVertices() const {
         return frameNode() ? static_cast<int>(frameNode()->getFeature()->getGeometry()->size()) : 0;
@@ -298,8 +299,9 @@ TEST_F(HoverEvents, TheHighlightFollowsTheRowsOfTheTable) {
     showStation(0);
     const auto rowOf = [&](const QString& name) {
         for (int row = 0; row < table().model()->rowCount(); ++row) {
-            if (table().model()->index(row, 0).data().toString() == name)
+            if (table().model()->index(row, 0).data().toString() == name) {
                 return table().visualRect(table().model()->index(row, 0)).center();
+            }
         }
         ADD_FAILURE() << name.toStdString();
         return QPoint();

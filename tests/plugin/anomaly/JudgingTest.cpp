@@ -41,8 +41,9 @@ protected:
     }
     QString shownAttribute(const QString& anomaly) {
         for (int row = 0; row < table().model()->rowCount(); ++row) {
-            if (table().model()->index(row, 0).data().toString() == anomaly)
+            if (table().model()->index(row, 0).data().toString() == anomaly) {
                 return table().model()->index(row, 6).data(Qt::EditRole).toString();
+            }
         }
         return "not in the table";
     }

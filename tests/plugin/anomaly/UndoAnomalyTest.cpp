@@ -32,8 +32,9 @@ protected:
     }
     QVariantList everything() const {
         QVariantList values;
-        for (const char* column : {"id", "name", "attribute", "station_id", "area_m2", "outline_wkt"})
+        for (const char* column : {"id", "name", "attribute", "station_id", "area_m2", "outline_wkt"}) {
             values << readStored(QString("select %1 from anomaly order by id").arg(column));
+        }
         return values;
     }
     QString newestInMenu() { return m_host.button("撤销").menu()->actions().first()->text(); }

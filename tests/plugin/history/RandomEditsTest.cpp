@@ -47,12 +47,14 @@ qint64 numberOf(const KV_Record& row, const char* field) {
 ModelState stateIn(KV_MySQL& database) {
     ModelState state;
     for (const KV_ObjectType type : kTypes) {
-        for (const KV_Record& row : database.queryRecord("select * from " + tableName(type)))
+        for (const KV_Record& row : database.queryRecord("select * from " + tableName(type))) {
             state.objects[textOf(row, "name")] = {type, numberOf(row, "id"), textOf(row, "attribute"),
                                                   static_cast<int>(numberOf(row, "level"))};
+        }
     }
-    for (const KV_Record& row : database.queryRecord("select id, name, attribute from anomaly"))
+    for (const KV_Record& row : database.queryRecord("select id, name, attribute from anomaly")) {
         state.anomalies[textOf(row, "name")] = {numberOf(row, "id"), textOf(row, "attribute")};
+    }
     return state;
 }
 
@@ -66,8 +68,9 @@ protected:
         m_model = std::make_unique<EditModel>(stateIn(*m_database));
         for (int step = 0; step < kSteps; ++step) {
             const QString what = takeStep();
-            if (step % 100 == 0)
+            if (step % 100 == 0) {
                 QApplication::processEvents();
+            }
             compare();
             ASSERT_FALSE(HasFailure()) << "after step " << step << ", " << what.toStdString();
         }
@@ -106,18 +109,21 @@ private:
 
     void undo() {
         m_host.button("撤销").click();
-        if (m_model->undoable() > 0)
+        if (m_model->undoable() > 0) {
             m_model->undo();
+        }
     }
     void redo() {
         m_host.button("重做").click();
-        if (m_model->redoable() > 0)
+        if (m_model->redoable() > 0) {
             m_model->redo();
+        }
     }
     /// By the menu, mostly a few steps, now and then all.
     void undoSeveral() {
-        if (m_model->undoable() == 0)
+        if (m_model->undoable() == 0) {
             return;
+        }
         const int most = static_cast<int>(m_model->undoable());
         const int steps = below(4) == 0 ? most : 1 + below(std::min(most, 10));
         m_host.button("撤销").menu()->actions().at(steps - 1)->trigger();
@@ -159,10 +165,11 @@ private:
         } else {
             const Special_Polygon region = madeRegion(name, type);
             EXPECT_TRUE(stations().AddAreaNode(region));
-            if (type == KV_SPECIAL_AREA)
+            if (type == KV_SPECIAL_AREA) {
                 scene().addPipeAreas(putOnGlobe("ROIArea"), Special_Area(region));
-            else
+            } else {
                 scene().addPipePolygons(putOnGlobe("ROIPolygon"), region);
+            }
         }
         ModelState after = m_model->now();
         const auto rows =
@@ -177,8 +184,9 @@ private:
 
     QString editObject() {
         const QString oldName = someObject();
-        if (oldName.isEmpty())
+        if (oldName.isEmpty()) {
             return {};
+        }
         ModelState after = m_model->now();
         ModelObject object = after.objects[oldName];
         const QString name = below(2) == 0 ? oldName : freeName();
@@ -218,8 +226,9 @@ private:
 
     QString renameInTree() {
         const QString oldName = someObject();
-        if (oldName.isEmpty())
+        if (oldName.isEmpty()) {
             return {};
+        }
         const QString name = freeName();
         ModelState after = m_model->now();
         const ModelObject object = after.objects[oldName];
@@ -233,8 +242,9 @@ private:
 
     QString deleteObject() {
         const QString name = someObject();
-        if (name.isEmpty())
+        if (name.isEmpty()) {
             return {};
+        }
         ModelState after = m_model->now();
         const int type = after.objects[name].type;
         EXPECT_TRUE(stations().DeleteNode(name, type));
@@ -249,8 +259,9 @@ private:
             scene().removePipePolygons(group);
         }
         EXPECT_TRUE(group);
-        if (group)
+        if (group) {
             group->getParent(0)->removeChild(group);
+        }
         after.objects.erase(name);
         const QString text = "删除" + title(type) + ' ' + name;
         m_model->edit(text, std::move(after));
@@ -260,8 +271,9 @@ private:
     QString classifyAnomalies() {
         static const QStringList classes = {"建构筑物", "重物占压", "深挖", "塌陷", QString()};
         std::vector<SdiffData> some = someAnomalies();
-        if (some.empty())
+        if (some.empty()) {
             return {};
+        }
         const QString attribute = classes[below(static_cast<int>(classes.size()))];
         ModelState after = m_model->now();
         for (SdiffData& anomaly : some) {
@@ -278,11 +290,13 @@ private:
 
     QString deleteAnomalies() {
         const std::vector<SdiffData> some = someAnomalies();
-        if (some.empty())
+        if (some.empty()) {
             return {};
+        }
         ModelState after = m_model->now();
-        for (const SdiffData& anomaly : some)
+        for (const SdiffData& anomaly : some) {
             after.anomalies.erase(fromGbk(anomaly.name));
+        }
         anomalies().DeleteItems(anomalies().GetCurrentItem(), some);
         const QString text = QString("删除 %1 处异常").arg(some.size());
         m_model->edit(text, std::move(after));
@@ -298,8 +312,9 @@ private:
         compareTree(now);
         compareTable(now);
         QStringList menu = m_model->undoTexts();
-        if (!menu.isEmpty())
+        if (!menu.isEmpty()) {
             menu << QString() << "取消";
+        }
         ASSERT_EQ(menuTexts(), menu) << "menu";
         ASSERT_EQ(m_host.button("撤销").isEnabled(), m_model->undoable() > 0);
         ASSERT_EQ(m_host.button("重做").isEnabled(), m_model->redoable() > 0);
@@ -355,8 +370,9 @@ private:
     }
     QStringList menuTexts() {
         QStringList texts;
-        for (const QAction* action : m_host.button("撤销").menu()->actions())
+        for (const QAction* action : m_host.button("撤销").menu()->actions()) {
             texts << action->text();
+        }
         return texts;
     }
 
@@ -382,8 +398,9 @@ private:
     QString freeName() {
         for (;;) {
             const QString name = QString("名'%1😀").arg(below(60));
-            if (m_model->now().objects.count(name) == 0)
+            if (m_model->now().objects.count(name) == 0) {
                 return name;
+            }
         }
     }
     QString someObject() {
@@ -414,8 +431,9 @@ private:
     template<typename Map>
     static osg::Group* groupIn(const Map& map, const QString& name) {
         for (const auto& [group, record] : map) {
-            if (group->getNumParents() > 0 && record.GetName() == toGbk(name))
+            if (group->getNumParents() > 0 && record.GetName() == toGbk(name)) {
                 return group.get();
+            }
         }
         return nullptr;
     }

@@ -38,15 +38,17 @@ protected:
     QVariantList row(const char* table, const char* name) const {
         QVariantList values;
         for (const char* column : {"id", "name", "attribute", "lon_deg", "lat_deg", "outline_wkt", "fill_red",
-                                   "border_width_px", "opacity", "level"})
+                                   "border_width_px", "opacity", "level"}) {
             values << readStored(QString("select %1 from %2 where name=?").arg(column, table), {name});
+        }
         return values;
     }
     void set(const char* field, int steps) {
         auto* box = &theChild<QAbstractSpinBox>(dialog(), field);
         box->setFocus();
-        for (int step = 0; step < std::abs(steps); ++step)
+        for (int step = 0; step < std::abs(steps); ++step) {
             QTest::keyClick(box, steps > 0 ? Qt::Key_Up : Qt::Key_Down);
+        }
     }
     /// Makes the database refuse what changes a table.
     void refuseUpdates(const QString& table) const {
@@ -300,8 +302,9 @@ TEST_F(RegionEditing, ARegionWithoutGeometryKeepsItsStoredOutline) {
     confirm();
     const QVariantList after = row("special_area", "无形");
     ASSERT_EQ(after.size(), 10);
-    for (const int column : {3, 4, 5})
+    for (const int column : {3, 4, 5}) {
         EXPECT_EQ(after[column], before[column]);
+    }
 }
 
 TEST_F(RegionEditing, ARecordWithoutGeometryIsInTheTreeAndHarmless) {
@@ -321,8 +324,9 @@ TEST_F(RegionEditing, ASecondPointDialogTakesTheStyleDialogAwayAndLeavesTheFirst
     choose(onPoint(), kEdit);
     EXPECT_EQ(openDialogs("CDrawPointDlg").size(), 2) << "crossed on purpose";
     EXPECT_EQ(dialog(), nullptr);
-    for (QWidget* open : openDialogs("CDrawPointDlg"))
+    for (QWidget* open : openDialogs("CDrawPointDlg")) {
         open->close();
+    }
 }
 
 TEST_F(RegionEditing, LeavingTheToolHidesItsDialogsAndOnlyTheStyleDialogWakesItAgain) {

@@ -12,8 +12,9 @@ namespace {
 template<typename Map>
 osg::Group* groupIn(const Map& map, const char* name) {
     for (const auto& [group, record] : map) {
-        if (record.GetName() == toGbk(name))
+        if (record.GetName() == toGbk(name)) {
             return group.get();
+        }
     }
     return nullptr;
 }
@@ -35,8 +36,9 @@ const OsgDataSet& RegionTest::scene() {
 }
 
 osg::Group* RegionTest::groupOf(const char* name) {
-    if (osg::Group* polygon = groupIn(scene().getPipePolygons(), name))
+    if (osg::Group* polygon = groupIn(scene().getPipePolygons(), name)) {
         return polygon;
+    }
     osg::Group* area = groupIn(scene().getPipeAreas(), name);
     return area ? area : groupIn(scene().getPipePoints(), name);
 }
@@ -64,8 +66,9 @@ Special_Polygon RegionTest::region(const char* name, int type, double east, doub
     made.m_borderWidth = 3;
     made.m_opacity = 0.6F;
     made.m_level = 2;
-    for (const auto& [x, y] : {std::pair(0.0, 0.0), {50.0, 0.0}, {50.0, 40.0}, {0.0, 40.0}})
+    for (const auto& [x, y] : {std::pair(0.0, 0.0), {50.0, 0.0}, {50.0, 40.0}, {0.0, 40.0}}) {
         made.m_vertices.emplace_back(lonLat(east + x, north + y), 50.0);
+    }
     return made;
 }
 
@@ -98,8 +101,9 @@ void RegionTest::confirmPoint() {
 QList<QWidget*> RegionTest::openDialogs(const char* objectName) const {
     QList<QWidget*> dialogs;
     for (QWidget* widget : QApplication::topLevelWidgets()) {
-        if (widget->isVisible() && widget->objectName() == objectName)
+        if (widget->isVisible() && widget->objectName() == objectName) {
             dialogs << widget;
+        }
     }
     return dialogs;
 }

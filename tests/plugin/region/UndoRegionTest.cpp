@@ -26,14 +26,16 @@ protected:
     QVariantList row(const char* table) const {
         QVariantList values;
         for (const char* column : {"id", "name", "attribute", "lon_deg", "lat_deg", "height_m", "outline_wkt",
-                                   "border_width_px", "opacity"})
+                                   "border_width_px", "opacity"}) {
             values << readStored(QString("select %1 from %2").arg(column, table));
+        }
         return values;
     }
     QStringList menuTexts() {
         QStringList texts;
-        for (const QAction* action : m_host.button("撤销").menu()->actions())
+        for (const QAction* action : m_host.button("撤销").menu()->actions()) {
             texts << action->text();
+        }
         return texts;
     }
     bool isInTree(const char* name) const {
@@ -80,8 +82,9 @@ TEST_F(UndoRegion, AnEditIsTakenBackInItsOwnGroupWithNameAndStyle) {
     osg::Group* group = groupOf("面");
     choose(onArea(), "编辑");
     typeName("新名");
-    for (int step = 0; step < 4; ++step)
+    for (int step = 0; step < 4; ++step) {
         QTest::keyClick(field<QAbstractSpinBox>("spinBoxBorderWidth"), Qt::Key_Up);
+    }
     confirm();
     const QVariantList after = row("special_area");
     EXPECT_EQ(borderOf("新名"), 7.0F);
@@ -116,8 +119,9 @@ TEST_F(UndoRegion, SeveralStepsAreTakenBackWithTheMenuAlsoAfterReopening) {
     m_host.settle();
     EXPECT_EQ(row("special_area"), area);
     EXPECT_EQ(row("high_consequence_area"), polygon);
-    for (const char* name : {"面", "高", "点"})
+    for (const char* name : {"面", "高", "点"}) {
         EXPECT_TRUE(isOnGlobe(groupOf(name))) << name;
+    }
     EXPECT_EQ(menuTexts().size(), texts.size() - 3);
     click("重做");
     EXPECT_EQ(groupOf("面"), nullptr) << "the oldest of the three comes first";

@@ -48,8 +48,9 @@ protected:
     QImage picture() {
         m_host.settle();
         QImage image = m_host.globe->grabFramebuffer();
-        if (const QString folder = qEnvironmentVariable("CORRIDOR_TEST_PICTURES"); !folder.isEmpty())
+        if (const QString folder = qEnvironmentVariable("CORRIDOR_TEST_PICTURES"); !folder.isEmpty()) {
             image.save(folder + QString("/ridge-%1.png").arg(++m_pictures));
+        }
         return image;
     }
     /// How much three by three pixels differ between two pictures: the largest difference of a channel.
@@ -78,8 +79,9 @@ TEST_F(OnARidge, TheRubberBandRunsOverTheGroundAndNotThroughTheAir) {
     moveTo(onRidge(160, 30));
     const QImage after = picture();
     // From the first vertex over the crest to the pointer.
-    for (const double east : {70.0, 85.0, 100.0, 115.0, 130.0})
+    for (const double east : {70.0, 85.0, 100.0, 115.0, 130.0}) {
         EXPECT_GT(difference(before, after, onRidge(east, 30)), 20) << east;
+    }
     const QPoint straight = (onRidge(40, 30) + onRidge(160, 30)) / 2;
     EXPECT_GT((straight - onRidge(100, 30)).manhattanLength(), 30) << "the ridge is steep";
     EXPECT_LT(difference(before, after, straight), 10);
@@ -88,8 +90,9 @@ TEST_F(OnARidge, TheRubberBandRunsOverTheGroundAndNotThroughTheAir) {
 TEST_F(OnARidge, TheFillCoversTheGroundOnBothSidesOfTheCrest) {
     startTool();
     const QImage before = picture();
-    for (const auto& [east, north] : {std::pair(40.0, 20.0), {160.0, 20.0}, {160.0, 60.0}})
+    for (const auto& [east, north] : {std::pair(40.0, 20.0), {160.0, 20.0}, {160.0, 60.0}}) {
         leftClick(onRidge(east, north));
+    }
     rightClick(onRidge(40, 60));
     const QImage after = picture();
     for (const double east : {60.0, 80.0, 100.0, 120.0, 140.0}) {

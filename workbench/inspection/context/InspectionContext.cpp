@@ -178,7 +178,7 @@ KVImageWindow* InspectionContext::GetKVImageWindow() {
 }
 
 EditHistory* InspectionContext::GetEditHistory() {
-    return m_session && m_session->project() != nullptr ? &m_session->history() : nullptr;
+    return m_session && m_session->project() ? &m_session->history() : nullptr;
 }
 
 void InspectionContext::announceEdits() {

@@ -44,7 +44,7 @@ GroundPicture orthophoto(const Epoch& epoch, const PictureWindow& window) {
     }
     const auto photo = orthophotoPicture(epoch.dom, window);
     const auto* image = std::get_if<QImage>(&photo);
-    if (image == nullptr) {
+    if (!image) {
         result.reason = tr("影像无法读取");
     } else if (isBlank(*image)) {
         result.reason = tr("此处无影像");
@@ -58,7 +58,7 @@ GroundPicture relief(const Epoch& epoch, const PictureWindow& window) {
     GroundPicture result;
     const auto shaded = reliefPicture(epoch.dsm, window);
     const auto* image = std::get_if<QImage>(&shaded);
-    if (image == nullptr) {
+    if (!image) {
         result.reason = std::get<Failure>(shaded).userMessage;
     } else if (isBlank(*image)) {
         result.reason = tr("此处没有该期数据");
@@ -104,7 +104,7 @@ GroundPicture differencePictureOf(const ComparisonSource& source, const PictureW
     }
     const auto colours = differencePicture(source.dzRaster, window, source.ramp);
     const auto* image = std::get_if<QImage>(&colours);
-    if (image == nullptr) {
+    if (!image) {
         result.reason = std::get<Failure>(colours).userMessage;
         return result;
     }

@@ -184,7 +184,7 @@ bool ImageWindow::isReading() const {
 }
 
 void ImageWindow::CreatZoomItem(KV_StationItem* item, const SdiffData& zoom) {
-    if (item == nullptr || m_session.project() == nullptr) {
+    if (!item || !m_session.project()) {
         return;
     }
     clear();

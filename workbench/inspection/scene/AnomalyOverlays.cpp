@@ -52,7 +52,7 @@ void AnomalyOverlays::show(const KV_StationItem& station, const OverlayStyle& st
     hide(station.GetStationId());
     osgEarth::MapNode* map = globeMapNode();
     const std::vector<SdiffData>& anomalies = station.m_diffData.m_anomalies;
-    if (map == nullptr || anomalies.empty()) {
+    if (!map || anomalies.empty()) {
         return;
     }
     OverlayStyle bounded = style;

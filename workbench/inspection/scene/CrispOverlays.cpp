@@ -205,11 +205,11 @@ void CrispOverlays::makeRoomFor(std::int64_t bytes) {
             }
             ++pictures;
             sum += bytesOf(*item.fine);
-            if (item.seen != m_looks && (oldest == nullptr || item.seen < oldest->seen)) {
+            if (item.seen != m_looks && (!oldest || item.seen < oldest->seen)) {
                 oldest = &item;
             }
         }
-        if (oldest == nullptr || (pictures <= m_limits.pictures && sum <= m_limits.bytes)) {
+        if (!oldest || (pictures <= m_limits.pictures && sum <= m_limits.bytes)) {
             return;
         }
         showUsual(*oldest);

@@ -7,11 +7,11 @@
 namespace inspection {
 
 osgEarth::MapNode* globeMapNode() {
-    return g_pCXviewer != nullptr ? g_pCXviewer->getMapNode() : nullptr;
+    return g_pCXviewer ? g_pCXviewer->getMapNode() : nullptr;
 }
 
 void redrawGlobe() {
-    if (g_pCXviewer != nullptr && g_pCXviewer->getViewer() != nullptr) {
+    if (g_pCXviewer && g_pCXviewer->getViewer()) {
         g_pCXviewer->getViewer()->requestRedraw();
     }
 }

@@ -27,8 +27,7 @@ double groundMetres(osgEarth::MapNode& map, double lonDegrees, double latDegrees
 } // namespace
 
 void flyTo(double lonDegrees, double latDegrees, double rangeMetres, double seconds) {
-    if (g_pCXviewer == nullptr || g_pCXviewer->getManipulator() == nullptr ||
-        g_pCXviewer->getMapNode() == nullptr) {
+    if (!g_pCXviewer || !g_pCXviewer->getManipulator() || !g_pCXviewer->getMapNode()) {
         return;
     }
     const double height = groundMetres(*g_pCXviewer->getMapNode(), lonDegrees, latDegrees);

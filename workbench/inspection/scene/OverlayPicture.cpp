@@ -34,7 +34,7 @@ QImage differences(const SdiffData& anomaly, const OverlayStyle& style, const QR
                               scaleEndMetres(std::abs(largestDifferenceMetres(anomaly))), 0.0};
     const auto picture = differencePicture(style.dzRaster, window, ramp);
     const auto* image = std::get_if<QImage>(&picture);
-    return image != nullptr ? *image : QImage();
+    return image ? *image : QImage();
 }
 
 } // namespace

@@ -6,7 +6,7 @@ namespace {
 
 template<typename Map, typename Record>
 void enter(Map& map, osg::Group* group, const Record& record) {
-    if (group != nullptr) {
+    if (group) {
         map[group] = record;
     }
 }

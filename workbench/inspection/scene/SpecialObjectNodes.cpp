@@ -131,7 +131,7 @@ void updateRecord(SceneDataSet& scene, osg::Group& group, const Special_Polygon&
 
 osg::ref_ptr<osg::Group> regionGroup(const Special_Region& region, const char* name) {
     osgEarth::MapNode* map = globeMapNode();
-    if (map == nullptr || region.m_vertices.empty()) {
+    if (!map || region.m_vertices.empty()) {
         return nullptr;
     }
     osg::ref_ptr<osg::Group> group = new osg::Group;
@@ -189,7 +189,7 @@ void detachAll(const Map& map, osgEarth::MapNode& mapNode) {
 
 void SpecialObjectNodes::add(const Special_Point& point) {
     osgEarth::MapNode* map = globeMapNode();
-    if (map == nullptr) {
+    if (!map) {
         return;
     }
     const osg::ref_ptr<osg::Group> group = new osg::Group;

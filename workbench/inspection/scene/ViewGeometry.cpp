@@ -12,7 +12,7 @@ constexpr double kLeastDistanceMetres = 0.5;
 
 ViewGeometry::ViewGeometry(const osg::Camera& camera)
     : m_view(camera.getViewMatrix()), m_projection(camera.getProjectionMatrix()),
-      m_heightPixels(camera.getViewport() != nullptr ? camera.getViewport()->height() : 0.0) {}
+      m_heightPixels(camera.getViewport() ? camera.getViewport()->height() : 0.0) {}
 
 std::optional<ScreenScale> ViewGeometry::scaleOf(const osg::BoundingSphere& bound) const {
     const osg::Vec3d centre = osg::Vec3d(bound.center()) * m_view;

@@ -17,11 +17,11 @@ public:
     void release() { m_rest = nullptr; }
 
     void operator()(osg::Node* node, osg::NodeVisitor* visitor) override {
-        if (m_rest != nullptr) {
+        if (m_rest) {
             m_rest->look();
         }
         // A station may have thousands of overlays, of which few or none have something to update.
-        if (node->getNumChildrenRequiringUpdateTraversal() > 0 || getNestedCallback() != nullptr) {
+        if (node->getNumChildrenRequiringUpdateTraversal() > 0 || getNestedCallback()) {
             traverse(node, visitor);
         }
     }
@@ -45,7 +45,7 @@ osg::Callback* ViewRest::callback() const {
 }
 
 std::optional<ViewGeometry> ViewRest::present() {
-    if (g_pCXviewer == nullptr || g_pCXviewer->getViewer() == nullptr) {
+    if (!g_pCXviewer || !g_pCXviewer->getViewer()) {
         return std::nullopt;
     }
     return ViewGeometry(*g_pCXviewer->getViewer()->getCamera());

@@ -42,7 +42,7 @@ QString shapeFolder(const Session& session) {
 StationWork::StationWork(Session& session, QObject* parent) : QObject(parent), m_session(session) {}
 
 bool StationWork::isReady() {
-    if (m_session.project() == nullptr) {
+    if (!m_session.project()) {
         m_session.warn(tr("请先打开项目"));
         return false;
     }

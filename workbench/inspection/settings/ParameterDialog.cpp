@@ -110,7 +110,7 @@ void ParameterDialog::build() {
 }
 
 void ParameterDialog::OnSetPara() {
-    if (m_session.project() == nullptr) {
+    if (!m_session.project()) {
         m_session.warn(tr("请先打开项目"));
         return;
     }

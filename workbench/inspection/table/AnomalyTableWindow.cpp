@@ -179,12 +179,12 @@ void AnomalyTableWindow::measureSurroundings() {
 }
 
 void AnomalyTableWindow::showStation(KV_StationItem* item) {
-    if (item == nullptr && !m_selectedNames.empty()) {
+    if (!item && !m_selectedNames.empty()) {
         m_selectedNames.clear();
         announceSelection();
     }
     Refresh();
-    SetCurrentItem(item != nullptr ? *item : KV_StationItem());
+    SetCurrentItem(item ? *item : KV_StationItem());
     AddData();
 }
 
@@ -323,7 +323,7 @@ void AnomalyTableWindow::goTo(int row) {
 
 void AnomalyTableWindow::SetSelectedbycoor(KV_StationItem* item, double x, double y) {
     SdiffData anomaly;
-    if (item != nullptr && item->GetStationId() == m_current.GetStationId() &&
+    if (item && item->GetStationId() == m_current.GetStationId() &&
         item->m_diffData.GetdiffdataBycoor(x, y, anomaly)) {
         lookAt(anomaly.name);
     }
@@ -349,8 +349,7 @@ bool AnomalyTableWindow::perform(const QString& description, const ProjectHistor
 }
 
 void AnomalyTableWindow::SetItemAtrii(KV_StationItem* item, const std::vector<SdiffData>& anomalies) {
-    if (item == nullptr || anomalies.empty() ||
-        !perform(classification(anomalies), [&](EditTransaction& edit) {
+    if (!item || anomalies.empty() || !perform(classification(anomalies), [&](EditTransaction& edit) {
             for (const SdiffData& anomaly : anomalies) {
                 edit.update(kAnomalyTable, anomaly.id, {{"attribute", anomaly.attribute}}, anomaly.version);
             }
@@ -367,7 +366,7 @@ void AnomalyTableWindow::SetItemAtrii(KV_StationItem* item, const std::vector<Sd
 }
 
 void AnomalyTableWindow::DeleteItems(KV_StationItem* item, const std::vector<SdiffData>& anomalies) {
-    if (item == nullptr || anomalies.empty() ||
+    if (!item || anomalies.empty() ||
         !perform(tr("删除 %1 处异常").arg(anomalies.size()), [&](EditTransaction& edit) {
             for (const SdiffData& anomaly : anomalies) {
                 edit.remove(kAnomalyTable, anomaly.id, anomaly.version);

@@ -61,7 +61,7 @@ void AttributeDelegate::setModelData(QWidget* editor, QAbstractItemModel* /*mode
 
 void AttributeDelegate::commitChoice() {
     auto* editor = dynamic_cast<AttributeEditor*>(sender());
-    if (editor == nullptr || !editor->isListUsed()) {
+    if (!editor || !editor->isListUsed()) {
         return;
     }
     emit commitData(editor);

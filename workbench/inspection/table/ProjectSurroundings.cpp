@@ -24,7 +24,7 @@ ProjectSurroundings::ProjectSurroundings(Session& session, QObject* parent)
 }
 
 std::shared_ptr<const StationSurroundings> ProjectSurroundings::around(const KV_Station& station) {
-    if (m_session.project() == nullptr || station.m_id == 0) {
+    if (!m_session.project() || station.m_id == 0) {
         return nullptr;
     }
     try {

@@ -69,7 +69,7 @@ Status SpecialObjectStore::remove(const StoredObject& object) const {
 }
 
 std::optional<osg::Vec3d> SpecialObjectStore::position(int objectType, std::uint32_t id) const {
-    if (m_session.connection() == nullptr) {
+    if (!m_session.connection()) {
         return std::nullopt;
     }
     try {

@@ -54,7 +54,7 @@ void SpecialObjects::reloadAll(const std::vector<Record>& records, int objectTyp
     for (const Record& record : records) {
         stored.insert(record.m_id);
         const QTreeWidgetItem* entry = entryOf(objectType, record.m_id);
-        if (entry == nullptr || shown(*entry).version != record.m_version) {
+        if (!entry || shown(*entry).version != record.m_version) {
             showRow(record);
         }
     }
@@ -134,7 +134,7 @@ void SpecialObjects::markCurrent(const QTreeWidgetItem* entry) {
 
 bool SpecialObjects::add(const KV_BasicNode& record) {
     const QString name = fromGbk(record.GetName());
-    if (name.isEmpty() || contains(name) || m_tree.objectRoot(record.m_type) == nullptr) {
+    if (name.isEmpty() || contains(name) || !m_tree.objectRoot(record.m_type)) {
         return false;
     }
     const Result<std::uint32_t> inserted = m_store.insert(record);

@@ -79,7 +79,7 @@ QTreeWidgetItem* StationTree::addStation(std::uint32_t id, const QString& name) 
 
 QTreeWidgetItem* StationTree::addObject(int objectType, std::uint32_t id, const QString& name) {
     QTreeWidgetItem* group = objectRoot(objectType);
-    if (group == nullptr) {
+    if (!group) {
         return nullptr;
     }
     const QSignalBlocker quiet(this);
@@ -171,7 +171,7 @@ void StationTree::extendCheck(QTreeWidgetItem* item, int column) {
     }
     QTreeWidgetItem* from = m_lastChecked;
     m_lastChecked = item;
-    if (!m_shiftHeld || from == nullptr || from->parent() != item->parent()) {
+    if (!m_shiftHeld || !from || from->parent() != item->parent()) {
         return;
     }
     m_extending = true;
@@ -191,7 +191,7 @@ void StationTree::mouseReleaseEvent(QMouseEvent* event) {
 
 void StationTree::keyPressEvent(QKeyEvent* event) {
     QTreeWidgetItem* item = currentItem();
-    if (event->key() == Qt::Key_Delete && item != nullptr && item->type() == SpecialObject) {
+    if (event->key() == Qt::Key_Delete && item && item->type() == SpecialObject) {
         emit deleteRequested(item);
     } else {
         QTreeWidget::keyPressEvent(event);
@@ -206,9 +206,9 @@ void StationTree::contextMenuEvent(QContextMenuEvent* event) {
     menu.addAction(tr("全不选"), this, SLOT(checkNone()));
     menu.addSeparator();
     QAction* fly = menu.addAction(tr("飞到"));
-    fly->setEnabled(item != nullptr && item->type() != Root);
+    fly->setEnabled(item && item->type() != Root);
     QAction* rename = menu.addAction(tr("重命名\tF2"));
-    rename->setEnabled(item != nullptr && item->type() == SpecialObject);
+    rename->setEnabled(item && item->type() == SpecialObject);
     QAction* remove = menu.addAction(tr("删除") + "\tDelete");
     remove->setEnabled(rename->isEnabled());
     const QAction* chosen = menu.exec(event->globalPos());

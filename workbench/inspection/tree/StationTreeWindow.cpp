@@ -34,8 +34,7 @@ constexpr double kRangeOfExtent = 1.5;
 /// Empty also when the database cannot be read.
 std::optional<StationResult> storedResult(const Session& session, std::uint32_t stationId) {
     try {
-        return session.connection() != nullptr ? readStationResult(*session.connection(), stationId)
-                                               : std::nullopt;
+        return session.connection() ? readStationResult(*session.connection(), stationId) : std::nullopt;
     } catch (const KV_MySQL_Exception& exception) {
         std::cout << exception.what() << std::endl;
         return std::nullopt;
@@ -130,7 +129,7 @@ KV_StationItem* StationTreeWindow::item(std::uint32_t stationId) const {
 
 KV_StationItem* StationTreeWindow::readItem(std::uint32_t stationId) {
     KV_StationItem* station = item(stationId);
-    if (station != nullptr && m_read.count(stationId) == 0 && station->readclassfi()) {
+    if (station && m_read.count(stationId) == 0 && station->readclassfi()) {
         m_read.insert(stationId);
     }
     return station;
@@ -138,7 +137,7 @@ KV_StationItem* StationTreeWindow::readItem(std::uint32_t stationId) {
 
 void StationTreeWindow::showCount(std::uint32_t stationId, std::size_t anomalies) {
     QTreeWidgetItem* entry = m_tree->station(stationId);
-    if (entry == nullptr) {
+    if (!entry) {
         return;
     }
     const bool computed = storedResult(m_session, stationId).has_value();
@@ -181,7 +180,7 @@ void StationTreeWindow::ChangeStationStates(QTreeWidgetItem* entry, int column) 
     }
     const bool checked = entry->checkState(StationTree::NameColumn) == Qt::Checked;
     const KV_StationItem* station = item(entry->data(StationTree::NameColumn, StationTree::kIdRole).toUInt());
-    if (entry->type() != StationTree::Station || station == nullptr ||
+    if (entry->type() != StationTree::Station || !station ||
         checked == m_overlays.isShown(station->GetStationId())) {
         return;
     }
@@ -194,7 +193,7 @@ void StationTreeWindow::ChangeStationStates(QTreeWidgetItem* entry, int column) 
 
 void StationTreeWindow::changeCurrent(QTreeWidgetItem* entry) {
     m_objects->markCurrent(entry);
-    if (entry != nullptr && entry->type() == StationTree::Station) {
+    if (entry && entry->type() == StationTree::Station) {
         emit currentStationChanged(
             readItem(entry->data(StationTree::NameColumn, StationTree::kIdRole).toUInt()));
     }
@@ -232,13 +231,13 @@ void StationTreeWindow::takeResults(const std::vector<std::uint32_t>& stationIds
     }
     refreshOverlays();
     const QTreeWidgetItem* current = m_tree->currentItem();
-    if (current != nullptr && current->type() == StationTree::Station) {
+    if (current && current->type() == StationTree::Station) {
         changeCurrent(m_tree->currentItem());
         return;
     }
     const auto rich = std::find_if(stationIds.begin(), stationIds.end(), [this](std::uint32_t id) {
         const KV_StationItem* station = item(id);
-        return station != nullptr && !station->m_diffData.m_anomalies.empty();
+        return station && !station->m_diffData.m_anomalies.empty();
     });
     if (rich != stationIds.end()) {
         m_tree->setCurrentItem(m_tree->station(*rich));
@@ -247,7 +246,7 @@ void StationTreeWindow::takeResults(const std::vector<std::uint32_t>& stationIds
 
 void StationTreeWindow::refreshStation(quint32 stationId) {
     KV_StationItem* station = item(stationId);
-    if (station != nullptr && station->readdom() && station->readclassfi()) {
+    if (station && station->readdom() && station->readclassfi()) {
         m_read.insert(stationId);
         showCount(stationId, station->m_diffData.m_anomalies.size());
     }
@@ -255,7 +254,7 @@ void StationTreeWindow::refreshStation(quint32 stationId) {
 
 void StationTreeWindow::takeRowChanges(const RowChanges& changes) {
     const auto changed = showChanges(changes, true);
-    if (!changed.empty() && m_tree->station(*changed.rbegin()) != nullptr) {
+    if (!changed.empty() && m_tree->station(*changed.rbegin())) {
         m_tree->setCurrentItem(m_tree->station(*changed.rbegin()));
     }
 }
@@ -286,7 +285,7 @@ std::set<std::uint32_t> StationTreeWindow::showChanges(const RowChanges& changes
     for (const std::uint32_t id : changed) {
         refreshStation(id);
         const KV_StationItem* station = item(id);
-        if (station != nullptr && grown.count(id) != 0 && IsDiffChecked(station)) {
+        if (station && grown.count(id) != 0 && IsDiffChecked(station)) {
             showOverlays(*station);
         }
     }
@@ -303,7 +302,7 @@ void StationTreeWindow::reload() {
     }
     refreshOverlays();
     const QTreeWidgetItem* current = m_tree->currentItem();
-    if (current != nullptr && current->type() == StationTree::Station) {
+    if (current && current->type() == StationTree::Station) {
         changeCurrent(m_tree->currentItem());
     }
 }
@@ -336,18 +335,18 @@ std::vector<KV_StationItem*> StationTreeWindow::GetSelectedStationItem() {
 }
 
 bool StationTreeWindow::IsDiffChecked(const KV_StationItem* station) const {
-    if (station == nullptr) {
+    if (!station) {
         return false;
     }
     const std::uint32_t id = station->GetStationId();
     const QTreeWidgetItem* entry = m_tree->station(id);
     const bool hasNothingToShow = m_computed.count(id) != 0 && station->m_diffData.m_anomalies.empty();
-    return entry != nullptr && entry->checkState(StationTree::NameColumn) == Qt::Checked &&
+    return entry && entry->checkState(StationTree::NameColumn) == Qt::Checked &&
            (hasNothingToShow || m_overlays.isShown(id));
 }
 
 bool StationTreeWindow::SetcurrentdiffSelected(KV_StationItem* station) {
-    if (station == nullptr || !station->readclassfi()) {
+    if (!station || !station->readclassfi()) {
         return false;
     }
     // The caller fills the table itself.

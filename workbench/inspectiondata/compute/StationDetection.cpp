@@ -70,9 +70,8 @@ Status warpRaster(const QString& source, const QString& target, const OGRSpatial
         "-co",    "COMPRESS=DEFLATE",     "-co", "BIGTIFF=IF_SAFER", nullptr};
     GDALWarpAppOptions* options = GDALWarpAppOptionsNew(const_cast<char**>(arguments.data()), nullptr);
     GDALDatasetH input = GDALOpen(source.toUtf8().constData(), GA_ReadOnly);
-    GDALDatasetH output = input == nullptr
-                              ? nullptr
-                              : GDALWarp(target.toUtf8().constData(), nullptr, 1, &input, options, nullptr);
+    GDALDatasetH output =
+        !input ? nullptr : GDALWarp(target.toUtf8().constData(), nullptr, 1, &input, options, nullptr);
     GDALWarpAppOptionsFree(options);
     const bool made = output != nullptr;
     GDALClose(output);
@@ -97,7 +96,7 @@ Result<StationDetection> StationDetection::prepare(const ProjectDescription& pro
                            "无法读取栅格");
     }
     std::array<double, 6> transform{};
-    if (raster->GetSpatialRef() == nullptr || raster->GetGeoTransform(transform.data()) != CE_None) {
+    if (!raster->GetSpatialRef() || raster->GetGeoTransform(transform.data()) != CE_None) {
         return fileFailure(file, "has no reference system", "没有坐标系");
     }
     StationDetection detection;

@@ -28,7 +28,7 @@ double numberOf(const OGRFeature& feature, const char* field) {
 }
 
 OGRSpatialReference referenceOfLayer(OGRLayer& layer, const OGRSpatialReference& otherwise) {
-    OGRSpatialReference reference = layer.GetSpatialRef() != nullptr ? *layer.GetSpatialRef() : otherwise;
+    OGRSpatialReference reference = layer.GetSpatialRef() ? *layer.GetSpatialRef() : otherwise;
     reference.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
     return reference;
 }
@@ -37,7 +37,7 @@ OGRSpatialReference referenceOfLayer(OGRLayer& layer, const OGRSpatialReference&
 bool stationOf(const OGRFeature& feature, const OGRSpatialReference& from, const OGRSpatialReference& to,
                KV_Station& station) {
     const OGRGeometry* geometry = feature.GetGeometryRef();
-    if (geometry == nullptr || geometry->IsEmpty() != 0) {
+    if (!geometry || geometry->IsEmpty() != 0) {
         return false;
     }
     OGREnvelope envelope;
@@ -81,7 +81,7 @@ void importNodes(OGRLayer& layer, const OGRSpatialReference& otherwise, KV_MySQL
     const Transformation toGeographic = transformationBetween(referenceOfLayer(layer, otherwise), wgs84());
     for (const auto& feature : layer) {
         const OGRGeometry* geometry = feature->GetGeometryRef();
-        if (geometry == nullptr || wkbFlatten(geometry->getGeometryType()) != wkbPoint || !toGeographic) {
+        if (!geometry || wkbFlatten(geometry->getGeometryType()) != wkbPoint || !toGeographic) {
             continue;
         }
         const OGRPoint* point = geometry->toPoint();
@@ -116,10 +116,10 @@ Status importCenterline(const ProjectDescription& project, KV_MySQL& database) {
     OGRLayer* stations = source->GetLayerByName("stations");
     OGRLayer* nodes = source->GetLayerByName("nodes");
     KV_MySQL::Transaction transaction(database);
-    if (!reference || stations == nullptr || importStations(*stations, *reference, database) == 0) {
+    if (!reference || !stations || importStations(*stations, *reference, database) == 0) {
         return fileFailure(file, "layer \"stations\" has no station", "图层 stations 中没有站点");
     }
-    if (nodes != nullptr) {
+    if (nodes) {
         importNodes(*nodes, *reference, database);
     }
     transaction.commit();

@@ -21,7 +21,7 @@ GroundHeights::GroundHeights(const ProjectDescription& project) {
         return;
     }
     const OGRSpatialReference* own = m_raster->GetSpatialRef();
-    const auto reference = own != nullptr ? std::optional(*own) : referenceOf(project.crs);
+    const auto reference = own ? std::optional(*own) : referenceOf(project.crs);
     if (reference) {
         OGRSpatialReference target = *reference;
         target.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);

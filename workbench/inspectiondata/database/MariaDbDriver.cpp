@@ -110,10 +110,9 @@ void MariaDbDriver::connect() {
     const QByteArray host = orNothing(m_address.host);
     const QByteArray socket = orNothing(m_address.socket);
     // With the rows that an update finds, not the fewer that it really changes, as SQLite counts them.
-    if (mysql_real_connect(connection.get(), pointer(host), m_address.user.toUtf8().constData(),
-                           m_address.password.toUtf8().constData(), m_address.database.toUtf8().constData(),
-                           static_cast<unsigned>(m_address.port), pointer(socket),
-                           CLIENT_FOUND_ROWS) == nullptr) {
+    if (!mysql_real_connect(connection.get(), pointer(host), m_address.user.toUtf8().constData(),
+                            m_address.password.toUtf8().constData(), m_address.database.toUtf8().constData(),
+                            static_cast<unsigned>(m_address.port), pointer(socket), CLIENT_FOUND_ROWS)) {
         throw MariaDbError(mysql_errno(connection.get()), mysql_error(connection.get()), false);
     }
     m_connection = std::move(connection);

@@ -81,7 +81,7 @@ std::optional<KV_Record> toRow(const QJsonValue& json) {
 bool isSame(const KV_Value& a, const KV_Value& b) {
     const auto* whole = std::get_if<std::int64_t>(&a);
     const auto* real = std::get_if<double>(&b);
-    if (whole != nullptr && real != nullptr) {
+    if (whole && real) {
         return static_cast<double>(*whole) == *real;
     }
     return a == b ||

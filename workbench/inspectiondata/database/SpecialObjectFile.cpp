@@ -55,7 +55,7 @@ bool canHold(OGRwkbGeometryType declared, ShapeKind kind) {
 
 /// A GeoPackage calls the reference system of a layer that has none "Undefined …".
 bool isDefined(const OGRSpatialReference* reference) {
-    return reference != nullptr && reference->IsLocal() == 0 &&
+    return reference && reference->IsLocal() == 0 &&
            !QString::fromUtf8(reference->GetName()).startsWith(QLatin1String("Undefined"));
 }
 

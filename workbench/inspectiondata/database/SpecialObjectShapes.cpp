@@ -170,7 +170,7 @@ Cause appendParts(const OGRGeometry& geometry, ShapeKind kind, OGRCoordinateTran
 
 std::variant<SpecialObjectShapes, QString> shapesOf(const OGRGeometry* geometry, ShapeKind kind,
                                                     OGRCoordinateTransformation& toGeographic) {
-    if (geometry == nullptr) {
+    if (!geometry) {
         return QStringLiteral("没有几何");
     }
     const std::unique_ptr<OGRGeometry> straight(

@@ -23,7 +23,7 @@ namespace {
 /// The open project's database, null while there is none.
 KV_MySQL* openDatabase() {
     PipelineDataSet* data = CurrentProject::get().data;
-    return data != nullptr && data->GetConncetDBState() ? data->GetMySQL() : nullptr;
+    return data && data->GetConncetDBState() ? data->GetMySQL() : nullptr;
 }
 
 } // namespace
@@ -52,12 +52,12 @@ bool KV_DiffData::GetdiffdataBycoor(double x, double y, SdiffData& data) const {
     for (const SdiffData& anomaly : m_anomalies) {
         const bool inBounds =
             x >= anomaly.xMin && x <= anomaly.xMax && y >= anomaly.yMin && y <= anomaly.yMax;
-        const bool smaller = smallest == nullptr || anomaly.areaSquareMetres < smallest->areaSquareMetres;
+        const bool smaller = !smallest || anomaly.areaSquareMetres < smallest->areaSquareMetres;
         if (inBounds && smaller && inspection::outlineContains(anomaly.outlineWkt, x, y)) {
             smallest = &anomaly;
         }
     }
-    if (smallest == nullptr) {
+    if (!smallest) {
         return false;
     }
     data = *smallest;
@@ -81,7 +81,7 @@ KV_StationItem::KV_StationItem(const KV_Station& station) : m_station(station) {
 
 bool KV_StationItem::readdom() {
     KV_MySQL* database = openDatabase();
-    if (database == nullptr) {
+    if (!database) {
         return false;
     }
     try {
@@ -102,7 +102,7 @@ bool KV_StationItem::readdom() {
 bool KV_StationItem::readdiffvz() {
     KV_MySQL* database = openDatabase();
     const auto* project = CurrentProject::get().description;
-    if (database == nullptr || project == nullptr) {
+    if (!database || !project) {
         return false;
     }
     try {
@@ -124,7 +124,7 @@ bool KV_StationItem::readdiffvz() {
 
 bool KV_StationItem::readclassfi() {
     KV_MySQL* database = openDatabase();
-    if (database == nullptr) {
+    if (!database) {
         return false;
     }
     try {

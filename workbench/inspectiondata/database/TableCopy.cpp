@@ -45,8 +45,8 @@ private:
 KV_Rows rowsBehind(KV_MySQL& database, const StoredTable& table, const KV_Value* lastKey) {
     const std::string order = " order by " + table.key + " limit " + std::to_string(kRowsAtATime);
     const std::string all = "select * from " + table.name;
-    return lastKey == nullptr ? database.queryRecord(all + order)
-                              : database.queryRecord(all + " where " + table.key + ">?" + order, {*lastKey});
+    return !lastKey ? database.queryRecord(all + order)
+                    : database.queryRecord(all + " where " + table.key + ">?" + order, {*lastKey});
 }
 
 } // namespace

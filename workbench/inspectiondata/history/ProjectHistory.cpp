@@ -71,7 +71,7 @@ void ProjectHistory::setDatabase(KV_MySQL* database, const QString& inspector) {
     m_ownVersions.clear();
     m_database = database;
     m_inspector = inspector;
-    if (m_database != nullptr) {
+    if (m_database) {
         m_seenRevision = readRevision(*m_database);
         readOwn();
     }
@@ -101,10 +101,9 @@ void ProjectHistory::announce() {
 }
 
 Status ProjectHistory::perform(const QString& description, const Work& work) {
-    if (m_database == nullptr || m_inspector.isNull()) {
+    if (!m_database || m_inspector.isNull()) {
         return Failure{"no database to write to",
-                       m_database == nullptr ? tr("没有可用的项目数据库")
-                                             : tr("工程以只读方式打开，未作任何更改"),
+                       !m_database ? tr("没有可用的项目数据库") : tr("工程以只读方式打开，未作任何更改"),
                        false};
     }
     try {
@@ -182,7 +181,7 @@ void ProjectHistory::noteOwn(const RowChanges& changes, std::int64_t revision) {
 }
 
 void ProjectHistory::takeStepsOfOthers(std::int64_t newestRevision) {
-    if (m_database == nullptr || newestRevision <= m_seenRevision) {
+    if (!m_database || newestRevision <= m_seenRevision) {
         return;
     }
     const std::vector<EditStep> steps = readSteps(*m_database, m_seenRevision, m_inspector);

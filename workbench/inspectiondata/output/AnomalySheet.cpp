@@ -38,7 +38,7 @@ QImage reliefAfter(const Epoch& epoch, const PictureWindow& window, const QImage
     }
     const auto relief = reliefPicture(epoch.dsm, window);
     const auto* image = std::get_if<QImage>(&relief);
-    return image == nullptr ? QImage() : *image;
+    return !image ? QImage() : *image;
 }
 
 QImage differenceOverRelief(const InspectionData& data, const AnomalyFacts& facts,

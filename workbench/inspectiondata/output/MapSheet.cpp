@@ -143,7 +143,7 @@ QImage epochPicture(const Epoch& epoch, const PictureWindow& window) {
     }
     const auto relief = reliefPicture(epoch.dsm, window);
     const auto* image = std::get_if<QImage>(&relief);
-    return image == nullptr ? QImage() : *image;
+    return !image ? QImage() : *image;
 }
 
 } // namespace inspection

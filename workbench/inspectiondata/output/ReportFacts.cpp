@@ -104,7 +104,7 @@ std::vector<ClassTotal> classesOf(const std::vector<AnomalyFacts>& anomalies) {
 const StationResult* latestResult(const InspectionData& data) {
     const StationResult* latest = nullptr;
     for (const StationFindings& findings : data.stations) {
-        if (findings.result && (latest == nullptr || findings.result->computedAt > latest->computedAt)) {
+        if (findings.result && (!latest || findings.result->computedAt > latest->computedAt)) {
             latest = &*findings.result;
         }
     }
@@ -137,7 +137,7 @@ std::vector<NamedFact> projectFacts(const InspectionData& data) {
 }
 
 std::vector<NamedFact> methodFacts(const StationResult* result) {
-    if (result == nullptr) {
+    if (!result) {
         return {};
     }
     const QString method = result->coregistration == "full"

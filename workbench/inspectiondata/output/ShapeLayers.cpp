@@ -119,7 +119,7 @@ bool writeLayer(GDALDataset& dataset, const ShapeLayer& source, bool shapefile) 
     OGRSpatialReference reference(source.reference);
     OGRLayer* layer =
         dataset.CreateLayer(source.name.c_str(), &reference, source.type, const_cast<char**>(options.data()));
-    if (layer == nullptr) {
+    if (!layer) {
         return false;
     }
     for (const ShapeLayer::Field& field : source.fields) {
@@ -150,12 +150,12 @@ bool complete(const QString& target, const std::vector<ShapeLayer>& layers) {
     const GDALDatasetUniquePtr dataset(GDALDataset::Open(target.toUtf8().constData(), GDAL_OF_VECTOR));
     for (const ShapeLayer& expected : layers) {
         OGRLayer* layer = dataset ? dataset->GetLayerByName(expected.name.c_str()) : nullptr;
-        if (layer == nullptr || layer->GetFeatureCount() != static_cast<GIntBig>(expected.features.size())) {
+        if (!layer || layer->GetFeatureCount() != static_cast<GIntBig>(expected.features.size())) {
             return false;
         }
         std::size_t read = 0;
         for (const auto& feature : *layer) {
-            read += feature->GetGeometryRef() != nullptr ? 1 : 0;
+            read += feature->GetGeometryRef() ? 1 : 0;
         }
         if (read != expected.features.size()) {
             return false;
@@ -182,8 +182,7 @@ Status writeLayers(const std::vector<ShapeLayer>& layers, const char* driverName
     const detect::GdalErrors errors;
     GDALDriver* driver = GetGDALDriverManager()->GetDriverByName(driverName);
     GDALDatasetUniquePtr dataset(
-        driver == nullptr ? nullptr
-                          : driver->Create(target.toUtf8().constData(), 0, 0, 0, GDT_Unknown, nullptr));
+        !driver ? nullptr : driver->Create(target.toUtf8().constData(), 0, 0, 0, GDT_Unknown, nullptr));
     bool good = dataset != nullptr;
     const bool shapefile = std::string(driverName) == "ESRI Shapefile";
     for (std::size_t i = 0; i < layers.size() && good; ++i) {

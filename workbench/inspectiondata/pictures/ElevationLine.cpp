@@ -64,7 +64,7 @@ std::unique_ptr<OGRCoordinateTransformation> transformation(const QString& srs, 
     known = false;
     OGRSpatialReference line;
     const OGRSpatialReference* raster = dataset.GetSpatialRef();
-    if (raster == nullptr || line.SetFromUserInput(srs.toUtf8().constData()) != OGRERR_NONE) {
+    if (!raster || line.SetFromUserInput(srs.toUtf8().constData()) != OGRERR_NONE) {
         return nullptr;
     }
     line.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);

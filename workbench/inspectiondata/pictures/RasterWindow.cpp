@@ -66,7 +66,7 @@ GDALDatasetUniquePtr warped(GDALDataset& source, const PictureWindow& window, co
 GDALDatasetUniquePtr asBytes(GDALDataset& source) {
     GDALRasterBand* band = source.GetRasterBand(1);
     QStringList arguments{"-of", "VRT"};
-    if (band->GetColorTable() != nullptr) {
+    if (band->GetColorTable()) {
         arguments << "-expand"
                   << "rgba";
     } else if (band->GetRasterDataType() != GDT_Byte) {
@@ -110,7 +110,7 @@ void measurePixels(const GDALDataset& raster, const PictureWindow& window, Eleva
     double xMetres = 1.0;
     double yMetres = 1.0;
     const OGRSpatialReference* reference = raster.GetSpatialRef();
-    if (reference != nullptr && reference->IsGeographic() != 0) {
+    if (reference && reference->IsGeographic() != 0) {
         xMetres = kMetresPerDegree * std::cos((window.yMin + window.yMax) / 2.0 * M_PI / 180.0);
         yMetres = kMetresPerDegree;
     }

@@ -51,16 +51,15 @@ Pipeline Pipeline::read(const ProjectDescription& project) {
         GDALDataset::Open(project.centerline.toUtf8().constData(), GDAL_OF_VECTOR | GDAL_OF_READONLY));
     OGRLayer* layer = source ? source->GetLayerByName("centerline") : nullptr;
     const auto target = referenceOf(project.crs);
-    if (layer == nullptr || !target) {
+    if (!layer || !target) {
         return pipeline;
     }
-    OGRSpatialReference stored = layer->GetSpatialRef() != nullptr ? *layer->GetSpatialRef() : *target;
+    OGRSpatialReference stored = layer->GetSpatialRef() ? *layer->GetSpatialRef() : *target;
     stored.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
     const Transformation transformation = transformationBetween(stored, *target);
     for (const auto& feature : *layer) {
         OGRGeometry* geometry = feature->GetGeometryRef();
-        if (geometry != nullptr && transformation &&
-            geometry->transform(transformation.get()) == OGRERR_NONE) {
+        if (geometry && transformation && geometry->transform(transformation.get()) == OGRERR_NONE) {
             appendParts(*geometry, pipeline.m_parts);
         }
     }

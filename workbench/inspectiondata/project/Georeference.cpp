@@ -21,7 +21,7 @@ std::optional<OGRSpatialReference> referenceOf(const QString& definition) {
 QString definitionOf(const OGRSpatialReference& reference) {
     const char* authority = reference.GetAuthorityName(nullptr);
     const char* code = reference.GetAuthorityCode(nullptr);
-    if (authority != nullptr && code != nullptr) {
+    if (authority && code) {
         return QStringLiteral("%1:%2").arg(QString::fromUtf8(authority), QString::fromUtf8(code));
     }
     char* wkt = nullptr;

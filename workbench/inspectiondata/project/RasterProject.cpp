@@ -61,7 +61,7 @@ Result<RasterExtent> extentOf(const QString& file) {
     }
     std::array<double, 6> transform{};
     const OGRSpatialReference* reference = raster->GetSpatialRef();
-    if (reference == nullptr || raster->GetGeoTransform(transform.data()) != CE_None) {
+    if (!reference || raster->GetGeoTransform(transform.data()) != CE_None) {
         return fileFailure(file, "has no reference system", "没有坐标系");
     }
     RasterExtent extent;
@@ -129,11 +129,10 @@ bool writeLayer(const QString& file, const OGRSpatialReference& reference,
                 const std::vector<detect::Box>& boxes) {
     GDALDriver* driver = GetGDALDriverManager()->GetDriverByName("GPKG");
     const GDALDatasetUniquePtr target(
-        driver == nullptr ? nullptr
-                          : driver->Create(file.toUtf8().constData(), 0, 0, 0, GDT_Unknown, nullptr));
+        !driver ? nullptr : driver->Create(file.toUtf8().constData(), 0, 0, 0, GDT_Unknown, nullptr));
     OGRSpatialReference stored(reference);
     OGRLayer* layer = target ? target->CreateLayer("stations", &stored, wkbPolygon, nullptr) : nullptr;
-    if (layer == nullptr) {
+    if (!layer) {
         return false;
     }
     OGRFieldDefn id("id", OFTInteger);
