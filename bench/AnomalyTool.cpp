@@ -81,17 +81,17 @@ std::vector<SdiffData> manyAnomalies(int count) {
 
 bool prepare(const SmallProject& files, int count) {
     const auto opened = Project::open(files.folder());
-    if (!std::holds_alternative<Project>(opened)) {
+    if (!opened) {
         return false;
     }
-    const auto& description = std::get<Project>(opened).description();
+    const auto& description = opened->description();
     const auto database = PipelineDatabase::open(description, Project::Access::Exclusive);
     ComputationRequest request;
     request.project = description;
-    if (!std::holds_alternative<ComputationSummary>(computeAnomalies(request))) {
+    if (!computeAnomalies(request)) {
         return false;
     }
-    mysqlhelper::KV_MySQL& sql = *std::get<std::unique_ptr<PipelineDatabase>>(database)->GetMySQL();
+    mysqlhelper::KV_MySQL& sql = *(*database)->GetMySQL();
     mysqlhelper::KV_MySQL::Transaction transaction(sql);
     auto anomalies = manyAnomalies(count);
     insertAnomalies(sql, 1, anomalies);

@@ -37,8 +37,7 @@ double seconds(const QElapsedTimer& timer) {
 }
 
 std::unique_ptr<PipelineDatabase> open(const ProjectDescription& project) {
-    return std::get<std::unique_ptr<PipelineDatabase>>(
-        PipelineDatabase::open(project, Project::Access::Exclusive));
+    return PipelineDatabase::open(project, Project::Access::Exclusive).value();
 }
 
 std::vector<SdiffData> someAnomalies(int station, int count) {
@@ -83,12 +82,11 @@ void fill(KV_MySQL& sql, int anomalies) {
 void judge(ProjectHistory& history, std::int64_t firstId, int first, int count) {
     static const std::string classes[] = {toGbk("深挖"), toGbk("塌陷"), toGbk("建构筑物")};
     for (int i = first; i < first + count; ++i) {
-        const auto failure =
-            history.perform(QStringLiteral("分类 1 处异常为 深挖"), [=](EditTransaction& edit) {
-                edit.update("anomaly", firstId + i % 1000, {{"attribute", classes[(i / 1000 + i) % 3]}}, 0);
-            });
-        if (failure) {
-            std::fprintf(stderr, "%s\n", qPrintable(failure->message));
+        const auto done = history.perform(QStringLiteral("分类 1 处异常为 深挖"), [=](EditTransaction& edit) {
+            edit.update("anomaly", firstId + i % 1000, {{"attribute", classes[(i / 1000 + i) % 3]}}, 0);
+        });
+        if (!done) {
+            std::fprintf(stderr, "%s\n", qPrintable(done.error().message));
             std::exit(1);
         }
     }
@@ -160,25 +158,24 @@ int main(int argc, char** argv) {
     const SmallProject files;
     MariaDbServer::makeDurable();
 
-    auto project = std::get<Project>(Project::open(files.folder()));
+    auto project = Project::open(files.folder()).value();
     fill(*open(project.description())->GetMySQL(), anomalies);
     measureEdits("SQLite", project.description(), 1, entries);
-    project =
-        std::get<Project>(Project::open(files.folder(), Project::Access::ReadOnly)); // gives the lock back
+    project = Project::open(files.folder(), Project::Access::ReadOnly).value(); // gives the lock back
     measureOpening("SQLite", host, files.folder());
 
-    project = std::get<Project>(Project::open(files.folder()));
+    project = Project::open(files.folder()).value();
     QElapsedTimer timer;
     timer.start();
     const auto moved = moveDatabase(project, MariaDbServer::instance().newDatabase(), {});
-    if (const auto* failure = std::get_if<Failure>(&moved)) {
-        std::fprintf(stderr, "%s\n", qPrintable(failure->message));
+    if (!moved) {
+        std::fprintf(stderr, "%s\n", qPrintable(moved.error().message));
         return 1;
     }
     std::printf("moved to the server in %.1f s\n", seconds(timer));
-    project = std::get<Project>(Project::open(files.folder(), Project::Access::ReadOnly));
+    project = Project::open(files.folder(), Project::Access::ReadOnly).value();
     measureOpening("MariaDB", host, files.folder());
-    project = std::get<Project>(Project::open(files.folder()));
+    project = Project::open(files.folder()).value();
     measureEdits("MariaDB", project.description(), 2001, 0);
     return 0;
 }

@@ -28,17 +28,17 @@ void replaceStations(mysqlhelper::KV_MySQL& database, int count) {
 
 bool computeInStrips(const SmallProject& files, int count) {
     const auto opened = Project::open(files.folder());
-    if (!std::holds_alternative<Project>(opened)) {
+    if (!opened) {
         return false;
     }
     ComputationRequest request;
-    request.project = std::get<Project>(opened).description();
+    request.project = opened->description();
     const auto database = PipelineDatabase::open(request.project, Project::Access::Exclusive);
-    if (!std::holds_alternative<std::unique_ptr<PipelineDatabase>>(database)) {
+    if (!database) {
         return false;
     }
-    replaceStations(*std::get<std::unique_ptr<PipelineDatabase>>(database)->GetMySQL(), count);
-    return std::holds_alternative<ComputationSummary>(computeAnomalies(request));
+    replaceStations(*(*database)->GetMySQL(), count);
+    return computeAnomalies(request).has_value();
 }
 
 double middleOfLastStrip(int count) {

@@ -18,7 +18,7 @@ void AnomalyTable::print() const {
     std::fputs(m_text.c_str(), stdout);
 }
 
-std::optional<detect::Failure> Tabulated::take(detect::Anomaly anomaly) {
+detect::Status Tabulated::take(detect::Anomaly anomaly) {
     if (m_table) {
         m_table->add(anomaly);
     }

@@ -24,8 +24,8 @@ public:
     /// Both must live as long; `table` may be null.
     Tabulated(detect::AnomalyReceiver& file, AnomalyTable* table) : m_file(file), m_table(table) {}
 
-    std::optional<detect::Failure> begin(const std::string& srsWkt) override { return m_file.begin(srsWkt); }
-    std::optional<detect::Failure> take(detect::Anomaly anomaly) override;
+    detect::Status begin(const std::string& srsWkt) override { return m_file.begin(srsWkt); }
+    detect::Status take(detect::Anomaly anomaly) override;
 
 private:
     detect::AnomalyReceiver& m_file;

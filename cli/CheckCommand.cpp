@@ -14,7 +14,6 @@
 
 namespace cli {
 
-using inspection::Failure;
 using inspection::Finding;
 using inspection::Findings;
 
@@ -51,10 +50,10 @@ Findings checkWithProgress(const inspection::ProjectDescription& project, mysqlh
 
 int check(const std::string& folder, bool asJson) {
     const auto opened = openProject(folder, inspection::Project::Access::ReadOnly);
-    if (const auto* failure = std::get_if<Failure>(&opened)) {
-        return fail(kCommand, *failure);
+    if (!opened) {
+        return fail(kCommand, opened.error());
     }
-    const auto& [project, database] = std::get<OpenedProject>(opened);
+    const auto& [project, database] = *opened;
     const Findings findings = checkWithProgress(project.description(), *database->GetMySQL());
     if (asJson) {
         printJson(project.description().folder, findings);

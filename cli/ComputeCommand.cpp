@@ -17,8 +17,6 @@
 
 namespace cli {
 
-using inspection::Failure;
-
 namespace {
 
 constexpr auto kCommand = "compute";
@@ -55,10 +53,10 @@ void printSummary(mysqlhelper::KV_MySQL& database, const inspection::Computation
 
 int compute(const std::string& folder, const std::vector<std::uint32_t>& stations) {
     auto opened = openProject(folder, inspection::Project::Access::Exclusive);
-    if (const auto* failure = std::get_if<Failure>(&opened)) {
-        return fail(kCommand, *failure);
+    if (!opened) {
+        return fail(kCommand, opened.error());
     }
-    auto& project = std::get<OpenedProject>(opened);
+    auto& project = *opened;
     inspection::ComputationRequest request;
     request.project = project.project.description();
     request.stationIds = stations;
@@ -71,10 +69,10 @@ int compute(const std::string& folder, const std::vector<std::uint32_t>& station
             return !stopOnSignal.asked();
         });
     }
-    if (const auto* failure = std::get_if<Failure>(&result)) {
-        return fail(kCommand, *failure);
+    if (!result) {
+        return fail(kCommand, result.error());
     }
-    printSummary(*project.database->GetMySQL(), std::get<inspection::ComputationSummary>(result));
+    printSummary(*project.database->GetMySQL(), *result);
     return kStatusDone;
 }
 

@@ -34,7 +34,8 @@ const char* const kUsage =
     "  --rules       剔除规则：core 含 3×3 像元，sliver 陡坎边的窄条，speckle 植被碎斑；默认全部使用\n"
     "  --window      只检测旧期栅格的一个窗口（像元），各窗口的结果用 corridor merge 合并\n";
 
-using detect::Failure;
+using detect::Result;
+using detect::Status;
 
 /// The outputs of a task, staged.
 struct Paths {
@@ -43,18 +44,18 @@ struct Paths {
     std::string summary;
 };
 
-std::optional<Failure> stage(const DetectTask& task, OutputSet& outputs, Paths& paths) {
-    if (auto failure = outputs.stage(task.out, paths.out)) {
-        return failure;
+Status stage(const DetectTask& task, OutputSet& outputs, Paths& paths) {
+    if (auto done = outputs.stage(task.out, paths.out); !done) {
+        return failed(done);
     }
-    if (auto failure = outputs.stage(task.dz, paths.dz)) {
-        return failure;
+    if (auto done = outputs.stage(task.dz, paths.dz); !done) {
+        return failed(done);
     }
     return outputs.stage(task.summary, paths.summary);
 }
 
 template<class Found, class Detect>
-std::variant<Found, Failure> withProgress(const DetectTask& task, const Detect& detect) {
+Result<Found> withProgress(const DetectTask& task, const Detect& detect) {
     const StopOnSignal stopOnSignal;
     ProgressLine line("检测", task.quiet);
     return detect([&](double done) {
@@ -69,49 +70,47 @@ struct Told {
     AnomalyTable table;
 };
 
-std::optional<Failure> detectWhole(const DetectTask& task, const detect::Request& request, const Paths& paths,
-                                   Told& told) {
+Status detectWhole(const DetectTask& task, const detect::Request& request, const Paths& paths, Told& told) {
     detect::ResultFile file(paths.out);
     Tabulated receiver(file, task.quiet ? nullptr : &told.table);
     auto detected = withProgress<detect::RunReport>(task, [&](const detect::Progress& progress) {
         return detect::detectChanges(request, receiver, progress);
     });
-    if (auto* failure = std::get_if<Failure>(&detected)) {
-        return *failure;
+    if (!detected) {
+        return failed(detected);
     }
-    told.report = std::get<detect::RunReport>(std::move(detected));
+    told.report = std::move(*detected);
     return file.commit();
 }
 
-std::optional<Failure> detectWindow(const DetectTask& task, const detect::Request& request,
-                                    const Paths& paths, Told& told) {
+Status detectWindow(const DetectTask& task, const detect::Request& request, const Paths& paths, Told& told) {
     detect::PieceFile file(paths.out);
     Tabulated receiver(file, task.quiet ? nullptr : &told.table);
     auto detected = withProgress<detect::Piece>(task, [&](const detect::Progress& progress) {
         return detect::detectPiece(request, *task.window, receiver, progress);
     });
-    if (auto* failure = std::get_if<Failure>(&detected)) {
-        return *failure;
+    if (!detected) {
+        return failed(detected);
     }
-    const detect::Piece& piece = std::get<detect::Piece>(detected);
+    const detect::Piece& piece = *detected;
     told.report = detect::reportOf(piece);
     return file.commit(piece);
 }
 
-std::optional<Failure> detectAndWrite(const DetectTask& task, OutputSet& outputs, Told& told) {
+Status detectAndWrite(const DetectTask& task, OutputSet& outputs, Told& told) {
     Paths paths;
-    if (auto failure = stage(task, outputs, paths)) {
-        return failure;
+    if (auto done = stage(task, outputs, paths); !done) {
+        return failed(done);
     }
     detect::Request request = task.request;
     request.dzRaster = paths.dz;
     const auto detect = task.window ? detectWindow : detectWhole;
-    if (auto failure = detect(task, request, paths, told)) {
-        return failure;
+    if (auto done = detect(task, request, paths, told); !done) {
+        return failed(done);
     }
     if (!paths.summary.empty()) {
-        if (auto failure = detect::writeSummary(told.report, request.parameters, paths.summary)) {
-            return failure;
+        if (auto done = detect::writeSummary(told.report, request.parameters, paths.summary); !done) {
+            return failed(done);
         }
     }
     return outputs.commit();
@@ -133,8 +132,8 @@ int runDetect(const std::vector<std::string>& arguments) {
     GDALSetCacheMax64(kRasterCacheBytes);
     OutputSet outputs;
     Told told;
-    if (const auto failure = detectAndWrite(*task, outputs, told)) {
-        return fail(kCommand, kStatusFailed, outputs.inUsersWords(failure->message));
+    if (const auto done = detectAndWrite(*task, outputs, told); !done) {
+        return fail(kCommand, kStatusFailed, outputs.inUsersWords(done.error().message));
     }
     if (task->quiet) {
         return kStatusDone;

@@ -12,7 +12,6 @@
 
 namespace cli {
 
-using inspection::Failure;
 using inspection::SpecialObjectImport;
 
 namespace {
@@ -84,10 +83,10 @@ int printOutcome(const Task& task, const SpecialObjectImport& outcome) {
 
 int importFile(const Task& task) {
     auto opened = openProject(task.project, inspection::Project::Access::Exclusive);
-    if (const auto* failure = std::get_if<Failure>(&opened)) {
-        return fail(kCommand, *failure);
+    if (!opened) {
+        return fail(kCommand, opened.error());
     }
-    auto& project = std::get<OpenedProject>(opened);
+    auto& project = *opened;
     const inspection::SpecialObjectFile file{
         QString::fromStdString(task.file), task.type, project.project.description().crs, {}};
     inspection::Result<SpecialObjectImport> result;
@@ -100,10 +99,10 @@ int importFile(const Task& task) {
                                                       return !stopOnSignal.asked();
                                                   });
     }
-    if (const auto* failure = std::get_if<Failure>(&result)) {
-        return fail(kCommand, *failure);
+    if (!result) {
+        return fail(kCommand, result.error());
     }
-    return printOutcome(task, std::get<SpecialObjectImport>(result));
+    return printOutcome(task, *result);
 }
 
 } // namespace

@@ -73,10 +73,10 @@ int runInfo(const std::vector<std::string>& arguments) {
     const QCoreApplication application(count, nullptr);
     const QString path = QString::fromStdString(options.positional.front());
     const auto info = QFileInfo(path).isDir() ? projectInfo(path) : rasterInfo(path);
-    if (const auto* failure = std::get_if<inspection::Failure>(&info)) {
-        return fail(kCommand, *failure);
+    if (!info) {
+        return fail(kCommand, info.error());
     }
-    const auto& json = std::get<QJsonObject>(info);
+    const auto& json = *info;
     if (options.has("--json")) {
         std::fputs(QJsonDocument(json).toJson().constData(), stdout);
     } else {

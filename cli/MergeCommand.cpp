@@ -18,7 +18,8 @@ constexpr auto kUsage = "用法：corridor merge A.gpkg B.gpkg … --out ALL.(gp
                         "         [--summary SUMMARY.json] [--quiet]\n"
                         "  合并 corridor detect --window 的各窗口结果，与一次检测全部范围的结果相同。\n";
 
-using detect::Failure;
+using detect::Result;
+using detect::Status;
 
 const OptionTable& optionTable() {
     static const OptionTable table{{"--out", "--summary"}, {"--quiet", "--help"}, kAnyNumber};
@@ -53,47 +54,46 @@ std::optional<std::string> wrongFiles(const Options& options) {
     return std::nullopt;
 }
 
-std::variant<std::vector<detect::Piece>, Failure> readSeams(const std::vector<std::string>& files) {
+Result<std::vector<detect::Piece>> readSeams(const std::vector<std::string>& files) {
     std::vector<detect::Piece> pieces;
     for (const std::string& file : files) {
         auto read = detect::readPieceSeams(file);
-        if (auto* failure = std::get_if<Failure>(&read)) {
-            return *failure;
+        if (!read) {
+            return failed(read);
         }
-        pieces.push_back(std::get<detect::Piece>(std::move(read)));
+        pieces.push_back(std::move(*read));
     }
     return pieces;
 }
 
-std::optional<Failure> mergeAndWrite(const Options& options, OutputSet& outputs, AnomalyTable& table) {
+Status mergeAndWrite(const Options& options, OutputSet& outputs, AnomalyTable& table) {
     std::string out;
     std::string summary;
-    if (auto failure = outputs.stage(options.value("--out"), out)) {
-        return failure;
+    if (auto done = outputs.stage(options.value("--out"), out); !done) {
+        return failed(done);
     }
-    if (auto failure = outputs.stage(options.value("--summary"), summary)) {
-        return failure;
+    if (auto done = outputs.stage(options.value("--summary"), summary); !done) {
+        return failed(done);
     }
     const std::vector<std::string>& files = options.positional;
     const auto read = readSeams(files);
-    if (const auto* failure = std::get_if<Failure>(&read)) {
-        return *failure;
+    if (!read) {
+        return failed(read);
     }
-    const auto& pieces = std::get<std::vector<detect::Piece>>(read);
+    const auto& pieces = *read;
     detect::ResultFile file(out);
     Tabulated receiver(file, options.has("--quiet") ? nullptr : &table);
     const auto anomaliesOf = [&files](std::size_t piece) { return detect::readPieceAnomalies(files[piece]); };
     const auto merged = detect::mergePieces(pieces, anomaliesOf, receiver);
-    if (const auto* failure = std::get_if<Failure>(&merged)) {
-        return *failure;
+    if (!merged) {
+        return failed(merged);
     }
-    if (auto failure = file.commit()) {
-        return failure;
+    if (auto done = file.commit(); !done) {
+        return failed(done);
     }
     if (!summary.empty()) {
-        if (auto failure = detect::writeSummary(std::get<detect::RunReport>(merged),
-                                                pieces.front().frame.parameters, summary)) {
-            return failure;
+        if (auto done = detect::writeSummary(*merged, pieces.front().frame.parameters, summary); !done) {
+            return failed(done);
         }
     }
     return outputs.commit();
@@ -112,8 +112,8 @@ int runMerge(const std::vector<std::string>& arguments) {
     }
     OutputSet outputs;
     AnomalyTable table;
-    if (const auto failure = mergeAndWrite(options, outputs, table)) {
-        return fail(kCommand, kStatusFailed, outputs.inUsersWords(failure->message));
+    if (const auto done = mergeAndWrite(options, outputs, table); !done) {
+        return fail(kCommand, kStatusFailed, outputs.inUsersWords(done.error().message));
     }
     if (!options.has("--quiet")) {
         table.print();

@@ -8,15 +8,14 @@ using inspection::Project;
 
 inspection::Result<OpenedProject> openProject(const std::string& folder, Project::Access access) {
     auto project = Project::open(QString::fromStdString(folder), access);
-    if (const auto* failure = std::get_if<Failure>(&project)) {
-        return *failure;
+    if (!project) {
+        return failed(project);
     }
-    auto database = PipelineDatabase::open(std::get<Project>(project).description(), access);
-    if (const auto* failure = std::get_if<Failure>(&database)) {
-        return *failure;
+    auto database = PipelineDatabase::open(project->description(), access);
+    if (!database) {
+        return failed(database);
     }
-    return OpenedProject{std::move(std::get<Project>(project)),
-                         std::move(std::get<std::unique_ptr<PipelineDatabase>>(database))};
+    return OpenedProject{std::move(*project), std::move(*database)};
 }
 
 int fail(const char* command, const Failure& failure) {

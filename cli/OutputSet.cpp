@@ -4,27 +4,26 @@
 
 namespace cli {
 
-std::optional<detect::Failure> OutputSet::stage(const std::string& target, std::string& path) {
+detect::Status OutputSet::stage(const std::string& target, std::string& path) {
     if (target.empty()) {
-        return std::nullopt;
+        return {};
     }
     auto staged = detect::StagedOutput::beside(target);
-    if (auto* failure = std::get_if<detect::Failure>(&staged)) {
-        return *failure;
+    if (!staged) {
+        return failed(staged);
     }
-    m_outputs.push_back(
-        std::make_unique<detect::StagedOutput>(std::get<detect::StagedOutput>(std::move(staged))));
+    m_outputs.push_back(std::make_unique<detect::StagedOutput>(std::move(*staged)));
     path = m_outputs.back()->path();
-    return std::nullopt;
+    return {};
 }
 
-std::optional<detect::Failure> OutputSet::commit() {
+detect::Status OutputSet::commit() {
     for (const auto& output : m_outputs) {
-        if (auto failure = output->commit()) {
-            return failure;
+        if (auto done = output->commit(); !done) {
+            return failed(done);
         }
     }
-    return std::nullopt;
+    return {};
 }
 
 std::string OutputSet::inUsersWords(std::string message) const {

@@ -3,7 +3,6 @@
 #include "detect/StagedOutput.h"
 
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -14,8 +13,8 @@ namespace cli {
 class OutputSet {
 public:
     /// `path` becomes where to write instead of the target; stays empty for an empty target.
-    std::optional<detect::Failure> stage(const std::string& target, std::string& path);
-    std::optional<detect::Failure> commit();
+    detect::Status stage(const std::string& target, std::string& path);
+    detect::Status commit();
     /// Names the user's file where a message names the one it is staged as.
     std::string inUsersWords(std::string message) const;
 

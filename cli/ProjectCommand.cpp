@@ -14,7 +14,6 @@
 namespace cli {
 
 using inspection::DatabaseMove;
-using inspection::Failure;
 using inspection::Project;
 
 namespace {
@@ -29,22 +28,22 @@ constexpr auto kUsage =
 
 int setDatabase(const std::string& folder, const QString& url) {
     auto opened = Project::open(QString::fromStdString(folder));
-    if (const auto* failure = std::get_if<Failure>(&opened)) {
-        return fail(kCommand, *failure);
+    if (!opened) {
+        return fail(kCommand, opened.error());
     }
     inspection::Result<DatabaseMove> result;
     {
         const StopOnSignal stopOnSignal;
         ProgressLine line("迁移数据库", false);
-        result = inspection::moveDatabase(std::get<Project>(opened), url, [&](double fraction) {
+        result = inspection::moveDatabase(*opened, url, [&](double fraction) {
             line.show(fraction);
             return !stopOnSignal.asked();
         });
     }
-    if (const auto* failure = std::get_if<Failure>(&result)) {
-        return fail(kCommand, *failure);
+    if (!result) {
+        return fail(kCommand, result.error());
     }
-    const auto& move = std::get<DatabaseMove>(result);
+    const auto& move = *result;
     std::printf("迁移 %lld 行到 %s，原数据保留在 %s\n", static_cast<long long>(move.rows),
                 qUtf8Printable(inspection::shownDatabase(url)), qUtf8Printable(move.keptDatabase));
     return kStatusDone;

@@ -15,8 +15,6 @@
 
 namespace cli {
 
-using inspection::Failure;
-
 namespace {
 
 QJsonArray epochs(const inspection::ProjectDescription& project) {
@@ -53,10 +51,10 @@ QJsonObject station(const inspection::StationFindings& findings) {
 inspection::Result<QJsonObject> projectInfo(const QString& folder) {
     const auto access = inspection::Project::Access::ReadOnly;
     const auto project = inspection::Project::open(folder, access);
-    if (const auto* failure = std::get_if<Failure>(&project)) {
-        return *failure;
+    if (!project) {
+        return failed(project);
     }
-    const auto& description = std::get<inspection::Project>(project).description();
+    const auto& description = project->description();
     QJsonObject json{{"type", "project"},
                      {"name", description.name},
                      {"folder", description.folder},
@@ -69,15 +67,14 @@ inspection::Result<QJsonObject> projectInfo(const QString& folder) {
         return json;
     }
     const auto opened = openProject(folder.toStdString(), access);
-    if (const auto* failure = std::get_if<Failure>(&opened)) {
-        return *failure;
+    if (!opened) {
+        return failed(opened);
     }
-    const auto read =
-        inspection::readInspectionData(description, *std::get<OpenedProject>(opened).database->GetMySQL());
-    if (const auto* failure = std::get_if<Failure>(&read)) {
-        return *failure;
+    const auto read = inspection::readInspectionData(description, *opened->database->GetMySQL());
+    if (!read) {
+        return failed(read);
     }
-    const auto& data = std::get<inspection::InspectionData>(read);
+    const auto& data = *read;
     QJsonArray stations;
     for (const auto& findings : data.stations) {
         stations.append(station(findings));

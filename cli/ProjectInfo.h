@@ -1,6 +1,6 @@
 #pragma once
 
-#include "workbench/inspectiondata/project/Failure.h"
+#include "workbench/inspectiondata/project/Result.h"
 
 #include <QJsonObject>
 #include <QString>

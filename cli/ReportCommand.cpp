@@ -15,7 +15,6 @@
 
 namespace cli {
 
-using inspection::Failure;
 using inspection::InspectionData;
 
 namespace {
@@ -35,30 +34,30 @@ inspection::Status writeReport(const InspectionData& data, const QString& file,
 
 inspection::Result<InspectionData> readProject(const std::string& folder) {
     const auto opened = openProject(folder, inspection::Project::Access::ReadOnly);
-    if (const auto* failure = std::get_if<Failure>(&opened)) {
-        return *failure;
+    if (!opened) {
+        return failed(opened);
     }
-    const auto& project = std::get<OpenedProject>(opened);
+    const auto& project = *opened;
     return inspection::readInspectionData(project.project.description(), *project.database->GetMySQL());
 }
 
 int write(const char* command, const char* title, const std::string& folder, const std::string& target,
           Writer writer) {
     const auto data = readProject(folder);
-    if (const auto* failure = std::get_if<Failure>(&data)) {
-        return fail(command, *failure);
+    if (!data) {
+        return fail(command, data.error());
     }
-    inspection::Status status;
+    inspection::Status written;
     {
         const StopOnSignal stopOnSignal;
         ProgressLine line(title, false);
-        status = writer(std::get<InspectionData>(data), QString::fromStdString(target), [&](double fraction) {
+        written = writer(*data, QString::fromStdString(target), [&](double fraction) {
             line.show(fraction);
             return !stopOnSignal.asked();
         });
     }
-    if (status) {
-        return fail(command, *status);
+    if (!written) {
+        return fail(command, written.error());
     }
     std::printf("%s\n", target.c_str());
     return kStatusDone;

@@ -4,6 +4,7 @@ find_package(Threads REQUIRED)
 find_package(GDAL 3.4 REQUIRED)
 find_package(PROJ REQUIRED)
 find_package(TIFF REQUIRED)
+find_package(tl-expected REQUIRED)
 find_package(Qt6 6.4 REQUIRED COMPONENTS Core Concurrent Gui Widgets OpenGL OpenGLWidgets Sql)
 
 set(OpenGL_GL_PREFERENCE GLVND)

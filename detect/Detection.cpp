@@ -38,22 +38,22 @@ bool isUsable(const Significance& s) {
     return s.confidence > 0.0 && s.confidence < 1.0;
 }
 
-std::optional<Failure> checkParameters(const Parameters& p) {
+Status checkParameters(const Parameters& p) {
     const bool thresholdNeeded = !p.significance;
     if (!(p.thresholdMetres > 0.0 || (p.thresholdMetres == 0.0 && !thresholdNeeded)) ||
         !std::isfinite(p.thresholdMetres)) {
-        return Failure{"参数错误：阈值必须大于 0", false};
+        return Unexpected(Failure{"参数错误：阈值必须大于 0"});
     }
     if (p.significance && !isUsable(*p.significance)) {
-        return Failure{"参数错误：标准差必须大于 0，置信度必须在 0 与 1 之间", false};
+        return Unexpected(Failure{"参数错误：标准差必须大于 0，置信度必须在 0 与 1 之间"});
     }
     if (!(p.growRatio > 0.0 && p.growRatio <= 1.0)) {
-        return Failure{"参数错误：生长比例必须在 0 与 1 之间", false};
+        return Unexpected(Failure{"参数错误：生长比例必须在 0 与 1 之间"});
     }
     if (!(p.minAreaSquareMetres >= 0.0) || p.blockRows < 0 || p.blockColumns < 0 || p.threads < 0) {
-        return Failure{"参数错误：最小面积、块行数和线程数不能为负", false};
+        return Unexpected(Failure{"参数错误：最小面积、块行数和线程数不能为负"});
     }
-    return std::nullopt;
+    return {};
 }
 
 /// The edges of a window behind which the overlap goes on.
@@ -91,80 +91,78 @@ public:
 
     /// Looks at the part of the overlap inside `window`, at all of it without. The anomalies go to the
     /// receiver.
-    std::variant<Piece, Failure> run(const std::optional<CellWindow>& window, AnomalyReceiver& receiver) {
+    Result<Piece> run(const std::optional<CellWindow>& window, AnomalyReceiver& receiver) {
         const auto start = std::chrono::steady_clock::now();
-        if (auto failure = checkParameters(m_request.parameters)) {
-            return *failure;
+        if (auto done = checkParameters(m_request.parameters); !done) {
+            return failed(done);
         }
         auto laidOut = layOutPair(m_request);
-        if (auto* failure = std::get_if<Failure>(&laidOut)) {
-            return *failure;
+        if (!laidOut) {
+            return failed(laidOut);
         }
-        m_layout = std::get<PairLayout>(std::move(laidOut));
+        m_layout = std::move(*laidOut);
         m_piece.window = window ? intersect(m_layout.overlap, *window) : m_layout.overlap;
-        if (auto failure = prepareDzRaster()) {
-            return *failure;
+        if (auto done = prepareDzRaster(); !done) {
+            return failed(done);
         }
-        if (auto failure = findCoregistration()) {
-            return *failure;
+        if (auto done = findCoregistration(); !done) {
+            return failed(done);
         }
         describe();
-        if (auto failure = receiver.begin(m_piece.frame.srsWkt)) {
-            return *failure;
+        if (auto done = receiver.begin(m_piece.frame.srsWkt); !done) {
+            return failed(done);
         }
         if (!m_piece.window.empty()) {
-            if (auto failure = findAnomalies(receiver)) {
-                return *failure;
+            if (auto done = findAnomalies(receiver); !done) {
+                return failed(done);
             }
         }
         if (m_dzRaster) {
-            if (auto failure = m_dzRaster->commit()) {
-                return *failure;
+            if (auto done = m_dzRaster->commit(); !done) {
+                return failed(done);
             }
         }
         m_piece.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
         return std::move(m_piece);
     }
 
-    std::variant<Coregistration, Failure> runCoregistration() {
-        auto laidOut = layOutPair(m_request);
-        if (auto* failure = std::get_if<Failure>(&laidOut)) {
-            return *failure;
-        }
-        return coregister(std::get<PairLayout>(laidOut), m_request.parameters.coregistration, m_threads,
-                          m_progress, m_request.parameters.tilt);
+    Result<Coregistration> runCoregistration() {
+        return layOutPair(m_request).and_then([this](const PairLayout& layout) {
+            return coregister(layout, m_request.parameters.coregistration, m_threads, m_progress,
+                              m_request.parameters.tilt);
+        });
     }
 
 private:
-    std::optional<Failure> prepareDzRaster() {
+    Status prepareDzRaster() {
         if (m_request.dzRaster.empty() || m_piece.window.empty()) {
-            return std::nullopt;
+            return {};
         }
         auto created =
             DifferenceRaster::create(m_request.dzRaster, m_layout.oldRaster.grid, m_piece.window, m_threads);
-        if (auto* failure = std::get_if<Failure>(&created)) {
-            return *failure;
+        if (!created) {
+            return failed(created);
         }
-        m_dzRaster.emplace(std::get<DifferenceRaster>(std::move(created)));
-        return std::nullopt;
+        m_dzRaster.emplace(std::move(*created));
+        return {};
     }
 
-    std::optional<Failure> findCoregistration() {
+    Status findCoregistration() {
         if (m_request.coregistration) {
             m_piece.frame.coregistration = *m_request.coregistration;
-            return std::nullopt;
+            return {};
         }
         const Progress part = [this](double done) { return report(kCoregistrationShare * done); };
         auto found = coregister(m_layout, m_request.parameters.coregistration, m_threads, part,
                                 m_request.parameters.tilt);
-        if (auto* failure = std::get_if<Failure>(&found)) {
-            return *failure;
+        if (!found) {
+            return failed(found);
         }
-        m_piece.frame.coregistration = std::get<Coregistration>(found);
-        return std::nullopt;
+        m_piece.frame.coregistration = *found;
+        return {};
     }
 
-    std::optional<Failure> findAnomalies(AnomalyReceiver& receiver) {
+    Status findAnomalies(AnomalyReceiver& receiver) {
         const Parameters& parameters = m_request.parameters;
         const Grid& grid = m_layout.oldRaster.grid;
         const BlockPlan plan(m_layout.oldRaster, m_piece.window, parameters.blockRows,
@@ -184,38 +182,36 @@ private:
         RowMerger merger(plan.across(), labeller);
         int done = 0;
         const SharedTiles tiles(m_layout);
-        const auto makeWorker = [&]() -> std::variant<BlockWorker, Failure> {
-            auto reader = PairReader::open(m_layout, &tiles);
-            if (auto* failure = std::get_if<Failure>(&reader)) {
-                return *failure;
-            }
-            return BlockWorker(std::get<PairReader>(std::move(reader)), task);
+        const auto makeWorker = [&] {
+            return PairReader::open(m_layout, &tiles).map([&](PairReader&& reader) {
+                return BlockWorker(std::move(reader), task);
+            });
         };
-        const auto take = [&](Block block) -> std::optional<Failure> {
+        const auto take = [&](Block block) -> Status {
             m_piece.cells += block.compared;
             merger.add(std::move(block.found));
-            if (auto failure = found.releaseAbove(labeller.firstOpenRow())) {
-                return failure;
+            if (auto done = found.releaseAbove(labeller.firstOpenRow()); !done) {
+                return failed(done);
             }
             if (m_dzRaster) {
-                if (auto failure = m_dzRaster->write(block.window, block.dz)) {
-                    return failure;
+                if (auto done = m_dzRaster->write(block.window, block.dz); !done) {
+                    return failed(done);
                 }
             }
             const double share = static_cast<double>(++done) / plan.count();
             if (!report(kCoregistrationShare + (1.0 - kCoregistrationShare) * share)) {
-                return Failure{"已取消", true};
+                return cancelled();
             }
-            return std::nullopt;
+            return {};
         };
-        if (auto failure = workInOrder<Block>(plan.count(), m_threads, makeWorker, take)) {
-            return failure;
+        if (auto done = workInOrder<Block>(plan.count(), m_threads, makeWorker, take); !done) {
+            return failed(done);
         }
         labeller.finish();
         m_piece.rejections = builder.rejections();
-        auto failure = found.releaseAll();
+        Status released = found.releaseAll();
         m_piece.found = found.released();
-        return failure;
+        return released;
     }
 
     void describe() {
@@ -259,43 +255,40 @@ private:
 
 } // namespace
 
-std::variant<Piece, Failure> detectPiece(const Request& request, const CellWindow& window,
-                                         AnomalyReceiver& receiver, const Progress& progress) {
+Result<Piece> detectPiece(const Request& request, const CellWindow& window, AnomalyReceiver& receiver,
+                          const Progress& progress) {
     const GdalErrors quiet;
     return Detector(request, progress).run(window, receiver);
 }
 
-std::variant<Piece, Failure> detectPiece(const Request& request, const CellWindow& window,
-                                         const Progress& progress) {
+Result<Piece> detectPiece(const Request& request, const CellWindow& window, const Progress& progress) {
     KeptAnomalies kept;
     auto found = detectPiece(request, window, kept, progress);
-    if (auto* piece = std::get_if<Piece>(&found)) {
-        piece->anomalies = kept.handOver();
+    if (found) {
+        found->anomalies = kept.handOver();
     }
     return found;
 }
 
-std::variant<RunReport, Failure> detectChanges(const Request& request, AnomalyReceiver& receiver,
-                                               const Progress& progress) {
+Result<RunReport> detectChanges(const Request& request, AnomalyReceiver& receiver, const Progress& progress) {
     const GdalErrors quiet;
     const auto whole = Detector(request, progress).run(std::nullopt, receiver);
-    if (const auto* failure = std::get_if<Failure>(&whole)) {
-        return *failure;
+    if (!whole) {
+        return failed(whole);
     }
-    const Piece& piece = std::get<Piece>(whole);
+    const Piece& piece = *whole;
     if (piece.cells == 0) {
         return nothingCompared(piece.frame);
     }
     return reportOf(piece);
 }
 
-std::variant<Result, Failure> detectChanges(const Request& request, const Progress& progress) {
+Result<Changes> detectChanges(const Request& request, const Progress& progress) {
     KeptAnomalies kept;
     return kept.resultOf(detectChanges(request, kept, progress));
 }
 
-std::variant<Coregistration, Failure> estimateCoregistration(const Request& request,
-                                                             const Progress& progress) {
+Result<Coregistration> estimateCoregistration(const Request& request, const Progress& progress) {
     const GdalErrors quiet;
     return Detector(request, progress).runCoregistration();
 }

@@ -1,10 +1,11 @@
 #pragma once
 
+#include "detect/Result.h"
+
 #include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
-#include <variant>
 #include <vector>
 
 /// Change detection between two elevation rasters. Knows GDAL and nothing else of the product.
@@ -196,16 +197,9 @@ struct RunReport {
     int threads = 1;
 };
 
-struct Result : RunReport {
+/// What a run tells, and all its anomalies.
+struct Changes : RunReport {
     std::vector<Anomaly> anomalies;
-};
-
-/// One line that names the file and the cause. `cancelled` tells the user's stop from a failure,
-/// `nothingInWindow` a window of the pair without a cell that is valid in both rasters.
-struct Failure {
-    std::string message;
-    bool cancelled = false;
-    bool nothingInWindow = false;
 };
 
 /// Called from the calling thread with 0..1; returning false stops the work with a cancelled Failure.
@@ -216,22 +210,21 @@ class AnomalyReceiver {
 public:
     virtual ~AnomalyReceiver() = default;
     /// Once, before the first anomaly. `srsWkt`: the reference system of all outlines.
-    virtual std::optional<Failure> begin(const std::string& srsWkt) = 0;
+    virtual Status begin(const std::string& srsWkt) = 0;
     /// In the order of the names.
-    virtual std::optional<Failure> take(Anomaly anomaly) = 0;
+    virtual Status take(Anomaly anomaly) = 0;
 };
 
 /// Finds the changes. Runs in the calling thread and in `parameters.threads` workers; memory grows with the
 /// width of a block row and with what is still connected to the row just read. Nothing half-written is left
 /// behind on failure.
-std::variant<RunReport, Failure> detectChanges(const Request& request, AnomalyReceiver& receiver,
-                                               const Progress& progress = {});
+Result<RunReport> detectChanges(const Request& request, AnomalyReceiver& receiver,
+                                const Progress& progress = {});
 
 /// The same, all anomalies kept in memory.
-std::variant<Result, Failure> detectChanges(const Request& request, const Progress& progress = {});
+Result<Changes> detectChanges(const Request& request, const Progress& progress = {});
 
 /// Estimates the co-registration over the whole overlap, without looking for changes.
-std::variant<Coregistration, Failure> estimateCoregistration(const Request& request,
-                                                             const Progress& progress = {});
+Result<Coregistration> estimateCoregistration(const Request& request, const Progress& progress = {});
 
 } // namespace detect

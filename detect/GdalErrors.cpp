@@ -54,19 +54,18 @@ void silenceTiff() {
     TIFFSetWarningHandler(nullptr);
 }
 
-Failure failureOf(const std::string& file, const std::string& cause, const std::string& gdalWords) {
-    Failure failure;
-    failure.message = file + "：" + cause;
+Unexpected failureOf(const std::string& file, const std::string& cause, const std::string& gdalWords) {
+    std::string line = file + "：" + cause;
     if (!gdalWords.empty()) {
-        failure.message += "（" + shortened(gdalWords) + "）";
+        line += "（" + shortened(gdalWords) + "）";
     }
-    std::replace(failure.message.begin(), failure.message.end(), '\n', ' ');
-    std::replace(failure.message.begin(), failure.message.end(), '\r', ' ');
-    return failure;
+    std::replace(line.begin(), line.end(), '\n', ' ');
+    std::replace(line.begin(), line.end(), '\r', ' ');
+    return Unexpected(Failure{line});
 }
 
-Failure nothingInWindow(Failure failure) {
-    failure.nothingInWindow = true;
+Unexpected nothingInWindow(Unexpected failure) {
+    failure.value().nothingInWindow = true;
     return failure;
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "detect/Detection.h"
+#include "detect/Result.h"
 
 #include <string>
 
@@ -30,10 +30,10 @@ private:
 /// says each error in one line: call it first in main.
 void silenceTiff();
 
-/// A Failure of one line: the file, the cause, and GDAL's own words in brackets when there are any.
-Failure failureOf(const std::string& file, const std::string& cause, const std::string& gdalWords = {});
+/// A failure of one line: the file, the cause, and GDAL's own words in brackets when there are any.
+Unexpected failureOf(const std::string& file, const std::string& cause, const std::string& gdalWords = {});
 
 /// The same failure, marked as one of the window only.
-Failure nothingInWindow(Failure failure);
+Unexpected nothingInWindow(Unexpected failure);
 
 } // namespace detect

@@ -9,7 +9,6 @@
 #include <mutex>
 #include <optional>
 #include <thread>
-#include <variant>
 #include <vector>
 
 namespace detect {
@@ -17,9 +16,9 @@ namespace detect {
 /// Lets `threads` workers make the products 0 .. count-1 and hands them over, in that order, in the calling
 /// thread. Workers never run more than a few products ahead, so memory stays bounded.
 ///
-///     makeWorker()     -> std::variant<Worker, Failure>, called once in each worker thread
-///     worker(index)    -> std::variant<Product, Failure>, called in its thread
-///     consume(product) -> std::optional<Failure>, called in the calling thread
+///     makeWorker()     -> Result<Worker>, called once in each worker thread
+///     worker(index)    -> Result<Product>, called in its thread
+///     consume(product) -> Status, called in the calling thread
 ///
 /// Returns the failure of the lowest index, or of `consume`; all workers have ended by then.
 template<class Product, class MakeWorker, class Consume>
@@ -29,34 +28,34 @@ public:
         : m_count(count), m_threads(std::clamp(threads, 1, std::max(1, count))), m_makeWorker(makeWorker),
           m_consume(consume) {}
 
-    std::optional<Failure> run() {
+    Status run() {
         std::vector<std::thread> workers;
         workers.reserve(static_cast<std::size_t>(m_threads));
         for (int i = 0; i < m_threads; ++i) {
             workers.emplace_back([this] { work(); });
         }
-        std::optional<Failure> failure = handOver();
+        Status handedOver = handOver();
         stop();
         for (std::thread& worker : workers) {
             worker.join();
         }
-        return failure;
+        return handedOver;
     }
 
 private:
-    using Outcome = std::variant<Product, Failure>;
+    using Outcome = Result<Product>;
 
-    std::optional<Failure> handOver() {
+    Status handOver() {
         for (int index = 0; index < m_count; ++index) {
             Outcome outcome = waitFor(index);
-            if (auto* failure = std::get_if<Failure>(&outcome)) {
-                return std::move(*failure);
+            if (!outcome) {
+                return failed(outcome);
             }
-            if (auto failure = m_consume(std::get<Product>(std::move(outcome)))) {
-                return failure;
+            if (auto done = m_consume(std::move(*outcome)); !done) {
+                return failed(done);
             }
         }
-        return std::nullopt;
+        return {};
     }
 
     Outcome waitFor(int index) {
@@ -72,15 +71,11 @@ private:
         try {
             auto made = m_makeWorker();
             for (std::optional<int> index = take(); index; index = take()) {
-                if (auto* failure = std::get_if<Failure>(&made)) {
-                    put(*index, *failure);
-                } else {
-                    put(*index, std::get<0>(made)(*index));
-                }
+                put(*index, made ? (*made)(*index) : Outcome(failed(made)));
             }
         } catch (const std::exception& error) {
             // Memory may run out; whoever waits for one of the remaining products must hear of it.
-            const Failure failure{std::string("计算失败：") + error.what(), false};
+            const Unexpected failure(Failure{std::string("计算失败：") + error.what()});
             std::unique_lock lock(m_mutex);
             for (int index = m_handedOver; index < m_count; ++index) {
                 m_done.try_emplace(index, failure);
@@ -124,8 +119,7 @@ private:
 };
 
 template<class Product, class MakeWorker, class Consume>
-std::optional<Failure> workInOrder(int count, int threads, const MakeWorker& makeWorker,
-                                   const Consume& consume) {
+Status workInOrder(int count, int threads, const MakeWorker& makeWorker, const Consume& consume) {
     return OrderedWork<Product, MakeWorker, Consume>(count, threads, makeWorker, consume).run();
 }
 

@@ -54,21 +54,21 @@ std::string asText(const CellWindow& w) {
            std::to_string(w.rows);
 }
 
-std::optional<Failure> checkFrames(const std::vector<Piece>& pieces) {
+Status checkFrames(const std::vector<Piece>& pieces) {
     const PieceFrame& first = pieces.front().frame;
     for (const Piece& piece : pieces) {
         const std::string which = "窗口 " + asText(piece.window);
         if (!sameRasters(first, piece.frame)) {
-            return Failure{which + " 来自另一对栅格"};
+            return Unexpected(Failure{which + " 来自另一对栅格"});
         }
         if (!same(first.parameters, piece.frame.parameters)) {
-            return Failure{which + " 的检测参数与其他窗口不同"};
+            return Unexpected(Failure{which + " 的检测参数与其他窗口不同"});
         }
         if (!same(first.coregistration, piece.frame.coregistration)) {
-            return Failure{which + " 的配准结果与其他窗口不同，两期栅格可能已被修改"};
+            return Unexpected(Failure{which + " 的配准结果与其他窗口不同，两期栅格可能已被修改"});
         }
     }
-    return std::nullopt;
+    return {};
 }
 
 /// The first cell of the overlap in row order that no window holds. Its row is that of the overlap or the one
@@ -96,24 +96,25 @@ CellWindow firstMissing(const std::vector<Piece>& pieces, const CellWindow& over
     return {};
 }
 
-std::optional<Failure> checkWindows(const std::vector<Piece>& pieces) {
+Status checkWindows(const std::vector<Piece>& pieces) {
     std::int64_t covered = 0;
     for (std::size_t i = 0; i < pieces.size(); ++i) {
         covered += pieces[i].window.cells();
         for (std::size_t k = 0; k < i; ++k) {
             if (!intersect(pieces[i].window, pieces[k].window).empty()) {
-                return Failure{"窗口 " + asText(pieces[k].window) + " 与 " + asText(pieces[i].window) +
-                               " 重叠"};
+                return Unexpected(Failure{"窗口 " + asText(pieces[k].window) + " 与 " +
+                                          asText(pieces[i].window) + " 重叠"});
             }
         }
     }
     const CellWindow overlap = pieces.front().frame.overlap;
     if (covered == overlap.cells()) {
-        return std::nullopt;
+        return {};
     }
     const CellWindow missing = firstMissing(pieces, overlap);
-    return Failure{"缺少窗口：第 " + std::to_string(missing.column) + " 列、第 " +
-                   std::to_string(missing.row) + " 行起没有结果（两期重叠范围 " + asText(overlap) + "）"};
+    return Unexpected(Failure{"缺少窗口：第 " + std::to_string(missing.column) + " 列、第 " +
+                              std::to_string(missing.row) + " 行起没有结果（两期重叠范围 " + asText(overlap) +
+                              "）"});
 }
 
 Grid gridOf(const PieceFrame& frame) {
@@ -156,22 +157,21 @@ Rejections stitch(const std::vector<Piece>& pieces, AnomalyOrder& found) {
 
 /// Adds the anomalies that lie whole inside their windows, from the topmost window on, and hands over what
 /// must come before those still to be read.
-std::optional<Failure> gather(const std::vector<Piece>& pieces, const AnomaliesOfPiece& anomaliesOf,
-                              AnomalyOrder& found) {
+Status gather(const std::vector<Piece>& pieces, const AnomaliesOfPiece& anomaliesOf, AnomalyOrder& found) {
     std::vector<std::size_t> downwards(pieces.size());
     std::iota(downwards.begin(), downwards.end(), std::size_t{0});
     std::sort(downwards.begin(), downwards.end(), [&pieces](std::size_t a, std::size_t b) {
         return pieces[a].window.row < pieces[b].window.row;
     });
     for (const std::size_t piece : downwards) {
-        if (auto failure = found.releaseAbove(pieces[piece].window.row)) {
-            return failure;
+        if (auto done = found.releaseAbove(pieces[piece].window.row); !done) {
+            return failed(done);
         }
         auto read = anomaliesOf(piece);
-        if (auto* failure = std::get_if<Failure>(&read)) {
-            return *failure;
+        if (!read) {
+            return failed(read);
         }
-        for (Anomaly& anomaly : std::get<std::vector<Anomaly>>(read)) {
+        for (Anomaly& anomaly : *read) {
             found.add(std::move(anomaly));
         }
     }
@@ -191,7 +191,7 @@ RunReport reportOfAll(const std::vector<Piece>& pieces) {
 
 } // namespace
 
-Failure nothingCompared(const PieceFrame& frame) {
+Unexpected nothingCompared(const PieceFrame& frame) {
     return nothingInWindow(failureOf(frame.newRaster, "与旧期 " + frame.oldRaster + " 没有同时有效的像元"));
 }
 
@@ -207,35 +207,33 @@ RunReport reportOf(const Piece& piece) {
     return report;
 }
 
-std::variant<RunReport, Failure> mergePieces(const std::vector<Piece>& pieces,
-                                             const AnomaliesOfPiece& anomaliesOf, AnomalyReceiver& receiver) {
+Result<RunReport> mergePieces(const std::vector<Piece>& pieces, const AnomaliesOfPiece& anomaliesOf,
+                              AnomalyReceiver& receiver) {
     if (pieces.empty()) {
-        return Failure{"没有可合并的窗口"};
+        return Unexpected(Failure{"没有可合并的窗口"});
     }
-    if (auto failure = checkFrames(pieces)) {
-        return *failure;
-    }
-    if (auto failure = checkWindows(pieces)) {
-        return *failure;
+    const auto checked = checkFrames(pieces).and_then([&pieces] { return checkWindows(pieces); });
+    if (!checked) {
+        return failed(checked);
     }
     RunReport report = reportOfAll(pieces);
     const PieceFrame& frame = pieces.front().frame;
     if (report.cells == 0) {
         return nothingCompared(frame);
     }
-    if (auto failure = receiver.begin(frame.srsWkt)) {
-        return *failure;
+    if (auto done = receiver.begin(frame.srsWkt); !done) {
+        return failed(done);
     }
     AnomalyOrder found(receiver);
     add(stitch(pieces, found), report.rejections);
-    if (auto failure = gather(pieces, anomaliesOf, found)) {
-        return *failure;
+    if (auto done = gather(pieces, anomaliesOf, found); !done) {
+        return failed(done);
     }
     report.found = found.released();
     return report;
 }
 
-std::variant<Result, Failure> mergePieces(std::vector<Piece> pieces) {
+Result<Changes> mergePieces(std::vector<Piece> pieces) {
     KeptAnomalies kept;
     const auto anomaliesOf = [&pieces](std::size_t piece) { return std::move(pieces[piece].anomalies); };
     return kept.resultOf(mergePieces(pieces, anomaliesOf, kept));

@@ -35,30 +35,29 @@ struct Piece {
 
 /// Looks at one window (cells of the old raster) of a pair. The co-registration is that of the whole pair, so
 /// every piece finds the same one. A window without cells in common gives a piece without anomalies.
-std::variant<Piece, Failure> detectPiece(const Request& request, const CellWindow& window,
-                                         AnomalyReceiver& receiver, const Progress& progress = {});
+Result<Piece> detectPiece(const Request& request, const CellWindow& window, AnomalyReceiver& receiver,
+                          const Progress& progress = {});
 
 /// The same, the anomalies in the piece.
-std::variant<Piece, Failure> detectPiece(const Request& request, const CellWindow& window,
-                                         const Progress& progress = {});
+Result<Piece> detectPiece(const Request& request, const CellWindow& window, const Progress& progress = {});
 
 /// What one piece alone tells; for a summary.
 RunReport reportOf(const Piece& piece);
 
 /// No cell was valid in both rasters.
-Failure nothingCompared(const PieceFrame& frame);
+Unexpected nothingCompared(const PieceFrame& frame);
 
 /// Reads the anomalies of a piece, given by its index among the pieces.
-using AnomaliesOfPiece = std::function<std::variant<std::vector<Anomaly>, Failure>(std::size_t piece)>;
+using AnomaliesOfPiece = std::function<Result<std::vector<Anomaly>>(std::size_t piece)>;
 
 /// Puts pieces together: exactly what detectChanges gives for the whole pair, but for the time it took.
 /// `pieces` bring everything but their anomalies; those are asked for when their turn comes, so that only the
 /// pieces beside each other are in memory at once. Fails for pieces of different comparisons, for such that
 /// overlap, and where pieces are missing.
-std::variant<RunReport, Failure> mergePieces(const std::vector<Piece>& pieces,
-                                             const AnomaliesOfPiece& anomaliesOf, AnomalyReceiver& receiver);
+Result<RunReport> mergePieces(const std::vector<Piece>& pieces, const AnomaliesOfPiece& anomaliesOf,
+                              AnomalyReceiver& receiver);
 
 /// The same with pieces in memory.
-std::variant<Result, Failure> mergePieces(std::vector<Piece> pieces);
+Result<Changes> mergePieces(std::vector<Piece> pieces);
 
 } // namespace detect

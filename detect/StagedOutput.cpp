@@ -21,7 +21,7 @@ std::string hiddenName() {
 
 } // namespace
 
-std::variant<StagedOutput, Failure> StagedOutput::beside(const std::string& target) {
+Result<StagedOutput> StagedOutput::beside(const std::string& target) {
     const fs::path path = fs::u8path(target);
     const fs::path parent = path.has_parent_path() ? path.parent_path() : fs::path(".");
     std::error_code error;
@@ -57,7 +57,7 @@ std::string StagedOutput::path() const {
     return (m_folder / fs::u8path(m_target).filename()).u8string();
 }
 
-std::optional<Failure> StagedOutput::commit() {
+Status StagedOutput::commit() {
     std::error_code error;
     std::vector<fs::path> sidecars;
     for (const fs::directory_entry& entry : fs::directory_iterator(m_folder, error)) {
@@ -69,20 +69,20 @@ std::optional<Failure> StagedOutput::commit() {
         return failureOf(m_target, "写入失败", error.message());
     }
     for (const fs::path& sidecar : sidecars) {
-        if (auto failure = moveOut(sidecar)) {
-            return failure;
+        if (auto done = moveOut(sidecar); !done) {
+            return failed(done);
         }
     }
     return moveOut(fs::u8path(path()));
 }
 
-std::optional<Failure> StagedOutput::moveOut(const fs::path& file) const {
+Status StagedOutput::moveOut(const fs::path& file) const {
     std::error_code error;
     fs::rename(file, m_folder.parent_path() / file.filename(), error);
     if (error) {
         return failureOf(m_target, "写入失败", error.message());
     }
-    return std::nullopt;
+    return {};
 }
 
 } // namespace detect

@@ -3,9 +3,7 @@
 #include "detect/Detection.h"
 
 #include <filesystem>
-#include <optional>
 #include <string>
-#include <variant>
 
 namespace detect {
 
@@ -15,7 +13,7 @@ namespace detect {
 class StagedOutput {
 public:
     /// Fails when the target's folder is missing or cannot be written, and when the target is a folder.
-    static std::variant<StagedOutput, Failure> beside(const std::string& target);
+    static Result<StagedOutput> beside(const std::string& target);
 
     StagedOutput(StagedOutput&& other) noexcept;
     StagedOutput& operator=(StagedOutput&& other) = delete;
@@ -25,12 +23,12 @@ public:
     /// Where to write instead of the target, UTF-8.
     std::string path() const;
     /// Moves all files of the folder to the target's folder, the target itself last.
-    std::optional<Failure> commit();
+    Status commit();
 
 private:
     StagedOutput(std::string target, std::filesystem::path folder)
         : m_target(std::move(target)), m_folder(std::move(folder)) {}
-    std::optional<Failure> moveOut(const std::filesystem::path& file) const;
+    Status moveOut(const std::filesystem::path& file) const;
 
     std::string m_target;
     std::filesystem::path m_folder;

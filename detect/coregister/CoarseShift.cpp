@@ -33,20 +33,20 @@ CellWindow grown(const CellWindow& window) {
 /// Heights of the old epoch at some points, and the new epoch's around them.
 class Neighbourhood {
 public:
-    static std::variant<Neighbourhood, Failure> read(const PairLayout& layout, const Patch& patch,
-                                                     const HeightCorrection& correction) {
+    static Result<Neighbourhood> read(const PairLayout& layout, const Patch& patch,
+                                      const HeightCorrection& correction) {
         // Opened for each: of a striped raster a narrow window caches whole strips, which go with the reader.
         auto opened = PairReader::open(layout);
-        if (auto* failure = std::get_if<Failure>(&opened)) {
-            return *failure;
+        if (!opened) {
+            return failed(opened);
         }
-        auto& reader = std::get<PairReader>(opened);
+        auto& reader = *opened;
         Neighbourhood made;
         made.m_points = middleOf(patch.window);
         made.m_window = intersect(grown(made.m_points), layout.overlap);
         made.m_new.resize(static_cast<std::size_t>(made.m_window.cells()));
-        if (auto failure = reader.readNew(made.m_window, {}, made.m_new.data())) {
-            return *failure;
+        if (auto done = reader.readNew(made.m_window, {}, made.m_new.data()); !done) {
+            return failed(done);
         }
         correction.addTo(made.m_window, made.m_new.data());
         made.m_patch = &patch;
@@ -183,16 +183,16 @@ private:
 
 } // namespace
 
-std::variant<CellShift, Failure> findCoarseShift(const PairLayout& layout, const std::vector<Patch>& patches,
-                                                 const HeightCorrection& correction) {
+Result<CellShift> findCoarseShift(const PairLayout& layout, const std::vector<Patch>& patches,
+                                  const HeightCorrection& correction) {
     std::vector<Neighbourhood> places;
     const std::size_t every = std::max<std::size_t>(1, patches.size() / kMostPatches);
     for (std::size_t i = 0; i < patches.size(); i += every) {
         auto place = Neighbourhood::read(layout, patches[i], correction);
-        if (auto* failure = std::get_if<Failure>(&place)) {
-            return *failure;
+        if (!place) {
+            return failed(place);
         }
-        places.push_back(std::get<Neighbourhood>(std::move(place)));
+        places.push_back(std::move(*place));
     }
     return Trials(std::move(places)).best();
 }

@@ -20,7 +20,7 @@ struct CellShift {
 /// nearer one or none. A linear fit on slopes
 /// (Nuth & Kääb 2011) only sees the slope that it stands on, and finds a way home from there. `correction` is
 /// added to the new heights, so that a tilt between the epochs does not drown the relief.
-std::variant<CellShift, Failure> findCoarseShift(const PairLayout& layout, const std::vector<Patch>& patches,
-                                                 const HeightCorrection& correction);
+Result<CellShift> findCoarseShift(const PairLayout& layout, const std::vector<Patch>& patches,
+                                  const HeightCorrection& correction);
 
 } // namespace detect

@@ -88,19 +88,19 @@ public:
         : m_layout(layout), m_sample(sample), m_threads(threads), m_tilt(tilt), m_progress(progress),
           m_frame(layout.oldRaster.grid) {}
 
-    std::optional<Failure> improve(Coregistration& found) {
+    Status improve(Coregistration& found) {
         if (m_tilt) {
-            if (auto failure = level(found)) {
-                return failure;
+            if (auto done = level(found); !done) {
+                return failed(done);
             }
         }
         Coregistration shifted = found;
         auto outcome = findShift(shifted);
-        if (auto* failure = std::get_if<Failure>(&outcome)) {
-            return *failure;
+        if (!outcome) {
+            return failed(outcome);
         }
         found.iterations = shifted.iterations;
-        found.refusal = std::get<Refusal>(outcome).reason;
+        found.refusal = outcome->reason;
         if (found.refusal.empty() && cellsOf(shifted) >= kSmallestShiftCells) {
             if (shifted.nmadAfterMetres > kWorseScatter * found.nmadAfterMetres) {
                 found.refusal = kNoBetter;
@@ -108,32 +108,32 @@ public:
                 found = shifted;
             }
         }
-        return std::nullopt;
+        return {};
     }
 
 private:
     /// Bias and tilt without a shift; leaves the bias alone where the cells span no plane.
-    std::optional<Failure> level(Coregistration& found) const {
+    Status level(Coregistration& found) const {
         auto read = readAt(found);
-        if (auto* failure = std::get_if<Failure>(&read)) {
-            return *failure;
+        if (!read) {
+            return failed(read);
         }
-        const auto& equations = std::get<EquationSet>(read);
+        const auto& equations = *read;
         if (!spansEnough(equations)) {
-            return std::nullopt;
+            return {};
         }
         if (const auto fit = fitRobustly(equations, FitTerms::Tilt, m_frame.cellMetres())) {
             finish(equations, fit->adjustment, found);
         }
-        return std::nullopt;
+        return {};
     }
 
-    std::variant<Refusal, Failure> findShift(Coregistration& found) {
+    Result<Refusal> findShift(Coregistration& found) {
         auto coarse = findCoarseShift(m_layout, m_sample.patches, correctionOf(found));
-        if (auto* failure = std::get_if<Failure>(&coarse)) {
-            return *failure;
+        if (!coarse) {
+            return failed(coarse);
         }
-        const CellShift cells = std::get<CellShift>(coarse);
+        const CellShift cells = *coarse;
         const Shift start = m_frame.toMetres({double(cells.columns), double(cells.rows)});
         found.dxMetres = start.eastMetres;
         found.dyMetres = start.northMetres;
@@ -142,14 +142,14 @@ private:
         }
         while (found.iterations < kMostIterations) {
             if (m_progress && !m_progress(static_cast<double>(found.iterations) / kMostIterations)) {
-                return Failure{"已取消", true};
+                return cancelled();
             }
             ++found.iterations;
             auto read = readAt(found);
-            if (auto* failure = std::get_if<Failure>(&read)) {
-                return *failure;
+            if (!read) {
+                return failed(read);
             }
-            const auto& equations = std::get<EquationSet>(read);
+            const auto& equations = *read;
             if (!spansEnough(equations)) {
                 return Refusal{kTooFewCells};
             }
@@ -169,7 +169,7 @@ private:
         return Refusal{kNotSettled};
     }
 
-    std::variant<EquationSet, Failure> readAt(const Coregistration& found) const {
+    Result<EquationSet> readAt(const Coregistration& found) const {
         return readEquations(m_layout, m_sample.patches, {found.dxMetres, found.dyMetres},
                              correctionOf(found), m_threads);
     }
@@ -243,8 +243,8 @@ private:
 
 } // namespace
 
-std::variant<Coregistration, Failure> coregister(const PairLayout& layout, CoregistrationMethod method,
-                                                 int threads, const Progress& progress, bool tilt) {
+Result<Coregistration> coregister(const PairLayout& layout, CoregistrationMethod method, int threads,
+                                  const Progress& progress, bool tilt) {
     const bool full = method == CoregistrationMethod::Full;
     const double samplingShare = full ? 0.2 : 1.0;
     const auto part = [&](double from, double share) -> Progress {
@@ -254,10 +254,10 @@ std::variant<Coregistration, Failure> coregister(const PairLayout& layout, Coreg
         return [&progress, from, share](double done) { return progress(from + share * done); };
     };
     auto taken = takeSample(layout, full, threads, part(0.0, samplingShare));
-    if (auto* failure = std::get_if<Failure>(&taken)) {
-        return *failure;
+    if (!taken) {
+        return failed(taken);
     }
-    const StableSample& sample = std::get<StableSample>(taken);
+    const StableSample& sample = *taken;
 
     const RobustCentre level = robustCentre(sample.dz);
     Coregistration found;
@@ -274,8 +274,8 @@ std::variant<Coregistration, Failure> coregister(const PairLayout& layout, Coreg
         return found;
     }
     const Progress searching = part(samplingShare, 1.0 - samplingShare);
-    if (auto failure = FullSearch(layout, sample, threads, tilt, searching).improve(found)) {
-        return *failure;
+    if (auto done = FullSearch(layout, sample, threads, tilt, searching).improve(found); !done) {
+        return failed(done);
     }
     return found;
 }

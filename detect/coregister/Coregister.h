@@ -19,7 +19,7 @@ namespace detect {
 /// where the slopes that both epochs share are too weak to tell it to a tenth of a cell, where the search
 /// runs out of its range or does not settle, and where moving the epoch leaves no smaller scatter. Method
 /// None measures the scatter only.
-std::variant<Coregistration, Failure> coregister(const PairLayout& layout, CoregistrationMethod method,
-                                                 int threads, const Progress& progress, bool tilt = false);
+Result<Coregistration> coregister(const PairLayout& layout, CoregistrationMethod method, int threads,
+                                  const Progress& progress, bool tilt = false);
 
 } // namespace detect

@@ -35,11 +35,11 @@ public:
           m_slopeFrame(layout.oldRaster.grid), m_patches(&patches), m_shift(shift), m_correction(correction),
           m_columnStep(columnStep(patches)) {}
 
-    std::variant<EquationSet, Failure> operator()(int index) {
+    Result<EquationSet> operator()(int index) {
         const Patch& patch = (*m_patches)[static_cast<std::size_t>(index)];
         m_new.resize(patch.oldHeights.size());
-        if (auto failure = m_reader.readNew(patch.window, m_shift, m_new.data())) {
-            return *failure;
+        if (auto done = m_reader.readNew(patch.window, m_shift, m_new.data()); !done) {
+            return failed(done);
         }
         m_correction.addTo(patch.window, m_new.data());
         EquationSet made;
@@ -100,28 +100,25 @@ private:
 
 } // namespace
 
-std::variant<EquationSet, Failure> readEquations(const PairLayout& layout, const std::vector<Patch>& patches,
-                                                 const Shift& shift, const HeightCorrection& correction,
-                                                 int threads) {
+Result<EquationSet> readEquations(const PairLayout& layout, const std::vector<Patch>& patches,
+                                  const Shift& shift, const HeightCorrection& correction, int threads) {
     EquationSet all;
     all.cells.reserve(cellsOf(patches) / static_cast<std::size_t>(columnStep(patches)));
-    const auto makeWorker = [&]() -> std::variant<PatchReader, Failure> {
-        auto reader = PairReader::open(layout);
-        if (auto* failure = std::get_if<Failure>(&reader)) {
-            return *failure;
-        }
-        return PatchReader(std::get<PairReader>(std::move(reader)), layout, patches, shift, correction);
+    const auto makeWorker = [&] {
+        return PairReader::open(layout).map([&](PairReader&& reader) {
+            return PatchReader(std::move(reader), layout, patches, shift, correction);
+        });
     };
-    const auto collect = [&](const EquationSet& part) -> std::optional<Failure> {
+    const auto collect = [&](const EquationSet& part) -> Status {
         for (const std::size_t end : part.blockEnds) {
             all.blockEnds.push_back(all.cells.size() + end);
         }
         all.cells.insert(all.cells.end(), part.cells.begin(), part.cells.end());
-        return std::nullopt;
+        return {};
     };
-    if (auto failure =
-            workInOrder<EquationSet>(static_cast<int>(patches.size()), threads, makeWorker, collect)) {
-        return *failure;
+    if (auto done = workInOrder<EquationSet>(static_cast<int>(patches.size()), threads, makeWorker, collect);
+        !done) {
+        return failed(done);
     }
     return all;
 }

@@ -28,8 +28,7 @@ struct EquationSet {
 
 /// Samples the new epoch at the patches, moved by the shift and its heights corrected. Of large samples every
 /// second or third cell of a row is taken.
-std::variant<EquationSet, Failure> readEquations(const PairLayout& layout, const std::vector<Patch>& patches,
-                                                 const Shift& shift, const HeightCorrection& correction,
-                                                 int threads);
+Result<EquationSet> readEquations(const PairLayout& layout, const std::vector<Patch>& patches,
+                                  const Shift& shift, const HeightCorrection& correction, int threads);
 
 } // namespace detect

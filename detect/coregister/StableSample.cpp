@@ -72,7 +72,7 @@ public:
         m_slopeStride = static_cast<int>(std::max<std::int64_t>(1, sampled / kWantedSlopedCells));
     }
 
-    std::variant<PatchHeights, Failure> operator()(int index) {
+    Result<PatchHeights> operator()(int index) {
         PatchHeights heights;
         heights.patch.window = m_order->at(m_first + index);
         if (m_reader.isEmpty(heights.patch.window)) {
@@ -82,11 +82,11 @@ public:
         std::vector<float>& old = heights.patch.oldHeights;
         old.resize(cells);
         m_new.resize(cells);
-        if (auto failure = m_reader.readOld(heights.patch.window, old.data())) {
-            return *failure;
+        if (auto done = m_reader.readOld(heights.patch.window, old.data()); !done) {
+            return failed(done);
         }
-        if (auto failure = m_reader.readNew(heights.patch.window, {}, m_new.data())) {
-            return *failure;
+        if (auto done = m_reader.readNew(heights.patch.window, {}, m_new.data()); !done) {
+            return failed(done);
         }
         for (std::size_t i = 0; i < cells; ++i) {
             heights.oldValid += std::isnan(old[i]) ? 0 : 1;
@@ -155,8 +155,8 @@ private:
 
 } // namespace
 
-std::variant<StableSample, Failure> takeSample(const PairLayout& layout, bool keepPatches, int threads,
-                                               const Progress& progress) {
+Result<StableSample> takeSample(const PairLayout& layout, bool keepPatches, int threads,
+                                const Progress& progress) {
     const PatchOrder order(layout);
     StableSample sample;
     std::int64_t oldValid = 0;
@@ -167,14 +167,11 @@ std::variant<StableSample, Failure> takeSample(const PairLayout& layout, bool ke
     while (taken < order.count() && static_cast<std::int64_t>(sample.dz.size()) < kEnoughValidCells) {
         batch = std::min(batch, order.count() - taken);
         std::int64_t done = 0;
-        const auto makeWorker = [&]() -> std::variant<PatchWorker, Failure> {
-            auto reader = PairReader::open(layout);
-            if (auto* failure = std::get_if<Failure>(&reader)) {
-                return *failure;
-            }
-            return PatchWorker(std::get<PairReader>(std::move(reader)), layout, order, taken);
+        const auto makeWorker = [&] {
+            return PairReader::open(layout).map(
+                [&](PairReader&& reader) { return PatchWorker(std::move(reader), layout, order, taken); });
         };
-        const auto collect = [&](PatchHeights heights) -> std::optional<Failure> {
+        const auto collect = [&](PatchHeights heights) -> Status {
             oldValid += heights.oldValid;
             newValid += heights.newValid;
             if (keepPatches && !heights.dz.empty()) {
@@ -185,12 +182,13 @@ std::variant<StableSample, Failure> takeSample(const PairLayout& layout, bool ke
             sample.blockMeans.insert(sample.blockMeans.end(), heights.blockMeans.begin(),
                                      heights.blockMeans.end());
             if (progress && !progress(static_cast<double>(++done) / static_cast<double>(batch))) {
-                return Failure{"已取消", true};
+                return cancelled();
             }
-            return std::nullopt;
+            return {};
         };
-        if (auto failure = workInOrder<PatchHeights>(static_cast<int>(batch), threads, makeWorker, collect)) {
-            return *failure;
+        if (auto read = workInOrder<PatchHeights>(static_cast<int>(batch), threads, makeWorker, collect);
+            !read) {
+            return failed(read);
         }
         taken += batch;
         batch *= 2;

@@ -34,7 +34,7 @@ struct StableSample {
 /// and `layout.overlap` only, not on the number of threads. When little of the overlap holds heights, more of
 /// it is read, all of it if need be; fails when there are none, naming the raster without heights.
 /// `keepPatches` false leaves the patches out.
-std::variant<StableSample, Failure> takeSample(const PairLayout& layout, bool keepPatches, int threads,
-                                               const Progress& progress);
+Result<StableSample> takeSample(const PairLayout& layout, bool keepPatches, int threads,
+                                const Progress& progress);
 
 } // namespace detect

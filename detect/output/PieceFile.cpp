@@ -170,28 +170,27 @@ GDALDatasetUniquePtr openPiece(const std::string& path) {
 
 bool holds(const std::string& path, const Piece& piece) {
     const auto read = readPieceSeams(path);
-    const auto* found = std::get_if<Piece>(&read);
     const auto file = openPiece(path);
     OGRLayer* anomalies = file ? file->GetLayerByName("anomalies") : nullptr;
-    return found && found->seamRuns.runs.size() == piece.seamRuns.runs.size() && anomalies &&
+    return read && read->seamRuns.runs.size() == piece.seamRuns.runs.size() && anomalies &&
            countReadable(*anomalies) == piece.found;
 }
 
 } // namespace
 
-std::optional<Failure> PieceFile::begin(const std::string& srsWkt) {
-    if (auto failure = m_file.create("GPKG")) {
-        return failure;
+Status PieceFile::begin(const std::string& srsWkt) {
+    if (auto done = m_file.create("GPKG"); !done) {
+        return failed(done);
     }
     const GdalErrors errors;
     m_layer = createAnomalyLayer(m_file.dataset(), srsWkt);
     if (!m_layer || errors.any()) {
-        return m_file.failed(errors.first());
+        return m_file.writeFailure(errors.first());
     }
-    return std::nullopt;
+    return {};
 }
 
-std::optional<Failure> PieceFile::take(Anomaly anomaly) {
+Status PieceFile::take(Anomaly anomaly) {
     const GdalErrors errors;
     const auto feature = featureOf(*m_layer, anomaly, {});
     feature->SetField("first_row", anomaly.first.row);
@@ -199,21 +198,21 @@ std::optional<Failure> PieceFile::take(Anomaly anomaly) {
     feature->SetField("x", anomaly.centroid.x);
     feature->SetField("y", anomaly.centroid.y);
     if (m_layer->CreateFeature(feature.get()) != OGRERR_NONE || errors.any()) {
-        return m_file.failed(errors.first());
+        return m_file.writeFailure(errors.first());
     }
-    return std::nullopt;
+    return {};
 }
 
-std::optional<Failure> PieceFile::commit(const Piece& piece) {
+Status PieceFile::commit(const Piece& piece) {
     const GdalErrors errors;
     if (!writeSeamRuns(m_file.dataset(), piece.seamRuns) || !writeDescription(m_file.dataset(), piece) ||
         errors.any()) {
-        return m_file.failed(errors.first());
+        return m_file.writeFailure(errors.first());
     }
     return m_file.commit([&piece](const std::string& path) { return holds(path, piece); });
 }
 
-std::variant<Piece, Failure> readPieceSeams(const std::string& path) {
+Result<Piece> readPieceSeams(const std::string& path) {
     GDALAllRegister();
     GdalErrors errors;
     const auto file = openPiece(path);
@@ -230,7 +229,7 @@ std::variant<Piece, Failure> readPieceSeams(const std::string& path) {
     return piece;
 }
 
-std::variant<std::vector<Anomaly>, Failure> readPieceAnomalies(const std::string& path) {
+Result<std::vector<Anomaly>> readPieceAnomalies(const std::string& path) {
     GDALAllRegister();
     GdalErrors errors;
     const auto file = openPiece(path);

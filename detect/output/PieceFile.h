@@ -3,7 +3,6 @@
 #include "detect/Piece.h"
 #include "detect/output/StagedVectorFile.h"
 
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,10 +18,10 @@ class PieceFile : public AnomalyReceiver {
 public:
     explicit PieceFile(std::string path) : m_file(std::move(path)) {}
 
-    std::optional<Failure> begin(const std::string& srsWkt) override;
-    std::optional<Failure> take(Anomaly anomaly) override;
+    Status begin(const std::string& srsWkt) override;
+    Status take(Anomaly anomaly) override;
     /// `piece`: all besides the anomalies taken.
-    std::optional<Failure> commit(const Piece& piece);
+    Status commit(const Piece& piece);
 
 private:
     StagedVectorFile m_file;
@@ -31,8 +30,8 @@ private:
 
 /// Everything but the anomalies. Fails for a file that cannot be read, and for one that is a finished result
 /// or something else.
-std::variant<Piece, Failure> readPieceSeams(const std::string& path);
+Result<Piece> readPieceSeams(const std::string& path);
 /// The anomalies of such a file.
-std::variant<std::vector<Anomaly>, Failure> readPieceAnomalies(const std::string& path);
+Result<std::vector<Anomaly>> readPieceAnomalies(const std::string& path);
 
 } // namespace detect

@@ -40,13 +40,13 @@ bool isResultPath(const std::string& path) {
     return formatOf(path) != nullptr;
 }
 
-std::optional<Failure> ResultFile::begin(const std::string& srsWkt) {
+Status ResultFile::begin(const std::string& srsWkt) {
     const Format* format = formatOf(m_path);
     if (!format) {
         return failureOf(m_path, "结果文件的扩展名必须是 .gpkg、.geojson 或 .shp");
     }
-    if (auto failure = m_file.create(format->driver)) {
-        return failure;
+    if (auto done = m_file.create(format->driver); !done) {
+        return failed(done);
     }
     const GdalErrors errors;
     OGRSpatialReference srs;
@@ -55,9 +55,9 @@ std::optional<Failure> ResultFile::begin(const std::string& srsWkt) {
         return failureOf(m_path, "坐标参考系统无效", errors.first());
     }
     if (!createLayer(format->driver, srs) || errors.any()) {
-        return m_file.failed(errors.first());
+        return m_file.writeFailure(errors.first());
     }
-    return std::nullopt;
+    return {};
 }
 
 bool ResultFile::createLayer(const std::string& driver, OGRSpatialReference& srs) {
@@ -74,29 +74,30 @@ bool ResultFile::createLayer(const std::string& driver, OGRSpatialReference& srs
     return m_layer && createAnomalyFields(*m_layer, isShapefile);
 }
 
-std::optional<Failure> ResultFile::write(const Anomaly& anomaly, const std::string& attribute) {
+Status ResultFile::write(const Anomaly& anomaly, const std::string& attribute) {
     const GdalErrors errors;
     const auto feature = featureOf(*m_layer, anomaly, attribute);
     if (m_layer->CreateFeature(feature.get()) != OGRERR_NONE || errors.any()) {
-        return m_file.failed(errors.first());
+        return m_file.writeFailure(errors.first());
     }
     ++m_written;
-    return std::nullopt;
+    return {};
 }
 
-std::optional<Failure> ResultFile::commit() {
+Status ResultFile::commit() {
     return m_file.commit([this](const std::string& path) { return holds(path, m_written); });
 }
 
-std::optional<Failure> writeAnomalies(const std::vector<Anomaly>& anomalies, const std::string& srsWkt,
-                                      const std::string& path, const std::vector<std::string>& attributes) {
+Status writeAnomalies(const std::vector<Anomaly>& anomalies, const std::string& srsWkt,
+                      const std::string& path, const std::vector<std::string>& attributes) {
     ResultFile file(path);
-    if (auto failure = file.begin(srsWkt)) {
-        return failure;
+    if (auto done = file.begin(srsWkt); !done) {
+        return failed(done);
     }
     for (std::size_t i = 0; i < anomalies.size(); ++i) {
-        if (auto failure = file.write(anomalies[i], i < attributes.size() ? attributes[i] : std::string())) {
-            return failure;
+        if (auto done = file.write(anomalies[i], i < attributes.size() ? attributes[i] : std::string());
+            !done) {
+            return failed(done);
         }
     }
     return file.commit();

@@ -3,7 +3,6 @@
 #include "detect/Detection.h"
 #include "detect/output/StagedVectorFile.h"
 
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -23,11 +22,11 @@ class ResultFile : public AnomalyReceiver {
 public:
     explicit ResultFile(std::string path) : m_path(std::move(path)), m_file(m_path) {}
 
-    std::optional<Failure> begin(const std::string& srsWkt) override;
-    std::optional<Failure> take(Anomaly anomaly) override { return write(anomaly, {}); }
+    Status begin(const std::string& srsWkt) override;
+    Status take(Anomaly anomaly) override { return write(anomaly, {}); }
     /// `attribute`: the inspector's class.
-    std::optional<Failure> write(const Anomaly& anomaly, const std::string& attribute);
-    std::optional<Failure> commit();
+    Status write(const Anomaly& anomaly, const std::string& attribute);
+    Status commit();
 
 private:
     bool createLayer(const std::string& driver, OGRSpatialReference& srs);
@@ -40,8 +39,7 @@ private:
 
 /// A result file of anomalies in memory. `attributes` are the inspector's classes in the order of the
 /// anomalies; missing ones stay empty.
-std::optional<Failure> writeAnomalies(const std::vector<Anomaly>& anomalies, const std::string& srsWkt,
-                                      const std::string& path,
-                                      const std::vector<std::string>& attributes = {});
+Status writeAnomalies(const std::vector<Anomaly>& anomalies, const std::string& srsWkt,
+                      const std::string& path, const std::vector<std::string>& attributes = {});
 
 } // namespace detect

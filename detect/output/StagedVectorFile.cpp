@@ -9,13 +9,13 @@ StagedVectorFile::~StagedVectorFile() {
     m_dataset.reset();
 }
 
-std::optional<Failure> StagedVectorFile::create(const char* driver) {
+Status StagedVectorFile::create(const char* driver) {
     GDALAllRegister();
     auto staged = StagedOutput::beside(m_target);
-    if (auto* failure = std::get_if<Failure>(&staged)) {
-        return *failure;
+    if (!staged) {
+        return failed(staged);
     }
-    m_output.emplace(std::get<StagedOutput>(std::move(staged)));
+    m_output.emplace(std::move(*staged));
     const GdalErrors errors;
     if (GDALDriver* format = GetGDALDriverManager()->GetDriverByName(driver)) {
         m_dataset.reset(format->Create(path().c_str(), 0, 0, 0, GDT_Unknown, nullptr));
@@ -23,22 +23,22 @@ std::optional<Failure> StagedVectorFile::create(const char* driver) {
     m_inTransaction = m_dataset && m_dataset->TestCapability(ODsCTransactions) != 0;
     const bool begun = m_dataset && (!m_inTransaction || m_dataset->StartTransaction() == OGRERR_NONE);
     if (!begun || errors.any()) {
-        return failed(errors.first());
+        return writeFailure(errors.first());
     }
-    return std::nullopt;
+    return {};
 }
 
-std::optional<Failure> StagedVectorFile::commit(const std::function<bool(const std::string& path)>& isWhole) {
+Status StagedVectorFile::commit(const std::function<bool(const std::string& path)>& isWhole) {
     const GdalErrors errors;
     const bool written = !m_inTransaction || m_dataset->CommitTransaction() == OGRERR_NONE;
     m_dataset.reset();
     if (!written || errors.any() || !isWhole(path())) {
-        return failed(errors.first());
+        return writeFailure(errors.first());
     }
     return m_output->commit();
 }
 
-Failure StagedVectorFile::failed(const std::string& gdalWords) const {
+Unexpected StagedVectorFile::writeFailure(const std::string& gdalWords) const {
     return failureOf(m_target, gdalWords.empty() ? "写入失败，磁盘可能已满" : "写入失败", gdalWords);
 }
 

@@ -21,17 +21,17 @@ public:
     ~StagedVectorFile();
 
     /// Creates the empty file; `driver` is GDAL's name of the format.
-    std::optional<Failure> create(const char* driver);
+    Status create(const char* driver);
     /// Only after create().
     GDALDataset& dataset() { return *m_dataset; }
     /// Where the file is written meanwhile, UTF-8.
     std::string path() const { return m_output->path(); }
     /// Closes the file and moves it to its place, if `isWhole` finds in the closed file all that was written:
     /// closing does not report every failed write.
-    std::optional<Failure> commit(const std::function<bool(const std::string& path)>& isWhole);
+    Status commit(const std::function<bool(const std::string& path)>& isWhole);
 
     /// What went wrong with the target, in GDAL's words where there are any.
-    Failure failed(const std::string& gdalWords) const;
+    Unexpected writeFailure(const std::string& gdalWords) const;
 
 private:
     std::string m_target;

@@ -48,13 +48,12 @@ std::string summaryText(const RunReport& report, const Parameters& parameters) {
 
 } // namespace
 
-std::optional<Failure> writeSummary(const RunReport& report, const Parameters& parameters,
-                                    const std::string& path) {
+Status writeSummary(const RunReport& report, const Parameters& parameters, const std::string& path) {
     auto staged = StagedOutput::beside(path);
-    if (auto* failure = std::get_if<Failure>(&staged)) {
-        return *failure;
+    if (!staged) {
+        return failed(staged);
     }
-    StagedOutput& output = std::get<StagedOutput>(staged);
+    StagedOutput& output = *staged;
     std::ofstream file(std::filesystem::u8path(output.path()), std::ios::binary);
     file << summaryText(report, parameters);
     file.close();

@@ -2,7 +2,6 @@
 
 #include "detect/Detection.h"
 
-#include <optional>
 #include <string>
 
 namespace detect {
@@ -12,7 +11,6 @@ namespace detect {
 /// on, rejected) and `coregistration` (method, dx_m, dy_m, dz_m, tilt_east, tilt_north, dx_cells, dy_cells,
 /// iterations, nmad_before_m, nmad_after_m, stable_share, sigma_m, sigma_slope_m, correlated_cells, and
 /// refusal when a shift was refused).
-std::optional<Failure> writeSummary(const RunReport& report, const Parameters& parameters,
-                                    const std::string& path);
+Status writeSummary(const RunReport& report, const Parameters& parameters, const std::string& path);
 
 } // namespace detect

@@ -14,20 +14,20 @@ const char* const kWriteFailed = "写入 dZ 栅格失败，磁盘可能已满";
 
 } // namespace
 
-std::variant<DifferenceRaster, Failure> DifferenceRaster::create(const std::string& path, const Grid& grid,
-                                                                 const CellWindow& overlap, int threads) {
+Result<DifferenceRaster> DifferenceRaster::create(const std::string& path, const Grid& grid,
+                                                  const CellWindow& overlap, int threads) {
     auto output = StagedOutput::beside(path);
-    if (auto* failure = std::get_if<Failure>(&output)) {
-        return *failure;
+    if (!output) {
+        return failed(output);
     }
-    DifferenceRaster raster(std::get<StagedOutput>(std::move(output)), overlap);
-    if (auto failure = raster.open(grid, threads)) {
-        return *failure;
+    DifferenceRaster raster(std::move(*output), overlap);
+    if (auto done = raster.open(grid, threads); !done) {
+        return failed(done);
     }
     return raster;
 }
 
-std::optional<Failure> DifferenceRaster::open(const Grid& grid, int threads) {
+Status DifferenceRaster::open(const Grid& grid, int threads) {
     GdalErrors errors;
     CPLStringList options;
     options.SetNameValue("TILED", "YES");
@@ -56,10 +56,10 @@ std::optional<Failure> DifferenceRaster::open(const Grid& grid, int threads) {
     if (errors.any()) {
         return failureOf(m_output.target(), kWriteFailed, errors.first());
     }
-    return std::nullopt;
+    return {};
 }
 
-std::optional<Failure> DifferenceRaster::write(const CellWindow& window, const std::vector<float>& dz) {
+Status DifferenceRaster::write(const CellWindow& window, const std::vector<float>& dz) {
     GdalErrors errors;
     const CPLErr status = m_dataset->GetRasterBand(1)->RasterIO(
         GF_Write, window.column - m_overlap.column, window.row - m_overlap.row, window.columns, window.rows,
@@ -67,10 +67,10 @@ std::optional<Failure> DifferenceRaster::write(const CellWindow& window, const s
     if (status != CE_None || errors.any()) {
         return failureOf(m_output.target(), kWriteFailed, errors.first());
     }
-    return std::nullopt;
+    return {};
 }
 
-std::optional<Failure> DifferenceRaster::commit() {
+Status DifferenceRaster::commit() {
     {
         GdalErrors errors;
         m_dataset->FlushCache(true);
@@ -79,14 +79,14 @@ std::optional<Failure> DifferenceRaster::commit() {
             return failureOf(m_output.target(), kWriteFailed, errors.first());
         }
     }
-    if (auto failure = checkTiles()) {
-        return failure;
+    if (auto done = checkTiles(); !done) {
+        return failed(done);
     }
     return m_output.commit();
 }
 
 /// Closing reports not every error, so the finished file is asked whether all its tiles lie inside it.
-std::optional<Failure> DifferenceRaster::checkTiles() const {
+Status DifferenceRaster::checkTiles() const {
     GdalErrors errors;
     VSIStatBufL status;
     GDALDatasetUniquePtr written(
@@ -109,7 +109,7 @@ std::optional<Failure> DifferenceRaster::checkTiles() const {
             }
         }
     }
-    return std::nullopt;
+    return {};
 }
 
 } // namespace detect

@@ -11,18 +11,18 @@ namespace detect {
 /// rows from the top down. The file appears under its name at commit() only.
 class DifferenceRaster {
 public:
-    static std::variant<DifferenceRaster, Failure> create(const std::string& path, const Grid& grid,
-                                                          const CellWindow& overlap, int threads);
+    static Result<DifferenceRaster> create(const std::string& path, const Grid& grid,
+                                           const CellWindow& overlap, int threads);
 
     /// `dz` holds packed rows for `window`, in cells of the old raster.
-    std::optional<Failure> write(const CellWindow& window, const std::vector<float>& dz);
-    std::optional<Failure> commit();
+    Status write(const CellWindow& window, const std::vector<float>& dz);
+    Status commit();
 
 private:
     DifferenceRaster(StagedOutput output, const CellWindow& overlap)
         : m_output(std::move(output)), m_overlap(overlap) {}
-    std::optional<Failure> open(const Grid& grid, int threads);
-    std::optional<Failure> checkTiles() const;
+    Status open(const Grid& grid, int threads);
+    Status checkTiles() const;
 
     StagedOutput m_output; // before the data set, so that the folder outlives the open file
     CellWindow m_overlap;

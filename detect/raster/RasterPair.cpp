@@ -58,39 +58,36 @@ std::optional<PairLayout::Offset> commonGrid(const Grid& oldGrid, const Grid& ne
 }
 
 /// The part of the old raster that the new one covers.
-std::variant<CellWindow, Failure> overlapOf(const PairLayout& layout) {
+Result<CellWindow> overlapOf(const PairLayout& layout) {
     if (layout.offset) {
         const CellWindow moved{-layout.offset->columns, -layout.offset->rows, layout.newRaster.grid.columns(),
                                layout.newRaster.grid.rows()};
         return intersect(layout.oldRaster.grid.extent(), moved);
     }
-    auto resampler = Resampler::create(layout.oldRaster.grid, layout.newRaster.grid, layout.newRaster.path);
-    if (auto* failure = std::get_if<Failure>(&resampler)) {
-        return *failure;
-    }
-    return std::get<Resampler>(resampler).coverage();
+    return Resampler::create(layout.oldRaster.grid, layout.newRaster.grid, layout.newRaster.path)
+        .map([](const Resampler& resampler) { return resampler.coverage(); });
 }
 
 } // namespace
 
-std::variant<PairLayout, Failure> layOutPair(const Request& request) {
+Result<PairLayout> layOutPair(const Request& request) {
     auto oldSource = RasterSource::open(request.oldRaster);
-    if (auto* failure = std::get_if<Failure>(&oldSource)) {
-        return *failure;
+    if (!oldSource) {
+        return failed(oldSource);
     }
     auto newSource = RasterSource::open(request.newRaster);
-    if (auto* failure = std::get_if<Failure>(&newSource)) {
-        return *failure;
+    if (!newSource) {
+        return failed(newSource);
     }
     PairLayout layout;
-    layout.oldRaster = std::get<RasterSource>(oldSource).facts();
-    layout.newRaster = std::get<RasterSource>(newSource).facts();
+    layout.oldRaster = oldSource->facts();
+    layout.newRaster = newSource->facts();
     layout.offset = commonGrid(layout.oldRaster.grid, layout.newRaster.grid);
     const auto overlap = overlapOf(layout);
-    if (const auto* failure = std::get_if<Failure>(&overlap)) {
-        return *failure;
+    if (!overlap) {
+        return failed(overlap);
     }
-    layout.overlap = std::get<CellWindow>(overlap);
+    layout.overlap = *overlap;
     if (layout.overlap.empty()) {
         return failureOf(request.newRaster, "与旧期 " + request.oldRaster + " 没有重叠区域");
     }
@@ -113,21 +110,20 @@ SharedTiles::SharedTiles(const PairLayout& layout) {
     newTiles = storeFor(layout.newRaster);
 }
 
-std::variant<PairReader, Failure> PairReader::open(const PairLayout& layout, const SharedTiles* tiles) {
+Result<PairReader> PairReader::open(const PairLayout& layout, const SharedTiles* tiles) {
     auto oldSource = RasterSource::openAgain(layout.oldRaster);
-    if (auto* failure = std::get_if<Failure>(&oldSource)) {
-        return *failure;
+    if (!oldSource) {
+        return failed(oldSource);
     }
     auto newSource = RasterSource::openAgain(layout.newRaster);
-    if (auto* failure = std::get_if<Failure>(&newSource)) {
-        return *failure;
+    if (!newSource) {
+        return failed(newSource);
     }
     if (tiles) {
-        std::get<RasterSource>(oldSource).shareTiles(tiles->oldTiles);
-        std::get<RasterSource>(newSource).shareTiles(tiles->newTiles);
+        oldSource->shareTiles(tiles->oldTiles);
+        newSource->shareTiles(tiles->newTiles);
     }
-    return PairReader(layout, std::get<RasterSource>(std::move(oldSource)),
-                      std::get<RasterSource>(std::move(newSource)));
+    return PairReader(layout, std::move(*oldSource), std::move(*newSource));
 }
 
 bool PairReader::isEmpty(const CellWindow& window) {
@@ -141,11 +137,11 @@ bool PairReader::isEmpty(const CellWindow& window) {
                           window.columns, window.rows});
 }
 
-std::optional<Failure> PairReader::readOld(const CellWindow& window, float* heights) {
+Status PairReader::readOld(const CellWindow& window, float* heights) {
     return m_old.read(window, heights, static_cast<std::size_t>(window.columns));
 }
 
-std::optional<Failure> PairReader::readNew(const CellWindow& window, const Shift& shift, float* heights) {
+Status PairReader::readNew(const CellWindow& window, const Shift& shift, float* heights) {
     if (m_layout->offset && shift.none()) {
         const CellWindow moved{window.column + m_layout->offset->columns, window.row + m_layout->offset->rows,
                                window.columns, window.rows};
@@ -154,10 +150,10 @@ std::optional<Failure> PairReader::readNew(const CellWindow& window, const Shift
     if (!m_resampler) {
         auto created =
             Resampler::create(m_layout->oldRaster.grid, m_layout->newRaster.grid, m_layout->newRaster.path);
-        if (auto* failure = std::get_if<Failure>(&created)) {
-            return *failure;
+        if (!created) {
+            return failed(created);
         }
-        m_resampler.emplace(std::get<Resampler>(std::move(created)));
+        m_resampler.emplace(std::move(*created));
     }
     return m_resampler->read(m_new, window, shift, heights);
 }

@@ -20,7 +20,7 @@ struct PairLayout {
 };
 
 /// Fails for rasters that cannot be used and for two that do not meet.
-std::variant<PairLayout, Failure> layOutPair(const Request& request);
+Result<PairLayout> layOutPair(const Request& request);
 
 /// Decoded tiles of both rasters, for all threads that read the pair.
 struct SharedTiles {
@@ -35,15 +35,14 @@ struct SharedTiles {
 class PairReader {
 public:
     /// `layout` must outlive the reader. Without shared tiles every read decodes what it needs.
-    static std::variant<PairReader, Failure> open(const PairLayout& layout,
-                                                  const SharedTiles* tiles = nullptr);
+    static Result<PairReader> open(const PairLayout& layout, const SharedTiles* tiles = nullptr);
 
     /// True when one of the files says that it holds nothing for this window of old cells.
     bool isEmpty(const CellWindow& window);
 
     /// Both fill packed rows for a window of old cells inside the overlap.
-    std::optional<Failure> readOld(const CellWindow& window, float* heights);
-    std::optional<Failure> readNew(const CellWindow& window, const Shift& shift, float* heights);
+    Status readOld(const CellWindow& window, float* heights);
+    Status readNew(const CellWindow& window, const Shift& shift, float* heights);
 
 private:
     PairReader(const PairLayout& layout, RasterSource oldSource, RasterSource newSource)

@@ -59,7 +59,7 @@ void toMetres(float* heights, int count, float noData, float scale, float offset
 
 } // namespace
 
-std::variant<RasterSource, Failure> RasterSource::open(const std::string& path) {
+Result<RasterSource> RasterSource::open(const std::string& path) {
     registerDrivers();
     if (isLocalFile(path) && !exists(path)) {
         return failureOf(path, "文件不存在");
@@ -67,24 +67,24 @@ std::variant<RasterSource, Failure> RasterSource::open(const std::string& path) 
     RasterFacts facts;
     facts.path = path;
     RasterSource source(std::move(facts));
-    if (auto failure = source.openBand()) {
-        return *failure;
+    if (auto done = source.openBand(); !done) {
+        return failed(done);
     }
-    if (auto failure = source.learn()) {
-        return *failure;
+    if (auto done = source.learn(); !done) {
+        return failed(done);
     }
     return source;
 }
 
-std::variant<RasterSource, Failure> RasterSource::openAgain(const RasterFacts& facts) {
+Result<RasterSource> RasterSource::openAgain(const RasterFacts& facts) {
     RasterSource source(facts);
-    if (auto failure = source.openBand()) {
-        return *failure;
+    if (auto done = source.openBand(); !done) {
+        return failed(done);
     }
     return source;
 }
 
-std::optional<Failure> RasterSource::openBand() {
+Status RasterSource::openBand() {
     const GdalErrors errors;
     const std::string& path = m_facts.path;
     m_dataset.reset(
@@ -96,10 +96,10 @@ std::optional<Failure> RasterSource::openBand() {
         return failureOf(path, "没有波段");
     }
     m_band = m_dataset->GetRasterBand(1);
-    return std::nullopt;
+    return {};
 }
 
-std::optional<Failure> RasterSource::learn() {
+Status RasterSource::learn() {
     const GdalErrors quiet;
     const OGRSpatialReference* srs = m_dataset->GetSpatialRef();
     if (!srs || srs->IsEmpty()) {
@@ -126,7 +126,7 @@ std::optional<Failure> RasterSource::learn() {
     m_facts.metresPerUnit = static_cast<float>(m_band->GetScale() * metres);
     m_facts.offsetMetres = static_cast<float>(m_band->GetOffset() * metres);
     m_facts.hasMask = (m_band->GetMaskFlags() & (GMF_PER_DATASET | GMF_ALPHA)) != 0;
-    return std::nullopt;
+    return {};
 }
 
 bool RasterSource::isEmpty(const CellWindow& window) {
@@ -138,7 +138,7 @@ bool RasterSource::isEmpty(const CellWindow& window) {
                                          nullptr) == GDAL_DATA_COVERAGE_STATUS_EMPTY;
 }
 
-std::optional<Failure> RasterSource::read(const CellWindow& window, float* heights, std::size_t stride) {
+Status RasterSource::read(const CellWindow& window, float* heights, std::size_t stride) {
     if (!m_tiles) {
         return decode(window, heights, stride);
     }
@@ -147,7 +147,7 @@ std::optional<Failure> RasterSource::read(const CellWindow& window, float* heigh
     });
 }
 
-std::optional<Failure> RasterSource::decode(const CellWindow& window, float* heights, std::size_t stride) {
+Status RasterSource::decode(const CellWindow& window, float* heights, std::size_t stride) {
     GdalErrors errors;
     const auto lineSpace = static_cast<GSpacing>(stride) * GSpacing{sizeof(float)};
     const CPLErr status =
@@ -165,11 +165,10 @@ std::optional<Failure> RasterSource::decode(const CellWindow& window, float* hei
         }
         hideInvalid(line, window.columns, scaled ? kNoHeight : m_facts.noData);
     }
-    return m_facts.hasMask ? hideMasked(window, heights, stride) : std::nullopt;
+    return m_facts.hasMask ? hideMasked(window, heights, stride) : Status();
 }
 
-std::optional<Failure> RasterSource::hideMasked(const CellWindow& window, float* heights,
-                                                std::size_t stride) {
+Status RasterSource::hideMasked(const CellWindow& window, float* heights, std::size_t stride) {
     GdalErrors errors;
     m_mask.resize(static_cast<std::size_t>(window.cells()));
     const CPLErr status =
@@ -185,7 +184,7 @@ std::optional<Failure> RasterSource::hideMasked(const CellWindow& window, float*
             line[column] = *mask != 0 ? line[column] : kNoHeight;
         }
     }
-    return std::nullopt;
+    return {};
 }
 
 } // namespace detect

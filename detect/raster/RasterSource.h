@@ -6,9 +6,7 @@
 #include <gdal_priv.h>
 
 #include <limits>
-#include <optional>
 #include <string>
-#include <variant>
 #include <vector>
 
 namespace detect {
@@ -32,10 +30,10 @@ struct RasterFacts {
 class RasterSource {
 public:
     /// Fails for a file that is missing or no raster, and for one without reference system or georeference.
-    static std::variant<RasterSource, Failure> open(const std::string& path);
+    static Result<RasterSource> open(const std::string& path);
     /// Opens it once more, for another thread; asks the file for nothing that is known, because reference
     /// systems cost each thread a long look into a database.
-    static std::variant<RasterSource, Failure> openAgain(const RasterFacts& facts);
+    static Result<RasterSource> openAgain(const RasterFacts& facts);
 
     const RasterFacts& facts() const { return m_facts; }
 
@@ -48,14 +46,14 @@ public:
 
     /// Reads a window that lies inside the raster into `heights` (row by row, `window.columns` in each); rows
     /// follow each other at a distance of `stride` cells.
-    std::optional<Failure> read(const CellWindow& window, float* heights, std::size_t stride);
+    Status read(const CellWindow& window, float* heights, std::size_t stride);
 
 private:
     explicit RasterSource(RasterFacts facts) : m_facts(std::move(facts)) {}
-    std::optional<Failure> openBand();
-    std::optional<Failure> learn();
-    std::optional<Failure> decode(const CellWindow& window, float* heights, std::size_t stride);
-    std::optional<Failure> hideMasked(const CellWindow& window, float* heights, std::size_t stride);
+    Status openBand();
+    Status learn();
+    Status decode(const CellWindow& window, float* heights, std::size_t stride);
+    Status hideMasked(const CellWindow& window, float* heights, std::size_t stride);
 
     RasterFacts m_facts;
     GDALDatasetUniquePtr m_dataset;

@@ -68,8 +68,7 @@ bool sameReferenceSystem(const OGRSpatialReference& a, const OGRSpatialReference
     return a.IsSame(&b, asWritten) != 0 || a.IsSame(&b, inMeaning) != 0; // the second looks into the database
 }
 
-std::variant<Resampler, Failure> Resampler::create(const Grid& oldGrid, const Grid& newGrid,
-                                                   const std::string& newPath) {
+Result<Resampler> Resampler::create(const Grid& oldGrid, const Grid& newGrid, const std::string& newPath) {
     Resampler resampler(oldGrid, newGrid);
     if (!sameReferenceSystem(oldGrid.srs(), newGrid.srs())) {
         static std::mutex cloning; // the transformation clones the two, which threads share
@@ -165,7 +164,7 @@ Resampler::Lattice Resampler::layLattice(const CellWindow& tile, const Shift& sh
     return lattice;
 }
 
-std::optional<Failure> Resampler::readSourceAround(RasterSource& newRaster, const Lattice& lattice) {
+Status Resampler::readSourceAround(RasterSource& newRaster, const Lattice& lattice) {
     Box box{HUGE_VAL, HUGE_VAL, -HUGE_VAL, -HUGE_VAL};
     for (const Point& p : lattice.nodes) {
         if (finite(p)) {
@@ -176,7 +175,7 @@ std::optional<Failure> Resampler::readSourceAround(RasterSource& newRaster, cons
     m_sourceWindow = {};
     const Grid& grid = m_newGrid;
     if (!(box.xMin < grid.columns() && box.yMin < grid.rows() && box.xMax > 0.0 && box.yMax > 0.0)) {
-        return std::nullopt;
+        return {};
     }
     const int left = static_cast<int>(std::max(0.0, std::floor(box.xMin) - 1.0));
     const int top = static_cast<int>(std::max(0.0, std::floor(box.yMin) - 1.0));
@@ -262,15 +261,15 @@ void Resampler::shiftTile(const CellWindow& tile, const Shift& shift, float* hei
     }
 }
 
-std::optional<Failure> Resampler::readTile(RasterSource& newRaster, const CellWindow& tile,
-                                           const Shift& shift, float* heights, std::size_t stride) {
+Status Resampler::readTile(RasterSource& newRaster, const CellWindow& tile, const Shift& shift,
+                           float* heights, std::size_t stride) {
     const Lattice lattice = layLattice(tile, shift);
-    if (auto failure = readSourceAround(newRaster, lattice)) {
-        return failure;
+    if (auto done = readSourceAround(newRaster, lattice); !done) {
+        return failed(done);
     }
     if (m_plainShift && !m_sourceWindow.empty()) {
         shiftTile(tile, shift, heights, stride);
-        return std::nullopt;
+        return {};
     }
     const int n = m_samplesPerCell;
     for (int row = 0; row < tile.rows; ++row) {
@@ -299,21 +298,21 @@ std::optional<Failure> Resampler::readTile(RasterSource& newRaster, const CellWi
             line[column] = static_cast<float>(sum / (n * n));
         }
     }
-    return std::nullopt;
+    return {};
 }
 
-std::optional<Failure> Resampler::read(RasterSource& newRaster, const CellWindow& oldWindow,
-                                       const Shift& shift, float* heights) {
+Status Resampler::read(RasterSource& newRaster, const CellWindow& oldWindow, const Shift& shift,
+                       float* heights) {
     const int step = std::max(kLatticeStep, kTileSamples / m_samplesPerCell);
     const auto stride = static_cast<std::size_t>(oldWindow.columns);
     for (int done = 0; done < oldWindow.columns; done += step) {
         const CellWindow tile{oldWindow.column + done, oldWindow.row,
                               std::min(step, oldWindow.columns - done), oldWindow.rows};
-        if (auto failure = readTile(newRaster, tile, shift, heights + done, stride)) {
-            return failure;
+        if (auto read = readTile(newRaster, tile, shift, heights + done, stride); !read) {
+            return failed(read);
         }
     }
-    return std::nullopt;
+    return {};
 }
 
 } // namespace detect

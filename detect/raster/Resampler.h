@@ -22,16 +22,14 @@ struct Shift {
 class Resampler {
 public:
     /// Fails when no transformation between the two reference systems exists; `newPath` is for its message.
-    static std::variant<Resampler, Failure> create(const Grid& oldGrid, const Grid& newGrid,
-                                                   const std::string& newPath);
+    static Result<Resampler> create(const Grid& oldGrid, const Grid& newGrid, const std::string& newPath);
 
     /// The old cells that the new raster may cover; empty when they do not meet.
     CellWindow coverage() const;
 
     /// Fills `heights` (packed rows) for a window of old cells. What comes out for a cell does not depend on
     /// the window it is asked with.
-    std::optional<Failure> read(RasterSource& newRaster, const CellWindow& oldWindow, const Shift& shift,
-                                float* heights);
+    Status read(RasterSource& newRaster, const CellWindow& oldWindow, const Shift& shift, float* heights);
 
 private:
     /// Positions in the new raster, in its cells, at every latticeStep-th column and row of the old one.
@@ -46,9 +44,9 @@ private:
     int chooseSamplesPerCell() const;
     void toNewCells(std::vector<Point>& oldCells, const Shift& shift) const;
     Lattice layLattice(const CellWindow& tile, const Shift& shift) const;
-    std::optional<Failure> readSourceAround(RasterSource& newRaster, const Lattice& lattice);
-    std::optional<Failure> readTile(RasterSource& newRaster, const CellWindow& tile, const Shift& shift,
-                                    float* heights, std::size_t stride);
+    Status readSourceAround(RasterSource& newRaster, const Lattice& lattice);
+    Status readTile(RasterSource& newRaster, const CellWindow& tile, const Shift& shift, float* heights,
+                    std::size_t stride);
     bool isPlainShift() const;
     void shiftTile(const CellWindow& tile, const Shift& shift, float* heights, std::size_t stride) const;
     float sample(const Point& newCell) const;

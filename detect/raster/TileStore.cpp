@@ -31,21 +31,19 @@ CellWindow TileStore::windowOf(const Key& key) const {
                      {0, 0, m_columns, m_rows});
 }
 
-std::optional<Failure> TileStore::read(const CellWindow& window, float* heights, std::size_t stride,
-                                       const Decode& decode) {
+Status TileStore::read(const CellWindow& window, float* heights, std::size_t stride, const Decode& decode) {
     const int lastRow = (window.row + window.rows - 1) / m_tileRows;
     const int lastColumn = (window.column + window.columns - 1) / m_tileColumns;
     for (int row = window.row / m_tileRows; row <= lastRow; ++row) {
         for (int column = window.column / m_tileColumns; column <= lastColumn; ++column) {
             const auto found = tile({row, column}, decode);
-            if (const auto* failure = std::get_if<Failure>(&found)) {
-                return *failure;
+            if (!found) {
+                return failed(found);
             }
             const CellWindow whole = windowOf({row, column});
             const CellWindow part = intersect(whole, window);
-            const float* from = std::get<0>(found)->data() +
-                                std::int64_t{part.row - whole.row} * whole.columns + part.column -
-                                whole.column;
+            const float* from = (*found)->data() + std::int64_t{part.row - whole.row} * whole.columns +
+                                part.column - whole.column;
             float* to = heights + static_cast<std::size_t>(part.row - window.row) * stride +
                         static_cast<std::size_t>(part.column - window.column);
             for (int line = 0; line < part.rows; ++line, from += whole.columns, to += stride) {
@@ -53,11 +51,10 @@ std::optional<Failure> TileStore::read(const CellWindow& window, float* heights,
             }
         }
     }
-    return std::nullopt;
+    return {};
 }
 
-std::variant<std::shared_ptr<TileStore::Heights>, Failure> TileStore::tile(const Key& key,
-                                                                           const Decode& decode) {
+Result<std::shared_ptr<TileStore::Heights>> TileStore::tile(const Key& key, const Decode& decode) {
     const CellWindow window = windowOf(key);
     std::unique_lock lock(m_mutex);
     for (auto found = m_tiles.find(key); found != m_tiles.end(); found = m_tiles.find(key)) {
@@ -69,12 +66,12 @@ std::variant<std::shared_ptr<TileStore::Heights>, Failure> TileStore::tile(const
     m_tiles[key];
     std::shared_ptr<Heights> heights = takeEmpty(static_cast<std::size_t>(window.cells()));
     lock.unlock();
-    auto failure = decode(window, heights->data());
+    const Status decoded = decode(window, heights->data());
     lock.lock();
-    if (failure) {
+    if (!decoded) {
         m_tiles.erase(key);
         m_decoded.notify_all();
-        return *failure;
+        return failed(decoded);
     }
     m_tiles[key] = heights;
     m_bytes += heights->size() * sizeof(float);

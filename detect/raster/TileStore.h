@@ -7,8 +7,6 @@
 #include <map>
 #include <memory>
 #include <mutex>
-#include <optional>
-#include <variant>
 #include <vector>
 
 namespace detect {
@@ -20,7 +18,7 @@ namespace detect {
 class TileStore {
 public:
     /// Decodes a window of the raster into packed rows.
-    using Decode = std::function<std::optional<Failure>(const CellWindow& window, float* heights)>;
+    using Decode = std::function<Status(const CellWindow& window, float* heights)>;
 
     /// `tileColumns` and `tileRows`: the file's own tile or strip; small ones are taken together,
     /// and one that fills the memory is cut.
@@ -28,15 +26,14 @@ public:
 
     /// Fills a window that lies inside the raster; rows follow each other at a distance of `stride` cells.
     /// `decode` belongs to the calling thread and is called for the tiles that are not there.
-    std::optional<Failure> read(const CellWindow& window, float* heights, std::size_t stride,
-                                const Decode& decode);
+    Status read(const CellWindow& window, float* heights, std::size_t stride, const Decode& decode);
 
 private:
     using Heights = std::vector<float>;
     using Key = std::pair<int, int>; ///< row and column of the tile, in tiles
 
     CellWindow windowOf(const Key& key) const;
-    std::variant<std::shared_ptr<Heights>, Failure> tile(const Key& key, const Decode& decode);
+    Result<std::shared_ptr<Heights>> tile(const Key& key, const Decode& decode);
     std::shared_ptr<Heights> takeEmpty(std::size_t cells);
     void makeRoom();
 

@@ -25,7 +25,7 @@ BlockWorker::BlockWorker(PairReader reader, const BlockTask& task)
       m_finder(task.level.cellLevel(), static_cast<float>(task.growRatio)),
       m_artefacts(task.artefactReach, task.level.level() * static_cast<float>(task.growRatio)) {}
 
-std::variant<Block, Failure> BlockWorker::operator()(int index) {
+Result<Block> BlockWorker::operator()(int index) {
     Block block;
     block.window = m_task.plan.at(index);
     if (m_reader.isEmpty(block.window)) {
@@ -35,8 +35,8 @@ std::variant<Block, Failure> BlockWorker::operator()(int index) {
         return block;
     }
     const Inset inset = withNeighbours(block.window);
-    if (auto failure = readBoth(inset.read)) {
-        return *failure;
+    if (auto done = readBoth(inset.read); !done) {
+        return failed(done);
     }
     judge(inset, block.window);
     findRuns(inset, block);
@@ -76,18 +76,18 @@ std::int32_t BlockWorker::explainedByShift(const Inset& inset, const CellWindow&
 }
 
 /// Leaves the new heights corrected.
-std::optional<Failure> BlockWorker::readBoth(const CellWindow& window) {
+Status BlockWorker::readBoth(const CellWindow& window) {
     const auto cells = static_cast<std::size_t>(window.cells());
     m_old.resize(cells);
     m_new.resize(cells);
-    if (auto failure = m_reader.readOld(window, m_old.data())) {
-        return failure;
+    if (auto done = m_reader.readOld(window, m_old.data()); !done) {
+        return failed(done);
     }
-    if (auto failure = m_reader.readNew(window, m_task.shift, m_new.data())) {
-        return failure;
+    if (auto done = m_reader.readNew(window, m_task.shift, m_new.data()); !done) {
+        return failed(done);
     }
     m_task.correction.addTo(window, m_new.data());
-    return std::nullopt;
+    return {};
 }
 
 /// What needs more than a cell's own dZ.

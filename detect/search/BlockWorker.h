@@ -6,8 +6,6 @@
 #include "detect/search/ResamplingArtefacts.h"
 #include "detect/search/Runs.h"
 
-#include <optional>
-
 namespace detect {
 
 /// What one block holds.
@@ -41,7 +39,7 @@ class BlockWorker {
 public:
     BlockWorker(PairReader reader, const BlockTask& task);
 
-    std::variant<Block, Failure> operator()(int index);
+    Result<Block> operator()(int index);
 
 private:
     /// Where a block lies in what was read with the cells around it.
@@ -57,7 +55,7 @@ private:
     };
 
     Inset withNeighbours(const CellWindow& window) const;
-    std::optional<Failure> readBoth(const CellWindow& window);
+    Status readBoth(const CellWindow& window);
     void judge(const Inset& inset, const CellWindow& window);
     void findRuns(const Inset& inset, Block& block);
     void measureRuns(const Inset& inset, Block& block) const;

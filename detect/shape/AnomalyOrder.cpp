@@ -20,18 +20,18 @@ void AnomalyOrder::add(Anomaly anomaly) {
     m_waiting.emplace(first, std::move(anomaly));
 }
 
-std::optional<Failure> AnomalyOrder::releaseAbove(std::int32_t row) {
+Status AnomalyOrder::releaseAbove(std::int32_t row) {
     while (!m_waiting.empty() && m_waiting.begin()->first.row < row) {
         Anomaly anomaly = std::move(m_waiting.extract(m_waiting.begin()).mapped());
         anomaly.name = numbered(++m_released);
-        if (auto failure = m_receiver.take(std::move(anomaly))) {
-            return failure;
+        if (auto done = m_receiver.take(std::move(anomaly)); !done) {
+            return failed(done);
         }
     }
-    return std::nullopt;
+    return {};
 }
 
-std::optional<Failure> AnomalyOrder::releaseAll() {
+Status AnomalyOrder::releaseAll() {
     return releaseAbove(std::numeric_limits<std::int32_t>::max());
 }
 

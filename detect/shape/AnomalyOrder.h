@@ -13,8 +13,8 @@ public:
 
     void add(Anomaly anomaly);
     /// Hands over what begins above the row; nothing that begins there may be added any more.
-    std::optional<Failure> releaseAbove(std::int32_t row);
-    std::optional<Failure> releaseAll();
+    Status releaseAbove(std::int32_t row);
+    Status releaseAll();
     /// So many were handed over.
     std::int64_t released() const { return m_released; }
 

@@ -192,7 +192,7 @@ private:
 };
 
 TEST_F(BadInput, ReadOnlyFolderKeepsEarlierResults) {
-    const Result result = [&] {
+    const Changes result = [&] {
         Request request = m_request;
         request.dzRaster.clear();
         return detectOrFail(request);
@@ -204,13 +204,13 @@ TEST_F(BadInput, ReadOnlyFolderKeepsEarlierResults) {
         const Failure failure = detectExpectingFailure(m_request);
         expectOneLine(failure, "dz.tif", "不可写");
         for (const char* name : {"result.gpkg", "result.shp", "result.geojson"}) {
-            const auto notWritten = writeAnomalies(result.anomalies, result.srsWkt, m_folder.file(name));
-            ASSERT_TRUE(notWritten);
-            expectOneLine(*notWritten, name, "不可写");
+            const auto written = writeAnomalies(result.anomalies, result.srsWkt, m_folder.file(name));
+            ASSERT_FALSE(written);
+            expectOneLine(written.error(), name, "不可写");
         }
-        const auto notWritten = writeSummary(result, m_request.parameters, m_folder.file("summary.json"));
-        ASSERT_TRUE(notWritten);
-        expectOneLine(*notWritten, "summary.json", "不可写");
+        const auto written = writeSummary(result, m_request.parameters, m_folder.file("summary.json"));
+        ASSERT_FALSE(written);
+        expectOneLine(written.error(), "summary.json", "不可写");
     }
     fs::permissions(m_folder.path(), fs::perms::owner_all);
     EXPECT_EQ(contentOf(m_folder.file("result.gpkg")), "an earlier result");

@@ -184,7 +184,7 @@ TEST(BruteForce, RandomRastersGiveTheReferenceWhateverBlocksAndThreads) {
             request.parameters.blockRows = blockRows[i];
             request.parameters.blockColumns = blockRows[(i * 3 + seed) % std::size(blockRows)];
             request.parameters.threads = 1 + static_cast<int>((i + seed) % 4);
-            const Result found = detectOrFail(request);
+            const Changes found = detectOrFail(request);
             ASSERT_EQ(found.anomalies.size(), expected.size());
             for (std::size_t k = 0; k < expected.size(); ++k) {
                 expectSame(found.anomalies[k], expected[k], reference, plan);
@@ -231,7 +231,7 @@ TEST(BruteForce, ResampledRunsAreIdenticalWhateverBlocksAndThreads) {
         request.parameters.blockRows = 0;
         const TemporaryFolder folder;
         request.dzRaster = folder.file("a.tif");
-        const Result first = detectOrFail(request);
+        const Changes first = detectOrFail(request);
         EXPECT_GT(first.anomalies.size(), 10U);
         const std::vector<float> dz = readRaster(request.dzRaster);
         request.dzRaster = folder.file("b.tif");

@@ -62,8 +62,8 @@ protected:
         return names;
     }
 
-    Result read(const std::string& name) const {
-        Result result;
+    Changes read(const std::string& name) const {
+        Changes result;
         const GDALDatasetUniquePtr file(
             GDALDataset::Open(m_folder.file(name).c_str(), GDAL_OF_VECTOR | GDAL_OF_READONLY));
         EXPECT_TRUE(file);
@@ -137,22 +137,22 @@ TEST_F(MergeCommand, PieceFilesKeepEveryFigureToTheLastBit) {
     request.parameters.thresholdMetres = 1.2;
     request.parameters.minAreaSquareMetres = 0.5;
     const auto found = detectPiece(request, {10, 10, 70, 60});
-    ASSERT_TRUE(std::holds_alternative<Piece>(found));
-    const Piece& piece = std::get<Piece>(found);
+    ASSERT_TRUE(found);
+    const Piece& piece = *found;
     EXPECT_GT(piece.seamRuns.runs.size(), 20U);
     EXPECT_GT(piece.anomalies.size(), 3U);
     PieceFile file(m_folder.file("piece.gpkg"));
-    ASSERT_FALSE(file.begin(piece.frame.srsWkt));
+    ASSERT_TRUE(file.begin(piece.frame.srsWkt));
     for (const Anomaly& anomaly : piece.anomalies) {
-        ASSERT_FALSE(file.take(anomaly));
+        ASSERT_TRUE(file.take(anomaly));
     }
-    ASSERT_FALSE(file.commit(piece));
+    ASSERT_TRUE(file.commit(piece));
     const auto again = readPieceSeams(m_folder.file("piece.gpkg"));
-    ASSERT_TRUE(std::holds_alternative<Piece>(again));
+    ASSERT_TRUE(again);
     const auto anomalies = readPieceAnomalies(m_folder.file("piece.gpkg"));
-    ASSERT_TRUE(std::holds_alternative<std::vector<Anomaly>>(anomalies));
-    EXPECT_EQ(std::get<std::vector<Anomaly>>(anomalies).size(), piece.anomalies.size());
-    const Piece& read = std::get<Piece>(again);
+    ASSERT_TRUE(anomalies);
+    EXPECT_EQ(anomalies->size(), piece.anomalies.size());
+    const Piece& read = *again;
     EXPECT_EQ(read.frame.parameters.growRatio, piece.frame.parameters.growRatio);
     EXPECT_EQ(read.frame.parameters.significance->oldSigmaMetres, 0.1 / 3.0);
     EXPECT_EQ(read.frame.coregistration.dzMetres, piece.frame.coregistration.dzMetres);

@@ -68,18 +68,17 @@ double normal(Random& random) {
 
 Coregistration estimateOrFail(const Request& request, int threads) {
     auto layout = layOutPair(request);
-    if (const auto* failure = std::get_if<Failure>(&layout)) {
-        ADD_FAILURE() << failure->message;
+    if (!layout) {
+        ADD_FAILURE() << layout.error().message;
         return {};
     }
     const Parameters& parameters = request.parameters;
-    auto outcome =
-        coregister(std::get<PairLayout>(layout), parameters.coregistration, threads, {}, parameters.tilt);
-    if (const auto* failure = std::get_if<Failure>(&outcome)) {
-        ADD_FAILURE() << failure->message;
+    auto outcome = coregister(*layout, parameters.coregistration, threads, {}, parameters.tilt);
+    if (!outcome) {
+        ADD_FAILURE() << outcome.error().message;
         return {};
     }
-    return std::get<Coregistration>(outcome);
+    return *outcome;
 }
 
 } // namespace detect::test

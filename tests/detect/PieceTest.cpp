@@ -13,25 +13,25 @@ namespace {
 
 Piece pieceOrFail(const Request& request, const CellWindow& window) {
     auto found = detectPiece(request, window);
-    if (const auto* failure = std::get_if<Failure>(&found)) {
-        ADD_FAILURE() << failure->message;
+    if (!found) {
+        ADD_FAILURE() << found.error().message;
         return {};
     }
-    return std::get<Piece>(std::move(found));
+    return std::move(*found);
 }
 
-Result mergedOrFail(std::vector<Piece> pieces) {
+Changes mergedOrFail(std::vector<Piece> pieces) {
     auto merged = mergePieces(std::move(pieces));
-    if (const auto* failure = std::get_if<Failure>(&merged)) {
-        ADD_FAILURE() << failure->message;
+    if (!merged) {
+        ADD_FAILURE() << merged.error().message;
         return {};
     }
-    return std::get<Result>(std::move(merged));
+    return std::move(*merged);
 }
 
 std::string refusal(std::vector<Piece> pieces) {
     auto merged = mergePieces(std::move(pieces));
-    return std::holds_alternative<Failure>(merged) ? std::get<Failure>(merged).message : "merged";
+    return !merged ? merged.error().message : "merged";
 }
 
 /// Cuts a window in two at random, and the halves again; single rows and columns come out too.
@@ -73,7 +73,7 @@ TEST(Pieces, RandomCutsMergeIntoTheResultOfOneRun) {
         plan.columns = 10 + static_cast<int>(random() * 60);
         plan.rows = 10 + static_cast<int>(random() * 60);
         const Request request = randomPair(random, plan);
-        const Result whole = detectOrFail(request);
+        const Changes whole = detectOrFail(request);
         std::vector<CellWindow> windows;
         cutAtRandom(random, {0, 0, plan.columns, plan.rows}, 1 + static_cast<int>(seed % 5), windows);
         std::vector<Piece> pieces;
@@ -84,7 +84,7 @@ TEST(Pieces, RandomCutsMergeIntoTheResultOfOneRun) {
         for (const Piece& piece : pieces) {
             seamRuns += piece.seamRuns.runs.size();
         }
-        const Result merged = mergedOrFail(std::move(pieces));
+        const Changes merged = mergedOrFail(std::move(pieces));
         expectIdentical(whole, merged);
         anomalies += whole.anomalies.size();
         if (HasFailure()) {
@@ -126,7 +126,7 @@ TEST(Pieces, CutsOfResampledPairsMergeIntoTheResultOfOneRunWhateverTheLevelOfDet
         if (significant) {
             request.parameters.significance = Significance{0.03, 0.03, 0.99};
         }
-        const Result whole = detectOrFail(request);
+        const Changes whole = detectOrFail(request);
         EXPECT_GT(whole.anomalies.size(), 5U);
         EXPECT_NE(whole.coregistration.dxMetres, 0.0);
         for (int round = 0; round < 4; ++round) {

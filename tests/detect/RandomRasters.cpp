@@ -42,7 +42,7 @@ void writeRandomPair(const Request& request, Random& random, const RasterPlan& p
     }
 }
 
-void expectIdentical(const Result& a, const Result& b) {
+void expectIdentical(const Changes& a, const Changes& b) {
     EXPECT_EQ(a.cells, b.cells);
     EXPECT_EQ(a.rejections.core, b.rejections.core);
     EXPECT_EQ(a.rejections.area, b.rejections.area);

@@ -10,6 +10,6 @@ std::vector<float> randomHeights(Random& random, int columns, int rows, double r
 void writeRandomPair(const Request& request, Random& random, const RasterPlan& plan, double roughness);
 
 /// Every figure and every vertex is the same, to the last bit.
-void expectIdentical(const Result& a, const Result& b);
+void expectIdentical(const Changes& a, const Changes& b);
 
 } // namespace detect::test

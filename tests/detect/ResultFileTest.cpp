@@ -17,8 +17,8 @@ const std::vector<std::string> kFieldNames = {
     "cells", "suggested", "attribute", "vol_sd_m3", "sigma_m", "lod_m",  "signif",    "sugg_conf"};
 
 /// Two changes near 114 E, 30.7 N, one of them a ring with a hole.
-const Result& sampleResult() {
-    static const Result result = [] {
+const Changes& sampleResult() {
+    static const Changes result = [] {
         Request request;
         request.oldRaster = "/vsimem/writer-old.tif";
         request.newRaster = "/vsimem/writer-new.tif";
@@ -80,7 +80,7 @@ TEST(ResultFile, SampleHasARingWithAHoleAndACut) {
 TEST(ResultFile, GeoPackageIsInTheOldRastersReferenceSystem) {
     const TemporaryFolder folder;
     const std::string path = folder.file("result.gpkg");
-    ASSERT_FALSE(writeAnomalies(sampleResult().anomalies, sampleResult().srsWkt, path));
+    ASSERT_TRUE(writeAnomalies(sampleResult().anomalies, sampleResult().srsWkt, path));
     EXPECT_EQ(folder.names(), std::vector<std::string>{"result.gpkg"});
     const auto file = openVector(path);
     ASSERT_TRUE(file);
@@ -94,7 +94,7 @@ TEST(ResultFile, GeoPackageIsInTheOldRastersReferenceSystem) {
 
 TEST(ResultFile, ShapefileHasProjectionAndCodePageAndTheSameFieldNames) {
     const TemporaryFolder folder;
-    ASSERT_FALSE(writeAnomalies(sampleResult().anomalies, sampleResult().srsWkt, folder.file("变化.shp")));
+    ASSERT_TRUE(writeAnomalies(sampleResult().anomalies, sampleResult().srsWkt, folder.file("变化.shp")));
     EXPECT_EQ(folder.names(),
               (std::vector<std::string>{"变化.cpg", "变化.dbf", "变化.prj", "变化.shp", "变化.shx"}));
     EXPECT_EQ(contentOf(folder.file("变化.cpg")), "UTF-8");
@@ -108,7 +108,7 @@ TEST(ResultFile, ShapefileHasProjectionAndCodePageAndTheSameFieldNames) {
 TEST(ResultFile, GeoJsonIsWgs84WithRightHandRings) {
     const TemporaryFolder folder;
     const std::string path = folder.file("result.geojson");
-    ASSERT_FALSE(writeAnomalies(sampleResult().anomalies, sampleResult().srsWkt, path));
+    ASSERT_TRUE(writeAnomalies(sampleResult().anomalies, sampleResult().srsWkt, path));
     const auto file = openVector(path);
     ASSERT_TRUE(file);
     OGRLayer& layer = *file->GetLayer(0);
@@ -135,8 +135,8 @@ TEST(ResultFile, GeoJsonIsWgs84WithRightHandRings) {
 TEST(ResultFile, NoAnomaliesStillMakeAReadableFile) {
     for (const char* name : {"result.gpkg", "result.shp", "result.geojson"}) {
         const TemporaryFolder folder;
-        const auto failure = writeAnomalies({}, sampleResult().srsWkt, folder.file(name));
-        ASSERT_FALSE(failure) << failure->message;
+        const auto written = writeAnomalies({}, sampleResult().srsWkt, folder.file(name));
+        ASSERT_TRUE(written) << written.error().message;
         const auto file = openVector(folder.file(name));
         ASSERT_TRUE(file) << name;
         EXPECT_EQ(file->GetLayer(0)->GetFeatureCount(), 0);
@@ -146,8 +146,8 @@ TEST(ResultFile, NoAnomaliesStillMakeAReadableFile) {
 TEST(ResultFile, EarlierResultIsReplaced) {
     const TemporaryFolder folder;
     for (const char* name : {"result.gpkg", "result.shp", "result.geojson"}) {
-        ASSERT_FALSE(writeAnomalies(sampleResult().anomalies, sampleResult().srsWkt, folder.file(name)));
-        ASSERT_FALSE(writeAnomalies({}, sampleResult().srsWkt, folder.file(name)));
+        ASSERT_TRUE(writeAnomalies(sampleResult().anomalies, sampleResult().srsWkt, folder.file(name)));
+        ASSERT_TRUE(writeAnomalies({}, sampleResult().srsWkt, folder.file(name)));
         EXPECT_EQ(openVector(folder.file(name))->GetLayer(0)->GetFeatureCount(), 0);
     }
 }
@@ -155,7 +155,7 @@ TEST(ResultFile, EarlierResultIsReplaced) {
 TEST(ResultFile, AttributesOfTheInspectorAreWritten) {
     const TemporaryFolder folder;
     const std::string path = folder.file("result.gpkg");
-    ASSERT_FALSE(writeAnomalies(sampleResult().anomalies, sampleResult().srsWkt, path, {"塌陷"}));
+    ASSERT_TRUE(writeAnomalies(sampleResult().anomalies, sampleResult().srsWkt, path, {"塌陷"}));
     const auto file = openVector(path);
     std::multiset<std::string> attributes;
     for (const auto& feature : file->GetLayer(0)) {
@@ -166,9 +166,9 @@ TEST(ResultFile, AttributesOfTheInspectorAreWritten) {
 
 TEST(ResultFile, UnknownEndingAndFolderAsTargetAreRefused) {
     const TemporaryFolder folder;
-    EXPECT_TRUE(writeAnomalies({}, sampleResult().srsWkt, folder.file("result.txt")));
+    EXPECT_FALSE(writeAnomalies({}, sampleResult().srsWkt, folder.file("result.txt")));
     std::filesystem::create_directory(folder.file("result.gpkg"));
-    EXPECT_TRUE(writeAnomalies({}, sampleResult().srsWkt, folder.file("result.gpkg")));
+    EXPECT_FALSE(writeAnomalies({}, sampleResult().srsWkt, folder.file("result.gpkg")));
     EXPECT_EQ(folder.names(), std::vector<std::string>{"result.gpkg"});
     EXPECT_FALSE(isResultPath("result.tif"));
     EXPECT_TRUE(isResultPath("RESULT.GPKG"));

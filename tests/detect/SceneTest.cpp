@@ -69,7 +69,7 @@ protected:
     }
 
     /// One anomaly for each change, of its sign, at its place, with its volume.
-    static void expectChanges(const Result& result, const std::vector<Change>& changes,
+    static void expectChanges(const Changes& result, const std::vector<Change>& changes,
                               double tolerance = 0.05) {
         EXPECT_EQ(result.anomalies.size(), changes.size());
         for (const Change& change : changes) {
@@ -96,7 +96,7 @@ TEST_F(Scene, BiasOfFortyCentimetresIsRemoved) {
     writeNew(scenePlan(), [&](const Point& p) {
         return ground(p) + changeAt(kSceneChanges, p) + 0.4 + 0.05 * (random() - 0.5);
     });
-    const Result result = detectOrFail(m_request);
+    const Changes result = detectOrFail(m_request);
     expectChanges(result, kSceneChanges);
     EXPECT_NEAR(result.coregistration.dzMetres, -0.4, 0.005);
     EXPECT_EQ(result.coregistration.dxMetres, 0.0);
@@ -109,7 +109,7 @@ TEST_F(Scene, BiasIsRemovedUnderAFillThatCoversAThirdOfTheGround) {
     Random random(4);
     writeNew(scenePlan(),
              [&](const Point& p) { return ground(p) + changeAt(large, p) + 0.4 + 0.05 * (random() - 0.5); });
-    const Result result = detectOrFail(m_request);
+    const Changes result = detectOrFail(m_request);
     EXPECT_NEAR(result.coregistration.dzMetres, -0.4, 0.005);
     expectChanges(result, large);
 }
@@ -118,7 +118,7 @@ TEST_F(Scene, WithoutCoregistrationTheBiasStays) {
     writeOld();
     writeNew(scenePlan(), [](const Point& p) { return ground(p) + 0.6; });
     m_request.parameters.coregistration = CoregistrationMethod::None;
-    const Result result = detectOrFail(m_request);
+    const Changes result = detectOrFail(m_request);
     ASSERT_EQ(result.anomalies.size(), 1U);
     EXPECT_EQ(result.anomalies[0].cells, 280 * 220);
     EXPECT_EQ(result.coregistration.dzMetres, 0.0);
@@ -148,7 +148,7 @@ TEST_F(Scene, HolesOfDifferentNoDataValuesAreNoChanges) {
         writeNew(newPlan, [&](const Point& p) {
             return inside(newHole, p) ? static_cast<double>(hole) : ground(p) + changeAt(kSceneChanges, p);
         });
-        const Result result = detectOrFail(m_request);
+        const Changes result = detectOrFail(m_request);
         expectChanges(result, kSceneChanges);
         EXPECT_EQ(result.cells, 280 * 220 - 2 * 40 * 30);
     }
@@ -168,7 +168,7 @@ TEST_F(Scene, FinerNewRasterOfOtherExtentIsBroughtOntoTheOldGrid) {
     plan.rows = 420;
     plan.toMap = {kWest - 3.37, 0.31, 0.0, kNorth + 5.11, 0.0, -0.31};
     writeNew(plan, [](const Point& p) { return ground(p) + changeAt(kSceneChanges, p) + 0.4; });
-    const Result result = detectOrFail(m_request);
+    const Changes result = detectOrFail(m_request);
     expectChanges(result, kSceneChanges);
     EXPECT_LT(result.coregistration.nmadAfterMetres, 0.02);
 }
@@ -220,7 +220,7 @@ TEST_F(Scene, SouthUpRasterWorks) {
     plan.toMap = {kWest, 0.5, 0.0, kNorth - 110.0, 0.0, 0.5};
     writeOld(plan);
     writeNew(scenePlan(), [](const Point& p) { return ground(p) + changeAt(kSceneChanges, p); });
-    const Result result = detectOrFail(m_request);
+    const Changes result = detectOrFail(m_request);
     expectChanges(result, kSceneChanges, 1e-3);
     for (const Anomaly& anomaly : result.anomalies) {
         double twice = 0.0;
@@ -241,7 +241,7 @@ TEST_F(Scene, AlignedRasterOfOtherExtentGivesUntouchedDifferences) {
     const TemporaryFolder folder;
     m_request.dzRaster = folder.file("dz.tif");
     m_request.parameters.coregistration = CoregistrationMethod::None;
-    const Result result = detectOrFail(m_request);
+    const Changes result = detectOrFail(m_request);
     expectChanges(result, kSceneChanges, 1e-3);
     EXPECT_EQ(result.cells, (280 - 10) * (220 - 8));
     const std::vector<float> dz = readRaster(m_request.dzRaster);
@@ -257,7 +257,7 @@ TEST_F(Scene, WindowLimitsTheComparison) {
     writeOld();
     writeNew(scenePlan(), [](const Point& p) { return ground(p) + changeAt(kSceneChanges, p); });
     m_request.window = boxChange(10, 10, 40, 40, 0).box;
-    const Result result = detectOrFail(m_request);
+    const Changes result = detectOrFail(m_request);
     EXPECT_EQ(result.cells, 60 * 60);
     expectChanges(result, {kSceneChanges[0]}, 1e-3);
 }
@@ -297,7 +297,7 @@ TEST_F(Scene, NewRasterInTheNextZoneIsBroughtOntoTheOldGrid) {
         const Point old = back(p);
         return ground(old) + changeAt(kSceneChanges, old);
     });
-    const Result result = detectOrFail(m_request);
+    const Changes result = detectOrFail(m_request);
     expectChanges(result, kSceneChanges);
     EXPECT_LT(result.coregistration.nmadAfterMetres, 0.02);
     EXPECT_GT(result.cells, 270 * 210);
@@ -317,7 +317,7 @@ TEST_F(Scene, LongitudeAndLatitudeAreMeasuredOnTheEllipsoid) {
         const bool inside = p.x > box.xMin && p.x < box.xMax && p.y > box.yMin && p.y < box.yMax;
         return level(p) + (inside ? 2.0 : 0.0);
     });
-    const Result result = detectOrFail(m_request);
+    const Changes result = detectOrFail(m_request);
     ASSERT_EQ(result.anomalies.size(), 1U);
     // The same polygon in an equal-area projection, computed by PROJ.
     OGRSpatialReference geographic;
@@ -352,7 +352,7 @@ TEST_F(Scene, AnomalyGrowsOverItsWeakerRim) {
     writeOld();
     const std::vector<Change> steps = {boxChange(20, 20, 40, 40, 0.3), boxChange(26, 26, 34, 34, 0.9)};
     writeNew(scenePlan(), [&](const Point& p) { return ground(p) + changeAt(steps, p); });
-    const Result result = detectOrFail(m_request);
+    const Changes result = detectOrFail(m_request);
     ASSERT_EQ(result.anomalies.size(), 1U);
     EXPECT_EQ(result.anomalies[0].cells, 40 * 40);
     EXPECT_EQ(result.anomalies[0].name, "A0001");
@@ -371,7 +371,7 @@ TEST_F(Scene, SuggestedClassesFollowShape) {
     writeNew(scenePlan(), [&](const Point& p) {
         return ground(p) + changeAt(boxes, p) + cone(p, 30, 60, 9, 3.0) + bowl(p, 90, 70, 14, -1.2);
     });
-    const Result result = detectOrFail(m_request);
+    const Changes result = detectOrFail(m_request);
     ASSERT_EQ(result.anomalies.size(), 4U);
     EXPECT_EQ(result.anomalies[0].suggested, "建构筑物");
     EXPECT_EQ(result.anomalies[1].suggested, "深挖");
@@ -408,7 +408,7 @@ TEST_F(Scene, GivenCoregistrationIsUsedAsItIs) {
     known.dxMetres = 1.0;
     known.dzMetres = 7.0;
     m_request.coregistration = known;
-    const Result result = detectOrFail(m_request);
+    const Changes result = detectOrFail(m_request);
     EXPECT_TRUE(result.anomalies.empty());
     EXPECT_EQ(result.coregistration.dxMetres, 1.0);
 }

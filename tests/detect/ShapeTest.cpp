@@ -37,7 +37,7 @@ protected:
         writeRaster(m_request.newRaster, m_plan, surface(newHeights));
     }
     /// On ground that is level but for the noise of both surveys.
-    Result changesOf(const Heights& change) {
+    Changes changesOf(const Heights& change) {
         Random random(17);
         const auto noise = [&random](double, double) { return 0.1 * (random() - 0.5); };
         write(noise, [&](double x, double y) { return change(x, y) + noise(x, y); });
@@ -60,7 +60,7 @@ TEST_F(Shape, TwoHeapsThatTouchAreTwoAnomaliesOfTheirVolumes) {
     const auto heaps = [](double x, double y) {
         return std::max(cone(x, y, 30, 40, 12, 4), cone(x, y, 48, 42, 10, 3));
     };
-    const Result split = changesOf(heaps);
+    const Changes split = changesOf(heaps);
     ASSERT_EQ(split.anomalies.size(), 2U);
     const double pi = 3.14159265358979;
     EXPECT_NEAR(split.anomalies[0].fillCubicMetres, pi * 144 * 4 / 3, 0.04 * pi * 144 * 4 / 3);
@@ -71,7 +71,7 @@ TEST_F(Shape, TwoHeapsThatTouchAreTwoAnomaliesOfTheirVolumes) {
     }
 
     m_request.parameters.splitBodies = false;
-    const Result whole = changesOf(heaps);
+    const Changes whole = changesOf(heaps);
     ASSERT_EQ(whole.anomalies.size(), 1U);
     EXPECT_EQ(whole.anomalies[0].cells, split.anomalies[0].cells + split.anomalies[1].cells);
     EXPECT_NEAR(whole.anomalies[0].fillCubicMetres,
@@ -83,7 +83,7 @@ TEST_F(Shape, TwoHeapsThatTouchAreTwoAnomaliesOfTheirVolumes) {
 }
 
 TEST_F(Shape, TwoPitsThatTouchAreTwoAnomalies) {
-    const Result result = changesOf(
+    const Changes result = changesOf(
         [](double x, double y) { return -std::max(cone(x, y, 30, 40, 12, 4), cone(x, y, 48, 42, 10, 3)); });
     ASSERT_EQ(result.anomalies.size(), 2U);
     EXPECT_EQ(result.anomalies[0].kind, Kind::Cut);
@@ -91,7 +91,7 @@ TEST_F(Shape, TwoPitsThatTouchAreTwoAnomalies) {
 
 TEST_F(Shape, OneHeapStaysOneHoweverLongOrRough) {
     Random random(5);
-    const Result result = changesOf([&](double x, double y) {
+    const Changes result = changesOf([&](double x, double y) {
         const double ridge = std::max(0.0, 3.0 - std::abs(y - 30.0) * 0.4);
         const double stones = inside(x, y, 20, 60, 50, 80) ? 2.5 + 0.8 * (random() - 0.5) : 0.0;
         return (inside(x, y, 10, 20, 100, 40) ? ridge * (1.0 + 0.2 * std::sin(x / 5.0)) : 0.0) + stones;
@@ -100,7 +100,7 @@ TEST_F(Shape, OneHeapStaysOneHoweverLongOrRough) {
 }
 
 TEST_F(Shape, LowerBuildingBesideAHigherOneBelongsToIt) {
-    const Result result = changesOf([](double x, double y) {
+    const Changes result = changesOf([](double x, double y) {
         return inside(x, y, 20, 20, 40, 35) ? 6.0 : inside(x, y, 40, 20, 50, 35) ? 2.5 : 0.0;
     });
     EXPECT_EQ(result.anomalies.size(), 1U) << "there is a step between them, but no valley";
@@ -112,17 +112,17 @@ TEST_F(Shape, SliverAlongAWallThatWasMeasuredACellAsideIsNoChange) {
                                             : 0.0;
     };
     write(wall, [&wall](double x, double y) { return wall(x - 0.5, y); });
-    const Result kept = detectOrFail(m_request);
+    const Changes kept = detectOrFail(m_request);
     EXPECT_TRUE(kept.anomalies.empty());
     EXPECT_EQ(kept.rejections.sliver, 2);
     m_request.parameters.rules.sliver = false;
-    const Result all = detectOrFail(m_request);
+    const Changes all = detectOrFail(m_request);
     EXPECT_EQ(all.anomalies.size(), 2U);
     EXPECT_EQ(all.rejections.sliver, 0);
 }
 
 TEST_F(Shape, NarrowTrenchIsAChange) {
-    const Result result =
+    const Changes result =
         changesOf([](double x, double y) { return inside(x, y, 20, 40, 21.5, 90) ? -1.2 : 0.0; });
     ASSERT_EQ(result.anomalies.size(), 1U);
     EXPECT_EQ(result.anomalies[0].kind, Kind::Cut);
@@ -137,7 +137,7 @@ TEST_F(Shape, VegetationSpeckleIsNoChangeAndARoughHeapIsOne) {
         return leaves + stones;
     };
     m_request.parameters.minAreaSquareMetres = 2.0;
-    const Result result = changesOf(scene);
+    const Changes result = changesOf(scene);
     ASSERT_EQ(result.anomalies.size(), 1U);
     EXPECT_NEAR(result.anomalies[0].centroid.x, kWest + 87.5, 0.5);
     EXPECT_GT(result.rejections.speckle, 0);
@@ -172,7 +172,7 @@ TEST_F(Shape, SlantingEdgesLoseTheirStairsAndKeepTheirArea) {
     for (const double degrees : {3.0, 11.0, 20.0, 30.0, 45.0}) {
         const double c = std::cos(degrees * 3.14159265358979 / 180.0);
         const double s = std::sin(degrees * 3.14159265358979 / 180.0);
-        const Result result = changesOf([c, s](double x, double y) {
+        const Changes result = changesOf([c, s](double x, double y) {
             const double u = c * (x - 60) + s * (y - 50);
             const double v = -s * (x - 60) + c * (y - 50);
             return std::abs(u) < 25 && std::abs(v) < 14 ? 3.0 : 0.0;
@@ -190,7 +190,7 @@ TEST_F(Shape, SlantingEdgesLoseTheirStairsAndKeepTheirArea) {
 }
 
 TEST_F(Shape, UprightRectangleKeepsItsCornersAndRoundHolesStay) {
-    const Result result = changesOf([](double x, double y) {
+    const Changes result = changesOf([](double x, double y) {
         return inside(x, y, 20, 20, 60, 50) && std::hypot(x - 40, y - 35) > 8 ? 3.0 : 0.0;
     });
     ASSERT_EQ(result.anomalies.size(), 1U);

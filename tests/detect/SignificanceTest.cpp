@@ -58,7 +58,7 @@ TEST(Quantile, IsThatOfTheNormalDistribution) {
 TEST_F(SignificanceOfChange, SlabBelowTheUsualThresholdIsFoundOnQuietGround) {
     writeSlab(0.02, 0.15);
     m_request.parameters.significance->confidence = 0.99;
-    const Result found = detectOrFail(m_request);
+    const Changes found = detectOrFail(m_request);
     ASSERT_EQ(found.anomalies.size(), 1U);
     EXPECT_NEAR(found.anomalies[0].areaSquareMetres, 300.0, 12.0);
     EXPECT_NEAR(found.anomalies[0].fillCubicMetres, 45.0, 1.5);
@@ -81,10 +81,10 @@ TEST_F(SignificanceOfChange, SameSlabIsNoneOnNoisyGround) {
 TEST_F(SignificanceOfChange, GivenStandardDeviationsReplaceTheScatter) {
     writeSlab(0.02, 0.15);
     m_request.parameters.significance = Significance{0.09, 0.12, 0.95};
-    const Result doubtful = detectOrFail(m_request);
+    const Changes doubtful = detectOrFail(m_request);
     EXPECT_TRUE(doubtful.anomalies.empty()) << "0.15 m is one standard deviation";
     m_request.parameters.significance = Significance{0.015, 0.02, 0.95};
-    const Result certain = detectOrFail(m_request);
+    const Changes certain = detectOrFail(m_request);
     ASSERT_EQ(certain.anomalies.size(), 1U);
     EXPECT_NEAR(certain.anomalies[0].sigmaMetres, 0.025, 1e-4);
     EXPECT_NEAR(certain.anomalies[0].levelOfDetectionMetres, 1.96 * 0.025, 1e-3);
@@ -95,7 +95,7 @@ TEST_F(SignificanceOfChange, ThresholdGivenTooMustBeReachedAsWell) {
     m_request.parameters.thresholdMetres = 0.3;
     EXPECT_TRUE(detectOrFail(m_request).anomalies.empty());
     writeSlab(0.02, 0.4);
-    const Result found = detectOrFail(m_request);
+    const Changes found = detectOrFail(m_request);
     ASSERT_EQ(found.anomalies.size(), 1U);
     EXPECT_NEAR(found.anomalies[0].levelOfDetectionMetres, 0.3, 1e-6);
 }
@@ -114,7 +114,7 @@ TEST_F(SignificanceOfChange, WeakRimBelongsToAChangeOnlyWhereItReachesOne) {
         return 50.0 + (slab ? 3.5 * sigma : rim ? 1.4 * sigma : 0.0) + noise();
     });
     m_request.parameters.significance = Significance{sigma / std::sqrt(2.0), sigma / std::sqrt(2.0), 0.95};
-    const Result found = detectOrFail(m_request);
+    const Changes found = detectOrFail(m_request);
     ASSERT_EQ(found.anomalies.size(), 1U);
     EXPECT_NEAR(found.anomalies[0].areaSquareMetres, 28.0 * 23.0, 1.0);
 }
@@ -134,7 +134,7 @@ TEST_F(SignificanceOfChange, SteepGroundNeedsMoreThanLevelGround) {
     writeRaster(m_request.oldRaster, m_plan, surveyed);
     writeRaster(m_request.newRaster, m_plan, [&](const Point& p) { return surveyed(p) + patch(p); });
     m_request.parameters.significance->confidence = 0.999;
-    const Result found = detectOrFail(m_request);
+    const Changes found = detectOrFail(m_request);
     ASSERT_EQ(found.anomalies.size(), 1U) << "only the patch on level ground is beyond doubt";
     EXPECT_LT(found.anomalies[0].centroid.x, kWest + 60);
     EXPECT_GT(found.coregistration.sigmaPerSlopeMetres, 0.1);
@@ -173,7 +173,7 @@ TEST_P(VolumeUncertainty, ScattersAsStated) {
                     }));
         m_request.parameters.significance->confidence = 0.9999;
         m_request.parameters.thresholdMetres = 0.5;
-        const Result found = detectOrFail(m_request);
+        const Changes found = detectOrFail(m_request);
         ASSERT_EQ(found.anomalies.size(), 1U);
         const double error = found.anomalies[0].fillCubicMetres - 600.0;
         squares += error * error / surveys;

@@ -12,16 +12,16 @@ namespace {
 /// Takes anomalies, and asks a test what to think of each.
 class Watched : public AnomalyReceiver {
 public:
-    using Judge = std::function<std::optional<Failure>(const Anomaly&)>;
+    using Judge = std::function<Status(const Anomaly&)>;
     explicit Watched(Judge judge) : m_judge(std::move(judge)) {}
 
-    std::optional<Failure> begin(const std::string& srsWkt) override {
+    Status begin(const std::string& srsWkt) override {
         ++begun;
         EXPECT_EQ(taken, 0);
         EXPECT_FALSE(srsWkt.empty());
-        return std::nullopt;
+        return {};
     }
-    std::optional<Failure> take(Anomaly anomaly) override {
+    Status take(Anomaly anomaly) override {
         ++taken;
         return m_judge(anomaly);
     }
@@ -64,13 +64,13 @@ TEST(Streaming, AnomaliesLeaveBeforeTheRasterIsReadToItsEnd) {
         return true;
     };
     std::vector<double> doneWhenTaken;
-    Watched receiver([&](const Anomaly&) {
+    Watched receiver([&](const Anomaly&) -> Status {
         doneWhenTaken.push_back(done);
-        return std::nullopt;
+        return {};
     });
     const auto outcome = detectChanges(tallPair(400), receiver, progress);
-    ASSERT_TRUE(std::holds_alternative<RunReport>(outcome));
-    EXPECT_EQ(std::get<RunReport>(outcome).found, 20);
+    ASSERT_TRUE(outcome);
+    EXPECT_EQ(outcome->found, 20);
     EXPECT_EQ(receiver.begun, 1);
     ASSERT_EQ(doneWhenTaken.size(), 20U);
     EXPECT_LT(doneWhenTaken[0], 0.25);
@@ -86,7 +86,7 @@ TEST(Streaming, AChangeThatGoesOnHoldsBackOnlyWhatBeginsBelowItsFirstRow) {
     };
     std::vector<std::string> names;
     std::vector<double> doneWhenTaken;
-    Watched receiver([&](const Anomaly& anomaly) {
+    Watched receiver([&](const Anomaly& anomaly) -> Status {
         names.push_back(anomaly.name);
         doneWhenTaken.push_back(done);
         if (names.size() == 11) {
@@ -94,10 +94,10 @@ TEST(Streaming, AChangeThatGoesOnHoldsBackOnlyWhatBeginsBelowItsFirstRow) {
             EXPECT_EQ(anomaly.first.row, 203);
             EXPECT_EQ(anomaly.first.column, 40);
         }
-        return std::nullopt;
+        return {};
     });
     const auto outcome = detectChanges(tallPair(203), receiver, progress);
-    ASSERT_TRUE(std::holds_alternative<RunReport>(outcome));
+    ASSERT_TRUE(outcome);
     ASSERT_EQ(names.size(), 21U);
     EXPECT_EQ(names.front(), "A0001");
     EXPECT_EQ(names.back(), "A0021");
@@ -119,7 +119,7 @@ TEST(Streaming, NamesFollowTheFirstCellsOnRandomRasters) {
         request.parameters.minAreaSquareMetres = 0.0;
         request.parameters.blockRows = 1 + static_cast<int>(random() * 20);
         request.parameters.blockColumns = 1 + static_cast<int>(random() * 30);
-        const Result result = detectOrFail(request);
+        const Changes result = detectOrFail(request);
         EXPECT_EQ(result.found, static_cast<std::int64_t>(result.anomalies.size()));
         EXPECT_GT(result.anomalies.size(), 4U);
         for (std::size_t i = 1; i < result.anomalies.size(); ++i) {
@@ -133,10 +133,10 @@ TEST(Streaming, AReceiverThatFailsEndsTheRun) {
     const TemporaryFolder folder;
     Request request = tallPair(400);
     request.dzRaster = folder.file("dz.tif");
-    Watched receiver([](const Anomaly&) { return Failure{"the disk is full"}; });
+    Watched receiver([](const Anomaly&) { return Unexpected(Failure{"the disk is full"}); });
     const auto outcome = detectChanges(request, receiver);
-    ASSERT_TRUE(std::holds_alternative<Failure>(outcome));
-    EXPECT_EQ(std::get<Failure>(outcome).message, "the disk is full");
+    ASSERT_FALSE(outcome);
+    EXPECT_EQ(outcome.error().message, "the disk is full");
     EXPECT_EQ(receiver.taken, 1);
     EXPECT_TRUE(folder.names().empty());
 }
@@ -146,33 +146,33 @@ TEST(Streaming, MergingAsksForAPieceOnlyWhenItsTurnHasCome) {
     std::vector<Piece> pieces;
     for (const int row : {200, 0, 100, 300}) {
         auto found = detectPiece(request, {0, row, 60, 100});
-        ASSERT_TRUE(std::holds_alternative<Piece>(found));
-        pieces.push_back(std::get<Piece>(std::move(found)));
+        ASSERT_TRUE(found);
+        pieces.push_back(std::move(*found));
     }
     std::vector<std::size_t> asked;
     std::vector<std::size_t> askedWhenTaken;
-    Watched receiver([&](const Anomaly&) {
+    Watched receiver([&](const Anomaly&) -> Status {
         askedWhenTaken.push_back(asked.size());
-        return std::nullopt;
+        return {};
     });
     const auto anomaliesOf = [&](std::size_t piece) {
         asked.push_back(piece);
         return pieces[piece].anomalies;
     };
     const auto merged = mergePieces(pieces, anomaliesOf, receiver);
-    ASSERT_TRUE(std::holds_alternative<RunReport>(merged));
-    EXPECT_EQ(std::get<RunReport>(merged).found, 20);
+    ASSERT_TRUE(merged);
+    EXPECT_EQ(merged->found, 20);
     EXPECT_EQ(asked, (std::vector<std::size_t>{1, 2, 0, 3}));
     ASSERT_EQ(askedWhenTaken.size(), 20U);
     EXPECT_EQ(askedWhenTaken[4], 1U);
     EXPECT_EQ(askedWhenTaken[9], 2U);
     EXPECT_EQ(askedWhenTaken[14], 3U);
 
-    const auto unreadable = [](std::size_t) { return Failure{"gone"}; };
-    Watched untouched([](const Anomaly&) { return std::nullopt; });
+    const auto unreadable = [](std::size_t) { return Unexpected(Failure{"gone"}); };
+    Watched untouched([](const Anomaly&) { return Status(); });
     const auto failed = mergePieces(pieces, unreadable, untouched);
-    ASSERT_TRUE(std::holds_alternative<Failure>(failed));
-    EXPECT_EQ(std::get<Failure>(failed).message, "gone");
+    ASSERT_FALSE(failed);
+    EXPECT_EQ(failed.error().message, "gone");
     EXPECT_EQ(untouched.taken, 0);
 }
 

@@ -98,21 +98,21 @@ double Random::operator()() {
     return static_cast<double>((m_state * 2685821657736338717ULL) >> 11) / static_cast<double>(1ULL << 53);
 }
 
-Result detectOrFail(const Request& request) {
+Changes detectOrFail(const Request& request) {
     auto outcome = detectChanges(request);
-    if (const auto* failure = std::get_if<Failure>(&outcome)) {
-        ADD_FAILURE() << failure->message;
+    if (!outcome) {
+        ADD_FAILURE() << outcome.error().message;
         return {};
     }
-    return std::get<Result>(std::move(outcome));
+    return std::move(*outcome);
 }
 
 Failure detectExpectingFailure(const Request& request, const Progress& progress) {
     auto outcome = detectChanges(request, progress);
-    if (auto* failure = std::get_if<Failure>(&outcome)) {
-        return *failure;
+    if (!outcome) {
+        return outcome.error();
     }
-    ADD_FAILURE() << "succeeded with " << std::get<Result>(outcome).anomalies.size() << " anomalies";
+    ADD_FAILURE() << "succeeded with " << outcome->anomalies.size() << " anomalies";
     return {};
 }
 

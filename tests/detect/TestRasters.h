@@ -64,7 +64,7 @@ private:
 };
 
 /// The result, or a test failure with the message and an empty result.
-Result detectOrFail(const Request& request);
+Changes detectOrFail(const Request& request);
 /// The failure; a test failure when the work succeeds.
 Failure detectExpectingFailure(const Request& request, const Progress& progress = {});
 

@@ -30,8 +30,8 @@ Anomaly square(const char* name, double left, double bottom, double side, Kind k
 
 TruthScore scoreOf(const std::vector<Anomaly>& truth, const std::vector<Anomaly>& result) {
     const TemporaryFolder folder;
-    EXPECT_FALSE(writeAnomalies(truth, wktOf(4547), folder.file("truth.gpkg")));
-    EXPECT_FALSE(writeAnomalies(result, wktOf(4547), folder.file("result.geojson")));
+    EXPECT_TRUE(writeAnomalies(truth, wktOf(4547), folder.file("truth.gpkg")));
+    EXPECT_TRUE(writeAnomalies(result, wktOf(4547), folder.file("result.geojson")));
     const auto score = scoreAgainstTruth(folder.file("truth.gpkg"), folder.file("result.geojson"));
     EXPECT_TRUE(score);
     return score.value_or(TruthScore());

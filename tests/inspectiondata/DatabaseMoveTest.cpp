@@ -105,7 +105,7 @@ TEST_F(DatabaseMoveTest, WhatCanBeUndoneCanBeUndoneInTheNewPlace) {
         const auto database = m_opened.open();
         ProjectHistory history;
         historyOf(*database->GetMySQL(), history);
-        ASSERT_FALSE(history.perform("编辑", [](EditTransaction& edit) {
+        ASSERT_TRUE(history.perform("编辑", [](EditTransaction& edit) {
             edit.update("special_point", 1, {{"attribute", toGbk("一")}}, 0);
         }));
     }

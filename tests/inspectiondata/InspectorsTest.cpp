@@ -41,7 +41,7 @@ struct Inspector {
 
     std::int64_t add(const char* point) {
         std::int64_t id = 0;
-        EXPECT_FALSE(history.perform(QString("添加特殊点 ") + point, [&](EditTransaction& edit) {
+        EXPECT_TRUE(history.perform(QString("添加特殊点 ") + point, [&](EditTransaction& edit) {
             id = edit.insert(
                 "special_point",
                 {{"name", toGbk(point)}, {"lon_deg", 114.0}, {"lat_deg", 30.7}, {"height_m", 50.0}});
@@ -91,10 +91,10 @@ INSTANTIATE_TEST_SUITE_P(On, InspectorsTest, kEachKind, kindName);
 TEST_P(InspectorsTest, AnEditOfARowThatSomebodyElseChangedIsAskedAboutAndNotStoredAgainstTheUsersWill) {
     const std::int64_t id = m_li.add("甲");
     const std::int64_t shown = m_wang.shownVersion(id);
-    ASSERT_FALSE(m_li.describe(id, "阀室", m_li.shownVersion(id)));
-    const Status failure = m_wang.describe(id, "三通", shown);
-    ASSERT_TRUE(failure);
-    EXPECT_TRUE(failure->cancelled) << "the user has said no; there is nothing to tell him";
+    ASSERT_TRUE(m_li.describe(id, "阀室", m_li.shownVersion(id)));
+    const Status outcome = m_wang.describe(id, "三通", shown);
+    ASSERT_FALSE(outcome);
+    EXPECT_TRUE(outcome.error().cancelled) << "the user has said no; there is nothing to tell him";
     ASSERT_EQ(m_wang.questions.size(), 1);
     EXPECT_EQ(m_wang.questions[0].toStdString(),
               "“甲”已被 li@office 修改（编辑特殊点 为 阀室）。是否仍按您的操作保存？");
@@ -105,11 +105,11 @@ TEST_P(InspectorsTest, AnEditOfARowThatSomebodyElseChangedIsAskedAboutAndNotStor
 TEST_P(InspectorsTest, TheUserMayReplaceWhatSomebodyElseDidAndTakeThatBack) {
     const std::int64_t id = m_li.add("甲");
     const std::int64_t shown = m_wang.shownVersion(id);
-    ASSERT_FALSE(m_li.describe(id, "阀室", shown));
+    ASSERT_TRUE(m_li.describe(id, "阀室", shown));
     m_wang.replaces = true;
-    ASSERT_FALSE(m_wang.describe(id, "三通", shown));
+    ASSERT_TRUE(m_wang.describe(id, "三通", shown));
     EXPECT_EQ(m_wang.attribute(id), "三通");
-    EXPECT_FALSE(m_wang.describe(id, "弯头", shown)) << "asked once, not again";
+    EXPECT_TRUE(m_wang.describe(id, "弯头", shown)) << "asked once, not again";
     EXPECT_EQ(m_wang.questions.size(), 1);
     m_wang.undo();
     m_wang.undo();
@@ -119,10 +119,10 @@ TEST_P(InspectorsTest, TheUserMayReplaceWhatSomebodyElseDidAndTakeThatBack) {
 TEST_P(InspectorsTest, WhatIsChangedWhileTheUserThinksIsAskedAboutAgain) {
     const std::int64_t id = m_li.add("甲");
     const std::int64_t shown = m_wang.shownVersion(id);
-    ASSERT_FALSE(m_li.describe(id, "阀室", 0));
+    ASSERT_TRUE(m_li.describe(id, "阀室", 0));
     m_wang.replaces = true;
-    m_wang.whileAsked = [&] { ASSERT_FALSE(m_li.describe(id, "弯头", 0)); };
-    ASSERT_FALSE(m_wang.describe(id, "三通", shown));
+    m_wang.whileAsked = [&] { ASSERT_TRUE(m_li.describe(id, "弯头", 0)); };
+    ASSERT_TRUE(m_wang.describe(id, "三通", shown));
     ASSERT_EQ(m_wang.questions.size(), 2);
     EXPECT_TRUE(m_wang.questions[1].contains("为 弯头")) << m_wang.questions[1].toStdString();
     EXPECT_EQ(m_wang.attribute(id), "三通");
@@ -130,10 +130,10 @@ TEST_P(InspectorsTest, WhatIsChangedWhileTheUserThinksIsAskedAboutAgain) {
 
 TEST_P(InspectorsTest, TheQuestionTellsAnUndoFromAnEdit) {
     const std::int64_t id = m_li.add("甲");
-    ASSERT_FALSE(m_li.describe(id, "阀室", 0));
+    ASSERT_TRUE(m_li.describe(id, "阀室", 0));
     const std::int64_t shown = m_wang.shownVersion(id);
     m_li.undo();
-    EXPECT_TRUE(m_wang.describe(id, "三通", shown));
+    EXPECT_FALSE(m_wang.describe(id, "三通", shown));
     ASSERT_EQ(m_wang.questions.size(), 1);
     EXPECT_TRUE(m_wang.questions[0].contains("（撤销：编辑特殊点 为 阀室）"))
         << m_wang.questions[0].toStdString();
@@ -141,15 +141,15 @@ TEST_P(InspectorsTest, TheQuestionTellsAnUndoFromAnEdit) {
 
 TEST_P(InspectorsTest, WithoutAnybodyElseNothingIsAskedHoweverOldWhatTheUserSees) {
     const std::int64_t id = m_li.add("甲");
-    EXPECT_FALSE(m_li.describe(id, "一", 0)) << "drawn in this run, its version is not known";
+    EXPECT_TRUE(m_li.describe(id, "一", 0)) << "drawn in this run, its version is not known";
     const std::int64_t shown = m_li.shownVersion(id);
-    EXPECT_FALSE(m_li.describe(id, "二", shown));
-    EXPECT_FALSE(m_li.describe(id, "三", shown));
+    EXPECT_TRUE(m_li.describe(id, "二", shown));
+    EXPECT_TRUE(m_li.describe(id, "三", shown));
     m_li.undo();
-    EXPECT_FALSE(m_li.describe(id, "四", shown));
-    EXPECT_FALSE(m_li.remove(id, shown));
+    EXPECT_TRUE(m_li.describe(id, "四", shown));
+    EXPECT_TRUE(m_li.remove(id, shown));
     m_li.undo();
-    EXPECT_FALSE(m_li.describe(id, "五", shown));
+    EXPECT_TRUE(m_li.describe(id, "五", shown));
     EXPECT_EQ(m_li.attribute(id), "五");
     EXPECT_TRUE(m_li.questions.isEmpty());
 }
@@ -157,9 +157,9 @@ TEST_P(InspectorsTest, WithoutAnybodyElseNothingIsAskedHoweverOldWhatTheUserSees
 TEST_P(InspectorsTest, OwnEditsAfterSomebodyElsesDoNotHideHis) {
     const std::int64_t id = m_li.add("甲");
     const std::int64_t first = m_wang.shownVersion(id);
-    ASSERT_FALSE(m_li.describe(id, "一", 0));
-    ASSERT_FALSE(m_wang.describe(id, "二", m_wang.shownVersion(id)));
-    EXPECT_TRUE(m_wang.describe(id, "三", first)) << "a form that was open since before li's edit";
+    ASSERT_TRUE(m_li.describe(id, "一", 0));
+    ASSERT_TRUE(m_wang.describe(id, "二", m_wang.shownVersion(id)));
+    EXPECT_FALSE(m_wang.describe(id, "三", first)) << "a form that was open since before li's edit";
     EXPECT_EQ(m_wang.questions.size(), 1);
     EXPECT_EQ(m_wang.attribute(id), "二");
 }
@@ -167,22 +167,22 @@ TEST_P(InspectorsTest, OwnEditsAfterSomebodyElsesDoNotHideHis) {
 TEST_P(InspectorsTest, WhatSomebodyElseDeletedIsNotEditedAndTheUserIsTold) {
     const std::int64_t id = m_li.add("甲");
     const std::int64_t shown = m_wang.shownVersion(id);
-    ASSERT_FALSE(m_li.remove(id, 0));
-    const Status failure = m_wang.describe(id, "三通", shown);
-    ASSERT_TRUE(failure);
-    EXPECT_EQ(failure->userMessage.toStdString(), "“甲”已被 li@office 删除，您的修改未保存");
+    ASSERT_TRUE(m_li.remove(id, 0));
+    const Status outcome = m_wang.describe(id, "三通", shown);
+    ASSERT_FALSE(outcome);
+    EXPECT_EQ(outcome.error().userMessage.toStdString(), "“甲”已被 li@office 删除，您的修改未保存");
     EXPECT_TRUE(m_wang.questions.isEmpty());
-    EXPECT_FALSE(m_wang.remove(id, shown)) << "deleting it again is no failure";
+    EXPECT_TRUE(m_wang.remove(id, shown)) << "deleting it again is no failure";
 }
 
 TEST_P(InspectorsTest, DeletingWhatSomebodyElseChangedIsAskedAbout) {
     const std::int64_t id = m_li.add("甲");
     const std::int64_t shown = m_wang.shownVersion(id);
-    ASSERT_FALSE(m_li.describe(id, "阀室", 0));
-    EXPECT_TRUE(m_wang.remove(id, shown));
+    ASSERT_TRUE(m_li.describe(id, "阀室", 0));
+    EXPECT_FALSE(m_wang.remove(id, shown));
     EXPECT_EQ(m_wang.attribute(id), "阀室");
     m_wang.replaces = true;
-    EXPECT_FALSE(m_wang.remove(id, shown));
+    EXPECT_TRUE(m_wang.remove(id, shown));
     EXPECT_FALSE(readRow(m_wang.database, "special_point", id));
     EXPECT_EQ(m_wang.questions.size(), 2);
 }
@@ -192,10 +192,10 @@ TEST_P(InspectorsTest, OneQuestionStandsForAllRowsOfAnEdit) {
     const std::int64_t second = m_li.add("乙");
     const std::int64_t third = m_li.add("丙");
     const auto shown = m_wang.shownVersion(third); // of the only row that nobody changes then
-    ASSERT_FALSE(m_li.describe(first, "一", 0));
-    ASSERT_FALSE(m_li.describe(second, "二", 0));
+    ASSERT_TRUE(m_li.describe(first, "一", 0));
+    ASSERT_TRUE(m_li.describe(second, "二", 0));
     m_wang.replaces = true;
-    EXPECT_FALSE(m_wang.history.perform("编辑 3 个", [&](EditTransaction& edit) {
+    EXPECT_TRUE(m_wang.history.perform("编辑 3 个", [&](EditTransaction& edit) {
         for (const std::int64_t id : {first, second, third}) {
             edit.update("special_point", id, {{"attribute", toGbk("三通")}}, shown);
         }
@@ -224,7 +224,7 @@ TEST_P(InspectorsTest, EachUndoesHisOwnEdits) {
 
 TEST_P(InspectorsTest, AnUndoNeverTakesAwayWhatSomebodyElseDidLater) {
     const std::int64_t id = m_li.add("甲");
-    ASSERT_FALSE(m_wang.describe(id, "三通", m_wang.shownVersion(id)));
+    ASSERT_TRUE(m_wang.describe(id, "三通", m_wang.shownVersion(id)));
     m_li.undo();
     EXPECT_EQ(m_li.attribute(id), "三通");
     EXPECT_TRUE(m_li.history.CanUndo());
@@ -237,7 +237,7 @@ TEST_P(InspectorsTest, EveryStepOfOthersIsSeenOnceWithTheRowsAsTheyAreNow) {
     m_wang.look();
     EXPECT_TRUE(m_wang.seen.empty());
     const std::int64_t id = m_li.add("甲");
-    ASSERT_FALSE(m_li.describe(id, "阀室", 0));
+    ASSERT_TRUE(m_li.describe(id, "阀室", 0));
     m_wang.look();
     ASSERT_EQ(m_wang.seen.size(), 1U) << "one change for the row, not one for each edit";
     EXPECT_FALSE(m_wang.seen[0].before);
@@ -298,9 +298,9 @@ TEST_P(InspectorsTest, WhoOnlyLooksOnSeesEverybodysEditsAndChangesNothing) {
     reader.look();
     EXPECT_EQ(reader.seen.size(), 1U);
     EXPECT_FALSE(reader.history.CanUndo());
-    const Status failure = reader.describe(id, "三通", reader.shownVersion(id));
-    ASSERT_TRUE(failure);
-    EXPECT_EQ(failure->userMessage, "工程以只读方式打开，未作任何更改");
+    const Status outcome = reader.describe(id, "三通", reader.shownVersion(id));
+    ASSERT_FALSE(outcome);
+    EXPECT_EQ(outcome.error().userMessage, "工程以只读方式打开，未作任何更改");
     EXPECT_EQ(m_li.attribute(id), "");
 }
 

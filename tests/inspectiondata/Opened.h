@@ -12,34 +12,33 @@
 /// The value of a result that must have one.
 template<typename T>
 T valueOf(inspection::Result<T> result) {
-    const auto* failure = std::get_if<inspection::Failure>(&result);
-    EXPECT_EQ(failure, nullptr) << failure->message.toStdString();
-    if (failure) {
+    EXPECT_TRUE(result) << result.error().message.toStdString();
+    if (!result) {
         throw std::runtime_error("no value");
     }
-    return std::move(std::get<T>(result));
+    return std::move(*result);
 }
 
 /// The failure of a result that must not have a value, checked to be one line.
 template<typename T>
 inspection::Failure failureOf(inspection::Result<T> result) {
-    const auto* failure = std::get_if<inspection::Failure>(&result);
-    EXPECT_NE(failure, nullptr);
-    if (!failure) {
+    EXPECT_FALSE(result);
+    if (result) {
         throw std::runtime_error("no failure");
     }
-    EXPECT_FALSE(failure->message.isEmpty());
-    EXPECT_FALSE(failure->userMessage.isEmpty());
-    EXPECT_FALSE(failure->message.contains('\n'));
-    EXPECT_FALSE(failure->userMessage.contains('\n'));
-    return *failure;
+    const inspection::Failure& failure = result.error();
+    EXPECT_FALSE(failure.message.isEmpty());
+    EXPECT_FALSE(failure.userMessage.isEmpty());
+    EXPECT_FALSE(failure.message.contains('\n'));
+    EXPECT_FALSE(failure.userMessage.contains('\n'));
+    return failure;
 }
 
 /// A project that was told where its tables are to lie; empty for inspection.db.
 inline inspection::Project openedProject(const QString& folder, const QString& database) {
     auto project = valueOf(inspection::Project::open(folder));
     if (!database.isEmpty()) {
-        EXPECT_FALSE(project.setDatabase(database).has_value());
+        EXPECT_TRUE(project.setDatabase(database).has_value());
     }
     return project;
 }

@@ -59,8 +59,8 @@ std::optional<QString> openWhatWasAskedFor(MainWindow& window, const Options& op
     {
         const auto made =
             inspection::Project::createFromRasters(folder, {options.oldRaster, options.newRaster, {}, {}});
-        if (const auto* failure = std::get_if<inspection::Failure>(&made)) {
-            return failure->userMessage;
+        if (!made) {
+            return made.error().userMessage;
         }
     }
     return window.openProject(folder);

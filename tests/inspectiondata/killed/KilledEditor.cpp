@@ -59,7 +59,8 @@ private:
         case PointsStep::Kind::UndoSteps:
             return m_history.UndoSteps(step.count);
         default:
-            m_isTaken = !m_history.perform("编辑特殊点", [&](EditTransaction& edit) { change(edit, step); });
+            m_isTaken = m_history.perform("编辑特殊点", [&](EditTransaction& edit) { change(edit, step); })
+                            .has_value();
         }
     }
     void change(EditTransaction& edit, const PointsStep& step) {

@@ -92,16 +92,15 @@ void AnomalyTest::SetUpTestSuite() {
     }
     isComputed = true;
     const auto opened = Project::open(original().folder());
-    ASSERT_TRUE(std::holds_alternative<Project>(opened));
-    const auto database =
-        PipelineDatabase::open(std::get<Project>(opened).description(), Project::Access::Exclusive);
-    ASSERT_TRUE(std::holds_alternative<std::unique_ptr<PipelineDatabase>>(database));
-    mysqlhelper::KV_MySQL& sql = *std::get<std::unique_ptr<PipelineDatabase>>(database)->GetMySQL();
+    ASSERT_TRUE(opened);
+    const auto database = PipelineDatabase::open(opened->description(), Project::Access::Exclusive);
+    ASSERT_TRUE(database);
+    mysqlhelper::KV_MySQL& sql = *(*database)->GetMySQL();
     addThirdStation(sql);
     ComputationRequest request;
-    request.project = std::get<Project>(opened).description();
+    request.project = opened->description();
     request.stationIds = {1, 2};
-    ASSERT_TRUE(std::holds_alternative<ComputationSummary>(computeAnomalies(request)));
+    ASSERT_TRUE(computeAnomalies(request));
     addAnomalies(sql);
 }
 

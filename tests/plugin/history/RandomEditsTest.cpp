@@ -384,10 +384,9 @@ private:
             // On a server a name has at most 768 characters.
             KV_MySQL((m_folder + "/inspection.db").toStdString())
                 .execute("delete from anomaly where length(name)>768");
-            auto project = std::get<inspection::Project>(inspection::Project::open(m_folder));
+            auto project = inspection::Project::open(m_folder).value();
             const auto moved = inspection::moveDatabase(project, databaseUrl, {});
-            const auto* failure = std::get_if<inspection::Failure>(&moved);
-            ASSERT_EQ(failure, nullptr) << failure->message.toStdString();
+            ASSERT_TRUE(moved) << moved.error().message.toStdString();
         }
         restart();
         m_database = std::make_unique<KV_MySQL>(

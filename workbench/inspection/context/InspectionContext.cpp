@@ -125,8 +125,8 @@ std::optional<QString> InspectionContext::openProject(const QString& folder) {
     if (!m_session) {
         return tr("巡检数据库尚未初始化");
     }
-    if (const inspection::Status failure = m_session->open(folder)) {
-        return failure->userMessage;
+    if (const inspection::Status opened = m_session->open(folder); !opened) {
+        return opened.error().userMessage;
     }
     return std::nullopt;
 }

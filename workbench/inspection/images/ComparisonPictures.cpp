@@ -43,13 +43,12 @@ GroundPicture orthophoto(const Epoch& epoch, const PictureWindow& window) {
         return result;
     }
     const auto photo = orthophotoPicture(epoch.dom, window);
-    const auto* image = std::get_if<QImage>(&photo);
-    if (!image) {
+    if (!photo) {
         result.reason = tr("影像无法读取");
-    } else if (isBlank(*image)) {
+    } else if (isBlank(*photo)) {
         result.reason = tr("此处无影像");
     } else {
-        result.image = *image;
+        result.image = *photo;
     }
     return result;
 }
@@ -57,13 +56,12 @@ GroundPicture orthophoto(const Epoch& epoch, const PictureWindow& window) {
 GroundPicture relief(const Epoch& epoch, const PictureWindow& window) {
     GroundPicture result;
     const auto shaded = reliefPicture(epoch.dsm, window);
-    const auto* image = std::get_if<QImage>(&shaded);
-    if (!image) {
-        result.reason = std::get<Failure>(shaded).userMessage;
-    } else if (isBlank(*image)) {
+    if (!shaded) {
+        result.reason = shaded.error().userMessage;
+    } else if (isBlank(*shaded)) {
         result.reason = tr("此处没有该期数据");
     } else {
-        result.image = *image;
+        result.image = *shaded;
     }
     return result;
 }
@@ -87,10 +85,10 @@ QImage paleRelief(const QString& surfaceModel, const PictureWindow& window) {
     QImage picture(window.width, window.height, QImage::Format_ARGB32_Premultiplied);
     picture.fill(QColor(236, 236, 236));
     const auto relief = reliefPicture(surfaceModel, window);
-    if (const auto* image = std::get_if<QImage>(&relief)) {
+    if (relief) {
         QPainter painter(&picture);
         painter.setOpacity(0.55);
-        painter.drawImage(0, 0, *image);
+        painter.drawImage(0, 0, *relief);
     }
     return picture;
 }
@@ -103,14 +101,13 @@ GroundPicture differencePictureOf(const ComparisonSource& source, const PictureW
         return result;
     }
     const auto colours = differencePicture(source.dzRaster, window, source.ramp);
-    const auto* image = std::get_if<QImage>(&colours);
-    if (!image) {
-        result.reason = std::get<Failure>(colours).userMessage;
+    if (!colours) {
+        result.reason = colours.error().userMessage;
         return result;
     }
     result.image = paleRelief(source.newEpoch.dsm, window);
     QPainter painter(&result.image);
-    painter.drawImage(0, 0, *image);
+    painter.drawImage(0, 0, *colours);
     return result;
 }
 

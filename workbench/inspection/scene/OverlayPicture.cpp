@@ -32,9 +32,7 @@ QImage differences(const SdiffData& anomaly, const OverlayStyle& style, const QR
                                ground.bottom(), pixels.width(), pixels.height()};
     const DifferenceRamp ramp{style.fill, style.cut,
                               scaleEndMetres(std::abs(largestDifferenceMetres(anomaly))), 0.0};
-    const auto picture = differencePicture(style.dzRaster, window, ramp);
-    const auto* image = std::get_if<QImage>(&picture);
-    return image ? *image : QImage();
+    return differencePicture(style.dzRaster, window, ramp).value_or(QImage());
 }
 
 } // namespace

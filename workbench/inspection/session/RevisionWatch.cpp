@@ -37,10 +37,10 @@ void RevisionWatch::run() {
         try {
             if (!database) {
                 auto opened = PipelineDatabase::open(m_project, Project::Access::ReadOnly);
-                if (auto* answer = std::get_if<std::unique_ptr<PipelineDatabase>>(&opened)) {
-                    database = std::move(*answer);
+                if (opened) {
+                    database = std::move(*opened);
                 } else {
-                    cause = std::get<Failure>(opened).message;
+                    cause = opened.error().message;
                 }
             }
             if (database) {

@@ -27,45 +27,45 @@ Session::~Session() {
 
 Status Session::open(const QString& folder) {
     close();
-    if (Status failure = open(folder, Project::Access::Exclusive)) {
-        if (open(folder, Project::Access::ReadOnly)) {
-            return failure; // it says more than the second one
+    if (const Status writable = open(folder, Project::Access::Exclusive); !writable) {
+        if (!open(folder, Project::Access::ReadOnly)) {
+            return writable; // it says more than the second one
         }
-        m_readOnlyReason = tr("%1。工程已以只读方式打开，不能修改").arg(failure->userMessage);
+        m_readOnlyReason = tr("%1。工程已以只读方式打开，不能修改").arg(writable.error().userMessage);
     }
     watchOthers();
     emit opened();
     emit parametersChanged();
-    return std::nullopt;
+    return {};
 }
 
 Status Session::open(const QString& folder, Project::Access access) {
     auto project = Project::open(folder, access);
-    if (const auto* failure = std::get_if<Failure>(&project)) {
-        return *failure;
+    if (!project) {
+        return failed(project);
     }
-    auto database = PipelineDatabase::open(std::get<Project>(project).description(), access);
-    if (const auto* failure = std::get_if<Failure>(&database)) {
-        return *failure;
+    auto database = PipelineDatabase::open(project->description(), access);
+    if (!database) {
+        return failed(database);
     }
-    m_project.emplace(std::get<Project>(std::move(project)));
-    m_database = std::get<std::unique_ptr<PipelineDatabase>>(std::move(database));
+    m_project.emplace(std::move(*project));
+    m_database = std::move(*database);
     CurrentProject::set(&m_project->description(), m_database.get());
-    if (Status failure = readHistory()) {
+    if (auto done = readHistory(); !done) {
         forget();
-        return failure;
+        return failed(done);
     }
-    return std::nullopt;
+    return {};
 }
 
 Status Session::readHistory() {
     const bool isWritable = m_project->access() == Project::Access::Exclusive;
     try {
         m_history.setDatabase(connection(), isWritable ? inspectorOf(m_project->description()) : QString());
-        return std::nullopt;
+        return {};
     } catch (const mysqlhelper::KV_MySQL_Exception& exception) {
         const QString cause = QString::fromUtf8(exception.what());
-        return Failure{cause, tr("无法读取项目数据库：%1").arg(cause), false};
+        return Unexpected(Failure{cause, tr("无法读取项目数据库：%1").arg(cause)});
     }
 }
 
@@ -125,16 +125,16 @@ ProjectParameters Session::parameters() const {
 
 Status Session::setParameters(const ProjectParameters& parameters) {
     if (!m_project) {
-        return Failure{QStringLiteral("no project is open"), tr("没有打开的工程"), false};
+        return Unexpected(Failure{QStringLiteral("no project is open"), tr("没有打开的工程")});
     }
     if (parameters == m_project->description().parameters) {
-        return std::nullopt;
+        return {};
     }
-    if (Status failure = m_project->setParameters(parameters)) {
-        return failure;
+    if (auto done = m_project->setParameters(parameters); !done) {
+        return failed(done);
     }
     emit parametersChanged();
-    return std::nullopt;
+    return {};
 }
 
 void Session::warn(const QString& text) const {

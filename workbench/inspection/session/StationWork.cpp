@@ -75,14 +75,14 @@ void StationWork::compute(const std::vector<std::uint32_t>& stationIds) {
 }
 
 void StationWork::finishComputation(const Result<ComputationSummary>& result) {
-    if (const auto* failure = std::get_if<Failure>(&result)) {
-        if (!failure->cancelled) {
-            m_session.warn(failure->userMessage);
+    if (!result) {
+        if (!result.error().cancelled) {
+            m_session.warn(result.error().userMessage);
         }
-        emit computeFinished(false, failure->userMessage);
+        emit computeFinished(false, result.error().userMessage);
         return;
     }
-    const ComputationSummary& summary = m_lastComputation = std::get<ComputationSummary>(result);
+    const ComputationSummary& summary = m_lastComputation = *result;
     emit computed(summary.stationIds);
     emit computeFinished(true, tr("计算完成：%1 个站段，发现 %2 处异常，用时 %3 秒")
                                    .arg(summary.stationIds.size())
@@ -118,31 +118,31 @@ void StationWork::writeShapes() {
 
 void StationWork::output(const QString& title, const QString& kind, const QString& path, Write write) {
     const auto read = readInspectionData(m_session.project()->description(), *m_session.connection());
-    if (const auto* failure = std::get_if<Failure>(&read)) {
-        finishOutput(title, kind, path, *failure);
+    if (!read) {
+        finishOutput(title, kind, path, failed(read));
         return;
     }
-    const auto& data = std::get<InspectionData>(read);
+    const auto& data = *read;
     m_session.jobs().start(title, [this, title, kind, path, data,
                                    write = std::move(write)](const JobRunner::Progress& progress) {
         // Where it cannot be made, the writer names the file that cannot be opened.
         QDir().mkpath(QFileInfo(path).absolutePath());
-        const Status failure =
+        const Status written =
             write(data, path, [&](double fraction) { return progress(fraction, QString()); });
-        return [this, title, kind, path, failure] { finishOutput(title, kind, path, failure); };
+        return [this, title, kind, path, written] { finishOutput(title, kind, path, written); };
     });
 }
 
 void StationWork::finishOutput(const QString& title, const QString& kind, const QString& path,
-                               const Status& failure) {
-    if (failure) {
-        if (!failure->cancelled) {
-            m_session.warn(failure->userMessage);
+                               const Status& written) {
+    if (!written) {
+        if (!written.error().cancelled) {
+            m_session.warn(written.error().userMessage);
         }
     } else if (m_session.outputFolder().isEmpty()) {
         m_session.inform(tr("%1完成：\n%2").arg(title, QDir::toNativeSeparators(path)));
     }
-    emit outputFinished(kind, !failure, path);
+    emit outputFinished(kind, written.has_value(), path);
 }
 
 } // namespace inspection

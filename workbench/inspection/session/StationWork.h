@@ -9,7 +9,6 @@
 
 #include <cstdint>
 #include <functional>
-#include <optional>
 #include <vector>
 
 namespace inspection {
@@ -44,7 +43,7 @@ private:
     bool isReady();
     void finishComputation(const Result<ComputationSummary>& result);
     void output(const QString& title, const QString& kind, const QString& path, Write write);
-    void finishOutput(const QString& title, const QString& kind, const QString& path, const Status& failure);
+    void finishOutput(const QString& title, const QString& kind, const QString& path, const Status& written);
 
     Session& m_session;
     ComputationSummary m_lastComputation;

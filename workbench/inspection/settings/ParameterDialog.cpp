@@ -154,8 +154,8 @@ void ParameterDialog::confirm() {
         m_session.warn(tr("填方与挖方的颜色不能相同"));
         return;
     }
-    if (const Status failure = m_session.setParameters(parameters)) {
-        m_session.warn(failure->userMessage);
+    if (const Status stored = m_session.setParameters(parameters); !stored) {
+        m_session.warn(stored.error().userMessage);
         return;
     }
     accept();

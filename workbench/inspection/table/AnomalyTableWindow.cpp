@@ -341,11 +341,11 @@ void AnomalyTableWindow::lookAt(const std::string& name) {
 }
 
 bool AnomalyTableWindow::perform(const QString& description, const ProjectHistory::Work& work) {
-    const Status failure = m_session.history().perform(description, work);
-    if (failure && !failure->cancelled) {
-        m_session.warn(failure->userMessage);
+    const Status done = m_session.history().perform(description, work);
+    if (!done && !done.error().cancelled) {
+        m_session.warn(done.error().userMessage);
     }
-    return !failure;
+    return done.has_value();
 }
 
 void AnomalyTableWindow::SetItemAtrii(KV_StationItem* item, const std::vector<SdiffData>& anomalies) {

@@ -31,27 +31,27 @@ KV_Record fieldsOf(const KV_BasicNode& record) {
 
 Result<std::uint32_t> SpecialObjectStore::insert(const KV_BasicNode& record) const {
     std::uint32_t id = 0;
-    const Status failure = m_session.history().perform(
+    const Status stored = m_session.history().perform(
         description(QObject::tr("添加"), record.m_type, record.GetName()), [&](EditTransaction& edit) {
             id = static_cast<std::uint32_t>(edit.insert(tableName(record.m_type), fieldsOf(record)));
         });
-    if (failure) {
-        return *failure;
+    if (!stored) {
+        return failed(stored);
     }
     return id;
 }
 
 Status SpecialObjectStore::update(const KV_BasicNode& record, std::uint32_t id) const {
     bool isStored = true;
-    Status failure = m_session.history().perform(
+    Status stored = m_session.history().perform(
         description(QObject::tr("编辑"), record.m_type, record.GetName()), [&](EditTransaction& edit) {
             isStored = edit.update(tableName(record.m_type), id, fieldsOf(record), record.m_version);
         });
     if (!isStored) {
-        m_session.warn(failure->userMessage);
-        return std::nullopt;
+        m_session.warn(stored.error().userMessage);
+        return {};
     }
-    return failure;
+    return stored;
 }
 
 Status SpecialObjectStore::rename(const StoredObject& object, const std::string& name) const {

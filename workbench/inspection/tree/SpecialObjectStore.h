@@ -1,7 +1,7 @@
 #pragma once
 
 #include "host/inspection/Records.h"
-#include "workbench/inspectiondata/project/Failure.h"
+#include "workbench/inspectiondata/project/Result.h"
 
 #include <cstdint>
 #include <optional>

@@ -138,10 +138,10 @@ bool SpecialObjects::add(const KV_BasicNode& record) {
         return false;
     }
     const Result<std::uint32_t> inserted = m_store.insert(record);
-    if (const auto* failure = std::get_if<Failure>(&inserted)) {
-        return isDone(*failure);
+    if (!inserted) {
+        return isDone(failed(inserted));
     }
-    enter(record, std::get<std::uint32_t>(inserted));
+    enter(record, *inserted);
     select(name);
     return true;
 }
@@ -149,7 +149,7 @@ bool SpecialObjects::add(const KV_BasicNode& record) {
 bool SpecialObjects::remove(const QString& name, int objectType) {
     const auto found = m_entries.find(name);
     if (found == m_entries.end() || typeOf(*found->second) != objectType || !isWritable() ||
-        m_store.remove(shown(*found->second))) {
+        !m_store.remove(shown(*found->second))) {
         return false;
     }
     forget(name);
@@ -171,7 +171,7 @@ bool SpecialObjects::update(const KV_BasicNode& record, const std::string& oldNa
     }
     // A record that was drawn in this run does not know its id yet; the tree does.
     const QTreeWidgetItem& entry = *found->second;
-    if (!isWritable() || m_store.update(record, record.m_id != 0 ? record.m_id : idOf(entry))) {
+    if (!isWritable() || !m_store.update(record, record.m_id != 0 ? record.m_id : idOf(entry))) {
         return false;
     }
     takeName(found->first, name);
@@ -241,11 +241,11 @@ void SpecialObjects::takeChange(QTreeWidgetItem* entry) {
 
 void SpecialObjects::rename(QTreeWidgetItem* entry, const QString& oldName) {
     const QString name = entry->text(StationTree::NameColumn).trimmed();
-    const Status failure = name == oldName ? Status() : storeName(*entry, name);
-    m_tree.setName(entry, failure ? oldName : name);
-    if (failure) {
+    const Status stored = name == oldName ? Status() : storeName(*entry, name);
+    m_tree.setName(entry, stored ? name : oldName);
+    if (!stored) {
         // Once the editor is closed, which a message box in its midst would keep from closing.
-        QMetaObject::invokeMethod(this, [this, failure] { isDone(failure); }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(this, [this, stored] { isDone(stored); }, Qt::QueuedConnection);
         return;
     }
     m_entries.erase(oldName);
@@ -255,10 +255,10 @@ void SpecialObjects::rename(QTreeWidgetItem* entry, const QString& oldName) {
 
 Status SpecialObjects::storeName(const QTreeWidgetItem& entry, const QString& name) const {
     if (name.isEmpty()) {
-        return Failure{"an empty name", tr("名称不能为空"), false};
+        return Unexpected(Failure{"an empty name", tr("名称不能为空")});
     }
     if (contains(name)) {
-        return Failure{"a name that is taken", tr("名称“%1”已存在").arg(name), false};
+        return Unexpected(Failure{"a name that is taken", tr("名称“%1”已存在").arg(name)});
     }
     return m_store.rename(shown(entry), toGbk(name));
 }
@@ -270,11 +270,11 @@ bool SpecialObjects::isWritable() const {
     return m_session.readOnlyReason().isEmpty();
 }
 
-bool SpecialObjects::isDone(const Status& failure) const {
-    if (failure && !failure->cancelled) {
-        m_session.warn(failure->userMessage);
+bool SpecialObjects::isDone(const Status& outcome) const {
+    if (!outcome && !outcome.error().cancelled) {
+        m_session.warn(outcome.error().userMessage);
     }
-    return !failure;
+    return outcome.has_value();
 }
 
 void SpecialObjects::askToDelete(QTreeWidgetItem* entry) {

@@ -76,8 +76,8 @@ private:
     Status storeName(const QTreeWidgetItem& entry, const QString& name) const;
     /// False, and the user is told, where the project is open for reading.
     bool isWritable() const;
-    /// True without a failure. Otherwise the user is told, unless it is what he wanted.
-    bool isDone(const Status& failure) const;
+    /// False for a failure, of which the user is told, unless it is what he wanted.
+    bool isDone(const Status& outcome) const;
     QString nameOf(const QTreeWidgetItem* entry) const;
 
     Session& m_session;

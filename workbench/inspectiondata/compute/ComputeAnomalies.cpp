@@ -62,7 +62,7 @@ Status Computation::checkRasters() const {
             return fileFailure(file, "no such file", "文件不存在");
         }
     }
-    return std::nullopt;
+    return {};
 }
 
 Status Computation::chooseStations(KV_MySQL& database) {
@@ -82,14 +82,14 @@ Status Computation::chooseStations(KV_MySQL& database) {
         }
         m_chosen.push_back(*found);
     }
-    return std::nullopt;
+    return {};
 }
 
 Status Computation::coregister() {
     const QString what = QStringLiteral("两期数据配准");
     const detect::Progress progress = part(0.0, kCoregistrationShare, what);
     if (!progress(0.0)) {
-        return cancelledFailure();
+        return cancelled();
     }
     detect::Request request;
     request.oldRaster = m_request.project.oldEpoch().dsm.toStdString();
@@ -100,43 +100,44 @@ Status Computation::coregister() {
     timer.start();
     const auto estimate = detect::estimateCoregistration(request, progress);
     m_coregistrationSeconds = double(timer.elapsed()) / 1000.0;
-    if (const auto* failure = std::get_if<detect::Failure>(&estimate)) {
-        const QString message = QString::fromStdString(failure->message);
-        return Failure{message, QStringLiteral("配准失败：") + message, failure->cancelled};
+    if (!estimate) {
+        const QString message = QString::fromStdString(estimate.error().message);
+        return Unexpected(
+            Failure{message, QStringLiteral("配准失败：") + message, estimate.error().cancelled});
     }
-    m_coregistration = std::get<detect::Coregistration>(estimate);
-    return std::nullopt;
+    m_coregistration = *estimate;
+    return {};
 }
 
 Status Computation::detectStation(const StationDetection& detection, const KV_Station& station, double from,
                                   double share) {
     const auto raster = m_store.newRaster(station.m_id);
-    if (const auto* failure = std::get_if<Failure>(&raster)) {
-        return *failure;
+    if (!raster) {
+        return failed(raster);
     }
     const QString what = QStringLiteral("计算站点 %1").arg(fromGbk(station.m_name));
-    auto found = detection.find(station, m_coregistration, m_request.threads, std::get<QString>(raster),
-                                part(from, share, what));
-    if (const auto* failure = std::get_if<Failure>(&found)) {
-        return *failure;
+    auto found =
+        detection.find(station, m_coregistration, m_request.threads, *raster, part(from, share, what));
+    if (!found) {
+        return failed(found);
     }
-    m_changes.push_back(std::move(std::get<StationChanges>(found)));
-    return std::nullopt;
+    m_changes.push_back(std::move(*found));
+    return {};
 }
 
 Status Computation::detectAll() {
     const auto prepared = StationDetection::prepare(m_request.project, m_all);
-    if (const auto* failure = std::get_if<Failure>(&prepared)) {
-        return *failure;
+    if (!prepared) {
+        return failed(prepared);
     }
     const double share = (1.0 - kCoregistrationShare) / double(std::max<std::size_t>(1, m_chosen.size()));
     for (std::size_t i = 0; i < m_chosen.size(); ++i) {
         const double from = kCoregistrationShare + share * double(i);
-        if (auto failure = detectStation(std::get<StationDetection>(prepared), m_chosen[i], from, share)) {
-            return failure;
+        if (auto done = detectStation(*prepared, m_chosen[i], from, share); !done) {
+            return failed(done);
         }
     }
-    return std::nullopt;
+    return {};
 }
 
 ComputationSummary Computation::summary() const {
@@ -153,27 +154,27 @@ ComputationSummary Computation::summary() const {
 }
 
 Result<ComputationSummary> Computation::run() {
-    if (auto failure = checkRasters()) {
-        return *failure;
+    if (auto done = checkRasters(); !done) {
+        return failed(done);
     }
     try {
         KV_MySQL database(m_request.project.databaseUrl().toStdString());
-        if (auto failure = chooseStations(database)) {
-            return *failure;
+        if (auto done = chooseStations(database); !done) {
+            return failed(done);
         }
-        if (auto failure = coregister()) {
-            return *failure;
+        if (auto done = coregister(); !done) {
+            return failed(done);
         }
-        if (auto failure = detectAll()) {
-            return *failure;
+        if (auto done = detectAll(); !done) {
+            return failed(done);
         }
         if (m_progress && !m_progress(1.0, QStringLiteral("保存结果"))) {
-            return cancelledFailure();
+            return cancelled();
         }
         m_store.store(database, m_changes, m_coregistration);
     } catch (const KV_MySQL_Exception& exception) {
         const QString cause = QString::fromUtf8(exception.what());
-        return Failure{cause, QStringLiteral("数据库操作失败：") + cause};
+        return Unexpected(Failure{cause, QStringLiteral("数据库操作失败：") + cause});
     }
     return summary();
 }
@@ -186,8 +187,8 @@ Result<ComputationSummary> computeAnomalies(const ComputationRequest& request,
     QElapsedTimer timer;
     timer.start();
     auto result = Computation(request, progress).run();
-    if (auto* summary = std::get_if<ComputationSummary>(&result)) {
-        summary->seconds = double(timer.elapsed()) / 1000.0;
+    if (result) {
+        result->seconds = double(timer.elapsed()) / 1000.0;
     }
     return result;
 }

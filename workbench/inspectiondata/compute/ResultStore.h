@@ -2,8 +2,8 @@
 
 #include "host/inspection/KV_MySQL.h"
 #include "workbench/inspectiondata/compute/StationDetection.h"
-#include "workbench/inspectiondata/project/Failure.h"
 #include "workbench/inspectiondata/project/ProjectDescription.h"
+#include "workbench/inspectiondata/project/Result.h"
 
 #include <QString>
 #include <QStringList>

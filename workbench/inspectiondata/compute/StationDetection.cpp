@@ -81,7 +81,7 @@ Status warpRaster(const QString& source, const QString& target, const OGRSpatial
         return fileFailure(target, "cannot be written: " + QString::fromStdString(errors.first()),
                            "无法写入");
     }
-    return std::nullopt;
+    return {};
 }
 
 } // namespace
@@ -189,23 +189,24 @@ Result<StationChanges> StationDetection::find(const KV_Station& station,
     StationChanges changes;
     changes.stationId = station.m_id;
     const auto outcome = detect::detectChanges(request, progress);
-    if (const auto* failure = std::get_if<detect::Failure>(&outcome)) {
-        if (failure->nothingInWindow) {
+    if (!outcome) {
+        if (outcome.error().nothingInWindow) {
             return changes;
         }
-        const QString message = QString::fromStdString(failure->message);
+        const QString message = QString::fromStdString(outcome.error().message);
         const QString name = fromGbk(station.m_name);
-        return Failure{QStringLiteral("station %1: %2").arg(name, message),
-                       QStringLiteral("站点“%1”计算失败：%2").arg(name, message), failure->cancelled};
+        return Unexpected(Failure{QStringLiteral("station %1: %2").arg(name, message),
+                                  QStringLiteral("站点“%1”计算失败：%2").arg(name, message),
+                                  outcome.error().cancelled});
     }
     if (m_toStation) {
-        auto failure = warpRaster(unwarped, dzRaster, m_stationReference);
+        const Status warped = warpRaster(unwarped, dzRaster, m_stationReference);
         QFile::remove(unwarped);
-        if (failure) {
-            return *failure;
+        if (!warped) {
+            return failed(warped);
         }
     }
-    const auto& result = std::get<detect::Result>(outcome);
+    const auto& result = *outcome;
     changes.dzRaster = dzRaster;
     changes.cells = result.cells;
     changes.seconds = result.seconds;

@@ -2,9 +2,9 @@
 
 #include "detect/Detection.h"
 #include "host/inspection/Station.h"
-#include "workbench/inspectiondata/project/Failure.h"
 #include "workbench/inspectiondata/project/Georeference.h"
 #include "workbench/inspectiondata/project/ProjectDescription.h"
+#include "workbench/inspectiondata/project/Result.h"
 
 #include <QString>
 

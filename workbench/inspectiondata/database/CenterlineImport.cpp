@@ -123,7 +123,7 @@ Status importCenterline(const ProjectDescription& project, KV_MySQL& database) {
         importNodes(*nodes, *reference, database);
     }
     transaction.commit();
-    return std::nullopt;
+    return {};
 }
 
 } // namespace inspection

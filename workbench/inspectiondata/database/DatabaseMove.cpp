@@ -94,7 +94,7 @@ Status copyProject(KV_MySQL& source, KV_MySQL& target, const ProjectDescription&
     const auto digests = copyTables(source, target, course);
     const std::string different = course.stopped() ? std::string() : differentTable(target, digests, course);
     if (course.stopped()) {
-        return cancelledFailure();
+        return cancelled();
     }
     if (!different.empty()) {
         const QString table = QString::fromStdString(different);
@@ -105,7 +105,7 @@ Status copyProject(KV_MySQL& source, KV_MySQL& target, const ProjectDescription&
     handOverEdits(target, inspectorOf(before), inspectorOf(after));
     storeSchemaVersion(target);
     transaction.commit();
-    return std::nullopt;
+    return {};
 }
 
 /// Opens the target and copies everything into it.
@@ -121,7 +121,7 @@ Status fillTarget(KV_MySQL& source, const ProjectDescription& before, const Proj
         return copyProject(source, target, before, after, course);
     } catch (const KV_MySQL_Exception& exception) {
         const QString cause = QString::fromUtf8(exception.what());
-        return Failure{cause, "数据库迁移失败，工程仍使用原数据库：" + cause};
+        return Unexpected(Failure{cause, "数据库迁移失败，工程仍使用原数据库：" + cause});
     }
 }
 
@@ -146,23 +146,23 @@ Result<DatabaseMove> moveDatabase(Project& project, const QString& target,
                            "工程的数据表已在该数据库中");
     }
     auto source = PipelineDatabase::open(before, project.access());
-    if (const auto* failure = std::get_if<Failure>(&source)) {
-        return *failure;
+    if (!source) {
+        return failed(source);
     }
-    auto& opened = std::get<std::unique_ptr<PipelineDatabase>>(source);
+    auto& opened = *source;
     DatabaseMove move{0, shownDatabase(before.databaseUrl())};
     try {
         Course course(*opened->GetMySQL(), progress);
-        if (auto failure = fillTarget(*opened->GetMySQL(), before, after, course)) {
-            return *failure;
+        if (auto done = fillTarget(*opened->GetMySQL(), before, after, course); !done) {
+            return failed(done);
         }
         move.rows = course.rows();
     } catch (const KV_MySQL_Exception& exception) {
         const QString cause = QString::fromUtf8(exception.what());
-        return Failure{cause, "数据库无法使用：" + cause};
+        return Unexpected(Failure{cause, "数据库无法使用：" + cause});
     }
-    if (auto failure = project.setDatabase(target)) {
-        return *failure;
+    if (auto done = project.setDatabase(target); !done) {
+        return failed(done);
     }
     opened.reset();
     if (!before.databaseFile().isEmpty()) {

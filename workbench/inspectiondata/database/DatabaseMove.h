@@ -1,8 +1,8 @@
 #pragma once
 
 #include "host/Export.h"
-#include "workbench/inspectiondata/project/Failure.h"
 #include "workbench/inspectiondata/project/Project.h"
+#include "workbench/inspectiondata/project/Result.h"
 
 #include <functional>
 

@@ -37,17 +37,18 @@ std::unique_ptr<KV_MySQL> openReadOnly(const QString& url) {
     }
 }
 
-Failure databaseFailure(const QString& name, const KV_MySQL_Exception& exception) {
+Unexpected databaseFailure(const QString& name, const KV_MySQL_Exception& exception) {
     const QString cause = QString::fromUtf8(exception.what());
-    return {cause.contains(name) ? cause : name + ": " + cause, name + "：数据库无法使用：" + cause};
+    return Unexpected(
+        Failure{cause.contains(name) ? cause : name + ": " + cause, name + "：数据库无法使用：" + cause});
 }
 
-Failure neverComputed(const QString& name) {
+Unexpected neverComputed(const QString& name) {
     return fileFailure(name, "no such database, the project was never computed",
                        "数据库不存在，工程尚未计算");
 }
 
-Failure newerSchema(const QString& file, int version) {
+Unexpected newerSchema(const QString& file, int version) {
     return fileFailure(
         file,
         QStringLiteral("database schema version %1 is newer than this program, which knows version %2")
@@ -71,13 +72,13 @@ Status prepareForWriting(const ProjectDescription& project, KV_MySQL& database) 
     trimEdits(database);
     takeNamelessEdits(project, database);
     if (database.queryRecord("select id from " + tableName(KV_STATION) + " limit 1").empty()) {
-        if (auto failure = importCenterline(project, database)) {
-            return failure;
+        if (auto done = importCenterline(project, database); !done) {
+            return failed(done);
         }
         importHighConsequenceAreas(project, database);
     }
     transaction.commit();
-    return std::nullopt;
+    return {};
 }
 
 /// Nothing when a database of this version can be read.
@@ -89,7 +90,7 @@ Status checkForReading(const QString& name, int version) {
         return fileFailure(name, "database is of an older version; open the project for writing once",
                            "数据库版本较旧，请先以可写方式打开一次");
     }
-    return std::nullopt;
+    return {};
 }
 
 } // namespace
@@ -111,9 +112,9 @@ Result<std::unique_ptr<PipelineDatabase>> PipelineDatabase::open(const ProjectDe
         if (version > kSchemaVersion) {
             return newerSchema(name, version);
         }
-        if (auto failure =
-                readOnly ? checkForReading(name, version) : prepareForWriting(project, *database)) {
-            return *failure;
+        if (auto done = readOnly ? checkForReading(name, version) : prepareForWriting(project, *database);
+            !done) {
+            return failed(done);
         }
         return std::unique_ptr<PipelineDatabase>(new PipelineDatabase(std::move(database)));
     } catch (const KV_MySQL_Exception& exception) {

@@ -2,8 +2,8 @@
 
 #include "host/Export.h"
 #include "host/inspection/DataSet.h"
-#include "workbench/inspectiondata/project/Failure.h"
 #include "workbench/inspectiondata/project/Project.h"
+#include "workbench/inspectiondata/project/Result.h"
 
 #include <memory>
 

@@ -116,7 +116,7 @@ private:
     Cause nameParts(const QString& name, std::vector<std::unique_ptr<KV_BasicNode>>& parts);
     void nameTheNameless();
     Transformation transformationOf(OGRLayer& layer);
-    Failure failure(const QString& cause, const QString& userCause) const;
+    Unexpected failure(const QString& cause, const QString& userCause) const;
     QString placeOf(OGRLayer& layer) const;
     QString placeOf(OGRLayer& layer, const OGRFeature& row) const;
 
@@ -131,7 +131,7 @@ private:
     SpecialObjectRows m_rows;
 };
 
-Failure Reading::failure(const QString& cause, const QString& userCause) const {
+Unexpected Reading::failure(const QString& cause, const QString& userCause) const {
     const QString words = QString::fromStdString(m_errors.first()).simplified();
     return words.isEmpty()
                ? fileFailure(m_file.path, cause, userCause)
@@ -157,7 +157,7 @@ Status Reading::open() {
         return failure("not a readable vector file", "无法作为矢量文件读取");
     }
     m_errors.clear();
-    return std::nullopt;
+    return {};
 }
 
 Status Reading::chooseLayers() {
@@ -181,7 +181,7 @@ Status Reading::chooseLayers() {
         return failure("no layer that fits", QStringLiteral("没有%1图层").arg(title));
     }
     m_rows.notes << others;
-    return std::nullopt;
+    return {};
 }
 
 Transformation Reading::transformationOf(OGRLayer& layer) {
@@ -215,7 +215,7 @@ Status Reading::readRows(ReadableLayer& readable) {
     readable.layer.ResetReading();
     for (;; ++m_rowsRead) {
         if (m_progress && !m_progress(double(m_rowsRead) / double(std::max<GIntBig>(m_rowCount, 1)))) {
-            return cancelledFailure();
+            return cancelled();
         }
         m_errors.clear();
         const OGRFeatureUniquePtr row(readable.layer.GetNextFeature());
@@ -236,7 +236,7 @@ Status Reading::endOfRows(const ReadableLayer& readable, GIntBig rowsRead) const
             QStringLiteral("ends after %1 of %2 rows").arg(rowsRead).arg(readable.rowCount),
             QStringLiteral("文件不完整，%1 行中只能读到 %2 行").arg(readable.rowCount).arg(rowsRead));
     }
-    return std::nullopt;
+    return {};
 }
 
 void Reading::readRow(const OGRFeature& row, ReadableLayer& readable) {
@@ -313,15 +313,15 @@ void Reading::nameTheNameless() {
 }
 
 Result<SpecialObjectRows> Reading::run() {
-    if (auto failed = open()) {
-        return *failed;
+    if (auto done = open(); !done) {
+        return failed(done);
     }
-    if (auto failed = chooseLayers()) {
-        return *failed;
+    if (auto done = chooseLayers(); !done) {
+        return failed(done);
     }
     for (const auto& [layer, rowCount] : m_layers) {
-        if (auto failed = readLayer(*layer, rowCount)) {
-            return *failed;
+        if (auto done = readLayer(*layer, rowCount); !done) {
+            return failed(done);
         }
     }
     nameTheNameless();

@@ -3,7 +3,7 @@
 #include "host/Export.h"
 #include "host/inspection/Records.h"
 #include "workbench/inspectiondata/database/SpecialObjectNames.h"
-#include "workbench/inspectiondata/project/Failure.h"
+#include "workbench/inspectiondata/project/Result.h"
 
 #include <QStringList>
 

@@ -21,20 +21,20 @@ Status store(const SpecialObjectRows& rows, KV_MySQL& database, const SpecialObj
     std::size_t stored = 0;
     for (const auto& record : rows.records) {
         if (progress && !progress(double(stored++) / double(rows.records.size()))) {
-            return cancelledFailure();
+            return cancelled();
         }
         KV_Record fields;
         record->evalute_record(fields);
         database.insertRecord(tableName(record->m_type), fields);
     }
-    return std::nullopt;
+    return {};
 }
 
 /// In one transaction, so that others see all of them or none.
 Status storeForAll(const ProjectDescription& project, const SpecialObjectRows& rows, KV_MySQL& database,
                    const SpecialObjectProgress& progress) {
     if (rows.records.empty()) {
-        return std::nullopt;
+        return {};
     }
     KV_MySQL::Transaction transaction(database);
     const int type = rows.records.front()->m_type;
@@ -42,14 +42,14 @@ Status storeForAll(const ProjectDescription& project, const SpecialObjectRows& r
                     QStringLiteral("导入 %1 个%2")
                         .arg(rows.records.size())
                         .arg(specialObjectTitle(static_cast<KV_ObjectType>(type))));
-    if (const Status stopped = store(rows, database, progress)) {
-        return stopped;
+    if (auto done = store(rows, database, progress); !done) {
+        return failed(done);
     }
     if (progress && !progress(1.0)) {
-        return cancelledFailure();
+        return cancelled();
     }
     transaction.commit();
-    return std::nullopt;
+    return {};
 }
 
 /// Markers of imported points are to stand on the ground also after the editing tool has put them up anew.
@@ -64,9 +64,9 @@ void putOnGround(const ProjectDescription& project, SpecialObjectRows& rows) {
     }
 }
 
-Failure databaseRefusal(const KV_MySQL_Exception& exception) {
+Unexpected databaseRefusal(const KV_MySQL_Exception& exception) {
     const QString cause = QString::fromUtf8(exception.what());
-    return {cause, QStringLiteral("数据库拒绝了写入，未导入任何对象：") + cause, false};
+    return Unexpected(Failure{cause, QStringLiteral("数据库拒绝了写入，未导入任何对象：") + cause});
 }
 
 /// Part of the whole progress.
@@ -81,17 +81,17 @@ Result<SpecialObjectImport> importSpecialObjects(const ProjectDescription& proje
                                                  KV_MySQL& database, const SpecialObjectProgress& progress) {
     try {
         auto read = readSpecialObjects(file, SpecialObjectNames(database), half(progress, 0.0));
-        if (const auto* failure = std::get_if<Failure>(&read)) {
-            return *failure;
+        if (!read) {
+            return failed(read);
         }
-        auto& rows = std::get<SpecialObjectRows>(read);
+        auto& rows = *read;
         const SpecialObjectImport refused{0, rows.refusals, rows.notes};
         if (allOrNone && !rows.refusals.isEmpty()) {
             return refused;
         }
         putOnGround(project, rows);
-        if (const Status failure = storeForAll(project, rows, database, half(progress, 0.5))) {
-            return *failure;
+        if (auto done = storeForAll(project, rows, database, half(progress, 0.5)); !done) {
+            return failed(done);
         }
         return SpecialObjectImport{static_cast<int>(rows.records.size()), rows.refusals, rows.notes};
     } catch (const KV_MySQL_Exception& exception) {
@@ -106,11 +106,11 @@ void importHighConsequenceAreas(const ProjectDescription& project, KV_MySQL& dat
         return;
     }
     const auto read = readSpecialObjects(file, SpecialObjectNames(database), {});
-    if (const auto* failure = std::get_if<Failure>(&read)) {
-        qWarning().noquote() << failure->message;
+    if (!read) {
+        qWarning().noquote() << read.error().message;
         return;
     }
-    const auto& rows = std::get<SpecialObjectRows>(read);
+    const auto& rows = *read;
     for (const QString& refusal : rows.refusals) {
         qWarning().noquote() << "High-consequence area refused:" << refusal;
     }

@@ -102,25 +102,25 @@ void ProjectHistory::announce() {
 
 Status ProjectHistory::perform(const QString& description, const Work& work) {
     if (!m_database || m_inspector.isNull()) {
-        return Failure{"no database to write to",
-                       !m_database ? tr("没有可用的项目数据库") : tr("工程以只读方式打开，未作任何更改"),
-                       false};
+        return Unexpected(Failure{"no database to write to", !m_database
+                                                                 ? tr("没有可用的项目数据库")
+                                                                 : tr("工程以只读方式打开，未作任何更改")});
     }
     try {
         std::vector<EditConflict> conflicts;
         for (;;) {
             conflicts = tryToStore(description, work, conflicts);
             if (conflicts.empty()) {
-                return std::nullopt;
+                return {};
             }
-            if (Status failure = askAbout(conflicts)) {
-                return failure;
+            if (auto done = askAbout(conflicts); !done) {
+                return failed(done);
             }
         }
     } catch (const KV_MySQL_Exception& exception) {
         std::cout << exception.what() << std::endl;
         const QString cause = QString::fromUtf8(exception.what());
-        return Failure{cause, tr("数据库拒绝了修改，未作任何更改：%1").arg(cause), false};
+        return Unexpected(Failure{cause, tr("数据库拒绝了修改，未作任何更改：%1").arg(cause)});
     }
 }
 
@@ -159,12 +159,12 @@ Status ProjectHistory::askAbout(const std::vector<EditConflict>& conflicts) {
     const EditConflict& first = gone != conflicts.end() ? *gone : conflicts.front();
     const auto step = lastStepOn(*m_database, first.table, first.id, m_inspector);
     if (gone != conflicts.end()) {
-        return Failure{"a row is not stored any more", goneText(first, step), false};
+        return Unexpected(Failure{"a row is not stored any more", goneText(first, step)});
     }
     if (m_mayReplace && m_mayReplace(conflictQuestion(conflicts, step))) {
-        return std::nullopt;
+        return {};
     }
-    return cancelledFailure();
+    return cancelled();
 }
 
 void ProjectHistory::noteOwn(const RowChanges& changes, std::int64_t revision) {

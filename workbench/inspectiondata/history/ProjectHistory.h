@@ -3,7 +3,7 @@
 #include "host/inspection/EditHistory.h"
 #include "workbench/inspectiondata/database/EditTable.h"
 #include "workbench/inspectiondata/history/EditTransaction.h"
-#include "workbench/inspectiondata/project/Failure.h"
+#include "workbench/inspectiondata/project/Result.h"
 
 #include <QObject>
 

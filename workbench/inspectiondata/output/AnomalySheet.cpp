@@ -36,9 +36,7 @@ QImage reliefAfter(const Epoch& epoch, const PictureWindow& window, const QImage
     if (epoch.dom.isEmpty()) {
         return after;
     }
-    const auto relief = reliefPicture(epoch.dsm, window);
-    const auto* image = std::get_if<QImage>(&relief);
-    return !image ? QImage() : *image;
+    return reliefPicture(epoch.dsm, window).value_or(QImage());
 }
 
 QImage differenceOverRelief(const InspectionData& data, const AnomalyFacts& facts,
@@ -51,9 +49,8 @@ QImage differenceOverRelief(const InspectionData& data, const AnomalyFacts& fact
     painter.setOpacity(1.0);
     if (facts.findings->result && !facts.findings->result->dzRaster.isEmpty()) {
         const QString file = data.project.folder + '/' + facts.findings->result->dzRaster;
-        const auto difference = differencePicture(file, window, ramp);
-        if (const auto* image = std::get_if<QImage>(&difference)) {
-            painter.drawImage(0, 0, *image);
+        if (const auto difference = differencePicture(file, window, ramp)) {
+            painter.drawImage(0, 0, *difference);
         }
     }
     return picture;

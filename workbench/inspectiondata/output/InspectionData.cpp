@@ -27,7 +27,7 @@ Result<InspectionData> readInspectionData(const ProjectDescription& project,
         return data;
     } catch (const mysqlhelper::KV_MySQL_Exception& exception) {
         const QString cause = QString::fromUtf8(exception.what());
-        return Failure{cause, QStringLiteral("数据库操作失败：") + cause};
+        return Unexpected(Failure{cause, QStringLiteral("数据库操作失败：") + cause});
     }
 }
 

@@ -3,8 +3,8 @@
 #include "host/Export.h"
 #include "host/inspection/KV_MySQL.h"
 #include "workbench/inspectiondata/database/StationTable.h"
-#include "workbench/inspectiondata/project/Failure.h"
 #include "workbench/inspectiondata/project/ProjectDescription.h"
+#include "workbench/inspectiondata/project/Result.h"
 
 #include <optional>
 #include <vector>

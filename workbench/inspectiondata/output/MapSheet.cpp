@@ -136,14 +136,11 @@ void MapSheet::drawNorthArrow(QPainter& painter, const QFont& font) const {
 
 QImage epochPicture(const Epoch& epoch, const PictureWindow& window) {
     if (!epoch.dom.isEmpty()) {
-        const auto picture = orthophotoPicture(epoch.dom, window);
-        if (const auto* image = std::get_if<QImage>(&picture)) {
-            return *image;
+        if (auto picture = orthophotoPicture(epoch.dom, window)) {
+            return std::move(*picture);
         }
     }
-    const auto relief = reliefPicture(epoch.dsm, window);
-    const auto* image = std::get_if<QImage>(&relief);
-    return !image ? QImage() : *image;
+    return reliefPicture(epoch.dsm, window).value_or(QImage());
 }
 
 } // namespace inspection

@@ -49,7 +49,7 @@ Status writeReport(const ReportContent& content, const QString& file, const Outp
                                        : writeTextReport(content, format, checked, progress);
     if (!whole) {
         target.cancelWriting();
-        return cancelledFailure();
+        return cancelled();
     }
     if (!checked.complete() || !target.flush()) {
         target.cancelWriting();
@@ -59,7 +59,7 @@ Status writeReport(const ReportContent& content, const QString& file, const Outp
         return fileFailure(file, "cannot be written: " + target.errorString(),
                            "无法写入：" + target.errorString());
     }
-    return std::nullopt;
+    return {};
 }
 
 } // namespace inspection

@@ -2,7 +2,7 @@
 
 #include "host/Export.h"
 #include "workbench/inspectiondata/output/InspectionData.h"
-#include "workbench/inspectiondata/project/Failure.h"
+#include "workbench/inspectiondata/project/Result.h"
 
 #include <QImage>
 #include <QString>

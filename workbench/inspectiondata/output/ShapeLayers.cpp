@@ -194,7 +194,7 @@ Status writeLayers(const std::vector<ShapeLayer>& layers, const char* driverName
             errors.any() ? QString::fromStdString(errors.first()) : QStringLiteral("disk full");
         return fileFailure(target, "cannot be written: " + cause, "无法写入：" + cause);
     }
-    return std::nullopt;
+    return {};
 }
 
 } // namespace inspection

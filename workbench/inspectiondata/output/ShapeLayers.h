@@ -2,7 +2,7 @@
 
 #include "workbench/inspectiondata/output/InspectionData.h"
 #include "workbench/inspectiondata/pipeline/Pipeline.h"
-#include "workbench/inspectiondata/project/Failure.h"
+#include "workbench/inspectiondata/project/Result.h"
 
 #include <ogr_geometry.h>
 #include <ogr_spatialref.h>

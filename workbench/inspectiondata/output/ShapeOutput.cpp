@@ -12,7 +12,7 @@ namespace inspection {
 
 namespace {
 
-Failure writeFailure(const QString& folder, const QString& cause) {
+Unexpected writeFailure(const QString& folder, const QString& cause) {
     return fileFailure(folder, "cannot be written: " + cause, "无法写入：" + cause);
 }
 
@@ -26,7 +26,7 @@ Status moveFiles(const QDir& from, const QDir& folder) {
             return writeFailure(folder.filePath(name), QString::fromStdString(error.message()));
         }
     }
-    return std::nullopt;
+    return {};
 }
 
 } // namespace
@@ -48,28 +48,28 @@ Status writeShapes(const InspectionData& data, const QString& folder, const Outp
         return writeFailure(folder, staged.errorString());
     }
     const auto layers = shapeLayers(data, Pipeline::read(data.project));
-    auto failure = writeLayers(layers, "ESRI Shapefile", staged.path());
+    Status written = writeLayers(layers, "ESRI Shapefile", staged.path());
     bool going = report(0.5);
-    if (!failure && going) {
-        failure = writeLayers(layers, "GPKG", staged.filePath(QStringLiteral("corridor.gpkg")));
+    if (written && going) {
+        written = writeLayers(layers, "GPKG", staged.filePath(QStringLiteral("corridor.gpkg")));
         going = report(0.9);
     }
-    if (!failure && !going) {
-        failure = cancelledFailure();
+    if (written && !going) {
+        written = cancelled();
     }
-    if (!failure) {
-        failure = moveFiles(QDir(staged.path()), QDir(folder));
+    if (written) {
+        written = moveFiles(QDir(staged.path()), QDir(folder));
     }
     staged.remove();
-    if (failure) {
+    if (!written) {
         removeNewFolder();
         // The user knows the folder, not the place where the files were prepared.
-        failure->message.replace(staged.path(), folder);
-        failure->userMessage.replace(staged.path(), folder);
+        written.error().message.replace(staged.path(), folder);
+        written.error().userMessage.replace(staged.path(), folder);
     } else {
         report(1.0);
     }
-    return failure;
+    return written;
 }
 
 } // namespace inspection

@@ -3,7 +3,7 @@
 #include "host/Export.h"
 #include "workbench/inspectiondata/output/InspectionData.h"
 #include "workbench/inspectiondata/output/Report.h"
-#include "workbench/inspectiondata/project/Failure.h"
+#include "workbench/inspectiondata/project/Result.h"
 
 #include <QString>
 

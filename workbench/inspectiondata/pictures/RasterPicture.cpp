@@ -48,10 +48,10 @@ Result<QImage> orthophotoPicture(const QString& file, const PictureWindow& windo
 
 Result<QImage> reliefPicture(const QString& file, const PictureWindow& window) {
     const auto read = readElevations(file, window);
-    if (const auto* failure = std::get_if<Failure>(&read)) {
-        return *failure;
+    if (!read) {
+        return failed(read);
     }
-    const auto& elevations = std::get<ElevationWindow>(read);
+    const auto& elevations = *read;
     QImage picture(elevations.width, elevations.height, QImage::Format_ARGB32);
     picture.fill(Qt::transparent);
     for (int row = 0; row < elevations.height; ++row) {
@@ -71,10 +71,10 @@ Result<QImage> reliefPicture(const QString& file, const PictureWindow& window) {
 Result<QImage> differencePicture(const QString& file, const PictureWindow& window,
                                  const DifferenceRamp& ramp) {
     const auto read = readElevations(file, window);
-    if (const auto* failure = std::get_if<Failure>(&read)) {
-        return *failure;
+    if (!read) {
+        return failed(read);
     }
-    const auto& differences = std::get<ElevationWindow>(read);
+    const auto& differences = *read;
     QImage picture(differences.width, differences.height, QImage::Format_ARGB32);
     for (int row = 0; row < differences.height; ++row) {
         auto* line = reinterpret_cast<QRgb*>(picture.scanLine(row));

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "host/Export.h"
-#include "workbench/inspectiondata/project/Failure.h"
+#include "workbench/inspectiondata/project/Result.h"
 
 #include <QColor>
 #include <QImage>

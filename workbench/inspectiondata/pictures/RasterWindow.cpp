@@ -96,7 +96,7 @@ Result<GDALDatasetUniquePtr> openRaster(const QString& file, const detect::GdalE
     return raster;
 }
 
-Failure readFailure(const QString& file, const detect::GdalErrors& errors) {
+Unexpected readFailure(const QString& file, const detect::GdalErrors& errors) {
     return fileFailure(file, "cannot be read: " + QString::fromStdString(errors.first()),
                        "读取失败，文件可能已损坏");
 }
@@ -141,12 +141,11 @@ QImage imageOf(GDALDataset& raster) {
 Result<ElevationWindow> readElevations(const QString& file, const PictureWindow& window) {
     const detect::GdalErrors errors;
     auto source = openRaster(file, errors);
-    if (const auto* failure = std::get_if<Failure>(&source)) {
-        return *failure;
+    if (!source) {
+        return failed(source);
     }
-    const auto raster = usable(window) ? warped(*std::get<GDALDatasetUniquePtr>(source), window,
-                                                {"-ot", "Float32", "-dstnodata", "nan"})
-                                       : nullptr;
+    const auto raster =
+        usable(window) ? warped(**source, window, {"-ot", "Float32", "-dstnodata", "nan"}) : nullptr;
     ElevationWindow elevations;
     elevations.width = window.width;
     elevations.height = window.height;
@@ -166,10 +165,10 @@ Result<ElevationWindow> readElevations(const QString& file, const PictureWindow&
 Result<QImage> readColours(const QString& file, const PictureWindow& window) {
     const detect::GdalErrors errors;
     auto source = openRaster(file, errors);
-    if (const auto* failure = std::get_if<Failure>(&source)) {
-        return *failure;
+    if (!source) {
+        return failed(source);
     }
-    GDALDataset& stored = *std::get<GDALDatasetUniquePtr>(source);
+    GDALDataset& stored = **source;
     const GDALDatasetUniquePtr bytes = asBytes(stored);
     GDALDataset& coloured = bytes ? *bytes : stored;
     const bool hasAlpha =

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "workbench/inspectiondata/pictures/RasterPicture.h"
-#include "workbench/inspectiondata/project/Failure.h"
+#include "workbench/inspectiondata/project/Result.h"
 
 #include <QString>
 

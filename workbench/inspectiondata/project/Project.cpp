@@ -11,7 +11,7 @@ namespace inspection {
 
 namespace {
 
-Failure lockFailure(const QLockFile& lock, const QString& folder) {
+Unexpected lockFailure(const QLockFile& lock, const QString& folder) {
     if (lock.error() == QLockFile::PermissionError) {
         return fileFailure(folder, "the project folder is read-only", "工程文件夹是只读的");
     }
@@ -61,25 +61,24 @@ Result<Project> Project::open(const QString& folder, Access access) {
         return fileFailure(folder, "no such folder", "文件夹不存在");
     }
     auto description = readProjectFile(folder);
-    if (auto* failure = std::get_if<Failure>(&description)) {
-        return *failure;
+    if (!description) {
+        return failed(description);
     }
     std::unique_ptr<QLockFile> lock;
     if (access == Access::Exclusive) {
         auto locked = lockFolder(folder);
-        if (auto* failure = std::get_if<Failure>(&locked)) {
-            return *failure;
+        if (!locked) {
+            return failed(locked);
         }
-        lock = std::move(std::get<std::unique_ptr<QLockFile>>(locked));
+        lock = std::move(*locked);
     }
-    return Project(std::move(std::get<ProjectDescription>(description)), access, std::move(lock));
+    return Project(std::move(*description), access, std::move(lock));
 }
 
 Result<Project> Project::createFromRasters(const QString& folder, const RasterPair& rasters) {
     if (QFileInfo::exists(projectFile(folder))) {
         auto project = open(folder);
-        if (auto* opened = std::get_if<Project>(&project);
-            opened && !sameRasters(opened->description(), rasters)) {
+        if (project && !sameRasters(project->description(), rasters)) {
             return fileFailure(folder, "the folder already holds a project of other rasters",
                                "该文件夹中已有其他数据的工程");
         }
@@ -89,15 +88,14 @@ Result<Project> Project::createFromRasters(const QString& folder, const RasterPa
         return fileFailure(folder, "cannot be created", "无法创建文件夹");
     }
     auto lock = lockFolder(folder);
-    if (auto* failure = std::get_if<Failure>(&lock)) {
-        return *failure;
+    if (!lock) {
+        return failed(lock);
     }
     auto description = writeRasterProject(folder, rasters);
-    if (auto* failure = std::get_if<Failure>(&description)) {
-        return *failure;
+    if (!description) {
+        return failed(description);
     }
-    return Project(std::move(std::get<ProjectDescription>(description)), Access::Exclusive,
-                   std::move(std::get<std::unique_ptr<QLockFile>>(lock)));
+    return Project(std::move(*description), Access::Exclusive, std::move(*lock));
 }
 
 Status Project::setParameters(const ProjectParameters& parameters) {
@@ -117,11 +115,11 @@ Status Project::store(ProjectDescription changed) {
         return fileFailure(m_description.folder, "the project is open for reading only",
                            "工程以只读方式打开");
     }
-    if (auto failure = writeProjectFile(changed)) {
-        return failure;
+    if (auto done = writeProjectFile(changed); !done) {
+        return failed(done);
     }
     m_description = std::move(changed);
-    return std::nullopt;
+    return {};
 }
 
 } // namespace inspection

@@ -17,7 +17,7 @@ namespace {
 
 constexpr auto kFormat = "corridor-project";
 
-Failure broken(const QString& file, const QString& cause, const QString& userCause) {
+Unexpected broken(const QString& file, const QString& cause, const QString& userCause) {
     return fileFailure(file, cause, userCause);
 }
 
@@ -144,10 +144,10 @@ QString projectFile(const QString& folder) {
 Result<ProjectDescription> readProjectFile(const QString& folder) {
     const QString file = projectFile(folder);
     const auto read = readJson(file);
-    if (const auto* failure = std::get_if<Failure>(&read)) {
-        return *failure;
+    if (!read) {
+        return failed(read);
     }
-    const auto& json = std::get<QJsonObject>(read);
+    const auto& json = *read;
     ProjectDescription project;
     project.folder = QDir::cleanPath(QDir(folder).absolutePath());
     project.name = json["name"].toString(QDir(project.folder).dirName());
@@ -170,8 +170,7 @@ Result<ProjectDescription> readProjectFile(const QString& folder) {
 Status writeProjectFile(const ProjectDescription& project) {
     const QString name = projectFile(project.folder);
     const auto earlier = readJson(name);
-    QJsonObject json =
-        std::holds_alternative<QJsonObject>(earlier) ? std::get<QJsonObject>(earlier) : QJsonObject();
+    QJsonObject json = earlier.value_or(QJsonObject());
     json["format"] = kFormat;
     json["version"] = Project::kVersion;
     json["name"] = project.name;
@@ -188,7 +187,7 @@ Status writeProjectFile(const ProjectDescription& project) {
         !file.commit()) {
         return broken(name, "cannot be written: " + file.errorString(), "无法写入");
     }
-    return std::nullopt;
+    return {};
 }
 
 } // namespace inspection

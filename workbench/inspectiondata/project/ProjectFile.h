@@ -1,7 +1,7 @@
 #pragma once
 
-#include "workbench/inspectiondata/project/Failure.h"
 #include "workbench/inspectiondata/project/ProjectDescription.h"
+#include "workbench/inspectiondata/project/Result.h"
 
 /// project.json, read and written.
 namespace inspection {

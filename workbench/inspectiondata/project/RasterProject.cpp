@@ -159,7 +159,7 @@ Status writeStations(const QString& file, const OGRSpatialReference& reference,
         QFile::remove(part);
         return fileFailure(file, "cannot be written: " + QString::fromStdString(errors.first()), "无法写入");
     }
-    return std::nullopt;
+    return {};
 }
 
 /// The description of the new project; `overlap` becomes the common area in its reference system.
@@ -196,27 +196,26 @@ Result<ProjectDescription> describe(const QString& folder, const RasterPair& ras
 Result<ProjectDescription> writeRasterProject(const QString& folder, const RasterPair& rasters) {
     GDALAllRegister();
     const auto old = extentOf(rasters.oldDsm);
-    if (const auto* failure = std::get_if<Failure>(&old)) {
-        return *failure;
+    if (!old) {
+        return failed(old);
     }
     const auto now = extentOf(rasters.newDsm);
-    if (const auto* failure = std::get_if<Failure>(&now)) {
-        return *failure;
+    if (!now) {
+        return failed(now);
     }
     detect::Box overlap;
-    auto described =
-        describe(folder, rasters, std::get<RasterExtent>(old), std::get<RasterExtent>(now), overlap);
-    if (std::holds_alternative<Failure>(described)) {
+    auto described = describe(folder, rasters, *old, *now, overlap);
+    if (!described) {
         return described;
     }
-    const auto& project = std::get<ProjectDescription>(described);
-    const auto boxes = stationGrid(overlap, std::get<RasterExtent>(old).cells);
-    if (auto failure = writeStations(project.centerline, *referenceOf(project.crs), boxes)) {
-        return *failure;
+    const auto& project = *described;
+    const auto boxes = stationGrid(overlap, old->cells);
+    if (auto done = writeStations(project.centerline, *referenceOf(project.crs), boxes); !done) {
+        return failed(done);
     }
-    if (auto failure = writeProjectFile(project)) {
+    if (auto done = writeProjectFile(project); !done) {
         QFile::remove(project.centerline);
-        return *failure;
+        return failed(done);
     }
     return described;
 }
