@@ -3,6 +3,7 @@
 #include "host/Gbk.h"
 #include "host/engine/ICommand.h"
 #include "host/engine/ITool.h"
+#include "workbench/engine/Log.h"
 
 #include <QDebug>
 #include <QToolButton>
@@ -121,9 +122,9 @@ void EngineContext::shutdown() {
         try {
             last->Destroy();
         } catch (const std::exception& error) {
-            qWarning().noquote() << "A command failed to destroy itself:" << error.what();
+            qCWarning(engineLog).noquote() << "A command failed to destroy itself:" << error.what();
         } catch (...) {
-            qWarning() << "A command failed to destroy itself";
+            qCWarning(engineLog) << "A command failed to destroy itself";
         }
     }
 }
@@ -140,7 +141,7 @@ bool EngineContext::guarded(ICommand& command, const std::function<void()>& call
     }
     setButtonChecked(command, false);
     const QString name = fromGbk(command.Name());
-    qWarning().noquote() << "Command" << name << "failed:" << reason;
+    qCWarning(engineLog).noquote() << "Command" << name << "failed:" << reason;
     emit commandFailed(name, reason);
     return false;
 }

@@ -1,6 +1,7 @@
 #include "workbench/inspection/session/Session.h"
 
 #include "host/style/myMessageBox.h"
+#include "workbench/inspection/session/Log.h"
 #include "workbench/inspection/session/StationWork.h"
 #include "workbench/inspectiondata/database/Inspector.h"
 #include "workbench/inspectiondata/project/CurrentProject.h"
@@ -8,7 +9,6 @@
 
 #include <QScopedValueRollback>
 
-#include <iostream>
 #include <utility>
 
 namespace inspection {
@@ -77,7 +77,7 @@ void Session::watchOthers() {
     m_watch = std::make_unique<RevisionWatch>(m_project->description());
     connect(m_watch.get(), &RevisionWatch::looked, this, &Session::takeStepsOfOthers);
     connect(m_watch.get(), &RevisionWatch::connectionLost, this, [this](const QString& cause) {
-        std::cout << cause.toStdString() << std::endl;
+        qCWarning(windowLog).noquote() << "The connection to the database is lost:" << cause;
         emit connectionChanged(tr("与数据库的连接已断开，正在重试"));
     });
     connect(m_watch.get(), &RevisionWatch::connectionBack, this,
@@ -93,7 +93,7 @@ void Session::takeStepsOfOthers(qint64 newestRevision) {
     try {
         m_history.takeStepsOfOthers(newestRevision);
     } catch (const mysqlhelper::KV_MySQL_Exception& exception) {
-        std::cout << exception.what() << std::endl;
+        qCWarning(windowLog).noquote() << "What others have edited cannot be read:" << exception.what();
     }
 }
 

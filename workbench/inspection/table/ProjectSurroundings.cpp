@@ -1,5 +1,6 @@
 #include "workbench/inspection/table/ProjectSurroundings.h"
 
+#include "workbench/inspection/session/Log.h"
 #include "workbench/inspection/session/Session.h"
 #include "workbench/inspectiondata/database/Schema.h"
 #include "workbench/inspectiondata/database/StationTable.h"
@@ -8,7 +9,6 @@
 #include <QGuiApplication>
 
 #include <algorithm>
-#include <iostream>
 
 namespace inspection {
 
@@ -33,7 +33,7 @@ std::shared_ptr<const StationSurroundings> ProjectSurroundings::around(const KV_
         }
         return m_known->around(station);
     } catch (const mysqlhelper::KV_MySQL_Exception& exception) {
-        std::cout << exception.what() << std::endl;
+        qCWarning(windowLog).noquote() << "What lies around a station cannot be read:" << exception.what();
         return nullptr;
     }
 }

@@ -1,13 +1,12 @@
 #include "workbench/inspection/tree/SpecialObjectStore.h"
 
 #include "host/Gbk.h"
+#include "workbench/inspection/session/Log.h"
 #include "workbench/inspection/session/Session.h"
 #include "workbench/inspectiondata/database/Schema.h"
 #include "workbench/inspectiondata/database/SpecialObjectFile.h"
 
 #include <QObject>
-
-#include <iostream>
 
 namespace inspection {
 
@@ -81,7 +80,7 @@ std::optional<osg::Vec3d> SpecialObjectStore::position(int objectType, std::uint
         node.init_from_sqldata(*row);
         return node.GetCoor();
     } catch (const KV_MySQL_Exception& exception) {
-        std::cout << exception.what() << std::endl;
+        qCWarning(windowLog).noquote() << "The place of a special object cannot be read:" << exception.what();
         return std::nullopt;
     }
 }

@@ -4,6 +4,7 @@
 #include "workbench/inspection/scene/AnomalyOverlays.h"
 #include "workbench/inspection/scene/GlobeNavigation.h"
 #include "workbench/inspection/scene/StationProjection.h"
+#include "workbench/inspection/session/Log.h"
 #include "workbench/inspection/session/Session.h"
 #include "workbench/inspection/session/StationWork.h"
 #include "workbench/inspection/tree/SpecialObjects.h"
@@ -19,7 +20,6 @@
 #include <QVBoxLayout>
 
 #include <algorithm>
-#include <iostream>
 #include <set>
 
 namespace inspection {
@@ -36,7 +36,7 @@ std::optional<StationResult> storedResult(const Session& session, std::uint32_t 
     try {
         return session.connection() ? readStationResult(*session.connection(), stationId) : std::nullopt;
     } catch (const KV_MySQL_Exception& exception) {
-        std::cout << exception.what() << std::endl;
+        qCWarning(windowLog).noquote() << "The result of a station cannot be read:" << exception.what();
         return std::nullopt;
     }
 }
@@ -97,7 +97,7 @@ void StationTreeWindow::load() {
         loadStations();
         m_objects->load();
     } catch (const KV_MySQL_Exception& exception) {
-        std::cout << exception.what() << std::endl;
+        qCWarning(windowLog).noquote() << "The stations cannot be read:" << exception.what();
         m_session.warn(tr("无法读取项目数据库：%1").arg(QString::fromUtf8(exception.what())));
     }
 }
@@ -298,7 +298,7 @@ void StationTreeWindow::reload() {
         m_objects->reload();
         showCounts();
     } catch (const KV_MySQL_Exception& exception) {
-        std::cout << exception.what() << std::endl;
+        qCWarning(windowLog).noquote() << "The stations cannot be read again:" << exception.what();
     }
     refreshOverlays();
     const QTreeWidgetItem* current = m_tree->currentItem();

@@ -4,6 +4,7 @@
 #include "workbench/inspectiondata/database/GroundHeights.h"
 #include "workbench/inspectiondata/database/Inspector.h"
 #include "workbench/inspectiondata/database/Schema.h"
+#include "workbench/inspectiondata/text/Log.h"
 
 #include <QDebug>
 #include <QFileInfo>
@@ -107,12 +108,12 @@ void importHighConsequenceAreas(const ProjectDescription& project, KV_MySQL& dat
     }
     const auto read = readSpecialObjects(file, SpecialObjectNames(database), {});
     if (!read) {
-        qWarning().noquote() << read.error().message;
+        qCWarning(dataLog).noquote() << read.error().message;
         return;
     }
     const auto& rows = *read;
     for (const QString& refusal : rows.refusals) {
-        qWarning().noquote() << "High-consequence area refused:" << refusal;
+        qCWarning(dataLog).noquote() << "High-consequence area refused:" << refusal;
     }
     store(rows, database, {});
 }

@@ -3,9 +3,9 @@
 #include "host/Gbk.h"
 #include "workbench/inspectiondata/database/Revision.h"
 #include "workbench/inspectiondata/history/ConflictText.h"
+#include "workbench/inspectiondata/text/Log.h"
 
 #include <algorithm>
-#include <iostream>
 #include <set>
 
 namespace inspection {
@@ -118,7 +118,7 @@ Status ProjectHistory::perform(const QString& description, const Work& work) {
             }
         }
     } catch (const KV_MySQL_Exception& exception) {
-        std::cout << exception.what() << std::endl;
+        qCWarning(dataLog).noquote() << "The database refused an edit:" << exception.what();
         const QString cause = QString::fromUtf8(exception.what());
         return Unexpected(Failure{cause, tr("数据库拒绝了修改，未作任何更改：%1").arg(cause)});
     }
@@ -218,7 +218,7 @@ void ProjectHistory::UndoSteps(int count) {
         transaction.commit();
         noteOwn(changes, revision);
     } catch (const KV_MySQL_Exception& exception) {
-        std::cout << exception.what() << std::endl;
+        qCWarning(dataLog).noquote() << "The database refused to undo:" << exception.what();
         refuse(tr("无法撤销，未作任何更改：%1").arg(QString::fromUtf8(exception.what())));
         return;
     }
@@ -244,7 +244,7 @@ void ProjectHistory::step(Edit& edit, bool isUndo, bool refresh) {
         transaction.commit();
         noteOwn(changes, revision);
     } catch (const KV_MySQL_Exception& exception) {
-        std::cout << exception.what() << std::endl;
+        qCWarning(dataLog).noquote() << "The database refused to undo or redo:" << exception.what();
         m_undoable = isUndo ? m_undoable + 1 : m_undoable - 1;
         refuse((isUndo ? tr("无法撤销，未作任何更改：%1") : tr("无法重做，未作任何更改：%1"))
                    .arg(QString::fromUtf8(exception.what())));
