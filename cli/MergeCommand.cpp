@@ -66,33 +66,37 @@ Result<std::vector<detect::Piece>> readSeams(const std::vector<std::string>& fil
     return pieces;
 }
 
-Status mergeAndWrite(const Options& options, OutputSet& outputs, AnomalyTable& table) {
-    std::string out;
-    std::string summary;
-    if (auto done = outputs.stage(options.value("--out"), out); !done) {
-        return failed(done);
+/// Reads the pieces' anomalies when their turn comes.
+Result<detect::RunReport> mergeInto(detect::ResultFile& file, const std::vector<std::string>& names,
+                                    const std::vector<detect::Piece>& pieces, AnomalyTable* table) {
+    Tabulated receiver(file, table);
+    const auto anomaliesOf = [&names](std::size_t piece) { return detect::readPieceAnomalies(names[piece]); };
+    auto merged = detect::mergePieces(pieces, anomaliesOf, receiver);
+    return !merged ? merged : file.close().map([&merged] { return std::move(*merged); });
+}
+
+Status mergeAndWrite(const Options& options, AnomalyTable& table) {
+    OutputSet outputs;
+    const auto out = outputs.stage(options.value("--out"));
+    if (!out) {
+        return failed(out);
     }
-    if (auto done = outputs.stage(options.value("--summary"), summary); !done) {
-        return failed(done);
+    const auto summary = outputs.stage(options.value("--summary"));
+    if (!summary) {
+        return failed(summary);
     }
-    const std::vector<std::string>& files = options.positional;
-    const auto read = readSeams(files);
-    if (!read) {
-        return failed(read);
+    const auto pieces = readSeams(options.positional);
+    if (!pieces) {
+        return failed(pieces);
     }
-    const auto& pieces = *read;
-    detect::ResultFile file(out);
-    Tabulated receiver(file, options.has("--quiet") ? nullptr : &table);
-    const auto anomaliesOf = [&files](std::size_t piece) { return detect::readPieceAnomalies(files[piece]); };
-    const auto merged = detect::mergePieces(pieces, anomaliesOf, receiver);
+    detect::ResultFile file(**out);
+    const auto merged =
+        mergeInto(file, options.positional, *pieces, options.has("--quiet") ? nullptr : &table);
     if (!merged) {
         return failed(merged);
     }
-    if (auto done = file.commit(); !done) {
-        return failed(done);
-    }
-    if (!summary.empty()) {
-        if (auto done = detect::writeSummary(*merged, pieces.front().frame.parameters, summary); !done) {
+    if (*summary) {
+        if (auto done = detect::writeSummary(*merged, pieces->front().frame.parameters, **summary); !done) {
             return failed(done);
         }
     }
@@ -110,10 +114,9 @@ int runMerge(const std::vector<std::string>& arguments) {
     if (const auto wrong = wrongFiles(options)) {
         return fail(kCommand, kStatusWrongUse, *wrong);
     }
-    OutputSet outputs;
     AnomalyTable table;
-    if (const auto done = mergeAndWrite(options, outputs, table); !done) {
-        return fail(kCommand, kStatusFailed, outputs.inUsersWords(done.error().message));
+    if (const auto done = mergeAndWrite(options, table); !done) {
+        return fail(kCommand, kStatusFailed, done.error().message);
     }
     if (!options.has("--quiet")) {
         table.print();

@@ -98,17 +98,22 @@ double Random::operator()() {
     return static_cast<double>((m_state * 2685821657736338717ULL) >> 11) / static_cast<double>(1ULL << 53);
 }
 
-Changes detectOrFail(const Request& request) {
-    auto outcome = detectChanges(request);
-    if (!outcome) {
-        ADD_FAILURE() << outcome.error().message;
-        return {};
-    }
-    return std::move(*outcome);
+static Changes valueOrFail(Result<Changes> outcome) {
+    EXPECT_TRUE(outcome) << outcome.error().message;
+    return std::move(outcome).value_or(Changes());
 }
 
-Failure detectExpectingFailure(const Request& request, const Progress& progress) {
-    auto outcome = detectChanges(request, progress);
+Changes detectOrFail(const Request& request) {
+    return valueOrFail(detectChanges(request));
+}
+
+Changes detectOrFail(const Request& request, const std::string& dzRaster) {
+    return valueOrFail(detectChangesAndDz(request, dzRaster));
+}
+
+Failure detectExpectingFailure(const Request& request, const std::string& dzRaster,
+                               const Progress& progress) {
+    auto outcome = detectChangesAndDz(request, dzRaster, progress);
     if (!outcome) {
         return outcome.error();
     }

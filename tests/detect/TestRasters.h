@@ -65,8 +65,11 @@ private:
 
 /// The result, or a test failure with the message and an empty result.
 Changes detectOrFail(const Request& request);
-/// The failure; a test failure when the work succeeds.
-Failure detectExpectingFailure(const Request& request, const Progress& progress = {});
+/// The same with dZ in a file.
+Changes detectOrFail(const Request& request, const std::string& dzRaster);
+/// The failure; a test failure when the work succeeds. `dzRaster` is a file to write.
+Failure detectExpectingFailure(const Request& request, const std::string& dzRaster,
+                               const Progress& progress = {});
 
 /// Whether the outline with its holes is a valid simple feature (GEOS).
 bool isValidPolygon(const Anomaly& anomaly);

@@ -146,8 +146,8 @@ bool writeLayer(GDALDataset& dataset, const ShapeLayer& source, bool shapefile) 
 }
 
 /// A full disk may only show when buffers go out, so the last feature of each layer is read back.
-bool complete(const QString& target, const std::vector<ShapeLayer>& layers) {
-    const GDALDatasetUniquePtr dataset(GDALDataset::Open(target.toUtf8().constData(), GDAL_OF_VECTOR));
+bool complete(const QString& path, const std::vector<ShapeLayer>& layers) {
+    const GDALDatasetUniquePtr dataset(GDALDataset::Open(path.toUtf8().constData(), GDAL_OF_VECTOR));
     for (const ShapeLayer& expected : layers) {
         OGRLayer* layer = dataset ? dataset->GetLayerByName(expected.name.c_str()) : nullptr;
         if (!layer || layer->GetFeatureCount() != static_cast<GIntBig>(expected.features.size())) {
@@ -177,19 +177,20 @@ std::vector<ShapeLayer> shapeLayers(const InspectionData& data, const Pipeline& 
     return layers;
 }
 
-Status writeLayers(const std::vector<ShapeLayer>& layers, const char* driverName, const QString& target) {
+Status writeLayers(const std::vector<ShapeLayer>& layers, const char* driverName, const QString& path,
+                   const QString& target) {
     GDALAllRegister();
     const detect::GdalErrors errors;
     GDALDriver* driver = GetGDALDriverManager()->GetDriverByName(driverName);
     GDALDatasetUniquePtr dataset(
-        !driver ? nullptr : driver->Create(target.toUtf8().constData(), 0, 0, 0, GDT_Unknown, nullptr));
+        !driver ? nullptr : driver->Create(path.toUtf8().constData(), 0, 0, 0, GDT_Unknown, nullptr));
     bool good = dataset != nullptr;
     const bool shapefile = std::string(driverName) == "ESRI Shapefile";
     for (std::size_t i = 0; i < layers.size() && good; ++i) {
         good = writeLayer(*dataset, layers[i], shapefile);
     }
     dataset.reset();
-    if (!good || errors.any() || !complete(target, layers)) {
+    if (!good || errors.any() || !complete(path, layers)) {
         const QString cause =
             errors.any() ? QString::fromStdString(errors.first()) : QStringLiteral("disk full");
         return fileFailure(target, "cannot be written: " + cause, "无法写入：" + cause);
