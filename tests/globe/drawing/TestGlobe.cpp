@@ -1,5 +1,5 @@
 #include "TestGlobe.h"
-#include "Pictures.h"
+#include "../OffscreenPicture.h"
 
 #include <gtest/gtest.h>
 
@@ -77,7 +77,7 @@ const testing::Environment* const kRelease = testing::AddGlobalTestEnvironment(n
 globetest::OffscreenGlobe& sharedGlobe() {
     std::unique_ptr<globetest::OffscreenGlobe>& slot = globeSlot();
     if (!slot) {
-        stayConnected();
+        globetest::stayConnected();
         slot = std::make_unique<globetest::OffscreenGlobe>(400, 300);
         if (!slot->isUsable()) {
             throw std::runtime_error("no graphics context: these tests need a display");
@@ -126,10 +126,6 @@ void TestGlobe::look(double rangeMetres, double pitchDegrees, double lonDegrees,
 
 void TestGlobe::settle() {
     EXPECT_TRUE(m_globe.settle());
-}
-
-osg::ref_ptr<osg::Image> TestGlobe::picture() {
-    return nextFrame(m_globe.viewer());
 }
 
 osg::Vec2d TestGlobe::windowPosition(double lonDegrees, double latDegrees, double metresAboveGround) {
