@@ -58,6 +58,22 @@ QString classification(const std::vector<SdiffData>& anomalies) {
                : QObject::tr("分类 %1 处异常为 %2").arg(anomalies.size()).arg(fromGbk(attribute));
 }
 
+std::vector<RowEdit> attributesOf(const std::vector<SdiffData>& anomalies) {
+    std::vector<RowEdit> edits;
+    for (const SdiffData& anomaly : anomalies) {
+        edits.push_back({anomaly.id, {{"attribute", anomaly.attribute}}, anomaly.version});
+    }
+    return edits;
+}
+
+std::vector<SeenRow> asSeen(const std::vector<SdiffData>& anomalies) {
+    std::vector<SeenRow> rows;
+    for (const SdiffData& anomaly : anomalies) {
+        rows.push_back({anomaly.id, anomaly.version});
+    }
+    return rows;
+}
+
 struct ChangedNames {
     std::vector<std::string> present;
     std::set<std::string> gone;
@@ -350,9 +366,7 @@ bool AnomalyTableWindow::perform(const QString& description, const ProjectHistor
 
 void AnomalyTableWindow::SetItemAtrii(KV_StationItem* item, const std::vector<SdiffData>& anomalies) {
     if (!item || anomalies.empty() || !perform(classification(anomalies), [&](EditTransaction& edit) {
-            for (const SdiffData& anomaly : anomalies) {
-                edit.update(kAnomalyTable, anomaly.id, {{"attribute", anomaly.attribute}}, anomaly.version);
-            }
+            edit.update(kAnomalyTable, attributesOf(anomalies));
         })) {
         return;
     }
@@ -367,11 +381,8 @@ void AnomalyTableWindow::SetItemAtrii(KV_StationItem* item, const std::vector<Sd
 
 void AnomalyTableWindow::DeleteItems(KV_StationItem* item, const std::vector<SdiffData>& anomalies) {
     if (!item || anomalies.empty() ||
-        !perform(tr("删除 %1 处异常").arg(anomalies.size()), [&](EditTransaction& edit) {
-            for (const SdiffData& anomaly : anomalies) {
-                edit.remove(kAnomalyTable, anomaly.id, anomaly.version);
-            }
-        })) {
+        !perform(tr("删除 %1 处异常").arg(anomalies.size()),
+                 [&](EditTransaction& edit) { edit.remove(kAnomalyTable, asSeen(anomalies)); })) {
         return;
     }
     const std::uint32_t stationId = item->GetStationId();

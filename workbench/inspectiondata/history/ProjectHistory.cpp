@@ -2,35 +2,55 @@
 
 #include "host/Gbk.h"
 #include "workbench/inspectiondata/database/Revision.h"
+#include "workbench/inspectiondata/database/RowBatch.h"
 #include "workbench/inspectiondata/history/ConflictText.h"
 
 #include <algorithm>
 #include <iostream>
+#include <map>
 #include <set>
 
 namespace inspection {
 
 using mysqlhelper::KV_MySQL;
 using mysqlhelper::KV_MySQL_Exception;
+using mysqlhelper::KV_Record;
 
 namespace {
 
-/// One change for each row, from before the first step to what is stored now: it may also have been edited
-/// here meanwhile.
-RowChanges changesUntilNow(KV_MySQL& database, const std::vector<EditStep>& steps) {
+/// What the steps changed, each row once, as it was before the first of them.
+RowChanges firstChanges(const std::vector<EditStep>& steps) {
     RowChanges changes;
     std::set<std::pair<std::string, std::int64_t>> rows;
     for (const EditStep& step : steps) {
         for (const RowChange& change : step.changes) {
-            if (!rows.insert({change.table, change.id}).second) {
-                continue;
-            }
-            auto after = readRow(database, change.table, change.id);
-            if (change.before || after) {
-                changes.push_back({change.table, change.id, change.before, std::move(after)});
+            if (rows.insert({change.table, change.id}).second) {
+                changes.push_back(change);
             }
         }
     }
+    return changes;
+}
+
+/// One change for each row, from before the first step to what is stored now: it may also have been edited
+/// here meanwhile.
+RowChanges changesUntilNow(KV_MySQL& database, const std::vector<EditStep>& steps) {
+    RowChanges changes = firstChanges(steps);
+    std::map<std::string, RowIds> ids;
+    for (const RowChange& change : changes) {
+        ids[change.table].push_back(change.id);
+    }
+    std::map<std::string, std::map<std::int64_t, KV_Record>> stored;
+    for (const auto& [table, rows] : ids) {
+        stored[table] = readRows(database, table, rows);
+    }
+    for (RowChange& change : changes) {
+        const auto row = stored[change.table].find(change.id);
+        change.after = row == stored[change.table].end() ? std::nullopt : std::optional(row->second);
+    }
+    changes.erase(std::remove_if(changes.begin(), changes.end(),
+                                 [](const RowChange& change) { return !change.before && !change.after; }),
+                  changes.end());
     return changes;
 }
 
@@ -134,9 +154,7 @@ std::vector<EditConflict> ProjectHistory::tryToStore(const QString& description,
     if (edit.changes().empty()) {
         return {};
     }
-    for (std::size_t undone = m_undoable; undone < m_edits.size(); ++undone) {
-        dropEdit(*m_database, m_edits[undone]->stored().id);
-    }
+    dropUndone();
     const std::int64_t id =
         insertEdit(*m_database, m_inspector, description, edit.changes(), edit.revision());
     edit.commit();
@@ -151,6 +169,14 @@ std::vector<EditConflict> ProjectHistory::tryToStore(const QString& description,
     emit undoable(description);
     emit redoable(QString());
     return {};
+}
+
+void ProjectHistory::dropUndone() {
+    RowIds undone;
+    for (std::size_t edit = m_undoable; edit < m_edits.size(); ++edit) {
+        undone.push_back(m_edits[edit]->stored().id);
+    }
+    dropEdits(*m_database, undone);
 }
 
 Status ProjectHistory::askAbout(const std::vector<EditConflict>& conflicts) {

@@ -84,6 +84,7 @@ private:
     /// Stores the edit, unless it meets with other conflicts than the user has settled; they are the answer.
     std::vector<EditConflict> tryToStore(const QString& description, const Work& work,
                                          const std::vector<EditConflict>& settled);
+    void dropUndone();
     /// Nothing when the user wants to replace what others did.
     Status askAbout(const std::vector<EditConflict>& conflicts);
     void noteOwn(const RowChanges& changes, std::int64_t revision);
