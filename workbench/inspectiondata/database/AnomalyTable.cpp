@@ -13,34 +13,6 @@ using mysqlhelper::KV_Record;
 
 namespace {
 
-SdiffData anomalyOf(const KV_Record& row) {
-    SdiffData anomaly;
-    std::string kind;
-    takeField(row, "id", anomaly.id);
-    anomaly.version = versionOf(row);
-    takeField(row, "name", anomaly.name);
-    takeField(row, "kind", kind);
-    anomaly.isFill = kind == "fill";
-    takeField(row, "attribute", anomaly.attribute);
-    takeField(row, "suggested", anomaly.suggested);
-    takeField(row, "x", anomaly.x);
-    takeField(row, "y", anomaly.y);
-    takeField(row, "lon_deg", anomaly.lonDegrees);
-    takeField(row, "lat_deg", anomaly.latDegrees);
-    takeField(row, "x_min", anomaly.xMin);
-    takeField(row, "y_min", anomaly.yMin);
-    takeField(row, "x_max", anomaly.xMax);
-    takeField(row, "y_max", anomaly.yMax);
-    takeField(row, "area_m2", anomaly.areaSquareMetres);
-    takeField(row, "fill_m3", anomaly.fillCubicMetres);
-    takeField(row, "cut_m3", anomaly.cutCubicMetres);
-    takeField(row, "dz_mean_m", anomaly.dzMeanMetres);
-    takeField(row, "dz_min_m", anomaly.dzMinMetres);
-    takeField(row, "dz_max_m", anomaly.dzMaxMetres);
-    takeField(row, "outline_wkt", anomaly.outlineWkt);
-    return anomaly;
-}
-
 KV_Record recordOf(std::uint32_t stationId, const SdiffData& anomaly) {
     KV_Record fields{{"station_id", std::int64_t{stationId}},
                      {"name", anomaly.name},
@@ -73,6 +45,34 @@ bool isStored(KV_MySQL& database, const SdiffData& anomaly) {
 }
 
 } // namespace
+
+SdiffData anomalyOf(const KV_Record& row) {
+    SdiffData anomaly;
+    std::string kind;
+    takeField(row, "id", anomaly.id);
+    anomaly.version = versionOf(row);
+    takeField(row, "name", anomaly.name);
+    takeField(row, "kind", kind);
+    anomaly.isFill = kind == "fill";
+    takeField(row, "attribute", anomaly.attribute);
+    takeField(row, "suggested", anomaly.suggested);
+    takeField(row, "x", anomaly.x);
+    takeField(row, "y", anomaly.y);
+    takeField(row, "lon_deg", anomaly.lonDegrees);
+    takeField(row, "lat_deg", anomaly.latDegrees);
+    takeField(row, "x_min", anomaly.xMin);
+    takeField(row, "y_min", anomaly.yMin);
+    takeField(row, "x_max", anomaly.xMax);
+    takeField(row, "y_max", anomaly.yMax);
+    takeField(row, "area_m2", anomaly.areaSquareMetres);
+    takeField(row, "fill_m3", anomaly.fillCubicMetres);
+    takeField(row, "cut_m3", anomaly.cutCubicMetres);
+    takeField(row, "dz_mean_m", anomaly.dzMeanMetres);
+    takeField(row, "dz_min_m", anomaly.dzMinMetres);
+    takeField(row, "dz_max_m", anomaly.dzMaxMetres);
+    takeField(row, "outline_wkt", anomaly.outlineWkt);
+    return anomaly;
+}
 
 std::vector<SdiffData> readAnomalies(KV_MySQL& database, std::uint32_t stationId) {
     std::vector<SdiffData> anomalies;

@@ -9,6 +9,7 @@
 #include <iostream>
 #include <map>
 #include <set>
+#include <utility>
 
 namespace inspection {
 
@@ -89,6 +90,7 @@ void ProjectHistory::setDatabase(KV_MySQL* database, const QString& inspector) {
     m_edits.clear();
     m_undoable = 0;
     m_ownVersions.clear();
+    m_unshown.clear();
     m_database = database;
     m_inspector = inspector;
     if (m_database) {
@@ -165,7 +167,7 @@ std::vector<EditConflict> ProjectHistory::tryToStore(const QString& description,
     m_edits.resize(m_undoable);
     m_edits.push_back(std::make_unique<Edit>(*this, StoredEdit{id, description, false}));
     ++m_undoable;
-    emit stored(edit.changes());
+    show(edit.changes(), Showing::Edited);
     emit undoable(description);
     emit redoable(QString());
     return {};
@@ -219,7 +221,7 @@ void ProjectHistory::takeStepsOfOthers(std::int64_t newestRevision) {
         reload(); // edits of rows that are no longer
         emit replacedByOthers();
     } else if (!changes.empty()) {
-        emit changedByOthers(changes);
+        show(changes, Showing::InPlace);
     }
 }
 
@@ -250,8 +252,7 @@ void ProjectHistory::UndoSteps(int count) {
     }
     m_undoable -= steps;
     if (!changes.empty()) {
-        emit stored(changes);
-        emit rowsChanged(changes);
+        show(changes, Showing::Followed);
     }
 }
 
@@ -276,10 +277,18 @@ void ProjectHistory::step(Edit& edit, bool isUndo, bool refresh) {
                    .arg(QString::fromUtf8(exception.what())));
         return;
     }
-    emit stored(changes);
     if (refresh) {
-        emit rowsChanged(changes);
+        show(changes, Showing::Followed);
+    } else {
+        m_unshown.insert(m_unshown.end(), changes.begin(), changes.end());
     }
+}
+
+void ProjectHistory::show(const RowChanges& changes, Showing showing) {
+    if (!m_unshown.empty()) {
+        emit rowsChanged(std::exchange(m_unshown, {}), Showing::InPlace);
+    }
+    emit rowsChanged(changes, showing);
 }
 
 // Whoever asked moves the edit on his own list, whatever came of it: afterwards he gets the list anew.
