@@ -282,7 +282,7 @@ void AnomalyTableWindow::goTo(int row) {
     if (row < 0) {
         return;
     }
-    const QModelIndex place = m_filter->index(row, AnomalyTableModel::Name);
+    const QModelIndex place = m_filter->index(row, AnomalyColumn::Name);
     m_table->selectionModel()->setCurrentIndex(place, QItemSelectionModel::NoUpdate);
     m_table->scrollTo(place, QAbstractItemView::EnsureVisible);
 }
