@@ -3,6 +3,7 @@
 #include "host/Gbk.h"
 #include "workbench/inspectiondata/database/Fields.h"
 #include "workbench/inspectiondata/database/Revision.h"
+#include "workbench/inspectiondata/database/RowBatch.h"
 #include "workbench/inspectiondata/database/Schema.h"
 #include "workbench/inspectiondata/text/AnomalyFields.h"
 
@@ -105,10 +106,12 @@ void storeAttributes(KV_MySQL& database, const std::vector<SdiffData>& anomalies
 }
 
 void deleteAnomalies(KV_MySQL& database, const std::vector<SdiffData>& anomalies) {
-    KV_MySQL::Transaction transaction(database);
+    RowIds ids;
     for (const SdiffData& anomaly : anomalies) {
-        database.deleteRecord(kAnomalyTable, "where id=?", {anomaly.id});
+        ids.push_back(anomaly.id);
     }
+    KV_MySQL::Transaction transaction(database);
+    deleteRows(database, kAnomalyTable, ids);
     transaction.commit();
 }
 
