@@ -125,14 +125,13 @@ Status detectAndWrite(const DetectTask& task, Told& told) {
 } // namespace
 
 int runDetect(const std::vector<std::string>& arguments) {
-    const auto begun = beginCommand(kCommand, kUsage, arguments, detectOptionTable());
-    if (const int* status = std::get_if<int>(&begun)) {
-        return *status;
+    const auto options = beginCommand(kCommand, kUsage, arguments, detectOptionTable());
+    if (!options) {
+        return options.error();
     }
-    WrongUse wrong;
-    const auto task = readDetectTask(std::get<Options>(begun), wrong);
+    const auto task = readDetectTask(*options);
     if (!task) {
-        return fail(kCommand, kStatusWrongUse, wrong.message);
+        return fail(kCommand, kStatusWrongUse, task.error().message);
     }
 
     GDALSetCacheMax64(kRasterCacheBytes);

@@ -1,7 +1,7 @@
 #include "cli/MergeCommand.h"
 
 #include "cli/AnomalyTable.h"
-#include "cli/Options.h"
+#include "cli/Command.h"
 #include "cli/OutputSet.h"
 #include "detect/output/PieceFile.h"
 #include "detect/output/ResultFile.h"
@@ -22,36 +22,36 @@ using detect::Result;
 using detect::Status;
 
 const OptionTable& optionTable() {
-    static const OptionTable table{{"--out", "--summary"}, {"--quiet", "--help"}, kAnyNumber};
+    static const OptionTable table{{"--out", "--summary"}, {"--quiet", "--help"}, commandline::kAnyNumber};
     return table;
 }
 
-std::optional<std::string> wrongFiles(const Options& options) {
+Parsed<void> checkFiles(const Options& options) {
     const std::string out = options.value("--out");
     const std::string summary = options.value("--summary");
     if (options.positional.empty()) {
-        return "缺少窗口结果文件";
+        return wrongUse("缺少窗口结果文件");
     }
     if (out.empty()) {
-        return "缺少选项 --out";
+        return wrongUse("缺少选项 --out");
     }
     if (!detect::isResultPath(out)) {
-        return "--out 的扩展名必须是 .gpkg、.geojson 或 .shp";
+        return wrongUse("--out 的扩展名必须是 .gpkg、.geojson 或 .shp");
     }
     if (options.has("--summary") && summary.empty()) {
-        return "选项 --summary 缺少值";
+        return wrongUse("选项 --summary 缺少值");
     }
     for (const std::string& output : {out, summary}) {
         for (const std::string& input : options.positional) {
             if (!output.empty() && sameFile(output, input)) {
-                return "输出 " + output + " 就是输入文件";
+                return wrongUse("输出 " + output + " 就是输入文件");
             }
         }
     }
     if (!summary.empty() && sameFile(out, summary)) {
-        return "两个输出都是 " + out;
+        return wrongUse("两个输出都是 " + out);
     }
-    return std::nullopt;
+    return {};
 }
 
 Result<std::vector<detect::Piece>> readSeams(const std::vector<std::string>& files) {
@@ -106,19 +106,18 @@ Status mergeAndWrite(const Options& options, AnomalyTable& table) {
 } // namespace
 
 int runMerge(const std::vector<std::string>& arguments) {
-    const auto begun = beginCommand(kCommand, kUsage, arguments, optionTable());
-    if (const int* status = std::get_if<int>(&begun)) {
-        return *status;
+    const auto options = beginCommand(kCommand, kUsage, arguments, optionTable());
+    if (!options) {
+        return options.error();
     }
-    const Options& options = std::get<Options>(begun);
-    if (const auto wrong = wrongFiles(options)) {
-        return fail(kCommand, kStatusWrongUse, *wrong);
+    if (const auto files = checkFiles(*options); !files) {
+        return fail(kCommand, kStatusWrongUse, files.error().message);
     }
     AnomalyTable table;
-    if (const auto done = mergeAndWrite(options, table); !done) {
+    if (const auto done = mergeAndWrite(*options, table); !done) {
         return fail(kCommand, kStatusFailed, done.error().message);
     }
-    if (!options.has("--quiet")) {
+    if (!options->has("--quiet")) {
         table.print();
     }
     return kStatusDone;
