@@ -119,6 +119,16 @@ function(corridor_same_test_in_locale_c target filter)
                        ENVIRONMENT "LC_ALL=C;LANG=C;LANGUAGE=")
 endfunction()
 
+# corridor_test_support(NAME SOURCES...): what several tests share, compiled once. They can use its precompiled header,
+# because they are compiled as position independent as a library is.
+function(corridor_test_support target)
+  corridor_library(${target} STATIC ${ARGN})
+  target_link_libraries(${target} PUBLIC GTest::gtest)
+  if(NOT MSVC)
+    target_compile_options(${target} PUBLIC -fPIC)
+  endif()
+endfunction()
+
 # Adds globe/ or an installed osgEarth, both as Corridor::Globe. Only workbench/viewer sees a difference.
 function(corridor_select_globe)
   set(use_installed FALSE)
