@@ -4,35 +4,10 @@
 #include <ogr_geometry.h>
 #include <ogr_spatialref.h>
 
-#include <algorithm>
 #include <fstream>
 #include <iterator>
-#include <random>
 
 namespace detect::test {
-
-namespace fs = std::filesystem;
-
-TemporaryFolder::TemporaryFolder() {
-    std::random_device random;
-    m_path =
-        fs::temp_directory_path() / ("corridor-test-" + std::to_string(random()) + std::to_string(random()));
-    fs::create_directories(m_path);
-}
-
-TemporaryFolder::~TemporaryFolder() {
-    std::error_code ignored;
-    fs::remove_all(m_path, ignored);
-}
-
-std::vector<std::string> TemporaryFolder::names() const {
-    std::vector<std::string> found;
-    for (const auto& entry : fs::directory_iterator(m_path)) {
-        found.push_back(entry.path().filename().string());
-    }
-    std::sort(found.begin(), found.end());
-    return found;
-}
 
 Point RasterPlan::centre(int column, int row) const {
     return Affine{toMap}(column + 0.5, row + 0.5);

@@ -2,33 +2,16 @@
 
 #include "detect/Detection.h"
 #include "detect/raster/Grid.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <gdal_priv.h>
 
-#include <filesystem>
 #include <functional>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace detect::test {
-
-/// A folder that goes with its object.
-class TemporaryFolder {
-public:
-    TemporaryFolder();
-    ~TemporaryFolder();
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-    std::string file(const std::string& name) const { return (m_path / name).string(); }
-    const std::filesystem::path& path() const { return m_path; }
-    /// Names of everything inside, hidden files too, sorted.
-    std::vector<std::string> names() const;
-
-private:
-    std::filesystem::path m_path;
-};
 
 /// A small elevation raster in the making.
 struct RasterPlan {
