@@ -128,7 +128,7 @@ void CeditDiff::OnMessage(std::string message) { // NOLINT(performance-unnecessa
     if (message == "removePick") {
         m_picker.remove();
     } else if (message == "addPick") {
-        m_picker.install();
+        m_picker.install(message);
     } else if (message == kFrameName) {
         addFrameSelection();
     } else if (message == "RemoveFrameSelect") {

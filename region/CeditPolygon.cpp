@@ -119,7 +119,7 @@ void CeditPolygon::OnMessage(
     } else if (message == "deletedrawable") {
         m_threads.onGui([this] { takeOffGlobe(m_pickedNode); });
     } else if (message == "addpick") {
-        m_picker.install();
+        m_picker.install(message);
     }
 }
 
