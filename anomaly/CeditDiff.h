@@ -142,6 +142,7 @@ private:
     bool m_shiftHeld = false;
     bool m_deleteHeld = false;
     int m_pressX = 0;
+    bool m_isByBounds = false; ///< the overlay mode, as the event found it
     int m_pressY = 0;
     int m_dragX = 0;
     int m_dragY = 0;

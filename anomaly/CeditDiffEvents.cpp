@@ -48,6 +48,7 @@ bool CeditDiff::handle(const GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) {
     if (!view || m_toolState != Active) {
         return false;
     }
+    m_isByBounds = isPickedByBounds();
     switch (ea.getEventType()) {
     case GUIEventAdapter::PUSH:
         if (ea.getButton() == GUIEventAdapter::LEFT_MOUSE_BUTTON) {
@@ -63,7 +64,7 @@ bool CeditDiff::handle(const GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) {
         }
         break;
     case GUIEventAdapter::DRAG:
-        if (m_leftDown && !isPickedByBounds()) {
+        if (m_leftDown && !m_isByBounds) {
             onFrameDrag(*view, ea);
         }
         break;
@@ -96,7 +97,7 @@ void CeditDiff::onPush(osgViewer::View& view, const GUIEventAdapter& ea) {
     if (!m_shiftHeld) {
         ShowDiffLabel(world);
     }
-    if (isPickedByBounds()) {
+    if (m_isByBounds) {
         pickByBounds(world);
     } else {
         pickHovered(world);
@@ -222,7 +223,8 @@ void CeditDiff::pickByBounds(const osg::Vec3d& world) {
         m_selection.clearInBounds();
     }
     Overlays highlighted = m_selection.inBounds();
-    const osgEarth::SpatialReference* mapSrs = zeo::IEngineContext::Instance()->GetMapSRS();
+    const zeo::IEngineContext* engine = zeo::IEngineContext::Instance();
+    const osgEarth::SpatialReference* mapSrs = engine ? engine->GetMapSRS() : nullptr;
     osgEarth::GeoPoint point;
     if (mapSrs && point.fromWorld(mapSrs, world) && point.makeGeographic()) {
         const anomaly::Place lonLat{point.x(), point.y()};

@@ -51,6 +51,7 @@ Status Session::open(const QString& folder, Project::Access access) {
     m_project.emplace(std::get<Project>(std::move(project)));
     m_database = std::get<std::unique_ptr<PipelineDatabase>>(std::move(database));
     CurrentProject::set(&m_project->description(), m_database.get());
+    m_overlayMode = parameters().overlayMode;
     if (Status failure = readHistory()) {
         forget();
         return failure;
@@ -113,6 +114,7 @@ void Session::forget() {
     CurrentProject::clear();
     m_database.reset();
     m_project.reset();
+    m_overlayMode = parameters().overlayMode;
 }
 
 mysqlhelper::KV_MySQL* Session::connection() const {
@@ -133,6 +135,7 @@ Status Session::setParameters(const ProjectParameters& parameters) {
     if (Status failure = m_project->setParameters(parameters)) {
         return failure;
     }
+    m_overlayMode = parameters.overlayMode;
     emit parametersChanged();
     return std::nullopt;
 }
