@@ -125,6 +125,7 @@ private:
     std::vector<std::string> m_hoveredNames;        ///< GBK, of the hover pick list
     std::unique_ptr<osg::Vec2d> m_doubleClickPoint; ///< station's reference system
     std::string m_stationSrs;
+    unsigned m_tableSelections = 0;                 ///< how often the user selected other rows
     osgEarth::Symbology::Style m_areaStyle;
     bool m_toggle = false;                ///< the button was not checked when the tool was left
     std::unique_ptr<QMenu> m_contextMenu; ///< owns its actions
@@ -139,6 +140,7 @@ private:
     OverlaySelection m_selection;
     osg::ref_ptr<osgEarth::Annotation::PlaceNode> m_valueLabel;
     bool m_ctrlHeld = false;
+    unsigned m_tableSelectionsSeen = 0; ///< those of the table that the globe has followed
     bool m_shiftHeld = false;
     bool m_deleteHeld = false;
     int m_pressX = 0;

@@ -189,7 +189,12 @@ void CeditDiff::askToDelete() {
 }
 
 void CeditDiff::announce(const Overlays& highlighted) {
-    m_threads.onGui([this, hovered = namesOf(m_selection.hovered()), names = namesOf(highlighted)] {
+    m_threads.onGui([this, hovered = namesOf(m_selection.hovered()), names = namesOf(highlighted),
+                     seen = m_tableSelectionsSeen] {
+        // The user has selected other rows since; the globe follows them, and this is over.
+        if (seen != m_tableSelections) {
+            return;
+        }
         m_hoveredNames = hovered;
         m_table.select(names);
     });

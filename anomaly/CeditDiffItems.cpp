@@ -214,7 +214,9 @@ void CeditDiff::takeTableSelection(const std::vector<std::string>& gbkNames) {
     const bool isByBounds = isPickedByBounds();
     m_hoveredNames = isByBounds ? std::vector<std::string>() : gbkNames;
     const std::unordered_set<std::string> wanted(gbkNames.begin(), gbkNames.end());
-    m_threads.onFrame([this, wanted, isByBounds] {
+    ++m_tableSelections;
+    m_threads.onFrame([this, wanted, isByBounds, number = m_tableSelections] {
+        m_tableSelectionsSeen = number;
         if (wanted.empty() && m_selection.hovered().empty() && m_selection.inBounds().empty()) {
             return;
         }
