@@ -280,8 +280,12 @@ void CeditDiff::onFrameDrag(osgViewer::View& view, const GUIEventAdapter& ea) {
 }
 
 void CeditDiff::UpdateFrameRect(const osg::Vec3d& onMap) {
+    osgEarth::MapNode* mapNode = globeMapNode();
+    if (!mapNode || !m_frameGroup) {
+        return;
+    }
     if (!m_frameFeatureNode) {
-        m_frameFeatureNode = makeFrame(*globeMapNode(), m_frameStyle);
+        m_frameFeatureNode = makeFrame(*mapNode, m_frameStyle);
         m_frameGroup->addChild(m_frameFeatureNode);
     }
     drawFrame(*m_frameFeatureNode, m_frameStyle, m_frameStart, onMap);

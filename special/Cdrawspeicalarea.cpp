@@ -2,7 +2,6 @@
 
 #include "host/Gbk.h"
 #include "host/inspection/DataSet.h"
-#include "host/inspection/IORVAContext.h"
 #include "host/inspection/StationWindow.h"
 #include "host/viewmanager/MessageBus.h"
 #include "host/viewmanager/pick.h"
@@ -91,7 +90,7 @@ void Cdrawspeicalarea::finish() {
 
 void Cdrawspeicalarea::openDialog() {
     delete m_dialog.data();
-    m_dialog = new CdrawPolygonDlg(IORVAContext::Instance()->GetMainWindow());
+    m_dialog = new CdrawPolygonDlg(mainWindow());
     m_dialog->LoadRecord(KV_SPECIAL_AREA);
     m_dialog->show();
     connect(m_dialog, SIGNAL(SignalClose()), this, SLOT(SlotClose()));
@@ -178,8 +177,8 @@ void Cdrawspeicalarea::SlotOK() {
         emit msg_waring(tr("请输入特殊面名称！"));
         return;
     }
-    StationWindow* window = IORVAContext::Instance()->GetStationWindow();
-    if (window->isReiterated_node(name)) {
+    StationWindow* window = stationWindow();
+    if (!window || window->isReiterated_node(name)) {
         return;
     }
     const Special_Polygon record = makeRecord(toGbk(name));
@@ -205,8 +204,10 @@ Special_Polygon Cdrawspeicalarea::makeRecord(const std::string& gbkName) const {
 void Cdrawspeicalarea::enterIntoScene(const Special_Polygon& record) {
     const osg::ref_ptr<osgEarth::Annotation::PlaceNode> label =
         makeMarker(record.GetCoor(), record.GetName());
-    label->setName(kAreaGroupName);
-    m_threads.onFrame([this, label] { m_drawing.label(label); });
+    if (label) {
+        label->setName(kAreaGroupName);
+        m_threads.onFrame([this, label] { m_drawing.label(label); });
+    }
     if (auto* scene = dataSet<OsgDataSet>()) {
         scene->addPipeAreas(m_areaGroup, Special_Area(record));
     }
