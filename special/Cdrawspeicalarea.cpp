@@ -11,6 +11,7 @@
 #include "plugin/Inspection.h"
 #include "special/DrawingDatabase.h"
 #include "special/Marker.h"
+#include "special/NearestTurn.h"
 #include "special/RegionStyle.h"
 #include "special/Warning.h"
 
@@ -141,7 +142,9 @@ void Cdrawspeicalarea::addVertex(const osg::Vec3d& position) {
     if (!m_dialog || m_state != Digitising) {
         return;
     }
-    m_vertices.push_back(m_vertices.empty() ? position : onTurnOf(m_vertices.back(), position));
+    const osgEarth::MapNode* mapNode = globeMapNode();
+    const osgEarth::SpatialReference* srs = mapNode ? mapNode->getMapSRS() : nullptr;
+    m_vertices.push_back(m_vertices.empty() ? position : onTurnOf(m_vertices.back(), position, srs));
     m_ring = m_vertices;
     m_areaStyle = makeDigitisedStyle(*m_dialog);
     m_threads.onFrame(
