@@ -1,7 +1,7 @@
 #include "cli/CheckCommand.h"
 
+#include "cli/Command.h"
 #include "cli/OpenedProject.h"
-#include "cli/Options.h"
 #include "cli/ProgressLine.h"
 #include "workbench/inspectiondata/check/CheckProject.h"
 
@@ -66,17 +66,16 @@ int check(const std::string& folder, bool asJson) {
 } // namespace
 
 int runCheck(const std::vector<std::string>& arguments) {
-    const auto begun = beginCommand(kCommand, kUsage, arguments, {{}, {"--json", "--help"}, 1});
-    if (const int* status = std::get_if<int>(&begun)) {
-        return *status;
+    const auto options = beginCommand(kCommand, kUsage, arguments, {{}, {"--json", "--help"}, 1});
+    if (!options) {
+        return options.error();
     }
-    const auto& options = std::get<Options>(begun);
-    if (options.positional.empty()) {
+    if (options->positional.empty()) {
         return fail(kCommand, kStatusWrongUse, "缺少工程文件夹");
     }
     int count = 0;
     const QCoreApplication application(count, nullptr);
-    return check(options.positional.front(), options.has("--json"));
+    return check(options->positional.front(), options->has("--json"));
 }
 
 } // namespace cli

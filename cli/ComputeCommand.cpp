@@ -1,7 +1,7 @@
 #include "cli/ComputeCommand.h"
 
+#include "cli/Command.h"
 #include "cli/OpenedProject.h"
-#include "cli/Options.h"
 #include "cli/ProgressLine.h"
 #include "cli/StopOnSignal.h"
 #include "host/Gbk.h"
@@ -29,7 +29,7 @@ std::vector<std::uint32_t> parseStations(const std::string& text) {
     std::vector<std::uint32_t> ids;
     std::istringstream parts(text);
     for (std::string part; std::getline(parts, part, ',');) {
-        const auto id = parseInteger(part);
+        const auto id = commandline::parseInteger(part);
         if (!id || *id <= 0) {
             return {};
         }
@@ -79,22 +79,21 @@ int compute(const std::string& folder, const std::vector<std::uint32_t>& station
 } // namespace
 
 int runCompute(const std::vector<std::string>& arguments) {
-    const auto begun = beginCommand(kCommand, kUsage, arguments, {{"--stations"}, {"--help"}, 1});
-    if (const int* status = std::get_if<int>(&begun)) {
-        return *status;
+    const auto options = beginCommand(kCommand, kUsage, arguments, {{"--stations"}, {"--help"}, 1});
+    if (!options) {
+        return options.error();
     }
-    const auto& options = std::get<Options>(begun);
-    if (options.positional.empty()) {
+    if (options->positional.empty()) {
         return fail(kCommand, kStatusWrongUse, "缺少工程文件夹");
     }
-    const auto stations = parseStations(options.value("--stations"));
-    if (options.has("--stations") && stations.empty()) {
+    const auto stations = parseStations(options->value("--stations"));
+    if (options->has("--stations") && stations.empty()) {
         return fail(kCommand, kStatusWrongUse,
-                    "--stations 的值必须是以逗号分隔的站点编号：" + options.value("--stations"));
+                    "--stations 的值必须是以逗号分隔的站点编号：" + options->value("--stations"));
     }
     int count = 0;
     const QCoreApplication application(count, nullptr);
-    return compute(options.positional.front(), stations);
+    return compute(options->positional.front(), stations);
 }
 
 } // namespace cli

@@ -37,21 +37,24 @@ const char* const kUsage =
 using detect::Result;
 using detect::Status;
 
-/// The outputs of a task, staged.
-struct Paths {
-    std::string out;
-    std::string dz;
-    std::string summary;
+/// The outputs of a task; null for those that nobody asked for.
+struct Outputs {
+    const detect::StagedOutput* out = nullptr;
+    const detect::StagedOutput* dz = nullptr;
+    const detect::StagedOutput* summary = nullptr;
 };
 
-Status stage(const DetectTask& task, OutputSet& outputs, Paths& paths) {
-    if (auto done = outputs.stage(task.out, paths.out); !done) {
-        return failed(done);
+Result<Outputs> stage(const DetectTask& task, OutputSet& all) {
+    Outputs outputs;
+    for (const auto& [target, output] : {std::pair(&task.out, &outputs.out), std::pair(&task.dz, &outputs.dz),
+                                         std::pair(&task.summary, &outputs.summary)}) {
+        const auto staged = all.stage(*target);
+        if (!staged) {
+            return failed(staged);
+        }
+        *output = *staged;
     }
-    if (auto done = outputs.stage(task.dz, paths.dz); !done) {
-        return failed(done);
-    }
-    return outputs.stage(task.summary, paths.summary);
+    return outputs;
 }
 
 template<class Found, class Detect>
@@ -70,8 +73,9 @@ struct Told {
     AnomalyTable table;
 };
 
-Status detectWhole(const DetectTask& task, const detect::Request& request, const Paths& paths, Told& told) {
-    detect::ResultFile file(paths.out);
+Status detectWhole(const DetectTask& task, const detect::Request& request, const Outputs& outputs,
+                   Told& told) {
+    detect::ResultFile file(*outputs.out);
     Tabulated receiver(file, task.quiet ? nullptr : &told.table);
     auto detected = withProgress<detect::RunReport>(task, [&](const detect::Progress& progress) {
         return detect::detectChanges(request, receiver, progress);
@@ -80,11 +84,12 @@ Status detectWhole(const DetectTask& task, const detect::Request& request, const
         return failed(detected);
     }
     told.report = std::move(*detected);
-    return file.commit();
+    return file.close();
 }
 
-Status detectWindow(const DetectTask& task, const detect::Request& request, const Paths& paths, Told& told) {
-    detect::PieceFile file(paths.out);
+Status detectWindow(const DetectTask& task, const detect::Request& request, const Outputs& outputs,
+                    Told& told) {
+    detect::PieceFile file(*outputs.out);
     Tabulated receiver(file, task.quiet ? nullptr : &told.table);
     auto detected = withProgress<detect::Piece>(task, [&](const detect::Progress& progress) {
         return detect::detectPiece(request, *task.window, receiver, progress);
@@ -94,46 +99,45 @@ Status detectWindow(const DetectTask& task, const detect::Request& request, cons
     }
     const detect::Piece& piece = *detected;
     told.report = detect::reportOf(piece);
-    return file.commit(piece);
+    return file.close(piece);
 }
 
-Status detectAndWrite(const DetectTask& task, OutputSet& outputs, Told& told) {
-    Paths paths;
-    if (auto done = stage(task, outputs, paths); !done) {
-        return failed(done);
+Status detectAndWrite(const DetectTask& task, Told& told) {
+    OutputSet all;
+    const auto outputs = stage(task, all);
+    if (!outputs) {
+        return failed(outputs);
     }
     detect::Request request = task.request;
-    request.dzRaster = paths.dz;
+    request.dzRaster = outputs->dz;
     const auto detect = task.window ? detectWindow : detectWhole;
-    if (auto done = detect(task, request, paths, told); !done) {
+    if (auto done = detect(task, request, *outputs, told); !done) {
         return failed(done);
     }
-    if (!paths.summary.empty()) {
-        if (auto done = detect::writeSummary(told.report, request.parameters, paths.summary); !done) {
+    if (outputs->summary) {
+        if (auto done = detect::writeSummary(told.report, request.parameters, *outputs->summary); !done) {
             return failed(done);
         }
     }
-    return outputs.commit();
+    return all.commit();
 }
 
 } // namespace
 
 int runDetect(const std::vector<std::string>& arguments) {
-    const auto begun = beginCommand(kCommand, kUsage, arguments, detectOptionTable());
-    if (const int* status = std::get_if<int>(&begun)) {
-        return *status;
+    const auto options = beginCommand(kCommand, kUsage, arguments, detectOptionTable());
+    if (!options) {
+        return options.error();
     }
-    WrongUse wrong;
-    const auto task = readDetectTask(std::get<Options>(begun), wrong);
+    const auto task = readDetectTask(*options);
     if (!task) {
-        return fail(kCommand, kStatusWrongUse, wrong.message);
+        return fail(kCommand, kStatusWrongUse, task.error().message);
     }
 
     GDALSetCacheMax64(kRasterCacheBytes);
-    OutputSet outputs;
     Told told;
-    if (const auto done = detectAndWrite(*task, outputs, told); !done) {
-        return fail(kCommand, kStatusFailed, outputs.inUsersWords(done.error().message));
+    if (const auto done = detectAndWrite(*task, told); !done) {
+        return fail(kCommand, kStatusFailed, done.error().message);
     }
     if (task->quiet) {
         return kStatusDone;

@@ -11,7 +11,8 @@ namespace cli {
 
 namespace {
 
-using Wrong = std::optional<std::string>;
+/// Read, or what is wrong.
+using Read = Parsed<void>;
 
 std::vector<std::string> splitAtCommas(const std::string& text) {
     std::vector<std::string> parts{""};
@@ -25,66 +26,66 @@ std::vector<std::string> splitAtCommas(const std::string& text) {
     return parts;
 }
 
-Wrong readLimits(const Options& options, detect::Parameters& parameters) {
+Read readLimits(const Options& options, detect::Parameters& parameters) {
     if (options.has("--threshold")) {
-        const auto number = parseNumber(options.value("--threshold"));
+        const auto number = commandline::parseNumber(options.value("--threshold"));
         if (!number || *number <= 0.0) {
-            return "--threshold 需要大于 0 的米数";
+            return wrongUse("--threshold 需要大于 0 的米数");
         }
         parameters.thresholdMetres = *number;
     }
     if (options.has("--min-area")) {
-        const auto number = parseNumber(options.value("--min-area"));
+        const auto number = commandline::parseNumber(options.value("--min-area"));
         if (!number || *number < 0.0) {
-            return "--min-area 需要不小于 0 的平方米数";
+            return wrongUse("--min-area 需要不小于 0 的平方米数");
         }
         parameters.minAreaSquareMetres = *number;
     }
     if (options.has("--threads")) {
-        const auto number = parseInteger(options.value("--threads"));
+        const auto number = commandline::parseInteger(options.value("--threads"));
         if (!number || *number < 1 || *number > 1024) {
-            return "--threads 需要 1 到 1024 的整数";
+            return wrongUse("--threads 需要 1 到 1024 的整数");
         }
         parameters.threads = *number;
     }
-    return std::nullopt;
+    return {};
 }
 
-Wrong readCoregistration(const Options& options, detect::Parameters& parameters) {
+Read readCoregistration(const Options& options, detect::Parameters& parameters) {
     if (options.has("--coregister")) {
         const auto method = detect::methodNamed(options.value("--coregister"));
         if (!method) {
-            return "--coregister 只能是 none、bias 或 full";
+            return wrongUse("--coregister 只能是 none、bias 或 full");
         }
         parameters.coregistration = *method;
     }
     parameters.tilt = options.has("--tilt");
     if (parameters.tilt && parameters.coregistration != detect::CoregistrationMethod::Full) {
-        return "--tilt 只能与 --coregister full 一起使用";
+        return wrongUse("--tilt 只能与 --coregister full 一起使用");
     }
-    return std::nullopt;
+    return {};
 }
 
 /// Significance replaces the threshold, unless one is given too.
-Wrong readSignificance(const Options& options, detect::Parameters& parameters) {
+Read readSignificance(const Options& options, detect::Parameters& parameters) {
     if (!options.has("--sigma") && !options.has("--confidence")) {
-        return std::nullopt;
+        return {};
     }
     detect::Significance significance;
     if (options.has("--sigma")) {
         const auto parts = splitAtCommas(options.value("--sigma"));
-        const auto first = parseNumber(parts.front());
-        const auto last = parseNumber(parts.back());
+        const auto first = commandline::parseNumber(parts.front());
+        const auto last = commandline::parseNumber(parts.back());
         if (parts.size() > 2 || !first || !last || *first <= 0.0 || *last <= 0.0) {
-            return "--sigma 需要一个大于 0 的米数，或以逗号分隔的旧期、新期两个米数";
+            return wrongUse("--sigma 需要一个大于 0 的米数，或以逗号分隔的旧期、新期两个米数");
         }
         significance.oldSigmaMetres = *first;
         significance.newSigmaMetres = *last;
     }
     if (options.has("--confidence")) {
-        const auto number = parseNumber(options.value("--confidence"));
+        const auto number = commandline::parseNumber(options.value("--confidence"));
         if (!number || *number <= 0.0 || *number >= 1.0) {
-            return "--confidence 需要 0 与 1 之间的小数，如 0.95";
+            return wrongUse("--confidence 需要 0 与 1 之间的小数，如 0.95");
         }
         significance.confidence = *number;
     }
@@ -92,55 +93,55 @@ Wrong readSignificance(const Options& options, detect::Parameters& parameters) {
     if (!options.has("--threshold")) {
         parameters.thresholdMetres = 0.0;
     }
-    return std::nullopt;
+    return {};
 }
 
-Wrong readRules(const Options& options, detect::Parameters& parameters) {
+Read readRules(const Options& options, detect::Parameters& parameters) {
     parameters.splitBodies = !options.has("--no-split");
     parameters.simplifyOutlines = !options.has("--cell-outlines");
     if (!options.has("--rules")) {
-        return std::nullopt;
+        return {};
     }
     detect::Rules& rules = parameters.rules;
     rules = {false, false, false};
     const std::pair<const char*, bool*> known[] = {
         {"core", &rules.core}, {"sliver", &rules.sliver}, {"speckle", &rules.speckle}};
     if (options.value("--rules") == "none") {
-        return std::nullopt;
+        return {};
     }
     const auto names = splitAtCommas(options.value("--rules"));
     for (const std::string& name : names) {
         const auto* rule = std::find_if(std::begin(known), std::end(known),
                                         [&name](const auto& candidate) { return name == candidate.first; });
         if (rule == std::end(known)) {
-            return "--rules 只能是 none，或以逗号分隔的 core、sliver、speckle";
+            return wrongUse("--rules 只能是 none，或以逗号分隔的 core、sliver、speckle");
         }
         *rule->second = true;
     }
-    return std::nullopt;
+    return {};
 }
 
-Wrong readWindow(const Options& options, DetectTask& task) {
+Read readWindow(const Options& options, DetectTask& task) {
     if (!options.has("--window")) {
-        return std::nullopt;
+        return {};
     }
     std::vector<int> figures;
     for (const std::string& part : splitAtCommas(options.value("--window"))) {
-        figures.push_back(parseInteger(part).value_or(-1));
+        figures.push_back(commandline::parseInteger(part).value_or(-1));
     }
     if (figures.size() != 4 || figures[0] < 0 || figures[1] < 0 || figures[2] < 1 || figures[3] < 1) {
-        return "--window 需要 XOFF,YOFF,XSIZE,YSIZE 四个整数（旧期栅格的像元）";
+        return wrongUse("--window 需要 XOFF,YOFF,XSIZE,YSIZE 四个整数（旧期栅格的像元）");
     }
     task.window = detect::CellWindow{figures[0], figures[1], figures[2], figures[3]};
     if (std::filesystem::u8path(task.out).extension() != ".gpkg") {
-        return "--window 的结果必须是 .gpkg，以便 corridor merge 合并";
+        return wrongUse("--window 的结果必须是 .gpkg，以便 corridor merge 合并");
     }
-    return std::nullopt;
+    return {};
 }
 
-Wrong checkFiles(const DetectTask& task) {
+Read checkFiles(const DetectTask& task) {
     if (!detect::isResultPath(task.out)) {
-        return "--out 的扩展名必须是 .gpkg、.geojson 或 .shp";
+        return wrongUse("--out 的扩展名必须是 .gpkg、.geojson 或 .shp");
     }
     const std::string outputs[] = {task.out, task.dz, task.summary};
     for (const std::string& output : outputs) {
@@ -149,35 +150,35 @@ Wrong checkFiles(const DetectTask& task) {
         }
         for (const std::string& other : {task.request.oldRaster, task.request.newRaster}) {
             if (sameFile(output, other)) {
-                return "输出 " + output + " 就是输入文件";
+                return wrongUse("输出 " + output + " 就是输入文件");
             }
         }
         for (const std::string& other : outputs) {
             if (&other != &output && !other.empty() && sameFile(output, other)) {
-                return "两个输出都是 " + output;
+                return wrongUse("两个输出都是 " + output);
             }
         }
     }
-    return std::nullopt;
+    return {};
 }
 
-Wrong missingOption(const Options& options) {
+Read checkNeeded(const Options& options) {
     for (const char* needed : {"--old", "--new", "--out"}) {
         if (options.value(needed).empty()) {
-            return std::string("缺少选项 ") + needed;
+            return wrongUse(std::string("缺少选项 ") + needed);
         }
     }
     for (const char* file : {"--dz", "--summary"}) {
         if (options.has(file) && options.value(file).empty()) {
-            return std::string("选项 ") + file + " 缺少值";
+            return wrongUse(std::string("选项 ") + file + " 缺少值");
         }
     }
-    return std::nullopt;
+    return {};
 }
 
-Wrong readAll(const Options& options, DetectTask& task) {
-    if (auto wrong = missingOption(options)) {
-        return wrong;
+Read readAll(const Options& options, DetectTask& task) {
+    if (auto done = checkNeeded(options); !done) {
+        return done;
     }
     task.request.oldRaster = options.value("--old");
     task.request.newRaster = options.value("--new");
@@ -187,12 +188,12 @@ Wrong readAll(const Options& options, DetectTask& task) {
     task.quiet = options.has("--quiet");
     detect::Parameters& parameters = task.request.parameters;
     for (const auto read : {readLimits, readCoregistration, readSignificance, readRules}) {
-        if (auto wrong = read(options, parameters)) {
-            return wrong;
+        if (auto done = read(options, parameters); !done) {
+            return done;
         }
     }
-    if (auto wrong = readWindow(options, task)) {
-        return wrong;
+    if (auto done = readWindow(options, task); !done) {
+        return done;
     }
     return checkFiles(task);
 }
@@ -208,13 +209,9 @@ const OptionTable& detectOptionTable() {
     return table;
 }
 
-std::optional<DetectTask> readDetectTask(const Options& options, WrongUse& wrong) {
+Parsed<DetectTask> readDetectTask(const Options& options) {
     DetectTask task;
-    if (const auto problem = readAll(options, task)) {
-        wrong.message = *problem;
-        return std::nullopt;
-    }
-    return task;
+    return readAll(options, task).map([&task] { return std::move(task); });
 }
 
 } // namespace cli

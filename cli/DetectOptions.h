@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cli/Options.h"
+#include "cli/Command.h"
 #include "detect/Detection.h"
 
 #include <optional>
@@ -20,7 +20,7 @@ struct DetectTask {
 
 const OptionTable& detectOptionTable();
 
-/// Nothing, and `wrong` filled, for options that are missing, out of range or contradict each other.
-std::optional<DetectTask> readDetectTask(const Options& options, WrongUse& wrong);
+/// Options that are missing, out of range or contradict each other are wrong.
+Parsed<DetectTask> readDetectTask(const Options& options);
 
 } // namespace cli

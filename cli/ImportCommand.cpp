@@ -1,7 +1,7 @@
 #include "cli/ImportCommand.h"
 
+#include "cli/Command.h"
 #include "cli/OpenedProject.h"
-#include "cli/Options.h"
 #include "cli/ProgressLine.h"
 #include "cli/StopOnSignal.h"
 #include "workbench/inspectiondata/database/SpecialObjectImport.h"
@@ -32,30 +32,25 @@ struct Task {
     bool strict = false;
 };
 
-std::optional<Task> readTask(const Options& options, WrongUse& wrong) {
+Parsed<Task> readTask(const Options& options) {
     if (options.positional.empty()) {
-        wrong.message = "缺少工程文件夹";
-        return std::nullopt;
+        return wrongUse("缺少工程文件夹");
     }
     const bool areas = options.has("--polygons");
     if (areas == options.has("--points")) {
-        wrong.message = areas ? "--polygons 和 --points 只能给出一个" : "缺少 --polygons 或 --points";
-        return std::nullopt;
+        return wrongUse(areas ? "--polygons 和 --points 只能给出一个" : "缺少 --polygons 或 --points");
     }
     Task task{options.positional.front(), options.value(areas ? "--polygons" : "--points"), KV_SPECIAL_POINT,
               options.has("--strict")};
     if (task.file.empty()) {
-        wrong.message = areas ? "选项 --polygons 缺少值" : "选项 --points 缺少值";
-        return std::nullopt;
+        return wrongUse(areas ? "选项 --polygons 缺少值" : "选项 --points 缺少值");
     }
     const std::string type = options.value("--type");
     if (!areas && options.has("--type")) {
-        wrong.message = "--type 只用于 --polygons";
-        return std::nullopt;
+        return wrongUse("--type 只用于 --polygons");
     }
     if (areas && type != "4" && type != "17") {
-        wrong.message = "--type 只能是 4（高后果区）或 17（特殊面）";
-        return std::nullopt;
+        return wrongUse("--type 只能是 4（高后果区）或 17（特殊面）");
     }
     if (areas) {
         task.type = type == "4" ? KV_HIGH_CONSEQUENCE_AREA : KV_SPECIAL_AREA;
@@ -108,16 +103,14 @@ int importFile(const Task& task) {
 } // namespace
 
 int runImport(const std::vector<std::string>& arguments) {
-    const auto begun = beginCommand(kCommand, kUsage, arguments,
-                                    {{"--polygons", "--points", "--type"}, {"--strict", "--help"}, 1});
-    if (const int* status = std::get_if<int>(&begun)) {
-        return *status;
+    const auto options = beginCommand(kCommand, kUsage, arguments,
+                                      {{"--polygons", "--points", "--type"}, {"--strict", "--help"}, 1});
+    if (!options) {
+        return options.error();
     }
-    const auto& options = std::get<Options>(begun);
-    WrongUse wrong;
-    const auto task = readTask(options, wrong);
+    const auto task = readTask(*options);
     if (!task) {
-        return fail(kCommand, kStatusWrongUse, wrong.message);
+        return fail(kCommand, kStatusWrongUse, task.error().message);
     }
     int count = 0;
     const QCoreApplication application(count, nullptr);

@@ -1,7 +1,7 @@
 #include "cli/InfoCommand.h"
 
+#include "cli/Command.h"
 #include "cli/OpenedProject.h"
-#include "cli/Options.h"
 #include "cli/ProjectInfo.h"
 
 #include <QCoreApplication>
@@ -61,23 +61,22 @@ void print(const QJsonObject& json, const QString& indent) {
 } // namespace
 
 int runInfo(const std::vector<std::string>& arguments) {
-    const auto begun = beginCommand(kCommand, kUsage, arguments, {{}, {"--json", "--help"}, 1});
-    if (const int* status = std::get_if<int>(&begun)) {
-        return *status;
+    const auto options = beginCommand(kCommand, kUsage, arguments, {{}, {"--json", "--help"}, 1});
+    if (!options) {
+        return options.error();
     }
-    const auto& options = std::get<Options>(begun);
-    if (options.positional.empty()) {
+    if (options->positional.empty()) {
         return fail(kCommand, kStatusWrongUse, "缺少工程文件夹或栅格文件");
     }
     int count = 0;
     const QCoreApplication application(count, nullptr);
-    const QString path = QString::fromStdString(options.positional.front());
+    const QString path = QString::fromStdString(options->positional.front());
     const auto info = QFileInfo(path).isDir() ? projectInfo(path) : rasterInfo(path);
     if (!info) {
         return fail(kCommand, info.error());
     }
     const auto& json = *info;
-    if (options.has("--json")) {
+    if (options->has("--json")) {
         std::fputs(QJsonDocument(json).toJson().constData(), stdout);
     } else {
         print(json, QString());

@@ -1,7 +1,7 @@
 #include "cli/MergeCommand.h"
 
 #include "cli/AnomalyTable.h"
-#include "cli/Options.h"
+#include "cli/Command.h"
 #include "cli/OutputSet.h"
 #include "detect/output/PieceFile.h"
 #include "detect/output/ResultFile.h"
@@ -22,36 +22,36 @@ using detect::Result;
 using detect::Status;
 
 const OptionTable& optionTable() {
-    static const OptionTable table{{"--out", "--summary"}, {"--quiet", "--help"}, kAnyNumber};
+    static const OptionTable table{{"--out", "--summary"}, {"--quiet", "--help"}, commandline::kAnyNumber};
     return table;
 }
 
-std::optional<std::string> wrongFiles(const Options& options) {
+Parsed<void> checkFiles(const Options& options) {
     const std::string out = options.value("--out");
     const std::string summary = options.value("--summary");
     if (options.positional.empty()) {
-        return "缺少窗口结果文件";
+        return wrongUse("缺少窗口结果文件");
     }
     if (out.empty()) {
-        return "缺少选项 --out";
+        return wrongUse("缺少选项 --out");
     }
     if (!detect::isResultPath(out)) {
-        return "--out 的扩展名必须是 .gpkg、.geojson 或 .shp";
+        return wrongUse("--out 的扩展名必须是 .gpkg、.geojson 或 .shp");
     }
     if (options.has("--summary") && summary.empty()) {
-        return "选项 --summary 缺少值";
+        return wrongUse("选项 --summary 缺少值");
     }
     for (const std::string& output : {out, summary}) {
         for (const std::string& input : options.positional) {
             if (!output.empty() && sameFile(output, input)) {
-                return "输出 " + output + " 就是输入文件";
+                return wrongUse("输出 " + output + " 就是输入文件");
             }
         }
     }
     if (!summary.empty() && sameFile(out, summary)) {
-        return "两个输出都是 " + out;
+        return wrongUse("两个输出都是 " + out);
     }
-    return std::nullopt;
+    return {};
 }
 
 Result<std::vector<detect::Piece>> readSeams(const std::vector<std::string>& files) {
@@ -66,33 +66,37 @@ Result<std::vector<detect::Piece>> readSeams(const std::vector<std::string>& fil
     return pieces;
 }
 
-Status mergeAndWrite(const Options& options, OutputSet& outputs, AnomalyTable& table) {
-    std::string out;
-    std::string summary;
-    if (auto done = outputs.stage(options.value("--out"), out); !done) {
-        return failed(done);
+/// Reads the pieces' anomalies when their turn comes.
+Result<detect::RunReport> mergeInto(detect::ResultFile& file, const std::vector<std::string>& names,
+                                    const std::vector<detect::Piece>& pieces, AnomalyTable* table) {
+    Tabulated receiver(file, table);
+    const auto anomaliesOf = [&names](std::size_t piece) { return detect::readPieceAnomalies(names[piece]); };
+    auto merged = detect::mergePieces(pieces, anomaliesOf, receiver);
+    return !merged ? merged : file.close().map([&merged] { return std::move(*merged); });
+}
+
+Status mergeAndWrite(const Options& options, AnomalyTable& table) {
+    OutputSet outputs;
+    const auto out = outputs.stage(options.value("--out"));
+    if (!out) {
+        return failed(out);
     }
-    if (auto done = outputs.stage(options.value("--summary"), summary); !done) {
-        return failed(done);
+    const auto summary = outputs.stage(options.value("--summary"));
+    if (!summary) {
+        return failed(summary);
     }
-    const std::vector<std::string>& files = options.positional;
-    const auto read = readSeams(files);
-    if (!read) {
-        return failed(read);
+    const auto pieces = readSeams(options.positional);
+    if (!pieces) {
+        return failed(pieces);
     }
-    const auto& pieces = *read;
-    detect::ResultFile file(out);
-    Tabulated receiver(file, options.has("--quiet") ? nullptr : &table);
-    const auto anomaliesOf = [&files](std::size_t piece) { return detect::readPieceAnomalies(files[piece]); };
-    const auto merged = detect::mergePieces(pieces, anomaliesOf, receiver);
+    detect::ResultFile file(**out);
+    const auto merged =
+        mergeInto(file, options.positional, *pieces, options.has("--quiet") ? nullptr : &table);
     if (!merged) {
         return failed(merged);
     }
-    if (auto done = file.commit(); !done) {
-        return failed(done);
-    }
-    if (!summary.empty()) {
-        if (auto done = detect::writeSummary(*merged, pieces.front().frame.parameters, summary); !done) {
+    if (*summary) {
+        if (auto done = detect::writeSummary(*merged, pieces->front().frame.parameters, **summary); !done) {
             return failed(done);
         }
     }
@@ -102,20 +106,18 @@ Status mergeAndWrite(const Options& options, OutputSet& outputs, AnomalyTable& t
 } // namespace
 
 int runMerge(const std::vector<std::string>& arguments) {
-    const auto begun = beginCommand(kCommand, kUsage, arguments, optionTable());
-    if (const int* status = std::get_if<int>(&begun)) {
-        return *status;
+    const auto options = beginCommand(kCommand, kUsage, arguments, optionTable());
+    if (!options) {
+        return options.error();
     }
-    const Options& options = std::get<Options>(begun);
-    if (const auto wrong = wrongFiles(options)) {
-        return fail(kCommand, kStatusWrongUse, *wrong);
+    if (const auto files = checkFiles(*options); !files) {
+        return fail(kCommand, kStatusWrongUse, files.error().message);
     }
-    OutputSet outputs;
     AnomalyTable table;
-    if (const auto done = mergeAndWrite(options, outputs, table); !done) {
-        return fail(kCommand, kStatusFailed, outputs.inUsersWords(done.error().message));
+    if (const auto done = mergeAndWrite(*options, table); !done) {
+        return fail(kCommand, kStatusFailed, done.error().message);
     }
-    if (!options.has("--quiet")) {
+    if (!options->has("--quiet")) {
         table.print();
     }
     return kStatusDone;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cli/Options.h"
+#include "cli/Command.h"
 #include "workbench/inspectiondata/database/PipelineDatabase.h"
 #include "workbench/inspectiondata/project/Project.h"
 

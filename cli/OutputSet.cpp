@@ -4,17 +4,14 @@
 
 namespace cli {
 
-detect::Status OutputSet::stage(const std::string& target, std::string& path) {
+detect::Result<const detect::StagedOutput*> OutputSet::stage(const std::string& target) {
     if (target.empty()) {
-        return {};
+        return nullptr;
     }
-    auto staged = detect::StagedOutput::beside(target);
-    if (!staged) {
-        return failed(staged);
-    }
-    m_outputs.push_back(std::make_unique<detect::StagedOutput>(std::move(*staged)));
-    path = m_outputs.back()->path();
-    return {};
+    return detect::StagedOutput::beside(target).map([this](detect::StagedOutput&& staged) {
+        m_outputs.push_back(std::make_unique<detect::StagedOutput>(std::move(staged)));
+        return static_cast<const detect::StagedOutput*>(m_outputs.back().get());
+    });
 }
 
 detect::Status OutputSet::commit() {
@@ -24,16 +21,6 @@ detect::Status OutputSet::commit() {
         }
     }
     return {};
-}
-
-std::string OutputSet::inUsersWords(std::string message) const {
-    for (const auto& output : m_outputs) {
-        for (auto at = message.find(output->path()); at != std::string::npos;
-             at = message.find(output->path())) {
-            message.replace(at, output->path().size(), output->target());
-        }
-    }
-    return message;
 }
 
 bool sameFile(const std::string& a, const std::string& b) {

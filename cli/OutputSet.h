@@ -12,11 +12,10 @@ namespace cli {
 /// end.
 class OutputSet {
 public:
-    /// `path` becomes where to write instead of the target; stays empty for an empty target.
-    detect::Status stage(const std::string& target, std::string& path);
+    /// Lives as long as this; null for an empty target.
+    detect::Result<const detect::StagedOutput*> stage(const std::string& target);
+    /// Only after all of them are written and closed.
     detect::Status commit();
-    /// Names the user's file where a message names the one it is staged as.
-    std::string inUsersWords(std::string message) const;
 
 private:
     std::vector<std::unique_ptr<detect::StagedOutput>> m_outputs;

@@ -1,7 +1,6 @@
 #include "cli/RasterizeCommand.h"
 
-#include "cli/Options.h"
-#include "cli/OutputSet.h"
+#include "cli/Command.h"
 #include "cli/ProgressLine.h"
 #include "cli/StopOnSignal.h"
 #include "cloud/Rasterize.h"
@@ -24,7 +23,7 @@ const char* const kUsage =
 
 const OptionTable& optionTable() {
     static const OptionTable table{
-        {"--out", "--cell", "--gap", "--crs"}, {"--ground", "--quiet", "--help"}, kAnyNumber};
+        {"--out", "--cell", "--gap", "--crs"}, {"--ground", "--quiet", "--help"}, commandline::kAnyNumber};
     return table;
 }
 
@@ -36,43 +35,36 @@ bool endsWithTif(const std::string& path) {
     return ends(".tif") || ends(".tiff");
 }
 
-/// Empty when the files can be meant.
-std::string wrongFiles(const cloud::RasterizeRequest& request) {
-    if (request.clouds.empty()) {
-        return "缺少点云文件 CLOUD";
-    }
-    if (request.out.empty()) {
-        return "缺少选项 --out";
-    }
-    if (!endsWithTif(request.out)) {
-        return "--out 的扩展名必须是 .tif";
-    }
-    return {};
-}
-
-std::optional<cloud::RasterizeRequest> readTask(const Options& options, WrongUse& wrong) {
+commandline::Parsed<cloud::RasterizeRequest> readTask(const Options& options) {
     constexpr int kMostGapCells = 100;
     cloud::RasterizeRequest request;
     request.clouds = options.positional;
     request.out = options.value("--out");
     request.crs = options.value("--crs");
     request.returns = options.has("--ground") ? cloud::Returns::Ground : cloud::Returns::Highest;
-    wrong.message = wrongFiles(request);
+    if (request.clouds.empty()) {
+        return wrongUse("缺少点云文件 CLOUD");
+    }
+    if (request.out.empty()) {
+        return wrongUse("缺少选项 --out");
+    }
+    if (!endsWithTif(request.out)) {
+        return wrongUse("--out 的扩展名必须是 .tif");
+    }
     if (options.has("--cell")) {
-        request.cell = parseNumber(options.value("--cell"));
+        request.cell = commandline::parseNumber(options.value("--cell"));
         if (!request.cell || *request.cell <= 0.0) {
-            wrong.message = "--cell 需要大于 0 的数";
+            return wrongUse("--cell 需要大于 0 的数");
         }
     }
     if (options.has("--gap")) {
-        const auto gap = parseInteger(options.value("--gap"));
+        const auto gap = commandline::parseInteger(options.value("--gap"));
         if (!gap || *gap < 0 || *gap > kMostGapCells) {
-            wrong.message = "--gap 需要 0 到 " + std::to_string(kMostGapCells) + " 的整数";
-        } else {
-            request.gapCells = *gap;
+            return wrongUse("--gap 需要 0 到 " + std::to_string(kMostGapCells) + " 的整数");
         }
+        request.gapCells = *gap;
     }
-    return wrong.message.empty() ? std::make_optional(request) : std::nullopt;
+    return request;
 }
 
 void print(const cloud::RasterizeRequest& request, const cloud::RasterizeReport& report) {
@@ -90,19 +82,17 @@ void print(const cloud::RasterizeRequest& request, const cloud::RasterizeReport&
 } // namespace
 
 int runRasterize(const std::vector<std::string>& arguments) {
-    const auto begun = beginCommand(kCommand, kUsage, arguments, optionTable());
-    if (const int* status = std::get_if<int>(&begun)) {
-        return *status;
+    const auto options = beginCommand(kCommand, kUsage, arguments, optionTable());
+    if (!options) {
+        return options.error();
     }
-    const Options& options = std::get<Options>(begun);
-    WrongUse wrong;
-    const auto request = readTask(options, wrong);
+    const auto request = readTask(*options);
     if (!request) {
-        return fail(kCommand, kStatusWrongUse, wrong.message);
+        return fail(kCommand, kStatusWrongUse, request.error().message);
     }
     const StopOnSignal stop;
     const auto report = [&] {
-        ProgressLine line("地表模型", options.has("--quiet"));
+        ProgressLine line("地表模型", options->has("--quiet"));
         return cloud::rasterize(*request, [&](double done) {
             line.show(done);
             return !stop.asked();
@@ -111,7 +101,7 @@ int runRasterize(const std::vector<std::string>& arguments) {
     if (!report) {
         return fail(kCommand, kStatusFailed, report.error().message);
     }
-    if (!options.has("--quiet")) {
+    if (!options->has("--quiet")) {
         print(*request, *report);
     }
     return kStatusDone;

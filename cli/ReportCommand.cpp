@@ -1,7 +1,7 @@
 #include "cli/ReportCommand.h"
 
+#include "cli/Command.h"
 #include "cli/OpenedProject.h"
-#include "cli/Options.h"
 #include "cli/ProgressLine.h"
 #include "cli/StopOnSignal.h"
 #include "workbench/inspectiondata/output/InspectionData.h"
@@ -65,13 +65,12 @@ int write(const char* command, const char* title, const std::string& folder, con
 
 int run(const char* command, const char* title, const char* usage, const std::vector<std::string>& arguments,
         Writer writer) {
-    const auto begun = beginCommand(command, usage, arguments, {{"--out"}, {"--help"}, 1});
-    if (const int* status = std::get_if<int>(&begun)) {
-        return *status;
+    const auto options = beginCommand(command, usage, arguments, {{"--out"}, {"--help"}, 1});
+    if (!options) {
+        return options.error();
     }
-    const auto& options = std::get<Options>(begun);
-    if (options.positional.empty() || options.value("--out").empty()) {
-        return fail(command, kStatusWrongUse, options.positional.empty() ? "缺少工程文件夹" : "缺少 --out");
+    if (options->positional.empty() || options->value("--out").empty()) {
+        return fail(command, kStatusWrongUse, options->positional.empty() ? "缺少工程文件夹" : "缺少 --out");
     }
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
         qputenv("QT_QPA_PLATFORM", "offscreen"); // fonts and pictures need no display
@@ -81,7 +80,7 @@ int run(const char* command, const char* title, const char* usage, const std::ve
     int count = 0;
     const QGuiApplication application(count, nullptr);
     QLoggingCategory::setFilterRules(QString());
-    return write(command, title, options.positional.front(), options.value("--out"), writer);
+    return write(command, title, options->positional.front(), options->value("--out"), writer);
 }
 
 } // namespace

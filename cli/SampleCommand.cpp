@@ -1,6 +1,6 @@
 #include "cli/SampleCommand.h"
 
-#include "cli/Options.h"
+#include "cli/Command.h"
 #include "cli/ProgressLine.h"
 #include "cli/StopOnSignal.h"
 #include "samples/SampleCorridor.h"
@@ -21,30 +21,27 @@ const OptionTable& optionTable() {
     return table;
 }
 
-std::optional<samples::SampleOptions> readTask(const Options& options, WrongUse& wrong) {
+Parsed<samples::SampleOptions> readTask(const Options& options) {
     samples::SampleOptions task;
     if (options.positional.empty() || options.positional.front().empty()) {
-        wrong.message = "缺少文件夹 DIR";
-        return std::nullopt;
+        return wrongUse("缺少文件夹 DIR");
     }
     task.directory = options.positional.front();
     if (options.has("--seed")) {
-        const auto seed = parseInteger(options.value("--seed"));
+        const auto seed = commandline::parseInteger(options.value("--seed"));
         if (!seed || *seed < 0) {
-            wrong.message = "--seed 需要不小于 0 的整数";
-            return std::nullopt;
+            return wrongUse("--seed 需要不小于 0 的整数");
         }
         task.seed = static_cast<std::uint64_t>(*seed);
     }
     if (options.has("--size")) {
-        const auto cells = parseInteger(options.value("--size"));
+        const auto cells = commandline::parseInteger(options.value("--size"));
         if (!cells || *cells < samples::SampleOptions::kSmallestCells ||
             *cells > samples::SampleOptions::kLargestCells ||
             *cells % samples::SampleOptions::kCellsStep != 0) {
-            wrong.message = "--size 需要 " + std::to_string(samples::SampleOptions::kSmallestCells) + " 到 " +
+            return wrongUse("--size 需要 " + std::to_string(samples::SampleOptions::kSmallestCells) + " 到 " +
                             std::to_string(samples::SampleOptions::kLargestCells) + " 之间 " +
-                            std::to_string(samples::SampleOptions::kCellsStep) + " 的倍数";
-            return std::nullopt;
+                            std::to_string(samples::SampleOptions::kCellsStep) + " 的倍数");
         }
         task.cells = *cells;
     }
@@ -54,21 +51,19 @@ std::optional<samples::SampleOptions> readTask(const Options& options, WrongUse&
 } // namespace
 
 int runSample(const std::vector<std::string>& arguments) {
-    const auto begun = beginCommand(kCommand, kUsage, arguments, optionTable());
-    if (const int* status = std::get_if<int>(&begun)) {
-        return *status;
+    const auto options = beginCommand(kCommand, kUsage, arguments, optionTable());
+    if (!options) {
+        return options.error();
     }
-    const Options& options = std::get<Options>(begun);
-    WrongUse wrong;
-    const auto task = readTask(options, wrong);
+    const auto task = readTask(*options);
     if (!task) {
-        return fail(kCommand, kStatusWrongUse, wrong.message);
+        return fail(kCommand, kStatusWrongUse, task.error().message);
     }
 
     const StopOnSignal stop;
     std::optional<std::string> problem;
     {
-        ProgressLine line("示例工程", options.has("--quiet"));
+        ProgressLine line("示例工程", options->has("--quiet"));
         problem = samples::makeSampleCorridor(*task, [&](double done) {
             line.show(done);
             return !stop.asked();
@@ -77,7 +72,7 @@ int runSample(const std::vector<std::string>& arguments) {
     if (problem) {
         return fail(kCommand, kStatusFailed, *problem);
     }
-    if (!options.has("--quiet")) {
+    if (!options->has("--quiet")) {
         std::printf("%s\n", task->directory.c_str());
     }
     return kStatusDone;

@@ -88,20 +88,39 @@ function(corridor_program target)
   corridor_compile_settings(${target})
 endfunction()
 
-# corridor_test(NAME SOURCES...): a GoogleTest program that runs as one CTest entry, by CORRIDOR_TEST_LAUNCHER where
-# that is set.
-function(corridor_test target)
-  add_executable(${target} ${ARGN})
-  corridor_compile_settings(${target})
+# What every test gets: its time, and what ThreadSanitizer needs.
+if(CORRIDOR_SANITIZE OR CORRIDOR_SANITIZE_THREADS)
+  set(CORRIDOR_TEST_SECONDS 1200)
+else()
+  set(CORRIDOR_TEST_SECONDS 600)
+endif()
+set(CORRIDOR_TEST_PROPERTIES TIMEOUT ${CORRIDOR_TEST_SECONDS} ENVIRONMENT
+    "TSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/support/tsan.supp")
+
+# corridor_test_program(NAME SOURCES...): a GoogleTest program that CTest does not know yet.
+function(corridor_test_program target)
+  corridor_program(${target} ${ARGN})
   target_link_libraries(${target} PRIVATE GTest::gtest)
+endfunction()
+
+# corridor_test(NAME SOURCES...): a GoogleTest program that runs as one CTest entry, by CORRIDOR_TEST_LAUNCHER where
+# that is set. One entry, because most programs pay for their start, or their tests share what is dear. Processor time of
+# all tests together and each apart: globe_core_tests (a GL context each) 15 and 27 s, samples_tests (a shared corridor) 7
+# and 24 s, engine_tests (a QApplication) 0.1 and 5 s; the plug-in's host takes half a second, a MariaDB server two. Window
+# tests hold the display, so that apart they would not even run side by side.
+function(corridor_test target)
+  corridor_test_program(${target} ${ARGN})
   add_test(NAME ${target} COMMAND ${CORRIDOR_TEST_LAUNCHER} $<TARGET_FILE:${target}>)
-  if(CORRIDOR_SANITIZE OR CORRIDOR_SANITIZE_THREADS)
-    set(seconds 1200)
-  else()
-    set(seconds 600)
-  endif()
-  set_tests_properties(${target} PROPERTIES TIMEOUT ${seconds} ENVIRONMENT
-                       "TSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/support/tsan.supp")
+  set_tests_properties(${target} PROPERTIES ${CORRIDOR_TEST_PROPERTIES})
+endfunction()
+
+# corridor_test_cases(NAME SOURCES...): the same with one CTest entry for each test case, NAME.Suite.Case. For programs
+# that start in a twentieth of a second and whose tests share nothing; then the cases of a long program run side by side,
+# and a failure is one case. Cases are listed when CTest runs, so that building runs no test program.
+function(corridor_test_cases target)
+  corridor_test_program(${target} ${ARGN})
+  gtest_discover_tests(${target} TEST_PREFIX ${target}. NO_PRETTY_VALUES DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
+                       PROPERTIES ${CORRIDOR_TEST_PROPERTIES})
 endfunction()
 
 # corridor_window_test(NAME SOURCES...): the same, with the pointer, the keyboard and the active window of the
@@ -114,9 +133,18 @@ endfunction()
 # corridor_same_test_in_locale_c(NAME FILTER): some tests of a window test once more, in the locale C.
 function(corridor_same_test_in_locale_c target filter)
   add_test(NAME ${target}_in_locale_c COMMAND ${target} --gtest_filter=${filter})
-  get_test_property(${target} TIMEOUT seconds)
-  set_tests_properties(${target}_in_locale_c PROPERTIES TIMEOUT ${seconds} RESOURCE_LOCK display
+  set_tests_properties(${target}_in_locale_c PROPERTIES TIMEOUT ${CORRIDOR_TEST_SECONDS} RESOURCE_LOCK display
                        ENVIRONMENT "LC_ALL=C;LANG=C;LANGUAGE=")
+endfunction()
+
+# corridor_test_support(NAME SOURCES...): what several tests share, compiled once. They can use its precompiled header,
+# because they are compiled as position independent as a library is.
+function(corridor_test_support target)
+  corridor_library(${target} STATIC ${ARGN})
+  target_link_libraries(${target} PUBLIC GTest::gtest)
+  if(NOT MSVC)
+    target_compile_options(${target} PUBLIC -fPIC)
+  endif()
 endfunction()
 
 # Adds globe/ or an installed osgEarth, both as Corridor::Globe. Only workbench/viewer sees a difference.

@@ -118,7 +118,7 @@ public:
             }
         }
         if (m_dzRaster) {
-            if (auto done = m_dzRaster->commit(); !done) {
+            if (auto done = m_dzRaster->close(); !done) {
                 return failed(done);
             }
         }
@@ -135,11 +135,11 @@ public:
 
 private:
     Status prepareDzRaster() {
-        if (m_request.dzRaster.empty() || m_piece.window.empty()) {
+        if (!m_request.dzRaster || m_piece.window.empty()) {
             return {};
         }
         auto created =
-            DifferenceRaster::create(m_request.dzRaster, m_layout.oldRaster.grid, m_piece.window, m_threads);
+            DifferenceRaster::create(*m_request.dzRaster, m_layout.oldRaster.grid, m_piece.window, m_threads);
         if (!created) {
             return failed(created);
         }
@@ -286,6 +286,16 @@ Result<RunReport> detectChanges(const Request& request, AnomalyReceiver& receive
 Result<Changes> detectChanges(const Request& request, const Progress& progress) {
     KeptAnomalies kept;
     return kept.resultOf(detectChanges(request, kept, progress));
+}
+
+Result<Changes> detectChangesAndDz(Request request, const std::string& dzRaster, const Progress& progress) {
+    auto output = StagedOutput::beside(dzRaster);
+    if (!output) {
+        return failed(output);
+    }
+    request.dzRaster = &*output;
+    auto found = detectChanges(request, progress);
+    return !found ? found : output->commit().map([&found] { return std::move(*found); });
 }
 
 Result<Coregistration> estimateCoregistration(const Request& request, const Progress& progress) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "detect/Result.h"
+#include "detect/StagedOutput.h"
 
 #include <cstdint>
 #include <functional>
@@ -181,9 +182,9 @@ struct Request {
     std::optional<Box> window;
     /// A co-registration found earlier, used as it is instead of estimating one.
     std::optional<Coregistration> coregistration;
-    /// When not empty, dZ (new - old, metres, Float32, no-data NaN) is written here as a tiled, compressed
-    /// GeoTIFF.
-    std::string dzRaster;
+    /// When given, dZ (new - old, metres, Float32, no-data NaN) is written into it as a tiled, compressed
+    /// GeoTIFF; the caller commits it. It stays empty where the window has no cell in common.
+    const StagedOutput* dzRaster = nullptr;
 };
 
 /// What a run tells besides its anomalies.
@@ -216,13 +217,16 @@ public:
 };
 
 /// Finds the changes. Runs in the calling thread and in `parameters.threads` workers; memory grows with the
-/// width of a block row and with what is still connected to the row just read. Nothing half-written is left
-/// behind on failure.
+/// width of a block row and with what is still connected to the row just read.
 Result<RunReport> detectChanges(const Request& request, AnomalyReceiver& receiver,
                                 const Progress& progress = {});
 
 /// The same, all anomalies kept in memory.
 Result<Changes> detectChanges(const Request& request, const Progress& progress = {});
+
+/// The same, with dZ in a file that appears complete or not at all; an earlier one is replaced only then.
+Result<Changes> detectChangesAndDz(Request request, const std::string& dzRaster,
+                                   const Progress& progress = {});
 
 /// Estimates the co-registration over the whole overlap, without looking for changes.
 Result<Coregistration> estimateCoregistration(const Request& request, const Progress& progress = {});

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "detect/Detection.h"
+#include "detect/Result.h"
 
 #include <filesystem>
 #include <string>

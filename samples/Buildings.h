@@ -17,9 +17,9 @@ struct Building {
     RoofShape shape = RoofShape::Flat;
     Material material = Material::FlatRoof;
 
+    /// From the centre to the corners, metres.
     double reachMetres() const;
-    /// Height of the roof above sea level at (u, v), or nothing outside; `across` is 0 at the ridge, 1 at the
-    /// eaves.
+    /// Height of the roof above sea level at a place of the frame, or nothing outside the walls.
     std::optional<float> roofMetres(Point inFrame) const;
 };
 

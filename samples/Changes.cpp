@@ -246,22 +246,18 @@ float heapMetres(const Change& change, Point place) {
         return 0.0F;
     }
     const float cone = std::min(1.35F * (1.0F - radius), 1.0F - 0.5F * radius * radius);
-    const float lumps = 0.14F * gradientNoise(static_cast<float>(place.x) / 1.6F,
-                                              static_cast<float>(place.y) / 1.6F, change.noiseSeed + 1);
+    const float lumps = 0.14F * gradientNoise(place.x, place.y, 1.6F, change.noiseSeed + 1);
     return change.sizeMetres * (cone + lumps * std::min(cone, 0.5F));
 }
 
 float pitMetres(const Change& change, Point place) {
-    const float wobble = 0.35F * (gradientNoise(static_cast<float>(place.x) / 3.0F,
-                                                static_cast<float>(place.y) / 3.0F, change.noiseSeed) -
-                                  1.0F);
+    const float wobble = 0.35F * (gradientNoise(place.x, place.y, 3.0F, change.noiseSeed) - 1.0F);
     const float inside = insideMetres(place, change.halfLengthMetres, change.halfWidthMetres, wobble);
     if (inside <= 0.0F) {
         return 0.0F;
     }
     const float depth = std::min(1.0F, inside / (0.55F * change.sizeMetres));
-    const float floor = 0.10F * gradientNoise(static_cast<float>(place.x) / 2.2F,
-                                              static_cast<float>(place.y) / 2.2F, change.noiseSeed + 1);
+    const float floor = 0.10F * gradientNoise(place.x, place.y, 2.2F, change.noiseSeed + 1);
     return -depth * (change.sizeMetres + floor);
 }
 
@@ -349,8 +345,7 @@ float Change::wear(double x, double y) const {
     }
     const Point place = frame.toFrame(x, y);
     const float outside = -insideMetres(place, halfLengthMetres, halfWidthMetres, 0.0F);
-    const float noise =
-        fractalNoise(static_cast<float>(x) / 5.0F, static_cast<float>(y) / 5.0F, noiseSeed + 2, 3);
+    const float noise = fractalNoise(x, y, 5.0F, noiseSeed + 2, 3);
     return smoothStep(4.5F, 1.0F, outside + 2.5F * noise);
 }
 

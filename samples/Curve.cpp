@@ -75,12 +75,10 @@ Curve smoothCurve(const std::vector<Point>& controls, double spacingMetres) {
     return polygonalCurve(std::move(vertices));
 }
 
-LineField::LineField(const Lattice& lattice, const std::vector<Curve>& curves, double reachMetres)
+LineField::LineField(const Lattice& lattice, const Curve& curve, double reachMetres)
     : m_lateral(lattice, kFarMetres), m_along(lattice) {
-    for (const Curve& curve : curves) {
-        for (std::size_t i = 0; i + 1 < curve.points.size(); ++i) {
-            stamp(curve.points[i], curve.points[i + 1], curve.along[i], reachMetres);
-        }
+    for (std::size_t i = 0; i + 1 < curve.points.size(); ++i) {
+        stamp(curve.points[i], curve.points[i + 1], curve.along[i], reachMetres);
     }
 }
 

@@ -33,21 +33,21 @@ Curve polygonalCurve(std::vector<Point> vertices);
 /// Catmull-Rom spline (Catmull, Rom 1974) through the control points, vertices about `spacingMetres` apart.
 Curve smoothCurve(const std::vector<Point>& controls, double spacingMetres);
 
-/// Position relative to the nearest of some curves.
+/// Position relative to a curve.
 struct LinePosition {
     float lateralMetres; ///< to the left of the direction of travel positive
     float alongMetres;
 };
 
-/// Lateral offset and distance along, known in a band around curves and interpolated on a one-metre lattice.
+/// Lateral offset and distance along, known in a band around a curve and interpolated on a one-metre lattice.
 class LineField {
 public:
     LineField() = default;
-    LineField(const Lattice& lattice, const std::vector<Curve>& curves, double reachMetres);
+    LineField(const Lattice& lattice, const Curve& curve, double reachMetres);
 
-    /// Nothing farther from the curves than about the reach.
+    /// Nothing farther from the curve than about the reach.
     std::optional<LinePosition> find(double x, double y) const;
-    /// Distance from the nearest curve; a great number beyond the reach.
+    /// Distance from the curve; a great number beyond the reach.
     float distance(double x, double y) const;
 
 private:

@@ -24,6 +24,7 @@ public:
     const T* row(int row) const {
         return m_cells.data() + static_cast<std::size_t>(row) * static_cast<std::size_t>(m_columns);
     }
+    /// No check of the bounds, as in row().
     T& at(int column, int rowIndex) { return row(rowIndex)[column]; }
     const T& at(int column, int rowIndex) const { return row(rowIndex)[column]; }
     /// The value of the nearest cell inside.
@@ -56,6 +57,7 @@ public:
     explicit Field(const Lattice& lattice, float value = 0.0F)
         : m_lattice(lattice), m_nodes(lattice.columns, lattice.rows, value) {}
 
+    /// Where the nodes are; values between them come from the samplers below.
     const Lattice& lattice() const { return m_lattice; }
     float& at(int column, int row) { return m_nodes.at(column, row); }
     float at(int column, int row) const { return m_nodes.at(column, row); }
@@ -98,6 +100,7 @@ public:
     }
 
 private:
+    /// Weights of the four nodes around a place at share `t` between the inner two; their sum is 1.
     static void splineWeights(float t, float* weights) {
         const float u = 1.0F - t;
         weights[0] = u * u * u / 6.0F;

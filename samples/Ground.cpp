@@ -12,24 +12,6 @@ constexpr double kRoadStepMetres = 2.0;
 constexpr float kTerraceStepMetres = 2.0F;
 constexpr float kBridgeClearanceMetres = 3.6F;
 
-Lattice groundLattice() {
-    return {-kMarginMetres, -kMarginMetres, 1.0,
-            static_cast<int>(Extent::kWidthMetres + 2 * kMarginMetres) + 1,
-            static_cast<int>(Extent::kHeightMetres + 2 * kMarginMetres) + 1};
-}
-
-/// Calls work(column, row, x, y) for every node, in threads by rows.
-template<class Work>
-void forEachNode(const Lattice& lattice, const Work& work) {
-    forEachBand(lattice.rows, [&](int first, int end) {
-        for (int r = first; r < end; ++r) {
-            for (int c = 0; c < lattice.columns; ++c) {
-                work(c, r, lattice.x(c), lattice.y(r));
-            }
-        }
-    });
-}
-
 /// Distance from a rectangle that begins at the origin of its frame; 0 inside.
 float outsideMetres(const TurnedFrame& frame, double width, double depth, double x, double y) {
     const Point place = frame.toFrame(x, y);
@@ -55,8 +37,8 @@ std::vector<float> movingMean(const std::vector<float>& values, int reach) {
 } // namespace
 
 Ground::Ground(const Site& site)
-    : m_height(groundLattice()), m_slope(groundLattice()), m_terraceLevel(groundLattice()),
-      m_terraced(groundLattice()) {
+    : m_height(Extent::lattice(kMarginMetres, 1.0)), m_slope(m_height.lattice()),
+      m_terraceLevel(m_height.lattice()), m_terraced(m_height.lattice()) {
     shapeNaturalGround(site, growRelief(site));
     carveRiver(site);
     levelBuildingGrounds(site);
@@ -74,12 +56,10 @@ void Ground::shapeNaturalGround(const Site& site, const Field& relief) {
         const float dy = smooth.clamped(c, r + kReach) - smooth.clamped(c, r - kReach);
         const float slope = std::sqrt(dx * dx + dy * dy) / (2 * kReach);
         const float roughness = 0.25F + smoothStep(0.04F, 0.2F, slope);
-        const auto fx = static_cast<float>(x);
-        const auto fy = static_cast<float>(y);
         m_slope.at(c, r) = slope;
-        m_height.at(c, r) = smooth.at(c, r) +
-                            roughness * (0.8F * fractalNoise(fx / 48.0F, fy / 48.0F, site.noiseSeed(20), 3) +
-                                         0.05F * gradientNoise(fx / 4.0F, fy / 4.0F, site.noiseSeed(21)));
+        m_height.at(c, r) =
+            smooth.at(c, r) + roughness * (0.8F * fractalNoise(x, y, 48.0F, site.noiseSeed(20), 3) +
+                                           0.05F * gradientNoise(x, y, 4.0F, site.noiseSeed(21)));
     });
 }
 
@@ -94,9 +74,8 @@ void Ground::carveRiver(const Site& site) {
         const float water = Site::waterLevelMetres(y);
         float& height = m_height.at(c, r);
         const float relative = fromMiddle - half;
-        const float plain = water + 2.1F + 0.011F * relative +
-                            0.35F * fractalNoise(static_cast<float>(x) / 40.0F, static_cast<float>(y) / 40.0F,
-                                                 site.noiseSeed(22), 3);
+        const float plain =
+            water + 2.1F + 0.011F * relative + 0.35F * fractalNoise(x, y, 40.0F, site.noiseSeed(22), 3);
         height = mix(std::max(plain, water + 1.5F), height, smoothStep(45.0F, 138.0F, fromMiddle));
         // The inner bank of a bend is a flat beach, the outer one steep: which is which follows from the
         // noise.
@@ -141,11 +120,9 @@ void Ground::levelBuildingGrounds(const Site& site) {
 /// Farmers terrace what is neither flat nor steep.
 void Ground::markTerraces(const Site& site) {
     forEachNode(m_height.lattice(), [&](int c, int r, double x, double y) {
-        const auto fx = static_cast<float>(x);
-        const auto fy = static_cast<float>(y);
         const float slope = m_slope.at(c, r);
         // Not every slope is worth the work.
-        const float belt = 0.09F * gradientNoise(fx / 130.0F, fy / 130.0F, site.noiseSeed(25)) - 0.005F;
+        const float belt = 0.09F * gradientNoise(x, y, 130.0F, site.noiseSeed(25)) - 0.005F;
         float suitable = smoothStep(0.055F, 0.07F, slope + belt) * smoothStep(0.26F, 0.22F, slope - belt) *
                          (1.0F - site.forestDensity(x, y)) *
                          smoothStep(118.0F, 146.0F, site.riverField.distance(x, y)) *
@@ -157,7 +134,7 @@ void Ground::markTerraces(const Site& site) {
             suitable *= smoothStep(6.0F, 18.0F,
                                    outsideMetres(ground.frame, ground.widthMetres, ground.depthMetres, x, y));
         }
-        const float wobble = 0.2F * gradientNoise(fx / 40.0F, fy / 40.0F, site.noiseSeed(24));
+        const float wobble = 0.2F * gradientNoise(x, y, 40.0F, site.noiseSeed(24));
         m_terraced.at(c, r) = suitable;
         m_terraceLevel.at(c, r) = (m_height.at(c, r) - 400.0F) / kTerraceStepMetres + wobble;
     });

@@ -8,10 +8,6 @@ namespace {
 Cover plain(Material material, float heightMetres = 0.0F, std::uint8_t detail = 0, std::uint16_t ident = 0) {
     return {{material, detail, ident}, heightMetres};
 }
-
-std::uint8_t byteOf(float share) {
-    return static_cast<std::uint8_t>(clampUnit(share) * 255.0F);
-}
 } // namespace
 
 Cover LandCover::at(double x, double y) const {
@@ -85,8 +81,7 @@ std::optional<Cover> LandCover::river(double x, double y) const {
     if (fromEdge < 0.0F) {
         return plain(Material::Water, 0.0F, byteOf(-fromEdge / half));
     }
-    const float noise =
-        fractalNoise(static_cast<float>(x) / 18.0F, static_cast<float>(y) / 18.0F, m_site.noiseSeed(40), 3);
+    const float noise = fractalNoise(x, y, 18.0F, m_site.noiseSeed(40), 3);
     if (fromEdge < 2.2F + 2.8F * noise) {
         return plain(Material::Gravel, 0.05F * clampUnit(noise));
     }
@@ -136,9 +131,7 @@ std::optional<Cover> LandCover::village(double x, double y) const {
             return cover;
         }
     }
-    const double fray =
-        9.0 * static_cast<double>(gradientNoise(static_cast<float>(x) / 22.0F, static_cast<float>(y) / 22.0F,
-                                                m_site.noiseSeed(44)));
+    const double fray = 9.0 * static_cast<double>(gradientNoise(x, y, 22.0F, m_site.noiseSeed(44)));
     if (!village.contains(x, y, fray - 3.0)) {
         return std::nullopt;
     }
@@ -176,20 +169,17 @@ std::optional<Cover> LandCover::farmstead(double x, double y) const {
 
 /// Trodden soil with patches of grass.
 Cover LandCover::yard(double x, double y) const {
-    const float noise =
-        fractalNoise(static_cast<float>(x) / 14.0F, static_cast<float>(y) / 14.0F, m_site.noiseSeed(41), 3);
+    const float noise = fractalNoise(x, y, 14.0F, m_site.noiseSeed(41), 3);
     return noise > 0.12F ? wild(Material::Grass, x, y) : plain(Material::Yard);
 }
 
 Cover LandCover::wild(Material material, double x, double y) const {
-    const auto fx = static_cast<float>(x);
-    const auto fy = static_cast<float>(y);
     if (material == Material::Scrub) {
-        const float bush = fractalNoise(fx / 3.6F, fy / 3.6F, m_site.noiseSeed(42), 2) +
-                           0.45F * gradientNoise(fx / 19.0F, fy / 19.0F, m_site.noiseSeed(45));
+        const float bush = fractalNoise(x, y, 3.6F, m_site.noiseSeed(42), 2) +
+                           0.45F * gradientNoise(x, y, 19.0F, m_site.noiseSeed(45));
         return plain(material, 1.3F * smoothStep(0.15F, 0.95F, bush), byteOf(0.5F + 0.5F * bush));
     }
-    const float tuft = gradientNoise(fx / 1.7F, fy / 1.7F, m_site.noiseSeed(43));
+    const float tuft = gradientNoise(x, y, 1.7F, m_site.noiseSeed(43));
     return plain(material, 0.06F + 0.05F * tuft, byteOf(0.5F + 0.5F * tuft));
 }
 

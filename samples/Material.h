@@ -43,7 +43,9 @@ enum class Material : std::uint8_t {
 /// the material: phase across the crop rows, share of the water depth, position across a roof.
 struct SurfaceCell {
     Material material = Material::Grass;
+    /// 0 .. 255 over the figure's range.
     std::uint8_t detail = 0;
+    /// Chooses tone and crop; 0 where things do not differ.
     std::uint16_t ident = 0;
 };
 

@@ -32,10 +32,6 @@ double Random::uniform() {
     return static_cast<double>(mixBits(m_state) >> 11) * (1.0 / 9007199254740992.0);
 }
 
-int Random::below(int count) {
-    return static_cast<int>(uniform() * count);
-}
-
 float gradientNoise(float x, float y, std::uint32_t seed) {
     const float floorX = std::floor(x);
     const float floorY = std::floor(y);

@@ -19,8 +19,6 @@ public:
     /// In [0, 1).
     double uniform();
     double between(double low, double high) { return low + (high - low) * uniform(); }
-    /// In 0 .. count - 1.
-    int below(int count);
     bool chance(double probability) { return uniform() < probability; }
 
 private:
@@ -44,8 +42,17 @@ inline float unitOf(std::uint32_t bits) {
 /// Gradient noise (Perlin 2002) with one lattice cell per unit, about -1 .. 1, mean 0.
 float gradientNoise(float x, float y, std::uint32_t seed);
 
+/// The same with lattice cells of `cellMetres`, for a place in metres.
+inline float gradientNoise(double x, double y, float cellMetres, std::uint32_t seed) {
+    return gradientNoise(static_cast<float>(x) / cellMetres, static_cast<float>(y) / cellMetres, seed);
+}
+
 /// Sum of `octaves` gradient noises, each with half the wave length and half the amplitude of the one before.
 float fractalNoise(float x, float y, std::uint32_t seed, int octaves);
+inline float fractalNoise(double x, double y, float cellMetres, std::uint32_t seed, int octaves) {
+    return fractalNoise(static_cast<float>(x) / cellMetres, static_cast<float>(y) / cellMetres, seed,
+                        octaves);
+}
 
 /// Independent per cell, close to a normal distribution with mean 0 and standard deviation 1 (Irwin-Hall of
 /// 4).
@@ -84,6 +91,12 @@ inline double mix(double from, double to, double share) {
 template<class T>
 T clampUnit(T value) {
     return value < T(0) ? T(0) : value > T(1) ? T(1) : value;
+}
+
+/// A share as a byte; cut to 0 .. 1 first.
+template<class T>
+std::uint8_t byteOf(T share) {
+    return static_cast<std::uint8_t>(clampUnit(share) * T(255));
 }
 
 /// 0 up to `low`, 1 from `high` on, smooth in between; `low` may be greater than `high`.

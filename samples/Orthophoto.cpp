@@ -6,6 +6,17 @@
 namespace samples {
 
 namespace {
+/// The light of one survey flight.
+struct Daylight {
+    double sunAzimuthDegrees; ///< clockwise from north
+    double sunElevationDegrees;
+    Colour sun;
+    Colour sky;
+};
+
+constexpr Daylight kDaylight[] = {{318.0, 50.0, {1.06F, 1.02F, 0.94F}, {0.40F, 0.43F, 0.48F}},
+                                  {304.0, 44.0, {1.10F, 1.03F, 0.90F}, {0.41F, 0.43F, 0.47F}}};
+
 struct Vector {
     float east, north, up;
 };
@@ -47,18 +58,11 @@ std::uint8_t exposed(float value) {
 float receives(Material material) {
     return material == Material::Water ? 0.35F : 1.0F;
 }
-} // namespace
 
-Daylight daylightOf(int epoch) {
-    if (epoch == 0) {
-        return {318.0, 50.0, {1.06F, 1.02F, 0.94F}, {0.40F, 0.43F, 0.48F}};
-    }
-    return {304.0, 44.0, {1.10F, 1.03F, 0.90F}, {0.41F, 0.43F, 0.47F}};
-}
-
-Grid<std::uint8_t> castShadows(const Surface& surface, const Daylight& light) {
+/// 0 in the sun .. 255 in the shadow of something, with a soft rim. The sun must stand in the north half of the
+/// sky.
+Grid<std::uint8_t> castShadows(const Surface& surface, const Vector& sun) {
     const RasterFrame& frame = surface.frame;
-    const Vector sun = towardsSun(light);
     // One row to the south the light has come this far to the east, and sunk by this much.
     const float shift = -sun.east / sun.north;
     const float horizontal = std::sqrt(1.0F + shift * shift) * static_cast<float>(frame.cellMetres);
@@ -86,12 +90,13 @@ Grid<std::uint8_t> castShadows(const Surface& surface, const Daylight& light) {
     }
     return shadow;
 }
+} // namespace
 
 std::vector<std::uint8_t> renderOrthophoto(const Scene& scene, const Surface& surface, int epoch) {
     const RasterFrame& frame = surface.frame;
-    const Daylight light = daylightOf(epoch);
+    const Daylight& light = kDaylight[epoch];
     const Vector sun = towardsSun(light);
-    const Grid<std::uint8_t> shadow = castShadows(surface, light);
+    const Grid<std::uint8_t> shadow = castShadows(surface, sun);
     const Palette palette(scene, epoch);
     std::vector<std::uint8_t> pixels(static_cast<std::size_t>(frame.columns) *
                                      static_cast<std::size_t>(frame.rows) * 3);

@@ -4,12 +4,14 @@
 
 namespace samples {
 
+/// Light or its reflection in three bands; 1 is white, more is brighter than the screen can show.
 struct Colour {
     float red = 0.0F;
     float green = 0.0F;
     float blue = 0.0F;
 };
 
+/// Brighter or darker by a factor; `mix` is linear, component by component.
 inline Colour operator*(Colour colour, float factor) {
     return {colour.red * factor, colour.green * factor, colour.blue * factor};
 }
@@ -24,9 +26,11 @@ public:
     /// `epoch` 0 or 1: one year later some parcels bear another crop and everything is a little riper.
     Palette(const Scene& scene, int epoch) : m_scene(scene), m_epoch(epoch) {}
 
+    /// Site coordinates, metres.
     Colour at(SurfaceCell cell, double x, double y) const;
 
 private:
+    /// `dryness` 0 is fresh, 1 straw.
     Colour grass(float x, float y, float dryness) const;
     Colour crop(SurfaceCell cell, float x, float y) const;
     Colour soil(float x, float y) const;
@@ -35,6 +39,7 @@ private:
     Colour water(SurfaceCell cell, float x, float y) const;
     Colour paved(SurfaceCell cell, float x, float y) const;
     Colour material(SurfaceCell cell, float x, float y) const;
+    /// Gradient noise with lattice cells of `metres`; `use` tells the patterns apart.
     float noise(float x, float y, float metres, std::uint32_t use) const;
 
     const Scene& m_scene;

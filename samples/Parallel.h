@@ -1,5 +1,7 @@
 #pragma once
 
+#include "samples/Grid.h"
+
 #include <algorithm>
 #include <atomic>
 #include <thread>
@@ -26,6 +28,18 @@ void forEachBand(int rows, const Work& work) {
     for (std::thread& helper : helpers) {
         helper.join();
     }
+}
+
+/// Calls work(column, row, x, y) for every node of a lattice, from several threads: bands of its rows.
+template<class Work>
+void forEachNode(const Lattice& lattice, const Work& work) {
+    forEachBand(lattice.rows, [&](int first, int end) {
+        for (int r = first; r < end; ++r) {
+            for (int c = 0; c < lattice.columns; ++c) {
+                work(c, r, lattice.x(c), lattice.y(r));
+            }
+        }
+    });
 }
 
 } // namespace samples

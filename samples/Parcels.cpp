@@ -5,28 +5,27 @@
 namespace samples {
 
 namespace {
-CropStyle drawStyle(Random& random) {
+/// How often a crop is grown: up to which lot in 0 .. 1, and what it looks like.
+struct CropLot {
+    double upTo;
     CropStyle style;
-    style.tone = static_cast<float>(random.between(-1.0, 1.0));
-    style.rowsAlongV = random.chance(0.3);
+};
+
+constexpr CropLot kCropLots[] = {
+    {0.35, {Crop::Wheat, 0.55F, 3.0F, 0.03F}},   {0.48, {Crop::Rape, 0.60F, 2.0F, 0.05F}},
+    {0.64, {Crop::Maize, 0.12F, 1.4F, 0.10F}},   {0.76, {Crop::Vegetables, 0.25F, 1.9F, 0.18F}},
+    {0.85, {Crop::Fallow, 0.03F, 1.2F, 0.10F}},  {0.88, {Crop::Mulched, 0.05F, 2.2F, 0.16F}},
+    {0.95, {Crop::Orchard, 0.10F, 4.6F, 0.05F}}, {1.00, {Crop::Meadow, 0.15F, 4.0F, 0.02F}}};
+
+CropStyle drawStyle(Random& random) {
+    const auto tone = static_cast<float>(random.between(-1.0, 1.0));
+    const bool rowsAlongV = random.chance(0.3);
     const double lot = random.uniform();
-    if (lot < 0.35) {
-        style = {Crop::Wheat, 0.55F, 3.0F, 0.03F, style.tone, style.rowsAlongV};
-    } else if (lot < 0.48) {
-        style = {Crop::Rape, 0.60F, 2.0F, 0.05F, style.tone, style.rowsAlongV};
-    } else if (lot < 0.64) {
-        style = {Crop::Maize, 0.12F, 1.4F, 0.10F, style.tone, style.rowsAlongV};
-    } else if (lot < 0.76) {
-        style = {Crop::Vegetables, 0.25F, 1.9F, 0.18F, style.tone, style.rowsAlongV};
-    } else if (lot < 0.85) {
-        style = {Crop::Fallow, 0.03F, 1.2F, 0.10F, style.tone, style.rowsAlongV};
-    } else if (lot < 0.88) {
-        style = {Crop::Mulched, 0.05F, 2.2F, 0.16F, style.tone, style.rowsAlongV};
-    } else if (lot < 0.95) {
-        style = {Crop::Orchard, 0.10F, 4.6F, 0.05F, style.tone, style.rowsAlongV};
-    } else {
-        style = {Crop::Meadow, 0.15F, 4.0F, 0.02F, style.tone, style.rowsAlongV};
-    }
+    const auto* drawn = std::find_if(std::begin(kCropLots), std::end(kCropLots),
+                                     [&](const CropLot& candidate) { return lot < candidate.upTo; });
+    CropStyle style = drawn->style;
+    style.tone = tone;
+    style.rowsAlongV = rowsAlongV;
     return style;
 }
 } // namespace

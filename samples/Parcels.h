@@ -6,6 +6,7 @@
 
 namespace samples {
 
+/// What grows in the first survey's spring. Mulched fields lie under strips of plastic film.
 enum class Crop : std::uint8_t { Wheat, Rape, Maize, Vegetables, Fallow, Mulched, Orchard, Meadow };
 
 /// How one parcel is farmed.
@@ -29,6 +30,7 @@ public:
         float trackMetres;   ///< distance from the middle of the nearest farm track
         float u, v;          ///< in the frame of the bank
     };
+    /// Site coordinates, metres; every place belongs to a parcel, also under the road or the village.
     Place find(double x, double y) const;
 
     /// Idents of terraces differ from those of the parcel they cut.
@@ -42,6 +44,7 @@ public:
 private:
     static constexpr std::size_t kStyleCount = 4096;
 
+    /// A cut through a rectangle of land, of the tree that both banks share.
     struct Node {
         bool splitsU = false;
         bool isTrack = false;
@@ -59,6 +62,7 @@ private:
     };
 
     const Bank& bankAt(double x, double y) const;
+    /// Returns the node that was made, or minus the ident of an uncut parcel minus 1.
     int split(const Rectangle& bounds, class Random& random);
 
     const Site& m_site;

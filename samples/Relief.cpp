@@ -1,6 +1,7 @@
 #include "samples/Relief.h"
 
 #include "samples/Noise.h"
+#include "samples/Parallel.h"
 
 #include <queue>
 
@@ -38,10 +39,7 @@ private:
     std::vector<int> m_upstreamOrder;
 };
 
-Landscape::Landscape(const Site& site)
-    : m_lattice{-kMarginMetres, -kMarginMetres, kStepMetres,
-                static_cast<int>((Extent::kWidthMetres + 2 * kMarginMetres) / kStepMetres) + 1,
-                static_cast<int>((Extent::kHeightMetres + 2 * kMarginMetres) / kStepMetres) + 1} {
+Landscape::Landscape(const Site& site) : m_lattice(Extent::lattice(kMarginMetres, kStepMetres)) {
     const auto count = static_cast<std::size_t>(m_lattice.columns) * static_cast<std::size_t>(m_lattice.rows);
     m_height.assign(count, 0.0);
     m_uplift.assign(count, 0.0);
@@ -50,22 +48,18 @@ Landscape::Landscape(const Site& site)
     m_distance.assign(count, kStepMetres);
     m_area.assign(count, 1.0);
     markRiver(site);
-    for (int r = 0; r < m_lattice.rows; ++r) {
-        for (int c = 0; c < m_lattice.columns; ++c) {
-            const double x = m_lattice.x(c);
-            const double y = m_lattice.y(r);
-            const double fromValley = std::fabs(x - (665.0 + (256.0 - y) * 0.22));
-            const auto noise = static_cast<double>(fractalNoise(
-                static_cast<float>(x / 300.0), static_cast<float>(y / 300.0), site.noiseSeed(10), 3));
-            const double valleySide = x < 665.0 ? 0.62 * smoothStep(90.0, 560.0, fromValley)
-                                                : smoothStep(160.0, 1150.0, fromValley);
-            const auto i = static_cast<std::size_t>(index(c, r));
-            m_uplift[i] = 0.12 + valleySide * (1.0 + 0.45 * noise);
-            if (!m_isRiver[i]) {
-                m_height[i] = 0.02 * fromValley + 1.2 * (noise + 1.0);
-            }
+    forEachNode(m_lattice, [&](int c, int r, double x, double y) {
+        const double fromValley = std::fabs(x - (665.0 + (256.0 - y) * 0.22));
+        const auto noise = static_cast<double>(fractalNoise(
+            static_cast<float>(x / 300.0), static_cast<float>(y / 300.0), site.noiseSeed(10), 3));
+        const double valleySide =
+            x < 665.0 ? 0.62 * smoothStep(90.0, 560.0, fromValley) : smoothStep(160.0, 1150.0, fromValley);
+        const auto i = static_cast<std::size_t>(index(c, r));
+        m_uplift[i] = 0.12 + valleySide * (1.0 + 0.45 * noise);
+        if (!m_isRiver[i]) {
+            m_height[i] = 0.02 * fromValley + 1.2 * (noise + 1.0);
         }
-    }
+    });
 }
 
 /// Cells at the water's edge keep their height: everything else drains to them. Height 0 is the water level.
@@ -175,12 +169,10 @@ Field Landscape::heights() const {
     const double highest = *std::max_element(m_height.begin(), m_height.end());
     const double scale = (kSummitMetres - kWaterMetres) / highest;
     Field field(m_lattice);
-    for (int r = 0; r < m_lattice.rows; ++r) {
-        for (int c = 0; c < m_lattice.columns; ++c) {
-            field.at(c, r) =
-                static_cast<float>(kWaterMetres + scale * m_height[static_cast<std::size_t>(index(c, r))]);
-        }
-    }
+    forEachNode(m_lattice, [&](int c, int r, double, double) {
+        field.at(c, r) =
+            static_cast<float>(kWaterMetres + scale * m_height[static_cast<std::size_t>(index(c, r))]);
+    });
     return field;
 }
 } // namespace

@@ -8,12 +8,6 @@ namespace samples {
 namespace {
 constexpr double kMarginMetres = 24.0;
 
-Lattice metreLattice() {
-    return {-kMarginMetres, -kMarginMetres, 1.0,
-            static_cast<int>(Extent::kWidthMetres + 2 * kMarginMetres) + 1,
-            static_cast<int>(Extent::kHeightMetres + 2 * kMarginMetres) + 1};
-}
-
 std::vector<Point> moved(std::vector<Point> controls, Random& random, double metres) {
     for (Point& control : controls) {
         control.x += random.between(-metres, metres);
@@ -22,6 +16,13 @@ std::vector<Point> moved(std::vector<Point> controls, Random& random, double met
     return controls;
 }
 } // namespace
+
+Lattice Extent::lattice(double marginMetres, double stepMetres) {
+    const auto nodes = [&](double metres) {
+        return static_cast<int>((metres + 2 * marginMetres) / stepMetres) + 1;
+    };
+    return {-marginMetres, -marginMetres, stepMetres, nodes(kWidthMetres), nodes(kHeightMetres)};
+}
 
 TurnedFrame TurnedFrame::at(Point origin, double angleDegrees) {
     return {origin, cosineDegrees(angleDegrees), sineDegrees(angleDegrees)};
@@ -36,6 +37,13 @@ bool Village::contains(double x, double y, double margin) const {
 Site::Site(std::uint64_t theSeed)
     : seed(theSeed), m_noiseBase(static_cast<std::uint32_t>(mixBits(theSeed + 1) >> 32)) {
     Random random(seed, 1);
+    drawRiverAndRoads(random);
+    drawPipeline(random);
+    placeGrounds(random);
+    markLinesAndForest();
+}
+
+void Site::drawRiverAndRoads(Random& random) {
     river = smoothCurve(moved({{560, 900},
                                {548, 720},
                                {600, 560},
@@ -74,24 +82,28 @@ Site::Site(std::uint64_t theSeed)
                         {1880, 470},
                         {1930, 560}},
                        3.0);
-    const std::vector<Point> bends = moved({{2, 318},
-                                            {190, 300},
-                                            {360, 262},
-                                            {545, 228},
-                                            {760, 214},
-                                            {905, 168},
-                                            {1090, 150},
-                                            {1270, 120},
-                                            {1420, 196},
-                                            {1600, 236},
-                                            {1800, 262},
-                                            {2046, 300}},
-                                           random, 4.0);
-    std::vector<Point> pipe = bends;
-    pipe.front().x = 2.0;
-    pipe.back().x = 2046.0;
-    pipeline = polygonalCurve(std::move(pipe));
+}
 
+void Site::drawPipeline(Random& random) {
+    std::vector<Point> bends = moved({{2, 318},
+                                      {190, 300},
+                                      {360, 262},
+                                      {545, 228},
+                                      {760, 214},
+                                      {905, 168},
+                                      {1090, 150},
+                                      {1270, 120},
+                                      {1420, 196},
+                                      {1600, 236},
+                                      {1800, 262},
+                                      {2046, 300}},
+                                     random, 4.0);
+    bends.front().x = 2.0;
+    bends.back().x = 2046.0;
+    pipeline = polygonalCurve(std::move(bends));
+}
+
+void Site::placeGrounds(Random& random) {
     village = {TurnedFrame::at({968 + random.between(-6, 6), 276 + random.between(-3, 3)},
                                2.0 + random.between(-2, 2)),
                330.0, 190.0, 38.0};
@@ -106,20 +118,16 @@ Site::Site(std::uint64_t theSeed)
     addGround(BuildingUse::Farmstead, {300, 378}, 6.0, 34.0, 36.0);
     addGround(BuildingUse::Farmstead, {1652, 140}, -20.0, 34.0, 36.0);
     addGround(BuildingUse::Farmstead, {1866, 196}, 16.0, 34.0, 36.0);
+}
 
-    const Lattice lattice = metreLattice();
-    riverField = LineField(lattice, {river}, 150.0);
-    roadField = LineField(lattice, {road}, 40.0);
-    laneField = LineField(lattice, {lane}, 24.0);
-    pipelineField = LineField(lattice, {pipeline}, 40.0);
+void Site::markLinesAndForest() {
+    const Lattice lattice = Extent::lattice(kMarginMetres, 1.0);
+    riverField = LineField(lattice, river, 150.0);
+    roadField = LineField(lattice, road, 40.0);
+    laneField = LineField(lattice, lane, 24.0);
+    pipelineField = LineField(lattice, pipeline, 40.0);
     forest = Field(lattice);
-    forEachBand(lattice.rows, [&](int first, int end) {
-        for (int r = first; r < end; ++r) {
-            for (int c = 0; c < lattice.columns; ++c) {
-                forest.at(c, r) = forestAt(lattice.x(c), lattice.y(r));
-            }
-        }
-    });
+    forEachNode(lattice, [&](int c, int r, double x, double y) { forest.at(c, r) = forestAt(x, y); });
 }
 
 float Site::waterLevelMetres(double y) {
@@ -139,7 +147,7 @@ float Site::forestAt(double x, double y) const {
     const float northWest = smoothStep(520.0F, 340.0F, fx) * smoothStep(360.0F, 510.0F, fy);
     const float southEast = smoothStep(1660.0F, 1860.0F, fx) * smoothStep(120.0F, 0.0F, fy);
     const float region = std::max(std::max(eastHill, westHill), std::max(northWest, southEast));
-    const float rim = 0.30F * fractalNoise(fx / 80.0F, fy / 80.0F, noiseSeed(4), 4);
+    const float rim = 0.30F * fractalNoise(x, y, 80.0F, noiseSeed(4), 4);
     const float nearPipe = smoothStep(12.0F, 9.0F, pipelineField.distance(x, y));
     return smoothStep(0.47F, 0.53F, region + rim) * (1.0F - nearPipe);
 }

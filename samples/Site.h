@@ -16,6 +16,9 @@ struct Extent {
     static constexpr double kWestEasting = 582400.0;
     static constexpr double kSouthNorthing = 3796800.0;
     static constexpr const char* kCrs = "EPSG:4545";
+
+    /// Nodes every `stepMetres` over the site and a margin around it.
+    static Lattice lattice(double marginMetres, double stepMetres);
 };
 
 /// A right-angled frame turned against the site: u along `angleDegrees` (counter-clockwise from east), v to
@@ -85,6 +88,10 @@ struct Site {
     Field forest;
 
 private:
+    void drawRiverAndRoads(class Random& random);
+    void drawPipeline(class Random& random);
+    void placeGrounds(class Random& random);
+    void markLinesAndForest();
     float forestAt(double x, double y) const;
 
     std::uint32_t m_noiseBase;

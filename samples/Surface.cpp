@@ -6,10 +6,6 @@
 namespace samples {
 
 namespace {
-std::uint8_t byteOf(double share) {
-    return static_cast<std::uint8_t>(clampUnit(share) * 255.0);
-}
-
 void layGround(const Scene& scene, Surface& surface, int firstRow, int endRow) {
     for (int r = firstRow; r < endRow; ++r) {
         const double y = surface.frame.y(r);
@@ -157,10 +153,8 @@ bool isSunken(const Scene& scene, const Change& change, float depthShare, double
     if (depthShare <= 0.0F) {
         return false;
     }
-    const auto fx = static_cast<float>(x);
-    const auto fy = static_cast<float>(y);
-    const float fray = fractalNoise(fx / 4.0F, fy / 4.0F, change.noiseSeed + 3, 3);
-    const float crack = depthShare + 0.05F * gradientNoise(fx / 2.0F, fy / 2.0F, scene.site.noiseSeed(80));
+    const float fray = fractalNoise(x, y, 4.0F, change.noiseSeed + 3, 3);
+    const float crack = depthShare + 0.05F * gradientNoise(x, y, 2.0F, scene.site.noiseSeed(80));
     const bool isCrack = (crack > 0.16F && crack < 0.20F) || (crack > 0.055F && crack < 0.075F);
     return depthShare + 0.28F * fray > 0.42F || (isCrack && fray > -0.35F);
 }

@@ -13,6 +13,7 @@ struct Scene {
     Scene(const Scene&) = delete;
     Scene& operator=(const Scene&) = delete;
 
+    /// In the order of making: each knows those before it.
     Site site;
     Ground ground;
     LandCover cover;

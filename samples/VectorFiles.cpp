@@ -28,15 +28,16 @@ public:
         OGRFieldType type;
     };
     void beginLayer(const char* name, OGRwkbGeometryType geometry, const std::vector<FieldType>& fields);
-    /// Adds a feature to the layer; `fill` sets its fields.
-    template<class Fill>
-    void add(const OGRGeometry& geometry, const Fill& fill) {
+    /// Adds a feature to the layer, with the values of its fields in their order.
+    template<class... Values>
+    void add(const OGRGeometry& geometry, Values... values) {
         if (!m_layer) {
             return;
         }
         OGRFeature feature(m_layer->GetLayerDefn());
         feature.SetGeometry(&geometry);
-        fill(feature);
+        int field = 0;
+        (feature.SetField(field++, values), ...);
         m_good = m_layer->CreateFeature(&feature) == OGRERR_NONE && m_good;
     }
     std::optional<std::string> close();
@@ -159,7 +160,7 @@ void addCentreLine(GeoPackage& file, const Scene& scene) {
     }
     const OGRPoint end = groundPoint(scene, pipe.points.back());
     line.addPoint(&end);
-    file.add(line, [](OGRFeature& feature) { feature.SetField("name", "示例管道"); });
+    file.add(line, "示例管道");
 }
 
 void addNodes(GeoPackage& file, const Scene& scene) {
@@ -168,13 +169,7 @@ void addNodes(GeoPackage& file, const Scene& scene) {
                     {{"name", OFTString}, {"km", OFTReal}, {"x", OFTReal}, {"y", OFTReal}, {"z", OFTReal}});
     const auto addNode = [&](double along) {
         const OGRPoint point = groundPoint(scene, pipe.at(along));
-        file.add(point, [&](OGRFeature& feature) {
-            feature.SetField("name", chainage(along).c_str());
-            feature.SetField("km", along / 1000.0);
-            feature.SetField("x", point.getX());
-            feature.SetField("y", point.getY());
-            feature.SetField("z", point.getZ());
-        });
+        file.add(point, chainage(along).c_str(), along / 1000.0, point.getX(), point.getY(), point.getZ());
     };
     for (const double along : stepsFrom(0.0, pipe.length() - 10.0, 100.0)) {
         addNode(along);
@@ -195,12 +190,7 @@ void addStations(GeoPackage& file, const Scene& scene) {
                                           {west + kWidth, 0},
                                           {west + kWidth, Extent::kHeightMetres},
                                           {west, Extent::kHeightMetres}});
-        file.add(box, [&](OGRFeature& feature) {
-            feature.SetField("id", i + 1);
-            feature.SetField("name", (chainage(start) + "—" + chainage(end)).c_str());
-            feature.SetField("start_m", start);
-            feature.SetField("end_m", end);
-        });
+        file.add(box, i + 1, (chainage(start) + "—" + chainage(end)).c_str(), start, end);
     }
 }
 
@@ -248,7 +238,7 @@ TruthFigures largestGroup(const Grid<float>& dz) {
 
 /// The outline of the mask along the cell edges.
 std::unique_ptr<OGRGeometry> outlineOf(const ChangeWindow& window, const RasterFrame& frame,
-                                       const Grid<std::uint8_t>& mask) {
+                                       Grid<std::uint8_t>& mask) {
     GDALDriver* memory = GetGDALDriverManager()->GetDriverByName("MEM");
     GDALDriver* features = GetGDALDriverManager()->GetDriverByName("Memory");
     if (!memory || !features) {
@@ -264,9 +254,8 @@ std::unique_ptr<OGRGeometry> outlineOf(const ChangeWindow& window, const RasterF
                            0.0,
                            -frame.cellMetres};
     raster->SetGeoTransform(transform);
-    Grid<std::uint8_t> copy = mask;
     GDALRasterBand* band = raster->GetRasterBand(1);
-    if (band->RasterIO(GF_Write, 0, 0, copy.columns(), copy.rows(), copy.row(0), copy.columns(), copy.rows(),
+    if (band->RasterIO(GF_Write, 0, 0, mask.columns(), mask.rows(), mask.row(0), mask.columns(), mask.rows(),
                        GDT_Byte, 0, 0, nullptr) != CE_None) {
         return nullptr;
     }
@@ -292,25 +281,18 @@ std::optional<std::string> writeSpecialAreas(const std::string& path, const Scen
     GeoPackage file(path);
     file.beginLayer("high_consequence", wkbPolygon,
                     {{"name", OFTString}, {"level", OFTInteger}, {"attribute", OFTString}});
-    const auto add = [&](const OGRPolygon& polygon, const char* name, int level, const char* attribute) {
-        file.add(polygon, [&](OGRFeature& feature) {
-            feature.SetField("name", name);
-            feature.SetField("level", level);
-            feature.SetField("attribute", attribute);
-        });
-    };
     const auto crossing = [&](const LineField& other) {
         const Point middle = crossingPoint(site.pipeline, other);
         return rectangleIn(TurnedFrame::at(middle, 0.0), -40.0, -40.0, 40.0, 40.0);
     };
     const Village& village = site.village;
     const BuildingGround& school = site.school();
-    add(rectangleIn(village.frame, -12, -12, village.widthMetres + 12, village.depthMetres + 12), "柳河村", 2,
-        "村庄");
-    add(rectangleIn(school.frame, -8, -8, school.widthMetres + 8, school.depthMetres + 8), "柳河小学", 3,
-        "学校");
-    add(crossing(site.riverField), "柳河穿越段", 2, "河流");
-    add(crossing(site.roadField), "县道穿越段", 1, "公路");
+    file.add(rectangleIn(village.frame, -12, -12, village.widthMetres + 12, village.depthMetres + 12),
+             "柳河村", 2, "村庄");
+    file.add(rectangleIn(school.frame, -8, -8, school.widthMetres + 8, school.depthMetres + 8), "柳河小学", 3,
+             "学校");
+    file.add(crossing(site.riverField), "柳河穿越段", 2, "河流");
+    file.add(crossing(site.roadField), "县道穿越段", 1, "公路");
     return file.close();
 }
 
@@ -326,19 +308,15 @@ std::optional<std::string> writeTruth(const std::string& path, const Scene& scen
                      {"area_m2", OFTReal}});
     const double cellArea = frame.cellMetres * frame.cellMetres;
     for (std::size_t i = 0; i < windows.size(); ++i) {
-        const TruthFigures figures = largestGroup(windows[i].dz);
+        TruthFigures figures = largestGroup(windows[i].dz);
         const auto outline = outlineOf(windows[i], frame, figures.mask);
         if (figures.cells == 0 || !outline) {
             return path + "：变化 " + scene.changes[i].name + " 没有轮廓";
         }
-        file.add(*outline, [&](OGRFeature& feature) {
-            feature.SetField("name", scene.changes[i].name.c_str());
-            feature.SetField("kind", scene.changes[i].isFill() ? "fill" : "cut");
-            feature.SetField("class", scene.changes[i].className());
-            feature.SetField("volume_m3", std::fabs(figures.sumDz) * cellArea);
-            feature.SetField("dz_m", figures.sumDz / figures.cells);
-            feature.SetField("area_m2", figures.cells * cellArea);
-        });
+        const Change& change = scene.changes[i];
+        file.add(*outline, change.name.c_str(), change.isFill() ? "fill" : "cut", change.className(),
+                 std::fabs(figures.sumDz) * cellArea, figures.sumDz / figures.cells,
+                 figures.cells * cellArea);
     }
     return file.close();
 }

@@ -68,8 +68,7 @@ void Forester::forest() {
             const Point place{x + m_random.between(-1.7, 1.7), y + m_random.between(-1.7, 1.7)};
             const double size = m_random.uniform();
             const double stand =
-                static_cast<double>(gradientNoise(static_cast<float>(place.x) / 60.0F,
-                                                  static_cast<float>(place.y) / 60.0F, m_site.noiseSeed(73)));
+                static_cast<double>(gradientNoise(place.x, place.y, 60.0F, m_site.noiseSeed(73)));
             const bool conifer = m_random.chance(clampUnit(0.30 + 0.8 * stand));
             if (m_site.forestDensity(place.x, place.y) < 0.5F || m_random.chance(0.07)) {
                 continue;
@@ -85,8 +84,7 @@ void Forester::forest() {
 
 /// Chance of a tree per sampled place outside the forest.
 double Forester::densityOfOpenLand(Point place) const {
-    const auto clump = static_cast<double>(fractalNoise(
-        static_cast<float>(place.x) / 32.0F, static_cast<float>(place.y) / 32.0F, m_site.noiseSeed(74), 2));
+    const auto clump = static_cast<double>(fractalNoise(place.x, place.y, 32.0F, m_site.noiseSeed(74), 2));
     const auto river = m_site.riverField.find(place.x, place.y);
     if (river) {
         const double fromEdge =

@@ -4,6 +4,7 @@
 
 namespace samples {
 
+/// One crown over its stem, site coordinates; its rim and top are rough by a noise of its own.
 struct Tree {
     double x = 0.0;
     double y = 0.0;

@@ -35,12 +35,33 @@ quietly() {
     fi
 }
 
-# build PRESET : configures and builds.
+# build PRESET [TARGET...] : configures and builds, everything or these targets.
 build() {
+    local preset=$1 folder=$root/build/$1
+    shift
+    [ -f "$folder/build.ninja" ] || say "Building ($preset), this takes some minutes the first time"
+    quietly configure "$folder" cmake -S "$root" --preset "$preset"
+    quietly build "$folder" cmake --build "$folder" ${1:+--target "$@"}
+}
+
+# run_tests PRESET [WORDS...] : runs what is built, on a virtual display; the words go to ctest.
+run_tests() {
     local folder=$root/build/$1
-    [ -f "$folder/build.ninja" ] || say "Building ($1), this takes some minutes the first time"
-    quietly configure "$folder" cmake -S "$root" --preset "$1"
-    quietly build "$folder" cmake --build "$folder"
+    shift
+    # Leaks inside Qt, GL drivers and fontconfig are not ours to mend.
+    export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=0:new_delete_type_mismatch=0}
+    export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1}
+    with_virtual_display ctest --test-dir "$folder" --parallel "$(nproc)" --output-on-failure --no-tests=error "$@"
+}
+
+# step WHAT COMMAND... : runs a command, and says in one line what it was and how long it took.
+step() {
+    local what=$1 started=$SECONDS status=0 outcome=
+    shift
+    ("$@") || status=$?
+    [ $status = 0 ] || outcome=", failed"
+    say "$(awk -v s=$((SECONDS - started)) -v w="$what" -v o="$outcome" 'BEGIN { printf "%s: %.1f min%s", w, s / 60, o }')"
+    return $status
 }
 
 # with_virtual_display COMMAND... : runs a command on a display of its own, drawn in software.

@@ -203,13 +203,13 @@ Status PieceFile::take(Anomaly anomaly) {
     return {};
 }
 
-Status PieceFile::commit(const Piece& piece) {
+Status PieceFile::close(const Piece& piece) {
     const GdalErrors errors;
     if (!writeSeamRuns(m_file.dataset(), piece.seamRuns) || !writeDescription(m_file.dataset(), piece) ||
         errors.any()) {
         return m_file.writeFailure(errors.first());
     }
-    return m_file.commit([&piece](const std::string& path) { return holds(path, piece); });
+    return m_file.close([&piece](const std::string& path) { return holds(path, piece); });
 }
 
 Result<Piece> readPieceSeams(const std::string& path) {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "detect/Piece.h"
-#include "detect/output/StagedVectorFile.h"
+#include "detect/output/VectorFile.h"
 
 #include <string>
 #include <vector>
@@ -13,18 +13,19 @@ namespace detect {
 /// window's edges cut), and table `piece` with one row, a JSON text of the window and what all pieces share.
 /// Figures come back to the last bit.
 ///
-/// The file appears complete or not at all, on commit().
+/// Whoever staged it moves it to its place, after close().
 class PieceFile : public AnomalyReceiver {
 public:
-    explicit PieceFile(std::string path) : m_file(std::move(path)) {}
+    /// `output` must live longer.
+    explicit PieceFile(const StagedOutput& output) : m_file(output) {}
 
     Status begin(const std::string& srsWkt) override;
     Status take(Anomaly anomaly) override;
-    /// `piece`: all besides the anomalies taken.
-    Status commit(const Piece& piece);
+    /// Ends the writing and looks whether all was written. `piece`: all besides the anomalies taken.
+    Status close(const Piece& piece);
 
 private:
-    StagedVectorFile m_file;
+    VectorFile m_file;
     OGRLayer* m_layer = nullptr;
 };
 

@@ -84,13 +84,17 @@ Status ResultFile::write(const Anomaly& anomaly, const std::string& attribute) {
     return {};
 }
 
-Status ResultFile::commit() {
-    return m_file.commit([this](const std::string& path) { return holds(path, m_written); });
+Status ResultFile::close() {
+    return m_file.close([this](const std::string& path) { return holds(path, m_written); });
 }
 
 Status writeAnomalies(const std::vector<Anomaly>& anomalies, const std::string& srsWkt,
                       const std::string& path, const std::vector<std::string>& attributes) {
-    ResultFile file(path);
+    auto output = StagedOutput::beside(path);
+    if (!output) {
+        return failed(output);
+    }
+    ResultFile file(*output);
     if (auto done = file.begin(srsWkt); !done) {
         return failed(done);
     }
@@ -100,7 +104,7 @@ Status writeAnomalies(const std::vector<Anomaly>& anomalies, const std::string& 
             return failed(done);
         }
     }
-    return file.commit();
+    return file.close().and_then([&output] { return output->commit(); });
 }
 
 } // namespace detect

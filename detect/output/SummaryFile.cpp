@@ -1,7 +1,6 @@
 #include "detect/output/SummaryFile.h"
 
 #include "detect/GdalErrors.h"
-#include "detect/StagedOutput.h"
 #include "detect/output/ParameterText.h"
 
 #include <cpl_json.h>
@@ -48,19 +47,14 @@ std::string summaryText(const RunReport& report, const Parameters& parameters) {
 
 } // namespace
 
-Status writeSummary(const RunReport& report, const Parameters& parameters, const std::string& path) {
-    auto staged = StagedOutput::beside(path);
-    if (!staged) {
-        return failed(staged);
-    }
-    StagedOutput& output = *staged;
+Status writeSummary(const RunReport& report, const Parameters& parameters, const StagedOutput& output) {
     std::ofstream file(std::filesystem::u8path(output.path()), std::ios::binary);
     file << summaryText(report, parameters);
     file.close();
     if (!file) {
-        return failureOf(path, "写入失败，磁盘可能已满");
+        return failureOf(output.target(), "写入失败，磁盘可能已满");
     }
-    return output.commit();
+    return {};
 }
 
 } // namespace detect

@@ -1,8 +1,7 @@
 #pragma once
 
 #include "detect/Detection.h"
-
-#include <string>
+#include "detect/StagedOutput.h"
 
 namespace detect {
 
@@ -11,6 +10,6 @@ namespace detect {
 /// on, rejected) and `coregistration` (method, dx_m, dy_m, dz_m, tilt_east, tilt_north, dx_cells, dy_cells,
 /// iterations, nmad_before_m, nmad_after_m, stable_share, sigma_m, sigma_slope_m, correlated_cells, and
 /// refusal when a shift was refused).
-Status writeSummary(const RunReport& report, const Parameters& parameters, const std::string& path);
+Status writeSummary(const RunReport& report, const Parameters& parameters, const StagedOutput& output);
 
 } // namespace detect

@@ -14,13 +14,9 @@ const char* const kWriteFailed = "写入 dZ 栅格失败，磁盘可能已满";
 
 } // namespace
 
-Result<DifferenceRaster> DifferenceRaster::create(const std::string& path, const Grid& grid,
+Result<DifferenceRaster> DifferenceRaster::create(const StagedOutput& output, const Grid& grid,
                                                   const CellWindow& overlap, int threads) {
-    auto output = StagedOutput::beside(path);
-    if (!output) {
-        return failed(output);
-    }
-    DifferenceRaster raster(std::move(*output), overlap);
+    DifferenceRaster raster(output, overlap);
     if (auto done = raster.open(grid, threads); !done) {
         return failed(done);
     }
@@ -39,10 +35,10 @@ Status DifferenceRaster::open(const Grid& grid, int threads) {
     options.SetNameValue("BIGTIFF", "IF_SAFER");
     options.SetNameValue("NUM_THREADS", std::to_string(threads).c_str());
     GDALDriver* driver = GetGDALDriverManager()->GetDriverByName("GTiff");
-    m_dataset.reset(driver->Create(m_output.path().c_str(), m_overlap.columns, m_overlap.rows, 1, GDT_Float32,
-                                   options.List()));
+    m_dataset.reset(driver->Create(m_output->path().c_str(), m_overlap.columns, m_overlap.rows, 1,
+                                   GDT_Float32, options.List()));
     if (!m_dataset) {
-        return failureOf(m_output.target(), kWriteFailed, errors.first());
+        return failureOf(m_output->target(), kWriteFailed, errors.first());
     }
     Affine moved = grid.cellToMap();
     const Point corner = moved(m_overlap.column, m_overlap.row);
@@ -54,7 +50,7 @@ Status DifferenceRaster::open(const Grid& grid, int threads) {
     m_dataset->GetRasterBand(1)->SetUnitType("m");
     m_dataset->GetRasterBand(1)->SetDescription("dZ");
     if (errors.any()) {
-        return failureOf(m_output.target(), kWriteFailed, errors.first());
+        return failureOf(m_output->target(), kWriteFailed, errors.first());
     }
     return {};
 }
@@ -65,24 +61,21 @@ Status DifferenceRaster::write(const CellWindow& window, const std::vector<float
         GF_Write, window.column - m_overlap.column, window.row - m_overlap.row, window.columns, window.rows,
         const_cast<float*>(dz.data()), window.columns, window.rows, GDT_Float32, 0, 0, nullptr); // only read
     if (status != CE_None || errors.any()) {
-        return failureOf(m_output.target(), kWriteFailed, errors.first());
+        return failureOf(m_output->target(), kWriteFailed, errors.first());
     }
     return {};
 }
 
-Status DifferenceRaster::commit() {
+Status DifferenceRaster::close() {
     {
         GdalErrors errors;
         m_dataset->FlushCache(true);
         m_dataset.reset(); // the directory and the last tiles are written here
         if (errors.any()) {
-            return failureOf(m_output.target(), kWriteFailed, errors.first());
+            return failureOf(m_output->target(), kWriteFailed, errors.first());
         }
     }
-    if (auto done = checkTiles(); !done) {
-        return failed(done);
-    }
-    return m_output.commit();
+    return checkTiles();
 }
 
 /// Closing reports not every error, so the finished file is asked whether all its tiles lie inside it.
@@ -90,9 +83,9 @@ Status DifferenceRaster::checkTiles() const {
     GdalErrors errors;
     VSIStatBufL status;
     GDALDatasetUniquePtr written(
-        GDALDataset::Open(m_output.path().c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY));
-    if (!written || VSIStatL(m_output.path().c_str(), &status) != 0) {
-        return failureOf(m_output.target(), kWriteFailed, errors.first());
+        GDALDataset::Open(m_output->path().c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY));
+    if (!written || VSIStatL(m_output->path().c_str(), &status) != 0) {
+        return failureOf(m_output->target(), kWriteFailed, errors.first());
     }
     GDALRasterBand* band = written->GetRasterBand(1);
     const auto number = [&](const std::string& key) {
@@ -105,7 +98,7 @@ Status DifferenceRaster::checkTiles() const {
             const auto offset = number("BLOCK_OFFSET_" + tile);
             if (offset == 0 ||
                 offset + number("BLOCK_SIZE_" + tile) > static_cast<unsigned long long>(status.st_size)) {
-                return failureOf(m_output.target(), kWriteFailed);
+                return failureOf(m_output->target(), kWriteFailed);
             }
         }
     }

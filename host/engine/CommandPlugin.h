@@ -10,9 +10,12 @@ class ENGINE_API CommandPlugin : public ICommand {
     Q_OBJECT
 
 public:
+    /// `key` (GBK) is what Key() answers for good. GUI thread.
     explicit CommandPlugin(const std::string& key);
+    /// The host forgets the command; its button belongs to the button's own parent.
     ~CommandPlugin() override;
 
+    /// Deletes the object: commands live on the heap.
     void Destroy() override;
     std::string Name() override;
     std::string ToolTip() override;
@@ -24,6 +27,7 @@ public:
     void OnBeforeExcute() override; ///< nothing
 
 protected:
+    /// What the accessors above answer, all std::string GBK.
     std::string m_name;
     std::string m_toolTip;
     std::string m_key;

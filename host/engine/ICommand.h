@@ -31,6 +31,7 @@ public:
     virtual void Execute() = 0;
     /// Text under the button.
     virtual std::string Name() = 0;
+    /// Shown while the pointer rests on the button; may be empty.
     virtual std::string ToolTip() = 0;
     /// Identity of the command, compared byte by byte, trailing blanks included.
     virtual std::string Key() = 0;
@@ -38,7 +39,9 @@ public:
     virtual bool IsTool() = 0;
     /// Title of the tool group; commands of one type stand together.
     virtual std::string CommandType() = 0;
+    /// Of the button; may be null.
     virtual QIcon GetIcon() = 0;
+    /// The pointer's look over a 2D view while the tool is active.
     virtual QCursor GetCursor() = 0;
     /// Called by the host right before Execute.
     virtual void OnBeforeExcute() = 0;

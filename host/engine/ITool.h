@@ -15,6 +15,7 @@ class ENGINE_API ITool : public ICommand {
     Q_OBJECT
 
 public:
+    /// Input of a 2D view, in the widget coordinates of that view. The events belong to the caller.
     virtual void OnKeyPress(QKeyEvent* event) = 0;
     virtual void OnKeyRelease(QKeyEvent* event) = 0;
     virtual void OnMouseMove(QMouseEvent* event) = 0;
@@ -22,6 +23,7 @@ public:
     virtual void OnMouseRelease(QMouseEvent* event) = 0;
     virtual void OnMouseDoubleClick(QMouseEvent* event) = 0;
     virtual void OnMouseWheel(QWheelEvent* event) = 0;
+    /// A host's own message with two arguments; 0 when the tool does not know it.
     virtual int MessageEvent(int message, long long first, long long second) = 0;
     /// The tool becomes the active tool. It checks its button itself, or unchecks it when it does not start.
     virtual void OnActivate() = 0;
@@ -29,6 +31,8 @@ public:
     /// tool did to the button while it was active, so that a flag derived from the button says "it was
     /// running".
     virtual void OnDeactivate() = 0;
+    /// What a form of the host's reports to the active tool: an action's number or name, with its
+    /// value.
     virtual void onFormAction(int action, double value) = 0;
     virtual void onFormAction(int action, QString value) = 0;
     virtual void onFormAction(QString action) = 0;

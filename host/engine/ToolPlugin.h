@@ -10,9 +10,11 @@ class ENGINE_API ToolPlugin : public ITool {
     Q_OBJECT
 
 public:
+    /// `key` (GBK) is what Key() answers for good. GUI thread.
     explicit ToolPlugin(const std::string& key);
     ~ToolPlugin() override;
 
+    /// Deletes the object: tools live on the heap.
     void Destroy() override;
     void Execute() override; ///< asks the host to make this the active tool
     std::string Name() override;
@@ -37,6 +39,7 @@ public:
     void onFormAction(QString action) override;
 
 protected:
+    /// What the accessors above answer, all std::string GBK.
     std::string m_name;
     std::string m_toolTip;
     std::string m_key;

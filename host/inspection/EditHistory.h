@@ -9,6 +9,7 @@ class INSPECTIONDATA_API EditCommand {
 public:
     virtual ~EditCommand();
     /// `refresh` asks the windows to show the change at once.
+    /// Write the rows back as they were before, or after, the edit, in one transaction.
     virtual void Undo(bool refresh) = 0;
     virtual void Redo(bool refresh) = 0;
     /// Fills in the edit's description (GBK).
@@ -18,6 +19,7 @@ public:
 /// The edits of a project, newest last. GUI thread.
 class INSPECTIONDATA_API EditHistory {
 public:
+    /// Whether TakeUndo and TakeRedo have something to give.
     virtual bool CanUndo() = 0;
     virtual bool CanRedo() = 0;
     /// The newest undoable edit, which moves to the redo side. The history keeps owning it.

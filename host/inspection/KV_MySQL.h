@@ -57,6 +57,7 @@ public:
     /// Sets `fields` in the rows that `condition` ("where id=7") names. Returns the number of rows changed.
     std::int64_t updateRecord(const std::string& table, const KV_Record& fields, const std::string& condition,
                               const std::vector<KV_Value>& bound = {});
+    /// Returns the number of rows deleted.
     std::int64_t deleteRecord(const std::string& table, const std::string& condition,
                               const std::vector<KV_Value>& bound = {});
 
@@ -67,6 +68,7 @@ public:
         ~Transaction();
         Transaction(const Transaction&) = delete;
         Transaction& operator=(const Transaction&) = delete;
+        /// Throws when the database refuses; then nothing of the transaction is stored.
         void commit();
 
     private:

@@ -24,11 +24,14 @@ enum KV_ObjectType : std::int32_t {
 class INSPECTIONDATA_API KV_BasicNode {
 public:
     KV_BasicNode();
+    /// Not stored yet: id and version are 0.
     KV_BasicNode(const std::string& name, const osg::Vec3d& coor);
     virtual ~KV_BasicNode();
 
+    /// Unique among the special objects of a project.
     const std::string& GetName() const { return m_name; }
     void SetName(const std::string& name) { m_name = name; }
+    /// x is the longitude, y the latitude, z the height.
     const osg::Vec3d& GetCoor() const { return m_coor; }
     void SetCoor(const osg::Vec3d& coor) { m_coor = coor; }
 
@@ -43,6 +46,7 @@ public:
     std::string m_attribute;    ///< GBK
 
 protected:
+    /// GBK.
     std::string m_name;
     osg::Vec3d m_coor;
 };
@@ -51,6 +55,7 @@ protected:
 class INSPECTIONDATA_API Special_Point : public KV_BasicNode {
 public:
     Special_Point();
+    /// Type code KV_SPECIAL_POINT.
     Special_Point(const std::string& name, const osg::Vec3d& coor);
     ~Special_Point() override;
 };
@@ -60,9 +65,11 @@ public:
 class INSPECTIONDATA_API Special_Region : public KV_BasicNode {
 public:
     Special_Region();
+    /// Type code KV_SPECIAL_AREA, no vertices, the colours below.
     Special_Region(const std::string& name, const osg::Vec3d& centre);
     ~Special_Region() override;
 
+    /// The outline is stored as WKT; an empty one keeps the vertices.
     void init_from_sqldata(const mysqlhelper::KV_Record& row) override;
     void evalute_record(mysqlhelper::KV_Record& fields) const override;
 
@@ -86,5 +93,6 @@ public:
 class INSPECTIONDATA_API Special_Area : public Special_Region {
 public:
     using Special_Region::Special_Region;
+    /// The same record under the other name; the type code stays.
     explicit Special_Area(const Special_Polygon& polygon) : Special_Region(polygon) {}
 };

@@ -18,5 +18,6 @@ public:
     void updateLayout();
 
 protected:
+    /// Made by the constructor; the derived dialog sets its text and buttons.
     titleBar* m_titleBar;
 };

@@ -23,5 +23,6 @@ protected:
     void keyPressEvent(QKeyEvent* event) override; ///< Esc closes the window
     void showEvent(QShowEvent* event) override;
 
+    /// Made by the constructor; the derived window sets its text and buttons.
     titleBar* m_titleBar;
 };

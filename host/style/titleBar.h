@@ -17,6 +17,7 @@ public:
     /// Which buttons the bar shows.
     enum ButtonType { MinMaxClose = 0, MinClose = 1, OnlyClose = 2 };
 
+    /// The bar drags the window that `parent` belongs to.
     explicit titleBar(QWidget* parent);
 
     /// `pointSize` is the text's size in points.
@@ -28,6 +29,7 @@ public:
     QString titleContent() const;
 
 signals:
+    /// A button was clicked; what follows is up to the window.
     void signalMinimize();
     void signalMaximize();
     void signalClose();

@@ -19,6 +19,7 @@ public:
     /// Its requestRedraw asks for a new frame after a change that the viewer cannot see by itself, on any
     /// thread.
     virtual osgViewer::View* getViewer() = 0;
+    /// The camera's bindings and viewpoints; a tool puts back what it rebinds.
     virtual osgEarth::Util::EarthManipulator* getManipulator() = 0;
     /// An ordinary group for its users: annotations are its children. Its map gives the spatial reference.
     virtual osgEarth::MapNode* getMapNode() = 0;

@@ -2,18 +2,20 @@
 
 #include <gtest/gtest.h>
 
+#include <QProcess>
+
 namespace {
 
 Options parsed(const QStringList& arguments) {
     const auto answer = parseOptions(arguments);
-    EXPECT_TRUE(std::holds_alternative<Options>(answer));
-    return std::holds_alternative<Options>(answer) ? std::get<Options>(answer) : Options{};
+    EXPECT_TRUE(answer);
+    return answer.value_or(Options{});
 }
 
 UsageAnswer refused(const QStringList& arguments) {
     const auto answer = parseOptions(arguments);
-    EXPECT_TRUE(std::holds_alternative<UsageAnswer>(answer));
-    return std::holds_alternative<UsageAnswer>(answer) ? std::get<UsageAnswer>(answer) : UsageAnswer{};
+    EXPECT_FALSE(answer);
+    return answer ? UsageAnswer{} : answer.error();
 }
 
 TEST(Options, NothingMeansAnEmptyWorkbench) {
@@ -48,6 +50,19 @@ TEST(Options, HelpIsNoError) {
     const UsageAnswer answer = refused({"--help"});
     EXPECT_EQ(answer.exitStatus, 0);
     EXPECT_TRUE(answer.text.contains("--headless"));
+    EXPECT_EQ(refused({"-h"}).exitStatus, 0);
+}
+
+TEST(Options, HelpNeedsNoDisplay) {
+    QProcess program;
+    QProcessEnvironment bare;
+    bare.insert("LC_ALL", "C.UTF-8");
+    program.setProcessEnvironment(bare);
+    program.start(WORKBENCH_PROGRAM, {"--help"});
+    ASSERT_TRUE(program.waitForFinished());
+    EXPECT_EQ(program.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(program.exitCode(), 0);
+    EXPECT_EQ(QString::fromUtf8(program.readAllStandardOutput()), usageText());
 }
 
 } // namespace

@@ -39,6 +39,25 @@ TEST(ProjectCommands, ComputeReportAndShapeDoTheWholeJob) {
     EXPECT_EQ(json["stations"].toArray().size(), 2);
 }
 
+TEST(ProjectCommands, ReportAndShapeLeaveTheirResultsAndNothingElse) {
+    const SmallProject project;
+    ASSERT_EQ(corridor({"compute", project.folder()}).status, 0);
+    const QString folder = project.beside("outputs");
+    ASSERT_TRUE(QDir().mkdir(folder));
+    ASSERT_EQ(corridor({"report", project.folder(), "--out", folder + "/report.pdf"}).status, 0);
+    ASSERT_EQ(corridor({"report", project.folder(), "--out", folder + "/report.odt"}).status, 0);
+    ASSERT_EQ(corridor({"shape", project.folder(), "--out", folder + "/shape"}).status, 0);
+    EXPECT_EQ(filesIn(folder), (QStringList{"report.odt", "report.pdf", "shape"}));
+    QStringList shapes{"corridor.gpkg"};
+    for (const char* layer : {"anomalies", "centerline", "stations"}) {
+        for (const char* ending : {"cpg", "dbf", "prj", "shp", "shx"}) {
+            shapes << QStringLiteral("%1.%2").arg(layer, ending);
+        }
+    }
+    shapes.sort();
+    EXPECT_EQ(filesIn(folder + "/shape"), shapes);
+}
+
 TEST(ProjectCommands, ComputeTakesSingleStations) {
     const SmallProject project;
     EXPECT_EQ(corridor({"compute", project.folder(), "--stations", "2"}).status, 0);

@@ -26,11 +26,10 @@ protected:
     BadInput() {
         m_request.oldRaster = m_folder.file("old.tif");
         m_request.newRaster = m_folder.file("new.tif");
-        m_request.dzRaster = m_folder.file("dz.tif");
         m_request.parameters.threads = 2;
         writeRaster(m_request.oldRaster, RasterPlan(), slope);
         writeRaster(m_request.newRaster, RasterPlan(), slope);
-        std::ofstream(m_request.dzRaster) << "an earlier result";
+        std::ofstream(m_dzRaster) << "an earlier result";
     }
 
     void expectOneLine(const Failure& failure, const std::string& file, const std::string& cause) {
@@ -43,14 +42,15 @@ protected:
     void expectFailure(const std::string& file, const std::string& cause) {
         const std::vector<std::string> before = m_folder.names();
         testing::internal::CaptureStderr();
-        const Failure failure = detectExpectingFailure(m_request);
+        const Failure failure = detectExpectingFailure(m_request, m_dzRaster);
         EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
         expectOneLine(failure, file, cause);
         EXPECT_EQ(m_folder.names(), before);
-        EXPECT_EQ(contentOf(m_request.dzRaster), "an earlier result");
+        EXPECT_EQ(contentOf(m_dzRaster), "an earlier result");
     }
 
     TemporaryFolder m_folder;
+    const std::string m_dzRaster = m_folder.file("dz.tif");
     Request m_request;
 };
 
@@ -157,20 +157,19 @@ TEST_F(BadInput, CancelLeavesNothingBehind) {
     const std::vector<std::string> before = m_folder.names();
     for (const double limit : {0.0, 0.2, 0.9}) {
         double last = 0.0;
-        const Failure failure = detectExpectingFailure(m_request, [&](double done) {
+        const Failure failure = detectExpectingFailure(m_request, m_dzRaster, [&](double done) {
             EXPECT_GE(done, last);
             last = done;
             return done <= limit;
         });
         EXPECT_TRUE(failure.cancelled);
         EXPECT_EQ(m_folder.names(), before);
-        EXPECT_EQ(contentOf(m_request.dzRaster), "an earlier result");
+        EXPECT_EQ(contentOf(m_dzRaster), "an earlier result");
     }
 }
 
 TEST_F(BadInput, FolderOfTheDifferenceRasterIsMissing) {
-    m_request.dzRaster = m_folder.file("nowhere/dz.tif");
-    const Failure failure = detectExpectingFailure(m_request);
+    const Failure failure = detectExpectingFailure(m_request, m_folder.file("nowhere/dz.tif"));
     expectOneLine(failure, "nowhere/dz.tif", "文件夹不存在");
 }
 
@@ -192,25 +191,21 @@ private:
 };
 
 TEST_F(BadInput, ReadOnlyFolderKeepsEarlierResults) {
-    const Changes result = [&] {
-        Request request = m_request;
-        request.dzRaster.clear();
-        return detectOrFail(request);
-    }();
+    const Changes result = detectOrFail(m_request);
     std::ofstream(m_folder.file("result.gpkg")) << "an earlier result";
     fs::permissions(m_folder.path(), static_cast<fs::perms>(0555));
     {
         const PlainUser user;
-        const Failure failure = detectExpectingFailure(m_request);
+        const Failure failure = detectExpectingFailure(m_request, m_dzRaster);
         expectOneLine(failure, "dz.tif", "不可写");
         for (const char* name : {"result.gpkg", "result.shp", "result.geojson"}) {
             const auto written = writeAnomalies(result.anomalies, result.srsWkt, m_folder.file(name));
             ASSERT_FALSE(written);
             expectOneLine(written.error(), name, "不可写");
         }
-        const auto written = writeSummary(result, m_request.parameters, m_folder.file("summary.json"));
-        ASSERT_FALSE(written);
-        expectOneLine(written.error(), "summary.json", "不可写");
+        const auto staged = StagedOutput::beside(m_folder.file("summary.json"));
+        ASSERT_FALSE(staged);
+        expectOneLine(staged.error(), "summary.json", "不可写");
     }
     fs::permissions(m_folder.path(), fs::perms::owner_all);
     EXPECT_EQ(contentOf(m_folder.file("result.gpkg")), "an earlier result");

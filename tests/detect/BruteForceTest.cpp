@@ -230,17 +230,15 @@ TEST(BruteForce, ResampledRunsAreIdenticalWhateverBlocksAndThreads) {
         request.parameters.threads = 1;
         request.parameters.blockRows = 0;
         const TemporaryFolder folder;
-        request.dzRaster = folder.file("a.tif");
-        const Changes first = detectOrFail(request);
+        const Changes first = detectOrFail(request, folder.file("a.tif"));
         EXPECT_GT(first.anomalies.size(), 10U);
-        const std::vector<float> dz = readRaster(request.dzRaster);
-        request.dzRaster = folder.file("b.tif");
+        const std::vector<float> dz = readRaster(folder.file("a.tif"));
         for (const int blockRows : {1, 9, 50}) {
             request.parameters.threads = 3;
             request.parameters.blockRows = blockRows;
             request.parameters.blockColumns = 2 * blockRows + 1;
-            expectIdentical(first, detectOrFail(request));
-            const std::vector<float> again = readRaster(request.dzRaster);
+            expectIdentical(first, detectOrFail(request, folder.file("b.tif")));
+            const std::vector<float> again = readRaster(folder.file("b.tif"));
             ASSERT_EQ(dz.size(), again.size());
             EXPECT_TRUE(std::equal(dz.begin(), dz.end(), again.begin(), [](float a, float b) {
                 return a == b || (std::isnan(a) && std::isnan(b));

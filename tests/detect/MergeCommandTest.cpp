@@ -39,12 +39,14 @@ protected:
         arguments.insert(arguments.end(), more.begin(), more.end());
         return runCorridor(arguments);
     }
-    ProgramRun merge(const std::vector<std::string>& pieces, const std::string& out) const {
+    ProgramRun merge(const std::vector<std::string>& pieces, const std::string& out,
+                     const std::vector<std::string>& more = {}) const {
         std::vector<std::string> arguments{"merge"};
         for (const std::string& piece : pieces) {
             arguments.push_back(m_folder.file(piece));
         }
         arguments.insert(arguments.end(), {"--out", m_folder.file(out)});
+        arguments.insert(arguments.end(), more.begin(), more.end());
         return runCorridor(arguments);
     }
 
@@ -97,6 +99,22 @@ TEST_F(MergeCommand, WindowsGiveTheFileAndTheTableOfOneRun) {
     expectIdentical(read("all.gpkg"), read("whole.gpkg"));
 }
 
+TEST_F(MergeCommand, TheFolderHoldsTheResultsAndNothingElse) {
+    const std::vector<std::string> before = m_folder.names();
+    std::vector<std::string> expected = detectWindows();
+    ASSERT_EQ(
+        detect("whole.gpkg", {"--dz", m_folder.file("dz.tif"), "--summary", m_folder.file("whole.json")})
+            .status,
+        0);
+    ASSERT_EQ(merge(expected, "all.gpkg", {"--summary", m_folder.file("all.json")}).status, 0);
+    expected.insert(expected.end(), before.begin(), before.end());
+    expected.insert(expected.end(), {"whole.gpkg", "dz.tif", "whole.json", "all.gpkg", "all.json"});
+    std::sort(expected.begin(), expected.end());
+    std::vector<std::string> names = m_folder.names();
+    std::sort(names.begin(), names.end());
+    EXPECT_EQ(names, expected);
+}
+
 TEST_F(MergeCommand, WindowBesideTheRastersIsNoError) {
     std::vector<std::string> names = detectWindows();
     ASSERT_EQ(detect("e.gpkg", {"--window", "90,0,40,40"}).status, 0);
@@ -141,12 +159,15 @@ TEST_F(MergeCommand, PieceFilesKeepEveryFigureToTheLastBit) {
     const Piece& piece = *found;
     EXPECT_GT(piece.seamRuns.runs.size(), 20U);
     EXPECT_GT(piece.anomalies.size(), 3U);
-    PieceFile file(m_folder.file("piece.gpkg"));
+    auto output = StagedOutput::beside(m_folder.file("piece.gpkg"));
+    ASSERT_TRUE(output);
+    PieceFile file(*output);
     ASSERT_TRUE(file.begin(piece.frame.srsWkt));
     for (const Anomaly& anomaly : piece.anomalies) {
         ASSERT_TRUE(file.take(anomaly));
     }
-    ASSERT_TRUE(file.commit(piece));
+    ASSERT_TRUE(file.close(piece));
+    ASSERT_TRUE(output->commit());
     const auto again = readPieceSeams(m_folder.file("piece.gpkg"));
     ASSERT_TRUE(again);
     const auto anomalies = readPieceAnomalies(m_folder.file("piece.gpkg"));

@@ -227,6 +227,7 @@ TEST_F(OddInput, TurnedGridsAreComparedWhereTheyLie) {
 }
 
 void writeSparse(const std::string& path, int tile, float raisedBy) {
+    GDALAllRegister();
     GDALDriver* driver = GetGDALDriverManager()->GetDriverByName("GTiff");
     CPLStringList options;
     for (const char* option : {"SPARSE_OK=TRUE", "TILED=YES", "COMPRESS=DEFLATE", "BIGTIFF=YES"}) {

@@ -239,12 +239,11 @@ TEST_F(Scene, AlignedRasterOfOtherExtentGivesUntouchedDifferences) {
     plan.toMap[3] -= 4.0;
     writeNew(plan, [](const Point& p) { return ground(p) + changeAt(kSceneChanges, p); });
     const TemporaryFolder folder;
-    m_request.dzRaster = folder.file("dz.tif");
     m_request.parameters.coregistration = CoregistrationMethod::None;
-    const Changes result = detectOrFail(m_request);
+    const Changes result = detectOrFail(m_request, folder.file("dz.tif"));
     expectChanges(result, kSceneChanges, 1e-3);
     EXPECT_EQ(result.cells, (280 - 10) * (220 - 8));
-    const std::vector<float> dz = readRaster(m_request.dzRaster);
+    const std::vector<float> dz = readRaster(folder.file("dz.tif"));
     ASSERT_EQ(dz.size(), static_cast<std::size_t>((280 - 10) * (220 - 8)));
     for (std::size_t i = 0; i < dz.size(); ++i) {
         const Point map = plan.centre(static_cast<int>(i % 270), static_cast<int>(i / 270));

@@ -132,12 +132,14 @@ TEST(Streaming, NamesFollowTheFirstCellsOnRandomRasters) {
 TEST(Streaming, AReceiverThatFailsEndsTheRun) {
     const TemporaryFolder folder;
     Request request = tallPair(400);
-    request.dzRaster = folder.file("dz.tif");
+    auto dz = std::make_optional(StagedOutput::beside(folder.file("dz.tif")).value());
+    request.dzRaster = &*dz;
     Watched receiver([](const Anomaly&) { return Unexpected(Failure{"the disk is full"}); });
     const auto outcome = detectChanges(request, receiver);
     ASSERT_FALSE(outcome);
     EXPECT_EQ(outcome.error().message, "the disk is full");
     EXPECT_EQ(receiver.taken, 1);
+    dz.reset();
     EXPECT_TRUE(folder.names().empty());
 }
 

@@ -4,35 +4,10 @@
 #include <ogr_geometry.h>
 #include <ogr_spatialref.h>
 
-#include <algorithm>
 #include <fstream>
 #include <iterator>
-#include <random>
 
 namespace detect::test {
-
-namespace fs = std::filesystem;
-
-TemporaryFolder::TemporaryFolder() {
-    std::random_device random;
-    m_path =
-        fs::temp_directory_path() / ("corridor-test-" + std::to_string(random()) + std::to_string(random()));
-    fs::create_directories(m_path);
-}
-
-TemporaryFolder::~TemporaryFolder() {
-    std::error_code ignored;
-    fs::remove_all(m_path, ignored);
-}
-
-std::vector<std::string> TemporaryFolder::names() const {
-    std::vector<std::string> found;
-    for (const auto& entry : fs::directory_iterator(m_path)) {
-        found.push_back(entry.path().filename().string());
-    }
-    std::sort(found.begin(), found.end());
-    return found;
-}
 
 Point RasterPlan::centre(int column, int row) const {
     return Affine{toMap}(column + 0.5, row + 0.5);
@@ -98,17 +73,22 @@ double Random::operator()() {
     return static_cast<double>((m_state * 2685821657736338717ULL) >> 11) / static_cast<double>(1ULL << 53);
 }
 
-Changes detectOrFail(const Request& request) {
-    auto outcome = detectChanges(request);
-    if (!outcome) {
-        ADD_FAILURE() << outcome.error().message;
-        return {};
-    }
-    return std::move(*outcome);
+static Changes valueOrFail(Result<Changes> outcome) {
+    EXPECT_TRUE(outcome) << outcome.error().message;
+    return std::move(outcome).value_or(Changes());
 }
 
-Failure detectExpectingFailure(const Request& request, const Progress& progress) {
-    auto outcome = detectChanges(request, progress);
+Changes detectOrFail(const Request& request) {
+    return valueOrFail(detectChanges(request));
+}
+
+Changes detectOrFail(const Request& request, const std::string& dzRaster) {
+    return valueOrFail(detectChangesAndDz(request, dzRaster));
+}
+
+Failure detectExpectingFailure(const Request& request, const std::string& dzRaster,
+                               const Progress& progress) {
+    auto outcome = detectChangesAndDz(request, dzRaster, progress);
     if (!outcome) {
         return outcome.error();
     }

@@ -2,33 +2,16 @@
 
 #include "detect/Detection.h"
 #include "detect/raster/Grid.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <gdal_priv.h>
 
-#include <filesystem>
 #include <functional>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace detect::test {
-
-/// A folder that goes with its object.
-class TemporaryFolder {
-public:
-    TemporaryFolder();
-    ~TemporaryFolder();
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-    std::string file(const std::string& name) const { return (m_path / name).string(); }
-    const std::filesystem::path& path() const { return m_path; }
-    /// Names of everything inside, hidden files too, sorted.
-    std::vector<std::string> names() const;
-
-private:
-    std::filesystem::path m_path;
-};
 
 /// A small elevation raster in the making.
 struct RasterPlan {
@@ -65,8 +48,11 @@ private:
 
 /// The result, or a test failure with the message and an empty result.
 Changes detectOrFail(const Request& request);
-/// The failure; a test failure when the work succeeds.
-Failure detectExpectingFailure(const Request& request, const Progress& progress = {});
+/// The same with dZ in a file.
+Changes detectOrFail(const Request& request, const std::string& dzRaster);
+/// The failure; a test failure when the work succeeds. `dzRaster` is a file to write.
+Failure detectExpectingFailure(const Request& request, const std::string& dzRaster,
+                               const Progress& progress = {});
 
 /// Whether the outline with its holes is a valid simple feature (GEOS).
 bool isValidPolygon(const Anomaly& anomaly);

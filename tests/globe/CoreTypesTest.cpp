@@ -104,7 +104,6 @@ TEST(TileKey, SharesItsEdgesWithItsNeighbours) {
     EXPECT_EQ(here.south(), TileKey(17, 210000, 40001, profile).getExtent().north());
     EXPECT_EQ(here.north(), TileKey(16, 105000, 20000, profile).getExtent().north());
     EXPECT_EQ(TileKey(16, 105000, 20000, profile).createChildKey(3).str(), "17/210001/40001");
-    EXPECT_EQ(TileKey(1, 3, 1, profile).createParentKey().str(), "0/1/0");
 }
 
 TEST(Version, ReportsTheInterfaceItOffers) {

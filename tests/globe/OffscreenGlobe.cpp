@@ -1,4 +1,5 @@
 #include "OffscreenGlobe.h"
+#include "OffscreenPicture.h"
 
 #include <osgDB/DatabasePager>
 #include <osgEarth/ElevationLayer>
@@ -13,46 +14,12 @@
 #include <thread>
 
 namespace globetest {
-namespace {
-
-// Copies the frame buffer at the end of a frame.
-class ReadBack : public osg::Camera::DrawCallback {
-public:
-    explicit ReadBack(osg::Image* image) : m_image(image) {}
-    void operator()(osg::RenderInfo& info) const override {
-        const osg::Viewport* viewport = info.getCurrentCamera()->getViewport();
-        m_image->readPixels(0, 0, static_cast<int>(viewport->width()), static_cast<int>(viewport->height()),
-                            GL_RGB, GL_UNSIGNED_BYTE);
-    }
-
-private:
-    osg::ref_ptr<osg::Image> m_image;
-};
-
-osg::ref_ptr<osg::GraphicsContext> offscreenContext(int width, int height) {
-    osg::ref_ptr<osg::GraphicsContext::Traits> traits = new osg::GraphicsContext::Traits();
-    traits->readDISPLAY();
-    traits->width = width;
-    traits->height = height;
-    traits->pbuffer = true;
-    traits->doubleBuffer = false;
-    traits->depth = 24;
-    traits->stencil = 8;
-    return osg::GraphicsContext::createGraphicsContext(traits);
-}
-
-} // namespace
 
 OffscreenGlobe::OffscreenGlobe(int width, int height, const osgEarth::TerrainOptions& options)
     : m_width(width), m_height(height), m_options(options), m_map(new osgEarth::Map()),
       m_manipulator(new osgEarth::Util::EarthManipulator()) {
-    m_viewer.setThreadingModel(osgViewer::ViewerBase::SingleThreaded);
+    drawOffscreen(m_viewer, width, height);
     osg::Camera* camera = m_viewer.getCamera();
-    camera->setGraphicsContext(offscreenContext(width, height));
-    camera->setViewport(0, 0, width, height);
-    camera->setDrawBuffer(GL_FRONT);
-    camera->setReadBuffer(GL_FRONT);
-    camera->setClearColor(osg::Vec4(0.0F, 0.0F, 0.0F, 1.0F));
     camera->setProjectionMatrixAsPerspective(30.0, static_cast<double>(width) / height, 1.0, 1.0e8);
     osgEarth::Util::LogarithmicDepthBuffer().install(camera);
     m_viewer.setKeyEventSetsDone(0);
@@ -120,11 +87,8 @@ bool OffscreenGlobe::frameUntil(const std::function<bool()>& condition, int maxF
 }
 
 osg::ref_ptr<osg::Image> OffscreenGlobe::picture() {
-    osg::ref_ptr<osg::Image> image = new osg::Image();
-    m_viewer.getCamera()->setFinalDrawCallback(new ReadBack(image));
-    frame();
-    m_viewer.getCamera()->setFinalDrawCallback(nullptr);
-    return image;
+    mapNode();
+    return nextFrame(m_viewer);
 }
 
 std::string worldVrt(const std::string& image, const std::string& vrtPath) {

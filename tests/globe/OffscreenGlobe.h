@@ -34,7 +34,7 @@ public:
     bool settle(int maxFrames = 5000);
     /// Draws frames until the condition holds; false after too many frames.
     bool frameUntil(const std::function<bool()>& condition, int maxFrames = 5000);
-    /// The picture of the next frame, rows from the bottom.
+    /// The picture of the next frame: RGB, rows from the bottom.
     osg::ref_ptr<osg::Image> picture();
 
 private:

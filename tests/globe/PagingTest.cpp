@@ -211,8 +211,8 @@ TEST_F(Paging, ReplacingALayerMakesOnlyItsOwnTilesAnew) {
     m_globe->frame();
     EXPECT_FALSE(seen->times.empty());
     EXPECT_LT(seen->times.size(), resident);
-    const GeoExtent covered =
-        dynamic_cast<TerrainLayer*>(m_globe->map()->getLayerByName("east"))->getExtent();
+    const GeoExtent covered(SpatialReference::get(east.srs), east.west, east.north - east.rows * east.cell,
+                            east.west + east.columns * east.cell, east.north);
     for (const auto& [key, times] : seen->times) {
         EXPECT_TRUE(key.getExtent().intersects(covered)) << key.str();
         EXPECT_EQ(times, 1) << key.str();

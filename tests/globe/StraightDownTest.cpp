@@ -26,7 +26,7 @@ protected:
     double headingOfTheCamera() {
         const osg::Matrixd camera = manipulator().getMatrix();
         osg::Matrixd worldToLocal;
-        m_place.createWorldToLocal(worldToLocal);
+        m_place.getSRS()->createWorldToLocal(m_place.vec3d(), worldToLocal);
         const osg::Vec3d up =
             osg::Matrixd::transform3x3(osg::Vec3d(camera(1, 0), camera(1, 1), camera(1, 2)), worldToLocal);
         EXPECT_NEAR(up.z(), 0.0, 1e-9) << "the picture is not upright";

@@ -1,26 +1,15 @@
 #include "TestRaster.h"
 
+#include "tests/support/TemporaryFolder.h"
+
 #include <gdal_priv.h>
 #include <ogr_spatialref.h>
 
-#include <filesystem>
 #include <memory>
 #include <vector>
 
 namespace globetest {
 namespace {
-
-struct Folder {
-    Folder() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "globe_tests_XXXXXX").string();
-        path = mkdtemp(pattern.data()) ? pattern : std::string();
-    }
-    ~Folder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path, ignored);
-    }
-    std::string path;
-};
 
 std::unique_ptr<GDALDataset> create(const std::string& path, const RasterPlace& place, int bands,
                                     GDALDataType type, const char* const* options = nullptr) {
@@ -50,8 +39,8 @@ double yOf(const RasterPlace& place, int row) {
 } // namespace
 
 std::string scratchFolder() {
-    static const Folder folder;
-    return folder.path;
+    static const TemporaryFolder folder;
+    return folder.path().string();
 }
 
 std::string writeHeights(const std::string& name, const RasterPlace& place, const HeightAt& heightAt,

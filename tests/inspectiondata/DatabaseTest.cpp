@@ -7,6 +7,7 @@
 #include "workbench/inspectiondata/database/StationTable.h"
 #include "workbench/inspectiondata/database/TableDescription.h"
 #include "workbench/inspectiondata/project/ServerAddress.h"
+#include "workbench/inspectiondata/text/AnomalyFields.h"
 
 #include <QDir>
 #include <QFile>
@@ -114,6 +115,14 @@ TEST_P(DatabaseTest, TwoSpecialObjectsOfOneKindCannotShareAName) {
     Special_Point(toGbk("阀室"), {114.0, 30.7, 50.0}).evalute_record(fields);
     m_opened.sql().insertRecord(tableName(KV_SPECIAL_POINT), fields);
     EXPECT_THROW(m_opened.sql().insertRecord(tableName(KV_SPECIAL_POINT), fields), KV_MySQL_Exception);
+}
+
+TEST_P(DatabaseTest, TheFieldsOfAnAnomalyAreTheColumnsOfItsTable) {
+    std::set<std::string> fields{"id", "version", "station_id"};
+    for (const AnomalyField& field : kAnomalyFields) {
+        EXPECT_TRUE(fields.insert(field.name).second) << field.name;
+    }
+    EXPECT_EQ(fields, columnNames(m_opened.sql(), kAnomalyTable));
 }
 
 TEST_P(DatabaseTest, AttributesAreStoredAndDeletedAnomaliesComeBackAsTheyWere) {

@@ -83,6 +83,46 @@ protected:
 };
 INSTANTIATE_TEST_SUITE_P(On, HistoryTest, kEachKind, kindName);
 
+TEST_P(HistoryTest, ManyRowsAreTakenBackAndMadeAgainLikeOne) {
+    constexpr int kRows = 1203; // more than two statements name
+    std::vector<RowEdit> edits;
+    std::vector<SeenRow> shown;
+    ASSERT_FALSE(m_history.perform("添加", [&](EditTransaction& edit) {
+        for (int i = 0; i < kRows; ++i) {
+            const std::int64_t id = edit.insert("special_point", point(std::to_string(i).c_str()));
+            edits.push_back({id, {{"attribute", "group " + std::to_string(i % 3)}}, edit.revision()});
+            shown.push_back({id, edit.revision()});
+        }
+    }));
+    const KV_Rows added = rows();
+    edits.push_back({edits.front().id, {{"attribute", std::string("twice")}}, 0});
+    ASSERT_FALSE(m_history.perform("编辑", [&](EditTransaction& edit) {
+        EXPECT_TRUE(edit.update("special_point", edits));
+        EXPECT_TRUE(edit.conflicts().empty());
+        EXPECT_EQ(edit.changes().size(), static_cast<std::size_t>(kRows));
+        EXPECT_EQ(edit.changes().back().id, shown.back().id) << "in the order in which they were given";
+    }));
+    const KV_Rows edited = rows();
+    ASSERT_EQ(edited.size(), static_cast<std::size_t>(kRows));
+    for (std::size_t i = 0; i < edited.size(); ++i) {
+        ASSERT_EQ(std::get<std::string>(edited[i].at("attribute")), "group " + std::to_string(i % 3));
+    }
+    ASSERT_FALSE(m_history.perform("删除", [&](EditTransaction& edit) {
+        edit.remove("special_point", shown);
+        edit.insert("special_point", point("0")); // the name of a row that has gone
+    }));
+    const KV_Rows replaced = rows();
+    ASSERT_EQ(replaced.size(), 1U);
+    for (const KV_Rows& before : {edited, added, KV_Rows()}) {
+        undo();
+        EXPECT_EQ(rows(), before);
+    }
+    for (const KV_Rows& after : {added, edited, replaced}) {
+        redo();
+        EXPECT_EQ(rows(), after);
+    }
+}
+
 TEST_P(HistoryTest, EachKindOfChangeIsTakenBackAndMadeAgainWithItsId) {
     const std::int64_t first = add("甲");
     const KV_Rows added = rows();

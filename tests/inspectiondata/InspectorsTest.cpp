@@ -25,8 +25,12 @@ struct Inspector {
     Inspector(const QString& url, const QString& inspectorName)
         : database(url.toStdString()), name(inspectorName) {
         history.setDatabase(&database, name);
-        QObject::connect(&history, &ProjectHistory::changedByOthers,
-                         [this](const RowChanges& changes) { seen = changes; });
+        QObject::connect(&history, &ProjectHistory::rowsChanged,
+                         [this](const RowChanges& changes, Showing showing) {
+                             if (showing == Showing::InPlace) {
+                                 seen = changes;
+                             }
+                         });
         QObject::connect(&history, &ProjectHistory::replacedByOthers, [this] { ++replacements; });
         QObject::connect(&history, &ProjectHistory::refused,
                          [this](const QString& message) { refusals << message; });

@@ -3,8 +3,10 @@
 #include "host/Gbk.h"
 #include "workbench/inspectiondata/output/InspectionData.h"
 #include "workbench/inspectiondata/output/Report.h"
+#include "workbench/inspectiondata/output/ReportFacts.h"
 #include "workbench/inspectiondata/output/ShapeOutput.h"
 #include "workbench/inspectiondata/project/Georeference.h"
+#include "workbench/inspectiondata/text/AnomalyFields.h"
 
 #include <QDir>
 #include <QFile>
@@ -193,6 +195,45 @@ TEST_F(OutputTest, ShapesOpenWithTheirReferenceSystemAndUtf8Texts) {
                     1.0);
         EXPECT_NE(feature->GetGeometryRef()->IsValid(), 0);
     }
+}
+
+TEST_F(OutputTest, ShapesHaveEveryFigureOfAnAnomalyInTheOrderThatOthersRely) {
+    const QString folder = m_opened.files.beside("shape");
+    ASSERT_FALSE(writeShapes(m_data, folder).has_value());
+    for (const QString& name : {folder + "/anomalies.shp", folder + "/corridor.gpkg"}) {
+        const GDALDatasetUniquePtr dataset(GDALDataset::Open(name.toUtf8().constData(), GDAL_OF_VECTOR));
+        OGRFeatureDefn* layer = dataset->GetLayerByName("anomalies")->GetLayerDefn();
+        QStringList written;
+        for (int field = 0; field < layer->GetFieldCount(); ++field) {
+            written << layer->GetFieldDefn(field)->GetNameRef();
+        }
+        EXPECT_EQ(written, QStringList({"name", "station", "kind", "area_m2", "volume_m3", "fill_m3",
+                                        "cut_m3", "dz_mean_m", "dz_max_m", "dz_min_m", "suggested",
+                                        "attribute", "lon", "lat", "chain_m", "offset_m", "dist_m", "hca"}));
+        for (const AnomalyField& field : kAnomalyFields) {
+            using Sort = AnomalyField::Sort;
+            const bool isTold = field.sort != Sort::Position && field.sort != Sort::Outline;
+            const QString told = field.sort == Sort::Place ? QString(field.name).remove("_deg") : field.name;
+            EXPECT_EQ(written.contains(told), isTold) << field.name;
+        }
+    }
+}
+
+TEST_F(OutputTest, ATableOfTheReportHasATextForEachColumn) {
+    const ReportFacts facts = reportFacts(m_data, Pipeline::read(m_data.project));
+    ASSERT_EQ(facts.anomalies.size(), 3U);
+    QStringList titles;
+    for (const ReportColumn& column : ReportFacts::columns()) {
+        titles << column.title;
+    }
+    EXPECT_EQ(titles, QStringList({"编号", "里程", "距管线 m", "经度 °", "纬度 °", "填/挖", "面积 m²",
+                                   "体积 m³", "平均dZ m", "极值dZ m", "建议类别", "核查结论", "高后果区"}));
+    const AnomalyFacts& first = facts.anomalies.front();
+    ASSERT_EQ(first.row.size(), titles.size());
+    EXPECT_EQ(first.row[ReportFacts::Area], QString::number(first.anomaly->areaSquareMetres, 'f', 1));
+    EXPECT_EQ(first.row[ReportFacts::Latitude], QString::number(first.anomaly->latDegrees, 'f', 6));
+    EXPECT_EQ(first.row[ReportFacts::Suggested], fromGbk(first.anomaly->suggested));
+    EXPECT_TRUE(first.row[ReportFacts::HighConsequenceAreas].isEmpty());
 }
 
 TEST_F(OutputTest, ShapesTellHowFarFromThePipeAndInWhichHighConsequenceArea) {

@@ -35,6 +35,7 @@ plugin="plugin commands anomaly special region"
 forbid "detection knows neither Qt nor the scene" 'Q[A-Z]|osg|host/|workbench/|samples/' detect
 forbid "the sample maker knows neither Qt nor the scene" 'Q[A-Z]|osg|host/|workbench/|detect/' samples
 forbid "the globe knows nothing of the product" 'Q[A-Z]|host/|workbench/|detect/|samples/|cli/' globe
+forbid "the arguments know nothing of the product" 'Q[A-Z]|osg|host/|workbench/|detect/|samples/|cli/' commandline
 forbid "the interfaces know no implementation" 'workbench/|plugin/|detect/|samples/|cli/' host
 forbid "the plug-in knows the interfaces only" 'workbench/|detect/|samples/|cli/' $plugin
 forbid "the workbench knows no plug-in" 'plugin/|commands/|anomaly/|special/|region/|cli/' workbench

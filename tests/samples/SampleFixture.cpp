@@ -2,29 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <random>
-
 namespace fs = std::filesystem;
-
-TemporaryFolder::TemporaryFolder() {
-    std::random_device device;
-    do {
-        m_path = fs::temp_directory_path() / ("corridor-samples-" + std::to_string(device()));
-    } while (!fs::create_directory(m_path));
-}
-
-TemporaryFolder::~TemporaryFolder() {
-    std::error_code ignored;
-    fs::remove_all(m_path, ignored);
-}
-
-std::vector<std::string> TemporaryFolder::entries() const {
-    std::vector<std::string> names;
-    for (const fs::directory_entry& entry : fs::directory_iterator(m_path)) {
-        names.push_back(entry.path().filename().string());
-    }
-    return names;
-}
 
 Raster readRaster(const fs::path& path) {
     GDALAllRegister();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "samples/SampleCorridor.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <gdal_priv.h>
 #include <ogrsf_frmts.h>
@@ -9,22 +10,6 @@
 #include <memory>
 #include <string>
 #include <vector>
-
-/// A folder that is gone when the test is over.
-class TemporaryFolder {
-public:
-    TemporaryFolder();
-    ~TemporaryFolder();
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-    const std::filesystem::path& path() const { return m_path; }
-    /// Names of everything inside, hidden entries included.
-    std::vector<std::string> entries() const;
-
-private:
-    std::filesystem::path m_path;
-};
 
 struct Raster {
     int columns = 0;

@@ -20,7 +20,7 @@ TEST(SampleRefusal, WrongSizesAreRefusedAndLeaveNothing) {
         options.cells = cells;
         EXPECT_NE(errorOf(options).find(std::to_string(cells)), std::string::npos) << cells;
     }
-    EXPECT_TRUE(home.entries().empty());
+    EXPECT_TRUE(home.names().empty());
 }
 
 TEST(SampleRefusal, NoFolderNameIsRefused) {
@@ -36,7 +36,7 @@ TEST(SampleRefusal, AFilledFolderIsLeftAlone) {
     EXPECT_NE(error.find("mine"), std::string::npos);
     EXPECT_EQ(error.find('\n'), std::string::npos);
     EXPECT_EQ(fs::file_size(folder / "notes.txt"), 4u);
-    EXPECT_EQ(home.entries(), std::vector<std::string>{"mine"});
+    EXPECT_EQ(home.names(), std::vector<std::string>{"mine"});
 }
 
 TEST(SampleRefusal, AFileInTheWayIsLeftAlone) {
@@ -51,7 +51,7 @@ TEST(SampleRefusal, AnEmptyFolderIsUsed) {
     fs::create_directory(home.path() / "empty");
     EXPECT_EQ(makeSmallSample(home.path() / "empty", 3), "");
     EXPECT_TRUE(fs::exists(home.path() / "empty" / "project.json"));
-    EXPECT_EQ(home.entries(), std::vector<std::string>{"empty"});
+    EXPECT_EQ(home.names(), std::vector<std::string>{"empty"});
 }
 
 TEST(SampleRefusal, CancellingLeavesNothing) {
@@ -67,5 +67,5 @@ TEST(SampleRefusal, CancellingLeavesNothing) {
     ASSERT_TRUE(error.has_value());
     EXPECT_GE(reached, 0.3);
     EXPECT_LT(reached, 1.0);
-    EXPECT_TRUE(home.entries().empty());
+    EXPECT_TRUE(home.names().empty());
 }

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <QFile>
+#include <QPainter>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
@@ -207,6 +208,31 @@ TEST_F(GlobeWidgetTest, AClickOnTheCompassTurnsTheViewNorthAndKeepsPlaceTiltAndR
     EXPECT_NEAR(after.range()->as(osgEarth::Units::METERS), 2.0e5, 10.0);
     EXPECT_NEAR(after.focalPoint()->x(), 109.0, 1e-4);
     EXPECT_NEAR(after.focalPoint()->y(), 34.0, 1e-4);
+}
+
+TEST_F(GlobeWidgetTest, AWorldPictureLiesWhereItsPlacesAre) {
+    const QTemporaryDir folder;
+    QImage picture(360, 180, QImage::Format_RGB32); // one pixel a degree
+    picture.fill(Qt::blue);
+    QPainter(&picture).fillRect(180 + 104, 90 - 39, 10, 10, Qt::red); // 104..114 east, 29..39 north
+    const std::string path = folder.filePath("world.png").toStdString();
+    ASSERT_TRUE(picture.save(QString::fromStdString(path)));
+    ASSERT_EQ(m_globe.map().addWorldBackdrop(path), std::nullopt);
+    const auto colourAt = [this](double lon, double lat) {
+        m_globe.getManipulator()->setViewpoint(osgEarth::Viewpoint("", lon, lat, 0.0, 0.0, -89.9, 1.0e6));
+        m_globe.requestRedraw();
+        EXPECT_TRUE(waitUntil([&] { return m_globe.isPictureComplete(); }, 20000));
+        return m_globe.grabFramebuffer().pixelColor(m_globe.width() / 2, m_globe.height() / 2);
+    };
+    const QColor inside = colourAt(105.0, 38.0);
+    EXPECT_GT(inside.red(), 2 * inside.blue());
+    const QColor beside = colourAt(103.0, 40.0);
+    EXPECT_GT(beside.blue(), 2 * beside.red());
+}
+
+TEST_F(GlobeWidgetTest, AWorldPictureThatCannotBeReadIsNamed) {
+    EXPECT_EQ(m_globe.map().addWorldBackdrop("/nowhere/world.png"),
+              std::optional<std::string>("/nowhere/world.png: cannot be read"));
 }
 
 TEST_F(GlobeWidgetTest, TheSkyIsBlueFromTheGroundAndDarkFromSpace) {

@@ -1,43 +1,59 @@
 #include "workbench/app/Options.h"
 
-#include <QCommandLineParser>
+#include "commandline/Options.h"
 
 namespace {
 
 constexpr int kWrongUse = 2;
 
+tl::unexpected<UsageAnswer> wrongUse(const QString& message) {
+    return tl::unexpected<UsageAnswer>(UsageAnswer{message + '\n', kWrongUse});
+}
+
+std::vector<std::string> inUtf8(const QStringList& arguments) {
+    std::vector<std::string> texts;
+    for (const QString& argument : arguments) {
+        texts.push_back(argument.toStdString());
+    }
+    return texts;
+}
+
 } // namespace
 
-std::variant<Options, UsageAnswer> parseOptions(const QStringList& arguments) {
-    QCommandLineParser parser;
-    parser.setApplicationDescription("Corridor workbench: pipeline corridor inspection on a globe");
-    const QCommandLineOption help = parser.addHelpOption();
-    parser.addPositionalArgument("project", "Project folder to open.", "[PROJECT]");
-    const QCommandLineOption oldRaster("old", "Surface model of the old epoch.", "FILE");
-    const QCommandLineOption newRaster("new", "Surface model of the new epoch.", "FILE");
-    const QCommandLineOption headless("headless", "Do the whole job and leave its results in DIR.", "DIR");
-    const QCommandLineOption plugin("tools", "Tool plug-in to load instead of the one beside the program.",
-                                    "FILE");
-    parser.addOptions({oldRaster, newRaster, headless, plugin});
+bool asksForHelp(const QStringList& arguments) {
+    return arguments.contains("--help") || arguments.contains("-h");
+}
 
-    if (!parser.parse(QStringList("corridor-workbench") + arguments)) {
-        return UsageAnswer{parser.errorText() + '\n', kWrongUse};
-    }
-    if (parser.isSet(help)) {
-        return UsageAnswer{parser.helpText(), 0};
-    }
-    if (parser.isSet(oldRaster) != parser.isSet(newRaster)) {
-        return UsageAnswer{"--old and --new go together\n", kWrongUse};
-    }
-    if (parser.positionalArguments().size() > 1) {
-        return UsageAnswer{"more than one project named\n", kWrongUse};
-    }
+QString usageText() {
+    return QStringLiteral(
+        "用法：corridor-workbench [PROJECT] [--old FILE --new FILE] [--headless DIR] [--tools FILE]\n"
+        "  PROJECT     要打开的工程文件夹\n"
+        "  --old       旧期表面模型，与 --new 一起给出\n"
+        "  --new       新期表面模型\n"
+        "  --headless  无人值守地完成全部工作，结果存入 DIR\n"
+        "  --tools     要加载的工具插件，默认为程序旁边的插件\n");
+}
 
+tl::expected<Options, UsageAnswer> parseOptions(const QStringList& arguments) {
+    if (asksForHelp(arguments)) {
+        return tl::unexpected<UsageAnswer>(UsageAnswer{usageText(), 0});
+    }
+    const auto given =
+        commandline::parseOptions(inUtf8(arguments), {{"--old", "--new", "--headless", "--tools"}, {}, 1});
+    if (!given) {
+        return wrongUse(QString::fromStdString(given.error().message));
+    }
+    if (given->has("--old") != given->has("--new")) {
+        return wrongUse(QStringLiteral("--old 和 --new 必须一起给出"));
+    }
+    const auto valueOf = [&given](const char* name) { return QString::fromStdString(given->value(name)); };
     Options options;
-    options.projectFolder = parser.positionalArguments().value(0);
-    options.oldRaster = parser.value(oldRaster);
-    options.newRaster = parser.value(newRaster);
-    options.headlessFolder = parser.value(headless);
-    options.pluginFile = parser.value(plugin);
+    if (!given->positional.empty()) {
+        options.projectFolder = QString::fromStdString(given->positional.front());
+    }
+    options.oldRaster = valueOf("--old");
+    options.newRaster = valueOf("--new");
+    options.headlessFolder = valueOf("--headless");
+    options.pluginFile = valueOf("--tools");
     return options;
 }

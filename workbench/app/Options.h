@@ -1,9 +1,9 @@
 #pragma once
 
+#include <tl/expected.hpp>
+
 #include <QString>
 #include <QStringList>
-
-#include <variant>
 
 /// What the command line asks of the workbench.
 struct Options {
@@ -20,5 +20,11 @@ struct UsageAnswer {
     int exitStatus = 0;
 };
 
+/// Whether "--help" or "-h" is among the arguments; then no display is needed, nor a QApplication.
+bool asksForHelp(const QStringList& arguments);
+
+/// What the program can be asked, in Chinese.
+QString usageText();
+
 /// `arguments` without the program's name.
-std::variant<Options, UsageAnswer> parseOptions(const QStringList& arguments);
+tl::expected<Options, UsageAnswer> parseOptions(const QStringList& arguments);

@@ -120,18 +120,22 @@ int main(int argc, char** argv) {
     sinceStart.start();
     detect::silenceTiff();
     inspection::useUtf8Locale();
+    if (asksForHelp(QStringList(argv, argv + argc))) {
+        QTextStream(stdout) << usageText();
+        return 0;
+    }
     GlobeWidget::installSurfaceFormat();
     QApplication application(argc, argv);
     QCoreApplication::setApplicationName("corridor");
 
-    std::variant<Options, UsageAnswer> parsed = parseOptions(QCoreApplication::arguments().mid(1));
-    if (const auto* answer = std::get_if<UsageAnswer>(&parsed)) {
-        QTextStream(answer->exitStatus == 0 ? stdout : stderr) << answer->text;
-        return answer->exitStatus;
+    auto options = parseOptions(QCoreApplication::arguments().mid(1)); // less those that Qt took
+    if (!options) {
+        const UsageAnswer& answer = options.error();
+        QTextStream(answer.exitStatus == 0 ? stdout : stderr) << answer.text;
+        return answer.exitStatus;
     }
-    auto& options = std::get<Options>(parsed);
-    makePathsAbsolute(options);
+    makePathsAbsolute(*options);
     enterWorkingDirectory();
     applyTheme(application);
-    return runWorkbench(options, sinceStart);
+    return runWorkbench(*options, sinceStart);
 }

@@ -11,11 +11,11 @@
 #include <osgEarthDrivers/gdal/GDALOptions>
 #endif
 
-#include <osgDB/FileUtils>
-
 #include <gdal.h>
+#include <gdal_utils.h>
 
 #include <algorithm>
+#include <memory>
 #include <vector>
 
 namespace {
@@ -56,23 +56,26 @@ std::optional<std::string> addLayer(osgEarth::Map& map, osgEarth::TerrainLayer* 
     return reason;
 }
 
-// A picture carries no georeference; a virtual raster around it does.
-std::string plateCarreeRaster(const std::string& picturePath, int width, int height) {
-    const std::string cell = std::to_string(360.0 / width) + ", 0, 90, 0, " + std::to_string(-180.0 / height);
-    std::string bands;
-    for (int band = 1; band <= 3; ++band) {
-        const std::string number = std::to_string(band);
-        bands.append("<VRTRasterBand dataType=\"Byte\" band=\"")
-            .append(number)
-            .append("\"><SimpleSource><SourceFilename relativeToVRT=\"0\">")
-            .append(picturePath)
-            .append("</SourceFilename><SourceBand>")
-            .append(number)
-            .append("</SourceBand></SimpleSource></VRTRasterBand>");
+struct CloseDataset {
+    void operator()(void* dataset) const { GDALClose(dataset); }
+};
+using Dataset = std::unique_ptr<void, CloseDataset>;
+
+// A picture carries no georeference; a virtual raster around it does. Its description can be opened like a file.
+// Empty when GDAL cannot use the picture.
+std::string plateCarreeRaster(const std::string& picturePath) {
+    GDALAllRegister();
+    const Dataset picture(GDALOpen(picturePath.c_str(), GA_ReadOnly));
+    if (!picture) {
+        return {};
     }
-    return "<VRTDataset rasterXSize=\"" + std::to_string(width) + "\" rasterYSize=\"" +
-           std::to_string(height) + "\"><SRS>EPSG:4326</SRS><GeoTransform>-180, " + cell + "</GeoTransform>" +
-           bands + "</VRTDataset>";
+    const char* const arguments[] = {"-of",    "VRT",       "-b",      "1",    "-b", "2",   "-b",  "3",
+                                     "-a_srs", "EPSG:4326", "-a_ullr", "-180", "90", "180", "-90", nullptr};
+    GDALTranslateOptions* options = GDALTranslateOptionsNew(const_cast<char**>(arguments), nullptr);
+    const Dataset raster(GDALTranslate("", picture.get(), options, nullptr));
+    GDALTranslateOptionsFree(options);
+    char** description = raster ? GDALGetMetadata(raster.get(), "xml:VRT") : nullptr;
+    return description ? description[0] : "";
 }
 
 } // namespace
@@ -83,14 +86,10 @@ GlobeMap::GlobeMap() {
 }
 
 std::optional<std::string> GlobeMap::addWorldBackdrop(const std::string& picturePath) {
-    GDALAllRegister();
-    GDALDatasetH picture = GDALOpen(picturePath.c_str(), GA_ReadOnly);
-    if (!picture) {
+    const std::string raster = plateCarreeRaster(picturePath);
+    if (raster.empty()) {
         return picturePath + ": cannot be read";
     }
-    const std::string raster =
-        plateCarreeRaster(picturePath, GDALGetRasterXSize(picture), GDALGetRasterYSize(picture));
-    GDALClose(picture);
     return addImagery("world", raster);
 }
 

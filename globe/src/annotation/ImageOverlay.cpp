@@ -75,22 +75,6 @@ osg::Vec2d ImageOverlay::getCenter() const {
     return (m_lowerLeft + m_lowerRight + m_upperLeft + m_upperRight) * 0.25;
 }
 
-osg::Vec2d ImageOverlay::getControlPoint(ControlPoint point) const {
-    switch (point) {
-    case CONTROLPOINT_LOWER_LEFT:
-        return m_lowerLeft;
-    case CONTROLPOINT_LOWER_RIGHT:
-        return m_lowerRight;
-    case CONTROLPOINT_UPPER_LEFT:
-        return m_upperLeft;
-    case CONTROLPOINT_UPPER_RIGHT:
-        return m_upperRight;
-    case CONTROLPOINT_CENTER:
-        break;
-    }
-    return getCenter();
-}
-
 void ImageOverlay::setCenter(double lonDegrees, double latDegrees) {
     const osg::Vec2d shift = osg::Vec2d(lonDegrees, latDegrees) - getCenter();
     setCorners(m_lowerLeft + shift, m_lowerRight + shift, m_upperLeft + shift, m_upperRight + shift);

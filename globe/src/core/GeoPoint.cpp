@@ -114,10 +114,6 @@ bool GeoPoint::createLocalToWorld(osg::Matrixd& out) const {
     return isValid() && m_srs->createLocalToWorld(m_p, out);
 }
 
-bool GeoPoint::createWorldToLocal(osg::Matrixd& out) const {
-    return isValid() && m_srs->createWorldToLocal(m_p, out);
-}
-
 bool GeoPoint::createWorldUpVector(osg::Vec3d& out) const {
     osg::Matrixd localToWorld;
     if (!createLocalToWorld(localToWorld)) {

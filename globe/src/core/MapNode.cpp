@@ -27,12 +27,12 @@ MapNode::MapNode() : MapNode(new Map()) {}
 MapNode::MapNode(Map* map) : MapNode(map, MapNodeOptions()) {}
 
 MapNode::MapNode(Map* map, const MapNodeOptions& options)
-    : m_map(map ? map : new Map()), m_options(options),
+    : m_map(map ? map : new Map()),
       m_engine(new TerrainEngineNode(m_map.get(), options.getTerrainOptions())) {
     setName("osgEarth::MapNode");
     addChild(m_engine);
-    if (m_options.enableLighting().isSet()) {
-        const bool lit = m_options.enableLighting().get();
+    if (options.enableLighting().isSet()) {
+        const bool lit = options.enableLighting().get();
         getOrCreateStateSet()->setMode(GL_LIGHTING, lit ? osg::StateAttribute::ON : osg::StateAttribute::OFF);
         m_engine->getOrCreateStateSet()
             ->getOrCreateUniform("oe_terrain_relief", osg::Uniform::FLOAT)

@@ -9,7 +9,7 @@
 namespace osgEarth {
 
 TerrainLayer::TerrainLayer(const TerrainLayerOptions& options) : m_options(options) {
-    setName(options.name().get());
+    setName(options.name());
 }
 
 const Status& TerrainLayer::open() {
@@ -18,9 +18,9 @@ const Status& TerrainLayer::open() {
     }
     m_opened = true;
     Status status;
-    const std::string location = m_options.driver()->rasterUrl()->full();
+    const std::string location = m_options.driver().rasterUrl()->full();
     if (location.empty()) {
-        status = Status(Status::ConfigurationError, "no raster given");
+        status = Status("no raster given");
     } else {
         m_raster = RasterSource::open(location, status);
     }
@@ -42,10 +42,6 @@ int TerrainLayer::getAppearanceRevision() const {
 
 float TerrainLayer::getPreparation() const {
     return m_raster ? m_raster->preparation() : 1.0F;
-}
-
-GeoExtent TerrainLayer::getExtent() const {
-    return m_raster ? m_raster->extent() : GeoExtent();
 }
 
 void TerrainLayer::setVisible(bool visible) {

@@ -22,10 +22,6 @@ TileKey TileKey::createChildKey(unsigned quadrant) const {
     return {m_lod + 1, m_x * 2 + (quadrant & 1U), m_y * 2 + (quadrant >> 1U), m_profile.get()};
 }
 
-TileKey TileKey::createParentKey() const {
-    return m_lod == 0 ? TileKey() : TileKey(m_lod - 1, m_x / 2, m_y / 2, m_profile.get());
-}
-
 std::string TileKey::str() const {
     return std::to_string(m_lod) + "/" + std::to_string(m_x) + "/" + std::to_string(m_y);
 }

@@ -9,9 +9,7 @@ namespace osgEarth {
 const Units Units::METERS("meters", "m", TYPE_LINEAR, 1.0);
 const Units Units::KILOMETERS("kilometers", "km", TYPE_LINEAR, 1000.0);
 const Units Units::CENTIMETERS("centimeters", "cm", TYPE_LINEAR, 0.01);
-const Units Units::MILLIMETERS("millimeters", "mm", TYPE_LINEAR, 0.001);
 const Units Units::FEET("feet", "ft", TYPE_LINEAR, 0.3048);
-const Units Units::YARDS("yards", "yd", TYPE_LINEAR, 0.9144);
 const Units Units::MILES("miles", "mi", TYPE_LINEAR, 1609.344);
 const Units Units::NAUTICAL_MILES("nautical miles", "nm", TYPE_LINEAR, 1852.0);
 const Units Units::DEGREES("degrees", "\xC2\xB0", TYPE_ANGULAR, osg::PI / 180.0);
@@ -19,12 +17,9 @@ const Units Units::RADIANS("radians", "rad", TYPE_ANGULAR, 1.0);
 const Units Units::SECONDS("seconds", "s", TYPE_TEMPORAL, 1.0);
 const Units Units::MINUTES("minutes", "min", TYPE_TEMPORAL, 60.0);
 const Units Units::HOURS("hours", "h", TYPE_TEMPORAL, 3600.0);
-const Units Units::DAYS("days", "d", TYPE_TEMPORAL, 86400.0);
 const Units Units::MILLISECONDS("milliseconds", "ms", TYPE_TEMPORAL, 0.001);
 const Units Units::METERS_PER_SECOND("meters per second", "m/s", TYPE_SPEED, 1.0);
 const Units Units::KILOMETERS_PER_HOUR("kilometers per hour", "km/h", TYPE_SPEED, 1.0 / 3.6);
-const Units Units::MILES_PER_HOUR("miles per hour", "mph", TYPE_SPEED, 0.44704);
-const Units Units::KNOTS("knots", "kts", TYPE_SPEED, 1852.0 / 3600.0);
 const Units Units::PIXELS("pixels", "px", TYPE_SCREEN_SIZE, 1.0);
 
 Units::Units() = default;

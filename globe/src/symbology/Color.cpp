@@ -1,19 +1,11 @@
 #include <osgEarthSymbology/Color>
 
-#include <algorithm>
-#include <cmath>
-#include <cstdio>
-
 namespace osgEarth {
 namespace Symbology {
 namespace {
 
 float component(unsigned value, int shift) {
     return static_cast<float>((value >> shift) & 0xFFu) / 255.0f;
-}
-
-unsigned byteOf(float value) {
-    return static_cast<unsigned>(std::lround(std::clamp(value, 0.0f, 1.0f) * 255.0f));
 }
 
 std::string hexDigits(const std::string& html) {
@@ -52,17 +44,6 @@ Color::Color(const std::string& html, Format format) : Color() {
     if (digits.size() == 8) {
         *this = Color(static_cast<unsigned>(std::stoul(digits, nullptr, 16)), format);
     }
-}
-
-unsigned Color::as(Format format) const {
-    return format == RGBA ? byteOf(r()) << 24 | byteOf(g()) << 16 | byteOf(b()) << 8 | byteOf(a())
-                          : byteOf(a()) << 24 | byteOf(b()) << 16 | byteOf(g()) << 8 | byteOf(r());
-}
-
-std::string Color::toHTML() const {
-    char text[16];
-    std::snprintf(text, sizeof text, "#%08x", as(RGBA));
-    return text;
 }
 
 // The sixteen colours of HTML 4 and a few more.

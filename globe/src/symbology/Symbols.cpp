@@ -14,7 +14,7 @@ Stroke::Stroke() : Stroke(Color()) {}
 Stroke::Stroke(float r, float g, float b, float a) : Stroke(Color(r, g, b, a)) {}
 Stroke::Stroke(const Color& color)
     : m_color(color), m_width(1.0f), m_widthUnits(Units::PIXELS), m_minPixels(0.0f), m_stipplePattern(0xFFFF),
-      m_stippleFactor(1u), m_lineCap(LINECAP_FLAT), m_lineJoin(LINEJOIN_ROUND) {}
+      m_stippleFactor(1u) {}
 
 PolygonSymbol::PolygonSymbol() : m_outline(true) {}
 PolygonSymbol::PolygonSymbol(const PolygonSymbol& rhs, const osg::CopyOp& op)

@@ -27,7 +27,7 @@ void registerDrivers() {
 Status failureOf(const std::string& location, const std::string& cause) {
     std::string message = location + ": " + cause;
     std::replace(message.begin(), message.end(), '\n', ' ');
-    return {Status::ResourceUnavailable, message};
+    return Status(message);
 }
 
 class QuietErrors {

@@ -5,8 +5,8 @@
 
 namespace osgEarth {
 
-TileContext::TileContext(osg::ref_ptr<const Profile> profile, const TerrainOptions& options)
-    : m_profile(std::move(profile)), m_options(options), m_index(std::make_shared<TileIndex>()),
+TileContext::TileContext(const osg::ref_ptr<const Profile>& profile, const TerrainOptions& options)
+    : m_profile(profile), m_options(options), m_index(std::make_shared<TileIndex>()),
       m_layers(std::make_shared<LayerStack>()) {}
 
 std::shared_ptr<const LayerStack> TileContext::layers() const {

@@ -29,7 +29,7 @@ struct TileView {
 /// said.
 class TileContext : public std::enable_shared_from_this<TileContext> {
 public:
-    TileContext(osg::ref_ptr<const Profile> profile, const TerrainOptions& options);
+    TileContext(const osg::ref_ptr<const Profile>& profile, const TerrainOptions& options);
 
     const Profile* profile() const { return m_profile.get(); }
     const TerrainOptions& options() const { return m_options; }

@@ -41,11 +41,6 @@ osg::Matrixd CameraPose::cameraToWorld() const {
     return cameraToLocal * localToWorld;
 }
 
-osg::Vec3d CameraPose::forward() const {
-    const osg::Matrixd m = cameraToWorld();
-    return {-m(2, 0), -m(2, 1), -m(2, 2)};
-}
-
 Viewpoint CameraPose::viewpoint() const {
     Viewpoint viewpoint;
     viewpoint.focalPoint() = GeoPoint(m_srs.get(), m_focalPoint, ALTMODE_ABSOLUTE);

@@ -28,7 +28,6 @@ public:
     /// The camera's axes and place in the world: x right, y up, z backwards.
     osg::Matrixd cameraToWorld() const;
     osg::Vec3d eye() const { return cameraToWorld().getTrans(); }
-    osg::Vec3d forward() const;
     Viewpoint viewpoint() const;
 
     /// Moves the focal point and keeps its height. With a locked azimuth the heading stays, otherwise the

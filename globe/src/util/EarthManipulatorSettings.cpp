@@ -74,22 +74,6 @@ double EarthManipulator::ActionOptions::get(ActionOptionType option, double fall
     return found != rend() ? found->number : fallback;
 }
 
-EarthManipulator::Settings::Settings(const Settings& rhs) : osg::Referenced(rhs) {
-    m_bindings = rhs.m_bindings;
-    m_mouseSensitivity = rhs.m_mouseSensitivity;
-    m_keyboardSensitivity = rhs.m_keyboardSensitivity;
-    m_scrollSensitivity = rhs.m_scrollSensitivity;
-    m_minPitch = rhs.m_minPitch;
-    m_maxPitch = rhs.m_maxPitch;
-    m_minDistance = rhs.m_minDistance;
-    m_maxDistance = rhs.m_maxDistance;
-    m_arcTransitions = rhs.m_arcTransitions;
-    m_autoDuration = rhs.m_autoDuration;
-    m_terrainAvoidance = rhs.m_terrainAvoidance;
-    m_throwing = rhs.m_throwing;
-    m_lockAzimuth = rhs.m_lockAzimuth;
-}
-
 void EarthManipulator::Settings::bind(int eventType, int input, int modifiers, ActionType action,
                                       const ActionOptions& options) {
     for (const int mask : alternativesOf(modifiers)) {

@@ -13,7 +13,6 @@ public:
     /// The pose at a time; the first call sets the start. At the end it is the target itself.
     CameraPose poseAt(double seconds);
     bool isOver() const { return m_isOver; }
-    const CameraPose& target() const { return m_to; }
 
 private:
     osg::Vec3d focalPointAt(double part) const;

@@ -88,7 +88,7 @@ TEST(ImageOverlay, EdgesAndCenterMoveCornersAndLatitudesAreClamped) {
     overlay->setBounds(Bounds(0.0, 0.0, 2.0, 2.0));
     overlay->setCenter(11.0, 21.0);
     EXPECT_EQ(overlay->getLowerLeft(), osg::Vec2d(10.0, 20.0));
-    EXPECT_EQ(overlay->getControlPoint(ImageOverlay::CONTROLPOINT_UPPER_RIGHT), osg::Vec2d(12.0, 22.0));
+    EXPECT_EQ(overlay->getUpperRight(), osg::Vec2d(12.0, 22.0));
 }
 
 TEST(ImageOverlay, LiesOnTheTerrainWithItsPictureUpright) {

@@ -1,4 +1,5 @@
 #include "Pictures.h"
+#include "../OffscreenPicture.h"
 
 #include <gtest/gtest.h>
 #include <osg/Geometry>
@@ -7,46 +8,13 @@
 #include <cstdlib>
 
 namespace drawingtest {
-namespace {
-
-class ReadBack : public osg::Camera::DrawCallback {
-public:
-    explicit ReadBack(osg::Image* image) : m_image(image) {}
-    void operator()(osg::RenderInfo& info) const override {
-        const osg::Viewport* viewport = info.getCurrentCamera()->getViewport();
-        m_image->readPixels(0, 0, static_cast<int>(viewport->width()), static_cast<int>(viewport->height()),
-                            GL_RGB, GL_UNSIGNED_BYTE);
-    }
-
-private:
-    osg::ref_ptr<osg::Image> m_image;
-};
-
-osg::ref_ptr<osg::GraphicsContext> offscreenContext(int size) {
-    osg::ref_ptr<osg::GraphicsContext::Traits> traits = new osg::GraphicsContext::Traits;
-    traits->readDISPLAY();
-    traits->width = size;
-    traits->height = size;
-    traits->pbuffer = true;
-    traits->doubleBuffer = false;
-    traits->depth = 24;
-    return osg::GraphicsContext::createGraphicsContext(traits);
-}
-
-} // namespace
 
 Canvas::Canvas(int size) {
-    stayConnected();
-    m_viewer.setThreadingModel(osgViewer::ViewerBase::SingleThreaded);
-    osg::Camera* camera = m_viewer.getCamera();
-    camera->setGraphicsContext(offscreenContext(size));
-    if (!camera->getGraphicsContext()) {
+    globetest::stayConnected();
+    if (!globetest::drawOffscreen(m_viewer, size, size)) {
         throw std::runtime_error("no graphics context: these tests need a display");
     }
-    camera->setViewport(0, 0, size, size);
-    camera->setDrawBuffer(GL_FRONT);
-    camera->setReadBuffer(GL_FRONT);
-    camera->setClearColor(osg::Vec4(0.0f, 0.0f, 0.0f, 1.0f));
+    osg::Camera* camera = m_viewer.getCamera();
     camera->setProjectionMatrixAsOrtho(-1.0, 1.0, -1.0, 1.0, -1.0, 1.0);
     camera->setViewMatrix(osg::Matrix::identity());
     camera->setComputeNearFarMode(osg::CullSettings::DO_NOT_COMPUTE_NEAR_FAR);
@@ -58,19 +26,7 @@ Canvas::Canvas(int size) {
 osg::ref_ptr<osg::Image> Canvas::draw(osg::Node* scene) {
     m_viewer.setSceneData(scene);
     m_viewer.getCamera()->setViewMatrix(osg::Matrix::identity());
-    return nextFrame(m_viewer);
-}
-
-void stayConnected() {
-    static const osg::ref_ptr<osg::GraphicsContext> connection = offscreenContext(1);
-}
-
-osg::ref_ptr<osg::Image> nextFrame(osgViewer::Viewer& viewer) {
-    osg::ref_ptr<osg::Image> image = new osg::Image;
-    viewer.getCamera()->setFinalDrawCallback(new ReadBack(image));
-    viewer.frame();
-    viewer.getCamera()->setFinalDrawCallback(nullptr);
-    return image;
+    return globetest::nextFrame(m_viewer);
 }
 
 osg::ref_ptr<osg::Geometry> square(const osg::Vec4& color) {

@@ -24,9 +24,6 @@ private:
     osgViewer::Viewer m_viewer;
 };
 
-/// The picture of the next frame of a viewer.
-osg::ref_ptr<osg::Image> nextFrame(osgViewer::Viewer& viewer);
-
 /// A square in one colour from -0.5 to 0.5.
 osg::ref_ptr<osg::Geometry> square(const osg::Vec4& color);
 
@@ -39,10 +36,6 @@ int count(const osg::Image& image, const std::function<bool(const osg::Vec3i&)>&
 
 /// Pixels that differ in any channel by more than the tolerance.
 int differences(const osg::Image& a, const osg::Image& b, int tolerance = 8);
-
-/// Keeps the display connected between tests: a virtual one starts anew when its last client leaves, and a
-/// client that comes at that moment is turned away.
-void stayConnected();
 
 /// Writes a picture below the folder that CORRIDOR_TEST_PICTURES names, if it does.
 void keep(const osg::Image& image, const std::string& name);

@@ -99,7 +99,6 @@ TEST(Color, ReadsHtmlText) {
     EXPECT_EQ(Color("00ff0000"), Color(0.0f, 1.0f, 0.0f, 0.0f));
     EXPECT_EQ(Color("#40ff0000", Color::ABGR), Color(0.0f, 0.0f, 1.0f, 64.0f / 255.0f));
     EXPECT_EQ(Color("no colour"), Color::White);
-    EXPECT_EQ(Color("#12345678").toHTML(), "#12345678");
 }
 
 TEST(Color, KeepsComponentsBeyondOne) {

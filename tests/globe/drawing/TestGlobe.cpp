@@ -1,13 +1,12 @@
 #include "TestGlobe.h"
-#include "Pictures.h"
+#include "../OffscreenPicture.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <filesystem>
 #include <gdal_priv.h>
 #include <stdexcept>
-#include <unistd.h>
 
 namespace drawingtest {
 namespace {
@@ -18,14 +17,12 @@ constexpr int kCells = 250;
 /// The ground as a raster file, written once per process and removed at its end.
 class GroundFile {
 public:
-    GroundFile()
-        : m_path(std::filesystem::temp_directory_path() /
-                 ("globe-ground-" + std::to_string(getpid()) + ".tif")) {
+    GroundFile() {
         GDALAllRegister();
         GDALDriver* driver = GetGDALDriverManager()->GetDriverByName("GTiff");
         GDALDataset* raster = driver->Create(m_path.c_str(), kCells, kCells, 1, GDT_Float32, nullptr);
         if (!raster) {
-            throw std::runtime_error("cannot write " + m_path.string());
+            throw std::runtime_error("cannot write " + m_path);
         }
         const double step = 2.0 * kReach / kCells;
         double transform[6] = {kLon - kReach, step, 0.0, kLat + kReach, 0.0, -step};
@@ -41,19 +38,16 @@ public:
             }
             if (raster->GetRasterBand(1)->RasterIO(GF_Write, 0, y, kCells, 1, row.data(), kCells, 1,
                                                    GDT_Float32, 0, 0) != CE_None) {
-                throw std::runtime_error("cannot write " + m_path.string());
+                throw std::runtime_error("cannot write " + m_path);
             }
         }
         GDALClose(raster);
     }
-    ~GroundFile() {
-        std::error_code ignored;
-        std::filesystem::remove(m_path, ignored);
-    }
-    std::string path() const { return m_path.string(); }
+    const std::string& path() const { return m_path; }
 
 private:
-    std::filesystem::path m_path;
+    const TemporaryFolder m_folder;
+    const std::string m_path = m_folder.file("ground.tif");
 };
 
 const GroundFile& groundFile() {
@@ -77,7 +71,7 @@ const testing::Environment* const kRelease = testing::AddGlobalTestEnvironment(n
 globetest::OffscreenGlobe& sharedGlobe() {
     std::unique_ptr<globetest::OffscreenGlobe>& slot = globeSlot();
     if (!slot) {
-        stayConnected();
+        globetest::stayConnected();
         slot = std::make_unique<globetest::OffscreenGlobe>(400, 300);
         if (!slot->isUsable()) {
             throw std::runtime_error("no graphics context: these tests need a display");
@@ -126,10 +120,6 @@ void TestGlobe::look(double rangeMetres, double pitchDegrees, double lonDegrees,
 
 void TestGlobe::settle() {
     EXPECT_TRUE(m_globe.settle());
-}
-
-osg::ref_ptr<osg::Image> TestGlobe::picture() {
-    return nextFrame(m_globe.viewer());
 }
 
 osg::Vec2d TestGlobe::windowPosition(double lonDegrees, double latDegrees, double metresAboveGround) {

@@ -38,7 +38,7 @@ public:
     /// Draws frames until all tiles are there.
     void settle();
     void frame() { m_globe.frame(); }
-    osg::ref_ptr<osg::Image> picture();
+    osg::ref_ptr<osg::Image> picture() { return m_globe.picture(); }
 
     /// Where a place on the ground (or that many metres above it) is in the window, pixels, y upwards.
     osg::Vec2d windowPosition(double lonDegrees, double latDegrees, double metresAboveGround = 0.0);

@@ -64,8 +64,6 @@ void InspectionContext::connectWindows() {
 
     connect(m_stations, &StationTreeWindow::currentStationChanged, m_anomalies,
             &AnomalyTableWindow::showStation);
-    connect(m_anomalies, &AnomalyTableWindow::anomaliesChanged, m_stations,
-            &StationTreeWindow::refreshStation);
     connect(m_anomalies, &AnomalyTableWindow::anomalyActivated, this,
             [this](const SdiffData& anomaly) { showAnomaly(anomaly, kFlightSeconds); });
     connect(m_anomalies, &AnomalyTableWindow::anomalyReached, this,
@@ -76,14 +74,8 @@ void InspectionContext::connectWindows() {
     const inspection::ProjectHistory& history = m_session->history();
     connect(&history, &inspection::ProjectHistory::undoable, m_anomalies, &AVWindow::sent_msg_undo);
     connect(&history, &inspection::ProjectHistory::redoable, m_anomalies, &AVWindow::sent_msg_redo);
-    connect(&history, &inspection::ProjectHistory::rowsChanged, m_stations,
-            &StationTreeWindow::takeRowChanges);
-    connect(&history, &inspection::ProjectHistory::rowsChanged, m_anomalies,
-            &AnomalyTableWindow::takeRowChanges);
-    connect(&history, &inspection::ProjectHistory::changedByOthers, m_stations,
-            &StationTreeWindow::takeChangesOfOthers);
-    connect(&history, &inspection::ProjectHistory::changedByOthers, m_anomalies,
-            &AnomalyTableWindow::takeChangesOfOthers);
+    connect(&history, &inspection::ProjectHistory::rowsChanged, m_stations, &StationTreeWindow::applyRows);
+    connect(&history, &inspection::ProjectHistory::rowsChanged, m_anomalies, &AnomalyTableWindow::applyRows);
     connect(&history, &inspection::ProjectHistory::replacedByOthers, m_stations, &StationTreeWindow::reload);
     connect(m_session.get(), &Session::connectionChanged, m_progress, &ProgressWidget::showMessage);
 

@@ -5,7 +5,6 @@
 #include "workbench/inspectiondata/text/AnomalyTexts.h"
 
 #include <algorithm>
-#include <cmath>
 
 namespace inspection {
 
@@ -76,31 +75,15 @@ bool AnomalyFilter::areAreasBefore(int leftRow, int rightRow) const {
 }
 
 bool AnomalyFilter::lessThan(const QModelIndex& left, const QModelIndex& right) const {
-    const SdiffData& first = anomaly(left.row());
-    const SdiffData& second = anomaly(right.row());
     switch (left.column()) {
-    case AnomalyTableModel::Kind:
-        return first.isFill && !second.isFill;
-    case AnomalyTableModel::Area:
-        return first.areaSquareMetres < second.areaSquareMetres;
-    case AnomalyTableModel::Volume:
-        return first.volumeCubicMetres() < second.volumeCubicMetres();
-    case AnomalyTableModel::MeanDifference:
-        return first.dzMeanMetres < second.dzMeanMetres;
-    case AnomalyTableModel::LargestDifference:
-        return std::abs(largestDifferenceMetres(first)) < std::abs(largestDifferenceMetres(second));
-    case AnomalyTableModel::Attribute:
-        return first.attribute < second.attribute;
-    case AnomalyTableModel::Suggested:
-        return first.suggested < second.suggested;
-    case AnomalyTableModel::PipeDistance:
+    case AnomalyColumn::PipeDistance:
         return isNearer(left.row(), right.row());
-    case AnomalyTableModel::HighConsequenceAreas:
+    case AnomalyColumn::HighConsequenceAreas:
         return areAreasBefore(left.row(), right.row());
-    case AnomalyTableModel::Position:
-        return first.lonDegrees < second.lonDegrees;
     default:
-        return first.name < second.name;
+        return anomalyColumns()
+            .at(static_cast<std::size_t>(left.column()))
+            .isBefore(anomaly(left.row()), anomaly(right.row()));
     }
 }
 

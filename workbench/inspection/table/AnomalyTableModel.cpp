@@ -1,56 +1,16 @@
 #include "workbench/inspection/table/AnomalyTableModel.h"
 
 #include "host/Gbk.h"
-#include "workbench/inspectiondata/text/AnomalyTexts.h"
 
 #include <algorithm>
-#include <cmath>
 #include <utility>
 
 namespace inspection {
 
 namespace {
 
-/// What the anomaly's record says by itself.
-QString ownText(const SdiffData& anomaly, int column) {
-    switch (column) {
-    case AnomalyTableModel::Name:
-        return fromGbk(anomaly.name);
-    case AnomalyTableModel::Kind:
-        return kindText(anomaly);
-    case AnomalyTableModel::Area:
-        return figureText(anomaly.areaSquareMetres);
-    case AnomalyTableModel::Volume:
-        return figureText(anomaly.volumeCubicMetres());
-    case AnomalyTableModel::MeanDifference:
-        return differenceText(anomaly.dzMeanMetres);
-    case AnomalyTableModel::LargestDifference:
-        return QString::number(std::abs(largestDifferenceMetres(anomaly)), 'f', 2);
-    case AnomalyTableModel::Attribute:
-        return fromGbk(anomaly.attribute).simplified();
-    case AnomalyTableModel::Suggested:
-        return fromGbk(anomaly.suggested);
-    case AnomalyTableModel::Position:
-        return positionText(anomaly.lonDegrees, anomaly.latDegrees);
-    default:
-        return {};
-    }
-}
-
-bool isFigure(int column) {
-    return (column >= AnomalyTableModel::Area && column <= AnomalyTableModel::LargestDifference) ||
-           column == AnomalyTableModel::PipeDistance;
-}
-
-QString headerToolTip(int column) {
-    switch (column) {
-    case AnomalyTableModel::PipeDistance:
-        return AnomalyTableModel::tr("异常轮廓到管道中心线的最短水平距离，相交时为 0；没有中心线时为空");
-    case AnomalyTableModel::HighConsequenceAreas:
-        return AnomalyTableModel::tr("异常轮廓接触或重叠的高后果区；没有时为空");
-    default:
-        return {};
-    }
+const AnomalyColumn& columnAt(int column) {
+    return anomalyColumns().at(static_cast<std::size_t>(column));
 }
 
 } // namespace
@@ -71,7 +31,8 @@ void AnomalyTableModel::setSurroundings(std::shared_ptr<const StationSurrounding
     m_measure = std::move(surroundings);
     m_surroundings.assign(m_anomalies.size(), std::nullopt);
     if (!m_anomalies.empty()) {
-        emit dataChanged(index(0, PipeDistance), index(rowCount() - 1, HighConsequenceAreas));
+        emit dataChanged(index(0, AnomalyColumn::PipeDistance),
+                         index(rowCount() - 1, AnomalyColumn::HighConsequenceAreas));
     }
 }
 
@@ -112,7 +73,7 @@ void AnomalyTableModel::replace(const std::vector<SdiffData>& changed) {
         }
     }
     if (last >= 0) {
-        emit dataChanged(index(first, 0), index(last, ColumnCount - 1));
+        emit dataChanged(index(first, 0), index(last, AnomalyColumn::Count - 1));
     }
 }
 
@@ -140,24 +101,24 @@ int AnomalyTableModel::rowCount(const QModelIndex& parent) const {
 }
 
 int AnomalyTableModel::columnCount(const QModelIndex& parent) const {
-    return parent.isValid() ? 0 : static_cast<int>(ColumnCount);
+    return parent.isValid() ? 0 : static_cast<int>(AnomalyColumn::Count);
 }
 
 QString AnomalyTableModel::cellText(int row, int column) const {
     switch (column) {
-    case PipeDistance: {
+    case AnomalyColumn::PipeDistance: {
         const auto& metres = surroundings(row).pipeMetres;
         return metres ? pipeDistanceText(*metres) : QString();
     }
-    case HighConsequenceAreas:
+    case AnomalyColumn::HighConsequenceAreas:
         return areaNamesText(surroundings(row).highConsequenceAreas);
     default:
-        return ownText(anomaly(row), column);
+        return columnAt(column).text(anomaly(row));
     }
 }
 
 QString AnomalyTableModel::fullText(int row, int column) const {
-    return column == Attribute ? fromGbk(anomaly(row).attribute) : cellText(row, column);
+    return column == AnomalyColumn::Attribute ? fromGbk(anomaly(row).attribute) : cellText(row, column);
 }
 
 QVariant AnomalyTableModel::data(const QModelIndex& index, int role) const {
@@ -172,7 +133,7 @@ QVariant AnomalyTableModel::data(const QModelIndex& index, int role) const {
         return fullText(index.row(), index.column());
     case Qt::TextAlignmentRole:
         return QVariant::fromValue(Qt::AlignVCenter |
-                                   (isFigure(index.column()) ? Qt::AlignRight : Qt::AlignLeft));
+                                   (columnAt(index.column()).isFigure ? Qt::AlignRight : Qt::AlignLeft));
     default:
         return {};
     }
@@ -180,24 +141,25 @@ QVariant AnomalyTableModel::data(const QModelIndex& index, int role) const {
 
 Qt::ItemFlags AnomalyTableModel::flags(const QModelIndex& index) const {
     const Qt::ItemFlags flags = QAbstractTableModel::flags(index);
-    return index.column() == Attribute ? flags | Qt::ItemIsEditable : flags;
+    return index.column() == AnomalyColumn::Attribute ? flags | Qt::ItemIsEditable : flags;
 }
 
 QVariant AnomalyTableModel::headerData(int section, Qt::Orientation orientation, int role) const {
     if (orientation == Qt::Vertical) {
         return role == Qt::DisplayRole ? QVariant(section + 1) : QVariant();
     }
-    static const QStringList titles = {tr("名称"),      tr("类型"),        tr("面积(m²)"), tr("体积(m³)"),
-                                       tr("平均dZ(m)"), tr("最大|dZ|(m)"), tr("属性"),     tr("建议类别"),
-                                       tr("距管线(m)"), tr("高后果区"),    tr("位置")};
+    if (section < 0 || section >= AnomalyColumn::Count) {
+        return {};
+    }
+    const AnomalyColumn& column = columnAt(section);
     if (role == Qt::DisplayRole) {
-        return titles.value(section);
+        return column.title;
     }
     if (role == Qt::ToolTipRole) {
-        return headerToolTip(section);
+        return column.toolTip;
     }
     if (role == Qt::TextAlignmentRole) {
-        return QVariant::fromValue(Qt::AlignVCenter | (isFigure(section) ? Qt::AlignRight : Qt::AlignLeft));
+        return QVariant::fromValue(Qt::AlignVCenter | (column.isFigure ? Qt::AlignRight : Qt::AlignLeft));
     }
     return {};
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/inspection/Station.h"
+#include "workbench/inspection/table/AnomalyColumns.h"
 #include "workbench/inspectiondata/pipeline/Surroundings.h"
 
 #include <QAbstractTableModel>
@@ -14,26 +15,12 @@
 
 namespace inspection {
 
-/// The anomalies of one station item as rows. Attributes are editable through a delegate only: the model
+/// The anomalies of one station item as rows, with the columns of AnomalyColumns.h. Attributes are editable through a delegate only: the model
 /// shows what is stored. GUI thread.
 class AnomalyTableModel : public QAbstractTableModel {
     Q_OBJECT
 
 public:
-    enum Column {
-        Name,
-        Kind,
-        Area,
-        Volume,
-        MeanDifference,
-        LargestDifference,
-        Attribute,
-        Suggested,
-        PipeDistance,
-        HighConsequenceAreas,
-        Position,
-        ColumnCount
-    };
     explicit AnomalyTableModel(QObject* parent = nullptr);
 
     /// `surroundings` measures what lies around a row, when that is first asked for; nothing is known when

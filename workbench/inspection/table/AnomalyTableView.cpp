@@ -23,9 +23,9 @@ AnomalyTableView::AnomalyTableView(QAbstractItemModel& model, QWidget* parent)
     : QTableView(parent), m_attributes(new AttributeDelegate(this)) {
     setObjectName("anomalyTable");
     setModel(&model);
-    setItemDelegateForColumn(AnomalyTableModel::Attribute, m_attributes);
+    setItemDelegateForColumn(AnomalyColumn::Attribute, m_attributes);
     setSortingEnabled(true);
-    sortByColumn(AnomalyTableModel::Name, Qt::AscendingOrder);
+    sortByColumn(AnomalyColumn::Name, Qt::AscendingOrder);
     setSelectionBehavior(QAbstractItemView::SelectRows);
     setSelectionMode(QAbstractItemView::ExtendedSelection);
     setEditTriggers(QAbstractItemView::NoEditTriggers);
@@ -53,7 +53,7 @@ void AnomalyTableView::editAttribute() {
     if (!currentIndex().isValid()) {
         return;
     }
-    const QModelIndex attribute = currentIndex().siblingAtColumn(AnomalyTableModel::Attribute);
+    const QModelIndex attribute = currentIndex().siblingAtColumn(AnomalyColumn::Attribute);
     selectionModel()->setCurrentIndex(attribute, QItemSelectionModel::NoUpdate);
     edit(attribute);
 }
@@ -62,7 +62,7 @@ void AnomalyTableView::fitColumns() {
     resizeColumnsToContents();
     const int character = fontMetrics().averageCharWidth();
     for (int column = 0; column + 1 < model()->columnCount(); ++column) {
-        const int least = column == AnomalyTableModel::Attribute ? kLeastAttributeCharacters * character : 0;
+        const int least = column == AnomalyColumn::Attribute ? kLeastAttributeCharacters * character : 0;
         setColumnWidth(column, std::clamp(columnWidth(column), least, kWidestCharacters * character));
     }
 }
@@ -86,7 +86,7 @@ void AnomalyTableView::keyPressEvent(QKeyEvent* event) {
 
 void AnomalyTableView::mouseDoubleClickEvent(QMouseEvent* event) {
     const QModelIndex index = indexAt(event->position().toPoint());
-    if (event->button() == Qt::LeftButton && index.column() == AnomalyTableModel::Attribute) {
+    if (event->button() == Qt::LeftButton && index.column() == AnomalyColumn::Attribute) {
         editAttribute();
     } else {
         QTableView::mouseDoubleClickEvent(event);

@@ -3,19 +3,18 @@
 #include "host/Gbk.h"
 #include "workbench/inspection/scene/AnomalyOverlays.h"
 #include "workbench/inspection/session/Session.h"
+#include "workbench/inspection/table/AnomalyEdits.h"
 #include "workbench/inspection/table/AnomalyFilterBar.h"
 #include "workbench/inspection/table/AnomalyTableModel.h"
 #include "workbench/inspection/table/AnomalyTableView.h"
 #include "workbench/inspection/table/ProjectSurroundings.h"
-#include "workbench/inspectiondata/database/Fields.h"
-#include "workbench/inspectiondata/database/Schema.h"
+#include "workbench/inspectiondata/database/AnomalyChanges.h"
 
 #include <QMetaMethod>
 #include <QScrollBar>
 #include <QVBoxLayout>
 
 #include <algorithm>
-#include <unordered_map>
 
 namespace inspection {
 
@@ -23,58 +22,21 @@ namespace {
 
 constexpr int kReachedMilliseconds = 200;
 
-std::set<std::string> namesOf(const std::vector<SdiffData>& anomalies) {
+std::set<std::string> namesOfGone(const std::vector<AnomalyChange>& changes) {
     std::set<std::string> names;
-    for (const SdiffData& anomaly : anomalies) {
-        names.insert(anomaly.name);
+    for (const AnomalyChange& change : changes) {
+        if (change.isGone) {
+            names.insert(change.anomaly.name);
+        }
     }
     return names;
 }
 
-void copyAttributes(const std::vector<SdiffData>& from, std::vector<SdiffData>& to) {
-    std::unordered_map<std::string, const std::string*> attributes;
-    for (const SdiffData& changed : from) {
-        attributes[changed.name] = &changed.attribute;
-    }
-    for (SdiffData& anomaly : to) {
-        const auto changed = attributes.find(anomaly.name);
-        if (changed != attributes.end()) {
-            anomaly.attribute = *changed->second;
-        }
-    }
-}
-
-void removeNamed(const std::set<std::string>& names, std::vector<SdiffData>& anomalies) {
-    anomalies.erase(std::remove_if(anomalies.begin(), anomalies.end(),
-                                   [&](const SdiffData& anomaly) { return names.count(anomaly.name) != 0; }),
-                    anomalies.end());
-}
-
-/// "分类 3 处异常为 深挖"
-QString classification(const std::vector<SdiffData>& anomalies) {
-    const std::string& attribute = anomalies.front().attribute;
-    return attribute.empty()
-               ? QObject::tr("清除 %1 处异常的分类").arg(anomalies.size())
-               : QObject::tr("分类 %1 处异常为 %2").arg(anomalies.size()).arg(fromGbk(attribute));
-}
-
-struct ChangedNames {
-    std::vector<std::string> present;
-    std::set<std::string> gone;
-};
-
-ChangedNames changedNames(const RowChanges& changes) {
-    ChangedNames names;
-    for (const RowChange& change : changes) {
-        if (change.table != kAnomalyTable) {
-            continue;
-        }
-        std::string name;
-        takeField(change.after ? *change.after : *change.before, "name", name);
-        if (change.after) {
-            names.present.push_back(name);
-        } else {
-            names.gone.insert(name);
+std::vector<std::string> namesOfPresent(const std::vector<AnomalyChange>& changes) {
+    std::vector<std::string> names;
+    for (const AnomalyChange& change : changes) {
+        if (!change.isGone) {
+            names.push_back(change.anomaly.name);
         }
     }
     return names;
@@ -98,9 +60,9 @@ QItemSelection rowSelection(const QAbstractItemModel& model, std::vector<int> ro
 } // namespace
 
 AnomalyTableWindow::AnomalyTableWindow(Session& session, AnomalyOverlays& overlays, QWidget* parent)
-    : AVWindow(parent), m_session(session), m_overlays(overlays),
-      m_surroundings(new ProjectSurroundings(session, this)), m_model(new AnomalyTableModel(this)),
-      m_filter(new AnomalyFilter(this)), m_bar(new AnomalyFilterBar) {
+    : AVWindow(parent), m_session(session), m_edits(std::make_unique<AnomalyEdits>(session)),
+      m_overlays(overlays), m_surroundings(new ProjectSurroundings(session, this)),
+      m_model(new AnomalyTableModel(this)), m_filter(new AnomalyFilter(this)), m_bar(new AnomalyFilterBar) {
     m_filter->setSourceModel(m_model);
     m_table = new AnomalyTableView(*m_filter);
     build();
@@ -168,10 +130,14 @@ void AnomalyTableWindow::Refresh() {
 }
 
 void AnomalyTableWindow::AddData() {
+    fill();
+    showSelection();
+}
+
+void AnomalyTableWindow::fill() {
     m_take.stop();
     m_model->setAnomalies(m_current.m_diffData.m_anomalies, m_surroundings->around(m_current.m_station));
     m_table->fitColumns();
-    showSelection();
 }
 
 void AnomalyTableWindow::measureSurroundings() {
@@ -316,7 +282,7 @@ void AnomalyTableWindow::goTo(int row) {
     if (row < 0) {
         return;
     }
-    const QModelIndex place = m_filter->index(row, AnomalyTableModel::Name);
+    const QModelIndex place = m_filter->index(row, AnomalyColumn::Name);
     m_table->selectionModel()->setCurrentIndex(place, QItemSelectionModel::NoUpdate);
     m_table->scrollTo(place, QAbstractItemView::EnsureVisible);
 }
@@ -336,89 +302,63 @@ void AnomalyTableWindow::lookAt(const std::string& name) {
         m_selectedNames = {name};
         announceSelection();
     }
-    showSelection();
-    goTo(rowOf(name));
-}
-
-bool AnomalyTableWindow::perform(const QString& description, const ProjectHistory::Work& work) {
-    const Status done = m_session.history().perform(description, work);
-    if (!done && !done.error().cancelled) {
-        m_session.warn(done.error().userMessage);
-    }
-    return done.has_value();
+    m_show.stop();
+    const int last = selectNamedRows();
+    const int row = rowOf(name);
+    goTo(row >= 0 ? row : last); // a filter may hide it
 }
 
 void AnomalyTableWindow::SetItemAtrii(KV_StationItem* item, const std::vector<SdiffData>& anomalies) {
-    if (!item || anomalies.empty() || !perform(classification(anomalies), [&](EditTransaction& edit) {
-            for (const SdiffData& anomaly : anomalies) {
-                edit.update(kAnomalyTable, anomaly.id, {{"attribute", anomaly.attribute}}, anomaly.version);
-            }
-        })) {
-        return;
+    if (item && !anomalies.empty()) {
+        takeInto(*item, m_edits->classify(anomalies));
     }
-    const std::uint32_t stationId = item->GetStationId();
-    copyAttributes(anomalies, item->m_diffData.m_anomalies);
-    if (stationId == m_current.GetStationId()) {
-        copyAttributes(anomalies, m_current.m_diffData.m_anomalies);
-        changeRows([this] { m_model->replace(m_current.m_diffData.m_anomalies); });
-    }
-    emit anomaliesChanged(stationId);
 }
 
 void AnomalyTableWindow::DeleteItems(KV_StationItem* item, const std::vector<SdiffData>& anomalies) {
-    if (!item || anomalies.empty() ||
-        !perform(tr("删除 %1 处异常").arg(anomalies.size()), [&](EditTransaction& edit) {
-            for (const SdiffData& anomaly : anomalies) {
-                edit.remove(kAnomalyTable, anomaly.id, anomaly.version);
-            }
-        })) {
-        return;
+    if (item && !anomalies.empty()) {
+        takeInto(*item, m_edits->remove(anomalies));
     }
-    const std::uint32_t stationId = item->GetStationId();
-    const std::set<std::string> names = namesOf(anomalies);
-    removeNamed(names, item->m_diffData.m_anomalies);
-    for (const std::string& name : names) {
-        m_overlays.remove(stationId, name);
-    }
-    forget(names);
-    if (stationId == m_current.GetStationId()) {
-        removeNamed(names, m_current.m_diffData.m_anomalies);
-        changeRows([&] { m_model->remove(names); });
-    }
-    emit anomaliesChanged(stationId);
 }
 
-void AnomalyTableWindow::takeRowChanges(const RowChanges& changes) {
-    const ChangedNames names = changedNames(changes);
-    if (names.present.empty() && names.gone.empty()) {
-        return;
+// The windows have their own records of the station, which have followed by now.
+void AnomalyTableWindow::takeInto(KV_StationItem& item, const std::optional<RowChanges>& changes) {
+    if (changes) {
+        applyChanges(anomalyChanges(*changes), item.GetStationId(), item.m_diffData.m_anomalies);
     }
-    forget(names.gone);
-    if (!names.present.empty()) {
-        m_selectedNames = names.present;
-    }
-    if (m_current.readclassfi()) {
-        AddData();
-    }
-    announceSelection();
 }
 
-void AnomalyTableWindow::takeChangesOfOthers(const RowChanges& changes) {
-    const ChangedNames names = changedNames(changes);
-    if ((names.present.empty() && names.gone.empty()) || !m_current.readclassfi()) {
+void AnomalyTableWindow::applyRows(const RowChanges& changes, Showing showing) {
+    const std::vector<AnomalyChange> anomalies = anomalyChanges(changes);
+    if (anomalies.empty()) {
         return;
     }
-    forget(names.gone);
-    changeRows([&] { m_model->remove(names.gone); });
-    const std::vector<SdiffData>& stored = m_current.m_diffData.m_anomalies;
-    if (static_cast<int>(stored.size()) == m_model->rowCount()) {
-        changeRows([&] { m_model->replace(stored); });
-        return;
+    forget(namesOfGone(anomalies));
+    const std::vector<std::string> present = namesOfPresent(anomalies);
+    if (showing == Showing::Followed && !present.empty()) {
+        m_selectedNames = present;
     }
-    // Rows have come back.
     const int place = m_table->verticalScrollBar()->value();
-    AddData();
-    m_table->verticalScrollBar()->setValue(place);
+    const bool isFilledAnew = applyToTable(anomalies);
+    if (isFilledAnew || showing == Showing::Followed) {
+        showSelection();
+    }
+    if (showing == Showing::Followed) {
+        announceSelection();
+    } else if (isFilledAnew) {
+        m_table->verticalScrollBar()->setValue(place);
+    }
+}
+
+bool AnomalyTableWindow::applyToTable(const std::vector<AnomalyChange>& changes) {
+    std::vector<SdiffData>& anomalies = m_current.m_diffData.m_anomalies;
+    applyChanges(changes, m_current.GetStationId(), anomalies);
+    changeRows([&] { m_model->remove(namesOfGone(changes)); });
+    if (static_cast<int>(anomalies.size()) != m_model->rowCount()) {
+        fill(); // rows have come back
+        return true;
+    }
+    changeRows([&] { m_model->replace(anomalies); });
+    return false;
 }
 
 void AnomalyTableWindow::forget(const std::set<std::string>& names) {

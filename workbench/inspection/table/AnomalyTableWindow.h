@@ -7,6 +7,8 @@
 #include <QTimer>
 
 #include <functional>
+#include <memory>
+#include <optional>
 #include <set>
 
 class QItemSelection;
@@ -14,6 +16,7 @@ class QModelIndex;
 
 namespace inspection {
 
+class AnomalyEdits;
 class AnomalyFilter;
 class AnomalyFilterBar;
 class AnomalyOverlays;
@@ -21,6 +24,7 @@ class AnomalyTableModel;
 class AnomalyTableView;
 class ProjectSurroundings;
 class Session;
+struct AnomalyChange;
 
 /// The anomalies of the current station item as a table that sorts and filters. What is selected in it is
 /// highlighted on the globe, by the tool that follows it or by itself. Only what the user selects replaces
@@ -47,10 +51,8 @@ public slots:
     void SetSelectedbyname(const QStringList& names);
     /// Shows the anomalies of that station; of none when null.
     void showStation(KV_StationItem* item);
-    /// Shows rows that an undo or redo has changed, and selects them.
-    void takeRowChanges(const RowChanges& changes);
-    /// Shows rows that somebody else has changed; the user's place in the table stays.
-    void takeChangesOfOthers(const RowChanges& changes);
+    /// Shows rows that have changed. Those that are `Followed` are selected, wherever they are.
+    void applyRows(const RowChanges& changes, Showing showing);
     /// Announces the selection once more, for a globe whose overlays are new. While nobody listens, the
     /// selected overlays are tinted here.
     void announceSelection();
@@ -62,8 +64,6 @@ signals:
     void anomalyActivated(const SdiffData& anomaly);
     /// The user walked to that anomaly of the current item and stopped there.
     void anomalyReached(const SdiffData& anomaly);
-    /// Stored anomalies of a station were edited here.
-    void anomaliesChanged(quint32 stationId);
 
 protected:
     void connectNotify(const QMetaMethod& signal) override;
@@ -75,6 +75,7 @@ private:
     void announceWhenFollowed(const QMetaMethod& signal);
     /// Changes rows without taking what happens to their selection for the user's wish.
     void changeRows(const std::function<void()>& change);
+    void fill();
     void measureSurroundings();
     void updateSummary();
     void takeSelection();
@@ -92,10 +93,13 @@ private:
     std::vector<SdiffData> selected() const;
     const SdiffData* anomalyAt(const QModelIndex& sortedIndex) const;
     void forget(const std::set<std::string>& names);
-    /// Makes an edit of what `work` changes and tells the user when the database refuses.
-    bool perform(const QString& description, const ProjectHistory::Work& work);
+    /// Brings a record of the caller's in line with an edit.
+    static void takeInto(KV_StationItem& item, const std::optional<RowChanges>& changes);
+    /// True when the rows had to be filled in anew.
+    bool applyToTable(const std::vector<AnomalyChange>& changes);
 
     Session& m_session;
+    const std::unique_ptr<AnomalyEdits> m_edits;
     AnomalyOverlays& m_overlays;
     KV_StationItem m_current;
     std::vector<std::string> m_selectedNames; ///< also of stations that the table does not show

@@ -15,8 +15,7 @@ namespace inspection {
 ProjectSurroundings::ProjectSurroundings(Session& session, QObject* parent)
     : QObject(parent), m_session(session) {
     const ProjectHistory& history = m_session.history();
-    connect(&history, &ProjectHistory::stored, this, &ProjectSurroundings::takeRowChanges);
-    connect(&history, &ProjectHistory::changedByOthers, this, &ProjectSurroundings::takeRowChanges);
+    connect(&history, &ProjectHistory::rowsChanged, this, &ProjectSurroundings::applyRows);
     connect(&history, &ProjectHistory::replacedByOthers, this, &ProjectSurroundings::forget);
     connect(&m_session, &Session::closing, this, [this] { m_known.reset(); });
     // The line is drawn in other programs, from which the user comes back.
@@ -49,7 +48,7 @@ void ProjectSurroundings::forget() {
     emit changed();
 }
 
-void ProjectSurroundings::takeRowChanges(const RowChanges& changes) {
+void ProjectSurroundings::applyRows(const RowChanges& changes) {
     const std::string areas = tableName(KV_HIGH_CONSEQUENCE_AREA);
     if (std::any_of(changes.begin(), changes.end(),
                     [&](const RowChange& change) { return change.table == areas; })) {

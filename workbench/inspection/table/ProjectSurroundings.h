@@ -34,7 +34,7 @@ private:
     /// Throws KV_MySQL_Exception when the database refuses.
     void read();
     void forget();
-    void takeRowChanges(const RowChanges& changes);
+    void applyRows(const RowChanges& changes);
     void lookAtCenterline();
     QDateTime lineWritten() const;
 

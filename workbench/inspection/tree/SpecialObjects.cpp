@@ -35,7 +35,7 @@ SpecialObjects::SpecialObjects(Session& session, StationTree& tree, SpecialObjec
 template<typename Record>
 void SpecialObjects::loadAll(const std::vector<Record>& records) {
     for (const Record& record : records) {
-        enter(record, record.m_id);
+        enter(record);
         m_nodes.add(record);
     }
 }
@@ -82,9 +82,9 @@ void SpecialObjects::clear() {
     m_entries.clear();
 }
 
-void SpecialObjects::enter(const KV_BasicNode& record, std::uint32_t id) {
+void SpecialObjects::enter(const KV_BasicNode& record) {
     const QString name = fromGbk(record.GetName());
-    if (QTreeWidgetItem* entry = m_tree.addObject(record.m_type, id, name)) {
+    if (QTreeWidgetItem* entry = m_tree.addObject(record.m_type, record.m_id, name)) {
         m_tree.setVersion(entry, record.m_version);
         m_entries[name] = entry;
     }
@@ -141,7 +141,6 @@ bool SpecialObjects::add(const KV_BasicNode& record) {
     if (!inserted) {
         return isDone(failed(inserted));
     }
-    enter(record, *inserted);
     select(name);
     return true;
 }
@@ -152,7 +151,6 @@ bool SpecialObjects::remove(const QString& name, int objectType) {
         !m_store.remove(shown(*found->second))) {
         return false;
     }
-    forget(name);
     return true;
 }
 
@@ -174,12 +172,15 @@ bool SpecialObjects::update(const KV_BasicNode& record, const std::string& oldNa
     if (!isWritable() || !m_store.update(record, record.m_id != 0 ? record.m_id : idOf(entry))) {
         return false;
     }
-    takeName(found->first, name);
+    takeName(fromGbk(oldName), name);
     return true;
 }
 
 void SpecialObjects::takeName(const QString& oldName, const QString& name) {
     const auto found = m_entries.find(oldName);
+    if (found == m_entries.end()) {
+        return;
+    }
     QTreeWidgetItem* entry = found->second;
     m_entries.erase(found);
     m_entries[name] = entry;
@@ -187,45 +188,59 @@ void SpecialObjects::takeName(const QString& oldName, const QString& name) {
 }
 
 template<typename Record>
-void SpecialObjects::takeRow(const RowChange& change, int objectType, bool follow) {
+void SpecialObjects::applyRow(const RowChange& change, int objectType, Showing showing) {
     const auto id = static_cast<std::uint32_t>(change.id);
     if (change.after) {
         Record record;
         record.m_type = objectType;
         record.init_from_sqldata(*change.after);
-        showRow(record);
-        if (follow) {
+        if (showing == Showing::Edited) {
+            list(record);
+        } else {
+            showRow(record);
+        }
+        if (showing == Showing::Followed) {
             m_tree.setCurrentItem(entryOf(objectType, id));
         }
     } else if (const QTreeWidgetItem* entry = entryOf(objectType, id)) {
         const QString name = nameOf(entry);
-        m_nodes.remove(toGbk(name));
+        if (showing != Showing::Edited) {
+            m_nodes.remove(toGbk(name));
+        }
         forget(name);
+    }
+}
+
+void SpecialObjects::list(const KV_BasicNode& record) {
+    if (QTreeWidgetItem* entry = entryOf(record.m_type, record.m_id)) {
+        takeName(nameOf(entry), fromGbk(record.GetName()));
+        m_tree.setVersion(entry, record.m_version);
+    } else {
+        enter(record);
     }
 }
 
 template<typename Record>
 void SpecialObjects::showRow(const Record& record) {
-    if (QTreeWidgetItem* entry = entryOf(record.m_type, record.m_id)) {
+    if (const QTreeWidgetItem* entry = entryOf(record.m_type, record.m_id)) {
         const QString oldName = nameOf(entry);
-        takeName(oldName, fromGbk(record.GetName()));
-        m_tree.setVersion(entry, record.m_version);
+        list(record);
         m_nodes.replace(toGbk(oldName), record);
     } else {
         m_nodes.remove(record.GetName()); // a deleted point's entry stays in the scene's map
-        enter(record, record.m_id);
+        list(record);
         m_nodes.add(record);
     }
 }
 
-void SpecialObjects::takeRowChanges(const RowChanges& changes, bool follow) {
+void SpecialObjects::applyRows(const RowChanges& changes, Showing showing) {
     for (const RowChange& change : changes) {
         if (change.table == tableName(KV_SPECIAL_POINT)) {
-            takeRow<Special_Point>(change, KV_SPECIAL_POINT, follow);
+            applyRow<Special_Point>(change, KV_SPECIAL_POINT, showing);
         } else if (change.table == tableName(KV_SPECIAL_AREA)) {
-            takeRow<Special_Area>(change, KV_SPECIAL_AREA, follow);
+            applyRow<Special_Area>(change, KV_SPECIAL_AREA, showing);
         } else if (change.table == tableName(KV_HIGH_CONSEQUENCE_AREA)) {
-            takeRow<Special_Polygon>(change, KV_HIGH_CONSEQUENCE_AREA, follow);
+            applyRow<Special_Polygon>(change, KV_HIGH_CONSEQUENCE_AREA, showing);
         }
     }
 }
@@ -248,8 +263,7 @@ void SpecialObjects::rename(QTreeWidgetItem* entry, const QString& oldName) {
         QMetaObject::invokeMethod(this, [this, stored] { isDone(stored); }, Qt::QueuedConnection);
         return;
     }
-    m_entries.erase(oldName);
-    m_entries[name] = entry;
+    takeName(oldName, name);
     m_nodes.rename(toGbk(oldName), toGbk(name));
 }
 
@@ -284,7 +298,6 @@ void SpecialObjects::askToDelete(QTreeWidgetItem* entry) {
     }
     if (isDone(m_store.remove(shown(*entry)))) {
         m_nodes.remove(toGbk(name));
-        forget(name);
     }
 }
 

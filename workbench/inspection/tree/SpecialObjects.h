@@ -1,7 +1,7 @@
 #pragma once
 
 #include "workbench/inspection/tree/SpecialObjectStore.h"
-#include "workbench/inspectiondata/database/RowChange.h"
+#include "workbench/inspectiondata/history/ProjectHistory.h"
 
 #include <QObject>
 
@@ -49,8 +49,8 @@ public:
     /// new one is empty, or when somebody else has renamed or deleted the object meanwhile.
     bool update(const KV_BasicNode& record, const std::string& oldName);
 
-    /// Shows rows that have been changed, also on the globe. With `follow` the last of them is selected.
-    void takeRowChanges(const RowChanges& changes, bool follow);
+    /// Shows rows that have changed. Those that are `Followed` are selected, the last of them in the end.
+    void applyRows(const RowChanges& changes, Showing showing);
 
 public slots:
     /// The user has ticked or renamed an entry.
@@ -63,13 +63,16 @@ private:
     void loadAll(const std::vector<Record>& records);
     template<typename Record>
     void reloadAll(const std::vector<Record>& records, int objectType);
-    void enter(const KV_BasicNode& record, std::uint32_t id);
+    void enter(const KV_BasicNode& record);
     QTreeWidgetItem* entryOf(int objectType, std::uint32_t id) const;
     StoredObject shown(const QTreeWidgetItem& entry) const;
     template<typename Record>
-    void takeRow(const RowChange& change, int objectType, bool follow);
+    void applyRow(const RowChange& change, int objectType, Showing showing);
+    /// In the tree only.
+    void list(const KV_BasicNode& record);
     template<typename Record>
     void showRow(const Record& record);
+    /// Nothing when the old name is none, as it is after a change of the row has told the new one.
     void takeName(const QString& oldName, const QString& name);
     void forget(const QString& name);
     void rename(QTreeWidgetItem* entry, const QString& oldName);

@@ -9,9 +9,8 @@
 #include "workbench/inspection/session/StationWork.h"
 #include "workbench/inspection/tree/SpecialObjects.h"
 #include "workbench/inspection/tree/StationTree.h"
+#include "workbench/inspectiondata/database/AnomalyChanges.h"
 #include "workbench/inspectiondata/database/AnomalyTable.h"
-#include "workbench/inspectiondata/database/Fields.h"
-#include "workbench/inspectiondata/database/Schema.h"
 #include "workbench/inspectiondata/database/StationTable.h"
 
 #include <QDir>
@@ -135,24 +134,25 @@ KV_StationItem* StationTreeWindow::readItem(std::uint32_t stationId) {
     return station;
 }
 
-void StationTreeWindow::showCount(std::uint32_t stationId, std::size_t anomalies) {
-    QTreeWidgetItem* entry = m_tree->station(stationId);
-    if (!entry) {
-        return;
-    }
-    const bool computed = storedResult(m_session, stationId).has_value();
-    if (computed) {
+void StationTreeWindow::noteComputed(std::uint32_t stationId) {
+    if (storedResult(m_session, stationId)) {
         m_computed.insert(stationId);
     } else {
         m_computed.erase(stationId);
     }
-    m_tree->setCount(entry, computed ? QString::number(anomalies) : tr("未计算"));
-    m_tree->updateGroupCounts();
+}
+
+void StationTreeWindow::showCount(std::uint32_t stationId, std::size_t anomalies) {
+    if (QTreeWidgetItem* entry = m_tree->station(stationId)) {
+        m_tree->setCount(entry, m_computed.count(stationId) != 0 ? QString::number(anomalies) : tr("未计算"));
+        m_tree->updateGroupCounts();
+    }
 }
 
 void StationTreeWindow::showCounts() {
     auto counts = countAnomalies(*m_session.connection());
     for (const auto& station : m_items) {
+        noteComputed(station->GetStationId());
         showCount(station->GetStationId(), counts[station->GetStationId()]);
     }
 }
@@ -244,52 +244,49 @@ void StationTreeWindow::takeResults(const std::vector<std::uint32_t>& stationIds
     }
 }
 
-void StationTreeWindow::refreshStation(quint32 stationId) {
+void StationTreeWindow::refreshStation(std::uint32_t stationId) {
     KV_StationItem* station = item(stationId);
     if (station && station->readdom() && station->readclassfi()) {
         m_read.insert(stationId);
+        noteComputed(stationId);
         showCount(stationId, station->m_diffData.m_anomalies.size());
     }
 }
 
-void StationTreeWindow::takeRowChanges(const RowChanges& changes) {
-    const auto changed = showChanges(changes, true);
-    if (!changed.empty() && m_tree->station(*changed.rbegin())) {
+void StationTreeWindow::applyRows(const RowChanges& changes, Showing showing) {
+    m_objects->applyRows(changes, showing);
+    const std::vector<AnomalyChange> anomalies = anomalyChanges(changes);
+    std::set<std::uint32_t> changed;
+    for (const AnomalyChange& change : anomalies) {
+        changed.insert(change.stationId);
+        if (change.isGone) {
+            m_overlays.remove(change.stationId, change.anomaly.name);
+        }
+    }
+    for (const std::uint32_t id : changed) {
+        if (KV_StationItem* station = item(id)) {
+            applyTo(*station, anomalies);
+        }
+    }
+    if (showing == Showing::Followed && !changed.empty() && m_tree->station(*changed.rbegin())) {
         m_tree->setCurrentItem(m_tree->station(*changed.rbegin()));
     }
 }
 
-void StationTreeWindow::takeChangesOfOthers(const RowChanges& changes) {
-    showChanges(changes, false);
-}
-
-std::set<std::uint32_t> StationTreeWindow::showChanges(const RowChanges& changes, bool follow) {
-    m_objects->takeRowChanges(changes, follow);
-    std::set<std::uint32_t> changed;
-    std::set<std::uint32_t> grown;
-    for (const RowChange& change : changes) {
-        if (change.table != kAnomalyTable) {
-            continue;
-        }
-        std::uint32_t stationId = 0;
-        std::string name;
-        takeField(change.after ? *change.after : *change.before, "station_id", stationId);
-        takeField(change.after ? *change.after : *change.before, "name", name);
-        changed.insert(stationId);
-        if (!change.before) {
-            grown.insert(stationId);
-        } else if (!change.after) {
-            m_overlays.remove(stationId, name);
-        }
+void StationTreeWindow::applyTo(KV_StationItem& station, const std::vector<AnomalyChange>& changes) {
+    const std::uint32_t id = station.GetStationId();
+    if (m_read.count(id) != 0) {
+        applyChanges(changes, id, station.m_diffData.m_anomalies);
+    } else if (readItem(id); m_read.count(id) == 0) { // as they are after the changes
+        return;
     }
-    for (const std::uint32_t id : changed) {
-        refreshStation(id);
-        const KV_StationItem* station = item(id);
-        if (station && grown.count(id) != 0 && IsDiffChecked(station)) {
-            showOverlays(*station);
-        }
+    showCount(id, station.m_diffData.m_anomalies.size());
+    const bool hasGrown = std::any_of(changes.begin(), changes.end(), [id](const AnomalyChange& change) {
+        return change.stationId == id && change.isNew && !change.isGone;
+    });
+    if (hasGrown && IsDiffChecked(&station)) {
+        showOverlays(station);
     }
-    return changed;
 }
 
 void StationTreeWindow::reload() {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "host/inspection/StationWindow.h"
-#include "workbench/inspectiondata/database/RowChange.h"
+#include "workbench/inspectiondata/history/ProjectHistory.h"
 
 #include <QColor>
 
@@ -16,6 +16,7 @@ namespace inspection {
 
 class AnomalyOverlays;
 class Session;
+struct AnomalyChange;
 class SpecialObjectNodes;
 class SpecialObjects;
 class StationTree;
@@ -54,12 +55,8 @@ public slots:
     /// Fills the tree from the project's database.
     void load();
     void clear();
-    /// Reads a station's anomalies again after they were edited elsewhere.
-    void refreshStation(quint32 stationId);
-    /// Shows rows that an undo or redo has changed, and goes there.
-    void takeRowChanges(const RowChanges& changes);
-    /// Shows rows that somebody else has changed.
-    void takeChangesOfOthers(const RowChanges& changes);
+    /// Shows rows that have changed, also on the globe. What is `Followed` becomes the current entry.
+    void applyRows(const RowChanges& changes, Showing showing);
     /// Reads all rows again. Stations, and what is checked of them, stay.
     void reload();
     /// Shows the anomalies of the checked stations anew when the project has other colours for them now.
@@ -83,12 +80,15 @@ private:
     KV_StationItem* item(std::uint32_t stationId) const;
     /// With its anomalies, which are not read before somebody asks for them.
     KV_StationItem* readItem(std::uint32_t stationId);
+    /// Looks whether the station has a result.
+    void noteComputed(std::uint32_t stationId);
     void showCount(std::uint32_t stationId, std::size_t anomalies);
     void showCounts();
     void showOverlays(const KV_StationItem& station);
     void refreshOverlays();
-    /// Gives the stations of anomalies among the changes.
-    std::set<std::uint32_t> showChanges(const RowChanges& changes, bool follow);
+    /// Reads a station and its anomalies again.
+    void refreshStation(std::uint32_t stationId);
+    void applyTo(KV_StationItem& station, const std::vector<AnomalyChange>& changes);
     std::pair<QColor, QColor> colours() const;
 
     Session& m_session;

@@ -6,6 +6,7 @@
 #include "workbench/inspectiondata/database/Schema.h"
 #include "workbench/inspectiondata/database/StationTable.h"
 #include "workbench/inspectiondata/database/TableCopy.h"
+#include "workbench/inspectiondata/text/AnomalyFields.h"
 
 #include <set>
 
@@ -28,15 +29,24 @@ bool isArea(const std::string& outlineWkt) {
     return outlineVertices(outlineWkt).size() >= kFewestVertices;
 }
 
+template<typename Expectation>
+void forEachField(AnomalyField::Sort sort, const Expectation& expectation) {
+    for (const AnomalyField& field : kAnomalyFields) {
+        if (field.sort == sort) {
+            expectation(field.name);
+        }
+    }
+}
+
 void checkFigures(RowCheck& row) {
-    row.expectNotNegative({"area_m2", "fill_m3", "cut_m3"});
-    row.expectFinite({"dz_mean_m", "dz_min_m", "dz_max_m"});
+    forEachField(AnomalyField::Sort::Size, [&](const char* column) { row.expectNotNegative({column}); });
+    forEachField(AnomalyField::Sort::Difference, [&](const char* column) { row.expectFinite({column}); });
     row.expectOrder("dz_min_m", "dz_max_m");
     row.expectBetween("dz_min_m", "dz_mean_m", "dz_max_m");
 }
 
 void checkPlace(RowCheck& row) {
-    row.expectFinite({"x", "y", "x_min", "y_min", "x_max", "y_max"});
+    forEachField(AnomalyField::Sort::Position, [&](const char* column) { row.expectFinite({column}); });
     row.expectBetween("x_min", "x", "x_max");
     row.expectBetween("y_min", "y", "y_max");
     row.expectPlace();
@@ -45,7 +55,8 @@ void checkPlace(RowCheck& row) {
 
 void checkAnomaly(Others& others, RowCheck row) {
     const std::string kind = row.text("kind");
-    row.expect(kind == "fill" || kind == "cut", QStringLiteral("kind 既不是 fill 也不是 cut"));
+    row.expect(kind == kindCode(true) || kind == kindCode(false),
+               QStringLiteral("kind 既不是 fill 也不是 cut"));
     row.expect(others.stations.count(row.whole("station_id")) != 0,
                QStringLiteral("没有站段 %1").arg(row.whole("station_id")));
     row.expectText("name");

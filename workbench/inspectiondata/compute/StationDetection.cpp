@@ -184,11 +184,11 @@ Result<StationChanges> StationDetection::find(const KV_Station& station,
     request.window = searchWindow(station);
     request.coregistration = coregistration;
     const QString unwarped = dzRaster + QStringLiteral(".unwarped.tif");
-    request.dzRaster = (m_toStation ? unwarped : dzRaster).toStdString();
 
     StationChanges changes;
     changes.stationId = station.m_id;
-    const auto outcome = detect::detectChanges(request, progress);
+    const auto outcome =
+        detect::detectChangesAndDz(request, (m_toStation ? unwarped : dzRaster).toStdString(), progress);
     if (!outcome) {
         if (outcome.error().nothingInWindow) {
             return changes;

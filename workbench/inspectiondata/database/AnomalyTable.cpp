@@ -3,69 +3,52 @@
 #include "host/Gbk.h"
 #include "workbench/inspectiondata/database/Fields.h"
 #include "workbench/inspectiondata/database/Revision.h"
+#include "workbench/inspectiondata/database/RowBatch.h"
 #include "workbench/inspectiondata/database/Schema.h"
+#include "workbench/inspectiondata/text/AnomalyFields.h"
 
 namespace inspection {
 
 using mysqlhelper::KV_MySQL;
 using mysqlhelper::KV_MySQL_Exception;
 using mysqlhelper::KV_Record;
+using mysqlhelper::KV_Value;
 
 namespace {
 
-SdiffData anomalyOf(const KV_Record& row) {
-    SdiffData anomaly;
-    std::string kind;
-    takeField(row, "id", anomaly.id);
-    anomaly.version = versionOf(row);
-    takeField(row, "name", anomaly.name);
-    takeField(row, "kind", kind);
-    anomaly.isFill = kind == "fill";
-    takeField(row, "attribute", anomaly.attribute);
-    takeField(row, "suggested", anomaly.suggested);
-    takeField(row, "x", anomaly.x);
-    takeField(row, "y", anomaly.y);
-    takeField(row, "lon_deg", anomaly.lonDegrees);
-    takeField(row, "lat_deg", anomaly.latDegrees);
-    takeField(row, "x_min", anomaly.xMin);
-    takeField(row, "y_min", anomaly.yMin);
-    takeField(row, "x_max", anomaly.xMax);
-    takeField(row, "y_max", anomaly.yMax);
-    takeField(row, "area_m2", anomaly.areaSquareMetres);
-    takeField(row, "fill_m3", anomaly.fillCubicMetres);
-    takeField(row, "cut_m3", anomaly.cutCubicMetres);
-    takeField(row, "dz_mean_m", anomaly.dzMeanMetres);
-    takeField(row, "dz_min_m", anomaly.dzMinMetres);
-    takeField(row, "dz_max_m", anomaly.dzMaxMetres);
-    takeField(row, "outline_wkt", anomaly.outlineWkt);
-    return anomaly;
-}
+/// A field's value as it is stored.
+struct StoredValue {
+    const SdiffData& anomaly;
+
+    KV_Value operator()(std::string SdiffData::* text) const { return anomaly.*text; }
+    KV_Value operator()(double SdiffData::* number) const { return anomaly.*number; }
+    KV_Value operator()(bool SdiffData::* isFill) const { return std::string(kindCode(anomaly.*isFill)); }
+};
+
+/// Takes a field's value out of a row.
+struct Taking {
+    const KV_Record& row;
+    const char* column;
+    SdiffData& anomaly;
+
+    void operator()(std::string SdiffData::* text) const { takeField(row, column, anomaly.*text); }
+    void operator()(double SdiffData::* number) const { takeField(row, column, anomaly.*number); }
+    void operator()(bool SdiffData::* isFill) const {
+        std::string kind;
+        takeField(row, column, kind);
+        anomaly.*isFill = kind == kindCode(true);
+    }
+};
 
 KV_Record recordOf(std::uint32_t stationId, const SdiffData& anomaly) {
-    KV_Record fields{{"station_id", std::int64_t{stationId}},
-                     {"name", anomaly.name},
-                     {"kind", std::string(anomaly.isFill ? "fill" : "cut")},
-                     {"attribute", anomaly.attribute},
-                     {"suggested", anomaly.suggested},
-                     {"x", anomaly.x},
-                     {"y", anomaly.y},
-                     {"lon_deg", anomaly.lonDegrees},
-                     {"lat_deg", anomaly.latDegrees},
-                     {"x_min", anomaly.xMin},
-                     {"y_min", anomaly.yMin},
-                     {"x_max", anomaly.xMax},
-                     {"y_max", anomaly.yMax},
-                     {"area_m2", anomaly.areaSquareMetres},
-                     {"fill_m3", anomaly.fillCubicMetres},
-                     {"cut_m3", anomaly.cutCubicMetres},
-                     {"dz_mean_m", anomaly.dzMeanMetres},
-                     {"dz_min_m", anomaly.dzMinMetres},
-                     {"dz_max_m", anomaly.dzMaxMetres},
-                     {"outline_wkt", anomaly.outlineWkt}};
-    if (anomaly.id != 0) {
-        fields.emplace("id", anomaly.id);
+    KV_Record row{{"station_id", std::int64_t{stationId}}};
+    for (const AnomalyField& field : kAnomalyFields) {
+        row.emplace(field.name, std::visit(StoredValue{anomaly}, field.member));
     }
-    return fields;
+    if (anomaly.id != 0) {
+        row.emplace("id", anomaly.id);
+    }
+    return row;
 }
 
 bool isStored(KV_MySQL& database, const SdiffData& anomaly) {
@@ -73,6 +56,16 @@ bool isStored(KV_MySQL& database, const SdiffData& anomaly) {
 }
 
 } // namespace
+
+SdiffData anomalyOf(const KV_Record& row) {
+    SdiffData anomaly;
+    takeField(row, "id", anomaly.id);
+    anomaly.version = versionOf(row);
+    for (const AnomalyField& field : kAnomalyFields) {
+        std::visit(Taking{row, field.name, anomaly}, field.member);
+    }
+    return anomaly;
+}
 
 std::vector<SdiffData> readAnomalies(KV_MySQL& database, std::uint32_t stationId) {
     std::vector<SdiffData> anomalies;
@@ -113,10 +106,12 @@ void storeAttributes(KV_MySQL& database, const std::vector<SdiffData>& anomalies
 }
 
 void deleteAnomalies(KV_MySQL& database, const std::vector<SdiffData>& anomalies) {
-    KV_MySQL::Transaction transaction(database);
+    RowIds ids;
     for (const SdiffData& anomaly : anomalies) {
-        database.deleteRecord(kAnomalyTable, "where id=?", {anomaly.id});
+        ids.push_back(anomaly.id);
     }
+    KV_MySQL::Transaction transaction(database);
+    deleteRows(database, kAnomalyTable, ids);
     transaction.commit();
 }
 

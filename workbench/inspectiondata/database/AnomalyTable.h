@@ -13,6 +13,9 @@
 /// to happen in one transaction has then not happened at all. Texts of SdiffData are GBK.
 namespace inspection {
 
+/// What a row says.
+SdiffData anomalyOf(const mysqlhelper::KV_Record& row);
+
 /// The anomalies of a station by name.
 INSPECTIONDATA_API std::vector<SdiffData> readAnomalies(mysqlhelper::KV_MySQL& database,
                                                         std::uint32_t stationId);

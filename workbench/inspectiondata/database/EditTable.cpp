@@ -111,8 +111,12 @@ std::int64_t insertEdit(KV_MySQL& database, const QString& inspector, const QStr
                                  editRow(inspector, changes.front().table, description, changes, revision));
 }
 
-void dropEdit(KV_MySQL& database, std::int64_t editId) {
-    database.updateRecord(kTable, {{"is_dropped", std::int64_t{1}}}, "where id=?", {editId});
+void dropEdits(KV_MySQL& database, const RowIds& editIds) {
+    RowUpdates updates;
+    for (const std::int64_t id : editIds) {
+        updates.add(id, {{"is_dropped", std::int64_t{1}}});
+    }
+    updates.store(database, kTable);
 }
 
 void markEdit(KV_MySQL& database, std::int64_t editId, bool isUndone, std::int64_t revision) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "workbench/inspectiondata/database/RowBatch.h"
 #include "workbench/inspectiondata/database/RowChange.h"
 
 #include <QString>
@@ -35,8 +36,8 @@ INSPECTIONDATA_API RowChanges readChanges(mysqlhelper::KV_MySQL& database, std::
 INSPECTIONDATA_API std::int64_t insertEdit(mysqlhelper::KV_MySQL& database, const QString& inspector,
                                            const QString& description, const RowChanges& changes,
                                            std::int64_t revision);
-/// An undone edit can no longer be redone; others still read that it was undone.
-INSPECTIONDATA_API void dropEdit(mysqlhelper::KV_MySQL& database, std::int64_t editId);
+/// Undone edits can no longer be redone; others still read that they were undone.
+INSPECTIONDATA_API void dropEdits(mysqlhelper::KV_MySQL& database, const RowIds& editIds);
 INSPECTIONDATA_API void markEdit(mysqlhelper::KV_MySQL& database, std::int64_t editId, bool isUndone,
                                  std::int64_t revision);
 

@@ -2,12 +2,15 @@
 
 #include "host/Gbk.h"
 #include "workbench/inspectiondata/database/Revision.h"
+#include "workbench/inspectiondata/database/RowBatch.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 
 #include <algorithm>
+#include <iterator>
+#include <set>
 
 namespace inspection {
 
@@ -92,23 +95,90 @@ bool isSame(const std::optional<KV_Record>& a, const std::optional<KV_Record>& b
     return a.has_value() == b.has_value() && (!a || inspection::isSame(*a, *b));
 }
 
-RowChange applyChange(KV_MySQL& database, const RowChange& change, std::int64_t revision) {
-    RowChange made{change.table, change.id, readRow(database, change.table, change.id), change.after};
-    if (!isSame(made.before, change.before)) {
-        throw KV_MySQL_Exception("row " + std::to_string(change.id) + " of " + change.table +
-                                 " has been changed by somebody else");
-    }
-    if (!made.after) {
-        database.deleteRecord(change.table, "where id=?", {change.id});
-        return made;
-    }
-    (*made.after)[kVersionColumn] = revision;
-    if (!made.before) {
-        database.insertRecord(change.table, *made.after);
-    } else {
-        database.updateRecord(change.table, *made.after, "where id=?", {change.id});
+enum class Sort { Insert, Update, Delete };
+
+Sort sortOf(const RowChange& change) {
+    return !change.before ? Sort::Insert : change.after ? Sort::Update : Sort::Delete;
+}
+
+using Changes = RowChanges::const_iterator;
+
+/// The end of the changes from `first` on that may be made together: of one sort, in one table, each of
+/// another row.
+Changes endOfBatch(Changes first, Changes end) {
+    std::set<std::int64_t> rows;
+    return std::find_if(first, end, [&](const RowChange& change) {
+        return change.table != first->table || sortOf(change) != sortOf(*first) ||
+               !rows.insert(change.id).second;
+    });
+}
+
+/// The changes with the rows as they are now. Throws when they are no longer what they were before.
+RowChanges lookedUp(KV_MySQL& database, Changes first, Changes end, std::int64_t revision) {
+    RowIds ids;
+    std::transform(first, end, std::back_inserter(ids), [](const RowChange& change) { return change.id; });
+    auto stored = readRows(database, first->table, ids);
+    RowChanges made(first, end);
+    for (RowChange& change : made) {
+        const auto row = stored.find(change.id);
+        auto now = row == stored.end() ? std::nullopt : std::optional(std::move(row->second));
+        if (!isSame(now, change.before)) {
+            throw KV_MySQL_Exception("row " + std::to_string(change.id) + " of " + change.table +
+                                     " has been changed by somebody else");
+        }
+        change.before = std::move(now);
+        if (change.after) {
+            (*change.after)[kVersionColumn] = revision;
+        }
     }
     return made;
+}
+
+/// What the row has to be given so that it is what it was.
+KV_Record differences(const KV_Record& wanted, const KV_Record& row) {
+    KV_Record fields;
+    for (const auto& [name, value] : wanted) {
+        const auto stored = row.find(name);
+        if (name == kVersionColumn || stored == row.end() || !isSame(value, stored->second)) {
+            fields.emplace(name, value);
+        }
+    }
+    return fields;
+}
+
+void insertAll(KV_MySQL& database, const RowChanges& changes) {
+    mysqlhelper::KV_Rows rows;
+    for (const RowChange& change : changes) {
+        rows.push_back(*change.after);
+    }
+    insertRows(database, changes.front().table, rows);
+}
+
+void updateAll(KV_MySQL& database, const RowChanges& changes) {
+    RowUpdates updates;
+    for (const RowChange& change : changes) {
+        updates.add(change.id, differences(*change.after, *change.before));
+    }
+    updates.store(database, changes.front().table);
+}
+
+void deleteAll(KV_MySQL& database, const RowChanges& changes) {
+    RowIds ids;
+    for (const RowChange& change : changes) {
+        ids.push_back(change.id);
+    }
+    deleteRows(database, changes.front().table, ids);
+}
+
+void store(KV_MySQL& database, const RowChanges& batch) {
+    switch (sortOf(batch.front())) {
+    case Sort::Insert:
+        return insertAll(database, batch);
+    case Sort::Update:
+        return updateAll(database, batch);
+    case Sort::Delete:
+        return deleteAll(database, batch);
+    }
 }
 
 } // namespace
@@ -129,8 +199,12 @@ bool isSame(const KV_Record& fields, const KV_Record& row) {
 RowChanges applyChanges(KV_MySQL& database, const RowChanges& changes, std::int64_t revision) {
     RowChanges made;
     made.reserve(changes.size());
-    for (const RowChange& change : changes) {
-        made.push_back(applyChange(database, change, revision));
+    for (auto first = changes.begin(); first != changes.end();) {
+        const auto end = endOfBatch(first, changes.end());
+        RowChanges batch = lookedUp(database, first, end, revision);
+        store(database, batch);
+        std::move(batch.begin(), batch.end(), std::back_inserter(made));
+        first = end;
     }
     return made;
 }

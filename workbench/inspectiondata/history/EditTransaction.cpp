@@ -2,11 +2,27 @@
 
 #include "workbench/inspectiondata/database/Fields.h"
 #include "workbench/inspectiondata/database/Revision.h"
+#include "workbench/inspectiondata/database/RowBatch.h"
+
+#include <set>
 
 namespace inspection {
 
 using mysqlhelper::KV_MySQL;
 using mysqlhelper::KV_Record;
+
+namespace {
+
+template<typename Row>
+RowIds idsOf(const std::vector<Row>& rows) {
+    RowIds ids;
+    for (const Row& row : rows) {
+        ids.push_back(row.id);
+    }
+    return ids;
+}
+
+} // namespace
 
 EditTransaction::EditTransaction(KV_MySQL& database, const OwnVersions& own)
     : m_database(database), m_own(own), m_transaction(database), m_revision(raiseRevision(database)) {}
@@ -21,28 +37,61 @@ std::int64_t EditTransaction::insert(const std::string& table, const KV_Record& 
 
 bool EditTransaction::update(const std::string& table, std::int64_t id, const KV_Record& fields,
                              std::int64_t seenVersion) {
-    auto before = readRow(m_database, table, id);
-    if (!before) {
-        m_conflicts.push_back({table, id, {}, 0, true});
-        return false;
+    return update(table, std::vector<RowEdit>{{id, fields, seenVersion}});
+}
+
+bool EditTransaction::update(const std::string& table, const std::vector<RowEdit>& edits) {
+    auto stored = readRows(m_database, table, idsOf(edits));
+    std::set<std::int64_t> edited;
+    bool areThere = true;
+    RowUpdates updates;
+    RowChanges changes;
+    for (const RowEdit& edit : edits) {
+        if (!edited.insert(edit.id).second) {
+            continue;
+        }
+        const auto before = stored.find(edit.id);
+        if (before == stored.end()) {
+            m_conflicts.push_back({table, edit.id, {}, 0, true});
+            areThere = false;
+            continue;
+        }
+        check(table, before->second, edit.seenVersion);
+        if (!isSame(edit.fields, before->second)) {
+            KV_Record changed = edit.fields;
+            changed[kVersionColumn] = m_revision;
+            updates.add(edit.id, changed);
+            changes.push_back({table, edit.id, std::move(before->second), std::nullopt});
+        }
     }
-    check(table, *before, seenVersion);
-    if (isSame(fields, *before)) {
-        return true;
+    updates.store(m_database, table);
+    noteUpdates(table, std::move(changes));
+    return areThere;
+}
+
+void EditTransaction::noteUpdates(const std::string& table, RowChanges changes) {
+    auto stored = readRows(m_database, table, idsOf(changes));
+    for (RowChange& change : changes) {
+        change.after = std::move(stored.at(change.id));
+        m_changes.push_back(std::move(change));
     }
-    KV_Record changed = fields;
-    changed[kVersionColumn] = m_revision;
-    m_database.updateRecord(table, changed, "where id=?", {id});
-    m_changes.push_back({table, id, std::move(before), readRow(m_database, table, id)});
-    return true;
 }
 
 void EditTransaction::remove(const std::string& table, std::int64_t id, std::int64_t seenVersion) {
-    if (auto before = readRow(m_database, table, id)) {
-        check(table, *before, seenVersion);
-        m_database.deleteRecord(table, "where id=?", {id});
-        m_changes.push_back({table, id, std::move(before), std::nullopt});
+    remove(table, std::vector<SeenRow>{{id, seenVersion}});
+}
+
+void EditTransaction::remove(const std::string& table, const std::vector<SeenRow>& rows) {
+    auto stored = readRows(m_database, table, idsOf(rows));
+    RowIds gone;
+    for (const SeenRow& row : rows) {
+        if (auto before = stored.extract(row.id)) {
+            check(table, before.mapped(), row.version);
+            gone.push_back(row.id);
+            m_changes.push_back({table, row.id, std::move(before.mapped()), std::nullopt});
+        }
     }
+    deleteRows(m_database, table, gone);
 }
 
 void EditTransaction::check(const std::string& table, const KV_Record& row, std::int64_t seenVersion) {

@@ -16,6 +16,19 @@ struct EditConflict {
     bool isGone = false;
 };
 
+/// Fields for a row, which the user has seen in that version.
+struct RowEdit {
+    std::int64_t id = 0;
+    mysqlhelper::KV_Record fields;
+    std::int64_t seenVersion = 0;
+};
+
+/// A row that the user wants to delete, as he has seen it.
+struct SeenRow {
+    std::int64_t id = 0;
+    std::int64_t version = 0;
+};
+
 /// The rows of one edit, changed in one transaction for as long as the object lives, and how each was before
 /// and is after. Edits of several inspectors wait for each other here. Every operation throws
 /// KV_MySQL_Exception when the database refuses.
@@ -30,8 +43,12 @@ public:
     /// is a conflict. False when there is no such row.
     bool update(const std::string& table, std::int64_t id, const mysqlhelper::KV_Record& fields,
                 std::int64_t seenVersion);
-    /// The same. A row that is gone already is no conflict.
+    /// The same for many rows, by few statements. Of several edits of one row the first one counts. False
+    /// when one of the rows is not there.
+    bool update(const std::string& table, const std::vector<RowEdit>& edits);
+    /// A row that is gone already is no conflict.
     void remove(const std::string& table, std::int64_t id, std::int64_t seenVersion);
+    void remove(const std::string& table, const std::vector<SeenRow>& rows);
 
     /// The project's revision that this edit makes.
     std::int64_t revision() const { return m_revision; }
@@ -42,6 +59,8 @@ public:
 
 private:
     void check(const std::string& table, const mysqlhelper::KV_Record& row, std::int64_t seenVersion);
+    /// Notes these changes, with the rows as they are now.
+    void noteUpdates(const std::string& table, RowChanges changes);
 
     mysqlhelper::KV_MySQL& m_database;
     const OwnVersions& m_own;

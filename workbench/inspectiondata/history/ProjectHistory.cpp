@@ -2,35 +2,56 @@
 
 #include "host/Gbk.h"
 #include "workbench/inspectiondata/database/Revision.h"
+#include "workbench/inspectiondata/database/RowBatch.h"
 #include "workbench/inspectiondata/history/ConflictText.h"
 #include "workbench/inspectiondata/text/Log.h"
 
 #include <algorithm>
+#include <map>
 #include <set>
+#include <utility>
 
 namespace inspection {
 
 using mysqlhelper::KV_MySQL;
 using mysqlhelper::KV_MySQL_Exception;
+using mysqlhelper::KV_Record;
 
 namespace {
 
-/// One change for each row, from before the first step to what is stored now: it may also have been edited
-/// here meanwhile.
-RowChanges changesUntilNow(KV_MySQL& database, const std::vector<EditStep>& steps) {
+/// What the steps changed, each row once, as it was before the first of them.
+RowChanges firstChanges(const std::vector<EditStep>& steps) {
     RowChanges changes;
     std::set<std::pair<std::string, std::int64_t>> rows;
     for (const EditStep& step : steps) {
         for (const RowChange& change : step.changes) {
-            if (!rows.insert({change.table, change.id}).second) {
-                continue;
-            }
-            auto after = readRow(database, change.table, change.id);
-            if (change.before || after) {
-                changes.push_back({change.table, change.id, change.before, std::move(after)});
+            if (rows.insert({change.table, change.id}).second) {
+                changes.push_back(change);
             }
         }
     }
+    return changes;
+}
+
+/// One change for each row, from before the first step to what is stored now: it may also have been edited
+/// here meanwhile.
+RowChanges changesUntilNow(KV_MySQL& database, const std::vector<EditStep>& steps) {
+    RowChanges changes = firstChanges(steps);
+    std::map<std::string, RowIds> ids;
+    for (const RowChange& change : changes) {
+        ids[change.table].push_back(change.id);
+    }
+    std::map<std::string, std::map<std::int64_t, KV_Record>> stored;
+    for (const auto& [table, rows] : ids) {
+        stored[table] = readRows(database, table, rows);
+    }
+    for (RowChange& change : changes) {
+        const auto row = stored[change.table].find(change.id);
+        change.after = row == stored[change.table].end() ? std::nullopt : std::optional(row->second);
+    }
+    changes.erase(std::remove_if(changes.begin(), changes.end(),
+                                 [](const RowChange& change) { return !change.before && !change.after; }),
+                  changes.end());
     return changes;
 }
 
@@ -69,6 +90,7 @@ void ProjectHistory::setDatabase(KV_MySQL* database, const QString& inspector) {
     m_edits.clear();
     m_undoable = 0;
     m_ownVersions.clear();
+    m_unshown.clear();
     m_database = database;
     m_inspector = inspector;
     if (m_database) {
@@ -134,9 +156,7 @@ std::vector<EditConflict> ProjectHistory::tryToStore(const QString& description,
     if (edit.changes().empty()) {
         return {};
     }
-    for (std::size_t undone = m_undoable; undone < m_edits.size(); ++undone) {
-        dropEdit(*m_database, m_edits[undone]->stored().id);
-    }
+    dropUndone();
     const std::int64_t id =
         insertEdit(*m_database, m_inspector, description, edit.changes(), edit.revision());
     edit.commit();
@@ -147,10 +167,18 @@ std::vector<EditConflict> ProjectHistory::tryToStore(const QString& description,
     m_edits.resize(m_undoable);
     m_edits.push_back(std::make_unique<Edit>(*this, StoredEdit{id, description, false}));
     ++m_undoable;
-    emit stored(edit.changes());
+    show(edit.changes(), Showing::Edited);
     emit undoable(description);
     emit redoable(QString());
     return {};
+}
+
+void ProjectHistory::dropUndone() {
+    RowIds undone;
+    for (std::size_t edit = m_undoable; edit < m_edits.size(); ++edit) {
+        undone.push_back(m_edits[edit]->stored().id);
+    }
+    dropEdits(*m_database, undone);
 }
 
 Status ProjectHistory::askAbout(const std::vector<EditConflict>& conflicts) {
@@ -193,7 +221,7 @@ void ProjectHistory::takeStepsOfOthers(std::int64_t newestRevision) {
         reload(); // edits of rows that are no longer
         emit replacedByOthers();
     } else if (!changes.empty()) {
-        emit changedByOthers(changes);
+        show(changes, Showing::InPlace);
     }
 }
 
@@ -224,8 +252,7 @@ void ProjectHistory::UndoSteps(int count) {
     }
     m_undoable -= steps;
     if (!changes.empty()) {
-        emit stored(changes);
-        emit rowsChanged(changes);
+        show(changes, Showing::Followed);
     }
 }
 
@@ -250,10 +277,18 @@ void ProjectHistory::step(Edit& edit, bool isUndo, bool refresh) {
                    .arg(QString::fromUtf8(exception.what())));
         return;
     }
-    emit stored(changes);
     if (refresh) {
-        emit rowsChanged(changes);
+        show(changes, Showing::Followed);
+    } else {
+        m_unshown.insert(m_unshown.end(), changes.begin(), changes.end());
     }
+}
+
+void ProjectHistory::show(const RowChanges& changes, Showing showing) {
+    if (!m_unshown.empty()) {
+        emit rowsChanged(std::exchange(m_unshown, {}), Showing::InPlace);
+    }
+    emit rowsChanged(changes, showing);
 }
 
 // Whoever asked moves the edit on his own list, whatever came of it: afterwards he gets the list anew.

@@ -13,6 +13,14 @@
 
 namespace inspection {
 
+/// How the windows show rows that have changed.
+enum class Showing {
+    Edited,   ///< by the user's edit: whoever asked for it selects what he wants, and a tool that edits
+              ///< special objects shows them on the globe by itself
+    Followed, ///< by an undo or redo: the user sees and has selected what it did
+    InPlace   ///< by somebody else: what the user sees and has selected stays
+};
+
 /// The edits of the open project, stored with it: they can be undone after a restart, too. An edit and its
 /// entry are one transaction, and so are an undo and its mark. Each inspector undoes his own edits. GUI
 /// thread.
@@ -56,17 +64,13 @@ public:
     void reload() { setDatabase(m_database, m_inspector); }
 
 signals:
-    /// The user's edit, undo or redo has changed rows. Whoever asked for it may show them already.
-    void stored(const RowChanges& changes);
+    /// Rows are other ones now than the windows show.
+    void rowsChanged(const RowChanges& changes, Showing showing);
     /// Description of an undoable edit that is new to the tools; empty when only CanUndo is another now.
     /// Before it announces all anew, it says so with nothing to undo.
     void undoable(const QString& description);
     /// CanRedo may be another now; always empty.
     void redoable(const QString& description);
-    /// Rows are other ones now than the windows show, by an undo or redo.
-    void rowsChanged(const RowChanges& changes);
-    /// Rows are other ones now than the windows show, by somebody else's work.
-    void changedByOthers(const RowChanges& changes);
     /// Somebody else replaced tables: all rows may be other ones now.
     void replacedByOthers();
     /// An undo or redo was refused; one Chinese line.
@@ -84,9 +88,11 @@ private:
     /// Stores the edit, unless it meets with other conflicts than the user has settled; they are the answer.
     std::vector<EditConflict> tryToStore(const QString& description, const Work& work,
                                          const std::vector<EditConflict>& settled);
+    void dropUndone();
     /// Nothing when the user wants to replace what others did.
     Status askAbout(const std::vector<EditConflict>& conflicts);
     void noteOwn(const RowChanges& changes, std::int64_t revision);
+    void show(const RowChanges& changes, Showing showing);
 
     mysqlhelper::KV_MySQL* m_database = nullptr;
     QString m_inspector;
@@ -95,6 +101,7 @@ private:
     std::int64_t m_seenRevision = 0;            ///< the windows show all that others did up to it
     std::vector<std::unique_ptr<Edit>> m_edits; ///< oldest first
     std::size_t m_undoable = 0;                 ///< how many of them, from the oldest on, can be undone
+    RowChanges m_unshown;                       ///< of undo and redo that were not to show them
     bool m_isRestarting = false;                ///< the tools' lists are being emptied
 };
 

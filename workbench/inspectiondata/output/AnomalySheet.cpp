@@ -2,6 +2,7 @@
 
 #include "host/Gbk.h"
 #include "workbench/inspectiondata/output/MapSheet.h"
+#include "workbench/inspectiondata/text/AnomalyTexts.h"
 
 #include <QLinearGradient>
 
@@ -91,17 +92,19 @@ void drawTitle(ReportCanvas& canvas, double y, const AnomalyFacts& facts) {
 
 void drawFigures(ReportCanvas& canvas, double y, const AnomalyFacts& facts) {
     const QStringList& row = facts.row;
-    QString first = QStringLiteral("里程 %1").arg(row[1]);
+    QString first = QStringLiteral("里程 %1").arg(row[ReportFacts::Chainage]);
     if (facts.surroundings.pipeMetres) {
-        first += QStringLiteral("    距管线 %1 m").arg(row[2]);
+        first += QStringLiteral("    距管线 %1 m").arg(row[ReportFacts::PipeDistance]);
     }
-    first += QStringLiteral("    位置 %1°E %2°N").arg(row[3], row[4]);
+    first +=
+        QStringLiteral("    位置 %1°E %2°N").arg(row[ReportFacts::Longitude], row[ReportFacts::Latitude]);
     if (!facts.surroundings.highConsequenceAreas.empty()) {
         first += QStringLiteral("    高后果区 ") + areaNamesText(facts.surroundings.highConsequenceAreas);
     }
-    const QString second = QStringLiteral("%1    面积 %2 m²    体积 %3 m³    平均 dZ %4 m    极值 dZ %5 m")
-                               .arg(facts.anomaly->isFill ? QStringLiteral("填方") : QStringLiteral("挖方"),
-                                    row[6], row[7], row[8], row[9]);
+    const QString second =
+        QStringLiteral("%1    面积 %2 m²    体积 %3 m³    平均 dZ %4 m    极值 dZ %5 m")
+            .arg(kindText(*facts.anomaly), row[ReportFacts::Area], row[ReportFacts::Volume],
+                 row[ReportFacts::MeanDifference], row[ReportFacts::ExtremeDifference]);
     const QRectF line(ReportCanvas::kMargin, y, ReportCanvas::kWidth, 4.4);
     const QFontMetricsF metrics(canvas.font(8.0), canvas.painter().device());
     canvas.text(line, metrics.elidedText(first, Qt::ElideRight, canvas.device(line).width()), 8.0);

@@ -1,11 +1,12 @@
 #include "workbench/inspectiondata/output/ReportFacts.h"
 
 #include "host/Gbk.h"
+#include "workbench/inspectiondata/text/AnomalyFields.h"
+#include "workbench/inspectiondata/text/AnomalyTexts.h"
 
 #include <QDateTime>
 
 #include <algorithm>
-#include <cmath>
 
 namespace inspection {
 
@@ -23,28 +24,63 @@ QString signedMetres(double value) {
     return (value > 0.0 ? QStringLiteral("+") : QString()) + fixed(value, 2);
 }
 
-/// The difference furthest from zero.
-double extreme(const SdiffData& anomaly) {
-    return std::abs(anomaly.dzMinMetres) > std::abs(anomaly.dzMaxMetres) ? anomaly.dzMinMetres
-                                                                         : anomaly.dzMaxMetres;
+/// What a row of the table of anomalies tells of.
+struct Told {
+    const SdiffData& anomaly;
+    const std::optional<PipePosition>& position;
+    const Surroundings& surroundings;
+};
+
+struct TableColumn {
+    ReportColumn head;
+    QString (*text)(const Told& told);
+};
+
+/// In the order of ReportFacts::Column.
+const std::vector<TableColumn>& tableColumns() {
+    static const std::vector<TableColumn> columns{
+        {{QStringLiteral("编号"), 15.5, false},
+         [](const Told& told) { return QString::fromStdString(told.anomaly.name); }},
+        {{QStringLiteral("里程"), 13.0, false},
+         [](const Told& told) {
+             return told.position ? chainageText(told.position->chainageMetres) : QStringLiteral("–");
+         }},
+        {{kPipeDistanceTitle.inLine(), 13.0, true},
+         [](const Told& told) {
+             const auto& metres = told.surroundings.pipeMetres;
+             return metres ? pipeDistanceText(*metres) : QString();
+         }},
+        {{QStringLiteral("经度 °"), 17.0, true},
+         [](const Told& told) { return fixed(told.anomaly.lonDegrees, 6); }},
+        {{QStringLiteral("纬度 °"), 15.5, true},
+         [](const Told& told) { return fixed(told.anomaly.latDegrees, 6); }},
+        {{QStringLiteral("填/挖"), 9.0, false},
+         [](const Told& told) { return told.anomaly.isFill ? QStringLiteral("填") : QStringLiteral("挖"); }},
+        {{kAreaTitle.inLine(), 13.5, true},
+         [](const Told& told) { return fixed(told.anomaly.areaSquareMetres, 1); }},
+        {{kVolumeTitle.inLine(), 13.5, true},
+         [](const Told& told) { return fixed(told.anomaly.volumeCubicMetres(), 1); }},
+        {{kMeanDifferenceTitle.inLine(), 13.5, true},
+         [](const Told& told) { return signedMetres(told.anomaly.dzMeanMetres); }},
+        {{QStringLiteral("极值dZ m"), 13.5, true},
+         [](const Told& told) { return signedMetres(largestDifferenceMetres(told.anomaly)); }},
+        {{kSuggestedTitle, 13.5, false}, [](const Told& told) { return fromGbk(told.anomaly.suggested); }},
+        {{QStringLiteral("核查结论"), 14.0, false},
+         [](const Told& told) {
+             return told.anomaly.attribute.empty() ? QStringLiteral("待核查")
+                                                   : fromGbk(told.anomaly.attribute);
+         }},
+        {{kHighConsequenceAreasTitle, 17.5, false},
+         [](const Told& told) { return areaNamesText(told.surroundings.highConsequenceAreas); }}};
+    return columns;
 }
 
-QStringList tableRow(const SdiffData& anomaly, const std::optional<PipePosition>& position,
-                     const Surroundings& surroundings) {
-    const QString none = QStringLiteral("–");
-    return {QString::fromStdString(anomaly.name),
-            position ? chainageText(position->chainageMetres) : none,
-            surroundings.pipeMetres ? pipeDistanceText(*surroundings.pipeMetres) : QString(),
-            fixed(anomaly.lonDegrees, 6),
-            fixed(anomaly.latDegrees, 6),
-            anomaly.isFill ? QStringLiteral("填") : QStringLiteral("挖"),
-            fixed(anomaly.areaSquareMetres, 1),
-            fixed(anomaly.volumeCubicMetres(), 1),
-            signedMetres(anomaly.dzMeanMetres),
-            signedMetres(extreme(anomaly)),
-            fromGbk(anomaly.suggested),
-            anomaly.attribute.empty() ? QStringLiteral("待核查") : fromGbk(anomaly.attribute),
-            areaNamesText(surroundings.highConsequenceAreas)};
+QStringList tableRow(const Told& told) {
+    QStringList row;
+    for (const TableColumn& column : tableColumns()) {
+        row << column.text(told);
+    }
+    return row;
 }
 
 AnomalyFacts factsOf(const StationFindings& findings, const SdiffData& anomaly,
@@ -55,7 +91,7 @@ AnomalyFacts factsOf(const StationFindings& findings, const SdiffData& anomaly,
     facts.name = fromGbk(anomaly.name);
     facts.judged = !anomaly.attribute.empty();
     facts.className = fromGbk(facts.judged ? anomaly.attribute : anomaly.suggested);
-    facts.row = tableRow(anomaly, position, surroundings);
+    facts.row = tableRow({anomaly, position, surroundings});
     facts.surroundings = std::move(surroundings);
     return facts;
 }
@@ -208,13 +244,14 @@ QString summaryOf(const InspectionData& data, const Pipeline& pipeline, const Re
 } // namespace
 
 const std::vector<ReportColumn>& ReportFacts::columns() {
-    static const std::vector<ReportColumn> columns{
-        {"编号", 15.5, false},    {"里程", 13.0, false},     {"距管线 m", 13.0, true},
-        {"经度 °", 17.0, true},   {"纬度 °", 15.5, true},    {"填/挖", 9.0, false},
-        {"面积 m²", 13.5, true},  {"体积 m³", 13.5, true},   {"平均dZ m", 13.5, true},
-        {"极值dZ m", 13.5, true}, {"建议类别", 13.5, false}, {"核查结论", 14.0, false},
-        {"高后果区", 17.5, false}};
-    return columns;
+    static const std::vector<ReportColumn> heads = [] {
+        std::vector<ReportColumn> all;
+        for (const TableColumn& column : tableColumns()) {
+            all.push_back(column.head);
+        }
+        return all;
+    }();
+    return heads;
 }
 
 ReportFacts reportFacts(const InspectionData& data, const Pipeline& pipeline) {

@@ -37,7 +37,7 @@ struct AnomalyFacts {
 
 /// A column of the table of anomalies.
 struct ReportColumn {
-    const char* title;
+    QString title;
     double widthMillimetres;
     bool number;
 };
@@ -53,10 +53,26 @@ struct ReportFacts {
     std::vector<ClassTotal> classes;
     std::vector<AnomalyFacts> anomalies; ///< along the pipe
 
-    static const std::vector<ReportColumn>& columns();
+    /// The columns of the table of anomalies.
+    enum Column {
+        Name,
+        Chainage,
+        PipeDistance,
+        Longitude,
+        Latitude,
+        Kind,
+        Area,
+        Volume,
+        MeanDifference,
+        ExtremeDifference,
+        Suggested,
+        Attribute,
+        HighConsequenceAreas
+    };
+    INSPECTIONDATA_API static const std::vector<ReportColumn>& columns();
 };
 
-ReportFacts reportFacts(const InspectionData& data, const Pipeline& pipeline);
+INSPECTIONDATA_API ReportFacts reportFacts(const InspectionData& data, const Pipeline& pipeline);
 
 /// The date of an epoch, or which one it is.
 QString epochTitle(const Epoch& epoch, const QString& otherwise);

@@ -8,6 +8,7 @@
 #include "workbench/inspectiondata/output/ReportFacts.h"
 #include "workbench/inspectiondata/output/ReportTable.h"
 #include "workbench/inspectiondata/output/StationMaps.h"
+#include "workbench/inspectiondata/text/AnomalyFields.h"
 
 #include <algorithm>
 #include <cmath>
@@ -94,7 +95,7 @@ ReportTable classTable(const ReportFacts& facts) {
              {"数量", 19.0, true},
              {"已核查", 19.0, true},
              {"待核查", 19.0, true},
-             {"面积 m²", 27.0, true},
+             {kAreaTitle.inLine(), 27.0, true},
              {"填方 m³", 27.0, true},
              {"挖方 m³", 27.0, true}},
             std::move(rows)};

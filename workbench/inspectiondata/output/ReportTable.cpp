@@ -41,7 +41,7 @@ double ReportTable::drawHead(ReportCanvas& canvas, double y) const {
     double x = ReportCanvas::kMargin;
     for (const ReportColumn& column : m_columns) {
         const QRectF cell(x + kPadding, y, column.widthMillimetres - 2.0 * kPadding, kHeadHeight);
-        canvas.text(cell, QString::fromUtf8(column.title), kPoints, alignment(column), Qt::white, true);
+        canvas.text(cell, column.title, kPoints, alignment(column), Qt::white, true);
         x += column.widthMillimetres;
     }
     return y + kHeadHeight;

@@ -86,8 +86,7 @@ void TextReport::anomalyTable() {
     QTextCharFormat head;
     head.setFontWeight(QFont::Bold);
     for (int column = 0; column < table->columns(); ++column) {
-        table->cellAt(0, column).firstCursorPosition().insertText(
-            QString::fromUtf8(columns[std::size_t(column)].title), head);
+        table->cellAt(0, column).firstCursorPosition().insertText(columns[std::size_t(column)].title, head);
         for (int row = 1; row < table->rows(); ++row) {
             const QString& text = m_facts.anomalies[std::size_t(row) - 1].row[column];
             table->cellAt(row, column).firstCursorPosition().insertText(text);

@@ -4,47 +4,107 @@
 #include "host/Gbk.h"
 #include "workbench/inspectiondata/pipeline/Surroundings.h"
 #include "workbench/inspectiondata/project/Georeference.h"
+#include "workbench/inspectiondata/text/AnomalyFields.h"
 
 #include <gdal_priv.h>
 #include <ogrsf_frmts.h>
 
 #include <array>
+#include <functional>
 
 namespace inspection {
 
 namespace {
+
+using Value = ShapeLayer::Value;
+
+/// An anomaly and what lies around it.
+struct Place {
+    const KV_Station& station;
+    const SdiffData& anomaly;
+    PipePosition position;
+    Surroundings surroundings;
+    bool areAreasKnown;
+};
+
+/// A field of layer "anomalies" and how it is told.
+struct ShapeColumn {
+    const char* name;
+    bool number;
+    std::function<Value(const Place&)> value;
+};
+
+struct RecordValue {
+    const SdiffData& anomaly;
+
+    Value operator()(std::string SdiffData::* text) const { return gbkToUtf8(anomaly.*text); }
+    Value operator()(double SdiffData::* number) const { return anomaly.*number; }
+    Value operator()(bool SdiffData::* isFill) const { return std::string(kindCode(anomaly.*isFill)); }
+};
+
+/// A field of the record, under another name where one is given.
+ShapeColumn stored(const char* name, const char* shapeName = nullptr) {
+    const AnomalyField& field = anomalyField(name);
+    return {shapeName ? shapeName : field.name, std::holds_alternative<double SdiffData::*>(field.member),
+            [&field](const Place& place) { return std::visit(RecordValue{place.anomaly}, field.member); }};
+}
+
+const std::vector<ShapeColumn>& shapeColumns() {
+    static const std::vector<ShapeColumn> columns{
+        stored("name"),
+        {"station", false, [](const Place& place) { return gbkToUtf8(place.station.m_name); }},
+        stored("kind"),
+        stored("area_m2"),
+        {"volume_m3", true, [](const Place& place) { return place.anomaly.volumeCubicMetres(); }},
+        stored("fill_m3"),
+        stored("cut_m3"),
+        stored("dz_mean_m"),
+        stored("dz_max_m"),
+        stored("dz_min_m"),
+        stored("suggested"),
+        stored("attribute"),
+        stored("lon_deg", "lon"),
+        stored("lat_deg", "lat"),
+        {"chain_m", true, [](const Place& place) { return place.position.chainageMetres; }},
+        {"offset_m", true, [](const Place& place) { return place.position.offsetMetres; }},
+        {"dist_m", true,
+         [](const Place& place) {
+             const auto& metres = place.surroundings.pipeMetres;
+             return metres ? Value(*metres) : Value();
+         }},
+        {"hca", false, [](const Place& place) {
+             const auto& areas = place.surroundings.highConsequenceAreas;
+             return place.areAreasKnown ? Value(areaNamesText(areas).toStdString()) : Value();
+         }}};
+    return columns;
+}
+
+ShapeLayer::Feature featureOf(const Place& place) {
+    OGRGeometry* geometry = nullptr;
+    OGRGeometryFactory::createFromWkt(place.anomaly.outlineWkt.c_str(), nullptr, &geometry);
+    ShapeLayer::Feature feature{std::shared_ptr<const OGRGeometry>(geometry), {}};
+    for (const ShapeColumn& column : shapeColumns()) {
+        feature.values.push_back(column.value(place));
+    }
+    return feature;
+}
 
 ShapeLayer anomalyLayer(const InspectionData& data, const Pipeline& pipeline,
                         const OGRSpatialReference& reference) {
     ShapeLayer layer;
     layer.name = "anomalies";
     layer.reference = reference;
-    layer.fields = {{"name"},           {"station"},         {"kind"},
-                    {"area_m2", true},  {"volume_m3", true}, {"fill_m3", true},
-                    {"cut_m3", true},   {"dz_mean_m", true}, {"dz_max_m", true},
-                    {"dz_min_m", true}, {"suggested"},       {"attribute"},
-                    {"lon", true},      {"lat", true},       {"chain_m", true},
-                    {"offset_m", true}, {"dist_m", true},    {"hca"}};
-    const ShapeLayer::Value unknown;
+    for (const ShapeColumn& column : shapeColumns()) {
+        layer.fields.push_back({column.name, column.number});
+    }
     CorridorSurroundings corridor(pipeline, data.highConsequenceAreas);
     for (const StationFindings& findings : data.stations) {
         const auto surroundings = corridor.around(findings.station);
         for (const SdiffData& anomaly : findings.anomalies) {
-            const PipePosition position =
-                pipeline.positionOf({anomaly.x, anomaly.y}).value_or(PipePosition{});
-            const auto [pipeMetres, areas] = surroundings->of(anomaly);
-            OGRGeometry* geometry = nullptr;
-            OGRGeometryFactory::createFromWkt(anomaly.outlineWkt.c_str(), nullptr, &geometry);
             layer.features.push_back(
-                {std::shared_ptr<const OGRGeometry>(geometry),
-                 {anomaly.name, gbkToUtf8(findings.station.m_name),
-                  std::string(anomaly.isFill ? "fill" : "cut"), anomaly.areaSquareMetres,
-                  anomaly.volumeCubicMetres(), anomaly.fillCubicMetres, anomaly.cutCubicMetres,
-                  anomaly.dzMeanMetres, anomaly.dzMaxMetres, anomaly.dzMinMetres,
-                  gbkToUtf8(anomaly.suggested), gbkToUtf8(anomaly.attribute), anomaly.lonDegrees,
-                  anomaly.latDegrees, position.chainageMetres, position.offsetMetres,
-                  pipeMetres ? ShapeLayer::Value(*pipeMetres) : unknown,
-                  data.highConsequenceAreas.empty() ? unknown : areaNamesText(areas).toStdString()}});
+                featureOf({findings.station, anomaly,
+                           pipeline.positionOf({anomaly.x, anomaly.y}).value_or(PipePosition{}),
+                           surroundings->of(anomaly), !data.highConsequenceAreas.empty()}));
         }
     }
     return layer;
@@ -146,8 +206,8 @@ bool writeLayer(GDALDataset& dataset, const ShapeLayer& source, bool shapefile) 
 }
 
 /// A full disk may only show when buffers go out, so the last feature of each layer is read back.
-bool complete(const QString& target, const std::vector<ShapeLayer>& layers) {
-    const GDALDatasetUniquePtr dataset(GDALDataset::Open(target.toUtf8().constData(), GDAL_OF_VECTOR));
+bool complete(const QString& path, const std::vector<ShapeLayer>& layers) {
+    const GDALDatasetUniquePtr dataset(GDALDataset::Open(path.toUtf8().constData(), GDAL_OF_VECTOR));
     for (const ShapeLayer& expected : layers) {
         OGRLayer* layer = dataset ? dataset->GetLayerByName(expected.name.c_str()) : nullptr;
         if (!layer || layer->GetFeatureCount() != static_cast<GIntBig>(expected.features.size())) {
@@ -177,19 +237,20 @@ std::vector<ShapeLayer> shapeLayers(const InspectionData& data, const Pipeline& 
     return layers;
 }
 
-Status writeLayers(const std::vector<ShapeLayer>& layers, const char* driverName, const QString& target) {
+Status writeLayers(const std::vector<ShapeLayer>& layers, const char* driverName, const QString& path,
+                   const QString& target) {
     GDALAllRegister();
     const detect::GdalErrors errors;
     GDALDriver* driver = GetGDALDriverManager()->GetDriverByName(driverName);
     GDALDatasetUniquePtr dataset(
-        !driver ? nullptr : driver->Create(target.toUtf8().constData(), 0, 0, 0, GDT_Unknown, nullptr));
+        !driver ? nullptr : driver->Create(path.toUtf8().constData(), 0, 0, 0, GDT_Unknown, nullptr));
     bool good = dataset != nullptr;
     const bool shapefile = std::string(driverName) == "ESRI Shapefile";
     for (std::size_t i = 0; i < layers.size() && good; ++i) {
         good = writeLayer(*dataset, layers[i], shapefile);
     }
     dataset.reset();
-    if (!good || errors.any() || !complete(target, layers)) {
+    if (!good || errors.any() || !complete(path, layers)) {
         const QString cause =
             errors.any() ? QString::fromStdString(errors.first()) : QStringLiteral("disk full");
         return fileFailure(target, "cannot be written: " + cause, "无法写入：" + cause);

@@ -38,7 +38,8 @@ struct ShapeLayer {
 std::vector<ShapeLayer> shapeLayers(const InspectionData& data, const Pipeline& pipeline);
 
 /// Writes the layers by a GDAL driver: to a folder for "ESRI Shapefile", to a file otherwise, and reads back
-/// that they are complete.
-Status writeLayers(const std::vector<ShapeLayer>& layers, const char* driver, const QString& target);
+/// that they are complete. `path` is where they are prepared, `target` what the user calls the place.
+Status writeLayers(const std::vector<ShapeLayer>& layers, const char* driver, const QString& path,
+                   const QString& target);
 
 } // namespace inspection

@@ -47,11 +47,12 @@ Status writeShapes(const InspectionData& data, const QString& folder, const Outp
         removeNewFolder();
         return writeFailure(folder, staged.errorString());
     }
+    const QString geoPackage = QStringLiteral("corridor.gpkg");
     const auto layers = shapeLayers(data, Pipeline::read(data.project));
-    Status written = writeLayers(layers, "ESRI Shapefile", staged.path());
+    Status written = writeLayers(layers, "ESRI Shapefile", staged.path(), folder);
     bool going = report(0.5);
     if (written && going) {
-        written = writeLayers(layers, "GPKG", staged.filePath(QStringLiteral("corridor.gpkg")));
+        written = writeLayers(layers, "GPKG", staged.filePath(geoPackage), QDir(folder).filePath(geoPackage));
         going = report(0.9);
     }
     if (written && !going) {
@@ -63,9 +64,6 @@ Status writeShapes(const InspectionData& data, const QString& folder, const Outp
     staged.remove();
     if (!written) {
         removeNewFolder();
-        // The user knows the folder, not the place where the files were prepared.
-        written.error().message.replace(staged.path(), folder);
-        written.error().userMessage.replace(staged.path(), folder);
     } else {
         report(1.0);
     }

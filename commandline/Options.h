@@ -1,18 +1,15 @@
 #pragma once
 
+#include <tl/expected.hpp>
+
 #include <map>
 #include <optional>
 #include <set>
 #include <string>
-#include <variant>
 #include <vector>
 
-namespace cli {
-
-/// Exit statuses of every command.
-constexpr int kStatusDone = 0;
-constexpr int kStatusFailed = 1;
-constexpr int kStatusWrongUse = 2;
+/// The arguments of our programs, in UTF-8. Knows nothing of the product.
+namespace commandline {
 
 /// For OptionTable::positional.
 constexpr std::size_t kAnyNumber = static_cast<std::size_t>(-1);
@@ -34,26 +31,25 @@ struct Options {
     std::string value(const std::string& name) const;
 };
 
-/// What is wrong with the arguments, one line.
+/// What is wrong with the arguments, one line in Chinese.
 struct WrongUse {
     std::string message;
 };
 
-/// Sorts the arguments; `wrong` is filled and nothing returned for unknown, doubled, incomplete or surplus
-/// ones.
-std::optional<Options> parseOptions(const std::vector<std::string>& arguments, const OptionTable& table,
-                                    WrongUse& wrong);
+/// What the arguments ask for, or what is wrong with them.
+template<class T>
+using Parsed = tl::expected<T, WrongUse>;
 
-/// How a command begins: sorts its arguments, and says what is wrong with them or prints `usage` for
-/// "--help". Gives the options, or the exit status where the command ends with that.
-std::variant<Options, int> beginCommand(const char* command, const char* usage,
-                                        const std::vector<std::string>& arguments, const OptionTable& table);
+inline tl::unexpected<WrongUse> wrongUse(std::string message) {
+    return tl::unexpected<WrongUse>(WrongUse{std::move(message)});
+}
 
-/// Writes "corridor COMMAND: message" to standard error and hands `status` back.
-int fail(const char* command, int status, const std::string& message);
+/// Sorts the arguments. Unknown, doubled, incomplete and surplus ones are wrong.
+Parsed<Options> parseOptions(const std::vector<std::string>& arguments, const OptionTable& table);
+
 /// The whole text as a number, always with a decimal point; nothing for anything else, infinities and NaN
 /// included.
 std::optional<double> parseNumber(const std::string& text);
 std::optional<int> parseInteger(const std::string& text);
 
-} // namespace cli
+} // namespace commandline

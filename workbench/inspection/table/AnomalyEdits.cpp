@@ -1,0 +1,61 @@
+#include "workbench/inspection/table/AnomalyEdits.h"
+
+#include "host/Gbk.h"
+#include "workbench/inspection/session/Session.h"
+#include "workbench/inspectiondata/database/Schema.h"
+
+namespace inspection {
+
+namespace {
+
+/// "分类 3 处异常为 深挖"
+QString classification(const std::vector<SdiffData>& anomalies) {
+    const std::string& attribute = anomalies.front().attribute;
+    return attribute.empty()
+               ? QObject::tr("清除 %1 处异常的分类").arg(anomalies.size())
+               : QObject::tr("分类 %1 处异常为 %2").arg(anomalies.size()).arg(fromGbk(attribute));
+}
+
+std::vector<RowEdit> attributesOf(const std::vector<SdiffData>& anomalies) {
+    std::vector<RowEdit> edits;
+    for (const SdiffData& anomaly : anomalies) {
+        edits.push_back({anomaly.id, {{"attribute", anomaly.attribute}}, anomaly.version});
+    }
+    return edits;
+}
+
+std::vector<SeenRow> asSeen(const std::vector<SdiffData>& anomalies) {
+    std::vector<SeenRow> rows;
+    for (const SdiffData& anomaly : anomalies) {
+        rows.push_back({anomaly.id, anomaly.version});
+    }
+    return rows;
+}
+
+} // namespace
+
+std::optional<RowChanges> AnomalyEdits::classify(const std::vector<SdiffData>& anomalies) {
+    return perform(classification(anomalies), [edits = attributesOf(anomalies)](EditTransaction& edit) {
+        edit.update(kAnomalyTable, edits);
+    });
+}
+
+std::optional<RowChanges> AnomalyEdits::remove(const std::vector<SdiffData>& anomalies) {
+    return perform(QObject::tr("删除 %1 处异常").arg(anomalies.size()),
+                   [rows = asSeen(anomalies)](EditTransaction& edit) { edit.remove(kAnomalyTable, rows); });
+}
+
+std::optional<RowChanges> AnomalyEdits::perform(const QString& description,
+                                                const ProjectHistory::Work& work) {
+    RowChanges changes;
+    const Status failure = m_session.history().perform(description, [&](EditTransaction& edit) {
+        work(edit);
+        changes = edit.changes();
+    });
+    if (failure && !failure->cancelled) {
+        m_session.warn(failure->userMessage);
+    }
+    return failure ? std::nullopt : std::optional(std::move(changes));
+}
+
+} // namespace inspection

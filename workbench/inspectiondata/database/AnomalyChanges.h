@@ -1,0 +1,27 @@
+#pragma once
+
+#include "host/Export.h"
+#include "host/inspection/Station.h"
+#include "workbench/inspectiondata/database/RowChange.h"
+
+#include <cstdint>
+#include <vector>
+
+/// What changed rows of table "anomaly" mean for the records of a station in memory.
+namespace inspection {
+
+struct AnomalyChange {
+    std::uint32_t stationId = 0;
+    SdiffData anomaly; ///< as it is now; one that is gone as it was last
+    bool isNew = false;
+    bool isGone = false;
+};
+
+/// The anomalies among the rows, each once, in the order in which they were changed last.
+INSPECTIONDATA_API std::vector<AnomalyChange> anomalyChanges(const RowChanges& changes);
+
+/// Makes the changes of that station in its anomalies, which are in the order of readAnomalies().
+INSPECTIONDATA_API void applyChanges(const std::vector<AnomalyChange>& changes, std::uint32_t stationId,
+                                     std::vector<SdiffData>& anomalies);
+
+} // namespace inspection
