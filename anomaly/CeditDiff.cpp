@@ -1,9 +1,8 @@
 #include "anomaly/CeditDiff.h"
 
 #include "anomaly/FrameRectangle.h"
+#include "anomaly/ShownItem.h"
 #include "host/Gbk.h"
-#include "host/inspection/AVWindow.h"
-#include "host/inspection/IORVAContext.h"
 #include "host/viewmanager/MessageBus.h"
 #include "plugin/Button.h"
 #include "plugin/Drape.h"
@@ -35,12 +34,6 @@ osg::Node* frameGroupInScene() {
     return nullptr;
 }
 
-/// The table's own item; null where the host has no table.
-KV_StationItem* itemOfTable() {
-    AVWindow* table = IORVAContext::Instance()->GetAVWindow();
-    return table ? table->GetCurrentItem() : nullptr;
-}
-
 } // namespace
 
 CeditDiff::CeditDiff()
@@ -57,7 +50,7 @@ CeditDiff::CeditDiff()
     connect(this, SIGNAL(signal_deleteDff()), this, SLOT(OnDeleteDff()));
     buildMenu();
 
-    m_currentItem = itemOfTable();
+    m_currentItem = shownItem();
 }
 
 CeditDiff::~CeditDiff() = default;
@@ -101,7 +94,7 @@ void CeditDiff::bringFrameGroup() {
 void CeditDiff::OnDeactivate() {
     m_table.leave();
     m_stationItems.clear();
-    m_currentItem = itemOfTable();
+    m_currentItem = shownItem();
     m_doubleClickPoint.reset();
     m_threads.onFrame([this] { leaveGlobe(); });
     // Left before the picker arrived, it must still be taken out again.
@@ -128,7 +121,7 @@ void CeditDiff::OnMessage(std::string message) { // NOLINT(performance-unnecessa
     if (message == "removePick") {
         m_picker.remove();
     } else if (message == "addPick") {
-        m_picker.install();
+        m_picker.install(message);
     } else if (message == kFrameName) {
         addFrameSelection();
     } else if (message == "RemoveFrameSelect") {

@@ -110,6 +110,8 @@ private:
     void showItemAt(const osg::Vec3d& world);
     void takeTableSelection(const std::vector<std::string>& gbkNames);
     bool CollectSelectedDiffs();
+    /// Makes the table's own copy the current item where it is of the same station; false otherwise.
+    bool takeShownItem();
     void SetDiffAttribute(const std::string& gbkText);
     void showCurrentItem();
     void dropVanishedItem();
@@ -123,6 +125,7 @@ private:
     KV_StationItem* m_currentItem = nullptr;     ///< the AVWindow's own item while none is worked on
     std::vector<SdiffData> m_selectedAnomalies;
     std::vector<std::string> m_hoveredNames;        ///< GBK, of the hover pick list
+    unsigned m_tableSelections = 0;                 ///< how often the user selected other rows
     std::unique_ptr<osg::Vec2d> m_doubleClickPoint; ///< station's reference system
     std::string m_stationSrs;
     osgEarth::Symbology::Style m_areaStyle;
@@ -137,7 +140,9 @@ private:
     // Thread of the frames.
     HoverPicker<PickCallback> m_picker{m_threads};
     OverlaySelection m_selection;
+    unsigned m_tableSelectionsSeen = 0; ///< those of the table that the globe has followed
     osg::ref_ptr<osgEarth::Annotation::PlaceNode> m_valueLabel;
+    bool m_isByBounds = false; ///< the overlay mode, as the event found it
     bool m_ctrlHeld = false;
     bool m_shiftHeld = false;
     bool m_deleteHeld = false;

@@ -48,6 +48,7 @@ bool CeditDiff::handle(const GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) {
     if (!view || m_toolState != Active) {
         return false;
     }
+    m_isByBounds = isPickedByBounds();
     switch (ea.getEventType()) {
     case GUIEventAdapter::PUSH:
         if (ea.getButton() == GUIEventAdapter::LEFT_MOUSE_BUTTON) {
@@ -63,7 +64,7 @@ bool CeditDiff::handle(const GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) {
         }
         break;
     case GUIEventAdapter::DRAG:
-        if (m_leftDown && !isPickedByBounds()) {
+        if (m_leftDown && !m_isByBounds) {
             onFrameDrag(*view, ea);
         }
         break;
@@ -96,7 +97,7 @@ void CeditDiff::onPush(osgViewer::View& view, const GUIEventAdapter& ea) {
     if (!m_shiftHeld) {
         ShowDiffLabel(world);
     }
-    if (isPickedByBounds()) {
+    if (m_isByBounds) {
         pickByBounds(world);
     } else {
         pickHovered(world);
@@ -188,7 +189,12 @@ void CeditDiff::askToDelete() {
 }
 
 void CeditDiff::announce(const Overlays& highlighted) {
-    m_threads.onGui([this, hovered = namesOf(m_selection.hovered()), names = namesOf(highlighted)] {
+    m_threads.onGui([this, hovered = namesOf(m_selection.hovered()), names = namesOf(highlighted),
+                     seen = m_tableSelectionsSeen] {
+        // The user has selected other rows since; the globe follows them, and this is over.
+        if (seen != m_tableSelections) {
+            return;
+        }
         m_hoveredNames = hovered;
         m_table.select(names);
     });
@@ -222,7 +228,8 @@ void CeditDiff::pickByBounds(const osg::Vec3d& world) {
         m_selection.clearInBounds();
     }
     Overlays highlighted = m_selection.inBounds();
-    const osgEarth::SpatialReference* mapSrs = zeo::IEngineContext::Instance()->GetMapSRS();
+    const zeo::IEngineContext* engine = zeo::IEngineContext::Instance();
+    const osgEarth::SpatialReference* mapSrs = engine ? engine->GetMapSRS() : nullptr;
     osgEarth::GeoPoint point;
     if (mapSrs && point.fromWorld(mapSrs, world) && point.makeGeographic()) {
         const anomaly::Place lonLat{point.x(), point.y()};
@@ -273,8 +280,12 @@ void CeditDiff::onFrameDrag(osgViewer::View& view, const GUIEventAdapter& ea) {
 }
 
 void CeditDiff::UpdateFrameRect(const osg::Vec3d& onMap) {
+    osgEarth::MapNode* mapNode = globeMapNode();
+    if (!mapNode || !m_frameGroup) {
+        return;
+    }
     if (!m_frameFeatureNode) {
-        m_frameFeatureNode = makeFrame(*globeMapNode(), m_frameStyle);
+        m_frameFeatureNode = makeFrame(*mapNode, m_frameStyle);
         m_frameGroup->addChild(m_frameFeatureNode);
     }
     drawFrame(*m_frameFeatureNode, m_frameStyle, m_frameStart, onMap);

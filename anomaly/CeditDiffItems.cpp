@@ -4,15 +4,16 @@
 #include "anomaly/CeditDiff.h"
 
 #include "anomaly/OverlayMode.h"
+#include "anomaly/ShownItem.h"
 #include "anomaly/StationScan.h"
 #include "anomaly/kv_setdiffattri.h"
 #include "host/Gbk.h"
 #include "host/inspection/AVWindow.h"
-#include "host/inspection/IORVAContext.h"
 #include "host/inspection/KVImageWindow.h"
 #include "host/inspection/StationWindow.h"
 #include "host/style/myMessageBox.h"
 #include "plugin/Globe.h"
+#include "plugin/Inspection.h"
 
 #include <QCursor>
 #include <QMenu>
@@ -22,20 +23,8 @@
 #include <algorithm>
 #include <unordered_set>
 
-namespace {
-
-AVWindow* table() {
-    return IORVAContext::Instance()->GetAVWindow();
-}
-
-StationWindow* stations() {
-    return IORVAContext::Instance()->GetStationWindow();
-}
-
-} // namespace
-
 void CeditDiff::scanSelectedItems() {
-    m_stationItems = stations()->GetSelectedStationItem();
+    m_stationItems = selectedItems();
 }
 
 void CeditDiff::eidtDff() {
@@ -47,7 +36,7 @@ void CeditDiff::eidtDff() {
                         if (CollectSelectedDiffs()) {
                             m_contextMenu->exec(QCursor::pos());
                         }
-                        m_currentItem = table()->GetCurrentItem();
+                        m_currentItem = shownItem();
                         return true;
                     });
 }
@@ -59,7 +48,7 @@ void CeditDiff::OnDeleteDff() {
                         m_currentItem = &item;
                         m_stationSrs = station.m_srs;
                         if (CollectSelectedDiffs()) {
-                            m_currentItem = table()->GetCurrentItem();
+                            m_currentItem = shownItem();
                             OnDeleteItem();
                         }
                         return true;
@@ -68,11 +57,11 @@ void CeditDiff::OnDeleteDff() {
 
 bool CeditDiff::CollectSelectedDiffs() {
     m_selectedAnomalies.clear();
-    KV_StationItem* shownItem = table()->GetCurrentItem();
-    const bool isShown = m_currentItem->GetStationId() == shownItem->GetStationId();
-    if (isShown) {
-        m_currentItem = shownItem;
-    } else {
+    if (!anomalyTable()) {
+        return false; // it is the table that classifies and deletes
+    }
+    const bool isShown = takeShownItem();
+    if (!isShown) {
         m_currentItem->readclassfi();
     }
     for (const std::string& name : m_hoveredNames) {
@@ -90,20 +79,31 @@ bool CeditDiff::CollectSelectedDiffs() {
     return true;
 }
 
+bool CeditDiff::takeShownItem() {
+    KV_StationItem* shown = shownItem();
+    if (!shown || shown->GetStationId() != m_currentItem->GetStationId()) {
+        return false;
+    }
+    m_currentItem = shown;
+    return true;
+}
+
 void CeditDiff::showCurrentItem() {
-    if (!stations()->SetcurrentdiffSelected(m_currentItem)) {
+    StationWindow* stations = stationWindow();
+    AVWindow* table = anomalyTable();
+    if (!stations || !table || !stations->SetcurrentdiffSelected(m_currentItem)) {
         return;
     }
-    table()->Refresh();
-    table()->SetCurrentItem(*m_currentItem);
-    table()->AddData();
+    table->Refresh();
+    table->SetCurrentItem(*m_currentItem);
+    table->AddData();
 }
 
 // The menu and the question wait for the user; meanwhile the project may have gone, and its items with it.
 void CeditDiff::dropVanishedItem() {
-    const std::vector<KV_StationItem*> items = stations()->GetSelectedStationItem();
-    const bool isThere = m_currentItem == table()->GetCurrentItem() ||
-                         std::find(items.begin(), items.end(), m_currentItem) != items.end();
+    const std::vector<KV_StationItem*> items = selectedItems();
+    const bool isThere =
+        m_currentItem == shownItem() || std::find(items.begin(), items.end(), m_currentItem) != items.end();
     if (!isThere) {
         m_currentItem = nullptr;
     }
@@ -111,15 +111,15 @@ void CeditDiff::dropVanishedItem() {
 
 void CeditDiff::OnDeleteItem() {
     constexpr int kConfirmed = 0;
-    const int answer = myMessageBox::showMyMessageBox(IORVAContext::Instance()->GetMainWindow(), tr("提示"),
-                                                      tr("是否删除变形信息?"), myMessageBox::Question,
-                                                      myMessageBox::YesNo, true);
+    const int answer = myMessageBox::showMyMessageBox(mainWindow(), tr("提示"), tr("是否删除变形信息?"),
+                                                      myMessageBox::Question, myMessageBox::YesNo, true);
     if (answer != kConfirmed) {
         return;
     }
     dropVanishedItem();
-    if (m_currentItem) {
-        table()->DeleteItems(m_currentItem, m_selectedAnomalies);
+    AVWindow* table = anomalyTable();
+    if (m_currentItem && table) {
+        table->DeleteItems(m_currentItem, m_selectedAnomalies);
     }
     m_currentItem = nullptr;
 }
@@ -158,8 +158,9 @@ void CeditDiff::SetDiffAttribute(const std::string& gbkText) {
         anomaly.attribute = gbkText;
     }
     dropVanishedItem();
-    if (m_currentItem) {
-        table()->SetItemAtrii(m_currentItem, m_selectedAnomalies);
+    AVWindow* table = anomalyTable();
+    if (m_currentItem && table) {
+        table->SetItemAtrii(m_currentItem, m_selectedAnomalies);
     }
 }
 
@@ -197,24 +198,28 @@ void CeditDiff::checkDff() {
     if (!m_doubleClickPoint || !m_currentItem) {
         return;
     }
-    if (m_currentItem->GetStationId() == table()->GetCurrentItem()->GetStationId()) {
-        m_currentItem = table()->GetCurrentItem();
-    } else {
+    if (!takeShownItem()) {
         showCurrentItem();
     }
     const double x = m_doubleClickPoint->x();
     const double y = m_doubleClickPoint->y();
     SdiffData zoom;
     m_currentItem->m_diffData.GetdiffdataBycoor(x, y, zoom);
-    IORVAContext::Instance()->GetKVImageWindow()->CreatZoomItem(m_currentItem, zoom);
-    table()->SetSelectedbycoor(m_currentItem, x, y);
+    if (KVImageWindow* images = imageWindow()) {
+        images->CreatZoomItem(m_currentItem, zoom);
+    }
+    if (AVWindow* table = anomalyTable()) {
+        table->SetSelectedbycoor(m_currentItem, x, y);
+    }
 }
 
 void CeditDiff::takeTableSelection(const std::vector<std::string>& gbkNames) {
     const bool isByBounds = isPickedByBounds();
     m_hoveredNames = isByBounds ? std::vector<std::string>() : gbkNames;
     const std::unordered_set<std::string> wanted(gbkNames.begin(), gbkNames.end());
-    m_threads.onFrame([this, wanted, isByBounds] {
+    ++m_tableSelections;
+    m_threads.onFrame([this, wanted, isByBounds, number = m_tableSelections] {
+        m_tableSelectionsSeen = number;
         if (wanted.empty() && m_selection.hovered().empty() && m_selection.inBounds().empty()) {
             return;
         }

@@ -9,8 +9,10 @@
 #include <osgEarth/GeoData>
 #include <osgEarth/SpatialReference>
 
+#include <algorithm>
 #include <iostream>
 #include <optional>
+#include <unordered_set>
 
 namespace {
 
@@ -36,11 +38,25 @@ anomaly::Box boundsOf(const KV_Station& station) {
     return {station.m_xMin, station.m_yMin, station.m_xMax, station.m_yMax};
 }
 
+/// Takes those items out of the list, from there on, that the host no longer has.
+void dropVanished(std::vector<KV_StationItem*>& items, std::size_t from) {
+    const std::vector<KV_StationItem*> now = selectedItems();
+    const std::unordered_set<const KV_StationItem*> there(now.begin(), now.end());
+    const auto isGone = [&there](const KV_StationItem* item) { return there.count(item) == 0; };
+    const auto rest = items.begin() + static_cast<std::ptrdiff_t>(from);
+    items.erase(std::remove_if(rest, items.end(), isGone), items.end());
+}
+
 } // namespace
+
+std::vector<KV_StationItem*> selectedItems() {
+    StationWindow* window = stationWindow();
+    return window ? window->GetSelectedStationItem() : std::vector<KV_StationItem*>();
+}
 
 bool LoadStationRecord(const KV_StationItem& item, int tableKind, KV_Station& station) {
     auto* pipeline = dataSet<PipelineDataSet>();
-    if (!pipeline || !pipeline->GetConncetDBState()) {
+    if (!pipeline || !pipeline->GetConncetDBState() || !pipeline->GetMySQL()) {
         return false;
     }
     const std::string table = pipeline->Gettablename(KV_STATION);
@@ -66,10 +82,11 @@ bool LoadStationRecord(const KV_StationItem& item, int tableKind, KV_Station& st
 void FindItemAtPoint(
     std::vector<KV_StationItem*> items, // NOLINT(performance-unnecessary-value-param): a copy
     const osg::Vec3d& world, const StationVisitor& visit) {
-    const StationWindow* window = IORVAContext::Instance()->GetStationWindow();
-    for (KV_StationItem* item : items) {
+    for (std::size_t index = 0; index < items.size(); ++index) {
+        KV_StationItem* item = items[index];
+        const StationWindow* window = stationWindow();
         KV_Station station;
-        if (!window->IsDiffChecked(item) || !LoadStationRecord(*item, KV_STATION, station)) {
+        if (!window || !window->IsDiffChecked(item) || !LoadStationRecord(*item, KV_STATION, station)) {
             continue;
         }
         item->readdom();
@@ -80,5 +97,6 @@ void FindItemAtPoint(
         if (!visit(*item, station, point->x(), point->y())) {
             return;
         }
+        dropVanished(items, index + 1);
     }
 }

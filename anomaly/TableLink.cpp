@@ -2,32 +2,25 @@
 
 #include "host/Gbk.h"
 #include "host/inspection/AVWindow.h"
-#include "host/inspection/IORVAContext.h"
 #include "host/inspection/OptionalMembers.h"
+#include "plugin/Inspection.h"
 #include "plugin/OptionalCall.h"
 
 #include <utility>
 
-namespace {
-
-QObject* table() {
-    return IORVAContext::Instance()->GetAVWindow();
-}
-
-} // namespace
-
 TableLink::TableLink(std::function<void(const std::vector<std::string>&)> take) : m_take(std::move(take)) {}
 
 void TableLink::follow() {
-    if (hasMember(table(), optional_member::kSelectionChanged)) {
-        connect(table(), SIGNAL(selectionChanged(QStringList)), this, SLOT(onSelection(QStringList)),
+    if (hasMember(anomalyTable(), optional_member::kSelectionChanged)) {
+        connect(anomalyTable(), SIGNAL(selectionChanged(QStringList)), this, SLOT(onSelection(QStringList)),
                 Qt::UniqueConnection);
     }
 }
 
 void TableLink::leave() {
-    if (hasMember(table(), optional_member::kSelectionChanged)) {
-        disconnect(table(), SIGNAL(selectionChanged(QStringList)), this, SLOT(onSelection(QStringList)));
+    if (hasMember(anomalyTable(), optional_member::kSelectionChanged)) {
+        disconnect(anomalyTable(), SIGNAL(selectionChanged(QStringList)), this,
+                   SLOT(onSelection(QStringList)));
     }
 }
 
@@ -36,7 +29,7 @@ void TableLink::select(const std::vector<std::string>& gbkNames) {
     for (const std::string& name : gbkNames) {
         names << fromGbk(name);
     }
-    callIfThere(table(), optional_member::kSelectByName, names);
+    callIfThere(anomalyTable(), optional_member::kSelectByName, names);
 }
 
 void TableLink::onSelection(const QStringList& names) {

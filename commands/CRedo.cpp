@@ -4,8 +4,8 @@
 #include "host/Gbk.h"
 #include "host/inspection/AVWindow.h"
 #include "host/inspection/EditHistory.h"
-#include "host/inspection/IORVAContext.h"
 #include "plugin/Button.h"
+#include "plugin/Inspection.h"
 
 #include <QToolButton>
 
@@ -15,8 +15,9 @@ CRedo::CRedo() : zeo::CommandPlugin("319 redo command") {
     m_cursor = QCursor(Qt::ArrowCursor);
     m_icon = QIcon(":/ToolPluginorva/images/rework.png");
 
-    connect(IORVAContext::Instance()->GetAVWindow(), SIGNAL(msg_redo(QString)), this,
-            SLOT(OnSetCom(QString)));
+    if (AVWindow* table = anomalyTable()) {
+        connect(table, SIGNAL(msg_redo(QString)), this, SLOT(OnSetCom(QString)));
+    }
 }
 
 void CRedo::createselfUI(QWidget* parent, QHBoxLayout* layout) {
@@ -30,14 +31,16 @@ void CRedo::createselfUI(QWidget* parent, QHBoxLayout* layout) {
 }
 
 void CRedo::Execute() {
-    EditHistory* history = IORVAContext::Instance()->GetEditHistory();
+    EditHistory* history = editHistory();
     if (history && history->CanRedo()) {
         EditCommand* edit = history->TakeRedo();
         edit->Redo(true);
         std::string text;
         edit->GetText(text);
         // Brings the edit back into the undo menu.
-        IORVAContext::Instance()->GetAVWindow()->sent_msg_undo(fromGbk(text));
+        if (AVWindow* table = anomalyTable()) {
+            table->sent_msg_undo(fromGbk(text));
+        }
     }
     refreshButton();
     setButtonChecked(m_pButton, false);
@@ -48,7 +51,7 @@ void CRedo::OnSetCom(QString /*text*/) { // NOLINT(performance-unnecessary-value
 }
 
 void CRedo::refreshButton() {
-    EditHistory* history = IORVAContext::Instance()->GetEditHistory();
+    EditHistory* history = editHistory();
     if (m_pButton) {
         m_pButton->setEnabled(history && history->CanRedo());
     }

@@ -4,8 +4,8 @@
 #include "host/Gbk.h"
 #include "host/inspection/AVWindow.h"
 #include "host/inspection/EditHistory.h"
-#include "host/inspection/IORVAContext.h"
 #include "plugin/Button.h"
+#include "plugin/Inspection.h"
 
 #include <QAction>
 #include <QMenu>
@@ -17,8 +17,9 @@ CUndo::CUndo() : zeo::CommandPlugin("318 undo command") {
     m_cursor = QCursor(Qt::ArrowCursor);
     m_icon = QIcon(":/ToolPluginorva/images/can.png");
 
-    connect(IORVAContext::Instance()->GetAVWindow(), SIGNAL(msg_undo(QString)), this,
-            SLOT(OnSetCom(QString)));
+    if (AVWindow* table = anomalyTable()) {
+        connect(table, SIGNAL(msg_undo(QString)), this, SLOT(OnSetCom(QString)));
+    }
     m_historyMenu = std::make_unique<QMenu>();
     connect(m_historyMenu.get(), SIGNAL(triggered(QAction*)), this, SLOT(OnUndoto(QAction*)));
     connect(m_historyMenu.get(), SIGNAL(hovered(QAction*)), this, SLOT(OnLighted(QAction*)));
@@ -40,7 +41,7 @@ void CUndo::createselfUI(QWidget* parent, QHBoxLayout* layout) {
 }
 
 void CUndo::Execute() {
-    EditHistory* history = IORVAContext::Instance()->GetEditHistory();
+    EditHistory* history = editHistory();
     if (history && history->CanUndo()) {
         EditCommand* edit = history->TakeUndo();
         edit->Undo(true);
@@ -48,7 +49,9 @@ void CUndo::Execute() {
         std::string text;
         edit->GetText(text);
         // This is how the redo button learns that there is something to redo.
-        IORVAContext::Instance()->GetAVWindow()->sent_msg_redo(fromGbk(text));
+        if (AVWindow* table = anomalyTable()) {
+            table->sent_msg_redo(fromGbk(text));
+        }
     }
     refreshButton();
     setButtonChecked(m_pButton, false);
@@ -66,13 +69,15 @@ void CUndo::OnUndoto(QAction* action) {
     if (steps <= 0) {
         return;
     }
-    EditHistory* history = IORVAContext::Instance()->GetEditHistory();
+    EditHistory* history = editHistory();
     if (history && history->CanUndo()) {
         history->UndoSteps(steps);
         for (int step = 0; step < steps; ++step) {
             removeNewestEntry();
         }
-        IORVAContext::Instance()->GetAVWindow()->sent_msg_redo(QString());
+        if (AVWindow* table = anomalyTable()) {
+            table->sent_msg_redo(QString());
+        }
     }
     refreshButton();
 }
@@ -141,7 +146,7 @@ void CUndo::clearMenu() {
 }
 
 void CUndo::refreshButton() {
-    EditHistory* history = IORVAContext::Instance()->GetEditHistory();
+    EditHistory* history = editHistory();
     const bool canUndo = history && history->CanUndo();
     if (m_pButton) {
         m_pButton->setEnabled(canUndo);

@@ -1,9 +1,9 @@
 #include "commands/CcomputDiff.h"
 
 #include "host/Gbk.h"
-#include "host/inspection/IORVAContext.h"
 #include "host/inspection/StationWindow.h"
 #include "plugin/Button.h"
+#include "plugin/Inspection.h"
 
 CcomputDiff::CcomputDiff() : zeo::CommandPlugin("303 comput diff ") {
     m_name = toGbk("计算异常");
@@ -13,6 +13,8 @@ CcomputDiff::CcomputDiff() : zeo::CommandPlugin("303 comput diff ") {
 }
 
 void CcomputDiff::Execute() {
-    IORVAContext::Instance()->GetStationWindow()->PickCurrentShowItemsDiff();
+    if (StationWindow* window = stationWindow()) {
+        window->PickCurrentShowItemsDiff();
+    }
     setButtonChecked(m_pButton, false);
 }

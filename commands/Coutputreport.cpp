@@ -1,9 +1,9 @@
 #include "commands/Coutputreport.h"
 
 #include "host/Gbk.h"
-#include "host/inspection/IORVAContext.h"
 #include "host/inspection/StationWindow.h"
 #include "plugin/Button.h"
+#include "plugin/Inspection.h"
 
 Coutputreport::Coutputreport() : zeo::CommandPlugin("311 output report") {
     m_name = toGbk("输出报告");
@@ -14,6 +14,8 @@ Coutputreport::Coutputreport() : zeo::CommandPlugin("311 output report") {
 }
 
 void Coutputreport::Execute() {
-    IORVAContext::Instance()->GetStationWindow()->OutPutReport();
+    if (StationWindow* window = stationWindow()) {
+        window->OutPutReport();
+    }
     setButtonChecked(m_pButton, false);
 }

@@ -1,9 +1,9 @@
 #include "commands/Coutputshp.h"
 
 #include "host/Gbk.h"
-#include "host/inspection/IORVAContext.h"
 #include "host/inspection/StationWindow.h"
 #include "plugin/Button.h"
+#include "plugin/Inspection.h"
 
 Coutputshp::Coutputshp() : zeo::CommandPlugin("312 output shape") {
     m_name = m_toolTip = toGbk("输出shape");
@@ -13,6 +13,8 @@ Coutputshp::Coutputshp() : zeo::CommandPlugin("312 output shape") {
 }
 
 void Coutputshp::Execute() {
-    IORVAContext::Instance()->GetStationWindow()->OutPutShap();
+    if (StationWindow* window = stationWindow()) {
+        window->OutPutShap();
+    }
     setButtonChecked(m_pButton, false);
 }

@@ -2,7 +2,6 @@
 
 #include "host/Gbk.h"
 #include "host/inspection/DataSet.h"
-#include "host/inspection/IORVAContext.h"
 #include "host/inspection/OptionalMembers.h"
 #include "host/inspection/StationWindow.h"
 #include "host/viewmanager/MessageBus.h"
@@ -119,7 +118,7 @@ void CeditPolygon::OnMessage(
     } else if (message == "deletedrawable") {
         m_threads.onGui([this] { takeOffGlobe(m_pickedNode); });
     } else if (message == "addpick") {
-        m_picker.install();
+        m_picker.install(message);
     }
 }
 
@@ -187,8 +186,7 @@ void CeditPolygon::onKeyDown(const GUIEventAdapter& ea) {
 
 void CeditPolygon::openMenuAt(const osg::Vec3d& world) {
     m_pickPoint = world;
-    callIfThere(IORVAContext::Instance()->GetStationWindow(), optional_member::kSelectNode,
-                fromGbk(nameOnGlobe(m_pickedNode)));
+    callIfThere(stationWindow(), optional_member::kSelectNode, fromGbk(nameOnGlobe(m_pickedNode)));
     emit signal_eidtPolygon();
 }
 
@@ -273,7 +271,7 @@ void CeditPolygon::deletePoint() {
 }
 
 bool CeditPolygon::deleteStored(const KV_BasicNode& record) {
-    StationWindow* window = IORVAContext::Instance()->GetStationWindow();
+    StationWindow* window = stationWindow();
     return !window || window->DeleteNode(fromGbk(record.GetName()), record.m_type);
 }
 
@@ -289,7 +287,7 @@ void CeditPolygon::SLOTEditPolygon() {
 
 void CeditPolygon::openStyleDialog(const Special_Region& record, int type) {
     delete m_styleDialog.data();
-    m_styleDialog = new CdrawPolygonDlg(IORVAContext::Instance()->GetMainWindow());
+    m_styleDialog = new CdrawPolygonDlg(mainWindow());
     m_styleDialog->LoadRecord(type);
     m_styleDialog->showRecord(record);
     m_styleDialog->show();
@@ -303,7 +301,7 @@ void CeditPolygon::openPointDialog() {
     if (m_pointDialog) {
         delete m_styleDialog.data();
     }
-    m_pointDialog = new CDrawPointDlg(IORVAContext::Instance()->GetMainWindow());
+    m_pointDialog = new CDrawPointDlg(mainWindow());
     m_pointDialog->LoadRecord(KV_SPECIAL_POINT);
     m_pointDialog->showRecord(m_point);
     m_pointDialog->show();
@@ -339,9 +337,9 @@ template<typename Record>
 void CeditPolygon::confirmRegion(Record& record) {
     const QString name = m_styleDialog->ui.lineEditTitle->text();
     const std::string oldName = record.GetName();
-    StationWindow* window = IORVAContext::Instance()->GetStationWindow();
+    StationWindow* window = stationWindow();
     // Before the record is touched: a refused name must not become the old name of the next try.
-    if (toGbk(name) != oldName && window->isReiterated_node(name)) {
+    if (toGbk(name) != oldName && window && window->isReiterated_node(name)) {
         return;
     }
     const osgEarth::Symbology::Geometry* outline = findOutlineOfPickedNode();
@@ -352,7 +350,7 @@ void CeditPolygon::confirmRegion(Record& record) {
     }
     copyStyle(*m_styleDialog, record);
 
-    if (window->UpdataNode(record, oldName)) {
+    if (window && window->UpdataNode(record, oldName)) {
         updateRegistry(record);
         if (outline) {
             m_threads.onFrame(
@@ -397,13 +395,13 @@ void CeditPolygon::SlotPointOK() {
     }
     const QString name = m_pointDialog->ui.lineEditTitle->text();
     const std::string oldName = m_point.GetName();
-    StationWindow* window = IORVAContext::Instance()->GetStationWindow();
-    if (toGbk(name) != oldName && window->isReiterated_node(name)) {
+    StationWindow* window = stationWindow();
+    if (toGbk(name) != oldName && window && window->isReiterated_node(name)) {
         return;
     }
     m_point.m_attribute = toGbk(m_pointDialog->m_attribute);
     m_point.SetName(toGbk(name));
-    if (window->UpdataNode(m_point, oldName)) {
+    if (window && window->UpdataNode(m_point, oldName)) {
         if (auto* scene = dataSet<OsgDataSet>()) {
             scene->UpdataPipePoint(m_pickedNode, m_point);
         }

@@ -2,6 +2,7 @@
 
 #include "plugin/Drape.h"
 #include "plugin/Globe.h"
+#include "special/NearestTurn.h"
 
 #include <osgEarth/ObjectIndex>
 #include <osgEarth/Registry>
@@ -10,8 +11,6 @@
 #include <osgEarthSymbology/LineSymbol>
 #include <osgEarthSymbology/PolygonSymbol>
 #include <osgEarthSymbology/RenderSymbol>
-
-#include <cmath>
 
 using osgEarth::Annotation::FeatureNode;
 using osgEarth::Features::Feature;
@@ -51,12 +50,6 @@ Style makeOutlineStyle() {
 }
 
 } // namespace
-
-osg::Vec3d onTurnOf(const osg::Vec3d& reference, osg::Vec3d place) {
-    constexpr double kTurn = 360.0;
-    place.x() += kTurn * std::round((reference.x() - place.x()) / kTurn);
-    return place;
-}
 
 Style makeFirstAreaStyle() {
     Style style;
@@ -106,7 +99,8 @@ void AreaDrawing::stretchBand(const osg::Vec3d& pointer) {
     osgEarth::Symbology::Geometry* line = m_bandNode->getFeature()->getGeometry();
     line->clear();
     line->push_back(m_vertices.front());
-    line->push_back(onTurnOf(m_vertices.back(), pointer));
+    const osgEarth::MapNode* mapNode = globeMapNode();
+    line->push_back(onTurnOf(m_vertices.back(), pointer, mapNode ? mapNode->getMapSRS() : nullptr));
     line->push_back(m_vertices.back());
     restyle(*m_bandNode, m_outlineStyle);
 }
@@ -138,6 +132,7 @@ void AreaDrawing::finish(const Style& style) {
     m_areaNode->setStyle(style);
     m_areaNode->setName(kAreaGroupName);
     m_areaNode->init();
+    m_areaNode = nullptr; // it stays in its group as it is; what is drawn from now on is another area
 }
 
 void AreaDrawing::label(const osg::ref_ptr<osgEarth::Annotation::PlaceNode>& label) {

@@ -23,7 +23,8 @@ public:
     void stretchBand(const osg::Vec3d& pointer);
     /// The last vertex has been set: the band turns red and is emptied.
     void close();
-    /// The polygon for good: a copy of its ring in the final style.
+    /// The polygon for good: a copy of its ring in the final style. The next vertices are those of another
+    /// one.
     void finish(const osgEarth::Symbology::Style& style);
     /// Puts the label in place of the band and makes the group one object for the hover picker.
     void label(const osg::ref_ptr<osgEarth::Annotation::PlaceNode>& label);
@@ -40,10 +41,6 @@ private:
 
 /// The name of the group and of all that it holds.
 extern const char* const kAreaGroupName;
-
-/// The same place on the turn of the globe that is nearest to `reference`, so that a ring across the
-/// antimeridian goes the short way. Degrees.
-osg::Vec3d onTurnOf(const osg::Vec3d& reference, osg::Vec3d place);
 
 /// What the area looks like before its first vertex.
 osgEarth::Symbology::Style makeFirstAreaStyle();

@@ -2,7 +2,6 @@
 
 #include "host/Gbk.h"
 #include "host/inspection/DataSet.h"
-#include "host/inspection/IORVAContext.h"
 #include "host/inspection/StationWindow.h"
 #include "host/viewmanager/MessageBus.h"
 #include "host/viewmanager/pick.h"
@@ -197,13 +196,14 @@ void Cdrawpoint::OnMessage(std::string message) { // NOLINT(performance-unnecess
 
 void Cdrawpoint::SlotOK() {
     m_state = Confirming;
-    if (!m_dialog || !m_previewMarker || m_clicked == osg::Vec3d()) {
+    const osgEarth::MapNode* mapNode = globeMapNode();
+    if (!mapNode || !m_dialog || !m_previewMarker || m_clicked == osg::Vec3d()) {
         emit msg_waring(tr("请先绘制特殊点"));
         m_state = Placing;
         return;
     }
     osg::Vec3d position;
-    globeMapNode()->getMapSRS()->transformFromWorld(m_previewCentre, position);
+    mapNode->getMapSRS()->transformFromWorld(m_previewCentre, position);
     const std::string name = toGbk(m_dialog->m_name);
     Special_Point point(name, position);
     point.m_attribute = toGbk(m_dialog->m_attribute);
@@ -212,8 +212,8 @@ void Cdrawpoint::SlotOK() {
         emit msg_waring(tr("请输入名称"));
         return;
     }
-    StationWindow* window = IORVAContext::Instance()->GetStationWindow();
-    if (window->isReiterated_node(m_dialog->m_name)) {
+    StationWindow* window = stationWindow();
+    if (!window || window->isReiterated_node(m_dialog->m_name)) {
         return;
     }
     if (!window->AddPointNode(point)) {

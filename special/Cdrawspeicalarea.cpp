@@ -2,7 +2,6 @@
 
 #include "host/Gbk.h"
 #include "host/inspection/DataSet.h"
-#include "host/inspection/IORVAContext.h"
 #include "host/inspection/StationWindow.h"
 #include "host/viewmanager/MessageBus.h"
 #include "host/viewmanager/pick.h"
@@ -12,6 +11,7 @@
 #include "plugin/Inspection.h"
 #include "special/DrawingDatabase.h"
 #include "special/Marker.h"
+#include "special/NearestTurn.h"
 #include "special/RegionStyle.h"
 #include "special/Warning.h"
 
@@ -91,7 +91,7 @@ void Cdrawspeicalarea::finish() {
 
 void Cdrawspeicalarea::openDialog() {
     delete m_dialog.data();
-    m_dialog = new CdrawPolygonDlg(IORVAContext::Instance()->GetMainWindow());
+    m_dialog = new CdrawPolygonDlg(mainWindow());
     m_dialog->LoadRecord(KV_SPECIAL_AREA);
     m_dialog->show();
     connect(m_dialog, SIGNAL(SignalClose()), this, SLOT(SlotClose()));
@@ -142,7 +142,9 @@ void Cdrawspeicalarea::addVertex(const osg::Vec3d& position) {
     if (!m_dialog || m_state != Digitising) {
         return;
     }
-    m_vertices.push_back(m_vertices.empty() ? position : onTurnOf(m_vertices.back(), position));
+    const osgEarth::MapNode* mapNode = globeMapNode();
+    const osgEarth::SpatialReference* srs = mapNode ? mapNode->getMapSRS() : nullptr;
+    m_vertices.push_back(m_vertices.empty() ? position : onTurnOf(m_vertices.back(), position, srs));
     m_ring = m_vertices;
     m_areaStyle = makeDigitisedStyle(*m_dialog);
     m_threads.onFrame(
@@ -178,8 +180,8 @@ void Cdrawspeicalarea::SlotOK() {
         emit msg_waring(tr("请输入特殊面名称！"));
         return;
     }
-    StationWindow* window = IORVAContext::Instance()->GetStationWindow();
-    if (window->isReiterated_node(name)) {
+    StationWindow* window = stationWindow();
+    if (!window || window->isReiterated_node(name)) {
         return;
     }
     const Special_Polygon record = makeRecord(toGbk(name));
@@ -205,8 +207,10 @@ Special_Polygon Cdrawspeicalarea::makeRecord(const std::string& gbkName) const {
 void Cdrawspeicalarea::enterIntoScene(const Special_Polygon& record) {
     const osg::ref_ptr<osgEarth::Annotation::PlaceNode> label =
         makeMarker(record.GetCoor(), record.GetName());
-    label->setName(kAreaGroupName);
-    m_threads.onFrame([this, label] { m_drawing.label(label); });
+    if (label) {
+        label->setName(kAreaGroupName);
+        m_threads.onFrame([this, label] { m_drawing.label(label); });
+    }
     if (auto* scene = dataSet<OsgDataSet>()) {
         scene->addPipeAreas(m_areaGroup, Special_Area(record));
     }

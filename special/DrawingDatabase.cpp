@@ -7,7 +7,7 @@
 
 bool isDrawingDatabaseReady() {
     auto* pipeline = dataSet<PipelineDataSet>();
-    if (!pipeline || !pipeline->GetConncetDBState(0)) {
+    if (!pipeline || !pipeline->GetConncetDBState(0) || !pipeline->GetMySQL()) {
         return false;
     }
     const std::string table = pipeline->Gettablename(KV_PIPE_NODE);

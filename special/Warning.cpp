@@ -1,8 +1,8 @@
 #include "special/Warning.h"
 
 #include "host/Gbk.h"
-#include "host/inspection/IORVAContext.h"
 #include "host/style/myMessageBox.h"
+#include "plugin/Inspection.h"
 
 #include <QObject>
 
@@ -10,6 +10,6 @@
 
 void showWarning(const QString& text) {
     std::cout << toGbk(text) << std::endl;
-    myMessageBox::showMyMessageBox(IORVAContext::Instance()->GetMainWindow(), QObject::tr("提示"), text,
-                                   myMessageBox::Warning, myMessageBox::Ok, true);
+    myMessageBox::showMyMessageBox(mainWindow(), QObject::tr("提示"), text, myMessageBox::Warning,
+                                   myMessageBox::Ok, true);
 }

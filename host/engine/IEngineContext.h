@@ -13,13 +13,14 @@ namespace zeo {
 class ICommand;
 class ITool;
 
-/// The host engine's one context. GUI thread. It exists from the first use until the process ends.
+/// The host engine's one context. GUI thread, unless said otherwise. It exists from the first use until the process ends.
 class ENGINE_API IEngineContext {
 public:
-    /// Never null.
+    /// Never null. The GUI thread or that of the viewer's frames.
     static IEngineContext* Instance();
 
-    /// Spatial reference of the globe's map, null while there is no globe.
+    /// Spatial reference of the globe's map, null while there is no globe. The GUI thread or that of the
+    /// viewer's frames.
     virtual const osgEarth::SpatialReference* GetMapSRS() const = 0;
     /// Called by the command base constructors and destructors; commands keep the order in which they came.
     virtual void AddCommand(ICommand* command) = 0;

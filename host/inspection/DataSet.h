@@ -57,7 +57,8 @@ public:
 
 class INSPECTIONDATA_API DataSetManager {
 public:
-    /// 0 PipelineDataSet, 1 ParaSet, 2 OsgDataSet; null for any other index.
+    /// 0 PipelineDataSet, 1 ParaSet, 2 OsgDataSet; null for any other index. The GUI thread; index 1 also on
+    /// that of the viewer's frames.
     virtual DataSet* GetDataSet(int index) = 0;
 
 protected:

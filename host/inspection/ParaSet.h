@@ -4,7 +4,7 @@
 #include "host/inspection/DataSet.h"
 #include "host/style/BaseDialog.h"
 
-/// Index 1: the parameters of the project and their settings dialog. GUI thread.
+/// Index 1: the parameters of the project and their settings dialog. GUI thread, unless said otherwise.
 class INSPECTION_API ParaSet : public BaseDialog, public DataSet {
     Q_OBJECT
 
@@ -17,5 +17,6 @@ public:
     /// Opens the settings dialog and waits; what the user confirms is stored in the project.
     virtual void OnSetPara() = 0;
     /// How anomalies are picked on the globe: 0 by hovering (object under the pointer), 1 by their bounds.
+    /// The anomaly tool asks at each event of the globe: the GUI thread or that of the viewer's frames.
     virtual int GetOverlayMode() const = 0;
 };

@@ -143,7 +143,7 @@ TEST_F(SignificanceOfChange, SteepGroundNeedsMoreThanLevelGround) {
 /// What a survey of the same ground would give, repeated: the error of the volume scatters as it says.
 class VolumeUncertainty : public SignificanceOfChange, public testing::WithParamInterface<int> {};
 
-TEST_P(VolumeUncertainty, ScattersAsStated) {
+TEST_P(VolumeUncertainty, IsTheScatterOfRepeatedSurveys) {
     const int together = GetParam(); // cells that share one error, along each side
     const double sigma = 0.05;
     double squares = 0.0;

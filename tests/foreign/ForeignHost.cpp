@@ -9,7 +9,6 @@
 #include "host/viewmanager/pick.h"
 #include "tests/foreign/ForeignWindows.h"
 #include "tests/globe/OffscreenGlobe.h"
-#include "tests/globe/TestRaster.h"
 #include "tests/support/WaitUntil.h"
 
 #include <QApplication>
@@ -18,34 +17,14 @@
 #include <QThread>
 #include <QToolButton>
 
-#include <osgEarth/ObjectIndex>
-#include <osgEarth/Registry>
+#include <osgEarth/MapNode>
 #include <osgEarth/Terrain>
-#include <osgEarthAnnotation/PlaceNode>
 
 #include <gtest/gtest.h>
-
-using osgEarth::Annotation::ImageOverlay;
-using osgEarth::Util::EarthManipulator;
 
 namespace {
 
 ForeignHost* theHost = nullptr;
-
-constexpr double kLon = 114.0;
-constexpr double kLat = 34.0;
-constexpr double kStepDegrees = 0.0004; ///< from one anomaly to the next
-constexpr double kHalfDegrees = 0.00012;
-
-/// Passes the viewer's events on to the active handler.
-class Forwarder : public osgGA::GUIEventHandler {
-public:
-    using osgGA::GUIEventHandler::handle;
-    bool handle(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) override {
-        CXCommandHandler* active = theHost->activeHandler();
-        return active && active->handle(ea, aa);
-    }
-};
 
 class Engine : public zeo::IEngineContext {
 public:
@@ -65,27 +44,6 @@ public:
     zeo::ITool* GetActiveTool() const override { return theHost->activeTool; }
     void SetStatusTip(const QString&) override { ForeignHost::expectGui("SetStatusTip"); }
 };
-
-class Viewer : public CXViewer {
-public:
-    explicit Viewer(globetest::OffscreenGlobe& globe) : m_globe(globe) {}
-    osgViewer::View* getViewer() override { return &m_globe.viewer(); }
-    EarthManipulator* getManipulator() override { return m_globe.manipulator(); }
-    osgEarth::MapNode* getMapNode() override { return m_globe.mapNode(); }
-
-private:
-    globetest::OffscreenGlobe& m_globe;
-};
-
-osg::Vec2d placeOf(std::size_t anomaly) {
-    const auto column = static_cast<double>(anomaly % 4);
-    const auto row = static_cast<double>(anomaly / 4);
-    return {kLon + (column - 1.5) * kStepDegrees, kLat + (row - 1.0) * kStepDegrees};
-}
-
-std::string nameOf(std::size_t anomaly) {
-    return "A" + std::to_string(anomaly);
-}
 
 } // namespace
 
@@ -110,6 +68,7 @@ void osgPush(const char* message) {
 }
 
 osg::Vec3d pick(osgViewer::View* view, const osgGA::GUIEventAdapter& ea) {
+    ++theHost->picks;
     osg::Vec3d world;
     return g_pCXviewer->getMapNode()->getTerrain()->getWorldCoordsUnderMouse(view, ea.getX(), ea.getY(),
                                                                              world)
@@ -119,7 +78,7 @@ osg::Vec3d pick(osgViewer::View* view, const osgGA::GUIEventAdapter& ea) {
 
 IORVAContext* IORVAContext::Instance() {
     static ForeignContext context;
-    return &context;
+    return ForeignContext::missing == ForeignContext::Missing::Context ? nullptr : &context;
 }
 
 ForeignHost& ForeignHost::instance() {
@@ -158,68 +117,6 @@ ForeignHost::~ForeignHost() {
     }
     ForeignContext::forget();
     theHost = nullptr;
-}
-
-void ForeignHost::buildScene() {
-    m_globe =
-        std::make_unique<globetest::OffscreenGlobe>(static_cast<int>(kWidth), static_cast<int>(kHeight));
-    EXPECT_TRUE(m_globe->isUsable());
-    static Viewer viewer(*m_globe);
-    g_pCXviewer = &viewer;
-    globetest::RasterPlace place;
-    place.srs = "EPSG:4326";
-    place.cell = 0.0001;
-    place.columns = place.rows = 256;
-    place.west = kLon - 128 * place.cell;
-    place.north = kLat + 128 * place.cell;
-    m_globe->addElevation("ground",
-                          globetest::writeHeights("flat.tif", place, [](double, double) { return 0.0; }));
-    osgEarth::MapNode* map = m_globe->mapNode();
-    lookFromAbove();
-    m_station.m_id = 1;
-    m_station.m_srs = "EPSG:4547";
-    const auto* srs = osgEarth::SpatialReference::get(m_station.m_srs);
-    osg::Vec3d centre;
-    EXPECT_TRUE(map->getMapSRS()->getGeographicSRS()->transform(osg::Vec3d(kLon, kLat, 0), srs, centre));
-    constexpr double kReachMetres = 1000.0;
-    m_station.m_xMin = centre.x() - kReachMetres;
-    m_station.m_xMax = centre.x() + kReachMetres;
-    m_station.m_yMin = centre.y() - kReachMetres;
-    m_station.m_yMax = centre.y() + kReachMetres;
-
-    m_overlays = new osg::Group;
-    m_overlays->setName("diffImageOverlay");
-    std::vector<SdiffData> anomalies;
-    for (std::size_t index = 0; index < kAnomalies; ++index) {
-        const osg::ref_ptr<ImageOverlay> overlay = new ImageOverlay(map);
-        const osg::ref_ptr<osg::Image> image = new osg::Image;
-        image->allocateImage(2, 2, 1, GL_RGBA, GL_UNSIGNED_BYTE);
-        std::fill(image->data(), image->data() + 16, static_cast<unsigned char>(255));
-        overlay->setImage(image);
-        const osg::Vec2d at = placeOf(index);
-        overlay->setCorners(
-            {at.x() - kHalfDegrees, at.y() - kHalfDegrees}, {at.x() + kHalfDegrees, at.y() - kHalfDegrees},
-            {at.x() - kHalfDegrees, at.y() + kHalfDegrees}, {at.x() + kHalfDegrees, at.y() + kHalfDegrees});
-        overlay->setName(nameOf(index));
-        osgEarth::Registry::objectIndex()->tagNode(overlay, overlay);
-        m_overlays->addChild(overlay);
-        SdiffData anomaly;
-        anomaly.name = nameOf(index);
-        anomalies.push_back(anomaly);
-    }
-    map->addChild(m_overlays);
-    m_anomalies = anomalies;
-    m_globe->settle();
-    for (std::size_t index = 0; index < kAnomalies; ++index) {
-        m_pixels.push_back(project(index));
-    }
-    m_globe->viewer().getEventQueue()->getCurrentEventState()->setMouseYOrientation(
-        osgGA::GUIEventAdapter::Y_INCREASING_UPWARDS);
-    m_globe->viewer().addEventHandler(new Forwarder);
-}
-
-void ForeignHost::lookFromAbove() {
-    m_globe->manipulator()->setViewpoint(osgEarth::Viewpoint("", kLon, kLat, 0.0, 0.0, -89.0, 400.0));
 }
 
 bool ForeignHost::load(const QString& file) {
@@ -278,16 +175,35 @@ void ForeignHost::settle() {
     }
 }
 
+void ForeignHost::doBetweenFrames(std::function<void()> work) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_work.push_back(std::move(work));
+}
+
 void ForeignHost::betweenFrames(const std::function<void()>& work) {
     std::atomic<bool> isDone{false};
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        m_work.emplace_back([&] {
-            work();
-            isDone = true;
-        });
-    }
+    doBetweenFrames([&] {
+        work();
+        isDone = true;
+    });
     awaitFrames([&] { return isDone.load(); });
+}
+
+ForeignHost::StoppedFrames::StoppedFrames(ForeignHost& host) {
+    if (!host.hasOwnFrameThread()) {
+        host.makeFrame();
+        return;
+    }
+    std::promise<void> hasStopped;
+    host.doBetweenFrames([&hasStopped, mayGoOn = std::shared_future<void>(m_mayGoOn.get_future())] {
+        hasStopped.set_value();
+        mayGoOn.wait();
+    });
+    hasStopped.get_future().wait();
+}
+
+ForeignHost::StoppedFrames::~StoppedFrames() {
+    m_mayGoOn.set_value();
 }
 
 void ForeignHost::later(const std::function<void(double time)>& event) {
@@ -327,14 +243,22 @@ void ForeignHost::keyUp(int key) {
     later([&](double time) { m_globe->viewer().getEventQueue()->keyRelease(key, time); });
 }
 
-QToolButton& ForeignHost::button(const char* utf8Name) const {
-    const auto buttons = m_row.findChildren<QToolButton*>(Qt::FindDirectChildrenOnly);
+std::size_t ForeignHost::indexOf(const char* utf8Name) const {
     for (std::size_t index = 0; index < commands.size(); ++index) {
         if (commands[index]->Name() == toGbk(utf8Name)) {
-            return *buttons.at(static_cast<qsizetype>(index));
+            return index;
         }
     }
     throw std::runtime_error(std::string("no command ") + utf8Name);
+}
+
+zeo::ICommand& ForeignHost::command(const char* utf8Name) const {
+    return *commands[indexOf(utf8Name)];
+}
+
+QToolButton& ForeignHost::button(const char* utf8Name) const {
+    const auto buttons = m_row.findChildren<QToolButton*>(Qt::FindDirectChildrenOnly);
+    return *buttons.at(static_cast<qsizetype>(indexOf(utf8Name)));
 }
 
 // The flag that a tool keeps for its next activation says "it was running" only if its button is down now.
@@ -347,59 +271,6 @@ void ForeignHost::leaveActiveTool() {
 
 void ForeignHost::click(const char* utf8Name) {
     QTest::mouseClick(&button(utf8Name), Qt::LeftButton);
-}
-
-osg::Vec2d ForeignHost::project(std::size_t anomaly) const {
-    osg::Vec3d world;
-    const auto* map = m_globe->mapNode()->getMapSRS();
-    EXPECT_TRUE(map->getGeographicSRS()->transformToWorld(osg::Vec3d(placeOf(anomaly), 0.0), world));
-    const osg::Camera& camera = *m_globe->viewer().getCamera();
-    const osg::Vec3d window = world * camera.getViewMatrix() * camera.getProjectionMatrix() *
-                              camera.getViewport()->computeWindowMatrix();
-    return {window.x(), window.y()};
-}
-
-bool ForeignHost::isHighlighted(std::size_t anomaly) const {
-    const osg::StateSet* state = m_overlays->getChild(static_cast<unsigned>(anomaly))->getStateSet();
-    const osg::Uniform* colour = state ? state->getUniform("oe_anno_highlight_color") : nullptr;
-    osg::Vec4 value;
-    return colour && colour->get(value) && value == osg::Vec4(255, 255, 0, 1);
-}
-
-std::vector<std::size_t> ForeignHost::highlighted() {
-    std::vector<std::size_t> found;
-    betweenFrames([&] {
-        for (std::size_t index = 0; index < kAnomalies; ++index) {
-            if (isHighlighted(index)) {
-                found.push_back(index);
-            }
-        }
-    });
-    return found;
-}
-
-std::size_t ForeignHost::groupsNamed(const std::string& name) {
-    std::size_t count = 0;
-    betweenFrames([&] {
-        const osgEarth::MapNode* map = m_globe->mapNode();
-        for (unsigned index = 0; index < map->getNumChildren(); ++index) {
-            count += map->getChild(index)->getName() == name ? 1U : 0U;
-        }
-    });
-    return count;
-}
-
-std::string ForeignHost::valueLabel() {
-    std::string text;
-    betweenFrames([&] {
-        osgEarth::MapNode* map = m_globe->mapNode();
-        for (unsigned index = 0; index < map->getNumChildren(); ++index) {
-            if (auto* label = dynamic_cast<osgEarth::Annotation::PlaceNode*>(map->getChild(index))) {
-                text = label->getText();
-            }
-        }
-    });
-    return text;
 }
 
 void ForeignHost::add(const std::string& name, CXCommandHandler* handler) {

@@ -13,6 +13,8 @@
 #include <atomic>
 #include <deque>
 #include <functional>
+#include <future>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -60,6 +62,7 @@ public:
     void keyDown(int key);
     void keyUp(int key);
 
+    zeo::ICommand& command(const char* utf8Name) const;
     QToolButton& button(const char* utf8Name) const;
     void click(const char* utf8Name);
     void leaveActiveTool();
@@ -75,6 +78,8 @@ public:
     /// Numbers of the anomalies that are.
     std::vector<std::size_t> highlighted();
     std::size_t groupsNamed(const std::string& name);
+    /// How many the view has.
+    std::size_t eventHandlers();
     /// Gives the value of the label on the globe; empty when there is none.
     std::string valueLabel();
 
@@ -82,9 +87,26 @@ public:
     static constexpr float kHeight = 192;
     static constexpr std::size_t kAnomalies = 12;
 
-    std::mutex frameMutex; ///< held while a frame is made
-    QStringList messages;  ///< texts of all message boxes
-    QStringList calls;     ///< of the windows
+    /// While it lives, nothing is delivered and no frame is made. Work that has come to the GUI thread waits
+    /// there.
+    class StoppedFrames {
+    public:
+        /// Waits for the end of a frame, without letting the GUI thread do anything meanwhile.
+        explicit StoppedFrames(ForeignHost& host);
+        ~StoppedFrames();
+        StoppedFrames(const StoppedFrames&) = delete;
+        StoppedFrames& operator=(const StoppedFrames&) = delete;
+
+    private:
+        std::promise<void> m_mayGoOn;
+    };
+
+    std::mutex frameMutex;                 ///< held while a frame is made
+    QStringList messages;                  ///< texts of all message boxes
+    QStringList boxes;                     ///< title, type, buttons and modality of all message boxes
+    QStringList calls;                     ///< of the windows
+    std::atomic<int> picks{0};             ///< calls of pick
+    std::map<std::uint32_t, int> domReads; ///< calls of readdom, by the station's id
     std::vector<zeo::ICommand*> commands;
     zeo::ITool* activeTool = nullptr;
 
@@ -95,6 +117,8 @@ public:
     CXCommandHandler* activeHandler() const { return m_active; }
 
 private:
+    void doBetweenFrames(std::function<void()> work);
+    std::size_t indexOf(const char* utf8Name) const;
     void buildScene();
     void makeFrame();
     void awaitFrames(const std::function<bool()>& isDone);

@@ -7,6 +7,7 @@ namespace {
 struct Parts {
     ForeignStations stations;
     ForeignTable table;
+    ForeignLinkedTable linkedTable;
     ForeignImages images;
     ForeignParameters parameters;
     ForeignDatabase database;
@@ -45,12 +46,12 @@ void ForeignStations::OutPutShap() {
 
 std::vector<KV_StationItem*> ForeignStations::GetSelectedStationItem() {
     ForeignHost::expectGui("GetSelectedStationItem");
-    return {&item};
+    return checkedOnes;
 }
 
 bool ForeignStations::IsDiffChecked(const KV_StationItem*) const {
     ForeignHost::expectGui("IsDiffChecked");
-    return true;
+    return isDiffShown;
 }
 
 bool ForeignStations::SetcurrentdiffSelected(KV_StationItem*) {
@@ -94,7 +95,7 @@ bool ForeignStations::UpdataNode(const Special_Point& point, const std::string& 
 
 KV_StationItem* ForeignTable::GetCurrentItem() {
     ForeignHost::expectGui("GetCurrentItem");
-    return &current;
+    return ForeignContext::missing == ForeignContext::Missing::CurrentItem ? nullptr : &current;
 }
 
 void ForeignTable::SetCurrentItem(const KV_StationItem& item) {
@@ -122,6 +123,10 @@ void ForeignTable::DeleteItems(KV_StationItem*, const std::vector<SdiffData>& an
     note("DeleteItems " + namesOf(anomalies));
 }
 
+void ForeignLinkedTable::SetSelectedbyname(const QStringList& names) {
+    note("SetSelectedbyname " + names.join(' '));
+}
+
 void ForeignImages::CreatZoomItem(KV_StationItem*, const SdiffData&) {
     note("CreatZoomItem");
 }
@@ -140,6 +145,11 @@ std::string ForeignDatabase::Gettablename(int) const {
     return "rows";
 }
 
+mysqlhelper::KV_MySQL* ForeignDatabase::GetMySQL() {
+    ForeignHost::expectGui("GetMySQL");
+    return ForeignContext::missing == ForeignContext::Missing::Connection ? nullptr : &m_connection;
+}
+
 void ForeignScene::addPipePoints(osg::Group* group, const Special_Point& point) {
     ForeignHost::expectGui("addPipePoints");
     m_points[group] = point;
@@ -150,36 +160,91 @@ void ForeignScene::addPipeAreas(osg::Group* group, const Special_Area& area) {
     m_areas[group] = area;
 }
 
+std::atomic<ForeignContext::Missing> ForeignContext::missing{Missing::Nothing};
+std::atomic<bool> ForeignContext::hasLinkedTable{false};
+
 void ForeignContext::prepare(const KV_Station& station, const std::vector<SdiffData>& anomalies) {
     parts = std::make_unique<Parts>();
-    parts->stations.item = KV_StationItem(station);
-    parts->stations.item.m_diffData.m_anomalies = anomalies;
+    const auto make = [&](std::uint32_t id, double east) {
+        KV_Station moved = station;
+        moved.m_id = id;
+        moved.m_xMin += east;
+        moved.m_xMax += east;
+        KV_StationItem item(moved);
+        item.m_diffData.m_anomalies = anomalies;
+        return item;
+    };
+    constexpr double kFarMetres = 1.0e5;
+    parts->stations.item = make(station.m_id, 0.0);
+    parts->stations.second = make(station.m_id + 1, 0.0);
+    parts->stations.elsewhere = make(station.m_id + 2, kFarMetres);
+    reset();
 }
 
 void ForeignContext::forget() {
     parts.reset();
 }
 
+void ForeignContext::reset() {
+    missing = Missing::Nothing;
+    hasLinkedTable = false;
+    parts->stations.checkedOnes = {&parts->stations.item};
+    parts->stations.isDiffShown = true;
+    parts->table.current = KV_StationItem();
+    parts->linkedTable.current = KV_StationItem();
+    parts->parameters.mode = 0;
+}
+
+ForeignStations& ForeignContext::stations() {
+    return parts->stations;
+}
+
+ForeignLinkedTable& ForeignContext::linkedTable() {
+    return parts->linkedTable;
+}
+
+ForeignParameters& ForeignContext::parameters() {
+    return parts->parameters;
+}
+
 StationWindow* ForeignContext::GetStationWindow() {
-    return &parts->stations;
+    ForeignHost::expectGui("GetStationWindow");
+    return missing == Missing::Stations ? nullptr : &parts->stations;
 }
 
 AVWindow* ForeignContext::GetAVWindow() {
-    return &parts->table;
+    ForeignHost::expectGui("GetAVWindow");
+    if (missing == Missing::Table) {
+        return nullptr;
+    }
+    return hasLinkedTable ? &parts->linkedTable : &parts->table;
 }
 
 KVImageWindow* ForeignContext::GetKVImageWindow() {
-    return &parts->images;
+    ForeignHost::expectGui("GetKVImageWindow");
+    return missing == Missing::Images ? nullptr : &parts->images;
+}
+
+EditHistory* ForeignContext::GetEditHistory() {
+    ForeignHost::expectGui("GetEditHistory");
+    return nullptr;
+}
+
+QWidget* ForeignContext::GetMainWindow() {
+    ForeignHost::expectGui("GetMainWindow");
+    return nullptr;
 }
 
 DataSet* ForeignContext::GetDataSet(int index) {
+    if (index == ParaSet::kIndex) { // the only one that the frames may ask for
+        return missing == Missing::Parameters ? nullptr : &parts->parameters;
+    }
+    ForeignHost::expectGui("GetDataSet");
     switch (index) {
     case PipelineDataSet::kIndex:
-        return &parts->database;
-    case ParaSet::kIndex:
-        return &parts->parameters;
+        return missing == Missing::Database ? nullptr : &parts->database;
     case OsgDataSet::kIndex:
-        return &parts->scene;
+        return missing == Missing::Scene ? nullptr : &parts->scene;
     default:
         return nullptr;
     }

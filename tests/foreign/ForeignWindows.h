@@ -8,12 +8,15 @@
 #include "host/inspection/StationWindow.h"
 #include "tests/foreign/ForeignHost.h"
 
+#include <QStringList>
+
+#include <atomic>
 #include <memory>
 #include <string>
 #include <vector>
 
 /// The windows and data sets of the foreign host. Each call is noted in ForeignHost::calls and must come on
-/// the GUI thread. They have none of the optional members.
+/// the GUI thread. Only the linked table has the optional members.
 
 class ForeignStations : public StationWindow {
 public:
@@ -32,6 +35,10 @@ public:
     bool UpdataNode(const Special_Point& point, const std::string& oldName) override;
 
     KV_StationItem item;
+    KV_StationItem second;                    ///< another station at the same place
+    KV_StationItem elsewhere;                 ///< far away
+    std::vector<KV_StationItem*> checkedOnes; ///< `item` alone, unless a test checks others
+    bool isDiffShown = true;                  ///< what IsDiffChecked answers
 };
 
 class ForeignTable : public AVWindow {
@@ -47,6 +54,16 @@ public:
     KV_StationItem current;
 };
 
+class ForeignLinkedTable : public ForeignTable {
+    Q_OBJECT
+
+public slots:
+    void SetSelectedbyname(const QStringList& names);
+
+signals:
+    void selectionChanged(QStringList names);
+};
+
 class ForeignImages : public KVImageWindow {
 public:
     void CreatZoomItem(KV_StationItem* item, const SdiffData& zoom) override;
@@ -55,14 +72,16 @@ public:
 class ForeignParameters : public ParaSet {
 public:
     void OnSetPara() override;
-    int GetOverlayMode() const override { return 0; }
+    int GetOverlayMode() const override { return mode; }
+
+    std::atomic<int> mode{0};
 };
 
 class ForeignDatabase : public PipelineDataSet {
 public:
     bool GetConncetDBState(int connection) const override;
     std::string Gettablename(int type) const override;
-    mysqlhelper::KV_MySQL* GetMySQL() override { return &m_connection; }
+    mysqlhelper::KV_MySQL* GetMySQL() override;
 
 private:
     mysqlhelper::KV_MySQL m_connection{"memory"};
@@ -90,14 +109,37 @@ private:
 
 class ForeignContext : public IORVAContext, public DataSetManager {
 public:
+    /// What a host may have taken away.
+    enum class Missing {
+        Nothing,
+        Context,
+        Stations,
+        Table,
+        CurrentItem,
+        Images,
+        DataSets,
+        Database,
+        Connection,
+        Parameters,
+        Scene
+    };
+
     static void prepare(const KV_Station& station, const std::vector<SdiffData>& anomalies);
     static void forget();
+    /// Back to what it is at the beginning of each test.
+    static void reset();
+
+    static std::atomic<Missing> missing;
+    static std::atomic<bool> hasLinkedTable;
+    static ForeignStations& stations();
+    static ForeignLinkedTable& linkedTable();
+    static ForeignParameters& parameters();
 
     StationWindow* GetStationWindow() override;
     AVWindow* GetAVWindow() override;
     KVImageWindow* GetKVImageWindow() override;
-    DataSetManager* GetDataSetManager() override { return this; }
-    EditHistory* GetEditHistory() override { return nullptr; }
-    QWidget* GetMainWindow() override { return nullptr; }
+    DataSetManager* GetDataSetManager() override { return missing == Missing::DataSets ? nullptr : this; }
+    EditHistory* GetEditHistory() override;
+    QWidget* GetMainWindow() override;
     DataSet* GetDataSet(int index) override;
 };

@@ -204,6 +204,7 @@ KV_StationItem::KV_StationItem() = default;
 KV_StationItem::KV_StationItem(const KV_Station& station) : m_station(station) {}
 bool KV_StationItem::readdom() {
     ForeignHost::expectGui("readdom");
+    ++ForeignHost::instance().domReads[GetStationId()];
     return true;
 }
 bool KV_StationItem::readdiffvz() {
@@ -263,8 +264,10 @@ void BaseWindow::updateLayout() {}
 void BaseWindow::keyPressEvent(QKeyEvent*) {}
 void BaseWindow::showEvent(QShowEvent*) {}
 
-int myMessageBox::showMyMessageBox(QWidget*, const QString&, const QString& text, int, int, bool) {
+int myMessageBox::showMyMessageBox(QWidget*, const QString& title, const QString& text, int type, int buttons,
+                                   bool modal) {
     ForeignHost::expectGui("showMyMessageBox");
+    ForeignHost::instance().boxes << QString("%1 %2 %3 %4").arg(title).arg(type).arg(buttons).arg(modal);
     ForeignHost::instance().messages << text;
     return 0;
 }

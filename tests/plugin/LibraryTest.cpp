@@ -27,10 +27,13 @@ TEST(Library, ShowsNothingButCreate) {
 }
 
 TEST(Library, StartsNoThreadAndSharesNothingWithOne) {
+    // pthread_mutex_lock is not among them: looking something up in the index of objects takes the index's own
+    // lock, in code of the globe library that is compiled here.
     for (const QString& name : namesIn(TOOL_PLUGIN, "--undefined-only")) {
         for (const char* thread :
              {"pthread_create", "6thread11_M_start_thread", "7QThread5start", "11QThreadPool",
-              "12QtConcurrent", "6QMutex", "11QBasicMutex", "14QReadWriteLock", "10QSemaphore"}) {
+              "12QtConcurrent", "6QMutex", "11QBasicMutex", "14QReadWriteLock", "10QSemaphore",
+              "pthread_rwlock", "pthread_cond_", "18condition_variable", "11OpenThreads5Mutex"}) {
             EXPECT_FALSE(name.contains(QLatin1String(thread))) << name.toStdString();
         }
     }

@@ -2,6 +2,8 @@
 
 #include "host/Gbk.h"
 
+#include <utility>
+
 namespace {
 
 MemoryHistory* theHistory = nullptr;
@@ -44,6 +46,12 @@ MemoryHistory::MemoryHistory() : AVWindow(nullptr) {
 
 MemoryHistory::~MemoryHistory() {
     theHistory = nullptr;
+}
+
+MemoryHistory::Away::Away() : m_history(std::exchange(theHistory, nullptr)) {}
+
+MemoryHistory::Away::~Away() {
+    theHistory = m_history;
 }
 
 void MemoryHistory::record(const QString& text, bool isListed) {

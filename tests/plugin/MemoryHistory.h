@@ -29,6 +29,18 @@ public:
     MemoryHistory();
     ~MemoryHistory() override;
 
+    /// While it lives, there is no context.
+    class Away {
+    public:
+        Away();
+        ~Away();
+        Away(const Away&) = delete;
+        Away& operator=(const Away&) = delete;
+
+    private:
+        MemoryHistory* const m_history;
+    };
+
     /// Records an edit; reported to the commands unless `isListed` is false.
     void record(const QString& text, bool isListed = true);
 
@@ -43,7 +55,7 @@ public:
 
     // The context.
     StationWindow* GetStationWindow() override { return nullptr; }
-    AVWindow* GetAVWindow() override { return this; }
+    AVWindow* GetAVWindow() override { return isTableThere ? this : nullptr; }
     KVImageWindow* GetKVImageWindow() override { return nullptr; }
     DataSetManager* GetDataSetManager() override { return nullptr; }
     EditHistory* GetEditHistory() override { return isRecording ? this : nullptr; }
@@ -59,6 +71,7 @@ public:
     void DeleteItems(KV_StationItem*, const std::vector<SdiffData>&) override {}
 
     bool isRecording = true;
+    bool isTableThere = true;
     QStringList log;
 
 private:

@@ -2,6 +2,8 @@
 #include "tests/support/Pointer.h"
 #include "tests/support/WaitUntil.h"
 
+#include <QApplication>
+
 #include <osgViewer/View>
 
 namespace {
@@ -40,12 +42,15 @@ TEST_F(Messages, RemovingAPickerThatWasNeverAddedDoesNothing) {
 TEST_F(Messages, UnknownOnesAreIgnoredByEveryHandler) {
     const unsigned children = m_host.globe->getMapNode()->getNumChildren();
     const std::size_t eventHandlers = m_host.globe->getViewer()->getEventHandlers().size();
+    testing::internal::CaptureStdout();
     for (const std::string& name : m_handlers.names()) {
         for (const char* message :
              {"", "ADDPICK", "addPick ", "frameselect", "drawstationpoint", "nobody knows this"}) {
             m_handlers.find(name)->OnMessage(message);
         }
     }
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(QApplication::activeModalWidget(), nullptr);
     EXPECT_EQ(m_host.globe->getMapNode()->getNumChildren(), children);
     EXPECT_EQ(m_host.globe->getViewer()->getEventHandlers().size(), eventHandlers);
     EXPECT_FALSE(m_handlers.hasMessages()) << "no answer either";

@@ -19,17 +19,17 @@ public:
 /// The host's viewer with another manipulator, for as long as it lives.
 class ViewerWith : public CXViewer {
 public:
-    explicit ViewerWith(osgEarth::Util::EarthManipulator& manipulator)
+    explicit ViewerWith(osgEarth::Util::EarthManipulator* manipulator)
         : m_manipulator(manipulator), m_before(g_pCXviewer) {
         g_pCXviewer = this;
     }
     virtual ~ViewerWith() { g_pCXviewer = m_before; }
     osgViewer::View* getViewer() override { return m_before->getViewer(); }
-    osgEarth::Util::EarthManipulator* getManipulator() override { return &m_manipulator; }
+    osgEarth::Util::EarthManipulator* getManipulator() override { return m_manipulator; }
     osgEarth::MapNode* getMapNode() override { return m_before->getMapNode(); }
 
 private:
-    osgEarth::Util::EarthManipulator& m_manipulator;
+    osgEarth::Util::EarthManipulator* const m_manipulator;
     CXViewer* const m_before;
 };
 
@@ -72,7 +72,7 @@ TEST_F(OneShot, NorthUpAsksForExactlyStraightDownAndNorthWithoutAFlight) {
     noting->viewpoints.clear();
     noting->durations.clear();
     {
-        const ViewerWith viewer(*noting);
+        const ViewerWith viewer(noting);
         m_host.click("正北视图");
     }
     ASSERT_EQ(noting->viewpoints.size(), 1U);
@@ -82,6 +82,18 @@ TEST_F(OneShot, NorthUpAsksForExactlyStraightDownAndNorthWithoutAFlight) {
     EXPECT_EQ(asked.heading()->as(osgEarth::Units::DEGREES), 0.0);
     EXPECT_EQ(asked.focalPoint()->vec3d(), before.focalPoint()->vec3d());
     EXPECT_EQ(asked.range()->as(osgEarth::Units::METERS), before.range()->as(osgEarth::Units::METERS));
+}
+
+TEST_F(OneShot, NorthUpWithoutAManipulatorOnlyLetsItsButtonUp) {
+    turnTo(45.0, -30.0);
+    const osgEarth::Viewpoint before = manipulator().getViewpoint();
+    {
+        const ViewerWith viewer(nullptr);
+        m_host.click("正北视图");
+    }
+    EXPECT_FALSE(m_host.button("正北视图").isChecked());
+    EXPECT_NEAR(manipulator().getViewpoint().heading()->as(osgEarth::Units::DEGREES),
+                before.heading()->as(osgEarth::Units::DEGREES), 1e-6);
 }
 
 TEST_F(OneShot, NorthUpTwiceLeavesTheViewUnchangedTheSecondTime) {

@@ -159,6 +159,15 @@ TEST_F(UndoMenu, UnlistedEditsLeaveTheFootStandingAndTheNextEntryBelowIt) {
     EXPECT_EQ(entries(), QStringList({"-", "取消", "B", "-", "取消"}));
     choose(QStringLiteral("取消"));
     EXPECT_EQ(m_history.log, QStringList{"undo A"}) << "neither cancel entry undoes anything";
+    const QList<QAction*> all = m_menu->actions();
+    for (QAction* cancel : {all[1], all[4]}) {
+        hover("B");
+        EXPECT_EQ(entries(), QStringList({"-", "取消", "B", "-", "撤销1步"}));
+        emit m_menu->hovered(cancel);
+        EXPECT_EQ(entries(), QStringList({"-", "取消", "B", "-", "取消"}));
+        cancel->trigger();
+        EXPECT_EQ(m_history.log, QStringList{"undo A"});
+    }
 }
 
 TEST_F(UndoMenu, EditsThatWereNeverListedAreUndoneWithoutTouchingTheMenu) {
@@ -172,6 +181,34 @@ TEST_F(UndoMenu, EditsThatWereNeverListedAreUndoneWithoutTouchingTheMenu) {
 TEST_F(UndoMenu, WithoutAHistoryEveryReportDisablesAndClears) {
     recordABC();
     m_history.isRecording = false;
+    m_undo->Execute();
+    m_redo->Execute();
+    EXPECT_TRUE(m_history.log.isEmpty());
+    EXPECT_TRUE(entries().isEmpty());
+    EXPECT_FALSE(m_undoButton->isEnabled());
+    EXPECT_FALSE(m_redoButton->isEnabled());
+}
+
+TEST_F(UndoMenu, WithoutATableStepsAreTakenAndNobodyIsTold) {
+    recordABC();
+    QSignalSpy redoable(&m_history, &AVWindow::msg_redo);
+    QSignalSpy undoable(&m_history, &AVWindow::msg_undo);
+    m_history.isTableThere = false;
+    m_undo->Execute();
+    m_redo->Execute();
+    EXPECT_EQ(m_history.log, QStringList({"undo C", "redo C"}));
+    choose("B");
+    EXPECT_EQ(redoable.size() + undoable.size(), 0);
+    const std::unique_ptr<CUndo> undo = std::make_unique<CUndo>();
+    const std::unique_ptr<CRedo> redo = std::make_unique<CRedo>();
+    m_history.isTableThere = true;
+    m_history.sent_msg_undo(QString());
+    m_history.sent_msg_redo(QString());
+}
+
+TEST_F(UndoMenu, WithoutAContextTheButtonsAreDisabled) {
+    recordABC();
+    const MemoryHistory::Away away;
     m_undo->Execute();
     m_redo->Execute();
     EXPECT_TRUE(m_history.log.isEmpty());

@@ -4,6 +4,7 @@
 
 #include <QObject>
 
+#include <atomic>
 #include <functional>
 #include <string>
 #include <vector>
@@ -76,7 +77,7 @@ private:
 
     std::vector<ICommand*> m_commands;
     ITool* m_activeTool = nullptr;
-    const osgEarth::SpatialReference* m_mapSRS = nullptr;
+    std::atomic<const osgEarth::SpatialReference*> m_mapSRS{nullptr};
 };
 
 } // namespace zeo

@@ -66,7 +66,7 @@ TEST(Style, AddedSymbolReplacesOneOfItsClass) {
     EXPECT_TRUE(style.empty());
 }
 
-TEST(Symbols, HaveTheStatedDefaults) {
+TEST(Symbols, AreUsableBeforeAnythingIsSet) {
     const osg::ref_ptr<const AltitudeSymbol> altitude = new AltitudeSymbol;
     EXPECT_EQ(altitude->clamping().get(), AltitudeSymbol::CLAMP_NONE);
     EXPECT_EQ(altitude->technique().get(), AltitudeSymbol::TECHNIQUE_MAP);

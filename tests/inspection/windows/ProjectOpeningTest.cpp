@@ -128,6 +128,22 @@ TEST_F(ProjectOpeningTest, AStoredProjectThatAnotherProcessHasOpenIsShownButNotC
     EXPECT_EQ(messages.texts(), QStringList({"工程以只读方式打开，未作任何更改", reason}));
 }
 
+TEST_F(ProjectOpeningTest, AnObjectOfAProjectThatIsOnlyShownIsNotUpdatedAndOneMessageSaysWhy) {
+    openSample();
+    Special_Point point(toGbk("甲"), {114.0, 30.7, 50.0});
+    ASSERT_TRUE(context().GetStationWindow()->AddPointNode(point));
+    context().closeProject();
+    const OtherWorkbench other(m_project);
+    ASSERT_TRUE(other.holds());
+    ASSERT_FALSE(context().openProject(m_project).has_value());
+    const MessageWatch messages;
+    point.SetName(toGbk("乙"));
+    EXPECT_FALSE(context().GetStationWindow()->UpdataNode(point, toGbk("甲")));
+    EXPECT_EQ(messages.texts(), QStringList{context().readOnlyReason()});
+    EXPECT_TRUE(context().GetStationWindow()->isReiterated_node("甲"));
+    EXPECT_FALSE(context().GetStationWindow()->isReiterated_node("乙"));
+}
+
 TEST_F(ProjectOpeningTest, WhatTheOtherProcessChangesAppearsByItself) {
     openSample();
     context().closeProject();

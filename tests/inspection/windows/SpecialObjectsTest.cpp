@@ -169,6 +169,18 @@ TEST_F(SpecialObjectsTest, WhenTheDatabaseRefusesNothingChanges) {
     EXPECT_EQ(messages.texts().size(), 1) << "whoever edits is told by the answer alone";
 }
 
+TEST_F(SpecialObjectsTest, AnUpdateOfAnUnknownKindIsRefusedAndTheTreeKeepsTheName) {
+    ASSERT_TRUE(window().AddPointNode(point("戊")));
+    constexpr int kUnknownType = 99;
+    Special_Point edited = point("己");
+    edited.m_type = kUnknownType;
+    EXPECT_FALSE(window().UpdataNode(edited, toGbk("戊")));
+    EXPECT_NE(entry(Points, "戊"), nullptr);
+    EXPECT_EQ(entry(Points, "己"), nullptr);
+    EXPECT_TRUE(window().isReiterated_node("戊"));
+    EXPECT_EQ(inspection::readSpecialPoints(database()).back().GetName(), toGbk("戊"));
+}
+
 TEST_F(SpecialObjectsTest, ANewObjectIsSelectedInTheTree) {
     ASSERT_TRUE(window().AddPointNode(point("新")));
     EXPECT_EQ(tree().currentItem(), entry(Points, "新"));

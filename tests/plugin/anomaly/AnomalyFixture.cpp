@@ -258,3 +258,24 @@ QVariant AnomalyTest::stored(const QString& anomaly, const QString& column) cons
 int AnomalyTest::storedCount() const {
     return readStored("select count(*) from anomaly").value(0).toInt();
 }
+
+void AnomalyTest::change(const QString& sql) const {
+    ForeignConnection(m_folder + "/inspection.db").run(sql);
+}
+
+void AnomalyTest::setDifference(int station, double metres) {
+    const QString file = QString("differences%1.tif").arg(++m_rasters);
+    SmallProject::writeHeights(m_folder + '/' + file, [metres](int, int) { return metres; });
+    change(QString("update station_result set dz_raster='%1' where station_id=%2")
+               .arg(file, QString::number(station)));
+}
+
+void AnomalyTest::removeDifference(int station) const {
+    change(QString("update station_result set dz_raster='' where station_id=%1").arg(station));
+}
+
+void AnomalyTest::addThirdResult() const {
+    change("insert into station_result select 3, computed_at, old_date, new_date, dz_raster, threshold_m, "
+           "min_area_m2, coregistration, dx_m, dy_m, dz_m, nmad_before_m, nmad_after_m, cells "
+           "from station_result where station_id=1");
+}

@@ -76,4 +76,16 @@ protected:
     /// One column of the anomaly of that name; invalid when there is none.
     QVariant stored(const QString& anomaly, const QString& column = "attribute") const;
     int storedCount() const;
+
+    // What somebody else stores, by a connection of their own.
+    void change(const QString& sql) const;
+    /// Gives the whole ground this elevation difference, for a station that has been computed.
+    void setDifference(int station, double metres);
+    /// Takes away the elevation differences of a station that has been computed.
+    void removeDifference(int station) const;
+    /// Makes the third station, which overlaps the first, one that has been computed.
+    void addThirdResult() const;
+
+private:
+    int m_rasters = 0;
 };

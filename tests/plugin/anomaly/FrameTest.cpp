@@ -4,6 +4,7 @@
 
 #include <osgEarth/GLUtils>
 #include <osgEarth/Terrain>
+#include <osgEarth/Viewpoint>
 #include <osgEarthSymbology/AltitudeSymbol>
 #include <osgEarthSymbology/LineSymbol>
 #include <osgEarthUtil/EarthManipulator>
@@ -99,6 +100,28 @@ TEST_F(FrameSelection, StartsAnewWhereShiftWasReleased) {
     ASSERT_EQ(line().size(), 5U);
     EXPECT_EQ(pixelOf(osg::Vec2d(line()[0].x(), line()[0].y())), lastCorner());
     endFrame();
+}
+
+TEST_F(FrameSelection, StartsAtTheLastPlaceOnTheGlobeThatThePointerWasAt) {
+    m_host.globe->getManipulator()->setViewpoint(
+        osgEarth::Viewpoint("", 114.0, 30.7, 0.0, 0.0, -89.9, 3.0e7));
+    m_host.settle();
+    const QPoint middle = m_host.globe->rect().center();
+    const QPoint last = middle + QPoint(-25, 10);
+    const QPoint sky(3, 3);
+    moveTo(last);
+    moveTo(sky);
+    keyDown(Qt::Key_Shift);
+    press(sky);
+    moveTo(middle + QPoint(20, -15));
+    ASSERT_NE(frameNode(), nullptr);
+    ASSERT_EQ(line().size(), 5U);
+    for (const std::size_t corner : {0U, 4U}) {
+        const QPoint drawn = pixelOf(osg::Vec2d(line()[corner].x(), line()[corner].y()));
+        EXPECT_LE((drawn - last).manhattanLength(), 2) << drawn.x() << ' ' << drawn.y();
+    }
+    release(middle);
+    keyUp(Qt::Key_Shift);
 }
 
 TEST_F(FrameSelection, StandsInAGroupWithTheGlobesDefaultState) {

@@ -41,23 +41,6 @@ class ValueLabel : public AnomalyTest {
 protected:
     ValueLabel() { startTool(); }
 
-    ForeignConnection database() const { return ForeignConnection(m_folder + "/inspection.db"); }
-    /// Gives the whole ground this elevation difference, for a station that has been computed.
-    void setDifference(int station, double metres) {
-        const QString file = QString("differences%1.tif").arg(++m_rasters);
-        SmallProject::writeHeights(m_folder + '/' + file, [metres](int, int) { return metres; });
-        database().run(QString("update station_result set dz_raster='%1' where station_id=%2")
-                           .arg(file, QString::number(station)));
-    }
-    void removeDifference(int station) {
-        database().run(QString("update station_result set dz_raster='' where station_id=%1").arg(station));
-    }
-    /// Makes the third station, which overlaps the first, one that has been computed.
-    void addThirdResult() {
-        database().run("insert into station_result select 3, computed_at, old_date, new_date, dz_raster, "
-                       "threshold_m, min_area_m2, coregistration, dx_m, dy_m, dz_m, nmad_before_m, "
-                       "nmad_after_m, cells from station_result where station_id=1");
-    }
     std::string textAt(const QPoint& place) {
         leftClick(place);
         return valueLabel() ? valueLabel()->getText() : "no label";
@@ -70,9 +53,6 @@ protected:
         release(place);
         return labels.count();
     }
-
-private:
-    int m_rasters = 0;
 };
 
 TEST_F(ValueLabel, ShowsSixSignificantDigits) {
@@ -95,6 +75,8 @@ TEST_F(ValueLabel, IsWhiteOfSize14InItsOwnFontBesideItsIcon) {
     EXPECT_EQ(text->font().get(), "simhei.ttf");
     EXPECT_EQ(text->encoding().get(), TextSymbol::ENCODING_UTF8);
     EXPECT_EQ(text->fill()->color(), Color(1, 1, 1, 1));
+    ASSERT_TRUE(text->halo().isSet()) << "white alone is lost on a highlighted anomaly";
+    EXPECT_EQ(text->halo()->color(), Color(0, 0, 0, 1));
     ASSERT_NE(valueLabel()->getIconImage(), nullptr);
     const osg::ref_ptr<osg::Image> icon = osgDB::readRefImageFile(kIcon);
     EXPECT_EQ(valueLabel()->getIconImage()->compare(*icon), 0);
@@ -156,7 +138,7 @@ TEST_F(ValueLabel, IsZeroWhereNoStationHasAValue) {
 
 TEST_F(ValueLabel, IsMeasuredInAComputedStationWithoutAnomaliesWhileItIsChecked) {
     const QPoint at = pixelOf(known::cut);
-    database().run("delete from anomaly where station_id=2");
+    change("delete from anomaly where station_id=2");
     tree().topLevelItem(0)->child(1)->setCheckState(0, Qt::Unchecked);
     InspectionContext::instance().closeProject();
     ASSERT_FALSE(InspectionContext::instance().openProject(m_folder));
@@ -174,7 +156,7 @@ TEST_F(ValueLabel, IsMeasuredInAComputedStationWithoutAnomaliesWhileItIsChecked)
 TEST_F(ValueLabel, FollowsBoundsThatSomebodyElseHasStored) {
     const QPoint at = pixelOf(known::cut);
     EXPECT_NE(textAt(at), "0");
-    database().run("update station set x_min=x_min-1000, x_max=x_min-900 where id=2");
+    change("update station set x_min=x_min-1000, x_max=x_min-900 where id=2");
     EXPECT_EQ(textAt(at), "0");
 }
 

@@ -8,6 +8,8 @@
 #include <QMetaObject>
 #include <QSignalSpy>
 
+#include <osgEarth/SpatialReference>
+
 namespace {
 
 class Zooming : public AnomalyTest {
@@ -68,6 +70,42 @@ TEST_F(Zooming, BesideAllAnomaliesShowsTheStationAlone) {
     ASSERT_EQ(names.size(), 1);
     doubleClick(emptyGround());
     EXPECT_EQ(caption(), names[0].toString());
+}
+
+TEST_F(Zooming, LooksAtThePlaceOfTheLastPressAsWell) {
+    showStation(1);
+    leftClick(pixelOf(known::cut));
+    checkAgain();
+    EXPECT_TRUE(caption().contains(known::cut)) << caption().toStdString();
+    showStation(0);
+    leftClick(pixelOf(known::fill));
+    checkAgain();
+    EXPECT_TRUE(caption().contains(known::fill)) << caption().toStdString();
+}
+
+TEST_F(Zooming, LooksAtThePressInTheSystemOfTheFirstStationThere) {
+    // The third station lies across the first, in another reference system. Only it has a value to show, so
+    // that a press asks both.
+    addThirdResult();
+    removeDifference(1);
+    setDifference(3, 9.0);
+    leftClick(onOverlapping());
+    ASSERT_NE(valueLabel(), nullptr);
+    ASSERT_EQ(valueLabel()->getText(), "9") << "the third station is asked as well";
+    const auto* system = osgEarth::SpatialReference::get("EPSG:4549");
+    const auto* ours = osgEarth::SpatialReference::get("EPSG:4547");
+    osg::Vec3d corner;
+    ASSERT_TRUE(
+        ours->transform(osg::Vec3d(SmallProject::kLeft, SmallProject::kTop - 80.0, 0.0), system, corner));
+    change(QString("update station set srs='EPSG:4549', x_min=%1, x_max=%2, y_min=%3, y_max=%4 where id=3")
+               .arg(corner.x() - 200.0, 0, 'f', 3)
+               .arg(corner.x() + 200.0, 0, 'f', 3)
+               .arg(corner.y() - 200.0, 0, 'f', 3)
+               .arg(corner.y() + 200.0, 0, 'f', 3));
+    showStation(0);
+    leftClick(onOverlapping());
+    checkAgain();
+    EXPECT_TRUE(caption().contains(known::below)) << caption().toStdString();
 }
 
 } // namespace

@@ -233,6 +233,15 @@ TEST_F(RegionEditing, EachKindIsDeletedByMenuFromGlobeTreeAndDatabase) {
     EXPECT_TRUE(scene().getPipePoints().empty());
 }
 
+TEST_F(RegionEditing, ADeletedPointStaysInThePointMap) {
+    const osg::ref_ptr<osg::Group> group = groupOf("点");
+    choose(onPoint(), kDelete);
+    EXPECT_FALSE(isOnGlobe(group));
+    EXPECT_FALSE(stationWindow().isReiterated_node("点"));
+    ASSERT_EQ(scene().getPipePoints().count(group), 1U);
+    EXPECT_EQ(scene().getPipePoints().at(group).GetName(), toGbk("点"));
+}
+
 TEST_F(RegionEditing, WhenTheDatabaseRefusesADeletionEverythingStays) {
     ForeignConnection(m_folder + "/inspection.db")
         .run("create trigger kept before delete on special_area begin select raise(abort, 'kept'); end");

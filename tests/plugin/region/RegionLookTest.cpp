@@ -78,6 +78,23 @@ TEST_F(RegionLook, OfAnEditedHighConsequenceAreaIsWhatWasChosenInGlobeAndDatabas
     }
 }
 
+TEST_F(RegionLook, OfAnEditedBorderIsAt65PercentWhateverTheOpacityAndTheOutlineKeepsItsVertices) {
+    for (const auto& [place, name] : {std::pair(onArea(), "面"), {onPolygon(), "高"}}) {
+        const osgEarth::Symbology::Geometry* outline = featureOf(name)->getFeature()->getGeometry();
+        const std::vector<osg::Vec3d> before(outline->begin(), outline->end());
+        for (const auto& [key, opacity] : {std::pair(Qt::Key_PageUp, 1.0F), {Qt::Key_PageDown, 0.5F}}) {
+            choose(place, kEdit);
+            QTest::keyClick(field<QDoubleSpinBox>("doubleSpinBox"), key); // ten steps
+            confirm();
+            const auto& style = featureOf(name)->getStyle();
+            EXPECT_FLOAT_EQ(style.get<PolygonSymbol>()->fill()->color().a(), opacity) << name;
+            EXPECT_FLOAT_EQ(style.get<LineSymbol>()->stroke()->color().a(), 0.65F) << name << ' ' << opacity;
+            const auto* after = featureOf(name)->getFeature()->getGeometry();
+            EXPECT_EQ(std::vector<osg::Vec3d>(after->begin(), after->end()), before) << name;
+        }
+    }
+}
+
 TEST_F(RegionLook, OfAnEditedLabelIsItsOldOneAtItsOldPlace) {
     PlaceNode& label = labelNodeOf("面");
     const TextSymbol* text = label.getStyle().get<TextSymbol>();

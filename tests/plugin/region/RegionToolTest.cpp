@@ -269,4 +269,16 @@ TEST_F(RegionTool, WakesWhenADialogIsConfirmedAfterItWasLeft) {
     }
 }
 
+TEST_F(RegionTool, KnowsTheLastRegionUnderThePointerAlsoWhenItsPickerHasGone) {
+    choose(onArea(), kEdit);
+    moveTo(onPolygon());
+    m_engine.deactivateTool();
+    draw();
+    ASSERT_EQ(m_host.pickerCount(), 0);
+    callSlot("SlotClose");
+    sendDelete();
+    EXPECT_FALSE(exists("高"));
+    EXPECT_TRUE(exists("面"));
+}
+
 } // namespace

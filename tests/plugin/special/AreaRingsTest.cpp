@@ -4,6 +4,7 @@
 
 #include "host/Gbk.h"
 #include "host/inspection/DataSet.h"
+#include "special/NearestTurn.h"
 
 #include <osgEarth/Viewpoint>
 #include <osgEarthUtil/EarthManipulator>
@@ -13,6 +14,17 @@
 namespace {
 
 using AreaRings = AreaTool;
+
+TEST(NearestTurn, IsTakenOnlyWhereTheReferenceSystemGoesRound) {
+    const auto eastOf = [](const char* srs, double reference, double place) {
+        return onTurnOf({reference, 10.0, 1.0}, {place, 20.0, 2.0}, osgEarth::SpatialReference::get(srs));
+    };
+    EXPECT_EQ(eastOf("EPSG:4326", 179.0, -179.0), osg::Vec3d(181.0, 20.0, 2.0));
+    EXPECT_EQ(eastOf("EPSG:4326", -179.0, 179.0), osg::Vec3d(-181.0, 20.0, 2.0));
+    EXPECT_EQ(eastOf("EPSG:4326", 114.0, 115.0), osg::Vec3d(115.0, 20.0, 2.0));
+    EXPECT_EQ(eastOf("EPSG:4547", 500000.0, 500400.0), osg::Vec3d(500400.0, 20.0, 2.0));
+    EXPECT_EQ(onTurnOf({179.0, 0.0, 0.0}, {-179.0, 0.0, 0.0}, nullptr), osg::Vec3d(-179.0, 0.0, 0.0));
+}
 
 TEST_F(AreaRings, OddRingsAreStoredAsTheyWereDrawnAndShownAgain) {
     const std::vector<std::pair<QString, std::vector<QPoint>>> rings = {

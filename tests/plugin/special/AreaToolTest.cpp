@@ -246,4 +246,52 @@ TEST_F(AreaTool, ARightClickOfTheEditingToolSelectsTheObjectInTheTree) {
     EXPECT_EQ(menus.menus[0], QStringList({"删除", "编辑"}));
 }
 
+TEST_F(AreaTool, AConfirmedAreaKeepsItsRingWhenTheToolIsStartedWithoutADatabase) {
+    startTool();
+    drawRectangle();
+    typeName("甲");
+    confirm();
+    const osg::ref_ptr<FeatureNode> confirmed = area();
+    const auto ring = vertices(*confirmed);
+    ASSERT_EQ(ring.size(), 4U);
+    ForeignConnection(m_folder + "/inspection.db").run("alter table pipe_node rename to lost_node");
+    m_host.click(m_tool);
+    leftClick(ground(30, 20));
+    leftClick(ground(40, 60));
+    EXPECT_EQ(vertices(*confirmed), ring);
+}
+
+TEST_F(AreaTool, ARefusedAreaKeepsItsRingWhenTheDigitisingGoesOn) {
+    startTool();
+    for (const QPoint& place : {ground(60, 20), ground(120, 20), ground(120, 60)}) {
+        leftClick(place);
+    }
+    typeName("甲");
+    refuseInserts("special_area");
+    {
+        const BoxAnswerer boxes(BoxAnswerer::Yes);
+        confirm();
+        ASSERT_EQ(boxes.texts.size(), 1);
+    }
+    ASSERT_EQ(storedAreas(), 0);
+    const osg::ref_ptr<FeatureNode> refused = area();
+    const auto ring = vertices(*refused);
+    ASSERT_EQ(ring.size(), 3U);
+    leftClick(ground(90, 70));
+    EXPECT_EQ(vertices(*refused), ring);
+}
+
+TEST_F(AreaTool, TheLabelTakesThePlaceOfWhateverStandsBehindTheArea) {
+    startTool();
+    leftClick(ground(60, 20));
+    ASSERT_EQ(group()->getNumChildren(), 1U);
+    const osg::ref_ptr<osg::Node> other = new osg::Node;
+    group()->addChild(other);
+    typeName("甲");
+    confirm();
+    ASSERT_EQ(group()->getNumChildren(), 2U);
+    EXPECT_FALSE(group()->containsNode(other));
+    EXPECT_NE(child<PlaceNode>(1), nullptr);
+}
+
 } // namespace

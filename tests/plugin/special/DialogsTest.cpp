@@ -187,6 +187,34 @@ TEST_F(Dialogs, OfAnAreaThatNoKindWasChosenForDoesNothingOnOk) {
     EXPECT_FALSE(QFile::exists(m_directory.file("record.txt")));
 }
 
+TEST_F(Dialogs, AKnownWordIsConfirmedAndLeavesTheHistoryByteForByte) {
+    const QByteArray odd =
+        "x\r\nstartPoint\r\n  valve \t rest\r\nendPoint\r\nstartPolygon\r\nyard\r\nendPolygon";
+    QFile file(m_directory.file("record.txt"));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(odd);
+    file.close();
+    {
+        CDrawPointDlg dialog;
+        dialog.LoadRecord(KV_SPECIAL_POINT);
+        const QSignalSpy confirmed(&dialog, SIGNAL(SignalOK()));
+        show(dialog);
+        type(dialog.ui.combox_attri, "valve");
+        QTest::mouseClick(dialog.ui.pushButtonOK, Qt::LeftButton);
+        EXPECT_EQ(confirmed.count(), 1);
+    }
+    {
+        CdrawPolygonDlg dialog(nullptr);
+        dialog.LoadRecord(KV_SPECIAL_AREA);
+        const QSignalSpy confirmed(&dialog, SIGNAL(SignalOK()));
+        show(dialog);
+        type(dialog.ui.comboBox_attri, "yard");
+        QTest::mouseClick(dialog.ui.pushButtonOK, Qt::LeftButton);
+        EXPECT_EQ(confirmed.count(), 1);
+    }
+    EXPECT_EQ(m_directory.history(), odd);
+}
+
 TEST_F(Dialogs, AWordThatIsKnownInAnotherLetterCaseStaysAsItIsTyped) {
     AttributeHistory history;
     history.point = QStringList({"Valve", "valves"});

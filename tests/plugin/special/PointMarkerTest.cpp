@@ -10,6 +10,8 @@
 #include <QApplication>
 #include <QCursor>
 #include <QImage>
+#include <QPushButton>
+#include <QTest>
 
 #include <osgEarth/ObjectIndex>
 #include <osgEarth/Registry>
@@ -51,6 +53,8 @@ protected:
         EXPECT_DOUBLE_EQ(text->size()->eval(), 15.0);
         EXPECT_EQ(text->font().get(), "simhei.ttf");
         EXPECT_EQ(text->encoding().get(), TextSymbol::ENCODING_UTF8);
+        ASSERT_TRUE(text->halo().isSet()) << "white alone is lost on pale ground";
+        EXPECT_EQ(text->halo()->color(), osgEarth::Symbology::Color(0, 0, 0, 1));
         EXPECT_EQ(marker.getStyle().get<IconSymbol>(), nullptr) << "the picture is the node's";
         ASSERT_NE(marker.getIconImage(), nullptr);
         EXPECT_EQ(marker.getIconImage()->getFileName(), "icon/Placemark_32.png");
@@ -208,6 +212,20 @@ TEST_F(PointMarker, WhereLongitudeLatitudeAndHeightAreZeroIsNone) {
     placeAt(osg::Vec3d(lonLat(60, 50), 50.0));
     confirm();
     EXPECT_EQ(storedPoints(), 1);
+}
+
+TEST_F(PointMarker, OfADrawingThatWasGivenUpIsForgotten) {
+    startTool();
+    leftClick(ground(60, 50));
+    ASSERT_NE(marker(), nullptr);
+    QTest::mouseClick(field<QPushButton>("pushButtonCancel"), Qt::LeftButton);
+    draw();
+    startTool();
+    typeName("甲");
+    const BoxAnswerer boxes(BoxAnswerer::Yes);
+    confirm();
+    EXPECT_EQ(boxes.texts, QStringList{"请先绘制特殊点"});
+    EXPECT_EQ(storedPoints(), 0);
 }
 
 TEST_F(PointMarker, OfAConfirmedPointIsKnownToTheSceneAndToTheIndexOfObjects) {

@@ -78,6 +78,7 @@ public:
     EditHistory* GetEditHistory() override;
     QWidget* GetMainWindow() override;
 
+    /// The data sets come and go only in initialise and shutdown, while no frames are made.
     DataSet* GetDataSet(int index) override;
 
 signals:

@@ -51,6 +51,7 @@ Status Session::open(const QString& folder, Project::Access access) {
     m_project.emplace(std::move(*project));
     m_database = std::move(*database);
     CurrentProject::set(&m_project->description(), m_database.get());
+    m_overlayMode = parameters().overlayMode;
     if (auto done = readHistory(); !done) {
         forget();
         return failed(done);
@@ -113,6 +114,7 @@ void Session::forget() {
     CurrentProject::clear();
     m_database.reset();
     m_project.reset();
+    m_overlayMode = parameters().overlayMode;
 }
 
 mysqlhelper::KV_MySQL* Session::connection() const {
@@ -133,6 +135,7 @@ Status Session::setParameters(const ProjectParameters& parameters) {
     if (auto done = m_project->setParameters(parameters); !done) {
         return failed(done);
     }
+    m_overlayMode = parameters.overlayMode;
     emit parametersChanged();
     return {};
 }

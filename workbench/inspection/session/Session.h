@@ -12,6 +12,7 @@
 #include <QString>
 #include <QWidget>
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -44,6 +45,8 @@ public:
     const QString& readOnlyReason() const { return m_readOnlyReason; }
     /// The project's parameters, or the defaults while no project is open.
     ProjectParameters parameters() const;
+    /// That one of them which says how anomalies are picked on the globe. Any thread.
+    OverlayMode overlayMode() const { return m_overlayMode; }
     /// Stores them in the project and announces them.
     Status setParameters(const ProjectParameters& parameters);
 
@@ -86,6 +89,7 @@ private:
     std::optional<Project> m_project;
     std::unique_ptr<PipelineDatabase> m_database;
     std::unique_ptr<RevisionWatch> m_watch; ///< none where nobody else can change the data
+    std::atomic<OverlayMode> m_overlayMode{OverlayMode::Hover};
     QString m_readOnlyReason;
     mutable bool m_isBoxOpen = false;
     QString m_outputFolder;

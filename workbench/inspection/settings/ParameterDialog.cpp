@@ -121,7 +121,7 @@ void ParameterDialog::OnSetPara() {
 }
 
 int ParameterDialog::GetOverlayMode() const {
-    return static_cast<int>(m_session.parameters().overlayMode);
+    return static_cast<int>(m_session.overlayMode());
 }
 
 void ParameterDialog::showParameters(const ProjectParameters& parameters) {

@@ -21,7 +21,7 @@ public:
     ~ParameterDialog() override;
 
     void OnSetPara() override;
-    int GetOverlayMode() const override;
+    int GetOverlayMode() const override; ///< any thread
 
 private slots:
     void showDefaults();

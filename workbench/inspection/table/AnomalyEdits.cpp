@@ -48,14 +48,14 @@ std::optional<RowChanges> AnomalyEdits::remove(const std::vector<SdiffData>& ano
 std::optional<RowChanges> AnomalyEdits::perform(const QString& description,
                                                 const ProjectHistory::Work& work) {
     RowChanges changes;
-    const Status failure = m_session.history().perform(description, [&](EditTransaction& edit) {
+    const Status done = m_session.history().perform(description, [&](EditTransaction& edit) {
         work(edit);
         changes = edit.changes();
     });
-    if (failure && !failure->cancelled) {
-        m_session.warn(failure->userMessage);
+    if (!done && !done.error().cancelled) {
+        m_session.warn(done.error().userMessage);
     }
-    return failure ? std::nullopt : std::optional(std::move(changes));
+    return done ? std::optional(std::move(changes)) : std::nullopt;
 }
 
 } // namespace inspection

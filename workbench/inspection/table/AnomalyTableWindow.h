@@ -27,8 +27,9 @@ class Session;
 struct AnomalyChange;
 
 /// The anomalies of the current station item as a table that sorts and filters. What is selected in it is
-/// highlighted on the globe, by the tool that follows it or by itself. Only what the user selects replaces
-/// the selection: rows that come and go leave it alone. GUI thread.
+/// highlighted on the globe, by the tool that follows it or by itself. What the user selects replaces the
+/// selection; so does the next row after Delete, and after a digit key whose class a filter hides. Rows that
+/// come and go otherwise leave it alone. GUI thread.
 class AnomalyTableWindow : public AVWindow {
     Q_OBJECT
 

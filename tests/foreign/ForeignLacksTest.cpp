@@ -1,0 +1,164 @@
+// A host that has taken something away: nothing breaks, and no button stays down.
+
+#include "tests/foreign/ForeignFixture.h"
+
+namespace {
+
+using Missing = ForeignContext::Missing;
+using osgGA::GUIEventAdapter;
+
+struct Lack {
+    Missing missing;
+    const char* name;
+    bool isMeasured;  ///< a press still finds an elevation difference
+    bool isDigitised; ///< a drawing tool still starts
+};
+
+constexpr Lack kLacks[] = {
+    {Missing::Context, "context", false, false},     {Missing::Stations, "stations", false, true},
+    {Missing::Table, "table", true, true},           {Missing::CurrentItem, "current item", true, true},
+    {Missing::Images, "images", true, true},         {Missing::DataSets, "data sets", false, false},
+    {Missing::Database, "database", false, false},   {Missing::Connection, "connection", false, false},
+    {Missing::Parameters, "parameters", true, true}, {Missing::Scene, "scene", true, true}};
+
+class LacksInAForeignHost : public InAForeignHost {
+protected:
+    /// All that the pointer and the keys can ask of the anomaly tool, over an anomaly.
+    void judge() {
+        Chooser chooser("深挖");
+        hover(6);
+        hover(5);
+        click(kLeft);
+        click(kRight);
+        m_host.keyDown(GUIEventAdapter::KEY_Delete);
+        m_host.keyUp(GUIEventAdapter::KEY_Delete);
+        m_host.settle();
+        m_host.doubleClick(kLeft);
+        m_host.release(kLeft);
+        m_host.settle();
+        for (const char* slot : {"OnSetbuild", "OnDeleteItem", "checkDff"}) {
+            EXPECT_TRUE(QMetaObject::invokeMethod(&m_host.command(kLook), slot)) << slot;
+        }
+    }
+    /// Names and confirms what is being drawn or edited; nothing where no dialog is open.
+    void confirm(const char* form) {
+        if (QWidget* open = dialog(form)) {
+            QTest::keyClicks(&theChild<QLineEdit>(open, "lineEditTitle"), "x");
+            QTest::mouseClick(&theChild<QPushButton>(open, "pushButtonOK"), Qt::LeftButton);
+            m_host.settle();
+        }
+    }
+    void start(const char* tool) {
+        m_host.click(tool);
+        m_host.settle();
+    }
+};
+
+TEST_F(LacksInAForeignHost, OneShotCommandsLetTheirButtonsUp) {
+    for (const Lack& lack : kLacks) {
+        ForeignContext::missing = lack.missing;
+        for (const char* name :
+             {"计算异常", "输出报告", "输出shape", "参数设置", "正北视图", "撤销", "重做"}) {
+            m_host.button(name).setEnabled(true);
+            m_host.click(name);
+            EXPECT_FALSE(m_host.button(name).isChecked()) << name << ", no " << lack.name;
+        }
+    }
+}
+
+TEST_F(LacksInAForeignHost, TheAnomalyToolMeasuresZeroAndDoesWhatItStillCan) {
+    for (const Lack& lack : kLacks) {
+        for (const bool isMissingFirst : {true, false}) {
+            SCOPED_TRACE(lack.name);
+            if (isMissingFirst) {
+                ForeignContext::missing = lack.missing;
+            }
+            start(kLook);
+            ForeignContext::missing = lack.missing;
+            judge();
+            EXPECT_EQ(m_host.valueLabel(), lack.isMeasured ? "1.25" : "0");
+            start(kLook);
+            EXPECT_FALSE(m_host.button(kLook).isChecked());
+            ForeignContext::reset();
+        }
+    }
+}
+
+TEST_F(LacksInAForeignHost, TheDrawingToolsStoreNothingThatNobodyTakes) {
+    for (const Lack& lack : kLacks) {
+        for (const char* tool : {kPoint, kArea}) {
+            SCOPED_TRACE(lack.name);
+            ForeignContext::missing = lack.missing;
+            start(tool);
+            EXPECT_EQ(dialog("CDrawPointDlg") || dialog("CdrawPolygonDlg"), lack.isDigitised);
+            m_host.move(200, 140);
+            m_host.settle();
+            click(kLeft);
+            confirm("CDrawPointDlg");
+            confirm("CdrawPolygonDlg");
+            const bool isStored = lack.isDigitised && lack.missing != Missing::Stations;
+            EXPECT_EQ(m_host.calls.filter("Node x").size(), isStored ? 1 : 0);
+            m_host.calls.clear();
+            m_host.leaveActiveTool();
+            m_host.settle();
+            ForeignContext::reset();
+        }
+    }
+}
+
+TEST_F(LacksInAForeignHost, TheDrawingToolsBearWhatGoesWhileTheyDraw) {
+    for (const Lack& lack : kLacks) {
+        for (const char* tool : {kPoint, kArea}) {
+            SCOPED_TRACE(lack.name);
+            start(tool);
+            m_host.move(200, 140);
+            m_host.settle();
+            click(kLeft);
+            ForeignContext::missing = lack.missing;
+            confirm("CDrawPointDlg");
+            confirm("CdrawPolygonDlg");
+            m_host.leaveActiveTool();
+            m_host.settle();
+            ForeignContext::reset();
+        }
+    }
+}
+
+TEST_F(LacksInAForeignHost, TheEditingToolBearsIt) {
+    const auto place = [this] {
+        start(kPoint);
+        m_host.move(60, 140);
+        m_host.settle();
+        click(kLeft);
+        confirm("CDrawPointDlg");
+    };
+    for (const Lack& lack : kLacks) {
+        for (const bool isMissingFirst : {true, false}) {
+            SCOPED_TRACE(lack.name);
+            place();
+            start(kEdit);
+            if (isMissingFirst) {
+                ForeignContext::missing = lack.missing;
+            }
+            m_host.move(61, 144);
+            m_host.settle();
+            m_host.move(60, 144);
+            m_host.settle();
+            {
+                const Chooser chooser("编辑");
+                click(kRight);
+            }
+            ForeignContext::missing = lack.missing;
+            confirm("CDrawPointDlg");
+            EXPECT_EQ(dialog("CDrawPointDlg"), nullptr);
+            m_host.keyDown(GUIEventAdapter::KEY_Delete);
+            m_host.keyUp(GUIEventAdapter::KEY_Delete);
+            m_host.settle();
+            m_host.leaveActiveTool();
+            m_host.settle();
+            ForeignContext::reset();
+        }
+    }
+}
+
+} // namespace
