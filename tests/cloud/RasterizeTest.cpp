@@ -1,6 +1,7 @@
 #include "cloud/Rasterize.h"
 
 #include "tests/cloud/LasWriter.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <gdal_priv.h>
 #include <gtest/gtest.h>
@@ -35,13 +36,8 @@ struct Surface {
 
 class Rasterizing : public testing::Test {
 protected:
-    Rasterizing() {
-        fs::remove_all(m_folder);
-        fs::create_directories(m_folder);
-    }
-    ~Rasterizing() override { fs::remove_all(m_folder); }
-
-    std::string path(const std::string& name) const { return (m_folder / name).string(); }
+    std::string path(const std::string& name) const { return m_folder.file(name); }
+    std::vector<std::string> files() const { return m_folder.names(); }
 
     /// A cloud whose reference system is UTM zone 50 north.
     static LasWriter utmCloud(std::vector<Return> points) {
@@ -86,18 +82,8 @@ protected:
         return read;
     }
 
-    /// What the folder holds.
-    std::vector<std::string> files() const {
-        std::vector<std::string> names;
-        for (const auto& entry : fs::directory_iterator(m_folder)) {
-            names.push_back(entry.path().filename().string());
-        }
-        std::sort(names.begin(), names.end());
-        return names;
-    }
-
 private:
-    fs::path m_folder = fs::temp_directory_path() / ("corridor-cloud-" + std::to_string(getpid()));
+    TemporaryFolder m_folder;
 };
 
 /// Versions of the format with the point formats that they know.
