@@ -1,4 +1,5 @@
 #include "cloud/Rasterize.h"
+#include "cloud/PointReader.h"
 
 #include "tests/cloud/LasWriter.h"
 #include "tests/support/TemporaryFolder.h"
@@ -378,6 +379,19 @@ TEST_F(Rasterizing, RefusesWhatIsNoCloud) {
     LasWriter newer = utmCloud({{0.5, 0.5, 1.0}});
     newer.minorVersion = 5;
     EXPECT_EQ(run(newer).error().message, path("cloud.las") + "：不支持的 LAS 版本 1.5");
+}
+
+TEST_F(Rasterizing, RefusesLazThatItCannotRead) {
+    std::vector<std::uint8_t> bytes = utmCloud({{0.5, 0.5, 1.0}}).bytes();
+    bytes[104] |= 0x80; // compressed, the head says; the points are not
+    std::ofstream(path("cloud.laz"), std::ios::binary)
+        .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    const auto report = run({path("cloud.laz")});
+    ASSERT_FALSE(report);
+    const std::string cause = canReadCompressed() ? "LAZ 数据损坏或不完整" : "这个程序编译时没有 LASzip 库";
+    EXPECT_EQ(report.error().message.rfind(path("cloud.laz") + "：" + cause, 0), 0U)
+        << report.error().message;
+    EXPECT_EQ(files(), std::vector<std::string>{"cloud.laz"});
 }
 
 // Every file that a damaged head can make ends in one line or a surface, never in a crash.
