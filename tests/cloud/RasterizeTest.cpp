@@ -235,6 +235,22 @@ TEST_F(Rasterizing, ClosesSmallGapsAndSaysHowMany) {
     EXPECT_GE(report->closedCells, 1);
 }
 
+// The raster is written 256 rows at a time.
+TEST_F(Rasterizing, ClosesGapsAcrossTheBandsInWhichItWrites) {
+    LasWriter file = utmCloud({});
+    for (int row = 0; row < 600; ++row) {
+        if (row != 87 && row != 88 && row != 343 && row != 344) { // from the top: 511, 512, 255, 256
+            file.points.push_back({0.5, row + 0.5, static_cast<double>(row)});
+        }
+    }
+    const auto report = run(file, 1.0, 2);
+    ASSERT_TRUE(report) << report.error().message;
+    EXPECT_EQ(report->closedCells, 4);
+    for (const int row : {87, 88, 343, 344}) {
+        EXPECT_NEAR(surface().at(0.5, row + 0.5), row, 0.51);
+    }
+}
+
 TEST_F(Rasterizing, LeavesTheGroundBesideTheSurveyEmpty) {
     LasWriter file = utmCloud({{0.5, 0.5, 1.0}, {9.5, 9.5, 2.0}});
     const auto report = run(file, 1.0, 3);
