@@ -6,6 +6,7 @@
 #include "cli/InfoCommand.h"
 #include "cli/MergeCommand.h"
 #include "cli/ProjectCommand.h"
+#include "cli/RasterizeCommand.h"
 #include "cli/ReportCommand.h"
 #include "cli/SampleCommand.h"
 
@@ -31,6 +32,7 @@ constexpr Command kCommands[] = {
     {"compute", cli::runCompute, "PROJECT [--stations 1,2,…]   计算工程的异常并存入工程"},
     {"import", cli::runImport,
      "PROJECT --polygons FILE --type 4|17 | --points FILE [--strict]   导入高后果区、特殊面或特殊点"},
+    {"rasterize", cli::runRasterize, "CLOUD… --out DSM.tif [--cell SIZE]   点云（LAS、LAZ）生成地表模型"},
     {"report", cli::runReport, "PROJECT --out FILE.(pdf|odt|html)   输出巡检报告"},
     {"shape", cli::runShape, "PROJECT --out DIR   输出 Shapefile 和 GeoPackage"},
     {"info", cli::runInfo, "PROJECT|RASTER [--json]   显示工程或栅格的内容"},

@@ -4,10 +4,12 @@ say() { printf '%s\n' "$*" >&2; }
 fail() { say "$*"; exit 1; }
 
 # install_packages LIST... : installs what is missing with apt, if it may; otherwise says in one line what to install.
+# A name with "?" behind it comes along where the release has it, and is not asked for.
 install_packages() {
     command -v dpkg-query >/dev/null || return 0 # not Debian: the user's own packages have to do
-    local wanted installed missing
-    wanted=$(cat "$@" | sort -u)
+    local wanted optional installed missing
+    wanted=$(cat "$@" | grep -v '?$' | sort -u)
+    optional=$(echo $(sed -n 's/?$//p' "$@"))
     # What another package provides is there, too: later releases merge packages.
     installed=$(dpkg-query -W -f '${db:Status-Status} ${Package} ${Provides}\n' |
         sed -n 's/([^)]*)//g; s/,/ /g; s/^installed //p' | tr -s ' ' '\n' | sort -u)
@@ -21,7 +23,10 @@ install_packages() {
     fi
     say "Installing: $missing"
     quietly install "$root/build" sh -c "$as_root apt-get update -q && \
-        $as_root env DEBIAN_FRONTEND=noninteractive apt-get install -q -y --no-install-recommends $missing"
+        $as_root env DEBIAN_FRONTEND=noninteractive apt-get install -q -y --no-install-recommends $missing && \
+        for package in $optional; do \
+            $as_root env DEBIAN_FRONTEND=noninteractive apt-get install -q -y --no-install-recommends \$package || true; \
+        done"
 }
 
 # quietly WHAT LOGDIR COMMAND... : runs a command with its output in a log, and shows the end of the log when it fails.

@@ -32,7 +32,8 @@ in_order() {
 }
 
 plugin="plugin commands anomaly special region"
-forbid "detection knows neither Qt nor the scene" 'Q[A-Z]|osg|host/|workbench/|samples/' detect
+forbid "detection knows neither Qt nor the scene" 'Q[A-Z]|osg|host/|workbench/|samples/|cloud/' detect
+forbid "point clouds know detection alone" 'Q[A-Z]|osg|host/|workbench/|samples/|cli/|detect/(coregister|search|shape|raster)' cloud
 forbid "the sample maker knows neither Qt nor the scene" 'Q[A-Z]|osg|host/|workbench/|detect/' samples
 forbid "the globe knows nothing of the product" 'Q[A-Z]|host/|workbench/|detect/|samples/|cli/' globe
 forbid "the arguments know nothing of the product" 'Q[A-Z]|osg|host/|workbench/|detect/|samples/|cli/' commandline

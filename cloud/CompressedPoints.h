@@ -1,0 +1,10 @@
+#pragma once
+
+#include "cloud/PointReader.h"
+
+namespace cloud {
+
+/// The points of a LAZ file, COPC included, by the LASzip library. Fails where the program was built without.
+Result<std::unique_ptr<PointReader>> openCompressedPoints(const std::string& path, const LasHeader& header);
+
+} // namespace cloud

@@ -1,0 +1,81 @@
+#include "cloud/PointReader.h"
+
+#include "cloud/CompressedPoints.h"
+#include "cloud/LittleEndian.h"
+#include "detect/GdalErrors.h"
+
+#include <cpl_vsi.h>
+
+#include <algorithm>
+
+namespace cloud {
+
+namespace {
+
+constexpr std::size_t kPointsAtOnce = 65536;
+
+/// The points of a LAS file, straight from its records.
+class PlainPoints : public PointReader {
+public:
+    PlainPoints(std::string path, const LasHeader& header, VSILFILE* file)
+        : m_path(std::move(path)), m_header(header), m_file(file), m_left(header.points) {}
+
+    Status next(std::vector<CloudPoint>& points) override {
+        const std::size_t count = static_cast<std::size_t>(std::min<std::uint64_t>(m_left, kPointsAtOnce));
+        const auto recordBytes = static_cast<std::size_t>(m_header.recordBytes);
+        m_bytes.resize(count * recordBytes);
+        if (count > 0 && VSIFReadL(m_bytes.data(), recordBytes, count, m_file.get()) != count) {
+            return detect::failureOf(m_path,
+                                     "点云文件不完整，缺少 " + std::to_string(m_left) + " 个点中的一部分");
+        }
+        points.resize(count);
+        for (std::size_t i = 0; i < count; ++i) {
+            points[i] = pointOf(m_header, &m_bytes[i * recordBytes]);
+        }
+        m_left -= count;
+        return {};
+    }
+
+private:
+    static CloudPoint pointOf(const LasHeader& header, const std::uint8_t* record) {
+        constexpr int kFirstOfWideFormats = 6; // they keep the class in a byte of its own
+        CloudPoint point;
+        point.x = littleEndian<std::int32_t>(record) * header.scale[0] + header.offset[0];
+        point.y = littleEndian<std::int32_t>(record + 4) * header.scale[1] + header.offset[1];
+        point.z = littleEndian<std::int32_t>(record + 8) * header.scale[2] + header.offset[2];
+        const bool isWide = header.pointFormat >= kFirstOfWideFormats;
+        point.classification = isWide ? record[16] : record[15] & 0x1f;
+        point.isWithheld = (record[15] & (isWide ? 0x04 : 0x80)) != 0;
+        return point;
+    }
+
+    struct FileCloser {
+        void operator()(VSILFILE* file) const { VSIFCloseL(file); }
+    };
+
+    std::string m_path;
+    LasHeader m_header;
+    std::unique_ptr<VSILFILE, FileCloser> m_file;
+    std::uint64_t m_left;
+    std::vector<std::uint8_t> m_bytes;
+};
+
+} // namespace
+
+Result<std::unique_ptr<PointReader>> openPoints(const std::string& path, const LasHeader& header) {
+    if (header.isCompressed) {
+        return openCompressedPoints(path, header);
+    }
+    const detect::GdalErrors errors;
+    VSILFILE* file = VSIFOpenL(path.c_str(), "rb");
+    if (!file) {
+        return detect::failureOf(path, "无法打开点云文件", errors.first());
+    }
+    auto points = std::make_unique<PlainPoints>(path, header, file);
+    if (VSIFSeekL(file, header.firstPoint, SEEK_SET) != 0) {
+        return detect::failureOf(path, "点云文件不完整");
+    }
+    return points;
+}
+
+} // namespace cloud

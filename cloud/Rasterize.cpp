@@ -1,0 +1,207 @@
+#include "cloud/Rasterize.h"
+
+#include "cloud/Density.h"
+#include "cloud/PointStream.h"
+#include "cloud/SurfaceFile.h"
+#include "detect/GdalErrors.h"
+#include "detect/StagedOutput.h"
+
+#include <gdal_priv.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <iomanip>
+#include <sstream>
+
+namespace cloud {
+
+namespace {
+
+constexpr double kMostCells = 4e10;
+constexpr double kMostCellsPerPoint = 1e4; ///< more is a damaged head, not a sparse survey
+constexpr int kMostSide = 2000000;
+constexpr double kShareOfReading = 0.7; ///< of the progress
+
+constexpr int kGround = 2;
+constexpr int kLowNoise = 7;
+constexpr int kHighNoise = 18;
+
+bool isWanted(const CloudPoint& point, Returns returns) {
+    if (point.isWithheld || !std::isfinite(point.z)) {
+        return false;
+    }
+    if (returns == Returns::Ground) {
+        return point.classification == kGround;
+    }
+    return point.classification != kLowNoise && point.classification != kHighNoise;
+}
+
+/// Cells that are whole multiples of their side from the reference system's zero, so that epochs with the same
+/// cell lie on one grid.
+Result<SurfaceGrid> gridOver(const Survey& survey, double cell) {
+    const double west = std::floor(survey.xMin / cell);
+    const double south = std::floor(survey.yMin / cell);
+    const double columns = std::floor(survey.xMax / cell) + 1.0 - west;
+    const double rows = std::floor(survey.yMax / cell) + 1.0 - south;
+    const double mostCells =
+        std::min(kMostCells, std::max(kMostCellsPerPoint * static_cast<double>(survey.points), 1e6));
+    if (!(columns * rows <= mostCells && columns <= kMostSide && rows <= kMostSide)) {
+        std::ostringstream size;
+        size << std::fixed << std::setprecision(0) << columns << " × " << rows;
+        return detect::failureOf(survey.files.front().path,
+                                 "格网 " + size.str() +
+                                     " 过大，请检查点云的范围，或用 --cell 指定更大的格网间距");
+    }
+    SurfaceGrid grid;
+    grid.reference = survey.reference;
+    grid.heightUnit = survey.heightUnit;
+    grid.cell = cell;
+    grid.west = west;
+    grid.south = south;
+    grid.columns = static_cast<int>(columns);
+    grid.rows = static_cast<int>(rows);
+    return grid;
+}
+
+/// Sorts points into the cells of a grid.
+class Sorter {
+public:
+    Sorter(const SurfaceGrid& surface, Returns returns, HighestGrid& heights, RasterizeReport& report)
+        : m_surface(surface), m_returns(returns), m_heights(heights), m_report(report) {}
+
+    Status take(const std::vector<CloudPoint>& points) {
+        m_report.points += points.size();
+        for (const CloudPoint& point : points) {
+            if (!isWanted(point, m_returns)) {
+                continue;
+            }
+            const double column = std::floor(point.x / m_surface.cell) - m_surface.west;
+            const double row = m_surface.south + m_surface.rows - 1.0 - std::floor(point.y / m_surface.cell);
+            if (!(column >= 0.0 && column < m_surface.columns && row >= 0.0 && row < m_surface.rows)) {
+                ++m_report.outside;
+                continue;
+            }
+            ++m_report.used;
+            if (const auto done = m_heights.raise(static_cast<int>(column), static_cast<int>(row),
+                                                  static_cast<float>(point.z));
+                !done) {
+                return detect::failed(done);
+            }
+        }
+        return {};
+    }
+
+private:
+    const SurfaceGrid& m_surface;
+    Returns m_returns;
+    HighestGrid& m_heights;
+    RasterizeReport& m_report;
+};
+
+Status sortPoints(const Survey& survey, Sorter& sorter, const RasterizeReport& report,
+                  const Progress& progress) {
+    PointStream stream(survey);
+    std::vector<CloudPoint> points;
+    const CloudFile* file = nullptr;
+    for (;;) {
+        if (const auto done = stream.next(points, file); !done) {
+            return detect::failed(done);
+        }
+        if (points.empty()) {
+            return {};
+        }
+        if (const auto done = sorter.take(points); !done) {
+            return detect::failed(done);
+        }
+        const double done = static_cast<double>(report.points) / static_cast<double>(survey.points);
+        if (progress && !progress(kShareOfReading * done)) {
+            return detect::cancelled();
+        }
+    }
+}
+
+Result<double> cellOf(const RasterizeRequest& request, const Survey& survey) {
+    if (request.cell) {
+        return *request.cell;
+    }
+    const auto density = densityOf(survey);
+    if (!density) {
+        return detect::failed(density);
+    }
+    return cellFor(*density);
+}
+
+/// Everything between the heads of the files and the finished raster at `path`; the scratch file beside it goes
+/// again.
+Result<RasterizeReport> makeSurface(const RasterizeRequest& request, const Survey& survey,
+                                    const SurfaceGrid& surface, const std::string& path,
+                                    const Progress& progress) {
+    RasterizeReport report;
+    report.cell = surface.cell;
+    report.columns = surface.columns;
+    report.rows = surface.rows;
+    HighestGrid heights(surface.columns, surface.rows, path + ".scratch");
+    Sorter sorter(surface, request.returns, heights, report);
+    if (const auto done = sortPoints(survey, sorter, report, progress); !done) {
+        return detect::failed(done);
+    }
+    if (report.used == 0) {
+        const bool isGround = request.returns == Returns::Ground;
+        return detect::failureOf(survey.files.front().path,
+                                 isGround ? "点云中没有地面点（第 2 类）" : "点云中没有可用的点");
+    }
+    const auto rest = [&](double done) {
+        return !progress || progress(kShareOfReading + (1.0 - kShareOfReading) * done);
+    };
+    const GapCloser gaps(surface.columns, request.gapCells);
+    if (const auto done = writeSurface(surface, heights, gaps, path, request.out, report, rest); !done) {
+        return detect::failed(done);
+    }
+    return report;
+}
+
+} // namespace
+
+double cellFor(double pointsPerSquareUnit) {
+    constexpr double kPointsInCell = 4.0;
+    const double wanted = std::sqrt(kPointsInCell / pointsPerSquareUnit);
+    const double power = std::pow(10.0, std::floor(std::log10(wanted)));
+    constexpr double kRounding = 1.0 + 1e-9;
+    for (const double step : {1.0, 2.0, 5.0}) {
+        if (wanted <= step * power * kRounding) {
+            return step * power;
+        }
+    }
+    return 10.0 * power;
+}
+
+Result<RasterizeReport> rasterize(const RasterizeRequest& request, const Progress& progress) {
+    GDALAllRegister();
+    const auto survey = openSurvey(request.clouds, request.crs);
+    if (!survey) {
+        return detect::failed(survey);
+    }
+    const auto cell = cellOf(request, *survey);
+    if (!cell) {
+        return detect::failed(cell);
+    }
+    const auto surface = gridOver(*survey, *cell);
+    if (!surface) {
+        return detect::failed(surface);
+    }
+    auto output = detect::StagedOutput::beside(request.out);
+    if (!output) {
+        return detect::failed(output);
+    }
+    const auto report = makeSurface(request, *survey, *surface, output->path(), progress);
+    if (!report) {
+        return report;
+    }
+    if (const auto done = output->commit(); !done) {
+        return detect::failed(done);
+    }
+    return report;
+}
+
+} // namespace cloud

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "cloud/LasHeader.h"
+
+#include <ogr_spatialref.h>
+
+namespace cloud {
+
+/// One file of a survey.
+struct CloudFile {
+    std::string path;
+    LasHeader header;
+};
+
+/// All clouds of a survey, their heads read and found to belong together.
+struct Survey {
+    std::vector<CloudFile> files;
+    OGRSpatialReference reference;
+    std::string heightUnit; ///< "m", "ft" or "US survey foot", as GeoTIFFs and detection name it
+    double xMin = 0.0;      ///< as the files claim
+    double yMin = 0.0;
+    double xMax = 0.0;
+    double yMax = 0.0;
+    std::uint64_t points = 0;
+};
+
+/// `paths` are files or folders of them. `crs` counts for files that name no reference system; it may be empty.
+/// Fails where there is no cloud, where a head is damaged, and where the reference systems differ.
+Result<Survey> openSurvey(const std::vector<std::string>& paths, const std::string& crs);
+
+} // namespace cloud

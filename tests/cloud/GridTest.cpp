@@ -1,0 +1,79 @@
+#include "cloud/GapCloser.h"
+#include "cloud/HighestGrid.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <random>
+
+namespace cloud::test {
+
+namespace {
+
+constexpr float kEmpty = std::numeric_limits<float>::quiet_NaN();
+
+// Sixteen blocks, of which five fit into memory.
+TEST(HighestGrid, KeepsWhatWaitsInTheScratchFile) {
+    const TemporaryFolder folder;
+    constexpr int kSide = 1000;
+    {
+        HighestGrid grid(kSide, kSide, folder.file("scratch"), 1);
+        std::vector<float> expected(kSide * kSide, kEmpty);
+        std::mt19937 random(3);
+        std::uniform_int_distribution<int> cell(0, kSide - 1);
+        std::uniform_real_distribution<float> height(-10.0F, 10.0F);
+        for (int i = 0; i < 20000; ++i) {
+            const int column = cell(random);
+            const int row = cell(random);
+            const float z = height(random);
+            ASSERT_TRUE(grid.raise(column, row, z));
+            float& kept = expected[static_cast<std::size_t>(row * kSide + column)];
+            kept = std::isnan(kept) ? z : std::max(kept, z);
+        }
+        EXPECT_EQ(folder.names(), std::vector<std::string>{"scratch"});
+        std::vector<float> heights;
+        ASSERT_TRUE(grid.read(0, kSide, heights));
+        std::size_t wrong = 0;
+        for (std::size_t i = 0; i < expected.size(); ++i) {
+            wrong += std::isnan(expected[i]) ? !std::isnan(heights[i]) : heights[i] != expected[i];
+        }
+        EXPECT_EQ(wrong, 0U);
+    }
+    EXPECT_EQ(folder.names(), std::vector<std::string>{}) << "the scratch file goes with the grid";
+}
+
+TEST(HighestGrid, SaysWhenTheScratchFileCannotBeWritten) {
+    HighestGrid grid(1000, 1000, "/nonexistent/scratch", 1);
+    Status done;
+    for (int column = 0; column < 1000 && done; ++column) {
+        for (int row = 0; row < 1000 && done; row += 100) {
+            done = grid.raise(column, row, 1.0F);
+        }
+    }
+    ASSERT_FALSE(done);
+    EXPECT_EQ(done.error().message, "/nonexistent/scratch：无法写入临时文件，磁盘可能已满");
+}
+
+TEST(GapCloser, MeasuresAGapFromSideToSide) {
+    // Three empty cells: each is within two steps of a height, but two is all that may be closed.
+    std::vector<float> row{1.0F, kEmpty, kEmpty, kEmpty, 5.0F};
+    EXPECT_EQ(GapCloser(5, 2).close(row, 0, 1), 0);
+    EXPECT_EQ(GapCloser(5, 3).close(row, 0, 1), 3);
+    EXPECT_FLOAT_EQ(row[1], 2.0F);
+    EXPECT_FLOAT_EQ(row[2], 3.0F);
+    EXPECT_FLOAT_EQ(row[3], 4.0F);
+}
+
+TEST(GapCloser, TakesNoClosedCellForAMeasuredOne) {
+    std::vector<float> cells{1.0F,   kEmpty, 1.0F,   //
+                             kEmpty, kEmpty, kEmpty, //
+                             kEmpty, kEmpty, kEmpty};
+    EXPECT_EQ(GapCloser(3, 1).close(cells, 0, 3), 1);
+    EXPECT_FLOAT_EQ(cells[1], 1.0F);
+}
+
+} // namespace
+
+} // namespace cloud::test

@@ -1,0 +1,101 @@
+#include "tests/cloud/LasWriter.h"
+#include "tests/detect/Program.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+namespace cloud::test {
+
+namespace {
+
+using detect::test::ProgramRun;
+using detect::test::runCorridor;
+
+class RasterizeCommand : public testing::Test {
+protected:
+    std::string path(const std::string& name) const { return m_folder.file(name); }
+    std::vector<std::string> files() const { return m_folder.names(); }
+
+    /// Twenty by twenty points, a metre apart, and one of them noise.
+    std::string cloud() const {
+        LasWriter file;
+        file.geoKeys = {1, 1, 0, 2, 1024, 0, 1, 1, 3072, 0, 1, 32650};
+        for (int i = 0; i < 400; ++i) {
+            file.points.push_back({i % 20 + 0.5, i / 20 + 0.5, 10.0, i == 0 ? 18 : 1});
+        }
+        file.write(path("cloud.las"));
+        return path("cloud.las");
+    }
+
+    ProgramRun run(std::vector<std::string> arguments) const {
+        arguments.insert(arguments.begin(), "rasterize");
+        return runCorridor(arguments);
+    }
+
+private:
+    TemporaryFolder m_folder;
+};
+
+TEST_F(RasterizeCommand, SaysWhatWasMadeOfThePoints) {
+    const ProgramRun made = run({cloud(), "--out", path("dsm.tif"), "--cell", "1"});
+    EXPECT_EQ(made.status, 0) << made.messages;
+    EXPECT_EQ(made.output,
+              path("dsm.tif") +
+                  "：20 × 20 格，间距 1；400 点中用了 399 点\n有点 399 格，填补 0 格，空 1 格\n");
+    EXPECT_TRUE(std::filesystem::exists(path("dsm.tif")));
+}
+
+TEST_F(RasterizeCommand, IsSilentWhenAsked) {
+    const ProgramRun made = run({cloud(), "--out", path("dsm.tif"), "--quiet"});
+    EXPECT_EQ(made.status, 0);
+    EXPECT_EQ(made.output + made.messages, "");
+}
+
+TEST_F(RasterizeCommand, RefusesWrongArgumentsInOneLine) {
+    const std::string in = cloud();
+    const std::string out = path("dsm.tif");
+    const std::vector<std::pair<std::vector<std::string>, std::string>> cases{
+        {{"--out", out}, "缺少点云文件 CLOUD"},
+        {{in}, "缺少选项 --out"},
+        {{in, "--out", path("dsm.png")}, "--out 的扩展名必须是 .tif"},
+        {{in, "--out", out, "--cell", "0"}, "--cell 需要大于 0 的数"},
+        {{in, "--out", out, "--cell", "1m"}, "--cell 需要大于 0 的数"},
+        {{in, "--out", out, "--gap", "-1"}, "--gap 需要 0 到 100 的整数"},
+    };
+    for (const auto& [arguments, problem] : cases) {
+        const ProgramRun refused = run(arguments);
+        EXPECT_EQ(refused.status, 2) << problem;
+        EXPECT_EQ(refused.messages, "corridor rasterize: " + problem + "\n");
+        EXPECT_FALSE(std::filesystem::exists(out));
+    }
+}
+
+TEST_F(RasterizeCommand, NamesTheFileThatIsNoCloudAndKeepsAnEarlierModel) {
+    std::ofstream(path("notes.las")) << "no cloud";
+    std::ofstream(path("dsm.tif")) << "earlier";
+    const ProgramRun refused = run({path("notes.las"), "--out", path("dsm.tif"), "--quiet"});
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_EQ(refused.messages, "corridor rasterize: " + path("notes.las") + "：不是 LAS 或 LAZ 文件\n");
+    std::string kept;
+    std::getline(std::ifstream(path("dsm.tif")) >> std::ws, kept);
+    EXPECT_EQ(kept, "earlier");
+}
+
+TEST_F(RasterizeCommand, LeavesNothingOnAFullDisk) {
+    const std::string in = cloud();
+    detect::test::ProgramSetting full;
+    full.largestFileBytes = 512;
+    const ProgramRun failed =
+        runCorridor({"rasterize", in, "--out", path("dsm.tif"), "--cell", "0.05", "--quiet"}, full);
+    EXPECT_EQ(failed.status, 1);
+    EXPECT_NE(failed.messages.find("dsm.tif：写入地表模型失败，磁盘可能已满"), std::string::npos)
+        << failed.messages;
+    EXPECT_EQ(files(), std::vector<std::string>{"cloud.las"});
+}
+
+} // namespace
+
+} // namespace cloud::test

@@ -1,0 +1,496 @@
+#include "cloud/Rasterize.h"
+#include "cloud/PointReader.h"
+
+#include "tests/cloud/LasWriter.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <gdal_priv.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <random>
+
+namespace cloud::test {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// A surface model read back.
+struct Surface {
+    int columns = 0;
+    int rows = 0;
+    std::array<double, 6> place{};
+    std::vector<float> heights;
+    std::string unit;
+    OGRSpatialReference reference;
+
+    float at(double x, double y) const {
+        const int column = static_cast<int>(std::floor((x - place[0]) / place[1]));
+        const int row = static_cast<int>(std::floor((y - place[3]) / place[5]));
+        return heights[static_cast<std::size_t>(row * columns + column)];
+    }
+};
+
+class Rasterizing : public testing::Test {
+protected:
+    std::string path(const std::string& name) const { return m_folder.file(name); }
+    std::vector<std::string> files() const { return m_folder.names(); }
+
+    /// A cloud whose reference system is UTM zone 50 north.
+    static LasWriter utmCloud(std::vector<Return> points) {
+        LasWriter file;
+        file.points = std::move(points);
+        file.geoKeys = {1, 1, 0, 2, 1024, 0, 1, 1, 3072, 0, 1, 32650};
+        return file;
+    }
+
+    Result<RasterizeReport> run(const std::vector<std::string>& clouds, double cell = 1.0, int gapCells = 0) {
+        RasterizeRequest request;
+        request.clouds = clouds;
+        request.out = path("dsm.tif");
+        request.cell = cell;
+        request.gapCells = gapCells;
+        return rasterize(request);
+    }
+
+    Result<RasterizeReport> run(const LasWriter& file, double cell = 1.0, int gapCells = 0) {
+        file.write(path("cloud.las"));
+        return run({path("cloud.las")}, cell, gapCells);
+    }
+
+    Surface surface() const {
+        const GDALDatasetUniquePtr raster(GDALDataset::Open(path("dsm.tif").c_str(), GDAL_OF_RASTER));
+        Surface read;
+        EXPECT_TRUE(raster);
+        if (raster) {
+            read.columns = raster->GetRasterXSize();
+            read.rows = raster->GetRasterYSize();
+            raster->GetGeoTransform(read.place.data());
+            read.heights.resize(static_cast<std::size_t>(read.columns * read.rows));
+            EXPECT_EQ(raster->GetRasterBand(1)->RasterIO(GF_Read, 0, 0, read.columns, read.rows,
+                                                         read.heights.data(), read.columns, read.rows,
+                                                         GDT_Float32, 0, 0, nullptr),
+                      CE_None);
+            read.unit = raster->GetRasterBand(1)->GetUnitType();
+            if (const OGRSpatialReference* reference = raster->GetSpatialRef()) {
+                read.reference = *reference;
+            }
+        }
+        return read;
+    }
+
+private:
+    TemporaryFolder m_folder;
+};
+
+/// Versions of the format with the point formats that they know.
+struct Layout {
+    int minorVersion;
+    int pointFormat;
+    int extraBytes;
+};
+
+class EveryLayout : public Rasterizing, public testing::WithParamInterface<Layout> {};
+
+TEST_P(EveryLayout, GivesTheHighestReturnOfEachCell) {
+    LasWriter file = utmCloud({{500000.5, 4000000.5, 10.25},
+                               {500000.7, 4000000.2, 12.5},
+                               {500000.1, 4000000.9, 11.0},
+                               {500001.5, 4000001.5, -3.75}});
+    file.minorVersion = GetParam().minorVersion;
+    file.pointFormat = GetParam().pointFormat;
+    file.extraBytes = GetParam().extraBytes;
+    file.offset = {500000.0, 4000000.0, 0.0};
+
+    const auto report = run(file);
+
+    ASSERT_TRUE(report) << report.error().message;
+    EXPECT_EQ(report->points, 4U);
+    EXPECT_EQ(report->used, 4U);
+    EXPECT_EQ(report->measuredCells, 2);
+    EXPECT_EQ(report->emptyCells, 2);
+    const Surface made = surface();
+    EXPECT_EQ(made.columns, 2);
+    EXPECT_EQ(made.rows, 2);
+    EXPECT_FLOAT_EQ(made.at(500000.5, 4000000.5), 12.5F);
+    EXPECT_FLOAT_EQ(made.at(500001.5, 4000001.5), -3.75F);
+    EXPECT_TRUE(std::isnan(made.at(500001.5, 4000000.5)));
+    EXPECT_STREQ(made.reference.GetAuthorityCode(nullptr), "32650");
+    EXPECT_EQ(made.unit, "m");
+}
+
+INSTANTIATE_TEST_SUITE_P(Las, EveryLayout,
+                         testing::Values(Layout{0, 0, 0}, Layout{0, 1, 0}, Layout{1, 1, 4}, Layout{2, 2, 0},
+                                         Layout{2, 3, 7}, Layout{3, 4, 0}, Layout{3, 5, 0}, Layout{4, 3, 0},
+                                         Layout{4, 6, 0}, Layout{4, 7, 2}, Layout{4, 8, 0}, Layout{4, 9, 0},
+                                         Layout{4, 10, 0}),
+                         [](const auto& layout) {
+                             return "Version1_" + std::to_string(layout.param.minorVersion) + "Format" +
+                                    std::to_string(layout.param.pointFormat) + "Extra" +
+                                    std::to_string(layout.param.extraBytes);
+                         });
+
+class EveryKind : public Rasterizing, public testing::WithParamInterface<int> {};
+
+TEST_P(EveryKind, LeavesNoiseAndWithheldPointsOut) {
+    LasWriter file =
+        utmCloud({{0.5, 0.5, 10.0, 2}, {0.5, 0.5, 90.0, 18}, {0.5, 0.5, 95.0, 7}, {0.5, 0.5, 99.0, 2, true}});
+    file.minorVersion = 4;
+    file.pointFormat = GetParam();
+    const auto report = run(file);
+    ASSERT_TRUE(report) << report.error().message;
+    EXPECT_EQ(report->used, 1U);
+    EXPECT_FLOAT_EQ(surface().heights[0], 10.0F);
+}
+
+TEST_P(EveryKind, TakesGroundAloneForATerrainModel) {
+    LasWriter file = utmCloud({{0.5, 0.5, 10.0, 2}, {0.5, 0.5, 30.0, 5}, {1.5, 0.5, 20.0, 6}});
+    file.minorVersion = 4;
+    file.pointFormat = GetParam();
+    file.write(path("cloud.las"));
+    RasterizeRequest request;
+    request.clouds = {path("cloud.las")};
+    request.out = path("dsm.tif");
+    request.cell = 1.0;
+    request.returns = Returns::Ground;
+    request.gapCells = 0;
+    const auto report = rasterize(request);
+    ASSERT_TRUE(report) << report.error().message;
+    EXPECT_EQ(report->used, 1U);
+    EXPECT_FLOAT_EQ(surface().at(0.5, 0.5), 10.0F);
+    EXPECT_TRUE(std::isnan(surface().at(1.5, 0.5)));
+}
+
+INSTANTIATE_TEST_SUITE_P(Las, EveryKind, testing::Values(0, 6));
+
+// Against a plain map of cells, with so little memory that blocks wait in the scratch file.
+TEST_F(Rasterizing, AgreesWithABruteForceOnRandomTiles) {
+    std::mt19937 random(7);
+    std::uniform_real_distribution<double> east(0.0, 700.0);
+    std::uniform_real_distribution<double> north(0.0, 600.0);
+    std::uniform_real_distribution<double> height(-20.0, 80.0);
+    constexpr double kCell = 0.37;
+    std::map<std::pair<int, int>, float> expected;
+    std::vector<std::string> tiles;
+    for (int tile = 0; tile < 3; ++tile) {
+        LasWriter file = utmCloud({});
+        for (int i = 0; i < 40000; ++i) {
+            const Return point{std::round(east(random) * 100.0) * 0.01,
+                               std::round(north(random) * 100.0) * 0.01,
+                               std::round(height(random) * 100.0) * 0.01};
+            file.points.push_back(point);
+            const auto cell = std::make_pair(static_cast<int>(std::floor(point.x / kCell)),
+                                             static_cast<int>(std::floor(point.y / kCell)));
+            const auto z = static_cast<float>(point.z);
+            const auto found = expected.emplace(cell, z).first;
+            found->second = std::max(found->second, z);
+        }
+        tiles.push_back(path("tile" + std::to_string(tile) + ".las"));
+        file.write(tiles.back());
+    }
+    const auto report = run(tiles, kCell);
+    ASSERT_TRUE(report) << report.error().message;
+    const Surface made = surface();
+    std::int64_t measured = 0;
+    std::int64_t wrong = 0;
+    for (int row = 0; row < made.rows; ++row) {
+        for (int column = 0; column < made.columns; ++column) {
+            const auto cell = std::make_pair(static_cast<int>(std::lround(made.place[0] / kCell)) + column,
+                                             static_cast<int>(std::lround(made.place[3] / kCell)) - 1 - row);
+            const float z =
+                made.heights[static_cast<std::size_t>(row) * static_cast<std::size_t>(made.columns) +
+                             static_cast<std::size_t>(column)];
+            const auto found = expected.find(cell);
+            measured += std::isnan(z) ? 0 : 1;
+            wrong += (found == expected.end()) != std::isnan(z) ||
+                     (found != expected.end() && std::abs(found->second - z) > 0.006F);
+        }
+    }
+    EXPECT_EQ(wrong, 0);
+    EXPECT_EQ(measured, report->measuredCells);
+    EXPECT_GT(measured, 110000);
+}
+
+TEST_F(Rasterizing, ClosesSmallGapsAndSaysHowMany) {
+    LasWriter file = utmCloud({});
+    for (int row = 0; row < 7; ++row) {
+        for (int column = 0; column < 12; ++column) {
+            const bool isSmallGap = row == 3 && column == 3;
+            const bool isWideGap = column >= 6 && column <= 10 && row >= 1 && row <= 5;
+            if (!isSmallGap && !isWideGap) {
+                file.points.push_back({column + 0.5, row + 0.5, 10.0 + column});
+            }
+        }
+    }
+    const auto report = run(file, 1.0, 2);
+    ASSERT_TRUE(report) << report.error().message;
+    EXPECT_FLOAT_EQ(surface().at(3.5, 3.5), 13.0F);
+    EXPECT_TRUE(std::isnan(surface().at(8.5, 3.5))) << "a hole of five cells is no small gap";
+    EXPECT_EQ(report->measuredCells, 7 * 12 - 1 - 25);
+    EXPECT_EQ(report->closedCells + report->emptyCells, 26);
+    EXPECT_GE(report->closedCells, 1);
+}
+
+// The raster is written 256 rows at a time.
+TEST_F(Rasterizing, ClosesGapsAcrossTheBandsInWhichItWrites) {
+    LasWriter file = utmCloud({});
+    for (int row = 0; row < 600; ++row) {
+        if (row != 87 && row != 88 && row != 343 && row != 344) { // from the top: 511, 512, 255, 256
+            file.points.push_back({0.5, row + 0.5, static_cast<double>(row)});
+        }
+    }
+    const auto report = run(file, 1.0, 2);
+    ASSERT_TRUE(report) << report.error().message;
+    EXPECT_EQ(report->closedCells, 4);
+    for (const int row : {87, 88, 343, 344}) {
+        EXPECT_NEAR(surface().at(0.5, row + 0.5), row, 0.51);
+    }
+}
+
+TEST_F(Rasterizing, LeavesTheGroundBesideTheSurveyEmpty) {
+    LasWriter file = utmCloud({{0.5, 0.5, 1.0}, {9.5, 9.5, 2.0}});
+    const auto report = run(file, 1.0, 3);
+    ASSERT_TRUE(report) << report.error().message;
+    EXPECT_EQ(report->closedCells, 0);
+    EXPECT_EQ(report->emptyCells, 98);
+}
+
+TEST_F(Rasterizing, LaysEpochsWithTheSameCellOnOneGrid) {
+    ASSERT_TRUE(run(utmCloud({{100.3, 200.7, 1.0}, {110.2, 210.1, 2.0}}), 0.5));
+    const Surface first = surface();
+    ASSERT_TRUE(run(utmCloud({{101.9, 203.2, 1.0}, {112.8, 209.4, 2.0}}), 0.5));
+    const Surface second = surface();
+    EXPECT_DOUBLE_EQ(std::remainder(first.place[0] - second.place[0], 0.5), 0.0);
+    EXPECT_DOUBLE_EQ(std::remainder(first.place[3] - second.place[3], 0.5), 0.0);
+}
+
+// Reference systems.
+
+constexpr auto kUtmText =
+    R"(PROJCS["WGS 84 / UTM zone 50N",GEOGCS["WGS 84",DATUM["WGS_1984",SPHEROID["WGS 84",6378137,298.257223563]],PRIMEM["Greenwich",0],UNIT["degree",0.0174532925199433]],PROJECTION["Transverse_Mercator"],PARAMETER["latitude_of_origin",0],PARAMETER["central_meridian",117],PARAMETER["scale_factor",0.9996],PARAMETER["false_easting",500000],PARAMETER["false_northing",0],UNIT["metre",1],AUTHORITY["EPSG","32650"]])";
+
+TEST_F(Rasterizing, ReadsTheReferenceSystemFromItsText) {
+    LasWriter file;
+    file.points = {{0.5, 0.5, 1.0}};
+    file.wkt = kUtmText;
+    ASSERT_TRUE(run(file));
+    EXPECT_STREQ(surface().reference.GetAuthorityCode(nullptr), "32650");
+}
+
+TEST_F(Rasterizing, ReadsTheReferenceSystemFromARecordBehindThePoints) {
+    LasWriter file;
+    file.minorVersion = 4;
+    file.pointFormat = 6;
+    file.points = {{0.5, 0.5, 1.0}};
+    file.wkt = kUtmText;
+    file.isWktAtTheEnd = true;
+    ASSERT_TRUE(run(file));
+    EXPECT_STREQ(surface().reference.GetAuthorityCode(nullptr), "32650");
+}
+
+TEST_F(Rasterizing, TakesTheKeysWhereTheTextIsNone) {
+    LasWriter file = utmCloud({{0.5, 0.5, 1.0}});
+    file.wkt = "''";
+    ASSERT_TRUE(run(file));
+    EXPECT_STREQ(surface().reference.GetAuthorityCode(nullptr), "32650");
+}
+
+// A Lambert projection that has no code, in feet: keys, numbers and texts together.
+TEST_F(Rasterizing, ReadsAProjectionOfKeysWithoutACodeInFeet) {
+    LasWriter file;
+    file.points = {{1300000.5, 500.5, 1.0}};
+    file.geoKeys = {1,    1,    0,    17,    1024, 0,     1,    1,     1026, 34737, 6,    0,     2048, 0,
+                    1,    4152, 3072, 0,     1,    32767, 3074, 0,     1,    32767, 3075, 0,     1,    8,
+                    3076, 0,    1,    9002,  3078, 34736, 1,    0,     3079, 34736, 1,    1,     3084, 34736,
+                    1,    2,    3085, 34736, 1,    3,     3086, 34736, 1,    4,     3087, 34736, 1,    5};
+    file.geoKeys[3] = static_cast<std::uint16_t>(file.geoKeys.size() / 4 - 1);
+    file.geoDoubles = {43.0, 45.5, -120.5, 41.75, 1312335.958, 0.0};
+    file.geoTexts = "lcc|";
+    const auto report = run(file);
+    ASSERT_TRUE(report) << report.error().message;
+    const Surface made = surface();
+    EXPECT_TRUE(made.reference.IsProjected());
+    EXPECT_NEAR(made.reference.GetLinearUnits(), 0.3048, 1e-9);
+    EXPECT_NEAR(made.reference.GetProjParm(SRS_PP_STANDARD_PARALLEL_2), 45.5, 1e-9);
+    EXPECT_EQ(made.unit, "ft") << "heights are in the unit of the map where nothing else is said";
+}
+
+TEST_F(Rasterizing, TakesTheUnitOfHeightsFromTheVerticalKeys) {
+    LasWriter file = utmCloud({{0.5, 0.5, 1.0}});
+    file.geoKeys.insert(file.geoKeys.end(), {4096, 0, 1, 6360}); // NAVD88 in US survey feet
+    file.geoKeys[3] = 3;
+    ASSERT_TRUE(run(file));
+    EXPECT_EQ(surface().unit, "US survey foot");
+
+    LasWriter older = utmCloud({{0.5, 0.5, 1.0}});
+    older.geoKeys.insert(older.geoKeys.end(), {4099, 0, 1, 9002});
+    older.geoKeys[3] = 3;
+    ASSERT_TRUE(run(older));
+    EXPECT_EQ(surface().unit, "ft") << "the unit alone, without a vertical system";
+}
+
+TEST_F(Rasterizing, AsksForAReferenceSystemWhereThereIsNone) {
+    LasWriter file;
+    file.points = {{0.5, 0.5, 1.0}};
+    file.write(path("cloud.las"));
+    RasterizeRequest request;
+    request.clouds = {path("cloud.las")};
+    request.out = path("dsm.tif");
+    request.cell = 1.0;
+    auto report = rasterize(request);
+    ASSERT_FALSE(report);
+    EXPECT_EQ(report.error().message, path("cloud.las") + "：没有可用的坐标系，请用 --crs 指定");
+    request.crs = "EPSG:4547";
+    report = rasterize(request);
+    ASSERT_TRUE(report) << report.error().message;
+    EXPECT_STREQ(surface().reference.GetAuthorityCode(nullptr), "4547");
+    request.crs = "nowhere";
+    EXPECT_FALSE(rasterize(request));
+}
+
+TEST_F(Rasterizing, RefusesTilesOfDifferentReferenceSystems) {
+    utmCloud({{0.5, 0.5, 1.0}}).write(path("a.las"));
+    LasWriter other = utmCloud({{0.5, 0.5, 1.0}});
+    other.geoKeys.back() = 32651;
+    other.write(path("b.las"));
+    const auto report = run({path("a.las"), path("b.las")});
+    ASSERT_FALSE(report);
+    EXPECT_EQ(report.error().message, path("b.las") + "：坐标系与 " + path("a.las") + " 不同");
+    EXPECT_EQ(files(), (std::vector<std::string>{"a.las", "b.las"}));
+}
+
+// Bad input and bad luck.
+
+TEST_F(Rasterizing, TakesAFolderOfTilesAndSkipsAnEmptyOne) {
+    fs::create_directory(path("tiles"));
+    utmCloud({{0.5, 0.5, 1.0}}).write(path("tiles/b.LAS"));
+    utmCloud({{1.5, 0.5, 2.0}}).write(path("tiles/a.las"));
+    utmCloud({}).write(path("tiles/empty.las"));
+    std::ofstream(path("tiles/readme.txt")) << "no cloud";
+    const auto report = run({path("tiles")});
+    ASSERT_TRUE(report) << report.error().message;
+    EXPECT_EQ(report->used, 2U);
+    fs::create_directory(path("none"));
+    EXPECT_EQ(run({path("none")}).error().message, path("none") + "：文件夹中没有点云（.las、.laz）");
+}
+
+TEST_F(Rasterizing, RefusesATruncatedCloudAndLeavesNothing) {
+    LasWriter file = utmCloud({{0.5, 0.5, 1.0}, {1.5, 0.5, 2.0}});
+    file.claimedPoints = 3;
+    const auto report = run(file);
+    ASSERT_FALSE(report);
+    EXPECT_NE(report.error().message.find("cloud.las：点云文件不完整"), std::string::npos)
+        << report.error().message;
+    EXPECT_EQ(files(), (std::vector<std::string>{"cloud.las"}));
+}
+
+TEST_F(Rasterizing, RefusesWhatIsNoCloud) {
+    std::ofstream(path("text.las")) << std::string(500, 'x');
+    EXPECT_EQ(run({path("text.las")}).error().message, path("text.las") + "：不是 LAS 或 LAZ 文件");
+    EXPECT_FALSE(run({path("missing.las")}));
+    LasWriter newer = utmCloud({{0.5, 0.5, 1.0}});
+    newer.minorVersion = 5;
+    EXPECT_EQ(run(newer).error().message, path("cloud.las") + "：不支持的 LAS 版本 1.5");
+}
+
+TEST_F(Rasterizing, RefusesLazThatItCannotRead) {
+    std::vector<std::uint8_t> bytes = utmCloud({{0.5, 0.5, 1.0}}).bytes();
+    bytes[104] |= 0x80; // compressed, the head says; the points are not
+    std::ofstream(path("cloud.laz"), std::ios::binary)
+        .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    const auto report = run({path("cloud.laz")});
+    ASSERT_FALSE(report);
+    const std::string cause = canReadCompressed() ? "LAZ 数据损坏或不完整" : "这个程序编译时没有 LASzip 库";
+    EXPECT_EQ(report.error().message.rfind(path("cloud.laz") + "：" + cause, 0), 0U)
+        << report.error().message;
+    EXPECT_EQ(files(), std::vector<std::string>{"cloud.laz"});
+}
+
+// Every file that a damaged head can make ends in one line or a surface, never in a crash.
+TEST_F(Rasterizing, SurvivesEveryFlippedByteOfTheHead) {
+    LasWriter file = utmCloud({{0.5, 0.5, 1.0}, {2.5, 2.5, 2.0}});
+    file.minorVersion = 4;
+    file.pointFormat = 6;
+    const std::vector<std::uint8_t> good = file.bytes();
+    int refused = 0;
+    for (std::size_t at = 0; at < 375 + 54 + 24; ++at) {
+        {
+            const int flip = at % 2 == 0 ? 0x81 : 0xff;
+            std::vector<std::uint8_t> bad = good;
+            bad[at] = static_cast<std::uint8_t>(bad[at] ^ flip);
+            std::ofstream(path("bad.las"), std::ios::binary)
+                .write(reinterpret_cast<const char*>(bad.data()), static_cast<std::streamsize>(bad.size()));
+            const auto report = run({path("bad.las")}, 1000.0);
+            refused += report ? 0 : 1;
+            if (!report) {
+                EXPECT_EQ(report.error().message.find('\n'), std::string::npos);
+            }
+        }
+    }
+    EXPECT_GT(refused, 50);
+    EXPECT_EQ(files(), (std::vector<std::string>{"bad.las", "dsm.tif"}));
+}
+
+TEST_F(Rasterizing, CountsPointsBeyondTheClaimedBounds) {
+    LasWriter file = utmCloud({{5.5, 5.5, 1.0}, {9.5, 9.5, 1.0}, {0.5, 0.5, 1.0}});
+    file.boundsShrunkBy = 2.0;
+    const auto report = run(file);
+    ASSERT_TRUE(report) << report.error().message;
+    EXPECT_EQ(report->outside, 2U);
+    EXPECT_EQ(report->used, 1U);
+}
+
+TEST_F(Rasterizing, RefusesAGridThatNobodyCanMean) {
+    const auto report = run(utmCloud({{0.0, 0.0, 1.0}, {1e6, 1e6, 1.0}}), 0.001);
+    ASSERT_FALSE(report);
+    EXPECT_NE(report.error().message.find("过大，请检查点云的范围"), std::string::npos);
+}
+
+TEST_F(Rasterizing, StopsWhenAskedAndLeavesNothing) {
+    LasWriter file = utmCloud({{0.5, 0.5, 1.0}});
+    file.write(path("cloud.las"));
+    for (const double stopAt : {0.0, 0.71}) {
+        RasterizeRequest request;
+        request.clouds = {path("cloud.las")};
+        request.out = path("dsm.tif");
+        request.cell = 1.0;
+        const auto report = rasterize(request, [stopAt](double done) { return done < stopAt; });
+        ASSERT_FALSE(report);
+        EXPECT_TRUE(report.error().cancelled);
+        EXPECT_EQ(files(), (std::vector<std::string>{"cloud.las"}));
+    }
+}
+
+// The size of cells.
+
+TEST(CellSize, HoldsAboutFourPointsAndIsRound) {
+    EXPECT_DOUBLE_EQ(cellFor(4.0), 1.0);
+    EXPECT_DOUBLE_EQ(cellFor(100.0), 0.2);
+    EXPECT_DOUBLE_EQ(cellFor(30.0), 0.5);
+    EXPECT_DOUBLE_EQ(cellFor(0.9), 5.0);
+    EXPECT_DOUBLE_EQ(cellFor(0.01), 20.0);
+}
+
+TEST_F(Rasterizing, ProposesTheCellFromTheDensityOfTheSurveyedGroundAlone) {
+    LasWriter file = utmCloud({});
+    for (int i = 0; i < 300; ++i) { // a strip across a wide box: 6 points a square metre
+        for (int j = 0; j < 100; ++j) {
+            file.points.push_back({i * 0.4 + 0.01 * j, i * 0.4 + j * 0.4, 1.0});
+        }
+    }
+    file.write(path("cloud.las"));
+    RasterizeRequest request;
+    request.clouds = {path("cloud.las")};
+    request.out = path("dsm.tif");
+    const auto report = rasterize(request);
+    ASSERT_TRUE(report) << report.error().message;
+    EXPECT_DOUBLE_EQ(report->cell, 1.0);
+}
+
+} // namespace
+
+} // namespace cloud::test
