@@ -7,6 +7,7 @@
 #include "workbench/inspectiondata/text/Log.h"
 
 #include <algorithm>
+#include <iostream>
 #include <map>
 #include <set>
 #include <utility>
@@ -140,7 +141,8 @@ Status ProjectHistory::perform(const QString& description, const Work& work) {
             }
         }
     } catch (const KV_MySQL_Exception& exception) {
-        qCWarning(dataLog).noquote() << "The database refused an edit:" << exception.what();
+        // As the tools do with what the database refuses them; who starts the program from a shell looks there.
+        std::cout << exception.what() << std::endl;
         const QString cause = QString::fromUtf8(exception.what());
         return Unexpected(Failure{cause, tr("数据库拒绝了修改，未作任何更改：%1").arg(cause)});
     }
