@@ -159,10 +159,7 @@ void ForeignHost::makeFrame() {
     for (const auto& each : work) {
         each();
     }
-    {
-        const std::lock_guard<std::mutex> lock(frameMutex);
-        m_globe->frame();
-    }
+    m_globe->frame();
     ++m_frameCount;
 }
 

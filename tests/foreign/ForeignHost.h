@@ -101,7 +101,6 @@ public:
         std::promise<void> m_mayGoOn;
     };
 
-    std::mutex frameMutex;                 ///< held while a frame is made
     QStringList messages;                  ///< texts of all message boxes
     QStringList boxes;                     ///< title, type, buttons and modality of all message boxes
     QStringList calls;                     ///< of the windows

@@ -44,7 +44,7 @@ void zeo::ICommand::OnAction() {
         return;
     }
     // A one-shot command may reach for the manipulator, which belongs to the frames: they wait meanwhile.
-    const std::lock_guard<std::mutex> frames(ForeignHost::instance().frameMutex);
+    const ForeignHost::StoppedFrames frames(ForeignHost::instance());
     Execute();
 }
 
