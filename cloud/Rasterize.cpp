@@ -194,7 +194,7 @@ Result<RasterizeReport> rasterize(const RasterizeRequest& request, const Progres
     if (!output) {
         return detect::failed(output);
     }
-    const auto report = makeSurface(request, *survey, *surface, output->path(), progress);
+    auto report = makeSurface(request, *survey, *surface, output->path(), progress);
     if (!report) {
         return report;
     }

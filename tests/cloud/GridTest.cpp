@@ -20,7 +20,7 @@ TEST(HighestGrid, KeepsWhatWaitsInTheScratchFile) {
     constexpr int kSide = 1000;
     {
         HighestGrid grid(kSide, kSide, folder.file("scratch"), 1);
-        std::vector<float> expected(kSide * kSide, kEmpty);
+        std::vector<float> expected(std::size_t{kSide} * kSide, kEmpty);
         std::mt19937 random(3);
         std::uniform_int_distribution<int> cell(0, kSide - 1);
         std::uniform_real_distribution<float> height(-10.0F, 10.0F);

@@ -23,8 +23,10 @@ protected:
     std::string cloud() const {
         LasWriter file;
         file.geoKeys = {1, 1, 0, 2, 1024, 0, 1, 1, 3072, 0, 1, 32650};
-        for (int i = 0; i < 400; ++i) {
-            file.points.push_back({i % 20 + 0.5, i / 20 + 0.5, 10.0, i == 0 ? 18 : 1});
+        for (int row = 0; row < 20; ++row) {
+            for (int column = 0; column < 20; ++column) {
+                file.points.push_back({column + 0.5, row + 0.5, 10.0, row + column == 0 ? 18 : 1});
+            }
         }
         file.write(path("cloud.las"));
         return path("cloud.las");

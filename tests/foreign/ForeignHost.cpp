@@ -54,7 +54,9 @@ zeo::IEngineContext* zeo::IEngineContext::Instance() {
     return &engine;
 }
 
-DynamicClass::DynamicClass(std::string name, CXCommandHandler* handler) {
+DynamicClass::DynamicClass(
+    std::string name, // NOLINT(performance-unnecessary-value-param): the interface says so
+    CXCommandHandler* handler) {
     theHost->add(name, handler);
 }
 

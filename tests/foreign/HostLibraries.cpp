@@ -128,6 +128,7 @@ CXCommandHandler::~CXCommandHandler() = default;
 bool CXCommandHandler::handle(const osgGA::GUIEventAdapter&, osgGA::GUIActionAdapter&) {
     return false;
 }
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the interface says so
 void CXCommandHandler::OnMessage(std::string) {}
 void CXCommandHandler::InitInstance() {}
 void CXCommandHandler::ExitInstance() {}
