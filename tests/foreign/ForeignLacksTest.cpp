@@ -43,8 +43,9 @@ std::vector<Lack> lacksOf(const Wanted& wanted) {
 
 class LacksInAForeignHost : public InAForeignHost {
 protected:
-    /// All that the pointer and the keys can ask of the anomaly tool, over an anomaly.
-    void judge() {
+    /// All that the pointer and the keys can ask of the anomaly tool, over an anomaly. Returns how many menus
+    /// opened.
+    int judge() {
         Chooser chooser("深挖");
         hover(6);
         hover(5);
@@ -59,6 +60,7 @@ protected:
         for (const char* slot : {"OnSetbuild", "OnDeleteItem", "checkDff"}) {
             EXPECT_TRUE(QMetaObject::invokeMethod(&m_host.command(kLook), slot)) << slot;
         }
+        return chooser.menus;
     }
     /// Names and confirms what is being drawn or edited; nothing where no dialog is open.
     void confirm(const char* form) {
@@ -95,7 +97,8 @@ TEST_F(LacksInAForeignHost, TheAnomalyToolMeasuresZeroAndDoesWhatItStillCan) {
             }
             start(kLook);
             ForeignContext::missing = lack.missing;
-            judge();
+            const bool isJudged = lack.isMeasured && lack.missing != Missing::Table;
+            EXPECT_EQ(judge(), isJudged ? 1 : 0);
             EXPECT_EQ(m_host.valueLabel(), lack.isMeasured ? "1.25" : "0");
             start(kLook);
             EXPECT_FALSE(m_host.button(kLook).isChecked());
@@ -178,6 +181,40 @@ TEST_F(LacksInAForeignHost, TheEditingToolBearsIt) {
             m_host.settle();
             ForeignContext::reset();
         }
+    }
+}
+
+TEST_F(LacksInAForeignHost, AnAreaThatIsBeingEditedBearsIt) {
+    for (const Lack& lack : lacksOf(kOfEditing)) {
+        SCOPED_TRACE(lack.name);
+        start(kArea);
+        for (const auto& [x, y] : {std::pair(20.0F, 20.0F), {90.0F, 20.0F}, {90.0F, 80.0F}}) {
+            m_host.move(x, y);
+            m_host.settle();
+            click(kLeft);
+        }
+        m_host.move(20, 80);
+        m_host.settle();
+        click(kRight);
+        confirm("CdrawPolygonDlg");
+        start(kEdit);
+        m_host.move(31, 30);
+        m_host.settle();
+        m_host.move(30, 30);
+        m_host.settle();
+        {
+            const Chooser chooser("编辑");
+            click(kRight);
+        }
+        ASSERT_NE(dialog("CdrawPolygonDlg"), nullptr);
+        ForeignContext::missing = lack.missing;
+        confirm("CdrawPolygonDlg");
+        EXPECT_EQ(dialog("CdrawPolygonDlg"), nullptr);
+        ForeignContext::reset();
+        m_host.keyDown(GUIEventAdapter::KEY_Delete);
+        m_host.keyUp(GUIEventAdapter::KEY_Delete);
+        m_host.leaveActiveTool();
+        m_host.settle();
     }
 }
 

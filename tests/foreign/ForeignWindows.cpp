@@ -116,7 +116,8 @@ void ForeignTable::SetSelectedbycoor(KV_StationItem*, double, double) {
 }
 
 void ForeignTable::SetItemAtrii(KV_StationItem*, const std::vector<SdiffData>& anomalies) {
-    note("SetItemAtrii " + fromGbk(anomalies.front().attribute) + ": " + namesOf(anomalies));
+    const QString attribute = anomalies.empty() ? QString() : fromGbk(anomalies.front().attribute);
+    note("SetItemAtrii " + attribute + ": " + namesOf(anomalies));
 }
 
 void ForeignTable::DeleteItems(KV_StationItem*, const std::vector<SdiffData>& anomalies) {
