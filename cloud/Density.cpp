@@ -23,9 +23,8 @@ Result<std::vector<Place>> firstPlaces(const Survey& survey) {
     PointStream stream(survey);
     std::vector<Place> places;
     std::vector<CloudPoint> points;
-    const CloudFile* file = nullptr;
     while (places.size() < kEnoughPoints) {
-        if (const auto done = stream.next(points, file); !done) {
+        if (const auto done = stream.next(points); !done) {
             return detect::failed(done);
         }
         if (points.empty()) {

@@ -14,10 +14,9 @@ void PointStream::readAhead() {
     m_ahead = std::async(std::launch::async, [this] { return read(); });
 }
 
-Status PointStream::next(std::vector<CloudPoint>& points, const CloudFile*& file) {
+Status PointStream::next(std::vector<CloudPoint>& points) {
     Batch batch = m_ahead.get();
     m_spare = std::exchange(points, std::move(batch.points));
-    file = batch.file;
     if (batch.done && !points.empty()) {
         readAhead();
     } else {
@@ -35,15 +34,14 @@ PointStream::Batch PointStream::read() {
             if (m_nextFile == m_survey.files.size()) {
                 return batch;
             }
-            m_file = &m_survey.files[m_nextFile++];
-            auto reader = openPoints(m_file->path, m_file->header);
+            const CloudFile& file = m_survey.files[m_nextFile++];
+            auto reader = openPoints(file.path, file.header);
             if (!reader) {
                 batch.done = detect::failed(reader);
                 return batch;
             }
             m_reader = *std::move(reader);
         }
-        batch.file = m_file;
         batch.done = m_reader->next(batch.points);
         if (batch.points.empty()) {
             m_reader.reset();

@@ -18,13 +18,12 @@ public:
     PointStream(const PointStream&) = delete;
     PointStream& operator=(const PointStream&) = delete;
 
-    /// Fills `points` with the next ones, none at the end; `file` is the one they come from.
-    Status next(std::vector<CloudPoint>& points, const CloudFile*& file);
+    /// Fills `points` with the next ones, none at the end.
+    Status next(std::vector<CloudPoint>& points);
 
 private:
     struct Batch {
         std::vector<CloudPoint> points;
-        const CloudFile* file = nullptr;
         Status done;
     };
     Batch read();
@@ -32,7 +31,6 @@ private:
 
     const Survey& m_survey;
     std::size_t m_nextFile = 0;
-    const CloudFile* m_file = nullptr;
     std::unique_ptr<PointReader> m_reader;
     std::vector<CloudPoint> m_spare;
     std::future<Batch> m_ahead;

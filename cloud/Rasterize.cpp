@@ -103,9 +103,8 @@ Status sortPoints(const Survey& survey, Sorter& sorter, const RasterizeReport& r
                   const Progress& progress) {
     PointStream stream(survey);
     std::vector<CloudPoint> points;
-    const CloudFile* file = nullptr;
     for (;;) {
-        if (const auto done = stream.next(points, file); !done) {
+        if (const auto done = stream.next(points); !done) {
             return detect::failed(done);
         }
         if (points.empty()) {
