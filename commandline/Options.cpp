@@ -10,6 +10,11 @@ std::string Options::value(const std::string& name) const {
     return found != values.end() ? found->second : std::string();
 }
 
+std::vector<std::string> Options::all(const std::string& name) const {
+    const auto found = lists.find(name);
+    return found != lists.end() ? found->second : std::vector<std::string>();
+}
+
 Parsed<Options> parseOptions(const std::vector<std::string>& arguments, const OptionTable& table) {
     Options options;
     for (std::size_t i = 0; i < arguments.size(); ++i) {
@@ -28,14 +33,20 @@ Parsed<Options> parseOptions(const std::vector<std::string>& arguments, const Op
         }
         if (table.flags.count(name) != 0 && equals == std::string::npos) {
             options.flags.insert(name);
-        } else if (table.withValue.count(name) == 0) {
+            continue;
+        }
+        const bool isRepeated = table.repeated.count(name) != 0;
+        if (!isRepeated && table.withValue.count(name) == 0) {
             return wrongUse("未知选项 " + argument);
-        } else if (equals != std::string::npos) {
-            options.values[name] = argument.substr(equals + 1);
-        } else if (i + 1 < arguments.size()) {
-            options.values[name] = arguments[++i];
-        } else {
+        }
+        if (equals == std::string::npos && i + 1 == arguments.size()) {
             return wrongUse("选项 " + name + " 缺少值");
+        }
+        std::string value = equals == std::string::npos ? arguments[++i] : argument.substr(equals + 1);
+        if (isRepeated) {
+            options.lists[name].push_back(std::move(value));
+        } else {
+            options.values[name] = std::move(value);
         }
     }
     return options;

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "tests/cli/CorridorRun.h"
-#include "tests/cli/VectorFile.h"
 #include "tests/support/SmallProject.h"
+#include "tests/support/VectorFile.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,7 @@
 #include "Opened.h"
 #include "tests/support/FullDisk.h"
 
+#include "workbench/inspectiondata/creation/CreateProject.h"
 #include "workbench/inspectiondata/database/StationTable.h"
 
 #include <QDir>
@@ -149,7 +150,7 @@ TEST(ProjectTest, WhatIsNoProjectIsRefusedInOneLine) {
 TEST(RasterProjectTest, TwoRastersBecomeAProjectThatCanBeComputed) {
     const SmallProject files;
     const RasterPair pair{files.file("old/dsm.tif"), files.file("new/dsm.tif"), {}, {}};
-    const auto project = valueOf(Project::createFromRasters(files.beside("pair"), pair));
+    const auto project = valueOf(openOrCreateProject(files.beside("pair"), pair));
     EXPECT_EQ(project.description().crs, "EPSG:4547");
     const auto database = valueOf(PipelineDatabase::open(project.description(), Project::Access::Exclusive));
     EXPECT_EQ(readStations(*database->GetMySQL()).size(), 1U);
@@ -161,9 +162,9 @@ TEST(RasterProjectTest, TwoRastersBecomeAProjectThatCanBeComputed) {
 TEST(RasterProjectTest, TheSameRastersOpenTheProjectAgainAndOthersAreRefused) {
     const SmallProject files;
     const RasterPair pair{files.file("old/dsm.tif"), files.file("new/dsm.tif"), {}, {}};
-    valueOf(Project::createFromRasters(files.beside("pair"), pair));
-    valueOf(Project::createFromRasters(files.beside("pair"), pair));
-    failureOf(Project::createFromRasters(files.beside("pair"), {pair.newDsm, pair.oldDsm, {}, {}}));
+    valueOf(openOrCreateProject(files.beside("pair"), pair));
+    valueOf(openOrCreateProject(files.beside("pair"), pair));
+    failureOf(openOrCreateProject(files.beside("pair"), {pair.newDsm, pair.oldDsm, {}, {}}));
 }
 
 TEST(RasterProjectTest, GeographicRastersGetAProjectedZone) {
@@ -172,7 +173,7 @@ TEST(RasterProjectTest, GeographicRastersGetAProjectedZone) {
     const QString now = files.beside("new4326.tif");
     SmallProject::writeHeights(old, SmallProject::oldHeight, 4326);
     SmallProject::writeHeights(now, SmallProject::newHeight, 4326);
-    const auto project = valueOf(Project::createFromRasters(files.beside("pair"), {old, now, {}, {}}));
+    const auto project = valueOf(openOrCreateProject(files.beside("pair"), {old, now, {}, {}}));
     EXPECT_EQ(project.description().crs, "EPSG:4547"); // 114 degrees east
     const auto database = valueOf(PipelineDatabase::open(project.description(), Project::Access::Exclusive));
     ComputationRequest request;
@@ -190,8 +191,7 @@ TEST(RasterProjectTest, BadRastersAreRefusedAndNothingIsLeft) {
     SmallProject::writeHeights(files.beside("far.tif"), SmallProject::oldHeight, 32633);
     write(files.beside("text.tif"), "no raster");
     for (const char* name : {"missing.tif", "nowhere.tif", "far.tif", "text.tif"}) {
-        const Failure failure =
-            failureOf(Project::createFromRasters(folder, {good, files.beside(name), {}, {}}));
+        const Failure failure = failureOf(openOrCreateProject(folder, {good, files.beside(name), {}, {}}));
         EXPECT_TRUE(failure.message.contains(name)) << failure.message.toStdString();
         EXPECT_TRUE(QDir(folder).entryList(QDir::Files | QDir::Hidden).isEmpty());
     }

@@ -7,7 +7,7 @@
 #include "detect/GdalErrors.h"
 #include "host/style/myMessageBox.h"
 #include "workbench/inspection/context/InspectionContext.h"
-#include "workbench/inspectiondata/project/Project.h"
+#include "workbench/inspectiondata/creation/CreateProject.h"
 #include "workbench/inspectiondata/project/Utf8Locale.h"
 #include "workbench/viewer/GlobeWidget.h"
 
@@ -58,7 +58,7 @@ std::optional<QString> openWhatWasAskedFor(MainWindow& window, const Options& op
     const QString folder = folderForRasters(options);
     {
         const auto made =
-            inspection::Project::createFromRasters(folder, {options.oldRaster, options.newRaster, {}, {}});
+            inspection::openOrCreateProject(folder, {options.oldRaster, options.newRaster, {}, {}});
         if (!made) {
             return made.error().userMessage;
         }

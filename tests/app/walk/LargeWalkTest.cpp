@@ -1,5 +1,5 @@
 #include "tests/app/walk/Walk.h"
-#include "workbench/inspectiondata/project/Project.h"
+#include "workbench/inspectiondata/creation/CreateProject.h"
 #include "workbench/viewer/GlobeWidget.h"
 
 #include <gdal_priv.h>
@@ -54,7 +54,7 @@ protected:
     void SetUp() override {
         writeSurface(m_parent.filePath("old.tif"), false);
         writeSurface(m_parent.filePath("new.tif"), true);
-        auto made = inspection::Project::createFromRasters(
+        auto made = inspection::openOrCreateProject(
             m_parent.filePath("project"),
             {m_parent.filePath("old.tif"), m_parent.filePath("new.tif"), {}, {}});
         ASSERT_TRUE(made);

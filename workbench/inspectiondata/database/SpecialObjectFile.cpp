@@ -2,6 +2,7 @@
 
 #include "detect/GdalErrors.h"
 #include "host/Gbk.h"
+#include "workbench/inspectiondata/database/LayerReference.h"
 #include "workbench/inspectiondata/database/LayerText.h"
 #include "workbench/inspectiondata/database/SpecialObjectColumns.h"
 #include "workbench/inspectiondata/database/SpecialObjectShapes.h"
@@ -51,12 +52,6 @@ bool canHold(OGRwkbGeometryType declared, ShapeKind kind) {
     }
     return type == wkbPolygon || type == wkbMultiPolygon || type == wkbCurvePolygon ||
            type == wkbMultiSurface || type == wkbSurface;
-}
-
-/// A GeoPackage calls the reference system of a layer that has none "Undefined …".
-bool isDefined(const OGRSpatialReference* reference) {
-    return reference && reference->IsLocal() == 0 &&
-           !QString::fromUtf8(reference->GetName()).startsWith(QLatin1String("Undefined"));
 }
 
 bool isSheetInDegrees(GDALDataset& source, OGRLayer& layer) {
@@ -185,10 +180,11 @@ Status Reading::chooseLayers() {
 }
 
 Transformation Reading::transformationOf(OGRLayer& layer) {
-    std::optional<OGRSpatialReference> reference;
-    if (isDefined(layer.GetSpatialRef())) {
-        reference = *layer.GetSpatialRef();
-    } else if (isSheetInDegrees(*m_source, layer)) {
+    std::optional<OGRSpatialReference> reference = namedReference(layer);
+    if (reference) {
+        return transformationBetween(*reference, wgs84());
+    }
+    if (isSheetInDegrees(*m_source, layer)) {
         reference = wgs84();
     } else {
         reference = referenceOf(m_file.crs);

@@ -14,19 +14,27 @@ namespace {
 
 using Part = std::vector<QPointF>;
 
-void appendParts(const OGRGeometry& geometry, std::vector<Part>& parts) {
+/// The lines of a geometry, also of one that gathers several.
+std::vector<const OGRLineString*> linesOf(const OGRGeometry& geometry) {
     const OGRwkbGeometryType type = wkbFlatten(geometry.getGeometryType());
     if (type == wkbLineString) {
-        Part part;
-        for (const OGRPoint& point : *geometry.toLineString()) {
-            part.emplace_back(point.getX(), point.getY());
-        }
-        parts.push_back(part);
-    } else if (type == wkbMultiLineString) {
+        return {geometry.toLineString()};
+    }
+    std::vector<const OGRLineString*> lines;
+    if (type == wkbMultiLineString) {
         for (const OGRLineString* line : *geometry.toMultiLineString()) {
-            appendParts(*line, parts);
+            lines.push_back(line);
         }
     }
+    return lines;
+}
+
+Part placesOf(const OGRLineString& line) {
+    Part part;
+    for (const OGRPoint& point : line) {
+        part.emplace_back(point.getX(), point.getY());
+    }
+    return part;
 }
 
 double length(const QPointF& vector) {
@@ -38,6 +46,17 @@ double nearestShare(const QPointF& a, const QPointF& b, const QPointF& point) {
     const QPointF way = b - a;
     const double square = QPointF::dotProduct(way, way);
     return square > 0.0 ? std::clamp(QPointF::dotProduct(point - a, way) / square, 0.0, 1.0) : 0.0;
+}
+
+/// Chainages of the line's vertices: its measures, otherwise lengths from `start` on.
+std::vector<double> chainagesOf(const OGRLineString& line, const Part& part, double start) {
+    std::vector<double> chainages;
+    for (int i = 0; i < line.getNumPoints(); ++i) {
+        const auto vertex = static_cast<std::size_t>(i);
+        const double along = i == 0 ? start : chainages.back() + length(part[vertex] - part[vertex - 1]);
+        chainages.push_back(line.IsMeasured() != 0 ? line.getM(i) : along);
+    }
+    return chainages;
 }
 
 } // namespace
@@ -60,25 +79,35 @@ Pipeline Pipeline::read(const ProjectDescription& project) {
     for (const auto& feature : *layer) {
         OGRGeometry* geometry = feature->GetGeometryRef();
         if (geometry && transformation && geometry->transform(transformation.get()) == OGRERR_NONE) {
-            appendParts(*geometry, pipeline.m_parts);
+            pipeline.append(*geometry);
         }
     }
     return pipeline;
 }
 
+void Pipeline::append(const OGRGeometry& geometry) {
+    for (const OGRLineString* line : linesOf(geometry)) {
+        if (line->getNumPoints() == 0) {
+            continue;
+        }
+        const double start = m_chainages.empty() ? 0.0 : m_chainages.back().back();
+        m_parts.push_back(placesOf(*line));
+        m_chainages.push_back(chainagesOf(*line, m_parts.back(), start));
+    }
+}
+
 std::optional<PipePosition> Pipeline::positionOf(const QPointF& point) const {
     std::optional<PipePosition> nearest;
-    double passed = 0.0;
-    for (const Part& part : m_parts) {
-        for (std::size_t i = 0; i + 1 < part.size(); ++i) {
-            const double share = nearestShare(part[i], part[i + 1], point);
-            const QPointF foot = part[i] + share * (part[i + 1] - part[i]);
-            const double segment = length(part[i + 1] - part[i]);
+    for (std::size_t part = 0; part < m_parts.size(); ++part) {
+        const Part& places = m_parts[part];
+        const std::vector<double>& chainages = m_chainages[part];
+        for (std::size_t i = 0; i + 1 < places.size(); ++i) {
+            const double share = nearestShare(places[i], places[i + 1], point);
+            const QPointF foot = places[i] + share * (places[i + 1] - places[i]);
             const double offset = length(point - foot);
             if (!nearest || offset < nearest->offsetMetres) {
-                nearest = PipePosition{passed + share * segment, offset};
+                nearest = PipePosition{chainages[i] + share * (chainages[i + 1] - chainages[i]), offset};
             }
-            passed += segment;
         }
     }
     return nearest;

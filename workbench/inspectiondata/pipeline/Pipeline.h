@@ -9,15 +9,18 @@
 #include <optional>
 #include <vector>
 
+class OGRGeometry;
+
 namespace inspection {
 
 /// Where a point lies along the pipe.
 struct PipePosition {
-    double chainageMetres = 0.0; ///< along the centre line from its start
-    double offsetMetres = 0.0;   ///< shortest distance from it, on the map plane
+    double chainageMetres = 0.0;
+    double offsetMetres = 0.0; ///< shortest distance from it, on the map plane
 };
 
-/// The pipe's centre line in the project's reference system.
+/// The pipe's centre line in the project's reference system. Its measures are chainages in metres; where it has none
+/// they count along the line from its start.
 class INSPECTIONDATA_API Pipeline {
 public:
     /// Layer "centerline" of the project's centre-line file; no parts when there is none.
@@ -30,8 +33,11 @@ public:
     std::optional<PipePosition> positionOf(const QPointF& point) const;
 
 private:
+    void append(const OGRGeometry& geometry);
+
     QString m_crs;
     std::vector<std::vector<QPointF>> m_parts;
+    std::vector<std::vector<double>> m_chainages; ///< of the vertices of the parts
 };
 
 /// "K1+234" of 1234 m.

@@ -1,7 +1,6 @@
 #include "workbench/inspectiondata/project/Project.h"
 
 #include "workbench/inspectiondata/project/ProjectFile.h"
-#include "workbench/inspectiondata/project/RasterProject.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -39,14 +38,6 @@ Result<std::unique_ptr<QLockFile>> lockFolder(const QString& folder) {
     return lock;
 }
 
-bool sameRasters(const ProjectDescription& project, const RasterPair& rasters) {
-    const auto path = [](const QString& file) {
-        return file.isEmpty() ? file : QFileInfo(file).absoluteFilePath();
-    };
-    return project.oldEpoch().dsm == path(rasters.oldDsm) && project.newEpoch().dsm == path(rasters.newDsm) &&
-           project.oldEpoch().dom == path(rasters.oldDom) && project.newEpoch().dom == path(rasters.newDom);
-}
-
 } // namespace
 
 Project::Project(ProjectDescription description, Access access, std::unique_ptr<QLockFile> lock)
@@ -73,29 +64,6 @@ Result<Project> Project::open(const QString& folder, Access access) {
         lock = std::move(*locked);
     }
     return Project(std::move(*description), access, std::move(lock));
-}
-
-Result<Project> Project::createFromRasters(const QString& folder, const RasterPair& rasters) {
-    if (QFileInfo::exists(projectFile(folder))) {
-        auto project = open(folder);
-        if (project && !sameRasters(project->description(), rasters)) {
-            return fileFailure(folder, "the folder already holds a project of other rasters",
-                               "该文件夹中已有其他数据的工程");
-        }
-        return project;
-    }
-    if (!QDir().mkpath(folder)) {
-        return fileFailure(folder, "cannot be created", "无法创建文件夹");
-    }
-    auto lock = lockFolder(folder);
-    if (!lock) {
-        return failed(lock);
-    }
-    auto description = writeRasterProject(folder, rasters);
-    if (!description) {
-        return failed(description);
-    }
-    return Project(std::move(*description), Access::Exclusive, std::move(*lock));
 }
 
 Status Project::setParameters(const ProjectParameters& parameters) {

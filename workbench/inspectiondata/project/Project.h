@@ -12,14 +12,6 @@ class QLockFile;
 
 namespace inspection {
 
-/// Two surface models, with their orthophotos where there are any.
-struct RasterPair {
-    QString oldDsm;
-    QString newDsm;
-    QString oldDom;
-    QString newDom;
-};
-
 /// A project folder that is open: project.json, inspection.db, rasters, centre line, output/.
 /// One writer at a time: an exclusively opened project holds a lock file in the folder until it is destroyed.
 /// The lock of a process that no longer runs is taken over.
@@ -35,12 +27,6 @@ public:
     /// Fails for a missing or broken project.json, one of a newer version, a project that another process has
     /// open, and a folder that cannot be written (exclusive access only). The rasters are not opened.
     static Result<Project> open(const QString& folder, Access access = Access::Exclusive);
-
-    /// Makes a project of two rasters that stay where they are, with stations over their overlap, and opens
-    /// it. A project of the same rasters in `folder` is opened as it is. The stations are in the old raster's
-    /// reference system, or in the fitting CGCS2000 3-degree zone (within China) or UTM zone when that is
-    /// geographic.
-    static Result<Project> createFromRasters(const QString& folder, const RasterPair& rasters);
 
     Project(Project&&) noexcept;
     Project& operator=(Project&&) noexcept;

@@ -1,0 +1,205 @@
+#include "cli/CreateCommand.h"
+
+#include "cli/Command.h"
+#include "cli/OpenedProject.h"
+#include "cli/ProgressLine.h"
+#include "cli/StopOnSignal.h"
+#include "workbench/inspectiondata/creation/CreateProject.h"
+#include "workbench/inspectiondata/creation/EpochText.h"
+
+#include <QCoreApplication>
+#include <QFileInfo>
+
+#include <cstdio>
+
+namespace cli {
+
+using inspection::CenterlineSource;
+using inspection::NewProject;
+using inspection::ProjectPlan;
+
+namespace {
+
+constexpr auto kCommand = "project create";
+constexpr auto kUsage =
+    "用法：corridor project create DIR --epoch [DATE=]DSM[,DOM] --epoch [DATE=]DSM[,DOM] … [选项]\n"
+    "  由航测数据建立工程。DIR 须不存在或为空；栅格留在原处，除非给出 --copy。\n"
+    "  --epoch           一期数据：日期（如 2024-05-18，不给出时由文件推断）、表面模型、正射影像；\n"
+    "                    文件夹表示其中的全部栅格（分幅）\n"
+    "  --centerline      管道中心线，GDAL 能读取的任意矢量格式；CSV 为依次排列的点\n"
+    "  --layer           中心线所在的图层\n"
+    "  --turn            管道方向与文件中的方向相反\n"
+    "  --start           起点里程，如 K12+500 或 12.5（公里），默认为 0\n"
+    "  --posts           已知里程的点（name、km），用以推算里程\n"
+    "  --station-length  站段长度，米，默认 250\n"
+    "  --half-width      站段向中心线两侧的宽度，米，默认 100\n"
+    "  --stations        站段由该文件中的面给出\n"
+    "  --points          特殊点文件，可多次给出\n"
+    "  --areas           特殊面文件，可多次给出\n"
+    "  --high-consequence  高后果区文件，可多次给出\n"
+    "  --crs             工程坐标系（以米为单位的投影坐标系），也用于没有坐标系的矢量文件\n"
+    "  --name            工程名称\n"
+    "  --copy            将栅格复制到工程文件夹\n"
+    "  --quiet           不显示进度\n";
+
+const OptionTable kTable{{"--centerline", "--layer", "--start", "--posts", "--station-length", "--half-width",
+                          "--stations", "--crs", "--name"},
+                         {"--turn", "--copy", "--quiet", "--help"},
+                         1,
+                         {"--epoch", "--points", "--areas", "--high-consequence"}};
+
+struct Task {
+    QString folder;
+    NewProject wish;
+    bool quiet = false;
+};
+
+QString valueOf(const Options& options, const char* name) {
+    return QString::fromStdString(options.value(name));
+}
+
+Parsed<std::optional<CenterlineSource>> readCenterlineOptions(const Options& options) {
+    if (!options.has("--centerline")) {
+        for (const char* name :
+             {"--layer", "--turn", "--start", "--posts", "--station-length", "--half-width"}) {
+            if (options.has(name)) {
+                return wrongUse(std::string(name) + " 只能与 --centerline 一起给出");
+            }
+        }
+        return std::nullopt;
+    }
+    if (options.has("--start") && options.has("--posts")) {
+        return wrongUse("--start 和 --posts 只能给出一个");
+    }
+    CenterlineSource source{valueOf(options, "--centerline"),
+                            valueOf(options, "--layer"),
+                            valueOf(options, "--crs"),
+                            options.has("--turn"),
+                            0.0,
+                            valueOf(options, "--posts")};
+    if (options.has("--start")) {
+        const auto start = inspection::chainageOf(valueOf(options, "--start"));
+        if (!start) {
+            return wrongUse("--start 的值必须是里程：" + options.value("--start"));
+        }
+        source.startMetres = *start;
+    }
+    return source;
+}
+
+/// The option's metres, `otherwise` without it.
+Parsed<double> metres(const Options& options, const char* name, double otherwise) {
+    if (!options.has(name)) {
+        return otherwise;
+    }
+    const auto number = commandline::parseNumber(options.value(name));
+    if (!number || *number <= 0.0) {
+        return wrongUse(std::string(name) + " 的值必须是正数：" + options.value(name));
+    }
+    return *number;
+}
+
+void addObjects(const Options& options, const char* name, KV_ObjectType type, NewProject& wish) {
+    for (const std::string& file : options.all(name)) {
+        wish.objects.push_back({QString::fromStdString(file), type, valueOf(options, "--crs"), {}});
+    }
+}
+
+Parsed<Task> readTask(const Options& options) {
+    if (options.positional.empty()) {
+        return wrongUse("缺少工程文件夹");
+    }
+    Task task{QString::fromStdString(options.positional.front()), {}, options.has("--quiet")};
+    NewProject& wish = task.wish;
+    for (const std::string& text : options.all("--epoch")) {
+        wish.epochs.push_back(inspection::epochOf(QString::fromStdString(text)));
+    }
+    if (wish.epochs.size() < 2) {
+        return wrongUse("至少需要两个 --epoch");
+    }
+    auto centerline = readCenterlineOptions(options);
+    const auto length = metres(options, "--station-length", wish.stations.lengthMetres);
+    const auto halfWidth = metres(options, "--half-width", wish.stations.halfWidthMetres);
+    for (const auto* number : {&length, &halfWidth}) {
+        if (!*number) {
+            return wrongUse(number->error().message);
+        }
+    }
+    if (!centerline) {
+        return wrongUse(centerline.error().message);
+    }
+    wish.centerline = *std::move(centerline);
+    wish.stations = {*length, *halfWidth, valueOf(options, "--stations")};
+    addObjects(options, "--points", KV_SPECIAL_POINT, wish);
+    addObjects(options, "--areas", KV_SPECIAL_AREA, wish);
+    addObjects(options, "--high-consequence", KV_HIGH_CONSEQUENCE_AREA, wish);
+    wish.crs = valueOf(options, "--crs");
+    wish.name = valueOf(options, "--name");
+    wish.copiesFiles = options.has("--copy");
+    return task;
+}
+
+void printImports(const ProjectPlan& plan, const std::vector<inspection::SpecialObjectImport>& imports) {
+    for (std::size_t i = 0; i < imports.size(); ++i) {
+        for (const QStringList& lines : {imports[i].notes, imports[i].refusals}) {
+            for (const QString& line : lines) {
+                std::fprintf(stderr, "corridor %s: %s\n", kCommand, qUtf8Printable(line));
+            }
+        }
+        std::printf("导入 %d 个%s，拒绝 %lld 行\n", imports[i].stored,
+                    qUtf8Printable(inspection::specialObjectTitle(plan.objects[i].type)),
+                    static_cast<long long>(imports[i].refusals.size()));
+    }
+}
+
+void printSummary(const ProjectPlan& plan, const QString& folder) {
+    for (const inspection::PlannedEpoch& epoch : plan.surveys.epochs) {
+        std::printf("%s  %s\n", epoch.date.isEmpty() ? "日期未知" : qUtf8Printable(epoch.date),
+                    qUtf8Printable(epoch.surface.files.join(QStringLiteral("、"))));
+    }
+    if (plan.centerline) {
+        std::printf("中心线 %.3f 公里\n", plan.centerline->lengthMetres() / 1000.0);
+    }
+    std::printf("建立工程 %s：%s，%zu 个站段\n", qUtf8Printable(folder), qUtf8Printable(plan.name),
+                plan.stations.size());
+}
+
+int create(const Task& task) {
+    const auto plan = inspection::planProject(task.wish);
+    if (!plan) {
+        return fail(kCommand, plan.error());
+    }
+    inspection::Result<inspection::CreatedProject> created = inspection::cancelled();
+    {
+        const StopOnSignal stopOnSignal;
+        ProgressLine line("建立工程", task.quiet);
+        created = inspection::createProject(task.folder, *plan, [&](double fraction) {
+            line.show(fraction);
+            return !stopOnSignal.asked();
+        });
+    }
+    if (!created) {
+        return fail(kCommand, created.error());
+    }
+    printSummary(*plan, task.folder);
+    printImports(*plan, created->imports);
+    return kStatusDone;
+}
+
+} // namespace
+
+int runCreateProject(const std::vector<std::string>& arguments) {
+    const auto options = beginCommand(kCommand, kUsage, arguments, kTable);
+    if (!options) {
+        return options.error();
+    }
+    const auto task = readTask(*options);
+    if (!task) {
+        return fail(kCommand, kStatusWrongUse, task.error().message);
+    }
+    int count = 0;
+    const QCoreApplication application(count, nullptr);
+    return create(*task);
+}
+
+} // namespace cli

@@ -1,0 +1,185 @@
+#include "workbench/inspectiondata/creation/CreateProject.h"
+
+#include "workbench/inspectiondata/creation/CenterlineFile.h"
+#include "workbench/inspectiondata/creation/ProjectRasters.h"
+#include "workbench/inspectiondata/database/PipelineDatabase.h"
+#include "workbench/inspectiondata/project/ProjectFile.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QTemporaryDir>
+
+#include <cstdio>
+
+namespace inspection {
+
+namespace {
+
+Status checkFolder(const QString& folder) {
+    const QFileInfo info(folder);
+    if (info.exists() && !info.isDir()) {
+        return fileFailure(folder, "is a file", "是文件，不是文件夹");
+    }
+    if (info.exists() && !QDir(folder).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot)) {
+        return fileFailure(folder, "is not empty", "文件夹不是空的");
+    }
+    if (!QDir().mkpath(info.absolutePath())) {
+        return fileFailure(info.absolutePath(), "cannot be created", "无法创建文件夹");
+    }
+    return {};
+}
+
+/// A hidden folder beside the project's, which becomes the project's; removed with all in it when it does not.
+class FolderInTheMaking {
+public:
+    explicit FolderInTheMaking(const QString& target)
+        : m_target(target),
+          m_folder(QFileInfo(target).absolutePath() + "/." + QFileInfo(target).fileName() + "-XXXXXX") {}
+
+    bool isThere() const { return m_folder.isValid(); }
+    QString path() const { return m_folder.path(); }
+
+    /// At once or not at all.
+    Status takePlace() {
+        QFile(m_folder.path()).setPermissions(QFile::permissions(QFileInfo(m_target).absolutePath()));
+        if (std::rename(QFile::encodeName(m_folder.path()).constData(),
+                        QFile::encodeName(m_target).constData()) != 0) {
+            return fileFailure(m_target, "cannot be created", "无法创建文件夹");
+        }
+        m_folder.setAutoRemove(false);
+        return {};
+    }
+
+private:
+    QString m_target;
+    QTemporaryDir m_folder;
+};
+
+/// Progress by the bytes that are copied; without copies there is nothing that takes long.
+CopyProgress copyProgress(const ProjectPlan& plan, const CreationProgress& progress) {
+    qint64 all = 0;
+    for (const PlannedEpoch& epoch : plan.surveys.epochs) {
+        all += plan.copiesFiles ? bytesOf(epoch) : 0;
+    }
+    return [all, done = qint64{0}, progress](qint64 bytes) mutable {
+        done += bytes;
+        return !progress || progress(all > 0 ? double(done) / double(all) : 0.0);
+    };
+}
+
+Result<std::vector<SpecialObjectImport>> importObjects(const ProjectDescription& project,
+                                                       const std::vector<SpecialObjectFile>& objects,
+                                                       const CreationProgress& progress) {
+    std::vector<SpecialObjectImport> imports;
+    if (objects.empty()) {
+        return imports;
+    }
+    const auto database = PipelineDatabase::open(project, Project::Access::Exclusive);
+    if (!database) {
+        return failed(database);
+    }
+    for (SpecialObjectFile file : objects) {
+        file.crs = file.crs.isEmpty() ? project.crs : file.crs;
+        auto imported = importSpecialObjects(project, file, false, *(*database)->GetMySQL(),
+                                             [&](double) { return !progress || progress(1.0); });
+        if (!imported) {
+            return failed(imported);
+        }
+        imports.push_back(*std::move(imported));
+    }
+    return imports;
+}
+
+Result<ProjectDescription> writeProject(const QString& folder, const ProjectPlan& plan,
+                                        const CreationProgress& progress) {
+    ProjectDescription project;
+    project.folder = folder;
+    project.name = plan.name;
+    project.crs = definitionOf(plan.surveys.reference);
+    project.centerline = folder + QStringLiteral("/centerline.gpkg");
+    const CopyProgress copied = copyProgress(plan, progress);
+    int number = 0;
+    for (const PlannedEpoch& epoch : plan.surveys.epochs) {
+        auto placed = placeRasters(folder, ++number, epoch, plan.copiesFiles, copied);
+        if (!placed) {
+            return failed(placed);
+        }
+        project.epochs.push_back(*std::move(placed));
+    }
+    if (auto done =
+            writeCenterlineFile(project.centerline, plan.surveys.reference, plan.centerline, plan.stations);
+        !done) {
+        return failed(done);
+    }
+    if (auto done = writeProjectFile(project); !done) {
+        return failed(done);
+    }
+    return project;
+}
+
+bool holds(const ProjectDescription& project, const RasterPair& rasters) {
+    const auto path = [](const QString& file) {
+        return file.isEmpty() ? file : QFileInfo(file).absoluteFilePath();
+    };
+    return project.oldEpoch().dsm == path(rasters.oldDsm) && project.newEpoch().dsm == path(rasters.newDsm) &&
+           project.oldEpoch().dom == path(rasters.oldDom) && project.newEpoch().dom == path(rasters.newDom);
+}
+
+} // namespace
+
+Result<CreatedProject> createProject(const QString& folder, const ProjectPlan& plan,
+                                     const CreationProgress& progress) {
+    const QString target = QDir::cleanPath(QDir(folder).absolutePath());
+    if (auto done = checkFolder(target); !done) {
+        return failed(done);
+    }
+    FolderInTheMaking making(target);
+    if (!making.isThere()) {
+        return fileFailure(target, "cannot be created, its folder cannot be written",
+                           "无法创建文件夹，上级文件夹不可写");
+    }
+    const auto written = writeProject(making.path(), plan, progress);
+    if (!written) {
+        return failed(written);
+    }
+    auto imports = importObjects(*written, plan.objects, progress);
+    if (!imports) {
+        return failed(imports);
+    }
+    if (progress && !progress(1.0)) {
+        return cancelled();
+    }
+    if (auto done = making.takePlace(); !done) {
+        return failed(done);
+    }
+    auto project = Project::open(target);
+    if (!project) {
+        return failed(project);
+    }
+    return CreatedProject{*std::move(project), *std::move(imports)};
+}
+
+Result<Project> openOrCreateProject(const QString& folder, const RasterPair& rasters) {
+    if (QFileInfo::exists(projectFile(folder))) {
+        auto project = Project::open(folder);
+        if (project && !holds(project->description(), rasters)) {
+            return fileFailure(folder, "the folder already holds a project of other rasters",
+                               "该文件夹中已有其他数据的工程");
+        }
+        return project;
+    }
+    NewProject wish;
+    wish.epochs = {{{}, rasters.oldDsm, rasters.oldDom}, {{}, rasters.newDsm, rasters.newDom}};
+    wish.isInOrder = true;
+    const auto plan = planProject(wish);
+    if (!plan) {
+        return failed(plan);
+    }
+    auto created = createProject(folder, *plan);
+    if (!created) {
+        return failed(created);
+    }
+    return std::move(created->project);
+}
+
+} // namespace inspection

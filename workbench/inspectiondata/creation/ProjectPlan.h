@@ -1,0 +1,78 @@
+#pragma once
+
+#include "host/Export.h"
+#include "workbench/inspectiondata/creation/Centerline.h"
+#include "workbench/inspectiondata/creation/Stretches.h"
+#include "workbench/inspectiondata/creation/SurveyRaster.h"
+#include "workbench/inspectiondata/database/SpecialObjectFile.h"
+
+#include <optional>
+#include <vector>
+
+/// What a new project is to be: asked for, and then worked out. Nothing is written here.
+namespace inspection {
+
+/// A survey flight as the user names it. A folder stands for all rasters in it.
+struct NewEpoch {
+    QString date;    ///< ISO; guessed from the rasters when empty
+    QString surface; ///< surface model
+    QString picture; ///< orthophoto, empty when there is none
+};
+
+/// How the stations of a project are laid out.
+struct StationLayout {
+    double lengthMetres = 250.0;
+    double halfWidthMetres = 100.0;
+    QString file; ///< polygons to take instead
+};
+
+struct NewProject {
+    QString name; ///< made of the epochs when empty
+    QString crs;  ///< projected reference system; found from the oldest surface model when empty
+    std::vector<NewEpoch> epochs;
+    std::optional<CenterlineSource> centerline;
+    StationLayout stations;
+    std::vector<SpecialObjectFile>
+        objects;              ///< points, areas and high-consequence areas to bring in; `crs` may be empty
+    bool copiesFiles = false; ///< rasters come into the folder; otherwise they stay where they are
+    bool isInOrder =
+        false; ///< the epochs come oldest first; guessed dates that say otherwise are not believed
+};
+
+struct PlannedEpoch {
+    QString date;
+    bool isDateGuessed = false;
+    SurveyRaster surface;
+    std::optional<SurveyRaster> picture;
+};
+
+/// The epochs of a project with what they have in common.
+struct PlannedEpochs {
+    std::vector<PlannedEpoch> epochs; ///< oldest first; as they were given where one has no date
+    OGRSpatialReference reference;    ///< the project's
+    detect::Box overlap;              ///< of all surface models, in it
+};
+
+struct ProjectPlan {
+    QString name;
+    PlannedEpochs surveys;
+    std::optional<Centerline> centerline;
+    std::vector<Stretch> stations;
+    std::vector<SpecialObjectFile> objects;
+    bool copiesFiles = false;
+};
+
+/// Fails for fewer than two epochs, one that cannot be read or is no surface model, two of the same date (guessed ones
+/// are left out then), reference systems that do not go together, and epochs without a common area. May read a few cells of each raster.
+INSPECTIONDATA_API Result<PlannedEpochs> planEpochs(const NewProject& wish);
+
+/// The stations of a project: along the centre line, from a file, or over the overlap. Fails where none has data in all
+/// epochs: then the line lies far from them.
+INSPECTIONDATA_API Result<std::vector<Stretch>> planStations(const NewProject& wish,
+                                                             const PlannedEpochs& surveys,
+                                                             const std::optional<Centerline>& centerline);
+
+/// Everything one after the other.
+INSPECTIONDATA_API Result<ProjectPlan> planProject(const NewProject& wish);
+
+} // namespace inspection

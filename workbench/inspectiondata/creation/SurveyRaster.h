@@ -1,0 +1,31 @@
+#pragma once
+
+#include "host/Export.h"
+#include "workbench/inspectiondata/project/Georeference.h"
+#include "workbench/inspectiondata/project/Result.h"
+
+#include <QStringList>
+
+namespace inspection {
+
+/// What a surface model or an orthophoto says about itself: one file, or the tiles of a mosaic.
+struct SurveyRaster {
+    QStringList files; ///< absolute, at least one
+    OGRSpatialReference reference;
+    detect::Box box;         ///< around all tiles, in the reference system
+    double cells = 0.0;      ///< of all tiles together
+    double cellWidth = 0.0;  ///< units of the reference system, of the first tile
+    double cellHeight = 0.0; ///< the same, down a column
+    bool isPicture = false;  ///< three or more bands of bytes: colours and no heights
+    QString date;            ///< ISO date of the flight as name or tags tell it, empty when they do not
+};
+
+/// Reads the head of a raster, or of all rasters in a folder as the tiles of one mosaic. Fails for what is no
+/// raster, has no reference system or no place in it, and for tiles of different reference systems or kinds.
+INSPECTIONDATA_API Result<SurveyRaster> surveyRaster(const QString& fileOrFolder);
+
+/// The flight date in a file's name or else in that of its folder or the one around it: "20240518", "2024-05-18",
+/// "2024_5_18" or "2024年5月18日"; ISO, empty when there is none.
+INSPECTIONDATA_API QString dateInName(const QString& path);
+
+} // namespace inspection
