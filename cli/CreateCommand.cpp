@@ -10,6 +10,7 @@
 #include <QCoreApplication>
 #include <QFileInfo>
 
+#include <algorithm>
 #include <cstdio>
 
 namespace cli {
@@ -37,6 +38,8 @@ constexpr auto kUsage =
     "  --points          特殊点文件，可多次给出\n"
     "  --areas           特殊面文件，可多次给出\n"
     "  --high-consequence  高后果区文件，可多次给出\n"
+    "  --heights         一期的高程系统，DATE=ellipsoid 或 DATE=EPSG:5773，可多次给出；\n"
+    "                    不同的高程系统在有换算格网时换算到最早一期的系统\n"
     "  --crs             工程坐标系（以米为单位的投影坐标系），也用于没有坐标系的矢量文件\n"
     "  --name            工程名称\n"
     "  --copy            将栅格复制到工程文件夹\n"
@@ -46,7 +49,7 @@ const OptionTable kTable{{"--centerline", "--layer", "--start", "--posts", "--st
                           "--stations", "--crs", "--name"},
                          {"--turn", "--copy", "--quiet", "--help"},
                          1,
-                         {"--epoch", "--points", "--areas", "--high-consequence"}};
+                         {"--epoch", "--heights", "--points", "--areas", "--high-consequence"}};
 
 struct Task {
     QString folder;
@@ -105,6 +108,22 @@ void addObjects(const Options& options, const char* name, KV_ObjectType type, Ne
     }
 }
 
+/// Puts the systems with the epochs; what is wrong, when it is.
+std::optional<std::string> readHeights(const Options& options, NewProject& wish) {
+    for (const std::string& text : options.all("--heights")) {
+        const QString given = QString::fromStdString(text);
+        const QString date = given.section('=', 0, 0);
+        const auto epoch =
+            std::find_if(wish.epochs.begin(), wish.epochs.end(),
+                         [&date](const inspection::NewEpoch& one) { return one.date == date; });
+        if (epoch == wish.epochs.end() || !given.contains('=')) {
+            return "--heights 的值应为 DATE=高程系统，DATE 是 --epoch 中给出的日期：" + text;
+        }
+        epoch->heights = given.section('=', 1);
+    }
+    return std::nullopt;
+}
+
 Parsed<Task> readTask(const Options& options) {
     if (options.positional.empty()) {
         return wrongUse("缺少工程文件夹");
@@ -116,6 +135,9 @@ Parsed<Task> readTask(const Options& options) {
     }
     if (wish.epochs.size() < 2) {
         return wrongUse("至少需要两个 --epoch");
+    }
+    if (auto wrong = readHeights(options, wish)) {
+        return wrongUse(*wrong);
     }
     auto centerline = readCenterlineOptions(options);
     const auto length = metres(options, "--station-length", wish.stations.lengthMetres);
@@ -156,6 +178,9 @@ void printSummary(const ProjectPlan& plan, const QString& folder) {
     for (const inspection::PlannedEpoch& epoch : plan.surveys.epochs) {
         std::printf("%s  %s\n", epoch.date.isEmpty() ? "日期未知" : qUtf8Printable(epoch.date),
                     qUtf8Printable(epoch.surface.files.join(QStringLiteral("、"))));
+    }
+    for (const QString& note : plan.surveys.notes) {
+        std::fprintf(stderr, "corridor %s: %s\n", kCommand, qUtf8Printable(note));
     }
     if (plan.centerline) {
         std::printf("中心线 %.3f 公里\n", plan.centerline->lengthMetres() / 1000.0);

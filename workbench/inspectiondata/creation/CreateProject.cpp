@@ -9,6 +9,7 @@
 #include <QFileInfo>
 #include <QTemporaryDir>
 
+#include <algorithm>
 #include <cstdio>
 
 namespace inspection {
@@ -55,15 +56,15 @@ private:
     QTemporaryDir m_folder;
 };
 
-/// Progress by the bytes that are copied; without copies there is nothing that takes long.
-CopyProgress copyProgress(const ProjectPlan& plan, const CreationProgress& progress) {
-    qint64 all = 0;
+/// Progress by the files that have to be made; without them there is nothing that takes long.
+WorkProgress workProgress(const ProjectPlan& plan, const CreationProgress& progress) {
+    double all = 0.0;
     for (const PlannedEpoch& epoch : plan.surveys.epochs) {
-        all += plan.copiesFiles ? bytesOf(epoch) : 0;
+        all += workOf(epoch, plan.copiesFiles);
     }
-    return [all, done = qint64{0}, progress](qint64 bytes) mutable {
-        done += bytes;
-        return !progress || progress(all > 0 ? double(done) / double(all) : 0.0);
+    return [all, done = 0.0, progress](double work) mutable {
+        done += work;
+        return !progress || progress(all > 0.0 ? std::min(1.0, done / all) : 0.0);
     };
 }
 
@@ -97,10 +98,10 @@ Result<ProjectDescription> writeProject(const QString& folder, const ProjectPlan
     project.name = plan.name;
     project.crs = definitionOf(plan.surveys.reference);
     project.centerline = folder + QStringLiteral("/centerline.gpkg");
-    const CopyProgress copied = copyProgress(plan, progress);
+    const WorkProgress worked = workProgress(plan, progress);
     int number = 0;
     for (const PlannedEpoch& epoch : plan.surveys.epochs) {
-        auto placed = placeRasters(folder, ++number, epoch, plan.copiesFiles, copied);
+        auto placed = placeRasters(folder, ++number, epoch, plan.copiesFiles, worked);
         if (!placed) {
             return failed(placed);
         }

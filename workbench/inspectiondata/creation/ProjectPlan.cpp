@@ -1,5 +1,6 @@
 #include "workbench/inspectiondata/creation/ProjectPlan.h"
 
+#include "workbench/inspectiondata/creation/HeightSystem.h"
 #include "workbench/inspectiondata/creation/SurveyMosaic.h"
 
 #include <QDate>
@@ -40,6 +41,14 @@ Result<PlannedEpoch> planEpoch(const NewEpoch& epoch) {
     auto date = dateOf(epoch, *surface);
     if (!date) {
         return failed(date);
+    }
+    if (!epoch.heights.isEmpty()) {
+        const auto heights = heightSystem(epoch.heights);
+        if (!heights) {
+            return refused('"' + epoch.heights + "\" is no height system",
+                           QStringLiteral("“%1”不是高程系统").arg(epoch.heights));
+        }
+        surface->heights = *heights;
     }
     PlannedEpoch planned{*std::move(date), epoch.date.isEmpty(), *std::move(surface), std::nullopt};
     if (!epoch.picture.isEmpty()) {
@@ -107,7 +116,7 @@ Result<OGRSpatialReference> projectReference(const QString& wished, const Survey
             return refused('"' + wished + "\" is no projected reference system in metres",
                            QStringLiteral("“%1”不是以米为单位的投影坐标系").arg(wished));
         }
-        return *reference;
+        return planeOf(*reference);
     }
     if (isMetricPlane(surface.reference)) {
         return surface.reference;
@@ -138,6 +147,31 @@ Result<detect::Box> overlapOf(const std::vector<PlannedEpoch>& epochs, const OGR
         }
     }
     return overlap;
+}
+
+/// Heights of different systems are not compared without a word.
+void planHeights(PlannedEpochs& surveys) {
+    const auto isKnown = [](const PlannedEpoch& epoch) { return !epoch.surface.heights.isEmpty(); };
+    const auto first = std::find_if(surveys.epochs.begin(), surveys.epochs.end(), isKnown);
+    if (first == surveys.epochs.end()) {
+        return;
+    }
+    const QString target = first->surface.heights;
+    for (PlannedEpoch& epoch : surveys.epochs) {
+        const QString& own = epoch.surface.heights;
+        const QString& file = epoch.surface.files.front();
+        if (own.isEmpty()) {
+            surveys.notes
+                << QStringLiteral("%1：高程系统未知，按 %2 处理").arg(file, heightSystemTitle(target));
+        } else if (own != target && canConvertHeights(epoch.surface, own, target)) {
+            epoch.convertedHeights = target;
+            surveys.notes << QStringLiteral("%1：高程由 %2 换算到 %3")
+                                 .arg(file, heightSystemTitle(own), heightSystemTitle(target));
+        } else if (own != target) {
+            surveys.notes << QStringLiteral("%1：高程系统是 %2，其他期是 %3，缺少换算格网，未作换算")
+                                 .arg(file, heightSystemTitle(own), heightSystemTitle(target));
+        }
+    }
 }
 
 /// Places with heights in every epoch.
@@ -235,6 +269,7 @@ Result<PlannedEpochs> planEpochs(const NewProject& wish) {
         return failed(overlap);
     }
     surveys.overlap = *overlap;
+    planHeights(surveys);
     return surveys;
 }
 

@@ -17,6 +17,8 @@ struct NewEpoch {
     QString date;    ///< ISO; guessed from the rasters when empty
     QString surface; ///< surface model
     QString picture; ///< orthophoto, empty when there is none
+    QString
+        heights{}; ///< what the heights count from, as heightSystem() takes it; as the file says when empty
 };
 
 /// How the stations of a project are laid out.
@@ -44,6 +46,7 @@ struct PlannedEpoch {
     bool isDateGuessed = false;
     SurveyRaster surface;
     std::optional<SurveyRaster> picture;
+    QString convertedHeights{}; ///< the system to bring the heights to; empty when they stay as they are
 };
 
 /// The epochs of a project with what they have in common.
@@ -51,6 +54,7 @@ struct PlannedEpochs {
     std::vector<PlannedEpoch> epochs; ///< oldest first; as they were given where one has no date
     OGRSpatialReference reference;    ///< the project's
     detect::Box overlap;              ///< of all surface models, in it
+    QStringList notes;                ///< what the user should know, Chinese lines
 };
 
 struct ProjectPlan {

@@ -1,6 +1,7 @@
 #include "workbench/inspectiondata/creation/ProjectRasters.h"
 
 #include "detect/GdalErrors.h"
+#include "workbench/inspectiondata/creation/HeightSystem.h"
 #include "workbench/inspectiondata/creation/SurveyMosaic.h"
 
 #include <QDir>
@@ -32,7 +33,7 @@ QStringList companionsOf(const QString& raster) {
     return files;
 }
 
-Status copyFile(const QString& from, const QString& to, const CopyProgress& progress) {
+Status copyFile(const QString& from, const QString& to, const WorkProgress& progress) {
     QFile source(from);
     QFile target(to);
     if (!source.open(QIODevice::ReadOnly)) {
@@ -49,7 +50,7 @@ Status copyFile(const QString& from, const QString& to, const CopyProgress& prog
         if (target.write(part) != part.size() || !target.flush()) {
             return fileFailure(to, "cannot be written: " + target.errorString(), "无法写入，磁盘可能已满");
         }
-        if (!progress(part.size())) {
+        if (!progress(double(part.size()))) {
             return cancelled();
         }
     }
@@ -57,7 +58,7 @@ Status copyFile(const QString& from, const QString& to, const CopyProgress& prog
 }
 
 /// The copies of the raster's tiles; no two of them may have one name.
-Result<QStringList> copyTiles(const QStringList& tiles, const QString& folder, const CopyProgress& progress) {
+Result<QStringList> copyTiles(const QStringList& tiles, const QString& folder, const WorkProgress& progress) {
     if (!QDir().mkpath(folder)) {
         return fileFailure(folder, "cannot be created", "无法创建文件夹");
     }
@@ -75,7 +76,7 @@ Result<QStringList> copyTiles(const QStringList& tiles, const QString& folder, c
 
 /// The file that stands for the raster.
 Result<QString> placeRaster(const QString& folder, const QString& name, SurveyRaster raster, bool copies,
-                            const CopyProgress& progress) {
+                            const WorkProgress& progress) {
     if (copies) {
         auto copied = copyTiles(raster.files, folder + '/' + name, progress);
         if (!copied) {
@@ -96,25 +97,53 @@ Result<QString> placeRaster(const QString& folder, const QString& name, SurveyRa
     return file;
 }
 
+/// The surface model with its heights in the project's system.
+Result<QString> placeConverted(const QString& folder, const PlannedEpoch& epoch,
+                               const WorkProgress& progress) {
+    const QString file = folder + QStringLiteral("/dsm.tif");
+    if (!QDir().mkpath(folder)) {
+        return fileFailure(folder, "cannot be created", "无法创建文件夹");
+    }
+    PlannedEpoch alone = epoch;
+    alone.picture.reset();
+    const double work = workOf(alone, false);
+    double done = 0.0;
+    const auto written = writeConvertedHeights(epoch.surface, epoch.surface.heights, epoch.convertedHeights,
+                                               file, [&](double fraction) {
+                                                   const double step = fraction * work - done;
+                                                   done += step;
+                                                   return progress(step);
+                                               });
+    if (!written) {
+        return failed(written);
+    }
+    return file;
+}
+
 } // namespace
 
-qint64 bytesOf(const PlannedEpoch& epoch) {
-    qint64 bytes = 0;
+double workOf(const PlannedEpoch& epoch, bool copies) {
+    constexpr double kBytesOfCell = 4.0;
+    double work = epoch.convertedHeights.isEmpty() ? 0.0 : kBytesOfCell * epoch.surface.cells;
     for (const SurveyRaster* raster : {&epoch.surface, epoch.picture ? &*epoch.picture : nullptr}) {
-        for (const QString& tile : raster ? raster->files : QStringList()) {
+        const bool copied =
+            copies && raster && (raster != &epoch.surface || epoch.convertedHeights.isEmpty());
+        for (const QString& tile : copied ? raster->files : QStringList()) {
             for (const QString& file : companionsOf(tile)) {
-                bytes += QFileInfo(file).size();
+                work += double(QFileInfo(file).size());
             }
         }
     }
-    return bytes;
+    return work;
 }
 
 Result<Epoch> placeRasters(const QString& folder, int number, const PlannedEpoch& epoch, bool copies,
-                           const CopyProgress& progress) {
+                           const WorkProgress& progress) {
     const QString own =
         folder + QStringLiteral("/epochs/") + (epoch.date.isEmpty() ? QString::number(number) : epoch.date);
-    const auto surface = placeRaster(own, QStringLiteral("dsm"), epoch.surface, copies, progress);
+    const auto surface = epoch.convertedHeights.isEmpty()
+                             ? placeRaster(own, QStringLiteral("dsm"), epoch.surface, copies, progress)
+                             : placeConverted(own, epoch, progress);
     if (!surface) {
         return failed(surface);
     }

@@ -3,17 +3,20 @@
 #include "workbench/inspectiondata/creation/ProjectPlan.h"
 #include "workbench/inspectiondata/project/ProjectDescription.h"
 
+#include <functional>
+
 namespace inspection {
 
-/// Told of bytes that were copied; false ends the work.
-using CopyProgress = std::function<bool(qint64 bytes)>;
+/// Told of cells and bytes that were dealt with, in a unit of its own; false ends the work.
+using WorkProgress = std::function<bool(double work)>;
 
-/// Bytes of all files that belong to the epoch's rasters.
-qint64 bytesOf(const PlannedEpoch& epoch);
+/// How much work it is to place the epoch's rasters, in the unit of the progress.
+double workOf(const PlannedEpoch& epoch, bool copies);
 
-/// The epoch as project.json names it. Rasters are copied to epochs/<date or number>/ of the folder when that is asked
-/// for; the tiles of a mosaic become a virtual raster there. On failure, or the user's stop, some files may be there.
+/// The epoch as project.json names it. What has to be made comes to epochs/<date or number>/ of the folder: copies where
+/// they are asked for, the tiles of a mosaic as a virtual raster, heights of another system as a raster in the project's.
+/// On failure, or the user's stop, some files may be there.
 Result<Epoch> placeRasters(const QString& folder, int number, const PlannedEpoch& epoch, bool copies,
-                           const CopyProgress& progress);
+                           const WorkProgress& progress);
 
 } // namespace inspection

@@ -1,6 +1,7 @@
 #include "workbench/inspectiondata/creation/SurveyRaster.h"
 
 #include "detect/GdalErrors.h"
+#include "workbench/inspectiondata/creation/HeightSystem.h"
 
 #include <QDate>
 #include <QDir>
@@ -77,8 +78,8 @@ Result<SurveyRaster> readHead(const QString& file) {
     }
     SurveyRaster head;
     head.files << QFileInfo(file).absoluteFilePath();
-    head.reference = *reference;
-    head.reference.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
+    head.reference = planeOf(*reference);
+    head.heights = heightSystemOf(*reference);
     head.box = boxOf(transform, raster->GetRasterXSize(), raster->GetRasterYSize());
     head.cells = double(raster->GetRasterXSize()) * raster->GetRasterYSize();
     head.cellWidth = std::hypot(transform[1], transform[4]);
@@ -107,7 +108,7 @@ QStringList rastersIn(const QString& folder) {
 
 Status addTile(SurveyRaster& mosaic, const SurveyRaster& tile) {
     const QString& file = tile.files.front();
-    if (!sameReference(mosaic.reference, tile.reference)) {
+    if (!sameReference(mosaic.reference, tile.reference) || mosaic.heights != tile.heights) {
         return fileFailure(file, "is in another reference system than " + mosaic.files.front(),
                            QStringLiteral("坐标系与 %1 不同").arg(mosaic.files.front()));
     }
@@ -153,6 +154,14 @@ QString flightDate(const QFileInfo& file, const QString& tag) {
 }
 
 } // namespace
+
+OGRSpatialReference planeOf(const OGRSpatialReference& reference) {
+    OGRSpatialReference plane = reference;
+    plane.StripVertical();
+    plane.DemoteTo2D(nullptr);
+    plane.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
+    return plane;
+}
 
 QString dateInName(const QString& path) {
     const QStringList parts = QDir::fromNativeSeparators(path).split('/', Qt::SkipEmptyParts);

@@ -10,15 +10,19 @@ namespace inspection {
 
 /// What a surface model or an orthophoto says about itself: one file, or the tiles of a mosaic.
 struct SurveyRaster {
-    QStringList files; ///< absolute, at least one
-    OGRSpatialReference reference;
-    detect::Box box;         ///< around all tiles, in the reference system
-    double cells = 0.0;      ///< of all tiles together
-    double cellWidth = 0.0;  ///< units of the reference system, of the first tile
-    double cellHeight = 0.0; ///< the same, down a column
-    bool isPicture = false;  ///< three or more bands of bytes: colours and no heights
-    QString date;            ///< ISO date of the flight as name or tags tell it, empty when they do not
+    QStringList files;             ///< absolute, at least one
+    OGRSpatialReference reference; ///< of the plane alone
+    QString heights;               ///< what heights count from, see HeightSystem.h
+    detect::Box box;               ///< around all tiles, in the reference system
+    double cells = 0.0;            ///< of all tiles together
+    double cellWidth = 0.0;        ///< units of the reference system, of the first tile
+    double cellHeight = 0.0;       ///< the same, down a column
+    bool isPicture = false;        ///< three or more bands of bytes: colours and no heights
+    QString date;                  ///< ISO date of the flight as name or tags tell it, empty when they do not
 };
+
+/// A reference system without its heights.
+OGRSpatialReference planeOf(const OGRSpatialReference& reference);
 
 /// Reads the head of a raster, or of all rasters in a folder as the tiles of one mosaic. Fails for what is no
 /// raster, has no reference system or no place in it, and for tiles of different reference systems or kinds.
