@@ -33,7 +33,7 @@ in_order() {
 
 plugin="plugin commands anomaly special region"
 forbid "detection knows neither Qt nor the scene" 'Q[A-Z]|osg|host/|workbench/|samples/|cloud/' detect
-forbid "point clouds know detection alone" 'Q[A-Z]|osg|host/|workbench/|samples/|cli/|detect/(coregister|search|shape|raster)' cloud
+forbid "point clouds know detection alone" 'Q[A-Z]|osg|host/|workbench/|samples/|cli/|detect/(coregister|search|shape|raster|heights)' cloud
 forbid "the sample maker knows neither Qt nor the scene" 'Q[A-Z]|osg|host/|workbench/|detect/' samples
 forbid "the globe knows nothing of the product" 'Q[A-Z]|host/|workbench/|detect/|samples/|cli/' globe
 forbid "the arguments know nothing of the product" 'Q[A-Z]|osg|host/|workbench/|detect/|samples/|cli/' commandline
@@ -52,5 +52,5 @@ forbid "the viewer borrows a text from the data, and nothing else" \
 forbid "the command knows no window" 'workbench/(style|engine|viewmanager|viewer|inspection)/' cli
 in_order workbench/inspectiondata text project database compute pipeline pictures history check output
 in_order workbench/inspection scene session tree table images settings context
-in_order detect raster coregister search shape output
+in_order detect heights raster coregister search shape output
 exit $status
