@@ -18,15 +18,15 @@ Status HeightBand::read(const CellWindow& window, float* heights, std::size_t st
     for (int row = 0; row < window.rows; ++row) {
         m_coding.toMetres(heights + static_cast<std::size_t>(row) * stride, window.columns);
     }
-    return m_coding.hasMask ? hideMasked(window, heights, stride) : Status();
+    return m_maskBand ? hideMasked(window, heights, stride) : Status();
 }
 
 Status HeightBand::hideMasked(const CellWindow& window, float* heights, std::size_t stride) {
     GdalErrors errors;
     m_mask.resize(static_cast<std::size_t>(window.cells()));
     const CPLErr status =
-        m_band->GetMaskBand()->RasterIO(GF_Read, window.column, window.row, window.columns, window.rows,
-                                        m_mask.data(), window.columns, window.rows, GDT_Byte, 0, 0, nullptr);
+        m_maskBand->RasterIO(GF_Read, window.column, window.row, window.columns, window.rows, m_mask.data(),
+                             window.columns, window.rows, GDT_Byte, 0, 0, nullptr);
     if (status != CE_None || errors.any()) {
         return failureOf(m_file, "读取掩膜失败", errors.first());
     }

@@ -84,7 +84,20 @@ void hideInvalid(float* heights, int count, float noData) {
     }
 }
 
+/// GDAL takes an alpha band of whole numbers only for a mask; that of a warped surface model is of its own type.
+GDALRasterBand* alphaOf(GDALDataset& dataset) {
+    GDALRasterBand* last = dataset.GetRasterBand(dataset.GetRasterCount());
+    return last->GetColorInterpretation() == GCI_AlphaBand ? last : nullptr;
+}
+
 } // namespace
+
+GDALRasterBand* maskOf(GDALRasterBand& band) {
+    if ((band.GetMaskFlags() & GMF_PER_DATASET) != 0) {
+        return band.GetMaskBand();
+    }
+    return band.GetDataset() ? alphaOf(*band.GetDataset()) : nullptr;
+}
 
 HeightCoding HeightCoding::of(GDALRasterBand& band) {
     HeightCoding coding;
@@ -97,7 +110,7 @@ HeightCoding HeightCoding::of(GDALRasterBand& band) {
     const double metres = metresPerHeightUnit(band);
     coding.metresPerUnit = static_cast<float>(band.GetScale() * metres);
     coding.offsetMetres = static_cast<float>(band.GetOffset() * metres);
-    coding.hasMask = (band.GetMaskFlags() & (GMF_PER_DATASET | GMF_ALPHA)) != 0;
+    coding.hasMask = maskOf(band) != nullptr;
     return coding;
 }
 

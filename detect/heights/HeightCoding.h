@@ -21,13 +21,16 @@ struct HeightCoding {
     static HeightCoding of(GDALRasterBand& band);
 
     bool isScaled() const { return metresPerUnit != 1.0F || offsetMetres != 0.0F; }
-    /// False when figures may be fills that whoever averages the file's cells takes for heights.
-    bool tellsHoles() const { return hasNoData || hasMask; }
+    /// GDAL leaves the holes out of means that it makes of the figures. Of masks it keeps no good overviews.
+    bool declaresHoles() const { return hasNoData && !hasMask; }
 
     /// Turns figures, as GDAL converts them to Float32, into metres: NaN for the no-data value, the usual fills
     /// when none is declared, NaN, infinities, and what no place on Earth has (below -12000, above 30000 metres).
     /// The mask is not looked at.
     void toMetres(float* figures, int count) const;
 };
+
+/// The mask or the alpha band that tells where `band` has heights, not zero there; null when there is none.
+GDALRasterBand* maskOf(GDALRasterBand& band);
 
 } // namespace detect

@@ -52,7 +52,8 @@ Result<SurfaceModel> SurfaceModel::openAgain(const RasterFacts& facts) {
     if (auto done = model.openBand(); !done) {
         return failed(done);
     }
-    model.m_heights = HeightBand(*model.m_band, facts.coding, facts.path);
+    model.m_heights = HeightBand(*model.m_band, facts.coding.hasMask ? maskOf(*model.m_band) : nullptr,
+                                 facts.coding, facts.path);
     return model;
 }
 
@@ -87,7 +88,7 @@ Status SurfaceModel::learn() {
         Grid(m_dataset->GetRasterXSize(), m_dataset->GetRasterYSize(), cellToMap, std::move(horizontal));
     m_band->GetBlockSize(&m_facts.tileColumns, &m_facts.tileRows);
     m_facts.coding = HeightCoding::of(*m_band);
-    m_heights = HeightBand(*m_band, m_facts.coding, m_facts.path);
+    m_heights = HeightBand(*m_band, maskOf(*m_band), m_facts.coding, m_facts.path);
     return {};
 }
 

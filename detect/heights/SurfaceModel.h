@@ -29,7 +29,9 @@ public:
 
     const RasterFacts& facts() const { return m_facts; }
     const Grid& grid() const { return m_facts.grid; }
+    /// Still with the file's own figures.
     GDALDataset& dataset() const { return *m_dataset; }
+    GDALRasterBand& band() const { return *m_band; }
 
     /// True when the file holds nothing for this window and says that this means no heights (sparse
     /// GeoTIFF); asks its directory only. False when the format cannot tell.
