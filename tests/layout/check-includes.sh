@@ -47,8 +47,8 @@ forbid "what is stored and computed knows neither windows nor the scene" \
     'osg[A-Z]|host/(style|engine|viewmanager|viewer)/' workbench/inspectiondata
 forbid "style, engine and view manager stand alone" 'workbench/(viewer|inspection|inspectiondata)/' \
     workbench/style workbench/engine workbench/viewmanager
-forbid "the viewer borrows a text from the data, and nothing else" \
-    'workbench/(inspection/|inspectiondata/[^t])' workbench/viewer
+forbid "the viewer borrows a text from the data and heights from detection, and nothing else" \
+    'workbench/(inspection/|inspectiondata/[^t])|detect/[^h]' workbench/viewer
 forbid "the command knows no window" 'workbench/(style|engine|viewmanager|viewer|inspection)/' cli
 in_order workbench/inspectiondata text project database compute pipeline pictures history check output
 in_order workbench/inspection scene session tree table images settings context
