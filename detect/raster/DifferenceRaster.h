@@ -1,7 +1,7 @@
 #pragma once
 
 #include "detect/StagedOutput.h"
-#include "detect/raster/Grid.h"
+#include "detect/heights/Grid.h"
 
 #include <gdal_priv.h>
 

@@ -1,13 +1,12 @@
 #pragma once
 
+#include "detect/heights/HeightCoding.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <limits>
 
 namespace detect {
-
-/// Where nothing was measured.
-constexpr float kNoHeight = std::numeric_limits<float>::quiet_NaN();
 
 /// Packed rows of heights, NaN where there is none.
 struct HeightField {

@@ -1,6 +1,6 @@
 #include "detect/raster/TileStore.h"
 
-#include "detect/raster/Grid.h"
+#include "detect/heights/Grid.h"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "detect/Detection.h"
-#include "detect/raster/Grid.h"
+#include "detect/heights/Grid.h"
 #include "detect/search/Runs.h"
 
 #include <vector>

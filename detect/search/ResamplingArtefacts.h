@@ -1,6 +1,6 @@
 #pragma once
 
-#include "detect/raster/Grid.h"
+#include "detect/heights/Grid.h"
 #include "detect/raster/HeightRange.h"
 
 #include <cstdint>

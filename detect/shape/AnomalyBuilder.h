@@ -1,6 +1,6 @@
 #pragma once
 
-#include "detect/raster/Grid.h"
+#include "detect/heights/Grid.h"
 #include "detect/search/LevelOfDetection.h"
 #include "detect/shape/AnomalyOrder.h"
 #include "detect/shape/Bodies.h"

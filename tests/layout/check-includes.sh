@@ -33,7 +33,7 @@ in_order() {
 
 plugin="plugin commands anomaly special region"
 forbid "detection knows neither Qt nor the scene" 'Q[A-Z]|osg|host/|workbench/|samples/|cloud/' detect
-forbid "point clouds know detection alone" 'Q[A-Z]|osg|host/|workbench/|samples/|cli/|detect/(coregister|search|shape|raster)' cloud
+forbid "point clouds know detection alone" 'Q[A-Z]|osg|host/|workbench/|samples/|cli/|detect/(coregister|search|shape|raster|heights)' cloud
 forbid "the sample maker knows neither Qt nor the scene" 'Q[A-Z]|osg|host/|workbench/|detect/' samples
 forbid "the globe knows nothing of the product" 'Q[A-Z]|host/|workbench/|detect/|samples/|cli/' globe
 forbid "the arguments know nothing of the product" 'Q[A-Z]|osg|host/|workbench/|detect/|samples/|cli/' commandline
@@ -47,10 +47,10 @@ forbid "what is stored and computed knows neither windows nor the scene" \
     'osg[A-Z]|host/(style|engine|viewmanager|viewer)/' workbench/inspectiondata
 forbid "style, engine and view manager stand alone" 'workbench/(viewer|inspection|inspectiondata)/' \
     workbench/style workbench/engine workbench/viewmanager
-forbid "the viewer borrows a text from the data, and nothing else" \
-    'workbench/(inspection/|inspectiondata/[^t])' workbench/viewer
+forbid "the viewer borrows a text from the data and heights from detection, and nothing else" \
+    'workbench/(inspection/|inspectiondata/[^t])|detect/[^h]' workbench/viewer
 forbid "the command knows no window" 'workbench/(style|engine|viewmanager|viewer|inspection)/' cli
 in_order workbench/inspectiondata text project database compute pipeline pictures creation history check output
 in_order workbench/inspection scene session tree table images settings context
-in_order detect raster coregister search shape output
+in_order detect heights raster coregister search shape output
 exit $status

@@ -1,15 +1,13 @@
 #include "workbench/app/ProjectLayers.h"
 
+#include "detect/heights/SurfaceModel.h"
+#include "workbench/inspectiondata/project/Georeference.h"
 #include "workbench/viewer/GlobeMap.h"
 
 #include <osgEarth/GeoData>
 #include <osgEarth/SpatialReference>
 
-#include <gdal_priv.h>
-
-#include <array>
 #include <cmath>
-#include <memory>
 
 namespace {
 
@@ -21,51 +19,36 @@ void note(QStringList& problems, const std::optional<std::string>& problem) {
     }
 }
 
-struct DatasetCloser {
-    void operator()(GDALDataset* dataset) const { GDALClose(dataset); }
-};
-using DatasetPointer = std::unique_ptr<GDALDataset, DatasetCloser>;
-
 // Centre and half diagonal of a raster on the ground.
 struct Footprint {
     osgEarth::GeoPoint centre;
     double radiusMetres = 0.0;
 };
 
-osg::Vec3d cellPosition(const std::array<double, 6>& transform, double column, double row) {
-    return {transform[0] + column * transform[1] + row * transform[2],
-            transform[3] + column * transform[4] + row * transform[5], 0.0};
-}
-
-double heightInTheMiddle(GDALDataset& raster) {
-    const int column = raster.GetRasterXSize() / 2;
-    const int row = raster.GetRasterYSize() / 2;
-    double height = 0.0;
-    if (raster.GetRasterBand(1)->RasterIO(GF_Read, column, row, 1, 1, &height, 1, 1, GDT_Float64, 0, 0) !=
-        CE_None) {
-        return 0.0;
-    }
-    constexpr double kHighestGroundMetres = 9000.0;
-    return std::abs(height) < kHighestGroundMetres ? height : 0.0;
+osg::Vec3d cellPosition(const detect::Grid& grid, double column, double row) {
+    const detect::Point map = grid.cellToMap()(column, row);
+    return {map.x, map.y, 0.0};
 }
 
 std::optional<Footprint> footprintOf(const QString& file) {
-    DatasetPointer raster(GDALDataset::Open(file.toUtf8().constData(), GDAL_OF_RASTER));
-    std::array<double, 6> transform{};
-    if (!raster || raster->GetGeoTransform(transform.data()) != CE_None) {
+    auto surface = detect::SurfaceModel::open(file.toStdString());
+    if (!surface) {
         return std::nullopt;
     }
+    const detect::Grid& grid = surface->grid();
+    const QString definition = inspection::definitionOf(grid.srs());
     const osg::ref_ptr<const osgEarth::SpatialReference> srs =
-        osgEarth::SpatialReference::get(raster->GetProjectionRef());
+        osgEarth::SpatialReference::get(definition.toStdString());
     if (!srs) {
         return std::nullopt;
     }
 
-    const double width = raster->GetRasterXSize();
-    const double height = raster->GetRasterYSize();
-    osgEarth::GeoPoint centre(srs.get(), cellPosition(transform, width / 2, height / 2));
-    const osgEarth::GeoPoint corner(srs.get(), cellPosition(transform, 0.0, 0.0));
-    centre.z() = heightInTheMiddle(*raster);
+    const double column = grid.columns() / 2.0;
+    const double row = grid.rows() / 2.0;
+    osgEarth::GeoPoint centre(srs.get(), cellPosition(grid, column, row));
+    const osgEarth::GeoPoint corner(srs.get(), cellPosition(grid, 0.0, 0.0));
+    const float height = surface->at(grid.columns() / 2, grid.rows() / 2);
+    centre.z() = std::isnan(height) ? 0.0 : double{height};
     const osgEarth::SpatialReference* geographic = srs->getGeographicSRS();
     return Footprint{centre.transform(geographic),
                      centre.transform(geographic).distanceTo(corner.transform(geographic))};

@@ -1,5 +1,7 @@
 #include "workbench/viewer/GlobeMap.h"
 
+#include "detect/heights/InMetres.h"
+
 #include <osgEarth/ElevationLayer>
 #include <osgEarth/ImageLayer>
 #include <osgEarth/Map>
@@ -98,7 +100,8 @@ std::optional<std::string> GlobeMap::addImagery(const std::string& name, const s
 }
 
 std::optional<std::string> GlobeMap::addElevation(const std::string& name, const std::string& path) {
-    return addLayer(*m_mapNode->getMap(), makeLayer<GdalElevationLayer>(name, path), path);
+    return addLayer(*m_mapNode->getMap(), makeLayer<GdalElevationLayer>(name, detect::nameInMetres(path)),
+                    path);
 }
 
 void GlobeMap::setImageryVisible(const std::string& name, bool visible) {

@@ -209,7 +209,7 @@ bool RasterBands::readHeights(GDALDataset& dataset, const CellWindow& window,
     }
     // Heights beyond anything on Earth are fill values that the file does not declare.
     std::replace_if(
-        heights.begin(), heights.end(), [](float h) { return !(std::abs(h) < 100000.0F); }, kHole);
+        heights.begin(), heights.end(), [](float h) { return !(h > -12000.0F && h < 30000.0F); }, kHole);
     return true;
 }
 

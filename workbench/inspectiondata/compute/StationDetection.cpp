@@ -61,10 +61,13 @@ std::string anomalyName(std::uint32_t stationId, std::size_t number) {
     return name.data();
 }
 
-/// Brings the raster to another reference system, tiled and compressed. `target` is absent on failure.
+/// Brings the raster to another reference system, tiled and compressed. `target` is absent on failure. Differences
+/// are metres in any system: its vertical part, which might say feet, is left out.
 Status warpRaster(const QString& source, const QString& target, const OGRSpatialReference& reference) {
     const detect::GdalErrors errors;
-    const QByteArray definition = definitionOf(reference).toUtf8();
+    OGRSpatialReference horizontal = reference;
+    horizontal.StripVertical();
+    const QByteArray definition = definitionOf(horizontal).toUtf8();
     const std::vector<const char*> arguments{
         "-t_srs", definition.constData(), "-r",  "bilinear",         "-of",  "GTiff", "-co", "TILED=YES",
         "-co",    "COMPRESS=DEFLATE",     "-co", "BIGTIFF=IF_SAFER", nullptr};

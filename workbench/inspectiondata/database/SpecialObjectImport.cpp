@@ -55,7 +55,7 @@ Status storeForAll(const ProjectDescription& project, const SpecialObjectRows& r
 
 /// Markers of imported points are to stand on the ground also after the editing tool has put them up anew.
 void putOnGround(const ProjectDescription& project, SpecialObjectRows& rows) {
-    const GroundHeights heights(project);
+    GroundHeights heights(project);
     for (const auto& record : rows.records) {
         osg::Vec3d place = record->GetCoor();
         if (record->m_type == KV_SPECIAL_POINT && place.z() == 0.0) {

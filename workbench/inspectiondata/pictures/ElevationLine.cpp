@@ -1,6 +1,7 @@
 #include "workbench/inspectiondata/pictures/ElevationLine.h"
 
-#include <gdal_priv.h>
+#include "detect/heights/SurfaceModel.h"
+
 #include <ogr_spatialref.h>
 
 #include <algorithm>
@@ -15,61 +16,39 @@ namespace {
 
 constexpr double kUnknown = std::numeric_limits<double>::quiet_NaN();
 
-struct DatasetCloser {
-    void operator()(GDALDataset* dataset) const { GDALClose(dataset); }
-};
-using DatasetHandle = std::unique_ptr<GDALDataset, DatasetCloser>;
-
-/// A surface model that is asked for single elevations in raster coordinates.
-class ElevationBand {
-public:
-    explicit ElevationBand(GDALRasterBand& band) : m_band(band) {
-        int hasNoData = 0;
-        const double noData = band.GetNoDataValue(&hasNoData);
-        m_noData = hasNoData != 0 ? noData : kUnknown;
+/// Bilinear between cell centres; (0, 0) is the upper left corner of the raster.
+double elevationAt(detect::SurfaceModel& surface, const detect::Point& place) {
+    const int columns = surface.grid().columns();
+    const int rows = surface.grid().rows();
+    const bool isInside = place.x >= 0.0 && place.y >= 0.0 && place.x <= columns && place.y <= rows;
+    if (!isInside || columns < 2 || rows < 2) {
+        return kUnknown;
     }
-
-    /// Bilinear between cell centres; (0, 0) is the upper left corner of the raster.
-    double at(double column, double row) const {
-        if (column < 0.0 || row < 0.0 || column > m_band.GetXSize() || row > m_band.GetYSize() ||
-            m_band.GetXSize() < 2 || m_band.GetYSize() < 2) {
-            return kUnknown;
-        }
-        const double x = std::clamp(column - 0.5, 0.0, m_band.GetXSize() - 1.0);
-        const double y = std::clamp(row - 0.5, 0.0, m_band.GetYSize() - 1.0);
-        const int left = std::min(static_cast<int>(x), m_band.GetXSize() - 2);
-        const int top = std::min(static_cast<int>(y), m_band.GetYSize() - 2);
-        std::array<double, 4> cells{};
-        if (m_band.RasterIO(GF_Read, left, top, 2, 2, cells.data(), 2, 2, GDT_Float64, 0, 0, nullptr) !=
-            CE_None) {
-            return kUnknown;
-        }
-        for (double& cell : cells) {
-            cell = cell == m_noData ? kUnknown : cell;
-        }
-        const double right = x - left;
-        const double down = y - top;
-        return (cells[0] * (1.0 - right) + cells[1] * right) * (1.0 - down) +
-               (cells[2] * (1.0 - right) + cells[3] * right) * down;
+    const double x = std::clamp(place.x - 0.5, 0.0, columns - 1.0);
+    const double y = std::clamp(place.y - 0.5, 0.0, rows - 1.0);
+    const int left = std::min(static_cast<int>(x), columns - 2);
+    const int top = std::min(static_cast<int>(y), rows - 2);
+    std::array<float, 4> cells{};
+    if (!surface.read({left, top, 2, 2}, cells.data(), 2)) {
+        return kUnknown;
     }
-
-private:
-    GDALRasterBand& m_band;
-    double m_noData = kUnknown;
-};
+    const double right = x - left;
+    const double down = y - top;
+    return (cells[0] * (1.0 - right) + cells[1] * right) * (1.0 - down) +
+           (cells[2] * (1.0 - right) + cells[3] * right) * down;
+}
 
 /// Null when both systems are the same, or when one of them is unknown (`known` is false then).
-std::unique_ptr<OGRCoordinateTransformation> transformation(const QString& srs, const GDALDataset& dataset,
+std::unique_ptr<OGRCoordinateTransformation> transformation(const QString& srs, const detect::Grid& grid,
                                                             bool& known) {
     known = false;
     OGRSpatialReference line;
-    const OGRSpatialReference* raster = dataset.GetSpatialRef();
-    if (!raster || line.SetFromUserInput(srs.toUtf8().constData()) != OGRERR_NONE) {
+    if (grid.srs().IsEmpty() || line.SetFromUserInput(srs.toUtf8().constData()) != OGRERR_NONE) {
         return nullptr;
     }
+    line.StripVertical();
     line.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
-    OGRSpatialReference target(*raster);
-    target.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
+    OGRSpatialReference target(grid.srs());
     if (line.IsSame(&target) != 0) {
         known = true;
         return nullptr;
@@ -83,21 +62,16 @@ std::unique_ptr<OGRCoordinateTransformation> transformation(const QString& srs, 
 
 std::vector<double> sampleElevations(const QString& surfaceModel, const QString& srs, const QLineF& line,
                                      int count) {
-    GDALAllRegister();
-    const DatasetHandle dataset(
-        GDALDataset::Open(surfaceModel.toUtf8().constData(), GDAL_OF_RASTER | GDAL_OF_READONLY));
-    std::array<double, 6> toGround{};
-    std::array<double, 6> toRaster{};
-    if (!dataset || dataset->GetRasterCount() < 1 || dataset->GetGeoTransform(toGround.data()) != CE_None ||
-        GDALInvGeoTransform(toGround.data(), toRaster.data()) == 0) {
+    auto surface = detect::SurfaceModel::open(surfaceModel.toStdString());
+    if (!surface) {
         return {};
     }
     bool known = false;
-    const auto toRasterSystem = transformation(srs, *dataset, known);
+    const auto toRasterSystem = transformation(srs, surface->grid(), known);
     if (!known) {
         return {};
     }
-    const ElevationBand band(*dataset->GetRasterBand(1));
+    const detect::Affine toCell = surface->grid().cellToMap().inverse();
     std::vector<double> elevations;
     elevations.reserve(static_cast<std::size_t>(count));
     for (int step = 0; step < count; ++step) {
@@ -108,8 +82,7 @@ std::vector<double> sampleElevations(const QString& surfaceModel, const QString&
             elevations.push_back(kUnknown);
             continue;
         }
-        elevations.push_back(band.at(toRaster[0] + toRaster[1] * x + toRaster[2] * y,
-                                     toRaster[3] + toRaster[4] * x + toRaster[5] * y));
+        elevations.push_back(elevationAt(*surface, toCell(x, y)));
     }
     return elevations;
 }

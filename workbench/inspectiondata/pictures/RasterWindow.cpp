@@ -1,6 +1,7 @@
 #include "workbench/inspectiondata/pictures/RasterWindow.h"
 
 #include "detect/GdalErrors.h"
+#include "detect/heights/InMetres.h"
 #include "workbench/inspectiondata/project/Georeference.h"
 
 #include <QFileInfo>
@@ -96,6 +97,18 @@ Result<GDALDatasetUniquePtr> openRaster(const QString& file, const detect::GdalE
     return raster;
 }
 
+Result<GDALDatasetUniquePtr> openHeights(const QString& file) {
+    if (!QFileInfo::exists(file)) {
+        return fileFailure(file, "no such file", "文件不存在");
+    }
+    auto raster = detect::openInMetres(file.toStdString());
+    if (!raster) {
+        return fileFailure(file, "no surface model: " + QString::fromStdString(raster.error().message),
+                           "无法读取栅格");
+    }
+    return std::move(*raster);
+}
+
 Unexpected readFailure(const QString& file, const detect::GdalErrors& errors) {
     return fileFailure(file, "cannot be read: " + QString::fromStdString(errors.first()),
                        "读取失败，文件可能已损坏");
@@ -140,12 +153,11 @@ QImage imageOf(GDALDataset& raster) {
 
 Result<ElevationWindow> readElevations(const QString& file, const PictureWindow& window) {
     const detect::GdalErrors errors;
-    auto source = openRaster(file, errors);
+    const auto source = openHeights(file);
     if (!source) {
         return failed(source);
     }
-    const auto raster =
-        usable(window) ? warped(**source, window, {"-ot", "Float32", "-dstnodata", "nan"}) : nullptr;
+    const auto raster = usable(window) ? warped(**source, window, {}) : nullptr;
     ElevationWindow elevations;
     elevations.width = window.width;
     elevations.height = window.height;

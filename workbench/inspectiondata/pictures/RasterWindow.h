@@ -9,7 +9,7 @@
 
 namespace inspection {
 
-/// One band of a raster, resampled to the pixels of a window, first row at yMax; NaN where there is no data.
+/// Heights of a raster, resampled to the pixels of a window, first row at yMax; NaN where there is no data.
 struct ElevationWindow {
     int width = 0;
     int height = 0;
@@ -22,7 +22,7 @@ struct ElevationWindow {
     }
 };
 
-/// Reads band 1, bilinear, from the overview that fits.
+/// Reads heights, bilinear, from the overview that fits.
 Result<ElevationWindow> readElevations(const QString& file, const PictureWindow& window);
 
 /// Reads the first three bands, or one as grey, with transparency where there is no data.

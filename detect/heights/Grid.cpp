@@ -1,4 +1,4 @@
-#include "detect/raster/Grid.h"
+#include "detect/heights/Grid.h"
 
 #include <algorithm>
 #include <cmath>
