@@ -1,5 +1,6 @@
 #include "cloud/CompressedPoints.h"
 
+#include "cloud/PointFormat.h"
 #include "detect/GdalErrors.h"
 
 #ifdef CORRIDOR_HAS_LASZIP
@@ -54,16 +55,11 @@ public:
 
 private:
     CloudPoint currentPoint() const {
-        constexpr int kFirstOfWideFormats = 6;
-        constexpr int kWithheldOfWide = 4;
-        CloudPoint point;
-        point.x = m_point->X * m_header.scale[0] + m_header.offset[0];
-        point.y = m_point->Y * m_header.scale[1] + m_header.offset[1];
-        point.z = m_point->Z * m_header.scale[2] + m_header.offset[2];
-        const bool isWide = m_header.pointFormat >= kFirstOfWideFormats;
-        point.classification = isWide ? m_point->extended_classification : m_point->classification;
-        point.isWithheld = isWide ? (m_point->extended_classification_flags & kWithheldOfWide) != 0
-                                  : m_point->withheld_flag != 0;
+        CloudPoint point = pointAt(m_header, m_point->X, m_point->Y, m_point->Z);
+        const bool wide = isWide(m_header);
+        point.classification = wide ? m_point->extended_classification : m_point->classification;
+        point.isWithheld = wide ? (m_point->extended_classification_flags & kWithheldOfWide) != 0
+                                : m_point->withheld_flag != 0;
         return point;
     }
 

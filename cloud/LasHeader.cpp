@@ -1,12 +1,10 @@
 #include "cloud/LasHeader.h"
 
 #include "cloud/LittleEndian.h"
+#include "cloud/OpenFile.h"
 #include "detect/GdalErrors.h"
 
-#include <cpl_vsi.h>
-
 #include <algorithm>
-#include <memory>
 
 namespace cloud {
 
@@ -28,11 +26,6 @@ constexpr std::uint16_t kGeoDoubleRecord = 34736;
 constexpr std::uint16_t kGeoTextRecord = 34737;
 
 using Bytes = std::vector<std::uint8_t>;
-
-struct FileCloser {
-    void operator()(VSILFILE* file) const { VSIFCloseL(file); }
-};
-using File = std::unique_ptr<VSILFILE, FileCloser>;
 
 /// Fewer than asked for at the file's end.
 Bytes readAt(VSILFILE* file, std::uint64_t offset, std::size_t count) {
@@ -160,7 +153,7 @@ std::string problemOf(const LasHeader& header) {
 
 Result<LasHeader> readLasHeader(const std::string& path) {
     const detect::GdalErrors errors;
-    const File file(VSIFOpenL(path.c_str(), "rb"));
+    const OpenFile file = openFile(path, "rb");
     if (!file) {
         return detect::failureOf(path, "无法打开点云文件", errors.first());
     }
