@@ -131,16 +131,16 @@ Result<double> cellOf(const RasterizeRequest& request, const Survey& survey) {
     return cellFor(*density);
 }
 
-/// Everything between the heads of the files and the finished raster at `path`; the scratch file beside it goes
-/// again.
+/// Everything between the heads of the files and the finished raster in `output`; the scratch file beside it
+/// goes again.
 Result<RasterizeReport> makeSurface(const RasterizeRequest& request, const Survey& survey,
-                                    const SurfaceGrid& surface, const std::string& path,
+                                    const SurfaceGrid& surface, const detect::StagedOutput& output,
                                     const Progress& progress) {
     RasterizeReport report;
     report.cell = surface.cell;
     report.columns = surface.columns;
     report.rows = surface.rows;
-    HighestGrid heights(surface.columns, surface.rows, path + ".scratch");
+    HighestGrid heights(surface.columns, surface.rows, output.path() + ".scratch");
     Sorter sorter(surface, request.returns, heights, report);
     if (const auto done = sortPoints(survey, sorter, report, progress); !done) {
         return detect::failed(done);
@@ -154,7 +154,7 @@ Result<RasterizeReport> makeSurface(const RasterizeRequest& request, const Surve
         return !progress || progress(kShareOfReading + (1.0 - kShareOfReading) * done);
     };
     const GapCloser gaps(surface.columns, request.gapCells);
-    if (const auto done = writeSurface(surface, heights, gaps, path, request.out, report, rest); !done) {
+    if (const auto done = writeSurface(surface, heights, gaps, output, report, rest); !done) {
         return detect::failed(done);
     }
     return report;
@@ -193,7 +193,7 @@ Result<RasterizeReport> rasterize(const RasterizeRequest& request, const Progres
     if (!output) {
         return detect::failed(output);
     }
-    auto report = makeSurface(request, *survey, *surface, output->path(), progress);
+    auto report = makeSurface(request, *survey, *surface, *output, progress);
     if (!report) {
         return report;
     }
