@@ -167,6 +167,25 @@ TEST_P(EveryKind, TakesGroundAloneForATerrainModel) {
 
 INSTANTIATE_TEST_SUITE_P(Las, EveryKind, testing::Values(0, 6));
 
+TEST_F(Rasterizing, GivesAPercentileOfTheReturnsThatAreUsed) {
+    LasWriter file = utmCloud({{0.5, 0.5, 10.0}, {0.6, 0.5, 30.0}, {0.7, 0.5, 20.0}, {1.5, 0.5, 7.0}});
+    file.points.push_back({0.5, 0.5, 99.0, 18});
+    file.write(path("cloud.las"));
+    RasterizeRequest request;
+    request.clouds = {path("cloud.las")};
+    request.out = path("dsm.tif");
+    request.cell = 1.0;
+    request.gapCells = 0;
+    for (const auto& [percent, expected] :
+         std::map<double, float>{{0.0, 10.0F}, {25.0, 15.0F}, {50.0, 20.0F}, {100.0, 30.0F}}) {
+        request.percentile = percent;
+        ASSERT_TRUE(rasterize(request));
+        EXPECT_FLOAT_EQ(surface().at(0.5, 0.5), expected) << percent;
+        EXPECT_FLOAT_EQ(surface().at(1.5, 0.5), 7.0F);
+    }
+    EXPECT_EQ(files(), (std::vector<std::string>{"cloud.las", "dsm.tif"}));
+}
+
 // Against a plain map of cells, with so little memory that blocks wait in the scratch file.
 TEST_F(Rasterizing, AgreesWithABruteForceOnRandomTiles) {
     std::mt19937 random(7);
