@@ -31,8 +31,12 @@ public:
     CompressedPoints& operator=(const CompressedPoints&) = delete;
 
     Status open() {
+        // Wide formats keep what belongs together in layers of their own; those that nobody asks for stay packed.
+        constexpr laszip_U32 kWanted =
+            laszip_DECOMPRESS_SELECTIVE_CHANNEL_RETURNS_XY | laszip_DECOMPRESS_SELECTIVE_Z |
+            laszip_DECOMPRESS_SELECTIVE_CLASSIFICATION | laszip_DECOMPRESS_SELECTIVE_FLAGS;
         laszip_BOOL isCompressed = 0;
-        if (laszip_create(&m_reader) != 0 ||
+        if (laszip_create(&m_reader) != 0 || laszip_decompress_selective(m_reader, kWanted) != 0 ||
             laszip_open_reader(m_reader, m_path.c_str(), &isCompressed) != 0 ||
             laszip_get_point_pointer(m_reader, &m_point) != 0) {
             return failure();
