@@ -17,6 +17,7 @@ constexpr std::size_t kExtendedRecordHeadBytes = 60;
 constexpr std::uint32_t kMostRecords = 10000;       ///< of one file; more is damage
 constexpr std::uint64_t kMostTextBytes = 16u << 20; ///< of a reference system; more is damage
 constexpr int kCompressedMark = 0x80;
+constexpr int kCalendarTimeMark = 1;
 constexpr int kFormatBits = 0x3f;
 constexpr std::array<int, 11> kRecordBytes{20, 28, 26, 34, 57, 63, 30, 36, 38, 59, 67};
 
@@ -117,6 +118,9 @@ void takeReferences(VSILFILE* file, const Bytes& head, LasHeader& header) {
 
 void takeNumbers(const Bytes& head, LasHeader& header) {
     header.version = {head[24], head[25]};
+    header.hasCalendarTime = (littleEndian<std::uint16_t>(&head[6]) & kCalendarTimeMark) != 0;
+    header.creationDay = littleEndian<std::uint16_t>(&head[90]);
+    header.creationYear = littleEndian<std::uint16_t>(&head[92]);
     header.firstPoint = littleEndian<std::uint32_t>(&head[96]);
     header.isCompressed = (head[104] & kCompressedMark) != 0;
     header.pointFormat = head[104] & kFormatBits;

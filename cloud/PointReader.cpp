@@ -56,12 +56,8 @@ private:
     std::vector<std::uint8_t> m_bytes;
 };
 
-} // namespace
-
-Result<std::unique_ptr<PointReader>> openPoints(const std::string& path, const LasHeader& header) {
-    if (header.isCompressed) {
-        return openCompressedPoints(path, header);
-    }
+/// Open at the first point.
+Result<OpenFile> openPlain(const std::string& path, const LasHeader& header) {
     const detect::GdalErrors errors;
     OpenFile file = openFile(path, "rb");
     if (!file) {
@@ -70,7 +66,48 @@ Result<std::unique_ptr<PointReader>> openPoints(const std::string& path, const L
     if (VSIFSeekL(file.get(), header.firstPoint, SEEK_SET) != 0) {
         return detect::failureOf(path, "点云文件不完整");
     }
-    return std::make_unique<PlainPoints>(path, header, std::move(file));
+    return file;
+}
+
+/// Where a record keeps its GPS time; nothing where its format has none.
+std::optional<std::size_t> placeOfTime(const LasHeader& header) {
+    if (isWide(header)) {
+        return 22;
+    }
+    const int format = header.pointFormat;
+    return format == 0 || format == 2 ? std::nullopt : std::optional<std::size_t>(20);
+}
+
+} // namespace
+
+Result<std::unique_ptr<PointReader>> openPoints(const std::string& path, const LasHeader& header) {
+    if (header.isCompressed) {
+        return openCompressedPoints(path, header);
+    }
+    auto file = openPlain(path, header);
+    if (!file) {
+        return detect::failed(file);
+    }
+    return std::make_unique<PlainPoints>(path, header, *std::move(file));
+}
+
+Result<std::optional<double>> firstTime(const std::string& path, const LasHeader& header) {
+    const auto place = placeOfTime(header);
+    if (!place) {
+        return std::nullopt;
+    }
+    if (header.isCompressed) {
+        return firstCompressedTime(path, header);
+    }
+    const auto file = openPlain(path, header);
+    if (!file) {
+        return detect::failed(file);
+    }
+    std::vector<std::uint8_t> record(static_cast<std::size_t>(header.recordBytes));
+    if (VSIFReadL(record.data(), record.size(), 1, file->get()) != 1) {
+        return detect::failureOf(path, "点云文件不完整");
+    }
+    return littleEndian<double>(&record[*place]);
 }
 
 } // namespace cloud

@@ -1,6 +1,6 @@
 #include "cloud/Rasterize.h"
 
-#include "cloud/Density.h"
+#include "cloud/PointSample.h"
 #include "cloud/PointStream.h"
 #include "cloud/ReturnStore.h"
 #include "cloud/SurfaceFile.h"
@@ -136,11 +136,14 @@ Result<double> cellOf(const RasterizeRequest& request, const Survey& survey) {
     if (request.cell) {
         return *request.cell;
     }
-    const auto density = densityOf(survey);
-    if (!density) {
-        return detect::failed(density);
+    const auto sample = samplePoints(survey);
+    if (!sample) {
+        return detect::failed(sample);
     }
-    return cellFor(*density);
+    if (!sample->density) {
+        return detect::failureOf(survey.files.front().path, "点云没有面积，请用 --cell 指定格网间距");
+    }
+    return cellFor(*sample->density);
 }
 
 /// The part of the progress from one share to another.
@@ -192,19 +195,6 @@ Result<RasterizeReport> makeSurface(const RasterizeRequest& request, const Surve
 }
 
 } // namespace
-
-double cellFor(double pointsPerSquareUnit) {
-    constexpr double kPointsInCell = 4.0;
-    const double wanted = std::sqrt(kPointsInCell / pointsPerSquareUnit);
-    const double power = std::pow(10.0, std::floor(std::log10(wanted)));
-    constexpr double kRounding = 1.0 + 1e-9;
-    for (const double step : {1.0, 2.0, 5.0}) {
-        if (wanted <= step * power * kRounding) {
-            return step * power;
-        }
-    }
-    return 10.0 * power;
-}
 
 Result<RasterizeReport> rasterize(const RasterizeRequest& request, const Progress& progress) {
     GDALAllRegister();

@@ -41,7 +41,4 @@ struct RasterizeReport {
 /// ones, and where the disk is full.
 Result<RasterizeReport> rasterize(const RasterizeRequest& request, const Progress& progress = {});
 
-/// The cell that suits a density: about four points in each, rounded to 1, 2 or 5 times a power of ten.
-double cellFor(double pointsPerSquareUnit);
-
 } // namespace cloud
