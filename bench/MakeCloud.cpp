@@ -2,7 +2,9 @@
 // relief with trees, about 25 points a square metre, LAS 1.4 with point format 6; the same for the same arguments on
 // every machine. Written as it is made, so that the points need no memory.
 //
-//     bench_make_cloud POINTS FILE.las|FILE.laz                LAZ where the program was built with LASzip
+//     bench_make_cloud POINTS FILE.las|FILE.laz|FILE.ply       LAZ where the program was built with LASzip
+//
+// PLY holds places alone, from the south-western corner on, for programs that read no LAS.
 
 #include "tests/cloud/CompressCloud.h"
 
@@ -116,21 +118,44 @@ void putPoint(std::uint8_t* record, const Cloud& cloud, std::uint64_t number) {
     put(record + 22, 3e8 + 4e-6 * static_cast<double>(number));
 }
 
-bool write(const Cloud& cloud, const std::string& path) {
+std::vector<std::uint8_t> plyHeadOf(const Cloud& cloud) {
+    const std::string text = "ply\nformat binary_little_endian 1.0\nelement vertex " +
+                             std::to_string(cloud.points) +
+                             "\nproperty float x\nproperty float y\nproperty float z\nend_header\n";
+    return {text.begin(), text.end()};
+}
+
+/// Makes the vertex of a PLY file of a record, in its place.
+void makeVertex(std::uint8_t* record) {
+    std::array<std::int32_t, 3> place{};
+    std::memcpy(place.data(), record, sizeof place);
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        put(record + 4 * axis, static_cast<float>(place[axis] * kScale));
+    }
+}
+
+bool write(const Cloud& cloud, const std::string& path, bool isPly) {
     constexpr std::uint64_t kAtOnce = 65536;
+    constexpr std::size_t kVertexBytes = 12;
+    const std::size_t bytes = isPly ? kVertexBytes : kPointBytes;
     std::FILE* file = std::fopen(path.c_str(), "wb");
     if (!file) {
         return false;
     }
-    const std::vector<std::uint8_t> head = headOf(cloud);
+    const std::vector<std::uint8_t> head = isPly ? plyHeadOf(cloud) : headOf(cloud);
     bool isGood = std::fwrite(head.data(), head.size(), 1, file) == 1;
-    std::vector<std::uint8_t> records(kAtOnce * kPointBytes);
+    std::vector<std::uint8_t> records(kAtOnce * bytes);
     for (std::uint64_t first = 0; first < cloud.points && isGood; first += kAtOnce) {
         const std::uint64_t count = std::min(kAtOnce, cloud.points - first);
         for (std::uint64_t i = 0; i < count; ++i) {
-            putPoint(&records[i * kPointBytes], cloud, first + i);
+            std::array<std::uint8_t, kPointBytes> record{};
+            putPoint(record.data(), cloud, first + i);
+            if (isPly) {
+                makeVertex(record.data());
+            }
+            std::memcpy(&records[i * bytes], record.data(), bytes);
         }
-        isGood = std::fwrite(records.data(), kPointBytes, count, file) == count;
+        isGood = std::fwrite(records.data(), bytes, count, file) == count;
     }
     return std::fclose(file) == 0 && isGood;
 }
@@ -140,16 +165,16 @@ bool write(const Cloud& cloud, const std::string& path) {
 int main(int argc, char** argv) {
     const Cloud cloud{argc == 3 ? std::strtoull(argv[1], nullptr, 10) : 0};
     if (cloud.points == 0) {
-        std::fprintf(stderr, "usage: bench_make_cloud POINTS FILE.las|FILE.laz\n");
+        std::fprintf(stderr, "usage: bench_make_cloud POINTS FILE.las|FILE.laz|FILE.ply\n");
         return 2;
     }
     const std::string path = argv[2];
-    const bool isCompressed = path.size() > 4 && path.compare(path.size() - 4, 4, ".laz") == 0;
-    if (!isCompressed) {
-        return write(cloud, path) ? 0 : 1;
+    const std::string ending = path.size() > 4 ? path.substr(path.size() - 4) : "";
+    if (ending != ".laz") {
+        return write(cloud, path, ending == ".ply") ? 0 : 1;
     }
     const std::string plain = path + ".las";
-    const bool isWritten = write(cloud, plain) && cloud::test::compressCloud(plain, path);
+    const bool isWritten = write(cloud, plain, false) && cloud::test::compressCloud(plain, path);
     std::remove(plain.c_str());
     return isWritten ? 0 : 1;
 }
