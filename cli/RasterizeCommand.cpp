@@ -13,17 +13,19 @@ namespace {
 
 constexpr auto kCommand = "rasterize";
 const char* const kUsage =
-    "用法：corridor rasterize CLOUD… --out DSM.tif [--cell SIZE] [--ground] [--gap CELLS] [--crs CRS] "
-    "[--quiet]\n"
+    "用法：corridor rasterize CLOUD… --out DSM.tif [--cell SIZE] [--ground] [--percentile P] [--gap CELLS] "
+    "[--crs CRS] [--quiet]\n"
     "         CLOUD 是 LAS 或 LAZ 文件，或放有它们的文件夹；每格取最高的点，噪声点除外\n"
     "         --cell 格网间距，坐标系的单位；默认由点的密度得出，每格约 4 点\n"
     "         --ground 只用地面点（第 2 类），得到地面模型\n"
+    "         --percentile 不取最高点，而取每格中有百分之 P 的点低于它的高程，0 到 100，例如 95\n"
     "         --gap 填补两侧都有高程、不超过这么多格的小空洞，默认 3，0 为不填\n"
     "         --crs 点云没有坐标系时使用，例如 EPSG:4547\n";
 
 const OptionTable& optionTable() {
-    static const OptionTable table{
-        {"--out", "--cell", "--gap", "--crs"}, {"--ground", "--quiet", "--help"}, commandline::kAnyNumber};
+    static const OptionTable table{{"--out", "--cell", "--percentile", "--gap", "--crs"},
+                                   {"--ground", "--quiet", "--help"},
+                                   commandline::kAnyNumber};
     return table;
 }
 
@@ -41,7 +43,7 @@ commandline::Parsed<cloud::RasterizeRequest> readTask(const Options& options) {
     request.clouds = options.positional;
     request.out = options.value("--out");
     request.crs = options.value("--crs");
-    request.returns = options.has("--ground") ? cloud::Returns::Ground : cloud::Returns::Highest;
+    request.returns = options.has("--ground") ? cloud::Returns::Ground : cloud::Returns::Surface;
     if (request.clouds.empty()) {
         return wrongUse("缺少点云文件 CLOUD");
     }
@@ -55,6 +57,12 @@ commandline::Parsed<cloud::RasterizeRequest> readTask(const Options& options) {
         request.cell = commandline::parseNumber(options.value("--cell"));
         if (!request.cell || *request.cell <= 0.0) {
             return wrongUse("--cell 需要大于 0 的数");
+        }
+    }
+    if (options.has("--percentile")) {
+        request.percentile = commandline::parseNumber(options.value("--percentile"));
+        if (!request.percentile || !(*request.percentile >= 0.0 && *request.percentile <= 100.0)) {
+            return wrongUse("--percentile 需要 0 到 100 的数");
         }
     }
     if (options.has("--gap")) {

@@ -1,5 +1,6 @@
 #include "cloud/CompressedPoints.h"
 
+#include "cloud/PointFormat.h"
 #include "detect/GdalErrors.h"
 
 #ifdef CORRIDOR_HAS_LASZIP
@@ -29,9 +30,10 @@ public:
     CompressedPoints(const CompressedPoints&) = delete;
     CompressedPoints& operator=(const CompressedPoints&) = delete;
 
-    Status open() {
+    /// Wide formats keep what belongs together in layers of their own; those that are not wanted stay packed.
+    Status open(laszip_U32 wanted) {
         laszip_BOOL isCompressed = 0;
-        if (laszip_create(&m_reader) != 0 ||
+        if (laszip_create(&m_reader) != 0 || laszip_decompress_selective(m_reader, wanted) != 0 ||
             laszip_open_reader(m_reader, m_path.c_str(), &isCompressed) != 0 ||
             laszip_get_point_pointer(m_reader, &m_point) != 0) {
             return failure();
@@ -52,18 +54,20 @@ public:
         return {};
     }
 
+    Result<double> firstTime() {
+        if (laszip_read_point(m_reader) != 0) {
+            return failure();
+        }
+        return m_point->gps_time;
+    }
+
 private:
     CloudPoint currentPoint() const {
-        constexpr int kFirstOfWideFormats = 6;
-        constexpr int kWithheldOfWide = 4;
-        CloudPoint point;
-        point.x = m_point->X * m_header.scale[0] + m_header.offset[0];
-        point.y = m_point->Y * m_header.scale[1] + m_header.offset[1];
-        point.z = m_point->Z * m_header.scale[2] + m_header.offset[2];
-        const bool isWide = m_header.pointFormat >= kFirstOfWideFormats;
-        point.classification = isWide ? m_point->extended_classification : m_point->classification;
-        point.isWithheld = isWide ? (m_point->extended_classification_flags & kWithheldOfWide) != 0
-                                  : m_point->withheld_flag != 0;
+        CloudPoint point = pointAt(m_header, m_point->X, m_point->Y, m_point->Z);
+        const bool wide = isWide(m_header);
+        point.classification = wide ? m_point->extended_classification : m_point->classification;
+        point.isWithheld = wide ? (m_point->extended_classification_flags & kWithheldOfWide) != 0
+                                : m_point->withheld_flag != 0;
         return point;
     }
 
@@ -89,11 +93,22 @@ bool canReadCompressed() {
 }
 
 Result<std::unique_ptr<PointReader>> openCompressedPoints(const std::string& path, const LasHeader& header) {
+    constexpr laszip_U32 kWanted =
+        laszip_DECOMPRESS_SELECTIVE_CHANNEL_RETURNS_XY | laszip_DECOMPRESS_SELECTIVE_Z |
+        laszip_DECOMPRESS_SELECTIVE_CLASSIFICATION | laszip_DECOMPRESS_SELECTIVE_FLAGS;
     auto points = std::make_unique<CompressedPoints>(path, header);
-    if (const auto done = points->open(); !done) {
+    if (const auto done = points->open(kWanted); !done) {
         return detect::failed(done);
     }
     return points;
+}
+
+Result<double> firstCompressedTime(const std::string& path, const LasHeader& header) {
+    CompressedPoints points(path, header);
+    if (const auto done = points.open(laszip_DECOMPRESS_SELECTIVE_GPS_TIME); !done) {
+        return detect::failed(done);
+    }
+    return points.firstTime();
 }
 
 #else
@@ -102,9 +117,22 @@ bool canReadCompressed() {
     return false;
 }
 
+namespace {
+
+detect::Unexpected cannotRead(const std::string& path) {
+    return detect::failureOf(path,
+                             "读取 LAZ 需要 LASzip，而这个程序编译时没有它：请安装 liblaszip-dev 后重新编译"
+                             "（见 README），或先转换为 LAS");
+}
+
+} // namespace
+
 Result<std::unique_ptr<PointReader>> openCompressedPoints(const std::string& path, const LasHeader&) {
-    return detect::failureOf(
-        path, "这个程序编译时没有 LASzip 库（Debian 13 的 liblaszip-dev），不能读取 LAZ，请先转换为 LAS");
+    return cannotRead(path);
+}
+
+Result<double> firstCompressedTime(const std::string& path, const LasHeader&) {
+    return cannotRead(path);
 }
 
 #endif

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cloud/Cloud.h"
+#include "cloud/ScratchFile.h"
 
 #include <memory>
 #include <string>
@@ -14,9 +14,6 @@ class HighestGrid {
 public:
     /// `scratchFile` is made when it is needed and goes with the object.
     HighestGrid(int columns, int rows, std::string scratchFile, std::size_t mostBytes = 256u << 20);
-    ~HighestGrid();
-    HighestGrid(const HighestGrid&) = delete;
-    HighestGrid& operator=(const HighestGrid&) = delete;
 
     int columns() const { return m_columns; }
     int rows() const { return m_rows; }
@@ -28,15 +25,13 @@ public:
 
 private:
     static constexpr int kSide = 256; ///< cells of a block
+    static constexpr std::size_t kBlockBytes = sizeof(float) * kSide * kSide;
     using Block = std::vector<float>;
 
-    /// Null when the scratch file fails.
-    Block* block(std::size_t number);
-    bool fetch(std::size_t number);
-    bool evictOldest();
-    detect::Unexpected failure() const;
-
-    struct ScratchFile;
+    /// Brings the block into memory. The one chosen before may go.
+    Status choose(std::size_t number);
+    Status fetch(std::size_t number);
+    Status evictOldest();
 
     int m_columns;
     int m_rows;
@@ -49,8 +44,7 @@ private:
     std::vector<std::uint64_t> m_lastUse;
     std::uint64_t m_clock = 0;
     std::size_t m_current = static_cast<std::size_t>(-1);
-    std::unique_ptr<ScratchFile> m_scratch;
-    std::string m_scratchName;
+    ScratchFile m_scratch;
 };
 
 } // namespace cloud

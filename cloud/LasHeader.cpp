@@ -1,12 +1,10 @@
 #include "cloud/LasHeader.h"
 
 #include "cloud/LittleEndian.h"
+#include "cloud/OpenFile.h"
 #include "detect/GdalErrors.h"
 
-#include <cpl_vsi.h>
-
 #include <algorithm>
-#include <memory>
 
 namespace cloud {
 
@@ -19,6 +17,7 @@ constexpr std::size_t kExtendedRecordHeadBytes = 60;
 constexpr std::uint32_t kMostRecords = 10000;       ///< of one file; more is damage
 constexpr std::uint64_t kMostTextBytes = 16u << 20; ///< of a reference system; more is damage
 constexpr int kCompressedMark = 0x80;
+constexpr int kCalendarTimeMark = 1;
 constexpr int kFormatBits = 0x3f;
 constexpr std::array<int, 11> kRecordBytes{20, 28, 26, 34, 57, 63, 30, 36, 38, 59, 67};
 
@@ -28,11 +27,6 @@ constexpr std::uint16_t kGeoDoubleRecord = 34736;
 constexpr std::uint16_t kGeoTextRecord = 34737;
 
 using Bytes = std::vector<std::uint8_t>;
-
-struct FileCloser {
-    void operator()(VSILFILE* file) const { VSIFCloseL(file); }
-};
-using File = std::unique_ptr<VSILFILE, FileCloser>;
 
 /// Fewer than asked for at the file's end.
 Bytes readAt(VSILFILE* file, std::uint64_t offset, std::size_t count) {
@@ -124,6 +118,9 @@ void takeReferences(VSILFILE* file, const Bytes& head, LasHeader& header) {
 
 void takeNumbers(const Bytes& head, LasHeader& header) {
     header.version = {head[24], head[25]};
+    header.hasCalendarTime = (littleEndian<std::uint16_t>(&head[6]) & kCalendarTimeMark) != 0;
+    header.creationDay = littleEndian<std::uint16_t>(&head[90]);
+    header.creationYear = littleEndian<std::uint16_t>(&head[92]);
     header.firstPoint = littleEndian<std::uint32_t>(&head[96]);
     header.isCompressed = (head[104] & kCompressedMark) != 0;
     header.pointFormat = head[104] & kFormatBits;
@@ -160,7 +157,7 @@ std::string problemOf(const LasHeader& header) {
 
 Result<LasHeader> readLasHeader(const std::string& path) {
     const detect::GdalErrors errors;
-    const File file(VSIFOpenL(path.c_str(), "rb"));
+    const OpenFile file = openFile(path, "rb");
     if (!file) {
         return detect::failureOf(path, "无法打开点云文件", errors.first());
     }

@@ -22,6 +22,10 @@ struct LasHeader {
     std::array<double, 3> offset{};
     std::array<double, 3> least{}; ///< as the file claims
     std::array<double, 3> most{};
+    int creationDay = 0;  ///< of the year, from 1; 0 where it is not said
+    int creationYear = 0; ///< likewise
+    bool hasCalendarTime =
+        false;       ///< GPS times count from a day of the calendar, not from the start of a week
     std::string wkt; ///< Well-Known Text of the reference system, empty without one
     /// GeoTIFF keys in the words of their three tags, empty without them.
     std::vector<std::uint16_t> geoKeys;

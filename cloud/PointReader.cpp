@@ -2,9 +2,9 @@
 
 #include "cloud/CompressedPoints.h"
 #include "cloud/LittleEndian.h"
+#include "cloud/OpenFile.h"
+#include "cloud/PointFormat.h"
 #include "detect/GdalErrors.h"
-
-#include <cpl_vsi.h>
 
 #include <algorithm>
 
@@ -17,8 +17,8 @@ constexpr std::size_t kPointsAtOnce = 65536;
 /// The points of a LAS file, straight from its records.
 class PlainPoints : public PointReader {
 public:
-    PlainPoints(std::string path, const LasHeader& header, VSILFILE* file)
-        : m_path(std::move(path)), m_header(header), m_file(file), m_left(header.points) {}
+    PlainPoints(std::string path, const LasHeader& header, OpenFile file)
+        : m_path(std::move(path)), m_header(header), m_file(std::move(file)), m_left(header.points) {}
 
     Status next(std::vector<CloudPoint>& points) override {
         const std::size_t count = static_cast<std::size_t>(std::min<std::uint64_t>(m_left, kPointsAtOnce));
@@ -38,27 +38,45 @@ public:
 
 private:
     static CloudPoint pointOf(const LasHeader& header, const std::uint8_t* record) {
-        constexpr int kFirstOfWideFormats = 6; // they keep the class in a byte of its own
-        CloudPoint point;
-        point.x = littleEndian<std::int32_t>(record) * header.scale[0] + header.offset[0];
-        point.y = littleEndian<std::int32_t>(record + 4) * header.scale[1] + header.offset[1];
-        point.z = littleEndian<std::int32_t>(record + 8) * header.scale[2] + header.offset[2];
-        const bool isWide = header.pointFormat >= kFirstOfWideFormats;
-        point.classification = isWide ? record[16] : record[15] & 0x1f;
-        point.isWithheld = (record[15] & (isWide ? 0x04 : 0x80)) != 0;
+        constexpr int kClassOfNarrow = 0x1f;
+        constexpr int kWithheldOfNarrow = 0x80;
+        CloudPoint point =
+            pointAt(header, littleEndian<std::int32_t>(record), littleEndian<std::int32_t>(record + 4),
+                    littleEndian<std::int32_t>(record + 8));
+        const bool wide = isWide(header);
+        point.classification = wide ? record[16] : record[15] & kClassOfNarrow;
+        point.isWithheld = (record[15] & (wide ? kWithheldOfWide : kWithheldOfNarrow)) != 0;
         return point;
     }
 
-    struct FileCloser {
-        void operator()(VSILFILE* file) const { VSIFCloseL(file); }
-    };
-
     std::string m_path;
     LasHeader m_header;
-    std::unique_ptr<VSILFILE, FileCloser> m_file;
+    OpenFile m_file;
     std::uint64_t m_left;
     std::vector<std::uint8_t> m_bytes;
 };
+
+/// Open at the first point.
+Result<OpenFile> openPlain(const std::string& path, const LasHeader& header) {
+    const detect::GdalErrors errors;
+    OpenFile file = openFile(path, "rb");
+    if (!file) {
+        return detect::failureOf(path, "无法打开点云文件", errors.first());
+    }
+    if (VSIFSeekL(file.get(), header.firstPoint, SEEK_SET) != 0) {
+        return detect::failureOf(path, "点云文件不完整");
+    }
+    return file;
+}
+
+/// Where a record keeps its GPS time; nothing where its format has none.
+std::optional<std::size_t> placeOfTime(const LasHeader& header) {
+    if (isWide(header)) {
+        return 22;
+    }
+    const int format = header.pointFormat;
+    return format == 0 || format == 2 ? std::nullopt : std::optional<std::size_t>(20);
+}
 
 } // namespace
 
@@ -66,16 +84,30 @@ Result<std::unique_ptr<PointReader>> openPoints(const std::string& path, const L
     if (header.isCompressed) {
         return openCompressedPoints(path, header);
     }
-    const detect::GdalErrors errors;
-    VSILFILE* file = VSIFOpenL(path.c_str(), "rb");
+    auto file = openPlain(path, header);
     if (!file) {
-        return detect::failureOf(path, "无法打开点云文件", errors.first());
+        return detect::failed(file);
     }
-    auto points = std::make_unique<PlainPoints>(path, header, file);
-    if (VSIFSeekL(file, header.firstPoint, SEEK_SET) != 0) {
+    return std::make_unique<PlainPoints>(path, header, *std::move(file));
+}
+
+Result<std::optional<double>> firstTime(const std::string& path, const LasHeader& header) {
+    const auto place = placeOfTime(header);
+    if (!place) {
+        return std::nullopt;
+    }
+    if (header.isCompressed) {
+        return firstCompressedTime(path, header);
+    }
+    const auto file = openPlain(path, header);
+    if (!file) {
+        return detect::failed(file);
+    }
+    std::vector<std::uint8_t> record(static_cast<std::size_t>(header.recordBytes));
+    if (VSIFReadL(record.data(), record.size(), 1, file->get()) != 1) {
         return detect::failureOf(path, "点云文件不完整");
     }
-    return points;
+    return littleEndian<double>(&record[*place]);
 }
 
 } // namespace cloud

@@ -3,6 +3,7 @@
 #include "cloud/LasHeader.h"
 
 #include <memory>
+#include <optional>
 
 namespace cloud {
 
@@ -21,5 +22,9 @@ bool canReadCompressed();
 
 /// Fails where the file cannot be read, and for LAZ where the program was built without LASzip.
 Result<std::unique_ptr<PointReader>> openPoints(const std::string& path, const LasHeader& header);
+
+/// The GPS time of the first point, in seconds as the file counts them; nothing where its format keeps none.
+/// Fails as openPoints() does, and for a file that ends before its first point.
+Result<std::optional<double>> firstTime(const std::string& path, const LasHeader& header);
 
 } // namespace cloud

@@ -1,7 +1,8 @@
 #include "cloud/Rasterize.h"
 
-#include "cloud/Density.h"
+#include "cloud/PointSample.h"
 #include "cloud/PointStream.h"
+#include "cloud/ReturnStore.h"
 #include "cloud/SurfaceFile.h"
 #include "detect/GdalErrors.h"
 #include "detect/StagedOutput.h"
@@ -22,6 +23,7 @@ constexpr double kMostCells = 4e10;
 constexpr double kMostCellsPerPoint = 1e4; ///< more is a damaged head, not a sparse survey
 constexpr int kMostSide = 2000000;
 constexpr double kShareOfReading = 0.7; ///< of the progress
+constexpr double kShareBeforeWriting = 0.8;
 
 constexpr int kGround = 2;
 constexpr int kLowNoise = 7;
@@ -64,11 +66,21 @@ Result<SurfaceGrid> gridOver(const Survey& survey, double cell) {
     return grid;
 }
 
+/// Where the returns of the cells go.
+struct Cells {
+    HighestGrid& heights;
+    ReturnStore* returns; ///< null where the highest is enough
+
+    Status take(int column, int row, float height) const {
+        return returns ? returns->add(column, row, height) : heights.raise(column, row, height);
+    }
+};
+
 /// Sorts points into the cells of a grid.
 class Sorter {
 public:
-    Sorter(const SurfaceGrid& surface, Returns returns, HighestGrid& heights, RasterizeReport& report)
-        : m_surface(surface), m_returns(returns), m_heights(heights), m_report(report) {}
+    Sorter(const SurfaceGrid& surface, Returns returns, const Cells& cells, RasterizeReport& report)
+        : m_surface(surface), m_returns(returns), m_cells(cells), m_report(report) {}
 
     Status take(const std::vector<CloudPoint>& points) {
         m_report.points += points.size();
@@ -83,8 +95,8 @@ public:
                 continue;
             }
             ++m_report.used;
-            if (const auto done = m_heights.raise(static_cast<int>(column), static_cast<int>(row),
-                                                  static_cast<float>(point.z));
+            if (const auto done = m_cells.take(static_cast<int>(column), static_cast<int>(row),
+                                               static_cast<float>(point.z));
                 !done) {
                 return detect::failed(done);
             }
@@ -95,7 +107,7 @@ public:
 private:
     const SurfaceGrid& m_surface;
     Returns m_returns;
-    HighestGrid& m_heights;
+    Cells m_cells;
     RasterizeReport& m_report;
 };
 
@@ -114,7 +126,7 @@ Status sortPoints(const Survey& survey, Sorter& sorter, const RasterizeReport& r
             return detect::failed(done);
         }
         const double done = static_cast<double>(report.points) / static_cast<double>(survey.points);
-        if (progress && !progress(kShareOfReading * done)) {
+        if (!progress(done)) {
             return detect::cancelled();
         }
     }
@@ -124,56 +136,65 @@ Result<double> cellOf(const RasterizeRequest& request, const Survey& survey) {
     if (request.cell) {
         return *request.cell;
     }
-    const auto density = densityOf(survey);
-    if (!density) {
-        return detect::failed(density);
+    const auto sample = samplePoints(survey);
+    if (!sample) {
+        return detect::failed(sample);
     }
-    return cellFor(*density);
+    if (!sample->density) {
+        return detect::failureOf(survey.files.front().path, "点云没有面积，请用 --cell 指定格网间距");
+    }
+    return cellFor(*sample->density);
 }
 
-/// Everything between the heads of the files and the finished raster at `path`; the scratch file beside it goes
-/// again.
-Result<RasterizeReport> makeSurface(const RasterizeRequest& request, const Survey& survey,
-                                    const SurfaceGrid& surface, const std::string& path,
-                                    const Progress& progress) {
-    RasterizeReport report;
-    report.cell = surface.cell;
-    report.columns = surface.columns;
-    report.rows = surface.rows;
-    HighestGrid heights(surface.columns, surface.rows, path + ".scratch");
-    Sorter sorter(surface, request.returns, heights, report);
-    if (const auto done = sortPoints(survey, sorter, report, progress); !done) {
-        return detect::failed(done);
+/// The part of the progress from one share to another.
+Progress part(const Progress& progress, double from, double to) {
+    return [=](double done) { return !progress || progress(from + (to - from) * done); };
+}
+
+/// Fills `heights` from all points.
+Status sortIn(const RasterizeRequest& request, const Survey& survey, const SurfaceGrid& surface,
+              const std::string& scratchFile, HighestGrid& heights, RasterizeReport& report,
+              const Progress& progress) {
+    ReturnStore returns(surface.columns, surface.rows, scratchFile);
+    const bool isHighest = !request.percentile || *request.percentile >= 100.0;
+    Sorter sorter(surface, request.returns, {heights, isHighest ? nullptr : &returns}, report);
+    if (auto done = sortPoints(survey, sorter, report, part(progress, 0.0, kShareOfReading)); !done) {
+        return done;
     }
     if (report.used == 0) {
         const bool isGround = request.returns == Returns::Ground;
         return detect::failureOf(survey.files.front().path,
                                  isGround ? "点云中没有地面点（第 2 类）" : "点云中没有可用的点");
     }
-    const auto rest = [&](double done) {
-        return !progress || progress(kShareOfReading + (1.0 - kShareOfReading) * done);
-    };
+    return isHighest ? Status()
+                     : returns.percentiles(*request.percentile, heights,
+                                           part(progress, kShareOfReading, kShareBeforeWriting));
+}
+
+/// Everything between the heads of the files and the finished raster in `output`; the scratch files beside it go
+/// again.
+Result<RasterizeReport> makeSurface(const RasterizeRequest& request, const Survey& survey,
+                                    const SurfaceGrid& surface, const detect::StagedOutput& output,
+                                    const Progress& progress) {
+    RasterizeReport report;
+    report.cell = surface.cell;
+    report.columns = surface.columns;
+    report.rows = surface.rows;
+    HighestGrid heights(surface.columns, surface.rows, output.path() + ".scratch");
+    if (const auto done =
+            sortIn(request, survey, surface, output.path() + ".returns", heights, report, progress);
+        !done) {
+        return detect::failed(done);
+    }
     const GapCloser gaps(surface.columns, request.gapCells);
-    if (const auto done = writeSurface(surface, heights, gaps, path, request.out, report, rest); !done) {
+    const auto rest = part(progress, kShareBeforeWriting, 1.0);
+    if (const auto done = writeSurface(surface, heights, gaps, output, report, rest); !done) {
         return detect::failed(done);
     }
     return report;
 }
 
 } // namespace
-
-double cellFor(double pointsPerSquareUnit) {
-    constexpr double kPointsInCell = 4.0;
-    const double wanted = std::sqrt(kPointsInCell / pointsPerSquareUnit);
-    const double power = std::pow(10.0, std::floor(std::log10(wanted)));
-    constexpr double kRounding = 1.0 + 1e-9;
-    for (const double step : {1.0, 2.0, 5.0}) {
-        if (wanted <= step * power * kRounding) {
-            return step * power;
-        }
-    }
-    return 10.0 * power;
-}
 
 Result<RasterizeReport> rasterize(const RasterizeRequest& request, const Progress& progress) {
     GDALAllRegister();
@@ -193,7 +214,7 @@ Result<RasterizeReport> rasterize(const RasterizeRequest& request, const Progres
     if (!output) {
         return detect::failed(output);
     }
-    auto report = makeSurface(request, *survey, *surface, output->path(), progress);
+    auto report = makeSurface(request, *survey, *surface, *output, progress);
     if (!report) {
         return report;
     }

@@ -7,7 +7,7 @@
 namespace cloud {
 
 enum class Returns {
-    Highest, ///< a surface model: all but noise and what is withheld
+    Surface, ///< a surface model: all but noise and what is withheld
     Ground   ///< a terrain model: class 2 alone
 };
 
@@ -16,7 +16,9 @@ struct RasterizeRequest {
         clouds;                 ///< files of one survey, in any order; a folder stands for the clouds in it
     std::string out;            ///< GeoTIFF
     std::optional<double> cell; ///< in units of the reference system; proposed from the density without it
-    Returns returns = Returns::Highest;
+    Returns returns = Returns::Surface;
+    /// The height below which so many percent of a cell's returns lie (see ReturnStore); the highest without it.
+    std::optional<double> percentile;
     int gapCells = 3; ///< empty cells between two heights that are still closed; 0 closes none
     std::string crs;  ///< for clouds that name none; anything that GDAL understands
 };
@@ -34,12 +36,9 @@ struct RasterizeReport {
 };
 
 /// Makes a surface model of point clouds: Float32, tiled, DEFLATE, no-data NaN, each cell the highest return in
-/// it. Memory does not grow with the points. Two threads read and sort in. The file appears under its name when
-/// it is complete. Fails for clouds of different reference systems or of none, without a usable point, damaged
+/// it, or a percentile of the returns, which takes a scratch file of 8 bytes a point beside the output. Memory does
+/// not grow with the points. Two threads read and sort in. The file appears under its name when it is complete. Fails for clouds of different reference systems or of none, without a usable point, damaged
 /// ones, and where the disk is full.
 Result<RasterizeReport> rasterize(const RasterizeRequest& request, const Progress& progress = {});
-
-/// The cell that suits a density: about four points in each, rounded to 1, 2 or 5 times a power of ten.
-double cellFor(double pointsPerSquareUnit);
 
 } // namespace cloud

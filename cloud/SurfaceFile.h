@@ -3,6 +3,7 @@
 #include "cloud/GapCloser.h"
 #include "cloud/HighestGrid.h"
 #include "cloud/Rasterize.h"
+#include "detect/StagedOutput.h"
 
 #include <ogr_spatialref.h>
 
@@ -20,9 +21,7 @@ struct SurfaceGrid {
 };
 
 /// Writes the heights as a tiled GeoTIFF and closes small gaps on the way; counts the cells into `report`.
-/// `shown` stands for the file in messages.
 Status writeSurface(const SurfaceGrid& surface, HighestGrid& heights, const GapCloser& gaps,
-                    const std::string& path, const std::string& shown, RasterizeReport& report,
-                    const Progress& progress);
+                    const detect::StagedOutput& output, RasterizeReport& report, const Progress& progress);
 
 } // namespace cloud

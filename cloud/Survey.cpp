@@ -57,12 +57,16 @@ std::string problemOf(const LasHeader& header) {
     return {};
 }
 
-Result<OGRSpatialReference> referenceFor(const CloudFile& file, const std::string& crs) {
+Result<OGRSpatialReference> referenceFor(const CloudFile& file, const std::string& crs,
+                                         WithoutReference without) {
     if (auto named = referenceOf(file.header)) {
         return *named;
     }
     OGRSpatialReference given;
     const detect::GdalErrors errors;
+    if (crs.empty() && without == WithoutReference::Allowed) {
+        return given;
+    }
     if (crs.empty()) {
         return detect::failureOf(file.path, "没有可用的坐标系，请用 --crs 指定");
     }
@@ -71,6 +75,10 @@ Result<OGRSpatialReference> referenceFor(const CloudFile& file, const std::strin
     }
     given.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
     return given;
+}
+
+bool isSame(const OGRSpatialReference& a, const OGRSpatialReference& b) {
+    return a.IsEmpty() == b.IsEmpty() && (a.IsEmpty() || a.IsSame(&b) != 0);
 }
 
 void enclose(Survey& survey, const LasHeader& header) {
@@ -82,7 +90,7 @@ void enclose(Survey& survey, const LasHeader& header) {
     survey.points += header.points;
 }
 
-Status add(Survey& survey, const std::string& path, const std::string& crs) {
+Status add(Survey& survey, const std::string& path, const std::string& crs, WithoutReference without) {
     auto header = readLasHeader(path);
     if (!header) {
         return detect::failed(header);
@@ -94,7 +102,7 @@ Status add(Survey& survey, const std::string& path, const std::string& crs) {
         return detect::failureOf(path, problem);
     }
     const CloudFile file{path, *std::move(header)};
-    const auto reference = referenceFor(file, crs);
+    const auto reference = referenceFor(file, crs, without);
     if (!reference) {
         return detect::failed(reference);
     }
@@ -104,7 +112,7 @@ Status add(Survey& survey, const std::string& path, const std::string& crs) {
         survey.heightUnit = heightUnit;
     } else if (heightUnit != survey.heightUnit) {
         return detect::failureOf(path, "高程单位与 " + survey.files.front().path + " 不同");
-    } else if (survey.reference.IsSame(&*reference) == 0) {
+    } else if (!isSame(survey.reference, *reference)) {
         return detect::failureOf(path, "坐标系与 " + survey.files.front().path + " 不同");
     }
     enclose(survey, file.header);
@@ -114,14 +122,15 @@ Status add(Survey& survey, const std::string& path, const std::string& crs) {
 
 } // namespace
 
-Result<Survey> openSurvey(const std::vector<std::string>& paths, const std::string& crs) {
+Result<Survey> openSurvey(const std::vector<std::string>& paths, const std::string& crs,
+                          WithoutReference without) {
     const auto files = filesOf(paths);
     if (!files) {
         return detect::failed(files);
     }
     Survey survey;
     for (const std::string& path : *files) {
-        if (const auto done = add(survey, path, crs); !done) {
+        if (const auto done = add(survey, path, crs, without); !done) {
             return detect::failed(done);
         }
     }

@@ -15,17 +15,21 @@ struct CloudFile {
 /// All clouds of a survey, their heads read and found to belong together.
 struct Survey {
     std::vector<CloudFile> files;
-    OGRSpatialReference reference;
-    std::string heightUnit; ///< "m", "ft" or "US survey foot", as GeoTIFFs and detection name it
-    double xMin = 0.0;      ///< as the files claim
+    OGRSpatialReference reference; ///< empty where none is named and that was allowed
+    std::string heightUnit;        ///< "m", "ft" or "US survey foot", as GeoTIFFs and detection name it
+    double xMin = 0.0;             ///< as the files claim
     double yMin = 0.0;
     double xMax = 0.0;
     double yMax = 0.0;
     std::uint64_t points = 0;
 };
 
+enum class WithoutReference { Refused, Allowed };
+
 /// `paths` are files or folders of them. `crs` counts for files that name no reference system; it may be empty.
-/// Fails where there is no cloud, where a head is damaged, and where the reference systems differ.
-Result<Survey> openSurvey(const std::vector<std::string>& paths, const std::string& crs);
+/// Fails where there is no cloud, where a head is damaged, where the reference systems differ, and, if that is
+/// refused, where there is none.
+Result<Survey> openSurvey(const std::vector<std::string>& paths, const std::string& crs,
+                          WithoutReference without = WithoutReference::Refused);
 
 } // namespace cloud

@@ -52,6 +52,9 @@ void putPoint(Bytes& bytes, const LasWriter& file, const Return& point) {
         put(bytes, at + 4 * axis,
             static_cast<std::int32_t>(std::lround((place[axis] - file.offset[axis]) / file.scale[axis])));
     }
+    if (file.pointFormat != 0 && file.pointFormat != 2) {
+        put(bytes, at + (file.pointFormat >= 6 ? 22 : 20), file.gpsTime);
+    }
     const auto kind = static_cast<std::uint8_t>(point.classification);
     if (file.pointFormat >= 6) {
         put<std::uint8_t>(bytes, at + 14, 0x11);
@@ -94,6 +97,9 @@ std::vector<std::uint8_t> LasWriter::bytes() const {
     putText(file, 0, "LASF", 4);
     put<std::uint8_t>(file, 24, 1);
     put(file, 25, static_cast<std::uint8_t>(minorVersion));
+    put(file, 6, static_cast<std::uint16_t>(globalEncoding));
+    put(file, 90, static_cast<std::uint16_t>(creationDay));
+    put(file, 92, static_cast<std::uint16_t>(creationYear));
     put(file, 94, static_cast<std::uint16_t>(headBytes));
     put(file, 96, firstPoint);
     put(file, 100, records);

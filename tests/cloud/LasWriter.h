@@ -30,6 +30,10 @@ struct LasWriter {
     std::vector<std::uint16_t> geoKeys;
     std::vector<double> geoDoubles;
     std::string geoTexts;
+    int globalEncoding = 0; ///< 1: GPS times count from a day of the calendar
+    double gpsTime = 0.0;   ///< of every point, where the format keeps it
+    int creationDay = 0;
+    int creationYear = 0;
     int claimedPoints = -1; ///< what the head says; -1: the truth
     double boundsShrunkBy =
         0.0; ///< the head claims bounds that much too small to the west, east, south and north

@@ -65,6 +65,8 @@ TEST_F(RasterizeCommand, RefusesWrongArgumentsInOneLine) {
         {{in, "--out", path("dsm.png")}, "--out 的扩展名必须是 .tif"},
         {{in, "--out", out, "--cell", "0"}, "--cell 需要大于 0 的数"},
         {{in, "--out", out, "--cell", "1m"}, "--cell 需要大于 0 的数"},
+        {{in, "--out", out, "--percentile", "101"}, "--percentile 需要 0 到 100 的数"},
+        {{in, "--out", out, "--percentile", "nan"}, "--percentile 需要 0 到 100 的数"},
         {{in, "--out", out, "--gap", "-1"}, "--gap 需要 0 到 100 的整数"},
     };
     for (const auto& [arguments, problem] : cases) {

@@ -1,91 +1,12 @@
-#include "cloud/Rasterize.h"
-#include "cloud/PointReader.h"
-
-#include "tests/cloud/LasWriter.h"
-#include "tests/support/TemporaryFolder.h"
-
-#include <gdal_priv.h>
-#include <gtest/gtest.h>
+#include "tests/cloud/Rasterizing.h"
 
 #include <cmath>
-#include <filesystem>
-#include <fstream>
 #include <map>
 #include <random>
 
 namespace cloud::test {
 
 namespace {
-
-namespace fs = std::filesystem;
-
-/// A surface model read back.
-struct Surface {
-    int columns = 0;
-    int rows = 0;
-    std::array<double, 6> place{};
-    std::vector<float> heights;
-    std::string unit;
-    OGRSpatialReference reference;
-
-    float at(double x, double y) const {
-        const int column = static_cast<int>(std::floor((x - place[0]) / place[1]));
-        const int row = static_cast<int>(std::floor((y - place[3]) / place[5]));
-        return heights[static_cast<std::size_t>(row * columns + column)];
-    }
-};
-
-class Rasterizing : public testing::Test {
-protected:
-    std::string path(const std::string& name) const { return m_folder.file(name); }
-    std::vector<std::string> files() const { return m_folder.names(); }
-
-    /// A cloud whose reference system is UTM zone 50 north.
-    static LasWriter utmCloud(std::vector<Return> points) {
-        LasWriter file;
-        file.points = std::move(points);
-        file.geoKeys = {1, 1, 0, 2, 1024, 0, 1, 1, 3072, 0, 1, 32650};
-        return file;
-    }
-
-    Result<RasterizeReport> run(const std::vector<std::string>& clouds, double cell = 1.0, int gapCells = 0) {
-        RasterizeRequest request;
-        request.clouds = clouds;
-        request.out = path("dsm.tif");
-        request.cell = cell;
-        request.gapCells = gapCells;
-        return rasterize(request);
-    }
-
-    Result<RasterizeReport> run(const LasWriter& file, double cell = 1.0, int gapCells = 0) {
-        file.write(path("cloud.las"));
-        return run({path("cloud.las")}, cell, gapCells);
-    }
-
-    Surface surface() const {
-        const GDALDatasetUniquePtr raster(GDALDataset::Open(path("dsm.tif").c_str(), GDAL_OF_RASTER));
-        Surface read;
-        EXPECT_TRUE(raster);
-        if (raster) {
-            read.columns = raster->GetRasterXSize();
-            read.rows = raster->GetRasterYSize();
-            raster->GetGeoTransform(read.place.data());
-            read.heights.resize(static_cast<std::size_t>(read.columns * read.rows));
-            EXPECT_EQ(raster->GetRasterBand(1)->RasterIO(GF_Read, 0, 0, read.columns, read.rows,
-                                                         read.heights.data(), read.columns, read.rows,
-                                                         GDT_Float32, 0, 0, nullptr),
-                      CE_None);
-            read.unit = raster->GetRasterBand(1)->GetUnitType();
-            if (const OGRSpatialReference* reference = raster->GetSpatialRef()) {
-                read.reference = *reference;
-            }
-        }
-        return read;
-    }
-
-private:
-    TemporaryFolder m_folder;
-};
 
 /// Versions of the format with the point formats that they know.
 struct Layout {
@@ -166,6 +87,25 @@ TEST_P(EveryKind, TakesGroundAloneForATerrainModel) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Las, EveryKind, testing::Values(0, 6));
+
+TEST_F(Rasterizing, GivesAPercentileOfTheReturnsThatAreUsed) {
+    LasWriter file = utmCloud({{0.5, 0.5, 10.0}, {0.6, 0.5, 30.0}, {0.7, 0.5, 20.0}, {1.5, 0.5, 7.0}});
+    file.points.push_back({0.5, 0.5, 99.0, 18});
+    file.write(path("cloud.las"));
+    RasterizeRequest request;
+    request.clouds = {path("cloud.las")};
+    request.out = path("dsm.tif");
+    request.cell = 1.0;
+    request.gapCells = 0;
+    for (const auto& [percent, expected] :
+         std::map<double, float>{{0.0, 10.0F}, {25.0, 15.0F}, {50.0, 20.0F}, {100.0, 30.0F}}) {
+        request.percentile = percent;
+        ASSERT_TRUE(rasterize(request));
+        EXPECT_FLOAT_EQ(surface().at(0.5, 0.5), expected) << percent;
+        EXPECT_FLOAT_EQ(surface().at(1.5, 0.5), 7.0F);
+    }
+    EXPECT_EQ(files(), (std::vector<std::string>{"cloud.las", "dsm.tif"}));
+}
 
 // Against a plain map of cells, with so little memory that blocks wait in the scratch file.
 TEST_F(Rasterizing, AgreesWithABruteForceOnRandomTiles) {
@@ -361,118 +301,6 @@ TEST_F(Rasterizing, RefusesTilesOfDifferentReferenceSystems) {
     ASSERT_FALSE(report);
     EXPECT_EQ(report.error().message, path("b.las") + "：坐标系与 " + path("a.las") + " 不同");
     EXPECT_EQ(files(), (std::vector<std::string>{"a.las", "b.las"}));
-}
-
-// Bad input and bad luck.
-
-TEST_F(Rasterizing, TakesAFolderOfTilesAndSkipsAnEmptyOne) {
-    fs::create_directory(path("tiles"));
-    utmCloud({{0.5, 0.5, 1.0}}).write(path("tiles/b.LAS"));
-    utmCloud({{1.5, 0.5, 2.0}}).write(path("tiles/a.las"));
-    utmCloud({}).write(path("tiles/empty.las"));
-    std::ofstream(path("tiles/readme.txt")) << "no cloud";
-    const auto report = run({path("tiles")});
-    ASSERT_TRUE(report) << report.error().message;
-    EXPECT_EQ(report->used, 2U);
-    fs::create_directory(path("none"));
-    EXPECT_EQ(run({path("none")}).error().message, path("none") + "：文件夹中没有点云（.las、.laz）");
-}
-
-TEST_F(Rasterizing, RefusesATruncatedCloudAndLeavesNothing) {
-    LasWriter file = utmCloud({{0.5, 0.5, 1.0}, {1.5, 0.5, 2.0}});
-    file.claimedPoints = 3;
-    const auto report = run(file);
-    ASSERT_FALSE(report);
-    EXPECT_NE(report.error().message.find("cloud.las：点云文件不完整"), std::string::npos)
-        << report.error().message;
-    EXPECT_EQ(files(), (std::vector<std::string>{"cloud.las"}));
-}
-
-TEST_F(Rasterizing, RefusesWhatIsNoCloud) {
-    std::ofstream(path("text.las")) << std::string(500, 'x');
-    EXPECT_EQ(run({path("text.las")}).error().message, path("text.las") + "：不是 LAS 或 LAZ 文件");
-    EXPECT_FALSE(run({path("missing.las")}));
-    LasWriter newer = utmCloud({{0.5, 0.5, 1.0}});
-    newer.minorVersion = 5;
-    EXPECT_EQ(run(newer).error().message, path("cloud.las") + "：不支持的 LAS 版本 1.5");
-}
-
-TEST_F(Rasterizing, RefusesLazThatItCannotRead) {
-    std::vector<std::uint8_t> bytes = utmCloud({{0.5, 0.5, 1.0}}).bytes();
-    bytes[104] |= 0x80; // compressed, the head says; the points are not
-    std::ofstream(path("cloud.laz"), std::ios::binary)
-        .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-    const auto report = run({path("cloud.laz")});
-    ASSERT_FALSE(report);
-    const std::string cause = canReadCompressed() ? "LAZ 数据损坏或不完整" : "这个程序编译时没有 LASzip 库";
-    EXPECT_EQ(report.error().message.rfind(path("cloud.laz") + "：" + cause, 0), 0U)
-        << report.error().message;
-    EXPECT_EQ(files(), std::vector<std::string>{"cloud.laz"});
-}
-
-// Every file that a damaged head can make ends in one line or a surface, never in a crash.
-TEST_F(Rasterizing, SurvivesEveryFlippedByteOfTheHead) {
-    LasWriter file = utmCloud({{0.5, 0.5, 1.0}, {2.5, 2.5, 2.0}});
-    file.minorVersion = 4;
-    file.pointFormat = 6;
-    const std::vector<std::uint8_t> good = file.bytes();
-    int refused = 0;
-    for (std::size_t at = 0; at < 375 + 54 + 24; ++at) {
-        {
-            const int flip = at % 2 == 0 ? 0x81 : 0xff;
-            std::vector<std::uint8_t> bad = good;
-            bad[at] = static_cast<std::uint8_t>(bad[at] ^ flip);
-            std::ofstream(path("bad.las"), std::ios::binary)
-                .write(reinterpret_cast<const char*>(bad.data()), static_cast<std::streamsize>(bad.size()));
-            const auto report = run({path("bad.las")}, 1000.0);
-            refused += report ? 0 : 1;
-            if (!report) {
-                EXPECT_EQ(report.error().message.find('\n'), std::string::npos);
-            }
-        }
-    }
-    EXPECT_GT(refused, 50);
-    EXPECT_EQ(files(), (std::vector<std::string>{"bad.las", "dsm.tif"}));
-}
-
-TEST_F(Rasterizing, CountsPointsBeyondTheClaimedBounds) {
-    LasWriter file = utmCloud({{5.5, 5.5, 1.0}, {9.5, 9.5, 1.0}, {0.5, 0.5, 1.0}});
-    file.boundsShrunkBy = 2.0;
-    const auto report = run(file);
-    ASSERT_TRUE(report) << report.error().message;
-    EXPECT_EQ(report->outside, 2U);
-    EXPECT_EQ(report->used, 1U);
-}
-
-TEST_F(Rasterizing, RefusesAGridThatNobodyCanMean) {
-    const auto report = run(utmCloud({{0.0, 0.0, 1.0}, {1e6, 1e6, 1.0}}), 0.001);
-    ASSERT_FALSE(report);
-    EXPECT_NE(report.error().message.find("过大，请检查点云的范围"), std::string::npos);
-}
-
-TEST_F(Rasterizing, StopsWhenAskedAndLeavesNothing) {
-    LasWriter file = utmCloud({{0.5, 0.5, 1.0}});
-    file.write(path("cloud.las"));
-    for (const double stopAt : {0.0, 0.71}) {
-        RasterizeRequest request;
-        request.clouds = {path("cloud.las")};
-        request.out = path("dsm.tif");
-        request.cell = 1.0;
-        const auto report = rasterize(request, [stopAt](double done) { return done < stopAt; });
-        ASSERT_FALSE(report);
-        EXPECT_TRUE(report.error().cancelled);
-        EXPECT_EQ(files(), (std::vector<std::string>{"cloud.las"}));
-    }
-}
-
-// The size of cells.
-
-TEST(CellSize, HoldsAboutFourPointsAndIsRound) {
-    EXPECT_DOUBLE_EQ(cellFor(4.0), 1.0);
-    EXPECT_DOUBLE_EQ(cellFor(100.0), 0.2);
-    EXPECT_DOUBLE_EQ(cellFor(30.0), 0.5);
-    EXPECT_DOUBLE_EQ(cellFor(0.9), 5.0);
-    EXPECT_DOUBLE_EQ(cellFor(0.01), 20.0);
 }
 
 TEST_F(Rasterizing, ProposesTheCellFromTheDensityOfTheSurveyedGroundAlone) {
