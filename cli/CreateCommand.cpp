@@ -26,7 +26,9 @@ constexpr auto kUsage =
     "用法：corridor project create DIR --epoch [DATE=]DSM[,DOM] --epoch [DATE=]DSM[,DOM] … [选项]\n"
     "  由航测数据建立工程。DIR 须不存在或为空；栅格留在原处，除非给出 --copy。\n"
     "  --epoch           一期数据：日期（如 2024-05-18，不给出时由文件推断）、表面模型、正射影像；\n"
-    "                    文件夹表示其中的全部栅格（分幅）\n"
+    "                    文件夹表示其中的全部栅格（分幅）；点云（LAS、LAZ）先生成表面模型\n"
+    "  --cell            由点云生成的表面模型的格网间距，默认由点的密度推断\n"
+    "  --ground          只用点云的地面点（第 2 类）\n"
     "  --centerline      管道中心线，GDAL 能读取的任意矢量格式；CSV 为依次排列的点\n"
     "  --layer           中心线所在的图层\n"
     "  --turn            管道方向与文件中的方向相反\n"
@@ -46,8 +48,8 @@ constexpr auto kUsage =
     "  --quiet           不显示进度\n";
 
 const OptionTable kTable{{"--centerline", "--layer", "--start", "--posts", "--station-length", "--half-width",
-                          "--stations", "--crs", "--name"},
-                         {"--turn", "--copy", "--quiet", "--help"},
+                          "--stations", "--crs", "--name", "--cell"},
+                         {"--turn", "--copy", "--ground", "--quiet", "--help"},
                          1,
                          {"--epoch", "--heights", "--points", "--areas", "--high-consequence"}};
 
@@ -142,7 +144,8 @@ Parsed<Task> readTask(const Options& options) {
     auto centerline = readCenterlineOptions(options);
     const auto length = metres(options, "--station-length", wish.stations.lengthMetres);
     const auto halfWidth = metres(options, "--half-width", wish.stations.halfWidthMetres);
-    for (const auto* number : {&length, &halfWidth}) {
+    const auto cell = metres(options, "--cell", 0.0);
+    for (const auto* number : {&length, &halfWidth, &cell}) {
         if (!*number) {
             return wrongUse(number->error().message);
         }
@@ -152,6 +155,8 @@ Parsed<Task> readTask(const Options& options) {
     }
     wish.centerline = *std::move(centerline);
     wish.stations = {*length, *halfWidth, valueOf(options, "--stations")};
+    wish.clouds.cell = options.has("--cell") ? std::optional(*cell) : std::nullopt;
+    wish.clouds.isGroundOnly = options.has("--ground");
     addObjects(options, "--points", KV_SPECIAL_POINT, wish);
     addObjects(options, "--areas", KV_SPECIAL_AREA, wish);
     addObjects(options, "--high-consequence", KV_HIGH_CONSEQUENCE_AREA, wish);
@@ -205,6 +210,9 @@ int create(const Task& task) {
     }
     if (!created) {
         return fail(kCommand, created.error());
+    }
+    for (const QString& note : created->notes) {
+        std::printf("%s\n", qUtf8Printable(note));
     }
     printSummary(*plan, task.folder);
     printImports(*plan, created->imports);

@@ -91,7 +91,7 @@ Result<std::vector<SpecialObjectImport>> importObjects(const ProjectDescription&
     return imports;
 }
 
-Result<ProjectDescription> writeProject(const QString& folder, const ProjectPlan& plan,
+Result<ProjectDescription> writeProject(const QString& folder, const ProjectPlan& plan, QStringList& notes,
                                         const CreationProgress& progress) {
     ProjectDescription project;
     project.folder = folder;
@@ -105,7 +105,8 @@ Result<ProjectDescription> writeProject(const QString& folder, const ProjectPlan
         if (!placed) {
             return failed(placed);
         }
-        project.epochs.push_back(*std::move(placed));
+        notes << placed->notes;
+        project.epochs.push_back(placed->epoch);
     }
     if (auto done =
             writeCenterlineFile(project.centerline, plan.surveys.reference, plan.centerline, plan.stations);
@@ -139,7 +140,8 @@ Result<CreatedProject> createProject(const QString& folder, const ProjectPlan& p
         return fileFailure(target, "cannot be created, its folder cannot be written",
                            "无法创建文件夹，上级文件夹不可写");
     }
-    const auto written = writeProject(making.path(), plan, progress);
+    QStringList notes;
+    const auto written = writeProject(making.path(), plan, notes, progress);
     if (!written) {
         return failed(written);
     }
@@ -157,7 +159,7 @@ Result<CreatedProject> createProject(const QString& folder, const ProjectPlan& p
     if (!project) {
         return failed(project);
     }
-    return CreatedProject{*std::move(project), *std::move(imports)};
+    return CreatedProject{*std::move(project), *std::move(imports), notes};
 }
 
 Result<Project> openOrCreateProject(const QString& folder, const RasterPair& rasters) {

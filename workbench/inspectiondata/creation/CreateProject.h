@@ -16,6 +16,7 @@ using CreationProgress = std::function<bool(double fraction)>;
 struct CreatedProject {
     Project project;
     std::vector<SpecialObjectImport> imports; ///< as the plan's objects
+    QStringList notes;                        ///< what came out of point clouds, Chinese lines
 };
 
 /// Makes the project in `folder`, which must not exist or be empty, and opens it. It comes into being under another

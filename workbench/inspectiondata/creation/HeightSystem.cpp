@@ -128,7 +128,7 @@ bool canConvertHeights(const SurveyRaster& raster, const HeightSystem& from, con
 
 Status writeConvertedHeights(const SurveyRaster& raster, const HeightSystem& from, const HeightSystem& to,
                              const QString& file, const std::function<bool(double fraction)>& progress) {
-    const auto source = openMosaic(raster);
+    const auto source = openMosaic(raster, TileValues::Metres);
     if (!source) {
         return failed(source);
     }

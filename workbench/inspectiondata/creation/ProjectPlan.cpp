@@ -1,7 +1,7 @@
 #include "workbench/inspectiondata/creation/ProjectPlan.h"
 
 #include "workbench/inspectiondata/creation/HeightSystem.h"
-#include "workbench/inspectiondata/creation/SurveyMosaic.h"
+#include "workbench/inspectiondata/creation/SurveyCoverage.h"
 
 #include <QDate>
 #include <QFileInfo>
@@ -29,14 +29,18 @@ Result<QString> dateOf(const NewEpoch& epoch, const SurveyRaster& surface) {
     return date.toString(Qt::ISODate);
 }
 
-Result<PlannedEpoch> planEpoch(const NewEpoch& epoch) {
-    auto surface = surveyRaster(epoch.surface);
+Result<PlannedEpoch> planEpoch(const NewEpoch& epoch, const NewProject& wish) {
+    auto surface = surveyRaster(epoch.surface, wish.crs);
     if (!surface) {
         return failed(surface);
     }
     if (surface->isPicture) {
         return fileFailure(surface->files.front(), "is a picture and no surface model",
                            "是影像，不是表面模型");
+    }
+    if (surface->cloud) {
+        surface->cloud->cell = wish.clouds.cell.value_or(surface->cloud->cell);
+        surface->cloud->isGroundOnly = wish.clouds.isGroundOnly;
     }
     auto date = dateOf(epoch, *surface);
     if (!date) {
@@ -55,6 +59,9 @@ Result<PlannedEpoch> planEpoch(const NewEpoch& epoch) {
         auto picture = surveyRaster(epoch.picture);
         if (!picture) {
             return failed(picture);
+        }
+        if (picture->cloud) {
+            return fileFailure(picture->files.front(), "is a point cloud and no picture", "是点云，不是影像");
         }
         planned.picture = *std::move(picture);
     }
@@ -250,7 +257,7 @@ Result<PlannedEpochs> planEpochs(const NewProject& wish) {
     }
     PlannedEpochs surveys;
     for (const NewEpoch& epoch : wish.epochs) {
-        auto planned = planEpoch(epoch);
+        auto planned = planEpoch(epoch, wish);
         if (!planned) {
             return failed(planned);
         }

@@ -12,13 +12,13 @@
 /// What a new project is to be: asked for, and then worked out. Nothing is written here.
 namespace inspection {
 
-/// A survey flight as the user names it. A folder stands for all rasters in it.
+/// A survey flight as the user names it. A folder stands for all rasters, or all point
+/// clouds, in it.
 struct NewEpoch {
-    QString date;    ///< ISO; guessed from the rasters when empty
-    QString surface; ///< surface model
-    QString picture; ///< orthophoto, empty when there is none
-    QString
-        heights{}; ///< what the heights count from, as heightSystem() takes it; as the file says when empty
+    QString date;      ///< ISO; guessed from the rasters when empty
+    QString surface;   ///< surface model or point cloud
+    QString picture;   ///< orthophoto, empty when there is none
+    QString heights{}; ///< what they count from, as heightSystem() takes it; as the file says when empty
 };
 
 /// How the stations of a project are laid out.
@@ -28,17 +28,23 @@ struct StationLayout {
     QString file; ///< polygons to take instead
 };
 
+/// What becomes of point clouds.
+struct CloudWish {
+    std::optional<double> cell; ///< units of the clouds' reference system; by their density when empty
+    bool isGroundOnly = false;  ///< a terrain model of class 2 instead of a surface model
+};
+
 struct NewProject {
     QString name; ///< made of the epochs when empty
     QString crs;  ///< projected reference system; found from the oldest surface model when empty
     std::vector<NewEpoch> epochs;
     std::optional<CenterlineSource> centerline;
     StationLayout stations;
-    std::vector<SpecialObjectFile>
-        objects;              ///< points, areas and high-consequence areas to bring in; `crs` may be empty
+    CloudWish clouds;
+    /// Points, areas and high-consequence areas to bring in; `crs` may be empty.
+    std::vector<SpecialObjectFile> objects;
     bool copiesFiles = false; ///< rasters come into the folder; otherwise they stay where they are
-    bool isInOrder =
-        false; ///< the epochs come oldest first; guessed dates that say otherwise are not believed
+    bool isInOrder = false;   ///< epochs come oldest first; guessed dates that say otherwise are not believed
 };
 
 struct PlannedEpoch {

@@ -2,6 +2,7 @@
 
 #include "detect/GdalErrors.h"
 #include "workbench/inspectiondata/creation/HeightSystem.h"
+#include "workbench/inspectiondata/creation/SurveyCloud.h"
 #include "workbench/inspectiondata/creation/SurveyMosaic.h"
 
 #include <QDir>
@@ -75,8 +76,8 @@ Result<QStringList> copyTiles(const QStringList& tiles, const QString& folder, c
 }
 
 /// The file that stands for the raster.
-Result<QString> placeRaster(const QString& folder, const QString& name, SurveyRaster raster, bool copies,
-                            const WorkProgress& progress) {
+Result<QString> placeRaster(const QString& folder, const QString& name, SurveyRaster raster,
+                            TileValues values, bool copies, const WorkProgress& progress) {
     if (copies) {
         auto copied = copyTiles(raster.files, folder + '/' + name, progress);
         if (!copied) {
@@ -88,73 +89,114 @@ Result<QString> placeRaster(const QString& folder, const QString& name, SurveyRa
         return raster.files.front();
     }
     const QString file = folder + '/' + name + QStringLiteral(".vrt");
-    if (!QDir().mkpath(folder)) {
-        return fileFailure(folder, "cannot be created", "无法创建文件夹");
-    }
-    if (const auto written = openMosaic(raster, file); !written) {
+    if (const auto written = openMosaic(raster, values, file); !written) {
         return failed(written);
     }
     return file;
 }
 
-/// The surface model with its heights in the project's system.
-Result<QString> placeConverted(const QString& folder, const PlannedEpoch& epoch,
-                               const WorkProgress& progress) {
+constexpr double kBytesOfCell = 4.0;
+constexpr double kBytesOfPoint = 30.0;
+
+double cloudWork(const SurveyRaster& surface) {
+    return surface.cloud ? kBytesOfPoint * surface.cloud->points : 0.0;
+}
+
+double conversionWork(const PlannedEpoch& epoch) {
+    return epoch.convertedHeights.isEmpty() ? 0.0 : kBytesOfCell * epoch.surface.cells;
+}
+
+/// Progress by fractions of a piece of work.
+std::function<bool(double fraction)> partOf(double work, const WorkProgress& progress) {
+    return [work, done = 0.0, &progress](double fraction) mutable {
+        const double step = fraction * work - done;
+        done += step;
+        return progress(step);
+    };
+}
+
+/// The surface model of the epoch's point clouds; `epoch` has it instead of them then.
+Status makeOfClouds(const QString& file, PlannedEpoch& epoch, QStringList& notes,
+                    const WorkProgress& progress) {
+    const auto note = writeSurfaceModel(epoch.surface, file, partOf(cloudWork(epoch.surface), progress));
+    if (!note) {
+        return failed(note);
+    }
+    notes << *note;
+    epoch.surface.files = {file};
+    epoch.surface.cloud.reset();
+    return {};
+}
+
+/// The epoch's surface model, with heights in the project's system.
+Result<QString> placeSurface(const QString& folder, PlannedEpoch epoch, bool copies, QStringList& notes,
+                             const WorkProgress& progress) {
     const QString file = folder + QStringLiteral("/dsm.tif");
-    if (!QDir().mkpath(folder)) {
-        return fileFailure(folder, "cannot be created", "无法创建文件夹");
+    const QString flown = folder + QStringLiteral("/dsm-flown.tif"); // heights of the clouds' own system
+    const bool isConverted = !epoch.convertedHeights.isEmpty();
+    const bool isCloud = epoch.surface.cloud.has_value();
+    if (isCloud) {
+        if (auto done = makeOfClouds(isConverted ? flown : file, epoch, notes, progress); !done) {
+            return failed(done);
+        }
     }
-    PlannedEpoch alone = epoch;
-    alone.picture.reset();
-    const double work = workOf(alone, false);
-    double done = 0.0;
-    const auto written = writeConvertedHeights(epoch.surface, epoch.surface.heights, epoch.convertedHeights,
-                                               file, [&](double fraction) {
-                                                   const double step = fraction * work - done;
-                                                   done += step;
-                                                   return progress(step);
-                                               });
-    if (!written) {
-        return failed(written);
+    if (isConverted) {
+        const auto done = writeConvertedHeights(epoch.surface, epoch.surface.heights, epoch.convertedHeights,
+                                                file, partOf(conversionWork(epoch), progress));
+        QFile::remove(flown);
+        return done ? Result<QString>(file) : failed(done);
     }
-    return file;
+    return isCloud ? Result<QString>(file)
+                   : placeRaster(folder, QStringLiteral("dsm"), epoch.surface, TileValues::Metres, copies,
+                                 progress);
+}
+
+/// Whether the epoch's surface model is a new file.
+bool isMade(const PlannedEpoch& epoch) {
+    return epoch.surface.cloud.has_value() || !epoch.convertedHeights.isEmpty();
 }
 
 } // namespace
 
 double workOf(const PlannedEpoch& epoch, bool copies) {
-    constexpr double kBytesOfCell = 4.0;
-    double work = epoch.convertedHeights.isEmpty() ? 0.0 : kBytesOfCell * epoch.surface.cells;
-    for (const SurveyRaster* raster : {&epoch.surface, epoch.picture ? &*epoch.picture : nullptr}) {
-        const bool copied =
-            copies && raster && (raster != &epoch.surface || epoch.convertedHeights.isEmpty());
-        for (const QString& tile : copied ? raster->files : QStringList()) {
-            for (const QString& file : companionsOf(tile)) {
-                work += double(QFileInfo(file).size());
-            }
+    double work = cloudWork(epoch.surface) + conversionWork(epoch);
+    QStringList copied;
+    if (copies) {
+        copied << (isMade(epoch) ? QStringList() : epoch.surface.files)
+               << (epoch.picture ? epoch.picture->files : QStringList());
+    }
+    for (const QString& tile : copied) {
+        for (const QString& file : companionsOf(tile)) {
+            work += double(QFileInfo(file).size());
         }
     }
     return work;
 }
 
-Result<Epoch> placeRasters(const QString& folder, int number, const PlannedEpoch& epoch, bool copies,
-                           const WorkProgress& progress) {
+Result<PlacedEpoch> placeRasters(const QString& folder, int number, const PlannedEpoch& epoch, bool copies,
+                                 const WorkProgress& progress) {
     const QString own =
         folder + QStringLiteral("/epochs/") + (epoch.date.isEmpty() ? QString::number(number) : epoch.date);
-    const auto surface = epoch.convertedHeights.isEmpty()
-                             ? placeRaster(own, QStringLiteral("dsm"), epoch.surface, copies, progress)
-                             : placeConverted(own, epoch, progress);
+    if (!QDir().mkpath(own)) {
+        return fileFailure(own, "cannot be created", "无法创建文件夹");
+    }
+    PlacedEpoch placed;
+    placed.epoch.date = epoch.date;
+    auto surface = placeSurface(own, epoch, copies, placed.notes, progress);
     if (!surface) {
         return failed(surface);
     }
-    Epoch placed{epoch.date, *surface, {}};
+    placed.epoch.dsm = *std::move(surface);
     if (epoch.picture) {
-        const auto picture = placeRaster(own, QStringLiteral("dom"), *epoch.picture, copies, progress);
+        auto picture =
+            placeRaster(own, QStringLiteral("dom"), *epoch.picture, TileValues::AsStored, copies, progress);
         if (!picture) {
             return failed(picture);
         }
-        placed.dom = *picture;
+        placed.epoch.dom = *std::move(picture);
     }
+    QDir().rmdir(own); // goes when it stayed empty, with the folder around it
+    QDir().rmdir(folder + QStringLiteral("/epochs"));
     return placed;
 }
 

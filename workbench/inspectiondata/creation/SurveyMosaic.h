@@ -8,22 +8,15 @@ class GDALDataset;
 
 namespace inspection {
 
+/// What is read of a raster's tiles.
+enum class TileValues {
+    AsStored, ///< colours; heights as the files have them
+    Metres    ///< heights in metres, NaN where there is none
+};
+
 /// The raster of a survey: its one file, or all its tiles as one virtual raster, written to `file` (VRT) unless that is
 /// empty. Fails when a tile cannot be read, with nothing written.
-Result<std::shared_ptr<GDALDataset>> openMosaic(const SurveyRaster& raster, const QString& file = {});
-
-/// Where a surface model has heights. One thread at a time.
-class SurveyCoverage {
-public:
-    /// `reference`: of the places that are asked for. Without a readable raster nothing is covered.
-    SurveyCoverage(const SurveyRaster& raster, const OGRSpatialReference& reference);
-
-    bool holds(double x, double y) const;
-
-private:
-    std::shared_ptr<GDALDataset> m_dataset;
-    Transformation m_toRaster;
-    std::array<double, 6> m_toCell{};
-};
+Result<std::shared_ptr<GDALDataset>> openMosaic(const SurveyRaster& raster, TileValues values,
+                                                const QString& file = {});
 
 } // namespace inspection

@@ -2,6 +2,7 @@
 
 #include "detect/GdalErrors.h"
 #include "workbench/inspectiondata/creation/HeightSystem.h"
+#include "workbench/inspectiondata/creation/SurveyCloud.h"
 
 #include <QDate>
 #include <QDir>
@@ -175,13 +176,15 @@ QString dateInName(const QString& path) {
     return {};
 }
 
-Result<SurveyRaster> surveyRaster(const QString& fileOrFolder) {
+Result<SurveyRaster> surveyRaster(const QString& fileOrFolder, const QString& crs) {
     GDALAllRegister();
     const QFileInfo info(fileOrFolder);
     if (!info.exists()) {
         return fileFailure(fileOrFolder, "no such file", "文件不存在");
     }
-    auto raster = info.isDir() ? readMosaic(fileOrFolder) : readHead(fileOrFolder);
+    auto raster = holdsClouds(fileOrFolder) ? surveyCloud(fileOrFolder, crs)
+                  : info.isDir()            ? readMosaic(fileOrFolder)
+                                            : readHead(fileOrFolder);
     if (raster) {
         raster->date = flightDate(info, raster->date);
     }
