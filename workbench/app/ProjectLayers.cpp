@@ -1,7 +1,6 @@
 #include "workbench/app/ProjectLayers.h"
 
 #include "detect/heights/SurfaceModel.h"
-#include "workbench/inspectiondata/project/Georeference.h"
 #include "workbench/viewer/GlobeMap.h"
 
 #include <osgEarth/GeoData>
@@ -36,9 +35,11 @@ std::optional<Footprint> footprintOf(const QString& file) {
         return std::nullopt;
     }
     const detect::Grid& grid = surface->grid();
-    const QString definition = inspection::definitionOf(grid.srs());
+    char* definition = nullptr;
+    grid.srs().exportToWkt(&definition);
     const osg::ref_ptr<const osgEarth::SpatialReference> srs =
-        osgEarth::SpatialReference::get(definition.toStdString());
+        osgEarth::SpatialReference::get(definition ? definition : "");
+    CPLFree(definition);
     if (!srs) {
         return std::nullopt;
     }
