@@ -153,6 +153,19 @@ std::string problemOf(const LasHeader& header) {
     return {};
 }
 
+/// Empty when all points that the head claims lie in the file. What compressed ones take is known when they are read.
+std::string whatIsMissing(VSILFILE* file, const LasHeader& header) {
+    if (header.isCompressed || VSIFSeekL(file, 0, SEEK_END) != 0) {
+        return {};
+    }
+    const std::uint64_t bytes = VSIFTellL(file);
+    const std::uint64_t room = bytes > header.firstPoint ? bytes - header.firstPoint : 0;
+    const std::uint64_t there = room / static_cast<std::uint64_t>(header.recordBytes);
+    return there >= header.points ? std::string()
+                                  : "点云文件不完整，文件头称有 " + std::to_string(header.points) +
+                                        " 点，只有 " + std::to_string(there) + " 点";
+}
+
 } // namespace
 
 Result<LasHeader> readLasHeader(const std::string& path) {
@@ -169,6 +182,9 @@ Result<LasHeader> readLasHeader(const std::string& path) {
     takeNumbers(head, header);
     if (const std::string problem = problemOf(header); !problem.empty()) {
         return detect::failureOf(path, problem);
+    }
+    if (const std::string missing = whatIsMissing(file.get(), header); !missing.empty()) {
+        return detect::failureOf(path, missing);
     }
     takeReferences(file.get(), head, header);
     return header;

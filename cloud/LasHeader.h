@@ -34,7 +34,7 @@ struct LasHeader {
 };
 
 /// Fails for a file that cannot be read, is no LAS file, is of a version or point format that is not known, or
-/// ends before its own head does. Any thread.
+/// ends before its own head or, uncompressed, before all the points that it claims. Any thread.
 Result<LasHeader> readLasHeader(const std::string& path);
 
 } // namespace cloud

@@ -25,8 +25,7 @@ public:
         const auto recordBytes = static_cast<std::size_t>(m_header.recordBytes);
         m_bytes.resize(count * recordBytes);
         if (count > 0 && VSIFReadL(m_bytes.data(), recordBytes, count, m_file.get()) != count) {
-            return detect::failureOf(m_path,
-                                     "点云文件不完整，缺少 " + std::to_string(m_left) + " 个点中的一部分");
+            return detect::failureOf(m_path, "点云文件不完整，最后 " + std::to_string(m_left) + " 点读不到");
         }
         points.resize(count);
         for (std::size_t i = 0; i < count; ++i) {

@@ -22,6 +22,8 @@ namespace {
 constexpr double kMostCells = 4e10;
 constexpr double kMostCellsPerPoint = 1e4; ///< more is a damaged head, not a sparse survey
 constexpr int kMostSide = 2000000;
+constexpr double kFarthestCell =
+    1e12; ///< from zero; beyond it neighbouring cells can no longer be told apart
 constexpr double kShareOfReading = 0.7; ///< of the progress
 constexpr double kShareBeforeWriting = 0.8;
 
@@ -48,6 +50,11 @@ Result<SurfaceGrid> gridOver(const Survey& survey, double cell) {
     const double rows = std::floor(survey.yMax / cell) + 1.0 - south;
     const double mostCells =
         std::min(kMostCells, std::max(kMostCellsPerPoint * static_cast<double>(survey.points), 1e6));
+    const double farthest =
+        std::max({std::abs(west), std::abs(south), std::abs(west + columns), std::abs(south + rows)});
+    if (!(farthest < kFarthestCell)) {
+        return detect::failureOf(survey.files.front().path, "坐标过大，请检查文件头中的范围和坐标系");
+    }
     if (!(columns * rows <= mostCells && columns <= kMostSide && rows <= kMostSide)) {
         std::ostringstream size;
         size << std::fixed << std::setprecision(0) << columns << " × " << rows;
@@ -151,6 +158,13 @@ Progress part(const Progress& progress, double from, double to) {
     return [=](double done) { return !progress || progress(from + (to - from) * done); };
 }
 
+std::string whyNoneIsUsed(const RasterizeRequest& request, const RasterizeReport& report) {
+    if (report.outside > 0) {
+        return "点都在文件头所称的范围之外，请检查文件头中的范围、比例和偏移";
+    }
+    return request.returns == Returns::Ground ? "点云中没有地面点（第 2 类）" : "点云中没有可用的点";
+}
+
 /// Fills `heights` from all points.
 Status sortIn(const RasterizeRequest& request, const Survey& survey, const SurfaceGrid& surface,
               const std::string& scratchFile, HighestGrid& heights, RasterizeReport& report,
@@ -162,9 +176,7 @@ Status sortIn(const RasterizeRequest& request, const Survey& survey, const Surfa
         return done;
     }
     if (report.used == 0) {
-        const bool isGround = request.returns == Returns::Ground;
-        return detect::failureOf(survey.files.front().path,
-                                 isGround ? "点云中没有地面点（第 2 类）" : "点云中没有可用的点");
+        return detect::failureOf(survey.files.front().path, whyNoneIsUsed(request, report));
     }
     return isHighest ? Status()
                      : returns.percentiles(*request.percentile, heights,

@@ -117,7 +117,7 @@ std::vector<std::uint8_t> LasWriter::bytes() const {
             most = std::max(most, value);
         }
         put(file, 131 + 8 * axis, scale[axis]);
-        put(file, 155 + 8 * axis, offset[axis]);
+        put(file, 155 + 8 * axis, offset[axis] + claimedOffset[axis]);
         put(file, 179 + 16 * axis, points.empty() ? 0.0 : most - (axis < 2 ? boundsShrunkBy : 0.0));
         put(file, 187 + 16 * axis, points.empty() ? 0.0 : least + (axis < 2 ? boundsShrunkBy : 0.0));
     }

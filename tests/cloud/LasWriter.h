@@ -34,7 +34,8 @@ struct LasWriter {
     double gpsTime = 0.0;   ///< of every point, where the format keeps it
     int creationDay = 0;
     int creationYear = 0;
-    int claimedPoints = -1; ///< what the head says; -1: the truth
+    int claimedPoints = -1;                             ///< what the head says; -1: the truth
+    std::array<double, 3> claimedOffset{0.0, 0.0, 0.0}; ///< beyond the true one
     double boundsShrunkBy =
         0.0; ///< the head claims bounds that much too small to the west, east, south and north
 

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 
@@ -88,15 +89,50 @@ TEST_F(RasterizeCommand, NamesTheFileThatIsNoCloudAndKeepsAnEarlierModel) {
     EXPECT_EQ(kept, "earlier");
 }
 
+// Wherever the disk fills up, in the head, in the tiles or in the directory that is written last.
 TEST_F(RasterizeCommand, LeavesNothingOnAFullDisk) {
     const std::string in = cloud();
+    const std::vector<std::string> arguments{"rasterize", in,     "--out",  path("dsm.tif"),
+                                             "--cell",    "0.02", "--quiet"};
+    ASSERT_EQ(runCorridor(arguments).status, 0);
+    const auto whole = std::filesystem::file_size(path("dsm.tif"));
+    std::filesystem::remove(path("dsm.tif"));
     detect::test::ProgramSetting full;
-    full.largestFileBytes = 512;
-    const ProgramRun failed =
-        runCorridor({"rasterize", in, "--out", path("dsm.tif"), "--cell", "0.05", "--quiet"}, full);
+    for (const double share : {0.0, 0.05, 0.3, 0.6, 0.9, 0.99}) {
+        full.largestFileBytes = static_cast<unsigned long>(share * static_cast<double>(whole));
+        const ProgramRun failed = runCorridor(arguments, full);
+        EXPECT_EQ(failed.status, 1) << share;
+        EXPECT_NE(failed.messages.find("dsm.tif：写入地表模型失败，磁盘可能已满"), std::string::npos)
+            << failed.messages;
+        EXPECT_EQ(files(), std::vector<std::string>{"cloud.las"});
+    }
+}
+
+TEST_F(RasterizeCommand, LeavesNothingWhenTheScratchFileFillsTheDisk) {
+    LasWriter file;
+    file.geoKeys = {1, 1, 0, 2, 1024, 0, 1, 1, 3072, 0, 1, 32650};
+    file.points.assign(5000, {0.5, 0.5, 10.0});
+    file.write(path("cloud.las"));
+    detect::test::ProgramSetting full;
+    full.largestFileBytes = 20000;
+    const ProgramRun failed = runCorridor({"rasterize", path("cloud.las"), "--out", path("dsm.tif"), "--cell",
+                                           "1", "--percentile", "50", "--quiet"},
+                                          full);
     EXPECT_EQ(failed.status, 1);
-    EXPECT_NE(failed.messages.find("dsm.tif：写入地表模型失败，磁盘可能已满"), std::string::npos)
+    EXPECT_NE(failed.messages.find("dsm.tif.returns：无法写入临时文件，磁盘可能已满\n"), std::string::npos)
         << failed.messages;
+    EXPECT_EQ(files(), std::vector<std::string>{"cloud.las"});
+}
+
+// The gaps of so thin a cloud, looked at a hundred cells wide, take seconds to close.
+TEST_F(RasterizeCommand, StopsOnCtrlCAndLeavesNothing) {
+    const std::string in = cloud();
+    detect::test::ProgramSetting interrupted;
+    interrupted.signal = SIGINT;
+    const ProgramRun stopped = runCorridor(
+        {"rasterize", in, "--out", path("dsm.tif"), "--cell", "0.01", "--gap", "100"}, interrupted);
+    EXPECT_EQ(stopped.status, 1);
+    EXPECT_NE(stopped.messages.find("corridor rasterize: 已取消\n"), std::string::npos) << stopped.messages;
     EXPECT_EQ(files(), std::vector<std::string>{"cloud.las"});
 }
 
