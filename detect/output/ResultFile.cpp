@@ -1,10 +1,10 @@
 #include "detect/output/ResultFile.h"
 
+#include "detect/FileEnding.h"
 #include "detect/GdalErrors.h"
 #include "detect/output/AnomalyLayer.h"
 
 #include <algorithm>
-#include <cctype>
 #include <filesystem>
 
 namespace detect {
@@ -21,9 +21,7 @@ struct Format {
 constexpr Format kFormats[] = {{".gpkg", "GPKG"}, {".geojson", "GeoJSON"}, {".shp", "ESRI Shapefile"}};
 
 const Format* formatOf(const std::string& path) {
-    std::string ending = fs::u8path(path).extension().u8string();
-    std::transform(ending.begin(), ending.end(), ending.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    const std::string ending = fileEnding(path);
     const auto* found = std::find_if(std::begin(kFormats), std::end(kFormats),
                                      [&](const Format& format) { return ending == format.ending; });
     return found != std::end(kFormats) ? found : nullptr;
