@@ -95,7 +95,7 @@ TEST(ComputationTest, AVerdictOnAnAnomalyThatIsFoundAgainIsKept) {
     valueOf(computeAnomalies(opened.request()));
     auto anomalies = readAnomalies(opened.sql(), 1);
     anomalies[0].attribute = toGbk("建构筑物");
-    storeAttributes(opened.sql(), anomalies);
+    opened.storeAttribute(anomalies[0]);
     auto request = opened.request();
     request.project.parameters.thresholdMetres = 0.9;
     valueOf(computeAnomalies(request));
