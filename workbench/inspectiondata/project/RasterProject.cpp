@@ -41,9 +41,11 @@ QString dateOf(GDALDataset& raster) {
 detect::Box boxOf(std::array<double, 6> transform, int columns, int rows) {
     detect::Box box{HUGE_VAL, HUGE_VAL, -HUGE_VAL, -HUGE_VAL};
     for (int corner = 0; corner < 4; ++corner) {
+        const int column = corner % 2 * columns;
+        const int row = corner / 2 * rows;
         double x = 0.0;
         double y = 0.0;
-        GDALApplyGeoTransform(transform.data(), corner % 2 * columns, corner / 2 * rows, &x, &y);
+        GDALApplyGeoTransform(transform.data(), column, row, &x, &y);
         box = {std::min(box.xMin, x), std::min(box.yMin, y), std::max(box.xMax, x), std::max(box.yMax, y)};
     }
     return box;
@@ -210,6 +212,7 @@ Result<ProjectDescription> writeRasterProject(const QString& folder, const Raste
     }
     const auto& project = *described;
     const auto boxes = stationGrid(overlap, old->cells);
+    // NOLINTNEXTLINE(bugprone-unchecked-optional-access): describe() made the text out of a reference system
     if (auto done = writeStations(project.centerline, *referenceOf(project.crs), boxes); !done) {
         return failed(done);
     }
