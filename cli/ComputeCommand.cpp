@@ -64,7 +64,7 @@ int compute(const std::string& folder, const std::vector<std::uint32_t>& station
     {
         const StopOnSignal stopOnSignal;
         ProgressLine line("计算异常", false);
-        result = inspection::computeAnomalies(request, [&](double fraction, const QString&) {
+        result = inspection::computeAnomalies(request, [&](double fraction, const auto&) {
             line.show(fraction);
             return !stopOnSignal.asked();
         });

@@ -1,10 +1,10 @@
 #include "cloud/Survey.h"
 
 #include "cloud/CloudReference.h"
+#include "detect/FileEnding.h"
 #include "detect/GdalErrors.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cmath>
 #include <filesystem>
 
@@ -15,9 +15,7 @@ namespace {
 namespace fs = std::filesystem;
 
 bool isCloud(const fs::path& path) {
-    std::string ending = path.extension().string();
-    std::transform(ending.begin(), ending.end(), ending.begin(),
-                   [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
+    const std::string ending = detect::fileEnding(path.u8string());
     return ending == ".las" || ending == ".laz";
 }
 

@@ -21,13 +21,7 @@ CRedo::CRedo() : zeo::CommandPlugin("319 redo command") {
 }
 
 void CRedo::createselfUI(QWidget* parent, QHBoxLayout* layout) {
-    QToolButton* button = makeHistoryButton(*this, parent, layout);
-    connect(button, &QObject::destroyed, this, [this, button] {
-        if (m_pButton == button) {
-            m_pButton = nullptr;
-        }
-    });
-    m_pButton = button;
+    makeHistoryButton(*this, m_pButton, parent, layout);
 }
 
 void CRedo::Execute() {

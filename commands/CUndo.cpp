@@ -28,16 +28,10 @@ CUndo::CUndo() : zeo::CommandPlugin("318 undo command") {
 CUndo::~CUndo() = default;
 
 void CUndo::createselfUI(QWidget* parent, QHBoxLayout* layout) {
-    QToolButton* button = makeHistoryButton(*this, parent, layout);
+    makeHistoryButton(*this, m_pButton, parent, layout);
     // The main part undoes one step, the arrow opens the menu.
-    button->setMenu(m_historyMenu.get());
-    button->setPopupMode(QToolButton::MenuButtonPopup);
-    connect(button, &QObject::destroyed, this, [this, button] {
-        if (m_pButton == button) {
-            m_pButton = nullptr;
-        }
-    });
-    m_pButton = button;
+    m_pButton->setMenu(m_historyMenu.get());
+    m_pButton->setPopupMode(QToolButton::MenuButtonPopup);
 }
 
 void CUndo::Execute() {

@@ -16,7 +16,7 @@ QString translated(const zeo::ICommand& command, const std::string& gbk) {
 
 } // namespace
 
-QToolButton* makeHistoryButton(zeo::ICommand& command, QWidget* parent, QHBoxLayout* layout) {
+void makeHistoryButton(zeo::ICommand& command, QToolButton*& place, QWidget* parent, QHBoxLayout* layout) {
     const QString name = translated(command, command.Name());
     auto* button = new QToolButton(parent);
     button->setObjectName(name);
@@ -32,6 +32,11 @@ QToolButton* makeHistoryButton(zeo::ICommand& command, QWidget* parent, QHBoxLay
 
     QObject::connect(button, SIGNAL(clicked()), &command, SLOT(OnAction()));
     QObject::connect(&command, SIGNAL(isrun(bool)), button, SLOT(setChecked(bool)));
+    QObject::connect(button, &QObject::destroyed, &command, [&place, button] {
+        if (place == button) {
+            place = nullptr;
+        }
+    });
     button->setEnabled(false);
-    return button;
+    place = button;
 }

@@ -8,5 +8,6 @@ namespace zeo {
 class ICommand;
 }
 
-/// The disabled button of an undo or redo command, appended to `layout` and connected to the command.
-QToolButton* makeHistoryButton(zeo::ICommand& command, QWidget* parent, QHBoxLayout* layout);
+/// Puts the disabled button of an undo or redo command into `place`, appended to `layout` and connected to the
+/// command. `place`, a member of the command, is null again when the button goes.
+void makeHistoryButton(zeo::ICommand& command, QToolButton*& place, QWidget* parent, QHBoxLayout* layout);

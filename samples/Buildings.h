@@ -23,7 +23,7 @@ struct Building {
     std::optional<float> roofMetres(Point inFrame) const;
 };
 
-/// Houses, yards, school and greenhouses of the first epoch.
+/// Houses, yards, school and greenhouses of the first epoch, which stay as they are in the second.
 std::vector<Building> placeBuildings(const Site& site, const Ground& ground);
 
 /// Whether (x, y) lies inside or nearer than `marginMetres` to one of the buildings.

@@ -13,7 +13,8 @@ struct Point {
     double y = 0.0;
 };
 
-/// A line with the distance from its start at every vertex (plan metres).
+/// A line with the distance from its start at every vertex (plan metres). At least two vertices, no two of
+/// them at one place.
 struct Curve {
     std::vector<Point> points;
     std::vector<double> along;
@@ -23,7 +24,8 @@ struct Curve {
     Point at(double distance) const;
     /// Unit direction of travel there.
     Point direction(double distance) const;
-    /// Distance from the start where the line first reaches `x`; for lines that run from west to east.
+    /// Distance from the start where the line first reaches `x`, clamped to the ends; for lines that run from
+    /// west to east.
     double alongAtX(double x) const;
 };
 
@@ -39,7 +41,8 @@ struct LinePosition {
     float alongMetres;
 };
 
-/// Lateral offset and distance along, known in a band around a curve and interpolated on a one-metre lattice.
+/// Lateral offset and distance along, known in a band around a curve and interpolated between the nodes of a
+/// lattice, of a metre here. Made once, so that millions of cells need not search the curve.
 class LineField {
 public:
     LineField() = default;

@@ -7,7 +7,8 @@
 
 namespace samples {
 
-/// A rectangle of values, row after row.
+/// A rectangle of values, row after row, both counted from 0. Nothing is checked; reading from several
+/// threads is safe, and so is writing where each has rows of its own.
 template<class T>
 class Grid {
 public:
@@ -18,6 +19,7 @@ public:
 
     int columns() const { return m_columns; }
     int rows() const { return m_rows; }
+    /// The first value of a row; the others and the next rows follow it.
     T* row(int row) {
         return m_cells.data() + static_cast<std::size_t>(row) * static_cast<std::size_t>(m_columns);
     }
@@ -50,7 +52,8 @@ struct Lattice {
     double y(int row) const { return south + row * stepMetres; }
 };
 
-/// A smooth figure known at the nodes of a lattice over the site; clamped at its rim.
+/// A smooth figure known at the nodes of a lattice over the site, which has at least two columns and two rows.
+/// Beyond its rim the figure stays what it is there.
 class Field {
 public:
     Field() = default;
@@ -80,7 +83,8 @@ public:
         return southValue + (northValue - southValue) * shareY;
     }
 
-    /// Uniform cubic B-spline over the sixteen nodes around (x, y): smooth to the second derivative.
+    /// Uniform cubic B-spline over the sixteen nodes around (x, y): smooth to the second derivative, but flatter
+    /// than the nodes, through whose values it does not pass.
     float smoothSample(double x, double y) const {
         const double column = (x - m_lattice.west) / m_lattice.stepMetres;
         const double row = (y - m_lattice.south) / m_lattice.stepMetres;

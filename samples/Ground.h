@@ -9,9 +9,10 @@ namespace samples {
 /// thread.
 class Ground {
 public:
+    /// `site` is not needed afterwards. Uses all processors.
     explicit Ground(const Site& site);
 
-    /// Height of the ground (over water: of the water) at site coordinates, metres.
+    /// Height of the ground (over water: of the water) at site coordinates, metres above sea level.
     float heightMetres(double x, double y) const;
     /// Metres of rise per metre of the natural relief over some 30 m, without banks, terraces and road.
     float slope(double x, double y) const { return m_slope.sample(x, y); }
@@ -20,9 +21,10 @@ public:
         int number;
         float share; ///< 0 at its lower edge, riser from riserShare on
     };
+    /// Where the tread ends and the riser to the next terrace begins.
     static constexpr float kRiserShare = 0.86F;
     std::optional<Terrace> terrace(double x, double y) const;
-    /// Height of the carriageway, also where it crosses the river on the bridge.
+    /// Height of the carriageway that far along the road, also where it crosses the river on the bridge.
     float roadHeightMetres(float roadAlong) const;
 
 private:

@@ -15,11 +15,13 @@ struct Cover {
 /// Immutable; safe to read from any thread.
 class LandCover {
 public:
+    /// Both must outlive it.
     LandCover(const Site& site, const Ground& ground) : m_site(site), m_ground(ground), m_parcels(site) {}
 
     /// The first that claims the place: road, river, school, village, farmstead, lane, forest floor,
     /// fields. Site coordinates, metres.
     Cover at(double x, double y) const;
+    /// Whose idents the cells of crops bear.
     const Parcels& parcels() const { return m_parcels; }
 
 private:

@@ -6,6 +6,7 @@ namespace samples {
 
 /// What one sees from above.
 enum class Material : std::uint8_t {
+    // Water, roads and what else is not grown.
     Water,
     Gravel,
     Asphalt,
@@ -14,24 +15,30 @@ enum class Material : std::uint8_t {
     Shoulder,
     Concrete,
     DirtTrack,
+    // What grows low; a baulk is the strip of grass between two parcels.
     Grass,
     Scrub,
     ForestFloor,
     Crop,
     Baulk,
     TerraceRiser,
+    // Around houses and on the school's ground.
     Yard,
     RunningTrack,
     PlayingField,
+    // What is built.
     TiledRoof,
     FlatRoof,
     SteelRoof,
     Greenhouse,
     Wall,
+    // Crowns of trees.
     Broadleaf,
     Conifer,
     FruitTree,
+    // Beside the pipe every hundred metres.
     MarkerPost,
+    // What the works and the subsidence between the epochs left; only in the second one.
     EarthHeap,
     StoneHeap,
     Pit,

@@ -11,21 +11,24 @@ namespace samples {
 /// Finaliser of SplitMix64 (Steele, Lea, Flood 2014): spreads every bit of the input over the output.
 std::uint64_t mixBits(std::uint64_t value);
 
-/// A stream of random numbers (SplitMix64), fixed by a seed and the number of the stream.
+/// A stream of random numbers (SplitMix64), fixed by a seed and the number of the stream. Each thread needs
+/// its own; the order of the calls is part of what comes out.
 class Random {
 public:
     Random(std::uint64_t seed, std::uint64_t stream);
 
     /// In [0, 1).
     double uniform();
+    /// In [low, high).
     double between(double low, double high) { return low + (high - low) * uniform(); }
+    /// True in that share of the calls, 0 .. 1.
     bool chance(double probability) { return uniform() < probability; }
 
 private:
     std::uint64_t m_state;
 };
 
-/// 32 hashed bits of a lattice node.
+/// 32 hashed bits of a lattice node; the factors of the first line are the primes of xxHash (Collet 2012).
 inline std::uint32_t hashNode(std::int32_t x, std::int32_t y, std::uint32_t seed) {
     std::uint32_t bits = static_cast<std::uint32_t>(x) * 0x9E3779B1u ^
                          static_cast<std::uint32_t>(y) * 0x85EBCA77u ^ seed * 0xC2B2AE3Du;
@@ -39,7 +42,8 @@ inline float unitOf(std::uint32_t bits) {
     return static_cast<float>(bits >> 8) * (1.0F / 16777216.0F);
 }
 
-/// Gradient noise (Perlin 2002) with one lattice cell per unit, about -1 .. 1, mean 0.
+/// Gradient noise (Perlin 2002) with one lattice cell per unit, about -1 .. 1, mean 0; 0 at the nodes, and
+/// smooth to the second derivative.
 float gradientNoise(float x, float y, std::uint32_t seed);
 
 /// The same with lattice cells of `cellMetres`, for a place in metres.
@@ -47,7 +51,8 @@ inline float gradientNoise(double x, double y, float cellMetres, std::uint32_t s
     return gradientNoise(static_cast<float>(x) / cellMetres, static_cast<float>(y) / cellMetres, seed);
 }
 
-/// Sum of `octaves` gradient noises, each with half the wave length and half the amplitude of the one before.
+/// Sum of `octaves` gradient noises, each with half the wave length and half the amplitude of the one before:
+/// within about -2 .. 2 however many there are.
 float fractalNoise(float x, float y, std::uint32_t seed, int octaves);
 inline float fractalNoise(double x, double y, float cellMetres, std::uint32_t seed, int octaves) {
     return fractalNoise(static_cast<float>(x) / cellMetres, static_cast<float>(y) / cellMetres, seed,
@@ -55,7 +60,7 @@ inline float fractalNoise(double x, double y, float cellMetres, std::uint32_t se
 }
 
 /// Independent per cell, close to a normal distribution with mean 0 and standard deviation 1 (Irwin-Hall of
-/// 4).
+/// 4), never beyond 3.5 of them.
 inline float whiteNoise(std::int32_t column, std::int32_t row, std::uint32_t seed) {
     const std::uint32_t first = hashNode(column, row, seed);
     const std::uint32_t second = first * 0x9E3779B1u + 0x7F4A7C15u;
@@ -66,7 +71,7 @@ inline float whiteNoise(std::int32_t column, std::int32_t row, std::uint32_t see
     return (sum - 2.0F) * 1.7320508F;
 }
 
-/// Sine and cosine of an angle in degrees, by a Taylor polynomial (error below 1e-9).
+/// Sine and cosine of any angle in degrees, by a Taylor polynomial (error below 1e-7).
 double sineDegrees(double degrees);
 inline double cosineDegrees(double degrees) {
     return sineDegrees(degrees + 90.0);
@@ -81,6 +86,7 @@ inline std::vector<double> stepsFrom(double first, double end, double step) {
     return values;
 }
 
+/// `from` at share 0, `to` at share 1, straight on beyond them.
 inline float mix(float from, float to, float share) {
     return from + (to - from) * share;
 }
@@ -99,7 +105,8 @@ std::uint8_t byteOf(T share) {
     return static_cast<std::uint8_t>(clampUnit(share) * T(255));
 }
 
-/// 0 up to `low`, 1 from `high` on, smooth in between; `low` may be greater than `high`.
+/// 0 up to `low`, 1 from `high` on, smooth in between (the cubic 3 t² - 2 t³); `low` may be greater than
+/// `high`, which turns it round, but not equal to it.
 template<class T>
 T smoothStep(T low, T high, T value) {
     const T share = clampUnit((value - low) / (high - low));

@@ -23,10 +23,12 @@ inline Colour mix(Colour from, Colour to, float share) {
 /// What colour things have in even light, 0 .. 1 as on the screen (sRGB). Immutable; safe from any thread.
 class Palette {
 public:
-    /// `epoch` 0 or 1: one year later some parcels bear another crop and everything is a little riper.
+    /// `epoch` 0 or 1: one year later some parcels bear another crop and everything is a little riper. `scene`
+    /// must outlive it.
     Palette(const Scene& scene, int epoch) : m_scene(scene), m_epoch(epoch) {}
 
-    /// Site coordinates, metres.
+    /// The colour of what `cell` says at (x, y), site coordinates in metres: the same material varies from
+    /// place to place. Shadows and relief come later, in the orthophoto.
     Colour at(SurfaceCell cell, double x, double y) const;
 
 private:

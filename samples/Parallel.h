@@ -9,8 +9,10 @@
 
 namespace samples {
 
-/// Calls work(firstRow, endRow) for bands of rows, from several threads. Bands are disjoint and cover 0 ..
-/// rows - 1, so the result never depends on the number of threads as long as a band writes only its own rows.
+/// Calls work(firstRow, endRow) for bands of rows, from as many threads as there are processors, the caller's
+/// among them, and returns when all is done. Bands are disjoint and cover 0 .. rows - 1, in no certain order,
+/// so the result never depends on the number of threads as long as a band writes only its own rows. `work`
+/// must not throw.
 template<class Work>
 void forEachBand(int rows, const Work& work) {
     constexpr int kBandRows = 32;
@@ -30,7 +32,7 @@ void forEachBand(int rows, const Work& work) {
     }
 }
 
-/// Calls work(column, row, x, y) for every node of a lattice, from several threads: bands of its rows.
+/// Calls work(column, row, x, y) for every node of a lattice in the same way; x and y are site coordinates.
 template<class Work>
 void forEachNode(const Lattice& lattice, const Work& work) {
     forEachBand(lattice.rows, [&](int first, int end) {

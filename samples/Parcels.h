@@ -19,9 +19,11 @@ struct CropStyle {
     bool rowsAlongV = false;
 };
 
-/// The farm land: each bank of the river is one turned frame, split again and again into parcels.
+/// The farm land: each bank of the river is one turned frame, split again and again into parcels, along a
+/// binary tree of straight cuts. Immutable after construction; safe to read from any thread.
 class Parcels {
 public:
+    /// `site` must outlive it.
     explicit Parcels(const Site& site);
 
     struct Place {
@@ -33,11 +35,14 @@ public:
     /// Site coordinates, metres; every place belongs to a parcel, also under the road or the village.
     Place find(double x, double y) const;
 
-    /// Idents of terraces differ from those of the parcel they cut.
+    /// Idents of terraces differ from those of the parcel they cut, so that each is farmed in its own way. Two
+    /// terraces far apart may share one.
     static std::uint16_t terraceIdent(std::uint16_t parcel, int terraceNumber);
+    /// Every ident has one, those of terraces as well.
     const CropStyle& style(std::uint16_t ident) const { return m_styles[ident % kStyleCount]; }
     /// The frame of the bank on which (x, y) lies.
     const TurnedFrame& frameAt(double x, double y) const { return bankAt(x, y).frame; }
+    /// Of the banks west and east of the river.
     const TurnedFrame& westFrame() const { return m_west.frame; }
     const TurnedFrame& eastFrame() const { return m_east.frame; }
 

@@ -63,24 +63,28 @@ struct BuildingGround {
 struct Site {
     explicit Site(std::uint64_t seed);
 
-    /// A noise seed of its own for each use.
+    /// A noise seed of its own for each use, which callers number as they like.
     std::uint32_t noiseSeed(std::uint32_t use) const { return m_noiseBase + use * 7919u; }
-    /// Height of the water surface; it falls from north to south.
+    /// Height of the water surface above sea level; it falls from north to south, by 2.6 m in a kilometre.
     static float waterLevelMetres(double y);
-    /// Half the width of the water there.
+    /// Half the width of the water, that far along the river.
     float riverHalfWidthMetres(float riverAlong) const;
     /// How far a forest reaches over (x, y): 0 open, 1 closed.
     float forestDensity(double x, double y) const { return forest.sample(x, y); }
 
     std::uint64_t seed;
+    /// From north to south, and well beyond the site; the road and the pipeline run from west to east.
     Curve river;
     Curve road;
     Curve lane; ///< dirt road to the hamlet and the quarry
     Curve pipeline;
     Village village;
+    /// The school first.
     std::vector<BuildingGround> buildingGrounds;
     const BuildingGround& school() const { return buildingGrounds.front(); }
 
+    /// Where places lie along these lines: within 150 m of the river, 40 m of the road and the pipeline, 24 m
+    /// of the lane. Beyond that they are far.
     LineField riverField;
     LineField roadField;
     LineField laneField;

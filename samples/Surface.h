@@ -4,7 +4,8 @@
 
 namespace samples {
 
-/// Everything that stands on the site, drawn once for a seed. Not movable: its parts refer to each other.
+/// Everything that stands on the site, drawn once for a seed and the same on every machine. Not movable: its
+/// parts refer to each other. Safe to read from any thread.
 struct Scene {
     explicit Scene(std::uint64_t seed)
         : site(seed), ground(site), cover(site, ground), buildings(placeBuildings(site, ground)),
@@ -35,17 +36,19 @@ struct RasterFrame {
     std::pair<int, int> rowRange(double yMin, double yMax) const;
 };
 
-/// The true surface of one epoch: what a perfect survey would measure and see.
+/// The true surface of one epoch: what a perfect survey would measure and see. Eight bytes for each cell.
 struct Surface {
     explicit Surface(const RasterFrame& theFrame)
         : frame(theFrame), height(theFrame.columns, theFrame.rows), cells(theFrame.columns, theFrame.rows) {}
 
     RasterFrame frame;
-    Grid<float> height; ///< metres
+    /// Metres above sea level, of what lies uppermost: ground, plants, roof or crown.
+    Grid<float> height;
+    /// What that is.
     Grid<SurfaceCell> cells;
 };
 
-/// The surface of the first epoch.
+/// The surface of the first epoch. Uses all processors; the result does not depend on their number.
 Surface composeSurface(const Scene& scene, const RasterFrame& frame);
 
 /// dZ of one change on the cells of a window of the frame.
@@ -55,7 +58,8 @@ struct ChangeWindow {
     Grid<float> dz; ///< metres, 0 where nothing changed
 };
 
-/// Turns the first epoch's surface into the second's and tells what each change (in their order) did to it.
+/// Turns the first epoch's surface into the second's and tells what each change (in their order) did to it. A
+/// window is larger than its change by the ground that the works have worn.
 std::vector<ChangeWindow> applyChanges(const Scene& scene, Surface& surface);
 
 } // namespace samples

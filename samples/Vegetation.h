@@ -15,7 +15,8 @@ struct Tree {
     std::uint16_t ident = 0;
     std::uint32_t noiseSeed = 0;
 
-    /// Height above sea level of the top of the crown over (x, y), or nothing beside it.
+    /// Height above sea level of the top of the crown over (px, py), or nothing beside it. Bumps of the rim
+    /// reach 1.3 radii at the most.
     std::optional<float> crownMetres(double px, double py) const;
 };
 

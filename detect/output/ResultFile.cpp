@@ -1,10 +1,10 @@
 #include "detect/output/ResultFile.h"
 
+#include "detect/FileEnding.h"
 #include "detect/GdalErrors.h"
 #include "detect/output/AnomalyLayer.h"
 
 #include <algorithm>
-#include <cctype>
 #include <filesystem>
 
 namespace detect {
@@ -21,9 +21,7 @@ struct Format {
 constexpr Format kFormats[] = {{".gpkg", "GPKG"}, {".geojson", "GeoJSON"}, {".shp", "ESRI Shapefile"}};
 
 const Format* formatOf(const std::string& path) {
-    std::string ending = fs::u8path(path).extension().u8string();
-    std::transform(ending.begin(), ending.end(), ending.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    const std::string ending = fileEnding(path);
     const auto* found = std::find_if(std::begin(kFormats), std::end(kFormats),
                                      [&](const Format& format) { return ending == format.ending; });
     return found != std::end(kFormats) ? found : nullptr;
@@ -86,25 +84,6 @@ Status ResultFile::write(const Anomaly& anomaly, const std::string& attribute) {
 
 Status ResultFile::close() {
     return m_file.close([this](const std::string& path) { return holds(path, m_written); });
-}
-
-Status writeAnomalies(const std::vector<Anomaly>& anomalies, const std::string& srsWkt,
-                      const std::string& path, const std::vector<std::string>& attributes) {
-    auto output = StagedOutput::beside(path);
-    if (!output) {
-        return failed(output);
-    }
-    ResultFile file(*output);
-    if (auto done = file.begin(srsWkt); !done) {
-        return failed(done);
-    }
-    for (std::size_t i = 0; i < anomalies.size(); ++i) {
-        if (auto done = file.write(anomalies[i], i < attributes.size() ? attributes[i] : std::string());
-            !done) {
-            return failed(done);
-        }
-    }
-    return file.close().and_then([&output] { return output->commit(); });
 }
 
 } // namespace detect

@@ -39,10 +39,4 @@ private:
     std::int64_t m_written = 0;
 };
 
-/// A whole result file of anomalies in memory. It appears complete or not at all; an earlier one is replaced
-/// only then. `attributes` are the inspector's classes in the order of the
-/// anomalies; missing ones stay empty.
-Status writeAnomalies(const std::vector<Anomaly>& anomalies, const std::string& srsWkt,
-                      const std::string& path, const std::vector<std::string>& attributes = {});
-
 } // namespace detect

@@ -17,6 +17,7 @@ public:
 
     /// Deletes the object: commands live on the heap.
     void Destroy() override;
+    // The accessors answer what the fields below hold at the time of the call.
     std::string Name() override;
     std::string ToolTip() override;
     std::string Key() override;
@@ -27,7 +28,8 @@ public:
     void OnBeforeExcute() override; ///< nothing
 
 protected:
-    /// What the accessors above answer, all std::string GBK.
+    /// What the accessors above answer, all std::string GBK. Final before the host asks for the button, which
+    /// is made of them once.
     std::string m_name;
     std::string m_toolTip;
     std::string m_key;

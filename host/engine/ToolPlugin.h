@@ -12,6 +12,8 @@ class ENGINE_API ToolPlugin : public ITool {
 public:
     /// `key` (GBK) is what Key() answers for good. GUI thread.
     explicit ToolPlugin(const std::string& key);
+    /// The host forgets the tool without calling OnDeactivate, as the derived object is gone by then: a tool
+    /// that may be active is left first.
     ~ToolPlugin() override;
 
     /// Deletes the object: tools live on the heap.
@@ -25,7 +27,8 @@ public:
     QCursor GetCursor() override;
     void OnBeforeExcute() override; ///< nothing
 
-    // No reaction unless a tool overrides them; MessageEvent answers 0.
+    // No reaction unless a tool overrides them; MessageEvent answers 0. The tools on the globe hear of keys
+    // and pointer through CXCommandHandler::handle instead.
     void OnKeyPress(QKeyEvent* event) override;
     void OnKeyRelease(QKeyEvent* event) override;
     void OnMouseMove(QMouseEvent* event) override;
@@ -39,7 +42,8 @@ public:
     void onFormAction(QString action) override;
 
 protected:
-    /// What the accessors above answer, all std::string GBK.
+    /// What the accessors above answer, all std::string GBK. A tool registers its handler under m_name, which
+    /// is also what its OnActivate hands to osgCmd.
     std::string m_name;
     std::string m_toolTip;
     std::string m_key;

@@ -18,17 +18,21 @@ public:
 
     /// The window's own copy of the current item; never null, with station id 0 while there is none.
     virtual KV_StationItem* GetCurrentItem() = 0;
-    /// Copies `item` into the current item.
+    /// Copies `item` into the current item. The rows stay as they are: another item is shown by Refresh,
+    /// SetCurrentItem and AddData, in this order.
     virtual void SetCurrentItem(const KV_StationItem& item) = 0;
     /// Clears the table for another item.
     virtual void Refresh() = 0;
     /// Fills the table from the current item.
     virtual void AddData() = 0;
-    /// Selects the anomaly of `item` at (x, y) of its station's reference system and scrolls to it.
+    /// Selects the anomaly of `item` at (x, y) of its station's reference system and scrolls to it. Does
+    /// nothing where there is none, or when the table shows another station.
     virtual void SetSelectedbycoor(KV_StationItem* item, double x, double y) = 0;
-    /// Stores the attributes of `anomalies` in one transaction and shows them.
+    /// Stores the attributes of `anomalies` in one transaction and shows them, in the records of `item` as
+    /// well. An edit of the history. When it is refused nothing is changed, and the user has been told.
     virtual void SetItemAtrii(KV_StationItem* item, const std::vector<SdiffData>& anomalies) = 0;
-    /// Deletes `anomalies` in one transaction, with their overlays and rows.
+    /// Deletes `anomalies` in one transaction, with their overlays and rows, and takes them out of `item`.
+    /// An edit of the history; refused as above.
     virtual void DeleteItems(KV_StationItem* item, const std::vector<SdiffData>& anomalies) = 0;
 
     /// Emit msg_undo or msg_redo with the text.

@@ -5,7 +5,7 @@
 
 #include <QWidget>
 
-/// Old and new picture of an anomaly. GUI thread.
+/// Old and new picture of an anomaly: both epochs of the same ground side by side. GUI thread.
 class INSPECTION_API KVImageWindow : public QWidget {
     Q_OBJECT
 
@@ -14,6 +14,6 @@ public:
     ~KVImageWindow() override;
 
     /// Shows the surroundings of the anomaly `zoom` of `item`; a record without extent shows the whole
-    /// station.
+    /// station. Returns before the pictures are read. Neither argument need live longer than the call.
     virtual void CreatZoomItem(KV_StationItem* item, const SdiffData& zoom) = 0;
 };

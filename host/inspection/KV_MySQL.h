@@ -48,13 +48,17 @@ public:
 
     bool isOpen() const;
 
+    // Texts of statements are GBK, like values. Everything below throws KV_MySQL_Exception when the database
+    // refuses.
+
     /// Rows of a select; "?" in `sql` stand for the values in `bound`, in order.
     KV_Rows queryRecord(const std::string& sql, const std::vector<KV_Value>& bound = {});
     /// Any other statement. Returns the number of rows that it names, changed or not.
     std::int64_t execute(const std::string& sql, const std::vector<KV_Value>& bound = {});
-    /// Returns the id of the new row.
+    /// Fields that are not given take the default of their column. Returns the id of the new row.
     std::int64_t insertRecord(const std::string& table, const KV_Record& fields);
-    /// Sets `fields` in the rows that `condition` ("where id=7") names. Returns the number of rows changed.
+    /// Sets `fields` in the rows that `condition` ("where id=7") names; no fields, no statement. "?" in the
+    /// condition stand for `bound`. Returns the number of rows that it names, changed or not.
     std::int64_t updateRecord(const std::string& table, const KV_Record& fields, const std::string& condition,
                               const std::vector<KV_Value>& bound = {});
     /// Returns the number of rows deleted.

@@ -14,7 +14,8 @@ public:
     explicit ParaSet(QWidget* parent = nullptr);
     ~ParaSet() override;
 
-    /// Opens the settings dialog and waits; what the user confirms is stored in the project.
+    /// Opens the settings dialog and waits; what the user confirms is stored in the project. Nothing is
+    /// computed anew by it.
     virtual void OnSetPara() = 0;
     /// How anomalies are picked on the globe: 0 by hovering (object under the pointer), 1 by their bounds.
     /// The anomaly tool asks at each event of the globe: the GUI thread or that of the viewer's frames.

@@ -10,7 +10,8 @@
 #include <string>
 #include <vector>
 
-/// Object type codes of the inspection data. They select database tables and blocks of the attribute history.
+/// Object type codes of the inspection data. They select database tables and blocks of the attribute history,
+/// and stand in files: the numbers stay.
 enum KV_ObjectType : std::int32_t {
     KV_PIPE_NODE = 1,
     KV_HIGH_CONSEQUENCE_AREA = 4,
@@ -28,7 +29,7 @@ public:
     KV_BasicNode(const std::string& name, const osg::Vec3d& coor);
     virtual ~KV_BasicNode();
 
-    /// Unique among the special objects of a project.
+    /// GBK. Unique among the special objects of a project.
     const std::string& GetName() const { return m_name; }
     void SetName(const std::string& name) { m_name = name; }
     /// x is the longitude, y the latitude, z the height.
@@ -69,7 +70,8 @@ public:
     Special_Region(const std::string& name, const osg::Vec3d& centre);
     ~Special_Region() override;
 
-    /// The outline is stored as WKT; an empty one keeps the vertices.
+    /// The outline is stored as WKT, a polygon with Z in longitude and latitude; an empty one keeps the
+    /// vertices.
     void init_from_sqldata(const mysqlhelper::KV_Record& row) override;
     void evalute_record(mysqlhelper::KV_Record& fields) const override;
 

@@ -32,6 +32,7 @@ struct SdiffData {
     double dzMaxMetres = 0.0;
     std::string outlineWkt; ///< polygon in the station's reference system
 
+    /// That of the kind; the other one stays out.
     double volumeCubicMetres() const { return isFill ? fillCubicMetres : cutCubicMetres; }
 };
 
@@ -77,8 +78,10 @@ public:
     double m_endMetres = 0.0;
 };
 
-/// A station as the windows and tools work with it. The read operations are cheap when nothing changed since
-/// the last call, silent on failure (false), and run on the thread of the caller.
+/// A station as the windows and tools work with it. A value: copies have their own records. The read
+/// operations take from the open project's database, are cheap when nothing changed since the last call,
+/// silent on failure (false), which leaves what was read before, and run on the thread of the caller, which
+/// has to be the database's.
 class INSPECTIONDATA_API KV_StationItem {
 public:
     KV_StationItem();
@@ -88,7 +91,8 @@ public:
 
     /// Makes the station's bounds and reference system agree with the stored ones.
     bool readdom();
-    /// Reads the raster of elevation differences, so that KV_DiffData::GetdZ answers.
+    /// Opens the raster of elevation differences that the last computation made, so that KV_DiffData::GetdZ
+    /// answers. False, and no raster, for a station that was not computed or whose epochs share no cell.
     bool readdiffvz();
     /// Reads the anomaly records with their attributes.
     bool readclassfi();

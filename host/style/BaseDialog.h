@@ -6,7 +6,8 @@
 #include <QDialog>
 
 /// A frameless dialog with the product's title bar. A derived dialog sets up its form first and then calls
-/// updateLayout, which puts the title bar above the form.
+/// updateLayout, which puts the title bar above the form. The bar's close button closes it as Esc does:
+/// rejected. GUI thread.
 class STYLE_API BaseDialog : public QDialog {
     Q_OBJECT
 
@@ -14,7 +15,8 @@ public:
     explicit BaseDialog(QWidget* parent = nullptr);
     ~BaseDialog() override;
 
-    /// Moves the form's layout below the title bar. Once, after the form is complete.
+    /// Moves the form's layout below the title bar and makes the dialog taller by the bar. Once, after the
+    /// form is complete; a second call changes nothing.
     void updateLayout();
 
 protected:

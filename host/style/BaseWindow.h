@@ -16,11 +16,13 @@ public:
     explicit BaseWindow(QWidget* parent = nullptr);
     ~BaseWindow() override;
 
-    /// Moves the form's layout below the title bar. Once, after the form is complete.
+    /// Moves the form's layout below the title bar and makes the window taller by the bar. Once, after the
+    /// form is complete; a second call changes nothing.
     void updateLayout();
 
 protected:
-    void keyPressEvent(QKeyEvent* event) override; ///< Esc closes the window
+    /// Esc closes the window, Enter clicks its default button, as in a dialog.
+    void keyPressEvent(QKeyEvent* event) override;
     void showEvent(QShowEvent* event) override;
 
     /// Made by the constructor; the derived window sets its text and buttons.

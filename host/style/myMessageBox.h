@@ -6,7 +6,7 @@
 
 class QWidget;
 
-/// The product's message box.
+/// The product's message box. Texts are shown as they stand, without markup.
 class STYLE_API myMessageBox {
 public:
     enum Type { Information = 0, Success = 1, Question = 2, Warning = 3 };
@@ -15,7 +15,8 @@ public:
     /// Shows the box and, when `modal`, waits for the user.
     /// `type` chooses the icon (Type), `buttons` the buttons (Buttons).
     /// Returns 0 when the user confirmed (OK or yes), 1 otherwise. A box that is not modal returns 0 at once
-    /// and deletes itself when it is closed. GUI thread.
+    /// and deletes itself when it is closed. A modal one waits in an event loop of its own: frames and timers
+    /// go on meanwhile. `parent` may be null. GUI thread.
     static int showMyMessageBox(QWidget* parent, const QString& title, const QString& text, int type,
                                 int buttons, bool modal = true);
 };

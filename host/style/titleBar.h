@@ -9,7 +9,8 @@
 class QLabel;
 class QPushButton;
 
-/// Title bar of the product's own windows: a text, buttons, and an area that drags the window.
+/// Title bar of the product's own windows: a text, buttons, and an area that drags the window. A maximised
+/// window stays where it is; a double click maximises where the bar has that button. GUI thread.
 class STYLE_API titleBar : public QWidget {
     Q_OBJECT
 
@@ -20,7 +21,7 @@ public:
     /// The bar drags the window that `parent` belongs to.
     explicit titleBar(QWidget* parent);
 
-    /// `pointSize` is the text's size in points.
+    /// `pointSize` is the text's size in points; height and buttons of the bar follow it.
     void setTitleContent(const QString& text, int pointSize = 10);
     /// One of ButtonType; other values show the close button alone.
     void setButtonType(int type);
@@ -29,7 +30,8 @@ public:
     QString titleContent() const;
 
 signals:
-    /// A button was clicked; what follows is up to the window.
+    /// A button was clicked; what follows is up to the window. BaseDialog and BaseWindow minimise, maximise or
+    /// restore, and close themselves.
     void signalMinimize();
     void signalMaximize();
     void signalClose();

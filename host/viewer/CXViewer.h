@@ -13,7 +13,8 @@ class View;
 }
 
 /// The globe's view. Scene and event handlers are changed between frames only, that is, in
-/// CXCommandHandler::OnMessage or on the thread that runs the frames.
+/// CXCommandHandler::OnMessage or on the thread that runs the frames. The accessors may be called
+/// there and on the GUI thread; what they give belongs to the host.
 class VIEWER_API CXViewer {
 public:
     /// Its requestRedraw asks for a new frame after a change that the viewer cannot see by itself, on any

@@ -15,8 +15,9 @@ public:
     CXCommandHandler();
 
     using osgGA::GUIEventHandler::handle;
-    /// Receives the viewer's events, in the frame loop, while the handler is the active one. True consumes
-    /// the event. The default answers false.
+    /// Receives the viewer's events, in the frame loop, while the handler is the active one. Positions are
+    /// window pixels with y upwards. True consumes the event: the globe's camera does not follow it then. The
+    /// default answers false.
     bool handle(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) override;
     /// Receives a message of the bus, in the frame loop and between frames. The default ignores it.
     virtual void OnMessage(std::string message);

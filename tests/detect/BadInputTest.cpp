@@ -1,8 +1,8 @@
 // Every failure: one line that names the file, nothing left behind, earlier results untouched.
 
-#include "detect/output/ResultFile.h"
 #include "detect/output/SummaryFile.h"
 #include "tests/detect/TestRasters.h"
+#include "tests/detect/WholeResult.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>

@@ -1,7 +1,7 @@
 // Rasters that are odd, and still to be worked with.
 
-#include "detect/output/ResultFile.h"
 #include "tests/detect/RandomRasters.h"
+#include "tests/detect/WholeResult.h"
 
 #include <gtest/gtest.h>
 #include <ogrsf_frmts.h>

@@ -1,6 +1,7 @@
 #include "detect/output/ResultFile.h"
 
 #include "tests/detect/TestRasters.h"
+#include "tests/detect/WholeResult.h"
 
 #include <gtest/gtest.h>
 #include <ogrsf_frmts.h>

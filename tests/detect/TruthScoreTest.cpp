@@ -1,7 +1,7 @@
 #include "tests/detect/TruthScore.h"
 
-#include "detect/output/ResultFile.h"
 #include "tests/detect/TestRasters.h"
+#include "tests/detect/WholeResult.h"
 
 #include <gtest/gtest.h>
 

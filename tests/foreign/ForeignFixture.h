@@ -19,6 +19,8 @@
 #include <osgGA/GUIEventAdapter>
 
 #include <functional>
+#include <utility>
+#include <vector>
 
 inline constexpr int kLeft = 1;
 inline constexpr int kRight = 3; // as the event queue counts them
@@ -79,18 +81,41 @@ protected:
         m_host.settle();
         ForeignContext::reset();
     }
+    void clickTool(const char* tool) {
+        m_host.click(tool);
+        m_host.settle();
+    }
+    void moveTo(float x, float y) {
+        m_host.move(x, y);
+        m_host.settle();
+    }
     /// The pointer comes from beside it, so that the hover picker sees it move.
+    void hoverAt(float x, float y) {
+        moveTo(x + 1.0F, y);
+        moveTo(x, y);
+    }
     void hover(std::size_t anomaly) {
         const osg::Vec2d at = m_host.pixelOf(anomaly);
-        m_host.move(static_cast<float>(at.x()) + 1.0F, static_cast<float>(at.y()));
-        m_host.settle();
-        m_host.move(static_cast<float>(at.x()), static_cast<float>(at.y()));
-        m_host.settle();
+        hoverAt(static_cast<float>(at.x()), static_cast<float>(at.y()));
     }
     void click(int button) {
         m_host.press(button);
         m_host.settle();
         m_host.release(button);
+        m_host.settle();
+    }
+    /// Left clicks at the corners of an area, a right click at the last of them.
+    void digitise(const std::vector<std::pair<float, float>>& corners) {
+        for (std::size_t i = 0; i < corners.size(); ++i) {
+            moveTo(corners[i].first, corners[i].second);
+            click(i + 1 < corners.size() ? kLeft : kRight);
+        }
+    }
+    /// Adds to the title in that dialog, which is open, and confirms it.
+    void confirm(const char* form, const char* title) {
+        QWidget* open = dialog(form);
+        QTest::keyClicks(&theChild<QLineEdit>(open, "lineEditTitle"), title);
+        QTest::mouseClick(&theChild<QPushButton>(open, "pushButtonOK"), Qt::LeftButton);
         m_host.settle();
     }
     static QWidget* dialog(const char* name) {

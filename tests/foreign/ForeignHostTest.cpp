@@ -19,8 +19,7 @@ TEST_F(InAForeignHost, OneShotCommandsReachTheirOperations) {
 }
 
 TEST_F(InAForeignHost, AnomaliesArePickedMeasuredClassifiedShownAndDeleted) {
-    m_host.click(kLook);
-    m_host.settle();
+    clickTool(kLook);
     EXPECT_EQ(m_host.groupsNamed("FrameSelect"), 1U);
     hover(5);
     click(kLeft);
@@ -47,50 +46,35 @@ TEST_F(InAForeignHost, AnomaliesArePickedMeasuredClassifiedShownAndDeleted) {
 }
 
 TEST_F(InAForeignHost, TheRectangleSelectsWhatItHolds) {
-    m_host.click(kLook);
-    m_host.settle();
-    m_host.move(4, 4);
-    m_host.settle();
+    clickTool(kLook);
+    moveTo(4, 4);
     m_host.keyDown(GUIEventAdapter::KEY_Shift_L);
     m_host.press(kLeft);
     m_host.settle();
-    m_host.move(ForeignHost::kWidth - 4, ForeignHost::kHeight - 4);
-    m_host.settle();
+    moveTo(ForeignHost::kWidth - 4, ForeignHost::kHeight - 4);
     m_host.release(kLeft);
     m_host.keyUp(GUIEventAdapter::KEY_Shift_L);
     m_host.settle();
     EXPECT_EQ(m_host.highlighted().size(), ForeignHost::kAnomalies);
-    m_host.click(kLook);
-    m_host.settle();
+    clickTool(kLook);
     EXPECT_TRUE(m_host.highlighted().empty()) << "the tool was left";
 }
 
 TEST_F(InAForeignHost, APointIsPlacedNamedEditedAndDeleted) {
-    m_host.click(kPoint);
-    m_host.settle();
-    m_host.move(200, 40);
-    m_host.settle();
+    clickTool(kPoint);
+    moveTo(200, 40);
     click(kLeft);
-    QWidget* form = dialog("CDrawPointDlg");
-    QTest::keyClicks(&theChild<QLineEdit>(form, "lineEditTitle"), "valve");
-    QTest::mouseClick(&theChild<QPushButton>(form, "pushButtonOK"), Qt::LeftButton);
-    m_host.settle();
+    confirm("CDrawPointDlg", "valve");
     EXPECT_EQ(m_host.calls, QStringList{"AddPointNode valve"});
     EXPECT_EQ(m_host.messages, QStringList());
-    m_host.click(kEdit);
-    m_host.settle();
-    m_host.move(201, 44);
-    m_host.settle();
-    m_host.move(200, 44);
-    m_host.settle();
+    clickTool(kEdit);
+    hoverAt(200, 44);
     {
         const Chooser chooser("编辑");
         click(kRight);
         EXPECT_TRUE(waitUntil([&] { return dialog("CDrawPointDlg") != nullptr; }));
     }
-    QTest::keyClicks(&theChild<QLineEdit>(dialog("CDrawPointDlg"), "lineEditTitle"), "7");
-    QTest::mouseClick(&theChild<QPushButton>(dialog("CDrawPointDlg"), "pushButtonOK"), Qt::LeftButton);
-    m_host.settle();
+    confirm("CDrawPointDlg", "7");
     EXPECT_TRUE(m_host.calls.contains("UpdataNode valve valve7")) << m_host.calls.join(", ").toStdString();
     m_host.keyDown(GUIEventAdapter::KEY_Delete);
     m_host.keyUp(GUIEventAdapter::KEY_Delete);
@@ -101,23 +85,12 @@ TEST_F(InAForeignHost, APointIsPlacedNamedEditedAndDeleted) {
 }
 
 TEST_F(InAForeignHost, AnAreaIsDigitisedNamedAndStored) {
-    m_host.click(kArea);
-    m_host.settle();
+    clickTool(kArea);
     const std::size_t before = m_host.groupsNamed("ROIArea");
     EXPECT_GE(before, 1U);
-    for (const auto& [x, y] : {std::pair(30.0F, 20.0F), {90.0F, 20.0F}, {90.0F, 60.0F}}) {
-        m_host.move(x, y);
-        m_host.settle();
-        click(kLeft);
-    }
-    m_host.move(30, 60);
-    m_host.settle();
-    click(kRight);
+    digitise({{30.0F, 20.0F}, {90.0F, 20.0F}, {90.0F, 60.0F}, {30.0F, 60.0F}});
     EXPECT_FALSE(m_host.button(kArea).isChecked());
-    QWidget* form = dialog("CdrawPolygonDlg");
-    QTest::keyClicks(&theChild<QLineEdit>(form, "lineEditTitle"), "school");
-    QTest::mouseClick(&theChild<QPushButton>(form, "pushButtonOK"), Qt::LeftButton);
-    m_host.settle();
+    confirm("CdrawPolygonDlg", "school");
     EXPECT_EQ(m_host.calls, QStringList{"AddAreaNode school 4"});
 }
 
@@ -173,8 +146,7 @@ TEST_F(InAForeignHost, AHastyUserMixesNoThreads) {
     }
     // A key that comes up under another tool stays down for this one.
     m_host.leaveActiveTool();
-    m_host.click(kLook);
-    m_host.settle();
+    clickTool(kLook);
     for (const int key :
          {GUIEventAdapter::KEY_Control_L, GUIEventAdapter::KEY_Shift_L, GUIEventAdapter::KEY_Delete}) {
         m_host.keyUp(key);

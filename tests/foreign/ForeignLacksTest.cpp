@@ -64,15 +64,14 @@ protected:
     }
     /// Names and confirms what is being drawn or edited; nothing where no dialog is open.
     void confirm(const char* form) {
-        if (QWidget* open = dialog(form)) {
-            QTest::keyClicks(&theChild<QLineEdit>(open, "lineEditTitle"), "x");
-            QTest::mouseClick(&theChild<QPushButton>(open, "pushButtonOK"), Qt::LeftButton);
-            m_host.settle();
+        if (dialog(form)) {
+            InAForeignHost::confirm(form, "x");
         }
     }
-    void start(const char* tool) {
-        m_host.click(tool);
-        m_host.settle();
+    /// Chooses editing from the menu of what is under the pointer, where one opens.
+    void edit() {
+        const Chooser chooser("编辑");
+        click(kRight);
     }
 };
 
@@ -95,12 +94,12 @@ TEST_F(LacksInAForeignHost, TheAnomalyToolMeasuresZeroAndDoesWhatItStillCan) {
             if (isMissingFirst) {
                 ForeignContext::missing = lack.missing;
             }
-            start(kLook);
+            clickTool(kLook);
             ForeignContext::missing = lack.missing;
             const bool isJudged = lack.isMeasured && lack.missing != Missing::Table;
             EXPECT_EQ(judge(), isJudged ? 1 : 0);
             EXPECT_EQ(m_host.valueLabel(), lack.isMeasured ? "1.25" : "0");
-            start(kLook);
+            clickTool(kLook);
             EXPECT_FALSE(m_host.button(kLook).isChecked());
             ForeignContext::reset();
         }
@@ -112,10 +111,9 @@ TEST_F(LacksInAForeignHost, TheDrawingToolsStoreNothingThatNobodyTakes) {
         for (const char* tool : {kPoint, kArea}) {
             SCOPED_TRACE(lack.name);
             ForeignContext::missing = lack.missing;
-            start(tool);
+            clickTool(tool);
             EXPECT_EQ(dialog("CDrawPointDlg") || dialog("CdrawPolygonDlg"), lack.isDigitised);
-            m_host.move(200, 140);
-            m_host.settle();
+            moveTo(200, 140);
             click(kLeft);
             confirm("CDrawPointDlg");
             confirm("CdrawPolygonDlg");
@@ -133,9 +131,8 @@ TEST_F(LacksInAForeignHost, TheDrawingToolsBearWhatGoesWhileTheyDraw) {
     for (const Lack& lack : lacksOf(kOfDrawing)) {
         for (const char* tool : {kPoint, kArea}) {
             SCOPED_TRACE(lack.name);
-            start(tool);
-            m_host.move(200, 140);
-            m_host.settle();
+            clickTool(tool);
+            moveTo(200, 140);
             click(kLeft);
             ForeignContext::missing = lack.missing;
             confirm("CDrawPointDlg");
@@ -149,9 +146,8 @@ TEST_F(LacksInAForeignHost, TheDrawingToolsBearWhatGoesWhileTheyDraw) {
 
 TEST_F(LacksInAForeignHost, TheEditingToolBearsIt) {
     const auto place = [this] {
-        start(kPoint);
-        m_host.move(60, 140);
-        m_host.settle();
+        clickTool(kPoint);
+        moveTo(60, 140);
         click(kLeft);
         confirm("CDrawPointDlg");
     };
@@ -159,18 +155,12 @@ TEST_F(LacksInAForeignHost, TheEditingToolBearsIt) {
         for (const bool isMissingFirst : {true, false}) {
             SCOPED_TRACE(lack.name);
             place();
-            start(kEdit);
+            clickTool(kEdit);
             if (isMissingFirst) {
                 ForeignContext::missing = lack.missing;
             }
-            m_host.move(61, 144);
-            m_host.settle();
-            m_host.move(60, 144);
-            m_host.settle();
-            {
-                const Chooser chooser("编辑");
-                click(kRight);
-            }
+            hoverAt(60, 144);
+            edit();
             ForeignContext::missing = lack.missing;
             confirm("CDrawPointDlg");
             EXPECT_EQ(dialog("CDrawPointDlg"), nullptr);
@@ -187,25 +177,12 @@ TEST_F(LacksInAForeignHost, TheEditingToolBearsIt) {
 TEST_F(LacksInAForeignHost, AnAreaThatIsBeingEditedBearsIt) {
     for (const Lack& lack : lacksOf(kOfEditing)) {
         SCOPED_TRACE(lack.name);
-        start(kArea);
-        for (const auto& [x, y] : {std::pair(20.0F, 20.0F), {90.0F, 20.0F}, {90.0F, 80.0F}}) {
-            m_host.move(x, y);
-            m_host.settle();
-            click(kLeft);
-        }
-        m_host.move(20, 80);
-        m_host.settle();
-        click(kRight);
+        clickTool(kArea);
+        digitise({{20.0F, 20.0F}, {90.0F, 20.0F}, {90.0F, 80.0F}, {20.0F, 80.0F}});
         confirm("CdrawPolygonDlg");
-        start(kEdit);
-        m_host.move(31, 30);
-        m_host.settle();
-        m_host.move(30, 30);
-        m_host.settle();
-        {
-            const Chooser chooser("编辑");
-            click(kRight);
-        }
+        clickTool(kEdit);
+        hoverAt(30, 30);
+        edit();
         ASSERT_NE(dialog("CdrawPolygonDlg"), nullptr);
         ForeignContext::missing = lack.missing;
         confirm("CdrawPolygonDlg");

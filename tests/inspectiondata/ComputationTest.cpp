@@ -95,7 +95,7 @@ TEST(ComputationTest, AVerdictOnAnAnomalyThatIsFoundAgainIsKept) {
     valueOf(computeAnomalies(opened.request()));
     auto anomalies = readAnomalies(opened.sql(), 1);
     anomalies[0].attribute = toGbk("建构筑物");
-    storeAttributes(opened.sql(), anomalies);
+    opened.storeAttribute(anomalies[0]);
     auto request = opened.request();
     request.project.parameters.thresholdMetres = 0.9;
     valueOf(computeAnomalies(request));
@@ -113,7 +113,7 @@ TEST(ComputationTest, CancelAtAnyTimeLeavesTheEarlierResults) {
     auto request = opened.request();
     request.project.parameters.thresholdMetres = 2.5; // would find fewer
     for (const double limit : {0.0, 0.1, 0.4, 0.7, 1.0}) {
-        const Failure failure = failureOf(computeAnomalies(request, [&](double fraction, const QString&) {
+        const Failure failure = failureOf(computeAnomalies(request, [&](double fraction, const auto&) {
             ++calls;
             return fraction < limit;
         }));
@@ -128,13 +128,17 @@ TEST(ComputationTest, CancelAtAnyTimeLeavesTheEarlierResults) {
 TEST(ComputationTest, ProgressNeverGoesBackAndEndsAtOne) {
     OpenedProject opened;
     double last = 0.0;
-    valueOf(computeAnomalies(opened.request(), [&](double fraction, const QString& what) {
+    QStringList steps;
+    valueOf(computeAnomalies(opened.request(), [&](double fraction, const ComputationStep& step) {
         EXPECT_GE(fraction, last);
-        EXPECT_FALSE(what.isEmpty());
+        EXPECT_FALSE(stepText(step).isEmpty());
         last = fraction;
+        steps << stepText(step);
         return true;
     }));
     EXPECT_DOUBLE_EQ(last, 1.0);
+    steps.removeDuplicates();
+    EXPECT_EQ(steps, QStringList({"两期数据配准", "计算站点 一号站", "计算站点 二号站", "保存结果"}));
 }
 
 TEST(ComputationTest, BadRastersFailInOneLineAndLeaveTheEarlierResults) {

@@ -21,6 +21,15 @@ using mysqlhelper::KV_MySQL;
 using mysqlhelper::KV_MySQL_Exception;
 using mysqlhelper::KV_Record;
 
+std::vector<KV_BasicNode> pipeNodes(KV_MySQL& database) {
+    std::vector<KV_BasicNode> nodes;
+    for (const auto& row :
+         database.queryRecord("select * from " + tableName(KV_PIPE_NODE) + " order by id")) {
+        nodes.emplace_back().init_from_sqldata(row);
+    }
+    return nodes;
+}
+
 SdiffData someAnomaly(const std::string& name) {
     SdiffData anomaly;
     anomaly.name = name;
@@ -55,7 +64,7 @@ TEST_P(DatabaseTest, FirstOpenTakesStationsAndNodesFromTheCentreLineFile) {
     EXPECT_EQ(stations[0].m_srs, "EPSG:4547");
     EXPECT_DOUBLE_EQ(stations[0].m_xMax, SmallProject::kMiddle);
     EXPECT_DOUBLE_EQ(stations[1].m_startMetres, 100.0);
-    const auto nodes = readPipeNodes(m_opened.sql());
+    const auto nodes = pipeNodes(m_opened.sql());
     ASSERT_EQ(nodes.size(), 1U);
     EXPECT_EQ(fromGbk(nodes[0].GetName()), QStringLiteral("起点"));
     EXPECT_NEAR(nodes[0].GetCoor().x(), 114.0, 0.01);
@@ -130,7 +139,7 @@ TEST_P(DatabaseTest, AttributesAreStoredAndDeletedAnomaliesComeBackAsTheyWere) {
     insertAnomalies(m_opened.sql(), 1, anomalies);
     ASSERT_NE(anomalies[0].id, 0);
     anomalies[0].attribute = toGbk("塌陷");
-    storeAttributes(m_opened.sql(), {anomalies[0]});
+    m_opened.storeAttribute(anomalies[0]);
     EXPECT_EQ(readAnomalies(m_opened.sql(), 1)[0].attribute, toGbk("塌陷"));
 
     std::vector<SdiffData> gone{anomalies[0]};
@@ -173,7 +182,7 @@ TEST_P(DatabaseTest, AProjectWithoutStationsIsRefusedAndItsTablesStayEmpty) {
     EXPECT_TRUE(failure.message.contains("centerline.gpkg"));
     KV_MySQL database(project.description().databaseUrl().toStdString());
     EXPECT_TRUE(readStations(database).empty());
-    EXPECT_TRUE(readPipeNodes(database).empty());
+    EXPECT_TRUE(pipeNodes(database).empty());
 }
 
 TEST_P(DatabaseTest, ReadingOnlyNeedsTablesAndChangesNothing) {

@@ -1,8 +1,10 @@
 #pragma once
 
+#include "host/inspection/Station.h"
 #include "tests/support/SmallProject.h"
 #include "workbench/inspectiondata/compute/ComputeAnomalies.h"
 #include "workbench/inspectiondata/database/PipelineDatabase.h"
+#include "workbench/inspectiondata/database/Schema.h"
 #include "workbench/inspectiondata/project/Project.h"
 
 #include <gtest/gtest.h>
@@ -62,5 +64,10 @@ struct OpenedProject {
         request.project = project.description();
         request.threads = 2;
         return request;
+    }
+    /// What an inspector chose, as it is stored under the anomaly's id.
+    void storeAttribute(const SdiffData& anomaly) {
+        sql().updateRecord(inspection::kAnomalyTable, {{"attribute", anomaly.attribute}}, "where id=?",
+                           {anomaly.id});
     }
 };

@@ -106,7 +106,7 @@ TEST_F(StationItemTest, ReadsAnomaliesWithTheirAttributes) {
     ASSERT_TRUE(item.readclassfi());
     ASSERT_EQ(item.m_diffData.m_anomalies.size(), 2U);
     item.m_diffData.m_anomalies[0].attribute = toGbk("塌陷");
-    storeAttributes(m_opened.sql(), item.m_diffData.m_anomalies);
+    m_opened.storeAttribute(item.m_diffData.m_anomalies[0]);
     KV_StationItem again = station(2);
     ASSERT_TRUE(again.readclassfi());
     EXPECT_EQ(again.m_diffData.m_anomalies[0].attribute, toGbk("塌陷"));

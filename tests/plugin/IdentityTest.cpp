@@ -6,6 +6,7 @@
 #include <QImage>
 #include <QMetaMethod>
 
+#include <algorithm>
 #include <map>
 
 namespace {
@@ -96,6 +97,11 @@ QImage imageOf(const char* file) {
 
 class Identities : public PluginTest {
 protected:
+    bool hasKey(const std::string& key) const {
+        return std::any_of(m_commands.begin(), m_commands.end(),
+                           [&key](zeo::ICommand* command) { return command->Key() == key; });
+    }
+
     const std::vector<zeo::ICommand*>& m_commands = m_engine.commands();
 };
 
@@ -150,8 +156,8 @@ TEST_F(Identities, KeysKeepTheirTrailingBlanks) {
     }
     for (const char* withoutBlank :
          {"303 comput diff", "307 edit diff", "3082 draw point", "316 set viewpoint"}) {
-        EXPECT_EQ(m_engine.findCommand(withoutBlank), nullptr) << withoutBlank;
-        EXPECT_NE(m_engine.findCommand(std::string(withoutBlank) + ' '), nullptr) << withoutBlank;
+        EXPECT_FALSE(hasKey(withoutBlank)) << withoutBlank;
+        EXPECT_TRUE(hasKey(std::string(withoutBlank) + ' ')) << withoutBlank;
     }
 }
 

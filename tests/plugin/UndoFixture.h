@@ -47,6 +47,15 @@ protected:
         }
         return nullptr;
     }
+    /// Neither command takes a step; the menu is empty and both buttons are disabled.
+    void expectNothingToStep() {
+        m_undo->Execute();
+        m_redo->Execute();
+        EXPECT_TRUE(m_history.log.isEmpty());
+        EXPECT_TRUE(entries().isEmpty());
+        EXPECT_FALSE(m_undoButton->isEnabled());
+        EXPECT_FALSE(m_redoButton->isEnabled());
+    }
     void hover(const QString& text) { emit m_menu->hovered(entry(text)); }
     void choose(const QString& text) { entry(text)->trigger(); }
 

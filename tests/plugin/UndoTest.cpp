@@ -181,12 +181,7 @@ TEST_F(UndoMenu, EditsThatWereNeverListedAreUndoneWithoutTouchingTheMenu) {
 TEST_F(UndoMenu, WithoutAHistoryEveryReportDisablesAndClears) {
     recordABC();
     m_history.isRecording = false;
-    m_undo->Execute();
-    m_redo->Execute();
-    EXPECT_TRUE(m_history.log.isEmpty());
-    EXPECT_TRUE(entries().isEmpty());
-    EXPECT_FALSE(m_undoButton->isEnabled());
-    EXPECT_FALSE(m_redoButton->isEnabled());
+    expectNothingToStep();
 }
 
 TEST_F(UndoMenu, WithoutATableStepsAreTakenAndNobodyIsTold) {
@@ -209,12 +204,7 @@ TEST_F(UndoMenu, WithoutATableStepsAreTakenAndNobodyIsTold) {
 TEST_F(UndoMenu, WithoutAContextTheButtonsAreDisabled) {
     recordABC();
     const MemoryHistory::Away away;
-    m_undo->Execute();
-    m_redo->Execute();
-    EXPECT_TRUE(m_history.log.isEmpty());
-    EXPECT_TRUE(entries().isEmpty());
-    EXPECT_FALSE(m_undoButton->isEnabled());
-    EXPECT_FALSE(m_redoButton->isEnabled());
+    expectNothingToStep();
 }
 
 TEST_F(UndoMenu, ChineseDescriptionsComeBackAsTheyWere) {

@@ -64,12 +64,6 @@ void EngineContext::SetStatusTip(const QString& text) {
     emit statusTipChanged(text);
 }
 
-ICommand* EngineContext::findCommand(const std::string& key) const {
-    const auto position = std::find_if(m_commands.begin(), m_commands.end(),
-                                       [&](ICommand* command) { return command->Key() == key; });
-    return position == m_commands.end() ? nullptr : *position;
-}
-
 QToolButton* EngineContext::buttonOf(const ICommand& command) {
     return command.m_pButton;
 }

@@ -6,7 +6,6 @@
 
 #include <atomic>
 #include <functional>
-#include <string>
 #include <vector>
 
 class QToolButton;
@@ -46,8 +45,6 @@ public:
     void setMapSRS(const osgEarth::SpatialReference* srs) { m_mapSRS = srs; }
     /// In the order in which they were constructed.
     const std::vector<ICommand*>& commands() const { return m_commands; }
-    /// The command with exactly that key, or null.
-    ICommand* findCommand(const std::string& key) const;
     /// The command's button; null before createselfUI and after the button was deleted.
     static QToolButton* buttonOf(const ICommand& command);
     /// What OnAction does.

@@ -1,33 +1,9 @@
 #include "workbench/style/Theme.h"
 
-#include <QApplication>
 #include <QPainter>
 #include <QPainterPath>
-#include <QPalette>
-#include <QStyleFactory>
 
 namespace theme {
-
-void installOn(QApplication& application) {
-    application.setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
-    QPalette palette;
-    palette.setColor(QPalette::Window, kSurface);
-    palette.setColor(QPalette::WindowText, kText);
-    palette.setColor(QPalette::Base, kBody);
-    palette.setColor(QPalette::AlternateBase, kSurface);
-    palette.setColor(QPalette::Text, kText);
-    palette.setColor(QPalette::Button, kSurface);
-    palette.setColor(QPalette::ButtonText, kText);
-    palette.setColor(QPalette::ToolTipBase, kBody);
-    palette.setColor(QPalette::ToolTipText, kText);
-    palette.setColor(QPalette::Highlight, kAccent);
-    palette.setColor(QPalette::HighlightedText, Qt::white);
-    palette.setColor(QPalette::Mid, kBorder);
-    for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText}) {
-        palette.setColor(QPalette::Disabled, role, QColor(0x96, 0xa0, 0xae));
-    }
-    application.setPalette(palette);
-}
 
 QString windowStyleSheet() {
     return QStringLiteral(R"(

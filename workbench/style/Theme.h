@@ -6,8 +6,6 @@
 #include <QPixmap>
 #include <QString>
 
-class QApplication;
-
 /// The product's few colours and what is made of them. GUI thread.
 namespace theme {
 
@@ -20,9 +18,6 @@ inline const QColor kBorder(0xbc, 0xc6, 0xd4);
 inline const QColor kSuccess(0x2e, 0x9e, 0x5b);
 inline const QColor kWarning(0xe0, 0x8a, 0x1e);
 inline const QColor kDanger(0xd6, 0x45, 0x45);
-
-/// Fusion with the product's palette, for the whole program.
-STYLE_API void installOn(QApplication& application);
 
 /// Style sheet of BaseDialog, BaseWindow and everything inside them. Sizes follow the font.
 STYLE_API QString windowStyleSheet();

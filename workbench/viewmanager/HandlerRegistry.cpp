@@ -141,8 +141,8 @@ void HandlerRegistry::setWakeUp(std::function<void()> wakeUp) {
     m_wakeUp = std::move(wakeUp);
 }
 
-DynamicClass::DynamicClass(std::string name,
-                           CXCommandHandler* handler) { // NOLINT(performance-unnecessary-value-param)
+// NOLINTNEXTLINE(performance-unnecessary-value-param): by contract
+DynamicClass::DynamicClass(std::string name, CXCommandHandler* handler) {
     HandlerRegistry::instance().add(name, handler);
 }
 

@@ -1,5 +1,5 @@
 #include "tests/support/QtMain.h"
-#include "workbench/style/Theme.h"
+#include "workbench/app/Theme.h"
 #include "workbench/viewer/GlobeWidget.h"
 
 namespace {
@@ -9,7 +9,7 @@ class ProductLook : public testing::Environment {
 public:
     void SetUp() override {
         QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
-        theme::installOn(*qApp);
+        applyTheme(*qApp);
     }
 };
 

@@ -56,8 +56,6 @@ void InspectionContext::initialise(QWidget* mainWindow) {
 
 void InspectionContext::connectWindows() {
     connect(m_session.get(), &Session::opened, m_stations, &StationTreeWindow::load);
-    connect(m_session.get(), &Session::opened, this, &InspectionContext::projectOpened);
-    connect(m_session.get(), &Session::closing, this, &InspectionContext::projectClosing);
     connect(m_session.get(), &Session::closing, m_stations, &StationTreeWindow::clear);
     connect(m_session.get(), &Session::closing, m_images, &ImageWindow::clear);
     connect(m_session.get(), &Session::parametersChanged, m_stations, &StationTreeWindow::recolourOverlays);

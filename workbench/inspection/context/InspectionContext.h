@@ -82,8 +82,6 @@ public:
     DataSet* GetDataSet(int index) override;
 
 signals:
-    void projectOpened();
-    void projectClosing();
     /// Ends every computation that was started. `message` is one Chinese line.
     void computeFinished(bool ok, const QString& message);
     /// Ends every output that was started. `kind` is "report" or "shape".

@@ -43,8 +43,8 @@ void GroundPane::paintEvent(QPaintEvent* /*event*/) {
     const QTransform toPane = this->toPane();
     paintOutline(painter, m_outline, toPane);
     paintProfileLine(painter, m_line.line(), toPane, m_line.isDragging() || m_hovered != Grip::None);
-    if (isCrosshairShown()) {
-        paintCrosshair(painter, toPane.map(*m_view.pointer()));
+    if (const auto pointer = m_view.pointer(); pointer && isCrosshairShown()) {
+        paintCrosshair(painter, toPane.map(*pointer));
     }
     paintAbove(painter);
 }

@@ -91,7 +91,8 @@ std::optional<ProfileChart::Axes> ProfileChart::axes() const {
     axes.count = count;
     const int textHeight = fontMetrics().height();
     const int textWidth = fontMetrics().horizontalAdvance("0000.0");
-    axes.plot = QRectF(rect()).adjusted(textWidth + 10, textHeight + 8, -textWidth / 2 - 8, -textHeight - 8);
+    const int halfWidth = textWidth / 2;
+    axes.plot = QRectF(rect()).adjusted(textWidth + 10, textHeight + 8, -halfWidth - 8, -textHeight - 8);
     return axes.plot.width() > 20 && axes.plot.height() > 20 ? std::optional(axes) : std::nullopt;
 }
 
@@ -121,8 +122,9 @@ void ProfileChart::paintGrid(QPainter& painter, const Axes& axes) const {
 
     const double yStep =
         gridStep(axes.highMetres - axes.lowMetres, static_cast<int>(axes.plot.height() / (textHeight * 2)));
-    for (double metres = std::ceil(axes.lowMetres / yStep) * yStep; metres <= axes.highMetres;
-         metres += yStep) {
+    const double lowest = std::ceil(axes.lowMetres / yStep) * yStep;
+    for (int line = 0; lowest + line * yStep <= axes.highMetres; ++line) {
+        const double metres = lowest + line * yStep;
         const double y = axes.y(metres);
         painter.setPen(grid);
         painter.drawLine(QPointF(axes.plot.left(), y), QPointF(axes.plot.right(), y));
@@ -133,7 +135,8 @@ void ProfileChart::paintGrid(QPainter& painter, const Axes& axes) const {
     const double labelWidth = fontMetrics().horizontalAdvance("0000.0 m");
     const double xStep =
         gridStep(axes.lengthMetres, static_cast<int>(axes.plot.width() / (labelWidth * 1.5)));
-    for (double metres = 0.0; metres <= axes.lengthMetres + xStep * 1e-6; metres += xStep) {
+    for (int line = 0; line * xStep <= axes.lengthMetres + xStep * 1e-6; ++line) {
+        const double metres = line * xStep;
         const double x = axes.plot.left() + axes.plot.width() * metres / axes.lengthMetres;
         painter.setPen(grid);
         painter.drawLine(QPointF(x, axes.plot.top()), QPointF(x, axes.plot.bottom()));
@@ -249,7 +252,7 @@ void ProfileChart::mouseMoveEvent(QMouseEvent* event) {
 
 void ProfileChart::point() {
     const auto axes = this->axes();
-    if (axes && *m_pointerX >= axes->plot.left() && *m_pointerX <= axes->plot.right()) {
+    if (axes && m_pointerX && *m_pointerX >= axes->plot.left() && *m_pointerX <= axes->plot.right()) {
         emit pointerAlong((*m_pointerX - axes->plot.left()) / axes->plot.width());
     } else {
         emit pointerLeft();

@@ -104,7 +104,7 @@ void AnomalyOverlays::paint(std::uint32_t stationId, const Source& source) {
                     [this, stationId, batch, cancelled, last] {
                         attach(stationId, batch, *cancelled);
                         if (last) {
-                            finishPainting(stationId, *cancelled);
+                            --m_paintings;
                         }
                     },
                     Qt::QueuedConnection);
@@ -125,13 +125,6 @@ void AnomalyOverlays::attach(std::uint32_t stationId, const Pictures& pictures,
         }
     }
     redrawGlobe();
-}
-
-void AnomalyOverlays::finishPainting(std::uint32_t stationId, const std::atomic<bool>& cancelled) {
-    --m_paintings;
-    if (!cancelled) {
-        emit painted(stationId);
-    }
 }
 
 void AnomalyOverlays::hide(std::uint32_t stationId) {

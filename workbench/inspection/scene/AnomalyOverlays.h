@@ -49,10 +49,6 @@ public:
     /// True while pictures are being made.
     bool isPainting() const { return m_paintings != 0 || m_crisp.isPainting(); }
 
-signals:
-    /// The pictures of a station are all there.
-    void painted(quint32 stationId);
-
 private:
     using Overlay = osg::ref_ptr<osgEarth::Annotation::ImageOverlay>;
     struct Entry {
@@ -71,7 +67,6 @@ private:
     /// The painter's thread sees records and images only: nodes are made and let go of on the GUI thread.
     void paint(std::uint32_t stationId, const Source& source);
     void attach(std::uint32_t stationId, const Pictures& pictures, const std::atomic<bool>& cancelled);
-    void finishPainting(std::uint32_t stationId, const std::atomic<bool>& cancelled);
 
     void tintThose(Station& station, const std::set<std::string>& names, bool isTinted);
 

@@ -7,7 +7,7 @@ namespace {
 template<typename Map, typename Record>
 void enter(Map& map, osg::Group* group, const Record& record) {
     if (group) {
-        map[group] = record;
+        map.insert_or_assign(osg::ref_ptr<osg::Group>(group), record);
     }
 }
 

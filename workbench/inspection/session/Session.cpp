@@ -60,9 +60,9 @@ Status Session::open(const QString& folder, Project::Access access) {
 }
 
 Status Session::readHistory() {
-    const bool isWritable = m_project->access() == Project::Access::Exclusive;
+    const bool isWritable = project()->access() == Project::Access::Exclusive;
     try {
-        m_history.setDatabase(connection(), isWritable ? inspectorOf(m_project->description()) : QString());
+        m_history.setDatabase(connection(), isWritable ? inspectorOf(project()->description()) : QString());
         return {};
     } catch (const mysqlhelper::KV_MySQL_Exception& exception) {
         const QString cause = QString::fromUtf8(exception.what());
@@ -71,11 +71,11 @@ Status Session::readHistory() {
 }
 
 void Session::watchOthers() {
-    const bool isShared = isServerAddress(m_project->description().databaseUrl());
+    const bool isShared = isServerAddress(project()->description().databaseUrl());
     if (!isShared && m_readOnlyReason.isEmpty()) {
         return; // the folder is locked
     }
-    m_watch = std::make_unique<RevisionWatch>(m_project->description());
+    m_watch = std::make_unique<RevisionWatch>(project()->description());
     connect(m_watch.get(), &RevisionWatch::looked, this, &Session::takeStepsOfOthers);
     connect(m_watch.get(), &RevisionWatch::connectionLost, this, [this](const QString& cause) {
         qCWarning(windowLog).noquote() << "The connection to the database is lost:" << cause;

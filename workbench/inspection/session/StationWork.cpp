@@ -69,7 +69,10 @@ void StationWork::compute(const std::vector<std::uint32_t>& stationIds) {
     request.project = m_session.project()->description();
     request.stationIds = stationIds;
     m_session.jobs().start(tr("计算异常"), [this, request](const JobRunner::Progress& progress) {
-        const auto result = computeAnomalies(request, progress);
+        const auto result =
+            computeAnomalies(request, [&progress](double fraction, const ComputationStep& step) {
+                return progress(fraction, stepText(step));
+            });
         return [this, result] { finishComputation(result); };
     });
 }

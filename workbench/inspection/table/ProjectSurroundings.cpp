@@ -30,7 +30,7 @@ std::shared_ptr<const StationSurroundings> ProjectSurroundings::around(const KV_
         if (!m_known || m_lineWritten != lineWritten()) {
             read();
         }
-        return m_known->around(station);
+        return m_known->around(station); // NOLINT(bugprone-unchecked-optional-access): read() has set it
     } catch (const mysqlhelper::KV_MySQL_Exception& exception) {
         qCWarning(windowLog).noquote() << "What lies around a station cannot be read:" << exception.what();
         return nullptr;

@@ -37,7 +37,7 @@ private:
     Status detectAll();
     Status detectStation(const StationDetection& detection, const KV_Station& station, double from,
                          double share);
-    detect::Progress part(double from, double share, const QString& what) const;
+    detect::Progress part(double from, double share, const ComputationStep& step) const;
     ComputationSummary summary() const;
 
     const ComputationRequest& m_request;
@@ -50,9 +50,9 @@ private:
     double m_coregistrationSeconds = 0.0;
 };
 
-detect::Progress Computation::part(double from, double share, const QString& what) const {
-    return [this, from, share, what](double fraction) {
-        return !m_progress || m_progress(from + share * fraction, what);
+detect::Progress Computation::part(double from, double share, const ComputationStep& step) const {
+    return [this, from, share, step](double fraction) {
+        return !m_progress || m_progress(from + share * fraction, step);
     };
 }
 
@@ -86,8 +86,8 @@ Status Computation::chooseStations(KV_MySQL& database) {
 }
 
 Status Computation::coregister() {
-    const QString what = QStringLiteral("两期数据配准");
-    const detect::Progress progress = part(0.0, kCoregistrationShare, what);
+    const detect::Progress progress =
+        part(0.0, kCoregistrationShare, {ComputationStep::Sort::Coregistration, {}});
     if (!progress(0.0)) {
         return cancelled();
     }
@@ -115,9 +115,9 @@ Status Computation::detectStation(const StationDetection& detection, const KV_St
     if (!raster) {
         return failed(raster);
     }
-    const QString what = QStringLiteral("计算站点 %1").arg(fromGbk(station.m_name));
+    const ComputationStep step{ComputationStep::Sort::Search, fromGbk(station.m_name)};
     auto found =
-        detection.find(station, m_coregistration, m_request.threads, *raster, part(from, share, what));
+        detection.find(station, m_coregistration, m_request.threads, *raster, part(from, share, step));
     if (!found) {
         return failed(found);
     }
@@ -168,7 +168,7 @@ Result<ComputationSummary> Computation::run() {
         if (auto done = detectAll(); !done) {
             return failed(done);
         }
-        if (m_progress && !m_progress(1.0, QStringLiteral("保存结果"))) {
+        if (m_progress && !m_progress(1.0, {ComputationStep::Sort::Storing, {}})) {
             return cancelled();
         }
         m_store.store(database, m_changes, m_coregistration);

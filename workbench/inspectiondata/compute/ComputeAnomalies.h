@@ -3,6 +3,7 @@
 #include "host/Export.h"
 #include "workbench/inspectiondata/project/ProjectDescription.h"
 #include "workbench/inspectiondata/project/Result.h"
+#include "workbench/inspectiondata/text/ComputationStep.h"
 
 #include <QString>
 
@@ -29,8 +30,8 @@ struct ComputationSummary {
     detect::Coregistration coregistration;
 };
 
-/// Called with 0..1 and what is being done (Chinese); false stops the work.
-using ComputationProgress = std::function<bool(double fraction, const QString& what)>;
+/// Called with 0..1 and what is being done, on the thread of the work; false stops it.
+using ComputationProgress = std::function<bool(double fraction, const ComputationStep& step)>;
 
 /// Detects the changes of the stations between the project's two epochs and stores them. Runs in the calling
 /// thread.

@@ -52,9 +52,11 @@ QString dateOfTags(GDALDataset& raster) {
 detect::Box boxOf(std::array<double, 6> transform, int columns, int rows) {
     detect::Box box{HUGE_VAL, HUGE_VAL, -HUGE_VAL, -HUGE_VAL};
     for (int corner = 0; corner < 4; ++corner) {
+        const int column = corner % 2 * columns;
+        const int row = corner / 2 * rows;
         double x = 0.0;
         double y = 0.0;
-        GDALApplyGeoTransform(transform.data(), corner % 2 * columns, corner / 2 * rows, &x, &y);
+        GDALApplyGeoTransform(transform.data(), column, row, &x, &y);
         box = {std::min(box.xMin, x), std::min(box.yMin, y), std::max(box.xMax, x), std::max(box.yMax, y)};
     }
     return box;

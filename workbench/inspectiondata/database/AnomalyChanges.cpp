@@ -15,6 +15,7 @@ namespace inspection {
 namespace {
 
 AnomalyChange anomalyChange(const RowChange& change) {
+    // NOLINTNEXTLINE(bugprone-unchecked-optional-access): a change has at least one of them
     const auto& row = change.after ? *change.after : *change.before;
     AnomalyChange made;
     takeField(row, "station_id", made.stationId);

@@ -20,7 +20,8 @@ struct AnomalyChange {
 /// The anomalies among the rows, each once, in the order in which they were changed last.
 INSPECTIONDATA_API std::vector<AnomalyChange> anomalyChanges(const RowChanges& changes);
 
-/// Makes the changes of that station in its anomalies, which are in the order of readAnomalies().
+/// Makes the changes of that station in its anomalies, which are in the order of readAnomalies() and stay in
+/// it. Changes of other stations are passed over.
 INSPECTIONDATA_API void applyChanges(const std::vector<AnomalyChange>& changes, std::uint32_t stationId,
                                      std::vector<SdiffData>& anomalies);
 

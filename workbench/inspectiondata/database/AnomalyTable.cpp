@@ -1,6 +1,5 @@
 #include "workbench/inspectiondata/database/AnomalyTable.h"
 
-#include "host/Gbk.h"
 #include "workbench/inspectiondata/database/Fields.h"
 #include "workbench/inspectiondata/database/Revision.h"
 #include "workbench/inspectiondata/database/RowBatch.h"
@@ -10,7 +9,6 @@
 namespace inspection {
 
 using mysqlhelper::KV_MySQL;
-using mysqlhelper::KV_MySQL_Exception;
 using mysqlhelper::KV_Record;
 using mysqlhelper::KV_Value;
 
@@ -51,10 +49,6 @@ KV_Record recordOf(std::uint32_t stationId, const SdiffData& anomaly) {
     return row;
 }
 
-bool isStored(KV_MySQL& database, const SdiffData& anomaly) {
-    return !database.queryRecord("select id from anomaly where id=?", {anomaly.id}).empty();
-}
-
 } // namespace
 
 SdiffData anomalyOf(const KV_Record& row) {
@@ -91,18 +85,6 @@ void insertAnomalies(KV_MySQL& database, std::uint32_t stationId, std::vector<Sd
     for (SdiffData& anomaly : anomalies) {
         anomaly.id = database.insertRecord(kAnomalyTable, recordOf(stationId, anomaly));
     }
-}
-
-void storeAttributes(KV_MySQL& database, const std::vector<SdiffData>& anomalies) {
-    KV_MySQL::Transaction transaction(database);
-    for (const SdiffData& anomaly : anomalies) {
-        const std::int64_t changed = database.updateRecord(kAnomalyTable, {{"attribute", anomaly.attribute}},
-                                                           "where id=?", {anomaly.id});
-        if (changed == 0 && !isStored(database, anomaly)) {
-            throw KV_MySQL_Exception("anomaly " + gbkToUtf8(anomaly.name) + " is not stored any more");
-        }
-    }
-    transaction.commit();
 }
 
 void deleteAnomalies(KV_MySQL& database, const std::vector<SdiffData>& anomalies) {

@@ -28,11 +28,6 @@ INSPECTIONDATA_API std::map<std::uint32_t, std::size_t> countAnomalies(mysqlhelp
 INSPECTIONDATA_API void insertAnomalies(mysqlhelper::KV_MySQL& database, std::uint32_t stationId,
                                         std::vector<SdiffData>& anomalies);
 
-/// Stores the attribute of each anomaly under its id, in one transaction. Throws as well when one of them is
-/// not stored any more.
-INSPECTIONDATA_API void storeAttributes(mysqlhelper::KV_MySQL& database,
-                                        const std::vector<SdiffData>& anomalies);
-
 /// Deletes the anomalies by id, in one transaction. One that is gone already is no error.
 INSPECTIONDATA_API void deleteAnomalies(mysqlhelper::KV_MySQL& database,
                                         const std::vector<SdiffData>& anomalies);

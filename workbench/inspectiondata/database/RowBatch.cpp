@@ -52,7 +52,8 @@ void insertAlike(KV_MySQL& database, const std::string& table, const KV_Record* 
     std::string rows;
     std::vector<KV_Value> values;
     for (std::size_t i = 0; i < count; ++i) {
-        rows += (i == 0 ? "" : ",") + marks(first->size());
+        rows += i == 0 ? "" : ",";
+        rows += marks(first->size());
         for (const auto& field : first[i]) {
             values.push_back(field.second);
         }

@@ -146,6 +146,8 @@ KV_Record differences(const KV_Record& wanted, const KV_Record& row) {
     return fields;
 }
 
+// By its sort each change of a batch has the rows that are taken out of it here.
+// NOLINTBEGIN(bugprone-unchecked-optional-access)
 void insertAll(KV_MySQL& database, const RowChanges& changes) {
     mysqlhelper::KV_Rows rows;
     for (const RowChange& change : changes) {
@@ -161,6 +163,7 @@ void updateAll(KV_MySQL& database, const RowChanges& changes) {
     }
     updates.store(database, changes.front().table);
 }
+// NOLINTEND(bugprone-unchecked-optional-access)
 
 void deleteAll(KV_MySQL& database, const RowChanges& changes) {
     RowIds ids;

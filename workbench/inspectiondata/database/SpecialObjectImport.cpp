@@ -86,9 +86,8 @@ Result<SpecialObjectImport> importSpecialObjects(const ProjectDescription& proje
             return failed(read);
         }
         auto& rows = *read;
-        const SpecialObjectImport refused{0, rows.refusals, rows.notes};
         if (allOrNone && !rows.refusals.isEmpty()) {
-            return refused;
+            return SpecialObjectImport{0, rows.refusals, rows.notes};
         }
         putOnGround(project, rows);
         if (auto done = storeForAll(project, rows, database, half(progress, 0.5)); !done) {

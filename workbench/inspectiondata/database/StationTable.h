@@ -44,7 +44,7 @@ INSPECTIONDATA_API std::optional<StationResult> readStationResult(mysqlhelper::K
 /// Replaces the station's result. No transaction of its own.
 INSPECTIONDATA_API void storeStationResult(mysqlhelper::KV_MySQL& database, const StationResult& result);
 
-INSPECTIONDATA_API std::vector<KV_BasicNode> readPipeNodes(mysqlhelper::KV_MySQL& database);
+/// All objects of a table by id, with their type code and the version of their row.
 INSPECTIONDATA_API std::vector<Special_Point> readSpecialPoints(mysqlhelper::KV_MySQL& database);
 INSPECTIONDATA_API std::vector<Special_Area> readSpecialAreas(mysqlhelper::KV_MySQL& database);
 INSPECTIONDATA_API std::vector<Special_Polygon> readHighConsequenceAreas(mysqlhelper::KV_MySQL& database);

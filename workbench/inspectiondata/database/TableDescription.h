@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-/// Tables described once for every kind of database.
+/// Tables described once for every kind of database. Names are ASCII and stand in statements in quotes.
 namespace inspection {
 
 struct Column {

@@ -15,13 +15,13 @@ namespace inspection {
 struct StationFindings {
     KV_Station station;
     std::optional<StationResult> result; ///< empty: not computed yet
-    std::vector<SdiffData> anomalies;
+    std::vector<SdiffData> anomalies;    ///< by name
 };
 
 /// All that the outputs show, as plain values that any thread may use.
 struct InspectionData {
     ProjectDescription project;
-    std::vector<StationFindings> stations;
+    std::vector<StationFindings> stations; ///< by id
     std::vector<Special_Point> specialPoints;
     std::vector<Special_Area> specialAreas;
     std::vector<Special_Polygon> highConsequenceAreas;

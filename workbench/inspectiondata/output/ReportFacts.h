@@ -25,8 +25,9 @@ struct ClassTotal {
     double cutCubicMetres = 0.0;
 };
 
+/// One anomaly as the report tells of it. The pointers are into the InspectionData.
 struct AnomalyFacts {
-    const StationFindings* findings = nullptr;
+    const StationFindings* findings = nullptr; ///< of its station
     const SdiffData* anomaly = nullptr;
     QString name;
     QString className; ///< verdict, or suggestion
@@ -50,7 +51,7 @@ struct ReportFacts {
     QString summary;
     std::vector<NamedFact> project;
     std::vector<NamedFact> method;
-    std::vector<ClassTotal> classes;
+    std::vector<ClassTotal> classes;     ///< no class twice
     std::vector<AnomalyFacts> anomalies; ///< along the pipe
 
     /// The columns of the table of anomalies.
@@ -72,9 +73,11 @@ struct ReportFacts {
     INSPECTIONDATA_API static const std::vector<ReportColumn>& columns();
 };
 
+/// Without a centre line the anomalies are in the order of the stations. `data` must outlive the facts;
+/// `pipeline` need not. Any thread.
 INSPECTIONDATA_API ReportFacts reportFacts(const InspectionData& data, const Pipeline& pipeline);
 
-/// The date of an epoch, or which one it is.
+/// The date of an epoch; `otherwise` where it is not known.
 QString epochTitle(const Epoch& epoch, const QString& otherwise);
 
 } // namespace inspection

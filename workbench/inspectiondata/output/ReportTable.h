@@ -10,12 +10,13 @@
 
 namespace inspection {
 
-/// A table that goes on over pages, with its head on each.
+/// A table that goes on over pages, with its head on each. Rows have one height; a text that is too long for its
+/// cell ends in dots.
 class ReportTable {
 public:
     ReportTable(QString heading, std::vector<ReportColumn> columns, std::vector<QStringList> rows);
 
-    /// Pages it takes when it begins on a new one.
+    /// Pages it takes when it begins on a new one; 0 without rows.
     int pages() const;
     /// `nextPage` begins a page.
     void draw(ReportCanvas& canvas, const std::function<void()>& nextPage) const;

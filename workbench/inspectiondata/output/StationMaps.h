@@ -16,8 +16,9 @@ class StationMaps {
 public:
     StationMaps(const InspectionData& data, const Pipeline& pipeline);
 
+    /// 0 where nothing was found. How many maps are on a page follows from the tallest station.
     int pages() const;
-    /// `nextPage` begins a page.
+    /// `nextPage` begins a page; it is called before each of the pages(), the first included.
     void draw(ReportCanvas& canvas, const std::function<void()>& nextPage) const;
 
 private:

@@ -22,10 +22,11 @@ struct ElevationWindow {
     }
 };
 
-/// Reads heights, bilinear, from the overview that fits.
+/// Reads heights, bilinear, from the overview that fits. Any thread.
 Result<ElevationWindow> readElevations(const QString& file, const PictureWindow& window);
 
-/// Reads the first three bands, or one as grey, with transparency where there is no data.
+/// Reads the first three bands, or one as grey, with transparency where there is no data. Palettes are looked up,
+/// values of more than eight bits stretched from their least to their greatest. Any thread.
 Result<QImage> readColours(const QString& file, const PictureWindow& window);
 
 } // namespace inspection

@@ -12,6 +12,7 @@ struct INSPECTIONDATA_API CurrentProject {
     const ProjectDescription* description = nullptr;
     PipelineDataSet* data = nullptr;
 
+    /// Both pointers are null while no project is open.
     static const CurrentProject& get();
     static void set(const ProjectDescription* description, PipelineDataSet* data);
     static void clear();

@@ -50,16 +50,4 @@ QString coregistrationName(detect::CoregistrationMethod method) {
     return QStringLiteral("none");
 }
 
-QString coregistrationTitle(detect::CoregistrationMethod method) {
-    switch (method) {
-    case detect::CoregistrationMethod::Bias:
-        return QStringLiteral("高程偏差改正");
-    case detect::CoregistrationMethod::Full:
-        return QStringLiteral("平面与高程配准");
-    case detect::CoregistrationMethod::None:
-        break;
-    }
-    return QStringLiteral("不配准");
-}
-
 } // namespace inspection

@@ -61,7 +61,5 @@ struct INSPECTIONDATA_API ProjectDescription {
 
 /// "none", "bias" or "full".
 INSPECTIONDATA_API QString coregistrationName(detect::CoregistrationMethod method);
-/// The same for the user, in Chinese.
-INSPECTIONDATA_API QString coregistrationTitle(detect::CoregistrationMethod method);
 
 } // namespace inspection

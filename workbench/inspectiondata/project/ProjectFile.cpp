@@ -94,7 +94,7 @@ Result<QJsonObject> readJson(const QString& file) {
                           .arg(Project::kVersion),
                       "工程版本比本程序新，请升级程序");
     }
-    return json;
+    return document.object();
 }
 
 std::vector<Epoch> epochsOf(const QString& folder, const QJsonArray& array) {

@@ -1,0 +1,17 @@
+#include "workbench/inspectiondata/text/ComputationStep.h"
+
+namespace inspection {
+
+QString stepText(const ComputationStep& step) {
+    switch (step.sort) {
+    case ComputationStep::Sort::Search:
+        return QStringLiteral("计算站点 %1").arg(step.station);
+    case ComputationStep::Sort::Storing:
+        return QStringLiteral("保存结果");
+    case ComputationStep::Sort::Coregistration:
+        break;
+    }
+    return QStringLiteral("两期数据配准");
+}
+
+} // namespace inspection
