@@ -3,7 +3,6 @@
 #include "Opened.h"
 
 #include "tests/support/AwkwardSurfaces.h"
-#include "workbench/inspectiondata/database/ElevationDifference.h"
 #include "workbench/inspectiondata/database/GroundHeights.h"
 #include "workbench/inspectiondata/output/MapSheet.h"
 #include "workbench/inspectiondata/pictures/ElevationLine.h"
@@ -101,18 +100,6 @@ TEST_P(SurfaceForms, ImportedObjectsStandOnTheGround) {
     EXPECT_NEAR(*ground, awkward::ground(110, 70), kRoundingMetres);
     EXPECT_FALSE(at(40, 50)) << "in the hole";
     EXPECT_FALSE(at(-3, 50)) << "outside";
-}
-
-TEST_P(SurfaceForms, DifferencesAreReadAlike) {
-    const auto differences = KV_ElevationDifference::open(m_file.toStdString());
-    ASSERT_TRUE(differences);
-    double metres = 0.0;
-    ASSERT_TRUE(differences->at(xOf(110.5), yOf(70.5), metres));
-    EXPECT_NEAR(metres, awkward::ground(110, 70), kRoundingMetres);
-    EXPECT_FALSE(differences->at(xOf(40.5), yOf(50.5), metres));
-    // Half of a neighbour without data counts like the own cell.
-    ASSERT_TRUE(differences->at(xOf(awkward::kHole.column - 0.25), yOf(50.5), metres));
-    EXPECT_NEAR(metres, awkward::ground(awkward::kHole.column - 1, 50), kRoundingMetres);
 }
 
 std::vector<awkward::Form> allForms() {
