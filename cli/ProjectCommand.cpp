@@ -1,6 +1,7 @@
 #include "cli/ProjectCommand.h"
 
 #include "cli/Command.h"
+#include "cli/EpochCommands.h"
 #include "cli/OpenedProject.h"
 #include "cli/ProgressLine.h"
 #include "cli/StopOnSignal.h"
@@ -73,7 +74,11 @@ struct Subcommand {
     int (*run)(const std::vector<std::string>& arguments);
 };
 
-constexpr Subcommand kSubcommands[] = {{"set-database", runSetDatabase}};
+constexpr Subcommand kSubcommands[] = {
+    {"set-database", runSetDatabase},
+    {"add-epoch", runAddEpoch},
+    {"remove-epoch", runRemoveEpoch},
+};
 
 } // namespace
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "tests/support/SamplePair.h"
 #include "tests/support/SmallProject.h"
 #include "workbench/inspectiondata/compute/ComputeAnomalies.h"
 #include "workbench/inspectiondata/database/PipelineDatabase.h"

@@ -11,7 +11,7 @@ namespace inspection {
 GroundHeights::GroundHeights(const ProjectDescription& project) {
     GDALAllRegister();
     const detect::GdalErrors errors;
-    const QByteArray file = project.newEpoch().dsm.toUtf8();
+    const QByteArray file = project.epochs.back().dsm.toUtf8();
     m_raster.reset(GDALDataset::Open(file.constData(), GDAL_OF_RASTER | GDAL_OF_READONLY));
     std::array<double, 6> fromCell{};
     if (!m_raster || m_raster->GetRasterCount() < 1 ||

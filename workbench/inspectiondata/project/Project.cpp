@@ -1,5 +1,6 @@
 #include "workbench/inspectiondata/project/Project.h"
 
+#include "workbench/inspectiondata/project/EpochList.h"
 #include "workbench/inspectiondata/project/ProjectFile.h"
 #include "workbench/inspectiondata/project/RasterProject.h"
 
@@ -39,12 +40,26 @@ Result<std::unique_ptr<QLockFile>> lockFolder(const QString& folder) {
     return lock;
 }
 
-bool sameRasters(const ProjectDescription& project, const RasterPair& rasters) {
+bool hasRasters(const Epoch& epoch, const QString& dsm, const QString& dom) {
     const auto path = [](const QString& file) {
         return file.isEmpty() ? file : QFileInfo(file).absoluteFilePath();
     };
-    return project.oldEpoch().dsm == path(rasters.oldDsm) && project.newEpoch().dsm == path(rasters.newDsm) &&
-           project.oldEpoch().dom == path(rasters.oldDom) && project.newEpoch().dom == path(rasters.newDom);
+    return epoch.dsm == path(dsm) && epoch.dom == path(dom);
+}
+
+bool sameRasters(const ProjectDescription& project, const RasterPair& rasters) {
+    return hasRasters(project.oldEpoch(), rasters.oldDsm, rasters.oldDom) &&
+           hasRasters(project.newEpoch(), rasters.newDsm, rasters.newDom);
+}
+
+/// The pair of the project that these rasters make; nothing when it is not among them.
+std::optional<EpochPair> pairOf(const ProjectDescription& project, const RasterPair& rasters) {
+    for (const EpochPair& pair : project.pairs()) {
+        if (sameRasters(project.comparing(pair).value_or(project), rasters)) {
+            return pair;
+        }
+    }
+    return std::nullopt;
 }
 
 } // namespace
@@ -75,14 +90,25 @@ Result<Project> Project::open(const QString& folder, Access access) {
     return Project(std::move(*description), access, std::move(lock));
 }
 
+Result<Project> Project::openWithRasters(const QString& folder, const RasterPair& rasters) {
+    auto project = open(folder);
+    if (!project || sameRasters(project->description(), rasters)) {
+        return project;
+    }
+    const auto pair = pairOf(project->description(), rasters);
+    if (!pair) {
+        return fileFailure(folder, "the folder already holds a project of other rasters",
+                           "该文件夹中已有其他数据的工程");
+    }
+    if (auto done = project->setComparedPair(*pair); !done) {
+        return failed(done);
+    }
+    return project;
+}
+
 Result<Project> Project::createFromRasters(const QString& folder, const RasterPair& rasters) {
     if (QFileInfo::exists(projectFile(folder))) {
-        auto project = open(folder);
-        if (project && !sameRasters(project->description(), rasters)) {
-            return fileFailure(folder, "the folder already holds a project of other rasters",
-                               "该文件夹中已有其他数据的工程");
-        }
-        return project;
+        return openWithRasters(folder, rasters);
     }
     if (!QDir().mkpath(folder)) {
         return fileFailure(folder, "cannot be created", "无法创建文件夹");
@@ -108,6 +134,28 @@ Status Project::setDatabase(const QString& database) {
     ProjectDescription changed = m_description;
     changed.database = absoluteDatabase(m_description.folder, database);
     return store(std::move(changed));
+}
+
+Status Project::setComparedPair(const EpochPair& pair) {
+    auto changed = m_description.comparing(pair);
+    if (!changed) {
+        return failed(changed);
+    }
+    if (m_access == Access::ReadOnly) {
+        m_description = std::move(*changed);
+        return {};
+    }
+    return store(std::move(*changed));
+}
+
+Status Project::addEpoch(const Epoch& epoch) {
+    auto changed = withEpoch(m_description, epoch);
+    return changed ? store(std::move(*changed)) : failed(changed);
+}
+
+Status Project::removeEpoch(const QString& key) {
+    auto changed = withoutEpoch(m_description, key);
+    return changed ? store(std::move(*changed)) : failed(changed);
 }
 
 Status Project::store(ProjectDescription changed) {

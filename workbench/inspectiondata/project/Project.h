@@ -37,7 +37,7 @@ public:
     static Result<Project> open(const QString& folder, Access access = Access::Exclusive);
 
     /// Makes a project of two rasters that stay where they are, with stations over their overlap, and opens
-    /// it. A project of the same rasters in `folder` is opened as it is. The stations are in the old raster's
+    /// it. A project in `folder` that has these rasters is opened, with them as its chosen pair. The stations are in the old raster's
     /// reference system, or in the fitting CGCS2000 3-degree zone (within China) or UTM zone when that is
     /// geographic.
     static Result<Project> createFromRasters(const QString& folder, const RasterPair& rasters);
@@ -54,8 +54,19 @@ public:
     /// The same with the database: a server's address, or the path of a SQLite file, which may be relative to
     /// the folder. Nothing is moved there.
     Status setDatabase(const QString& database);
+    /// Chooses the pair that is compared. A project that is open for reading only keeps it as long as it is
+    /// open and stores nothing.
+    Status setComparedPair(const EpochPair& pair);
+
+    /// Adds an epoch in the order of dates, with paths that are absolute. Fails for a key that another epoch
+    /// has, and for rasters that cannot be used.
+    Status addEpoch(const Epoch& epoch);
+    /// Takes an epoch out of project.json; its rasters stay where they are. Two epochs must be left. The
+    /// results in the database are not looked at: compute/EpochRemoval.h takes them away before it calls this.
+    Status removeEpoch(const QString& key);
 
 private:
+    static Result<Project> openWithRasters(const QString& folder, const RasterPair& rasters);
     Status store(ProjectDescription changed);
     Project(ProjectDescription description, Access access, std::unique_ptr<QLockFile> lock);
 
