@@ -12,6 +12,7 @@
 #include "tests/plugin/PluginHost.h"
 #include "tests/support/OverlaysOnGlobe.h"
 #include "tests/support/Pointer.h"
+#include "tests/support/SamplePair.h"
 #include "tests/support/SmallProject.h"
 #include "workbench/inspection/images/ImageWindow.h"
 #include "workbench/inspectiondata/compute/ComputeAnomalies.h"
@@ -94,7 +95,7 @@ bool prepare(const SmallProject& files, int count) {
     mysqlhelper::KV_MySQL& sql = *(*database)->GetMySQL();
     mysqlhelper::KV_MySQL::Transaction transaction(sql);
     auto anomalies = manyAnomalies(count);
-    insertAnomalies(sql, 1, anomalies);
+    insertAnomalies(sql, 1, kSamplePair, anomalies);
     transaction.commit();
     return true;
 }

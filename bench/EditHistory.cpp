@@ -5,6 +5,7 @@
 
 #include "tests/plugin/PluginHost.h"
 #include "tests/support/MariaDbServer.h"
+#include "tests/support/SamplePair.h"
 #include "tests/support/SmallProject.h"
 
 #include "host/Gbk.h"
@@ -73,7 +74,7 @@ void fill(KV_MySQL& sql, int anomalies) {
         fields["id"] = std::int64_t{number};
         sql.insertRecord("station", fields);
         std::vector<SdiffData> some = someAnomalies(number, anomalies / kStations);
-        insertAnomalies(sql, static_cast<std::uint32_t>(number), some);
+        insertAnomalies(sql, static_cast<std::uint32_t>(number), kSamplePair, some);
     }
     transaction.commit();
 }

@@ -2,6 +2,7 @@
 
 #include "cli/Command.h"
 #include "cli/OpenedProject.h"
+#include "cli/PairOption.h"
 #include "cli/ProgressLine.h"
 #include "cli/StopOnSignal.h"
 #include "host/Gbk.h"
@@ -20,8 +21,8 @@ namespace cli {
 namespace {
 
 constexpr auto kCommand = "compute";
-constexpr auto kUsage = "用法：corridor compute PROJECT [--stations 1,2,…]\n"
-                        "  检测工程各站点的异常并存入工程数据库。\n"
+constexpr auto kUsage = "用法：corridor compute PROJECT [--stations 1,2,…] [--pair OLD,NEW]\n"
+                        "  检测工程各站点的异常并存入工程数据库；其他各对期次的结果保留。\n"
                         "  --stations  站点编号，以逗号分隔；不给出时计算全部站点\n";
 
 /// Numbers separated by commas; empty for anything else.
@@ -38,27 +39,33 @@ std::vector<std::uint32_t> parseStations(const std::string& text) {
     return ids;
 }
 
-void printSummary(mysqlhelper::KV_MySQL& database, const inspection::ComputationSummary& summary) {
+void printSummary(mysqlhelper::KV_MySQL& database, const inspection::EpochPair& pair,
+                  const inspection::ComputationSummary& summary) {
     for (const KV_Station& station : inspection::readStations(database)) {
         const auto& done = summary.stationIds;
         if (std::find(done.begin(), done.end(), station.m_id) != done.end()) {
-            const auto anomalies = inspection::readAnomalies(database, station.m_id);
+            const auto anomalies = inspection::readAnomalies(database, station.m_id, pair);
             std::printf("站点 %u  %s  异常 %zu 处\n", station.m_id, gbkToUtf8(station.m_name).c_str(),
                         anomalies.size());
         }
     }
+    std::printf("对比 %s\n", qUtf8Printable(inspection::pairTitle(pair)));
     std::printf("共 %zu 个站点，异常 %d 处，比较像元 %lld 个，用时 %.1f 秒\n", summary.stationIds.size(),
                 summary.anomalies, static_cast<long long>(summary.cells), summary.seconds);
 }
 
-int compute(const std::string& folder, const std::vector<std::uint32_t>& stations) {
+int compute(const std::string& folder, const std::vector<std::uint32_t>& stations, const Options& options) {
     auto opened = openProject(folder, inspection::Project::Access::Exclusive);
     if (!opened) {
         return fail(kCommand, opened.error());
     }
     auto& project = *opened;
+    const auto paired = withPair(project.project.description(), options);
+    if (!paired) {
+        return fail(kCommand, paired.error());
+    }
     inspection::ComputationRequest request;
-    request.project = project.project.description();
+    request.project = *paired;
     request.stationIds = stations;
     inspection::Result<inspection::ComputationSummary> result;
     {
@@ -72,14 +79,15 @@ int compute(const std::string& folder, const std::vector<std::uint32_t>& station
     if (!result) {
         return fail(kCommand, result.error());
     }
-    printSummary(*project.database->GetMySQL(), *result);
+    printSummary(*project.database->GetMySQL(), request.project.pair(), *result);
     return kStatusDone;
 }
 
 } // namespace
 
 int runCompute(const std::vector<std::string>& arguments) {
-    const auto options = beginCommand(kCommand, kUsage, arguments, {{"--stations"}, {"--help"}, 1});
+    const auto options = beginCommand(kCommand, std::string(kUsage).append(kPairUsage).c_str(), arguments,
+                                      {{"--stations", kPairOption}, {"--help"}, 1});
     if (!options) {
         return options.error();
     }
@@ -93,7 +101,7 @@ int runCompute(const std::vector<std::string>& arguments) {
     }
     int count = 0;
     const QCoreApplication application(count, nullptr);
-    return compute(options->positional.front(), stations);
+    return compute(options->positional.front(), stations, *options);
 }
 
 } // namespace cli

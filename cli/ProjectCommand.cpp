@@ -2,6 +2,7 @@
 
 #include "cli/Command.h"
 #include "cli/CreateCommand.h"
+#include "cli/EpochCommands.h"
 #include "cli/OpenedProject.h"
 #include "cli/ProgressLine.h"
 #include "cli/StopOnSignal.h"
@@ -78,7 +79,12 @@ struct Subcommand {
     int (*run)(const std::vector<std::string>& arguments);
 };
 
-constexpr Subcommand kSubcommands[] = {{"create", runCreateProject}, {"set-database", runSetDatabase}};
+constexpr Subcommand kSubcommands[] = {
+    {"create", runCreateProject},
+    {"set-database", runSetDatabase},
+    {"add-epoch", runAddEpoch},
+    {"remove-epoch", runRemoveEpoch},
+};
 
 std::string subcommandNames() {
     std::string names;

@@ -20,10 +20,27 @@ namespace {
 QJsonArray epochs(const inspection::ProjectDescription& project) {
     QJsonArray array;
     for (const inspection::Epoch& epoch : project.epochs) {
-        array.append(QJsonObject{{"date", epoch.date},
+        array.append(QJsonObject{{"key", project.keyOf(epoch)},
+                                 {"date", epoch.date},
                                  {"dsm", epoch.dsm},
                                  {"dom", epoch.dom},
                                  {"dsm_exists", QFileInfo::exists(epoch.dsm)}});
+    }
+    return array;
+}
+
+QJsonArray pairOf(const inspection::EpochPair& pair) {
+    return {pair.older, pair.newer};
+}
+
+QJsonArray comparisons(const std::vector<inspection::Comparison>& comparisons) {
+    QJsonArray array;
+    for (const inspection::Comparison& comparison : comparisons) {
+        array.append(QJsonObject{{"pair", pairOf(comparison.pair)},
+                                 {"computed_at", comparison.computedAt},
+                                 {"stations", static_cast<qint64>(comparison.stations)},
+                                 {"anomalies", static_cast<qint64>(comparison.anomalies)},
+                                 {"judged", static_cast<qint64>(comparison.judged)}});
     }
     return array;
 }
@@ -60,6 +77,7 @@ inspection::Result<QJsonObject> projectInfo(const QString& folder) {
                      {"folder", description.folder},
                      {"crs", description.crs},
                      {"epochs", epochs(description)},
+                     {"compared", pairOf(description.pair())},
                      {"parameters", parameters(description.parameters)},
                      {"stations", QJsonArray()}};
     const QString file = description.databaseFile();
@@ -75,6 +93,7 @@ inspection::Result<QJsonObject> projectInfo(const QString& folder) {
         return failed(read);
     }
     const auto& data = *read;
+    json["comparisons"] = comparisons(data.comparisons);
     QJsonArray stations;
     for (const auto& findings : data.stations) {
         stations.append(station(findings));

@@ -2,6 +2,7 @@
 
 #include "cli/Command.h"
 #include "cli/OpenedProject.h"
+#include "cli/PairOption.h"
 #include "cli/ProgressLine.h"
 #include "cli/StopOnSignal.h"
 #include "workbench/inspectiondata/output/InspectionData.h"
@@ -19,9 +20,9 @@ using inspection::InspectionData;
 
 namespace {
 
-constexpr auto kReportUsage = "用法：corridor report PROJECT --out FILE.(pdf|odt|html)\n"
+constexpr auto kReportUsage = "用法：corridor report PROJECT --out FILE.(pdf|odt|html) [--pair OLD,NEW]\n"
                               "  由工程中已存入的结果生成巡检报告。\n";
-constexpr auto kShapeUsage = "用法：corridor shape PROJECT --out DIR\n"
+constexpr auto kShapeUsage = "用法：corridor shape PROJECT --out DIR [--pair OLD,NEW]\n"
                              "  将异常、站点和管道中心线输出为 Shapefile 和 GeoPackage。\n";
 
 using Writer = inspection::Status (*)(const InspectionData& data, const QString& target,
@@ -32,18 +33,22 @@ inspection::Status writeReport(const InspectionData& data, const QString& file,
     return inspection::writeReport({data, QImage()}, file, progress);
 }
 
-inspection::Result<InspectionData> readProject(const std::string& folder) {
+inspection::Result<InspectionData> readProject(const std::string& folder, const Options& options) {
     const auto opened = openProject(folder, inspection::Project::Access::ReadOnly);
     if (!opened) {
         return failed(opened);
     }
     const auto& project = *opened;
-    return inspection::readInspectionData(project.project.description(), *project.database->GetMySQL());
+    const auto paired = withPair(project.project.description(), options);
+    if (!paired) {
+        return failed(paired);
+    }
+    return inspection::readInspectionData(*paired, *project.database->GetMySQL());
 }
 
-int write(const char* command, const char* title, const std::string& folder, const std::string& target,
-          Writer writer) {
-    const auto data = readProject(folder);
+int write(const char* command, const char* title, const Options& options, Writer writer) {
+    const std::string target = options.value("--out");
+    const auto data = readProject(options.positional.front(), options);
     if (!data) {
         return fail(command, data.error());
     }
@@ -65,7 +70,8 @@ int write(const char* command, const char* title, const std::string& folder, con
 
 int run(const char* command, const char* title, const char* usage, const std::vector<std::string>& arguments,
         Writer writer) {
-    const auto options = beginCommand(command, usage, arguments, {{"--out"}, {"--help"}, 1});
+    const auto options = beginCommand(command, std::string(usage).append(kPairUsage).c_str(), arguments,
+                                      {{"--out", kPairOption}, {"--help"}, 1});
     if (!options) {
         return options.error();
     }
@@ -80,7 +86,7 @@ int run(const char* command, const char* title, const char* usage, const std::ve
     int count = 0;
     const QGuiApplication application(count, nullptr);
     QLoggingCategory::setFilterRules(QString());
-    return write(command, title, options->positional.front(), options->value("--out"), writer);
+    return write(command, title, *options, writer);
 }
 
 } // namespace

@@ -1,4 +1,6 @@
 #include "tests/app/SampleProject.h"
+#include "tests/support/SamplePair.h"
+#include "tests/support/ThirdFlight.h"
 #include "tests/support/WaitUntil.h"
 
 #include "host/Gbk.h"
@@ -16,11 +18,15 @@
 #include <osgEarthUtil/EarthManipulator>
 
 #include <QApplication>
+#include <QComboBox>
 #include <QDialog>
+#include <QDockWidget>
 #include <QLabel>
 #include <QSignalSpy>
+#include <QTableView>
 #include <QTest>
 #include <QTimer>
+#include <QToolBar>
 #include <QToolButton>
 #include <QTreeWidget>
 
@@ -207,6 +213,102 @@ TEST_F(MainWindowTest, ComputesTheTickedStationsTwiceAndKeepsTheActiveTool) {
         overlays = overlayCount();
     }
     EXPECT_TRUE(button("查看\\编辑异常")->isChecked());
+}
+
+/// The entries of 对比期次 for a sample of three flights, of which none was computed.
+const QStringList kPairs = {"2025-05-20 → 2026-05-25", "2024-05-18 → 2026-05-25", "2024-05-18 → 2025-05-20"};
+
+TEST_F(MainWindowTest, OffersEveryPairOfEpochsTheNewestFirst) {
+    const SampleProject project;
+    auto* pairs = m_window.findChild<QComboBox*>("pairs");
+    ASSERT_NE(pairs, nullptr);
+    EXPECT_FALSE(pairs->isEnabled());
+    ASSERT_FALSE(m_window.openProject(project.folder()).has_value());
+    EXPECT_EQ(pairs->count(), 1);
+    EXPECT_FALSE(pairs->isEnabled()) << "there is nothing to choose";
+    InspectionContext::instance().closeProject();
+    addThirdFlight(project.folder(), {});
+    ASSERT_FALSE(m_window.openProject(project.folder()).has_value());
+    QStringList entries;
+    for (int entry = 0; entry < pairs->count(); ++entry) {
+        entries << pairs->itemText(entry);
+    }
+    EXPECT_EQ(entries, kPairs);
+    EXPECT_EQ(pairs->currentIndex(), 0);
+    EXPECT_TRUE(pairs->isEnabled());
+    EXPECT_FALSE(pairs->toolTip().isEmpty());
+    EXPECT_EQ(m_window.findChild<QDockWidget*>("anomalyDock")->windowTitle(), "异常列表：" + kPairs[0]);
+}
+
+TEST_F(MainWindowTest, APairIsChosenByKeyComputedAndMarked) {
+    const SampleProject project;
+    ASSERT_FALSE(m_window.openProject(project.folder()).has_value());
+    InspectionContext::instance().closeProject();
+    addThirdFlight(project.folder(), {1});
+    ASSERT_FALSE(m_window.openProject(project.folder()).has_value());
+    m_window.loadPlugin(TOOL_PLUGIN);
+    auto* pairs = m_window.findChild<QComboBox*>("pairs");
+    auto* tree = m_window.findChild<QTreeWidget*>();
+    const auto* table = m_window.findChild<QTableView*>("anomalyTable");
+    tree->topLevelItem(0)->child(0)->setCheckState(0, Qt::Checked);
+    tree->setCurrentItem(tree->topLevelItem(0)->child(0));
+    QSignalSpy finished(&InspectionContext::instance(), &InspectionContext::computeFinished);
+    click("计算异常");
+    const QString busy = pairs->currentText();
+    QTest::keyClick(pairs, Qt::Key_Down);
+    EXPECT_EQ(pairs->currentText(), busy) << "while anomalies are computed";
+    EXPECT_TRUE(m_reader.messages.value(0).contains("正在进行")) << m_reader.messages.value(0).toStdString();
+    ASSERT_TRUE(waitUntil([&] { return finished.size() == 1; }, kLongMilliseconds));
+    EXPECT_EQ(pairs->itemText(0), kPairs[0] + " ✓");
+    EXPECT_EQ(pairs->itemText(2), kPairs[2]);
+    const int third = table->model()->rowCount();
+    ASSERT_GT(third, 0);
+
+    pairs->setFocus();
+    QTest::keyClick(pairs, Qt::Key_End);
+    EXPECT_EQ(pairs->currentIndex(), 2);
+    EXPECT_EQ(InspectionContext::instance().project()->description().pair(), kSamplePair);
+    EXPECT_EQ(m_window.findChild<QDockWidget*>("anomalyDock")->windowTitle(), "异常列表：" + kPairs[2]);
+    EXPECT_EQ(table->model()->rowCount(), 0);
+    EXPECT_EQ(overlayCount(), 0);
+    click("计算异常");
+    ASSERT_TRUE(waitUntil([&] { return finished.size() == 2; }, kLongMilliseconds));
+    EXPECT_GT(table->model()->rowCount(), 0);
+    EXPECT_EQ(overlayCount(), table->model()->rowCount());
+    EXPECT_EQ(pairs->itemText(2), kPairs[2] + " ✓");
+    QTest::keyClick(pairs, Qt::Key_Home);
+    EXPECT_EQ(table->model()->rowCount(), third);
+    EXPECT_EQ(overlayCount(), third);
+}
+
+TEST_F(MainWindowTest, EverythingOfTheToolBarFitsASmallScreen) {
+    const SampleProject project;
+    ASSERT_FALSE(m_window.openProject(project.folder()).has_value());
+    InspectionContext::instance().closeProject();
+    addThirdFlight(project.folder(), {1});
+    computePair(project.folder(), kThirdPair, {1});
+    ASSERT_FALSE(m_window.openProject(project.folder()).has_value());
+    m_window.loadPlugin(TOOL_PLUGIN);
+    m_window.resize(1280, 800);
+    QApplication::processEvents();
+    EXPECT_EQ(m_window.width(), 1280);
+    const auto* bar = m_window.findChild<QToolBar*>("tools");
+    QWidgetList shown;
+    for (const char* name : {"openProject", "epochs", "pairs"}) {
+        shown << bar->findChild<QWidget*>(name);
+    }
+    for (const QToolButton* tool : m_window.toolArea().findChildren<QToolButton*>()) {
+        shown << const_cast<QToolButton*>(tool);
+    }
+    for (const QWidget* widget : shown) {
+        EXPECT_TRUE(widget->isVisible()) << widget->objectName().toStdString();
+        EXPECT_LE(widget->mapTo(bar, QPoint(widget->width(), 0)).x(), bar->width());
+        EXPECT_GE(widget->width(), widget->minimumSizeHint().width()) << widget->objectName().toStdString();
+    }
+    if (const QString folder = qEnvironmentVariable("CORRIDOR_TEST_PICTURES"); !folder.isEmpty()) {
+        EXPECT_TRUE(waitForPicture());
+        EXPECT_TRUE(m_window.grab().save(folder + "/small-screen.png"));
+    }
 }
 
 TEST_F(MainWindowTest, AProjectThatCannotBeOpenedIsOneLine) {

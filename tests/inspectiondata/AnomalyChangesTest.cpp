@@ -5,6 +5,7 @@
 #include "host/Gbk.h"
 #include "workbench/inspectiondata/database/AnomalyChanges.h"
 #include "workbench/inspectiondata/database/AnomalyTable.h"
+#include "workbench/inspectiondata/database/ComparisonTable.h"
 #include "workbench/inspectiondata/database/Schema.h"
 #include "workbench/inspectiondata/history/ProjectHistory.h"
 
@@ -33,17 +34,18 @@ protected:
             anomaly.outlineWkt = "POLYGON ((0 0,1 0,1 1,0 0))";
             anomalies.push_back(anomaly);
         }
-        insertAnomalies(m_opened.sql(), stationId, anomalies);
-        m_held[stationId] = readAnomalies(m_opened.sql(), stationId);
+        insertAnomalies(m_opened.sql(), stationId, kSamplePair, anomalies);
+        m_held[stationId] = readAnomalies(m_opened.sql(), stationId, kSamplePair);
     }
     void follow(const RowChanges& changes) {
         for (auto& [stationId, anomalies] : m_held) {
-            applyChanges(anomalyChanges(changes), stationId, anomalies);
+            applyChanges(anomalyChanges(changes, findComparison(m_opened.sql(), kSamplePair)), stationId,
+                         anomalies);
         }
     }
     void expectWhatIsStored() {
         for (const auto& [stationId, anomalies] : m_held) {
-            const std::vector<SdiffData> stored = readAnomalies(m_opened.sql(), stationId);
+            const std::vector<SdiffData> stored = readAnomalies(m_opened.sql(), stationId, kSamplePair);
             ASSERT_EQ(anomalies.size(), stored.size());
             for (std::size_t i = 0; i < stored.size(); ++i) {
                 SCOPED_TRACE(gbkToUtf8(stored[i].name));
@@ -112,7 +114,8 @@ TEST(AnomalyChangeTest, ARowThatComesBackAndIsChangedAtOnceIsNewAsItIsInTheEnd) 
     changed["attribute"] = std::string("judged");
     const auto changes = anomalyChanges({{kAnomalyTable, 7, std::nullopt, row},
                                          {"special_point", 7, std::nullopt, row},
-                                         {kAnomalyTable, 7, row, changed}});
+                                         {kAnomalyTable, 7, row, changed}},
+                                        kNoComparison);
     ASSERT_EQ(changes.size(), 1U);
     EXPECT_EQ(changes[0].stationId, 2U);
     EXPECT_EQ(changes[0].anomaly.attribute, "judged");

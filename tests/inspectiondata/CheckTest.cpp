@@ -81,8 +81,7 @@ protected:
     /// Changes a row, looks for the finding, and puts the row back.
     void expectFindingAfter(const std::string& table, const std::string& change, const QString& line,
                             std::int64_t id = 1) {
-        const std::string key = table == "station_result" ? "station_id" : "id";
-        const std::string condition = "where " + key + '=' + std::to_string(id);
+        const std::string condition = "where id=" + std::to_string(id);
         const auto rows = sql().queryRecord("select * from " + table + ' ' + condition);
         ASSERT_EQ(rows.size(), 1U) << table;
         sql().execute(toGbk(("update " + table + " set " + change + ' ' + condition).c_str()));
@@ -131,12 +130,13 @@ TEST_P(CheckTest, EveryRuleOfStationsIsChecked) {
     expectFindingAfter("station", "start_m=end_m+1", one + "start_m 大于 end_m");
     expectFindingAfter("station", "srs='EPSG:4326'", one + "srs 不是工程的坐标系 EPSG:4547");
     expectFindingAfter("pipe_node", "lat_deg=91", "pipe_node 1 “起点”：lat_deg 91 超出范围 -90 到 90");
-    expectFindingAfter("station_result", "computed_at='x'", "station_result 1：computed_at 不是日期和时间");
-    expectFindingAfter("station_result", "cells=-1", "station_result 1：cells 为负");
-    expectFindingAfter("station_result", "coregistration='x'", "station_result 1：未知的配准方式“x”");
+    expectFindingAfter("comparison_result", "computed_at='x'",
+                       "comparison_result 1：computed_at 不是日期和时间");
+    expectFindingAfter("comparison_result", "cells=-1", "comparison_result 1：cells 为负");
+    expectFindingAfter("comparison_result", "coregistration='x'", "comparison_result 1：未知的配准方式“x”");
     expectClean();
     sql().execute("delete from station where id=1");
-    expectFinding("station_result 1：没有这个站段");
+    expectFinding("comparison_result 1：没有这个站段");
 }
 
 TEST_P(CheckTest, EveryRuleOfAnomaliesIsChecked) {
@@ -303,7 +303,7 @@ TEST_P(CheckTest, EditsBeforeAComputationSayNothingAboutAnomalies) {
 TEST_P(CheckTest, MissingRastersAndDatesOutOfOrderAreFound) {
     const QString old = description().oldEpoch().dsm;
     const QString raster = fromGbk(std::get<std::string>(
-        sql().queryRecord("select dz_raster from station_result where station_id=1")[0].at("dz_raster")));
+        sql().queryRecord("select dz_raster from comparison_result where station_id=1")[0].at("dz_raster")));
     ASSERT_TRUE(QFile::remove(old));
     ASSERT_TRUE(QFile::remove(m_opened.files.file(raster)));
     QFile text(description().newEpoch().dom);
@@ -311,7 +311,7 @@ TEST_P(CheckTest, MissingRastersAndDatesOutOfOrderAreFound) {
     text.write("no raster");
     text.close();
     expectFinding(old + "：文件不存在");
-    expectFinding("station_result 1：dz_raster " + raster + " 文件不存在");
+    expectFinding("comparison_result 1：dz_raster " + raster + " 文件不存在");
     const QStringList found = findings();
     EXPECT_EQ(found.size(), 3) << found.join('\n').toStdString();
     EXPECT_EQ(found.filter("无法作为栅格打开").size(), 1);
@@ -325,9 +325,9 @@ TEST_P(CheckTest, MissingRastersAndDatesOutOfOrderAreFound) {
 
 TEST_P(CheckTest, MissingTablesAndColumnsAreFound) {
     sql().execute("alter table special_point drop column height_m");
-    sql().execute("drop table station_result");
+    sql().execute("drop table comparison_result");
     const QStringList found = findings();
-    EXPECT_EQ(found, (QStringList{"special_point：缺少列 height_m", "station_result：缺少数据表"}));
+    EXPECT_EQ(found, (QStringList{"special_point：缺少列 height_m", "comparison_result：缺少数据表"}));
 }
 
 TEST_P(CheckTest, AProjectWithoutItsRevisionIsAFindingAndNoCrash) {

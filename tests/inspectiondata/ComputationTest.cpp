@@ -43,8 +43,8 @@ TEST(ComputationTest, FindsTheKnownChangesInTheRightStations) {
     EXPECT_GT(summary.cells, 0);
     EXPECT_EQ(anomalyNames(opened), (std::vector<std::string>{"S1-0001", "S2-0001", "S2-0002"}));
 
-    std::vector<SdiffData> found = readAnomalies(opened.sql(), 1);
-    const auto second = readAnomalies(opened.sql(), 2);
+    std::vector<SdiffData> found = readAnomalies(opened.sql(), 1, kSamplePair);
+    const auto second = readAnomalies(opened.sql(), 2, kSamplePair);
     found.insert(found.end(), second.begin(), second.end());
     for (const KnownChange& change : SmallProject::changes()) {
         const auto match = std::find_if(found.begin(), found.end(), [&](const SdiffData& anomaly) {
@@ -69,10 +69,10 @@ TEST(ComputationTest, LeavesOneRasterForEachStationAndItsParameters) {
     valueOf(computeAnomalies(opened.request()));
     valueOf(computeAnomalies(opened.request()));
     EXPECT_EQ(outputFiles(opened).size(), 2);
-    const auto result = readStationResult(opened.sql(), 1);
+    const auto result = readStationResult(opened.sql(), 1, kSamplePair);
     ASSERT_TRUE(result.has_value());
     EXPECT_TRUE(QFile::exists(opened.files.file(result->dzRaster)));
-    EXPECT_EQ(result->oldDate, "2024-05-18");
+    EXPECT_EQ(result->pair, kSamplePair);
     EXPECT_EQ(result->coregistration, "bias");
     EXPECT_DOUBLE_EQ(result->thresholdMetres, opened.project.description().parameters.thresholdMetres);
 }
@@ -80,27 +80,27 @@ TEST(ComputationTest, LeavesOneRasterForEachStationAndItsParameters) {
 TEST(ComputationTest, OneStationLeavesTheOthersAlone) {
     OpenedProject opened;
     valueOf(computeAnomalies(opened.request()));
-    const auto before = readStationResult(opened.sql(), 2);
+    const auto before = readStationResult(opened.sql(), 2, kSamplePair);
     opened.sql().execute("delete from anomaly");
     auto request = opened.request();
     request.stationIds = {1, 1};
     EXPECT_EQ(valueOf(computeAnomalies(request)).anomalies, 1);
     EXPECT_EQ(anomalyNames(opened), (std::vector<std::string>{"S1-0001"}));
-    EXPECT_EQ(readStationResult(opened.sql(), 2)->dzRaster, before->dzRaster);
+    EXPECT_EQ(readStationResult(opened.sql(), 2, kSamplePair)->dzRaster, before->dzRaster);
     EXPECT_TRUE(QFile::exists(opened.files.file(before->dzRaster)));
 }
 
 TEST(ComputationTest, AVerdictOnAnAnomalyThatIsFoundAgainIsKept) {
     OpenedProject opened;
     valueOf(computeAnomalies(opened.request()));
-    auto anomalies = readAnomalies(opened.sql(), 1);
+    auto anomalies = readAnomalies(opened.sql(), 1, kSamplePair);
     anomalies[0].attribute = toGbk("建构筑物");
     opened.storeAttribute(anomalies[0]);
     auto request = opened.request();
     request.project.parameters.thresholdMetres = 0.9;
     valueOf(computeAnomalies(request));
-    EXPECT_EQ(readAnomalies(opened.sql(), 1).at(0).attribute, toGbk("建构筑物"));
-    EXPECT_TRUE(readAnomalies(opened.sql(), 2).at(0).attribute.empty());
+    EXPECT_EQ(readAnomalies(opened.sql(), 1, kSamplePair).at(0).attribute, toGbk("建构筑物"));
+    EXPECT_TRUE(readAnomalies(opened.sql(), 2, kSamplePair).at(0).attribute.empty());
 }
 
 TEST(ComputationTest, CancelAtAnyTimeLeavesTheEarlierResults) {
@@ -108,7 +108,7 @@ TEST(ComputationTest, CancelAtAnyTimeLeavesTheEarlierResults) {
     valueOf(computeAnomalies(opened.request()));
     const QStringList files = outputFiles(opened);
     const auto names = anomalyNames(opened);
-    const auto result = readStationResult(opened.sql(), 1);
+    const auto result = readStationResult(opened.sql(), 1, kSamplePair);
     int calls = 0;
     auto request = opened.request();
     request.project.parameters.thresholdMetres = 2.5; // would find fewer
@@ -120,7 +120,7 @@ TEST(ComputationTest, CancelAtAnyTimeLeavesTheEarlierResults) {
         EXPECT_TRUE(failure.cancelled);
         EXPECT_EQ(outputFiles(opened), files);
         EXPECT_EQ(anomalyNames(opened), names);
-        EXPECT_EQ(readStationResult(opened.sql(), 1)->computedAt, result->computedAt);
+        EXPECT_EQ(readStationResult(opened.sql(), 1, kSamplePair)->computedAt, result->computedAt);
     }
     EXPECT_GE(calls, 5);
 }
@@ -172,7 +172,7 @@ TEST(ComputationTest, AStationThatTheSurveysDoNotCoverHasNoChanges) {
     opened.sql().execute(
         "insert into station values (3, 'far', 'EPSG:4547', 600000, 3400000, 600100, 3400080, 0, 0)");
     EXPECT_EQ(valueOf(computeAnomalies(opened.request())).anomalies, 3);
-    const auto result = readStationResult(opened.sql(), 3);
+    const auto result = readStationResult(opened.sql(), 3, kSamplePair);
     ASSERT_TRUE(result.has_value());
     EXPECT_TRUE(result->dzRaster.isEmpty());
     EXPECT_EQ(result->cells, 0);

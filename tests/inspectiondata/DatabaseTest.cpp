@@ -127,7 +127,7 @@ TEST_P(DatabaseTest, TwoSpecialObjectsOfOneKindCannotShareAName) {
 }
 
 TEST_P(DatabaseTest, TheFieldsOfAnAnomalyAreTheColumnsOfItsTable) {
-    std::set<std::string> fields{"id", "version", "station_id"};
+    std::set<std::string> fields{"id", "version", "station_id", "comparison_id"};
     for (const AnomalyField& field : kAnomalyFields) {
         EXPECT_TRUE(fields.insert(field.name).second) << field.name;
     }
@@ -136,17 +136,17 @@ TEST_P(DatabaseTest, TheFieldsOfAnAnomalyAreTheColumnsOfItsTable) {
 
 TEST_P(DatabaseTest, AttributesAreStoredAndDeletedAnomaliesComeBackAsTheyWere) {
     std::vector<SdiffData> anomalies{someAnomaly("S1-0001"), someAnomaly("S1-0002")};
-    insertAnomalies(m_opened.sql(), 1, anomalies);
+    insertAnomalies(m_opened.sql(), 1, kSamplePair, anomalies);
     ASSERT_NE(anomalies[0].id, 0);
     anomalies[0].attribute = toGbk("塌陷");
     m_opened.storeAttribute(anomalies[0]);
-    EXPECT_EQ(readAnomalies(m_opened.sql(), 1)[0].attribute, toGbk("塌陷"));
+    EXPECT_EQ(readAnomalies(m_opened.sql(), 1, kSamplePair)[0].attribute, toGbk("塌陷"));
 
     std::vector<SdiffData> gone{anomalies[0]};
     deleteAnomalies(m_opened.sql(), gone);
-    EXPECT_EQ(readAnomalies(m_opened.sql(), 1).size(), 1U);
-    insertAnomalies(m_opened.sql(), 1, gone);
-    const auto back = readAnomalies(m_opened.sql(), 1);
+    EXPECT_EQ(readAnomalies(m_opened.sql(), 1, kSamplePair).size(), 1U);
+    insertAnomalies(m_opened.sql(), 1, kSamplePair, gone);
+    const auto back = readAnomalies(m_opened.sql(), 1, kSamplePair);
     ASSERT_EQ(back.size(), 2U);
     EXPECT_EQ(back[0].id, anomalies[0].id);
     EXPECT_EQ(back[0].attribute, toGbk("塌陷"));
@@ -157,7 +157,7 @@ TEST_P(DatabaseTest, AttributesAreStoredAndDeletedAnomaliesComeBackAsTheyWere) {
 
 TEST_P(DatabaseTest, AnAnomalyOfNoStationIsRefused) {
     std::vector<SdiffData> anomalies{someAnomaly("S9-0001")};
-    EXPECT_THROW(insertAnomalies(m_opened.sql(), 9, anomalies), KV_MySQL_Exception);
+    EXPECT_THROW(insertAnomalies(m_opened.sql(), 9, kSamplePair, anomalies), KV_MySQL_Exception);
 }
 
 TEST_P(DatabaseTest, ANewerSchemaIsRefusedAndLeftAlone) {
@@ -170,7 +170,7 @@ TEST_P(DatabaseTest, ANewerSchemaIsRefusedAndLeftAlone) {
     }
     KV_MySQL database(databaseUrl().toStdString());
     EXPECT_EQ(storedSchemaVersion(database), 99);
-    EXPECT_THROW(migrateSchema(database), KV_MySQL_Exception);
+    EXPECT_THROW(migrateSchema(database, kSamplePair), KV_MySQL_Exception);
 }
 
 TEST_P(DatabaseTest, AProjectWithoutStationsIsRefusedAndItsTablesStayEmpty) {
@@ -217,10 +217,10 @@ TEST_P(DatabaseTest, ConstraintsAreTheSameOnEveryDatabase) {
     EXPECT_THROW(m_opened.sql().execute("update station set x_min=x_max"), KV_MySQL_Exception);
 
     std::vector<SdiffData> anomalies{someAnomaly("S1-0001")};
-    insertAnomalies(m_opened.sql(), 1, anomalies);
+    insertAnomalies(m_opened.sql(), 1, kSamplePair, anomalies);
     EXPECT_THROW(m_opened.sql().execute("update anomaly set kind='other'"), KV_MySQL_Exception);
     m_opened.sql().execute("delete from station where id=1");
-    EXPECT_TRUE(readAnomalies(m_opened.sql(), 1).empty());
+    EXPECT_TRUE(readAnomalies(m_opened.sql(), 1, kSamplePair).empty());
 }
 
 TEST_P(DatabaseTest, NamesAreComparedExactly) {
@@ -253,10 +253,10 @@ TEST_P(DatabaseTest, AMigrationThatWasCutShortIsCompleted) {
     m_opened.sql().execute("drop table anomaly");
     m_opened.sql().execute("drop table special_point");
     setStoredVersion(0);
-    migrateSchema(m_opened.sql());
+    migrateSchema(m_opened.sql(), kSamplePair);
     EXPECT_EQ(storedSchemaVersion(m_opened.sql()), kSchemaVersion);
     EXPECT_TRUE(readSpecialPoints(m_opened.sql()).empty());
-    EXPECT_TRUE(readAnomalies(m_opened.sql(), 1).empty());
+    EXPECT_TRUE(readAnomalies(m_opened.sql(), 1, kSamplePair).empty());
     EXPECT_EQ(readStations(m_opened.sql()).size(), 2U);
 }
 
@@ -275,7 +275,9 @@ TEST_P(DatabaseTest, AStepMayAddAColumnAndMayBeRepeated) {
 TEST_P(DatabaseTest, JobsComputeWithAConnectionOfTheirOwn) {
     EXPECT_EQ(valueOf(computeAnomalies(m_opened.request())).anomalies, 3);
     EXPECT_EQ(valueOf(computeAnomalies(m_opened.request())).anomalies, 3);
-    EXPECT_EQ(readAnomalies(m_opened.sql(), 1).size() + readAnomalies(m_opened.sql(), 2).size(), 3U);
+    EXPECT_EQ(readAnomalies(m_opened.sql(), 1, kSamplePair).size() +
+                  readAnomalies(m_opened.sql(), 2, kSamplePair).size(),
+              3U);
     EXPECT_EQ(QFile::exists(m_opened.files.file("inspection.db")), GetParam() == DatabaseKind::Sqlite);
 }
 

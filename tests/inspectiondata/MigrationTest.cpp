@@ -1,14 +1,18 @@
 // Databases that earlier versions of the program have made, in tests/data/schema: each table has rows, and
-// those of version 2 a history with edits that are done and undone.
+// those of version 2 and 3 a history with edits that are done and undone. Of version 3 the second anomaly has
+// been deleted, which can be undone.
 
 #include "Opened.h"
 #include "TestDatabase.h"
 
 #include "host/Gbk.h"
 #include "workbench/inspectiondata/check/CheckProject.h"
+#include "workbench/inspectiondata/database/AnomalyTable.h"
+#include "workbench/inspectiondata/database/ComparisonTable.h"
 #include "workbench/inspectiondata/database/Inspector.h"
 #include "workbench/inspectiondata/database/Revision.h"
 #include "workbench/inspectiondata/database/Schema.h"
+#include "workbench/inspectiondata/database/StationTable.h"
 #include "workbench/inspectiondata/database/TableDescription.h"
 #include "workbench/inspectiondata/history/ProjectHistory.h"
 
@@ -93,9 +97,44 @@ protected:
     /// All rows as they lie there, by table, without the columns that `columns` has not.
     using Content = std::map<std::string, KV_Rows>;
     using Columns = std::map<std::string, std::set<std::string>>;
+    /// Of version 4 and of those before.
+    static std::vector<StoredTable> tables() {
+        std::vector<StoredTable> tables = storedTables();
+        tables.push_back({"station_result", "station_id"});
+        return tables;
+    }
+    /// The results as the versions before 4 had them.
+    static KV_Rows resultsIn(KV_MySQL& database) {
+        return database.queryRecord("select r.*, c.old_epoch as old_date, c.new_epoch as new_date "
+                                    "from comparison_result r join comparison c on c.id=r.comparison_id "
+                                    "order by r.station_id");
+    }
+    static KV_Rows rowsOf(KV_MySQL& database, const StoredTable& table) {
+        return hasTable(database, table.name)
+                   ? database.queryRecord("select * from " + table.name + " order by " + table.key)
+                   : resultsIn(database);
+    }
+    /// Rows of edits without what version 4 has added to them. Whoever opens the database first has the edits
+    /// that were nobody's.
+    static KV_Record asBefore(KV_Record row) {
+        row.erase("inspector");
+        if (row.count("changes") == 0) {
+            return row;
+        }
+        RowChanges changes = toRowChanges(gbkToUtf8(std::get<std::string>(row.at("changes")))).value();
+        for (RowChange& change : changes) {
+            for (auto* side : {&change.before, &change.after}) {
+                if (side->has_value()) {
+                    (*side)->erase("comparison_id");
+                }
+            }
+        }
+        row["changes"] = utf8ToGbk(toText(changes));
+        return row;
+    }
     static Columns columnsOf(KV_MySQL& database) {
         Columns columns;
-        for (const StoredTable& table : storedTables()) {
+        for (const StoredTable& table : tables()) {
             if (hasTable(database, table.name)) {
                 columns[table.name] = columnNames(database, table.name);
             }
@@ -104,18 +143,17 @@ protected:
     }
     static Content contentIn(KV_MySQL& database, const Columns& columns) {
         Content content;
-        for (const StoredTable& table : storedTables()) {
+        for (const StoredTable& table : tables()) {
             const auto known = columns.find(table.name);
             if (known == columns.end()) {
                 continue;
             }
-            for (const KV_Record& row :
-                 database.queryRecord("select * from " + table.name + " order by " + table.key)) {
+            for (const KV_Record& row : rowsOf(database, table)) {
                 KV_Record part;
                 for (const std::string& column : known->second) {
                     part[column] = row.at(column);
                 }
-                content[table.name].push_back(std::move(part));
+                content[table.name].push_back(asBefore(std::move(part)));
             }
         }
         return content;
@@ -129,7 +167,9 @@ protected:
 INSTANTIATE_TEST_SUITE_P(Of, MigrationTest,
                          testing::Values(OldDatabase{1, DatabaseKind::Sqlite},
                                          OldDatabase{2, DatabaseKind::Sqlite},
-                                         OldDatabase{2, DatabaseKind::MariaDb}),
+                                         OldDatabase{2, DatabaseKind::MariaDb},
+                                         OldDatabase{3, DatabaseKind::Sqlite},
+                                         OldDatabase{3, DatabaseKind::MariaDb}),
                          nameOf);
 
 TEST_P(MigrationTest, OpeningBringsItForwardWithEveryRowAsItWas) {
@@ -141,7 +181,8 @@ TEST_P(MigrationTest, OpeningBringsItForwardWithEveryRowAsItWas) {
         columns = columnsOf(old);
         before = contentIn(old, columns);
     }
-    EXPECT_EQ(before.size(), GetParam().version == 1 ? 7U : 8U) << "there are rows in every table";
+    EXPECT_EQ(before.size(), 6U + static_cast<unsigned>(GetParam().version))
+        << "there are rows in every table";
     const auto opened = valueOf(PipelineDatabase::open(m_description, Project::Access::Exclusive));
     KV_MySQL& database = *opened->GetMySQL();
     EXPECT_EQ(storedSchemaVersion(database), kSchemaVersion);
@@ -175,7 +216,7 @@ TEST_P(MigrationTest, ReadingSaysThatItIsOlderAndLeavesItAlone) {
     EXPECT_EQ(bytes(), before);
     KV_MySQL old(m_description.databaseUrl().toStdString());
     EXPECT_EQ(storedSchemaVersion(old), GetParam().version);
-    EXPECT_FALSE(hasTable(old, "project_revision"));
+    EXPECT_FALSE(hasTable(old, "comparison"));
 }
 
 TEST_P(MigrationTest, ANewerDatabaseIsRefusedAndLeftAlone) {
@@ -188,8 +229,8 @@ TEST_P(MigrationTest, ANewerDatabaseIsRefusedAndLeftAlone) {
     }
     KV_MySQL newer(m_description.databaseUrl().toStdString());
     EXPECT_EQ(storedSchemaVersion(newer), kSchemaVersion + 1);
-    EXPECT_FALSE(hasTable(newer, "project_revision"));
-    EXPECT_FALSE(columnNames(newer, "anomaly").count("version"));
+    EXPECT_FALSE(hasTable(newer, "comparison"));
+    EXPECT_FALSE(columnNames(newer, "anomaly").count("comparison_id"));
 }
 
 /// With a history of six edits: a point added and described, two anomalies classified, an area deleted, a
@@ -234,6 +275,110 @@ TEST_P(OldHistoryTest, OldEditsAreUndoneAndMadeAgain) {
     EXPECT_FALSE(history.CanUndo());
     EXPECT_FALSE(readRow(database, "special_point", 2));
     EXPECT_EQ(field("anomaly", 2, "attribute"), "");
+}
+
+/// The results of one pair become those of several.
+class ComparisonMigrationTest : public MigrationTest {
+protected:
+    /// Changes the old database, by statements without a semicolon within.
+    void runOnOld(const QString& sql) const {
+        if (onServer()) {
+            MariaDbServer::instance().run(sql, serverDatabase());
+        } else {
+            loadIntoSqlite(sql.toUtf8(), m_files.file("inspection.db"));
+        }
+    }
+    /// From now on every update of the table fails.
+    void forbidUpdates(const char* table) const {
+        runOnOld(QString("create trigger refusal before update on %1 for each row %2")
+                     .arg(table, onServer() ? "signal sqlstate '45000' set message_text='refused'"
+                                            : "begin select raise(abort, 'refused'); end"));
+    }
+    std::unique_ptr<PipelineDatabase> open() const {
+        return valueOf(PipelineDatabase::open(m_description, Project::Access::Exclusive));
+    }
+    QStringList findings(KV_MySQL& database) const {
+        QStringList lines;
+        for (const Finding& finding : checkProject(m_description, database)) {
+            lines << finding.line();
+        }
+        return lines;
+    }
+    /// Takes back that the second anomaly was deleted.
+    void undoDeletion(KV_MySQL& database) const {
+        ProjectHistory history;
+        history.setDatabase(&database, inspectorOf(m_description));
+        ASSERT_TRUE(history.CanUndo());
+        history.TakeUndo()->Undo(true);
+        ASSERT_TRUE(readRow(database, "anomaly", 2));
+    }
+    static std::vector<std::string> names(KV_MySQL& database, std::uint32_t station, const EpochPair& pair) {
+        std::vector<std::string> names;
+        for (const SdiffData& anomaly : readAnomalies(database, station, pair)) {
+            names.push_back(anomaly.name);
+        }
+        return names;
+    }
+};
+INSTANTIATE_TEST_SUITE_P(Of, ComparisonMigrationTest,
+                         testing::Values(OldDatabase{3, DatabaseKind::Sqlite},
+                                         OldDatabase{3, DatabaseKind::MariaDb}),
+                         nameOf);
+
+using Names = std::vector<std::string>;
+
+TEST_P(ComparisonMigrationTest, RowsGoToThePairThatTheirResultNamesAlsoThoseThatAnUndoBringsBack) {
+    runOnOld("update station_result set old_date='2023-04-01' where station_id=2");
+    const auto opened = open();
+    KV_MySQL& database = *opened->GetMySQL();
+    const EpochPair earlier{"2023-04-01", "2025-05-20"};
+    EXPECT_TRUE(readStationResult(database, 1, kSamplePair));
+    EXPECT_FALSE(readStationResult(database, 2, kSamplePair));
+    EXPECT_EQ(readStationResult(database, 2, earlier).value().cells, 32000);
+    undoDeletion(database);
+    EXPECT_EQ(names(database, 1, kSamplePair), Names{"S1-0001"});
+    EXPECT_EQ(names(database, 2, kSamplePair), Names{});
+    EXPECT_EQ(names(database, 2, earlier), Names{"S2-0001"});
+    EXPECT_EQ(findings(database),
+              QStringList("comparison 2 “2023-04-01 → 2025-05-20”：工程中没有期次 2023-04-01"));
+}
+
+TEST_P(ComparisonMigrationTest, RowsWithoutDatesOrWithoutAResultGoToThePairOfTheProject) {
+    runOnOld("update station_result set old_date='', new_date='' where station_id=1");
+    runOnOld("delete from station_result where station_id=2");
+    const auto opened = open();
+    KV_MySQL& database = *opened->GetMySQL();
+    undoDeletion(database);
+    EXPECT_TRUE(readStationResult(database, 1, kSamplePair));
+    EXPECT_FALSE(readStationResult(database, 2, kSamplePair));
+    EXPECT_EQ(names(database, 1, kSamplePair), Names{"S1-0001"});
+    EXPECT_EQ(names(database, 2, kSamplePair), Names{"S2-0001"});
+    EXPECT_EQ(findings(database), QStringList());
+}
+
+TEST_P(ComparisonMigrationTest, AStepThatEndedHalfwayIsCompletedByTheNextOpening) {
+    for (const char* table : {"anomaly", "edit_history"}) {
+        forbidUpdates(table);
+        const Failure failure = failureOf(PipelineDatabase::open(m_description, Project::Access::Exclusive));
+        EXPECT_TRUE(failure.message.contains("refused")) << failure.message.toStdString();
+        runOnOld("drop trigger refusal");
+        KV_MySQL halfway(m_description.databaseUrl().toStdString());
+        EXPECT_EQ(storedSchemaVersion(halfway), 3);
+        EXPECT_TRUE(hasTable(halfway, "station_result"));
+        EXPECT_EQ(hasTable(halfway, "comparison"), onServer());
+    }
+    const auto opened = open();
+    KV_MySQL& database = *opened->GetMySQL();
+    EXPECT_FALSE(hasTable(database, "station_result"));
+    EXPECT_EQ(resultsIn(database).size(), 2U);
+    EXPECT_EQ(readComparisons(database).size(), 1U);
+    undoDeletion(database);
+    EXPECT_EQ(names(database, 2, kSamplePair), Names{"S2-0001"});
+    EXPECT_EQ(findings(database), QStringList());
+    setVersion(3); // killed before the version was stored
+    const auto again = open();
+    EXPECT_EQ(names(*again->GetMySQL(), 2, kSamplePair), Names{"S2-0001"});
+    EXPECT_EQ(findings(*again->GetMySQL()), QStringList());
 }
 
 } // namespace

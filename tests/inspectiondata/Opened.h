@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/inspection/Station.h"
+#include "tests/support/SamplePair.h"
 #include "tests/support/SmallProject.h"
 #include "workbench/inspectiondata/compute/ComputeAnomalies.h"
 #include "workbench/inspectiondata/database/PipelineDatabase.h"

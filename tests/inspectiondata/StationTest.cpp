@@ -138,7 +138,7 @@ TEST_F(StationItemTest, SeesWhatAnotherConnectionStores) {
     ASSERT_TRUE(item.readdiffvz());
     const auto other = m_opened.open();
     other->GetMySQL()->execute("update station set x_min=x_min+7 where id=1");
-    other->GetMySQL()->execute("delete from station_result where station_id=1");
+    other->GetMySQL()->execute("delete from comparison_result where station_id=1");
     EXPECT_TRUE(item.readdom());
     EXPECT_DOUBLE_EQ(item.m_station.m_xMin, SmallProject::kLeft + 7.0);
     EXPECT_FALSE(item.readdiffvz());

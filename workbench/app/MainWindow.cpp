@@ -4,6 +4,7 @@
 #include "host/inspection/KVImageWindow.h"
 #include "host/inspection/StationWindow.h"
 #include "host/style/myMessageBox.h"
+#include "workbench/app/PairBox.h"
 #include "workbench/app/PluginLoader.h"
 #include "workbench/app/ToolArea.h"
 #include "workbench/engine/EngineContext.h"
@@ -18,6 +19,7 @@
 #include <QComboBox>
 #include <QDockWidget>
 #include <QFileDialog>
+#include <QFormLayout>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLoggingCategory>
@@ -105,6 +107,8 @@ std::optional<QString> MainWindow::openProject(const QString& folder) {
     m_epochs->addItems(m_layers.epochs());
     m_epochs->setCurrentIndex(m_layers.shownEpoch());
     m_epochs->setEnabled(m_epochs->count() > 1);
+    m_pairs->showProject();
+    showComparedPair();
     setWindowTitle(project.name + (context.readOnlyReason().isEmpty() ? QString() : tr("（只读）")) +
                    tr(" — 管道巡检"));
     goToOverview();
@@ -150,10 +154,20 @@ void MainWindow::buildTop() {
     m_epochs->setMinimumContentsLength(10);
     m_epochs->setEnabled(false);
     connect(m_epochs, QOverload<int>::of(&QComboBox::activated), this, &MainWindow::showEpoch);
-    auto* caption = new QLabel(tr("  显示期次 "), top);
-    caption->setBuddy(m_epochs);
-    top->addWidget(caption);
-    top->addWidget(m_epochs);
+    m_pairs = new PairBox(top);
+    connect(m_pairs, &PairBox::pairChosen, this, &MainWindow::comparePair);
+    connect(&InspectionContext::instance(), &InspectionContext::computeFinished, m_pairs,
+            &PairBox::markComputed);
+
+    // One above the other, so that the tools have room for their names on a small screen.
+    auto* choices = new QWidget(top);
+    auto* rows = new QFormLayout(choices);
+    rows->setContentsMargins(6, 0, 6, 0);
+    rows->setVerticalSpacing(4);
+    rows->setFormAlignment(Qt::AlignVCenter);
+    rows->addRow(tr("显示期次"), m_epochs);
+    rows->addRow(tr("对比期次"), m_pairs);
+    top->addWidget(choices);
     addToolBar(Qt::TopToolBarArea, top);
 }
 
@@ -161,12 +175,11 @@ void MainWindow::buildDocks() {
     IORVAContext* windows = IORVAContext::Instance();
     QDockWidget* stations =
         addDock(tr("站段与特殊对象"), "stationDock", windows->GetStationWindow(), Qt::LeftDockWidgetArea);
-    QDockWidget* table =
-        addDock(tr("异常列表"), "anomalyDock", windows->GetAVWindow(), Qt::BottomDockWidgetArea);
+    m_tableDock = addDock(tr("异常列表"), "anomalyDock", windows->GetAVWindow(), Qt::BottomDockWidgetArea);
     QDockWidget* image =
         addDock(tr("影像对比"), "imageDock", windows->GetKVImageWindow(), Qt::RightDockWidgetArea);
     resizeDocks({stations, image}, {270, 430}, Qt::Horizontal);
-    resizeDocks({table}, {230}, Qt::Vertical);
+    resizeDocks({m_tableDock}, {230}, Qt::Vertical);
 }
 
 QDockWidget* MainWindow::addDock(const QString& title, const QString& name, QWidget* content,
@@ -240,6 +253,21 @@ void MainWindow::showEpoch(int index) {
         qCWarning(logApp).noquote() << line;
     }
     m_globe->requestRedraw();
+}
+
+void MainWindow::comparePair(const inspection::EpochPair& pair) {
+    if (const std::optional<QString> problem = InspectionContext::instance().setComparedPair(pair)) {
+        myMessageBox::showMyMessageBox(this, tr("提示"), *problem, myMessageBox::Warning, myMessageBox::Ok);
+    }
+    m_pairs->showCurrent();
+    showComparedPair();
+}
+
+void MainWindow::showComparedPair() {
+    const inspection::Project* project = InspectionContext::instance().project();
+    m_tableDock->setWindowTitle(
+        project ? tr("异常列表：%1").arg(inspection::pairTitle(project->description().pair()))
+                : tr("异常列表"));
 }
 
 void MainWindow::chooseProject() {

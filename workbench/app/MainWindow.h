@@ -7,6 +7,7 @@
 #include <optional>
 
 class GlobeWidget;
+class PairBox;
 class QComboBox;
 class QDockWidget;
 class QLabel;
@@ -43,6 +44,9 @@ private:
     QDockWidget* addDock(const QString& title, const QString& name, QWidget* content,
                          Qt::DockWidgetArea area);
     void showEpoch(int index);
+    void comparePair(const inspection::EpochPair& pair);
+    /// The table's caption says which epochs its anomalies are between.
+    void showComparedPair();
     void chooseProject();
     void showPreparation(int percent);
     void showPointer(double lonDegrees, double latDegrees, double heightMetres);
@@ -53,6 +57,8 @@ private:
     GlobeWidget* m_globe;
     ToolArea* m_toolArea = nullptr;
     QComboBox* m_epochs = nullptr;
+    PairBox* m_pairs = nullptr;
+    QDockWidget* m_tableDock = nullptr;
     QLabel* m_tip = nullptr;
     QLabel* m_preparation = nullptr;
     QLabel* m_coordinates = nullptr;

@@ -4,9 +4,12 @@
 
 #include "host/Gbk.h"
 #include "host/inspection/AVWindow.h"
+#include "host/inspection/EditHistory.h"
 #include "host/inspection/StationWindow.h"
 #include "tests/support/CopyFolder.h"
 #include "tests/support/MariaDbServer.h"
+#include "tests/support/SamplePair.h"
+#include "tests/support/ThirdFlight.h"
 #include "workbench/inspectiondata/compute/ComputeAnomalies.h"
 #include "workbench/inspectiondata/database/AnomalyTable.h"
 #include "workbench/inspectiondata/database/DatabaseMove.h"
@@ -322,6 +325,72 @@ TEST_F(SharedProjectTest, ALostServerIsSaidAndWorkGoesOnWhenItIsBack) {
     judge(0, Qt::Key_3);
     EXPECT_EQ(attribute(0), "深挖");
     EXPECT_TRUE(messages.texts().isEmpty());
+}
+
+/// A workbench that shows the first pair, while colleagues work on the one with a third flight.
+class SharedPairsTest : public SharedProjectTest {
+protected:
+    void SetUp() override {
+        SharedProjectTest::SetUp();
+        m_station = current().GetStationId();
+        context().closeProject();
+        addThirdFlight(m_project, {m_station});
+        computePair(m_project, kThirdPair, {m_station});
+        ASSERT_FALSE(context().openProject(m_project));
+        ASSERT_FALSE(context().setComparedPair(kSamplePair));
+        showRichestStation();
+        ASSERT_EQ(current().GetStationId(), m_station);
+    }
+    std::vector<SdiffData> ofThirdPair() {
+        return inspection::readAnomalies(m_colleague->database(), m_station, kThirdPair);
+    }
+    QStringList names() const {
+        QStringList all;
+        for (int row = 0; row < rows(); ++row) {
+            all << name(row);
+        }
+        return all;
+    }
+
+    std::uint32_t m_station = 0;
+};
+
+TEST_F(SharedPairsTest, WhatOthersDoToAPairThatIsNotShownDoesNotAppear) {
+    const QStringList before = names();
+    const QString count = tree().currentItem()->text(1);
+    const std::int64_t theirs = ofThirdPair().at(0).id;
+    const QString theirName = fromGbk(ofThirdPair().at(0).name);
+    m_colleague->judge(theirs, "深挖");
+    m_colleague->remove(kAnomalyTable, theirs);
+    m_colleague->undo(); // a row that comes back
+    m_colleague->judge(shown(0).id, "塌陷");
+    ASSERT_TRUE(waitUntil([&] { return attribute(0) == "塌陷"; })) << "what comes after it is there";
+    EXPECT_EQ(names(), before);
+    EXPECT_EQ(tree().currentItem()->text(1), count);
+    EXPECT_FALSE(overlayIsShown(theirName));
+    ASSERT_FALSE(context().setComparedPair(kThirdPair));
+    EXPECT_EQ(attribute(0), "深挖");
+    EXPECT_EQ(name(0), theirName);
+    EXPECT_TRUE(overlayIsShown(theirName));
+}
+
+TEST_F(SharedPairsTest, AComputationOfAnotherPairLeavesWhatIsShown) {
+    const QStringList before = names();
+    judge(0, Qt::Key_1);
+    const QString judged = attribute(0);
+    ASSERT_FALSE(judged.isEmpty());
+    inspection::ComputationRequest request;
+    request.project = context().project()->description().comparing(kThirdPair).value();
+    request.stationIds = {m_station};
+    request.project.folder = m_folder.filePath("theirs");
+    ASSERT_TRUE(inspection::computeAnomalies(request));
+    m_colleague->judge(shown(1).id, "塌陷");
+    ASSERT_TRUE(waitUntil([&] { return attribute(1) == "塌陷"; }));
+    EXPECT_EQ(names(), before);
+    EXPECT_EQ(attribute(0), judged);
+    EXPECT_TRUE(context().GetEditHistory()->CanUndo()) << "the edit is of the pair that was not computed";
+    context().GetEditHistory()->TakeUndo()->Undo(true);
+    EXPECT_TRUE(attribute(0).isEmpty());
 }
 
 } // namespace

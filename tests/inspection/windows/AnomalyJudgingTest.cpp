@@ -1,6 +1,7 @@
 // Judging anomalies in their table, by mouse and by key.
 
 #include "tests/inspection/windows/WindowFixture.h"
+#include "tests/support/SamplePair.h"
 
 #include "host/Gbk.h"
 #include "host/inspection/AVWindow.h"
@@ -59,7 +60,8 @@ protected:
     /// Read by a connection of its own.
     QString stored(const QString& anomaly) {
         mysqlhelper::KV_MySQL database(context().project()->description().databaseFile().toStdString());
-        for (const SdiffData& each : inspection::readAnomalies(database, m_item->GetStationId())) {
+        for (const SdiffData& each :
+             inspection::readAnomalies(database, m_item->GetStationId(), kSamplePair)) {
             if (fromGbk(each.name) == anomaly) {
                 return fromGbk(each.attribute);
             }

@@ -1,4 +1,5 @@
 #include "tests/inspection/windows/WindowFixture.h"
+#include "tests/support/SamplePair.h"
 
 #include "host/Gbk.h"
 #include "host/inspection/AVWindow.h"
@@ -46,7 +47,7 @@ protected:
     }
     std::vector<SdiffData> stored() {
         mysqlhelper::KV_MySQL database(context().project()->description().databaseFile().toStdString());
-        return inspection::readAnomalies(database, m_item->GetStationId());
+        return inspection::readAnomalies(database, m_item->GetStationId(), kSamplePair);
     }
 
     KV_StationItem* m_item = nullptr;

@@ -1,5 +1,6 @@
 // How many statements an edit of many anomalies costs the GUI thread.
 #include "tests/inspection/windows/WindowFixture.h"
+#include "tests/support/SamplePair.h"
 #include "tests/support/StatementTrace.h"
 
 #include "host/Gbk.h"
@@ -41,7 +42,7 @@ protected:
         context().closeProject();
         {
             mysqlhelper::KV_MySQL database(file);
-            std::vector<SdiffData> anomalies = inspection::readAnomalies(database, stationId);
+            std::vector<SdiffData> anomalies = inspection::readAnomalies(database, stationId, kSamplePair);
             inspection::deleteAnomalies(database, anomalies);
             anomalies.resize(kAnomalies, anomalies.front());
             for (std::size_t i = 0; i < anomalies.size(); ++i) {
@@ -49,7 +50,7 @@ protected:
                 anomalies[i].name = "N" + std::to_string(i);
             }
             mysqlhelper::KV_MySQL::Transaction transaction(database);
-            inspection::insertAnomalies(database, stationId, anomalies);
+            inspection::insertAnomalies(database, stationId, kSamplePair, anomalies);
             transaction.commit();
         }
         ASSERT_FALSE(context().openProject(folder));

@@ -81,7 +81,7 @@ TEST_F(CreateProjectTest, ChainagesByPostsSurviveTheFile) {
     EXPECT_NEAR(position->chainageMetres, 10250.0, 1e-6);
     const auto database =
         valueOf(PipelineDatabase::open(created.project.description(), Project::Access::Exclusive));
-    EXPECT_EQ(readPipeNodes(*database->GetMySQL()).size(), 2U);
+    EXPECT_EQ(database->GetMySQL()->queryRecord("select id from pipe_node").size(), 2U);
 }
 
 TEST_F(CreateProjectTest, EveryLayerOfTheCentreLineFileReadsWithGdal) {

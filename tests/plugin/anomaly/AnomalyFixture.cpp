@@ -4,6 +4,7 @@
 #include "host/inspection/AVWindow.h"
 #include "host/inspection/IORVAContext.h"
 #include "tests/support/OverlaysOnGlobe.h"
+#include "tests/support/SamplePair.h"
 #include "tests/support/WaitUntil.h"
 #include "workbench/inspection/context/InspectionContext.h"
 #include "workbench/inspectiondata/compute/ComputeAnomalies.h"
@@ -72,9 +73,9 @@ void addAnomalies(mysqlhelper::KV_MySQL& database) {
         rectangle(known::left, 44, 58, 20, 12), rectangle(known::right, 56, 58, 20, 12),
         rectangle(known::quoted, 80, 40, 12, 12), rectangle(known::longName(), 60, 10, 12, 12),
         rectangle(known::below, 2, 20, 12, 12)};
-    insertAnomalies(database, 1, first);
+    insertAnomalies(database, 1, kSamplePair, first);
     std::vector<SdiffData> third{rectangle(known::overlapping, 4, 22, 8, 8)};
-    insertAnomalies(database, 3, third);
+    insertAnomalies(database, 3, kSamplePair, third);
 }
 
 } // namespace
@@ -266,16 +267,17 @@ void AnomalyTest::change(const QString& sql) const {
 void AnomalyTest::setDifference(int station, double metres) {
     const QString file = QString("differences%1.tif").arg(++m_rasters);
     SmallProject::writeHeights(m_folder + '/' + file, [metres](int, int) { return metres; });
-    change(QString("update station_result set dz_raster='%1' where station_id=%2")
+    change(QString("update comparison_result set dz_raster='%1' where station_id=%2")
                .arg(file, QString::number(station)));
 }
 
 void AnomalyTest::removeDifference(int station) const {
-    change(QString("update station_result set dz_raster='' where station_id=%1").arg(station));
+    change(QString("update comparison_result set dz_raster='' where station_id=%1").arg(station));
 }
 
 void AnomalyTest::addThirdResult() const {
-    change("insert into station_result select 3, computed_at, old_date, new_date, dz_raster, threshold_m, "
-           "min_area_m2, coregistration, dx_m, dy_m, dz_m, nmad_before_m, nmad_after_m, cells "
-           "from station_result where station_id=1");
+    change(
+        "insert into comparison_result select null, 3, comparison_id, computed_at, dz_raster, threshold_m, "
+        "min_area_m2, coregistration, dx_m, dy_m, dz_m, nmad_before_m, nmad_after_m, cells "
+        "from comparison_result where station_id=1");
 }

@@ -59,6 +59,9 @@ void InspectionContext::connectWindows() {
     connect(m_session.get(), &Session::closing, m_stations, &StationTreeWindow::clear);
     connect(m_session.get(), &Session::closing, m_images, &ImageWindow::clear);
     connect(m_session.get(), &Session::parametersChanged, m_stations, &StationTreeWindow::recolourOverlays);
+    connect(m_session.get(), &Session::comparedPairChanged, m_anomalies, &AnomalyTableWindow::clearSelection);
+    connect(m_session.get(), &Session::comparedPairChanged, m_images, &ImageWindow::clear);
+    connect(m_session.get(), &Session::comparedPairChanged, m_stations, &StationTreeWindow::reloadAnomalies);
 
     connect(m_stations, &StationTreeWindow::currentStationChanged, m_anomalies,
             &AnomalyTableWindow::showStation);
@@ -76,6 +79,7 @@ void InspectionContext::connectWindows() {
     connect(&history, &inspection::ProjectHistory::rowsChanged, m_anomalies, &AnomalyTableWindow::applyRows);
     connect(&history, &inspection::ProjectHistory::replacedByOthers, m_stations, &StationTreeWindow::reload);
     connect(m_session.get(), &Session::connectionChanged, m_progress, &ProgressWidget::showMessage);
+    connect(m_session.get(), &Session::noticed, m_progress, &ProgressWidget::showMessage);
 
     StationWork& work = m_session->work();
     connect(&work, &StationWork::computeFinished, m_progress, &ProgressWidget::showResult);
@@ -129,6 +133,28 @@ void InspectionContext::closeProject() {
 
 const inspection::Project* InspectionContext::project() const {
     return m_session ? m_session->project() : nullptr;
+}
+
+std::vector<inspection::EpochPair> InspectionContext::computedPairs() const {
+    std::vector<inspection::EpochPair> pairs;
+    if (m_session) {
+        for (const inspection::Comparison& comparison : m_session->comparisons()) {
+            if (comparison.stations > 0) {
+                pairs.push_back(comparison.pair);
+            }
+        }
+    }
+    return pairs;
+}
+
+std::optional<QString> InspectionContext::setComparedPair(const inspection::EpochPair& pair) {
+    if (!m_session) {
+        return tr("巡检数据库尚未初始化");
+    }
+    if (const inspection::Status done = m_session->setComparedPair(pair); !done) {
+        return done.error().userMessage;
+    }
+    return std::nullopt;
 }
 
 bool InspectionContext::isWorking() const {

@@ -14,6 +14,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
 class KVImageWindow;
 class ParaSet;
@@ -54,6 +55,11 @@ public:
     const inspection::Project* project() const;
     /// Why the open project can only be looked at, one Chinese line; empty when it can be changed.
     QString readOnlyReason() const;
+    /// The pairs of epochs that were computed.
+    std::vector<inspection::EpochPair> computedPairs() const;
+    /// Shows the results of another pair of epochs, which is also the one that is computed from now on. One
+    /// Chinese line when that is refused, as while work is going on.
+    std::optional<QString> setComparedPair(const inspection::EpochPair& pair);
     /// True while anomalies are being computed or an output is being written.
     bool isWorking() const;
     /// Figures of the last computation that succeeded since initialise.

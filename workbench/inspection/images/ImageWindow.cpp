@@ -230,7 +230,8 @@ ComparisonSource ImageWindow::sourceOf(const KV_StationItem& item, const SdiffDa
     source.ramp = {project.parameters.fillColour, project.parameters.cutColour, scaleEndMetres(largestMetres),
                    0.0};
     try {
-        if (const auto result = readStationResult(*m_session.connection(), item.GetStationId())) {
+        if (const auto result =
+                readStationResult(*m_session.connection(), item.GetStationId(), project.pair())) {
             source.dzRaster = QDir(project.folder).filePath(result->dzRaster);
             source.shift = {result->dxMetres, result->dyMetres, result->dzMetres};
         }

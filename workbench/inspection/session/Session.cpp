@@ -3,6 +3,7 @@
 #include "host/style/myMessageBox.h"
 #include "workbench/inspection/session/Log.h"
 #include "workbench/inspection/session/StationWork.h"
+#include "workbench/inspectiondata/database/AnomalyChanges.h"
 #include "workbench/inspectiondata/database/Inspector.h"
 #include "workbench/inspectiondata/project/CurrentProject.h"
 #include "workbench/inspectiondata/project/ServerAddress.h"
@@ -16,6 +17,7 @@ namespace inspection {
 Session::Session(QWidget* mainWindow)
     : m_mainWindow(mainWindow), m_work(std::make_unique<StationWork>(*this)) {
     connect(&m_history, &ProjectHistory::refused, this, &Session::warn);
+    connect(&m_history, &ProjectHistory::rowsChanged, this, &Session::tellOfOtherPair);
     m_history.setConflictQuestion([this](const QString& question) { return ask(question); });
 }
 
@@ -138,6 +140,60 @@ Status Session::setParameters(const ProjectParameters& parameters) {
     m_overlayMode = parameters.overlayMode;
     emit parametersChanged();
     return {};
+}
+
+std::vector<Comparison> Session::comparisons() const {
+    try {
+        return m_database ? readComparisons(*connection()) : std::vector<Comparison>();
+    } catch (const mysqlhelper::KV_MySQL_Exception& exception) {
+        qCWarning(windowLog).noquote() << "The comparisons cannot be read:" << exception.what();
+        return {};
+    }
+}
+
+std::int64_t Session::comparisonId() const {
+    try {
+        return m_database ? findComparison(*connection(), m_project->description().pair()) : kNoComparison;
+    } catch (const mysqlhelper::KV_MySQL_Exception& exception) {
+        qCWarning(windowLog).noquote() << "The comparison cannot be read:" << exception.what();
+        return kNoComparison;
+    }
+}
+
+Status Session::setComparedPair(const EpochPair& pair) {
+    if (!m_project) {
+        return Unexpected(Failure{QStringLiteral("no project is open"), tr("没有打开的工程")});
+    }
+    if (m_jobs.isRunning()) {
+        return Unexpected(Failure{QStringLiteral("other work is going on"),
+                                  tr("“%1”正在进行，请等待完成或先取消").arg(m_jobs.title())});
+    }
+    if (pair == m_project->description().pair()) {
+        return {};
+    }
+    if (auto done = m_project->setComparedPair(pair); !done) {
+        return failed(done);
+    }
+    emit comparedPairChanged();
+    return {};
+}
+
+void Session::tellOfOtherPair(const RowChanges& changes, Showing showing) {
+    if (showing != Showing::Followed) {
+        return;
+    }
+    const std::int64_t other = otherComparison(changes, comparisonId());
+    if (other == kNoComparison) {
+        return;
+    }
+    try {
+        if (const auto pair = readComparedPair(*connection(), other)) {
+            emit noticed(tr("已更改 %1 的异常，当前显示的是 %2")
+                             .arg(pairTitle(*pair), pairTitle(m_project->description().pair())));
+        }
+    } catch (const mysqlhelper::KV_MySQL_Exception& exception) {
+        qCWarning(windowLog).noquote() << "The comparison cannot be read:" << exception.what();
+    }
 }
 
 void Session::warn(const QString& text) const {

@@ -2,6 +2,7 @@
 
 #include "workbench/inspection/session/JobRunner.h"
 #include "workbench/inspection/session/RevisionWatch.h"
+#include "workbench/inspectiondata/database/ComparisonTable.h"
 #include "workbench/inspectiondata/database/PipelineDatabase.h"
 #include "workbench/inspectiondata/history/ProjectHistory.h"
 #include "workbench/inspectiondata/project/Project.h"
@@ -16,6 +17,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
 namespace inspection {
 
@@ -50,6 +52,14 @@ public:
     /// Stores them in the project and announces them.
     Status setParameters(const ProjectParameters& parameters);
 
+    /// The pairs of epochs that have results; empty when they cannot be read.
+    std::vector<Comparison> comparisons() const;
+    /// The id of the compared pair's comparison, whose anomalies the windows show; kNoComparison while it was
+    /// never computed or cannot be read.
+    std::int64_t comparisonId() const;
+    /// Chooses the pair whose results are shown and computed, and announces it. Refused while work is going on.
+    Status setComparedPair(const EpochPair& pair);
+
     JobRunner& jobs() { return m_jobs; }
     /// Work on whole stations, done by the jobs.
     StationWork& work() { return *m_work; }
@@ -75,6 +85,10 @@ signals:
     /// The project is about to go; its database still answers.
     void closing();
     void parametersChanged();
+    /// The windows have to show the results of another pair of epochs.
+    void comparedPairChanged();
+    /// Something that needs no answer; one Chinese line.
+    void noticed(const QString& message);
     /// The database does not answer, or does again; one Chinese line.
     void connectionChanged(const QString& message);
 
@@ -84,6 +98,8 @@ private:
     void forget();
     void watchOthers();
     void takeStepsOfOthers(qint64 newestRevision);
+    /// An undo of what the windows do not show is told.
+    void tellOfOtherPair(const RowChanges& changes, Showing showing);
 
     QPointer<QWidget> m_mainWindow;
     std::optional<Project> m_project;

@@ -144,10 +144,17 @@ void AnomalyTableWindow::measureSurroundings() {
     m_model->setSurroundings(m_surroundings->around(m_current.m_station));
 }
 
-void AnomalyTableWindow::showStation(KV_StationItem* item) {
-    if (!item && !m_selectedNames.empty()) {
+void AnomalyTableWindow::clearSelection() {
+    m_reached.stop();
+    if (!m_selectedNames.empty()) {
         m_selectedNames.clear();
         announceSelection();
+    }
+}
+
+void AnomalyTableWindow::showStation(KV_StationItem* item) {
+    if (!item) {
+        clearSelection();
     }
     Refresh();
     SetCurrentItem(item ? *item : KV_StationItem());
@@ -323,12 +330,13 @@ void AnomalyTableWindow::DeleteItems(KV_StationItem* item, const std::vector<Sdi
 // The windows have their own records of the station, which have followed by now.
 void AnomalyTableWindow::takeInto(KV_StationItem& item, const std::optional<RowChanges>& changes) {
     if (changes) {
-        applyChanges(anomalyChanges(*changes), item.GetStationId(), item.m_diffData.m_anomalies);
+        applyChanges(anomalyChanges(*changes, m_session.comparisonId()), item.GetStationId(),
+                     item.m_diffData.m_anomalies);
     }
 }
 
 void AnomalyTableWindow::applyRows(const RowChanges& changes, Showing showing) {
-    const std::vector<AnomalyChange> anomalies = anomalyChanges(changes);
+    const std::vector<AnomalyChange> anomalies = anomalyChanges(changes, m_session.comparisonId());
     if (anomalies.empty()) {
         return;
     }

@@ -52,6 +52,8 @@ public slots:
     void SetSelectedbyname(const QStringList& names);
     /// Shows the anomalies of that station; of none when null.
     void showStation(KV_StationItem* item);
+    /// No anomaly is selected any more, of any station.
+    void clearSelection();
     /// Shows rows that have changed. Those that are `Followed` are selected, wherever they are.
     void applyRows(const RowChanges& changes, Showing showing);
     /// Announces the selection once more, for a globe whose overlays are new. While nobody listens, the
@@ -95,7 +97,7 @@ private:
     const SdiffData* anomalyAt(const QModelIndex& sortedIndex) const;
     void forget(const std::set<std::string>& names);
     /// Brings a record of the caller's in line with an edit.
-    static void takeInto(KV_StationItem& item, const std::optional<RowChanges>& changes);
+    void takeInto(KV_StationItem& item, const std::optional<RowChanges>& changes);
     /// True when the rows had to be filled in anew.
     bool applyToTable(const std::vector<AnomalyChange>& changes);
 

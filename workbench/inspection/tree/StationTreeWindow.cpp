@@ -33,7 +33,9 @@ constexpr double kRangeOfExtent = 1.5;
 /// Empty also when the database cannot be read.
 std::optional<StationResult> storedResult(const Session& session, std::uint32_t stationId) {
     try {
-        return session.connection() ? readStationResult(*session.connection(), stationId) : std::nullopt;
+        return session.connection() ? readStationResult(*session.connection(), stationId,
+                                                        session.project()->description().pair())
+                                    : std::nullopt;
     } catch (const KV_MySQL_Exception& exception) {
         qCWarning(windowLog).noquote() << "The result of a station cannot be read:" << exception.what();
         return std::nullopt;
@@ -150,7 +152,7 @@ void StationTreeWindow::showCount(std::uint32_t stationId, std::size_t anomalies
 }
 
 void StationTreeWindow::showCounts() {
-    auto counts = countAnomalies(*m_session.connection());
+    auto counts = countAnomalies(*m_session.connection(), m_session.project()->description().pair());
     for (const auto& station : m_items) {
         noteComputed(station->GetStationId());
         showCount(station->GetStationId(), counts[station->GetStationId()]);
@@ -255,7 +257,7 @@ void StationTreeWindow::refreshStation(std::uint32_t stationId) {
 
 void StationTreeWindow::applyRows(const RowChanges& changes, Showing showing) {
     m_objects->applyRows(changes, showing);
-    const std::vector<AnomalyChange> anomalies = anomalyChanges(changes);
+    const std::vector<AnomalyChange> anomalies = anomalyChanges(changes, m_session.comparisonId());
     std::set<std::uint32_t> changed;
     for (const AnomalyChange& change : anomalies) {
         changed.insert(change.stationId);
@@ -290,12 +292,20 @@ void StationTreeWindow::applyTo(KV_StationItem& station, const std::vector<Anoma
 }
 
 void StationTreeWindow::reload() {
-    m_read.clear();
     try {
         m_objects->reload();
+    } catch (const KV_MySQL_Exception& exception) {
+        qCWarning(windowLog).noquote() << "The special objects cannot be read again:" << exception.what();
+    }
+    reloadAnomalies();
+}
+
+void StationTreeWindow::reloadAnomalies() {
+    m_read.clear();
+    try {
         showCounts();
     } catch (const KV_MySQL_Exception& exception) {
-        qCWarning(windowLog).noquote() << "The stations cannot be read again:" << exception.what();
+        qCWarning(windowLog).noquote() << "The anomalies cannot be read again:" << exception.what();
     }
     refreshOverlays();
     const QTreeWidgetItem* current = m_tree->currentItem();

@@ -59,6 +59,8 @@ public slots:
     void applyRows(const RowChanges& changes, Showing showing);
     /// Reads all rows again. Stations, and what is checked of them, stay.
     void reload();
+    /// The same with the anomalies only, for another pair of epochs.
+    void reloadAnomalies();
     /// Shows the anomalies of the checked stations anew when the project has other colours for them now.
     void recolourOverlays();
 

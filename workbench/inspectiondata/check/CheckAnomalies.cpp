@@ -1,6 +1,7 @@
 #include "workbench/inspectiondata/check/CheckAnomalies.h"
 
 #include "workbench/inspectiondata/check/RowCheck.h"
+#include "workbench/inspectiondata/database/ComparisonTable.h"
 #include "workbench/inspectiondata/database/Outline.h"
 #include "workbench/inspectiondata/database/Revision.h"
 #include "workbench/inspectiondata/database/Schema.h"
@@ -21,6 +22,7 @@ namespace {
 struct Others {
     std::int64_t newestRevision = 0;
     std::set<std::int64_t> stations;
+    std::set<std::int64_t> comparisons;
     std::set<std::string> names; ///< of the anomalies before
 };
 
@@ -59,6 +61,8 @@ void checkAnomaly(Others& others, RowCheck row) {
                QStringLiteral("kind 既不是 fill 也不是 cut"));
     row.expect(others.stations.count(row.whole("station_id")) != 0,
                QStringLiteral("没有站段 %1").arg(row.whole("station_id")));
+    row.expect(others.comparisons.count(row.whole(kComparisonColumn)) != 0,
+               QStringLiteral("没有对比 %1").arg(row.whole(kComparisonColumn)));
     row.expectText("name");
     row.expect(others.names.insert(row.text("name")).second, QStringLiteral("名称重复"));
     row.expectVersion(others.newestRevision);
@@ -74,6 +78,9 @@ Findings checkAnomalies(KV_MySQL& database) {
     others.newestRevision = readRevision(database);
     for (const KV_Station& station : readStations(database)) {
         others.stations.insert(station.m_id);
+    }
+    for (const Comparison& comparison : readComparisons(database)) {
+        others.comparisons.insert(comparison.id);
     }
     visitRows(database, {kAnomalyTable, "id"}, [&](const KV_Record& row) {
         checkAnomaly(others, RowCheck(kAnomalyTable, row, findings));

@@ -4,12 +4,14 @@
 #include "host/inspection/Records.h"
 #include "workbench/inspectiondata/check/CheckRowsOfEdits.h"
 #include "workbench/inspectiondata/check/RowCheck.h"
+#include "workbench/inspectiondata/database/ComparisonTable.h"
 #include "workbench/inspectiondata/database/Revision.h"
 #include "workbench/inspectiondata/database/Schema.h"
 #include "workbench/inspectiondata/database/TableCopy.h"
 
 #include <algorithm>
 #include <map>
+#include <set>
 
 namespace inspection {
 
@@ -32,6 +34,18 @@ bool hasId(const std::optional<KV_Record>& fields, std::int64_t id) {
 
 bool isWhole(const RowChange& change) {
     return isEditedTable(change.table) && hasId(change.before, change.id) && hasId(change.after, change.id);
+}
+
+/// Whether the comparison is one of those that the anomalies among the rows belong to.
+bool isAbout(const RowChanges& changes, std::int64_t comparison) {
+    std::set<std::int64_t> touched;
+    for (const RowChange& change : changes) {
+        if (change.table == kAnomalyTable) {
+            touched.insert(rowsOf(change).comparison);
+        }
+    }
+    return changes.empty() ||
+           (touched.empty() ? comparison == kNoComparison : touched.count(comparison) != 0);
 }
 
 /// The edits in the order in which they were made, looked at one after the other.
@@ -79,9 +93,12 @@ private:
         }
         row.expect(std::all_of(changes->begin(), changes->end(), isWhole),
                    QStringLiteral("changes 中有不属于可编辑数据表的行"));
+        row.expect(isAbout(*changes, row.whole(kComparisonColumn)),
+                   QStringLiteral("comparison_id 与 changes 中的不同"));
         if (changes->empty()) {
             row.expect(row.whole("is_dropped") != 0, QStringLiteral("操作没有任何更改"));
-            m_rows.takeReplacement(row.text("subject"), row.whole("revision"));
+            m_rows.takeReplacement({row.text("subject"), row.whole(kComparisonColumn)},
+                                   row.whole("revision"));
         } else {
             m_rows.takeEdit(*changes, row.whole("is_undone") != 0, row.whole("revision"));
         }

@@ -3,6 +3,7 @@
 #include "detect/GdalErrors.h"
 #include "host/Gbk.h"
 #include "workbench/inspectiondata/check/RowCheck.h"
+#include "workbench/inspectiondata/database/Schema.h"
 #include "workbench/inspectiondata/database/TableCopy.h"
 
 #include <QDate>
@@ -56,12 +57,30 @@ void checkDates(const ProjectDescription& project, Findings& findings) {
     }
 }
 
+void checkKeys(const ProjectDescription& project, Findings& findings) {
+    for (const Epoch& epoch : project.epochs) {
+        const QString key = project.keyOf(epoch);
+        if (project.findEpoch(key) != &epoch) {
+            findings.push_back({"project.json", key, QStringLiteral("期次重复")});
+        }
+    }
+    if (!project.compared) {
+        return;
+    }
+    for (const QString& key : {project.compared->older, project.compared->newer}) {
+        if (!project.findEpoch(key)) {
+            findings.push_back({"project.json", "compare", QStringLiteral("没有期次 %1").arg(key)});
+        }
+    }
+}
+
 } // namespace
 
 Findings checkEpochs(const ProjectDescription& project) {
     GDALAllRegister();
     Findings findings;
     checkDates(project, findings);
+    checkKeys(project, findings);
     for (const Epoch& epoch : project.epochs) {
         checkRaster(epoch.dsm, findings);
         if (!epoch.dom.isEmpty()) {
@@ -73,8 +92,8 @@ Findings checkEpochs(const ProjectDescription& project) {
 
 Findings checkResultRasters(const ProjectDescription& project, KV_MySQL& database) {
     Findings findings;
-    visitRows(database, {"station_result", "station_id"}, [&](const KV_Record& row) {
-        RowCheck check("station_result", row, findings, "station_id");
+    visitRows(database, {kComparisonResultTable, "id"}, [&](const KV_Record& row) {
+        RowCheck check(kComparisonResultTable, row, findings);
         const QString path = fromGbk(check.text("dz_raster"));
         if (path.isEmpty()) {
             return true;

@@ -1,6 +1,7 @@
 #include "workbench/inspectiondata/check/CheckRowsOfEdits.h"
 
 #include "workbench/inspectiondata/check/RowCheck.h"
+#include "workbench/inspectiondata/database/ComparisonTable.h"
 #include "workbench/inspectiondata/database/Revision.h"
 #include "workbench/inspectiondata/database/Schema.h"
 
@@ -27,12 +28,17 @@ QString differentColumns(const KV_Record& expected, const KV_Record& row) {
 
 } // namespace
 
+RowGroup rowsOf(const RowChange& change) {
+    const KV_Record& row = change.after ? *change.after : *change.before;
+    return {change.table, change.table == kAnomalyTable ? comparisonOf(row) : kNoComparison};
+}
+
 // Edits that were undone together share their revision. The newest of them was undone first, so that the
 // oldest says what there is now.
 void RowsOfEdits::takeEdit(const RowChanges& changes, bool isUndone, std::int64_t revision) {
     std::map<RowKey, Statement> said;
     for (const RowChange& change : isUndone ? reversed(changes) : changes) {
-        said[{change.table, change.id}] = {revision, change.after};
+        said[{change.table, change.id}] = {revision, rowsOf(change), change.after};
     }
     for (auto& [key, statement] : said) {
         Statement& last = m_statements[key];
@@ -42,21 +48,21 @@ void RowsOfEdits::takeEdit(const RowChanges& changes, bool isUndone, std::int64_
     }
 }
 
-void RowsOfEdits::takeReplacement(const std::string& table, std::int64_t revision) {
-    m_replacements[table] = std::max(m_replacements[table], revision);
+void RowsOfEdits::takeReplacement(const RowGroup& rows, std::int64_t revision) {
+    m_replacements[rows] = std::max(m_replacements[rows], revision);
 }
 
 /// A computation replaces all that was. An import only adds rows, which may get the id of one that is gone.
-bool RowsOfEdits::isOutdated(const RowKey& key, const Statement& statement) const {
-    const auto replacement = m_replacements.find(key.first);
+bool RowsOfEdits::isOutdated(const Statement& statement) const {
+    const auto replacement = m_replacements.find(statement.group);
     return replacement != m_replacements.end() && statement.revision < replacement->second &&
-           (key.first == kAnomalyTable || !statement.row);
+           (statement.group.table == kAnomalyTable || !statement.row);
 }
 
 Findings RowsOfEdits::differences(KV_MySQL& database) const {
     Findings findings;
     for (const auto& [key, statement] : m_statements) {
-        if (isOutdated(key, statement)) {
+        if (isOutdated(statement)) {
             continue;
         }
         const auto row = readRow(database, key.first, key.second);

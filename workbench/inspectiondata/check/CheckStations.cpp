@@ -3,6 +3,7 @@
 #include "host/Gbk.h"
 #include "host/inspection/Records.h"
 #include "workbench/inspectiondata/check/RowCheck.h"
+#include "workbench/inspectiondata/database/ComparisonTable.h"
 #include "workbench/inspectiondata/database/Schema.h"
 #include "workbench/inspectiondata/database/TableCopy.h"
 #include "workbench/inspectiondata/project/Georeference.h"
@@ -19,7 +20,6 @@ using mysqlhelper::KV_Record;
 namespace {
 
 constexpr auto kStations = "station";
-constexpr auto kResults = "station_result";
 constexpr auto kNodes = "pipe_node";
 
 bool isProjectsReference(const ProjectDescription& project, const QString& definition) {
@@ -39,8 +39,28 @@ void checkStation(const ProjectDescription& project, RowCheck row) {
                QStringLiteral("srs 不是工程的坐标系 %1").arg(project.crs));
 }
 
-void checkResult(const std::set<std::int64_t>& stations, RowCheck row) {
+/// Every epoch that has results is one of the project's.
+std::set<std::int64_t> checkComparisons(const ProjectDescription& project, KV_MySQL& database,
+                                        Findings& findings) {
+    std::set<std::int64_t> known;
+    for (const Comparison& comparison : readComparisons(database)) {
+        known.insert(comparison.id);
+        for (const QString& key : {comparison.pair.older, comparison.pair.newer}) {
+            if (!project.findEpoch(key)) {
+                findings.push_back(
+                    {kComparisonTable,
+                     QString::number(comparison.id) + QStringLiteral(" “%1”").arg(pairTitle(comparison.pair)),
+                     QStringLiteral("工程中没有期次 %1").arg(key)});
+            }
+        }
+    }
+    return known;
+}
+
+void checkResult(const std::set<std::int64_t>& stations, const std::set<std::int64_t>& comparisons,
+                 RowCheck row) {
     row.expect(stations.count(row.whole("station_id")) != 0, QStringLiteral("没有这个站段"));
+    row.expect(comparisons.count(row.whole(kComparisonColumn)) != 0, QStringLiteral("没有这个对比"));
     row.expectTime("computed_at");
     row.expectFinite({"dx_m", "dy_m", "dz_m"});
     row.expectNotNegative({"threshold_m", "min_area_m2", "nmad_before_m", "nmad_after_m", "cells"});
@@ -70,8 +90,9 @@ Findings checkStations(const ProjectDescription& project, KV_MySQL& database) {
     if (stations.empty()) {
         findings.push_back({kStations, QString(), QStringLiteral("没有站段")});
     }
-    visitRows(database, {kResults, "station_id"}, [&](const KV_Record& row) {
-        checkResult(stations, RowCheck(kResults, row, findings, "station_id"));
+    const std::set<std::int64_t> comparisons = checkComparisons(project, database, findings);
+    visitRows(database, {kComparisonResultTable, "id"}, [&](const KV_Record& row) {
+        checkResult(stations, comparisons, RowCheck(kComparisonResultTable, row, findings));
         return true;
     });
     visitRows(database, {kNodes, "id"}, [&](const KV_Record& row) {

@@ -33,7 +33,8 @@ struct ComputationSummary {
 /// Called with 0..1 and what is being done, on the thread of the work; false stops it.
 using ComputationProgress = std::function<bool(double fraction, const ComputationStep& step)>;
 
-/// Detects the changes of the stations between the project's two epochs and stores them. Runs in the calling
+/// Detects the changes of the stations between the project's compared epochs and stores them; results of other
+/// pairs stay as they are. Runs in the calling
 /// thread.
 ///
 /// The pair is co-registered once. Each station is searched with a margin around its bounds; an anomaly

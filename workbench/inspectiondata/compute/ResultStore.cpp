@@ -1,6 +1,8 @@
 #include "workbench/inspectiondata/compute/ResultStore.h"
 
+#include "workbench/inspectiondata/compute/ResultRasters.h"
 #include "workbench/inspectiondata/database/AnomalyTable.h"
+#include "workbench/inspectiondata/database/ComparisonTable.h"
 #include "workbench/inspectiondata/database/EditTable.h"
 #include "workbench/inspectiondata/database/Inspector.h"
 #include "workbench/inspectiondata/database/Outline.h"
@@ -11,7 +13,9 @@
 #include <QDir>
 #include <QFileInfo>
 
+#include <array>
 #include <cmath>
+#include <cstdio>
 
 namespace inspection {
 
@@ -41,9 +45,26 @@ void keepVerdicts(const std::vector<SdiffData>& earlier, std::vector<SdiffData>&
     }
 }
 
+std::string anomalyName(std::uint32_t stationId, std::size_t number) {
+    std::array<char, 32> name{};
+    std::snprintf(name.data(), name.size(), "S%u-%04zu", stationId, number);
+    return name.data();
+}
+
+/// Names the anomalies. SQLite would give the ids of deleted ones again, which an undo needs.
+void identify(StationChanges& changes, TakenByOthers& taken) {
+    std::size_t number = 0;
+    for (SdiffData& anomaly : changes.anomalies) {
+        anomaly.id = ++taken.highestId;
+        do {
+            anomaly.name = anomalyName(changes.stationId, ++number);
+        } while (taken.names.count(anomaly.name) != 0);
+    }
+}
+
 } // namespace
 
-ResultStore::ResultStore(const ProjectDescription& project) : m_project(project) {
+ResultStore::ResultStore(const ProjectDescription& project) : m_project(project), m_pair(project.pair()) {
     const QDateTime now = QDateTime::currentDateTimeUtc();
     m_stamp = now.toString(QStringLiteral("yyyyMMdd-HHmmss-zzz"));
     m_computedAt = now.toString(Qt::ISODate);
@@ -71,16 +92,15 @@ Result<QString> ResultStore::newRaster(std::uint32_t stationId) {
 
 void ResultStore::storeStation(KV_MySQL& database, StationChanges& changes,
                                const detect::Coregistration& coregistration) const {
-    const auto earlier = readAnomalies(database, changes.stationId);
+    const auto earlier = readAnomalies(database, changes.stationId, m_pair);
     keepVerdicts(earlier, changes.anomalies);
     deleteAnomalies(database, earlier);
-    insertAnomalies(database, changes.stationId, changes.anomalies);
+    insertAnomalies(database, changes.stationId, m_pair, changes.anomalies);
 
     StationResult result;
     result.stationId = changes.stationId;
     result.computedAt = m_computedAt;
-    result.oldDate = m_project.oldEpoch().date;
-    result.newDate = m_project.newEpoch().date;
+    result.pair = m_pair;
     if (!changes.dzRaster.isEmpty()) {
         result.dzRaster = QDir(m_project.folder).relativeFilePath(changes.dzRaster);
     }
@@ -99,26 +119,20 @@ void ResultStore::storeStation(KV_MySQL& database, StationChanges& changes,
 void ResultStore::store(KV_MySQL& database, std::vector<StationChanges>& changes,
                         const detect::Coregistration& coregistration) {
     KV_MySQL::Transaction transaction(database);
-    noteReplacement(database, inspectorOf(m_project), kAnomalyTable,
+    noteComputation(database, inspectorOf(m_project), m_pair,
                     QObject::tr("计算 %1 个站段的异常").arg(changes.size()));
+    const std::int64_t comparisonId = needComparison(database, m_pair);
+    TakenByOthers taken = takenByOthers(database, comparisonId);
     for (StationChanges& station : changes) {
+        identify(station, taken);
         storeStation(database, station, coregistration);
     }
-    forgetEdits(database, kAnomalyTable); // of anomalies that are no longer
+    forgetEdits(database, comparisonId); // of anomalies that are no longer
+    const QStringList replaced = unnamedRasters(m_project, database);
     transaction.commit();
     m_stored = true;
-    for (const StationChanges& station : changes) {
-        removeReplacedRasters(station);
-    }
-}
-
-void ResultStore::removeReplacedRasters(const StationChanges& changes) const {
-    QDir folder(m_project.stationFolder(changes.stationId));
-    const QString current = QFileInfo(changes.dzRaster).fileName();
-    for (const QString& raster : folder.entryList({QStringLiteral("dz-*.tif*")}, QDir::Files)) {
-        if (raster != current) {
-            folder.remove(raster);
-        }
+    for (const QString& raster : replaced) {
+        QFile::remove(raster);
     }
 }
 

@@ -25,8 +25,9 @@ public:
     /// Where the station's new raster goes; its folder is made. Fails when it cannot be.
     Result<QString> newRaster(std::uint32_t stationId);
 
-    /// Replaces anomalies and result of each station, all in one transaction, then removes the rasters that
-    /// they replace. A verdict on an anomaly that was found again at the same place is kept. Throws
+    /// Replaces anomalies and result that each station has of the project's pair, all in one transaction, then
+    /// removes the rasters of stations that no result names any more. A verdict on an anomaly that was found again at the
+    /// same place is kept. Anomalies are named "S3-0007" by the lowest numbers that no other pair uses. Throws
     /// KV_MySQL_Exception when the database refuses; nothing is replaced then.
     void store(mysqlhelper::KV_MySQL& database, std::vector<StationChanges>& changes,
                const detect::Coregistration& coregistration);
@@ -34,9 +35,9 @@ public:
 private:
     void storeStation(mysqlhelper::KV_MySQL& database, StationChanges& changes,
                       const detect::Coregistration& coregistration) const;
-    void removeReplacedRasters(const StationChanges& changes) const;
 
     const ProjectDescription& m_project;
+    const EpochPair m_pair;
     QString m_stamp; ///< of this computation, part of file names
     QString m_computedAt;
     QStringList m_newRasters;

@@ -55,12 +55,6 @@ void fillBounds(const detect::Ring& outline, SdiffData& record) {
     }
 }
 
-std::string anomalyName(std::uint32_t stationId, std::size_t number) {
-    std::array<char, 32> name{};
-    std::snprintf(name.data(), name.size(), "S%u-%04zu", stationId, number);
-    return name.data();
-}
-
 /// Brings the raster to another reference system, tiled and compressed. `target` is absent on failure. Differences
 /// are metres in any system: its vertical part, which might say feet, is left out.
 Status warpRaster(const QString& source, const QString& target, const OGRSpatialReference& reference) {
@@ -216,7 +210,6 @@ Result<StationChanges> StationDetection::find(const KV_Station& station,
     for (const detect::Anomaly& anomaly : result.anomalies) {
         SdiffData record;
         if (translate(anomaly, record) && owns(station, {record.x, record.y})) {
-            record.name = anomalyName(station.m_id, changes.anomalies.size() + 1);
             changes.anomalies.push_back(record);
         }
     }

@@ -17,7 +17,7 @@ namespace inspection {
 /// What was found for one station; its raster of differences is already written.
 struct StationChanges {
     std::uint32_t stationId = 0;
-    std::vector<SdiffData> anomalies; ///< in the station's reference system, named, without ids
+    std::vector<SdiffData> anomalies; ///< in the station's reference system, without names and ids
     QString dzRaster;                 ///< absolute path, empty when there was nothing to compare
     std::int64_t cells = 0;
     double seconds = 0.0;

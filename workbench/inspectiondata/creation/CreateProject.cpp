@@ -119,12 +119,42 @@ Result<ProjectDescription> writeProject(const QString& folder, const ProjectPlan
     return project;
 }
 
-bool holds(const ProjectDescription& project, const RasterPair& rasters) {
+bool hasRasters(const Epoch& epoch, const QString& dsm, const QString& dom) {
     const auto path = [](const QString& file) {
         return file.isEmpty() ? file : QFileInfo(file).absoluteFilePath();
     };
-    return project.oldEpoch().dsm == path(rasters.oldDsm) && project.newEpoch().dsm == path(rasters.newDsm) &&
-           project.oldEpoch().dom == path(rasters.oldDom) && project.newEpoch().dom == path(rasters.newDom);
+    return epoch.dsm == path(dsm) && epoch.dom == path(dom);
+}
+
+bool sameRasters(const ProjectDescription& project, const RasterPair& rasters) {
+    return hasRasters(project.oldEpoch(), rasters.oldDsm, rasters.oldDom) &&
+           hasRasters(project.newEpoch(), rasters.newDsm, rasters.newDom);
+}
+
+/// The pair of the project that these rasters make; nothing when it is not among them.
+std::optional<EpochPair> pairOf(const ProjectDescription& project, const RasterPair& rasters) {
+    for (const EpochPair& pair : project.pairs()) {
+        if (sameRasters(project.comparing(pair).value_or(project), rasters)) {
+            return pair;
+        }
+    }
+    return std::nullopt;
+}
+
+Result<Project> openWithRasters(const QString& folder, const RasterPair& rasters) {
+    auto project = Project::open(folder);
+    if (!project || sameRasters(project->description(), rasters)) {
+        return project;
+    }
+    const auto pair = pairOf(project->description(), rasters);
+    if (!pair) {
+        return fileFailure(folder, "the folder already holds a project of other rasters",
+                           "该文件夹中已有其他数据的工程");
+    }
+    if (auto done = project->setComparedPair(*pair); !done) {
+        return failed(done);
+    }
+    return project;
 }
 
 } // namespace
@@ -164,12 +194,7 @@ Result<CreatedProject> createProject(const QString& folder, const ProjectPlan& p
 
 Result<Project> openOrCreateProject(const QString& folder, const RasterPair& rasters) {
     if (QFileInfo::exists(projectFile(folder))) {
-        auto project = Project::open(folder);
-        if (project && !holds(project->description(), rasters)) {
-            return fileFailure(folder, "the folder already holds a project of other rasters",
-                               "该文件夹中已有其他数据的工程");
-        }
-        return project;
+        return openWithRasters(folder, rasters);
     }
     NewProject wish;
     wish.epochs = {{{}, rasters.oldDsm, rasters.oldDom}, {{}, rasters.newDsm, rasters.newDom}};

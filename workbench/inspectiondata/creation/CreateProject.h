@@ -34,8 +34,8 @@ struct RasterPair {
     QString newDom;
 };
 
-/// A project of two rasters in the order in which they are given, with stations over their overlap. One of the same
-/// rasters in `folder` is opened as it is.
+/// A project of two rasters in the order in which they are given, with stations over their overlap. A project
+/// in `folder` that has these rasters is opened, with them as its chosen pair.
 INSPECTIONDATA_API Result<Project> openOrCreateProject(const QString& folder, const RasterPair& rasters);
 
 } // namespace inspection

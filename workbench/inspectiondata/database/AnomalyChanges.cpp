@@ -2,6 +2,7 @@
 
 #include "host/Gbk.h"
 #include "workbench/inspectiondata/database/AnomalyTable.h"
+#include "workbench/inspectiondata/database/ComparisonTable.h"
 #include "workbench/inspectiondata/database/Fields.h"
 #include "workbench/inspectiondata/database/Schema.h"
 
@@ -14,9 +15,13 @@ namespace inspection {
 
 namespace {
 
-AnomalyChange anomalyChange(const RowChange& change) {
+const mysqlhelper::KV_Record& rowOf(const RowChange& change) {
     // NOLINTNEXTLINE(bugprone-unchecked-optional-access): a change has at least one of them
-    const auto& row = change.after ? *change.after : *change.before;
+    return change.after ? *change.after : *change.before;
+}
+
+AnomalyChange anomalyChange(const RowChange& change) {
+    const auto& row = rowOf(change);
     AnomalyChange made;
     takeField(row, "station_id", made.stationId);
     made.anomaly = anomalyOf(row);
@@ -40,11 +45,11 @@ void sortByName(std::vector<SdiffData>& anomalies) {
 
 } // namespace
 
-std::vector<AnomalyChange> anomalyChanges(const RowChanges& changes) {
+std::vector<AnomalyChange> anomalyChanges(const RowChanges& changes, std::int64_t comparisonId) {
     std::vector<AnomalyChange> last;
     std::map<std::int64_t, std::size_t> seen;
     for (auto change = changes.rbegin(); change != changes.rend(); ++change) {
-        if (change->table != kAnomalyTable) {
+        if (change->table != kAnomalyTable || comparisonOf(rowOf(*change)) != comparisonId) {
             continue;
         }
         const auto [found, isFirst] = seen.emplace(change->id, last.size());
@@ -56,6 +61,13 @@ std::vector<AnomalyChange> anomalyChanges(const RowChanges& changes) {
     }
     std::reverse(last.begin(), last.end());
     return last;
+}
+
+std::int64_t otherComparison(const RowChanges& changes, std::int64_t comparisonId) {
+    const auto found = std::find_if(changes.begin(), changes.end(), [&](const RowChange& change) {
+        return change.table == kAnomalyTable && comparisonOf(rowOf(change)) != comparisonId;
+    });
+    return found == changes.end() ? kNoComparison : comparisonOf(rowOf(*found));
 }
 
 void applyChanges(const std::vector<AnomalyChange>& changes, std::uint32_t stationId,

@@ -17,8 +17,11 @@ struct AnomalyChange {
     bool isGone = false;
 };
 
-/// The anomalies among the rows, each once, in the order in which they were changed last.
-INSPECTIONDATA_API std::vector<AnomalyChange> anomalyChanges(const RowChanges& changes);
+/// The anomalies of a comparison among the rows, each once, in the order in which they were changed last.
+INSPECTIONDATA_API std::vector<AnomalyChange> anomalyChanges(const RowChanges& changes,
+                                                             std::int64_t comparisonId);
+/// A comparison other than that one which anomalies among the rows belong to; kNoComparison without any.
+INSPECTIONDATA_API std::int64_t otherComparison(const RowChanges& changes, std::int64_t comparisonId);
 
 /// Makes the changes of that station in its anomalies, which are in the order of readAnomalies() and stay in
 /// it. Changes of other stations are passed over.

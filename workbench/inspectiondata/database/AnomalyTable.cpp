@@ -1,10 +1,15 @@
 #include "workbench/inspectiondata/database/AnomalyTable.h"
 
+#include "host/Gbk.h"
+#include "workbench/inspectiondata/database/ComparisonTable.h"
 #include "workbench/inspectiondata/database/Fields.h"
 #include "workbench/inspectiondata/database/Revision.h"
 #include "workbench/inspectiondata/database/RowBatch.h"
+#include "workbench/inspectiondata/database/RowChange.h"
 #include "workbench/inspectiondata/database/Schema.h"
 #include "workbench/inspectiondata/text/AnomalyFields.h"
+
+#include <algorithm>
 
 namespace inspection {
 
@@ -38,8 +43,8 @@ struct Taking {
     }
 };
 
-KV_Record recordOf(std::uint32_t stationId, const SdiffData& anomaly) {
-    KV_Record row{{"station_id", std::int64_t{stationId}}};
+KV_Record recordOf(std::uint32_t stationId, std::int64_t comparisonId, const SdiffData& anomaly) {
+    KV_Record row{{"station_id", std::int64_t{stationId}}, {kComparisonColumn, comparisonId}};
     for (const AnomalyField& field : kAnomalyFields) {
         row.emplace(field.name, std::visit(StoredValue{anomaly}, field.member));
     }
@@ -47,6 +52,12 @@ KV_Record recordOf(std::uint32_t stationId, const SdiffData& anomaly) {
         row.emplace("id", anomaly.id);
     }
     return row;
+}
+
+void take(const KV_Record& row, TakenByOthers& taken) {
+    const SdiffData anomaly = anomalyOf(row);
+    taken.names.insert(anomaly.name);
+    taken.highestId = std::max(taken.highestId, anomaly.id);
 }
 
 } // namespace
@@ -61,19 +72,22 @@ SdiffData anomalyOf(const KV_Record& row) {
     return anomaly;
 }
 
-std::vector<SdiffData> readAnomalies(KV_MySQL& database, std::uint32_t stationId) {
+std::vector<SdiffData> readAnomalies(KV_MySQL& database, std::uint32_t stationId, const EpochPair& pair) {
     std::vector<SdiffData> anomalies;
-    for (const KV_Record& row : database.queryRecord("select * from anomaly where station_id=? order by name",
-                                                     {std::int64_t{stationId}})) {
+    for (const KV_Record& row :
+         database.queryRecord("select a.* from anomaly a join comparison c on c.id=a.comparison_id "
+                              "where a.station_id=? and c.old_epoch=? and c.new_epoch=? order by a.name",
+                              {std::int64_t{stationId}, toGbk(pair.older), toGbk(pair.newer)})) {
         anomalies.push_back(anomalyOf(row));
     }
     return anomalies;
 }
 
-std::map<std::uint32_t, std::size_t> countAnomalies(KV_MySQL& database) {
+std::map<std::uint32_t, std::size_t> countAnomalies(KV_MySQL& database, const EpochPair& pair) {
     std::map<std::uint32_t, std::size_t> counts;
-    for (const KV_Record& row :
-         database.queryRecord("select station_id, count(*) as anomalies from anomaly group by station_id")) {
+    for (const KV_Record& row : database.queryRecord("select station_id, count(*) as anomalies from anomaly "
+                                                     "where comparison_id=? group by station_id",
+                                                     {findComparison(database, pair)})) {
         std::uint32_t stationId = 0;
         takeField(row, "station_id", stationId);
         takeField(row, "anomalies", counts[stationId]);
@@ -81,9 +95,34 @@ std::map<std::uint32_t, std::size_t> countAnomalies(KV_MySQL& database) {
     return counts;
 }
 
-void insertAnomalies(KV_MySQL& database, std::uint32_t stationId, std::vector<SdiffData>& anomalies) {
+TakenByOthers takenByOthers(KV_MySQL& database, std::int64_t comparisonId) {
+    TakenByOthers taken;
+    for (const KV_Record& row : database.queryRecord("select max(id) as highest from anomaly")) {
+        takeField(row, "highest", taken.highestId);
+    }
+    for (const KV_Record& row :
+         database.queryRecord("select id, name from anomaly where comparison_id<>?", {comparisonId})) {
+        take(row, taken);
+    }
+    for (const KV_Record& row : database.queryRecord(
+             "select changes from edit_history where comparison_id not in (?, ?) and is_dropped=0",
+             {comparisonId, kNoComparison})) {
+        std::string text;
+        takeField(row, "changes", text);
+        for (const RowChange& change : toRowChanges(gbkToUtf8(text)).value_or(RowChanges())) {
+            if (change.table == kAnomalyTable) {
+                take(change.before ? *change.before : *change.after, taken);
+            }
+        }
+    }
+    return taken;
+}
+
+void insertAnomalies(KV_MySQL& database, std::uint32_t stationId, const EpochPair& pair,
+                     std::vector<SdiffData>& anomalies) {
+    const std::int64_t comparisonId = needComparison(database, pair);
     for (SdiffData& anomaly : anomalies) {
-        anomaly.id = database.insertRecord(kAnomalyTable, recordOf(stationId, anomaly));
+        anomaly.id = database.insertRecord(kAnomalyTable, recordOf(stationId, comparisonId, anomaly));
     }
 }
 

@@ -3,10 +3,13 @@
 #include "host/Export.h"
 #include "host/inspection/KV_MySQL.h"
 #include "host/inspection/Station.h"
+#include "workbench/inspectiondata/project/ProjectDescription.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <set>
+#include <string>
 #include <vector>
 
 /// Rows of table "anomaly". Every function throws KV_MySQL_Exception when the database refuses; what is said
@@ -16,17 +19,25 @@ namespace inspection {
 /// What a row says.
 SdiffData anomalyOf(const mysqlhelper::KV_Record& row);
 
-/// The anomalies of a station by name.
+/// The anomalies of a station between two epochs, by name.
 INSPECTIONDATA_API std::vector<SdiffData> readAnomalies(mysqlhelper::KV_MySQL& database,
-                                                        std::uint32_t stationId);
+                                                        std::uint32_t stationId, const EpochPair& pair);
 
-/// How many anomalies each station has; none for those that have none.
-INSPECTIONDATA_API std::map<std::uint32_t, std::size_t> countAnomalies(mysqlhelper::KV_MySQL& database);
+/// How many anomalies each station has between two epochs; none for those that have none.
+INSPECTIONDATA_API std::map<std::uint32_t, std::size_t> countAnomalies(mysqlhelper::KV_MySQL& database,
+                                                                       const EpochPair& pair);
+
+/// What new anomalies of a comparison must not have, because others have it or would again after an undo.
+struct TakenByOthers {
+    std::set<std::string> names; ///< of anomalies of other comparisons
+    std::int64_t highestId = 0;  ///< of all anomalies
+};
+TakenByOthers takenByOthers(mysqlhelper::KV_MySQL& database, std::int64_t comparisonId);
 
 /// One row for each anomaly, in no transaction of its own. An id of 0 lets the database choose one; any other
 /// is kept, so that a deleted anomaly can come back as it was. The chosen ids are written into `anomalies`.
 INSPECTIONDATA_API void insertAnomalies(mysqlhelper::KV_MySQL& database, std::uint32_t stationId,
-                                        std::vector<SdiffData>& anomalies);
+                                        const EpochPair& pair, std::vector<SdiffData>& anomalies);
 
 /// Deletes the anomalies by id, in one transaction. One that is gone already is no error.
 INSPECTIONDATA_API void deleteAnomalies(mysqlhelper::KV_MySQL& database,

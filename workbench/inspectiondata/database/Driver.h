@@ -27,6 +27,7 @@ struct Dialect {
     const char* real;         ///< type of an IEEE double
     const char* text;         ///< type of any text
     const char* name;         ///< type of texts that are unique
+    const char* pairName;     ///< type of texts of which two together are unique
     const char* defaultValue; ///< "default %1"
     QString tableOptions;     ///< behind the closing bracket of a table
     bool indexesInTable;      ///< an index is part of the table's description

@@ -1,8 +1,10 @@
 #include "workbench/inspectiondata/database/EditTable.h"
 
 #include "host/Gbk.h"
+#include "workbench/inspectiondata/database/ComparisonTable.h"
 #include "workbench/inspectiondata/database/Fields.h"
 #include "workbench/inspectiondata/database/Revision.h"
+#include "workbench/inspectiondata/database/Schema.h"
 
 #include <QDateTime>
 #include <QObject>
@@ -71,6 +73,20 @@ KV_Record editRow(const QString& inspector, const std::string& subject, const QS
             {"inspector", toGbk(inspector)}};
 }
 
+/// Of the anomalies among the rows; windows and tools edit those of one comparison at a time.
+std::int64_t changedComparison(const RowChanges& changes) {
+    const auto anomaly = std::find_if(changes.begin(), changes.end(),
+                                      [](const RowChange& change) { return change.table == kAnomalyTable; });
+    return anomaly == changes.end() ? kNoComparison
+                                    : comparisonOf(anomaly->after ? *anomaly->after : *anomaly->before);
+}
+
+void insertReplacement(KV_MySQL& database, KV_Record row, std::int64_t comparisonId) {
+    row["is_dropped"] = std::int64_t{1};
+    row[kComparisonColumn] = comparisonId;
+    database.insertRecord(kTable, row);
+}
+
 /// Condition and value for what others than that inspector did.
 std::string byOthers(const QString& inspector) {
     return inspector.isNull() ? "?=''" : "inspector<>?";
@@ -107,8 +123,9 @@ RowChanges readChanges(KV_MySQL& database, std::int64_t editId) {
 
 std::int64_t insertEdit(KV_MySQL& database, const QString& inspector, const QString& description,
                         const RowChanges& changes, std::int64_t revision) {
-    return database.insertRecord(kTable,
-                                 editRow(inspector, changes.front().table, description, changes, revision));
+    KV_Record row = editRow(inspector, changes.front().table, description, changes, revision);
+    row[kComparisonColumn] = changedComparison(changes);
+    return database.insertRecord(kTable, row);
 }
 
 void dropEdits(KV_MySQL& database, const RowIds& editIds) {
@@ -126,17 +143,23 @@ void markEdit(KV_MySQL& database, std::int64_t editId, bool isUndone, std::int64
 
 void noteReplacement(KV_MySQL& database, const QString& inspector, const std::string& table,
                      const QString& description) {
-    KV_Record row = editRow(inspector, table, description, {}, raiseRevision(database));
-    row["is_dropped"] = std::int64_t{1};
-    database.insertRecord(kTable, row);
+    insertReplacement(database, editRow(inspector, table, description, {}, raiseRevision(database)),
+                      kNoComparison);
+}
+
+void noteComputation(KV_MySQL& database, const QString& inspector, const EpochPair& pair,
+                     const QString& description) {
+    const std::int64_t revision = raiseRevision(database);
+    insertReplacement(database, editRow(inspector, kAnomalyTable, description, {}, revision),
+                      needComparison(database, pair));
 }
 
 void handOverEdits(KV_MySQL& database, const QString& from, const QString& to) {
     database.updateRecord(kTable, {{"inspector", toGbk(to)}}, "where inspector=?", {toGbk(from)});
 }
 
-void forgetEdits(KV_MySQL& database, const std::string& table) {
-    database.deleteRecord(kTable, "where subject=? and is_dropped=0", {table});
+void forgetEdits(KV_MySQL& database, std::int64_t comparisonId) {
+    database.deleteRecord(kTable, "where comparison_id=? and is_dropped=0", {comparisonId});
 }
 
 void trimEdits(KV_MySQL& database) {

@@ -2,6 +2,7 @@
 
 #include "workbench/inspectiondata/database/RowBatch.h"
 #include "workbench/inspectiondata/database/RowChange.h"
+#include "workbench/inspectiondata/project/ProjectDescription.h"
 
 #include <QString>
 
@@ -32,7 +33,7 @@ INSPECTIONDATA_API std::vector<StoredEdit> readEdits(mysqlhelper::KV_MySQL& data
 /// The rows of an edit. Throws as well when they are not stored or damaged.
 INSPECTIONDATA_API RowChanges readChanges(mysqlhelper::KV_MySQL& database, std::int64_t editId);
 
-/// Stores a new edit. Gives its id.
+/// Stores a new edit, which belongs to the comparison of its anomalies where it has any. Gives its id.
 INSPECTIONDATA_API std::int64_t insertEdit(mysqlhelper::KV_MySQL& database, const QString& inspector,
                                            const QString& description, const RowChanges& changes,
                                            std::int64_t revision);
@@ -45,11 +46,14 @@ INSPECTIONDATA_API void markEdit(mysqlhelper::KV_MySQL& database, std::int64_t e
 /// transaction. Whoever has the project open reads everything anew.
 INSPECTIONDATA_API void noteReplacement(mysqlhelper::KV_MySQL& database, const QString& inspector,
                                         const std::string& table, const QString& description);
+/// The same for the anomalies of two epochs, whose comparison is made where there is none.
+void noteComputation(mysqlhelper::KV_MySQL& database, const QString& inspector, const EpochPair& pair,
+                     const QString& description);
 /// Gives the edits of one inspector to another, whose folder the project lies in now.
 INSPECTIONDATA_API void handOverEdits(mysqlhelper::KV_MySQL& database, const QString& from,
                                       const QString& to);
-/// Forgets the edits of a table, of all inspectors.
-INSPECTIONDATA_API void forgetEdits(mysqlhelper::KV_MySQL& database, const std::string& table);
+/// Forgets the edits of a comparison's anomalies, of all inspectors.
+void forgetEdits(mysqlhelper::KV_MySQL& database, std::int64_t comparisonId);
 /// Deletes dropped edits and replacements that are more than a day old: until then others read them.
 INSPECTIONDATA_API void trimEdits(mysqlhelper::KV_MySQL& database);
 

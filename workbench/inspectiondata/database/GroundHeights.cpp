@@ -5,7 +5,7 @@
 namespace inspection {
 
 GroundHeights::GroundHeights(const ProjectDescription& project) {
-    auto surface = detect::SurfaceModel::open(project.newEpoch().dsm.toStdString());
+    auto surface = detect::SurfaceModel::open(project.epochs.back().dsm.toStdString());
     if (!surface) {
         return;
     }

@@ -72,6 +72,7 @@ Dialect usualDialect() {
             "double",
             "longtext",
             "varchar(768)",
+            "varchar(384)",
             "default (%1)",
             QString(),
             true,

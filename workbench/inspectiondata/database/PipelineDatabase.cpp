@@ -66,7 +66,7 @@ void takeNamelessEdits(const ProjectDescription& project, KV_MySQL& database) {
 }
 
 Status prepareForWriting(const ProjectDescription& project, KV_MySQL& database) {
-    migrateSchema(database);
+    migrateSchema(database, project.pair());
     KV_MySQL::Transaction transaction(database);
     startRevisions(database);
     trimEdits(database);

@@ -1,6 +1,8 @@
 #include "workbench/inspectiondata/database/Schema.h"
 
 #include "host/inspection/Records.h"
+#include "workbench/inspectiondata/database/ComparisonStep.h"
+#include "workbench/inspectiondata/database/ComparisonTable.h"
 #include "workbench/inspectiondata/database/Driver.h"
 #include "workbench/inspectiondata/database/TableDescription.h"
 
@@ -17,7 +19,7 @@ namespace {
 using Sort = Column::Sort;
 using Columns = std::vector<Column>;
 
-constexpr auto kStationResultTable = "station_result";
+constexpr auto kStationResultTable = "station_result"; // of the first versions
 constexpr auto kEditTable = "edit_history";
 constexpr auto kRevisionTable = "project_revision";
 constexpr auto kOfStation = "foreign key (station_id) references station(id) on delete cascade";
@@ -102,7 +104,7 @@ TableDescription anomaly() {
         {{"anomaly_by_station", "station_id"}}};
 }
 
-void createFirstVersion(KV_MySQL& database) {
+void createFirstVersion(KV_MySQL& database, const EpochPair& /*pair*/) {
     for (const TableDescription& table :
          {pipeNode(), specialPoint(), region(KV_SPECIAL_AREA), region(KV_HIGH_CONSEQUENCE_AREA), station(),
           stationResult(), anomaly()}) {
@@ -121,13 +123,13 @@ TableDescription editHistory() {
             {}};
 }
 
-void addEditHistory(KV_MySQL& database) {
+void addEditHistory(KV_MySQL& database, const EpochPair& /*pair*/) {
     createTable(database, editHistory());
 }
 
 /// For several inspectors on one database: which version of a row somebody has seen, and what others did
 /// since.
-void addRevisions(KV_MySQL& database) {
+void addRevisions(KV_MySQL& database, const EpochPair& /*pair*/) {
     createTable(database, {kRevisionTable, {kId, {"revision", Sort::Integer, true, {}}}, {}, {}});
     for (const int type : {KV_SPECIAL_POINT, KV_SPECIAL_AREA, KV_HIGH_CONSEQUENCE_AREA}) {
         addColumn(database, tableName(type), {"version", Sort::Integer, true, "0"});
@@ -142,16 +144,48 @@ void addRevisions(KV_MySQL& database) {
                      "edit_history) as edits)-id where is_undone=1");
 }
 
+TableDescription comparison() {
+    return {kComparisonTable,
+            {kId, {"old_epoch", Sort::PairName, true, {}}, {"new_epoch", Sort::PairName, true, {}}},
+            {"unique (old_epoch, new_epoch)"},
+            {}};
+}
+
+TableDescription comparisonResult() {
+    return {kComparisonResultTable,
+            joined({{kId},
+                    required(Sort::Integer, {"station_id", kComparisonColumn}),
+                    required(Sort::Text, {"computed_at", "dz_raster"}),
+                    required(Sort::Real, {"threshold_m", "min_area_m2"}),
+                    required(Sort::Text, {"coregistration"}),
+                    required(Sort::Real, {"dx_m", "dy_m", "dz_m", "nmad_before_m", "nmad_after_m"}),
+                    required(Sort::Integer, {"cells"})}),
+            {"unique (station_id, comparison_id)", kOfStation,
+             "foreign key (comparison_id) references comparison(id) on delete cascade"},
+            {}};
+}
+
+/// For more than two epochs: results of every pair. A column with a foreign key could not be required where
+/// there are rows, so that anomalies have none to their comparison.
+void addComparisons(KV_MySQL& database, const EpochPair& pair) {
+    createTable(database, comparison());
+    createTable(database, comparisonResult());
+    for (const char* table : {kAnomalyTable, kEditTable}) {
+        addColumn(database, table, {kComparisonColumn, Sort::Integer, true, "0"});
+    }
+    giveRowsToComparisons(database, pair);
+}
+
 // Step n brings version n to version n + 1. Steps are only ever added; what one of them does stays as it is.
 // A server may have kept a part of a step that was not completed, so each must be repeatable, as createTable
 // and addColumn are. Tables that a step adds go into storedTables() too.
-using MigrationStep = void (*)(KV_MySQL&);
-constexpr MigrationStep kSteps[] = {createFirstVersion, addEditHistory, addRevisions};
+using MigrationStep = void (*)(KV_MySQL&, const EpochPair& pair);
+constexpr MigrationStep kSteps[] = {createFirstVersion, addEditHistory, addRevisions, addComparisons};
 static_assert(std::size(kSteps) == kSchemaVersion);
 
-void takeSteps(KV_MySQL& database, int from) {
+void takeSteps(KV_MySQL& database, int from, const EpochPair& pair) {
     for (int version = from; version < kSchemaVersion; ++version) {
-        kSteps[version](database);
+        kSteps[version](database, pair);
     }
 }
 
@@ -180,7 +214,8 @@ std::vector<StoredTable> storedTables() {
             {tableName(KV_SPECIAL_AREA), "id"},
             {tableName(KV_HIGH_CONSEQUENCE_AREA), "id"},
             {tableName(KV_STATION), "id"},
-            {kStationResultTable, "station_id"},
+            {kComparisonTable, "id"},
+            {kComparisonResultTable, "id"},
             {kAnomalyTable, "id"},
             {kEditTable, "id"},
             {kRevisionTable, "id"}};
@@ -192,14 +227,14 @@ int storedSchemaVersion(KV_MySQL& database) {
 
 void createTables(KV_MySQL& database) {
     database.driver().setSchemaVersion(0);
-    takeSteps(database, 0);
+    takeSteps(database, 0, {});
 }
 
 void storeSchemaVersion(KV_MySQL& database) {
     database.driver().setSchemaVersion(kSchemaVersion);
 }
 
-void migrateSchema(KV_MySQL& database) {
+void migrateSchema(KV_MySQL& database, const EpochPair& pair) {
     if (storedSchemaVersion(database) == kSchemaVersion) {
         return;
     }
@@ -211,7 +246,7 @@ void migrateSchema(KV_MySQL& database) {
         throw KV_MySQL_Exception("database has schema version " + std::to_string(stored) +
                                  ", this program knows versions up to " + std::to_string(kSchemaVersion));
     }
-    takeSteps(database, stored);
+    takeSteps(database, stored, pair);
     storeSchemaVersion(database);
     transaction.commit();
 }

@@ -2,6 +2,7 @@
 
 #include "host/Export.h"
 #include "host/inspection/KV_MySQL.h"
+#include "workbench/inspectiondata/project/ProjectDescription.h"
 
 #include <string>
 #include <vector>
@@ -9,11 +10,13 @@
 /// The tables of a project's database. docs/data-model.md describes them column by column.
 namespace inspection {
 
-constexpr int kSchemaVersion = 3;
+constexpr int kSchemaVersion = 4;
 
 /// Table of an object type code (KV_ObjectType), empty for an unknown one.
 INSPECTIONDATA_API std::string tableName(int type);
 constexpr const char* kAnomalyTable = "anomaly";
+constexpr const char* kComparisonTable = "comparison";
+constexpr const char* kComparisonResultTable = "comparison_result";
 
 struct StoredTable {
     std::string name;
@@ -31,10 +34,11 @@ INSPECTIONDATA_API void createTables(mysqlhelper::KV_MySQL& database);
 /// The database is a project's from now on. May be part of a transaction.
 INSPECTIONDATA_API void storeSchemaVersion(mysqlhelper::KV_MySQL& database);
 
-/// Brings the database to kSchemaVersion, step by step; not inside a transaction. Throws KV_MySQL_Exception
+/// Brings the database to kSchemaVersion, step by step; not inside a transaction. Results of before there were
+/// several comparisons belong to `pair` where they do not say which epochs they are of. Throws KV_MySQL_Exception
 /// when the schema is newer than that or the database refuses. A SQLite file is as before then. On a server
 /// tables are no part of a transaction; there the version is as before, and the next call completes what
 /// lacks, also after a killed process.
-INSPECTIONDATA_API void migrateSchema(mysqlhelper::KV_MySQL& database);
+INSPECTIONDATA_API void migrateSchema(mysqlhelper::KV_MySQL& database, const EpochPair& pair);
 
 } // namespace inspection

@@ -110,6 +110,7 @@ const Dialect& SqliteDriver::dialect() const {
                                  "real",
                                  "text",
                                  "text",
+                                 "text",
                                  "default %1",
                                  QString(),
                                  false,

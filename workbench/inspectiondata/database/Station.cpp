@@ -106,7 +106,7 @@ bool KV_StationItem::readdiffvz() {
         return false;
     }
     try {
-        const auto result = inspection::readStationResult(*database, m_station.m_id);
+        const auto result = inspection::readStationResult(*database, m_station.m_id, project->pair());
         auto& difference = m_diffData.m_elevationDifference;
         if (!result || result->dzRaster.isEmpty()) {
             difference.reset();
@@ -124,11 +124,12 @@ bool KV_StationItem::readdiffvz() {
 
 bool KV_StationItem::readclassfi() {
     KV_MySQL* database = openDatabase();
-    if (!database) {
+    const auto* project = CurrentProject::get().description;
+    if (!database || !project) {
         return false;
     }
     try {
-        m_diffData.m_anomalies = inspection::readAnomalies(*database, m_station.m_id);
+        m_diffData.m_anomalies = inspection::readAnomalies(*database, m_station.m_id, project->pair());
         return true;
     } catch (const KV_MySQL_Exception&) {
         return false;

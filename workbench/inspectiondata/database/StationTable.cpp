@@ -1,6 +1,7 @@
 #include "workbench/inspectiondata/database/StationTable.h"
 
 #include "host/Gbk.h"
+#include "workbench/inspectiondata/database/ComparisonTable.h"
 #include "workbench/inspectiondata/database/Driver.h"
 #include "workbench/inspectiondata/database/Fields.h"
 #include "workbench/inspectiondata/database/Schema.h"
@@ -50,18 +51,20 @@ KV_Record stationRecord(const KV_Station& station) {
             {"start_m", station.m_startMetres}, {"end_m", station.m_endMetres}};
 }
 
-std::optional<StationResult> readStationResult(KV_MySQL& database, std::uint32_t stationId) {
+std::optional<StationResult> readStationResult(KV_MySQL& database, std::uint32_t stationId,
+                                               const EpochPair& pair) {
     const mysqlhelper::KV_Rows& rows = database.driver().queryKept(
-        QStringLiteral("select * from station_result where station_id=?"), {std::int64_t{stationId}});
+        QStringLiteral("select r.* from comparison_result r join comparison c on c.id=r.comparison_id "
+                       "where r.station_id=? and c.old_epoch=? and c.new_epoch=?"),
+        {std::int64_t{stationId}, toGbk(pair.older), toGbk(pair.newer)});
     if (rows.empty()) {
         return std::nullopt;
     }
     const KV_Record& row = rows.front();
     StationResult result;
     result.stationId = stationId;
+    result.pair = pair;
     takeText(row, "computed_at", result.computedAt);
-    takeText(row, "old_date", result.oldDate);
-    takeText(row, "new_date", result.newDate);
     takeText(row, "dz_raster", result.dzRaster);
     takeText(row, "coregistration", result.coregistration);
     takeField(row, "threshold_m", result.thresholdMetres);
@@ -76,21 +79,22 @@ std::optional<StationResult> readStationResult(KV_MySQL& database, std::uint32_t
 }
 
 void storeStationResult(KV_MySQL& database, const StationResult& result) {
-    database.deleteRecord("station_result", "where station_id=?", {std::int64_t{result.stationId}});
-    database.insertRecord("station_result", {{"station_id", std::int64_t{result.stationId}},
-                                             {"computed_at", toGbk(result.computedAt)},
-                                             {"old_date", toGbk(result.oldDate)},
-                                             {"new_date", toGbk(result.newDate)},
-                                             {"dz_raster", toGbk(result.dzRaster)},
-                                             {"threshold_m", result.thresholdMetres},
-                                             {"min_area_m2", result.minAreaSquareMetres},
-                                             {"coregistration", toGbk(result.coregistration)},
-                                             {"dx_m", result.dxMetres},
-                                             {"dy_m", result.dyMetres},
-                                             {"dz_m", result.dzMetres},
-                                             {"nmad_before_m", result.nmadBeforeMetres},
-                                             {"nmad_after_m", result.nmadAfterMetres},
-                                             {"cells", result.cells}});
+    const std::int64_t comparisonId = needComparison(database, result.pair);
+    database.deleteRecord(kComparisonResultTable, "where station_id=? and comparison_id=?",
+                          {std::int64_t{result.stationId}, comparisonId});
+    database.insertRecord(kComparisonResultTable, {{"station_id", std::int64_t{result.stationId}},
+                                                   {kComparisonColumn, comparisonId},
+                                                   {"computed_at", toGbk(result.computedAt)},
+                                                   {"dz_raster", toGbk(result.dzRaster)},
+                                                   {"threshold_m", result.thresholdMetres},
+                                                   {"min_area_m2", result.minAreaSquareMetres},
+                                                   {"coregistration", toGbk(result.coregistration)},
+                                                   {"dx_m", result.dxMetres},
+                                                   {"dy_m", result.dyMetres},
+                                                   {"dz_m", result.dzMetres},
+                                                   {"nmad_before_m", result.nmadBeforeMetres},
+                                                   {"nmad_after_m", result.nmadAfterMetres},
+                                                   {"cells", result.cells}});
 }
 
 std::vector<Special_Point> readSpecialPoints(KV_MySQL& database) {

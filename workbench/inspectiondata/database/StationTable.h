@@ -4,6 +4,7 @@
 #include "host/inspection/KV_MySQL.h"
 #include "host/inspection/Records.h"
 #include "host/inspection/Station.h"
+#include "workbench/inspectiondata/project/ProjectDescription.h"
 
 #include <QString>
 
@@ -20,13 +21,12 @@ INSPECTIONDATA_API std::vector<KV_Station> readStations(mysqlhelper::KV_MySQL& d
 /// The field map of a station, without its id.
 INSPECTIONDATA_API mysqlhelper::KV_Record stationRecord(const KV_Station& station);
 
-/// What the last computation of a station left, beside its anomalies. Lengths in metres.
+/// What the last computation of a station between two epochs left, beside its anomalies. Lengths in metres.
 struct StationResult {
     std::uint32_t stationId = 0;
     QString computedAt; ///< ISO date and time, UTC
-    QString oldDate;    ///< epochs that were compared
-    QString newDate;
-    QString dzRaster; ///< path within the project folder, empty when the epochs have no common cell here
+    EpochPair pair;     ///< epochs that were compared
+    QString dzRaster;   ///< path within the project folder, empty when the epochs have no common cell here
     double thresholdMetres = 0.0;
     double minAreaSquareMetres = 0.0;
     QString coregistration; ///< "none", "bias", "full"
@@ -38,10 +38,10 @@ struct StationResult {
     std::int64_t cells = 0; ///< cells compared
 };
 
-/// Empty when the station was never computed. A computed station without anomalies has a result.
-INSPECTIONDATA_API std::optional<StationResult> readStationResult(mysqlhelper::KV_MySQL& database,
-                                                                  std::uint32_t stationId);
-/// Replaces the station's result. No transaction of its own.
+/// Empty when the station was never computed between these epochs. A computed station without anomalies has a result.
+INSPECTIONDATA_API std::optional<StationResult>
+readStationResult(mysqlhelper::KV_MySQL& database, std::uint32_t stationId, const EpochPair& pair);
+/// Replaces the station's result of its pair. No transaction of its own.
 INSPECTIONDATA_API void storeStationResult(mysqlhelper::KV_MySQL& database, const StationResult& result);
 
 /// All objects of a table by id, with their type code and the version of their row.

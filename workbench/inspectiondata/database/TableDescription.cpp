@@ -23,6 +23,8 @@ const char* typeOf(Column::Sort sort, const Dialect& dialect) {
         return dialect.real;
     case Column::Sort::Name:
         return dialect.name;
+    case Column::Sort::PairName:
+        return dialect.pairName;
     case Column::Sort::Text:
         break;
     }

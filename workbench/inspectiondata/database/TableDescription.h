@@ -16,7 +16,8 @@ struct Column {
         Integer, ///< 64 bits with a sign
         Real,    ///< IEEE double
         Text,    ///< of any length
-        Name     ///< text that a constraint "unique" may name, up to 768 characters on a server
+        Name,    ///< text that a constraint "unique" may name, up to 768 characters on a server
+        PairName ///< the same for two texts that a constraint names together, each up to half of that
     };
 
     std::string name;

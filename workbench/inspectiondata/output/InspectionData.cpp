@@ -17,13 +17,15 @@ Result<InspectionData> readInspectionData(const ProjectDescription& project,
     try {
         InspectionData data;
         data.project = project;
+        const EpochPair pair = project.pair();
         for (const KV_Station& station : readStations(database)) {
-            data.stations.push_back(
-                {station, readStationResult(database, station.m_id), readAnomalies(database, station.m_id)});
+            data.stations.push_back({station, readStationResult(database, station.m_id, pair),
+                                     readAnomalies(database, station.m_id, pair)});
         }
         data.specialPoints = readSpecialPoints(database);
         data.specialAreas = readSpecialAreas(database);
         data.highConsequenceAreas = readHighConsequenceAreas(database);
+        data.comparisons = readComparisons(database);
         return data;
     } catch (const mysqlhelper::KV_MySQL_Exception& exception) {
         const QString cause = QString::fromUtf8(exception.what());

@@ -2,6 +2,7 @@
 
 #include "host/Export.h"
 #include "host/inspection/KV_MySQL.h"
+#include "workbench/inspectiondata/database/ComparisonTable.h"
 #include "workbench/inspectiondata/database/StationTable.h"
 #include "workbench/inspectiondata/project/ProjectDescription.h"
 #include "workbench/inspectiondata/project/Result.h"
@@ -18,13 +19,14 @@ struct StationFindings {
     std::vector<SdiffData> anomalies;    ///< by name
 };
 
-/// All that the outputs show, as plain values that any thread may use.
+/// All that the outputs show of the project's compared epochs, as plain values that any thread may use.
 struct InspectionData {
     ProjectDescription project;
     std::vector<StationFindings> stations; ///< by id
     std::vector<Special_Point> specialPoints;
     std::vector<Special_Area> specialAreas;
     std::vector<Special_Polygon> highConsequenceAreas;
+    std::vector<Comparison> comparisons; ///< of all pairs of epochs
 
     int anomalyCount() const;
 };

@@ -20,6 +20,7 @@ using Value = ShapeLayer::Value;
 
 /// An anomaly and what lies around it.
 struct Place {
+    const EpochPair& pair;
     const KV_Station& station;
     const SdiffData& anomaly;
     PipePosition position;
@@ -72,10 +73,13 @@ const std::vector<ShapeColumn>& shapeColumns() {
              const auto& metres = place.surroundings.pipeMetres;
              return metres ? Value(*metres) : Value();
          }},
-        {"hca", false, [](const Place& place) {
+        {"hca", false,
+         [](const Place& place) {
              const auto& areas = place.surroundings.highConsequenceAreas;
              return place.areAreasKnown ? Value(areaNamesText(areas).toStdString()) : Value();
-         }}};
+         }},
+        {"old_epoch", false, [](const Place& place) { return place.pair.older.toStdString(); }},
+        {"new_epoch", false, [](const Place& place) { return place.pair.newer.toStdString(); }}};
     return columns;
 }
 
@@ -97,12 +101,13 @@ ShapeLayer anomalyLayer(const InspectionData& data, const Pipeline& pipeline,
     for (const ShapeColumn& column : shapeColumns()) {
         layer.fields.push_back({column.name, column.number});
     }
+    const EpochPair pair = data.project.pair();
     CorridorSurroundings corridor(pipeline, data.highConsequenceAreas);
     for (const StationFindings& findings : data.stations) {
         const auto surroundings = corridor.around(findings.station);
         for (const SdiffData& anomaly : findings.anomalies) {
             layer.features.push_back(
-                featureOf({findings.station, anomaly,
+                featureOf({pair, findings.station, anomaly,
                            pipeline.positionOf({anomaly.x, anomaly.y}).value_or(PipePosition{}),
                            surroundings->of(anomaly), !data.highConsequenceAreas.empty()}));
         }
@@ -126,15 +131,17 @@ ShapeLayer stationLayer(const InspectionData& data, const OGRSpatialReference& r
     ShapeLayer layer;
     layer.name = "stations";
     layer.reference = reference;
-    layer.fields = {{"id", true},        {"name"},    {"start_m", true}, {"end_m", true},
-                    {"anomalies", true}, {"computed"}};
+    layer.fields = {{"id", true},        {"name"},     {"start_m", true}, {"end_m", true},
+                    {"anomalies", true}, {"computed"}, {"old_epoch"},     {"new_epoch"}};
+    const EpochPair pair = data.project.pair();
     for (const StationFindings& findings : data.stations) {
         const KV_Station& station = findings.station;
         layer.features.push_back(
             {boxOf(station),
              {double(station.m_id), gbkToUtf8(station.m_name), station.m_startMetres, station.m_endMetres,
               double(findings.anomalies.size()),
-              findings.result ? findings.result->computedAt.toStdString() : std::string()}});
+              findings.result ? findings.result->computedAt.toStdString() : std::string(),
+              pair.older.toStdString(), pair.newer.toStdString()}});
     }
     return layer;
 }

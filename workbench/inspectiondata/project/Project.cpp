@@ -1,5 +1,6 @@
 #include "workbench/inspectiondata/project/Project.h"
 
+#include "workbench/inspectiondata/project/EpochList.h"
 #include "workbench/inspectiondata/project/ProjectFile.h"
 
 #include <QDir>
@@ -76,6 +77,28 @@ Status Project::setDatabase(const QString& database) {
     ProjectDescription changed = m_description;
     changed.database = absoluteDatabase(m_description.folder, database);
     return store(std::move(changed));
+}
+
+Status Project::setComparedPair(const EpochPair& pair) {
+    auto changed = m_description.comparing(pair);
+    if (!changed) {
+        return failed(changed);
+    }
+    if (m_access == Access::ReadOnly) {
+        m_description = std::move(*changed);
+        return {};
+    }
+    return store(std::move(*changed));
+}
+
+Status Project::addEpoch(const Epoch& epoch) {
+    auto changed = withEpoch(m_description, epoch);
+    return changed ? store(std::move(*changed)) : failed(changed);
+}
+
+Status Project::removeEpoch(const QString& key) {
+    auto changed = withoutEpoch(m_description, key);
+    return changed ? store(std::move(*changed)) : failed(changed);
 }
 
 Status Project::store(ProjectDescription changed) {

@@ -40,6 +40,16 @@ public:
     /// The same with the database: a server's address, or the path of a SQLite file, which may be relative to
     /// the folder. Nothing is moved there.
     Status setDatabase(const QString& database);
+    /// Chooses the pair that is compared. A project that is open for reading only keeps it as long as it is
+    /// open and stores nothing.
+    Status setComparedPair(const EpochPair& pair);
+
+    /// Adds an epoch in the order of dates, with paths that are absolute. Fails for a key that another epoch
+    /// has, and for rasters that cannot be used.
+    Status addEpoch(const Epoch& epoch);
+    /// Takes an epoch out of project.json; its rasters stay where they are. Two epochs must be left. The
+    /// results in the database are not looked at: compute/EpochRemoval.h takes them away before it calls this.
+    Status removeEpoch(const QString& key);
 
 private:
     Status store(ProjectDescription changed);

@@ -2,11 +2,14 @@
 
 #include "detect/Detection.h"
 #include "host/Export.h"
+#include "workbench/inspectiondata/project/Result.h"
 
 #include <QColor>
 #include <QString>
 
 #include <cstdint>
+#include <optional>
+#include <utility>
 #include <vector>
 
 namespace inspection {
@@ -36,6 +39,20 @@ struct Epoch {
     QString dom;  ///< orthophoto, empty when there is none
 };
 
+/// Two epochs that are compared, by their keys (ProjectDescription::keyOf); the older one is the earlier one in
+/// the project's list.
+struct EpochPair {
+    QString older;
+    QString newer;
+
+    bool names(const QString& key) const { return older == key || newer == key; }
+    bool operator==(const EpochPair& other) const { return older == other.older && newer == other.newer; }
+    bool operator!=(const EpochPair& other) const { return !(*this == other); }
+};
+
+/// "2024-05-18 → 2025-05-20".
+INSPECTIONDATA_API QString pairTitle(const EpochPair& pair);
+
 /// Everything project.json says, as plain values that any thread may copy.
 struct INSPECTIONDATA_API ProjectDescription {
     QString folder; ///< absolute
@@ -45,10 +62,25 @@ struct INSPECTIONDATA_API ProjectDescription {
     QString centerline;        ///< absolute path of the GeoPackage with centre line, nodes and stations
     QString database; ///< absolute path of a SQLite file or a server's address; empty for inspection.db
     ProjectParameters parameters;
+    /// The pair that was chosen; it may name epochs that there are no more.
+    std::optional<EpochPair> compared;
 
-    /// The pair that is compared: the last two epochs.
-    const Epoch& oldEpoch() const { return epochs[epochs.size() - 2]; }
-    const Epoch& newEpoch() const { return epochs.back(); }
+    /// What an epoch is called in results and commands: its date, or, while that is not known, the path of its
+    /// surface model as project.json has it, of which the last 384 characters count.
+    QString keyOf(const Epoch& epoch) const;
+    /// Null when there is none. Of several of one key the oldest.
+    const Epoch* findEpoch(const QString& key) const;
+    /// Every pair of two epochs; the newest first.
+    std::vector<EpochPair> pairs() const;
+
+    /// The pair that is compared: the chosen one, or the last two epochs where none is chosen or it names an
+    /// epoch that there is not.
+    EpochPair pair() const;
+    const Epoch& oldEpoch() const;
+    const Epoch& newEpoch() const;
+    /// The same project with this pair as the chosen one, in whatever order its keys are given. Fails when one
+    /// of them is no epoch or both are the same.
+    Result<ProjectDescription> comparing(const EpochPair& pair) const;
 
     /// What KV_MySQL opens: the path of a SQLite file, or a server's address, which may hold a password.
     QString databaseUrl() const;
@@ -57,6 +89,10 @@ struct INSPECTIONDATA_API ProjectDescription {
     QString outputFolder() const;
     /// Where the results of a station lie; it need not exist.
     QString stationFolder(std::uint32_t stationId) const;
+
+private:
+    /// Places of the compared epochs in the list.
+    std::pair<std::size_t, std::size_t> comparedPlaces() const;
 };
 
 /// "none", "bias" or "full".

@@ -25,11 +25,6 @@ QString absolutePath(const QString& folder, const QString& path) {
     return path.isEmpty() ? QString() : QDir::cleanPath(QDir(folder).absoluteFilePath(path));
 }
 
-QString storedPath(const QString& folder, const QString& path) {
-    const QString relative = QDir(folder).relativeFilePath(path);
-    return path.isEmpty() || relative.startsWith(QLatin1String("..")) ? path : relative;
-}
-
 detect::CoregistrationMethod methodOf(const QString& name, detect::CoregistrationMethod otherwise) {
     using Method = detect::CoregistrationMethod;
     for (const Method method : {Method::None, Method::Bias, Method::Full}) {
@@ -121,6 +116,19 @@ QJsonArray jsonOf(const QString& folder, const std::vector<Epoch>& epochs) {
     return array;
 }
 
+std::optional<EpochPair> pairOf(const QJsonArray& array) {
+    return array.size() == 2 ? std::optional(EpochPair{array[0].toString(), array[1].toString()})
+                             : std::nullopt;
+}
+
+void setCompared(QJsonObject& json, const ProjectDescription& project) {
+    if (project.compared) {
+        json["compare"] = QJsonArray{project.compared->older, project.compared->newer};
+    } else {
+        json.remove(QStringLiteral("compare"));
+    }
+}
+
 void setDatabase(QJsonObject& json, const ProjectDescription& project) {
     const QString& database = project.database;
     if (database.isEmpty()) {
@@ -131,6 +139,11 @@ void setDatabase(QJsonObject& json, const ProjectDescription& project) {
 }
 
 } // namespace
+
+QString storedPath(const QString& folder, const QString& path) {
+    const QString relative = QDir(folder).relativeFilePath(path);
+    return path.isEmpty() || relative.startsWith(QLatin1String("..")) ? path : relative;
+}
 
 QString absoluteDatabase(const QString& folder, const QString& database) {
     const QString url = isServerAddress(database) ? database : absolutePath(folder, database);
@@ -156,6 +169,7 @@ Result<ProjectDescription> readProjectFile(const QString& folder) {
     project.centerline = absolutePath(project.folder, json["centerline"].toString("centerline.gpkg"));
     project.database = absoluteDatabase(project.folder, json["database"].toString());
     project.parameters = parametersOf(json["parameters"].toObject());
+    project.compared = pairOf(json["compare"].toArray());
     if (project.epochs.size() < 2) {
         return broken(file, "needs two epochs with a dsm each", "需要两期表面模型");
     }
@@ -179,6 +193,7 @@ Status writeProjectFile(const ProjectDescription& project) {
     json["centerline"] = storedPath(project.folder, project.centerline);
     setDatabase(json, project);
     json["parameters"] = jsonOf(project.parameters);
+    setCompared(json, project);
 
     QSaveFile file(name);
     const QByteArray text = QJsonDocument(json).toJson();

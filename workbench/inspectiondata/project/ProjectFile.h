@@ -9,6 +9,9 @@ namespace inspection {
 /// Path of the file in a project folder.
 QString projectFile(const QString& folder);
 
+/// A path as project.json has it: within the folder relative to it.
+QString storedPath(const QString& folder, const QString& path);
+
 /// A database as ProjectDescription holds it. The path of a SQLite file may be relative to the folder.
 QString absoluteDatabase(const QString& folder, const QString& database);
 

@@ -1,0 +1,55 @@
+#include "workbench/app/PairBox.h"
+
+#include "workbench/inspection/context/InspectionContext.h"
+
+#include <algorithm>
+
+using inspection::EpochPair;
+
+PairBox::PairBox(QWidget* parent) : QComboBox(parent) {
+    setObjectName("pairs");
+    setToolTip(tr("列表、地球和报告显示哪两期的对比结果，“计算异常”计算哪两期；✓ 表示已计算"));
+    // As wide as two dates and the mark; the names of undated epochs are cut.
+    setMinimumContentsLength(20);
+    setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
+    setEnabled(false);
+    connect(this, QOverload<int>::of(&QComboBox::activated), this, [this](int index) {
+        if (index >= 0 && index < static_cast<int>(m_pairs.size())) {
+            emit pairChosen(m_pairs[static_cast<std::size_t>(index)]);
+        }
+    });
+}
+
+void PairBox::showProject() {
+    const auto* project = InspectionContext::instance().project();
+    m_pairs = project ? project->description().pairs() : std::vector<EpochPair>();
+    clear();
+    for (const EpochPair& pair : m_pairs) {
+        addItem(inspection::pairTitle(pair));
+    }
+    markComputed();
+    showCurrent();
+    setEnabled(count() > 1);
+}
+
+void PairBox::markComputed() {
+    const auto computed = InspectionContext::instance().computedPairs();
+    for (int index = 0; index < count(); ++index) {
+        const EpochPair& pair = m_pairs[static_cast<std::size_t>(index)];
+        const bool isComputed = std::find(computed.begin(), computed.end(), pair) != computed.end();
+        setItemText(index, inspection::pairTitle(pair) + (isComputed ? QStringLiteral(" ✓") : QString()));
+        setItemData(index, isComputed ? tr("已计算") : tr("未计算"), Qt::ToolTipRole);
+    }
+}
+
+void PairBox::showCurrent() {
+    const auto* project = InspectionContext::instance().project();
+    const auto current =
+        project ? std::find(m_pairs.begin(), m_pairs.end(), project->description().pair()) : m_pairs.end();
+    setCurrentIndex(current == m_pairs.end() ? -1 : static_cast<int>(current - m_pairs.begin()));
+}
+
+void PairBox::showPopup() {
+    markComputed();
+    QComboBox::showPopup();
+}

@@ -1,0 +1,44 @@
+#include "workbench/inspectiondata/compute/ResultRasters.h"
+
+#include "host/Gbk.h"
+#include "workbench/inspectiondata/database/Fields.h"
+#include "workbench/inspectiondata/database/StationTable.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QSet>
+
+namespace inspection {
+
+using mysqlhelper::KV_MySQL;
+using mysqlhelper::KV_Record;
+
+namespace {
+
+QSet<QString> namedRasters(const ProjectDescription& project, KV_MySQL& database) {
+    QSet<QString> files;
+    for (const KV_Record& row : database.queryRecord("select dz_raster from comparison_result")) {
+        std::string path;
+        takeField(row, "dz_raster", path);
+        files.insert(QDir::cleanPath(QDir(project.folder).absoluteFilePath(fromGbk(path))));
+    }
+    return files;
+}
+
+} // namespace
+
+QStringList unnamedRasters(const ProjectDescription& project, KV_MySQL& database) {
+    const QSet<QString> named = namedRasters(project, database);
+    QStringList unnamed;
+    for (const KV_Station& station : readStations(database)) {
+        const QDir folder(project.stationFolder(station.m_id));
+        for (const QFileInfo& file : folder.entryInfoList({QStringLiteral("dz-*.tif*")}, QDir::Files)) {
+            if (!named.contains(file.absoluteFilePath())) {
+                unnamed << file.absoluteFilePath();
+            }
+        }
+    }
+    return unnamed;
+}
+
+} // namespace inspection

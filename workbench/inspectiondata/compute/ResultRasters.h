@@ -1,0 +1,14 @@
+#pragma once
+
+#include "host/inspection/KV_MySQL.h"
+#include "workbench/inspectiondata/project/ProjectDescription.h"
+
+#include <QStringList>
+
+namespace inspection {
+
+/// Paths of the rasters of elevation differences in the stations' folders that no result names, as the database
+/// is now. Throws KV_MySQL_Exception.
+QStringList unnamedRasters(const ProjectDescription& project, mysqlhelper::KV_MySQL& database);
+
+} // namespace inspection
