@@ -79,8 +79,8 @@ Read readSignificance(const Options& options, detect::Parameters& parameters) {
         if (parts.size() > 2 || !first || !last || *first <= 0.0 || *last <= 0.0) {
             return wrongUse("--sigma 需要一个大于 0 的米数，或以逗号分隔的旧期、新期两个米数");
         }
-        significance.oldSigmaMetres = *first;
-        significance.newSigmaMetres = *last;
+        significance.oldSigmaMetres = first;
+        significance.newSigmaMetres = last;
     }
     if (options.has("--confidence")) {
         const auto number = commandline::parseNumber(options.value("--confidence"));

@@ -52,8 +52,7 @@ void insertAlike(KV_MySQL& database, const std::string& table, const KV_Record* 
     std::string rows;
     std::vector<KV_Value> values;
     for (std::size_t i = 0; i < count; ++i) {
-        rows += i == 0 ? "" : ",";
-        rows += marks(first->size());
+        rows += (i == 0 ? "" : ",") + marks(first->size());
         for (const auto& field : first[i]) {
             values.push_back(field.second);
         }
@@ -66,7 +65,8 @@ void insertAlike(KV_MySQL& database, const std::string& table, const KV_Record* 
 std::map<std::int64_t, KV_Record> readRows(KV_MySQL& database, const std::string& table, const RowIds& ids) {
     std::map<std::int64_t, KV_Record> rows;
     forEachBatch(ids, [&](const std::string& condition, const std::vector<KV_Value>& bound) {
-        for (KV_Record& row : database.queryRecord("select * from " + table + ' ' + condition, bound)) {
+        auto found = database.queryRecord("select * from " + table + ' ' + condition, bound);
+        for (KV_Record& row : found) {
             std::int64_t id = 0;
             takeField(row, "id", id);
             rows.emplace(id, std::move(row));
