@@ -22,8 +22,7 @@ namespace {
 constexpr double kMostCells = 4e10;
 constexpr double kMostCellsPerPoint = 1e4; ///< more is a damaged head, not a sparse survey
 constexpr int kMostSide = 2000000;
-constexpr double kFarthestCell =
-    1e12; ///< from zero; beyond it neighbouring cells can no longer be told apart
+constexpr double kFarthestCell = 1e12;  ///< from zero; farther out neighbours can no longer be told apart
 constexpr double kShareOfReading = 0.7; ///< of the progress
 constexpr double kShareBeforeWriting = 0.8;
 
