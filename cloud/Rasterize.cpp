@@ -197,7 +197,7 @@ Result<RasterizeReport> makeSurface(const RasterizeRequest& request, const Surve
         !done) {
         return detect::failed(done);
     }
-    const GapCloser gaps(surface.columns, request.gapCells);
+    const GapCloser gaps(request.gapCells);
     const auto rest = part(progress, kShareBeforeWriting, 1.0);
     if (const auto done = writeSurface(surface, heights, gaps, output, report, rest); !done) {
         return detect::failed(done);
