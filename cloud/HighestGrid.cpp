@@ -56,7 +56,8 @@ Status HighestGrid::read(const CellBox& box, std::vector<float>& heights) {
 /// A part that lies in the chosen block into the heights of a box.
 void HighestGrid::copyOut(const CellBox& part, const CellBox& box, std::vector<float>& heights) const {
     for (int row = part.row; row < part.row + part.rows; ++row) {
-        const float* from = m_blocks[m_current]->data() + row % kSide * kSide + part.column % kSide;
+        const float* from = m_blocks[m_current]->data() + static_cast<std::ptrdiff_t>(row % kSide) * kSide +
+                            part.column % kSide;
         const std::ptrdiff_t to =
             static_cast<std::ptrdiff_t>(row - box.row) * box.columns + part.column - box.column;
         std::copy(from, from + part.columns, heights.begin() + to);
