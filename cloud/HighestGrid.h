@@ -26,9 +26,8 @@ public:
     /// Whether nothing has fallen into the box. It looks at whole blocks.
     bool isBare(const CellBox& box) const;
 
-    static constexpr int kSide = 256; ///< cells of a block
-
 private:
+    static constexpr int kSide = 256; ///< cells of a block
     static constexpr std::size_t kBlockBytes = sizeof(float) * kSide * kSide;
     using Block = std::vector<float>;
 
