@@ -52,7 +52,8 @@ struct Cloud {
 
     std::uint64_t pointsOfStrip() const { return (points + kStrips - 1) / kStrips; }
     double length() const {
-        return kSpacing * static_cast<double>(pointsOfStrip() / kPointsAcross + 2); // jitter at the end
+        const std::uint64_t lines = pointsOfStrip() / kPointsAcross + 2; // jitter at the end
+        return kSpacing * static_cast<double>(lines);
     }
 };
 
@@ -86,7 +87,8 @@ std::vector<std::uint8_t> headOf(const Cloud& cloud) {
     }
     put(&head[247], cloud.points);
     std::uint8_t* record = &head[kHeadBytes];
-    std::memcpy(record + 2, "LASF_Projection", 15);
+    const std::string owner = "LASF_Projection";
+    std::copy(owner.begin(), owner.end(), record + 2);
     put<std::uint16_t>(record + 18, 2112);
     put(record + 20, static_cast<std::uint16_t>(text.size() + 1));
     std::memcpy(record + kRecordHeadBytes, text.c_str(), text.size() + 1);
@@ -101,7 +103,8 @@ void putPoint(std::uint8_t* record, const Cloud& cloud, std::uint64_t number) {
     const std::uint64_t strip = number / cloud.pointsOfStrip();
     const std::uint64_t inStrip = number % cloud.pointsOfStrip();
     const auto across = static_cast<double>(inStrip % kPointsAcross);
-    const auto along = static_cast<double>(inStrip / kPointsAcross);
+    const std::uint64_t line = inStrip / kPointsAcross;
+    const auto along = static_cast<double>(line);
     const double x = static_cast<double>(strip) * kStripMetres + kSpacing * (across + noise(4 * number));
     const double y = kSpacing * (along + noise(4 * number + 1));
     const bool isTree = std::sin(x * 0.13) + std::sin(y * 0.17) > 1.1 && noise(4 * number + 2) > 0.3;

@@ -5,6 +5,8 @@
 #include "cli/StopOnSignal.h"
 #include "cloud/Rasterize.h"
 
+#include <gdal.h>
+
 #include <cstdio>
 
 namespace cli {
@@ -12,6 +14,7 @@ namespace cli {
 namespace {
 
 constexpr auto kCommand = "rasterize";
+constexpr GIntBig kRasterCacheBytes = 64 << 20; ///< tiles are written once, in their order
 const char* const kUsage =
     "用法：corridor rasterize CLOUD… --out DSM.tif [--cell SIZE] [--ground] [--percentile P] [--gap CELLS] "
     "[--crs CRS] [--quiet]\n"
@@ -98,6 +101,7 @@ int runRasterize(const std::vector<std::string>& arguments) {
     if (!request) {
         return fail(kCommand, kStatusWrongUse, request.error().message);
     }
+    GDALSetCacheMax64(kRasterCacheBytes);
     const StopOnSignal stop;
     const auto report = [&] {
         ProgressLine line("地表模型", options->has("--quiet"));

@@ -66,14 +66,14 @@ private:
 
 } // namespace
 
-std::int64_t GapCloser::close(std::vector<float>& rows, int first, int last) const {
-    const Surroundings surroundings(rows, m_columns, m_most);
+std::int64_t GapCloser::close(std::vector<float>& heights, int columns, const CellBox& box) const {
+    const Surroundings surroundings(heights, columns, m_most);
     std::vector<std::pair<std::size_t, float>> closed; // written afterwards, so that they are not looked at
-    for (int row = first; row < last; ++row) {
-        for (int column = 0; column < m_columns; ++column) {
-            const std::size_t cell = static_cast<std::size_t>(row) * static_cast<std::size_t>(m_columns) +
+    for (int row = box.row; row < box.row + box.rows; ++row) {
+        for (int column = box.column; column < box.column + box.columns; ++column) {
+            const std::size_t cell = static_cast<std::size_t>(row) * static_cast<std::size_t>(columns) +
                                      static_cast<std::size_t>(column);
-            if (!std::isnan(rows[cell])) {
+            if (!std::isnan(heights[cell])) {
                 continue;
             }
             const float height = surroundings.heightAt(column, row);
@@ -83,7 +83,7 @@ std::int64_t GapCloser::close(std::vector<float>& rows, int first, int last) con
         }
     }
     for (const auto& [cell, height] : closed) {
-        rows[cell] = height;
+        heights[cell] = height;
     }
     return static_cast<std::int64_t>(closed.size());
 }

@@ -14,8 +14,7 @@ constexpr float kEmpty = std::numeric_limits<float>::quiet_NaN();
 
 HighestGrid::HighestGrid(int columns, int rows, std::string scratchFile, std::size_t mostBytes)
     : m_columns(columns), m_rows(rows), m_across(static_cast<std::size_t>((columns + kSide - 1) / kSide)),
-      m_mostBlocks(std::max<std::size_t>(m_across + 1, mostBytes / kBlockBytes)),
-      m_scratch(std::move(scratchFile)) {
+      m_mostBlocks(std::max<std::size_t>(1, mostBytes / kBlockBytes)), m_scratch(std::move(scratchFile)) {
     const std::size_t blocks = m_across * static_cast<std::size_t>((rows + kSide - 1) / kSide);
     m_blocks.resize(blocks);
     m_isStored.resize(blocks);
@@ -23,37 +22,58 @@ HighestGrid::HighestGrid(int columns, int rows, std::string scratchFile, std::si
 }
 
 Status HighestGrid::raise(int column, int row, float height) {
-    const std::size_t number =
-        static_cast<std::size_t>(row / kSide) * m_across + static_cast<std::size_t>(column / kSide);
-    if (const auto done = choose(number); !done) {
+    if (auto done = choose(blockAt(column, row)); !done) {
         return done;
     }
-    float& kept = (*m_blocks[number])[static_cast<std::size_t>(row % kSide * kSide + column % kSide)];
+    float& kept = (*m_blocks[m_current])[static_cast<std::size_t>(row % kSide * kSide + column % kSide)];
     if (!(kept >= height)) {
         kept = height;
+        m_isStored[m_current] = false;
     }
     return {};
 }
 
-Status HighestGrid::read(int firstRow, int count, std::vector<float>& heights) {
-    heights.assign(static_cast<std::size_t>(count) * static_cast<std::size_t>(m_columns), kEmpty);
-    for (int row = firstRow; row < firstRow + count; ++row) {
-        float* line =
-            &heights[static_cast<std::size_t>(row - firstRow) * static_cast<std::size_t>(m_columns)];
-        for (std::size_t i = 0; i < m_across; ++i) {
-            const std::size_t number = static_cast<std::size_t>(row / kSide) * m_across + i;
-            if (!m_blocks[number] && !m_isStored[number]) {
+Status HighestGrid::read(const CellBox& box, std::vector<float>& heights) {
+    heights.assign(static_cast<std::size_t>(box.rows) * static_cast<std::size_t>(box.columns), kEmpty);
+    const int right = box.column + box.columns;
+    const int bottom = box.row + box.rows;
+    for (int row = box.row; row < bottom; row = (row / kSide + 1) * kSide) {
+        for (int column = box.column; column < right; column = (column / kSide + 1) * kSide) {
+            if (isBare(blockAt(column, row))) {
                 continue;
             }
-            if (const auto done = choose(number); !done) {
+            if (auto done = choose(blockAt(column, row)); !done) {
                 return done;
             }
-            const int column = static_cast<int>(i) * kSide;
-            const float* cells = m_blocks[number]->data() + static_cast<std::ptrdiff_t>(row % kSide) * kSide;
-            std::copy(cells, cells + std::min(kSide, m_columns - column), line + column);
+            const CellBox part{column, row, std::min(right, (column / kSide + 1) * kSide) - column,
+                               std::min(bottom, (row / kSide + 1) * kSide) - row};
+            copyOut(part, box, heights);
         }
     }
     return {};
+}
+
+/// A part that lies in the chosen block into the heights of a box.
+void HighestGrid::copyOut(const CellBox& part, const CellBox& box, std::vector<float>& heights) const {
+    for (int row = part.row; row < part.row + part.rows; ++row) {
+        const float* from = m_blocks[m_current]->data() + static_cast<std::ptrdiff_t>(row % kSide) * kSide +
+                            part.column % kSide;
+        const std::ptrdiff_t to =
+            static_cast<std::ptrdiff_t>(row - box.row) * box.columns + part.column - box.column;
+        std::copy(from, from + part.columns, heights.begin() + to);
+    }
+}
+
+bool HighestGrid::isBare(const CellBox& box) const {
+    for (int row = box.row; row < box.row + box.rows; row = (row / kSide + 1) * kSide) {
+        for (int column = box.column; column < box.column + box.columns;
+             column = (column / kSide + 1) * kSide) {
+            if (!isBare(blockAt(column, row))) {
+                return false;
+            }
+        }
+    }
+    return true;
 }
 
 Status HighestGrid::choose(std::size_t number) {
@@ -91,10 +111,13 @@ Status HighestGrid::evictOldest() {
     const auto oldest =
         std::min_element(m_resident.begin(), m_resident.end(),
                          [this](std::size_t a, std::size_t b) { return m_lastUse[a] < m_lastUse[b]; });
-    if (auto done = m_scratch.write(*oldest * kBlockBytes, m_blocks[*oldest]->data(), kBlockBytes); !done) {
-        return done;
+    if (!m_isStored[*oldest]) {
+        const Block& block = *m_blocks[*oldest];
+        if (auto done = m_scratch.write(*oldest * kBlockBytes, block.data(), kBlockBytes); !done) {
+            return done;
+        }
+        m_isStored[*oldest] = true;
     }
-    m_isStored[*oldest] = true;
     m_blocks[*oldest].reset();
     m_resident.erase(oldest);
     return {};

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "cloud/CellBox.h"
 #include "cloud/ScratchFile.h"
 
 #include <memory>
@@ -20,16 +21,23 @@ public:
 
     /// The cell must lie in the grid.
     Status raise(int column, int row, float height);
-    /// `heights` holds `count` whole rows from `firstRow` on; NaN where nothing fell.
-    Status read(int firstRow, int count, std::vector<float>& heights);
+    /// `heights` are the packed rows of the box, which must lie in the grid; NaN where nothing fell.
+    Status read(const CellBox& box, std::vector<float>& heights);
+    /// Whether nothing has fallen into the box. It looks at whole blocks.
+    bool isBare(const CellBox& box) const;
 
 private:
     static constexpr int kSide = 256; ///< cells of a block
     static constexpr std::size_t kBlockBytes = sizeof(float) * kSide * kSide;
     using Block = std::vector<float>;
 
+    std::size_t blockAt(int column, int row) const {
+        return static_cast<std::size_t>(row / kSide) * m_across + static_cast<std::size_t>(column / kSide);
+    }
+    bool isBare(std::size_t number) const { return !m_blocks[number] && !m_isStored[number]; }
     /// Brings the block into memory. The one chosen before may go.
     Status choose(std::size_t number);
+    void copyOut(const CellBox& part, const CellBox& box, std::vector<float>& heights) const;
     Status fetch(std::size_t number);
     Status evictOldest();
 
@@ -39,7 +47,7 @@ private:
     std::size_t m_mostBlocks;
     std::vector<std::unique_ptr<Block>>
         m_blocks;                 ///< null where nothing fell, or where the scratch file has it
-    std::vector<bool> m_isStored; ///< the scratch file has it
+    std::vector<bool> m_isStored; ///< the scratch file has it as it is
     std::vector<std::size_t> m_resident;
     std::vector<std::uint64_t> m_lastUse;
     std::uint64_t m_clock = 0;

@@ -4,30 +4,66 @@
 
 namespace cloud {
 
+namespace {
+
+constexpr std::size_t kBatchesAhead = 4;
+
+} // namespace
+
 PointStream::PointStream(const Survey& survey) : m_survey(survey) {
-    readAhead();
+    m_thread = std::thread([this] { readAll(); });
 }
 
-PointStream::~PointStream() = default; // a future of std::async waits
-
-void PointStream::readAhead() {
-    m_ahead = std::async(std::launch::async, [this] { return read(); });
+PointStream::~PointStream() {
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_isLeft = true;
+    }
+    m_isChanged.notify_all();
+    m_thread.join();
 }
 
 Status PointStream::next(std::vector<CloudPoint>& points) {
-    Batch batch = m_ahead.get();
-    m_spare = std::exchange(points, std::move(batch.points));
-    if (batch.done && !points.empty()) {
-        readAhead();
-    } else {
-        m_ahead = std::async(std::launch::deferred, [] { return Batch(); });
+    std::unique_lock<std::mutex> lock(m_mutex);
+    m_isChanged.wait(lock, [this] { return !m_ready.empty(); });
+    m_spare.push_back(std::move(points));
+    points = std::move(m_ready.front().points);
+    Status done = m_ready.front().done;
+    if (done && !points.empty()) { // the last one stays for who asks again
+        m_ready.pop_front();
+        lock.unlock();
+        m_isChanged.notify_all();
     }
-    return batch.done;
+    return done;
 }
 
-PointStream::Batch PointStream::read() {
+void PointStream::readAll() {
+    for (bool isLast = false; !isLast;) {
+        std::vector<CloudPoint> buffer;
+        {
+            std::unique_lock<std::mutex> lock(m_mutex);
+            m_isChanged.wait(lock, [this] { return m_isLeft || m_ready.size() < kBatchesAhead; });
+            if (m_isLeft) {
+                return;
+            }
+            if (!m_spare.empty()) {
+                buffer = std::move(m_spare.back());
+                m_spare.pop_back();
+            }
+        }
+        Batch batch = read(std::move(buffer));
+        isLast = batch.isLast();
+        {
+            const std::lock_guard<std::mutex> lock(m_mutex);
+            m_ready.push_back(std::move(batch));
+        }
+        m_isChanged.notify_all();
+    }
+}
+
+PointStream::Batch PointStream::read(std::vector<CloudPoint> buffer) {
     Batch batch;
-    batch.points = std::move(m_spare);
+    batch.points = std::move(buffer);
     batch.points.clear();
     while (batch.points.empty() && batch.done) {
         if (!m_reader) {

@@ -3,37 +3,47 @@
 #include "cloud/PointReader.h"
 #include "cloud/Survey.h"
 
-#include <future>
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <thread>
 
 namespace cloud {
 
-/// The points of all files of a survey, one batch after the other; the next one is read on a thread of its own
-/// while the caller works on the last.
+/// The points of all files of a survey, one batch after the other. They are read on a thread of its own, some batches
+/// ahead, so that neither side waits for the other at every batch.
 class PointStream {
 public:
     /// `survey` must outlive it.
     explicit PointStream(const Survey& survey);
-    /// Waits for what is being read.
+    /// Waits for the batch that is being read.
     ~PointStream();
     PointStream(const PointStream&) = delete;
     PointStream& operator=(const PointStream&) = delete;
 
-    /// Fills `points` with the next ones, none at the end.
+    /// Replaces `points` by the next ones, by none at the end.
     Status next(std::vector<CloudPoint>& points);
 
 private:
     struct Batch {
         std::vector<CloudPoint> points;
         Status done;
+
+        bool isLast() const { return !done || points.empty(); }
     };
-    Batch read();
-    void readAhead();
+    void readAll();
+    Batch read(std::vector<CloudPoint> buffer);
 
     const Survey& m_survey;
-    std::size_t m_nextFile = 0;
+    std::size_t m_nextFile = 0; ///< of the reading thread, as is the reader
     std::unique_ptr<PointReader> m_reader;
-    std::vector<CloudPoint> m_spare;
-    std::future<Batch> m_ahead;
+
+    std::mutex m_mutex; ///< for all below
+    std::condition_variable m_isChanged;
+    std::deque<Batch> m_ready;
+    std::vector<std::vector<CloudPoint>> m_spare;
+    bool m_isLeft = false;
+    std::thread m_thread;
 };
 
 } // namespace cloud

@@ -22,8 +22,7 @@ namespace {
 constexpr double kMostCells = 4e10;
 constexpr double kMostCellsPerPoint = 1e4; ///< more is a damaged head, not a sparse survey
 constexpr int kMostSide = 2000000;
-constexpr double kFarthestCell =
-    1e12; ///< from zero; beyond it neighbouring cells can no longer be told apart
+constexpr double kFarthestCell = 1e12;  ///< from zero; farther out neighbours can no longer be told apart
 constexpr double kShareOfReading = 0.7; ///< of the progress
 constexpr double kShareBeforeWriting = 0.8;
 
@@ -147,10 +146,11 @@ Result<double> cellOf(const RasterizeRequest& request, const Survey& survey) {
     if (!sample) {
         return detect::failed(sample);
     }
-    if (!sample->density) {
+    const std::optional<double> density = sample->density;
+    if (!density) {
         return detect::failureOf(survey.files.front().path, "点云没有面积，请用 --cell 指定格网间距");
     }
-    return cellFor(*sample->density);
+    return cellFor(*density);
 }
 
 /// The part of the progress from one share to another.
@@ -170,7 +170,8 @@ Status sortIn(const RasterizeRequest& request, const Survey& survey, const Surfa
               const std::string& scratchFile, HighestGrid& heights, RasterizeReport& report,
               const Progress& progress) {
     ReturnStore returns(surface.columns, surface.rows, scratchFile);
-    const bool isHighest = !request.percentile || *request.percentile >= 100.0;
+    const double percent = request.percentile.value_or(100.0);
+    const bool isHighest = percent >= 100.0;
     Sorter sorter(surface, request.returns, {heights, isHighest ? nullptr : &returns}, report);
     if (auto done = sortPoints(survey, sorter, report, part(progress, 0.0, kShareOfReading)); !done) {
         return done;
@@ -178,9 +179,9 @@ Status sortIn(const RasterizeRequest& request, const Survey& survey, const Surfa
     if (report.used == 0) {
         return detect::failureOf(survey.files.front().path, whyNoneIsUsed(request, report));
     }
-    return isHighest ? Status()
-                     : returns.percentiles(*request.percentile, heights,
-                                           part(progress, kShareOfReading, kShareBeforeWriting));
+    return isHighest
+               ? Status()
+               : returns.percentiles(percent, heights, part(progress, kShareOfReading, kShareBeforeWriting));
 }
 
 /// Everything between the heads of the files and the finished raster in `output`; the scratch files beside it go
@@ -198,7 +199,7 @@ Result<RasterizeReport> makeSurface(const RasterizeRequest& request, const Surve
         !done) {
         return detect::failed(done);
     }
-    const GapCloser gaps(surface.columns, request.gapCells);
+    const GapCloser gaps(request.gapCells);
     const auto rest = part(progress, kShareBeforeWriting, 1.0);
     if (const auto done = writeSurface(surface, heights, gaps, output, report, rest); !done) {
         return detect::failed(done);

@@ -200,11 +200,11 @@ Status ReturnStore::resolveCells(std::size_t number, const std::vector<std::uint
 /// Of a cell whose heights do not fit into memory.
 Result<float> ReturnStore::deepPercentile(const Block& block, int cell, std::uint64_t count, double percent) {
     const Rank rank(count, percent);
-    const auto low = heightAt(block, cell, rank.below);
+    auto low = heightAt(block, cell, rank.below);
     if (!low || !(rank.share > 0.0)) {
         return low;
     }
-    const auto high = heightAt(block, cell, rank.below + 1);
+    auto high = heightAt(block, cell, rank.below + 1);
     return high ? rank.between(*low, *high) : high;
 }
 

@@ -27,36 +27,57 @@ detect::HeightLayout layoutOf(const SurfaceGrid& surface) {
     return layout;
 }
 
-/// Rows of a surface, one row of tiles at a time, with as much around them as the closing of gaps looks at.
-class Bands {
+/// Writes a surface tile by tile, each with as much around it as the closing of gaps looks at.
+class Tiles {
 public:
-    Bands(HighestGrid& heights, const GapCloser& gaps) : m_heights(heights), m_gaps(gaps) {}
+    Tiles(HighestGrid& heights, const GapCloser& gaps, detect::HeightFile& file, RasterizeReport& report)
+        : m_heights(heights), m_gaps(gaps), m_file(file), m_report(report) {}
 
-    Status read(int firstRow, int count, RasterizeReport& report) {
-        const int from = std::max(0, firstRow - m_gaps.reach());
-        const int to = std::min(m_heights.rows(), firstRow + count + m_gaps.reach());
-        if (const auto done = m_heights.read(from, to - from, m_rows); !done) {
-            return detect::failed(done);
+    Status write(const CellBox& tile) {
+        const CellBox around = surroundingsOf(tile);
+        const std::int64_t cells = std::int64_t{tile.columns} * tile.rows;
+        if (m_heights.isBare(around)) {
+            m_report.emptyCells += cells;
+            return {};
         }
-        m_offset = static_cast<std::size_t>(firstRow - from) * static_cast<std::size_t>(m_heights.columns());
-        const auto cells = static_cast<std::ptrdiff_t>(count) * m_heights.columns();
-        const float* first = m_rows.data() + m_offset;
-        const auto empty =
-            std::count_if(first, first + cells, [](float height) { return std::isnan(height); });
-        const std::int64_t closed = m_gaps.close(m_rows, firstRow - from, firstRow - from + count);
-        report.measuredCells += cells - empty;
-        report.closedCells += closed;
-        report.emptyCells += empty - closed;
-        return {};
+        if (auto done = m_heights.read(around, m_around); !done) {
+            return done;
+        }
+        const CellBox inside{tile.column - around.column, tile.row - around.row, tile.columns, tile.rows};
+        const std::int64_t closed = m_gaps.close(m_around, around.columns, inside);
+        cutOut(inside, around.columns);
+        const std::int64_t empty =
+            std::count_if(m_cells.begin(), m_cells.end(), [](float height) { return std::isnan(height); });
+        m_report.measuredCells += cells - empty - closed;
+        m_report.closedCells += closed;
+        m_report.emptyCells += empty;
+        return empty == cells ? Status()
+                              : m_file.write(tile.column, tile.row, tile.columns, tile.rows, m_cells.data());
     }
 
-    const float* cells() const { return m_rows.data() + m_offset; }
-
 private:
+    CellBox surroundingsOf(const CellBox& tile) const {
+        const int left = std::max(0, tile.column - m_gaps.reach());
+        const int top = std::max(0, tile.row - m_gaps.reach());
+        const int right = std::min(m_heights.columns(), tile.column + tile.columns + m_gaps.reach());
+        const int bottom = std::min(m_heights.rows(), tile.row + tile.rows + m_gaps.reach());
+        return {left, top, right - left, bottom - top};
+    }
+
+    void cutOut(const CellBox& inside, int columns) {
+        m_cells.clear();
+        for (int row = inside.row; row < inside.row + inside.rows; ++row) {
+            const auto first = m_around.begin() + static_cast<std::ptrdiff_t>(row) * columns + inside.column;
+            m_cells.insert(m_cells.end(), first, first + inside.columns);
+        }
+    }
+
     HighestGrid& m_heights;
     const GapCloser& m_gaps;
-    std::vector<float> m_rows;
-    std::size_t m_offset = 0;
+    detect::HeightFile& m_file;
+    RasterizeReport& m_report;
+    std::vector<float> m_around;
+    std::vector<float> m_cells;
 };
 
 } // namespace
@@ -67,17 +88,17 @@ Status writeSurface(const SurfaceGrid& surface, HighestGrid& heights, const GapC
     if (!file) {
         return detect::failed(file);
     }
-    constexpr int kBandRows = detect::HeightFile::kTileCells;
-    Bands bands(heights, gaps);
-    for (int row = 0; row < surface.rows; row += kBandRows) {
-        const int count = std::min(kBandRows, surface.rows - row);
-        if (auto done = bands.read(row, count, report); !done) {
-            return done;
+    constexpr int kSide = detect::HeightFile::kTileCells;
+    Tiles tiles(heights, gaps, *file, report);
+    for (int row = 0; row < surface.rows; row += kSide) {
+        const int rows = std::min(kSide, surface.rows - row);
+        for (int column = 0; column < surface.columns; column += kSide) {
+            if (auto done = tiles.write({column, row, std::min(kSide, surface.columns - column), rows});
+                !done) {
+                return done;
+            }
         }
-        if (auto done = file->write(0, row, surface.columns, count, bands.cells()); !done) {
-            return done;
-        }
-        if (progress && !progress(static_cast<double>(row + count) / surface.rows)) {
+        if (progress && !progress(static_cast<double>(row + rows) / surface.rows)) {
             return detect::cancelled();
         }
     }

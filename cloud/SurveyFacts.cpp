@@ -53,7 +53,8 @@ Status addDate(SurveyFacts& facts, const CloudFile& file) {
         if (!time) {
             return detect::failed(time);
         }
-        facts.date = *time && **time != 0.0 ? dateOfGpsTime(**time) : std::string();
+        const double seconds = time->value_or(0.0);
+        facts.date = seconds != 0.0 ? dateOfGpsTime(seconds) : std::string();
         facts.isFlightDate = !facts.date.empty();
     }
     if (facts.date.empty()) {

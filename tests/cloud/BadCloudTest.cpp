@@ -153,7 +153,7 @@ TEST_F(Vanishing, NamesAFileThatIsGone) {
 }
 
 TEST_F(Vanishing, NamesAFileThatShrinks) {
-    const auto report = runWith([&] { fs::resize_file(path("a.las"), 300000 * 34); });
+    const auto report = runWith([&] { fs::resize_file(path("a.las"), std::uintmax_t{300000} * 34); });
     ASSERT_FALSE(report);
     EXPECT_EQ(report.error().message.rfind(path("a.las") + "：点云文件不完整，最后 ", 0), 0U)
         << report.error().message;

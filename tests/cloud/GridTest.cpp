@@ -21,12 +21,12 @@ TEST(HighestGrid, KeepsWhatWaitsInTheScratchFile) {
     const TemporaryFolder folder;
     constexpr int kSide = 1000;
     {
-        HighestGrid grid(kSide, kSide, folder.file("scratch"), 1);
+        HighestGrid grid(kSide, kSide, folder.file("scratch"), 5 << 18);
         std::vector<float> expected(std::size_t{kSide} * kSide, kEmpty);
         std::mt19937 random(3);
         std::uniform_int_distribution<int> cell(0, kSide - 1);
         std::uniform_real_distribution<float> height(-10.0F, 10.0F);
-        for (int i = 0; i < 20000; ++i) {
+        for (int i = 0; i < 5000; ++i) {
             const int column = cell(random);
             const int row = cell(random);
             const float z = height(random);
@@ -36,7 +36,7 @@ TEST(HighestGrid, KeepsWhatWaitsInTheScratchFile) {
         }
         EXPECT_EQ(folder.names(), std::vector<std::string>{"scratch"});
         std::vector<float> heights;
-        ASSERT_TRUE(grid.read(0, kSide, heights));
+        ASSERT_TRUE(grid.read({0, 0, kSide, kSide}, heights));
         std::size_t wrong = 0;
         for (std::size_t i = 0; i < expected.size(); ++i) {
             wrong += std::isnan(expected[i]) ? !std::isnan(heights[i]) : heights[i] != expected[i];
@@ -99,7 +99,7 @@ TEST_P(EveryStore, GivesThePercentileOfEachCell) {
         ASSERT_TRUE(store.percentiles(GetParam().percent, grid, {}));
     }
     std::vector<float> heights;
-    ASSERT_TRUE(grid.read(0, kRows, heights));
+    ASSERT_TRUE(grid.read({0, 0, kColumns, kRows}, heights));
     std::size_t wrong = 0;
     for (std::size_t i = 0; i < expected.size(); ++i) {
         wrong += expected[i].empty() ? !std::isnan(heights[i])
@@ -131,8 +131,8 @@ TEST(ReturnStore, SaysWhenTheScratchFileCannotBeWritten) {
 TEST(GapCloser, MeasuresAGapFromSideToSide) {
     // Three empty cells: each is within two steps of a height, but two is all that may be closed.
     std::vector<float> row{1.0F, kEmpty, kEmpty, kEmpty, 5.0F};
-    EXPECT_EQ(GapCloser(5, 2).close(row, 0, 1), 0);
-    EXPECT_EQ(GapCloser(5, 3).close(row, 0, 1), 3);
+    EXPECT_EQ(GapCloser(2).close(row, 5, {0, 0, 5, 1}), 0);
+    EXPECT_EQ(GapCloser(3).close(row, 5, {0, 0, 5, 1}), 3);
     EXPECT_FLOAT_EQ(row[1], 2.0F);
     EXPECT_FLOAT_EQ(row[2], 3.0F);
     EXPECT_FLOAT_EQ(row[3], 4.0F);
@@ -142,7 +142,7 @@ TEST(GapCloser, TakesNoClosedCellForAMeasuredOne) {
     std::vector<float> cells{1.0F,   kEmpty, 1.0F,   //
                              kEmpty, kEmpty, kEmpty, //
                              kEmpty, kEmpty, kEmpty};
-    EXPECT_EQ(GapCloser(3, 1).close(cells, 0, 3), 1);
+    EXPECT_EQ(GapCloser(1).close(cells, 3, {0, 0, 3, 3}), 1);
     EXPECT_FLOAT_EQ(cells[1], 1.0F);
 }
 

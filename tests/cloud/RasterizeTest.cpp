@@ -1,6 +1,7 @@
 #include "tests/cloud/Rasterizing.h"
 
 #include <cmath>
+#include <filesystem>
 #include <map>
 #include <random>
 
@@ -175,20 +176,40 @@ TEST_F(Rasterizing, ClosesSmallGapsAndSaysHowMany) {
     EXPECT_GE(report->closedCells, 1);
 }
 
-// The raster is written 256 rows at a time.
-TEST_F(Rasterizing, ClosesGapsAcrossTheBandsInWhichItWrites) {
+// The raster is written in tiles of 256 cells.
+TEST_F(Rasterizing, ClosesGapsAcrossTheTilesInWhichItWrites) {
+    for (const bool isRow : {false, true}) {
+        LasWriter file = utmCloud({});
+        for (int i = 0; i < 600; ++i) {
+            if (i != 87 && i != 88 && i != 343 && i != 344 && i != 255 &&
+                i != 256) { // from the top: 255, 511
+                file.points.push_back({isRow ? i + 0.5 : 0.5, isRow ? 0.5 : i + 0.5, static_cast<double>(i)});
+            }
+        }
+        const auto report = run(file, 1.0, 2);
+        ASSERT_TRUE(report) << report.error().message;
+        EXPECT_EQ(report->closedCells, 6);
+        for (const int i : {87, 88, 255, 256, 343, 344}) {
+            EXPECT_NEAR(surface().at(isRow ? i + 0.5 : 0.5, isRow ? 0.5 : i + 0.5), i, 0.51);
+        }
+    }
+}
+
+// A diagonal line crosses few of the tiles of its box; a gap between two bare tiles is still closed.
+TEST_F(Rasterizing, LeavesTilesWithoutPointsOut) {
     LasWriter file = utmCloud({});
-    for (int row = 0; row < 600; ++row) {
-        if (row != 87 && row != 88 && row != 343 && row != 344) { // from the top: 511, 512, 255, 256
-            file.points.push_back({0.5, row + 0.5, static_cast<double>(row)});
+    for (int i = 0; i < 3000; ++i) {
+        if (i != 1023 && i != 1024) {
+            file.points.push_back({i + 0.5, i + 0.5, 7.0});
         }
     }
     const auto report = run(file, 1.0, 2);
     ASSERT_TRUE(report) << report.error().message;
-    EXPECT_EQ(report->closedCells, 4);
-    for (const int row : {87, 88, 343, 344}) {
-        EXPECT_NEAR(surface().at(0.5, row + 0.5), row, 0.51);
-    }
+    EXPECT_EQ(report->measuredCells, 2998);
+    EXPECT_EQ(report->closedCells, 2);
+    EXPECT_EQ(report->emptyCells, std::int64_t{3000} * 3000 - 3000);
+    EXPECT_FLOAT_EQ(surface().at(1023.5, 1023.5), 7.0F);
+    EXPECT_LT(std::filesystem::file_size(path("dsm.tif")), 100000U);
 }
 
 TEST_F(Rasterizing, LeavesTheGroundBesideTheSurveyEmpty) {
