@@ -2,6 +2,8 @@
 
 #include "workbench/inspection/context/InspectionContext.h"
 
+#include <QWheelEvent>
+
 #include <algorithm>
 
 using inspection::EpochPair;
@@ -12,6 +14,7 @@ PairBox::PairBox(QWidget* parent) : QComboBox(parent) {
     // As wide as two dates and the mark; the names of undated epochs are cut.
     setMinimumContentsLength(20);
     setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
+    setFocusPolicy(Qt::StrongFocus);
     setEnabled(false);
     connect(this, QOverload<int>::of(&QComboBox::activated), this, [this](int index) {
         if (index >= 0 && index < static_cast<int>(m_pairs.size())) {
@@ -47,6 +50,14 @@ void PairBox::showCurrent() {
     const auto current =
         project ? std::find(m_pairs.begin(), m_pairs.end(), project->description().pair()) : m_pairs.end();
     setCurrentIndex(current == m_pairs.end() ? -1 : static_cast<int>(current - m_pairs.begin()));
+}
+
+void PairBox::wheelEvent(QWheelEvent* event) {
+    if (hasFocus()) {
+        QComboBox::wheelEvent(event);
+    } else {
+        event->ignore();
+    }
 }
 
 void PairBox::showPopup() {
