@@ -12,7 +12,7 @@ PairBox::PairBox(QWidget* parent) : QComboBox(parent) {
     setObjectName("pairs");
     setToolTip(tr("列表、地球和报告显示哪两期的对比结果，“计算异常”计算哪两期；✓ 表示已计算"));
     // As wide as two dates and the mark; the names of undated epochs are cut.
-    setMinimumContentsLength(20);
+    setMinimumContentsLength(22);
     setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
     setFocusPolicy(Qt::StrongFocus);
     setEnabled(false);
