@@ -3,6 +3,8 @@
 #include "ThreeEpochs.h"
 
 #include "workbench/inspectiondata/creation/CreateProject.h"
+#include "workbench/inspectiondata/output/ReportFacts.h"
+
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -138,6 +140,17 @@ TEST(RasterProjectEpochs, TheRastersOfAPairOpenTheirProjectWithThatPair) {
         EXPECT_EQ(project.description().newEpoch().dsm, dsm(newer));
     }
     failureOf(openOrCreateProject(folder, {dsm("third/dsm.tif"), dsm("new/dsm.tif"), {}, {}}));
+}
+
+TEST_F(EpochListTest, TheReportNamesUndatedEpochsWhereThereAreMoreThanTwo) {
+    const auto period = [&] {
+        InspectionData data;
+        data.project = m_project.description();
+        return reportFacts(data, Pipeline()).period;
+    };
+    EXPECT_EQ(period(), "2024-05-18 至 2025-05-20");
+    EXPECT_TRUE(m_project.addEpoch(epoch("")));
+    EXPECT_EQ(period(), "2025-05-20 至 new/dsm.tif");
 }
 
 } // namespace

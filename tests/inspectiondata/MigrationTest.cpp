@@ -356,6 +356,20 @@ TEST_P(ComparisonMigrationTest, RowsWithoutDatesOrWithoutAResultGoToThePairOfThe
     EXPECT_EQ(findings(database), QStringList());
 }
 
+TEST_P(ComparisonMigrationTest, WhatWasOnlyToldToOthersIsNotComparedWithTheRows) {
+    // A dropped edit and the computation that replaced its anomalies, on the same day.
+    const QString row =
+        "insert into edit_history (id, made_at, subject, description, is_undone, changes, "
+        "revision, inspector, is_dropped) values (%1, '2999-01-01T00:00:00Z', 'anomaly', 'x', "
+        "0, '%2', %3, '', 1)";
+    runOnOld(row.arg(
+        "20", R"([{"table":"anomaly","id":1,"before":null,"after":{"id":1,"station_id":1,"x":7}}])", "12"));
+    runOnOld(row.arg("21", "[]", "13"));
+    runOnOld("update project_revision set revision=13");
+    const auto opened = open();
+    EXPECT_EQ(findings(*opened->GetMySQL()), QStringList());
+}
+
 TEST_P(ComparisonMigrationTest, AStepThatEndedHalfwayIsCompletedByTheNextOpening) {
     for (const char* table : {"anomaly", "edit_history"}) {
         forbidUpdates(table);

@@ -2,6 +2,8 @@
 
 #include "workbench/inspection/context/InspectionContext.h"
 
+#include <QWheelEvent>
+
 #include <algorithm>
 
 using inspection::EpochPair;
@@ -10,8 +12,9 @@ PairBox::PairBox(QWidget* parent) : QComboBox(parent) {
     setObjectName("pairs");
     setToolTip(tr("列表、地球和报告显示哪两期的对比结果，“计算异常”计算哪两期；✓ 表示已计算"));
     // As wide as two dates and the mark; the names of undated epochs are cut.
-    setMinimumContentsLength(20);
+    setMinimumContentsLength(22);
     setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
+    setFocusPolicy(Qt::StrongFocus);
     setEnabled(false);
     connect(this, QOverload<int>::of(&QComboBox::activated), this, [this](int index) {
         if (index >= 0 && index < static_cast<int>(m_pairs.size())) {
@@ -47,6 +50,14 @@ void PairBox::showCurrent() {
     const auto current =
         project ? std::find(m_pairs.begin(), m_pairs.end(), project->description().pair()) : m_pairs.end();
     setCurrentIndex(current == m_pairs.end() ? -1 : static_cast<int>(current - m_pairs.begin()));
+}
+
+void PairBox::wheelEvent(QWheelEvent* event) {
+    if (hasFocus()) {
+        QComboBox::wheelEvent(event);
+    } else {
+        event->ignore();
+    }
 }
 
 void PairBox::showPopup() {

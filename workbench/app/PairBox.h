@@ -24,6 +24,10 @@ public:
     /// Others may have computed a pair meanwhile.
     void showPopup() override;
 
+protected:
+    /// A wheel that comes past does not choose another pair.
+    void wheelEvent(QWheelEvent* event) override;
+
 signals:
     void pairChosen(const inspection::EpochPair& pair);
 

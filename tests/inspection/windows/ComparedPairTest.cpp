@@ -91,6 +91,13 @@ protected:
         names.sort();
         return names;
     }
+    QString captionOfPictures() {
+        QString texts;
+        for (const QLabel* label : context().GetKVImageWindow()->findChildren<QLabel*>()) {
+            texts += label->text();
+        }
+        return texts;
+    }
     QString status() {
         const QWidget* progress = context().progressWidget();
         const QLabel* text = progress->findChild<QLabel*>();
@@ -113,8 +120,9 @@ TEST_F(ComparedPairTest, ChoosingAPairShowsItsAnomaliesEverywhere) {
     ASSERT_FALSE(namesOf(kThirdPair).isEmpty());
     judgeFirst(Qt::Key_1);
     table().selectRow(0);
-    emit table().doubleClicked(table().model() -> index(0, 0));
+    QTest::keyClick(&table(), Qt::Key_Enter);
     QApplication::processEvents();
+    ASSERT_TRUE(captionOfPictures().contains(shownNames().first())) << captionOfPictures().toStdString();
 
     ASSERT_FALSE(context().setComparedPair(kThirdPair));
     EXPECT_EQ(shownNames(), namesOf(kThirdPair));
@@ -122,11 +130,8 @@ TEST_F(ComparedPairTest, ChoosingAPairShowsItsAnomaliesEverywhere) {
     EXPECT_EQ(tree().currentItem()->text(1).toInt(), namesOf(kThirdPair).size());
     QApplication::processEvents();
     EXPECT_FALSE(table().selectionModel()->hasSelection());
-    QString captions;
-    for (const QLabel* label : context().GetKVImageWindow()->findChildren<QLabel*>()) {
-        captions += label->text();
-    }
-    EXPECT_FALSE(captions.contains(namesOf(kSamplePair).first())) << "the pictures are of the other pair";
+    EXPECT_FALSE(captionOfPictures().contains(namesOf(kSamplePair).first()))
+        << "the pictures are of the other pair";
     KV_StationItem* item = context().GetAVWindow()->GetCurrentItem();
     const SdiffData heap = item->m_diffData.m_anomalies.front();
     double dzMetres = 0.0;
@@ -138,6 +143,9 @@ TEST_F(ComparedPairTest, ChoosingAPairShowsItsAnomaliesEverywhere) {
     EXPECT_EQ(shownNames(), namesOf(kSamplePair));
     EXPECT_EQ(stored(kSamplePair, m_station).front().attribute.empty(), false);
     EXPECT_EQ(overlayNames(), storedNames(kSamplePair));
+    QApplication::processEvents();
+    EXPECT_FALSE(table().selectionModel()->hasSelection())
+        << "what was selected before the user went elsewhere";
 }
 
 TEST_F(ComparedPairTest, APairThatWasNeverComputedIsEmptyAndSaysSo) {

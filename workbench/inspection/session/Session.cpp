@@ -18,6 +18,7 @@ Session::Session(QWidget* mainWindow)
     : m_mainWindow(mainWindow), m_work(std::make_unique<StationWork>(*this)) {
     connect(&m_history, &ProjectHistory::refused, this, &Session::warn);
     connect(&m_history, &ProjectHistory::rowsChanged, this, &Session::tellOfOtherPair);
+    connect(&m_history, &ProjectHistory::replacedByOthers, this, [this] { m_comparisonId = kNoComparison; });
     m_history.setConflictQuestion([this](const QString& question) { return ask(question); });
 }
 
@@ -116,6 +117,7 @@ void Session::forget() {
     CurrentProject::clear();
     m_database.reset();
     m_project.reset();
+    m_comparisonId = kNoComparison;
     m_overlayMode = parameters().overlayMode;
 }
 
@@ -151,13 +153,16 @@ std::vector<Comparison> Session::comparisons() const {
     }
 }
 
-std::int64_t Session::comparisonId() const {
+std::int64_t Session::comparisonId() {
+    if (m_comparisonId != kNoComparison || !m_database) {
+        return m_comparisonId;
+    }
     try {
-        return m_database ? findComparison(*connection(), m_project->description().pair()) : kNoComparison;
+        m_comparisonId = findComparison(*connection(), m_project->description().pair());
     } catch (const mysqlhelper::KV_MySQL_Exception& exception) {
         qCWarning(windowLog).noquote() << "The comparison cannot be read:" << exception.what();
-        return kNoComparison;
     }
+    return m_comparisonId;
 }
 
 Status Session::setComparedPair(const EpochPair& pair) {
@@ -174,6 +179,7 @@ Status Session::setComparedPair(const EpochPair& pair) {
     if (auto done = m_project->setComparedPair(pair); !done) {
         return failed(done);
     }
+    m_comparisonId = kNoComparison;
     emit comparedPairChanged();
     return {};
 }

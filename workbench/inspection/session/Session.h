@@ -55,8 +55,8 @@ public:
     /// The pairs of epochs that have results; empty when they cannot be read.
     std::vector<Comparison> comparisons() const;
     /// The id of the compared pair's comparison, whose anomalies the windows show; kNoComparison while it was
-    /// never computed or cannot be read.
-    std::int64_t comparisonId() const;
+    /// never computed or cannot be read. Asked for with every edit, so that a known one is kept.
+    std::int64_t comparisonId();
     /// Chooses the pair whose results are shown and computed, and announces it. Refused while work is going on.
     Status setComparedPair(const EpochPair& pair);
 
@@ -106,6 +106,7 @@ private:
     std::unique_ptr<PipelineDatabase> m_database;
     std::unique_ptr<RevisionWatch> m_watch; ///< none where nobody else can change the data
     std::atomic<OverlayMode> m_overlayMode{OverlayMode::Hover};
+    std::int64_t m_comparisonId = kNoComparison; ///< of the compared pair, once it is known
     QString m_readOnlyReason;
     mutable bool m_isBoxOpen = false;
     QString m_outputFolder;

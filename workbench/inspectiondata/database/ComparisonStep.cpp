@@ -73,8 +73,10 @@ private:
         }
     }
 
-    /// What an undo writes back must name its comparison, too.
+    /// What an undo writes back must name its comparison, too. Edits that only tell others what was done tell
+    /// nobody any more: no program that reads the earlier tables goes on with these.
     void moveEdits() {
+        m_database.deleteRecord(kEdits, "where is_dropped=1", {});
         visitRows(m_database, {kEdits, "id"}, [this](const KV_Record& row) {
             std::string text;
             takeField(row, "changes", text);

@@ -241,6 +241,14 @@ QString summaryOf(const InspectionData& data, const Pipeline& pipeline, const Re
            surroundingsSummary(data, pipeline, facts.anomalies);
 }
 
+/// Of more than two epochs, undated ones are called by their keys.
+QString periodOf(const ProjectDescription& project) {
+    const bool isOneOfSeveral = project.epochs.size() > 2;
+    const EpochPair pair = project.pair();
+    return epochTitle(project.oldEpoch(), isOneOfSeveral ? pair.older : "前期") + QStringLiteral(" 至 ") +
+           epochTitle(project.newEpoch(), isOneOfSeveral ? pair.newer : "后期");
+}
+
 } // namespace
 
 const std::vector<ReportColumn>& ReportFacts::columns() {
@@ -258,8 +266,7 @@ ReportFacts reportFacts(const InspectionData& data, const Pipeline& pipeline) {
     ReportFacts facts;
     facts.title = QStringLiteral("管道巡检报告");
     facts.projectName = data.project.name;
-    facts.period = epochTitle(data.project.oldEpoch(), "前期") + QStringLiteral(" 至 ") +
-                   epochTitle(data.project.newEpoch(), "后期");
+    facts.period = periodOf(data.project);
     facts.project = projectFacts(data);
     facts.method = methodFacts(latestResult(data));
     facts.anomalies = anomaliesOf(data, pipeline);
