@@ -28,6 +28,17 @@ QJsonArray epochs(const inspection::ProjectDescription& project) {
     return array;
 }
 
+QJsonArray baseLayers(const inspection::ProjectDescription& project) {
+    QJsonArray array;
+    for (const inspection::BaseLayer& layer : project.baseLayers) {
+        array.append(QJsonObject{{"name", layer.name},
+                                 {"source", inspection::shownSource(layer.source)},
+                                 {"visible", layer.visible},
+                                 {"opacity", layer.opacity}});
+    }
+    return array;
+}
+
 QJsonObject parameters(const inspection::ProjectParameters& parameters) {
     return {{"threshold_m", parameters.thresholdMetres},
             {"min_area_m2", parameters.minAreaSquareMetres},
@@ -60,6 +71,7 @@ inspection::Result<QJsonObject> projectInfo(const QString& folder) {
                      {"folder", description.folder},
                      {"crs", description.crs},
                      {"epochs", epochs(description)},
+                     {"base_layers", baseLayers(description)},
                      {"parameters", parameters(description.parameters)},
                      {"stations", QJsonArray()}};
     const QString file = description.databaseFile();

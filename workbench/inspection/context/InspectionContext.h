@@ -54,6 +54,8 @@ public:
     const inspection::Project* project() const;
     /// Why the open project can only be looked at, one Chinese line; empty when it can be changed.
     QString readOnlyReason() const;
+    /// Stores the open project's base layers, bottom first.
+    inspection::Status setBaseLayers(const std::vector<inspection::BaseLayer>& layers);
     /// True while anomalies are being computed or an output is being written.
     bool isWorking() const;
     /// Figures of the last computation that succeeded since initialise.

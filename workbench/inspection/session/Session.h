@@ -49,6 +49,8 @@ public:
     OverlayMode overlayMode() const { return m_overlayMode; }
     /// Stores them in the project and announces them.
     Status setParameters(const ProjectParameters& parameters);
+    /// Stores them in the project, bottom first.
+    Status setBaseLayers(const std::vector<BaseLayer>& layers);
 
     JobRunner& jobs() { return m_jobs; }
     /// Work on whole stations, done by the jobs.

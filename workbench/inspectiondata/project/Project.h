@@ -54,6 +54,8 @@ public:
     /// The same with the database: a server's address, or the path of a SQLite file, which may be relative to
     /// the folder. Nothing is moved there.
     Status setDatabase(const QString& database);
+    /// The same with the base layers, bottom first.
+    Status setBaseLayers(const std::vector<BaseLayer>& layers);
 
 private:
     Status store(ProjectDescription changed);

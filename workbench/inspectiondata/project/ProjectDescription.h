@@ -2,6 +2,7 @@
 
 #include "detect/Detection.h"
 #include "host/Export.h"
+#include "workbench/inspectiondata/project/BaseLayer.h"
 
 #include <QColor>
 #include <QString>
@@ -45,6 +46,7 @@ struct INSPECTIONDATA_API ProjectDescription {
     QString centerline;        ///< absolute path of the GeoPackage with centre line, nodes and stations
     QString database; ///< absolute path of a SQLite file or a server's address; empty for inspection.db
     ProjectParameters parameters;
+    std::vector<BaseLayer> baseLayers; ///< bottom first
 
     /// The pair that is compared: the last two epochs.
     const Epoch& oldEpoch() const { return epochs[epochs.size() - 2]; }
