@@ -1,5 +1,6 @@
 #pragma once
 
+#include "workbench/app/BaseLayers.h"
 #include "workbench/app/ProjectLayers.h"
 
 #include <QMainWindow>
@@ -10,6 +11,7 @@ class GlobeWidget;
 class QComboBox;
 class QDockWidget;
 class QLabel;
+class QToolButton;
 class ToolArea;
 
 /// The workbench's window: tool groups on top, the globe in the middle, the inspection library's windows
@@ -44,6 +46,7 @@ private:
                          Qt::DockWidgetArea area);
     void showEpoch(int index);
     void chooseProject();
+    void editBaseLayers();
     void showPreparation(int percent);
     void showPointer(double lonDegrees, double latDegrees, double heightMetres);
     void addWorldBackdrop();
@@ -56,5 +59,7 @@ private:
     QLabel* m_tip = nullptr;
     QLabel* m_preparation = nullptr;
     QLabel* m_coordinates = nullptr;
+    QToolButton* m_baseLayersButton = nullptr;
     ProjectLayers m_layers;
+    BaseLayers m_baseLayers;
 };
