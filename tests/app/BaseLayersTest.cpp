@@ -1,3 +1,4 @@
+#include "tests/support/CacheFolder.h"
 #include "tests/support/SmallProject.h"
 #include "tests/support/TileServer.h"
 #include "tests/support/WaitUntil.h"
@@ -20,7 +21,6 @@
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QSpinBox>
-#include <QStandardPaths>
 #include <QTableWidget>
 #include <QTemporaryDir>
 #include <QTest>
@@ -69,12 +69,10 @@ TEST(BaseLayersTest, ATroubleIsToldOnceForEachLayerAndCause) {
 class BaseLayerDialogTest : public ::testing::Test {
 protected:
     BaseLayerDialogTest() {
-        QStandardPaths::setTestModeEnabled(true);
         m_window.resize(1280, 800);
         m_window.show();
         EXPECT_TRUE(QTest::qWaitForWindowExposed(&m_window));
     }
-    ~BaseLayerDialogTest() override { QStandardPaths::setTestModeEnabled(false); }
 
     void open() { ASSERT_EQ(m_window.openProject(m_files.folder()), std::nullopt); }
     /// Clicks the button and does the work in the window that it opens.
@@ -113,6 +111,7 @@ protected:
         });
     }
 
+    const CacheFolder m_cache; // before the window, which asks for it
     SmallProject m_files;
     MainWindow m_window;
 };
