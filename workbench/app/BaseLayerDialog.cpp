@@ -68,6 +68,7 @@ BaseLayerDialog::BaseLayerDialog(std::vector<BaseLayer> layers, const QString& n
     resize(760, 420);
     updateLayout();
     fill(0);
+    (m_layers.empty() ? static_cast<QWidget*>(m_address) : m_table)->setFocus();
 }
 
 BaseLayerDialog::~BaseLayerDialog() = default;
