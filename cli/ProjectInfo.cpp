@@ -45,6 +45,17 @@ QJsonArray comparisons(const std::vector<inspection::Comparison>& comparisons) {
     return array;
 }
 
+QJsonArray baseLayers(const inspection::ProjectDescription& project) {
+    QJsonArray array;
+    for (const inspection::BaseLayer& layer : project.baseLayers) {
+        array.append(QJsonObject{{"name", layer.name},
+                                 {"source", inspection::shownSource(layer.source)},
+                                 {"visible", layer.visible},
+                                 {"opacity", layer.opacity}});
+    }
+    return array;
+}
+
 QJsonObject parameters(const inspection::ProjectParameters& parameters) {
     return {{"threshold_m", parameters.thresholdMetres},
             {"min_area_m2", parameters.minAreaSquareMetres},
@@ -78,6 +89,7 @@ inspection::Result<QJsonObject> projectInfo(const QString& folder) {
                      {"crs", description.crs},
                      {"epochs", epochs(description)},
                      {"compared", pairOf(description.pair())},
+                     {"base_layers", baseLayers(description)},
                      {"parameters", parameters(description.parameters)},
                      {"stations", QJsonArray()}};
     const QString file = description.databaseFile();

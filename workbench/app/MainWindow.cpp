@@ -4,6 +4,7 @@
 #include "host/inspection/KVImageWindow.h"
 #include "host/inspection/StationWindow.h"
 #include "host/style/myMessageBox.h"
+#include "workbench/app/BaseLayerDialog.h"
 #include "workbench/app/PairBox.h"
 #include "workbench/app/PluginLoader.h"
 #include "workbench/app/ToolArea.h"
@@ -47,7 +48,9 @@ QString degrees(double value, const char* positive, const char* negative) {
 
 } // namespace
 
-MainWindow::MainWindow() : m_globe(new GlobeWidget(this)), m_layers(m_globe->map()) {
+MainWindow::MainWindow()
+    : m_globe(new GlobeWidget(this)), m_layers(m_globe->map()),
+      m_baseLayers(*m_globe, BaseLayers::usualCacheFolder()) {
     setWindowTitle(tr("管道巡检"));
     resize(1600, 1000);
     setDockOptions(QMainWindow::AnimatedDocks | QMainWindow::AllowTabbedDocks);
@@ -103,6 +106,8 @@ std::optional<QString> MainWindow::openProject(const QString& folder) {
     for (const QString& line : m_layers.show(project)) {
         qCWarning(logApp).noquote() << line;
     }
+    m_baseLayers.show(project.baseLayers);
+    m_baseLayersButton->setEnabled(true);
     m_epochs->clear();
     m_epochs->addItems(m_layers.epochs());
     m_epochs->setCurrentIndex(m_layers.shownEpoch());
@@ -147,6 +152,15 @@ void MainWindow::buildTop() {
     open->setShortcut(QKeySequence::Open);
     connect(open, &QToolButton::clicked, this, &MainWindow::chooseProject);
     top->addWidget(open);
+
+    m_baseLayersButton = new QToolButton(top);
+    m_baseLayersButton->setObjectName("baseLayers");
+    m_baseLayersButton->setText(tr("底图…"));
+    m_baseLayersButton->setToolTip(tr("项目影像后面的底图（Ctrl+B）"));
+    m_baseLayersButton->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_B));
+    m_baseLayersButton->setEnabled(false);
+    connect(m_baseLayersButton, &QToolButton::clicked, this, &MainWindow::editBaseLayers);
+    top->addWidget(m_baseLayersButton);
 
     m_epochs = new QComboBox(top);
     m_epochs->setObjectName("epochs");
@@ -206,6 +220,10 @@ void MainWindow::buildStatusBar() {
     statusBar()->addPermanentWidget(m_preparation);
     statusBar()->addPermanentWidget(m_coordinates);
     connect(&zeo::EngineContext::instance(), &zeo::EngineContext::statusTipChanged, m_tip, &QLabel::setText);
+    connect(&m_baseLayers, &BaseLayers::troubled, this, [this](const QString& line) {
+        qCWarning(logApp).noquote() << line;
+        m_tip->setText(line);
+    });
 }
 
 void MainWindow::connectGlobe() {
@@ -280,6 +298,22 @@ void MainWindow::chooseProject() {
     if (!notice.isEmpty()) {
         myMessageBox::showMyMessageBox(this, tr("提示"), notice, myMessageBox::Warning, myMessageBox::Ok);
     }
+}
+
+void MainWindow::editBaseLayers() {
+    InspectionContext& context = InspectionContext::instance();
+    if (!context.project()) {
+        return;
+    }
+    BaseLayerDialog dialog(context.project()->description().baseLayers, context.readOnlyReason(), this);
+    connect(&dialog, &BaseLayerDialog::changed, this, [&] {
+        m_baseLayers.show(dialog.layers());
+        if (const inspection::Status stored = context.setBaseLayers(dialog.layers()); !stored) {
+            dialog.tell(stored.error().userMessage);
+        }
+    });
+    connect(&m_baseLayers, &BaseLayers::troubled, &dialog, &BaseLayerDialog::tell);
+    dialog.exec();
 }
 
 void MainWindow::showPointer(double lonDegrees, double latDegrees, double heightMetres) {

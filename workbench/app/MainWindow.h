@@ -1,5 +1,6 @@
 #pragma once
 
+#include "workbench/app/BaseLayers.h"
 #include "workbench/app/ProjectLayers.h"
 
 #include <QMainWindow>
@@ -11,6 +12,7 @@ class PairBox;
 class QComboBox;
 class QDockWidget;
 class QLabel;
+class QToolButton;
 class ToolArea;
 
 /// The workbench's window: tool groups on top, the globe in the middle, the inspection library's windows
@@ -48,6 +50,7 @@ private:
     /// The table's caption says which epochs its anomalies are between.
     void showComparedPair();
     void chooseProject();
+    void editBaseLayers();
     void showPreparation(int percent);
     void showPointer(double lonDegrees, double latDegrees, double heightMetres);
     void addWorldBackdrop();
@@ -62,5 +65,7 @@ private:
     QLabel* m_tip = nullptr;
     QLabel* m_preparation = nullptr;
     QLabel* m_coordinates = nullptr;
+    QToolButton* m_baseLayersButton = nullptr;
     ProjectLayers m_layers;
+    BaseLayers m_baseLayers;
 };

@@ -19,6 +19,9 @@
 #include <QTextStream>
 #include <QTimer>
 
+#include <cstdio>
+#include <cstdlib>
+
 namespace {
 
 QString absolute(const QString& path) {
@@ -113,6 +116,17 @@ int runWorkbench(const Options& options, const QElapsedTimer& sinceStart) {
     return QApplication::exec() == 0 ? status : 1;
 }
 
+// A server that does not answer holds its thread until GDAL gives it up. By now everything is stored and
+// closed, so the program does not wait for that.
+int leave(int status) {
+    constexpr int kPatienceMilliseconds = 1000;
+    if (!GlobeMap::finishLoading(kPatienceMilliseconds)) {
+        std::fflush(nullptr);
+        std::_Exit(status);
+    }
+    return status;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -137,5 +151,5 @@ int main(int argc, char** argv) {
     makePathsAbsolute(*options);
     enterWorkingDirectory();
     applyTheme(application);
-    return runWorkbench(*options, sinceStart);
+    return leave(runWorkbench(*options, sinceStart));
 }

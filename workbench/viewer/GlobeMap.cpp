@@ -58,6 +58,14 @@ std::optional<std::string> addLayer(osgEarth::Map& map, osgEarth::TerrainLayer* 
     return reason;
 }
 
+osg::ref_ptr<osgEarth::ImageLayer> makeBaseLayer(const std::string& definition) {
+    osg::ref_ptr<osgEarth::ImageLayer> layer = makeLayer<GdalImageLayer>("base", definition);
+#ifndef CORRIDOR_GLOBE_INSTALLED
+    layer->setDistant();
+#endif
+    return layer;
+}
+
 struct CloseDataset {
     void operator()(void* dataset) const { GDALClose(dataset); }
 };
@@ -92,7 +100,73 @@ std::optional<std::string> GlobeMap::addWorldBackdrop(const std::string& picture
     if (raster.empty()) {
         return picturePath + ": cannot be read";
     }
-    return addImagery("world", raster);
+    std::optional<std::string> problem = addImagery("world", raster);
+    m_backdropLayers = problem ? 0 : 1;
+    return problem;
+}
+
+// Layers that stay are kept, with what they have loaded.
+void GlobeMap::setBaseRasters(const std::vector<BaseRaster>& rasters) {
+    osgEarth::Map& map = *m_mapNode->getMap();
+    std::vector<BaseLayer> former;
+    former.swap(m_baseLayers);
+    for (const BaseLayer& base : former) {
+        map.removeLayer(base.layer.get());
+    }
+    for (const BaseRaster& raster : rasters) {
+        const auto same = std::find_if(former.begin(), former.end(), [&](const BaseLayer& base) {
+            return base.definition == raster.definition;
+        });
+        BaseLayer base{raster.definition, nullptr};
+        if (same != former.end()) {
+            base.layer = same->layer;
+            former.erase(same);
+        } else {
+            base.layer = makeBaseLayer(raster.definition);
+        }
+        base.layer->setOpacity(raster.opacity);
+        map.insertLayer(base.layer.get(), m_backdropLayers + static_cast<unsigned>(m_baseLayers.size()));
+        m_baseLayers.push_back(base);
+    }
+}
+
+std::vector<std::string> GlobeMap::baseTroubles() const {
+    std::vector<std::string> troubles;
+    for (const BaseLayer& base : m_baseLayers) {
+#ifdef CORRIDOR_GLOBE_INSTALLED
+        troubles.push_back(base.layer->getStatus().isOK() ? "" : base.layer->getStatus().message());
+#else
+        troubles.push_back(base.layer->getTrouble());
+#endif
+    }
+    return troubles;
+}
+
+int GlobeMap::baseArrivals() const {
+    int arrivals = 0;
+#ifndef CORRIDOR_GLOBE_INSTALLED
+    for (const BaseLayer& base : m_baseLayers) {
+        arrivals += base.layer->getArrivals();
+    }
+#endif
+    return arrivals;
+}
+
+bool GlobeMap::isLoadingBase() const {
+#ifdef CORRIDOR_GLOBE_INSTALLED
+    return false;
+#else
+    return std::any_of(m_baseLayers.begin(), m_baseLayers.end(),
+                       [](const BaseLayer& base) { return base.layer->isLoading(); });
+#endif
+}
+
+bool GlobeMap::finishLoading([[maybe_unused]] int mostMilliseconds) {
+#ifdef CORRIDOR_GLOBE_INSTALLED
+    return true;
+#else
+    return osgEarth::TerrainLayer::finishLoading(mostMilliseconds);
+#endif
 }
 
 std::optional<std::string> GlobeMap::addImagery(const std::string& name, const std::string& path) {

@@ -2,12 +2,24 @@
 
 #include "host/Export.h"
 
+#include <osgEarth/ImageLayer>
 #include <osgEarth/MapNode>
 
 #include <optional>
 #include <string>
+#include <vector>
 
-/// The globe's map: a world backdrop and the rasters of the open project. The only file of the product that
+/// A picture behind the project's own: a raster that GDAL opens, or GDAL's description of a server's tiles.
+struct BaseRaster {
+    std::string definition;
+    float opacity = 1.0F; ///< 0 (clear) to 1
+
+    bool operator==(const BaseRaster& other) const {
+        return definition == other.definition && opacity == other.opacity;
+    }
+};
+
+/// The globe's map: a world backdrop, base rasters, and the rasters of the open project. The only file of the product that
 /// knows which generation of the globe library it is built with. Frame thread.
 class VIEWER_API GlobeMap {
 public:
@@ -22,6 +34,21 @@ public:
     std::optional<std::string> addImagery(const std::string& name, const std::string& path);
     std::optional<std::string> addElevation(const std::string& name, const std::string& path);
 
+    /// Shows these rasters, and no others, between the world backdrop and the project's own, bottom first. They
+    /// may take any time to answer: nothing waits for them, and what they lack is tried again. (An installed
+    /// library reads them as all others.)
+    void setBaseRasters(const std::vector<BaseRaster>& rasters);
+    /// What keeps each of them from being shown at present, in their order, as GDAL says it; addresses may stand
+    /// in it. Empty where all is well.
+    std::vector<std::string> baseTroubles() const;
+    /// Counts the pictures of base rasters that have come; each shows in the next frame.
+    int baseArrivals() const;
+    /// Whether pictures of base rasters are waited for, which may be so for ever.
+    bool isLoadingBase() const;
+    /// Whether no raster that is not shown any more is still being read, now or after some time. Where a server
+    /// does not answer, that takes until GDAL gives it up.
+    static bool finishLoading(int mostMilliseconds);
+
     /// Unknown names are ignored.
     void setImageryVisible(const std::string& name, bool visible);
     void removeLayer(const std::string& name);
@@ -31,5 +58,12 @@ public:
     int preparationPercent() const;
 
 private:
+    struct BaseLayer {
+        std::string definition;
+        osg::ref_ptr<osgEarth::ImageLayer> layer;
+    };
+
     osg::ref_ptr<osgEarth::MapNode> m_mapNode;
+    std::vector<BaseLayer> m_baseLayers; ///< bottom first
+    unsigned m_backdropLayers = 0;
 };

@@ -28,7 +28,7 @@ namespace {
 
 constexpr int kFrameIntervalMilliseconds = 10;
 constexpr int kLoadingPollMilliseconds = 15;
-constexpr int kPreparationPollMilliseconds = 300;
+constexpr int kPreparationPollMilliseconds = 100;
 constexpr int kInstrumentMargin = 12;
 constexpr double kTurnSeconds = 0.4;
 
@@ -201,10 +201,16 @@ void GlobeWidget::prepareFrame() {
     m_prepared = true;
 }
 
-// Goes on by its own timer, because the globe may be asleep meanwhile.
+// What becomes ready in the background shows in a frame. Goes on by its own timer, because the globe may be
+// asleep meanwhile.
 void GlobeWidget::watchPreparation() {
+    const int arrivals = m_map.baseArrivals();
+    if (arrivals != m_baseArrivals) {
+        m_baseArrivals = arrivals;
+        requestRedraw();
+    }
     const int percent = m_map.preparationPercent();
-    if (percent == 100) {
+    if (percent == 100 && !m_map.isLoadingBase()) {
         m_preparationTimer.stop();
     } else if (!m_preparationTimer.isActive()) {
         m_preparationTimer.start();

@@ -86,6 +86,7 @@ private:
     QTimer m_timer;
     QTimer m_preparationTimer;
     int m_preparationPercent = 100;
+    int m_baseArrivals = 0;
     bool m_asleep = true;
     bool m_prepared = false;  ///< the scene was brought up to date at least once
     bool m_preparing = false; ///< events are being handed out; a handler may be waiting for the user

@@ -2,6 +2,8 @@
 #include <osgEarth/ImageLayer>
 #include <osgEarth/TerrainLayer>
 
+#include "src/terrain/DistantRaster.h"
+#include "src/terrain/LoadingThreads.h"
 #include "src/terrain/RasterSource.h"
 
 #include <osg/Notify>
@@ -21,6 +23,8 @@ const Status& TerrainLayer::open() {
     const std::string location = m_options.driver().rasterUrl()->full();
     if (location.empty()) {
         status = Status("no raster given");
+    } else if (m_isDistant) {
+        m_distant = std::make_shared<DistantRaster>(location);
     } else {
         m_raster = RasterSource::open(location, status);
     }
@@ -37,11 +41,33 @@ const Status& TerrainLayer::getStatus() const {
 }
 
 int TerrainLayer::getAppearanceRevision() const {
-    return m_appearanceRevision + (m_raster ? m_raster->revision() : 0);
+    const std::shared_ptr<RasterSource> shown = raster();
+    return m_appearanceRevision + (shown ? shown->revision() : 0) + (m_distant ? m_distant->revision() : 0);
+}
+
+std::shared_ptr<RasterSource> TerrainLayer::raster() const {
+    return m_distant ? m_distant->raster() : m_raster;
+}
+
+int TerrainLayer::getArrivals() const {
+    return m_distant ? m_distant->arrivals() : 0;
+}
+
+bool TerrainLayer::isLoading() const {
+    return m_distant && m_distant->isLoading();
+}
+
+std::string TerrainLayer::getTrouble() const {
+    return m_distant ? m_distant->trouble() : std::string();
+}
+
+bool TerrainLayer::finishLoading(int mostMilliseconds) {
+    return LoadingThreads::instance().waitForAll(std::chrono::milliseconds(mostMilliseconds));
 }
 
 float TerrainLayer::getPreparation() const {
-    return m_raster ? m_raster->preparation() : 1.0F;
+    const std::shared_ptr<RasterSource> shown = raster();
+    return shown ? shown->preparation() : 1.0F;
 }
 
 void TerrainLayer::setVisible(bool visible) {

@@ -81,14 +81,23 @@ LayerStack::LayerStack(const Map& map, int revision) : m_revision(revision) {
             continue;
         }
         if (const auto* image = dynamic_cast<const ImageLayer*>(layer.get())) {
-            m_images.push_back({{layer->raster(), layer->raster()->revision()}, image->getOpacity()});
+            const std::shared_ptr<DistantRaster> distant = layer->distantRaster();
+            const int revision = layer->raster()->revision() + (distant ? distant->revision() : 0);
+            m_images.push_back({{layer->raster(), revision}, image->getOpacity(), distant});
         } else if (dynamic_cast<const ElevationLayer*>(layer.get())) {
             m_elevations.insert(m_elevations.begin(), {layer->raster(), layer->raster()->revision()});
         }
     }
 }
 
-osg::ref_ptr<osg::Image> LayerStack::composeImage(const GeoExtent& extent, int pixels) const {
+bool LayerStack::Image::warp(const SampleGrid& grid, std::vector<std::uint8_t>& rgba,
+                             const PictureNews& news) const {
+    return distant ? distant->image(grid, rgba, news)
+                   : warpImage(*raster.source, grid, rgba) == Warped::Something;
+}
+
+osg::ref_ptr<osg::Image> LayerStack::composeImage(const GeoExtent& extent, int pixels,
+                                                  const PictureNews& news) const {
     osg::ref_ptr<osg::Image> image = new osg::Image();
     image->allocateImage(pixels, pixels, 1, GL_RGB, GL_UNSIGNED_BYTE);
     unsigned char* const colours = image->data();
@@ -102,7 +111,7 @@ osg::ref_ptr<osg::Image> LayerStack::composeImage(const GeoExtent& extent, int p
     std::vector<std::pair<std::vector<std::uint8_t>, float>> visible;
     for (auto layer = m_images.rbegin(); layer != m_images.rend(); ++layer) {
         std::vector<std::uint8_t> rgba;
-        if (layer->opacity > 0.0F && warpImage(*layer->raster.source, grid, rgba)) {
+        if (layer->opacity > 0.0F && layer->warp(grid, rgba, news)) {
             const bool covers = layer->opacity >= 1.0F && isOpaque(rgba);
             visible.emplace_back(std::move(rgba), layer->opacity);
             if (covers) {
@@ -145,8 +154,12 @@ bool LayerStack::hasFinerData(const GeoExtent& extent, int pixels, int posts) co
         // Half as fine as the data is fine enough to stop: bilinear sampling shows no more.
         return here.height() / samples > source.resolutionDegrees() * 1.2 && source.footprint().touches(here);
     };
+    // A server that never answered is no reason for finer tiles, which would show nothing more.
     return std::any_of(m_images.begin(), m_images.end(),
-                       [&](const Image& image) { return isFiner(*image.raster.source, pixels); }) ||
+                       [&](const Image& image) {
+                           return (!image.distant || image.distant->hasAnswered()) &&
+                                  isFiner(*image.raster.source, pixels);
+                       }) ||
            std::any_of(m_elevations.begin(), m_elevations.end(), [&](const Raster& raster) {
                return isFiner(*raster.source, posts - 1) || hasFinerApron(*raster.source, here, posts - 1);
            });

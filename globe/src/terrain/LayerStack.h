@@ -1,5 +1,6 @@
 // What a terrain tile is made of: the map's layers at one moment.
 #pragma once
+#include "DistantRaster.h"
 #include "RasterWarper.h"
 
 #include <osg/Image>
@@ -23,6 +24,8 @@ public:
     struct Image {
         Raster raster;
         float opacity = 1.0F;
+        std::shared_ptr<DistantRaster> distant; // set where the raster is read by threads of its own
+        bool warp(const SampleGrid& grid, std::vector<std::uint8_t>& rgba, const PictureNews& news) const;
         bool operator==(const Image& rhs) const { return raster == rhs.raster && opacity == rhs.opacity; }
     };
 
@@ -31,8 +34,9 @@ public:
 
     /// Counts the stacks of one terrain.
     int revision() const { return m_revision; }
-    /// The images composed bottom-up over a plain colour.
-    osg::ref_ptr<osg::Image> composeImage(const GeoExtent& extent, int pixels) const;
+    /// The images composed bottom-up over a plain colour. What a distant raster has not got yet is left out;
+    /// `news` tells later that it has come.
+    osg::ref_ptr<osg::Image> composeImage(const GeoExtent& extent, int pixels, const PictureNews& news) const;
     struct Heights {
         std::vector<float> metres;
         std::vector<bool> measured; ///< false where the surface is continued beyond the data

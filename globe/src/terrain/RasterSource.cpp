@@ -42,7 +42,15 @@ public:
 };
 
 std::unique_ptr<GDALDataset> openDataset(const std::string& name) {
-    return std::unique_ptr<GDALDataset>(GDALDataset::Open(name.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY));
+    return std::unique_ptr<GDALDataset>(
+        GDALDataset::Open(name.c_str(), GDAL_OF_RASTER | GDAL_OF_VERBOSE_ERROR));
+}
+
+// Whether the cells come from a server, which should not be asked for all of them.
+bool isServed(GDALDataset& dataset) {
+    const std::string driver = dataset.GetDriverName();
+    const std::string name = dataset.GetDescription();
+    return driver == "WMS" || driver == "WMTS" || name.rfind("/vsicurl/", 0) == 0;
 }
 
 bool isFolder(const std::string& location) {
@@ -126,10 +134,11 @@ private:
     std::unique_ptr<GDALDataset> m_dataset;
 };
 
-std::shared_ptr<RasterSource> RasterSource::open(const std::string& location, Status& status) {
+std::shared_ptr<RasterSource> RasterSource::open(const std::string& location, Status& status, Log log) {
     registerDrivers();
     const QuietErrors quiet;
     std::shared_ptr<RasterSource> source(new RasterSource(location));
+    source->m_hasWarned = log == Log::Nothing;
     const std::string path = absolutePath(location);
     if (isFolder(path)) {
         source->m_openName = source->m_mosaic = mosaicOfFolder(path);
@@ -209,7 +218,7 @@ Status RasterSource::inspect(GDALDataset& dataset) {
 
 // Keeps the first data set, unless overviews are already there under another name.
 void RasterSource::prepareOverviews(std::unique_ptr<GDALDataset> first) {
-    if (RasterBands::wantsOverviews(*first)) {
+    if (!isServed(*first) && RasterBands::wantsOverviews(*first)) {
         const std::string cached = cachedOverviews(m_openName, *first);
         if (!cached.empty()) {
             m_openName = cached;

@@ -27,8 +27,12 @@ class HeightBlocks;
 /// until then a distant view of it is rough.
 class RasterSource {
 public:
-    /// Opens a file, or all rasters of a folder as one. Null on failure, with the cause in the status.
-    static std::shared_ptr<RasterSource> open(const std::string& location, Status& status);
+    enum class Log { Warnings, Nothing };
+
+    /// Opens a file, or all rasters of a folder as one. Null on failure, with the cause in the status. With
+    /// Log::Nothing nothing is logged later, either: a location may hold what only its owner may see.
+    static std::shared_ptr<RasterSource> open(const std::string& location, Status& status,
+                                              Log log = Log::Warnings);
     ~RasterSource();
     RasterSource(const RasterSource&) = delete;
     RasterSource& operator=(const RasterSource&) = delete;
@@ -96,7 +100,7 @@ private:
     std::mutex m_failureMutex; // guards writing what follows
     Status m_failure;
     std::atomic<bool> m_hasFailed{false};
-    bool m_hasWarned = false;
+    bool m_hasWarned = false; // also where nothing is to be logged
 
     std::atomic<int> m_revision{0};
     std::unique_ptr<HeightBlocks> m_heightBlocks;

@@ -153,12 +153,6 @@ void CellMapping::chooseWindow(const RasterSource& source, const SampleGrid& gri
     }
 }
 
-// The four reduced cells about a point and the weights of the right and lower ones.
-struct Neighbours {
-    std::size_t upperLeft, upperRight, lowerLeft, lowerRight;
-    double fx, fy;
-};
-
 std::optional<Neighbours> neighboursOf(const Cell& cell, const CellWindow& window,
                                        const RasterSource& source) {
     const bool inside = cell.column >= 0.0 && cell.row >= 0.0 && cell.column <= source.columns() &&
@@ -166,20 +160,54 @@ std::optional<Neighbours> neighboursOf(const Cell& cell, const CellWindow& windo
     if (!inside) {
         return std::nullopt;
     }
-    const int width = window.reducedWidth();
-    const int height = window.reducedHeight();
-    const double x = std::clamp((cell.column - window.column) / window.step - 0.5, 0.0, width - 1.0);
-    const double y = std::clamp((cell.row - window.row) / window.step - 0.5, 0.0, height - 1.0);
+    return neighboursAt((cell.column - window.column) / window.step, (cell.row - window.row) / window.step,
+                        window.reducedWidth(), window.reducedHeight());
+}
+
+} // namespace
+
+bool isSameGrid(const SampleGrid& a, const SampleGrid& b) {
+    return a.width == b.width && a.height == b.height && a.extent.west() == b.extent.west() &&
+           a.extent.south() == b.extent.south() && a.extent.east() == b.extent.east() &&
+           a.extent.north() == b.extent.north();
+}
+
+Neighbours neighboursAt(double column, double row, int width, int height) {
+    const double x = std::clamp(column - 0.5, 0.0, width - 1.0);
+    const double y = std::clamp(row - 0.5, 0.0, height - 1.0);
     const int left = std::min(static_cast<int>(x), std::max(0, width - 2));
     const int top = std::min(static_cast<int>(y), std::max(0, height - 2));
     const int right = std::min(left + 1, width - 1);
     const int bottom = std::min(top + 1, height - 1);
-    const auto index = [&](int column, int row) { return static_cast<std::size_t>(row * width + column); };
-    return Neighbours{index(left, top),     index(right, top), index(left, bottom),
-                      index(right, bottom), x - left,          y - top};
+    const auto index = [&](int c, int r) { return static_cast<std::size_t>(r * width + c); };
+    return {index(left, top),     index(right, top), index(left, bottom),
+            index(right, bottom), x - left,          y - top};
 }
 
-// Whether the raster can matter to the grid: they overlap, and it is not lost within one sample.
+// Colours are weighted with alpha, so that clear neighbours do not darken an edge.
+bool mixColours(const std::vector<std::uint8_t>& rgba, const Neighbours& cells, std::uint8_t* out) {
+    const std::size_t corners[4] = {cells.upperLeft, cells.upperRight, cells.lowerLeft, cells.lowerRight};
+    const double areas[4] = {(1.0 - cells.fx) * (1.0 - cells.fy), cells.fx * (1.0 - cells.fy),
+                             (1.0 - cells.fx) * cells.fy, cells.fx * cells.fy};
+    double sums[4] = {0.0, 0.0, 0.0, 0.0};
+    for (int i = 0; i < 4; ++i) {
+        const std::uint8_t* const cell = &rgba[corners[i] * 4];
+        const double weight = areas[i] * cell[3];
+        sums[0] += weight * cell[0];
+        sums[1] += weight * cell[1];
+        sums[2] += weight * cell[2];
+        sums[3] += weight;
+    }
+    if (sums[3] < 0.5) {
+        return false;
+    }
+    for (int i = 0; i < 3; ++i) {
+        out[i] = static_cast<std::uint8_t>(sums[i] / sums[3] + 0.5);
+    }
+    out[3] = static_cast<std::uint8_t>(sums[3] + 0.5);
+    return true;
+}
+
 bool isWorthReading(const RasterSource& source, const SampleGrid& grid) {
     const Footprint& there = source.footprint();
     const GeoExtent here = grid.extent.transform(SpatialReference::get("wgs84"));
@@ -189,8 +217,6 @@ bool isWorthReading(const RasterSource& source, const SampleGrid& grid) {
     return std::max(there.width() / (here.width() / grid.width),
                     there.height() / (here.height() / grid.height)) >= 1.0;
 }
-
-} // namespace
 
 double SampleGrid::x(double column) const {
     const double fraction = onEdges ? column / (width - 1) : (column + 0.5) / width;
@@ -202,15 +228,18 @@ double SampleGrid::y(double row) const {
     return extent.north() - extent.height() * fraction;
 }
 
-bool warpImage(RasterSource& source, const SampleGrid& grid, std::vector<std::uint8_t>& rgba) {
+Warped warpImage(RasterSource& source, const SampleGrid& grid, std::vector<std::uint8_t>& rgba) {
     if (!isWorthReading(source, grid)) {
-        return false;
+        return Warped::Nothing;
     }
     const CellMapping mapping(source, grid);
     const auto window = mapping.window();
+    if (!window) {
+        return Warped::Nothing;
+    }
     std::vector<std::uint8_t> cells;
-    if (!window || !source.readImage(*window, cells)) {
-        return false;
+    if (!source.readImage(*window, cells)) {
+        return Warped::Unreadable;
     }
     rgba.assign(static_cast<std::size_t>(grid.width) * static_cast<std::size_t>(grid.height) * 4, 0);
     bool hasAny = false;
@@ -218,32 +247,10 @@ bool warpImage(RasterSource& source, const SampleGrid& grid, std::vector<std::ui
     for (int row = 0; row < grid.height; ++row) {
         for (int column = 0; column < grid.width; ++column, out += 4) {
             const auto n = neighboursOf(mapping.at(column, row), *window, source);
-            if (!n) {
-                continue;
-            }
-            // Colours are weighted with alpha, so that clear neighbours do not darken an edge.
-            const std::size_t corners[4] = {n->upperLeft, n->upperRight, n->lowerLeft, n->lowerRight};
-            const double areas[4] = {(1.0 - n->fx) * (1.0 - n->fy), n->fx * (1.0 - n->fy),
-                                     (1.0 - n->fx) * n->fy, n->fx * n->fy};
-            double sums[4] = {0.0, 0.0, 0.0, 0.0};
-            for (int i = 0; i < 4; ++i) {
-                const std::uint8_t* const cell = &cells[corners[i] * 4];
-                const double weight = areas[i] * cell[3];
-                sums[0] += weight * cell[0];
-                sums[1] += weight * cell[1];
-                sums[2] += weight * cell[2];
-                sums[3] += weight;
-            }
-            if (sums[3] >= 0.5) {
-                hasAny = true;
-                for (int i = 0; i < 3; ++i) {
-                    out[i] = static_cast<std::uint8_t>(sums[i] / sums[3] + 0.5);
-                }
-                out[3] = static_cast<std::uint8_t>(sums[3] + 0.5);
-            }
+            hasAny = (n && mixColours(cells, *n, out)) || hasAny;
         }
     }
-    return hasAny;
+    return hasAny ? Warped::Something : Warped::Nothing;
 }
 
 bool warpHeights(RasterSource& source, const SampleGrid& grid, std::vector<float>& heights) {

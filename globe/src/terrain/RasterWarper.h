@@ -19,8 +19,31 @@ struct SampleGrid {
     double y(double row) const;
 };
 
-/// RGBA of the raster at the grid's points, alpha 0 where it has none. False when nothing of it lies there.
-bool warpImage(RasterSource& source, const SampleGrid& grid, std::vector<std::uint8_t>& rgba);
+bool isSameGrid(const SampleGrid& a, const SampleGrid& b);
+
+/// The four cells about a point and the weights of the right and lower ones.
+struct Neighbours {
+    std::size_t upperLeft, upperRight, lowerLeft, lowerRight;
+    double fx, fy;
+};
+
+/// Of a picture with cells in rows from the top; cell centres lie at .5. Beyond the edge the edge goes on.
+Neighbours neighboursAt(double column, double row, int width, int height);
+
+/// The colour between four cells of an RGBA picture. False, and nothing written, when all are clear.
+bool mixColours(const std::vector<std::uint8_t>& rgba, const Neighbours& cells, std::uint8_t* out);
+
+/// Whether the raster can matter to the grid: they overlap, and it is not lost within one sample.
+bool isWorthReading(const RasterSource& source, const SampleGrid& grid);
+
+enum class Warped {
+    Something,
+    Nothing,   ///< nothing of the raster lies there
+    Unreadable ///< GDAL's last error of this thread tells why
+};
+
+/// RGBA of the raster at the grid's points, alpha 0 where it has none.
+Warped warpImage(RasterSource& source, const SampleGrid& grid, std::vector<std::uint8_t>& rgba);
 
 /// Heights at the grid's points, NaN where there are none. False when nothing lies there.
 bool warpHeights(RasterSource& source, const SampleGrid& grid, std::vector<float>& heights);

@@ -116,7 +116,8 @@ TileMesh::TileMesh(const TileKey& key, const LayerStack& layers, const TerrainOp
     const Surface surface(m_extent, m_posts, layers, options.verticalScale().get(), m_worldToLocal);
     osg::ref_ptr<osg::Geometry> geometry = buildGeometry(surface);
 
-    osg::ref_ptr<osg::Texture2D> texture = new osg::Texture2D(layers.composeImage(m_extent, kImagePixels));
+    osg::ref_ptr<osg::Texture2D> texture =
+        new osg::Texture2D(layers.composeImage(m_extent, kImagePixels, m_news));
     texture->setWrap(osg::Texture::WRAP_S, osg::Texture::CLAMP_TO_EDGE);
     texture->setWrap(osg::Texture::WRAP_T, osg::Texture::CLAMP_TO_EDGE);
     texture->setFilter(osg::Texture::MIN_FILTER, osg::Texture::LINEAR_MIPMAP_LINEAR);

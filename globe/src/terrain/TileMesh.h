@@ -22,6 +22,8 @@ public:
     const TileKey& key() const { return m_key; }
     /// Revision of the layers it was made from.
     int revision() const { return m_revision; }
+    /// Whether a picture has come that was not there when it was made. Any thread.
+    bool hasNews() const { return *m_news; }
     /// The drawable surface, placed in the world.
     osg::MatrixTransform* node() const { return m_node.get(); }
     /// East-north-up frame at the tile's centre, and the surface's box in it.
@@ -50,6 +52,7 @@ private:
     GeoExtent m_extent;
     int m_revision;
     int m_posts;
+    PictureNews m_news = std::make_shared<std::atomic<bool>>(false);
     double m_highestMetres = 0.0;
     osg::Matrixd m_localToWorld;
     osg::Matrixd m_worldToLocal;

@@ -159,7 +159,7 @@ void TileNode::cull(osgUtil::CullVisitor& visitor) {
         request(getFileName(kQuadChild), visitor.getNodePath(), 1.0F / static_cast<float>(1 + m_key.getLOD()),
                 getDatabaseRequest(kQuadChild), visitor);
     }
-    if (m_isOutdated && decidesLoading) {
+    if ((m_isOutdated || mesh()->hasNews()) && decidesLoading) {
         osg::NodePath path = visitor.getNodePath();
         path.push_back(m_slot.get());
         request(TileLoader::surfaceName(m_key), path, 2.0F, m_slot->pendingRequest, visitor);

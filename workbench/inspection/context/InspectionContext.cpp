@@ -165,6 +165,10 @@ QString InspectionContext::readOnlyReason() const {
     return m_session ? m_session->readOnlyReason() : QString();
 }
 
+inspection::Status InspectionContext::setBaseLayers(const std::vector<inspection::BaseLayer>& layers) {
+    return m_session->setBaseLayers(layers);
+}
+
 void InspectionContext::setOutputFolder(const QString& folder) {
     if (m_session) {
         m_session->setOutputFolder(folder);

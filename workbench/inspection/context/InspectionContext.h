@@ -60,6 +60,8 @@ public:
     /// Shows the results of another pair of epochs, which is also the one that is computed from now on. One
     /// Chinese line when that is refused, as while work is going on.
     std::optional<QString> setComparedPair(const inspection::EpochPair& pair);
+    /// Stores the open project's base layers, bottom first.
+    inspection::Status setBaseLayers(const std::vector<inspection::BaseLayer>& layers);
     /// True while anomalies are being computed or an output is being written.
     bool isWorking() const;
     /// Figures of the last computation that succeeded since initialise.

@@ -42,6 +42,13 @@ Status Session::open(const QString& folder) {
     return {};
 }
 
+Status Session::setBaseLayers(const std::vector<BaseLayer>& layers) {
+    if (!m_project) {
+        return Unexpected(Failure{QStringLiteral("no project is open"), tr("没有打开的工程")});
+    }
+    return m_project->setBaseLayers(layers);
+}
+
 Status Session::open(const QString& folder, Project::Access access) {
     auto project = Project::open(folder, access);
     if (!project) {

@@ -51,6 +51,8 @@ public:
     OverlayMode overlayMode() const { return m_overlayMode; }
     /// Stores them in the project and announces them.
     Status setParameters(const ProjectParameters& parameters);
+    /// Stores them in the project, bottom first.
+    Status setBaseLayers(const std::vector<BaseLayer>& layers);
 
     /// The pairs of epochs that have results; empty when they cannot be read.
     std::vector<Comparison> comparisons() const;

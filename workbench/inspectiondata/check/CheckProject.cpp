@@ -58,6 +58,7 @@ Findings checkProject(const ProjectDescription& project, KV_MySQL& database, con
         }
     };
     Findings findings = checkEpochs(project);
+    append(findings, checkBaseLayers(project));
     tell(0.1);
     const Findings lacking = findingsOf(project, [&] { return checkTables(database); });
     append(findings, lacking);

@@ -90,6 +90,19 @@ Findings checkEpochs(const ProjectDescription& project) {
     return findings;
 }
 
+Findings checkBaseLayers(const ProjectDescription& project) {
+    Findings findings;
+    for (const BaseLayer& layer : project.baseLayers) {
+        const QString path = localPath(layer.source);
+        if (!path.isEmpty() && !QFileInfo::exists(path)) {
+            findings.push_back({path, layer.name, QStringLiteral("文件不存在")});
+        } else if (const auto definition = gdalDefinition(layer, QString()); !definition) {
+            findings.push_back({"project.json", layer.name, definition.error().userMessage});
+        }
+    }
+    return findings;
+}
+
 Findings checkResultRasters(const ProjectDescription& project, KV_MySQL& database) {
     Findings findings;
     visitRows(database, {kComparisonResultTable, "id"}, [&](const KV_Record& row) {

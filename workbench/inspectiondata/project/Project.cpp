@@ -101,6 +101,12 @@ Status Project::removeEpoch(const QString& key) {
     return changed ? store(std::move(*changed)) : failed(changed);
 }
 
+Status Project::setBaseLayers(const std::vector<BaseLayer>& layers) {
+    ProjectDescription changed = m_description;
+    changed.baseLayers = layers;
+    return store(std::move(changed));
+}
+
 Status Project::store(ProjectDescription changed) {
     if (m_access == Access::ReadOnly) {
         return fileFailure(m_description.folder, "the project is open for reading only",

@@ -50,6 +50,8 @@ public:
     /// Takes an epoch out of project.json; its rasters stay where they are. Two epochs must be left. The
     /// results in the database are not looked at: compute/EpochRemoval.h takes them away before it calls this.
     Status removeEpoch(const QString& key);
+    /// The same with the base layers, bottom first.
+    Status setBaseLayers(const std::vector<BaseLayer>& layers);
 
 private:
     Status store(ProjectDescription changed);

@@ -2,6 +2,7 @@
 
 #include "detect/Detection.h"
 #include "host/Export.h"
+#include "workbench/inspectiondata/project/BaseLayer.h"
 #include "workbench/inspectiondata/project/Result.h"
 
 #include <QColor>
@@ -64,6 +65,7 @@ struct INSPECTIONDATA_API ProjectDescription {
     ProjectParameters parameters;
     /// The pair that was chosen; it may name epochs that there are no more.
     std::optional<EpochPair> compared;
+    std::vector<BaseLayer> baseLayers; ///< bottom first
 
     /// What an epoch is called in results and commands: its date, or, while that is not known, the path of its
     /// surface model as project.json has it, of which the last 384 characters count.

@@ -138,6 +138,53 @@ void setDatabase(QJsonObject& json, const ProjectDescription& project) {
     }
 }
 
+// A place for the tiles' numbers may stand in a path.
+QString absoluteSource(const QString& folder, const QString& source) {
+    return isServed(source) || source.startsWith(QLatin1String("file://")) ? source
+                                                                           : absolutePath(folder, source);
+}
+
+std::vector<BaseLayer> baseLayersOf(const QString& folder, const QJsonArray& array) {
+    std::vector<BaseLayer> layers;
+    for (const auto& value : array) {
+        const QJsonObject json = value.toObject();
+        BaseLayer layer;
+        layer.source = absoluteSource(folder, json["source"].toString());
+        layer.name = json["name"].toString();
+        layer.visible = json["visible"].toBool(layer.visible);
+        layer.opacity = qBound(0.0, json["opacity"].toDouble(layer.opacity), 1.0);
+        layer.finestLevel = qBound(1, json["max_level"].toInt(layer.finestLevel), BaseLayer::kFinestLevel);
+        if (!layer.source.isEmpty()) {
+            layers.push_back(layer);
+        }
+    }
+    return layers;
+}
+
+QJsonObject jsonOf(const QString& folder, const BaseLayer& layer) {
+    const bool isPath = QDir::isAbsolutePath(layer.source);
+    QJsonObject json{{"name", layer.name},
+                     {"source", isPath ? storedPath(folder, layer.source) : layer.source},
+                     {"visible", layer.visible},
+                     {"opacity", layer.opacity}};
+    if (layer.finestLevel != BaseLayer::kUsualFinestLevel) {
+        json["max_level"] = layer.finestLevel;
+    }
+    return json;
+}
+
+void setBaseLayers(QJsonObject& json, const ProjectDescription& project) {
+    QJsonArray array;
+    for (const BaseLayer& layer : project.baseLayers) {
+        array.append(jsonOf(project.folder, layer));
+    }
+    if (array.isEmpty()) {
+        json.remove(QStringLiteral("base_layers"));
+    } else {
+        json["base_layers"] = array;
+    }
+}
+
 } // namespace
 
 QString storedPath(const QString& folder, const QString& path) {
@@ -170,6 +217,7 @@ Result<ProjectDescription> readProjectFile(const QString& folder) {
     project.database = absoluteDatabase(project.folder, json["database"].toString());
     project.parameters = parametersOf(json["parameters"].toObject());
     project.compared = pairOf(json["compare"].toArray());
+    project.baseLayers = baseLayersOf(project.folder, json["base_layers"].toArray());
     if (project.epochs.size() < 2) {
         return broken(file, "needs two epochs with a dsm each", "需要两期表面模型");
     }
@@ -194,6 +242,7 @@ Status writeProjectFile(const ProjectDescription& project) {
     setDatabase(json, project);
     json["parameters"] = jsonOf(project.parameters);
     setCompared(json, project);
+    setBaseLayers(json, project);
 
     QSaveFile file(name);
     const QByteArray text = QJsonDocument(json).toJson();
