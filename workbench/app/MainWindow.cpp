@@ -5,6 +5,8 @@
 #include "host/inspection/StationWindow.h"
 #include "host/style/myMessageBox.h"
 #include "workbench/app/PluginLoader.h"
+#include "workbench/app/ProjectDesk.h"
+#include "workbench/app/StartPage.h"
 #include "workbench/app/ToolArea.h"
 #include "workbench/engine/EngineContext.h"
 #include "workbench/inspection/context/InspectionContext.h"
@@ -17,14 +19,20 @@
 #include <QCloseEvent>
 #include <QComboBox>
 #include <QDockWidget>
-#include <QFileDialog>
+#include <QDropEvent>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLoggingCategory>
+#include <QMenu>
+#include <QMimeData>
+#include <QScreen>
 #include <QShortcut>
+#include <QStackedWidget>
 #include <QStatusBar>
+#include <QTimer>
 #include <QToolBar>
 #include <QToolButton>
+#include <QUrl>
 
 #include <algorithm>
 #include <array>
@@ -43,14 +51,26 @@ QString degrees(double value, const char* positive, const char* negative) {
            (value < 0 ? negative : positive);
 }
 
+QStringList localFiles(const QMimeData& dragged) {
+    QStringList files;
+    for (const QUrl& url : dragged.urls()) {
+        if (url.isLocalFile()) {
+            files << url.toLocalFile();
+        }
+    }
+    return files;
+}
+
 } // namespace
 
 MainWindow::MainWindow() : m_globe(new GlobeWidget(this)), m_layers(m_globe->map()) {
     setWindowTitle(tr("管道巡检"));
-    resize(1600, 1000);
+    constexpr QSize kFrame(4, 32); // what a window manager puts around it
+    resize(QSize(1600, 1000).boundedTo(screen()->availableSize() - kFrame));
     setDockOptions(QMainWindow::AnimatedDocks | QMainWindow::AllowTabbedDocks);
     setCorner(Qt::BottomRightCorner, Qt::RightDockWidgetArea);
-    setCentralWidget(m_globe);
+    setAcceptDrops(true);
+    buildCentre();
 
     InspectionContext& context = InspectionContext::instance();
     context.initialise(this);
@@ -77,6 +97,7 @@ MainWindow::~MainWindow() {
     handlers.clear();
     zeo::EngineContext::instance().shutdown();
     zeo::EngineContext::instance().setMapSRS(nullptr);
+    m_desk.reset();
     InspectionContext::instance().shutdown();
     delete m_globe;
 }
@@ -107,8 +128,24 @@ std::optional<QString> MainWindow::openProject(const QString& folder) {
     m_epochs->setEnabled(m_epochs->count() > 1);
     setWindowTitle(project.name + (context.readOnlyReason().isEmpty() ? QString() : tr("（只读）")) +
                    tr(" — 管道巡检"));
+    showStart(false);
     goToOverview();
     return std::nullopt;
+}
+
+void MainWindow::showStartPage() {
+    m_start->showRecent();
+    showStart(true);
+    m_start->setFocus();
+}
+
+// Without a project the windows around the globe have nothing to show, and the tools nothing to work on.
+void MainWindow::showStart(bool isStart) {
+    m_centre->setCurrentWidget(isStart ? static_cast<QWidget*>(m_start) : m_globe);
+    m_toolArea->setEnabled(!isStart);
+    for (QDockWidget* dock : findChildren<QDockWidget*>(QString(), Qt::FindDirectChildrenOnly)) {
+        dock->setVisible(!isStart);
+    }
 }
 
 void MainWindow::goToOverview() {
@@ -124,6 +161,30 @@ void MainWindow::closeEvent(QCloseEvent* event) {
     QMainWindow::closeEvent(event);
 }
 
+void MainWindow::dragEnterEvent(QDragEnterEvent* event) {
+    if (!localFiles(*event->mimeData()).isEmpty()) {
+        event->acceptProposedAction();
+    }
+}
+
+// What follows may ask the user; the program that the files come from does not wait for that.
+void MainWindow::dropEvent(QDropEvent* event) {
+    event->acceptProposedAction();
+    QTimer::singleShot(0, m_desk.get(),
+                       [this, files = localFiles(*event->mimeData())] { m_desk->takeDropped(files); });
+}
+
+void MainWindow::buildCentre() {
+    m_centre = new QStackedWidget(this);
+    m_start = new StartPage;
+    m_centre->addWidget(m_globe);
+    m_centre->addWidget(m_start);
+    setCentralWidget(m_centre);
+    m_desk = std::make_unique<ProjectDesk>(*this, *m_start);
+    connect(new QShortcut(QKeySequence::New, this), &QShortcut::activated, m_desk.get(),
+            [this] { m_desk->makeNew(); });
+}
+
 void MainWindow::buildTop() {
     auto* top = new QToolBar(tr("工具"), this);
     top->setObjectName("tools");
@@ -136,13 +197,7 @@ void MainWindow::buildTop() {
     spring->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
     top->addWidget(spring);
 
-    auto* open = new QToolButton(top);
-    open->setObjectName("openProject");
-    open->setText(tr("打开项目…"));
-    open->setToolTip(tr("打开项目文件夹（Ctrl+O）"));
-    open->setShortcut(QKeySequence::Open);
-    connect(open, &QToolButton::clicked, this, &MainWindow::chooseProject);
-    top->addWidget(open);
+    top->addWidget(buildProjectButton(top));
 
     m_epochs = new QComboBox(top);
     m_epochs->setObjectName("epochs");
@@ -155,6 +210,20 @@ void MainWindow::buildTop() {
     top->addWidget(caption);
     top->addWidget(m_epochs);
     addToolBar(Qt::TopToolBarArea, top);
+}
+
+QToolButton* MainWindow::buildProjectButton(QWidget* parent) {
+    auto* open = new QToolButton(parent);
+    open->setObjectName("openProject");
+    open->setText(tr("打开项目…"));
+    open->setToolTip(tr("打开项目文件夹（Ctrl+O）；箭头：新建，最近的项目"));
+    open->setShortcut(QKeySequence::Open);
+    open->setPopupMode(QToolButton::MenuButtonPopup);
+    auto* menu = new QMenu(open);
+    open->setMenu(menu);
+    connect(menu, &QMenu::aboutToShow, m_desk.get(), [this, menu] { m_desk->fillMenu(*menu); });
+    connect(open, &QToolButton::clicked, m_desk.get(), &ProjectDesk::choose);
+    return open;
 }
 
 void MainWindow::buildDocks() {
@@ -240,18 +309,6 @@ void MainWindow::showEpoch(int index) {
         qCWarning(logApp).noquote() << line;
     }
     m_globe->requestRedraw();
-}
-
-void MainWindow::chooseProject() {
-    const QString folder = QFileDialog::getExistingDirectory(this, tr("打开项目文件夹"));
-    if (folder.isEmpty()) {
-        return;
-    }
-    const std::optional<QString> problem = openProject(folder);
-    const QString notice = problem.value_or(InspectionContext::instance().readOnlyReason());
-    if (!notice.isEmpty()) {
-        myMessageBox::showMyMessageBox(this, tr("提示"), notice, myMessageBox::Warning, myMessageBox::Ok);
-    }
 }
 
 void MainWindow::showPointer(double lonDegrees, double latDegrees, double heightMetres) {

@@ -4,12 +4,17 @@
 
 #include <QMainWindow>
 
+#include <memory>
 #include <optional>
 
 class GlobeWidget;
+class ProjectDesk;
 class QComboBox;
 class QDockWidget;
 class QLabel;
+class QStackedWidget;
+class QToolButton;
+class StartPage;
 class ToolArea;
 
 /// The workbench's window: tool groups on top, the globe in the middle, the inspection library's windows
@@ -23,27 +28,34 @@ public:
 
     /// Loads a tool plug-in and shows its buttons. A plug-in that cannot be used is told in a message box.
     void loadPlugin(const QString& file);
-    /// Opens a project and shows it. Returns one Chinese line when it cannot be opened.
+    /// Opens a project and shows it. Returns one Chinese line when it cannot be opened; what was open stays then.
     std::optional<QString> openProject(const QString& folder);
+    /// Shows the ways to a project in place of the globe, until one is opened.
+    void showStartPage();
 
     /// Puts the view over the whole corridor at once; the view that Home goes back to.
     void goToOverview();
 
     GlobeWidget& globe() { return *m_globe; }
     ToolArea& toolArea() { return *m_toolArea; }
+    ProjectDesk& desk() { return *m_desk; }
 
 protected:
     void closeEvent(QCloseEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
 
 private:
+    void buildCentre();
     void buildTop();
+    QToolButton* buildProjectButton(QWidget* parent);
     void buildDocks();
     void buildStatusBar();
     void connectGlobe();
     QDockWidget* addDock(const QString& title, const QString& name, QWidget* content,
                          Qt::DockWidgetArea area);
     void showEpoch(int index);
-    void chooseProject();
+    void showStart(bool isStart);
     void showPreparation(int percent);
     void showPointer(double lonDegrees, double latDegrees, double heightMetres);
     void addWorldBackdrop();
@@ -51,6 +63,9 @@ private:
     void goToPane(int step);
 
     GlobeWidget* m_globe;
+    QStackedWidget* m_centre = nullptr;
+    StartPage* m_start = nullptr;
+    std::unique_ptr<ProjectDesk> m_desk;
     ToolArea* m_toolArea = nullptr;
     QComboBox* m_epochs = nullptr;
     QLabel* m_tip = nullptr;

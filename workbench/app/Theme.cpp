@@ -45,6 +45,17 @@ QStatusBar { background: #E9EDF1; border-top: 1px solid #D5DBE1; }
 QStatusBar::item { border: none; }
 QLabel#statusTip { padding-left: 6px; }
 QLabel#coordinates { color: #44515E; }
+QWidget#startPage { background: #FFFFFF; }
+QWidget#startPage QScrollArea, QWidget#startPage QScrollArea > QWidget > QWidget { background: #FFFFFF; }
+QLabel#startTitle { font-size: 26px; font-weight: 600; color: #1F3A5F; }
+QLabel#startSubtitle, QLabel#startHint { color: #7A8794; }
+QLabel#startCaption { font-weight: 600; }
+QWidget#startPage QPushButton { background: #F3F6FA; border: 1px solid #BCC6D4; border-radius: 4px; padding: 4px 12px; }
+QWidget#startPage QPushButton:hover, QWidget#startPage QPushButton:focus { border-color: #1E6FD9; }
+QWidget#startPage QPushButton:pressed { background: #D3E6F6; }
+QWidget#startPage QPushButton:disabled { color: #A3AEB9; }
+QWidget#startPage QPushButton#newProject { background: #1E6FD9; border-color: #1E6FD9; color: white; }
+QWidget#startPage QPushButton#newProject:focus, QWidget#startPage QPushButton#newProject:hover { background: #1A60BC; }
 )";
 
 } // namespace

@@ -2,6 +2,7 @@
 #include "workbench/app/MainWindow.h"
 #include "workbench/app/Options.h"
 #include "workbench/app/PluginLoader.h"
+#include "workbench/app/ProjectDesk.h"
 #include "workbench/app/Theme.h"
 
 #include "detect/GdalErrors.h"
@@ -95,10 +96,16 @@ int runWorkbench(const Options& options, const QElapsedTimer& sinceStart) {
     }
 
     MainWindow window;
+    if (!headless) {
+        window.showStartPage(); // what is opened takes its place
+    }
     window.show();
     QString problem = openWhatWasAskedFor(window, options).value_or(QString());
     if (problem.isEmpty()) {
         problem = InspectionContext::instance().readOnlyReason();
+    }
+    if (!headless) {
+        window.desk().rememberOpenProject();
     }
     const QString plugin = options.pluginFile.isEmpty() ? defaultPluginFile() : options.pluginFile;
     int status = 0;

@@ -47,6 +47,15 @@ QSize windowSize() {
 WalkTest::WalkTest() = default;
 WalkTest::~WalkTest() = default;
 
+void WalkTest::openStartPage() {
+    m_window = std::make_unique<MainWindow>();
+    m_window->resize(windowSize());
+    m_window->showStartPage();
+    m_window->show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(m_window.get()));
+    m_window->loadPlugin(TOOL_PLUGIN);
+}
+
 void WalkTest::open(const QString& folder) {
     m_folder = folder;
     m_window = std::make_unique<MainWindow>();
