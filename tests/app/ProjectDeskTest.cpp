@@ -23,6 +23,7 @@
 #include <QLineEdit>
 #include <QMimeData>
 #include <QPushButton>
+#include <QSignalSpy>
 #include <QTest>
 #include <QTimer>
 #include <QToolButton>
@@ -160,7 +161,8 @@ protected:
         return project ? project->description().folder : QString();
     }
     /// As the window system delivers it; false when the window does not take it.
-    bool drop(const QStringList& paths) {
+    bool drop(const QStringList& paths) { return drop(m_window, paths); }
+    static bool drop(QWidget& target, const QStringList& paths) {
         QMimeData data;
         QList<QUrl> urls;
         for (const QString& path : paths) {
@@ -169,12 +171,12 @@ protected:
         data.setUrls(urls);
         const QPoint place(300, 300);
         QDragEnterEvent enter(place, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
-        QApplication::sendEvent(&m_window, &enter);
+        QApplication::sendEvent(&target, &enter);
         if (!enter.isAccepted()) {
             return false;
         }
         QDropEvent dropped(place, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
-        QApplication::sendEvent(&m_window, &dropped);
+        QApplication::sendEvent(&target, &dropped);
         return dropped.isAccepted();
     }
     NewProjectDialog* dialog() const { return m_window.findChild<NewProjectDialog*>("newProjectDialog"); }
@@ -289,6 +291,22 @@ TEST_F(ProjectDeskTest, RastersThatAreDroppedBeginAProjectWithTheVectorFileAsIts
     EXPECT_TRUE(waitUntil([this] { return dialog() == nullptr; }));
 }
 
+TEST_F(ProjectDeskTest, WhatIsDroppedWhileAProjectIsBeingMadeIsAddedToIt) {
+    m_window.desk().open(project("甲"));
+    const SmallProject files;
+    m_window.desk().makeNew({files.file("old/dsm.tif")});
+    NewProjectDialog* making = dialog();
+    EXPECT_TRUE(drop(*making, {files.file("new/dsm.tif")}));
+    EXPECT_TRUE(drop(*making, {files.file("centerline.gpkg")}));
+    EXPECT_EQ(m_window.findChildren<NewProjectDialog*>().size(), 1);
+    EXPECT_EQ(making->findChild<QTreeWidget*>("epochRows")->topLevelItemCount(), 2);
+    EXPECT_EQ(making->findChild<QWidget*>("centerlineFile")->findChild<QLineEdit*>()->text(),
+              files.file("centerline.gpkg"));
+    EXPECT_TRUE(m_boxes.texts.isEmpty());
+    making->reject();
+    EXPECT_TRUE(waitUntil([this] { return dialog() == nullptr; }));
+}
+
 TEST_F(ProjectDeskTest, AVectorFileOverAnOpenProjectIsToldWhereItsImportIs) {
     m_window.desk().open(project("甲"));
     VectorLayer points;
@@ -328,16 +346,16 @@ TEST_F(ProjectDeskTest, AProjectIsMadeFromDroppedRastersAndOpened) {
     EXPECT_FALSE(isStartShown());
 }
 
-TEST_F(ProjectDeskTest, TheSampleProjectIsMadeOnceAndAStopLeavesNothing) {
+TEST_F(ProjectDeskTest, AStopWhileTheSampleIsMadeLeavesNothing) {
     ASSERT_FALSE(SampleMaker::program().isEmpty()) << "the command lies beside the program";
     SampleMaker maker;
-    QStringList ends;
-    QObject::connect(&maker, &SampleMaker::finished, [&](const QString& problem) { ends << problem; });
+    QSignalSpy cancelled(&maker, &SampleMaker::cancelled);
+    QSignalSpy finished(&maker, &SampleMaker::finished);
     maker.start();
     ASSERT_TRUE(waitUntil([&] { return maker.isRunning(); }));
     maker.cancel();
-    ASSERT_TRUE(waitUntil([&] { return ends.size() == 1; }));
-    EXPECT_EQ(ends[0], QStringLiteral("已取消"));
+    ASSERT_TRUE(waitUntil([&] { return cancelled.size() == 1; }));
+    EXPECT_EQ(finished.size(), 0);
     const QString documents = QFileInfo(SampleMaker::folder()).absolutePath();
     EXPECT_EQ(QDir(documents).entryList({".corridor*", "管道巡检示例"}, QDir::AllEntries | QDir::Hidden),
               QStringList());

@@ -23,6 +23,7 @@ ProjectDesk::ProjectDesk(MainWindow& window, StartPage& page) : m_window(window)
     connect(&page, &StartPage::sampleRequested, this, &ProjectDesk::makeSample);
     connect(&page, &StartPage::sampleCancelled, &m_sample, &SampleMaker::cancel);
     connect(&m_sample, &SampleMaker::progressed, &page, &StartPage::showSampleProgress);
+    connect(&m_sample, &SampleMaker::cancelled, &page, [&page] { page.showSampleProgress(-1); });
     connect(&m_sample, &SampleMaker::finished, this, &ProjectDesk::endSample);
 }
 
@@ -56,29 +57,35 @@ void ProjectDesk::choose() {
 }
 
 void ProjectDesk::makeNew(const QStringList& rasters, const QString& centerline) {
-    auto* dialog = new NewProjectDialog(&m_window);
-    connect(dialog, &NewProjectDialog::created, this,
-            [this](const QString& folder, const QStringList& notes) {
-                open(folder);
-                if (!notes.isEmpty()) {
-                    constexpr qsizetype kMostLines = 12;
-                    QString text = tr("项目已建立。特殊对象中：\n") + notes.mid(0, kMostLines).join('\n');
-                    if (notes.size() > kMostLines) {
-                        text += tr("\n……共 %1 条").arg(notes.size());
-                    }
-                    tell(text, myMessageBox::Information);
-                }
-            });
-    dialog->addFiles(rasters, centerline);
-    dialog->open();
+    if (!m_dialog || !m_dialog->isVisible()) {
+        m_dialog = new NewProjectDialog(&m_window);
+        connect(m_dialog, &NewProjectDialog::created, this, &ProjectDesk::finishNew);
+        connect(m_dialog, &NewProjectDialog::dropped, this, &ProjectDesk::takeDropped);
+    }
+    m_dialog->addFiles(rasters, centerline);
+    m_dialog->open();
+}
+
+void ProjectDesk::finishNew(const QString& folder, const QStringList& notes) {
+    constexpr qsizetype kMostLines = 12;
+    open(folder);
+    if (notes.isEmpty()) {
+        return;
+    }
+    QString text = tr("项目已建立。特殊对象中：\n") + notes.mid(0, kMostLines).join('\n');
+    if (notes.size() > kMostLines) {
+        text += tr("\n……共 %1 条").arg(notes.size());
+    }
+    tell(text, myMessageBox::Information);
 }
 
 void ProjectDesk::takeDropped(const QStringList& paths) {
     const DroppedFiles files = sortDropped(paths);
+    const bool isMaking = m_dialog && m_dialog->isVisible();
     const bool hasProject = InspectionContext::instance().project() != nullptr;
-    if (!files.project.isEmpty()) {
+    if (!files.project.isEmpty() && !isMaking) {
         open(files.project);
-    } else if (files.rasters.isEmpty() && hasProject) {
+    } else if (files.rasters.isEmpty() && hasProject && !isMaking) {
         tell(tr("向已打开的项目导入特殊对象，请使用命令 corridor import（见使用手册“批量导入”）；"
                 "新建项目时可在最后一页一并导入"),
              myMessageBox::Information);
@@ -104,12 +111,15 @@ void ProjectDesk::makeSample() {
     m_sample.start();
 }
 
+// Whoever has opened another project meanwhile finds the sample among the recent ones.
 void ProjectDesk::endSample(const QString& problem) {
     m_page.showSampleProgress(-1);
-    if (problem.isEmpty()) {
+    if (!problem.isEmpty()) {
+        tell(problem, myMessageBox::Warning);
+    } else if (m_page.isVisible()) {
         open(SampleMaker::folder());
     } else {
-        tell(problem, myMessageBox::Warning);
+        RecentProjects::add(SampleMaker::folder(), QFileInfo(SampleMaker::folder()).fileName());
     }
 }
 

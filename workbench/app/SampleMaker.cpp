@@ -61,10 +61,13 @@ void SampleMaker::readProgress() {
 }
 
 void SampleMaker::end(int exitCode, QProcess::ExitStatus status) {
-    QString problem;
     if (m_isCancelled) {
-        problem = tr("已取消");
-    } else if (status != QProcess::NormalExit || exitCode != 0) {
+        m_making.reset();
+        emit cancelled();
+        return;
+    }
+    QString problem;
+    if (status != QProcess::NormalExit || exitCode != 0) {
         problem = tr("示例项目未能生成");
     } else if (!QDir().rename(m_making->filePath("sample"), folder())) {
         problem = tr("%1：无法创建文件夹").arg(folder());

@@ -28,6 +28,8 @@ signals:
     void progressed(int percent);
     /// `problem` is empty when the project stands in its folder; one Chinese line otherwise.
     void finished(const QString& problem);
+    /// In place of finished, after cancel.
+    void cancelled();
 
 private:
     void readProgress();

@@ -16,9 +16,11 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFileInfo>
+#include <QLibraryInfo>
 #include <QStandardPaths>
 #include <QTextStream>
 #include <QTimer>
+#include <QTranslator>
 
 namespace {
 
@@ -134,6 +136,11 @@ int main(int argc, char** argv) {
     GlobeWidget::installSurfaceFormat();
     QApplication application(argc, argv);
     QCoreApplication::setApplicationName("corridor");
+
+    QTranslator dialogTexts; // Qt's own, where the distribution's package has laid them down
+    if (dialogTexts.load("qtbase_zh_CN", QLibraryInfo::path(QLibraryInfo::TranslationsPath))) {
+        QCoreApplication::installTranslator(&dialogTexts);
+    }
 
     auto options = parseOptions(QCoreApplication::arguments().mid(1)); // less those that Qt took
     if (!options) {

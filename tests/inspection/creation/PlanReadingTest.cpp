@@ -133,6 +133,9 @@ TEST_F(PlanReadingTest, WhatTheUserHasAddedDuringAReadIsKept) {
     ProjectDraft draft;
     draft.addEpochs({m_files.file("old/dsm.tif"), m_files.file("old/dom.tif")});
     draft.addEpochs({m_files.file("new/dsm.tif"), m_files.file("old/dsm.tif")});
+    QObject::connect(&draft, &ProjectDraft::changed, [&] { // also when the first of the two reads has ended
+        EXPECT_EQ(draft.wish().epochs.back().surface, m_files.file("new/dsm.tif"));
+    });
     ASSERT_TRUE(waitUntil([&] { return !draft.isReading(); }));
     ASSERT_EQ(draft.wish().epochs.size(), 2U);
     EXPECT_EQ(draft.wish().epochs[0].picture, m_files.file("old/dom.tif"));

@@ -7,12 +7,15 @@
 #include "workbench/inspection/creation/StationPage.h"
 #include "workbench/inspectiondata/creation/CreateProject.h"
 
+#include <QDropEvent>
 #include <QKeyEvent>
 #include <QLabel>
+#include <QMimeData>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QStackedWidget>
 #include <QToolButton>
+#include <QUrl>
 #include <QVBoxLayout>
 
 namespace inspection {
@@ -46,6 +49,7 @@ NewProjectDialog::NewProjectDialog(QWidget* parent)
       m_back(button("back", tr("上一步"))), m_next(button("next", tr("下一步"))),
       m_cancel(button("cancel", tr("取消"))) {
     setObjectName("newProjectDialog");
+    setAcceptDrops(true);
     setWindowTitle(tr("新建项目"));
     m_pages = {new EpochPage(m_draft), new PipelinePage(m_draft), new StationPage(m_draft), m_confirm};
     build();
@@ -272,6 +276,23 @@ void NewProjectDialog::keyPressEvent(QKeyEvent* event) {
         return;
     }
     BaseDialog::keyPressEvent(event);
+}
+
+void NewProjectDialog::dragEnterEvent(QDragEnterEvent* event) {
+    if (event->mimeData()->hasUrls() && !m_isCreating) {
+        event->acceptProposedAction();
+    }
+}
+
+void NewProjectDialog::dropEvent(QDropEvent* event) {
+    QStringList files;
+    for (const QUrl& url : event->mimeData()->urls()) {
+        if (url.isLocalFile()) {
+            files << url.toLocalFile();
+        }
+    }
+    event->acceptProposedAction();
+    emit dropped(files);
 }
 
 } // namespace inspection

@@ -35,11 +35,15 @@ public:
     void done(int result) override;
 
 signals:
+    /// Files that were dropped on the dialog, for whoever tells rasters from vectors.
+    void dropped(const QStringList& files);
     /// The project is complete and closed; `notes` has a Chinese line for all that was not brought in as it was.
     void created(const QString& folder, const QStringList& notes);
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
 
 private:
     void build();
