@@ -95,15 +95,17 @@ void ProjectDesk::takeDropped(const QStringList& paths) {
 }
 
 void ProjectDesk::fillMenu(QMenu& menu) {
+    constexpr int kMostPixels = 320;
     menu.clear();
     menu.addAction(tr("新建项目…"), this, [this] { makeNew(); });
     menu.addSection(tr("最近的项目"));
     for (const RecentProject& project : RecentProjects::all()) {
-        QAction* action =
-            menu.addAction(project.name, this, [this, folder = project.folder] { open(folder); });
-        action->setToolTip(QDir::toNativeSeparators(project.folder));
+        const QString path = QDir::toNativeSeparators(project.folder);
+        const QString place = menu.fontMetrics().elidedText(path, Qt::ElideMiddle, kMostPixels);
+        QString text = project.name + QStringLiteral("  —  ") + place;
+        text.replace('&', "&&"); // or it would underline a letter
+        menu.addAction(text, this, [this, folder = project.folder] { open(folder); });
     }
-    menu.setToolTipsVisible(true);
 }
 
 void ProjectDesk::makeSample() {

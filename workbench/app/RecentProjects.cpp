@@ -49,7 +49,7 @@ std::vector<RecentProject> without(const QString& folder) {
 std::vector<RecentProject> RecentProjects::all() {
     std::vector<RecentProject> projects;
     Settings kept;
-    const int count = std::min(kept.beginReadArray(kKey), kMost);
+    const int count = kept.beginReadArray(kKey);
     for (int i = 0; i < count; ++i) {
         kept.setArrayIndex(i);
         projects.push_back({kept.value("folder").toString(), kept.value("name").toString(),

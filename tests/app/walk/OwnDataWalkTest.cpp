@@ -67,6 +67,7 @@ TEST_F(OwnDataWalk, TheFilesOfASurveyBecomeAProjectWithAnomaliesByMouse) {
     tickAllStations();
     computeAnomalies();
     EXPECT_GE(stored().size(), 20);
+    waitForGlobe();
     keepPicture("new-computed");
 }
 

@@ -11,6 +11,7 @@
 #include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
+#include <QPainter>
 #include <QPixmap>
 #include <QPushButton>
 #include <QSignalBlocker>
@@ -41,7 +42,8 @@ QString shortPath(const QString& path) {
 QIcon swatch(std::size_t epoch) {
     constexpr int kPixels = 12;
     QPixmap pixmap(kPixels, kPixels);
-    pixmap.fill(epochColour(epoch));
+    pixmap.fill(Qt::white); // a rim, for the row that is chosen
+    QPainter(&pixmap).fillRect(pixmap.rect().adjusted(1, 1, -1, -1), epochColour(epoch));
     return pixmap;
 }
 
