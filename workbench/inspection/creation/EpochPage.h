@@ -2,7 +2,6 @@
 
 #include "workbench/inspection/creation/DraftPage.h"
 
-class QLabel;
 class QLineEdit;
 class QPushButton;
 class QTreeWidget;

@@ -111,8 +111,9 @@ void PipelinePage::changeSource(const std::function<void(CenterlineSource&)>& ed
 void PipelinePage::setStart() {
     const auto start = chainageOf(m_start->text().trimmed());
     m_startProblem = start ? QString() : tr("“%1”不是里程，应形如 K12+500 或 12.5").arg(m_start->text());
-    if (start && m_draft.wish().centerline && m_draft.wish().centerline->startMetres != *start) {
-        changeSource([&start](CenterlineSource& source) { source.startMetres = *start; });
+    const auto& wish = m_draft.wish().centerline;
+    if (start && wish && wish->startMetres != *start) {
+        changeSource([metres = *start](CenterlineSource& source) { source.startMetres = metres; });
     } else {
         emit m_draft.changed();
     }

@@ -8,6 +8,7 @@
 #include <QPainter>
 #include <QToolButton>
 #include <QWheelEvent>
+#include <QtMath>
 
 #include <array>
 #include <cmath>
@@ -147,7 +148,7 @@ void PlanPreview::paintLine(QPainter& painter) const {
         }
         painter.save();
         painter.translate(at);
-        painter.rotate(std::atan2(-mark.direction.y(), mark.direction.x()) * 180.0 / M_PI);
+        painter.rotate(qRadiansToDegrees(std::atan2(-mark.direction.y(), mark.direction.x())));
         painter.setPen(QPen(Qt::white, 1.0));
         painter.setBrush(kPipe);
         painter.drawPolygon(arrowHead());

@@ -120,7 +120,8 @@ void readPipeline(PlanReading& reading, const PlanReading& before) {
         return;
     }
     CenterlineSource& wish = *reading.wish.centerline;
-    if (before.wish.centerline && before.wish.centerline->file == wish.file && before.centerline) {
+    const CenterlineSource known = before.wish.centerline.value_or(CenterlineSource());
+    if (known.file == wish.file && before.centerline) {
         reading.lineLayers = before.lineLayers;
     } else if (const auto layers = centerlineLayers(wish.file)) {
         reading.lineLayers = layers->size() > 1 ? *layers : QStringList();
@@ -128,8 +129,7 @@ void readPipeline(PlanReading& reading, const PlanReading& before) {
     if (wish.layer.isEmpty() || !reading.lineLayers.contains(wish.layer)) {
         wish.layer = likelyLayer(reading.lineLayers);
     }
-    if (before.centerline && isSame(wish, *before.wish.centerline) &&
-        haveSameEpochs(reading.wish, before.wish)) {
+    if (before.centerline && isSame(wish, known) && haveSameEpochs(reading.wish, before.wish)) {
         reading.centerline = before.centerline;
         return;
     }
@@ -246,7 +246,7 @@ PlanReading readPlan(NewProject wish, const PlanReading& before) {
 ProjectPlan planOf(const PlanReading& reading) {
     ProjectPlan plan;
     plan.name = reading.wish.name.isEmpty() ? suggestedName(reading) : reading.wish.name;
-    plan.surveys = *reading.surveys;
+    plan.surveys = reading.surveys.value_or(PlannedEpochs());
     plan.centerline = reading.centerline;
     plan.stations = reading.stations;
     plan.objects = reading.wish.objects;

@@ -104,12 +104,12 @@ Result<Session::Opened> Session::openBeside(const QString& folder, Project::Acce
 }
 
 Status Session::take(Opened opened) {
-    m_project.emplace(std::move(opened.project));
+    const Project& project = m_project.emplace(std::move(opened.project));
     m_database = std::move(opened.database);
     m_readOnlyReason = opened.readOnlyReason;
-    CurrentProject::set(&m_project->description(), m_database.get());
-    m_overlayMode = parameters().overlayMode;
-    return readHistory(m_history, *m_project, *m_database);
+    CurrentProject::set(&project.description(), m_database.get());
+    m_overlayMode = project.description().parameters.overlayMode;
+    return readHistory(m_history, project, *m_database);
 }
 
 void Session::watchOthers() {
