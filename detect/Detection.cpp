@@ -235,7 +235,7 @@ private:
         task.level = LevelOfDetection(m_request.parameters, coregistration, grid);
         task.growRatio = m_request.parameters.growRatio;
         if (!m_layout.offset || !task.shift.none()) {
-            task.artefactReach = ResamplingArtefacts::reachCells(grid, m_layout.newRaster.grid);
+            task.blur = ResamplingBlur(grid, m_layout.newRaster.grid, task.level.level());
         }
         task.dropLonely = m_request.parameters.rules.core;
         task.explain = m_request.parameters.rules.sliver;

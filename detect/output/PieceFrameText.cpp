@@ -9,7 +9,7 @@ namespace detect {
 
 namespace {
 
-constexpr int kFormatVersion = 1;
+constexpr int kFormatVersion = 2;
 
 CPLJSONArray arrayOf(const CellWindow& window) {
     CPLJSONArray array;

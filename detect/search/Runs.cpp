@@ -29,9 +29,12 @@ std::size_t nextMember(const std::int8_t* signs, std::size_t i, std::size_t colu
 /// No survey is as bad as this; keeps the sums within 64 bits.
 constexpr double kWorstSigmaMetres = 64.0;
 
-std::int64_t varianceUnits(float sigmaMetres) {
-    const double sigma = std::min(static_cast<double>(sigmaMetres), kWorstSigmaMetres);
-    return static_cast<std::int64_t>(sigma * sigma / kVarianceUnitSquareMetres);
+/// What dZ may be off for being blurred counts as two standard deviations.
+std::int64_t varianceUnits(float sigmaMetres, float blurMetres) {
+    const auto noise = static_cast<double>(sigmaMetres);
+    const double blur = static_cast<double>(blurMetres) / 2.0;
+    const double variance = std::min(noise * noise + blur * blur, kWorstSigmaMetres * kWorstSigmaMetres);
+    return static_cast<std::int64_t>(variance / kVarianceUnitSquareMetres);
 }
 
 bool isMeasured(float dz) {
@@ -78,9 +81,6 @@ void RunFinder::markSigns(const RowOfCells& cells) {
         for (std::size_t i = 0; i < count; ++i) {
             signs[i] = sign(dz[i], level.at(sigmas[i]) * growRatio);
         }
-    }
-    for (std::size_t i = 0; cells.excluded && i < count; ++i) {
-        signs[i] = cells.excluded[i] != 0 ? std::int8_t{0} : signs[i];
     }
 }
 
@@ -155,7 +155,7 @@ void dropLonelyRuns(std::vector<Run>& runs, const BlockEdges& edges) {
     runs.resize(kept);
 }
 
-void measureRun(const float* dz, const float* sigmas, const CellLevel& level, Run& run) {
+void measureRun(const float* dz, const CellUncertainty& uncertainty, const CellLevel& level, Run& run) {
     run.lowest = run.highest = dz[0];
     const auto cells = static_cast<std::size_t>(run.cells());
     for (std::size_t i = 0; i < cells; ++i) {
@@ -163,9 +163,9 @@ void measureRun(const float* dz, const float* sigmas, const CellLevel& level, Ru
         run.highest = std::max(run.highest, dz[i]);
         const auto units = static_cast<std::int64_t>(static_cast<double>(dz[i]) / kSumUnitMetres);
         (units > 0 ? run.raised : run.sunk) += units;
-        const float sigma = sigmas ? sigmas[i] : level.sigma;
-        run.strongest = std::max(run.strongest, std::abs(dz[i]) / level.at(sigma));
-        run.variance += varianceUnits(sigma);
+        const float sigma = uncertainty.sigmas ? uncertainty.sigmas[i] : level.sigma;
+        run.strongest = std::max(run.strongest, std::abs(dz[i]) / uncertainty.seedLevel(i, level));
+        run.variance += varianceUnits(sigma, uncertainty.blurs ? uncertainty.blurs[i] : 0.0F);
     }
 }
 

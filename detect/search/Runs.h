@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -32,9 +33,22 @@ struct Run {
     std::int64_t variance = 0; ///< sum over the cells, in varianceUnitSquareMetres
     /// Cells whose change a shift by one cell would explain; see Traits. 0 where no rule asks.
     std::int32_t explainedByShift = 0;
+    /// Cells in the middle of a core: 3 x 3 cells that all reach their whole level of detection.
+    std::int32_t cores = 0;
+    std::int32_t coresBegin = 0; ///< all of them lie in these columns
+    std::int32_t coresEnd = 0;
     std::size_t heights = 0; ///< where the dZ of its cells begin in what goes with the runs
 
     std::int32_t cells() const { return end - begin; }
+    /// Takes over the cores of another run of the row.
+    void addCores(std::int32_t count, std::int32_t from, std::int32_t to) {
+        if (count == 0) {
+            return;
+        }
+        coresBegin = cores == 0 ? from : std::min(coresBegin, from);
+        coresEnd = std::max(coresEnd, to);
+        cores += count;
+    }
     /// Row order; at one place cut before fill.
     bool isBefore(const Run& other) const {
         return row != other.row       ? row < other.row
@@ -66,8 +80,6 @@ struct RowOfCells {
     int columns = 0;
     int row = 0;
     int firstColumn = 0;
-    /// Cells whose flag is set are no members, whatever their dZ; null for none.
-    const std::uint8_t* excluded = nullptr;
     /// Standard deviation of each cell's dZ, metres; null where one holds for all.
     const float* sigmas = nullptr;
 };
@@ -122,8 +134,21 @@ constexpr BlockEdges kNothingOpen{-1, -1, -1, -1};
 /// stay. `runs` are in row order.
 void dropLonelyRuns(std::vector<Run>& runs, const BlockEdges& edges);
 
-/// Fills extremes and sums of a run from the dZ of its cells and their standard deviations (metres); null
-/// where that of `level` holds for all.
-void measureRun(const float* dz, const float* sigmas, const CellLevel& level, Run& run);
+/// What is uncertain about the dZ of a row of cells, metres.
+struct CellUncertainty {
+    const float* sigmas = nullptr; ///< standard deviations; null where that of the level holds for all
+    const float* blurs = nullptr;  ///< see ResamplingBlur; null for none
+
+    CellUncertainty from(std::size_t cell) const {
+        return {sigmas ? sigmas + cell : nullptr, blurs ? blurs + cell : nullptr};
+    }
+    /// What |dZ| of a cell must reach as the seed of a change.
+    float seedLevel(std::size_t cell, const CellLevel& level) const {
+        return level.at(sigmas ? sigmas[cell] : level.sigma) + (blurs ? blurs[cell] : 0.0F);
+    }
+};
+
+/// Fills extremes and sums of a run from the dZ of its cells (metres) and what is uncertain about them.
+void measureRun(const float* dz, const CellUncertainty& uncertainty, const CellLevel& level, Run& run);
 
 } // namespace detect

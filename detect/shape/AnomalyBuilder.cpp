@@ -10,7 +10,6 @@ namespace detect {
 
 namespace {
 
-constexpr std::int32_t kCoreCells = 3;
 constexpr std::int64_t kLeastBodyCells = 16;
 /// Bands of less than these widths may be slivers or speckle, cells.
 constexpr double kSliverCells = 4.0;
@@ -19,35 +18,13 @@ constexpr double kMostExplained = 0.6;
 constexpr double kLeastCompact = 0.7;
 constexpr double kRoughestRagged = 0.25;
 constexpr double kRoughestCompact = 0.4;
-using RunIterator = std::vector<Run>::const_iterator;
-
-struct RowRuns {
-    std::int32_t row = -2;
-    RunIterator begin;
-    RunIterator end;
-};
-
-/// A stretch of coreCells columns that all three rows cover.
-bool shareCore(RowRuns a, RowRuns b, RowRuns c) {
-    while (a.begin != a.end && b.begin != b.end && c.begin != c.end) {
-        const std::int32_t begin = std::max({a.begin->begin, b.begin->begin, c.begin->begin});
-        const std::int32_t end = std::min({a.begin->end, b.begin->end, c.begin->end});
-        if (end - begin >= kCoreCells) {
-            return true;
-        }
-        if (a.begin->end == end) {
-            ++a.begin;
-        } else if (b.begin->end == end) {
-            ++b.begin;
-        } else {
-            ++c.begin;
-        }
-    }
-    return false;
-}
 
 bool reachesLevelOfDetection(const std::vector<Run>& runs) {
     return std::any_of(runs.begin(), runs.end(), [](const Run& run) { return run.strongest >= 1.0F; });
+}
+
+bool hasCore(const std::vector<Run>& runs) {
+    return std::any_of(runs.begin(), runs.end(), [](const Run& run) { return run.cores > 0; });
 }
 
 bool isOneRow(const std::vector<Run>& runs) {
@@ -76,23 +53,6 @@ double signedArea(const Ring& ring) {
 
 } // namespace
 
-bool hasCore(const std::vector<Run>& runs) {
-    RowRuns above;
-    RowRuns middle;
-    for (auto begin = runs.begin(); begin != runs.end();) {
-        const auto end =
-            std::find_if(begin, runs.end(), [begin](const Run& run) { return run.row != begin->row; });
-        const RowRuns row{begin->row, begin, end};
-        if (above.row + 2 == row.row && middle.row + 1 == row.row && shareCore(above, middle, row)) {
-            return true;
-        }
-        above = middle;
-        middle = row;
-        begin = end;
-    }
-    return false;
-}
-
 AnomalyBuilder::AnomalyBuilder(const Grid& grid, const Parameters& parameters,
                                const Coregistration& coregistration, AnomalyOrder& found)
     : m_grid(grid), m_parameters(parameters), m_level(parameters, coregistration, grid),
@@ -104,6 +64,10 @@ void AnomalyBuilder::consider(Component& component) {
     }
     // What lies in one row was perhaps left out on the way; it does not count as turned away.
     if (m_parameters.rules.core && isOneRow(component.runs)) {
+        return;
+    }
+    if (m_parameters.rules.core && !hasCore(component.runs)) {
+        ++m_rejections.core;
         return;
     }
     component.putInRowOrder();

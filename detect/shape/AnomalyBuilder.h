@@ -41,7 +41,4 @@ private:
     Rejections m_rejections;
 };
 
-/// True when the runs (row order) hold a full block of 3 x 3 cells.
-bool hasCore(const std::vector<Run>& runs);
-
 } // namespace detect

@@ -95,18 +95,19 @@ private:
         const auto has = [&](int cell) {
             return std::binary_search(component.cells.begin(), component.cells.end(), cell);
         };
-        bool strong = false;
+        const auto isStrong = [&](int cell) {
+            const float height = component.sign > 0 ? dz(cell) : -dz(cell);
+            return has(cell) && height >= static_cast<float>(m_parameters.thresholdMetres);
+        };
         bool core = false;
         for (const int cell : component.cells) {
-            const float height = component.sign > 0 ? dz(cell) : -dz(cell);
-            strong = strong || height >= static_cast<float>(m_parameters.thresholdMetres);
             bool whole = cell % m_columns + 2 < m_columns;
             for (int k = 0; k < 9; ++k) {
-                whole = whole && has(cell + k / 3 * m_columns + k % 3);
+                whole = whole && isStrong(cell + k / 3 * m_columns + k % 3);
             }
             core = core || whole;
         }
-        return strong && core &&
+        return core &&
                static_cast<double>(component.cells.size()) * cellArea >= m_parameters.minAreaSquareMetres;
     }
 
