@@ -55,7 +55,7 @@ Read readCoregistration(const Options& options, detect::Parameters& parameters) 
     if (options.has("--coregister")) {
         const auto method = detect::methodNamed(options.value("--coregister"));
         if (!method) {
-            return wrongUse("--coregister 只能是 none、bias 或 full");
+            return wrongUse("--coregister 只能是 auto、none、bias、full 或 local");
         }
         parameters.coregistration = *method;
     }

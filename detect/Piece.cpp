@@ -12,11 +12,18 @@ namespace detect {
 
 namespace {
 
+/// The field itself is not in a piece's file; its figures are.
+bool same(const LocalCorrection& a, const LocalCorrection& b) {
+    return a.shortestWavelengthMetres == b.shortestWavelengthMetres && a.largestMetres == b.largestMetres &&
+           a.sigmaMetres == b.sigmaMetres && a.exceedingShare == b.exceedingShare &&
+           a.leftOutShare == b.leftOutShare;
+}
+
 bool same(const Coregistration& a, const Coregistration& b) {
-    return a.method == b.method && a.dxMetres == b.dxMetres && a.dyMetres == b.dyMetres &&
-           a.dzMetres == b.dzMetres && a.tiltEast == b.tiltEast && a.tiltNorth == b.tiltNorth &&
-           a.sigmaMetres == b.sigmaMetres && a.sigmaPerSlopeMetres == b.sigmaPerSlopeMetres &&
-           a.correlatedCells == b.correlatedCells;
+    return same(a.local, b.local) && a.method == b.method && a.dxMetres == b.dxMetres &&
+           a.dyMetres == b.dyMetres && a.dzMetres == b.dzMetres && a.tiltEast == b.tiltEast &&
+           a.tiltNorth == b.tiltNorth && a.sigmaMetres == b.sigmaMetres &&
+           a.sigmaPerSlopeMetres == b.sigmaPerSlopeMetres && a.correlatedCells == b.correlatedCells;
 }
 
 bool same(const std::optional<Significance>& a, const std::optional<Significance>& b) {

@@ -1,6 +1,7 @@
 #include "detect/raster/Resampler.h"
 
 #include "detect/GdalErrors.h"
+#include "detect/raster/CubicWeights.h"
 #include "detect/raster/HeightRange.h"
 
 #include <algorithm>
@@ -27,16 +28,6 @@ constexpr int kPostsAfter = 2;
 constexpr int kPosts = kPostsBefore + 1 + kPostsAfter;
 
 using PostWeights = std::array<float, kPosts>;
-
-/// Cubic convolution (Keys 1981, a = -1/2): weights of the posts around a place that lies `share` of the way from
-/// the second to the third. Exact on planes and parabolas.
-PostWeights cubicWeights(double share) {
-    const double s = share;
-    const double s2 = s * s;
-    const double s3 = s2 * s;
-    return {static_cast<float>(-0.5 * s3 + s2 - 0.5 * s), static_cast<float>(1.5 * s3 - 2.5 * s2 + 1.0),
-            static_cast<float>(-1.5 * s3 + 2.0 * s2 + 0.5 * s), static_cast<float>(0.5 * s3 - 0.5 * s2)};
-}
 
 /// The sixteen posts from `first` on, kept within their heights; NaN when one is missing. Sums differences from
 /// one of them, which are small, so that no digits of the height are lost.
@@ -201,9 +192,20 @@ Resampler::Lattice Resampler::layLattice(const CellWindow& tile, const Shift& sh
     return lattice;
 }
 
-Status Resampler::readSourceAround(RasterSource& newRaster, const Lattice& lattice) {
+Status Resampler::readSourceAround(RasterSource& newRaster, const CellWindow& tile, const Lattice& lattice) {
+    std::vector<Point> places = lattice.nodes;
+    if (places.size() == 2 * static_cast<std::size_t>(lattice.columns)) { // perhaps a few of the rows between
+        const double first = double(tile.row - lattice.firstRow) / kLatticeStep;
+        const double last = double(tile.row + tile.rows - lattice.firstRow) / kLatticeStep;
+        for (std::size_t i = 0; i < places.size() / 2; ++i) {
+            const Point upper = lattice.nodes[i];
+            const Point lower = lattice.nodes[i + places.size() / 2];
+            places[i] = between(upper, lower, first);
+            places[i + places.size() / 2] = between(upper, lower, last);
+        }
+    }
     Box box{HUGE_VAL, HUGE_VAL, -HUGE_VAL, -HUGE_VAL};
-    for (const Point& p : lattice.nodes) {
+    for (const Point& p : places) {
         if (finite(p)) {
             box = {std::min(box.xMin, p.x), std::min(box.yMin, p.y), std::max(box.xMax, p.x),
                    std::max(box.yMax, p.y)};
@@ -360,7 +362,7 @@ void Resampler::addUpRows(const float* first, std::size_t stride, const std::arr
 Status Resampler::readTile(RasterSource& newRaster, const CellWindow& tile, const Shift& shift,
                            float* heights, std::size_t stride) {
     const Lattice lattice = layLattice(tile, shift);
-    if (auto done = readSourceAround(newRaster, lattice); !done) {
+    if (auto done = readSourceAround(newRaster, tile, lattice); !done) {
         return failed(done);
     }
     if (m_plainShift && !m_sourceWindow.empty()) {

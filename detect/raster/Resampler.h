@@ -58,7 +58,7 @@ private:
     int chooseSamplesPerCell() const;
     void toNewCells(std::vector<Point>& oldCells, const Shift& shift) const;
     Lattice layLattice(const CellWindow& tile, const Shift& shift) const;
-    Status readSourceAround(RasterSource& newRaster, const Lattice& lattice);
+    Status readSourceAround(RasterSource& newRaster, const CellWindow& tile, const Lattice& lattice);
     Status readTile(RasterSource& newRaster, const CellWindow& tile, const Shift& shift, float* heights,
                     std::size_t stride);
     bool isPlainShift() const;

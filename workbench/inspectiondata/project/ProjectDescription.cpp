@@ -44,6 +44,10 @@ QString coregistrationName(detect::CoregistrationMethod method) {
         return QStringLiteral("bias");
     case detect::CoregistrationMethod::Full:
         return QStringLiteral("full");
+    case detect::CoregistrationMethod::Local:
+        return QStringLiteral("local");
+    case detect::CoregistrationMethod::Auto:
+        return QStringLiteral("auto");
     case detect::CoregistrationMethod::None:
         break;
     }
@@ -56,6 +60,10 @@ QString coregistrationTitle(detect::CoregistrationMethod method) {
         return QStringLiteral("高程偏差改正");
     case detect::CoregistrationMethod::Full:
         return QStringLiteral("平面与高程配准");
+    case detect::CoregistrationMethod::Local:
+        return QStringLiteral("局部配准");
+    case detect::CoregistrationMethod::Auto:
+        return QStringLiteral("自动配准");
     case detect::CoregistrationMethod::None:
         break;
     }

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "detect/coregister/ShiftSearch.h"
+
+namespace detect {
+
+/// Chooses, for CoregistrationMethod::Auto, what the evidence supports, from the simplest on:
+///
+/// - shift: not refused (see Coregister.h), at least a twentieth of a cell, and more than four of its standard
+///   errors. Less than that does not pay for the resampling.
+/// - plane: it lowers the scatter (NMAD) of the means over blocks of 16 x 16 cells by a tenth or more.
+/// - bias: more than three of its standard errors; always with a shift or a plane.
+/// - local: the blocks around foretell a block's level (Foretelling::isSmoothMisfit) in the sample, and then in
+///   the whole pair.
+///
+/// `measured` is the co-registration of method None, `biased` of method Bias. The choice and its reasons are in
+/// Coregistration::reason.
+Result<Coregistration> chooseModel(const PairLayout& layout, const StableSample& sample,
+                                   const Coregistration& measured, const Coregistration& biased, int threads,
+                                   const Progress& progress);
+
+/// Takes off what varies slowly, after the shift and the plane that `found` holds; false where nothing was.
+Result<bool> correctLocally(const PairLayout& layout, const ShiftSearch& search, int threads,
+                            const Progress& progress, bool always, Coregistration& found);
+
+} // namespace detect
