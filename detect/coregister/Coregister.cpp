@@ -38,20 +38,13 @@ Coregistration levelled(const Coregistration& measured, const RobustCentre& leve
 }
 
 /// From the bias on.
-Result<Coregistration> search(const PairLayout& layout, const StableSample& sample,
-                              CoregistrationMethod method, Coregistration found, int threads,
-                              const Progress& progress, bool tilt) {
+Result<Coregistration> search(const PairLayout& layout, const StableSample& sample, Coregistration found,
+                              int threads, const Progress& progress, bool tilt) {
     ShiftSearch shifts(layout, sample, threads, progress);
-    const bool local = method == CoregistrationMethod::Local;
     found.method = CoregistrationMethod::Full;
     found.iterations = 0;
-    if (auto done = shifts.improve(found, tilt || local); !done) {
+    if (auto done = shifts.improve(found, tilt); !done) {
         return failed(done);
-    }
-    if (local) {
-        if (auto corrected = correctLocally(layout, shifts, threads, progress, true, found); !corrected) {
-            return failed(corrected);
-        }
     }
     return found;
 }
@@ -76,10 +69,11 @@ Result<Coregistration> coregister(const PairLayout& layout, CoregistrationMethod
         return biased;
     }
     const Progress searching = part(progress, samplingShare, 1.0 - samplingShare);
-    if (method == CoregistrationMethod::Auto) {
-        return chooseModel(layout, *sample, measured, biased, threads, searching);
+    if (method == CoregistrationMethod::Full) {
+        return search(layout, *sample, biased, threads, searching, tilt);
     }
-    return search(layout, *sample, method, biased, threads, searching, tilt);
+    const bool alwaysLocal = method == CoregistrationMethod::Local;
+    return chooseModel(layout, *sample, measured, biased, alwaysLocal, threads, searching);
 }
 
 } // namespace detect

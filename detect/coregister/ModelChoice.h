@@ -13,14 +13,12 @@ namespace detect {
 /// - local: the blocks around foretell a block's level (Foretelling::isSmoothMisfit) in the sample, and then in
 ///   the whole pair.
 ///
+/// With `alwaysLocal` (CoregistrationMethod::Local) the field is taken off whatever the blocks foretell.
+///
 /// `measured` is the co-registration of method None, `biased` of method Bias. The choice and its reasons are in
 /// Coregistration::reason.
 Result<Coregistration> chooseModel(const PairLayout& layout, const StableSample& sample,
-                                   const Coregistration& measured, const Coregistration& biased, int threads,
-                                   const Progress& progress);
-
-/// Takes off what varies slowly, after the shift and the plane that `found` holds; false where nothing was.
-Result<bool> correctLocally(const PairLayout& layout, const ShiftSearch& search, int threads,
-                            const Progress& progress, bool always, Coregistration& found);
+                                   const Coregistration& measured, const Coregistration& biased,
+                                   bool alwaysLocal, int threads, const Progress& progress);
 
 } // namespace detect

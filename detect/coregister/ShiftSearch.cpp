@@ -35,12 +35,45 @@ void addHeights(const Adjustment& step, Coregistration& found) {
     found.tiltNorth += step.tiltNorth;
 }
 
+/// Takes the mean slopes and the median dZ of each block off.
+void levelBlocks(EquationSet& equations) {
+    std::vector<float> dz;
+    for (std::size_t i = 0, begin = 0; i < equations.blockEnds.size(); begin = equations.blockEnds[i++]) {
+        const std::size_t end = equations.blockEnds[i];
+        Slope slope;
+        Slope half;
+        dz.clear();
+        for (std::size_t k = begin; k < end; ++k) {
+            const Equation& e = equations.cells[k];
+            slope = {slope.east + e.slope.east, slope.north + e.slope.north};
+            half = {half.east + e.halfDifference.east, half.north + e.halfDifference.north};
+            dz.push_back(e.dz);
+        }
+        const auto share = 1.0F / static_cast<float>(end - begin);
+        const auto level = static_cast<float>(median(dz));
+        for (std::size_t k = begin; k < end; ++k) {
+            Equation& e = equations.cells[k];
+            e.slope = {e.slope.east - share * slope.east, e.slope.north - share * slope.north};
+            e.halfDifference = {e.halfDifference.east - share * half.east,
+                                e.halfDifference.north - share * half.north};
+            e.dz -= level;
+        }
+    }
+}
+
 } // namespace
 
 ShiftSearch::ShiftSearch(const PairLayout& layout, const StableSample& sample, int threads,
                          const Progress& progress)
     : m_layout(layout), m_sample(sample), m_threads(threads), m_progress(progress),
       m_frame(layout.oldRaster.grid) {}
+
+Status ShiftSearch::improveWithinBlocks(Coregistration& found) {
+    m_withinBlocks = true;
+    Status done = improve(found, false);
+    m_withinBlocks = false;
+    return done;
+}
 
 Status ShiftSearch::improve(Coregistration& found, bool tilt) {
     m_tilt = tilt;
@@ -103,7 +136,10 @@ Result<ShiftSearch::Refusal> ShiftSearch::findShift(Coregistration& found) {
         if (!read) {
             return failed(read);
         }
-        const auto& equations = *read;
+        EquationSet& equations = *read;
+        if (m_withinBlocks) {
+            levelBlocks(equations);
+        }
         if (!spansEnough(equations)) {
             return Refusal{kTooFewCells};
         }

@@ -13,6 +13,9 @@ public:
 
     /// Improves a co-registration that holds the bias: adds shift and plane, or the reason of a refusal.
     Status improve(Coregistration& found, bool tilt);
+    /// The same from what varies within each block of the sample alone: dZ and slopes less their means over it. A
+    /// misfit that varies slowly looks like a shift where slopes are one-sided; within a block it is level.
+    Status improveWithinBlocks(Coregistration& found);
     /// Of the last fit that improve() made.
     const ShiftEvidence& evidence() const { return m_evidence; }
 
@@ -50,6 +53,7 @@ private:
     const Progress& m_progress;
     CellFrame m_frame;
     bool m_tilt = false;
+    bool m_withinBlocks = false;
     ShiftEvidence m_evidence;
 };
 

@@ -11,6 +11,8 @@ namespace {
 
 /// No survey tells less, also where two epochs agree perfectly.
 constexpr float kLeastLevelMetres = 0.001F;
+/// Of a million stable cells a few dozen are farther off, single ones.
+constexpr double kSeedSigmas = 4.0;
 
 /// Rise over one cell from the heights on its two sides, `apart` cells from each other; where one is missing
 /// the cell's own stands for it. Level where nothing is.
@@ -38,6 +40,9 @@ LevelOfDetection::LevelOfDetection(const Parameters& parameters, const Coregistr
                                    const Grid& grid)
     : m_grid(grid) {
     m_cell.threshold = std::max(kLeastLevelMetres, static_cast<float>(parameters.thresholdMetres));
+    if (parameters.rules.speckle) {
+        m_cell.seed = static_cast<float>(kSeedSigmas * coregistration.sigmaMetres);
+    }
     if (!parameters.significance) {
         m_cell.sigma = static_cast<float>(coregistration.nmadAfterMetres); // of all slopes together
         return;

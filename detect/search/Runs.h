@@ -89,6 +89,7 @@ struct CellLevel {
     float threshold = 0.5F;
     float quantile = 0.0F;
     float sigma = 0.0F; ///< of the cells that bring no standard deviation of their own
+    float seed = 0.0F;  ///< what seeds must reach at least, or noise makes them; metres
 
     float at(float cellSigma) const {
         const float significant = quantile * cellSigma;
@@ -144,7 +145,8 @@ struct CellUncertainty {
     }
     /// What |dZ| of a cell must reach as the seed of a change.
     float seedLevel(std::size_t cell, const CellLevel& level) const {
-        return level.at(sigmas ? sigmas[cell] : level.sigma) + (blurs ? blurs[cell] : 0.0F);
+        const float needed = level.at(sigmas ? sigmas[cell] : level.sigma);
+        return (needed > level.seed ? needed : level.seed) + (blurs ? blurs[cell] : 0.0F);
     }
 };
 

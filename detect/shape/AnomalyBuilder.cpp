@@ -14,6 +14,11 @@ constexpr std::int64_t kLeastBodyCells = 16;
 /// Bands of less than these widths may be slivers or speckle, cells.
 constexpr double kSliverCells = 4.0;
 constexpr double kSpeckleCells = 3.0;
+constexpr double kNoisySpeckleCells = 5.0;
+constexpr double kRoughestInNoise = 0.15;
+/// Departures of a cell from the line between its neighbours, over the standard deviation on stable ground, where
+/// they are 0.8 when the cells' errors hang together as those of matched points do, 1 when they do not.
+constexpr double kRoughestSigmas = 1.4;
 constexpr double kMostExplained = 0.6;
 constexpr double kLeastCompact = 0.7;
 constexpr double kRoughestRagged = 0.25;
@@ -35,11 +40,15 @@ bool isSliver(const Traits& traits) {
     return traits.widthCells < kSliverCells && traits.explainedByShift > kMostExplained;
 }
 
-/// A heap of a few cells is rough, but compact.
-bool isSpeckle(const Traits& traits) {
+/// A heap of a few cells is rough, but compact. Where cells scatter more than those of stable ground do, wider and
+/// gentler speckle than that is none of the ground's either.
+bool isSpeckle(const Traits& traits, double sigmaMetres) {
     const bool ragged = traits.rectangularity < kLeastCompact;
-    return traits.widthCells < kSpeckleCells &&
-           traits.roughness > (ragged ? kRoughestRagged : kRoughestCompact);
+    const bool rough = traits.roughness > (ragged ? kRoughestRagged : kRoughestCompact);
+    const bool rougherThanGround = ragged && traits.roughness > kRoughestInNoise &&
+                                   traits.roughness * traits.meanMetres > kRoughestSigmas * sigmaMetres;
+    return traits.widthCells < (rougherThanGround ? kNoisySpeckleCells : kSpeckleCells) &&
+           (rough || rougherThanGround);
 }
 
 double signedArea(const Ring& ring) {
@@ -56,7 +65,8 @@ double signedArea(const Ring& ring) {
 AnomalyBuilder::AnomalyBuilder(const Grid& grid, const Parameters& parameters,
                                const Coregistration& coregistration, AnomalyOrder& found)
     : m_grid(grid), m_parameters(parameters), m_level(parameters, coregistration, grid),
-      m_correlatedCells(std::max(1.0, coregistration.correlatedCells)), m_found(found) {}
+      m_correlatedCells(std::max(1.0, coregistration.correlatedCells)),
+      m_sigmaMetres(coregistration.sigmaMetres), m_found(found) {}
 
 void AnomalyBuilder::consider(Component& component) {
     if (!reachesLevelOfDetection(component.runs)) {
@@ -115,7 +125,7 @@ bool AnomalyBuilder::passes(const Traits& traits) {
         ++m_rejections.sliver;
         return false;
     }
-    if (m_parameters.rules.speckle && isSpeckle(traits)) {
+    if (m_parameters.rules.speckle && isSpeckle(traits, m_sigmaMetres)) {
         ++m_rejections.speckle;
         return false;
     }

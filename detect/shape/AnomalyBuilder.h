@@ -37,6 +37,7 @@ private:
     Parameters m_parameters;
     LevelOfDetection m_level;
     double m_correlatedCells;
+    double m_sigmaMetres; ///< of a cell on stable ground
     AnomalyOrder& m_found;
     Rejections m_rejections;
 };
