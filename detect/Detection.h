@@ -152,6 +152,10 @@ struct Parameters {
     /// With CoregistrationMethod::Full, level a tilt plane between the epochs too; also where the shift is
     /// refused. Without Full it has no effect: Local always does, Auto when it sees one.
     bool tilt = false;
+    /// Files of ground (vector or raster, see GroundMask) that tells nothing about the co-registration, and of
+    /// ground that is not looked at at all; empty for none.
+    std::string unstableMask;
+    std::string ignoreMask;
     /// Worker threads; 0 means one for each processor.
     int threads = 0;
     /// Rows and columns of one block; 0 chooses by the raster's tiles. Results never depend on them.
@@ -206,6 +210,9 @@ struct Request {
     /// When given, dZ (new - old, metres, Float32, no-data NaN) is written into it as a tiled, compressed
     /// GeoTIFF; the caller commits it. It stays empty where the window has no cell in common.
     const StagedOutput* dzRaster = nullptr;
+    /// When given, what the local field adds to the new heights is written into it (see writeCorrection); the
+    /// caller commits it.
+    const StagedOutput* correctionRaster = nullptr;
 };
 
 /// What a run tells besides its anomalies.

@@ -42,8 +42,9 @@ bool same(const Rules& a, const Rules& b) {
 bool same(const Parameters& a, const Parameters& b) {
     return a.thresholdMetres == b.thresholdMetres && a.growRatio == b.growRatio &&
            same(a.significance, b.significance) && a.minAreaSquareMetres == b.minAreaSquareMetres &&
-           a.coregistration == b.coregistration && a.tilt == b.tilt && same(a.rules, b.rules) &&
-           a.splitBodies == b.splitBodies && a.simplifyOutlines == b.simplifyOutlines;
+           a.coregistration == b.coregistration && a.tilt == b.tilt && a.unstableMask == b.unstableMask &&
+           a.ignoreMask == b.ignoreMask && same(a.rules, b.rules) && a.splitBodies == b.splitBodies &&
+           a.simplifyOutlines == b.simplifyOutlines;
 }
 
 bool same(const CellWindow& a, const CellWindow& b) {

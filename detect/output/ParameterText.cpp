@@ -105,6 +105,15 @@ bool parse(const CPLJSONObject& object, Coregistration& coregistration) {
     return true;
 }
 
+void addMasks(const Parameters& parameters, CPLJSONObject& object) {
+    if (!parameters.unstableMask.empty()) {
+        object.Add("unstable", parameters.unstableMask);
+    }
+    if (!parameters.ignoreMask.empty()) {
+        object.Add("ignore", parameters.ignoreMask);
+    }
+}
+
 void addSignificance(const std::optional<Significance>& significance, CPLJSONObject& object) {
     if (!significance) {
         return;
