@@ -149,14 +149,35 @@ private:
         std::vector<float> differences;
         std::copy_if(apart.begin(), apart.end(), std::back_inserter(differences), isKnown);
         const double reachAround = std::max(kBlockNmads * nmad(differences, 0.0), least);
+        std::vector<std::uint8_t> changed(count(), 0);
         for (std::size_t i = 0; i < count(); ++i) {
-            float& level = m_levels.all()[i];
-            const bool changed = std::abs(static_cast<double>(level) - middle) > reachOfAll ||
-                                 std::abs(static_cast<double>(apart[i])) > reachAround;
-            if (isKnown(level) && changed) {
-                level = kNoLevel;
+            const auto level = static_cast<double>(m_levels.all()[i]);
+            changed[i] = std::abs(level - middle) > reachOfAll ||
+                         std::abs(static_cast<double>(apart[i])) > reachAround;
+        }
+        for (std::size_t i = 0; i < count(); ++i) {
+            if (changed[i] != 0 || runsOutHere(i, changed, apart, reachAround / 3.0)) {
+                m_levels.all()[i] = kNoLevel;
             }
         }
+    }
+
+    /// A change beside the block reaches into it: it lies off to the same side.
+    bool runsOutHere(std::size_t block, const std::vector<std::uint8_t>& changed,
+                     const std::vector<float>& apart, double reach) const {
+        if (!(std::abs(static_cast<double>(apart[block])) > reach)) {
+            return false;
+        }
+        for (int r = rowOf(block) - 1; r <= rowOf(block) + 1; ++r) {
+            for (int c = columnOf(block) - 1; c <= columnOf(block) + 1; ++c) {
+                const bool inside = c >= 0 && r >= 0 && c < m_levels.columns() && r < m_levels.rows();
+                const std::size_t other = inside ? m_levels.index(c, r) : block;
+                if (changed[other] != 0 && apart[other] * apart[block] > 0.0F) {
+                    return true;
+                }
+            }
+        }
+        return false;
     }
 
     /// Medians of the cells that lie near what is known around them; blocks left out may come back.

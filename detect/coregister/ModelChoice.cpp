@@ -15,6 +15,8 @@ constexpr double kLeastShiftCells = 0.05;
 constexpr double kLeastOfAnotherShift = 0.02;
 constexpr double kShiftErrors = 4.0;
 constexpr double kBiasErrors = 3.0;
+/// A bias of less than this share of a cell's noise is no matter, and changes of the ground make one.
+constexpr double kLeastOfSigma = 0.03;
 constexpr double kMedianEfficiency = 1.25;
 /// Of the scatter of block means, that a plane must leave at most.
 constexpr double kLeftByPlane = 0.9;
@@ -185,9 +187,10 @@ private:
     Status chooseBias(const Coregistration& measured, Coregistration& found) {
         const double cells = static_cast<double>(m_sample.dz.size()) / found.correlatedCells;
         const double error = kMedianEfficiency * found.sigmaMetres / std::sqrt(std::max(1.0, cells));
-        if (found.method == CoregistrationMethod::Bias && std::abs(found.dzMetres) <= kBiasErrors * error) {
+        const double least = std::max(kBiasErrors * error, kLeastOfSigma * found.sigmaMetres);
+        if (found.method == CoregistrationMethod::Bias && std::abs(found.dzMetres) <= least) {
             found = measured;
-            m_bias = text("无高差（不足 3 倍标准误差 %.4f m）", error);
+            m_bias = text("无高差（不足 %.4f m）", least);
         } else {
             m_bias = text("高差 %.3f m", found.dzMetres);
         }

@@ -9,7 +9,8 @@ namespace detect {
 /// - shift: not refused (see Coregister.h), at least a twentieth of a cell, and more than four of its standard
 ///   errors. Less than that does not pay for the resampling.
 /// - plane: it lowers the scatter (NMAD) of the means over blocks of 16 x 16 cells by a tenth or more.
-/// - bias: more than three of its standard errors; always with a shift or a plane.
+/// - bias: more than three of its standard errors and a thirtieth of the noise of a cell; always with a shift or a
+///   plane.
 /// - local: the blocks around foretell a block's level (Foretelling::isSmoothMisfit) in the sample, and then in
 ///   the whole pair.
 ///

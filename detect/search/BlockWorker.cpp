@@ -1,8 +1,10 @@
 #include "detect/search/BlockWorker.h"
 
 #include "detect/raster/HeightRange.h"
+#include "detect/search/MedianOfNine.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace detect {
 
@@ -133,13 +135,58 @@ void BlockWorker::findRuns(const Inset& inset, Block& block) {
         cells.row = window.row + row;
         cells.firstColumn = window.column;
         cells.sigmas = m_task.level.dependsOnSlope() ? m_sigmas.data() + from : nullptr;
+        cells.medians = mediansOf(inset, window, row);
         block.compared += measuredIn(cells.dz, window.columns);
         m_finder.find(cells, block.found.runs);
     }
+    const BlockEdges edges{window.row, window.row + window.rows - 1, window.column,
+                           window.column + window.columns};
     if (m_task.dropLonely) {
-        dropLonelyRuns(block.found.runs, {window.row, window.row + window.rows - 1, window.column,
-                                          window.column + window.columns});
+        dropLonelyRuns(block.found.runs, edges);
     }
+    dropWeakComponents(block.found.runs, edges, [&](const Run& run) { return isStrong(inset, window, run); });
+}
+
+/// False where noise leaves nothing between what a rim and what a cell itself must reach.
+bool BlockWorker::hasRims() const {
+    const CellLevel& level = m_task.level.cellLevel();
+    const auto ratio = static_cast<float>(m_task.growRatio);
+    // On slopes the noise is larger, so that level ground has rims where any has.
+    return level.rim(level.sigma, ratio) < std::numeric_limits<float>::infinity();
+}
+
+/// Null where there are none to be had: beyond the border nothing is known.
+const float* BlockWorker::mediansOf(const Inset& inset, const CellWindow& window, int row) {
+    const auto columns = static_cast<std::size_t>(window.columns);
+    const auto stride = static_cast<std::size_t>(inset.read.columns);
+    const int readRow = inset.firstRow + row;
+    if (!hasRims() || readRow < 1 || readRow + 1 >= inset.read.rows) {
+        return nullptr;
+    }
+    // In the first and last column of the overlap a neighbour is missing.
+    const std::size_t before = inset.firstColumn > 0 ? 0 : 1;
+    const std::size_t after = inset.firstColumn + window.columns < inset.read.columns ? 0 : 1;
+    m_medians.assign(columns, kNoHeight);
+    if (columns > before + after) {
+        const std::size_t count = columns - before - after;
+        m_sorted.resize(3 * (count + 2));
+        mediansOfNine(m_dz.data() + inset.cell(row) + before, stride, count, m_sorted.data(),
+                      m_medians.data() + before);
+    }
+    return m_medians.data();
+}
+
+bool BlockWorker::isStrong(const Inset& inset, const CellWindow& window, const Run& run) const {
+    const std::size_t first =
+        inset.cell(run.row - window.row) + static_cast<std::size_t>(run.begin - window.column);
+    const CellUncertainty uncertain = uncertainty();
+    const CellLevel& level = m_task.level.cellLevel();
+    for (std::size_t cell = first; cell < first + static_cast<std::size_t>(run.cells()); ++cell) {
+        if (std::abs(m_dz[cell]) >= uncertain.seedLevel(cell, level)) {
+            return true;
+        }
+    }
+    return false;
 }
 
 /// Looks at the run's cells with those above and below: a column is strong when all three are.

@@ -60,6 +60,9 @@ private:
     void measureRuns(const Inset& inset, Block& block) const;
     std::int32_t explainedByShift(const Inset& inset, const CellWindow& window, const Run& run) const;
     void findCores(const Inset& inset, const CellWindow& window, Run& run) const;
+    bool hasRims() const;
+    const float* mediansOf(const Inset& inset, const CellWindow& window, int row);
+    bool isStrong(const Inset& inset, const CellWindow& window, const Run& run) const;
     CellUncertainty uncertainty() const;
     std::vector<float> dzOf(const Inset& inset, const CellWindow& window) const;
 
@@ -69,9 +72,11 @@ private:
     ResamplingBlur m_blur;
     std::vector<float> m_old;
     std::vector<float> m_new;
-    std::vector<float> m_dz;     ///< of the cells read, like all that follows
-    std::vector<float> m_sigmas; ///< empty where one holds for all
-    std::vector<float> m_blurs;  ///< empty where heights come untouched
+    std::vector<float> m_dz;      ///< of the cells read, like all that follows
+    std::vector<float> m_sigmas;  ///< empty where one holds for all
+    std::vector<float> m_blurs;   ///< empty where heights come untouched
+    std::vector<float> m_medians; ///< of the row at hand
+    std::vector<float> m_sorted;
 };
 
 } // namespace detect

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <numeric>
 
 namespace detect {
 
@@ -82,6 +83,25 @@ void RunFinder::markSigns(const RowOfCells& cells) {
             signs[i] = sign(dz[i], level.at(sigmas[i]) * growRatio);
         }
     }
+    if (cells.medians) {
+        addRim(cells);
+    }
+}
+
+/// Weak cells of a gentle rim, which noise would fray.
+void RunFinder::addRim(const RowOfCells& cells) {
+    std::int8_t* signs = m_signs.data();
+    const auto count = static_cast<std::size_t>(cells.columns);
+    const CellLevel level = m_level;
+    const float growRatio = m_growRatio;
+    const float* medians = cells.medians;
+    const float common = level.rim(level.sigma, growRatio);
+    for (std::size_t i = 0; i < count; ++i) {
+        const float needed = cells.sigmas ? level.rim(cells.sigmas[i], growRatio) : common;
+        const auto rim = static_cast<std::int8_t>(static_cast<int>(medians[i] >= needed) -
+                                                  static_cast<int>(medians[i] <= -needed));
+        signs[i] = signs[i] != 0 ? signs[i] : rim;
+    }
 }
 
 void RunFinder::find(const RowOfCells& cells, std::vector<Run>& runs) {
@@ -149,6 +169,75 @@ void dropLonelyRuns(std::vector<Run>& runs, const BlockEdges& edges) {
             runs[i].gap ? thisFillable : edges.touches(runs[i]) || touches[i] != None || besideFillable;
         previousFillable = thisFillable;
         if (keep) {
+            runs[kept++] = runs[i];
+        }
+    }
+    runs.resize(kept);
+}
+
+namespace {
+
+/// Which runs hang together.
+class RunSets {
+public:
+    explicit RunSets(std::size_t count) : m_up(count) {
+        std::iota(m_up.begin(), m_up.end(), std::uint32_t{0});
+    }
+
+    std::uint32_t root(std::uint32_t run) {
+        while (m_up[run] != run) {
+            m_up[run] = m_up[m_up[run]];
+            run = m_up[run];
+        }
+        return run;
+    }
+    void join(std::size_t a, std::size_t b) {
+        m_up[root(static_cast<std::uint32_t>(a))] = root(static_cast<std::uint32_t>(b));
+    }
+
+private:
+    std::vector<std::uint32_t> m_up;
+};
+
+void joinRuns(const std::vector<Run>& runs, RunSets& sets) {
+    std::size_t upper = 0; ///< first run of the row above that may touch
+    std::size_t rowBegin = 0;
+    for (std::size_t i = 0; i < runs.size(); ++i) {
+        const Run& run = runs[i];
+        if (i > 0 && runs[i - 1].row != run.row) {
+            upper = rowBegin;
+            rowBegin = i;
+        }
+        if (i > rowBegin && runs[i - 1].end == run.begin && runs[i - 1].sign == run.sign) {
+            sets.join(i, i - 1);
+        }
+        while (upper < rowBegin && (runs[upper].row + 1 < run.row || runs[upper].end <= run.begin)) {
+            ++upper;
+        }
+        for (std::size_t a = upper; a < rowBegin && runs[a].begin < run.end; ++a) {
+            if (runs[a].sign == run.sign && runs[a].end > run.begin) {
+                sets.join(i, a);
+            }
+        }
+    }
+}
+
+} // namespace
+
+void dropWeakComponents(std::vector<Run>& runs, const BlockEdges& edges,
+                        const std::function<bool(const Run&)>& isStrong) {
+    RunSets sets(runs.size());
+    joinRuns(runs, sets);
+    std::vector<std::uint8_t> keep(runs.size(), 0);
+    for (std::size_t i = 0; i < runs.size(); ++i) {
+        const std::uint32_t root = sets.root(static_cast<std::uint32_t>(i));
+        if (keep[root] == 0 && (edges.touches(runs[i]) || isStrong(runs[i]))) {
+            keep[root] = 1;
+        }
+    }
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < runs.size(); ++i) {
+        if (keep[sets.root(static_cast<std::uint32_t>(i))] != 0) {
             runs[kept++] = runs[i];
         }
     }

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
+#include <limits>
 #include <vector>
 
 namespace detect {
@@ -82,6 +84,8 @@ struct RowOfCells {
     int firstColumn = 0;
     /// Standard deviation of each cell's dZ, metres; null where one holds for all.
     const float* sigmas = nullptr;
+    /// Median of the dZ of each cell and the eight around it, metres; NaN where one of them is missing.
+    const float* medians = nullptr;
 };
 
 /// Level of detection of a cell: so many standard deviations of its dZ, and at least the threshold; metres.
@@ -95,12 +99,27 @@ struct CellLevel {
         const float significant = quantile * cellSigma;
         return threshold > significant ? threshold : significant;
     }
+    /// What the median around a cell must reach, so that the cell belongs to the rim of a change: the share of what
+    /// a cell itself must reach to belong to it, taken once more, and no less than noise leaves of a median.
+    /// Infinite where that is no less than what the cell itself must reach.
+    float rim(float cellSigma, float growRatio) const {
+        const float whole = at(cellSigma);
+        const float quiet = growRatio * growRatio * whole;
+        const float noise = kRimSigmas * cellSigma;
+        const float needed = quiet > noise ? quiet : noise;
+        return needed < growRatio * whole ? needed : std::numeric_limits<float>::infinity();
+    }
+
+    /// Noise of neighbouring cells hangs together, so that the median of nine keeps most of it; one cell in
+    /// fifteen passes then, which does not yet run together.
+    static constexpr float kRimSigmas = 1.3F;
 };
 
 /// Turns rows of dZ into runs.
 class RunFinder {
 public:
-    /// Members are cells with |dZ| at or above growRatio times their level of detection.
+    /// Members are cells with |dZ| at or above growRatio times their level of detection, and those around which
+    /// the median of dZ reaches CellLevel::rim.
     RunFinder(const CellLevel& level, float growRatio) : m_level(level), m_growRatio(growRatio) {}
 
     /// Appends the runs of one row, left to right, not yet measured. What lies beyond the ends of the row is
@@ -109,6 +128,7 @@ public:
 
 private:
     void markSigns(const RowOfCells& cells);
+    void addRim(const RowOfCells& cells);
 
     CellLevel m_level;
     float m_growRatio;
@@ -149,6 +169,12 @@ struct CellUncertainty {
         return (needed > level.seed ? needed : level.seed) + (blurs ? blurs[cell] : 0.0F);
     }
 };
+
+/// Drops runs of components that reach their seed level nowhere and no edge either, so that nothing can join them
+/// any more. Gaps count as filled. `isStrong` tells of a run whether one of its cells reaches its seed level;
+/// `runs` are in row order.
+void dropWeakComponents(std::vector<Run>& runs, const BlockEdges& edges,
+                        const std::function<bool(const Run&)>& isStrong);
 
 /// Fills extremes and sums of a run from the dZ of its cells (metres) and what is uncertain about them.
 void measureRun(const float* dz, const CellUncertainty& uncertainty, const CellLevel& level, Run& run);

@@ -81,7 +81,7 @@ TEST(LocalCorrection, LeavesTheChangesOfWarpedGroundWhereTheyAre) {
     const double volumes[] = {1.0 * 25 * 25, 1.4 * 45 * 45, 1.5 * 12 * 12};
     for (std::size_t i = 0; i < 3; ++i) {
         const double volume = 3.14159 / 3.0 * volumes[i];
-        EXPECT_NEAR(found.anomalies[i].volumeCubicMetres(), volume, 0.08 * volume);
+        EXPECT_NEAR(found.anomalies[i].volumeCubicMetres(), volume, 0.12 * volume);
     }
 }
 
@@ -162,7 +162,8 @@ TEST(AutomaticModel, FitsWhatTheEvidenceSupports) {
         if (c.method != CoregistrationMethod::Local) {
             EXPECT_NEAR(found.dzMetres, c.truth.dzMetres, 0.003);
         }
-        EXPECT_NEAR(found.nmadAfterMetres, kDzNoiseMetres, 0.12 * kDzNoiseMetres);
+        EXPECT_LT(found.nmadAfterMetres, 1.07 * kDzNoiseMetres);
+        EXPECT_GT(found.nmadAfterMetres, 0.8 * kDzNoiseMetres) << "interpolation takes some of the noise";
     }
 }
 
