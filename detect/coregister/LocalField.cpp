@@ -17,7 +17,9 @@ constexpr std::size_t kLeastBlocks = 9;
 constexpr double kLeastFilled = 0.25; ///< of a block, so that its median counts
 constexpr double kLeastKept = 0.5;    ///< of its cells, so that it is stable ground
 constexpr double kCellNmads = 3.0;
-constexpr double kBlockNmads = 4.0;
+constexpr double kBlockNmads = 5.0;        ///< of the levels of all blocks
+constexpr double kNeighbourNmads = 6.0;    ///< of what lies between a block and those around it
+constexpr double kLeastErrors = 4.0;       ///< standard errors of a block
 constexpr double kMedianEfficiency = 1.25; ///< standard error of a median over that of a mean
 constexpr int kRelaxations = 400;
 constexpr double kSettledMetres = 1e-4;
@@ -137,7 +139,7 @@ private:
             return;
         }
         const double middle = median(known);
-        const double least = kBlockNmads * standardError();
+        const double least = kLeastErrors * standardError();
         const double reachOfAll = std::max(kBlockNmads * nmad(known, middle), least);
         std::vector<float> apart(count(), kNoLevel);
         for (int row = 0; row < m_levels.rows(); ++row) {
@@ -148,7 +150,7 @@ private:
         }
         std::vector<float> differences;
         std::copy_if(apart.begin(), apart.end(), std::back_inserter(differences), isKnown);
-        const double reachAround = std::max(kBlockNmads * nmad(differences, 0.0), least);
+        const double reachAround = std::max(kNeighbourNmads * nmad(differences, 0.0), least);
         std::vector<std::uint8_t> changed(count(), 0);
         for (std::size_t i = 0; i < count(); ++i) {
             const auto level = static_cast<double>(m_levels.all()[i]);

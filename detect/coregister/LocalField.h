@@ -31,7 +31,7 @@ struct LocalFit {
 /// Takes the median of each block, again and again without what does not belong to stable ground:
 /// - cells that are farther from what the blocks around suggest than the noise of the cells explains,
 /// - blocks whose level differs from the median of the 5 x 5 blocks around them by more than such differences
-///   scatter everywhere, or from the median of all blocks by more than four NMAD of their levels: a misfit of the
+///   scatter everywhere, or from the median of all blocks by more than five NMAD of their levels: a misfit of the
 ///   surveys is everywhere, a change is somewhere,
 /// and lets the blocks left out follow from those around (the smoothest surface, by relaxation). What changes
 /// over shorter distances than four blocks is not followed. `correlatedCells`: see Coregistration. Nothing for
