@@ -1,7 +1,9 @@
 // What varies slowly between two epochs is taken off; what changes somewhere is not, or it is told.
 
+#include "detect/Piece.h"
 #include "detect/raster/CorrectionField.h"
 #include "tests/detect/MisregisteredPair.h"
+#include "tests/detect/RandomRasters.h"
 
 #include <gtest/gtest.h>
 
@@ -121,6 +123,92 @@ TEST(LocalCorrection, WhatACellGetsDependsOnTheCellAlone) {
     // At the middle of a block its node has the say.
     EXPECT_NEAR((field.at(32 * 3 + 15, 32 * 2 + 15) + field.at(32 * 3 + 16, 32 * 2 + 16)) / 2.0,
                 static_cast<double>(metres[6]), 0.002);
+}
+
+double warpedChanges(const Point& p) {
+    return warp(p) + bowl(p, 150, 150, 25, 1.0) + bowl(p, 400, 300, 45, 1.4) - bowl(p, 250, 450, 12, 1.5);
+}
+
+TEST(LocalCorrection, WindowsAndThreadsGiveTheResultOfOneRunToTheLastBit) {
+    for (const auto method : {CoregistrationMethod::Local, CoregistrationMethod::Auto}) {
+        Request request = requestOf(warpedChanges, method);
+        const Changes whole = detectOrFail(request);
+        EXPECT_EQ(whole.coregistration.method, CoregistrationMethod::Local);
+        EXPECT_EQ(whole.anomalies.size(), 3U);
+        request.parameters.threads = 3;
+        request.parameters.blockRows = request.parameters.blockColumns = 47;
+        expectIdentical(whole, detectOrFail(request));
+        std::vector<Piece> pieces;
+        for (const CellWindow& window : {CellWindow{0, 0, 391, 300}, CellWindow{391, 0, 209, 300},
+                                         CellWindow{0, 300, 600, 151}, CellWindow{0, 451, 600, 149}}) {
+            auto piece = detectPiece(request, window);
+            ASSERT_TRUE(piece);
+            pieces.push_back(std::move(*piece));
+        }
+        const auto merged = mergePieces(std::move(pieces));
+        ASSERT_TRUE(merged) << merged.error().message;
+        expectIdentical(whole, *merged);
+    }
+}
+
+TEST(LocalCorrection, SwappedEpochsTurnFillsIntoCuts) {
+    Request request = requestOf(warpedChanges, CoregistrationMethod::Auto);
+    const Changes forth = detectOrFail(request);
+    std::swap(request.oldRaster, request.newRaster);
+    const Changes back = detectOrFail(request);
+    EXPECT_EQ(back.coregistration.method, CoregistrationMethod::Local);
+    ASSERT_EQ(forth.anomalies.size(), 3U);
+    ASSERT_EQ(back.anomalies.size(), 3U);
+    for (std::size_t i = 0; i < 3; ++i) {
+        EXPECT_NE(forth.anomalies[i].kind, back.anomalies[i].kind);
+        const double volume = forth.anomalies[i].volumeCubicMetres();
+        EXPECT_NEAR(back.anomalies[i].volumeCubicMetres(), volume, 0.01 * volume);
+    }
+}
+
+/// Nearly a third of the ground is a lake that stood a little lower.
+TEST(GroundMasks, UnstableGroundTellsNothingAndIgnoredGroundIsNotLookedAt) {
+    const auto inLake = [](const Point& p) { return p.x - kWest < 300.0 && kNorth - p.y < 350.0; };
+    const auto lake = [&](const Point& p) {
+        return (inLake(p) ? -0.15 : 0.0) + bowl(p, 450, 450, 30, 1.5) + bowl(p, 100, 100, 30, -1.5);
+    };
+    Request request = requestOf(lake, CoregistrationMethod::Bias);
+    const std::string lakeFile = "/vsimem/lake.geojson";
+    const auto write = [](const std::string& path, const std::string& text) {
+        VSILFILE* file = VSIFOpenL(path.c_str(), "wb");
+        VSIFWriteL(text.data(), 1, text.size(), file);
+        VSIFCloseL(file);
+    };
+    write(lakeFile, R"({"type": "FeatureCollection",
+        "crs": {"type": "name", "properties": {"name": "urn:ogc:def:crs:EPSG::4547"}},
+        "features": [{"type": "Feature", "properties": {}, "geometry": {"type": "Polygon", "coordinates":
+        [[[500000, 3400000], [500300, 3400000], [500300, 3399650], [500000, 3399650], [500000, 3400000]]]}}]})");
+    const double biasOfAll = estimateOrFail(request).dzMetres;
+    request.parameters.unstableMask = lakeFile;
+    EXPECT_LT(std::abs(estimateOrFail(request).dzMetres), 0.002);
+    EXPECT_GT(biasOfAll, 0.02);
+    EXPECT_EQ(detectOrFail(request).anomalies.size(), 2U) << "changes of unstable ground are changes";
+    request.parameters.unstableMask.clear();
+    request.parameters.ignoreMask = lakeFile;
+    Changes changes = detectOrFail(request);
+    ASSERT_EQ(changes.anomalies.size(), 1U);
+    EXPECT_NEAR(changes.anomalies[0].centroid.x, kWest + 450.0, 1.0);
+    EXPECT_EQ(changes.cells, 600 * 600 - 300 * 350);
+
+    // The same as a raster of other cells; zero and no-data mark nothing.
+    RasterPlan plan;
+    plan.columns = plan.rows = 60;
+    plan.toMap = {kWest, 10.0, 0.0, kNorth, 0.0, -10.0};
+    plan.noData = 7.0;
+    plan.type = GDT_Byte;
+    request.parameters.ignoreMask = "/vsimem/lake-mask.tif";
+    writeRaster(request.parameters.ignoreMask, plan, [&](const Point& p) {
+        return inLake(p) ? 1.0 : p.x - kWest > 500.0 ? 7.0 : 0.0;
+    });
+    changes = detectOrFail(request);
+    EXPECT_EQ(changes.cells, 600 * 600 - 300 * 350);
+    request.parameters.ignoreMask = "/vsimem/nowhere.geojson";
+    EXPECT_FALSE(estimateCoregistration(request));
 }
 
 TEST(AutomaticModel, FitsWhatTheEvidenceSupports) {
