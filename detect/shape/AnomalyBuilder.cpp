@@ -14,7 +14,6 @@ constexpr std::int64_t kLeastBodyCells = 16;
 /// Bands of less than these widths may be slivers or speckle, cells.
 constexpr double kSliverCells = 4.0;
 constexpr double kSpeckleCells = 3.0;
-constexpr double kNoisySpeckleCells = 5.0;
 constexpr double kRoughestInNoise = 0.15;
 /// Departures of a cell from the line between its neighbours, over the standard deviation on stable ground, where
 /// they are 0.8 when the cells' errors hang together as those of matched points do, 1 when they do not.
@@ -40,15 +39,14 @@ bool isSliver(const Traits& traits) {
     return traits.widthCells < kSliverCells && traits.explainedByShift > kMostExplained;
 }
 
-/// A heap of a few cells is rough, but compact. Where cells scatter more than those of stable ground do, wider and
-/// gentler speckle than that is none of the ground's either.
+/// A heap of a few cells is rough, but compact. Ragged patches need not be as rough where their cells scatter more
+/// than those of stable ground do.
 bool isSpeckle(const Traits& traits, double sigmaMetres) {
     const bool ragged = traits.rectangularity < kLeastCompact;
     const bool rough = traits.roughness > (ragged ? kRoughestRagged : kRoughestCompact);
     const bool rougherThanGround = ragged && traits.roughness > kRoughestInNoise &&
                                    traits.roughness * traits.meanMetres > kRoughestSigmas * sigmaMetres;
-    return traits.widthCells < (rougherThanGround ? kNoisySpeckleCells : kSpeckleCells) &&
-           (rough || rougherThanGround);
+    return traits.widthCells < kSpeckleCells && (rough || rougherThanGround);
 }
 
 double signedArea(const Ring& ring) {
