@@ -5,6 +5,9 @@
 #
 #     bench/detect.sh BUILD_DIR [WORK_DIR] [REPEATS] [CELLS ...]        default: a folder under /tmp, 3, 8192 16384
 #
+# Last comes a pair of 8192 x 8192 cells with about 700 changes and 1000 buildings (bench/pairs/make_pair.py; RELIEF: a
+# raster of real relief), in tiles and strips, where python3 has numpy, scipy and GDAL.
+#
 # WORK_DIR needs about 8 GB for 16384 cells; it is removed at the end unless it was given. PEERS=no leaves the
 # others out.
 set -eu
@@ -103,6 +106,31 @@ measure() {
     peers
 }
 
+many_changes() {
+    python=${PYTHON:-/usr/bin/python3}
+    made=$work/many
+    [ -f "$made/truth.csv" ] || "$python" "$(dirname "$0")/pairs/make_pair.py" noise "$made" --cells 8192 --per-km2 42 \
+        --tiled ${RELIEF:+--relief "$RELIEF"} || return 0
+    for layout in "tiles" "tiles, DEFLATE" "strips" "strips, DEFLATE"; do
+        folder=$work/many-$(echo "$layout" | tr -d ', ')
+        mkdir -p "$folder"
+        options=""
+        case $layout in tiles*) options="-co TILED=YES" ;; esac
+        case $layout in *DEFLATE) options="$options -co COMPRESS=DEFLATE" ;; esac
+        for epoch in old new; do
+            # shellcheck disable=SC2086
+            [ -f "$folder/$epoch.tif" ] || gdal_translate -q $options "$made/$epoch.tif" "$folder/$epoch.tif"
+        done
+        cat "$folder"/*.tif >/dev/null
+        echo "8192 x 8192 cells, 700 changes, $layout"
+        base=$(fastest "$repeats" "$build/bin/bench_read_pair" "$folder/old.tif" "$folder/new.tif")
+        line "bare read, one thread" "$base" ""
+        for method in bias full local auto; do
+            ours "detect --coregister $method" "$folder/new.tif" --threshold 0.3 --coregister $method
+        done
+    done
+}
+
 case $build in
 --gdal-chain | --grass-chain)
     folder=$2
@@ -116,3 +144,4 @@ for cells in $sizes; do
     measure "$cells" deflate COMPRESS=DEFLATE
     measure "$cells" deflate-tiled COMPRESS=DEFLATE TILED=YES
 done
+many_changes

@@ -5,6 +5,7 @@
 #include "cli/OutputSet.h"
 #include "cli/ProgressLine.h"
 #include "cli/StopOnSignal.h"
+#include "detect/output/CoregistrationNote.h"
 #include "detect/output/PieceFile.h"
 #include "detect/output/ResultFile.h"
 #include "detect/output/SummaryFile.h"
@@ -25,12 +26,16 @@ constexpr auto kCommand = "detect";
 const char* const kUsage =
     "用法：corridor detect --old OLD.tif --new NEW.tif --out RESULT.(gpkg|geojson|shp)\n"
     "         [--threshold M] [--sigma M[,M]] [--confidence P] [--min-area M2]\n"
-    "         [--coregister none|bias|full] [--tilt] [--dz DZ.tif] [--threads N]\n"
+    "         [--coregister auto|none|bias|full|local] [--tilt] [--unstable FILE] [--ignore FILE]\n"
+    "         [--dz DZ.tif] [--correction FIELD.tif] [--threads N]\n"
     "         [--rules none|core,sliver,speckle] [--no-split] [--cell-outlines]\n"
     "         [--window XOFF,YOFF,XSIZE,YSIZE] [--summary SUMMARY.json] [--quiet]\n"
     "  --sigma       两期高程的标准差（米），按显著性而不是固定阈值判定变化；同时给出 --threshold "
     "时须两者都达到\n"
     "  --confidence  显著性的置信度，默认 0.95；不给 --sigma 时标准差由稳定地面估计\n"
+    "  --coregister  默认 auto：有依据时才校正高差、平移、倾斜和局部起伏（local），并说明理由\n"
+    "  --unstable    不用于配准的地面（矢量或栅格掩膜）；--ignore 完全不检测的地面\n"
+    "  --correction  输出局部改正场，其中可能含有大范围的真实升降\n"
     "  --rules       剔除规则：core 含 3×3 像元，sliver 陡坎边的窄条，speckle 植被碎斑；默认全部使用\n"
     "  --window      只检测旧期栅格的一个窗口（像元），各窗口的结果用 corridor merge 合并\n";
 
@@ -41,13 +46,15 @@ using detect::Status;
 struct Outputs {
     const detect::StagedOutput* out = nullptr;
     const detect::StagedOutput* dz = nullptr;
+    const detect::StagedOutput* correction = nullptr;
     const detect::StagedOutput* summary = nullptr;
 };
 
 Result<Outputs> stage(const DetectTask& task, OutputSet& all) {
     Outputs outputs;
-    for (const auto& [target, output] : {std::pair(&task.out, &outputs.out), std::pair(&task.dz, &outputs.dz),
-                                         std::pair(&task.summary, &outputs.summary)}) {
+    for (const auto& [target, output] :
+         {std::pair(&task.out, &outputs.out), std::pair(&task.dz, &outputs.dz),
+          std::pair(&task.correction, &outputs.correction), std::pair(&task.summary, &outputs.summary)}) {
         const auto staged = all.stage(*target);
         if (!staged) {
             return failed(staged);
@@ -110,6 +117,7 @@ Status detectAndWrite(const DetectTask& task, Told& told) {
     }
     detect::Request request = task.request;
     request.dzRaster = outputs->dz;
+    request.correctionRaster = outputs->correction;
     const auto detect = task.window ? detectWindow : detectWhole;
     if (auto done = detect(task, request, *outputs, told); !done) {
         return failed(done);
@@ -142,8 +150,8 @@ int runDetect(const std::vector<std::string>& arguments) {
     if (task->quiet) {
         return kStatusDone;
     }
-    if (const std::string& refusal = told.report.coregistration.refusal; !refusal.empty()) {
-        std::fprintf(stderr, "corridor detect: 未做水平配准：%s；只校正高差\n", refusal.c_str());
+    for (const std::string& note : detect::notesOn(told.report.coregistration)) {
+        std::fprintf(stderr, "corridor detect: %s\n", note.c_str());
     }
     told.table.print();
     return kStatusDone;

@@ -55,7 +55,7 @@ Read readCoregistration(const Options& options, detect::Parameters& parameters) 
     if (options.has("--coregister")) {
         const auto method = detect::methodNamed(options.value("--coregister"));
         if (!method) {
-            return wrongUse("--coregister 只能是 none、bias 或 full");
+            return wrongUse("--coregister 只能是 auto、none、bias、full 或 local");
         }
         parameters.coregistration = *method;
     }
@@ -143,13 +143,15 @@ Read checkFiles(const DetectTask& task) {
     if (!detect::isResultPath(task.out)) {
         return wrongUse("--out 的扩展名必须是 .gpkg、.geojson 或 .shp");
     }
-    const std::string outputs[] = {task.out, task.dz, task.summary};
+    const std::string outputs[] = {task.out, task.dz, task.correction, task.summary};
     for (const std::string& output : outputs) {
         if (output.empty()) {
             continue;
         }
-        for (const std::string& other : {task.request.oldRaster, task.request.newRaster}) {
-            if (sameFile(output, other)) {
+        for (const std::string& other :
+             {task.request.oldRaster, task.request.newRaster, task.request.parameters.unstableMask,
+              task.request.parameters.ignoreMask}) {
+            if (!other.empty() && sameFile(output, other)) {
                 return wrongUse("输出 " + output + " 就是输入文件");
             }
         }
@@ -168,7 +170,7 @@ Read checkNeeded(const Options& options) {
             return wrongUse(std::string("缺少选项 ") + needed);
         }
     }
-    for (const char* file : {"--dz", "--summary"}) {
+    for (const char* file : {"--dz", "--correction", "--summary", "--unstable", "--ignore"}) {
         if (options.has(file) && options.value(file).empty()) {
             return wrongUse(std::string("选项 ") + file + " 缺少值");
         }
@@ -184,9 +186,12 @@ Read readAll(const Options& options, DetectTask& task) {
     task.request.newRaster = options.value("--new");
     task.out = options.value("--out");
     task.dz = options.value("--dz");
+    task.correction = options.value("--correction");
     task.summary = options.value("--summary");
     task.quiet = options.has("--quiet");
     detect::Parameters& parameters = task.request.parameters;
+    parameters.unstableMask = options.value("--unstable");
+    parameters.ignoreMask = options.value("--ignore");
     for (const auto read : {readLimits, readCoregistration, readSignificance, readRules}) {
         if (auto done = read(options, parameters); !done) {
             return done;
@@ -202,8 +207,8 @@ Read readAll(const Options& options, DetectTask& task) {
 
 const OptionTable& detectOptionTable() {
     static const OptionTable table{{"--old", "--new", "--out", "--threshold", "--min-area", "--coregister",
-                                    "--sigma", "--confidence", "--rules", "--dz", "--threads", "--summary",
-                                    "--window"},
+                                    "--sigma", "--confidence", "--rules", "--dz", "--correction",
+                                    "--unstable", "--ignore", "--threads", "--summary", "--window"},
                                    {"--tilt", "--no-split", "--cell-outlines", "--quiet", "--help"},
                                    0};
     return table;

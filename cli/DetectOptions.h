@@ -14,6 +14,7 @@ struct DetectTask {
     std::optional<detect::CellWindow> window;
     std::string out;
     std::string dz;
+    std::string correction;
     std::string summary;
     bool quiet = false;
 };

@@ -5,6 +5,7 @@
 #include "detect/OrderedWork.h"
 #include "detect/Piece.h"
 #include "detect/coregister/Coregister.h"
+#include "detect/output/CorrectionFile.h"
 #include "detect/raster/DifferenceRaster.h"
 #include "detect/raster/RasterPair.h"
 #include "detect/search/BlockWorker.h"
@@ -108,6 +109,13 @@ public:
         if (auto done = findCoregistration(); !done) {
             return failed(done);
         }
+        if (m_request.correctionRaster) {
+            if (auto done = writeCorrection(m_piece.frame.coregistration.local, m_layout.oldRaster.grid,
+                                            m_layout.overlap, *m_request.correctionRaster);
+                !done) {
+                return failed(done);
+            }
+        }
         describe();
         if (auto done = receiver.begin(m_piece.frame.srsWkt); !done) {
             return failed(done);
@@ -183,7 +191,7 @@ private:
         int done = 0;
         const SharedTiles tiles(m_layout);
         const auto makeWorker = [&] {
-            return PairReader::open(m_layout, &tiles).map([&](PairReader&& reader) {
+            return PairReader::open(m_layout, &tiles, ReadFor::Search).map([&](PairReader&& reader) {
                 return BlockWorker(std::move(reader), task);
             });
         };
@@ -235,7 +243,7 @@ private:
         task.level = LevelOfDetection(m_request.parameters, coregistration, grid);
         task.growRatio = m_request.parameters.growRatio;
         if (!m_layout.offset || !task.shift.none()) {
-            task.artefactReach = ResamplingArtefacts::reachCells(grid, m_layout.newRaster.grid);
+            task.blur = ResamplingBlur(grid, m_layout.newRaster.grid, task.level.level());
         }
         task.dropLonely = m_request.parameters.rules.core;
         task.explain = m_request.parameters.rules.sliver;

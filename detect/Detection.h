@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -47,12 +48,29 @@ struct Cell {
     }
 };
 
-enum class CoregistrationMethod { None, Bias, Full };
+/// Local: Full with the tilt plane, and a smooth field of heights besides. Auto: whichever of the others the
+/// evidence supports.
+enum class CoregistrationMethod { None, Bias, Full, Local, Auto };
+
+class CorrectionField;
+
+/// A smooth field of heights that takes off what misfit of the epochs varies slowly. It takes any change of the
+/// ground that is as wide for misfit, too.
+struct LocalCorrection {
+    std::shared_ptr<const CorrectionField> field; ///< null where none is taken off
+    double shortestWavelengthMetres = 0.0;        ///< what varies over shorter ways is not followed
+    double largestMetres = 0.0;
+    double sigmaMetres = 0.0;    ///< standard error of the field
+    double exceedingShare = 0.0; ///< of the ground where it is larger than twice its standard error (0 .. 1)
+    double leftOutShare =
+        0.0; ///< of the ground that counted as changed, which the field passes over (0 .. 1)
+};
 
 /// What must be added to the new epoch's coordinates so that it lies on the old one.
 /// Lengths in metres, x east, y north; the cell figures are in cells of the old raster. What it does to the
 /// heights is HeightCorrection.
 struct Coregistration {
+    /// What was done; never Auto.
     CoregistrationMethod method = CoregistrationMethod::None;
     double dxMetres = 0.0;
     double dyMetres = 0.0;
@@ -78,6 +96,9 @@ struct Coregistration {
     /// Errors of dZ of so many neighbouring cells together are as good as one error; 1 when every cell has
     /// its own.
     double correlatedCells = 1.0;
+    LocalCorrection local;
+    /// With Auto: what was chosen and why (Chinese, UTF-8, one line).
+    std::string reason;
     /// Why Full leaves the new epoch where it is horizontally (Chinese, UTF-8, one line): no shift that can
     /// be trusted. Empty when nothing was refused, also when no shift was needed.
     std::string refusal;
@@ -127,10 +148,14 @@ struct Parameters {
     bool splitBodies = true;
     /// Outlines without the stair steps of the cells; false for outlines that follow the cells.
     bool simplifyOutlines = true;
-    CoregistrationMethod coregistration = CoregistrationMethod::Bias;
+    CoregistrationMethod coregistration = CoregistrationMethod::Auto;
     /// With CoregistrationMethod::Full, level a tilt plane between the epochs too; also where the shift is
-    /// refused. Without Full it has no effect.
+    /// refused. Without Full it has no effect: Local always does, Auto when it sees one.
     bool tilt = false;
+    /// Files of ground (vector or raster, see GroundMask) that tells nothing about the co-registration, and of
+    /// ground that is not looked at at all; empty for none.
+    std::string unstableMask;
+    std::string ignoreMask;
     /// Worker threads; 0 means one for each processor.
     int threads = 0;
     /// Rows and columns of one block; 0 chooses by the raster's tiles. Results never depend on them.
@@ -185,6 +210,9 @@ struct Request {
     /// When given, dZ (new - old, metres, Float32, no-data NaN) is written into it as a tiled, compressed
     /// GeoTIFF; the caller commits it. It stays empty where the window has no cell in common.
     const StagedOutput* dzRaster = nullptr;
+    /// When given, what the local field adds to the new heights is written into it (see writeCorrection); the
+    /// caller commits it.
+    const StagedOutput* correctionRaster = nullptr;
 };
 
 /// What a run tells besides its anomalies.

@@ -12,11 +12,18 @@ namespace detect {
 
 namespace {
 
+/// The field itself is not in a piece's file; its figures are.
+bool same(const LocalCorrection& a, const LocalCorrection& b) {
+    return a.shortestWavelengthMetres == b.shortestWavelengthMetres && a.largestMetres == b.largestMetres &&
+           a.sigmaMetres == b.sigmaMetres && a.exceedingShare == b.exceedingShare &&
+           a.leftOutShare == b.leftOutShare;
+}
+
 bool same(const Coregistration& a, const Coregistration& b) {
-    return a.method == b.method && a.dxMetres == b.dxMetres && a.dyMetres == b.dyMetres &&
-           a.dzMetres == b.dzMetres && a.tiltEast == b.tiltEast && a.tiltNorth == b.tiltNorth &&
-           a.sigmaMetres == b.sigmaMetres && a.sigmaPerSlopeMetres == b.sigmaPerSlopeMetres &&
-           a.correlatedCells == b.correlatedCells;
+    return same(a.local, b.local) && a.method == b.method && a.dxMetres == b.dxMetres &&
+           a.dyMetres == b.dyMetres && a.dzMetres == b.dzMetres && a.tiltEast == b.tiltEast &&
+           a.tiltNorth == b.tiltNorth && a.sigmaMetres == b.sigmaMetres &&
+           a.sigmaPerSlopeMetres == b.sigmaPerSlopeMetres && a.correlatedCells == b.correlatedCells;
 }
 
 bool same(const std::optional<Significance>& a, const std::optional<Significance>& b) {
@@ -35,8 +42,9 @@ bool same(const Rules& a, const Rules& b) {
 bool same(const Parameters& a, const Parameters& b) {
     return a.thresholdMetres == b.thresholdMetres && a.growRatio == b.growRatio &&
            same(a.significance, b.significance) && a.minAreaSquareMetres == b.minAreaSquareMetres &&
-           a.coregistration == b.coregistration && a.tilt == b.tilt && same(a.rules, b.rules) &&
-           a.splitBodies == b.splitBodies && a.simplifyOutlines == b.simplifyOutlines;
+           a.coregistration == b.coregistration && a.tilt == b.tilt && a.unstableMask == b.unstableMask &&
+           a.ignoreMask == b.ignoreMask && same(a.rules, b.rules) && a.splitBodies == b.splitBodies &&
+           a.simplifyOutlines == b.simplifyOutlines;
 }
 
 bool same(const CellWindow& a, const CellWindow& b) {

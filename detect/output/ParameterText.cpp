@@ -4,12 +4,13 @@ namespace detect {
 
 namespace {
 
+template<class Holder>
 struct Figure {
     const char* name;
-    double Coregistration::* value;
+    double Holder::* value;
 };
 
-constexpr Figure kFigures[] = {
+constexpr Figure<Coregistration> kFigures[] = {
     {"dx_m", &Coregistration::dxMetres},
     {"dy_m", &Coregistration::dyMetres},
     {"dz_m", &Coregistration::dzMetres},
@@ -25,6 +26,14 @@ constexpr Figure kFigures[] = {
     {"correlated_cells", &Coregistration::correlatedCells},
 };
 
+constexpr Figure<LocalCorrection> kLocalFigures[] = {
+    {"shortest_wavelength_m", &LocalCorrection::shortestWavelengthMetres},
+    {"largest_m", &LocalCorrection::largestMetres},
+    {"sigma_m", &LocalCorrection::sigmaMetres},
+    {"exceeding_share", &LocalCorrection::exceedingShare},
+    {"left_out_share", &LocalCorrection::leftOutShare},
+};
+
 } // namespace
 
 const char* methodName(CoregistrationMethod method) {
@@ -33,6 +42,10 @@ const char* methodName(CoregistrationMethod method) {
         return "none";
     case CoregistrationMethod::Bias:
         return "bias";
+    case CoregistrationMethod::Local:
+        return "local";
+    case CoregistrationMethod::Auto:
+        return "auto";
     case CoregistrationMethod::Full:
         break;
     }
@@ -41,7 +54,7 @@ const char* methodName(CoregistrationMethod method) {
 
 std::optional<CoregistrationMethod> methodNamed(const std::string& name) {
     using Method = CoregistrationMethod;
-    for (const Method method : {Method::None, Method::Bias, Method::Full}) {
+    for (const Method method : {Method::None, Method::Bias, Method::Full, Method::Local, Method::Auto}) {
         if (name == methodName(method)) {
             return method;
         }
@@ -55,8 +68,18 @@ CPLJSONObject describe(const Coregistration& coregistration) {
     if (!coregistration.refusal.empty()) {
         object.Add("refusal", coregistration.refusal);
     }
-    for (const Figure& figure : kFigures) {
+    if (!coregistration.reason.empty()) {
+        object.Add("reason", coregistration.reason);
+    }
+    for (const auto& figure : kFigures) {
         object.Add(figure.name, coregistration.*figure.value);
+    }
+    if (coregistration.method == CoregistrationMethod::Local) {
+        CPLJSONObject local;
+        for (const auto& figure : kLocalFigures) {
+            local.Add(figure.name, coregistration.local.*figure.value);
+        }
+        object.Add("local", local);
     }
     object.Add("iterations", coregistration.iterations);
     return object;
@@ -68,12 +91,27 @@ bool parse(const CPLJSONObject& object, Coregistration& coregistration) {
         return false;
     }
     coregistration.method = *method;
-    for (const Figure& figure : kFigures) {
+    for (const auto& figure : kFigures) {
         coregistration.*figure.value = object.GetDouble(figure.name);
     }
+    if (const CPLJSONObject local = object.GetObj("local"); local.IsValid()) {
+        for (const auto& figure : kLocalFigures) {
+            coregistration.local.*figure.value = local.GetDouble(figure.name);
+        }
+    }
+    coregistration.reason = object.GetString("reason");
     coregistration.iterations = object.GetInteger("iterations");
     coregistration.refusal = object.GetString("refusal");
     return true;
+}
+
+void addMasks(const Parameters& parameters, CPLJSONObject& object) {
+    if (!parameters.unstableMask.empty()) {
+        object.Add("unstable", parameters.unstableMask);
+    }
+    if (!parameters.ignoreMask.empty()) {
+        object.Add("ignore", parameters.ignoreMask);
+    }
 }
 
 void addSignificance(const std::optional<Significance>& significance, CPLJSONObject& object) {

@@ -9,7 +9,7 @@
 
 namespace detect {
 
-/// "none", "bias" or "full".
+/// "none", "bias", "full", "local" or "auto".
 const char* methodName(CoregistrationMethod method);
 std::optional<CoregistrationMethod> methodNamed(const std::string& name);
 
@@ -21,5 +21,8 @@ bool parse(const CPLJSONObject& object, Coregistration& coregistration);
 
 /// Adds confidence, sigma_old_m and sigma_new_m, as far as they are given.
 void addSignificance(const std::optional<Significance>& significance, CPLJSONObject& object);
+
+/// Adds the files `unstable` and `ignore`, as far as they are given.
+void addMasks(const Parameters& parameters, CPLJSONObject& object);
 
 } // namespace detect

@@ -22,11 +22,13 @@ struct Field {
 constexpr Field kPlaceFields[] = {
     {"first_row", OFTInteger}, {"first_col", OFTInteger}, {"x", OFTReal}, {"y", OFTReal}};
 
-constexpr Field kRunFields[] = {{"row", OFTInteger},    {"begin", OFTInteger},      {"end", OFTInteger},
-                                {"sign", OFTInteger},   {"gap", OFTInteger},        {"lowest", OFTReal},
-                                {"highest", OFTReal},   {"strongest", OFTReal},     {"raised", OFTInteger64},
-                                {"sunk", OFTInteger64}, {"variance", OFTInteger64}, {"explained", OFTInteger},
-                                {"heights", OFTBinary}};
+constexpr Field kRunFields[] = {
+    {"row", OFTInteger},    {"begin", OFTInteger},       {"end", OFTInteger},
+    {"sign", OFTInteger},   {"gap", OFTInteger},         {"lowest", OFTReal},
+    {"highest", OFTReal},   {"strongest", OFTReal},      {"raised", OFTInteger64},
+    {"sunk", OFTInteger64}, {"variance", OFTInteger64},  {"explained", OFTInteger},
+    {"cores", OFTInteger},  {"cores_begin", OFTInteger}, {"cores_end", OFTInteger},
+    {"heights", OFTBinary}};
 
 template<std::size_t count>
 bool createFields(OGRLayer& layer, const Field (&fields)[count]) {
@@ -67,7 +69,9 @@ bool writeSeamRuns(GDALDataset& file, const MeasuredRuns& seamRuns) {
         for (const std::int64_t sum : {run.raised, run.sunk, run.variance}) {
             feature.SetField(i++, static_cast<GIntBig>(sum));
         }
-        feature.SetField(i++, run.explainedByShift);
+        for (const int figure : {run.explainedByShift, run.cores, run.coresBegin, run.coresEnd}) {
+            feature.SetField(i++, figure);
+        }
         if (const float* heights = seamRuns.heightsOf(run)) {
             feature.SetField(i, run.cells() * static_cast<int>(sizeof(float)),
                              static_cast<const void*>(heights));
@@ -134,6 +138,9 @@ std::optional<Run> runOf(const OGRFeature& feature) {
     run.sunk = feature.GetFieldAsInteger64("sunk");
     run.variance = feature.GetFieldAsInteger64("variance");
     run.explainedByShift = feature.GetFieldAsInteger("explained");
+    run.cores = feature.GetFieldAsInteger("cores");
+    run.coresBegin = feature.GetFieldAsInteger("cores_begin");
+    run.coresEnd = feature.GetFieldAsInteger("cores_end");
     if (run.begin >= run.end || run.row < 0 || (run.sign != 1 && run.sign != -1)) {
         return std::nullopt;
     }

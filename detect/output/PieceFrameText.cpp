@@ -9,7 +9,7 @@ namespace detect {
 
 namespace {
 
-constexpr int kFormatVersion = 1;
+constexpr int kFormatVersion = 2;
 
 CPLJSONArray arrayOf(const CellWindow& window) {
     CPLJSONArray array;
@@ -33,6 +33,7 @@ CPLJSONObject describe(const Parameters& parameters) {
     object.Add("min_area_m2", parameters.minAreaSquareMetres);
     object.Add("coregister", methodName(parameters.coregistration));
     object.Add("tilt", parameters.tilt);
+    addMasks(parameters, object);
     object.Add("core", parameters.rules.core);
     object.Add("sliver", parameters.rules.sliver);
     object.Add("speckle", parameters.rules.speckle);
@@ -52,6 +53,8 @@ bool parse(const CPLJSONObject& object, Parameters& parameters) {
     }
     parameters.coregistration = *method;
     parameters.tilt = object.GetBool("tilt");
+    parameters.unstableMask = object.GetString("unstable");
+    parameters.ignoreMask = object.GetString("ignore");
     parameters.rules.core = object.GetBool("core");
     parameters.rules.sliver = object.GetBool("sliver");
     parameters.rules.speckle = object.GetBool("speckle");

@@ -40,6 +40,8 @@ std::string summaryText(const RunReport& report, const Parameters& parameters) {
     summary.Add("grow_ratio", parameters.growRatio);
     summary.Add("split_bodies", parameters.splitBodies);
     addSignificance(parameters.significance, summary);
+    addMasks(parameters, summary);
+    summary.Add("coregister", methodName(parameters.coregistration));
     summary.Add("rules", rulesObject(parameters, report.rejections));
     summary.Add("coregistration", describe(report.coregistration));
     return summary.Format(CPLJSONObject::PrettyFormat::Pretty) + "\n";

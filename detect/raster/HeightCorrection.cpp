@@ -4,13 +4,16 @@ namespace detect {
 
 HeightCorrection::HeightCorrection(const Coregistration& coregistration, const Grid& oldGrid)
     : m_biasMetres(coregistration.dzMetres), m_middleColumn((oldGrid.columns() - 1) / 2.0),
-      m_middleRow((oldGrid.rows() - 1) / 2.0) {
+      m_middleRow((oldGrid.rows() - 1) / 2.0), m_field(coregistration.local.field) {
     const std::array<double, 4> step = oldGrid.cellStepsMetres();
     m_metresPerColumn = coregistration.tiltEast * step[0] + coregistration.tiltNorth * step[1];
     m_metresPerRow = coregistration.tiltEast * step[2] + coregistration.tiltNorth * step[3];
 }
 
 void HeightCorrection::addTo(const CellWindow& window, float* heights) const {
+    if (m_field) {
+        m_field->addTo(window, heights);
+    }
     if (m_metresPerColumn != 0.0 || m_metresPerRow != 0.0) {
         addPlane(window, heights);
         return;

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "detect/heights/Grid.h"
+#include "detect/raster/CorrectionField.h"
 
 namespace detect {
 
 /// What a co-registration adds to the heights of the new epoch on the old grid: the bias, and the tilt plane
-/// about the middle of the grid.
+/// about the middle of the grid, and the local field.
 class HeightCorrection {
 public:
     HeightCorrection(const Coregistration& coregistration, const Grid& oldGrid);
@@ -22,6 +22,7 @@ private:
     double m_metresPerRow = 0.0;
     double m_middleColumn = 0.0; ///< the column and row whose centre gets the bias alone
     double m_middleRow = 0.0;
+    std::shared_ptr<const CorrectionField> m_field; ///< null for none
 };
 
 } // namespace detect

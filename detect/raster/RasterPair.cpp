@@ -98,6 +98,17 @@ Result<PairLayout> layOutPair(const Request& request) {
         return nothingInWindow(
             failureOf(request.newRaster, "与旧期 " + request.oldRaster + " 在所选范围内没有重叠区域"));
     }
+    for (const auto& [path, mask] : {std::pair(&request.parameters.unstableMask, &layout.unstable),
+                                     std::pair(&request.parameters.ignoreMask, &layout.ignored)}) {
+        if (path->empty()) {
+            continue;
+        }
+        auto opened = GroundMask::open(*path, layout.oldRaster.grid);
+        if (!opened) {
+            return failed(opened);
+        }
+        *mask = std::move(*opened);
+    }
     return layout;
 }
 
@@ -110,7 +121,7 @@ SharedTiles::SharedTiles(const PairLayout& layout) {
     newTiles = storeFor(layout.newRaster);
 }
 
-Result<PairReader> PairReader::open(const PairLayout& layout, const SharedTiles* tiles) {
+Result<PairReader> PairReader::open(const PairLayout& layout, const SharedTiles* tiles, ReadFor purpose) {
     auto oldSource = RasterSource::openAgain(layout.oldRaster);
     if (!oldSource) {
         return failed(oldSource);
@@ -123,7 +134,7 @@ Result<PairReader> PairReader::open(const PairLayout& layout, const SharedTiles*
         oldSource->shareTiles(tiles->oldTiles);
         newSource->shareTiles(tiles->newTiles);
     }
-    return PairReader(layout, std::move(*oldSource), std::move(*newSource));
+    return PairReader(layout, purpose, std::move(*oldSource), std::move(*newSource));
 }
 
 bool PairReader::isEmpty(const CellWindow& window) {
@@ -138,7 +149,16 @@ bool PairReader::isEmpty(const CellWindow& window) {
 }
 
 Status PairReader::readOld(const CellWindow& window, float* heights) {
-    return m_old.read(window, heights, static_cast<std::size_t>(window.columns));
+    if (auto done = m_old.read(window, heights, static_cast<std::size_t>(window.columns)); !done) {
+        return failed(done);
+    }
+    if (m_layout->ignored) {
+        m_layout->ignored->hide(window, heights);
+    }
+    if (m_layout->unstable && m_purpose == ReadFor::Fit) {
+        m_layout->unstable->hide(window, heights);
+    }
+    return {};
 }
 
 Status PairReader::readNew(const CellWindow& window, const Shift& shift, float* heights) {

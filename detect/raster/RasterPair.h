@@ -1,5 +1,6 @@
 #pragma once
 
+#include "detect/raster/GroundMask.h"
 #include "detect/raster/Resampler.h"
 
 namespace detect {
@@ -17,7 +18,13 @@ struct PairLayout {
     std::optional<Offset> offset;
     /// Cells of the old raster to compare: the overlap, cut to the requested window. Never empty.
     CellWindow overlap;
+    std::shared_ptr<const GroundMask> unstable; ///< null for none
+    std::shared_ptr<const GroundMask> ignored;
 };
+
+/// What the heights are read for: all that is marked as unstable is missing for Fit, what is to be ignored for
+/// both.
+enum class ReadFor { Fit, Search };
 
 /// Fails for rasters that cannot be used and for two that do not meet.
 Result<PairLayout> layOutPair(const Request& request);
@@ -35,7 +42,8 @@ struct SharedTiles {
 class PairReader {
 public:
     /// `layout` must outlive the reader. Without shared tiles every read decodes what it needs.
-    static Result<PairReader> open(const PairLayout& layout, const SharedTiles* tiles = nullptr);
+    static Result<PairReader> open(const PairLayout& layout, const SharedTiles* tiles = nullptr,
+                                   ReadFor purpose = ReadFor::Fit);
 
     /// True when one of the files says that it holds nothing for this window of old cells.
     bool isEmpty(const CellWindow& window);
@@ -45,10 +53,11 @@ public:
     Status readNew(const CellWindow& window, const Shift& shift, float* heights);
 
 private:
-    PairReader(const PairLayout& layout, RasterSource oldSource, RasterSource newSource)
-        : m_layout(&layout), m_old(std::move(oldSource)), m_new(std::move(newSource)) {}
+    PairReader(const PairLayout& layout, ReadFor purpose, RasterSource oldSource, RasterSource newSource)
+        : m_layout(&layout), m_purpose(purpose), m_old(std::move(oldSource)), m_new(std::move(newSource)) {}
 
     const PairLayout* m_layout;
+    ReadFor m_purpose;
     RasterSource m_old;
     RasterSource m_new;
     std::optional<Resampler> m_resampler; ///< made when first needed

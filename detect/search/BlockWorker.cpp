@@ -1,18 +1,18 @@
 #include "detect/search/BlockWorker.h"
 
 #include "detect/raster/HeightRange.h"
+#include "detect/search/MedianOfNine.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace detect {
 
 namespace {
 
-/// Returns how many cells have a dZ.
-std::int64_t subtract(const float* oldHeights, const float* newHeights, std::size_t columns, float* dz) {
+std::int64_t measuredIn(const float* dz, int columns) {
     std::int32_t valid = 0;
-    for (std::size_t i = 0; i < columns; ++i) {
-        dz[i] = newHeights[i] - oldHeights[i];
+    for (int i = 0; i < columns; ++i) {
         valid += static_cast<std::int32_t>(dz[i] == dz[i]);
     }
     return valid;
@@ -22,8 +22,7 @@ std::int64_t subtract(const float* oldHeights, const float* newHeights, std::siz
 
 BlockWorker::BlockWorker(PairReader reader, const BlockTask& task)
     : m_reader(std::move(reader)), m_task(task),
-      m_finder(task.level.cellLevel(), static_cast<float>(task.growRatio)),
-      m_artefacts(task.artefactReach, task.level.level() * static_cast<float>(task.growRatio)) {}
+      m_finder(task.level.cellLevel(), static_cast<float>(task.growRatio)), m_blur(task.blur) {}
 
 Result<Block> BlockWorker::operator()(int index) {
     Block block;
@@ -42,14 +41,14 @@ Result<Block> BlockWorker::operator()(int index) {
     findRuns(inset, block);
     measureRuns(inset, block);
     if (m_task.keepDz) {
-        block.dz = m_dz;
+        block.dz = dzOf(inset, block.window);
     }
     return block;
 }
 
 BlockWorker::Inset BlockWorker::withNeighbours(const CellWindow& window) const {
-    const int forArtefacts = m_task.artefactReach > 0 ? m_artefacts.neighbourCells() : 0;
-    const int neighbours = std::max(forArtefacts, 1);
+    // A core reaches one cell beyond the block, and what is uncertain there leans on cells farther out.
+    const int neighbours = 1 + std::max(m_blur.neighbourCells(), m_task.level.dependsOnSlope() ? 1 : 0);
     Inset inset;
     inset.read = intersect({window.column - neighbours, window.row - neighbours,
                             window.columns + 2 * neighbours, window.rows + 2 * neighbours},
@@ -90,37 +89,131 @@ Status BlockWorker::readBoth(const CellWindow& window) {
     return {};
 }
 
-/// What needs more than a cell's own dZ.
 void BlockWorker::judge(const Inset& inset, const CellWindow& window) {
-    if (m_task.artefactReach > 0) {
-        m_artefacts.mark(m_old.data(), m_new.data(), inset.read.columns, inset.read.rows, inset.firstRow,
-                         inset.firstRow + window.rows, m_artefactFlags);
+    const CellWindow& read = inset.read;
+    m_dz.resize(m_old.size());
+    for (std::size_t i = 0; i < m_dz.size(); ++i) {
+        m_dz[i] = m_new[i] - m_old[i];
+    }
+    if (m_blur.any()) {
+        m_blur.fill(m_old.data(), m_new.data(), read.columns, read.rows, m_blurs);
+        const CellWindow inner =
+            intersect({inset.firstColumn - 1, inset.firstRow - 1, window.columns + 2, window.rows + 2},
+                      {0, 0, read.columns, read.rows});
+        m_blur.settle(m_blurs, read.columns, inner,
+                      m_task.level.level() * static_cast<float>(m_task.growRatio), m_dz);
     }
     if (m_task.level.dependsOnSlope()) {
-        m_task.level.fill(m_old.data(), inset.read.columns, inset.read.rows, m_sigmas);
+        m_task.level.fill(m_old.data(), read.columns, read.rows, m_sigmas);
     }
+}
+
+CellUncertainty BlockWorker::uncertainty() const {
+    return {m_task.level.dependsOnSlope() ? m_sigmas.data() : nullptr,
+            m_blur.any() ? m_blurs.data() : nullptr};
+}
+
+std::vector<float> BlockWorker::dzOf(const Inset& inset, const CellWindow& window) const {
+    std::vector<float> dz;
+    dz.reserve(static_cast<std::size_t>(window.cells()));
+    for (int row = 0; row < window.rows; ++row) {
+        const std::size_t first = inset.cell(row);
+        for (std::size_t cell = first; cell < first + static_cast<std::size_t>(window.columns); ++cell) {
+            dz.push_back(m_new[cell] - m_old[cell]);
+        }
+    }
+    return dz;
 }
 
 void BlockWorker::findRuns(const Inset& inset, Block& block) {
     const CellWindow& window = block.window;
-    m_dz.resize(static_cast<std::size_t>(window.cells()));
     for (int row = 0; row < window.rows; ++row) {
         const std::size_t from = inset.cell(row);
-        const auto columns = static_cast<std::size_t>(window.columns);
-        float* dz = m_dz.data() + static_cast<std::size_t>(row) * columns;
-        block.compared += subtract(m_old.data() + from, m_new.data() + from, columns, dz);
         RowOfCells cells;
-        cells.dz = dz;
+        cells.dz = m_dz.data() + from;
         cells.columns = window.columns;
         cells.row = window.row + row;
         cells.firstColumn = window.column;
-        cells.excluded = m_task.artefactReach > 0 ? m_artefactFlags.data() + from : nullptr;
         cells.sigmas = m_task.level.dependsOnSlope() ? m_sigmas.data() + from : nullptr;
+        cells.medians = mediansOf(inset, window, row);
+        block.compared += measuredIn(cells.dz, window.columns);
         m_finder.find(cells, block.found.runs);
     }
+    const BlockEdges edges{window.row, window.row + window.rows - 1, window.column,
+                           window.column + window.columns};
     if (m_task.dropLonely) {
-        dropLonelyRuns(block.found.runs, {window.row, window.row + window.rows - 1, window.column,
-                                          window.column + window.columns});
+        dropLonelyRuns(block.found.runs, edges);
+    }
+    dropWeakComponents(block.found.runs, edges, [&](const Run& run) { return isStrong(inset, window, run); });
+}
+
+/// False where noise leaves nothing between what a rim and what a cell itself must reach.
+bool BlockWorker::hasRims() const {
+    const CellLevel& level = m_task.level.cellLevel();
+    const auto ratio = static_cast<float>(m_task.growRatio);
+    // On slopes the noise is larger, so that level ground has rims where any has.
+    return level.rim(level.sigma, ratio) < std::numeric_limits<float>::infinity();
+}
+
+/// Null where there are none to be had: beyond the border nothing is known.
+const float* BlockWorker::mediansOf(const Inset& inset, const CellWindow& window, int row) {
+    const auto columns = static_cast<std::size_t>(window.columns);
+    const auto stride = static_cast<std::size_t>(inset.read.columns);
+    const int readRow = inset.firstRow + row;
+    if (!hasRims() || readRow < 1 || readRow + 1 >= inset.read.rows) {
+        return nullptr;
+    }
+    // In the first and last column of the overlap a neighbour is missing.
+    const std::size_t before = inset.firstColumn > 0 ? 0 : 1;
+    const std::size_t after = inset.firstColumn + window.columns < inset.read.columns ? 0 : 1;
+    m_medians.assign(columns, kNoHeight);
+    if (columns > before + after) {
+        const std::size_t count = columns - before - after;
+        m_sorted.resize(3 * (count + 2));
+        mediansOfNine(m_dz.data() + inset.cell(row) + before, stride, count, m_sorted.data(),
+                      m_medians.data() + before);
+    }
+    return m_medians.data();
+}
+
+bool BlockWorker::isStrong(const Inset& inset, const CellWindow& window, const Run& run) const {
+    const std::size_t first =
+        inset.cell(run.row - window.row) + static_cast<std::size_t>(run.begin - window.column);
+    const CellUncertainty uncertain = uncertainty();
+    const CellLevel& level = m_task.level.cellLevel();
+    for (std::size_t cell = first; cell < first + static_cast<std::size_t>(run.cells()); ++cell) {
+        if (std::abs(m_dz[cell]) >= uncertain.seedLevel(cell, level)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// Looks at the run's cells with those above and below: a column is strong when all three are.
+void BlockWorker::findCores(const Inset& inset, const CellWindow& window, Run& run) const {
+    const int row = run.row - window.row + inset.firstRow;
+    if (run.strongest < 1.0F || row < 1 || row + 1 >= inset.read.rows) {
+        return;
+    }
+    const CellUncertainty uncertain = uncertainty();
+    const CellLevel& level = m_task.level.cellLevel();
+    const auto width = static_cast<std::size_t>(inset.read.columns);
+    const int first = run.begin - window.column + inset.firstColumn;
+    const int last = first + run.cells() - 1;
+    const auto sign = static_cast<float>(run.sign);
+    int strongColumns = 0; // side by side, up to the present one
+    for (int column = std::max(0, first - 1); column <= std::min(last + 1, inset.read.columns - 1);
+         ++column) {
+        const std::size_t middle = static_cast<std::size_t>(row) * width + static_cast<std::size_t>(column);
+        bool strong = true;
+        for (std::size_t cell = middle - width; strong && cell <= middle + width; cell += width) {
+            strong = sign * m_dz[cell] >= uncertain.seedLevel(cell, level);
+        }
+        strongColumns = strong ? strongColumns + 1 : 0;
+        if (strongColumns >= 3) {
+            const std::int32_t core = run.begin + column - 1 - first;
+            run.addCores(1, core, core + 1);
+        }
     }
 }
 
@@ -133,13 +226,11 @@ void BlockWorker::measureRuns(const Inset& inset, Block& block) const {
     }
     block.found.heights.reserve(cells);
     for (Run& run : block.found.runs) {
-        const int row = run.row - window.row;
-        const auto column = static_cast<std::size_t>(run.begin - window.column);
-        const float* dz =
-            m_dz.data() + static_cast<std::size_t>(row) * static_cast<std::size_t>(window.columns) + column;
-        const float* sigmas =
-            m_task.level.dependsOnSlope() ? m_sigmas.data() + inset.cell(row) + column : nullptr;
-        measureRun(dz, sigmas, m_task.level.cellLevel(), run);
+        const std::size_t first =
+            inset.cell(run.row - window.row) + static_cast<std::size_t>(run.begin - window.column);
+        const float* dz = m_dz.data() + first;
+        measureRun(dz, uncertainty().from(first), m_task.level.cellLevel(), run);
+        findCores(inset, window, run);
         if (m_task.explain) {
             run.explainedByShift = explainedByShift(inset, window, run);
         }

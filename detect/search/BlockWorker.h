@@ -3,7 +3,7 @@
 #include "detect/raster/HeightCorrection.h"
 #include "detect/search/BlockPlan.h"
 #include "detect/search/LevelOfDetection.h"
-#include "detect/search/ResamplingArtefacts.h"
+#include "detect/search/ResamplingBlur.h"
 #include "detect/search/Runs.h"
 
 namespace detect {
@@ -25,8 +25,7 @@ struct BlockTask {
     Shift shift = {};
     LevelOfDetection level = {};
     double growRatio = 0.5;
-    /// Cells around that tell resampling artefacts; 0 when heights come untouched.
-    int artefactReach = 0;
+    ResamplingBlur blur = {};
     /// Leave out what cannot become a component with a core; see dropLonelyRuns.
     bool dropLonely = true;
     /// Count the cells whose change a shift would explain; see Run::explainedByShift.
@@ -60,16 +59,24 @@ private:
     void findRuns(const Inset& inset, Block& block);
     void measureRuns(const Inset& inset, Block& block) const;
     std::int32_t explainedByShift(const Inset& inset, const CellWindow& window, const Run& run) const;
+    void findCores(const Inset& inset, const CellWindow& window, Run& run) const;
+    bool hasRims() const;
+    const float* mediansOf(const Inset& inset, const CellWindow& window, int row);
+    bool isStrong(const Inset& inset, const CellWindow& window, const Run& run) const;
+    CellUncertainty uncertainty() const;
+    std::vector<float> dzOf(const Inset& inset, const CellWindow& window) const;
 
     PairReader m_reader;
     const BlockTask& m_task;
     RunFinder m_finder;
-    ResamplingArtefacts m_artefacts;
+    ResamplingBlur m_blur;
     std::vector<float> m_old;
     std::vector<float> m_new;
-    std::vector<float> m_dz;
-    std::vector<float> m_sigmas; ///< of the cells read; empty where one holds for all
-    std::vector<std::uint8_t> m_artefactFlags;
+    std::vector<float> m_dz;      ///< of the cells read, like all that follows
+    std::vector<float> m_sigmas;  ///< empty where one holds for all
+    std::vector<float> m_blurs;   ///< empty where heights come untouched
+    std::vector<float> m_medians; ///< of the row at hand
+    std::vector<float> m_sorted;
 };
 
 } // namespace detect

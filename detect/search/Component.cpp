@@ -27,6 +27,7 @@ void extend(Run& before, const Run& run) {
     before.sunk += run.sunk;
     before.variance += run.variance;
     before.explainedByShift += run.explainedByShift;
+    before.addCores(run.cores, run.coresBegin, run.coresEnd);
 }
 
 } // namespace

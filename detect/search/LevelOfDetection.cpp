@@ -11,6 +11,10 @@ namespace {
 
 /// No survey tells less, also where two epochs agree perfectly.
 constexpr float kLeastLevelMetres = 0.001F;
+/// Of a million stable cells a few dozen are farther off, single ones.
+constexpr double kSeedSigmas = 4.0;
+/// Whoever asks for a threshold is not given one much higher: where epochs do not fit, the scatter is no noise.
+constexpr float kMostOfThreshold = 1.5F;
 
 /// Rise over one cell from the heights on its two sides, `apart` cells from each other; where one is missing
 /// the cell's own stands for it. Level where nothing is.
@@ -40,6 +44,10 @@ LevelOfDetection::LevelOfDetection(const Parameters& parameters, const Coregistr
     m_cell.threshold = std::max(kLeastLevelMetres, static_cast<float>(parameters.thresholdMetres));
     if (!parameters.significance) {
         m_cell.sigma = static_cast<float>(coregistration.nmadAfterMetres); // of all slopes together
+        if (parameters.rules.speckle) {
+            m_cell.seed = std::min(static_cast<float>(kSeedSigmas * coregistration.sigmaMetres),
+                                   kMostOfThreshold * m_cell.threshold);
+        }
         return;
     }
     const Significance& significance = *parameters.significance;

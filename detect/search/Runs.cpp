@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <numeric>
 
 namespace detect {
 
@@ -29,9 +30,12 @@ std::size_t nextMember(const std::int8_t* signs, std::size_t i, std::size_t colu
 /// No survey is as bad as this; keeps the sums within 64 bits.
 constexpr double kWorstSigmaMetres = 64.0;
 
-std::int64_t varianceUnits(float sigmaMetres) {
-    const double sigma = std::min(static_cast<double>(sigmaMetres), kWorstSigmaMetres);
-    return static_cast<std::int64_t>(sigma * sigma / kVarianceUnitSquareMetres);
+/// What dZ may be off for being blurred counts as two standard deviations.
+std::int64_t varianceUnits(float sigmaMetres, float blurMetres) {
+    const auto noise = static_cast<double>(sigmaMetres);
+    const double blur = static_cast<double>(blurMetres) / 2.0;
+    const double variance = std::min(noise * noise + blur * blur, kWorstSigmaMetres * kWorstSigmaMetres);
+    return static_cast<std::int64_t>(variance / kVarianceUnitSquareMetres);
 }
 
 bool isMeasured(float dz) {
@@ -79,8 +83,24 @@ void RunFinder::markSigns(const RowOfCells& cells) {
             signs[i] = sign(dz[i], level.at(sigmas[i]) * growRatio);
         }
     }
-    for (std::size_t i = 0; cells.excluded && i < count; ++i) {
-        signs[i] = cells.excluded[i] != 0 ? std::int8_t{0} : signs[i];
+    if (cells.medians) {
+        addRim(cells);
+    }
+}
+
+/// Weak cells of a gentle rim, which noise would fray.
+void RunFinder::addRim(const RowOfCells& cells) {
+    std::int8_t* signs = m_signs.data();
+    const auto count = static_cast<std::size_t>(cells.columns);
+    const CellLevel level = m_level;
+    const float growRatio = m_growRatio;
+    const float* medians = cells.medians;
+    const float common = level.rim(level.sigma, growRatio);
+    for (std::size_t i = 0; i < count; ++i) {
+        const float needed = cells.sigmas ? level.rim(cells.sigmas[i], growRatio) : common;
+        const auto rim = static_cast<std::int8_t>(static_cast<int>(medians[i] >= needed) -
+                                                  static_cast<int>(medians[i] <= -needed));
+        signs[i] = signs[i] != 0 ? signs[i] : rim;
     }
 }
 
@@ -155,7 +175,76 @@ void dropLonelyRuns(std::vector<Run>& runs, const BlockEdges& edges) {
     runs.resize(kept);
 }
 
-void measureRun(const float* dz, const float* sigmas, const CellLevel& level, Run& run) {
+namespace {
+
+/// Which runs hang together.
+class RunSets {
+public:
+    explicit RunSets(std::size_t count) : m_up(count) {
+        std::iota(m_up.begin(), m_up.end(), std::uint32_t{0});
+    }
+
+    std::uint32_t root(std::uint32_t run) {
+        while (m_up[run] != run) {
+            m_up[run] = m_up[m_up[run]];
+            run = m_up[run];
+        }
+        return run;
+    }
+    void join(std::size_t a, std::size_t b) {
+        m_up[root(static_cast<std::uint32_t>(a))] = root(static_cast<std::uint32_t>(b));
+    }
+
+private:
+    std::vector<std::uint32_t> m_up;
+};
+
+void joinRuns(const std::vector<Run>& runs, RunSets& sets) {
+    std::size_t upper = 0; ///< first run of the row above that may touch
+    std::size_t rowBegin = 0;
+    for (std::size_t i = 0; i < runs.size(); ++i) {
+        const Run& run = runs[i];
+        if (i > 0 && runs[i - 1].row != run.row) {
+            upper = rowBegin;
+            rowBegin = i;
+        }
+        if (i > rowBegin && runs[i - 1].end == run.begin && runs[i - 1].sign == run.sign) {
+            sets.join(i, i - 1);
+        }
+        while (upper < rowBegin && (runs[upper].row + 1 < run.row || runs[upper].end <= run.begin)) {
+            ++upper;
+        }
+        for (std::size_t a = upper; a < rowBegin && runs[a].begin < run.end; ++a) {
+            if (runs[a].sign == run.sign && runs[a].end > run.begin) {
+                sets.join(i, a);
+            }
+        }
+    }
+}
+
+} // namespace
+
+void dropWeakComponents(std::vector<Run>& runs, const BlockEdges& edges,
+                        const std::function<bool(const Run&)>& isStrong) {
+    RunSets sets(runs.size());
+    joinRuns(runs, sets);
+    std::vector<std::uint8_t> keep(runs.size(), 0);
+    for (std::size_t i = 0; i < runs.size(); ++i) {
+        const std::uint32_t root = sets.root(static_cast<std::uint32_t>(i));
+        if (keep[root] == 0 && (edges.touches(runs[i]) || isStrong(runs[i]))) {
+            keep[root] = 1;
+        }
+    }
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < runs.size(); ++i) {
+        if (keep[sets.root(static_cast<std::uint32_t>(i))] != 0) {
+            runs[kept++] = runs[i];
+        }
+    }
+    runs.resize(kept);
+}
+
+void measureRun(const float* dz, const CellUncertainty& uncertainty, const CellLevel& level, Run& run) {
     run.lowest = run.highest = dz[0];
     const auto cells = static_cast<std::size_t>(run.cells());
     for (std::size_t i = 0; i < cells; ++i) {
@@ -163,9 +252,9 @@ void measureRun(const float* dz, const float* sigmas, const CellLevel& level, Ru
         run.highest = std::max(run.highest, dz[i]);
         const auto units = static_cast<std::int64_t>(static_cast<double>(dz[i]) / kSumUnitMetres);
         (units > 0 ? run.raised : run.sunk) += units;
-        const float sigma = sigmas ? sigmas[i] : level.sigma;
-        run.strongest = std::max(run.strongest, std::abs(dz[i]) / level.at(sigma));
-        run.variance += varianceUnits(sigma);
+        const float sigma = uncertainty.sigmas ? uncertainty.sigmas[i] : level.sigma;
+        run.strongest = std::max(run.strongest, std::abs(dz[i]) / uncertainty.seedLevel(i, level));
+        run.variance += varianceUnits(sigma, uncertainty.blurs ? uncertainty.blurs[i] : 0.0F);
     }
 }
 

@@ -1,7 +1,10 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
+#include <limits>
 #include <vector>
 
 namespace detect {
@@ -32,9 +35,22 @@ struct Run {
     std::int64_t variance = 0; ///< sum over the cells, in varianceUnitSquareMetres
     /// Cells whose change a shift by one cell would explain; see Traits. 0 where no rule asks.
     std::int32_t explainedByShift = 0;
+    /// Cells in the middle of a core: 3 x 3 cells that all reach their whole level of detection.
+    std::int32_t cores = 0;
+    std::int32_t coresBegin = 0; ///< all of them lie in these columns
+    std::int32_t coresEnd = 0;
     std::size_t heights = 0; ///< where the dZ of its cells begin in what goes with the runs
 
     std::int32_t cells() const { return end - begin; }
+    /// Takes over the cores of another run of the row.
+    void addCores(std::int32_t count, std::int32_t from, std::int32_t to) {
+        if (count == 0) {
+            return;
+        }
+        coresBegin = cores == 0 ? from : std::min(coresBegin, from);
+        coresEnd = std::max(coresEnd, to);
+        cores += count;
+    }
     /// Row order; at one place cut before fill.
     bool isBefore(const Run& other) const {
         return row != other.row       ? row < other.row
@@ -66,10 +82,10 @@ struct RowOfCells {
     int columns = 0;
     int row = 0;
     int firstColumn = 0;
-    /// Cells whose flag is set are no members, whatever their dZ; null for none.
-    const std::uint8_t* excluded = nullptr;
     /// Standard deviation of each cell's dZ, metres; null where one holds for all.
     const float* sigmas = nullptr;
+    /// Median of the dZ of each cell and the eight around it, metres; NaN where one of them is missing.
+    const float* medians = nullptr;
 };
 
 /// Level of detection of a cell: so many standard deviations of its dZ, and at least the threshold; metres.
@@ -77,17 +93,33 @@ struct CellLevel {
     float threshold = 0.5F;
     float quantile = 0.0F;
     float sigma = 0.0F; ///< of the cells that bring no standard deviation of their own
+    float seed = 0.0F;  ///< what seeds must reach at least, or noise makes them; metres
 
     float at(float cellSigma) const {
         const float significant = quantile * cellSigma;
         return threshold > significant ? threshold : significant;
     }
+    /// What the median around a cell must reach, so that the cell belongs to the rim of a change: the share of what
+    /// a cell itself must reach to belong to it, taken once more, and no less than noise leaves of a median.
+    /// Infinite where that is no less than what the cell itself must reach.
+    float rim(float cellSigma, float growRatio) const {
+        const float whole = at(cellSigma);
+        const float quiet = growRatio * growRatio * whole;
+        const float noise = kRimSigmas * cellSigma;
+        const float needed = quiet > noise ? quiet : noise;
+        return needed < growRatio * whole ? needed : std::numeric_limits<float>::infinity();
+    }
+
+    /// Noise of neighbouring cells hangs together, so that the median of nine keeps most of it; one cell in
+    /// fifteen passes then, which does not yet run together.
+    static constexpr float kRimSigmas = 1.3F;
 };
 
 /// Turns rows of dZ into runs.
 class RunFinder {
 public:
-    /// Members are cells with |dZ| at or above growRatio times their level of detection.
+    /// Members are cells with |dZ| at or above growRatio times their level of detection, and those around which
+    /// the median of dZ reaches CellLevel::rim.
     RunFinder(const CellLevel& level, float growRatio) : m_level(level), m_growRatio(growRatio) {}
 
     /// Appends the runs of one row, left to right, not yet measured. What lies beyond the ends of the row is
@@ -96,6 +128,7 @@ public:
 
 private:
     void markSigns(const RowOfCells& cells);
+    void addRim(const RowOfCells& cells);
 
     CellLevel m_level;
     float m_growRatio;
@@ -122,8 +155,28 @@ constexpr BlockEdges kNothingOpen{-1, -1, -1, -1};
 /// stay. `runs` are in row order.
 void dropLonelyRuns(std::vector<Run>& runs, const BlockEdges& edges);
 
-/// Fills extremes and sums of a run from the dZ of its cells and their standard deviations (metres); null
-/// where that of `level` holds for all.
-void measureRun(const float* dz, const float* sigmas, const CellLevel& level, Run& run);
+/// What is uncertain about the dZ of a row of cells, metres.
+struct CellUncertainty {
+    const float* sigmas = nullptr; ///< standard deviations; null where that of the level holds for all
+    const float* blurs = nullptr;  ///< see ResamplingBlur; null for none
+
+    CellUncertainty from(std::size_t cell) const {
+        return {sigmas ? sigmas + cell : nullptr, blurs ? blurs + cell : nullptr};
+    }
+    /// What |dZ| of a cell must reach as the seed of a change.
+    float seedLevel(std::size_t cell, const CellLevel& level) const {
+        const float needed = level.at(sigmas ? sigmas[cell] : level.sigma);
+        return (needed > level.seed ? needed : level.seed) + (blurs ? blurs[cell] : 0.0F);
+    }
+};
+
+/// Drops runs of components that reach their seed level nowhere and no edge either, so that nothing can join them
+/// any more. Gaps count as filled. `isStrong` tells of a run whether one of its cells reaches its seed level;
+/// `runs` are in row order.
+void dropWeakComponents(std::vector<Run>& runs, const BlockEdges& edges,
+                        const std::function<bool(const Run&)>& isStrong);
+
+/// Fills extremes and sums of a run from the dZ of its cells (metres) and what is uncertain about them.
+void measureRun(const float* dz, const CellUncertainty& uncertainty, const CellLevel& level, Run& run);
 
 } // namespace detect

@@ -10,44 +10,25 @@ namespace detect {
 
 namespace {
 
-constexpr std::int32_t kCoreCells = 3;
 constexpr std::int64_t kLeastBodyCells = 16;
 /// Bands of less than these widths may be slivers or speckle, cells.
 constexpr double kSliverCells = 4.0;
 constexpr double kSpeckleCells = 3.0;
+constexpr double kRoughestInNoise = 0.15;
+/// Departures of a cell from the line between its neighbours, over the standard deviation on stable ground, where
+/// they are 0.8 when the cells' errors hang together as those of matched points do, 1 when they do not.
+constexpr double kRoughestSigmas = 1.4;
 constexpr double kMostExplained = 0.6;
 constexpr double kLeastCompact = 0.7;
 constexpr double kRoughestRagged = 0.25;
 constexpr double kRoughestCompact = 0.4;
-using RunIterator = std::vector<Run>::const_iterator;
-
-struct RowRuns {
-    std::int32_t row = -2;
-    RunIterator begin;
-    RunIterator end;
-};
-
-/// A stretch of coreCells columns that all three rows cover.
-bool shareCore(RowRuns a, RowRuns b, RowRuns c) {
-    while (a.begin != a.end && b.begin != b.end && c.begin != c.end) {
-        const std::int32_t begin = std::max({a.begin->begin, b.begin->begin, c.begin->begin});
-        const std::int32_t end = std::min({a.begin->end, b.begin->end, c.begin->end});
-        if (end - begin >= kCoreCells) {
-            return true;
-        }
-        if (a.begin->end == end) {
-            ++a.begin;
-        } else if (b.begin->end == end) {
-            ++b.begin;
-        } else {
-            ++c.begin;
-        }
-    }
-    return false;
-}
 
 bool reachesLevelOfDetection(const std::vector<Run>& runs) {
     return std::any_of(runs.begin(), runs.end(), [](const Run& run) { return run.strongest >= 1.0F; });
+}
+
+bool hasCore(const std::vector<Run>& runs) {
+    return std::any_of(runs.begin(), runs.end(), [](const Run& run) { return run.cores > 0; });
 }
 
 bool isOneRow(const std::vector<Run>& runs) {
@@ -58,11 +39,14 @@ bool isSliver(const Traits& traits) {
     return traits.widthCells < kSliverCells && traits.explainedByShift > kMostExplained;
 }
 
-/// A heap of a few cells is rough, but compact.
-bool isSpeckle(const Traits& traits) {
+/// A heap of a few cells is rough, but compact. Ragged patches need not be as rough where their cells scatter more
+/// than those of stable ground do.
+bool isSpeckle(const Traits& traits, double sigmaMetres) {
     const bool ragged = traits.rectangularity < kLeastCompact;
-    return traits.widthCells < kSpeckleCells &&
-           traits.roughness > (ragged ? kRoughestRagged : kRoughestCompact);
+    const bool rough = traits.roughness > (ragged ? kRoughestRagged : kRoughestCompact);
+    const bool rougherThanGround = ragged && traits.roughness > kRoughestInNoise &&
+                                   traits.roughness * traits.meanMetres > kRoughestSigmas * sigmaMetres;
+    return traits.widthCells < kSpeckleCells && (rough || rougherThanGround);
 }
 
 double signedArea(const Ring& ring) {
@@ -76,27 +60,11 @@ double signedArea(const Ring& ring) {
 
 } // namespace
 
-bool hasCore(const std::vector<Run>& runs) {
-    RowRuns above;
-    RowRuns middle;
-    for (auto begin = runs.begin(); begin != runs.end();) {
-        const auto end =
-            std::find_if(begin, runs.end(), [begin](const Run& run) { return run.row != begin->row; });
-        const RowRuns row{begin->row, begin, end};
-        if (above.row + 2 == row.row && middle.row + 1 == row.row && shareCore(above, middle, row)) {
-            return true;
-        }
-        above = middle;
-        middle = row;
-        begin = end;
-    }
-    return false;
-}
-
 AnomalyBuilder::AnomalyBuilder(const Grid& grid, const Parameters& parameters,
                                const Coregistration& coregistration, AnomalyOrder& found)
     : m_grid(grid), m_parameters(parameters), m_level(parameters, coregistration, grid),
-      m_correlatedCells(std::max(1.0, coregistration.correlatedCells)), m_found(found) {}
+      m_correlatedCells(std::max(1.0, coregistration.correlatedCells)),
+      m_sigmaMetres(coregistration.sigmaMetres), m_found(found) {}
 
 void AnomalyBuilder::consider(Component& component) {
     if (!reachesLevelOfDetection(component.runs)) {
@@ -104,6 +72,10 @@ void AnomalyBuilder::consider(Component& component) {
     }
     // What lies in one row was perhaps left out on the way; it does not count as turned away.
     if (m_parameters.rules.core && isOneRow(component.runs)) {
+        return;
+    }
+    if (m_parameters.rules.core && !hasCore(component.runs)) {
+        ++m_rejections.core;
         return;
     }
     component.putInRowOrder();
@@ -151,7 +123,7 @@ bool AnomalyBuilder::passes(const Traits& traits) {
         ++m_rejections.sliver;
         return false;
     }
-    if (m_parameters.rules.speckle && isSpeckle(traits)) {
+    if (m_parameters.rules.speckle && isSpeckle(traits, m_sigmaMetres)) {
         ++m_rejections.speckle;
         return false;
     }

@@ -37,11 +37,9 @@ private:
     Parameters m_parameters;
     LevelOfDetection m_level;
     double m_correlatedCells;
+    double m_sigmaMetres; ///< of a cell on stable ground
     AnomalyOrder& m_found;
     Rejections m_rejections;
 };
-
-/// True when the runs (row order) hold a full block of 3 x 3 cells.
-bool hasCore(const std::vector<Run>& runs);
 
 } // namespace detect

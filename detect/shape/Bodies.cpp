@@ -115,12 +115,15 @@ Run part(const Run& whole, std::int32_t begin, std::int32_t end, const float* he
     run.end = end;
     run.sign = whole.sign;
     const float* first = heights + (begin - whole.begin);
-    measureRun(first, nullptr, {}, run);
+    measureRun(first, {}, {}, run);
     const float ofWhole = largest(heights, heights + whole.cells());
     run.strongest = ofWhole > 0.0F ? whole.strongest * (largest(first, first + run.cells()) / ofWhole) : 0.0F;
     run.variance = whole.variance / whole.cells() * run.cells();
     run.explainedByShift =
         static_cast<std::int32_t>(std::int64_t{whole.explainedByShift} * run.cells() / whole.cells());
+    const std::int32_t coresBegin = std::max(begin, whole.coresBegin);
+    const std::int32_t coresEnd = std::min(end, whole.coresEnd);
+    run.addCores(std::clamp(coresEnd - coresBegin, 0, whole.cores), coresBegin, coresEnd);
     return run;
 }
 

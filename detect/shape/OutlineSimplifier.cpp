@@ -1,5 +1,6 @@
 #include "detect/shape/OutlineSimplifier.h"
 
+#include "detect/GdalErrors.h"
 #include "detect/shape/PolygonGeometry.h"
 
 #include <cmath>
@@ -71,6 +72,12 @@ bool isUprightRectangle(const Polygon& outline) {
     return outline.holes.empty() && outline.outer.size() == 4 && corners.isOfAWall(0) && corners.isOfAWall(2);
 }
 
+/// With at least so many holes.
+bool isPolygon(const OGRGeometry* geometry, int holes) {
+    return geometry && wkbFlatten(geometry->getGeometryType()) == wkbPolygon && !geometry->IsEmpty() &&
+           geometry->toPolygon()->getNumInteriorRings() >= holes;
+}
+
 } // namespace
 
 Polygon simplified(const Polygon& cellOutline) {
@@ -82,10 +89,15 @@ Polygon simplified(const Polygon& cellOutline) {
     for (const Ring& hole : cellOutline.holes) {
         smooth.holes.push_back(throughMiddles(hole));
     }
-    const std::unique_ptr<OGRGeometry> simple(
-        geometryOf(smooth.outer, smooth.holes)->SimplifyPreserveTopology(kToleranceCells));
-    const bool usable = simple && wkbFlatten(simple->getGeometryType()) == wkbPolygon && !simple->IsEmpty();
-    return usable ? polygonOf(*simple->toPolygon()) : smooth;
+    const GdalErrors quietAboutCrossings;
+    const auto geometry = geometryOf(smooth.outer, smooth.holes);
+    const int holes = static_cast<int>(smooth.holes.size());
+    // Ring by ring costs a fraction of watching all of them, and hardly ever makes them cross.
+    std::unique_ptr<OGRGeometry> simple(geometry->Simplify(kToleranceCells));
+    if (!isPolygon(simple.get(), holes) || !simple->IsValid()) {
+        simple.reset(geometry->SimplifyPreserveTopology(kToleranceCells));
+    }
+    return isPolygon(simple.get(), 0) ? polygonOf(*simple->toPolygon()) : smooth;
 }
 
 } // namespace detect

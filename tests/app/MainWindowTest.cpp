@@ -294,7 +294,7 @@ TEST_F(MainWindowTest, EverythingOfTheToolBarFitsASmallScreen) {
     EXPECT_EQ(m_window.width(), 1280);
     const auto* bar = m_window.findChild<QToolBar*>("tools");
     QWidgetList shown;
-    for (const char* name : {"openProject", "epochs", "pairs"}) {
+    for (const char* name : {"openProject", "baseLayers", "epochs", "pairs"}) {
         shown << bar->findChild<QWidget*>(name);
     }
     for (const QToolButton* tool : m_window.toolArea().findChildren<QToolButton*>()) {

@@ -20,7 +20,7 @@ struct Component {
 class Reference {
 public:
     Reference(const std::vector<float>& oldHeights, const std::vector<float>& newHeights, int columns,
-              const Parameters& parameters)
+              const Parameters& parameters, double noiseMetres)
         : m_columns(columns), m_rows(static_cast<int>(oldHeights.size()) / columns),
           m_parameters(parameters) {
         for (std::size_t i = 0; i < oldHeights.size(); ++i) {
@@ -29,6 +29,12 @@ public:
         const auto grow = static_cast<float>(parameters.thresholdMetres * parameters.growRatio);
         for (const float dz : m_dz) {
             m_measured.push_back(dz >= grow ? 1 : dz <= -grow ? -1 : 0);
+        }
+        const auto ratio = static_cast<float>(parameters.growRatio);
+        const float rim = std::max(ratio * ratio * static_cast<float>(parameters.thresholdMetres),
+                                   1.3F * static_cast<float>(noiseMetres));
+        if (rim < grow) {
+            addRims(rim);
         }
     }
 
@@ -50,6 +56,24 @@ public:
     }
 
 private:
+    /// The median of nine cells, all of them measured, may make a weak cell a member.
+    void addRims(float least) {
+        for (int row = 1; row + 1 < m_rows; ++row) {
+            for (int column = 1; column + 1 < m_columns; ++column) {
+                std::vector<float> nine;
+                for (int k = 0; k < 9; ++k) {
+                    nine.push_back(dz((row + k / 3 - 1) * m_columns + column + k % 3 - 1));
+                }
+                int& member = m_measured[static_cast<std::size_t>(row * m_columns + column)];
+                if (member == 0 &&
+                    std::none_of(nine.begin(), nine.end(), [](float v) { return std::isnan(v); })) {
+                    std::sort(nine.begin(), nine.end());
+                    member = nine[4] >= least ? 1 : nine[4] <= -least ? -1 : 0;
+                }
+            }
+        }
+    }
+
     int sign(const std::vector<int>& signs, int row, int column) const {
         const bool inside = row >= 0 && column >= 0 && row < m_rows && column < m_columns;
         return inside ? signs[static_cast<std::size_t>(row * m_columns + column)] : 0;
@@ -95,18 +119,19 @@ private:
         const auto has = [&](int cell) {
             return std::binary_search(component.cells.begin(), component.cells.end(), cell);
         };
-        bool strong = false;
+        const auto isStrong = [&](int cell) {
+            const float height = component.sign > 0 ? dz(cell) : -dz(cell);
+            return has(cell) && height >= static_cast<float>(m_parameters.thresholdMetres);
+        };
         bool core = false;
         for (const int cell : component.cells) {
-            const float height = component.sign > 0 ? dz(cell) : -dz(cell);
-            strong = strong || height >= static_cast<float>(m_parameters.thresholdMetres);
             bool whole = cell % m_columns + 2 < m_columns;
             for (int k = 0; k < 9; ++k) {
-                whole = whole && has(cell + k / 3 * m_columns + k % 3);
+                whole = whole && isStrong(cell + k / 3 * m_columns + k % 3);
             }
             core = core || whole;
         }
-        return strong && core &&
+        return core &&
                static_cast<double>(component.cells.size()) * cellArea >= m_parameters.minAreaSquareMetres;
     }
 
@@ -175,7 +200,8 @@ TEST(BruteForce, RandomRastersGiveTheReferenceWhateverBlocksAndThreads) {
         request.parameters.splitBodies = false;
         request.parameters.simplifyOutlines = false;
 
-        const Reference reference(oldHeights, newHeights, plan.columns, request.parameters);
+        const double noise = detectOrFail(request).coregistration.nmadAfterMetres;
+        const Reference reference(oldHeights, newHeights, plan.columns, request.parameters, noise);
         const std::vector<Component> expected = reference.components(0.25);
         const int blockRows[] = {0, 1, 2, 3, 7, 16, 1000};
         for (std::size_t i = 0; i < std::size(blockRows); ++i) {

@@ -128,6 +128,22 @@ TEST_F(CommandLine, TiltIsTakenOut) {
     EXPECT_NEAR(levelled.GetObj("coregistration").GetDouble("tilt_north"), 0.004, 2e-5);
 }
 
+TEST_F(CommandLine, ChosenModelIsToldAndTheCorrectionWritten) {
+    const ProgramRun run =
+        runCorridor(arguments("result.gpkg", {"--summary", m_folder.file("summary.json"), "--correction",
+                                              m_folder.file("field.tif")}));
+    EXPECT_EQ(run.status, 0) << run.messages;
+    EXPECT_NE(run.messages.find("配准："), std::string::npos) << run.messages;
+    CPLJSONDocument document;
+    ASSERT_TRUE(document.Load(m_folder.file("summary.json")));
+    EXPECT_EQ(document.GetRoot().GetString("coregister"), "auto");
+    EXPECT_FALSE(document.GetRoot().GetObj("coregistration").GetString("reason").empty());
+    EXPECT_EQ(readRaster(m_folder.file("field.tif")), std::vector<float>{0.0F})
+        << "nothing varies slowly here";
+    EXPECT_EQ(runCorridor(arguments("result.gpkg", {"--ignore", m_folder.file("no.gpkg")})).status, 1);
+    EXPECT_EQ(runCorridor(arguments("result.gpkg", {"--correction", m_folder.file("old.tif")})).status, 2);
+}
+
 TEST_F(CommandLine, SignificanceAndRulesAreInTheSummary) {
     const ProgramRun run =
         runCorridor(arguments("result.gpkg", {"--sigma", "0.01,0.02", "--confidence", "0.99", "--rules",

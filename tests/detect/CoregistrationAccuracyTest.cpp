@@ -123,7 +123,7 @@ TEST(CoregistrationAccuracy, ThirtyPercentOfTheGroundChanged) {
         pair.truth = {shift.x, shift.y, -0.3};
         expectTruthBothWays(pair);
     }
-    EXPECT_NEAR(estimateOrFail(pair.write()).stableShare, 0.7, 0.05);
+    EXPECT_NEAR(estimateOrFail(pair.write()).stableShare, 0.7, 0.06);
 }
 
 /// One metre up and down over 50 m, in 5 cm of noise: the slopes are a third of the noise that central

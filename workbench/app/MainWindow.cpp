@@ -7,6 +7,8 @@
 #include "workbench/app/BaseLayerDialog.h"
 #include "workbench/app/PairBox.h"
 #include "workbench/app/PluginLoader.h"
+#include "workbench/app/ProjectDesk.h"
+#include "workbench/app/StartPage.h"
 #include "workbench/app/ToolArea.h"
 #include "workbench/engine/EngineContext.h"
 #include "workbench/inspection/context/InspectionContext.h"
@@ -19,15 +21,22 @@
 #include <QCloseEvent>
 #include <QComboBox>
 #include <QDockWidget>
-#include <QFileDialog>
+#include <QDropEvent>
 #include <QFormLayout>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLoggingCategory>
+#include <QMenu>
+#include <QMimeData>
+#include <QScreen>
 #include <QShortcut>
+#include <QStackedWidget>
 #include <QStatusBar>
+#include <QTimer>
 #include <QToolBar>
 #include <QToolButton>
+#include <QUrl>
+#include <QVBoxLayout>
 
 #include <algorithm>
 #include <array>
@@ -46,16 +55,28 @@ QString degrees(double value, const char* positive, const char* negative) {
            (value < 0 ? negative : positive);
 }
 
+QStringList localFiles(const QMimeData& dragged) {
+    QStringList files;
+    for (const QUrl& url : dragged.urls()) {
+        if (url.isLocalFile()) {
+            files << url.toLocalFile();
+        }
+    }
+    return files;
+}
+
 } // namespace
 
 MainWindow::MainWindow()
     : m_globe(new GlobeWidget(this)), m_layers(m_globe->map()),
       m_baseLayers(*m_globe, BaseLayers::usualCacheFolder()) {
     setWindowTitle(tr("管道巡检"));
-    resize(1600, 1000);
+    constexpr QSize kFrame(4, 32); // what a window manager puts around it
+    resize(QSize(1600, 1000).boundedTo(screen()->availableSize() - kFrame));
     setDockOptions(QMainWindow::AnimatedDocks | QMainWindow::AllowTabbedDocks);
     setCorner(Qt::BottomRightCorner, Qt::RightDockWidgetArea);
-    setCentralWidget(m_globe);
+    setAcceptDrops(true);
+    buildCentre();
 
     InspectionContext& context = InspectionContext::instance();
     context.initialise(this);
@@ -82,6 +103,7 @@ MainWindow::~MainWindow() {
     handlers.clear();
     zeo::EngineContext::instance().shutdown();
     zeo::EngineContext::instance().setMapSRS(nullptr);
+    m_desk.reset();
     InspectionContext::instance().shutdown();
     delete m_globe;
 }
@@ -116,8 +138,24 @@ std::optional<QString> MainWindow::openProject(const QString& folder) {
     showComparedPair();
     setWindowTitle(project.name + (context.readOnlyReason().isEmpty() ? QString() : tr("（只读）")) +
                    tr(" — 管道巡检"));
+    showStart(false);
     goToOverview();
     return std::nullopt;
+}
+
+void MainWindow::showStartPage() {
+    m_start->showRecent();
+    showStart(true);
+    m_start->setFocus();
+}
+
+// Without a project the windows around the globe have nothing to show, and the tools nothing to work on.
+void MainWindow::showStart(bool isStart) {
+    m_centre->setCurrentWidget(isStart ? static_cast<QWidget*>(m_start) : m_globe);
+    m_toolArea->setEnabled(!isStart);
+    for (QDockWidget* dock : findChildren<QDockWidget*>(QString(), Qt::FindDirectChildrenOnly)) {
+        dock->setVisible(!isStart);
+    }
 }
 
 void MainWindow::goToOverview() {
@@ -133,6 +171,30 @@ void MainWindow::closeEvent(QCloseEvent* event) {
     QMainWindow::closeEvent(event);
 }
 
+void MainWindow::dragEnterEvent(QDragEnterEvent* event) {
+    if (!localFiles(*event->mimeData()).isEmpty()) {
+        event->acceptProposedAction();
+    }
+}
+
+// What follows may ask the user; the program that the files come from does not wait for that.
+void MainWindow::dropEvent(QDropEvent* event) {
+    event->acceptProposedAction();
+    QTimer::singleShot(0, m_desk.get(),
+                       [this, files = localFiles(*event->mimeData())] { m_desk->takeDropped(files); });
+}
+
+void MainWindow::buildCentre() {
+    m_centre = new QStackedWidget(this);
+    m_start = new StartPage;
+    m_centre->addWidget(m_globe);
+    m_centre->addWidget(m_start);
+    setCentralWidget(m_centre);
+    m_desk = std::make_unique<ProjectDesk>(*this, *m_start);
+    connect(new QShortcut(QKeySequence::New, this), &QShortcut::activated, m_desk.get(),
+            [this] { m_desk->makeNew(); });
+}
+
 void MainWindow::buildTop() {
     auto* top = new QToolBar(tr("工具"), this);
     top->setObjectName("tools");
@@ -145,22 +207,16 @@ void MainWindow::buildTop() {
     spring->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
     top->addWidget(spring);
 
-    auto* open = new QToolButton(top);
-    open->setObjectName("openProject");
-    open->setText(tr("打开项目…"));
-    open->setToolTip(tr("打开项目文件夹（Ctrl+O）"));
-    open->setShortcut(QKeySequence::Open);
-    connect(open, &QToolButton::clicked, this, &MainWindow::chooseProject);
-    top->addWidget(open);
-
-    m_baseLayersButton = new QToolButton(top);
-    m_baseLayersButton->setObjectName("baseLayers");
-    m_baseLayersButton->setText(tr("底图…"));
-    m_baseLayersButton->setToolTip(tr("项目影像后面的底图（Ctrl+B）"));
-    m_baseLayersButton->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_B));
-    m_baseLayersButton->setEnabled(false);
-    connect(m_baseLayersButton, &QToolButton::clicked, this, &MainWindow::editBaseLayers);
-    top->addWidget(m_baseLayersButton);
+    // One above the other, like the choices beside them, so that the tools have room for their names on a small screen.
+    auto* buttons = new QWidget(top);
+    auto* column = new QVBoxLayout(buttons);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(4);
+    column->addStretch();
+    column->addWidget(buildProjectButton(buttons));
+    column->addWidget(buildBaseLayersButton(buttons));
+    column->addStretch();
+    top->addWidget(buttons);
 
     m_epochs = new QComboBox(top);
     m_epochs->setObjectName("epochs");
@@ -173,16 +229,43 @@ void MainWindow::buildTop() {
     connect(&InspectionContext::instance(), &InspectionContext::computeFinished, m_pairs,
             &PairBox::markComputed);
 
-    // One above the other, so that the tools have room for their names on a small screen.
     auto* choices = new QWidget(top);
     auto* rows = new QFormLayout(choices);
-    rows->setContentsMargins(6, 0, 6, 0);
+    rows->setContentsMargins(2, 0, 0, 0);
+    rows->setHorizontalSpacing(4);
     rows->setVerticalSpacing(4);
     rows->setFormAlignment(Qt::AlignVCenter);
     rows->addRow(tr("显示期次"), m_epochs);
     rows->addRow(tr("对比期次"), m_pairs);
     top->addWidget(choices);
     addToolBar(Qt::TopToolBarArea, top);
+}
+
+QToolButton* MainWindow::buildProjectButton(QWidget* parent) {
+    auto* open = new QToolButton(parent);
+    open->setObjectName("openProject");
+    open->setAutoRaise(true);
+    open->setText(tr("打开项目…"));
+    open->setToolTip(tr("打开项目文件夹（Ctrl+O）；箭头：新建，最近的项目"));
+    open->setShortcut(QKeySequence::Open);
+    open->setPopupMode(QToolButton::MenuButtonPopup);
+    auto* menu = new QMenu(open);
+    open->setMenu(menu);
+    connect(menu, &QMenu::aboutToShow, m_desk.get(), [this, menu] { m_desk->fillMenu(*menu); });
+    connect(open, &QToolButton::clicked, m_desk.get(), &ProjectDesk::choose);
+    return open;
+}
+
+QToolButton* MainWindow::buildBaseLayersButton(QWidget* parent) {
+    m_baseLayersButton = new QToolButton(parent);
+    m_baseLayersButton->setObjectName("baseLayers");
+    m_baseLayersButton->setAutoRaise(true);
+    m_baseLayersButton->setText(tr("底图…"));
+    m_baseLayersButton->setToolTip(tr("项目影像后面的底图（Ctrl+B）"));
+    m_baseLayersButton->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_B));
+    m_baseLayersButton->setEnabled(false);
+    connect(m_baseLayersButton, &QToolButton::clicked, this, &MainWindow::editBaseLayers);
+    return m_baseLayersButton;
 }
 
 void MainWindow::buildDocks() {
@@ -286,18 +369,6 @@ void MainWindow::showComparedPair() {
     m_tableDock->setWindowTitle(
         project ? tr("异常列表：%1").arg(inspection::pairTitle(project->description().pair()))
                 : tr("异常列表"));
-}
-
-void MainWindow::chooseProject() {
-    const QString folder = QFileDialog::getExistingDirectory(this, tr("打开项目文件夹"));
-    if (folder.isEmpty()) {
-        return;
-    }
-    const std::optional<QString> problem = openProject(folder);
-    const QString notice = problem.value_or(InspectionContext::instance().readOnlyReason());
-    if (!notice.isEmpty()) {
-        myMessageBox::showMyMessageBox(this, tr("提示"), notice, myMessageBox::Warning, myMessageBox::Ok);
-    }
 }
 
 void MainWindow::editBaseLayers() {

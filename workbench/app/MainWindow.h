@@ -5,14 +5,18 @@
 
 #include <QMainWindow>
 
+#include <memory>
 #include <optional>
 
 class GlobeWidget;
 class PairBox;
+class ProjectDesk;
 class QComboBox;
 class QDockWidget;
 class QLabel;
+class QStackedWidget;
 class QToolButton;
+class StartPage;
 class ToolArea;
 
 /// The workbench's window: tool groups on top, the globe in the middle, the inspection library's windows
@@ -26,20 +30,28 @@ public:
 
     /// Loads a tool plug-in and shows its buttons. A plug-in that cannot be used is told in a message box.
     void loadPlugin(const QString& file);
-    /// Opens a project and shows it. Returns one Chinese line when it cannot be opened.
+    /// Opens a project and shows it. Returns one Chinese line when it cannot be opened; what was open stays then.
     std::optional<QString> openProject(const QString& folder);
+    /// Shows the ways to a project in place of the globe, until one is opened.
+    void showStartPage();
 
     /// Puts the view over the whole corridor at once; the view that Home goes back to.
     void goToOverview();
 
     GlobeWidget& globe() { return *m_globe; }
     ToolArea& toolArea() { return *m_toolArea; }
+    ProjectDesk& desk() { return *m_desk; }
 
 protected:
     void closeEvent(QCloseEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
 
 private:
+    void buildCentre();
     void buildTop();
+    QToolButton* buildProjectButton(QWidget* parent);
+    QToolButton* buildBaseLayersButton(QWidget* parent);
     void buildDocks();
     void buildStatusBar();
     void connectGlobe();
@@ -49,8 +61,8 @@ private:
     void comparePair(const inspection::EpochPair& pair);
     /// The table's caption says which epochs its anomalies are between.
     void showComparedPair();
-    void chooseProject();
     void editBaseLayers();
+    void showStart(bool isStart);
     void showPreparation(int percent);
     void showPointer(double lonDegrees, double latDegrees, double heightMetres);
     void addWorldBackdrop();
@@ -58,6 +70,9 @@ private:
     void goToPane(int step);
 
     GlobeWidget* m_globe;
+    QStackedWidget* m_centre = nullptr;
+    StartPage* m_start = nullptr;
+    std::unique_ptr<ProjectDesk> m_desk;
     ToolArea* m_toolArea = nullptr;
     QComboBox* m_epochs = nullptr;
     PairBox* m_pairs = nullptr;

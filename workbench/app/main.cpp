@@ -2,6 +2,7 @@
 #include "workbench/app/MainWindow.h"
 #include "workbench/app/Options.h"
 #include "workbench/app/PluginLoader.h"
+#include "workbench/app/ProjectDesk.h"
 #include "workbench/app/Theme.h"
 
 #include "detect/GdalErrors.h"
@@ -15,9 +16,11 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFileInfo>
+#include <QLibraryInfo>
 #include <QStandardPaths>
 #include <QTextStream>
 #include <QTimer>
+#include <QTranslator>
 
 #include <cstdio>
 #include <cstdlib>
@@ -98,10 +101,16 @@ int runWorkbench(const Options& options, const QElapsedTimer& sinceStart) {
     }
 
     MainWindow window;
+    if (!headless) {
+        window.showStartPage(); // what is opened takes its place
+    }
     window.show();
     QString problem = openWhatWasAskedFor(window, options).value_or(QString());
     if (problem.isEmpty()) {
         problem = InspectionContext::instance().readOnlyReason();
+    }
+    if (!headless) {
+        window.desk().rememberOpenProject();
     }
     const QString plugin = options.pluginFile.isEmpty() ? defaultPluginFile() : options.pluginFile;
     int status = 0;
@@ -141,6 +150,11 @@ int main(int argc, char** argv) {
     GlobeWidget::installSurfaceFormat();
     QApplication application(argc, argv);
     QCoreApplication::setApplicationName("corridor");
+
+    QTranslator dialogTexts; // Qt's own, where the distribution's package has laid them down
+    if (dialogTexts.load("qtbase_zh_CN", QLibraryInfo::path(QLibraryInfo::TranslationsPath))) {
+        QCoreApplication::installTranslator(&dialogTexts);
+    }
 
     auto options = parseOptions(QCoreApplication::arguments().mid(1)); // less those that Qt took
     if (!options) {

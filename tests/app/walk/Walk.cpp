@@ -10,6 +10,7 @@
 #include "tests/support/OverlaysOnGlobe.h"
 #include "tests/support/Pointer.h"
 #include "tests/support/WaitUntil.h"
+#include "workbench/app/ToolArea.h"
 #include "workbench/inspection/context/InspectionContext.h"
 #include "workbench/inspection/images/ImageWindow.h"
 #include "workbench/viewer/GlobeWidget.h"
@@ -46,6 +47,20 @@ QSize windowSize() {
 
 WalkTest::WalkTest() = default;
 WalkTest::~WalkTest() = default;
+
+void WalkTest::openStartPage() {
+    m_window = std::make_unique<MainWindow>();
+    m_window->resize(windowSize());
+    m_window->showStartPage();
+    m_window->show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(m_window.get()));
+    m_window->loadPlugin(TOOL_PLUGIN);
+    const QWidget& tools = m_window->toolArea(); // they have their places when everything has
+    ASSERT_TRUE(waitUntil([&tools] {
+        const auto* caption = tools.findChild<QLabel*>("toolGroupCaption");
+        return caption && caption->isVisible() && tools.height() >= tools.sizeHint().height();
+    }));
+}
 
 void WalkTest::open(const QString& folder) {
     m_folder = folder;

@@ -23,6 +23,8 @@ protected:
     ~WalkTest() override;
 
     void open(const QString& folder);
+    /// The window without a project, as the program shows it.
+    void openStartPage();
     void close() { m_window.reset(); }
 
     // By mouse.

@@ -5,9 +5,11 @@
 #include "host/inspection/KVImageWindow.h"
 #include "host/inspection/ParaSet.h"
 #include "host/inspection/StationWindow.h"
+#include "tests/support/VectorFile.h"
 #include "workbench/inspectiondata/history/ProjectHistory.h"
 
 #include <QDir>
+#include <QSignalSpy>
 
 #include <sys/wait.h>
 #include <unistd.h>
@@ -52,6 +54,31 @@ TEST_F(ProjectOpeningTest, AFolderWithoutAProjectGivesOneChineseLine) {
     EXPECT_FALSE(problem->contains('\n'));
     EXPECT_EQ(context().project(), nullptr);
     EXPECT_EQ(tree().topLevelItem(0)->childCount(), 0);
+}
+
+TEST_F(ProjectOpeningTest, WhatCannotBeOpenedLeavesTheOpenProjectAsItIs) {
+    openSample();
+    const auto* data = context().GetDataSet(0);
+    const QString broken = m_folder.filePath("broken");
+    ASSERT_TRUE(QDir().mkpath(broken));
+    writeBytes(broken + "/project.json", "{");
+    for (const QString& folder : {m_folder.filePath("nothing here"), m_folder.path(), broken}) {
+        EXPECT_TRUE(context().openProject(folder).has_value()) << folder.toStdString();
+        ASSERT_NE(context().project(), nullptr);
+        EXPECT_EQ(context().project()->description().folder, m_project);
+        EXPECT_GT(tree().topLevelItem(0)->childCount(), 0);
+    }
+    EXPECT_EQ(context().GetDataSet(0), data);
+    Special_Point point(toGbk("甲"), {114.0, 30.7, 50.0});
+    EXPECT_TRUE(context().GetStationWindow()->AddPointNode(point)) << "its database still takes edits";
+}
+
+TEST_F(ProjectOpeningTest, TheOpenProjectStaysWhenItIsOpenedAgainAndHasBeenDamaged) {
+    openSample();
+    writeBytes(m_project + "/project.json", "{");
+    EXPECT_TRUE(context().openProject(m_project).has_value());
+    ASSERT_NE(context().project(), nullptr);
+    EXPECT_GT(tree().topLevelItem(0)->childCount(), 0);
 }
 
 /// Opens the project in a child process that holds it until its standard input ends.

@@ -47,8 +47,8 @@ public:
     /// globe goes.
     void shutdown();
 
-    /// Opens a project in place of the open one. One Chinese line when it cannot be opened; no project is
-    /// open then.
+    /// Opens a project in place of the open one. One Chinese line when it cannot be opened; the open one stays
+    /// then.
     std::optional<QString> openProject(const QString& folder);
     void closeProject();
     /// Null while no project is open.

@@ -8,11 +8,27 @@
 #include "workbench/inspectiondata/project/CurrentProject.h"
 #include "workbench/inspectiondata/project/ServerAddress.h"
 
+#include <QFileInfo>
 #include <QScopedValueRollback>
 
 #include <utility>
 
 namespace inspection {
+
+namespace {
+
+Status readHistory(ProjectHistory& history, const Project& project, PipelineDatabase& database) {
+    const bool isWritable = project.access() == Project::Access::Exclusive;
+    try {
+        history.setDatabase(database.GetMySQL(), isWritable ? inspectorOf(project.description()) : QString());
+        return {};
+    } catch (const mysqlhelper::KV_MySQL_Exception& exception) {
+        const QString cause = QString::fromUtf8(exception.what());
+        return Unexpected(Failure{cause, Session::tr("无法读取项目数据库：%1").arg(cause)});
+    }
+}
+
+} // namespace
 
 Session::Session(QWidget* mainWindow)
     : m_mainWindow(mainWindow), m_work(std::make_unique<StationWork>(*this)) {
@@ -28,16 +44,31 @@ Session::~Session() {
     CurrentProject::clear();
 }
 
+/// A project that is not yet the session's.
+struct Session::Opened {
+    Project project;
+    std::unique_ptr<PipelineDatabase> database;
+    QString readOnlyReason;
+};
+
 Status Session::open(const QString& folder) {
-    close();
-    if (const Status writable = open(folder, Project::Access::Exclusive); !writable) {
-        if (!open(folder, Project::Access::ReadOnly)) {
-            return writable; // it says more than the second one
+    if (isOpen(folder)) { // its own lock would be in the way
+        if (const auto readable = Project::open(folder, Project::Access::ReadOnly); !readable) {
+            return failed(readable);
         }
-        m_readOnlyReason = tr("%1。工程已以只读方式打开，不能修改").arg(writable.error().userMessage);
+        close();
+    }
+    auto opened = openAsFarAsPossible(folder);
+    if (!opened) {
+        return failed(opened);
+    }
+    close();
+    if (auto done = take(*std::move(opened)); !done) {
+        forget();
+        return done;
     }
     watchOthers();
-    emit opened();
+    emit this->opened();
     emit parametersChanged();
     return {};
 }
@@ -49,7 +80,24 @@ Status Session::setBaseLayers(const std::vector<BaseLayer>& layers) {
     return m_project->setBaseLayers(layers);
 }
 
-Status Session::open(const QString& folder, Project::Access access) {
+bool Session::isOpen(const QString& folder) const {
+    return m_project && QFileInfo(folder) == QFileInfo(m_project->description().folder);
+}
+
+Result<Session::Opened> Session::openAsFarAsPossible(const QString& folder) {
+    auto writable = openBeside(folder, Project::Access::Exclusive);
+    if (writable) {
+        return writable;
+    }
+    auto readable = openBeside(folder, Project::Access::ReadOnly);
+    if (!readable) {
+        return writable; // it says more than the second one
+    }
+    readable->readOnlyReason = tr("%1。工程已以只读方式打开，不能修改").arg(writable.error().userMessage);
+    return readable;
+}
+
+Result<Session::Opened> Session::openBeside(const QString& folder, Project::Access access) {
     auto project = Project::open(folder, access);
     if (!project) {
         return failed(project);
@@ -58,26 +106,20 @@ Status Session::open(const QString& folder, Project::Access access) {
     if (!database) {
         return failed(database);
     }
-    m_project.emplace(std::move(*project));
-    m_database = std::move(*database);
-    CurrentProject::set(&m_project->description(), m_database.get());
-    m_overlayMode = parameters().overlayMode;
-    if (auto done = readHistory(); !done) {
-        forget();
+    ProjectHistory history; // what cannot be read is found out while the other project is still open
+    if (auto done = readHistory(history, *project, **database); !done) {
         return failed(done);
     }
-    return {};
+    return Opened{*std::move(project), *std::move(database), {}};
 }
 
-Status Session::readHistory() {
-    const bool isWritable = project()->access() == Project::Access::Exclusive;
-    try {
-        m_history.setDatabase(connection(), isWritable ? inspectorOf(project()->description()) : QString());
-        return {};
-    } catch (const mysqlhelper::KV_MySQL_Exception& exception) {
-        const QString cause = QString::fromUtf8(exception.what());
-        return Unexpected(Failure{cause, tr("无法读取项目数据库：%1").arg(cause)});
-    }
+Status Session::take(Opened opened) {
+    const Project& project = m_project.emplace(std::move(opened.project));
+    m_database = std::move(opened.database);
+    m_readOnlyReason = opened.readOnlyReason;
+    CurrentProject::set(&project.description(), m_database.get());
+    m_overlayMode = project.description().parameters.overlayMode;
+    return readHistory(m_history, project, *m_database);
 }
 
 void Session::watchOthers() {
@@ -116,7 +158,6 @@ void Session::close() {
     m_watch.reset();
     emit closing();
     forget();
-    m_readOnlyReason.clear();
 }
 
 void Session::forget() {
@@ -125,6 +166,7 @@ void Session::forget() {
     m_database.reset();
     m_project.reset();
     m_comparisonId = kNoComparison;
+    m_readOnlyReason.clear();
     m_overlayMode = parameters().overlayMode;
 }
 

@@ -33,7 +33,7 @@ public:
     ~Session() override;
 
     /// Replaces the open project. One that cannot be written, or that another program has open, is opened for
-    /// reading. On failure there is none afterwards, and the answer says why.
+    /// reading. On failure the open project stays as it is, and the answer says why.
     Status open(const QString& folder);
     /// Running work is cancelled first.
     void close();
@@ -95,8 +95,11 @@ signals:
     void connectionChanged(const QString& message);
 
 private:
-    Status open(const QString& folder, Project::Access access);
-    Status readHistory();
+    struct Opened;
+    static Result<Opened> openBeside(const QString& folder, Project::Access access);
+    static Result<Opened> openAsFarAsPossible(const QString& folder);
+    bool isOpen(const QString& folder) const;
+    Status take(Opened opened);
     void forget();
     void watchOthers();
     void takeStepsOfOthers(qint64 newestRevision);

@@ -68,14 +68,14 @@ Result<LayerLines> linesOf(const VectorLayer& layer) {
     return read ? Result<LayerLines>(std::move(lines)) : failed(read);
 }
 
-/// The layer that holds the line; the layers are those that count.
-Result<LayerLines> chosenLines(const VectorSource& source) {
+/// The layers with lines, or else those with points.
+Result<std::vector<LayerLines>> candidatesIn(const VectorSource& source) {
     std::vector<LayerLines> withLines;
     std::vector<LayerLines> withPoints;
     for (const VectorLayer& layer : source.layers()) {
         auto lines = linesOf(layer);
         if (!lines) {
-            return lines;
+            return failed(lines);
         }
         if (!lines->parts.empty()) {
             withLines.push_back(*std::move(lines));
@@ -88,15 +88,29 @@ Result<LayerLines> chosenLines(const VectorSource& source) {
     if (candidates.empty()) {
         return source.failure("holds no line", "文件中没有线");
     }
-    if (candidates.size() > 1) {
-        QStringList names;
-        for (const LayerLines& lines : candidates) {
-            names << lines.layer;
-        }
+    return std::move(candidates);
+}
+
+QStringList namesOf(const std::vector<LayerLines>& candidates) {
+    QStringList names;
+    for (const LayerLines& lines : candidates) {
+        names << lines.layer;
+    }
+    return names;
+}
+
+/// The layer that holds the line; the layers are those that count.
+Result<LayerLines> chosenLines(const VectorSource& source) {
+    auto candidates = candidatesIn(source);
+    if (!candidates) {
+        return failed(candidates);
+    }
+    if (candidates->size() > 1) {
+        const QStringList names = namesOf(*candidates);
         return source.failure("several layers hold lines: " + names.join(", "),
                               QStringLiteral("有多个图层含有线，请指定其中之一：") + names.join("、"));
     }
-    return std::move(candidates.front());
+    return std::move(candidates->front());
 }
 
 Unexpected brokenLine(const VectorSource& source, const LineBreak& where) {
@@ -191,6 +205,15 @@ double Centerline::lengthMetres() const {
         length += std::hypot(vertices[i].x - vertices[i - 1].x, vertices[i].y - vertices[i - 1].y);
     }
     return length;
+}
+
+Result<QStringList> centerlineLayers(const QString& file) {
+    const auto source = VectorSource::open(file, {}, {}, wgs84());
+    if (!source) {
+        return failed(source);
+    }
+    const auto candidates = candidatesIn(*source);
+    return candidates ? Result<QStringList>(namesOf(*candidates)) : failed(candidates);
 }
 
 Result<Centerline> readCenterline(const CenterlineSource& source, const OGRSpatialReference& reference) {

@@ -6,6 +6,7 @@
 #include "workbench/inspectiondata/project/Result.h"
 
 #include <QString>
+#include <QStringList>
 
 #include <vector>
 
@@ -37,5 +38,8 @@ struct Centerline {
 /// do not meet or branch, the line crosses itself or has no length, or a post does not fit.
 INSPECTIONDATA_API Result<Centerline> readCenterline(const CenterlineSource& source,
                                                      const OGRSpatialReference& reference);
+
+/// The layers of a file that could hold the centre line: those with lines, or else those with points in a row.
+INSPECTIONDATA_API Result<QStringList> centerlineLayers(const QString& file);
 
 } // namespace inspection

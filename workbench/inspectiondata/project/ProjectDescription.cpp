@@ -117,6 +117,10 @@ QString coregistrationName(detect::CoregistrationMethod method) {
         return QStringLiteral("bias");
     case detect::CoregistrationMethod::Full:
         return QStringLiteral("full");
+    case detect::CoregistrationMethod::Local:
+        return QStringLiteral("local");
+    case detect::CoregistrationMethod::Auto:
+        return QStringLiteral("auto");
     case detect::CoregistrationMethod::None:
         break;
     }

@@ -18,11 +18,12 @@ namespace inspection {
 /// How anomalies are picked on the globe. The values are those of ParaSet::GetOverlayMode.
 enum class OverlayMode { Hover = 0, Bounds = 1 };
 
-/// What the user sets for a project. The detection defaults are the engine's own.
+/// What the user sets for a project. The detection defaults are the engine's own, but for the co-registration: the
+/// windows offer no automatic one.
 struct INSPECTIONDATA_API ProjectParameters {
     double thresholdMetres = detect::Parameters().thresholdMetres;
     double minAreaSquareMetres = detect::Parameters().minAreaSquareMetres;
-    detect::CoregistrationMethod coregistration = detect::Parameters().coregistration;
+    detect::CoregistrationMethod coregistration = detect::CoregistrationMethod::Bias;
     QColor fillColour{214, 47, 39}; ///< end of the dZ ramp for what rose
     QColor cutColour{33, 102, 172}; ///< end of the dZ ramp for what sank
     OverlayMode overlayMode = OverlayMode::Hover;

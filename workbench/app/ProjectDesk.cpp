@@ -1,0 +1,143 @@
+#include "workbench/app/ProjectDesk.h"
+
+#include "host/style/myMessageBox.h"
+#include "workbench/app/DroppedFiles.h"
+#include "workbench/app/MainWindow.h"
+#include "workbench/app/ProjectPicture.h"
+#include "workbench/app/RecentCard.h"
+#include "workbench/app/StartPage.h"
+#include "workbench/inspection/context/InspectionContext.h"
+#include "workbench/inspection/creation/NewProjectDialog.h"
+
+#include <QDir>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QMenu>
+
+using inspection::NewProjectDialog;
+
+ProjectDesk::ProjectDesk(MainWindow& window, StartPage& page) : m_window(window), m_page(page) {
+    connect(&page, &StartPage::newRequested, this, [this] { makeNew(); });
+    connect(&page, &StartPage::openRequested, this, &ProjectDesk::choose);
+    connect(&page, &StartPage::projectChosen, this, &ProjectDesk::open);
+    connect(&page, &StartPage::sampleRequested, this, &ProjectDesk::makeSample);
+    connect(&page, &StartPage::sampleCancelled, &m_sample, &SampleMaker::cancel);
+    connect(&m_sample, &SampleMaker::progressed, &page, &StartPage::showSampleProgress);
+    connect(&m_sample, &SampleMaker::cancelled, &page, [&page] { page.showSampleProgress(-1); });
+    connect(&m_sample, &SampleMaker::finished, this, &ProjectDesk::endSample);
+}
+
+void ProjectDesk::open(const QString& folder) {
+    if (const std::optional<QString> problem = m_window.openProject(folder)) {
+        m_page.showRecent();
+        tell(*problem, myMessageBox::Warning);
+        return;
+    }
+    rememberOpenProject();
+    const QString reason = InspectionContext::instance().readOnlyReason();
+    if (!reason.isEmpty()) {
+        tell(reason, myMessageBox::Warning);
+    }
+}
+
+void ProjectDesk::rememberOpenProject() {
+    if (const inspection::Project* project = InspectionContext::instance().project()) {
+        RecentProjects::add(project->description().folder, project->description().name);
+        keepPicture(project->description());
+    }
+}
+
+void ProjectDesk::choose() {
+    const auto recent = RecentProjects::all();
+    const QString start = recent.empty() ? QString() : QFileInfo(recent.front().folder).absolutePath();
+    const QString folder = QFileDialog::getExistingDirectory(&m_window, tr("打开项目文件夹"), start);
+    if (!folder.isEmpty()) {
+        open(folder);
+    }
+}
+
+void ProjectDesk::makeNew(const QStringList& rasters, const QString& centerline) {
+    if (!m_dialog || !m_dialog->isVisible()) {
+        m_dialog = new NewProjectDialog(&m_window);
+        connect(m_dialog, &NewProjectDialog::created, this, &ProjectDesk::finishNew);
+        connect(m_dialog, &NewProjectDialog::dropped, this, &ProjectDesk::takeDropped);
+    }
+    m_dialog->addFiles(rasters, centerline);
+    m_dialog->open();
+}
+
+void ProjectDesk::finishNew(const QString& folder, const QStringList& notes) {
+    constexpr qsizetype kMostLines = 12;
+    open(folder);
+    if (notes.isEmpty()) {
+        return;
+    }
+    QString text = tr("项目已建立。特殊对象中：\n") + notes.mid(0, kMostLines).join('\n');
+    if (notes.size() > kMostLines) {
+        text += tr("\n……共 %1 条").arg(notes.size());
+    }
+    tell(text, myMessageBox::Information);
+}
+
+void ProjectDesk::takeDropped(const QStringList& paths) {
+    const DroppedFiles files = sortDropped(paths);
+    const bool isMaking = m_dialog && m_dialog->isVisible();
+    const bool hasProject = InspectionContext::instance().project() != nullptr;
+    if (!files.project.isEmpty() && !isMaking) {
+        open(files.project);
+    } else if (files.rasters.isEmpty() && hasProject && !isMaking) {
+        tell(tr("向已打开的项目导入特殊对象，请使用命令 corridor import（见使用手册“批量导入”）；"
+                "新建项目时可在最后一页一并导入"),
+             myMessageBox::Information);
+    } else {
+        makeNew(files.rasters, files.vectors.value(0));
+    }
+}
+
+void ProjectDesk::fillMenu(QMenu& menu) {
+    constexpr int kMostPixels = 320;
+    menu.clear();
+    menu.addAction(tr("新建项目…"), this, [this] { makeNew(); });
+    menu.addSection(tr("最近的项目"));
+    for (const RecentProject& project : RecentProjects::all()) {
+        const QString path = QDir::toNativeSeparators(project.folder);
+        const QString place = menu.fontMetrics().elidedText(path, Qt::ElideMiddle, kMostPixels);
+        QString text = project.name + QStringLiteral("  —  ") + place;
+        text.replace('&', "&&"); // or it would underline a letter
+        menu.addAction(text, this, [this, folder = project.folder] { open(folder); });
+    }
+}
+
+void ProjectDesk::makeSample() {
+    m_page.showSampleProgress(0);
+    m_sample.start();
+}
+
+// Whoever has opened another project meanwhile finds the sample among the recent ones.
+void ProjectDesk::endSample(const QString& problem) {
+    m_page.showSampleProgress(-1);
+    if (!problem.isEmpty()) {
+        tell(problem, myMessageBox::Warning);
+    } else if (m_page.isVisible()) {
+        open(SampleMaker::folder());
+    } else {
+        RecentProjects::add(SampleMaker::folder(), QFileInfo(SampleMaker::folder()).fileName());
+    }
+}
+
+void ProjectDesk::keepPicture(const inspection::ProjectDescription& project) {
+    constexpr int kSharpness = 2; // pixels of the file for one of the card
+    m_pictures.ask([project] {
+        const QImage picture = projectPicture(project, RecentCard::kPicture * kSharpness);
+        const QString file = thumbnailFile(project.folder);
+        QDir().mkpath(QFileInfo(file).absolutePath());
+        if (!picture.isNull()) {
+            picture.convertToFormat(QImage::Format_RGB32).save(file);
+        }
+        return [] {};
+    });
+}
+
+void ProjectDesk::tell(const QString& text, int type) {
+    myMessageBox::showMyMessageBox(&m_window, tr("提示"), text, type, myMessageBox::Ok);
+}

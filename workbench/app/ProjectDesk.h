@@ -1,0 +1,51 @@
+#pragma once
+
+#include "workbench/app/SampleMaker.h"
+#include "workbench/inspection/images/LatestRead.h"
+#include "workbench/inspectiondata/project/ProjectDescription.h"
+
+#include <QObject>
+#include <QPointer>
+#include <QStringList>
+
+class MainWindow;
+class QMenu;
+class StartPage;
+
+namespace inspection {
+class NewProjectDialog;
+}
+
+/// The ways to a project: choosing one, making one, the recent ones, the sample, files dropped on the window. Tells
+/// the user what does not work. GUI thread.
+class ProjectDesk : public QObject {
+    Q_OBJECT
+
+public:
+    /// Both must outlive it.
+    ProjectDesk(MainWindow& window, StartPage& page);
+
+    /// Opens a project and keeps it among the recent ones; one that cannot be opened is told in a message box.
+    void open(const QString& folder);
+    /// Puts the open project, if there is one, on top of the recent ones.
+    void rememberOpenProject();
+    void choose();
+    /// Lets the user make a project, with these files to begin with. While one is being made they are added to it.
+    void makeNew(const QStringList& rasters = {}, const QString& centerline = {});
+    void takeDropped(const QStringList& paths);
+    /// Fills a menu with the ways to another project.
+    void fillMenu(QMenu& menu);
+
+private:
+    void finishNew(const QString& folder, const QStringList& notes);
+    void makeSample();
+    void endSample(const QString& problem);
+    void keepPicture(const inspection::ProjectDescription& project);
+    void tell(const QString& text, int type);
+
+    MainWindow& m_window;
+    StartPage& m_page;
+    QPointer<inspection::NewProjectDialog> m_dialog;
+    SampleMaker m_sample;
+    inspection::LatestRead m_pictures;
+};
