@@ -3,6 +3,7 @@
 #include "cli/Command.h"
 #include "cli/OpenedProject.h"
 #include "workbench/inspectiondata/compute/EpochRemoval.h"
+#include "workbench/inspectiondata/creation/EpochText.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
@@ -34,20 +35,14 @@ QString absolute(const QString& path) {
     return path.isEmpty() ? path : QFileInfo(path).absoluteFilePath();
 }
 
-/// Of "DATE=DSM[,DOM]". Only a comma behind which there is a file divides the two.
+/// Of "DATE=DSM[,DOM]".
 std::optional<Epoch> parseEpoch(const QString& text) {
     const qsizetype equals = text.indexOf('=');
     if (equals < 0 || equals + 1 == text.size()) {
         return std::nullopt;
     }
-    const QString date = text.left(equals);
-    const QString files = text.mid(equals + 1);
-    if (QFileInfo::exists(files)) {
-        return Epoch{date, absolute(files), {}};
-    }
-    const qsizetype comma = files.lastIndexOf(',');
-    return comma < 0 ? Epoch{date, absolute(files), {}}
-                     : Epoch{date, absolute(files.left(comma)), absolute(files.mid(comma + 1))};
+    const auto [surface, picture] = inspection::epochFiles(text.mid(equals + 1));
+    return Epoch{text.left(equals), absolute(surface), absolute(picture)};
 }
 
 /// Says which pair the project compares now.

@@ -3,7 +3,17 @@
 #include <QFileInfo>
 #include <QRegularExpression>
 
+#include <tuple>
+
 namespace inspection {
+
+std::pair<QString, QString> epochFiles(const QString& text) {
+    const qsizetype comma = text.lastIndexOf(',');
+    if (comma < 0 || QFileInfo::exists(text)) {
+        return {text, QString()};
+    }
+    return {text.left(comma), text.mid(comma + 1)};
+}
 
 NewEpoch epochOf(const QString& text) {
     static const QRegularExpression dated(QStringLiteral("^(\\d{4}-\\d{1,2}-\\d{1,2})=(.*)$"),
@@ -15,13 +25,7 @@ NewEpoch epochOf(const QString& text) {
         epoch.date = match.captured(1);
         files = match.captured(2);
     }
-    const qsizetype comma = files.lastIndexOf(',');
-    if (comma < 0 || QFileInfo::exists(files)) {
-        epoch.surface = files;
-    } else {
-        epoch.surface = files.left(comma);
-        epoch.picture = files.mid(comma + 1);
-    }
+    std::tie(epoch.surface, epoch.picture) = epochFiles(files);
     return epoch;
 }
 
