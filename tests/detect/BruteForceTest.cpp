@@ -120,8 +120,9 @@ private:
             return std::binary_search(component.cells.begin(), component.cells.end(), cell);
         };
         const auto isStrong = [&](int cell) {
-            const float height = component.sign > 0 ? dz(cell) : -dz(cell);
-            return has(cell) && height >= static_cast<float>(m_parameters.thresholdMetres);
+            // Only a member lies on the raster for certain: the square of nine may hang over its rim.
+            return has(cell) && static_cast<float>(component.sign) * dz(cell) >=
+                                    static_cast<float>(m_parameters.thresholdMetres);
         };
         bool core = false;
         for (const int cell : component.cells) {
