@@ -40,9 +40,7 @@ void RecentCard::paintEvent(QPaintEvent* /*event*/) {
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setRenderHint(QPainter::SmoothPixmapTransform);
     painter.setPen(QPen(hasFocus() ? theme::kAccent : theme::kBorder, hasFocus() ? 2.0 : 1.0));
-    painter.setBrush(isDown()       ? QColor(0xd3, 0xe6, 0xf6)
-                     : underMouse() ? QColor(0xe8, 0xf1, 0xf9)
-                                    : theme::kBody);
+    painter.setBrush(isDown() ? theme::kChosen : underMouse() ? theme::kHover : theme::kBody);
     painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), 5, 5);
 
     const QRect picture(QPoint(kMargin, kMargin), kPicture);
@@ -60,16 +58,15 @@ void RecentCard::paintEvent(QPaintEvent* /*event*/) {
                          Qt::AlignVCenter | Qt::AlignLeft,
                          painter.fontMetrics().elidedText(shown, elide, width));
     };
-    const QColor grey(0x7a, 0x87, 0x94);
     QFont bold = font();
     bold.setBold(true);
     painter.setFont(bold);
-    draw(0, m_project.name, m_isMissing ? grey : theme::kText, Qt::ElideRight,
+    draw(0, m_project.name, m_isMissing ? theme::kQuiet : theme::kText, Qt::ElideRight,
          text.width() - m_remove->width());
     painter.setFont(font());
-    draw(1, QDir::toNativeSeparators(m_project.folder), grey, Qt::ElideMiddle, text.width());
+    draw(1, QDir::toNativeSeparators(m_project.folder), theme::kQuiet, Qt::ElideMiddle, text.width());
     draw(2, m_isMissing ? tr("找不到") : tr("打开于 %1").arg(m_project.opened),
-         m_isMissing ? theme::kDanger : grey, Qt::ElideRight, text.width());
+         m_isMissing ? theme::kDanger : theme::kQuiet, Qt::ElideRight, text.width());
 }
 
 void RecentCard::resizeEvent(QResizeEvent* /*event*/) {

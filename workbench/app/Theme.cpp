@@ -1,5 +1,7 @@
 #include "workbench/app/Theme.h"
 
+#include "workbench/style/Theme.h"
+
 #include <QApplication>
 #include <QFont>
 #include <QPalette>
@@ -9,53 +11,53 @@ namespace {
 
 QPalette lightPalette() {
     QPalette palette;
-    palette.setColor(QPalette::Window, QColor(0xF3F5F7));
-    palette.setColor(QPalette::Base, Qt::white);
-    palette.setColor(QPalette::AlternateBase, QColor(0xF6F8FA));
-    palette.setColor(QPalette::Text, QColor(0x1F2933));
-    palette.setColor(QPalette::WindowText, QColor(0x1F2933));
-    palette.setColor(QPalette::Button, QColor(0xF3F5F7));
-    palette.setColor(QPalette::ButtonText, QColor(0x1F2933));
-    palette.setColor(QPalette::Highlight, QColor(0x1F6FB2));
-    palette.setColor(QPalette::HighlightedText, Qt::white);
-    palette.setColor(QPalette::ToolTipBase, QColor(0xFFFDF2));
-    palette.setColor(QPalette::ToolTipText, QColor(0x1F2933));
+    palette.setColor(QPalette::Window, theme::kSurface);
+    palette.setColor(QPalette::Base, theme::kBody);
+    palette.setColor(QPalette::AlternateBase, theme::kSurface);
+    palette.setColor(QPalette::Text, theme::kText);
+    palette.setColor(QPalette::WindowText, theme::kText);
+    palette.setColor(QPalette::Button, theme::kSurface);
+    palette.setColor(QPalette::ButtonText, theme::kText);
+    palette.setColor(QPalette::Highlight, theme::kAccent);
+    palette.setColor(QPalette::HighlightedText, theme::kBody);
+    palette.setColor(QPalette::ToolTipBase, theme::kTip);
+    palette.setColor(QPalette::ToolTipText, theme::kText);
     for (const QPalette::ColorRole role : {QPalette::Text, QPalette::WindowText, QPalette::ButtonText}) {
-        palette.setColor(QPalette::Disabled, role, QColor(0xA3AEB9));
+        palette.setColor(QPalette::Disabled, role, theme::kDisabled);
     }
     return palette;
 }
 
 constexpr const char* kSheet = R"(
-QToolBar#tools { background: #FFFFFF; border: none; border-bottom: 1px solid #D5DBE1; padding: 0 10px 0 0; }
-QWidget#toolArea { background: #FFFFFF; }
-QFrame#toolGroup { border: none; border-right: 1px solid #E1E6EA; }
-QLabel#toolGroupCaption { color: #7A8794; font-size: 11px; }
+QToolBar#tools { background: @body; border: none; border-bottom: 1px solid @line; padding: 0 10px 0 0; }
+QWidget#toolArea { background: @body; }
+QFrame#toolGroup { border: none; border-right: 1px solid @line; }
+QLabel#toolGroupCaption { color: @quiet; font-size: 11px; }
 QFrame#toolGroup QToolButton { border: 1px solid transparent; border-radius: 5px; padding: 3px 3px 2px 3px; }
-QFrame#toolGroup QToolButton:hover { background: #E8F1F9; border-color: #BBD6EE; }
-QFrame#toolGroup QToolButton:checked { background: #D3E6F6; border-color: #7FB2DD; }
-QFrame#toolGroup QToolButton:pressed { background: #C4DCF1; }
-QFrame#toolGroup QToolButton:focus { border-color: #1F6FB2; }
-QMainWindow::separator { background: #DDE2E7; width: 4px; height: 4px; }
-QMainWindow::separator:hover { background: #7FB2DD; }
+QFrame#toolGroup QToolButton:hover { background: @hover; border-color: @border; }
+QFrame#toolGroup QToolButton:checked { background: @chosen; border-color: @accent; }
+QFrame#toolGroup QToolButton:pressed { background: @chosen; }
+QFrame#toolGroup QToolButton:focus { border-color: @accent; }
+QMainWindow::separator { background: @line; width: 4px; height: 4px; }
+QMainWindow::separator:hover { background: @accent; }
 QDockWidget { font-weight: 600; }
-QDockWidget::title { background: #E9EDF1; padding: 5px 8px; }
+QDockWidget::title { background: @panel; padding: 5px 8px; }
 QDockWidget > QWidget { font-weight: 400; }
-QStatusBar { background: #E9EDF1; border-top: 1px solid #D5DBE1; }
+QStatusBar { background: @panel; border-top: 1px solid @line; }
 QStatusBar::item { border: none; }
 QLabel#statusTip { padding-left: 6px; }
-QLabel#coordinates { color: #44515E; }
-QWidget#startPage { background: #FFFFFF; }
-QWidget#startPage QScrollArea, QWidget#startPage QScrollArea > QWidget > QWidget { background: #FFFFFF; }
-QLabel#startTitle { font-size: 26px; font-weight: 600; color: #1F3A5F; }
-QLabel#startSubtitle, QLabel#startHint { color: #7A8794; }
+QLabel#coordinates { color: @text; }
+QWidget#startPage { background: @body; }
+QWidget#startPage QScrollArea, QWidget#startPage QScrollArea > QWidget > QWidget { background: @body; }
+QLabel#startTitle { font-size: 26px; font-weight: 600; color: @bar; }
+QLabel#startSubtitle, QLabel#startHint { color: @quiet; }
 QLabel#startCaption { font-weight: 600; }
-QWidget#startPage QPushButton { background: #F3F6FA; border: 1px solid #BCC6D4; border-radius: 4px; padding: 4px 12px; }
-QWidget#startPage QPushButton:hover, QWidget#startPage QPushButton:focus { border-color: #1E6FD9; }
-QWidget#startPage QPushButton:pressed { background: #D3E6F6; }
-QWidget#startPage QPushButton:disabled { color: #A3AEB9; }
-QWidget#startPage QPushButton#newProject { background: #1E6FD9; border-color: #1E6FD9; color: white; }
-QWidget#startPage QPushButton#newProject:focus, QWidget#startPage QPushButton#newProject:hover { background: #1A60BC; }
+QWidget#startPage QPushButton { background: @surface; border: 1px solid @border; border-radius: 4px; padding: 4px 12px; }
+QWidget#startPage QPushButton:hover, QWidget#startPage QPushButton:focus { border-color: @accent; }
+QWidget#startPage QPushButton:pressed { background: @chosen; }
+QWidget#startPage QPushButton:disabled { color: @disabled; }
+QWidget#startPage QPushButton#newProject { background: @accent; border-color: @accent; color: @body; }
+QWidget#startPage QPushButton#newProject:focus, QWidget#startPage QPushButton#newProject:hover { background: @bar; }
 )";
 
 } // namespace
@@ -67,5 +69,5 @@ void applyTheme(QApplication& application) {
     font.setStyleHint(QFont::SansSerif);
     font.setPointSize(10);
     QApplication::setFont(font);
-    application.setStyleSheet(kSheet);
+    application.setStyleSheet(theme::styleSheet(kSheet));
 }

@@ -3,33 +3,55 @@
 #include <QPainter>
 #include <QPainterPath>
 
+#include <utility>
+
 namespace theme {
 
-QString windowStyleSheet() {
-    return QStringLiteral(R"(
-BaseDialog, BaseWindow { background: %1; border: 1px solid %4; }
-QLabel { color: %2; }
-QLabel[swatch="true"] { border: 1px solid %2; }
+namespace {
+
+constexpr const char* kWindows = R"(
+BaseDialog, BaseWindow { background: @body; border: 1px solid @bar; }
+QLabel { color: @text; }
+QLabel[swatch="true"] { border: 1px solid @text; }
 QLineEdit, QPlainTextEdit {
-    background: %1; color: %2; border: 1px solid %5; border-radius: 3px; padding: 0.25em 0.4em;
-    selection-background-color: %3; }
-QLineEdit:focus, QPlainTextEdit:focus { border-color: %3; }
+    background: @body; color: @text; border: 1px solid @border; border-radius: 3px; padding: 0.25em 0.4em;
+    selection-background-color: @accent; }
+QLineEdit:focus, QPlainTextEdit:focus { border-color: @accent; }
 QComboBox QLineEdit, QAbstractSpinBox QLineEdit { border: none; padding: 0; }
-QPushButton { background: %6; color: %2; border: 1px solid %5; border-radius: 3px;
+QPushButton { background: @surface; color: @text; border: 1px solid @border; border-radius: 3px;
     padding: 0.35em 1.1em; min-width: 2.6em; }
-QPushButton:hover, QPushButton:focus { border-color: %3; }
-QPushButton:pressed { background: %5; }
-QPushButton:default { background: %3; color: white; border-color: %3; }
-QPushButton:default:pressed { background: %4; }
-QPushButton:disabled { color: #96a0ae; background: %6; border-color: #dde3eb; }
-titleBar { background: %4; }
+QPushButton:hover, QPushButton:focus { border-color: @accent; }
+QPushButton:pressed { background: @border; }
+QPushButton:default { background: @accent; color: white; border-color: @accent; }
+QPushButton:default:pressed { background: @bar; }
+QPushButton:disabled { color: @disabled; background: @surface; border-color: @line; }
+titleBar { background: @bar; }
 titleBar QLabel { color: white; }
 titleBar QPushButton { background: transparent; border: none; border-radius: 0; padding: 0; min-width: 0; }
 titleBar QPushButton:hover { background: rgba(255, 255, 255, 40); }
-titleBar QPushButton#titleBarClose:hover { background: %7; }
-)")
-        .arg(kBody.name(), kText.name(), kAccent.name(), kBar.name(), kBorder.name(), kSurface.name(),
-             kDanger.name());
+titleBar QPushButton#titleBarClose:hover { background: @danger; }
+)";
+
+} // namespace
+
+QString styleSheet(const char* pattern) {
+    const std::pair<QLatin1String, QColor> colours[] = {
+        {QLatin1String("@accent"), kAccent},     {QLatin1String("@bar"), kBar},
+        {QLatin1String("@body"), kBody},         {QLatin1String("@border"), kBorder},
+        {QLatin1String("@chosen"), kChosen},     {QLatin1String("@danger"), kDanger},
+        {QLatin1String("@disabled"), kDisabled}, {QLatin1String("@hover"), kHover},
+        {QLatin1String("@line"), kLine},         {QLatin1String("@panel"), kPanel},
+        {QLatin1String("@quiet"), kQuiet},       {QLatin1String("@surface"), kSurface},
+        {QLatin1String("@text"), kText}};
+    QString sheet = QString::fromUtf8(pattern);
+    for (const auto& [name, colour] : colours) {
+        sheet.replace(name, colour.name());
+    }
+    return sheet;
+}
+
+QString windowStyleSheet() {
+    return styleSheet(kWindows);
 }
 
 namespace {
