@@ -11,6 +11,8 @@
 
 #include <gdal_priv.h>
 
+#include <algorithm>
+
 namespace inspection {
 
 namespace {
@@ -156,8 +158,7 @@ bool isMade(const PlannedEpoch& epoch) {
     return epoch.surface.cloud.has_value() || !epoch.convertedHeights.isEmpty();
 }
 
-} // namespace
-
+/// How much work it is to place the epoch's rasters, in the unit of the progress.
 double workOf(const PlannedEpoch& epoch, bool copies) {
     double work = cloudWork(epoch.surface) + conversionWork(epoch);
     QStringList copied;
@@ -173,30 +174,44 @@ double workOf(const PlannedEpoch& epoch, bool copies) {
     return work;
 }
 
-Result<PlacedEpoch> placeRasters(const QString& folder, int number, const PlannedEpoch& epoch, bool copies,
+} // namespace
+
+WorkProgress workProgress(const std::vector<PlannedEpoch>& epochs, bool copies,
+                          const std::function<bool(double fraction)>& progress) {
+    double all = 0.0;
+    for (const PlannedEpoch& epoch : epochs) {
+        all += workOf(epoch, copies);
+    }
+    return [all, done = 0.0, progress](double work) mutable {
+        done += work;
+        return !progress || progress(all > 0.0 ? std::min(1.0, done / all) : 0.0);
+    };
+}
+
+QString folderNameOf(const PlannedEpoch& epoch, std::size_t number) {
+    return epoch.date.isEmpty() ? QString::number(number) : epoch.date;
+}
+
+Result<PlacedEpoch> placeRasters(const QString& folder, const PlannedEpoch& epoch, bool copies,
                                  const WorkProgress& progress) {
-    const QString own =
-        folder + QStringLiteral("/epochs/") + (epoch.date.isEmpty() ? QString::number(number) : epoch.date);
-    if (!QDir().mkpath(own)) {
-        return fileFailure(own, "cannot be created", "无法创建文件夹");
+    if (!QDir().mkpath(folder)) {
+        return fileFailure(folder, "cannot be created", "无法创建文件夹");
     }
     PlacedEpoch placed;
     placed.epoch.date = epoch.date;
-    auto surface = placeSurface(own, epoch, copies, placed.notes, progress);
+    auto surface = placeSurface(folder, epoch, copies, placed.notes, progress);
     if (!surface) {
         return failed(surface);
     }
     placed.epoch.dsm = *std::move(surface);
     if (epoch.picture) {
-        auto picture =
-            placeRaster(own, QStringLiteral("dom"), *epoch.picture, TileValues::AsStored, copies, progress);
+        auto picture = placeRaster(folder, QStringLiteral("dom"), *epoch.picture, TileValues::AsStored,
+                                   copies, progress);
         if (!picture) {
             return failed(picture);
         }
         placed.epoch.dom = *std::move(picture);
     }
-    QDir().rmdir(own); // goes when it stayed empty, with the folder around it
-    QDir().rmdir(folder + QStringLiteral("/epochs"));
     return placed;
 }
 
