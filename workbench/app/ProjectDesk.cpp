@@ -75,7 +75,7 @@ void ProjectDesk::finishNew(const QString& folder, const QStringList& notes) {
     if (notes.isEmpty()) {
         return;
     }
-    QString text = tr("项目已建立。特殊对象中：\n") + notes.mid(0, kMostLines).join('\n');
+    QString text = tr("项目已建立。\n") + notes.mid(0, kMostLines).join('\n');
     if (notes.size() > kMostLines) {
         text += tr("\n……共 %1 条").arg(notes.size());
     }

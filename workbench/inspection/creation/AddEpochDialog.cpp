@@ -63,6 +63,7 @@ QString factsOf(const NextEpoch& next) {
     facts += AddEpochDialog::tr("，坐标系 %1")
                  .arg(definition.startsWith("EPSG:") ? definition
                                                      : QString::fromUtf8(surface.reference.GetName()));
+    facts += AddEpochDialog::tr("，格网 %1").arg(surface.cellWidth, 0, 'g', 3);
     return (QStringList{facts} + next.notes).join('\n');
 }
 
@@ -91,7 +92,7 @@ AddEpochDialog::AddEpochDialog(ProjectDescription project, Add add, QWidget* par
 }
 
 void AddEpochDialog::build() {
-    constexpr QSize kSize(680, 400);
+    constexpr QSize kSize(680, 370);
     for (QLabel* label : {m_facts, m_problem}) {
         label->setWordWrap(true);
         label->setTextFormat(Qt::PlainText);

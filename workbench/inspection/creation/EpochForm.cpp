@@ -49,6 +49,7 @@ EpochForm::EpochForm(QWidget* parent)
     m_picture->setPlaceholder(tr("没有时留空"));
     m_heights->setObjectName("epochHeights");
     m_heights->setEditable(true);
+    m_heights->setMinimumHeight(m_date->sizeHint().height());
     m_heights->setInsertPolicy(QComboBox::NoInsert);
     m_heights->addItem(QString());
     for (const auto& [code, title] : kHeightSystems) {

@@ -249,6 +249,9 @@ Status Session::addEpoch(MadeEpoch& epoch) {
         return done;
     }
     tellOfOtherEpochs(before);
+    emit noticed(
+        tr("已添加期次 %1，对比期次 %2")
+            .arg(m_project->description().keyOf(epoch.epoch()), pairTitle(m_project->description().pair())));
     return {};
 }
 
