@@ -24,8 +24,8 @@ struct PlacedEpoch {
 QString folderNameOf(const PlannedEpoch& epoch, std::size_t number);
 
 /// The epoch as project.json names it. What has to be made comes to `folder`, which is the epoch's own: copies where
-/// they are asked for, the tiles of a mosaic as a virtual raster, surface models of point clouds,
-/// heights of another system as a raster in the project's.
+/// they are asked for, the tiles of a mosaic as a virtual raster (as one of metres, where not all tell how their figures
+/// are meant), surface models of point clouds, heights of another system as a raster in the project's.
 /// On failure, or the user's stop, some files may be there.
 Result<PlacedEpoch> placeRasters(const QString& folder, const PlannedEpoch& epoch, bool copies,
                                  const WorkProgress& progress);
