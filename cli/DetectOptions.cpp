@@ -1,6 +1,7 @@
 #include "cli/DetectOptions.h"
 
 #include "cli/OutputSet.h"
+#include "detect/FileEnding.h"
 #include "detect/output/ParameterText.h"
 #include "detect/output/ResultFile.h"
 
@@ -133,7 +134,7 @@ Read readWindow(const Options& options, DetectTask& task) {
         return wrongUse("--window 需要 XOFF,YOFF,XSIZE,YSIZE 四个整数（旧期栅格的像元）");
     }
     task.window = detect::CellWindow{figures[0], figures[1], figures[2], figures[3]};
-    if (std::filesystem::u8path(task.out).extension() != ".gpkg") {
+    if (detect::fileEnding(task.out) != ".gpkg") {
         return wrongUse("--window 的结果必须是 .gpkg，以便 corridor merge 合并");
     }
     return {};

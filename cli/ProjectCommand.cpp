@@ -29,7 +29,7 @@ constexpr auto kUsage =
     "       密码也可由环境变量 CORRIDOR_DATABASE_PASSWORD 给出，这样不会写入 project.json\n";
 
 constexpr auto kOverview = "用法：corridor project create DIR --epoch DSM --epoch DSM …  由航测数据建立工程\n"
-                           "      corridor project add-epoch PROJECT DATE=DSM[,DOM]   添加一期\n"
+                           "      corridor project add-epoch PROJECT [DATE=]DSM[,DOM] 添加一期\n"
                            "      corridor project remove-epoch PROJECT DATE          去掉一期\n"
                            "      corridor project set-database PROJECT URL           迁移数据表\n"
                            "  各子命令的选项见其 --help\n";

@@ -4,6 +4,7 @@
 #include "cli/ProgressLine.h"
 #include "cli/StopOnSignal.h"
 #include "cloud/Rasterize.h"
+#include "detect/FileEnding.h"
 
 #include <gdal.h>
 
@@ -32,12 +33,9 @@ const OptionTable& optionTable() {
     return table;
 }
 
-bool endsWithTif(const std::string& path) {
-    const auto ends = [&path](const std::string& ending) {
-        return path.size() > ending.size() &&
-               path.compare(path.size() - ending.size(), ending.size(), ending) == 0;
-    };
-    return ends(".tif") || ends(".tiff");
+bool isTiff(const std::string& path) {
+    const std::string ending = detect::fileEnding(path);
+    return ending == ".tif" || ending == ".tiff";
 }
 
 commandline::Parsed<cloud::RasterizeRequest> readTask(const Options& options) {
@@ -53,7 +51,7 @@ commandline::Parsed<cloud::RasterizeRequest> readTask(const Options& options) {
     if (request.out.empty()) {
         return wrongUse("缺少选项 --out");
     }
-    if (!endsWithTif(request.out)) {
+    if (!isTiff(request.out)) {
         return wrongUse("--out 的扩展名必须是 .tif");
     }
     if (options.has("--cell")) {

@@ -1,4 +1,6 @@
 #include "workbench/app/ProjectDesk.h"
+#include "tests/app/DropFiles.h"
+#include "tests/app/MessageBoxes.h"
 #include "tests/app/SampleProject.h"
 #include "tests/support/SmallProject.h"
 #include "tests/support/VectorFile.h"
@@ -18,40 +20,17 @@
 #include <QApplication>
 #include <QDir>
 #include <QDockWidget>
-#include <QDragEnterEvent>
 #include <QLabel>
 #include <QLineEdit>
-#include <QMimeData>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QTest>
-#include <QTimer>
 #include <QToolButton>
 #include <QTreeWidget>
-#include <QUrl>
 
 namespace {
 
 using inspection::NewProjectDialog;
-
-/// Answers message boxes by mouse and keeps what they said.
-class Boxes {
-public:
-    Boxes() {
-        QObject::connect(&m_timer, &QTimer::timeout, [this] {
-            QWidget* box = QApplication::activeModalWidget();
-            if (box && box->objectName() == "myMessageBox") {
-                texts << box->findChild<QLabel*>("labelText")->text();
-                QTest::mouseClick(box->findChild<QPushButton*>("pushButtonOK"), Qt::LeftButton);
-            }
-        });
-        m_timer.start(10);
-    }
-    QStringList texts;
-
-private:
-    QTimer m_timer;
-};
 
 QStringList recentFolders() {
     QStringList folders;
@@ -160,29 +139,11 @@ protected:
         const inspection::Project* project = InspectionContext::instance().project();
         return project ? project->description().folder : QString();
     }
-    /// As the window system delivers it; false when the window does not take it.
-    bool drop(const QStringList& paths) { return drop(m_window, paths); }
-    static bool drop(QWidget& target, const QStringList& paths) {
-        QMimeData data;
-        QList<QUrl> urls;
-        for (const QString& path : paths) {
-            urls << QUrl::fromLocalFile(path);
-        }
-        data.setUrls(urls);
-        const QPoint place(300, 300);
-        QDragEnterEvent enter(place, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
-        QApplication::sendEvent(&target, &enter);
-        if (!enter.isAccepted()) {
-            return false;
-        }
-        QDropEvent dropped(place, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
-        QApplication::sendEvent(&target, &dropped);
-        return dropped.isAccepted();
-    }
+    bool drop(const QStringList& paths) { return dropFiles(m_window, paths); }
     NewProjectDialog* dialog() const { return m_window.findChild<NewProjectDialog*>("newProjectDialog"); }
 
     std::vector<std::unique_ptr<SmallProject>> m_projects;
-    Boxes m_boxes;
+    MessageBoxes m_boxes;
     MainWindow m_window;
 };
 
@@ -296,8 +257,8 @@ TEST_F(ProjectDeskTest, WhatIsDroppedWhileAProjectIsBeingMadeIsAddedToIt) {
     const SmallProject files;
     m_window.desk().makeNew({files.file("old/dsm.tif")});
     NewProjectDialog* making = dialog();
-    EXPECT_TRUE(drop(*making, {files.file("new/dsm.tif")}));
-    EXPECT_TRUE(drop(*making, {files.file("centerline.gpkg")}));
+    EXPECT_TRUE(dropFiles(*making, {files.file("new/dsm.tif")}));
+    EXPECT_TRUE(dropFiles(*making, {files.file("centerline.gpkg")}));
     EXPECT_EQ(m_window.findChildren<NewProjectDialog*>().size(), 1);
     EXPECT_EQ(making->findChild<QTreeWidget*>("epochRows")->topLevelItemCount(), 2);
     EXPECT_EQ(making->findChild<QWidget*>("centerlineFile")->findChild<QLineEdit*>()->text(),
@@ -305,18 +266,6 @@ TEST_F(ProjectDeskTest, WhatIsDroppedWhileAProjectIsBeingMadeIsAddedToIt) {
     EXPECT_TRUE(m_boxes.texts.isEmpty());
     making->reject();
     EXPECT_TRUE(waitUntil([this] { return dialog() == nullptr; }));
-}
-
-TEST_F(ProjectDeskTest, AVectorFileOverAnOpenProjectIsToldWhereItsImportIs) {
-    m_window.desk().open(project("甲"));
-    VectorLayer points;
-    points.rows = {{"POINT (1 2)"}};
-    const QString vector = m_projects[0]->beside("points.gpkg");
-    writeVectorFile(vector, "GPKG", {points});
-    EXPECT_TRUE(drop({vector}));
-    EXPECT_TRUE(waitUntil([this] { return m_boxes.texts.size() == 1; }));
-    EXPECT_TRUE(m_boxes.texts.value(0).contains("corridor import"));
-    EXPECT_EQ(dialog(), nullptr);
 }
 
 TEST_F(ProjectDeskTest, WhatIsNoFileIsNotTaken) {

@@ -38,17 +38,26 @@ protected:
     ProjectLayers m_layers{m_map};
 };
 
-TEST_F(ProjectLayersTest, NamesEpochsByTheirDates) {
-    EXPECT_TRUE(m_layers.show(description("2024-05-18", "2025-05-20")).isEmpty());
-    EXPECT_EQ(m_layers.epochs(), QStringList({"2024-05-18", "2025-05-20"}));
-}
-
-TEST_F(ProjectLayersTest, TellsUndatedEpochsApart) {
+TEST_F(ProjectLayersTest, ShowsTheOrthophotoOfOneEpoch) {
     EXPECT_TRUE(m_layers.show(description({}, {})).isEmpty());
-    EXPECT_EQ(m_layers.epochs(), QStringList({"前期", "后期"}));
     EXPECT_EQ(shownOrthophotos(), std::vector<bool>({false, true}));
     EXPECT_TRUE(m_layers.showEpoch(0).isEmpty());
     EXPECT_EQ(shownOrthophotos(), std::vector<bool>({true, false}));
+}
+
+TEST_F(ProjectLayersTest, EpochsComeAndGoAndTheShownOneStays) {
+    const inspection::ProjectDescription both = description("2024-05-18", "2025-05-20");
+    inspection::ProjectDescription older = both;
+    older.epochs.pop_back();
+    EXPECT_TRUE(m_layers.show(older).isEmpty());
+    EXPECT_TRUE(m_layers.update(both).isEmpty());
+    EXPECT_EQ(m_layers.shownEpoch(), 0);
+    EXPECT_EQ(shownOrthophotos(), std::vector<bool>({true, false}));
+    inspection::ProjectDescription newer = both;
+    newer.epochs.erase(newer.epochs.begin());
+    EXPECT_TRUE(m_layers.update(newer).isEmpty());
+    EXPECT_EQ(m_layers.shownEpoch(), 0) << "the newest in place of one that has gone";
+    EXPECT_EQ(shownOrthophotos(), std::vector<bool>({true}));
 }
 
 TEST_F(ProjectLayersTest, TakesTheLayersOfTheProjectBeforeAway) {

@@ -129,10 +129,26 @@ TEST_F(EpochCommands, AnUndatedEpochWithItsPhotoIsCalledByItsPath) {
     expectClean();
 }
 
+TEST_F(EpochCommands, TheDateIsGuessedAndTheFilesAreCopied) {
+    const QString flight = m_project.beside("flight 20260525");
+    ASSERT_TRUE(QDir().mkpath(flight));
+    ASSERT_TRUE(QFile::rename(m_project.beside("third.tif"), flight + "/dsm.tif"));
+    const CorridorRun added =
+        done({"project", "add-epoch", m_project.folder(), flight + "/dsm.tif", "--copy"});
+    EXPECT_TRUE(added.output.startsWith("已增加期次 2026-05-25")) << added.output.toStdString();
+    EXPECT_EQ(added.progress.back(), "增加期次 100%");
+    ASSERT_TRUE(QDir(flight).removeRecursively());
+    done({"compute", m_project.folder()});
+    EXPECT_EQ(info()["anomalies"].toInt(), 1);
+    expectClean();
+}
+
 TEST_F(EpochCommands, WrongUseAndUnknownEpochsAreOneLine) {
     const QString folder = m_project.folder();
-    expectFailure(corridor({"project", "add-epoch", folder}), 2, "DATE=DSM");
-    expectFailure(corridor({"project", "add-epoch", folder, "2026-05-25"}), 2, "DATE=DSM");
+    expectFailure(corridor({"project", "add-epoch", folder}), 2, "[DATE=]DSM");
+    expectFailure(corridor({"project", "add-epoch", folder, "2026-05-25="}), 2, "DATE=");
+    expectFailure(corridor({"project", "add-epoch", folder, "2026-05-25"}), 1, "2026-05-25：文件不存在");
+    expectFailure(corridor({"project", "add-epoch", folder, "x.las", "--cell", "-1"}), 2, "正数");
     expectFailure(corridor({"project", "add-epoch", folder, "2026-05-25=/nowhere.tif"}), 1, "/nowhere.tif");
     expectFailure(corridor({"project", "add-epoch", folder, "2025-05-20=" + m_project.beside("third.tif")}),
                   1, "已有期次 2025-05-20");

@@ -112,6 +112,15 @@ TEST_F(ImportCommand, ATextWithoutDeclaredEncodingIsReadAsGbkWhenItIsNotUtf8) {
     EXPECT_EQ(storedNames("special_point"), QStringList{"一号桩"});
 }
 
+TEST_F(ImportCommand, EastingsAndNorthingsOfASheetAreInTheProjectsSystem) {
+    const QString path = file("points.csv");
+    writeBytes(path, "name,easting,northing\n一号桩,500050,3400040\n");
+    const CorridorRun run = importPoints(path);
+    EXPECT_EQ(run.status, 0);
+    EXPECT_TRUE(run.errors.join('\n').contains("没有坐标系")) << run.errors.join('\n').toStdString();
+    EXPECT_EQ(storedNames("special_point"), QStringList{"一号桩"});
+}
+
 TEST_F(ImportCommand, ColumnsAreFoundInCapitalsAndAsTheProjectsTablesNameThem) {
     VectorLayer layer = areas({{triangleAt(114.0, 30.7), "甲", "0.25", "0.5", "0.75", "#010203", "9"}});
     layer.columns =

@@ -57,6 +57,12 @@ TEST_F(RasterizeCommand, IsSilentWhenAsked) {
     EXPECT_EQ(made.output + made.messages, "");
 }
 
+TEST_F(RasterizeCommand, TakesAnEndingInCapitals) {
+    const ProgramRun made = run({cloud(), "--out", path("DSM.TIF"), "--quiet"});
+    EXPECT_EQ(made.status, 0) << made.messages;
+    EXPECT_TRUE(std::filesystem::exists(path("DSM.TIF")));
+}
+
 TEST_F(RasterizeCommand, RefusesWrongArgumentsInOneLine) {
     const std::string in = cloud();
     const std::string out = path("dsm.tif");
@@ -64,6 +70,7 @@ TEST_F(RasterizeCommand, RefusesWrongArgumentsInOneLine) {
         {{"--out", out}, "缺少点云文件 CLOUD"},
         {{in}, "缺少选项 --out"},
         {{in, "--out", path("dsm.png")}, "--out 的扩展名必须是 .tif"},
+        {{in, "--out", path("tif")}, "--out 的扩展名必须是 .tif"},
         {{in, "--out", out, "--cell", "0"}, "--cell 需要大于 0 的数"},
         {{in, "--out", out, "--cell", "1m"}, "--cell 需要大于 0 的数"},
         {{in, "--out", out, "--percentile", "101"}, "--percentile 需要 0 到 100 的数"},

@@ -72,13 +72,6 @@ TEST_F(EpochListTest, WhatCannotBeUsedIsRefusedInOneLineAndNothingIsStored) {
     expectRefusal(epoch("2025-05-20"), "已有期次 2025-05-20");
     expectRefusal(epoch("2025-02-30"), "不是日期");
     expectRefusal(epoch("20260101"), "不是日期");
-    expectRefusal(epoch("2026-01-01", "nowhere.tif"), "文件不存在");
-    expectRefusal(epoch("2026-01-01", "centerline.gpkg"), "无法读取栅格");
-    SmallProject::writeHeights(m_files.file("nowhere.tif"), SmallProject::newHeight, 0);
-    expectRefusal(epoch("2026-01-01", "nowhere.tif"), "没有坐标系");
-    Epoch withPhoto = epoch("2026-01-01");
-    withPhoto.dom = m_files.file("project.json");
-    expectRefusal(withPhoto, "无法读取栅格");
 }
 
 TEST_F(EpochListTest, TwoUndatedEpochsOfOneSurfaceModelAreTheSame) {

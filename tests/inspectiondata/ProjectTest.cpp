@@ -123,6 +123,12 @@ TEST(ProjectTest, TheLockOfAProcessThatIsGoneIsTakenOver) {
     valueOf(Project::open(files.folder()));
 }
 
+TEST(ProjectTest, TheLockOfAProcessThatWasKilledBeforeItSaidWhoItIsIsTakenOver) {
+    const SmallProject files;
+    write(files.file(".corridor.lock"), {});
+    valueOf(Project::open(files.folder()));
+}
+
 TEST(ProjectTest, WhatIsNoProjectIsRefusedInOneLine) {
     const SmallProject files;
     EXPECT_TRUE(failureOf(Project::open(files.beside("missing"))).message.contains("missing"));

@@ -93,6 +93,10 @@ QString TileServer::wmts() const {
     return QStringLiteral("WMTS:http://127.0.0.1:%1/capabilities.xml").arg(m_port);
 }
 
+void TileServer::setCapabilities(const QByteArray& document) {
+    onThread([&] { m_capabilities = document; });
+}
+
 void TileServer::accept() {
     while (QTcpSocket* socket = m_server->nextPendingConnection()) {
         auto received = std::make_shared<QByteArray>();
@@ -126,9 +130,10 @@ TileServer::Answer TileServer::answerTo(const QByteArray& path) const {
         return m_answers({tile.captured(1).toInt(), tile.captured(2).toInt(), tile.captured(3).toInt()});
     }
     const Answer answer = m_answers({});
-    return path == "/capabilities.xml" && !answer.isSilent ? Answer{200, capabilities(m_port)}
-           : answer.isSilent                               ? answer
-                                                           : Answer{404, {}};
+    return path == "/capabilities.xml" && !answer.isSilent
+               ? Answer{200, m_capabilities.isEmpty() ? capabilities(m_port) : m_capabilities}
+           : answer.isSilent ? answer
+                             : Answer{404, {}};
 }
 
 QByteArray TileServer::tile(const QColor& colour) {

@@ -42,6 +42,8 @@ public:
     /// The "Authorization" line of the latest request.
     QByteArray authorization() const;
     void setAnswers(Answers answers);
+    /// What it answers in place of its capabilities; those again when empty.
+    void setCapabilities(const QByteArray& document);
     /// Ends all connections and takes no more, or takes them again.
     void stop();
     void start();
@@ -62,6 +64,7 @@ private:
     std::unique_ptr<QTcpServer> m_server;
     Answers m_answers;
     QByteArray m_authorization;
+    QByteArray m_capabilities;
     quint16 m_port = 0;
     std::atomic<int> m_requests{0};
     std::atomic<int> m_silent{0};

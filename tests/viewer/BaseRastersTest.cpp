@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QDateTime>
 #include <QDir>
 #include <QDirIterator>
 #include <QElapsedTimer>
@@ -117,6 +118,18 @@ protected:
             removed += file.open(QIODevice::ReadOnly) && file.readAll() == png && file.remove() ? 1 : 0;
         }
         return removed;
+    }
+
+    // The documents of map services are as old as if the program had not run for a month.
+    void ageCapabilities() {
+        QDirIterator files(m_folder.filePath("cache"), {"capabilities.xml"}, QDir::Files,
+                           QDirIterator::Subdirectories);
+        while (files.hasNext()) {
+            QFile file(files.next());
+            EXPECT_TRUE(file.open(QIODevice::ReadWrite));
+            EXPECT_TRUE(file.setFileTime(QDateTime::currentDateTime().addDays(-30),
+                                         QFileDevice::FileModificationTime));
+        }
     }
 
     QTemporaryDir m_folder;
@@ -245,6 +258,33 @@ TEST_F(BaseRastersTest, TilesThatWereSeenShowWithoutTheServer) {
     ASSERT_TRUE(waitUntil([] { return GlobeMap::finishLoading(0); }));
     show({base});
     EXPECT_TRUE(becomes(kRed)) << hint().toStdString();
+}
+
+TEST_F(BaseRastersTest, AWebMapTileServiceThatWasSeenShowsWithoutTheServer) {
+    TileServer server(TileServer::always(kGreen));
+    const BaseRaster base = raster(server.wmts());
+    show({base});
+    ASSERT_TRUE(becomes(kGreen)) << hint().toStdString();
+    ASSERT_TRUE(waitUntil([this] { return !m_globe->map().isLoadingBase(); }));
+    show({});
+    ASSERT_TRUE(shows([this] { return !isLike(middle(), kGreen); }));
+    ASSERT_TRUE(waitUntil([] { return GlobeMap::finishLoading(0); }));
+    server.stop();
+    ageCapabilities();
+    show({base});
+    EXPECT_TRUE(becomes(kGreen)) << hint().toStdString();
+    show({raster(server.wmts() + ",layer=ground")}); // never asked for before
+    EXPECT_TRUE(hasTrouble("无法连接服务器")) << hint().toStdString();
+}
+
+TEST_F(BaseRastersTest, WhatAMapServiceSaysInsteadIsNotKept) {
+    TileServer server(TileServer::always(kGreen));
+    const BaseRaster base = raster(server.wmts());
+    server.setCapabilities("<html>log in</html>");
+    show({base});
+    ASSERT_TRUE(hasTrouble("不是可以识别的栅格或服务")) << hint().toStdString();
+    server.setCapabilities({});
+    EXPECT_TRUE(becomes(kGreen, 40000)) << hint().toStdString();
 }
 
 TEST_F(BaseRastersTest, WhatOfAPictureWasSeenShowsWithoutTheServer) {

@@ -12,6 +12,7 @@
 #include "workbench/app/ToolArea.h"
 #include "workbench/engine/EngineContext.h"
 #include "workbench/inspection/context/InspectionContext.h"
+#include "workbench/inspectiondata/project/EpochTitles.h"
 #include "workbench/viewer/GlobeWidget.h"
 #include "workbench/viewmanager/HandlerRegistry.h"
 
@@ -130,17 +131,34 @@ std::optional<QString> MainWindow::openProject(const QString& folder) {
     }
     m_baseLayers.show(project.baseLayers);
     m_baseLayersButton->setEnabled(true);
-    m_epochs->clear();
-    m_epochs->addItems(m_layers.epochs());
-    m_epochs->setCurrentIndex(m_layers.shownEpoch());
-    m_epochs->setEnabled(m_epochs->count() > 1);
-    m_pairs->showProject();
-    showComparedPair();
+    showEpochs();
     setWindowTitle(project.name + (context.readOnlyReason().isEmpty() ? QString() : tr("（只读）")) +
                    tr(" — 管道巡检"));
     showStart(false);
     goToOverview();
     return std::nullopt;
+}
+
+void MainWindow::takeEpochs() {
+    for (const QString& line : m_layers.update(InspectionContext::instance().project()->description())) {
+        qCWarning(logApp).noquote() << line;
+    }
+    showEpochs();
+    m_globe->requestRedraw();
+}
+
+void MainWindow::showEpochs() {
+    const QStringList titles =
+        inspection::epochTitles(InspectionContext::instance().project()->description());
+    m_epochs->clear();
+    m_epochs->addItems(titles);
+    for (int index = 0; index < titles.size(); ++index) {
+        m_epochs->setItemData(index, titles[index], Qt::ToolTipRole); // long names are cut
+    }
+    m_epochs->setCurrentIndex(m_layers.shownEpoch());
+    m_epochs->setEnabled(m_epochs->count() > 1);
+    m_pairs->showProject();
+    showComparedPair();
 }
 
 void MainWindow::showStartPage() {
@@ -193,6 +211,10 @@ void MainWindow::buildCentre() {
     m_desk = std::make_unique<ProjectDesk>(*this, *m_start);
     connect(new QShortcut(QKeySequence::New, this), &QShortcut::activated, m_desk.get(),
             [this] { m_desk->makeNew(); });
+    connect(new QShortcut(Qt::CTRL | Qt::Key_E, this), &QShortcut::activated, m_desk.get(),
+            [this] { m_desk->epochs().add(); });
+    connect(new QShortcut(Qt::CTRL | Qt::Key_I, this), &QShortcut::activated, m_desk.get(),
+            [this] { m_desk->epochs().import(); });
 }
 
 void MainWindow::buildTop() {
@@ -222,12 +244,14 @@ void MainWindow::buildTop() {
     m_epochs->setObjectName("epochs");
     m_epochs->setToolTip(tr("地形与影像显示哪一期"));
     m_epochs->setMinimumContentsLength(10);
+    m_epochs->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
     m_epochs->setEnabled(false);
     connect(m_epochs, QOverload<int>::of(&QComboBox::activated), this, &MainWindow::showEpoch);
     m_pairs = new PairBox(top);
     connect(m_pairs, &PairBox::pairChosen, this, &MainWindow::comparePair);
     connect(&InspectionContext::instance(), &InspectionContext::computeFinished, m_pairs,
             &PairBox::markComputed);
+    connect(&InspectionContext::instance(), &InspectionContext::epochsChanged, this, &MainWindow::takeEpochs);
 
     auto* choices = new QWidget(top);
     auto* rows = new QFormLayout(choices);
@@ -246,7 +270,7 @@ QToolButton* MainWindow::buildProjectButton(QWidget* parent) {
     open->setObjectName("openProject");
     open->setAutoRaise(true);
     open->setText(tr("打开项目…"));
-    open->setToolTip(tr("打开项目文件夹（Ctrl+O）；箭头：新建，最近的项目"));
+    open->setToolTip(tr("打开项目文件夹（Ctrl+O）；箭头：新建，期次，最近的项目"));
     open->setShortcut(QKeySequence::Open);
     open->setPopupMode(QToolButton::MenuButtonPopup);
     auto* menu = new QMenu(open);
@@ -367,7 +391,8 @@ void MainWindow::comparePair(const inspection::EpochPair& pair) {
 void MainWindow::showComparedPair() {
     const inspection::Project* project = InspectionContext::instance().project();
     m_tableDock->setWindowTitle(
-        project ? tr("异常列表：%1").arg(inspection::pairTitle(project->description().pair()))
+        project ? tr("异常列表：%1")
+                      .arg(inspection::pairTitle(project->description(), project->description().pair()))
                 : tr("异常列表"));
 }
 

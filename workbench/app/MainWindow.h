@@ -58,6 +58,9 @@ private:
     QDockWidget* addDock(const QString& title, const QString& name, QWidget* content,
                          Qt::DockWidgetArea area);
     void showEpoch(int index);
+    /// The open project has other epochs than before.
+    void takeEpochs();
+    void showEpochs();
     void comparePair(const inspection::EpochPair& pair);
     /// The table's caption says which epochs its anomalies are between.
     void showComparedPair();

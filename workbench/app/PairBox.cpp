@@ -1,6 +1,7 @@
 #include "workbench/app/PairBox.h"
 
 #include "workbench/inspection/context/InspectionContext.h"
+#include "workbench/inspectiondata/project/EpochTitles.h"
 
 #include <QWheelEvent>
 
@@ -27,9 +28,11 @@ void PairBox::showProject() {
     const auto* project = InspectionContext::instance().project();
     m_pairs = project ? project->description().pairs() : std::vector<EpochPair>();
     clear();
+    m_titles.clear();
     for (const EpochPair& pair : m_pairs) {
-        addItem(inspection::pairTitle(pair));
+        m_titles << inspection::pairTitle(project->description(), pair);
     }
+    addItems(m_titles);
     markComputed();
     showCurrent();
     setEnabled(count() > 1);
@@ -40,8 +43,9 @@ void PairBox::markComputed() {
     for (int index = 0; index < count(); ++index) {
         const EpochPair& pair = m_pairs[static_cast<std::size_t>(index)];
         const bool isComputed = std::find(computed.begin(), computed.end(), pair) != computed.end();
-        setItemText(index, inspection::pairTitle(pair) + (isComputed ? QStringLiteral(" ✓") : QString()));
-        setItemData(index, isComputed ? tr("已计算") : tr("未计算"), Qt::ToolTipRole);
+        setItemText(index, m_titles[index] + (isComputed ? QStringLiteral(" ✓") : QString()));
+        const QString state = isComputed ? tr("已计算") : tr("未计算");
+        setItemData(index, m_titles[index] + '\n' + state, Qt::ToolTipRole); // long names are cut
     }
 }
 

@@ -3,6 +3,7 @@
 #include "workbench/inspectiondata/project/ProjectDescription.h"
 
 #include <QComboBox>
+#include <QStringList>
 
 #include <vector>
 
@@ -33,4 +34,5 @@ signals:
 
 private:
     std::vector<inspection::EpochPair> m_pairs; ///< in the order of the entries
+    QStringList m_titles;                       ///< of them
 };

@@ -1,6 +1,7 @@
 #include "workbench/app/ProjectDesk.h"
 
 #include "host/style/myMessageBox.h"
+#include "workbench/app/DropQuestion.h"
 #include "workbench/app/DroppedFiles.h"
 #include "workbench/app/MainWindow.h"
 #include "workbench/app/ProjectPicture.h"
@@ -16,7 +17,9 @@
 
 using inspection::NewProjectDialog;
 
-ProjectDesk::ProjectDesk(MainWindow& window, StartPage& page) : m_window(window), m_page(page) {
+ProjectDesk::ProjectDesk(MainWindow& window, StartPage& page)
+    : m_window(window), m_page(page), m_epochs(window) {
+    connect(&m_epochs, &EpochDesk::dropped, this, &ProjectDesk::takeDropped);
     connect(&page, &StartPage::newRequested, this, [this] { makeNew(); });
     connect(&page, &StartPage::openRequested, this, &ProjectDesk::choose);
     connect(&page, &StartPage::projectChosen, this, &ProjectDesk::open);
@@ -72,7 +75,7 @@ void ProjectDesk::finishNew(const QString& folder, const QStringList& notes) {
     if (notes.isEmpty()) {
         return;
     }
-    QString text = tr("项目已建立。特殊对象中：\n") + notes.mid(0, kMostLines).join('\n');
+    QString text = tr("项目已建立。\n") + notes.mid(0, kMostLines).join('\n');
     if (notes.size() > kMostLines) {
         text += tr("\n……共 %1 条").arg(notes.size());
     }
@@ -81,16 +84,33 @@ void ProjectDesk::finishNew(const QString& folder, const QStringList& notes) {
 
 void ProjectDesk::takeDropped(const QStringList& paths) {
     const DroppedFiles files = sortDropped(paths);
-    const bool isMaking = m_dialog && m_dialog->isVisible();
-    const bool hasProject = InspectionContext::instance().project() != nullptr;
-    if (!files.project.isEmpty() && !isMaking) {
-        open(files.project);
-    } else if (files.rasters.isEmpty() && hasProject && !isMaking) {
-        tell(tr("向已打开的项目导入特殊对象，请使用命令 corridor import（见使用手册“批量导入”）；"
-                "新建项目时可在最后一页一并导入"),
-             myMessageBox::Information);
-    } else {
+    const inspection::Project* project = InspectionContext::instance().project();
+    if (m_dialog && m_dialog->isVisible()) {
         makeNew(files.rasters, files.vectors.value(0));
+    } else if (m_epochs.takeDropped(files.rasters, files.vectors)) {
+        return;
+    } else if (!files.project.isEmpty()) {
+        open(files.project);
+    } else if (!project) {
+        makeNew(files.rasters, files.vectors.value(0));
+    } else if (files.rasters.isEmpty()) {
+        m_epochs.import(files.vectors);
+    } else {
+        placeDropped(files, project->description().name);
+    }
+}
+
+void ProjectDesk::placeDropped(const DroppedFiles& files, const QString& project) {
+    const auto count = static_cast<int>(files.rasters.size() + files.vectors.size());
+    switch (DropQuestion(count, project, &m_window).ask()) {
+    case DropQuestion::Answer::AddEpoch:
+        m_epochs.add(files.rasters);
+        break;
+    case DropQuestion::Answer::NewProject:
+        makeNew(files.rasters, files.vectors.value(0));
+        break;
+    case DropQuestion::Answer::Cancel:
+        break;
     }
 }
 
@@ -98,6 +118,8 @@ void ProjectDesk::fillMenu(QMenu& menu) {
     constexpr int kMostPixels = 320;
     menu.clear();
     menu.addAction(tr("新建项目…"), this, [this] { makeNew(); });
+    menu.addSeparator();
+    m_epochs.fillMenu(menu);
     menu.addSection(tr("最近的项目"));
     for (const RecentProject& project : RecentProjects::all()) {
         const QString path = QDir::toNativeSeparators(project.folder);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "workbench/app/EpochDesk.h"
 #include "workbench/app/SampleMaker.h"
 #include "workbench/inspection/images/LatestRead.h"
 #include "workbench/inspectiondata/project/ProjectDescription.h"
@@ -9,6 +10,7 @@
 #include <QStringList>
 
 class MainWindow;
+struct DroppedFiles;
 class QMenu;
 class StartPage;
 
@@ -33,10 +35,13 @@ public:
     /// Lets the user make a project, with these files to begin with. While one is being made they are added to it.
     void makeNew(const QStringList& rasters = {}, const QString& centerline = {});
     void takeDropped(const QStringList& paths);
-    /// Fills a menu with the ways to another project.
+    /// The ways of files into the open project.
+    EpochDesk& epochs() { return m_epochs; }
+    /// Fills a menu with the ways into the open project and to another one.
     void fillMenu(QMenu& menu);
 
 private:
+    void placeDropped(const DroppedFiles& files, const QString& project);
     void finishNew(const QString& folder, const QStringList& notes);
     void makeSample();
     void endSample(const QString& problem);
@@ -45,6 +50,7 @@ private:
 
     MainWindow& m_window;
     StartPage& m_page;
+    EpochDesk m_epochs;
     QPointer<inspection::NewProjectDialog> m_dialog;
     SampleMaker m_sample;
     inspection::LatestRead m_pictures;

@@ -6,7 +6,11 @@
 #include <osgEarth/GeoData>
 #include <osgEarth/SpatialReference>
 
+#include <algorithm>
 #include <cmath>
+#include <utility>
+
+using inspection::Epoch;
 
 namespace {
 
@@ -59,24 +63,28 @@ std::optional<Footprint> footprintOf(const QString& file) {
 
 QStringList ProjectLayers::show(const inspection::ProjectDescription& project) {
     clear();
-    m_epochs = project.epochs;
-    QStringList problems;
-    for (std::size_t epoch = 0; epoch < m_epochs.size(); ++epoch) {
-        const QString& dom = m_epochs[epoch].dom;
-        if (!dom.isEmpty()) {
-            note(problems, m_map.addImagery(imageryName(epoch), dom.toStdString()));
-        }
-    }
-    return problems + showEpoch(static_cast<int>(m_epochs.size()) - 1);
+    return update(project);
 }
 
-QStringList ProjectLayers::epochs() const {
-    QStringList names;
-    for (const inspection::Epoch& epoch : m_epochs) {
-        const QString undated = names.isEmpty() ? QStringLiteral("前期") : QStringLiteral("后期");
-        names << (epoch.date.isEmpty() ? undated : epoch.date);
+QStringList ProjectLayers::update(const inspection::ProjectDescription& project) {
+    const Epochs before = std::exchange(m_epochs, project.epochs);
+    QStringList problems;
+    for (const Epoch& epoch : before) {
+        if (!hasPicture(m_epochs, epoch.dom)) {
+            m_map.removeLayer(imageryName(epoch));
+        }
     }
-    return names;
+    for (const Epoch& epoch : m_epochs) {
+        if (!epoch.dom.isEmpty() && !hasPicture(before, epoch.dom)) {
+            note(problems, m_map.addImagery(imageryName(epoch), epoch.dom.toStdString()));
+        }
+    }
+    m_shown = m_shown < 0 ? -1 : placeOf(before[static_cast<std::size_t>(m_shown)]);
+    if (m_shown < 0) {
+        return problems + showEpoch(static_cast<int>(m_epochs.size()) - 1);
+    }
+    showImagery();
+    return problems;
 }
 
 QStringList ProjectLayers::showEpoch(int index) {
@@ -85,13 +93,29 @@ QStringList ProjectLayers::showEpoch(int index) {
         return problems;
     }
     m_shown = index;
-    const auto shown = static_cast<std::size_t>(index);
     m_map.removeLayer(kTerrainLayer);
-    note(problems, m_map.addElevation(kTerrainLayer, m_epochs[shown].dsm.toStdString()));
-    for (std::size_t epoch = 0; epoch < m_epochs.size(); ++epoch) {
-        m_map.setImageryVisible(imageryName(epoch), epoch == shown);
-    }
+    note(problems,
+         m_map.addElevation(kTerrainLayer, m_epochs[static_cast<std::size_t>(index)].dsm.toStdString()));
+    showImagery();
     return problems;
+}
+
+void ProjectLayers::showImagery() {
+    const QString& shown = m_epochs[static_cast<std::size_t>(m_shown)].dom;
+    for (const Epoch& epoch : m_epochs) {
+        m_map.setImageryVisible(imageryName(epoch), epoch.dom == shown);
+    }
+}
+
+int ProjectLayers::placeOf(const Epoch& epoch) const {
+    const auto same = std::find_if(m_epochs.begin(), m_epochs.end(), [&epoch](const Epoch& other) {
+        return other.dsm == epoch.dsm && other.dom == epoch.dom;
+    });
+    return same == m_epochs.end() ? -1 : static_cast<int>(same - m_epochs.begin());
+}
+
+bool ProjectLayers::hasPicture(const Epochs& epochs, const QString& dom) {
+    return std::any_of(epochs.begin(), epochs.end(), [&dom](const Epoch& epoch) { return epoch.dom == dom; });
 }
 
 std::optional<osgEarth::Viewpoint> ProjectLayers::overview() const {
@@ -110,7 +134,7 @@ std::optional<osgEarth::Viewpoint> ProjectLayers::overview() const {
 }
 
 void ProjectLayers::clear() {
-    for (std::size_t epoch = 0; epoch < m_epochs.size(); ++epoch) {
+    for (const Epoch& epoch : m_epochs) {
         m_map.removeLayer(imageryName(epoch));
     }
     m_map.removeLayer(kTerrainLayer);
@@ -118,6 +142,6 @@ void ProjectLayers::clear() {
     m_shown = -1;
 }
 
-std::string ProjectLayers::imageryName(std::size_t epoch) {
-    return "orthophoto " + std::to_string(epoch);
+std::string ProjectLayers::imageryName(const Epoch& epoch) {
+    return "orthophoto " + epoch.dom.toStdString();
 }

@@ -21,8 +21,8 @@ public:
     /// Replaces the layers of the project before and shows the newest epoch. Rasters that cannot be shown are
     /// named in the answer, one English line each; the others are shown.
     QStringList show(const inspection::ProjectDescription& project);
-    /// Names of the epochs, oldest first: their dates, or 前期 and 后期 where these are not known.
-    QStringList epochs() const;
+    /// The epochs of the same project are other ones now. The shown one stays, or the newest is shown when it has gone.
+    QStringList update(const inspection::ProjectDescription& project);
     int shownEpoch() const { return m_shown; }
     /// Shows the terrain and the orthophoto of one epoch. Answers as show does.
     QStringList showEpoch(int index);
@@ -30,10 +30,15 @@ public:
     std::optional<osgEarth::Viewpoint> overview() const;
 
 private:
+    using Epochs = std::vector<inspection::Epoch>;
+
     void clear();
-    static std::string imageryName(std::size_t epoch);
+    void showImagery();
+    int placeOf(const inspection::Epoch& epoch) const; ///< -1 when there is none with these files
+    static bool hasPicture(const Epochs& epochs, const QString& dom);
+    static std::string imageryName(const inspection::Epoch& epoch);
 
     GlobeMap& m_map;
-    std::vector<inspection::Epoch> m_epochs;
+    Epochs m_epochs;
     int m_shown = -1;
 };

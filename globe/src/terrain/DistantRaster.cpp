@@ -2,10 +2,10 @@
 
 #include "LoadingThreads.h"
 #include "RasterSource.h"
+#include "ServedRaster.h"
 
 #include <cpl_conv.h>
 #include <cpl_error.h>
-#include <cpl_minixml.h>
 
 #include <chrono>
 #include <condition_variable>
@@ -28,27 +28,6 @@ constexpr std::chrono::seconds kPatienceWithEmptyPictures{3};
 std::chrono::seconds pauseAfter(int failures) {
     constexpr int kMostDoublings = 6;
     return std::min(kLongestPause, kFirstPause * (1 << std::min(failures - 1, kMostDoublings)));
-}
-
-struct DestroyXml {
-    void operator()(CPLXMLNode* node) const { CPLDestroyXMLNode(node); }
-};
-
-// The same raster out of its cache alone, however old that is. Empty when it has none.
-std::string cacheOnly(const std::string& location) {
-    if (location.rfind("<GDAL_WMS>", 0) != 0) {
-        return {};
-    }
-    const std::unique_ptr<CPLXMLNode, DestroyXml> xml(CPLParseXMLString(location.c_str()));
-    if (!xml || !CPLGetXMLNode(xml.get(), "Cache")) {
-        return {};
-    }
-    CPLSetXMLValue(xml.get(), "OfflineMode", "true");
-    CPLSetXMLValue(xml.get(), "Cache.Expires", "2000000000");
-    char* text = CPLSerializeXMLTree(xml.get());
-    std::string description(text);
-    CPLFree(text);
-    return description;
 }
 
 void fillGaps(std::vector<std::uint8_t>& rgba, const std::vector<std::uint8_t>& below) {
@@ -221,8 +200,13 @@ void DistantRaster::Loader::run() {
 void DistantRaster::Loader::open(Lock& lock) {
     m_isOpening = true;
     lock.unlock();
-    Status status;
-    std::shared_ptr<RasterSource> source = RasterSource::open(m_location, status, RasterSource::Log::Nothing);
+    std::string trouble;
+    std::shared_ptr<RasterSource> source;
+    if (const std::optional<std::string> ready = readyToOpen(m_location, trouble)) {
+        Status status;
+        source = RasterSource::open(*ready, status, RasterSource::Log::Nothing);
+        trouble = source ? std::string() : status.message().substr(ready->size() + 2); // ": "
+    }
     lock.lock();
     m_isOpening = false;
     if (source) {
@@ -232,7 +216,7 @@ void DistantRaster::Loader::open(Lock& lock) {
         ++m_revision;
         ++m_arrivals;
     } else {
-        m_trouble = status.message().substr(m_location.size() + 2); // ": "
+        m_trouble = trouble;
         m_pausedUntil = Clock::now() + pauseAfter(++m_pauses);
     }
     m_changed.notify_all();

@@ -1,3 +1,4 @@
+#include "tests/app/DropFiles.h"
 #include "tests/app/SampleProject.h"
 #include "tests/app/walk/Walk.h"
 #include "tests/support/FileDialogAnswer.h"
@@ -6,11 +7,14 @@
 #include "workbench/inspection/context/InspectionContext.h"
 #include "workbench/inspectiondata/project/Project.h"
 
+#include <QFile>
 #include <QFileInfo>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QTemporaryDir>
 #include <QTest>
+#include <QTimer>
 
 namespace {
 
@@ -37,8 +41,44 @@ protected:
         press(next);
     }
 
+    /// Answers what becomes of dropped files, by mouse.
+    void chooseForDropped(const char* answer) {
+        QTimer::singleShot(10, &window(), [this, answer] {
+            QWidget* question = QApplication::activeModalWidget();
+            if (question && question->objectName() == "dropQuestion") {
+                keepPicture("drop-question");
+                press(question->findChild<QPushButton*>(answer));
+            } else {
+                chooseForDropped(answer);
+            }
+        });
+    }
+
     const SampleProject m_sample{4096};
 };
+
+TEST_F(OwnDataWalk, TheNextFlightIsDroppedOnTheWindowAndCompared) {
+    const QTemporaryDir flight;
+    const QString raster = flight.filePath("20260525_dsm.tif"); // everything is as it was at first
+    ASSERT_TRUE(QFile::copy(m_sample.file("epochs/2024-05-18/dsm.tif"), raster));
+    open(m_sample.folder());
+    waitForGlobe();
+    tickAllStations();
+    chooseForDropped("addAsEpoch");
+    ASSERT_TRUE(dropFiles(window(), {raster}));
+    const auto form = [this] { return window().findChild<QWidget*>("addEpochDialog"); };
+    ASSERT_TRUE(waitUntil([&] { return form() != nullptr; }));
+    auto* add = form()->findChild<QPushButton*>("addEpoch");
+    auto* problem = form()->findChild<QLabel*>("epochProblem");
+    ASSERT_TRUE(waitUntil([&] { return add->isEnabled() && problem->text().isEmpty(); }));
+    keepPicture("add-epoch");
+    press(add);
+    const auto& project = InspectionContext::instance().project()->description();
+    ASSERT_TRUE(waitUntil([&] { return project.epochs.size() == 3U && !form(); }));
+    EXPECT_EQ(project.pair(), (inspection::EpochPair{"2025-05-20", "2026-05-25"}));
+    computeAnomalies();
+    EXPECT_GE(stored().size(), 20) << "ticked stations stayed ticked";
+}
 
 TEST_F(OwnDataWalk, TheFilesOfASurveyBecomeAProjectWithAnomaliesByMouse) {
     open(m_sample.folder());

@@ -50,6 +50,24 @@ protected:
         return failure;
     }
 
+    /// A folder with the newer surface model in two tiles, made with these options of gdal_translate.
+    QString tilesOfTheNewEpoch(const QByteArray& options) const {
+        const QString folder = m_files.beside("tiles");
+        EXPECT_TRUE(QDir().mkpath(folder));
+        for (const char* window : {"0 0 200 160", "200 0 200 160"}) {
+            const QByteArray text = options + " -srcwin " + window;
+            const CPLStringList arguments(CSLTokenizeString2(text.constData(), " ", 0), TRUE);
+            GDALTranslateOptions* parsed =
+                GDALTranslateOptionsNew(const_cast<char**>(arguments.List()), nullptr);
+            GDALDatasetH whole = GDALOpen(m_files.file("new/dsm.tif").toUtf8().constData(), GA_ReadOnly);
+            const QString tile = folder + QStringLiteral("/%1.tif").arg(window[0]);
+            GDALClose(GDALTranslate(tile.toUtf8().constData(), whole, parsed, nullptr));
+            GDALTranslateOptionsFree(parsed);
+            GDALClose(whole);
+        }
+        return folder;
+    }
+
     SmallProject m_files;
     NewProject m_wish;
 };
@@ -101,20 +119,7 @@ TEST_F(CreateProjectTest, EveryLayerOfTheCentreLineFileReadsWithGdal) {
 }
 
 TEST_F(CreateProjectTest, TilesBecomeOneVirtualRaster) {
-    const QString tiles = m_files.beside("tiles");
-    ASSERT_TRUE(QDir().mkpath(tiles));
-    for (const char* window : {"0 0 200 160", "200 0 200 160"}) {
-        const CPLStringList arguments(
-            CSLTokenizeString2((QByteArray("-srcwin ") + window).constData(), " ", 0), TRUE);
-        GDALTranslateOptions* options =
-            GDALTranslateOptionsNew(const_cast<char**>(arguments.List()), nullptr);
-        GDALDatasetH whole = GDALOpen(m_files.file("new/dsm.tif").toUtf8().constData(), GA_ReadOnly);
-        const QString tile = tiles + QStringLiteral("/%1.tif").arg(window[0]);
-        GDALClose(GDALTranslate(tile.toUtf8().constData(), whole, options, nullptr));
-        GDALTranslateOptionsFree(options);
-        GDALClose(whole);
-    }
-    m_wish.epochs[1].surface = tiles;
+    m_wish.epochs[1].surface = tilesOfTheNewEpoch("-a_nodata -9999");
     const auto created = valueOf(create());
     EXPECT_EQ(created.project.description().newEpoch().dsm, folder() + "/epochs/2025-05-20/dsm.vrt");
     const auto database =
@@ -122,6 +127,22 @@ TEST_F(CreateProjectTest, TilesBecomeOneVirtualRaster) {
     ComputationRequest request;
     request.project = created.project.description();
     EXPECT_EQ(valueOf(computeAnomalies(request)).anomalies, 3);
+}
+
+TEST_F(CreateProjectTest, TilesThatDoNotTellTheirHolesBecomeOneRasterThatEverybodyReads) {
+    m_wish.epochs[1].surface = tilesOfTheNewEpoch("-a_nodata none");
+    const auto created = valueOf(create());
+    const QString dsm = created.project.description().newEpoch().dsm;
+    EXPECT_EQ(dsm, folder() + "/epochs/2025-05-20/dsm.tif");
+    const GDALDatasetUniquePtr raster(GDALDataset::Open(dsm.toUtf8().constData(), GDAL_OF_RASTER));
+    ASSERT_TRUE(raster);
+    const CPLStringList files(raster->GetFileList(), TRUE);
+    EXPECT_EQ(files.Count(), 1) << "it refers to nothing";
+    float height = 0.0F;
+    ASSERT_EQ(raster->GetRasterBand(1)->RasterIO(GF_Read, 300, 100, 1, 1, &height, 1, 1, GDT_Float32, 0, 0,
+                                                 nullptr),
+              CE_None);
+    EXPECT_NEAR(height, SmallProject::newHeight(300, 100), 1e-3);
 }
 
 TEST_F(CreateProjectTest, CopiesComeIntoTheFolderWithWhatBelongsToThem) {

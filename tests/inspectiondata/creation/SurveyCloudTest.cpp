@@ -1,5 +1,5 @@
 #include "../Opened.h"
-#include "tests/cloud/LasWriter.h"
+#include "GroundCloud.h"
 #include "tests/support/VectorFile.h"
 
 #include "detect/heights/SurfaceModel.h"
@@ -13,38 +13,8 @@ namespace {
 
 using namespace inspection;
 
-/// Point clouds over the ground of the small project: four returns in each cell of its rasters.
 class SurveyCloudTest : public testing::Test {
 protected:
-    using Ground = double (*)(int column, int row);
-
-    /// Of the columns from `first` to `last`; with the project's system in its head unless `crs` is empty.
-    void writeCloud(const QString& file, Ground ground, int first = 0, int last = SmallProject::kColumns,
-                    const QString& crs = "EPSG:4547") const {
-        cloud::test::LasWriter writer;
-        writer.minorVersion = 4;
-        writer.pointFormat = 6;
-        writer.offset = {500000.0, 3400000.0, 0.0};
-        for (int row = 0; row < SmallProject::kRows; ++row) {
-            for (int column = first; column < last; ++column) {
-                for (const auto& [right, down] : {std::pair(0.2, 0.3), {0.7, 0.3}, {0.3, 0.8}, {0.8, 0.7}}) {
-                    writer.points.push_back(
-                        {SmallProject::kLeft + (column + right) * SmallProject::kCellMetres,
-                         SmallProject::kTop - (row + down) * SmallProject::kCellMetres, ground(column, row),
-                         column % 2 == 0 ? 2 : 1});
-                }
-            }
-        }
-        if (!crs.isEmpty()) {
-            char* wkt = nullptr;
-            referenceOf(crs)->exportToWkt(&wkt);
-            writer.wkt = wkt;
-            writer.globalEncoding = 16; // the reference system is text
-            CPLFree(wkt);
-        }
-        writer.write(file.toStdString());
-    }
-
     SmallProject m_files;
     QString m_old = m_files.beside("20240518.las");
     QString m_new = m_files.beside("20250520.las");
@@ -53,9 +23,9 @@ protected:
 TEST_F(SurveyCloudTest, AreEpochsOfAProjectThatFindsTheKnownChanges) {
     const QString tiles = m_files.beside("20250520 tiles");
     ASSERT_TRUE(QDir().mkpath(tiles));
-    writeCloud(m_old, SmallProject::oldHeight);
-    writeCloud(tiles + "/west.las", SmallProject::newHeight, 0, 250);
-    writeCloud(tiles + "/east.las", SmallProject::newHeight, 250);
+    writeGroundCloud(m_old, SmallProject::oldHeight);
+    writeGroundCloud(tiles + "/west.las", SmallProject::newHeight, 0, 250);
+    writeGroundCloud(tiles + "/east.las", SmallProject::newHeight, 250);
     NewProject wish;
     wish.epochs = {{{}, m_old, {}}, {{}, tiles, m_files.file("new/dom.tif")}};
     const ProjectPlan plan = valueOf(planProject(wish));
@@ -80,7 +50,7 @@ TEST_F(SurveyCloudTest, AreEpochsOfAProjectThatFindsTheKnownChanges) {
 }
 
 TEST_F(SurveyCloudTest, ACloudWithoutAReferenceSystemIsInTheProjects) {
-    writeCloud(m_old, SmallProject::oldHeight, 0, SmallProject::kColumns, {});
+    writeGroundCloud(m_old, SmallProject::oldHeight, 0, SmallProject::kColumns, {});
     NewProject wish;
     wish.epochs = {{{}, m_old, {}}, {"2025-05-20", m_files.file("new/dsm.tif"), {}}};
     EXPECT_TRUE(failureOf(planEpochs(wish)).userMessage.contains("坐标系"));
@@ -89,7 +59,7 @@ TEST_F(SurveyCloudTest, ACloudWithoutAReferenceSystemIsInTheProjects) {
 }
 
 TEST_F(SurveyCloudTest, CellAndGroundCanBeChosen) {
-    writeCloud(m_old, SmallProject::oldHeight);
+    writeGroundCloud(m_old, SmallProject::oldHeight);
     NewProject wish;
     wish.clouds = {2.0, true};
     wish.epochs = {{{}, m_old, {}}, {"2025-05-20", m_files.file("new/dsm.tif"), {}}};
@@ -101,7 +71,7 @@ TEST_F(SurveyCloudTest, CellAndGroundCanBeChosen) {
 }
 
 TEST_F(SurveyCloudTest, HeightsOfACloudAreConvertedToo) {
-    writeCloud(m_old, SmallProject::oldHeight, 0, SmallProject::kColumns, "EPSG:4547+5773");
+    writeGroundCloud(m_old, SmallProject::oldHeight, 0, SmallProject::kColumns, "EPSG:4547+5773");
     NewProject wish;
     wish.epochs = {{{}, m_old, {}}, {"2020-01-01", m_files.file("new/dsm.tif"), {}, "ellipsoid"}};
     const ProjectPlan plan = valueOf(planProject(wish));
@@ -114,7 +84,7 @@ TEST_F(SurveyCloudTest, HeightsOfACloudAreConvertedToo) {
 }
 
 TEST_F(SurveyCloudTest, ADamagedCloudLeavesNoProject) {
-    writeCloud(m_old, SmallProject::oldHeight);
+    writeGroundCloud(m_old, SmallProject::oldHeight);
     ASSERT_TRUE(QFile::resize(m_old, QFileInfo(m_old).size() - 100));
     NewProject wish;
     wish.epochs = {{{}, m_old, {}}, {"2025-05-20", m_files.file("new/dsm.tif"), {}}};
@@ -129,7 +99,7 @@ TEST_F(SurveyCloudTest, ADamagedCloudLeavesNoProject) {
 }
 
 TEST_F(SurveyCloudTest, AStopWhileTheSurfaceIsMadeLeavesNothing) {
-    writeCloud(m_old, SmallProject::oldHeight);
+    writeGroundCloud(m_old, SmallProject::oldHeight);
     NewProject wish;
     wish.epochs = {{{}, m_old, {}}, {"2025-05-20", m_files.file("new/dsm.tif"), {}}};
     const auto plan = valueOf(planProject(wish));

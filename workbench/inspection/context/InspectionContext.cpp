@@ -78,6 +78,8 @@ void InspectionContext::connectWindows() {
     connect(&history, &inspection::ProjectHistory::rowsChanged, m_stations, &StationTreeWindow::applyRows);
     connect(&history, &inspection::ProjectHistory::rowsChanged, m_anomalies, &AnomalyTableWindow::applyRows);
     connect(&history, &inspection::ProjectHistory::replacedByOthers, m_stations, &StationTreeWindow::reload);
+    connect(m_session.get(), &Session::objectsReplaced, m_stations, &StationTreeWindow::reload);
+    connect(m_session.get(), &Session::epochsChanged, this, &InspectionContext::epochsChanged);
     connect(m_session.get(), &Session::connectionChanged, m_progress, &ProgressWidget::showMessage);
     connect(m_session.get(), &Session::noticed, m_progress, &ProgressWidget::showMessage);
 
@@ -155,6 +157,18 @@ std::optional<QString> InspectionContext::setComparedPair(const inspection::Epoc
         return done.error().userMessage;
     }
     return std::nullopt;
+}
+
+inspection::Status InspectionContext::addEpoch(inspection::MadeEpoch& epoch) {
+    return m_session->addEpoch(epoch);
+}
+
+inspection::Status InspectionContext::removeEpoch(const QString& key, inspection::Verdicts verdicts) {
+    return m_session->removeEpoch(key, verdicts);
+}
+
+void InspectionContext::showImported() {
+    m_session->showImported();
 }
 
 bool InspectionContext::isWorking() const {

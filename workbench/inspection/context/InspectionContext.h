@@ -21,6 +21,8 @@ class ParaSet;
 class QWidget;
 
 namespace inspection {
+class MadeEpoch;
+enum class Verdicts;
 struct ComputationSummary;
 class AnomalyOverlays;
 class AnomalyTableWindow;
@@ -62,6 +64,11 @@ public:
     std::optional<QString> setComparedPair(const inspection::EpochPair& pair);
     /// Stores the open project's base layers, bottom first.
     inspection::Status setBaseLayers(const std::vector<inspection::BaseLayer>& layers);
+    /// Adds an epoch that was made for the open project; takes one away with its results. Refused while work is going on.
+    inspection::Status addEpoch(inspection::MadeEpoch& epoch);
+    inspection::Status removeEpoch(const QString& key, inspection::Verdicts verdicts);
+    /// Special objects of the open project have been brought in beside its windows.
+    void showImported();
     /// True while anomalies are being computed or an output is being written.
     bool isWorking() const;
     /// Figures of the last computation that succeeded since initialise.
@@ -90,6 +97,8 @@ public:
     DataSet* GetDataSet(int index) override;
 
 signals:
+    /// The open project has other epochs, or is compared by another pair of them.
+    void epochsChanged();
     /// Ends every computation that was started. `message` is one Chinese line.
     void computeFinished(bool ok, const QString& message);
     /// Ends every output that was started. `kind` is "report" or "shape".

@@ -26,6 +26,21 @@ bool isFree(const QString& folder) {
            QDir(folder).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
 }
 
+/// What is going to be made of point clouds.
+QStringList cloudNotes(const PlannedEpochs& surveys) {
+    QStringList notes;
+    for (const PlannedEpoch& epoch : surveys.epochs) {
+        const SurveyRaster& surface = epoch.surface;
+        if (surface.cloud) {
+            notes << ConfirmPage::tr("%1：%2 万点，先生成表面模型，格网间距 %3，存入项目文件夹")
+                         .arg(QFileInfo(surface.files.front()).fileName())
+                         .arg(surface.cloud->points / 1e4, 0, 'g', 3)
+                         .arg(surface.cloud->cell);
+        }
+    }
+    return notes;
+}
+
 } // namespace
 
 QString suggestedFolder(const QString& documents, const QString& name) {
@@ -184,11 +199,12 @@ QString ConfirmPage::summary() const {
     const QString line = reading.centerline
                              ? tr("，管道 %1 km").arg(reading.centerline->lengthMetres() / 1000.0, 0, 'f', 3)
                              : tr("，没有中心线");
-    return tr("%1 期数据%2，%3 个站段；坐标系 %4。")
-        .arg(reading.epochs.size())
-        .arg(line)
-        .arg(reading.stations.size())
-        .arg(reading.referenceTitle);
+    const QString facts = tr("%1 期数据%2，%3 个站段；坐标系 %4。")
+                              .arg(reading.epochs.size())
+                              .arg(line)
+                              .arg(reading.stations.size())
+                              .arg(reading.referenceTitle);
+    return (QStringList{facts} + cloudNotes(*reading.surveys) + reading.surveys->notes).join('\n');
 }
 
 } // namespace inspection

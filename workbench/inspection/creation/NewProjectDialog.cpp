@@ -224,7 +224,7 @@ void NewProjectDialog::create() {
                          return progress(fraction, QString());
                      });
                      const QString failure = made ? QString() : made.error().userMessage;
-                     const QStringList notes = made ? notesOf(made->imports) : QStringList();
+                     const QStringList notes = made ? made->notes + notesOf(made->imports) : QStringList();
                      return [this, folder, failure, notes] {
                          if (failure.isEmpty()) {
                              finish(folder, notes);

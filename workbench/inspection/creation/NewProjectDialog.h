@@ -37,7 +37,8 @@ public:
 signals:
     /// Files that were dropped on the dialog, for whoever tells rasters from vectors.
     void dropped(const QStringList& files);
-    /// The project is complete and closed; `notes` has a Chinese line for all that was not brought in as it was.
+    /// The project is complete and closed; `notes` has a Chinese line for what came out of each point cloud, and for all
+    /// that was not brought in as it was.
     void created(const QString& folder, const QStringList& notes);
 
 protected:

@@ -41,7 +41,8 @@ QString cellText(const SurveyRaster& raster) {
     const bool isInDegrees = raster.reference.IsGeographic() != 0;
     const double metres =
         raster.cellHeight * (isInDegrees ? kMetresPerDegree : raster.reference.GetLinearUnits());
-    return (isInDegrees ? QStringLiteral("≈ ") : QString()) + QString::number(metres, 'g', 3) +
+    const QString kind = raster.cloud ? QStringLiteral("点云 → ") : QString();
+    return kind + (isInDegrees ? QStringLiteral("≈ ") : QString()) + QString::number(metres, 'g', 3) +
            QStringLiteral(" m");
 }
 

@@ -215,12 +215,8 @@ std::int64_t Session::comparisonId() {
 }
 
 Status Session::setComparedPair(const EpochPair& pair) {
-    if (!m_project) {
-        return Unexpected(Failure{QStringLiteral("no project is open"), tr("没有打开的工程")});
-    }
-    if (m_jobs.isRunning()) {
-        return Unexpected(Failure{QStringLiteral("other work is going on"),
-                                  tr("“%1”正在进行，请等待完成或先取消").arg(m_jobs.title())});
+    if (auto ready = readyToChange(); !ready) {
+        return ready;
     }
     if (pair == m_project->description().pair()) {
         return {};
@@ -231,6 +227,60 @@ Status Session::setComparedPair(const EpochPair& pair) {
     m_comparisonId = kNoComparison;
     emit comparedPairChanged();
     return {};
+}
+
+Status Session::readyToChange() const {
+    if (!m_project) {
+        return Unexpected(Failure{QStringLiteral("no project is open"), tr("没有打开的工程")});
+    }
+    if (m_jobs.isRunning()) {
+        return Unexpected(Failure{QStringLiteral("other work is going on"),
+                                  tr("“%1”正在进行，请等待完成或先取消").arg(m_jobs.title())});
+    }
+    return {};
+}
+
+Status Session::addEpoch(MadeEpoch& epoch) {
+    if (auto ready = readyToChange(); !ready) {
+        return ready;
+    }
+    const EpochPair before = m_project->description().pair();
+    if (auto done = epoch.addTo(*m_project); !done) {
+        return done;
+    }
+    tellOfOtherEpochs(before);
+    emit noticed(
+        tr("已添加期次 %1，对比期次 %2")
+            .arg(m_project->description().keyOf(epoch.epoch()), pairTitle(m_project->description().pair())));
+    return {};
+}
+
+Status Session::removeEpoch(const QString& key, Verdicts verdicts) {
+    if (auto ready = readyToChange(); !ready) {
+        return ready;
+    }
+    const EpochPair before = m_project->description().pair();
+    if (auto done = inspection::removeEpoch(*m_project, *connection(), key, verdicts); !done) {
+        return done;
+    }
+    m_history.reload(); // edits of anomalies that are no longer
+    tellOfOtherEpochs(before);
+    return {};
+}
+
+void Session::tellOfOtherEpochs(const EpochPair& before) {
+    emit epochsChanged();
+    if (m_project->description().pair() != before) {
+        m_comparisonId = kNoComparison;
+        emit comparedPairChanged();
+    }
+}
+
+void Session::showImported() {
+    if (m_database) {
+        m_history.reload();
+        emit objectsReplaced();
+    }
 }
 
 void Session::tellOfOtherPair(const RowChanges& changes, Showing showing) {

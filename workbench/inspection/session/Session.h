@@ -2,6 +2,8 @@
 
 #include "workbench/inspection/session/JobRunner.h"
 #include "workbench/inspection/session/RevisionWatch.h"
+#include "workbench/inspectiondata/compute/EpochRemoval.h"
+#include "workbench/inspectiondata/creation/EpochAddition.h"
 #include "workbench/inspectiondata/database/ComparisonTable.h"
 #include "workbench/inspectiondata/database/PipelineDatabase.h"
 #include "workbench/inspectiondata/history/ProjectHistory.h"
@@ -54,6 +56,13 @@ public:
     /// Stores them in the project, bottom first.
     Status setBaseLayers(const std::vector<BaseLayer>& layers);
 
+    /// Adds an epoch that was made for the project, and announces it. Refused while work is going on.
+    Status addEpoch(MadeEpoch& epoch);
+    /// Takes an epoch and its results away, as inspection::removeEpoch() does, and announces it. Refused while work is going on.
+    Status removeEpoch(const QString& key, Verdicts verdicts);
+    /// Special objects have been brought in beside the windows; they show them.
+    void showImported();
+
     /// The pairs of epochs that have results; empty when they cannot be read.
     std::vector<Comparison> comparisons() const;
     /// The id of the compared pair's comparison, whose anomalies the windows show; kNoComparison while it was
@@ -89,6 +98,10 @@ signals:
     void parametersChanged();
     /// The windows have to show the results of another pair of epochs.
     void comparedPairChanged();
+    /// The project has other epochs.
+    void epochsChanged();
+    /// Special objects are other ones now than the windows show.
+    void objectsReplaced();
     /// Something that needs no answer; one Chinese line.
     void noticed(const QString& message);
     /// The database does not answer, or does again; one Chinese line.
@@ -100,6 +113,9 @@ private:
     static Result<Opened> openAsFarAsPossible(const QString& folder);
     bool isOpen(const QString& folder) const;
     Status take(Opened opened);
+    /// Why nothing can be stored in the project now.
+    Status readyToChange() const;
+    void tellOfOtherEpochs(const EpochPair& before);
     void forget();
     void watchOthers();
     void takeStepsOfOthers(qint64 newestRevision);

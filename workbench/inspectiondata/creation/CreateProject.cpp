@@ -1,16 +1,13 @@
 #include "workbench/inspectiondata/creation/CreateProject.h"
 
 #include "workbench/inspectiondata/creation/CenterlineFile.h"
+#include "workbench/inspectiondata/creation/FolderInTheMaking.h"
 #include "workbench/inspectiondata/creation/ProjectRasters.h"
 #include "workbench/inspectiondata/database/PipelineDatabase.h"
 #include "workbench/inspectiondata/project/ProjectFile.h"
 
 #include <QDir>
 #include <QFileInfo>
-#include <QTemporaryDir>
-
-#include <algorithm>
-#include <cstdio>
 
 namespace inspection {
 
@@ -28,44 +25,6 @@ Status checkFolder(const QString& folder) {
         return fileFailure(info.absolutePath(), "cannot be created", "无法创建文件夹");
     }
     return {};
-}
-
-/// A hidden folder beside the project's, which becomes the project's; removed with all in it when it does not.
-class FolderInTheMaking {
-public:
-    explicit FolderInTheMaking(const QString& target)
-        : m_target(target),
-          m_folder(QFileInfo(target).absolutePath() + "/." + QFileInfo(target).fileName() + "-XXXXXX") {}
-
-    bool isThere() const { return m_folder.isValid(); }
-    QString path() const { return m_folder.path(); }
-
-    /// At once or not at all.
-    Status takePlace() {
-        QFile(m_folder.path()).setPermissions(QFile::permissions(QFileInfo(m_target).absolutePath()));
-        if (std::rename(QFile::encodeName(m_folder.path()).constData(),
-                        QFile::encodeName(m_target).constData()) != 0) {
-            return fileFailure(m_target, "cannot be created", "无法创建文件夹");
-        }
-        m_folder.setAutoRemove(false);
-        return {};
-    }
-
-private:
-    QString m_target;
-    QTemporaryDir m_folder;
-};
-
-/// Progress by the files that have to be made; without them there is nothing that takes long.
-WorkProgress workProgress(const ProjectPlan& plan, const CreationProgress& progress) {
-    double all = 0.0;
-    for (const PlannedEpoch& epoch : plan.surveys.epochs) {
-        all += workOf(epoch, plan.copiesFiles);
-    }
-    return [all, done = 0.0, progress](double work) mutable {
-        done += work;
-        return !progress || progress(all > 0.0 ? std::min(1.0, done / all) : 0.0);
-    };
 }
 
 Result<std::vector<SpecialObjectImport>> importObjects(const ProjectDescription& project,
@@ -98,16 +57,19 @@ Result<ProjectDescription> writeProject(const QString& folder, const ProjectPlan
     project.name = plan.name;
     project.crs = definitionOf(plan.surveys.reference);
     project.centerline = folder + QStringLiteral("/centerline.gpkg");
-    const WorkProgress worked = workProgress(plan, progress);
-    int number = 0;
+    const WorkProgress worked = workProgress(plan.surveys.epochs, plan.copiesFiles, progress);
+    const QString epochs = folder + QStringLiteral("/epochs");
     for (const PlannedEpoch& epoch : plan.surveys.epochs) {
-        auto placed = placeRasters(folder, ++number, epoch, plan.copiesFiles, worked);
+        const QString own = epochs + '/' + folderNameOf(epoch, project.epochs.size() + 1);
+        auto placed = placeRasters(own, epoch, plan.copiesFiles, worked);
         if (!placed) {
             return failed(placed);
         }
+        QDir().rmdir(own); // goes when it stayed empty
         notes << placed->notes;
         project.epochs.push_back(placed->epoch);
     }
+    QDir().rmdir(epochs);
     if (auto done =
             writeCenterlineFile(project.centerline, plan.surveys.reference, plan.centerline, plan.stations);
         !done) {

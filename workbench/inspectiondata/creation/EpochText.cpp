@@ -16,7 +16,7 @@ std::pair<QString, QString> epochFiles(const QString& text) {
 }
 
 NewEpoch epochOf(const QString& text) {
-    static const QRegularExpression dated(QStringLiteral("^(\\d{4}-\\d{1,2}-\\d{1,2})=(.*)$"),
+    static const QRegularExpression dated(QStringLiteral("^(\\d{4}-\\d{1,2}-\\d{1,2}|)=(.*)$"),
                                           QRegularExpression::DotMatchesEverythingOption);
     NewEpoch epoch;
     QString files = text;

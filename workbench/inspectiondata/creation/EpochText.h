@@ -11,7 +11,7 @@ namespace inspection {
 /// file.
 INSPECTIONDATA_API std::pair<QString, QString> epochFiles(const QString& text);
 
-/// An epoch in one text: "[DATE=]SURFACE[,PICTURE]". What stands before "=" counts as a date when it looks like one, so
+/// An epoch in one text: "[[DATE]=]SURFACE[,PICTURE]". What stands before "=" counts as a date when it looks like one, so
 /// that a path may hold "=".
 INSPECTIONDATA_API NewEpoch epochOf(const QString& text);
 

@@ -156,29 +156,56 @@ Result<detect::Box> overlapOf(const std::vector<PlannedEpoch>& epochs, const OGR
     return overlap;
 }
 
-/// Heights of different systems are not compared without a word.
-void planHeights(PlannedEpochs& surveys) {
-    const auto isKnown = [](const PlannedEpoch& epoch) { return !epoch.surface.heights.isEmpty(); };
-    const auto first = std::find_if(surveys.epochs.begin(), surveys.epochs.end(), isKnown);
-    if (first == surveys.epochs.end()) {
-        return;
+/// Brings the epoch's heights to `target`, where that can be done. Heights of different systems are not compared without
+/// a word.
+void planHeights(PlannedEpoch& epoch, const HeightSystem& target, QStringList& notes) {
+    const QString& own = epoch.surface.heights;
+    const QString& file = epoch.surface.files.front();
+    if (own.isEmpty()) {
+        notes << QStringLiteral("%1：高程系统未知，按 %2 处理").arg(file, heightSystemTitle(target));
+    } else if (own != target && canConvertHeights(epoch.surface, own, target)) {
+        epoch.convertedHeights = target;
+        notes << QStringLiteral("%1：高程由 %2 换算到 %3")
+                     .arg(file, heightSystemTitle(own), heightSystemTitle(target));
+    } else if (own != target) {
+        notes << QStringLiteral("%1：高程系统是 %2，其他期是 %3，缺少换算格网，未作换算")
+                     .arg(file, heightSystemTitle(own), heightSystemTitle(target));
     }
-    const QString target = first->surface.heights;
+}
+
+/// The first one that is known; empty when none is.
+HeightSystem heightsOf(const std::vector<PlannedEpoch>& epochs) {
+    const auto first = std::find_if(epochs.begin(), epochs.end(), [](const PlannedEpoch& epoch) {
+        return !epoch.surface.heights.isEmpty();
+    });
+    return first == epochs.end() ? HeightSystem() : first->surface.heights;
+}
+
+void planHeights(PlannedEpochs& surveys) {
+    const HeightSystem target = heightsOf(surveys.epochs);
     for (PlannedEpoch& epoch : surveys.epochs) {
-        const QString& own = epoch.surface.heights;
-        const QString& file = epoch.surface.files.front();
-        if (own.isEmpty()) {
-            surveys.notes
-                << QStringLiteral("%1：高程系统未知，按 %2 处理").arg(file, heightSystemTitle(target));
-        } else if (own != target && canConvertHeights(epoch.surface, own, target)) {
-            epoch.convertedHeights = target;
-            surveys.notes << QStringLiteral("%1：高程由 %2 换算到 %3")
-                                 .arg(file, heightSystemTitle(own), heightSystemTitle(target));
-        } else if (own != target) {
-            surveys.notes << QStringLiteral("%1：高程系统是 %2，其他期是 %3，缺少换算格网，未作换算")
-                                 .arg(file, heightSystemTitle(own), heightSystemTitle(target));
+        if (!target.isEmpty()) {
+            planHeights(epoch, target, surveys.notes);
         }
     }
+}
+
+/// The project's epochs, for a further one to be held against; those that cannot be read now are left out.
+std::vector<PlannedEpoch> presentEpochs(const ProjectDescription& project, QStringList& notes) {
+    std::vector<PlannedEpoch> epochs;
+    for (const Epoch& epoch : project.epochs) {
+        if (auto surface = surveyRaster(epoch.dsm)) {
+            epochs.push_back({epoch.date, false, *std::move(surface), std::nullopt});
+        } else {
+            notes << QStringLiteral("%1，未与该期核对").arg(surface.error().userMessage);
+        }
+    }
+    return epochs;
+}
+
+bool hasDate(const ProjectDescription& project, const QString& date) {
+    return std::any_of(project.epochs.begin(), project.epochs.end(),
+                       [&date](const Epoch& epoch) { return epoch.date == date; });
 }
 
 /// Places with heights in every epoch.
@@ -278,6 +305,29 @@ Result<PlannedEpochs> planEpochs(const NewProject& wish) {
     surveys.overlap = *overlap;
     planHeights(surveys);
     return surveys;
+}
+
+Result<NextEpoch> planNextEpoch(const ProjectDescription& project, const NewEpoch& epoch,
+                                const CloudWish& clouds) {
+    NewProject wish;
+    wish.crs = project.crs;
+    wish.clouds = clouds;
+    auto planned = planEpoch(epoch, wish);
+    if (!planned) {
+        return failed(planned);
+    }
+    NextEpoch next{*std::move(planned), {}};
+    if (hasDate(project, next.epoch.date) && next.epoch.isDateGuessed) {
+        next.epoch.date.clear();
+    }
+    std::vector<PlannedEpoch> epochs = presentEpochs(project, next.notes);
+    const HeightSystem heights = heightsOf(epochs);
+    if (!heights.isEmpty()) {
+        planHeights(next.epoch, heights, next.notes);
+    }
+    epochs.push_back(next.epoch);
+    const auto overlap = overlapOf(epochs, planeOf(referenceOf(project.crs).value_or(wgs84())));
+    return overlap ? Result<NextEpoch>(next) : failed(overlap);
 }
 
 Result<std::vector<Stretch>> planStations(const NewProject& wish, const PlannedEpochs& surveys,

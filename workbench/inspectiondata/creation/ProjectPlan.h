@@ -5,6 +5,7 @@
 #include "workbench/inspectiondata/creation/Stretches.h"
 #include "workbench/inspectiondata/creation/SurveyRaster.h"
 #include "workbench/inspectiondata/database/SpecialObjectFile.h"
+#include "workbench/inspectiondata/project/ProjectDescription.h"
 
 #include <optional>
 #include <vector>
@@ -75,6 +76,17 @@ struct ProjectPlan {
 /// Fails for fewer than two epochs, one that cannot be read or is no surface model, two of the same date (guessed ones
 /// are left out then), reference systems that do not go together, and epochs without a common area. May read a few cells of each raster.
 INSPECTIONDATA_API Result<PlannedEpochs> planEpochs(const NewProject& wish);
+
+/// A further epoch of a project that is there.
+struct NextEpoch {
+    PlannedEpoch epoch;
+    QStringList notes; ///< what the user should know, Chinese lines
+};
+
+/// Works the epoch out as planEpochs() does; the project's reference system counts for clouds that name none, and its heights are
+/// those to which the epoch's are brought. A guessed date that another epoch has is dropped. The date of another epoch is not refused here.
+INSPECTIONDATA_API Result<NextEpoch> planNextEpoch(const ProjectDescription& project, const NewEpoch& epoch,
+                                                   const CloudWish& clouds = {});
 
 /// The stations of a project: along the centre line, from a file, or over the overlap. Fails where none has data in all
 /// epochs: then the line lies far from them.

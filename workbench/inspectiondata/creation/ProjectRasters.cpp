@@ -11,6 +11,8 @@
 
 #include <gdal_priv.h>
 
+#include <algorithm>
+
 namespace inspection {
 
 namespace {
@@ -76,8 +78,8 @@ Result<QStringList> copyTiles(const QStringList& tiles, const QString& folder, c
 }
 
 /// The file that stands for the raster.
-Result<QString> placeRaster(const QString& folder, const QString& name, SurveyRaster raster,
-                            TileValues values, bool copies, const WorkProgress& progress) {
+Result<QString> placeRaster(const QString& folder, const QString& name, SurveyRaster raster, bool copies,
+                            const WorkProgress& progress) {
     if (copies) {
         auto copied = copyTiles(raster.files, folder + '/' + name, progress);
         if (!copied) {
@@ -89,7 +91,7 @@ Result<QString> placeRaster(const QString& folder, const QString& name, SurveyRa
         return raster.files.front();
     }
     const QString file = folder + '/' + name + QStringLiteral(".vrt");
-    if (const auto written = openMosaic(raster, values, file); !written) {
+    if (const auto written = openMosaic(raster, TileValues::AsStored, file); !written) {
         return failed(written);
     }
     return file;
@@ -104,6 +106,21 @@ double cloudWork(const SurveyRaster& surface) {
 
 double conversionWork(const PlannedEpoch& epoch) {
     return epoch.convertedHeights.isEmpty() ? 0.0 : kBytesOfCell * epoch.surface.cells;
+}
+
+/// Whether the surface model's tiles become one new file, because not all of them say in metres what they hold.
+bool isMerged(const PlannedEpoch& epoch) {
+    return epoch.surface.files.size() > 1 && !epoch.surface.cloud && epoch.convertedHeights.isEmpty() &&
+           !areInMetres(epoch.surface);
+}
+
+double mergingWork(const PlannedEpoch& epoch) {
+    return kBytesOfCell * epoch.surface.cells;
+}
+
+/// Whether the epoch's surface model is a new file.
+bool isMade(const PlannedEpoch& epoch) {
+    return epoch.surface.cloud.has_value() || !epoch.convertedHeights.isEmpty() || isMerged(epoch);
 }
 
 /// Progress by fractions of a piece of work.
@@ -146,20 +163,18 @@ Result<QString> placeSurface(const QString& folder, PlannedEpoch epoch, bool cop
         QFile::remove(flown);
         return done ? Result<QString>(file) : failed(done);
     }
+    if (isMerged(epoch)) {
+        const auto done = writeMosaic(epoch.surface, file, partOf(mergingWork(epoch), progress));
+        return done ? Result<QString>(file) : failed(done);
+    }
     return isCloud ? Result<QString>(file)
-                   : placeRaster(folder, QStringLiteral("dsm"), epoch.surface, TileValues::Metres, copies,
-                                 progress);
+                   : placeRaster(folder, QStringLiteral("dsm"), epoch.surface, copies, progress);
 }
 
-/// Whether the epoch's surface model is a new file.
-bool isMade(const PlannedEpoch& epoch) {
-    return epoch.surface.cloud.has_value() || !epoch.convertedHeights.isEmpty();
-}
-
-} // namespace
-
+/// How much work it is to place the epoch's rasters, in the unit of the progress.
 double workOf(const PlannedEpoch& epoch, bool copies) {
-    double work = cloudWork(epoch.surface) + conversionWork(epoch);
+    double work =
+        cloudWork(epoch.surface) + conversionWork(epoch) + (isMerged(epoch) ? mergingWork(epoch) : 0.0);
     QStringList copied;
     if (copies) {
         copied << (isMade(epoch) ? QStringList() : epoch.surface.files)
@@ -173,30 +188,43 @@ double workOf(const PlannedEpoch& epoch, bool copies) {
     return work;
 }
 
-Result<PlacedEpoch> placeRasters(const QString& folder, int number, const PlannedEpoch& epoch, bool copies,
+} // namespace
+
+WorkProgress workProgress(const std::vector<PlannedEpoch>& epochs, bool copies,
+                          const std::function<bool(double fraction)>& progress) {
+    double all = 0.0;
+    for (const PlannedEpoch& epoch : epochs) {
+        all += workOf(epoch, copies);
+    }
+    return [all, done = 0.0, progress](double work) mutable {
+        done += work;
+        return !progress || progress(all > 0.0 ? std::min(1.0, done / all) : 0.0);
+    };
+}
+
+QString folderNameOf(const PlannedEpoch& epoch, std::size_t number) {
+    return epoch.date.isEmpty() ? QString::number(number) : epoch.date;
+}
+
+Result<PlacedEpoch> placeRasters(const QString& folder, const PlannedEpoch& epoch, bool copies,
                                  const WorkProgress& progress) {
-    const QString own =
-        folder + QStringLiteral("/epochs/") + (epoch.date.isEmpty() ? QString::number(number) : epoch.date);
-    if (!QDir().mkpath(own)) {
-        return fileFailure(own, "cannot be created", "无法创建文件夹");
+    if (!QDir().mkpath(folder)) {
+        return fileFailure(folder, "cannot be created", "无法创建文件夹");
     }
     PlacedEpoch placed;
     placed.epoch.date = epoch.date;
-    auto surface = placeSurface(own, epoch, copies, placed.notes, progress);
+    auto surface = placeSurface(folder, epoch, copies, placed.notes, progress);
     if (!surface) {
         return failed(surface);
     }
     placed.epoch.dsm = *std::move(surface);
     if (epoch.picture) {
-        auto picture =
-            placeRaster(own, QStringLiteral("dom"), *epoch.picture, TileValues::AsStored, copies, progress);
+        auto picture = placeRaster(folder, QStringLiteral("dom"), *epoch.picture, copies, progress);
         if (!picture) {
             return failed(picture);
         }
         placed.epoch.dom = *std::move(picture);
     }
-    QDir().rmdir(own); // goes when it stayed empty, with the folder around it
-    QDir().rmdir(folder + QStringLiteral("/epochs"));
     return placed;
 }
 

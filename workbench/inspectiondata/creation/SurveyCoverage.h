@@ -3,11 +3,13 @@
 #include "detect/heights/SurfaceModel.h"
 #include "workbench/inspectiondata/creation/SurveyRaster.h"
 
-#include <vector>
+#include <list>
+#include <optional>
 
 namespace inspection {
 
-/// Where a survey has heights. One thread at a time.
+/// Where a survey has heights. A tile is opened when a place in it is asked for, and a few stay open. One thread at a
+/// time.
 class SurveyCoverage {
 public:
     /// `reference`: of the places that are asked for. What cannot be read covers nothing; point clouds are taken to cover
@@ -17,12 +19,15 @@ public:
     bool holds(double x, double y) const;
 
 private:
-    bool holdsTile(const detect::Point& place) const;
+    struct OpenTile {
+        std::size_t tile = 0;
+        std::optional<detect::SurfaceModel> surface; ///< empty when it cannot be read
+    };
+    bool isCovered(std::size_t tile, const detect::Point& place) const;
 
-    detect::Box m_box;
-    bool m_isCloud;
+    SurveyRaster m_survey;
     Transformation m_toRaster;
-    mutable std::vector<detect::SurfaceModel> m_tiles;
+    mutable std::list<OpenTile> m_open; ///< the one that was asked last comes first
 };
 
 } // namespace inspection

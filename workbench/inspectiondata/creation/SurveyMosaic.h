@@ -2,6 +2,7 @@
 
 #include "workbench/inspectiondata/creation/SurveyRaster.h"
 
+#include <functional>
 #include <memory>
 
 class GDALDataset;
@@ -18,5 +19,14 @@ enum class TileValues {
 /// empty. Fails when a tile cannot be read, with nothing written.
 Result<std::shared_ptr<GDALDataset>> openMosaic(const SurveyRaster& raster, TileValues values,
                                                 const QString& file = {});
+
+/// Whether all tiles of a surface model hold metres and declare their holes, so that a virtual raster of the files
+/// themselves says the same to everybody.
+bool areInMetres(const SurveyRaster& surface);
+
+/// Writes the heights of all tiles in metres as one tiled GeoTIFF. Fails when they cannot be read or the file cannot be
+/// written, or on the user's stop; then there is no file.
+Status writeMosaic(const SurveyRaster& surface, const QString& file,
+                   const std::function<bool(double fraction)>& progress);
 
 } // namespace inspection

@@ -84,6 +84,7 @@ Result<SurveyRaster> readHead(const QString& file) {
     head.reference = planeOf(*reference);
     head.heights = heightSystemOf(*reference);
     head.box = boxOf(transform, raster->GetRasterXSize(), raster->GetRasterYSize());
+    head.boxes = {head.box};
     head.cells = double(raster->GetRasterXSize()) * raster->GetRasterYSize();
     head.cellWidth = std::hypot(transform[1], transform[4]);
     head.cellHeight = std::hypot(transform[2], transform[5]);
@@ -120,6 +121,7 @@ Status addTile(SurveyRaster& mosaic, const SurveyRaster& tile) {
                            QStringLiteral("与 %1 不是同一种数据").arg(mosaic.files.front()));
     }
     mosaic.files << tile.files;
+    mosaic.boxes.insert(mosaic.boxes.end(), tile.boxes.begin(), tile.boxes.end());
     mosaic.box = {std::min(mosaic.box.xMin, tile.box.xMin), std::min(mosaic.box.yMin, tile.box.yMin),
                   std::max(mosaic.box.xMax, tile.box.xMax), std::max(mosaic.box.yMax, tile.box.yMax)};
     mosaic.cells += tile.cells;

@@ -7,6 +7,7 @@
 #include <QStringList>
 
 #include <optional>
+#include <vector>
 
 namespace inspection {
 
@@ -23,14 +24,15 @@ struct CloudSurvey {
 struct SurveyRaster {
     QStringList files; ///< absolute, at least one; a folder of clouds stands for itself
     std::optional<CloudSurvey> cloud{};
-    OGRSpatialReference reference; ///< of the plane alone
-    QString heights;               ///< what heights count from, see HeightSystem.h
-    detect::Box box;               ///< around all tiles, in the reference system
-    double cells = 0.0;            ///< of all tiles together
-    double cellWidth = 0.0;        ///< units of the reference system, of the first tile
-    double cellHeight = 0.0;       ///< the same, down a column
-    bool isPicture = false;        ///< three or more bands of bytes: colours and no heights
-    QString date;                  ///< ISO date of the flight as name or tags tell it, empty when they do not
+    OGRSpatialReference reference;    ///< of the plane alone
+    QString heights;                  ///< what heights count from, see HeightSystem.h
+    detect::Box box;                  ///< around all tiles, in the reference system
+    std::vector<detect::Box> boxes{}; ///< of each file; none of clouds
+    double cells = 0.0;               ///< of all tiles together
+    double cellWidth = 0.0;           ///< units of the reference system, of the first tile
+    double cellHeight = 0.0;          ///< the same, down a column
+    bool isPicture = false;           ///< three or more bands of bytes: colours and no heights
+    QString date; ///< ISO date of the flight as name or tags tell it, empty when they do not
 };
 
 /// A reference system without its heights.

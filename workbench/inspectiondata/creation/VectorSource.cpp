@@ -4,38 +4,13 @@
 #include "host/Gbk.h"
 #include "workbench/inspectiondata/database/LayerReference.h"
 #include "workbench/inspectiondata/database/LayerText.h"
+#include "workbench/inspectiondata/database/SheetColumns.h"
 
 #include <ogrsf_frmts.h>
 
 #include <QFileInfo>
 
 namespace inspection {
-
-namespace {
-
-/// Columns in which a sheet (CSV) may have its places, as options of the driver, which compares bytes.
-CPLStringList sheetColumns() {
-    CPLStringList options;
-    options.AddNameValue("GEOM_POSSIBLE_NAMES", "wkt,geometry,geom");
-    options.AddNameValue("X_POSSIBLE_NAMES", ("lon,longitude,lng,lon_deg,x,east,easting,经度,东坐标," +
-                                              toGbk("经度") + ',' + toGbk("东坐标"))
-                                                 .c_str());
-    options.AddNameValue("Y_POSSIBLE_NAMES", ("lat,latitude,lat_deg,y,north,northing,纬度,北坐标," +
-                                              toGbk("纬度") + ',' + toGbk("北坐标"))
-                                                 .c_str());
-    options.AddNameValue("Z_POSSIBLE_NAMES", ("z,height,height_m,elevation,高程," + toGbk("高程")).c_str());
-    return options;
-}
-
-bool isInDegrees(OGRLayer& layer) {
-    constexpr double kMostLongitude = 180.0;
-    constexpr double kMostLatitude = 90.0;
-    OGREnvelope extent;
-    return layer.GetExtent(&extent) == OGRERR_NONE && extent.MinX >= -kMostLongitude &&
-           extent.MaxX <= kMostLongitude && extent.MinY >= -kMostLatitude && extent.MaxY <= kMostLatitude;
-}
-
-} // namespace
 
 QString VectorRow::text(const QStringList& columns) const {
     for (const QString& column : columns) {
@@ -99,7 +74,7 @@ Result<VectorSource> VectorSource::open(const QString& file, const QString& laye
     }
     const detect::GdalErrors errors;
     source.m_dataset.reset(GDALDataset::Open(file.toUtf8().constData(), GDAL_OF_VECTOR | GDAL_OF_READONLY,
-                                             nullptr, sheetColumns().List(), nullptr));
+                                             nullptr, sheetColumns(SheetPlaces::PointsToo).List(), nullptr));
     if (!source.m_dataset) {
         return source.failure("not a readable vector file: " + QString::fromStdString(errors.first()),
                               "无法作为矢量文件读取");
@@ -126,13 +101,9 @@ Unexpected VectorSource::failure(const QString& cause, const QString& userCause)
 }
 
 Result<Transformation> VectorSource::transformationOf(OGRLayer& layer) const {
-    std::optional<OGRSpatialReference> reference = namedReference(layer);
-    if (!reference && !m_crs.isEmpty()) {
-        reference = referenceOf(m_crs);
-    } else if (!reference) {
-        reference = isInDegrees(layer) ? wgs84() : m_target;
-    }
-    auto transformation = reference ? transformationBetween(*reference, m_target) : Transformation();
+    const auto otherwise = m_crs.isEmpty() ? std::optional(m_target) : referenceOf(m_crs);
+    auto transformation =
+        otherwise ? transformationBetween(referenceOfLayer(layer, *otherwise), m_target) : Transformation();
     if (!transformation) {
         return failure("its reference system does not go with the project's", "坐标系无法转换到工程坐标系");
     }

@@ -51,8 +51,8 @@ private:
     OGRLayer& m_layer;
 };
 
-/// An open file. Rows come in the target system; `crs` counts for layers that name no system, and where it is empty,
-/// too, a sheet of longitudes and latitudes is in WGS 84 and everything else in the target system.
+/// An open file. Rows come in the target system. Layers that name no system are in `crs`, or where it is empty in the target
+/// system, but for those of longitudes and latitudes (LayerReference.h).
 class VectorSource {
 public:
     /// `layer` chooses one; empty means all.

@@ -2,6 +2,7 @@
 
 #include "detect/GdalErrors.h"
 #include "host/Gbk.h"
+#include "workbench/inspectiondata/database/LayerReference.h"
 #include "workbench/inspectiondata/database/Schema.h"
 #include "workbench/inspectiondata/database/StationTable.h"
 #include "workbench/inspectiondata/project/Georeference.h"
@@ -25,12 +26,6 @@ std::string textOf(const OGRFeature& feature, const char* field) {
 double numberOf(const OGRFeature& feature, const char* field) {
     const int index = feature.GetFieldIndex(field);
     return index < 0 ? 0.0 : feature.GetFieldAsDouble(index);
-}
-
-OGRSpatialReference referenceOfLayer(OGRLayer& layer, const OGRSpatialReference& otherwise) {
-    OGRSpatialReference reference = layer.GetSpatialRef() ? *layer.GetSpatialRef() : otherwise;
-    reference.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
-    return reference;
 }
 
 /// False when the feature has no box.

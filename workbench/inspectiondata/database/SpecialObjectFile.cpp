@@ -4,6 +4,7 @@
 #include "host/Gbk.h"
 #include "workbench/inspectiondata/database/LayerReference.h"
 #include "workbench/inspectiondata/database/LayerText.h"
+#include "workbench/inspectiondata/database/SheetColumns.h"
 #include "workbench/inspectiondata/database/SpecialObjectColumns.h"
 #include "workbench/inspectiondata/database/SpecialObjectShapes.h"
 #include "workbench/inspectiondata/project/Georeference.h"
@@ -11,6 +12,7 @@
 #include <ogrsf_frmts.h>
 
 #include <QFileInfo>
+#include <QRegularExpression>
 
 #include <algorithm>
 
@@ -24,22 +26,9 @@ ShapeKind kindOf(KV_ObjectType type) {
     return type == KV_SPECIAL_POINT ? ShapeKind::Point : ShapeKind::Polygon;
 }
 
-constexpr const char* kOutlineColumn = "outline_wkt"; // of the project's own tables
-
-/// The columns that a spreadsheet (CSV) may have its geometry in, as options of the driver, which compares
-/// bytes. Longitudes, latitudes and the outlines of the project's own tables are WGS 84.
-CPLStringList sheetColumns(ShapeKind kind) {
-    CPLStringList options;
-    if (kind == ShapeKind::Polygon) {
-        options.AddNameValue("GEOM_POSSIBLE_NAMES",
-                             (std::string("wkt,geometry,geom,") + kOutlineColumn).c_str());
-        return options;
-    }
-    options.AddNameValue("GEOM_POSSIBLE_NAMES", "wkt,geometry,geom");
-    options.AddNameValue("X_POSSIBLE_NAMES", ("lon,longitude,lng,lon_deg,经度," + toGbk("经度")).c_str());
-    options.AddNameValue("Y_POSSIBLE_NAMES", ("lat,latitude,lat_deg,纬度," + toGbk("纬度")).c_str());
-    options.AddNameValue("Z_POSSIBLE_NAMES", ("height,height_m,elevation,高程," + toGbk("高程")).c_str());
-    return options;
+CPLStringList columnsFor(KV_ObjectType type) {
+    return sheetColumns(kindOf(type) == ShapeKind::Point ? SheetPlaces::PointsToo
+                                                         : SheetPlaces::OutlinesOnly);
 }
 
 bool canHold(OGRwkbGeometryType declared, ShapeKind kind) {
@@ -54,10 +43,12 @@ bool canHold(OGRwkbGeometryType declared, ShapeKind kind) {
            type == wkbMultiSurface || type == wkbSurface;
 }
 
-bool isSheetInDegrees(GDALDataset& source, OGRLayer& layer) {
-    const bool isSheet = QLatin1String(source.GetDriverName()) == QLatin1String("CSV");
-    return isSheet && (wkbFlatten(layer.GetGeomType()) == wkbPoint ||
-                       QLatin1String(layer.GetGeometryColumn()) == QLatin1String(kOutlineColumn));
+/// The declared one, or that of the first row where the layer declares none.
+OGRwkbGeometryType geometryTypeOf(OGRLayer& layer) {
+    const OGRFeatureUniquePtr row(wkbFlatten(layer.GetGeomType()) == wkbUnknown ? layer.GetNextFeature()
+                                                                                : nullptr);
+    return wkbFlatten(row && row->GetGeometryRef() ? row->GetGeometryRef()->getGeometryType()
+                                                   : layer.GetGeomType());
 }
 
 std::unique_ptr<KV_BasicNode> makePoint(const SpecialObjectShape& shape) {
@@ -147,7 +138,7 @@ Status Reading::open() {
     }
     GDALAllRegister();
     m_source.reset(GDALDataset::Open(m_file.path.toUtf8().constData(), GDAL_OF_VECTOR | GDAL_OF_READONLY,
-                                     nullptr, sheetColumns(kindOf(m_file.type)).List(), nullptr));
+                                     nullptr, columnsFor(m_file.type).List(), nullptr));
     if (!m_source) {
         return failure("not a readable vector file", "无法作为矢量文件读取");
     }
@@ -180,17 +171,14 @@ Status Reading::chooseLayers() {
 }
 
 Transformation Reading::transformationOf(OGRLayer& layer) {
-    std::optional<OGRSpatialReference> reference = namedReference(layer);
-    if (reference) {
-        return transformationBetween(*reference, wgs84());
+    const auto otherwise = referenceOf(m_file.crs);
+    if (!otherwise && !namedReference(layer)) {
+        return {};
     }
-    if (isSheetInDegrees(*m_source, layer)) {
-        reference = wgs84();
-    } else {
-        reference = referenceOf(m_file.crs);
+    if (!namedReference(layer) && !isInDegrees(layer)) {
         m_rows.notes << placeOf(layer) + QStringLiteral("没有坐标系，按工程的 %1 处理").arg(m_file.crs);
     }
-    return reference ? transformationBetween(*reference, wgs84()) : Transformation();
+    return transformationBetween(referenceOfLayer(layer, otherwise.value_or(wgs84())), wgs84());
 }
 
 Status Reading::readLayer(OGRLayer& layer, GIntBig rowCount) {
@@ -335,6 +323,25 @@ QString specialObjectTitle(KV_ObjectType type) {
     default:
         return QStringLiteral("特殊面");
     }
+}
+
+KV_ObjectType likelyType(const QString& file) {
+    GDALAllRegister();
+    const detect::GdalErrors errors;
+    const auto columns = columnsFor(KV_SPECIAL_POINT);
+    const GDALDatasetUniquePtr source(GDALDataset::Open(
+        file.toUtf8().constData(), GDAL_OF_VECTOR | GDAL_OF_READONLY, nullptr, columns.List(), nullptr));
+    static const QRegularExpression kConsequence(QStringLiteral("高后果|consequence|(?<![a-z])hca(?![a-z])"),
+                                                 QRegularExpression::CaseInsensitiveOption);
+    const QString name = QFileInfo(file).fileName();
+    bool isPoint = source && source->GetLayerCount() > 0;
+    for (int i = 0; source && i < source->GetLayerCount(); ++i) {
+        const OGRwkbGeometryType type = geometryTypeOf(*source->GetLayer(i));
+        isPoint = isPoint && (type == wkbPoint || type == wkbMultiPoint);
+    }
+    return isPoint                       ? KV_SPECIAL_POINT
+           : name.contains(kConsequence) ? KV_HIGH_CONSEQUENCE_AREA
+                                         : KV_SPECIAL_AREA;
 }
 
 Result<SpecialObjectRows> readSpecialObjects(const SpecialObjectFile& file, SpecialObjectNames names,

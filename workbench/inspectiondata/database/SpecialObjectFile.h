@@ -32,6 +32,9 @@ struct SpecialObjectRows {
 /// "高后果区", "特殊面" or "特殊点".
 INSPECTIONDATA_API QString specialObjectTitle(KV_ObjectType type);
 
+/// What the objects of a file most likely are, by the kind of its geometries and its name.
+INSPECTIONDATA_API KV_ObjectType likelyType(const QString& file);
+
 /// Told how much is done, 0..1; false ends the work.
 using SpecialObjectProgress = std::function<bool(double fraction)>;
 

@@ -1,6 +1,7 @@
 #include "workbench/inspectiondata/pipeline/Pipeline.h"
 
 #include "detect/GdalErrors.h"
+#include "workbench/inspectiondata/database/LayerReference.h"
 #include "workbench/inspectiondata/project/Georeference.h"
 
 #include <ogrsf_frmts.h>
@@ -73,9 +74,7 @@ Pipeline Pipeline::read(const ProjectDescription& project) {
     if (!layer || !target) {
         return pipeline;
     }
-    OGRSpatialReference stored = layer->GetSpatialRef() ? *layer->GetSpatialRef() : *target;
-    stored.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
-    const Transformation transformation = transformationBetween(stored, *target);
+    const Transformation transformation = transformationBetween(referenceOfLayer(*layer, *target), *target);
     for (const auto& feature : *layer) {
         OGRGeometry* geometry = feature->GetGeometryRef();
         if (geometry && transformation && geometry->transform(transformation.get()) == OGRERR_NONE) {

@@ -1,15 +1,10 @@
 #include "workbench/inspectiondata/project/EpochList.h"
 
-#include "detect/GdalErrors.h"
 #include "workbench/inspectiondata/project/ProjectFile.h"
 
 #include <QDate>
-#include <QFileInfo>
-
-#include <gdal_priv.h>
 
 #include <algorithm>
-#include <array>
 
 namespace inspection {
 
@@ -22,28 +17,6 @@ Status checkDate(const QString& date) {
     return fileFailure(date, "not a date like 2025-05-20", "不是日期，格式应为 2025-05-20");
 }
 
-bool isPlaced(GDALDataset& raster) {
-    std::array<double, 6> transform{};
-    return raster.GetSpatialRef() && raster.GetGeoTransform(transform.data()) == CE_None;
-}
-
-Status checkRaster(const QString& file, bool isSurface) {
-    if (!QFileInfo::exists(file)) {
-        return fileFailure(file, "no such file", "文件不存在");
-    }
-    GDALAllRegister();
-    const detect::GdalErrors errors;
-    const GDALDatasetUniquePtr raster(GDALDataset::Open(file.toUtf8().constData(), GDAL_OF_RASTER));
-    if (!raster || raster->GetRasterCount() < 1) {
-        return fileFailure(file, "not a readable raster: " + QString::fromStdString(errors.first()),
-                           "无法读取栅格");
-    }
-    if (isSurface && !isPlaced(*raster)) {
-        return fileFailure(file, "has no reference system", "没有坐标系");
-    }
-    return {};
-}
-
 Status checkEpoch(const ProjectDescription& project, const Epoch& epoch) {
     if (auto done = checkDate(epoch.date); !done) {
         return failed(done);
@@ -52,10 +25,7 @@ Status checkEpoch(const ProjectDescription& project, const Epoch& epoch) {
     if (project.findEpoch(key)) {
         return fileFailure(projectFile(project.folder), "already has an epoch " + key, "已有期次 " + key);
     }
-    if (auto done = checkRaster(epoch.dsm, true); !done) {
-        return failed(done);
-    }
-    return epoch.dom.isEmpty() ? Status() : checkRaster(epoch.dom, false);
+    return {};
 }
 
 } // namespace

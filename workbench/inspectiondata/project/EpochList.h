@@ -7,8 +7,7 @@
 namespace inspection {
 
 /// The project with one more epoch: dated ones oldest first, the others behind them. Fails for a date that is
-/// none, a key that another epoch has, and rasters that cannot be opened or, of the surface model, say not
-/// where they lie.
+/// none and a key that another epoch has. The rasters are not looked at.
 Result<ProjectDescription> withEpoch(const ProjectDescription& project, const Epoch& epoch);
 
 /// The project without that epoch; a chosen pair that it belongs to is chosen no more. Fails when there is no

@@ -1,6 +1,7 @@
 #include "workbench/inspectiondata/project/Project.h"
 
 #include "workbench/inspectiondata/project/EpochList.h"
+#include "workbench/inspectiondata/project/OwnerLock.h"
 #include "workbench/inspectiondata/project/ProjectFile.h"
 
 #include <QDir>
@@ -32,8 +33,7 @@ Unexpected lockFailure(const QLockFile& lock, const QString& folder) {
 
 Result<std::unique_ptr<QLockFile>> lockFolder(const QString& folder) {
     auto lock = std::make_unique<QLockFile>(QDir(folder).absoluteFilePath(QStringLiteral(".corridor.lock")));
-    lock->setStaleLockTime(0); // only the lock of a process that is gone is stale, however long it is held
-    if (!lock->tryLock(0)) {
+    if (!takeOwnerLock(*lock)) {
         return lockFailure(*lock, folder);
     }
     return lock;

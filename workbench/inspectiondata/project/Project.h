@@ -45,7 +45,7 @@ public:
     Status setComparedPair(const EpochPair& pair);
 
     /// Adds an epoch in the order of dates, with paths that are absolute. Fails for a key that another epoch
-    /// has, and for rasters that cannot be used.
+    /// has. The rasters are not looked at: creation/EpochAddition.h does so before it calls this.
     Status addEpoch(const Epoch& epoch);
     /// Takes an epoch out of project.json; its rasters stay where they are. Two epochs must be left. The
     /// results in the database are not looked at: compute/EpochRemoval.h takes them away before it calls this.

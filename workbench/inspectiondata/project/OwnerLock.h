@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QString>
+
+#include <memory>
+
+class QLockFile;
+
+namespace inspection {
+
+/// Takes a lock file that says who works here; of a process that no longer lives it is taken over, however long it was
+/// held. What was locked, or why not, tells QLockFile::error(). Waits up to a second for one that does not
+/// say yet whose it is.
+bool takeOwnerLock(QLockFile& lock);
+
+/// The same for a new lock; null when somebody else has it, or when it cannot be made.
+std::unique_ptr<QLockFile> ownerLock(const QString& file);
+
+} // namespace inspection
