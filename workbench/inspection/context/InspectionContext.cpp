@@ -4,12 +4,15 @@
 #include "workbench/inspection/images/ImageWindow.h"
 #include "workbench/inspection/scene/AnomalyOverlays.h"
 #include "workbench/inspection/scene/GlobeNavigation.h"
+#include "workbench/inspection/scene/PipelineNodes.h"
 #include "workbench/inspection/scene/SpecialObjectNodes.h"
+#include "workbench/inspection/session/Log.h"
 #include "workbench/inspection/session/Session.h"
 #include "workbench/inspection/session/StationWork.h"
 #include "workbench/inspection/settings/ParameterDialog.h"
 #include "workbench/inspection/table/AnomalyTableWindow.h"
 #include "workbench/inspection/tree/StationTreeWindow.h"
+#include "workbench/inspectiondata/database/StationTable.h"
 
 #include <algorithm>
 #include <utility>
@@ -18,6 +21,7 @@ using inspection::AnomalyOverlays;
 using inspection::AnomalyTableWindow;
 using inspection::ImageWindow;
 using inspection::ParameterDialog;
+using inspection::PipelineNodes;
 using inspection::ProgressWidget;
 using inspection::Session;
 using inspection::SpecialObjectNodes;
@@ -45,6 +49,7 @@ void InspectionContext::initialise(QWidget* mainWindow) {
     shutdown();
     m_session = std::make_unique<Session>(mainWindow);
     m_overlays = std::make_unique<AnomalyOverlays>();
+    m_pipeline = std::make_unique<PipelineNodes>();
     m_objectNodes = std::make_unique<SpecialObjectNodes>(m_scene);
     m_stations = new StationTreeWindow(*m_session, *m_overlays, *m_objectNodes, mainWindow);
     m_anomalies = new AnomalyTableWindow(*m_session, *m_overlays, mainWindow);
@@ -55,6 +60,8 @@ void InspectionContext::initialise(QWidget* mainWindow) {
 }
 
 void InspectionContext::connectWindows() {
+    connect(m_session.get(), &Session::opened, this, &InspectionContext::showPipeline);
+    connect(m_session.get(), &Session::closing, this, [this] { m_pipeline->clear(); });
     connect(m_session.get(), &Session::opened, m_stations, &StationTreeWindow::load);
     connect(m_session.get(), &Session::closing, m_stations, &StationTreeWindow::clear);
     connect(m_session.get(), &Session::closing, m_images, &ImageWindow::clear);
@@ -87,6 +94,17 @@ void InspectionContext::connectWindows() {
     connect(&work, &StationWork::outputFinished, this, &InspectionContext::outputFinished);
 }
 
+void InspectionContext::showPipeline() {
+    using inspection::Pipeline;
+    mysqlhelper::KV_MySQL& database = *m_session->connection();
+    try {
+        m_pipeline->show({Pipeline::read(m_session->project()->description()),
+                          inspection::readStations(database), inspection::readPipeNodes(database)});
+    } catch (const mysqlhelper::KV_MySQL_Exception& refusal) {
+        qCWarning(inspection::windowLog) << "the pipeline is not shown:" << refusal.what();
+    }
+}
+
 const inspection::ComputationSummary& InspectionContext::lastComputation() const {
     return m_session->work().lastComputation();
 }
@@ -102,6 +120,7 @@ void InspectionContext::shutdown() {
     delete m_parameters;
     delete m_progress;
     m_objectNodes.reset();
+    m_pipeline.reset();
     m_overlays.reset();
     m_session.reset();
 }

@@ -26,6 +26,7 @@ class AnomalyOverlays;
 class AnomalyTableWindow;
 class ImageWindow;
 class ParameterDialog;
+class PipelineNodes;
 class ProgressWidget;
 class Session;
 class SpecialObjectNodes;
@@ -75,6 +76,8 @@ public:
     void setOutputFolder(const QString& folder);
     /// Gives what the globe shows, for the report.
     void setMapPictureSource(std::function<QImage()> source);
+    /// The pipeline on the globe. From initialise to shutdown.
+    inspection::PipelineNodes& pipelineNodes() { return *m_pipeline; }
     /// Text, bar and cancel button of the running work; hidden while nothing runs. For the status bar.
     QWidget* progressWidget();
 
@@ -100,11 +103,13 @@ private:
     ~InspectionContext() override;
 
     void connectWindows();
+    void showPipeline();
     void showAnomaly(const SdiffData& anomaly, double flightSeconds);
 
     std::unique_ptr<inspection::Session> m_session;
     std::unique_ptr<inspection::AnomalyOverlays> m_overlays;
     inspection::SceneDataSet m_scene;
+    std::unique_ptr<inspection::PipelineNodes> m_pipeline;
     std::unique_ptr<inspection::SpecialObjectNodes> m_objectNodes;
     QPointer<inspection::StationTreeWindow> m_stations;
     QPointer<inspection::AnomalyTableWindow> m_anomalies;
