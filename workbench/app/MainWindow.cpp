@@ -12,6 +12,7 @@
 #include "workbench/app/ToolArea.h"
 #include "workbench/engine/EngineContext.h"
 #include "workbench/inspection/context/InspectionContext.h"
+#include "workbench/inspection/layers/LayerWindow.h"
 #include "workbench/viewer/GlobeWidget.h"
 #include "workbench/viewmanager/HandlerRegistry.h"
 
@@ -272,6 +273,15 @@ void MainWindow::buildDocks() {
     IORVAContext* windows = IORVAContext::Instance();
     QDockWidget* stations =
         addDock(tr("站段与特殊对象"), "stationDock", windows->GetStationWindow(), Qt::LeftDockWidgetArea);
+    inspection::LayerWindow* layerWindow = InspectionContext::instance().layerWindow();
+    QDockWidget* layers = addDock(tr("图层"), "layerDock", layerWindow, Qt::LeftDockWidgetArea);
+    tabifyDockWidget(stations, layers);
+    setTabPosition(Qt::LeftDockWidgetArea, QTabWidget::North);
+    QTimer::singleShot(0, stations, &QDockWidget::raise); // the tabs come with the window's first layout
+    connect(layerWindow, &inspection::LayerWindow::imageryOpacityChanged, this, [this](double opacity) {
+        m_layers.setImageryOpacity(opacity);
+        m_globe->requestRedraw();
+    });
     m_tableDock = addDock(tr("异常列表"), "anomalyDock", windows->GetAVWindow(), Qt::BottomDockWidgetArea);
     QDockWidget* image =
         addDock(tr("影像对比"), "imageDock", windows->GetKVImageWindow(), Qt::RightDockWidgetArea);

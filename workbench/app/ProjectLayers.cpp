@@ -67,6 +67,7 @@ QStringList ProjectLayers::show(const inspection::ProjectDescription& project) {
             note(problems, m_map.addImagery(imageryName(epoch), dom.toStdString()));
         }
     }
+    setImageryOpacity(m_imageryOpacity);
     return problems + showEpoch(static_cast<int>(m_epochs.size()) - 1);
 }
 
@@ -92,6 +93,13 @@ QStringList ProjectLayers::showEpoch(int index) {
         m_map.setImageryVisible(imageryName(epoch), epoch == shown);
     }
     return problems;
+}
+
+void ProjectLayers::setImageryOpacity(double opacity) {
+    m_imageryOpacity = opacity;
+    for (std::size_t epoch = 0; epoch < m_epochs.size(); ++epoch) {
+        m_map.setImageryOpacity(imageryName(epoch), static_cast<float>(opacity));
+    }
 }
 
 std::optional<osgEarth::Viewpoint> ProjectLayers::overview() const {

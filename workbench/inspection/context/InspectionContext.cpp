@@ -2,6 +2,7 @@
 
 #include "workbench/inspection/context/ProgressWidget.h"
 #include "workbench/inspection/images/ImageWindow.h"
+#include "workbench/inspection/layers/LayerWindow.h"
 #include "workbench/inspection/scene/AnomalyOverlays.h"
 #include "workbench/inspection/scene/GlobeNavigation.h"
 #include "workbench/inspection/scene/PipelineNodes.h"
@@ -20,6 +21,7 @@
 using inspection::AnomalyOverlays;
 using inspection::AnomalyTableWindow;
 using inspection::ImageWindow;
+using inspection::LayerWindow;
 using inspection::ParameterDialog;
 using inspection::PipelineNodes;
 using inspection::ProgressWidget;
@@ -53,6 +55,7 @@ void InspectionContext::initialise(QWidget* mainWindow) {
     m_objectNodes = std::make_unique<SpecialObjectNodes>(m_scene);
     m_stations = new StationTreeWindow(*m_session, *m_overlays, *m_objectNodes, mainWindow);
     m_anomalies = new AnomalyTableWindow(*m_session, *m_overlays, mainWindow);
+    m_layers = new LayerWindow(*m_pipeline, *m_overlays, mainWindow);
     m_images = new ImageWindow(*m_session, mainWindow);
     m_parameters = new ParameterDialog(*m_session, mainWindow);
     m_progress = new ProgressWidget(m_session->jobs(), mainWindow);
@@ -116,6 +119,7 @@ void InspectionContext::shutdown() {
     closeProject();
     delete m_stations;
     delete m_anomalies;
+    delete m_layers;
     delete m_images;
     delete m_parameters;
     delete m_progress;
@@ -202,6 +206,10 @@ void InspectionContext::setMapPictureSource(std::function<QImage()> source) {
 
 QWidget* InspectionContext::progressWidget() {
     return m_progress;
+}
+
+LayerWindow* InspectionContext::layerWindow() {
+    return m_layers;
 }
 
 StationWindow* InspectionContext::GetStationWindow() {

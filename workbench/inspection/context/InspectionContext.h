@@ -25,6 +25,7 @@ struct ComputationSummary;
 class AnomalyOverlays;
 class AnomalyTableWindow;
 class ImageWindow;
+class LayerWindow;
 class ParameterDialog;
 class PipelineNodes;
 class ProgressWidget;
@@ -76,8 +77,9 @@ public:
     void setOutputFolder(const QString& folder);
     /// Gives what the globe shows, for the report.
     void setMapPictureSource(std::function<QImage()> source);
-    /// The pipeline on the globe. From initialise to shutdown.
+    /// The pipeline on the globe, and the window that says what is shown there. From initialise to shutdown.
     inspection::PipelineNodes& pipelineNodes() { return *m_pipeline; }
+    inspection::LayerWindow* layerWindow();
     /// Text, bar and cancel button of the running work; hidden while nothing runs. For the status bar.
     QWidget* progressWidget();
 
@@ -113,6 +115,7 @@ private:
     std::unique_ptr<inspection::SpecialObjectNodes> m_objectNodes;
     QPointer<inspection::StationTreeWindow> m_stations;
     QPointer<inspection::AnomalyTableWindow> m_anomalies;
+    QPointer<inspection::LayerWindow> m_layers;
     QPointer<inspection::ImageWindow> m_images;
     QPointer<inspection::ParameterDialog> m_parameters;
     QPointer<inspection::ProgressWidget> m_progress;

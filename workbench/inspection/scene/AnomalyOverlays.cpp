@@ -75,10 +75,12 @@ void AnomalyOverlays::show(const KV_StationItem& station, const OverlayStyle& st
             continue;
         }
         overlay->setName(anomaly.name);
+        overlay->setAlpha(m_opacity);
         shown.group->addChild(overlay);
         shown.entries[anomaly.name] = {overlay, osgEarth::Registry::objectIndex()->tagNode(overlay, overlay),
                                        m_crisp.add(*overlay, source, i)};
     }
+    shown.group->setNodeMask(m_isVisible ? ~0U : 0U);
     map->addChild(shown.group);
     tintThose(shown, m_tinted, true);
     m_stations[station.GetStationId()] = std::move(shown);
@@ -161,6 +163,24 @@ void AnomalyOverlays::tint(const std::vector<std::string>& anomalyNames) {
         tintThose(station, wanted, true);
     }
     m_tinted = std::move(wanted);
+    redrawGlobe();
+}
+
+void AnomalyOverlays::setVisible(bool isVisible) {
+    m_isVisible = isVisible;
+    for (auto& [stationId, station] : m_stations) {
+        station.group->setNodeMask(isVisible ? ~0U : 0U);
+    }
+    redrawGlobe();
+}
+
+void AnomalyOverlays::setOpacity(float opacity) {
+    m_opacity = opacity;
+    for (auto& [stationId, station] : m_stations) {
+        for (auto& [name, entry] : station.entries) {
+            entry.overlay->setAlpha(opacity);
+        }
+    }
     redrawGlobe();
 }
 

@@ -46,6 +46,10 @@ public:
     void remove(std::uint32_t stationId, const std::string& anomalyName);
     /// Tints the overlays of these names (GBK), of any station, and no others; also those that come later.
     void tint(const std::vector<std::string>& anomalyNames);
+    /// Shows or hides all of them; hidden ones cannot be picked.
+    void setVisible(bool isVisible);
+    /// Of all of them, 0 (clear) to 1.
+    void setOpacity(float opacity);
     /// True while pictures are being made.
     bool isPainting() const { return m_paintings != 0 || m_crisp.isPainting(); }
 
@@ -72,6 +76,8 @@ private:
 
     std::map<std::uint32_t, Station> m_stations;
     std::set<std::string> m_tinted;
+    bool m_isVisible = true;
+    float m_opacity = 1.0F;
     int m_paintings = 0;
     QThreadPool m_painters;
     CrispOverlays m_crisp;
