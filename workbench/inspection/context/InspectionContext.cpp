@@ -91,6 +91,9 @@ void InspectionContext::connectWindows() {
     connect(m_session.get(), &Session::connectionChanged, m_progress, &ProgressWidget::showMessage);
     connect(m_session.get(), &Session::noticed, m_progress, &ProgressWidget::showMessage);
 
+    connect(m_overlays.get(), &AnomalyOverlays::paintingProgressed, m_progress,
+            &ProgressWidget::showPainting);
+
     StationWork& work = m_session->work();
     connect(&work, &StationWork::computeFinished, m_progress, &ProgressWidget::showResult);
     connect(&work, &StationWork::computeFinished, this, &InspectionContext::computeFinished);
