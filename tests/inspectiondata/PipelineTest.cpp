@@ -1,5 +1,6 @@
 #include "workbench/inspectiondata/pipeline/Pipeline.h"
 #include "tests/support/VectorFile.h"
+#include "workbench/inspectiondata/pictures/PipelinePath.h"
 
 #include <gtest/gtest.h>
 
@@ -90,6 +91,25 @@ TEST(Pipeline, TheBufferOfALineInDegreesIsInMetresToo) {
     }
     constexpr double kMetresPerDegree = 110852.0; // of the meridian at 30 degrees
     EXPECT_NEAR((north - 30.0) * kMetresPerDegree, 50.0, 0.2);
+}
+
+TEST(Pipeline, ThePathKeepsWhatComesNearAndCrossesItsEdge) {
+    const Pipeline pipeline = pipelineOf(
+        {"LINESTRING (500000 3400000, 500100 3400000, 500200 3400000, 509000 3400000, 509100 3400000)"});
+    const QPainterPath path = pipelinePath(pipeline, "EPSG:4547", QRectF(500120.0, 3399990.0, 20.0, 20.0));
+    ASSERT_EQ(path.elementCount(), 2);
+    EXPECT_EQ(QPointF(path.elementAt(0)), QPointF(500100.0, 3400000.0));
+    EXPECT_EQ(QPointF(path.elementAt(1)), QPointF(500200.0, 3400000.0));
+    EXPECT_TRUE(pipelinePath(pipeline, "EPSG:4547", QRectF(0.0, 0.0, 20.0, 20.0)).isEmpty());
+    EXPECT_TRUE(pipelinePath(pipeline, "no system", QRectF(500120.0, 3399990.0, 20.0, 20.0)).isEmpty());
+}
+
+TEST(Pipeline, ThePathIsInTheSystemThatIsAskedFor) {
+    const Pipeline pipeline = pipelineOf({"LINESTRING (117 30, 117.001 30)"}, 4490);
+    const QPainterPath path = pipelinePath(pipeline, "EPSG:4548", QRectF(0.0, 0.0, 1e6, 1e7));
+    ASSERT_EQ(path.elementCount(), 2);
+    EXPECT_NEAR(path.elementAt(0).x, 500000.0, 1e-3); // the zone's central meridian
+    EXPECT_NEAR(path.length(), 96.5, 0.1);
 }
 
 TEST(Pipeline, ABufferAroundABendThatClosesHasAHole) {

@@ -87,11 +87,11 @@ private:
     QString takeStep() {
         const int chance = below(1000);
         QString what = m_model->undoable() >= kMostUndoable ? "multi-step undo"
-                             : chance < 5                         ? "restart"
-                             : chance < 45                        ? "multi-step undo"
-                             : chance < 300                       ? "undo"
-                             : chance < 480                       ? "redo"
-                                                                  : "edit";
+                       : chance < 5                         ? "restart"
+                       : chance < 45                        ? "multi-step undo"
+                       : chance < 300                       ? "undo"
+                       : chance < 480                       ? "redo"
+                                                            : "edit";
         ++m_count[what];
         if (what == "restart") {
             restart();

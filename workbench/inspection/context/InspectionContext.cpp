@@ -101,13 +101,13 @@ void InspectionContext::connectWindows() {
 }
 
 void InspectionContext::showPipeline() {
-    using inspection::Pipeline;
-    mysqlhelper::KV_MySQL& database = *m_session->connection();
+    const auto pipeline = inspection::Pipeline::read(m_session->project()->description());
+    m_images->setPipeline(pipeline);
     try {
-        m_pipeline->show({Pipeline::read(m_session->project()->description()),
-                          inspection::readStations(database), inspection::readPipeNodes(database)});
+        mysqlhelper::KV_MySQL& database = *m_session->connection();
+        m_pipeline->show({pipeline, inspection::readStations(database), inspection::readPipeNodes(database)});
     } catch (const mysqlhelper::KV_MySQL_Exception& refusal) {
-        qCWarning(inspection::windowLog) << "the pipeline is not shown:" << refusal.what();
+        qCWarning(inspection::windowLog) << "The pipeline cannot be shown on the globe:" << refusal.what();
     }
 }
 
