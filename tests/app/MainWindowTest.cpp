@@ -5,6 +5,7 @@
 
 #include "host/Gbk.h"
 #include "host/inspection/IORVAContext.h"
+#include "host/inspection/StationWindow.h"
 #include "workbench/app/MainWindow.h"
 #include "workbench/app/ToolArea.h"
 #include "workbench/engine/EngineContext.h"
@@ -194,7 +195,7 @@ TEST_F(MainWindowTest, ComputesTheTickedStationsTwiceAndKeepsTheActiveTool) {
     const SampleProject project;
     ASSERT_FALSE(m_window.openProject(project.folder()).has_value());
     m_window.loadPlugin(TOOL_PLUGIN);
-    auto* tree = m_window.findChild<QTreeWidget*>();
+    auto* tree = m_window.findChild<QTreeWidget*>("stationTree");
     ASSERT_NE(tree, nullptr);
     tree->topLevelItem(0)->setCheckState(0, Qt::Checked);
     click("查看\\编辑异常");
@@ -217,6 +218,32 @@ TEST_F(MainWindowTest, ComputesTheTickedStationsTwiceAndKeepsTheActiveTool) {
 
 /// The entries of 对比期次 for a sample of three flights, of which none was computed.
 const QStringList kPairs = {"2025-05-20 → 2026-05-25", "2024-05-18 → 2026-05-25", "2024-05-18 → 2025-05-20"};
+
+TEST_F(MainWindowTest, EditsAreUndoneAndRedoneByKeyWhereverTheFocusIs) {
+    const SampleProject project(1024);
+    m_window.loadPlugin(TOOL_PLUGIN);
+    ASSERT_FALSE(m_window.openProject(project.folder()).has_value());
+    m_window.activateWindow();
+    ASSERT_TRUE(waitUntil([this] { return m_window.isActiveWindow(); }));
+    StationWindow& stations = *IORVAContext::Instance()->GetStationWindow();
+    ASSERT_TRUE(stations.AddPointNode(Special_Point(toGbk("阀室"), {108.9, 34.3, 400.0})));
+    ASSERT_TRUE(waitUntil([this] { return button("撤销")->isEnabled(); }));
+
+    for (QWidget* place : {static_cast<QWidget*>(m_window.findChild<QTableView*>()),
+                           static_cast<QWidget*>(m_window.findChild<QTreeWidget*>("stationTree")),
+                           static_cast<QWidget*>(&m_window.globe())}) {
+        for (const QKeySequence& redo : {QKeySequence("Ctrl+Y"), QKeySequence("Ctrl+Shift+Z")}) {
+            place->setFocus();
+            QTest::keyClick(place, Qt::Key_Z, Qt::ControlModifier);
+            EXPECT_FALSE(stations.isReiterated_node("阀室"));
+            ASSERT_TRUE(waitUntil([this] { return button("重做")->isEnabled(); }));
+            QTest::keyClick(place, Qt::Key(redo[0].key()), redo[0].keyboardModifiers());
+            EXPECT_TRUE(stations.isReiterated_node("阀室")) << redo.toString().toStdString();
+        }
+    }
+    EXPECT_TRUE(button("撤销")->toolTip().endsWith("（Ctrl+Z）")) << button("撤销")->toolTip().toStdString();
+    EXPECT_TRUE(m_reader.messages.isEmpty());
+}
 
 TEST_F(MainWindowTest, OffersEveryPairOfEpochsTheNewestFirst) {
     const SampleProject project;
@@ -248,7 +275,7 @@ TEST_F(MainWindowTest, APairIsChosenByKeyComputedAndMarked) {
     ASSERT_FALSE(m_window.openProject(project.folder()).has_value());
     m_window.loadPlugin(TOOL_PLUGIN);
     auto* pairs = m_window.findChild<QComboBox*>("pairs");
-    auto* tree = m_window.findChild<QTreeWidget*>();
+    auto* tree = m_window.findChild<QTreeWidget*>("stationTree");
     const auto* table = m_window.findChild<QTableView*>("anomalyTable");
     tree->topLevelItem(0)->child(0)->setCheckState(0, Qt::Checked);
     tree->setCurrentItem(tree->topLevelItem(0)->child(0));

@@ -241,7 +241,7 @@ void writeSparse(const std::string& path, int tile, float raisedBy) {
     double toMap[] = {kWest, 0.05, 0.0, kNorth, 0.0, -0.05};
     file->SetGeoTransform(toMap);
     file->GetRasterBand(1)->SetNoDataValue(-9999.0);
-    std::vector<float> heights(256 * 256, 12.0F);
+    std::vector<float> heights(std::size_t{256} * 256, 12.0F);
     for (std::size_t i = 0; i < heights.size(); ++i) {
         if (i / 256 > 60 && i / 256 < 160 && i % 256 > 80 && i % 256 < 200) {
             heights[i] += raisedBy;

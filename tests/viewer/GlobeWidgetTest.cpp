@@ -9,6 +9,7 @@
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QWheelEvent>
 
 #include <osg/GL>
 #include <osgEarth/ObjectIndex>
@@ -187,6 +188,23 @@ TEST_F(GlobeWidgetTest, PlusAndMinusZoomAboutTheMiddle) {
     QTest::keyClick(&m_globe, Qt::Key_Minus);
     ASSERT_TRUE(waitUntil([&] { return m_globe.getManipulator()->getDistance() > before * 0.99; }));
     EXPECT_NEAR(m_globe.getManipulator()->getViewpoint().focalPoint()->y(), 34.0, 0.01);
+}
+
+TEST_F(GlobeWidgetTest, TheWheelGoesNearerWhenItIsTurnedForward) {
+    m_globe.getManipulator()->setViewpoint(osgEarth::Viewpoint("", 109.0, 34.0, 0.0, 0.0, -89.9, 2.0e6));
+    m_globe.requestRedraw();
+    ASSERT_TRUE(waitUntil([&] { return m_globe.isPictureComplete(); }, 20000));
+    const double before = m_globe.getManipulator()->getDistance();
+    const auto turn = [&](int eighths) {
+        QWheelEvent event({160, 120}, m_globe.mapToGlobal(QPointF(160, 120)), {}, {0, eighths}, Qt::NoButton,
+                          Qt::NoModifier, Qt::NoScrollPhase, false);
+        QApplication::sendEvent(&m_globe, &event);
+    };
+    turn(120);
+    ASSERT_TRUE(waitUntil([&] { return m_globe.getManipulator()->getDistance() < before * 0.95; }));
+    turn(-120);
+    turn(-120);
+    EXPECT_TRUE(waitUntil([&] { return m_globe.getManipulator()->getDistance() > before * 1.02; }));
 }
 
 TEST_F(GlobeWidgetTest, AClickOnTheCompassTurnsTheViewNorthAndKeepsPlaceTiltAndRange) {

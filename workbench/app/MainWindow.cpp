@@ -1,11 +1,9 @@
 #include "workbench/app/MainWindow.h"
 
-#include "host/inspection/AVWindow.h"
-#include "host/inspection/KVImageWindow.h"
-#include "host/inspection/StationWindow.h"
 #include "host/style/myMessageBox.h"
 #include "workbench/app/BaseLayerDialog.h"
 #include "workbench/app/PairBox.h"
+#include "workbench/app/Panels.h"
 #include "workbench/app/PluginLoader.h"
 #include "workbench/app/ProjectDesk.h"
 #include "workbench/app/StartPage.h"
@@ -21,7 +19,6 @@
 
 #include <QCloseEvent>
 #include <QComboBox>
-#include <QDockWidget>
 #include <QDropEvent>
 #include <QFormLayout>
 #include <QHBoxLayout>
@@ -39,8 +36,6 @@
 #include <QUrl>
 #include <QVBoxLayout>
 
-#include <algorithm>
-#include <array>
 #include <cmath>
 
 namespace {
@@ -74,8 +69,6 @@ MainWindow::MainWindow()
     setWindowTitle(tr("管道巡检"));
     constexpr QSize kFrame(4, 32); // what a window manager puts around it
     resize(QSize(1600, 1000).boundedTo(screen()->availableSize() - kFrame));
-    setDockOptions(QMainWindow::AnimatedDocks | QMainWindow::AllowTabbedDocks);
-    setCorner(Qt::BottomRightCorner, Qt::RightDockWidgetArea);
     setAcceptDrops(true);
     buildCentre();
 
@@ -85,13 +78,14 @@ MainWindow::MainWindow()
     zeo::EngineContext::instance().setMapSRS(m_globe->getMapNode()->getMapSRS());
 
     buildTop();
-    buildDocks();
+    m_panels = new Panels(*this, *m_globe);
+    connect(m_panels, &Panels::imageryOpacityChanged, this, [this](double opacity) {
+        m_layers.setImageryOpacity(opacity);
+        m_globe->requestRedraw();
+    });
     buildStatusBar();
     connectGlobe();
     addWorldBackdrop();
-    connect(new QShortcut(Qt::Key_F6, this), &QShortcut::activated, this, [this] { goToPane(1); });
-    connect(new QShortcut(Qt::SHIFT | Qt::Key_F6, this), &QShortcut::activated, this,
-            [this] { goToPane(-1); });
 }
 
 MainWindow::~MainWindow() {
@@ -171,9 +165,12 @@ void MainWindow::showStartPage() {
 void MainWindow::showStart(bool isStart) {
     m_centre->setCurrentWidget(isStart ? static_cast<QWidget*>(m_start) : m_globe);
     m_toolArea->setEnabled(!isStart);
-    for (QDockWidget* dock : findChildren<QDockWidget*>(QString(), Qt::FindDirectChildrenOnly)) {
-        dock->setVisible(!isStart);
-    }
+    m_panels->setUsable(!isStart);
+}
+
+void MainWindow::rememberLayout() {
+    m_remembersLayout = true;
+    m_panels->restore();
 }
 
 void MainWindow::goToOverview() {
@@ -186,6 +183,9 @@ void MainWindow::goToOverview() {
 
 void MainWindow::closeEvent(QCloseEvent* event) {
     zeo::EngineContext::instance().deactivateTool();
+    if (m_remembersLayout) {
+        m_panels->keep();
+    }
     QMainWindow::closeEvent(event);
 }
 
@@ -237,6 +237,7 @@ void MainWindow::buildTop() {
     column->addStretch();
     column->addWidget(buildProjectButton(buttons));
     column->addWidget(buildBaseLayersButton(buttons));
+    column->addWidget(buildViewButton(buttons));
     column->addStretch();
     top->addWidget(buttons);
 
@@ -292,25 +293,17 @@ QToolButton* MainWindow::buildBaseLayersButton(QWidget* parent) {
     return m_baseLayersButton;
 }
 
-void MainWindow::buildDocks() {
-    IORVAContext* windows = IORVAContext::Instance();
-    QDockWidget* stations =
-        addDock(tr("站段与特殊对象"), "stationDock", windows->GetStationWindow(), Qt::LeftDockWidgetArea);
-    m_tableDock = addDock(tr("异常列表"), "anomalyDock", windows->GetAVWindow(), Qt::BottomDockWidgetArea);
-    QDockWidget* image =
-        addDock(tr("影像对比"), "imageDock", windows->GetKVImageWindow(), Qt::RightDockWidgetArea);
-    resizeDocks({stations, image}, {270, 430}, Qt::Horizontal);
-    resizeDocks({m_tableDock}, {230}, Qt::Vertical);
-}
-
-QDockWidget* MainWindow::addDock(const QString& title, const QString& name, QWidget* content,
-                                 Qt::DockWidgetArea area) {
-    auto* dock = new QDockWidget(title, this);
-    dock->setObjectName(name);
-    dock->setWidget(content);
-    dock->setFeatures(QDockWidget::DockWidgetMovable | QDockWidget::DockWidgetFloatable);
-    addDockWidget(area, dock);
-    return dock;
+QToolButton* MainWindow::buildViewButton(QWidget* parent) {
+    auto* view = new QToolButton(parent);
+    view->setObjectName("view");
+    view->setAutoRaise(true);
+    view->setText(tr("视图"));
+    view->setToolTip(tr("显示或隐藏各窗口，只看地球（F11），恢复默认布局"));
+    view->setPopupMode(QToolButton::InstantPopup);
+    auto* menu = new QMenu(view);
+    view->setMenu(menu);
+    connect(menu, &QMenu::aboutToShow, this, [this, menu] { m_panels->fillMenu(*menu); });
+    return view;
 }
 
 void MainWindow::buildStatusBar() {
@@ -359,20 +352,6 @@ void MainWindow::addWorldBackdrop() {
     }
 }
 
-void MainWindow::goToPane(int step) {
-    IORVAContext* windows = IORVAContext::Instance();
-    const std::array<QWidget*, 4> panes = {windows->GetStationWindow(), m_globe, windows->GetAVWindow(),
-                                           windows->GetKVImageWindow()};
-    const QWidget* focus = focusWidget();
-    const auto present = std::find_if(panes.begin(), panes.end(), [focus](const QWidget* pane) {
-        return pane == focus || pane->isAncestorOf(focus);
-    });
-    const auto count = static_cast<int>(panes.size());
-    const int index =
-        present == panes.end() ? (step > 0 ? -1 : 0) : static_cast<int>(present - panes.begin());
-    panes[static_cast<std::size_t>((index + step + count) % count)]->setFocus(Qt::ShortcutFocusReason);
-}
-
 void MainWindow::showEpoch(int index) {
     for (const QString& line : m_layers.showEpoch(index)) {
         qCWarning(logApp).noquote() << line;
@@ -390,7 +369,7 @@ void MainWindow::comparePair(const inspection::EpochPair& pair) {
 
 void MainWindow::showComparedPair() {
     const inspection::Project* project = InspectionContext::instance().project();
-    m_tableDock->setWindowTitle(
+    m_panels->setTableTitle(
         project ? tr("异常列表：%1")
                       .arg(inspection::pairTitle(project->description(), project->description().pair()))
                 : tr("异常列表"));

@@ -10,9 +10,9 @@
 
 class GlobeWidget;
 class PairBox;
+class Panels;
 class ProjectDesk;
 class QComboBox;
-class QDockWidget;
 class QLabel;
 class QStackedWidget;
 class QToolButton;
@@ -35,6 +35,8 @@ public:
     /// Shows the ways to a project in place of the globe, until one is opened.
     void showStartPage();
 
+    /// Takes size and layout from the user's settings, and stores them when it is closed.
+    void rememberLayout();
     /// Puts the view over the whole corridor at once; the view that Home goes back to.
     void goToOverview();
 
@@ -52,11 +54,9 @@ private:
     void buildTop();
     QToolButton* buildProjectButton(QWidget* parent);
     QToolButton* buildBaseLayersButton(QWidget* parent);
-    void buildDocks();
     void buildStatusBar();
     void connectGlobe();
-    QDockWidget* addDock(const QString& title, const QString& name, QWidget* content,
-                         Qt::DockWidgetArea area);
+    QToolButton* buildViewButton(QWidget* parent);
     void showEpoch(int index);
     /// The open project has other epochs than before.
     void takeEpochs();
@@ -69,8 +69,6 @@ private:
     void showPreparation(int percent);
     void showPointer(double lonDegrees, double latDegrees, double heightMetres);
     void addWorldBackdrop();
-    /// Moves the focus to the next (1) or previous (-1) of the window's panes.
-    void goToPane(int step);
 
     GlobeWidget* m_globe;
     QStackedWidget* m_centre = nullptr;
@@ -79,7 +77,8 @@ private:
     ToolArea* m_toolArea = nullptr;
     QComboBox* m_epochs = nullptr;
     PairBox* m_pairs = nullptr;
-    QDockWidget* m_tableDock = nullptr;
+    Panels* m_panels = nullptr;
+    bool m_remembersLayout = false;
     QLabel* m_tip = nullptr;
     QLabel* m_preparation = nullptr;
     QLabel* m_coordinates = nullptr;

@@ -79,6 +79,7 @@ QStringList ProjectLayers::update(const inspection::ProjectDescription& project)
             note(problems, m_map.addImagery(imageryName(epoch), epoch.dom.toStdString()));
         }
     }
+    setImageryOpacity(m_imageryOpacity);
     m_shown = m_shown < 0 ? -1 : placeOf(before[static_cast<std::size_t>(m_shown)]);
     if (m_shown < 0) {
         return problems + showEpoch(static_cast<int>(m_epochs.size()) - 1);
@@ -116,6 +117,13 @@ int ProjectLayers::placeOf(const Epoch& epoch) const {
 
 bool ProjectLayers::hasPicture(const Epochs& epochs, const QString& dom) {
     return std::any_of(epochs.begin(), epochs.end(), [&dom](const Epoch& epoch) { return epoch.dom == dom; });
+}
+
+void ProjectLayers::setImageryOpacity(double opacity) {
+    m_imageryOpacity = opacity;
+    for (const Epoch& epoch : m_epochs) {
+        m_map.setImageryOpacity(imageryName(epoch), static_cast<float>(opacity));
+    }
 }
 
 std::optional<osgEarth::Viewpoint> ProjectLayers::overview() const {

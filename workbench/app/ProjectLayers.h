@@ -26,6 +26,8 @@ public:
     int shownEpoch() const { return m_shown; }
     /// Shows the terrain and the orthophoto of one epoch. Answers as show does.
     QStringList showEpoch(int index);
+    /// Of the orthophotos of all epochs, 0 (clear) to 1.
+    void setImageryOpacity(double opacity);
     /// A view from the south over the whole corridor; nothing when no surface model can be read.
     std::optional<osgEarth::Viewpoint> overview() const;
 
@@ -41,4 +43,5 @@ private:
     GlobeMap& m_map;
     Epochs m_epochs;
     int m_shown = -1;
+    double m_imageryOpacity = 1.0;
 };

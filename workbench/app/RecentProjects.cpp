@@ -1,10 +1,11 @@
 #include "workbench/app/RecentProjects.h"
 
+#include "workbench/app/Settings.h"
+
 #include <QCryptographicHash>
 #include <QDate>
 #include <QDir>
 #include <QFile>
-#include <QSettings>
 #include <QStandardPaths>
 
 #include <algorithm>
@@ -12,12 +13,6 @@
 namespace {
 
 constexpr auto kKey = "recentProjects";
-
-/// The user's settings of the workbench, whatever the program that runs is called.
-class Settings : public QSettings {
-public:
-    Settings() : QSettings(QSettings::IniFormat, QSettings::UserScope, "corridor", "workbench") {}
-};
 
 QString cleaned(const QString& folder) {
     return QDir::cleanPath(QDir(folder).absolutePath());

@@ -2,11 +2,28 @@
 
 #include "host/Gbk.h"
 #include "host/engine/ICommand.h"
+#include "workbench/engine/EngineContext.h"
 
 #include <QFrame>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QShortcut>
+#include <QToolButton>
 #include <QVBoxLayout>
+
+namespace {
+
+QList<QKeySequence> keysOf(const std::string& command) {
+    if (command == "318 undo command") {
+        return {QKeySequence(Qt::CTRL | Qt::Key_Z)};
+    }
+    if (command == "319 redo command") {
+        return {QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Z), QKeySequence(Qt::CTRL | Qt::Key_Y)};
+    }
+    return {};
+}
+
+} // namespace
 
 ToolArea::ToolArea(QWidget* parent) : QWidget(parent), m_groups(new QHBoxLayout(this)) {
     setObjectName("toolArea");
@@ -20,7 +37,23 @@ void ToolArea::addCommands(const std::vector<zeo::ICommand*>& commands) {
     for (zeo::ICommand* command : commands) {
         QHBoxLayout* layout = groupLayout(fromGbk(command->CommandType()));
         command->createselfUI(layout->parentWidget(), layout);
+        bindKeys(*command);
     }
+}
+
+void ToolArea::bindKeys(zeo::ICommand& command) {
+    QToolButton* button = zeo::EngineContext::buttonOf(command);
+    const QList<QKeySequence> keys = keysOf(command.Key());
+    if (!button || keys.isEmpty()) {
+        return;
+    }
+    for (const QKeySequence& key : keys) {
+        // A field that is being edited takes these keys for itself first.
+        connect(new QShortcut(key, button->window()), &QShortcut::activated, button, &QToolButton::click);
+    }
+    button->setToolTip(
+        tr("%1（%2）")
+            .arg(fromGbk(command.ToolTip()), QKeySequence::listToString(keys, QKeySequence::NativeText)));
 }
 
 QHBoxLayout* ToolArea::groupLayout(const QString& commandType) {

@@ -24,6 +24,8 @@ public:
 
 private:
     QHBoxLayout* groupLayout(const QString& commandType);
+    /// The keys of the command's button, wherever the focus is, and in its tip.
+    void bindKeys(zeo::ICommand& command);
 
     QHBoxLayout* m_groups;
     std::map<QString, QHBoxLayout*> m_layouts;

@@ -102,6 +102,7 @@ int runWorkbench(const Options& options, const QElapsedTimer& sinceStart) {
 
     MainWindow window;
     if (!headless) {
+        window.rememberLayout();
         window.showStartPage(); // what is opened takes its place
     }
     window.show();

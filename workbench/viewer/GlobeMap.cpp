@@ -185,6 +185,13 @@ void GlobeMap::setImageryVisible(const std::string& name, bool visible) {
     }
 }
 
+void GlobeMap::setImageryOpacity(const std::string& name, float opacity) {
+    auto* layer = dynamic_cast<osgEarth::ImageLayer*>(m_mapNode->getMap()->getLayerByName(name));
+    if (layer) {
+        layer->setOpacity(opacity);
+    }
+}
+
 int GlobeMap::preparationPercent() const {
 #ifdef CORRIDOR_GLOBE_INSTALLED
     return 100;

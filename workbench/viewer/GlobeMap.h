@@ -49,8 +49,9 @@ public:
     /// does not answer, that takes until GDAL gives it up.
     static bool finishLoading(int mostMilliseconds);
 
-    /// Unknown names are ignored.
+    /// Unknown names are ignored. 0 is clear, 1 opaque.
     void setImageryVisible(const std::string& name, bool visible);
+    void setImageryOpacity(const std::string& name, float opacity);
     void removeLayer(const std::string& name);
 
     /// Overviews of large rasters are built in the background: how far the present one is, or 100 when none

@@ -52,6 +52,9 @@ void addHostBindings(osgEarth::Util::EarthManipulator::Settings& settings) {
         settings.bindKey(Manipulator::ACTION_ZOOM_IN, plus);
         settings.bindKey(Manipulator::ACTION_ZOOM_IN, plus, Event::MODKEY_SHIFT);
     }
+    // Forward goes nearer, as on every map of the web; the manipulator's own default is the other way round.
+    settings.bindScroll(Manipulator::ACTION_ZOOM_IN, Event::SCROLL_UP);
+    settings.bindScroll(Manipulator::ACTION_ZOOM_OUT, Event::SCROLL_DOWN);
     for (const int minus : {static_cast<int>('-'), int{Event::KEY_KP_Subtract}}) {
         settings.bindKey(Manipulator::ACTION_ZOOM_OUT, minus);
     }

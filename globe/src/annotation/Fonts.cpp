@@ -43,7 +43,7 @@ std::map<std::string, std::string> systemFonts() {
 
 /// The font's file; empty if there is none of that name.
 std::string fontFile(const std::string& name) {
-    const std::string file = osgDB::findDataFile(name);
+    std::string file = osgDB::findDataFile(name);
     if (!file.empty()) {
         return file;
     }

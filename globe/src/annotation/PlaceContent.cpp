@@ -17,6 +17,8 @@ namespace {
 using namespace Symbology;
 
 constexpr float kGapPixels = 3.0f; // between icon and text
+constexpr float kHalfHeightOfCapitals =
+    0.37f; // of the size; Chinese characters reach a little farther both ways
 
 const char* const kTexCoordSource =
     "out vec2 oe_place_tc;\n"
@@ -32,7 +34,8 @@ const char* const kIconSource =
 const char* const kTextSource =
     "in vec2 oe_place_tc;\n"
     "uniform sampler2D oe_place_tex;\n"
-    "void oe_place_text(inout vec4 color) { color.a *= texture(oe_place_tex, oe_place_tc).a; }\n";
+    "// Thin strokes of small letters cover no pixel wholly; without this they would be grey.\n"
+    "void oe_place_text(inout vec4 color) { color.a *= pow(texture(oe_place_tex, oe_place_tc).a, 0.6); }\n";
 
 osg::ref_ptr<osg::StateSet> screenState(const char* function, const char* source) {
     osg::ref_ptr<osg::StateSet> stateSet = new osg::StateSet;
@@ -134,15 +137,16 @@ osg::ref_ptr<osg::Group> textContent(const std::string& text, const TextSymbol* 
     osgText::TextBase::AlignmentType alignment = alignmentOf(look.alignment().get());
     if (icon) {
         const osg::BoundingBox box = icon->getBoundingBox();
-        position +=
-            osg::Vec3f(std::round(box.xMax() + kGapPixels * ratio), std::round(box.center().y()), 0.0f);
-        alignment = osgText::TextBase::LEFT_CENTER;
+        const float baseLine = box.center().y() - kHalfHeightOfCapitals * size;
+        position += osg::Vec3f(std::round(box.xMax() + kGapPixels * ratio), std::round(baseLine), 0.0f);
+        alignment = osgText::TextBase::LEFT_BASE_LINE;
     }
     const auto line = [&](const Color& color, const osg::Vec3f& offset) {
         osg::ref_ptr<osgText::Text> drawable = new osgText::Text;
         drawable->setShaderTechnique(osgText::NO_TEXT_SHADER); // the composed functions draw it
         drawable->setFont(fontNamed(look.font().isSet() ? look.font().get() : std::string()));
-        const unsigned resolution = static_cast<unsigned>(std::lround(std::max(size * 2.0f, 4.0f)));
+        // A texel for each pixel: places lie on whole pixels, and nothing else is as crisp.
+        const unsigned resolution = static_cast<unsigned>(std::lround(std::max(size, 4.0f)));
         drawable->setFontResolution(resolution, resolution);
         drawable->setCharacterSize(size);
         drawable->setCharacterSizeMode(osgText::TextBase::OBJECT_COORDS);

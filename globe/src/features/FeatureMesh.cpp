@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace osgEarth {
 namespace Features {
@@ -96,6 +97,21 @@ void appendGreatCircle(std::vector<osg::Vec3d>& line, osg::Vec3d a, osg::Vec3d b
         line.emplace_back(lon, osg::RadiansToDegrees(std::asin(std::clamp(p.z(), -1.0, 1.0))),
                           a.z() + (b.z() - a.z()) * t);
     }
+}
+
+/// Of the point with a known height, of which there is one, that is nearest in the plane.
+double nearestHeight(const osg::Vec3d& point, const std::vector<osg::Vec3d>& points,
+                     const std::vector<std::optional<double>>& heights) {
+    double nearest = std::numeric_limits<double>::max();
+    double height = 0.0;
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        const double distance = osg::Vec2d(points[i].x() - point.x(), points[i].y() - point.y()).length2();
+        if (heights[i] && distance < nearest) {
+            nearest = distance;
+            height = *heights[i];
+        }
+    }
+    return height;
 }
 
 } // namespace
@@ -322,29 +338,44 @@ osg::ref_ptr<osg::Geometry> FeatureMesh::drawable(const TriangleMesh& mesh, cons
 }
 
 std::vector<double> FeatureMesh::heightsOf(const std::vector<osg::Vec3d>& points, const LocalPlane& plane) {
+    std::vector<std::optional<double>> surveyed;
+    surveyed.reserve(points.size());
+    for (const osg::Vec3d& point : points) {
+        surveyed.push_back(groundAt(point, plane));
+    }
+    const bool isKnown =
+        std::any_of(surveyed.begin(), surveyed.end(), [](const auto& height) { return height.has_value(); });
     std::vector<double> heights;
     heights.reserve(points.size());
-    for (const osg::Vec3d& point : points) {
-        heights.push_back(heightOf(point, plane));
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        const double ground = surveyed[i] ? *surveyed[i]
+                              : isKnown   ? nearestHeight(points[i], points, surveyed)
+                                          : loadedGroundAt(points[i], plane);
+        heights.push_back(ground + aboveGround(points[i]));
     }
     return heights;
 }
 
-double FeatureMesh::heightOf(const osg::Vec3d& planePoint, const LocalPlane& plane) {
-    double height = m_verticalOffset;
-    if (m_keepsOwnHeights) {
-        height += planePoint.z() * m_verticalScale;
+std::optional<double> FeatureMesh::groundAt(const osg::Vec3d& planePoint, const LocalPlane& plane) {
+    if (!m_clamped || m_commonGround) {
+        return m_commonGround.value_or(0.0);
     }
-    if (m_clamped) {
-        const osg::Vec3d mapPoint = plane.toMap(planePoint);
-        height += m_commonGround ? *m_commonGround : m_ground.heightAt(mapPoint.x(), mapPoint.y());
-    }
-    return height;
+    const osg::Vec3d mapPoint = plane.toMap(planePoint);
+    return m_ground.surveyedHeightAt(mapPoint.x(), mapPoint.y());
+}
+
+double FeatureMesh::loadedGroundAt(const osg::Vec3d& planePoint, const LocalPlane& plane) {
+    const osg::Vec3d mapPoint = plane.toMap(planePoint);
+    return m_ground.heightAt(mapPoint.x(), mapPoint.y());
+}
+
+double FeatureMesh::aboveGround(const osg::Vec3d& planePoint) const {
+    return m_verticalOffset + (m_keepsOwnHeights ? planePoint.z() * m_verticalScale : 0.0);
 }
 
 void FeatureMesh::measureDeviation(const osg::Vec3d& middle, double heightBetween, const LocalPlane& plane) {
-    if (m_clamped) {
-        m_deviationMetres = std::max(m_deviationMetres, heightOf(middle, plane) - heightBetween);
+    if (const std::optional<double> ground = m_clamped ? groundAt(middle, plane) : std::nullopt) {
+        m_deviationMetres = std::max(m_deviationMetres, *ground + aboveGround(middle) - heightBetween);
     }
 }
 

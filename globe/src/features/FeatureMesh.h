@@ -49,8 +49,13 @@ private:
 
     double longestEdge(double extentMetres, double parts) const;
     double pieceLength(const Line& line, const Symbology::LineSymbol& symbol) const;
+    /// What reaches beyond the rim of a survey is as high there as at its nearest point within: the terrain
+    /// goes on smoothly, too.
     std::vector<double> heightsOf(const std::vector<osg::Vec3d>& points, const LocalPlane& plane);
-    double heightOf(const osg::Vec3d& planePoint, const LocalPlane& plane);
+    /// By the data; nothing where there are none.
+    std::optional<double> groundAt(const osg::Vec3d& planePoint, const LocalPlane& plane);
+    double loadedGroundAt(const osg::Vec3d& planePoint, const LocalPlane& plane);
+    double aboveGround(const osg::Vec3d& planePoint) const;
     void measureDeviation(const osg::Vec3d& middle, double heightBetween, const LocalPlane& plane);
     osg::ref_ptr<osg::Geometry> drawable(const TriangleMesh& mesh, const Symbology::Color& color,
                                          const LocalPlane& plane);

@@ -8,16 +8,21 @@ constexpr double kLeastHeightMetres = -20000.0;
 
 GroundSampler::GroundSampler(MapNode& mapNode) : m_mapNode(&mapNode), m_query(mapNode.getMap()) {}
 
+std::optional<double> GroundSampler::surveyedHeightAt(double x, double y) {
+    const auto sampled =
+        static_cast<double>(m_query.getElevation(GeoPoint(m_mapNode->getMapSRS(), x, y, 0.0)));
+    return sampled > kLeastHeightMetres ? std::optional<double>(sampled) : std::nullopt;
+}
+
 double GroundSampler::heightAt(double x, double y) {
-    const SpatialReference* srs = m_mapNode->getMapSRS();
-    const double sampled = static_cast<double>(m_query.getElevation(GeoPoint(srs, x, y, 0.0)));
-    if (sampled > kLeastHeightMetres) {
-        return sampled;
+    if (const std::optional<double> surveyed = surveyedHeightAt(x, y)) {
+        return *surveyed;
     }
     double aboveSeaLevel = 0.0;
     double aboveEllipsoid = 0.0;
-    return m_mapNode->getTerrain()->getHeight(srs, x, y, &aboveSeaLevel, &aboveEllipsoid) ? aboveEllipsoid
-                                                                                          : 0.0;
+    return m_mapNode->getTerrain()->getHeight(m_mapNode->getMapSRS(), x, y, &aboveSeaLevel, &aboveEllipsoid)
+               ? aboveEllipsoid
+               : 0.0;
 }
 
 } // namespace osgEarth

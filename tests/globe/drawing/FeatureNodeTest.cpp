@@ -3,6 +3,9 @@
 #include "tests/globe/TestRaster.h"
 
 #include <gtest/gtest.h>
+#include <osg/Geometry>
+#include <osg/NodeVisitor>
+#include <osg/Transform>
 #include <osgEarth/ElevationLayer>
 #include <osgEarth/Map>
 #include <osgEarthAnnotation/FeatureNode>
@@ -62,6 +65,29 @@ bool isRed(const osg::Vec3i& p) {
 }
 bool isCyan(const osg::Vec3i& p) {
     return p.x() < 20 && p.y() > 230 && p.z() > 230;
+}
+
+/// Metres above the ellipsoid of everything that a node draws.
+std::vector<double> heightsOfVertices(osg::Node& node, const SpatialReference& srs) {
+    class Visitor : public osg::NodeVisitor {
+    public:
+        explicit Visitor(const SpatialReference& srs) : NodeVisitor(TRAVERSE_ALL_CHILDREN), m_srs(srs) {}
+        void apply(osg::Geometry& geometry) override {
+            const osg::Matrixd toWorld = osg::computeLocalToWorld(getNodePath());
+            for (const osg::Vec3& vertex : dynamic_cast<osg::Vec3Array&>(*geometry.getVertexArray())) {
+                osg::Vec3d place;
+                m_srs.transformFromWorld(osg::Vec3d(vertex) * toWorld, place);
+                heights.push_back(place.z());
+            }
+        }
+        std::vector<double> heights;
+
+    private:
+        const SpatialReference& m_srs;
+    };
+    Visitor visitor(srs);
+    node.accept(visitor);
+    return visitor.heights;
 }
 
 osg::Vec3i pixelAt(TestGlobe& globe, const osg::Image& image, double east, double north) {
@@ -172,6 +198,29 @@ TEST(FeatureNode, RisesWithTerrainThatComesLaterAlsoFromOutsideTheView) {
     globe.mapNode()->getMap()->removeLayer(plateau);
     keep(*image, "feature-plateau");
     EXPECT_TRUE(isRed(pixel(*image, image->s() / 2, image->t() / 2)));
+}
+
+TEST(FeatureNode, WhatReachesBeyondTheRimOfASurveyStaysAsHighAsAtTheRim) {
+    constexpr double kPlaceLon = kLon + 0.05;
+    constexpr double kPlateauMetres = 300.0;
+    TestGlobe globe;
+    const globetest::RasterPlace place{"EPSG:4326", kPlaceLon - 0.005, kLat + 0.005, 0.0001, 100, 100};
+    Drivers::GDALOptions options;
+    options.url() = globetest::writeHeights("rim", place, [](double, double) { return kPlateauMetres; });
+    const osg::ref_ptr<ElevationLayer> plateau = new ElevationLayer("rim", options);
+    globe.mapNode()->getMap()->addLayer(plateau);
+
+    const osg::ref_ptr<LineString> line = new LineString;
+    line->push_back(kPlaceLon, kLat);
+    line->push_back(kPlaceLon + 0.0051, kLat); // ten metres beyond
+    const osg::ref_ptr<FeatureNode> node = nodeOf(globe, line, lineStyle(Color::Red, 3.0F));
+    node->setMapNode(globe.mapNode());
+    globe.mapNode()->getMap()->removeLayer(plateau);
+    const std::vector<double> heights = heightsOfVertices(*node, *globe.mapNode()->getMapSRS());
+    ASSERT_FALSE(heights.empty());
+    for (const double height : heights) {
+        EXPECT_NEAR(height, kPlateauMetres, 2.0);
+    }
 }
 
 TEST(FeatureNode, EveryTechniqueHugsTheTerrain) {

@@ -6,6 +6,7 @@
 #include "workbench/inspection/images/ComparisonPictures.h"
 #include "workbench/inspectiondata/pictures/ElevationLine.h"
 #include "workbench/inspectiondata/pictures/OutlinePath.h"
+#include "workbench/inspectiondata/pictures/PipelinePath.h"
 #include "workbench/inspectiondata/project/Project.h"
 
 #include <osgEarthUtil/EarthManipulator>
@@ -93,6 +94,23 @@ TEST_F(ImageWindowTest, WithoutOrthophotosItShowsHillShade) {
         EXPECT_GT(colours(pane(name)), 100);
     }
     keepPicture(images(), "image-window-relief");
+}
+
+TEST_F(ImageWindowTest, TheCentreLineRunsThroughThePicturesWhereItLies) {
+    showAnomaly();
+    const inspection::ProjectDescription& project = context().project()->description();
+    const inspection::Pipeline line = inspection::Pipeline::read(project);
+    const QString srs = QString::fromStdString(m_item->m_station.m_srs);
+    const QPointF middle((anomaly().xMin + anomaly().xMax) / 2.0, (anomaly().yMin + anomaly().yMax) / 2.0);
+    const QPainterPath path =
+        inspection::pipelinePath(line, srs, QRectF(middle, QSizeF()).adjusted(-500.0, -500.0, 500.0, 500.0));
+    ASSERT_FALSE(path.isEmpty());
+    const QPointF onLine = path.pointAtPercent(0.37);
+    view().moveBy(onLine - view().centre());
+    for (const char* name : {"oldPane", "newPane", "differencePane"}) {
+        const QColor colour = pictureOf(pane(name)).pixelColor(pixelOf(pane(name), onLine));
+        EXPECT_GT(colour.red(), colour.blue() + 120) << name << ' ' << colour.name().toStdString();
+    }
 }
 
 TEST_F(ImageWindowTest, AMalformedOutlineIsLeftOut) {

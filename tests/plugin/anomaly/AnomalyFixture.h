@@ -12,6 +12,8 @@
 
 /// Anomalies that the fixture adds to the computed ones of the small project. Names as they are stored.
 namespace known {
+// They are read as words: known::left.
+// NOLINTBEGIN(readability-identifier-naming)
 inline const QString fill = "S1-0001"; ///< computed, +3.0 m
 inline const QString cut = "S2-0001";  ///< computed, -2.0 m, in the second station
 inline const QString left = "left";    ///< overlaps with `right`
@@ -20,6 +22,7 @@ inline const QString quoted = "O'Brien \"x\"; drop table anomaly;--";
 const QString& longName();                    ///< 1,000 characters
 inline const QString overlapping = "S3-0001"; ///< in the third station, which overlaps the first
 inline const QString below = "S1-below";      ///< in the first station, over `overlapping`
+// NOLINTEND(readability-identifier-naming)
 } // namespace known
 
 /// For readable failures.

@@ -86,12 +86,12 @@ private:
 
     QString takeStep() {
         const int chance = below(1000);
-        const QString what = m_model->undoable() >= kMostUndoable ? "multi-step undo"
-                             : chance < 5                         ? "restart"
-                             : chance < 45                        ? "multi-step undo"
-                             : chance < 300                       ? "undo"
-                             : chance < 480                       ? "redo"
-                                                                  : "edit";
+        QString what = m_model->undoable() >= kMostUndoable ? "multi-step undo"
+                       : chance < 5                         ? "restart"
+                       : chance < 45                        ? "multi-step undo"
+                       : chance < 300                       ? "undo"
+                       : chance < 480                       ? "redo"
+                                                            : "edit";
         ++m_count[what];
         if (what == "restart") {
             restart();
@@ -274,7 +274,7 @@ private:
         if (some.empty()) {
             return {};
         }
-        const QString attribute = classes[below(static_cast<int>(classes.size()))];
+        const QString& attribute = classes[below(static_cast<int>(classes.size()))];
         ModelState after = m_model->now();
         for (SdiffData& anomaly : some) {
             anomaly.attribute = toGbk(attribute);

@@ -6,7 +6,11 @@
 #include "host/inspection/StationWindow.h"
 #include "tests/support/ForeignConnection.h"
 
+#include "workbench/inspection/context/InspectionContext.h"
+
 #include <QComboBox>
+#include <QLabel>
+#include <QToolTip>
 
 namespace {
 
@@ -27,6 +31,10 @@ TEST_F(PointRefusals, ATakenNameIsRefusedSilentlyAndAnotherOneGoesOn) {
     }
     EXPECT_NE(dialog(), nullptr);
     EXPECT_EQ(storedPoints(), 1);
+    EXPECT_EQ(QToolTip::text(), "名称“甲”已被使用，请换一个名称") << "by the host, beside the field";
+    const auto* status = InspectionContext::instance().progressWidget()->findChild<QLabel*>();
+    EXPECT_EQ(status->text(), QToolTip::text());
+    QToolTip::hideText();
     typeName("乙");
     confirm();
     EXPECT_EQ(storedPoints(), 2);

@@ -2,14 +2,18 @@
 
 #include "workbench/inspection/context/ProgressWidget.h"
 #include "workbench/inspection/images/ImageWindow.h"
+#include "workbench/inspection/layers/LayerWindow.h"
 #include "workbench/inspection/scene/AnomalyOverlays.h"
 #include "workbench/inspection/scene/GlobeNavigation.h"
+#include "workbench/inspection/scene/PipelineNodes.h"
 #include "workbench/inspection/scene/SpecialObjectNodes.h"
+#include "workbench/inspection/session/Log.h"
 #include "workbench/inspection/session/Session.h"
 #include "workbench/inspection/session/StationWork.h"
 #include "workbench/inspection/settings/ParameterDialog.h"
 #include "workbench/inspection/table/AnomalyTableWindow.h"
 #include "workbench/inspection/tree/StationTreeWindow.h"
+#include "workbench/inspectiondata/database/StationTable.h"
 
 #include <algorithm>
 #include <utility>
@@ -17,7 +21,9 @@
 using inspection::AnomalyOverlays;
 using inspection::AnomalyTableWindow;
 using inspection::ImageWindow;
+using inspection::LayerWindow;
 using inspection::ParameterDialog;
+using inspection::PipelineNodes;
 using inspection::ProgressWidget;
 using inspection::Session;
 using inspection::SpecialObjectNodes;
@@ -45,9 +51,11 @@ void InspectionContext::initialise(QWidget* mainWindow) {
     shutdown();
     m_session = std::make_unique<Session>(mainWindow);
     m_overlays = std::make_unique<AnomalyOverlays>();
+    m_pipeline = std::make_unique<PipelineNodes>();
     m_objectNodes = std::make_unique<SpecialObjectNodes>(m_scene);
     m_stations = new StationTreeWindow(*m_session, *m_overlays, *m_objectNodes, mainWindow);
     m_anomalies = new AnomalyTableWindow(*m_session, *m_overlays, mainWindow);
+    m_layers = new LayerWindow(*m_pipeline, *m_overlays, mainWindow);
     m_images = new ImageWindow(*m_session, mainWindow);
     m_parameters = new ParameterDialog(*m_session, mainWindow);
     m_progress = new ProgressWidget(m_session->jobs(), mainWindow);
@@ -55,6 +63,8 @@ void InspectionContext::initialise(QWidget* mainWindow) {
 }
 
 void InspectionContext::connectWindows() {
+    connect(m_session.get(), &Session::opened, this, &InspectionContext::showPipeline);
+    connect(m_session.get(), &Session::closing, this, [this] { m_pipeline->clear(); });
     connect(m_session.get(), &Session::opened, m_stations, &StationTreeWindow::load);
     connect(m_session.get(), &Session::closing, m_stations, &StationTreeWindow::clear);
     connect(m_session.get(), &Session::closing, m_images, &ImageWindow::clear);
@@ -83,10 +93,24 @@ void InspectionContext::connectWindows() {
     connect(m_session.get(), &Session::connectionChanged, m_progress, &ProgressWidget::showMessage);
     connect(m_session.get(), &Session::noticed, m_progress, &ProgressWidget::showMessage);
 
+    connect(m_overlays.get(), &AnomalyOverlays::paintingProgressed, m_progress,
+            &ProgressWidget::showPainting);
+
     StationWork& work = m_session->work();
     connect(&work, &StationWork::computeFinished, m_progress, &ProgressWidget::showResult);
     connect(&work, &StationWork::computeFinished, this, &InspectionContext::computeFinished);
     connect(&work, &StationWork::outputFinished, this, &InspectionContext::outputFinished);
+}
+
+void InspectionContext::showPipeline() {
+    const auto pipeline = inspection::Pipeline::read(m_session->project()->description());
+    m_images->setPipeline(pipeline);
+    try {
+        mysqlhelper::KV_MySQL& database = *m_session->connection();
+        m_pipeline->show({pipeline, inspection::readStations(database), inspection::readPipeNodes(database)});
+    } catch (const mysqlhelper::KV_MySQL_Exception& refusal) {
+        qCWarning(inspection::windowLog) << "The pipeline cannot be shown on the globe:" << refusal.what();
+    }
 }
 
 const inspection::ComputationSummary& InspectionContext::lastComputation() const {
@@ -100,10 +124,12 @@ void InspectionContext::shutdown() {
     closeProject();
     delete m_stations;
     delete m_anomalies;
+    delete m_layers;
     delete m_images;
     delete m_parameters;
     delete m_progress;
     m_objectNodes.reset();
+    m_pipeline.reset();
     m_overlays.reset();
     m_session.reset();
 }
@@ -197,6 +223,10 @@ void InspectionContext::setMapPictureSource(std::function<QImage()> source) {
 
 QWidget* InspectionContext::progressWidget() {
     return m_progress;
+}
+
+LayerWindow* InspectionContext::layerWindow() {
+    return m_layers;
 }
 
 StationWindow* InspectionContext::GetStationWindow() {

@@ -27,7 +27,9 @@ struct ComputationSummary;
 class AnomalyOverlays;
 class AnomalyTableWindow;
 class ImageWindow;
+class LayerWindow;
 class ParameterDialog;
+class PipelineNodes;
 class ProgressWidget;
 class Session;
 class SpecialObjectNodes;
@@ -82,6 +84,9 @@ public:
     void setOutputFolder(const QString& folder);
     /// Gives what the globe shows, for the report.
     void setMapPictureSource(std::function<QImage()> source);
+    /// The pipeline on the globe, and the window that says what is shown there. From initialise to shutdown.
+    inspection::PipelineNodes& pipelineNodes() { return *m_pipeline; }
+    inspection::LayerWindow* layerWindow();
     /// Text, bar and cancel button of the running work; hidden while nothing runs. For the status bar.
     QWidget* progressWidget();
 
@@ -109,14 +114,17 @@ private:
     ~InspectionContext() override;
 
     void connectWindows();
+    void showPipeline();
     void showAnomaly(const SdiffData& anomaly, double flightSeconds);
 
     std::unique_ptr<inspection::Session> m_session;
     std::unique_ptr<inspection::AnomalyOverlays> m_overlays;
     inspection::SceneDataSet m_scene;
+    std::unique_ptr<inspection::PipelineNodes> m_pipeline;
     std::unique_ptr<inspection::SpecialObjectNodes> m_objectNodes;
     QPointer<inspection::StationTreeWindow> m_stations;
     QPointer<inspection::AnomalyTableWindow> m_anomalies;
+    QPointer<inspection::LayerWindow> m_layers;
     QPointer<inspection::ImageWindow> m_images;
     QPointer<inspection::ParameterDialog> m_parameters;
     QPointer<inspection::ProgressWidget> m_progress;

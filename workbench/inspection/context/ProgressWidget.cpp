@@ -66,6 +66,14 @@ void ProgressWidget::showMessage(const QString& text) {
     }
 }
 
+void ProgressWidget::showPainting(int done, int all) {
+    constexpr int kMany = 300; // fewer are there before a message is read
+    if (all >= kMany) {
+        showMessage(done < all ? tr("正在显示异常：%L1 / %L2").arg(done).arg(all)
+                               : tr("%L1 处异常已显示").arg(all));
+    }
+}
+
 void ProgressWidget::showBar(bool visible) {
     m_bar->setVisible(visible);
     m_cancel->setVisible(visible);

@@ -27,6 +27,9 @@ public slots:
     /// Shows a message for a while, unless work is going on.
     void showMessage(const QString& text);
 
+    /// Tells how many anomalies are seen on the globe, where they take their time.
+    void showPainting(int done, int all);
+
 private slots:
     void onStarted(const QString& title);
     void onProgressed(double fraction, const QString& step);

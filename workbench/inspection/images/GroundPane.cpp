@@ -21,6 +21,11 @@ GroundPane::GroundPane(GroundView& view, QWidget* parent) : QWidget(parent), m_v
     connect(&view, SIGNAL(pointerMoved()), this, SLOT(update()));
 }
 
+void GroundPane::setPipeline(const QPainterPath& ground) {
+    m_pipeline = ground;
+    update();
+}
+
 void GroundPane::setOutline(const QPainterPath& ground) {
     m_outline = ground;
     update();
@@ -41,6 +46,7 @@ void GroundPane::paintEvent(QPaintEvent* /*event*/) {
     QPainter painter(this);
     paintBelow(painter);
     const QTransform toPane = this->toPane();
+    paintPipeline(painter, m_pipeline, toPane);
     paintOutline(painter, m_outline, toPane);
     paintProfileLine(painter, m_line.line(), toPane, m_line.isDragging() || m_hovered != Grip::None);
     if (const auto pointer = m_view.pointer(); pointer && isCrosshairShown()) {

@@ -12,7 +12,7 @@ namespace inspection {
 
 class GroundView;
 
-/// A north-up view of the ground with an outline and the line of a profile over it. Panes that share a ground
+/// A north-up view of the ground with the pipeline, an outline and the line of a profile over it. Panes that share a ground
 /// view pan and zoom together: drag to move, wheel to zoom at the pointer, double click to show everything
 /// again. The profile's line is dragged by its ends or as a whole; Escape puts it back. GUI thread.
 class GroundPane : public QWidget {
@@ -22,6 +22,7 @@ public:
     /// `view` must outlive the pane.
     explicit GroundPane(GroundView& view, QWidget* parent = nullptr);
 
+    void setPipeline(const QPainterPath& ground);
     void setOutline(const QPainterPath& ground);
     /// A line without length is not drawn. Another line than the one being dragged ends the drag.
     void setProfileLine(const QLineF& ground);
@@ -60,6 +61,7 @@ private:
     bool isCrosshairShown() const;
 
     GroundView& m_view;
+    QPainterPath m_pipeline;
     QPainterPath m_outline;
     ProfileLineEditor m_line;
     ProfileLineEditor::Grip m_hovered = ProfileLineEditor::Grip::None;

@@ -9,6 +9,7 @@
 #include "workbench/inspection/session/Session.h"
 #include "workbench/inspectiondata/database/StationTable.h"
 #include "workbench/inspectiondata/pictures/OutlinePath.h"
+#include "workbench/inspectiondata/pictures/PipelinePath.h"
 #include "workbench/inspectiondata/text/AnomalyTexts.h"
 
 #include <QButtonGroup>
@@ -59,6 +60,12 @@ QRectF subjectOf(const KV_Station& station, const SdiffData& anomaly) {
 QRectF around(const QRectF& visible) {
     const QPointF ahead(visible.width() * kReadAhead, visible.height() * kReadAhead);
     return visible.adjusted(-ahead.x(), -ahead.y(), ahead.x(), ahead.y());
+}
+
+/// As far as anybody moves the view from there.
+QRectF farAround(const QRectF& subject) {
+    constexpr double kFarMetres = 5000.0;
+    return subject.adjusted(-kFarMetres, -kFarMetres, kFarMetres, kFarMetres);
 }
 
 /// Through the middle, along the longer side, a quarter of its length further to either side.
@@ -162,6 +169,7 @@ void ImageWindow::clear() {
     m_asked.reset();
     m_caption->setFullText(tr("双击异常，在此对比两期影像"));
     for (GroundPane* pane : panes()) {
+        pane->setPipeline({});
         pane->setOutline({});
         pane->setProfileLine({});
     }
@@ -200,7 +208,9 @@ void ImageWindow::CreatZoomItem(KV_StationItem* item, const SdiffData& zoom) {
     m_profile->setColours(m_source.ramp.fill, m_source.ramp.cut);
 
     const QPainterPath outline = outlinePath(zoom.outlineWkt);
+    const QPainterPath line = pipelinePath(m_pipeline, m_source.srs, farAround(m_subject));
     for (GroundPane* pane : panes()) {
+        pane->setPipeline(line);
         pane->setOutline(outline);
     }
     showNotice(tr("正在读取…"));

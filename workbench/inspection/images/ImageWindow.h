@@ -3,6 +3,7 @@
 #include "host/inspection/KVImageWindow.h"
 #include "workbench/inspection/images/ComparisonPictures.h"
 #include "workbench/inspection/images/LatestRead.h"
+#include "workbench/inspectiondata/pipeline/Pipeline.h"
 
 #include <QTimer>
 
@@ -38,6 +39,9 @@ public:
     bool isReading() const;
     /// True when nothing is read any more, not even the surroundings of what is shown.
     bool isComplete() const { return !isReading() && !m_readAround.isActive(); }
+
+    /// The project's centre line, which is drawn over the pictures.
+    void setPipeline(const Pipeline& pipeline) { m_pipeline = pipeline; }
 
 public slots:
     /// Shows nothing, as when the project is closed.
@@ -85,6 +89,7 @@ private:
     SwipePane* m_swipePane;
     DifferencePane* m_differencePane;
     ProfileChart* m_profile;
+    Pipeline m_pipeline;
     ComparisonSource m_source;
     QRectF m_subject; ///< ground of the anomaly or station; null while nothing is shown
     QLineF m_profileLine;

@@ -1,7 +1,11 @@
 #include "workbench/inspection/images/PanePainting.h"
 
-#include <QPainter>
+#include "workbench/inspectiondata/text/ScaleLength.h"
 
+#include <QPainter>
+#include <QPolygon>
+
+#include <algorithm>
 #include <utility>
 
 namespace inspection {
@@ -11,6 +15,7 @@ namespace {
 const QColor kBackground(38, 42, 48);
 const QColor kPlate(0, 0, 0, 165);
 const QColor kOutline(255, 236, 60);
+const QColor kPipe(240, 120, 0);
 const QColor kProfile(120, 230, 255);
 const QColor kHighlighted(255, 255, 255);
 constexpr double kGripRadius = 8.0;
@@ -97,6 +102,13 @@ void paintOutline(QPainter& painter, const QPainterPath& ground, const QTransfor
     }
 }
 
+void paintPipeline(QPainter& painter, const QPainterPath& ground, const QTransform& toPane) {
+    if (!ground.isEmpty()) {
+        const QPainterPath line = toPane.map(ground);
+        paintCased(painter, kPipe, 2.0, [&] { painter.drawPath(line); });
+    }
+}
+
 void paintProfileLine(QPainter& painter, const QLineF& ground, const QTransform& toPane, bool highlighted) {
     if (!(ground.length() > 0.0)) {
         return;
@@ -120,6 +132,34 @@ void paintGrip(QPainter& painter, const QPointF& at, const QString& letter, bool
     painter.drawText(QRectF(at.x() - kGripRadius, at.y() - kGripRadius, 2 * kGripRadius, 2 * kGripRadius),
                      Qt::AlignCenter, letter);
     painter.restore();
+}
+
+void paintScaleBar(QPainter& painter, const QTransform& toPane, const QRect& area) {
+    const double metresPerPixel = 1.0 / toPane.m11();
+    constexpr int kMargin = 6;
+    constexpr int kTick = 5;
+    constexpr int kLongest = 110;
+    const int textHeight = painter.fontMetrics().height();
+    const ScaleLength length = scaleLengthBelow(metresPerPixel * std::min(kLongest, area.width() / 3));
+    const int textWidth = painter.fontMetrics().horizontalAdvance(length.text);
+    const int pixels = qRound(length.metres / metresPerPixel);
+    if (area.height() < 6 * textHeight || pixels < kTick || textWidth + 4 * kMargin > area.width() / 2) {
+        return;
+    }
+    const int width = std::max(pixels, textWidth) + 2 * kMargin;
+    const QRect plate(area.left() + kMargin, area.bottom() - kMargin - textHeight - kTick - 3, width,
+                      textHeight + kTick + 4);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(kPlate);
+    painter.drawRoundedRect(plate, 3, 3);
+    painter.setRenderHint(QPainter::Antialiasing, false);
+    painter.setPen(Qt::white);
+    painter.drawText(QRect(plate.left(), plate.top(), width, textHeight), Qt::AlignCenter, length.text);
+    const int left = plate.left() + (width - pixels) / 2;
+    const int bottom = plate.bottom() - 2;
+    painter.drawPolyline(QPolygon({QPoint(left, bottom - kTick), QPoint(left, bottom),
+                                   QPoint(left + pixels, bottom), QPoint(left + pixels, bottom - kTick)}));
 }
 
 void paintCrosshair(QPainter& painter, const QPointF& at) {

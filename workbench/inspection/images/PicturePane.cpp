@@ -16,6 +16,9 @@ void PicturePane::paintBelow(QPainter& painter) {
 void PicturePane::paintAbove(QPainter& painter) {
     paintReason(painter, m_picture, rect());
     paintTitlePlate(painter, m_picture.title, rect(), Qt::AlignLeft);
+    if (hasImage()) {
+        paintScaleBar(painter, toPane(), rect());
+    }
 }
 
 } // namespace inspection

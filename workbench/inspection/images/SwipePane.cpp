@@ -65,6 +65,9 @@ void SwipePane::paintAbove(QPainter& painter) {
     paintReason(painter, m_new, newSide());
     paintTitlePlate(painter, m_old.title, oldSide(), Qt::AlignLeft);
     paintTitlePlate(painter, m_new.title, newSide(), Qt::AlignRight);
+    if (!m_old.image.isNull() || !m_new.image.isNull()) {
+        paintScaleBar(painter, toPane(), rect());
+    }
 
     const double x = dividerX();
     painter.setRenderHint(QPainter::Antialiasing);

@@ -7,16 +7,17 @@
 #include <osgEarth/MapNode>
 #include <osgEarth/Registry>
 
-#include <QMetaObject>
+#include <QThread>
 
 #include <algorithm>
+#include <memory>
+#include <unordered_set>
 #include <utility>
 
 namespace inspection {
 
 namespace {
 
-constexpr std::size_t kBatch = 24;
 constexpr std::size_t kManyAnomalies = 1000;
 constexpr int kPixelsOfMany = 96; // bounds the pictures' memory where there are thousands
 
@@ -34,13 +35,21 @@ bool placeOverlay(osgEarth::Annotation::ImageOverlay& overlay, const QRectF& gro
     return true;
 }
 
+osg::Vec3d worldOf(const osgEarth::MapNode& map, const SdiffData& anomaly) {
+    osg::Vec3d world;
+    osgEarth::GeoPoint(map.getMapSRS(), anomaly.lonDegrees, anomaly.latDegrees, 0.0).toWorld(world);
+    return world;
+}
+
 } // namespace
 
 AnomalyOverlays::AnomalyOverlays(QObject* parent) : AnomalyOverlays(FinePictureLimits(), parent) {}
 
 AnomalyOverlays::AnomalyOverlays(const FinePictureLimits& limits, QObject* parent)
-    : QObject(parent), m_crisp(m_painters, limits) {
-    m_painters.setMaxThreadCount(1);
+    : QObject(parent), m_usual(m_painters), m_crisp(m_painters, limits) {
+    m_painters.setMaxThreadCount(std::max(1, QThread::idealThreadCount() - 1)); // the window needs one, too
+    connect(&m_usual, &UsualPictures::painted, this, &AnomalyOverlays::attach);
+    connect(&m_usual, &UsualPictures::progressed, this, &AnomalyOverlays::paintingProgressed);
 }
 
 AnomalyOverlays::~AnomalyOverlays() {
@@ -59,13 +68,12 @@ void AnomalyOverlays::show(const KV_StationItem& station, const OverlayStyle& st
     if (anomalies.size() > kManyAnomalies) {
         bounded.mostPixels = std::min(bounded.mostPixels, kPixelsOfMany);
     }
-    const Source source = std::make_shared<const OverlaySource>(OverlaySource{anomalies, bounded});
+    const auto source = std::make_shared<const OverlaySource>(OverlaySource{anomalies, bounded});
 
     Station shown;
     shown.group = new osg::Group;
     shown.group->setName("diffImageOverlay");
     shown.group->addUpdateCallback(m_crisp.frameCallback());
-    shown.cancelled = std::make_shared<std::atomic<bool>>(false);
 
     const StationProjection projection(station.m_station.m_srs);
     for (std::size_t i = 0; i < anomalies.size(); ++i) {
@@ -75,54 +83,24 @@ void AnomalyOverlays::show(const KV_StationItem& station, const OverlayStyle& st
             continue;
         }
         overlay->setName(anomaly.name);
+        overlay->setAlpha(m_opacity);
         shown.group->addChild(overlay);
+        const std::uint64_t handle = m_crisp.add(*overlay, source, i);
         shown.entries[anomaly.name] = {overlay, osgEarth::Registry::objectIndex()->tagNode(overlay, overlay),
-                                       m_crisp.add(*overlay, source, i)};
+                                       handle};
+        m_usual.want(handle, source, i, worldOf(*map, anomaly));
     }
+    shown.group->setNodeMask(m_isVisible ? ~0U : 0U);
     map->addChild(shown.group);
     tintThose(shown, m_tinted, true);
     m_stations[station.GetStationId()] = std::move(shown);
-    paint(station.GetStationId(), source);
+    m_usual.paint();
     redrawGlobe();
 }
 
-// In batches, so that a finer picture of what is near need not wait for all the usual ones.
-void AnomalyOverlays::paint(std::uint32_t stationId, const Source& source) {
-    ++m_paintings;
-    for (std::size_t begin = 0; begin < source->anomalies.size(); begin += kBatch) {
-        const std::size_t end = std::min(begin + kBatch, source->anomalies.size());
-        m_painters.start(
-            [this, stationId, source, begin, end, cancelled = m_stations.at(stationId).cancelled] {
-                Pictures batch;
-                for (std::size_t i = begin; i < end && !*cancelled; ++i) {
-                    const SdiffData& anomaly = source->anomalies[i];
-                    batch[anomaly.name] = osgPicture(overlayPicture(anomaly, source->style));
-                }
-                const bool last = end == source->anomalies.size();
-                QMetaObject::invokeMethod(
-                    this,
-                    [this, stationId, batch, cancelled, last] {
-                        attach(stationId, batch, *cancelled);
-                        if (last) {
-                            --m_paintings;
-                        }
-                    },
-                    Qt::QueuedConnection);
-            });
-    }
-}
-
-void AnomalyOverlays::attach(std::uint32_t stationId, const Pictures& pictures,
-                             const std::atomic<bool>& cancelled) {
-    if (cancelled) {
-        return;
-    }
-    auto& entries = m_stations.at(stationId).entries;
-    for (const auto& [name, picture] : pictures) {
-        const auto entry = entries.find(name);
-        if (entry != entries.end()) {
-            m_crisp.setPicture(entry->second.handle, *picture);
-        }
+void AnomalyOverlays::attach(const std::vector<UsualPictures::Picture>& pictures) {
+    for (const auto& [handle, picture] : pictures) {
+        m_crisp.setPicture(handle, *picture);
     }
     redrawGlobe();
 }
@@ -132,11 +110,13 @@ void AnomalyOverlays::hide(std::uint32_t stationId) {
     if (found == m_stations.end()) {
         return;
     }
-    *found->second.cancelled = true;
+    std::unordered_set<std::uint64_t> handles;
     for (const auto& [name, entry] : found->second.entries) {
         osgEarth::Registry::objectIndex()->remove(entry.id);
         m_crisp.remove(entry.handle);
+        handles.insert(entry.handle);
     }
+    m_usual.forget(handles);
     found->second.group->removeUpdateCallback(m_crisp.frameCallback());
     if (osgEarth::MapNode* map = globeMapNode()) {
         map->removeChild(found->second.group);
@@ -164,6 +144,24 @@ void AnomalyOverlays::tint(const std::vector<std::string>& anomalyNames) {
     redrawGlobe();
 }
 
+void AnomalyOverlays::setVisible(bool isVisible) {
+    m_isVisible = isVisible;
+    for (auto& [stationId, station] : m_stations) {
+        station.group->setNodeMask(isVisible ? ~0U : 0U);
+    }
+    redrawGlobe();
+}
+
+void AnomalyOverlays::setOpacity(float opacity) {
+    m_opacity = opacity;
+    for (auto& [stationId, station] : m_stations) {
+        for (auto& [name, entry] : station.entries) {
+            entry.overlay->setAlpha(opacity);
+        }
+    }
+    redrawGlobe();
+}
+
 void AnomalyOverlays::tintThose(Station& station, const std::set<std::string>& names, bool isTinted) {
     for (const std::string& name : names) {
         const auto entry = station.entries.find(name);
@@ -184,6 +182,7 @@ void AnomalyOverlays::remove(std::uint32_t stationId, const std::string& anomaly
     }
     osgEarth::Registry::objectIndex()->remove(entry->second.id);
     m_crisp.remove(entry->second.handle);
+    m_usual.forget({entry->second.handle});
     found->second.group->removeChild(entry->second.overlay);
     found->second.entries.erase(entry);
     redrawGlobe();

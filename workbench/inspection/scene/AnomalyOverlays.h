@@ -3,9 +3,9 @@
 #include "host/inspection/Station.h"
 #include "workbench/inspection/scene/CrispOverlays.h"
 #include "workbench/inspection/scene/OverlayPicture.h"
+#include "workbench/inspection/scene/UsualPictures.h"
 
 #include <osg/Group>
-#include <osg/Image>
 #include <osg/ref_ptr>
 #include <osgEarth/ObjectIndex>
 #include <osgEarthAnnotation/ImageOverlay>
@@ -13,10 +13,8 @@
 #include <QObject>
 #include <QThreadPool>
 
-#include <atomic>
 #include <cstdint>
 #include <map>
-#include <memory>
 #include <set>
 #include <string>
 #include <vector>
@@ -25,8 +23,8 @@ namespace inspection {
 
 /// The anomalies of the shown stations on the globe: for each station one group named "diffImageOverlay"
 /// under the map node, with one image overlay for each anomaly, named as the anomaly and registered in the
-/// object index. The nodes are there at once; their pictures follow from a thread of their own, finer ones
-/// for those that the view comes near to. Without a globe nothing is shown. GUI thread, which also runs the
+/// object index. The nodes are there at once; their pictures follow from other threads, the nearest first, and finer
+/// ones for those that the view comes near to. Without a globe nothing is shown. GUI thread, which also runs the
 /// frames.
 class AnomalyOverlays : public QObject {
     Q_OBJECT
@@ -46,8 +44,16 @@ public:
     void remove(std::uint32_t stationId, const std::string& anomalyName);
     /// Tints the overlays of these names (GBK), of any station, and no others; also those that come later.
     void tint(const std::vector<std::string>& anomalyNames);
+    /// Shows or hides all of them; hidden ones cannot be picked.
+    void setVisible(bool isVisible);
+    /// Of all of them, 0 (clear) to 1.
+    void setOpacity(float opacity);
     /// True while pictures are being made.
-    bool isPainting() const { return m_paintings != 0 || m_crisp.isPainting(); }
+    bool isPainting() const { return m_usual.isPainting() || m_crisp.isPainting(); }
+
+signals:
+    /// How many of the pictures that are being painted are done.
+    void paintingProgressed(int done, int all);
 
 private:
     using Overlay = osg::ref_ptr<osgEarth::Annotation::ImageOverlay>;
@@ -56,24 +62,20 @@ private:
         osgEarth::ObjectID id = 0;
         std::uint64_t handle = 0; ///< for finer pictures
     };
-    using Source = std::shared_ptr<const OverlaySource>;
-    using Pictures = std::map<std::string, osg::ref_ptr<osg::Image>>;
     struct Station {
         osg::ref_ptr<osg::Group> group;
         std::map<std::string, Entry> entries; ///< by the anomaly's name
-        std::shared_ptr<std::atomic<bool>> cancelled;
     };
 
-    /// The painter's thread sees records and images only: nodes are made and let go of on the GUI thread.
-    void paint(std::uint32_t stationId, const Source& source);
-    void attach(std::uint32_t stationId, const Pictures& pictures, const std::atomic<bool>& cancelled);
-
+    void attach(const std::vector<UsualPictures::Picture>& pictures);
     void tintThose(Station& station, const std::set<std::string>& names, bool isTinted);
 
     std::map<std::uint32_t, Station> m_stations;
     std::set<std::string> m_tinted;
-    int m_paintings = 0;
+    bool m_isVisible = true;
+    float m_opacity = 1.0F;
     QThreadPool m_painters;
+    UsualPictures m_usual;
     CrispOverlays m_crisp;
 };
 

@@ -10,6 +10,12 @@ osgEarth::MapNode* globeMapNode() {
     return g_pCXviewer ? g_pCXviewer->getMapNode() : nullptr;
 }
 
+osg::Vec3d globeEye() {
+    return g_pCXviewer && g_pCXviewer->getViewer()
+               ? g_pCXviewer->getViewer()->getCamera()->getInverseViewMatrix().getTrans()
+               : osg::Vec3d();
+}
+
 void redrawGlobe() {
     if (g_pCXviewer && g_pCXviewer->getViewer()) {
         g_pCXviewer->getViewer()->requestRedraw();

@@ -35,10 +35,11 @@ constexpr float kBorderOpacity = 0.65F;
 osg::ref_ptr<PlaceNode> label(const KV_BasicNode& record, osgEarth::MapNode& map) {
     Style style;
     auto* text = style.getOrCreate<TextSymbol>();
-    text->size() = 15.0;
+    text->size() = 16.0;
     text->font() = "simhei.ttf";
     text->encoding() = TextSymbol::ENCODING_UTF8;
-    text->halo() = osgEarth::Symbology::Stroke(0, 0, 0, 1); // white alone is lost on pale ground
+    text->fill()->color() = Color(0.07F, 0.13F, 0.24F, 1.0F);
+    text->halo() = osgEarth::Symbology::Stroke(1, 1, 1, 1); // neither shade is lost on any ground
     const osg::Vec3d& at = record.GetCoor();
     // Objects that were digitised on the globe know their height; imported outlines may not.
     const auto mode = at.z() == 0.0 ? osgEarth::ALTMODE_RELATIVE : osgEarth::ALTMODE_ABSOLUTE;

@@ -203,7 +203,7 @@ std::vector<Comparison> Session::comparisons() const {
 }
 
 std::int64_t Session::comparisonId() {
-    if (m_comparisonId != kNoComparison || !m_database) {
+    if (m_comparisonId != kNoComparison || !m_database || !m_project) {
         return m_comparisonId;
     }
     try {
@@ -288,7 +288,7 @@ void Session::tellOfOtherPair(const RowChanges& changes, Showing showing) {
         return;
     }
     const std::int64_t other = otherComparison(changes, comparisonId());
-    if (other == kNoComparison) {
+    if (other == kNoComparison || !m_project) {
         return;
     }
     try {

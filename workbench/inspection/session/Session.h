@@ -85,6 +85,8 @@ public:
     void setMapPictureSource(std::function<QImage()> source) { m_mapPicture = std::move(source); }
     QImage mapPicture() const { return m_mapPicture ? m_mapPicture() : QImage(); }
 
+    /// Something that needs no answer; one Chinese line.
+    void notice(const QString& text) { emit noticed(text); }
     /// One message box titled "提示"; waits for the user.
     void warn(const QString& text) const;
     void inform(const QString& text) const;

@@ -7,6 +7,10 @@
 #include "workbench/inspectiondata/database/Schema.h"
 #include "workbench/inspectiondata/database/StationTable.h"
 
+#include <QApplication>
+#include <QLineEdit>
+#include <QToolTip>
+
 #include <algorithm>
 #include <set>
 
@@ -22,6 +26,18 @@ std::uint32_t idOf(const QTreeWidgetItem& entry) {
 
 int typeOf(const QTreeWidgetItem& entry) {
     return entry.data(StationTree::NameColumn, StationTree::kObjectTypeRole).toInt();
+}
+
+/// The line in a form that has that text; null when there is none.
+QWidget* fieldWith(const QString& text) {
+    for (const QWidget* form : QApplication::topLevelWidgets()) {
+        for (QLineEdit* field : form->findChildren<QLineEdit*>()) {
+            if (field->isVisible() && field->text() == text) {
+                return field;
+            }
+        }
+    }
+    return nullptr;
 }
 
 } // namespace
@@ -115,6 +131,18 @@ QString SpecialObjects::nameOf(const QTreeWidgetItem* entry) const {
     const auto found = std::find_if(m_entries.begin(), m_entries.end(),
                                     [entry](const auto& object) { return object.second == entry; });
     return found == m_entries.end() ? QString() : found->first;
+}
+
+bool SpecialObjects::tellIfTaken(const QString& name) const {
+    if (!contains(name)) {
+        return false;
+    }
+    const QString text = tr("名称“%1”已被使用，请换一个名称").arg(name);
+    m_session.notice(text);
+    if (QWidget* field = fieldWith(name)) {
+        QToolTip::showText(field->mapToGlobal(QPoint(0, field->height())), text.toHtmlEscaped(), field);
+    }
+    return true;
 }
 
 void SpecialObjects::select(const QString& name) {

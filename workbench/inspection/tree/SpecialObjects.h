@@ -32,6 +32,9 @@ public:
     void clear();
 
     bool contains(const QString& name) const { return m_entries.count(name) != 0; }
+    /// Whether an object has that name. A form that asks says nothing when it is so: then the user is told, beside the
+    /// field with the name and in the status bar.
+    bool tellIfTaken(const QString& name) const;
     /// Selects it in the tree; an unknown name changes nothing.
     void select(const QString& name);
     /// Longitude, latitude and height of a tree entry's object; nothing when it is no longer stored.

@@ -363,7 +363,7 @@ bool StationTreeWindow::SetcurrentdiffSelected(KV_StationItem* station) {
 }
 
 bool StationTreeWindow::isReiterated_node(const QString& name) const {
-    return m_objects->contains(name);
+    return m_objects->tellIfTaken(name);
 }
 
 void StationTreeWindow::SelectNode(const QString& name) {

@@ -97,6 +97,10 @@ void storeStationResult(KV_MySQL& database, const StationResult& result) {
                                                    {"cells", result.cells}});
 }
 
+std::vector<KV_BasicNode> readPipeNodes(KV_MySQL& database) {
+    return readNodes<KV_BasicNode>(database, KV_PIPE_NODE);
+}
+
 std::vector<Special_Point> readSpecialPoints(KV_MySQL& database) {
     return readNodes<Special_Point>(database, KV_SPECIAL_POINT);
 }

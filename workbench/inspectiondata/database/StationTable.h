@@ -45,6 +45,7 @@ readStationResult(mysqlhelper::KV_MySQL& database, std::uint32_t stationId, cons
 INSPECTIONDATA_API void storeStationResult(mysqlhelper::KV_MySQL& database, const StationResult& result);
 
 /// All objects of a table by id, with their type code and the version of their row.
+INSPECTIONDATA_API std::vector<KV_BasicNode> readPipeNodes(mysqlhelper::KV_MySQL& database);
 INSPECTIONDATA_API std::vector<Special_Point> readSpecialPoints(mysqlhelper::KV_MySQL& database);
 INSPECTIONDATA_API std::vector<Special_Area> readSpecialAreas(mysqlhelper::KV_MySQL& database);
 INSPECTIONDATA_API std::vector<Special_Polygon> readHighConsequenceAreas(mysqlhelper::KV_MySQL& database);

@@ -48,7 +48,7 @@ std::unique_ptr<OGRCoordinateTransformation> transformation(const QString& srs, 
     }
     line.StripVertical();
     line.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
-    OGRSpatialReference target(grid.srs());
+    const OGRSpatialReference& target = grid.srs();
     if (line.IsSame(&target) != 0) {
         known = true;
         return nullptr;

@@ -8,6 +8,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <limits>
 
 namespace inspection {
 
@@ -36,6 +38,24 @@ Part placesOf(const OGRLineString& line) {
         part.emplace_back(point.getX(), point.getY());
     }
     return part;
+}
+
+/// The rings of an area or of several.
+std::vector<Part> ringsOf(const OGRGeometry& geometry) {
+    std::vector<Part> rings;
+    const auto append = [&](const OGRPolygon& polygon) {
+        for (const OGRLinearRing* ring : polygon) {
+            rings.push_back(placesOf(*ring));
+        }
+    };
+    if (wkbFlatten(geometry.getGeometryType()) == wkbPolygon) {
+        append(*geometry.toPolygon());
+    } else if (wkbFlatten(geometry.getGeometryType()) == wkbMultiPolygon) {
+        for (const OGRPolygon* polygon : *geometry.toMultiPolygon()) {
+            append(*polygon);
+        }
+    }
+    return rings;
 }
 
 double length(const QPointF& vector) {
@@ -95,6 +115,17 @@ void Pipeline::append(const OGRGeometry& geometry) {
     }
 }
 
+double Pipeline::lengthMetres() const {
+    double least = std::numeric_limits<double>::max();
+    double most = std::numeric_limits<double>::lowest();
+    for (const std::vector<double>& part : m_chainages) {
+        const auto [low, high] = std::minmax_element(part.begin(), part.end());
+        least = std::min(least, *low);
+        most = std::max(most, *high);
+    }
+    return std::max(most - least, 0.0);
+}
+
 std::optional<PipePosition> Pipeline::positionOf(const QPointF& point) const {
     std::optional<PipePosition> nearest;
     for (std::size_t part = 0; part < m_parts.size(); ++part) {
@@ -110,6 +141,59 @@ std::optional<PipePosition> Pipeline::positionOf(const QPointF& point) const {
         }
     }
     return nearest;
+}
+
+std::vector<ChainageMark> Pipeline::marks(double intervalMetres) const {
+    std::vector<ChainageMark> marks;
+    for (std::size_t part = 0; part < m_parts.size(); ++part) {
+        const Part& places = m_parts[part];
+        const std::vector<double>& chainages = m_chainages[part];
+        for (std::size_t i = 0; i + 1 < places.size(); ++i) {
+            const double from = chainages[i];
+            const double to = chainages[i + 1];
+            // A mark on a vertex belongs to the segment that begins there; the line may run down its chainages.
+            const auto first = static_cast<std::int64_t>(std::ceil(std::min(from, to) / intervalMetres));
+            const bool isLast = i + 2 == places.size();
+            for (std::int64_t k = first; double(k) * intervalMetres <= std::max(from, to); ++k) {
+                const double chainage = double(k) * intervalMetres;
+                if (from == to || (chainage == to && !isLast)) {
+                    continue;
+                }
+                const double share = (chainage - from) / (to - from);
+                marks.push_back({chainage, places[i] + share * (places[i + 1] - places[i])});
+            }
+        }
+    }
+    return marks;
+}
+
+std::vector<std::vector<QPointF>> Pipeline::bufferOutlines(double metres) const {
+    const auto own = referenceOf(m_crs);
+    if (!own || m_parts.empty()) {
+        return {};
+    }
+    const QPointF first = m_parts.front().front();
+    const OGRSpatialReference plane =
+        own->IsGeographic() != 0 ? projectedReferenceAt(first.x(), first.y()) : *own;
+    const Transformation toPlane = transformationBetween(*own, plane);
+    const Transformation toOwn = transformationBetween(plane, *own);
+    OGRMultiLineString lines;
+    for (const Part& part : m_parts) {
+        OGRLineString line;
+        for (const QPointF& place : part) {
+            line.addPoint(place.x(), place.y());
+        }
+        lines.addGeometry(&line);
+    }
+    constexpr int kSegmentsOfQuadrant = 8;
+    if (!toPlane || !toOwn || lines.transform(toPlane.get()) != OGRERR_NONE) {
+        return {};
+    }
+    const OGRGeometryUniquePtr area(lines.Buffer(metres / plane.GetLinearUnits(), kSegmentsOfQuadrant));
+    if (!area || area->transform(toOwn.get()) != OGRERR_NONE) {
+        return {};
+    }
+    return ringsOf(*area);
 }
 
 QString chainageText(double metres) {

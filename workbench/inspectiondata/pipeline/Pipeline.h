@@ -19,6 +19,12 @@ struct PipePosition {
     double offsetMetres = 0.0; ///< shortest distance from it, on the map plane
 };
 
+/// A place on the pipe at a round chainage.
+struct ChainageMark {
+    double chainageMetres = 0.0;
+    QPointF place;
+};
+
 /// The pipe's centre line in the project's reference system. Its measures are chainages in metres; where it has none
 /// they count along the line from its start.
 class INSPECTIONDATA_API Pipeline {
@@ -29,8 +35,15 @@ public:
     const std::vector<std::vector<QPointF>>& parts() const { return m_parts; }
     /// The reference system of the parts, the project's.
     const QString& crs() const { return m_crs; }
+    /// Between the smallest and the largest chainage; 0 without a centre line.
+    double lengthMetres() const;
     /// Empty without a centre line.
     std::optional<PipePosition> positionOf(const QPointF& point) const;
+    /// Where the chainage is a multiple of `intervalMetres` (above 0), along each part.
+    std::vector<ChainageMark> marks(double intervalMetres) const;
+    /// The outlines of what lies within that distance of the line, rings in the line's own system. Empty
+    /// without a line.
+    std::vector<std::vector<QPointF>> bufferOutlines(double metres) const;
 
 private:
     void append(const OGRGeometry& geometry);
