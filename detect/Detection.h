@@ -123,6 +123,8 @@ struct Rules {
     bool sliver = true;
     /// It is no narrow or ragged patch whose heights scatter from cell to cell, as leaves and grass do.
     bool speckle = true;
+    /// It stands out of the scatter where both epochs show another surface each time: plants, water.
+    bool restless = true;
 };
 
 /// How many components the rules have turned away. All reach their level of detection.

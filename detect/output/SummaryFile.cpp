@@ -27,6 +27,9 @@ CPLJSONObject rulesObject(const Parameters& parameters, const Rejections& reject
     rules.Add("core", ruleObject(parameters.rules.core, rejections.core));
     rules.Add("sliver", ruleObject(parameters.rules.sliver, rejections.sliver));
     rules.Add("speckle", ruleObject(parameters.rules.speckle, rejections.speckle));
+    CPLJSONObject restless;
+    restless.Add("on", parameters.rules.restless);
+    rules.Add("restless", restless);
     return rules;
 }
 

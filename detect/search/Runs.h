@@ -27,6 +27,8 @@ struct Run {
     /// A single cell with a weaker dZ between two runs of this sign. It joins them when the cells above and
     /// below are members of the same sign too, and is dropped otherwise.
     bool gap = false;
+    /// Its levels of detection are those of restless ground; see StandingOut.
+    bool restless = false;
     float lowest = 0.0F;       ///< dZ, metres
     float highest = 0.0F;      ///< dZ, metres
     float strongest = 0.0F;    ///< largest |dZ| of a cell over its level of detection

@@ -1,0 +1,393 @@
+#include "detect/search/RestlessGround.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace detect {
+
+namespace {
+
+constexpr double kStepMetres = 0.5;
+constexpr int kMostStep = 16;
+constexpr int kStepsAcrossTile = 8;
+constexpr int kDistanceSteps[] = {4, 8, 16};
+constexpr int kWindowReach = 2; ///< tiles around the middle one
+constexpr std::size_t kMostChunks = 4096;
+/// Of the cells of a window; noise of 0.07 m leaves one in fifty at half a threshold of 0.3 m.
+constexpr int kLeastShareOfEachSign = 16; ///< one in so many
+/// A wall that one epoch shows aside must not speak for the whole window.
+constexpr float kMostOverMedian = 4.0F;
+constexpr float kMostOverOwn = 3.0F;
+constexpr float kMostOverShortest = 3.0F;
+constexpr float kMeanSigmas = 5.0F;
+/// Variance of a second difference over that of a cell.
+constexpr float kSecondDifference = 6.0F;
+
+double cellMetres(const Grid& grid) {
+    const std::array<double, 4> step = grid.cellStepsMetres();
+    return std::sqrt(std::abs(step[0] * step[3] - step[1] * step[2]));
+}
+
+int chunkIndex(int tile, int tilesAcross) {
+    return tile / tilesAcross;
+}
+
+constexpr double kNoMean = std::numeric_limits<double>::quiet_NaN();
+
+/// Of dZ, from what each epoch has of its own.
+float scatterFrom(float old, float young) {
+    return std::sqrt(std::max(0.0F, 2.0F * std::min(old, young)) / kSecondDifference);
+}
+
+/// Mean of what is measured, single large values cut back; NaN for nothing.
+float steadyMean(std::vector<float>& values) {
+    values.erase(std::remove_if(values.begin(), values.end(), [](float v) { return v != v; }), values.end());
+    if (values.empty()) {
+        return std::numeric_limits<float>::quiet_NaN();
+    }
+    std::sort(values.begin(), values.end()); // sums must not depend on the order of the tiles either
+    const float most = kMostOverMedian * std::abs(values[values.size() / 2]);
+    float sum = 0.0F;
+    for (const float value : values) {
+        sum += std::min(value, most);
+    }
+    return sum / static_cast<float>(values.size());
+}
+
+/// a (a - b), but b no more than twice as large as a: a mean over few tiles must not lean on one change of metres.
+float ownShare(double a, double b) {
+    const double most = 2.0 * std::abs(a);
+    return static_cast<float>(a * (a - std::clamp(b, -most, most)));
+}
+
+/// Sums over the places whose three posts are measured in both epochs.
+struct Sums {
+    float old = 0.0F;
+    float young = 0.0F;
+    int count = 0;
+
+    void add(const float* oldHeight, const float* newHeight, std::ptrdiff_t apart) {
+        const float a = oldHeight[-apart] - 2.0F * oldHeight[0] + oldHeight[apart];
+        const float b = newHeight[-apart] - 2.0F * newHeight[0] + newHeight[apart];
+        if (a == a && b == b) {
+            old += a * (a - b);
+            young += b * (b - a);
+            ++count;
+        }
+    }
+};
+
+} // namespace
+
+RestlessGround::Tiles RestlessGround::Tiles::around(int tiles, const Tiles& limits) const {
+    return {std::max(limits.firstRow, firstRow - tiles), std::max(limits.firstColumn, firstColumn - tiles),
+            std::min(limits.lastRow, lastRow + tiles), std::min(limits.lastColumn, lastColumn + tiles)};
+}
+
+RestlessGround::RestlessGround(PairReader reader, const PairLayout& layout,
+                               const HeightCorrection& correction, const Shift& shift, float memberMetres,
+                               float stableMetres)
+    : m_reader(std::move(reader)), m_overlap(layout.overlap), m_correction(correction), m_shift(shift),
+      m_memberMetres(memberMetres), m_stableMetres(stableMetres),
+      m_step(static_cast<int>(
+          std::clamp<double>(std::floor(kStepMetres / cellMetres(layout.oldRaster.grid)), 1.0, kMostStep))),
+      m_tile(kStepsAcrossTile * m_step), m_all(tilesOf(layout.overlap)) {}
+
+RestlessGround::Tiles RestlessGround::tilesOf(const CellWindow& window) const {
+    return {window.row / m_tile, window.column / m_tile, (window.row + window.rows - 1) / m_tile,
+            (window.column + window.columns - 1) / m_tile};
+}
+
+Result<RestlessTiles> RestlessGround::look(const CellWindow& window) {
+    if (m_chunks.size() > kMostChunks) {
+        m_chunks.clear();
+    }
+    const Tiles tiles = tilesOf(window);
+    const Tiles windows = tiles.around(kWindowReach, m_all);
+    const Tiles around = tiles.around(2 * kWindowReach, m_all);
+    const auto count = [this](int row, int column, Chunk& chunk) {
+        return chunk.measured[0] < 0 ? countSigns(row, column, chunk) : Status();
+    };
+    if (auto done = forChunks(around, count); !done) {
+        return failed(done);
+    }
+    RestlessTiles found;
+    bool calm = true;
+    for (int row = windows.firstRow; calm && row <= windows.lastRow; ++row) {
+        for (int column = windows.firstColumn; calm && column <= windows.lastColumn; ++column) {
+            calm = !mixes(row, column);
+        }
+    }
+    if (calm) {
+        return found;
+    }
+    const auto measure = [this](int row, int column, Chunk& chunk) {
+        return chunk.roughness.empty() ? measureRoughness(row, column, chunk) : Status();
+    };
+    if (auto done = forChunks(around, measure); !done) {
+        return failed(done);
+    }
+    found.cellsAcrossTile = m_tile;
+    found.firstRow = tiles.firstRow;
+    found.firstColumn = tiles.firstColumn;
+    found.columns = tiles.lastColumn - tiles.firstColumn + 1;
+    calm = true;
+    for (int row = tiles.firstRow; row <= tiles.lastRow; ++row) {
+        for (int column = tiles.firstColumn; column <= tiles.lastColumn; ++column) {
+            found.tiles.push_back(judge(row, column));
+            calm = calm && found.tiles.back().scatterMetres == 0.0F;
+        }
+    }
+    if (calm) {
+        found.tiles.clear();
+    }
+    return found;
+}
+
+Status RestlessGround::readDz(const CellWindow& window, std::vector<float>& dz) {
+    if (auto done = readBoth(window); !done) {
+        return failed(done);
+    }
+    dz.resize(m_old.size());
+    for (std::size_t i = 0; i < dz.size(); ++i) {
+        dz[i] = m_new[i] - m_old[i];
+    }
+    return {};
+}
+
+Status RestlessGround::readBoth(const CellWindow& window) {
+    m_old.resize(static_cast<std::size_t>(window.cells()));
+    m_new.resize(m_old.size());
+    if (auto done = m_reader.readOld(window, m_old.data()); !done) {
+        return failed(done);
+    }
+    if (auto done = m_reader.readNew(window, m_shift, m_new.data()); !done) {
+        return failed(done);
+    }
+    m_correction.addTo(window, m_new.data());
+    return {};
+}
+
+template<class Visit>
+Status RestlessGround::forChunks(const Tiles& tiles, const Visit& visit) {
+    for (int row = chunkIndex(tiles.firstRow, kTilesAcross); row <= chunkIndex(tiles.lastRow, kTilesAcross);
+         ++row) {
+        for (int column = chunkIndex(tiles.firstColumn, kTilesAcross);
+             column <= chunkIndex(tiles.lastColumn, kTilesAcross); ++column) {
+            auto [place, isNew] = m_chunks.try_emplace({row, column});
+            if (isNew) {
+                place->second.measured[0] = -1;
+                place->second.oldMean.fill(kNoMean);
+                place->second.newMean.fill(kNoMean);
+            }
+            if (auto done = visit(row, column, place->second); !done) {
+                return failed(done);
+            }
+        }
+    }
+    return {};
+}
+
+RestlessGround::Place RestlessGround::placeOf(int tileRow, int tileColumn) const {
+    const Chunk& chunk =
+        m_chunks.at({chunkIndex(tileRow, kTilesAcross), chunkIndex(tileColumn, kTilesAcross)});
+    return {&chunk,
+            static_cast<std::size_t>((tileRow % kTilesAcross) * kTilesAcross + tileColumn % kTilesAcross)};
+}
+
+Status RestlessGround::countSigns(int chunkRow, int chunkColumn, Chunk& chunk) {
+    const int side = kTilesAcross * m_tile;
+    const CellWindow window = intersect({chunkColumn * side, chunkRow * side, side, side}, m_overlap);
+    chunk.measured[0] = 0;
+    if (window.empty() || m_reader.isEmpty(window)) {
+        return {};
+    }
+    if (auto done = readBoth(window); !done) {
+        return failed(done);
+    }
+    std::array<double, kTiles> oldSum{};
+    std::array<double, kTiles> newSum{};
+    std::size_t cell = 0;
+    for (int row = window.row; row < window.row + window.rows; ++row) {
+        for (int column = window.column; column < window.column + window.columns; ++column, ++cell) {
+            const auto tile =
+                static_cast<std::size_t>((row % side) / m_tile * kTilesAcross + (column % side) / m_tile);
+            const float dz = m_new[cell] - m_old[cell];
+            chunk.risen[tile] += dz >= m_memberMetres ? 1 : 0;
+            chunk.fallen[tile] += dz <= -m_memberMetres ? 1 : 0;
+            chunk.measured[tile] += dz == dz ? 1 : 0;
+            oldSum[tile] += dz == dz ? static_cast<double>(m_old[cell]) : 0.0;
+            newSum[tile] += dz == dz ? static_cast<double>(m_new[cell]) : 0.0;
+        }
+    }
+    for (std::size_t tile = 0; tile < kTiles; ++tile) {
+        if (2 * chunk.measured[tile] >= m_tile * m_tile) {
+            chunk.oldMean[tile] = oldSum[tile] / chunk.measured[tile];
+            chunk.newMean[tile] = newSum[tile] / chunk.measured[tile];
+        }
+    }
+    return {};
+}
+
+Status RestlessGround::measureRoughness(int chunkRow, int chunkColumn, Chunk& chunk) {
+    const int side = kTilesAcross * m_tile;
+    const int reach = kDistanceSteps[kDistances - 1] * m_step;
+    chunk.roughness.resize(kTiles);
+    const CellWindow read = intersect(
+        {chunkColumn * side - reach, chunkRow * side - reach, side + 2 * reach, side + 2 * reach}, m_overlap);
+    if (auto done = readBoth(read); !done) {
+        return failed(done);
+    }
+    for (int tile = 0; tile < kTiles; ++tile) {
+        const CellWindow cells{chunkColumn * side + tile % kTilesAcross * m_tile,
+                               chunkRow * side + tile / kTilesAcross * m_tile, m_tile, m_tile};
+        chunk.roughness[static_cast<std::size_t>(tile)] = roughnessOf(intersect(cells, m_overlap), read);
+    }
+    return {};
+}
+
+RestlessGround::Roughness RestlessGround::roughnessOf(const CellWindow& tile, const CellWindow& read) const {
+    const std::ptrdiff_t width = read.columns;
+    Roughness roughness;
+    for (std::size_t i = 0; i < kDistances; ++i) {
+        const int apart = kDistanceSteps[i] * m_step;
+        Sums sums;
+        for (int row = tile.row - read.row; row < tile.row - read.row + tile.rows; row += m_step) {
+            const bool hasRows = row >= apart && row + apart < read.rows;
+            for (int column = tile.column - read.column; column < tile.column - read.column + tile.columns;
+                 column += m_step) {
+                const std::ptrdiff_t cell = row * width + column;
+                if (column >= apart && column + apart < read.columns) {
+                    sums.add(m_old.data() + cell, m_new.data() + cell, apart);
+                }
+                if (hasRows) {
+                    sums.add(m_old.data() + cell, m_new.data() + cell, apart * width);
+                }
+            }
+        }
+        const auto count = static_cast<float>(sums.count);
+        roughness.old[i] = sums.old / count; // NaN for none
+        roughness.young[i] = sums.young / count;
+    }
+    return roughness;
+}
+
+bool RestlessGround::mixes(int tileRow, int tileColumn) const {
+    const Tiles window = Tiles{tileRow, tileColumn, tileRow, tileColumn}.around(kWindowReach, m_all);
+    int risen = 0;
+    int fallen = 0;
+    int measured = 0;
+    for (int row = window.firstRow; row <= window.lastRow; ++row) {
+        for (int column = window.firstColumn; column <= window.lastColumn; ++column) {
+            const auto [chunk, tile] = placeOf(row, column);
+            risen += chunk->risen[tile];
+            fallen += chunk->fallen[tile];
+            measured += chunk->measured[tile];
+        }
+    }
+    return std::min(risen, fallen) * kLeastShareOfEachSign >= std::max(1, measured);
+}
+
+RestlessGround::Scatter RestlessGround::windowScatter(int tileRow, int tileColumn) {
+    const auto [chunk, place] = placeOf(tileRow, tileColumn);
+    Scatter& kept =
+        m_chunks.at({chunkIndex(tileRow, kTilesAcross), chunkIndex(tileColumn, kTilesAcross)}).windows[place];
+    if (kept.ofCells < 0.0F) {
+        kept.ofCells = 0.0F;
+        if (mixes(tileRow, tileColumn)) {
+            const Tiles window = Tiles{tileRow, tileColumn, tileRow, tileColumn}.around(kWindowReach, m_all);
+            kept = {scatterOfCells(window), std::max(scatterOfMeans(window, 1), scatterOfMeans(window, 2))};
+        }
+    }
+    return kept;
+}
+
+/// Of the distances the one that tells most: what hangs together farther than one of them is seen by the next. But
+/// the shortest must see something of it beyond the surveys' noise, too: beside edges of changes the longer ones err.
+float RestlessGround::scatterOfCells(const Tiles& window) const {
+    float most = 0.0F;
+    float limit = 0.0F;
+    for (std::size_t i = 0; i < kDistances; ++i) {
+        std::vector<float> old;
+        std::vector<float> young;
+        for (int row = window.firstRow; row <= window.lastRow; ++row) {
+            for (int column = window.firstColumn; column <= window.lastColumn; ++column) {
+                const auto [from, tile] = placeOf(row, column);
+                old.push_back(from->roughness[tile].old[i]);
+                young.push_back(from->roughness[tile].young[i]);
+            }
+        }
+        const float scatter = scatterFrom(steadyMean(old), steadyMean(young));
+        if (i == 0) {
+            const float beyondNoise = scatter * scatter - m_stableMetres * m_stableMetres;
+            limit = beyondNoise > 0.0F ? kMostOverShortest * std::sqrt(beyondNoise) : 0.0F;
+        }
+        most = scatter > most ? scatter : most; // false for NaN
+    }
+    return std::min(most, limit);
+}
+
+float RestlessGround::scatterOfMeans(const Tiles& window, int apart) const {
+    std::vector<float> old;
+    std::vector<float> young;
+    const auto add = [&](const Place& before, const Place& here, const Place& after) {
+        const double a = before.chunk->oldMean[before.tile] - 2.0 * here.chunk->oldMean[here.tile] +
+                         after.chunk->oldMean[after.tile];
+        const double b = before.chunk->newMean[before.tile] - 2.0 * here.chunk->newMean[here.tile] +
+                         after.chunk->newMean[after.tile];
+        old.push_back(ownShare(a, b));
+        young.push_back(ownShare(b, a));
+    };
+    for (int row = window.firstRow; row <= window.lastRow; ++row) {
+        for (int column = window.firstColumn; column <= window.lastColumn; ++column) {
+            if (column - apart >= window.firstColumn && column + apart <= window.lastColumn) {
+                add(placeOf(row, column - apart), placeOf(row, column), placeOf(row, column + apart));
+            }
+            if (row - apart >= window.firstRow && row + apart <= window.lastRow) {
+                add(placeOf(row - apart, column), placeOf(row, column), placeOf(row + apart, column));
+            }
+        }
+    }
+    const float scatter = scatterFrom(steadyMean(old), steadyMean(young));
+    return scatter == scatter ? scatter : 0.0F;
+}
+
+float RestlessGround::ownScatter(int tileRow, int tileColumn) const {
+    const auto [chunk, tile] = placeOf(tileRow, tileColumn);
+    const Roughness& roughness = chunk->roughness[tile];
+    float most = 0.0F;
+    for (std::size_t i = 0; i < kDistances; ++i) {
+        const float scatter = scatterFrom(roughness.old[i], roughness.young[i]);
+        most = scatter > most ? scatter : most;
+    }
+    return most;
+}
+
+RestlessTile RestlessGround::judge(int tileRow, int tileColumn) {
+    const Tiles tile{tileRow, tileColumn, tileRow, tileColumn};
+    const Tiles windows = tile.around(kWindowReach, m_all);
+    Scatter most{0.0F, 0.0F};
+    for (int row = windows.firstRow; row <= windows.lastRow; ++row) {
+        for (int column = windows.firstColumn; column <= windows.lastColumn; ++column) {
+            const Scatter scatter = windowScatter(row, column);
+            most.ofCells = std::max(most.ofCells, scatter.ofCells);
+            most.ofMeans = std::max(most.ofMeans, scatter.ofMeans);
+        }
+    }
+    const Tiles beside = tile.around(1, m_all);
+    float own = 0.0F;
+    for (int row = beside.firstRow; row <= beside.lastRow; ++row) {
+        for (int column = beside.firstColumn; column <= beside.lastColumn; ++column) {
+            own = std::max(own, ownScatter(row, column));
+        }
+    }
+    RestlessTile judged;
+    judged.scatterMetres = std::min(most.ofCells, kMostOverOwn * own);
+    const auto [chunk, place] = placeOf(tileRow, tileColumn);
+    const double mean = chunk->newMean[place] - chunk->oldMean[place];
+    const auto needed = static_cast<double>(most.ofCells + kMeanSigmas * most.ofMeans);
+    judged.standsOut = mean >= needed ? 1 : mean <= -needed ? -1 : 0; // 0 for NaN
+    return judged;
+}
+
+} // namespace detect
