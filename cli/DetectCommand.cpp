@@ -152,7 +152,7 @@ int runDetect(const std::vector<std::string>& arguments) {
     if (task->quiet) {
         return kStatusDone;
     }
-    for (const std::string& note : detect::notesOn(told.report.coregistration)) {
+    for (const std::string& note : detect::notesOn(told.report, task->request.parameters)) {
         std::fprintf(stderr, "corridor detect: %s\n", note.c_str());
     }
     told.table.print();

@@ -223,6 +223,9 @@ struct RunReport {
     Coregistration coregistration;
     std::string srsWkt;     ///< the old raster's reference system
     std::int64_t cells = 0; ///< cells compared
+    /// Stable ground scatters by more than a change must reach, so that scatter makes changes everywhere: the epochs
+    /// do not fit, or are no heights.
+    bool scatterExceedsThreshold = false;
     Rejections rejections;
     double seconds = 0.0;
     int threads = 1;

@@ -209,6 +209,9 @@ RunReport reportOf(const Piece& piece) {
     report.coregistration = piece.frame.coregistration;
     report.srsWkt = piece.frame.srsWkt;
     report.cells = piece.cells;
+    report.scatterExceedsThreshold =
+        !piece.frame.parameters.significance &&
+        report.coregistration.nmadAfterMetres > piece.frame.parameters.thresholdMetres;
     report.rejections = piece.rejections;
     report.seconds = piece.seconds;
     report.threads = piece.threads;
