@@ -28,8 +28,8 @@ double cellMetres(const Grid& grid) {
     return std::sqrt(std::abs(step[0] * step[3] - step[1] * step[2]));
 }
 
-int chunkIndex(int tile, int tilesAcross) {
-    return tile / tilesAcross;
+std::int64_t keyOf(int chunkRow, int chunkColumn) {
+    return (std::int64_t{chunkRow} << 32) + chunkColumn;
 }
 
 constexpr double kNoMean = std::numeric_limits<double>::quiet_NaN();
@@ -59,6 +59,22 @@ float ownShare(double a, double b) {
     const double most = 2.0 * std::abs(a);
     return static_cast<float>(a * (a - std::clamp(b, -most, most)));
 }
+
+/// Of cells by their dZ.
+struct Counts {
+    int risen = 0;
+    int fallen = 0;
+    int measured = 0;
+
+    void add(const float* oldHeights, const float* newHeights, int columns, float memberMetres) {
+        for (int i = 0; i < columns; ++i) {
+            const float dz = newHeights[i] - oldHeights[i];
+            risen += static_cast<int>(dz >= memberMetres);
+            fallen += static_cast<int>(dz <= -memberMetres);
+            measured += static_cast<int>(dz == dz);
+        }
+    }
+};
 
 /// Sums over the places whose three posts are measured in both epochs.
 struct Sums {
@@ -115,7 +131,7 @@ Result<RestlessTiles> RestlessGround::look(const CellWindow& window) {
     bool calm = true;
     for (int row = windows.firstRow; calm && row <= windows.lastRow; ++row) {
         for (int column = windows.firstColumn; calm && column <= windows.lastColumn; ++column) {
-            calm = !mixes(row, column);
+            calm = !windowMixes(row, column);
         }
     }
     if (calm) {
@@ -170,11 +186,10 @@ Status RestlessGround::readBoth(const CellWindow& window) {
 
 template<class Visit>
 Status RestlessGround::forChunks(const Tiles& tiles, const Visit& visit) {
-    for (int row = chunkIndex(tiles.firstRow, kTilesAcross); row <= chunkIndex(tiles.lastRow, kTilesAcross);
-         ++row) {
-        for (int column = chunkIndex(tiles.firstColumn, kTilesAcross);
-             column <= chunkIndex(tiles.lastColumn, kTilesAcross); ++column) {
-            auto [place, isNew] = m_chunks.try_emplace({row, column});
+    for (int row = tiles.firstRow / kTilesAcross; row <= tiles.lastRow / kTilesAcross; ++row) {
+        for (int column = tiles.firstColumn / kTilesAcross; column <= tiles.lastColumn / kTilesAcross;
+             ++column) {
+            auto [place, isNew] = m_chunks.try_emplace(keyOf(row, column));
             if (isNew) {
                 place->second.measured[0] = -1;
                 place->second.oldMean.fill(kNoMean);
@@ -189,8 +204,7 @@ Status RestlessGround::forChunks(const Tiles& tiles, const Visit& visit) {
 }
 
 RestlessGround::Place RestlessGround::placeOf(int tileRow, int tileColumn) const {
-    const Chunk& chunk =
-        m_chunks.at({chunkIndex(tileRow, kTilesAcross), chunkIndex(tileColumn, kTilesAcross)});
+    const Chunk& chunk = m_chunks.at(keyOf(tileRow / kTilesAcross, tileColumn / kTilesAcross));
     return {&chunk,
             static_cast<std::size_t>((tileRow % kTilesAcross) * kTilesAcross + tileColumn % kTilesAcross)};
 }
@@ -205,28 +219,26 @@ Status RestlessGround::countSigns(int chunkRow, int chunkColumn, Chunk& chunk) {
     if (auto done = readBoth(window); !done) {
         return failed(done);
     }
-    std::array<double, kTiles> oldSum{};
-    std::array<double, kTiles> newSum{};
-    std::size_t cell = 0;
-    for (int row = window.row; row < window.row + window.rows; ++row) {
-        for (int column = window.column; column < window.column + window.columns; ++column, ++cell) {
-            const auto tile =
-                static_cast<std::size_t>((row % side) / m_tile * kTilesAcross + (column % side) / m_tile);
-            const float dz = m_new[cell] - m_old[cell];
-            chunk.risen[tile] += dz >= m_memberMetres ? 1 : 0;
-            chunk.fallen[tile] += dz <= -m_memberMetres ? 1 : 0;
-            chunk.measured[tile] += dz == dz ? 1 : 0;
-            oldSum[tile] += dz == dz ? static_cast<double>(m_old[cell]) : 0.0;
-            newSum[tile] += dz == dz ? static_cast<double>(m_new[cell]) : 0.0;
+    for (int tile = 0; tile < kTiles; ++tile) {
+        const CellWindow cells = cellsOf(chunkRow, chunkColumn, tile);
+        Counts counts;
+        for (int row = cells.row; row < cells.row + cells.rows; ++row) {
+            const std::ptrdiff_t first =
+                std::ptrdiff_t{row - window.row} * window.columns + (cells.column - window.column);
+            counts.add(m_old.data() + first, m_new.data() + first, cells.columns, m_memberMetres);
         }
-    }
-    for (std::size_t tile = 0; tile < kTiles; ++tile) {
-        if (2 * chunk.measured[tile] >= m_tile * m_tile) {
-            chunk.oldMean[tile] = oldSum[tile] / chunk.measured[tile];
-            chunk.newMean[tile] = newSum[tile] / chunk.measured[tile];
-        }
+        const auto place = static_cast<std::size_t>(tile);
+        chunk.risen[place] = counts.risen;
+        chunk.fallen[place] = counts.fallen;
+        chunk.measured[place] = counts.measured;
     }
     return {};
+}
+
+CellWindow RestlessGround::cellsOf(int chunkRow, int chunkColumn, int tile) const {
+    return intersect({(chunkColumn * kTilesAcross + tile % kTilesAcross) * m_tile,
+                      (chunkRow * kTilesAcross + tile / kTilesAcross) * m_tile, m_tile, m_tile},
+                     m_overlap);
 }
 
 Status RestlessGround::measureRoughness(int chunkRow, int chunkColumn, Chunk& chunk) {
@@ -239,11 +251,34 @@ Status RestlessGround::measureRoughness(int chunkRow, int chunkColumn, Chunk& ch
         return failed(done);
     }
     for (int tile = 0; tile < kTiles; ++tile) {
-        const CellWindow cells{chunkColumn * side + tile % kTilesAcross * m_tile,
-                               chunkRow * side + tile / kTilesAcross * m_tile, m_tile, m_tile};
-        chunk.roughness[static_cast<std::size_t>(tile)] = roughnessOf(intersect(cells, m_overlap), read);
+        const CellWindow cells = cellsOf(chunkRow, chunkColumn, tile);
+        const auto place = static_cast<std::size_t>(tile);
+        chunk.roughness[place] = roughnessOf(cells, read);
+        if (2 * chunk.measured[place] >= m_tile * m_tile) {
+            chunk.oldMean[place] = meanOf(cells, read, m_old);
+            chunk.newMean[place] = meanOf(cells, read, m_new);
+        }
     }
     return {};
+}
+
+/// Of the cells that both epochs show.
+double RestlessGround::meanOf(const CellWindow& tile, const CellWindow& read,
+                              const std::vector<float>& heights) const {
+    double sum = 0.0;
+    int count = 0;
+    for (int row = tile.row - read.row; row < tile.row - read.row + tile.rows; ++row) {
+        for (int column = tile.column - read.column; column < tile.column - read.column + tile.columns;
+             ++column) {
+            const std::size_t cell = static_cast<std::size_t>(row) * static_cast<std::size_t>(read.columns) +
+                                     static_cast<std::size_t>(column);
+            if (m_new[cell] - m_old[cell] == m_new[cell] - m_old[cell]) {
+                sum += static_cast<double>(heights[cell]);
+                ++count;
+            }
+        }
+    }
+    return sum / count;
 }
 
 RestlessGround::Roughness RestlessGround::roughnessOf(const CellWindow& tile, const CellWindow& read) const {
@@ -272,6 +307,20 @@ RestlessGround::Roughness RestlessGround::roughnessOf(const CellWindow& tile, co
     return roughness;
 }
 
+bool RestlessGround::windowMixes(int tileRow, int tileColumn) {
+    Scatter& kept = keptWindow(tileRow, tileColumn);
+    if (kept.mixes < 0) {
+        kept.mixes = mixes(tileRow, tileColumn) ? 1 : 0;
+    }
+    return kept.mixes != 0;
+}
+
+RestlessGround::Scatter& RestlessGround::keptWindow(int tileRow, int tileColumn) {
+    const auto tile =
+        static_cast<std::size_t>((tileRow % kTilesAcross) * kTilesAcross + tileColumn % kTilesAcross);
+    return m_chunks.at(keyOf(tileRow / kTilesAcross, tileColumn / kTilesAcross)).windows[tile];
+}
+
 bool RestlessGround::mixes(int tileRow, int tileColumn) const {
     const Tiles window = Tiles{tileRow, tileColumn, tileRow, tileColumn}.around(kWindowReach, m_all);
     int risen = 0;
@@ -289,14 +338,13 @@ bool RestlessGround::mixes(int tileRow, int tileColumn) const {
 }
 
 RestlessGround::Scatter RestlessGround::windowScatter(int tileRow, int tileColumn) {
-    const auto [chunk, place] = placeOf(tileRow, tileColumn);
-    Scatter& kept =
-        m_chunks.at({chunkIndex(tileRow, kTilesAcross), chunkIndex(tileColumn, kTilesAcross)}).windows[place];
+    Scatter& kept = keptWindow(tileRow, tileColumn);
     if (kept.ofCells < 0.0F) {
         kept.ofCells = 0.0F;
-        if (mixes(tileRow, tileColumn)) {
+        if (windowMixes(tileRow, tileColumn)) {
             const Tiles window = Tiles{tileRow, tileColumn, tileRow, tileColumn}.around(kWindowReach, m_all);
-            kept = {scatterOfCells(window), std::max(scatterOfMeans(window, 1), scatterOfMeans(window, 2))};
+            kept.ofCells = scatterOfCells(window);
+            kept.ofMeans = std::max(scatterOfMeans(window, 1), scatterOfMeans(window, 2));
         }
     }
     return kept;
@@ -366,7 +414,8 @@ float RestlessGround::ownScatter(int tileRow, int tileColumn) const {
 RestlessTile RestlessGround::judge(int tileRow, int tileColumn) {
     const Tiles tile{tileRow, tileColumn, tileRow, tileColumn};
     const Tiles windows = tile.around(kWindowReach, m_all);
-    Scatter most{0.0F, 0.0F};
+    Scatter most;
+    most.ofCells = 0.0F;
     for (int row = windows.firstRow; row <= windows.lastRow; ++row) {
         for (int column = windows.firstColumn; column <= windows.lastColumn; ++column) {
             const Scatter scatter = windowScatter(row, column);

@@ -4,7 +4,7 @@
 #include "detect/raster/RasterPair.h"
 
 #include <array>
-#include <map>
+#include <unordered_map>
 
 namespace detect {
 
@@ -74,6 +74,7 @@ private:
     struct Scatter {
         float ofCells = -1.0F; ///< metres; negative while not known
         float ofMeans = 0.0F;
+        std::int8_t mixes = -1; ///< whether rises and falls mix; negative while not known
     };
     struct Chunk {
         std::array<int, kTiles> risen{};
@@ -95,7 +96,6 @@ private:
     };
 
     Tiles tilesOf(const CellWindow& window) const;
-    Chunk& chunkOf(int tileRow, int tileColumn);
     Place placeOf(int tileRow, int tileColumn) const;
     template<class Visit>
     Status forChunks(const Tiles& tiles, const Visit& visit);
@@ -104,6 +104,10 @@ private:
     Status measureRoughness(int chunkRow, int chunkColumn, Chunk& chunk);
     Roughness roughnessOf(const CellWindow& tile, const CellWindow& read) const;
     bool mixes(int tileRow, int tileColumn) const;
+    bool windowMixes(int tileRow, int tileColumn);
+    Scatter& keptWindow(int tileRow, int tileColumn);
+    CellWindow cellsOf(int chunkRow, int chunkColumn, int tile) const;
+    double meanOf(const CellWindow& tile, const CellWindow& read, const std::vector<float>& heights) const;
     Scatter windowScatter(int tileRow, int tileColumn);
     float scatterOfCells(const Tiles& window) const;
     float scatterOfMeans(const Tiles& window, int apart) const;
@@ -119,7 +123,7 @@ private:
     int m_step = 1; ///< cells; finer ones are passed over
     int m_tile = 8; ///< cells
     Tiles m_all;    ///< that the overlap touches
-    std::map<std::pair<int, int>, Chunk> m_chunks;
+    std::unordered_map<std::int64_t, Chunk> m_chunks;
     std::vector<float> m_old;
     std::vector<float> m_new;
 };
