@@ -86,8 +86,9 @@ struct RowOfCells {
     int firstColumn = 0;
     /// Standard deviation of each cell's dZ, metres; null where one holds for all.
     const float* sigmas = nullptr;
-    /// Median of the dZ of each cell and the eight around it, metres; NaN where one of them is missing.
-    const float* medians = nullptr;
+    /// +1 or -1 where the median of the dZ of a cell and the eight around it makes it the rim of a change, 0 elsewhere;
+    /// null where no cell is.
+    const std::int8_t* rims = nullptr;
 };
 
 /// Level of detection of a cell: so many standard deviations of its dZ, and at least the threshold; metres.
@@ -130,7 +131,6 @@ public:
 
 private:
     void markSigns(const RowOfCells& cells);
-    void addRim(const RowOfCells& cells);
 
     CellLevel m_level;
     float m_growRatio;
