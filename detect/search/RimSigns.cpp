@@ -8,6 +8,20 @@ namespace {
 constexpr std::int8_t kMiddle = 5;
 constexpr std::int8_t kMissing = -10;
 
+/// Bytes may lie over anything, so that only plain pointers let the compiler take many at once.
+void addUp(const std::vector<std::int8_t>& first, const std::vector<std::int8_t>& second,
+           const std::vector<std::int8_t>& third, std::vector<std::int8_t>& all) {
+    const std::size_t count = first.size();
+    all.resize(count);
+    const std::int8_t* const a = first.data();
+    const std::int8_t* const b = second.data();
+    const std::int8_t* const c = third.data();
+    std::int8_t* const sums = all.data();
+    for (std::size_t i = 0; i < count; ++i) {
+        sums[i] = static_cast<std::int8_t>(a[i] + b[i] + c[i]);
+    }
+}
+
 } // namespace
 
 const std::int8_t* RimSigns::of(const float* rows, std::size_t width, int row, std::size_t begin,
@@ -18,13 +32,6 @@ const std::int8_t* RimSigns::of(const float* rows, std::size_t width, int row, s
         mark(dz, count, m_marks[static_cast<std::size_t>(other % 3)]);
     }
     m_nextRow = row + 1;
-    const auto addUp = [count](const std::vector<std::int8_t>& a, const std::vector<std::int8_t>& b,
-                               const std::vector<std::int8_t>& c, std::vector<std::int8_t>& sums) {
-        sums.resize(count);
-        for (std::size_t i = 0; i < count; ++i) {
-            sums[i] = static_cast<std::int8_t>(a[i] + b[i] + c[i]);
-        }
-    };
     addUp(m_marks[0].risen, m_marks[1].risen, m_marks[2].risen, m_sums.risen);
     addUp(m_marks[0].fallen, m_marks[1].fallen, m_marks[2].fallen, m_sums.fallen);
     m_signs.resize(columns);

@@ -83,9 +83,9 @@ void RunFinder::markSigns(const RowOfCells& cells) {
             signs[i] = sign(dz[i], level.at(sigmas[i]) * growRatio);
         }
     }
-    for (std::size_t i = 0; cells.rims && i < count;
-         ++i) { // weak cells of a gentle rim, which noise would fray
-        signs[i] = signs[i] != 0 ? signs[i] : cells.rims[i];
+    const std::int8_t* const rims = cells.rims; // signs could lie over the pointer
+    for (std::size_t i = 0; rims && i < count; ++i) {
+        signs[i] = signs[i] != 0 ? signs[i] : rims[i];
     }
 }
 
