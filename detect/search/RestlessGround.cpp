@@ -10,19 +10,13 @@ namespace {
 constexpr double kStepMetres = 0.5;
 constexpr int kMostStep = 16;
 constexpr int kStepsAcrossTile = 8;
-constexpr int kDistanceSteps[] = {4, 8, 16};
 constexpr int kWindowReach = 2; ///< tiles around the middle one
 constexpr std::size_t kMostChunks = 4096;
 /// Of the cells of a window; noise of 0.07 m leaves one in fifty at half a threshold of 0.3 m.
 constexpr int kLeastShareOfEachSign = 16; ///< one in so many
-/// A wall that one epoch shows aside must not speak for the whole window.
-constexpr float kMostOverMedian = 4.0F;
 constexpr float kMostOverOwn = 3.0F;
 constexpr float kMostOverShortest = 3.0F;
 constexpr float kMeanSigmas = 5.0F;
-/// Variance of a second difference over that of a cell.
-constexpr float kSecondDifference = 6.0F;
-
 double cellMetres(const Grid& grid) {
     const std::array<double, 4> step = grid.cellStepsMetres();
     return std::sqrt(std::abs(step[0] * step[3] - step[1] * step[2]));
@@ -33,32 +27,6 @@ std::int64_t keyOf(int chunkRow, int chunkColumn) {
 }
 
 constexpr double kNoMean = std::numeric_limits<double>::quiet_NaN();
-
-/// Of dZ, from what each epoch has of its own.
-float scatterFrom(float old, float young) {
-    return std::sqrt(std::max(0.0F, 2.0F * std::min(old, young)) / kSecondDifference);
-}
-
-/// Mean of what is measured, single large values cut back; NaN for nothing.
-float steadyMean(std::vector<float>& values) {
-    values.erase(std::remove_if(values.begin(), values.end(), [](float v) { return v != v; }), values.end());
-    if (values.empty()) {
-        return std::numeric_limits<float>::quiet_NaN();
-    }
-    std::sort(values.begin(), values.end()); // sums must not depend on the order of the tiles either
-    const float most = kMostOverMedian * std::abs(values[values.size() / 2]);
-    float sum = 0.0F;
-    for (const float value : values) {
-        sum += std::min(value, most);
-    }
-    return sum / static_cast<float>(values.size());
-}
-
-/// a (a - b), but b no more than twice as large as a: a mean over few tiles must not lean on one change of metres.
-float ownShare(double a, double b) {
-    const double most = 2.0 * std::abs(a);
-    return static_cast<float>(a * (a - std::clamp(b, -most, most)));
-}
 
 /// Of cells by their dZ.
 struct Counts {
@@ -72,23 +40,6 @@ struct Counts {
             risen += static_cast<int>(dz >= memberMetres);
             fallen += static_cast<int>(dz <= -memberMetres);
             measured += static_cast<int>(dz == dz);
-        }
-    }
-};
-
-/// Sums over the places whose three posts are measured in both epochs.
-struct Sums {
-    float old = 0.0F;
-    float young = 0.0F;
-    int count = 0;
-
-    void add(const float* oldHeight, const float* newHeight, std::ptrdiff_t apart) {
-        const float a = oldHeight[-apart] - 2.0F * oldHeight[0] + oldHeight[apart];
-        const float b = newHeight[-apart] - 2.0F * newHeight[0] + newHeight[apart];
-        if (a == a && b == b) {
-            old += a * (a - b);
-            young += b * (b - a);
-            ++count;
         }
     }
 };
@@ -243,7 +194,7 @@ CellWindow RestlessGround::cellsOf(int chunkRow, int chunkColumn, int tile) cons
 
 Status RestlessGround::measureRoughness(int chunkRow, int chunkColumn, Chunk& chunk) {
     const int side = kTilesAcross * m_tile;
-    const int reach = kDistanceSteps[kDistances - 1] * m_step;
+    const int reach = kFarthestSteps * m_step;
     chunk.roughness.resize(kTiles);
     const CellWindow read = intersect(
         {chunkColumn * side - reach, chunkRow * side - reach, side + 2 * reach, side + 2 * reach}, m_overlap);
@@ -253,7 +204,7 @@ Status RestlessGround::measureRoughness(int chunkRow, int chunkColumn, Chunk& ch
     for (int tile = 0; tile < kTiles; ++tile) {
         const CellWindow cells = cellsOf(chunkRow, chunkColumn, tile);
         const auto place = static_cast<std::size_t>(tile);
-        chunk.roughness[place] = roughnessOf(cells, read);
+        chunk.roughness[place] = ownRoughness({m_old.data(), m_new.data(), read}, cells, m_step);
         if (2 * chunk.measured[place] >= m_tile * m_tile) {
             chunk.oldMean[place] = meanOf(cells, read, m_old);
             chunk.newMean[place] = meanOf(cells, read, m_new);
@@ -279,32 +230,6 @@ double RestlessGround::meanOf(const CellWindow& tile, const CellWindow& read,
         }
     }
     return sum / count;
-}
-
-RestlessGround::Roughness RestlessGround::roughnessOf(const CellWindow& tile, const CellWindow& read) const {
-    const std::ptrdiff_t width = read.columns;
-    Roughness roughness;
-    for (std::size_t i = 0; i < kDistances; ++i) {
-        const int apart = kDistanceSteps[i] * m_step;
-        Sums sums;
-        for (int row = tile.row - read.row; row < tile.row - read.row + tile.rows; row += m_step) {
-            const bool hasRows = row >= apart && row + apart < read.rows;
-            for (int column = tile.column - read.column; column < tile.column - read.column + tile.columns;
-                 column += m_step) {
-                const std::ptrdiff_t cell = row * width + column;
-                if (column >= apart && column + apart < read.columns) {
-                    sums.add(m_old.data() + cell, m_new.data() + cell, apart);
-                }
-                if (hasRows) {
-                    sums.add(m_old.data() + cell, m_new.data() + cell, apart * width);
-                }
-            }
-        }
-        const auto count = static_cast<float>(sums.count);
-        roughness.old[i] = sums.old / count; // NaN for none
-        roughness.young[i] = sums.young / count;
-    }
-    return roughness;
 }
 
 bool RestlessGround::windowMixes(int tileRow, int tileColumn) {
@@ -355,7 +280,7 @@ RestlessGround::Scatter RestlessGround::windowScatter(int tileRow, int tileColum
 float RestlessGround::scatterOfCells(const Tiles& window) const {
     float most = 0.0F;
     float limit = 0.0F;
-    for (std::size_t i = 0; i < kDistances; ++i) {
+    for (std::size_t i = 0; i < OwnRoughness::kDistances; ++i) {
         std::vector<float> old;
         std::vector<float> young;
         for (int row = window.firstRow; row <= window.lastRow; ++row) {
@@ -402,9 +327,9 @@ float RestlessGround::scatterOfMeans(const Tiles& window, int apart) const {
 
 float RestlessGround::ownScatter(int tileRow, int tileColumn) const {
     const auto [chunk, tile] = placeOf(tileRow, tileColumn);
-    const Roughness& roughness = chunk->roughness[tile];
+    const OwnRoughness& roughness = chunk->roughness[tile];
     float most = 0.0F;
-    for (std::size_t i = 0; i < kDistances; ++i) {
+    for (std::size_t i = 0; i < OwnRoughness::kDistances; ++i) {
         const float scatter = scatterFrom(roughness.old[i], roughness.young[i]);
         most = scatter > most ? scatter : most;
     }

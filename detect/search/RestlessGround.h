@@ -2,6 +2,7 @@
 
 #include "detect/raster/HeightCorrection.h"
 #include "detect/raster/RasterPair.h"
+#include "detect/search/OwnRoughness.h"
 
 #include <array>
 #include <unordered_map>
@@ -65,12 +66,7 @@ public:
 private:
     static constexpr int kTilesAcross = 8; ///< of a chunk, which is read at once
     static constexpr int kTiles = kTilesAcross * kTilesAcross;
-    static constexpr int kDistances = 3;
 
-    struct Roughness {
-        std::array<float, kDistances> old{};   ///< mean a (a - b), square metres; NaN where none was measured
-        std::array<float, kDistances> young{}; ///< mean b (b - a)
-    };
     struct Scatter {
         float ofCells = -1.0F; ///< metres; negative while not known
         float ofMeans = 0.0F;
@@ -82,7 +78,7 @@ private:
         std::array<int, kTiles> measured{};
         std::array<double, kTiles> oldMean{}; ///< metres; NaN where less than half was measured
         std::array<double, kTiles> newMean{};
-        std::vector<Roughness> roughness;      ///< of its tiles; empty while nobody needed it
+        std::vector<OwnRoughness> roughness;   ///< of its tiles; empty while nobody needed it
         std::array<Scatter, kTiles> windows{}; ///< of those around its tiles
     };
     struct Tiles {
@@ -102,7 +98,6 @@ private:
     Status readBoth(const CellWindow& window);
     Status countSigns(int chunkRow, int chunkColumn, Chunk& chunk);
     Status measureRoughness(int chunkRow, int chunkColumn, Chunk& chunk);
-    Roughness roughnessOf(const CellWindow& tile, const CellWindow& read) const;
     bool mixes(int tileRow, int tileColumn) const;
     bool windowMixes(int tileRow, int tileColumn);
     Scatter& keptWindow(int tileRow, int tileColumn);
