@@ -1,7 +1,8 @@
 #!/bin/sh
 # Whole-process time and peak memory of `corridor detect` in each mode (two threads) as a ratio to a bare
 # single-thread GDAL read of the same two rasters, and of what else does the same work: the GDAL tools and, where
-# installed, GRASS. Ours and the read are repeated and the fastest counts; the others run once.
+# installed, GRASS. Each of our runs stands beside a read of its own, so that a machine with other work slows both; the
+# medians of the ratios of the time that passed and of the processor's time are told. The others run once.
 #
 #     bench/detect.sh BUILD_DIR [WORK_DIR] [REPEATS] [CELLS ...]        default: a folder under /tmp, 3, 8192 16384
 #
@@ -20,6 +21,30 @@ if [ -z "$work" ]; then
     work=$(mktemp -d)
     trap 'rm -rf "$work"' EXIT
 fi
+
+# One run: seconds that passed, seconds of the processor, peak kilobytes.
+timed() {
+    /usr/bin/time -f "%e %U %S %M" -o "$work/time.log" "$@" >"$work/run.log" 2>&1 || { cat "$work/run.log" >&2; exit 1; }
+    awk '{ print $1, $2 + $3, $4 }' "$work/time.log"
+}
+
+# ratios LABEL COMMAND ...: medians over pairs of a read and the command
+ratios() {
+    label=$1
+    shift
+    : >"$work/pairs.log"
+    i=0
+    while [ $i -lt "$repeats" ]; do
+        echo "$(timed "$build/bin/bench_read_pair" "$folder/old.tif" "$folder/new.tif") $(timed "$@")" >>"$work/pairs.log"
+        i=$((i + 1))
+    done
+    middle=$(((repeats + 1) / 2))
+    passed=$(awk '{ print $4 / $1 }' "$work/pairs.log" | sort -n | sed -n "${middle}p")
+    processor=$(awk '{ print $5 / $2 }' "$work/pairs.log" | sort -n | sed -n "${middle}p")
+    awk -v label="$label" -v passed="$passed" -v processor="$processor" '{ if ($6 > peak) peak = $6 }
+        END { printf "  %-38s ratio %5.2f  of processor time %5.2f  peak %4.0f MB", label, passed, processor, peak / 1024 }' \
+        "$work/pairs.log"
+}
 
 # seconds and peak kilobytes of the fastest of several runs: fastest TIMES COMMAND ...
 fastest() {
@@ -50,10 +75,9 @@ ours() {
     label=$1
     new=$2
     shift 2
-    figures=$(fastest "$repeats" "$build/bin/corridor" detect --old "$folder/old.tif" --new "$new" --threads 2 \
-        --out "$work/result.gpkg" --summary "$work/summary.json" --quiet "$@")
-    anomalies=$(sed -n 's/.*"anomalies": *\([0-9]*\).*/\1 anomalies/p' "$work/summary.json")
-    line "$label" "$figures" "$anomalies"
+    ratios "$label" "$build/bin/corridor" detect --old "$folder/old.tif" --new "$new" --threads 2 \
+        --out "$work/result.gpkg" --summary "$work/summary.json" --quiet "$@"
+    sed -n 's/.*"anomalies": *\([0-9]*\).*/  \1 anomalies/p' "$work/summary.json"
 }
 
 gdal_chain() {

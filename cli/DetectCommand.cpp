@@ -28,7 +28,7 @@ const char* const kUsage =
     "         [--threshold M] [--sigma M[,M]] [--confidence P] [--min-area M2]\n"
     "         [--coregister auto|none|bias|full|local] [--tilt] [--unstable FILE] [--ignore FILE]\n"
     "         [--dz DZ.tif] [--correction FIELD.tif] [--threads N]\n"
-    "         [--rules none|core,sliver,speckle] [--no-split] [--cell-outlines]\n"
+    "         [--rules none|core,sliver,speckle,restless] [--no-split] [--cell-outlines]\n"
     "         [--window XOFF,YOFF,XSIZE,YSIZE] [--summary SUMMARY.json] [--quiet]\n"
     "  --sigma       两期高程的标准差（米），按显著性而不是固定阈值判定变化；同时给出 --threshold "
     "时须两者都达到\n"
@@ -36,7 +36,9 @@ const char* const kUsage =
     "  --coregister  默认 auto：有依据时才校正高差、平移、倾斜和局部起伏（local），并说明理由\n"
     "  --unstable    不用于配准的地面（矢量或栅格掩膜）；--ignore 完全不检测的地面\n"
     "  --correction  输出局部改正场，其中可能含有大范围的真实升降\n"
-    "  --rules       剔除规则：core 含 3×3 像元，sliver 陡坎边的窄条，speckle 植被碎斑；默认全部使用\n"
+    "  --rules       剔除规则：core 含 3×3 像元，sliver 陡坎边的窄条，speckle 植被碎斑，restless "
+    "植被、水面上\n"
+    "                不明显高于散布的起伏；默认全部使用\n"
     "  --window      只检测旧期栅格的一个窗口（像元），各窗口的结果用 corridor merge 合并\n";
 
 using detect::Result;
@@ -150,7 +152,7 @@ int runDetect(const std::vector<std::string>& arguments) {
     if (task->quiet) {
         return kStatusDone;
     }
-    for (const std::string& note : detect::notesOn(told.report.coregistration)) {
+    for (const std::string& note : detect::notesOn(told.report, task->request.parameters)) {
         std::fprintf(stderr, "corridor detect: %s\n", note.c_str());
     }
     told.table.print();

@@ -104,9 +104,11 @@ Read readRules(const Options& options, detect::Parameters& parameters) {
         return {};
     }
     detect::Rules& rules = parameters.rules;
-    rules = {false, false, false};
-    const std::pair<const char*, bool*> known[] = {
-        {"core", &rules.core}, {"sliver", &rules.sliver}, {"speckle", &rules.speckle}};
+    rules = {false, false, false, false};
+    const std::pair<const char*, bool*> known[] = {{"core", &rules.core},
+                                                   {"sliver", &rules.sliver},
+                                                   {"speckle", &rules.speckle},
+                                                   {"restless", &rules.restless}};
     if (options.value("--rules") == "none") {
         return {};
     }
@@ -115,7 +117,7 @@ Read readRules(const Options& options, detect::Parameters& parameters) {
         const auto* rule = std::find_if(std::begin(known), std::end(known),
                                         [&name](const auto& candidate) { return name == candidate.first; });
         if (rule == std::end(known)) {
-            return wrongUse("--rules 只能是 none，或以逗号分隔的 core、sliver、speckle");
+            return wrongUse("--rules 只能是 none，或以逗号分隔的 core、sliver、speckle、restless");
         }
         *rule->second = true;
     }

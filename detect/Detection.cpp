@@ -10,6 +10,7 @@
 #include "detect/raster/RasterPair.h"
 #include "detect/search/BlockWorker.h"
 #include "detect/search/RowMerger.h"
+#include "detect/search/StandingOut.h"
 #include "detect/shape/AnomalyBuilder.h"
 
 #include <chrono>
@@ -83,6 +84,55 @@ std::string wktOf(const OGRSpatialReference& srs) {
     CPLFree(text);
     return copy;
 }
+
+/// Takes the components of a search: judges those that are whole, keeps those that may go on beyond the window.
+class Finished {
+public:
+    Finished(AnomalyBuilder& builder, std::optional<StandingOut>& standingOut, const BlockEdges& edges,
+             MeasuredRuns& seamRuns)
+        : m_builder(builder), m_standingOut(standingOut), m_edges(edges), m_seamRuns(seamRuns) {}
+
+    /// The first failure to read what lies around a component; nothing is taken after it.
+    const Status& status() const { return m_status; }
+
+    void take(Component& component) {
+        if (!m_status) {
+            return;
+        }
+        const bool goesOn = component.touches(m_edges);
+        const bool reduced = m_standingOut && (goesOn || m_builder.mayPass(component)) && reduce(component);
+        if (goesOn) {
+            component.moveTo(m_seamRuns);
+        } else if (reduced) {
+            considerParts(component);
+        } else {
+            m_builder.consider(component);
+        }
+    }
+
+private:
+    bool reduce(Component& component) {
+        const auto reduced = m_standingOut->reduce(component);
+        if (!reduced) {
+            m_status = failed(reduced);
+        }
+        return reduced && *reduced;
+    }
+
+    void considerParts(const Component& reduced) {
+        Labeller parts([this](Component& part) { m_builder.consider(part); });
+        for (const Run& run : reduced.runs) {
+            parts.add(run, reduced.isExamined() ? reduced.heights.data() + run.heights : nullptr);
+        }
+        parts.finish();
+    }
+
+    AnomalyBuilder& m_builder;
+    std::optional<StandingOut>& m_standingOut;
+    const BlockEdges m_edges;
+    MeasuredRuns& m_seamRuns;
+    Status m_status;
+};
 
 /// One comparison of two rasters.
 class Detector {
@@ -179,17 +229,16 @@ private:
         AnomalyOrder found(receiver);
         AnomalyBuilder builder(grid, parameters, m_piece.frame.coregistration, found);
         const BlockEdges edges = cutEdges(m_piece.window, m_layout.overlap);
-        Labeller labeller([&](Component& component) {
-            if (component.touches(edges)) {
-                component.moveTo(m_piece.seamRuns);
-            } else {
-                builder.consider(component);
-            }
-        });
+        const SharedTiles tiles(m_layout);
+        auto standingOut = standOut(task, tiles, edges);
+        if (!standingOut) {
+            return failed(standingOut);
+        }
+        Finished finished(builder, *standingOut, edges, m_piece.seamRuns);
+        Labeller labeller([&finished](Component& component) { finished.take(component); });
         labeller.keepOpen(edges);
         RowMerger merger(plan.across(), labeller);
         int done = 0;
-        const SharedTiles tiles(m_layout);
         const auto makeWorker = [&] {
             return PairReader::open(m_layout, &tiles, ReadFor::Search).map([&](PairReader&& reader) {
                 return BlockWorker(std::move(reader), task);
@@ -198,6 +247,9 @@ private:
         const auto take = [&](Block block) -> Status {
             m_piece.cells += block.compared;
             merger.add(std::move(block.found));
+            if (!finished.status()) {
+                return finished.status();
+            }
             if (auto done = found.releaseAbove(labeller.firstOpenRow()); !done) {
                 return failed(done);
             }
@@ -216,6 +268,9 @@ private:
             return failed(done);
         }
         labeller.finish();
+        if (!finished.status()) {
+            return finished.status();
+        }
         m_piece.rejections = builder.rejections();
         Status released = found.releaseAll();
         m_piece.found = found.released();
@@ -249,6 +304,22 @@ private:
         task.explain = m_request.parameters.rules.sliver;
         task.keepDz = m_dzRaster.has_value();
         return task;
+    }
+
+    /// Nothing where no rule asks for it.
+    Result<std::optional<StandingOut>> standOut(const BlockTask& task, const SharedTiles& tiles,
+                                                const BlockEdges& edges) const {
+        if (!m_request.parameters.rules.restless) {
+            return std::optional<StandingOut>();
+        }
+        const CellLevel& level = task.level.cellLevel();
+        const auto growRatio = static_cast<float>(task.growRatio);
+        return PairReader::open(m_layout, &tiles, ReadFor::Search).map([&](PairReader&& reader) {
+            RestlessGround ground(std::move(reader), m_layout, task.correction, task.shift,
+                                  growRatio * level.at(level.sigma), level.sigma);
+            return std::optional<StandingOut>(
+                StandingOut(std::move(ground), m_layout.overlap, level, growRatio, edges));
+        });
     }
 
     bool report(double done) const { return !m_progress || m_progress(done); }

@@ -123,6 +123,8 @@ struct Rules {
     bool sliver = true;
     /// It is no narrow or ragged patch whose heights scatter from cell to cell, as leaves and grass do.
     bool speckle = true;
+    /// It stands out of the scatter where both epochs show another surface each time: plants, water.
+    bool restless = true;
 };
 
 /// How many components the rules have turned away. All reach their level of detection.
@@ -221,6 +223,9 @@ struct RunReport {
     Coregistration coregistration;
     std::string srsWkt;     ///< the old raster's reference system
     std::int64_t cells = 0; ///< cells compared
+    /// Stable ground scatters by more than a change must reach, so that scatter makes changes everywhere: the epochs
+    /// do not fit, or are no heights.
+    bool scatterExceedsThreshold = false;
     Rejections rejections;
     double seconds = 0.0;
     int threads = 1;

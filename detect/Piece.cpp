@@ -35,7 +35,7 @@ bool same(const std::optional<Significance>& a, const std::optional<Significance
 }
 
 bool same(const Rules& a, const Rules& b) {
-    return a.core == b.core && a.sliver == b.sliver && a.speckle == b.speckle;
+    return a.core == b.core && a.sliver == b.sliver && a.speckle == b.speckle && a.restless == b.restless;
 }
 
 /// Whatever the threads and blocks, which results do not depend on.
@@ -209,6 +209,9 @@ RunReport reportOf(const Piece& piece) {
     report.coregistration = piece.frame.coregistration;
     report.srsWkt = piece.frame.srsWkt;
     report.cells = piece.cells;
+    report.scatterExceedsThreshold =
+        !piece.frame.parameters.significance &&
+        report.coregistration.nmadAfterMetres > piece.frame.parameters.thresholdMetres;
     report.rejections = piece.rejections;
     report.seconds = piece.seconds;
     report.threads = piece.threads;

@@ -50,7 +50,8 @@ Unexpected nothingCompared(const PieceFrame& frame);
 /// Reads the anomalies of a piece, given by its index among the pieces.
 using AnomaliesOfPiece = std::function<Result<std::vector<Anomaly>>(std::size_t piece)>;
 
-/// Puts pieces together: exactly what detectChanges gives for the whole pair, but for the time it took.
+/// Puts pieces together: exactly what detectChanges gives for the whole pair, but for the time it took, and for specks
+/// of restless ground on the seams, which no rule counts.
 /// `pieces` bring everything but their anomalies; those are asked for when their turn comes, so that only the
 /// pieces beside each other are in memory at once. Fails for pieces of different comparisons, for such that
 /// overlap, and where pieces are missing.

@@ -31,7 +31,7 @@ NOISE = 0.05  # metres, each epoch
 NO_DATA = -9999.0
 
 # What spoils a pair. shift: cells; bias, tilt (across the pair), warp, strips, patchy: metres; cell: of the new
-# epoch, over the old one's.
+# epoch, over the old one's; ground: that a share of the place is of, see Ground.
 KINDS = {
     "noise": {},
     "shift": {"shift": (0.6, -0.4), "bias": 0.15},
@@ -42,8 +42,9 @@ KINDS = {
     "warp-shift": {"warp": 0.10, "shift": (0.6, -0.4), "bias": 0.15},
     "strips": {"strips": 0.06},
     "patchy": {"patchy": 0.03},
-    "plants": {"plants": 0.25},
-    "water": {"water": 0.4},
+    "plants": {"ground": "plants", "share": 0.12},
+    "water": {"ground": "water", "share": 0.04},
+    "works": {"ground": "works", "share": 0.12},
     "crowns": {"crowns": True},
     "cars": {"cars": True},
 }
@@ -201,30 +202,118 @@ class Places:
 
     def __init__(self, rng, size):
         self.rng, self.size, self.taken = rng, size, []
+        self.allowed = None
 
     def find(self, reach, apart=2.0):
         for _ in range(400):
             x, y = self.rng.uniform(reach + 8.0, self.size - reach - 8.0, 2)
+            if self.allowed and not self.allowed(x, y, reach):
+                continue
             if all(np.hypot(x - a, y - b) > reach + r + apart for a, b, r in self.taken):
                 self.taken.append((x, y, reach))
                 return x, y
         return None
 
 
+class Ground:
+    """Blobs of a ground of its own, some of them a hundred metres wide, others narrow.
+
+    plants  Stands of crops and bushes: 0.2 to 0.8 m high, a quarter of it gaps down to the ground, tops that scatter by
+            0.25 m from plant to plant, and nothing of that the same in the other epoch, in which the stand is up to
+            0.25 m higher or lower besides. What changed carries no plants afterwards. The truth is what the ground
+            did: growth is no change.
+    water   No texture to match: the heights are off by 0.3 to 0.6 m, hanging together over 6 m, other ones in every
+            epoch, and the level is up to 0.2 m another one. Filled ground has none of it.
+    works   Rubble (0.3 m over 2 m) that both epochs show, and changes close to each other, 0.1 m of other rubble on them.
+    """
+
+    def __init__(self, kind, share, size, rng):
+        self.kind, self.size = kind, size
+        self.field = random_lattice(rng, size, 8.0, gaussian(120.0))
+        everywhere = np.linspace(2.0, size - 2.0, 400)
+        self.limit = np.quantile(self.field(everywhere[None, :], everywhere[:, None]), 1.0 - share)
+        self.height = random_lattice(rng, size, 16.0, gaussian(200.0))
+        self.season = random_lattice(rng, size, 16.0, gaussian(200.0))
+        self.rubble = random_lattice(rng, size, 0.5, gaussian(2.0)) if kind == "works" else None
+
+    def inside(self, x, y):
+        return self.field(x, y) > self.limit
+
+    def holds(self, x, y, reach):
+        """Whether all of a round place, or none of it, is of this ground."""
+        around = np.linspace(0.0, 2.0 * np.pi, 24, endpoint=False)[None, :]
+        far = self.inside(x + reach * np.cos(around), y + reach * np.sin(around))
+        near = self.inside(x + reach / 2 * np.cos(around), y + reach / 2 * np.sin(around))
+        return (far.all() and near.all()), not (far.any() or near.any())
+
+    def add_to(self, heights, scene, grid, after, rng):
+        inside = self.inside(grid.x, grid.y)
+        changed = scene.changed(grid)[inside] if after else 0.0  # 0 to 1
+        if self.kind == "works":
+            heights[inside] += 0.3 * self.rubble(grid.x, grid.y)[inside]
+            fresh = random_lattice(rng, self.size, 0.5, gaussian(2.0))
+            heights[inside] += 0.1 * changed * fresh(grid.x, grid.y)[inside]
+        else:
+            heights[inside] += (1.0 - changed) * self.surface(grid, after, rng)[inside]
+
+    def surface(self, grid, after, rng):
+        def own(spacing, length):
+            return random_lattice(rng, self.size, spacing, gaussian(length))(grid.x, grid.y)
+
+        def between(low, high, lattice):
+            return low + (high - low) * steps(-lattice(grid.x, grid.y), 4.0)
+
+        if self.kind == "water":
+            level = between(-0.2, 0.2, self.season) if after else 0.0
+            return level + between(0.3, 0.6, self.height) * own(0.5, 6.0)
+        tall = between(0.2, 0.8, self.height) + (between(-0.25, 0.25, self.season) if after else 0.0)
+        return np.where(own(0.5, 1.2) > -0.67, np.maximum(tall + 0.25 * own(0.5, 1.5), 0.0), 0.0)
+
+
 class Scene:
     """The place: what both epochs show, what only one shows."""
 
-    def __init__(self, size, per_km2, rng, relief):
+    def __init__(self, size, per_km2, rng, relief, ground):
         km2 = (size / 1000.0) ** 2
+        self.special = Ground(ground["ground"], ground["share"], size, rng) if "ground" in ground else None
         self.ground = relief_of(relief, rng, size)
         self.texture = random_lattice(rng, size, 0.5, lambda f: np.where(f < 0.5, f ** -1.7, 0.0) * (f > 0.02))
         places = Places(rng, size)
         self.changes = []
+        if self.special:
+            self.change_special_ground(rng, places, km2)
+            places.allowed = lambda x, y, reach: self.special.holds(x, y, reach)[1]
         for i in range(int(round(per_km2 * km2))):
             self.place_change(CHANGE_KINDS[i % len(CHANGE_KINDS)], rng, places)
         self.buildings = self.place_all(rng, places, int(round(60 * km2)), lambda x, y: Shape(
             "unchanged", x, y, ranges(rng, 0, np.pi), ranges(rng, 4, 12), ranges(rng, 3, 8), ranges(rng, 3, 12), WALL))
         self.places = places
+
+    def change_special_ground(self, rng, places, km2):
+        """Changes on it, all clearly above its scatter: two to four metres, above plants or below the ground, and three
+        to six metres in water."""
+        places.allowed = lambda x, y, reach: self.special.holds(x, y, reach)[0]
+        kinds = {"plants": ["heap", "pit", "cut", "building"], "water": ["heap", "building"]}
+        for i in range(int(round({"plants": 15, "water": 5, "works": 60}[self.special.kind] * km2))):
+            chosen = kinds.get(self.special.kind, CHANGE_KINDS)
+            before = len(self.changes)
+            self.place_change(chosen[i % len(chosen)], rng, places)
+            for shape in self.changes[before:]:
+                if self.special.kind != "works":
+                    least = 2.0 if self.special.kind == "plants" else 3.0
+                    grown = 0.8 if self.special.kind == "plants" and shape.height > 0.0 else 0.0
+                    shape.height = np.sign(shape.height) * (grown + ranges(rng, least, 2.0 * least))
+        places.allowed = None
+
+    def changed(self, grid):
+        """How much of the ground is another one afterwards: all of it where a change moves it by a decimetre."""
+        share = np.zeros((grid.rows, grid.columns))
+        for change in self.changes:
+            rows, columns = grid.window(change.x, change.y, change.reach)
+            if rows.stop > rows.start and columns.stop > columns.start:
+                moved = np.abs(change(grid.x[:, columns], grid.y[rows, :]))
+                share[rows, columns] = np.maximum(share[rows, columns], np.minimum(moved / 0.1, 1.0))
+        return share
 
     @staticmethod
     def place_all(rng, places, count, make):
@@ -245,7 +334,10 @@ class Scene:
             self.changes.append(shape)
 
     def heights(self, grid, after):
-        heights = self.ground(grid.x, grid.y) + 0.2 * self.texture(grid.x, grid.y)
+        texture = 0.2 * self.texture(grid.x, grid.y)
+        if self.special and self.special.kind == "water":  # smooth but for what the matching makes of it
+            texture = np.where(self.special.inside(grid.x, grid.y), 0.0, texture)
+        heights = self.ground(grid.x, grid.y) + texture
         shapes = list(self.buildings)
         for change in self.changes:
             if change.kind == "removed":  # stood there before
@@ -280,14 +372,9 @@ def spoil(scene, size, options, grids, heights, rng):
         for length in (1.0, 5.0, 20.0) if "patchy" in options else ():
             lattice = random_lattice(rng, size, max(0.5, length / 4.0), gaussian(length))
             heights[e] += options["patchy"] * lattice(grid.x, grid.y)
-    for name, area, length in (("plants", 0.12, 1.5), ("water", 0.04, 6.0)):
-        if name in options:
-            where = random_lattice(rng, size, 8.0, gaussian(120.0))
-            limit = np.quantile(where(old.x, old.y), 1.0 - area)
-            for e, grid in enumerate(grids):
-                inside = (where(grid.x, grid.y) > limit) & far_from_changes(scene, grid)
-                rough = random_lattice(rng, size, 0.5, gaussian(length))(grid.x, grid.y)
-                heights[e][inside] += options[name] * rough[inside]
+    if scene.special:
+        for e, grid in enumerate(grids):
+            scene.special.add_to(heights[e], scene, grid, e == 1, rng)
     if options.get("crowns"):
         add_crowns(scene, size, grids, heights, rng)
     if options.get("cars"):
@@ -295,13 +382,6 @@ def spoil(scene, size, options, grids, heights, rng):
     for e, grid in enumerate(grids):
         heights[e] += survey_noise(rng, heights[e].shape)
     return spared
-
-
-def far_from_changes(scene, grid):
-    far = np.ones((grid.rows, grid.columns), bool)
-    for change in scene.changes:
-        far[grid.window(change.x, change.y, change.reach + 4.0)] = False
-    return far
 
 
 def strips(rng, size, deviation, grid):
@@ -387,7 +467,7 @@ def main():
     rng = np.random.default_rng(asked.seed)
     options = KINDS[asked.kind]
     size = asked.cells * CELL
-    scene = Scene(size, asked.per_km2, rng, asked.relief)
+    scene = Scene(size, asked.per_km2, rng, asked.relief, options)
     old = Grid(CELL, 0.0, 0.0, asked.cells, asked.cells)
     cell = CELL * options.get("cell", 1.0)
     new = old

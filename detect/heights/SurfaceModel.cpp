@@ -28,6 +28,16 @@ bool isLocalFile(const std::string& path) {
     return !isVirtual && path.find(':') == std::string::npos;
 }
 
+/// Heights come in one band, colours in three.
+bool isPhotograph(GDALDataset& dataset) {
+    for (int band = 1; band <= 3; ++band) {
+        if (band > dataset.GetRasterCount() || dataset.GetRasterBand(band)->GetRasterDataType() != GDT_Byte) {
+            return false;
+        }
+    }
+    return true;
+}
+
 } // namespace
 
 Result<SurfaceModel> SurfaceModel::open(const std::string& path) {
@@ -74,6 +84,9 @@ Status SurfaceModel::openBand() {
 
 Status SurfaceModel::learn() {
     const GdalErrors quiet;
+    if (isPhotograph(*m_dataset)) {
+        return failureOf(m_facts.path, "是 8 位彩色影像（如正射影像），不是高程栅格");
+    }
     Affine cellToMap;
     if (m_dataset->GetGeoTransform(cellToMap.c.data()) != CE_None || cellToMap.determinant() == 0.0) {
         return failureOf(m_facts.path, "没有地理定位（仿射变换）");

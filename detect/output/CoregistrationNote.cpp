@@ -19,8 +19,25 @@ std::string fieldNote(const LocalCorrection& local) {
 
 } // namespace
 
-std::vector<std::string> notesOn(const Coregistration& coregistration) {
+std::string doubtAbout(const RunReport& report, const Parameters& parameters) {
+    if (!report.scatterExceedsThreshold) {
+        return {};
+    }
+    char line[512];
+    std::snprintf(line, sizeof line,
+                  "结果不可信：未变化地面的高差散布 %.2f m，超过阈值 %.2f "
+                  "m；请确认两期是同一地区、同一高程基准和单位的高程栅格"
+                  "（不是影像），再试 --coregister local、更大的 --threshold，或用 --confidence 按显著性判定",
+                  report.coregistration.nmadAfterMetres, parameters.thresholdMetres);
+    return line;
+}
+
+std::vector<std::string> notesOn(const RunReport& report, const Parameters& parameters) {
+    const Coregistration& coregistration = report.coregistration;
     std::vector<std::string> notes;
+    if (std::string doubt = doubtAbout(report, parameters); !doubt.empty()) {
+        notes.push_back(std::move(doubt));
+    }
     if (!coregistration.reason.empty()) {
         notes.push_back("配准：" + coregistration.reason);
     }

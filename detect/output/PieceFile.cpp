@@ -23,12 +23,12 @@ constexpr Field kPlaceFields[] = {
     {"first_row", OFTInteger}, {"first_col", OFTInteger}, {"x", OFTReal}, {"y", OFTReal}};
 
 constexpr Field kRunFields[] = {
-    {"row", OFTInteger},    {"begin", OFTInteger},       {"end", OFTInteger},
-    {"sign", OFTInteger},   {"gap", OFTInteger},         {"lowest", OFTReal},
-    {"highest", OFTReal},   {"strongest", OFTReal},      {"raised", OFTInteger64},
-    {"sunk", OFTInteger64}, {"variance", OFTInteger64},  {"explained", OFTInteger},
-    {"cores", OFTInteger},  {"cores_begin", OFTInteger}, {"cores_end", OFTInteger},
-    {"heights", OFTBinary}};
+    {"row", OFTInteger},      {"begin", OFTInteger},       {"end", OFTInteger},
+    {"sign", OFTInteger},     {"gap", OFTInteger},         {"lowest", OFTReal},
+    {"highest", OFTReal},     {"strongest", OFTReal},      {"raised", OFTInteger64},
+    {"sunk", OFTInteger64},   {"variance", OFTInteger64},  {"explained", OFTInteger},
+    {"cores", OFTInteger},    {"cores_begin", OFTInteger}, {"cores_end", OFTInteger},
+    {"restless", OFTInteger}, {"heights", OFTBinary}};
 
 template<std::size_t count>
 bool createFields(OGRLayer& layer, const Field (&fields)[count]) {
@@ -69,7 +69,8 @@ bool writeSeamRuns(GDALDataset& file, const MeasuredRuns& seamRuns) {
         for (const std::int64_t sum : {run.raised, run.sunk, run.variance}) {
             feature.SetField(i++, static_cast<GIntBig>(sum));
         }
-        for (const int figure : {run.explainedByShift, run.cores, run.coresBegin, run.coresEnd}) {
+        for (const int figure :
+             {run.explainedByShift, run.cores, run.coresBegin, run.coresEnd, run.restless ? 1 : 0}) {
             feature.SetField(i++, figure);
         }
         if (const float* heights = seamRuns.heightsOf(run)) {
@@ -141,6 +142,7 @@ std::optional<Run> runOf(const OGRFeature& feature) {
     run.cores = feature.GetFieldAsInteger("cores");
     run.coresBegin = feature.GetFieldAsInteger("cores_begin");
     run.coresEnd = feature.GetFieldAsInteger("cores_end");
+    run.restless = feature.GetFieldAsInteger("restless") != 0;
     if (run.begin >= run.end || run.row < 0 || (run.sign != 1 && run.sign != -1)) {
         return std::nullopt;
     }

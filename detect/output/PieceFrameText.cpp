@@ -37,6 +37,7 @@ CPLJSONObject describe(const Parameters& parameters) {
     object.Add("core", parameters.rules.core);
     object.Add("sliver", parameters.rules.sliver);
     object.Add("speckle", parameters.rules.speckle);
+    object.Add("restless", parameters.rules.restless);
     object.Add("split_bodies", parameters.splitBodies);
     object.Add("simplify_outlines", parameters.simplifyOutlines);
     addSignificance(parameters.significance, object);
@@ -58,6 +59,7 @@ bool parse(const CPLJSONObject& object, Parameters& parameters) {
     parameters.rules.core = object.GetBool("core");
     parameters.rules.sliver = object.GetBool("sliver");
     parameters.rules.speckle = object.GetBool("speckle");
+    parameters.rules.restless = object.GetBool("restless");
     parameters.splitBodies = object.GetBool("split_bodies");
     parameters.simplifyOutlines = object.GetBool("simplify_outlines");
     if (object.GetObj("confidence").IsValid()) {

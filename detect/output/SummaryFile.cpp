@@ -1,6 +1,7 @@
 #include "detect/output/SummaryFile.h"
 
 #include "detect/GdalErrors.h"
+#include "detect/output/CoregistrationNote.h"
 #include "detect/output/ParameterText.h"
 
 #include <cpl_json.h>
@@ -27,6 +28,9 @@ CPLJSONObject rulesObject(const Parameters& parameters, const Rejections& reject
     rules.Add("core", ruleObject(parameters.rules.core, rejections.core));
     rules.Add("sliver", ruleObject(parameters.rules.sliver, rejections.sliver));
     rules.Add("speckle", ruleObject(parameters.rules.speckle, rejections.speckle));
+    CPLJSONObject restless;
+    restless.Add("on", parameters.rules.restless);
+    rules.Add("restless", restless);
     return rules;
 }
 
@@ -34,6 +38,10 @@ std::string summaryText(const RunReport& report, const Parameters& parameters) {
     CPLJSONObject summary;
     summary.Add("anomalies", static_cast<GInt64>(report.found));
     summary.Add("cells", static_cast<GInt64>(report.cells));
+    summary.Add("trusted", !report.scatterExceedsThreshold);
+    if (const std::string doubt = doubtAbout(report, parameters); !doubt.empty()) {
+        summary.Add("doubt", doubt);
+    }
     summary.Add("seconds", report.seconds);
     summary.Add("threads", report.threads);
     summary.Add("threshold_m", parameters.thresholdMetres);

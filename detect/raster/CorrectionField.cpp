@@ -31,13 +31,9 @@ double CorrectionField::at(int column, int row) const {
 
 void CorrectionField::addTo(const CellWindow& window, float* heights) const {
     std::vector<float> line(static_cast<std::size_t>(m_nodes.columns));
-    std::vector<Weights> across;
-    across.reserve(static_cast<std::size_t>(window.columns));
-    for (int column = window.column; column < window.column + window.columns; ++column) {
-        across.push_back(weightsAt(column, m_nodes.firstColumn, m_nodes.columns));
-    }
-    const int firstNode = across.front().nodes.front();
-    const int lastNode = across.back().nodes.back();
+    const std::vector<Stretch> stretches = stretchesOf(window);
+    const int firstNode = stretches.front().nodes.front();
+    const int lastNode = stretches.back().nodes.back();
     for (int row = 0; row < window.rows; ++row) {
         const Weights down = weightsAt(window.row + row, m_nodes.firstRow, m_nodes.rows);
         for (int node = firstNode; node <= lastNode; ++node) {
@@ -50,13 +46,34 @@ void CorrectionField::addTo(const CellWindow& window, float* heights) const {
             line[static_cast<std::size_t>(node)] = sum;
         }
         float* to = heights + std::int64_t{row} * window.columns;
-        for (const Weights& w : across) {
-            *to++ += w.shares[0] * line[static_cast<std::size_t>(w.nodes[0])] +
-                     w.shares[1] * line[static_cast<std::size_t>(w.nodes[1])] +
-                     w.shares[2] * line[static_cast<std::size_t>(w.nodes[2])] +
-                     w.shares[3] * line[static_cast<std::size_t>(w.nodes[3])];
+        for (const Stretch& stretch : stretches) {
+            const float a = line[static_cast<std::size_t>(stretch.nodes[0])];
+            const float b = line[static_cast<std::size_t>(stretch.nodes[1])];
+            const float c = line[static_cast<std::size_t>(stretch.nodes[2])];
+            const float d = line[static_cast<std::size_t>(stretch.nodes[3])];
+            const std::size_t cells = stretch.shares[0].size();
+            for (std::size_t i = 0; i < cells; ++i) {
+                to[i] += stretch.shares[0][i] * a + stretch.shares[1][i] * b + stretch.shares[2][i] * c +
+                         stretch.shares[3][i] * d;
+            }
+            to += cells;
         }
     }
+}
+
+/// The columns of a window, those together that lean on the same nodes.
+std::vector<CorrectionField::Stretch> CorrectionField::stretchesOf(const CellWindow& window) const {
+    std::vector<Stretch> stretches;
+    for (int column = window.column; column < window.column + window.columns; ++column) {
+        const Weights weights = weightsAt(column, m_nodes.firstColumn, m_nodes.columns);
+        if (stretches.empty() || stretches.back().nodes != weights.nodes) {
+            stretches.emplace_back().nodes = weights.nodes;
+        }
+        for (std::size_t i = 0; i < weights.shares.size(); ++i) {
+            stretches.back().shares[i].push_back(weights.shares[i]);
+        }
+    }
+    return stretches;
 }
 
 } // namespace detect

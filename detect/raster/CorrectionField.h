@@ -41,7 +41,14 @@ private:
         std::array<float, 4> shares{};
     };
 
+    /// Columns beside each other that lean on the same nodes, with the shares of each.
+    struct Stretch {
+        std::array<int, 4> nodes{};
+        std::array<std::vector<float>, 4> shares;
+    };
+
     Weights weightsAt(int cell, int firstNode, int nodeCount) const;
+    std::vector<Stretch> stretchesOf(const CellWindow& window) const;
 
     Nodes m_nodes;
     std::vector<float> m_metres;

@@ -1,26 +1,18 @@
 #include "detect/raster/Resampler.h"
 
-#include "detect/GdalErrors.h"
 #include "detect/raster/CubicWeights.h"
 #include "detect/raster/HeightRange.h"
 
 #include <algorithm>
 #include <cmath>
-#include <mutex>
 
 namespace detect {
 
 namespace {
 
-/// Between two nodes the way from grid to grid is taken as straight: at 90 m cells across UTM zones that is
-/// off by less than 0.01 cells, and it saves all but one in a thousand exact transformations.
-constexpr int kLatticeStep = 32;
 constexpr int kTileSamples = 512;
-constexpr int kMostSamplesPerCell = 16;
 /// A neighbour with less weight than this has no say, so that grids which meet up to rounding stay exact.
 constexpr double kLeastWeight = 1e-6;
-/// Over a raster of 200,000 cells two hundred-thousandths of a cell.
-constexpr double kPlainShiftTolerance = 1e-10;
 
 /// Posts around a place, before it and after it, that cubic convolution leans on.
 constexpr int kPostsBefore = 1;
@@ -57,146 +49,20 @@ Point between(const Point& a, const Point& b, double t) {
     return {a.x + (b.x - a.x) * t, a.y + (b.y - a.y) * t};
 }
 
-std::vector<Point> outlineOf(const CellWindow& extent, int steps) {
-    std::vector<Point> points;
-    for (int i = 0; i <= steps; ++i) {
-        const double x = double(extent.columns) * i / steps;
-        const double y = double(extent.rows) * i / steps;
-        points.insert(points.end(),
-                      {{x, 0.0}, {x, double(extent.rows)}, {0.0, y}, {double(extent.columns), y}});
-    }
-    return points;
-}
-
-void transformAll(OGRCoordinateTransformation* transformation, std::vector<Point>& points) {
-    if (!transformation) {
-        return;
-    }
-    GdalErrors expectedOutsideTheProjection;
-    const std::size_t count = points.size();
-    std::vector<double> x(count);
-    std::vector<double> y(count);
-    std::vector<int> done(count, 0);
-    for (std::size_t i = 0; i < count; ++i) {
-        x[i] = points[i].x;
-        y[i] = points[i].y;
-    }
-    transformation->Transform(static_cast<int>(count), x.data(), y.data(), nullptr, done.data());
-    for (std::size_t i = 0; i < count; ++i) {
-        points[i] = done[i] != 0 ? Point{x[i], y[i]} : Point{std::nan(""), std::nan("")};
-    }
-}
-
 } // namespace
 
-bool sameReferenceSystem(const OGRSpatialReference& a, const OGRSpatialReference& b) {
-    const char* const asWritten[] = {"IGNORE_DATA_AXIS_TO_SRS_AXIS_MAPPING=YES", "CRITERION=STRICT", nullptr};
-    const char* const inMeaning[] = {"IGNORE_DATA_AXIS_TO_SRS_AXIS_MAPPING=YES", "CRITERION=EQUIVALENT",
-                                     nullptr};
-    return a.IsSame(&b, asWritten) != 0 || a.IsSame(&b, inMeaning) != 0; // the second looks into the database
-}
-
 Result<Resampler> Resampler::create(const Grid& oldGrid, const Grid& newGrid, const std::string& newPath) {
-    Resampler resampler(oldGrid, newGrid);
-    if (!sameReferenceSystem(oldGrid.srs(), newGrid.srs())) {
-        static std::mutex cloning; // the transformation clones the two, which threads share
-        const std::lock_guard lock(cloning);
-        GdalErrors errors;
-        resampler.m_oldToNew.reset(OGRCreateCoordinateTransformation(&oldGrid.srs(), &newGrid.srs()));
-        if (!resampler.m_oldToNew) {
-            return failureOf(newPath, "两期的坐标参考系统之间没有可用的转换", errors.first());
-        }
-    }
-    resampler.m_samplesPerCell = resampler.chooseSamplesPerCell();
-    resampler.m_plainShift = resampler.isPlainShift();
-    return resampler;
+    return GridMapping::create(oldGrid, newGrid, newPath).map([](GridMapping&& mapping) {
+        return Resampler(std::move(mapping));
+    });
 }
 
-int Resampler::chooseSamplesPerCell() const {
-    const CellWindow covered = coverage();
-    const double column = covered.column + covered.columns / 2.0;
-    const double row = covered.row + covered.rows / 2.0;
-    std::vector<Point> corner{{column, row}, {column + 1.0, row}, {column, row + 1.0}};
-    toNewCells(corner, {});
-    const double newCellsInOld = std::abs((corner[1].x - corner[0].x) * (corner[2].y - corner[0].y) -
-                                          (corner[1].y - corner[0].y) * (corner[2].x - corner[0].x));
-    const double scale = std::sqrt(newCellsInOld);
-    if (!(scale > 1.5)) {
-        return 1;
-    }
-    return static_cast<int>(std::min<double>(kMostSamplesPerCell, std::round(scale)));
-}
-
-CellWindow Resampler::coverage() const {
-    std::vector<Point> outline = outlineOf(m_newGrid.extent(), 32);
-    for (Point& p : outline) {
-        p = m_newGrid.cellToMap()(p.x, p.y);
-    }
-    if (m_oldToNew) {
-        const std::unique_ptr<OGRCoordinateTransformation> newToOld(m_oldToNew->GetInverse());
-        transformAll(newToOld.get(), outline);
-    }
-    const Affine mapToOld = m_oldGrid.cellToMap().inverse();
-    Box box{HUGE_VAL, HUGE_VAL, -HUGE_VAL, -HUGE_VAL};
-    for (const Point& map : outline) {
-        if (!finite(map)) {
-            continue;
-        }
-        const Point cell = mapToOld(map.x, map.y);
-        box = {std::min(box.xMin, cell.x), std::min(box.yMin, cell.y), std::max(box.xMax, cell.x),
-               std::max(box.yMax, cell.y)};
-    }
-    if (!(box.xMin < box.xMax)) {
-        return {};
-    }
-    const auto clampTo = [](double value, int limit) {
-        return static_cast<int>(std::clamp(value, 0.0, static_cast<double>(limit)));
-    };
-    const double slack = 1e-6;
-    const int left = clampTo(std::floor(box.xMin + slack), m_oldGrid.columns());
-    const int top = clampTo(std::floor(box.yMin + slack), m_oldGrid.rows());
-    const int right = clampTo(std::ceil(box.xMax - slack), m_oldGrid.columns());
-    const int bottom = clampTo(std::ceil(box.yMax - slack), m_oldGrid.rows());
-    return {left, top, right - left, bottom - top};
-}
-
-void Resampler::toNewCells(std::vector<Point>& oldCells, const Shift& shift) const {
-    const Point metres = m_oldGrid.metresPerMapUnit();
-    const double east = shift.eastMetres / metres.x;
-    const double north = shift.northMetres / metres.y;
-    for (Point& p : oldCells) {
-        const Point map = m_oldGrid.cellToMap()(p.x, p.y);
-        p = {map.x - east, map.y - north};
-    }
-    transformAll(m_oldToNew.get(), oldCells);
-    const Affine mapToNew = m_newGrid.cellToMap().inverse();
-    for (Point& p : oldCells) {
-        p = mapToNew(p.x, p.y);
-    }
-}
-
-Resampler::Lattice Resampler::layLattice(const CellWindow& tile, const Shift& shift) const {
-    Lattice lattice;
-    lattice.firstColumn = tile.column / kLatticeStep * kLatticeStep;
-    lattice.firstRow = tile.row / kLatticeStep * kLatticeStep;
-    lattice.columns = (tile.column + tile.columns - 1 - lattice.firstColumn) / kLatticeStep + 2;
-    const int rows = (tile.row + tile.rows - 1 - lattice.firstRow) / kLatticeStep + 2;
-    lattice.nodes.reserve(static_cast<std::size_t>(lattice.columns) * static_cast<std::size_t>(rows));
-    for (int row = 0; row < rows; ++row) {
-        for (int column = 0; column < lattice.columns; ++column) {
-            lattice.nodes.push_back({double(lattice.firstColumn) + column * kLatticeStep,
-                                     double(lattice.firstRow) + row * kLatticeStep});
-        }
-    }
-    toNewCells(lattice.nodes, shift);
-    return lattice;
-}
-
-Status Resampler::readSourceAround(RasterSource& newRaster, const CellWindow& tile, const Lattice& lattice) {
+Status Resampler::readSourceAround(RasterSource& newRaster, const CellWindow& tile,
+                                   const CellLattice& lattice) {
     std::vector<Point> places = lattice.nodes;
     if (places.size() == 2 * static_cast<std::size_t>(lattice.columns)) { // perhaps a few of the rows between
-        const double first = double(tile.row - lattice.firstRow) / kLatticeStep;
-        const double last = double(tile.row + tile.rows - lattice.firstRow) / kLatticeStep;
+        const double first = double(tile.row - lattice.firstRow) / CellLattice::kStep;
+        const double last = double(tile.row + tile.rows - lattice.firstRow) / CellLattice::kStep;
         for (std::size_t i = 0; i < places.size() / 2; ++i) {
             const Point upper = lattice.nodes[i];
             const Point lower = lattice.nodes[i + places.size() / 2];
@@ -212,7 +78,7 @@ Status Resampler::readSourceAround(RasterSource& newRaster, const CellWindow& ti
         }
     }
     m_sourceWindow = {};
-    const Grid& grid = m_newGrid;
+    const Grid& grid = m_mapping.newGrid();
     if (!(box.xMin < grid.columns() && box.yMin < grid.rows() && box.xMax > 0.0 && box.yMax > 0.0)) {
         return {};
     }
@@ -250,7 +116,7 @@ float Resampler::sample(const Point& newCell) const {
     const bool hasPosts = wholeX >= kPostsBefore && wholeY >= kPostsBefore &&
                           wholeX + kPostsAfter < m_sourceWindow.columns &&
                           wholeY + kPostsAfter < m_sourceWindow.rows;
-    if (onPost || !hasPosts || m_samplesPerCell > 1) {
+    if (onPost || !hasPosts || m_mapping.samplesPerCell() > 1) {
         return static_cast<float>(bilinear);
     }
     const float cubic =
@@ -258,21 +124,10 @@ float Resampler::sample(const Point& newCell) const {
     return std::isnan(cubic) ? static_cast<float>(bilinear) : cubic;
 }
 
-bool Resampler::isPlainShift() const {
-    if (m_oldToNew || m_samplesPerCell != 1) {
-        return false;
-    }
-    std::vector<Point> cells{{0.0, 0.0}, {1.0, 0.0}, {0.0, 1.0}};
-    toNewCells(cells, {});
-    const auto same = [](double a, double b) { return std::abs(a - b) < kPlainShiftTolerance; };
-    return same(cells[1].x - cells[0].x, 1.0) && same(cells[1].y, cells[0].y) &&
-           same(cells[2].x, cells[0].x) && same(cells[2].y - cells[0].y, 1.0);
-}
-
 /// What sample() gives, with the weights worked out once. They depend on the shift only, not on the tile.
 void Resampler::shiftTile(const CellWindow& tile, const Shift& shift, float* heights, std::size_t stride) {
     std::vector<Point> first{{0.0, 0.0}};
-    toNewCells(first, shift);
+    m_mapping.toNewCells(first, shift);
     const double wholeX = std::floor(first[0].x + kLeastWeight);
     const double wholeY = std::floor(first[0].y + kLeastWeight);
     const double rightShare = std::max(0.0, first[0].x - wholeX);
@@ -361,19 +216,19 @@ void Resampler::addUpRows(const float* first, std::size_t stride, const std::arr
 
 Status Resampler::readTile(RasterSource& newRaster, const CellWindow& tile, const Shift& shift,
                            float* heights, std::size_t stride) {
-    const Lattice lattice = layLattice(tile, shift);
+    const CellLattice lattice = m_mapping.lattice(tile, shift);
     if (auto done = readSourceAround(newRaster, tile, lattice); !done) {
         return failed(done);
     }
-    if (m_plainShift && !m_sourceWindow.empty()) {
+    if (m_mapping.isPlainShift() && !m_sourceWindow.empty()) {
         shiftTile(tile, shift, heights, stride);
         return {};
     }
-    const int n = m_samplesPerCell;
+    const int n = m_mapping.samplesPerCell();
     for (int row = 0; row < tile.rows; ++row) {
         float* line = heights + static_cast<std::size_t>(row) * stride;
         const int wholeRow = tile.row + row;
-        const int nodeRow = (wholeRow - lattice.firstRow) / kLatticeStep;
+        const int nodeRow = (wholeRow - lattice.firstRow) / CellLattice::kStep;
         const Point* nodeLine = lattice.nodes.data() + std::ptrdiff_t{nodeRow} * lattice.columns;
         for (int column = 0; column < tile.columns; ++column) {
             if (m_sourceWindow.empty()) {
@@ -381,14 +236,15 @@ Status Resampler::readTile(RasterSource& newRaster, const CellWindow& tile, cons
                 continue;
             }
             const int wholeColumn = tile.column + column;
-            const Point* node = nodeLine + (wholeColumn - lattice.firstColumn) / kLatticeStep;
+            const Point* node = nodeLine + (wholeColumn - lattice.firstColumn) / CellLattice::kStep;
             double sum = 0.0;
             for (int s = 0; s < n * n; ++s) {
                 // From the cell's own numbers only, so that no rounding depends on the tile.
                 const int across = s % n;
                 const int down = s / n;
-                const double tx = (wholeColumn % kLatticeStep + (across + 0.5) / n) / kLatticeStep;
-                const double ty = (wholeRow % kLatticeStep + (down + 0.5) / n) / kLatticeStep;
+                const double tx =
+                    (wholeColumn % CellLattice::kStep + (across + 0.5) / n) / CellLattice::kStep;
+                const double ty = (wholeRow % CellLattice::kStep + (down + 0.5) / n) / CellLattice::kStep;
                 const Point upper = between(node[0], node[1], tx);
                 const Point lower = between(node[lattice.columns], node[lattice.columns + 1], tx);
                 sum += static_cast<double>(sample(between(upper, lower, ty)));
@@ -401,7 +257,7 @@ Status Resampler::readTile(RasterSource& newRaster, const CellWindow& tile, cons
 
 Status Resampler::read(RasterSource& newRaster, const CellWindow& oldWindow, const Shift& shift,
                        float* heights) {
-    const int step = std::max(kLatticeStep, kTileSamples / m_samplesPerCell);
+    const int step = std::max(CellLattice::kStep, kTileSamples / m_mapping.samplesPerCell());
     const auto stride = static_cast<std::size_t>(oldWindow.columns);
     for (int done = 0; done < oldWindow.columns; done += step) {
         const CellWindow tile{oldWindow.column + done, oldWindow.row,

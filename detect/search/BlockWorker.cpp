@@ -22,7 +22,9 @@ std::int64_t measuredIn(const float* dz, int columns) {
 
 BlockWorker::BlockWorker(PairReader reader, const BlockTask& task)
     : m_reader(std::move(reader)), m_task(task),
-      m_finder(task.level.cellLevel(), static_cast<float>(task.growRatio)), m_blur(task.blur) {}
+      m_finder(task.level.cellLevel(), static_cast<float>(task.growRatio)), m_blur(task.blur),
+      m_rimSigns(
+          task.level.cellLevel().rim(task.level.cellLevel().sigma, static_cast<float>(task.growRatio))) {}
 
 Result<Block> BlockWorker::operator()(int index) {
     Block block;
@@ -127,6 +129,7 @@ std::vector<float> BlockWorker::dzOf(const Inset& inset, const CellWindow& windo
 
 void BlockWorker::findRuns(const Inset& inset, Block& block) {
     const CellWindow& window = block.window;
+    m_rimSigns.restart();
     for (int row = 0; row < window.rows; ++row) {
         const std::size_t from = inset.cell(row);
         RowOfCells cells;
@@ -135,7 +138,7 @@ void BlockWorker::findRuns(const Inset& inset, Block& block) {
         cells.row = window.row + row;
         cells.firstColumn = window.column;
         cells.sigmas = m_task.level.dependsOnSlope() ? m_sigmas.data() + from : nullptr;
-        cells.medians = mediansOf(inset, window, row);
+        cells.rims = rimsOf(inset, window, row);
         block.compared += measuredIn(cells.dz, window.columns);
         m_finder.find(cells, block.found.runs);
     }
@@ -156,7 +159,7 @@ bool BlockWorker::hasRims() const {
 }
 
 /// Null where there are none to be had: beyond the border nothing is known.
-const float* BlockWorker::mediansOf(const Inset& inset, const CellWindow& window, int row) {
+const std::int8_t* BlockWorker::rimsOf(const Inset& inset, const CellWindow& window, int row) {
     const auto columns = static_cast<std::size_t>(window.columns);
     const auto stride = static_cast<std::size_t>(inset.read.columns);
     const int readRow = inset.firstRow + row;
@@ -166,14 +169,34 @@ const float* BlockWorker::mediansOf(const Inset& inset, const CellWindow& window
     // In the first and last column of the overlap a neighbour is missing.
     const std::size_t before = inset.firstColumn > 0 ? 0 : 1;
     const std::size_t after = inset.firstColumn + window.columns < inset.read.columns ? 0 : 1;
-    m_medians.assign(columns, kNoHeight);
-    if (columns > before + after) {
-        const std::size_t count = columns - before - after;
-        m_sorted.resize(3 * (count + 2));
-        mediansOfNine(m_dz.data() + inset.cell(row) + before, stride, count, m_sorted.data(),
-                      m_medians.data() + before);
+    if (columns <= before + after) {
+        return nullptr;
     }
-    return m_medians.data();
+    const std::size_t count = columns - before - after;
+    const std::size_t begin = static_cast<std::size_t>(inset.firstColumn) + before;
+    m_rims.assign(columns, 0);
+    if (!m_task.level.dependsOnSlope()) {
+        std::copy_n(m_rimSigns.of(m_dz.data(), stride, readRow, begin, count), count,
+                    m_rims.begin() + before);
+        return m_rims.data();
+    }
+    const std::size_t first = inset.cell(row) + before;
+    m_medians.resize(count);
+    m_sorted.resize(3 * (count + 2));
+    mediansOfNine(m_dz.data() + first, stride, count, m_sorted.data(), m_medians.data());
+    markRims(m_sigmas.data() + first, m_medians.data(), count, m_rims.data() + before);
+    return m_rims.data();
+}
+
+void BlockWorker::markRims(const float* sigmas, const float* medians, std::size_t columns,
+                           std::int8_t* rims) const {
+    const CellLevel level = m_task.level.cellLevel();
+    const auto growRatio = static_cast<float>(m_task.growRatio);
+    for (std::size_t i = 0; i < columns; ++i) {
+        const float needed = level.rim(sigmas[i], growRatio);
+        rims[i] = static_cast<std::int8_t>(static_cast<int>(medians[i] >= needed) -
+                                           static_cast<int>(medians[i] <= -needed));
+    }
 }
 
 bool BlockWorker::isStrong(const Inset& inset, const CellWindow& window, const Run& run) const {

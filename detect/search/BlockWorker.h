@@ -4,6 +4,7 @@
 #include "detect/search/BlockPlan.h"
 #include "detect/search/LevelOfDetection.h"
 #include "detect/search/ResamplingBlur.h"
+#include "detect/search/RimSigns.h"
 #include "detect/search/Runs.h"
 
 namespace detect {
@@ -61,7 +62,8 @@ private:
     std::int32_t explainedByShift(const Inset& inset, const CellWindow& window, const Run& run) const;
     void findCores(const Inset& inset, const CellWindow& window, Run& run) const;
     bool hasRims() const;
-    const float* mediansOf(const Inset& inset, const CellWindow& window, int row);
+    const std::int8_t* rimsOf(const Inset& inset, const CellWindow& window, int row);
+    void markRims(const float* sigmas, const float* medians, std::size_t columns, std::int8_t* rims) const;
     bool isStrong(const Inset& inset, const CellWindow& window, const Run& run) const;
     CellUncertainty uncertainty() const;
     std::vector<float> dzOf(const Inset& inset, const CellWindow& window) const;
@@ -77,6 +79,8 @@ private:
     std::vector<float> m_blurs;   ///< empty where heights come untouched
     std::vector<float> m_medians; ///< of the row at hand
     std::vector<float> m_sorted;
+    RimSigns m_rimSigns;             ///< where one standard deviation holds for all
+    std::vector<std::int8_t> m_rims; ///< of the row at hand
 };
 
 } // namespace detect

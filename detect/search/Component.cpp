@@ -20,6 +20,7 @@ void empty(std::vector<T>& values, std::size_t keptCapacity) {
 void extend(Run& before, const Run& run) {
     before.end = run.end;
     before.gap = before.gap && run.gap;
+    before.restless = before.restless || run.restless;
     before.lowest = std::min(before.lowest, run.lowest);
     before.highest = std::max(before.highest, run.highest);
     before.strongest = std::max(before.strongest, run.strongest);

@@ -83,24 +83,9 @@ void RunFinder::markSigns(const RowOfCells& cells) {
             signs[i] = sign(dz[i], level.at(sigmas[i]) * growRatio);
         }
     }
-    if (cells.medians) {
-        addRim(cells);
-    }
-}
-
-/// Weak cells of a gentle rim, which noise would fray.
-void RunFinder::addRim(const RowOfCells& cells) {
-    std::int8_t* signs = m_signs.data();
-    const auto count = static_cast<std::size_t>(cells.columns);
-    const CellLevel level = m_level;
-    const float growRatio = m_growRatio;
-    const float* medians = cells.medians;
-    const float common = level.rim(level.sigma, growRatio);
-    for (std::size_t i = 0; i < count; ++i) {
-        const float needed = cells.sigmas ? level.rim(cells.sigmas[i], growRatio) : common;
-        const auto rim = static_cast<std::int8_t>(static_cast<int>(medians[i] >= needed) -
-                                                  static_cast<int>(medians[i] <= -needed));
-        signs[i] = signs[i] != 0 ? signs[i] : rim;
+    const std::int8_t* const rims = cells.rims; // signs could lie over the pointer
+    for (std::size_t i = 0; rims && i < count; ++i) {
+        signs[i] = signs[i] != 0 ? signs[i] : rims[i];
     }
 }
 

@@ -27,6 +27,8 @@ struct Run {
     /// A single cell with a weaker dZ between two runs of this sign. It joins them when the cells above and
     /// below are members of the same sign too, and is dropped otherwise.
     bool gap = false;
+    /// Its levels of detection are those of restless ground; see StandingOut.
+    bool restless = false;
     float lowest = 0.0F;       ///< dZ, metres
     float highest = 0.0F;      ///< dZ, metres
     float strongest = 0.0F;    ///< largest |dZ| of a cell over its level of detection
@@ -84,8 +86,9 @@ struct RowOfCells {
     int firstColumn = 0;
     /// Standard deviation of each cell's dZ, metres; null where one holds for all.
     const float* sigmas = nullptr;
-    /// Median of the dZ of each cell and the eight around it, metres; NaN where one of them is missing.
-    const float* medians = nullptr;
+    /// +1 or -1 where the median of the dZ of a cell and the eight around it makes it the rim of a change, 0 elsewhere;
+    /// null where no cell is.
+    const std::int8_t* rims = nullptr;
 };
 
 /// Level of detection of a cell: so many standard deviations of its dZ, and at least the threshold; metres.
@@ -128,7 +131,6 @@ public:
 
 private:
     void markSigns(const RowOfCells& cells);
-    void addRim(const RowOfCells& cells);
 
     CellLevel m_level;
     float m_growRatio;

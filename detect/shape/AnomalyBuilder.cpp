@@ -1,5 +1,6 @@
 #include "detect/shape/AnomalyBuilder.h"
 
+#include "detect/search/StandingOut.h"
 #include "detect/shape/Classification.h"
 #include "detect/shape/OutlineSimplifier.h"
 
@@ -65,6 +66,10 @@ AnomalyBuilder::AnomalyBuilder(const Grid& grid, const Parameters& parameters,
     : m_grid(grid), m_parameters(parameters), m_level(parameters, coregistration, grid),
       m_correlatedCells(std::max(1.0, coregistration.correlatedCells)),
       m_sigmaMetres(coregistration.sigmaMetres), m_found(found) {}
+
+bool AnomalyBuilder::mayPass(const Component& component) const {
+    return reachesLevelOfDetection(component.runs) && (!m_parameters.rules.core || hasCore(component.runs));
+}
 
 void AnomalyBuilder::consider(Component& component) {
     if (!reachesLevelOfDetection(component.runs)) {
@@ -186,6 +191,10 @@ void AnomalyBuilder::measureUncertainty(const std::vector<Run>& runs, Anomaly& a
     const auto cells = static_cast<double>(anomaly.cells);
     anomaly.sigmaMetres = std::sqrt(variance / cells);
     anomaly.levelOfDetectionMetres = m_level.levelFor(anomaly.sigmaMetres);
+    if (std::any_of(runs.begin(), runs.end(), [](const Run& run) { return run.restless; })) {
+        anomaly.levelOfDetectionMetres = std::max(
+            anomaly.levelOfDetectionMetres, static_cast<double>(StandingOut::kSigmas) * anomaly.sigmaMetres);
+    }
     anomaly.significance = strongest;
     anomaly.volumeSigmaCubicMetres = std::sqrt(weighted * std::min(cells, m_correlatedCells));
 }

@@ -22,6 +22,9 @@ public:
     /// of the rules turns away.
     void consider(Component& component);
 
+    /// False for a finished component that consider() would turn away at first sight.
+    bool mayPass(const Component& component) const;
+
     const Rejections& rejections() const { return m_rejections; }
 
 private:

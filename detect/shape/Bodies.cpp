@@ -114,6 +114,7 @@ Run part(const Run& whole, std::int32_t begin, std::int32_t end, const float* he
     run.begin = begin;
     run.end = end;
     run.sign = whole.sign;
+    run.restless = whole.restless;
     const float* first = heights + (begin - whole.begin);
     measureRun(first, {}, {}, run);
     const float ofWhole = largest(heights, heights + whole.cells());

@@ -140,14 +140,16 @@ Traits measureTraits(const Component& component, const Polygon& cellOutline) {
     const auto cells = static_cast<double>(component.cells);
     double sum = 0.0;
     double explained = 0.0;
+    bool restless = false;
     for (const Run& run : component.runs) {
         sum += static_cast<double>(run.raised + run.sunk) * kSumUnitMetres;
         explained += run.explainedByShift;
+        restless = restless || run.restless;
         traits.peakMetres =
             std::max(traits.peakMetres, static_cast<double>(std::max(run.highest, -run.lowest)));
     }
     traits.meanMetres = std::abs(sum) / cells;
-    traits.explainedByShift = explained / cells;
+    traits.explainedByShift = restless ? 0.0 : explained / cells;
     traits.widthCells = 2.0 * cells / rimCells(cellOutline);
     traits.rectangularity = cells / smallestRectangle(cellOutline.outer);
     if (component.isExamined()) {

@@ -23,7 +23,8 @@ struct Traits {
     /// Mean width, cells: twice the area over the length of the rim, which is the width of a long band.
     double widthCells = 0.0;
     /// Share of the cells whose change a shift by one cell would explain: the new height lies between the old
-    /// heights around, and the old one between the new heights around.
+    /// heights around, and the old one between the new heights around. 0 on restless ground, where any shift
+    /// explains as much.
     double explainedByShift = 0.0;
 };
 

@@ -1,5 +1,6 @@
 // Every failure: one line that names the file, nothing left behind, earlier results untouched.
 
+#include "detect/output/CoregistrationNote.h"
 #include "detect/output/SummaryFile.h"
 #include "tests/detect/TestRasters.h"
 #include "tests/detect/WholeResult.h"
@@ -53,6 +54,37 @@ protected:
     const std::string m_dzRaster = m_folder.file("dz.tif");
     Request m_request;
 };
+
+TEST_F(BadInput, Orthophoto) {
+    const auto photo = GDALDatasetUniquePtr(GetGDALDriverManager()->GetDriverByName("GTiff")->Create(
+        m_request.newRaster.c_str(), 100, 100, 3, GDT_Byte, nullptr));
+    OGRSpatialReference reference;
+    reference.importFromEPSG(4547);
+    photo->SetSpatialRef(&reference);
+    RasterPlan plan;
+    photo->SetGeoTransform(plan.toMap.data());
+    photo->FlushCache();
+    expectFailure("new.tif", "正射影像");
+}
+
+TEST_F(BadInput, EpochsThatDoNotFitAreDoubtedInOneLine) {
+    Random random(5);
+    writeRaster(m_request.newRaster, RasterPlan(),
+                [&](const Point& p) { return slope(p) + 100.0 * random(); });
+    const Changes changes = detectOrFail(m_request);
+    EXPECT_TRUE(changes.scatterExceedsThreshold);
+    const std::string doubt = doubtAbout(changes, m_request.parameters);
+    EXPECT_EQ(doubt.find("结果不可信"), 0U) << doubt;
+    EXPECT_EQ(doubt.find('\n'), std::string::npos);
+    EXPECT_EQ(notesOn(changes, m_request.parameters).front(), doubt);
+
+    m_request.parameters.significance.emplace();
+    EXPECT_FALSE(detectOrFail(m_request).scatterExceedsThreshold)
+        << "the level of detection knows the scatter";
+    m_request.parameters.significance.reset();
+    writeRaster(m_request.newRaster, RasterPlan(), [&](const Point& p) { return slope(p) + 0.5 * random(); });
+    EXPECT_EQ(doubtAbout(detectOrFail(m_request), m_request.parameters), "");
+}
 
 TEST_F(BadInput, MissingRaster) {
     fs::remove(m_request.newRaster);
