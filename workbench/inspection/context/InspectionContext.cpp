@@ -1,5 +1,6 @@
 #include "workbench/inspection/context/InspectionContext.h"
 
+#include "workbench/inspection/account/AccountLine.h"
 #include "workbench/inspection/context/ProgressWidget.h"
 #include "workbench/inspection/images/ImageWindow.h"
 #include "workbench/inspection/scene/AnomalyOverlays.h"
@@ -14,6 +15,7 @@
 #include <algorithm>
 #include <utility>
 
+using inspection::AccountLine;
 using inspection::AnomalyOverlays;
 using inspection::AnomalyTableWindow;
 using inspection::ImageWindow;
@@ -51,6 +53,7 @@ void InspectionContext::initialise(QWidget* mainWindow) {
     m_images = new ImageWindow(*m_session, mainWindow);
     m_parameters = new ParameterDialog(*m_session, mainWindow);
     m_progress = new ProgressWidget(m_session->jobs(), mainWindow);
+    m_account = new AccountLine(*m_session, mainWindow);
     connectWindows();
 }
 
@@ -78,10 +81,12 @@ void InspectionContext::connectWindows() {
     connect(&history, &inspection::ProjectHistory::rowsChanged, m_stations, &StationTreeWindow::applyRows);
     connect(&history, &inspection::ProjectHistory::rowsChanged, m_anomalies, &AnomalyTableWindow::applyRows);
     connect(&history, &inspection::ProjectHistory::replacedByOthers, m_stations, &StationTreeWindow::reload);
+    connect(&history, &inspection::ProjectHistory::replacedByOthers, m_account, &AccountLine::refresh);
     connect(m_session.get(), &Session::connectionChanged, m_progress, &ProgressWidget::showMessage);
     connect(m_session.get(), &Session::noticed, m_progress, &ProgressWidget::showMessage);
 
     StationWork& work = m_session->work();
+    connect(&work, &StationWork::computed, m_account, &AccountLine::refresh);
     connect(&work, &StationWork::computeFinished, m_progress, &ProgressWidget::showResult);
     connect(&work, &StationWork::computeFinished, this, &InspectionContext::computeFinished);
     connect(&work, &StationWork::outputFinished, this, &InspectionContext::outputFinished);
@@ -101,6 +106,7 @@ void InspectionContext::shutdown() {
     delete m_images;
     delete m_parameters;
     delete m_progress;
+    delete m_account;
     m_objectNodes.reset();
     m_overlays.reset();
     m_session.reset();
@@ -183,6 +189,16 @@ void InspectionContext::setMapPictureSource(std::function<QImage()> source) {
 
 QWidget* InspectionContext::progressWidget() {
     return m_progress;
+}
+
+QWidget* InspectionContext::accountLine() {
+    return m_account;
+}
+
+void InspectionContext::showAccount() {
+    if (m_account) {
+        m_account->showAccount();
+    }
 }
 
 StationWindow* InspectionContext::GetStationWindow() {

@@ -22,6 +22,7 @@ class QWidget;
 
 namespace inspection {
 struct ComputationSummary;
+class AccountLine;
 class AnomalyOverlays;
 class AnomalyTableWindow;
 class ImageWindow;
@@ -77,6 +78,11 @@ public:
     void setMapPictureSource(std::function<QImage()> source);
     /// Text, bar and cancel button of the running work; hidden while nothing runs. For the status bar.
     QWidget* progressWidget();
+    /// What detection did to the compared pair, in one line that opens a window when it is clicked; hidden while there
+    /// is nothing to tell. For the status bar.
+    QWidget* accountLine();
+    /// Opens that window, or says that there is nothing to tell.
+    void showAccount();
 
     StationWindow* GetStationWindow() override;
     AVWindow* GetAVWindow() override;
@@ -111,4 +117,5 @@ private:
     QPointer<inspection::ImageWindow> m_images;
     QPointer<inspection::ParameterDialog> m_parameters;
     QPointer<inspection::ProgressWidget> m_progress;
+    QPointer<inspection::AccountLine> m_account;
 };

@@ -85,19 +85,6 @@ ProjectParameters parametersOf(const QJsonObject& json) {
     return parameters;
 }
 
-QJsonObject jsonOf(const ProjectParameters& parameters) {
-    QJsonObject json{{"fill_colour", parameters.fillColour.name()},
-                     {"cut_colour", parameters.cutColour.name()},
-                     {"overlay_mode", static_cast<int>(parameters.overlayMode)}};
-    for (const detect::ParameterField& field : detect::parameterFields()) {
-        const QJsonValue value = std::visit(JsonOf{parameters}, field.kind);
-        if (!value.isUndefined()) {
-            json[keyOf(field)] = value;
-        }
-    }
-    return json;
-}
-
 Result<QJsonObject> readJson(const QString& file) {
     QFile source(file);
     if (!source.exists()) {
@@ -220,6 +207,19 @@ void setBaseLayers(QJsonObject& json, const ProjectDescription& project) {
 
 } // namespace
 
+QJsonObject parametersAsStored(const ProjectParameters& parameters) {
+    QJsonObject json{{"fill_colour", parameters.fillColour.name()},
+                     {"cut_colour", parameters.cutColour.name()},
+                     {"overlay_mode", static_cast<int>(parameters.overlayMode)}};
+    for (const detect::ParameterField& field : detect::parameterFields()) {
+        const QJsonValue value = std::visit(JsonOf{parameters}, field.kind);
+        if (!value.isUndefined()) {
+            json[keyOf(field)] = value;
+        }
+    }
+    return json;
+}
+
 QString storedPath(const QString& folder, const QString& path) {
     const QString relative = QDir(folder).relativeFilePath(path);
     return path.isEmpty() || relative.startsWith(QLatin1String("..")) ? path : relative;
@@ -273,7 +273,7 @@ Status writeProjectFile(const ProjectDescription& project) {
     json["epochs"] = jsonOf(project.folder, project.epochs);
     json["centerline"] = storedPath(project.folder, project.centerline);
     setDatabase(json, project);
-    json["parameters"] = jsonOf(project.parameters);
+    json["parameters"] = parametersAsStored(project.parameters);
     setCompared(json, project);
     setBaseLayers(json, project);
 

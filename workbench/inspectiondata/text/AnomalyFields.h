@@ -90,6 +90,7 @@ constexpr FigureTitle kAreaTitle{"面积", "m²"};
 constexpr FigureTitle kVolumeTitle{"体积", "m³"};
 constexpr FigureTitle kMeanDifferenceTitle{"平均dZ", "m"};
 constexpr FigureTitle kPipeDistanceTitle{"距管线", "m"};
+constexpr FigureTitle kVolumeSigmaTitle{"体积标准差", "m³"};
 constexpr FigureTitle kSigmaTitle{"dZ标准差", "m"};
 constexpr FigureTitle kLevelOfDetectionTitle{"检出限", "m"};
 constexpr char kSignificanceTitle[] = "显著性";
