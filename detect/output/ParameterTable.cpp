@@ -54,10 +54,10 @@ SwitchParameter tilt() {
 
 std::vector<ParameterField> limits() {
     return {{"threshold_m", "--threshold", "变化阈值", "m", "高程变化达到该值才算异常", false,
-             NumberParameter{0.01, 1000.0, 0.1, 2, nullptr, plain<&Parameters::thresholdMetres>,
+             NumberParameter{0.001, 1000.0, 0.1, 3, nullptr, plain<&Parameters::thresholdMetres>,
                              setPlain<&Parameters::thresholdMetres>}},
             {"min_area_m2", "--min-area", "最小面积", "m²", "面积小于该值的变化不计入", false,
-             NumberParameter{0.0, 1e6, 1.0, 2, nullptr, plain<&Parameters::minAreaSquareMetres>,
+             NumberParameter{0.0, 1e9, 1.0, 2, nullptr, plain<&Parameters::minAreaSquareMetres>,
                              setPlain<&Parameters::minAreaSquareMetres>}},
             {"coregister", "--coregister", "配准方式", "", "比较之前如何使新一期对准旧一期", false,
              MethodParameter{}}};

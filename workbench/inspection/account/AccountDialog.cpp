@@ -11,9 +11,13 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include <algorithm>
+
 namespace inspection {
 
 namespace {
+
+constexpr int kWidthCharacters = 90;
 
 QLabel* makeText(const QString& text, const char* name) {
     auto* label = new QLabel(text);
@@ -63,8 +67,11 @@ AccountDialog::AccountDialog(const ProjectDescription& project, const DetectionA
     }
     addCorrection(*column, project, account);
     column->addWidget(close, 0, Qt::AlignRight);
-    setMinimumWidth(fontMetrics().averageCharWidth() * 80);
     updateLayout();
+    // The lines that the texts take depend on the width.
+    const int width = fontMetrics().averageCharWidth() * kWidthCharacters;
+    setMinimumWidth(width);
+    resize(width, std::max(layout()->totalHeightForWidth(width), sizeHint().height()));
 }
 
 AccountDialog::~AccountDialog() = default;

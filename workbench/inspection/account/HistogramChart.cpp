@@ -33,7 +33,7 @@ void HistogramChart::paintEvent(QPaintEvent* /*event*/) {
     QPainter painter(this);
     painter.fillRect(rect(), palette().base());
     const int line = fontMetrics().height();
-    const QRectF plot = QRectF(rect()).adjusted(12, line + 4, -12, -line - 6);
+    const QRectF plot = QRectF(rect()).adjusted(12, line + 10, -12, -line - 6);
     if (plot.width() < 40 || plot.height() < 20) {
         return;
     }
@@ -73,7 +73,8 @@ void HistogramChart::paintAxis(QPainter& painter, const QRectF& plot) const {
                      tr("稳定地面的 dZ（m），虚线为变化阈值"));
     const double end = m_histogram.fromMetres + widthMetres();
     for (const double metres : {m_histogram.fromMetres, 0.0, end}) {
-        const QString text = QString::number(metres, 'f', end < 0.1 ? 3 : 2);
+        const QString text =
+            QString::number(metres, 'f', end < 0.1 ? 3 : 2).replace('-', QStringLiteral("−"));
         const int width = fontMetrics().horizontalAdvance(text);
         const double left = std::clamp(x(plot, metres) - width / 2.0, 0.0, double(this->width() - width));
         painter.drawText(QRectF(left, plot.bottom() + 3, width + 1, line), Qt::AlignLeft, text);

@@ -62,6 +62,8 @@ void ParameterDialog::buildAdvanced() {
     m_advanced->setFrameShape(QFrame::NoFrame);
     m_advanced->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     m_advanced->setWidget(fields);
+    m_advanced->viewport()->setAutoFillBackground(false); // as the rest of the window
+    fields->setAutoFillBackground(false);
     connect(m_more, SIGNAL(toggled(bool)), this, SLOT(unfold(bool)));
 }
 
@@ -75,8 +77,17 @@ void ParameterDialog::unfold(bool isOpen) {
         std::min(content.height(), screen()->availableSize().height() - kScreenMargin));
     if (isOpen) {
         adjustSize();
+        moveOntoScreen();
     } else {
         resize(width(), minimumSizeHint().height());
+    }
+}
+
+// It has grown downwards.
+void ParameterDialog::moveOntoScreen() {
+    const int below = frameGeometry().bottom() - screen()->availableGeometry().bottom();
+    if (below > 0) {
+        move(x(), std::max(screen()->availableGeometry().top(), y() - below));
     }
 }
 

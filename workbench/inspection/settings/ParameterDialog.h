@@ -33,6 +33,7 @@ private slots:
 private:
     void build();
     void buildAdvanced();
+    void moveOntoScreen();
     void showParameters(const ProjectParameters& parameters);
     ProjectParameters entered() const;
 

@@ -52,7 +52,7 @@ const std::vector<TableColumn>& tableColumns() {
              const auto& metres = told.surroundings.pipeMetres;
              return metres ? pipeDistanceText(*metres) : QString();
          }},
-        {{QStringLiteral("经度 °"), 16.5, true},
+        {{QStringLiteral("经度 °"), 17.0, true},
          [](const Told& told) { return fixed(told.anomaly.lonDegrees, 6); }},
         {{QStringLiteral("纬度 °"), 15.5, true},
          [](const Told& told) { return fixed(told.anomaly.latDegrees, 6); }},
@@ -60,7 +60,7 @@ const std::vector<TableColumn>& tableColumns() {
          [](const Told& told) { return told.anomaly.isFill ? QStringLiteral("填") : QStringLiteral("挖"); }},
         {{kAreaTitle.inLine(), 12.5, true},
          [](const Told& told) { return fixed(told.anomaly.areaSquareMetres, 1); }},
-        {{kVolumeTitle.inLine(), 18.5, true},
+        {{kVolumeTitle.inLine(), 18.0, true},
          [](const Told& told) {
              return told.anomaly.volumeSigmaCubicMetres ? volumeText(told.anomaly)
                                                         : fixed(told.anomaly.volumeCubicMetres(), 1);

@@ -177,7 +177,7 @@ double PdfReport::factHeight(const NamedFact& fact) {
 }
 
 double PdfReport::methodHeight() {
-    constexpr double kHeadingAndNote = 48.0;
+    constexpr double kHeadingAndNote = 36.0;
     double height = kHeadingAndNote;
     for (const NamedFact& fact : m_facts.method) {
         height += factHeight(fact);

@@ -43,7 +43,9 @@ QString scatterText(const detect::Coregistration& coregistration) {
 
 QString coregistrationLine(const detect::Coregistration& coregistration) {
     QStringList parts{methodTitle(coregistration.method)};
-    if (coregistration.method != detect::CoregistrationMethod::None) {
+    if (coregistration.method == detect::CoregistrationMethod::Bias) {
+        parts << QStringLiteral("dZ %1 m").arg(metres(coregistration.dzMetres));
+    } else if (coregistration.method != detect::CoregistrationMethod::None) {
         parts << shiftText(coregistration);
     }
     parts << scatterText(coregistration);
