@@ -75,7 +75,7 @@ void AccountLine::showAccount() {
 }
 
 QSize AccountLine::sizeHint() const {
-    return {fontMetrics().horizontalAdvance(m_text) + kPadding, fontMetrics().height() + 4};
+    return {fontMetrics().horizontalAdvance(m_text) + 2 * kPadding, fontMetrics().height() + 4};
 }
 
 QSize AccountLine::minimumSizeHint() const {

@@ -236,7 +236,11 @@ void ProfileChart::paintKey(QPainter& painter, const Axes& axes) const {
     entry(name(tr("后期高程"), m_profile.newMetres), kNewColour, Qt::SolidLine);
     if (m_levelOfDetection) {
         painter.fillRect(QRectF(x, y - textHeight * 0.3, 22, textHeight * 0.6), kBandColour);
-        entry(tr("检出限 ±%1 m").arg(*m_levelOfDetection, 0, 'f', 2), Qt::transparent, Qt::SolidLine);
+        const QString limit = tr("±%1 m").arg(*m_levelOfDetection, 0, 'f', 2);
+        const QString named = tr("检出限 ") + limit;
+        const double end = x + 27 + fontMetrics().horizontalAdvance(named) + 4;
+        entry(end < axes.plot.right() - 14 ? named : limit, Qt::transparent,
+              Qt::SolidLine); // before the other letter
     }
 }
 
