@@ -50,7 +50,7 @@ Read setNumber(const ParameterField& field, const std::string& text, detect::Par
     if (!value || !number.isWithin(*value)) {
         return wrongUse(std::string(field.option) + " 需要 " + rangeText(field, number));
     }
-    number.set(parameters, *value);
+    number.set(parameters, value);
     return {};
 }
 

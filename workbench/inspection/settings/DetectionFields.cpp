@@ -36,38 +36,38 @@ QComboBox* makeMethods() {
 
 /// Shows a parameter in its editor.
 struct Showing {
-    QWidget* editor;
+    QWidget& editor;
     const detect::Parameters& parameters;
 
     void operator()(const NumberParameter& number) const {
-        auto& box = *static_cast<QDoubleSpinBox*>(editor);
+        auto& box = static_cast<QDoubleSpinBox&>(editor);
         box.setValue(number.value(parameters).value_or(box.minimum()));
     }
     void operator()(const SwitchParameter& choice) const {
-        static_cast<QCheckBox*>(editor)->setChecked(choice.value(parameters));
+        static_cast<QCheckBox&>(editor).setChecked(choice.value(parameters));
     }
     void operator()(const MethodParameter& /*method*/) const {
-        auto& box = *static_cast<QComboBox*>(editor);
+        auto& box = static_cast<QComboBox&>(editor);
         box.setCurrentIndex(box.findData(static_cast<int>(parameters.coregistration)));
     }
 };
 
 /// Takes a parameter from its editor.
 struct Taking {
-    QWidget* editor;
+    QWidget& editor;
     detect::Parameters& parameters;
 
     void operator()(const NumberParameter& number) const {
-        const double value = static_cast<QDoubleSpinBox*>(editor)->value();
+        const double value = static_cast<QDoubleSpinBox&>(editor).value();
         const bool isGiven = !number.without || number.isWithin(value);
         number.set(parameters, isGiven ? std::optional(value) : std::nullopt);
     }
     void operator()(const SwitchParameter& choice) const {
-        choice.of(parameters) = static_cast<QCheckBox*>(editor)->isChecked();
+        choice.of(parameters) = static_cast<QCheckBox&>(editor).isChecked();
     }
     void operator()(const MethodParameter& /*method*/) const {
         parameters.coregistration =
-            static_cast<detect::CoregistrationMethod>(static_cast<QComboBox*>(editor)->currentData().toInt());
+            static_cast<detect::CoregistrationMethod>(static_cast<QComboBox&>(editor).currentData().toInt());
     }
 };
 
@@ -113,32 +113,30 @@ void DetectionFields::show(const detect::Parameters& parameters) {
 detect::Parameters DetectionFields::entered() const {
     detect::Parameters parameters;
     for (const ParameterField& field : detect::parameterFields()) {
-        if (editor(field.name)->isEnabledTo(editor(field.name)->parentWidget())) {
-            std::visit(Taking{editor(field.name), parameters}, field.kind);
+        QWidget& box = editor(field.name);
+        if (box.isEnabledTo(box.parentWidget())) {
+            std::visit(Taking{box, parameters}, field.kind);
         }
     }
     detect::completeSigmas(parameters);
     return parameters;
 }
 
-QWidget* DetectionFields::editor(const std::string& name) const {
-    const auto found = m_editors.find(name);
-    return found == m_editors.end() ? nullptr : found->second;
+QWidget& DetectionFields::editor(const std::string& name) const {
+    return *m_editors.at(name);
 }
 
 void DetectionFields::enableDependent() {
-    const auto* method = static_cast<QComboBox*>(editor("coregister"));
-    const auto* confidence = static_cast<QDoubleSpinBox*>(editor("confidence"));
-    if (!method || !confidence) {
+    if (m_editors.size() < detect::parameterFields().size()) {
         return; // still being made
     }
-    const bool isFull = method->currentData().toInt() == static_cast<int>(detect::CoregistrationMethod::Full);
-    editor("tilt")->setEnabled(isFull);
-    const bool isSignificanceAsked = confidence->value() > confidence->minimum();
+    const auto& method = static_cast<const QComboBox&>(editor("coregister"));
+    const bool isFull = method.currentData().toInt() == static_cast<int>(detect::CoregistrationMethod::Full);
+    editor("tilt").setEnabled(isFull);
+    const auto& confidence = static_cast<const QDoubleSpinBox&>(editor("confidence"));
+    const bool isSignificanceAsked = confidence.value() > confidence.minimum();
     for (const char* sigma : {"sigma_old_m", "sigma_new_m"}) {
-        if (QWidget* box = editor(sigma)) {
-            box->setEnabled(isSignificanceAsked);
-        }
+        editor(sigma).setEnabled(isSignificanceAsked);
     }
 }
 

@@ -25,8 +25,8 @@ public:
 
     void show(const detect::Parameters& parameters);
     detect::Parameters entered() const;
-    /// The editor of that name; null for none.
-    QWidget* editor(const std::string& name) const;
+    /// The editor of that name, which must be one that was added.
+    QWidget& editor(const std::string& name) const;
 
 private:
     QWidget* makeEditor(const detect::ParameterField& field);

@@ -151,9 +151,9 @@ void ParameterDialog::OnSetPara() {
         return;
     }
     showParameters(m_session.parameters());
-    auto* threshold = static_cast<QDoubleSpinBox*>(m_detection->editor("threshold_m"));
-    threshold->setFocus();
-    threshold->selectAll();
+    auto& threshold = static_cast<QDoubleSpinBox&>(m_detection->editor("threshold_m"));
+    threshold.setFocus();
+    threshold.selectAll();
     m_more->setChecked(false);
     unfold(false);
     exec();
