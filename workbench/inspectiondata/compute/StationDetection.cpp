@@ -233,20 +233,21 @@ Result<StationChanges> StationDetection::find(const KV_Station& station,
         }
         changes.correctionRaster = rasters.correction;
     }
-    take(std::move(*outcome), station, changes);
-    changes.summary->parameters = request.parameters;
+    takeAnomalies(*outcome, station, changes);
+    detect::Summary summary{std::move(*outcome), request.parameters};
+    summary.report.found = static_cast<std::int64_t>(changes.anomalies.size());
+    changes.summary = std::move(summary);
     return changes;
 }
 
-void StationDetection::take(detect::Changes found, const KV_Station& station, StationChanges& changes) const {
+void StationDetection::takeAnomalies(const detect::Changes& found, const KV_Station& station,
+                                     StationChanges& changes) const {
     for (const detect::Anomaly& anomaly : found.anomalies) {
         SdiffData record;
         if (translate(anomaly, record) && owns(station, {record.x, record.y})) {
             changes.anomalies.push_back(record);
         }
     }
-    changes.summary.emplace().report = std::move(found);
-    changes.summary->report.found = static_cast<std::int64_t>(changes.anomalies.size());
 }
 
 } // namespace inspection

@@ -55,8 +55,9 @@ private:
     std::optional<detect::Box> searchWindow(const KV_Station& station) const;
     detect::Request requestFor(const KV_Station& station, const detect::Coregistration& coregistration,
                                int threads) const;
-    /// Those of the station's own, and what is told of them.
-    void take(detect::Changes found, const KV_Station& station, StationChanges& changes) const;
+    /// Those that are the station's own.
+    void takeAnomalies(const detect::Changes& found, const KV_Station& station,
+                       StationChanges& changes) const;
     static Unexpected failureAt(const KV_Station& station, const detect::Failure& failure);
     bool owns(const KV_Station& station, const detect::Point& centroid) const;
     /// In the station's reference system; false when it cannot be transformed.

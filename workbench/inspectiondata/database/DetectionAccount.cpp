@@ -20,11 +20,12 @@ std::vector<StationResult> resultsOf(const ProjectDescription& project, mysqlhel
     return results;
 }
 
-void take(const ProjectDescription& project, const StationResult& result, DetectionAccount& account) {
+void take(const ProjectDescription& project, const StationResult& result, const detect::Summary& summary,
+          DetectionAccount& account) {
     ++account.stations;
-    account.coregistration = result.summary->report.coregistration;
-    account.parameters = result.summary->parameters;
-    account.rejections += result.summary->report.rejections;
+    account.coregistration = summary.report.coregistration;
+    account.parameters = summary.parameters;
+    account.rejections += summary.report.rejections;
     if (account.stableDifferences && result.stableDifferences) {
         add(*account.stableDifferences, *result.stableDifferences);
     } else if (result.stableDifferences) {
@@ -46,7 +47,7 @@ std::optional<DetectionAccount> readDetectionAccount(const ProjectDescription& p
     }
     for (const StationResult& result : results) {
         if (result.summary && result.computedAt == account.computedAt) {
-            take(project, result, account);
+            take(project, result, *result.summary, account);
         }
     }
     return account.stations > 0 ? std::optional(std::move(account)) : std::nullopt;
