@@ -5,10 +5,12 @@
 #include "cli/PairOption.h"
 #include "cli/ProgressLine.h"
 #include "cli/StopOnSignal.h"
+#include "detect/output/CoregistrationNote.h"
 #include "host/Gbk.h"
 #include "workbench/inspectiondata/compute/ComputeAnomalies.h"
 #include "workbench/inspectiondata/database/AnomalyTable.h"
 #include "workbench/inspectiondata/database/StationTable.h"
+#include "workbench/inspectiondata/text/CoregistrationText.h"
 
 #include <QCoreApplication>
 
@@ -54,6 +56,21 @@ void printSummary(mysqlhelper::KV_MySQL& database, const inspection::EpochPair& 
                 summary.anomalies, static_cast<long long>(summary.cells), summary.seconds);
 }
 
+/// What whoever reads the figures should know about them.
+void printNotes(const inspection::ProjectDescription& project,
+                const inspection::ComputationSummary& summary) {
+    const detect::Coregistration& coregistration = summary.coregistration;
+    std::printf("%s\n", qUtf8Printable(inspection::coregistrationLine(coregistration)));
+    detect::RunReport report;
+    report.coregistration = coregistration;
+    for (const std::string& note : detect::notesOn(report, project.parameters)) {
+        std::fprintf(stderr, "corridor %s: %s\n", kCommand, note.c_str());
+    }
+    if (const auto doubt = inspection::doubtOf(coregistration.nmadAfterMetres, project.parameters)) {
+        std::fprintf(stderr, "corridor %s: %s\n", kCommand, qUtf8Printable(*doubt));
+    }
+}
+
 int compute(const std::string& folder, const std::vector<std::uint32_t>& stations, const Options& options) {
     auto opened = openProject(folder, inspection::Project::Access::Exclusive);
     if (!opened) {
@@ -80,6 +97,7 @@ int compute(const std::string& folder, const std::vector<std::uint32_t>& station
         return fail(kCommand, result.error());
     }
     printSummary(*project.database->GetMySQL(), request.project.pair(), *result);
+    printNotes(request.project, *result);
     return kStatusDone;
 }
 

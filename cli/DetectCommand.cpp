@@ -28,7 +28,7 @@ const char* const kUsage =
     "         [--threshold M] [--sigma M[,M]] [--confidence P] [--min-area M2]\n"
     "         [--coregister auto|none|bias|full|local] [--tilt] [--unstable FILE] [--ignore FILE]\n"
     "         [--dz DZ.tif] [--correction FIELD.tif] [--threads N]\n"
-    "         [--rules none|core,sliver,speckle,restless] [--no-split] [--cell-outlines]\n"
+    "         [--rules none|core,sliver,speckle,restless] [--grow-ratio R] [--no-split] [--cell-outlines]\n"
     "         [--window XOFF,YOFF,XSIZE,YSIZE] [--summary SUMMARY.json] [--quiet]\n"
     "  --sigma       两期高程的标准差（米），按显著性而不是固定阈值判定变化；同时给出 --threshold "
     "时须两者都达到\n"

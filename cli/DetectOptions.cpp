@@ -2,11 +2,14 @@
 
 #include "cli/OutputSet.h"
 #include "detect/FileEnding.h"
+#include "detect/output/ParameterTable.h"
 #include "detect/output/ParameterText.h"
 #include "detect/output/ResultFile.h"
 
-#include <algorithm>
+#include <array>
+#include <cstdio>
 #include <filesystem>
+#include <map>
 
 namespace cli {
 
@@ -27,21 +30,74 @@ std::vector<std::string> splitAtCommas(const std::string& text) {
     return parts;
 }
 
-Read readLimits(const Options& options, detect::Parameters& parameters) {
-    if (options.has("--threshold")) {
-        const auto number = commandline::parseNumber(options.value("--threshold"));
-        if (!number || *number <= 0.0) {
-            return wrongUse("--threshold 需要大于 0 的米数");
-        }
-        parameters.thresholdMetres = *number;
+using detect::NumberParameter;
+using detect::ParameterField;
+using detect::SwitchParameter;
+
+std::string rangeText(const ParameterField& field, const NumberParameter& number) {
+    const auto figure = [](double value) {
+        std::array<char, 32> text{};
+        std::snprintf(text.data(), text.size(), "%g", value);
+        return std::string(text.data());
+    };
+    return figure(number.least) + " 到 " + figure(number.most) + " 的数" +
+           (*field.unit ? "（" + std::string(field.unit) + "）" : std::string());
+}
+
+/// Sets the field to the number that `text` says.
+Read setNumber(const ParameterField& field, const std::string& text, detect::Parameters& parameters) {
+    const auto& number = std::get<NumberParameter>(field.kind);
+    const auto value = commandline::parseNumber(text);
+    if (!value || !number.isWithin(*value)) {
+        return wrongUse(std::string(field.option) + " 需要 " + rangeText(field, number));
     }
-    if (options.has("--min-area")) {
-        const auto number = commandline::parseNumber(options.value("--min-area"));
-        if (!number || *number < 0.0) {
-            return wrongUse("--min-area 需要不小于 0 的平方米数");
+    number.set(parameters, value);
+    return {};
+}
+
+bool isSigma(const ParameterField& field) {
+    return std::string(field.option) == "--sigma";
+}
+
+Read readNumbers(const Options& options, detect::Parameters& parameters) {
+    for (const ParameterField& field : detect::parameterFields()) {
+        if (std::holds_alternative<NumberParameter>(field.kind) && !isSigma(field) &&
+            options.has(field.option)) {
+            if (auto done = setNumber(field, options.value(field.option), parameters); !done) {
+                return done;
+            }
         }
-        parameters.minAreaSquareMetres = *number;
     }
+    return {};
+}
+
+/// One for both epochs, or one for each.
+Read readSigmas(const Options& options, detect::Parameters& parameters) {
+    if (!options.has("--sigma")) {
+        return {};
+    }
+    const auto parts = splitAtCommas(options.value("--sigma"));
+    if (parts.size() > 2) {
+        return wrongUse("--sigma 需要一个米数，或以逗号分隔的旧期、新期两个米数");
+    }
+    if (auto done = setNumber(detect::parameterField("sigma_old_m"), parts.front(), parameters); !done) {
+        return done;
+    }
+    return setNumber(detect::parameterField("sigma_new_m"), parts.back(), parameters);
+}
+
+/// Significance replaces the threshold, unless one is given too.
+Read readUncertainty(const Options& options, detect::Parameters& parameters) {
+    if (auto done = readSigmas(options, parameters); !done) {
+        return done;
+    }
+    if (parameters.significance && !options.has("--threshold")) {
+        parameters.thresholdMetres = 0.0;
+    }
+    return {};
+}
+
+Read readThreads(const Options& options, detect::Parameters& parameters) {
     if (options.has("--threads")) {
         const auto number = commandline::parseInteger(options.value("--threads"));
         if (!number || *number < 1 || *number > 1024) {
@@ -52,71 +108,67 @@ Read readLimits(const Options& options, detect::Parameters& parameters) {
     return {};
 }
 
+std::string methodNames() {
+    std::string names;
+    for (const detect::MethodTitle& method : detect::methodTitles()) {
+        names += (names.empty() ? "" : "、") + std::string(method.name);
+    }
+    return names;
+}
+
 Read readCoregistration(const Options& options, detect::Parameters& parameters) {
     if (options.has("--coregister")) {
         const auto method = detect::methodNamed(options.value("--coregister"));
         if (!method) {
-            return wrongUse("--coregister 只能是 auto、none、bias、full 或 local");
+            return wrongUse("--coregister 只能是 " + methodNames());
         }
         parameters.coregistration = *method;
     }
-    parameters.tilt = options.has("--tilt");
     if (parameters.tilt && parameters.coregistration != detect::CoregistrationMethod::Full) {
         return wrongUse("--tilt 只能与 --coregister full 一起使用");
     }
     return {};
 }
 
-/// Significance replaces the threshold, unless one is given too.
-Read readSignificance(const Options& options, detect::Parameters& parameters) {
-    if (!options.has("--sigma") && !options.has("--confidence")) {
-        return {};
-    }
-    detect::Significance significance;
-    if (options.has("--sigma")) {
-        const auto parts = splitAtCommas(options.value("--sigma"));
-        const auto first = commandline::parseNumber(parts.front());
-        const auto last = commandline::parseNumber(parts.back());
-        if (parts.size() > 2 || !first || !last || *first <= 0.0 || *last <= 0.0) {
-            return wrongUse("--sigma 需要一个大于 0 的米数，或以逗号分隔的旧期、新期两个米数");
+/// A switch with an option of its own; those of the rules share one.
+bool isFlag(const ParameterField& field) {
+    return std::holds_alternative<SwitchParameter>(field.kind) && std::string(field.option) != "--rules";
+}
+
+Read readFlags(const Options& options, detect::Parameters& parameters) {
+    for (const ParameterField& field : detect::parameterFields()) {
+        if (isFlag(field) && options.has(field.option)) {
+            bool& value = std::get<SwitchParameter>(field.kind).of(parameters);
+            value = !value;
         }
-        significance.oldSigmaMetres = first;
-        significance.newSigmaMetres = last;
-    }
-    if (options.has("--confidence")) {
-        const auto number = commandline::parseNumber(options.value("--confidence"));
-        if (!number || *number <= 0.0 || *number >= 1.0) {
-            return wrongUse("--confidence 需要 0 与 1 之间的小数，如 0.95");
-        }
-        significance.confidence = *number;
-    }
-    parameters.significance = significance;
-    if (!options.has("--threshold")) {
-        parameters.thresholdMetres = 0.0;
     }
     return {};
 }
 
+std::map<std::string, bool*> rulesOf(detect::Parameters& parameters) {
+    std::map<std::string, bool*> rules;
+    for (const ParameterField& field : detect::parameterFields()) {
+        if (const auto* rule = std::get_if<SwitchParameter>(&field.kind); rule && !isFlag(field)) {
+            rules[field.name] = &rule->of(parameters);
+        }
+    }
+    return rules;
+}
+
 Read readRules(const Options& options, detect::Parameters& parameters) {
-    parameters.splitBodies = !options.has("--no-split");
-    parameters.simplifyOutlines = !options.has("--cell-outlines");
     if (!options.has("--rules")) {
         return {};
     }
-    detect::Rules& rules = parameters.rules;
-    rules = {false, false, false, false};
-    const std::pair<const char*, bool*> known[] = {{"core", &rules.core},
-                                                   {"sliver", &rules.sliver},
-                                                   {"speckle", &rules.speckle},
-                                                   {"restless", &rules.restless}};
+    const auto rules = rulesOf(parameters);
+    for (const auto& [name, rule] : rules) {
+        *rule = false;
+    }
     if (options.value("--rules") == "none") {
         return {};
     }
-    const auto names = splitAtCommas(options.value("--rules"));
-    for (const std::string& name : names) {
-        const auto* rule = std::find_if(std::begin(known), std::end(known),
-                                        [&name](const auto& candidate) { return name == candidate.first; });
-        if (rule == std::end(known)) {
+    for (const std::string& name : splitAtCommas(options.value("--rules"))) {
+        const auto rule = rules.find(name);
+        if (rule == rules.end()) {
             return wrongUse("--rules 只能是 none，或以逗号分隔的 core、sliver、speckle、restless");
         }
         *rule->second = true;
@@ -195,7 +247,8 @@ Read readAll(const Options& options, DetectTask& task) {
     detect::Parameters& parameters = task.request.parameters;
     parameters.unstableMask = options.value("--unstable");
     parameters.ignoreMask = options.value("--ignore");
-    for (const auto read : {readLimits, readCoregistration, readSignificance, readRules}) {
+    for (const auto read :
+         {readNumbers, readUncertainty, readThreads, readFlags, readCoregistration, readRules}) {
         if (auto done = read(options, parameters); !done) {
             return done;
         }
@@ -209,11 +262,16 @@ Read readAll(const Options& options, DetectTask& task) {
 } // namespace
 
 const OptionTable& detectOptionTable() {
-    static const OptionTable table{{"--old", "--new", "--out", "--threshold", "--min-area", "--coregister",
-                                    "--sigma", "--confidence", "--rules", "--dz", "--correction",
-                                    "--unstable", "--ignore", "--threads", "--summary", "--window"},
-                                   {"--tilt", "--no-split", "--cell-outlines", "--quiet", "--help"},
-                                   0};
+    static const OptionTable table = [] {
+        OptionTable all{{"--old", "--new", "--out", "--dz", "--correction", "--unstable", "--ignore",
+                         "--threads", "--summary", "--window"},
+                        {"--quiet", "--help"},
+                        0};
+        for (const ParameterField& field : detect::parameterFields()) {
+            (isFlag(field) ? all.flags : all.withValue).insert(field.option);
+        }
+        return all;
+    }();
     return table;
 }
 

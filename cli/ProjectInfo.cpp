@@ -5,6 +5,8 @@
 #include "host/Gbk.h"
 #include "workbench/inspectiondata/output/InspectionData.h"
 #include "workbench/inspectiondata/project/Georeference.h"
+#include "workbench/inspectiondata/project/ProjectFile.h"
+#include "workbench/inspectiondata/text/CoregistrationText.h"
 
 #include <QFileInfo>
 #include <QJsonArray>
@@ -56,10 +58,31 @@ QJsonArray baseLayers(const inspection::ProjectDescription& project) {
     return array;
 }
 
-QJsonObject parameters(const inspection::ProjectParameters& parameters) {
-    return {{"threshold_m", parameters.thresholdMetres},
-            {"min_area_m2", parameters.minAreaSquareMetres},
-            {"coregistration", inspection::coregistrationName(parameters.coregistration)}};
+/// What the latest computation of the compared pair did; null while there is no account of one.
+QJsonValue detection(const std::optional<inspection::DetectionAccount>& account) {
+    if (!account) {
+        return {};
+    }
+    const detect::Coregistration& done = account->coregistration;
+    QJsonObject rejected;
+    rejected["core"] = static_cast<qint64>(account->rejections.core);
+    rejected["area"] = static_cast<qint64>(account->rejections.area);
+    rejected["sliver"] = static_cast<qint64>(account->rejections.sliver);
+    rejected["speckle"] = static_cast<qint64>(account->rejections.speckle);
+    const auto doubt = inspection::doubtOf(done.nmadAfterMetres, account->parameters);
+    return QJsonObject{{"computed_at", account->computedAt},
+                       {"stations", account->stations},
+                       {"coregistration", inspection::coregistrationName(done.method)},
+                       {"reason", QString::fromStdString(done.reason)},
+                       {"refusal", QString::fromStdString(done.refusal)},
+                       {"dx_m", done.dxMetres},
+                       {"dy_m", done.dyMetres},
+                       {"dz_m", done.dzMetres},
+                       {"nmad_before_m", done.nmadBeforeMetres},
+                       {"nmad_after_m", done.nmadAfterMetres},
+                       {"sigma_m", done.sigmaMetres},
+                       {"rejected", rejected},
+                       {"doubt", doubt ? QJsonValue(*doubt) : QJsonValue()}};
 }
 
 QJsonObject station(const inspection::StationFindings& findings) {
@@ -90,7 +113,7 @@ inspection::Result<QJsonObject> projectInfo(const QString& folder) {
                      {"epochs", epochs(description)},
                      {"compared", pairOf(description.pair())},
                      {"base_layers", baseLayers(description)},
-                     {"parameters", parameters(description.parameters)},
+                     {"parameters", inspection::parametersAsStored(description.parameters)},
                      {"stations", QJsonArray()}};
     const QString file = description.databaseFile();
     if (!file.isEmpty() && !QFileInfo::exists(file)) {
@@ -106,6 +129,7 @@ inspection::Result<QJsonObject> projectInfo(const QString& folder) {
     }
     const auto& data = *read;
     json["comparisons"] = comparisons(data.comparisons);
+    json["detection"] = detection(data.account);
     QJsonArray stations;
     for (const auto& findings : data.stations) {
         stations.append(station(findings));

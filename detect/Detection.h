@@ -133,6 +133,14 @@ struct Rejections {
     std::int64_t area = 0;
     std::int64_t sliver = 0;
     std::int64_t speckle = 0;
+
+    Rejections& operator+=(const Rejections& other) {
+        core += other.core;
+        area += other.area;
+        sliver += other.sliver;
+        speckle += other.speckle;
+        return *this;
+    }
 };
 
 struct Parameters {

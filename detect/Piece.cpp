@@ -132,13 +132,6 @@ Grid gridOf(const PieceFrame& frame) {
     return {frame.columns, frame.rows, frame.cellToMap, std::move(srs)};
 }
 
-void add(const Rejections& more, Rejections& sum) {
-    sum.core += more.core;
-    sum.area += more.area;
-    sum.sliver += more.sliver;
-    sum.speckle += more.speckle;
-}
-
 /// Labels what the windows cut, as if it had never been cut.
 Rejections stitch(const std::vector<Piece>& pieces, AnomalyOrder& found) {
     struct SeamRun {
@@ -189,7 +182,7 @@ Status gather(const std::vector<Piece>& pieces, const AnomaliesOfPiece& anomalie
 RunReport reportOfAll(const std::vector<Piece>& pieces) {
     RunReport report = reportOf(pieces.front());
     for (std::size_t i = 1; i < pieces.size(); ++i) {
-        add(pieces[i].rejections, report.rejections);
+        report.rejections += pieces[i].rejections;
         report.cells += pieces[i].cells;
         report.seconds += pieces[i].seconds;
         report.threads = std::max(report.threads, pieces[i].threads);
@@ -236,7 +229,7 @@ Result<RunReport> mergePieces(const std::vector<Piece>& pieces, const AnomaliesO
         return failed(done);
     }
     AnomalyOrder found(receiver);
-    add(stitch(pieces, found), report.rejections);
+    report.rejections += stitch(pieces, found);
     if (auto done = gather(pieces, anomaliesOf, found); !done) {
         return failed(done);
     }

@@ -103,7 +103,8 @@ Error writeProjectFile(const fs::path& folder) {
              << "/dsm.tif\", \"dom\": \"epochs/" << date << "/dom.tif\"}"
              << (date == kEpochDates[0] ? ",\n" : "\n");
     }
-    file << "  ],\n  \"centerline\": \"centerline.gpkg\"\n}\n";
+    file << "  ],\n  \"centerline\": \"centerline.gpkg\",\n  \"parameters\": {\"coregistration\": "
+            "\"auto\"}\n}\n";
     file.close();
     if (!file) {
         return text(path) + "：无法写入";

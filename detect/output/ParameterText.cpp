@@ -1,5 +1,9 @@
 #include "detect/output/ParameterText.h"
 
+#include "detect/output/ParameterTable.h"
+
+#include <algorithm>
+
 namespace detect {
 
 namespace {
@@ -34,29 +38,66 @@ constexpr Figure<LocalCorrection> kLocalFigures[] = {
     {"left_out_share", &LocalCorrection::leftOutShare},
 };
 
+struct Adding {
+    const Parameters& parameters;
+    const char* name;
+    CPLJSONObject& object;
+
+    void operator()(const NumberParameter& number) const {
+        if (const auto value = number.value(parameters)) {
+            object.Add(name, *value);
+        }
+    }
+    void operator()(const SwitchParameter& choice) const { object.Add(name, choice.value(parameters)); }
+    void operator()(const MethodParameter& /*method*/) const {
+        object.Add(name, methodName(parameters.coregistration));
+    }
+};
+
+/// False for what cannot be.
+struct Taking {
+    const CPLJSONObject& object;
+    const char* name;
+    Parameters& parameters;
+
+    bool operator()(const NumberParameter& number) const {
+        const CPLJSONObject value = object.GetObj(name);
+        number.set(parameters, value.IsValid() ? std::optional(value.ToDouble()) : std::nullopt);
+        return true;
+    }
+    bool operator()(const SwitchParameter& choice) const {
+        choice.of(parameters) = object.GetBool(name);
+        return true;
+    }
+    bool operator()(const MethodParameter& /*method*/) const {
+        const auto method = methodNamed(object.GetString(name));
+        parameters.coregistration = method.value_or(parameters.coregistration);
+        return method.has_value();
+    }
+};
+
+void addMasks(const Parameters& parameters, CPLJSONObject& object) {
+    if (!parameters.unstableMask.empty()) {
+        object.Add("unstable", parameters.unstableMask);
+    }
+    if (!parameters.ignoreMask.empty()) {
+        object.Add("ignore", parameters.ignoreMask);
+    }
+}
+
 } // namespace
 
 const char* methodName(CoregistrationMethod method) {
-    switch (method) {
-    case CoregistrationMethod::None:
-        return "none";
-    case CoregistrationMethod::Bias:
-        return "bias";
-    case CoregistrationMethod::Local:
-        return "local";
-    case CoregistrationMethod::Auto:
-        return "auto";
-    case CoregistrationMethod::Full:
-        break;
-    }
-    return "full";
+    const auto& titles = methodTitles();
+    return std::find_if(titles.begin(), titles.end(),
+                        [method](const auto& each) { return each.method == method; })
+        ->name;
 }
 
 std::optional<CoregistrationMethod> methodNamed(const std::string& name) {
-    using Method = CoregistrationMethod;
-    for (const Method method : {Method::None, Method::Bias, Method::Full, Method::Local, Method::Auto}) {
-        if (name == methodName(method)) {
-            return method;
+    for (const MethodTitle& each : methodTitles()) {
+        if (name == each.name) {
+            return each.method;
         }
     }
     return std::nullopt;
@@ -105,24 +146,21 @@ bool parse(const CPLJSONObject& object, Coregistration& coregistration) {
     return true;
 }
 
-void addMasks(const Parameters& parameters, CPLJSONObject& object) {
-    if (!parameters.unstableMask.empty()) {
-        object.Add("unstable", parameters.unstableMask);
+void addParameters(const Parameters& parameters, CPLJSONObject& object) {
+    for (const ParameterField& field : parameterFields()) {
+        std::visit(Adding{parameters, field.name, object}, field.kind);
     }
-    if (!parameters.ignoreMask.empty()) {
-        object.Add("ignore", parameters.ignoreMask);
-    }
+    addMasks(parameters, object);
 }
 
-void addSignificance(const std::optional<Significance>& significance, CPLJSONObject& object) {
-    if (!significance) {
-        return;
+bool takeParameters(const CPLJSONObject& object, Parameters& parameters) {
+    bool isGood = true;
+    for (const ParameterField& field : parameterFields()) {
+        isGood = std::visit(Taking{object, field.name, parameters}, field.kind) && isGood;
     }
-    object.Add("confidence", significance->confidence);
-    if (significance->oldSigmaMetres) {
-        object.Add("sigma_old_m", *significance->oldSigmaMetres);
-        object.Add("sigma_new_m", *significance->newSigmaMetres);
-    }
+    parameters.unstableMask = object.GetString("unstable");
+    parameters.ignoreMask = object.GetString("ignore");
+    return isGood;
 }
 
 } // namespace detect

@@ -19,10 +19,11 @@ CPLJSONObject describe(const Coregistration& coregistration);
 /// False when the method is none of ours.
 bool parse(const CPLJSONObject& object, Coregistration& coregistration);
 
-/// Adds confidence, sigma_old_m and sigma_new_m, as far as they are given.
-void addSignificance(const std::optional<Significance>& significance, CPLJSONObject& object);
+/// Adds the fields of ParameterTable.h that have a value, and the files `unstable` and `ignore`, as far as they are
+/// given.
+void addParameters(const Parameters& parameters, CPLJSONObject& object);
 
-/// Adds the files `unstable` and `ignore`, as far as they are given.
-void addMasks(const Parameters& parameters, CPLJSONObject& object);
+/// Takes what addParameters wrote; what lacks is not given or off. False when the method is none of ours.
+bool takeParameters(const CPLJSONObject& object, Parameters& parameters);
 
 } // namespace detect

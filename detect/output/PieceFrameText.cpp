@@ -26,53 +26,6 @@ std::optional<CellWindow> windowOf(const CPLJSONArray& array) {
     return CellWindow{array[0].ToInteger(), array[1].ToInteger(), array[2].ToInteger(), array[3].ToInteger()};
 }
 
-CPLJSONObject describe(const Parameters& parameters) {
-    CPLJSONObject object;
-    object.Add("threshold_m", parameters.thresholdMetres);
-    object.Add("grow_ratio", parameters.growRatio);
-    object.Add("min_area_m2", parameters.minAreaSquareMetres);
-    object.Add("coregister", methodName(parameters.coregistration));
-    object.Add("tilt", parameters.tilt);
-    addMasks(parameters, object);
-    object.Add("core", parameters.rules.core);
-    object.Add("sliver", parameters.rules.sliver);
-    object.Add("speckle", parameters.rules.speckle);
-    object.Add("restless", parameters.rules.restless);
-    object.Add("split_bodies", parameters.splitBodies);
-    object.Add("simplify_outlines", parameters.simplifyOutlines);
-    addSignificance(parameters.significance, object);
-    return object;
-}
-
-bool parse(const CPLJSONObject& object, Parameters& parameters) {
-    parameters.thresholdMetres = object.GetDouble("threshold_m");
-    parameters.growRatio = object.GetDouble("grow_ratio");
-    parameters.minAreaSquareMetres = object.GetDouble("min_area_m2");
-    const auto method = methodNamed(object.GetString("coregister"));
-    if (!method) {
-        return false;
-    }
-    parameters.coregistration = *method;
-    parameters.tilt = object.GetBool("tilt");
-    parameters.unstableMask = object.GetString("unstable");
-    parameters.ignoreMask = object.GetString("ignore");
-    parameters.rules.core = object.GetBool("core");
-    parameters.rules.sliver = object.GetBool("sliver");
-    parameters.rules.speckle = object.GetBool("speckle");
-    parameters.rules.restless = object.GetBool("restless");
-    parameters.splitBodies = object.GetBool("split_bodies");
-    parameters.simplifyOutlines = object.GetBool("simplify_outlines");
-    if (object.GetObj("confidence").IsValid()) {
-        Significance& significance = parameters.significance.emplace();
-        significance.confidence = object.GetDouble("confidence");
-        if (object.GetObj("sigma_old_m").IsValid()) {
-            significance.oldSigmaMetres = object.GetDouble("sigma_old_m");
-            significance.newSigmaMetres = object.GetDouble("sigma_new_m");
-        }
-    }
-    return true;
-}
-
 CPLJSONObject describe(const Rejections& rejections) {
     CPLJSONObject object;
     object.Add("core", static_cast<GInt64>(rejections.core));
@@ -109,7 +62,9 @@ std::string describePiece(const Piece& piece) {
     object.Add("columns", frame.columns);
     object.Add("rows", frame.rows);
     object.Add("overlap", arrayOf(frame.overlap));
-    object.Add("parameters", describe(frame.parameters));
+    CPLJSONObject parameters;
+    addParameters(frame.parameters, parameters);
+    object.Add("parameters", parameters);
     object.Add("coregistration", describe(frame.coregistration));
     return object.Format(CPLJSONObject::PrettyFormat::Plain);
 }
@@ -142,7 +97,7 @@ bool parsePiece(const std::string& text, Piece& piece) {
     frame.columns = object.GetInteger("columns");
     frame.rows = object.GetInteger("rows");
     frame.overlap = *overlap;
-    return parse(object.GetObj("parameters"), frame.parameters) &&
+    return takeParameters(object.GetObj("parameters"), frame.parameters) &&
            parse(object.GetObj("coregistration"), frame.coregistration);
 }
 

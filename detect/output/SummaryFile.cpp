@@ -34,6 +34,12 @@ CPLJSONObject rulesObject(const Parameters& parameters, const Rejections& reject
     return rules;
 }
 
+std::int64_t rejectedBy(const CPLJSONObject& rules, const char* rule) {
+    return rules.GetObj(rule).GetLong("rejected");
+}
+
+} // namespace
+
 std::string summaryText(const RunReport& report, const Parameters& parameters) {
     CPLJSONObject summary;
     summary.Add("anomalies", static_cast<GInt64>(report.found));
@@ -44,18 +50,34 @@ std::string summaryText(const RunReport& report, const Parameters& parameters) {
     }
     summary.Add("seconds", report.seconds);
     summary.Add("threads", report.threads);
-    summary.Add("threshold_m", parameters.thresholdMetres);
-    summary.Add("grow_ratio", parameters.growRatio);
-    summary.Add("split_bodies", parameters.splitBodies);
-    addSignificance(parameters.significance, summary);
-    addMasks(parameters, summary);
-    summary.Add("coregister", methodName(parameters.coregistration));
+    addParameters(parameters, summary);
     summary.Add("rules", rulesObject(parameters, report.rejections));
     summary.Add("coregistration", describe(report.coregistration));
     return summary.Format(CPLJSONObject::PrettyFormat::Pretty) + "\n";
 }
 
-} // namespace
+std::optional<Summary> readSummary(const std::string& text) {
+    const GdalErrors quiet;
+    CPLJSONDocument document;
+    if (!document.LoadMemory(text)) {
+        return std::nullopt;
+    }
+    const CPLJSONObject object = document.GetRoot();
+    Summary summary;
+    if (!takeParameters(object, summary.parameters) ||
+        !parse(object.GetObj("coregistration"), summary.report.coregistration)) {
+        return std::nullopt;
+    }
+    summary.report.found = object.GetLong("anomalies");
+    summary.report.cells = object.GetLong("cells");
+    summary.report.seconds = object.GetDouble("seconds");
+    summary.report.threads = object.GetInteger("threads");
+    summary.report.scatterExceedsThreshold = !object.GetBool("trusted", true);
+    const CPLJSONObject rules = object.GetObj("rules");
+    summary.report.rejections = {rejectedBy(rules, "core"), rejectedBy(rules, "area"),
+                                 rejectedBy(rules, "sliver"), rejectedBy(rules, "speckle")};
+    return summary;
+}
 
 Status writeSummary(const RunReport& report, const Parameters& parameters, const StagedOutput& output) {
     std::ofstream file(std::filesystem::u8path(output.path()), std::ios::binary);

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -31,6 +32,12 @@ struct SdiffData {
     double dzMinMetres = 0.0;
     double dzMaxMetres = 0.0;
     std::string outlineWkt; ///< polygon in the station's reference system
+    // How sure detection is of it; nothing where that was not kept, as before there was such a record.
+    std::optional<double> volumeSigmaCubicMetres; ///< standard deviation of the volume of its kind
+    std::optional<double> sigmaMetres;            ///< standard deviation of dZ of one cell
+    std::optional<double> levelOfDetectionMetres; ///< what dZ of one cell had to reach
+    std::optional<double> significance;           ///< largest |dZ| of a cell over its level of detection
+    std::optional<double> suggestionConfidence;   ///< of the suggested class, 0 .. 1
 
     /// That of the kind; the other one stays out.
     double volumeCubicMetres() const { return isFill ? fillCubicMetres : cutCubicMetres; }

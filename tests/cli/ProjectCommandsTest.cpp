@@ -96,6 +96,27 @@ TEST(ProjectCommands, ComputeTakesSingleStations) {
     expectFailure(corridor({"compute", project.folder(), "--stations", "2,99"}), 1, "99");
 }
 
+TEST(ProjectCommands, ComputeAndInfoTellWhatCoregistrationDid) {
+    const SmallProject project;
+    SmallProject::writeHeights(project.file("new/dsm.tif"), [](int column, int row) {
+        return SmallProject::newHeight(column, row) + 0.3 + ((column * 7 + row * 13) % 11 - 5) * 0.01;
+    });
+    EXPECT_FALSE(info(project.folder()).contains("detection")) << "never opened";
+    const CorridorRun computed = corridor({"compute", project.folder()});
+    ASSERT_EQ(computed.status, 0);
+    EXPECT_TRUE(computed.output.contains(QStringLiteral("配准：高程偏差改正；dZ −0.3")))
+        << computed.output.toStdString();
+    const QJsonObject told = info(project.folder())["detection"].toObject();
+    EXPECT_EQ(told["coregistration"].toString(), "bias");
+    EXPECT_EQ(told["stations"].toInt(), 2);
+    EXPECT_NEAR(told["dz_m"].toDouble(), -0.3, 0.02);
+    EXPECT_GT(told["nmad_after_m"].toDouble(), 0.01);
+    EXPECT_TRUE(told["rejected"].toObject().contains("speckle"));
+    EXPECT_TRUE(told["doubt"].isNull());
+    EXPECT_TRUE(corridor({"info", project.folder()}).output.contains("nmad_after_m"));
+    EXPECT_EQ(corridor({"check", project.folder()}).status, 0);
+}
+
 TEST(ProjectCommands, InfoShowsRastersAndProjectsThatWereNeverOpened) {
     const SmallProject project;
     const QJsonObject raster = info(project.file("old/dsm.tif"));

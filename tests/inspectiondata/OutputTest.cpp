@@ -210,7 +210,8 @@ TEST_F(OutputTest, ShapesHaveEveryFigureOfAnAnomalyInTheOrderThatOthersRely) {
         EXPECT_EQ(written, QStringList({"name",      "station",   "kind",      "area_m2",   "volume_m3",
                                         "fill_m3",   "cut_m3",    "dz_mean_m", "dz_max_m",  "dz_min_m",
                                         "suggested", "attribute", "lon",       "lat",       "chain_m",
-                                        "offset_m",  "dist_m",    "hca",       "old_epoch", "new_epoch"}));
+                                        "offset_m",  "dist_m",    "hca",       "old_epoch", "new_epoch",
+                                        "vol_sd_m3", "sigma_m",   "lod_m",     "signif",    "sugg_conf"}));
         for (const AnomalyField& field : kAnomalyFields) {
             using Sort = AnomalyField::Sort;
             const bool isTold = field.sort != Sort::Position && field.sort != Sort::Outline;

@@ -1,8 +1,10 @@
 #include "Opened.h"
 #include "tests/support/FullDisk.h"
 
+#include "detect/output/ParameterTable.h"
 #include "workbench/inspectiondata/creation/CreateProject.h"
 #include "workbench/inspectiondata/database/StationTable.h"
+#include "workbench/inspectiondata/project/ProjectFile.h"
 
 #include <QDir>
 #include <QFile>
@@ -34,6 +36,57 @@ TEST(ProjectTest, OpensWithEpochsOldestFirstAndAbsolutePaths) {
     EXPECT_EQ(description.oldEpoch().date, "2024-05-18");
     EXPECT_EQ(description.newEpoch().dsm, files.file("new/dsm.tif"));
     EXPECT_EQ(description.centerline, files.file("centerline.gpkg"));
+}
+
+/// Another value than the field has.
+struct Changed {
+    detect::Parameters& parameters;
+
+    void operator()(const detect::NumberParameter& number) const {
+        number.set(parameters,
+                   number.value(parameters).value_or(number.least) + 2.0 * number.step <= number.most
+                       ? number.value(parameters).value_or(number.least) + 2.0 * number.step
+                       : number.least);
+    }
+    void operator()(const detect::SwitchParameter& choice) const {
+        choice.of(parameters) = !choice.value(parameters);
+    }
+    void operator()(const detect::MethodParameter& /*method*/) const {
+        parameters.coregistration = detect::CoregistrationMethod::Local;
+    }
+};
+
+TEST(ProjectTest, EveryParameterOfDetectionIsStored) {
+    const SmallProject files;
+    for (const detect::ParameterField& field : detect::parameterFields()) {
+        auto project = valueOf(Project::open(files.folder()));
+        ProjectParameters parameters;
+        parameters.significance.emplace(); // that its standard deviations can be given
+        const detect::Parameters usual = parameters;
+        std::visit(Changed{parameters}, field.kind);
+        detect::completeSigmas(parameters);
+        ASSERT_FALSE(detect::haveSameFields(usual, parameters)) << field.name;
+        ASSERT_TRUE(project.setParameters(parameters).has_value());
+        EXPECT_EQ(valueOf(readProjectFile(files.folder())).parameters, parameters) << field.name;
+    }
+}
+
+TEST(ProjectTest, WithoutAMethodAProjectMeansTheBiasAndANewOneTheAutomaticOne) {
+    const SmallProject files;
+    EXPECT_EQ(valueOf(Project::open(files.folder())).description().parameters.coregistration,
+              detect::CoregistrationMethod::Bias);
+    EXPECT_EQ(ProjectParameters().coregistration, detect::CoregistrationMethod::Auto);
+    QByteArray text = read(files.file("project.json"));
+    write(files.file("project.json"),
+          text.replace("\"remark\"",
+                       R"("parameters": {"threshold_m": -3, "confidence": 2, "core": "no"}, "remark")"));
+    EXPECT_TRUE(detect::haveSameFields(valueOf(Project::open(files.folder())).description().parameters,
+                                       [] {
+                                           detect::Parameters usual;
+                                           usual.coregistration = detect::CoregistrationMethod::Bias;
+                                           return usual;
+                                       }()))
+        << "what a field cannot be is left";
 }
 
 TEST(ProjectTest, ParametersAreStoredAndForeignKeysAreKept) {

@@ -276,7 +276,13 @@ QToolButton* MainWindow::buildProjectButton(QWidget* parent) {
     open->setPopupMode(QToolButton::MenuButtonPopup);
     auto* menu = new QMenu(open);
     open->setMenu(menu);
-    connect(menu, &QMenu::aboutToShow, m_desk.get(), [this, menu] { m_desk->fillMenu(*menu); });
+    connect(menu, &QMenu::aboutToShow, m_desk.get(), [this, menu] {
+        m_desk->fillMenu(*menu);
+        menu->addSection(tr("当前项目"));
+        QAction* account =
+            menu->addAction(tr("配准与筛选…"), this, [] { InspectionContext::instance().showAccount(); });
+        account->setEnabled(InspectionContext::instance().project() != nullptr);
+    });
     connect(open, &QToolButton::clicked, m_desk.get(), &ProjectDesk::choose);
     return open;
 }
@@ -316,6 +322,7 @@ void MainWindow::buildStatusBar() {
     m_coordinates->setMinimumWidth(360);
     m_coordinates->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     statusBar()->addWidget(m_tip, 1);
+    statusBar()->addPermanentWidget(InspectionContext::instance().accountLine());
     statusBar()->addPermanentWidget(InspectionContext::instance().progressWidget());
     statusBar()->addPermanentWidget(m_preparation);
     statusBar()->addPermanentWidget(m_coordinates);

@@ -4,10 +4,12 @@
 #include "host/inspection/KVImageWindow.h"
 #include "host/inspection/StationWindow.h"
 #include "workbench/inspection/images/ComparisonPictures.h"
+#include "workbench/inspectiondata/database/ElevationDifference.h"
 #include "workbench/inspectiondata/pictures/ElevationLine.h"
 #include "workbench/inspectiondata/pictures/OutlinePath.h"
 #include "workbench/inspectiondata/pictures/PipelinePath.h"
 #include "workbench/inspectiondata/project/Project.h"
+#include "workbench/inspectiondata/text/AnomalyTexts.h"
 
 #include <osgEarthUtil/EarthManipulator>
 
@@ -36,6 +38,52 @@ TEST_F(ImageWindowTest, ShowsBothEpochsTheDifferencesAndTheProfile) {
     EXPECT_NE(pane("oldPane").grab().toImage(), pane("newPane").grab().toImage());
     EXPECT_TRUE(m_window->findChild<QLabel*>("imageCaption")->text().contains("面积"));
     keepPicture(images(), "image-window");
+}
+
+TEST_F(ImageWindowTest, TellsTheVolumesUncertaintyAndDrawsTheBandOfNoChange) {
+    openRichest();
+    SdiffData certain = anomaly();
+    certain.volumeSigmaCubicMetres = certain.volumeCubicMetres() / 20.0;
+    certain.levelOfDetectionMetres = 0.5;
+    images().CreatZoomItem(m_item, certain);
+    ASSERT_TRUE(shown());
+    const QString caption = m_window->findChild<QLabel*>("imageCaption")->text();
+    EXPECT_TRUE(caption.contains("体积 " + inspection::volumeText(certain) + " m³")) << caption.toStdString();
+    EXPECT_TRUE(caption.contains(" ± "));
+    const QImage band = pictureOf(pane("profileChart"));
+    keepPicture(images(), "image-window-uncertainty");
+
+    SdiffData old = certain;
+    old.volumeSigmaCubicMetres.reset();
+    old.levelOfDetectionMetres.reset();
+    images().CreatZoomItem(m_item, old);
+    ASSERT_TRUE(shown());
+    EXPECT_FALSE(m_window->findChild<QLabel*>("imageCaption")->text().contains("±"));
+    EXPECT_NE(pictureOf(pane("profileChart")), band);
+}
+
+TEST_F(ImageWindowTest, TheProfileOfABentEpochShowsWhatDetectionCompared) {
+    openRichest();
+    ASSERT_TRUE(m_item->readdiffvz());
+    const inspection::ProjectDescription& project = context().project()->description();
+    inspection::ComparisonSource source;
+    source.srs = QString::fromStdString(m_item->m_station.m_srs);
+    source.oldEpoch = project.oldEpoch();
+    source.newEpoch = project.newEpoch();
+    source.dzRaster = QString::fromStdString(m_item->m_diffData.m_elevationDifference->file());
+    source.shift.dz = 500.0; // as nothing else would tell the two ways apart
+    source.isBent = true;
+    const inspection::ElevationProfile profile = inspection::readProfile(source, firstLine());
+    std::size_t compared = 0;
+    for (std::size_t step = 0; step < profile.oldMetres.size(); ++step) {
+        const QPointF at = firstLine().pointAt(double(step) / double(profile.oldMetres.size() - 1));
+        double dz = 0.0;
+        if (m_item->m_diffData.GetdZ(at.x(), at.y(), dz)) {
+            EXPECT_NEAR(profile.newMetres[step] - profile.oldMetres[step], dz, 1e-6);
+            ++compared;
+        }
+    }
+    EXPECT_GT(compared, profile.oldMetres.size() / 2);
 }
 
 TEST_F(ImageWindowTest, PanesPanAndZoomTogether) {

@@ -1,9 +1,11 @@
 #include "tests/inspection/windows/WindowFixture.h"
 
+#include "detect/output/ParameterTable.h"
 #include "host/inspection/ParaSet.h"
 #include "host/inspection/StationWindow.h"
 #include "workbench/inspection/settings/ColourButton.h"
 
+#include <QCheckBox>
 #include <QComboBox>
 #include <QDoubleSpinBox>
 #include <QFile>
@@ -11,7 +13,9 @@
 #include <QJsonObject>
 #include <QLabel>
 #include <QPushButton>
+#include <QScreen>
 #include <QTest>
+#include <QToolButton>
 
 namespace {
 
@@ -47,13 +51,13 @@ protected:
 TEST_F(ParameterDialogTest, ShowsTheProjectsParametersUnderItsTitle) {
     inDialog([this] {
         EXPECT_EQ(dialog().findChild<titleBar*>()->titleContent(), "参数设置");
-        EXPECT_DOUBLE_EQ(field<QDoubleSpinBox>("threshold").value(),
+        EXPECT_DOUBLE_EQ(field<QDoubleSpinBox>("threshold_m").value(),
                          context().project()->description().parameters.thresholdMetres);
         QStringList methods;
-        for (int i = 0; i < field<QComboBox>("coregistration").count(); ++i) {
-            methods << field<QComboBox>("coregistration").itemText(i);
+        for (int i = 0; i < field<QComboBox>("coregister").count(); ++i) {
+            methods << field<QComboBox>("coregister").itemText(i);
         }
-        EXPECT_EQ(methods, QStringList({"无", "垂直偏差", "完整配准"}));
+        EXPECT_EQ(methods, QStringList({"自动", "无", "垂直偏差", "完整配准", "局部改正"}));
         keepPicture(dialog(), "parameter-dialog");
         press("cancel");
     });
@@ -62,9 +66,10 @@ TEST_F(ParameterDialogTest, ShowsTheProjectsParametersUnderItsTitle) {
 TEST_F(ParameterDialogTest, WhatIsConfirmedIsStoredInTheProjectAndReadBack) {
     EXPECT_EQ(dialog().GetOverlayMode(), 0);
     inDialog([this] {
-        type("threshold", "0.75");
-        type("minArea", "9");
-        QTest::keyClick(&field<QComboBox>("coregistration"), Qt::Key_End);
+        type("threshold_m", "0.75");
+        type("min_area_m2", "9");
+        QTest::keyClick(&field<QComboBox>("coregister"), Qt::Key_End);
+        QTest::keyClick(&field<QComboBox>("coregister"), Qt::Key_Up);
         QTest::keyClick(&field<QComboBox>("overlayMode"), Qt::Key_Down);
         field<inspection::ColourButton>("fillColour").setColour(QColor("#ff8800"));
         press("confirm");
@@ -81,15 +86,52 @@ TEST_F(ParameterDialogTest, WhatIsConfirmedIsStoredInTheProjectAndReadBack) {
     EXPECT_EQ(stored.fillColour, QColor("#ff8800"));
 }
 
+TEST_F(ParameterDialogTest, TheAdvancedParametersAreFoldedAwayUntilTheyAreWanted) {
+    inDialog([this] {
+        EXPECT_FALSE(field<QCheckBox>("sliver").isVisible());
+        dialog().move(dialog().x(), dialog().screen()->availableGeometry().bottom() - dialog().height());
+        const int folded = dialog().height();
+        QTest::mouseClick(&field<QToolButton>("advanced"), Qt::LeftButton);
+        EXPECT_TRUE(field<QCheckBox>("sliver").isVisible());
+        EXPECT_GT(dialog().height(), folded);
+        EXPECT_TRUE(dialog().screen()->availableGeometry().contains(dialog().frameGeometry()));
+        for (const detect::ParameterField& parameter : detect::parameterFields()) {
+            EXPECT_TRUE(dialog().findChild<QWidget*>(parameter.name)) << parameter.name;
+        }
+        EXPECT_FALSE(field<QDoubleSpinBox>("sigma_old_m").isEnabled()) << "without a confidence";
+        EXPECT_FALSE(field<QCheckBox>("tilt").isEnabled()) << "without the full method";
+        keepPicture(dialog(), "parameter-dialog-advanced");
+        type("confidence", "0.99");
+        field<QDoubleSpinBox>("confidence").interpretText();
+        ASSERT_TRUE(field<QDoubleSpinBox>("sigma_old_m").isEnabled());
+        type("sigma_old_m", "0.04");
+        field<QCheckBox>("sliver").setFocus();
+        QTest::keyClick(&field<QCheckBox>("sliver"), Qt::Key_Space);
+        press("confirm");
+    });
+    const inspection::ProjectParameters stored = context().project()->description().parameters;
+    ASSERT_TRUE(stored.significance.has_value());
+    EXPECT_DOUBLE_EQ(stored.significance->confidence, 0.99);
+    EXPECT_DOUBLE_EQ(stored.significance->oldSigmaMetres.value(), 0.04);
+    EXPECT_DOUBLE_EQ(stored.significance->newSigmaMetres.value(), 0.04) << "one for both";
+    EXPECT_FALSE(stored.rules.sliver);
+    inDialog([this, stored] {
+        EXPECT_FALSE(field<QCheckBox>("sliver").isVisible()) << "folded again";
+        EXPECT_DOUBLE_EQ(field<QDoubleSpinBox>("confidence").value(), 0.99);
+        press("confirm");
+    });
+    EXPECT_TRUE(context().project()->description().parameters == stored) << "nothing is lost on the way";
+}
+
 TEST_F(ParameterDialogTest, CancelStoresNothing) {
     const inspection::ProjectParameters before = context().project()->description().parameters;
     inDialog([this] {
-        type("threshold", "3");
+        type("threshold_m", "3");
         press("cancel");
     });
     EXPECT_TRUE(context().project()->description().parameters == before);
     inDialog([this, before] {
-        EXPECT_DOUBLE_EQ(field<QDoubleSpinBox>("threshold").value(), before.thresholdMetres)
+        EXPECT_DOUBLE_EQ(field<QDoubleSpinBox>("threshold_m").value(), before.thresholdMetres)
             << "the next opening starts afresh";
         press("cancel");
     });
@@ -97,9 +139,9 @@ TEST_F(ParameterDialogTest, CancelStoresNothing) {
 
 TEST_F(ParameterDialogTest, TheDefaultsButtonBringsTheDefaultsBack) {
     inDialog([this] {
-        type("threshold", "3");
+        type("threshold_m", "3");
         press("defaults");
-        EXPECT_DOUBLE_EQ(field<QDoubleSpinBox>("threshold").value(),
+        EXPECT_DOUBLE_EQ(field<QDoubleSpinBox>("threshold_m").value(),
                          inspection::ProjectParameters().thresholdMetres);
         press("cancel");
     });
@@ -119,9 +161,9 @@ TEST_F(ParameterDialogTest, EqualColoursAreRefusedWithOneMessage) {
 
 TEST_F(ParameterDialogTest, ValuesOutOfRangeCannotBeEntered) {
     inDialog([this] {
-        type("threshold", "-5");
-        field<QDoubleSpinBox>("threshold").interpretText();
-        EXPECT_GT(field<QDoubleSpinBox>("threshold").value(), 0.0);
+        type("threshold_m", "-5");
+        field<QDoubleSpinBox>("threshold_m").interpretText();
+        EXPECT_GT(field<QDoubleSpinBox>("threshold_m").value(), 0.0);
         press("cancel");
     });
 }

@@ -74,6 +74,7 @@ void InspectionWindowTest::SetUp() {
     dock("stations", context().GetStationWindow(), Qt::LeftDockWidgetArea);
     dock("anomalies", context().GetAVWindow(), Qt::BottomDockWidgetArea);
     dock("pictures", context().GetKVImageWindow(), Qt::RightDockWidgetArea);
+    m_window->statusBar()->addPermanentWidget(context().accountLine());
     m_window->statusBar()->addPermanentWidget(context().progressWidget());
     m_window->resize(1200, 760);
     m_window->show();

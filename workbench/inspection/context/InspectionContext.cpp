@@ -1,5 +1,6 @@
 #include "workbench/inspection/context/InspectionContext.h"
 
+#include "workbench/inspection/account/AccountLine.h"
 #include "workbench/inspection/context/ProgressWidget.h"
 #include "workbench/inspection/images/ImageWindow.h"
 #include "workbench/inspection/layers/LayerWindow.h"
@@ -18,6 +19,7 @@
 #include <algorithm>
 #include <utility>
 
+using inspection::AccountLine;
 using inspection::AnomalyOverlays;
 using inspection::AnomalyTableWindow;
 using inspection::ImageWindow;
@@ -59,6 +61,7 @@ void InspectionContext::initialise(QWidget* mainWindow) {
     m_images = new ImageWindow(*m_session, mainWindow);
     m_parameters = new ParameterDialog(*m_session, mainWindow);
     m_progress = new ProgressWidget(m_session->jobs(), mainWindow);
+    m_account = new AccountLine(*m_session, mainWindow);
     connectWindows();
 }
 
@@ -90,6 +93,7 @@ void InspectionContext::connectWindows() {
     connect(&history, &inspection::ProjectHistory::replacedByOthers, m_stations, &StationTreeWindow::reload);
     connect(m_session.get(), &Session::objectsReplaced, m_stations, &StationTreeWindow::reload);
     connect(m_session.get(), &Session::epochsChanged, this, &InspectionContext::epochsChanged);
+    connect(&history, &inspection::ProjectHistory::replacedByOthers, m_account, &AccountLine::refresh);
     connect(m_session.get(), &Session::connectionChanged, m_progress, &ProgressWidget::showMessage);
     connect(m_session.get(), &Session::noticed, m_progress, &ProgressWidget::showMessage);
 
@@ -97,6 +101,7 @@ void InspectionContext::connectWindows() {
             &ProgressWidget::showPainting);
 
     StationWork& work = m_session->work();
+    connect(&work, &StationWork::computed, m_account, &AccountLine::refresh);
     connect(&work, &StationWork::computeFinished, m_progress, &ProgressWidget::showResult);
     connect(&work, &StationWork::computeFinished, this, &InspectionContext::computeFinished);
     connect(&work, &StationWork::outputFinished, this, &InspectionContext::outputFinished);
@@ -128,6 +133,7 @@ void InspectionContext::shutdown() {
     delete m_images;
     delete m_parameters;
     delete m_progress;
+    delete m_account;
     m_objectNodes.reset();
     m_pipeline.reset();
     m_overlays.reset();
@@ -227,6 +233,16 @@ QWidget* InspectionContext::progressWidget() {
 
 LayerWindow* InspectionContext::layerWindow() {
     return m_layers;
+}
+
+QWidget* InspectionContext::accountLine() {
+    return m_account;
+}
+
+void InspectionContext::showAccount() {
+    if (m_account) {
+        m_account->showAccount();
+    }
 }
 
 StationWindow* InspectionContext::GetStationWindow() {

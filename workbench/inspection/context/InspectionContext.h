@@ -24,6 +24,7 @@ namespace inspection {
 class MadeEpoch;
 enum class Verdicts;
 struct ComputationSummary;
+class AccountLine;
 class AnomalyOverlays;
 class AnomalyTableWindow;
 class ImageWindow;
@@ -89,6 +90,11 @@ public:
     inspection::LayerWindow* layerWindow();
     /// Text, bar and cancel button of the running work; hidden while nothing runs. For the status bar.
     QWidget* progressWidget();
+    /// What detection did to the compared pair, in one line that opens a window when it is clicked; hidden while there
+    /// is nothing to tell. For the status bar.
+    QWidget* accountLine();
+    /// Opens that window, or says that there is nothing to tell.
+    void showAccount();
 
     StationWindow* GetStationWindow() override;
     AVWindow* GetAVWindow() override;
@@ -128,4 +134,5 @@ private:
     QPointer<inspection::ImageWindow> m_images;
     QPointer<inspection::ParameterDialog> m_parameters;
     QPointer<inspection::ProgressWidget> m_progress;
+    QPointer<inspection::AccountLine> m_account;
 };

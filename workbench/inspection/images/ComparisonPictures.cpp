@@ -1,5 +1,6 @@
 #include "workbench/inspection/images/ComparisonPictures.h"
 
+#include "workbench/inspectiondata/database/ElevationDifference.h"
 #include "workbench/inspectiondata/pictures/ElevationLine.h"
 
 #include <QCoreApplication>
@@ -7,6 +8,7 @@
 #include <QStringList>
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 
 namespace inspection {
@@ -134,6 +136,18 @@ std::vector<double> elevationsAlong(const Epoch& epoch, const QString& srs, cons
     return metres;
 }
 
+/// Where the differences are known they tell what detection compared.
+void bend(const ComparisonSource& source, const QLineF& line, ElevationProfile& profile) {
+    const auto differences = KV_ElevationDifference::open(source.dzRaster.toStdString());
+    for (std::size_t step = 0; differences && step < profile.newMetres.size(); ++step) {
+        const QPointF at = line.pointAt(static_cast<double>(step) / (kProfileSteps - 1));
+        double dz = 0.0;
+        if (std::isfinite(profile.oldMetres[step]) && differences->at(at.x(), at.y(), dz)) {
+            profile.newMetres[step] = profile.oldMetres[step] + dz;
+        }
+    }
+}
+
 } // namespace
 
 ElevationProfile readProfile(const ComparisonSource& source, const QLineF& line) {
@@ -144,6 +158,9 @@ ElevationProfile readProfile(const ComparisonSource& source, const QLineF& line)
     profile.newMetres = elevationsAlong(source.newEpoch, source.srs, moved);
     for (double& metres : profile.newMetres) {
         metres += source.shift.dz;
+    }
+    if (source.isBent) {
+        bend(source, line, profile);
     }
     return profile;
 }

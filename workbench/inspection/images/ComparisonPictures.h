@@ -26,6 +26,8 @@ struct ComparisonSource {
     Epoch newEpoch;
     QString dzRaster; ///< empty while the station is not computed
     EpochShift shift;
+    /// The new epoch was also tilted or bent, as only the raster of differences tells.
+    bool isBent = false;
     DifferenceRamp ramp;
 };
 
@@ -40,7 +42,7 @@ struct ComparisonPictures {
 /// ground. Any thread.
 ComparisonPictures readComparison(const ComparisonSource& source, const QRectF& ground, const QSize& pixels);
 
-/// Elevations of both epochs along a line, the new one moved onto the old one. Any thread.
+/// Elevations of both epochs along a line, the new one brought onto the old one as it was for detection. Any thread.
 ElevationProfile readProfile(const ComparisonSource& source, const QLineF& line);
 
 } // namespace inspection

@@ -56,6 +56,11 @@ QRectF subjectOf(const KV_Station& station, const SdiffData& anomaly) {
                            : ground;
 }
 
+bool isBent(const detect::Coregistration& coregistration) {
+    return coregistration.method == detect::CoregistrationMethod::Local || coregistration.tiltEast != 0.0 ||
+           coregistration.tiltNorth != 0.0;
+}
+
 /// With room to move the view.
 QRectF around(const QRectF& visible) {
     const QPointF ahead(visible.width() * kReadAhead, visible.height() * kReadAhead);
@@ -206,6 +211,7 @@ void ImageWindow::CreatZoomItem(KV_StationItem* item, const SdiffData& zoom) {
     m_source = sourceOf(*item, zoom);
     m_differencePane->setRamp(m_source.ramp);
     m_profile->setColours(m_source.ramp.fill, m_source.ramp.cut);
+    m_profile->setLevelOfDetection(zoom.levelOfDetectionMetres);
 
     const QPainterPath outline = outlinePath(zoom.outlineWkt);
     const QPainterPath line = pipelinePath(m_pipeline, m_source.srs, farAround(m_subject));
@@ -244,6 +250,7 @@ ComparisonSource ImageWindow::sourceOf(const KV_StationItem& item, const SdiffDa
                 readStationResult(*m_session.connection(), item.GetStationId(), project.pair())) {
             source.dzRaster = QDir(project.folder).filePath(result->dzRaster);
             source.shift = {result->dxMetres, result->dyMetres, result->dzMetres};
+            source.isBent = result->summary && isBent(result->summary->report.coregistration);
         }
     } catch (const mysqlhelper::KV_MySQL_Exception&) {
         source.dzRaster.clear(); // reading stays silent: the pane says that there is nothing computed
@@ -260,8 +267,8 @@ void ImageWindow::describe(const KV_StationItem& item, const SdiffData& zoom) {
     // The figures have a line of their own, so that no name pushes them out.
     m_caption->setFullText(tr("%1 · %2").arg(station, fromGbk(zoom.name).simplified()) + '\n' +
                            tr("%1，面积 %2 m²，体积 %3 m³，dZ %4 m")
-                               .arg(kindText(zoom), figureText(zoom.areaSquareMetres),
-                                    figureText(zoom.volumeCubicMetres()), differenceText(zoom.dzMeanMetres)));
+                               .arg(kindText(zoom), figureText(zoom.areaSquareMetres), volumeText(zoom),
+                                    differenceText(zoom.dzMeanMetres)));
 }
 
 void ImageWindow::setProfileLine(const QLineF& ground) {

@@ -17,6 +17,7 @@ namespace {
 
 const QColor kOldColour(70, 110, 190);
 const QColor kNewColour(200, 80, 30);
+const QColor kBandColour(70, 110, 190, 45);
 
 /// A step of 1, 2 or 5 times a power of ten that divides `span` into about `wanted` parts.
 double gridStep(double span, int wanted) {
@@ -68,6 +69,11 @@ void ProfileChart::setColours(const QColor& fill, const QColor& cut) {
     update();
 }
 
+void ProfileChart::setLevelOfDetection(std::optional<double> metres) {
+    m_levelOfDetection = metres;
+    update();
+}
+
 std::optional<ProfileChart::Axes> ProfileChart::axes() const {
     double low = std::numeric_limits<double>::infinity();
     double high = -low;
@@ -107,6 +113,7 @@ void ProfileChart::paintEvent(QPaintEvent* /*event*/) {
         return;
     }
     paintGrid(painter, *axes);
+    paintBand(painter, *axes);
     paintBetween(painter, *axes);
     paintEpoch(painter, *axes, m_profile.oldMetres, kOldColour, Qt::DashLine);
     paintEpoch(painter, *axes, m_profile.newMetres, kNewColour, Qt::SolidLine);
@@ -169,6 +176,28 @@ void ProfileChart::paintBetween(QPainter& painter, const Axes& axes) const {
     painter.setRenderHint(QPainter::Antialiasing);
 }
 
+void ProfileChart::paintBand(QPainter& painter, const Axes& axes) const {
+    if (!m_levelOfDetection) {
+        return;
+    }
+    painter.save();
+    painter.setClipRect(axes.plot);
+    painter.setRenderHint(QPainter::Antialiasing, false); // would leave seams between the strips
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(kBandColour);
+    for (std::size_t i = 0; i + 1 < axes.count; ++i) {
+        const double left = m_profile.oldMetres[i];
+        const double right = m_profile.oldMetres[i + 1];
+        if (std::isfinite(left + right)) {
+            painter.drawPolygon(QPolygonF({{axes.x(i), axes.y(left - *m_levelOfDetection)},
+                                           {axes.x(i + 1), axes.y(right - *m_levelOfDetection)},
+                                           {axes.x(i + 1), axes.y(right + *m_levelOfDetection)},
+                                           {axes.x(i), axes.y(left + *m_levelOfDetection)}}));
+        }
+    }
+    painter.restore();
+}
+
 void ProfileChart::paintEpoch(QPainter& painter, const Axes& axes, const std::vector<double>& metres,
                               const QColor& colour, Qt::PenStyle style) const {
     QPainterPath line;
@@ -205,6 +234,14 @@ void ProfileChart::paintKey(QPainter& painter, const Axes& axes) const {
     };
     entry(name(tr("前期高程"), m_profile.oldMetres), kOldColour, Qt::DashLine);
     entry(name(tr("后期高程"), m_profile.newMetres), kNewColour, Qt::SolidLine);
+    if (m_levelOfDetection) {
+        painter.fillRect(QRectF(x, y - textHeight * 0.3, 22, textHeight * 0.6), kBandColour);
+        const QString limit = tr("±%1 m").arg(*m_levelOfDetection, 0, 'f', 2);
+        const QString named = tr("检出限 ") + limit;
+        const double end = x + 27 + fontMetrics().horizontalAdvance(named) + 4;
+        entry(end < axes.plot.right() - 14 ? named : limit, Qt::transparent,
+              Qt::SolidLine); // before the other letter
+    }
 }
 
 // As the line's grips are named in the pictures.

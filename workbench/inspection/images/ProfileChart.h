@@ -15,8 +15,8 @@ struct ElevationProfile {
     std::vector<double> newMetres;
 };
 
-/// Draws an elevation profile of both epochs from A to B, the space between them coloured by sign, and the
-/// values under the pointer. GUI thread.
+/// Draws an elevation profile of both epochs from A to B, the space between them coloured by sign, the
+/// band of what counts as no change, and the values under the pointer. GUI thread.
 class ProfileChart : public QWidget {
     Q_OBJECT
 
@@ -26,6 +26,9 @@ public:
     /// A profile without values shows `reason` instead.
     void setProfile(const ElevationProfile& profile, const QString& reason = {});
     void setColours(const QColor& fill, const QColor& cut);
+    /// A band of this to either side of the old epoch: where the new one leaves it, the ground counts as changed.
+    /// None where it is not known.
+    void setLevelOfDetection(std::optional<double> metres);
 
     QSize sizeHint() const override { return {320, 160}; }
     QSize minimumSizeHint() const override { return {120, 80}; }
@@ -44,6 +47,7 @@ private:
     struct Axes;
     std::optional<Axes> axes() const;
     void paintGrid(QPainter& painter, const Axes& axes) const;
+    void paintBand(QPainter& painter, const Axes& axes) const;
     void paintBetween(QPainter& painter, const Axes& axes) const;
     void paintEpoch(QPainter& painter, const Axes& axes, const std::vector<double>& metres,
                     const QColor& colour, Qt::PenStyle style) const;
@@ -56,6 +60,7 @@ private:
     QString m_reason;
     QColor m_fill;
     QColor m_cut;
+    std::optional<double> m_levelOfDetection; ///< metres
     std::optional<int> m_pointerX;
 };
 

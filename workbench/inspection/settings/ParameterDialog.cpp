@@ -2,6 +2,7 @@
 
 #include "workbench/inspection/session/Session.h"
 #include "workbench/inspection/settings/ColourButton.h"
+#include "workbench/inspection/settings/DetectionFields.h"
 
 #include <QComboBox>
 #include <QDoubleSpinBox>
@@ -9,24 +10,17 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
+#include <QScreen>
+#include <QScrollArea>
+#include <QScrollBar>
+#include <QToolButton>
 #include <QVBoxLayout>
+
+#include <algorithm>
 
 namespace inspection {
 
 namespace {
-
-using detect::CoregistrationMethod;
-
-QDoubleSpinBox* lengthBox(const char* name, double least, double most, double step, const QString& unit) {
-    auto* box = new QDoubleSpinBox;
-    box->setObjectName(name);
-    box->setRange(least, most);
-    box->setDecimals(2);
-    box->setSingleStep(step);
-    box->setSuffix(unit);
-    box->setAlignment(Qt::AlignRight);
-    return box;
-}
 
 void choose(QComboBox& box, int value) {
     box.setCurrentIndex(box.findData(value));
@@ -35,9 +29,9 @@ void choose(QComboBox& box, int value) {
 } // namespace
 
 ParameterDialog::ParameterDialog(Session& session, QWidget* parent)
-    : ParaSet(parent), m_session(session), m_threshold(lengthBox("threshold", 0.05, 50.0, 0.1, " m")),
-      m_minArea(lengthBox("minArea", 0.1, 100000.0, 1.0, " m²")), m_coregistration(new QComboBox),
-      m_fillColour(new ColourButton), m_cutColour(new ColourButton), m_overlayMode(new QComboBox) {
+    : ParaSet(parent), m_session(session), m_detection(new DetectionFields(this)), m_more(new QToolButton),
+      m_advanced(new QScrollArea), m_fillColour(new ColourButton), m_cutColour(new ColourButton),
+      m_overlayMode(new QComboBox) {
     setObjectName("parameterDialog");
     setWindowTitle(tr("参数设置"));
     build();
@@ -48,33 +42,74 @@ ParameterDialog::ParameterDialog(Session& session, QWidget* parent)
 
 ParameterDialog::~ParameterDialog() = default;
 
+void ParameterDialog::buildAdvanced() {
+    m_more->setObjectName("advanced");
+    m_more->setText(tr("高级"));
+    m_more->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    m_more->setAutoRaise(true);
+    m_more->setCheckable(true);
+    m_more->setFocusPolicy(Qt::StrongFocus);
+
+    auto* fields = new QWidget;
+    auto* form = new QFormLayout(fields);
+    form->setContentsMargins(0, 0, 0, 0);
+    form->setHorizontalSpacing(16);
+    form->setVerticalSpacing(8);
+    form->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
+    m_detection->addTo(*form, true);
+    m_advanced->setObjectName("advancedFields");
+    m_advanced->setWidgetResizable(true);
+    m_advanced->setFrameShape(QFrame::NoFrame);
+    m_advanced->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    m_advanced->setWidget(fields);
+    m_advanced->viewport()->setAutoFillBackground(false); // as the rest of the window
+    fields->setAutoFillBackground(false);
+    connect(m_more, SIGNAL(toggled(bool)), this, SLOT(unfold(bool)));
+}
+
+void ParameterDialog::unfold(bool isOpen) {
+    constexpr int kScreenMargin = 320; // what is above and below the advanced ones, and around the window
+    m_more->setArrowType(isOpen ? Qt::DownArrow : Qt::RightArrow);
+    m_advanced->setVisible(isOpen);
+    const QSize content = m_advanced->widget()->sizeHint();
+    m_advanced->setMinimumSize(
+        content.width() + m_advanced->verticalScrollBar()->sizeHint().width(),
+        std::min(content.height(), screen()->availableSize().height() - kScreenMargin));
+    if (isOpen) {
+        adjustSize();
+        moveOntoScreen();
+    } else {
+        resize(width(), minimumSizeHint().height());
+    }
+}
+
+// It has grown downwards.
+void ParameterDialog::moveOntoScreen() {
+    const int below = frameGeometry().bottom() - screen()->availableGeometry().bottom();
+    if (below > 0) {
+        move(x(), std::max(screen()->availableGeometry().top(), y() - below));
+    }
+}
+
 void ParameterDialog::build() {
-    m_coregistration->setObjectName("coregistration");
-    m_coregistration->addItem(tr("无"), static_cast<int>(CoregistrationMethod::None));
-    m_coregistration->addItem(tr("垂直偏差"), static_cast<int>(CoregistrationMethod::Bias));
-    m_coregistration->addItem(tr("完整配准"), static_cast<int>(CoregistrationMethod::Full));
     m_overlayMode->setObjectName("overlayMode");
     m_overlayMode->addItem(tr("悬停拾取"), static_cast<int>(OverlayMode::Hover));
     m_overlayMode->addItem(tr("范围拾取"), static_cast<int>(OverlayMode::Bounds));
     m_fillColour->setObjectName("fillColour");
     m_cutColour->setObjectName("cutColour");
-    m_threshold->setToolTip(tr("高程变化达到该值才算异常"));
-    m_minArea->setToolTip(tr("面积小于该值的变化不计入"));
-    m_coregistration->setToolTip(tr("比较之前如何使新一期对准旧一期"));
     m_overlayMode->setToolTip(tr("在地球上用指针下的对象，还是用异常的外接范围来拾取"));
 
     auto* form = new QFormLayout;
     form->setHorizontalSpacing(16);
     form->setVerticalSpacing(10);
     form->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
-    form->addRow(tr("变化阈值"), m_threshold);
-    form->addRow(tr("最小面积"), m_minArea);
-    form->addRow(tr("配准方式"), m_coregistration);
+    m_detection->addTo(*form, false);
     form->addRow(tr("填方颜色"), m_fillColour);
     form->addRow(tr("挖方颜色"), m_cutColour);
     form->addRow(tr("拾取方式"), m_overlayMode);
 
-    auto* hint = new QLabel(tr("阈值、面积和配准方式在下一次“计算异常”时生效。"));
+    buildAdvanced();
+    auto* hint = new QLabel(tr("除颜色和拾取方式外，在下一次“计算异常”时生效。"));
     hint->setWordWrap(true);
 
     auto* defaults = new QPushButton(tr("恢复默认"));
@@ -100,8 +135,9 @@ void ParameterDialog::build() {
     column->setContentsMargins(20, 16, 20, 16);
     column->setSpacing(14);
     column->addLayout(form);
+    column->addWidget(m_more);
+    column->addWidget(m_advanced, 1);
     column->addWidget(hint);
-    column->addStretch(1);
     column->addLayout(buttons);
 
     connect(defaults, SIGNAL(clicked()), this, SLOT(showDefaults()));
@@ -115,8 +151,11 @@ void ParameterDialog::OnSetPara() {
         return;
     }
     showParameters(m_session.parameters());
-    m_threshold->setFocus();
-    m_threshold->selectAll();
+    auto& threshold = static_cast<QDoubleSpinBox&>(m_detection->editor("threshold_m"));
+    threshold.setFocus();
+    threshold.selectAll();
+    m_more->setChecked(false);
+    unfold(false);
     exec();
 }
 
@@ -125,9 +164,7 @@ int ParameterDialog::GetOverlayMode() const {
 }
 
 void ParameterDialog::showParameters(const ProjectParameters& parameters) {
-    m_threshold->setValue(parameters.thresholdMetres);
-    m_minArea->setValue(parameters.minAreaSquareMetres);
-    choose(*m_coregistration, static_cast<int>(parameters.coregistration));
+    m_detection->show(parameters);
     m_fillColour->setColour(parameters.fillColour);
     m_cutColour->setColour(parameters.cutColour);
     choose(*m_overlayMode, static_cast<int>(parameters.overlayMode));
@@ -135,9 +172,7 @@ void ParameterDialog::showParameters(const ProjectParameters& parameters) {
 
 ProjectParameters ParameterDialog::entered() const {
     ProjectParameters parameters;
-    parameters.thresholdMetres = m_threshold->value();
-    parameters.minAreaSquareMetres = m_minArea->value();
-    parameters.coregistration = static_cast<CoregistrationMethod>(m_coregistration->currentData().toInt());
+    static_cast<detect::Parameters&>(parameters) = m_detection->entered();
     parameters.fillColour = m_fillColour->colour();
     parameters.cutColour = m_cutColour->colour();
     parameters.overlayMode = static_cast<OverlayMode>(m_overlayMode->currentData().toInt());

@@ -4,11 +4,13 @@
 #include "workbench/inspectiondata/project/ProjectDescription.h"
 
 class QComboBox;
-class QDoubleSpinBox;
+class QScrollArea;
+class QToolButton;
 
 namespace inspection {
 
 class ColourButton;
+class DetectionFields;
 class Session;
 
 /// The project's parameters and the dialog in which the user sets them. GUI thread.
@@ -26,16 +28,19 @@ public:
 private slots:
     void showDefaults();
     void confirm();
+    void unfold(bool isOpen);
 
 private:
     void build();
+    void buildAdvanced();
+    void moveOntoScreen();
     void showParameters(const ProjectParameters& parameters);
     ProjectParameters entered() const;
 
     Session& m_session;
-    QDoubleSpinBox* m_threshold;
-    QDoubleSpinBox* m_minArea;
-    QComboBox* m_coregistration;
+    DetectionFields* m_detection;
+    QToolButton* m_more;     ///< folds the advanced parameters away
+    QScrollArea* m_advanced; ///< not wholly visible on a small screen
     ColourButton* m_fillColour;
     ColourButton* m_cutColour;
     QComboBox* m_overlayMode;

@@ -17,6 +17,17 @@ bool isLess(const SdiffData& left, const SdiffData& right) {
     return left.*Member < right.*Member;
 }
 
+/// A figure that an anomaly of before may lack; empty then, and behind all others by AnomalyFilter.
+template<auto Member>
+AnomalyColumn uncertainty(const QString& title, const QString& toolTip) {
+    return {title,
+            true,
+            [](const SdiffData& each) { return each.*Member ? figureText(*(each.*Member)) : QString(); },
+            isLess<Member>,
+            toolTip,
+            Member};
+}
+
 double largestMagnitude(const SdiffData& anomaly) {
     return std::abs(largestDifferenceMetres(anomaly));
 }
@@ -73,6 +84,16 @@ std::array<AnomalyColumn, AnomalyColumn::Count> makeColumns() {
          [](Record each) { return positionText(each.lonDegrees, each.latDegrees); },
          isLess<&SdiffData::lonDegrees>,
          {}},
+        uncertainty<&SdiffData::volumeSigmaCubicMetres>(kVolumeSigmaTitle.inBrackets(),
+                                                        QObject::tr("体积的一倍标准差")),
+        uncertainty<&SdiffData::sigmaMetres>(kSigmaTitle.inBrackets(),
+                                             QObject::tr("异常内一个像元高程变化的标准差")),
+        uncertainty<&SdiffData::levelOfDetectionMetres>(kLevelOfDetectionTitle.inBrackets(),
+                                                        QObject::tr("一个像元的高程变化达到该值才算变化")),
+        uncertainty<&SdiffData::significance>(kSignificanceTitle,
+                                              QObject::tr("最大|dZ|与检出限之比，越大越可靠")),
+        uncertainty<&SdiffData::suggestionConfidence>(kSuggestionConfidenceTitle,
+                                                      QObject::tr("建议类别的把握，0 到 1")),
     }};
 }
 

@@ -5,6 +5,7 @@
 #include <QString>
 
 #include <array>
+#include <optional>
 
 namespace inspection {
 
@@ -24,6 +25,11 @@ struct AnomalyColumn {
         PipeDistance,
         HighConsequenceAreas,
         Position,
+        VolumeSigma,
+        Sigma,
+        LevelOfDetection,
+        Significance,
+        SuggestionConfidence,
         Count
     };
 
@@ -31,7 +37,11 @@ struct AnomalyColumn {
     bool isFigure;
     QString (*text)(const SdiffData& anomaly);
     bool (*isBefore)(const SdiffData& left, const SdiffData& right);
-    QString toolTip; ///< of its head; empty for none
+    QString toolTip;                                          ///< of its head; empty for none
+    std::optional<double> SdiffData::* uncertainty = nullptr; ///< the figure that it shows, where it may lack
+
+    /// Shown only when the user asks for it.
+    bool isHiddenAtFirst() const { return uncertainty != nullptr; }
 };
 
 const std::array<AnomalyColumn, AnomalyColumn::Count>& anomalyColumns();

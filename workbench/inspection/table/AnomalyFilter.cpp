@@ -31,6 +31,10 @@ bool passes(const SdiffData& anomaly, SignFilter filter) {
     return filter == SignFilter::Both || anomaly.isFill == (filter == SignFilter::Fill);
 }
 
+bool passes(const SdiffData& anomaly, SignificanceFilter filter) {
+    return filter == SignificanceFilter::All || isSignificant(anomaly);
+}
+
 std::array<int, kAttributeFilters> countByAttribute(const std::vector<SdiffData>& anomalies) {
     std::array<int, kAttributeFilters> counts{};
     for (const SdiffData& anomaly : anomalies) {
@@ -52,18 +56,31 @@ void AnomalyFilter::setSignFilter(SignFilter filter) {
     invalidateRowsFilter();
 }
 
+void AnomalyFilter::setSignificanceFilter(SignificanceFilter filter) {
+    m_significance = filter;
+    invalidateRowsFilter();
+}
+
 const SdiffData& AnomalyFilter::anomaly(int sourceRow) const {
     return static_cast<const AnomalyTableModel*>(sourceModel())->anomaly(sourceRow);
 }
 
 bool AnomalyFilter::filterAcceptsRow(int sourceRow, const QModelIndex& /*sourceParent*/) const {
-    return passes(anomaly(sourceRow), m_attribute) && passes(anomaly(sourceRow), m_sign);
+    const SdiffData& each = anomaly(sourceRow);
+    return passes(each, m_attribute) && passes(each, m_sign) && passes(each, m_significance);
 }
 
 bool AnomalyFilter::isNearer(int leftRow, int rightRow) const {
     const auto& model = *static_cast<const AnomalyTableModel*>(sourceModel());
     const auto& left = model.surroundings(leftRow).pipeMetres;
     const auto& right = model.surroundings(rightRow).pipeMetres;
+    return left.has_value() != right.has_value() ? isKnownFirst(left.has_value()) : left < right;
+}
+
+bool AnomalyFilter::isUncertaintyBefore(int leftRow, int rightRow,
+                                        std::optional<double> SdiffData::* figure) const {
+    const auto& left = anomaly(leftRow).*figure;
+    const auto& right = anomaly(rightRow).*figure;
     return left.has_value() != right.has_value() ? isKnownFirst(left.has_value()) : left < right;
 }
 
@@ -75,15 +92,17 @@ bool AnomalyFilter::areAreasBefore(int leftRow, int rightRow) const {
 }
 
 bool AnomalyFilter::lessThan(const QModelIndex& left, const QModelIndex& right) const {
+    const AnomalyColumn& column = anomalyColumns().at(static_cast<std::size_t>(left.column()));
+    if (column.uncertainty) {
+        return isUncertaintyBefore(left.row(), right.row(), column.uncertainty);
+    }
     switch (left.column()) {
     case AnomalyColumn::PipeDistance:
         return isNearer(left.row(), right.row());
     case AnomalyColumn::HighConsequenceAreas:
         return areAreasBefore(left.row(), right.row());
     default:
-        return anomalyColumns()
-            .at(static_cast<std::size_t>(left.column()))
-            .isBefore(anomaly(left.row()), anomaly(right.row()));
+        return column.isBefore(anomaly(left.row()), anomaly(right.row()));
     }
 }
 

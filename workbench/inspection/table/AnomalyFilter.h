@@ -5,6 +5,7 @@
 #include <QSortFilterProxyModel>
 
 #include <array>
+#include <optional>
 
 namespace inspection {
 
@@ -16,9 +17,13 @@ constexpr int kAttributeFilters = 7;
 /// Which anomalies the table shows, by the sign of their elevation difference.
 enum class SignFilter { Both, Fill, Cut };
 
+/// Which anomalies the table shows, by whether their volume exceeds its uncertainty (isSignificant).
+enum class SignificanceFilter { All, Significant };
+
 /// True when the filter lets the anomaly through.
 bool passes(const SdiffData& anomaly, AttributeFilter filter);
 bool passes(const SdiffData& anomaly, SignFilter filter);
+bool passes(const SdiffData& anomaly, SignificanceFilter filter);
 
 /// How many of the anomalies each attribute filter lets through.
 std::array<int, kAttributeFilters> countByAttribute(const std::vector<SdiffData>& anomalies);
@@ -34,7 +39,11 @@ public:
 
     void setAttributeFilter(AttributeFilter filter);
     void setSignFilter(SignFilter filter);
-    bool isFiltering() const { return m_attribute != AttributeFilter::All || m_sign != SignFilter::Both; }
+    void setSignificanceFilter(SignificanceFilter filter);
+    bool isFiltering() const {
+        return m_attribute != AttributeFilter::All || m_sign != SignFilter::Both ||
+               m_significance != SignificanceFilter::All;
+    }
 
 protected:
     bool filterAcceptsRow(int sourceRow, const QModelIndex& sourceParent) const override;
@@ -43,12 +52,14 @@ protected:
 private:
     const SdiffData& anomaly(int sourceRow) const;
     bool isNearer(int leftRow, int rightRow) const;
+    bool isUncertaintyBefore(int leftRow, int rightRow, std::optional<double> SdiffData::* figure) const;
     bool areAreasBefore(int leftRow, int rightRow) const;
     /// Puts what is not known behind what is, in both orders.
     bool isKnownFirst(bool isLeftKnown) const { return isLeftKnown == (sortOrder() == Qt::AscendingOrder); }
 
     AttributeFilter m_attribute = AttributeFilter::All;
     SignFilter m_sign = SignFilter::Both;
+    SignificanceFilter m_significance = SignificanceFilter::All;
 };
 
 } // namespace inspection

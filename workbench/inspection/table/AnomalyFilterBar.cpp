@@ -2,6 +2,7 @@
 
 #include "workbench/inspectiondata/text/AnomalyTexts.h"
 
+#include <QCheckBox>
 #include <QComboBox>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -26,7 +27,8 @@ QString filterTitle(int filter) {
 } // namespace
 
 AnomalyFilterBar::AnomalyFilterBar(QWidget* parent)
-    : QWidget(parent), m_summary(new QLabel), m_attribute(new QComboBox), m_sign(new QComboBox) {
+    : QWidget(parent), m_summary(new QLabel), m_attribute(new QComboBox), m_sign(new QComboBox),
+      m_significant(new QCheckBox(tr("只看显著"))) {
     m_summary->setObjectName("anomalySummary");
     m_summary->setTextFormat(Qt::PlainText);
     m_summary->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
@@ -39,6 +41,10 @@ AnomalyFilterBar::AnomalyFilterBar(QWidget* parent)
     m_sign->setObjectName("signFilter");
     m_sign->setToolTip(tr("只显示填方或挖方"));
     m_sign->addItems({tr("填方和挖方"), tr("填方"), tr("挖方")});
+    m_significant->setObjectName("significanceFilter");
+    m_significant->setToolTip(
+        tr("只显示体积大于其 1.96 倍标准差（95% 置信度）的异常；没有标准差的旧结果不显示，"
+           "重新计算后才有"));
     setAnomalies({});
 
     auto* row = new QHBoxLayout(this);
@@ -47,11 +53,15 @@ AnomalyFilterBar::AnomalyFilterBar(QWidget* parent)
     row->addWidget(m_summary, 1);
     row->addWidget(m_attribute);
     row->addWidget(m_sign);
+    row->addWidget(m_significant);
 
     connect(m_attribute, &QComboBox::currentIndexChanged, this,
             [this](int index) { emit attributeChosen(static_cast<AttributeFilter>(index)); });
     connect(m_sign, &QComboBox::currentIndexChanged, this,
             [this](int index) { emit signChosen(static_cast<SignFilter>(index)); });
+    connect(m_significant, &QCheckBox::toggled, this, [this](bool isOn) {
+        emit significanceChosen(isOn ? SignificanceFilter::Significant : SignificanceFilter::All);
+    });
 }
 
 void AnomalyFilterBar::setSummary(const QString& text) {

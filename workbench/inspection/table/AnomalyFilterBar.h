@@ -4,12 +4,13 @@
 
 #include <QWidget>
 
+class QCheckBox;
 class QComboBox;
 class QLabel;
 
 namespace inspection {
 
-/// The line above the anomaly table: what the table holds, and the two filters. The attribute filter's
+/// The line above the anomaly table: what the table holds, and the three filters. The attribute filter's
 /// entries say how many anomalies each class has. GUI thread.
 class AnomalyFilterBar : public QWidget {
     Q_OBJECT
@@ -24,11 +25,13 @@ public:
 signals:
     void attributeChosen(AttributeFilter filter);
     void signChosen(SignFilter filter);
+    void significanceChosen(SignificanceFilter filter);
 
 private:
     QLabel* m_summary;
     QComboBox* m_attribute;
     QComboBox* m_sign;
+    QCheckBox* m_significant;
 };
 
 } // namespace inspection

@@ -8,6 +8,7 @@
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QMenu>
+#include <QSettings>
 
 #include <algorithm>
 
@@ -17,6 +18,25 @@ namespace {
 constexpr int kRowsThatSetWidths = 100;
 constexpr int kWidestCharacters = 30;
 constexpr int kLeastAttributeCharacters = 16; // what an inspector writes most
+
+const AnomalyColumn& columnOf(int column) {
+    return anomalyColumns().at(static_cast<std::size_t>(column));
+}
+
+/// Which columns the user wants, in all projects: those that he has switched on or off, by their titles.
+class WantedColumns {
+public:
+    bool has(int column) const {
+        return m_settings.value(columnOf(column).title, !columnOf(column).isHiddenAtFirst()).toBool();
+    }
+    void set(int column, bool isWanted) { m_settings.setValue(columnOf(column).title, isWanted); }
+
+    WantedColumns() { m_settings.beginGroup("anomalyColumns"); }
+
+private:
+    QSettings m_settings{QSettings::IniFormat, QSettings::UserScope, "corridor", "workbench"};
+};
+
 } // namespace
 
 AnomalyTableView::AnomalyTableView(QAbstractItemModel& model, QWidget* parent)
@@ -38,6 +58,13 @@ AnomalyTableView::AnomalyTableView(QAbstractItemModel& model, QWidget* parent)
     horizontalHeader()->setHighlightSections(false);
     horizontalHeader()->setResizeContentsPrecision(kRowsThatSetWidths);
     horizontalHeader()->setStretchLastSection(true);
+
+    horizontalHeader()->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(horizontalHeader(), &QWidget::customContextMenuRequested, this,
+            &AnomalyTableView::showColumnMenu);
+    for (int column = 0; column < AnomalyColumn::Count; ++column) {
+        setColumnHidden(column, !WantedColumns().has(column));
+    }
 
     connect(this, &QTableView::activated, this, &AnomalyTableView::showRequested);
     connect(m_attributes, &AttributeDelegate::chosen, this,
@@ -61,7 +88,10 @@ void AnomalyTableView::editAttribute() {
 void AnomalyTableView::fitColumns() {
     resizeColumnsToContents();
     const int character = fontMetrics().averageCharWidth();
-    for (int column = 0; column + 1 < model()->columnCount(); ++column) {
+    for (int column = 0; column < model()->columnCount(); ++column) {
+        if (isColumnHidden(column)) {
+            continue;
+        }
         const int least = column == AnomalyColumn::Attribute ? kLeastAttributeCharacters * character : 0;
         setColumnWidth(column, std::clamp(columnWidth(column), least, kWidestCharacters * character));
     }
@@ -121,6 +151,23 @@ void AnomalyTableView::contextMenuEvent(QContextMenuEvent* event) {
     menu.setObjectName("anomalyTableMenu");
     fill(menu);
     menu.exec(event->globalPos());
+}
+
+// The name stays: without it nobody knows what a row is about.
+void AnomalyTableView::showColumnMenu(const QPoint& place) {
+    QMenu menu(this);
+    menu.setObjectName("anomalyColumnMenu");
+    for (int column = AnomalyColumn::Name + 1; column < AnomalyColumn::Count; ++column) {
+        QAction* action = menu.addAction(columnOf(column).title);
+        action->setCheckable(true);
+        action->setChecked(!isColumnHidden(column));
+        connect(action, &QAction::toggled, this, [this, column](bool isShown) {
+            setColumnHidden(column, !isShown);
+            WantedColumns().set(column, isShown);
+            fitColumns();
+        });
+    }
+    menu.exec(horizontalHeader()->mapToGlobal(place));
 }
 
 // The keys stand in the entries' texts; the table takes them itself, and only while it has the focus.

@@ -9,7 +9,7 @@ namespace inspection {
 class AttributeDelegate;
 
 /// The table of anomalies for mouse and keyboard. It announces what the user wants of the selected rows and
-/// changes nothing itself. GUI thread.
+/// changes nothing itself. Which columns are shown is chosen in the menu of its head and remembered. GUI thread.
 ///
 /// Keys: arrows and page keys walk, Enter shows, 1 to 4 set a fixed class, 5 or F2 edits the attribute, 0
 /// takes it away, Delete deletes. A double click shows, or edits in the attribute column.
@@ -41,6 +41,7 @@ protected:
 private:
     bool takesEditKey(const QKeyEvent& event);
     void fill(QMenu& menu);
+    void showColumnMenu(const QPoint& place);
 
     AttributeDelegate* m_attributes;
 };

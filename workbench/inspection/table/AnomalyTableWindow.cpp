@@ -116,6 +116,10 @@ void AnomalyTableWindow::connectTable() {
         changeRows([&] { m_filter->setSignFilter(filter); });
         selectNamedRows();
     });
+    connect(m_bar, &AnomalyFilterBar::significanceChosen, this, [this](SignificanceFilter filter) {
+        changeRows([&] { m_filter->setSignificanceFilter(filter); });
+        selectNamedRows();
+    });
 }
 
 void AnomalyTableWindow::SetCurrentItem(const KV_StationItem& item) {

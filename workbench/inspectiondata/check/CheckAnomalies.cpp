@@ -31,24 +31,27 @@ bool isArea(const std::string& outlineWkt) {
     return outlineVertices(outlineWkt).size() >= kFewestVertices;
 }
 
+/// For each field of that sort that holds a value or has to.
 template<typename Expectation>
-void forEachField(AnomalyField::Sort sort, const Expectation& expectation) {
+void forEachField(const RowCheck& row, AnomalyField::Sort sort, const Expectation& expectation) {
     for (const AnomalyField& field : kAnomalyFields) {
-        if (field.sort == sort) {
+        if (field.sort == sort && (!field.mayLack() || row.has(field.name))) {
             expectation(field.name);
         }
     }
 }
 
 void checkFigures(RowCheck& row) {
-    forEachField(AnomalyField::Sort::Size, [&](const char* column) { row.expectNotNegative({column}); });
-    forEachField(AnomalyField::Sort::Difference, [&](const char* column) { row.expectFinite({column}); });
+    using Sort = AnomalyField::Sort;
+    forEachField(row, Sort::Size, [&](const char* column) { row.expectNotNegative({column}); });
+    forEachField(row, Sort::Share, [&](const char* column) { row.expectWithin(column, 0.0, 1.0); });
+    forEachField(row, Sort::Difference, [&](const char* column) { row.expectFinite({column}); });
     row.expectOrder("dz_min_m", "dz_max_m");
     row.expectBetween("dz_min_m", "dz_mean_m", "dz_max_m");
 }
 
 void checkPlace(RowCheck& row) {
-    forEachField(AnomalyField::Sort::Position, [&](const char* column) { row.expectFinite({column}); });
+    forEachField(row, AnomalyField::Sort::Position, [&](const char* column) { row.expectFinite({column}); });
     row.expectBetween("x_min", "x", "x_max");
     row.expectBetween("y_min", "y", "y_max");
     row.expectPlace();

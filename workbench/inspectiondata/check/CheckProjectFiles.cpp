@@ -107,13 +107,15 @@ Findings checkResultRasters(const ProjectDescription& project, KV_MySQL& databas
     Findings findings;
     visitRows(database, {kComparisonResultTable, "id"}, [&](const KV_Record& row) {
         RowCheck check(kComparisonResultTable, row, findings);
-        const QString path = fromGbk(check.text("dz_raster"));
-        if (path.isEmpty()) {
-            return true;
+        for (const char* column : {"dz_raster", "correction_raster"}) {
+            const QString path = fromGbk(check.text(column));
+            if (path.isEmpty()) {
+                continue;
+            }
+            check.expect(QDir::isRelativePath(path), QStringLiteral("%1 不在工程文件夹内").arg(column));
+            const auto problem = rasterProblem(QDir(project.folder).absoluteFilePath(path));
+            check.expect(!problem, QStringLiteral("%1 %2 %3").arg(column, path, problem.value_or(QString())));
         }
-        check.expect(QDir::isRelativePath(path), QStringLiteral("dz_raster 不在工程文件夹内"));
-        const auto problem = rasterProblem(QDir(project.folder).absoluteFilePath(path));
-        check.expect(!problem, QStringLiteral("dz_raster %1 %2").arg(path, problem.value_or(QString())));
         return true;
     });
     return findings;

@@ -1,14 +1,15 @@
 #include "workbench/inspectiondata/check/CheckStations.h"
 
+#include "detect/output/ParameterText.h"
+#include "detect/output/SummaryFile.h"
 #include "host/Gbk.h"
 #include "host/inspection/Records.h"
 #include "workbench/inspectiondata/check/RowCheck.h"
 #include "workbench/inspectiondata/database/ComparisonTable.h"
+#include "workbench/inspectiondata/database/Histogram.h"
 #include "workbench/inspectiondata/database/Schema.h"
 #include "workbench/inspectiondata/database/TableCopy.h"
 #include "workbench/inspectiondata/project/Georeference.h"
-
-#include <QStringList>
 
 #include <set>
 
@@ -64,11 +65,17 @@ void checkResult(const std::set<std::int64_t>& stations, const std::set<std::int
     row.expectTime("computed_at");
     row.expectFinite({"dx_m", "dy_m", "dz_m"});
     row.expectNotNegative({"threshold_m", "min_area_m2", "nmad_before_m", "nmad_after_m", "cells"});
-    const QStringList methods{coregistrationName(detect::CoregistrationMethod::None),
-                              coregistrationName(detect::CoregistrationMethod::Bias),
-                              coregistrationName(detect::CoregistrationMethod::Full)};
     const QString method = fromGbk(row.text("coregistration"));
-    row.expect(methods.contains(method), QStringLiteral("未知的配准方式“%1”").arg(method));
+    row.expect(detect::methodNamed(method.toStdString()).has_value(),
+               QStringLiteral("未知的配准方式“%1”").arg(method));
+    if (row.has("summary")) {
+        row.expect(detect::readSummary(gbkToUtf8(row.text("summary"))).has_value(),
+                   QStringLiteral("summary 无法读取"));
+    }
+    if (row.has("stable_dz")) {
+        row.expect(readHistogram(gbkToUtf8(row.text("stable_dz"))).has_value(),
+                   QStringLiteral("stable_dz 无法读取"));
+    }
 }
 
 void checkNode(RowCheck row) {

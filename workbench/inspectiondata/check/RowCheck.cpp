@@ -85,6 +85,11 @@ void RowCheck::expectTime(const char* column) {
            named(column, QStringLiteral("不是日期和时间")));
 }
 
+bool RowCheck::has(const char* column) const {
+    const auto field = m_row.find(column);
+    return field != m_row.end() && !std::holds_alternative<std::monostate>(field->second);
+}
+
 double RowCheck::number(const char* column) const {
     double value = std::numeric_limits<double>::quiet_NaN();
     takeField(m_row, column, value);

@@ -19,6 +19,8 @@ public:
     void expectText(const char* column);
     void expectFinite(std::initializer_list<const char*> columns);
     void expectNotNegative(std::initializer_list<const char*> columns);
+    /// The column holds a value at all.
+    bool has(const char* column) const;
     /// Finite, and between them or one of them.
     void expectWithin(const char* column, double least, double most);
     /// Columns "lon_deg" and "lat_deg" in degrees.

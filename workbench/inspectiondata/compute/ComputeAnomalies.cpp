@@ -111,13 +111,13 @@ Status Computation::coregister() {
 
 Status Computation::detectStation(const StationDetection& detection, const KV_Station& station, double from,
                                   double share) {
-    const auto raster = m_store.newRaster(station.m_id);
-    if (!raster) {
-        return failed(raster);
+    const auto rasters = m_store.newRasters(station.m_id);
+    if (!rasters) {
+        return failed(rasters);
     }
     const ComputationStep step{ComputationStep::Sort::Search, fromGbk(station.m_name)};
     auto found =
-        detection.find(station, m_coregistration, m_request.threads, *raster, part(from, share, step));
+        detection.find(station, m_coregistration, m_request.threads, *rasters, part(from, share, step));
     if (!found) {
         return failed(found);
     }
@@ -147,8 +147,8 @@ ComputationSummary Computation::summary() const {
     for (const StationChanges& changes : m_changes) {
         summary.stationIds.push_back(changes.stationId);
         summary.anomalies += static_cast<int>(changes.anomalies.size());
-        summary.cells += changes.cells;
-        summary.detectionSeconds += changes.seconds;
+        summary.cells += changes.cells();
+        summary.detectionSeconds += changes.seconds();
     }
     return summary;
 }

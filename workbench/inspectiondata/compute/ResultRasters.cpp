@@ -17,10 +17,13 @@ namespace {
 
 QSet<QString> namedRasters(const ProjectDescription& project, KV_MySQL& database) {
     QSet<QString> files;
-    for (const KV_Record& row : database.queryRecord("select dz_raster from comparison_result")) {
-        std::string path;
-        takeField(row, "dz_raster", path);
-        files.insert(QDir::cleanPath(QDir(project.folder).absoluteFilePath(fromGbk(path))));
+    for (const KV_Record& row :
+         database.queryRecord("select dz_raster, correction_raster from comparison_result")) {
+        for (const char* raster : {"dz_raster", "correction_raster"}) {
+            std::string path;
+            takeField(row, raster, path);
+            files.insert(QDir::cleanPath(QDir(project.folder).absoluteFilePath(fromGbk(path))));
+        }
     }
     return files;
 }
@@ -32,7 +35,8 @@ QStringList unnamedRasters(const ProjectDescription& project, KV_MySQL& database
     QStringList unnamed;
     for (const KV_Station& station : readStations(database)) {
         const QDir folder(project.stationFolder(station.m_id));
-        for (const QFileInfo& file : folder.entryInfoList({QStringLiteral("dz-*.tif*")}, QDir::Files)) {
+        for (const QFileInfo& file : folder.entryInfoList(
+                 {QStringLiteral("dz-*.tif*"), QStringLiteral("correction-*.tif*")}, QDir::Files)) {
             if (!named.contains(file.absoluteFilePath())) {
                 unnamed << file.absoluteFilePath();
             }

@@ -81,13 +81,15 @@ ResultStore::~ResultStore() {
     }
 }
 
-Result<QString> ResultStore::newRaster(std::uint32_t stationId) {
+Result<StationDetection::Rasters> ResultStore::newRasters(std::uint32_t stationId) {
     const QString folder = m_project.stationFolder(stationId);
     if (!QDir().mkpath(folder)) {
         return fileFailure(folder, "cannot be created", "无法创建文件夹");
     }
-    m_newRasters << QStringLiteral("%1/dz-%2.tif").arg(folder, m_stamp);
-    return m_newRasters.back();
+    const StationDetection::Rasters rasters{QStringLiteral("%1/dz-%2.tif").arg(folder, m_stamp),
+                                            QStringLiteral("%1/correction-%2.tif").arg(folder, m_stamp)};
+    m_newRasters << rasters.dz << rasters.correction;
+    return rasters;
 }
 
 void ResultStore::storeStation(KV_MySQL& database, StationChanges& changes,
@@ -101,9 +103,11 @@ void ResultStore::storeStation(KV_MySQL& database, StationChanges& changes,
     result.stationId = changes.stationId;
     result.computedAt = m_computedAt;
     result.pair = m_pair;
-    if (!changes.dzRaster.isEmpty()) {
-        result.dzRaster = QDir(m_project.folder).relativeFilePath(changes.dzRaster);
-    }
+    const auto stored = [this](const QString& path) {
+        return path.isEmpty() ? QString() : QDir(m_project.folder).relativeFilePath(path);
+    };
+    result.dzRaster = stored(changes.dzRaster);
+    result.correctionRaster = stored(changes.correctionRaster);
     result.thresholdMetres = m_project.parameters.thresholdMetres;
     result.minAreaSquareMetres = m_project.parameters.minAreaSquareMetres;
     result.coregistration = coregistrationName(coregistration.method);
@@ -112,7 +116,9 @@ void ResultStore::storeStation(KV_MySQL& database, StationChanges& changes,
     result.dzMetres = finite(coregistration.dzMetres);
     result.nmadBeforeMetres = finite(coregistration.nmadBeforeMetres);
     result.nmadAfterMetres = finite(coregistration.nmadAfterMetres);
-    result.cells = changes.cells;
+    result.cells = changes.cells();
+    result.summary = changes.summary;
+    result.stableDifferences = changes.stableDifferences;
     storeStationResult(database, result);
 }
 

@@ -22,8 +22,8 @@ public:
     ResultStore(const ResultStore&) = delete;
     ResultStore& operator=(const ResultStore&) = delete;
 
-    /// Where the station's new raster goes; its folder is made. Fails when it cannot be.
-    Result<QString> newRaster(std::uint32_t stationId);
+    /// Where the station's new rasters go; their folder is made. Fails when it cannot be.
+    Result<StationDetection::Rasters> newRasters(std::uint32_t stationId);
 
     /// Replaces anomalies and result that each station has of the project's pair, all in one transaction, then
     /// removes the rasters of stations that no result names any more. A verdict on an anomaly that was found again at the

@@ -2,6 +2,7 @@
 
 #include "detect/GdalErrors.h"
 #include "host/Gbk.h"
+#include "workbench/inspectiondata/compute/StableDifferences.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -166,13 +167,24 @@ bool StationDetection::translate(const detect::Anomaly& anomaly, SdiffData& reco
     record.dzMeanMetres = anomaly.dzMeanMetres;
     record.dzMinMetres = anomaly.dzMinMetres;
     record.dzMaxMetres = anomaly.dzMaxMetres;
+    record.volumeSigmaCubicMetres = anomaly.volumeSigmaCubicMetres;
+    record.sigmaMetres = anomaly.sigmaMetres;
+    record.levelOfDetectionMetres = anomaly.levelOfDetectionMetres;
+    record.significance = anomaly.significance;
+    record.suggestionConfidence = anomaly.suggestionConfidence;
     return true;
 }
 
-Result<StationChanges> StationDetection::find(const KV_Station& station,
-                                              const detect::Coregistration& coregistration, int threads,
-                                              const QString& dzRaster,
-                                              const detect::Progress& progress) const {
+Unexpected StationDetection::failureAt(const KV_Station& station, const detect::Failure& failure) {
+    const QString message = QString::fromStdString(failure.message);
+    const QString name = fromGbk(station.m_name);
+    return Unexpected(Failure{QStringLiteral("station %1: %2").arg(name, message),
+                              QStringLiteral("站点“%1”计算失败：%2").arg(name, message), failure.cancelled});
+}
+
+detect::Request StationDetection::requestFor(const KV_Station& station,
+                                             const detect::Coregistration& coregistration,
+                                             int threads) const {
     detect::Request request;
     request.oldRaster = m_project.oldEpoch().dsm.toStdString();
     request.newRaster = m_project.newEpoch().dsm.toStdString();
@@ -180,40 +192,62 @@ Result<StationChanges> StationDetection::find(const KV_Station& station,
     request.parameters.threads = threads;
     request.window = searchWindow(station);
     request.coregistration = coregistration;
-    const QString unwarped = dzRaster + QStringLiteral(".unwarped.tif");
+    return request;
+}
 
+Result<StationChanges> StationDetection::find(const KV_Station& station,
+                                              const detect::Coregistration& coregistration, int threads,
+                                              const Rasters& rasters,
+                                              const detect::Progress& progress) const {
+    detect::Request request = requestFor(station, coregistration, threads);
+    std::optional<detect::StagedOutput> correction;
+    if (coregistration.local.field) {
+        auto staged = detect::StagedOutput::beside(rasters.correction.toStdString());
+        if (!staged) {
+            return failureAt(station, staged.error());
+        }
+        request.correctionRaster = &correction.emplace(std::move(*staged));
+    }
     StationChanges changes;
     changes.stationId = station.m_id;
-    const auto outcome =
-        detect::detectChangesAndDz(request, (m_toStation ? unwarped : dzRaster).toStdString(), progress);
-    if (!outcome) {
-        if (outcome.error().nothingInWindow) {
-            return changes;
-        }
-        const QString message = QString::fromStdString(outcome.error().message);
-        const QString name = fromGbk(station.m_name);
-        return Unexpected(Failure{QStringLiteral("station %1: %2").arg(name, message),
-                                  QStringLiteral("站点“%1”计算失败：%2").arg(name, message),
-                                  outcome.error().cancelled});
+    const QString raw = m_toStation ? rasters.dz + QStringLiteral(".unwarped.tif") : rasters.dz;
+    auto outcome = detect::detectChangesAndDz(request, raw.toStdString(), progress);
+    if (!outcome && outcome.error().nothingInWindow) {
+        return changes;
     }
+    if (!outcome) {
+        return failureAt(station, outcome.error());
+    }
+    changes.stableDifferences = stableDifferences(raw, outcome->anomalies, coregistration);
     if (m_toStation) {
-        const Status warped = warpRaster(unwarped, dzRaster, m_stationReference);
-        QFile::remove(unwarped);
+        const Status warped = warpRaster(raw, rasters.dz, m_stationReference);
+        QFile::remove(raw);
         if (!warped) {
             return failed(warped);
         }
     }
-    const auto& result = *outcome;
-    changes.dzRaster = dzRaster;
-    changes.cells = result.cells;
-    changes.seconds = result.seconds;
-    for (const detect::Anomaly& anomaly : result.anomalies) {
+    changes.dzRaster = rasters.dz;
+    if (correction) {
+        if (const auto done = correction->commit(); !done) {
+            return failureAt(station, done.error());
+        }
+        changes.correctionRaster = rasters.correction;
+    }
+    takeAnomalies(*outcome, station, changes);
+    detect::Summary summary{std::move(*outcome), request.parameters};
+    summary.report.found = static_cast<std::int64_t>(changes.anomalies.size());
+    changes.summary = std::move(summary);
+    return changes;
+}
+
+void StationDetection::takeAnomalies(const detect::Changes& found, const KV_Station& station,
+                                     StationChanges& changes) const {
+    for (const detect::Anomaly& anomaly : found.anomalies) {
         SdiffData record;
         if (translate(anomaly, record) && owns(station, {record.x, record.y})) {
             changes.anomalies.push_back(record);
         }
     }
-    return changes;
 }
 
 } // namespace inspection

@@ -25,6 +25,9 @@ struct StoredValue {
 
     KV_Value operator()(std::string SdiffData::* text) const { return anomaly.*text; }
     KV_Value operator()(double SdiffData::* number) const { return anomaly.*number; }
+    KV_Value operator()(std::optional<double> SdiffData::* number) const {
+        return anomaly.*number ? KV_Value(*(anomaly.*number)) : KV_Value();
+    }
     KV_Value operator()(bool SdiffData::* isFill) const { return std::string(kindCode(anomaly.*isFill)); }
 };
 
@@ -36,6 +39,9 @@ struct Taking {
 
     void operator()(std::string SdiffData::* text) const { takeField(row, column, anomaly.*text); }
     void operator()(double SdiffData::* number) const { takeField(row, column, anomaly.*number); }
+    void operator()(std::optional<double> SdiffData::* number) const {
+        takeField(row, column, anomaly.*number);
+    }
     void operator()(bool SdiffData::* isFill) const {
         std::string kind;
         takeField(row, column, kind);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "host/Export.h"
+
 #include <array>
 #include <memory>
 #include <mutex>
@@ -9,7 +11,7 @@ class GDALDataset;
 
 /// A station's raster of elevation differences. Cells are read from the file when they are asked for, so that
 /// memory does not grow with the raster. Any thread, one at a time.
-class KV_ElevationDifference {
+class INSPECTIONDATA_API KV_ElevationDifference {
 public:
     /// Null when the file cannot be read. `file` is UTF-8.
     static std::shared_ptr<const KV_ElevationDifference> open(const std::string& file);

@@ -2,6 +2,9 @@
 
 #include "host/inspection/KV_MySQL.h"
 
+#include <cmath>
+#include <limits>
+#include <optional>
 #include <string>
 #include <type_traits>
 
@@ -24,6 +27,14 @@ void takeField(const mysqlhelper::KV_Record& row, const char* name, T& target) {
     } else if (const auto* text = std::get_if<T>(&field->second)) {
         target = *text;
     }
+}
+
+/// The same for a number that may lack: NULL, a field that the row lacks or another sort is none.
+inline void takeField(const mysqlhelper::KV_Record& row, const char* name, std::optional<double>& target) {
+    constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
+    double number = kNone;
+    takeField(row, name, number);
+    target = std::isnan(number) ? std::nullopt : std::optional(number);
 }
 
 } // namespace inspection

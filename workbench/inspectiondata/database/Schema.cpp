@@ -176,11 +176,22 @@ void addComparisons(KV_MySQL& database, const EpochPair& pair) {
     giveRowsToComparisons(database, pair);
 }
 
+/// How sure detection is of each anomaly, and what it did besides. What was found before has no value there.
+void addUncertainty(KV_MySQL& database, const EpochPair& /*pair*/) {
+    for (const char* name : {"vol_sd_m3", "sigma_m", "lod_m", "signif", "sugg_conf"}) {
+        addColumn(database, kAnomalyTable, {name, Sort::Real, false, {}});
+    }
+    for (const char* name : {"summary", "stable_dz", "correction_raster"}) {
+        addColumn(database, kComparisonResultTable, {name, Sort::Text, false, {}});
+    }
+}
+
 // Step n brings version n to version n + 1. Steps are only ever added; what one of them does stays as it is.
 // A server may have kept a part of a step that was not completed, so each must be repeatable, as createTable
 // and addColumn are. Tables that a step adds go into storedTables() too.
 using MigrationStep = void (*)(KV_MySQL&, const EpochPair& pair);
-constexpr MigrationStep kSteps[] = {createFirstVersion, addEditHistory, addRevisions, addComparisons};
+constexpr MigrationStep kSteps[] = {createFirstVersion, addEditHistory, addRevisions, addComparisons,
+                                    addUncertainty};
 static_assert(std::size(kSteps) == kSchemaVersion);
 
 void takeSteps(KV_MySQL& database, int from, const EpochPair& pair) {

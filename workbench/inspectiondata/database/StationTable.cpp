@@ -31,6 +31,17 @@ void takeText(const KV_Record& row, const char* name, QString& target) {
     target = fromGbk(gbk);
 }
 
+std::string utf8Field(const KV_Record& row, const char* name) {
+    std::string gbk;
+    takeField(row, name, gbk);
+    return gbkToUtf8(gbk);
+}
+
+/// NULL for nothing.
+mysqlhelper::KV_Value textOrNone(const std::string& utf8) {
+    return utf8.empty() ? mysqlhelper::KV_Value() : mysqlhelper::KV_Value(utf8ToGbk(utf8));
+}
+
 } // namespace
 
 std::vector<KV_Station> readStations(KV_MySQL& database) {
@@ -75,26 +86,38 @@ std::optional<StationResult> readStationResult(KV_MySQL& database, std::uint32_t
     takeField(row, "nmad_before_m", result.nmadBeforeMetres);
     takeField(row, "nmad_after_m", result.nmadAfterMetres);
     takeField(row, "cells", result.cells);
+    takeText(row, "correction_raster", result.correctionRaster);
+    result.summary = detect::readSummary(utf8Field(row, "summary"));
+    result.stableDifferences = readHistogram(utf8Field(row, "stable_dz"));
     return result;
 }
 
 void storeStationResult(KV_MySQL& database, const StationResult& result) {
     const std::int64_t comparisonId = needComparison(database, result.pair);
+    const std::string summary = result.summary
+                                    ? detect::summaryText(result.summary->report, result.summary->parameters)
+                                    : std::string();
+    const std::string differences =
+        result.stableDifferences ? histogramText(*result.stableDifferences) : std::string();
     database.deleteRecord(kComparisonResultTable, "where station_id=? and comparison_id=?",
                           {std::int64_t{result.stationId}, comparisonId});
-    database.insertRecord(kComparisonResultTable, {{"station_id", std::int64_t{result.stationId}},
-                                                   {kComparisonColumn, comparisonId},
-                                                   {"computed_at", toGbk(result.computedAt)},
-                                                   {"dz_raster", toGbk(result.dzRaster)},
-                                                   {"threshold_m", result.thresholdMetres},
-                                                   {"min_area_m2", result.minAreaSquareMetres},
-                                                   {"coregistration", toGbk(result.coregistration)},
-                                                   {"dx_m", result.dxMetres},
-                                                   {"dy_m", result.dyMetres},
-                                                   {"dz_m", result.dzMetres},
-                                                   {"nmad_before_m", result.nmadBeforeMetres},
-                                                   {"nmad_after_m", result.nmadAfterMetres},
-                                                   {"cells", result.cells}});
+    database.insertRecord(kComparisonResultTable,
+                          {{"station_id", std::int64_t{result.stationId}},
+                           {kComparisonColumn, comparisonId},
+                           {"computed_at", toGbk(result.computedAt)},
+                           {"dz_raster", toGbk(result.dzRaster)},
+                           {"threshold_m", result.thresholdMetres},
+                           {"min_area_m2", result.minAreaSquareMetres},
+                           {"coregistration", toGbk(result.coregistration)},
+                           {"dx_m", result.dxMetres},
+                           {"dy_m", result.dyMetres},
+                           {"dz_m", result.dzMetres},
+                           {"nmad_before_m", result.nmadBeforeMetres},
+                           {"nmad_after_m", result.nmadAfterMetres},
+                           {"cells", result.cells},
+                           {"summary", textOrNone(summary)},
+                           {"stable_dz", textOrNone(differences)},
+                           {"correction_raster", textOrNone(result.correctionRaster.toStdString())}});
 }
 
 std::vector<KV_BasicNode> readPipeNodes(KV_MySQL& database) {

@@ -1,9 +1,11 @@
 #pragma once
 
+#include "detect/output/SummaryFile.h"
 #include "host/Export.h"
 #include "host/inspection/KV_MySQL.h"
 #include "host/inspection/Records.h"
 #include "host/inspection/Station.h"
+#include "workbench/inspectiondata/database/Histogram.h"
 #include "workbench/inspectiondata/project/ProjectDescription.h"
 
 #include <QString>
@@ -29,13 +31,17 @@ struct StationResult {
     QString dzRaster;   ///< path within the project folder, empty when the epochs have no common cell here
     double thresholdMetres = 0.0;
     double minAreaSquareMetres = 0.0;
-    QString coregistration; ///< "none", "bias", "full"
+    QString coregistration; ///< "none", "bias", "full" or "local"
     double dxMetres = 0.0;  ///< added to the new epoch
     double dyMetres = 0.0;
     double dzMetres = 0.0;
     double nmadBeforeMetres = 0.0;
     double nmadAfterMetres = 0.0;
     std::int64_t cells = 0; ///< cells compared
+    // What was not kept before there was a place for it:
+    std::optional<detect::Summary> summary;     ///< of the run that found the station's anomalies
+    std::optional<Histogram> stableDifferences; ///< dZ of the ground outside all anomalies
+    QString correctionRaster; ///< of the local field, a path within the project folder; empty without one
 };
 
 /// Empty when the station was never computed between these epochs. A computed station without anomalies has a result.

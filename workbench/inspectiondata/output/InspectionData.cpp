@@ -26,6 +26,7 @@ Result<InspectionData> readInspectionData(const ProjectDescription& project,
         data.specialAreas = readSpecialAreas(database);
         data.highConsequenceAreas = readHighConsequenceAreas(database);
         data.comparisons = readComparisons(database);
+        data.account = readDetectionAccount(project, database);
         return data;
     } catch (const mysqlhelper::KV_MySQL_Exception& exception) {
         const QString cause = QString::fromUtf8(exception.what());

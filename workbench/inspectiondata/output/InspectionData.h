@@ -3,6 +3,7 @@
 #include "host/Export.h"
 #include "host/inspection/KV_MySQL.h"
 #include "workbench/inspectiondata/database/ComparisonTable.h"
+#include "workbench/inspectiondata/database/DetectionAccount.h"
 #include "workbench/inspectiondata/database/StationTable.h"
 #include "workbench/inspectiondata/project/ProjectDescription.h"
 #include "workbench/inspectiondata/project/Result.h"
@@ -27,6 +28,7 @@ struct InspectionData {
     std::vector<Special_Area> specialAreas;
     std::vector<Special_Polygon> highConsequenceAreas;
     std::vector<Comparison> comparisons; ///< of all pairs of epochs
+    std::optional<DetectionAccount> account;
 
     int anomalyCount() const;
 };

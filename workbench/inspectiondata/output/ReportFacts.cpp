@@ -1,8 +1,10 @@
 #include "workbench/inspectiondata/output/ReportFacts.h"
 
+#include "detect/output/ParameterText.h"
 #include "host/Gbk.h"
 #include "workbench/inspectiondata/text/AnomalyFields.h"
 #include "workbench/inspectiondata/text/AnomalyTexts.h"
+#include "workbench/inspectiondata/text/CoregistrationText.h"
 
 #include <QDateTime>
 
@@ -39,13 +41,13 @@ struct TableColumn {
 /// In the order of ReportFacts::Column.
 const std::vector<TableColumn>& tableColumns() {
     static const std::vector<TableColumn> columns{
-        {{QStringLiteral("编号"), 15.5, false},
+        {{QStringLiteral("编号"), 15.0, false},
          [](const Told& told) { return QString::fromStdString(told.anomaly.name); }},
-        {{QStringLiteral("里程"), 13.0, false},
+        {{QStringLiteral("里程"), 12.5, false},
          [](const Told& told) {
              return told.position ? chainageText(told.position->chainageMetres) : QStringLiteral("–");
          }},
-        {{kPipeDistanceTitle.inLine(), 13.0, true},
+        {{kPipeDistanceTitle.inLine(), 12.5, true},
          [](const Told& told) {
              const auto& metres = told.surroundings.pipeMetres;
              return metres ? pipeDistanceText(*metres) : QString();
@@ -54,23 +56,26 @@ const std::vector<TableColumn>& tableColumns() {
          [](const Told& told) { return fixed(told.anomaly.lonDegrees, 6); }},
         {{QStringLiteral("纬度 °"), 15.5, true},
          [](const Told& told) { return fixed(told.anomaly.latDegrees, 6); }},
-        {{QStringLiteral("填/挖"), 9.0, false},
+        {{QStringLiteral("填/挖"), 8.5, false},
          [](const Told& told) { return told.anomaly.isFill ? QStringLiteral("填") : QStringLiteral("挖"); }},
-        {{kAreaTitle.inLine(), 13.5, true},
+        {{kAreaTitle.inLine(), 12.5, true},
          [](const Told& told) { return fixed(told.anomaly.areaSquareMetres, 1); }},
-        {{kVolumeTitle.inLine(), 13.5, true},
-         [](const Told& told) { return fixed(told.anomaly.volumeCubicMetres(), 1); }},
+        {{kVolumeTitle.inLine(), 18.0, true},
+         [](const Told& told) {
+             return told.anomaly.volumeSigmaCubicMetres ? volumeText(told.anomaly)
+                                                        : fixed(told.anomaly.volumeCubicMetres(), 1);
+         }},
         {{kMeanDifferenceTitle.inLine(), 13.5, true},
          [](const Told& told) { return signedMetres(told.anomaly.dzMeanMetres); }},
         {{QStringLiteral("极值dZ m"), 13.5, true},
          [](const Told& told) { return signedMetres(largestDifferenceMetres(told.anomaly)); }},
-        {{kSuggestedTitle, 13.5, false}, [](const Told& told) { return fromGbk(told.anomaly.suggested); }},
-        {{QStringLiteral("核查结论"), 14.0, false},
+        {{kSuggestedTitle, 13.0, false}, [](const Told& told) { return fromGbk(told.anomaly.suggested); }},
+        {{QStringLiteral("核查结论"), 13.5, false},
          [](const Told& told) {
              return told.anomaly.attribute.empty() ? QStringLiteral("待核查")
                                                    : fromGbk(told.anomaly.attribute);
          }},
-        {{kHighConsequenceAreasTitle, 17.5, false},
+        {{kHighConsequenceAreasTitle, 17.0, false},
          [](const Told& told) { return areaNamesText(told.surroundings.highConsequenceAreas); }}};
     return columns;
 }
@@ -172,24 +177,63 @@ std::vector<NamedFact> projectFacts(const InspectionData& data) {
             {"报告日期", QDate::currentDate().toString(Qt::ISODate)}};
 }
 
-std::vector<NamedFact> methodFacts(const StationResult* result) {
+/// The co-registration as the result's columns tell it, also those of before there was a summary.
+detect::Coregistration coregistrationOf(const StationResult& result) {
+    if (result.summary) {
+        return result.summary->report.coregistration;
+    }
+    detect::Coregistration coregistration;
+    coregistration.method =
+        detect::methodNamed(result.coregistration.toStdString()).value_or(coregistration.method);
+    coregistration.dxMetres = result.dxMetres;
+    coregistration.dyMetres = result.dyMetres;
+    coregistration.dzMetres = result.dzMetres;
+    return coregistration;
+}
+
+QString rejectionsText(const detect::Rejections& rejections) {
+    QStringList parts;
+    for (const RejectionCount& count : rejectionCounts(rejections)) {
+        parts << QStringLiteral("%1 %2").arg(count.rule).arg(count.rejected);
+    }
+    return parts.join(QStringLiteral("，"));
+}
+
+std::vector<NamedFact> accountFacts(const DetectionAccount& account) {
+    std::vector<NamedFact> facts;
+    for (const QString& reason : coregistrationReasons(account.coregistration)) {
+        facts.push_back({"配准说明", reason});
+    }
+    facts.push_back(
+        {"高差标准差",
+         QStringLiteral("%1 m（平地上一个像元）").arg(fixed(account.coregistration.sigmaMetres, 3))});
+    facts.push_back({"剔除的变化", rejectionsText(account.rejections)});
+    if (const auto doubt = doubtOf(account.coregistration.nmadAfterMetres, account.parameters)) {
+        facts.push_back({"注意", *doubt});
+    }
+    return facts;
+}
+
+std::vector<NamedFact> methodFacts(const InspectionData& data, const StationResult* result) {
     if (!result) {
         return {};
     }
-    const QString method = result->coregistration == "full"
-                               ? QStringLiteral("平面与高程配准（Nuth & Kääb 2011）")
-                           : result->coregistration == "bias" ? QStringLiteral("高程偏差改正")
-                                                              : QStringLiteral("不配准");
-    return {
+    const detect::Coregistration coregistration = coregistrationOf(*result);
+    const bool isNuthKaab = coregistration.method == detect::CoregistrationMethod::Full;
+    std::vector<NamedFact> facts{
         {"计算时间", localTime(result->computedAt)},
         {"检测阈值", QStringLiteral("|dZ| ≥ %1 m").arg(fixed(result->thresholdMetres, 2))},
         {"最小面积", QStringLiteral("%1 m²").arg(fixed(result->minAreaSquareMetres, 1))},
-        {"两期配准", method},
-        {"后期改正量",
-         QStringLiteral("dX %1 m，dY %2 m，dZ %3 m")
-             .arg(fixed(result->dxMetres, 3), fixed(result->dyMetres, 3), fixed(result->dzMetres, 3))},
+        {"两期配准", methodTitle(coregistration.method) +
+                         (isNuthKaab ? QStringLiteral("（Nuth & Kääb 2011）") : QString())},
+        {"后期改正量", shiftText(coregistration)},
         {"稳定区离散度", QStringLiteral("NMAD %1 m（改正前 %2 m）")
                              .arg(fixed(result->nmadAfterMetres, 3), fixed(result->nmadBeforeMetres, 3))}};
+    if (data.account) {
+        const auto more = accountFacts(*data.account);
+        facts.insert(facts.end(), more.begin(), more.end());
+    }
+    return facts;
 }
 
 qsizetype countWithin(const std::vector<AnomalyFacts>& anomalies, double metres) {
@@ -232,13 +276,22 @@ QString summaryOf(const InspectionData& data, const Pipeline& pipeline, const Re
         cut += total.cutCubicMetres;
         judged += total.judged;
     }
+    const auto significant =
+        std::count_if(facts.anomalies.begin(), facts.anomalies.end(),
+                      [](const AnomalyFacts& each) { return isSignificant(*each.anomaly); });
+    const auto known =
+        std::count_if(facts.anomalies.begin(), facts.anomalies.end(), [](const AnomalyFacts& each) {
+            return each.anomaly->volumeSigmaCubicMetres.has_value();
+        });
+    const QString certainty =
+        known == 0 ? QString() : QStringLiteral("体积变化在 95% 置信度下显著的 %1 处。").arg(significant);
     return QStringLiteral("对比两期航摄数据，沿管道共检出地表变化异常 %1 处，其中已核查 %2 处、待核查 %3 处；"
                           "填方合计 %4 m³，挖方合计 %5 m³。")
                .arg(facts.anomalies.size())
                .arg(judged)
                .arg(static_cast<int>(facts.anomalies.size()) - judged)
                .arg(fixed(fill, 0), fixed(cut, 0)) +
-           surroundingsSummary(data, pipeline, facts.anomalies);
+           certainty + surroundingsSummary(data, pipeline, facts.anomalies);
 }
 
 /// Of more than two epochs, undated ones are called by their keys.
@@ -268,7 +321,7 @@ ReportFacts reportFacts(const InspectionData& data, const Pipeline& pipeline) {
     facts.projectName = data.project.name;
     facts.period = periodOf(data.project);
     facts.project = projectFacts(data);
-    facts.method = methodFacts(latestResult(data));
+    facts.method = methodFacts(data, latestResult(data));
     facts.anomalies = anomaliesOf(data, pipeline);
     facts.classes = classesOf(facts.anomalies);
     facts.summary = summaryOf(data, pipeline, facts);

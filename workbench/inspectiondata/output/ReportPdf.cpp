@@ -21,7 +21,8 @@ constexpr double kLeft = ReportCanvas::kMargin;
 constexpr double kWidth = ReportCanvas::kWidth;
 constexpr int kBlocksPerPage = 3;
 constexpr int kPagesBeforeMaps = 2; // title, summary with the overview
-constexpr double kMethodHeight = 92.0;
+constexpr double kFactNames = 34.0;
+constexpr double kFactPoints = 10.0;
 constexpr std::size_t kMostClasses = 10;
 constexpr double kMapPixelsPerMillimetre = 8.0;
 
@@ -119,7 +120,9 @@ private:
     void drawMethod(double y);
     double overviewHeight() const;
     /// The method stands below the overview when there is room, otherwise on a page with the scene.
-    bool methodHasPage() const;
+    bool methodHasPage();
+    double methodHeight();
+    double factHeight(const NamedFact& fact);
     int sheetPages() const;
     bool report(double done) const { return !m_progress || m_progress(done); }
 
@@ -151,16 +154,35 @@ int PdfReport::sheetPages() const {
 }
 
 double PdfReport::drawFacts(double y, const std::vector<NamedFact>& facts) {
-    constexpr double kRow = 8.0;
-    constexpr double kNames = 34.0;
     for (const NamedFact& fact : facts) {
-        m_canvas.text({kLeft + 2.0, y, kNames, kRow}, fact.name, 10.0, Qt::AlignLeft | Qt::AlignVCenter,
-                      ReportCanvas::kQuiet);
-        m_canvas.text({kLeft + kNames, y, kWidth - kNames, kRow}, fact.value, 10.0);
-        y += kRow;
+        const double height = factHeight(fact);
+        m_canvas.text({kLeft + 2.0, y, kFactNames, height}, fact.name, kFactPoints,
+                      Qt::AlignLeft | Qt::AlignVCenter, ReportCanvas::kQuiet);
+        m_canvas.text({kLeft + kFactNames, y, kWidth - kFactNames, height}, fact.value, kFactPoints,
+                      Qt::AlignLeft | Qt::AlignVCenter | Qt::TextWordWrap);
+        y += height;
         m_canvas.rule(kLeft, y, kWidth);
     }
     return y + 4.0;
+}
+
+/// A long value takes several lines.
+double PdfReport::factHeight(const NamedFact& fact) {
+    constexpr double kRow = 8.0;
+    constexpr double kRoom = 3.0;
+    const QFontMetricsF metrics(m_canvas.font(kFactPoints), m_canvas.painter().device());
+    const QRectF box = m_canvas.device({0.0, 0.0, kWidth - kFactNames, kRow});
+    const double text = metrics.boundingRect(box, Qt::TextWordWrap, fact.value).height();
+    return std::max(kRow, text / m_canvas.unitsPerMillimetre() + kRoom);
+}
+
+double PdfReport::methodHeight() {
+    constexpr double kHeadingAndNote = 36.0;
+    double height = kHeadingAndNote;
+    for (const NamedFact& fact : m_facts.method) {
+        height += factHeight(fact);
+    }
+    return height;
 }
 
 void PdfReport::drawTitlePage() {
@@ -199,12 +221,12 @@ double PdfReport::overviewHeight() const {
     return std::max(40.0, kWidth * ground.height() / std::max(1.0, ground.width()));
 }
 
-bool PdfReport::methodHasPage() const {
+bool PdfReport::methodHasPage() {
     constexpr double kTextAndHeads = 70.0;
     constexpr double kClassRow = 6.2;
     const double classes = kClassRow * double(std::min(kMostClasses, m_facts.classes.size()));
     return !m_content.globePicture.isNull() ||
-           ReportCanvas::kTop + kTextAndHeads + classes + overviewHeight() + kMethodHeight >
+           ReportCanvas::kTop + kTextAndHeads + classes + overviewHeight() + methodHeight() >
                ReportCanvas::kBottom;
 }
 
@@ -228,7 +250,7 @@ void PdfReport::drawMethod(double y) {
         "高差 dZ 为后期表面高程减前期表面高程，正值为填、负值为挖；体积为高差在异常范围内的积分。"
         "位置为异常形心，经纬度采用 WGS "
         "84；里程为形心在管道中心线上的位置，距管线为异常轮廓到中心线的最短水平距离，"
-        "相交时为 0；高后果区为异常轮廓接触或重叠的区域。"
+        "相交时为 0；高后果区为异常轮廓接触或重叠的区域。体积后的 ± 为一倍标准差。"
         "“建议类别”由程序按形状与高差给出，“核查结论”由巡检人员确认。");
     m_canvas.text({kLeft, y, kWidth, 26.0}, note, 9.0, Qt::AlignLeft | Qt::AlignTop | Qt::TextWordWrap,
                   ReportCanvas::kQuiet);

@@ -40,13 +40,16 @@ struct RecordValue {
 
     Value operator()(std::string SdiffData::* text) const { return gbkToUtf8(anomaly.*text); }
     Value operator()(double SdiffData::* number) const { return anomaly.*number; }
+    Value operator()(std::optional<double> SdiffData::* number) const {
+        return anomaly.*number ? Value(*(anomaly.*number)) : Value();
+    }
     Value operator()(bool SdiffData::* isFill) const { return std::string(kindCode(anomaly.*isFill)); }
 };
 
 /// A field of the record, under another name where one is given.
 ShapeColumn stored(const char* name, const char* shapeName = nullptr) {
     const AnomalyField& field = anomalyField(name);
-    return {shapeName ? shapeName : field.name, std::holds_alternative<double SdiffData::*>(field.member),
+    return {shapeName ? shapeName : field.name, field.isNumber(),
             [&field](const Place& place) { return std::visit(RecordValue{place.anomaly}, field.member); }};
 }
 
@@ -79,7 +82,12 @@ const std::vector<ShapeColumn>& shapeColumns() {
              return place.areAreasKnown ? Value(areaNamesText(areas).toStdString()) : Value();
          }},
         {"old_epoch", false, [](const Place& place) { return place.pair.older.toStdString(); }},
-        {"new_epoch", false, [](const Place& place) { return place.pair.newer.toStdString(); }}};
+        {"new_epoch", false, [](const Place& place) { return place.pair.newer.toStdString(); }},
+        stored("vol_sd_m3"),
+        stored("sigma_m"),
+        stored("lod_m"),
+        stored("signif"),
+        stored("sugg_conf")};
     return columns;
 }
 

@@ -1,5 +1,7 @@
 #include "workbench/inspectiondata/project/ProjectDescription.h"
 
+#include "detect/output/ParameterTable.h"
+#include "detect/output/ParameterText.h"
 #include "workbench/inspectiondata/project/ProjectFile.h"
 #include "workbench/inspectiondata/project/ServerAddress.h"
 
@@ -11,20 +13,10 @@
 
 namespace inspection {
 
-detect::Parameters ProjectParameters::detection() const {
-    detect::Parameters parameters;
-    parameters.thresholdMetres = thresholdMetres;
-    parameters.minAreaSquareMetres = minAreaSquareMetres;
-    parameters.coregistration = coregistration;
-    return parameters;
-}
-
 bool ProjectParameters::operator==(const ProjectParameters& other) const {
-    const auto members = [](const ProjectParameters& p) {
-        return std::tie(p.thresholdMetres, p.minAreaSquareMetres, p.coregistration, p.fillColour, p.cutColour,
-                        p.overlayMode);
-    };
-    return members(*this) == members(other);
+    return detect::haveSameFields(*this, other) &&
+           std::tie(fillColour, cutColour, overlayMode) ==
+               std::tie(other.fillColour, other.cutColour, other.overlayMode);
 }
 
 QString pairTitle(const EpochPair& pair) {
@@ -112,19 +104,7 @@ QString ProjectDescription::stationFolder(std::uint32_t stationId) const {
 }
 
 QString coregistrationName(detect::CoregistrationMethod method) {
-    switch (method) {
-    case detect::CoregistrationMethod::Bias:
-        return QStringLiteral("bias");
-    case detect::CoregistrationMethod::Full:
-        return QStringLiteral("full");
-    case detect::CoregistrationMethod::Local:
-        return QStringLiteral("local");
-    case detect::CoregistrationMethod::Auto:
-        return QStringLiteral("auto");
-    case detect::CoregistrationMethod::None:
-        break;
-    }
-    return QStringLiteral("none");
+    return QString::fromLatin1(detect::methodName(method));
 }
 
 } // namespace inspection

@@ -18,18 +18,14 @@ namespace inspection {
 /// How anomalies are picked on the globe. The values are those of ParaSet::GetOverlayMode.
 enum class OverlayMode { Hover = 0, Bounds = 1 };
 
-/// What the user sets for a project. The detection defaults are the engine's own, but for the co-registration: the
-/// windows offer no automatic one.
-struct INSPECTIONDATA_API ProjectParameters {
-    double thresholdMetres = detect::Parameters().thresholdMetres;
-    double minAreaSquareMetres = detect::Parameters().minAreaSquareMetres;
-    detect::CoregistrationMethod coregistration = detect::CoregistrationMethod::Bias;
+/// What the user sets for a project: how changes are detected, and how they are shown. The detection defaults are the
+/// engine's own.
+struct INSPECTIONDATA_API ProjectParameters : detect::Parameters {
     QColor fillColour{214, 47, 39}; ///< end of the dZ ramp for what rose
     QColor cutColour{33, 102, 172}; ///< end of the dZ ramp for what sank
     OverlayMode overlayMode = OverlayMode::Hover;
 
-    /// The engine's parameters with these values.
-    detect::Parameters detection() const;
+    const detect::Parameters& detection() const { return *this; }
     bool operator==(const ProjectParameters& other) const;
     bool operator!=(const ProjectParameters& other) const { return !(*this == other); }
 };
@@ -98,7 +94,7 @@ private:
     std::pair<std::size_t, std::size_t> comparedPlaces() const;
 };
 
-/// "none", "bias" or "full".
+/// "none", "bias", "full", "local" or "auto".
 INSPECTIONDATA_API QString coregistrationName(detect::CoregistrationMethod method);
 
 } // namespace inspection

@@ -1,5 +1,7 @@
 #include "workbench/inspectiondata/project/ProjectFile.h"
 
+#include "detect/output/ParameterTable.h"
+#include "detect/output/ParameterText.h"
 #include "workbench/inspectiondata/project/Georeference.h"
 #include "workbench/inspectiondata/project/Project.h"
 #include "workbench/inspectiondata/project/ServerAddress.h"
@@ -25,44 +27,62 @@ QString absolutePath(const QString& folder, const QString& path) {
     return path.isEmpty() ? QString() : QDir::cleanPath(QDir(folder).absoluteFilePath(path));
 }
 
-detect::CoregistrationMethod methodOf(const QString& name, detect::CoregistrationMethod otherwise) {
-    using Method = detect::CoregistrationMethod;
-    for (const Method method : {Method::None, Method::Bias, Method::Full}) {
-        if (coregistrationName(method) == name) {
-            return method;
-        }
-    }
-    return otherwise;
-}
-
 QColor colourOf(const QJsonValue& value, const QColor& otherwise) {
     const QColor colour(value.toString());
     return colour.isValid() ? colour : otherwise;
 }
 
-double positiveOf(const QJsonValue& value, double otherwise) {
-    const double number = value.toDouble(otherwise);
-    return number > 0.0 ? number : otherwise;
+/// Projects have always called the method so.
+QString keyOf(const detect::ParameterField& field) {
+    const bool isMethod = std::holds_alternative<detect::MethodParameter>(field.kind);
+    return isMethod ? QStringLiteral("coregistration") : QString::fromLatin1(field.name);
 }
+
+/// Takes a value that a field of detection can have; any other leaves it as it is.
+struct TakingJson {
+    const QJsonValue& value;
+    detect::Parameters& parameters;
+
+    void operator()(const detect::NumberParameter& number) const {
+        if (value.isDouble() && number.isWithin(value.toDouble())) {
+            number.set(parameters, value.toDouble());
+        }
+    }
+    void operator()(const detect::SwitchParameter& choice) const {
+        choice.of(parameters) = value.toBool(choice.value(parameters));
+    }
+    void operator()(const detect::MethodParameter& /*method*/) const {
+        parameters.coregistration =
+            detect::methodNamed(value.toString().toStdString()).value_or(parameters.coregistration);
+    }
+};
+
+/// A field's value as project.json has it; undefined for a number that is not given.
+struct JsonOf {
+    const detect::Parameters& parameters;
+
+    QJsonValue operator()(const detect::NumberParameter& number) const {
+        const auto value = number.value(parameters);
+        return value ? QJsonValue(*value) : QJsonValue(QJsonValue::Undefined);
+    }
+    QJsonValue operator()(const detect::SwitchParameter& choice) const { return choice.value(parameters); }
+    QJsonValue operator()(const detect::MethodParameter& /*method*/) const {
+        return coregistrationName(parameters.coregistration);
+    }
+};
 
 ProjectParameters parametersOf(const QJsonObject& json) {
     ProjectParameters parameters;
-    parameters.thresholdMetres = positiveOf(json["threshold_m"], parameters.thresholdMetres);
-    parameters.minAreaSquareMetres = qMax(0.0, json["min_area_m2"].toDouble(parameters.minAreaSquareMetres));
-    parameters.coregistration = methodOf(json["coregistration"].toString(), parameters.coregistration);
+    // Of projects of before there was an automatic one, and a choice of it.
+    parameters.coregistration = detect::CoregistrationMethod::Bias;
+    for (const detect::ParameterField& field : detect::parameterFields()) {
+        std::visit(TakingJson{json[keyOf(field)], parameters}, field.kind);
+    }
+    detect::completeSigmas(parameters);
     parameters.fillColour = colourOf(json["fill_colour"], parameters.fillColour);
     parameters.cutColour = colourOf(json["cut_colour"], parameters.cutColour);
     parameters.overlayMode = json["overlay_mode"].toInt() == 1 ? OverlayMode::Bounds : OverlayMode::Hover;
     return parameters;
-}
-
-QJsonObject jsonOf(const ProjectParameters& parameters) {
-    return {{"threshold_m", parameters.thresholdMetres},
-            {"min_area_m2", parameters.minAreaSquareMetres},
-            {"coregistration", coregistrationName(parameters.coregistration)},
-            {"fill_colour", parameters.fillColour.name()},
-            {"cut_colour", parameters.cutColour.name()},
-            {"overlay_mode", static_cast<int>(parameters.overlayMode)}};
 }
 
 Result<QJsonObject> readJson(const QString& file) {
@@ -187,6 +207,19 @@ void setBaseLayers(QJsonObject& json, const ProjectDescription& project) {
 
 } // namespace
 
+QJsonObject parametersAsStored(const ProjectParameters& parameters) {
+    QJsonObject json{{"fill_colour", parameters.fillColour.name()},
+                     {"cut_colour", parameters.cutColour.name()},
+                     {"overlay_mode", static_cast<int>(parameters.overlayMode)}};
+    for (const detect::ParameterField& field : detect::parameterFields()) {
+        const QJsonValue value = std::visit(JsonOf{parameters}, field.kind);
+        if (!value.isUndefined()) {
+            json[keyOf(field)] = value;
+        }
+    }
+    return json;
+}
+
 QString storedPath(const QString& folder, const QString& path) {
     const QString relative = QDir(folder).relativeFilePath(path);
     return path.isEmpty() || relative.startsWith(QLatin1String("..")) ? path : relative;
@@ -240,7 +273,7 @@ Status writeProjectFile(const ProjectDescription& project) {
     json["epochs"] = jsonOf(project.folder, project.epochs);
     json["centerline"] = storedPath(project.folder, project.centerline);
     setDatabase(json, project);
-    json["parameters"] = jsonOf(project.parameters);
+    json["parameters"] = parametersAsStored(project.parameters);
     setCompared(json, project);
     setBaseLayers(json, project);
 

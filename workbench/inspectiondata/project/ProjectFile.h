@@ -1,7 +1,10 @@
 #pragma once
 
+#include "host/Export.h"
 #include "workbench/inspectiondata/project/ProjectDescription.h"
 #include "workbench/inspectiondata/project/Result.h"
+
+#include <QJsonObject>
 
 /// project.json, read and written.
 namespace inspection {
@@ -14,6 +17,9 @@ QString storedPath(const QString& folder, const QString& path);
 
 /// A database as ProjectDescription holds it. The path of a SQLite file may be relative to the folder.
 QString absoluteDatabase(const QString& folder, const QString& database);
+
+/// The parameters as project.json has them.
+INSPECTIONDATA_API QJsonObject parametersAsStored(const ProjectParameters& parameters);
 
 /// Fails for a file that is missing, not a project, incomplete or of a newer version.
 Result<ProjectDescription> readProjectFile(const QString& folder);

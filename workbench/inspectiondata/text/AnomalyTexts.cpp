@@ -22,6 +22,27 @@ QString figureText(double value) {
     return QLocale(QLocale::Chinese).toString(value, 'f', decimals);
 }
 
+QString figureText(double value, double sigma) {
+    const int decimals = sigma < 0.095 ? 2
+                         : sigma < 9.5 ? 1
+                                       : 0; // one or two digits of the standard deviation
+    const QLocale locale(QLocale::Chinese);
+    return locale.toString(value, 'f', decimals) + QStringLiteral(" ± ") +
+           locale.toString(sigma, 'f', decimals);
+}
+
+QString volumeText(const SdiffData& anomaly) {
+    const double volume = anomaly.volumeCubicMetres();
+    return anomaly.volumeSigmaCubicMetres ? figureText(volume, *anomaly.volumeSigmaCubicMetres)
+                                          : figureText(volume);
+}
+
+bool isSignificant(const SdiffData& anomaly) {
+    constexpr double kTwoSided95 = 1.96; // standard deviations
+    return anomaly.volumeSigmaCubicMetres &&
+           anomaly.volumeCubicMetres() >= kTwoSided95 * *anomaly.volumeSigmaCubicMetres;
+}
+
 QString differenceText(double metres) {
     const QString digits = QString::number(std::abs(metres), 'f', 2);
     return (metres < 0.0 ? QStringLiteral("−") : QStringLiteral("+")) + digits;

@@ -1,0 +1,51 @@
+#include "workbench/inspectiondata/database/Histogram.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <algorithm>
+#include <cmath>
+
+namespace inspection {
+
+Histogram emptyHistogram(double halfWidthMetres, int bins) {
+    return {-halfWidthMetres, 2.0 * halfWidthMetres / bins, std::vector<std::int64_t>(std::size_t(bins), 0)};
+}
+
+void count(Histogram& histogram, double metres) {
+    const double bin = std::floor((metres - histogram.fromMetres) / histogram.stepMetres);
+    const double last = static_cast<double>(histogram.counts.size()) - 1.0;
+    ++histogram.counts[static_cast<std::size_t>(std::clamp(bin, 0.0, last))];
+}
+
+void add(Histogram& histogram, const Histogram& other) {
+    if (histogram.fromMetres == other.fromMetres && histogram.stepMetres == other.stepMetres &&
+        histogram.counts.size() == other.counts.size()) {
+        std::transform(histogram.counts.begin(), histogram.counts.end(), other.counts.begin(),
+                       histogram.counts.begin(), std::plus<>());
+    }
+}
+
+std::string histogramText(const Histogram& histogram) {
+    QJsonArray counts;
+    for (const std::int64_t number : histogram.counts) {
+        counts.append(static_cast<qint64>(number));
+    }
+    const QJsonObject json{
+        {"from_m", histogram.fromMetres}, {"step_m", histogram.stepMetres}, {"counts", counts}};
+    return QJsonDocument(json).toJson(QJsonDocument::Compact).toStdString();
+}
+
+std::optional<Histogram> readHistogram(const std::string& text) {
+    const QJsonObject json = QJsonDocument::fromJson(QByteArray::fromStdString(text)).object();
+    Histogram histogram{json["from_m"].toDouble(), json["step_m"].toDouble(), {}};
+    const QJsonArray counts = json["counts"].toArray();
+    for (const auto number : counts) {
+        histogram.counts.push_back(number.toInteger());
+    }
+    return histogram.stepMetres > 0.0 && !histogram.counts.empty() ? std::optional(std::move(histogram))
+                                                                   : std::nullopt;
+}
+
+} // namespace inspection
