@@ -1,6 +1,7 @@
 #include "workbench/inspectiondata/project/Project.h"
 
 #include "workbench/inspectiondata/project/EpochList.h"
+#include "workbench/inspectiondata/project/PendingProjectFile.h"
 #include "workbench/inspectiondata/project/ProjectFile.h"
 
 #include <QDir>
@@ -52,7 +53,7 @@ Result<Project> Project::open(const QString& folder, Access access) {
     if (!QFileInfo(folder).isDir()) {
         return fileFailure(folder, "no such folder", "文件夹不存在");
     }
-    auto description = readProjectFile(folder);
+    auto description = readCountingProjectFile(folder);
     if (!description) {
         return failed(description);
     }
@@ -63,6 +64,13 @@ Result<Project> Project::open(const QString& folder, Access access) {
             return failed(locked);
         }
         lock = std::move(*locked);
+        if (auto done = settleProjectFile(folder); !done) {
+            return failed(done);
+        }
+        description = readProjectFile(folder); // nobody else writes it from now on
+        if (!description) {
+            return failed(description);
+        }
     }
     return Project(std::move(*description), access, std::move(lock));
 }
@@ -105,6 +113,15 @@ Status Project::setBaseLayers(const std::vector<BaseLayer>& layers) {
     ProjectDescription changed = m_description;
     changed.baseLayers = layers;
     return store(std::move(changed));
+}
+
+Status Project::reread() {
+    auto description = readProjectFile(m_description.folder);
+    if (!description) {
+        return failed(description);
+    }
+    m_description = *std::move(description);
+    return {};
 }
 
 Status Project::store(ProjectDescription changed) {

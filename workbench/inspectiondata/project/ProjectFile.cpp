@@ -16,6 +16,7 @@ namespace inspection {
 namespace {
 
 constexpr auto kFormat = "corridor-project";
+constexpr auto kDue = "counts_from"; // see PendingProjectFile.h
 
 Unexpected broken(const QString& file, const QString& cause, const QString& userCause) {
     return fileFailure(file, cause, userCause);
@@ -98,7 +99,7 @@ std::vector<Epoch> epochsOf(const QString& folder, const QJsonArray& array) {
         const QJsonObject json = value.toObject();
         if (!json["dsm"].toString().isEmpty()) {
             epochs.push_back({json["date"].toString(), absolutePath(folder, json["dsm"].toString()),
-                              absolutePath(folder, json["dom"].toString())});
+                              absolutePath(folder, json["dom"].toString()), json["heights"].toString()});
         }
     }
     return epochs;
@@ -110,6 +111,9 @@ QJsonArray jsonOf(const QString& folder, const std::vector<Epoch>& epochs) {
         QJsonObject json{{"date", epoch.date}, {"dsm", storedPath(folder, epoch.dsm)}};
         if (!epoch.dom.isEmpty()) {
             json["dom"] = storedPath(folder, epoch.dom);
+        }
+        if (!epoch.heights.isEmpty()) {
+            json["heights"] = epoch.heights;
         }
         array.append(json);
     }
@@ -126,6 +130,14 @@ void setCompared(QJsonObject& json, const ProjectDescription& project) {
         json["compare"] = QJsonArray{project.compared->older, project.compared->newer};
     } else {
         json.remove(QStringLiteral("compare"));
+    }
+}
+
+void setDue(QJsonObject& json, const std::optional<DueRevision>& due) {
+    if (due) {
+        json[kDue] = QJsonObject{{"revision", qint64{due->revision}}, {"inspector", due->inspector}};
+    } else {
+        json.remove(QLatin1String(kDue));
     }
 }
 
@@ -202,7 +214,10 @@ QString projectFile(const QString& folder) {
 }
 
 Result<ProjectDescription> readProjectFile(const QString& folder) {
-    const QString file = projectFile(folder);
+    return readProjectFile(folder, projectFile(folder));
+}
+
+Result<ProjectDescription> readProjectFile(const QString& folder, const QString& file) {
     const auto read = readJson(file);
     if (!read) {
         return failed(read);
@@ -230,8 +245,24 @@ Result<ProjectDescription> readProjectFile(const QString& folder) {
 }
 
 Status writeProjectFile(const ProjectDescription& project) {
-    const QString name = projectFile(project.folder);
-    const auto earlier = readJson(name);
+    return writeProjectFile(project, projectFile(project.folder), std::nullopt);
+}
+
+Result<std::optional<DueRevision>> readDueRevision(const QString& file) {
+    const auto json = readJson(file);
+    if (!json) {
+        return failed(json);
+    }
+    if (!json->contains(kDue)) {
+        return std::nullopt;
+    }
+    const QJsonObject due = (*json)[kDue].toObject();
+    return DueRevision{due["revision"].toInteger(), due["inspector"].toString()};
+}
+
+Status writeProjectFile(const ProjectDescription& project, const QString& name,
+                        const std::optional<DueRevision>& due) {
+    const auto earlier = readJson(projectFile(project.folder));
     QJsonObject json = earlier.value_or(QJsonObject());
     json["format"] = kFormat;
     json["version"] = Project::kVersion;
@@ -243,6 +274,7 @@ Status writeProjectFile(const ProjectDescription& project) {
     json["parameters"] = jsonOf(project.parameters);
     setCompared(json, project);
     setBaseLayers(json, project);
+    setDue(json, due);
 
     QSaveFile file(name);
     const QByteArray text = QJsonDocument(json).toJson();
