@@ -1,6 +1,7 @@
 #include "cli/ComputeCommand.h"
 
 #include "cli/Command.h"
+#include "cli/MissingNote.h"
 #include "cli/OpenedProject.h"
 #include "cli/PairOption.h"
 #include "cli/ProgressLine.h"
@@ -63,6 +64,9 @@ int compute(const std::string& folder, const std::vector<std::uint32_t>& station
     const auto paired = withPair(project.project.description(), options);
     if (!paired) {
         return fail(kCommand, paired.error());
+    }
+    if (const auto there = needSurfaces(*paired); !there) {
+        return fail(kCommand, there.error());
     }
     inspection::ComputationRequest request;
     request.project = *paired;

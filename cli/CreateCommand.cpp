@@ -1,6 +1,7 @@
 #include "cli/CreateCommand.h"
 
 #include "cli/Command.h"
+#include "cli/LineOptions.h"
 #include "cli/OpenedProject.h"
 #include "cli/ProgressLine.h"
 #include "cli/StopOnSignal.h"
@@ -59,10 +60,6 @@ struct Task {
     bool quiet = false;
 };
 
-QString valueOf(const Options& options, const char* name) {
-    return QString::fromStdString(options.value(name));
-}
-
 Parsed<std::optional<CenterlineSource>> readCenterlineOptions(const Options& options) {
     if (!options.has("--centerline")) {
         for (const char* name :
@@ -73,35 +70,9 @@ Parsed<std::optional<CenterlineSource>> readCenterlineOptions(const Options& opt
         }
         return std::nullopt;
     }
-    if (options.has("--start") && options.has("--posts")) {
-        return wrongUse("--start 和 --posts 只能给出一个");
-    }
-    CenterlineSource source{valueOf(options, "--centerline"),
-                            valueOf(options, "--layer"),
-                            valueOf(options, "--crs"),
-                            options.has("--turn"),
-                            0.0,
-                            valueOf(options, "--posts")};
-    if (options.has("--start")) {
-        const auto start = inspection::chainageOf(valueOf(options, "--start"));
-        if (!start) {
-            return wrongUse("--start 的值必须是里程：" + options.value("--start"));
-        }
-        source.startMetres = *start;
-    }
-    return source;
-}
-
-/// The option's metres, `otherwise` without it.
-Parsed<double> metres(const Options& options, const char* name, double otherwise) {
-    if (!options.has(name)) {
-        return otherwise;
-    }
-    const auto number = commandline::parseNumber(options.value(name));
-    if (!number || *number <= 0.0) {
-        return wrongUse(std::string(name) + " 的值必须是正数：" + options.value(name));
-    }
-    return *number;
+    const auto source = withChainage(
+        options, {valueOf(options, "--centerline"), valueOf(options, "--layer"), valueOf(options, "--crs")});
+    return source ? Parsed<std::optional<CenterlineSource>>(*source) : wrongUse(source.error().message);
 }
 
 void addObjects(const Options& options, const char* name, KV_ObjectType type, NewProject& wish) {

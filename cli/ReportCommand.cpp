@@ -1,6 +1,7 @@
 #include "cli/ReportCommand.h"
 
 #include "cli/Command.h"
+#include "cli/MissingNote.h"
 #include "cli/OpenedProject.h"
 #include "cli/PairOption.h"
 #include "cli/ProgressLine.h"
@@ -52,6 +53,7 @@ int write(const char* command, const char* title, const Options& options, Writer
     if (!data) {
         return fail(command, data.error());
     }
+    tellMissingFiles(command, data->project);
     inspection::Status written;
     {
         const StopOnSignal stopOnSignal;

@@ -38,8 +38,9 @@ constexpr Command kCommands[] = {
     {"info", cli::runInfo, "PROJECT|RASTER [--json]   显示工程或栅格的内容"},
     {"check", cli::runCheck, "PROJECT [--json]   检查工程的文件和数据是否完好"},
     {"project", cli::runProject,
-     "set-database PROJECT URL   将工程的数据表迁移到 SQLite 文件或 MariaDB 服务器；add-epoch、remove-epoch "
-     "增删期次"},
+     "set-database PROJECT URL   将项目的数据表迁移到 SQLite 文件或 MariaDB 服务器；create "
+     "由航测数据建立项目，"
+     "set 更改中心线、站段和文件位置，add-epoch、remove-epoch 增删期次"},
     {"sample", cli::runSample, "DIR [--seed N] [--size CELLS]   生成两期示例工程"},
 };
 

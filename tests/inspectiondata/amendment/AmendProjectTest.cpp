@@ -120,7 +120,8 @@ TEST_P(AmendProjectTest, OtherStationsTakeAnomaliesVerdictsAndResultsOfEveryPair
     EXPECT_EQ(effect.moved, 6);
     EXPECT_EQ(effect.outside, 0);
     EXPECT_EQ(effect.partly, 0);
-    EXPECT_EQ(stationNames(), (QStringList{"K0+000—K0+050", "K0+050—K0+100", "K0+100—K0+150", "K0+150—K0+200"}));
+    EXPECT_EQ(stationNames(),
+              (QStringList{"K0+000—K0+050", "K0+050—K0+100", "K0+100—K0+150", "K0+150—K0+200"}));
     EXPECT_EQ(stations().front().m_id, 3U) << "the numbers of stations are used once";
     expectEachAnomalyInItsStation();
     EXPECT_EQ(differences(), before);
@@ -160,14 +161,14 @@ TEST_P(AmendProjectTest, EditsAreUndoneAndRedoneUnderOtherStations) {
 
 TEST_P(AmendProjectTest, WhatNoStationHoldsStaysInItsEarlierOne) {
     const auto before = differences();
-    const AmendmentEffect narrow = amended(stationsOf(50.0, 12.0));
+    const AmendmentEffect narrow = amended(stationsOf(50.0, 20.0));
     EXPECT_GT(narrow.outside, 0);
     EXPECT_LT(narrow.outside, narrow.anomalies);
     EXPECT_EQ(narrow.moved + narrow.outside, narrow.anomalies);
     EXPECT_TRUE(stationNames().contains("站段外 一号站")) << stationNames().join(' ').toStdString();
     expectEachAnomalyInItsStation();
     EXPECT_EQ(differences(), before);
-    amended(stationsOf(60.0, 12.0));
+    amended(stationsOf(60.0, 20.0));
     EXPECT_FALSE(stationNames().contains("站段外 站段外 一号站"));
     const AmendmentEffect wide = amended(stationsOf(50.0, 45.0));
     EXPECT_EQ(wide.outside, 0);
@@ -208,13 +209,15 @@ TEST_P(AmendProjectTest, StationsThatStayTheSameKeepTheirNumbersAndRasters) {
 
 TEST_P(AmendProjectTest, AnotherLineBringsItsChainagesAndPosts) {
     writeBytes(m_project.opened.files.beside("line.csv"), "x,y\n500200,3400050\n500000,3400050\n");
-    writeBytes(m_project.opened.files.beside("posts.csv"), "name,km,x,y\nK10,10,500200,3400050\nK11,11,500000,3400050\n");
+    writeBytes(m_project.opened.files.beside("posts.csv"),
+               "name,km,x,y\nK10,10,500200,3400050\nK11,11,500000,3400050\n");
     AmendmentWish wish;
     wish.centerline = CenterlineSource{m_project.opened.files.beside("line.csv")};
     wish.centerline->posts = m_project.opened.files.beside("posts.csv");
     wish.stations = StationLayout{250.0, 60.0, {}};
     amended(wish);
-    EXPECT_EQ(stationNames(), (QStringList{"K10+000—K10+250", "K10+250—K10+500", "K10+500—K10+750", "K10+750—K11+000"}));
+    EXPECT_EQ(stationNames(),
+              (QStringList{"K10+000—K10+250", "K10+250—K10+500", "K10+500—K10+750", "K10+750—K11+000"}));
     EXPECT_EQ(sql().queryRecord("select id from pipe_node").size(), 2U);
     const auto line = valueOf(projectLine(m_project.description()));
     ASSERT_TRUE(line);
@@ -241,7 +244,8 @@ TEST_P(AmendProjectTest, GroundThatWasNeverComputedIsSaid) {
     AmendmentWish first;
     first.stations = StationLayout{0.0, 0.0, m_project.opened.files.beside("west.csv")};
     writeBytes(m_project.opened.files.beside("west.csv"),
-               "name,wkt\n西,\"POLYGON ((500000 3400000,500060 3400000,500060 3400080,500000 3400080,500000 3400000))\"\n");
+               "name,wkt\n西,\"POLYGON ((500000 3400000,500060 3400000,500060 3400080,500000 3400080,500000 "
+               "3400000))\"\n");
     amended(first);
     const AmendmentEffect effect = amended(stationsOf(200.0, 45.0));
     EXPECT_EQ(effect.stationsAfter, 1);
@@ -252,7 +256,8 @@ TEST_P(AmendProjectTest, AnEpochWithoutADateKeepsItsResultsUnderItsNewFile) {
     Project& project = m_project.opened.project;
     ProjectDescription nameless = project.description();
     nameless.epochs[2].date.clear();
-    sql().updateRecord("comparison", {{"new_epoch", toGbk("third/dsm.tif")}}, "where new_epoch=?", {toGbk(kThirdPair.newer)});
+    sql().updateRecord("comparison", {{"new_epoch", toGbk("third/dsm.tif")}}, "where new_epoch=?",
+                       {toGbk(kThirdPair.newer)});
     nameless.compared = EpochPair{kThirdPair.older, "third/dsm.tif"};
     ASSERT_TRUE(project.setDescription(nameless));
     ASSERT_EQ(m_project.findings(), "");
@@ -308,7 +313,9 @@ TEST_P(AmendProjectTest, AStopOrAFullDiskLeavesEverythingAsItWas) {
     const QByteArray text = json();
     const auto names = stationNames();
     int calls = 0;
-    valueOf(JudgedProject(newProjectDatabase(GetParam())).amend(stationsOf(50.0, 45.0), [&](double) { return ++calls > 0; }));
+    valueOf(JudgedProject(newProjectDatabase(GetParam())).amend(stationsOf(50.0, 45.0), [&](double) {
+        return ++calls > 0;
+    }));
     for (int last = 0; last < calls; ++last) {
         int call = 0;
         const Failure failure =

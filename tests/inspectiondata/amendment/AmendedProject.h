@@ -10,6 +10,8 @@
 #include "workbench/inspectiondata/database/Inspector.h"
 #include "workbench/inspectiondata/history/ProjectHistory.h"
 
+#include <optional>
+
 /// The small project with three epochs of which two pairs were compared, and what an inspector did: judged a fill of the
 /// first pair and one of the second, and deleted the cut of the first.
 class JudgedProject {
@@ -30,8 +32,8 @@ public:
     const inspection::ProjectDescription& description() const { return opened.project.description(); }
     void takeHistory() { history.setDatabase(&sql(), inspection::inspectorOf(description())); }
 
-    inspection::Result<inspection::AmendmentEffect> amend(const inspection::AmendmentWish& wish,
-                                                          const inspection::AmendmentProgress& progress = {}) {
+    inspection::Result<inspection::AmendmentEffect>
+    amend(const inspection::AmendmentWish& wish, const inspection::AmendmentProgress& progress = {}) {
         auto plan = inspection::planAmendment(description(), inspection::readStations(sql()), wish);
         if (!plan) {
             return failed(plan);
@@ -54,6 +56,13 @@ public:
             lines << finding.line();
         }
         return lines.join('\n').toStdString();
+    }
+
+    /// Leaves the folder to others; only `opened.files` can be used afterwards.
+    void close() {
+        history.setDatabase(nullptr, {});
+        opened.database.reset();
+        const std::optional<inspection::Project> closed(std::move(opened.project));
     }
 
     OpenedProject opened;
