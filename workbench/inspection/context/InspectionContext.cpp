@@ -10,6 +10,7 @@
 #include "workbench/inspection/settings/ParameterDialog.h"
 #include "workbench/inspection/table/AnomalyTableWindow.h"
 #include "workbench/inspection/tree/StationTreeWindow.h"
+#include "workbench/inspectiondata/database/StationTable.h"
 
 #include <algorithm>
 #include <utility>
@@ -128,6 +129,29 @@ std::optional<QString> InspectionContext::openProject(const QString& folder) {
 void InspectionContext::closeProject() {
     if (m_session) {
         m_session->close();
+    }
+}
+
+inspection::StationChoice InspectionContext::stationChoice() const {
+    return m_stations ? m_stations->choice() : inspection::StationChoice();
+}
+
+void InspectionContext::setStationChoice(const inspection::StationChoice& choice) {
+    if (m_stations) {
+        m_stations->setChoice(choice);
+    }
+}
+
+inspection::Result<inspection::PresentProject> InspectionContext::presentProject() const {
+    using namespace inspection;
+    if (!project()) {
+        return Unexpected(Failure{QStringLiteral("no project is open"), tr("没有打开的项目")});
+    }
+    try {
+        return inspection::presentProject(project()->description(), readStations(*m_session->connection()));
+    } catch (const mysqlhelper::KV_MySQL_Exception& exception) {
+        const QString cause = QString::fromUtf8(exception.what());
+        return Unexpected(Failure{cause, tr("无法读取项目数据库：%1").arg(cause)});
     }
 }
 

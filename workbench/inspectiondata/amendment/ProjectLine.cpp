@@ -150,4 +150,18 @@ NewProject wishOf(const ProjectDescription& project) {
     return wish;
 }
 
+PresentProject presentProject(const ProjectDescription& project, std::vector<KV_Station> stations) {
+    PresentProject present{project, std::move(stations), wishOf(project)};
+    const auto line = projectLine(project);
+    if (!line || line->has_value()) { // also one that cannot be read, so that it is asked for
+        present.wish.centerline = CenterlineSource{project.centerline};
+        present.wish.centerline->isOwn = true;
+    }
+    if (line && line->has_value()) {
+        present.wish.centerline->startMetres = (*line)->vertices.front().chainageMetres;
+        present.wish.stations = layoutOf(present.stations, *line);
+    }
+    return present;
+}
+
 } // namespace inspection

@@ -18,7 +18,16 @@ INSPECTIONDATA_API Result<std::optional<Centerline>> projectLine(const ProjectDe
 INSPECTIONDATA_API StationLayout layoutOf(const std::vector<KV_Station>& stations,
                                           const std::optional<Centerline>& line);
 
-/// The wish that the project would come of.
+/// The wish that the project would come of; epochs in their order, no line and no stations.
 INSPECTIONDATA_API NewProject wishOf(const ProjectDescription& project);
+
+/// What its settings begin with.
+struct PresentProject {
+    ProjectDescription description;
+    std::vector<KV_Station> stations;
+    NewProject wish; ///< the line is its own one
+};
+INSPECTIONDATA_API PresentProject presentProject(const ProjectDescription& project,
+                                                 std::vector<KV_Station> stations);
 
 } // namespace inspection
