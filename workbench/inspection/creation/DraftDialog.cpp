@@ -161,6 +161,9 @@ void DraftDialog::goOn() {
 }
 
 void DraftDialog::refresh() {
+    if (m_pages.empty()) {
+        return; // a draft may begin before its pages
+    }
     if (m_goesOnWhenRead && !m_draft.isReading()) {
         goOn();
         return;

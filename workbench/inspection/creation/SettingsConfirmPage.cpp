@@ -47,13 +47,13 @@ SettingsConfirmPage::SettingsConfirmPage(ProjectDraft& draft, const PresentProje
     form->addRow(tr("项目名称"), m_name);
     auto* box = new QGroupBox(tr("将要进行的更改"));
     auto* inside = new QVBoxLayout(box);
-    inside->addWidget(m_changes);
+    inside->addWidget(m_changes, 1);
+    m_changes->setAlignment(Qt::AlignTop | Qt::AlignLeft);
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(10);
     column->addLayout(form);
-    column->addWidget(box);
-    column->addStretch(1);
+    column->addWidget(box, 1);
     connect(m_name, &QLineEdit::textEdited, this, &SettingsConfirmPage::refresh);
     connect(&draft, &ProjectDraft::changed, this, &SettingsConfirmPage::refresh);
 }
