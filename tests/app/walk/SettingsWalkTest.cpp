@@ -29,7 +29,6 @@ protected:
         QMenu& menu = *button.menu();
         menu.popup(button.mapToGlobal(QPoint(0, button.height())));
         ASSERT_TRUE(QTest::qWaitForWindowExposed(&menu));
-        keepPicture("settings-menu");
         for (QAction* action : menu.actions()) {
             if (action->text() == "项目设置…") {
                 clickEntry(menu, *action);
@@ -43,8 +42,18 @@ protected:
         auto& problem = theChild<QLabel>(dialog(), "pageProblem");
         ASSERT_TRUE(waitUntil([&] { return next.isEnabled() && problem.text().isEmpty(); }))
             << problem.text().toStdString();
-        keepPicture(picture);
+        if (!picture.isEmpty()) {
+            keepPicture(picture);
+        }
         QTest::mouseClick(&next, Qt::LeftButton);
+    }
+
+    void enterMetres(const char* name, const char* metres) {
+        auto& box = theChild<QDoubleSpinBox>(dialog(), name);
+        box.setFocus();
+        box.selectAll();
+        QTest::keyClicks(&box, metres);
+        QTest::keyClick(&box, Qt::Key_Tab);
     }
 
     const SampleProject m_sample{2048};
@@ -57,13 +66,10 @@ TEST_F(SettingsWalk, OtherStationsHoldTheVerdictsThatWereThere) {
     const auto computed = stored();
     const int stations = stationCount();
     openSettings();
-    goOn("settings-epochs");
-    goOn("settings-pipeline");
-    auto& length = theChild<QDoubleSpinBox>(dialog(), "stationLength");
-    length.setFocus();
-    length.selectAll();
-    QTest::keyClicks(&length, QString::number(length.value() / 2.0, 'f', 0));
-    QTest::keyClick(&length, Qt::Key_Tab);
+    goOn({});
+    goOn({});
+    enterMetres("stationLength", "150");
+    enterMetres("halfWidth", "120");
     goOn("settings-stations");
     ASSERT_TRUE(waitUntil(
         [this] { return theChild<QLabel>(dialog(), "settingsChanges").text().contains("归入其他站段"); }));
@@ -75,7 +81,6 @@ TEST_F(SettingsWalk, OtherStationsHoldTheVerdictsThatWereThere) {
     tickAllStations();
     clickStation(0);
     waitForGlobe();
-    keepPicture("settings-done");
 }
 
 TEST_F(SettingsWalk, FilesThatWereMovedAreFoundByOneOfThem) {

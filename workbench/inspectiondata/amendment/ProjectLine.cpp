@@ -58,19 +58,15 @@ Result<std::vector<KilometrePost>> postsOf(const VectorLayer& layer) {
     return read ? Result<std::vector<KilometrePost>>(std::move(posts)) : failed(read);
 }
 
-/// The value that most have, in whole metres; nothing when fewer than that share have it.
-std::optional<double> usual(const std::vector<double>& metres, double leastShare) {
+/// The value that most have, in whole metres.
+std::optional<double> usual(const std::vector<double>& metres) {
     std::map<double, int> counts;
     for (const double each : metres) {
-        if (each >= 1.0) {
-            ++counts[std::round(each)];
-        }
+        ++counts[std::round(each)];
     }
     const auto most = std::max_element(counts.begin(), counts.end(),
                                        [](const auto& a, const auto& b) { return a.second < b.second; });
-    return most == counts.end() || most->second < leastShare * double(metres.size())
-               ? std::nullopt
-               : std::optional(most->first);
+    return most == counts.end() || most->first <= 0.0 ? std::nullopt : std::optional(most->first);
 }
 
 } // namespace
@@ -115,7 +111,8 @@ Result<std::optional<Centerline>> projectLine(const ProjectDescription& project)
 }
 
 // The first and the last station may be shorter, and all of them are cut to what the epochs cover, so that the most
-// frequent length and margin tell what was asked for. Of stations that came as polygons no margin is frequent.
+// frequent length and the largest margin tell what was asked for. Of stations that came as polygons the largest margin
+// holds all of their ground.
 StationLayout layoutOf(const std::vector<KV_Station>& stations, const std::optional<Centerline>& line) {
     StationLayout layout;
     std::vector<double> lengths;
@@ -124,24 +121,22 @@ StationLayout layoutOf(const std::vector<KV_Station>& stations, const std::optio
             lengths.push_back(station.m_endMetres - station.m_startMetres);
         }
     }
-    const auto length = usual(lengths, 0.0);
+    const auto length = usual(lengths);
     if (!line || !length) {
         return layout;
     }
     layout.lengthMetres = *length;
-    std::vector<double> margins;
+    double widest = 0.0;
     for (const Stretch& bare : stretchesAlong(*line, *length, 0.0)) {
         for (const KV_Station& station : stations) {
             if (std::abs(station.m_startMetres - bare.startMetres) < 1.0 &&
                 std::abs(station.m_endMetres - bare.endMetres) < 1.0) {
-                for (const double margin : {bare.box.xMin - station.m_xMin, bare.box.yMin - station.m_yMin,
-                                            station.m_xMax - bare.box.xMax, station.m_yMax - bare.box.yMax}) {
-                    margins.push_back(margin);
-                }
+                widest = std::max({widest, bare.box.xMin - station.m_xMin, bare.box.yMin - station.m_yMin,
+                                   station.m_xMax - bare.box.xMax, station.m_yMax - bare.box.yMax});
             }
         }
     }
-    layout.halfWidthMetres = usual(margins, 0.25).value_or(layout.halfWidthMetres);
+    layout.halfWidthMetres = widest >= 1.0 ? std::round(widest) : layout.halfWidthMetres;
     return layout;
 }
 

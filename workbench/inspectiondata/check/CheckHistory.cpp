@@ -36,6 +36,13 @@ bool isWhole(const RowChange& change) {
     return isEditedTable(change.table) && hasId(change.before, change.id) && hasId(change.after, change.id);
 }
 
+/// Stations are laid out anew, which leaves a note, but they are not edited.
+bool isRelayout(const RowCheck& row) {
+    const auto changes = toRowChanges(gbkToUtf8(row.text("changes")));
+    return row.text("subject") == tableName(KV_STATION) && row.whole("is_dropped") != 0 && changes &&
+           changes->empty();
+}
+
 /// Whether the comparison is one of those that the anomalies among the rows belong to.
 bool isAbout(const RowChanges& changes, std::int64_t comparison) {
     std::set<std::int64_t> touched;
@@ -56,8 +63,7 @@ public:
     void take(const KV_Record& record, Findings& findings) {
         RowCheck row(kTable, record, findings);
         row.expectTime("made_at");
-        const std::string subject = row.text("subject"); // stations are laid out anew, but not edited
-        row.expect(isEditedTable(subject) || subject == tableName(KV_STATION),
+        row.expect(isEditedTable(row.text("subject")) || isRelayout(row),
                    QStringLiteral("subject 不是可编辑的数据表"));
         const std::int64_t revision = row.whole("revision");
         row.expect(
