@@ -23,7 +23,7 @@ namespace {
 
 constexpr auto kCommand = "compute";
 constexpr auto kUsage = "用法：corridor compute PROJECT [--stations 1,2,…] [--pair OLD,NEW]\n"
-                        "  检测工程各站点的异常并存入工程数据库；其他各对期次的结果保留。\n"
+                        "  检测项目各站点的异常并存入项目数据库；其他各对期次的结果保留。\n"
                         "  --stations  站点编号，以逗号分隔；不给出时计算全部站点\n";
 
 /// Numbers separated by commas; empty for anything else.
@@ -96,7 +96,7 @@ int runCompute(const std::vector<std::string>& arguments) {
         return options.error();
     }
     if (options->positional.empty()) {
-        return fail(kCommand, kStatusWrongUse, "缺少工程文件夹");
+        return fail(kCommand, kStatusWrongUse, "缺少项目文件夹");
     }
     const auto stations = parseStations(options->value("--stations"));
     if (options->has("--stations") && stations.empty()) {

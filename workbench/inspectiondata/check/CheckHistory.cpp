@@ -68,7 +68,7 @@ public:
         const std::int64_t revision = row.whole("revision");
         row.expect(
             revision > 0 && revision <= m_newestRevision,
-            QStringLiteral("revision %1 不在 1 和工程的修订号 %2 之间").arg(revision).arg(m_newestRevision));
+            QStringLiteral("revision %1 不在 1 和项目的修订号 %2 之间").arg(revision).arg(m_newestRevision));
         checkOrder(row);
         checkRevision(row);
         checkChanges(row);

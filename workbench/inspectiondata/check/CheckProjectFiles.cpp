@@ -111,7 +111,7 @@ Findings checkResultRasters(const ProjectDescription& project, KV_MySQL& databas
         if (path.isEmpty()) {
             return true;
         }
-        check.expect(QDir::isRelativePath(path), QStringLiteral("dz_raster 不在工程文件夹内"));
+        check.expect(QDir::isRelativePath(path), QStringLiteral("dz_raster 不在项目文件夹内"));
         const auto problem = rasterProblem(QDir(project.folder).absoluteFilePath(path));
         check.expect(!problem, QStringLiteral("dz_raster %1 %2").arg(path, problem.value_or(QString())));
         return true;

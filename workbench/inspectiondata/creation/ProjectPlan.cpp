@@ -253,7 +253,7 @@ QString nameOf(const NewProject& wish, const PlannedEpochs& surveys,
 Result<PlannedEpochs> planEpochs(const NewProject& wish) {
     constexpr std::size_t kFewestEpochs = 2;
     if (wish.epochs.size() < kFewestEpochs) {
-        return refused("a project needs two epochs", "工程至少需要两期数据");
+        return refused("a project needs two epochs", "项目至少需要两期数据");
     }
     PlannedEpochs surveys;
     for (const NewEpoch& epoch : wish.epochs) {

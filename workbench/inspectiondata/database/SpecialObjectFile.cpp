@@ -188,7 +188,7 @@ Transformation Reading::transformationOf(OGRLayer& layer) {
         reference = wgs84();
     } else {
         reference = referenceOf(m_file.crs);
-        m_rows.notes << placeOf(layer) + QStringLiteral("没有坐标系，按工程的 %1 处理").arg(m_file.crs);
+        m_rows.notes << placeOf(layer) + QStringLiteral("没有坐标系，按项目的 %1 处理").arg(m_file.crs);
     }
     return reference ? transformationBetween(*reference, wgs84()) : Transformation();
 }

@@ -14,11 +14,11 @@ namespace {
 
 Unexpected lockFailure(const QLockFile& lock, const QString& folder) {
     if (lock.error() == QLockFile::PermissionError) {
-        return fileFailure(folder, "the project folder is read-only", "工程文件夹是只读的");
+        return fileFailure(folder, "the project folder is read-only", "项目文件夹是只读的");
     }
     if (lock.error() != QLockFile::LockFailedError) {
         return fileFailure(folder, "the project cannot be locked, the disk may be full",
-                           "无法锁定工程，磁盘可能已满");
+                           "无法锁定项目，磁盘可能已满");
     }
     qint64 process = 0;
     QString host;
@@ -28,7 +28,7 @@ Unexpected lockFailure(const QLockFile& lock, const QString& folder) {
         folder,
         QStringLiteral("the project is already open in %1 (process %2 on %3)")
             .arg(program, QString::number(process), host),
-        QStringLiteral("工程已被另一个程序打开（%1，进程 %2）").arg(program, QString::number(process)));
+        QStringLiteral("项目已被另一个程序打开（%1，进程 %2）").arg(program, QString::number(process)));
 }
 
 Result<std::unique_ptr<QLockFile>> lockFolder(const QString& folder) {
@@ -127,7 +127,7 @@ Status Project::reread() {
 Status Project::store(ProjectDescription changed) {
     if (m_access == Access::ReadOnly) {
         return fileFailure(m_description.folder, "the project is open for reading only",
-                           "工程以只读方式打开");
+                           "项目以只读方式打开");
     }
     if (auto done = writeProjectFile(changed); !done) {
         return failed(done);

@@ -69,7 +69,7 @@ QJsonObject jsonOf(const ProjectParameters& parameters) {
 Result<QJsonObject> readJson(const QString& file) {
     QFile source(file);
     if (!source.exists()) {
-        return broken(file, "no such file, the folder is not a project", "文件不存在，该文件夹不是工程");
+        return broken(file, "no such file, the folder is not a project", "文件不存在，该文件夹不是项目");
     }
     if (!source.open(QIODevice::ReadOnly)) {
         return broken(file, "cannot be read: " + source.errorString(), "无法读取");
@@ -81,14 +81,14 @@ Result<QJsonObject> readJson(const QString& file) {
     }
     const QJsonObject json = document.object();
     if (json["format"].toString() != QLatin1String(kFormat)) {
-        return broken(file, "not a corridor project", "不是巡检工程文件");
+        return broken(file, "not a corridor project", "不是巡检项目文件");
     }
     if (json["version"].toInt() > Project::kVersion) {
         return broken(file,
                       QStringLiteral("project version %1 is newer than this program, which knows version %2")
                           .arg(json["version"].toInt())
                           .arg(Project::kVersion),
-                      "工程版本比本程序新，请升级程序");
+                      "项目版本比本程序新，请升级程序");
     }
     return document.object();
 }
