@@ -274,6 +274,10 @@ void tellLayout(const NewLayout& layout, const AmendmentEffect& effect, QStringL
         lines
             << QStringLiteral("%1 处异常在新站段之外，保留在名称以“站段外”开头的站段中").arg(effect.outside);
     }
+    if (effect.absent > 0) {
+        lines << QStringLiteral("%1 个站段结果的高差栅格在他人的文件夹中，更改后请重新计算这些站段")
+                     .arg(effect.absent);
+    }
     if (effect.partly > 0) {
         lines << QStringLiteral("%1 个站段结果只含曾计算过的部分，请重新计算这些站段").arg(effect.partly);
     }
@@ -296,7 +300,9 @@ Result<AmendmentEffect> effectOf(const Amendment& amendment, KV_MySQL& database)
         effect.anomalies = moves.all;
         effect.moved = moves.moved;
         effect.outside = moves.outside;
-        effect.partly = countResults(database, change).partly;
+        const ResultChange results = countResults(amendment.project, database, change);
+        effect.partly = results.partly;
+        effect.absent = results.absent;
         return effect;
     } catch (const KV_MySQL_Exception& exception) {
         return databaseFailure(exception);

@@ -24,6 +24,7 @@ struct AmendmentEffect {
     std::int64_t outside =
         0; ///< anomalies in none of the stations, which keep their earlier one as 「站段外」
     std::int64_t partly = 0; ///< results of stations of which something was never computed
+    std::int64_t absent = 0; ///< those that lose what lies in the folder of another inspector
 };
 
 /// Reads only. Fails when the database refuses.

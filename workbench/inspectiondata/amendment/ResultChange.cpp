@@ -133,8 +133,21 @@ KV_Record rowOf(const KV_Station& station, const std::vector<const Part*>& parts
 using RasterMaker = std::function<Status(const KV_Station& station, const std::vector<const Part*>& parts,
                                          double done, KV_Record& row)>;
 
-Result<ResultChange> changedResults(KV_MySQL& database, const StationChange& change,
-                                    const RasterMaker& makeRaster) {
+/// The part's raster; empty where it has none.
+QString rasterOf(const ProjectDescription& project, const Part& part) {
+    const QString name = textOf(part.row, "dz_raster");
+    return name.isEmpty() ? QString() : QDir(project.folder).absoluteFilePath(name);
+}
+
+bool isAbsent(const ProjectDescription& project, const std::vector<const Part*>& parts) {
+    return std::any_of(parts.begin(), parts.end(), [&project](const Part* part) {
+        const QString raster = rasterOf(project, *part);
+        return !raster.isEmpty() && !QFileInfo::exists(raster);
+    });
+}
+
+Result<ResultChange> changedResults(const ProjectDescription& project, KV_MySQL& database,
+                                    const StationChange& change, const RasterMaker& makeRaster) {
     ResultChange results;
     results.before = database.queryRecord("select * from comparison_result order by id");
     const std::vector<Part> parts = partsOf(results.before, change);
@@ -165,6 +178,7 @@ Result<ResultChange> changedResults(KV_MySQL& database, const StationChange& cha
             }
             results.after.push_back(std::move(row));
             results.partly += isPartly(boxOf(station), found) ? 1 : 0;
+            results.absent += isAbsent(project, found) ? 1 : 0;
         }
     }
     return results;
@@ -177,7 +191,7 @@ Result<ResultChange> planResults(const ProjectDescription& project, KV_MySQL& da
                                  const std::function<bool(double fraction)>& progress) {
     const QString stamp = QDateTime::currentDateTimeUtc().toString(QStringLiteral("yyyyMMdd-HHmmss-zzz"));
     return changedResults(
-        database, change,
+        project, database, change,
         [&](const KV_Station& station, const std::vector<const Part*>& parts, double done,
             KV_Record& row) -> Status {
             if (!progress(done)) {
@@ -221,8 +235,9 @@ Result<ResultChange> planResults(const ProjectDescription& project, KV_MySQL& da
         });
 }
 
-ResultChange countResults(KV_MySQL& database, const StationChange& change) {
-    return *changedResults(database, change,
+ResultChange countResults(const ProjectDescription& project, KV_MySQL& database,
+                          const StationChange& change) {
+    return *changedResults(project, database, change,
                            [](const auto&, const auto&, double, KV_Record&) { return Status(); });
 }
 

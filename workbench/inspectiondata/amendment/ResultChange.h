@@ -14,6 +14,7 @@ struct ResultChange {
     mysqlhelper::KV_Rows before; ///< of table "comparison_result", all that there were
     mysqlhelper::KV_Rows after;  ///< for the stations that are not kept; without ids
     std::int64_t partly = 0;     ///< results of stations of which something was never computed
+    std::int64_t absent = 0;     ///< those whose rasters lie, in part, in the folder of another inspector
 };
 
 /// Puts the rasters of elevation differences of each compared pair together for every new station: of what was computed
@@ -24,6 +25,7 @@ Result<ResultChange> planResults(const ProjectDescription& project, mysqlhelper:
                                  const std::function<bool(double fraction)>& progress);
 
 /// The same without rasters, to be told: their rows have none.
-ResultChange countResults(mysqlhelper::KV_MySQL& database, const StationChange& change);
+ResultChange countResults(const ProjectDescription& project, mysqlhelper::KV_MySQL& database,
+                          const StationChange& change);
 
 } // namespace inspection

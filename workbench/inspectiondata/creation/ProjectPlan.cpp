@@ -55,6 +55,7 @@ Result<PlannedEpoch> planEpoch(const NewEpoch& epoch, const NewProject& wish) {
         surface->heights = *heights;
     }
     PlannedEpoch planned{*std::move(date), epoch.date.isEmpty(), *std::move(surface), std::nullopt};
+    planned.toldHeights = epoch.heights.isEmpty() ? QString() : planned.surface.heights;
     if (!epoch.picture.isEmpty()) {
         auto picture = surveyRaster(epoch.picture);
         if (!picture) {

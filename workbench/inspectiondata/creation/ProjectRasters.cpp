@@ -187,6 +187,7 @@ Result<PlacedEpoch> placeRasters(const QString& folder, int number, const Planne
         return failed(surface);
     }
     placed.epoch.dsm = *std::move(surface);
+    placed.epoch.heights = epoch.convertedHeights.isEmpty() ? epoch.toldHeights : QString();
     if (epoch.picture) {
         auto picture =
             placeRaster(own, QStringLiteral("dom"), *epoch.picture, TileValues::AsStored, copies, progress);
