@@ -21,7 +21,7 @@ namespace {
 
 constexpr auto kCommand = "check";
 constexpr auto kUsage = "用法：corridor check PROJECT [--json]\n"
-                        "  检查工程的文件和数据是否完好，每个问题一行；不作任何更改。\n"
+                        "  检查项目的文件和数据是否完好，每个问题一行；不作任何更改。\n"
                         "  没有问题时退出状态为 0，有问题时为 1。\n";
 
 void print(const Findings& findings) {
@@ -44,7 +44,7 @@ void printJson(const QString& folder, const Findings& findings) {
 }
 
 Findings checkWithProgress(const inspection::ProjectDescription& project, mysqlhelper::KV_MySQL& database) {
-    ProgressLine line("检查工程", false);
+    ProgressLine line("检查项目", false);
     return inspection::checkProject(project, database, [&line](double done) { line.show(done); });
 }
 
@@ -71,7 +71,7 @@ int runCheck(const std::vector<std::string>& arguments) {
         return options.error();
     }
     if (options->positional.empty()) {
-        return fail(kCommand, kStatusWrongUse, "缺少工程文件夹");
+        return fail(kCommand, kStatusWrongUse, "缺少项目文件夹");
     }
     int count = 0;
     const QCoreApplication application(count, nullptr);

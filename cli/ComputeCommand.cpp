@@ -1,6 +1,7 @@
 #include "cli/ComputeCommand.h"
 
 #include "cli/Command.h"
+#include "cli/MissingNote.h"
 #include "cli/OpenedProject.h"
 #include "cli/PairOption.h"
 #include "cli/ProgressLine.h"
@@ -24,7 +25,7 @@ namespace {
 
 constexpr auto kCommand = "compute";
 constexpr auto kUsage = "用法：corridor compute PROJECT [--stations 1,2,…] [--pair OLD,NEW]\n"
-                        "  检测工程各站点的异常并存入工程数据库；其他各对期次的结果保留。\n"
+                        "  检测项目各站点的异常并存入项目数据库；其他各对期次的结果保留。\n"
                         "  --stations  站点编号，以逗号分隔；不给出时计算全部站点\n";
 
 /// Numbers separated by commas; empty for anything else.
@@ -81,6 +82,9 @@ int compute(const std::string& folder, const std::vector<std::uint32_t>& station
     if (!paired) {
         return fail(kCommand, paired.error());
     }
+    if (const auto there = needSurfaces(*paired); !there) {
+        return fail(kCommand, there.error());
+    }
     inspection::ComputationRequest request;
     request.project = *paired;
     request.stationIds = stations;
@@ -110,7 +114,7 @@ int runCompute(const std::vector<std::string>& arguments) {
         return options.error();
     }
     if (options->positional.empty()) {
-        return fail(kCommand, kStatusWrongUse, "缺少工程文件夹");
+        return fail(kCommand, kStatusWrongUse, "缺少项目文件夹");
     }
     const auto stations = parseStations(options->value("--stations"));
     if (options->has("--stations") && stations.empty()) {

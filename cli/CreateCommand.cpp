@@ -1,6 +1,7 @@
 #include "cli/CreateCommand.h"
 
 #include "cli/Command.h"
+#include "cli/LineOptions.h"
 #include "cli/OpenedProject.h"
 #include "cli/ProgressLine.h"
 #include "cli/StopOnSignal.h"
@@ -24,7 +25,7 @@ namespace {
 constexpr auto kCommand = "project create";
 constexpr auto kUsage =
     "用法：corridor project create DIR --epoch [DATE=]DSM[,DOM] --epoch [DATE=]DSM[,DOM] … [选项]\n"
-    "  由航测数据建立工程。DIR 须不存在或为空；栅格留在原处，除非给出 --copy。\n"
+    "  由航测数据建立项目。DIR 须不存在或为空；栅格留在原处，除非给出 --copy。\n"
     "  --epoch           一期数据：日期（如 2024-05-18，不给出时由文件推断）、表面模型、正射影像；\n"
     "                    文件夹表示其中的全部栅格（分幅）；点云（LAS、LAZ）先生成表面模型\n"
     "  --cell            由点云生成的表面模型的格网间距，默认由点的密度推断\n"
@@ -42,9 +43,9 @@ constexpr auto kUsage =
     "  --high-consequence  高后果区文件，可多次给出\n"
     "  --heights         一期的高程系统，DATE=ellipsoid 或 DATE=EPSG:5773，可多次给出；\n"
     "                    不同的高程系统在有换算格网时换算到最早一期的系统\n"
-    "  --crs             工程坐标系（以米为单位的投影坐标系），也用于没有坐标系的矢量文件\n"
-    "  --name            工程名称\n"
-    "  --copy            将栅格复制到工程文件夹\n"
+    "  --crs             项目坐标系（以米为单位的投影坐标系），也用于没有坐标系的矢量文件\n"
+    "  --name            项目名称\n"
+    "  --copy            将栅格复制到项目文件夹\n"
     "  --quiet           不显示进度\n";
 
 const OptionTable kTable{{"--centerline", "--layer", "--start", "--posts", "--station-length", "--half-width",
@@ -59,10 +60,6 @@ struct Task {
     bool quiet = false;
 };
 
-QString valueOf(const Options& options, const char* name) {
-    return QString::fromStdString(options.value(name));
-}
-
 Parsed<std::optional<CenterlineSource>> readCenterlineOptions(const Options& options) {
     if (!options.has("--centerline")) {
         for (const char* name :
@@ -73,35 +70,9 @@ Parsed<std::optional<CenterlineSource>> readCenterlineOptions(const Options& opt
         }
         return std::nullopt;
     }
-    if (options.has("--start") && options.has("--posts")) {
-        return wrongUse("--start 和 --posts 只能给出一个");
-    }
-    CenterlineSource source{valueOf(options, "--centerline"),
-                            valueOf(options, "--layer"),
-                            valueOf(options, "--crs"),
-                            options.has("--turn"),
-                            0.0,
-                            valueOf(options, "--posts")};
-    if (options.has("--start")) {
-        const auto start = inspection::chainageOf(valueOf(options, "--start"));
-        if (!start) {
-            return wrongUse("--start 的值必须是里程：" + options.value("--start"));
-        }
-        source.startMetres = *start;
-    }
-    return source;
-}
-
-/// The option's metres, `otherwise` without it.
-Parsed<double> metres(const Options& options, const char* name, double otherwise) {
-    if (!options.has(name)) {
-        return otherwise;
-    }
-    const auto number = commandline::parseNumber(options.value(name));
-    if (!number || *number <= 0.0) {
-        return wrongUse(std::string(name) + " 的值必须是正数：" + options.value(name));
-    }
-    return *number;
+    const auto source = withChainage(
+        options, {valueOf(options, "--centerline"), valueOf(options, "--layer"), valueOf(options, "--crs")});
+    return source ? Parsed<std::optional<CenterlineSource>>(*source) : wrongUse(source.error().message);
 }
 
 void addObjects(const Options& options, const char* name, KV_ObjectType type, NewProject& wish) {
@@ -128,7 +99,7 @@ std::optional<std::string> readHeights(const Options& options, NewProject& wish)
 
 Parsed<Task> readTask(const Options& options) {
     if (options.positional.empty()) {
-        return wrongUse("缺少工程文件夹");
+        return wrongUse("缺少项目文件夹");
     }
     Task task{QString::fromStdString(options.positional.front()), {}, options.has("--quiet")};
     NewProject& wish = task.wish;
@@ -190,7 +161,7 @@ void printSummary(const ProjectPlan& plan, const QString& folder) {
     if (plan.centerline) {
         std::printf("中心线 %.3f 公里\n", plan.centerline->lengthMetres() / 1000.0);
     }
-    std::printf("建立工程 %s：%s，%zu 个站段\n", qUtf8Printable(folder), qUtf8Printable(plan.name),
+    std::printf("建立项目 %s：%s，%zu 个站段\n", qUtf8Printable(folder), qUtf8Printable(plan.name),
                 plan.stations.size());
 }
 
@@ -202,7 +173,7 @@ int create(const Task& task) {
     inspection::Result<inspection::CreatedProject> created = inspection::cancelled();
     {
         const StopOnSignal stopOnSignal;
-        ProgressLine line("建立工程", task.quiet);
+        ProgressLine line("建立项目", task.quiet);
         created = inspection::createProject(task.folder, *plan, [&](double fraction) {
             line.show(fraction);
             return !stopOnSignal.asked();

@@ -25,18 +25,18 @@ namespace {
 constexpr auto kCommand = "project";
 constexpr auto kAddUsage =
     "用法：corridor project add-epoch PROJECT [DATE=]DSM[,DOM] [选项]\n"
-    "  为工程增加一期数据，按日期排列；栅格留在原处，除非给出 --copy。\n"
+    "  为项目增加一期数据，按日期排列；栅格留在原处，除非给出 --copy。\n"
     "  DATE       航摄日期，如 2026-05-20，不给出时由文件推断；无法推断时该期排在最后，以 DSM 的路径称呼\n"
     "  DSM、DOM   表面模型、正射影像；文件夹表示其中的全部栅格（分幅）；点云（LAS、LAZ）先生成表面模型\n"
     "  --heights  该期的高程系统，ellipsoid 或 EPSG:5773；与其他期不同时在有换算格网的情况下换算\n"
     "  --cell     由点云生成的表面模型的格网间距，默认由点的密度推断\n"
     "  --ground   只用点云的地面点（第 2 类）\n"
-    "  --copy     将栅格复制到工程文件夹\n"
+    "  --copy     将栅格复制到项目文件夹\n"
     "  --quiet    不显示进度\n"
-    "  未选定对比期次的工程随即对比最后两期；已有各期的结果保留\n";
+    "  未选定对比期次的项目随即对比最后两期；已有各期的结果保留\n";
 constexpr auto kRemoveUsage =
     "用法：corridor project remove-epoch PROJECT DATE [--with-results]\n"
-    "  从工程中去掉一期数据及其对比结果；该期的栅格文件保留。\n"
+    "  从项目中去掉一期数据及其对比结果；该期的栅格文件保留。\n"
     "  DATE            航摄日期；日期未知的一期为 project.json 中 DSM 的路径\n"
     "  --with-results  对比结果中有已判定的异常时也一并删除，不能撤销；不给出时拒绝\n";
 
@@ -50,7 +50,7 @@ struct AddTask {
 
 Parsed<AddTask> readAddTask(const Options& options) {
     if (options.positional.size() < 2) {
-        return wrongUse(options.positional.empty() ? "缺少工程文件夹" : "缺少期次 [DATE=]DSM[,DOM]");
+        return wrongUse(options.positional.empty() ? "缺少项目文件夹" : "缺少期次 [DATE=]DSM[,DOM]");
     }
     AddTask task{QString::fromStdString(options.positional[0]), {}, options.has("--quiet")};
     task.wish.epoch = inspection::epochOf(QString::fromStdString(options.positional[1]));
@@ -148,7 +148,7 @@ int runRemoveEpoch(const std::vector<std::string>& arguments) {
         return options.error();
     }
     if (options->positional.size() < 2) {
-        return fail(kCommand, kStatusWrongUse, options->positional.empty() ? "缺少工程文件夹" : "缺少期次");
+        return fail(kCommand, kStatusWrongUse, options->positional.empty() ? "缺少项目文件夹" : "缺少期次");
     }
     int count = 0;
     const QCoreApplication application(count, nullptr);

@@ -19,7 +19,7 @@ namespace {
 constexpr auto kCommand = "import";
 constexpr auto kUsage = "用法：corridor import PROJECT --polygons FILE --type 4|17 [--strict]\n"
                         "      corridor import PROJECT --points FILE [--strict]\n"
-                        "  将矢量文件中的面或点导入工程，成为高后果区、特殊面或特殊点。\n"
+                        "  将矢量文件中的面或点导入项目，成为高后果区、特殊面或特殊点。\n"
                         "  --polygons  面所在的文件，GDAL 能读取的任意矢量格式\n"
                         "  --type      面的类型：4 高后果区，17 特殊面\n"
                         "  --points    特殊点所在的文件\n"
@@ -34,7 +34,7 @@ struct Task {
 
 Parsed<Task> readTask(const Options& options) {
     if (options.positional.empty()) {
-        return wrongUse("缺少工程文件夹");
+        return wrongUse("缺少项目文件夹");
     }
     const bool areas = options.has("--polygons");
     if (areas == options.has("--points")) {

@@ -17,7 +17,7 @@ namespace {
 
 constexpr auto kCommand = "info";
 constexpr auto kUsage = "用法：corridor info PROJECT|RASTER [--json]\n"
-                        "  显示工程或栅格的内容。\n";
+                        "  显示项目或栅格的内容。\n";
 
 QString text(const QJsonValue& value) {
     switch (value.type()) {
@@ -66,7 +66,7 @@ int runInfo(const std::vector<std::string>& arguments) {
         return options.error();
     }
     if (options->positional.empty()) {
-        return fail(kCommand, kStatusWrongUse, "缺少工程文件夹或栅格文件");
+        return fail(kCommand, kStatusWrongUse, "缺少项目文件夹或栅格文件");
     }
     int count = 0;
     const QCoreApplication application(count, nullptr);

@@ -1,6 +1,7 @@
 #include "cli/ReportCommand.h"
 
 #include "cli/Command.h"
+#include "cli/MissingNote.h"
 #include "cli/OpenedProject.h"
 #include "cli/PairOption.h"
 #include "cli/ProgressLine.h"
@@ -21,7 +22,7 @@ using inspection::InspectionData;
 namespace {
 
 constexpr auto kReportUsage = "用法：corridor report PROJECT --out FILE.(pdf|odt|html) [--pair OLD,NEW]\n"
-                              "  由工程中已存入的结果生成巡检报告。\n";
+                              "  由项目中已存入的结果生成巡检报告。\n";
 constexpr auto kShapeUsage = "用法：corridor shape PROJECT --out DIR [--pair OLD,NEW]\n"
                              "  将异常、站点和管道中心线输出为 Shapefile 和 GeoPackage。\n";
 
@@ -52,6 +53,7 @@ int write(const char* command, const char* title, const Options& options, Writer
     if (!data) {
         return fail(command, data.error());
     }
+    tellMissingFiles(command, data->project);
     inspection::Status written;
     {
         const StopOnSignal stopOnSignal;
@@ -76,7 +78,7 @@ int run(const char* command, const char* title, const char* usage, const std::ve
         return options.error();
     }
     if (options->positional.empty() || options->value("--out").empty()) {
-        return fail(command, kStatusWrongUse, options->positional.empty() ? "缺少工程文件夹" : "缺少 --out");
+        return fail(command, kStatusWrongUse, options->positional.empty() ? "缺少项目文件夹" : "缺少 --out");
     }
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
         qputenv("QT_QPA_PLATFORM", "offscreen"); // fonts and pictures need no display

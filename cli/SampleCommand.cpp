@@ -63,7 +63,7 @@ int runSample(const std::vector<std::string>& arguments) {
     const StopOnSignal stop;
     std::optional<std::string> problem;
     {
-        ProgressLine line("示例工程", options->has("--quiet"));
+        ProgressLine line("示例项目", options->has("--quiet"));
         problem = samples::makeSampleCorridor(*task, [&](double done) {
             line.show(done);
             return !stop.asked();

@@ -29,18 +29,19 @@ constexpr Command kCommands[] = {
     {"detect", cli::runDetect,
      "--old OLD.tif --new NEW.tif --out RESULT.(gpkg|geojson|shp)   比较两期地表，输出变化"},
     {"merge", cli::runMerge, "A.gpkg B.gpkg … --out ALL.gpkg   合并 detect --window 的各窗口结果"},
-    {"compute", cli::runCompute, "PROJECT [--stations 1,2,…] [--pair OLD,NEW]   计算工程的异常并存入工程"},
+    {"compute", cli::runCompute, "PROJECT [--stations 1,2,…] [--pair OLD,NEW]   计算项目的异常并存入项目"},
     {"import", cli::runImport,
      "PROJECT --polygons FILE --type 4|17 | --points FILE [--strict]   导入高后果区、特殊面或特殊点"},
     {"rasterize", cli::runRasterize, "CLOUD… --out DSM.tif [--cell SIZE]   点云（LAS、LAZ）生成地表模型"},
     {"report", cli::runReport, "PROJECT --out FILE.(pdf|odt|html) [--pair OLD,NEW]   输出巡检报告"},
     {"shape", cli::runShape, "PROJECT --out DIR [--pair OLD,NEW]   输出 Shapefile 和 GeoPackage"},
-    {"info", cli::runInfo, "PROJECT|RASTER [--json]   显示工程或栅格的内容"},
-    {"check", cli::runCheck, "PROJECT [--json]   检查工程的文件和数据是否完好"},
+    {"info", cli::runInfo, "PROJECT|RASTER [--json]   显示项目或栅格的内容"},
+    {"check", cli::runCheck, "PROJECT [--json]   检查项目的文件和数据是否完好"},
     {"project", cli::runProject,
-     "set-database PROJECT URL   将工程的数据表迁移到 SQLite 文件或 MariaDB 服务器；add-epoch、remove-epoch "
-     "增删期次"},
-    {"sample", cli::runSample, "DIR [--seed N] [--size CELLS]   生成两期示例工程"},
+     "set-database PROJECT URL   将项目的数据表迁移到 SQLite 文件或 MariaDB 服务器；create "
+     "由航测数据建立项目，"
+     "set 更改中心线、站段和文件位置，add-epoch、remove-epoch 增删期次"},
+    {"sample", cli::runSample, "DIR [--seed N] [--size CELLS]   生成两期示例项目"},
 };
 
 void printUsage(std::FILE* stream) {

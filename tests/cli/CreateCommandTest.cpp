@@ -26,7 +26,7 @@ protected:
     }
 
     QString file(const QString& name) const { return m_files.beside(name); }
-    QString folder() const { return file("新工程 \"甲\""); }
+    QString folder() const { return file("新项目 \"甲\""); }
     QString oldEpoch() const {
         return "2024-05-18=" + m_files.file("old/dsm.tif") + ',' + m_files.file("old/dom.tif");
     }
@@ -94,7 +94,7 @@ TEST_F(CreateCommandTest, AWrongUseIsStatusTwoAndMakesNothing) {
         EXPECT_EQ(run.status, 2) << more.join(' ').toStdString();
         EXPECT_EQ(run.errors.size(), 1) << run.errors.join('\n').toStdString();
     }
-    expectFailure(corridor({"project", "create"}), 2, "工程文件夹");
+    expectFailure(corridor({"project", "create"}), 2, "项目文件夹");
     expectFailure(corridor({"project", "create", folder(), "--epoch", oldEpoch()}), 2, "--epoch");
     EXPECT_EQ(beside(), before);
 }

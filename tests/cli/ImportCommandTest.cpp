@@ -204,7 +204,7 @@ TEST_F(ImportCommand, WithoutReferenceSystemTheProjectsIsTakenAndSaidSo) {
         const CorridorRun run = importAreas(path);
         EXPECT_EQ(run.status, 0);
         ASSERT_EQ(run.errors.size(), 1) << run.errors.join('\n').toStdString();
-        EXPECT_TRUE(run.errors[0].contains("没有坐标系，按工程的 EPSG:4547 处理"))
+        EXPECT_TRUE(run.errors[0].contains("没有坐标系，按项目的 EPSG:4547 处理"))
             << run.errors[0].toStdString();
     }
     for (const QVariantMap& row : table("special_area")) {

@@ -180,7 +180,7 @@ TEST_F(ImportRefusal, AProjectThatIsOpenElsewhere) {
     const QString path = geoPackage(areas({{triangleAt(114.0, 30.7), "甲"}}));
     QLockFile lock(m_project.file(".corridor.lock"));
     ASSERT_TRUE(lock.tryLock());
-    expectFailure(importAreas(path), 1, "工程已被另一个程序打开");
+    expectFailure(importAreas(path), 1, "项目已被另一个程序打开");
     lock.unlock();
     expectSuccess(importAreas(path), "导入 1 个特殊面，拒绝 0 行");
 }
@@ -225,7 +225,7 @@ TEST_F(ImportOfMany, AStopWhileReadingOrStoringStoresNothing) {
 TEST_F(ImportRefusal, WrongUseIsStatusTwoAndOneLine) {
     const QString path = geoPackage(areas({{triangleAt(114.0, 30.7), "甲"}}));
     const std::vector<std::pair<QStringList, QString>> cases{
-        {{}, "工程文件夹"},
+        {{}, "项目文件夹"},
         {{folder()}, "--polygons 或 --points"},
         {{folder(), "--polygons", path}, "--type"},
         {{folder(), "--polygons", path, "--type", "16"}, "--type"},

@@ -128,7 +128,7 @@ TEST_P(CheckTest, EveryRuleOfStationsIsChecked) {
     expectFindingAfter("station", "name=' '", "station 1 “ ”：name 为空");
     expectFindingAfter("station", "x_max=x_min", one + "范围为空");
     expectFindingAfter("station", "start_m=end_m+1", one + "start_m 大于 end_m");
-    expectFindingAfter("station", "srs='EPSG:4326'", one + "srs 不是工程的坐标系 EPSG:4547");
+    expectFindingAfter("station", "srs='EPSG:4326'", one + "srs 不是项目的坐标系 EPSG:4547");
     expectFindingAfter("pipe_node", "lat_deg=91", "pipe_node 1 “起点”：lat_deg 91 超出范围 -90 到 90");
     expectFindingAfter("comparison_result", "computed_at='x'",
                        "comparison_result 1：computed_at 不是日期和时间");
@@ -158,7 +158,7 @@ TEST_P(CheckTest, EveryRuleOfAnomaliesIsChecked) {
     after("lat_deg=-91", "lat_deg -91 超出范围 -90 到 90");
     after("outline_wkt='POLYGON (('", "outline_wkt 不是多边形");
     after("outline_wkt='POINT (1 2)'", "outline_wkt 不是多边形");
-    after("version=999", QStringLiteral("version 999 不在 0 和工程的修订号 %1 之间").arg(revision()));
+    after("version=999", QStringLiteral("version 999 不在 0 和项目的修订号 %1 之间").arg(revision()));
     expectFindingAfter("anomaly", "name=''", "anomaly 1：name 为空");
     expectClean();
 }
@@ -192,7 +192,7 @@ TEST_P(CheckTest, EveryRuleOfSpecialObjectsIsChecked) {
     expectFindingAfter("special_point", "name=''", "special_point 1：name 为空");
     expectFindingAfter(
         "special_point", "version=-1",
-        QStringLiteral("special_point 1 “甲”：version -1 不在 0 和工程的修订号 %1 之间").arg(revision()));
+        QStringLiteral("special_point 1 “甲”：version -1 不在 0 和项目的修订号 %1 之间").arg(revision()));
     expectFindingAfter("special_area", "name='甲'", "special_area 1 “甲”：名称重复，special_point 中已有");
     expectFindingAfter("high_consequence_area", "name='面'",
                        "high_consequence_area 1 “面”：名称重复，special_area 中已有");
@@ -219,9 +219,9 @@ TEST_P(CheckTest, EveryRuleOfEditsIsChecked) {
     after(newest, "changes='[]'", "操作没有任何更改");
     after(newest, "changes=replace(changes, 'special_point', 'station')",
           "changes 中有不属于可编辑数据表的行");
-    after(newest, "revision=0", QStringLiteral("revision 0 不在 1 和工程的修订号 %1 之间").arg(revision()));
+    after(newest, "revision=0", QStringLiteral("revision 0 不在 1 和项目的修订号 %1 之间").arg(revision()));
     after(newest, "revision=999",
-          QStringLiteral("revision 999 不在 1 和工程的修订号 %1 之间").arg(revision()));
+          QStringLiteral("revision 999 不在 1 和项目的修订号 %1 之间").arg(revision()));
     expectFindingAfter(
         "edit_history", "is_undone=1",
         QStringLiteral("edit_history %1：排在同一人已撤销的操作之后，却没有撤销").arg(newest - 1),

@@ -259,7 +259,7 @@ TEST_P(ComparisonTest, TheCheckNamesWhatBelongsToNoComparisonOrNoEpoch) {
     EXPECT_EQ(firstFinding(other), "project.json compare：没有期次 2020-01-01");
     other = description();
     other.epochs.pop_back();
-    EXPECT_EQ(firstFinding(other), "comparison 2 “2025-05-20 → 2026-05-25”：工程中没有期次 2026-05-25");
+    EXPECT_EQ(firstFinding(other), "comparison 2 “2025-05-20 → 2026-05-25”：项目中没有期次 2026-05-25");
     sql().execute("update anomaly set comparison_id=7 where name='S1-0001'");
     EXPECT_EQ(firstFinding(description()), "anomaly 1 “S1-0001”：没有对比 7");
 }

@@ -304,7 +304,7 @@ TEST_P(InspectorsTest, WhoOnlyLooksOnSeesEverybodysEditsAndChangesNothing) {
     EXPECT_FALSE(reader.history.CanUndo());
     const Status outcome = reader.describe(id, "三通", reader.shownVersion(id));
     ASSERT_FALSE(outcome);
-    EXPECT_EQ(outcome.error().userMessage, "工程以只读方式打开，未作任何更改");
+    EXPECT_EQ(outcome.error().userMessage, "项目以只读方式打开，未作任何更改");
     EXPECT_EQ(m_li.attribute(id), "");
 }
 

@@ -365,7 +365,7 @@ TEST_P(ComparisonMigrationTest, RowsGoToThePairThatTheirResultNamesAlsoThoseThat
     EXPECT_EQ(names(database, 2, kSamplePair), Names{});
     EXPECT_EQ(names(database, 2, earlier), Names{"S2-0001"});
     EXPECT_EQ(findings(database),
-              QStringList("comparison 2 “2023-04-01 → 2025-05-20”：工程中没有期次 2023-04-01"));
+              QStringList("comparison 2 “2023-04-01 → 2025-05-20”：项目中没有期次 2023-04-01"));
 }
 
 TEST_P(ComparisonMigrationTest, RowsWithoutDatesOrWithoutAResultGoToThePairOfTheProject) {

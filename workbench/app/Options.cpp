@@ -27,7 +27,7 @@ bool asksForHelp(const QStringList& arguments) {
 QString usageText() {
     return QStringLiteral(
         "用法：corridor-workbench [PROJECT] [--old FILE --new FILE] [--headless DIR] [--tools FILE]\n"
-        "  PROJECT     要打开的工程文件夹\n"
+        "  PROJECT     要打开的项目文件夹\n"
         "  --old       旧期表面模型，与 --new 一起给出\n"
         "  --new       新期表面模型\n"
         "  --headless  无人值守地完成全部工作，结果存入 DIR\n"

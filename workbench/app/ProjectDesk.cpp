@@ -7,15 +7,23 @@
 #include "workbench/app/ProjectPicture.h"
 #include "workbench/app/RecentCard.h"
 #include "workbench/app/StartPage.h"
+#include "workbench/engine/EngineContext.h"
 #include "workbench/inspection/context/InspectionContext.h"
+#include "workbench/inspection/creation/MissingFilesDialog.h"
 #include "workbench/inspection/creation/NewProjectDialog.h"
+#include "workbench/inspection/creation/ProjectSettingsDialog.h"
+#include "workbench/viewer/GlobeWidget.h"
+
+#include <osgEarthUtil/EarthManipulator>
 
 #include <QDir>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QMenu>
 
+using inspection::MissingFilesDialog;
 using inspection::NewProjectDialog;
+using inspection::ProjectSettingsDialog;
 
 ProjectDesk::ProjectDesk(MainWindow& window, StartPage& page)
     : m_window(window), m_page(page), m_epochs(window) {
@@ -30,7 +38,17 @@ ProjectDesk::ProjectDesk(MainWindow& window, StartPage& page)
     connect(&m_sample, &SampleMaker::finished, this, &ProjectDesk::endSample);
 }
 
+ProjectDesk::~ProjectDesk() = default;
+
+/// Where the user was in a project.
+struct ProjectDesk::Stay {
+    QString folder;
+    inspection::StationChoice stations;
+    osgEarth::Viewpoint view;
+};
+
 void ProjectDesk::open(const QString& folder) {
+    askForMissingFiles(folder);
     if (const std::optional<QString> problem = m_window.openProject(folder)) {
         m_page.showRecent();
         tell(*problem, myMessageBox::Warning);
@@ -67,6 +85,67 @@ void ProjectDesk::makeNew(const QStringList& rasters, const QString& centerline)
     }
     m_dialog->addFiles(rasters, centerline);
     m_dialog->open();
+}
+
+void ProjectDesk::changeSettings() {
+    InspectionContext& context = InspectionContext::instance();
+    if (!context.project() || (m_settings && m_settings->isVisible())) {
+        return;
+    }
+    if (!context.readOnlyReason().isEmpty() || context.isWorking()) {
+        tell(context.isWorking() ? tr("正在计算或输出，请等待完成后再更改项目") : context.readOnlyReason(),
+             myMessageBox::Warning);
+        return;
+    }
+    const auto present = context.presentProject();
+    if (!present) {
+        tell(present.error().userMessage, myMessageBox::Warning);
+        return;
+    }
+    m_settings = new ProjectSettingsDialog(*present, &m_window);
+    connect(m_settings, &ProjectSettingsDialog::applying, this, &ProjectDesk::leaveProject);
+    connect(m_settings, &ProjectSettingsDialog::applied, this, &ProjectDesk::comeBack);
+    m_settings->open();
+}
+
+void ProjectDesk::leaveProject() {
+    InspectionContext& context = InspectionContext::instance();
+    zeo::EngineContext::instance().deactivateTool();
+    m_stay = std::make_unique<Stay>(Stay{context.project()->description().folder, context.stationChoice(),
+                                         m_window.globe().getManipulator()->getViewpoint()});
+    context.closeProject();
+}
+
+void ProjectDesk::comeBack() {
+    const std::unique_ptr<Stay> stay = std::move(m_stay);
+    if (const std::optional<QString> problem = m_window.openProject(stay->folder)) {
+        m_window.showStartPage();
+        tell(*problem, myMessageBox::Warning);
+        return;
+    }
+    rememberOpenProject();
+    InspectionContext::instance().setStationChoice(stay->stations);
+    m_window.globe().getManipulator()->setViewpoint(stay->view, 0.0);
+    m_window.globe().requestRedraw();
+}
+
+void ProjectDesk::askForMissingFiles() {
+    const inspection::Project* project = InspectionContext::instance().project();
+    if (project && !inspection::missingFiles(project->description()).empty()) {
+        open(project->description().folder);
+    }
+}
+
+void ProjectDesk::askForMissingFiles(const QString& folder) {
+    const auto project = inspection::Project::open(folder, inspection::Project::Access::ReadOnly);
+    if (!project || inspection::missingFiles(project->description()).empty()) {
+        return;
+    }
+    InspectionContext& context = InspectionContext::instance();
+    if (context.project() && QFileInfo(context.project()->description().folder) == QFileInfo(folder)) {
+        context.closeProject(); // its own lock would be in the way
+    }
+    MissingFilesDialog(project->description(), &m_window).exec();
 }
 
 void ProjectDesk::finishNew(const QString& folder, const QStringList& notes) {
@@ -118,6 +197,8 @@ void ProjectDesk::fillMenu(QMenu& menu) {
     constexpr int kMostPixels = 320;
     menu.clear();
     menu.addAction(tr("新建项目…"), this, [this] { makeNew(); });
+    menu.addAction(tr("项目设置…"), this, &ProjectDesk::changeSettings)
+        ->setEnabled(InspectionContext::instance().project() != nullptr);
     menu.addSeparator();
     m_epochs.fillMenu(menu);
     menu.addSection(tr("最近的项目"));

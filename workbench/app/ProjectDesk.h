@@ -9,6 +9,8 @@
 #include <QPointer>
 #include <QStringList>
 
+#include <memory>
+
 class MainWindow;
 struct DroppedFiles;
 class QMenu;
@@ -16,7 +18,8 @@ class StartPage;
 
 namespace inspection {
 class NewProjectDialog;
-}
+class ProjectSettingsDialog;
+} // namespace inspection
 
 /// The ways to a project: choosing one, making one, the recent ones, the sample, files dropped on the window. Tells
 /// the user what does not work. GUI thread.
@@ -26,14 +29,20 @@ class ProjectDesk : public QObject {
 public:
     /// Both must outlive it.
     ProjectDesk(MainWindow& window, StartPage& page);
+    ~ProjectDesk() override;
 
-    /// Opens a project and keeps it among the recent ones; one that cannot be opened is told in a message box.
+    /// Opens a project and keeps it among the recent ones; one that cannot be opened is told in a message box. Files of it
+    /// that are missing are asked for before.
     void open(const QString& folder);
     /// Puts the open project, if there is one, on top of the recent ones.
     void rememberOpenProject();
     void choose();
     /// Lets the user make a project, with these files to begin with. While one is being made they are added to it.
     void makeNew(const QStringList& rasters = {}, const QString& centerline = {});
+    /// Lets the user change the open project.
+    void changeSettings();
+    /// Asks for the files that the open project misses.
+    void askForMissingFiles();
     void takeDropped(const QStringList& paths);
     /// The ways of files into the open project.
     EpochDesk& epochs() { return m_epochs; }
@@ -44,6 +53,10 @@ private:
     void placeDropped(const DroppedFiles& files, const QString& project);
     void finishNew(const QString& folder, const QStringList& notes);
     void makeSample();
+    void askForMissingFiles(const QString& folder);
+    /// The project is closed while it is changed, and opened again with what the user sees and has chosen.
+    void leaveProject();
+    void comeBack();
     void endSample(const QString& problem);
     void keepPicture(const inspection::ProjectDescription& project);
     void tell(const QString& text, int type);
@@ -52,6 +65,9 @@ private:
     StartPage& m_page;
     EpochDesk m_epochs;
     QPointer<inspection::NewProjectDialog> m_dialog;
+    QPointer<inspection::ProjectSettingsDialog> m_settings;
     SampleMaker m_sample;
     inspection::LatestRead m_pictures;
+    struct Stay;
+    std::unique_ptr<Stay> m_stay; ///< while the project is being changed
 };

@@ -91,6 +91,7 @@ void runInteractive(MainWindow& window, const QString& plugin, const QString& pr
                                        myMessageBox::Ok);
     }
     window.loadPlugin(plugin);
+    window.desk().askForMissingFiles();
 }
 
 int runWorkbench(const Options& options, const QElapsedTimer& sinceStart) {

@@ -10,11 +10,13 @@
 #include "tests/support/MariaDbServer.h"
 #include "tests/support/SamplePair.h"
 #include "tests/support/ThirdFlight.h"
+#include "workbench/inspectiondata/amendment/AmendProject.h"
 #include "workbench/inspectiondata/compute/ComputeAnomalies.h"
 #include "workbench/inspectiondata/database/AnomalyTable.h"
 #include "workbench/inspectiondata/database/DatabaseMove.h"
 #include "workbench/inspectiondata/database/Schema.h"
 #include "workbench/inspectiondata/database/SpecialObjectImport.h"
+#include "workbench/inspectiondata/database/StationTable.h"
 #include "workbench/inspectiondata/history/ProjectHistory.h"
 
 #include <QApplication>
@@ -306,6 +308,33 @@ TEST_F(SharedProjectTest, AComputationOfOthersIsShownAndTheirFilesAreNotMissed) 
     EXPECT_EQ(attribute(0), "深挖") << "the verdict was kept";
     EXPECT_FALSE(context().GetEditHistory()->CanUndo()) << "of rows that are no longer";
     EXPECT_TRUE(overlayIsShown(name(0)));
+}
+
+TEST_F(SharedProjectTest, StationsThatOthersLayOutAreShownAndOwnEditsCanBeUndone) {
+    judge(0, Qt::Key_3);
+    const std::string judged = shown(0).name;
+    const int before = tree().topLevelItem(0)->childCount();
+    const QString theirs = m_folder.filePath("theirs");
+    copyFolder(m_project, theirs);
+    QFile::remove(theirs + "/.corridor.lock");
+    auto project = inspection::Project::open(theirs).value();
+    inspection::AmendmentWish wish;
+    wish.stations = inspection::StationLayout{100.0, 300.0, {}};
+    auto plan = inspection::planAmendment(project.description(),
+                                          inspection::readStations(m_colleague->database()), wish);
+    ASSERT_TRUE(plan) << plan.error().message.toStdString();
+    ASSERT_TRUE(inspection::amendProject(project, m_colleague->database(), *std::move(plan)));
+    ASSERT_TRUE(waitUntil([&] { return tree().topLevelItem(0)->childCount() > before; }));
+    const auto verdict = [&] {
+        const auto rows =
+            m_colleague->database().queryRecord("select attribute from anomaly where name=?", {judged});
+        return fromGbk(std::get<std::string>(rows.at(0).at("attribute")));
+    };
+    EXPECT_EQ(verdict(), "深挖");
+    ASSERT_TRUE(context().GetEditHistory()->CanUndo());
+    context().GetEditHistory()->TakeUndo()->Undo(true);
+    EXPECT_EQ(verdict(), "");
+    EXPECT_GT(rows(), 0) << "the undo shows the station where the anomaly is now";
 }
 
 TEST_F(SharedProjectTest, ALostServerIsSaidAndWorkGoesOnWhenItIsBack) {

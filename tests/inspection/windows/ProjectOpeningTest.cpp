@@ -140,8 +140,8 @@ TEST_F(ProjectOpeningTest, AStoredProjectThatAnotherProcessHasOpenIsShownButNotC
     ASSERT_TRUE(other.holds());
     ASSERT_FALSE(context().openProject(m_project).has_value());
     const QString reason = context().readOnlyReason();
-    EXPECT_TRUE(reason.contains("工程已被另一个程序打开")) << reason.toStdString();
-    EXPECT_TRUE(reason.endsWith("工程已以只读方式打开，不能修改")) << reason.toStdString();
+    EXPECT_TRUE(reason.contains("项目已被另一个程序打开")) << reason.toStdString();
+    EXPECT_TRUE(reason.endsWith("项目已以只读方式打开，不能修改")) << reason.toStdString();
     EXPECT_GT(tree().topLevelItem(0)->childCount(), 0);
 
     const MessageWatch messages;
@@ -152,7 +152,7 @@ TEST_F(ProjectOpeningTest, AStoredProjectThatAnotherProcessHasOpenIsShownButNotC
     context().GetStationWindow()->PickCurrentShowItemsDiff();
     EXPECT_FALSE(context().isWorking());
     EXPECT_FALSE(context().GetEditHistory()->CanUndo());
-    EXPECT_EQ(messages.texts(), QStringList({"工程以只读方式打开，未作任何更改", reason}));
+    EXPECT_EQ(messages.texts(), QStringList({"项目以只读方式打开，未作任何更改", reason}));
 }
 
 TEST_F(ProjectOpeningTest, AnObjectOfAProjectThatIsOnlyShownIsNotUpdatedAndOneMessageSaysWhy) {

@@ -102,6 +102,14 @@ TEST_F(CreateProjectTest, ChainagesByPostsSurviveTheFile) {
     EXPECT_EQ(database->GetMySQL()->queryRecord("select id from pipe_node").size(), 2U);
 }
 
+TEST_F(CreateProjectTest, HeightsThatAreToldAreKept) {
+    m_wish.epochs[0].heights = "EPSG:5773";
+    const auto created = valueOf(create());
+    const auto read = valueOf(Project::open(folder(), Project::Access::ReadOnly));
+    EXPECT_EQ(read.description().epochs[0].heights, "EPSG:5773");
+    EXPECT_TRUE(read.description().epochs[1].heights.isEmpty());
+}
+
 TEST_F(CreateProjectTest, EveryLayerOfTheCentreLineFileReadsWithGdal) {
     const auto created = valueOf(create());
     const GDALDatasetUniquePtr file(

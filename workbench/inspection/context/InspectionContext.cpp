@@ -165,6 +165,29 @@ void InspectionContext::closeProject() {
     }
 }
 
+inspection::StationChoice InspectionContext::stationChoice() const {
+    return m_stations ? m_stations->choice() : inspection::StationChoice();
+}
+
+void InspectionContext::setStationChoice(const inspection::StationChoice& choice) {
+    if (m_stations) {
+        m_stations->setChoice(choice);
+    }
+}
+
+inspection::Result<inspection::PresentProject> InspectionContext::presentProject() const {
+    using namespace inspection;
+    if (!project()) {
+        return Unexpected(Failure{QStringLiteral("no project is open"), tr("没有打开的项目")});
+    }
+    try {
+        return inspection::presentProject(project()->description(), readStations(*m_session->connection()));
+    } catch (const mysqlhelper::KV_MySQL_Exception& exception) {
+        const QString cause = QString::fromUtf8(exception.what());
+        return Unexpected(Failure{cause, tr("无法读取项目数据库：%1").arg(cause)});
+    }
+}
+
 const inspection::Project* InspectionContext::project() const {
     return m_session ? m_session->project() : nullptr;
 }

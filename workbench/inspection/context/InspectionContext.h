@@ -4,6 +4,8 @@
 #include "host/inspection/IORVAContext.h"
 #include "host/inspection/Station.h"
 #include "workbench/inspection/scene/SceneDataSet.h"
+#include "workbench/inspection/tree/StationTreeWindow.h"
+#include "workbench/inspectiondata/amendment/ProjectLine.h"
 #include "workbench/inspectiondata/project/Project.h"
 
 #include <QImage>
@@ -34,7 +36,6 @@ class PipelineNodes;
 class ProgressWidget;
 class Session;
 class SpecialObjectNodes;
-class StationTreeWindow;
 } // namespace inspection
 
 /// The inspection data library as the host starts it, feeds it and ends it. GUI thread, which also runs the
@@ -56,6 +57,11 @@ public:
     /// then.
     std::optional<QString> openProject(const QString& folder);
     void closeProject();
+    /// The stations that are checked and looked at, by name; names that there are no more are passed over.
+    inspection::StationChoice stationChoice() const;
+    void setStationChoice(const inspection::StationChoice& choice);
+    /// What the settings of the open project begin with; fails when its stations cannot be read.
+    inspection::Result<inspection::PresentProject> presentProject() const;
     /// Null while no project is open.
     const inspection::Project* project() const;
     /// Why the open project can only be looked at, one Chinese line; empty when it can be changed.

@@ -1,29 +1,15 @@
 #pragma once
 
-#include "host/Export.h"
-#include "host/style/BaseDialog.h"
-#include "workbench/inspection/creation/ProjectDraft.h"
-#include "workbench/inspection/session/JobRunner.h"
+#include "workbench/inspection/creation/DraftDialog.h"
 
 #include <QStringList>
-
-#include <vector>
-
-class QLabel;
-class QProgressBar;
-class QPushButton;
-class QStackedWidget;
-class QToolButton;
 
 namespace inspection {
 
 class ConfirmPage;
-class DraftPage;
-class PlanPreview;
 
-/// Makes a project of a survey's files, page by page, with a view of it at the side. Opened with open(); destroys
-/// itself when it is closed and nothing is being read or made any more. GUI thread.
-class INSPECTION_API NewProjectDialog : public BaseDialog {
+/// Makes a project of a survey's files. GUI thread.
+class INSPECTION_API NewProjectDialog : public DraftDialog {
     Q_OBJECT
 
 public:
@@ -31,8 +17,6 @@ public:
 
     /// What the user has pointed at: rasters and folders become epochs, another file the centre line.
     void addFiles(const QStringList& rasters, const QString& centerline);
-
-    void done(int result) override;
 
 signals:
     /// Files that were dropped on the dialog, for whoever tells rasters from vectors.
@@ -42,39 +26,14 @@ signals:
     void created(const QString& folder, const QStringList& notes);
 
 protected:
-    void keyPressEvent(QKeyEvent* event) override;
+    void carryOut() override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dropEvent(QDropEvent* event) override;
 
 private:
-    void build();
-    QWidget* buildSteps();
-    QWidget* buildButtons();
-    void refresh();
-    void showProblem();
-    void goTo(int page);
-    void goOn();
-    bool isReachable(int page) const;
-    void create();
-    void showCreation(bool isCreating);
     void finish(const QString& folder, const QStringList& notes);
-    int page() const;
 
-    ProjectDraft m_draft;
-    JobRunner m_jobs;
-    std::vector<DraftPage*> m_pages;
     ConfirmPage* m_confirm;
-    std::vector<QToolButton*> m_steps;
-    QStackedWidget* m_stack;
-    PlanPreview* m_preview;
-    QLabel* m_problem;
-    QProgressBar* m_progress;
-    QPushButton* m_back;
-    QPushButton* m_next;
-    QPushButton* m_cancel;
-    QString m_failure; ///< why the last creation ended without a project
-    bool m_isCreating = false;
-    bool m_goesOnWhenRead = false; ///< the user has pressed "next" while files were being read
 };
 
 } // namespace inspection

@@ -13,10 +13,21 @@
 #include <QSignalBlocker>
 #include <QVBoxLayout>
 
+#include <cmath>
+
 namespace inspection {
 
 namespace {
+
 constexpr double kMetresPerKilometre = 1000.0;
+
+/// As a user enters it, with every digit.
+QString startText(double metres) {
+    return metres == std::round(metres) && metres >= 0.0
+               ? chainageText(metres)
+               : QString::number(metres / kMetresPerKilometre, 'g', 12);
+}
+
 } // namespace
 
 PipelinePage::PipelinePage(ProjectDraft& draft, QWidget* parent)
@@ -104,7 +115,10 @@ void PipelinePage::connectFields() {
 
 void PipelinePage::changeSource(const std::function<void(CenterlineSource&)>& edit) {
     if (m_draft.wish().centerline) {
-        m_draft.change([&edit](NewProject& wish) { edit(*wish.centerline); });
+        m_draft.change([&edit](NewProject& wish) {
+            edit(*wish.centerline);
+            wish.centerline->isOwn = false; // other chainages than the line of a project has
+        });
     }
 }
 
@@ -135,6 +149,9 @@ void PipelinePage::refresh() {
     m_posts->setStart(source ? source->file : m_draft.anyFile());
     m_file->setPath(source ? source->file : QString());
     m_settings->setEnabled(source.has_value());
+    if (source && !m_start->hasFocus() && m_startProblem.isEmpty()) {
+        m_start->setText(startText(source->startMetres));
+    }
     m_start->setEnabled(m_byStart->isChecked());
     m_posts->setEnabled(m_byPosts->isChecked());
     showLayers(source.value_or(CenterlineSource()));

@@ -1,5 +1,7 @@
 #include "workbench/inspection/creation/PlanReading.h"
 
+#include "workbench/inspectiondata/amendment/ProjectLine.h"
+
 #include <QDir>
 #include <QFileInfo>
 
@@ -11,12 +13,12 @@ namespace inspection {
 namespace {
 
 bool isSame(const NewEpoch& a, const NewEpoch& b) {
-    return a.date == b.date && a.surface == b.surface && a.picture == b.picture;
+    return a.date == b.date && a.surface == b.surface && a.picture == b.picture && a.heights == b.heights;
 }
 
 bool isSame(const CenterlineSource& a, const CenterlineSource& b) {
     return a.file == b.file && a.layer == b.layer && a.crs == b.crs && a.isTurned == b.isTurned &&
-           a.startMetres == b.startMetres && a.posts == b.posts;
+           a.startMetres == b.startMetres && a.posts == b.posts && a.isOwn == b.isOwn;
 }
 
 bool haveSameEpochs(const NewProject& a, const NewProject& b) {
@@ -65,6 +67,10 @@ bool isRead(const NewEpoch& epoch, const PlanReading& before) {
 }
 
 void readEpochFiles(PlanReading& reading, const PlanReading& before) {
+    if (reading.wish.isInOrder) { // those of a project that there is
+        reading.epochFiles = readEpochs(reading.wish.epochs, before.epochFiles);
+        return;
+    }
     std::vector<NewEpoch> epochs;
     for (const NewEpoch& epoch : reading.wish.epochs) {
         const auto parts = isRead(epoch, before) ? std::vector<NewEpoch>{epoch} : surveysIn(epoch);
@@ -116,6 +122,19 @@ QString likelyLayer(const QStringList& layers) {
     return likely.size() == 1 ? likely.front() : QString();
 }
 
+/// The line of a project that there is.
+Result<Centerline> ownLine(const QString& file, const QString& crs) {
+    ProjectDescription project;
+    project.centerline = file;
+    project.crs = crs;
+    const auto line = projectLine(project);
+    if (!line) {
+        return failed(line);
+    }
+    return line->has_value() ? Result<Centerline>(**line)
+                             : fileFailure(file, "holds no line", "文件中没有线");
+}
+
 void readPipeline(PlanReading& reading, const PlanReading& before) {
     if (!reading.surveys || !reading.wish.centerline) {
         return;
@@ -136,7 +155,8 @@ void readPipeline(PlanReading& reading, const PlanReading& before) {
     }
     CenterlineSource source = wish;
     source.crs = source.crs.isEmpty() ? reading.wish.crs : source.crs;
-    auto line = readCenterline(source, reading.surveys->reference);
+    auto line = source.isOwn ? ownLine(source.file, reading.wish.crs)
+                             : readCenterline(source, reading.surveys->reference);
     if (line) {
         reading.centerline = *std::move(line);
     } else {

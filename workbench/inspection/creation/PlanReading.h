@@ -20,7 +20,8 @@ struct EpochRow {
 /// Each step with its result, or with one Chinese line that tells why there is none. A step is read when those
 /// before it succeeded.
 struct PlanReading {
-    NewProject wish; ///< as it was read: folders spread out, orthophotos joined, oldest first
+    /// As it was read: folders spread out, orthophotos joined, oldest first; as it was when it is in order.
+    NewProject wish;
     std::vector<EpochReading> epochFiles;
     std::vector<EpochRow> epochs; ///< as the wish's
     std::optional<PlannedEpochs> surveys;

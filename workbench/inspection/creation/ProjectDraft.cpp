@@ -53,6 +53,7 @@ void ProjectDraft::setCenterline(const QString& file) {
         }
         CenterlineSource source = wish.centerline.value_or(CenterlineSource());
         source.file = file;
+        source.isOwn = false;
         source.layer.clear();
         wish.centerline = source;
     });

@@ -27,8 +27,8 @@ QDoubleSpinBox* metresBox(const char* name, double most, double step, double val
 
 StationPage::StationPage(ProjectDraft& draft, QWidget* parent)
     : DraftPage(draft, parent),
-      m_length(metresBox("stationLength", 100000.0, 50.0, StationLayout().lengthMetres)),
-      m_halfWidth(metresBox("halfWidth", 10000.0, 10.0, StationLayout().halfWidthMetres)),
+      m_length(metresBox("stationLength", 100000.0, 50.0, draft.wish().stations.lengthMetres)),
+      m_halfWidth(metresBox("halfWidth", 10000.0, 10.0, draft.wish().stations.halfWidthMetres)),
       m_file(new FileField(FileField::Kind::File, tr("选择站段范围"))), m_summary(new QLabel) {
     m_file->setObjectName("stationsFile");
     m_file->setPlaceholder(tr("已有站段范围（面）时填写，代替上面两项"));
@@ -69,7 +69,15 @@ void StationPage::refresh() {
     m_summary->setText(summary());
 }
 
+void StationPage::setKeptText(const std::function<QString()>& text) {
+    m_keptText = text;
+    refresh();
+}
+
 QString StationPage::summary() const {
+    if (const QString kept = m_keptText ? m_keptText() : QString(); !kept.isEmpty()) {
+        return kept;
+    }
     const std::vector<Stretch>& stations = m_draft.reading().stations;
     if (stations.empty()) {
         return {};

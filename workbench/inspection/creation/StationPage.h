@@ -2,6 +2,8 @@
 
 #include "workbench/inspection/creation/DraftPage.h"
 
+#include <functional>
+
 class QDoubleSpinBox;
 class QLabel;
 
@@ -9,7 +11,7 @@ namespace inspection {
 
 class FileField;
 
-/// How the stations of a new project are laid out.
+/// How the stations of a project are laid out.
 class StationPage : public DraftPage {
     Q_OBJECT
 
@@ -18,6 +20,8 @@ public:
 
     QString title() const override { return tr("站段"); }
     QString problem() const override { return m_draft.reading().stationProblem; }
+    /// Gives what stands in place of the summary while stations are not laid out; empty when they are.
+    void setKeptText(const std::function<QString()>& text);
 
 private:
     void refresh();
@@ -27,6 +31,7 @@ private:
     QDoubleSpinBox* m_halfWidth;
     FileField* m_file;
     QLabel* m_summary;
+    std::function<QString()> m_keptText;
 };
 
 } // namespace inspection

@@ -75,7 +75,7 @@ Status Session::open(const QString& folder) {
 
 Status Session::setBaseLayers(const std::vector<BaseLayer>& layers) {
     if (!m_project) {
-        return Unexpected(Failure{QStringLiteral("no project is open"), tr("没有打开的工程")});
+        return Unexpected(Failure{QStringLiteral("no project is open"), tr("没有打开的项目")});
     }
     return m_project->setBaseLayers(layers);
 }
@@ -93,7 +93,7 @@ Result<Session::Opened> Session::openAsFarAsPossible(const QString& folder) {
     if (!readable) {
         return writable; // it says more than the second one
     }
-    readable->readOnlyReason = tr("%1。工程已以只读方式打开，不能修改").arg(writable.error().userMessage);
+    readable->readOnlyReason = tr("%1。项目已以只读方式打开，不能修改").arg(writable.error().userMessage);
     return readable;
 }
 
@@ -180,7 +180,7 @@ ProjectParameters Session::parameters() const {
 
 Status Session::setParameters(const ProjectParameters& parameters) {
     if (!m_project) {
-        return Unexpected(Failure{QStringLiteral("no project is open"), tr("没有打开的工程")});
+        return Unexpected(Failure{QStringLiteral("no project is open"), tr("没有打开的项目")});
     }
     if (parameters == m_project->description().parameters) {
         return {};
@@ -231,7 +231,7 @@ Status Session::setComparedPair(const EpochPair& pair) {
 
 Status Session::readyToChange() const {
     if (!m_project) {
-        return Unexpected(Failure{QStringLiteral("no project is open"), tr("没有打开的工程")});
+        return Unexpected(Failure{QStringLiteral("no project is open"), tr("没有打开的项目")});
     }
     if (m_jobs.isRunning()) {
         return Unexpected(Failure{QStringLiteral("other work is going on"),

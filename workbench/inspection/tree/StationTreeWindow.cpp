@@ -291,8 +291,48 @@ void StationTreeWindow::applyTo(KV_StationItem& station, const std::vector<Anoma
     }
 }
 
+StationChoice StationTreeWindow::choice() const {
+    StationChoice choice;
+    for (const std::uint32_t id : m_tree->checkedStations()) {
+        choice.checked << m_tree->station(id)->text(StationTree::NameColumn);
+    }
+    const QTreeWidgetItem* current = m_tree->currentItem();
+    if (current && current->type() == StationTree::Station) {
+        choice.current = current->text(StationTree::NameColumn);
+    }
+    return choice;
+}
+
+void StationTreeWindow::setChoice(const StationChoice& choice) {
+    for (int i = 0; i < m_tree->stationRoot()->childCount(); ++i) {
+        QTreeWidgetItem* entry = m_tree->stationRoot()->child(i);
+        const QString name = entry->text(StationTree::NameColumn);
+        if (choice.checked.contains(name)) {
+            entry->setCheckState(StationTree::NameColumn, Qt::Checked);
+        }
+        if (!choice.current.isEmpty() && choice.current == name) {
+            m_tree->setCurrentItem(entry);
+        }
+    }
+}
+
+bool StationTreeWindow::hasOtherStations() const {
+    const auto stored = readStations(*m_session.connection());
+    return !std::equal(stored.begin(), stored.end(), m_items.begin(), m_items.end(),
+                       [](const KV_Station& station, const auto& item) {
+                           return stationRecord(station) == stationRecord(item->m_station) &&
+                                  station.m_id == item->GetStationId();
+                       });
+}
+
 void StationTreeWindow::reload() {
     try {
+        if (hasOtherStations()) {
+            const StationChoice kept = choice();
+            load();
+            setChoice(kept);
+            return;
+        }
         m_objects->reload();
     } catch (const KV_MySQL_Exception& exception) {
         qCWarning(windowLog).noquote() << "The special objects cannot be read again:" << exception.what();

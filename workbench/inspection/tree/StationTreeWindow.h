@@ -4,6 +4,7 @@
 #include "workbench/inspectiondata/history/ProjectHistory.h"
 
 #include <QColor>
+#include <QStringList>
 
 #include <memory>
 #include <set>
@@ -20,6 +21,12 @@ struct AnomalyChange;
 class SpecialObjectNodes;
 class SpecialObjects;
 class StationTree;
+
+/// What of the stations the user has chosen, by name.
+struct StationChoice {
+    QStringList checked;
+    QString current; ///< empty when no station is
+};
 
 /// The tree of stations and special objects of the open project. A checked station is shown on the globe and
 /// taken for work. GUI thread.
@@ -48,6 +55,10 @@ public:
     bool UpdataNode(const Special_Area& area, const std::string& oldName) override;
     bool UpdataNode(const Special_Point& point, const std::string& oldName) override;
 
+    StationChoice choice() const;
+    /// Names that there are no more are passed over.
+    void setChoice(const StationChoice& choice);
+
 public slots:
     /// Selects the special object of that name, as the one that the user works on; an unknown name changes
     /// nothing.
@@ -57,7 +68,7 @@ public slots:
     void clear();
     /// Shows rows that have changed, also on the globe. What is `Followed` becomes the current entry.
     void applyRows(const RowChanges& changes, Showing showing);
-    /// Reads all rows again. Stations, and what is checked of them, stay.
+    /// Reads all rows again. What is checked stays.
     void reload();
     /// The same with the anomalies only, for another pair of epochs.
     void reloadAnomalies();
@@ -79,6 +90,8 @@ private slots:
 private:
     void build();
     void loadStations();
+    /// Whether somebody has laid out other stations.
+    bool hasOtherStations() const;
     KV_StationItem* item(std::uint32_t stationId) const;
     /// With its anomalies, which are not read before somebody asks for them.
     KV_StationItem* readItem(std::uint32_t stationId);

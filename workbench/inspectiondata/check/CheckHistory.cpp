@@ -36,6 +36,13 @@ bool isWhole(const RowChange& change) {
     return isEditedTable(change.table) && hasId(change.before, change.id) && hasId(change.after, change.id);
 }
 
+/// Stations are laid out anew, which leaves a note, but they are not edited.
+bool isRelayout(const RowCheck& row) {
+    const auto changes = toRowChanges(gbkToUtf8(row.text("changes")));
+    return row.text("subject") == tableName(KV_STATION) && row.whole("is_dropped") != 0 && changes &&
+           changes->empty();
+}
+
 /// Whether the comparison is one of those that the anomalies among the rows belong to.
 bool isAbout(const RowChanges& changes, std::int64_t comparison) {
     std::set<std::int64_t> touched;
@@ -56,11 +63,12 @@ public:
     void take(const KV_Record& record, Findings& findings) {
         RowCheck row(kTable, record, findings);
         row.expectTime("made_at");
-        row.expect(isEditedTable(row.text("subject")), QStringLiteral("subject 不是可编辑的数据表"));
+        row.expect(isEditedTable(row.text("subject")) || isRelayout(row),
+                   QStringLiteral("subject 不是可编辑的数据表"));
         const std::int64_t revision = row.whole("revision");
         row.expect(
             revision > 0 && revision <= m_newestRevision,
-            QStringLiteral("revision %1 不在 1 和工程的修订号 %2 之间").arg(revision).arg(m_newestRevision));
+            QStringLiteral("revision %1 不在 1 和项目的修订号 %2 之间").arg(revision).arg(m_newestRevision));
         checkOrder(row);
         checkRevision(row);
         checkChanges(row);

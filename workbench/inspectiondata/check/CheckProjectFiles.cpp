@@ -112,7 +112,7 @@ Findings checkResultRasters(const ProjectDescription& project, KV_MySQL& databas
             if (path.isEmpty()) {
                 continue;
             }
-            check.expect(QDir::isRelativePath(path), QStringLiteral("%1 不在工程文件夹内").arg(column));
+            check.expect(QDir::isRelativePath(path), QStringLiteral("%1 不在项目文件夹内").arg(column));
             const auto problem = rasterProblem(QDir(project.folder).absoluteFilePath(path));
             check.expect(!problem, QStringLiteral("%1 %2 %3").arg(column, path, problem.value_or(QString())));
         }

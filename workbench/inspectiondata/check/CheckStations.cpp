@@ -37,7 +37,7 @@ void checkStation(const ProjectDescription& project, RowCheck row) {
                QStringLiteral("范围为空"));
     row.expectOrder("start_m", "end_m");
     row.expect(isProjectsReference(project, fromGbk(row.text("srs"))),
-               QStringLiteral("srs 不是工程的坐标系 %1").arg(project.crs));
+               QStringLiteral("srs 不是项目的坐标系 %1").arg(project.crs));
 }
 
 /// Every epoch that has results is one of the project's.
@@ -51,7 +51,7 @@ std::set<std::int64_t> checkComparisons(const ProjectDescription& project, KV_My
                 findings.push_back(
                     {kComparisonTable,
                      QString::number(comparison.id) + QStringLiteral(" “%1”").arg(pairTitle(comparison.pair)),
-                     QStringLiteral("工程中没有期次 %1").arg(key)});
+                     QStringLiteral("项目中没有期次 %1").arg(key)});
             }
         }
     }

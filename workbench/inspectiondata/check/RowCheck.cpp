@@ -77,7 +77,7 @@ void RowCheck::expectBetween(const char* lower, const char* middle, const char* 
 void RowCheck::expectVersion(std::int64_t newestRevision) {
     const std::int64_t version = versionOf(m_row);
     expect(version >= 0 && version <= newestRevision,
-           QStringLiteral("version %1 不在 0 和工程的修订号 %2 之间").arg(version).arg(newestRevision));
+           QStringLiteral("version %1 不在 0 和项目的修订号 %2 之间").arg(version).arg(newestRevision));
 }
 
 void RowCheck::expectTime(const char* column) {

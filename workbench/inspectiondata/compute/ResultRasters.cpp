@@ -2,9 +2,9 @@
 
 #include "host/Gbk.h"
 #include "workbench/inspectiondata/database/Fields.h"
-#include "workbench/inspectiondata/database/StationTable.h"
 
 #include <QDir>
+#include <QDirIterator>
 #include <QFileInfo>
 #include <QSet>
 
@@ -33,13 +33,13 @@ QSet<QString> namedRasters(const ProjectDescription& project, KV_MySQL& database
 QStringList unnamedRasters(const ProjectDescription& project, KV_MySQL& database) {
     const QSet<QString> named = namedRasters(project, database);
     QStringList unnamed;
-    for (const KV_Station& station : readStations(database)) {
-        const QDir folder(project.stationFolder(station.m_id));
-        for (const QFileInfo& file : folder.entryInfoList(
-                 {QStringLiteral("dz-*.tif*"), QStringLiteral("correction-*.tif*")}, QDir::Files)) {
-            if (!named.contains(file.absoluteFilePath())) {
-                unnamed << file.absoluteFilePath();
-            }
+    QDirIterator files(project.outputFolder() + QStringLiteral("/stations"),
+                       {QStringLiteral("dz-*.tif*"), QStringLiteral("correction-*.tif*")}, QDir::Files,
+                       QDirIterator::Subdirectories);
+    while (files.hasNext()) {
+        const QString file = QFileInfo(files.next()).absoluteFilePath();
+        if (!named.contains(file)) {
+            unnamed << file;
         }
     }
     return unnamed;

@@ -7,8 +7,8 @@
 
 namespace inspection {
 
-/// Paths of the rasters of elevation differences and of local fields in the stations' folders that no result names, as the database
-/// is now. Throws KV_MySQL_Exception.
+/// Paths of the rasters of elevation differences and of local fields in the folders of stations, also of earlier
+/// ones, that no result names, as the database is now. Throws KV_MySQL_Exception.
 QStringList unnamedRasters(const ProjectDescription& project, mysqlhelper::KV_MySQL& database);
 
 } // namespace inspection

@@ -113,7 +113,7 @@ Result<StationDetection> StationDetection::prepare(const ProjectDescription& pro
     detection.m_toGeographic = transformationBetween(detection.m_rasterReference, wgs84());
     if ((!same && !detection.m_toStation) || !detection.m_toGeographic) {
         return fileFailure(file, "its reference system does not go with " + project.crs,
-                           "坐标系无法转换到工程坐标系");
+                           "坐标系无法转换到项目坐标系");
     }
     return detection;
 }

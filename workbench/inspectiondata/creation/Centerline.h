@@ -20,6 +20,7 @@ struct CenterlineSource {
     bool isTurned = false;    ///< the pipe runs against the direction of the file
     double startMetres = 0.0; ///< chainage of the first vertex, where no posts tell it
     QString posts{};          ///< file of points with a name and a chainage; empty for none
+    bool isOwn = false;       ///< a project's own file: the line as it is, with the chainages that it has
 };
 
 /// A pipe's centre line, in the reference system that was asked for.

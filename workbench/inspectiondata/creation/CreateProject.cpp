@@ -111,7 +111,7 @@ Result<Project> openWithRasters(const QString& folder, const RasterPair& rasters
     const auto pair = pairOf(project->description(), rasters);
     if (!pair) {
         return fileFailure(folder, "the folder already holds a project of other rasters",
-                           "该文件夹中已有其他数据的工程");
+                           "该文件夹中已有其他数据的项目");
     }
     if (auto done = project->setComparedPair(*pair); !done) {
         return failed(done);

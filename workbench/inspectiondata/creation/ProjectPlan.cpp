@@ -55,6 +55,7 @@ Result<PlannedEpoch> planEpoch(const NewEpoch& epoch, const NewProject& wish) {
         surface->heights = *heights;
     }
     PlannedEpoch planned{*std::move(date), epoch.date.isEmpty(), *std::move(surface), std::nullopt};
+    planned.toldHeights = epoch.heights.isEmpty() ? QString() : planned.surface.heights;
     if (!epoch.picture.isEmpty()) {
         auto picture = surveyRaster(epoch.picture);
         if (!picture) {
@@ -280,7 +281,7 @@ QString nameOf(const NewProject& wish, const PlannedEpochs& surveys,
 Result<PlannedEpochs> planEpochs(const NewProject& wish) {
     constexpr std::size_t kFewestEpochs = 2;
     if (wish.epochs.size() < kFewestEpochs) {
-        return refused("a project needs two epochs", "工程至少需要两期数据");
+        return refused("a project needs two epochs", "项目至少需要两期数据");
     }
     PlannedEpochs surveys;
     for (const NewEpoch& epoch : wish.epochs) {

@@ -54,6 +54,7 @@ struct PlannedEpoch {
     SurveyRaster surface;
     std::optional<SurveyRaster> picture;
     QString convertedHeights{}; ///< the system to bring the heights to; empty when they stay as they are
+    QString toldHeights{};      ///< the system that the user has told; empty for what the file says
 };
 
 /// The epochs of a project with what they have in common.

@@ -218,6 +218,7 @@ Result<PlacedEpoch> placeRasters(const QString& folder, const PlannedEpoch& epoc
         return failed(surface);
     }
     placed.epoch.dsm = *std::move(surface);
+    placed.epoch.heights = epoch.convertedHeights.isEmpty() ? epoch.toldHeights : QString();
     if (epoch.picture) {
         auto picture = placeRaster(folder, QStringLiteral("dom"), *epoch.picture, copies, progress);
         if (!picture) {

@@ -31,7 +31,7 @@ Result<SurveyRaster> surveyCloud(const QString& fileOrFolder, const QString& crs
         return cloudFailure(facts.error());
     }
     if (facts->reference.IsEmpty()) {
-        return fileFailure(fileOrFolder, "has no reference system", "没有坐标系，请指定工程坐标系");
+        return fileFailure(fileOrFolder, "has no reference system", "没有坐标系，请指定项目坐标系");
     }
     if (!facts->cell) {
         return fileFailure(fileOrFolder, "has too few points", "点太少，无法成为表面模型");

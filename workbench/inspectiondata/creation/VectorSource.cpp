@@ -44,7 +44,7 @@ Status VectorLayer::forEach(const std::function<bool(const VectorRow&)>& take) c
         }
         if (geometry->transform(transformation->get()) != OGRERR_NONE) {
             return m_source.failure("cannot be brought into the project's reference system",
-                                    "无法转换到工程坐标系");
+                                    "无法转换到项目坐标系");
         }
         if (!take(VectorRow(*feature, *geometry, text))) {
             return {};
@@ -105,7 +105,7 @@ Result<Transformation> VectorSource::transformationOf(OGRLayer& layer) const {
     auto transformation =
         otherwise ? transformationBetween(referenceOfLayer(layer, *otherwise), m_target) : Transformation();
     if (!transformation) {
-        return failure("its reference system does not go with the project's", "坐标系无法转换到工程坐标系");
+        return failure("its reference system does not go with the project's", "坐标系无法转换到项目坐标系");
     }
     return transformation;
 }

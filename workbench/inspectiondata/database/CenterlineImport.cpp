@@ -97,7 +97,7 @@ void importNodes(OGRLayer& layer, const OGRSpatialReference& otherwise, KV_MySQL
 Status importCenterline(const ProjectDescription& project, KV_MySQL& database) {
     const QString& file = project.centerline;
     if (!QFileInfo::exists(file)) {
-        return fileFailure(file, "no such file, the project has no stations", "文件不存在，工程没有站点");
+        return fileFailure(file, "no such file, the project has no stations", "文件不存在，项目没有站点");
     }
     GDALAllRegister();
     const detect::GdalErrors errors;

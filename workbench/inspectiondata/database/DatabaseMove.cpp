@@ -116,12 +116,12 @@ Status fillTarget(KV_MySQL& source, const ProjectDescription& before, const Proj
         if (holdsProject(target)) {
             return fileFailure(shownDatabase(after.databaseUrl()),
                                "the database already holds tables of a project",
-                               "该数据库中已有工程的数据表");
+                               "该数据库中已有项目的数据表");
         }
         return copyProject(source, target, before, after, course);
     } catch (const KV_MySQL_Exception& exception) {
         const QString cause = QString::fromUtf8(exception.what());
-        return Unexpected(Failure{cause, "数据库迁移失败，工程仍使用原数据库：" + cause});
+        return Unexpected(Failure{cause, "数据库迁移失败，项目仍使用原数据库：" + cause});
     }
 }
 
@@ -143,7 +143,7 @@ Result<DatabaseMove> moveDatabase(Project& project, const QString& target,
     const QString url = after.databaseUrl();
     if (url == before.databaseUrl()) {
         return fileFailure(shownDatabase(url), "the project's tables lie there already",
-                           "工程的数据表已在该数据库中");
+                           "项目的数据表已在该数据库中");
     }
     auto source = PipelineDatabase::open(before, project.access());
     if (!source) {

@@ -1,6 +1,7 @@
 #include "workbench/inspectiondata/database/EditTable.h"
 
 #include "host/Gbk.h"
+#include "host/inspection/Records.h"
 #include "workbench/inspectiondata/database/ComparisonTable.h"
 #include "workbench/inspectiondata/database/Fields.h"
 #include "workbench/inspectiondata/database/Revision.h"
@@ -141,10 +142,11 @@ void markEdit(KV_MySQL& database, std::int64_t editId, bool isUndone, std::int64
                           "where id=?", {editId});
 }
 
-void noteReplacement(KV_MySQL& database, const QString& inspector, const std::string& table,
-                     const QString& description) {
-    insertReplacement(database, editRow(inspector, table, description, {}, raiseRevision(database)),
-                      kNoComparison);
+std::int64_t noteReplacement(KV_MySQL& database, const QString& inspector, const std::string& table,
+                             const QString& description) {
+    const std::int64_t revision = raiseRevision(database);
+    insertReplacement(database, editRow(inspector, table, description, {}, revision), kNoComparison);
+    return revision;
 }
 
 void noteComputation(KV_MySQL& database, const QString& inspector, const EpochPair& pair,
@@ -164,7 +166,24 @@ void forgetEdits(KV_MySQL& database, std::int64_t comparisonId) {
 
 void trimEdits(KV_MySQL& database) {
     constexpr qint64 kDay = qint64{24} * 60 * 60;
-    database.deleteRecord(kTable, "where is_dropped=1 and made_at<?", {now(kDay)});
+    database.deleteRecord(kTable, "where is_dropped=1 and made_at<? and subject<>?",
+                          {now(kDay), tableName(KV_STATION)});
+}
+
+void changeRowsOfEdits(KV_MySQL& database, const std::function<bool(RowChange&)>& change) {
+    for (const KV_Record& edit : database.queryRecord("select id, changes from edit_history order by id")) {
+        RowChanges changes = changesField(edit);
+        bool isOther = false;
+        for (RowChange& each : changes) {
+            isOther = change(each) || isOther;
+        }
+        if (isOther) {
+            std::int64_t id = 0;
+            takeField(edit, "id", id);
+            database.updateRecord(kTable, {{"changes", toGbk(QString::fromStdString(toText(changes)))}},
+                                  "where id=?", {id});
+        }
+    }
 }
 
 std::vector<EditStep> readSteps(KV_MySQL& database, std::int64_t afterRevision, const QString& inspector) {

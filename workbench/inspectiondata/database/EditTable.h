@@ -6,6 +6,8 @@
 
 #include <QString>
 
+#include <functional>
+
 /// Rows of table "edit_history": the edits of a project, oldest first by id. Each belongs to the inspector
 /// who made it, and to the project's revision in which it was made, undone or made again the last time. Every
 /// function throws KV_MySQL_Exception when the database refuses, and has no transaction of its own.
@@ -43,9 +45,9 @@ INSPECTIONDATA_API void markEdit(mysqlhelper::KV_MySQL& database, std::int64_t e
                                  std::int64_t revision);
 
 /// Notes that rows of a table were replaced or added as a whole, which nobody can undo; first statement of a
-/// transaction. Whoever has the project open reads everything anew.
-INSPECTIONDATA_API void noteReplacement(mysqlhelper::KV_MySQL& database, const QString& inspector,
-                                        const std::string& table, const QString& description);
+/// transaction. Whoever has the project open reads everything anew. Gives the revision that it raises.
+INSPECTIONDATA_API std::int64_t noteReplacement(mysqlhelper::KV_MySQL& database, const QString& inspector,
+                                                const std::string& table, const QString& description);
 /// The same for the anomalies of two epochs, whose comparison is made where there is none.
 void noteComputation(mysqlhelper::KV_MySQL& database, const QString& inspector, const EpochPair& pair,
                      const QString& description);
@@ -54,7 +56,12 @@ INSPECTIONDATA_API void handOverEdits(mysqlhelper::KV_MySQL& database, const QSt
                                       const QString& to);
 /// Forgets the edits of a comparison's anomalies, of all inspectors.
 void forgetEdits(mysqlhelper::KV_MySQL& database, std::int64_t comparisonId);
-/// Deletes dropped edits and replacements that are more than a day old: until then others read them.
+/// Calls `change` with every row of every edit, also of dropped ones, and stores the edits of which it says that it
+/// has changed a row.
+INSPECTIONDATA_API void changeRowsOfEdits(mysqlhelper::KV_MySQL& database,
+                                          const std::function<bool(RowChange&)>& change);
+/// Deletes dropped edits and replacements that are more than a day old: until then others read them. The notes of
+/// stations that were laid out anew stay.
 INSPECTIONDATA_API void trimEdits(mysqlhelper::KV_MySQL& database);
 
 /// What was done after that revision, in its order, by others than that inspector; by anybody when null.

@@ -45,7 +45,7 @@ Unexpected databaseFailure(const QString& name, const KV_MySQL_Exception& except
 
 Unexpected neverComputed(const QString& name) {
     return fileFailure(name, "no such database, the project was never computed",
-                       "数据库不存在，工程尚未计算");
+                       "数据库不存在，项目尚未计算");
 }
 
 Unexpected newerSchema(const QString& file, int version) {

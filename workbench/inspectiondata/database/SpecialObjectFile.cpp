@@ -176,7 +176,7 @@ Transformation Reading::transformationOf(OGRLayer& layer) {
         return {};
     }
     if (!namedReference(layer) && !isInDegrees(layer)) {
-        m_rows.notes << placeOf(layer) + QStringLiteral("没有坐标系，按工程的 %1 处理").arg(m_file.crs);
+        m_rows.notes << placeOf(layer) + QStringLiteral("没有坐标系，按项目的 %1 处理").arg(m_file.crs);
     }
     return transformationBetween(referenceOfLayer(layer, otherwise.value_or(wgs84())), wgs84());
 }

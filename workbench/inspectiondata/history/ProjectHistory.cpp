@@ -127,7 +127,7 @@ Status ProjectHistory::perform(const QString& description, const Work& work) {
     if (!m_database || m_inspector.isNull()) {
         return Unexpected(Failure{"no database to write to", !m_database
                                                                  ? tr("没有可用的项目数据库")
-                                                                 : tr("工程以只读方式打开，未作任何更改")});
+                                                                 : tr("项目以只读方式打开，未作任何更改")});
     }
     try {
         std::vector<EditConflict> conflicts;

@@ -166,7 +166,7 @@ QString localTime(const QString& isoUtc) {
 
 std::vector<NamedFact> projectFacts(const InspectionData& data) {
     const ProjectDescription& project = data.project;
-    return {{"工程名称", project.name},
+    return {{"项目名称", project.name},
             {"前期航摄", epochTitle(project.oldEpoch(), "日期未知")},
             {"后期航摄", epochTitle(project.newEpoch(), "日期未知")},
             {"坐标系", project.crs.startsWith("EPSG") ? project.crs : QStringLiteral("自定义投影坐标系")},
@@ -265,7 +265,7 @@ QString surroundingsSummary(const InspectionData& data, const Pipeline& pipeline
 
 QString summaryOf(const InspectionData& data, const Pipeline& pipeline, const ReportFacts& facts) {
     if (facts.anomalies.empty()) {
-        return computedStations(data) == 0 ? QStringLiteral("本工程尚未计算异常。")
+        return computedStations(data) == 0 ? QStringLiteral("本项目尚未计算异常。")
                                            : QStringLiteral("对比两期航摄数据，未检出超过阈值的地表变化。");
     }
     double fill = 0.0;

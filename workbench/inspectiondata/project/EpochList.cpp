@@ -48,7 +48,7 @@ Result<ProjectDescription> withoutEpoch(const ProjectDescription& project, const
         return fileFailure(projectFile(project.folder), "has no epoch " + key, "没有期次 " + key);
     }
     if (project.epochs.size() <= 2) {
-        return fileFailure(projectFile(project.folder), "a project needs two epochs", "工程至少需要两期数据");
+        return fileFailure(projectFile(project.folder), "a project needs two epochs", "项目至少需要两期数据");
     }
     ProjectDescription smaller = project;
     smaller.epochs.erase(smaller.epochs.begin() + (epoch - project.epochs.data()));

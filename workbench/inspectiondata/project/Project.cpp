@@ -2,6 +2,7 @@
 
 #include "workbench/inspectiondata/project/EpochList.h"
 #include "workbench/inspectiondata/project/OwnerLock.h"
+#include "workbench/inspectiondata/project/PendingProjectFile.h"
 #include "workbench/inspectiondata/project/ProjectFile.h"
 
 #include <QDir>
@@ -14,11 +15,11 @@ namespace {
 
 Unexpected lockFailure(const QLockFile& lock, const QString& folder) {
     if (lock.error() == QLockFile::PermissionError) {
-        return fileFailure(folder, "the project folder is read-only", "工程文件夹是只读的");
+        return fileFailure(folder, "the project folder is read-only", "项目文件夹是只读的");
     }
     if (lock.error() != QLockFile::LockFailedError) {
         return fileFailure(folder, "the project cannot be locked, the disk may be full",
-                           "无法锁定工程，磁盘可能已满");
+                           "无法锁定项目，磁盘可能已满");
     }
     qint64 process = 0;
     QString host;
@@ -28,7 +29,7 @@ Unexpected lockFailure(const QLockFile& lock, const QString& folder) {
         folder,
         QStringLiteral("the project is already open in %1 (process %2 on %3)")
             .arg(program, QString::number(process), host),
-        QStringLiteral("工程已被另一个程序打开（%1，进程 %2）").arg(program, QString::number(process)));
+        QStringLiteral("项目已被另一个程序打开（%1，进程 %2）").arg(program, QString::number(process)));
 }
 
 Result<std::unique_ptr<QLockFile>> lockFolder(const QString& folder) {
@@ -52,7 +53,7 @@ Result<Project> Project::open(const QString& folder, Access access) {
     if (!QFileInfo(folder).isDir()) {
         return fileFailure(folder, "no such folder", "文件夹不存在");
     }
-    auto description = readProjectFile(folder);
+    auto description = readCountingProjectFile(folder);
     if (!description) {
         return failed(description);
     }
@@ -63,6 +64,13 @@ Result<Project> Project::open(const QString& folder, Access access) {
             return failed(locked);
         }
         lock = std::move(*locked);
+        if (auto done = settleProjectFile(folder); !done) {
+            return failed(done);
+        }
+        description = readProjectFile(folder); // nobody else writes it from now on
+        if (!description) {
+            return failed(description);
+        }
     }
     return Project(std::move(*description), access, std::move(lock));
 }
@@ -107,10 +115,19 @@ Status Project::setBaseLayers(const std::vector<BaseLayer>& layers) {
     return store(std::move(changed));
 }
 
+Status Project::reread() {
+    auto description = readProjectFile(m_description.folder);
+    if (!description) {
+        return failed(description);
+    }
+    m_description = *std::move(description);
+    return {};
+}
+
 Status Project::store(ProjectDescription changed) {
     if (m_access == Access::ReadOnly) {
         return fileFailure(m_description.folder, "the project is open for reading only",
-                           "工程以只读方式打开");
+                           "项目以只读方式打开");
     }
     if (auto done = writeProjectFile(changed); !done) {
         return failed(done);

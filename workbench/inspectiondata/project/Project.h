@@ -25,7 +25,8 @@ public:
     static constexpr int kVersion = 1; ///< of project.json
 
     /// Fails for a missing or broken project.json, one of a newer version, a project that another process has
-    /// open, and a folder that cannot be written (exclusive access only). The rasters are not opened.
+    /// open, and a folder that cannot be written (exclusive access only). The rasters are not opened. A change of
+    /// line and stations that was interrupted is settled before (PendingProjectFile.h).
     static Result<Project> open(const QString& folder, Access access = Access::Exclusive);
 
     Project(Project&&) noexcept;
@@ -52,6 +53,10 @@ public:
     Status removeEpoch(const QString& key);
     /// The same with the base layers, bottom first.
     Status setBaseLayers(const std::vector<BaseLayer>& layers);
+    /// Replaces everything at once; amendment/AmendProject.h keeps the database in step.
+    Status setDescription(ProjectDescription description) { return store(std::move(description)); }
+    /// Takes what project.json says now.
+    Status reread();
 
 private:
     Status store(ProjectDescription changed);

@@ -35,6 +35,8 @@ struct Epoch {
     QString date; ///< ISO date, empty when it is not known
     QString dsm;  ///< surface model
     QString dom;  ///< orthophoto, empty when there is none
+    /// What the heights count from, as creation/HeightSystem.h has it, where a user has told; empty where the file does.
+    QString heights{};
 };
 
 /// Two epochs that are compared, by their keys (ProjectDescription::keyOf); the older one is the earlier one in

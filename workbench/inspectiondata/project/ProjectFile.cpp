@@ -18,6 +18,7 @@ namespace inspection {
 namespace {
 
 constexpr auto kFormat = "corridor-project";
+constexpr auto kDue = "counts_from"; // see PendingProjectFile.h
 
 Unexpected broken(const QString& file, const QString& cause, const QString& userCause) {
     return fileFailure(file, cause, userCause);
@@ -88,7 +89,7 @@ ProjectParameters parametersOf(const QJsonObject& json) {
 Result<QJsonObject> readJson(const QString& file) {
     QFile source(file);
     if (!source.exists()) {
-        return broken(file, "no such file, the folder is not a project", "文件不存在，该文件夹不是工程");
+        return broken(file, "no such file, the folder is not a project", "文件不存在，该文件夹不是项目");
     }
     if (!source.open(QIODevice::ReadOnly)) {
         return broken(file, "cannot be read: " + source.errorString(), "无法读取");
@@ -100,14 +101,14 @@ Result<QJsonObject> readJson(const QString& file) {
     }
     const QJsonObject json = document.object();
     if (json["format"].toString() != QLatin1String(kFormat)) {
-        return broken(file, "not a corridor project", "不是巡检工程文件");
+        return broken(file, "not a corridor project", "不是巡检项目文件");
     }
     if (json["version"].toInt() > Project::kVersion) {
         return broken(file,
                       QStringLiteral("project version %1 is newer than this program, which knows version %2")
                           .arg(json["version"].toInt())
                           .arg(Project::kVersion),
-                      "工程版本比本程序新，请升级程序");
+                      "项目版本比本程序新，请升级程序");
     }
     return document.object();
 }
@@ -118,7 +119,7 @@ std::vector<Epoch> epochsOf(const QString& folder, const QJsonArray& array) {
         const QJsonObject json = value.toObject();
         if (!json["dsm"].toString().isEmpty()) {
             epochs.push_back({json["date"].toString(), absolutePath(folder, json["dsm"].toString()),
-                              absolutePath(folder, json["dom"].toString())});
+                              absolutePath(folder, json["dom"].toString()), json["heights"].toString()});
         }
     }
     return epochs;
@@ -130,6 +131,9 @@ QJsonArray jsonOf(const QString& folder, const std::vector<Epoch>& epochs) {
         QJsonObject json{{"date", epoch.date}, {"dsm", storedPath(folder, epoch.dsm)}};
         if (!epoch.dom.isEmpty()) {
             json["dom"] = storedPath(folder, epoch.dom);
+        }
+        if (!epoch.heights.isEmpty()) {
+            json["heights"] = epoch.heights;
         }
         array.append(json);
     }
@@ -146,6 +150,14 @@ void setCompared(QJsonObject& json, const ProjectDescription& project) {
         json["compare"] = QJsonArray{project.compared->older, project.compared->newer};
     } else {
         json.remove(QStringLiteral("compare"));
+    }
+}
+
+void setDue(QJsonObject& json, const std::optional<DueRevision>& due) {
+    if (due) {
+        json[kDue] = QJsonObject{{"revision", qint64{due->revision}}, {"inspector", due->inspector}};
+    } else {
+        json.remove(QLatin1String(kDue));
     }
 }
 
@@ -235,7 +247,10 @@ QString projectFile(const QString& folder) {
 }
 
 Result<ProjectDescription> readProjectFile(const QString& folder) {
-    const QString file = projectFile(folder);
+    return readProjectFile(folder, projectFile(folder));
+}
+
+Result<ProjectDescription> readProjectFile(const QString& folder, const QString& file) {
     const auto read = readJson(file);
     if (!read) {
         return failed(read);
@@ -263,8 +278,24 @@ Result<ProjectDescription> readProjectFile(const QString& folder) {
 }
 
 Status writeProjectFile(const ProjectDescription& project) {
-    const QString name = projectFile(project.folder);
-    const auto earlier = readJson(name);
+    return writeProjectFile(project, projectFile(project.folder), std::nullopt);
+}
+
+Result<std::optional<DueRevision>> readDueRevision(const QString& file) {
+    const auto json = readJson(file);
+    if (!json) {
+        return failed(json);
+    }
+    if (!json->contains(kDue)) {
+        return std::nullopt;
+    }
+    const QJsonObject due = (*json)[kDue].toObject();
+    return DueRevision{due["revision"].toInteger(), due["inspector"].toString()};
+}
+
+Status writeProjectFile(const ProjectDescription& project, const QString& name,
+                        const std::optional<DueRevision>& due) {
+    const auto earlier = readJson(projectFile(project.folder));
     QJsonObject json = earlier.value_or(QJsonObject());
     json["format"] = kFormat;
     json["version"] = Project::kVersion;
@@ -276,6 +307,7 @@ Status writeProjectFile(const ProjectDescription& project) {
     json["parameters"] = parametersAsStored(project.parameters);
     setCompared(json, project);
     setBaseLayers(json, project);
+    setDue(json, due);
 
     QSaveFile file(name);
     const QByteArray text = QJsonDocument(json).toJson();

@@ -28,4 +28,17 @@ Result<ProjectDescription> readProjectFile(const QString& folder);
 /// holds beyond the description is kept.
 Status writeProjectFile(const ProjectDescription& project);
 
+/// The note of a relayout in the database, with which a project file begins to count; see PendingProjectFile.h.
+struct DueRevision {
+    std::int64_t revision = 0;
+    QString inspector;
+};
+
+/// The same with another file than project.json, whose further contents are kept all the same.
+Result<ProjectDescription> readProjectFile(const QString& folder, const QString& file);
+Status writeProjectFile(const ProjectDescription& project, const QString& file,
+                        const std::optional<DueRevision>& due);
+/// Nothing for a file that counts anyway.
+Result<std::optional<DueRevision>> readDueRevision(const QString& file);
+
 } // namespace inspection
