@@ -94,7 +94,7 @@ private:
         return m_next++;
     }
 
-    void put(int index, Outcome outcome) {
+    void put(int index, Outcome&& outcome) {
         std::unique_lock lock(m_mutex);
         m_done.try_emplace(index, std::move(outcome));
         m_changed.notify_all();

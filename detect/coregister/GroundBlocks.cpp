@@ -129,7 +129,8 @@ Result<GroundBlocks> readGroundBlocks(const PairLayout& layout, const Shift& shi
     GroundBlocks blocks;
     blocks.nodes = layBlocks(layout);
     const std::size_t count = blocks.nodes.count();
-    const int affordable = static_cast<int>(std::sqrt(static_cast<double>(kMostSamples / count)));
+    const int affordable =
+        static_cast<int>(std::sqrt(static_cast<double>(kMostSamples) / static_cast<double>(count)));
     const int across = std::clamp(affordable, kLeastSamplesAcross, kSamplesAcross);
     const int stride = std::max(1, blocks.nodes.spacing / across);
     const auto most = static_cast<std::size_t>(blocks.nodes.spacing / stride + 1);

@@ -157,7 +157,7 @@ TEST_F(ProjectDeskTest, TheStartPageStandsAloneUntilAProjectIsOpen) {
     EXPECT_FALSE(isStartShown());
     EXPECT_TRUE(m_window.toolArea().isEnabled());
     for (const QDockWidget* dock : m_window.findChildren<QDockWidget*>()) {
-        EXPECT_TRUE(dock->isVisible()) << dock->objectName().toStdString();
+        EXPECT_FALSE(dock->isHidden()) << dock->objectName().toStdString();
     }
     EXPECT_TRUE(m_boxes.texts.isEmpty());
 }

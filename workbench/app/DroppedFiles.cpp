@@ -4,6 +4,7 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QUrl>
 
 namespace {
 
@@ -21,6 +22,16 @@ QString projectAt(const QFileInfo& path) {
 }
 
 } // namespace
+
+QStringList localFiles(const QMimeData& dragged) {
+    QStringList files;
+    for (const QUrl& url : dragged.urls()) {
+        if (url.isLocalFile()) {
+            files << url.toLocalFile();
+        }
+    }
+    return files;
+}
 
 DroppedFiles sortDropped(const QStringList& paths) {
     GDALAllRegister();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QMimeData>
 #include <QStringList>
 
 /// What a user has dropped on the window.
@@ -9,5 +10,7 @@ struct DroppedFiles {
     QStringList vectors;
 };
 
+/// The files on this machine that are dragged.
+QStringList localFiles(const QMimeData& dragged);
 /// Looks at the heads of the files.
 DroppedFiles sortDropped(const QStringList& paths);

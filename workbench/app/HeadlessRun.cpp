@@ -97,7 +97,7 @@ bool HeadlessRun::showCorridor() {
 }
 
 bool HeadlessRun::tickStations() {
-    auto* tree = m_window.findChild<QTreeWidget*>();
+    auto* tree = m_window.findChild<QTreeWidget*>("stationTree");
     QTreeWidgetItem* stations = tree ? tree->topLevelItem(0) : nullptr;
     if (!stations) {
         return fail("the station tree is empty");

@@ -2,6 +2,7 @@
 
 #include "host/style/myMessageBox.h"
 #include "workbench/app/BaseLayerDialog.h"
+#include "workbench/app/DroppedFiles.h"
 #include "workbench/app/PairBox.h"
 #include "workbench/app/Panels.h"
 #include "workbench/app/PluginLoader.h"
@@ -25,7 +26,6 @@
 #include <QLabel>
 #include <QLoggingCategory>
 #include <QMenu>
-#include <QMimeData>
 #include <QScreen>
 #include <QShortcut>
 #include <QStackedWidget>
@@ -33,7 +33,6 @@
 #include <QTimer>
 #include <QToolBar>
 #include <QToolButton>
-#include <QUrl>
 #include <QVBoxLayout>
 
 #include <cmath>
@@ -49,16 +48,6 @@ constexpr const char* kWorldPicture =
 QString degrees(double value, const char* positive, const char* negative) {
     return QString::number(std::abs(value), 'f', 6) + QString::fromUtf8("°") +
            (value < 0 ? negative : positive);
-}
-
-QStringList localFiles(const QMimeData& dragged) {
-    QStringList files;
-    for (const QUrl& url : dragged.urls()) {
-        if (url.isLocalFile()) {
-            files << url.toLocalFile();
-        }
-    }
-    return files;
 }
 
 } // namespace

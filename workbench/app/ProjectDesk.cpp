@@ -12,6 +12,7 @@
 #include "workbench/inspection/creation/MissingFilesDialog.h"
 #include "workbench/inspection/creation/NewProjectDialog.h"
 #include "workbench/inspection/creation/ProjectSettingsDialog.h"
+#include "workbench/inspection/tree/StationTree.h"
 #include "workbench/viewer/GlobeWidget.h"
 
 #include <osgEarthUtil/EarthManipulator>

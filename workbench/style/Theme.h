@@ -24,7 +24,7 @@ inline const QColor kLine(0xd5, 0xdb, 0xe1);     ///< between parts of a window
 inline const QColor kTip(0xff, 0xfd, 0xf2);      ///< tool tips
 inline const QColor kSuccess(0x2e, 0x9e, 0x5b);
 inline const QColor kWarning(0xe0, 0x8a, 0x1e);
-inline const QColor kDanger(0xd6, 0x45, 0x45);
+inline const QColor kDanger(0xc0, 0x2f, 0x28);
 
 /// `pattern` with each @name replaced by that colour: @bar, @accent, @text, @quiet, @disabled, @body, @surface,
 /// @panel, @hover, @chosen, @border, @line and @danger.

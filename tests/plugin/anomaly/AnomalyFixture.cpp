@@ -278,6 +278,6 @@ void AnomalyTest::removeDifference(int station) const {
 void AnomalyTest::addThirdResult() const {
     change(
         "insert into comparison_result select null, 3, comparison_id, computed_at, dz_raster, threshold_m, "
-        "min_area_m2, coregistration, dx_m, dy_m, dz_m, nmad_before_m, nmad_after_m, cells "
-        "from comparison_result where station_id=1");
+        "min_area_m2, coregistration, dx_m, dy_m, dz_m, nmad_before_m, nmad_after_m, cells, summary, "
+        "stable_dz, correction_raster from comparison_result where station_id=1");
 }

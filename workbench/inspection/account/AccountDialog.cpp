@@ -3,6 +3,7 @@
 #include "workbench/inspection/account/CorrectionPicture.h"
 #include "workbench/inspection/account/HistogramChart.h"
 #include "workbench/inspectiondata/text/CoregistrationText.h"
+#include "workbench/style/Theme.h"
 
 #include <QDateTime>
 #include <QFormLayout>
@@ -79,7 +80,7 @@ AccountDialog::~AccountDialog() = default;
 void AccountDialog::addDoubt(QVBoxLayout& column, const DetectionAccount& account) {
     if (const auto doubt = doubtOf(account.coregistration.nmadAfterMetres, account.parameters)) {
         QLabel* label = makeText(*doubt, "accountDoubt");
-        label->setStyleSheet(QStringLiteral("color: #b02a10; font-weight: bold;"));
+        label->setStyleSheet(theme::styleSheet("color: @danger; font-weight: bold;"));
         column.addWidget(label);
     }
 }

@@ -13,6 +13,7 @@
 #include "workbench/inspection/session/StationWork.h"
 #include "workbench/inspection/settings/ParameterDialog.h"
 #include "workbench/inspection/table/AnomalyTableWindow.h"
+#include "workbench/inspection/tree/StationTree.h"
 #include "workbench/inspection/tree/StationTreeWindow.h"
 #include "workbench/inspectiondata/database/StationTable.h"
 
@@ -91,6 +92,7 @@ void InspectionContext::connectWindows() {
     connect(&history, &inspection::ProjectHistory::rowsChanged, m_stations, &StationTreeWindow::applyRows);
     connect(&history, &inspection::ProjectHistory::rowsChanged, m_anomalies, &AnomalyTableWindow::applyRows);
     connect(&history, &inspection::ProjectHistory::replacedByOthers, m_stations, &StationTreeWindow::reload);
+    connect(&history, &inspection::ProjectHistory::replacedByOthers, this, &InspectionContext::showPipeline);
     connect(m_session.get(), &Session::objectsReplaced, m_stations, &StationTreeWindow::reload);
     connect(m_session.get(), &Session::epochsChanged, this, &InspectionContext::epochsChanged);
     connect(&history, &inspection::ProjectHistory::replacedByOthers, m_account, &AccountLine::refresh);

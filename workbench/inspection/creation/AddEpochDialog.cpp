@@ -2,6 +2,7 @@
 
 #include "workbench/inspection/creation/EpochForm.h"
 #include "workbench/inspection/creation/EpochGuess.h"
+#include "workbench/style/Theme.h"
 
 #include <QDropEvent>
 #include <QFileInfo>
@@ -199,7 +200,7 @@ void AddEpochDialog::refresh() {
     }
     m_facts->setText(facts.join('\n'));
     const bool hasFailed = !m_failure.isEmpty() || (m_next && !*m_next && !isReading());
-    m_problem->setStyleSheet(hasFailed ? QStringLiteral("color: #b3261e;") : QString());
+    m_problem->setStyleSheet(hasFailed ? theme::styleSheet("color: @danger;") : QString());
     m_problem->setText(isSorting || isReading() ? tr("正在读取文件…")
                        : !m_failure.isEmpty()   ? m_failure
                        : !m_next                ? tr("请选择新一期的表面模型或点云，也可将文件拖到这里")

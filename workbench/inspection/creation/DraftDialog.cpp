@@ -2,6 +2,7 @@
 
 #include "workbench/inspection/creation/DraftPage.h"
 #include "workbench/inspection/creation/PlanPreview.h"
+#include "workbench/style/Theme.h"
 
 #include <QKeyEvent>
 #include <QLabel>
@@ -89,9 +90,9 @@ QWidget* DraftDialog::buildSteps() {
         step->setCheckable(true);
         step->setAutoRaise(true);
         step->setFocusPolicy(Qt::NoFocus);
-        step->setStyleSheet(
-            "QToolButton { padding: 4px 14px; border: none; border-bottom: 3px solid #dde3eb; }"
-            "QToolButton:checked { font-weight: 600; border-bottom-color: #1e6fd9; }");
+        step->setStyleSheet(theme::styleSheet(
+            "QToolButton { padding: 4px 14px; border: none; border-bottom: 3px solid @line; }"
+            "QToolButton:checked { font-weight: 600; border-bottom-color: @accent; }"));
         connect(step, &QToolButton::clicked, this, [this, i] { goTo(int(i)); });
         m_steps.push_back(step);
         row->addWidget(step);
@@ -189,7 +190,7 @@ void DraftDialog::showProblem() {
                                                 : m_pages[std::size_t(i)]->title() + tr("：") + problem;
     }
     const bool isProblem = !text.isEmpty() && !m_draft.wish().epochs.empty(); // at first it is but a hint
-    m_problem->setStyleSheet(isProblem ? QStringLiteral("color: #b3261e;") : QString());
+    m_problem->setStyleSheet(isProblem ? theme::styleSheet("color: @danger;") : QString());
     m_problem->setText(text.isEmpty() && m_draft.isReading() ? tr("正在读取文件…") : text);
 }
 

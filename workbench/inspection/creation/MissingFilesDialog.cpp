@@ -3,6 +3,7 @@
 #include "workbench/inspectiondata/amendment/AmendProject.h"
 #include "workbench/inspectiondata/database/PipelineDatabase.h"
 #include "workbench/inspectiondata/database/StationTable.h"
+#include "workbench/style/Theme.h"
 
 #include <QDir>
 #include <QFileDialog>
@@ -83,7 +84,7 @@ void MissingFilesDialog::build() {
     m_problem->setObjectName("missingProblem");
     m_problem->setWordWrap(true);
     m_problem->setTextFormat(Qt::PlainText);
-    m_problem->setStyleSheet(QStringLiteral("color: #b3261e;"));
+    m_problem->setStyleSheet(theme::styleSheet("color: @danger;"));
     auto* locateButton = new QPushButton(tr("定位…"));
     locateButton->setObjectName("locate");
     locateButton->setDefault(true);

@@ -16,6 +16,10 @@ osg::Vec3d globeEye() {
                : osg::Vec3d();
 }
 
+bool isGlobeView(const osg::Camera& camera) {
+    return g_pCXviewer && g_pCXviewer->getViewer() && g_pCXviewer->getViewer()->getCamera() == &camera;
+}
+
 void redrawGlobe() {
     if (g_pCXviewer && g_pCXviewer->getViewer()) {
         g_pCXviewer->getViewer()->requestRedraw();

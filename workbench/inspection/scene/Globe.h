@@ -2,6 +2,10 @@
 
 #include <osg/Vec3d>
 
+namespace osg {
+class Camera;
+}
+
 namespace osgEarth {
 class MapNode;
 }
@@ -13,6 +17,9 @@ osgEarth::MapNode* globeMapNode();
 
 /// Where the view is seen from, in world coordinates; the origin without a globe.
 osg::Vec3d globeEye();
+
+/// Whether that camera makes the picture that is seen, and not one for picking or the like.
+bool isGlobeView(const osg::Camera& camera);
 
 /// Asks for a new frame after a change that the viewer cannot see by itself. Any thread.
 void redrawGlobe();

@@ -17,10 +17,10 @@ namespace {
 constexpr double kEdgeShare = 0.04; ///< room around the bounds, as part of the longer side
 constexpr double kFinestMetresPerPixel = 0.04;
 constexpr int kLeastPixels = 48;
-constexpr double kTint = 0.33; ///< least opacity within the outline
+constexpr double kTint = 0.5; ///< least opacity within the outline
 /// Of the differences, at most: what is judged has to be seen through them, also when a selection colours them all
 /// in yellow; the line along the outline then stands out by itself.
-constexpr double kDifferences = 0.5;
+constexpr double kDifferences = 0.4;
 
 QTransform groundToPicture(const QRectF& ground, const QSize& pixels) {
     QTransform transform;

@@ -13,6 +13,7 @@
 #include <osgEarthSymbology/IconSymbol>
 #include <osgEarthSymbology/LineSymbol>
 #include <osgEarthSymbology/TextSymbol>
+#include <osgUtil/CullVisitor>
 
 #include <QImage>
 #include <QPainter>
@@ -238,12 +239,25 @@ void addNodes(osg::Group& group, const std::vector<KV_BasicNode>& nodes) {
     }
 }
 
+/// Pictures that are made for picking hold nothing of it: a caption must not stand before an anomaly there.
+class ForTheViewOnly : public osg::NodeCallback {
+public:
+    void operator()(osg::Node* node, osg::NodeVisitor* visitor) override {
+        osgUtil::CullVisitor* cull = visitor->asCullVisitor();
+        if (!cull || isGlobeView(*cull->getCurrentCamera())) {
+            traverse(node, visitor);
+        }
+    }
+};
+
 } // namespace
 
 PipelineNodes::PipelineNodes() {
+    const osg::ref_ptr<ForTheViewOnly> forTheViewOnly = new ForTheViewOnly;
     for (osg::ref_ptr<osg::Group>& group : m_groups) {
         group = new osg::Group;
         group->setName("pipeline");
+        group->setCullCallback(forTheViewOnly);
         osgEarth::GLUtils::setGlobalDefaults(group->getOrCreateStateSet());
     }
 }

@@ -122,6 +122,31 @@ std::vector<std::uint32_t> StationTree::checkedStations() const {
     return ids;
 }
 
+StationChoice StationTree::choice() const {
+    StationChoice choice;
+    for (const std::uint32_t id : checkedStations()) {
+        choice.checked << station(id)->text(NameColumn);
+    }
+    const QTreeWidgetItem* current = currentItem();
+    if (current && current->type() == Station) {
+        choice.current = current->text(NameColumn);
+    }
+    return choice;
+}
+
+void StationTree::setChoice(const StationChoice& choice) {
+    for (int i = 0; i < m_stations->childCount(); ++i) {
+        QTreeWidgetItem* entry = m_stations->child(i);
+        const QString name = entry->text(NameColumn);
+        if (choice.checked.contains(name)) {
+            entry->setCheckState(NameColumn, Qt::Checked);
+        }
+        if (!choice.current.isEmpty() && choice.current == name) {
+            setCurrentItem(entry);
+        }
+    }
+}
+
 void StationTree::setName(QTreeWidgetItem* item, const QString& name) {
     const QSignalBlocker quiet(this);
     item->setText(NameColumn, name);

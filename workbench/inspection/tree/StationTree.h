@@ -1,11 +1,18 @@
 #pragma once
 
+#include <QStringList>
 #include <QTreeWidget>
 
 #include <cstdint>
 #include <vector>
 
 namespace inspection {
+
+/// What of the stations the user has chosen, by name.
+struct StationChoice {
+    QStringList checked;
+    QString current; ///< empty when no station is
+};
 
 /// The tree of stations and special objects with its check boxes: a click on a box with Shift sets all boxes
 /// from the last one set up to it; special objects are renamed with F2 and deleted with Delete; the context
@@ -36,6 +43,9 @@ public:
     QTreeWidgetItem* station(std::uint32_t id) const;
     /// Ids of the checked stations in tree order.
     std::vector<std::uint32_t> checkedStations() const;
+    StationChoice choice() const;
+    /// Names that there are no more are passed over.
+    void setChoice(const StationChoice& choice);
     /// Shows a name without announcing it as a change.
     void setName(QTreeWidgetItem* item, const QString& name);
     /// Notes which version of an object's row the entry shows.

@@ -292,28 +292,11 @@ void StationTreeWindow::applyTo(KV_StationItem& station, const std::vector<Anoma
 }
 
 StationChoice StationTreeWindow::choice() const {
-    StationChoice choice;
-    for (const std::uint32_t id : m_tree->checkedStations()) {
-        choice.checked << m_tree->station(id)->text(StationTree::NameColumn);
-    }
-    const QTreeWidgetItem* current = m_tree->currentItem();
-    if (current && current->type() == StationTree::Station) {
-        choice.current = current->text(StationTree::NameColumn);
-    }
-    return choice;
+    return m_tree->choice();
 }
 
 void StationTreeWindow::setChoice(const StationChoice& choice) {
-    for (int i = 0; i < m_tree->stationRoot()->childCount(); ++i) {
-        QTreeWidgetItem* entry = m_tree->stationRoot()->child(i);
-        const QString name = entry->text(StationTree::NameColumn);
-        if (choice.checked.contains(name)) {
-            entry->setCheckState(StationTree::NameColumn, Qt::Checked);
-        }
-        if (!choice.current.isEmpty() && choice.current == name) {
-            m_tree->setCurrentItem(entry);
-        }
-    }
+    m_tree->setChoice(choice);
 }
 
 bool StationTreeWindow::hasOtherStations() const {

@@ -4,7 +4,6 @@
 #include "workbench/inspectiondata/history/ProjectHistory.h"
 
 #include <QColor>
-#include <QStringList>
 
 #include <memory>
 #include <set>
@@ -21,12 +20,7 @@ struct AnomalyChange;
 class SpecialObjectNodes;
 class SpecialObjects;
 class StationTree;
-
-/// What of the stations the user has chosen, by name.
-struct StationChoice {
-    QStringList checked;
-    QString current; ///< empty when no station is
-};
+struct StationChoice;
 
 /// The tree of stations and special objects of the open project. A checked station is shown on the globe and
 /// taken for work. GUI thread.
