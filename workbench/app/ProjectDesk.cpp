@@ -165,13 +165,13 @@ void ProjectDesk::finishNew(const QString& folder, const QStringList& notes) {
 void ProjectDesk::takeDropped(const QStringList& paths) {
     const DroppedFiles files = sortDropped(paths);
     const inspection::Project* project = InspectionContext::instance().project();
-    if (m_dialog && m_dialog->isVisible()) {
-        makeNew(files.rasters, files.vectors.value(0));
-    } else if (m_epochs.takeDropped(files.rasters, files.vectors)) {
+    const bool isMakingOne = m_dialog && m_dialog->isVisible();
+    if (!isMakingOne && m_epochs.takeDropped(files.rasters, files.vectors)) {
         return;
-    } else if (!files.project.isEmpty()) {
+    }
+    if (!isMakingOne && !files.project.isEmpty()) {
         open(files.project);
-    } else if (!project) {
+    } else if (isMakingOne || !project) {
         makeNew(files.rasters, files.vectors.value(0));
     } else if (files.rasters.isEmpty()) {
         m_epochs.import(files.vectors);

@@ -35,7 +35,8 @@ const char* const kTextSource =
     "in vec2 oe_place_tc;\n"
     "uniform sampler2D oe_place_tex;\n"
     "// Thin strokes of small letters cover no pixel wholly; without this they would be grey.\n"
-    "void oe_place_text(inout vec4 color) { color.a *= pow(texture(oe_place_tex, oe_place_tc).a, 0.6); }\n";
+    "void oe_place_text(inout vec4 color) { color.a *= min(1.5 * texture(oe_place_tex, oe_place_tc).a, 1.0); "
+    "}\n";
 
 osg::ref_ptr<osg::StateSet> screenState(const char* function, const char* source) {
     osg::ref_ptr<osg::StateSet> stateSet = new osg::StateSet;

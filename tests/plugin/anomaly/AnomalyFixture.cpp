@@ -16,6 +16,7 @@
 #include <QApplication>
 #include <QComboBox>
 #include <QPushButton>
+#include <QTest>
 
 #include <osgEarthAnnotation/FeatureNode>
 

@@ -3,6 +3,8 @@
 #include "tests/plugin/anomaly/AnomalyFixture.h"
 #include "tests/support/WaitUntil.h"
 
+#include <QTest>
+
 #include <osgEarth/Viewpoint>
 #include <osgEarthUtil/EarthManipulator>
 

@@ -7,6 +7,7 @@
 #include "host/inspection/StationWindow.h"
 
 #include <QLabel>
+#include <QTest>
 #include <QTreeWidget>
 
 #include <osgEarth/Viewpoint>

@@ -19,6 +19,8 @@
 #include <osgEarthSymbology/TextSymbol>
 #include <osgViewer/View>
 
+#include <cstdlib>
+
 using osgEarth::Symbology::IconSymbol;
 using osgEarth::Symbology::TextSymbol;
 using osgGA::GUIEventAdapter;
@@ -128,6 +130,22 @@ TEST_F(PointMarker, TheLabelTakesTheNameFieldAtEachClick) {
     EXPECT_EQ(marker()->getText(), "一号阀室");
 }
 
+/// But for what another place in the texture of letters makes of them.
+bool lookAlike(const QImage& one, const QImage& other) {
+    constexpr int kLevels = 6;
+    for (int y = 0; y < one.height(); ++y) {
+        for (int x = 0; x < one.width(); ++x) {
+            const QColor a = one.pixelColor(x, y);
+            const QColor b = other.pixelColor(x, y);
+            if (std::abs(a.red() - b.red()) > kLevels || std::abs(a.green() - b.green()) > kLevels ||
+                std::abs(a.blue() - b.blue()) > kLevels) {
+                return false;
+            }
+        }
+    }
+    return one.size() == other.size();
+}
+
 TEST_F(PointMarker, TheLabelOnTheGlobeShowsTheChineseCharactersOfTheName) {
     const auto pictureWithName = [this](const QString& name) {
         startTool();
@@ -147,8 +165,8 @@ TEST_F(PointMarker, TheLabelOnTheGlobeShowsTheChineseCharactersOfTheName) {
     EXPECT_NE(none, valve);
     // Two characters that no font has look alike; two that it has do not.
     const QImage box = pictureWithName(QString::fromUcs4(U"\U000F0000\U000F0000"));
-    EXPECT_EQ(pictureWithName(QString::fromUcs4(U"\U000F0001\U000F0001")), box);
-    EXPECT_NE(box, valve);
+    EXPECT_TRUE(lookAlike(pictureWithName(QString::fromUcs4(U"\U000F0001\U000F0001")), box));
+    EXPECT_FALSE(lookAlike(box, valve));
 }
 
 TEST_F(PointMarker, StandsAtThePickedPlaceInSinglePrecision) {

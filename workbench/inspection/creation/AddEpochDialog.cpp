@@ -212,13 +212,13 @@ void AddEpochDialog::refresh() {
 void AddEpochDialog::goOn() {
     m_goesOnWhenRead = isReading();
     if (!m_goesOnWhenRead && m_next && *m_next) {
-        make();
+        make(**m_next);
     }
 }
 
-void AddEpochDialog::make() {
+void AddEpochDialog::make(const NextEpoch& next) {
     m_failure.clear();
-    m_jobs.start(tr("添加期次"), [this, project = m_project, next = **m_next,
+    m_jobs.start(tr("添加期次"), [this, project = m_project, next,
                                   copies = m_form->wish().copiesFiles](const JobRunner::Progress& progress) {
         const auto made = std::make_shared<Result<MadeEpoch>>(makeEpoch(
             project, next, copies, [&progress](double fraction) { return progress(fraction, QString()); }));

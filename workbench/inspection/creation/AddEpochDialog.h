@@ -54,7 +54,7 @@ private:
     void takeNext();
     void read();
     void goOn();
-    void make();
+    void make(const NextEpoch& next);
     void finish(const std::shared_ptr<Result<MadeEpoch>>& made);
     void refresh();
     void showMaking(bool isMaking);
