@@ -1,6 +1,7 @@
 #include "Opened.h"
 
 #include "host/Gbk.h"
+#include "workbench/inspectiondata/database/SpecialObjectImport.h"
 #include "workbench/inspectiondata/output/InspectionData.h"
 #include "workbench/inspectiondata/output/Report.h"
 #include "workbench/inspectiondata/output/ReportFacts.h"
@@ -168,7 +169,8 @@ TEST_F(OutputTest, AReportThatIsStoppedOrRefusedLeavesTheEarlierOne) {
 TEST_F(OutputTest, ShapesOpenWithTheirReferenceSystemAndUtf8Texts) {
     const QString folder = m_opened.files.beside("shape");
     ASSERT_TRUE(writeShapes(m_data, folder).has_value());
-    for (const char* layer : {"anomalies", "stations", "centerline"}) {
+    for (const char* layer : {"anomalies", "stations", "centerline", "special_points", "special_areas",
+                              "high_consequence_areas", "nodes"}) {
         for (const char* ending : {"shp", "shx", "dbf", "prj", "cpg"}) {
             EXPECT_TRUE(QFile::exists(folder + '/' + layer + '.' + ending)) << layer << ending;
         }
@@ -219,6 +221,63 @@ TEST_F(OutputTest, ShapesHaveEveryFigureOfAnAnomalyInTheOrderThatOthersRely) {
             EXPECT_EQ(written.contains(told), isTold) << field.name;
         }
     }
+}
+
+TEST_F(OutputTest, SpecialObjectsInTheShapesCanBeImportedWithTheirLook) {
+    Special_Polygon area(toGbk("堆场"), {114.0, 30.0, 0.0});
+    area.m_attribute = toGbk("渣土");
+    area.m_vertices = {{114.0, 30.0, 0.0}, {114.001, 30.0, 0.0}, {114.001, 30.001, 0.0}};
+    area.m_fillColor = {0.2F, 0.4F, 0.6F};
+    area.m_borderColor = {1.0F, 0.0F, 0.2F};
+    area.m_borderWidth = 7;
+    area.m_opacity = 0.35F;
+    area.m_level = 2;
+    m_data.specialAreas.emplace_back(area);
+    area.SetName(toGbk("东关村"));
+    m_data.highConsequenceAreas.push_back(area);
+    m_data.specialPoints.emplace_back(toGbk("一号阀室"), osg::Vec3d(114.0005, 30.0005, 12.5));
+    const QString folder = m_opened.files.beside("shape");
+    ASSERT_TRUE(writeShapes(m_data, folder).has_value());
+
+    const struct {
+        const char* layer;
+        KV_ObjectType type;
+    } kinds[] = {{"special_points", KV_SPECIAL_POINT},
+                 {"special_areas", KV_SPECIAL_AREA},
+                 {"high_consequence_areas", KV_HIGH_CONSEQUENCE_AREA}};
+    for (const auto& kind : kinds) {
+        const auto imported = valueOf(importSpecialObjects(
+            m_opened.project.description(), {folder + '/' + kind.layer + ".shp", kind.type, {}, {}}, true,
+            m_opened.sql(), {}));
+        EXPECT_EQ(imported.stored, 1) << kind.layer;
+        EXPECT_TRUE(imported.refusals.isEmpty()) << imported.refusals.join('\n').toStdString();
+    }
+    const InspectionData again = valueOf(readInspectionData(m_opened.project.description(), m_opened.sql()));
+    ASSERT_EQ(again.specialPoints.size(), 1U);
+    EXPECT_EQ(again.specialPoints[0].GetName(), toGbk("一号阀室"));
+    EXPECT_NEAR(again.specialPoints[0].GetCoor().x(), 114.0005, 1e-7);
+    ASSERT_EQ(again.specialAreas.size(), 1U);
+    ASSERT_EQ(again.highConsequenceAreas.size(), 1U);
+    const Special_Area& taken = again.specialAreas[0];
+    EXPECT_EQ(taken.m_attribute, toGbk("渣土"));
+    ASSERT_EQ(taken.m_vertices.size(), 3U);
+    EXPECT_NEAR(taken.m_fillColor.y(), 0.4F, 1e-3F);
+    EXPECT_NEAR(taken.m_borderColor.z(), 0.2F, 1e-3F);
+    EXPECT_EQ(taken.m_borderWidth, 7);
+    EXPECT_FLOAT_EQ(taken.m_opacity, 0.35F);
+    EXPECT_EQ(taken.m_level, 2);
+}
+
+TEST_F(OutputTest, AnEarlierExportsObjectsGoWhenThereAreNoneAnyMore) {
+    m_data.specialPoints.emplace_back(toGbk("一号阀室"), osg::Vec3d(114.0005, 30.0005, 12.5));
+    const QString folder = m_opened.files.beside("shape");
+    ASSERT_TRUE(writeShapes(m_data, folder).has_value());
+    m_data.specialPoints.clear();
+    ASSERT_TRUE(writeShapes(m_data, folder).has_value());
+    const GDALDatasetUniquePtr dataset(
+        GDALDataset::Open((folder + "/special_points.shp").toUtf8().constData(), GDAL_OF_VECTOR));
+    ASSERT_TRUE(dataset != nullptr);
+    EXPECT_EQ(dataset->GetLayer(0)->GetFeatureCount(), 0);
 }
 
 TEST_F(OutputTest, ATableOfTheReportHasATextForEachColumn) {

@@ -86,7 +86,7 @@ void drawTitle(ReportCanvas& canvas, double y, const AnomalyFacts& facts) {
     canvas.text({left + 34.0, y, 60.0, 7.0},
                 facts.className + (facts.judged ? "（已核查）" : "（建议，待核查）"), 9.5);
     const QString place = fromGbk(facts.findings->station.m_name);
-    canvas.text({left + 94.0, y, ReportCanvas::kWidth - 96.0, 7.0}, QStringLiteral("站点 ") + place, 9.0,
+    canvas.text({left + 94.0, y, ReportCanvas::kWidth - 96.0, 7.0}, QStringLiteral("站段 ") + place, 9.0,
                 Qt::AlignRight | Qt::AlignVCenter, ReportCanvas::kQuiet);
 }
 

@@ -22,6 +22,7 @@ Result<InspectionData> readInspectionData(const ProjectDescription& project,
             data.stations.push_back({station, readStationResult(database, station.m_id, pair),
                                      readAnomalies(database, station.m_id, pair)});
         }
+        data.pipeNodes = readPipeNodes(database);
         data.specialPoints = readSpecialPoints(database);
         data.specialAreas = readSpecialAreas(database);
         data.highConsequenceAreas = readHighConsequenceAreas(database);

@@ -24,6 +24,7 @@ struct StationFindings {
 struct InspectionData {
     ProjectDescription project;
     std::vector<StationFindings> stations; ///< by id
+    std::vector<KV_BasicNode> pipeNodes;   ///< valves, posts and the like
     std::vector<Special_Point> specialPoints;
     std::vector<Special_Area> specialAreas;
     std::vector<Special_Polygon> highConsequenceAreas;

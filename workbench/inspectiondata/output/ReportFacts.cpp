@@ -170,7 +170,7 @@ std::vector<NamedFact> projectFacts(const InspectionData& data) {
             {"前期航摄", epochTitle(project.oldEpoch(), "日期未知")},
             {"后期航摄", epochTitle(project.newEpoch(), "日期未知")},
             {"坐标系", project.crs.startsWith("EPSG") ? project.crs : QStringLiteral("自定义投影坐标系")},
-            {"巡检站点",
+            {"巡检站段",
              QStringLiteral("%1 个（已计算 %2 个）").arg(data.stations.size()).arg(computedStations(data))},
             {"检出异常", QStringLiteral("%1 处").arg(data.anomalyCount())},
             {"高后果区", QStringLiteral("%1 处").arg(data.highConsequenceAreas.size())},

@@ -299,7 +299,7 @@ void PdfReport::drawMapLegend(double y) {
         m_canvas.text({x + 9.0, y, 26.0, 5.0}, name, 8.5);
         x += 36.0;
     }
-    m_canvas.text({x, y, kWidth - (x - kLeft), 5.0}, QStringLiteral("虚线为站点范围，数字为站点编号"), 8.5,
+    m_canvas.text({x, y, kWidth - (x - kLeft), 5.0}, QStringLiteral("虚线为站段范围，数字为站段编号"), 8.5,
                   Qt::AlignLeft | Qt::AlignVCenter, ReportCanvas::kQuiet);
 }
 

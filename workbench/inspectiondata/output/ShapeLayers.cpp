@@ -2,6 +2,7 @@
 
 #include "detect/GdalErrors.h"
 #include "host/Gbk.h"
+#include "workbench/inspectiondata/output/SpecialObjectLayers.h"
 #include "workbench/inspectiondata/pipeline/Surroundings.h"
 #include "workbench/inspectiondata/project/Georeference.h"
 #include "workbench/inspectiondata/text/AnomalyFields.h"
@@ -248,6 +249,9 @@ std::vector<ShapeLayer> shapeLayers(const InspectionData& data, const Pipeline& 
     layers.push_back(stationLayer(data, reference));
     if (!pipeline.parts().empty()) {
         layers.push_back(centerlineLayer(pipeline, data.project.name.toStdString(), reference));
+    }
+    for (ShapeLayer& layer : specialObjectLayers(data, reference)) {
+        layers.push_back(std::move(layer));
     }
     return layers;
 }

@@ -34,7 +34,7 @@ struct ShapeLayer {
     std::vector<Feature> features;
 };
 
-/// Layers "anomalies", "stations" and, where there is one, "centerline". Any thread.
+/// Layers "anomalies", "stations", where there is one "centerline", and those of specialObjectLayers(). Any thread.
 std::vector<ShapeLayer> shapeLayers(const InspectionData& data, const Pipeline& pipeline);
 
 /// Writes the layers by a GDAL driver: to a folder for "ESRI Shapefile", to a file otherwise, and reads back

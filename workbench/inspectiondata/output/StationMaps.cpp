@@ -49,7 +49,7 @@ void StationMaps::draw(ReportCanvas& canvas, const std::function<void()>& nextPa
         const int place = static_cast<int>(i) % mapsPerPage();
         if (place == 0) {
             nextPage();
-            canvas.heading(ReportCanvas::kTop, QStringLiteral("站点平面图"));
+            canvas.heading(ReportCanvas::kTop, QStringLiteral("站段平面图"));
         }
         const int column = place % m_columns;
         const int row = place / m_columns;
