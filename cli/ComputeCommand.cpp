@@ -25,8 +25,8 @@ namespace {
 
 constexpr auto kCommand = "compute";
 constexpr auto kUsage = "用法：corridor compute PROJECT [--stations 1,2,…] [--pair OLD,NEW]\n"
-                        "  检测项目各站点的异常并存入项目数据库；其他各对期次的结果保留。\n"
-                        "  --stations  站点编号，以逗号分隔；不给出时计算全部站点\n";
+                        "  检测项目各站段的异常并存入项目数据库；其他各对期次的结果保留。\n"
+                        "  --stations  站段编号，以逗号分隔；不给出时计算全部站段\n";
 
 /// Numbers separated by commas; empty for anything else.
 std::vector<std::uint32_t> parseStations(const std::string& text) {
@@ -48,12 +48,12 @@ void printSummary(mysqlhelper::KV_MySQL& database, const inspection::EpochPair& 
         const auto& done = summary.stationIds;
         if (std::find(done.begin(), done.end(), station.m_id) != done.end()) {
             const auto anomalies = inspection::readAnomalies(database, station.m_id, pair);
-            std::printf("站点 %u  %s  异常 %zu 处\n", station.m_id, gbkToUtf8(station.m_name).c_str(),
+            std::printf("站段 %u  %s  异常 %zu 处\n", station.m_id, gbkToUtf8(station.m_name).c_str(),
                         anomalies.size());
         }
     }
     std::printf("对比 %s\n", qUtf8Printable(inspection::pairTitle(pair)));
-    std::printf("共 %zu 个站点，异常 %d 处，比较像元 %lld 个，用时 %.1f 秒\n", summary.stationIds.size(),
+    std::printf("共 %zu 个站段，异常 %d 处，比较像元 %lld 个，用时 %.1f 秒\n", summary.stationIds.size(),
                 summary.anomalies, static_cast<long long>(summary.cells), summary.seconds);
 }
 
@@ -119,7 +119,7 @@ int runCompute(const std::vector<std::string>& arguments) {
     const auto stations = parseStations(options->value("--stations"));
     if (options->has("--stations") && stations.empty()) {
         return fail(kCommand, kStatusWrongUse,
-                    "--stations 的值必须是以逗号分隔的站点编号：" + options->value("--stations"));
+                    "--stations 的值必须是以逗号分隔的站段编号：" + options->value("--stations"));
     }
     int count = 0;
     const QCoreApplication application(count, nullptr);

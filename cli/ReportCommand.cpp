@@ -24,7 +24,7 @@ namespace {
 constexpr auto kReportUsage = "用法：corridor report PROJECT --out FILE.(pdf|odt|html) [--pair OLD,NEW]\n"
                               "  由项目中已存入的结果生成巡检报告。\n";
 constexpr auto kShapeUsage = "用法：corridor shape PROJECT --out DIR [--pair OLD,NEW]\n"
-                             "  将异常、站点和管道中心线输出为 Shapefile 和 GeoPackage。\n";
+                             "  将异常、站段和管道中心线输出为 Shapefile 和 GeoPackage。\n";
 
 using Writer = inspection::Status (*)(const InspectionData& data, const QString& target,
                                       const inspection::OutputProgress& progress);

@@ -138,7 +138,7 @@ TEST(ComputationTest, ProgressNeverGoesBackAndEndsAtOne) {
     }));
     EXPECT_DOUBLE_EQ(last, 1.0);
     steps.removeDuplicates();
-    EXPECT_EQ(steps, QStringList({"两期数据配准", "计算站点 一号站", "计算站点 二号站", "保存结果"}));
+    EXPECT_EQ(steps, QStringList({"两期数据配准", "计算站段 一号站", "计算站段 二号站", "保存结果"}));
 }
 
 TEST(ComputationTest, BadRastersFailInOneLineAndLeaveTheEarlierResults) {

@@ -3,11 +3,13 @@
 #include "host/style/myMessageBox.h"
 #include "workbench/app/BaseLayerDialog.h"
 #include "workbench/app/DroppedFiles.h"
+#include "workbench/app/GuideWindow.h"
 #include "workbench/app/PairBox.h"
 #include "workbench/app/Panels.h"
 #include "workbench/app/PluginLoader.h"
 #include "workbench/app/ProjectDesk.h"
 #include "workbench/app/StartPage.h"
+#include "workbench/app/StatusLine.h"
 #include "workbench/app/ToolArea.h"
 #include "workbench/engine/EngineContext.h"
 #include "workbench/inspection/context/InspectionContext.h"
@@ -23,19 +25,17 @@
 #include <QDropEvent>
 #include <QFormLayout>
 #include <QHBoxLayout>
-#include <QLabel>
 #include <QLoggingCategory>
 #include <QMenu>
 #include <QScreen>
 #include <QShortcut>
 #include <QStackedWidget>
-#include <QStatusBar>
 #include <QTimer>
 #include <QToolBar>
 #include <QToolButton>
 #include <QVBoxLayout>
 
-#include <cmath>
+#include <algorithm>
 
 namespace {
 
@@ -44,11 +44,6 @@ Q_LOGGING_CATEGORY(logApp, "corridor.app")
 // Natural Earth, as the distribution's package lays it down.
 constexpr const char* kWorldPicture =
     "/usr/share/cartopy/data/raster/natural_earth/50-natural-earth-1-downsampled.png";
-
-QString degrees(double value, const char* positive, const char* negative) {
-    return QString::number(std::abs(value), 'f', 6) + QString::fromUtf8("°") +
-           (value < 0 ? negative : positive);
-}
 
 } // namespace
 
@@ -72,7 +67,12 @@ MainWindow::MainWindow()
         m_layers.setImageryOpacity(opacity);
         m_globe->requestRedraw();
     });
-    buildStatusBar();
+    m_status = new StatusLine(*this, *m_globe);
+    connect(m_status, &StatusLine::undoAsked, m_toolArea, &ToolArea::undo);
+    connect(&m_baseLayers, &BaseLayers::troubled, this, [this](const QString& line) {
+        qCWarning(logApp).noquote() << line;
+        m_status->tell(line);
+    });
     connectGlobe();
     addWorldBackdrop();
 }
@@ -163,7 +163,10 @@ void MainWindow::rememberLayout() {
 }
 
 void MainWindow::goToOverview() {
-    if (const std::optional<osgEarth::Viewpoint> overview = m_layers.overview()) {
+    layout()->activate(); // panels may just have come
+    m_centre->layout()->activate();
+    const double aspect = double(m_globe->width()) / std::max(1, m_globe->height());
+    if (const std::optional<osgEarth::Viewpoint> overview = m_layers.overview(aspect)) {
         m_globe->getManipulator()->setHomeViewpoint(*overview);
         m_globe->getManipulator()->setViewpoint(*overview, 0.0);
     }
@@ -200,6 +203,8 @@ void MainWindow::buildCentre() {
     m_desk = std::make_unique<ProjectDesk>(*this, *m_start);
     connect(new QShortcut(QKeySequence::New, this), &QShortcut::activated, m_desk.get(),
             [this] { m_desk->makeNew(); });
+    connect(new QShortcut(QKeySequence::HelpContents, this), &QShortcut::activated, this,
+            &MainWindow::showGuide);
     connect(new QShortcut(Qt::CTRL | Qt::Key_E, this), &QShortcut::activated, m_desk.get(),
             [this] { m_desk->epochs().add(); });
     connect(new QShortcut(Qt::CTRL | Qt::Key_I, this), &QShortcut::activated, m_desk.get(),
@@ -297,29 +302,13 @@ QToolButton* MainWindow::buildViewButton(QWidget* parent) {
     view->setPopupMode(QToolButton::InstantPopup);
     auto* menu = new QMenu(view);
     view->setMenu(menu);
-    connect(menu, &QMenu::aboutToShow, this, [this, menu] { m_panels->fillMenu(*menu); });
-    return view;
-}
-
-void MainWindow::buildStatusBar() {
-    m_tip = new QLabel(tr("就绪"), this);
-    m_tip->setObjectName("statusTip");
-    m_preparation = new QLabel(this);
-    m_preparation->setObjectName("preparation");
-    m_coordinates = new QLabel(this);
-    m_coordinates->setObjectName("coordinates");
-    m_coordinates->setMinimumWidth(360);
-    m_coordinates->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
-    statusBar()->addWidget(m_tip, 1);
-    statusBar()->addPermanentWidget(InspectionContext::instance().accountLine());
-    statusBar()->addPermanentWidget(InspectionContext::instance().progressWidget());
-    statusBar()->addPermanentWidget(m_preparation);
-    statusBar()->addPermanentWidget(m_coordinates);
-    connect(&zeo::EngineContext::instance(), &zeo::EngineContext::statusTipChanged, m_tip, &QLabel::setText);
-    connect(&m_baseLayers, &BaseLayers::troubled, this, [this](const QString& line) {
-        qCWarning(logApp).noquote() << line;
-        m_tip->setText(line);
+    connect(menu, &QMenu::aboutToShow, this, [this, menu] {
+        m_panels->fillMenu(*menu);
+        menu->addSeparator();
+        menu->addAction(tr("使用手册"), QKeySequence(QKeySequence::HelpContents), this,
+                        &MainWindow::showGuide);
     });
+    return view;
 }
 
 void MainWindow::connectGlobe() {
@@ -328,18 +317,11 @@ void MainWindow::connectGlobe() {
     m_globe->setWorkBetweenFrames([&handlers] { handlers.deliverMessages(); });
     handlers.setWakeUp([this] { m_globe->requestRedraw(); });
 
-    connect(m_globe, &GlobeWidget::pointerOnGlobe, this, &MainWindow::showPointer);
-    connect(m_globe, &GlobeWidget::pointerOffGlobe, m_coordinates, &QLabel::clear);
-    connect(m_globe, &GlobeWidget::preparationChanged, this, &MainWindow::showPreparation);
     connect(&zeo::EngineContext::instance(), &zeo::EngineContext::commandFailed, this,
             [this](const QString& name, const QString& reason) {
                 myMessageBox::showMyMessageBox(this, tr("提示"), name + tr("：") + reason,
                                                myMessageBox::Warning, myMessageBox::Ok);
             });
-}
-
-void MainWindow::showPreparation(int percent) {
-    m_preparation->setText(percent < 100 ? tr("正在建立影像金字塔 %1%").arg(percent) : QString());
 }
 
 void MainWindow::addWorldBackdrop() {
@@ -371,6 +353,15 @@ void MainWindow::showComparedPair() {
                 : tr("异常列表"));
 }
 
+void MainWindow::showGuide() {
+    if (!m_guide) {
+        m_guide = new GuideWindow(this);
+    }
+    m_guide->show();
+    m_guide->raise();
+    m_guide->activateWindow();
+}
+
 void MainWindow::editBaseLayers() {
     InspectionContext& context = InspectionContext::instance();
     if (!context.project()) {
@@ -385,9 +376,4 @@ void MainWindow::editBaseLayers() {
     });
     connect(&m_baseLayers, &BaseLayers::troubled, &dialog, &BaseLayerDialog::tell);
     dialog.exec();
-}
-
-void MainWindow::showPointer(double lonDegrees, double latDegrees, double heightMetres) {
-    m_coordinates->setText(degrees(lonDegrees, "E", "W") + "  " + degrees(latDegrees, "N", "S") + "  " +
-                           QString::number(heightMetres, 'f', 2) + " m ");
 }

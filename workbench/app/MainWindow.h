@@ -9,14 +9,15 @@
 #include <optional>
 
 class GlobeWidget;
+class GuideWindow;
 class PairBox;
 class Panels;
 class ProjectDesk;
 class QComboBox;
-class QLabel;
 class QStackedWidget;
 class QToolButton;
 class StartPage;
+class StatusLine;
 class ToolArea;
 
 /// The workbench's window: tool groups on top, the globe in the middle, the inspection library's windows
@@ -54,7 +55,6 @@ private:
     void buildTop();
     QToolButton* buildProjectButton(QWidget* parent);
     QToolButton* buildBaseLayersButton(QWidget* parent);
-    void buildStatusBar();
     void connectGlobe();
     QToolButton* buildViewButton(QWidget* parent);
     void showEpoch(int index);
@@ -66,8 +66,7 @@ private:
     void showComparedPair();
     void editBaseLayers();
     void showStart(bool isStart);
-    void showPreparation(int percent);
-    void showPointer(double lonDegrees, double latDegrees, double heightMetres);
+    void showGuide();
     void addWorldBackdrop();
 
     GlobeWidget* m_globe;
@@ -78,10 +77,9 @@ private:
     QComboBox* m_epochs = nullptr;
     PairBox* m_pairs = nullptr;
     Panels* m_panels = nullptr;
+    StatusLine* m_status = nullptr;
+    GuideWindow* m_guide = nullptr; ///< once it was asked for
     bool m_remembersLayout = false;
-    QLabel* m_tip = nullptr;
-    QLabel* m_preparation = nullptr;
-    QLabel* m_coordinates = nullptr;
     QToolButton* m_baseLayersButton = nullptr;
     ProjectLayers m_layers;
     BaseLayers m_baseLayers;

@@ -126,7 +126,7 @@ void ProjectLayers::setImageryOpacity(double opacity) {
     }
 }
 
-std::optional<osgEarth::Viewpoint> ProjectLayers::overview() const {
+std::optional<osgEarth::Viewpoint> ProjectLayers::overview(double aspect) const {
     if (m_epochs.empty()) {
         return std::nullopt;
     }
@@ -135,10 +135,12 @@ std::optional<osgEarth::Viewpoint> ProjectLayers::overview() const {
         return std::nullopt;
     }
     constexpr double kPitchDegrees = -50.0;
-    constexpr double kRangePerRadius = 2.7;
+    constexpr double kLeastRangePerRadius = 2.7;    // of pictures wider than 1.55 times their height
+    constexpr double kRangePerRadiusOfSquare = 4.2; // with a little room at both ends
+    const double rangePerRadius = std::max(kLeastRangePerRadius, kRangePerRadiusOfSquare / aspect);
     return osgEarth::Viewpoint("overview", footprint->centre.x(), footprint->centre.y(),
                                footprint->centre.z(), 0.0, kPitchDegrees,
-                               kRangePerRadius * footprint->radiusMetres);
+                               rangePerRadius * footprint->radiusMetres);
 }
 
 void ProjectLayers::clear() {

@@ -28,8 +28,9 @@ public:
     QStringList showEpoch(int index);
     /// Of the orthophotos of all epochs, 0 (clear) to 1.
     void setImageryOpacity(double opacity);
-    /// A view from the south over the whole corridor; nothing when no surface model can be read.
-    std::optional<osgEarth::Viewpoint> overview() const;
+    /// A view from the south over the whole corridor, in a picture that is `aspect` times as wide as high; nothing when
+    /// no surface model can be read.
+    std::optional<osgEarth::Viewpoint> overview(double aspect) const;
 
 private:
     using Epochs = std::vector<inspection::Epoch>;

@@ -13,8 +13,10 @@
 
 namespace {
 
+constexpr auto kUndoCommand = "318 undo command";
+
 QList<QKeySequence> keysOf(const std::string& command) {
-    if (command == "318 undo command") {
+    if (command == kUndoCommand) {
         return {QKeySequence(Qt::CTRL | Qt::Key_Z)};
     }
     if (command == "319 redo command") {
@@ -38,6 +40,15 @@ void ToolArea::addCommands(const std::vector<zeo::ICommand*>& commands) {
         QHBoxLayout* layout = groupLayout(fromGbk(command->CommandType()));
         command->createselfUI(layout->parentWidget(), layout);
         bindKeys(*command);
+    }
+}
+
+void ToolArea::undo() {
+    for (zeo::ICommand* command : zeo::EngineContext::instance().commands()) {
+        QToolButton* button = zeo::EngineContext::buttonOf(*command);
+        if (command->Key() == kUndoCommand && button) {
+            button->click();
+        }
     }
 }
 

@@ -21,6 +21,8 @@ public:
 
     /// Asks each command for its button.
     void addCommands(const std::vector<zeo::ICommand*>& commands);
+    /// As a click on the undo command's button, where there is one.
+    void undo();
 
 private:
     QHBoxLayout* groupLayout(const QString& commandType);

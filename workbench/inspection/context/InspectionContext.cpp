@@ -91,6 +91,13 @@ void InspectionContext::connectWindows() {
     connect(&history, &inspection::ProjectHistory::redoable, m_anomalies, &AVWindow::sent_msg_redo);
     connect(&history, &inspection::ProjectHistory::rowsChanged, m_stations, &StationTreeWindow::applyRows);
     connect(&history, &inspection::ProjectHistory::rowsChanged, m_anomalies, &AnomalyTableWindow::applyRows);
+    connect(&history, &inspection::ProjectHistory::edited, this, &InspectionContext::edited);
+    connect(&history, &inspection::ProjectHistory::rowsChanged, this,
+            [this](const inspection::RowChanges& /*changes*/, inspection::Showing showing) {
+                if (showing == inspection::Showing::Followed) {
+                    emit undoneOrRedone();
+                }
+            });
     connect(&history, &inspection::ProjectHistory::replacedByOthers, m_stations, &StationTreeWindow::reload);
     connect(&history, &inspection::ProjectHistory::replacedByOthers, this, &InspectionContext::showPipeline);
     connect(m_session.get(), &Session::objectsReplaced, m_stations, &StationTreeWindow::reload);

@@ -116,6 +116,10 @@ public:
 signals:
     /// The open project has other epochs, or is compared by another pair of them.
     void epochsChanged();
+    /// The user has made an edit; what it did, as a line that begins with a verb.
+    void edited(const QString& description);
+    /// An edit was undone or redone.
+    void undoneOrRedone();
     /// Ends every computation that was started. `message` is one Chinese line.
     void computeFinished(bool ok, const QString& message);
     /// Ends every output that was started. `kind` is "report" or "shape".

@@ -122,28 +122,25 @@ void StationWork::writeShapes() {
 void StationWork::output(const QString& title, const QString& kind, const QString& path, Write write) {
     const auto read = readInspectionData(m_session.project()->description(), *m_session.connection());
     if (!read) {
-        finishOutput(title, kind, path, failed(read));
+        finishOutput(kind, path, failed(read));
         return;
     }
     const auto& data = *read;
-    m_session.jobs().start(title, [this, title, kind, path, data,
-                                   write = std::move(write)](const JobRunner::Progress& progress) {
-        // Where it cannot be made, the writer names the file that cannot be opened.
-        QDir().mkpath(QFileInfo(path).absolutePath());
-        const Status written =
-            write(data, path, [&](double fraction) { return progress(fraction, QString()); });
-        return [this, title, kind, path, written] { finishOutput(title, kind, path, written); };
-    });
+    m_session.jobs().start(
+        title, [this, kind, path, data, write = std::move(write)](const JobRunner::Progress& progress) {
+            // Where it cannot be made, the writer names the file that cannot be opened.
+            QDir().mkpath(QFileInfo(path).absolutePath());
+            const Status written =
+                write(data, path, [&](double fraction) { return progress(fraction, QString()); });
+            return [this, kind, path, written] { finishOutput(kind, path, written); };
+        });
 }
 
-void StationWork::finishOutput(const QString& title, const QString& kind, const QString& path,
-                               const Status& written) {
+void StationWork::finishOutput(const QString& kind, const QString& path, const Status& written) {
     if (!written) {
         if (!written.error().cancelled) {
             m_session.warn(written.error().userMessage);
         }
-    } else if (m_session.outputFolder().isEmpty()) {
-        m_session.inform(tr("%1完成：\n%2").arg(title, QDir::toNativeSeparators(path)));
     }
     emit outputFinished(kind, written.has_value(), path);
 }

@@ -43,7 +43,7 @@ private:
     bool isReady();
     void finishComputation(const Result<ComputationSummary>& result);
     void output(const QString& title, const QString& kind, const QString& path, Write write);
-    void finishOutput(const QString& title, const QString& kind, const QString& path, const Status& written);
+    void finishOutput(const QString& kind, const QString& path, const Status& written);
 
     Session& m_session;
     ComputationSummary m_lastComputation;

@@ -78,7 +78,7 @@ Status Computation::chooseStations(KV_MySQL& database) {
         const auto found = std::find_if(m_all.begin(), m_all.end(), same);
         if (found == m_all.end()) {
             return fileFailure(m_request.project.folder, QStringLiteral("has no station %1").arg(id),
-                               QStringLiteral("没有编号为 %1 的站点").arg(id));
+                               QStringLiteral("没有编号为 %1 的站段").arg(id));
         }
         m_chosen.push_back(*found);
     }
@@ -100,10 +100,12 @@ Status Computation::coregister() {
     timer.start();
     const auto estimate = detect::estimateCoregistration(request, progress);
     m_coregistrationSeconds = double(timer.elapsed()) / 1000.0;
+    if (!estimate && estimate.error().cancelled) {
+        return cancelled();
+    }
     if (!estimate) {
         const QString message = QString::fromStdString(estimate.error().message);
-        return Unexpected(
-            Failure{message, QStringLiteral("配准失败：") + message, estimate.error().cancelled});
+        return Unexpected(Failure{message, QStringLiteral("配准失败：") + message});
     }
     m_coregistration = *estimate;
     return {};

@@ -176,10 +176,13 @@ bool StationDetection::translate(const detect::Anomaly& anomaly, SdiffData& reco
 }
 
 Unexpected StationDetection::failureAt(const KV_Station& station, const detect::Failure& failure) {
+    if (failure.cancelled) {
+        return cancelled();
+    }
     const QString message = QString::fromStdString(failure.message);
     const QString name = fromGbk(station.m_name);
     return Unexpected(Failure{QStringLiteral("station %1: %2").arg(name, message),
-                              QStringLiteral("站点“%1”计算失败：%2").arg(name, message), failure.cancelled});
+                              QStringLiteral("站段“%1”计算失败：%2").arg(name, message)});
 }
 
 detect::Request StationDetection::requestFor(const KV_Station& station,

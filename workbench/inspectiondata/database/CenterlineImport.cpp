@@ -97,7 +97,7 @@ void importNodes(OGRLayer& layer, const OGRSpatialReference& otherwise, KV_MySQL
 Status importCenterline(const ProjectDescription& project, KV_MySQL& database) {
     const QString& file = project.centerline;
     if (!QFileInfo::exists(file)) {
-        return fileFailure(file, "no such file, the project has no stations", "文件不存在，项目没有站点");
+        return fileFailure(file, "no such file, the project has no stations", "文件不存在，项目没有站段");
     }
     GDALAllRegister();
     const detect::GdalErrors errors;
@@ -112,7 +112,7 @@ Status importCenterline(const ProjectDescription& project, KV_MySQL& database) {
     OGRLayer* nodes = source->GetLayerByName("nodes");
     KV_MySQL::Transaction transaction(database);
     if (!reference || !stations || importStations(*stations, *reference, database) == 0) {
-        return fileFailure(file, "layer \"stations\" has no station", "图层 stations 中没有站点");
+        return fileFailure(file, "layer \"stations\" has no station", "图层 stations 中没有站段");
     }
     if (nodes) {
         importNodes(*nodes, *reference, database);

@@ -172,6 +172,7 @@ std::vector<EditConflict> ProjectHistory::tryToStore(const QString& description,
     show(edit.changes(), Showing::Edited);
     emit undoable(description);
     emit redoable(QString());
+    emit edited(description);
     return {};
 }
 

@@ -69,6 +69,8 @@ signals:
     /// Description of an undoable edit that is new to the tools; empty when only CanUndo is another now.
     /// Before it announces all anew, it says so with nothing to undo.
     void undoable(const QString& description);
+    /// The user has made this edit, in the project that is open.
+    void edited(const QString& description);
     /// CanRedo may be another now; always empty.
     void redoable(const QString& description);
     /// Somebody else replaced tables: all rows may be other ones now.

@@ -5,7 +5,7 @@ namespace inspection {
 QString stepText(const ComputationStep& step) {
     switch (step.sort) {
     case ComputationStep::Sort::Search:
-        return QStringLiteral("计算站点 %1").arg(step.station);
+        return QStringLiteral("计算站段 %1").arg(step.station);
     case ComputationStep::Sort::Storing:
         return QStringLiteral("保存结果");
     case ComputationStep::Sort::Coregistration:
