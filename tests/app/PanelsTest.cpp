@@ -3,7 +3,7 @@
 #include "tests/support/WaitUntil.h"
 
 #include "workbench/app/MainWindow.h"
-#include "workbench/app/Settings.h"
+#include "workbench/style/Settings.h"
 #include "workbench/viewer/GlobeWidget.h"
 
 #include <gtest/gtest.h>

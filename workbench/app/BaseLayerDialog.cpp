@@ -1,6 +1,7 @@
 #include "workbench/app/BaseLayerDialog.h"
 
-#include <QFileDialog>
+#include "workbench/style/FileChoice.h"
+
 #include <QFileInfo>
 #include <QHBoxLayout>
 #include <QHeaderView>
@@ -194,16 +195,17 @@ void BaseLayerDialog::takeCell(int row, int column) {
 }
 
 void BaseLayerDialog::addFile() {
-    const QString file = QFileDialog::getOpenFileName(
-        this, tr("添加底图文件"), QString(),
-        tr("栅格与图块包 (*.tif *.tiff *.vrt *.mbtiles *.gpkg *.jp2 *.png *.jpg);;所有文件 (*)"));
+    const QString file =
+        FileChoice(this, "base-layers", tr("添加底图文件"))
+            .filters(tr("栅格与图块包 (*.tif *.tiff *.vrt *.mbtiles *.gpkg *.jp2 *.png *.jpg);;所有文件 (*)"))
+            .existingFile();
     if (!file.isEmpty()) {
         add(file, QFileInfo(file).completeBaseName());
     }
 }
 
 void BaseLayerDialog::addFolder() {
-    const QString folder = QFileDialog::getExistingDirectory(this, tr("添加底图文件夹"));
+    const QString folder = FileChoice(this, "base-layers", tr("添加底图文件夹")).existingFolder();
     if (!folder.isEmpty()) {
         add(folder, QFileInfo(folder).fileName());
     }

@@ -3,9 +3,9 @@
 #include "host/inspection/AVWindow.h"
 #include "host/inspection/KVImageWindow.h"
 #include "host/inspection/StationWindow.h"
-#include "workbench/app/Settings.h"
 #include "workbench/inspection/context/InspectionContext.h"
 #include "workbench/inspection/layers/LayerWindow.h"
+#include "workbench/style/Settings.h"
 #include "workbench/viewer/GlobeWidget.h"
 
 #include <QDockWidget>

@@ -13,12 +13,12 @@
 #include "workbench/inspection/creation/NewProjectDialog.h"
 #include "workbench/inspection/creation/ProjectSettingsDialog.h"
 #include "workbench/inspection/tree/StationTree.h"
+#include "workbench/style/FileChoice.h"
 #include "workbench/viewer/GlobeWidget.h"
 
 #include <osgEarthUtil/EarthManipulator>
 
 #include <QDir>
-#include <QFileDialog>
 #include <QFileInfo>
 #include <QMenu>
 
@@ -72,7 +72,8 @@ void ProjectDesk::rememberOpenProject() {
 void ProjectDesk::choose() {
     const auto recent = RecentProjects::all();
     const QString start = recent.empty() ? QString() : QFileInfo(recent.front().folder).absolutePath();
-    const QString folder = QFileDialog::getExistingDirectory(&m_window, tr("打开项目文件夹"), start);
+    const QString folder =
+        FileChoice(&m_window, "projects", tr("打开项目文件夹")).beginAt(start).existingFolder();
     if (!folder.isEmpty()) {
         open(folder);
     }

@@ -1,6 +1,6 @@
 #include "workbench/app/RecentProjects.h"
 
-#include "workbench/app/Settings.h"
+#include "workbench/style/Settings.h"
 
 #include <QCryptographicHash>
 #include <QDate>

@@ -1,9 +1,9 @@
 #include "workbench/inspection/creation/ConfirmPage.h"
 
 #include "workbench/inspection/creation/FileField.h"
+#include "workbench/style/FileChoice.h"
 
 #include <QDir>
-#include <QFileDialog>
 #include <QFileInfo>
 #include <QFormLayout>
 #include <QGroupBox>
@@ -172,8 +172,9 @@ void ConfirmPage::showObjects() {
 }
 
 void ConfirmPage::addObjects(KV_ObjectType type) {
-    const QStringList files = QFileDialog::getOpenFileNames(this, tr("导入%1").arg(specialObjectTitle(type)),
-                                                            QFileInfo(m_draft.anyFile()).absolutePath());
+    const QStringList files = FileChoice(this, "data", tr("导入%1").arg(specialObjectTitle(type)))
+                                  .beginAt(m_draft.anyFile())
+                                  .existingFiles();
     if (files.isEmpty()) {
         return;
     }

@@ -2,10 +2,10 @@
 
 #include "workbench/inspection/creation/FileField.h"
 #include "workbench/inspectiondata/creation/HeightSystem.h"
+#include "workbench/style/FileChoice.h"
 
 #include <QCheckBox>
 #include <QComboBox>
-#include <QFileDialog>
 #include <QFileInfo>
 #include <QFormLayout>
 #include <QHBoxLayout>
@@ -124,7 +124,8 @@ QWidget* EpochForm::buildFiles() {
 }
 
 void EpochForm::chooseFolder() {
-    const QString folder = QFileDialog::getExistingDirectory(this, tr("选择一期的分幅"), m_surface->path());
+    const QString folder =
+        FileChoice(this, "data", tr("选择一期的分幅")).beginAt(m_surface->path()).existingFolder();
     if (!folder.isEmpty()) {
         m_surface->setPath(folder);
         announce();

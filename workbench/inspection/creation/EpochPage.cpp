@@ -2,9 +2,9 @@
 
 #include "workbench/inspection/creation/FileField.h"
 #include "workbench/inspection/creation/PlanPreview.h"
+#include "workbench/style/FileChoice.h"
 
 #include <QDir>
-#include <QFileDialog>
 #include <QFileInfo>
 #include <QFormLayout>
 #include <QGroupBox>
@@ -200,15 +200,16 @@ int EpochPage::current() const {
 
 void EpochPage::addFiles() {
     const QStringList files =
-        QFileDialog::getOpenFileNames(this, tr("添加各期数据"), QFileInfo(m_draft.anyFile()).absolutePath());
+        FileChoice(this, "data", tr("添加各期数据")).beginAt(m_draft.anyFile()).existingFiles();
     if (!files.isEmpty()) {
         m_draft.addEpochs(files);
     }
 }
 
 void EpochPage::addFolder() {
-    const QString folder = QFileDialog::getExistingDirectory(this, tr("添加一期的分幅，或含有各期的文件夹"),
-                                                             QFileInfo(m_draft.anyFile()).absolutePath());
+    const QString folder = FileChoice(this, "data", tr("添加一期的分幅，或含有各期的文件夹"))
+                               .beginAt(m_draft.anyFile())
+                               .existingFolder();
     if (!folder.isEmpty()) {
         m_draft.addEpochs({folder});
     }

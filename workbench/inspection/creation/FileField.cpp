@@ -1,7 +1,8 @@
 #include "workbench/inspection/creation/FileField.h"
 
+#include "workbench/style/FileChoice.h"
+
 #include <QDir>
-#include <QFileDialog>
 #include <QHBoxLayout>
 #include <QLineEdit>
 #include <QPushButton>
@@ -44,10 +45,10 @@ void FileField::setPlaceholder(const QString& text) {
 }
 
 void FileField::browse() {
-    const QString start = path().isEmpty() ? QFileInfo(m_start).absolutePath() : path();
-    const QString chosenPath = m_kind == Kind::Folder
-                                   ? QFileDialog::getExistingDirectory(this, m_title, start)
-                                   : QFileDialog::getOpenFileName(this, m_title, start);
+    const bool isFolder = m_kind == Kind::Folder;
+    FileChoice choice(this, isFolder ? "projects" : "data", m_title);
+    choice.beginAt(path().isEmpty() ? m_start : path());
+    const QString chosenPath = isFolder ? choice.existingFolder() : choice.existingFile();
     if (!chosenPath.isEmpty()) {
         m_edit->setText(QDir::toNativeSeparators(chosenPath));
         announce();

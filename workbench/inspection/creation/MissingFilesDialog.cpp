@@ -3,10 +3,10 @@
 #include "workbench/inspectiondata/amendment/AmendProject.h"
 #include "workbench/inspectiondata/database/PipelineDatabase.h"
 #include "workbench/inspectiondata/database/StationTable.h"
+#include "workbench/style/FileChoice.h"
 #include "workbench/style/Theme.h"
 
 #include <QDir>
-#include <QFileDialog>
 #include <QFileInfo>
 #include <QHBoxLayout>
 #include <QHeaderView>
@@ -118,8 +118,9 @@ void MissingFilesDialog::showFiles() {
 void MissingFilesDialog::locate() {
     const int index = std::max(0, m_files->indexOfTopLevelItem(m_files->currentItem()));
     const MissingFile which = m_missing[static_cast<std::size_t>(index)];
-    const QString file = QFileDialog::getOpenFileName(this, tr("%1现在的位置").arg(which.title()),
-                                                      QFileInfo(which.path).absolutePath());
+    const QString file = FileChoice(this, "data", tr("%1现在的位置").arg(which.title()))
+                             .beginAt(QFileInfo(which.path).absolutePath())
+                             .existingFile();
     if (file.isEmpty()) {
         return;
     }
