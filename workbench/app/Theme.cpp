@@ -4,6 +4,9 @@
 
 #include <QApplication>
 #include <QFont>
+#include <QIcon>
+#include <QPainter>
+#include <QPainterPath>
 #include <QPalette>
 #include <QStyleFactory>
 
@@ -28,6 +31,39 @@ QPalette lightPalette() {
     return palette;
 }
 
+/// A pipe through the ground, with a heap that was not there before.
+QPixmap iconPixmap(int sizePixels) {
+    QPixmap picture(sizePixels, sizePixels);
+    picture.fill(Qt::transparent);
+    QPainter painter(&picture);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.scale(sizePixels / 32.0, sizePixels / 32.0);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(theme::kBar);
+    painter.drawRoundedRect(QRectF(1.0, 1.0, 30.0, 30.0), 6.0, 6.0);
+    QPainterPath ground(QPointF(4.0, 19.0));
+    ground.lineTo(9.0, 19.0);
+    ground.cubicTo(13.0, 19.0, 13.0, 8.0, 17.0, 8.0);
+    ground.cubicTo(21.0, 8.0, 21.0, 19.0, 25.0, 19.0);
+    ground.lineTo(28.0, 19.0);
+    painter.setBrush(theme::kWarning);
+    painter.drawPath(ground);
+    painter.setBrush(Qt::NoBrush);
+    painter.setPen(QPen(theme::kBody, 2.0));
+    painter.drawPath(ground);
+    painter.setPen(QPen(theme::kBody, 4.0, Qt::SolidLine, Qt::RoundCap));
+    painter.drawLine(QPointF(6.0, 25.0), QPointF(26.0, 25.0));
+    return picture;
+}
+
+QIcon programIcon() {
+    QIcon icon;
+    for (const int sizePixels : {16, 24, 32, 48, 64, 128}) {
+        icon.addPixmap(iconPixmap(sizePixels));
+    }
+    return icon;
+}
+
 constexpr const char* kSheet = R"(
 QToolBar#tools { background: @body; border: none; border-bottom: 1px solid @line; padding: 0 10px 0 0; }
 QWidget#toolArea { background: @body; }
@@ -37,6 +73,8 @@ QFrame#toolGroup QToolButton { border: 1px solid transparent; border-radius: 5px
 QFrame#toolGroup QToolButton:hover { background: @hover; border-color: @border; }
 QFrame#toolGroup QToolButton:checked { background: @chosen; border-color: @accent; }
 QFrame#toolGroup QToolButton:pressed { background: @chosen; }
+QFrame#toolGroup QToolButton::menu-button { border: none; width: 14px; }
+QFrame#toolGroup QToolButton::menu-button:hover { background: @chosen; }
 QFrame#toolGroup QToolButton:focus { border-color: @accent; }
 QMainWindow::separator { background: @line; width: 4px; height: 4px; }
 QMainWindow::separator:hover { background: @accent; }
@@ -69,5 +107,6 @@ void applyTheme(QApplication& application) {
     font.setStyleHint(QFont::SansSerif);
     font.setPointSize(10);
     QApplication::setFont(font);
+    QApplication::setWindowIcon(programIcon());
     application.setStyleSheet(theme::styleSheet(kSheet));
 }
