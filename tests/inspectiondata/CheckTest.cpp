@@ -313,7 +313,8 @@ TEST_P(CheckTest, MissingRastersAndDatesOutOfOrderAreFound) {
     expectFinding(old + "：文件不存在");
     expectFinding("comparison_result 1：dz_raster " + raster + " 文件不存在");
     const QStringList found = findings();
-    EXPECT_EQ(found.size(), 3) << found.join('\n').toStdString();
+    expectFinding("comparison_result 2：dz_raster " + raster + " 文件不存在");
+    EXPECT_EQ(found.size(), 4) << found.join('\n').toStdString();
     EXPECT_EQ(found.filter("无法作为栅格打开").size(), 1);
     ProjectDescription turned = description();
     turned.epochs.front().date = "2099-01-01";

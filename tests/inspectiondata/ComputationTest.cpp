@@ -64,11 +64,11 @@ TEST(ComputationTest, FindsTheKnownChangesInTheRightStations) {
     }
 }
 
-TEST(ComputationTest, LeavesOneRasterForEachStationAndItsParameters) {
+TEST(ComputationTest, LeavesOneRasterForStationsThatWereSearchedTogetherAndTheParametersOfEach) {
     OpenedProject opened;
     valueOf(computeAnomalies(opened.request()));
     valueOf(computeAnomalies(opened.request()));
-    EXPECT_EQ(outputFiles(opened).size(), 2);
+    EXPECT_EQ(outputFiles(opened).size(), 1);
     const auto result = readStationResult(opened.sql(), 1, kSamplePair);
     ASSERT_TRUE(result.has_value());
     EXPECT_TRUE(QFile::exists(opened.files.file(result->dzRaster)));
@@ -88,6 +88,54 @@ TEST(ComputationTest, OneStationLeavesTheOthersAlone) {
     EXPECT_EQ(anomalyNames(opened), (std::vector<std::string>{"S1-0001"}));
     EXPECT_EQ(readStationResult(opened.sql(), 2, kSamplePair)->dzRaster, before->dzRaster);
     EXPECT_TRUE(QFile::exists(opened.files.file(before->dzRaster)));
+}
+
+TEST(ComputationTest, ARasterOfTwoStationsGoesWhenTheLastOfThemHasAnother) {
+    OpenedProject opened;
+    valueOf(computeAnomalies(opened.request()));
+    const QString shared = opened.files.file(readStationResult(opened.sql(), 1, kSamplePair)->dzRaster);
+    EXPECT_EQ(opened.files.file(readStationResult(opened.sql(), 2, kSamplePair)->dzRaster), shared);
+    auto request = opened.request();
+    request.stationIds = {1};
+    valueOf(computeAnomalies(request));
+    EXPECT_TRUE(QFile::exists(shared));
+    EXPECT_EQ(outputFiles(opened).size(), 2);
+    request.stationIds = {2};
+    valueOf(computeAnomalies(request));
+    EXPECT_FALSE(QFile::exists(shared));
+    EXPECT_EQ(outputFiles(opened).size(), 2);
+}
+
+TEST(ComputationTest, AStationsAnomaliesDoNotDependOnWhichAreSearchedWithIt) {
+    OpenedProject opened;
+    valueOf(computeAnomalies(opened.request()));
+    for (const std::uint32_t station : {1U, 2U}) {
+        const auto together = readAnomalies(opened.sql(), station, kSamplePair);
+        auto request = opened.request();
+        request.stationIds = {station};
+        valueOf(computeAnomalies(request));
+        const auto alone = readAnomalies(opened.sql(), station, kSamplePair);
+        ASSERT_EQ(alone.size(), together.size());
+        for (std::size_t i = 0; i < alone.size(); ++i) {
+            EXPECT_EQ(alone[i].outlineWkt, together[i].outlineWkt);
+            EXPECT_EQ(alone[i].fillCubicMetres, together[i].fillCubicMetres);
+            EXPECT_EQ(alone[i].cutCubicMetres, together[i].cutCubicMetres);
+            EXPECT_EQ(alone[i].volumeSigmaCubicMetres, together[i].volumeSigmaCubicMetres);
+            EXPECT_EQ(alone[i].significance, together[i].significance);
+        }
+    }
+}
+
+TEST(ComputationTest, TheSumOverStationsThatWereSearchedTogetherIsThatOfTheSearch) {
+    OpenedProject opened;
+    const auto summary = valueOf(computeAnomalies(opened.request()));
+    const auto first = readStationResult(opened.sql(), 1, kSamplePair);
+    const auto second = readStationResult(opened.sql(), 2, kSamplePair);
+    EXPECT_EQ(summary.cells, std::int64_t{SmallProject::kColumns} * SmallProject::kRows);
+    EXPECT_EQ(first->cells + second->cells, summary.cells);
+    EXPECT_NEAR(double(first->cells), double(second->cells), 1.0) << "they have the same ground";
+    EXPECT_TRUE(first->stableDifferences.has_value());
+    EXPECT_FALSE(second->stableDifferences.has_value()) << "it would count twice";
 }
 
 TEST(ComputationTest, AVerdictOnAnAnomalyThatIsFoundAgainIsKept) {
@@ -138,7 +186,7 @@ TEST(ComputationTest, ProgressNeverGoesBackAndEndsAtOne) {
     }));
     EXPECT_DOUBLE_EQ(last, 1.0);
     steps.removeDuplicates();
-    EXPECT_EQ(steps, QStringList({"两期数据配准", "计算站段 一号站", "计算站段 二号站", "保存结果"}));
+    EXPECT_EQ(steps, QStringList({"两期数据配准", "计算站段 一号站 等 2 个", "保存结果"}));
 }
 
 TEST(ComputationTest, BadRastersFailInOneLineAndLeaveTheEarlierResults) {

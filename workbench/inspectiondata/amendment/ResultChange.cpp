@@ -204,8 +204,8 @@ Result<ResultChange> planResults(const ProjectDescription& project, KV_MySQL& da
             for (const Part* part : parts) {
                 const QString name = textOf(part->row, "dz_raster");
                 const QString file = QDir(project.folder).absoluteFilePath(name);
-                if (!name.isEmpty() &&
-                    QFileInfo::exists(file)) { // it may lie in the folder of another inspector
+                // It may lie in the folder of another inspector, and be that of several stations.
+                if (!name.isEmpty() && QFileInfo::exists(file) && !sources.contains(file)) {
                     sources << file;
                 }
             }

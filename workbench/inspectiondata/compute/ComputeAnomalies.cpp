@@ -11,6 +11,7 @@
 #include <gdal_priv.h>
 
 #include <algorithm>
+#include <iterator>
 
 namespace inspection {
 
@@ -35,8 +36,8 @@ private:
     Status chooseStations(KV_MySQL& database);
     Status coregister();
     Status detectAll();
-    Status detectStation(const StationDetection& detection, const KV_Station& station, double from,
-                         double share);
+    Status detectGroup(const StationDetection& detection, const SearchGroup& group, double from,
+                       double share);
     detect::Progress part(double from, double share, const ComputationStep& step) const;
     ComputationSummary summary() const;
 
@@ -111,19 +112,21 @@ Status Computation::coregister() {
     return {};
 }
 
-Status Computation::detectStation(const StationDetection& detection, const KV_Station& station, double from,
-                                  double share) {
-    const auto rasters = m_store.newRasters(station.m_id);
+Status Computation::detectGroup(const StationDetection& detection, const SearchGroup& group, double from,
+                                double share) {
+    const auto first = m_chosen.begin() + static_cast<std::ptrdiff_t>(group.first);
+    const std::vector<KV_Station> stations(first, first + static_cast<std::ptrdiff_t>(group.count));
+    const auto rasters = m_store.newRasters(stations.front().m_id);
     if (!rasters) {
         return failed(rasters);
     }
-    const ComputationStep step{ComputationStep::Sort::Search, fromGbk(station.m_name)};
-    auto found =
-        detection.find(station, m_coregistration, m_request.threads, *rasters, part(from, share, step));
+    const ComputationStep step{ComputationStep::Sort::Search, fromGbk(stations.front().m_name), group.count};
+    auto found = detection.find(stations, group.window, m_coregistration, m_request.threads, *rasters,
+                                part(from, share, step));
     if (!found) {
         return failed(found);
     }
-    m_changes.push_back(std::move(*found));
+    std::move(found->begin(), found->end(), std::back_inserter(m_changes));
     return {};
 }
 
@@ -132,12 +135,18 @@ Status Computation::detectAll() {
     if (!prepared) {
         return failed(prepared);
     }
-    const double share = (1.0 - kCoregistrationShare) / double(std::max<std::size_t>(1, m_chosen.size()));
-    for (std::size_t i = 0; i < m_chosen.size(); ++i) {
-        const double from = kCoregistrationShare + share * double(i);
-        if (auto done = detectStation(*prepared, m_chosen[i], from, share); !done) {
+    const std::vector<SearchGroup> groups = prepared->groupsOf(m_chosen);
+    double allCells = 0.0;
+    for (const SearchGroup& group : groups) {
+        allCells += 1.0 + group.cells;
+    }
+    double from = kCoregistrationShare;
+    for (const SearchGroup& group : groups) {
+        const double share = (1.0 - kCoregistrationShare) * (1.0 + group.cells) / allCells;
+        if (auto done = detectGroup(*prepared, group, from, share); !done) {
             return failed(done);
         }
+        from += share;
     }
     return {};
 }

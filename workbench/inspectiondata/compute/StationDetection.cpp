@@ -14,6 +14,7 @@
 #include <array>
 #include <cmath>
 #include <cstdio>
+#include <iterator>
 
 namespace inspection {
 
@@ -82,6 +83,61 @@ Status warpRaster(const QString& source, const QString& target, const OGRSpatial
     return {};
 }
 
+QString groupName(const std::vector<KV_Station>& stations) {
+    const QString first = fromGbk(stations.front().m_name);
+    return stations.size() == 1 ? first : QStringLiteral("%1 等 %2 个").arg(first).arg(stations.size());
+}
+
+std::vector<StationChanges> changesOf(const std::vector<KV_Station>& stations) {
+    std::vector<StationChanges> changes(stations.size());
+    for (std::size_t i = 0; i < stations.size(); ++i) {
+        changes[i].stationId = stations[i].m_id;
+    }
+    return changes;
+}
+
+double areaOf(const KV_Station& station) {
+    return (station.m_xMax - station.m_xMin) * (station.m_yMax - station.m_yMin);
+}
+
+/// The cells in proportion to the stations' ground; the first station takes what rounding leaves, and what cannot be
+/// shared.
+void shareSummary(const detect::Summary& whole, const std::vector<KV_Station>& stations,
+                  std::vector<StationChanges>& changes) {
+    double ground = 0.0;
+    for (const KV_Station& station : stations) {
+        ground += areaOf(station);
+    }
+    std::int64_t left = whole.report.cells;
+    for (std::size_t i = changes.size(); i-- > 0;) {
+        detect::Summary& summary = changes[i].summary.emplace(whole);
+        summary.report.found = static_cast<std::int64_t>(changes[i].anomalies.size());
+        if (i > 0) {
+            summary.report.rejections = {};
+            summary.report.seconds = 0.0;
+            summary.report.cells = ground > 0.0
+                                       ? static_cast<std::int64_t>(static_cast<double>(whole.report.cells) *
+                                                                   areaOf(stations[i]) / ground)
+                                       : 0;
+            left -= summary.report.cells;
+        }
+    }
+    changes.front().summary->report.cells = left;
+}
+
+/// Those of `all` that share ground with one of the stations, in the order of `all`.
+std::vector<KV_Station> stationsNear(const std::vector<KV_Station>& stations,
+                                     const std::vector<KV_Station>& all) {
+    std::vector<KV_Station> near;
+    std::copy_if(all.begin(), all.end(), std::back_inserter(near), [&stations](const KV_Station& each) {
+        return std::any_of(stations.begin(), stations.end(), [&each](const KV_Station& station) {
+            return each.m_xMin <= station.m_xMax && station.m_xMin <= each.m_xMax &&
+                   each.m_yMin <= station.m_yMax && station.m_yMin <= each.m_yMax;
+        });
+    });
+    return near;
+}
+
 } // namespace
 
 Result<StationDetection> StationDetection::prepare(const ProjectDescription& project,
@@ -130,15 +186,6 @@ std::optional<detect::Box> StationDetection::searchWindow(const KV_Station& stat
     return box;
 }
 
-bool StationDetection::owns(const KV_Station& station, const detect::Point& centroid) const {
-    const auto contains = [&](const KV_Station& s) {
-        return centroid.x >= s.m_xMin && centroid.x < s.m_xMax && centroid.y >= s.m_yMin &&
-               centroid.y < s.m_yMax;
-    };
-    const auto first = std::find_if(m_stations.begin(), m_stations.end(), contains);
-    return first != m_stations.end() && first->m_id == station.m_id;
-}
-
 bool StationDetection::translate(const detect::Anomaly& anomaly, SdiffData& record) const {
     record.x = anomaly.centroid.x;
     record.y = anomaly.centroid.y;
@@ -175,17 +222,27 @@ bool StationDetection::translate(const detect::Anomaly& anomaly, SdiffData& reco
     return true;
 }
 
-Unexpected StationDetection::failureAt(const KV_Station& station, const detect::Failure& failure) {
+Unexpected StationDetection::failureAt(const std::vector<KV_Station>& stations,
+                                       const detect::Failure& failure) {
     if (failure.cancelled) {
         return cancelled();
     }
     const QString message = QString::fromStdString(failure.message);
-    const QString name = fromGbk(station.m_name);
+    const QString name = groupName(stations);
     return Unexpected(Failure{QStringLiteral("station %1: %2").arg(name, message),
                               QStringLiteral("站段“%1”计算失败：%2").arg(name, message)});
 }
 
-detect::Request StationDetection::requestFor(const KV_Station& station,
+std::vector<SearchGroup> StationDetection::groupsOf(const std::vector<KV_Station>& stations) const {
+    std::vector<std::optional<detect::Box>> windows;
+    windows.reserve(stations.size());
+    for (const KV_Station& station : stations) {
+        windows.push_back(searchWindow(station));
+    }
+    return searchGroups(windows, m_cellX * m_cellY);
+}
+
+detect::Request StationDetection::requestFor(const std::optional<detect::Box>& window,
                                              const detect::Coregistration& coregistration,
                                              int threads) const {
     detect::Request request;
@@ -193,35 +250,35 @@ detect::Request StationDetection::requestFor(const KV_Station& station,
     request.newRaster = m_project.newEpoch().dsm.toStdString();
     request.parameters = m_project.parameters.detection();
     request.parameters.threads = threads;
-    request.window = searchWindow(station);
+    request.window = window;
     request.coregistration = coregistration;
     return request;
 }
 
-Result<StationChanges> StationDetection::find(const KV_Station& station,
-                                              const detect::Coregistration& coregistration, int threads,
-                                              const Rasters& rasters,
-                                              const detect::Progress& progress) const {
-    detect::Request request = requestFor(station, coregistration, threads);
+Result<std::vector<StationChanges>> StationDetection::find(const std::vector<KV_Station>& stations,
+                                                           const std::optional<detect::Box>& window,
+                                                           const detect::Coregistration& coregistration,
+                                                           int threads, const Rasters& rasters,
+                                                           const detect::Progress& progress) const {
+    detect::Request request = requestFor(window, coregistration, threads);
     std::optional<detect::StagedOutput> correction;
     if (coregistration.local.field) {
         auto staged = detect::StagedOutput::beside(rasters.correction.toStdString());
         if (!staged) {
-            return failureAt(station, staged.error());
+            return failureAt(stations, staged.error());
         }
         request.correctionRaster = &correction.emplace(std::move(*staged));
     }
-    StationChanges changes;
-    changes.stationId = station.m_id;
+    std::vector<StationChanges> changes = changesOf(stations);
     const QString raw = m_toStation ? rasters.dz + QStringLiteral(".unwarped.tif") : rasters.dz;
-    auto outcome = detect::detectChangesAndDz(request, raw.toStdString(), progress);
+    const auto outcome = detect::detectChangesAndDz(request, raw.toStdString(), progress);
     if (!outcome && outcome.error().nothingInWindow) {
         return changes;
     }
     if (!outcome) {
-        return failureAt(station, outcome.error());
+        return failureAt(stations, outcome.error());
     }
-    changes.stableDifferences = stableDifferences(raw, outcome->anomalies, coregistration);
+    changes.front().stableDifferences = stableDifferences(raw, outcome->anomalies, coregistration);
     if (m_toStation) {
         const Status warped = warpRaster(raw, rasters.dz, m_stationReference);
         QFile::remove(raw);
@@ -229,26 +286,37 @@ Result<StationChanges> StationDetection::find(const KV_Station& station,
             return failed(warped);
         }
     }
-    changes.dzRaster = rasters.dz;
     if (correction) {
         if (const auto done = correction->commit(); !done) {
-            return failureAt(station, done.error());
+            return failureAt(stations, done.error());
         }
-        changes.correctionRaster = rasters.correction;
     }
-    takeAnomalies(*outcome, station, changes);
-    detect::Summary summary{std::move(*outcome), request.parameters};
-    summary.report.found = static_cast<std::int64_t>(changes.anomalies.size());
-    changes.summary = std::move(summary);
+    for (StationChanges& station : changes) {
+        station.dzRaster = rasters.dz;
+        station.correctionRaster = correction ? rasters.correction : QString();
+    }
+    shareAnomalies(*outcome, stations, changes);
+    shareSummary({*outcome, request.parameters}, stations, changes);
     return changes;
 }
 
-void StationDetection::takeAnomalies(const detect::Changes& found, const KV_Station& station,
-                                     StationChanges& changes) const {
+void StationDetection::shareAnomalies(const detect::Changes& found, const std::vector<KV_Station>& stations,
+                                      std::vector<StationChanges>& changes) const {
+    const std::vector<KV_Station> near = stationsNear(stations, m_stations);
     for (const detect::Anomaly& anomaly : found.anomalies) {
         SdiffData record;
-        if (translate(anomaly, record) && owns(station, {record.x, record.y})) {
-            changes.anomalies.push_back(record);
+        if (!translate(anomaly, record)) {
+            continue;
+        }
+        const auto owner = std::find_if(near.begin(), near.end(), [&record](const KV_Station& station) {
+            return record.x >= station.m_xMin && record.x < station.m_xMax && record.y >= station.m_yMin &&
+                   record.y < station.m_yMax;
+        });
+        const auto own = std::find_if(changes.begin(), changes.end(), [&](const StationChanges& station) {
+            return owner != near.end() && station.stationId == owner->m_id;
+        });
+        if (own != changes.end()) {
+            own->anomalies.push_back(std::move(record));
         }
     }
 }

@@ -18,7 +18,8 @@ struct DetectionAccount {
     int stations = 0;
     detect::Coregistration coregistration; ///< of the whole pair
     detect::Parameters parameters;
-    detect::Rejections rejections; ///< a component near the edge of two stations counts in both
+    detect::Rejections
+        rejections; ///< one near the edge of two stations that were searched apart counts in both
     std::optional<Histogram> stableDifferences;
     QString correctionRaster; ///< absolute; empty without a local field
 };

@@ -5,7 +5,9 @@ namespace inspection {
 QString stepText(const ComputationStep& step) {
     switch (step.sort) {
     case ComputationStep::Sort::Search:
-        return QStringLiteral("计算站段 %1").arg(step.station);
+        return step.stations == 1
+                   ? QStringLiteral("计算站段 %1").arg(step.station)
+                   : QStringLiteral("计算站段 %1 等 %2 个").arg(step.station).arg(step.stations);
     case ComputationStep::Sort::Storing:
         return QStringLiteral("保存结果");
     case ComputationStep::Sort::Coregistration:

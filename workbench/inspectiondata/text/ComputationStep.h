@@ -4,6 +4,8 @@
 
 #include <QString>
 
+#include <cstddef>
+
 namespace inspection {
 
 /// What a computation is at.
@@ -11,7 +13,8 @@ struct ComputationStep {
     enum class Sort { Coregistration, Search, Storing };
 
     Sort sort = Sort::Coregistration;
-    QString station; ///< the name of the one that is searched
+    QString station;          ///< the name of the first one that is searched
+    std::size_t stations = 1; ///< how many are searched together
 };
 
 /// For the status bar, in Chinese.
