@@ -77,7 +77,8 @@ TEST(ProjectCommands, ReportAndShapeLeaveTheirResultsAndNothingElse) {
     ASSERT_EQ(corridor({"shape", project.folder(), "--out", folder + "/shape"}).status, 0);
     EXPECT_EQ(filesIn(folder), (QStringList{"report.odt", "report.pdf", "shape"}));
     QStringList shapes{"corridor.gpkg"};
-    for (const char* layer : {"anomalies", "centerline", "stations"}) {
+    for (const char* layer : {"anomalies", "centerline", "high_consequence_areas", "nodes", "special_areas",
+                              "special_points", "stations"}) {
         for (const char* ending : {"cpg", "dbf", "prj", "shp", "shx"}) {
             shapes << QStringLiteral("%1.%2").arg(layer, ending);
         }

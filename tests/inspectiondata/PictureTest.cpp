@@ -41,6 +41,38 @@ TEST(PictureTest, GroundOutsideTheRasterIsTransparent) {
     }
 }
 
+/// Windows within the raster are read directly; the one that goes beyond its edge is warped. What both hold is the
+/// same, for windows that cut pixels, smaller and larger than the raster's.
+TEST(PictureTest, AWindowWithinTheRasterShowsWhatOneBeyondItsEdgeShows) {
+    const SmallProject files;
+    for (const double pixelMetres : {0.125, 0.5, 0.8, 1.25}) {
+        const int inside = static_cast<int>(40.0 / pixelMetres);
+        PictureWindow within{"EPSG:4547",
+                             SmallProject::kLeft + 0.2,
+                             SmallProject::kTop - 60.3,
+                             SmallProject::kLeft + 0.2 + inside * pixelMetres,
+                             SmallProject::kTop - 60.3 + inside * pixelMetres,
+                             inside,
+                             inside};
+        PictureWindow beyond = within;
+        constexpr int kMore = 20; // pixels of ground west of the raster
+        beyond.xMin -= kMore * pixelMetres;
+        beyond.width += kMore;
+        const QImage one = valueOf(orthophotoPicture(files.file("old/dom.tif"), within));
+        const QImage other = valueOf(orthophotoPicture(files.file("old/dom.tif"), beyond));
+        int worst = 0;
+        for (int y = 2; y < inside - 2; ++y) {
+            for (int x = 4; x < inside - 2; ++x) { // at the raster's edge one looks at less
+                const QColor a = one.pixelColor(x, y);
+                const QColor b = other.pixelColor(x + kMore, y);
+                worst = std::max({worst, std::abs(a.red() - b.red()), std::abs(a.green() - b.green()),
+                                  std::abs(a.blue() - b.blue()), std::abs(a.alpha() - b.alpha())});
+            }
+        }
+        EXPECT_LE(worst, 3) << pixelMetres;
+    }
+}
+
 TEST(PictureTest, ReliefIsBrightTowardsTheNorthWest) {
     const SmallProject files;
     const QString roof = files.beside("roof.tif");

@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <optional>
 
 namespace inspection {
 
@@ -37,6 +38,74 @@ private:
 
 QString number(double value) {
     return QString::number(value, 'g', 17);
+}
+
+bool usable(const PictureWindow& window) {
+    return window.width > 0 && window.height > 0 && window.xMin < window.xMax && window.yMin < window.yMax;
+}
+
+/// Where the pixels of a window lie among those of a raster with the window's axes.
+struct PixelWindow {
+    double column = 0.0;
+    double row = 0.0;
+    double columns = 0.0;
+    double rows = 0.0;
+
+    bool isInside(GDALDataset& raster) const {
+        return column >= 0.0 && row >= 0.0 && column + columns <= raster.GetRasterXSize() &&
+               row + rows <= raster.GetRasterYSize();
+    }
+};
+
+PixelWindow whole(GDALDataset& raster) {
+    return {0.0, 0.0, double(raster.GetRasterXSize()), double(raster.GetRasterYSize())};
+}
+
+/// Nothing where the raster is turned, or in another reference system, or ends within the window.
+std::optional<PixelWindow> pixelsInside(GDALDataset& raster, const PictureWindow& window) {
+    std::array<double, 6> transform{};
+    if (raster.GetGeoTransform(transform.data()) != CE_None || transform[2] != 0.0 || transform[4] != 0.0 ||
+        transform[1] <= 0.0 || transform[5] >= 0.0) {
+        return std::nullopt;
+    }
+    if (!window.srs.isEmpty()) {
+        const auto wanted = referenceOf(window.srs);
+        if (!wanted || !raster.GetSpatialRef() || !sameReference(*raster.GetSpatialRef(), *wanted)) {
+            return std::nullopt;
+        }
+    }
+    const PixelWindow pixels{
+        (window.xMin - transform[0]) / transform[1], (window.yMax - transform[3]) / transform[5],
+        (window.xMax - window.xMin) / transform[1], (window.yMin - window.yMax) / transform[5]};
+    return usable(window) && pixels.isInside(raster) ? std::optional(pixels) : std::nullopt;
+}
+
+/// Where pixels go that are read.
+struct Target {
+    void* first = nullptr;
+    GDALDataType type = GDT_Float32;
+    int width = 0;
+    int height = 0;
+    int pixelBytes = 0; ///< from one to the next; 0 for packed ones
+    int lineBytes = 0;
+};
+
+/// Bilinear, from the overview that fits, as the warper does, in half its time.
+bool readPixels(GDALRasterBand& band, const PixelWindow& window, const Target& target) {
+    GDALRasterIOExtraArg exact;
+    INIT_RASTERIO_EXTRA_ARG(exact);
+    exact.eResampleAlg = GRIORA_Bilinear;
+    exact.bFloatingPointWindowValidity = TRUE;
+    exact.dfXOff = window.column;
+    exact.dfYOff = window.row;
+    exact.dfXSize = window.columns;
+    exact.dfYSize = window.rows;
+    const int column = static_cast<int>(window.column);
+    const int row = static_cast<int>(window.row);
+    const int columns = static_cast<int>(std::ceil(window.column + window.columns)) - column;
+    const int rows = static_cast<int>(std::ceil(window.row + window.rows)) - row;
+    return band.RasterIO(GF_Read, column, row, columns, rows, target.first, target.width, target.height,
+                         target.type, target.pixelBytes, target.lineBytes, &exact) == CE_None;
 }
 
 GDALDatasetUniquePtr warped(GDALDataset& source, const PictureWindow& window, const QStringList& extra) {
@@ -114,21 +183,32 @@ Unexpected readFailure(const QString& file, const detect::GdalErrors& errors) {
                        "读取失败，文件可能已损坏");
 }
 
-bool usable(const PictureWindow& window) {
-    return window.width > 0 && window.height > 0 && window.xMin < window.xMax && window.yMin < window.yMax;
-}
-
-void measurePixels(const GDALDataset& raster, const PictureWindow& window, ElevationWindow& elevations) {
+void measurePixels(const OGRSpatialReference* reference, const PictureWindow& window,
+                   ElevationWindow& elevations) {
     constexpr double kMetresPerDegree = 111320.0;
     double xMetres = 1.0;
     double yMetres = 1.0;
-    const OGRSpatialReference* reference = raster.GetSpatialRef();
     if (reference && reference->IsGeographic() != 0) {
         xMetres = kMetresPerDegree * std::cos((window.yMin + window.yMax) / 2.0 * M_PI / 180.0);
         yMetres = kMetresPerDegree;
     }
     elevations.pixelWidthMetres = (window.xMax - window.xMin) / window.width * xMetres;
     elevations.pixelHeightMetres = (window.yMax - window.yMin) / window.height * yMetres;
+}
+
+/// Of a raster without holes or transparency.
+QImage opaqueImage(GDALDataset& raster, const PixelWindow& pixels, const PictureWindow& window) {
+    QImage image(window.width, window.height, QImage::Format_RGBA8888);
+    image.fill(Qt::white);
+    const bool grey = raster.GetRasterCount() < 3;
+    for (int channel = 0; channel < 3; ++channel) {
+        const Target target{image.bits() + channel, GDT_Byte, window.width,
+                            window.height,          4,        static_cast<int>(image.bytesPerLine())};
+        if (!readPixels(*raster.GetRasterBand(grey ? 1 : channel + 1), pixels, target)) {
+            return {};
+        }
+    }
+    return image.convertToFormat(QImage::Format_ARGB32);
 }
 
 QImage imageOf(GDALDataset& raster) {
@@ -157,20 +237,26 @@ Result<ElevationWindow> readElevations(const QString& file, const PictureWindow&
     if (!source) {
         return failed(source);
     }
-    const auto raster = usable(window) ? warped(**source, window, {}) : nullptr;
+    if (!usable(window)) {
+        return readFailure(file, errors);
+    }
     ElevationWindow elevations;
     elevations.width = window.width;
     elevations.height = window.height;
-    if (raster) {
-        elevations.metres.resize(std::size_t(window.width) * std::size_t(window.height));
-        measurePixels(*raster, window, elevations);
+    elevations.metres.resize(std::size_t(window.width) * std::size_t(window.height));
+    const Target target{elevations.metres.data(), GDT_Float32, window.width, window.height, 0, 0};
+    if (const auto pixels = pixelsInside(**source, window)) {
+        if (!readPixels(*(*source)->GetRasterBand(1), *pixels, target) || errors.any()) {
+            return readFailure(file, errors);
+        }
+        measurePixels((*source)->GetSpatialRef(), window, elevations);
+        return elevations;
     }
-    if (!raster || errors.any() ||
-        raster->GetRasterBand(1)->RasterIO(GF_Read, 0, 0, window.width, window.height,
-                                           elevations.metres.data(), window.width, window.height, GDT_Float32,
-                                           0, 0, nullptr) != CE_None) {
+    const auto raster = warped(**source, window, {});
+    if (!raster || errors.any() || !readPixels(*raster->GetRasterBand(1), whole(*raster), target)) {
         return readFailure(file, errors);
     }
+    measurePixels(raster->GetSpatialRef(), window, elevations);
     return elevations;
 }
 
@@ -185,6 +271,11 @@ Result<QImage> readColours(const QString& file, const PictureWindow& window) {
     GDALDataset& coloured = bytes ? *bytes : stored;
     const bool hasAlpha =
         coloured.GetRasterBand(coloured.GetRasterCount())->GetColorInterpretation() == GCI_AlphaBand;
+    const bool isOpaque = !hasAlpha && coloured.GetRasterBand(1)->GetMaskFlags() == GMF_ALL_VALID;
+    if (const auto pixels = isOpaque ? pixelsInside(coloured, window) : std::nullopt) {
+        QImage image = opaqueImage(coloured, *pixels, window);
+        return image.isNull() || errors.any() ? Result<QImage>(readFailure(file, errors)) : image;
+    }
     const auto raster = usable(window)
                             ? warped(coloured, window, hasAlpha ? QStringList() : QStringList{"-dstalpha"})
                             : nullptr;
