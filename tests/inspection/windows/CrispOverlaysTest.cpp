@@ -12,6 +12,7 @@
 #include <osgViewer/View>
 
 #include <QDir>
+#include <QDirIterator>
 #include <QTest>
 
 #include <algorithm>
@@ -91,11 +92,11 @@ protected:
         result.srs = QString::fromStdString(m_item->m_station.m_srs);
         result.fill = QColor(214, 47, 39);
         result.cut = QColor(33, 102, 172);
-        const QDir folder(
-            InspectionContext::instance().project()->description().stationFolder(m_item->GetStationId()));
-        const QStringList rasters = folder.entryList({"*.tif"}, QDir::Files);
-        EXPECT_FALSE(rasters.isEmpty());
-        result.dzRaster = folder.filePath(rasters.value(0));
+        // All stations were searched together.
+        QDirIterator rasters(InspectionContext::instance().project()->description().outputFolder(),
+                             {"dz-*.tif"}, QDir::Files, QDirIterator::Subdirectories);
+        result.dzRaster = rasters.next();
+        EXPECT_FALSE(result.dzRaster.isEmpty());
         return result;
     }
 
