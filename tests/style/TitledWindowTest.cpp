@@ -128,6 +128,11 @@ TYPED_TEST(TitledWindow, GrowsItsBarWithTheText) {
     EXPECT_LE(text->fontMetrics().height(), bar.height());
 }
 
+TYPED_TEST(TitledWindow, IsCalledInTheTaskBarAsInItsOwn) {
+    this->m_window.bar().setTitleContent(QStringLiteral("添加特殊点"), 10);
+    EXPECT_EQ(this->m_window.windowTitle(), QStringLiteral("添加特殊点"));
+}
+
 TYPED_TEST(TitledWindow, IsAtLeastAsWideAsItsTitleAsks) {
     this->m_window.bar().setTitleWidth(480);
     EXPECT_TRUE(QTest::qWaitFor([&] { return this->m_window.width() >= 480; }));
@@ -150,6 +155,8 @@ TEST_F(OverAWindow, AFormWithoutParentOpensOverItAndStaysInFront) {
     form.show();
     EXPECT_TRUE(m_main.geometry().contains(form.geometry()));
     EXPECT_EQ(form.windowHandle()->transientParent(), m_main.windowHandle());
+    // Of windows of the usual kind the platform keeps the owner to itself: they go behind it at the first click there.
+    EXPECT_EQ(form.windowHandle()->type(), Qt::Dialog);
 }
 
 TEST_F(OverAWindow, AFormThatTheUserHasMovedOpensThereAgain) {

@@ -41,8 +41,9 @@ QPoint placeOver(const QWidget& window, const QSize& size) {
 
 } // namespace
 
+// Window managers are told of an owner, in front of which a window stays, only for those of the dialog kind.
 BaseWindow::BaseWindow(QWidget* parent)
-    : QWidget(parent, Qt::Window | Qt::FramelessWindowHint), m_titleBar(new titleBar(this)) {
+    : QWidget(parent, Qt::Dialog | Qt::FramelessWindowHint), m_titleBar(new titleBar(this)) {
     dressWindow(*this, *m_titleBar);
 }
 

@@ -88,6 +88,7 @@ void titleBar::setTitleContent(const QString& text, int pointSize) {
     font.setPointSize(pointSize);
     m_title->setFont(font);
     m_title->setText(text);
+    window()->setWindowTitle(text); // what task bars and window switchers show
 
     const int heightPixels = QFontMetrics(font).height() + 14;
     setFixedHeight(heightPixels);
