@@ -130,6 +130,7 @@ std::vector<float> BlockWorker::dzOf(const Inset& inset, const CellWindow& windo
 void BlockWorker::findRuns(const Inset& inset, Block& block) {
     const CellWindow& window = block.window;
     m_rimSigns.restart();
+    m_spans.clear();
     for (int row = 0; row < window.rows; ++row) {
         const std::size_t from = inset.cell(row);
         RowOfCells cells;
@@ -140,14 +141,14 @@ void BlockWorker::findRuns(const Inset& inset, Block& block) {
         cells.sigmas = m_task.level.dependsOnSlope() ? m_sigmas.data() + from : nullptr;
         cells.rims = rimsOf(inset, window, row);
         block.compared += measuredIn(cells.dz, window.columns);
-        m_finder.find(cells, block.found.runs);
+        m_finder.find(cells, m_spans);
     }
     const BlockEdges edges{window.row, window.row + window.rows - 1, window.column,
                            window.column + window.columns};
     if (m_task.dropLonely) {
-        dropLonelyRuns(block.found.runs, edges);
+        dropLonelyRuns(m_spans, edges);
     }
-    dropWeakComponents(block.found.runs, edges, [&](const Run& run) { return isStrong(inset, window, run); });
+    dropWeakComponents(m_spans, edges, [&](const RunSpan& run) { return isStrong(inset, window, run); });
 }
 
 /// False where noise leaves nothing between what a rim and what a cell itself must reach.
@@ -199,7 +200,7 @@ void BlockWorker::markRims(const float* sigmas, const float* medians, std::size_
     }
 }
 
-bool BlockWorker::isStrong(const Inset& inset, const CellWindow& window, const Run& run) const {
+bool BlockWorker::isStrong(const Inset& inset, const CellWindow& window, const RunSpan& run) const {
     const std::size_t first =
         inset.cell(run.row - window.row) + static_cast<std::size_t>(run.begin - window.column);
     const CellUncertainty uncertain = uncertainty();
@@ -242,13 +243,14 @@ void BlockWorker::findCores(const Inset& inset, const CellWindow& window, Run& r
 
 void BlockWorker::measureRuns(const Inset& inset, Block& block) const {
     const CellWindow& window = block.window;
-    block.found.runs.shrink_to_fit(); // it waits for its turn, perhaps long
     std::size_t cells = 0;
-    for (const Run& run : block.found.runs) {
-        cells += static_cast<std::size_t>(run.cells());
+    for (const RunSpan& span : m_spans) {
+        cells += static_cast<std::size_t>(span.cells());
     }
+    block.found.runs.reserve(m_spans.size());
     block.found.heights.reserve(cells);
-    for (Run& run : block.found.runs) {
+    for (const RunSpan& span : m_spans) {
+        Run run(span);
         const std::size_t first =
             inset.cell(run.row - window.row) + static_cast<std::size_t>(run.begin - window.column);
         const float* dz = m_dz.data() + first;
@@ -259,6 +261,7 @@ void BlockWorker::measureRuns(const Inset& inset, Block& block) const {
         }
         run.heights = block.found.heights.size();
         block.found.heights.insert(block.found.heights.end(), dz, dz + run.cells());
+        block.found.runs.push_back(run);
     }
 }
 

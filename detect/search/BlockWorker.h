@@ -64,13 +64,14 @@ private:
     bool hasRims() const;
     const std::int8_t* rimsOf(const Inset& inset, const CellWindow& window, int row);
     void markRims(const float* sigmas, const float* medians, std::size_t columns, std::int8_t* rims) const;
-    bool isStrong(const Inset& inset, const CellWindow& window, const Run& run) const;
+    bool isStrong(const Inset& inset, const CellWindow& window, const RunSpan& run) const;
     CellUncertainty uncertainty() const;
     std::vector<float> dzOf(const Inset& inset, const CellWindow& window) const;
 
     PairReader m_reader;
     const BlockTask& m_task;
     RunFinder m_finder;
+    std::vector<RunSpan> m_spans; ///< of the present block
     ResamplingBlur m_blur;
     std::vector<float> m_old;
     std::vector<float> m_new;

@@ -44,13 +44,13 @@ bool isMeasured(float dz) {
 
 /// Notes in `touches` which runs of two neighbouring rows [upper, middle) and [middle, lower) lie over each
 /// other.
-void markTouches(const std::vector<Run>& runs, std::size_t upper, std::size_t middle, std::size_t lower,
+void markTouches(const std::vector<RunSpan>& runs, std::size_t upper, std::size_t middle, std::size_t lower,
                  std::vector<std::uint8_t>& touches) {
     std::size_t a = upper;
     std::size_t b = middle;
     while (a < middle && b < lower) {
-        const Run& above = runs[a];
-        const Run& below = runs[b];
+        const RunSpan& above = runs[a];
+        const RunSpan& below = runs[b];
         if (above.sign == below.sign && above.begin < below.end && below.begin < above.end) {
             touches[a] |= Below;
             touches[b] |= Above;
@@ -89,11 +89,11 @@ void RunFinder::markSigns(const RowOfCells& cells) {
     }
 }
 
-void RunFinder::find(const RowOfCells& cells, std::vector<Run>& runs) {
+void RunFinder::find(const RowOfCells& cells, std::vector<RunSpan>& runs) {
     markSigns(cells);
     const auto count = static_cast<std::size_t>(cells.columns);
     const auto append = [&](std::size_t begin, std::size_t end, std::int8_t sign, bool gap) {
-        Run run;
+        RunSpan run;
         run.row = cells.row;
         run.begin = cells.firstColumn + static_cast<std::int32_t>(begin);
         run.end = cells.firstColumn + static_cast<std::int32_t>(end);
@@ -126,7 +126,7 @@ void RunFinder::find(const RowOfCells& cells, std::vector<Run>& runs) {
     }
 }
 
-void dropLonelyRuns(std::vector<Run>& runs, const BlockEdges& edges) {
+void dropLonelyRuns(std::vector<RunSpan>& runs, const BlockEdges& edges) {
     std::vector<std::uint8_t> touches(runs.size(), None);
     std::size_t upper = 0;
     std::size_t middle = 0;
@@ -184,11 +184,11 @@ private:
     std::vector<std::uint32_t> m_up;
 };
 
-void joinRuns(const std::vector<Run>& runs, RunSets& sets) {
+void joinRuns(const std::vector<RunSpan>& runs, RunSets& sets) {
     std::size_t upper = 0; ///< first run of the row above that may touch
     std::size_t rowBegin = 0;
     for (std::size_t i = 0; i < runs.size(); ++i) {
-        const Run& run = runs[i];
+        const RunSpan& run = runs[i];
         if (i > 0 && runs[i - 1].row != run.row) {
             upper = rowBegin;
             rowBegin = i;
@@ -209,8 +209,8 @@ void joinRuns(const std::vector<Run>& runs, RunSets& sets) {
 
 } // namespace
 
-void dropWeakComponents(std::vector<Run>& runs, const BlockEdges& edges,
-                        const std::function<bool(const Run&)>& isStrong) {
+void dropWeakComponents(std::vector<RunSpan>& runs, const BlockEdges& edges,
+                        const std::function<bool(const RunSpan&)>& isStrong) {
     RunSets sets(runs.size());
     joinRuns(runs, sets);
     std::vector<std::uint8_t> keep(runs.size(), 0);

@@ -18,8 +18,8 @@ constexpr double kVarianceUnitSquareMetres = kSumUnitMetres / (1 << 8);
 constexpr std::size_t kNoHeights = static_cast<std::size_t>(-1);
 
 /// Cells `begin` up to, not including, `end` of one row whose dZ reaches the lower level of detection with
-/// one sign.
-struct Run {
+/// one sign. Noise makes many of them, most of which are dropped before more than this is known of them.
+struct RunSpan {
     std::int32_t row = 0;
     std::int32_t begin = 0;
     std::int32_t end = 0;
@@ -27,6 +27,21 @@ struct Run {
     /// A single cell with a weaker dZ between two runs of this sign. It joins them when the cells above and
     /// below are members of the same sign too, and is dropped otherwise.
     bool gap = false;
+
+    std::int32_t cells() const { return end - begin; }
+    /// Row order; at one place cut before fill.
+    bool isBefore(const RunSpan& other) const {
+        return row != other.row       ? row < other.row
+               : begin != other.begin ? begin < other.begin
+                                      : sign < other.sign;
+    }
+};
+
+/// A run and what was measured of its cells.
+struct Run : RunSpan {
+    Run() = default;
+    explicit Run(const RunSpan& span) : RunSpan(span) {}
+
     /// Its levels of detection are those of restless ground; see StandingOut.
     bool restless = false;
     float lowest = 0.0F;       ///< dZ, metres
@@ -43,7 +58,6 @@ struct Run {
     std::int32_t coresEnd = 0;
     std::size_t heights = 0; ///< where the dZ of its cells begin in what goes with the runs
 
-    std::int32_t cells() const { return end - begin; }
     /// Takes over the cores of another run of the row.
     void addCores(std::int32_t count, std::int32_t from, std::int32_t to) {
         if (count == 0) {
@@ -52,12 +66,6 @@ struct Run {
         coresBegin = cores == 0 ? from : std::min(coresBegin, from);
         coresEnd = std::max(coresEnd, to);
         cores += count;
-    }
-    /// Row order; at one place cut before fill.
-    bool isBefore(const Run& other) const {
-        return row != other.row       ? row < other.row
-               : begin != other.begin ? begin < other.begin
-                                      : sign < other.sign;
     }
 };
 
@@ -127,7 +135,7 @@ public:
 
     /// Appends the runs of one row, left to right, not yet measured. What lies beyond the ends of the row is
     /// not known: a weak cell at the end, beside a member, may be a gap.
-    void find(const RowOfCells& cells, std::vector<Run>& runs);
+    void find(const RowOfCells& cells, std::vector<RunSpan>& runs);
 
 private:
     void markSigns(const RowOfCells& cells);
@@ -144,7 +152,7 @@ struct BlockEdges {
     int begin = 0;
     int end = 0;
 
-    bool touches(const Run& run) const {
+    bool touches(const RunSpan& run) const {
         return run.row == firstRow || run.row == lastRow || run.begin == begin || run.end == end;
     }
 };
@@ -155,7 +163,7 @@ constexpr BlockEdges kNothingOpen{-1, -1, -1, -1};
 /// Drops runs that can never become part of an anomaly: those that touch no run of their sign in the row
 /// above or below (a line of cells has no 3 x 3 core), and gap cells that cannot be filled. Runs on the edges
 /// stay. `runs` are in row order.
-void dropLonelyRuns(std::vector<Run>& runs, const BlockEdges& edges);
+void dropLonelyRuns(std::vector<RunSpan>& runs, const BlockEdges& edges);
 
 /// What is uncertain about the dZ of a row of cells, metres.
 struct CellUncertainty {
@@ -175,8 +183,8 @@ struct CellUncertainty {
 /// Drops runs of components that reach their seed level nowhere and no edge either, so that nothing can join them
 /// any more. Gaps count as filled. `isStrong` tells of a run whether one of its cells reaches its seed level;
 /// `runs` are in row order.
-void dropWeakComponents(std::vector<Run>& runs, const BlockEdges& edges,
-                        const std::function<bool(const Run&)>& isStrong);
+void dropWeakComponents(std::vector<RunSpan>& runs, const BlockEdges& edges,
+                        const std::function<bool(const RunSpan&)>& isStrong);
 
 /// Fills extremes and sums of a run from the dZ of its cells (metres) and what is uncertain about them.
 void measureRun(const float* dz, const CellUncertainty& uncertainty, const CellLevel& level, Run& run);
