@@ -129,8 +129,13 @@ TYPED_TEST(TitledWindow, GrowsItsBarWithTheText) {
 }
 
 TYPED_TEST(TitledWindow, IsCalledInTheTaskBarAsInItsOwn) {
+    this->m_window.setWindowTitle("DrawForm");
     this->m_window.bar().setTitleContent(QStringLiteral("添加特殊点"), 10);
-    EXPECT_EQ(this->m_window.windowTitle(), QStringLiteral("添加特殊点"));
+    this->m_window.show();
+    EXPECT_EQ(this->m_window.windowHandle()->title(), QStringLiteral("添加特殊点"));
+    this->m_window.bar().setTitleContent(QStringLiteral("编辑特殊点"), 10);
+    EXPECT_EQ(this->m_window.windowHandle()->title(), QStringLiteral("编辑特殊点"));
+    EXPECT_EQ(this->m_window.windowTitle(), "DrawForm") << "by which the form is known";
 }
 
 TYPED_TEST(TitledWindow, IsAtLeastAsWideAsItsTitleAsks) {

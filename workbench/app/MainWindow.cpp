@@ -8,6 +8,7 @@
 #include "workbench/app/Panels.h"
 #include "workbench/app/PluginLoader.h"
 #include "workbench/app/ProjectDesk.h"
+#include "workbench/app/ScenePicture.h"
 #include "workbench/app/StartPage.h"
 #include "workbench/app/StatusLine.h"
 #include "workbench/app/ToolArea.h"
@@ -58,7 +59,7 @@ MainWindow::MainWindow()
 
     InspectionContext& context = InspectionContext::instance();
     context.initialise(this);
-    context.setMapPictureSource([this] { return m_globe->grabFramebuffer(); });
+    context.setMapPictureSource([this] { return withoutEmptyMargins(m_globe->grabFramebuffer()); });
     zeo::EngineContext::instance().setMapSRS(m_globe->getMapNode()->getMapSRS());
 
     buildTop();

@@ -54,6 +54,29 @@ QPushButton* makeButton(QWidget* parent, const char* objectName, Glyph glyph, co
     return button;
 }
 
+// What task bars and window switchers show. The widget's own title stays: forms are known by it.
+void nameWindow(const titleBar& bar) {
+    if (QWindow* handle = bar.window()->windowHandle(); handle && !bar.titleContent().isEmpty()) {
+        handle->setTitle(bar.titleContent());
+    }
+}
+
+/// Names the bar's window when it comes on the screen.
+class WindowName : public QObject {
+public:
+    explicit WindowName(titleBar& bar) : QObject(&bar), m_bar(bar) { bar.installEventFilter(this); }
+
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        if (event->type() == QEvent::Show) {
+            nameWindow(m_bar);
+        }
+        return QObject::eventFilter(watched, event);
+    }
+
+private:
+    titleBar& m_bar;
+};
+
 } // namespace
 
 titleBar::titleBar(QWidget* parent)
@@ -81,6 +104,7 @@ titleBar::titleBar(QWidget* parent)
     connect(m_close, &QPushButton::clicked, this, &titleBar::signalClose);
     setButtonType(MinMaxClose);
     setTitleContent(QString());
+    new WindowName(*this);
 }
 
 void titleBar::setTitleContent(const QString& text, int pointSize) {
@@ -88,7 +112,7 @@ void titleBar::setTitleContent(const QString& text, int pointSize) {
     font.setPointSize(pointSize);
     m_title->setFont(font);
     m_title->setText(text);
-    window()->setWindowTitle(text); // what task bars and window switchers show
+    nameWindow(*this);
 
     const int heightPixels = QFontMetrics(font).height() + 14;
     setFixedHeight(heightPixels);
