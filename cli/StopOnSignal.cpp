@@ -1,25 +1,60 @@
 #include "cli/StopOnSignal.h"
 
+#include "cli/Command.h"
+#include "files/UnfinishedFolder.h"
+
 #include <atomic>
 #include <csignal>
+#include <thread>
+
+#include <unistd.h>
 
 namespace cli {
 
 namespace {
-std::atomic<bool> stopAsked{false};
-static_assert(std::atomic<bool>::is_always_lock_free);
 
-void askStop(int) {
-    stopAsked = true;
+std::atomic<bool> stopAsked{false};
+std::atomic<int> listeners{0}; ///< who would hear of it
+
+/// Those that the process does not ignore, as one that was started in the background does.
+sigset_t requestsToEnd() {
+    sigset_t requests;
+    sigemptyset(&requests);
+    for (const int request : {SIGINT, SIGTERM, SIGHUP}) {
+        struct sigaction action{};
+        if (sigaction(request, nullptr, &action) == 0 && action.sa_handler != SIG_IGN) {
+            sigaddset(&requests, request);
+        }
+    }
+    return requests;
 }
+
+[[noreturn]] void waitForTheEnd(const char* command, const sigset_t& requests) {
+    for (;;) {
+        int request = 0;
+        if (sigwait(&requests, &request) != 0 || (listeners > 0 && !stopAsked.exchange(true))) {
+            continue;
+        }
+        files::removeUnfinished();
+        _exit(fail(command, kStatusFailed, "已取消"));
+    }
+}
+
 } // namespace
 
-StopOnSignal::StopOnSignal()
-    : m_interrupt(std::signal(SIGINT, askStop)), m_terminate(std::signal(SIGTERM, askStop)) {}
+void endOnSignal(const char* command) {
+    const sigset_t requests = requestsToEnd();
+    pthread_sigmask(SIG_BLOCK, &requests,
+                    nullptr); // threads inherit it, so that the one below hears of them alone
+    std::thread([command, requests] { waitForTheEnd(command, requests); }).detach();
+}
+
+StopOnSignal::StopOnSignal() {
+    ++listeners;
+}
 
 StopOnSignal::~StopOnSignal() {
-    std::signal(SIGINT, m_interrupt);
-    std::signal(SIGTERM, m_terminate);
+    --listeners;
 }
 
 bool StopOnSignal::asked() const {
