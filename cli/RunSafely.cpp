@@ -11,6 +11,7 @@
 #include <atomic>
 #include <csignal>
 #include <cstdio>
+#include <memory>
 #include <new>
 #include <typeinfo>
 
@@ -49,10 +50,23 @@ std::string wordsOf() {
     }
 }
 
-/// Ends the process from wherever it is. Should even that fail, it ends all the same.
+/// What the end itself needs when there is no more memory.
+std::unique_ptr<char[]>& reserve() {
+    constexpr std::size_t kBytes = 1 << 20;
+    static std::unique_ptr<char[]> bytes = std::make_unique<char[]>(kBytes);
+    return bytes;
+}
+
+/// Ends the process from wherever it is, without giving back what other threads may be waiting for. Should even that fail,
+/// it ends all the same.
 [[noreturn]] void end(const char* words) {
+    constexpr unsigned kPatienceSeconds = 3;
     static std::atomic<bool> isEnding{false};
+    std::signal(SIGALRM, [](int) { _exit(kStatusFailed); });
+    alarm(kPatienceSeconds);
     if (!isEnding.exchange(true)) {
+        reserve().reset();
+        std::fflush(stdout);
         std::fprintf(stderr, "corridor %s: %s\n", runningCommand, words);
         files::removeUnfinished();
     }
@@ -70,14 +84,29 @@ std::string wordsOf() {
     }
 }
 
-/// Libraries abort when they get no memory.
-void endOnAbort(int) {
-    end("内存不足，或某个库无法继续");
+/// Libraries abort when they get no memory, or use what they did not get.
+void giveUp(int fault) {
+    endOnFault(fault == SIGABRT ? "内存不足，或某个库无法继续" : "内存访问出错，可能是内存不足");
+}
+
+/// Where a sanitizer listens already, it tells more.
+void listenToFaults() {
+    for (const int fault : {SIGABRT, SIGSEGV, SIGBUS}) {
+        struct sigaction action{};
+        if (sigaction(fault, nullptr, &action) == 0 && action.sa_handler == SIG_DFL) {
+            action.sa_handler = giveUp;
+            sigaction(fault, &action, nullptr);
+        }
+    }
 }
 
 void dropWords(QtMsgType type, const QMessageLogContext& context, const QString& words) {
     if (type == QtFatalMsg) {
         end(qUtf8Printable(words));
+    }
+    if (words.startsWith(
+            QLatin1String("QThread::start"))) { // whoever waits for that thread would wait for ever
+        end("内存不足，无法建立线程");
     }
     if (context.category && std::string(context.category).rfind("corridor.", 0) == 0) {
         note(runningCommand, words);
@@ -89,16 +118,14 @@ void dropWords(QtMsgType type, const QMessageLogContext& context, const QString&
 int runSafely(const char* command, int (*run)(const std::vector<std::string>& arguments),
               const std::vector<std::string>& arguments) {
     runningCommand = command;
+    reserve();
     std::set_terminate(endOnException);
-    std::signal(SIGABRT, endOnAbort);
     qInstallMessageHandler(dropWords);
     detect::silenceLibraries();
-    try {
-        endOnSignal(command);
-        return run(arguments);
-    } catch (...) {
-        return fail(command, kStatusFailed, wordsOf());
-    }
+    endOnSignal(command);
+    listenToFaults();
+    return run(
+        arguments); // what is thrown there and not caught comes to endOnException, with nothing undone before
 }
 
 } // namespace cli

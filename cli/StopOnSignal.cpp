@@ -16,10 +16,14 @@ namespace {
 std::atomic<bool> stopAsked{false};
 std::atomic<int> listeners{0}; ///< who would hear of it
 
+std::atomic<const char*> faultWords{nullptr};
+constexpr int kFault = SIGUSR1; ///< from endOnFault
+
 /// Those that the process does not ignore, as one that was started in the background does.
 sigset_t requestsToEnd() {
     sigset_t requests;
     sigemptyset(&requests);
+    sigaddset(&requests, kFault);
     for (const int request : {SIGINT, SIGTERM, SIGHUP}) {
         struct sigaction action{};
         if (sigaction(request, nullptr, &action) == 0 && action.sa_handler != SIG_IGN) {
@@ -32,11 +36,15 @@ sigset_t requestsToEnd() {
 [[noreturn]] void waitForTheEnd(const char* command, const sigset_t& requests) {
     for (;;) {
         int request = 0;
-        if (sigwait(&requests, &request) != 0 || (listeners > 0 && !stopAsked.exchange(true))) {
+        if (sigwait(&requests, &request) != 0) {
+            continue;
+        }
+        const char* const fault = faultWords;
+        if (!fault && listeners > 0 && !stopAsked.exchange(true)) {
             continue;
         }
         files::removeUnfinished();
-        _exit(fail(command, kStatusFailed, "已取消"));
+        _exit(fail(command, kStatusFailed, fault ? fault : "已取消"));
     }
 }
 
@@ -47,6 +55,14 @@ void endOnSignal(const char* command) {
     pthread_sigmask(SIG_BLOCK, &requests,
                     nullptr); // threads inherit it, so that the one below hears of them alone
     std::thread([command, requests] { waitForTheEnd(command, requests); }).detach();
+}
+
+void endOnFault(const char* words) {
+    constexpr unsigned kPatienceSeconds = 10; // should the fault have left a lock of the allocator closed
+    faultWords = words;
+    kill(getpid(), kFault);
+    sleep(kPatienceSeconds);
+    _exit(kStatusFailed);
 }
 
 StopOnSignal::StopOnSignal() {

@@ -7,6 +7,10 @@ namespace cli {
 /// status is that of a failure. Before any other thread begins. `command` is named in the line.
 void endOnSignal(const char* command);
 
+/// For handlers of signals that a fault in this thread has raised: lets the thread that hears the requests end the process
+/// in the same order, and says `words`. Calls nothing that such handlers must not.
+[[noreturn]] void endOnFault(const char* words);
+
 /// While one of these lives, the first request is only noted, so that long work can end by itself; a second one ends the
 /// process as above.
 class StopOnSignal {
