@@ -2,6 +2,7 @@
 
 #include "cli/Command.h"
 #include "cli/OpenedProject.h"
+#include "cli/Printable.h"
 #include "cli/ProgressLine.h"
 #include "workbench/inspectiondata/check/CheckProject.h"
 
@@ -26,7 +27,7 @@ constexpr auto kUsage = "用法：corridor check PROJECT [--json]\n"
 
 void print(const Findings& findings) {
     for (const Finding& finding : findings) {
-        std::printf("%s\n", qUtf8Printable(finding.line()));
+        std::printf("%s\n", printable(finding.line()).c_str());
     }
     if (findings.empty()) {
         std::puts("未发现问题");

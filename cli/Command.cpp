@@ -1,5 +1,7 @@
 #include "cli/Command.h"
 
+#include "cli/Printable.h"
+
 #include <cstdio>
 
 namespace cli {
@@ -17,8 +19,16 @@ tl::expected<Options, int> beginCommand(const char* command, const char* usage,
     return *std::move(options);
 }
 
+void note(const char* command, const std::string& message) {
+    std::fprintf(stderr, "corridor %s: %s\n", command, printable(message).c_str());
+}
+
+void note(const char* command, const QString& message) {
+    note(command, message.toStdString());
+}
+
 int fail(const char* command, int status, const std::string& message) {
-    std::fprintf(stderr, "corridor %s: %s\n", command, message.c_str());
+    note(command, message);
     return status;
 }
 

@@ -2,6 +2,8 @@
 
 #include "commandline/Options.h"
 
+#include <QString>
+
 #include <string>
 #include <vector>
 
@@ -22,7 +24,11 @@ constexpr int kStatusWrongUse = 2;
 tl::expected<Options, int> beginCommand(const char* command, const char* usage,
                                         const std::vector<std::string>& arguments, const OptionTable& table);
 
-/// Writes "corridor COMMAND: message" to standard error and hands `status` back.
+/// Writes "corridor COMMAND: message" to standard error.
+void note(const char* command, const std::string& message);
+void note(const char* command, const QString& message);
+
+/// The same, and hands `status` back.
 int fail(const char* command, int status, const std::string& message);
 
 } // namespace cli

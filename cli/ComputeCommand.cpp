@@ -4,6 +4,7 @@
 #include "cli/MissingNote.h"
 #include "cli/OpenedProject.h"
 #include "cli/PairOption.h"
+#include "cli/Printable.h"
 #include "cli/ProgressLine.h"
 #include "cli/StopOnSignal.h"
 #include "detect/output/CoregistrationNote.h"
@@ -48,11 +49,11 @@ void printSummary(mysqlhelper::KV_MySQL& database, const inspection::EpochPair& 
         const auto& done = summary.stationIds;
         if (std::find(done.begin(), done.end(), station.m_id) != done.end()) {
             const auto anomalies = inspection::readAnomalies(database, station.m_id, pair);
-            std::printf("站段 %u  %s  异常 %zu 处\n", station.m_id, gbkToUtf8(station.m_name).c_str(),
-                        anomalies.size());
+            std::printf("站段 %u  %s  异常 %zu 处\n", station.m_id,
+                        printable(gbkToUtf8(station.m_name)).c_str(), anomalies.size());
         }
     }
-    std::printf("对比 %s\n", qUtf8Printable(inspection::pairTitle(pair)));
+    std::printf("对比 %s\n", printable(inspection::pairTitle(pair)).c_str());
     std::printf("共 %zu 个站段，异常 %d 处，比较像元 %lld 个，用时 %.1f 秒\n", summary.stationIds.size(),
                 summary.anomalies, static_cast<long long>(summary.cells), summary.seconds);
 }
@@ -64,11 +65,11 @@ void printNotes(const inspection::ProjectDescription& project,
     std::printf("%s\n", qUtf8Printable(inspection::coregistrationLine(coregistration)));
     detect::RunReport report;
     report.coregistration = coregistration;
-    for (const std::string& note : detect::notesOn(report, project.parameters)) {
-        std::fprintf(stderr, "corridor %s: %s\n", kCommand, note.c_str());
+    for (const std::string& line : detect::notesOn(report, project.parameters)) {
+        note(kCommand, line);
     }
     if (const auto doubt = inspection::doubtOf(coregistration.nmadAfterMetres, project.parameters)) {
-        std::fprintf(stderr, "corridor %s: %s\n", kCommand, qUtf8Printable(*doubt));
+        note(kCommand, *doubt);
     }
 }
 

@@ -3,6 +3,7 @@
 #include "cli/Command.h"
 #include "cli/LineOptions.h"
 #include "cli/OpenedProject.h"
+#include "cli/Printable.h"
 #include "cli/ProgressLine.h"
 #include "cli/StopOnSignal.h"
 #include "workbench/inspectiondata/creation/CreateProject.h"
@@ -141,7 +142,7 @@ void printImports(const ProjectPlan& plan, const std::vector<inspection::Special
     for (std::size_t i = 0; i < imports.size(); ++i) {
         for (const QStringList& lines : {imports[i].notes, imports[i].refusals}) {
             for (const QString& line : lines) {
-                std::fprintf(stderr, "corridor %s: %s\n", kCommand, qUtf8Printable(line));
+                note(kCommand, line);
             }
         }
         std::printf("导入 %d 个%s，拒绝 %lld 行\n", imports[i].stored,
@@ -152,16 +153,16 @@ void printImports(const ProjectPlan& plan, const std::vector<inspection::Special
 
 void printSummary(const ProjectPlan& plan, const QString& folder) {
     for (const inspection::PlannedEpoch& epoch : plan.surveys.epochs) {
-        std::printf("%s  %s\n", epoch.date.isEmpty() ? "日期未知" : qUtf8Printable(epoch.date),
-                    qUtf8Printable(epoch.surface.files.join(QStringLiteral("、"))));
+        std::printf("%s  %s\n", epoch.date.isEmpty() ? "日期未知" : printable(epoch.date).c_str(),
+                    printable(epoch.surface.files.join(QStringLiteral("、"))).c_str());
     }
-    for (const QString& note : plan.surveys.notes) {
-        std::fprintf(stderr, "corridor %s: %s\n", kCommand, qUtf8Printable(note));
+    for (const QString& line : plan.surveys.notes) {
+        note(kCommand, line);
     }
     if (plan.centerline) {
         std::printf("中心线 %.3f 公里\n", plan.centerline->lengthMetres() / 1000.0);
     }
-    std::printf("建立项目 %s：%s，%zu 个站段\n", qUtf8Printable(folder), qUtf8Printable(plan.name),
+    std::printf("建立项目 %s：%s，%zu 个站段\n", printable(folder).c_str(), printable(plan.name).c_str(),
                 plan.stations.size());
 }
 
@@ -183,7 +184,7 @@ int create(const Task& task) {
         return fail(kCommand, created.error());
     }
     for (const QString& note : created->notes) {
-        std::printf("%s\n", qUtf8Printable(note));
+        std::printf("%s\n", printable(note).c_str());
     }
     printSummary(*plan, task.folder);
     printImports(*plan, created->imports);

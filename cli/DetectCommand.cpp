@@ -152,8 +152,8 @@ int runDetect(const std::vector<std::string>& arguments) {
     if (task->quiet) {
         return kStatusDone;
     }
-    for (const std::string& note : detect::notesOn(told.report, task->request.parameters)) {
-        std::fprintf(stderr, "corridor detect: %s\n", note.c_str());
+    for (const std::string& line : detect::notesOn(told.report, task->request.parameters)) {
+        note(kCommand, line);
     }
     told.table.print();
     return kStatusDone;

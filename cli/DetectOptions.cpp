@@ -1,7 +1,7 @@
 #include "cli/DetectOptions.h"
 
-#include "cli/OutputSet.h"
 #include "detect/FileEnding.h"
+#include "detect/TouchedFiles.h"
 #include "detect/output/ParameterTable.h"
 #include "detect/output/ParameterText.h"
 #include "detect/output/ResultFile.h"
@@ -198,25 +198,11 @@ Read checkFiles(const DetectTask& task) {
     if (!detect::isResultPath(task.out)) {
         return wrongUse("--out 的扩展名必须是 .gpkg、.geojson 或 .shp");
     }
-    const std::string outputs[] = {task.out, task.dz, task.correction, task.summary};
-    for (const std::string& output : outputs) {
-        if (output.empty()) {
-            continue;
-        }
-        for (const std::string& other :
-             {task.request.oldRaster, task.request.newRaster, task.request.parameters.unstableMask,
-              task.request.parameters.ignoreMask}) {
-            if (!other.empty() && sameFile(output, other)) {
-                return wrongUse("输出 " + output + " 就是输入文件");
-            }
-        }
-        for (const std::string& other : outputs) {
-            if (&other != &output && !other.empty() && sameFile(output, other)) {
-                return wrongUse("两个输出都是 " + output);
-            }
-        }
-    }
-    return {};
+    const detect::Parameters& parameters = task.request.parameters;
+    const auto distinct = detect::checkOutputs(
+        {task.out, task.dz, task.correction, task.summary},
+        {task.request.oldRaster, task.request.newRaster, parameters.unstableMask, parameters.ignoreMask});
+    return distinct ? Read() : wrongUse(distinct.error().message);
 }
 
 Read checkNeeded(const Options& options) {

@@ -2,6 +2,7 @@
 
 #include "cli/Command.h"
 #include "cli/OpenedProject.h"
+#include "cli/Printable.h"
 #include "cli/ProgressLine.h"
 #include "cli/StopOnSignal.h"
 #include "workbench/inspectiondata/compute/EpochRemoval.h"
@@ -71,8 +72,8 @@ Parsed<AddTask> readAddTask(const Options& options) {
 
 /// Says which pair the project compares now.
 int tell(const char* what, const QString& key, const Project& project) {
-    std::printf("%s %s，对比期次 %s\n", what, qUtf8Printable(key),
-                qUtf8Printable(inspection::pairTitle(project.description().pair())));
+    std::printf("%s %s，对比期次 %s\n", what, printable(key).c_str(),
+                printable(inspection::pairTitle(project.description().pair())).c_str());
     return kStatusDone;
 }
 
@@ -107,8 +108,8 @@ int runTask(const AddTask& task) {
     if (!made) {
         return fail(kCommand, made.error());
     }
-    for (const QString& note : made->notes()) {
-        std::fprintf(stderr, "corridor %s: %s\n", kCommand, qUtf8Printable(note));
+    for (const QString& line : made->notes()) {
+        note(kCommand, line);
     }
     return tell("已增加期次", project->description().keyOf(made->epoch()), *project);
 }

@@ -60,7 +60,7 @@ Parsed<Task> readTask(const Options& options) {
 
 void printLines(const QStringList& lines) {
     for (const QString& line : lines) {
-        std::fprintf(stderr, "corridor %s: %s\n", kCommand, qUtf8Printable(line));
+        note(kCommand, line);
     }
 }
 

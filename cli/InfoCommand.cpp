@@ -2,6 +2,7 @@
 
 #include "cli/Command.h"
 #include "cli/OpenedProject.h"
+#include "cli/Printable.h"
 #include "cli/ProjectInfo.h"
 
 #include <QCoreApplication>
@@ -44,16 +45,16 @@ void print(const QJsonObject& json, const QString& indent) {
     for (auto member = json.begin(); member != json.end(); ++member) {
         const QJsonArray array = member.value().toArray();
         if (member.value().isObject()) {
-            std::printf("%s%s:\n", qPrintable(indent), qPrintable(member.key()));
+            std::printf("%s%s:\n", qPrintable(indent), printable(member.key()).c_str());
             print(member.value().toObject(), indent + "  ");
         } else if (!array.isEmpty() && array.first().isObject()) {
             for (int i = 0; i < array.size(); ++i) {
-                std::printf("%s%s %d:\n", qPrintable(indent), qPrintable(member.key()), i + 1);
+                std::printf("%s%s %d:\n", qPrintable(indent), printable(member.key()).c_str(), i + 1);
                 print(array.at(i).toObject(), indent + "  ");
             }
         } else {
-            std::printf("%s%s: %s\n", qPrintable(indent), qPrintable(member.key()),
-                        qPrintable(text(member.value())));
+            std::printf("%s%s: %s\n", qPrintable(indent), printable(member.key()).c_str(),
+                        printable(text(member.value())).c_str());
         }
     }
 }

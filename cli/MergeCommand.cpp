@@ -3,6 +3,7 @@
 #include "cli/AnomalyTable.h"
 #include "cli/Command.h"
 #include "cli/OutputSet.h"
+#include "detect/TouchedFiles.h"
 #include "detect/output/PieceFile.h"
 #include "detect/output/ResultFile.h"
 #include "detect/output/SummaryFile.h"
@@ -41,17 +42,8 @@ Parsed<void> checkFiles(const Options& options) {
     if (options.has("--summary") && summary.empty()) {
         return wrongUse("选项 --summary 缺少值");
     }
-    for (const std::string& output : {out, summary}) {
-        for (const std::string& input : options.positional) {
-            if (!output.empty() && sameFile(output, input)) {
-                return wrongUse("输出 " + output + " 就是输入文件");
-            }
-        }
-    }
-    if (!summary.empty() && sameFile(out, summary)) {
-        return wrongUse("两个输出都是 " + out);
-    }
-    return {};
+    const auto distinct = detect::checkOutputs({out, summary}, options.positional);
+    return distinct ? Parsed<void>() : wrongUse(distinct.error().message);
 }
 
 Result<std::vector<detect::Piece>> readSeams(const std::vector<std::string>& files) {

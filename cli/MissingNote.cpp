@@ -1,5 +1,7 @@
 #include "cli/MissingNote.h"
 
+#include "cli/Command.h"
+
 #include "workbench/inspectiondata/amendment/MissingFiles.h"
 
 #include <cstdio>
@@ -29,8 +31,7 @@ inspection::Status needSurfaces(const ProjectDescription& project) {
 
 void tellMissingFiles(const char* command, const ProjectDescription& project) {
     for (const MissingFile& file : inspection::missingFiles(project)) {
-        std::fprintf(stderr, "corridor %s: %s：%s\n", command, qUtf8Printable(file.path),
-                     qUtf8Printable(mending(project, file)));
+        note(command, file.path + QStringLiteral("：") + mending(project, file));
     }
 }
 

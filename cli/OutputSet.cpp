@@ -1,7 +1,5 @@
 #include "cli/OutputSet.h"
 
-#include <filesystem>
-
 namespace cli {
 
 detect::Result<const detect::StagedOutput*> OutputSet::stage(const std::string& target) {
@@ -14,19 +12,12 @@ detect::Result<const detect::StagedOutput*> OutputSet::stage(const std::string& 
     });
 }
 
-detect::Status OutputSet::commit() {
+detect::Status OutputSet::commit() const {
+    std::vector<const detect::StagedOutput*> outputs;
     for (const auto& output : m_outputs) {
-        if (auto done = output->commit(); !done) {
-            return failed(done);
-        }
+        outputs.push_back(output.get());
     }
-    return {};
-}
-
-bool sameFile(const std::string& a, const std::string& b) {
-    namespace fs = std::filesystem;
-    std::error_code error;
-    return a == b || fs::equivalent(fs::u8path(a), fs::u8path(b), error);
+    return detect::commitTogether(outputs);
 }
 
 } // namespace cli

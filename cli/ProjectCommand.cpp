@@ -4,6 +4,7 @@
 #include "cli/CreateCommand.h"
 #include "cli/EpochCommands.h"
 #include "cli/OpenedProject.h"
+#include "cli/Printable.h"
 #include "cli/ProgressLine.h"
 #include "cli/SetCommand.h"
 #include "cli/StopOnSignal.h"
@@ -56,7 +57,7 @@ int setDatabase(const std::string& folder, const QString& url) {
     }
     const auto& move = *result;
     std::printf("迁移 %lld 行到 %s，原数据保留在 %s\n", static_cast<long long>(move.rows),
-                qUtf8Printable(inspection::shownDatabase(url)), qUtf8Printable(move.keptDatabase));
+                printable(inspection::shownDatabase(url)).c_str(), printable(move.keptDatabase).c_str());
     return kStatusDone;
 }
 

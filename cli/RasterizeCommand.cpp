@@ -1,6 +1,7 @@
 #include "cli/RasterizeCommand.h"
 
 #include "cli/Command.h"
+#include "cli/Printable.h"
 #include "cli/ProgressLine.h"
 #include "cli/StopOnSignal.h"
 #include "cloud/Rasterize.h"
@@ -77,8 +78,8 @@ commandline::Parsed<cloud::RasterizeRequest> readTask(const Options& options) {
 }
 
 void print(const cloud::RasterizeRequest& request, const cloud::RasterizeReport& report) {
-    std::printf("%s：%d × %d 格，间距 %g；%llu 点中用了 %llu 点\n", request.out.c_str(), report.columns,
-                report.rows, report.cell, static_cast<unsigned long long>(report.points),
+    std::printf("%s：%d × %d 格，间距 %g；%llu 点中用了 %llu 点\n", printable(request.out).c_str(),
+                report.columns, report.rows, report.cell, static_cast<unsigned long long>(report.points),
                 static_cast<unsigned long long>(report.used));
     std::printf("有点 %lld 格，填补 %lld 格，空 %lld 格\n", static_cast<long long>(report.measuredCells),
                 static_cast<long long>(report.closedCells), static_cast<long long>(report.emptyCells));

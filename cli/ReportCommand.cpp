@@ -4,6 +4,7 @@
 #include "cli/MissingNote.h"
 #include "cli/OpenedProject.h"
 #include "cli/PairOption.h"
+#include "cli/Printable.h"
 #include "cli/ProgressLine.h"
 #include "cli/StopOnSignal.h"
 #include "workbench/inspectiondata/output/InspectionData.h"
@@ -11,7 +12,6 @@
 #include "workbench/inspectiondata/output/ShapeOutput.h"
 
 #include <QGuiApplication>
-#include <QLoggingCategory>
 
 #include <cstdio>
 
@@ -54,6 +54,9 @@ int write(const char* command, const char* title, const Options& options, Writer
         return fail(command, data.error());
     }
     tellMissingFiles(command, data->project);
+    if (const int broken = data->brokenOutlines(); broken > 0) {
+        note(command, std::to_string(broken) + " 处异常的轮廓无效，图中没有；corridor check 可列出");
+    }
     inspection::Status written;
     {
         const StopOnSignal stopOnSignal;
@@ -66,7 +69,7 @@ int write(const char* command, const char* title, const Options& options, Writer
     if (!written) {
         return fail(command, written.error());
     }
-    std::printf("%s\n", target.c_str());
+    std::printf("%s\n", printable(target).c_str());
     return kStatusDone;
 }
 
@@ -83,11 +86,8 @@ int run(const char* command, const char* title, const char* usage, const std::ve
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
         qputenv("QT_QPA_PLATFORM", "offscreen"); // fonts and pictures need no display
     }
-    // Without a session of its own the process has no runtime folder, which Qt would complain about.
-    QLoggingCategory::setFilterRules(QStringLiteral("default.warning=false"));
     int count = 0;
     const QGuiApplication application(count, nullptr);
-    QLoggingCategory::setFilterRules(QString());
     return write(command, title, *options, writer);
 }
 

@@ -1,6 +1,7 @@
 #include "cli/SampleCommand.h"
 
 #include "cli/Command.h"
+#include "cli/Printable.h"
 #include "cli/ProgressLine.h"
 #include "cli/StopOnSignal.h"
 #include "samples/SampleCorridor.h"
@@ -73,7 +74,7 @@ int runSample(const std::vector<std::string>& arguments) {
         return fail(kCommand, kStatusFailed, *problem);
     }
     if (!options->has("--quiet")) {
-        std::printf("%s\n", task->directory.c_str());
+        std::printf("%s\n", printable(task->directory).c_str());
     }
     return kStatusDone;
 }

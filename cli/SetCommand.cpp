@@ -3,6 +3,7 @@
 #include "cli/Command.h"
 #include "cli/LineOptions.h"
 #include "cli/OpenedProject.h"
+#include "cli/Printable.h"
 #include "cli/ProgressLine.h"
 #include "cli/StopOnSignal.h"
 #include "workbench/inspectiondata/amendment/AmendProject.h"
@@ -196,7 +197,7 @@ Parsed<AmendmentWish> readWish(const ProjectDescription& project, const std::vec
 
 int print(const QStringList& changes, const Options& options) {
     for (const QString& line : changes) {
-        std::printf("%s\n", qUtf8Printable(line));
+        std::printf("%s\n", printable(line).c_str());
     }
     std::puts(changes.isEmpty() ? "没有更改" : options.has("--dry-run") ? "以上更改尚未进行" : "项目已更改");
     return kStatusDone;
@@ -215,8 +216,8 @@ int tellNotFound(const ProjectDescription& project) {
 int amend(OpenedProject& opened, Amendment amendment, const Options& options) {
     auto& [project, database] = opened;
     const ProjectDescription before = project.description();
-    for (const QString& note : amendment.notes) {
-        std::fprintf(stderr, "corridor %s: %s\n", kCommand, qUtf8Printable(note));
+    for (const QString& line : amendment.notes) {
+        note(kCommand, line);
     }
     inspection::Result<inspection::AmendmentEffect> effect = inspection::cancelled();
     if (options.has("--dry-run")) {

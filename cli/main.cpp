@@ -5,12 +5,13 @@
 #include "cli/ImportCommand.h"
 #include "cli/InfoCommand.h"
 #include "cli/MergeCommand.h"
+#include "cli/Printable.h"
 #include "cli/ProjectCommand.h"
 #include "cli/RasterizeCommand.h"
 #include "cli/ReportCommand.h"
+#include "cli/RunSafely.h"
 #include "cli/SampleCommand.h"
 
-#include "detect/GdalErrors.h"
 #include "workbench/inspectiondata/project/Utf8Locale.h"
 
 #include <cstdio>
@@ -54,13 +55,12 @@ void printUsage(std::FILE* stream) {
 } // namespace
 
 int main(int argc, char** argv) {
-    detect::silenceTiff();
     inspection::useUtf8Locale();
     const std::vector<std::string> arguments(argv + (argc > 1 ? 2 : argc), argv + argc);
     const std::string name = argc > 1 ? argv[1] : "";
     for (const Command& command : kCommands) {
         if (name == command.name) {
-            return command.run(arguments);
+            return cli::runSafely(command.name, command.run, arguments);
         }
     }
     if (name == "--help" || name == "help") {
@@ -70,7 +70,7 @@ int main(int argc, char** argv) {
     if (name.empty()) {
         printUsage(stderr);
     } else {
-        std::fprintf(stderr, "corridor: 未知命令 %s\n", name.c_str());
+        std::fprintf(stderr, "corridor: 未知命令 %s\n", cli::printable(name).c_str());
     }
     return cli::kStatusWrongUse;
 }

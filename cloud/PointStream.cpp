@@ -51,13 +51,24 @@ void PointStream::readAll() {
                 m_spare.pop_back();
             }
         }
-        Batch batch = read(std::move(buffer));
+        Batch batch = readOrFail(std::move(buffer));
         isLast = batch.isLast();
         {
             const std::lock_guard<std::mutex> lock(m_mutex);
             m_ready.push_back(std::move(batch));
         }
         m_isChanged.notify_all();
+    }
+}
+
+/// Memory may run out; whoever waits for the next points must hear of it.
+PointStream::Batch PointStream::readOrFail(std::vector<CloudPoint> buffer) {
+    try {
+        return read(std::move(buffer));
+    } catch (const std::exception& error) {
+        Batch batch;
+        batch.done = detect::Unexpected(detect::Failure{std::string("读取点云失败：") + error.what()});
+        return batch;
     }
 }
 

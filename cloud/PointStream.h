@@ -32,6 +32,7 @@ private:
         bool isLast() const { return !done || points.empty(); }
     };
     void readAll();
+    Batch readOrFail(std::vector<CloudPoint> buffer);
     Batch read(std::vector<CloudPoint> buffer);
 
     const Survey& m_survey;

@@ -6,6 +6,7 @@
 #include "cloud/SurfaceFile.h"
 #include "detect/GdalErrors.h"
 #include "detect/StagedOutput.h"
+#include "detect/TouchedFiles.h"
 
 #include <gdal_priv.h>
 
@@ -158,6 +159,14 @@ Progress part(const Progress& progress, double from, double to) {
     return [=](double done) { return !progress || progress(from + (to - from) * done); };
 }
 
+std::vector<std::string> pathsOf(const Survey& survey) {
+    std::vector<std::string> paths;
+    for (const auto& file : survey.files) {
+        paths.push_back(file.path);
+    }
+    return paths;
+}
+
 std::string whyNoneIsUsed(const RasterizeRequest& request, const RasterizeReport& report) {
     if (report.outside > 0) {
         return "点都在文件头所称的范围之外，请检查文件头中的范围、比例和偏移";
@@ -222,6 +231,9 @@ Result<RasterizeReport> rasterize(const RasterizeRequest& request, const Progres
     const auto surface = gridOver(*survey, *cell);
     if (!surface) {
         return detect::failed(surface);
+    }
+    if (const auto distinct = detect::checkOutputs({request.out}, pathsOf(*survey)); !distinct) {
+        return detect::failed(distinct);
     }
     auto output = detect::StagedOutput::beside(request.out);
     if (!output) {

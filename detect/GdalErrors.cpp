@@ -54,6 +54,11 @@ void silenceTiff() {
     TIFFSetWarningHandler(nullptr);
 }
 
+void silenceLibraries() {
+    silenceTiff();
+    CPLSetErrorHandler(CPLQuietErrorHandler);
+}
+
 Unexpected failureOf(const std::string& file, const std::string& cause, const std::string& gdalWords) {
     std::string line = file + "：" + cause;
     if (!gdalWords.empty()) {

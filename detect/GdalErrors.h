@@ -29,6 +29,8 @@ private:
 /// libtiff writes lines of its own to standard error, beside the errors that GDAL reports. For a program that
 /// says each error in one line: call it first in main.
 void silenceTiff();
+/// The same with what GDAL reports where nobody asks it, in every thread.
+void silenceLibraries();
 
 /// A failure of one line: the file, the cause, and GDAL's own words in brackets when there are any.
 Unexpected failureOf(const std::string& file, const std::string& cause, const std::string& gdalWords = {});

@@ -8,6 +8,7 @@
 #include <map>
 #include <mutex>
 #include <optional>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -29,21 +30,41 @@ public:
           m_consume(consume) {}
 
     Status run() {
-        std::vector<std::thread> workers;
-        workers.reserve(static_cast<std::size_t>(m_threads));
-        for (int i = 0; i < m_threads; ++i) {
-            workers.emplace_back([this] { work(); });
-        }
-        Status handedOver = handOver();
-        stop();
-        for (std::thread& worker : workers) {
-            worker.join();
-        }
-        return handedOver;
+        const Workers workers(*this);
+        return handOver();
     }
 
 private:
     using Outcome = Result<Product>;
+
+    /// Ended and joined with the object, also when an exception leaves the calling thread's part.
+    class Workers {
+    public:
+        explicit Workers(OrderedWork& owner) : m_owner(owner) {
+            m_threads.reserve(static_cast<std::size_t>(owner.m_threads));
+            try {
+                while (static_cast<int>(m_threads.size()) < owner.m_threads) {
+                    m_threads.emplace_back([&owner] { owner.work(); });
+                }
+            } catch (const std::system_error&) { // the system gives no more threads; fewer do the same work
+                if (m_threads.empty()) {
+                    throw;
+                }
+            }
+        }
+        ~Workers() {
+            m_owner.stop();
+            for (std::thread& thread : m_threads) {
+                thread.join();
+            }
+        }
+        Workers(const Workers&) = delete;
+        Workers& operator=(const Workers&) = delete;
+
+    private:
+        OrderedWork& m_owner;
+        std::vector<std::thread> m_threads;
+    };
 
     Status handOver() {
         for (int index = 0; index < m_count; ++index) {

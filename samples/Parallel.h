@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -24,7 +25,13 @@ void forEachBand(int rows, const Work& work) {
     };
     std::vector<std::thread> helpers;
     for (unsigned i = 1; i < std::max(1U, std::thread::hardware_concurrency()); ++i) {
-        helpers.emplace_back(run);
+        try {
+            helpers.emplace_back(run);
+        } catch (
+            const std::
+                system_error&) { // the system gives no more threads; those that there are do all the work
+            break;
+        }
     }
     run();
     for (std::thread& helper : helpers) {

@@ -1,5 +1,6 @@
 #include "samples/SampleCorridor.h"
 
+#include "files/UnfinishedFolder.h"
 #include "samples/Orthophoto.h"
 #include "samples/RasterFiles.h"
 #include "samples/VectorFiles.h"
@@ -22,48 +23,28 @@ std::string text(const fs::path& path) {
 }
 
 /// The folder beside the wanted one in which the work is done; removed again unless it was moved into place.
-class WorkFolder {
-public:
-    explicit WorkFolder(const fs::path& target) : m_target(target) {
-        m_path = target.parent_path() / fs::u8path("." + text(target.filename()) + ".partial");
-    }
-    ~WorkFolder() {
-        std::error_code ignored;
-        fs::remove_all(m_path, ignored);
-    }
-    WorkFolder(const WorkFolder&) = delete;
-    WorkFolder& operator=(const WorkFolder&) = delete;
-
-    const fs::path& path() const { return m_path; }
-
-    Error create() {
-        std::error_code error;
-        fs::remove_all(m_path, error);
-        for (const char* date : kEpochDates) {
-            fs::create_directories(m_path / "epochs" / date, error);
-            if (error) {
-                return text(m_path) + "：无法创建：" + error.message();
-            }
+std::optional<files::UnfinishedFolder> makeWorkFolder(const fs::path& target, Error& problem) {
+    const fs::path parent = target.has_parent_path() ? target.parent_path() : fs::path(".");
+    std::error_code error;
+    fs::create_directories(parent, error);
+    auto folder = files::UnfinishedFolder::in(parent, "corridor", error);
+    for (const char* date : kEpochDates) {
+        if (folder && !error) {
+            fs::create_directories(folder->path() / "epochs" / date, error);
         }
+    }
+    if (!folder || error) {
+        problem = text(target) + "：无法创建：" + error.message();
         return std::nullopt;
     }
+    return folder;
+}
 
-    Error moveIntoPlace() {
-        std::error_code error;
-        fs::remove(m_target,
-                   error); // an empty folder; when it was filled meanwhile this fails, and so does the move
-        error.clear();
-        fs::rename(m_path, m_target, error);
-        if (error) {
-            return text(m_target) + "：无法移到位：" + error.message();
-        }
-        return std::nullopt;
-    }
-
-private:
-    fs::path m_target;
-    fs::path m_path;
-};
+/// In the place of an empty folder; of one that was filled meanwhile it cannot take it.
+Error moveIntoPlace(files::UnfinishedFolder& folder, const fs::path& target) {
+    const std::error_code error = folder.become(target);
+    return error ? Error(text(target) + "：无法移到位：" + error.message()) : std::nullopt;
+}
 
 Error checkOptions(const SampleOptions& options) {
     if (options.directory.empty()) {
@@ -193,14 +174,15 @@ std::optional<std::string> makeSampleCorridor(const SampleOptions& options, cons
         return error;
     }
     GDALAllRegister();
-    WorkFolder folder(target);
-    if (Error error = folder.create()) {
+    Error problem;
+    auto folder = makeWorkFolder(target, problem);
+    if (!folder) {
+        return problem;
+    }
+    if (Error error = Maker(options, folder->path(), progress).make()) {
         return error;
     }
-    if (Error error = Maker(options, folder.path(), progress).make()) {
-        return error;
-    }
-    if (Error error = folder.moveIntoPlace()) {
+    if (Error error = moveIntoPlace(*folder, target)) {
         return error;
     }
     if (progress) {

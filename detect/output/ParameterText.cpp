@@ -3,6 +3,7 @@
 #include "detect/output/ParameterTable.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace detect {
 
@@ -63,7 +64,7 @@ struct Taking {
     bool operator()(const NumberParameter& number) const {
         const CPLJSONObject value = object.GetObj(name);
         number.set(parameters, value.IsValid() ? std::optional(value.ToDouble()) : std::nullopt);
-        return true;
+        return !value.IsValid() || std::isfinite(value.ToDouble());
     }
     bool operator()(const SwitchParameter& choice) const {
         choice.of(parameters) = object.GetBool(name);

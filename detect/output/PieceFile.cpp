@@ -1,6 +1,7 @@
 #include "detect/output/PieceFile.h"
 
 #include "detect/GdalErrors.h"
+#include "detect/PieceCheck.h"
 #include "detect/output/AnomalyLayer.h"
 #include "detect/output/PieceFrameText.h"
 
@@ -125,7 +126,7 @@ bool readAnomalyLayer(GDALDataset& file, std::vector<Anomaly>& anomalies) {
     return true;
 }
 
-std::optional<Run> runOf(const OGRFeature& feature) {
+Run runOf(const OGRFeature& feature) {
     Run run;
     run.row = feature.GetFieldAsInteger("row");
     run.begin = feature.GetFieldAsInteger("begin");
@@ -143,13 +144,11 @@ std::optional<Run> runOf(const OGRFeature& feature) {
     run.coresBegin = feature.GetFieldAsInteger("cores_begin");
     run.coresEnd = feature.GetFieldAsInteger("cores_end");
     run.restless = feature.GetFieldAsInteger("restless") != 0;
-    if (run.begin >= run.end || run.row < 0 || (run.sign != 1 && run.sign != -1)) {
-        return std::nullopt;
-    }
     return run;
 }
 
-bool readSeamRuns(GDALDataset& file, MeasuredRuns& seamRuns) {
+/// Into a piece whose window is known.
+bool readSeamRuns(GDALDataset& file, Piece& piece) {
     OGRLayer* layer = file.GetLayerByName("seam_runs");
     const int heightsField = layer ? layer->GetLayerDefn()->GetFieldIndex("heights") : -1;
     if (heightsField < 0) {
@@ -157,18 +156,18 @@ bool readSeamRuns(GDALDataset& file, MeasuredRuns& seamRuns) {
     }
     std::vector<float> heights;
     for (const auto& feature : *layer) {
-        const auto run = runOf(*feature);
+        const Run run = runOf(*feature);
         int bytes = 0;
         const GByte* blob = feature->GetFieldAsBinary(heightsField, &bytes);
         const bool known = feature->IsFieldSetAndNotNull(heightsField);
-        if (!run || (known && bytes != run->cells() * static_cast<int>(sizeof(float)))) {
+        if (!isRunOf(piece, run) || (known && bytes / static_cast<int>(sizeof(float)) != run.cells())) {
             return false;
         }
         if (known) {
-            heights.resize(static_cast<std::size_t>(run->cells()));
-            std::memcpy(heights.data(), blob, static_cast<std::size_t>(bytes));
+            heights.resize(static_cast<std::size_t>(run.cells()));
+            std::memcpy(heights.data(), blob, heights.size() * sizeof(float));
         }
-        seamRuns.append(*run, known ? heights.data() : nullptr);
+        piece.seamRuns.append(run, known ? heights.data() : nullptr);
     }
     return true;
 }
@@ -232,7 +231,7 @@ Result<Piece> readPieceSeams(const std::string& path) {
     if (!readDescription(*file, piece)) {
         return failureOf(path, "不是 corridor detect --window 的结果");
     }
-    if (!readSeamRuns(*file, piece.seamRuns) || errors.any()) {
+    if (!areWindowsSound(piece) || !readSeamRuns(*file, piece) || !isSound(piece) || errors.any()) {
         return failureOf(path, kDamaged, errors.first());
     }
     return piece;

@@ -4,6 +4,7 @@
 #include "detect/output/SummaryFile.h"
 #include "tests/detect/TestRasters.h"
 #include "tests/detect/WholeResult.h"
+#include "tests/support/PlainUser.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -204,23 +205,6 @@ TEST_F(BadInput, FolderOfTheDifferenceRasterIsMissing) {
     const Failure failure = detectExpectingFailure(m_request, m_folder.file("nowhere/dz.tif"));
     expectOneLine(failure, "nowhere/dz.tif", "文件夹不存在");
 }
-
-/// Lets go of root's right to write everywhere while it lives; only the calling process's effective user
-/// changes.
-class PlainUser {
-public:
-    PlainUser() : m_wasRoot(geteuid() == 0 && seteuid(65534) == 0) {}
-    ~PlainUser() {
-        if (m_wasRoot) {
-            EXPECT_EQ(seteuid(0), 0);
-        }
-    }
-    PlainUser(const PlainUser&) = delete;
-    PlainUser& operator=(const PlainUser&) = delete;
-
-private:
-    bool m_wasRoot;
-};
 
 TEST_F(BadInput, ReadOnlyFolderKeepsEarlierResults) {
     const Changes result = detectOrFail(m_request);

@@ -146,6 +146,60 @@ TEST_F(MergeCommand, WrongUseIsStatusTwo) {
     expectRefused(detect("all.geojson", {"--window", "0,0,10,10"}), 2, ".gpkg");
 }
 
+TEST_F(MergeCommand, LeavesNothingBesideItsResult) {
+    const auto pieces = detectWindows();
+    auto names = m_folder.names();
+    EXPECT_EQ(merge(pieces, "all.gpkg").status, 0);
+    names.emplace_back("all.gpkg");
+    std::sort(names.begin(), names.end());
+    EXPECT_EQ(m_folder.names(), names);
+}
+
+/// Changes a piece as anybody can who has SQLite.
+void change(const std::string& piece, const std::string& statement) {
+    const GDALDatasetUniquePtr file(GDALDataset::Open(piece.c_str(), GDAL_OF_VECTOR | GDAL_OF_UPDATE));
+    ASSERT_TRUE(file);
+    file->ReleaseResultSet(file->ExecuteSQL(statement.c_str(), nullptr, "SQLITE"));
+}
+
+TEST_F(MergeCommand, APieceThatNoSearchCanWriteIsRefused) {
+    const auto pieces = detectWindows();
+    const auto before = m_folder.names();
+    const std::string columns =
+        "row,begin,end,sign,gap,lowest,highest,strongest,raised,sunk,variance,explained,cores,"
+        "cores_begin,cores_end,restless,heights";
+    const std::string whole = m_folder.file("a.gpkg");
+    const std::string kept = m_folder.file("kept");
+    std::filesystem::copy_file(whole, kept);
+    for (const std::string& statement :
+         {std::string("update seam_runs set begin=-2147483648, end=1, heights=x'00000000'"),
+          std::string("update seam_runs set begin=begin-1, end=end-1"),
+          std::string("update seam_runs set row=79"), std::string("update seam_runs set row=-1"),
+          std::string("update seam_runs set heights=null"),
+          std::string("update seam_runs set heights=null where fid % 2"),
+          std::string("update seam_runs set heights=x'0000c07f' where end=begin+1"),
+          std::string("update seam_runs set raised=9223372036854775807"),
+          std::string("update seam_runs set sign=2"),
+          std::string("update seam_runs set cores=1, cores_begin=-5, cores_end=1000"),
+          "insert into seam_runs (" + columns + ") select " + columns + " from seam_runs",
+          std::string(
+              "update piece set description=replace(description, '\"columns\":90', '\"columns\":-90')"),
+          std::string(
+              "update piece set description=replace(description, '[0,0,37,41]', '[0,0,37,2147483647]')"),
+          std::string("update piece set description=replace(description, '\"min_area_m2\":1.0', "
+                      "'\"min_area_m2\":1e999')")}) {
+        std::filesystem::copy_file(kept, whole, std::filesystem::copy_options::overwrite_existing);
+        change(whole, statement);
+        const ProgramRun run = merge(pieces, "all.gpkg");
+        EXPECT_EQ(run.status, 1) << statement;
+        EXPECT_EQ(std::count(run.messages.begin(), run.messages.end(), '\n'), 1) << statement << run.messages;
+        EXPECT_NE(run.messages.find("a.gpkg"), std::string::npos) << statement << run.messages;
+    }
+    std::filesystem::rename(kept, whole);
+    EXPECT_EQ(m_folder.names(), before);
+    EXPECT_EQ(merge(pieces, "all.gpkg").status, 0) << "unchanged it is one";
+}
+
 TEST_F(MergeCommand, PieceFilesKeepEveryFigureToTheLastBit) {
     Request request;
     request.oldRaster = m_folder.file("old.tif");

@@ -9,6 +9,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 
@@ -76,17 +77,57 @@ TEST(ProjectTest, WithoutAMethodAProjectMeansTheBiasAndANewOneTheAutomaticOne) {
     EXPECT_EQ(valueOf(Project::open(files.folder())).description().parameters.coregistration,
               detect::CoregistrationMethod::Bias);
     EXPECT_EQ(ProjectParameters().coregistration, detect::CoregistrationMethod::Auto);
-    QByteArray text = read(files.file("project.json"));
-    write(files.file("project.json"),
-          text.replace("\"remark\"",
-                       R"("parameters": {"threshold_m": -3, "confidence": 2, "core": "no"}, "remark")"));
-    EXPECT_TRUE(detect::haveSameFields(valueOf(Project::open(files.folder())).description().parameters,
-                                       [] {
-                                           detect::Parameters usual;
-                                           usual.coregistration = detect::CoregistrationMethod::Bias;
-                                           return usual;
-                                       }()))
-        << "what a field cannot be is left";
+}
+
+TEST(ProjectTest, AValueThatAFieldCannotHaveIsRefusedByName) {
+    const SmallProject files;
+    const QByteArray text = read(files.file("project.json"));
+    const struct {
+        const char* given;
+        const char* named;
+    } cases[] = {{R"("parameters": {"threshold_m": -3})", "parameters.threshold_m"},
+                 {R"("parameters": {"threshold_m": "0.8"})", "parameters.threshold_m"},
+                 {R"("parameters": {"core": "no"})", "parameters.core"},
+                 {R"("parameters": {"coregistration": 1})", "parameters.coregistration"},
+                 {R"("parameters": {"fill_colour": 7})", "parameters.fill_colour"},
+                 {R"("parameters": {"overlay_mode": 2})", "parameters.overlay_mode"},
+                 {R"("parameters": [])", "parameters"},
+                 {R"("compare": ["2024-05-18", 2025])", "compare"},
+                 {R"("database": 3)", "database"},
+                 {R"("centerline": "line\u0000.gpkg")", "centerline"},
+                 {R"("base_layers": [{"source": "a\u0001b.tif"}])", "base_layers[0].source"}};
+    for (const auto& [given, named] : cases) {
+        QByteArray changed = text;
+        write(files.file("project.json"), changed.replace("\"remark\"", given + QByteArray(", \"remark\"")));
+        const Failure failure = failureOf(Project::open(files.folder()));
+        EXPECT_TRUE(failure.message.contains('"' + QString(named) + '"')) << failure.message.toStdString();
+        EXPECT_TRUE(failure.userMessage.contains(named)) << failure.userMessage.toStdString();
+    }
+}
+
+TEST(ProjectTest, AnEpochWithoutASurfaceIsRefusedAndNotLeftOut) {
+    const SmallProject files;
+    const QByteArray text = read(files.file("project.json"));
+    for (const char* epoch : {R"({"date": "2023-05-18", "dsm": ""})", R"({"date": "2023-05-18", "dsm": 7})",
+                              R"({"date": "2023-05-18"})", R"("2023-05-18")"}) {
+        QJsonObject json = QJsonDocument::fromJson(text).object();
+        QJsonArray epochs = json["epochs"].toArray();
+        epochs.prepend(QJsonDocument::fromJson('[' + QByteArray(epoch) + ']').array().first());
+        json["epochs"] = epochs;
+        write(files.file("project.json"), QJsonDocument(json).toJson());
+        const Failure failure = failureOf(Project::open(files.folder()));
+        EXPECT_TRUE(failure.message.contains("epochs[0].dsm")) << epoch << failure.message.toStdString();
+    }
+}
+
+TEST(ProjectTest, OnlyWholeVersionsThatAreKnownAreRead) {
+    const SmallProject files;
+    for (const char* version : {"3000000000", "1.5", "\"9\"", "0", "-1", "true", "null", "2"}) {
+        QJsonObject json = QJsonDocument::fromJson(read(files.file("project.json"))).object();
+        json["version"] = QJsonDocument::fromJson('[' + QByteArray(version) + ']').array().first();
+        write(files.file("project.json"), QJsonDocument(json).toJson());
+        EXPECT_TRUE(failureOf(Project::open(files.folder())).message.contains("version")) << version;
+    }
 }
 
 TEST(ProjectTest, ParametersAreStoredAndForeignKeysAreKept) {

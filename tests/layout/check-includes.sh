@@ -36,6 +36,7 @@ forbid "detection knows neither Qt nor the scene" 'Q[A-Z]|osg|host/|workbench/|s
 forbid "point clouds know detection alone" 'Q[A-Z]|osg|host/|workbench/|samples/|cli/|detect/(coregister|search|shape|raster|heights)' cloud
 forbid "the sample maker knows neither Qt nor the scene" 'Q[A-Z]|osg|host/|workbench/|detect/' samples
 forbid "the globe knows nothing of the product" 'Q[A-Z]|host/|workbench/|detect/|samples/|cli/' globe
+forbid "unfinished files know nothing of the product" 'Q[A-Z]|osg|host/|workbench/|detect/|samples/|cli/|gdal|cpl_|ogr' files
 forbid "the arguments know nothing of the product" 'Q[A-Z]|osg|host/|workbench/|detect/|samples/|cli/' commandline
 forbid "the interfaces know no implementation" 'workbench/|plugin/|detect/|samples/|cli/' host
 forbid "the plug-in knows the interfaces only" 'workbench/|detect/|samples/|cli/' $plugin

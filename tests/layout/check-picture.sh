@@ -15,7 +15,7 @@ includes=$(grep -rEo '^#include ["<](osgEarth|[a-z]+/[A-Za-z]+)' $folders | sed 
 links=$(for folder in $folders; do
     [ ! -f "$folder/CMakeLists.txt" ] || sed '/^if(WIN32)/,/^endif/d' "$folder/CMakeLists.txt" |
         grep -oE 'corridor_[a-z]+|Corridor::(Host|Globe)' |
-        sed -E "s:^corridor_(cloud|detect|samples)$:\1:; s:^corridor_:workbench/:; s:Corridor\:\:(.)(.*):\L\1\2:; s:^:$folder/ :"
+        sed -E "s:^corridor_(cloud|detect|files|samples)$:\1:; s:^corridor_:workbench/:; s:Corridor\:\:(.)(.*):\L\1\2:; s:^:$folder/ :"
 done)
 
 awk '

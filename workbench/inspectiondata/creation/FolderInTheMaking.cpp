@@ -1,39 +1,21 @@
 #include "workbench/inspectiondata/creation/FolderInTheMaking.h"
 
-#include "workbench/inspectiondata/project/OwnerLock.h"
-
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QLockFile>
-#include <QRandomGenerator>
-
-#include <cstdio>
 
 namespace inspection {
 
 namespace {
 
-constexpr auto kBesideLock = ".corridor-making";  ///< behind the name of a project's folder
 constexpr auto kInsideLock = "/.corridor-making"; ///< in an epoch's folder
 
-/// A killed process may have left a folder for each of these locks.
-void removeAbandonedIn(const QString& parent) {
-    const QString pattern = QStringLiteral(".*") + kBesideLock;
-    for (const QString& name : QDir(parent).entryList({pattern}, QDir::Files | QDir::Hidden)) {
-        const QString file = parent + '/' + name;
-        if (const auto lock = ownerLock(file)) {
-            QDir(file.chopped(QLatin1String(kBesideLock).size())).removeRecursively();
-        }
-    }
-}
-
-QString randomEnding() {
-    return QStringLiteral("-%1").arg(QRandomGenerator::system()->generate(), 8, 16, QLatin1Char('0'));
+std::filesystem::path nativePath(const QString& path) {
+    return QFile::encodeName(path).toStdString();
 }
 
 /// Everything in the folder but its lock, which goes last: so a killed removal is ended by the next one.
-void removeLocked(const QString& folder, std::unique_ptr<QLockFile>& lock) {
+void removeLocked(const QString& folder, std::unique_ptr<files::OwnerLock>& lock) {
     const QString keptName = QFileInfo(folder + kInsideLock).fileName();
     for (const QFileInfo& entry :
          QDir(folder).entryInfoList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot)) {
@@ -48,6 +30,12 @@ void removeLocked(const QString& folder, std::unique_ptr<QLockFile>& lock) {
     QDir().rmdir(QFileInfo(folder).path());
 }
 
+std::optional<files::UnfinishedFolder> folderBeside(const QString& target) {
+    const QFileInfo info(target);
+    std::error_code error;
+    return files::UnfinishedFolder::in(nativePath(info.absolutePath()), info.fileName().toStdString(), error);
+}
+
 bool isFree(const QString& folder) {
     return !QFileInfo::exists(folder) ||
            QDir(folder).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
@@ -55,27 +43,17 @@ bool isFree(const QString& folder) {
 
 } // namespace
 
-FolderInTheMaking::FolderInTheMaking(const QString& target) : m_target(target) {
-    const QFileInfo info(target);
-    removeAbandonedIn(info.absolutePath());
-    const QString path = info.absolutePath() + "/." + info.fileName() + randomEnding();
-    m_lock = ownerLock(path + kBesideLock);
-    if (m_lock && QDir().mkdir(path)) {
-        m_path = path;
-    }
-}
+FolderInTheMaking::FolderInTheMaking(const QString& target)
+    : m_target(target), m_folder(folderBeside(target)) {}
 
-FolderInTheMaking::~FolderInTheMaking() {
-    if (isThere()) {
-        QDir(m_path).removeRecursively();
-    }
+QString FolderInTheMaking::path() const {
+    return m_folder ? QFile::decodeName(m_folder->path().c_str()) : QString();
 }
 
 Status FolderInTheMaking::takePlace() {
-    if (std::rename(QFile::encodeName(m_path).constData(), QFile::encodeName(m_target).constData()) != 0) {
+    if (m_folder->become(nativePath(m_target))) {
         return fileFailure(m_target, "cannot be created", "无法创建文件夹");
     }
-    m_path.clear();
     return {};
 }
 
@@ -84,7 +62,7 @@ Result<EpochFolder> EpochFolder::make(const QString& epochs, const QString& name
     for (int number = 2; !isFree(path); ++number) {
         path = epochs + '/' + name + '-' + QString::number(number);
     }
-    auto lock = QDir().mkpath(path) ? ownerLock(path + kInsideLock) : nullptr;
+    auto lock = QDir().mkpath(path) ? files::OwnerLock::make(nativePath(path + kInsideLock)) : nullptr;
     if (!lock) {
         QDir().rmdir(path);
         QDir().rmdir(epochs);
@@ -93,11 +71,12 @@ Result<EpochFolder> EpochFolder::make(const QString& epochs, const QString& name
     return EpochFolder(path, std::move(lock));
 }
 
-EpochFolder::EpochFolder(QString path, std::unique_ptr<QLockFile> lock)
-    : m_path(std::move(path)), m_lock(std::move(lock)) {}
+EpochFolder::EpochFolder(QString path, std::unique_ptr<files::OwnerLock> lock)
+    : m_path(std::move(path)), m_lock(std::move(lock)),
+      m_entry(std::make_unique<files::Unfinished>(nativePath(m_path))) {}
 
 EpochFolder::EpochFolder(EpochFolder&& other) noexcept
-    : m_path(std::move(other.m_path)), m_lock(std::move(other.m_lock)) {
+    : m_path(std::move(other.m_path)), m_lock(std::move(other.m_lock)), m_entry(std::move(other.m_entry)) {
     other.m_path.clear();
 }
 
@@ -108,6 +87,7 @@ EpochFolder::~EpochFolder() {
 }
 
 void EpochFolder::keep() {
+    m_entry.reset();
     m_lock.reset();
     QDir().rmdir(m_path);
     QDir().rmdir(QFileInfo(m_path).path());
@@ -118,7 +98,7 @@ void EpochFolder::removeAbandoned(const QString& epochs,
                                   const std::function<bool(const QString& folder)>& isUsed) {
     for (const QFileInfo& entry : QDir(epochs).entryInfoList(QDir::Dirs | QDir::NoDotAndDotDot)) {
         const QString folder = entry.absoluteFilePath();
-        auto lock = QFileInfo::exists(folder + kInsideLock) ? ownerLock(folder + kInsideLock) : nullptr;
+        auto lock = files::OwnerLock::inherit(nativePath(folder + kInsideLock));
         if (lock && !isUsed(folder)) {
             removeLocked(folder, lock);
         }

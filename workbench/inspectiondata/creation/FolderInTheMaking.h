@@ -1,13 +1,13 @@
 #pragma once
 
+#include "files/UnfinishedFolder.h"
 #include "workbench/inspectiondata/project/Result.h"
 
 #include <QString>
 
 #include <functional>
 #include <memory>
-
-class QLockFile;
+#include <optional>
 
 /// Folders that are being made. A lock file tells others that whoever makes one still lives; what the dead have left
 /// is removed by the next who makes something in the same place.
@@ -18,19 +18,15 @@ class FolderInTheMaking {
 public:
     /// Removes what others left beside the target first.
     explicit FolderInTheMaking(const QString& target);
-    ~FolderInTheMaking();
-    FolderInTheMaking(const FolderInTheMaking&) = delete;
-    FolderInTheMaking& operator=(const FolderInTheMaking&) = delete;
 
-    bool isThere() const { return !m_path.isEmpty(); }
-    const QString& path() const { return m_path; }
+    bool isThere() const { return m_folder.has_value(); }
+    QString path() const;
     /// At once or not at all.
     Status takePlace();
 
 private:
     QString m_target;
-    QString m_path; ///< empty when it could not be made, and when it has taken its place
-    std::unique_ptr<QLockFile> m_lock;
+    std::optional<files::UnfinishedFolder> m_folder; ///< none when it could not be made
 };
 
 /// The folder of an epoch in a project that is open for writing, made under its own name: nobody looks into it before
@@ -52,10 +48,11 @@ public:
                                 const std::function<bool(const QString& folder)>& isUsed);
 
 private:
-    EpochFolder(QString path, std::unique_ptr<QLockFile> lock);
+    EpochFolder(QString path, std::unique_ptr<files::OwnerLock> lock);
 
     QString m_path; ///< empty when it is somebody else's affair
-    std::unique_ptr<QLockFile> m_lock;
+    std::unique_ptr<files::OwnerLock> m_lock;
+    std::unique_ptr<files::Unfinished> m_entry;
 };
 
 } // namespace inspection

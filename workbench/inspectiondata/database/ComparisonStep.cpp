@@ -51,7 +51,7 @@ private:
             result[kComparisonColumn] = needComparison(m_database, pairOf(earlier));
             result.erase("old_date");
             result.erase("new_date");
-            m_comparisons[std::get<std::int64_t>(result.at("station_id"))] = comparisonOf(result);
+            m_comparisons[wholeField(result, "station_id")] = comparisonOf(result);
             if (!isMoved(result)) {
                 m_database.insertRecord(kComparisonResultTable, result);
             }

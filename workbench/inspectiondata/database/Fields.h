@@ -10,8 +10,22 @@
 
 namespace inspection {
 
+/// Whether a number of the database fits a type.
+template<typename T, typename Number>
+bool fits(Number number) {
+    if constexpr (std::is_floating_point_v<T>) {
+        return true;
+    } else if constexpr (std::is_floating_point_v<Number>) {
+        constexpr Number kEnd =
+            static_cast<Number>(std::numeric_limits<T>::max() / 2 + 1) * 2; // exact, unlike the largest
+        return number >= static_cast<Number>(std::numeric_limits<T>::min()) && number < kEnd;
+    } else {
+        return std::is_same_v<T, bool> || static_cast<Number>(static_cast<T>(number)) == number;
+    }
+}
+
 /// Writes the field's value into `target`, numbers converted to its type. A field that the row lacks, or that
-/// is NULL or of another sort, leaves `target` as it is.
+/// is NULL, of another sort or too large, leaves `target` as it is.
 template<typename T>
 void takeField(const mysqlhelper::KV_Record& row, const char* name, T& target) {
     const auto field = row.find(name);
@@ -20,9 +34,9 @@ void takeField(const mysqlhelper::KV_Record& row, const char* name, T& target) {
     }
     if constexpr (std::is_arithmetic_v<T>) {
         if (const auto* whole = std::get_if<std::int64_t>(&field->second)) {
-            target = static_cast<T>(*whole);
+            target = fits<T>(*whole) ? static_cast<T>(*whole) : target;
         } else if (const auto* real = std::get_if<double>(&field->second)) {
-            target = static_cast<T>(*real);
+            target = fits<T>(*real) ? static_cast<T>(*real) : target;
         }
     } else if (const auto* text = std::get_if<T>(&field->second)) {
         target = *text;
@@ -35,6 +49,17 @@ inline void takeField(const mysqlhelper::KV_Record& row, const char* name, std::
     double number = kNone;
     takeField(row, name, number);
     target = std::isnan(number) ? std::nullopt : std::optional(number);
+}
+
+/// A whole number that must be there. Throws KV_MySQL_Exception for NULL and for anything else, which SQLite stores in any
+/// column.
+inline std::int64_t wholeField(const mysqlhelper::KV_Record& row, const char* name) {
+    const auto field = row.find(name);
+    const auto* whole = field == row.end() ? nullptr : std::get_if<std::int64_t>(&field->second);
+    if (!whole) {
+        throw mysqlhelper::KV_MySQL_Exception(std::string("column ") + name + " holds no whole number");
+    }
+    return *whole;
 }
 
 } // namespace inspection

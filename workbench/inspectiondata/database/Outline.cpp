@@ -1,10 +1,12 @@
 #include "workbench/inspectiondata/database/Outline.h"
 
+#include "detect/GdalErrors.h"
+
 #include <ogr_geometry.h>
 
 #include <array>
+#include <cmath>
 #include <cstdio>
-#include <memory>
 
 namespace inspection {
 
@@ -12,10 +14,14 @@ namespace {
 
 using Ring = std::vector<osg::Vec3d>;
 
-std::unique_ptr<OGRGeometry> parse(const std::string& wkt) {
-    OGRGeometry* geometry = nullptr;
-    OGRGeometryFactory::createFromWkt(wkt.c_str(), nullptr, &geometry);
-    return std::unique_ptr<OGRGeometry>(geometry);
+constexpr double kFarthest = 1e9; ///< metres or degrees; no reference system of the Earth reaches that far
+
+/// Far or endless coordinates would become pictures without end.
+bool liesOnEarth(const OGRGeometry& geometry) {
+    OGREnvelope box;
+    geometry.getEnvelope(&box);
+    const auto isNear = [](double coordinate) { return std::abs(coordinate) <= kFarthest; }; // false for NaN
+    return isNear(box.MinX) && isNear(box.MaxX) && isNear(box.MinY) && isNear(box.MaxY);
 }
 
 std::string vertexText(const osg::Vec3d& vertex) {
@@ -47,6 +53,14 @@ void appendRings(const OGRGeometry& geometry, std::vector<Ring>& rings) {
 
 } // namespace
 
+std::unique_ptr<OGRGeometry> outlineGeometry(const std::string& wkt) {
+    const detect::GdalErrors quiet;
+    OGRGeometry* read = nullptr;
+    OGRGeometryFactory::createFromWkt(wkt.c_str(), nullptr, &read);
+    std::unique_ptr<OGRGeometry> geometry(read);
+    return geometry && !geometry->IsEmpty() && liesOnEarth(*geometry) ? std::move(geometry) : nullptr;
+}
+
 std::string outlineWkt(const Ring& vertices) {
     if (vertices.empty()) {
         return "POLYGON Z EMPTY";
@@ -65,14 +79,14 @@ Ring outlineVertices(const std::string& wkt) {
 
 std::vector<Ring> outlineRings(const std::string& wkt) {
     std::vector<Ring> rings;
-    if (const auto geometry = parse(wkt)) {
+    if (const auto geometry = outlineGeometry(wkt)) {
         appendRings(*geometry, rings);
     }
     return rings;
 }
 
 bool outlineContains(const std::string& wkt, double x, double y) {
-    const auto geometry = parse(wkt);
+    const auto geometry = outlineGeometry(wkt);
     const OGRPoint point(x, y);
     return geometry && geometry->Intersects(&point);
 }

@@ -8,6 +8,7 @@
 #include "workbench/inspectiondata/database/SpecialObjectImport.h"
 #include "workbench/inspectiondata/project/ServerAddress.h"
 
+#include <QFile>
 #include <QFileInfo>
 #include <QUrl>
 
@@ -22,12 +23,31 @@ std::string uri(const QString& file, const char* options) {
     return "file:" + QUrl::toPercentEncoding(file, "/").toStdString() + '?' + options;
 }
 
+/// Whether the file says that it is read together with a write-ahead log (SQLite's file format, version numbers).
+bool hasLogMode(const QString& file) {
+    constexpr qint64 kReadVersion = 19;
+    constexpr char kLogged = 2;
+    QFile header(file);
+    char version = 0;
+    return header.open(QIODevice::ReadOnly) && header.seek(kReadVersion) && header.getChar(&version) &&
+           version == kLogged;
+}
+
+/// A reader needs the log's files and makes them where there are none. Only who may write takes them away again; where
+/// they stand already, they are somebody else's.
+std::unique_ptr<KV_MySQL> openForReading(const QString& file) {
+    const bool takesThemAway = hasLogMode(file) && !QFileInfo::exists(file + QStringLiteral("-wal"));
+    auto database = std::make_unique<KV_MySQL>(uri(file, takesThemAway ? "mode=rw" : "mode=ro"));
+    database->execute("pragma query_only=on");
+    return database;
+}
+
 std::unique_ptr<KV_MySQL> openReadOnly(const QString& url) {
     if (isServerAddress(url)) {
         return std::make_unique<KV_MySQL>(forReading(url).toStdString());
     }
     try {
-        auto database = std::make_unique<KV_MySQL>(uri(url, "mode=ro"));
+        auto database = openForReading(url);
         database->queryRecord("select count(*) from sqlite_master");
         return database;
     } catch (const KV_MySQL_Exception&) {

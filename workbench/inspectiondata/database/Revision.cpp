@@ -19,7 +19,7 @@ std::int64_t readRevision(KV_MySQL& database) {
     if (rows.empty()) {
         throw KV_MySQL_Exception("table project_revision is empty");
     }
-    return std::get<std::int64_t>(rows.front().at("revision"));
+    return wholeField(rows.front(), "revision");
 }
 
 std::int64_t raiseRevision(KV_MySQL& database) {

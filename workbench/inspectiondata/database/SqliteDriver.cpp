@@ -1,6 +1,7 @@
 #include "workbench/inspectiondata/database/SqliteDriver.h"
 
 #include "host/Gbk.h"
+#include "workbench/inspectiondata/database/Fields.h"
 
 #include <QSqlDatabase>
 #include <QSqlError>
@@ -49,6 +50,18 @@ KV_Value toValue(const QVariant& variant) {
     default:
         return toGbk(variant.toString());
     }
+}
+
+std::string textOf(const KV_Record& row, const char* column) {
+    std::string text;
+    inspection::takeField(row, column, text);
+    return text;
+}
+
+/// Tables without row numbers tell none.
+QString rowName(const KV_Record& row) {
+    const auto* number = std::get_if<std::int64_t>(&row.at("rowid"));
+    return number ? QStringLiteral("row %1").arg(*number) : QStringLiteral("a row");
 }
 
 QString nextName() {
@@ -191,7 +204,7 @@ void SqliteDriver::setSchemaVersion(int version) {
 std::vector<Damage> SqliteDriver::damages(const std::vector<std::string>& /*tables*/) {
     std::vector<Damage> damages;
     for (const KV_Record& row : query(QStringLiteral("pragma integrity_check"), {})) {
-        const std::string& report = std::get<std::string>(row.at("integrity_check"));
+        const std::string report = textOf(row, "integrity_check");
         if (report != "ok") {
             damages.push_back({{}, fromGbk(report)});
         }
@@ -200,10 +213,8 @@ std::vector<Damage> SqliteDriver::damages(const std::vector<std::string>& /*tabl
         return damages; // the tables may be unreadable
     }
     for (const KV_Record& row : query(QStringLiteral("select * from pragma_foreign_key_check"), {})) {
-        damages.push_back({std::get<std::string>(row.at("table")),
-                           QStringLiteral("row %1 refers to a row of %2 that is missing")
-                               .arg(std::get<std::int64_t>(row.at("rowid")))
-                               .arg(fromGbk(std::get<std::string>(row.at("parent"))))});
+        damages.push_back({textOf(row, "table"), QStringLiteral("%1 refers to a row of %2 that is missing")
+                                                     .arg(rowName(row), fromGbk(textOf(row, "parent")))});
     }
     return damages;
 }

@@ -1,5 +1,7 @@
 #include "workbench/inspectiondata/database/TableCopy.h"
 
+#include "workbench/inspectiondata/database/Fields.h"
+
 #include <QCryptographicHash>
 
 #include <cstring>
@@ -71,7 +73,7 @@ TableDigest visitRows(KV_MySQL& database, const StoredTable& table, const RowVis
 
 std::int64_t countRows(KV_MySQL& database, const StoredTable& table) {
     const KV_Rows rows = database.queryRecord("select count(*) as n from " + table.name);
-    return std::get<std::int64_t>(rows.at(0).at("n"));
+    return wholeField(rows.at(0), "n");
 }
 
 } // namespace inspection

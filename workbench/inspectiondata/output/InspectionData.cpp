@@ -1,6 +1,11 @@
 #include "workbench/inspectiondata/output/InspectionData.h"
 
 #include "workbench/inspectiondata/database/AnomalyTable.h"
+#include "workbench/inspectiondata/database/Outline.h"
+
+#include <ogr_geometry.h>
+
+#include <algorithm>
 
 namespace inspection {
 
@@ -8,6 +13,15 @@ int InspectionData::anomalyCount() const {
     std::size_t count = 0;
     for (const StationFindings& findings : stations) {
         count += findings.anomalies.size();
+    }
+    return static_cast<int>(count);
+}
+
+int InspectionData::brokenOutlines() const {
+    std::ptrdiff_t count = 0;
+    for (const StationFindings& findings : stations) {
+        count += std::count_if(findings.anomalies.begin(), findings.anomalies.end(),
+                               [](const SdiffData& anomaly) { return !outlineGeometry(anomaly.outlineWkt); });
     }
     return static_cast<int>(count);
 }

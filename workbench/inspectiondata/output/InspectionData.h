@@ -32,6 +32,8 @@ struct InspectionData {
     std::optional<DetectionAccount> account;
 
     int anomalyCount() const;
+    /// How many anomalies have an outline that is none, so that no picture shows it.
+    INSPECTIONDATA_API int brokenOutlines() const;
 };
 
 /// Reads everything from the project's database; call it on the database's thread.

@@ -1,11 +1,12 @@
 #include "workbench/inspectiondata/output/Report.h"
 
+#include "workbench/inspectiondata/output/OutputTarget.h"
 #include "workbench/inspectiondata/output/ReportPdf.h"
 #include "workbench/inspectiondata/output/ReportText.h"
 
+#include <QFile>
 #include <QFileInfo>
 #include <QIODevice>
-#include <QSaveFile>
 
 namespace inspection {
 
@@ -32,6 +33,10 @@ private:
     bool m_complete = true;
 };
 
+Unexpected writeFailure(const QString& file, const QString& cause) {
+    return fileFailure(file, "cannot be written: " + cause, "无法写入：" + cause);
+}
+
 } // namespace
 
 Status writeReport(const ReportContent& content, const QString& file, const OutputProgress& progress) {
@@ -39,27 +44,28 @@ Status writeReport(const ReportContent& content, const QString& file, const Outp
     if (format != "pdf" && format != "odt" && format != "html") {
         return fileFailure(file, "a report is .pdf, .odt or .html", "报告文件必须是 .pdf、.odt 或 .html");
     }
-    QSaveFile target(file);
+    if (auto apart = checkTargets({file}, content.data.project); !apart) {
+        return apart;
+    }
+    const auto staged = stageBeside(file);
+    if (!staged) {
+        return failed(staged);
+    }
+    QFile target(QString::fromStdString(staged->path()));
     if (!target.open(QIODevice::WriteOnly)) {
-        return fileFailure(file, "cannot be written: " + target.errorString(),
-                           "无法写入：" + target.errorString());
+        return writeFailure(file, target.errorString());
     }
     CheckedDevice checked(target);
     const bool whole = format == "pdf" ? writePdfReport(content, checked, progress)
                                        : writeTextReport(content, format, checked, progress);
     if (!whole) {
-        target.cancelWriting();
         return cancelled();
     }
     if (!checked.complete() || !target.flush()) {
-        target.cancelWriting();
         return fileFailure(file, "cannot be written, the disk may be full", "无法写入，磁盘可能已满");
     }
-    if (!target.commit()) {
-        return fileFailure(file, "cannot be written: " + target.errorString(),
-                           "无法写入：" + target.errorString());
-    }
-    return {};
+    target.close();
+    return commit(*staged);
 }
 
 } // namespace inspection

@@ -2,6 +2,7 @@
 
 #include "detect/GdalErrors.h"
 #include "host/Gbk.h"
+#include "workbench/inspectiondata/database/Outline.h"
 #include "workbench/inspectiondata/output/SpecialObjectLayers.h"
 #include "workbench/inspectiondata/pipeline/Surroundings.h"
 #include "workbench/inspectiondata/project/Georeference.h"
@@ -10,6 +11,7 @@
 #include <gdal_priv.h>
 #include <ogrsf_frmts.h>
 
+#include <algorithm>
 #include <array>
 #include <functional>
 
@@ -93,9 +95,7 @@ const std::vector<ShapeColumn>& shapeColumns() {
 }
 
 ShapeLayer::Feature featureOf(const Place& place) {
-    OGRGeometry* geometry = nullptr;
-    OGRGeometryFactory::createFromWkt(place.anomaly.outlineWkt.c_str(), nullptr, &geometry);
-    ShapeLayer::Feature feature{std::shared_ptr<const OGRGeometry>(geometry), {}};
+    ShapeLayer::Feature feature{outlineGeometry(place.anomaly.outlineWkt), {}};
     for (const ShapeColumn& column : shapeColumns()) {
         feature.values.push_back(column.value(place));
     }
@@ -229,11 +229,13 @@ bool complete(const QString& path, const std::vector<ShapeLayer>& layers) {
         if (!layer || layer->GetFeatureCount() != static_cast<GIntBig>(expected.features.size())) {
             return false;
         }
-        std::size_t read = 0;
+        const auto outlines = std::count_if(expected.features.begin(), expected.features.end(),
+                                            [](const auto& feature) { return feature.geometry != nullptr; });
+        std::ptrdiff_t read = 0;
         for (const auto& feature : *layer) {
             read += feature->GetGeometryRef() ? 1 : 0;
         }
-        if (read != expected.features.size()) {
+        if (read != outlines) {
             return false;
         }
     }

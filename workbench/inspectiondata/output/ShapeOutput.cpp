@@ -1,71 +1,74 @@
 #include "workbench/inspectiondata/output/ShapeOutput.h"
 
+#include "workbench/inspectiondata/output/OutputTarget.h"
 #include "workbench/inspectiondata/output/ShapeLayers.h"
 #include "workbench/inspectiondata/pipeline/Pipeline.h"
 
 #include <QDir>
-#include <QTemporaryDir>
-
-#include <filesystem>
 
 namespace inspection {
 
 namespace {
 
-Unexpected writeFailure(const QString& folder, const QString& cause) {
-    return fileFailure(folder, "cannot be written: " + cause, "无法写入：" + cause);
+/// Everything into the staged folder; a failure names the file in `folder`.
+Status writeAll(const std::vector<ShapeLayer>& layers, const detect::StagedOutput& staged,
+                const QString& folder, const OutputProgress& progress) {
+    const auto isWanted = [&progress](double done) { return !progress || progress(done); };
+    const QString stagedFolder = QString::fromStdString(staged.folder().u8string());
+    if (auto done = writeLayers(layers, "ESRI Shapefile", stagedFolder, folder); !done) {
+        return done;
+    }
+    if (!isWanted(0.5)) {
+        return cancelled();
+    }
+    if (auto done = writeLayers(layers, "GPKG", QString::fromStdString(staged.path()),
+                                QString::fromStdString(staged.target()));
+        !done) {
+        return done;
+    }
+    return isWanted(0.9) ? Status() : cancelled();
 }
 
-/// Puts the files of `from` into `folder`, over earlier ones of the same name.
-Status moveFiles(const QDir& from, const QDir& folder) {
-    for (const QString& name : from.entryList(QDir::Files)) {
-        std::error_code error;
-        std::filesystem::rename(from.filePath(name).toStdString(), folder.filePath(name).toStdString(),
-                                error);
-        if (error) {
-            return writeFailure(folder.filePath(name), QString::fromStdString(error.message()));
-        }
+QStringList targetsOf(const std::vector<ShapeLayer>& layers, const QString& geoPackage) {
+    QStringList targets{geoPackage};
+    for (const ShapeLayer& layer : layers) {
+        targets << QFileInfo(geoPackage).path() + '/' + QString::fromStdString(layer.name) + ".shp";
     }
-    return {};
+    return targets;
+}
+
+Status writeInto(const QString& folder, const InspectionData& data, const OutputProgress& progress) {
+    const auto layers = shapeLayers(data, Pipeline::read(data.project));
+    const QString geoPackage = QDir(folder).filePath(QStringLiteral("corridor.gpkg"));
+    if (auto apart = checkTargets(targetsOf(layers, geoPackage), data.project); !apart) {
+        return apart;
+    }
+    if (QFileInfo(geoPackage).isSymLink()) { // the others would come to lie where it leads
+        return fileFailure(geoPackage, "is a link", "是链接，不能写入");
+    }
+    const auto staged = stageBeside(geoPackage);
+    if (!staged) {
+        return failed(staged);
+    }
+    if (auto done = writeAll(layers, *staged, folder, progress); !done) {
+        return done;
+    }
+    return commit(*staged);
 }
 
 } // namespace
 
 Status writeShapes(const InspectionData& data, const QString& folder, const OutputProgress& progress) {
-    const auto report = [&](double done) { return !progress || progress(done); };
     const bool existed = QDir(folder).exists();
     if (!QDir().mkpath(folder)) {
         return fileFailure(folder, "cannot be created", "无法创建文件夹");
     }
-    const auto removeNewFolder = [&] {
-        if (!existed) {
-            QDir().rmdir(folder);
-        }
-    };
-    QTemporaryDir staged(QDir(folder).absoluteFilePath(QStringLiteral(".shape-XXXXXX")));
-    if (!staged.isValid()) {
-        removeNewFolder();
-        return writeFailure(folder, staged.errorString());
+    auto written = writeInto(folder, data, progress);
+    if (!written && !existed) {
+        QDir().rmdir(folder);
     }
-    const QString geoPackage = QStringLiteral("corridor.gpkg");
-    const auto layers = shapeLayers(data, Pipeline::read(data.project));
-    Status written = writeLayers(layers, "ESRI Shapefile", staged.path(), folder);
-    bool going = report(0.5);
-    if (written && going) {
-        written = writeLayers(layers, "GPKG", staged.filePath(geoPackage), QDir(folder).filePath(geoPackage));
-        going = report(0.9);
-    }
-    if (written && !going) {
-        written = cancelled();
-    }
-    if (written) {
-        written = moveFiles(QDir(staged.path()), QDir(folder));
-    }
-    staged.remove();
-    if (!written) {
-        removeNewFolder();
-    } else {
-        report(1.0);
+    if (written && progress) {
+        progress(1.0);
     }
     return written;
 }

@@ -2,6 +2,7 @@
 
 #include "detect/GdalErrors.h"
 #include "host/Gbk.h"
+#include "workbench/inspectiondata/database/Outline.h"
 
 #include <ogr_api.h>
 
@@ -41,12 +42,6 @@ std::unique_ptr<OGRPolygon> polygonOf(const std::vector<osg::Vec3d>& vertices) {
     auto polygon = std::make_unique<OGRPolygon>();
     polygon->addRing(&ring);
     return polygon;
-}
-
-std::unique_ptr<OGRGeometry> outlineOf(const SdiffData& anomaly) {
-    OGRGeometry* outline = nullptr;
-    OGRGeometryFactory::createFromWkt(anomaly.outlineWkt.c_str(), nullptr, &outline);
-    return std::unique_ptr<OGRGeometry>(outline);
 }
 
 /// No point of one box is nearer than that to a point of the other.
@@ -119,7 +114,8 @@ void StationSurroundings::addArea(const Special_Polygon& area, OGRCoordinateTran
 Surroundings StationSurroundings::of(const SdiffData& anomaly) const {
     const detect::GdalErrors errors;
     Surroundings surroundings;
-    const auto outline = m_stretches.empty() && m_areas.empty() ? nullptr : outlineOf(anomaly);
+    const auto outline =
+        m_stretches.empty() && m_areas.empty() ? nullptr : outlineGeometry(anomaly.outlineWkt);
     if (!outline || outline->IsEmpty() != 0 ||
         (m_toPlane && outline->transform(m_toPlane.get()) != OGRERR_NONE)) {
         return surroundings;

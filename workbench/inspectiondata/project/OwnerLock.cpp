@@ -41,9 +41,4 @@ bool takeOwnerLock(QLockFile& lock) {
     return isTaken;
 }
 
-std::unique_ptr<QLockFile> ownerLock(const QString& file) {
-    auto lock = std::make_unique<QLockFile>(file);
-    return takeOwnerLock(*lock) ? std::move(lock) : nullptr;
-}
-
 } // namespace inspection

@@ -1,9 +1,5 @@
 #pragma once
 
-#include <QString>
-
-#include <memory>
-
 class QLockFile;
 
 namespace inspection {
@@ -12,8 +8,5 @@ namespace inspection {
 /// held. What was locked, or why not, tells QLockFile::error(). Waits up to a second for one that does not
 /// say yet whose it is.
 bool takeOwnerLock(QLockFile& lock);
-
-/// The same for a new lock; null when somebody else has it, or when it cannot be made.
-std::unique_ptr<QLockFile> ownerLock(const QString& file);
 
 } // namespace inspection

@@ -13,6 +13,9 @@
 #include <QJsonObject>
 #include <QSaveFile>
 
+#include <algorithm>
+#include <cmath>
+
 namespace inspection {
 
 namespace {
@@ -28,10 +31,52 @@ QString absolutePath(const QString& folder, const QString& path) {
     return path.isEmpty() ? QString() : QDir::cleanPath(QDir(folder).absoluteFilePath(path));
 }
 
-QColor colourOf(const QJsonValue& value, const QColor& otherwise) {
-    const QColor colour(value.toString());
-    return colour.isValid() ? colour : otherwise;
+bool isGiven(const QJsonValue& value) {
+    return !value.isUndefined() && !value.isNull();
 }
+
+/// Takes values out of the file, and remembers the first that is not what it must be: what a project says and nobody
+/// understands must not become something else in silence.
+class JsonTaker {
+public:
+    const QString& firstWrong() const { return m_firstWrong; }
+
+    void expect(bool holds, const QString& name) {
+        if (!holds && m_firstWrong.isEmpty()) {
+            m_firstWrong = name;
+        }
+    }
+    /// A text of one line; `otherwise` where none is given.
+    QString text(const QJsonObject& json, const QString& key, const QString& within = {},
+                 const QString& otherwise = {}) {
+        const QJsonValue value = json[key];
+        if (!isGiven(value)) {
+            return otherwise;
+        }
+        const QString text = value.toString();
+        expect(value.isString() && std::none_of(text.begin(), text.end(), isControl), within + key);
+        return text;
+    }
+    QJsonObject object(const QJsonObject& json, const QString& key) {
+        expect(!isGiven(json[key]) || json[key].isObject(), key);
+        return json[key].toObject();
+    }
+    QJsonArray array(const QJsonObject& json, const QString& key) {
+        expect(!isGiven(json[key]) || json[key].isArray(), key);
+        return json[key].toArray();
+    }
+    QColor colour(const QJsonObject& json, const QString& key, const QString& within,
+                  const QColor& otherwise) {
+        const QColor colour(json[key].toString());
+        expect(!isGiven(json[key]) || colour.isValid(), within + key);
+        return colour.isValid() ? colour : otherwise;
+    }
+
+private:
+    static bool isControl(QChar letter) { return letter.category() == QChar::Other_Control; }
+
+    QString m_firstWrong;
+};
 
 /// Projects have always called the method so.
 QString keyOf(const detect::ParameterField& field) {
@@ -39,22 +84,26 @@ QString keyOf(const detect::ParameterField& field) {
     return isMethod ? QStringLiteral("coregistration") : QString::fromLatin1(field.name);
 }
 
-/// Takes a value that a field of detection can have; any other leaves it as it is.
+/// Takes a value that a field of detection can have; false for any other.
 struct TakingJson {
     const QJsonValue& value;
     detect::Parameters& parameters;
 
-    void operator()(const detect::NumberParameter& number) const {
-        if (value.isDouble() && number.isWithin(value.toDouble())) {
+    bool operator()(const detect::NumberParameter& number) const {
+        const bool isGood = value.isDouble() && number.isWithin(value.toDouble());
+        if (isGood) {
             number.set(parameters, value.toDouble());
         }
+        return isGood;
     }
-    void operator()(const detect::SwitchParameter& choice) const {
+    bool operator()(const detect::SwitchParameter& choice) const {
         choice.of(parameters) = value.toBool(choice.value(parameters));
+        return value.isBool();
     }
-    void operator()(const detect::MethodParameter& /*method*/) const {
-        parameters.coregistration =
-            detect::methodNamed(value.toString().toStdString()).value_or(parameters.coregistration);
+    bool operator()(const detect::MethodParameter& /*method*/) const {
+        const auto method = detect::methodNamed(value.toString().toStdString());
+        parameters.coregistration = method.value_or(parameters.coregistration);
+        return method.has_value();
     }
 };
 
@@ -72,17 +121,22 @@ struct JsonOf {
     }
 };
 
-ProjectParameters parametersOf(const QJsonObject& json) {
+ProjectParameters parametersOf(const QJsonObject& json, JsonTaker& taker) {
+    const QString within = QStringLiteral("parameters.");
     ProjectParameters parameters;
     // Of projects of before there was an automatic one, and a choice of it.
     parameters.coregistration = detect::CoregistrationMethod::Bias;
     for (const detect::ParameterField& field : detect::parameterFields()) {
-        std::visit(TakingJson{json[keyOf(field)], parameters}, field.kind);
+        const QJsonValue value = json[keyOf(field)];
+        taker.expect(!isGiven(value) || std::visit(TakingJson{value, parameters}, field.kind),
+                     within + keyOf(field));
     }
     detect::completeSigmas(parameters);
-    parameters.fillColour = colourOf(json["fill_colour"], parameters.fillColour);
-    parameters.cutColour = colourOf(json["cut_colour"], parameters.cutColour);
-    parameters.overlayMode = json["overlay_mode"].toInt() == 1 ? OverlayMode::Bounds : OverlayMode::Hover;
+    parameters.fillColour = taker.colour(json, QStringLiteral("fill_colour"), within, parameters.fillColour);
+    parameters.cutColour = taker.colour(json, QStringLiteral("cut_colour"), within, parameters.cutColour);
+    const QJsonValue mode = json["overlay_mode"];
+    taker.expect(!isGiven(mode) || mode == 0 || mode == 1, within + QStringLiteral("overlay_mode"));
+    parameters.overlayMode = mode.toInt() == 1 ? OverlayMode::Bounds : OverlayMode::Hover;
     return parameters;
 }
 
@@ -103,24 +157,30 @@ Result<QJsonObject> readJson(const QString& file) {
     if (json["format"].toString() != QLatin1String(kFormat)) {
         return broken(file, "not a corridor project", "不是巡检项目文件");
     }
-    if (json["version"].toInt() > Project::kVersion) {
+    const double version = json["version"].toDouble(0.0);
+    if (version > Project::kVersion) {
         return broken(file,
                       QStringLiteral("project version %1 is newer than this program, which knows version %2")
-                          .arg(json["version"].toInt())
+                          .arg(version)
                           .arg(Project::kVersion),
                       "项目版本比本程序新，请升级程序");
     }
-    return document.object();
+    if (version != std::floor(version) || version < 1.0) {
+        return broken(file, "\"version\" is no version of a project", "version 不是项目的版本号");
+    }
+    return json;
 }
 
-std::vector<Epoch> epochsOf(const QString& folder, const QJsonArray& array) {
+std::vector<Epoch> epochsOf(const QString& folder, const QJsonArray& array, JsonTaker& taker) {
     std::vector<Epoch> epochs;
     for (const auto& value : array) {
+        const QString within = QStringLiteral("epochs[%1].").arg(epochs.size());
         const QJsonObject json = value.toObject();
-        if (!json["dsm"].toString().isEmpty()) {
-            epochs.push_back({json["date"].toString(), absolutePath(folder, json["dsm"].toString()),
-                              absolutePath(folder, json["dom"].toString()), json["heights"].toString()});
-        }
+        const auto text = [&](const char* key) { return taker.text(json, QString::fromLatin1(key), within); };
+        const QString dsm = text("dsm");
+        taker.expect(!dsm.isEmpty(), within + QStringLiteral("dsm"));
+        epochs.push_back(
+            {text("date"), absolutePath(folder, dsm), absolutePath(folder, text("dom")), text("heights")});
     }
     return epochs;
 }
@@ -140,7 +200,10 @@ QJsonArray jsonOf(const QString& folder, const std::vector<Epoch>& epochs) {
     return array;
 }
 
-std::optional<EpochPair> pairOf(const QJsonArray& array) {
+/// A choice of other than two epochs is none.
+std::optional<EpochPair> pairOf(const QJsonArray& array, JsonTaker& taker) {
+    taker.expect(std::all_of(array.begin(), array.end(), [](const auto& key) { return key.isString(); }),
+                 "compare");
     return array.size() == 2 ? std::optional(EpochPair{array[0].toString(), array[1].toString()})
                              : std::nullopt;
 }
@@ -176,13 +239,14 @@ QString absoluteSource(const QString& folder, const QString& source) {
                                                                            : absolutePath(folder, source);
 }
 
-std::vector<BaseLayer> baseLayersOf(const QString& folder, const QJsonArray& array) {
+std::vector<BaseLayer> baseLayersOf(const QString& folder, const QJsonArray& array, JsonTaker& taker) {
     std::vector<BaseLayer> layers;
     for (const auto& value : array) {
         const QJsonObject json = value.toObject();
         BaseLayer layer;
-        layer.source = absoluteSource(folder, json["source"].toString());
-        layer.name = json["name"].toString();
+        const QString within = QStringLiteral("base_layers[%1].").arg(layers.size());
+        layer.source = absoluteSource(folder, taker.text(json, QStringLiteral("source"), within));
+        layer.name = taker.text(json, QStringLiteral("name"), within);
         layer.visible = json["visible"].toBool(layer.visible);
         layer.opacity = qBound(0.0, json["opacity"].toDouble(layer.opacity), 1.0);
         layer.finestLevel = qBound(1, json["max_level"].toInt(layer.finestLevel), BaseLayer::kFinestLevel);
@@ -258,14 +322,18 @@ Result<ProjectDescription> readProjectFile(const QString& folder, const QString&
     const auto& json = *read;
     ProjectDescription project;
     project.folder = QDir::cleanPath(QDir(folder).absolutePath());
-    project.name = json["name"].toString(QDir(project.folder).dirName());
-    project.crs = json["crs"].toString();
-    project.epochs = epochsOf(project.folder, json["epochs"].toArray());
-    project.centerline = absolutePath(project.folder, json["centerline"].toString("centerline.gpkg"));
-    project.database = absoluteDatabase(project.folder, json["database"].toString());
-    project.parameters = parametersOf(json["parameters"].toObject());
-    project.compared = pairOf(json["compare"].toArray());
-    project.baseLayers = baseLayersOf(project.folder, json["base_layers"].toArray());
+    JsonTaker taker;
+    project.name = taker.text(json, "name", {}, QDir(project.folder).dirName());
+    project.crs = taker.text(json, "crs");
+    project.epochs = epochsOf(project.folder, taker.array(json, "epochs"), taker);
+    project.centerline = absolutePath(project.folder, taker.text(json, "centerline", {}, "centerline.gpkg"));
+    project.database = absoluteDatabase(project.folder, taker.text(json, "database"));
+    project.parameters = parametersOf(taker.object(json, "parameters"), taker);
+    project.compared = pairOf(taker.array(json, "compare"), taker);
+    project.baseLayers = baseLayersOf(project.folder, taker.array(json, "base_layers"), taker);
+    if (const QString& wrong = taker.firstWrong(); !wrong.isEmpty()) {
+        return broken(file, "\"" + wrong + "\" is missing or not what it can be", wrong + " 缺少或无效");
+    }
     if (project.epochs.size() < 2) {
         return broken(file, "needs two epochs with a dsm each", "需要两期表面模型");
     }
