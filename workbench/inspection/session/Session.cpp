@@ -11,6 +11,7 @@
 #include <QFileInfo>
 #include <QScopedValueRollback>
 
+#include <algorithm>
 #include <utility>
 
 namespace inspection {
@@ -140,7 +141,7 @@ void Session::watchOthers() {
 
 void Session::takeStepsOfOthers(qint64 newestRevision) {
     // What a box tells or asks about must not change while it stands.
-    if (m_isBoxOpen || !m_database) {
+    if (m_isBoxOpen || isEditorOpen() || !m_database) {
         return;
     }
     try {
@@ -148,6 +149,19 @@ void Session::takeStepsOfOthers(qint64 newestRevision) {
     } catch (const mysqlhelper::KV_MySQL_Exception& exception) {
         qCWarning(windowLog).noquote() << "What others have edited cannot be read:" << exception.what();
     }
+}
+
+void Session::holdNewsWhileOpen(QWidget* editor) {
+    m_editors.emplace_back(editor);
+}
+
+// A closed editor is hidden at once and lives on for a while.
+bool Session::isEditorOpen() {
+    m_editors.erase(
+        std::remove_if(m_editors.begin(), m_editors.end(),
+                       [](const QPointer<QWidget>& editor) { return !editor || !editor->isVisible(); }),
+        m_editors.end());
+    return !m_editors.empty();
 }
 
 void Session::close() {

@@ -85,6 +85,10 @@ public:
     void setMapPictureSource(std::function<QImage()> source) { m_mapPicture = std::move(source); }
     QImage mapPicture() const { return m_mapPicture ? m_mapPicture() : QImage(); }
 
+    /// While that editor of a row is open, what others do is not shown: the user's words must not be taken from
+    /// under him, and are to be stored against what he has seen. Null is none.
+    void holdNewsWhileOpen(QWidget* editor);
+
     /// Something that needs no answer; one Chinese line.
     void notice(const QString& text) { emit noticed(text); }
     /// One message box titled "提示"; waits for the user.
@@ -120,6 +124,7 @@ private:
     void tellOfOtherEpochs(const EpochPair& before);
     void forget();
     void watchOthers();
+    bool isEditorOpen();
     void takeStepsOfOthers(qint64 newestRevision);
     /// An undo of what the windows do not show is told.
     void tellOfOtherPair(const RowChanges& changes, Showing showing);
@@ -132,6 +137,7 @@ private:
     std::int64_t m_comparisonId = kNoComparison; ///< of the compared pair, once it is known
     QString m_readOnlyReason;
     mutable bool m_isBoxOpen = false;
+    std::vector<QPointer<QWidget>> m_editors; ///< of rows
     QString m_outputFolder;
     std::function<QImage()> m_mapPicture;
     ProjectHistory m_history;

@@ -46,6 +46,7 @@ SpecialObjects::SpecialObjects(Session& session, StationTree& tree, SpecialObjec
                                QObject* parent)
     : QObject(parent), m_session(session), m_tree(tree), m_nodes(nodes), m_store(session) {
     connect(&m_tree, &StationTree::deleteRequested, this, &SpecialObjects::askToDelete);
+    connect(&m_tree, &StationTree::editorOpened, &m_session, &Session::holdNewsWhileOpen);
 }
 
 template<typename Record>

@@ -56,8 +56,8 @@ bool EditTransaction::update(const std::string& table, const std::vector<RowEdit
             areThere = false;
             continue;
         }
-        check(table, before->second, edit.seenVersion);
-        if (!isSame(edit.fields, before->second)) {
+        if (!isSame(edit.fields, before->second)) { // who wants what is there overwrites nobody
+            check(table, before->second, edit.seenVersion);
             KV_Record changed = edit.fields;
             changed[kVersionColumn] = m_revision;
             updates.add(edit.id, changed);
