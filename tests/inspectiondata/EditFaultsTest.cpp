@@ -90,6 +90,10 @@ public:
             << outcome.error().userMessage.toStdString();
         EXPECT_FALSE(outcome.error().userMessage.contains('\n')) << outcome.error().userMessage.toStdString();
     }
+    static void expectLost(const Status& outcome) {
+        ASSERT_FALSE(outcome);
+        EXPECT_EQ(outcome.error().userMessage, "与数据库的连接已断开，未作任何更改");
+    }
     /// That all goes on as if nothing had been.
     void expectWorking() {
         expectSides(2, 1);
@@ -226,7 +230,7 @@ protected:
 
 TEST_F(CutEditTest, AConnectionThatIsCutInTheMiddleOfAnEdit) {
     const auto before = m_project.stored();
-    EditedProject::expectRefused(m_project.history().perform("两个", [this](EditTransaction& edit) {
+    EditedProject::expectLost(m_project.history().perform("两个", [this](EditTransaction& edit) {
         edit.insert("special_point", EditedProject::point("丁"));
         m_server.killConnections();
         edit.insert("special_point", EditedProject::point("戊"));
@@ -237,7 +241,7 @@ TEST_F(CutEditTest, AConnectionThatIsCutInTheMiddleOfAnEdit) {
 
 TEST_F(CutEditTest, AConnectionThatIsCutBeforeTheEditIsRecorded) {
     const auto before = m_project.stored();
-    EditedProject::expectRefused(m_project.history().perform("一个", [this](EditTransaction& edit) {
+    EditedProject::expectLost(m_project.history().perform("一个", [this](EditTransaction& edit) {
         edit.insert("special_point", EditedProject::point("丁"));
         m_server.killConnections();
     }));
@@ -248,11 +252,11 @@ TEST_F(CutEditTest, AConnectionThatIsCutBeforeTheEditIsRecorded) {
 TEST_F(CutEditTest, AConnectionThatIsCutInTheMiddleOfUndos) {
     cutWhileDeleting([this] {
         m_project.undo();
-        m_project.expectOneRefusal("无法撤销，未作任何更改：");
+        m_project.expectOneRefusal("无法撤销：与数据库的连接已断开，未作任何更改");
     });
     cutWhileDeleting([this] {
         m_project.history().UndoSteps(2);
-        m_project.expectOneRefusal("无法撤销，未作任何更改：");
+        m_project.expectOneRefusal("无法撤销：与数据库的连接已断开，未作任何更改");
     });
     m_project.expectWorking();
 }

@@ -3,6 +3,7 @@
 #include "host/Gbk.h"
 #include "workbench/inspectiondata/compute/ResultStore.h"
 #include "workbench/inspectiondata/compute/StationDetection.h"
+#include "workbench/inspectiondata/database/ConnectionLost.h"
 #include "workbench/inspectiondata/database/StationTable.h"
 
 #include <QElapsedTimer>
@@ -172,6 +173,8 @@ Result<ComputationSummary> Computation::run() {
             return cancelled();
         }
         m_store.store(database, m_changes, m_coregistration);
+    } catch (const mysqlhelper::ConnectionLost& loss) {
+        return Unexpected(Failure{QString::fromUtf8(loss.what()), loss.told()});
     } catch (const KV_MySQL_Exception& exception) {
         const QString cause = QString::fromUtf8(exception.what());
         return Unexpected(Failure{cause, QStringLiteral("数据库操作失败：") + cause});
