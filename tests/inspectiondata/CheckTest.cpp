@@ -311,9 +311,10 @@ TEST_P(CheckTest, MissingRastersAndDatesOutOfOrderAreFound) {
     text.write("no raster");
     text.close();
     expectFinding(old + "：文件不存在");
-    expectFinding("comparison_result 1：dz_raster " + raster + " 文件不存在");
+    const bool mayLieElsewhere = GetParam() == DatabaseKind::MariaDb; // with a colleague who computed it
     const QStringList found = findings();
-    EXPECT_EQ(found.size(), 3) << found.join('\n').toStdString();
+    EXPECT_EQ(found.contains("comparison_result 1：dz_raster " + raster + " 文件不存在"), !mayLieElsewhere);
+    EXPECT_EQ(found.size(), mayLieElsewhere ? 2 : 3) << found.join('\n').toStdString();
     EXPECT_EQ(found.filter("无法作为栅格打开").size(), 1);
     ProjectDescription turned = description();
     turned.epochs.front().date = "2099-01-01";
