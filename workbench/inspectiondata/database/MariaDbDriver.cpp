@@ -239,6 +239,7 @@ void MariaDbDriver::perform(Kind kind, const std::function<void(MYSQL&)>& work) 
             if (!error.isLostConnection()) {
                 fail(QString::fromUtf8(error.what()));
             }
+            const bool isUnanswered = m_isSilent && m_connection;
             m_connection.reset();
             if (isInTransaction()) {
                 lose(m_endedBecause, error.sent && kind == Kind::Commits);
@@ -248,7 +249,7 @@ void MariaDbDriver::perform(Kind kind, const std::function<void(MYSQL&)>& work) 
                          QString::fromUtf8(error.what()),
                      true);
             }
-            if (losses == kMostLosses || m_isSilent) {
+            if (losses == kMostLosses || isUnanswered) {
                 lose(QString::fromUtf8(error.what()));
             }
             reconnect(error);
