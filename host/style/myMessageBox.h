@@ -10,7 +10,7 @@ class QWidget;
 class STYLE_API myMessageBox {
 public:
     enum Type { Information = 0, Success = 1, Question = 2, Warning = 3 };
-    enum Buttons { Ok = 0, YesNo = 1 };
+    enum Buttons { Ok = 0, YesNo = 1, YesNoCautious = 2 }; ///< the last one's default is no
 
     /// Shows the box and, when `modal`, waits for the user.
     /// `type` chooses the icon (Type), `buttons` the buttons (Buttons).

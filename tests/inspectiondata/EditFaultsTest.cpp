@@ -1,19 +1,10 @@
 // Edits, undos and redos that the database cannot store, and values that look dangerous.
 
-#include "Opened.h"
-#include "TestDatabase.h"
+#include "EditedProject.h"
 
-#include "host/Gbk.h"
 #include "tests/support/ForeignConnection.h"
 #include "tests/support/FullDisk.h"
-#include "workbench/inspectiondata/check/CheckProject.h"
-#include "workbench/inspectiondata/database/Inspector.h"
 #include "workbench/inspectiondata/database/Revision.h"
-#include "workbench/inspectiondata/database/Schema.h"
-#include "workbench/inspectiondata/history/ProjectHistory.h"
-
-#include <QCoreApplication>
-#include <QStringList>
 
 #include <functional>
 #include <future>
@@ -24,93 +15,6 @@ using namespace inspection;
 using mysqlhelper::KV_MySQL;
 using mysqlhelper::KV_Record;
 using mysqlhelper::KV_Rows;
-
-/// A project with a history: two points added, a third one added and taken back.
-class EditedProject {
-public:
-    explicit EditedProject(DatabaseKind kind) : m_opened(newProjectDatabase(kind)) {
-        QObject::connect(&m_history, &ProjectHistory::refused,
-                         [this](const QString& message) { m_refusals << message; });
-        m_history.setDatabase(&sql(), inspectorOf(description()));
-        for (const char* name : {"甲", "乙", "丙"}) {
-            EXPECT_TRUE(add(name));
-        }
-        undo();
-        expectSides(2, 1);
-    }
-
-    KV_MySQL& sql() { return m_opened.sql(); }
-    const ProjectDescription& description() const { return m_opened.project.description(); }
-    ProjectHistory& history() { return m_history; }
-
-    Status add(const char* name) {
-        return m_history.perform(QString("添加 ") + name,
-                                 [&](EditTransaction& edit) { edit.insert("special_point", point(name)); });
-    }
-    static KV_Record point(const char* name) {
-        return {{"name", toGbk(name)}, {"lon_deg", 114.0}, {"lat_deg", 30.7}, {"height_m", 50.0}};
-    }
-    void undo() { m_history.TakeUndo()->Undo(true); }
-    void redo() { m_history.TakeRedo()->Redo(true); }
-
-    /// What is stored, rows and history.
-    std::vector<KV_Rows> stored() {
-        std::vector<KV_Rows> tables;
-        for (const StoredTable& table : storedTables()) {
-            tables.push_back(sql().queryRecord("select * from " + table.name + " order by " + table.key));
-        }
-        return tables;
-    }
-    /// How many edits the history has on each side.
-    void expectSides(int undoable, int redoable) {
-        int undone = 0;
-        for (; m_history.CanUndo(); ++undone) {
-            m_history.TakeUndo();
-        }
-        int all = 0;
-        for (; m_history.CanRedo(); ++all) {
-            m_history.TakeRedo();
-        }
-        for (int edit = all; edit > undone; --edit) {
-            m_history.TakeUndo();
-        }
-        EXPECT_EQ(undone, undoable);
-        EXPECT_EQ(all - undone, redoable);
-    }
-    void expectOneRefusal(const QString& start) {
-        QCoreApplication::processEvents();
-        ASSERT_EQ(m_refusals.size(), 1) << m_refusals.join('\n').toStdString();
-        EXPECT_TRUE(m_refusals[0].startsWith(start)) << m_refusals[0].toStdString();
-        EXPECT_FALSE(m_refusals[0].contains('\n')) << m_refusals[0].toStdString();
-        m_refusals.clear();
-    }
-    static void expectRefused(const Status& outcome) {
-        ASSERT_FALSE(outcome);
-        EXPECT_TRUE(outcome.error().userMessage.startsWith("数据库拒绝了修改，未作任何更改："))
-            << outcome.error().userMessage.toStdString();
-        EXPECT_FALSE(outcome.error().userMessage.contains('\n')) << outcome.error().userMessage.toStdString();
-    }
-    /// That all goes on as if nothing had been.
-    void expectWorking() {
-        expectSides(2, 1);
-        redo();
-        undo();
-        EXPECT_TRUE(add("丁"));
-        m_history.UndoSteps(2);
-        redo();
-        redo();
-        expectSides(3, 0);
-        QCoreApplication::processEvents();
-        EXPECT_TRUE(m_refusals.isEmpty()) << m_refusals.join('\n').toStdString();
-        const Findings findings = checkProject(description(), sql());
-        EXPECT_TRUE(findings.empty()) << findings.front().line().toStdString();
-    }
-
-private:
-    OpenedProject m_opened;
-    ProjectHistory m_history;
-    QStringList m_refusals;
-};
 
 /// Something that keeps the database from storing for as long as what it gives is kept.
 struct Fault {
@@ -226,7 +130,7 @@ protected:
 
 TEST_F(CutEditTest, AConnectionThatIsCutInTheMiddleOfAnEdit) {
     const auto before = m_project.stored();
-    EditedProject::expectRefused(m_project.history().perform("两个", [this](EditTransaction& edit) {
+    EditedProject::expectLost(m_project.history().perform("两个", [this](EditTransaction& edit) {
         edit.insert("special_point", EditedProject::point("丁"));
         m_server.killConnections();
         edit.insert("special_point", EditedProject::point("戊"));
@@ -237,7 +141,7 @@ TEST_F(CutEditTest, AConnectionThatIsCutInTheMiddleOfAnEdit) {
 
 TEST_F(CutEditTest, AConnectionThatIsCutBeforeTheEditIsRecorded) {
     const auto before = m_project.stored();
-    EditedProject::expectRefused(m_project.history().perform("一个", [this](EditTransaction& edit) {
+    EditedProject::expectLost(m_project.history().perform("一个", [this](EditTransaction& edit) {
         edit.insert("special_point", EditedProject::point("丁"));
         m_server.killConnections();
     }));
@@ -248,11 +152,11 @@ TEST_F(CutEditTest, AConnectionThatIsCutBeforeTheEditIsRecorded) {
 TEST_F(CutEditTest, AConnectionThatIsCutInTheMiddleOfUndos) {
     cutWhileDeleting([this] {
         m_project.undo();
-        m_project.expectOneRefusal("无法撤销，未作任何更改：");
+        m_project.expectOneRefusal("无法撤销：与数据库的连接已断开，未作任何更改");
     });
     cutWhileDeleting([this] {
         m_project.history().UndoSteps(2);
-        m_project.expectOneRefusal("无法撤销，未作任何更改：");
+        m_project.expectOneRefusal("无法撤销：与数据库的连接已断开，未作任何更改");
     });
     m_project.expectWorking();
 }

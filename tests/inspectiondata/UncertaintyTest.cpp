@@ -181,6 +181,8 @@ TEST_P(UncertaintyTest, EveryRuleOfItIsChecked) {
     expectFinding("anomaly", "sugg_conf=1.5", "sugg_conf 1.5 超出范围 0 到 1");
     expectFinding("comparison_result", "summary='{}'", "comparison_result 1：summary 无法读取");
     expectFinding("comparison_result", "stable_dz='x'", "comparison_result 1：stable_dz 无法读取");
+    QFile noRaster(m_opened.files.file("no.tif"));
+    ASSERT_TRUE(noRaster.open(QIODevice::WriteOnly));
     expectFinding("comparison_result", "correction_raster='no.tif'",
                   "comparison_result 1：correction_raster no.tif");
     EXPECT_EQ(findings(), QStringList());

@@ -40,6 +40,14 @@ void click(QDialog& box, const char* button) {
     QTest::mouseClick(box.findChild<QPushButton*>(button), Qt::LeftButton);
 }
 
+TEST(MessageBox, ACautiousQuestionIsDeclinedByEnter) {
+    const auto pressEnter = [](QDialog& box) {
+        ASSERT_TRUE(QTest::qWaitForWindowActive(&box));
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+    };
+    EXPECT_EQ(answerOf(myMessageBox::Question, myMessageBox::YesNoCautious, pressEnter), 1);
+}
+
 TEST(MessageBox, OkConfirms) {
     EXPECT_EQ(answerOf(3, 0, [](QDialog& box) { click(box, "pushButtonOK"); }), 0);
 }

@@ -173,6 +173,14 @@ void MariaDbServer::stop() {
     m_process.reset();
 }
 
+void MariaDbServer::freeze() const {
+    ::kill(static_cast<pid_t>(m_process->processId()), SIGSTOP);
+}
+
+void MariaDbServer::thaw() const {
+    ::kill(static_cast<pid_t>(m_process->processId()), SIGCONT);
+}
+
 QString MariaDbServer::newDatabase() {
     const QString name = QStringLiteral("corridor_%1").arg(++m_databases);
     run("create database " + name);

@@ -35,6 +35,9 @@ public:
 
     void stop();
     void start();
+    /// It answers nothing any more and keeps its connections, until it is thawed.
+    void freeze() const;
+    void thaw() const;
 
 private:
     MariaDbServer();

@@ -43,6 +43,8 @@ public:
         form->addLayout(makeButtons(buttons));
         updateLayout();
         adjustSize();
+        m_first->setDefault(true);
+        m_first->setFocus();
     }
 
 private:
@@ -72,21 +74,23 @@ private:
         auto* row = new QHBoxLayout;
         row->setSpacing(10);
         row->addStretch(1);
-        const bool yesNo = buttons == myMessageBox::YesNo;
+        const bool yesNo = buttons != myMessageBox::Ok;
         auto* confirm = new QPushButton(yesNo ? QStringLiteral("是") : QStringLiteral("确定"), this);
         confirm->setObjectName(yesNo ? QStringLiteral("pushButtonYes") : QStringLiteral("pushButtonOK"));
-        confirm->setDefault(true);
         connect(confirm, &QPushButton::clicked, this, &QDialog::accept);
         row->addWidget(confirm);
+        m_first = confirm;
         if (yesNo) {
             auto* decline = new QPushButton(QStringLiteral("否"), this);
             decline->setObjectName(QStringLiteral("pushButtonNo"));
             connect(decline, &QPushButton::clicked, this, &QDialog::reject);
             row->addWidget(decline);
+            m_first = buttons == myMessageBox::YesNoCautious ? decline : confirm;
         }
-        confirm->setFocus();
         return row;
     }
+
+    QPushButton* m_first = nullptr; ///< what Enter presses
 };
 
 } // namespace

@@ -130,13 +130,7 @@ TEST_F(SpecialObjectsTest, AnUpdateStoresTheRecordAndRenamesTheEntry) {
     edited.SetName(toGbk("新名"));
     edited.m_attribute = toGbk("取土场");
     edited.m_opacity = 0.25F;
-    {
-        const MessageWatch messages;
-        EXPECT_FALSE(window().UpdataNode(edited, toGbk("不存在")));
-        EXPECT_EQ(messages.texts(), QStringList{"“不存在”已被改名为“旧名”，您的修改未保存"});
-        EXPECT_FALSE(window().UpdataNode(area("新名"), toGbk("不存在")));
-        EXPECT_EQ(messages.texts().size(), 1) << "nothing is known of it";
-    }
+    EXPECT_FALSE(window().UpdataNode(area("新名"), toGbk("不存在"))) << "nothing is known of it";
     EXPECT_TRUE(window().UpdataNode(edited, toGbk("旧名")));
     EXPECT_FALSE(window().isReiterated_node("旧名"));
     EXPECT_TRUE(window().isReiterated_node("新名"));
@@ -145,6 +139,23 @@ TEST_F(SpecialObjectsTest, AnUpdateStoresTheRecordAndRenamesTheEntry) {
     EXPECT_EQ(stored.GetName(), toGbk("新名"));
     EXPECT_EQ(stored.m_attribute, toGbk("取土场"));
     EXPECT_FLOAT_EQ(stored.m_opacity, 0.25F);
+}
+
+TEST_F(SpecialObjectsTest, AnUpdateOfAnObjectThatHasAnotherNameByNowIsStoredAndShownByTheWindow) {
+    ASSERT_TRUE(window().AddAreaNode(area("旧名")));
+    reopen();
+    Special_Area edited(inspection::readSpecialAreas(database()).back());
+    edited.SetName(toGbk("新名"));
+    EXPECT_FALSE(window().UpdataNode(edited, toGbk("更旧"))) << "whoever asked has nothing to show";
+    EXPECT_EQ(inspection::readSpecialAreas(database()).back().GetName(), toGbk("新名"));
+    EXPECT_NE(entry(Areas, "新名"), nullptr);
+    EXPECT_EQ(entry(Areas, "旧名"), nullptr);
+    int shown = 0;
+    for (const auto& [group, record] : scene().getPipeAreas()) {
+        EXPECT_NE(record.GetName(), toGbk("旧名"));
+        shown += record.GetName() == toGbk("新名") ? 1 : 0;
+    }
+    EXPECT_EQ(shown, 1);
 }
 
 TEST_F(SpecialObjectsTest, ARecordDrawnInThisRunIsUpdatedThroughItsName) {

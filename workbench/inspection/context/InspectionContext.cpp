@@ -99,11 +99,14 @@ void InspectionContext::connectWindows() {
                 }
             });
     connect(&history, &inspection::ProjectHistory::replacedByOthers, m_stations, &StationTreeWindow::reload);
+    connect(&history, &inspection::ProjectHistory::rowsChanged, m_images, &ImageWindow::applyRows);
+    connect(&history, &inspection::ProjectHistory::replacedByOthers, m_images, &ImageWindow::dropWhatIsGone);
     connect(&history, &inspection::ProjectHistory::replacedByOthers, this, &InspectionContext::showPipeline);
     connect(m_session.get(), &Session::objectsReplaced, m_stations, &StationTreeWindow::reload);
     connect(m_session.get(), &Session::epochsChanged, this, &InspectionContext::epochsChanged);
     connect(&history, &inspection::ProjectHistory::replacedByOthers, m_account, &AccountLine::refresh);
     connect(m_session.get(), &Session::connectionChanged, m_progress, &ProgressWidget::showMessage);
+    connect(m_session.get(), &Session::waiting, m_progress, &ProgressWidget::showWaiting);
     connect(m_session.get(), &Session::noticed, m_progress, &ProgressWidget::showMessage);
 
     connect(m_overlays.get(), &AnomalyOverlays::paintingProgressed, m_progress,

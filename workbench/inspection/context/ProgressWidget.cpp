@@ -2,6 +2,7 @@
 
 #include "workbench/inspection/session/JobRunner.h"
 
+#include <QApplication>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QProgressBar>
@@ -64,6 +65,21 @@ void ProgressWidget::showMessage(const QString& text) {
     if (!m_jobs.isRunning()) {
         showResult(true, text);
     }
+}
+
+void ProgressWidget::showWaiting(const QString& text) {
+    if (text.isEmpty()) {
+        QApplication::restoreOverrideCursor();
+        m_jobs.isRunning() ? onStarted(m_jobs.title()) : hide();
+        return;
+    }
+    QApplication::setOverrideCursor(Qt::WaitCursor);
+    m_text->setText(text);
+    m_resultTime.stop();
+    showBar(false);
+    show();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
+    repaint();
 }
 
 void ProgressWidget::showPainting(int done, int all) {

@@ -27,6 +27,10 @@ public slots:
     /// Shows a message for a while, unless work is going on.
     void showMessage(const QString& text);
 
+    /// Says that the program waits, and no longer when the text is empty. Is painted at once, since no events are
+    /// handled meanwhile.
+    void showWaiting(const QString& text);
+
     /// Tells how many anomalies are seen on the globe, where they take their time.
     void showPainting(int done, int all);
 

@@ -6,7 +6,9 @@
 #include "workbench/inspection/images/GroundView.h"
 #include "workbench/inspection/images/SwipePane.h"
 #include "workbench/inspection/scene/OverlayPicture.h"
+#include "workbench/inspection/session/Log.h"
 #include "workbench/inspection/session/Session.h"
+#include "workbench/inspectiondata/database/Schema.h"
 #include "workbench/inspectiondata/database/StationTable.h"
 #include "workbench/inspectiondata/pictures/OutlinePath.h"
 #include "workbench/inspectiondata/pictures/PipelinePath.h"
@@ -169,6 +171,7 @@ void ImageWindow::clear() {
     m_readAround.stop();
     m_pictureRead.drop();
     m_profileRead.drop();
+    m_anomalyId = 0;
     m_subject = QRectF();
     m_profileLine = QLineF();
     m_asked.reset();
@@ -207,6 +210,7 @@ void ImageWindow::CreatZoomItem(KV_StationItem* item, const SdiffData& zoom) {
         showNotice(tr("该记录没有范围"));
         return;
     }
+    m_anomalyId = zoom.id;
     m_subject = subject;
     m_source = sourceOf(*item, zoom);
     m_differencePane->setRamp(m_source.ramp);
@@ -224,6 +228,25 @@ void ImageWindow::CreatZoomItem(KV_StationItem* item, const SdiffData& zoom) {
     m_settle.stop();
     readVisible();
     setProfileLine(lineAcross(m_subject));
+}
+
+void ImageWindow::applyRows(const RowChanges& changes) {
+    const bool isGone = std::any_of(changes.begin(), changes.end(), [this](const RowChange& change) {
+        return change.table == kAnomalyTable && change.id == m_anomalyId && !change.after;
+    });
+    if (isGone) {
+        clear();
+    }
+}
+
+void ImageWindow::dropWhatIsGone() {
+    try {
+        if (m_anomalyId != 0 && !readRow(*m_session.connection(), kAnomalyTable, m_anomalyId)) {
+            clear();
+        }
+    } catch (const mysqlhelper::KV_MySQL_Exception& exception) {
+        qCWarning(windowLog).noquote() << "The shown anomaly cannot be read again:" << exception.what();
+    }
 }
 
 void ImageWindow::setSwiping(bool swiping) {

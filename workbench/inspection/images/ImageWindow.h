@@ -3,6 +3,7 @@
 #include "host/inspection/KVImageWindow.h"
 #include "workbench/inspection/images/ComparisonPictures.h"
 #include "workbench/inspection/images/LatestRead.h"
+#include "workbench/inspectiondata/database/RowChange.h"
 #include "workbench/inspectiondata/pipeline/Pipeline.h"
 
 #include <QTimer>
@@ -46,6 +47,10 @@ public:
 public slots:
     /// Shows nothing, as when the project is closed.
     void clear();
+    /// Shows nothing any more of an anomaly that was deleted.
+    void applyRows(const RowChanges& changes);
+    /// The same after anomalies were replaced as a whole.
+    void dropWhatIsGone();
 
 protected:
     void resizeEvent(QResizeEvent* event) override;
@@ -91,7 +96,8 @@ private:
     ProfileChart* m_profile;
     Pipeline m_pipeline;
     ComparisonSource m_source;
-    QRectF m_subject; ///< ground of the anomaly or station; null while nothing is shown
+    std::int64_t m_anomalyId = 0; ///< of the anomaly that is shown, 0 for none
+    QRectF m_subject;             ///< ground of the anomaly or station; null while nothing is shown
     QLineF m_profileLine;
     std::optional<PictureRequest> m_asked; ///< the latest pictures that were asked for
     QTimer m_settle;

@@ -1,5 +1,6 @@
 #include "workbench/inspection/session/RevisionWatch.h"
 
+#include "workbench/inspectiondata/database/Driver.h"
 #include "workbench/inspectiondata/database/PipelineDatabase.h"
 #include "workbench/inspectiondata/database/Revision.h"
 
@@ -29,7 +30,9 @@ bool RevisionWatch::pause() {
     return !m_isEnding;
 }
 
+// What this thread waits for, nobody waits for; so it can say soon that the server is lost.
 void RevisionWatch::run() {
+    constexpr int kAnswerMilliseconds = 3000;
     std::unique_ptr<PipelineDatabase> database;
     bool isLost = false;
     while (pause()) {
@@ -39,6 +42,7 @@ void RevisionWatch::run() {
                 auto opened = PipelineDatabase::open(m_project, Project::Access::ReadOnly);
                 if (opened) {
                     database = std::move(*opened);
+                    database->GetMySQL()->driver().setPatience({kAnswerMilliseconds, 0, {}});
                 } else {
                     cause = opened.error().message;
                 }

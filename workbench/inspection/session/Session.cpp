@@ -4,13 +4,16 @@
 #include "workbench/inspection/session/Log.h"
 #include "workbench/inspection/session/StationWork.h"
 #include "workbench/inspectiondata/database/AnomalyChanges.h"
+#include "workbench/inspectiondata/database/Driver.h"
 #include "workbench/inspectiondata/database/Inspector.h"
+#include "workbench/inspectiondata/database/Revision.h"
 #include "workbench/inspectiondata/project/CurrentProject.h"
 #include "workbench/inspectiondata/project/ServerAddress.h"
 
 #include <QFileInfo>
 #include <QScopedValueRollback>
 
+#include <algorithm>
 #include <utility>
 
 namespace inspection {
@@ -35,7 +38,9 @@ Session::Session(QWidget* mainWindow)
     connect(&m_history, &ProjectHistory::refused, this, &Session::warn);
     connect(&m_history, &ProjectHistory::rowsChanged, this, &Session::tellOfOtherPair);
     connect(&m_history, &ProjectHistory::replacedByOthers, this, [this] { m_comparisonId = kNoComparison; });
-    m_history.setConflictQuestion([this](const QString& question) { return ask(question); });
+    connect(&m_history, &ProjectHistory::settled, this, &Session::inform, Qt::QueuedConnection);
+    connect(&m_history, &ProjectHistory::metOthers, this, &Session::catchUp, Qt::QueuedConnection);
+    m_history.setConflictQuestion([this](const QString& question) { return askCautiously(question); });
 }
 
 Session::~Session() {
@@ -127,20 +132,46 @@ void Session::watchOthers() {
     if (!isShared && m_readOnlyReason.isEmpty()) {
         return; // the folder is locked
     }
+    setPatience(false);
     m_watch = std::make_unique<RevisionWatch>(project()->description());
     connect(m_watch.get(), &RevisionWatch::looked, this, &Session::takeStepsOfOthers);
-    connect(m_watch.get(), &RevisionWatch::connectionLost, this, [this](const QString& cause) {
-        qCWarning(windowLog).noquote() << "The connection to the database is lost:" << cause;
-        emit connectionChanged(tr("与数据库的连接已断开，正在重试"));
-    });
-    connect(m_watch.get(), &RevisionWatch::connectionBack, this,
-            [this] { emit connectionChanged(tr("与数据库的连接已恢复")); });
+    connect(m_watch.get(), &RevisionWatch::connectionLost, this, &Session::takeLoss);
+    connect(m_watch.get(), &RevisionWatch::connectionBack, this, &Session::takeReturn);
     m_watch->start();
 }
 
+// A server that is known to be lost is tried once only: the watch says when it is back.
+void Session::setPatience(bool isServerLost) {
+    constexpr int kAnswerMilliseconds = 7000; // a locked row is waited for five seconds
+    mysqlhelper::Patience patience;
+    patience.answerMilliseconds = kAnswerMilliseconds;
+    patience.reconnectionMilliseconds = isServerLost ? 0 : patience.reconnectionMilliseconds;
+    patience.notice = [this](bool isWaiting) {
+        emit waiting(isWaiting ? tr("正在等待数据库回答…") : QString());
+    };
+    connection()->driver().setPatience(std::move(patience));
+}
+
+void Session::takeLoss(const QString& cause) {
+    qCWarning(windowLog).noquote() << "The connection to the database is lost:" << cause;
+    setPatience(true);
+    emit connectionChanged(tr("与数据库的连接已断开，正在重试"));
+}
+
+void Session::takeReturn() {
+    setPatience(false);
+    emit connectionChanged(tr("与数据库的连接已恢复"));
+    try {
+        m_history.settle();
+    } catch (const mysqlhelper::KV_MySQL_Exception& exception) {
+        qCWarning(windowLog).noquote() << "What was cut off cannot be looked up:" << exception.what();
+    }
+    catchUp(); // which connects again
+}
+
 void Session::takeStepsOfOthers(qint64 newestRevision) {
-    // What a box tells or asks about must not change while it stands.
-    if (m_isBoxOpen || !m_database) {
+    // What a question is about must not change while it stands.
+    if (m_isAsking || isEditorOpen() || !m_database) {
         return;
     }
     try {
@@ -148,6 +179,33 @@ void Session::takeStepsOfOthers(qint64 newestRevision) {
     } catch (const mysqlhelper::KV_MySQL_Exception& exception) {
         qCWarning(windowLog).noquote() << "What others have edited cannot be read:" << exception.what();
     }
+}
+
+bool Session::isServerLost() const {
+    return m_database && !connection()->isOpen();
+}
+
+void Session::catchUp() {
+    try {
+        if (m_database) {
+            takeStepsOfOthers(readRevision(*connection()));
+        }
+    } catch (const mysqlhelper::KV_MySQL_Exception& exception) {
+        qCWarning(windowLog).noquote() << "What others have edited cannot be read:" << exception.what();
+    }
+}
+
+void Session::holdNewsWhileOpen(QWidget* editor) {
+    m_editors.emplace_back(editor);
+}
+
+// A closed editor is hidden at once and lives on for a while.
+bool Session::isEditorOpen() {
+    m_editors.erase(
+        std::remove_if(m_editors.begin(), m_editors.end(),
+                       [](const QPointer<QWidget>& editor) { return !editor || !editor->isVisible(); }),
+        m_editors.end());
+    return !m_editors.empty();
 }
 
 void Session::close() {
@@ -302,22 +360,28 @@ void Session::tellOfOtherPair(const RowChanges& changes, Showing showing) {
 }
 
 void Session::warn(const QString& text) const {
-    const QScopedValueRollback<bool> open(m_isBoxOpen, true);
     myMessageBox::showMyMessageBox(m_mainWindow, tr("提示"), text, myMessageBox::Warning, myMessageBox::Ok,
                                    true);
 }
 
 void Session::inform(const QString& text) const {
-    const QScopedValueRollback<bool> open(m_isBoxOpen, true);
     myMessageBox::showMyMessageBox(m_mainWindow, tr("提示"), text, myMessageBox::Success, myMessageBox::Ok,
                                    true);
 }
 
 bool Session::ask(const QString& question) const {
+    return asks(question, myMessageBox::YesNo);
+}
+
+bool Session::askCautiously(const QString& question) const {
+    return asks(question, myMessageBox::YesNoCautious);
+}
+
+bool Session::asks(const QString& question, int buttons) const {
     constexpr int kConfirmed = 0;
-    const QScopedValueRollback<bool> open(m_isBoxOpen, true);
-    return myMessageBox::showMyMessageBox(m_mainWindow, tr("提示"), question, myMessageBox::Question,
-                                          myMessageBox::YesNo, true) == kConfirmed;
+    const QScopedValueRollback<bool> open(m_isAsking, true);
+    return myMessageBox::showMyMessageBox(m_mainWindow, tr("提示"), question, myMessageBox::Question, buttons,
+                                          true) == kConfirmed;
 }
 
 } // namespace inspection

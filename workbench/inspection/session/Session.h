@@ -85,13 +85,25 @@ public:
     void setMapPictureSource(std::function<QImage()> source) { m_mapPicture = std::move(source); }
     QImage mapPicture() const { return m_mapPicture ? m_mapPicture() : QImage(); }
 
+    /// While that editor of a row is open, what others do is not shown: the user's words must not be taken from
+    /// under him, and are to be stored against what he has seen. Null is none.
+    void holdNewsWhileOpen(QWidget* editor);
+
     /// Something that needs no answer; one Chinese line.
     void notice(const QString& text) { emit noticed(text); }
-    /// One message box titled "提示"; waits for the user.
+    /// One message box titled "提示"; waits for the user. What others do is shown meanwhile.
     void warn(const QString& text) const;
     void inform(const QString& text) const;
-    /// The same with yes and no; true for yes.
+    /// The same with yes and no; true for yes. What others do is not shown before the answer.
     bool ask(const QString& question) const;
+    /// The same where yes may destroy what somebody else did; no is the default.
+    bool askCautiously(const QString& question) const;
+
+    /// True when the last statement found no server: what the user did is not stored, and can be done again.
+    bool isServerLost() const;
+
+    /// Looks at once what others have done.
+    void catchUp();
 
 signals:
     void opened();
@@ -108,6 +120,9 @@ signals:
     void noticed(const QString& message);
     /// The database does not answer, or does again; one Chinese line.
     void connectionChanged(const QString& message);
+    /// The GUI thread waits for the database from now on, and no longer when the line is empty. It handles no events
+    /// meanwhile.
+    void waiting(const QString& message);
 
 private:
     struct Opened;
@@ -120,7 +135,12 @@ private:
     void tellOfOtherEpochs(const EpochPair& before);
     void forget();
     void watchOthers();
+    void setPatience(bool isServerLost);
+    void takeLoss(const QString& cause);
+    void takeReturn();
+    bool isEditorOpen();
     void takeStepsOfOthers(qint64 newestRevision);
+    bool asks(const QString& question, int buttons) const;
     /// An undo of what the windows do not show is told.
     void tellOfOtherPair(const RowChanges& changes, Showing showing);
 
@@ -131,7 +151,8 @@ private:
     std::atomic<OverlayMode> m_overlayMode{OverlayMode::Hover};
     std::int64_t m_comparisonId = kNoComparison; ///< of the compared pair, once it is known
     QString m_readOnlyReason;
-    mutable bool m_isBoxOpen = false;
+    mutable bool m_isAsking = false;
+    std::vector<QPointer<QWidget>> m_editors; ///< of rows
     QString m_outputFolder;
     std::function<QImage()> m_mapPicture;
     ProjectHistory m_history;

@@ -19,7 +19,7 @@ QString classification(const std::vector<SdiffData>& anomalies) {
 std::vector<RowEdit> attributesOf(const std::vector<SdiffData>& anomalies) {
     std::vector<RowEdit> edits;
     for (const SdiffData& anomaly : anomalies) {
-        edits.push_back({anomaly.id, {{"attribute", anomaly.attribute}}, anomaly.version});
+        edits.push_back({anomaly.id, {{"attribute", anomaly.attribute}}, anomaly.version, anomaly.name});
     }
     return edits;
 }

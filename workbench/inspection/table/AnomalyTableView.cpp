@@ -67,6 +67,7 @@ AnomalyTableView::AnomalyTableView(QAbstractItemModel& model, QWidget* parent)
     }
 
     connect(this, &QTableView::activated, this, &AnomalyTableView::showRequested);
+    connect(m_attributes, &AttributeDelegate::opened, this, &AnomalyTableView::editorOpened);
     connect(m_attributes, &AttributeDelegate::chosen, this,
             [this](const QModelIndex& index, const QString& attribute) {
                 if (!selectionModel()->isRowSelected(index.row(), {})) {

@@ -25,6 +25,8 @@ public:
     void fitColumns();
 
 signals:
+    /// The user has begun to write an attribute there.
+    void editorOpened(QWidget* editor);
     /// The user went to another row by key.
     void walked();
     void showRequested(const QModelIndex& index);

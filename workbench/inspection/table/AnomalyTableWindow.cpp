@@ -98,6 +98,7 @@ void AnomalyTableWindow::connectTable() {
             m_take.start(0);
         }
     });
+    connect(m_table, &AnomalyTableView::editorOpened, &m_session, &Session::holdNewsWhileOpen);
     connect(m_table, &AnomalyTableView::walked, this, [this] { m_reached.start(); });
     connect(m_table, &AnomalyTableView::attributeRequested, this, &AnomalyTableWindow::classifySelected);
     connect(m_table, &AnomalyTableView::deleteRequested, this, &AnomalyTableWindow::deleteSelected);

@@ -5,15 +5,28 @@
 #include <QComboBox>
 #include <QLineEdit>
 
+#include <optional>
+
 namespace inspection {
 
 namespace {
 
-/// Knows whether a choice was made in its list, which ends the edit, or by walking with the arrow keys, which
-/// does not.
+/// Knows what it began with, and whether a choice was made in its list, which ends the edit, or by walking with
+/// the arrow keys, which does not.
 class AttributeEditor : public QComboBox {
 public:
     using QComboBox::QComboBox;
+    /// Only once: later on the text is the user's.
+    void begin(const QString& text, const QString& shown) {
+        if (m_first) {
+            return;
+        }
+        m_first = shown;
+        setCurrentIndex(findText(text));
+        setEditText(shown);
+        lineEdit()->selectAll();
+    }
+    bool isChanged() const { return currentText() != m_first; }
     bool isListUsed() const { return m_isListUsed; }
     void showPopup() override {
         m_isListUsed = true;
@@ -27,6 +40,7 @@ protected:
     }
 
 private:
+    std::optional<QString> m_first;
     bool m_isListUsed = false;
 };
 
@@ -40,22 +54,21 @@ QWidget* AttributeDelegate::createEditor(QWidget* parent, const QStyleOptionView
     editor->setInsertPolicy(QComboBox::NoInsert);
     editor->addItems(fixedClasses());
     connect(editor, SIGNAL(activated(int)), this, SLOT(commitChoice()));
+    emit opened(editor);
     return editor;
 }
 
 void AttributeDelegate::setEditorData(QWidget* editor, const QModelIndex& index) const {
-    auto* box = qobject_cast<QComboBox*>(editor);
-    box->setCurrentIndex(box->findText(index.data(Qt::EditRole).toString()));
-    box->setEditText(index.data(Qt::DisplayRole).toString());
-    box->lineEdit()->selectAll();
+    if (auto* box = dynamic_cast<AttributeEditor*>(editor)) {
+        box->begin(index.data(Qt::EditRole).toString(), index.data(Qt::DisplayRole).toString());
+    }
 }
 
 void AttributeDelegate::setModelData(QWidget* editor, QAbstractItemModel* /*model*/,
                                      const QModelIndex& index) const {
-    const QString text = qobject_cast<QComboBox*>(editor)->currentText();
     // Left as it was, an attribute keeps what one line cannot show, such as its line breaks.
-    if (text != index.data(Qt::DisplayRole).toString()) {
-        emit chosen(index, text);
+    if (const auto* box = dynamic_cast<AttributeEditor*>(editor); box && box->isChanged()) {
+        emit chosen(index, box->currentText());
     }
 }
 

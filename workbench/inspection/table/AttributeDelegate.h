@@ -5,7 +5,8 @@
 namespace inspection {
 
 /// Edits an attribute in a combo box of the fixed classes that takes other words as well. What the user
-/// confirms is announced, not written into the model: it may be refused. GUI thread.
+/// confirms is announced, not written into the model: it may be refused. An open editor keeps what the user
+/// writes, whatever becomes of the row. GUI thread.
 class AttributeDelegate : public QStyledItemDelegate {
     Q_OBJECT
 
@@ -18,6 +19,7 @@ public:
     void setModelData(QWidget* editor, QAbstractItemModel* model, const QModelIndex& index) const override;
 
 signals:
+    void opened(QWidget* editor) const;
     void chosen(const QModelIndex& index, const QString& attribute) const;
 
 private slots:

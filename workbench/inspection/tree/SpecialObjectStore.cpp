@@ -40,24 +40,24 @@ Result<std::uint32_t> SpecialObjectStore::insert(const KV_BasicNode& record) con
     return id;
 }
 
-Status SpecialObjectStore::update(const KV_BasicNode& record, std::uint32_t id) const {
+Result<bool> SpecialObjectStore::update(const KV_BasicNode& record, std::uint32_t id) const {
     bool isStored = true;
-    Status stored = m_session.history().perform(
+    const Status stored = m_session.history().perform(
         description(QObject::tr("编辑"), record.m_type, record.GetName()), [&](EditTransaction& edit) {
-            isStored = edit.update(tableName(record.m_type), id, fieldsOf(record), record.m_version);
+            isStored = edit.update(tableName(record.m_type), id, fieldsOf(record), record.m_version,
+                                   record.GetName());
         });
-    if (!isStored) {
-        m_session.warn(stored.error().userMessage);
-        return {};
+    if (!stored && isStored) {
+        return failed(stored);
     }
-    return stored;
+    return isStored;
 }
 
 Status SpecialObjectStore::rename(const StoredObject& object, const std::string& name) const {
     return m_session.history().perform(
         description(QObject::tr("重命名"), object.type, object.name) + QObject::tr(" 为 ") + fromGbk(name),
         [&](EditTransaction& edit) {
-            edit.update(tableName(object.type), object.id, {{"name", name}}, object.version);
+            edit.update(tableName(object.type), object.id, {{"name", name}}, object.version, object.name);
         });
 }
 
@@ -67,22 +67,28 @@ Status SpecialObjectStore::remove(const StoredObject& object) const {
         [&](EditTransaction& edit) { edit.remove(tableName(object.type), object.id, object.version); });
 }
 
-std::optional<osg::Vec3d> SpecialObjectStore::position(int objectType, std::uint32_t id) const {
+std::optional<RowChange> SpecialObjectStore::find(int objectType, std::uint32_t id) const {
     if (!m_session.connection()) {
         return std::nullopt;
     }
     try {
-        const auto row = readRow(*m_session.connection(), tableName(objectType), id);
-        if (!row) {
-            return std::nullopt;
-        }
-        KV_BasicNode node;
-        node.init_from_sqldata(*row);
-        return node.GetCoor();
+        auto row = readRow(*m_session.connection(), tableName(objectType), id);
+        return row ? std::optional(RowChange{tableName(objectType), id, std::nullopt, std::move(row)})
+                   : std::nullopt;
     } catch (const KV_MySQL_Exception& exception) {
-        qCWarning(windowLog).noquote() << "The place of a special object cannot be read:" << exception.what();
+        qCWarning(windowLog).noquote() << "A special object cannot be read:" << exception.what();
         return std::nullopt;
     }
+}
+
+std::optional<osg::Vec3d> SpecialObjectStore::position(int objectType, std::uint32_t id) const {
+    const auto found = find(objectType, id);
+    if (!found || !found->after) {
+        return std::nullopt;
+    }
+    KV_BasicNode node;
+    node.init_from_sqldata(*found->after);
+    return node.GetCoor();
 }
 
 } // namespace inspection

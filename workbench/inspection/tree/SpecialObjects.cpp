@@ -46,6 +46,7 @@ SpecialObjects::SpecialObjects(Session& session, StationTree& tree, SpecialObjec
                                QObject* parent)
     : QObject(parent), m_session(session), m_tree(tree), m_nodes(nodes), m_store(session) {
     connect(&m_tree, &StationTree::deleteRequested, this, &SpecialObjects::askToDelete);
+    connect(&m_tree, &StationTree::editorOpened, &m_session, &Session::holdNewsWhileOpen);
 }
 
 template<typename Record>
@@ -96,6 +97,7 @@ void SpecialObjects::reload() {
 void SpecialObjects::clear() {
     m_nodes.clear();
     m_entries.clear();
+    m_known.clear();
 }
 
 void SpecialObjects::enter(const KV_BasicNode& record) {
@@ -103,6 +105,7 @@ void SpecialObjects::enter(const KV_BasicNode& record) {
     if (QTreeWidgetItem* entry = m_tree.addObject(record.m_type, record.m_id, name)) {
         m_tree.setVersion(entry, record.m_version);
         m_entries[name] = entry;
+        m_known[name] = {record.m_type, record.m_id};
     }
 }
 
@@ -184,24 +187,102 @@ bool SpecialObjects::remove(const QString& name, int objectType) {
 
 bool SpecialObjects::update(const KV_BasicNode& record, const std::string& oldName) {
     const QString name = fromGbk(record.GetName());
-    const auto found = m_entries.find(fromGbk(oldName));
-    if (found == m_entries.end()) {
-        if (const auto* renamed = record.m_id != 0 ? entryOf(record.m_type, record.m_id) : nullptr) {
-            m_session.warn(tr("“%1”已被改名为“%2”，您的修改未保存").arg(fromGbk(oldName), nameOf(renamed)));
-        }
+    const std::uint32_t id = idOfEdited(record, fromGbk(oldName));
+    if (id == 0) {
         return false;
     }
     if (name.isEmpty()) {
         m_session.warn(tr("名称不能为空"));
         return false;
     }
-    // A record that was drawn in this run does not know its id yet; the tree does.
-    const QTreeWidgetItem& entry = *found->second;
-    if (!isWritable() || !m_store.update(record, record.m_id != 0 ? record.m_id : idOf(entry))) {
+    if (!isWritable()) {
+        return false;
+    }
+    QTreeWidgetItem* entry = entryOf(record.m_type, id);
+    if (!entry || nameOf(entry) != fromGbk(oldName)) {
+        entry ? storeRenamed(record, *entry) : offerAnew(record, id);
+        return false;
+    }
+    const Result<bool> stored = m_store.update(record, id);
+    if (stored && !*stored) {
+        m_session.catchUp();
+        offerAnew(record, id);
+    } else if (!stored && (stored.error().cancelled || m_session.isServerLost())) {
+        keepForm(record, id);
+        isDone(failed(stored));
+    }
+    if (!stored || !*stored) {
         return false;
     }
     takeName(fromGbk(oldName), name);
     return true;
+}
+
+// A record that was drawn in this run does not know its id yet.
+std::uint32_t SpecialObjects::idOfEdited(const KV_BasicNode& record, const QString& oldName) const {
+    const auto known = m_known.find(oldName);
+    if (record.m_id != 0) {
+        return record.m_id;
+    }
+    return known != m_known.end() && known->second.first == record.m_type ? known->second.second : 0;
+}
+
+void SpecialObjects::storeRenamed(const KV_BasicNode& record, QTreeWidgetItem& entry) {
+    const QString name = fromGbk(record.GetName());
+    const QString nameNow = nameOf(&entry);
+    const std::uint32_t id = idOf(entry);
+    if (name != nameNow && tellIfTaken(name)) {
+        keepForm(record, id);
+        return;
+    }
+    const Result<bool> stored = m_store.update(record, id);
+    if (!stored) {
+        keepForm(record, id);
+        isDone(failed(stored));
+    } else if (*stored) {
+        m_nodes.rename(toGbk(nameNow), record.GetName());
+        showStored(record.m_type, id);
+    } else {
+        m_session.catchUp();
+        offerAnew(record, id);
+    }
+}
+
+void SpecialObjects::offerAnew(const KV_BasicNode& record, std::uint32_t id) {
+    const QString gone = m_session.history().removalByOthers(tableName(record.m_type), id, record.GetName());
+    const QString name = fromGbk(record.GetName());
+    if (gone.isEmpty() || !m_session.ask(tr("%1。是否按您填写的内容新建？").arg(gone))) {
+        return;
+    }
+    if (tellIfTaken(name)) {
+        keepForm(record, id);
+        return;
+    }
+    const Result<std::uint32_t> inserted = m_store.insert(record);
+    if (inserted) {
+        showStored(record.m_type, *inserted);
+        select(name);
+    } else {
+        keepForm(record, id);
+        isDone(failed(inserted));
+    }
+}
+
+void SpecialObjects::showStored(int objectType, std::uint32_t id) {
+    if (const auto row = m_store.find(objectType, id)) {
+        applyRows({*row}, Showing::InPlace);
+    }
+}
+
+// What it shows then is what the user has entered; the tool has only hidden it.
+void SpecialObjects::keepForm(const KV_BasicNode& record, std::uint32_t id) {
+    const QString name = fromGbk(record.GetName());
+    m_known.try_emplace(name, record.m_type, id); // whoever asked takes it for the old name from now on
+    const QWidget* field = fieldWith(name);
+    QWidget* form = field ? field->window() : nullptr;
+    if (form && form != m_session.mainWindow()) {
+        QMetaObject::invokeMethod(form, &QWidget::show, Qt::QueuedConnection);
+    }
 }
 
 void SpecialObjects::takeName(const QString& oldName, const QString& name) {
@@ -212,6 +293,7 @@ void SpecialObjects::takeName(const QString& oldName, const QString& name) {
     QTreeWidgetItem* entry = found->second;
     m_entries.erase(found);
     m_entries[name] = entry;
+    m_known[name] = {typeOf(*entry), idOf(*entry)};
     m_tree.setName(entry, name);
 }
 
@@ -230,10 +312,14 @@ void SpecialObjects::applyRow(const RowChange& change, int objectType, Showing s
         if (showing == Showing::Followed) {
             m_tree.setCurrentItem(entryOf(objectType, id));
         }
-    } else if (const QTreeWidgetItem* entry = entryOf(objectType, id)) {
+    } else if (QTreeWidgetItem* entry = entryOf(objectType, id)) {
         const QString name = nameOf(entry);
         if (showing != Showing::Edited) {
             m_nodes.remove(toGbk(name));
+        }
+        if (showing == Showing::InPlace && m_tree.currentItem() == entry) {
+            m_tree.setCurrentItem(
+                entry->parent()); // not a neighbour, which the next key would rename or delete
         }
         forget(name);
     }

@@ -6,6 +6,7 @@
 #include <QObject>
 
 #include <map>
+#include <utility>
 
 class QTreeWidgetItem;
 
@@ -49,7 +50,12 @@ public:
     bool add(const KV_BasicNode& record);
     bool remove(const QString& name, int objectType);
     /// Stores an edited record, which may have another name (`oldName` is GBK). The user is told when the
-    /// new one is empty, or when somebody else has renamed or deleted the object meanwhile.
+    /// new one is empty.
+    ///
+    /// What others did meanwhile does not cost the user what he has entered. An object that has another name by now
+    /// is stored and shown all the same; in place of one that was deleted he is offered a new one. The answer is
+    /// false then: whoever asks has nothing more to show. When he does not want to replace what others did, his form
+    /// comes back.
     bool update(const KV_BasicNode& record, const std::string& oldName);
 
     /// Shows rows that have changed. Those that are `Followed` are selected, the last of them in the end.
@@ -78,6 +84,16 @@ private:
     /// Nothing when the old name is none, as it is after a change of the row has told the new one.
     void takeName(const QString& oldName, const QString& name);
     void forget(const QString& name);
+    /// The object that had that name when its record was given out; 0 when nobody knows.
+    std::uint32_t idOfEdited(const KV_BasicNode& record, const QString& oldName) const;
+    /// Stores a record whose object has another name by now, and shows it.
+    void storeRenamed(const KV_BasicNode& record, QTreeWidgetItem& entry);
+    /// Offers to make a new object of a record whose object somebody else has deleted.
+    void offerAnew(const KV_BasicNode& record, std::uint32_t id);
+    /// Shows a stored row in the tree and on the globe.
+    void showStored(int objectType, std::uint32_t id);
+    /// Shows the form of a record once more that whoever asked hides when it was refused.
+    void keepForm(const KV_BasicNode& record, std::uint32_t id);
     void rename(QTreeWidgetItem* entry, const QString& oldName);
     Status storeName(const QTreeWidgetItem& entry, const QString& name) const;
     /// False, and the user is told, where the project is open for reading.
@@ -91,6 +107,8 @@ private:
     SpecialObjectNodes& m_nodes;
     SpecialObjectStore m_store;
     std::map<QString, QTreeWidgetItem*> m_entries; ///< by the name that is stored
+    /// Type and id of the last object of each name, also of those that are gone.
+    std::map<QString, std::pair<int, std::uint32_t>> m_known;
 };
 
 } // namespace inspection

@@ -7,10 +7,30 @@
 #include <QKeyEvent>
 #include <QMenu>
 #include <QMouseEvent>
+#include <QStyledItemDelegate>
 
 #include <algorithm>
 
 namespace inspection {
+
+namespace {
+
+/// Says when an editor opens.
+class NameDelegate : public QStyledItemDelegate {
+public:
+    explicit NameDelegate(StationTree& tree) : QStyledItemDelegate(&tree), m_tree(tree) {}
+    QWidget* createEditor(QWidget* parent, const QStyleOptionViewItem& option,
+                          const QModelIndex& index) const override {
+        QWidget* editor = QStyledItemDelegate::createEditor(parent, option, index);
+        emit m_tree.editorOpened(editor);
+        return editor;
+    }
+
+private:
+    StationTree& m_tree;
+};
+
+} // namespace
 
 StationTree::StationTree(QWidget* parent) : QTreeWidget(parent) {
     setObjectName("stationTree");
@@ -24,6 +44,7 @@ StationTree::StationTree(QWidget* parent) : QTreeWidget(parent) {
     setExpandsOnDoubleClick(false);
     setEditTriggers(QAbstractItemView::EditKeyPressed); // a double click flies there
     setSelectionMode(QAbstractItemView::SingleSelection);
+    setItemDelegate(new NameDelegate(*this));
     makeGroups();
     connect(this, SIGNAL(itemChanged(QTreeWidgetItem*, int)), this, SLOT(extendCheck(QTreeWidgetItem*, int)));
 }

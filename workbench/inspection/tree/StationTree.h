@@ -61,6 +61,8 @@ public slots:
     void checkNone();
 
 signals:
+    /// The user has begun to write a name there.
+    void editorOpened(QWidget* editor);
     void flyRequested(QTreeWidgetItem* item);
     /// Of a special object.
     void deleteRequested(QTreeWidgetItem* item);

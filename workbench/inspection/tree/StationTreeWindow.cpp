@@ -107,7 +107,7 @@ void StationTreeWindow::clear() {
     m_overlays.hideAll();
     m_objects->clear();
     emit currentStationChanged(nullptr);
-    m_items.clear();
+    m_formerItems = std::exchange(m_items, {});
     m_read.clear();
     m_computed.clear();
     m_tree->makeGroups();

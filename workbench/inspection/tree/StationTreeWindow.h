@@ -105,6 +105,8 @@ private:
     StationTree* m_tree;
     SpecialObjects* m_objects;
     std::vector<std::unique_ptr<KV_StationItem>> m_items;
+    /// Those before: a tool whose edit was answered with a message box may still hold them.
+    std::vector<std::unique_ptr<KV_StationItem>> m_formerItems;
     std::set<std::uint32_t> m_read;           ///< stations whose anomalies have been read
     std::set<std::uint32_t> m_computed;       ///< stations with a result, also one without anomalies
     std::pair<QColor, QColor> m_shownColours; ///< of fill and cut, on the globe

@@ -5,6 +5,7 @@
 #include "workbench/inspectiondata/check/RowCheck.h"
 #include "workbench/inspectiondata/database/Schema.h"
 #include "workbench/inspectiondata/database/TableCopy.h"
+#include "workbench/inspectiondata/project/ServerAddress.h"
 
 #include <QDate>
 #include <QDir>
@@ -105,6 +106,8 @@ Findings checkBaseLayers(const ProjectDescription& project) {
 
 Findings checkResultRasters(const ProjectDescription& project, KV_MySQL& database) {
     Findings findings;
+    // On a server they lie with whoever has computed them.
+    const bool mayLieElsewhere = isServerAddress(project.databaseUrl());
     visitRows(database, {kComparisonResultTable, "id"}, [&](const KV_Record& row) {
         RowCheck check(kComparisonResultTable, row, findings);
         for (const char* column : {"dz_raster", "correction_raster"}) {
@@ -113,7 +116,11 @@ Findings checkResultRasters(const ProjectDescription& project, KV_MySQL& databas
                 continue;
             }
             check.expect(QDir::isRelativePath(path), QStringLiteral("%1 不在项目文件夹内").arg(column));
-            const auto problem = rasterProblem(QDir(project.folder).absoluteFilePath(path));
+            const QString file = QDir(project.folder).absoluteFilePath(path);
+            if (mayLieElsewhere && !QFileInfo::exists(file)) {
+                continue;
+            }
+            const auto problem = rasterProblem(file);
             check.expect(!problem, QStringLiteral("%1 %2 %3").arg(column, path, problem.value_or(QString())));
         }
         return true;

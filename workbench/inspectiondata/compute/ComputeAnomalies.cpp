@@ -3,6 +3,7 @@
 #include "host/Gbk.h"
 #include "workbench/inspectiondata/compute/ResultStore.h"
 #include "workbench/inspectiondata/compute/StationDetection.h"
+#include "workbench/inspectiondata/database/ConnectionLost.h"
 #include "workbench/inspectiondata/database/StationTable.h"
 
 #include <QElapsedTimer>
@@ -20,6 +21,11 @@ using mysqlhelper::KV_MySQL_Exception;
 
 namespace {
 
+Unexpected refusal(const KV_MySQL_Exception& exception) {
+    const QString cause = QString::fromUtf8(exception.what());
+    return Unexpected(Failure{cause, QStringLiteral("数据库操作失败：") + cause});
+}
+
 // Share of the co-registration in the whole progress.
 constexpr double kCoregistrationShare = 0.15;
 
@@ -29,7 +35,7 @@ public:
     Computation(const ComputationRequest& request, const ComputationProgress& progress)
         : m_request(request), m_progress(progress), m_store(request.project) {}
 
-    Result<ComputationSummary> run();
+    Result<ComputationSummary> run(KV_MySQL& database);
 
 private:
     Status checkRasters() const;
@@ -164,12 +170,11 @@ ComputationSummary Computation::summary() const {
     return summary;
 }
 
-Result<ComputationSummary> Computation::run() {
+Result<ComputationSummary> Computation::run(KV_MySQL& database) {
     if (auto done = checkRasters(); !done) {
         return failed(done);
     }
     try {
-        KV_MySQL database(m_request.project.databaseUrl().toStdString());
         if (auto done = chooseStations(database); !done) {
             return failed(done);
         }
@@ -183,9 +188,10 @@ Result<ComputationSummary> Computation::run() {
             return cancelled();
         }
         m_store.store(database, m_changes, m_coregistration);
+    } catch (const mysqlhelper::ConnectionLost& loss) {
+        return Unexpected(Failure{QString::fromUtf8(loss.what()), loss.told()});
     } catch (const KV_MySQL_Exception& exception) {
-        const QString cause = QString::fromUtf8(exception.what());
-        return Unexpected(Failure{cause, QStringLiteral("数据库操作失败：") + cause});
+        return refusal(exception);
     }
     return summary();
 }
@@ -194,10 +200,20 @@ Result<ComputationSummary> Computation::run() {
 
 Result<ComputationSummary> computeAnomalies(const ComputationRequest& request,
                                             const ComputationProgress& progress) {
+    try {
+        KV_MySQL database(request.project.databaseUrl().toStdString());
+        return computeAnomalies(request, database, progress);
+    } catch (const KV_MySQL_Exception& exception) {
+        return refusal(exception);
+    }
+}
+
+Result<ComputationSummary> computeAnomalies(const ComputationRequest& request, KV_MySQL& database,
+                                            const ComputationProgress& progress) {
     GDALAllRegister();
     QElapsedTimer timer;
     timer.start();
-    auto result = Computation(request, progress).run();
+    auto result = Computation(request, progress).run(database);
     if (result) {
         result->seconds = double(timer.elapsed()) / 1000.0;
     }

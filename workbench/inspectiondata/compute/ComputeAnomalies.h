@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/Export.h"
+#include "host/inspection/KV_MySQL.h"
 #include "workbench/inspectiondata/project/ProjectDescription.h"
 #include "workbench/inspectiondata/project/Result.h"
 #include "workbench/inspectiondata/text/ComputationStep.h"
@@ -42,6 +43,10 @@ using ComputationProgress = std::function<bool(double fraction, const Computatio
 /// All results of the stations are replaced in one transaction when every station has succeeded; on failure
 /// or cancel the earlier results, rasters included, are as they were.
 INSPECTIONDATA_API Result<ComputationSummary> computeAnomalies(const ComputationRequest& request,
+                                                               const ComputationProgress& progress = {});
+/// The same over a connection of the calling thread to the project's database.
+INSPECTIONDATA_API Result<ComputationSummary> computeAnomalies(const ComputationRequest& request,
+                                                               mysqlhelper::KV_MySQL& database,
                                                                const ComputationProgress& progress = {});
 
 } // namespace inspection

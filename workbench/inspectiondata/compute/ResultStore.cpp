@@ -3,6 +3,7 @@
 #include "workbench/inspectiondata/compute/ResultRasters.h"
 #include "workbench/inspectiondata/database/AnomalyTable.h"
 #include "workbench/inspectiondata/database/ComparisonTable.h"
+#include "workbench/inspectiondata/database/ConnectionLost.h"
 #include "workbench/inspectiondata/database/EditTable.h"
 #include "workbench/inspectiondata/database/Inspector.h"
 #include "workbench/inspectiondata/database/Outline.h"
@@ -16,6 +17,7 @@
 #include <array>
 #include <cmath>
 #include <cstdio>
+#include <optional>
 
 namespace inspection {
 
@@ -124,9 +126,10 @@ void ResultStore::storeStation(KV_MySQL& database, StationChanges& changes,
 
 void ResultStore::store(KV_MySQL& database, std::vector<StationChanges>& changes,
                         const detect::Coregistration& coregistration) {
-    KV_MySQL::Transaction transaction(database);
-    noteComputation(database, inspectorOf(m_project), m_pair,
-                    QObject::tr("计算 %1 个站段的异常").arg(changes.size()));
+    std::optional<KV_MySQL::Transaction> transaction(std::in_place, database);
+    const QString inspector = inspectorOf(m_project);
+    const std::int64_t revision =
+        noteComputation(database, inspector, m_pair, QObject::tr("计算 %1 个站段的异常").arg(changes.size()));
     const std::int64_t comparisonId = needComparison(database, m_pair);
     TakenByOthers taken = takenByOthers(database, comparisonId);
     for (StationChanges& station : changes) {
@@ -135,7 +138,12 @@ void ResultStore::store(KV_MySQL& database, std::vector<StationChanges>& changes
     }
     forgetEdits(database, comparisonId); // of anomalies that are no longer
     const QStringList replaced = unnamedRasters(m_project, database);
-    transaction.commit();
+    try {
+        commitNoted(database, transaction, inspector, revision);
+    } catch (const mysqlhelper::ConnectionLost& loss) {
+        m_stored = loss.isInDoubt(); // then rows may name the new rasters
+        throw;
+    }
     m_stored = true;
     for (const QString& raster : replaced) {
         QFile::remove(raster);

@@ -5,6 +5,7 @@
 #include <QString>
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -56,6 +57,15 @@ struct Damage {
     QString cause;     ///< in the database's words
 };
 
+/// How long a program waits for its server.
+struct Patience {
+    int answerMilliseconds = 60000; ///< for the answer to a statement; the server is given up then
+    int reconnectionMilliseconds =
+        5000; ///< for a new connection in place of a lost one, besides the first try
+    /// Called in the waiting thread with true when that takes longer than a second, and with false when it is over.
+    std::function<void(bool isWaiting)> notice;
+};
+
 /// An open connection. Every function that may throw throws KV_MySQL_Exception.
 class Driver {
 public:
@@ -63,6 +73,11 @@ public:
     virtual ~Driver();
     Driver(const Driver&) = delete;
     Driver& operator=(const Driver&) = delete;
+
+    /// From now on; nothing where there is no server.
+    virtual void setPatience(Patience /*patience*/) {}
+    /// Called with each statement before it is run, except for rollbacks; what it throws is thrown instead of that.
+    void setBeforeStatement(std::function<void(const QString& sql)> work) { m_before = std::move(work); }
 
     virtual bool isOpen() const = 0;
     virtual const Dialect& dialect() const = 0;
@@ -96,8 +111,14 @@ protected:
     /// None where the database cannot tell it for less than a select costs.
     virtual std::optional<DataVersion> dataVersion() { return std::nullopt; }
     bool isInTransaction() const { return m_openTransactions > 0; }
+    void announce(const QString& sql) const {
+        if (m_before && !sql.startsWith(QLatin1String("rollback"))) {
+            m_before(sql);
+        }
+    }
 
 private:
+    std::function<void(const QString& sql)> m_before;
     int m_openTransactions = 0;
     std::optional<DataVersion> m_keptVersion;
     std::map<std::pair<QString, KV_Values>, KV_Rows> m_kept; ///< rows of this version, by their select

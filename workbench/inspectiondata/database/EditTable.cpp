@@ -3,6 +3,7 @@
 #include "host/Gbk.h"
 #include "host/inspection/Records.h"
 #include "workbench/inspectiondata/database/ComparisonTable.h"
+#include "workbench/inspectiondata/database/ConnectionLost.h"
 #include "workbench/inspectiondata/database/Fields.h"
 #include "workbench/inspectiondata/database/Revision.h"
 #include "workbench/inspectiondata/database/Schema.h"
@@ -14,6 +15,7 @@
 
 namespace inspection {
 
+using mysqlhelper::ConnectionLost;
 using mysqlhelper::KV_MySQL;
 using mysqlhelper::KV_MySQL_Exception;
 using mysqlhelper::KV_Record;
@@ -53,6 +55,7 @@ EditStep stepOf(const KV_Record& row) {
     takeField(row, "revision", step.revision);
     step.inspector = textField(row, "inspector");
     step.description = textField(row, "description");
+    takeField(row, "subject", step.subject);
     const RowChanges changes = changesField(row);
     step.isReplacement = changes.empty();
     step.changes = changes;
@@ -93,9 +96,19 @@ std::string byOthers(const QString& inspector) {
     return inspector.isNull() ? "?=''" : "inspector<>?";
 }
 
-bool touches(const EditStep& step, const std::string& table, std::int64_t id) {
-    return std::any_of(step.changes.begin(), step.changes.end(),
-                       [&](const RowChange& change) { return change.table == table && change.id == id; });
+/// Among the newest hundred.
+template<typename Condition>
+std::optional<EditStep> lastStepThat(KV_MySQL& database, const QString& inspector,
+                                     const Condition& condition) {
+    for (const KV_Record& row : database.queryRecord(
+             "select * from edit_history where " + byOthers(inspector) + " order by revision desc limit 100",
+             {toGbk(inspector)})) {
+        EditStep step = stepOf(row);
+        if (condition(step)) {
+            return step;
+        }
+    }
+    return std::nullopt;
 }
 
 } // namespace
@@ -149,11 +162,44 @@ std::int64_t noteReplacement(KV_MySQL& database, const QString& inspector, const
     return revision;
 }
 
-void noteComputation(KV_MySQL& database, const QString& inspector, const EpochPair& pair,
-                     const QString& description) {
+std::int64_t noteComputation(KV_MySQL& database, const QString& inspector, const EpochPair& pair,
+                             const QString& description) {
     const std::int64_t revision = raiseRevision(database);
     insertReplacement(database, editRow(inspector, kAnomalyTable, description, {}, revision),
                       needComparison(database, pair));
+    return revision;
+}
+
+// The row of the revision is locked until a transaction that was cut off is over at the server, too.
+bool isStored(KV_MySQL& database, const QString& inspector, std::int64_t revision) {
+    const KV_MySQL::Transaction look(database);
+    database.queryRecord("select revision from project_revision where id=1 for update");
+    return !database
+                .queryRecord("select id from edit_history where revision=? and inspector=?",
+                             {revision, toGbk(inspector)})
+                .empty();
+}
+
+void commitNoted(KV_MySQL& database, std::optional<KV_MySQL::Transaction>& transaction,
+                 const QString& inspector, std::int64_t revision) {
+    try {
+        transaction->commit();
+        transaction.reset();
+    } catch (const ConnectionLost& loss) {
+        transaction.reset();
+        if (!loss.isInDoubt()) {
+            throw;
+        }
+        bool isThere = false;
+        try {
+            isThere = isStored(database, inspector, revision);
+        } catch (const KV_MySQL_Exception&) {
+            throw loss;
+        }
+        if (!isThere) {
+            throw ConnectionLost(loss.what(), false);
+        }
+    }
 }
 
 void handOverEdits(KV_MySQL& database, const QString& from, const QString& to) {
@@ -198,15 +244,20 @@ std::vector<EditStep> readSteps(KV_MySQL& database, std::int64_t afterRevision, 
 
 std::optional<EditStep> lastStepOn(KV_MySQL& database, const std::string& table, std::int64_t id,
                                    const QString& inspector) {
-    for (const KV_Record& row : database.queryRecord(
-             "select * from edit_history where " + byOthers(inspector) + " order by revision desc limit 100",
-             {toGbk(inspector)})) {
-        EditStep step = stepOf(row);
-        if (touches(step, table, id)) {
-            return step;
-        }
-    }
-    return std::nullopt;
+    return lastStepThat(database, inspector, [&](const EditStep& step) {
+        return std::any_of(step.changes.begin(), step.changes.end(),
+                           [&](const RowChange& change) { return change.table == table && change.id == id; });
+    });
+}
+
+std::optional<EditStep> lastRemovalOf(KV_MySQL& database, const std::string& table, std::int64_t id,
+                                      const QString& inspector) {
+    return lastStepThat(database, inspector, [&](const EditStep& step) {
+        return (step.isReplacement && step.subject == table) ||
+               std::any_of(step.changes.begin(), step.changes.end(), [&](const RowChange& change) {
+                   return change.table == table && change.id == id && !change.after;
+               });
+    });
 }
 
 } // namespace inspection

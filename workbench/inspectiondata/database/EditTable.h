@@ -7,6 +7,7 @@
 #include <QString>
 
 #include <functional>
+#include <optional>
 
 /// Rows of table "edit_history": the edits of a project, oldest first by id. Each belongs to the inspector
 /// who made it, and to the project's revision in which it was made, undone or made again the last time. Every
@@ -25,6 +26,7 @@ struct EditStep {
     std::int64_t revision = 0;
     QString inspector;
     QString description;
+    std::string subject; ///< table that was edited
     RowChanges changes;
     bool isReplacement = false; ///< tables were replaced as a whole; there are no single changes
 };
@@ -49,8 +51,8 @@ INSPECTIONDATA_API void markEdit(mysqlhelper::KV_MySQL& database, std::int64_t e
 INSPECTIONDATA_API std::int64_t noteReplacement(mysqlhelper::KV_MySQL& database, const QString& inspector,
                                                 const std::string& table, const QString& description);
 /// The same for the anomalies of two epochs, whose comparison is made where there is none.
-void noteComputation(mysqlhelper::KV_MySQL& database, const QString& inspector, const EpochPair& pair,
-                     const QString& description);
+std::int64_t noteComputation(mysqlhelper::KV_MySQL& database, const QString& inspector, const EpochPair& pair,
+                             const QString& description);
 /// Gives the edits of one inspector to another, whose folder the project lies in now.
 INSPECTIONDATA_API void handOverEdits(mysqlhelper::KV_MySQL& database, const QString& from,
                                       const QString& to);
@@ -60,6 +62,14 @@ void forgetEdits(mysqlhelper::KV_MySQL& database, std::int64_t comparisonId);
 /// has changed a row.
 INSPECTIONDATA_API void changeRowsOfEdits(mysqlhelper::KV_MySQL& database,
                                           const std::function<bool(RowChange&)>& change);
+/// Whether something is stored that the inspector did in that revision. Waits for whoever is still storing.
+INSPECTIONDATA_API bool isStored(mysqlhelper::KV_MySQL& database, const QString& inspector,
+                                 std::int64_t revision);
+/// Completes a transaction that has left such a row. Where the connection is lost meanwhile it looks on a new one
+/// whether that is stored. Throws otherwise; of what is in doubt even then ConnectionLost says so.
+INSPECTIONDATA_API void commitNoted(mysqlhelper::KV_MySQL& database,
+                                    std::optional<mysqlhelper::KV_MySQL::Transaction>& transaction,
+                                    const QString& inspector, std::int64_t revision);
 /// Deletes dropped edits and replacements that are more than a day old: until then others read them. The notes of
 /// stations that were laid out anew stay.
 INSPECTIONDATA_API void trimEdits(mysqlhelper::KV_MySQL& database);
@@ -71,5 +81,9 @@ INSPECTIONDATA_API std::vector<EditStep> readSteps(mysqlhelper::KV_MySQL& databa
 INSPECTIONDATA_API std::optional<EditStep> lastStepOn(mysqlhelper::KV_MySQL& database,
                                                       const std::string& table, std::int64_t id,
                                                       const QString& inspector);
+/// The last one that took that row away, alone or with the whole table, among the newest hundred.
+INSPECTIONDATA_API std::optional<EditStep> lastRemovalOf(mysqlhelper::KV_MySQL& database,
+                                                         const std::string& table, std::int64_t id,
+                                                         const QString& inspector);
 
 } // namespace inspection

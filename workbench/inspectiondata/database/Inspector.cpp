@@ -2,6 +2,8 @@
 
 #include "workbench/inspectiondata/project/ServerAddress.h"
 
+#include <QDir>
+#include <QObject>
 #include <QSysInfo>
 
 namespace inspection {
@@ -15,8 +17,12 @@ QString inspectorOf(const ProjectDescription& project) {
     return user + '@' + QSysInfo::machineHostName() + ':' + project.folder;
 }
 
-QString shownInspector(const QString& inspector) {
-    return inspector.section(':', 0, 0);
+QString shownInspector(const QString& inspector, const QString& own) {
+    const QString person = inspector.section(':', 0, 0);
+    const QString folder = inspector.section(':', 1);
+    return own.isEmpty() || own.section(':', 0, 0) != person || folder.isEmpty()
+               ? person
+               : QObject::tr("%1（%2）").arg(person, QDir::toNativeSeparators(folder));
 }
 
 } // namespace inspection

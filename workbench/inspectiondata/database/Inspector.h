@@ -12,7 +12,7 @@ namespace inspection {
 /// continues the same work, wherever the folder has been moved to.
 INSPECTIONDATA_API QString inspectorOf(const ProjectDescription& project);
 
-/// "user@host".
-INSPECTIONDATA_API QString shownInspector(const QString& inspector);
+/// "user@host", and the folder, too, of who has the same user and host as `own`.
+INSPECTIONDATA_API QString shownInspector(const QString& inspector, const QString& own = {});
 
 } // namespace inspection

@@ -1,5 +1,6 @@
 #include "workbench/inspectiondata/database/MariaDbDriver.h"
 
+#include "workbench/inspectiondata/database/ConnectionLost.h"
 #include "workbench/inspectiondata/database/MariaDbStatement.h"
 
 #include <QDeadlineTimer>
@@ -9,18 +10,20 @@
 #include <mysqld_error.h>
 
 #include <algorithm>
+#include <future>
 #include <mutex>
+
+#include <sys/socket.h>
 
 namespace mysqlhelper {
 
 namespace {
 
-constexpr int kReconnectMilliseconds = 5000;
 constexpr int kFirstPauseMilliseconds = 20;
 constexpr int kLongestPauseMilliseconds = 640;
 constexpr int kMostLosses = 3; // during one statement
 constexpr unsigned kConnectSeconds = 3;
-constexpr unsigned kSilenceSeconds = 60; // a server that says nothing for so long is gone
+constexpr std::chrono::milliseconds kNotice(1000);
 
 void runPlain(MYSQL& connection, const QString& sql) {
     const QByteArray utf8 = sql.toUtf8();
@@ -98,6 +101,10 @@ void MariaDbDriver::fail(const QString& cause) const {
     throw KV_MySQL_Exception((m_address.shown() + ": " + cause).simplified().toStdString());
 }
 
+void MariaDbDriver::lose(const QString& cause, bool isInDoubt) const {
+    throw ConnectionLost((m_address.shown() + ": " + cause).simplified().toStdString(), isInDoubt);
+}
+
 void MariaDbDriver::connect() {
     static std::once_flag libraryIsReady;
     std::call_once(libraryIsReady, [] { mysql_library_init(0, nullptr, nullptr); });
@@ -105,8 +112,11 @@ void MariaDbDriver::connect() {
     const unsigned noFilesOfOurs = 0;
     mysql_options(connection.get(), MYSQL_OPT_LOCAL_INFILE, &noFilesOfOurs);
     mysql_options(connection.get(), MYSQL_OPT_CONNECT_TIMEOUT, &kConnectSeconds);
-    mysql_options(connection.get(), MYSQL_OPT_READ_TIMEOUT, &kSilenceSeconds);
-    mysql_options(connection.get(), MYSQL_OPT_WRITE_TIMEOUT, &kSilenceSeconds);
+    // A server that says nothing for so long is gone.
+    const auto silenceSeconds =
+        static_cast<unsigned>(m_patience.value_or(Patience()).answerMilliseconds / 1000 + 1);
+    mysql_options(connection.get(), MYSQL_OPT_READ_TIMEOUT, &silenceSeconds);
+    mysql_options(connection.get(), MYSQL_OPT_WRITE_TIMEOUT, &silenceSeconds);
     mysql_options(connection.get(), MYSQL_SET_CHARSET_NAME, "utf8mb4");
     const QByteArray host = orNothing(m_address.host);
     const QByteArray socket = orNothing(m_address.socket);
@@ -148,13 +158,16 @@ void MariaDbDriver::setUpSession() {
 }
 
 void MariaDbDriver::reconnect(const MariaDbError& loss) {
-    const QDeadlineTimer deadline(kReconnectMilliseconds);
+    const int most = m_isSilent ? 0 : m_patience.value_or(Patience()).reconnectionMilliseconds;
+    const QDeadlineTimer deadline(most);
     std::string cause = loss.what();
-    for (int pause = 0; !deadline.hasExpired();
-         pause = std::clamp(pause * 2, kFirstPauseMilliseconds, kLongestPauseMilliseconds)) {
+    int pause = 0;
+    do {
         QThread::msleep(static_cast<unsigned long>(std::min<qint64>(pause, deadline.remainingTime())));
+        pause = std::clamp(pause * 2, kFirstPauseMilliseconds, kLongestPauseMilliseconds);
         try {
-            connect();
+            attend([this] { connect(); }, std::nullopt);
+            m_isSilent = false;
             return;
         } catch (const MariaDbError& error) {
             cause = error.what();
@@ -162,13 +175,39 @@ void MariaDbDriver::reconnect(const MariaDbError& loss) {
                 fail(QString::fromUtf8(error.what()));
             }
         }
+    } while (!deadline.hasExpired());
+    lose(QStringLiteral("the server is gone, connecting again failed for %1 s: ").arg(most / 1000) +
+         QString::fromStdString(cause));
+}
+
+void MariaDbDriver::tellWaiting(bool isWaiting) const {
+    if (m_patience && m_patience->notice) {
+        m_patience->notice(isWaiting);
     }
-    fail("the server is gone, connecting again failed for 5 s: " + QString::fromStdString(cause));
+}
+
+void MariaDbDriver::attend(const std::function<void()>& work,
+                           std::optional<std::chrono::milliseconds> limit) {
+    if (!m_patience) {
+        return work();
+    }
+    auto done = std::async(std::launch::async, work);
+    if (done.wait_for(kNotice) != std::future_status::ready) {
+        tellWaiting(true);
+        if (limit && done.wait_for(*limit - kNotice) != std::future_status::ready) {
+            m_isSilent = true;
+            ::shutdown(mysql_get_socket(m_connection.get()), SHUT_RDWR); // which ends the statement
+        }
+        done.wait();
+        tellWaiting(false);
+    }
+    done.get();
 }
 
 void MariaDbDriver::noteEndOfTransaction(Kind kind, const MariaDbError& error) {
     const QString cause = QString::fromUtf8(error.what());
     if (error.isLostConnection()) {
+        m_isEndedByLoss = true;
         m_endedBecause = (kind == Kind::Commits && error.sent
                               ? "connection lost while a transaction was completed, it is stored or not: "
                               : "connection lost inside a transaction, nothing of it is stored: ") +
@@ -180,6 +219,9 @@ void MariaDbDriver::noteEndOfTransaction(Kind kind, const MariaDbError& error) {
 
 // The heart of it: `work` is done once more only when it certainly was not done, or does not change anything.
 void MariaDbDriver::perform(Kind kind, const std::function<void(MYSQL&)>& work) {
+    if (m_isEndedByLoss) {
+        lose("the transaction is over: " + m_endedBecause);
+    }
     if (!m_endedBecause.isEmpty()) {
         fail("the transaction is over: " + m_endedBecause);
     }
@@ -188,7 +230,8 @@ void MariaDbDriver::perform(Kind kind, const std::function<void(MYSQL&)>& work) 
             if (!m_connection) {
                 throw MariaDbError(CR_SERVER_GONE_ERROR, "there is no connection", false);
             }
-            return work(*m_connection);
+            return attend([&] { work(*m_connection); },
+                          std::chrono::milliseconds(m_patience.value_or(Patience()).answerMilliseconds));
         } catch (const MariaDbError& error) {
             if (isInTransaction()) {
                 noteEndOfTransaction(kind, error);
@@ -196,16 +239,18 @@ void MariaDbDriver::perform(Kind kind, const std::function<void(MYSQL&)>& work) 
             if (!error.isLostConnection()) {
                 fail(QString::fromUtf8(error.what()));
             }
+            const bool isUnanswered = m_isSilent && m_connection;
             m_connection.reset();
             if (isInTransaction()) {
-                fail(m_endedBecause);
+                lose(m_endedBecause, error.sent && kind == Kind::Commits);
             }
             if (error.sent && kind != Kind::Reads) {
-                fail("connection lost while a statement ran, it is stored or not: " +
-                     QString::fromUtf8(error.what()));
+                lose("connection lost while a statement ran, it is stored or not: " +
+                         QString::fromUtf8(error.what()),
+                     true);
             }
-            if (losses == kMostLosses) {
-                fail(QString::fromUtf8(error.what()));
+            if (losses == kMostLosses || isUnanswered) {
+                lose(QString::fromUtf8(error.what()));
             }
             reconnect(error);
         }
@@ -213,6 +258,7 @@ void MariaDbDriver::perform(Kind kind, const std::function<void(MYSQL&)>& work) 
 }
 
 KV_Rows MariaDbDriver::query(const QString& sql, const KV_Values& bound) {
+    announce(sql);
     KV_Rows rows;
     perform(isSelect(sql) ? Kind::Reads : Kind::Changes, [&](MYSQL& connection) {
         MariaDbStatement statement(connection, sql.toUtf8());
@@ -223,6 +269,7 @@ KV_Rows MariaDbDriver::query(const QString& sql, const KV_Values& bound) {
 }
 
 Change MariaDbDriver::change(const QString& sql, const KV_Values& bound) {
+    announce(sql);
     Change change;
     perform(Kind::Changes, [&](MYSQL& connection) {
         MariaDbStatement statement(connection, sql.toUtf8());
@@ -234,6 +281,7 @@ Change MariaDbDriver::change(const QString& sql, const KV_Values& bound) {
 
 // A transaction that was begun on a connection that got lost has never been, so beginning may be repeated.
 void MariaDbDriver::control(const QString& sql) {
+    announce(sql);
     perform(sql == QLatin1String("commit") ? Kind::Commits : Kind::Reads,
             [&](MYSQL& connection) { runPlain(connection, sql); });
 }

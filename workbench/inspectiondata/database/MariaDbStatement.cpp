@@ -157,6 +157,7 @@ bool MariaDbError::isLostConnection() const {
     constexpr unsigned kDisconnectedIdle = 4031; // MySQL
     constexpr std::array kLost{unsigned{CR_SERVER_GONE_ERROR},
                                unsigned{CR_SERVER_LOST},
+                               unsigned{CR_SERVER_LOST_EXTENDED},
                                unsigned{CR_CONNECTION_ERROR},
                                unsigned{CR_CONN_HOST_ERROR},
                                unsigned{ER_SERVER_SHUTDOWN},

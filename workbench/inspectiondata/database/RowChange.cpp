@@ -123,8 +123,7 @@ RowChanges lookedUp(KV_MySQL& database, Changes first, Changes end, std::int64_t
         const auto row = stored.find(change.id);
         auto now = row == stored.end() ? std::nullopt : std::optional(std::move(row->second));
         if (!isSame(now, change.before)) {
-            throw KV_MySQL_Exception("row " + std::to_string(change.id) + " of " + change.table +
-                                     " has been changed by somebody else");
+            throw RowIsOther(change, now);
         }
         change.before = std::move(now);
         if (change.after) {
@@ -185,6 +184,13 @@ void store(KV_MySQL& database, const RowChanges& batch) {
 }
 
 } // namespace
+
+RowIsOther::RowIsOther(RowChange expected, const std::optional<KV_Record>& now)
+    : KV_MySQL_Exception("row " + std::to_string(expected.id) + " of " + expected.table +
+                         " has been changed by somebody else"),
+      m_expected(std::move(expected)), m_isGone(!now) {}
+
+RowIsOther::~RowIsOther() = default;
 
 std::optional<KV_Record> readRow(KV_MySQL& database, const std::string& table, std::int64_t id) {
     auto rows = database.queryRecord("select * from " + table + " where id=?", {id});

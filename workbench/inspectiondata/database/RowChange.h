@@ -29,9 +29,25 @@ INSPECTIONDATA_API std::optional<mysqlhelper::KV_Record> readRow(mysqlhelper::KV
 /// True when all fields of `fields` that the row has are the same in it. Its version does not count.
 INSPECTIONDATA_API bool isSame(const mysqlhelper::KV_Record& fields, const mysqlhelper::KV_Record& row);
 
+/// A row is no longer what it was before a change that is to be made.
+class INSPECTIONDATA_API RowIsOther : public mysqlhelper::KV_MySQL_Exception {
+public:
+    /// `now` is the row as it is, nothing when there is none.
+    RowIsOther(RowChange expected, const std::optional<mysqlhelper::KV_Record>& now);
+    ~RowIsOther() override;
+
+    /// The change that was to be made.
+    const RowChange& expected() const { return m_expected; }
+    bool isGone() const { return m_isGone; }
+
+private:
+    RowChange m_expected;
+    bool m_isGone;
+};
+
 /// Makes the rows what they are after the changes, as a part of that revision. Gives the rows as they were
-/// and are now. Throws KV_MySQL_Exception when the database refuses or a row is no longer what it was before;
-/// in no transaction of its own.
+/// and are now. Throws KV_MySQL_Exception when the database refuses, RowIsOther when a row is no longer what it
+/// was before; in no transaction of its own.
 INSPECTIONDATA_API RowChanges applyChanges(mysqlhelper::KV_MySQL& database, const RowChanges& changes,
                                            std::int64_t revision);
 

@@ -138,6 +138,7 @@ void SqliteDriver::fail(const QSqlError& error) const {
 }
 
 QSqlQuery SqliteDriver::run(const QString& sql, const KV_Values& bound) const {
+    announce(sql);
     QSqlQuery query(database());
     query.setForwardOnly(true);
     if (!query.prepare(sql)) {

@@ -25,7 +25,8 @@ RowIds idsOf(const std::vector<Row>& rows) {
 } // namespace
 
 EditTransaction::EditTransaction(KV_MySQL& database, const OwnVersions& own)
-    : m_database(database), m_own(own), m_transaction(database), m_revision(raiseRevision(database)) {}
+    : m_database(database), m_own(own), m_transaction(std::in_place, database),
+      m_revision(raiseRevision(database)) {}
 
 std::int64_t EditTransaction::insert(const std::string& table, const KV_Record& fields) {
     KV_Record row = fields;
@@ -36,8 +37,8 @@ std::int64_t EditTransaction::insert(const std::string& table, const KV_Record& 
 }
 
 bool EditTransaction::update(const std::string& table, std::int64_t id, const KV_Record& fields,
-                             std::int64_t seenVersion) {
-    return update(table, std::vector<RowEdit>{{id, fields, seenVersion}});
+                             std::int64_t seenVersion, const std::string& seenName) {
+    return update(table, std::vector<RowEdit>{{id, fields, seenVersion, seenName}});
 }
 
 bool EditTransaction::update(const std::string& table, const std::vector<RowEdit>& edits) {
@@ -52,12 +53,12 @@ bool EditTransaction::update(const std::string& table, const std::vector<RowEdit
         }
         const auto before = stored.find(edit.id);
         if (before == stored.end()) {
-            m_conflicts.push_back({table, edit.id, {}, 0, true});
+            m_conflicts.push_back({table, edit.id, edit.seenName, 0, true});
             areThere = false;
             continue;
         }
-        check(table, before->second, edit.seenVersion);
-        if (!isSame(edit.fields, before->second)) {
+        if (!isSame(edit.fields, before->second)) { // who wants what is there overwrites nobody
+            check(table, before->second, edit.seenVersion);
             KV_Record changed = edit.fields;
             changed[kVersionColumn] = m_revision;
             updates.add(edit.id, changed);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "workbench/inspectiondata/database/EditTable.h"
 #include "workbench/inspectiondata/database/RowChange.h"
 #include "workbench/inspectiondata/history/OwnVersions.h"
 
@@ -11,7 +12,7 @@ namespace inspection {
 struct EditConflict {
     std::string table;
     std::int64_t id = 0;
-    std::string name;         ///< GBK; empty for a row that is gone
+    std::string name;         ///< GBK; of a row that is gone as the user has seen it
     std::int64_t version = 0; ///< that is stored now
     bool isGone = false;
 };
@@ -21,6 +22,7 @@ struct RowEdit {
     std::int64_t id = 0;
     mysqlhelper::KV_Record fields;
     std::int64_t seenVersion = 0;
+    std::string seenName = {}; ///< GBK
 };
 
 /// A row that the user wants to delete, as he has seen it.
@@ -42,7 +44,7 @@ public:
     /// `seenVersion` is the row's as it was shown to the user who edits it; another one now, or no such row,
     /// is a conflict. False when there is no such row.
     bool update(const std::string& table, std::int64_t id, const mysqlhelper::KV_Record& fields,
-                std::int64_t seenVersion);
+                std::int64_t seenVersion, const std::string& seenName = {});
     /// The same for many rows, by few statements. Of several edits of one row the first one counts. False
     /// when one of the rows is not there.
     bool update(const std::string& table, const std::vector<RowEdit>& edits);
@@ -55,7 +57,8 @@ public:
     /// Without the rows that are as before.
     const RowChanges& changes() const { return m_changes; }
     const std::vector<EditConflict>& conflicts() const { return m_conflicts; }
-    void commit() { m_transaction.commit(); }
+    /// Once the edit's row is in the history. It is over then, whatever is thrown.
+    void commit(const QString& inspector) { commitNoted(m_database, m_transaction, inspector, m_revision); }
 
 private:
     void check(const std::string& table, const mysqlhelper::KV_Record& row, std::int64_t seenVersion);
@@ -64,7 +67,7 @@ private:
 
     mysqlhelper::KV_MySQL& m_database;
     const OwnVersions& m_own;
-    mysqlhelper::KV_MySQL::Transaction m_transaction;
+    std::optional<mysqlhelper::KV_MySQL::Transaction> m_transaction;
     std::int64_t m_revision;
     RowChanges m_changes;
     std::vector<EditConflict> m_conflicts;

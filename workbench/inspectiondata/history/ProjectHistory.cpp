@@ -1,6 +1,7 @@
 #include "workbench/inspectiondata/history/ProjectHistory.h"
 
 #include "host/Gbk.h"
+#include "workbench/inspectiondata/database/ConnectionLost.h"
 #include "workbench/inspectiondata/database/Revision.h"
 #include "workbench/inspectiondata/database/RowBatch.h"
 #include "workbench/inspectiondata/history/ConflictText.h"
@@ -14,6 +15,7 @@
 
 namespace inspection {
 
+using mysqlhelper::ConnectionLost;
 using mysqlhelper::KV_MySQL;
 using mysqlhelper::KV_MySQL_Exception;
 using mysqlhelper::KV_Record;
@@ -130,6 +132,7 @@ Status ProjectHistory::perform(const QString& description, const Work& work) {
                                                                  : tr("项目以只读方式打开，未作任何更改")});
     }
     try {
+        settle();
         std::vector<EditConflict> conflicts;
         for (;;) {
             conflicts = tryToStore(description, work, conflicts);
@@ -137,9 +140,13 @@ Status ProjectHistory::perform(const QString& description, const Work& work) {
                 return {};
             }
             if (auto done = askAbout(conflicts); !done) {
+                emit metOthers();
                 return failed(done);
             }
         }
+    } catch (const ConnectionLost& loss) {
+        qCWarning(dataLog).noquote() << "The connection was lost during an edit:" << loss.what();
+        return Unexpected(Failure{QString::fromUtf8(loss.what()), causeOf(loss)});
     } catch (const KV_MySQL_Exception& exception) {
         // As the tools do with what the database refuses them; who starts the program from a shell looks there.
         std::cout << exception.what() << std::endl;
@@ -161,7 +168,7 @@ std::vector<EditConflict> ProjectHistory::tryToStore(const QString& description,
     dropUndone();
     const std::int64_t id =
         insertEdit(*m_database, m_inspector, description, edit.changes(), edit.revision());
-    edit.commit();
+    complete(description, edit.revision(), [&] { edit.commit(m_inspector); });
     noteOwn(edit.changes(), edit.revision());
     for (const EditConflict& conflict : edit.conflicts()) {
         m_ownVersions.settled(conflict.table, conflict.id);
@@ -176,6 +183,30 @@ std::vector<EditConflict> ProjectHistory::tryToStore(const QString& description,
     return {};
 }
 
+template<typename Commit>
+void ProjectHistory::complete(const QString& description, std::int64_t revision, const Commit& commit) {
+    try {
+        commit();
+    } catch (const ConnectionLost& loss) {
+        if (loss.isInDoubt()) {
+            m_doubt = Doubt{revision, description};
+        }
+        throw;
+    }
+}
+
+void ProjectHistory::settle() {
+    if (!m_doubt || !m_database) {
+        return;
+    }
+    const bool isThere = isStored(*m_database, m_inspector, m_doubt->revision);
+    const QString description = std::exchange(m_doubt, std::nullopt)->description;
+    reload();
+    emit replacedByOthers();
+    emit settled(
+        (isThere ? tr("连接中断时的操作“%1”已保存") : tr("连接中断时的操作“%1”未保存")).arg(description));
+}
+
 void ProjectHistory::dropUndone() {
     RowIds undone;
     for (std::size_t edit = m_undoable; edit < m_edits.size(); ++edit) {
@@ -187,15 +218,31 @@ void ProjectHistory::dropUndone() {
 Status ProjectHistory::askAbout(const std::vector<EditConflict>& conflicts) {
     const auto gone = std::find_if(conflicts.begin(), conflicts.end(),
                                    [](const EditConflict& conflict) { return conflict.isGone; });
-    const EditConflict& first = gone != conflicts.end() ? *gone : conflicts.front();
-    const auto step = lastStepOn(*m_database, first.table, first.id, m_inspector);
     if (gone != conflicts.end()) {
-        return Unexpected(Failure{"a row is not stored any more", goneText(first, step)});
+        const auto step = lastRemovalOf(*m_database, gone->table, gone->id, m_inspector);
+        return Unexpected(Failure{"a row is not stored any more",
+                                  tr("%1，您的修改未保存").arg(goneText(*gone, step, m_inspector))});
     }
-    if (m_mayReplace && m_mayReplace(conflictQuestion(conflicts, step))) {
+    const EditConflict& first = conflicts.front();
+    const auto step = lastStepOn(*m_database, first.table, first.id, m_inspector);
+    if (m_mayReplace && m_mayReplace(conflictQuestion(conflicts, step, m_inspector))) {
         return {};
     }
     return cancelled();
+}
+
+QString ProjectHistory::removalByOthers(const std::string& table, std::int64_t id,
+                                        const std::string& name) const {
+    if (!m_database || m_inspector.isNull()) {
+        return {};
+    }
+    try {
+        const auto step = lastRemovalOf(*m_database, table, id, m_inspector);
+        return step ? goneText({table, id, name, 0, true}, step, m_inspector) : QString();
+    } catch (const KV_MySQL_Exception& exception) {
+        qCWarning(dataLog).noquote() << "Who deleted a row cannot be read:" << exception.what();
+        return {};
+    }
 }
 
 void ProjectHistory::noteOwn(const RowChanges& changes, std::int64_t revision) {
@@ -240,17 +287,17 @@ void ProjectHistory::UndoSteps(int count) {
     const std::size_t steps = std::min(m_undoable, static_cast<std::size_t>(std::max(count, 0)));
     RowChanges changes;
     try {
-        KV_MySQL::Transaction transaction(*m_database);
+        std::optional<KV_MySQL::Transaction> transaction(std::in_place, *m_database);
         const std::int64_t revision = raiseRevision(*m_database);
         for (std::size_t step = 0; step < steps; ++step) {
             const RowChanges taken = carryOut(m_edits[m_undoable - 1 - step]->stored(), true, revision);
             changes.insert(changes.end(), taken.begin(), taken.end());
         }
-        transaction.commit();
+        complete(tr("撤销 %1 步").arg(steps), revision,
+                 [&] { commitNoted(*m_database, transaction, m_inspector, revision); });
         noteOwn(changes, revision);
     } catch (const KV_MySQL_Exception& exception) {
-        qCWarning(dataLog).noquote() << "The database refused to undo:" << exception.what();
-        refuse(tr("无法撤销，未作任何更改：%1").arg(QString::fromUtf8(exception.what())));
+        refuse(tr("无法撤销"), exception);
         return;
     }
     m_undoable -= steps;
@@ -268,16 +315,15 @@ RowChanges ProjectHistory::carryOut(const StoredEdit& edit, bool isUndo, std::in
 void ProjectHistory::step(Edit& edit, bool isUndo, bool refresh) {
     RowChanges changes;
     try {
-        KV_MySQL::Transaction transaction(*m_database);
+        std::optional<KV_MySQL::Transaction> transaction(std::in_place, *m_database);
         const std::int64_t revision = raiseRevision(*m_database);
         changes = carryOut(edit.stored(), isUndo, revision);
-        transaction.commit();
+        complete((isUndo ? tr("撤销：%1") : tr("重做：%1")).arg(edit.stored().description), revision,
+                 [&] { commitNoted(*m_database, transaction, m_inspector, revision); });
         noteOwn(changes, revision);
     } catch (const KV_MySQL_Exception& exception) {
-        qCWarning(dataLog).noquote() << "The database refused to undo or redo:" << exception.what();
         m_undoable = isUndo ? m_undoable + 1 : m_undoable - 1;
-        refuse((isUndo ? tr("无法撤销，未作任何更改：%1") : tr("无法重做，未作任何更改：%1"))
-                   .arg(QString::fromUtf8(exception.what())));
+        refuse(isUndo ? tr("无法撤销") : tr("无法重做"), exception);
         return;
     }
     if (refresh) {
@@ -294,8 +340,30 @@ void ProjectHistory::show(const RowChanges& changes, Showing showing) {
     emit rowsChanged(changes, showing);
 }
 
+QString ProjectHistory::causeOf(const KV_MySQL_Exception& exception) const {
+    if (const auto* row = dynamic_cast<const RowIsOther*>(&exception)) {
+        std::optional<EditStep> step;
+        try {
+            const RowChange& change = row->expected();
+            step = row->isGone() ? lastRemovalOf(*m_database, change.table, change.id, m_inspector)
+                                 : lastStepOn(*m_database, change.table, change.id, m_inspector);
+        } catch (const KV_MySQL_Exception&) {
+            step.reset(); // then the text does without
+        }
+        return otherText(*row, step, m_inspector);
+    }
+    if (const auto* loss = dynamic_cast<const ConnectionLost*>(&exception)) {
+        return loss->isInDoubt() ? tr("%1；恢复连接后将自动核对").arg(loss->told()) : loss->told();
+    }
+    return QString::fromUtf8(exception.what());
+}
+
 // Whoever asked moves the edit on his own list, whatever came of it: afterwards he gets the list anew.
-void ProjectHistory::refuse(const QString& message) {
+void ProjectHistory::refuse(const QString& failed, const KV_MySQL_Exception& exception) {
+    qCWarning(dataLog).noquote() << "The database refused to undo or redo:" << exception.what();
+    const bool isLost = dynamic_cast<const ConnectionLost*>(&exception) != nullptr;
+    const QString message =
+        (isLost ? tr("%1：%2") : tr("%1，未作任何更改：%2")).arg(failed, causeOf(exception));
     QMetaObject::invokeMethod(
         this,
         [this, message] {

@@ -9,6 +9,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace inspection {
@@ -47,6 +48,13 @@ public:
     /// after the user has decided to replace what others did.
     Status perform(const QString& description, const Work& work);
 
+    /// Which step of others took a row away, one Chinese line: "“阀室”已被 wang@field 删除". Empty when none did, or the
+    /// database does not tell. `name` (GBK) is what the row was called here.
+    QString removalByOthers(const std::string& table, std::int64_t id, const std::string& name) const;
+
+    /// Looks whether the last edit or undo is stored that was cut off while it was completed, if that is not known
+    /// yet, and says so. Throws KV_MySQL_Exception when the database does not tell.
+    void settle();
     /// Announces what others did since the last time; `newestRevision` is the project's now. Throws
     /// KV_MySQL_Exception.
     void takeStepsOfOthers(std::int64_t newestRevision);
@@ -77,6 +85,11 @@ signals:
     void replacedByOthers();
     /// An undo or redo was refused; one Chinese line.
     void refused(const QString& message);
+    /// It is known now whether an edit or undo that was cut off is stored; one Chinese line. All rows may be other
+    /// ones than the windows show.
+    void settled(const QString& message);
+    /// An edit met rows that others have changed, which the windows do not show yet.
+    void metOthers();
 
 private:
     class Edit;
@@ -85,12 +98,18 @@ private:
     /// Takes back an edit that has been taken, or makes it again. When that is refused it goes back to its
     /// side.
     void step(Edit& edit, bool isUndo, bool refresh);
-    void refuse(const QString& message);
+    /// `failed` is what could not be done.
+    void refuse(const QString& failed, const mysqlhelper::KV_MySQL_Exception& exception);
+    /// Why something was refused, for the user.
+    QString causeOf(const mysqlhelper::KV_MySQL_Exception& exception) const;
     RowChanges carryOut(const StoredEdit& edit, bool isUndo, std::int64_t revision);
     /// Stores the edit, unless it meets with other conflicts than the user has settled; they are the answer.
     std::vector<EditConflict> tryToStore(const QString& description, const Work& work,
                                          const std::vector<EditConflict>& settled);
     void dropUndone();
+    /// Completes what is done in that revision, and remembers what stays in doubt.
+    template<typename Commit>
+    void complete(const QString& description, std::int64_t revision, const Commit& commit);
     /// Nothing when the user wants to replace what others did.
     Status askAbout(const std::vector<EditConflict>& conflicts);
     void noteOwn(const RowChanges& changes, std::int64_t revision);
@@ -105,6 +124,12 @@ private:
     std::size_t m_undoable = 0;                 ///< how many of them, from the oldest on, can be undone
     RowChanges m_unshown;                       ///< of undo and redo that were not to show them
     bool m_isRestarting = false;                ///< the tools' lists are being emptied
+    /// What may be stored or not.
+    struct Doubt {
+        std::int64_t revision = 0;
+        QString description;
+    };
+    std::optional<Doubt> m_doubt;
 };
 
 } // namespace inspection
