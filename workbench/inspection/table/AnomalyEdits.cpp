@@ -41,8 +41,9 @@ std::optional<RowChanges> AnomalyEdits::classify(const std::vector<SdiffData>& a
 }
 
 std::optional<RowChanges> AnomalyEdits::remove(const std::vector<SdiffData>& anomalies) {
-    return perform(QObject::tr("删除 %1 处异常").arg(anomalies.size()),
-                   [rows = asSeen(anomalies)](EditTransaction& edit) { edit.remove(kAnomalyTable, rows); });
+    return perform(
+        QObject::tr("删除 %1 处异常").arg(anomalies.size()),
+        [rows = asSeen(anomalies)](EditTransaction& edit) { edit.markDeleted(kAnomalyTable, rows); });
 }
 
 std::optional<RowChanges> AnomalyEdits::perform(const QString& description,

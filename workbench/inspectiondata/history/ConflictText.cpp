@@ -21,6 +21,9 @@ QString quoted(const QString& name) {
 
 /// The name that a deleted row had; its table and id when that is not known any more.
 QString nameOf(const EditConflict& conflict, const std::optional<EditStep>& step) {
+    if (!conflict.name.empty()) {
+        return quoted(fromGbk(conflict.name));
+    }
     if (step) {
         for (const RowChange& change : step->changes) {
             if (change.table == conflict.table && change.id == conflict.id && change.before) {
