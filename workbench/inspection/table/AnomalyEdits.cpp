@@ -2,6 +2,7 @@
 
 #include "host/Gbk.h"
 #include "workbench/inspection/session/Session.h"
+#include "workbench/inspectiondata/database/AnomalyTable.h"
 #include "workbench/inspectiondata/database/Schema.h"
 
 namespace inspection {
@@ -20,6 +21,14 @@ std::vector<RowEdit> attributesOf(const std::vector<SdiffData>& anomalies) {
     std::vector<RowEdit> edits;
     for (const SdiffData& anomaly : anomalies) {
         edits.push_back({anomaly.id, {{"attribute", anomaly.attribute}}, anomaly.version});
+    }
+    return edits;
+}
+
+std::vector<RowEdit> restorations(const std::vector<SdiffData>& anomalies) {
+    std::vector<RowEdit> edits;
+    for (const SdiffData& anomaly : anomalies) {
+        edits.push_back({anomaly.id, {{kDeletedColumn, std::int64_t{0}}}, anomaly.version});
     }
     return edits;
 }
@@ -44,6 +53,12 @@ std::optional<RowChanges> AnomalyEdits::remove(const std::vector<SdiffData>& ano
     return perform(
         QObject::tr("删除 %1 处异常").arg(anomalies.size()),
         [rows = asSeen(anomalies)](EditTransaction& edit) { edit.markDeleted(kAnomalyTable, rows); });
+}
+
+std::optional<RowChanges> AnomalyEdits::restore(const std::vector<SdiffData>& anomalies) {
+    return perform(
+        QObject::tr("恢复 %1 处异常").arg(anomalies.size()),
+        [edits = restorations(anomalies)](EditTransaction& edit) { edit.update(kAnomalyTable, edits); });
 }
 
 std::optional<RowChanges> AnomalyEdits::perform(const QString& description,
