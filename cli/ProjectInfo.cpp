@@ -42,7 +42,8 @@ QJsonArray comparisons(const std::vector<inspection::Comparison>& comparisons) {
                                  {"computed_at", comparison.computedAt},
                                  {"stations", static_cast<qint64>(comparison.stations)},
                                  {"anomalies", static_cast<qint64>(comparison.anomalies)},
-                                 {"judged", static_cast<qint64>(comparison.judged)}});
+                                 {"judged", static_cast<qint64>(comparison.judged)},
+                                 {"deleted", static_cast<qint64>(comparison.deleted)}});
     }
     return array;
 }

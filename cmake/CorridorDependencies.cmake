@@ -16,6 +16,14 @@ add_library(Corridor::OSG ALIAS corridor_osg)
 target_include_directories(corridor_osg SYSTEM INTERFACE ${OPENSCENEGRAPH_INCLUDE_DIRS})
 target_link_libraries(corridor_osg INTERFACE ${OPENSCENEGRAPH_LIBRARIES} OpenGL::GL)
 
+# Workbooks of tables.
+find_path(XLSXWRITER_INCLUDE_DIR xlsxwriter.h REQUIRED)
+find_library(XLSXWRITER_LIBRARY xlsxwriter REQUIRED)
+add_library(corridor_xlsxwriter INTERFACE)
+add_library(Corridor::XlsxWriter ALIAS corridor_xlsxwriter)
+target_include_directories(corridor_xlsxwriter SYSTEM INTERFACE ${XLSXWRITER_INCLUDE_DIR})
+target_link_libraries(corridor_xlsxwriter INTERFACE ${XLSXWRITER_LIBRARY})
+
 # The client library of MariaDB, or of MySQL, which has the same interface.
 find_path(MARIADB_INCLUDE_DIR mysql.h PATH_SUFFIXES mariadb mysql REQUIRED)
 find_library(MARIADB_LIBRARY NAMES mariadb mysqlclient REQUIRED)

@@ -127,7 +127,7 @@ TEST_P(DatabaseTest, TwoSpecialObjectsOfOneKindCannotShareAName) {
 }
 
 TEST_P(DatabaseTest, TheFieldsOfAnAnomalyAreTheColumnsOfItsTable) {
-    std::set<std::string> fields{"id", "version", "station_id", "comparison_id"};
+    std::set<std::string> fields{"id", "version", "station_id", "comparison_id", kDeletedColumn};
     for (const AnomalyField& field : kAnomalyFields) {
         EXPECT_TRUE(fields.insert(field.name).second) << field.name;
     }

@@ -202,7 +202,8 @@ void BoxAnswerer::look(Answer answer) {
     texts << box->findChild<QLabel*>("labelText")->text();
     auto* button = box->findChild<QPushButton*>("pushButtonOK");
     if (!button) {
-        button = box->findChild<QPushButton*>(answer == Yes ? "pushButtonYes" : "pushButtonNo");
+        const bool isYes = answer == Yes || (answer == YesThenNo && texts.size() == 1);
+        button = box->findChild<QPushButton*>(isYes ? "pushButtonYes" : "pushButtonNo");
     }
     QTest::mouseClick(button, Qt::LeftButton);
 }

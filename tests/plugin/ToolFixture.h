@@ -75,7 +75,7 @@ protected:
 /// While it lives, answers each message box and keeps its title and text.
 class BoxAnswerer {
 public:
-    enum Answer { Yes, No };
+    enum Answer { Yes, No, YesThenNo };
     explicit BoxAnswerer(Answer answer);
     QStringList titles;
     QStringList texts;

@@ -317,8 +317,9 @@ void WalkTest::answerNextBox(bool byKey) {
 
 QMap<QString, QString> WalkTest::stored() const {
     const ForeignConnection database(m_folder + "/inspection.db");
-    const QVariantList names = database.read("select name from anomaly order by id");
-    const QVariantList attributes = database.read("select attribute from anomaly order by id");
+    const QVariantList names = database.read("select name from anomaly where is_deleted=0 order by id");
+    const QVariantList attributes =
+        database.read("select attribute from anomaly where is_deleted=0 order by id");
     QMap<QString, QString> anomalies;
     for (qsizetype index = 0; index < names.size(); ++index) {
         anomalies[names[index].toString()] = attributes[index].toString();

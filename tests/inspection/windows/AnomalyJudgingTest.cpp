@@ -205,7 +205,7 @@ TEST_F(AnomalyJudgingTest, DeleteAsksAndDeletesTheSelectedRows) {
     clickRow(1, Qt::ShiftModifier);
     const MessageWatch messages;
     key(Qt::Key_Delete);
-    EXPECT_EQ(messages.texts(), QStringList{"是否删除变形信息?"});
+    EXPECT_EQ(messages.texts(), QStringList{"删除 2 处异常？"});
     EXPECT_EQ(rows(), before - 2);
     EXPECT_EQ(stored(first), "not stored");
     EXPECT_EQ(stored(second), "not stored");
@@ -228,7 +228,7 @@ TEST_F(AnomalyJudgingTest, TheContextMenuOffersTheSameVerdicts) {
     QContextMenuEvent event(QContextMenuEvent::Mouse, QPoint(20, 20),
                             table().viewport()->mapToGlobal(QPoint(20, 20)));
     QApplication::sendEvent(table().viewport(), &event);
-    EXPECT_EQ(entries, (QStringList{"查看\tEnter", "删除\tDelete", "属性设置"}));
+    EXPECT_EQ(entries, (QStringList{"查看\tEnter", "删除\tDelete", "属性设置", "", "复制\tCtrl+C"}));
     EXPECT_EQ(stored(name(0)), "塌陷");
 }
 

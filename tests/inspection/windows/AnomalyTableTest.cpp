@@ -62,7 +62,7 @@ TEST_F(AnomalyTableTest, AClickOnAStationFillsTheTable) {
     }
     EXPECT_EQ(titles, QStringList({"名称", "类型", "面积(m²)", "体积(m³)", "平均dZ(m)", "最大|dZ|(m)", "属性",
                                    "建议类别", "距管线(m)", "高后果区", "位置", "体积标准差(m³)",
-                                   "dZ标准差(m)", "检出限(m)", "显著性", "类别置信度"}));
+                                   "dZ标准差(m)", "检出限(m)", "显著性", "类别置信度", "站段", "里程"}));
     EXPECT_TRUE(summary().contains(QString("共 %1 处").arg(rows())));
     const QVariant alignment = table().model()->index(0, Area).data(Qt::TextAlignmentRole);
     EXPECT_TRUE(alignment.value<Qt::Alignment>().testFlag(Qt::AlignRight));

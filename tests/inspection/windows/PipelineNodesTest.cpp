@@ -60,6 +60,7 @@ TEST_F(PipelineNodesTest, TheLineIsSeenOnTheGroundWhereItLies) {
     m_globe->getManipulator()->setViewpoint(
         osgEarth::Viewpoint("", lonLat.x(), lonLat.y(), 0.0, 0.0, -90.0, 150.0));
     m_globe->requestRedraw();
+    ASSERT_TRUE(waitUntil([this] { return !m_globe->isPictureComplete(); })) << "that of before was";
     ASSERT_TRUE(waitUntil([this] { return m_globe->isPictureComplete(); }));
     const QImage picture = m_globe->grabFramebuffer();
     keepPicture(*m_globe, "pipeline-on-globe");

@@ -254,11 +254,11 @@ void PrintTo(const QColor& colour, std::ostream* stream) {
 }
 
 QVariant AnomalyTest::stored(const QString& anomaly, const QString& column) const {
-    return readStored("select " + column + " from anomaly where name=?", {anomaly}).value(0);
+    return readStored("select " + column + " from anomaly where name=? and is_deleted=0", {anomaly}).value(0);
 }
 
 int AnomalyTest::storedCount() const {
-    return readStored("select count(*) from anomaly").value(0).toInt();
+    return readStored("select count(*) from anomaly where is_deleted=0").value(0).toInt();
 }
 
 void AnomalyTest::change(const QString& sql) const {

@@ -230,15 +230,16 @@ TEST_F(Judging, AfterADeletionNoItemIsCurrentUntilTheNextScan) {
     EXPECT_EQ(stored(known::longName()).toString(), "塌陷");
 }
 
-TEST_F(Judging, TheDeleteKeyDeletesTheSelectionOfTheStationUnderThePointer) {
+TEST_F(Judging, TheDeleteKeyDeletesTheSelectionOfTheStationUnderThePointerAndAsksAboutTheRest) {
     const int before = storedCount();
-    const BoxAnswerer boxes(BoxAnswerer::Yes);
+    const BoxAnswerer boxes(BoxAnswerer::YesThenNo);
     leftClick(pixelOf(known::fill));
     ctrlClick(pixelOf(known::quoted));
     ctrlClick(pixelOf(known::cut));
     moveTo(emptyGround()); // in the first station
     keyClick(Qt::Key_Delete);
-    EXPECT_EQ(boxes.texts.size(), 1);
+    EXPECT_EQ(boxes.texts,
+              (QStringList{"是否删除变形信息?", "删除 3 处异常？选“否”只删除这个站段的 2 处。"}));
     EXPECT_EQ(storedCount(), before - 2);
     EXPECT_TRUE(stored(known::cut).isValid());
 }
@@ -317,6 +318,7 @@ TEST_F(Judging, AStationWhoseRecordIsGoneIsSilentlyNotHit) {
 
 TEST_F(Judging, AnAnomalyWhoseRecordIsGoneCannotBeChosen) {
     leftClick(pixelOf(known::fill));
+    showStation(1); // so that it is read again
     database().execute("delete from anomaly where name='S1-0001'");
     const MenuChooser menu;
     rightClick(pixelOf(known::fill));

@@ -72,7 +72,7 @@ TEST_F(KeptSelection, DeletingAnomaliesOfOneStationLeavesThoseOfOthersHighlighte
     leftClick(pixelOf(known::fill));
     ctrlClick(pixelOf(known::cut)); // of the second station
     showStation(0);
-    const BoxAnswerer boxes(BoxAnswerer::Yes);
+    const BoxAnswerer boxes(BoxAnswerer::YesThenNo);
     choose(known::fill, {"删除"});
     EXPECT_FALSE(stored(known::fill).isValid());
     EXPECT_EQ(highlighted(), QStringList{known::cut});

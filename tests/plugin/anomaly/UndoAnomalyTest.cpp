@@ -33,7 +33,8 @@ protected:
     QVariantList everything() const {
         QVariantList values;
         for (const char* column : {"id", "name", "attribute", "station_id", "area_m2", "outline_wkt"}) {
-            values << readStored(QString("select %1 from anomaly order by id").arg(column));
+            values << readStored(
+                QString("select %1 from anomaly where is_deleted=0 order by id").arg(column));
         }
         return values;
     }

@@ -52,7 +52,8 @@ ModelState stateIn(KV_MySQL& database) {
                                                   static_cast<int>(numberOf(row, "level"))};
         }
     }
-    for (const KV_Record& row : database.queryRecord("select id, name, attribute from anomaly")) {
+    for (const KV_Record& row :
+         database.queryRecord("select id, name, attribute from anomaly where is_deleted=0")) {
         state.anomalies[textOf(row, "name")] = {numberOf(row, "id"), textOf(row, "attribute")};
     }
     return state;
@@ -342,7 +343,8 @@ private:
         }
         if (const std::uint32_t station = anomalies().GetCurrentItem()->GetStationId()) {
             const auto stored = m_database->queryRecord(
-                "select count(*) as n from anomaly where station_id=?", {std::int64_t{station}});
+                "select count(*) as n from anomaly where station_id=? and is_deleted=0",
+                {std::int64_t{station}});
             ASSERT_EQ(rows.rowCount(), numberOf(stored[0], "n")) << "table";
         }
     }

@@ -67,6 +67,7 @@ void InspectionContext::initialise(QWidget* mainWindow) {
 }
 
 void InspectionContext::connectWindows() {
+    connect(m_session.get(), &Session::closing, this, &InspectionContext::projectClosing);
     connect(m_session.get(), &Session::opened, this, &InspectionContext::showPipeline);
     connect(m_session.get(), &Session::closing, this, [this] { m_pipeline->clear(); });
     connect(m_session.get(), &Session::opened, m_stations, &StationTreeWindow::load);
@@ -77,10 +78,13 @@ void InspectionContext::connectWindows() {
     connect(m_session.get(), &Session::comparedPairChanged, m_images, &ImageWindow::clear);
     connect(m_session.get(), &Session::comparedPairChanged, m_stations, &StationTreeWindow::reloadAnomalies);
 
-    connect(m_stations, &StationTreeWindow::currentStationChanged, m_anomalies,
-            &AnomalyTableWindow::showStation);
-    connect(m_anomalies, &AnomalyTableWindow::anomalyActivated, this,
-            [this](const SdiffData& anomaly) { showAnomaly(anomaly, kFlightSeconds); });
+    connect(m_stations, &StationTreeWindow::stationsChosen, m_anomalies, &AnomalyTableWindow::showStations);
+    connect(m_anomalies, &AnomalyTableWindow::stationsNeeded, m_stations,
+            &StationTreeWindow::chooseStationsOf);
+    connect(m_anomalies, &AnomalyTableWindow::anomalyActivated, this, [this](const SdiffData& anomaly) {
+        m_stations->check(m_anomalies->GetCurrentItem()->GetStationId());
+        showAnomaly(anomaly, kFlightSeconds);
+    });
     connect(m_anomalies, &AnomalyTableWindow::anomalyReached, this,
             [this](const SdiffData& anomaly) { showAnomaly(anomaly, kStepSeconds); });
     connect(m_stations, &StationTreeWindow::overlaysShown, m_anomalies,
@@ -184,6 +188,12 @@ inspection::StationChoice InspectionContext::stationChoice() const {
 void InspectionContext::setStationChoice(const inspection::StationChoice& choice) {
     if (m_stations) {
         m_stations->setChoice(choice);
+    }
+}
+
+void InspectionContext::showComputedStations() {
+    if (m_stations) {
+        m_stations->checkComputed();
     }
 }
 

@@ -60,6 +60,8 @@ public:
     /// The stations that are checked and looked at, by name; names that there are no more are passed over.
     inspection::StationChoice stationChoice() const;
     void setStationChoice(const inspection::StationChoice& choice);
+    /// Checks all stations that have been computed for the compared pair, and shows the whole line in the table.
+    void showComputedStations();
     /// What the settings of the open project begin with; fails when its stations cannot be read.
     inspection::Result<inspection::PresentProject> presentProject() const;
     /// Null while no project is open.
@@ -114,6 +116,8 @@ public:
     DataSet* GetDataSet(int index) override;
 
 signals:
+    /// The open project is about to go; everything of it is still there.
+    void projectClosing();
     /// The open project has other epochs, or is compared by another pair of them.
     void epochsChanged();
     /// The user has made an edit; what it did, as a line that begins with a verb.

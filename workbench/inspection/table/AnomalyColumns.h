@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/inspection/Station.h"
+#include "workbench/inspection/table/AnomalyRow.h"
 
 #include <QString>
 
@@ -9,10 +9,9 @@
 
 namespace inspection {
 
-/// A column of the table of anomalies. What the record does not say by itself, the pipe's distance and the
-/// high-consequence areas, has neither text nor order here.
+/// A column of the table of anomalies: of figures, which have a number, or of words.
 struct AnomalyColumn {
-    /// In the order in which they are shown.
+    /// As the model counts them. The user finds station and chainage behind the name at first.
     enum Place {
         Name,
         Kind,
@@ -30,20 +29,29 @@ struct AnomalyColumn {
         LevelOfDetection,
         Significance,
         SuggestionConfidence,
+        Station,
+        Chainage,
         Count
     };
+    using Row = const AnomalyRow&;
 
     QString title;
-    bool isFigure;
-    QString (*text)(const SdiffData& anomaly);
-    bool (*isBefore)(const SdiffData& left, const SdiffData& right);
-    QString toolTip;                                          ///< of its head; empty for none
-    std::optional<double> SdiffData::* uncertainty = nullptr; ///< the figure that it shows, where it may lack
-
+    QString (*text)(Row row);
+    /// Sorted by it, to the right; nothing where it is not known. Null for words.
+    std::optional<double> (*number)(Row row) = nullptr;
+    /// The order of words; null for figures.
+    bool (*isBefore)(Row left, Row right) = nullptr;
+    QString toolTip; ///< of its head; empty for none
     /// Shown only when the user asks for it.
-    bool isHiddenAtFirst() const { return uncertainty != nullptr; }
+    bool isHiddenAtFirst = false;
+    /// Its text says more than its number, also in files.
+    bool isWrittenAsText = false;
+
+    bool isFigure() const { return number != nullptr; }
 };
 
 const std::array<AnomalyColumn, AnomalyColumn::Count>& anomalyColumns();
+/// `column` is one of AnomalyColumn::Place.
+const AnomalyColumn& anomalyColumn(int column);
 
 } // namespace inspection

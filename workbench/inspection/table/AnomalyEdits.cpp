@@ -2,6 +2,7 @@
 
 #include "host/Gbk.h"
 #include "workbench/inspection/session/Session.h"
+#include "workbench/inspectiondata/database/AnomalyTable.h"
 #include "workbench/inspectiondata/database/Schema.h"
 
 namespace inspection {
@@ -24,6 +25,14 @@ std::vector<RowEdit> attributesOf(const std::vector<SdiffData>& anomalies) {
     return edits;
 }
 
+std::vector<RowEdit> restorations(const std::vector<SdiffData>& anomalies) {
+    std::vector<RowEdit> edits;
+    for (const SdiffData& anomaly : anomalies) {
+        edits.push_back({anomaly.id, {{kDeletedColumn, std::int64_t{0}}}, anomaly.version});
+    }
+    return edits;
+}
+
 std::vector<SeenRow> asSeen(const std::vector<SdiffData>& anomalies) {
     std::vector<SeenRow> rows;
     for (const SdiffData& anomaly : anomalies) {
@@ -41,8 +50,15 @@ std::optional<RowChanges> AnomalyEdits::classify(const std::vector<SdiffData>& a
 }
 
 std::optional<RowChanges> AnomalyEdits::remove(const std::vector<SdiffData>& anomalies) {
-    return perform(QObject::tr("删除 %1 处异常").arg(anomalies.size()),
-                   [rows = asSeen(anomalies)](EditTransaction& edit) { edit.remove(kAnomalyTable, rows); });
+    return perform(
+        QObject::tr("删除 %1 处异常").arg(anomalies.size()),
+        [rows = asSeen(anomalies)](EditTransaction& edit) { edit.markDeleted(kAnomalyTable, rows); });
+}
+
+std::optional<RowChanges> AnomalyEdits::restore(const std::vector<SdiffData>& anomalies) {
+    return perform(
+        QObject::tr("恢复 %1 处异常").arg(anomalies.size()),
+        [edits = restorations(anomalies)](EditTransaction& edit) { edit.update(kAnomalyTable, edits); });
 }
 
 std::optional<RowChanges> AnomalyEdits::perform(const QString& description,

@@ -19,6 +19,8 @@ public:
     /// Stores the attributes of these anomalies. Gives what that changed; nothing when it was refused.
     std::optional<RowChanges> classify(const std::vector<SdiffData>& anomalies);
     std::optional<RowChanges> remove(const std::vector<SdiffData>& anomalies);
+    /// Takes deletions back.
+    std::optional<RowChanges> restore(const std::vector<SdiffData>& anomalies);
 
 private:
     std::optional<RowChanges> perform(const QString& description, const ProjectHistory::Work& work);

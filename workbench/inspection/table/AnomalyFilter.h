@@ -1,18 +1,29 @@
 #pragma once
 
-#include "host/inspection/Station.h"
+#include "workbench/inspection/table/AnomalyRow.h"
 
 #include <QSortFilterProxyModel>
+#include <QString>
 
 #include <array>
 #include <optional>
+#include <vector>
 
 namespace inspection {
 
 /// Which anomalies the table shows, by the inspector's verdict. The four fixed classes follow in the order of
-/// fixedClasses().
-enum class AttributeFilter { All, NotJudged, FirstClass, SecondClass, ThirdClass, FourthClass, OtherWords };
-constexpr int kAttributeFilters = 7;
+/// fixedClasses(). Deleted ones are let through by the last one alone.
+enum class AttributeFilter {
+    All,
+    NotJudged,
+    FirstClass,
+    SecondClass,
+    ThirdClass,
+    FourthClass,
+    OtherWords,
+    Deleted
+};
+constexpr int kAttributeFilters = 8;
 
 /// Which anomalies the table shows, by the sign of their elevation difference.
 enum class SignFilter { Both, Fill, Cut };
@@ -20,16 +31,29 @@ enum class SignFilter { Both, Fill, Cut };
 /// Which anomalies the table shows, by whether their volume exceeds its uncertainty (isSignificant).
 enum class SignificanceFilter { All, Significant };
 
-/// True when the filter lets the anomaly through.
-bool passes(const SdiffData& anomaly, AttributeFilter filter);
-bool passes(const SdiffData& anomaly, SignFilter filter);
-bool passes(const SdiffData& anomaly, SignificanceFilter filter);
+/// What an anomaly must be to be shown.
+struct AnomalyCriteria {
+    AttributeFilter attribute = AttributeFilter::All;
+    SignFilter sign = SignFilter::Both;
+    SignificanceFilter significance = SignificanceFilter::All;
+    /// Farther from the pipe it is left out, and so is one whose distance is not known.
+    std::optional<double> mostPipeMetres;
+    /// The suggested class; empty for any.
+    QString suggested;
+    /// Words that occur in its name, station, kind, verdict or suggested class, each of them, in capitals or not.
+    QString words;
 
-/// How many of the anomalies each attribute filter lets through.
-std::array<int, kAttributeFilters> countByAttribute(const std::vector<SdiffData>& anomalies);
+    bool operator==(const AnomalyCriteria& other) const;
+};
 
-/// Sorts the anomalies by a column's own values (figures by size, texts by code page order, which puts common
-/// characters in the order of their pronunciation) and leaves out what the filters do not let through. Its
+bool passes(const AnomalyRow& row, AttributeFilter filter);
+bool passes(const AnomalyRow& row, const AnomalyCriteria& criteria);
+
+/// How many of the rows each attribute filter lets through.
+std::array<int, kAttributeFilters> countByAttribute(const std::vector<AnomalyRow>& rows);
+
+/// Sorts the anomalies by a column's own values (figures by size, unknown ones last; texts by code page order, which
+/// puts common characters in the order of their pronunciation) and leaves out what does not meet the criteria. Its
 /// source is an AnomalyTableModel. GUI thread.
 class AnomalyFilter : public QSortFilterProxyModel {
     Q_OBJECT
@@ -37,29 +61,21 @@ class AnomalyFilter : public QSortFilterProxyModel {
 public:
     explicit AnomalyFilter(QObject* parent = nullptr);
 
-    void setAttributeFilter(AttributeFilter filter);
-    void setSignFilter(SignFilter filter);
-    void setSignificanceFilter(SignificanceFilter filter);
-    bool isFiltering() const {
-        return m_attribute != AttributeFilter::All || m_sign != SignFilter::Both ||
-               m_significance != SignificanceFilter::All;
-    }
+    void setCriteria(const AnomalyCriteria& criteria);
+    bool isFiltering() const { return !(m_criteria == AnomalyCriteria()); }
+    /// The rows are deleted anomalies, all of them.
+    bool showsDeleted() const { return m_criteria.attribute == AttributeFilter::Deleted; }
 
 protected:
     bool filterAcceptsRow(int sourceRow, const QModelIndex& sourceParent) const override;
     bool lessThan(const QModelIndex& left, const QModelIndex& right) const override;
 
 private:
-    const SdiffData& anomaly(int sourceRow) const;
-    bool isNearer(int leftRow, int rightRow) const;
-    bool isUncertaintyBefore(int leftRow, int rightRow, std::optional<double> SdiffData::* figure) const;
-    bool areAreasBefore(int leftRow, int rightRow) const;
+    const AnomalyRow& row(int sourceRow) const;
     /// Puts what is not known behind what is, in both orders.
     bool isKnownFirst(bool isLeftKnown) const { return isLeftKnown == (sortOrder() == Qt::AscendingOrder); }
 
-    AttributeFilter m_attribute = AttributeFilter::All;
-    SignFilter m_sign = SignFilter::Both;
-    SignificanceFilter m_significance = SignificanceFilter::All;
+    AnomalyCriteria m_criteria;
 };
 
 } // namespace inspection

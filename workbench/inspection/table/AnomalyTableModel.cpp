@@ -1,54 +1,44 @@
 #include "workbench/inspection/table/AnomalyTableModel.h"
 
 #include "host/Gbk.h"
+#include "workbench/inspection/table/AnomalyColumns.h"
+
+#include <QGuiApplication>
+#include <QPalette>
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace inspection {
 
-namespace {
-
-const AnomalyColumn& columnAt(int column) {
-    return anomalyColumns().at(static_cast<std::size_t>(column));
-}
-
-} // namespace
-
 AnomalyTableModel::AnomalyTableModel(QObject* parent) : QAbstractTableModel(parent) {}
 
-void AnomalyTableModel::setAnomalies(std::vector<SdiffData> anomalies,
-                                     std::shared_ptr<const StationSurroundings> surroundings) {
+void AnomalyTableModel::setRows(std::vector<AnomalyRow> rows) {
     beginResetModel();
-    m_anomalies = std::move(anomalies);
-    m_measure = std::move(surroundings);
-    m_surroundings.assign(m_anomalies.size(), std::nullopt);
+    m_anomalies = std::move(rows);
     indexRows();
     endResetModel();
 }
 
-void AnomalyTableModel::setSurroundings(std::shared_ptr<const StationSurroundings> surroundings) {
-    m_measure = std::move(surroundings);
-    m_surroundings.assign(m_anomalies.size(), std::nullopt);
+void AnomalyTableModel::setStations(const std::vector<std::shared_ptr<const TableStation>>& stations) {
+    for (AnomalyRow& row : m_anomalies) {
+        const auto found = std::find_if(stations.begin(), stations.end(),
+                                        [&](const auto& station) { return station->id == row.station().id; });
+        if (found != stations.end()) {
+            row.setStation(*found);
+        }
+    }
     if (!m_anomalies.empty()) {
-        emit dataChanged(index(0, AnomalyColumn::PipeDistance),
-                         index(rowCount() - 1, AnomalyColumn::HighConsequenceAreas));
+        emit dataChanged(index(0, 0), index(rowCount() - 1, AnomalyColumn::Count - 1));
     }
-}
-
-const Surroundings& AnomalyTableModel::surroundings(int row) const {
-    std::optional<Surroundings>& known = m_surroundings[static_cast<std::size_t>(row)];
-    if (!known) {
-        known = m_measure ? m_measure->of(anomaly(row)) : Surroundings();
-    }
-    return *known;
 }
 
 void AnomalyTableModel::indexRows() {
     m_rows.clear();
     m_rows.reserve(m_anomalies.size());
     for (std::size_t row = 0; row < m_anomalies.size(); ++row) {
-        m_rows.emplace(m_anomalies[row].name, static_cast<int>(row));
+        m_rows.emplace(m_anomalies[row].anomaly().name, static_cast<int>(row));
     }
 }
 
@@ -63,11 +53,7 @@ void AnomalyTableModel::replace(const std::vector<SdiffData>& changed) {
     for (const SdiffData& each : changed) {
         const int row = rowOf(each.name);
         if (row >= 0) {
-            SdiffData& shown = m_anomalies[static_cast<std::size_t>(row)];
-            if (shown.outlineWkt != each.outlineWkt) {
-                m_surroundings[static_cast<std::size_t>(row)].reset();
-            }
-            shown = each;
+            m_anomalies[static_cast<std::size_t>(row)].setAnomaly(each);
             first = std::min(first, row);
             last = std::max(last, row);
         }
@@ -75,6 +61,19 @@ void AnomalyTableModel::replace(const std::vector<SdiffData>& changed) {
     if (last >= 0) {
         emit dataChanged(index(first, 0), index(last, AnomalyColumn::Count - 1));
     }
+}
+
+void AnomalyTableModel::add(const std::vector<AnomalyRow>& rows) {
+    std::vector<AnomalyRow> added;
+    std::copy_if(rows.begin(), rows.end(), std::back_inserter(added),
+                 [this](const AnomalyRow& row) { return rowOf(row.anomaly().name) < 0; });
+    if (added.empty()) {
+        return;
+    }
+    beginInsertRows({}, rowCount(), rowCount() + static_cast<int>(added.size()) - 1);
+    m_anomalies.insert(m_anomalies.end(), added.begin(), added.end());
+    indexRows();
+    endInsertRows();
 }
 
 void AnomalyTableModel::remove(const std::set<std::string>& names) {
@@ -89,7 +88,6 @@ void AnomalyTableModel::remove(const std::set<std::string>& names) {
         }
         beginRemoveRows({}, first, last);
         m_anomalies.erase(m_anomalies.begin() + first, m_anomalies.begin() + last + 1);
-        m_surroundings.erase(m_surroundings.begin() + first, m_surroundings.begin() + last + 1);
         indexRows();
         endRemoveRows();
         last = first;
@@ -104,21 +102,9 @@ int AnomalyTableModel::columnCount(const QModelIndex& parent) const {
     return parent.isValid() ? 0 : static_cast<int>(AnomalyColumn::Count);
 }
 
-QString AnomalyTableModel::cellText(int row, int column) const {
-    switch (column) {
-    case AnomalyColumn::PipeDistance: {
-        const auto& metres = surroundings(row).pipeMetres;
-        return metres ? pipeDistanceText(*metres) : QString();
-    }
-    case AnomalyColumn::HighConsequenceAreas:
-        return areaNamesText(surroundings(row).highConsequenceAreas);
-    default:
-        return columnAt(column).text(anomaly(row));
-    }
-}
-
 QString AnomalyTableModel::fullText(int row, int column) const {
-    return column == AnomalyColumn::Attribute ? fromGbk(anomaly(row).attribute) : cellText(row, column);
+    return column == AnomalyColumn::Attribute ? fromGbk(anomaly(row).attribute)
+                                              : anomalyColumn(column).text(this->row(row));
 }
 
 QVariant AnomalyTableModel::data(const QModelIndex& index, int role) const {
@@ -127,13 +113,17 @@ QVariant AnomalyTableModel::data(const QModelIndex& index, int role) const {
     }
     switch (role) {
     case Qt::DisplayRole:
-        return cellText(index.row(), index.column());
+        return anomalyColumn(index.column()).text(row(index.row()));
     case Qt::ToolTipRole:
     case Qt::EditRole:
         return fullText(index.row(), index.column());
     case Qt::TextAlignmentRole:
-        return QVariant::fromValue(Qt::AlignVCenter |
-                                   (columnAt(index.column()).isFigure ? Qt::AlignRight : Qt::AlignLeft));
+        return QVariant::fromValue(
+            Qt::AlignVCenter | (anomalyColumn(index.column()).isFigure() ? Qt::AlignRight : Qt::AlignLeft));
+    case Qt::ForegroundRole:
+        return row(index.row()).isDeleted()
+                   ? QVariant(QGuiApplication::palette().brush(QPalette::Disabled, QPalette::Text))
+                   : QVariant();
     default:
         return {};
     }
@@ -141,7 +131,8 @@ QVariant AnomalyTableModel::data(const QModelIndex& index, int role) const {
 
 Qt::ItemFlags AnomalyTableModel::flags(const QModelIndex& index) const {
     const Qt::ItemFlags flags = QAbstractTableModel::flags(index);
-    return index.column() == AnomalyColumn::Attribute ? flags | Qt::ItemIsEditable : flags;
+    const bool isEditable = index.column() == AnomalyColumn::Attribute && !row(index.row()).isDeleted();
+    return isEditable ? flags | Qt::ItemIsEditable : flags;
 }
 
 QVariant AnomalyTableModel::headerData(int section, Qt::Orientation orientation, int role) const {
@@ -151,7 +142,7 @@ QVariant AnomalyTableModel::headerData(int section, Qt::Orientation orientation,
     if (section < 0 || section >= AnomalyColumn::Count) {
         return {};
     }
-    const AnomalyColumn& column = columnAt(section);
+    const AnomalyColumn& column = anomalyColumn(section);
     if (role == Qt::DisplayRole) {
         return column.title;
     }
@@ -159,7 +150,7 @@ QVariant AnomalyTableModel::headerData(int section, Qt::Orientation orientation,
         return column.toolTip;
     }
     if (role == Qt::TextAlignmentRole) {
-        return QVariant::fromValue(Qt::AlignVCenter | (column.isFigure ? Qt::AlignRight : Qt::AlignLeft));
+        return QVariant::fromValue(Qt::AlignVCenter | (column.isFigure() ? Qt::AlignRight : Qt::AlignLeft));
     }
     return {};
 }

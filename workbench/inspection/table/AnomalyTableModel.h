@@ -1,13 +1,11 @@
 #pragma once
 
 #include "host/inspection/Station.h"
-#include "workbench/inspection/table/AnomalyColumns.h"
-#include "workbench/inspectiondata/pipeline/Surroundings.h"
+#include "workbench/inspection/table/AnomalyRow.h"
 
 #include <QAbstractTableModel>
 
 #include <memory>
-#include <optional>
 #include <set>
 #include <string>
 #include <unordered_map>
@@ -15,26 +13,26 @@
 
 namespace inspection {
 
-/// The anomalies of one station item as rows, with the columns of AnomalyColumns.h. Attributes are editable through a delegate only: the model
-/// shows what is stored. GUI thread.
+/// The anomalies of the shown stations as rows, with the columns of AnomalyColumns.h; deleted ones, greyed, among them.
+/// Attributes are editable through a delegate only: the model shows what is stored. GUI thread.
 class AnomalyTableModel : public QAbstractTableModel {
     Q_OBJECT
 
 public:
     explicit AnomalyTableModel(QObject* parent = nullptr);
 
-    /// `surroundings` measures what lies around a row, when that is first asked for; nothing is known when
-    /// null.
-    void setAnomalies(std::vector<SdiffData> anomalies,
-                      std::shared_ptr<const StationSurroundings> surroundings);
-    void setSurroundings(std::shared_ptr<const StationSurroundings> surroundings);
-    const std::vector<SdiffData>& anomalies() const { return m_anomalies; }
-    const SdiffData& anomaly(int row) const { return m_anomalies[static_cast<std::size_t>(row)]; }
-    const Surroundings& surroundings(int row) const;
+    void setRows(std::vector<AnomalyRow> rows);
+    /// Measures the rows of these stations against other things.
+    void setStations(const std::vector<std::shared_ptr<const TableStation>>& stations);
+    const std::vector<AnomalyRow>& rows() const { return m_anomalies; }
+    const AnomalyRow& row(int row) const { return m_anomalies[static_cast<std::size_t>(row)]; }
+    const SdiffData& anomaly(int row) const { return this->row(row).anomaly(); }
     /// Row of the anomaly of that name (GBK), -1 when there is none.
     int rowOf(const std::string& name) const;
     /// Shows `changed` in the rows of the same names; unknown names are ignored.
     void replace(const std::vector<SdiffData>& changed);
+    /// Adds rows behind the others; those whose names are there already are left out.
+    void add(const std::vector<AnomalyRow>& rows);
     /// Removes the rows of these names (GBK).
     void remove(const std::set<std::string>& names);
 
@@ -46,13 +44,10 @@ public:
 
 private:
     void indexRows();
-    QString cellText(int row, int column) const;
     QString fullText(int row, int column) const;
 
-    std::vector<SdiffData> m_anomalies;
-    std::shared_ptr<const StationSurroundings> m_measure;
-    mutable std::vector<std::optional<Surroundings>> m_surroundings; ///< of each row, once measured
-    std::unordered_map<std::string, int> m_rows;                     ///< by name
+    std::vector<AnomalyRow> m_anomalies;
+    std::unordered_map<std::string, int> m_rows; ///< by name
 };
 
 } // namespace inspection

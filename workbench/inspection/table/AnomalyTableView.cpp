@@ -1,49 +1,77 @@
 #include "workbench/inspection/table/AnomalyTableView.h"
 
+#include "workbench/inspection/table/AnomalyFilter.h"
 #include "workbench/inspection/table/AnomalyTableModel.h"
 #include "workbench/inspection/table/AttributeDelegate.h"
+#include "workbench/inspection/table/TableColumns.h"
 #include "workbench/inspectiondata/text/AnomalyTexts.h"
 
+#include <QClipboard>
 #include <QContextMenuEvent>
+#include <QGuiApplication>
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QMenu>
-#include <QSettings>
+#include <QStyledItemDelegate>
 
 #include <algorithm>
+#include <numeric>
 
 namespace inspection {
 
 namespace {
 constexpr int kRowsThatSetWidths = 100;
-constexpr int kWidestCharacters = 30;
-constexpr int kLeastAttributeCharacters = 16; // what an inspector writes most
 
-const AnomalyColumn& columnOf(int column) {
-    return anomalyColumns().at(static_cast<std::size_t>(column));
+/// Figures, to the right, keep off the words of the next column.
+class FigureDelegate : public QStyledItemDelegate {
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+protected:
+    void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override {
+        constexpr QChar kEnSpace(0x2002);
+        QStyledItemDelegate::initStyleOption(option, index);
+        option->text += kEnSpace;
+    }
+};
+
+/// A column of a row as other programs take it.
+TableSheet::Cell cellOf(const AnomalyRow& row, const AnomalyColumn& column) {
+    if (!column.isFigure() || column.isWrittenAsText) {
+        return column.text(row);
+    }
+    const auto number = column.number(row);
+    return number ? TableSheet::Cell(*number) : TableSheet::Cell();
 }
 
-/// Which columns the user wants, in all projects: those that he has switched on or off, by their titles.
-class WantedColumns {
-public:
-    bool has(int column) const {
-        return m_settings.value(columnOf(column).title, !columnOf(column).isHiddenAtFirst()).toBool();
+/// Whole rows, in as few ranges as possible. `rows` in any order.
+QItemSelection rowSelection(const QAbstractItemModel& model, std::vector<int> rows) {
+    std::sort(rows.begin(), rows.end());
+    QItemSelection selection;
+    for (std::size_t first = 0; first < rows.size();) {
+        std::size_t last = first;
+        while (last + 1 < rows.size() && rows[last + 1] == rows[last] + 1) {
+            ++last;
+        }
+        selection.append({model.index(rows[first], 0), model.index(rows[last], model.columnCount() - 1)});
+        first = last + 1;
     }
-    void set(int column, bool isWanted) { m_settings.setValue(columnOf(column).title, isWanted); }
-
-    WantedColumns() { m_settings.beginGroup("anomalyColumns"); }
-
-private:
-    QSettings m_settings{QSettings::IniFormat, QSettings::UserScope, "corridor", "workbench"};
-};
+    return selection;
+}
 
 } // namespace
 
 AnomalyTableView::AnomalyTableView(QAbstractItemModel& model, QWidget* parent)
-    : QTableView(parent), m_attributes(new AttributeDelegate(this)) {
+    : QTableView(parent), m_attributes(new AttributeDelegate(this)), m_columns(nullptr) {
     setObjectName("anomalyTable");
     setModel(&model);
     setItemDelegateForColumn(AnomalyColumn::Attribute, m_attributes);
+    auto* figures = new FigureDelegate(this);
+    for (int column = 0; column < AnomalyColumn::Count; ++column) {
+        if (anomalyColumn(column).isFigure()) {
+            setItemDelegateForColumn(column, figures);
+        }
+    }
     setSortingEnabled(true);
     sortByColumn(AnomalyColumn::Name, Qt::AscendingOrder);
     setSelectionBehavior(QAbstractItemView::SelectRows);
@@ -58,13 +86,9 @@ AnomalyTableView::AnomalyTableView(QAbstractItemModel& model, QWidget* parent)
     horizontalHeader()->setHighlightSections(false);
     horizontalHeader()->setResizeContentsPrecision(kRowsThatSetWidths);
     horizontalHeader()->setStretchLastSection(true);
+    setStyleSheet("QHeaderView::section { padding: 2px 9px 2px 3px; }");
 
-    horizontalHeader()->setContextMenuPolicy(Qt::CustomContextMenu);
-    connect(horizontalHeader(), &QWidget::customContextMenuRequested, this,
-            &AnomalyTableView::showColumnMenu);
-    for (int column = 0; column < AnomalyColumn::Count; ++column) {
-        setColumnHidden(column, !WantedColumns().has(column));
-    }
+    m_columns = new TableColumns(*this);
 
     connect(this, &QTableView::activated, this, &AnomalyTableView::showRequested);
     connect(m_attributes, &AttributeDelegate::opened, this, &AnomalyTableView::editorOpened);
@@ -86,21 +110,57 @@ void AnomalyTableView::editAttribute() {
     edit(attribute);
 }
 
-void AnomalyTableView::fitColumns() {
-    resizeColumnsToContents();
-    const int character = fontMetrics().averageCharWidth();
-    for (int column = 0; column < model()->columnCount(); ++column) {
-        if (isColumnHidden(column)) {
-            continue;
+void AnomalyTableView::selectOnly(const std::vector<int>& rows) {
+    selectionModel()->select(rowSelection(*model(), rows), QItemSelectionModel::ClearAndSelect);
+}
+
+TableSheet AnomalyTableView::sheet() const {
+    std::vector<int> rows(static_cast<std::size_t>(model()->rowCount()));
+    std::iota(rows.begin(), rows.end(), 0);
+    return sheetOf(rows);
+}
+
+TableSheet AnomalyTableView::sheetOf(const std::vector<int>& rows) const {
+    const auto* sorted = qobject_cast<const AnomalyFilter*>(model());
+    const auto* source = qobject_cast<const AnomalyTableModel*>(sorted->sourceModel());
+    const std::vector<int> columns = m_columns->shown();
+    TableSheet sheet;
+    for (const int column : columns) {
+        sheet.titles << anomalyColumn(column).title;
+    }
+    for (const int row : rows) {
+        const AnomalyRow& anomaly = source->row(sorted->mapToSource(sorted->index(row, 0)).row());
+        std::vector<TableSheet::Cell> cells;
+        for (const int column : columns) {
+            cells.push_back(cellOf(anomaly, anomalyColumn(column)));
         }
-        const int least = column == AnomalyColumn::Attribute ? kLeastAttributeCharacters * character : 0;
-        setColumnWidth(column, std::clamp(columnWidth(column), least, kWidestCharacters * character));
+        sheet.rows.push_back(std::move(cells));
+    }
+    return sheet;
+}
+
+void AnomalyTableView::copySelected() const {
+    std::vector<int> rows;
+    for (const QModelIndex& index : selectionModel()->selectedRows()) {
+        rows.push_back(index.row());
+    }
+    if (!rows.empty()) {
+        std::sort(rows.begin(), rows.end());
+        QGuiApplication::clipboard()->setText(tabSeparated(sheetOf(rows)));
     }
 }
 
 void AnomalyTableView::keyPressEvent(QKeyEvent* event) {
     if (takesEditKey(*event)) {
         event->accept();
+        return;
+    }
+    if (event->matches(QKeySequence::Copy)) {
+        copySelected();
+        return;
+    }
+    if (event->key() == Qt::Key_Escape) {
+        emit escaped();
         return;
     }
     const QModelIndex before = currentIndex();
@@ -117,7 +177,7 @@ void AnomalyTableView::keyPressEvent(QKeyEvent* event) {
 
 void AnomalyTableView::mouseDoubleClickEvent(QMouseEvent* event) {
     const QModelIndex index = indexAt(event->position().toPoint());
-    if (event->button() == Qt::LeftButton && index.column() == AnomalyColumn::Attribute) {
+    if (event->button() == Qt::LeftButton && index.column() == AnomalyColumn::Attribute && !m_showsDeleted) {
         editAttribute();
     } else {
         QTableView::mouseDoubleClickEvent(event);
@@ -130,6 +190,14 @@ bool AnomalyTableView::takesEditKey(const QKeyEvent& event) {
         return false;
     }
     const int key = event.key();
+    if (m_showsDeleted) {
+        if (key == Qt::Key_Insert) {
+            emit restoreRequested();
+        }
+        // Enter and the keys that walk do what they do everywhere.
+        return key == Qt::Key_Insert || key == Qt::Key_Delete || key == Qt::Key_F2 ||
+               (key >= Qt::Key_0 && key <= Qt::Key_5);
+    }
     if (key == Qt::Key_Delete) {
         emit deleteRequested();
     } else if (key == Qt::Key_0) {
@@ -154,36 +222,28 @@ void AnomalyTableView::contextMenuEvent(QContextMenuEvent* event) {
     menu.exec(event->globalPos());
 }
 
-// The name stays: without it nobody knows what a row is about.
-void AnomalyTableView::showColumnMenu(const QPoint& place) {
-    QMenu menu(this);
-    menu.setObjectName("anomalyColumnMenu");
-    for (int column = AnomalyColumn::Name + 1; column < AnomalyColumn::Count; ++column) {
-        QAction* action = menu.addAction(columnOf(column).title);
-        action->setCheckable(true);
-        action->setChecked(!isColumnHidden(column));
-        connect(action, &QAction::toggled, this, [this, column](bool isShown) {
-            setColumnHidden(column, !isShown);
-            WantedColumns().set(column, isShown);
-            fitColumns();
-        });
-    }
-    menu.exec(horizontalHeader()->mapToGlobal(place));
-}
-
 // The keys stand in the entries' texts; the table takes them itself, and only while it has the focus.
 void AnomalyTableView::fill(QMenu& menu) {
     menu.addAction(tr("查看") + "\tEnter", this, [this] { emit showRequested(currentIndex()); });
-    menu.addAction(tr("删除") + "\tDelete", this, &AnomalyTableView::deleteRequested);
-    QMenu* attribute = menu.addMenu(tr("属性设置"));
+    if (m_showsDeleted) {
+        menu.addAction(tr("恢复") + "\tInsert", this, &AnomalyTableView::restoreRequested);
+    } else {
+        menu.addAction(tr("删除") + "\tDelete", this, &AnomalyTableView::deleteRequested);
+        fillVerdicts(*menu.addMenu(tr("属性设置")));
+    }
+    menu.addSeparator();
+    menu.addAction(tr("复制") + "\tCtrl+C", this, &AnomalyTableView::copySelected);
+}
+
+void AnomalyTableView::fillVerdicts(QMenu& menu) {
     for (int i = 0; i < fixedClasses().size(); ++i) {
         const QString& text = fixedClasses()[i];
-        attribute->addAction(QStringLiteral("%1\t%2").arg(text).arg(i + 1), this,
-                             [this, text] { emit attributeRequested(text); });
+        menu.addAction(QStringLiteral("%1\t%2").arg(text).arg(i + 1), this,
+                       [this, text] { emit attributeRequested(text); });
     }
-    attribute->addAction(tr("自定义") + "\t5", this, &AnomalyTableView::editAttribute);
-    attribute->addSeparator();
-    attribute->addAction(tr("取消判定") + "\t0", this, [this] { emit attributeRequested(QString()); });
+    menu.addAction(tr("自定义") + "\t5", this, &AnomalyTableView::editAttribute);
+    menu.addSeparator();
+    menu.addAction(tr("取消判定") + "\t0", this, [this] { emit attributeRequested(QString()); });
 }
 
 } // namespace inspection

@@ -1,18 +1,23 @@
 #pragma once
 
+#include "workbench/inspection/table/TableSheet.h"
+
 #include <QTableView>
 
 class QMenu;
 
 namespace inspection {
 
+class AnomalyRow;
 class AttributeDelegate;
+class TableColumns;
 
 /// The table of anomalies for mouse and keyboard. It announces what the user wants of the selected rows and
-/// changes nothing itself. Which columns are shown is chosen in the menu of its head and remembered. GUI thread.
+/// changes nothing itself. GUI thread.
 ///
 /// Keys: arrows and page keys walk, Enter shows, 1 to 4 set a fixed class, 5 or F2 edits the attribute, 0
-/// takes it away, Delete deletes. A double click shows, or edits in the attribute column.
+/// takes it away, Delete deletes, Ctrl+C copies. A double click shows, or edits in the attribute column. Of deleted
+/// anomalies nothing is judged; Insert restores them.
 class AnomalyTableView : public QTableView {
     Q_OBJECT
 
@@ -20,9 +25,15 @@ public:
     /// Its model has the columns of AnomalyTableModel.
     explicit AnomalyTableView(QAbstractItemModel& model, QWidget* parent = nullptr);
 
+    TableColumns& columns() { return *m_columns; }
+    /// The rows are deleted anomalies.
+    void setShowsDeleted(bool isDeleted) { m_showsDeleted = isDeleted; }
+    void selectOnly(const std::vector<int>& rows);
+    /// The columns that are shown, of all rows in their order.
+    TableSheet sheet() const;
+
     /// Opens the attribute's editor in the current row.
     void editAttribute();
-    void fitColumns();
 
 signals:
     /// The user has begun to write an attribute there.
@@ -33,6 +44,9 @@ signals:
     /// For the selected rows; empty for no attribute.
     void attributeRequested(const QString& attribute);
     void deleteRequested();
+    void restoreRequested();
+    /// Escape was pressed.
+    void escaped();
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;
@@ -43,9 +57,13 @@ protected:
 private:
     bool takesEditKey(const QKeyEvent& event);
     void fill(QMenu& menu);
-    void showColumnMenu(const QPoint& place);
+    void fillVerdicts(QMenu& menu);
+    TableSheet sheetOf(const std::vector<int>& rows) const;
+    void copySelected() const;
 
     AttributeDelegate* m_attributes;
+    TableColumns* m_columns;
+    bool m_showsDeleted = false;
 };
 
 } // namespace inspection

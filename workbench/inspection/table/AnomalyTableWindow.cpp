@@ -8,10 +8,14 @@
 #include "workbench/inspection/table/AnomalyTableModel.h"
 #include "workbench/inspection/table/AnomalyTableView.h"
 #include "workbench/inspection/table/ProjectSurroundings.h"
+#include "workbench/inspection/table/ShownStations.h"
+#include "workbench/inspection/table/TableColumns.h"
+#include "workbench/inspection/table/TableExport.h"
 #include "workbench/inspectiondata/database/AnomalyChanges.h"
 
 #include <QMetaMethod>
 #include <QScrollBar>
+#include <QShortcut>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -32,6 +36,24 @@ std::set<std::string> namesOfGone(const std::vector<AnomalyChange>& changes) {
     return names;
 }
 
+std::vector<SdiffData> presentOf(const std::vector<AnomalyChange>& changes) {
+    std::vector<SdiffData> anomalies;
+    for (const AnomalyChange& change : changes) {
+        if (!change.isGone) {
+            anomalies.push_back(change.anomaly);
+        }
+    }
+    return anomalies;
+}
+
+QStringList namesOf(const std::vector<std::string>& gbkNames) {
+    QStringList names;
+    for (const std::string& name : gbkNames) {
+        names << fromGbk(name);
+    }
+    return names;
+}
+
 std::vector<std::string> namesOfPresent(const std::vector<AnomalyChange>& changes) {
     std::vector<std::string> names;
     for (const AnomalyChange& change : changes) {
@@ -42,31 +64,21 @@ std::vector<std::string> namesOfPresent(const std::vector<AnomalyChange>& change
     return names;
 }
 
-/// Whole rows, in as few ranges as possible. `rows` in any order.
-QItemSelection rowSelection(const QAbstractItemModel& model, std::vector<int> rows) {
-    std::sort(rows.begin(), rows.end());
-    QItemSelection selection;
-    for (std::size_t first = 0; first < rows.size();) {
-        std::size_t last = first;
-        while (last + 1 < rows.size() && rows[last + 1] == rows[last] + 1) {
-            ++last;
-        }
-        selection.append({model.index(rows[first], 0), model.index(rows[last], model.columnCount() - 1)});
-        first = last + 1;
-    }
-    return selection;
-}
-
 } // namespace
 
 AnomalyTableWindow::AnomalyTableWindow(Session& session, AnomalyOverlays& overlays, QWidget* parent)
     : AVWindow(parent), m_session(session), m_edits(std::make_unique<AnomalyEdits>(session)),
       m_overlays(overlays), m_surroundings(new ProjectSurroundings(session, this)),
+      m_stations(std::make_unique<ShownStations>(session, *m_surroundings)),
       m_model(new AnomalyTableModel(this)), m_filter(new AnomalyFilter(this)), m_bar(new AnomalyFilterBar) {
     m_filter->setSourceModel(m_model);
     m_table = new AnomalyTableView(*m_filter);
     build();
+    m_bar->setExportMenu(new TableExport(m_session, *m_table, this));
     connectTable();
+    connectBar();
+    connect(&session, &Session::opened, this,
+            [this] { m_table->columns().useProject(m_session.project()->description().folder); });
     updateSummary();
 }
 
@@ -87,9 +99,9 @@ void AnomalyTableWindow::connectTable() {
     }
     m_reached.setInterval(kReachedMilliseconds);
     connect(&m_take, &QTimer::timeout, this, &AnomalyTableWindow::takeSelection);
-    connect(&m_show, &QTimer::timeout, this, &AnomalyTableWindow::showSelection);
+    connect(&m_show, &QTimer::timeout, this, &AnomalyTableWindow::goToSelection);
     connect(&m_reached, &QTimer::timeout, this, [this] {
-        if (const SdiffData* anomaly = anomalyAt(m_table->currentIndex())) {
+        if (const SdiffData* anomaly = goToStationOf(m_table->currentIndex())) {
             emit anomalyReached(*anomaly);
         }
     });
@@ -102,25 +114,30 @@ void AnomalyTableWindow::connectTable() {
     connect(m_table, &AnomalyTableView::walked, this, [this] { m_reached.start(); });
     connect(m_table, &AnomalyTableView::attributeRequested, this, &AnomalyTableWindow::classifySelected);
     connect(m_table, &AnomalyTableView::deleteRequested, this, &AnomalyTableWindow::deleteSelected);
+    connect(m_table, &AnomalyTableView::restoreRequested, this, &AnomalyTableWindow::restoreSelected);
     connect(m_table, &AnomalyTableView::showRequested, this, [this](const QModelIndex& index) {
-        if (const SdiffData* anomaly = anomalyAt(index)) {
+        if (const SdiffData* anomaly = goToStationOf(index)) {
             m_reached.stop();
             emit anomalyActivated(*anomaly);
         }
     });
-    connect(m_surroundings, &ProjectSurroundings::changed, this, &AnomalyTableWindow::measureSurroundings);
-    connect(m_bar, &AnomalyFilterBar::attributeChosen, this, [this](AttributeFilter filter) {
-        changeRows([&] { m_filter->setAttributeFilter(filter); });
-        selectNamedRows();
+    connect(m_surroundings, &ProjectSurroundings::changed, this,
+            [this] { m_model->setStations(m_stations->measureAnew()); });
+}
+
+void AnomalyTableWindow::connectBar() {
+    connect(m_bar, &AnomalyFilterBar::criteriaChanged, this, &AnomalyTableWindow::applyCriteria);
+    connect(m_bar, &AnomalyFilterBar::left, m_table, [this] { m_table->setFocus(); });
+    connect(m_table, &AnomalyTableView::escaped, m_bar, &AnomalyFilterBar::clearWords);
+    connect(new QShortcut(QKeySequence::Find, this), &QShortcut::activated, m_bar, &AnomalyFilterBar::search);
+}
+
+void AnomalyTableWindow::applyCriteria() {
+    changeRows([this] {
+        m_filter->setCriteria(m_bar->criteria());
+        m_table->setShowsDeleted(m_filter->showsDeleted());
     });
-    connect(m_bar, &AnomalyFilterBar::signChosen, this, [this](SignFilter filter) {
-        changeRows([&] { m_filter->setSignFilter(filter); });
-        selectNamedRows();
-    });
-    connect(m_bar, &AnomalyFilterBar::significanceChosen, this, [this](SignificanceFilter filter) {
-        changeRows([&] { m_filter->setSignificanceFilter(filter); });
-        selectNamedRows();
-    });
+    selectNamedRows();
 }
 
 void AnomalyTableWindow::SetCurrentItem(const KV_StationItem& item) {
@@ -130,23 +147,21 @@ void AnomalyTableWindow::SetCurrentItem(const KV_StationItem& item) {
 
 void AnomalyTableWindow::Refresh() {
     m_take.stop();
-    m_model->setAnomalies({}, nullptr);
+    m_model->setRows({});
     updateSummary();
 }
 
 void AnomalyTableWindow::AddData() {
+    m_stations->take(m_current);
     fill();
     showSelection();
 }
 
 void AnomalyTableWindow::fill() {
     m_take.stop();
-    m_model->setAnomalies(m_current.m_diffData.m_anomalies, m_surroundings->around(m_current.m_station));
-    m_table->fitColumns();
-}
-
-void AnomalyTableWindow::measureSurroundings() {
-    m_model->setSurroundings(m_surroundings->around(m_current.m_station));
+    m_model->setRows(m_stations->rows());
+    m_table->columns().setSeveralStations(m_stations->items().size() > 1);
+    m_table->columns().fit();
 }
 
 void AnomalyTableWindow::clearSelection() {
@@ -157,32 +172,28 @@ void AnomalyTableWindow::clearSelection() {
     }
 }
 
-void AnomalyTableWindow::showStation(KV_StationItem* item) {
-    if (!item) {
+void AnomalyTableWindow::showStations(const std::vector<KV_StationItem*>& items) {
+    if (items.empty()) {
         clearSelection();
     }
     Refresh();
-    SetCurrentItem(item ? *item : KV_StationItem());
+    std::vector<KV_StationItem> copies;
+    for (const KV_StationItem* item : items) {
+        copies.push_back(*item);
+    }
+    m_stations->show(std::move(copies));
+    const KV_StationItem* current = m_stations->item(m_current.GetStationId());
+    SetCurrentItem(current ? *current : items.empty() ? KV_StationItem() : *items.front());
     AddData();
 }
 
 void AnomalyTableWindow::updateSummary() {
-    const auto& anomalies = m_model->anomalies();
-    m_bar->setAnomalies(anomalies);
-    if (m_current.GetStationId() == 0) {
+    m_bar->setRows(m_model->rows());
+    if (m_stations->items().empty()) {
         m_bar->setSummary(tr("未选择站段"));
         return;
     }
-    const auto fills =
-        std::count_if(anomalies.begin(), anomalies.end(), [](const auto& each) { return each.isFill; });
-    const auto judged = std::count_if(anomalies.begin(), anomalies.end(),
-                                      [](const auto& each) { return !each.attribute.empty(); });
-    QString text = tr("%1：共 %2 处异常，填方 %3，挖方 %4，已判定 %5")
-                       .arg(fromGbk(m_current.m_station.m_name))
-                       .arg(anomalies.size())
-                       .arg(fills)
-                       .arg(static_cast<qsizetype>(anomalies.size()) - fills)
-                       .arg(judged);
+    QString text = m_stations->summary();
     if (m_filter->isFiltering()) {
         text += tr("，显示 %1").arg(m_filter->rowCount());
     }
@@ -191,6 +202,19 @@ void AnomalyTableWindow::updateSummary() {
         text += tr("，已选 %1").arg(selectedRows);
     }
     m_bar->setSummary(text);
+}
+
+const SdiffData* AnomalyTableWindow::goToStationOf(const QModelIndex& sortedIndex) {
+    const SdiffData* anomaly = anomalyAt(sortedIndex);
+    if (!anomaly) {
+        return nullptr;
+    }
+    const std::uint32_t id = m_model->row(m_filter->mapToSource(sortedIndex).row()).station().id;
+    const KV_StationItem* item = m_stations->item(id);
+    if (item && id != m_current.GetStationId()) {
+        m_current = *item;
+    }
+    return anomaly;
 }
 
 const SdiffData* AnomalyTableWindow::anomalyAt(const QModelIndex& sortedIndex) const {
@@ -208,7 +232,27 @@ std::vector<SdiffData> AnomalyTableWindow::selected() const {
     return anomalies;
 }
 
+std::vector<SdiffData> AnomalyTableWindow::selectedBeside(const std::vector<SdiffData>& anomalies) const {
+    std::set<std::string> beside(m_selectedNames.begin(), m_selectedNames.end());
+    for (const SdiffData& anomaly : anomalies) {
+        if (beside.erase(anomaly.name) == 0) {
+            return {};
+        }
+    }
+    std::vector<SdiffData> found;
+    for (const std::string& name : beside) {
+        if (const int row = m_model->rowOf(name); row >= 0) {
+            found.push_back(m_model->anomaly(row));
+        }
+    }
+    return found;
+}
+
 void AnomalyTableWindow::takeSelection() {
+    if (m_filter->showsDeleted()) {
+        updateSummary();
+        return;
+    }
     m_show.stop();
     m_selectedNames.clear();
     for (const SdiffData& anomaly : selected()) {
@@ -224,11 +268,7 @@ void AnomalyTableWindow::announceSelection() {
         return;
     }
     m_overlays.tint({});
-    QStringList names;
-    for (const std::string& name : m_selectedNames) {
-        names << fromGbk(name);
-    }
-    emit selectionChanged(names);
+    emit selectionChanged(namesOf(m_selectedNames));
 }
 
 void AnomalyTableWindow::connectNotify(const QMetaMethod& signal) {
@@ -273,6 +313,16 @@ void AnomalyTableWindow::showSelection() {
     goTo(selectNamedRows());
 }
 
+void AnomalyTableWindow::goToSelection() {
+    showSelection();
+    const bool areAllHere =
+        std::all_of(m_selectedNames.begin(), m_selectedNames.end(),
+                    [this](const std::string& name) { return m_model->rowOf(name) >= 0; });
+    if (!areAllHere) {
+        emit stationsNeeded(namesOf(m_selectedNames));
+    }
+}
+
 int AnomalyTableWindow::selectNamedRows() {
     std::vector<int> rows;
     for (const std::string& name : m_selectedNames) {
@@ -280,9 +330,7 @@ int AnomalyTableWindow::selectNamedRows() {
             rows.push_back(row);
         }
     }
-    changeRows([&] {
-        m_table->selectionModel()->select(rowSelection(*m_filter, rows), QItemSelectionModel::ClearAndSelect);
-    });
+    changeRows([&] { m_table->selectOnly(rows); });
     return rows.empty() ? -1 : rows.back();
 }
 
@@ -301,8 +349,7 @@ void AnomalyTableWindow::goTo(int row) {
 
 void AnomalyTableWindow::SetSelectedbycoor(KV_StationItem* item, double x, double y) {
     SdiffData anomaly;
-    if (item && item->GetStationId() == m_current.GetStationId() &&
-        item->m_diffData.GetdiffdataBycoor(x, y, anomaly)) {
+    if (item && m_stations->item(item->GetStationId()) && item->m_diffData.GetdiffdataBycoor(x, y, anomaly)) {
         lookAt(anomaly.name);
     }
 }
@@ -327,9 +374,18 @@ void AnomalyTableWindow::SetItemAtrii(KV_StationItem* item, const std::vector<Sd
 }
 
 void AnomalyTableWindow::DeleteItems(KV_StationItem* item, const std::vector<SdiffData>& anomalies) {
-    if (item && !anomalies.empty()) {
-        takeInto(*item, m_edits->remove(anomalies));
+    if (!item || anomalies.empty()) {
+        return;
     }
+    std::vector<SdiffData> deleted = anomalies;
+    const std::vector<SdiffData> others = selectedBeside(anomalies);
+    const QString question = tr("删除 %1 处异常？选“否”只删除这个站段的 %2 处。")
+                                 .arg(anomalies.size() + others.size())
+                                 .arg(anomalies.size());
+    if (!others.empty() && m_session.ask(question)) {
+        deleted.insert(deleted.end(), others.begin(), others.end());
+    }
+    takeInto(*item, m_edits->remove(deleted));
 }
 
 // The windows have their own records of the station, which have followed by now.
@@ -363,14 +419,21 @@ void AnomalyTableWindow::applyRows(const RowChanges& changes, Showing showing) {
 }
 
 bool AnomalyTableWindow::applyToTable(const std::vector<AnomalyChange>& changes) {
-    std::vector<SdiffData>& anomalies = m_current.m_diffData.m_anomalies;
-    applyChanges(changes, m_current.GetStationId(), anomalies);
-    changeRows([&] { m_model->remove(namesOfGone(changes)); });
-    if (static_cast<int>(anomalies.size()) != m_model->rowCount()) {
-        fill(); // rows have come back
+    applyChanges(changes, m_current.GetStationId(), m_current.m_diffData.m_anomalies);
+    m_stations->apply(changes);
+    const bool haveComeBack =
+        std::any_of(changes.begin(), changes.end(), [this](const AnomalyChange& change) {
+            return change.isNew && !change.isGone && m_stations->item(change.stationId);
+        });
+    if (haveComeBack) {
+        changeRows([this] { fill(); });
         return true;
     }
-    changeRows([&] { m_model->replace(anomalies); });
+    changeRows([&] {
+        m_model->remove(namesOfGone(changes));
+        m_model->add(m_stations->deletedRows(changes));
+        m_model->replace(presentOf(changes));
+    });
     return false;
 }
 
@@ -385,17 +448,26 @@ void AnomalyTableWindow::classifySelected(const QString& attribute) {
     for (SdiffData& anomaly : anomalies) {
         anomaly.attribute = toGbk(attribute);
     }
-    SetItemAtrii(&m_current, anomalies);
+    if (!anomalies.empty()) {
+        m_edits->classify(anomalies);
+    }
     walkOn();
 }
 
 void AnomalyTableWindow::deleteSelected() {
     const std::vector<SdiffData> anomalies = selected();
-    if (anomalies.empty() || !m_session.ask(tr("是否删除变形信息?"))) {
+    if (anomalies.empty() || !m_session.ask(tr("删除 %1 处异常？").arg(anomalies.size()))) {
         return;
     }
-    DeleteItems(&m_current, anomalies);
+    m_edits->remove(anomalies);
     walkOn();
+}
+
+void AnomalyTableWindow::restoreSelected() {
+    const std::vector<SdiffData> anomalies = selected();
+    if (!anomalies.empty()) {
+        m_edits->restore(anomalies);
+    }
 }
 
 // Rows that left the table, deleted or judged away under a filter, leave the current row on their neighbour.

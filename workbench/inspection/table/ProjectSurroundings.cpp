@@ -17,7 +17,10 @@ ProjectSurroundings::ProjectSurroundings(Session& session, QObject* parent)
     const ProjectHistory& history = m_session.history();
     connect(&history, &ProjectHistory::rowsChanged, this, &ProjectSurroundings::applyRows);
     connect(&history, &ProjectHistory::replacedByOthers, this, &ProjectSurroundings::forget);
-    connect(&m_session, &Session::closing, this, [this] { m_known.reset(); });
+    connect(&m_session, &Session::closing, this, [this] {
+        m_known.reset();
+        m_pipeline.reset();
+    });
     // The line is drawn in other programs, from which the user comes back.
     connect(qGuiApp, &QGuiApplication::applicationStateChanged, this, &ProjectSurroundings::lookAtCenterline);
 }
@@ -39,8 +42,8 @@ std::shared_ptr<const StationSurroundings> ProjectSurroundings::around(const KV_
 
 void ProjectSurroundings::read() {
     m_lineWritten = lineWritten();
-    m_known.emplace(Pipeline::read(m_session.project()->description()),
-                    readHighConsequenceAreas(*m_session.connection()));
+    m_pipeline = std::make_shared<Pipeline>(Pipeline::read(m_session.project()->description()));
+    m_known.emplace(*m_pipeline, readHighConsequenceAreas(*m_session.connection()));
 }
 
 void ProjectSurroundings::forget() {

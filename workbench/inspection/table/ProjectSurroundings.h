@@ -25,6 +25,8 @@ public:
     /// What lies around that station's anomalies; null for station 0, while no project is
     /// open, and when its database does not answer.
     std::shared_ptr<const StationSurroundings> around(const KV_Station& station);
+    /// The centre line as around() found it last; null before that.
+    std::shared_ptr<const Pipeline> pipeline() const { return m_pipeline; }
 
 signals:
     /// What was given before is no longer true.
@@ -39,6 +41,7 @@ private:
     QDateTime lineWritten() const;
 
     Session& m_session;
+    std::shared_ptr<const Pipeline> m_pipeline; ///< that of what is known
     std::optional<CorridorSurroundings> m_known;
     QDateTime m_lineWritten; ///< when the centre line's file was that has been read; invalid without one
 };

@@ -43,7 +43,7 @@ StationTree::StationTree(QWidget* parent) : QTreeWidget(parent) {
     setUniformRowHeights(true);
     setExpandsOnDoubleClick(false);
     setEditTriggers(QAbstractItemView::EditKeyPressed); // a double click flies there
-    setSelectionMode(QAbstractItemView::SingleSelection);
+    setSelectionMode(QAbstractItemView::ExtendedSelection);
     setItemDelegate(new NameDelegate(*this));
     makeGroups();
     connect(this, SIGNAL(itemChanged(QTreeWidgetItem*, int)), this, SLOT(extendCheck(QTreeWidgetItem*, int)));
@@ -143,28 +143,64 @@ std::vector<std::uint32_t> StationTree::checkedStations() const {
     return ids;
 }
 
+std::vector<std::uint32_t> StationTree::selectedStations() const {
+    std::vector<std::uint32_t> ids;
+    for (int i = 0; i < m_stations->childCount(); ++i) {
+        const QTreeWidgetItem* item = m_stations->child(i);
+        if (m_stations->isSelected() || item->isSelected()) {
+            ids.push_back(item->data(NameColumn, kIdRole).toUInt());
+        }
+    }
+    return ids;
+}
+
+void StationTree::selectStations(const std::vector<std::uint32_t>& ids) {
+    QItemSelection selection;
+    QModelIndex first;
+    for (const std::uint32_t id : ids) {
+        if (QTreeWidgetItem* entry = station(id)) {
+            const QModelIndex index = indexFromItem(entry, NameColumn);
+            first = first.isValid() ? first : index;
+            selection.select(index, index);
+        }
+    }
+    if (first.isValid()) {
+        selectionModel()->setCurrentIndex(first, QItemSelectionModel::NoUpdate);
+        selectionModel()->select(selection, QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+        scrollTo(first);
+    }
+}
+
 StationChoice StationTree::choice() const {
     StationChoice choice;
     for (const std::uint32_t id : checkedStations()) {
         choice.checked << station(id)->text(NameColumn);
     }
-    const QTreeWidgetItem* current = currentItem();
-    if (current && current->type() == Station) {
-        choice.current = current->text(NameColumn);
+    choice.isWholeLine = m_stations->isSelected();
+    if (!choice.isWholeLine) {
+        for (const std::uint32_t id : selectedStations()) {
+            choice.selected << station(id)->text(NameColumn);
+        }
     }
     return choice;
 }
 
 void StationTree::setChoice(const StationChoice& choice) {
+    std::vector<std::uint32_t> selected;
     for (int i = 0; i < m_stations->childCount(); ++i) {
         QTreeWidgetItem* entry = m_stations->child(i);
         const QString name = entry->text(NameColumn);
         if (choice.checked.contains(name)) {
             entry->setCheckState(NameColumn, Qt::Checked);
         }
-        if (!choice.current.isEmpty() && choice.current == name) {
-            setCurrentItem(entry);
+        if (choice.selected.contains(name)) {
+            selected.push_back(entry->data(NameColumn, kIdRole).toUInt());
         }
+    }
+    if (choice.isWholeLine) {
+        setCurrentItem(m_stations);
+    } else {
+        selectStations(selected);
     }
 }
 

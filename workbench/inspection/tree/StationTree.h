@@ -11,11 +11,12 @@ namespace inspection {
 /// What of the stations the user has chosen, by name.
 struct StationChoice {
     QStringList checked;
-    QString current; ///< empty when no station is
+    QStringList selected;
+    bool isWholeLine = false; ///< their group is selected
 };
 
 /// The tree of stations and special objects with its check boxes: a click on a box with Shift sets all boxes
-/// from the last one set up to it; special objects are renamed with F2 and deleted with Delete; the context
+/// from the last one set up to it; several stations are selected as in any list, or by their group; special objects are renamed with F2 and deleted with Delete; the context
 /// menu checks all, none, renames, deletes, or flies there. GUI thread.
 class StationTree : public QTreeWidget {
     Q_OBJECT
@@ -43,6 +44,10 @@ public:
     QTreeWidgetItem* station(std::uint32_t id) const;
     /// Ids of the checked stations in tree order.
     std::vector<std::uint32_t> checkedStations() const;
+    /// Ids of the selected ones in tree order; of all of them while their group is selected.
+    std::vector<std::uint32_t> selectedStations() const;
+    /// Selects these and no others, the first of them being the current entry.
+    void selectStations(const std::vector<std::uint32_t>& ids);
     StationChoice choice() const;
     /// Names that there are no more are passed over.
     void setChoice(const StationChoice& choice);

@@ -62,6 +62,7 @@ StationTreeWindow::StationTreeWindow(Session& session, AnomalyOverlays& overlays
             SLOT(ChangeStationStates(QTreeWidgetItem*, int)));
     connect(m_tree, SIGNAL(currentItemChanged(QTreeWidgetItem*, QTreeWidgetItem*)), this,
             SLOT(changeCurrent(QTreeWidgetItem*)));
+    connect(m_tree, &QTreeWidget::itemSelectionChanged, this, &StationTreeWindow::announceChosen);
     connect(m_tree, SIGNAL(itemDoubleClicked(QTreeWidgetItem*, int)), this,
             SLOT(flyToItem(QTreeWidgetItem*)));
     connect(m_tree, SIGNAL(flyRequested(QTreeWidgetItem*)), this, SLOT(flyToItem(QTreeWidgetItem*)));
@@ -106,7 +107,7 @@ void StationTreeWindow::load() {
 void StationTreeWindow::clear() {
     m_overlays.hideAll();
     m_objects->clear();
-    emit currentStationChanged(nullptr);
+    emit stationsChosen({});
     m_formerItems = std::exchange(m_items, {});
     m_read.clear();
     m_computed.clear();
@@ -195,9 +196,42 @@ void StationTreeWindow::ChangeStationStates(QTreeWidgetItem* entry, int column) 
 
 void StationTreeWindow::changeCurrent(QTreeWidgetItem* entry) {
     m_objects->markCurrent(entry);
-    if (entry && entry->type() == StationTree::Station) {
-        emit currentStationChanged(
-            readItem(entry->data(StationTree::NameColumn, StationTree::kIdRole).toUInt()));
+}
+
+// While no station is selected, as when somebody looks at a special object, the ones before stay.
+void StationTreeWindow::announceChosen() {
+    std::vector<KV_StationItem*> chosen;
+    for (const std::uint32_t id : m_tree->selectedStations()) {
+        chosen.push_back(readItem(id));
+    }
+    if (!chosen.empty()) {
+        emit stationsChosen(chosen);
+    }
+}
+
+void StationTreeWindow::chooseStationsOf(const QStringList& anomalyNames) {
+    std::set<std::string> names;
+    for (const QString& name : anomalyNames) {
+        names.insert(toGbk(name));
+    }
+    std::vector<std::uint32_t> ids;
+    for (const auto& station : m_items) {
+        const std::vector<SdiffData>& anomalies = station->m_diffData.m_anomalies;
+        const bool isMeant = std::any_of(anomalies.begin(), anomalies.end(), [&](const SdiffData& anomaly) {
+            return names.count(anomaly.name) != 0;
+        });
+        if (isMeant && station->readclassfi()) {
+            ids.push_back(station->GetStationId());
+        }
+    }
+    if (!ids.empty() && ids != m_tree->selectedStations()) {
+        m_tree->selectStations(ids);
+    }
+}
+
+void StationTreeWindow::check(std::uint32_t stationId) {
+    if (QTreeWidgetItem* entry = m_tree->station(stationId)) {
+        entry->setCheckState(StationTree::NameColumn, Qt::Checked);
     }
 }
 
@@ -232,9 +266,8 @@ void StationTreeWindow::takeResults(const std::vector<std::uint32_t>& stationIds
         refreshStation(id);
     }
     refreshOverlays();
-    const QTreeWidgetItem* current = m_tree->currentItem();
-    if (current && current->type() == StationTree::Station) {
-        changeCurrent(m_tree->currentItem());
+    if (!m_tree->selectedStations().empty()) {
+        announceChosen();
         return;
     }
     const auto rich = std::find_if(stationIds.begin(), stationIds.end(), [this](std::uint32_t id) {
@@ -270,8 +303,17 @@ void StationTreeWindow::applyRows(const RowChanges& changes, Showing showing) {
             applyTo(*station, anomalies);
         }
     }
-    if (showing == Showing::Followed && !changed.empty() && m_tree->station(*changed.rbegin())) {
-        m_tree->setCurrentItem(m_tree->station(*changed.rbegin()));
+    if (showing == Showing::Followed && !changed.empty()) {
+        showThose(changed);
+    }
+}
+
+// Where all of them are among the selected stations, these stay.
+void StationTreeWindow::showThose(const std::set<std::uint32_t>& stationIds) {
+    const std::vector<std::uint32_t> shown = m_tree->selectedStations();
+    const std::set<std::uint32_t> selected(shown.begin(), shown.end());
+    if (!std::includes(selected.begin(), selected.end(), stationIds.begin(), stationIds.end())) {
+        m_tree->selectStations({stationIds.begin(), stationIds.end()});
     }
 }
 
@@ -297,6 +339,15 @@ StationChoice StationTreeWindow::choice() const {
 
 void StationTreeWindow::setChoice(const StationChoice& choice) {
     m_tree->setChoice(choice);
+}
+
+void StationTreeWindow::checkComputed() {
+    for (const std::uint32_t id : m_computed) {
+        check(id);
+    }
+    if (!m_computed.empty()) {
+        m_tree->setCurrentItem(m_tree->stationRoot());
+    }
 }
 
 bool StationTreeWindow::hasOtherStations() const {
@@ -331,10 +382,7 @@ void StationTreeWindow::reloadAnomalies() {
         qCWarning(windowLog).noquote() << "The anomalies cannot be read again:" << exception.what();
     }
     refreshOverlays();
-    const QTreeWidgetItem* current = m_tree->currentItem();
-    if (current && current->type() == StationTree::Station) {
-        changeCurrent(m_tree->currentItem());
-    }
+    announceChosen();
 }
 
 void StationTreeWindow::refreshOverlays() {
@@ -379,9 +427,14 @@ bool StationTreeWindow::SetcurrentdiffSelected(KV_StationItem* station) {
     if (!station || !station->readclassfi()) {
         return false;
     }
-    // The caller fills the table itself.
+    // The caller fills the table itself; where the station is one of several there, they all stay.
     const QSignalBlocker quiet(m_tree);
-    m_tree->setCurrentItem(m_tree->station(station->GetStationId()));
+    const std::vector<std::uint32_t> selected = m_tree->selectedStations();
+    const bool isSelected =
+        std::find(selected.begin(), selected.end(), station->GetStationId()) != selected.end();
+    m_tree->setCurrentItem(m_tree->station(station->GetStationId()), StationTree::NameColumn,
+                           isSelected ? QItemSelectionModel::NoUpdate
+                                      : QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
     return true;
 }
 

@@ -57,6 +57,13 @@ public slots:
     /// Selects the special object of that name, as the one that the user works on; an unknown name changes
     /// nothing.
     void SelectNode(const QString& name);
+    /// Selects the stations of the anomalies of these names, among those that have been read
+    /// and still can be; without any nothing changes.
+    void chooseStationsOf(const QStringList& anomalyNames);
+    /// Checks that station, so that its anomalies are on the globe.
+    void check(std::uint32_t stationId);
+    /// Checks all stations that have results, and selects the whole line where there are any.
+    void checkComputed();
     /// Fills the tree from the project's database.
     void load();
     void clear();
@@ -70,14 +77,15 @@ public slots:
     void recolourOverlays();
 
 signals:
-    /// The user looks at another station, or its anomalies are new. Null when the tree was emptied.
-    void currentStationChanged(KV_StationItem* item);
+    /// The user looks at other stations, or their anomalies are new. Empty when the tree was emptied.
+    void stationsChosen(const std::vector<KV_StationItem*>& items);
     /// Overlays of a station are on the globe, new ones in place of old ones.
     void overlaysShown();
 
 private slots:
     void ChangeStationStates(QTreeWidgetItem* item, int column);
     void changeCurrent(QTreeWidgetItem* item);
+    void announceChosen();
     void flyToItem(QTreeWidgetItem* item);
     void takeResults(const std::vector<std::uint32_t>& stationIds);
 
@@ -97,6 +105,7 @@ private:
     void refreshOverlays();
     /// Reads a station and its anomalies again.
     void refreshStation(std::uint32_t stationId);
+    void showThose(const std::set<std::uint32_t>& stationIds);
     void applyTo(KV_StationItem& station, const std::vector<AnomalyChange>& changes);
     std::pair<QColor, QColor> colours() const;
 

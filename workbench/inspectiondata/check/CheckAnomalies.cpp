@@ -1,6 +1,7 @@
 #include "workbench/inspectiondata/check/CheckAnomalies.h"
 
 #include "workbench/inspectiondata/check/RowCheck.h"
+#include "workbench/inspectiondata/database/AnomalyTable.h"
 #include "workbench/inspectiondata/database/ComparisonTable.h"
 #include "workbench/inspectiondata/database/Outline.h"
 #include "workbench/inspectiondata/database/Revision.h"
@@ -69,6 +70,8 @@ void checkAnomaly(Others& others, RowCheck row) {
     row.expectText("name");
     row.expect(others.names.insert(row.text("name")).second, QStringLiteral("名称重复"));
     row.expectVersion(others.newestRevision);
+    const std::int64_t mark = row.whole(kDeletedColumn);
+    row.expect(mark == 0 || mark == 1, QStringLiteral("is_deleted 既不是 0 也不是 1"));
     checkPlace(row);
     checkFigures(row);
 }

@@ -30,8 +30,9 @@ std::vector<Comparison> comparisonsWith(KV_MySQL& database, const QString& key) 
 }
 
 std::int64_t judgedIn(const std::vector<Comparison>& comparisons) {
-    return std::accumulate(comparisons.begin(), comparisons.end(), std::int64_t{0},
-                           [](std::int64_t sum, const Comparison& each) { return sum + each.judged; });
+    return std::accumulate(
+        comparisons.begin(), comparisons.end(), std::int64_t{0},
+        [](std::int64_t sum, const Comparison& each) { return sum + each.judged + each.deleted; });
 }
 
 void removeComparison(const ProjectDescription& project, KV_MySQL& database, const Comparison& comparison) {
@@ -58,8 +59,10 @@ Status removeResults(const ProjectDescription& project, KV_MySQL& database, cons
         if (judged > 0 && verdicts == Verdicts::Keep) {
             return fileFailure(
                 projectFile(project.folder),
-                QStringLiteral("%1 verdicts on comparisons of epoch %2 would be lost").arg(judged).arg(key),
-                QStringLiteral("期次 %1 的对比结果中有 %2 处异常已判定，删除该期会一并删除")
+                QStringLiteral("%1 verdicts and deletions on comparisons of epoch %2 would be lost")
+                    .arg(judged)
+                    .arg(key),
+                QStringLiteral("期次 %1 的对比结果中有 %2 处异常已判定或已删除，删除该期会一并删除")
                     .arg(key)
                     .arg(judged));
         }

@@ -7,7 +7,7 @@
 
 namespace inspection {
 
-/// What happens to verdicts on what an epoch was compared with.
+/// What happens to verdicts on what an epoch was compared with, and to what was deleted of it.
 enum class Verdicts {
     Keep,  ///< the epoch is not removed while there are any
     Remove ///< they go with it

@@ -14,9 +14,12 @@
 #include <QDir>
 #include <QFileInfo>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdio>
+#include <iterator>
+#include <map>
 #include <optional>
 
 namespace inspection {
@@ -45,6 +48,22 @@ void keepVerdicts(const std::vector<SdiffData>& earlier, std::vector<SdiffData>&
             }
         }
     }
+}
+
+/// What of the found ones an inspector has deleted before goes out of them, and is given. One that also is where he has
+/// left another one stays: it is more than what he deleted.
+std::vector<SdiffData> takeDeleted(const std::vector<SdiffData>& deleted, const std::vector<SdiffData>& left,
+                                   std::vector<SdiffData>& found) {
+    const auto isAmong = [](const std::vector<SdiffData>& earlier, const SdiffData& anomaly) {
+        return std::any_of(earlier.begin(), earlier.end(),
+                           [&](const SdiffData& each) { return samePlace(each, anomaly); });
+    };
+    const auto first = std::stable_partition(found.begin(), found.end(), [&](const SdiffData& anomaly) {
+        return !isAmong(deleted, anomaly) || isAmong(left, anomaly);
+    });
+    std::vector<SdiffData> taken(std::make_move_iterator(first), std::make_move_iterator(found.end()));
+    found.erase(first, found.end());
+    return taken;
 }
 
 std::string anomalyName(std::uint32_t stationId, std::size_t number) {
@@ -95,11 +114,16 @@ Result<StationDetection::Rasters> ResultStore::newRasters(std::uint32_t stationI
 }
 
 void ResultStore::storeStation(KV_MySQL& database, StationChanges& changes,
+                               const std::vector<SdiffData>& deleted,
                                const detect::Coregistration& coregistration) const {
-    const auto earlier = readAnomalies(database, changes.stationId, m_pair);
-    keepVerdicts(earlier, changes.anomalies);
-    deleteAnomalies(database, earlier);
+    const auto left = readAnomalies(database, changes.stationId, m_pair);
+    for (const auto& earlier : {left, deleted}) {
+        keepVerdicts(earlier, changes.anomalies);
+        deleteAnomalies(database, earlier);
+    }
+    std::vector<SdiffData> deletedAgain = takeDeleted(deleted, left, changes.anomalies);
     insertAnomalies(database, changes.stationId, m_pair, changes.anomalies);
+    insertAnomalies(database, changes.stationId, m_pair, deletedAgain, true);
 
     StationResult result;
     result.stationId = changes.stationId;
@@ -132,9 +156,13 @@ void ResultStore::store(KV_MySQL& database, std::vector<StationChanges>& changes
         noteComputation(database, inspector, m_pair, QObject::tr("计算 %1 个站段的异常").arg(changes.size()));
     const std::int64_t comparisonId = needComparison(database, m_pair);
     TakenByOthers taken = takenByOthers(database, comparisonId);
+    std::map<std::uint32_t, std::vector<SdiffData>> deleted;
+    for (DeletedAnomaly& each : readDeletedAnomalies(database, m_pair)) {
+        deleted[each.stationId].push_back(std::move(each.anomaly));
+    }
     for (StationChanges& station : changes) {
         identify(station, taken);
-        storeStation(database, station, coregistration);
+        storeStation(database, station, deleted[station.stationId], coregistration);
     }
     forgetEdits(database, comparisonId); // of anomalies that are no longer
     const QStringList replaced = unnamedRasters(m_project, database);

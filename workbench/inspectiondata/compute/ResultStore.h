@@ -27,13 +27,14 @@ public:
 
     /// Replaces anomalies and result that each station has of the project's pair, all in one transaction, then
     /// removes the rasters of stations that no result names any more. A verdict on an anomaly that was found again at the
-    /// same place is kept. Anomalies are named "S3-0007" by the lowest numbers that no other pair uses. Throws
+    /// same place is kept; one that was deleted is stored as deleted again, and taken out of `changes`. Anomalies are named "S3-0007" by the lowest numbers that no other pair uses. Throws
     /// KV_MySQL_Exception when the database refuses; nothing is replaced then.
     void store(mysqlhelper::KV_MySQL& database, std::vector<StationChanges>& changes,
                const detect::Coregistration& coregistration);
 
 private:
     void storeStation(mysqlhelper::KV_MySQL& database, StationChanges& changes,
+                      const std::vector<SdiffData>& deleted,
                       const detect::Coregistration& coregistration) const;
 
     const ProjectDescription& m_project;

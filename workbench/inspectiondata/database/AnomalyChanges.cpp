@@ -20,13 +20,18 @@ const mysqlhelper::KV_Record& rowOf(const RowChange& change) {
     return change.after ? *change.after : *change.before;
 }
 
+bool isThere(const std::optional<mysqlhelper::KV_Record>& row) {
+    return row && !isDeleted(*row);
+}
+
 AnomalyChange anomalyChange(const RowChange& change) {
     const auto& row = rowOf(change);
     AnomalyChange made;
     takeField(row, "station_id", made.stationId);
     made.anomaly = anomalyOf(row);
-    made.isNew = !change.before;
-    made.isGone = !change.after;
+    made.isNew = !isThere(change.before);
+    made.isGone = !isThere(change.after);
+    made.isMarked = made.isGone && change.after;
     return made;
 }
 
@@ -56,7 +61,7 @@ std::vector<AnomalyChange> anomalyChanges(const RowChanges& changes, std::int64_
         if (isFirst) {
             last.push_back(anomalyChange(*change));
         } else {
-            last[found->second].isNew = last[found->second].isNew || !change->before;
+            last[found->second].isNew = last[found->second].isNew || !isThere(change->before);
         }
     }
     std::reverse(last.begin(), last.end());

@@ -12,9 +12,10 @@ namespace inspection {
 
 struct AnomalyChange {
     std::uint32_t stationId = 0;
-    SdiffData anomaly; ///< as it is now; one that is gone as it was last
-    bool isNew = false;
-    bool isGone = false;
+    SdiffData anomaly;     ///< as it is now; one that is gone as it was last
+    bool isNew = false;    ///< added, or restored after it was deleted
+    bool isGone = false;   ///< also one that is only marked as deleted
+    bool isMarked = false; ///< gone, and can be restored
 };
 
 /// The anomalies of a comparison among the rows, each once, in the order in which they were changed last.

@@ -49,8 +49,11 @@ struct Taking {
     }
 };
 
-KV_Record recordOf(std::uint32_t stationId, std::int64_t comparisonId, const SdiffData& anomaly) {
-    KV_Record row{{"station_id", std::int64_t{stationId}}, {kComparisonColumn, comparisonId}};
+KV_Record recordOf(std::uint32_t stationId, std::int64_t comparisonId, const SdiffData& anomaly,
+                   bool isDeleted) {
+    KV_Record row{{"station_id", std::int64_t{stationId}},
+                  {kComparisonColumn, comparisonId},
+                  {kDeletedColumn, std::int64_t{isDeleted}}};
     for (const AnomalyField& field : kAnomalyFields) {
         row.emplace(field.name, std::visit(StoredValue{anomaly}, field.member));
     }
@@ -68,6 +71,12 @@ void take(const KV_Record& row, TakenByOthers& taken) {
 
 } // namespace
 
+bool isDeleted(const KV_Record& row) {
+    int mark = 0;
+    takeField(row, kDeletedColumn, mark);
+    return mark != 0;
+}
+
 SdiffData anomalyOf(const KV_Record& row) {
     SdiffData anomaly;
     takeField(row, "id", anomaly.id);
@@ -82,18 +91,31 @@ std::vector<SdiffData> readAnomalies(KV_MySQL& database, std::uint32_t stationId
     std::vector<SdiffData> anomalies;
     for (const KV_Record& row :
          database.queryRecord("select a.* from anomaly a join comparison c on c.id=a.comparison_id "
-                              "where a.station_id=? and c.old_epoch=? and c.new_epoch=? order by a.name",
+                              "where a.station_id=? and c.old_epoch=? and c.new_epoch=? and a.is_deleted=0 "
+                              "order by a.name",
                               {std::int64_t{stationId}, toGbk(pair.older), toGbk(pair.newer)})) {
         anomalies.push_back(anomalyOf(row));
     }
     return anomalies;
 }
 
+std::vector<DeletedAnomaly> readDeletedAnomalies(KV_MySQL& database, const EpochPair& pair) {
+    std::vector<DeletedAnomaly> deleted;
+    for (const KV_Record& row :
+         database.queryRecord("select * from anomaly where comparison_id=? and is_deleted=1 order by name",
+                              {findComparison(database, pair)})) {
+        deleted.push_back({0, anomalyOf(row)});
+        takeField(row, "station_id", deleted.back().stationId);
+    }
+    return deleted;
+}
+
 std::map<std::uint32_t, std::size_t> countAnomalies(KV_MySQL& database, const EpochPair& pair) {
     std::map<std::uint32_t, std::size_t> counts;
-    for (const KV_Record& row : database.queryRecord("select station_id, count(*) as anomalies from anomaly "
-                                                     "where comparison_id=? group by station_id",
-                                                     {findComparison(database, pair)})) {
+    for (const KV_Record& row :
+         database.queryRecord("select station_id, count(*) as anomalies from anomaly "
+                              "where comparison_id=? and is_deleted=0 group by station_id",
+                              {findComparison(database, pair)})) {
         std::uint32_t stationId = 0;
         takeField(row, "station_id", stationId);
         takeField(row, "anomalies", counts[stationId]);
@@ -125,10 +147,11 @@ TakenByOthers takenByOthers(KV_MySQL& database, std::int64_t comparisonId) {
 }
 
 void insertAnomalies(KV_MySQL& database, std::uint32_t stationId, const EpochPair& pair,
-                     std::vector<SdiffData>& anomalies) {
+                     std::vector<SdiffData>& anomalies, bool areDeleted) {
     const std::int64_t comparisonId = needComparison(database, pair);
     for (SdiffData& anomaly : anomalies) {
-        anomaly.id = database.insertRecord(kAnomalyTable, recordOf(stationId, comparisonId, anomaly));
+        anomaly.id =
+            database.insertRecord(kAnomalyTable, recordOf(stationId, comparisonId, anomaly, areDeleted));
     }
 }
 

@@ -35,11 +35,13 @@ void takeResults(KV_MySQL& database, std::map<std::int64_t, Comparison>& compari
 
 void takeAnomalies(KV_MySQL& database, std::map<std::int64_t, Comparison>& comparisons) {
     for (const KV_Record& row : database.queryRecord(
-             "select comparison_id, count(*) as anomalies, "
-             "count(case when attribute<>'' then 1 end) as judged from anomaly group by comparison_id")) {
+             "select comparison_id, count(case when is_deleted=0 then 1 end) as anomalies, "
+             "count(case when is_deleted=0 and attribute<>'' then 1 end) as judged, "
+             "count(case when is_deleted=1 then 1 end) as deleted from anomaly group by comparison_id")) {
         Comparison& comparison = comparisons[comparisonOf(row)];
         takeField(row, "anomalies", comparison.anomalies);
         takeField(row, "judged", comparison.judged);
+        takeField(row, "deleted", comparison.deleted);
     }
 }
 

@@ -27,7 +27,8 @@ struct Comparison {
     QString computedAt; ///< ISO date and time, UTC, of its newest result; empty without one
     std::int64_t stations = 0;
     std::int64_t anomalies = 0;
-    std::int64_t judged = 0; ///< anomalies with a verdict
+    std::int64_t judged = 0;  ///< anomalies with a verdict
+    std::int64_t deleted = 0; ///< anomalies that an inspector has deleted; not among the others
 };
 
 /// kNoComparison while the pair was never computed.

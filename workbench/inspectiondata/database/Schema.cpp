@@ -1,6 +1,7 @@
 #include "workbench/inspectiondata/database/Schema.h"
 
 #include "host/inspection/Records.h"
+#include "workbench/inspectiondata/database/AnomalyTable.h"
 #include "workbench/inspectiondata/database/ComparisonStep.h"
 #include "workbench/inspectiondata/database/ComparisonTable.h"
 #include "workbench/inspectiondata/database/Driver.h"
@@ -186,12 +187,17 @@ void addUncertainty(KV_MySQL& database, const EpochPair& /*pair*/) {
     }
 }
 
+/// Anomalies that an inspector has deleted stay, so that a computation knows them again.
+void addDeletedAnomalies(KV_MySQL& database, const EpochPair& /*pair*/) {
+    addColumn(database, kAnomalyTable, {kDeletedColumn, Sort::Integer, true, "0"});
+}
+
 // Step n brings version n to version n + 1. Steps are only ever added; what one of them does stays as it is.
 // A server may have kept a part of a step that was not completed, so each must be repeatable, as createTable
 // and addColumn are. Tables that a step adds go into storedTables() too.
 using MigrationStep = void (*)(KV_MySQL&, const EpochPair& pair);
-constexpr MigrationStep kSteps[] = {createFirstVersion, addEditHistory, addRevisions, addComparisons,
-                                    addUncertainty};
+constexpr MigrationStep kSteps[] = {createFirstVersion, addEditHistory, addRevisions,
+                                    addComparisons,     addUncertainty, addDeletedAnomalies};
 static_assert(std::size(kSteps) == kSchemaVersion);
 
 void takeSteps(KV_MySQL& database, int from, const EpochPair& pair) {

@@ -10,7 +10,7 @@
 /// The tables of a project's database. docs/data-model.md describes them column by column.
 namespace inspection {
 
-constexpr int kSchemaVersion = 5;
+constexpr int kSchemaVersion = 6;
 
 /// Table of an object type code (KV_ObjectType), empty for an unknown one.
 INSPECTIONDATA_API std::string tableName(int type);

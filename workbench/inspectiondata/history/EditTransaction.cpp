@@ -1,5 +1,6 @@
 #include "workbench/inspectiondata/history/EditTransaction.h"
 
+#include "workbench/inspectiondata/database/AnomalyTable.h"
 #include "workbench/inspectiondata/database/Fields.h"
 #include "workbench/inspectiondata/database/Revision.h"
 #include "workbench/inspectiondata/database/RowBatch.h"
@@ -20,6 +21,10 @@ RowIds idsOf(const std::vector<Row>& rows) {
         ids.push_back(row.id);
     }
     return ids;
+}
+
+bool isOutOfReach(const KV_Record& row, const RowEdit& edit) {
+    return isDeleted(row) && edit.fields.count(kDeletedColumn) == 0;
 }
 
 } // namespace
@@ -52,8 +57,11 @@ bool EditTransaction::update(const std::string& table, const std::vector<RowEdit
             continue;
         }
         const auto before = stored.find(edit.id);
-        if (before == stored.end()) {
+        if (before == stored.end() || isOutOfReach(before->second, edit)) {
             m_conflicts.push_back({table, edit.id, edit.seenName, 0, true});
+            if (edit.seenName.empty() && before != stored.end()) {
+                takeField(before->second, "name", m_conflicts.back().name);
+            }
             areThere = false;
             continue;
         }
@@ -93,6 +101,18 @@ void EditTransaction::remove(const std::string& table, const std::vector<SeenRow
         }
     }
     deleteRows(m_database, table, gone);
+}
+
+void EditTransaction::markDeleted(const std::string& table, const std::vector<SeenRow>& rows) {
+    const auto stored = readRows(m_database, table, idsOf(rows));
+    std::vector<RowEdit> edits;
+    for (const SeenRow& row : rows) {
+        const auto found = stored.find(row.id);
+        if (found != stored.end() && !isDeleted(found->second)) {
+            edits.push_back({row.id, {{kDeletedColumn, std::int64_t{1}}}, row.version});
+        }
+    }
+    update(table, edits);
 }
 
 void EditTransaction::check(const std::string& table, const KV_Record& row, std::int64_t seenVersion) {

@@ -46,11 +46,13 @@ public:
     bool update(const std::string& table, std::int64_t id, const mysqlhelper::KV_Record& fields,
                 std::int64_t seenVersion, const std::string& seenName = {});
     /// The same for many rows, by few statements. Of several edits of one row the first one counts. False
-    /// when one of the rows is not there.
+    /// when one of the rows is not there. A row that is marked as deleted is not there, unless the edit restores it.
     bool update(const std::string& table, const std::vector<RowEdit>& edits);
     /// A row that is gone already is no conflict.
     void remove(const std::string& table, std::int64_t id, std::int64_t seenVersion);
     void remove(const std::string& table, const std::vector<SeenRow>& rows);
+    /// Marks the rows as deleted (kDeletedColumn). One that is marked or gone already is no conflict.
+    void markDeleted(const std::string& table, const std::vector<SeenRow>& rows);
 
     /// The project's revision that this edit makes.
     std::int64_t revision() const { return m_revision; }
