@@ -34,7 +34,7 @@ using inspection::StationTreeWindow;
 using inspection::StationWork;
 
 namespace {
-constexpr double kFlightSeconds = 1.5;
+constexpr double kFlightSeconds = 0.8;
 constexpr double kStepSeconds = 0.6; ///< from one row of the table to the next
 } // namespace
 
