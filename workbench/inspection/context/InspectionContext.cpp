@@ -15,6 +15,7 @@
 #include "workbench/inspection/table/AnomalyTableWindow.h"
 #include "workbench/inspection/tree/StationTree.h"
 #include "workbench/inspection/tree/StationTreeWindow.h"
+#include "workbench/inspectiondata/database/AnomalyChanges.h"
 #include "workbench/inspectiondata/database/StationTable.h"
 
 #include <algorithm>
@@ -91,6 +92,7 @@ void InspectionContext::connectWindows() {
     connect(&history, &inspection::ProjectHistory::redoable, m_anomalies, &AVWindow::sent_msg_redo);
     connect(&history, &inspection::ProjectHistory::rowsChanged, m_stations, &StationTreeWindow::applyRows);
     connect(&history, &inspection::ProjectHistory::rowsChanged, m_anomalies, &AnomalyTableWindow::applyRows);
+    connect(&history, &inspection::ProjectHistory::rowsChanged, this, &InspectionContext::updateOverlays);
     connect(&history, &inspection::ProjectHistory::replacedByOthers, m_stations, &StationTreeWindow::reload);
     connect(&history, &inspection::ProjectHistory::replacedByOthers, this, &InspectionContext::showPipeline);
     connect(m_session.get(), &Session::objectsReplaced, m_stations, &StationTreeWindow::reload);
@@ -117,6 +119,14 @@ void InspectionContext::showPipeline() {
         m_pipeline->show({pipeline, inspection::readStations(database), inspection::readPipeNodes(database)});
     } catch (const mysqlhelper::KV_MySQL_Exception& refusal) {
         qCWarning(inspection::windowLog) << "The pipeline cannot be shown on the globe:" << refusal.what();
+    }
+}
+
+void InspectionContext::updateOverlays(const inspection::RowChanges& changes) {
+    for (const inspection::AnomalyChange& change : anomalyChanges(changes, m_session->comparisonId())) {
+        if (!change.isGone) {
+            m_overlays->update(change.stationId, change.anomaly);
+        }
     }
 }
 

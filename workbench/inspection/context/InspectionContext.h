@@ -127,6 +127,8 @@ private:
 
     void connectWindows();
     void showPipeline();
+    /// Overlays show the verdicts of their anomalies.
+    void updateOverlays(const inspection::RowChanges& changes);
     void showAnomaly(const SdiffData& anomaly, double flightSeconds);
 
     std::unique_ptr<inspection::Session> m_session;

@@ -72,6 +72,7 @@ void AnomalyOverlays::show(const KV_StationItem& station, const OverlayStyle& st
 
     Station shown;
     shown.group = new osg::Group;
+    shown.style = bounded;
     shown.group->setName("diffImageOverlay");
     shown.group->addUpdateCallback(m_crisp.frameCallback());
 
@@ -129,6 +130,26 @@ void AnomalyOverlays::hideAll() {
     while (!m_stations.empty()) {
         hide(m_stations.begin()->first);
     }
+}
+
+// The overlay keeps its present picture until the new one has come.
+void AnomalyOverlays::update(std::uint32_t stationId, const SdiffData& anomaly) {
+    const auto found = m_stations.find(stationId);
+    osgEarth::MapNode* map = globeMapNode();
+    if (found == m_stations.end() || !map) {
+        return;
+    }
+    const auto entry = found->second.entries.find(anomaly.name);
+    if (entry == found->second.entries.end()) {
+        return;
+    }
+    std::uint64_t& handle = entry->second.handle;
+    m_crisp.remove(handle);
+    m_usual.forget({handle});
+    const auto source = std::make_shared<const OverlaySource>(OverlaySource{{anomaly}, found->second.style});
+    handle = m_crisp.add(*entry->second.overlay, source, 0);
+    m_usual.want(handle, source, 0, worldOf(*map, anomaly));
+    m_usual.paint();
 }
 
 void AnomalyOverlays::tint(const std::vector<std::string>& anomalyNames) {

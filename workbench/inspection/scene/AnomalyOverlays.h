@@ -42,6 +42,8 @@ public:
     bool isShown(std::uint32_t stationId) const { return m_stations.count(stationId) != 0; }
     /// Takes the overlay of that name (GBK) off the globe.
     void remove(std::uint32_t stationId, const std::string& anomalyName);
+    /// Paints the overlay of that anomaly as it is now, with its verdict. One that is not shown is passed over.
+    void update(std::uint32_t stationId, const SdiffData& anomaly);
     /// Tints the overlays of these names (GBK), of any station, and no others; also those that come later.
     void tint(const std::vector<std::string>& anomalyNames);
     /// Shows or hides all of them; hidden ones cannot be picked.
@@ -64,6 +66,7 @@ private:
     };
     struct Station {
         osg::ref_ptr<osg::Group> group;
+        OverlayStyle style;
         std::map<std::string, Entry> entries; ///< by the anomaly's name
     };
 
