@@ -262,6 +262,16 @@ void InspectionContext::setMapPictureSource(std::function<QImage()> source) {
     }
 }
 
+void InspectionContext::setClickFilter(std::function<bool()> isFree) {
+    if (m_overlays) {
+        m_overlays->pins().setClickFilter(std::move(isFree));
+    }
+}
+
+bool InspectionContext::isSelectionFollowed() const {
+    return m_anomalies && m_anomalies->isFollowed();
+}
+
 QWidget* InspectionContext::progressWidget() {
     return m_progress;
 }

@@ -91,6 +91,10 @@ public:
     void setOutputFolder(const QString& folder);
     /// Gives what the globe shows, for the report.
     void setMapPictureSource(std::function<QImage()> source);
+    /// Whether a click on the globe means nothing to the tool in use, so that it may be one on a pin. Asked for each.
+    void setClickFilter(std::function<bool()> isFree);
+    /// Whether the tool in use shows on the globe what is selected in the table.
+    bool isSelectionFollowed() const;
     /// The pipeline on the globe, and the window that says what is shown there. From initialise to shutdown.
     inspection::PipelineNodes& pipelineNodes() { return *m_pipeline; }
     inspection::LayerWindow* layerWindow();
