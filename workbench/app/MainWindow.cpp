@@ -13,6 +13,7 @@
 #include "workbench/engine/EngineContext.h"
 #include "workbench/inspection/context/InspectionContext.h"
 #include "workbench/inspectiondata/project/EpochTitles.h"
+#include "workbench/inspectiondata/text/AnomalyTexts.h"
 #include "workbench/viewer/GlobeWidget.h"
 #include "workbench/viewmanager/HandlerRegistry.h"
 
@@ -395,6 +396,9 @@ void MainWindow::editBaseLayers() {
 }
 
 void MainWindow::showPointer(double lonDegrees, double latDegrees, double heightMetres) {
-    m_coordinates->setText(degrees(lonDegrees, "E", "W") + "  " + degrees(latDegrees, "N", "S") + "  " +
-                           QString::number(heightMetres, 'f', 2) + " m ");
+    const auto difference = InspectionContext::instance().differenceAt(lonDegrees, latDegrees);
+    const QString compared =
+        difference ? "dZ " + inspection::differenceText(*difference, 3) + " m    " : QString();
+    m_coordinates->setText(compared + degrees(lonDegrees, "E", "W") + "  " + degrees(latDegrees, "N", "S") +
+                           "  " + QString::number(heightMetres, 'f', 2) + " m ");
 }

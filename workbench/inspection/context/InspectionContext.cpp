@@ -1,6 +1,7 @@
 #include "workbench/inspection/context/InspectionContext.h"
 
 #include "workbench/inspection/account/AccountLine.h"
+#include "workbench/inspection/context/GroundDifferences.h"
 #include "workbench/inspection/context/ProgressWidget.h"
 #include "workbench/inspection/images/ImageWindow.h"
 #include "workbench/inspection/layers/LayerWindow.h"
@@ -54,6 +55,7 @@ InspectionContext::~InspectionContext() = default;
 void InspectionContext::initialise(QWidget* mainWindow) {
     shutdown();
     m_session = std::make_unique<Session>(mainWindow);
+    m_differences = std::make_unique<inspection::GroundDifferences>(*m_session);
     m_overlays = std::make_unique<AnomalyOverlays>();
     m_pipeline = std::make_unique<PipelineNodes>();
     m_objectNodes = std::make_unique<SpecialObjectNodes>(m_scene);
@@ -104,6 +106,14 @@ void InspectionContext::connectWindows() {
     connect(m_overlays.get(), &AnomalyOverlays::paintingProgressed, m_progress,
             &ProgressWidget::showPainting);
 
+    const auto forgetDifferences = [this] { m_differences->forget(); };
+    for (const auto change :
+         {&Session::opened, &Session::closing, &Session::comparedPairChanged, &Session::epochsChanged}) {
+        connect(m_session.get(), change, this, forgetDifferences);
+    }
+    connect(&history, &inspection::ProjectHistory::replacedByOthers, this, forgetDifferences);
+    connect(&m_session->work(), &StationWork::computed, this, forgetDifferences);
+
     StationWork& work = m_session->work();
     connect(&work, &StationWork::computed, m_account, &AccountLine::refresh);
     connect(&work, &StationWork::computeFinished, m_progress, &ProgressWidget::showResult);
@@ -149,6 +159,7 @@ void InspectionContext::shutdown() {
     m_objectNodes.reset();
     m_pipeline.reset();
     m_overlays.reset();
+    m_differences.reset();
     m_session.reset();
 }
 
@@ -260,6 +271,10 @@ void InspectionContext::setMapPictureSource(std::function<QImage()> source) {
     if (m_session) {
         m_session->setMapPictureSource(std::move(source));
     }
+}
+
+std::optional<double> InspectionContext::differenceAt(double lonDegrees, double latDegrees) {
+    return m_differences ? m_differences->at(lonDegrees, latDegrees) : std::nullopt;
 }
 
 void InspectionContext::setClickFilter(std::function<bool()> isFree) {

@@ -29,6 +29,7 @@ struct ComputationSummary;
 class AccountLine;
 class AnomalyOverlays;
 class AnomalyTableWindow;
+class GroundDifferences;
 class ImageWindow;
 class LayerWindow;
 class ParameterDialog;
@@ -95,6 +96,8 @@ public:
     void setClickFilter(std::function<bool()> isFree);
     /// Whether the tool in use shows on the globe what is selected in the table.
     bool isSelectionFollowed() const;
+    /// New - old in metres at a place, for the compared pair; nothing where nothing was compared. Degrees, WGS 84.
+    std::optional<double> differenceAt(double lonDegrees, double latDegrees);
     /// The pipeline on the globe, and the window that says what is shown there. From initialise to shutdown.
     inspection::PipelineNodes& pipelineNodes() { return *m_pipeline; }
     inspection::LayerWindow* layerWindow();
@@ -136,6 +139,7 @@ private:
     void showAnomaly(const SdiffData& anomaly, double flightSeconds);
 
     std::unique_ptr<inspection::Session> m_session;
+    std::unique_ptr<inspection::GroundDifferences> m_differences;
     std::unique_ptr<inspection::AnomalyOverlays> m_overlays;
     inspection::SceneDataSet m_scene;
     std::unique_ptr<inspection::PipelineNodes> m_pipeline;
