@@ -1,4 +1,6 @@
 #include "tests/app/SampleProject.h"
+#include "tests/support/OverlaysOnGlobe.h"
+#include "tests/support/Pointer.h"
 #include "tests/support/SamplePair.h"
 #include "tests/support/ThirdFlight.h"
 #include "tests/support/WaitUntil.h"
@@ -10,6 +12,7 @@
 #include "workbench/app/ToolArea.h"
 #include "workbench/engine/EngineContext.h"
 #include "workbench/inspection/context/InspectionContext.h"
+#include "workbench/inspection/scene/GlobeNavigation.h"
 #include "workbench/viewer/GlobeWidget.h"
 #include "workbench/viewmanager/HandlerRegistry.h"
 
@@ -23,6 +26,7 @@
 #include <QDialog>
 #include <QDockWidget>
 #include <QLabel>
+#include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTableView>
 #include <QTest>
@@ -218,6 +222,46 @@ TEST_F(MainWindowTest, ComputesTheTickedStationsTwiceAndKeepsTheActiveTool) {
 
 /// The entries of 对比期次 for a sample of three flights, of which none was computed.
 const QStringList kPairs = {"2025-05-20 → 2026-05-25", "2024-05-18 → 2026-05-25", "2024-05-18 → 2025-05-20"};
+
+TEST_F(MainWindowTest, TellsTheElevationDifferenceUnderThePointer) {
+    const SampleProject project;
+    ASSERT_FALSE(m_window.openProject(project.folder()).has_value());
+    m_window.loadPlugin(TOOL_PLUGIN);
+    const auto* coordinates = m_window.findChild<QLabel*>("coordinates");
+    auto* all = m_window.findChild<QTreeWidget*>("stationTree")->topLevelItem(0);
+    all->setCheckState(0, Qt::Checked);
+    ASSERT_TRUE(waitForPicture());
+    const QPoint middle = m_window.globe().rect().center();
+    const auto readOutAt = [&](const QPoint& place) {
+        movePointer(m_window.globe(), middle + QPoint(9, 9));
+        EXPECT_TRUE(waitForPicture());
+        movePointer(m_window.globe(), place);
+        EXPECT_TRUE(waitForPicture());
+        return coordinates->text();
+    };
+    EXPECT_FALSE(readOutAt(middle).contains("dZ")) << "nothing is compared yet";
+    QSignalSpy finished(&InspectionContext::instance(), &InspectionContext::computeFinished);
+    click("计算异常");
+    ASSERT_TRUE(waitUntil([&] { return !finished.isEmpty(); }, kLongMilliseconds));
+    ASSERT_TRUE(waitForPicture());
+
+    const KV_StationItem& station =
+        *IORVAContext::Instance()->GetStationWindow()->GetSelectedStationItem().at(0);
+    const SdiffData& anomaly = station.m_diffData.m_anomalies.at(0);
+    inspection::flyTo(anomaly.lonDegrees, anomaly.latDegrees, 200.0, 0.0);
+    ASSERT_TRUE(waitForPicture());
+    const QPoint place = pixelOnGlobe(m_window.globe(), {anomaly.lonDegrees, anomaly.latDegrees});
+    const QString text = readOutAt(place);
+    const QRegularExpression difference(QString::fromUtf8("^dZ ([+−])(\\d+\\.\\d{3}) m "));
+    const QRegularExpressionMatch match = difference.match(text);
+    ASSERT_TRUE(match.hasMatch()) << text.toStdString();
+    const double metres = match.captured(2).toDouble() * (match.captured(1) == "+" ? 1.0 : -1.0);
+    EXPECT_GE(metres, anomaly.dzMinMetres - 0.05);
+    EXPECT_LE(metres, anomaly.dzMaxMetres + 0.05);
+    inspection::flyTo(anomaly.lonDegrees + 0.1, anomaly.latDegrees, 200.0, 0.0);
+    ASSERT_TRUE(waitForPicture());
+    EXPECT_FALSE(readOutAt(middle).contains("dZ")) << "beside the surveyed ground";
+}
 
 TEST_F(MainWindowTest, EditsAreUndoneAndRedoneByKeyWhereverTheFocusIs) {
     const SampleProject project(1024);

@@ -45,6 +45,21 @@ TEST_F(ProjectLayersTest, ShowsTheOrthophotoOfOneEpoch) {
     EXPECT_EQ(shownOrthophotos(), std::vector<bool>({true, false}));
 }
 
+TEST_F(ProjectLayersTest, GoesBackToATerrainThatIsStillOpen) {
+    const auto terrain = [this] {
+        return osg::ref_ptr<osgEarth::Layer>(m_map.mapNode()->getMap()->getLayerByName("terrain"));
+    };
+    EXPECT_TRUE(m_layers.show(description({}, {})).isEmpty());
+    const auto newer = terrain();
+    EXPECT_TRUE(m_layers.showEpoch(0).isEmpty());
+    const auto older = terrain();
+    EXPECT_NE(older, newer);
+    EXPECT_TRUE(m_layers.showEpoch(1).isEmpty());
+    EXPECT_EQ(terrain(), newer);
+    EXPECT_TRUE(m_layers.show(description({}, {})).isEmpty());
+    EXPECT_NE(terrain(), newer) << "another project";
+}
+
 TEST_F(ProjectLayersTest, EpochsComeAndGoAndTheShownOneStays) {
     const inspection::ProjectDescription both = description("2024-05-18", "2025-05-20");
     inspection::ProjectDescription older = both;

@@ -70,6 +70,15 @@ public:
     std::map<TileKey, int> times;
 };
 
+// Keeps the latest surface of each tile.
+class SurfacesSeen : public TerrainCallback {
+public:
+    void onTileAdded(const TileKey& key, osg::Node* node, TerrainCallbackContext&) override {
+        latest[key.str()] = node;
+    }
+    std::map<std::string, osg::ref_ptr<osg::Node>> latest;
+};
+
 // Notes GL errors at the end of every frame.
 class GLErrors : public osg::Camera::DrawCallback {
 public:
@@ -219,6 +228,35 @@ TEST_F(Paging, ReplacingALayerMakesOnlyItsOwnTilesAnew) {
     }
     lookAt(at(583356.0, 3797056.0), 200.0);
     EXPECT_GT(m_globe->picture()->getColor(128U, 128U).g(), 0.5F);
+}
+
+TEST_F(Paging, LayersThatComeBackFindTheirSurfacesAgain) {
+    start(500, 64);
+    osg::ref_ptr<SurfacesSeen> seen = new SurfacesSeen;
+    m_globe->mapNode()->getTerrain()->addTerrainCallback(seen);
+    m_globe->addImage("red", writeColours("paging_first.tif", {}, red));
+    m_globe->addImage("green", writeColours("paging_second.tif", {}, green));
+    const auto show = [this](bool isGreen) {
+        dynamic_cast<ImageLayer*>(m_globe->map()->getLayerByName("green"))->setVisible(isGreen);
+        ASSERT_TRUE(m_globe->settle());
+        m_globe->frame();
+    };
+    lookAt(at(582656.0, 3797056.0), 300.0);
+    show(true);
+    const auto whenGreen = seen->latest;
+    show(false);
+    EXPECT_NE(seen->latest, whenGreen);
+    EXPECT_GT(m_globe->picture()->getColor(32U, 32U).r(), 0.5F);
+    show(true);
+    EXPECT_EQ(seen->latest, whenGreen) << "not made anew";
+    EXPECT_GT(m_globe->picture()->getColor(32U, 32U).g(), 0.5F);
+
+    // Another layer of the same looks is not the same.
+    m_globe->map()->removeLayer(m_globe->map()->getLayerByName("green"));
+    m_globe->addImage("green", writeColours("paging_third.tif", {}, green));
+    ASSERT_TRUE(m_globe->settle());
+    m_globe->frame();
+    EXPECT_NE(seen->latest, whenGreen);
 }
 
 // The sum of all revisions does not change then.

@@ -317,8 +317,7 @@ TEST_P(CheckTest, MissingRastersAndDatesOutOfOrderAreFound) {
         const QString row = QStringLiteral("comparison_result %1：dz_raster ").arg(station);
         EXPECT_EQ(found.contains(row + raster + " 文件不存在"), !mayLieElsewhere);
     }
-    EXPECT_EQ(found.size(), mayLieElsewhere ? 2 : 4) << found.join('
-').toStdString();
+    EXPECT_EQ(found.size(), mayLieElsewhere ? 2 : 4) << found.join('\n').toStdString();
     EXPECT_EQ(found.filter("无法作为栅格打开").size(), 1);
     ProjectDescription turned = description();
     turned.epochs.front().date = "2099-01-01";

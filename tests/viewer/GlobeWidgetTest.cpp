@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <QFile>
+#include <QLabel>
 #include <QPainter>
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -12,6 +13,7 @@
 #include <QWheelEvent>
 
 #include <osg/GL>
+#include <osgDB/DatabasePager>
 #include <osgEarth/ObjectIndex>
 #include <osgEarth/Registry>
 #include <osgEarth/Viewpoint>
@@ -246,6 +248,26 @@ TEST_F(GlobeWidgetTest, AWorldPictureLiesWhereItsPlacesAre) {
     EXPECT_GT(inside.red(), 2 * inside.blue());
     const QColor beside = colourAt(103.0, 40.0);
     EXPECT_GT(beside.blue(), 2 * beside.red());
+}
+
+TEST_F(GlobeWidgetTest, SaysThatItIsLoadingWhenThatTakesLongerThanAMoment) {
+    const auto* sign = m_globe.findChild<QLabel*>("loadingSign");
+    ASSERT_NE(sign, nullptr);
+    EXPECT_FALSE(sign->isVisible());
+    const QTemporaryDir folder;
+    QImage picture(3600, 1800, QImage::Format_RGB32);
+    picture.fill(Qt::blue);
+    const QString path = folder.filePath("world.png");
+    ASSERT_TRUE(picture.save(path));
+    ASSERT_EQ(m_globe.map().addWorldBackdrop(path.toStdString()), std::nullopt);
+    osgDB::DatabasePager* pager = m_globe.getViewer()->getDatabasePager();
+    pager->setDatabasePagerThreadPause(true);
+    m_globe.getManipulator()->setViewpoint(osgEarth::Viewpoint("", 80.0, 20.0, 0.0, 0.0, -89.9, 1.0e5));
+    m_globe.requestRedraw();
+    EXPECT_TRUE(waitUntil([&] { return sign->isVisible(); }, 20000));
+    pager->setDatabasePagerThreadPause(false);
+    EXPECT_TRUE(waitUntil([&] { return m_globe.isPictureComplete(); }, 20000));
+    EXPECT_FALSE(sign->isVisible());
 }
 
 TEST_F(GlobeWidgetTest, AWorldPictureThatCannotBeReadIsNamed) {

@@ -1,5 +1,6 @@
 #include "workbench/app/MainWindow.h"
 
+#include "host/engine/ITool.h"
 #include "host/style/myMessageBox.h"
 #include "workbench/app/BaseLayerDialog.h"
 #include "workbench/app/DroppedFiles.h"
@@ -318,6 +319,12 @@ void MainWindow::connectGlobe() {
     m_globe->setWorkBetweenFrames([&handlers] { handlers.deliverMessages(); });
     handlers.setWakeUp([this] { m_globe->requestRedraw(); });
 
+    // A tool that draws takes every click for itself; the one that follows the table judges what is under the pointer.
+    InspectionContext::instance().setClickFilter([] {
+        const zeo::ITool* tool = zeo::EngineContext::instance().GetActiveTool();
+        const QToolButton* button = tool ? zeo::EngineContext::buttonOf(*tool) : nullptr;
+        return !button || !button->isChecked() || InspectionContext::instance().isSelectionFollowed();
+    });
     connect(&zeo::EngineContext::instance(), &zeo::EngineContext::commandFailed, this,
             [this](const QString& name, const QString& reason) {
                 myMessageBox::showMyMessageBox(this, tr("提示"), name + tr("：") + reason,

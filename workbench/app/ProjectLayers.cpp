@@ -14,8 +14,6 @@ using inspection::Epoch;
 
 namespace {
 
-constexpr const char* kTerrainLayer = "terrain";
-
 void note(QStringList& problems, const std::optional<std::string>& problem) {
     if (problem) {
         problems << QString::fromStdString(*problem);
@@ -94,9 +92,7 @@ QStringList ProjectLayers::showEpoch(int index) {
         return problems;
     }
     m_shown = index;
-    m_map.removeLayer(kTerrainLayer);
-    note(problems,
-         m_map.addElevation(kTerrainLayer, m_epochs[static_cast<std::size_t>(index)].dsm.toStdString()));
+    note(problems, m_map.showTerrain(m_epochs[static_cast<std::size_t>(index)].dsm.toStdString()));
     showImagery();
     return problems;
 }
@@ -147,7 +143,7 @@ void ProjectLayers::clear() {
     for (const Epoch& epoch : m_epochs) {
         m_map.removeLayer(imageryName(epoch));
     }
-    m_map.removeLayer(kTerrainLayer);
+    m_map.clearTerrain();
     m_epochs.clear();
     m_shown = -1;
 }

@@ -3,6 +3,7 @@
 #include "workbench/app/Notice.h"
 #include "workbench/engine/EngineContext.h"
 #include "workbench/inspection/context/InspectionContext.h"
+#include "workbench/inspectiondata/text/AnomalyTexts.h"
 #include "workbench/viewer/GlobeWidget.h"
 
 #include <QDesktopServices>
@@ -83,6 +84,9 @@ void StatusLine::showPreparation(int percent) {
 }
 
 void StatusLine::showPointer(double lonDegrees, double latDegrees, double heightMetres) {
-    m_coordinates->setText(degrees(lonDegrees, "E", "W") + "  " + degrees(latDegrees, "N", "S") + "  " +
-                           QString::number(heightMetres, 'f', 2) + " m ");
+    const auto difference = InspectionContext::instance().differenceAt(lonDegrees, latDegrees);
+    const QString compared =
+        difference ? "dZ " + inspection::differenceText(*difference, 3) + " m    " : QString();
+    m_coordinates->setText(compared + degrees(lonDegrees, "E", "W") + "  " + degrees(latDegrees, "N", "S") +
+                           "  " + QString::number(heightMetres, 'f', 2) + " m ");
 }

@@ -178,6 +178,32 @@ std::optional<std::string> GlobeMap::addElevation(const std::string& name, const
                     path);
 }
 
+std::optional<std::string> GlobeMap::showTerrain(const std::string& path) {
+    if (m_terrain) {
+        m_mapNode->getMap()->removeLayer(m_terrain.get());
+        m_terrain = nullptr;
+    }
+    osg::ref_ptr<osgEarth::ElevationLayer>& terrain = m_terrains[path];
+    if (!terrain) {
+        terrain = makeLayer<GdalElevationLayer>("terrain", detect::nameInMetres(path));
+    }
+    std::optional<std::string> problem = addLayer(*m_mapNode->getMap(), terrain.get(), path);
+    if (problem) {
+        m_terrains.erase(path); // it may be readable the next time
+    } else {
+        m_terrain = terrain;
+    }
+    return problem;
+}
+
+void GlobeMap::clearTerrain() {
+    if (m_terrain) {
+        m_mapNode->getMap()->removeLayer(m_terrain.get());
+    }
+    m_terrain = nullptr;
+    m_terrains.clear();
+}
+
 void GlobeMap::setImageryVisible(const std::string& name, bool visible) {
     auto* layer = dynamic_cast<osgEarth::ImageLayer*>(m_mapNode->getMap()->getLayerByName(name));
     if (layer) {

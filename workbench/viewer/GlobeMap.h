@@ -2,9 +2,11 @@
 
 #include "host/Export.h"
 
+#include <osgEarth/ElevationLayer>
 #include <osgEarth/ImageLayer>
 #include <osgEarth/MapNode>
 
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -33,6 +35,12 @@ public:
     /// Adds a raster on top of those added before. An English line when it cannot be shown.
     std::optional<std::string> addImagery(const std::string& name, const std::string& path);
     std::optional<std::string> addElevation(const std::string& name, const std::string& path);
+
+    /// Shows that surface model as the terrain, in place of the one that this function showed before. That one stays open,
+    /// so that going back to it is quick. An English line when it cannot be shown; then there is none.
+    std::optional<std::string> showTerrain(const std::string& path);
+    /// Shows none, and closes them all.
+    void clearTerrain();
 
     /// Shows these rasters, and no others, between the world backdrop and the project's own, bottom first. They
     /// may take any time to answer: nothing waits for them, and what they lack is tried again. (An installed
@@ -65,6 +73,8 @@ private:
     };
 
     osg::ref_ptr<osgEarth::MapNode> m_mapNode;
-    std::vector<BaseLayer> m_baseLayers; ///< bottom first
+    std::vector<BaseLayer> m_baseLayers;                                      ///< bottom first
+    std::map<std::string, osg::ref_ptr<osgEarth::ElevationLayer>> m_terrains; ///< that were shown, by path
+    osg::ref_ptr<osgEarth::ElevationLayer> m_terrain;                         ///< that is shown
     unsigned m_backdropLayers = 0;
 };

@@ -16,6 +16,7 @@
 #include <osgEarthUtil/LogarithmicDepthBuffer>
 
 #include <QKeyEvent>
+#include <QLabel>
 #include <QMetaObject>
 #include <QMouseEvent>
 #include <QSurfaceFormat>
@@ -80,10 +81,16 @@ void GlobeWidget::installSurfaceFormat() {
 }
 
 GlobeWidget::GlobeWidget(QWidget* parent)
-    : QOpenGLWidget(parent), m_compass(new Compass(this)), m_scaleBar(new ScaleBar(this)) {
+    : QOpenGLWidget(parent), m_compass(new Compass(this)), m_scaleBar(new ScaleBar(this)),
+      m_loadingSign(new QLabel(tr("正在载入…"), this)) {
     setFocusPolicy(Qt::StrongFocus);
     setMouseTracking(true);
     setMinimumSize(200, 150);
+    m_loadingSign->setObjectName("loadingSign");
+    m_loadingSign->setAttribute(Qt::WA_TransparentForMouseEvents);
+    m_loadingSign->setStyleSheet(
+        "background: rgba(255, 255, 255, 190); color: #28303c; border-radius: 4px; padding: 4px 10px");
+    m_loadingSign->hide();
 
     m_timer.setSingleShot(true);
     m_timer.setTimerType(Qt::PreciseTimer);
@@ -152,6 +159,9 @@ void GlobeWidget::resizeGL(int width, int height) {
     m_viewer->resize(deviceWidth, deviceHeight);
     m_compass->move(width - m_compass->width() - kInstrumentMargin, kInstrumentMargin);
     m_scaleBar->move(kInstrumentMargin, height - m_scaleBar->height() - kInstrumentMargin);
+    m_loadingSign->adjustSize();
+    m_loadingSign->move((width - m_loadingSign->width()) / 2,
+                        height - m_loadingSign->height() - kInstrumentMargin);
 }
 
 void GlobeWidget::paintGL() {
@@ -182,6 +192,7 @@ void GlobeWidget::tick() {
         makeCurrent();
         m_workBetweenFrames();
     }
+    showLoading(m_viewer->hasBackgroundWork());
     if (m_viewer->needsFrame()) {
         if (m_prepared) {
             prepareFrame();
@@ -226,6 +237,17 @@ void GlobeWidget::watchPreparation() {
     if (percent == 100) {
         requestRedraw(); // the terrain takes them up in its next frame
     }
+}
+
+// What is there in a moment needs no sign.
+void GlobeWidget::showLoading(bool isLoading) {
+    constexpr int kMomentMilliseconds = 250;
+    if (!isLoading) {
+        m_loading.invalidate();
+    } else if (!m_loading.isValid()) {
+        m_loading.start();
+    }
+    m_loadingSign->setVisible(m_loading.isValid() && m_loading.hasExpired(kMomentMilliseconds));
 }
 
 void GlobeWidget::turnNorth() {

@@ -3,6 +3,7 @@
 #include "host/viewer/CXViewer.h"
 #include "workbench/viewer/GlobeMap.h"
 
+#include <QElapsedTimer>
 #include <QOpenGLWidget>
 #include <QTimer>
 #include <osg/ref_ptr>
@@ -14,10 +15,12 @@
 class Compass;
 class EmbeddedViewer;
 class EventTranslation;
+class QLabel;
 class ScaleBar;
 
-/// The globe as a widget: an OSG viewer inside a QOpenGLWidget, with a compass and a scale bar. Frames run on
-/// the GUI thread, and only when there is something new to draw. While it lives it is g_pCXviewer.
+/// The globe as a widget: an OSG viewer inside a QOpenGLWidget, with a compass, a scale bar and a sign while the picture
+/// is not complete for longer than a moment. Frames run on the GUI thread, and only when there is something new to draw.
+/// While it lives it is g_pCXviewer.
 class VIEWER_API GlobeWidget : public QOpenGLWidget, public CXViewer {
     Q_OBJECT
 
@@ -71,6 +74,7 @@ private:
     void tick();
     void prepareFrame();
     void releaseHeldKeys();
+    void showLoading(bool isLoading);
     void turnNorth();
     void readInstruments();
     void reportPointer();
@@ -83,6 +87,8 @@ private:
     std::function<void()> m_workBetweenFrames;
     Compass* m_compass;
     ScaleBar* m_scaleBar;
+    QLabel* m_loadingSign;
+    QElapsedTimer m_loading; ///< since tiles are being loaded; invalid while they are not
     QTimer m_timer;
     QTimer m_preparationTimer;
     int m_preparationPercent = 100;

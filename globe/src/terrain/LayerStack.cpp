@@ -39,6 +39,10 @@ void blendOver(const std::vector<std::uint8_t>& rgba, float opacity, unsigned ch
     }
 }
 
+int revisionOf(const RasterSource& raster, const DistantRaster* distant) {
+    return raster.revision() + (distant ? distant->revision() : 0);
+}
+
 // Extents of the entries that stand in one list only, or of all when the order changed.
 template<typename List, typename BoxesOf>
 void addDifferences(const List& a, const List& b, BoxesOf boxesOf, std::vector<GeoExtent>& out) {
@@ -73,6 +77,25 @@ bool hasFinerApron(RasterSource& source, const GeoExtent& here, int cells) {
 
 } // namespace
 
+bool LayerLook::Layer::isPossible() const {
+    const auto raster = source.lock();
+    return raster && revisionOf(*raster, distant.lock().get()) == revision;
+}
+
+bool LayerLook::Layer::operator==(const Layer& other) const {
+    const auto raster = source.lock();
+    return raster && raster == other.source.lock() && revision == other.revision && opacity == other.opacity;
+}
+
+bool LayerLook::isPossible() const {
+    return std::all_of(m_layers.begin(), m_layers.end(),
+                       [](const Layer& layer) { return layer.isPossible(); });
+}
+
+bool LayerLook::operator==(const LayerLook& other) const {
+    return std::equal(m_layers.begin(), m_layers.end(), other.m_layers.begin(), other.m_layers.end());
+}
+
 LayerStack::LayerStack(const Map& map, int revision) : m_revision(revision) {
     std::vector<osg::ref_ptr<TerrainLayer>> layers;
     map.getLayers(layers);
@@ -82,8 +105,9 @@ LayerStack::LayerStack(const Map& map, int revision) : m_revision(revision) {
         }
         if (const auto* image = dynamic_cast<const ImageLayer*>(layer.get())) {
             const std::shared_ptr<DistantRaster> distant = layer->distantRaster();
-            const int revision = layer->raster()->revision() + (distant ? distant->revision() : 0);
-            m_images.push_back({{layer->raster(), revision}, image->getOpacity(), distant});
+            m_images.push_back({{layer->raster(), revisionOf(*layer->raster(), distant.get())},
+                                image->getOpacity(),
+                                distant});
         } else if (dynamic_cast<const ElevationLayer*>(layer.get())) {
             m_elevations.insert(m_elevations.begin(), {layer->raster(), layer->raster()->revision()});
         }
@@ -163,6 +187,17 @@ bool LayerStack::hasFinerData(const GeoExtent& extent, int pixels, int posts) co
            std::any_of(m_elevations.begin(), m_elevations.end(), [&](const Raster& raster) {
                return isFiner(*raster.source, posts - 1) || hasFinerApron(*raster.source, here, posts - 1);
            });
+}
+
+LayerLook LayerStack::look() const {
+    LayerLook look;
+    for (const Image& image : m_images) {
+        look.add(image.raster.source, image.distant, image.raster.revision, image.opacity);
+    }
+    for (const Raster& raster : m_elevations) {
+        look.add(raster.source, nullptr, raster.revision, 1.0F);
+    }
+    return look;
 }
 
 std::vector<GeoExtent> LayerStack::differencesTo(const LayerStack& other) const {

@@ -13,6 +13,29 @@
 namespace osgEarth {
 class RasterSource;
 
+/// How a stack of layers looks, bottom first: two are the same if their rasters are the same ones, in the same state.
+class LayerLook {
+public:
+    void add(const std::shared_ptr<RasterSource>& source, const std::shared_ptr<DistantRaster>& distant,
+             int revision, float opacity) {
+        m_layers.push_back({source, distant, revision, opacity});
+    }
+    /// Whether all its rasters are still there, in that state; otherwise it cannot come back.
+    bool isPossible() const;
+    bool operator==(const LayerLook& other) const;
+
+private:
+    struct Layer {
+        std::weak_ptr<RasterSource> source;
+        std::weak_ptr<DistantRaster> distant;
+        int revision;
+        float opacity;
+        bool isPossible() const;
+        bool operator==(const Layer& other) const;
+    };
+    std::vector<Layer> m_layers;
+};
+
 /// Immutable list of the layers in use, so that background threads need no lock on the map.
 class LayerStack {
 public:
@@ -46,6 +69,8 @@ public:
     Heights composeHeights(const SampleGrid& grid) const;
     /// Whether any layer within the extent is finer than a tile of so many pixels and posts shows.
     bool hasFinerData(const GeoExtent& extent, int pixels, int posts) const;
+    /// What tells whether another stack looks the same everywhere. Does not keep the rasters open.
+    LayerLook look() const;
     /// Boxes in WGS 84 degrees within which the two stacks may look different.
     std::vector<GeoExtent> differencesTo(const LayerStack& other) const;
 

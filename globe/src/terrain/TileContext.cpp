@@ -1,13 +1,16 @@
 #include "TileContext.h"
 
 #include "../core/ScreenSize.h"
+#include "FormerSurfaces.h"
 #include "TileLoader.h"
 
 namespace osgEarth {
 
 TileContext::TileContext(const osg::ref_ptr<const Profile>& profile, const TerrainOptions& options)
     : m_profile(profile), m_options(options), m_index(std::make_shared<TileIndex>()),
-      m_layers(std::make_shared<LayerStack>()) {}
+      m_formerSurfaces(std::make_unique<FormerSurfaces>()), m_layers(std::make_shared<LayerStack>()) {}
+
+TileContext::~TileContext() = default;
 
 std::shared_ptr<const LayerStack> TileContext::layers() const {
     const std::lock_guard lock(m_mutex);

@@ -17,6 +17,7 @@
 #include <vector>
 
 namespace osgEarth {
+class FormerSurfaces;
 
 /// From where a view saw the terrain in its latest frame. World coordinates.
 struct TileView {
@@ -30,10 +31,12 @@ struct TileView {
 class TileContext : public std::enable_shared_from_this<TileContext> {
 public:
     TileContext(const osg::ref_ptr<const Profile>& profile, const TerrainOptions& options);
+    ~TileContext();
 
     const Profile* profile() const { return m_profile.get(); }
     const TerrainOptions& options() const { return m_options; }
     const std::shared_ptr<TileIndex>& index() const { return m_index; }
+    FormerSurfaces& formerSurfaces() { return *m_formerSurfaces; }
 
     std::shared_ptr<const LayerStack> layers() const;
     int revision() const { return m_revision; }
@@ -74,6 +77,7 @@ private:
     osg::ref_ptr<const Profile> m_profile;
     TerrainOptions m_options;
     std::shared_ptr<TileIndex> m_index;
+    std::unique_ptr<FormerSurfaces> m_formerSurfaces;
     std::atomic<int> m_revision{0};
     std::atomic<float> m_viewPixelsPerRadian{0.0F};
     std::function<void()> m_enteredCallback;

@@ -1,5 +1,6 @@
 #include "TileLoader.h"
 
+#include "FormerSurfaces.h"
 #include "TileContext.h"
 #include "TileNode.h"
 
@@ -25,6 +26,17 @@ osg::ref_ptr<osg::Group> childrenOf(const TileKey& key, const std::shared_ptr<Ti
     return children;
 }
 
+osg::ref_ptr<TileSurface> surfaceOf(const TileKey& key, TileContext& context) {
+    const auto layers = context.layers();
+    osg::ref_ptr<TileSurface> surface = context.formerSurfaces().take(key, layers->look());
+    if (surface) {
+        surface->setRevision(layers->revision());
+    } else {
+        surface = new TileSurface(key, *layers, context.options());
+    }
+    return surface;
+}
+
 } // namespace
 
 osgDB::ReaderWriter::ReadResult TileLoader::readNode(const std::string& name, const osgDB::Options*) {
@@ -39,9 +51,7 @@ osgDB::ReaderWriter::ReadResult TileLoader::readNode(const std::string& name, co
     }
     const TileKey key(lod, x, y, context->profile());
     if (std::string(kind) == "surface") {
-        const auto layers = context->layers();
-        return osgDB::ReaderWriter::ReadResult(
-            new TileSurface(new TileMesh(key, *layers, context->options())));
+        return osgDB::ReaderWriter::ReadResult(surfaceOf(key, *context));
     }
     return osgDB::ReaderWriter::ReadResult(childrenOf(key, context, context->view().get(), kLevelsAtOnce));
 }

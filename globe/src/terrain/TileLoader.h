@@ -11,7 +11,7 @@ class TileContext;
 
 /// Answers the pager's requests for files that do not exist: "children/LOD/X/Y" gives a group with the four
 /// children of a tile (and theirs, where the view is much nearer than they are fine), "surface/LOD/X/Y" the
-/// surface of the tile itself, made anew. Runs on the pager's threads.
+/// surface of the tile itself, made anew unless it is still there from before. Runs on the pager's threads.
 class TileLoader : public osgDB::ReadFileCallback {
 public:
     explicit TileLoader(std::weak_ptr<TileContext> context) : m_context(std::move(context)) {}

@@ -106,8 +106,7 @@ double TileMesh::Surface::shadeAt(int column, int row) const {
 }
 
 TileMesh::TileMesh(const TileKey& key, const LayerStack& layers, const TerrainOptions& options)
-    : m_key(key), m_extent(key.getExtent()), m_revision(layers.revision()),
-      m_posts(options.tileSize().get()) {
+    : m_key(key), m_extent(key.getExtent()), m_posts(options.tileSize().get()) {
     const Bounds bounds = m_extent.bounds();
     const osg::Vec3d centre(bounds.center2d().x(), bounds.center2d().y(), 0.0);
     m_extent.getSRS()->createLocalToWorld(centre, m_localToWorld);

@@ -20,8 +20,6 @@ public:
     TileMesh(const TileKey& key, const LayerStack& layers, const TerrainOptions& options);
 
     const TileKey& key() const { return m_key; }
-    /// Revision of the layers it was made from.
-    int revision() const { return m_revision; }
     /// Whether a picture has come that was not there when it was made. Any thread.
     bool hasNews() const { return *m_news; }
     /// The drawable surface, placed in the world.
@@ -50,7 +48,6 @@ private:
 
     TileKey m_key;
     GeoExtent m_extent;
-    int m_revision;
     int m_posts;
     PictureNews m_news = std::make_shared<std::atomic<bool>>(false);
     double m_highestMetres = 0.0;

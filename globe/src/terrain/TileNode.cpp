@@ -1,5 +1,6 @@
 #include "TileNode.h"
 
+#include "FormerSurfaces.h"
 #include "TileLoader.h"
 
 #include <cmath>
@@ -48,8 +49,13 @@ void enterQuad(osg::Node* node) {
 
 } // namespace
 
+TileSurface::TileSurface(const TileKey& key, const LayerStack& layers, const TerrainOptions& options)
+    : m_mesh(new TileMesh(key, layers, options)), m_look(layers.look()), m_revision(layers.revision()) {
+    addChild(m_mesh->node());
+}
+
 TileSurfaceSlot::TileSurfaceSlot(TileSurface* surface, std::shared_ptr<TileContext> context)
-    : m_context(std::move(context)), m_mesh(surface->mesh()) {
+    : m_context(std::move(context)), m_surface(surface) {
     osg::Group::addChild(surface);
 }
 
@@ -59,16 +65,15 @@ bool TileSurfaceSlot::addChild(osg::Node* child) {
         return false;
     }
     osg::Group::removeChildren(0, getNumChildren());
-    m_mesh = surface->mesh();
-    m_context->tileEntered(m_mesh.get());
+    m_context->formerSurfaces().keep(m_surface);
+    m_surface = surface;
+    m_context->tileEntered(surface->mesh());
     return osg::Group::addChild(child);
 }
 
 TileNode::TileNode(const TileKey& key, const std::shared_ptr<TileContext>& context)
     : m_key(key), m_extent(key.getExtent()), m_context(context) {
-    const auto layers = context->layers();
-    osg::ref_ptr<TileMesh> mesh = new TileMesh(key, *layers, context->options());
-    m_slot = new TileSurfaceSlot(new TileSurface(mesh.get()), context);
+    m_slot = new TileSurfaceSlot(new TileSurface(key, *context->layers(), context->options()), context);
     // Only intersection visitors look at the ranges: the smaller one marks the finer child, which they take
     // when it is there.
     osg::PagedLOD::addChild(m_slot.get(), 1.0F, FLT_MAX);
@@ -215,7 +220,7 @@ bool TileNode::canBeRefined() {
     if (revision != m_revisionChecked || m_isOutdated) {
         const TerrainOptions& options = m_context->options();
         m_revisionChecked = revision;
-        m_isOutdated = m_context->hasChangedSince(mesh()->revision(), m_extent);
+        m_isOutdated = m_context->hasChangedSince(m_slot->revision(), m_extent);
         m_canBeRefined =
             m_key.getLOD() < options.maxLOD().get() &&
             m_context->layers()->hasFinerData(m_extent, TileMesh::kImagePixels, options.tileSize().get());

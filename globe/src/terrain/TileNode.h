@@ -13,26 +13,37 @@ namespace osgEarth {
 /// A surface as the pager hands it over.
 class TileSurface : public osg::Group {
 public:
-    explicit TileSurface(TileMesh* mesh) : m_mesh(mesh) { addChild(mesh->node()); }
+    /// Makes it of these layers, in the calling thread.
+    TileSurface(const TileKey& key, const LayerStack& layers, const TerrainOptions& options);
     TileMesh* mesh() const { return m_mesh.get(); }
+    const LayerLook& look() const { return m_look; }
+    /// The latest revision of the layers that it shows.
+    int revision() const { return m_revision; }
+    /// While it is not in the scene.
+    void setRevision(int revision) { m_revision = revision; }
 
 private:
     osg::ref_ptr<TileMesh> m_mesh;
+    LayerLook m_look;
+    int m_revision;
 };
 
-/// Holds a tile's present surface. A surface that the pager adds takes the place of the one before.
+/// Holds a tile's present surface. A surface that the pager adds takes the place of the one before, which is kept for
+/// when the layers are again as they were.
 class TileSurfaceSlot : public osg::Group {
 public:
     TileSurfaceSlot(TileSurface* surface, std::shared_ptr<TileContext> context);
     using osg::Group::addChild;
     bool addChild(osg::Node* child) override;
-    TileMesh* mesh() const { return m_mesh.get(); }
+    TileMesh* mesh() const { return m_surface->mesh(); }
+    /// Of the layers that the surface shows.
+    int revision() const { return m_surface->revision(); }
 
     osg::ref_ptr<osg::Referenced> pendingRequest; // for the pager's use
 
 private:
     std::shared_ptr<TileContext> m_context;
-    osg::ref_ptr<TileMesh> m_mesh;
+    osg::ref_ptr<TileSurface> m_surface;
 };
 
 /// The first child is the surface, the second the group of the four children, which the database pager reads

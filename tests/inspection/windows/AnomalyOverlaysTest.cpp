@@ -1,5 +1,7 @@
 #include "tests/inspection/windows/WindowFixture.h"
 
+#include "host/Gbk.h"
+#include "host/inspection/AVWindow.h"
 #include "host/inspection/ParaSet.h"
 #include "host/inspection/StationWindow.h"
 #include "workbench/inspection/scene/OverlayPicture.h"
@@ -98,6 +100,60 @@ TEST_F(AnomalyOverlaysTest, ClosingTheProjectTakesAllGroupsAway) {
     ASSERT_FALSE(overlayGroups().empty());
     context().closeProject();
     EXPECT_TRUE(overlayGroups().empty());
+}
+
+TEST_F(AnomalyOverlaysTest, AVerdictShowsOnTheGlobe) {
+    openComputed();
+    KV_StationItem& item = *checkedStationWithMostAnomalies();
+    auto* overlay = static_cast<ImageOverlay*>(groupOf(item)->getChild(0));
+    ASSERT_TRUE(waitUntil([&] { return overlay->getImage() != nullptr; }));
+    const osg::ref_ptr<osg::Image> before = overlay->getImage();
+    SdiffData judged = item.m_diffData.m_anomalies.at(0);
+    judged.attribute = toGbk("深挖");
+    context().GetAVWindow()->SetItemAtrii(&item, {judged});
+    ASSERT_TRUE(waitUntil([&] { return overlay->getImage() != before; }));
+    const auto opacityInside = [](const osg::Image& picture) {
+        return picture.getColor(osg::Vec2(0.5F, 0.5F)).a();
+    };
+    EXPECT_LT(opacityInside(*overlay->getImage()), opacityInside(*before) - 0.1F) << "paler";
+}
+
+class OverlayLook : public testing::Test {
+protected:
+    static QImage pictureOf(const char* verdict) {
+        SdiffData heap;
+        heap.attribute = toGbk(verdict);
+        heap.xMax = heap.yMax = 10.0;
+        heap.outlineWkt = "POLYGON ((0 0, 10 0, 10 10, 0 10, 0 0))";
+        return inspection::overlayPicture(heap, {{}, "EPSG:4549", QColor(200, 0, 0), QColor(0, 0, 200), 256});
+    }
+    /// Changes between line and gap on the way along the northern edge.
+    static int dashesOf(const QImage& picture) {
+        const int row = picture.height() * 4 / 108; // the room around an outline of 10 m is 0.4 m
+        int changes = 0;
+        for (int column = picture.width() / 5; column < picture.width() * 4 / 5; ++column) {
+            const auto isLine = [&](int at) { return picture.pixelColor(at, row).green() < 160; };
+            changes += isLine(column) != isLine(column + 1) ? 1 : 0;
+        }
+        return changes;
+    }
+};
+
+TEST_F(OverlayLook, IsAWholeLineWithoutAVerdictAndADashedOneWithIt) {
+    EXPECT_EQ(dashesOf(pictureOf("")), 0);
+    EXPECT_GT(dashesOf(pictureOf("深挖")), 6);
+    EXPECT_GT(dashesOf(pictureOf("误报")), 6);
+}
+
+TEST_F(OverlayLook, IsGreyForAFalseAlarm) {
+    const auto colourInside = [](const QImage& picture) {
+        return picture.pixelColor(picture.rect().center());
+    };
+    EXPECT_GT(colourInside(pictureOf("深挖")).red(), 180);
+    EXPECT_GT(colourInside(pictureOf("")).alpha(), colourInside(pictureOf("深挖")).alpha() + 30);
+    const QColor grey = colourInside(pictureOf("误报"));
+    EXPECT_LT(grey.hsvSaturation(), 60);
+    EXPECT_LT(grey.alpha(), 80);
 }
 
 TEST(OverlayPicture, FillsTheOutlineInTheColourOfItsKindWithoutARaster) {

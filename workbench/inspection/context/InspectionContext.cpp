@@ -1,6 +1,7 @@
 #include "workbench/inspection/context/InspectionContext.h"
 
 #include "workbench/inspection/account/AccountLine.h"
+#include "workbench/inspection/context/GroundDifferences.h"
 #include "workbench/inspection/context/ProgressWidget.h"
 #include "workbench/inspection/images/ImageWindow.h"
 #include "workbench/inspection/layers/LayerWindow.h"
@@ -15,6 +16,7 @@
 #include "workbench/inspection/table/AnomalyTableWindow.h"
 #include "workbench/inspection/tree/StationTree.h"
 #include "workbench/inspection/tree/StationTreeWindow.h"
+#include "workbench/inspectiondata/database/AnomalyChanges.h"
 #include "workbench/inspectiondata/database/StationTable.h"
 
 #include <algorithm>
@@ -34,7 +36,7 @@ using inspection::StationTreeWindow;
 using inspection::StationWork;
 
 namespace {
-constexpr double kFlightSeconds = 1.5;
+constexpr double kFlightSeconds = 0.8;
 constexpr double kStepSeconds = 0.6; ///< from one row of the table to the next
 } // namespace
 
@@ -53,6 +55,7 @@ InspectionContext::~InspectionContext() = default;
 void InspectionContext::initialise(QWidget* mainWindow) {
     shutdown();
     m_session = std::make_unique<Session>(mainWindow);
+    m_differences = std::make_unique<inspection::GroundDifferences>(*m_session);
     m_overlays = std::make_unique<AnomalyOverlays>();
     m_pipeline = std::make_unique<PipelineNodes>();
     m_objectNodes = std::make_unique<SpecialObjectNodes>(m_scene);
@@ -102,6 +105,7 @@ void InspectionContext::connectWindows() {
                     emit undoneOrRedone();
                 }
             });
+    connect(&history, &inspection::ProjectHistory::rowsChanged, this, &InspectionContext::updateOverlays);
     connect(&history, &inspection::ProjectHistory::replacedByOthers, m_stations, &StationTreeWindow::reload);
     connect(&history, &inspection::ProjectHistory::rowsChanged, m_images, &ImageWindow::applyRows);
     connect(&history, &inspection::ProjectHistory::replacedByOthers, m_images, &ImageWindow::dropWhatIsGone);
@@ -115,6 +119,14 @@ void InspectionContext::connectWindows() {
 
     connect(m_overlays.get(), &AnomalyOverlays::paintingProgressed, m_progress,
             &ProgressWidget::showPainting);
+
+    const auto forgetDifferences = [this] { m_differences->forget(); };
+    for (const auto change :
+         {&Session::opened, &Session::closing, &Session::comparedPairChanged, &Session::epochsChanged}) {
+        connect(m_session.get(), change, this, forgetDifferences);
+    }
+    connect(&history, &inspection::ProjectHistory::replacedByOthers, this, forgetDifferences);
+    connect(&m_session->work(), &StationWork::computed, this, forgetDifferences);
 
     StationWork& work = m_session->work();
     connect(&work, &StationWork::computed, m_account, &AccountLine::refresh);
@@ -131,6 +143,14 @@ void InspectionContext::showPipeline() {
         m_pipeline->show({pipeline, inspection::readStations(database), inspection::readPipeNodes(database)});
     } catch (const mysqlhelper::KV_MySQL_Exception& refusal) {
         qCWarning(inspection::windowLog) << "The pipeline cannot be shown on the globe:" << refusal.what();
+    }
+}
+
+void InspectionContext::updateOverlays(const inspection::RowChanges& changes) {
+    for (const inspection::AnomalyChange& change : anomalyChanges(changes, m_session->comparisonId())) {
+        if (!change.isGone) {
+            m_overlays->update(change.stationId, change.anomaly);
+        }
     }
 }
 
@@ -153,6 +173,7 @@ void InspectionContext::shutdown() {
     m_objectNodes.reset();
     m_pipeline.reset();
     m_overlays.reset();
+    m_differences.reset();
     m_session.reset();
 }
 
@@ -270,6 +291,20 @@ void InspectionContext::setMapPictureSource(std::function<QImage()> source) {
     if (m_session) {
         m_session->setMapPictureSource(std::move(source));
     }
+}
+
+std::optional<double> InspectionContext::differenceAt(double lonDegrees, double latDegrees) {
+    return m_differences ? m_differences->at(lonDegrees, latDegrees) : std::nullopt;
+}
+
+void InspectionContext::setClickFilter(std::function<bool()> isFree) {
+    if (m_overlays) {
+        m_overlays->pins().setClickFilter(std::move(isFree));
+    }
+}
+
+bool InspectionContext::isSelectionFollowed() const {
+    return m_anomalies && m_anomalies->isFollowed();
 }
 
 QWidget* InspectionContext::progressWidget() {

@@ -29,6 +29,7 @@ struct ComputationSummary;
 class AccountLine;
 class AnomalyOverlays;
 class AnomalyTableWindow;
+class GroundDifferences;
 class ImageWindow;
 class LayerWindow;
 class ParameterDialog;
@@ -93,6 +94,12 @@ public:
     void setOutputFolder(const QString& folder);
     /// Gives what the globe shows, for the report.
     void setMapPictureSource(std::function<QImage()> source);
+    /// Whether a click on the globe means nothing to the tool in use, so that it may be one on a pin. Asked for each.
+    void setClickFilter(std::function<bool()> isFree);
+    /// Whether the tool in use shows on the globe what is selected in the table.
+    bool isSelectionFollowed() const;
+    /// New - old in metres at a place, for the compared pair; nothing where nothing was compared. Degrees, WGS 84.
+    std::optional<double> differenceAt(double lonDegrees, double latDegrees);
     /// The pipeline on the globe, and the window that says what is shown there. From initialise to shutdown.
     inspection::PipelineNodes& pipelineNodes() { return *m_pipeline; }
     inspection::LayerWindow* layerWindow();
@@ -135,9 +142,12 @@ private:
 
     void connectWindows();
     void showPipeline();
+    /// Overlays show the verdicts of their anomalies.
+    void updateOverlays(const inspection::RowChanges& changes);
     void showAnomaly(const SdiffData& anomaly, double flightSeconds);
 
     std::unique_ptr<inspection::Session> m_session;
+    std::unique_ptr<inspection::GroundDifferences> m_differences;
     std::unique_ptr<inspection::AnomalyOverlays> m_overlays;
     inspection::SceneDataSet m_scene;
     std::unique_ptr<inspection::PipelineNodes> m_pipeline;

@@ -1,6 +1,7 @@
 #include "workbench/inspection/scene/AnomalyOverlays.h"
 
 #include "workbench/inspection/scene/Globe.h"
+#include "workbench/inspection/scene/GlobeNavigation.h"
 #include "workbench/inspection/scene/OverlayTint.h"
 #include "workbench/inspection/scene/StationProjection.h"
 
@@ -35,9 +36,9 @@ bool placeOverlay(osgEarth::Annotation::ImageOverlay& overlay, const QRectF& gro
     return true;
 }
 
-osg::Vec3d worldOf(const osgEarth::MapNode& map, const SdiffData& anomaly) {
+osg::Vec3d worldOf(const osgEarth::MapNode& map, const SdiffData& anomaly, double metres) {
     osg::Vec3d world;
-    osgEarth::GeoPoint(map.getMapSRS(), anomaly.lonDegrees, anomaly.latDegrees, 0.0).toWorld(world);
+    osgEarth::GeoPoint(map.getMapSRS(), anomaly.lonDegrees, anomaly.latDegrees, metres).toWorld(world);
     return world;
 }
 
@@ -72,6 +73,8 @@ void AnomalyOverlays::show(const KV_StationItem& station, const OverlayStyle& st
 
     Station shown;
     shown.group = new osg::Group;
+    shown.style = bounded;
+    shown.groundMetres = groundMetres(*map, anomalies.front().lonDegrees, anomalies.front().latDegrees);
     shown.group->setName("diffImageOverlay");
     shown.group->addUpdateCallback(m_crisp.frameCallback());
 
@@ -88,7 +91,8 @@ void AnomalyOverlays::show(const KV_StationItem& station, const OverlayStyle& st
         const std::uint64_t handle = m_crisp.add(*overlay, source, i);
         shown.entries[anomaly.name] = {overlay, osgEarth::Registry::objectIndex()->tagNode(overlay, overlay),
                                        handle};
-        m_usual.want(handle, source, i, worldOf(*map, anomaly));
+        m_usual.want(handle, source, i, worldOf(*map, anomaly, shown.groundMetres));
+        pin(handle, anomaly, shown.groundMetres);
     }
     shown.group->setNodeMask(m_isVisible ? ~0U : 0U);
     map->addChild(shown.group);
@@ -96,6 +100,13 @@ void AnomalyOverlays::show(const KV_StationItem& station, const OverlayStyle& st
     m_stations[station.GetStationId()] = std::move(shown);
     m_usual.paint();
     redrawGlobe();
+}
+
+void AnomalyOverlays::pin(std::uint64_t handle, const SdiffData& anomaly, double groundMetres) {
+    const QRectF ground = overlayGround(anomaly);
+    m_pins.add(handle, {osg::Vec2d(anomaly.lonDegrees, anomaly.latDegrees),
+                        worldOf(*globeMapNode(), anomaly, groundMetres),
+                        std::max(ground.width(), ground.height()), judgementOf(anomaly)});
 }
 
 void AnomalyOverlays::attach(const std::vector<UsualPictures::Picture>& pictures) {
@@ -114,6 +125,7 @@ void AnomalyOverlays::hide(std::uint32_t stationId) {
     for (const auto& [name, entry] : found->second.entries) {
         osgEarth::Registry::objectIndex()->remove(entry.id);
         m_crisp.remove(entry.handle);
+        m_pins.remove(entry.handle);
         handles.insert(entry.handle);
     }
     m_usual.forget(handles);
@@ -129,6 +141,28 @@ void AnomalyOverlays::hideAll() {
     while (!m_stations.empty()) {
         hide(m_stations.begin()->first);
     }
+}
+
+// The overlay keeps its present picture until the new one has come.
+void AnomalyOverlays::update(std::uint32_t stationId, const SdiffData& anomaly) {
+    const auto found = m_stations.find(stationId);
+    osgEarth::MapNode* map = globeMapNode();
+    if (found == m_stations.end() || !map) {
+        return;
+    }
+    const auto entry = found->second.entries.find(anomaly.name);
+    if (entry == found->second.entries.end()) {
+        return;
+    }
+    std::uint64_t& handle = entry->second.handle;
+    m_crisp.remove(handle);
+    m_pins.remove(handle);
+    m_usual.forget({handle});
+    const auto source = std::make_shared<const OverlaySource>(OverlaySource{{anomaly}, found->second.style});
+    handle = m_crisp.add(*entry->second.overlay, source, 0);
+    m_usual.want(handle, source, 0, worldOf(*map, anomaly, found->second.groundMetres));
+    pin(handle, anomaly, found->second.groundMetres);
+    m_usual.paint();
 }
 
 void AnomalyOverlays::tint(const std::vector<std::string>& anomalyNames) {
@@ -149,6 +183,7 @@ void AnomalyOverlays::setVisible(bool isVisible) {
     for (auto& [stationId, station] : m_stations) {
         station.group->setNodeMask(isVisible ? ~0U : 0U);
     }
+    m_pins.setVisible(isVisible);
     redrawGlobe();
 }
 
@@ -182,6 +217,7 @@ void AnomalyOverlays::remove(std::uint32_t stationId, const std::string& anomaly
     }
     osgEarth::Registry::objectIndex()->remove(entry->second.id);
     m_crisp.remove(entry->second.handle);
+    m_pins.remove(entry->second.handle);
     m_usual.forget({entry->second.handle});
     found->second.group->removeChild(entry->second.overlay);
     found->second.entries.erase(entry);

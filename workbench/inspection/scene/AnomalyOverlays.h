@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/inspection/Station.h"
+#include "workbench/inspection/scene/AnomalyPins.h"
 #include "workbench/inspection/scene/CrispOverlays.h"
 #include "workbench/inspection/scene/OverlayPicture.h"
 #include "workbench/inspection/scene/UsualPictures.h"
@@ -24,7 +25,7 @@ namespace inspection {
 /// The anomalies of the shown stations on the globe: for each station one group named "diffImageOverlay"
 /// under the map node, with one image overlay for each anomaly, named as the anomaly and registered in the
 /// object index. The nodes are there at once; their pictures follow from other threads, the nearest first, and finer
-/// ones for those that the view comes near to. Without a globe nothing is shown. GUI thread, which also runs the
+/// ones for those that the view comes near to; from afar pins stand for them. Without a globe nothing is shown. GUI thread, which also runs the
 /// frames.
 class AnomalyOverlays : public QObject {
     Q_OBJECT
@@ -42,10 +43,14 @@ public:
     bool isShown(std::uint32_t stationId) const { return m_stations.count(stationId) != 0; }
     /// Takes the overlay of that name (GBK) off the globe.
     void remove(std::uint32_t stationId, const std::string& anomalyName);
+    /// Paints the overlay of that anomaly as it is now, with its verdict. One that is not shown is passed over.
+    void update(std::uint32_t stationId, const SdiffData& anomaly);
     /// Tints the overlays of these names (GBK), of any station, and no others; also those that come later.
     void tint(const std::vector<std::string>& anomalyNames);
     /// Shows or hides all of them; hidden ones cannot be picked.
     void setVisible(bool isVisible);
+    /// The pins that stand for them from afar.
+    AnomalyPins& pins() { return m_pins; }
     /// Of all of them, 0 (clear) to 1.
     void setOpacity(float opacity);
     /// True while pictures are being made.
@@ -64,9 +69,12 @@ private:
     };
     struct Station {
         osg::ref_ptr<osg::Group> group;
+        OverlayStyle style;
+        double groundMetres = 0.0;            ///< about, above the ellipsoid
         std::map<std::string, Entry> entries; ///< by the anomaly's name
     };
 
+    void pin(std::uint64_t handle, const SdiffData& anomaly, double groundMetres);
     void attach(const std::vector<UsualPictures::Picture>& pictures);
     void tintThose(Station& station, const std::set<std::string>& names, bool isTinted);
 
@@ -77,6 +85,7 @@ private:
     QThreadPool m_painters;
     UsualPictures m_usual;
     CrispOverlays m_crisp;
+    AnomalyPins m_pins;
 };
 
 } // namespace inspection

@@ -16,6 +16,8 @@ namespace {
 constexpr double kPitchDegrees = -60.0;
 constexpr double kNoElevationBelowMetres = -9999.0;
 
+} // namespace
+
 double groundMetres(osgEarth::MapNode& map, double lonDegrees, double latDegrees) {
     osgEarth::ElevationQuery query(map.getMap());
     const osgEarth::GeoPoint point(osgEarth::SpatialReference::get("wgs84"), lonDegrees, latDegrees, 0.0,
@@ -23,8 +25,6 @@ double groundMetres(osgEarth::MapNode& map, double lonDegrees, double latDegrees
     const float metres = query.getElevation(point, 0.0001);
     return metres > kNoElevationBelowMetres ? metres : 0.0;
 }
-
-} // namespace
 
 void flyTo(double lonDegrees, double latDegrees, double rangeMetres, double seconds) {
     if (!g_pCXviewer || !g_pCXviewer->getManipulator() || !g_pCXviewer->getMapNode()) {

@@ -1,5 +1,6 @@
 #include "workbench/inspection/scene/OverlayPicture.h"
 
+#include "host/Gbk.h"
 #include "workbench/inspectiondata/pictures/OutlinePath.h"
 #include "workbench/inspectiondata/pictures/RasterPicture.h"
 #include "workbench/inspectiondata/text/AnomalyTexts.h"
@@ -21,6 +22,44 @@ constexpr double kTint = 0.5; ///< least opacity within the outline
 /// Of the differences, at most: what is judged has to be seen through them, also when a selection colours them all
 /// in yellow; the line along the outline then stands out by itself.
 constexpr double kDifferences = 0.4;
+constexpr double kLessWhenJudged = 0.45; ///< of both
+const QColor kFalseAlarmColour(0x70, 0x76, 0x80);
+
+/// How an anomaly is drawn, by what the inspector thinks of it.
+struct Look {
+    QColor line;
+    QColor tint;
+    double differences = kDifferences;
+    Qt::PenStyle dashes = Qt::SolidLine;
+};
+
+Look lookOf(const SdiffData& anomaly, const OverlayStyle& style) {
+    const QColor kind = anomaly.isFill ? style.fill : style.cut;
+    Look look{kind.darker(140), kind};
+    double tint = kTint;
+    const Judgement judgement = judgementOf(anomaly);
+    if (judgement != Judgement::Open) {
+        look.dashes = Qt::CustomDashLine;
+        look.differences *= kLessWhenJudged;
+        tint *= kLessWhenJudged;
+    }
+    if (judgement == Judgement::FalseAlarm) {
+        look.line = look.tint = kFalseAlarmColour;
+        look.differences = 0.0;
+    }
+    look.tint.setAlphaF(static_cast<float>(tint));
+    return look;
+}
+
+void drawEdge(QPainter& painter, const QPainterPath& outline, const Look& look, double widthPixels) {
+    QPen casing(QColor(255, 255, 255, 235), widthPixels * 2.0, Qt::SolidLine, Qt::FlatCap, Qt::RoundJoin);
+    QPen line(look.line, widthPixels, look.dashes, Qt::FlatCap, Qt::RoundJoin);
+    if (look.dashes == Qt::CustomDashLine) {
+        line.setDashPattern({4.0, 3.0});
+    }
+    painter.strokePath(outline, casing);
+    painter.strokePath(outline, line);
+}
 
 QTransform groundToPicture(const QRectF& ground, const QSize& pixels) {
     QTransform transform;
@@ -39,6 +78,13 @@ QImage differences(const SdiffData& anomaly, const OverlayStyle& style, const QR
 }
 
 } // namespace
+
+Judgement judgementOf(const SdiffData& anomaly) {
+    static const std::string falseAlarm = toGbk(QStringLiteral("误报"));
+    return anomaly.attribute.empty()         ? Judgement::Open
+           : anomaly.attribute == falseAlarm ? Judgement::FalseAlarm
+                                             : Judgement::Judged;
+}
 
 QRectF overlayGround(const SdiffData& anomaly) {
     const double width = std::max(anomaly.xMax - anomaly.xMin, 0.1);
@@ -70,24 +116,18 @@ QImage overlayPicture(const SdiffData& anomaly, const OverlayStyle& style, const
     QPainter painter(&picture);
     painter.setRenderHint(QPainter::Antialiasing);
     const QPainterPath outline = groundToPicture(ground, pixels).map(outlinePath(anomaly.outlineWkt));
-    const QColor kind = anomaly.isFill ? style.fill : style.cut;
-    QColor tint = kind;
-    tint.setAlphaF(static_cast<float>(kTint));
+    const Look look = lookOf(anomaly, style);
 
     painter.setClipPath(outline);
-    painter.fillPath(outline, tint);
+    painter.fillPath(outline, look.tint);
     const QImage colours = differences(anomaly, style, ground, pixels);
     if (!colours.isNull()) {
-        painter.setOpacity(kDifferences);
+        painter.setOpacity(look.differences);
         painter.drawImage(picture.rect(), colours);
         painter.setOpacity(1.0);
     }
     painter.setClipping(false);
-
-    const double edge = detail.edgePixels;
-    painter.strokePath(
-        outline, QPen(QColor(255, 255, 255, 235), edge * 2.0, Qt::SolidLine, Qt::FlatCap, Qt::RoundJoin));
-    painter.strokePath(outline, QPen(kind.darker(140), edge, Qt::SolidLine, Qt::FlatCap, Qt::RoundJoin));
+    drawEdge(painter, outline, look, detail.edgePixels);
     painter.end();
     return picture;
 }

@@ -22,6 +22,11 @@ struct OverlayStyle {
     int mostPixels = 256; ///< of the longer side of a picture that is not painted for a near view
 };
 
+/// How far the inspector has come with an anomaly.
+enum class Judgement { Open, Judged, FalseAlarm };
+/// Of the anomaly's verdict.
+Judgement judgementOf(const SdiffData& anomaly);
+
 /// How finely an anomaly is painted.
 struct OverlayDetail {
     int pixels = 256;        ///< of the picture's longer side
@@ -35,8 +40,9 @@ QRectF overlayGround(const SdiffData& anomaly);
 /// The size of a picture of overlayGround() whose longer side has that many pixels.
 QSize overlayPixels(const SdiffData& anomaly, int longerSide);
 
-/// The anomaly's elevation differences in colour, transparent outside its outline, with an edge line. North
-/// is up. Without a readable raster the outline is filled in the colour of its kind. Any thread.
+/// The anomaly's elevation differences in colour, transparent outside its outline, with an edge line: whole while it
+/// waits for a verdict, dashed and paler afterwards, grey for a false alarm. North is up. Without a readable raster the
+/// outline is filled in the colour of its kind. Any thread.
 QImage overlayPicture(const SdiffData& anomaly, const OverlayStyle& style, const OverlayDetail& detail);
 /// The same in the detail that is enough from afar.
 QImage overlayPicture(const SdiffData& anomaly, const OverlayStyle& style);

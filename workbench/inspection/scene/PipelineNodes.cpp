@@ -1,6 +1,7 @@
 #include "workbench/inspection/scene/PipelineNodes.h"
 
 #include "host/Gbk.h"
+#include "workbench/inspection/scene/ForTheViewOnly.h"
 #include "workbench/inspection/scene/Globe.h"
 #include "workbench/inspection/scene/OverlayPicture.h"
 #include "workbench/inspection/scene/StationProjection.h"
@@ -13,7 +14,6 @@
 #include <osgEarthSymbology/IconSymbol>
 #include <osgEarthSymbology/LineSymbol>
 #include <osgEarthSymbology/TextSymbol>
-#include <osgUtil/CullVisitor>
 
 #include <QImage>
 #include <QPainter>
@@ -238,17 +238,6 @@ void addNodes(osg::Group& group, const std::vector<KV_BasicNode>& nodes) {
         }
     }
 }
-
-/// Pictures that are made for picking hold nothing of it: a caption must not stand before an anomaly there.
-class ForTheViewOnly : public osg::NodeCallback {
-public:
-    void operator()(osg::Node* node, osg::NodeVisitor* visitor) override {
-        osgUtil::CullVisitor* cull = visitor->asCullVisitor();
-        if (!cull || isGlobeView(*cull->getCurrentCamera())) {
-            traverse(node, visitor);
-        }
-    }
-};
 
 } // namespace
 

@@ -12,6 +12,7 @@ constexpr double kLeastDistanceMetres = 0.5;
 
 ViewGeometry::ViewGeometry(const osg::Camera& camera)
     : m_view(camera.getViewMatrix()), m_projection(camera.getProjectionMatrix()),
+      m_widthPixels(camera.getViewport() ? camera.getViewport()->width() : 0.0),
       m_heightPixels(camera.getViewport() ? camera.getViewport()->height() : 0.0) {}
 
 std::optional<ScreenScale> ViewGeometry::scaleOf(const osg::BoundingSphere& bound) const {
@@ -29,9 +30,18 @@ std::optional<ScreenScale> ViewGeometry::scaleOf(const osg::BoundingSphere& boun
     return ScreenScale{scaleAt(distance - double{bound.radius()}), scaleAt(distance)};
 }
 
+std::optional<osg::Vec2d> ViewGeometry::pixelOf(const osg::Vec3d& world) const {
+    const osg::Vec3d eye = world * m_view;
+    if (eye.z() >= 0.0) {
+        return std::nullopt;
+    }
+    const osg::Vec3d clip = eye * m_projection; // divided by its fourth coordinate
+    return osg::Vec2d((clip.x() + 1.0) / 2.0 * m_widthPixels, (clip.y() + 1.0) / 2.0 * m_heightPixels);
+}
+
 bool ViewGeometry::operator==(const ViewGeometry& other) const {
     return m_view == other.m_view && m_projection == other.m_projection &&
-           m_heightPixels == other.m_heightPixels;
+           m_widthPixels == other.m_widthPixels && m_heightPixels == other.m_heightPixels;
 }
 
 } // namespace inspection

@@ -4,6 +4,7 @@
 #include <osg/Camera>
 #include <osg/Matrixd>
 #include <osg/Polytope>
+#include <osg/Vec2d>
 
 #include <optional>
 
@@ -25,12 +26,16 @@ public:
     /// not looked at.
     std::optional<ScreenScale> scaleOf(const osg::BoundingSphere& bound) const;
 
+    /// Where a place in world coordinates is in the picture, device pixels from the lower left; nothing behind the eye.
+    std::optional<osg::Vec2d> pixelOf(const osg::Vec3d& world) const;
+
     bool operator==(const ViewGeometry& other) const;
     bool operator!=(const ViewGeometry& other) const { return !(*this == other); }
 
 private:
     osg::Matrixd m_view;
     osg::Matrixd m_projection;
+    double m_widthPixels = 0.0;
     double m_heightPixels = 0.0;
 };
 

@@ -262,8 +262,12 @@ void AnomalyTableWindow::takeSelection() {
     announceSelection();
 }
 
+bool AnomalyTableWindow::isFollowed() const {
+    return isSignalConnected(QMetaMethod::fromSignal(&AnomalyTableWindow::selectionChanged));
+}
+
 void AnomalyTableWindow::announceSelection() {
-    if (!isSignalConnected(QMetaMethod::fromSignal(&AnomalyTableWindow::selectionChanged))) {
+    if (!isFollowed()) {
         m_overlays.tint(m_selectedNames);
         return;
     }

@@ -40,6 +40,8 @@ public:
     ~AnomalyTableWindow() override;
 
     KV_StationItem* GetCurrentItem() override { return &m_current; }
+    /// Whether somebody else, such as a tool, shows on the globe what is selected.
+    bool isFollowed() const;
     void SetCurrentItem(const KV_StationItem& item) override;
     void Refresh() override;
     void AddData() override;

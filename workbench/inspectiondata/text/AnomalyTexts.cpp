@@ -43,8 +43,8 @@ bool isSignificant(const SdiffData& anomaly) {
            anomaly.volumeCubicMetres() >= kTwoSided95 * *anomaly.volumeSigmaCubicMetres;
 }
 
-QString differenceText(double metres) {
-    const QString digits = QString::number(std::abs(metres), 'f', 2);
+QString differenceText(double metres, int decimals) {
+    const QString digits = QString::number(std::abs(metres), 'f', decimals);
     return (metres < 0.0 ? QStringLiteral("−") : QStringLiteral("+")) + digits;
 }
 

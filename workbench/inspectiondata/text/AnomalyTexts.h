@@ -23,7 +23,7 @@ QString volumeText(const SdiffData& anomaly);
 /// also false where that is not known.
 bool isSignificant(const SdiffData& anomaly);
 /// An elevation difference in metres, always with its sign: "+1.25", "−0.80".
-QString differenceText(double metres);
+QString differenceText(double metres, int decimals = 2);
 /// "112.345678° E, 34.567890° N".
 QString positionText(double lonDegrees, double latDegrees);
 /// The difference with the larger magnitude, with its sign.
