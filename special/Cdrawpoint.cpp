@@ -72,7 +72,7 @@ void Cdrawpoint::OnActivate() {
         return;
     }
     openDialog();
-    m_previewMarker = nullptr; // that of a drawing that was given up went with its group
+    RemovePreview(); // of a drawing that was given up
     m_pointGroup = new osg::Group;
     m_pointGroup->setName(kGroupName);
     m_threads.onFrame([this, group = m_pointGroup] { m_groupOfGlobe = group; });
@@ -189,8 +189,10 @@ void Cdrawpoint::OnMessage(std::string message) { // NOLINT(performance-unnecess
         addToGlobe(m_groupOfGlobe);
         applyGlobalDefaults(m_groupOfGlobe);
     } else if (message == "removeStationPoint") {
-        removeFromGlobe(m_groupOfGlobe);
-        applyGlobalDefaults(m_groupOfGlobe);
+        const osg::ref_ptr<osg::Group> group = m_closedGroup ? m_closedGroup : m_groupOfGlobe;
+        m_closedGroup = nullptr;
+        removeFromGlobe(group);
+        applyGlobalDefaults(group);
     }
 }
 
@@ -230,6 +232,7 @@ void Cdrawpoint::SlotOK() {
 }
 
 void Cdrawpoint::SlotClose() {
+    m_threads.onFrame([this] { m_closedGroup = m_groupOfGlobe; });
     osgPush("removeStationPoint");
     finish();
 }

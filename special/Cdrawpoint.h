@@ -77,6 +77,7 @@ private:
     int m_pressX = 0;
     int m_pressY = 0;
     osg::ref_ptr<osg::Group> m_groupOfGlobe; ///< the point group, as it arrived
+    osg::ref_ptr<osg::Group> m_closedGroup;  ///< to be removed, even when the next drawing begins before that
 
     // GUI thread.
     osg::ref_ptr<osgEarth::Annotation::PlaceNode> m_previewMarker;

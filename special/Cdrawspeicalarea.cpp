@@ -164,8 +164,10 @@ void Cdrawspeicalarea::OnMessage(
         addToGlobe(m_drawing.group());
         applyGlobalDefaults(m_drawing.group());
     } else if (message == "removespecialarea") {
-        removeFromGlobe(m_drawing.group());
-        applyGlobalDefaults(m_drawing.group());
+        const osg::ref_ptr<osg::Group> group = m_closedGroup ? m_closedGroup.get() : m_drawing.group();
+        m_closedGroup = nullptr;
+        removeFromGlobe(group);
+        applyGlobalDefaults(group);
     }
 }
 
@@ -218,6 +220,7 @@ void Cdrawspeicalarea::enterIntoScene(const Special_Polygon& record) {
 }
 
 void Cdrawspeicalarea::SlotClose() {
+    m_threads.onFrame([this] { m_closedGroup = m_drawing.group(); });
     osgPush("removespecialarea");
     finish();
 }

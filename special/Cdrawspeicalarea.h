@@ -70,6 +70,7 @@ private:
     // Thread of the frames.
     int m_pressX = 0;
     int m_pressY = 0;
+    osg::ref_ptr<osg::Group> m_closedGroup; ///< to be removed, even when the next drawing begins before that
     AreaDrawing m_drawing;
 
     // GUI thread.

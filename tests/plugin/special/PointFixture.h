@@ -11,6 +11,14 @@ protected:
 
     using PlaceNode = osgEarth::Annotation::PlaceNode;
 
+    /// In all groups of the tool.
+    unsigned markersOnGlobe() {
+        unsigned count = 0;
+        for (const osg::Group* group : m_host.groupsNamed("ROIPoint")) {
+            count += group->getNumChildren();
+        }
+        return count;
+    }
     PlaceNode* marker() const { return child<PlaceNode>(0); }
     /// Degrees.
     osg::Vec2d markerPlace() const {

@@ -165,4 +165,31 @@ TEST_F(PointTool, EnterConfirmsAndEscTakesTheMarkerAway) {
     EXPECT_EQ(storedPoints(), 1);
 }
 
+TEST_F(PointTool, ADrawingThatWasGivenUpLeavesNoMarkerHoweverSoonTheNextOneBegins) {
+    startTool();
+    leftClick(ground(60, 50));
+    ASSERT_NE(marker(), nullptr);
+    QTest::keyClick(field<QLineEdit>("lineEditTitle"), Qt::Key_Escape);
+    m_host.click(m_tool); // before the next frame
+    draw();
+    ASSERT_TRUE(isToolOn());
+    EXPECT_EQ(markersOnGlobe(), 0U);
+    leftClick(ground(120, 20));
+    EXPECT_EQ(markersOnGlobe(), 1U);
+}
+
+TEST_F(PointTool, AMarkerThatStayedWhenTheToolWasLeftGoesWithTheNextDrawing) {
+    startTool();
+    leftClick(ground(60, 50));
+    keyClick(Qt::Key_Escape); // over the globe, where nobody takes it
+    m_host.click(m_tool);
+    draw();
+    ASSERT_FALSE(isToolOn());
+    EXPECT_EQ(markersOnGlobe(), 1U) << "it stays until then";
+    m_host.click(m_tool);
+    draw();
+    ASSERT_TRUE(isToolOn());
+    EXPECT_EQ(markersOnGlobe(), 0U);
+}
+
 } // namespace
