@@ -86,12 +86,13 @@ std::unique_ptr<char[]>& reserve() {
 
 /// Libraries abort when they get no memory, or use what they did not get.
 void giveUp(int fault) {
-    endOnFault(fault == SIGABRT ? "内存不足，或某个库无法继续" : "内存访问出错，可能是内存不足");
+    endOnFault(fault == SIGABRT || fault == SIGTRAP ? "内存不足，或某个库无法继续"
+                                                    : "内存访问出错，可能是内存不足");
 }
 
 /// Where a sanitizer listens already, it tells more.
 void listenToFaults() {
-    for (const int fault : {SIGABRT, SIGSEGV, SIGBUS}) {
+    for (const int fault : {SIGABRT, SIGSEGV, SIGBUS, SIGTRAP}) {
         struct sigaction action{};
         if (sigaction(fault, nullptr, &action) == 0 && action.sa_handler == SIG_DFL) {
             action.sa_handler = giveUp;
@@ -102,7 +103,7 @@ void listenToFaults() {
 
 void dropWords(QtMsgType type, const QMessageLogContext& context, const QString& words) {
     if (type == QtFatalMsg) {
-        end(qUtf8Printable(words));
+        end(qUtf8Printable(words.simplified()));
     }
     if (words.startsWith(
             QLatin1String("QThread::start"))) { // whoever waits for that thread would wait for ever

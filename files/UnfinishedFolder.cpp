@@ -18,7 +18,7 @@ constexpr int kMostTries = 3;
 
 /// What this process has not finished; the end of a process is the affair of all its threads.
 struct Register {
-    std::mutex mutex;
+    std::recursive_mutex mutex; ///< an end may come from within what holds it
     std::multiset<fs::path> folders;
 };
 
@@ -89,6 +89,7 @@ void removeAbandoned(const fs::path& parent) {
 std::optional<UnfinishedFolder> UnfinishedFolder::in(const fs::path& parent, const std::string& stem,
                                                      std::error_code& error) {
     removeAbandoned(parent);
+    const Finishing finishing; // nobody ends the process between the lock and its entry in the register
     const auto freshName = [&] { return parent / fs::u8path("." + stem + "-" + randomHex()); };
     fs::path path = freshName();
     auto lock = OwnerLock::make(path.native() + kLockEnding);

@@ -12,7 +12,7 @@
 /// What comes into being in a hidden folder and takes its place when it is whole. One way for all that the programs write.
 namespace files {
 
-/// A place that goes with all in it when the process is ended by a signal; see removeUnfinished().
+/// A folder, or a file, that goes with all in it when the process is ended by a signal; see removeUnfinished().
 class Unfinished {
 public:
     explicit Unfinished(std::filesystem::path folder);
@@ -30,7 +30,7 @@ public:
     Finishing();
 
 private:
-    std::unique_lock<std::mutex> m_lock;
+    std::unique_lock<std::recursive_mutex> m_lock;
 };
 
 /// Removes all unfinished folders of this process, and from then on lets nothing be made or take its place: the caller

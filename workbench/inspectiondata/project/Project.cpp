@@ -1,11 +1,13 @@
 #include "workbench/inspectiondata/project/Project.h"
 
+#include "files/UnfinishedFolder.h"
 #include "workbench/inspectiondata/project/EpochList.h"
 #include "workbench/inspectiondata/project/OwnerLock.h"
 #include "workbench/inspectiondata/project/PendingProjectFile.h"
 #include "workbench/inspectiondata/project/ProjectFile.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QLockFile>
 
@@ -43,7 +45,10 @@ Result<std::unique_ptr<QLockFile>> lockFolder(const QString& folder) {
 } // namespace
 
 Project::Project(ProjectDescription description, Access access, std::unique_ptr<QLockFile> lock)
-    : m_description(std::move(description)), m_access(access), m_lock(std::move(lock)) {}
+    : m_description(std::move(description)), m_access(access), m_lock(std::move(lock)),
+      m_entry(m_lock
+                  ? std::make_unique<files::Unfinished>(QFile::encodeName(m_lock->fileName()).toStdString())
+                  : nullptr) {}
 
 Project::Project(Project&&) noexcept = default;
 Project& Project::operator=(Project&&) noexcept = default;

@@ -10,6 +10,10 @@
 
 class QLockFile;
 
+namespace files {
+class Unfinished;
+}
+
 namespace inspection {
 
 /// A project folder that is open: project.json, inspection.db, rasters, centre line, output/.
@@ -65,6 +69,7 @@ private:
     ProjectDescription m_description;
     Access m_access;
     std::unique_ptr<QLockFile> m_lock;
+    std::unique_ptr<files::Unfinished> m_entry; ///< of the lock file, for the sudden end of the process
 };
 
 } // namespace inspection
