@@ -243,7 +243,8 @@ void MainWindow::buildTop() {
     m_epochs->setMinimumContentsLength(10);
     m_epochs->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
     m_epochs->setEnabled(false);
-    connect(m_epochs, QOverload<int>::of(&QComboBox::activated), this, &MainWindow::showEpoch);
+    connect(m_epochs, QOverload<int>::of(&QComboBox::activated), this,
+            qOverload<int>(&MainWindow::showEpoch));
     m_pairs = new PairBox(top);
     connect(m_pairs, &PairBox::pairChosen, this, &MainWindow::comparePair);
     connect(&InspectionContext::instance(), &InspectionContext::computeFinished, m_pairs,
@@ -335,6 +336,18 @@ void MainWindow::connectGlobe() {
 void MainWindow::addWorldBackdrop() {
     if (const std::optional<std::string> problem = m_globe->map().addWorldBackdrop(kWorldPicture)) {
         qCWarning(logApp) << "no world backdrop:" << problem->c_str();
+    }
+}
+
+QString MainWindow::shownEpoch() const {
+    return m_epochs->currentText();
+}
+
+void MainWindow::showEpoch(const QString& title) {
+    const int index = m_epochs->findText(title);
+    if (index >= 0 && index != m_epochs->currentIndex()) {
+        m_epochs->setCurrentIndex(index);
+        showEpoch(index);
     }
 }
 

@@ -38,6 +38,9 @@ public:
 
     /// Takes size and layout from the user's settings, and stores them when it is closed.
     void rememberLayout();
+    /// The title of the epoch that the globe shows; showing one that there is not changes nothing.
+    QString shownEpoch() const;
+    void showEpoch(const QString& title);
     /// Puts the view over the whole corridor at once; the view that Home goes back to.
     void goToOverview();
 

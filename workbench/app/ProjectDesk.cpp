@@ -28,6 +28,10 @@ using inspection::ProjectSettingsDialog;
 
 ProjectDesk::ProjectDesk(MainWindow& window, StartPage& page)
     : m_window(window), m_page(page), m_epochs(window) {
+    connect(&InspectionContext::instance(), &InspectionContext::projectClosing, this, [this] {
+        keepPresentStay();
+        m_hasWelcomed = false;
+    });
     connect(&m_epochs, &EpochDesk::dropped, this, &ProjectDesk::takeDropped);
     connect(&page, &StartPage::newRequested, this, [this] { makeNew(); });
     connect(&page, &StartPage::openRequested, this, &ProjectDesk::choose);
@@ -39,14 +43,10 @@ ProjectDesk::ProjectDesk(MainWindow& window, StartPage& page)
     connect(&m_sample, &SampleMaker::finished, this, &ProjectDesk::endSample);
 }
 
-ProjectDesk::~ProjectDesk() = default;
-
-/// Where the user was in a project.
-struct ProjectDesk::Stay {
-    QString folder;
-    inspection::StationChoice stations;
-    osgEarth::Viewpoint view;
-};
+// The project is closed after the desk has gone.
+ProjectDesk::~ProjectDesk() {
+    keepPresentStay();
+}
 
 void ProjectDesk::open(const QString& folder) {
     askForMissingFiles(folder);
@@ -55,17 +55,48 @@ void ProjectDesk::open(const QString& folder) {
         tell(*problem, myMessageBox::Warning);
         return;
     }
-    rememberOpenProject();
+    welcome();
     const QString reason = InspectionContext::instance().readOnlyReason();
     if (!reason.isEmpty()) {
         tell(reason, myMessageBox::Warning);
     }
 }
 
-void ProjectDesk::rememberOpenProject() {
+void ProjectDesk::welcome() {
+    InspectionContext& context = InspectionContext::instance();
+    if (!context.project()) {
+        return;
+    }
+    const inspection::ProjectDescription& project = context.project()->description();
+    RecentProjects::add(project.folder, project.name);
+    keepPicture(project);
+    if (const auto stay = keptStay(project.folder)) {
+        goTo(*stay);
+    } else {
+        context.showComputedStations();
+    }
+    m_hasWelcomed = true;
+}
+
+void ProjectDesk::goTo(const ProjectStay& stay) {
+    InspectionContext::instance().setStationChoice(stay.stations);
+    m_window.showEpoch(stay.shownEpoch);
+    if (stay.view.isValid()) {
+        m_window.globe().getManipulator()->setViewpoint(stay.view, 0.0);
+    }
+    m_window.globe().requestRedraw();
+}
+
+ProjectStay ProjectDesk::presentStay() const {
+    return {InspectionContext::instance().stationChoice(), m_window.shownEpoch(),
+            m_window.globe().getManipulator()->getViewpoint()};
+}
+
+void ProjectDesk::keepPresentStay() const {
     if (const inspection::Project* project = InspectionContext::instance().project()) {
-        RecentProjects::add(project->description().folder, project->description().name);
-        keepPicture(project->description());
+        if (m_hasWelcomed) {
+            keepStay(project->description().folder, presentStay());
+        }
     }
 }
 
@@ -113,22 +144,18 @@ void ProjectDesk::changeSettings() {
 void ProjectDesk::leaveProject() {
     InspectionContext& context = InspectionContext::instance();
     zeo::EngineContext::instance().deactivateTool();
-    m_stay = std::make_unique<Stay>(Stay{context.project()->description().folder, context.stationChoice(),
-                                         m_window.globe().getManipulator()->getViewpoint()});
+    m_left = context.project()->description().folder;
+    m_hasWelcomed = true; // he is to come back to what he sees now
     context.closeProject();
 }
 
 void ProjectDesk::comeBack() {
-    const std::unique_ptr<Stay> stay = std::move(m_stay);
-    if (const std::optional<QString> problem = m_window.openProject(stay->folder)) {
+    if (const std::optional<QString> problem = m_window.openProject(m_left)) {
         m_window.showStartPage();
         tell(*problem, myMessageBox::Warning);
         return;
     }
-    rememberOpenProject();
-    InspectionContext::instance().setStationChoice(stay->stations);
-    m_window.globe().getManipulator()->setViewpoint(stay->view, 0.0);
-    m_window.globe().requestRedraw();
+    welcome();
 }
 
 void ProjectDesk::askForMissingFiles() {

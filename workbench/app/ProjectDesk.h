@@ -1,6 +1,7 @@
 #pragma once
 
 #include "workbench/app/EpochDesk.h"
+#include "workbench/app/ProjectStay.h"
 #include "workbench/app/SampleMaker.h"
 #include "workbench/inspection/images/LatestRead.h"
 #include "workbench/inspectiondata/project/ProjectDescription.h"
@@ -8,8 +9,6 @@
 #include <QObject>
 #include <QPointer>
 #include <QStringList>
-
-#include <memory>
 
 class MainWindow;
 struct DroppedFiles;
@@ -34,8 +33,9 @@ public:
     /// Opens a project and keeps it among the recent ones; one that cannot be opened is told in a message box. Files of it
     /// that are missing are asked for before.
     void open(const QString& folder);
-    /// Puts the open project, if there is one, on top of the recent ones.
-    void rememberOpenProject();
+    /// Puts the open project, if there is one, on top of the recent ones, and takes the user back to where he was in it on
+    /// this machine. Somebody who was never there sees all that has been computed.
+    void welcome();
     void choose();
     /// Lets the user make a project, with these files to begin with. While one is being made they are added to it.
     void makeNew(const QStringList& rasters = {}, const QString& centerline = {});
@@ -57,6 +57,9 @@ private:
     /// The project is closed while it is changed, and opened again with what the user sees and has chosen.
     void leaveProject();
     void comeBack();
+    void goTo(const ProjectStay& stay);
+    ProjectStay presentStay() const;
+    void keepPresentStay() const;
     void endSample(const QString& problem);
     void keepPicture(const inspection::ProjectDescription& project);
     void tell(const QString& text, int type);
@@ -68,6 +71,6 @@ private:
     QPointer<inspection::ProjectSettingsDialog> m_settings;
     SampleMaker m_sample;
     inspection::LatestRead m_pictures;
-    struct Stay;
-    std::unique_ptr<Stay> m_stay; ///< while the project is being changed
+    bool m_hasWelcomed = false; ///< the open project was not opened by a program alone
+    QString m_left;             ///< folder of the project that is being changed
 };

@@ -112,7 +112,7 @@ int runWorkbench(const Options& options, const QElapsedTimer& sinceStart) {
         problem = InspectionContext::instance().readOnlyReason();
     }
     if (!headless) {
-        window.desk().rememberOpenProject();
+        window.desk().welcome();
     }
     const QString plugin = options.pluginFile.isEmpty() ? defaultPluginFile() : options.pluginFile;
     int status = 0;

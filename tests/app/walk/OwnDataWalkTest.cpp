@@ -82,7 +82,7 @@ TEST_F(OwnDataWalk, TheNextFlightIsDroppedOnTheWindowAndCompared) {
 
 TEST_F(OwnDataWalk, TheFilesOfASurveyBecomeAProjectWithAnomaliesByMouse) {
     open(m_sample.folder());
-    window().desk().rememberOpenProject();
+    window().desk().welcome();
     ASSERT_TRUE(waitUntil([this] { return QFileInfo::exists(thumbnailFile(m_sample.folder())); }));
     close();
     openStartPage();

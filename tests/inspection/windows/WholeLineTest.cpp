@@ -21,6 +21,7 @@
 #include <QSignalSpy>
 #include <QTest>
 
+#include <algorithm>
 #include <set>
 
 namespace {
@@ -306,6 +307,19 @@ TEST_F(WholeLineTest, AToolThatDeletesOneStationsPartIsAskedAboutTheRest) {
     const MessageWatch agreeing;
     context().GetAVWindow()->DeleteItems(m_rich[0], one);
     EXPECT_EQ(storedDeleted(), 2U);
+}
+
+TEST_F(WholeLineTest, AToolMayDeleteAPartOfOneStationsSelectionUnasked) {
+    const auto rich = std::find_if(m_rich.begin(), m_rich.end(), [](const KV_StationItem* item) {
+        return item->m_diffData.m_anomalies.size() > 1;
+    });
+    ASSERT_NE(rich, m_rich.end());
+    const std::vector<SdiffData> anomalies = (*rich)->m_diffData.m_anomalies;
+    selectOnGlobe({fromGbk(anomalies[0].name), fromGbk(anomalies[1].name)});
+    const MessageWatch messages;
+    context().GetAVWindow()->DeleteItems(*rich, {anomalies[0]});
+    EXPECT_TRUE(messages.texts().isEmpty()) << messages.texts().join(' ').toStdString();
+    EXPECT_EQ(storedDeleted(), 1U);
 }
 
 TEST_F(WholeLineTest, ColumnsAreFoundAsTheyWereLeftInTheirProject) {

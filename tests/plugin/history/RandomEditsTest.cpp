@@ -333,19 +333,26 @@ private:
         }
         ASSERT_EQ(entries, now.objects.size()) << "tree";
     }
-    /// The table, of the station that it shows.
+    /// The table, of the stations that it shows: an undo of several steps shows all that it has changed.
     void compareTable(const ModelState& now) {
+        constexpr int kStation = 16;
         const QAbstractItemModel& rows = *table().model();
+        std::map<QString, qint64> shown;
+        if (const KV_StationItem& current = *anomalies().GetCurrentItem(); current.GetStationId() != 0) {
+            shown[fromGbk(current.m_station.m_name)] = 0;
+        }
         for (int row = 0; row < rows.rowCount(); ++row) {
             const auto anomaly = now.anomalies.find(rows.index(row, 0).data(Qt::EditRole).toString());
             ASSERT_NE(anomaly, now.anomalies.end());
             ASSERT_EQ(rows.index(row, 6).data(Qt::EditRole).toString(), anomaly->second.attribute);
+            ++shown[rows.index(row, kStation).data().toString()];
         }
-        if (const std::uint32_t station = anomalies().GetCurrentItem()->GetStationId()) {
+        for (const auto& [station, count] : shown) {
             const auto stored = m_database->queryRecord(
-                "select count(*) as n from anomaly where station_id=? and is_deleted=0",
-                {std::int64_t{station}});
-            ASSERT_EQ(rows.rowCount(), numberOf(stored[0], "n")) << "table";
+                "select count(*) as n from anomaly a join station s on s.id=a.station_id "
+                "where s.name=? and a.is_deleted=0",
+                {toGbk(station)});
+            ASSERT_EQ(count, numberOf(stored[0], "n")) << "table";
         }
     }
     std::map<QString, ModelObject> onGlobe() {

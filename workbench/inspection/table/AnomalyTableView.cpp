@@ -110,6 +110,13 @@ void AnomalyTableView::editAttribute() {
     edit(attribute);
 }
 
+QSize AnomalyTableView::sizeHint() const {
+    constexpr int kRowsAtFirst = 6;
+    const int height =
+        horizontalHeader()->sizeHint().height() + kRowsAtFirst * verticalHeader()->defaultSectionSize();
+    return {QTableView::sizeHint().width(), height};
+}
+
 void AnomalyTableView::selectOnly(const std::vector<int>& rows) {
     selectionModel()->select(rowSelection(*model(), rows), QItemSelectionModel::ClearAndSelect);
 }

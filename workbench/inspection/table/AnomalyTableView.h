@@ -28,6 +28,8 @@ public:
     TableColumns& columns() { return *m_columns; }
     /// The rows are deleted anomalies.
     void setShowsDeleted(bool isDeleted) { m_showsDeleted = isDeleted; }
+    /// A few rows; the globe and the pictures need the room more.
+    QSize sizeHint() const override;
     void selectOnly(const std::vector<int>& rows);
     /// The columns that are shown, of all rows in their order.
     TableSheet sheet() const;

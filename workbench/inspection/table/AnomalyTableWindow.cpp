@@ -232,7 +232,8 @@ std::vector<SdiffData> AnomalyTableWindow::selected() const {
     return anomalies;
 }
 
-std::vector<SdiffData> AnomalyTableWindow::selectedBeside(const std::vector<SdiffData>& anomalies) const {
+std::vector<SdiffData> AnomalyTableWindow::selectedBeside(std::uint32_t stationId,
+                                                          const std::vector<SdiffData>& anomalies) const {
     std::set<std::string> beside(m_selectedNames.begin(), m_selectedNames.end());
     for (const SdiffData& anomaly : anomalies) {
         if (beside.erase(anomaly.name) == 0) {
@@ -241,7 +242,8 @@ std::vector<SdiffData> AnomalyTableWindow::selectedBeside(const std::vector<Sdif
     }
     std::vector<SdiffData> found;
     for (const std::string& name : beside) {
-        if (const int row = m_model->rowOf(name); row >= 0) {
+        const int row = m_model->rowOf(name);
+        if (row >= 0 && m_model->row(row).station().id != stationId) {
             found.push_back(m_model->anomaly(row));
         }
     }
@@ -382,7 +384,7 @@ void AnomalyTableWindow::DeleteItems(KV_StationItem* item, const std::vector<Sdi
         return;
     }
     std::vector<SdiffData> deleted = anomalies;
-    const std::vector<SdiffData> others = selectedBeside(anomalies);
+    const std::vector<SdiffData> others = selectedBeside(item->GetStationId(), anomalies);
     const QString question = tr("删除 %1 处异常？选“否”只删除这个站段的 %2 处。")
                                  .arg(anomalies.size() + others.size())
                                  .arg(anomalies.size());

@@ -104,8 +104,10 @@ private:
     void deleteSelected();
     void restoreSelected();
     std::vector<SdiffData> selected() const;
-    /// What is selected in shown stations besides these; nothing unless all of these are selected.
-    std::vector<SdiffData> selectedBeside(const std::vector<SdiffData>& anomalies) const;
+    /// What is selected in other shown stations than that one, whose anomalies these are; nothing unless all of these are
+    /// selected.
+    std::vector<SdiffData> selectedBeside(std::uint32_t stationId,
+                                          const std::vector<SdiffData>& anomalies) const;
     /// Null for no row. The row's station becomes the current item.
     const SdiffData* goToStationOf(const QModelIndex& sortedIndex);
     const SdiffData* anomalyAt(const QModelIndex& sortedIndex) const;
