@@ -140,6 +140,8 @@ void MariaDbServer::start() {
     m_process->setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGKILL); });
     QStringList options{"--no-defaults",
                         "--datadir=" + m_folder.filePath("data"),
+                        // Of its own: a server that starts clears the temporary tables of others from a shared one.
+                        "--tmpdir=" + m_folder.filePath("data"),
                         "--socket=" + m_folder.filePath("socket"),
                         "--pid-file=" + m_folder.filePath("pid"),
                         "--skip-networking",

@@ -146,6 +146,9 @@ void MariaDbDriver::setUpSession() {
         throw MariaDbError(0, "the server is too old, it has no collation that compares texts exactly",
                            false);
     }
+    MariaDbStatement size(*m_connection, "select @@max_allowed_packet as bytes");
+    size.execute({});
+    m_mostBytes = static_cast<std::size_t>(std::get<std::int64_t>(size.rows().at(0).at("bytes")));
     const QString collation = QString::fromStdString(std::get<std::string>(rows[0].at("name")));
     m_dialect.tableOptions = " engine=InnoDB default charset=utf8mb4 collate=" + collation;
     runPlain(*m_connection, "set names utf8mb4 collate " + collation);
@@ -262,7 +265,7 @@ KV_Rows MariaDbDriver::query(const QString& sql, const KV_Values& bound) {
     KV_Rows rows;
     perform(isSelect(sql) ? Kind::Reads : Kind::Changes, [&](MYSQL& connection) {
         MariaDbStatement statement(connection, sql.toUtf8());
-        statement.execute(bound);
+        statement.execute(bound, m_mostBytes);
         rows = statement.rows();
     });
     return rows;
@@ -273,7 +276,7 @@ Change MariaDbDriver::change(const QString& sql, const KV_Values& bound) {
     Change change;
     perform(Kind::Changes, [&](MYSQL& connection) {
         MariaDbStatement statement(connection, sql.toUtf8());
-        statement.execute(bound);
+        statement.execute(bound, m_mostBytes);
         change = statement.change();
     });
     return change;

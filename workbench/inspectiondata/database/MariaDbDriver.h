@@ -72,6 +72,7 @@ private:
     const inspection::ServerAddress m_address;
     Dialect m_dialect;
     std::unique_ptr<MYSQL, Close> m_connection; ///< none after a loss
+    std::size_t m_mostBytes = 0;                ///< that the server takes at once
     QString m_endedBecause;                     ///< why the open transaction is over; empty while it is not
     std::optional<Patience> m_patience;
     bool m_isEndedByLoss = false;

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <numeric>
 
 namespace mysqlhelper {
 
@@ -26,6 +27,13 @@ public:
         }
     }
     MYSQL_BIND* binds() { return m_binds.data(); }
+    /// What travels, with a little for each value.
+    std::size_t bytes() const {
+        constexpr std::size_t kOfEach = 16;
+        return std::accumulate(
+            m_binds.begin(), m_binds.end(), std::size_t{0},
+            [](std::size_t sum, const MYSQL_BIND& bind) { return sum + bind.buffer_length + kOfEach; });
+    }
 
 private:
     void put(std::monostate) { m_bind->buffer_type = MYSQL_TYPE_NULL; }
@@ -182,11 +190,15 @@ void MariaDbStatement::fail(bool sent) const {
     throw MariaDbError(mysql_stmt_errno(m_statement.get()), mysql_stmt_error(m_statement.get()), sent);
 }
 
-void MariaDbStatement::execute(const KV_Values& bound) {
+void MariaDbStatement::execute(const KV_Values& bound, std::size_t mostBytes) {
     if (mysql_stmt_param_count(m_statement.get()) != bound.size()) {
         throw MariaDbError(0, "the statement has another number of parameters than values", false);
     }
     Parameters parameters(bound);
+    if (parameters.bytes() > mostBytes) {
+        throw MariaDbError(ER_NET_PACKET_TOO_LARGE,
+                           "the values are larger than the server's max_allowed_packet", false);
+    }
     if (!bound.empty() && mysql_stmt_bind_param(m_statement.get(), parameters.binds()) != 0) {
         fail(false);
     }

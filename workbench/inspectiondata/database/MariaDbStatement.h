@@ -6,6 +6,8 @@
 
 #include <mysql.h>
 
+#include <cstddef>
+#include <limits>
 #include <stdexcept>
 
 namespace mysqlhelper {
@@ -28,7 +30,8 @@ class MariaDbStatement {
 public:
     MariaDbStatement(MYSQL& connection, const QByteArray& utf8Sql);
 
-    void execute(const KV_Values& bound);
+    /// Refuses values that are together more than `mostBytes`, at which a server would close the connection.
+    void execute(const KV_Values& bound, std::size_t mostBytes = std::numeric_limits<std::size_t>::max());
     /// What the executed select found.
     KV_Rows rows();
     Change change() const;
