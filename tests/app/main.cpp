@@ -20,6 +20,8 @@ int main(int argc, char** argv) {
     for (const char* place : {"HOME", "XDG_CONFIG_HOME", "XDG_CACHE_HOME"}) {
         qputenv(place, home.path().toUtf8());
     }
+    // The driver keeps to what it found first, also where that was the cache of one test only.
+    qputenv("MESA_SHADER_CACHE_DIR", home.path().toUtf8());
     testing::AddGlobalTestEnvironment(new ProductLook);
     return runTestsInApplication(argc, argv, [] {
         GlobeWidget::installSurfaceFormat();

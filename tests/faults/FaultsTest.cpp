@@ -92,10 +92,11 @@ Outcome run(const QStringList& arguments, const QString& folder, const Fault& fa
         return outcome;
     }
     outcome.status = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-    static const QRegularExpression progress(QStringLiteral(" \\d+%$"));
+    // How far it has come, and what was said of the pair before a fault.
+    static const QRegularExpression news(QStringLiteral(" \\d+%$|^corridor \\w+: 配准："));
     for (const QString& line :
          QString::fromUtf8(process.readAllStandardError()).split('\n', Qt::SkipEmptyParts)) {
-        if (!progress.match(line).hasMatch()) {
+        if (!news.match(line).hasMatch()) {
             outcome.lines << line;
         }
     }

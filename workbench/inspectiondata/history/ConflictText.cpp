@@ -33,10 +33,7 @@ QString nameIn(const std::optional<mysqlhelper::KV_Record>& row) {
 
 /// The name that a deleted row had; empty when that is not known any more.
 QString nameOf(const EditConflict& conflict, const std::optional<EditStep>& step) {
-    if (!conflict.name.empty()) {
-        return quoted(fromGbk(conflict.name));
-    }
-    if (step) {
+    if (step && conflict.name.empty()) {
         for (const RowChange& change : step->changes) {
             if (change.table == conflict.table && change.id == conflict.id && change.before) {
                 return nameIn(change.before);
