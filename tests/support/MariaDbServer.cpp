@@ -171,6 +171,14 @@ void MariaDbServer::stop() {
     m_process.reset();
 }
 
+void MariaDbServer::crash() {
+    m_process->kill();
+    if (!m_process->waitForFinished(kMostMilliseconds)) {
+        giveUp("mariadbd cannot be killed");
+    }
+    m_process.reset();
+}
+
 void MariaDbServer::freeze() const {
     ::kill(static_cast<pid_t>(m_process->processId()), SIGSTOP);
 }
@@ -211,6 +219,17 @@ void MariaDbServer::killConnections() const {
             giveUp("connections do not end");
         }
     }
+}
+
+bool MariaDbServer::cutOneConnection(std::size_t chosen) const {
+    const Connection connection(m_folder.filePath("socket"));
+    const QStringList ids = connection.read("select id from information_schema.processlist where "
+                                            "id<>connection_id() and db is not null order by id");
+    if (ids.isEmpty()) {
+        return false;
+    }
+    connection.kill(ids[static_cast<qsizetype>(chosen % static_cast<std::size_t>(ids.size()))]);
+    return true;
 }
 
 void MariaDbServer::killConnectionInside(const QString& text) const {

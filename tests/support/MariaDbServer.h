@@ -33,7 +33,12 @@ public:
     /// Waits until some connection is inside a statement that contains this text, then ends that connection.
     void killConnectionInside(const QString& text) const;
 
+    /// Ends one connection to a database, the `chosen`th modulo their number, whatever it does. False when there is none.
+    bool cutOneConnection(std::size_t chosen) const;
+
     void stop();
+    /// It ends at once and in the middle of everything, as when its process is killed.
+    void crash();
     void start();
     /// It answers nothing any more and keeps its connections, until it is thawed.
     void freeze() const;
