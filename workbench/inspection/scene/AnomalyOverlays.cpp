@@ -19,8 +19,12 @@ namespace inspection {
 
 namespace {
 
-constexpr std::size_t kManyAnomalies = 1000;
-constexpr int kPixelsOfMany = 96; // bounds the pictures' memory where there are thousands
+/// Of the longer side of a picture; bounds the memory of all where there are thousands.
+int mostPixelsOf(std::size_t anomalies) {
+    constexpr std::size_t kMany = 1000;
+    constexpr std::size_t kVeryMany = 5000;
+    return anomalies <= kMany ? 256 : anomalies <= kVeryMany ? 96 : 48;
+}
 
 /// False when the corners have no longitude and latitude.
 bool placeOverlay(osgEarth::Annotation::ImageOverlay& overlay, const QRectF& ground,
@@ -66,9 +70,8 @@ void AnomalyOverlays::show(const KV_StationItem& station, const OverlayStyle& st
         return;
     }
     OverlayStyle bounded = style;
-    if (anomalies.size() > kManyAnomalies) {
-        bounded.mostPixels = std::min(bounded.mostPixels, kPixelsOfMany);
-    }
+    m_count += anomalies.size();
+    bounded.mostPixels = std::min(bounded.mostPixels, mostPixelsOf(m_count));
     const auto source = std::make_shared<const OverlaySource>(OverlaySource{anomalies, bounded});
 
     Station shown;
@@ -78,7 +81,8 @@ void AnomalyOverlays::show(const KV_StationItem& station, const OverlayStyle& st
     shown.group->setName("diffImageOverlay");
     shown.group->addUpdateCallback(m_crisp.frameCallback());
 
-    const StationProjection projection(station.m_station.m_srs);
+    const StationProjection& projection = projectionFrom(station.m_station.m_srs);
+    shown.count = anomalies.size();
     for (std::size_t i = 0; i < anomalies.size(); ++i) {
         const SdiffData& anomaly = anomalies[i];
         const Overlay overlay = new osgEarth::Annotation::ImageOverlay(map);
@@ -100,6 +104,14 @@ void AnomalyOverlays::show(const KV_StationItem& station, const OverlayStyle& st
     m_stations[station.GetStationId()] = std::move(shown);
     m_usual.paint();
     redrawGlobe();
+}
+
+const StationProjection& AnomalyOverlays::projectionFrom(const std::string& srs) {
+    std::unique_ptr<StationProjection>& projection = m_projections[srs];
+    if (!projection) {
+        projection = std::make_unique<StationProjection>(srs);
+    }
+    return *projection;
 }
 
 void AnomalyOverlays::pin(std::uint64_t handle, const SdiffData& anomaly, double groundMetres) {
@@ -133,6 +145,7 @@ void AnomalyOverlays::hide(std::uint32_t stationId) {
     if (osgEarth::MapNode* map = globeMapNode()) {
         map->removeChild(found->second.group);
     }
+    m_count -= found->second.count;
     m_stations.erase(found);
     redrawGlobe();
 }

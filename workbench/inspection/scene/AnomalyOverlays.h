@@ -16,11 +16,14 @@
 
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <set>
 #include <string>
 #include <vector>
 
 namespace inspection {
+
+class StationProjection;
 
 /// The anomalies of the shown stations on the globe: for each station one group named "diffImageOverlay"
 /// under the map node, with one image overlay for each anomaly, named as the anomaly and registered in the
@@ -70,15 +73,19 @@ private:
     struct Station {
         osg::ref_ptr<osg::Group> group;
         OverlayStyle style;
+        std::size_t count = 0;                ///< of its anomalies
         double groundMetres = 0.0;            ///< about, above the ellipsoid
         std::map<std::string, Entry> entries; ///< by the anomaly's name
     };
 
+    const StationProjection& projectionFrom(const std::string& srs);
     void pin(std::uint64_t handle, const SdiffData& anomaly, double groundMetres);
     void attach(const std::vector<UsualPictures::Picture>& pictures);
     void tintThose(Station& station, const std::set<std::string>& names, bool isTinted);
 
     std::map<std::uint32_t, Station> m_stations;
+    std::size_t m_count = 0; ///< of the anomalies of all stations
+    std::map<std::string, std::unique_ptr<StationProjection>> m_projections; ///< each takes long to make
     std::set<std::string> m_tinted;
     bool m_isVisible = true;
     float m_opacity = 1.0F;

@@ -7,6 +7,7 @@
 #include <QKeyEvent>
 #include <QMenu>
 #include <QMouseEvent>
+#include <QSet>
 #include <QStyledItemDelegate>
 
 #include <algorithm>
@@ -53,6 +54,7 @@ void StationTree::makeGroups() {
     const QSignalBlocker quiet(this);
     clear();
     m_lastChecked = nullptr;
+    m_stationById.clear();
     m_stations = addGroup(tr("站场/站段"), true);
     m_points = addGroup(tr("特殊点"), false);
     m_areas = addGroup(tr("特殊区域"), false);
@@ -95,6 +97,7 @@ QTreeWidgetItem* StationTree::addStation(std::uint32_t id, const QString& name) 
                    Qt::ItemNeverHasChildren);
     item->setCheckState(NameColumn, Qt::Unchecked);
     item->setTextAlignment(CountColumn, Qt::AlignRight | Qt::AlignVCenter);
+    m_stationById.insert(id, item);
     return item;
 }
 
@@ -123,13 +126,7 @@ void StationTree::removeObject(QTreeWidgetItem* item) {
 }
 
 QTreeWidgetItem* StationTree::station(std::uint32_t id) const {
-    for (int i = 0; i < m_stations->childCount(); ++i) {
-        QTreeWidgetItem* item = m_stations->child(i);
-        if (item->data(NameColumn, kIdRole).toUInt() == id) {
-            return item;
-        }
-    }
-    return nullptr;
+    return m_stationById.value(id);
 }
 
 std::vector<std::uint32_t> StationTree::checkedStations() const {
@@ -186,14 +183,16 @@ StationChoice StationTree::choice() const {
 }
 
 void StationTree::setChoice(const StationChoice& choice) {
+    const QSet<QString> names(choice.checked.begin(), choice.checked.end());
+    const QSet<QString> selectedNames(choice.selected.begin(), choice.selected.end());
     std::vector<std::uint32_t> selected;
     for (int i = 0; i < m_stations->childCount(); ++i) {
         QTreeWidgetItem* entry = m_stations->child(i);
         const QString name = entry->text(NameColumn);
-        if (choice.checked.contains(name)) {
+        if (names.contains(name)) {
             entry->setCheckState(NameColumn, Qt::Checked);
         }
-        if (choice.selected.contains(name)) {
+        if (selectedNames.contains(name)) {
             selected.push_back(entry->data(NameColumn, kIdRole).toUInt());
         }
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QHash>
 #include <QStringList>
 #include <QTreeWidget>
 
@@ -87,6 +88,7 @@ private:
     void checkStations(Qt::CheckState state);
 
     QTreeWidgetItem* m_stations = nullptr;
+    QHash<std::uint32_t, QTreeWidgetItem*> m_stationById;
     QTreeWidgetItem* m_points = nullptr;
     QTreeWidgetItem* m_areas = nullptr;
     QTreeWidgetItem* m_polygons = nullptr;

@@ -8,6 +8,8 @@
 #include "workbench/inspection/session/Session.h"
 #include "workbench/inspection/session/StationWork.h"
 #include "workbench/inspection/tree/SpecialObjects.h"
+#include "workbench/inspection/tree/StationOverlays.h"
+#include "workbench/inspection/tree/StationRecords.h"
 #include "workbench/inspection/tree/StationTree.h"
 #include "workbench/inspectiondata/database/AnomalyChanges.h"
 #include "workbench/inspectiondata/database/AnomalyTable.h"
@@ -29,18 +31,7 @@ namespace {
 
 constexpr double kLeastRangeMetres = 80.0;
 constexpr double kRangeOfExtent = 1.5;
-
-/// Empty also when the database cannot be read.
-std::optional<StationResult> storedResult(const Session& session, std::uint32_t stationId) {
-    try {
-        return session.connection() ? readStationResult(*session.connection(), stationId,
-                                                        session.project()->description().pair())
-                                    : std::nullopt;
-    } catch (const KV_MySQL_Exception& exception) {
-        qCWarning(windowLog).noquote() << "The result of a station cannot be read:" << exception.what();
-        return std::nullopt;
-    }
-}
+constexpr std::size_t kMostAtFirst = 20000; ///< anomalies that nobody has asked for yet
 
 void flyToStation(const KV_Station& station) {
     const double x = (station.m_xMin + station.m_xMax) / 2.0;
@@ -55,7 +46,9 @@ void flyToStation(const KV_Station& station) {
 
 StationTreeWindow::StationTreeWindow(Session& session, AnomalyOverlays& overlays,
                                      SpecialObjectNodes& objectNodes, QWidget* parent)
-    : StationWindow(parent), m_session(session), m_overlays(overlays), m_tree(new StationTree),
+    : StationWindow(parent), m_session(session), m_globe(overlays),
+      m_records(std::make_unique<StationRecords>(session)),
+      m_overlays(std::make_unique<StationOverlays>(session, *m_records, overlays)), m_tree(new StationTree),
       m_objects(new SpecialObjects(session, *m_tree, objectNodes, this)) {
     build();
     connect(m_tree, SIGNAL(itemChanged(QTreeWidgetItem*, int)), this,
@@ -66,6 +59,7 @@ StationTreeWindow::StationTreeWindow(Session& session, AnomalyOverlays& overlays
     connect(m_tree, SIGNAL(itemDoubleClicked(QTreeWidgetItem*, int)), this,
             SLOT(flyToItem(QTreeWidgetItem*)));
     connect(m_tree, SIGNAL(flyRequested(QTreeWidgetItem*)), this, SLOT(flyToItem(QTreeWidgetItem*)));
+    connect(m_overlays.get(), &StationOverlays::shown, this, &StationTreeWindow::overlaysShown);
     connect(&session.work(), &StationWork::computed, this, &StationTreeWindow::takeResults);
 }
 
@@ -105,72 +99,34 @@ void StationTreeWindow::load() {
 }
 
 void StationTreeWindow::clear() {
-    m_overlays.hideAll();
+    m_overlays->hideAll();
     m_objects->clear();
     emit stationsChosen({});
-    m_formerItems = std::exchange(m_items, {});
-    m_read.clear();
-    m_computed.clear();
+    m_records->clear();
     m_tree->makeGroups();
 }
 
 void StationTreeWindow::loadStations() {
-    for (const KV_Station& station : readStations(*m_session.connection())) {
-        m_tree->addStation(station.m_id, fromGbk(station.m_name));
-        m_items.push_back(std::make_unique<KV_StationItem>(station));
+    m_records->load();
+    for (const auto& item : m_records->all()) {
+        m_tree->addStation(item->GetStationId(), fromGbk(item->m_station.m_name));
     }
     showCounts();
 }
 
-KV_StationItem* StationTreeWindow::item(std::uint32_t stationId) const {
-    const auto found = std::find_if(m_items.begin(), m_items.end(), [stationId](const auto& item) {
-        return item->GetStationId() == stationId;
-    });
-    return found == m_items.end() ? nullptr : found->get();
-}
-
-KV_StationItem* StationTreeWindow::readItem(std::uint32_t stationId) {
-    KV_StationItem* station = item(stationId);
-    if (station && m_read.count(stationId) == 0 && station->readclassfi()) {
-        m_read.insert(stationId);
-    }
-    return station;
-}
-
-void StationTreeWindow::noteComputed(std::uint32_t stationId) {
-    if (storedResult(m_session, stationId)) {
-        m_computed.insert(stationId);
-    } else {
-        m_computed.erase(stationId);
-    }
-}
-
 void StationTreeWindow::showCount(std::uint32_t stationId, std::size_t anomalies) {
     if (QTreeWidgetItem* entry = m_tree->station(stationId)) {
-        m_tree->setCount(entry, m_computed.count(stationId) != 0 ? QString::number(anomalies) : tr("未计算"));
-        m_tree->updateGroupCounts();
+        m_tree->setCount(entry, m_records->isComputed(stationId) ? QString::number(anomalies) : tr("未计算"));
     }
 }
 
 void StationTreeWindow::showCounts() {
     auto counts = countAnomalies(*m_session.connection(), m_session.project()->description().pair());
-    for (const auto& station : m_items) {
-        noteComputed(station->GetStationId());
+    m_records->readResults();
+    for (const auto& station : m_records->all()) {
         showCount(station->GetStationId(), counts[station->GetStationId()]);
     }
-}
-
-void StationTreeWindow::showOverlays(const KV_StationItem& station) {
-    OverlayStyle style;
-    m_shownColours = colours();
-    style.fill = m_shownColours.first;
-    style.cut = m_shownColours.second;
-    style.srs = QString::fromStdString(station.m_station.m_srs);
-    if (const auto result = storedResult(m_session, station.GetStationId())) {
-        style.dzRaster = QDir(m_session.project()->description().folder).filePath(result->dzRaster);
-    }
-    m_overlays.show(station, style);
-    emit overlaysShown();
+    m_tree->updateGroupCounts();
 }
 
 void StationTreeWindow::ChangeStationStates(QTreeWidgetItem* entry, int column) {
@@ -182,15 +138,14 @@ void StationTreeWindow::ChangeStationStates(QTreeWidgetItem* entry, int column) 
         return;
     }
     const bool checked = entry->checkState(StationTree::NameColumn) == Qt::Checked;
-    const KV_StationItem* station = item(entry->data(StationTree::NameColumn, StationTree::kIdRole).toUInt());
-    if (entry->type() != StationTree::Station || !station ||
-        checked == m_overlays.isShown(station->GetStationId())) {
+    const std::uint32_t id = entry->data(StationTree::NameColumn, StationTree::kIdRole).toUInt();
+    if (entry->type() != StationTree::Station || checked == m_overlays->isShown(id)) {
         return;
     }
     if (checked) {
-        showOverlays(*readItem(station->GetStationId()));
+        m_overlays->show(id);
     } else {
-        m_overlays.hide(station->GetStationId());
+        m_overlays->hide(id);
     }
 }
 
@@ -200,10 +155,7 @@ void StationTreeWindow::changeCurrent(QTreeWidgetItem* entry) {
 
 // While no station is selected, as when somebody looks at a special object, the ones before stay.
 void StationTreeWindow::announceChosen() {
-    std::vector<KV_StationItem*> chosen;
-    for (const std::uint32_t id : m_tree->selectedStations()) {
-        chosen.push_back(readItem(id));
-    }
+    const std::vector<KV_StationItem*> chosen = m_records->read(m_tree->selectedStations());
     if (!chosen.empty()) {
         emit stationsChosen(chosen);
     }
@@ -215,7 +167,7 @@ void StationTreeWindow::chooseStationsOf(const QStringList& anomalyNames) {
         names.insert(toGbk(name));
     }
     std::vector<std::uint32_t> ids;
-    for (const auto& station : m_items) {
+    for (const auto& station : m_records->all()) {
         const std::vector<SdiffData>& anomalies = station->m_diffData.m_anomalies;
         const bool isMeant = std::any_of(anomalies.begin(), anomalies.end(), [&](const SdiffData& anomaly) {
             return names.count(anomaly.name) != 0;
@@ -238,7 +190,7 @@ void StationTreeWindow::check(std::uint32_t stationId) {
 void StationTreeWindow::flyToItem(QTreeWidgetItem* entry) {
     const std::uint32_t id = entry->data(StationTree::NameColumn, StationTree::kIdRole).toUInt();
     if (entry->type() == StationTree::Station) {
-        if (const KV_StationItem* station = item(id)) {
+        if (const KV_StationItem* station = m_records->item(id)) {
             flyToStation(station->m_station);
         }
     } else if (entry->type() == StationTree::SpecialObject) {
@@ -262,29 +214,19 @@ void StationTreeWindow::OutPutShap() {
 
 void StationTreeWindow::takeResults(const std::vector<std::uint32_t>& stationIds) {
     m_session.history().reload(); // edits of the earlier anomalies have gone
-    for (const std::uint32_t id : stationIds) {
-        refreshStation(id);
+    m_records->takeResults(stationIds);
+    const KV_StationItem* rich = nullptr;
+    for (const KV_StationItem* station : m_records->read(stationIds)) {
+        const std::size_t anomalies = station->m_diffData.m_anomalies.size();
+        showCount(station->GetStationId(), anomalies);
+        rich = !rich && anomalies != 0 ? station : rich;
     }
+    m_tree->updateGroupCounts();
     refreshOverlays();
     if (!m_tree->selectedStations().empty()) {
         announceChosen();
-        return;
-    }
-    const auto rich = std::find_if(stationIds.begin(), stationIds.end(), [this](std::uint32_t id) {
-        const KV_StationItem* station = item(id);
-        return station && !station->m_diffData.m_anomalies.empty();
-    });
-    if (rich != stationIds.end()) {
-        m_tree->setCurrentItem(m_tree->station(*rich));
-    }
-}
-
-void StationTreeWindow::refreshStation(std::uint32_t stationId) {
-    KV_StationItem* station = item(stationId);
-    if (station && station->readdom() && station->readclassfi()) {
-        m_read.insert(stationId);
-        noteComputed(stationId);
-        showCount(stationId, station->m_diffData.m_anomalies.size());
+    } else if (rich) {
+        m_tree->setCurrentItem(m_tree->station(rich->GetStationId()));
     }
 }
 
@@ -295,11 +237,11 @@ void StationTreeWindow::applyRows(const RowChanges& changes, Showing showing) {
     for (const AnomalyChange& change : anomalies) {
         changed.insert(change.stationId);
         if (change.isGone) {
-            m_overlays.remove(change.stationId, change.anomaly.name);
+            m_globe.remove(change.stationId, change.anomaly.name);
         }
     }
     for (const std::uint32_t id : changed) {
-        if (KV_StationItem* station = item(id)) {
+        if (KV_StationItem* station = m_records->item(id)) {
             applyTo(*station, anomalies);
         }
     }
@@ -319,17 +261,18 @@ void StationTreeWindow::showThose(const std::set<std::uint32_t>& stationIds) {
 
 void StationTreeWindow::applyTo(KV_StationItem& station, const std::vector<AnomalyChange>& changes) {
     const std::uint32_t id = station.GetStationId();
-    if (m_read.count(id) != 0) {
+    if (m_records->isRead(id)) {
         applyChanges(changes, id, station.m_diffData.m_anomalies);
-    } else if (readItem(id); m_read.count(id) == 0) { // as they are after the changes
+    } else if (m_records->read(id); !m_records->isRead(id)) { // as they are after the changes
         return;
     }
     showCount(id, station.m_diffData.m_anomalies.size());
+    m_tree->updateGroupCounts();
     const bool hasGrown = std::any_of(changes.begin(), changes.end(), [id](const AnomalyChange& change) {
         return change.stationId == id && change.isNew && !change.isGone;
     });
     if (hasGrown && IsDiffChecked(&station)) {
-        showOverlays(station);
+        m_overlays->show(id);
     }
 }
 
@@ -342,17 +285,39 @@ void StationTreeWindow::setChoice(const StationChoice& choice) {
 }
 
 void StationTreeWindow::checkComputed() {
-    for (const std::uint32_t id : m_computed) {
+    const std::vector<std::uint32_t> computed = m_records->computed();
+    const std::vector<std::uint32_t> first = firstOf(computed);
+    for (const std::uint32_t id : first) {
         check(id);
     }
-    if (!m_computed.empty()) {
+    if (!first.empty() && first.size() == computed.size()) {
         m_tree->setCurrentItem(m_tree->stationRoot());
+    } else {
+        m_tree->selectStations(first);
     }
+}
+
+std::vector<std::uint32_t> StationTreeWindow::firstOf(const std::vector<std::uint32_t>& stationIds) const {
+    std::vector<std::uint32_t> first;
+    try {
+        auto counts = countAnomalies(*m_session.connection(), m_session.project()->description().pair());
+        std::size_t anomalies = 0;
+        for (const std::uint32_t id : stationIds) {
+            anomalies += counts[id];
+            if (!first.empty() && anomalies > kMostAtFirst) {
+                break;
+            }
+            first.push_back(id);
+        }
+    } catch (const KV_MySQL_Exception& exception) {
+        qCWarning(windowLog).noquote() << "The anomalies cannot be counted:" << exception.what();
+    }
+    return first;
 }
 
 bool StationTreeWindow::hasOtherStations() const {
     const auto stored = readStations(*m_session.connection());
-    return !std::equal(stored.begin(), stored.end(), m_items.begin(), m_items.end(),
+    return !std::equal(stored.begin(), stored.end(), m_records->all().begin(), m_records->all().end(),
                        [](const KV_Station& station, const auto& item) {
                            return stationRecord(station) == stationRecord(item->m_station) &&
                                   station.m_id == item->GetStationId();
@@ -375,7 +340,7 @@ void StationTreeWindow::reload() {
 }
 
 void StationTreeWindow::reloadAnomalies() {
-    m_read.clear();
+    m_records->forgetAnomalies();
     try {
         showCounts();
     } catch (const KV_MySQL_Exception& exception) {
@@ -387,29 +352,18 @@ void StationTreeWindow::reloadAnomalies() {
 
 void StationTreeWindow::refreshOverlays() {
     for (const std::uint32_t id : m_tree->checkedStations()) {
-        if (const KV_StationItem* station = readItem(id)) {
-            showOverlays(*station);
-        }
+        m_overlays->show(id);
     }
 }
 
 void StationTreeWindow::recolourOverlays() {
-    if (colours() != m_shownColours) {
+    if (m_overlays->areOutdated()) {
         refreshOverlays();
     }
 }
 
-std::pair<QColor, QColor> StationTreeWindow::colours() const {
-    const ProjectParameters parameters = m_session.parameters();
-    return {parameters.fillColour, parameters.cutColour};
-}
-
 std::vector<KV_StationItem*> StationTreeWindow::GetSelectedStationItem() {
-    std::vector<KV_StationItem*> selected;
-    for (const std::uint32_t id : m_tree->checkedStations()) {
-        selected.push_back(readItem(id));
-    }
-    return selected;
+    return m_records->read(m_tree->checkedStations());
 }
 
 bool StationTreeWindow::IsDiffChecked(const KV_StationItem* station) const {
@@ -418,9 +372,9 @@ bool StationTreeWindow::IsDiffChecked(const KV_StationItem* station) const {
     }
     const std::uint32_t id = station->GetStationId();
     const QTreeWidgetItem* entry = m_tree->station(id);
-    const bool hasNothingToShow = m_computed.count(id) != 0 && station->m_diffData.m_anomalies.empty();
+    const bool hasNothingToShow = m_records->isComputed(id) && station->m_diffData.m_anomalies.empty();
     return entry && entry->checkState(StationTree::NameColumn) == Qt::Checked &&
-           (hasNothingToShow || m_overlays.isShown(id));
+           (hasNothingToShow || m_overlays->isShown(id));
 }
 
 bool StationTreeWindow::SetcurrentdiffSelected(KV_StationItem* station) {

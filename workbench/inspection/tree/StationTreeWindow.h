@@ -3,11 +3,8 @@
 #include "host/inspection/StationWindow.h"
 #include "workbench/inspectiondata/history/ProjectHistory.h"
 
-#include <QColor>
-
 #include <memory>
 #include <set>
-#include <utility>
 #include <vector>
 
 class QTreeWidgetItem;
@@ -19,6 +16,8 @@ class Session;
 struct AnomalyChange;
 class SpecialObjectNodes;
 class SpecialObjects;
+class StationOverlays;
+class StationRecords;
 class StationTree;
 struct StationChoice;
 
@@ -62,7 +61,8 @@ public slots:
     void chooseStationsOf(const QStringList& anomalyNames);
     /// Checks that station, so that its anomalies are on the globe.
     void check(std::uint32_t stationId);
-    /// Checks all stations that have results, and selects the whole line where there are any.
+    /// Checks the stations that have results, from the first on as many as have some ten thousand anomalies, and
+    /// selects them; the whole line where these are all.
     void checkComputed();
     /// Fills the tree from the project's database.
     void load();
@@ -94,31 +94,20 @@ private:
     void loadStations();
     /// Whether somebody has laid out other stations.
     bool hasOtherStations() const;
-    KV_StationItem* item(std::uint32_t stationId) const;
-    /// With its anomalies, which are not read before somebody asks for them.
-    KV_StationItem* readItem(std::uint32_t stationId);
-    /// Looks whether the station has a result.
-    void noteComputed(std::uint32_t stationId);
     void showCount(std::uint32_t stationId, std::size_t anomalies);
     void showCounts();
-    void showOverlays(const KV_StationItem& station);
     void refreshOverlays();
-    /// Reads a station and its anomalies again.
-    void refreshStation(std::uint32_t stationId);
+    /// The first of them, not many more than have kMostAtFirst anomalies.
+    std::vector<std::uint32_t> firstOf(const std::vector<std::uint32_t>& stationIds) const;
     void showThose(const std::set<std::uint32_t>& stationIds);
     void applyTo(KV_StationItem& station, const std::vector<AnomalyChange>& changes);
-    std::pair<QColor, QColor> colours() const;
 
     Session& m_session;
-    AnomalyOverlays& m_overlays;
+    AnomalyOverlays& m_globe;
+    const std::unique_ptr<StationRecords> m_records;
+    const std::unique_ptr<StationOverlays> m_overlays;
     StationTree* m_tree;
     SpecialObjects* m_objects;
-    std::vector<std::unique_ptr<KV_StationItem>> m_items;
-    /// Those before: a tool whose edit was answered with a message box may still hold them.
-    std::vector<std::unique_ptr<KV_StationItem>> m_formerItems;
-    std::set<std::uint32_t> m_read;           ///< stations whose anomalies have been read
-    std::set<std::uint32_t> m_computed;       ///< stations with a result, also one without anomalies
-    std::pair<QColor, QColor> m_shownColours; ///< of fill and cut, on the globe
 };
 
 } // namespace inspection

@@ -99,6 +99,25 @@ std::vector<SdiffData> readAnomalies(KV_MySQL& database, std::uint32_t stationId
     return anomalies;
 }
 
+std::map<std::uint32_t, std::vector<SdiffData>>
+readAnomalies(KV_MySQL& database, const std::vector<std::uint32_t>& stationIds, const EpochPair& pair) {
+    std::map<std::uint32_t, std::vector<SdiffData>> anomalies;
+    const std::int64_t comparisonId = findComparison(database, pair);
+    forEachBatch(RowIds(stationIds.begin(), stationIds.end()),
+                 [&](const std::string& marks, std::vector<KV_Value> bound) {
+                     bound.emplace_back(comparisonId);
+                     for (const KV_Record& row :
+                          database.queryRecord("select * from anomaly where station_id in " + marks +
+                                                   " and comparison_id=? and is_deleted=0 order by name",
+                                               bound)) {
+                         std::uint32_t stationId = 0;
+                         takeField(row, "station_id", stationId);
+                         anomalies[stationId].push_back(anomalyOf(row));
+                     }
+                 });
+    return anomalies;
+}
+
 std::vector<DeletedAnomaly> readDeletedAnomalies(KV_MySQL& database, const EpochPair& pair) {
     std::vector<DeletedAnomaly> deleted;
     for (const KV_Record& row :

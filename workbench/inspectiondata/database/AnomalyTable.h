@@ -29,6 +29,11 @@ SdiffData anomalyOf(const mysqlhelper::KV_Record& row);
 INSPECTIONDATA_API std::vector<SdiffData> readAnomalies(mysqlhelper::KV_MySQL& database,
                                                         std::uint32_t stationId, const EpochPair& pair);
 
+/// The same for several stations, by few statements.
+INSPECTIONDATA_API std::map<std::uint32_t, std::vector<SdiffData>>
+readAnomalies(mysqlhelper::KV_MySQL& database, const std::vector<std::uint32_t>& stationIds,
+              const EpochPair& pair);
+
 struct DeletedAnomaly {
     std::uint32_t stationId = 0;
     SdiffData anomaly;

@@ -26,17 +26,6 @@ std::string marks(std::size_t count) {
     return text + ')';
 }
 
-/// Calls `work` with the condition that names the next rows, and their ids.
-template<typename Work>
-void forEachBatch(const RowIds& ids, const Work& work) {
-    for (std::size_t first = 0; first < ids.size(); first += kRowsOfStatement) {
-        const std::size_t count = std::min(kRowsOfStatement, ids.size() - first);
-        const auto begin = ids.begin() + static_cast<std::ptrdiff_t>(first);
-        work("where id in " + marks(count),
-             std::vector<KV_Value>(begin, begin + static_cast<std::ptrdiff_t>(count)));
-    }
-}
-
 bool haveSameColumns(const KV_Record& a, const KV_Record& b) {
     return a.size() == b.size() &&
            std::equal(a.begin(), a.end(), b.begin(),
@@ -62,10 +51,20 @@ void insertAlike(KV_MySQL& database, const std::string& table, const KV_Record* 
 
 } // namespace
 
+void forEachBatch(
+    const RowIds& ids,
+    const std::function<void(const std::string& marks, const std::vector<KV_Value>& bound)>& work) {
+    for (std::size_t first = 0; first < ids.size(); first += kRowsOfStatement) {
+        const std::size_t count = std::min(kRowsOfStatement, ids.size() - first);
+        const auto begin = ids.begin() + static_cast<std::ptrdiff_t>(first);
+        work(marks(count), std::vector<KV_Value>(begin, begin + static_cast<std::ptrdiff_t>(count)));
+    }
+}
+
 std::map<std::int64_t, KV_Record> readRows(KV_MySQL& database, const std::string& table, const RowIds& ids) {
     std::map<std::int64_t, KV_Record> rows;
-    forEachBatch(ids, [&](const std::string& condition, const std::vector<KV_Value>& bound) {
-        auto found = database.queryRecord("select * from " + table + ' ' + condition, bound);
+    forEachBatch(ids, [&](const std::string& those, const std::vector<KV_Value>& bound) {
+        auto found = database.queryRecord("select * from " + table + " where id in " + those, bound);
         for (KV_Record& row : found) {
             std::int64_t id = 0;
             takeField(row, "id", id);
@@ -88,17 +87,17 @@ void insertRows(KV_MySQL& database, const std::string& table, const KV_Rows& row
 }
 
 void deleteRows(KV_MySQL& database, const std::string& table, const RowIds& ids) {
-    forEachBatch(ids, [&](const std::string& condition, const std::vector<KV_Value>& bound) {
-        database.deleteRecord(table, condition, bound);
+    forEachBatch(ids, [&](const std::string& those, const std::vector<KV_Value>& bound) {
+        database.deleteRecord(table, "where id in " + those, bound);
     });
 }
 
 void RowUpdates::store(KV_MySQL& database, const std::string& table) const {
     for (const auto& [fields, ids] : m_idsByFields) {
-        forEachBatch(
-            ids, [&, &sameFields = fields](const std::string& condition, const std::vector<KV_Value>& bound) {
-                database.updateRecord(table, sameFields, condition, bound);
-            });
+        forEachBatch(ids,
+                     [&, &sameFields = fields](const std::string& those, const std::vector<KV_Value>& bound) {
+                         database.updateRecord(table, sameFields, "where id in " + those, bound);
+                     });
     }
 }
 

@@ -3,6 +3,7 @@
 #include "host/inspection/KV_MySQL.h"
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -14,6 +15,10 @@ namespace inspection {
 
 using RowIds = std::vector<std::int64_t>;
 
+/// Calls `work` with as many ids at once as one statement takes: with the marks for them, "(?,?,?)", and the values.
+void forEachBatch(const RowIds& ids,
+                  const std::function<void(const std::string& marks,
+                                           const std::vector<mysqlhelper::KV_Value>& bound)>& work);
 /// Those of the rows that there are, by id.
 std::map<std::int64_t, mysqlhelper::KV_Record> readRows(mysqlhelper::KV_MySQL& database,
                                                         const std::string& table, const RowIds& ids);

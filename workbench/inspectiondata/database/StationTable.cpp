@@ -92,6 +92,20 @@ std::optional<StationResult> readStationResult(KV_MySQL& database, std::uint32_t
     return result;
 }
 
+std::map<std::uint32_t, QString> readDifferenceRasters(KV_MySQL& database, const EpochPair& pair) {
+    std::map<std::uint32_t, QString> rasters;
+    for (const KV_Record& row :
+         database.queryRecord("select r.station_id, r.dz_raster from comparison_result r join comparison c "
+                              "on c.id=r.comparison_id "
+                              "where c.old_epoch=? and c.new_epoch=?",
+                              {toGbk(pair.older), toGbk(pair.newer)})) {
+        std::uint32_t stationId = 0;
+        takeField(row, "station_id", stationId);
+        takeText(row, "dz_raster", rasters[stationId]);
+    }
+    return rasters;
+}
+
 void storeStationResult(KV_MySQL& database, const StationResult& result) {
     const std::int64_t comparisonId = needComparison(database, result.pair);
     const std::string summary = result.summary

@@ -11,6 +11,7 @@
 #include <QString>
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <vector>
 
@@ -47,6 +48,10 @@ struct StationResult {
 /// Empty when the station was never computed between these epochs. A computed station without anomalies has a result.
 INSPECTIONDATA_API std::optional<StationResult>
 readStationResult(mysqlhelper::KV_MySQL& database, std::uint32_t stationId, const EpochPair& pair);
+/// Of all stations with a result of that pair: the path of its elevation differences within the project folder, empty
+/// where the epochs have no common cell.
+INSPECTIONDATA_API std::map<std::uint32_t, QString> readDifferenceRasters(mysqlhelper::KV_MySQL& database,
+                                                                          const EpochPair& pair);
 /// Replaces the station's result of its pair. No transaction of its own.
 INSPECTIONDATA_API void storeStationResult(mysqlhelper::KV_MySQL& database, const StationResult& result);
 
