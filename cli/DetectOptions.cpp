@@ -97,23 +97,16 @@ Read readUncertainty(const Options& options, detect::Parameters& parameters) {
     return {};
 }
 
-Read readThreads(const Options& options, detect::Parameters& parameters) {
-    if (options.has("--threads")) {
-        const auto number = commandline::parseInteger(options.value("--threads"));
-        if (!number || *number < 1 || *number > 1024) {
-            return wrongUse("--threads 需要 1 到 1024 的整数");
-        }
-        parameters.threads = *number;
-    }
-    return {};
-}
-
 std::string methodNames() {
     std::string names;
     for (const detect::MethodTitle& method : detect::methodTitles()) {
         names += (names.empty() ? "" : "、") + std::string(method.name);
     }
     return names;
+}
+
+Read takeThreads(const Options& options, detect::Parameters& parameters) {
+    return readThreads(options).map([&parameters](int threads) { parameters.threads = threads; });
 }
 
 Read readCoregistration(const Options& options, detect::Parameters& parameters) {
@@ -234,7 +227,7 @@ Read readAll(const Options& options, DetectTask& task) {
     parameters.unstableMask = options.value("--unstable");
     parameters.ignoreMask = options.value("--ignore");
     for (const auto read :
-         {readNumbers, readUncertainty, readThreads, readFlags, readCoregistration, readRules}) {
+         {readNumbers, readUncertainty, takeThreads, readFlags, readCoregistration, readRules}) {
         if (auto done = read(options, parameters); !done) {
             return done;
         }
@@ -259,6 +252,17 @@ const OptionTable& detectOptionTable() {
         return all;
     }();
     return table;
+}
+
+Parsed<int> readThreads(const Options& options) {
+    if (!options.has("--threads")) {
+        return 0;
+    }
+    const auto number = commandline::parseInteger(options.value("--threads"));
+    if (!number || *number < 1 || *number > 1024) {
+        return wrongUse("--threads 需要 1 到 1024 的整数");
+    }
+    return *number;
 }
 
 Parsed<DetectTask> readDetectTask(const Options& options) {

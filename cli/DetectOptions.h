@@ -21,6 +21,9 @@ struct DetectTask {
 
 const OptionTable& detectOptionTable();
 
+/// Of "--threads"; 0, one for each processor, where it is not given.
+Parsed<int> readThreads(const Options& options);
+
 /// Options that are missing, out of range or contradict each other are wrong.
 Parsed<DetectTask> readDetectTask(const Options& options);
 

@@ -4,6 +4,7 @@
 #include "cli/Command.h"
 #include "cli/OutputSet.h"
 #include "detect/TouchedFiles.h"
+#include "detect/output/CoregistrationNote.h"
 #include "detect/output/PieceFile.h"
 #include "detect/output/ResultFile.h"
 #include "detect/output/SummaryFile.h"
@@ -67,7 +68,14 @@ Result<detect::RunReport> mergeInto(detect::ResultFile& file, const std::vector<
     return !merged ? merged : file.close().map([&merged] { return std::move(*merged); });
 }
 
-Status mergeAndWrite(const Options& options, AnomalyTable& table) {
+/// What the merged pieces tell besides their files.
+struct Told {
+    detect::RunReport report;
+    detect::Parameters parameters;
+    AnomalyTable table;
+};
+
+Status mergeAndWrite(const Options& options, Told& told) {
     OutputSet outputs;
     const auto out = outputs.stage(options.value("--out"));
     if (!out) {
@@ -82,13 +90,15 @@ Status mergeAndWrite(const Options& options, AnomalyTable& table) {
         return failed(pieces);
     }
     detect::ResultFile file(**out);
-    const auto merged =
-        mergeInto(file, options.positional, *pieces, options.has("--quiet") ? nullptr : &table);
+    auto merged =
+        mergeInto(file, options.positional, *pieces, options.has("--quiet") ? nullptr : &told.table);
     if (!merged) {
         return failed(merged);
     }
+    told.report = *std::move(merged);
+    told.parameters = pieces->front().frame.parameters;
     if (*summary) {
-        if (auto done = detect::writeSummary(*merged, pieces->front().frame.parameters, **summary); !done) {
+        if (auto done = detect::writeSummary(told.report, told.parameters, **summary); !done) {
             return failed(done);
         }
     }
@@ -105,13 +115,17 @@ int runMerge(const std::vector<std::string>& arguments) {
     if (const auto files = checkFiles(*options); !files) {
         return fail(kCommand, kStatusWrongUse, files.error().message);
     }
-    AnomalyTable table;
-    if (const auto done = mergeAndWrite(*options, table); !done) {
+    Told told;
+    if (const auto done = mergeAndWrite(*options, told); !done) {
         return fail(kCommand, kStatusFailed, done.error().message);
     }
-    if (!options->has("--quiet")) {
-        table.print();
+    if (options->has("--quiet")) {
+        return kStatusDone;
     }
+    for (const std::string& line : detect::notesOn(told.report, told.parameters)) {
+        note(kCommand, line);
+    }
+    told.table.print();
     return kStatusDone;
 }
 

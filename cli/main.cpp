@@ -30,7 +30,9 @@ constexpr Command kCommands[] = {
     {"detect", cli::runDetect,
      "--old OLD.tif --new NEW.tif --out RESULT.(gpkg|geojson|shp)   比较两期地表，输出变化"},
     {"merge", cli::runMerge, "A.gpkg B.gpkg … --out ALL.gpkg   合并 detect --window 的各窗口结果"},
-    {"compute", cli::runCompute, "PROJECT [--stations 1,2,…] [--pair OLD,NEW]   计算项目的异常并存入项目"},
+    {"compute", cli::runCompute,
+     "PROJECT [--stations 1,2,5-9] [--pair OLD,NEW]   计算项目的异常并存入项目；--plan、"
+     "--piece、--collect 在多台机器上分站段计算"},
     {"import", cli::runImport,
      "PROJECT --polygons FILE --type 4|17 | --points FILE [--strict]   导入高后果区、特殊面或特殊点"},
     {"rasterize", cli::runRasterize, "CLOUD… --out DSM.tif [--cell SIZE]   点云（LAS、LAZ）生成地表模型"},

@@ -16,14 +16,18 @@ namespace {
 class MergeCommand : public testing::Test {
 protected:
     MergeCommand() {
+        Random random(5);
+        write("old.tif", random, 0.8);
+        write("new.tif", random, 0.8);
+    }
+
+    void write(const std::string& name, Random& random, double metres) const {
         RasterPlan plan;
         plan.epsg = 4326; // cells differ in size from row to row
         plan.columns = 90;
         plan.rows = 80;
         plan.toMap = {114.0, 5e-6, 0.0, 30.0, 0.0, -5e-6};
-        Random random(5);
-        writeRaster(m_folder.file("old.tif"), plan, randomHeights(random, plan.columns, plan.rows, 0.8));
-        writeRaster(m_folder.file("new.tif"), plan, randomHeights(random, plan.columns, plan.rows, 0.8));
+        writeRaster(m_folder.file(name), plan, randomHeights(random, plan.columns, plan.rows, metres));
     }
 
     ProgramRun detect(const std::string& out, const std::vector<std::string>& more = {}) const {
@@ -97,6 +101,23 @@ TEST_F(MergeCommand, WindowsGiveTheFileAndTheTableOfOneRun) {
     EXPECT_EQ(merged.output, whole.output);
     EXPECT_GT(std::count(whole.output.begin(), whole.output.end(), '\n'), 20);
     expectIdentical(read("all.gpkg"), read("whole.gpkg"));
+}
+
+TEST_F(MergeCommand, WindowsThatCannotBeTrustedAreToldLikeOneRun) {
+    Random random(6);
+    write("new.tif", random, 20.0);
+    const ProgramRun whole = detect("whole.gpkg");
+    ASSERT_EQ(whole.status, 0) << whole.messages;
+    const ProgramRun merged = merge(detectWindows(), "all.gpkg");
+    ASSERT_EQ(merged.status, 0) << merged.messages;
+    const auto doubtIn = [](const std::string& messages) {
+        const std::size_t begin = messages.find("结果不可信");
+        return begin == std::string::npos ? std::string()
+                                          : messages.substr(begin, messages.find('\n', begin) - begin);
+    };
+    EXPECT_FALSE(doubtIn(whole.messages).empty()) << whole.messages;
+    EXPECT_EQ(doubtIn(merged.messages), doubtIn(whole.messages));
+    EXPECT_EQ(merge({"a.gpkg", "b.gpkg", "c.gpkg", "d.gpkg"}, "all.gpkg", {"--quiet"}).messages, "");
 }
 
 TEST_F(MergeCommand, TheFolderHoldsTheResultsAndNothingElse) {

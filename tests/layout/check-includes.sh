@@ -51,7 +51,7 @@ forbid "style, engine and view manager stand alone" 'workbench/(viewer|inspectio
 forbid "the viewer borrows a text from the data and heights from detection, and nothing else" \
     'workbench/(inspection/|inspectiondata/[^t])|detect/[^h]' workbench/viewer
 forbid "the command knows no window" 'workbench/(style|engine|viewmanager|viewer|inspection)/' cli
-in_order workbench/inspectiondata text project database compute pipeline pictures creation amendment history check output
+in_order workbench/inspectiondata text project database compute pipeline pictures creation amendment history check output pieces
 in_order workbench/inspection scene layers session tree table images settings account creation context
 in_order detect heights raster coregister search shape output
 exit $status

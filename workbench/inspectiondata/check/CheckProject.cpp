@@ -51,18 +51,14 @@ Findings checkRows(const ProjectDescription& project, KV_MySQL& database, const 
 
 } // namespace
 
-Findings checkProject(const ProjectDescription& project, KV_MySQL& database, const CheckProgress& progress) {
+Findings checkDatabase(const ProjectDescription& project, KV_MySQL& database, const CheckProgress& progress) {
     const auto tell = [&progress](double done) {
         if (progress) {
             progress(done);
         }
     };
-    Findings findings = checkEpochs(project);
-    append(findings, checkBaseLayers(project));
-    tell(0.1);
-    const Findings lacking = findingsOf(project, [&] { return checkTables(database); });
-    append(findings, lacking);
-    if (lacking.empty()) {
+    Findings findings = findingsOf(project, [&] { return checkTables(database); });
+    if (findings.empty()) {
         append(findings, findingsOf(project, [&] { return checkDamage(database); }));
         tell(0.5);
         append(findings, findingsOf(project, [&] {
@@ -70,6 +66,13 @@ Findings checkProject(const ProjectDescription& project, KV_MySQL& database, con
                }));
     }
     tell(1.0);
+    return findings;
+}
+
+Findings checkProject(const ProjectDescription& project, KV_MySQL& database, const CheckProgress& progress) {
+    Findings findings = checkEpochs(project);
+    append(findings, checkBaseLayers(project));
+    append(findings, checkDatabase(project, database, progress));
     return findings;
 }
 

@@ -18,4 +18,8 @@ using CheckProgress = std::function<void(double)>;
 INSPECTIONDATA_API Findings checkProject(const ProjectDescription& project, mysqlhelper::KV_MySQL& database,
                                          const CheckProgress& progress = {});
 
+/// The tables alone, and the rasters that results name.
+INSPECTIONDATA_API Findings checkDatabase(const ProjectDescription& project, mysqlhelper::KV_MySQL& database,
+                                          const CheckProgress& progress = {});
+
 } // namespace inspection

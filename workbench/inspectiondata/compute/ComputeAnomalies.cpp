@@ -29,6 +29,43 @@ Unexpected refusal(const KV_MySQL_Exception& exception) {
 // Share of the co-registration in the whole progress.
 constexpr double kCoregistrationShare = 0.15;
 
+Status checkRasters(const ProjectDescription& project) {
+    for (const QString& file : {project.oldEpoch().dsm, project.newEpoch().dsm}) {
+        if (!QFileInfo::exists(file)) {
+            return fileFailure(file, "no such file", "文件不存在");
+        }
+    }
+    return {};
+}
+
+bool isAmong(const std::vector<KV_Station>& stations, const KV_Station& station) {
+    return std::any_of(stations.begin(), stations.end(),
+                       [&station](const KV_Station& each) { return each.m_id == station.m_id; });
+}
+
+/// Those of the groups of `all` whose stations are chosen.
+Result<std::vector<SearchGroup>> wholeGroups(const std::vector<KV_Station>& all,
+                                             const std::vector<SearchGroup>& groups,
+                                             const std::vector<KV_Station>& chosen) {
+    std::vector<SearchGroup> whole;
+    for (const SearchGroup& group : groups) {
+        const auto first = all.begin() + static_cast<std::ptrdiff_t>(group.first);
+        const auto end = first + static_cast<std::ptrdiff_t>(group.count);
+        const auto count = std::count_if(
+            first, end, [&chosen](const KV_Station& station) { return isAmong(chosen, station); });
+        if (count == static_cast<std::ptrdiff_t>(group.count)) {
+            whole.push_back(group);
+        } else if (count > 0) {
+            return Unexpected(Failure{
+                QStringLiteral("stations %1-%2 are searched together and go into one piece")
+                    .arg(first->m_id)
+                    .arg((end - 1)->m_id),
+                QStringLiteral("站段 %1-%2 一起检测，须在同一部分中").arg(first->m_id).arg((end - 1)->m_id)});
+        }
+    }
+    return whole;
+}
+
 /// The parts of one computation, so that each step stays short.
 class Computation {
 public:
@@ -38,9 +75,9 @@ public:
     Result<ComputationSummary> run(KV_MySQL& database);
 
 private:
-    Status checkRasters() const;
     Status chooseStations(KV_MySQL& database);
     Status coregister();
+    Result<std::vector<SearchGroup>> groupsOf(const StationDetection& detection);
     Status detectAll();
     Status detectGroup(const StationDetection& detection, const SearchGroup& group, double from,
                        double share);
@@ -61,15 +98,6 @@ detect::Progress Computation::part(double from, double share, const ComputationS
     return [this, from, share, step](double fraction) {
         return !m_progress || m_progress(from + share * fraction, step);
     };
-}
-
-Status Computation::checkRasters() const {
-    for (const QString& file : {m_request.project.oldEpoch().dsm, m_request.project.newEpoch().dsm}) {
-        if (!QFileInfo::exists(file)) {
-            return fileFailure(file, "no such file", "文件不存在");
-        }
-    }
-    return {};
 }
 
 Status Computation::chooseStations(KV_MySQL& database) {
@@ -98,23 +126,15 @@ Status Computation::coregister() {
     if (!progress(0.0)) {
         return cancelled();
     }
-    detect::Request request;
-    request.oldRaster = m_request.project.oldEpoch().dsm.toStdString();
-    request.newRaster = m_request.project.newEpoch().dsm.toStdString();
-    request.parameters = m_request.project.parameters.detection();
-    request.parameters.threads = m_request.threads;
     QElapsedTimer timer;
     timer.start();
-    const auto estimate = detect::estimateCoregistration(request, progress);
+    auto found = m_request.coregistration ? Result<detect::Coregistration>(*m_request.coregistration)
+                                          : coregisterPair(m_request.project, m_request.threads, progress);
     m_coregistrationSeconds = double(timer.elapsed()) / 1000.0;
-    if (!estimate && estimate.error().cancelled) {
-        return cancelled();
+    if (!found) {
+        return failed(found);
     }
-    if (!estimate) {
-        const QString message = QString::fromStdString(estimate.error().message);
-        return Unexpected(Failure{message, QStringLiteral("配准失败：") + message});
-    }
-    m_coregistration = *estimate;
+    m_coregistration = *std::move(found);
     return {};
 }
 
@@ -136,18 +156,34 @@ Status Computation::detectGroup(const StationDetection& detection, const SearchG
     return {};
 }
 
+Result<std::vector<SearchGroup>> Computation::groupsOf(const StationDetection& detection) {
+    if (m_request.grouping == Grouping::OfTheChosen) {
+        return detection.groupsOf(m_chosen);
+    }
+    std::vector<SearchGroup> groups = detection.groupsOf(m_all);
+    auto chosen = wholeGroups(m_all, groups, m_chosen);
+    if (!chosen) {
+        return failed(chosen);
+    }
+    m_chosen = m_all; // among which the groups count
+    return *std::move(chosen);
+}
+
 Status Computation::detectAll() {
     const auto prepared = StationDetection::prepare(m_request.project, m_all);
     if (!prepared) {
         return failed(prepared);
     }
-    const std::vector<SearchGroup> groups = prepared->groupsOf(m_chosen);
+    const auto groups = groupsOf(*prepared);
+    if (!groups) {
+        return failed(groups);
+    }
     double allCells = 0.0;
-    for (const SearchGroup& group : groups) {
+    for (const SearchGroup& group : *groups) {
         allCells += 1.0 + group.cells;
     }
     double from = kCoregistrationShare;
-    for (const SearchGroup& group : groups) {
+    for (const SearchGroup& group : *groups) {
         const double share = (1.0 - kCoregistrationShare) * (1.0 + group.cells) / allCells;
         if (auto done = detectGroup(*prepared, group, from, share); !done) {
             return failed(done);
@@ -158,20 +194,13 @@ Status Computation::detectAll() {
 }
 
 ComputationSummary Computation::summary() const {
-    ComputationSummary summary;
-    summary.coregistration = m_coregistration;
-    summary.detectionSeconds = m_coregistrationSeconds;
-    for (const StationChanges& changes : m_changes) {
-        summary.stationIds.push_back(changes.stationId);
-        summary.anomalies += static_cast<int>(changes.anomalies.size());
-        summary.cells += changes.cells();
-        summary.detectionSeconds += changes.seconds();
-    }
+    ComputationSummary summary = summaryOf(m_changes, m_coregistration);
+    summary.detectionSeconds += m_coregistrationSeconds;
     return summary;
 }
 
 Result<ComputationSummary> Computation::run(KV_MySQL& database) {
-    if (auto done = checkRasters(); !done) {
+    if (auto done = checkRasters(m_request.project); !done) {
         return failed(done);
     }
     try {
@@ -197,6 +226,41 @@ Result<ComputationSummary> Computation::run(KV_MySQL& database) {
 }
 
 } // namespace
+
+Result<detect::Coregistration> coregisterPair(const ProjectDescription& project, int threads,
+                                              const detect::Progress& progress) {
+    if (auto done = checkRasters(project); !done) {
+        return failed(done);
+    }
+    GDALAllRegister();
+    detect::Request request;
+    request.oldRaster = project.oldEpoch().dsm.toStdString();
+    request.newRaster = project.newEpoch().dsm.toStdString();
+    request.parameters = project.parameters.detection();
+    request.parameters.threads = threads;
+    auto estimate = detect::estimateCoregistration(request, progress);
+    if (!estimate && estimate.error().cancelled) {
+        return cancelled();
+    }
+    if (!estimate) {
+        const QString message = QString::fromStdString(estimate.error().message);
+        return Unexpected(Failure{message, QStringLiteral("配准失败：") + message});
+    }
+    return *std::move(estimate);
+}
+
+ComputationSummary summaryOf(const std::vector<StationChanges>& changes,
+                             const detect::Coregistration& coregistration) {
+    ComputationSummary summary;
+    summary.coregistration = coregistration;
+    for (const StationChanges& station : changes) {
+        summary.stationIds.push_back(station.stationId);
+        summary.anomalies += static_cast<int>(station.anomalies.size());
+        summary.cells += station.cells();
+        summary.detectionSeconds += station.seconds();
+    }
+    return summary;
+}
 
 Result<ComputationSummary> computeAnomalies(const ComputationRequest& request,
                                             const ComputationProgress& progress) {

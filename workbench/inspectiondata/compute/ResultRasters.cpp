@@ -1,5 +1,6 @@
 #include "workbench/inspectiondata/compute/ResultRasters.h"
 
+#include "detect/StagedOutput.h"
 #include "host/Gbk.h"
 #include "workbench/inspectiondata/database/Fields.h"
 
@@ -43,6 +44,21 @@ QStringList unnamedRasters(const ProjectDescription& project, KV_MySQL& database
         }
     }
     return unnamed;
+}
+
+Status copyRaster(const QString& from, const QString& to) {
+    QDir().mkpath(QFileInfo(to).absolutePath());
+    const auto staged = detect::StagedOutput::beside(to.toStdString());
+    if (!staged) {
+        return sayAgain(staged.error());
+    }
+    QFile source(from);
+    if (!source.copy(QString::fromStdString(staged->path()))) {
+        return fileFailure(to, "cannot be copied here: " + source.errorString(),
+                           "无法复制到此处，磁盘可能已满");
+    }
+    const auto done = staged->commit();
+    return done ? Status() : sayAgain(done.error());
 }
 
 } // namespace inspection

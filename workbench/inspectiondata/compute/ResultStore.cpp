@@ -113,6 +113,26 @@ Result<StationDetection::Rasters> ResultStore::newRasters(std::uint32_t stationI
     return rasters;
 }
 
+Status ResultStore::takeRaster(const QString& folder, QString& raster) {
+    if (raster.isEmpty()) {
+        return {};
+    }
+    const QString target = QDir(m_project.folder).absoluteFilePath(QDir(folder).relativeFilePath(raster));
+    if (!QFileInfo::exists(target)) {
+        m_newRasters << target;
+        if (auto done = copyRaster(raster, target); !done) {
+            return done;
+        }
+    }
+    raster = target;
+    return {};
+}
+
+Status ResultStore::takeRasters(const QString& folder, StationChanges& changes) {
+    auto taken = takeRaster(folder, changes.dzRaster);
+    return taken ? takeRaster(folder, changes.correctionRaster) : taken;
+}
+
 void ResultStore::storeStation(KV_MySQL& database, StationChanges& changes,
                                const std::vector<SdiffData>& deleted,
                                const detect::Coregistration& coregistration) const {
@@ -127,7 +147,7 @@ void ResultStore::storeStation(KV_MySQL& database, StationChanges& changes,
 
     StationResult result;
     result.stationId = changes.stationId;
-    result.computedAt = m_computedAt;
+    result.computedAt = changes.computedAt.isEmpty() ? m_computedAt : changes.computedAt;
     result.pair = m_pair;
     const auto stored = [this](const QString& path) {
         return path.isEmpty() ? QString() : QDir(m_project.folder).relativeFilePath(path);

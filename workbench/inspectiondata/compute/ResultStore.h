@@ -25,6 +25,10 @@ public:
     /// Where the station's new rasters go; their folder is made. Fails when it cannot be.
     Result<StationDetection::Rasters> newRasters(std::uint32_t stationId);
 
+    /// Takes the rasters of a result that was computed in another folder, with the same paths in both, into the project,
+    /// and names them in the result. One that is there already was taken with another station, or earlier.
+    Status takeRasters(const QString& folder, StationChanges& changes);
+
     /// Replaces anomalies and result that each station has of the project's pair, all in one transaction, then
     /// removes the rasters of stations that no result names any more. A verdict on an anomaly that was found again at the
     /// same place is kept; one that was deleted is stored as deleted again, and taken out of `changes`. Anomalies are named "S3-0007" by the lowest numbers that no other pair uses. Throws
@@ -33,6 +37,7 @@ public:
                const detect::Coregistration& coregistration);
 
 private:
+    Status takeRaster(const QString& folder, QString& raster);
     void storeStation(mysqlhelper::KV_MySQL& database, StationChanges& changes,
                       const std::vector<SdiffData>& deleted,
                       const detect::Coregistration& coregistration) const;

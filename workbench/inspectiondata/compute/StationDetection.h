@@ -26,6 +26,8 @@ struct StationChanges {
     /// the sums over all of them are right.
     std::optional<detect::Summary> summary;
     std::optional<Histogram> stableDifferences; ///< likewise
+    QString
+        computedAt; ///< ISO date and time, UTC, of what another machine computed; else empty, which means now
 
     std::int64_t cells() const { return summary ? summary->report.cells : 0; }
     double seconds() const { return summary ? summary->report.seconds : 0.0; }

@@ -7,11 +7,6 @@ namespace inspection {
 
 namespace {
 
-Unexpected sayAgain(const detect::Failure& failure) {
-    const QString line = QString::fromStdString(failure.message);
-    return Unexpected(Failure{line, line});
-}
-
 std::vector<std::string> filesOf(const ProjectDescription& project) {
     QStringList files{projectFile(project.folder), project.databaseFile(), project.centerline,
                       project.folder + QStringLiteral("/special.gpkg")};

@@ -30,6 +30,12 @@ inline Unexpected fileFailure(const QString& file, const QString& cause, const Q
     return Unexpected(Failure{file + ": " + cause, file + QStringLiteral("：") + userCause});
 }
 
+/// A failure of the engine, whose one line is the user's already.
+inline Unexpected sayAgain(const detect::Failure& failure) {
+    const QString line = QString::fromStdString(failure.message);
+    return Unexpected(Failure{line, line, failure.cancelled});
+}
+
 inline Unexpected cancelled() {
     return Unexpected(Failure{QStringLiteral("cancelled"), QStringLiteral("已取消"), true});
 }
