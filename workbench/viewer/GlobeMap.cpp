@@ -5,6 +5,7 @@
 #include <osgEarth/ElevationLayer>
 #include <osgEarth/ImageLayer>
 #include <osgEarth/Map>
+#include <osgEarth/TerrainEngineNode>
 #include <osgEarth/Version>
 
 #if OSGEARTH_MIN_VERSION_REQUIRED(3, 0, 0)
@@ -216,6 +217,33 @@ void GlobeMap::setImageryOpacity(const std::string& name, float opacity) {
     if (layer) {
         layer->setOpacity(opacity);
     }
+}
+
+bool GlobeMap::canCompare() {
+#ifdef CORRIDOR_GLOBE_INSTALLED
+    return false;
+#else
+    return true;
+#endif
+}
+
+void GlobeMap::compareImagery([[maybe_unused]] const std::string& shown,
+                              [[maybe_unused]] const std::string& other) {
+#ifndef CORRIDOR_GLOBE_INSTALLED
+    std::vector<osg::ref_ptr<osgEarth::ImageLayer>> layers;
+    m_mapNode->getMap()->getLayers(layers);
+    for (const auto& layer : layers) {
+        const bool isEither = shown != other && (layer->getName() == shown || layer->getName() == other);
+        layer->setVisibleInComparison(isEither ? std::optional(layer->getName() == other) : std::nullopt);
+    }
+#endif
+}
+
+void GlobeMap::setComparison([[maybe_unused]] double share, [[maybe_unused]] double dividerPixels) {
+#ifndef CORRIDOR_GLOBE_INSTALLED
+    m_mapNode->getTerrainEngine()->setComparison(static_cast<float>(share),
+                                                 static_cast<float>(dividerPixels));
+#endif
 }
 
 int GlobeMap::preparationPercent() const {

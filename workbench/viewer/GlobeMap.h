@@ -57,6 +57,14 @@ public:
     /// does not answer, that takes until GDAL gives it up.
     static bool finishLoading(int mostMilliseconds);
 
+    /// Whether two pictures of the ground can be compared; an installed library shows one only.
+    static bool canCompare();
+    /// Holds a second picture, which has imagery of the name `other` in place of the one that is `shown`; none where they
+    /// are the same. Names that are not known stand for no imagery.
+    void compareImagery(const std::string& shown, const std::string& other);
+    /// Mixes that share (0 to 1) of the second picture in, as far as so many device pixels from the left of the frame.
+    void setComparison(double share, double dividerPixels);
+
     /// Unknown names are ignored. 0 is clear, 1 opaque.
     void setImageryVisible(const std::string& name, bool visible);
     void setImageryOpacity(const std::string& name, float opacity);
