@@ -101,7 +101,9 @@ std::optional<std::string> GlobeMap::addWorldBackdrop(const std::string& picture
     if (raster.empty()) {
         return picturePath + ": cannot be read";
     }
+    constexpr float kPale = 0.4F; // what was surveyed stands out, and its labels can be read
     std::optional<std::string> problem = addImagery("world", raster);
+    setImageryOpacity("world", kPale);
     m_backdropLayers = problem ? 0 : 1;
     return problem;
 }

@@ -29,7 +29,7 @@ public:
 
     osgEarth::MapNode* mapNode() { return m_mapNode.get(); }
 
-    /// Puts a picture of the whole Earth (plate carrée, -180..180 by -90..90) below everything else.
+    /// Puts a picture of the whole Earth (plate carrée, -180..180 by -90..90) below everything else, in pale colours.
     /// An English line when that fails.
     std::optional<std::string> addWorldBackdrop(const std::string& picturePath);
     /// Adds a raster on top of those added before. An English line when it cannot be shown.
