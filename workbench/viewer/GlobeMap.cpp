@@ -72,16 +72,17 @@ struct CloseDataset {
 };
 using Dataset = std::unique_ptr<void, CloseDataset>;
 
-// A picture carries no georeference; a virtual raster around it does. Its description can be opened like a file.
-// Empty when GDAL cannot use the picture.
-std::string plateCarreeRaster(const std::string& picturePath) {
+// A picture carries no georeference; a virtual raster around it does, with paler colours, so that what was surveyed stands
+// out. Its description can be opened like a file. Empty when GDAL cannot use the picture.
+std::string palePlateCarreeRaster(const std::string& picturePath) {
     GDALAllRegister();
     const Dataset picture(GDALOpen(picturePath.c_str(), GA_ReadOnly));
     if (!picture) {
         return {};
     }
-    const char* const arguments[] = {"-of",    "VRT",       "-b",      "1",    "-b", "2",   "-b",  "3",
-                                     "-a_srs", "EPSG:4326", "-a_ullr", "-180", "90", "180", "-90", nullptr};
+    const char* const arguments[] = {"-of", "VRT",    "-b",        "1",       "-b",   "2",   "-b",
+                                     "3",   "-a_srs", "EPSG:4326", "-a_ullr", "-180", "90",  "180",
+                                     "-90", "-scale", "0",         "255",     "110",  "225", nullptr};
     GDALTranslateOptions* options = GDALTranslateOptionsNew(const_cast<char**>(arguments), nullptr);
     const Dataset raster(GDALTranslate("", picture.get(), options, nullptr));
     GDALTranslateOptionsFree(options);
@@ -97,13 +98,11 @@ GlobeMap::GlobeMap() {
 }
 
 std::optional<std::string> GlobeMap::addWorldBackdrop(const std::string& picturePath) {
-    const std::string raster = plateCarreeRaster(picturePath);
+    const std::string raster = palePlateCarreeRaster(picturePath);
     if (raster.empty()) {
         return picturePath + ": cannot be read";
     }
-    constexpr float kPale = 0.4F; // what was surveyed stands out, and its labels can be read
     std::optional<std::string> problem = addImagery("world", raster);
-    setImageryOpacity("world", kPale);
     m_backdropLayers = problem ? 0 : 1;
     return problem;
 }

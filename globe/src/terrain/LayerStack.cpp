@@ -12,8 +12,8 @@
 namespace osgEarth {
 namespace {
 
-// Ground without any picture: lighter and greyer than any land, so that what was surveyed stands out.
-constexpr std::array<std::uint8_t, 3> kPlainColour = {214, 218, 220};
+// Ground without any picture.
+constexpr std::array<std::uint8_t, 3> kPlainColour = {196, 192, 180};
 
 bool isOpaque(const std::vector<std::uint8_t>& rgba) {
     for (std::size_t i = 3; i < rgba.size(); i += 4) {
