@@ -126,7 +126,23 @@ TEST_F(MainWindowTest, ShowsOneGroupWithElevenButtonsInTheOrderOfCreate) {
     const auto* caption = m_window.findChild<QLabel*>("toolGroupCaption");
     ASSERT_NE(caption, nullptr);
     EXPECT_EQ(caption->text(), QString::fromUtf8("巡检工具"));
+    QStringList beforeLines;
+    for (const QWidget* line : m_window.toolArea().findChildren<QWidget*>("taskLine")) {
+        const auto* before =
+            qobject_cast<QToolButton*>(line->parentWidget()->childAt(line->pos() + QPoint(-10, 20)));
+        beforeLines << (before ? before->text() : "no button");
+    }
+    EXPECT_EQ(beforeLines, QStringList({"查看\\编辑异常", "添加特殊点", "输出shape", "正北视图", "重做"}));
     EXPECT_TRUE(m_reader.messages.isEmpty());
+}
+
+TEST(TaskOf, IsTheSameForNumbersThatLieTogether) {
+    EXPECT_EQ(taskOf("303 comput diff "), taskOf("307 edit diff "));
+    EXPECT_EQ(taskOf("309 edit polygon"), taskOf("3081 draw special area"));
+    EXPECT_NE(taskOf("307 edit diff "), taskOf("309 edit polygon"));
+    EXPECT_NE(taskOf("312 output shape"), taskOf("315 set para"));
+    EXPECT_EQ(taskOf(""), taskOf("measure"));
+    EXPECT_NE(taskOf("measure"), taskOf("303 comput diff "));
 }
 
 TEST_F(MainWindowTest, ABadPluginIsOneMessageAndARunningWindow) {

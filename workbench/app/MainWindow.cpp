@@ -4,6 +4,7 @@
 #include "host/style/myMessageBox.h"
 #include "workbench/app/BaseLayerDialog.h"
 #include "workbench/app/DroppedFiles.h"
+#include "workbench/app/EpochComparison.h"
 #include "workbench/app/GuideWindow.h"
 #include "workbench/app/PairBox.h"
 #include "workbench/app/Panels.h"
@@ -69,6 +70,7 @@ MainWindow::MainWindow()
         m_layers.setImageryOpacity(opacity);
         m_globe->requestRedraw();
     });
+    m_comparison = new EpochComparison(*m_globe, m_layers, this);
     m_status = new StatusLine(*this, *m_globe);
     connect(m_status, &StatusLine::undoAsked, m_toolArea, &ToolArea::undo);
     connect(&m_baseLayers, &BaseLayers::troubled, this, [this](const QString& line) {
@@ -144,6 +146,7 @@ void MainWindow::showEpochs() {
     m_epochs->setEnabled(m_epochs->count() > 1);
     m_pairs->showProject();
     showComparedPair();
+    m_comparison->update();
 }
 
 void MainWindow::showStartPage() {
@@ -355,6 +358,7 @@ void MainWindow::showEpoch(int index) {
     for (const QString& line : m_layers.showEpoch(index)) {
         qCWarning(logApp).noquote() << line;
     }
+    m_comparison->update();
     m_globe->requestRedraw();
 }
 
@@ -364,6 +368,7 @@ void MainWindow::comparePair(const inspection::EpochPair& pair) {
     }
     m_pairs->showCurrent();
     showComparedPair();
+    m_comparison->update();
 }
 
 void MainWindow::showComparedPair() {

@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 
+class EpochComparison;
 class GlobeWidget;
 class GuideWindow;
 class PairBox;
@@ -85,5 +86,6 @@ private:
     bool m_remembersLayout = false;
     QToolButton* m_baseLayersButton = nullptr;
     ProjectLayers m_layers;
+    EpochComparison* m_comparison = nullptr;
     BaseLayers m_baseLayers;
 };

@@ -97,6 +97,15 @@ QStringList ProjectLayers::showEpoch(int index) {
     return problems;
 }
 
+void ProjectLayers::compareWith(int index) {
+    const auto nameAt = [this](int place) {
+        const bool isThere = place >= 0 && place < static_cast<int>(m_epochs.size());
+        return isThere ? imageryName(m_epochs[static_cast<std::size_t>(place)]) : std::string();
+    };
+    const std::string other = nameAt(index);
+    m_map.compareImagery(other.empty() ? other : nameAt(m_shown), other);
+}
+
 void ProjectLayers::showImagery() {
     const QString& shown = m_epochs[static_cast<std::size_t>(m_shown)].dom;
     for (const Epoch& epoch : m_epochs) {

@@ -26,6 +26,9 @@ public:
     int shownEpoch() const { return m_shown; }
     /// Shows the terrain and the orthophoto of one epoch. Answers as show does.
     QStringList showEpoch(int index);
+    /// Holds that epoch's orthophoto, too, for the globe to compare; the shown epoch's, or a place that there is not, ends
+    /// that.
+    void compareWith(int index);
     /// Of the orthophotos of all epochs, 0 (clear) to 1.
     void setImageryOpacity(double opacity);
     /// A view from the south over the whole corridor, in a picture that is `aspect` times as wide as high; nothing when

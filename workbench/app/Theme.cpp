@@ -68,6 +68,7 @@ constexpr const char* kSheet = R"(
 QToolBar#tools { background: @body; border: none; border-bottom: 1px solid @line; padding: 0 10px 0 0; }
 QWidget#toolArea { background: @body; }
 QFrame#toolGroup { border: none; border-right: 1px solid @line; }
+QFrame#taskLine { background: @line; border: none; margin: 8px 0 8px 0; }
 QLabel#toolGroupCaption { color: @quiet; font-size: 11px; }
 QFrame#toolGroup QToolButton { border: 1px solid transparent; border-radius: 5px; padding: 3px 3px 2px 3px; }
 QFrame#toolGroup QToolButton:hover { background: @hover; border-color: @border; }

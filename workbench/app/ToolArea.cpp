@@ -11,6 +11,9 @@
 #include <QToolButton>
 #include <QVBoxLayout>
 
+#include <algorithm>
+#include <array>
+
 namespace {
 
 constexpr auto kUndoCommand = "318 undo command";
@@ -25,7 +28,28 @@ QList<QKeySequence> keysOf(const std::string& command) {
     return {};
 }
 
+QWidget* makeLine(QWidget* parent) {
+    auto* line = new QFrame(parent);
+    line->setObjectName("taskLine");
+    line->setFixedWidth(1);
+    return line;
+}
+
 } // namespace
+
+int taskOf(const std::string& key) {
+    // Anomalies, special objects, results, settings and view, history.
+    constexpr std::array<int, 5> kLastOfTask = {307, 309, 312, 316, 319};
+    constexpr int kNone = -1;
+    const std::string digits = key.substr(0, 3); // a fourth tells commands of one number apart
+    const bool isNumber = digits.size() == 3 && std::all_of(digits.begin(), digits.end(), [](char digit) {
+                              return digit >= '0' && digit <= '9';
+                          });
+    return isNumber ? static_cast<int>(
+                          std::lower_bound(kLastOfTask.begin(), kLastOfTask.end(), std::stoi(digits)) -
+                          kLastOfTask.begin())
+                    : kNone;
+}
 
 ToolArea::ToolArea(QWidget* parent) : QWidget(parent), m_groups(new QHBoxLayout(this)) {
     setObjectName("toolArea");
@@ -37,8 +61,13 @@ ToolArea::ToolArea(QWidget* parent) : QWidget(parent), m_groups(new QHBoxLayout(
 
 void ToolArea::addCommands(const std::vector<zeo::ICommand*>& commands) {
     for (zeo::ICommand* command : commands) {
-        QHBoxLayout* layout = groupLayout(fromGbk(command->CommandType()));
-        command->createselfUI(layout->parentWidget(), layout);
+        Group& group = this->group(fromGbk(command->CommandType()));
+        const int task = taskOf(command->Key());
+        if (group.layout->count() > 0 && task != group.task) {
+            group.layout->addWidget(makeLine(group.layout->parentWidget()));
+        }
+        group.task = task;
+        command->createselfUI(group.layout->parentWidget(), group.layout);
         bindKeys(*command);
     }
 }
@@ -67,27 +96,27 @@ void ToolArea::bindKeys(zeo::ICommand& command) {
             .arg(fromGbk(command.ToolTip()), QKeySequence::listToString(keys, QKeySequence::NativeText)));
 }
 
-QHBoxLayout* ToolArea::groupLayout(const QString& commandType) {
-    QHBoxLayout*& layout = m_layouts[commandType];
-    if (layout) {
-        return layout;
+ToolArea::Group& ToolArea::group(const QString& commandType) {
+    Group& group = m_groupOfType[commandType];
+    if (group.layout) {
+        return group;
     }
 
-    auto* group = new QFrame(this);
-    group->setObjectName("toolGroup");
-    auto* buttons = new QWidget(group);
-    layout = new QHBoxLayout(buttons);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSpacing(2);
-    auto* caption = new QLabel(commandType, group);
+    auto* frame = new QFrame(this);
+    frame->setObjectName("toolGroup");
+    auto* buttons = new QWidget(frame);
+    group.layout = new QHBoxLayout(buttons);
+    group.layout->setContentsMargins(0, 0, 0, 0);
+    group.layout->setSpacing(2);
+    auto* caption = new QLabel(commandType, frame);
     caption->setObjectName("toolGroupCaption");
     caption->setAlignment(Qt::AlignCenter);
 
-    auto* column = new QVBoxLayout(group);
+    auto* column = new QVBoxLayout(frame);
     column->setContentsMargins(6, 4, 6, 2);
     column->setSpacing(1);
     column->addWidget(buttons);
     column->addWidget(caption);
-    m_groups->insertWidget(m_groups->count() - 1, group);
-    return layout;
+    m_groups->insertWidget(m_groups->count() - 1, frame);
+    return group;
 }

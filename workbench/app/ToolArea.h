@@ -3,6 +3,7 @@
 #include <QWidget>
 
 #include <map>
+#include <string>
 #include <vector>
 
 class QHBoxLayout;
@@ -11,8 +12,12 @@ namespace zeo {
 class ICommand;
 }
 
+/// What a command is for, by the number that its key begins with: commands of one task are numbered one after the other.
+/// The same number for the same task; keys without a number have one of their own.
+int taskOf(const std::string& key);
+
 /// The strip of tool groups on top of the main window: one frame for each command type, big buttons side by
-/// side in the order of the commands, the type as the frame's caption.
+/// side in the order of the commands, a line where the task becomes another one, the type as the frame's caption.
 class ToolArea : public QWidget {
     Q_OBJECT
 
@@ -25,10 +30,15 @@ public:
     void undo();
 
 private:
-    QHBoxLayout* groupLayout(const QString& commandType);
+    struct Group {
+        QHBoxLayout* layout = nullptr;
+        int task = 0; ///< of its last button
+    };
+
+    Group& group(const QString& commandType);
     /// The keys of the command's button, wherever the focus is, and in its tip.
     void bindKeys(zeo::ICommand& command);
 
     QHBoxLayout* m_groups;
-    std::map<QString, QHBoxLayout*> m_layouts;
+    std::map<QString, Group> m_groupOfType;
 };

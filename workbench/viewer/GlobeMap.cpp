@@ -5,6 +5,7 @@
 #include <osgEarth/ElevationLayer>
 #include <osgEarth/ImageLayer>
 #include <osgEarth/Map>
+#include <osgEarth/TerrainEngineNode>
 #include <osgEarth/Version>
 
 #if OSGEARTH_MIN_VERSION_REQUIRED(3, 0, 0)
@@ -71,16 +72,17 @@ struct CloseDataset {
 };
 using Dataset = std::unique_ptr<void, CloseDataset>;
 
-// A picture carries no georeference; a virtual raster around it does. Its description can be opened like a file.
-// Empty when GDAL cannot use the picture.
-std::string plateCarreeRaster(const std::string& picturePath) {
+// A picture carries no georeference; a virtual raster around it does, with paler colours, so that what was surveyed stands
+// out. Its description can be opened like a file. Empty when GDAL cannot use the picture.
+std::string palePlateCarreeRaster(const std::string& picturePath) {
     GDALAllRegister();
     const Dataset picture(GDALOpen(picturePath.c_str(), GA_ReadOnly));
     if (!picture) {
         return {};
     }
-    const char* const arguments[] = {"-of",    "VRT",       "-b",      "1",    "-b", "2",   "-b",  "3",
-                                     "-a_srs", "EPSG:4326", "-a_ullr", "-180", "90", "180", "-90", nullptr};
+    const char* const arguments[] = {"-of", "VRT",    "-b",        "1",       "-b",   "2",   "-b",
+                                     "3",   "-a_srs", "EPSG:4326", "-a_ullr", "-180", "90",  "180",
+                                     "-90", "-scale", "0",         "255",     "110",  "225", nullptr};
     GDALTranslateOptions* options = GDALTranslateOptionsNew(const_cast<char**>(arguments), nullptr);
     const Dataset raster(GDALTranslate("", picture.get(), options, nullptr));
     GDALTranslateOptionsFree(options);
@@ -96,7 +98,7 @@ GlobeMap::GlobeMap() {
 }
 
 std::optional<std::string> GlobeMap::addWorldBackdrop(const std::string& picturePath) {
-    const std::string raster = plateCarreeRaster(picturePath);
+    const std::string raster = palePlateCarreeRaster(picturePath);
     if (raster.empty()) {
         return picturePath + ": cannot be read";
     }
@@ -216,6 +218,33 @@ void GlobeMap::setImageryOpacity(const std::string& name, float opacity) {
     if (layer) {
         layer->setOpacity(opacity);
     }
+}
+
+bool GlobeMap::canCompare() {
+#ifdef CORRIDOR_GLOBE_INSTALLED
+    return false;
+#else
+    return true;
+#endif
+}
+
+void GlobeMap::compareImagery([[maybe_unused]] const std::string& shown,
+                              [[maybe_unused]] const std::string& other) {
+#ifndef CORRIDOR_GLOBE_INSTALLED
+    std::vector<osg::ref_ptr<osgEarth::ImageLayer>> layers;
+    m_mapNode->getMap()->getLayers(layers);
+    for (const auto& layer : layers) {
+        const bool isEither = shown != other && (layer->getName() == shown || layer->getName() == other);
+        layer->setVisibleInComparison(isEither ? std::optional(layer->getName() == other) : std::nullopt);
+    }
+#endif
+}
+
+void GlobeMap::setComparison([[maybe_unused]] double share, [[maybe_unused]] double dividerPixels) {
+#ifndef CORRIDOR_GLOBE_INSTALLED
+    m_mapNode->getTerrainEngine()->setComparison(static_cast<float>(share),
+                                                 static_cast<float>(dividerPixels));
+#endif
 }
 
 int GlobeMap::preparationPercent() const {

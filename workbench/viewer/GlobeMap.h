@@ -29,7 +29,7 @@ public:
 
     osgEarth::MapNode* mapNode() { return m_mapNode.get(); }
 
-    /// Puts a picture of the whole Earth (plate carrée, -180..180 by -90..90) below everything else.
+    /// Puts a picture of the whole Earth (plate carrée, -180..180 by -90..90) below everything else, in pale colours.
     /// An English line when that fails.
     std::optional<std::string> addWorldBackdrop(const std::string& picturePath);
     /// Adds a raster on top of those added before. An English line when it cannot be shown.
@@ -56,6 +56,14 @@ public:
     /// Whether no raster that is not shown any more is still being read, now or after some time. Where a server
     /// does not answer, that takes until GDAL gives it up.
     static bool finishLoading(int mostMilliseconds);
+
+    /// Whether two pictures of the ground can be compared; an installed library shows one only.
+    static bool canCompare();
+    /// Holds a second picture, which has imagery of the name `other` in place of the one that is `shown`; none where they
+    /// are the same. Names that are not known stand for no imagery.
+    void compareImagery(const std::string& shown, const std::string& other);
+    /// Mixes that share (0 to 1) of the second picture in, as far as so many device pixels from the left of the frame.
+    void setComparison(double share, double dividerPixels);
 
     /// Unknown names are ignored. 0 is clear, 1 opaque.
     void setImageryVisible(const std::string& name, bool visible);

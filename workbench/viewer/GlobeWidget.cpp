@@ -5,6 +5,7 @@
 #include "workbench/viewer/EventTranslation.h"
 #include "workbench/viewer/ScaleBar.h"
 #include "workbench/viewer/Sky.h"
+#include "workbench/viewer/SwipeLine.h"
 
 #include <osgEarth/GLUtils>
 #include <osgEarth/GeoData>
@@ -82,7 +83,7 @@ void GlobeWidget::installSurfaceFormat() {
 
 GlobeWidget::GlobeWidget(QWidget* parent)
     : QOpenGLWidget(parent), m_compass(new Compass(this)), m_scaleBar(new ScaleBar(this)),
-      m_loadingSign(new QLabel(tr("正在载入…"), this)) {
+      m_swipeLine(new SwipeLine(this)), m_loadingSign(new QLabel(tr("正在载入…"), this)) {
     setFocusPolicy(Qt::StrongFocus);
     setMouseTracking(true);
     setMinimumSize(200, 150);
@@ -97,6 +98,7 @@ GlobeWidget::GlobeWidget(QWidget* parent)
     connect(&m_timer, &QTimer::timeout, this, &GlobeWidget::tick);
     m_preparationTimer.setInterval(kPreparationPollMilliseconds);
     connect(&m_preparationTimer, &QTimer::timeout, this, &GlobeWidget::watchPreparation);
+    connect(m_swipeLine, &SwipeLine::moved, this, &GlobeWidget::swipe);
     connect(m_compass, &QAbstractButton::clicked, this, &GlobeWidget::turnNorth);
 
     m_viewer = new EmbeddedViewer([this] {
@@ -159,6 +161,10 @@ void GlobeWidget::resizeGL(int width, int height) {
     m_viewer->resize(deviceWidth, deviceHeight);
     m_compass->move(width - m_compass->width() - kInstrumentMargin, kInstrumentMargin);
     m_scaleBar->move(kInstrumentMargin, height - m_scaleBar->height() - kInstrumentMargin);
+    m_swipeLine->follow();
+    if (m_swipeLine->isVisible()) {
+        swipe();
+    }
     m_loadingSign->adjustSize();
     m_loadingSign->move((width - m_loadingSign->width()) / 2,
                         height - m_loadingSign->height() - kInstrumentMargin);
@@ -248,6 +254,26 @@ void GlobeWidget::showLoading(bool isLoading) {
         m_loading.start();
     }
     m_loadingSign->setVisible(m_loading.isValid() && m_loading.hasExpired(kMomentMilliseconds));
+}
+
+void GlobeWidget::compare(Comparison how, double share) {
+    m_swipeLine->setShown(how == Comparison::Swipe);
+    if (how == Comparison::Swipe) {
+        swipe();
+    } else {
+        constexpr double kEverywhere = 1e6;
+        m_map.setComparison(how == Comparison::Blend ? share : 0.0, kEverywhere);
+        requestRedraw();
+    }
+}
+
+void GlobeWidget::setComparedTitles(const QString& other, const QString& shown) {
+    m_swipeLine->setTitles(other, shown);
+}
+
+void GlobeWidget::swipe() {
+    m_map.setComparison(1.0, m_swipeLine->share() * width() * devicePixelRatioF());
+    requestRedraw();
 }
 
 void GlobeWidget::turnNorth() {

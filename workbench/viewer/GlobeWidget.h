@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/viewer/CXViewer.h"
+#include "workbench/viewer/Comparison.h"
 #include "workbench/viewer/GlobeMap.h"
 
 #include <QElapsedTimer>
@@ -17,6 +18,7 @@ class EmbeddedViewer;
 class EventTranslation;
 class QLabel;
 class ScaleBar;
+class SwipeLine;
 
 /// The globe as a widget: an OSG viewer inside a QOpenGLWidget, with a compass, a scale bar and a sign while the picture
 /// is not complete for longer than a moment. Frames run on the GUI thread, and only when there is something new to draw.
@@ -38,6 +40,10 @@ public:
     void requestRedraw();
 
     GlobeMap& map() { return m_map; }
+    /// How the map's second picture is seen; `share` of it in a blend, 0 to 1.
+    void compare(Comparison how, double share);
+    /// What a swipe writes on its two sides.
+    void setComparedTitles(const QString& other, const QString& shown);
     /// `work` runs before each frame and may change scene and event handlers. Not while an event handler
     /// waits for the user.
     void setWorkBetweenFrames(std::function<void()> work) { m_workBetweenFrames = std::move(work); }
@@ -75,6 +81,7 @@ private:
     void prepareFrame();
     void releaseHeldKeys();
     void showLoading(bool isLoading);
+    void swipe();
     void turnNorth();
     void readInstruments();
     void reportPointer();
@@ -87,6 +94,7 @@ private:
     std::function<void()> m_workBetweenFrames;
     Compass* m_compass;
     ScaleBar* m_scaleBar;
+    SwipeLine* m_swipeLine;
     QLabel* m_loadingSign;
     QElapsedTimer m_loading; ///< since tiles are being loaded; invalid while they are not
     QTimer m_timer;

@@ -90,6 +90,13 @@ void ImageLayer::setOpacity(float opacity) {
     }
 }
 
+void ImageLayer::setVisibleInComparison(std::optional<bool> visible) {
+    if (visible != m_visibleInComparison) {
+        m_visibleInComparison = visible;
+        appearanceChanged();
+    }
+}
+
 ElevationLayer::ElevationLayer(const std::string& name, const TileSourceOptions& driver)
     : ElevationLayer(ElevationLayerOptions(name, driver)) {}
 

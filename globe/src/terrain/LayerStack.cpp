@@ -15,10 +15,6 @@ namespace {
 // Ground without any picture.
 constexpr std::array<std::uint8_t, 3> kPlainColour = {196, 192, 180};
 
-bool isUsed(const TerrainLayer& layer) {
-    return layer.getEnabled() && layer.getVisible() && layer.raster();
-}
-
 bool isOpaque(const std::vector<std::uint8_t>& rgba) {
     for (std::size_t i = 3; i < rgba.size(); i += 4) {
         if (rgba[i] != 255) {
@@ -69,6 +65,10 @@ void addDifferences(const List& a, const List& b, BoxesOf boxesOf, std::vector<G
     }
 }
 
+std::vector<GeoExtent> boxesOf(const LayerStack::Image& image) {
+    return image.raster.source->footprint().boxes();
+}
+
 bool hasFinerApron(RasterSource& source, const GeoExtent& here, int cells) {
     const double reach = source.heightApron().widthDegrees();
     return reach > 0.0 && here.height() / cells > source.heightApron().resolutionDegrees() &&
@@ -100,18 +100,24 @@ LayerStack::LayerStack(const Map& map, int revision) : m_revision(revision) {
     std::vector<osg::ref_ptr<TerrainLayer>> layers;
     map.getLayers(layers);
     for (const auto& layer : layers) {
-        if (!isUsed(*layer)) {
+        if (!layer->getEnabled() || !layer->raster()) {
             continue;
         }
         if (const auto* image = dynamic_cast<const ImageLayer*>(layer.get())) {
             const std::shared_ptr<DistantRaster> distant = layer->distantRaster();
-            m_images.push_back({{layer->raster(), revisionOf(*layer->raster(), distant.get())},
-                                image->getOpacity(),
-                                distant});
-        } else if (dynamic_cast<const ElevationLayer*>(layer.get())) {
+            const int state = revisionOf(*layer->raster(), distant.get());
+            const Image entry{{layer->raster(), state}, image->getOpacity(), distant};
+            if (image->getVisible()) {
+                m_images.push_back(entry);
+            }
+            if (image->getVisibleInComparison()) {
+                m_compared.push_back(entry);
+            }
+        } else if (dynamic_cast<const ElevationLayer*>(layer.get()) && layer->getVisible()) {
             m_elevations.insert(m_elevations.begin(), {layer->raster(), layer->raster()->revision()});
         }
     }
+    addDifferences(m_images, m_compared, boxesOf, m_different);
 }
 
 bool LayerStack::Image::warp(const SampleGrid& grid, std::vector<std::uint8_t>& rgba,
@@ -122,18 +128,30 @@ bool LayerStack::Image::warp(const SampleGrid& grid, std::vector<std::uint8_t>& 
 
 osg::ref_ptr<osg::Image> LayerStack::composeImage(const GeoExtent& extent, int pixels,
                                                   const PictureNews& news) const {
+    return compose(m_images, {extent, pixels, pixels, false}, news);
+}
+
+osg::ref_ptr<osg::Image> LayerStack::composeComparedImage(const GeoExtent& extent, int pixels,
+                                                          const PictureNews& news) const {
+    const GeoExtent here = extent.transform(SpatialReference::get("wgs84"));
+    const bool isDifferent = std::any_of(m_different.begin(), m_different.end(),
+                                         [&](const GeoExtent& box) { return box.intersects(here); });
+    return isDifferent ? compose(m_compared, {extent, pixels, pixels, false}, news) : nullptr;
+}
+
+osg::ref_ptr<osg::Image> LayerStack::compose(const std::vector<Image>& images, const SampleGrid& grid,
+                                             const PictureNews& news) {
     osg::ref_ptr<osg::Image> image = new osg::Image();
-    image->allocateImage(pixels, pixels, 1, GL_RGB, GL_UNSIGNED_BYTE);
+    image->allocateImage(grid.width, grid.height, 1, GL_RGB, GL_UNSIGNED_BYTE);
     unsigned char* const colours = image->data();
     const std::size_t bytes =
-        std::size_t{3} * static_cast<std::size_t>(pixels) * static_cast<std::size_t>(pixels);
+        std::size_t{3} * static_cast<std::size_t>(grid.width) * static_cast<std::size_t>(grid.height);
     for (std::size_t i = 0; i < bytes; ++i) {
         colours[i] = kPlainColour[i % 3];
     }
     // From the top down, as far as anything shows through; then painted from the bottom up.
-    const SampleGrid grid{extent, pixels, pixels, false};
     std::vector<std::pair<std::vector<std::uint8_t>, float>> visible;
-    for (auto layer = m_images.rbegin(); layer != m_images.rend(); ++layer) {
+    for (auto layer = images.rbegin(); layer != images.rend(); ++layer) {
         std::vector<std::uint8_t> rgba;
         if (layer->opacity > 0.0F && layer->warp(grid, rgba, news)) {
             const bool covers = layer->opacity >= 1.0F && isOpaque(rgba);
@@ -179,11 +197,11 @@ bool LayerStack::hasFinerData(const GeoExtent& extent, int pixels, int posts) co
         return here.height() / samples > source.resolutionDegrees() * 1.2 && source.footprint().touches(here);
     };
     // A server that never answered is no reason for finer tiles, which would show nothing more.
-    return std::any_of(m_images.begin(), m_images.end(),
-                       [&](const Image& image) {
-                           return (!image.distant || image.distant->hasAnswered()) &&
-                                  isFiner(*image.raster.source, pixels);
-                       }) ||
+    const auto isFinerImage = [&](const Image& image) {
+        return (!image.distant || image.distant->hasAnswered()) && isFiner(*image.raster.source, pixels);
+    };
+    return std::any_of(m_images.begin(), m_images.end(), isFinerImage) ||
+           std::any_of(m_compared.begin(), m_compared.end(), isFinerImage) ||
            std::any_of(m_elevations.begin(), m_elevations.end(), [&](const Raster& raster) {
                return isFiner(*raster.source, posts - 1) || hasFinerApron(*raster.source, here, posts - 1);
            });
@@ -194,6 +212,12 @@ LayerLook LayerStack::look() const {
     for (const Image& image : m_images) {
         look.add(image.raster.source, image.distant, image.raster.revision, image.opacity);
     }
+    if (isComparing()) {
+        for (const Image& image : m_compared) {
+            const float beside = -1.0F - image.opacity; // no opacity that the others can have
+            look.add(image.raster.source, image.distant, image.raster.revision, beside);
+        }
+    }
     for (const Raster& raster : m_elevations) {
         look.add(raster.source, nullptr, raster.revision, 1.0F);
     }
@@ -202,9 +226,10 @@ LayerLook LayerStack::look() const {
 
 std::vector<GeoExtent> LayerStack::differencesTo(const LayerStack& other) const {
     std::vector<GeoExtent> extents;
-    addDifferences(
-        m_images, other.m_images, [](const Image& image) { return image.raster.source->footprint().boxes(); },
-        extents);
+    addDifferences(m_images, other.m_images, boxesOf, extents);
+    if (isComparing() || other.isComparing()) {
+        addDifferences(m_compared, other.m_compared, boxesOf, extents);
+    }
     addDifferences(
         m_elevations, other.m_elevations,
         [](const Raster& raster) {

@@ -60,6 +60,11 @@ public:
     /// The images composed bottom-up over a plain colour. What a distant raster has not got yet is left out;
     /// `news` tells later that it has come.
     osg::ref_ptr<osg::Image> composeImage(const GeoExtent& extent, int pixels, const PictureNews& news) const;
+    /// The same of the layers that are visible in the comparison; null where that looks no different.
+    osg::ref_ptr<osg::Image> composeComparedImage(const GeoExtent& extent, int pixels,
+                                                  const PictureNews& news) const;
+    /// Whether the two pictures may look different anywhere.
+    bool isComparing() const { return !m_different.empty(); }
     struct Heights {
         std::vector<float> metres;
         std::vector<bool> measured; ///< false where the surface is continued beyond the data
@@ -75,8 +80,15 @@ public:
     std::vector<GeoExtent> differencesTo(const LayerStack& other) const;
 
 private:
+    static osg::ref_ptr<osg::Image> compose(const std::vector<Image>& images, const SampleGrid& grid,
+                                            const PictureNews& news);
+
     int m_revision = 0;
-    std::vector<Image> m_images;      // bottom first
+    std::vector<Image> m_images; // bottom first
+    std::vector<Image>
+        m_compared; // in their place in the compared picture; the same where nothing is compared
+    std::vector<GeoExtent>
+        m_different; // boxes in WGS 84 degrees within which the two pictures may look different
     std::vector<Raster> m_elevations; // last layer first
 };
 

@@ -4,6 +4,7 @@
 #include "TileContext.h"
 #include "TileNode.h"
 
+#include <osg/Texture2D>
 #include <osgDB/DatabasePager>
 #include <osgEarth/TerrainLayer>
 #include <osgGA/GUIActionAdapter>
@@ -22,13 +23,28 @@ void oe_terrain_vertex(inout vec4 vertex) {
 // The vertex colour carries the hill shade; 0.8 is flat ground.
 const char* const kTerrainFragmentShader = R"(
 uniform sampler2D oe_terrain_picture;
+uniform sampler2D oe_terrain_compared;
+uniform vec2 oe_terrain_comparison; // share of the compared picture, and where it ends
 uniform float oe_terrain_relief;
 in vec2 oe_terrain_uv;
 void oe_terrain_colour(inout vec4 color) {
     float shade = mix(1.0, color.r / 0.8, oe_terrain_relief);
-    color = vec4(texture(oe_terrain_picture, oe_terrain_uv).rgb * shade, 1.0);
+    vec3 picture = texture(oe_terrain_picture, oe_terrain_uv).rgb;
+    if (oe_terrain_comparison.x > 0.0 && gl_FragCoord.x < oe_terrain_comparison.y) {
+        vec4 compared = texture(oe_terrain_compared, oe_terrain_uv);
+        picture = mix(picture, compared.rgb, compared.a * oe_terrain_comparison.x);
+    }
+    color = vec4(picture * shade, 1.0);
 }
 )";
+
+// Of tiles that have nothing to compare.
+osg::ref_ptr<osg::Texture2D> clearPicture() {
+    osg::ref_ptr<osg::Image> image = new osg::Image();
+    image->allocateImage(1, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE);
+    std::fill_n(image->data(), 4, static_cast<unsigned char>(0));
+    return new osg::Texture2D(image);
+}
 
 // The revisions of the map and of its layers, so that a change of one of them shows.
 std::vector<int> appearanceOf(const Map& map) {
@@ -44,7 +60,8 @@ std::vector<int> appearanceOf(const Map& map) {
 
 TerrainEngineNode::TerrainEngineNode(Map* map, const TerrainOptions& options)
     : m_map(map),
-      m_tileContext(std::make_shared<TileContext>(osg::ref_ptr<const Profile>(map->getProfile()), options)) {
+      m_tileContext(std::make_shared<TileContext>(osg::ref_ptr<const Profile>(map->getProfile()), options)),
+      m_comparison(new osg::Uniform("oe_terrain_comparison", osg::Vec2f())) {
     setName("osgEarth::TerrainEngineNode");
     setEllipsoidModel(map->isGeocentric() ? new osg::EllipsoidModel(*map->getSRS()->getEllipsoid())
                                           : nullptr);
@@ -58,6 +75,9 @@ TerrainEngineNode::TerrainEngineNode(Map* map, const TerrainOptions& options)
     program->setFunction("oe_terrain_colour", kTerrainFragmentShader, ShaderComp::LOCATION_FRAGMENT_COLORING,
                          0.0F);
     stateSet->addUniform(new osg::Uniform("oe_terrain_picture", 0));
+    stateSet->addUniform(new osg::Uniform("oe_terrain_compared", static_cast<int>(TileMesh::kComparedUnit)));
+    stateSet->setTextureAttributeAndModes(TileMesh::kComparedUnit, clearPicture());
+    stateSet->addUniform(m_comparison);
     stateSet->addUniform(new osg::Uniform("oe_terrain_relief", 1.0F));
     stateSet->setMode(GL_CULL_FACE, osg::StateAttribute::OFF); // the skirts are seen from both sides
     stateSet->setMode(GL_BLEND, osg::StateAttribute::OFF);
@@ -99,6 +119,11 @@ void TerrainEngineNode::announceNewTiles() {
     for (const auto& mesh : m_tileContext->takeEnteredTiles()) {
         m_terrain->notifyTileAdded(mesh->key(), mesh->node());
     }
+}
+
+void TerrainEngineNode::setComparison(float share, float dividerPixels) {
+    m_comparison->set(osg::Vec2f(share, dividerPixels));
+    requestRedraw();
 }
 
 void TerrainEngineNode::requestRedraw() {

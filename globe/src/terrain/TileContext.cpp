@@ -19,12 +19,20 @@ std::shared_ptr<const LayerStack> TileContext::layers() const {
 
 void TileContext::setLayers(const Map& map) {
     const auto layers = std::make_shared<const LayerStack>(map, m_revision + 1);
-    const std::lock_guard lock(m_mutex);
-    for (const GeoExtent& extent : layers->differencesTo(*m_layers)) {
-        m_changes.push_back({layers->revision(), extent});
+    {
+        const std::lock_guard lock(m_mutex);
+        for (const GeoExtent& extent : layers->differencesTo(*m_layers)) {
+            m_changes.push_back({layers->revision(), extent});
+        }
+        m_layers = layers;
+        m_revision = layers->revision();
     }
-    m_layers = layers;
-    m_revision = layers->revision();
+    if (!layers
+             ->isComparing()) { // also what is out of sight, and would be made anew only when it is seen again
+        for (const osg::ref_ptr<TileMesh>& mesh : m_index->all()) {
+            mesh->dropComparedPicture();
+        }
+    }
 }
 
 bool TileContext::hasChangedSince(int revision, const GeoExtent& extent) const {
@@ -89,6 +97,9 @@ std::shared_ptr<const TileView> TileContext::view() const {
 }
 
 void TileContext::tileEntered(TileMesh* mesh) {
+    if (!layers()->isComparing()) { // no more, since it was made
+        mesh->dropComparedPicture();
+    }
     m_index->insert(mesh);
     {
         const std::lock_guard lock(m_mutex);

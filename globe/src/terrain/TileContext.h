@@ -40,7 +40,8 @@ public:
 
     std::shared_ptr<const LayerStack> layers() const;
     int revision() const { return m_revision; }
-    /// Replaces the layers; tiles within the differences are made anew when they are next seen.
+    /// Replaces the layers; tiles within the differences are made anew when they are next seen. Where the new ones compare
+    /// nothing, compared pictures go at once. On the thread that runs the frames.
     void setLayers(const Map& map);
     /// Whether layers within the extent have changed since the revision.
     bool hasChangedSince(int revision, const GeoExtent& extent) const;

@@ -49,4 +49,13 @@ osg::ref_ptr<TileMesh> TileIndex::finestAt(const Profile& profile, double x, dou
     return nullptr;
 }
 
+std::vector<osg::ref_ptr<TileMesh>> TileIndex::all() const {
+    std::vector<osg::ref_ptr<TileMesh>> meshes;
+    const std::lock_guard lock(m_mutex);
+    for (const auto& [place, mesh] : m_meshes) {
+        meshes.push_back(mesh);
+    }
+    return meshes;
+}
+
 } // namespace osgEarth

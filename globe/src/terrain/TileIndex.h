@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <mutex>
 #include <unordered_map>
+#include <vector>
 
 namespace osgEarth {
 
@@ -20,6 +21,7 @@ public:
     void remove(const TileMesh* mesh);
     /// Null where nothing is loaded.
     osg::ref_ptr<TileMesh> finestAt(const Profile& profile, double x, double y) const;
+    std::vector<osg::ref_ptr<TileMesh>> all() const;
     /// Counts insertions.
     unsigned revision() const { return m_revision; }
 

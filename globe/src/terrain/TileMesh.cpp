@@ -23,6 +23,18 @@ double hillShade(double slopeEast, double slopeNorth, double spacingMetres) {
     return osg::clampBetween(kFlatShade * (0.4 + 0.6 * relative), 0.0, 1.0);
 }
 
+osg::ref_ptr<osg::Texture2D> textureOf(const osg::ref_ptr<osg::Image>& picture) {
+    osg::ref_ptr<osg::Texture2D> texture = new osg::Texture2D(picture);
+    texture->setWrap(osg::Texture::WRAP_S, osg::Texture::CLAMP_TO_EDGE);
+    texture->setWrap(osg::Texture::WRAP_T, osg::Texture::CLAMP_TO_EDGE);
+    texture->setFilter(osg::Texture::MIN_FILTER, osg::Texture::LINEAR_MIPMAP_LINEAR);
+    texture->setFilter(osg::Texture::MAG_FILTER, osg::Texture::LINEAR);
+    // No anisotropic filtering: a software renderer takes three times as long for a frame with it.
+    texture->setUnRefImageDataAfterApply(true);
+    texture->setResizeNonPowerOfTwoHint(false);
+    return texture;
+}
+
 } // namespace
 
 // Heights and local positions of the posts and of one more ring around them, which the slopes at the edges
@@ -115,19 +127,22 @@ TileMesh::TileMesh(const TileKey& key, const LayerStack& layers, const TerrainOp
     const Surface surface(m_extent, m_posts, layers, options.verticalScale().get(), m_worldToLocal);
     osg::ref_ptr<osg::Geometry> geometry = buildGeometry(surface);
 
-    osg::ref_ptr<osg::Texture2D> texture =
-        new osg::Texture2D(layers.composeImage(m_extent, kImagePixels, m_news));
-    texture->setWrap(osg::Texture::WRAP_S, osg::Texture::CLAMP_TO_EDGE);
-    texture->setWrap(osg::Texture::WRAP_T, osg::Texture::CLAMP_TO_EDGE);
-    texture->setFilter(osg::Texture::MIN_FILTER, osg::Texture::LINEAR_MIPMAP_LINEAR);
-    texture->setFilter(osg::Texture::MAG_FILTER, osg::Texture::LINEAR);
-    // No anisotropic filtering: a software renderer takes three times as long for a frame with it.
-    texture->setUnRefImageDataAfterApply(true);
-    texture->setResizeNonPowerOfTwoHint(false);
-    geometry->getOrCreateStateSet()->setTextureAttributeAndModes(0, texture);
+    osg::StateSet* stateSet = geometry->getOrCreateStateSet();
+    stateSet->setTextureAttributeAndModes(0, textureOf(layers.composeImage(m_extent, kImagePixels, m_news)));
+    if (const auto compared = layers.composeComparedImage(m_extent, kImagePixels, m_news)) {
+        stateSet->setTextureAttributeAndModes(kComparedUnit, textureOf(compared));
+        m_wasMadeToCompare = true;
+    }
 
     m_node = new osg::MatrixTransform(m_localToWorld);
     m_node->addChild(geometry);
+}
+
+void TileMesh::dropComparedPicture() {
+    if (m_wasMadeToCompare) {
+        m_node->getChild(0)->getStateSet()->removeTextureAttribute(kComparedUnit,
+                                                                   osg::StateAttribute::TEXTURE);
+    }
 }
 
 osg::ref_ptr<osg::Geometry> TileMesh::buildGeometry(const Surface& surface) {

@@ -12,10 +12,12 @@
 
 namespace osgEarth {
 
-/// Drawn geometry and what questions about heights need. Built on a background thread, read-only afterwards.
+/// Drawn geometry and what questions about heights need. Built on a background thread, read-only afterwards but for what
+/// is said.
 class TileMesh : public osg::Referenced {
 public:
     static constexpr int kImagePixels = 256;
+    static constexpr unsigned kComparedUnit = 1; ///< texture unit of the picture that is compared
 
     TileMesh(const TileKey& key, const LayerStack& layers, const TerrainOptions& options);
 
@@ -24,6 +26,10 @@ public:
     bool hasNews() const { return *m_news; }
     /// The drawable surface, placed in the world.
     osg::MatrixTransform* node() const { return m_node.get(); }
+    /// Whether it was made with a second picture, to compare.
+    bool wasMadeToCompare() const { return m_wasMadeToCompare; }
+    /// On the thread that runs the frames, once it is in the scene.
+    void dropComparedPicture();
     /// East-north-up frame at the tile's centre, and the surface's box in it.
     const osg::Matrixd& worldToLocal() const { return m_worldToLocal; }
     const osg::BoundingBoxd& localBox() const { return m_localBox; }
@@ -50,6 +56,7 @@ private:
     GeoExtent m_extent;
     int m_posts;
     PictureNews m_news = std::make_shared<std::atomic<bool>>(false);
+    bool m_wasMadeToCompare = false;
     double m_highestMetres = 0.0;
     osg::Matrixd m_localToWorld;
     osg::Matrixd m_worldToLocal;

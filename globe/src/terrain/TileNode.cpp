@@ -65,7 +65,9 @@ bool TileSurfaceSlot::addChild(osg::Node* child) {
         return false;
     }
     osg::Group::removeChildren(0, getNumChildren());
-    m_context->formerSurfaces().keep(m_surface);
+    if (!m_surface->mesh()->wasMadeToCompare()) { // twice as large, and seldom wanted again
+        m_context->formerSurfaces().keep(m_surface);
+    }
     m_surface = surface;
     m_context->tileEntered(surface->mesh());
     return osg::Group::addChild(child);

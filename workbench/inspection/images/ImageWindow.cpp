@@ -13,6 +13,7 @@
 #include "workbench/inspectiondata/pictures/OutlinePath.h"
 #include "workbench/inspectiondata/pictures/PipelinePath.h"
 #include "workbench/inspectiondata/text/AnomalyTexts.h"
+#include "workbench/style/EmptyHint.h"
 
 #include <QButtonGroup>
 #include <QDir>
@@ -135,9 +136,16 @@ void ImageWindow::build() {
     rows->setSpacing(4);
     rows->addWidget(makeHeader());
     setFocusProxy(m_sideBySide);
-    rows->addWidget(m_comparison, 5);
-    rows->addWidget(m_differencePane, 4);
-    rows->addWidget(m_profile, 3);
+
+    auto* pictures = new QWidget;
+    auto* below = new QVBoxLayout(pictures);
+    below->setContentsMargins(0, 0, 0, 0);
+    below->setSpacing(4);
+    below->addWidget(m_comparison, 5);
+    below->addWidget(m_differencePane, 4);
+    below->addWidget(m_profile, 3);
+    rows->addWidget(pictures, 1);
+    m_hint = new EmptyHint(pictures);
 }
 
 QWidget* ImageWindow::makeHeader() {
@@ -175,13 +183,14 @@ void ImageWindow::clear() {
     m_subject = QRectF();
     m_profileLine = QLineF();
     m_asked.reset();
-    m_caption->setFullText(tr("双击异常，在此对比两期影像"));
+    m_caption->setFullText(tr("未选择异常"));
     for (GroundPane* pane : panes()) {
         pane->setPipeline({});
         pane->setOutline({});
         pane->setProfileLine({});
     }
-    showNotice(tr("未选择异常"));
+    showNotice({});
+    m_hint->say(tr("双击异常列表中的一行，或地球上的异常，在此对比两期影像"));
 }
 
 void ImageWindow::showNotice(const QString& text) {
@@ -204,6 +213,7 @@ void ImageWindow::CreatZoomItem(KV_StationItem* item, const SdiffData& zoom) {
         return;
     }
     clear();
+    m_hint->say({});
     describe(*item, zoom);
     const QRectF subject = subjectOf(item->m_station, zoom);
     if (subject.isNull()) {

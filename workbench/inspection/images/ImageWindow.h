@@ -11,6 +11,7 @@
 #include <array>
 #include <optional>
 
+class EmptyHint;
 class QStackedWidget;
 class QToolButton;
 
@@ -94,6 +95,7 @@ private:
     SwipePane* m_swipePane;
     DifferencePane* m_differencePane;
     ProfileChart* m_profile;
+    EmptyHint* m_hint = nullptr; ///< over all of them while nothing is shown
     Pipeline m_pipeline;
     ComparisonSource m_source;
     std::int64_t m_anomalyId = 0; ///< of the anomaly that is shown, 0 for none

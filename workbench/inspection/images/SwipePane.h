@@ -1,6 +1,7 @@
 #pragma once
 
 #include "workbench/inspection/images/GroundPane.h"
+#include "workbench/viewer/SwipeDivider.h"
 
 namespace inspection {
 
@@ -15,9 +16,9 @@ public:
 
     void setPictures(const GroundPicture& oldEpoch, const GroundPicture& newEpoch);
     /// Where the divider is, 0 (left) to 1 (right).
-    double dividerShare() const { return m_share; }
+    double dividerShare() const { return m_divider.share(); }
     /// The middle of the divider's handle, in pixels.
-    QPointF handle() const;
+    QPointF handle() const { return m_divider.handle(size()); }
 
     QSize sizeHint() const override { return {640, 240}; }
 
@@ -33,15 +34,12 @@ protected:
     void focusOutEvent(QFocusEvent* event) override;
 
 private:
-    void setShare(double share);
-    int dividerX() const;
     QRect oldSide() const;
     QRect newSide() const;
-    bool isDivider(const QPointF& pixel) const;
 
     GroundPicture m_old;
     GroundPicture m_new;
-    double m_share = 0.5;
+    SwipeDivider m_divider;
     double m_hold = 0.0; ///< from the pointer to the divider, pixels
     bool m_dragging = false;
 };

@@ -2,9 +2,11 @@
 
 #include "workbench/inspection/scene/AnomalyOverlays.h"
 #include "workbench/inspection/scene/PipelineNodes.h"
+#include "workbench/viewer/GlobeMap.h"
 
 #include <QComboBox>
 #include <QHeaderView>
+#include <QSignalBlocker>
 #include <QSlider>
 #include <QTreeWidget>
 #include <QVBoxLayout>
@@ -58,6 +60,33 @@ void LayerWindow::buildPipeline() {
 void LayerWindow::buildImagery() {
     QTreeWidgetItem* imagery = addRow(nullptr, tr("正射影像"), tr("显示期次的影像，调淡后可见底图"));
     addSlider(imagery, "imageryOpacity", [this](double opacity) { emit imageryOpacityChanged(opacity); });
+    if (GlobeMap::canCompare()) {
+        buildComparison(imagery);
+    }
+}
+
+void LayerWindow::buildComparison(QTreeWidgetItem* imagery) {
+    auto* how = new QComboBox;
+    how->setObjectName("comparison");
+    how->addItem(tr("关闭"), int(Comparison::Off));
+    how->addItem(tr("混合"), int(Comparison::Blend));
+    how->addItem(tr("卷帘"), int(Comparison::Swipe));
+    QTreeWidgetItem* row = addRow(imagery, tr("期次对比"), tr("在地球上叠加对比期次中另一期的影像"));
+    m_tree->setItemWidget(row, kChoice, how);
+
+    QTreeWidgetItem* shareRow = addRow(imagery, tr("混合比例"), tr("混合时另一期影像所占的份额"));
+    shareRow->setHidden(true);
+    const auto tell = [this, how, shareRow] {
+        const auto chosen = Comparison(how->currentData().toInt());
+        shareRow->setHidden(chosen != Comparison::Blend);
+        emit comparisonChanged(chosen, double(m_share->value()) / m_share->maximum());
+    };
+    m_share = addSlider(shareRow, "comparisonShare", [tell](double) { tell(); });
+    const QSignalBlocker isBeingBuilt(m_share);
+    m_share->setMinimum(0);
+    m_share->setValue(m_share->maximum() / 2);
+    m_share->setToolTip(shareRow->toolTip(kName));
+    connect(how, &QComboBox::currentIndexChanged, this, tell);
 }
 
 QTreeWidgetItem* LayerWindow::addRow(QTreeWidgetItem* parent, const QString& name, const QString& tip) {
@@ -75,8 +104,8 @@ QTreeWidgetItem* LayerWindow::addPart(QTreeWidgetItem* parent, PipelinePart part
     return row;
 }
 
-void LayerWindow::addSlider(QTreeWidgetItem* row, const QString& name,
-                            const std::function<void(double)>& set) {
+QSlider* LayerWindow::addSlider(QTreeWidgetItem* row, const QString& name,
+                                const std::function<void(double)>& set) {
     constexpr int kLeast = 10; // what is to be gone has a check box, or is the ground itself
     constexpr int kMost = 100;
     auto* slider = new QSlider(Qt::Horizontal);
@@ -87,6 +116,7 @@ void LayerWindow::addSlider(QTreeWidgetItem* row, const QString& name,
     slider->setToolTip(tr("不透明度"));
     connect(slider, &QSlider::valueChanged, this, [set](int value) { set(double(value) / kMost); });
     m_tree->setItemWidget(row, kChoice, slider);
+    return slider;
 }
 
 void LayerWindow::addBufferWidth(QTreeWidgetItem* row) {

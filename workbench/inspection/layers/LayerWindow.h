@@ -1,5 +1,7 @@
 #pragma once
 
+#include "workbench/viewer/Comparison.h"
+
 #include <QWidget>
 
 #include <functional>
@@ -26,15 +28,18 @@ public:
 signals:
     /// The orthophotos belong to the program, which is told: 0 (clear) to 1.
     void imageryOpacityChanged(double opacity);
+    /// So is how the other compared epoch is to be seen; `share` of it in a blend, 0 to 1.
+    void comparisonChanged(Comparison how, double share);
 
 private:
     void buildAnomalies();
     void buildPipeline();
     void buildImagery();
+    void buildComparison(QTreeWidgetItem* imagery);
     QTreeWidgetItem* addRow(QTreeWidgetItem* parent, const QString& name, const QString& tip);
     QTreeWidgetItem* addPart(QTreeWidgetItem* parent, PipelinePart part, const QString& name,
                              const QString& tip);
-    void addSlider(QTreeWidgetItem* row, const QString& name, const std::function<void(double)>& set);
+    QSlider* addSlider(QTreeWidgetItem* row, const QString& name, const std::function<void(double)>& set);
     void addBufferWidth(QTreeWidgetItem* row);
     void takeCheck(QTreeWidgetItem* row);
 
@@ -42,6 +47,7 @@ private:
     AnomalyOverlays& m_overlays;
     QTreeWidget* m_tree;
     QTreeWidgetItem* m_anomalies = nullptr;
+    QSlider* m_share = nullptr;
 };
 
 } // namespace inspection

@@ -9,13 +9,14 @@
 #include <osgEarth/MapNode>
 #include <osgEarth/ObjectIndex>
 #include <osgEarth/Registry>
-#include <osgEarth/VirtualProgram>
 #include <osgEarthAnnotation/FeatureNode>
 #include <osgEarthAnnotation/PlaceNode>
 #include <osgEarthSymbology/AltitudeSymbol>
 #include <osgEarthSymbology/LineSymbol>
 #include <osgEarthSymbology/PolygonSymbol>
 #include <osgEarthSymbology/TextSymbol>
+
+#include <algorithm>
 
 namespace inspection {
 
@@ -32,20 +33,27 @@ using osgEarth::Symbology::TextSymbol;
 
 constexpr float kBorderOpacity = 0.65F;
 
-osg::ref_ptr<PlaceNode> label(const KV_BasicNode& record, osgEarth::MapNode& map) {
+const Color kHalo(1.0F, 1.0F, 1.0F, 1.0F); // neither shade is lost on any ground
+const Color kChosenHalo(1.0F, 0.85F, 0.2F, 1.0F);
+
+Style labelStyle(const Color& halo) {
     Style style;
     auto* text = style.getOrCreate<TextSymbol>();
     text->size() = 16.0;
     text->font() = "simhei.ttf";
     text->encoding() = TextSymbol::ENCODING_UTF8;
     text->fill()->color() = Color(0.07F, 0.13F, 0.24F, 1.0F);
-    text->halo() = osgEarth::Symbology::Stroke(1, 1, 1, 1); // neither shade is lost on any ground
+    text->halo() = osgEarth::Symbology::Stroke(halo);
+    return style;
+}
+
+osg::ref_ptr<PlaceNode> label(const KV_BasicNode& record, osg::Image* icon, osgEarth::MapNode& map) {
     const osg::Vec3d& at = record.GetCoor();
     // Objects that were digitised on the globe know their height; imported outlines may not.
     const auto mode = at.z() == 0.0 ? osgEarth::ALTMODE_RELATIVE : osgEarth::ALTMODE_ABSOLUTE;
     const osgEarth::GeoPoint position(map.getMapSRS(), at.x(), at.y(), at.z(), mode);
-    osg::ref_ptr<osg::Image> icon = osgDB::readRefImageFile("icon/Placemark_32.png");
-    osg::ref_ptr<PlaceNode> node = new PlaceNode(position, gbkToUtf8(record.GetName()), style, icon.get());
+    osg::ref_ptr<PlaceNode> node =
+        new PlaceNode(position, gbkToUtf8(record.GetName()), labelStyle(kHalo), icon);
     node->setDynamic(true);
     return node;
 }
@@ -96,23 +104,24 @@ constexpr char kPolygonName[] = "ROIPolygon";
 void fillRegion(osg::Group& group, const Special_Region& region, const char* name) {
     const osg::ref_ptr<FeatureNode> area = outline(region, *globeMapNode());
     area->setName(name);
-    const osg::ref_ptr<PlaceNode> caption = label(region, *globeMapNode());
+    const osg::ref_ptr<osg::Image> icon = osgDB::readRefImageFile("icon/Placemark_32.png");
+    const osg::ref_ptr<PlaceNode> caption = label(region, icon.get(), *globeMapNode());
     caption->setName(name);
     group.removeChildren(0, group.getNumChildren());
     group.addChild(area);
     group.addChild(caption);
 }
 
-void fill(osg::Group& group, const Special_Area& area) {
+void fill(osg::Group& group, const Special_Area& area, PointSigns& /*signs*/) {
     fillRegion(group, area, kAreaName);
 }
 
-void fill(osg::Group& group, const Special_Polygon& polygon) {
+void fill(osg::Group& group, const Special_Polygon& polygon, PointSigns& /*signs*/) {
     fillRegion(group, polygon, kPolygonName);
 }
 
-void fill(osg::Group& group, const Special_Point& point) {
-    const osg::ref_ptr<PlaceNode> marker = label(point, *globeMapNode());
+void fill(osg::Group& group, const Special_Point& point, PointSigns& signs) {
+    const osg::ref_ptr<PlaceNode> marker = label(point, signs.signOf(point), *globeMapNode());
     marker->setName(kPointName);
     group.removeChildren(0, group.getNumChildren());
     group.addChild(marker);
@@ -150,32 +159,12 @@ void collect(const Map& map, const std::string& name, std::vector<osg::ref_ptr<o
     }
 }
 
-constexpr char kTintName[] = "special_object_tint";
-constexpr char kTintSource[] = R"(
-void special_object_tint(inout vec4 color) {
-    color.rgb *= vec3(1.0, 0.8, 0.0);
-}
-)";
-
 template<typename Work>
 void forEachLabel(osg::Group& group, const Work& work) {
     for (unsigned index = 0; index < group.getNumChildren(); ++index) {
         if (auto* label = dynamic_cast<PlaceNode*>(group.getChild(index))) {
             work(*label);
         }
-    }
-}
-
-void tint(PlaceNode& label) {
-    constexpr float kAfterTheColours = 0.8F;
-    osgEarth::VirtualProgram::getOrCreate(label.getOrCreateStateSet())
-        ->setFunction(kTintName, kTintSource, osgEarth::ShaderComp::LOCATION_FRAGMENT_LIGHTING,
-                      kAfterTheColours);
-}
-
-void untint(PlaceNode& label) {
-    if (auto* program = osgEarth::VirtualProgram::get(label.getStateSet())) {
-        program->removeShader(kTintName);
     }
 }
 
@@ -194,7 +183,7 @@ void SpecialObjectNodes::add(const Special_Point& point) {
         return;
     }
     const osg::ref_ptr<osg::Group> group = new osg::Group;
-    fill(*group, point);
+    fill(*group, point, m_signs);
     attach(*group, kPointName, *map);
     m_scene.addPipePoints(group, point);
 }
@@ -227,14 +216,49 @@ void SpecialObjectNodes::setVisible(const std::string& name, bool visible) {
 }
 
 void SpecialObjectNodes::highlight(const std::string& name) {
-    for (const auto& group : m_highlighted) {
-        forEachLabel(*group, untint);
+    for (const Highlight& former : m_highlighted) {
+        former.label->setStyle(former.style);
+        former.label->setIconImage(former.icon.get());
     }
-    m_highlighted = name.empty() ? std::vector<osg::ref_ptr<osg::Group>>() : groupsOf(name);
-    for (const auto& group : m_highlighted) {
-        forEachLabel(*group, tint);
+    m_highlighted.clear();
+    for (const auto& group : name.empty() ? std::vector<osg::ref_ptr<osg::Group>>() : groupsOf(name)) {
+        forEachLabel(*group, [this](PlaceNode& label) {
+            m_highlighted.push_back({&label, label.getIconImage(), label.getStyle()});
+            label.setStyle(labelStyle(kChosenHalo));
+            if (label.getIconImage()) {
+                label.setIconImage(chosenSign(*label.getIconImage()).get());
+            }
+        });
     }
     redrawGlobe();
+}
+
+void SpecialObjectNodes::giveSigns() {
+    for (const auto& [group, point] : m_scene.getPipePoints()) {
+        forEachLabel(*group, [this, sign = m_signs.signOf(point)](PlaceNode& label) {
+            if (sign) {
+                giveSign(label, *sign);
+            }
+        });
+    }
+    redrawGlobe();
+}
+
+void SpecialObjectNodes::giveSign(PlaceNode& label, osg::Image& sign) {
+    const auto highlight = std::find_if(m_highlighted.begin(), m_highlighted.end(),
+                                        [&](const Highlight& each) { return each.label == &label; });
+    const bool isHighlighted = highlight != m_highlighted.end();
+    if (m_signs.isSign(isHighlighted ? highlight->icon.get() : label.getIconImage())) {
+        return;
+    }
+    if (isHighlighted) {
+        highlight->icon = &sign;
+        highlight->style = labelStyle(kHalo);
+        label.setIconImage(chosenSign(sign).get());
+    } else {
+        label.setStyle(labelStyle(kHalo));
+        label.setIconImage(&sign);
+    }
 }
 
 void SpecialObjectNodes::rename(const std::string& oldName, const std::string& newName) {
@@ -252,7 +276,7 @@ void SpecialObjectNodes::replaceWith(const std::string& oldName, const Record& r
         add(record);
     }
     for (const auto& group : groups) {
-        fill(*group, record);
+        fill(*group, record, m_signs);
         updateRecord(m_scene, *group, record);
     }
     redrawGlobe();

@@ -1,9 +1,11 @@
 #pragma once
 
 #include "host/inspection/Records.h"
+#include "workbench/inspection/scene/PointSigns.h"
 
 #include <osg/Group>
 #include <osg/ref_ptr>
+#include <osgEarthAnnotation/PlaceNode>
 
 #include <string>
 #include <vector>
@@ -25,9 +27,11 @@ public:
     void add(const Special_Polygon& polygon);
     /// Shows or hides the groups of that name (GBK), also those that a tool has drawn.
     void setVisible(const std::string& name, bool visible);
-    /// Tints the labels of the groups of that name, and no others; an empty name takes the tint away. What a
-    /// region looks like otherwise stays as it is, so that its colours can be judged.
+    /// Shows pins and labels of the groups of that name, and no others, as chosen: yellow. What a region looks like
+    /// otherwise stays as it is, so that its colours can be judged.
     void highlight(const std::string& name);
+    /// Gives points that a tool has drawn the signs of their kinds. Not while a tool works on them.
+    void giveSigns();
     /// Gives the groups of that name another one, in their records and on their labels.
     void rename(const std::string& oldName, const std::string& newName);
     /// Shows the object of that name as another record has it, in the same group. Without one it is added.
@@ -40,13 +44,21 @@ public:
     void clear();
 
 private:
+    struct Highlight {
+        osg::ref_ptr<osgEarth::Annotation::PlaceNode> label;
+        osg::ref_ptr<osg::Image> icon; ///< as it was before
+        osgEarth::Symbology::Style style;
+    };
+
+    void giveSign(osgEarth::Annotation::PlaceNode& label, osg::Image& sign);
     template<typename Record>
     void replaceWith(const std::string& oldName, const Record& record);
     /// Every group with that name.
     std::vector<osg::ref_ptr<osg::Group>> groupsOf(const std::string& name) const;
 
     SceneDataSet& m_scene;
-    std::vector<osg::ref_ptr<osg::Group>> m_highlighted;
+    PointSigns m_signs;
+    std::vector<Highlight> m_highlighted;
 };
 
 } // namespace inspection

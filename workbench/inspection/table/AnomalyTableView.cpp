@@ -5,6 +5,7 @@
 #include "workbench/inspection/table/AttributeDelegate.h"
 #include "workbench/inspection/table/TableColumns.h"
 #include "workbench/inspectiondata/text/AnomalyTexts.h"
+#include "workbench/style/EmptyHint.h"
 
 #include <QClipboard>
 #include <QContextMenuEvent>
@@ -62,7 +63,8 @@ QItemSelection rowSelection(const QAbstractItemModel& model, std::vector<int> ro
 } // namespace
 
 AnomalyTableView::AnomalyTableView(QAbstractItemModel& model, QWidget* parent)
-    : QTableView(parent), m_attributes(new AttributeDelegate(this)), m_columns(nullptr) {
+    : QTableView(parent), m_attributes(new AttributeDelegate(this)), m_columns(nullptr),
+      m_hint(new EmptyHint(viewport())) {
     setObjectName("anomalyTable");
     setModel(&model);
     setItemDelegateForColumn(AnomalyColumn::Attribute, m_attributes);
@@ -99,6 +101,10 @@ AnomalyTableView::AnomalyTableView(QAbstractItemModel& model, QWidget* parent)
                 }
                 emit attributeRequested(attribute);
             });
+}
+
+void AnomalyTableView::setHint(const QString& sentence) {
+    m_hint->say(model()->rowCount() == 0 ? sentence : QString());
 }
 
 void AnomalyTableView::editAttribute() {

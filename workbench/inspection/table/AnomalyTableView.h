@@ -4,6 +4,7 @@
 
 #include <QTableView>
 
+class EmptyHint;
 class QMenu;
 
 namespace inspection {
@@ -28,6 +29,8 @@ public:
     TableColumns& columns() { return *m_columns; }
     /// The rows are deleted anomalies.
     void setShowsDeleted(bool isDeleted) { m_showsDeleted = isDeleted; }
+    /// What is to be read in place of the rows while there are none.
+    void setHint(const QString& sentence);
     /// A few rows; the globe and the pictures need the room more.
     QSize sizeHint() const override;
     void selectOnly(const std::vector<int>& rows);
@@ -65,6 +68,7 @@ private:
 
     AttributeDelegate* m_attributes;
     TableColumns* m_columns;
+    EmptyHint* m_hint;
     bool m_showsDeleted = false;
 };
 

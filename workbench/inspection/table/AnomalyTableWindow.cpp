@@ -189,6 +189,8 @@ void AnomalyTableWindow::showStations(const std::vector<KV_StationItem*>& items)
 
 void AnomalyTableWindow::updateSummary() {
     m_bar->setRows(m_model->rows());
+    m_table->setHint(
+        emptyTableHint(m_stations->items().size(), m_stations->anomalyCount(), m_filter->showsDeleted()));
     if (m_stations->items().empty()) {
         m_bar->setSummary(tr("未选择站段"));
         return;

@@ -8,10 +8,22 @@
 #include <QObject>
 
 #include <algorithm>
+#include <numeric>
 #include <set>
 #include <utility>
 
 namespace inspection {
+
+QString emptyTableHint(std::size_t stations, std::size_t anomalies, bool showsDeleted) {
+    if (stations == 0) {
+        return QObject::tr("在左侧单击站段，此处列出它的异常");
+    }
+    if (showsDeleted) {
+        return QObject::tr("没有已删除的异常");
+    }
+    return anomalies == 0 ? QObject::tr("所选站段没有异常；显示“未计算”的站段，勾选后单击“计算异常”")
+                          : QObject::tr("没有符合筛选条件的异常");
+}
 
 ShownStations::ShownStations(Session& session, ProjectSurroundings& surroundings)
     : m_session(session), m_surroundings(surroundings) {}
@@ -94,6 +106,13 @@ std::vector<AnomalyRow> ShownStations::deletedRows(const std::vector<AnomalyChan
         }
     }
     return rows;
+}
+
+std::size_t ShownStations::anomalyCount() const {
+    return std::accumulate(m_items.begin(), m_items.end(), std::size_t{0},
+                           [](std::size_t count, const KV_StationItem& item) {
+                               return count + item.m_diffData.m_anomalies.size();
+                           });
 }
 
 QString ShownStations::summary() const {

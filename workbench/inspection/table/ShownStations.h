@@ -15,6 +15,10 @@ namespace inspection {
 class ProjectSurroundings;
 class Session;
 
+/// What is to be done about a table without a row, which has so many stations and anomalies of them, deleted ones not
+/// counted.
+QString emptyTableHint(std::size_t stations, std::size_t anomalies, bool showsDeleted);
+
 /// The stations that the table shows, with records of their own, which follow the edits. GUI thread.
 class ShownStations {
 public:
@@ -36,6 +40,7 @@ public:
     /// The stations with what lies around them now.
     const std::vector<std::shared_ptr<const TableStation>>& measureAnew();
 
+    std::size_t anomalyCount() const;
     /// "一号站：共 9 处异常，填方 5，挖方 4，已判定 2"
     QString summary() const;
 
