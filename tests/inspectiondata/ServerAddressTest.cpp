@@ -54,6 +54,19 @@ TEST(ServerAddressTest, MessagesShowNoPassword) {
     EXPECT_EQ(shownDatabase("/data/inspection.db"), "/data/inspection.db");
 }
 
+TEST(ServerAddressTest, WhatMessagesShowLeadsToTheSameDatabase) {
+    for (const char* url : {"mysql://walker@[fe80::1]:3307/d", "mysql://walker@db%2Feast/d",
+                            "mysql:///d?socket=/tmp/a%26b%3D%20%23c"}) {
+        const auto address = serverAddress(url);
+        const auto shown = serverAddress(shownDatabase(url));
+        ASSERT_TRUE(address && shown) << url;
+        EXPECT_EQ(shown->user, address->user) << url;
+        EXPECT_EQ(shown->host, address->host) << url;
+        EXPECT_EQ(shown->port, address->port) << url;
+        EXPECT_EQ(shown->socket, address->socket) << url;
+    }
+}
+
 TEST(ServerAddressTest, TheEnvironmentGivesThePasswordThatIsNotInTheAddress) {
     qputenv("CORRIDOR_DATABASE_PASSWORD", "from outside");
     const auto without = serverAddress("mysql://walker@/d");
@@ -70,6 +83,7 @@ TEST(ServerAddressTest, ReadingOnlyIsAnOption) {
     const auto both = serverAddress(forReading("mysql:///d?socket=/s"));
     EXPECT_TRUE(both->readOnly);
     EXPECT_EQ(both->socket, "/s");
+    EXPECT_TRUE(serverAddress(forReading("mysql:///d?mode=rw"))->readOnly);
 }
 
 } // namespace
