@@ -85,8 +85,10 @@ CellWindow firstMissing(const std::vector<Piece>& pieces, const CellWindow& over
     std::vector<int> rows{overlap.row};
     std::vector<int> columns{overlap.column};
     for (const Piece& piece : pieces) {
-        rows.push_back(piece.window.row + piece.window.rows);
-        columns.push_back(piece.window.column + piece.window.columns);
+        if (!piece.window.empty()) { // which may lie anywhere
+            rows.push_back(piece.window.row + piece.window.rows);
+            columns.push_back(piece.window.column + piece.window.columns);
+        }
     }
     std::sort(rows.begin(), rows.end());
     std::sort(columns.begin(), columns.end());

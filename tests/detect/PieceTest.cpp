@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace detect::test {
 namespace {
@@ -167,6 +168,20 @@ TEST_F(TwoHalves, AreMergedWithAWindowBesideTheRaster) {
 
 TEST_F(TwoHalves, AMissingWindowIsNamedByItsFirstCell) {
     m_pieces.pop_back();
+    EXPECT_NE(refusal(m_pieces).find("缺少窗口：第 25 列、第 0 行"), std::string::npos) << refusal(m_pieces);
+}
+
+TEST_F(TwoHalves, AWindowMayReachFurtherThanAnyRaster) {
+    constexpr int kFar = std::numeric_limits<int>::max();
+    m_pieces.back() = pieceOrFail(m_request, {25, 0, kFar, kFar});
+    EXPECT_EQ(m_pieces.back().window.columns, 15);
+    EXPECT_EQ(m_pieces.back().window.rows, 30);
+    expectIdentical(detectOrFail(m_request), mergedOrFail(m_pieces));
+}
+
+TEST_F(TwoHalves, AMissingWindowIsNamedWhereverAnEmptyOneLies) {
+    constexpr int kFar = std::numeric_limits<int>::max();
+    m_pieces.back().window = {kFar, kFar, kFar, 0};
     EXPECT_NE(refusal(m_pieces).find("缺少窗口：第 25 列、第 0 行"), std::string::npos) << refusal(m_pieces);
 }
 
