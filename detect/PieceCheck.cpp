@@ -74,11 +74,12 @@ bool areWindowsSound(const Piece& piece) {
 
 bool isRunOf(const Piece& piece, const Run& run) {
     const CellWindow& window = piece.window;
-    return run.begin >= 0 && run.begin < run.end && run.begin >= window.column && run.row >= window.row &&
-           run.end <= window.column + window.columns && run.row < window.row + window.rows &&
-           (run.sign == 1 || run.sign == -1) && (!run.gap || run.cells() == 1) && std::isfinite(run.lowest) &&
-           std::isfinite(run.highest) && !std::isnan(run.strongest) && areSumsSound(run) &&
-           areCoresSound(run) && run.explainedByShift >= 0 && run.explainedByShift <= run.cells();
+    return !window.empty() && run.begin >= 0 && run.begin < run.end && run.begin >= window.column &&
+           run.row >= window.row && run.end <= window.column + window.columns &&
+           run.row < window.row + window.rows && (run.sign == 1 || run.sign == -1) &&
+           (!run.gap || run.cells() == 1) && std::isfinite(run.lowest) && std::isfinite(run.highest) &&
+           !std::isnan(run.strongest) && areSumsSound(run) && areCoresSound(run) &&
+           run.explainedByShift >= 0 && run.explainedByShift <= run.cells();
 }
 
 bool isSound(const Piece& piece) {

@@ -1,6 +1,7 @@
 // A raster cut into windows, looked at one by one and put together, gives what it gives in one run.
 
 #include "detect/Piece.h"
+#include "detect/PieceCheck.h"
 #include "tests/detect/RandomRasters.h"
 
 #include <gtest/gtest.h>
@@ -183,6 +184,18 @@ TEST_F(TwoHalves, AMissingWindowIsNamedWhereverAnEmptyOneLies) {
     constexpr int kFar = std::numeric_limits<int>::max();
     m_pieces.back().window = {kFar, kFar, kFar, 0};
     EXPECT_NE(refusal(m_pieces).find("缺少窗口：第 25 列、第 0 行"), std::string::npos) << refusal(m_pieces);
+}
+
+TEST(Pieces, AnEmptyWindowHoldsNoRun) {
+    constexpr int kFar = std::numeric_limits<int>::max();
+    Piece piece;
+    piece.window = {kFar, kFar, kFar, 0};
+    ::detect::Run run;
+    run.row = kFar;
+    run.begin = kFar - 1;
+    run.end = kFar;
+    run.sign = 1;
+    EXPECT_FALSE(isRunOf(piece, run));
 }
 
 TEST_F(TwoHalves, OverlappingWindowsAreRefused) {
