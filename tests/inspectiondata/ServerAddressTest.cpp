@@ -40,8 +40,9 @@ TEST(ServerAddressTest, PartsArePercentEncoded) {
 }
 
 TEST(ServerAddressTest, WhatIsNoAddressIsNone) {
-    for (const char* url : {"mysql://", "mysql://host", "mysql://host/", "mysql://host:port/d",
-                            "mysql://a@b@c/d", "mysql://host/d/e", "inspection.db", "http://host/d"}) {
+    for (const char* url :
+         {"mysql://", "mysql://host", "mysql://host/", "mysql://host:port/d", "mysql://a@b@c/d",
+          "mysql://[::/d?socket=s]/d", "mysql://host/d/e", "inspection.db", "http://host/d"}) {
         EXPECT_FALSE(serverAddress(url).has_value()) << url;
     }
     EXPECT_FALSE(isServerAddress("mysql.db"));
@@ -83,7 +84,11 @@ TEST(ServerAddressTest, ReadingOnlyIsAnOption) {
     const auto both = serverAddress(forReading("mysql:///d?socket=/s"));
     EXPECT_TRUE(both->readOnly);
     EXPECT_EQ(both->socket, "/s");
-    EXPECT_TRUE(serverAddress(forReading("mysql:///d?mode=rw"))->readOnly);
+    for (const char* url : {"mysql:///d?mode=rw", "mysql:///d?mode=r\n"}) {
+        const auto reading = serverAddress(forReading(url));
+        ASSERT_TRUE(reading.has_value()) << url;
+        EXPECT_TRUE(reading->readOnly) << url;
+    }
 }
 
 } // namespace

@@ -44,8 +44,10 @@ bool isServerAddress(const QString& url) {
 
 // QUrl refuses a user without a host, which is what a socket needs.
 std::optional<ServerAddress> serverAddress(const QString& url) {
-    static const QRegularExpression form(QStringLiteral(
-        R"(^mysql://(?:([^:@/?]*)(?::([^@/?]*))?@)?(\[[^\]]*\]|[^:/?@\[]*)(?::(\d{1,5}))?/([^/?]+)(?:\?(.*))?$)"));
+    static const QRegularExpression form(
+        QStringLiteral(
+            R"(^mysql://(?:([^:@/?]*)(?::([^@/?]*))?@)?(\[[^\]/?@]*\]|[^:/?@\[]*)(?::(\d{1,5}))?/([^/?]+)(?:\?(.*))?\z)"),
+        QRegularExpression::DotMatchesEverythingOption);
     const QRegularExpressionMatch parts = form.match(url);
     if (!parts.hasMatch()) {
         return std::nullopt;
