@@ -21,7 +21,10 @@ struct DetectTask {
 
 const OptionTable& detectOptionTable();
 
-/// Options that are missing, out of range or contradict each other are wrong.
+/// Options that are missing, out of range or contradict each other are wrong. Looks at no file.
 Parsed<DetectTask> readDetectTask(const Options& options);
+
+/// Outputs that are an input, or each other, are wrong.
+Parsed<void> checkFiles(const DetectTask& task);
 
 } // namespace cli
