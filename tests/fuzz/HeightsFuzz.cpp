@@ -11,12 +11,20 @@
 namespace {
 
 constexpr int kMostCells = 4096; // along a side; whoever reads more reads in tiles
+constexpr int kMostBands = 8;    // GDAL keeps the tiles of all that lie together
 constexpr float kLowestMetres = -12000.0F;
 constexpr float kHighestMetres = 30000.0F;
 
 /// Bytes of other formats are their drivers' affair.
 bool isTiff(const std::uint8_t* data, std::size_t size) {
     return size > 8 && ((data[0] == 'I' && data[1] == 'I') || (data[0] == 'M' && data[1] == 'M'));
+}
+
+bool isSmall(const detect::SurfaceModel& model) {
+    const detect::RasterFacts& facts = model.facts();
+    return std::max({facts.grid.columns(), facts.grid.rows(), facts.tileColumns, facts.tileRows}) <=
+               kMostCells &&
+           model.dataset().GetRasterCount() <= kMostBands;
 }
 
 bool isHeight(float metres) {
@@ -36,8 +44,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     const fuzz::MemoryFile file("/vsimem/dsm.tif", data, size);
     auto model = detect::SurfaceModel::open(file.path());
-    if (!model || model->grid().columns() > kMostCells || model->grid().rows() > kMostCells ||
-        model->facts().tileColumns > kMostCells || model->facts().tileRows > kMostCells) {
+    if (!model || !isSmall(*model)) {
         return 0;
     }
     const detect::CellWindow window{0, 0, std::min(model->grid().columns(), 64),
