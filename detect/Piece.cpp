@@ -109,13 +109,13 @@ CellWindow firstMissing(const std::vector<Piece>& pieces, const CellWindow& over
 Status checkWindows(const std::vector<Piece>& pieces) {
     std::int64_t covered = 0;
     for (std::size_t i = 0; i < pieces.size(); ++i) {
-        covered += pieces[i].window.cells();
         for (std::size_t k = 0; k < i; ++k) {
             if (!intersect(pieces[i].window, pieces[k].window).empty()) {
                 return Unexpected(Failure{"窗口 " + asText(pieces[k].window) + " 与 " +
                                           asText(pieces[i].window) + " 重叠"});
             }
         }
+        covered += pieces[i].window.cells(); // no more than the overlap has, as they lie apart
     }
     const CellWindow overlap = pieces.front().frame.overlap;
     if (covered == overlap.cells()) {

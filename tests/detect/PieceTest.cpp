@@ -172,6 +172,32 @@ TEST_F(TwoHalves, AMissingWindowIsNamedByItsFirstCell) {
     EXPECT_NE(refusal(m_pieces).find("缺少窗口：第 25 列、第 0 行"), std::string::npos) << refusal(m_pieces);
 }
 
+TEST_F(TwoHalves, WindowsThatOverlapAreRefusedHoweverLargeTheyAre) {
+    constexpr int kFar = std::numeric_limits<int>::max();
+    for (Piece& piece : m_pieces) {
+        piece.frame.overlap = piece.window = {0, 0, kFar, kFar};
+    }
+    m_pieces.push_back(m_pieces.front());
+    EXPECT_NE(refusal(m_pieces).find("重叠"), std::string::npos) << refusal(m_pieces);
+}
+
+TEST_F(TwoHalves, AWindowOfNegativeSizeIsNotSound) {
+    Piece& piece = m_pieces.back();
+    EXPECT_TRUE(areWindowsSound(piece));
+    piece.cells = 0;
+    piece.window = {0, 0, -5, -3}; // of fifteen cells, for whoever multiplies
+    EXPECT_FALSE(areWindowsSound(piece));
+}
+
+TEST_F(TwoHalves, MoreRejectionsThanCellsAreNotSound) {
+    Piece& piece = m_pieces.front();
+    EXPECT_TRUE(isSound(piece));
+    piece.rejections.sliver = piece.window.cells() + 1;
+    EXPECT_FALSE(isSound(piece));
+    piece.rejections.sliver = -1;
+    EXPECT_FALSE(isSound(piece));
+}
+
 TEST_F(TwoHalves, AWindowMayReachFurtherThanAnyRaster) {
     constexpr int kFar = std::numeric_limits<int>::max();
     m_pieces.back() = pieceOrFail(m_request, {25, 0, kFar, kFar});

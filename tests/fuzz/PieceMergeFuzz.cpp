@@ -71,6 +71,7 @@ Piece pieceOf(FuzzedDataProvider& bytes, const detect::PieceFrame& frame) {
     for (std::size_t i = 0; i < runs; ++i) {
         appendRun(bytes, piece.seamRuns);
     }
+    piece.rejections.core = bytes.ConsumeIntegral<std::int64_t>();
     return piece;
 }
 
