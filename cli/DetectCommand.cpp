@@ -143,6 +143,9 @@ int runDetect(const std::vector<std::string>& arguments) {
     if (!task) {
         return fail(kCommand, kStatusWrongUse, task.error().message);
     }
+    if (const auto files = checkFiles(*task); !files) {
+        return fail(kCommand, kStatusWrongUse, files.error().message);
+    }
 
     GDALSetCacheMax64(kRasterCacheBytes);
     Told told;

@@ -187,17 +187,6 @@ Read readWindow(const Options& options, DetectTask& task) {
     return {};
 }
 
-Read checkFiles(const DetectTask& task) {
-    if (!detect::isResultPath(task.out)) {
-        return wrongUse("--out 的扩展名必须是 .gpkg、.geojson 或 .shp");
-    }
-    const detect::Parameters& parameters = task.request.parameters;
-    const auto distinct = detect::checkOutputs(
-        {task.out, task.dz, task.correction, task.summary},
-        {task.request.oldRaster, task.request.newRaster, parameters.unstableMask, parameters.ignoreMask});
-    return distinct ? Read() : wrongUse(distinct.error().message);
-}
-
 Read checkNeeded(const Options& options) {
     for (const char* needed : {"--old", "--new", "--out"}) {
         if (options.value(needed).empty()) {
@@ -235,7 +224,7 @@ Read readAll(const Options& options, DetectTask& task) {
     if (auto done = readWindow(options, task); !done) {
         return done;
     }
-    return checkFiles(task);
+    return detect::isResultPath(task.out) ? Read() : wrongUse("--out 的扩展名必须是 .gpkg、.geojson 或 .shp");
 }
 
 } // namespace
@@ -268,6 +257,14 @@ Parsed<int> readThreads(const Options& options) {
 Parsed<DetectTask> readDetectTask(const Options& options) {
     DetectTask task;
     return readAll(options, task).map([&task] { return std::move(task); });
+}
+
+Parsed<void> checkFiles(const DetectTask& task) {
+    const detect::Parameters& parameters = task.request.parameters;
+    const auto distinct = detect::checkOutputs(
+        {task.out, task.dz, task.correction, task.summary},
+        {task.request.oldRaster, task.request.newRaster, parameters.unstableMask, parameters.ignoreMask});
+    return distinct ? Read() : wrongUse(distinct.error().message);
 }
 
 } // namespace cli

@@ -24,7 +24,10 @@ const OptionTable& detectOptionTable();
 /// Of "--threads"; 0, one for each processor, where it is not given.
 Parsed<int> readThreads(const Options& options);
 
-/// Options that are missing, out of range or contradict each other are wrong.
+/// Options that are missing, out of range or contradict each other are wrong. Looks at no file.
 Parsed<DetectTask> readDetectTask(const Options& options);
+
+/// Outputs that are an input, or each other, are wrong.
+Parsed<void> checkFiles(const DetectTask& task);
 
 } // namespace cli

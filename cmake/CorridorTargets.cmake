@@ -33,6 +33,10 @@ if(CORRIDOR_SANITIZE)
   endif()
 endif()
 
+if(CORRIDOR_FUZZ)
+  add_compile_options(-fsanitize=fuzzer-no-link) # so that the fuzzer sees which ways an input takes
+endif()
+
 if(CORRIDOR_SANITIZE_THREADS)
   add_compile_options(-fsanitize=thread -fno-omit-frame-pointer)
   add_link_options(-fsanitize=thread)

@@ -85,8 +85,10 @@ CellWindow firstMissing(const std::vector<Piece>& pieces, const CellWindow& over
     std::vector<int> rows{overlap.row};
     std::vector<int> columns{overlap.column};
     for (const Piece& piece : pieces) {
-        rows.push_back(piece.window.row + piece.window.rows);
-        columns.push_back(piece.window.column + piece.window.columns);
+        if (!piece.window.empty()) { // which may lie anywhere
+            rows.push_back(piece.window.row + piece.window.rows);
+            columns.push_back(piece.window.column + piece.window.columns);
+        }
     }
     std::sort(rows.begin(), rows.end());
     std::sort(columns.begin(), columns.end());
@@ -107,13 +109,13 @@ CellWindow firstMissing(const std::vector<Piece>& pieces, const CellWindow& over
 Status checkWindows(const std::vector<Piece>& pieces) {
     std::int64_t covered = 0;
     for (std::size_t i = 0; i < pieces.size(); ++i) {
-        covered += pieces[i].window.cells();
         for (std::size_t k = 0; k < i; ++k) {
             if (!intersect(pieces[i].window, pieces[k].window).empty()) {
                 return Unexpected(Failure{"窗口 " + asText(pieces[k].window) + " 与 " +
                                           asText(pieces[i].window) + " 重叠"});
             }
         }
+        covered += pieces[i].window.cells(); // no more than the overlap has, as they lie apart
     }
     const CellWindow overlap = pieces.front().frame.overlap;
     if (covered == overlap.cells()) {

@@ -53,6 +53,14 @@ bool liesApart(std::vector<Run> runs) {
     return true;
 }
 
+/// What was rejected has cells, too.
+bool areRejectionsSound(const Piece& piece) {
+    const Rejections& rejected = piece.rejections;
+    const std::int64_t most = piece.window.empty() ? 0 : piece.window.cells();
+    return std::max({rejected.core, rejected.area, rejected.sliver, rejected.speckle}) <= most &&
+           std::min({rejected.core, rejected.area, rejected.sliver, rejected.speckle}) >= 0;
+}
+
 bool areHeightsThere(const MeasuredRuns& seamRuns) {
     std::int64_t without = 0;
     for (const Run& run : seamRuns.runs) {
@@ -68,22 +76,24 @@ bool areWindowsSound(const Piece& piece) {
     const PieceFrame& frame = piece.frame;
     const CellWindow raster{0, 0, frame.columns, frame.rows};
     return frame.columns > 0 && frame.rows > 0 && isInside(frame.overlap, raster) &&
+           piece.window.columns >= 0 && piece.window.rows >= 0 &&
            (piece.window.empty() || isInside(piece.window, frame.overlap)) && piece.cells >= 0 &&
            piece.cells <= std::max<std::int64_t>(0, piece.window.cells());
 }
 
 bool isRunOf(const Piece& piece, const Run& run) {
     const CellWindow& window = piece.window;
-    return run.begin >= 0 && run.begin < run.end && run.begin >= window.column && run.row >= window.row &&
-           run.end <= window.column + window.columns && run.row < window.row + window.rows &&
-           (run.sign == 1 || run.sign == -1) && (!run.gap || run.cells() == 1) && std::isfinite(run.lowest) &&
-           std::isfinite(run.highest) && !std::isnan(run.strongest) && areSumsSound(run) &&
-           areCoresSound(run) && run.explainedByShift >= 0 && run.explainedByShift <= run.cells();
+    return !window.empty() && run.begin >= 0 && run.begin < run.end && run.begin >= window.column &&
+           run.row >= window.row && run.end <= window.column + window.columns &&
+           run.row < window.row + window.rows && (run.sign == 1 || run.sign == -1) &&
+           (!run.gap || run.cells() == 1) && std::isfinite(run.lowest) && std::isfinite(run.highest) &&
+           !std::isnan(run.strongest) && areSumsSound(run) && areCoresSound(run) &&
+           run.explainedByShift >= 0 && run.explainedByShift <= run.cells();
 }
 
 bool isSound(const Piece& piece) {
-    return isGridSound(piece.frame.cellToMap) && liesApart(piece.seamRuns.runs) &&
-           areHeightsThere(piece.seamRuns) &&
+    return isGridSound(piece.frame.cellToMap) && areRejectionsSound(piece) &&
+           liesApart(piece.seamRuns.runs) && areHeightsThere(piece.seamRuns) &&
            std::all_of(piece.seamRuns.heights.begin(), piece.seamRuns.heights.end(),
                        [](float height) { return std::isfinite(height); });
 }

@@ -43,7 +43,10 @@ inline bool holdsOnlyGbk(const std::string& bytes) {
 /// GBK bytes to UTF-16 text.
 inline QString fromGbk(const std::string& bytes) {
     QStringDecoder decoder("GB18030");
-    return decoder.decode(QByteArray::fromStdString(bytes));
+    // No character goes on with a line's end, so that the decoder does not wait for the rest of one that was cut off.
+    QString text = decoder.decode(QByteArray::fromStdString(bytes) + '\n');
+    text.chop(1);
+    return text;
 }
 
 /// GBK bytes to UTF-8, as labels on the globe need them.

@@ -5,10 +5,9 @@
 #include <QFile>
 #include <QSaveFile>
 
+#include <algorithm>
 #include <array>
 #include <iostream>
-#include <string>
-#include <string_view>
 
 namespace {
 
@@ -71,7 +70,30 @@ void appendEntry(std::string& text, const QString& entry) {
     text.append(bytes).append("\n");
 }
 
-std::string toText(const AttributeHistory& history) {
+} // namespace
+
+bool readAttributeHistory(AttributeHistory& history) {
+    QFile file(kFileName);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return false;
+    }
+    const QByteArray bytes = file.readAll();
+    takeAttributes({bytes.constData(), static_cast<std::size_t>(bytes.size())}, history);
+    return true;
+}
+
+void takeAttributes(std::string_view bytes, AttributeHistory& history) {
+    Reader reader(history);
+    while (!bytes.empty()) {
+        const std::size_t end = std::min(bytes.find('\n'), bytes.size());
+        if (const std::string_view word = firstWord(bytes.substr(0, end)); !word.empty()) {
+            reader.take(word);
+        }
+        bytes.remove_prefix(std::min(end + 1, bytes.size()));
+    }
+}
+
+std::string textOf(const AttributeHistory& history) {
     std::string text;
     for (const Block& block : kBlocks) {
         text.append(block.start).append("\n");
@@ -83,28 +105,8 @@ std::string toText(const AttributeHistory& history) {
     return text;
 }
 
-} // namespace
-
-bool readAttributeHistory(AttributeHistory& history) {
-    QFile file(kFileName);
-    if (!file.open(QIODevice::ReadOnly)) {
-        return false;
-    }
-    const QByteArray bytes = file.readAll();
-    Reader reader(history);
-    std::string_view rest(bytes.constData(), static_cast<std::size_t>(bytes.size()));
-    while (!rest.empty()) {
-        const std::size_t end = std::min(rest.find('\n'), rest.size());
-        if (const std::string_view word = firstWord(rest.substr(0, end)); !word.empty()) {
-            reader.take(word);
-        }
-        rest.remove_prefix(std::min(end + 1, rest.size()));
-    }
-    return true;
-}
-
 void writeAttributeHistory(const AttributeHistory& history) {
-    const std::string text = toText(history);
+    const std::string text = textOf(history);
     QSaveFile file(kFileName);
     file.setDirectWriteFallback(true); // for a folder in which only this file may be written
     const auto size = static_cast<qint64>(text.size());

@@ -21,11 +21,16 @@ double zoneArea(double latitudeRadians, double e2) {
 } // namespace
 
 CellWindow intersect(const CellWindow& a, const CellWindow& b) {
+    const auto end = [](int from, int count) { return std::int64_t{from} + count; };
+    const auto cellsBetween = [](int from, std::int64_t to) {
+        return static_cast<int>(std::max<std::int64_t>(0, to - from));
+    };
     CellWindow common;
     common.column = std::max(a.column, b.column);
     common.row = std::max(a.row, b.row);
-    common.columns = std::max(0, std::min(a.column + a.columns, b.column + b.columns) - common.column);
-    common.rows = std::max(0, std::min(a.row + a.rows, b.row + b.rows) - common.row);
+    common.columns =
+        cellsBetween(common.column, std::min(end(a.column, a.columns), end(b.column, b.columns)));
+    common.rows = cellsBetween(common.row, std::min(end(a.row, a.rows), end(b.row, b.rows)));
     return common;
 }
 

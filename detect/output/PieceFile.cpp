@@ -213,25 +213,34 @@ Status PieceFile::take(Anomaly anomaly) {
 
 Status PieceFile::close(const Piece& piece) {
     const GdalErrors errors;
-    if (!writeSeamRuns(m_file.dataset(), piece.seamRuns) || !writeDescription(m_file.dataset(), piece) ||
-        errors.any()) {
+    if (!writePieceSeams(m_file.dataset(), piece) || errors.any()) {
         return m_file.writeFailure(errors.first());
     }
     return m_file.close([&piece](const std::string& path) { return holds(path, piece); });
 }
 
+bool writePieceSeams(GDALDataset& file, const Piece& piece) {
+    return writeSeamRuns(file, piece.seamRuns) && writeDescription(file, piece);
+}
+
 Result<Piece> readPieceSeams(const std::string& path) {
     GDALAllRegister();
-    GdalErrors errors;
+    const GdalErrors errors;
     const auto file = openPiece(path);
     if (!file) {
         return failureOf(path, "无法打开", errors.first());
     }
+    auto piece = readPieceSeams(*file, path);
+    return piece && errors.any() ? failureOf(path, kDamaged, errors.first()) : std::move(piece);
+}
+
+Result<Piece> readPieceSeams(GDALDataset& file, const std::string& path) {
+    const GdalErrors errors;
     Piece piece;
-    if (!readDescription(*file, piece)) {
+    if (!readDescription(file, piece)) {
         return failureOf(path, "不是 corridor detect --window 的结果");
     }
-    if (!areWindowsSound(piece) || !readSeamRuns(*file, piece) || !isSound(piece) || errors.any()) {
+    if (!areWindowsSound(piece) || !readSeamRuns(file, piece) || !isSound(piece) || errors.any()) {
         return failureOf(path, kDamaged, errors.first());
     }
     return piece;

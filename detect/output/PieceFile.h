@@ -29,9 +29,14 @@ private:
     OGRLayer* m_layer = nullptr;
 };
 
+/// Writes everything but the anomalies into an open file; false when it refuses.
+bool writePieceSeams(GDALDataset& file, const Piece& piece);
+
 /// Everything but the anomalies. Fails for a file that cannot be read, and for one that is a finished result
 /// or something else.
 Result<Piece> readPieceSeams(const std::string& path);
+/// The same of an open file; `path` is named when it fails.
+Result<Piece> readPieceSeams(GDALDataset& file, const std::string& path);
 /// The anomalies of such a file.
 Result<std::vector<Anomaly>> readPieceAnomalies(const std::string& path);
 

@@ -1,12 +1,14 @@
 // A raster cut into windows, looked at one by one and put together, gives what it gives in one run.
 
 #include "detect/Piece.h"
+#include "detect/PieceCheck.h"
 #include "tests/detect/RandomRasters.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace detect::test {
 namespace {
@@ -168,6 +170,58 @@ TEST_F(TwoHalves, AreMergedWithAWindowBesideTheRaster) {
 TEST_F(TwoHalves, AMissingWindowIsNamedByItsFirstCell) {
     m_pieces.pop_back();
     EXPECT_NE(refusal(m_pieces).find("缺少窗口：第 25 列、第 0 行"), std::string::npos) << refusal(m_pieces);
+}
+
+TEST_F(TwoHalves, WindowsThatOverlapAreRefusedHoweverLargeTheyAre) {
+    constexpr int kFar = std::numeric_limits<int>::max();
+    for (Piece& piece : m_pieces) {
+        piece.frame.overlap = piece.window = {0, 0, kFar, kFar};
+    }
+    m_pieces.push_back(m_pieces.front());
+    EXPECT_NE(refusal(m_pieces).find("重叠"), std::string::npos) << refusal(m_pieces);
+}
+
+TEST_F(TwoHalves, AWindowOfNegativeSizeIsNotSound) {
+    Piece& piece = m_pieces.back();
+    EXPECT_TRUE(areWindowsSound(piece));
+    piece.cells = 0;
+    piece.window = {0, 0, -5, -3}; // of fifteen cells, for whoever multiplies
+    EXPECT_FALSE(areWindowsSound(piece));
+}
+
+TEST_F(TwoHalves, MoreRejectionsThanCellsAreNotSound) {
+    Piece& piece = m_pieces.front();
+    EXPECT_TRUE(isSound(piece));
+    piece.rejections.sliver = piece.window.cells() + 1;
+    EXPECT_FALSE(isSound(piece));
+    piece.rejections.sliver = -1;
+    EXPECT_FALSE(isSound(piece));
+}
+
+TEST_F(TwoHalves, AWindowMayReachFurtherThanAnyRaster) {
+    constexpr int kFar = std::numeric_limits<int>::max();
+    m_pieces.back() = pieceOrFail(m_request, {25, 0, kFar, kFar});
+    EXPECT_EQ(m_pieces.back().window.columns, 15);
+    EXPECT_EQ(m_pieces.back().window.rows, 30);
+    expectIdentical(detectOrFail(m_request), mergedOrFail(m_pieces));
+}
+
+TEST_F(TwoHalves, AMissingWindowIsNamedWhereverAnEmptyOneLies) {
+    constexpr int kFar = std::numeric_limits<int>::max();
+    m_pieces.back().window = {kFar, kFar, kFar, 0};
+    EXPECT_NE(refusal(m_pieces).find("缺少窗口：第 25 列、第 0 行"), std::string::npos) << refusal(m_pieces);
+}
+
+TEST(Pieces, AnEmptyWindowHoldsNoRun) {
+    constexpr int kFar = std::numeric_limits<int>::max();
+    Piece piece;
+    piece.window = {kFar, kFar, kFar, 0};
+    ::detect::Run run;
+    run.row = kFar;
+    run.begin = kFar - 1;
+    run.end = kFar;
+    run.sign = 1;
+    EXPECT_FALSE(isRunOf(piece, run));
 }
 
 TEST_F(TwoHalves, OverlappingWindowsAreRefused) {

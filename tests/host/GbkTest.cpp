@@ -26,4 +26,11 @@ TEST(Gbk, BytesThatAreNoTextDoNotStopAnything) {
     EXPECT_TRUE(fromGbk("\xFF\xFF ok").endsWith("ok"));
 }
 
+TEST(Gbk, ACharacterThatWasCutOffIsSeen) {
+    EXPECT_EQ(fromGbk("\xD2\xEC\xB3"), QString::fromUtf8("异\uFFFD"));
+    EXPECT_EQ(fromGbk("\x81"), QString(QChar(0xFFFD)));
+    EXPECT_EQ(fromGbk("line\n"), "line\n");
+    EXPECT_EQ(fromGbk(""), "");
+}
+
 } // namespace

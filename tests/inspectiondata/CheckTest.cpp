@@ -158,6 +158,9 @@ TEST_P(CheckTest, EveryRuleOfAnomaliesIsChecked) {
     after("lat_deg=-91", "lat_deg -91 超出范围 -90 到 90");
     after("outline_wkt='POLYGON (('", "outline_wkt 不是多边形");
     after("outline_wkt='POINT (1 2)'", "outline_wkt 不是多边形");
+    const char* const beyond = "outline_wkt 超出 x_min、y_min、x_max、y_max 的范围";
+    after("x_min=x_min-2000, x_max=x_max-2000, x=x-2000", beyond);
+    after("y_min=y_min+2000, y_max=y_max+2000, y=y+2000", beyond);
     after("version=999", QStringLiteral("version 999 不在 0 和项目的修订号 %1 之间").arg(revision()));
     expectFindingAfter("anomaly", "name=''", "anomaly 1：name 为空");
     expectClean();

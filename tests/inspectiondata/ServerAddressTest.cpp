@@ -40,8 +40,9 @@ TEST(ServerAddressTest, PartsArePercentEncoded) {
 }
 
 TEST(ServerAddressTest, WhatIsNoAddressIsNone) {
-    for (const char* url : {"mysql://", "mysql://host", "mysql://host/", "mysql://host:port/d",
-                            "mysql://a@b@c/d", "mysql://host/d/e", "inspection.db", "http://host/d"}) {
+    for (const char* url :
+         {"mysql://", "mysql://host", "mysql://host/", "mysql://host:port/d", "mysql://a@b@c/d",
+          "mysql://[::/d?socket=s]/d", "mysql://host/d/e", "inspection.db", "http://host/d"}) {
         EXPECT_FALSE(serverAddress(url).has_value()) << url;
     }
     EXPECT_FALSE(isServerAddress("mysql.db"));
@@ -52,6 +53,19 @@ TEST(ServerAddressTest, MessagesShowNoPassword) {
               "mysql://walker@db:3307/corridor?socket=/s");
     EXPECT_FALSE(shownDatabase("mysql://walker:secret@").contains("secret"));
     EXPECT_EQ(shownDatabase("/data/inspection.db"), "/data/inspection.db");
+}
+
+TEST(ServerAddressTest, WhatMessagesShowLeadsToTheSameDatabase) {
+    for (const char* url : {"mysql://walker@[fe80::1]:3307/d", "mysql://walker@db%2Feast/d",
+                            "mysql:///d?socket=/tmp/a%26b%3D%20%23c"}) {
+        const auto address = serverAddress(url);
+        const auto shown = serverAddress(shownDatabase(url));
+        ASSERT_TRUE(address && shown) << url;
+        EXPECT_EQ(shown->user, address->user) << url;
+        EXPECT_EQ(shown->host, address->host) << url;
+        EXPECT_EQ(shown->port, address->port) << url;
+        EXPECT_EQ(shown->socket, address->socket) << url;
+    }
 }
 
 TEST(ServerAddressTest, TheEnvironmentGivesThePasswordThatIsNotInTheAddress) {
@@ -70,6 +84,11 @@ TEST(ServerAddressTest, ReadingOnlyIsAnOption) {
     const auto both = serverAddress(forReading("mysql:///d?socket=/s"));
     EXPECT_TRUE(both->readOnly);
     EXPECT_EQ(both->socket, "/s");
+    for (const char* url : {"mysql:///d?mode=rw", "mysql:///d?mode=r\n"}) {
+        const auto reading = serverAddress(forReading(url));
+        ASSERT_TRUE(reading.has_value()) << url;
+        EXPECT_TRUE(reading->readOnly) << url;
+    }
 }
 
 } // namespace

@@ -10,6 +10,7 @@
 #include "workbench/inspectiondata/database/TableCopy.h"
 #include "workbench/inspectiondata/text/AnomalyFields.h"
 
+#include <algorithm>
 #include <set>
 
 namespace inspection {
@@ -27,9 +28,22 @@ struct Others {
     std::set<std::string> names; ///< of the anomalies before
 };
 
-bool isArea(const std::string& outlineWkt) {
+/// True where a bound lacks, too: that is a finding of its own.
+bool isInBounds(const RowCheck& row, const osg::Vec3d& vertex) {
+    constexpr double kRoundingMetres = 0.001;
+    const auto isOut = [&](double value, const char* lower, const char* upper) {
+        return value < row.number(lower) - kRoundingMetres || value > row.number(upper) + kRoundingMetres;
+    };
+    return !isOut(vertex.x(), "x_min", "x_max") && !isOut(vertex.y(), "y_min", "y_max");
+}
+
+void checkOutline(RowCheck& row) {
     constexpr std::size_t kFewestVertices = 3;
-    return outlineVertices(outlineWkt).size() >= kFewestVertices;
+    const auto outline = outlineVertices(row.text("outline_wkt"));
+    row.expect(outline.size() >= kFewestVertices, QStringLiteral("outline_wkt 不是多边形"));
+    row.expect(std::all_of(outline.begin(), outline.end(),
+                           [&row](const osg::Vec3d& vertex) { return isInBounds(row, vertex); }),
+               QStringLiteral("outline_wkt 超出 x_min、y_min、x_max、y_max 的范围"));
 }
 
 /// For each field of that sort that holds a value or has to.
@@ -56,7 +70,7 @@ void checkPlace(RowCheck& row) {
     row.expectBetween("x_min", "x", "x_max");
     row.expectBetween("y_min", "y", "y_max");
     row.expectPlace();
-    row.expect(isArea(row.text("outline_wkt")), QStringLiteral("outline_wkt 不是多边形"));
+    checkOutline(row);
 }
 
 void checkAnomaly(Others& others, RowCheck row) {

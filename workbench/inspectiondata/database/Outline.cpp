@@ -16,12 +16,26 @@ using Ring = std::vector<osg::Vec3d>;
 
 constexpr double kFarthest = 1e9; ///< metres or degrees; no reference system of the Earth reaches that far
 
-/// Far or endless coordinates would become pictures without end.
+/// Looks at every point: envelopes leave out what is no number.
+class PlacesOnEarth : public OGRDefaultConstGeometryVisitor {
+public:
+    using OGRDefaultConstGeometryVisitor::visit;
+    void visit(const OGRPoint* point) override {
+        m_areAll = m_areAll && isNear(point->getX()) && isNear(point->getY()) && isNear(point->getZ());
+    }
+    bool areAll() const { return m_areAll; }
+
+private:
+    static bool isNear(double coordinate) { return std::abs(coordinate) <= kFarthest; } // false for NaN
+
+    bool m_areAll = true;
+};
+
+/// Far or endless coordinates would become pictures without end, and endless heights texts that nobody can read.
 bool liesOnEarth(const OGRGeometry& geometry) {
-    OGREnvelope box;
-    geometry.getEnvelope(&box);
-    const auto isNear = [](double coordinate) { return std::abs(coordinate) <= kFarthest; }; // false for NaN
-    return isNear(box.MinX) && isNear(box.MaxX) && isNear(box.MinY) && isNear(box.MaxY);
+    PlacesOnEarth places;
+    geometry.accept(&places);
+    return places.areAll();
 }
 
 std::string vertexText(const osg::Vec3d& vertex) {

@@ -26,6 +26,12 @@ ShapeKind kindOf(KV_ObjectType type) {
     return type == KV_SPECIAL_POINT ? ShapeKind::Point : ShapeKind::Polygon;
 }
 
+/// Where GDAL looks, which knows other places than folders.
+bool exists(const QString& path) {
+    VSIStatBufL status;
+    return VSIStatExL(path.toUtf8().constData(), &status, VSI_STAT_EXISTS_FLAG) == 0;
+}
+
 CPLStringList columnsFor(KV_ObjectType type) {
     return sheetColumns(kindOf(type) == ShapeKind::Point ? SheetPlaces::PointsToo
                                                          : SheetPlaces::OutlinesOnly);
@@ -133,7 +139,7 @@ QString Reading::placeOf(OGRLayer& layer, const OGRFeature& row) const {
 }
 
 Status Reading::open() {
-    if (!QFileInfo::exists(m_file.path)) {
+    if (!exists(m_file.path)) {
         return failure("no such file", "文件不存在");
     }
     GDALAllRegister();

@@ -13,6 +13,8 @@ namespace inspection {
 /// are stored, and those that are to be.
 class SpecialObjectNames {
 public:
+    /// None is stored.
+    SpecialObjectNames() = default;
     /// Throws KV_MySQL_Exception when the database refuses.
     explicit SpecialObjectNames(mysqlhelper::KV_MySQL& database);
 

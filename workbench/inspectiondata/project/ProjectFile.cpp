@@ -140,7 +140,7 @@ ProjectParameters parametersOf(const QJsonObject& json, JsonTaker& taker) {
     return parameters;
 }
 
-Result<QJsonObject> readJson(const QString& file) {
+Result<QByteArray> readBytes(const QString& file) {
     QFile source(file);
     if (!source.exists()) {
         return broken(file, "no such file, the folder is not a project", "文件不存在，该文件夹不是项目");
@@ -148,8 +148,12 @@ Result<QJsonObject> readJson(const QString& file) {
     if (!source.open(QIODevice::ReadOnly)) {
         return broken(file, "cannot be read: " + source.errorString(), "无法读取");
     }
+    return source.readAll();
+}
+
+Result<QJsonObject> jsonOf(const QByteArray& text, const QString& file) {
     QJsonParseError error{};
-    const QJsonDocument document = QJsonDocument::fromJson(source.readAll(), &error);
+    const QJsonDocument document = QJsonDocument::fromJson(text, &error);
     if (!document.isObject()) {
         return broken(file, "not JSON: " + error.errorString(), "不是有效的 JSON 文件");
     }
@@ -169,6 +173,10 @@ Result<QJsonObject> readJson(const QString& file) {
         return broken(file, "\"version\" is no version of a project", "version 不是项目的版本号");
     }
     return json;
+}
+
+Result<QJsonObject> readJson(const QString& file) {
+    return readBytes(file).and_then([&file](const QByteArray& text) { return jsonOf(text, file); });
 }
 
 std::vector<Epoch> epochsOf(const QString& folder, const QJsonArray& array, JsonTaker& taker) {
@@ -315,7 +323,11 @@ Result<ProjectDescription> readProjectFile(const QString& folder) {
 }
 
 Result<ProjectDescription> readProjectFile(const QString& folder, const QString& file) {
-    const auto read = readJson(file);
+    return readBytes(file).and_then([&](const QByteArray& text) { return projectOf(text, folder, file); });
+}
+
+Result<ProjectDescription> projectOf(const QByteArray& text, const QString& folder, const QString& file) {
+    const auto read = jsonOf(text, file);
     if (!read) {
         return failed(read);
     }
@@ -361,10 +373,9 @@ Result<std::optional<DueRevision>> readDueRevision(const QString& file) {
     return DueRevision{due["revision"].toInteger(), due["inspector"].toString()};
 }
 
-Status writeProjectFile(const ProjectDescription& project, const QString& name,
-                        const std::optional<DueRevision>& due) {
-    const auto earlier = readJson(projectFile(project.folder));
-    QJsonObject json = earlier.value_or(QJsonObject());
+QByteArray textOf(const ProjectDescription& project, const std::optional<DueRevision>& due,
+                  const QJsonObject& earlier) {
+    QJsonObject json = earlier;
     json["format"] = kFormat;
     json["version"] = Project::kVersion;
     json["name"] = project.name;
@@ -376,9 +387,14 @@ Status writeProjectFile(const ProjectDescription& project, const QString& name,
     setCompared(json, project);
     setBaseLayers(json, project);
     setDue(json, due);
+    return QJsonDocument(json).toJson();
+}
 
+Status writeProjectFile(const ProjectDescription& project, const QString& name,
+                        const std::optional<DueRevision>& due) {
+    const auto earlier = readJson(projectFile(project.folder));
     QSaveFile file(name);
-    const QByteArray text = QJsonDocument(json).toJson();
+    const QByteArray text = textOf(project, due, earlier.value_or(QJsonObject()));
     // Without the flush a full disk would be noticed too late to keep the old file.
     if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size() || !file.flush() ||
         !file.commit()) {

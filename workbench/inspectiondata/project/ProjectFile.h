@@ -34,6 +34,13 @@ struct DueRevision {
     QString inspector;
 };
 
+/// What the text of such a file says. Fails for one that is no project, incomplete or of a newer version; `file` is named
+/// then.
+Result<ProjectDescription> projectOf(const QByteArray& text, const QString& folder, const QString& file);
+/// The text of such a file; what `earlier` holds beyond the description is kept.
+QByteArray textOf(const ProjectDescription& project, const std::optional<DueRevision>& due,
+                  const QJsonObject& earlier = {});
+
 /// The same with another file than project.json, whose further contents are kept all the same.
 Result<ProjectDescription> readProjectFile(const QString& folder, const QString& file);
 Status writeProjectFile(const ProjectDescription& project, const QString& file,

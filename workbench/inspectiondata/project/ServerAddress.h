@@ -18,7 +18,7 @@ struct INSPECTIONDATA_API ServerAddress {
     QString socket; ///< path, empty for the usual one
     bool readOnly = false;
 
-    /// Without the password, for messages.
+    /// Without the password and the wish to read only, for messages.
     QString shown() const;
 };
 
