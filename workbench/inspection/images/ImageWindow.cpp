@@ -15,7 +15,6 @@
 #include "workbench/inspectiondata/text/AnomalyTexts.h"
 
 #include <QButtonGroup>
-#include <QDir>
 #include <QHBoxLayout>
 #include <QStackedWidget>
 #include <QToolButton>
@@ -271,7 +270,7 @@ ComparisonSource ImageWindow::sourceOf(const KV_StationItem& item, const SdiffDa
     try {
         if (const auto result =
                 readStationResult(*m_session.connection(), item.GetStationId(), project.pair())) {
-            source.dzRaster = QDir(project.folder).filePath(result->dzRaster);
+            source.dzRaster = project.resultFile(result->dzRaster);
             source.shift = {result->dxMetres, result->dyMetres, result->dzMetres};
             source.isBent = result->summary && isBent(result->summary->report.coregistration);
         }

@@ -13,7 +13,6 @@
 #include "workbench/inspectiondata/database/AnomalyTable.h"
 #include "workbench/inspectiondata/database/StationTable.h"
 
-#include <QDir>
 #include <QHBoxLayout>
 #include <QToolButton>
 #include <QVBoxLayout>
@@ -167,7 +166,7 @@ void StationTreeWindow::showOverlays(const KV_StationItem& station) {
     style.cut = m_shownColours.second;
     style.srs = QString::fromStdString(station.m_station.m_srs);
     if (const auto result = storedResult(m_session, station.GetStationId())) {
-        style.dzRaster = QDir(m_session.project()->description().folder).filePath(result->dzRaster);
+        style.dzRaster = m_session.project()->description().resultFile(result->dzRaster);
     }
     m_overlays.show(station, style);
     emit overlaysShown();
