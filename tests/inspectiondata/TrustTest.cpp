@@ -257,6 +257,11 @@ TEST_F(TrustTest, WhatIsMadeHereIsTrusted) {
     EXPECT_TRUE(Project::open(made));
 }
 
+TEST_F(TrustTest, APlaceIsShownAsItIs) {
+    const ForeignPlace place{Use::Read, QString::fromUtf8("/a\n\xe2\x80\xae/b\x1b")};
+    EXPECT_EQ(place.text(), QString::fromUtf8("读取文件夹 /a\xef\xbf\xbd\xef\xbf\xbd/b\xef\xbf\xbd"));
+}
+
 TEST_F(TrustTest, AReferenceSystemIsNeitherAFileNorAnAddress) {
     const QString file = outside("system.wkt");
     writeBytes(file, "EPSG:4547");
