@@ -138,16 +138,12 @@ void MariaDbServer::start() {
     m_process = std::make_unique<QProcess>();
     m_process->setProcessChannelMode(QProcess::MergedChannels);
     m_process->setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGKILL); });
-    QStringList options{"--no-defaults",
-                        "--datadir=" + m_folder.filePath("data"),
-                        // Of its own: a server that starts clears the temporary tables of others from a shared one.
-                        "--tmpdir=" + m_folder.filePath("data"),
-                        "--socket=" + m_folder.filePath("socket"),
-                        "--pid-file=" + m_folder.filePath("pid"),
-                        "--skip-networking",
-                        "--skip-log-bin",
-                        "--key-buffer-size=1M",
-                        "--performance-schema=off"};
+    QStringList options{
+        "--no-defaults", "--datadir=" + m_folder.filePath("data"),
+        // Of its own: a server that starts clears the temporary tables of others from a shared one.
+        "--tmpdir=" + m_folder.filePath("data"), "--socket=" + m_folder.filePath("socket"),
+        "--pid-file=" + m_folder.filePath("pid"), "--skip-networking", "--skip-log-bin",
+        "--key-buffer-size=1M", "--performance-schema=off"};
     if (!isDurable) {
         options << "--innodb-buffer-pool-size=16M"
                 << "--innodb-log-file-size=8M"
