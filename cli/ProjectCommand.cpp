@@ -8,6 +8,7 @@
 #include "cli/ProgressLine.h"
 #include "cli/SetCommand.h"
 #include "cli/StopOnSignal.h"
+#include "cli/TrustCommand.h"
 #include "workbench/inspectiondata/database/DatabaseMove.h"
 #include "workbench/inspectiondata/project/ServerAddress.h"
 
@@ -36,6 +37,7 @@ constexpr auto kOverview =
     "      corridor project add-epoch PROJECT [DATE=]DSM[,DOM] 添加一期\n"
     "      corridor project remove-epoch PROJECT DATE          去掉一期\n"
     "      corridor project set-database PROJECT URL           迁移数据表\n"
+    "      corridor project trust PROJECT                      信任项目在文件夹以外使用的各处\n"
     "  各子命令的选项见其 --help\n";
 
 int setDatabase(const std::string& folder, const QString& url) {
@@ -87,7 +89,7 @@ struct Subcommand {
 
 constexpr Subcommand kSubcommands[] = {
     {"create", runCreateProject}, {"set", runSetProject},           {"set-database", runSetDatabase},
-    {"add-epoch", runAddEpoch},   {"remove-epoch", runRemoveEpoch},
+    {"add-epoch", runAddEpoch},   {"remove-epoch", runRemoveEpoch}, {"trust", runTrust},
 };
 
 std::string subcommandNames() {

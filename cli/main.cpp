@@ -43,7 +43,7 @@ constexpr Command kCommands[] = {
     {"project", cli::runProject,
      "set-database PROJECT URL   将项目的数据表迁移到 SQLite 文件或 MariaDB 服务器；create "
      "由航测数据建立项目，"
-     "set 更改中心线、站段和文件位置，add-epoch、remove-epoch 增删期次"},
+     "set 更改中心线、站段和文件位置，add-epoch、remove-epoch 增删期次，trust 信任他人的项目"},
     {"sample", cli::runSample, "DIR [--seed N] [--size CELLS]   生成两期示例项目"},
 };
 

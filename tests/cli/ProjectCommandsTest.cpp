@@ -51,6 +51,7 @@ TEST(ProjectCommands, BaseLayersAreListedWithoutPasswordsAndMissingFilesAreNamed
     file.resize(0);
     file.write(QJsonDocument(json).toJson());
     file.close();
+    ASSERT_EQ(corridor({"project", "trust", project.folder()}).status, 0);
 
     const CorridorRun shown = corridor({"info", project.folder()});
     EXPECT_TRUE(shown.output.contains("http://me@127.0.0.1:1/{z}/{x}/{y}.png")) << shown.output.toStdString();

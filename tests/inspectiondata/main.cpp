@@ -1,8 +1,11 @@
+#include "tests/support/OwnSettings.h"
+
 #include <gtest/gtest.h>
 
 #include <QGuiApplication>
 
 int main(int argc, char** argv) {
+    const OwnSettings settings;
     ::testing::InitGoogleTest(&argc, argv);
     qputenv("QT_QPA_PLATFORM", "offscreen");
     const QGuiApplication application(argc, argv);

@@ -1,6 +1,7 @@
 #include "workbench/app/BaseLayerDialog.h"
 
 #include "workbench/style/FileChoice.h"
+#include "workbench/style/ToolTip.h"
 
 #include <QFileInfo>
 #include <QHBoxLayout>
@@ -123,6 +124,7 @@ void BaseLayerDialog::build(const QString& notice) {
     auto* hint = new QLabel(tr("在上面的盖住在下面的；项目自己的影像盖住所有底图。"));
     m_message->setObjectName("message");
     m_message->setWordWrap(true);
+    m_message->setTextFormat(Qt::PlainText);
     auto* end = new QHBoxLayout;
     end->addWidget(m_message, 1);
     end->addWidget(addButton(tr("关闭"), "close", &BaseLayerDialog::accept));
@@ -164,7 +166,7 @@ void BaseLayerDialog::fill(int selectedRow) {
             QTableWidgetItem* visible = cell(QVariant(), Qt::ItemIsUserCheckable);
             visible->setCheckState(layer.visible ? Qt::Checked : Qt::Unchecked);
             QTableWidgetItem* source = cell(inspection::shownSource(layer.source), Qt::NoItemFlags);
-            source->setToolTip(source->text());
+            source->setToolTip(plainToolTip(source->text()));
             const bool hasLevel = layer.source.contains("{z}") && inspection::isServed(layer.source);
             m_table->setItem(row, VisibleColumn, visible);
             m_table->setItem(row, NameColumn, cell(layer.name, Qt::ItemIsEditable));

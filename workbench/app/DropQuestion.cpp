@@ -1,5 +1,7 @@
 #include "workbench/app/DropQuestion.h"
 
+#include "workbench/style/ToolTip.h"
+
 #include <QLabel>
 #include <QPushButton>
 #include <QVBoxLayout>
@@ -28,7 +30,7 @@ DropQuestion::DropQuestion(int files, const QString& project, QWidget* parent) :
         return button;
     };
     QPushButton* add = addButton("addAsEpoch", tr("加入当前项目为新期次"), Answer::AddEpoch);
-    add->setToolTip(project);
+    add->setToolTip(plainToolTip(project));
     add->setDefault(true);
     addButton("makeProject", tr("新建项目…"), Answer::NewProject);
     addButton("cancelDrop", tr("取消"), Answer::Cancel);

@@ -17,6 +17,7 @@
 #include "workbench/engine/EngineContext.h"
 #include "workbench/inspection/context/InspectionContext.h"
 #include "workbench/inspectiondata/project/EpochTitles.h"
+#include "workbench/style/ToolTip.h"
 #include "workbench/viewer/GlobeWidget.h"
 #include "workbench/viewmanager/HandlerRegistry.h"
 
@@ -140,7 +141,7 @@ void MainWindow::showEpochs() {
     m_epochs->clear();
     m_epochs->addItems(titles);
     for (int index = 0; index < titles.size(); ++index) {
-        m_epochs->setItemData(index, titles[index], Qt::ToolTipRole); // long names are cut
+        m_epochs->setItemData(index, plainToolTip(titles[index]), Qt::ToolTipRole); // long names are cut
     }
     m_epochs->setCurrentIndex(m_layers.shownEpoch());
     m_epochs->setEnabled(m_epochs->count() > 1);

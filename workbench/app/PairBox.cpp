@@ -2,6 +2,7 @@
 
 #include "workbench/inspection/context/InspectionContext.h"
 #include "workbench/inspectiondata/project/EpochTitles.h"
+#include "workbench/style/ToolTip.h"
 
 #include <QWheelEvent>
 
@@ -45,7 +46,8 @@ void PairBox::markComputed() {
         const bool isComputed = std::find(computed.begin(), computed.end(), pair) != computed.end();
         setItemText(index, m_titles[index] + (isComputed ? QStringLiteral(" ✓") : QString()));
         const QString state = isComputed ? tr("已计算") : tr("未计算");
-        setItemData(index, m_titles[index] + '\n' + state, Qt::ToolTipRole); // long names are cut
+        setItemData(index, plainToolTip(m_titles[index] + '\n' + state),
+                    Qt::ToolTipRole); // long names are cut
     }
 }
 

@@ -7,6 +7,7 @@
 #include "workbench/app/ProjectPicture.h"
 #include "workbench/app/RecentCard.h"
 #include "workbench/app/StartPage.h"
+#include "workbench/app/TrustDialog.h"
 #include "workbench/engine/EngineContext.h"
 #include "workbench/inspection/context/InspectionContext.h"
 #include "workbench/inspection/creation/MissingFilesDialog.h"
@@ -49,6 +50,10 @@ ProjectDesk::~ProjectDesk() {
 }
 
 void ProjectDesk::open(const QString& folder) {
+    if (!TrustDialog::settle(folder, &m_window)) {
+        m_page.showRecent();
+        return;
+    }
     askForMissingFiles(folder);
     if (const std::optional<QString> problem = m_window.openProject(folder)) {
         m_page.showRecent();

@@ -30,8 +30,8 @@ public:
     ProjectDesk(MainWindow& window, StartPage& page);
     ~ProjectDesk() override;
 
-    /// Opens a project and keeps it among the recent ones; one that cannot be opened is told in a message box. Files of it
-    /// that are missing are asked for before.
+    /// Opens a project and keeps it among the recent ones; one that cannot be opened is told in a message box. Before, the
+    /// user is asked whether it may use places outside of its folder, and for files of it that are missing.
     void open(const QString& folder);
     /// Puts the open project, if there is one, on top of the recent ones, and takes the user back to where he was in it on
     /// this machine. Somebody who was never there sees all that has been computed.

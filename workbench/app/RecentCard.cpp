@@ -1,6 +1,7 @@
 #include "workbench/app/RecentCard.h"
 
 #include "workbench/style/Theme.h"
+#include "workbench/style/ToolTip.h"
 
 #include <QDir>
 #include <QKeyEvent>
@@ -15,7 +16,7 @@ RecentCard::RecentCard(const RecentProject& project, QWidget* parent)
     : QAbstractButton(parent), m_project(project), m_remove(new QToolButton(this)) {
     setObjectName("recentCard");
     setText(project.name);
-    setToolTip(QDir::toNativeSeparators(project.folder));
+    setToolTip(plainToolTip(QDir::toNativeSeparators(project.folder)));
     setCursor(Qt::PointingHandCursor);
     setFocusPolicy(Qt::StrongFocus);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);

@@ -1,6 +1,7 @@
 #include "workbench/app/RemoveEpochDialog.h"
 
 #include "workbench/inspectiondata/project/EpochTitles.h"
+#include "workbench/style/ToolTip.h"
 
 #include <QDir>
 #include <QHBoxLayout>
@@ -24,7 +25,7 @@ RemoveEpochDialog::RemoveEpochDialog(const inspection::ProjectDescription& proje
         auto* item =
             new QListWidgetItem(titles[static_cast<int>(i)] + QStringLiteral("    ") + file, m_epochs);
         item->setData(Qt::UserRole, project.keyOf(project.epochs[i]));
-        item->setToolTip(file);
+        item->setToolTip(plainToolTip(file));
     }
     m_epochs->setCurrentRow(0);
     auto* text = new QLabel(tr("移除一期数据，连同它与其他各期的对比结果。栅格文件保留在原处。"));

@@ -34,6 +34,7 @@ StatusLine::StatusLine(QMainWindow& window, const GlobeWidget& globe)
     : QObject(&window), m_tip(new QLabel(tr("就绪"))), m_notice(new Notice), m_preparation(new QLabel),
       m_coordinates(new QLabel) {
     m_tip->setObjectName("statusTip");
+    m_tip->setTextFormat(Qt::PlainText);
     m_preparation->setObjectName("preparation");
     m_coordinates->setObjectName("coordinates");
     m_coordinates->setMinimumWidth(360);

@@ -9,6 +9,7 @@
 #include "host/style/myMessageBox.h"
 #include "workbench/inspection/context/InspectionContext.h"
 #include "workbench/inspectiondata/creation/CreateProject.h"
+#include "workbench/inspectiondata/project/TrustedPlaces.h"
 #include "workbench/inspectiondata/project/Utf8Locale.h"
 #include "workbench/viewer/GlobeWidget.h"
 
@@ -91,7 +92,6 @@ void runInteractive(MainWindow& window, const QString& plugin, const QString& pr
                                        myMessageBox::Ok);
     }
     window.loadPlugin(plugin);
-    window.desk().askForMissingFiles();
 }
 
 int runWorkbench(const Options& options, const QElapsedTimer& sinceStart) {
@@ -107,7 +107,9 @@ int runWorkbench(const Options& options, const QElapsedTimer& sinceStart) {
         window.showStartPage(); // what is opened takes its place
     }
     window.show();
-    QString problem = openWhatWasAskedFor(window, options).value_or(QString());
+    const bool mustAsk = !headless && options.oldRaster.isEmpty() && !options.projectFolder.isEmpty() &&
+                         !inspection::untrustedPlaces(options.projectFolder).empty();
+    QString problem = mustAsk ? QString() : openWhatWasAskedFor(window, options).value_or(QString());
     if (problem.isEmpty()) {
         problem = InspectionContext::instance().readOnlyReason();
     }
@@ -119,7 +121,8 @@ int runWorkbench(const Options& options, const QElapsedTimer& sinceStart) {
     // Messages wait for the event loop, so that they stand in front of a window that is there and running.
     QTimer::singleShot(0, &window, [&] {
         if (!headless) {
-            return runInteractive(window, plugin, problem);
+            runInteractive(window, plugin, problem);
+            return mustAsk ? window.desk().open(options.projectFolder) : window.desk().askForMissingFiles();
         }
         status = runHeadless(window, plugin, options, problem, sinceStart);
         QCoreApplication::exit(status);

@@ -1,8 +1,7 @@
 #include "workbench/inspection/account/CorrectionPicture.h"
 
 #include "detect/GdalErrors.h"
-
-#include <gdal_priv.h>
+#include "workbench/inspectiondata/project/ReferredFiles.h"
 
 #include <algorithm>
 #include <array>
@@ -39,7 +38,7 @@ std::optional<PictureWindow> windowOf(GDALDataset& raster, const QSize& bounds) 
 std::optional<CorrectionPicture> correctionPicture(const QString& file, const QSize& bounds, const QColor& up,
                                                    const QColor& down) {
     const detect::GdalErrors quiet;
-    const GDALDatasetUniquePtr raster(GDALDataset::Open(file.toUtf8().constData(), GDAL_OF_RASTER));
+    const GDALDatasetUniquePtr raster = openResultRaster(file);
     const auto window = raster ? windowOf(*raster, bounds) : std::nullopt;
     std::array<double, 2> range{};
     if (!window || raster->GetRasterBand(1)->ComputeRasterMinMax(FALSE, range.data()) != CE_None) {

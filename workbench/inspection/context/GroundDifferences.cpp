@@ -4,8 +4,6 @@
 #include "workbench/inspectiondata/database/ElevationDifference.h"
 #include "workbench/inspectiondata/database/StationTable.h"
 
-#include <QDir>
-
 namespace inspection {
 
 void GroundDifferences::forget() {
@@ -45,7 +43,7 @@ void GroundDifferences::read() {
             if (!result || result->dzRaster.isEmpty() || !srs) {
                 continue;
             }
-            const QString file = QDir(project.folder).filePath(result->dzRaster);
+            const QString file = project.resultFile(result->dzRaster);
             if (auto differences = KV_ElevationDifference::open(file.toStdString())) {
                 m_stations.push_back({srs, station.m_xMin, station.m_yMin, station.m_xMax, station.m_yMax,
                                       std::move(differences)});

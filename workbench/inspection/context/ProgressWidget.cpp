@@ -30,6 +30,7 @@ ProgressWidget::ProgressWidget(JobRunner& jobs, QWidget* parent)
     auto* row = new QHBoxLayout(this);
     row->setContentsMargins(6, 0, 6, 0);
     row->setSpacing(8);
+    m_text->setTextFormat(Qt::PlainText);
     row->addWidget(m_text);
     row->addWidget(m_bar, 1);
     row->addWidget(m_cancel);

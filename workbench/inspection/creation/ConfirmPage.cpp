@@ -2,6 +2,7 @@
 
 #include "workbench/inspection/creation/FileField.h"
 #include "workbench/style/FileChoice.h"
+#include "workbench/style/ToolTip.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -66,6 +67,7 @@ ConfirmPage::ConfirmPage(ProjectDraft& draft, QWidget* parent)
     m_folder->setObjectName("projectFolder");
     m_summary->setObjectName("planSummary");
     m_summary->setWordWrap(true);
+    m_summary->setTextFormat(Qt::PlainText);
     auto* form = new QFormLayout;
     form->addRow(tr("项目名称"), m_name);
     form->addRow(tr("项目文件夹"), m_folder);
@@ -167,7 +169,7 @@ void ConfirmPage::showObjects() {
     m_objects->clear();
     for (const SpecialObjectFile& file : m_draft.wish().objects) {
         auto* item = new QTreeWidgetItem(m_objects, {specialObjectTitle(file.type), file.path});
-        item->setToolTip(1, file.path);
+        item->setToolTip(1, plainToolTip(file.path));
     }
 }
 

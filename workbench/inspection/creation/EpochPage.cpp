@@ -3,6 +3,7 @@
 #include "workbench/inspection/creation/FileField.h"
 #include "workbench/inspection/creation/PlanPreview.h"
 #include "workbench/style/FileChoice.h"
+#include "workbench/style/ToolTip.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -152,8 +153,8 @@ void EpochPage::showRows() {
         item->setText(kDate, wish[i].date.isEmpty() ? tr("正在读取…") : wish[i].date);
         item->setText(kSurface, shortPath(wish[i].surface));
         item->setText(kPicture, shortPath(wish[i].picture));
-        item->setToolTip(kSurface, QDir::toNativeSeparators(wish[i].surface));
-        item->setToolTip(kPicture, QDir::toNativeSeparators(wish[i].picture));
+        item->setToolTip(kSurface, plainToolTip(QDir::toNativeSeparators(wish[i].surface)));
+        item->setToolTip(kPicture, plainToolTip(QDir::toNativeSeparators(wish[i].picture)));
         const auto row = std::find_if(read.begin(), read.end(), [&](const EpochRow& candidate) {
             return candidate.surface == wish[i].surface;
         });
@@ -166,7 +167,7 @@ void EpochPage::showRows() {
         if (!row->problem.isEmpty()) {
             item->setText(kDate, tr("无法使用"));
             item->setForeground(kDate, Qt::red);
-            item->setToolTip(kDate, row->problem);
+            item->setToolTip(kDate, plainToolTip(row->problem));
         }
     }
     const int last = m_rows->topLevelItemCount() - 1;

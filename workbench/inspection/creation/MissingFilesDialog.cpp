@@ -5,6 +5,7 @@
 #include "workbench/inspectiondata/database/StationTable.h"
 #include "workbench/style/FileChoice.h"
 #include "workbench/style/Theme.h"
+#include "workbench/style/ToolTip.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -110,7 +111,7 @@ void MissingFilesDialog::showFiles() {
     m_files->clear();
     for (const MissingFile& file : m_missing) {
         auto* item = new QTreeWidgetItem(m_files, {file.title(), QDir::toNativeSeparators(file.path)});
-        item->setToolTip(1, file.path);
+        item->setToolTip(1, plainToolTip(file.path));
     }
     m_files->setCurrentItem(m_files->topLevelItem(0));
 }

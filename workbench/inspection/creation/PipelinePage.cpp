@@ -59,6 +59,7 @@ void PipelinePage::build() {
     m_reference->setPlaceholderText(tr("仅用于没有坐标系的文件，如 EPSG:4547"));
     m_summary->setObjectName("pipelineSummary");
     m_summary->setWordWrap(true);
+    m_summary->setTextFormat(Qt::PlainText);
 
     auto* file = new QFormLayout;
     file->addRow(tr("中心线文件"), m_file);

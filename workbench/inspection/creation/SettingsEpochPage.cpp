@@ -2,6 +2,7 @@
 
 #include "workbench/inspection/creation/FileField.h"
 #include "workbench/inspectiondata/creation/HeightSystem.h"
+#include "workbench/style/ToolTip.h"
 
 #include <QComboBox>
 #include <QDir>
@@ -59,6 +60,7 @@ void SettingsEpochPage::build() {
     m_heights->setObjectName("epochHeights");
     m_heights->setToolTip(tr("各期不同且有换算格网时，换算到最早一期的系统"));
     m_notes->setWordWrap(true);
+    m_notes->setTextFormat(Qt::PlainText);
     auto* details = new QGroupBox(tr("选中的一期"));
     auto* form = new QFormLayout(details);
     form->addRow(tr("表面模型"), m_surface);
@@ -101,8 +103,8 @@ void SettingsEpochPage::showRows() {
         item->setText(kSurface, QFileInfo(epoch.surface).fileName());
         item->setText(kPicture, QFileInfo(epoch.picture).fileName());
         item->setText(kState, isGone ? tr("文件不存在") : tr("正常"));
-        item->setToolTip(kSurface, QDir::toNativeSeparators(epoch.surface));
-        item->setToolTip(kPicture, QDir::toNativeSeparators(epoch.picture));
+        item->setToolTip(kSurface, plainToolTip(QDir::toNativeSeparators(epoch.surface)));
+        item->setToolTip(kPicture, plainToolTip(QDir::toNativeSeparators(epoch.picture)));
         if (isGone) {
             item->setForeground(kState, Qt::red);
         }

@@ -34,6 +34,7 @@ StationPage::StationPage(ProjectDraft& draft, QWidget* parent)
     m_file->setPlaceholder(tr("已有站段范围（面）时填写，代替上面两项"));
     m_summary->setObjectName("stationSummary");
     m_summary->setWordWrap(true);
+    m_summary->setTextFormat(Qt::PlainText);
     setFocusProxy(m_length);
     auto* form = new QFormLayout;
     form->addRow(tr("站段长度"), m_length);

@@ -16,7 +16,6 @@
 #include "workbench/style/EmptyHint.h"
 
 #include <QButtonGroup>
-#include <QDir>
 #include <QHBoxLayout>
 #include <QStackedWidget>
 #include <QToolButton>
@@ -281,7 +280,7 @@ ComparisonSource ImageWindow::sourceOf(const KV_StationItem& item, const SdiffDa
     try {
         if (const auto result =
                 readStationResult(*m_session.connection(), item.GetStationId(), project.pair())) {
-            source.dzRaster = QDir(project.folder).filePath(result->dzRaster);
+            source.dzRaster = project.resultFile(result->dzRaster);
             source.shift = {result->dxMetres, result->dyMetres, result->dzMetres};
             source.isBent = result->summary && isBent(result->summary->report.coregistration);
         }

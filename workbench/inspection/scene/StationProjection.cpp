@@ -1,19 +1,13 @@
 #include "workbench/inspection/scene/StationProjection.h"
 
-#include <ogr_spatialref.h>
+#include "workbench/inspectiondata/project/Georeference.h"
 
 namespace inspection {
 
 StationProjection::StationProjection(const std::string& srs) {
-    OGRSpatialReference station;
-    OGRSpatialReference geographic;
-    if (srs.empty() || station.SetFromUserInput(srs.c_str()) != OGRERR_NONE ||
-        geographic.importFromEPSG(4326) != OGRERR_NONE) {
-        return;
+    if (const auto station = referenceOf(QString::fromStdString(srs))) {
+        m_transformation = transformationBetween(*station, wgs84());
     }
-    station.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
-    geographic.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
-    m_transformation.reset(OGRCreateCoordinateTransformation(&station, &geographic));
 }
 
 StationProjection::~StationProjection() = default;

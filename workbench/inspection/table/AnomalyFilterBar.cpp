@@ -1,6 +1,7 @@
 #include "workbench/inspection/table/AnomalyFilterBar.h"
 
 #include "workbench/inspectiondata/text/AnomalyTexts.h"
+#include "workbench/style/ToolTip.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -120,7 +121,7 @@ void AnomalyFilterBar::build() {
 
 void AnomalyFilterBar::setSummary(const QString& text) {
     m_summary->setText(text);
-    m_summary->setToolTip(text);
+    m_summary->setToolTip(plainToolTip(text));
 }
 
 void AnomalyFilterBar::setRows(const std::vector<AnomalyRow>& rows) {

@@ -2,6 +2,7 @@
 
 #include "host/Gbk.h"
 #include "workbench/inspection/table/AnomalyColumns.h"
+#include "workbench/style/ToolTip.h"
 
 #include <QGuiApplication>
 #include <QPalette>
@@ -115,6 +116,7 @@ QVariant AnomalyTableModel::data(const QModelIndex& index, int role) const {
     case Qt::DisplayRole:
         return anomalyColumn(index.column()).text(row(index.row()));
     case Qt::ToolTipRole:
+        return plainToolTip(fullText(index.row(), index.column()));
     case Qt::EditRole:
         return fullText(index.row(), index.column());
     case Qt::TextAlignmentRole:

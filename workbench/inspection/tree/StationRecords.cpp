@@ -5,8 +5,6 @@
 #include "workbench/inspectiondata/database/AnomalyTable.h"
 #include "workbench/inspectiondata/database/StationTable.h"
 
-#include <QDir>
-
 #include <algorithm>
 #include <utility>
 
@@ -103,9 +101,8 @@ std::vector<std::uint32_t> StationRecords::computed() const {
 
 QString StationRecords::differenceRaster(std::uint32_t stationId) const {
     const auto found = m_differences.find(stationId);
-    return found == m_differences.end()
-               ? QString()
-               : QDir(m_session.project()->description().folder).filePath(found->second);
+    return found == m_differences.end() ? QString()
+                                        : m_session.project()->description().resultFile(found->second);
 }
 
 } // namespace inspection

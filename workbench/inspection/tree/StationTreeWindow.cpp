@@ -15,7 +15,6 @@
 #include "workbench/inspectiondata/database/AnomalyTable.h"
 #include "workbench/inspectiondata/database/StationTable.h"
 
-#include <QDir>
 #include <QHBoxLayout>
 #include <QToolButton>
 #include <QVBoxLayout>

@@ -5,6 +5,7 @@
 #include "workbench/inspectiondata/database/ComparisonTable.h"
 #include "workbench/inspectiondata/database/Fields.h"
 #include "workbench/inspectiondata/database/Schema.h"
+#include "workbench/inspectiondata/project/ReferredFiles.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -136,7 +137,7 @@ using RasterMaker = std::function<Status(const KV_Station& station, const std::v
 /// The part's raster; empty where it has none.
 QString rasterOf(const ProjectDescription& project, const Part& part) {
     const QString name = textOf(part.row, "dz_raster");
-    return name.isEmpty() ? QString() : QDir(project.folder).absoluteFilePath(name);
+    return project.resultFile(name);
 }
 
 bool isAbsent(const ProjectDescription& project, const std::vector<const Part*>& parts) {
@@ -203,9 +204,9 @@ Result<ResultChange> planResults(const ProjectDescription& project, KV_MySQL& da
             QStringList sources;
             for (const Part* part : parts) {
                 const QString name = textOf(part->row, "dz_raster");
-                const QString file = QDir(project.folder).absoluteFilePath(name);
+                const QString file = project.resultFile(name);
                 // It may lie in the folder of another inspector, and be that of several stations.
-                if (!name.isEmpty() && QFileInfo::exists(file) && !sources.contains(file)) {
+                if (!sources.contains(file) && openResultRaster(file)) {
                     sources << file;
                 }
             }

@@ -5,10 +5,10 @@
 #include "workbench/inspectiondata/check/RowCheck.h"
 #include "workbench/inspectiondata/database/Schema.h"
 #include "workbench/inspectiondata/database/TableCopy.h"
+#include "workbench/inspectiondata/project/ReferredFiles.h"
 #include "workbench/inspectiondata/project/ServerAddress.h"
 
 #include <QDate>
-#include <QDir>
 #include <QFileInfo>
 
 #include <gdal_priv.h>
@@ -23,12 +23,13 @@ using mysqlhelper::KV_Record;
 namespace {
 
 /// Why the raster cannot be used; nothing when it can.
-std::optional<QString> rasterProblem(const QString& file) {
+template<class Open>
+std::optional<QString> rasterProblem(const QString& file, const Open& open) {
     if (!QFileInfo::exists(file)) {
         return QStringLiteral("文件不存在");
     }
     const detect::GdalErrors errors;
-    const GDALDatasetUniquePtr raster(GDALDataset::Open(file.toUtf8().constData(), GDAL_OF_RASTER));
+    const GDALDatasetUniquePtr raster = open(file);
     if (!raster || raster->GetRasterCount() < 1) {
         return QStringLiteral("无法作为栅格打开 %1").arg(QString::fromStdString(errors.first()));
     }
@@ -36,7 +37,10 @@ std::optional<QString> rasterProblem(const QString& file) {
 }
 
 void checkRaster(const QString& file, Findings& findings) {
-    if (const auto problem = rasterProblem(file)) {
+    const auto open = [](const QString& name) {
+        return GDALDatasetUniquePtr(GDALDataset::Open(name.toUtf8().constData(), GDAL_OF_RASTER));
+    };
+    if (const auto problem = rasterProblem(file, open)) {
         findings.push_back({file, QString(), *problem});
     }
 }
@@ -115,12 +119,15 @@ Findings checkResultRasters(const ProjectDescription& project, KV_MySQL& databas
             if (path.isEmpty()) {
                 continue;
             }
-            check.expect(QDir::isRelativePath(path), QStringLiteral("%1 不在项目文件夹内").arg(column));
-            const QString file = QDir(project.folder).absoluteFilePath(path);
+            const QString file = project.resultFile(path);
+            if (file.isEmpty()) {
+                check.expect(false, QStringLiteral("%1 不在项目文件夹内").arg(column));
+                continue;
+            }
             if (mayLieElsewhere && !QFileInfo::exists(file)) {
                 continue;
             }
-            const auto problem = rasterProblem(file);
+            const auto problem = rasterProblem(file, openResultRaster);
             check.expect(!problem, QStringLiteral("%1 %2 %3").arg(column, path, problem.value_or(QString())));
         }
         return true;

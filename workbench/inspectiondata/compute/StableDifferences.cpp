@@ -2,6 +2,7 @@
 
 #include "detect/GdalErrors.h"
 #include "detect/shape/PolygonGeometry.h"
+#include "workbench/inspectiondata/project/ReferredFiles.h"
 
 #include <gdal_alg.h>
 #include <gdal_priv.h>
@@ -112,7 +113,7 @@ std::optional<Histogram> stableDifferences(const QString& dzRaster,
                                            const std::vector<detect::Anomaly>& anomalies,
                                            const detect::Coregistration& coregistration) {
     const detect::GdalErrors quiet;
-    const GDALDatasetUniquePtr raster(GDALDataset::Open(dzRaster.toUtf8().constData(), GDAL_OF_RASTER));
+    const GDALDatasetUniquePtr raster = openResultRaster(dzRaster);
     Histogram histogram = emptyHistogram(
         std::max(kHalfWidthOfNmad * coregistration.nmadAfterMetres, kLeastHalfWidthMetres), kBins);
     const bool isCounted = raster && StableGround(*raster, anomalies).countInto(histogram);

@@ -5,6 +5,7 @@
 #include "workbench/inspectiondata/creation/ProjectRasters.h"
 #include "workbench/inspectiondata/database/PipelineDatabase.h"
 #include "workbench/inspectiondata/project/ProjectFile.h"
+#include "workbench/inspectiondata/project/TrustedPlaces.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -147,7 +148,10 @@ Result<CreatedProject> createProject(const QString& folder, const ProjectPlan& p
     if (auto done = making.takePlace(); !done) {
         return failed(done);
     }
-    auto project = Project::open(target);
+    if (const auto trusted = trustProject(target); !trusted) { // asked for when it is opened the next time
+        notes << trusted.error().userMessage;
+    }
+    auto project = Project::open(target, Project::Access::Exclusive, Project::Trust::Given);
     if (!project) {
         return failed(project);
     }

@@ -2,8 +2,6 @@
 
 #include "workbench/inspectiondata/database/StationTable.h"
 
-#include <QDir>
-
 #include <algorithm>
 
 namespace inspection {
@@ -32,7 +30,7 @@ void take(const ProjectDescription& project, const StationResult& result, const 
         account.stableDifferences = result.stableDifferences;
     }
     if (!result.correctionRaster.isEmpty()) {
-        account.correctionRaster = QDir(project.folder).absoluteFilePath(result.correctionRaster);
+        account.correctionRaster = project.resultFile(result.correctionRaster);
     }
 }
 

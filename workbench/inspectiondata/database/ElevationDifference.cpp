@@ -1,13 +1,12 @@
 #include "workbench/inspectiondata/database/ElevationDifference.h"
 
-#include <gdal_priv.h>
+#include "workbench/inspectiondata/project/ReferredFiles.h"
 
 #include <cmath>
 
 std::shared_ptr<const KV_ElevationDifference> KV_ElevationDifference::open(const std::string& file) {
     GDALAllRegister();
-    std::unique_ptr<GDALDataset> raster(
-        GDALDataset::Open(file.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY, nullptr, nullptr, nullptr));
+    std::unique_ptr<GDALDataset> raster(inspection::openResultRaster(QString::fromStdString(file)).release());
     if (!raster || raster->GetRasterCount() < 1) {
         return nullptr;
     }

@@ -75,6 +75,7 @@ SqliteDriver::SqliteDriver(const QString& file) : m_file(file), m_name(nextName(
     try {
         open();
         run(QStringLiteral("pragma foreign_keys=on"), {});
+        run(QStringLiteral("pragma trusted_schema=off"), {}); // of a file that somebody else may have made
         // Readers go on while results are stored; a database that cannot be written keeps the mode it has.
         query(QStringLiteral("pragma journal_mode=wal"), {});
         run(QStringLiteral("pragma synchronous=full"), {});

@@ -108,11 +108,12 @@ bool KV_StationItem::readdiffvz() {
     try {
         const auto result = inspection::readStationResult(*database, m_station.m_id, project->pair());
         auto& difference = m_diffData.m_elevationDifference;
-        if (!result || result->dzRaster.isEmpty()) {
+        const QString path = result ? project->resultFile(result->dzRaster) : QString();
+        if (path.isEmpty()) {
             difference.reset();
             return false;
         }
-        const std::string file = (project->folder + '/' + result->dzRaster).toStdString();
+        const std::string file = path.toStdString();
         if (!difference || difference->file() != file) {
             difference = KV_ElevationDifference::open(file);
         }

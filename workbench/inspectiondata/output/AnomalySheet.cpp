@@ -49,7 +49,7 @@ QImage differenceOverRelief(const InspectionData& data, const AnomalyFacts& fact
     painter.drawImage(0, 0, relief);
     painter.setOpacity(1.0);
     if (facts.findings->result && !facts.findings->result->dzRaster.isEmpty()) {
-        const QString file = data.project.folder + '/' + facts.findings->result->dzRaster;
+        const QString file = data.project.resultFile(facts.findings->result->dzRaster);
         if (const auto difference = differencePicture(file, window, ramp)) {
             painter.drawImage(0, 0, *difference);
         }

@@ -1,8 +1,7 @@
 #include "workbench/inspectiondata/pictures/ElevationLine.h"
 
 #include "detect/heights/SurfaceModel.h"
-
-#include <ogr_spatialref.h>
+#include "workbench/inspectiondata/project/Georeference.h"
 
 #include <algorithm>
 #include <array>
@@ -42,18 +41,17 @@ double elevationAt(detect::SurfaceModel& surface, const detect::Point& place) {
 std::unique_ptr<OGRCoordinateTransformation> transformation(const QString& srs, const detect::Grid& grid,
                                                             bool& known) {
     known = false;
-    OGRSpatialReference line;
-    if (grid.srs().IsEmpty() || line.SetFromUserInput(srs.toUtf8().constData()) != OGRERR_NONE) {
+    auto line = referenceOf(srs);
+    if (grid.srs().IsEmpty() || !line) {
         return nullptr;
     }
-    line.StripVertical();
-    line.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
+    line->StripVertical();
     const OGRSpatialReference& target = grid.srs();
-    if (line.IsSame(&target) != 0) {
+    if (line->IsSame(&target) != 0) {
         known = true;
         return nullptr;
     }
-    std::unique_ptr<OGRCoordinateTransformation> result(OGRCreateCoordinateTransformation(&line, &target));
+    std::unique_ptr<OGRCoordinateTransformation> result(OGRCreateCoordinateTransformation(&*line, &target));
     known = result != nullptr;
     return result;
 }

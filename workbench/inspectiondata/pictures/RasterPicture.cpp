@@ -1,6 +1,7 @@
 #include "workbench/inspectiondata/pictures/RasterPicture.h"
 
 #include "workbench/inspectiondata/pictures/RasterWindow.h"
+#include "workbench/inspectiondata/project/ReferredFiles.h"
 
 #include <algorithm>
 #include <cmath>
@@ -70,6 +71,9 @@ Result<QImage> reliefPicture(const QString& file, const PictureWindow& window) {
 
 Result<QImage> differencePicture(const QString& file, const PictureWindow& window,
                                  const DifferenceRamp& ramp) {
+    if (!openResultRaster(file)) {
+        return fileFailure(file, "not a raster of differences", "无法读取栅格");
+    }
     const auto read = readElevations(file, window);
     if (!read) {
         return failed(read);

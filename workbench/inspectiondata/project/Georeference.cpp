@@ -2,16 +2,36 @@
 
 #include "detect/GdalErrors.h"
 
+#include <QRegularExpression>
+
 #include <algorithm>
 #include <array>
+
 #include <cmath>
 
 namespace inspection {
 
+namespace {
+
+/// PROJ would open a grid, or a list of systems, that is named by a path.
+bool namesAFile(const QString& definition) {
+    static const QRegularExpression path(
+        QStringLiteral(R"((?:grids|init)\s*=[^ ]*/|PARAMETERFILE\s*\[[^\]]*/)"),
+        QRegularExpression::CaseInsensitiveOption);
+    return definition.contains(path);
+}
+
+/// Without these GDAL would read a definition out of any file or address that it gets.
+constexpr std::array kNothingButText{"ALLOW_FILE_ACCESS=NO", "ALLOW_NETWORK_ACCESS=NO",
+                                     static_cast<const char*>(nullptr)};
+
+} // namespace
+
 std::optional<OGRSpatialReference> referenceOf(const QString& definition) {
     const detect::GdalErrors errors;
     OGRSpatialReference reference;
-    if (definition.isEmpty() || reference.SetFromUserInput(definition.toUtf8().constData()) != OGRERR_NONE) {
+    if (definition.isEmpty() || namesAFile(definition) ||
+        reference.SetFromUserInput(definition.toUtf8().constData(), kNothingButText.data()) != OGRERR_NONE) {
         return std::nullopt;
     }
     reference.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);

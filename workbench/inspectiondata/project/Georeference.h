@@ -15,7 +15,8 @@ namespace inspection {
 
 using Transformation = std::unique_ptr<OGRCoordinateTransformation>;
 
-/// Of "EPSG:4549", WKT or anything else that GDAL understands; empty when it is not one.
+/// Of "EPSG:4549", WKT or any other definition that GDAL understands and that neither is nor names a file or an address;
+/// empty when it is not one.
 INSPECTIONDATA_API std::optional<OGRSpatialReference> referenceOf(const QString& definition);
 
 /// "EPSG:4549" where the system has a code, otherwise WKT.

@@ -3,6 +3,7 @@
 #include "host/Gbk.h"
 #include "host/inspection/KV_MySQL.h"
 #include "workbench/inspectiondata/project/ServerAddress.h"
+#include "workbench/inspectiondata/project/TrustedPlaces.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -16,10 +17,6 @@ using mysqlhelper::KV_MySQL;
 using mysqlhelper::KV_MySQL_Exception;
 
 namespace {
-
-QString pendingFile(const QString& folder) {
-    return projectFile(folder) + QStringLiteral(".next");
-}
 
 enum class Asking {
     Waiting, ///< for a transaction whose owner is gone but whose end the server has yet to see
@@ -55,7 +52,7 @@ bool isStored(const ProjectDescription& project, const DueRevision& due, Asking 
 
 /// Whether the file that lies beside project.json counts. Throws KV_MySQL_Exception.
 bool countsNow(const QString& folder, Asking asking) {
-    const QString file = pendingFile(folder);
+    const QString file = pendingProjectFile(folder);
     const auto due = readDueRevision(file);
     if (!due || !due->has_value()) {
         return false;
@@ -66,12 +63,19 @@ bool countsNow(const QString& folder, Asking asking) {
 
 } // namespace
 
+QString pendingProjectFile(const QString& folder) {
+    return projectFile(folder) + QStringLiteral(".next");
+}
+
 Status writePendingProjectFile(const ProjectDescription& project, const DueRevision& due) {
-    return writeProjectFile(project, pendingFile(project.folder), due);
+    if (const auto before = readProjectFile(project.folder)) {
+        trustNewlyNamed(*before, project);
+    }
+    return writeProjectFile(project, pendingProjectFile(project.folder), due);
 }
 
 Status takePendingProjectFile(const QString& folder) {
-    if (std::rename(QFile::encodeName(pendingFile(folder)).constData(),
+    if (std::rename(QFile::encodeName(pendingProjectFile(folder)).constData(),
                     QFile::encodeName(projectFile(folder)).constData()) != 0) {
         return fileFailure(projectFile(folder), "cannot be replaced", "无法替换");
     }
@@ -79,17 +83,17 @@ Status takePendingProjectFile(const QString& folder) {
 }
 
 void dropPendingProjectFile(const QString& folder) {
-    const auto pending = readProjectFile(folder, pendingFile(folder));
+    const auto pending = readProjectFile(folder, pendingProjectFile(folder));
     const auto counting = readProjectFile(folder);
     if (pending && counting && pending->centerline != counting->centerline &&
         QFileInfo(pending->centerline).absolutePath() == counting->folder) {
         QFile::remove(pending->centerline);
     }
-    QFile::remove(pendingFile(folder));
+    QFile::remove(pendingProjectFile(folder));
 }
 
 Status settleProjectFile(const QString& folder) {
-    const QString file = pendingFile(folder);
+    const QString file = pendingProjectFile(folder);
     if (!QFileInfo::exists(file)) {
         return {};
     }
@@ -107,10 +111,10 @@ Status settleProjectFile(const QString& folder) {
 }
 
 Result<ProjectDescription> readCountingProjectFile(const QString& folder) {
-    if (QFileInfo::exists(pendingFile(folder))) {
+    if (QFileInfo::exists(pendingProjectFile(folder))) {
         try {
             if (countsNow(folder, Asking::Looking)) {
-                return readProjectFile(folder, pendingFile(folder));
+                return readProjectFile(folder, pendingProjectFile(folder));
             }
         } catch (const KV_MySQL_Exception&) {
             return readProjectFile(folder);

@@ -11,6 +11,8 @@ namespace inspection {
 /// The subject of that note.
 constexpr auto kRelayoutSubject = "station";
 
+/// Path of the file.
+QString pendingProjectFile(const QString& folder);
 /// Writes it. On failure there is none.
 Status writePendingProjectFile(const ProjectDescription& project, const DueRevision& due);
 /// Puts it in the place of project.json, at once.

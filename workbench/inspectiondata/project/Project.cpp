@@ -5,6 +5,7 @@
 #include "workbench/inspectiondata/project/OwnerLock.h"
 #include "workbench/inspectiondata/project/PendingProjectFile.h"
 #include "workbench/inspectiondata/project/ProjectFile.h"
+#include "workbench/inspectiondata/project/TrustedPlaces.h"
 
 #include <QDir>
 #include <QFile>
@@ -54,9 +55,14 @@ Project::Project(Project&&) noexcept = default;
 Project& Project::operator=(Project&&) noexcept = default;
 Project::~Project() = default;
 
-Result<Project> Project::open(const QString& folder, Access access) {
+Result<Project> Project::open(const QString& folder, Access access, Trust trust) {
     if (!QFileInfo(folder).isDir()) {
         return fileFailure(folder, "no such folder", "文件夹不存在");
+    }
+    if (trust == Trust::Needed) {
+        if (auto done = needTrust(folder); !done) {
+            return failed(done);
+        }
     }
     auto description = readCountingProjectFile(folder);
     if (!description) {
@@ -137,6 +143,7 @@ Status Project::store(ProjectDescription changed) {
     if (auto done = writeProjectFile(changed); !done) {
         return failed(done);
     }
+    trustNewlyNamed(m_description, changed);
     m_description = std::move(changed);
     return {};
 }

@@ -26,12 +26,18 @@ public:
         ReadOnly   ///< nothing is written into the folder and no lock is taken
     };
 
+    enum class Trust {
+        Needed, ///< the user has agreed to all places that the project leads to (TrustedPlaces.h)
+        Given   ///< he has just named them all himself
+    };
+
     static constexpr int kVersion = 1; ///< of project.json
 
-    /// Fails for a missing or broken project.json, one of a newer version, a project that another process has
-    /// open, and a folder that cannot be written (exclusive access only). The rasters are not opened. A change of
+    /// Fails for a missing or broken project.json, one of a newer version, a project that is not trusted, one that
+    /// another process has open, and a folder that cannot be written (exclusive access only). The rasters are not opened. A change of
     /// line and stations that was interrupted is settled before (PendingProjectFile.h).
-    static Result<Project> open(const QString& folder, Access access = Access::Exclusive);
+    static Result<Project> open(const QString& folder, Access access = Access::Exclusive,
+                                Trust trust = Trust::Needed);
 
     Project(Project&&) noexcept;
     Project& operator=(Project&&) noexcept;

@@ -103,6 +103,13 @@ QString ProjectDescription::stationFolder(std::uint32_t stationId) const {
     return QStringLiteral("%1/stations/%2").arg(outputFolder()).arg(stationId);
 }
 
+QString ProjectDescription::resultFile(const QString& stored) const {
+    const QString path = QDir::cleanPath(stored);
+    const bool leaves =
+        QDir::isAbsolutePath(path) || path == QLatin1String("..") || path.startsWith(QLatin1String("../"));
+    return stored.isEmpty() || leaves ? QString() : folder + '/' + path;
+}
+
 QString coregistrationName(detect::CoregistrationMethod method) {
     return QString::fromLatin1(detect::methodName(method));
 }

@@ -90,6 +90,9 @@ struct INSPECTIONDATA_API ProjectDescription {
     QString outputFolder() const;
     /// Where the results of a station lie; it need not exist.
     QString stationFolder(std::uint32_t stationId) const;
+    /// The file that a row of the database names by its path within the folder; empty for none, and for one that
+    /// leaves the folder, which no row of ours does.
+    QString resultFile(const QString& stored) const;
 
 private:
     /// Places of the compared epochs in the list.
