@@ -218,6 +218,8 @@ TEST(PiecesTest, ReachNothingOfTheProject) {
     EXPECT_EQ(filesIn(opened.project.description().folder), files);
     EXPECT_EQ(readRevision(opened.sql()), revision);
     EXPECT_EQ(filesIn(folder).filter("inspection.db"), QStringList{"inspection.db"});
+    EXPECT_EQ(bytesOf(folder + "/inspection.db").at(19), 1)
+        << "without a log, so that its readers make no files";
 }
 
 TEST(PiecesTest, StationsThatNoPieceHasKeepTheirResultsAndAreNamed) {

@@ -16,8 +16,8 @@ namespace inspection {
 
 namespace {
 
-constexpr int kWindowsAcross = 8;
-constexpr int kCellsAcross = 64;
+constexpr int kTilesAcross = 8;
+constexpr int kMostCells = 1 << 12; ///< of a tile
 
 template<class T>
 void add(QCryptographicHash& hash, const T* figures, std::size_t count) {
@@ -32,19 +32,28 @@ void addGrid(QCryptographicHash& hash, GDALDataset& raster) {
     add(hash, size.data(), size.size());
 }
 
-/// Windows spread over the raster: a small share of its tiles, however large it is.
+/// The first cell of one of the tiles that are spread evenly from the first to the last one.
+int tileAt(int index, int cells, int tileCells) {
+    const int tiles = (cells - 1) / tileCells;
+    return tiles * index / (kTilesAcross - 1) * tileCells;
+}
+
+/// Beginnings of tiles, so that few are decoded, however large the raster is.
 bool addCells(QCryptographicHash& hash, GDALDataset& raster) {
-    const int columns = std::min(kCellsAcross, raster.GetRasterXSize());
-    const int rows = std::min(kCellsAcross, raster.GetRasterYSize());
-    std::vector<double> cells(std::size_t(columns) * std::size_t(rows));
-    for (int window = 0; window < kWindowsAcross * kWindowsAcross; ++window) {
-        const auto place = [](int index, int all, int size) {
-            return static_cast<int>(std::int64_t{all - size} * index / (kWindowsAcross - 1));
-        };
-        const int column = place(window % kWindowsAcross, raster.GetRasterXSize(), columns);
-        const int row = place(window / kWindowsAcross, raster.GetRasterYSize(), rows);
-        if (raster.GetRasterBand(1)->RasterIO(GF_Read, column, row, columns, rows, cells.data(), columns,
-                                              rows, GDT_Float64, 0, 0, nullptr) != CE_None) {
+    GDALRasterBand* band = raster.GetRasterBand(1);
+    int tileColumns = 0;
+    int tileRows = 0;
+    band->GetBlockSize(&tileColumns, &tileRows);
+    std::vector<double> cells;
+    for (int index = 0; index < kTilesAcross * kTilesAcross; ++index) {
+        const int column = tileAt(index % kTilesAcross, raster.GetRasterXSize(), tileColumns);
+        const int row = tileAt(index / kTilesAcross, raster.GetRasterYSize(), tileRows);
+        const int columns = std::min({tileColumns, raster.GetRasterXSize() - column, kMostCells});
+        const int rows =
+            std::min({tileRows, raster.GetRasterYSize() - row, std::max(1, kMostCells / columns)});
+        cells.assign(std::size_t(columns) * std::size_t(rows), 0.0);
+        if (band->RasterIO(GF_Read, column, row, columns, rows, cells.data(), columns, rows, GDT_Float64, 0,
+                           0, nullptr) != CE_None) {
             return false;
         }
         add(hash, cells.data(), cells.size());
