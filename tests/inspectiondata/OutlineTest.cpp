@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <ogr_geometry.h>
+
 namespace {
 
 using namespace inspection;

@@ -157,11 +157,11 @@ Result<QJsonObject> jsonOf(const QByteArray& text, const QString& file) {
     if (!document.isObject()) {
         return broken(file, "not JSON: " + error.errorString(), "不是有效的 JSON 文件");
     }
-    const QJsonObject json = document.object();
-    if (json["format"].toString() != QLatin1String(kFormat)) {
+    QJsonObject json = document.object();
+    if (json.value(QLatin1String("format")).toString() != QLatin1String(kFormat)) {
         return broken(file, "not a corridor project", "不是巡检项目文件");
     }
-    const double version = json["version"].toDouble(0.0);
+    const double version = json.value(QLatin1String("version")).toDouble(0.0);
     if (version > Project::kVersion) {
         return broken(file,
                       QStringLiteral("project version %1 is newer than this program, which knows version %2")
