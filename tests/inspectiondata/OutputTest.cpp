@@ -140,6 +140,22 @@ TEST_F(OutputTest, AReportIsAlsoTextOrHtml) {
     EXPECT_TRUE(read(odt).startsWith("PK"));
 }
 
+TEST_F(OutputTest, WhatLooksLikeMarkUpIsWrittenAsItIs) {
+    m_opened.sql().execute("update anomaly set attribute=?",
+                           {toGbk("<b>甲</b><img src='file:///etc/hostname'>")});
+    m_data = valueOf(readInspectionData(m_opened.project.description(), m_opened.sql()));
+    m_data.project.name = "<u>线</u>";
+    const QString html = m_opened.files.beside("report.html");
+    ASSERT_TRUE(writeReport({m_data, {}}, html).has_value());
+    const QString text = QString::fromUtf8(read(html));
+    EXPECT_TRUE(text.contains("&lt;b&gt;甲&lt;/b&gt;&lt;img src='file:///etc/hostname'&gt;"));
+    EXPECT_TRUE(text.contains("&lt;u&gt;线&lt;/u&gt;"));
+    EXPECT_FALSE(text.contains("<img src='file"));
+    const QString pdf = m_opened.files.beside("report.pdf");
+    ASSERT_TRUE(writeReport({m_data, {}}, pdf).has_value());
+    EXPECT_TRUE(run("pdftotext", {pdf, "-"}).contains("<b>甲</b>"));
+}
+
 TEST_F(OutputTest, AReportOfNothingFoundSaysSo) {
     m_opened.sql().execute("delete from anomaly");
     m_data = valueOf(readInspectionData(m_opened.project.description(), m_opened.sql()));

@@ -35,6 +35,13 @@ TEST(TableSheetTest, TheClipboardGetsTabsTitlesAndNoFormula) {
                                                    "'@x\t\t'+1\n");
 }
 
+TEST(TableSheetTest, WideSignsBeginAFormulaToo) {
+    for (const char* words : {"＝1", "＋1", "－1", "＠1"}) {
+        const TableSheet one{{"属性"}, {{QString(words)}}};
+        EXPECT_EQ(tabSeparated(one).toStdString(), "属性\n'" + std::string(words) + '\n');
+    }
+}
+
 TEST(TableSheetTest, CsvHasAByteOrderMarkQuotesAndNoFormula) {
     const QTemporaryDir folder;
     const QString path = folder.filePath("表.csv");

@@ -28,7 +28,7 @@ QString asText(const TableSheet::Cell& cell) {
     if (!words) {
         return {};
     }
-    const bool isFormula = !words->isEmpty() && QStringLiteral("=+-@\t\r\n").contains(words->front());
+    const bool isFormula = !words->isEmpty() && QStringLiteral("=+-@＝＋－＠\t\r\n").contains(words->front());
     return isFormula ? '\'' + *words : *words;
 }
 

@@ -12,7 +12,7 @@
 namespace inspection {
 
 /// What a table shows, as other programs take it: figures stay figures, to the millimetre. A text that such a program
-/// would take for a formula, because it begins with = + - @, a tab or a line break, has an apostrophe put before it where it
+/// would take for a formula, because it begins with = + - @, narrow or as wide as a letter here, a tab or a line break, has an apostrophe put before it where it
 /// travels as plain text.
 struct TableSheet {
     /// Nothing, words, or a figure.

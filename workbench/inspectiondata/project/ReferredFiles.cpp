@@ -7,6 +7,7 @@
 #include <QFileInfo>
 #include <QSet>
 
+#include <cpl_conv.h>
 #include <cpl_minixml.h>
 
 #include <algorithm>
@@ -186,33 +187,19 @@ bool hasImagineBeside(const QString& file) {
            QFileInfo::exists(info.path() + '/' + info.completeBaseName() + ".aux");
 }
 
-} // namespace
-
-bool isNoPath(const QString& name) {
-    const qsizetype colon = name.indexOf(':');
-    const qsizetype slash = name.indexOf('/');
-    return name.startsWith('<') || name.startsWith("/vsi") || (colon >= 0 && (slash < 0 || colon < slash));
-}
-
-Referred referredBy(const QString& file) {
-    GDALAllRegister();
-    const detect::GdalErrors quiet; // whoever opens the file says what is wrong with it
+Referred referredByRaster(const QString& file, GDALDriverH driver) {
     Referred referred;
-    const QByteArray name = file.toUtf8();
-    GDALDriverH raster = GDALIdentifyDriverEx(name, GDAL_OF_RASTER, nullptr, nullptr);
-    GDALDriverH vector = GDALIdentifyDriverEx(name, GDAL_OF_VECTOR, nullptr, nullptr);
     for (const char* ending : kBeside) {
         if (QFileInfo::exists(file + ending)) {
             referred.files << file + ending;
         }
     }
-    if (raster && EQUAL(GDALGetDriverShortName(raster), "VRT")) {
+    if (EQUAL(GDALGetDriverShortName(driver), "VRT")) {
         VirtualRaster(file, referred).read();
         return referred;
     }
-    bool isUnclear = (vector && !isOneOf(kContainedVectors, vector)) ||
-                     (raster && (!isOneOf(kContainedRasters, raster) || hasImagineBeside(file)));
-    if (raster && !isUnclear) {
+    bool isUnclear = !isOneOf(kContainedRasters, driver) || hasImagineBeside(file);
+    if (!isUnclear) {
         const GDALDatasetUniquePtr opened = openContained(file);
         isUnclear = opened && hasFarOverviews(*opened);
     }
@@ -222,8 +209,32 @@ Referred referredBy(const QString& file) {
     return referred;
 }
 
+} // namespace
+
+bool isNoPath(const QString& name) {
+    const qsizetype colon = name.indexOf(':');
+    const qsizetype slash = name.indexOf('/');
+    return name.startsWith('<') || name.startsWith("/vsi") || (colon >= 0 && (slash < 0 || colon < slash));
+}
+
+Referred referredBy(const QString& file, OpenedAs kind) {
+    const detect::GdalErrors quiet; // whoever opens the file says what is wrong with it
+    // For each of a survey's thousands of tiles the whole folder would be listed.
+    const CPLConfigOptionSetter withoutListing("GDAL_DISABLE_READDIR_ON_OPEN", "TRUE", false);
+    const unsigned flags = kind == OpenedAs::Raster ? GDAL_OF_RASTER : GDAL_OF_VECTOR;
+    GDALDriverH driver = GDALIdentifyDriverEx(file.toUtf8(), flags, nullptr, nullptr);
+    if (!driver) {
+        return {};
+    }
+    if (kind == OpenedAs::Raster) {
+        return referredByRaster(file, driver);
+    }
+    return isOneOf(kContainedVectors, driver) ? Referred() : Referred{{}, {file}};
+}
+
 GDALDatasetUniquePtr openResultRaster(const QString& file) {
     constexpr const char* kDrivers[] = {"GTiff", nullptr};
+    GDALAllRegister();
     GDALDatasetUniquePtr raster(
         GDALDataset::Open(file.toUtf8().constData(), GDAL_OF_RASTER | GDAL_OF_READONLY, kDrivers));
     const auto isGeoTiff = [&kDrivers](const QString& beside) {

@@ -16,10 +16,12 @@ struct Referred {
     QStringList unclear; ///< names, or the file itself, of which only opening tells where they lead
 };
 
+enum class OpenedAs { Raster, Vector };
+
 /// The files that GDAL opens with this one: sources of a virtual raster, reduced pictures and masks beside it. Formats that
 /// hold all in themselves lead nowhere; any format that is not known to be one of them is unclear. Nothing for a file
-/// that is not there or that GDAL does not know. Any thread.
-Referred referredBy(const QString& file);
+/// that is not there or that GDAL, whose drivers must be registered, does not know. Any thread.
+Referred referredBy(const QString& file, OpenedAs kind);
 
 /// Whether GDAL takes the name for something else than the path of a file.
 bool isNoPath(const QString& name);

@@ -14,6 +14,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <map>
 
 namespace inspection {
 
@@ -38,7 +39,8 @@ QSet<QString> trustedKeys(const QString& folder) {
 
 /// What a project names by itself.
 struct Named {
-    QStringList files;
+    QStringList rasters;
+    QStringList vectors;
     QStringList databases;
     QStringList layers;
 };
@@ -46,9 +48,9 @@ struct Named {
 Named namedBy(const ProjectDescription& project) {
     Named named;
     for (const Epoch& epoch : project.epochs) {
-        named.files << epoch.dsm << epoch.dom;
+        named.rasters << epoch.dsm << epoch.dom;
     }
-    named.files << project.centerline << project.folder + QStringLiteral("/special.gpkg");
+    named.vectors << project.centerline << project.folder + QStringLiteral("/special.gpkg");
     named.databases << project.databaseUrl();
     for (const BaseLayer& layer : project.baseLayers) {
         named.layers << layer.source;
@@ -80,11 +82,16 @@ QString hostOf(const ServerAddress& address) {
 class PlaceFinder {
 public:
     PlaceFinder(const QString& folder, QSet<QString> trusted)
-        : m_folder(trueName(folder)), m_trusted(std::move(trusted)) {}
+        : m_folder(trueName(folder)), m_trusted(std::move(trusted)) {
+        GDALAllRegister();
+    }
 
     void lookAt(const Named& named) {
-        for (const QString& file : named.files) {
-            lookAtFile(file);
+        for (const QString& file : named.rasters) {
+            lookAtFile(file, OpenedAs::Raster);
+        }
+        for (const QString& file : named.vectors) {
+            lookAtFile(file, OpenedAs::Vector);
         }
         for (const QString& database : named.databases) {
             lookAtDatabase(database);
@@ -111,7 +118,7 @@ private:
         return QFileInfo(name).isDir() ? name : QFileInfo(name).absolutePath();
     }
 
-    void lookAtFile(const QString& file) {
+    void lookAtFile(const QString& file, OpenedAs kind) {
         if (file.isEmpty()) {
             return;
         }
@@ -120,18 +127,19 @@ private:
             return;
         }
         const QString name = trueName(file);
-        if (m_seen.contains(name)) {
+        QSet<QString>& seen = m_seen[kind];
+        if (seen.contains(name)) {
             return;
         }
-        m_seen.insert(name);
+        seen.insert(name);
         if (isWithin(name) || (add(ForeignPlace::Use::Read, folderOf(name)) && isMarkup(name))) {
-            follow(name);
+            follow(name, kind);
         }
     }
-    void follow(const QString& name) {
-        const Referred referred = referredBy(name);
+    void follow(const QString& name, OpenedAs kind) {
+        const Referred referred = referredBy(name, kind);
         for (const QString& file : referred.files) {
-            lookAtFile(file);
+            lookAtFile(file, OpenedAs::Raster);
         }
         for (const QString& unclear : referred.unclear) {
             add(ForeignPlace::Use::Unclear, unclear);
@@ -161,7 +169,7 @@ private:
         } else if (source.contains(QStringLiteral("/.."))) { // behind a place for a tile's number
             add(ForeignPlace::Use::Unclear, source);
         } else {
-            lookAtFile(path);
+            lookAtFile(path, OpenedAs::Raster);
         }
     }
     void lookAtLink(const QString& link) {
@@ -185,7 +193,7 @@ private:
 
     QString m_folder;
     QSet<QString> m_trusted;
-    QSet<QString> m_seen;
+    std::map<OpenedAs, QSet<QString>> m_seen;
     QSet<QString> m_found;
     ForeignPlaces m_untrusted;
 };
@@ -242,8 +250,8 @@ Result<ForeignPlaces> trustProject(const QString& folder) {
 void trustNewlyNamed(const ProjectDescription& before, const ProjectDescription& now) {
     const Named earlier = namedBy(before);
     Named named = namedBy(now);
-    named = {without(named.files, earlier.files), without(named.databases, earlier.databases),
-             without(named.layers, earlier.layers)};
+    named = {without(named.rasters, earlier.rasters), without(named.vectors, earlier.vectors),
+             without(named.databases, earlier.databases), without(named.layers, earlier.layers)};
     // Where that cannot be stored the next opening asks.
     (void)agreeToAll(now.folder, [&] {
         PlaceFinder finder(now.folder, trustedKeys(now.folder));
