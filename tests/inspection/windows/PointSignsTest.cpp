@@ -11,6 +11,8 @@
 
 #include <QTest>
 
+#include <map>
+
 namespace {
 
 using inspection::PointKind;
@@ -69,6 +71,9 @@ protected:
         const osg::Vec3d& at = point.GetCoor();
         osg::ref_ptr<osg::Image> icon = new osg::Image;
         icon->allocateImage(32, 32, 1, GL_RGBA, GL_UNSIGNED_BYTE);
+        for (unsigned pixel = 0; pixel < 1024; ++pixel) {
+            icon->setColor(osg::Vec4(0.1F, 0.4F, 0.9F, 1.0F), pixel % 32, pixel / 32);
+        }
         osg::ref_ptr<PlaceNode> marker =
             new PlaceNode(osgEarth::GeoPoint(m_globe->getMapNode()->getMapSRS(), at.x(), at.y(), at.z()),
                           gbkToUtf8(point.GetName()), {}, icon);
@@ -93,14 +98,20 @@ protected:
     }
 };
 
-TEST_F(PointSignsTest, AToolsMarkerGetsTheSignOfItsKindOnceTheToolIsDone) {
-    const auto valve = addByTool(point("一号", "阀室"));
-    const auto second = addByTool(point("二号阀室", ""));
-    const auto school = addByTool(point("三号", "学校"));
-    const osg::Image* const drawnByTool = school->getIconImage();
-    EXPECT_TRUE(waitUntil([&] { return school->getIconImage() != drawnByTool; }));
-    EXPECT_EQ(valve->getIconImage(), second->getIconImage());
-    EXPECT_NE(valve->getIconImage(), school->getIconImage());
+TEST_F(PointSignsTest, StoredPointsHaveTheSignsOfTheirKinds) {
+    for (const Special_Point& each : {point("一号", "阀室"), point("二号阀室", ""), point("三号", "学校")}) {
+        EXPECT_TRUE(context().GetStationWindow()->AddPointNode(each));
+    }
+    context().closeProject();
+    ASSERT_FALSE(context().openProject(m_project).has_value());
+    std::map<std::string, const osg::Image*> signs;
+    for (const auto& [group, record] : scene().getPipePoints()) {
+        signs[record.GetName()] = dynamic_cast<const PlaceNode&>(*group->getChild(0)).getIconImage();
+    }
+    const auto signOf = [&](const char* name) { return signs[toGbk(QString(name))]; };
+    ASSERT_NE(signOf("一号"), nullptr);
+    EXPECT_EQ(signOf("一号"), signOf("二号阀室"));
+    EXPECT_NE(signOf("一号"), signOf("三号"));
 }
 
 TEST_F(PointSignsTest, AChosenPinIsYellow) {

@@ -99,10 +99,6 @@ void InspectionContext::connectWindows() {
     connect(&history, &inspection::ProjectHistory::rowsChanged, m_stations, &StationTreeWindow::applyRows);
     connect(&history, &inspection::ProjectHistory::rowsChanged, m_anomalies, &AnomalyTableWindow::applyRows);
     connect(&history, &inspection::ProjectHistory::edited, this, &InspectionContext::edited);
-    // When the tool that made the edit has drawn what it draws.
-    connect(
-        &history, &inspection::ProjectHistory::edited, this, [this] { m_objectNodes->giveSigns(); },
-        Qt::QueuedConnection);
     connect(&history, &inspection::ProjectHistory::rowsChanged, this,
             [this](const inspection::RowChanges& /*changes*/, inspection::Showing showing) {
                 if (showing == inspection::Showing::Followed) {

@@ -117,9 +117,4 @@ osg::Image* PointSigns::signOf(const Special_Point& point) {
     return sign->second.get();
 }
 
-bool PointSigns::isSign(const osg::Image* image) const {
-    return std::any_of(m_signs.begin(), m_signs.end(),
-                       [image](const auto& sign) { return sign.second.get() == image; });
-}
-
 } // namespace inspection

@@ -25,7 +25,6 @@ class PointSigns {
 public:
     /// Of kind Other the tools' own marker, null where it cannot be read.
     osg::Image* signOf(const Special_Point& point);
-    bool isSign(const osg::Image* image) const;
 
 private:
     std::map<PointKind, osg::ref_ptr<osg::Image>> m_signs;

@@ -16,8 +16,6 @@
 #include <osgEarthSymbology/PolygonSymbol>
 #include <osgEarthSymbology/TextSymbol>
 
-#include <algorithm>
-
 namespace inspection {
 
 namespace {
@@ -231,34 +229,6 @@ void SpecialObjectNodes::highlight(const std::string& name) {
         });
     }
     redrawGlobe();
-}
-
-void SpecialObjectNodes::giveSigns() {
-    for (const auto& [group, point] : m_scene.getPipePoints()) {
-        forEachLabel(*group, [this, sign = m_signs.signOf(point)](PlaceNode& label) {
-            if (sign) {
-                giveSign(label, *sign);
-            }
-        });
-    }
-    redrawGlobe();
-}
-
-void SpecialObjectNodes::giveSign(PlaceNode& label, osg::Image& sign) {
-    const auto highlight = std::find_if(m_highlighted.begin(), m_highlighted.end(),
-                                        [&](const Highlight& each) { return each.label == &label; });
-    const bool isHighlighted = highlight != m_highlighted.end();
-    if (m_signs.isSign(isHighlighted ? highlight->icon.get() : label.getIconImage())) {
-        return;
-    }
-    if (isHighlighted) {
-        highlight->icon = &sign;
-        highlight->style = labelStyle(kHalo);
-        label.setIconImage(chosenSign(sign).get());
-    } else {
-        label.setStyle(labelStyle(kHalo));
-        label.setIconImage(&sign);
-    }
 }
 
 void SpecialObjectNodes::rename(const std::string& oldName, const std::string& newName) {

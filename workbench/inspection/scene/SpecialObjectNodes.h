@@ -30,8 +30,6 @@ public:
     /// Shows pins and labels of the groups of that name, and no others, as chosen: yellow. What a region looks like
     /// otherwise stays as it is, so that its colours can be judged.
     void highlight(const std::string& name);
-    /// Gives points that a tool has drawn the signs of their kinds. Not while a tool works on them.
-    void giveSigns();
     /// Gives the groups of that name another one, in their records and on their labels.
     void rename(const std::string& oldName, const std::string& newName);
     /// Shows the object of that name as another record has it, in the same group. Without one it is added.
@@ -50,7 +48,6 @@ private:
         osgEarth::Symbology::Style style;
     };
 
-    void giveSign(osgEarth::Annotation::PlaceNode& label, osg::Image& sign);
     template<typename Record>
     void replaceWith(const std::string& oldName, const Record& record);
     /// Every group with that name.
