@@ -156,6 +156,7 @@ TEST_F(DeletedObjectsTest, AComputationOfOthersIsToldOnceAndWithTheAnomalysName)
     const std::int64_t id = shown(0).id;
     const QString theirs = m_folder.filePath("theirs");
     copyFolder(m_project, theirs);
+    ASSERT_TRUE(inspection::trustProject(theirs));
     QFile::remove(theirs + "/.corridor.lock");
     inspection::ComputationRequest request;
     request.project =

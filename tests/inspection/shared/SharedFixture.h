@@ -12,6 +12,7 @@
 #include "workbench/inspectiondata/database/Schema.h"
 #include "workbench/inspectiondata/database/SpecialObjectImport.h"
 #include "workbench/inspectiondata/history/ProjectHistory.h"
+#include "workbench/inspectiondata/project/TrustedPlaces.h"
 
 #include <QApplication>
 #include <QLabel>

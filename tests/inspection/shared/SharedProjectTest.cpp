@@ -136,6 +136,7 @@ TEST_F(SharedProjectTest, AComputationOfOthersIsShownAndTheirFilesAreNotMissed) 
     const std::int64_t id = shown(0).id;
     const QString theirs = m_folder.filePath("theirs");
     copyFolder(m_project, theirs);
+    ASSERT_TRUE(inspection::trustProject(theirs));
     QFile::remove(theirs + "/.corridor.lock");
     inspection::ComputationRequest request;
     request.project =
@@ -154,6 +155,7 @@ TEST_F(SharedProjectTest, StationsThatOthersLayOutAreShownAndOwnEditsCanBeUndone
     const int before = tree().topLevelItem(0)->childCount();
     const QString theirs = m_folder.filePath("theirs");
     copyFolder(m_project, theirs);
+    ASSERT_TRUE(inspection::trustProject(theirs));
     QFile::remove(theirs + "/.corridor.lock");
     auto project = inspection::Project::open(theirs).value();
     inspection::AmendmentWish wish;
