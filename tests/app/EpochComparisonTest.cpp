@@ -125,6 +125,14 @@ TEST_F(EpochComparisonTest, TheLineBetweenTheEpochsIsDraggedAndMovedByKey) {
     EXPECT_EQ(picture(), m_newer);
 }
 
+TEST_F(EpochComparisonTest, IsNotInThePictureOfAReport) {
+    choose(Comparison::Swipe);
+    const QImage swiped = picture();
+    ASSERT_NE(swiped, m_newer);
+    EXPECT_EQ(m_window.findChild<EpochComparison*>()->pictureWithout(), m_newer);
+    EXPECT_EQ(picture(), swiped);
+}
+
 TEST_F(EpochComparisonTest, FollowsTheShownEpoch) {
     choose(Comparison::Swipe);
     m_window.showEpoch("2024-05-18");

@@ -10,6 +10,8 @@
 #include <QJsonObject>
 #include <QLockFile>
 
+#include <gdal_priv.h>
+#include <ogrsf_frmts.h>
 #include <unistd.h>
 
 namespace {
@@ -22,6 +24,16 @@ QJsonObject info(const QString& path) {
 
 QStringList filesIn(const QString& folder) {
     return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+}
+
+int rowsOf(const QString& vectorFile) {
+    const GDALDatasetUniquePtr file(GDALDataset::Open(vectorFile.toUtf8().constData(), GDAL_OF_VECTOR));
+    return file ? static_cast<int>(file->GetLayer(0)->GetFeatureCount()) : -1;
+}
+
+QString contentOf(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
 }
 
 TEST(ProjectCommands, ComputeReportAndShapeDoTheWholeJob) {
@@ -37,6 +49,27 @@ TEST(ProjectCommands, ComputeReportAndShapeDoTheWholeJob) {
     const QJsonObject json = info(project.folder());
     EXPECT_EQ(json["anomalies"].toInt(), 3);
     EXPECT_EQ(json["stations"].toArray().size(), 2);
+}
+
+TEST(ProjectCommands, ReportAndShapeOfAStretchHaveItsStationsOnly) {
+    const SmallProject project;
+    ASSERT_EQ(corridor({"compute", project.folder()}).status, 0);
+    int anomalies = 0;
+    for (const char* station : {"1", "2"}) {
+        const QString shape = project.beside("shape") + station;
+        ASSERT_EQ(corridor({"shape", project.folder(), "--out", shape, "--stations", station}).status, 0);
+        EXPECT_EQ(rowsOf(shape + "/stations.shp"), 1);
+        EXPECT_LT(rowsOf(shape + "/anomalies.shp"), 3);
+        anomalies += rowsOf(shape + "/anomalies.shp");
+    }
+    EXPECT_EQ(anomalies, 3);
+    const QString report = project.beside("report.html");
+    ASSERT_EQ(corridor({"report", project.folder(), "--out", report, "--stations", "2"}).status, 0);
+    EXPECT_TRUE(contentOf(report).contains("S2-0001"));
+    EXPECT_FALSE(contentOf(report).contains("S1-0001"));
+    expectFailure(corridor({"report", project.folder(), "--out", report, "--stations", "1-7"}), 1,
+                  "没有编号为 7 的站段");
+    expectFailure(corridor({"shape", project.folder(), "--out", report, "--stations", "a"}), 2, "--stations");
 }
 
 TEST(ProjectCommands, BaseLayersAreListedWithoutPasswordsAndMissingFilesAreNamed) {

@@ -36,6 +36,13 @@ void EpochComparison::choose(Comparison how, double share) {
     update();
 }
 
+QImage EpochComparison::pictureWithout() {
+    m_globe.compare(Comparison::Off, m_share);
+    QImage picture = m_globe.grabFramebuffer();
+    update();
+    return picture;
+}
+
 void EpochComparison::update() {
     const inspection::Project* project = InspectionContext::instance().project();
     const int shown = m_layers.shownEpoch();

@@ -2,6 +2,7 @@
 
 #include "workbench/viewer/Comparison.h"
 
+#include <QImage>
 #include <QObject>
 
 class GlobeWidget;
@@ -26,6 +27,8 @@ public:
 
     /// The project, its shown epoch or its compared pair are other ones than before.
     void update();
+    /// What the globe shows of the shown epoch alone.
+    QImage pictureWithout();
 
 private:
     void choose(Comparison how, double share);

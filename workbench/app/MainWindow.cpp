@@ -62,7 +62,7 @@ MainWindow::MainWindow()
 
     InspectionContext& context = InspectionContext::instance();
     context.initialise(this);
-    context.setMapPictureSource([this] { return withoutEmptyMargins(m_globe->grabFramebuffer()); });
+    context.setMapPictureSource([this] { return withoutEmptyMargins(m_comparison->pictureWithout()); });
     zeo::EngineContext::instance().setMapSRS(m_globe->getMapNode()->getMapSRS());
 
     buildTop();

@@ -6,6 +6,7 @@
 #include <ogr_geometry.h>
 
 #include <algorithm>
+#include <set>
 
 namespace inspection {
 
@@ -26,13 +27,17 @@ int InspectionData::brokenOutlines() const {
     return static_cast<int>(count);
 }
 
-Result<InspectionData> readInspectionData(const ProjectDescription& project,
-                                          mysqlhelper::KV_MySQL& database) {
+Result<InspectionData> readInspectionData(const ProjectDescription& project, mysqlhelper::KV_MySQL& database,
+                                          const std::vector<std::uint32_t>& stationIds) {
+    const std::set<std::uint32_t> wanted(stationIds.begin(), stationIds.end());
     try {
         InspectionData data;
         data.project = project;
         const EpochPair pair = project.pair();
         for (const KV_Station& station : readStations(database)) {
+            if (!wanted.empty() && wanted.count(station.m_id) == 0) {
+                continue;
+            }
             data.stations.push_back({station, readStationResult(database, station.m_id, pair),
                                      readAnomalies(database, station.m_id, pair)});
         }

@@ -8,6 +8,7 @@
 #include "workbench/inspectiondata/project/ProjectDescription.h"
 #include "workbench/inspectiondata/project/Result.h"
 
+#include <cstdint>
 #include <optional>
 #include <vector>
 
@@ -36,8 +37,10 @@ struct InspectionData {
     INSPECTIONDATA_API int brokenOutlines() const;
 };
 
-/// Reads everything from the project's database; call it on the database's thread.
-INSPECTIONDATA_API Result<InspectionData> readInspectionData(const ProjectDescription& project,
-                                                             mysqlhelper::KV_MySQL& database);
+/// Reads everything from the project's database, of stations only those that are named, if any are; call it on the
+/// database's thread.
+INSPECTIONDATA_API Result<InspectionData>
+readInspectionData(const ProjectDescription& project, mysqlhelper::KV_MySQL& database,
+                   const std::vector<std::uint32_t>& stationIds = {});
 
 } // namespace inspection
