@@ -35,6 +35,24 @@ osg::ref_ptr<osg::Texture2D> textureOf(const osg::ref_ptr<osg::Image>& picture) 
     return texture;
 }
 
+// The posts of the outer edge of a square of `n` times `n`, clockwise from the north-west.
+std::vector<int> edgeOf(int n) {
+    std::vector<int> ring;
+    for (int i = 0; i < n - 1; ++i) {
+        ring.push_back(i); // north edge, going east
+    }
+    for (int i = 0; i < n - 1; ++i) {
+        ring.push_back(i * n + n - 1); // east edge, going south
+    }
+    for (int i = n - 1; i > 0; --i) {
+        ring.push_back((n - 1) * n + i); // south edge, going west
+    }
+    for (int i = n - 1; i > 0; --i) {
+        ring.push_back(i * n); // west edge, going north
+    }
+    return ring;
+}
+
 } // namespace
 
 // Heights and local positions of the posts and of one more ring around them, which the slopes at the edges
@@ -117,6 +135,40 @@ double TileMesh::Surface::shadeAt(int column, int row) const {
     return hillShade(slopeEast, slopeNorth, stepY);
 }
 
+// What is drawn, vertex by vertex.
+struct TileMesh::Arrays {
+    osg::ref_ptr<osg::Vec3Array> vertices = new osg::Vec3Array();
+    osg::ref_ptr<osg::Vec3Array> normals = new osg::Vec3Array();
+    osg::ref_ptr<osg::Vec4ubArray> colours = new osg::Vec4ubArray();
+    osg::ref_ptr<osg::Vec2Array> places = new osg::Vec2Array(); // in the pictures
+    osg::ref_ptr<osg::DrawElementsUShort> triangles = new osg::DrawElementsUShort(GL_TRIANGLES);
+
+    void addQuad(int upperLeft, int upperRight, int lowerLeft, int lowerRight) const {
+        for (const int i : {upperLeft, lowerLeft, upperRight, upperRight, lowerLeft, lowerRight}) {
+            triangles->push_back(static_cast<GLushort>(i));
+        }
+    }
+    // Adds that vertex once more, at another position.
+    void repeat(int vertex, const osg::Vec3d& position) const {
+        const auto i = static_cast<std::size_t>(vertex);
+        vertices->push_back(osg::Vec3(position));
+        normals->push_back(osg::Vec3((*normals)[i]));
+        colours->push_back(osg::Vec4ub((*colours)[i]));
+        places->push_back(osg::Vec2((*places)[i]));
+    }
+    osg::ref_ptr<osg::Geometry> geometry() const {
+        osg::ref_ptr<osg::Geometry> geometry = new osg::Geometry();
+        geometry->setUseDisplayList(false);
+        geometry->setUseVertexBufferObjects(true);
+        geometry->setVertexArray(vertices);
+        geometry->setNormalArray(normals, osg::Array::BIND_PER_VERTEX);
+        geometry->setColorArray(colours, osg::Array::BIND_PER_VERTEX);
+        geometry->setTexCoordArray(0, places);
+        geometry->addPrimitiveSet(triangles);
+        return geometry;
+    }
+};
+
 TileMesh::TileMesh(const TileKey& key, const LayerStack& layers, const TerrainOptions& options)
     : m_key(key), m_extent(key.getExtent()), m_posts(options.tileSize().get()) {
     const Bounds bounds = m_extent.bounds();
@@ -146,88 +198,60 @@ void TileMesh::dropComparedPicture() {
 }
 
 osg::ref_ptr<osg::Geometry> TileMesh::buildGeometry(const Surface& surface) {
-    const int n = m_posts;
-    m_vertices = new osg::Vec3Array();
-    osg::ref_ptr<osg::Vec3Array> normals = new osg::Vec3Array();
-    osg::ref_ptr<osg::Vec4ubArray> colours = new osg::Vec4ubArray();
-    osg::ref_ptr<osg::Vec2Array> textureCoordinates = new osg::Vec2Array();
-    double lowest = DBL_MAX;
+    Arrays arrays;
+    m_vertices = arrays.vertices;
+    addPosts(surface, arrays);
+    for (int row = 0; row + 1 < m_posts; ++row) {
+        for (int column = 0; column + 1 < m_posts; ++column) {
+            const int i = row * m_posts + column;
+            arrays.addQuad(i, i + 1, i + m_posts, i + m_posts + 1);
+        }
+    }
+    addSkirt(arrays);
+    return arrays.geometry();
+}
+
+void TileMesh::addPosts(const Surface& surface, Arrays& arrays) {
+    const auto last = static_cast<float>(m_posts - 1);
     m_highestMetres = -DBL_MAX;
-    for (int row = 0; row < n; ++row) {
-        for (int column = 0; column < n; ++column) {
-            const double height = surface.heightAt(column, row);
-            lowest = std::min(lowest, height);
-            m_heights.push_back(surface.heightAt(column, row));
-            m_highestMetres = std::max(m_highestMetres, height);
+    for (int row = 0; row < m_posts; ++row) {
+        for (int column = 0; column < m_posts; ++column) {
+            const float height = surface.heightAt(column, row);
+            m_heights.push_back(height);
+            m_highestMetres = std::max(m_highestMetres, static_cast<double>(height));
             const auto shade = static_cast<unsigned char>(std::lround(surface.shadeAt(column, row) * 255.0));
-            m_vertices->push_back(osg::Vec3(surface.positionAt(column, row)));
-            normals->push_back(surface.normalAt(column, row));
-            colours->push_back(osg::Vec4ub(shade, shade, shade, 255));
-            textureCoordinates->push_back(osg::Vec2(static_cast<float>(column) / static_cast<float>(n - 1),
-                                                    static_cast<float>(row) / static_cast<float>(n - 1)));
+            arrays.vertices->push_back(osg::Vec3(surface.positionAt(column, row)));
+            arrays.normals->push_back(surface.normalAt(column, row));
+            arrays.colours->push_back(osg::Vec4ub(shade, shade, shade, 255));
+            arrays.places->push_back(
+                osg::Vec2(static_cast<float>(column) / last, static_cast<float>(row) / last));
             m_localBox.expandBy(surface.positionAt(column, row));
         }
     }
+}
 
-    osg::ref_ptr<osg::DrawElementsUShort> triangles = new osg::DrawElementsUShort(GL_TRIANGLES);
-    const auto addQuad = [&](int upperLeft, int upperRight, int lowerLeft, int lowerRight) {
-        for (const int i : {upperLeft, lowerLeft, upperRight, upperRight, lowerLeft, lowerRight}) {
-            triangles->push_back(static_cast<GLushort>(i));
-        }
-    };
-    for (int row = 0; row + 1 < n; ++row) {
-        for (int column = 0; column + 1 < n; ++column) {
-            const int i = row * n + column;
-            addQuad(i, i + 1, i + n, i + n + 1);
-        }
-    }
-
-    // The skirt hangs from the edge far enough to close the gap to a coarser or finer neighbour.
-    std::vector<int> ring;
-    for (int i = 0; i < n - 1; ++i) {
-        ring.push_back(i); // north edge, going east
-    }
-    for (int i = 0; i < n - 1; ++i) {
-        ring.push_back(i * n + n - 1); // east edge, going south
-    }
-    for (int i = n - 1; i > 0; --i) {
-        ring.push_back((n - 1) * n + i); // south edge, going west
-    }
-    for (int i = n - 1; i > 0; --i) {
-        ring.push_back(i * n); // west edge, going north
-    }
+// It hangs from the edge far enough to close the gap to a coarser or finer neighbour.
+void TileMesh::addSkirt(Arrays& arrays) const {
+    const double lowest = *std::min_element(m_heights.begin(), m_heights.end());
     const double widthMetres = m_localBox.yMax() - m_localBox.yMin();
     const double depth = widthMetres * 0.03 + (m_highestMetres - lowest) * 0.5;
-    const int firstSkirt = n * n;
+    const std::vector<int> ring = edgeOf(m_posts);
     for (const int edge : ring) {
-        const auto i = static_cast<std::size_t>(edge);
-        const osg::Vec3d position((*m_vertices)[i]);
+        const osg::Vec3d position((*arrays.vertices)[static_cast<std::size_t>(edge)]);
         osg::Vec3d up = osg::Matrixd::transform3x3(position * m_localToWorld, m_worldToLocal);
         if (!m_extent.getSRS()->isGeographic()) {
             up.set(0.0, 0.0, 1.0);
         }
         up.normalize();
-        m_vertices->push_back(osg::Vec3(position - up * depth));
-        normals->push_back(osg::Vec3((*normals)[i]));
-        colours->push_back(osg::Vec4ub((*colours)[i]));
-        textureCoordinates->push_back(osg::Vec2((*textureCoordinates)[i]));
+        arrays.repeat(edge, position - up * depth);
     }
+    const int firstSkirt = m_posts * m_posts;
     const int ringSize = static_cast<int>(ring.size());
     for (int i = 0; i < ringSize; ++i) {
         const int next = (i + 1) % ringSize;
-        addQuad(ring[static_cast<std::size_t>(next)], ring[static_cast<std::size_t>(i)], firstSkirt + next,
-                firstSkirt + i);
+        arrays.addQuad(ring[static_cast<std::size_t>(next)], ring[static_cast<std::size_t>(i)],
+                       firstSkirt + next, firstSkirt + i);
     }
-
-    osg::ref_ptr<osg::Geometry> geometry = new osg::Geometry();
-    geometry->setUseDisplayList(false);
-    geometry->setUseVertexBufferObjects(true);
-    geometry->setVertexArray(m_vertices);
-    geometry->setNormalArray(normals, osg::Array::BIND_PER_VERTEX);
-    geometry->setColorArray(colours, osg::Array::BIND_PER_VERTEX);
-    geometry->setTexCoordArray(0, textureCoordinates);
-    geometry->addPrimitiveSet(triangles);
-    return geometry;
 }
 
 osg::BoundingSphere TileMesh::worldBound() const {

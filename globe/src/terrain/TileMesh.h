@@ -49,7 +49,10 @@ protected:
 
 private:
     struct Surface; // scratch while building
+    struct Arrays;
     osg::ref_ptr<osg::Geometry> buildGeometry(const Surface& surface);
+    void addPosts(const Surface& surface, Arrays& arrays);
+    void addSkirt(Arrays& arrays) const;
     osg::Vec3d post(int column, int row) const;
 
     TileKey m_key;

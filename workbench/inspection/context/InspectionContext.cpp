@@ -70,17 +70,38 @@ void InspectionContext::initialise(QWidget* mainWindow) {
 }
 
 void InspectionContext::connectWindows() {
-    connect(m_session.get(), &Session::closing, this, &InspectionContext::projectClosing);
-    connect(m_session.get(), &Session::opened, this, &InspectionContext::showPipeline);
-    connect(m_session.get(), &Session::closing, this, [this] { m_pipeline->clear(); });
-    connect(m_session.get(), &Session::opened, m_stations, &StationTreeWindow::load);
-    connect(m_session.get(), &Session::closing, m_stations, &StationTreeWindow::clear);
-    connect(m_session.get(), &Session::closing, m_images, &ImageWindow::clear);
-    connect(m_session.get(), &Session::parametersChanged, m_stations, &StationTreeWindow::recolourOverlays);
-    connect(m_session.get(), &Session::comparedPairChanged, m_anomalies, &AnomalyTableWindow::clearSelection);
-    connect(m_session.get(), &Session::comparedPairChanged, m_images, &ImageWindow::clear);
-    connect(m_session.get(), &Session::comparedPairChanged, m_stations, &StationTreeWindow::reloadAnomalies);
+    connectSession();
+    connectSelection();
+    connectHistory();
+    connectWork();
+    connect(m_overlays.get(), &AnomalyOverlays::paintingProgressed, m_progress,
+            &ProgressWidget::showPainting);
+}
 
+void InspectionContext::connectSession() {
+    const Session* session = m_session.get();
+    connect(session, &Session::closing, this, &InspectionContext::projectClosing);
+    connect(session, &Session::opened, this, &InspectionContext::showPipeline);
+    connect(session, &Session::closing, this, [this] { m_pipeline->clear(); });
+    connect(session, &Session::opened, m_stations, &StationTreeWindow::load);
+    connect(session, &Session::closing, m_stations, &StationTreeWindow::clear);
+    connect(session, &Session::closing, m_images, &ImageWindow::clear);
+    connect(session, &Session::parametersChanged, m_stations, &StationTreeWindow::recolourOverlays);
+    connect(session, &Session::comparedPairChanged, m_anomalies, &AnomalyTableWindow::clearSelection);
+    connect(session, &Session::comparedPairChanged, m_images, &ImageWindow::clear);
+    connect(session, &Session::comparedPairChanged, m_stations, &StationTreeWindow::reloadAnomalies);
+    connect(session, &Session::objectsReplaced, m_stations, &StationTreeWindow::reload);
+    connect(session, &Session::epochsChanged, this, &InspectionContext::epochsChanged);
+    connect(session, &Session::connectionChanged, m_progress, &ProgressWidget::showMessage);
+    connect(session, &Session::waiting, m_progress, &ProgressWidget::showWaiting);
+    connect(session, &Session::noticed, m_progress, &ProgressWidget::showMessage);
+    for (const auto change :
+         {&Session::opened, &Session::closing, &Session::comparedPairChanged, &Session::epochsChanged}) {
+        connect(session, change, this, &InspectionContext::forgetDifferences);
+    }
+}
+
+void InspectionContext::connectSelection() {
     connect(m_stations, &StationTreeWindow::stationsChosen, m_anomalies, &AnomalyTableWindow::showStations);
     connect(m_anomalies, &AnomalyTableWindow::stationsNeeded, m_stations,
             &StationTreeWindow::chooseStationsOf);
@@ -92,47 +113,43 @@ void InspectionContext::connectWindows() {
             [this](const SdiffData& anomaly) { showAnomaly(anomaly, kStepSeconds); });
     connect(m_stations, &StationTreeWindow::overlaysShown, m_anomalies,
             &AnomalyTableWindow::announceSelection);
+}
 
-    const inspection::ProjectHistory& history = m_session->history();
-    connect(&history, &inspection::ProjectHistory::undoable, m_anomalies, &AVWindow::sent_msg_undo);
-    connect(&history, &inspection::ProjectHistory::redoable, m_anomalies, &AVWindow::sent_msg_redo);
-    connect(&history, &inspection::ProjectHistory::rowsChanged, m_stations, &StationTreeWindow::applyRows);
-    connect(&history, &inspection::ProjectHistory::rowsChanged, m_anomalies, &AnomalyTableWindow::applyRows);
-    connect(&history, &inspection::ProjectHistory::edited, this, &InspectionContext::edited);
-    connect(&history, &inspection::ProjectHistory::rowsChanged, this,
+// The tree has the rows first: the others look up stations there.
+void InspectionContext::connectHistory() {
+    using inspection::ProjectHistory;
+    const ProjectHistory* history = &m_session->history();
+    connect(history, &ProjectHistory::undoable, m_anomalies, &AVWindow::sent_msg_undo);
+    connect(history, &ProjectHistory::redoable, m_anomalies, &AVWindow::sent_msg_redo);
+    connect(history, &ProjectHistory::edited, this, &InspectionContext::edited);
+    connect(history, &ProjectHistory::rowsChanged, m_stations, &StationTreeWindow::applyRows);
+    connect(history, &ProjectHistory::rowsChanged, m_anomalies, &AnomalyTableWindow::applyRows);
+    connect(history, &ProjectHistory::rowsChanged, this,
             [this](const inspection::RowChanges& /*changes*/, inspection::Showing showing) {
                 if (showing == inspection::Showing::Followed) {
                     emit undoneOrRedone();
                 }
             });
-    connect(&history, &inspection::ProjectHistory::rowsChanged, this, &InspectionContext::updateOverlays);
-    connect(&history, &inspection::ProjectHistory::replacedByOthers, m_stations, &StationTreeWindow::reload);
-    connect(&history, &inspection::ProjectHistory::rowsChanged, m_images, &ImageWindow::applyRows);
-    connect(&history, &inspection::ProjectHistory::replacedByOthers, m_images, &ImageWindow::dropWhatIsGone);
-    connect(&history, &inspection::ProjectHistory::replacedByOthers, this, &InspectionContext::showPipeline);
-    connect(m_session.get(), &Session::objectsReplaced, m_stations, &StationTreeWindow::reload);
-    connect(m_session.get(), &Session::epochsChanged, this, &InspectionContext::epochsChanged);
-    connect(&history, &inspection::ProjectHistory::replacedByOthers, m_account, &AccountLine::refresh);
-    connect(m_session.get(), &Session::connectionChanged, m_progress, &ProgressWidget::showMessage);
-    connect(m_session.get(), &Session::waiting, m_progress, &ProgressWidget::showWaiting);
-    connect(m_session.get(), &Session::noticed, m_progress, &ProgressWidget::showMessage);
+    connect(history, &ProjectHistory::rowsChanged, this, &InspectionContext::updateOverlays);
+    connect(history, &ProjectHistory::rowsChanged, m_images, &ImageWindow::applyRows);
+    connect(history, &ProjectHistory::replacedByOthers, m_stations, &StationTreeWindow::reload);
+    connect(history, &ProjectHistory::replacedByOthers, m_images, &ImageWindow::dropWhatIsGone);
+    connect(history, &ProjectHistory::replacedByOthers, this, &InspectionContext::showPipeline);
+    connect(history, &ProjectHistory::replacedByOthers, m_account, &AccountLine::refresh);
+    connect(history, &ProjectHistory::replacedByOthers, this, &InspectionContext::forgetDifferences);
+}
 
-    connect(m_overlays.get(), &AnomalyOverlays::paintingProgressed, m_progress,
-            &ProgressWidget::showPainting);
+void InspectionContext::connectWork() {
+    const StationWork* work = &m_session->work();
+    connect(work, &StationWork::computed, this, &InspectionContext::forgetDifferences);
+    connect(work, &StationWork::computed, m_account, &AccountLine::refresh);
+    connect(work, &StationWork::computeFinished, m_progress, &ProgressWidget::showResult);
+    connect(work, &StationWork::computeFinished, this, &InspectionContext::computeFinished);
+    connect(work, &StationWork::outputFinished, this, &InspectionContext::outputFinished);
+}
 
-    const auto forgetDifferences = [this] { m_differences->forget(); };
-    for (const auto change :
-         {&Session::opened, &Session::closing, &Session::comparedPairChanged, &Session::epochsChanged}) {
-        connect(m_session.get(), change, this, forgetDifferences);
-    }
-    connect(&history, &inspection::ProjectHistory::replacedByOthers, this, forgetDifferences);
-    connect(&m_session->work(), &StationWork::computed, this, forgetDifferences);
-
-    StationWork& work = m_session->work();
-    connect(&work, &StationWork::computed, m_account, &AccountLine::refresh);
-    connect(&work, &StationWork::computeFinished, m_progress, &ProgressWidget::showResult);
-    connect(&work, &StationWork::computeFinished, this, &InspectionContext::computeFinished);
-    connect(&work, &StationWork::outputFinished, this, &InspectionContext::outputFinished);
+void InspectionContext::forgetDifferences() {
+    m_differences->forget();
 }
 
 void InspectionContext::showPipeline() {

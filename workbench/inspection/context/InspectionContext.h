@@ -141,6 +141,11 @@ private:
     ~InspectionContext() override;
 
     void connectWindows();
+    void connectSession();
+    void connectSelection();
+    void connectHistory();
+    void connectWork();
+    void forgetDifferences();
     void showPipeline();
     /// Overlays show the verdicts of their anomalies.
     void updateOverlays(const inspection::RowChanges& changes);
