@@ -103,6 +103,7 @@ public:
     int asked() const { return m_asked; }
     int declined() const { return m_declined; }
     int doubts() const { return m_doubts; }
+    int missedLooks() const { return m_missedLooks; }
 
 private:
     void edit() {
@@ -147,7 +148,7 @@ private:
                 noteSight(revision);
             }
         } catch (const KV_MySQL_Exception&) {
-            // The next look tells it.
+            ++m_missedLooks; // the next one tells it
         }
     }
     void noteSight(std::int64_t revision) {
@@ -189,6 +190,7 @@ private:
     int m_asked = 0;
     int m_declined = 0;
     int m_doubts = 0;
+    int m_missedLooks = 0;
 };
 
 void addRows(KV_MySQL& database, int count) {
@@ -315,6 +317,7 @@ void take(const Inspector& inspector, Ledger& ledger, InspectorsOutcome& outcome
     outcome.refused += refused;
     outcome.inDoubt += inspector.doubts();
     outcome.looks += static_cast<int>(inspector.sights().size());
+    outcome.missedLooks += inspector.missedLooks();
     outcome.asked += inspector.asked();
     outcome.declined += inspector.declined();
     outcome.editSeconds.insert(outcome.editSeconds.end(), inspector.editSeconds().begin(),

@@ -22,12 +22,13 @@ struct InspectorsLoad {
 /// What came of it.
 struct InspectorsOutcome {
     int confirmed = 0;
-    int refused = 0;  ///< told as not stored, because the connection was lost
-    int inDoubt = 0;  ///< told as not known, and told later
-    int asked = 0;    ///< questions whether to replace what somebody else did
-    int replaced = 0; ///< confirmed after the answer yes
-    int declined = 0; ///< given up after the answer no
-    int looks = 0;    ///< at what others did
+    int refused = 0;     ///< told as not stored, because the connection was lost
+    int inDoubt = 0;     ///< told as not known, and told later
+    int asked = 0;       ///< questions whether to replace what somebody else did
+    int replaced = 0;    ///< confirmed after the answer yes
+    int declined = 0;    ///< given up after the answer no
+    int looks = 0;       ///< at what others did
+    int missedLooks = 0; ///< while the server was away
     int cuts = 0;
     int crashes = 0;
     std::vector<double> editSeconds; ///< of those that were confirmed

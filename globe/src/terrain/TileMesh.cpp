@@ -2,6 +2,7 @@
 
 #include <osg/Texture2D>
 
+#include <algorithm>
 #include <cmath>
 #include <optional>
 

@@ -16,8 +16,8 @@ bool fits(Number number) {
     if constexpr (std::is_floating_point_v<T>) {
         return true;
     } else if constexpr (std::is_floating_point_v<Number>) {
-        constexpr Number kEnd =
-            static_cast<Number>(std::numeric_limits<T>::max() / 2 + 1) * 2; // exact, unlike the largest
+        constexpr T kHalf = std::numeric_limits<T>::max() / 2 + 1;
+        constexpr Number kEnd = static_cast<Number>(kHalf) * 2; // exact, unlike the largest
         return number >= static_cast<Number>(std::numeric_limits<T>::min()) && number < kEnd;
     } else {
         return std::is_same_v<T, bool> || static_cast<Number>(static_cast<T>(number)) == number;
