@@ -31,3 +31,12 @@ add_library(corridor_mariadb INTERFACE)
 add_library(Corridor::MariaDb ALIAS corridor_mariadb)
 target_include_directories(corridor_mariadb SYSTEM INTERFACE ${MARIADB_INCLUDE_DIR})
 target_link_libraries(corridor_mariadb INTERFACE ${MARIADB_LIBRARY})
+
+# What gives out memory to the workbench, all its libraries included (docs/decisions/0011-memory.md); sanitizers bring
+# their own.
+add_library(corridor_allocator INTERFACE)
+add_library(Corridor::Allocator ALIAS corridor_allocator)
+if(NOT CORRIDOR_SANITIZE AND NOT CORRIDOR_SANITIZE_THREADS)
+  find_library(JEMALLOC_LIBRARY jemalloc REQUIRED)
+  target_link_libraries(corridor_allocator INTERFACE ${JEMALLOC_LIBRARY})
+endif()

@@ -101,6 +101,9 @@ endif()
 set(CORRIDOR_TEST_PROPERTIES TIMEOUT ${CORRIDOR_TEST_SECONDS} ENVIRONMENT
     "TSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/support/tsan.supp")
 
+# LeakSanitizer looks at what a program leaves, and those that it starts; not under windows and GL, whose libraries leave much.
+set(CORRIDOR_LEAKS_FAIL "ASAN_OPTIONS=string_append::detect_leaks=1")
+
 # corridor_test_program(NAME SOURCES...): a GoogleTest program that CTest does not know yet.
 function(corridor_test_program target)
   corridor_program(${target} ${ARGN})
@@ -118,13 +121,20 @@ function(corridor_test target)
   set_tests_properties(${target} PROPERTIES ${CORRIDOR_TEST_PROPERTIES})
 endfunction()
 
+# corridor_test_without_leaks(NAME SOURCES...): the same for a program without GL.
+function(corridor_test_without_leaks target)
+  corridor_test(${target} ${ARGN})
+  set_tests_properties(${target} PROPERTIES ENVIRONMENT_MODIFICATION
+    "${CORRIDOR_LEAKS_FAIL};LSAN_OPTIONS=set:suppressions=${PROJECT_SOURCE_DIR}/tests/support/lsan.supp:print_suppressions=0")
+endfunction()
+
 # corridor_test_cases(NAME SOURCES...): the same with one CTest entry for each test case, NAME.Suite.Case. For programs
-# that start in a twentieth of a second and whose tests share nothing; then the cases of a long program run side by side,
-# and a failure is one case. Cases are listed when CTest runs, so that building runs no test program.
+# without GL that start in a twentieth of a second and whose tests share nothing; then the cases of a long program run side
+# by side, and a failure is one case. Cases are listed when CTest runs, so that building runs no test program.
 function(corridor_test_cases target)
   corridor_test_program(${target} ${ARGN})
   gtest_discover_tests(${target} TEST_PREFIX ${target}. NO_PRETTY_VALUES DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
-                       PROPERTIES ${CORRIDOR_TEST_PROPERTIES})
+                       PROPERTIES ${CORRIDOR_TEST_PROPERTIES} ENVIRONMENT_MODIFICATION ${CORRIDOR_LEAKS_FAIL})
 endfunction()
 
 # corridor_window_test(NAME SOURCES...): the same, with the pointer, the keyboard and the active window of the

@@ -59,8 +59,12 @@ bool meet(const Files& a, const Files& b) {
     return false;
 }
 
-/// What GDAL names as the files of a raster or of vector data, and theirs.
+/// What GDAL names as the files of a raster or of vector data, and theirs. No server is asked: outputs are files of this
+/// machine, and a virtual raster may name thousands of served ones.
 void addFilesOf(const std::string& input, Files& all) {
+    if (!VSIIsLocal(input.c_str())) {
+        return;
+    }
     if (!all.insert(trueName(fs::u8path(input))).second) {
         return;
     }

@@ -5,6 +5,7 @@
 #include <QStringDecoder>
 #include <QStringEncoder>
 
+#include <algorithm>
 #include <string>
 
 /// The one place that knows the 8-bit code page of names, keys, bus messages and records.
@@ -15,6 +16,11 @@
 
 /// UTF-16 text to GBK bytes.
 inline std::string toGbk(const QString& text) {
+    // Names of letters and digits are the same in both, and many: a converter takes longer to open than to use.
+    const auto isAscii = [](QChar character) { return character.unicode() < 0x80U; };
+    if (std::all_of(text.begin(), text.end(), isAscii)) {
+        return text.toLatin1().toStdString();
+    }
     QStringEncoder encoder("GB18030");
     const QByteArray bytes = encoder.encode(text);
     return bytes.toStdString();
@@ -42,6 +48,10 @@ inline bool holdsOnlyGbk(const std::string& bytes) {
 
 /// GBK bytes to UTF-16 text.
 inline QString fromGbk(const std::string& bytes) {
+    const auto isAscii = [](char byte) { return static_cast<unsigned char>(byte) < 0x80U; };
+    if (std::all_of(bytes.begin(), bytes.end(), isAscii)) {
+        return QString::fromLatin1(bytes.data(), static_cast<qsizetype>(bytes.size()));
+    }
     QStringDecoder decoder("GB18030");
     // No character goes on with a line's end, so that the decoder does not wait for the rest of one that was cut off.
     QString text = decoder.decode(QByteArray::fromStdString(bytes) + '\n');

@@ -53,7 +53,7 @@ build() {
 run_tests() {
     local folder=$root/build/$1
     shift
-    # Leaks inside Qt, GL drivers and fontconfig are not ours to mend.
+    # Leaks inside Qt, GL drivers and fontconfig are not ours; tests without them ask for LeakSanitizer.
     export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=0:new_delete_type_mismatch=0}
     export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1}
     with_virtual_display ctest --test-dir "$folder" --parallel "$(nproc)" --output-on-failure --no-tests=error "$@"

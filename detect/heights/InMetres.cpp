@@ -142,6 +142,10 @@ std::string nameInMetres(const std::string& path) {
     if (coding.declaresHoles() && !coding.isScaled()) {
         return path;
     }
+    return nameInMetresOnOpening(path);
+}
+
+std::string nameInMetresOnOpening(const std::string& path) {
     registerDriver();
     return std::string(kPrefix) + path;
 }

@@ -17,4 +17,7 @@ Result<GDALDatasetUniquePtr> openInMetres(const std::string& path);
 /// metres already and its no-data value tells the holes, and when it cannot be opened.
 std::string nameInMetres(const std::string& path);
 
+/// The same name without looking at the file now: whoever opens it finds out.
+std::string nameInMetresOnOpening(const std::string& path);
+
 } // namespace detect

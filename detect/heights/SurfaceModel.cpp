@@ -38,6 +38,34 @@ bool isPhotograph(GDALDataset& dataset) {
     return true;
 }
 
+/// What GDAL decodes to give one cell: a tile or strip, of all bands where these are interleaved. In floating point,
+/// because a file may claim any size.
+double megabytesAtOnce(GDALDataset& dataset) {
+    GDALRasterBand& band = *dataset.GetRasterBand(1);
+    int columns = 0;
+    int rows = 0;
+    band.GetBlockSize(&columns, &rows);
+    const char* interleave = dataset.GetMetadataItem("INTERLEAVE", "IMAGE_STRUCTURE");
+    const int bands = interleave && EQUAL(interleave, "PIXEL") ? dataset.GetRasterCount() : 1;
+    constexpr double kMega = 1024.0 * 1024.0;
+    return 1.0 * columns * rows * bands * GDALGetDataTypeSizeBytes(band.GetRasterDataType()) / kMega;
+}
+
+/// Every thread that reads has one such piece in memory.
+Status fitsInMemory(GDALDataset& dataset, const std::string& path) {
+    constexpr int kMostBands = 1024;
+    constexpr int kMostMegabytes = 512;
+    if (dataset.GetRasterCount() > kMostBands) {
+        return failureOf(path, "有 " + std::to_string(dataset.GetRasterCount()) + " 个波段，最多 " +
+                                   std::to_string(kMostBands) + " 个");
+    }
+    if (megabytesAtOnce(dataset) > kMostMegabytes) {
+        return failureOf(path, "一个数据块解压后超过 " + std::to_string(kMostMegabytes) +
+                                   " MB，请先转换为单波段、分块存储的文件");
+    }
+    return {};
+}
+
 } // namespace
 
 Result<SurfaceModel> SurfaceModel::open(const std::string& path) {
@@ -86,6 +114,9 @@ Status SurfaceModel::learn() {
     const GdalErrors quiet;
     if (isPhotograph(*m_dataset)) {
         return failureOf(m_facts.path, "是 8 位彩色影像（如正射影像），不是高程栅格");
+    }
+    if (auto done = fitsInMemory(*m_dataset, m_facts.path); !done) {
+        return done;
     }
     Affine cellToMap;
     if (m_dataset->GetGeoTransform(cellToMap.c.data()) != CE_None || cellToMap.determinant() == 0.0) {

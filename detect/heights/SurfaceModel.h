@@ -21,7 +21,8 @@ struct RasterFacts {
 /// out of a file asks here, or has GDAL read through InMetres.h. One thread at a time.
 class SurfaceModel {
 public:
-    /// Fails for a file that is missing or no raster, and for one without georeference.
+    /// Fails for a file that is missing or no raster, for one without georeference, and for one whose bands or blocks
+    /// are more than a surface model has and memory holds.
     static Result<SurfaceModel> open(const std::string& path);
     /// Opens it once more, for another thread; asks the file for nothing that is known, because reference
     /// systems cost each thread a long look into a database.

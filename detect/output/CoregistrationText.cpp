@@ -1,6 +1,7 @@
 #include "detect/output/CoregistrationText.h"
 
 #include "detect/GdalErrors.h"
+#include "detect/output/JsonText.h"
 #include "detect/output/ParameterText.h"
 #include "detect/raster/CorrectionField.h"
 
@@ -72,7 +73,7 @@ std::string coregistrationText(const Coregistration& coregistration) {
     if (coregistration.local.field) {
         object.Add("field", describe(*coregistration.local.field));
     }
-    return object.Format(CPLJSONObject::PrettyFormat::Plain);
+    return jsonText(object, false);
 }
 
 std::optional<Coregistration> readCoregistration(const std::string& text) {

@@ -1,6 +1,7 @@
 #include "detect/output/PieceFrameText.h"
 
 #include "detect/GdalErrors.h"
+#include "detect/output/JsonText.h"
 #include "detect/output/ParameterText.h"
 
 #include <cpl_json.h>
@@ -66,7 +67,7 @@ std::string describePiece(const Piece& piece) {
     addParameters(frame.parameters, parameters);
     object.Add("parameters", parameters);
     object.Add("coregistration", describe(frame.coregistration));
-    return object.Format(CPLJSONObject::PrettyFormat::Plain);
+    return jsonText(object, false);
 }
 
 bool parsePiece(const std::string& text, Piece& piece) {

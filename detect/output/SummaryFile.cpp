@@ -2,6 +2,7 @@
 
 #include "detect/GdalErrors.h"
 #include "detect/output/CoregistrationNote.h"
+#include "detect/output/JsonText.h"
 #include "detect/output/ParameterText.h"
 
 #include <cpl_json.h>
@@ -53,7 +54,7 @@ std::string summaryText(const RunReport& report, const Parameters& parameters) {
     addParameters(parameters, summary);
     summary.Add("rules", rulesObject(parameters, report.rejections));
     summary.Add("coregistration", describe(report.coregistration));
-    return summary.Format(CPLJSONObject::PrettyFormat::Pretty) + "\n";
+    return jsonText(summary, true) + "\n";
 }
 
 std::optional<Summary> readSummary(const std::string& text) {

@@ -1,5 +1,6 @@
 // Every failure: one line that names the file, nothing left behind, earlier results untouched.
 
+#include "detect/heights/SurfaceModel.h"
 #include "detect/output/CoregistrationNote.h"
 #include "detect/output/SummaryFile.h"
 #include "tests/detect/TestRasters.h"
@@ -21,6 +22,18 @@ namespace fs = std::filesystem;
 
 double slope(const Point& p) {
     return 100.0 + 0.01 * (p.x - 500000.0) + 0.02 * (3400000.0 - p.y);
+}
+
+/// Bands that lie together in each block; nothing is written into them.
+void makeGeoTiff(const std::string& file, int cells, int bands, GDALDataType type,
+                 const char* const* options = nullptr) {
+    const auto raster = GDALDatasetUniquePtr(GetGDALDriverManager()->GetDriverByName("GTiff")->Create(
+        file.c_str(), cells, cells, bands, type, const_cast<char**>(options)));
+    OGRSpatialReference reference;
+    reference.importFromEPSG(4547);
+    raster->SetSpatialRef(&reference);
+    RasterPlan plan;
+    raster->SetGeoTransform(plan.toMap.data());
 }
 
 class BadInput : public testing::Test {
@@ -57,15 +70,23 @@ protected:
 };
 
 TEST_F(BadInput, Orthophoto) {
-    const auto photo = GDALDatasetUniquePtr(GetGDALDriverManager()->GetDriverByName("GTiff")->Create(
-        m_request.newRaster.c_str(), 100, 100, 3, GDT_Byte, nullptr));
-    OGRSpatialReference reference;
-    reference.importFromEPSG(4547);
-    photo->SetSpatialRef(&reference);
-    RasterPlan plan;
-    photo->SetGeoTransform(plan.toMap.data());
-    photo->FlushCache();
+    makeGeoTiff(m_request.newRaster, 100, 3, GDT_Byte);
     expectFailure("new.tif", "正射影像");
+}
+
+TEST_F(BadInput, MoreBandsThanASurfaceModelHas) {
+    makeGeoTiff(m_request.newRaster, 16, 1024, GDT_Float32);
+    EXPECT_TRUE(SurfaceModel::open(m_request.newRaster));
+    makeGeoTiff(m_request.newRaster, 16, 1025, GDT_Float32);
+    expectFailure("new.tif", "1025 个波段");
+}
+
+TEST_F(BadInput, TilesThatAreMoreThanMemoryHolds) {
+    const char* const tiles[] = {"TILED=YES", "BLOCKXSIZE=512", "BLOCKYSIZE=512", "SPARSE_OK=TRUE", nullptr};
+    makeGeoTiff(m_request.newRaster, 512, 512, GDT_Float32, tiles);
+    EXPECT_TRUE(SurfaceModel::open(m_request.newRaster)) << "512 MB of interleaved bands";
+    makeGeoTiff(m_request.newRaster, 512, 513, GDT_Float32, tiles);
+    expectFailure("new.tif", "超过 512 MB");
 }
 
 TEST_F(BadInput, EpochsThatDoNotFitAreDoubtedInOneLine) {
