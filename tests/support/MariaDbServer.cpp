@@ -4,6 +4,7 @@
 
 #include <QDeadlineTimer>
 #include <QFile>
+#include <QProcessEnvironment>
 #include <QStandardPaths>
 #include <QStringList>
 
@@ -124,6 +125,10 @@ MariaDbServer::~MariaDbServer() {
 void MariaDbServer::initialise() {
     QProcess installation;
     installation.setProcessChannelMode(QProcess::MergedChannels);
+    // As below; the folder of the data it makes itself.
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("TMPDIR", m_folder.path());
+    installation.setProcessEnvironment(environment);
     // With --force it does without looking up the host's name, which a minimal system cannot do.
     installation.start(
         programPath("mariadb-install-db"),

@@ -162,7 +162,8 @@ void ImageOverlay::update() {
 // Decided before the visitor takes up the node's state, which would cost more than the few pixels.
 void ImageOverlay::accept(osg::NodeVisitor& nv) {
     osgUtil::CullVisitor* visitor = nv.asCullVisitor();
-    if (visitor && (!nv.validNodeMask(*this) || isOutOfSight(*visitor) || isDrawnInBatch(*visitor))) {
+    if (visitor && (getNumChildren() == 0 || !nv.validNodeMask(*this) || isOutOfSight(*visitor) ||
+                    isDrawnInBatch(*visitor))) {
         return;
     }
     AnnotationNode::accept(nv);

@@ -1,10 +1,10 @@
 #include "PlaceContent.h"
 #include "Fonts.h"
+#include "HaloedText.h"
 
 #include <osg/Texture2D>
 #include <osgEarth/Registry>
 #include <osgEarth/VirtualProgram>
-#include <osgText/Text>
 
 #include <array>
 #include <map>
@@ -142,38 +142,27 @@ osg::ref_ptr<osg::Group> textContent(const std::string& text, const TextSymbol* 
         position += osg::Vec3f(std::round(box.xMax() + kGapPixels * ratio), std::round(baseLine), 0.0f);
         alignment = osgText::TextBase::LEFT_BASE_LINE;
     }
-    const auto line = [&](const Color& color, const osg::Vec3f& offset) {
-        osg::ref_ptr<osgText::Text> drawable = new osgText::Text;
-        drawable->setShaderTechnique(osgText::NO_TEXT_SHADER); // the composed functions draw it
-        drawable->setFont(fontNamed(look.font().isSet() ? look.font().get() : std::string()));
-        // A texel for each pixel: places lie on whole pixels, and nothing else is as crisp.
-        const unsigned resolution = static_cast<unsigned>(std::lround(std::max(size, 4.0f)));
-        drawable->setFontResolution(resolution, resolution);
-        drawable->setCharacterSize(size);
-        drawable->setCharacterSizeMode(osgText::TextBase::OBJECT_COORDS);
-        drawable->setAxisAlignment(osgText::TextBase::XY_PLANE);
-        drawable->setAlignment(alignment);
-        drawable->setColor(color);
-        drawable->setPosition(position + offset);
-        drawable->setText(text, encodingOf(look.encoding().get()));
-        return drawable;
-    };
+    const osg::ref_ptr<HaloedText> line = new HaloedText;
+    line->setShaderTechnique(osgText::NO_TEXT_SHADER); // the composed functions draw it
+    line->setFont(fontNamed(look.font().isSet() ? look.font().get() : std::string()));
+    // A texel for each pixel: places lie on whole pixels, and nothing else is as crisp.
+    const unsigned resolution = static_cast<unsigned>(std::lround(std::max(size, 4.0f)));
+    line->setFontResolution(resolution, resolution);
+    line->setCharacterSize(size);
+    line->setCharacterSizeMode(osgText::TextBase::OBJECT_COORDS);
+    line->setAxisAlignment(osgText::TextBase::XY_PLANE);
+    line->setAlignment(alignment);
+    line->setFill(look.fill()->color());
+    if (look.halo().isSet()) {
+        line->setHalo(look.halo()->color(), ratio);
+    }
+    line->setPosition(position);
+    line->setText(text, encodingOf(look.encoding().get()));
+    // The font's own state, which the content's makes needless, would look through all texts of the font for each that goes.
+    line->setStateSet(nullptr);
     osg::ref_ptr<osg::Group> content = new osg::Group;
     content->setStateSet(screenState("oe_place_text", kTextSource));
-    // The library's own outlines need its shaders; the text itself, a pixel away on every side, needs none.
-    if (look.halo().isSet()) {
-        for (const auto& [x, y] : {std::pair(-1.0f, -1.0f),
-                                   {-1.0f, 1.0f},
-                                   {1.0f, -1.0f},
-                                   {1.0f, 1.0f},
-                                   {-1.0f, 0.0f},
-                                   {1.0f, 0.0f},
-                                   {0.0f, -1.0f},
-                                   {0.0f, 1.0f}}) {
-            content->addChild(line(look.halo()->color(), osg::Vec3f(x, y, 0.0f) * ratio));
-        }
-    }
-    content->addChild(line(look.fill()->color(), {}));
+    content->addChild(line);
     return content;
 }
 

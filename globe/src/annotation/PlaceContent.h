@@ -17,7 +17,7 @@ namespace Annotation {
 osg::ref_ptr<osg::Geometry> iconDrawable(osg::Image& image, const Symbology::IconSymbol* symbol);
 
 /// A line of text: right of the icon and vertically centred on it, or at the origin when there is none. The
-/// text is the group's only child, because its own state set belongs to the font.
+/// text is the group's only child; its state set is the group's.
 osg::ref_ptr<osg::Group> textContent(const std::string& text, const Symbology::TextSymbol* symbol,
                                      const osg::Geometry* icon);
 

@@ -47,6 +47,11 @@ void Map::removeLayer(Layer* layer) {
     }
 }
 
+void Map::noteNewHeights() {
+    const std::unique_lock lock(m_mutex);
+    ++m_revision;
+}
+
 unsigned Map::getNumLayers() const {
     const std::shared_lock lock(m_mutex);
     return static_cast<unsigned>(m_layers.size());

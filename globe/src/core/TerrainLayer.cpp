@@ -24,7 +24,8 @@ const Status& TerrainLayer::open() {
     if (location.empty()) {
         status = Status("no raster given");
     } else if (m_isDistant) {
-        m_distant = std::make_shared<DistantRaster>(location);
+        m_distant = std::make_shared<DistantRaster>(location, holdsHeights() ? DistantRaster::Use::Heights
+                                                                             : DistantRaster::Use::Pictures);
     } else {
         m_raster = RasterSource::open(location, status);
     }

@@ -3,9 +3,11 @@
 #include "LoadingThreads.h"
 #include "RasterSource.h"
 #include "ServedRaster.h"
+#include "ServerPause.h"
 
 #include <cpl_conv.h>
 #include <cpl_error.h>
+#include <cpl_vsi.h>
 
 #include <chrono>
 #include <condition_variable>
@@ -20,15 +22,8 @@ using Clock = std::chrono::steady_clock;
 constexpr int kThreads = 2;
 // A single tile may be bad; two different ones in a row mean that the server is.
 constexpr int kFailuresOfAServer = 2;
-constexpr std::chrono::seconds kFirstPause{5};
-constexpr std::chrono::seconds kLongestPause{300};
 // Coarse pictures may be empty where the finer ones, which are asked for next, are not.
 constexpr std::chrono::seconds kPatienceWithEmptyPictures{3};
-
-std::chrono::seconds pauseAfter(int failures) {
-    constexpr int kMostDoublings = 6;
-    return std::min(kLongestPause, kFirstPause * (1 << std::min(failures - 1, kMostDoublings)));
-}
 
 void fillGaps(std::vector<std::uint8_t>& rgba, const std::vector<std::uint8_t>& below) {
     for (std::size_t i = 0; i + 3 < rgba.size(); i += 4) {
@@ -48,7 +43,8 @@ std::string lastError(const char* otherwise) {
 
 class DistantRaster::Loader : public std::enable_shared_from_this<Loader> {
 public:
-    explicit Loader(const std::string& location) : m_location(location), m_cacheOnly(cacheOnly(location)) {}
+    Loader(const std::string& location, Use use)
+        : m_location(location), m_cacheOnly(cacheOnly(location)), m_use(use) {}
 
     void start();
     void cancel();
@@ -57,7 +53,7 @@ public:
     std::shared_ptr<RasterSource> raster() const;
     int revision() const { return m_revision; }
     bool hasAnswered() const { return m_hasAnswered; }
-    int arrivals() const { return m_arrivals; }
+    int arrivals() const;
     bool isLoading() const;
     std::string trouble() const;
 
@@ -90,6 +86,7 @@ private:
 
     const std::string m_location;
     const std::string m_cacheOnly;
+    const Use m_use;
     std::atomic<int> m_revision{0};
     std::atomic<int> m_arrivals{0};
     std::atomic<bool> m_hasAnswered{false};
@@ -127,10 +124,16 @@ std::shared_ptr<RasterSource> DistantRaster::Loader::raster() const {
     return m_source;
 }
 
+int DistantRaster::Loader::arrivals() const {
+    const std::lock_guard lock(m_mutex);
+    return m_arrivals + (m_source ? m_source->heightArrivals() : 0);
+}
+
 bool DistantRaster::Loader::isLoading() const {
     const std::lock_guard lock(m_mutex);
-    return !m_source || std::any_of(m_newestFirst.begin(), m_newestFirst.end(),
-                                    [](const Job& job) { return !job.news.expired(); });
+    return !m_source || m_source->isLoadingHeights() ||
+           std::any_of(m_newestFirst.begin(), m_newestFirst.end(),
+                       [](const Job& job) { return !job.news.expired(); });
 }
 
 std::string DistantRaster::Loader::trouble() const {
@@ -206,6 +209,13 @@ void DistantRaster::Loader::open(Lock& lock) {
         Status status;
         source = RasterSource::open(*ready, status, RasterSource::Log::Nothing);
         trouble = source ? std::string() : status.message().substr(ready->size() + 2); // ": "
+        if (source && m_use == Use::Heights && !source->serveHeights()) {
+            trouble = lastError("cannot be read");
+            source.reset();
+        }
+    }
+    if (!source) {
+        VSICurlClearCache(); // it would remember that the file is not there
     }
     lock.lock();
     m_isOpening = false;
@@ -333,6 +343,7 @@ std::optional<PictureCache::Picture> DistantRaster::Loader::readCache(const Samp
 }
 
 void DistantRaster::Loader::noteFailure(Job& job, const std::string& reason) {
+    VSICurlClearCache();
     m_trouble = reason;
     ++job.failures;
     job.due = Clock::now() + pauseAfter(job.failures);
@@ -377,7 +388,8 @@ void DistantRaster::Loader::store(Job& job, PictureCache::Picture picture) {
     }
 }
 
-DistantRaster::DistantRaster(const std::string& location) : m_loader(std::make_shared<Loader>(location)) {
+DistantRaster::DistantRaster(const std::string& location, Use use)
+    : m_loader(std::make_shared<Loader>(location, use)) {
     m_loader->start();
 }
 

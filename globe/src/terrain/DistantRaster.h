@@ -14,9 +14,11 @@ namespace osgEarth {
 /// answered. Any thread.
 class DistantRaster {
 public:
+    enum class Use { Pictures, Heights };
+
     /// Whatever RasterSource opens. Where it is a GDAL_WMS description with a cache, what lies there is shown
     /// at once while the server does not answer.
-    explicit DistantRaster(const std::string& location);
+    explicit DistantRaster(const std::string& location, Use use = Use::Pictures);
     /// Does not wait for reads that have begun.
     ~DistantRaster();
     DistantRaster(const DistantRaster&) = delete;
@@ -27,12 +29,12 @@ public:
     /// nobody holds any more is not fetched.
     bool image(const SampleGrid& grid, std::vector<std::uint8_t>& rgba, const PictureNews& news);
 
-    /// Null until it is open.
+    /// Null until it is open. As heights: its heights are those that have come, see RasterSource::serveHeights().
     std::shared_ptr<RasterSource> raster() const;
     /// Rises when it has been opened, and when it has answered for the first time.
     int revision() const;
     bool hasAnswered() const;
-    /// Pictures that have come so far, and whether others are waited for.
+    /// Pictures and heights that have come so far, and whether others are waited for.
     int arrivals() const;
     bool isLoading() const;
     /// What keeps it from being shown at present, as GDAL says it; addresses may stand in it. Empty when all

@@ -48,10 +48,21 @@ float HeightBlocks::sample(double column, double row) {
     return bilinearAcrossHoles(cell[0], cell[right], cell[below], cell[below + right], x - left, y - top);
 }
 
+// Where heights come from a server, a block may have been read before the finest had come.
+void HeightBlocks::forgetOutdated() {
+    const int arrivals = m_source.heightArrivals();
+    if (arrivals != m_arrivals) {
+        m_arrivals = arrivals;
+        m_byIndex.clear();
+        m_newestFirst.clear();
+    }
+}
+
 HeightBlocks::BlockPointer HeightBlocks::blockAt(int blockColumn, int blockRow) {
     const std::int64_t index = static_cast<std::int64_t>(blockRow) * 0x100000000LL + blockColumn;
     {
         const std::lock_guard lock(m_mutex);
+        forgetOutdated();
         const auto found = m_byIndex.find(index);
         if (found != m_byIndex.end()) {
             m_newestFirst.splice(m_newestFirst.begin(), m_newestFirst, found->second);
@@ -79,7 +90,7 @@ HeightBlocks::BlockPointer HeightBlocks::read(int blockColumn, int blockRow) con
     window.height = std::min(kBlockCells + 1, m_source.rows() - window.row);
     auto block = std::make_shared<Block>();
     block->width = window.width;
-    return m_source.readHeights(window, block->heights) ? block : nullptr;
+    return m_source.knownHeights(window, block->heights) ? block : nullptr;
 }
 
 } // namespace osgEarth

@@ -30,11 +30,13 @@ private:
     };
     using BlockPointer = std::shared_ptr<const Block>;
 
+    void forgetOutdated();
     BlockPointer blockAt(int blockColumn, int blockRow);
     BlockPointer read(int blockColumn, int blockRow) const;
 
     RasterSource& m_source;
     std::mutex m_mutex;
+    int m_arrivals = 0; // of heights, when the blocks were read
     std::list<std::pair<std::int64_t, BlockPointer>> m_newestFirst;
     std::unordered_map<std::int64_t, std::list<std::pair<std::int64_t, BlockPointer>>::iterator> m_byIndex;
 };

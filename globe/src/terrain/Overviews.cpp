@@ -1,12 +1,12 @@
 #include "Overviews.h"
 
+#include "OverviewCache.h"
+
 #include <gdal_priv.h>
 
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
-#include <cstdio>
-#include <cstdlib>
 #include <deque>
 #include <filesystem>
 #include <mutex>
@@ -21,6 +21,7 @@ constexpr const char* kMadeHere = "CORRIDOR_OVERVIEWS";
 constexpr const char* kUnfinished = ".building-";
 constexpr int kCoarsestCells = 256;
 constexpr int kFinestInMemory = 2048;
+constexpr std::uintmax_t kMostBytesKept = std::uintmax_t{20} << 30;
 
 // Collects the first error of this thread instead of printing it.
 class FirstError {
@@ -40,42 +41,6 @@ private:
     }
     std::string m_text;
 };
-
-fs::path cacheFolder() {
-#ifdef _WIN32
-    constexpr const char* kVariables[][2] = {{"LOCALAPPDATA", ""}};
-#else
-    constexpr const char* kVariables[][2] = {{"XDG_CACHE_HOME", ""}, {"HOME", ".cache"}};
-#endif
-    for (const auto& [variable, below] : kVariables) {
-        const char* value = std::getenv(variable);
-        if (value && *value != '\0') {
-            return fs::path(value) / below / "corridor" / "overviews";
-        }
-    }
-    return {};
-}
-
-// Names, sizes and times of all files of a raster, so that a changed raster is another one.
-std::string cacheName(const std::string& openName, GDALDataset& dataset) {
-    std::string identity = openName.rfind("/vsimem/", 0) == 0 ? std::string() : openName;
-    const CPLStringList files(dataset.GetFileList());
-    for (int i = 0; i < files.Count(); ++i) {
-        VSIStatBufL status;
-        if (std::string(files[i]).rfind("/vsimem/", 0) != 0 && VSIStatL(files[i], &status) == 0) {
-            identity.append("\n").append(files[i]);
-            identity.append(" ").append(std::to_string(status.st_size));
-            identity.append(" ").append(std::to_string(status.st_mtime));
-        }
-    }
-    std::uint64_t hash = 14695981039346656037ULL; // FNV-1a
-    for (const char c : identity) {
-        hash = (hash ^ static_cast<unsigned char>(c)) * 1099511628211ULL;
-    }
-    char name[32];
-    std::snprintf(name, sizeof name, "%016llx.vrt", static_cast<unsigned long long>(hash));
-    return name;
-}
 
 std::unique_ptr<GDALDataset> openRaster(const std::string& name, unsigned access = GDAL_OF_READONLY) {
     return std::unique_ptr<GDALDataset>(GDALDataset::Open(name.c_str(), GDAL_OF_RASTER | access));
@@ -234,7 +199,7 @@ std::string OverviewBuilder::Job::buildBeside(GDALDataset& source) {
 }
 
 std::string OverviewBuilder::Job::buildInCache(GDALDataset& source) {
-    const fs::path folder = cacheFolder();
+    const fs::path folder = overviewCacheFolder();
     std::error_code error;
     fs::create_directories(folder, error);
     if (folder.empty() || error) {
@@ -243,7 +208,7 @@ std::string OverviewBuilder::Job::buildInCache(GDALDataset& source) {
     }
     sweep(folder, "");
     m_problem.clear();
-    const std::string target = (folder / cacheName(m_openName, source)).string();
+    const std::string target = (folder / overviewCacheName(m_openName, source)).string();
     const std::string vrt = target + temporaryName();
     if (build(source, vrt, false)) {
         // The last step makes it count.
@@ -254,6 +219,7 @@ std::string OverviewBuilder::Job::buildInCache(GDALDataset& source) {
         m_problem = error ? target + ": " + error.message() : std::string();
     }
     removeFiles(vrt);
+    trimOverviewCache(folder, kMostBytesKept);
     return m_problem.empty() && !m_cancelled ? target : std::string();
 }
 
@@ -336,10 +302,14 @@ float OverviewBuilder::progress() const {
 }
 
 std::string cachedOverviews(const std::string& openName, GDALDataset& dataset) {
-    const fs::path folder = cacheFolder();
+    const fs::path folder = overviewCacheFolder();
     std::error_code unknown;
-    const fs::path vrt = folder.empty() ? folder : folder / cacheName(openName, dataset);
-    return !folder.empty() && fs::exists(vrt, unknown) ? vrt.string() : std::string();
+    const fs::path vrt = folder.empty() ? folder : folder / overviewCacheName(openName, dataset);
+    if (folder.empty() || !fs::exists(vrt, unknown)) {
+        return {};
+    }
+    noteUse(vrt);
+    return vrt.string();
 }
 
 void removeOutdatedOverviews(const std::string& file) {

@@ -2,6 +2,7 @@
 
 #include "HeightApron.h"
 #include "HeightBlocks.h"
+#include "ServedHeights.h"
 
 #include <osg/Notify>
 
@@ -46,11 +47,19 @@ std::unique_ptr<GDALDataset> openDataset(const std::string& name) {
         GDALDataset::Open(name.c_str(), GDAL_OF_RASTER | GDAL_OF_VERBOSE_ERROR));
 }
 
+bool namesServer(const std::string& text) {
+    constexpr const char* kServers[] = {"/vsicurl", "/vsis3",    "/vsigs",   "/vsiaz",     "/vsiadls",
+                                        "/vsioss",  "/vsiswift", "/vsihdfs", "/vsiwebhdfs"};
+    return std::any_of(std::begin(kServers), std::end(kServers),
+                       [&text](const char* server) { return text.find(server) != std::string::npos; });
+}
+
 // Whether the cells come from a server, which should not be asked for all of them.
 bool isServed(GDALDataset& dataset) {
     const std::string driver = dataset.GetDriverName();
-    const std::string name = dataset.GetDescription();
-    return driver == "WMS" || driver == "WMTS" || name.rfind("/vsicurl/", 0) == 0;
+    char** const description = dataset.GetMetadata("xml:VRT"); // names the sources
+    return driver == "WMS" || driver == "WMTS" || namesServer(dataset.GetDescription()) ||
+           (description && namesServer(description[0]));
 }
 
 bool isFolder(const std::string& location) {
@@ -108,30 +117,38 @@ public:
             const std::lock_guard lock(source.m_poolMutex);
             m_revision = source.m_revision;
             name = source.m_openName;
-            if (!source.m_idle.empty()) {
-                m_dataset = std::move(source.m_idle.back());
-                source.m_idle.pop_back();
-            }
+            takeIdle();
         }
-        if (!m_dataset) {
-            m_dataset = openDataset(name);
+        if (!m_lent.dataset) {
+            m_lent.dataset = openDataset(name);
         }
     }
     Borrowed(const Borrowed&) = delete;
     Borrowed& operator=(const Borrowed&) = delete;
-    GDALDataset* get() const { return m_dataset.get(); }
+    GDALDataset* get() const { return m_lent.dataset.get(); }
     /// Lets others use the data set; one that does not know the latest overviews is closed instead.
     void handBack() {
         const std::lock_guard lock(m_source.m_poolMutex);
         if (m_source.m_revision == m_revision) {
-            m_source.m_idle.push_back(std::move(m_dataset));
+            m_source.m_idle.push_back(std::move(m_lent));
         }
     }
 
 private:
+    void takeIdle() {
+        auto& idle = m_source.m_idle;
+        const auto found = std::find_if(idle.rbegin(), idle.rend(), [this](const Idle& each) {
+            return !m_source.m_staysWithOpener || each.opener == m_lent.opener;
+        });
+        if (found != idle.rend()) {
+            m_lent = std::move(*found);
+            idle.erase(std::next(found).base());
+        }
+    }
+
     RasterSource& m_source;
     int m_revision = 0;
-    std::unique_ptr<GDALDataset> m_dataset;
+    Idle m_lent{nullptr, std::this_thread::get_id()};
 };
 
 std::shared_ptr<RasterSource> RasterSource::open(const std::string& location, Status& status, Log log) {
@@ -167,6 +184,7 @@ RasterSource::RasterSource(std::string location)
 
 RasterSource::~RasterSource() {
     m_overviews.reset(); // it calls back
+    m_servedHeights.reset();
     const QuietErrors quiet;
     m_idle.clear();
     if (!m_mosaic.empty()) {
@@ -213,6 +231,7 @@ Status RasterSource::inspect(GDALDataset& dataset) {
         return failureOf(m_location, "lies outside the reach of its reference system");
     }
     m_bands = RasterBands(dataset);
+    m_staysWithOpener = dataset.GetDriverName() != std::string("GTiff");
     return Status::OK();
 }
 
@@ -229,7 +248,7 @@ void RasterSource::prepareOverviews(std::unique_ptr<GDALDataset> first) {
     }
     const std::lock_guard lock(m_poolMutex);
     if (m_revision == 0) {
-        m_idle.push_back(std::move(first));
+        m_idle.push_back({std::move(first), std::this_thread::get_id()});
     }
 }
 
@@ -241,7 +260,7 @@ void RasterSource::useOverviews(const OverviewBuilder::Result& result) {
     if (result.openName.empty()) {
         return;
     }
-    std::vector<std::unique_ptr<GDALDataset>> outdated;
+    std::vector<Idle> outdated;
     const std::lock_guard lock(m_poolMutex);
     m_openName = result.openName;
     m_inMemory = result.inMemory ? result.openName : std::string();
@@ -283,6 +302,35 @@ bool RasterSource::readImage(const CellWindow& window, std::vector<std::uint8_t>
 }
 
 bool RasterSource::readHeights(const CellWindow& window, std::vector<float>& heights) {
+    if (m_servedHeights) {
+        m_servedHeights->heights(window, ServedHeights::Lacking::Ask, heights);
+        return true;
+    }
+    return fetchHeights(window, heights);
+}
+
+bool RasterSource::knownHeights(const CellWindow& window, std::vector<float>& heights) {
+    if (m_servedHeights) {
+        m_servedHeights->heights(window, ServedHeights::Lacking::Ignore, heights);
+        return true;
+    }
+    return fetchHeights(window, heights);
+}
+
+bool RasterSource::serveHeights() {
+    m_servedHeights = ServedHeights::start(shared_from_this());
+    return m_servedHeights != nullptr;
+}
+
+bool RasterSource::isLoadingHeights() const {
+    return m_servedHeights && m_servedHeights->isLoading();
+}
+
+int RasterSource::heightArrivals() const {
+    return m_servedHeights ? m_servedHeights->revision() : 0;
+}
+
+bool RasterSource::fetchHeights(const CellWindow& window, std::vector<float>& heights) {
     return read([&](GDALDataset& dataset) { return m_bands.readHeights(dataset, window, heights); });
 }
 

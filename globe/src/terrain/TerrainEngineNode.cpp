@@ -6,9 +6,11 @@
 
 #include <osg/Texture2D>
 #include <osgDB/DatabasePager>
-#include <osgEarth/TerrainLayer>
+#include <osgEarth/ElevationLayer>
 #include <osgGA/GUIActionAdapter>
 #include <osgViewer/View>
+
+#include <numeric>
 
 namespace osgEarth {
 namespace {
@@ -54,6 +56,14 @@ std::vector<int> appearanceOf(const Map& map) {
         revisions.push_back(layer->getAppearanceRevision());
     }
     return revisions;
+}
+
+// How often heights have come that the map had not when their layer was added.
+int heightArrivalsOf(const Map& map) {
+    std::vector<osg::ref_ptr<ElevationLayer>> layers;
+    map.getLayers(layers);
+    return std::accumulate(layers.begin(), layers.end(), 0,
+                           [](int sum, const auto& layer) { return sum + layer->getArrivals(); });
 }
 
 } // namespace
@@ -107,11 +117,15 @@ void TerrainEngineNode::addRootTiles() {
 }
 
 void TerrainEngineNode::followMapChanges() {
-    const std::vector<int> appearance = appearanceOf(*m_map);
-    if (appearance != m_appearance) {
-        m_appearance = appearance;
-        m_tileContext->setLayers(*m_map);
+    if (appearanceOf(*m_map) == m_appearance) {
+        return;
     }
+    if (const int heights = heightArrivalsOf(*m_map); heights != m_heightArrivals) {
+        m_heightArrivals = heights;
+        m_map->noteNewHeights();
+    }
+    m_appearance = appearanceOf(*m_map);
+    m_tileContext->setLayers(*m_map);
 }
 
 void TerrainEngineNode::announceNewTiles() {

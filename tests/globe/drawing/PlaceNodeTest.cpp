@@ -74,6 +74,53 @@ TEST(PlaceNode, BoundIsCentredOnThePosition) {
     EXPECT_LT((osg::Vec3d(node->getBound().center()) - world).length(), 1.0);
 }
 
+/// Notes the state of everything at and below a node that more than one node has.
+class SharedStates : public osg::NodeVisitor {
+public:
+    SharedStates() : osg::NodeVisitor(TRAVERSE_ALL_CHILDREN) {}
+    void apply(osg::Node& node) override {
+        shared += node.getStateSet() && node.getStateSet()->getNumParents() > 1 ? 1 : 0;
+        traverse(node);
+    }
+    void apply(osg::Drawable& drawable) override { apply(static_cast<osg::Node&>(drawable)); }
+    int shared = 0;
+};
+
+TEST(PlaceNode, SharesNoStateWithOthersWhichEachThatGoesWouldLookThrough) {
+    TestGlobe globe;
+    Style style = labelStyle();
+    style.get<TextSymbol>()->halo() = Stroke(Color::White);
+    const osg::ref_ptr<PlaceNode> node = new PlaceNode(place(globe), "label", style);
+    const osg::ref_ptr<PlaceNode> other = new PlaceNode(place(globe), "another", style);
+    SharedStates states;
+    node->accept(states);
+    EXPECT_EQ(states.shared, 0);
+}
+
+TEST(PlaceNode, AHaloIsAPixelWideOnEverySideAndBehindTheText) {
+    TestGlobe globe;
+    Style style = labelStyle();
+    const osg::ref_ptr<PlaceNode> node = label(globe, "\xE5\xA1\x8C"); // 塌
+    globe.look(1000.0);
+    globe.settle();
+    const osg::ref_ptr<osg::Image> plain = globe.picture();
+    style.get<TextSymbol>()->halo() = Stroke(Color::Blue);
+    node->setStyle(style);
+    const osg::ref_ptr<osg::Image> haloed = globe.picture();
+    keep(*haloed, "place-halo");
+    // The ground is bright in all colours; the finest edges of letters are as good as none.
+    const auto isInk = [](const osg::Vec3i& p) { return p.y() < 180; };
+    const Box text = boxOf(*plain, isInk);
+    const Box rim = boxOf(*haloed, isInk);
+    EXPECT_NEAR(text.xMin - rim.xMin, 1.5, 0.5);
+    EXPECT_NEAR(rim.xMax - text.xMax, 1.5, 0.5);
+    EXPECT_NEAR(text.yMin - rim.yMin, 1.5, 0.5);
+    EXPECT_NEAR(rim.yMax - text.yMax, 1.5, 0.5);
+    const auto isRed = [](const osg::Vec3i& p) { return p.x() > 200 && p.y() < 12 && p.z() < 12; };
+    EXPECT_GT(count(*plain, isRed), 20);
+    EXPECT_NEAR(count(*haloed, isRed), count(*plain, isRed), 5) << "the text covers it";
+}
+
 TEST(PlaceNode, IconStandsOnThePositionAtItsPixelSizeFromAnyDistance) {
     TestGlobe globe;
     label(globe, "", plainImage(osg::Vec4(0.0f, 0.0f, 1.0f, 1.0f), 32));
