@@ -3,9 +3,10 @@
 #include "cli/OpenedProject.h"
 #include "detect/GdalErrors.h"
 #include "host/Gbk.h"
-#include "workbench/inspectiondata/output/InspectionData.h"
+#include "workbench/inspectiondata/output/ProjectFigures.h"
 #include "workbench/inspectiondata/project/Georeference.h"
 #include "workbench/inspectiondata/project/ProjectFile.h"
+#include "workbench/inspectiondata/project/RasterPlace.h"
 #include "workbench/inspectiondata/text/CoregistrationText.h"
 
 #include <QFileInfo>
@@ -26,7 +27,7 @@ QJsonArray epochs(const inspection::ProjectDescription& project) {
                                  {"date", epoch.date},
                                  {"dsm", epoch.dsm},
                                  {"dom", epoch.dom},
-                                 {"dsm_exists", QFileInfo::exists(epoch.dsm)}});
+                                 {"dsm_exists", inspection::rasterExists(epoch.dsm)}});
     }
     return array;
 }
@@ -86,15 +87,15 @@ QJsonValue detection(const std::optional<inspection::DetectionAccount>& account)
                        {"doubt", doubt ? QJsonValue(*doubt) : QJsonValue()}};
 }
 
-QJsonObject station(const inspection::StationFindings& findings) {
-    const KV_Station& station = findings.station;
+QJsonObject stationOf(const inspection::StationFigures& figures) {
+    const KV_Station& station = figures.station;
     QJsonObject json{{"id", static_cast<qint64>(station.m_id)},
                      {"name", fromGbk(station.m_name)},
                      {"start_m", station.m_startMetres},
                      {"end_m", station.m_endMetres},
                      {"bounds", QJsonArray{station.m_xMin, station.m_yMin, station.m_xMax, station.m_yMax}},
-                     {"anomalies", static_cast<qint64>(findings.anomalies.size())}};
-    json["computed_at"] = findings.result ? QJsonValue(findings.result->computedAt) : QJsonValue();
+                     {"anomalies", static_cast<qint64>(figures.anomalies)}};
+    json["computed_at"] = figures.computedAt ? QJsonValue(*figures.computedAt) : QJsonValue();
     return json;
 }
 
@@ -124,29 +125,30 @@ inspection::Result<QJsonObject> projectInfo(const QString& folder) {
     if (!opened) {
         return failed(opened);
     }
-    const auto read = inspection::readInspectionData(description, *opened->database->GetMySQL());
+    const auto read = inspection::readProjectFigures(description, *opened->database->GetMySQL());
     if (!read) {
         return failed(read);
     }
-    const auto& data = *read;
-    json["comparisons"] = comparisons(data.comparisons);
-    json["detection"] = detection(data.account);
+    const auto& figures = *read;
+    json["comparisons"] = comparisons(figures.comparisons);
+    json["detection"] = detection(figures.account);
     QJsonArray stations;
-    for (const auto& findings : data.stations) {
-        stations.append(station(findings));
+    for (const auto& station : figures.stations) {
+        stations.append(stationOf(station));
     }
     json["stations"] = stations;
-    json["anomalies"] = data.anomalyCount();
-    json["special_points"] = static_cast<qint64>(data.specialPoints.size());
-    json["special_areas"] = static_cast<qint64>(data.specialAreas.size());
-    json["high_consequence_areas"] = static_cast<qint64>(data.highConsequenceAreas.size());
+    json["anomalies"] = static_cast<qint64>(figures.anomalies());
+    json["special_points"] = static_cast<qint64>(figures.specialPoints);
+    json["special_areas"] = static_cast<qint64>(figures.specialAreas);
+    json["high_consequence_areas"] = static_cast<qint64>(figures.highConsequenceAreas);
     return json;
 }
 
 inspection::Result<QJsonObject> rasterInfo(const QString& file) {
     GDALAllRegister();
     const detect::GdalErrors errors;
-    const GDALDatasetUniquePtr raster(GDALDataset::Open(file.toUtf8().constData(), GDAL_OF_RASTER));
+    const GDALDatasetUniquePtr raster(
+        GDALDataset::Open(file.toUtf8().constData(), GDAL_OF_RASTER | GDAL_OF_VERBOSE_ERROR));
     if (!raster || raster->GetRasterCount() < 1) {
         return inspection::fileFailure(file,
                                        "not a readable raster: " + QString::fromStdString(errors.first()),

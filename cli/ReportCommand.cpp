@@ -14,11 +14,15 @@
 
 #include <QGuiApplication>
 
+#include <cstdint>
 #include <cstdio>
+#include <functional>
+#include <memory>
+#include <utility>
 
 namespace cli {
 
-using inspection::InspectionData;
+using inspection::ProjectDescription;
 
 namespace {
 
@@ -30,57 +34,88 @@ constexpr auto kShapeUsage = "用法：corridor shape PROJECT --out DIR [--stati
 
 constexpr auto kStationsUsage = "  --stations  站段编号或编号范围，以逗号分隔；不给出时为全部站段\n";
 
-using Writer = inspection::Status (*)(const InspectionData& data, const QString& target,
-                                      const inspection::OutputProgress& progress);
+/// What is to be written of a project, and where.
+struct Output {
+    const ProjectDescription& project; ///< with the pair that was asked for
+    std::unique_ptr<inspection::PipelineDatabase> database;
+    std::vector<std::uint32_t> stationIds; ///< none for all
+    QString target;
+};
 
-inspection::Status writeReport(const InspectionData& data, const QString& file,
-                               const inspection::OutputProgress& progress) {
-    return inspection::writeReport({data, QImage()}, file, progress);
+using Writer = inspection::Status (*)(Output output, const char* command, const char* title);
+
+/// Says how far it is, and stops when that is asked for.
+class Course {
+public:
+    explicit Course(const char* title) : m_line(title, false) {}
+
+    bool operator()(double fraction) {
+        m_line.show(fraction);
+        return !m_stopOnSignal.asked();
+    }
+
+private:
+    const StopOnSignal m_stopOnSignal;
+    ProgressLine m_line;
+};
+
+void tellBrokenOutlines(const char* command, std::int64_t broken) {
+    if (broken > 0) {
+        note(command, std::to_string(broken) + " 处异常的轮廓无效，图中没有；corridor check 可列出");
+    }
 }
 
-inspection::Result<InspectionData> readProject(const std::string& folder, const Options& options,
-                                               const std::vector<StationRange>& stations) {
-    const auto opened = openProject(folder, inspection::Project::Access::ReadOnly);
+inspection::Status writeReport(Output output, const char* command, const char* title) {
+    const auto data =
+        inspection::readInspectionData(output.project, *output.database->GetMySQL(), output.stationIds);
+    output.database.reset(); // what ends the program while it writes leaves none of the database's files
+    if (!data) {
+        return failed(data);
+    }
+    tellBrokenOutlines(command, data->brokenOutlines());
+    Course course(title);
+    return inspection::writeReport({*data, QImage()}, output.target, std::ref(course));
+}
+
+inspection::Status writeShapes(Output output, const char* command, const char* title) {
+    const auto broken = [&] {
+        Course course(title);
+        return inspection::writeStoredShapes(output.project, *output.database->GetMySQL(), output.stationIds,
+                                             output.target, std::ref(course));
+    }();
+    if (!broken) {
+        return failed(broken);
+    }
+    tellBrokenOutlines(command, *broken);
+    return {};
+}
+
+inspection::Status writeProject(const char* command, const char* title, const Options& options,
+                                const std::vector<StationRange>& stations, Writer writer) {
+    auto opened = openProject(options.positional.front(), inspection::Project::Access::ReadOnly);
     if (!opened) {
         return failed(opened);
     }
-    const auto& project = *opened;
-    const auto paired = withPair(project.project.description(), options);
+    const auto paired = withPair(opened->project.description(), options);
     if (!paired) {
         return failed(paired);
     }
-    mysqlhelper::KV_MySQL& database = *project.database->GetMySQL();
-    const auto ids = stationsIn(stations, inspection::readStations(database));
+    const auto ids = stationsIn(stations, inspection::readStations(*opened->database->GetMySQL()));
     if (!ids) {
         return failed(ids);
     }
-    return inspection::readInspectionData(*paired, database, *ids);
+    tellMissingFiles(command, *paired);
+    return writer(
+        {*paired, std::move(opened->database), *ids, QString::fromStdString(options.value("--out"))}, command,
+        title);
 }
 
 int write(const char* command, const char* title, const Options& options,
           const std::vector<StationRange>& stations, Writer writer) {
-    const std::string target = options.value("--out");
-    const auto data = readProject(options.positional.front(), options, stations);
-    if (!data) {
-        return fail(command, data.error());
-    }
-    tellMissingFiles(command, data->project);
-    if (const int broken = data->brokenOutlines(); broken > 0) {
-        note(command, std::to_string(broken) + " 处异常的轮廓无效，图中没有；corridor check 可列出");
-    }
-    inspection::Status written;
-    {
-        const StopOnSignal stopOnSignal;
-        ProgressLine line(title, false);
-        written = writer(*data, QString::fromStdString(target), [&](double fraction) {
-            line.show(fraction);
-            return !stopOnSignal.asked();
-        });
-    }
-    if (!written) {
+    if (const auto written = writeProject(command, title, options, stations, writer); !written) {
         return fail(command, written.error());
     }
-    std::printf("%s\n", printable(target).c_str());
+    std::printf("%s\n", printable(options.value("--out")).c_str());
     return kStatusDone;
 }
 
@@ -118,7 +153,7 @@ int runReport(const std::vector<std::string>& arguments) {
 }
 
 int runShape(const std::vector<std::string>& arguments) {
-    return run("shape", "输出shape", kShapeUsage, arguments, inspection::writeShapes);
+    return run("shape", "输出shape", kShapeUsage, arguments, writeShapes);
 }
 
 } // namespace cli

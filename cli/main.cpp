@@ -12,6 +12,7 @@
 #include "cli/RunSafely.h"
 #include "cli/SampleCommand.h"
 
+#include "workbench/inspectiondata/project/RasterPlace.h"
 #include "workbench/inspectiondata/project/Utf8Locale.h"
 
 #include <cstdio>
@@ -58,6 +59,7 @@ void printUsage(std::FILE* stream) {
 
 int main(int argc, char** argv) {
     inspection::useUtf8Locale();
+    inspection::limitPatienceWithServers();
     const std::vector<std::string> arguments(argv + (argc > 1 ? 2 : argc), argv + argc);
     const std::string name = argc > 1 ? argv[1] : "";
     for (const Command& command : kCommands) {

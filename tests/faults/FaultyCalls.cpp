@@ -1,6 +1,7 @@
 // Preloaded into a program: one call to the system does not succeed, or a signal arrives at it. By the environment:
-//   CORRIDOR_FAULT_CALL   open, write, fsync, rename, mmap or malloc
+//   CORRIDOR_FAULT_CALL   open, write, fsync, rename, mmap or malloc; send or recv on a socket
 //   CORRIDOR_FAULT_AT     which of them, from 1; 0 for none
+//   CORRIDOR_FAULT_LASTS  1 when all behind it do not succeed, too
 //   CORRIDOR_FAULT_ERROR  the error number, or minus a signal, which is sent before the call goes on as usual
 //   CORRIDOR_FAULT_UNDER  calls on files count only below this folder
 //   CORRIDOR_FAULT_COUNT  a file for the number of calls that counted
@@ -17,6 +18,7 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/socket.h>
 #include <sys/uio.h>
 #include <unistd.h>
 
@@ -32,12 +34,14 @@ struct Plan {
     const char* call;
     const char* under;
     long at;
+    bool lasts;
     int error;
 };
 
 const Plan& plan() {
     static const Plan read{setting("CORRIDOR_FAULT_CALL"), setting("CORRIDOR_FAULT_UNDER"),
                            strtol(setting("CORRIDOR_FAULT_AT"), nullptr, 10),
+                           strcmp(setting("CORRIDOR_FAULT_LASTS"), "1") == 0,
                            static_cast<int>(strtol(setting("CORRIDOR_FAULT_ERROR"), nullptr, 10))};
     return read;
 }
@@ -52,7 +56,11 @@ Function next(const char* name) {
 
 /// Whether this call fails now.
 bool fails(const char* call) {
-    if (!isReady || strcmp(plan().call, call) != 0 || ++calls != plan().at) {
+    if (!isReady || strcmp(plan().call, call) != 0) {
+        return false;
+    }
+    const long number = ++calls;
+    if (plan().lasts ? number < plan().at : number != plan().at) {
         return false;
     }
     if (plan().error < 0) {
@@ -199,6 +207,18 @@ int fsync(int file) {
 
 int fdatasync(int file) {
     return syncNext("fdatasync", file);
+}
+
+ssize_t send(int socket, const void* bytes, size_t count, int flags) {
+    return is("send") && fails("send")
+               ? -1
+               : next<ssize_t (*)(int, const void*, size_t, int)>("send")(socket, bytes, count, flags);
+}
+
+ssize_t recv(int socket, void* bytes, size_t count, int flags) {
+    return is("recv") && fails("recv")
+               ? -1
+               : next<ssize_t (*)(int, void*, size_t, int)>("recv")(socket, bytes, count, flags);
 }
 
 int rename(const char* from, const char* to) noexcept {

@@ -159,6 +159,7 @@ TEST(BaseLayerTest, AFailureIsToldInAFewWordsWithoutAnyAddress) {
         {"Could not resolve host: h", "找不到服务器"},
         {"GDALWMS: ReadBlockFromFile (http://a:b@h/1/0/0.png) failed.", "收到的不是图块"},
         {"/x.tif: No such file or directory", "文件不存在"},
+        {"`/vsicurl/http://h/a.tif' does not exist in the file system", "服务器没有给出该文件"},
         {"http://a:b@h/ is odd", "不是可以识别的栅格或服务"}};
     for (const auto& [message, words] : cases) {
         EXPECT_EQ(baseLayerTrouble(message), words);

@@ -36,6 +36,23 @@ TEST(RowChangeTest, EveryKindOfValueComesBackExactlyFromItsText) {
     EXPECT_FALSE(back->at(1).after);
 }
 
+TEST(RowChangeTest, WhatAnEditLeavesAsItIsIsWrittenOnce) {
+    const KV_Record before{
+        {"id", std::int64_t{7}}, {"outline_wkt", std::string("POLYGON")}, {"name", std::string("a")}};
+    KV_Record after = before;
+    after["name"] = std::string("b");
+    const std::string text = toText({{"anomaly", 7, before, after}});
+    EXPECT_EQ(text.find("POLYGON"), text.rfind("POLYGON")) << text;
+    const auto back = toRowChanges(text).value();
+    EXPECT_EQ(back.at(0).before, before);
+    EXPECT_EQ(back.at(0).after, after);
+    // As it was written before, twice.
+    const std::string whole =
+        R"([{"after":{"id":7,"name":"b","outline_wkt":"POLYGON"},)"
+        R"("before":{"id":7,"name":"a","outline_wkt":"POLYGON"},"id":7,"table":"anomaly"}])";
+    EXPECT_EQ(toRowChanges(whole).value().at(0).after, after);
+}
+
 TEST(RowChangeTest, TextThatIsNoneIsRefused) {
     for (const char* text : {"", "x", "{}", "[1]", R"([{"table":"a","id":1}])"}) {
         EXPECT_FALSE(toRowChanges(text)) << text;

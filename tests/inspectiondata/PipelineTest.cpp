@@ -4,9 +4,13 @@
 
 #include <gtest/gtest.h>
 
+#include <QLineF>
 #include <QTemporaryDir>
 
+#include <algorithm>
 #include <cmath>
+#include <limits>
+#include <random>
 
 namespace {
 
@@ -58,6 +62,70 @@ TEST(Pipeline, MarksGoOnOverTheGapBetweenItsParts) {
     const auto marks = pipeline.marks(20.0);
     EXPECT_EQ(chainagesOf(marks), (std::vector<double>{0.0, 20.0, 40.0, 60.0}));
     EXPECT_EQ(marks[2].place, QPointF(500100.0, 3400000.0));
+}
+
+/// The line as text; to and fro, so that its ends are no nearer to each other than to its middle.
+std::vector<QPointF> windingWay(int vertices, std::mt19937& dice) {
+    std::uniform_int_distribution<int> way(-30, 30);
+    std::vector<QPointF> places = {{500000.0, 3400000.0}};
+    while (static_cast<int>(places.size()) < vertices) {
+        places.push_back(places.back() + QPointF(way(dice), way(dice)));
+    }
+    return places;
+}
+
+QString lineText(const std::vector<QPointF>& places) {
+    QStringList texts;
+    for (const QPointF& place : places) {
+        texts << QStringLiteral("%1 %2").arg(place.x(), 0, 'f', 1).arg(place.y(), 0, 'f', 1);
+    }
+    return "LINESTRING (" + texts.join(", ") + ')';
+}
+
+TEST(Pipeline, TheNearestPlaceOfALongLineIsThatOfAllItsSegments) {
+    std::mt19937 dice(3);
+    std::uniform_int_distribution<int> place(-300, 300);
+    const std::vector<std::vector<QPointF>> parts = {windingWay(400, dice), windingWay(2, dice),
+                                                     windingWay(150, dice)};
+    const Pipeline pipeline = pipelineOf({lineText(parts[0]), lineText(parts[1]), lineText(parts[2])});
+    for (int i = 0; i < 500; ++i) {
+        const QPointF point(500000.0 + place(dice), 3400000.0 + place(dice));
+        double along = 0.0;
+        double least = std::numeric_limits<double>::infinity();
+        double chainage = 0.0;
+        for (const auto& part : parts) {
+            for (std::size_t k = 0; k + 1 < part.size(); ++k) {
+                const QLineF segment(part[k], part[k + 1]);
+                const QPointF way = part[k + 1] - part[k];
+                const double square = QPointF::dotProduct(way, way);
+                const double share =
+                    square > 0.0 ? std::clamp(QPointF::dotProduct(point - part[k], way) / square, 0.0, 1.0)
+                                 : 0.0;
+                const double offset = QLineF(point, part[k] + share * way).length();
+                if (offset < least) {
+                    least = offset;
+                    chainage = along + share * segment.length();
+                }
+                along += segment.length();
+            }
+        }
+        const auto position = pipeline.positionOf(point);
+        ASSERT_TRUE(position);
+        EXPECT_NEAR(position->offsetMetres, least, 1e-9);
+        EXPECT_NEAR(position->chainageMetres, chainage, 1e-6);
+    }
+}
+
+TEST(Pipeline, OfPlacesThatAreAsNearTheFirstOneCounts) {
+    QStringList there;
+    for (int i = 0; i <= 40; ++i) {
+        there << QStringLiteral("%1 3400000").arg(500000 + 10 * i);
+    }
+    const QString back = QStringList(there.rbegin(), there.rend()).join(", ");
+    const Pipeline pipeline =
+        pipelineOf({"LINESTRING (" + there.join(", ") + ')', "LINESTRING (" + back + ')'});
+    EXPECT_DOUBLE_EQ(pipeline.positionOf({500155.0, 3400020.0})->chainageMetres, 155.0);
+    EXPECT_DOUBLE_EQ(pipeline.positionOf({500005.0, 3400020.0})->chainageMetres, 5.0);
 }
 
 TEST(Pipeline, WithoutALineHasNoMarksAndNoBuffer) {

@@ -48,6 +48,16 @@ TEST(ServerAddressTest, WhatIsNoAddressIsNone) {
     EXPECT_FALSE(isServerAddress("mysql.db"));
 }
 
+TEST(ServerAddressTest, APortIsANumberOfTwoBytes) {
+    EXPECT_EQ(serverAddress("mysql://host:0/d")->port, 0);
+    EXPECT_EQ(serverAddress("mysql://host:1/d")->port, 1);
+    EXPECT_EQ(serverAddress("mysql://host:65535/d")->port, 65535);
+    for (const char* url : {"mysql://host:65536/d", "mysql://host:99999/d", "mysql://[::1]:65536/d",
+                            "mysql://host:4294967297/d", "mysql://host:-1/d"}) {
+        EXPECT_FALSE(serverAddress(url).has_value()) << url;
+    }
+}
+
 TEST(ServerAddressTest, MessagesShowNoPassword) {
     EXPECT_EQ(shownDatabase("mysql://walker:secret@db:3307/corridor?socket=/s"),
               "mysql://walker@db:3307/corridor?socket=/s");

@@ -1,6 +1,7 @@
 #include "Opened.h"
 
 #include "host/Gbk.h"
+#include "workbench/inspectiondata/database/Outline.h"
 #include "workbench/inspectiondata/pipeline/Surroundings.h"
 #include "workbench/inspectiondata/project/Georeference.h"
 
@@ -8,6 +9,8 @@
 
 #include <cmath>
 #include <cstdio>
+#include <random>
+#include <thread>
 
 namespace {
 
@@ -63,6 +66,22 @@ protected:
             places.emplace_back(x, y, 0.0);
         }
         return places;
+    }
+    static Points inDegrees(const Points& points) {
+        Points degrees;
+        for (const osg::Vec3d& place : toLonLat(points, "EPSG:4547")) {
+            degrees.emplace_back(place.x(), place.y());
+        }
+        return degrees;
+    }
+    void layStationOutInDegrees() {
+        const Points corners =
+            inDegrees({{m_station.m_xMin, m_station.m_yMin}, {m_station.m_xMax, m_station.m_yMax}});
+        m_station.m_srs = "EPSG:4490";
+        m_station.m_xMin = corners[0].x();
+        m_station.m_yMin = corners[0].y();
+        m_station.m_xMax = corners[1].x();
+        m_station.m_yMax = corners[1].y();
     }
     void addArea(const char* name, const Points& points, const char* srs = "EPSG:4547") {
         Special_Polygon area(toGbk(name), {});
@@ -140,29 +159,68 @@ TEST_F(SurroundingsTest, ALongLineGivesTheSameDistanceAsTheWholeOfIt) {
     }
 }
 
-TEST_F(SurroundingsTest, ALineInDegreesIsMeasuredInMetres) {
-    Points degrees;
-    for (const osg::Vec3d& place : toLonLat({{500000.0, kPipeY}, {500200.0, kPipeY}}, "EPSG:4547")) {
-        degrees.emplace_back(place.x(), place.y());
+TEST_F(SurroundingsTest, RandomLinesAndOutlinesAreAsFarApartAsTheLibrarySays) {
+    std::mt19937 dice(7);
+    std::uniform_real_distribution<double> way(-30.0, 30.0);
+    std::uniform_real_distribution<double> place(-400.0, 400.0);
+    for (int round = 0; round < 10; ++round) {
+        Points points = {{500000.0, kPipeY}};
+        OGRLineString whole;
+        for (int i = 0; i < 40 + 30 * round; ++i) {
+            whole.addPoint(points.back().x(), points.back().y());
+            points.push_back(points.back() + QPointF(way(dice), way(dice)));
+        }
+        points.pop_back();
+        writeLine(points, 4547);
+        const auto surroundings = CorridorSurroundings(Pipeline::read(m_project), {}).around(m_station);
+        for (int i = 0; i < 100; ++i) {
+            const Points around = box(500000.0 + place(dice), kPipeY + place(dice), 8.0, 5.0);
+            const SdiffData anomaly = anomalyOf({{around[0], around[1] + QPointF(way(dice), 0.0), around[2],
+                                                  around[3] + QPointF(0.0, 0.1 * way(dice))}});
+            const auto outline = outlineGeometry(anomaly.outlineWkt);
+            EXPECT_NEAR(surroundings->pipeMetres(anomaly).value(), outline->Distance(&whole), 1e-9);
+            EXPECT_EQ(surroundings->of(anomaly).pipeMetres, surroundings->pipeMetres(anomaly));
+        }
     }
-    writeLine(degrees, 4326);
+}
+
+TEST_F(SurroundingsTest, ManyThreadsMeasureAsOneDoes) {
+    addArea("李庄", box(500055.0, kPipeY + 15.0, 40.0, 40.0));
+    layStationOutInDegrees(); // outlines have to be transformed
+    const auto surroundings = CorridorSurroundings(Pipeline::read(m_project), m_areas).around(m_station);
+    std::vector<SdiffData> anomalies;
+    std::vector<Surroundings> expected;
+    for (int i = 0; i < 400; ++i) {
+        anomalies.push_back(anomalyOf({inDegrees(box(500000.0 + 0.4 * i, kPipeY + 12.5, 3.0, 5.0))}));
+        expected.push_back(surroundings->of(anomalies.back()));
+    }
+    std::vector<Surroundings> found(anomalies.size());
+    std::vector<std::thread> threads;
+    for (std::size_t first = 0; first < 4; ++first) {
+        threads.emplace_back([&, first] {
+            for (std::size_t i = first; i < anomalies.size(); i += 4) {
+                found[i] = surroundings->of(anomalies[i]);
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    for (std::size_t i = 0; i < found.size(); ++i) {
+        EXPECT_EQ(found[i].pipeMetres, expected[i].pipeMetres) << i;
+        EXPECT_EQ(found[i].highConsequenceAreas, expected[i].highConsequenceAreas) << i;
+    }
+}
+
+TEST_F(SurroundingsTest, ALineInDegreesIsMeasuredInMetres) {
+    writeLine(inDegrees({{500000.0, kPipeY}, {500200.0, kPipeY}}), 4326);
     EXPECT_NEAR(of(anomalyOf({box(500050.0, kPipeY + 12.5, 10.0, 20.0)})).pipeMetres.value(), 12.5, 1e-3);
 }
 
 TEST_F(SurroundingsTest, OutlinesInDegreesAreMeasuredInMetres) {
-    m_station.m_srs = "EPSG:4490";
-    const auto lowerLeft = toLonLat({{m_station.m_xMin, m_station.m_yMin}}, "EPSG:4547").front();
-    const auto upperRight = toLonLat({{m_station.m_xMax, m_station.m_yMax}}, "EPSG:4547").front();
-    m_station.m_xMin = lowerLeft.x();
-    m_station.m_yMin = lowerLeft.y();
-    m_station.m_xMax = upperRight.x();
-    m_station.m_yMax = upperRight.y();
+    layStationOutInDegrees();
     addArea("李庄", box(500055.0, kPipeY + 15.0, 40.0, 40.0));
-    Points degrees;
-    for (const osg::Vec3d& place : toLonLat(box(500050.0, kPipeY + 12.5, 10.0, 20.0), "EPSG:4547")) {
-        degrees.emplace_back(place.x(), place.y());
-    }
-    const Surroundings found = of(anomalyOf({degrees}));
+    const Surroundings found = of(anomalyOf({inDegrees(box(500050.0, kPipeY + 12.5, 10.0, 20.0))}));
     EXPECT_NEAR(found.pipeMetres.value(), 12.5, 1e-3);
     EXPECT_EQ(areaNamesText(found.highConsequenceAreas), "李庄");
 }

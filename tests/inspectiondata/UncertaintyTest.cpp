@@ -7,6 +7,7 @@
 #include "workbench/inspectiondata/check/CheckProject.h"
 #include "workbench/inspectiondata/database/AnomalyTable.h"
 #include "workbench/inspectiondata/database/DetectionAccount.h"
+#include "workbench/inspectiondata/database/Histogram.h"
 #include "workbench/inspectiondata/database/Inspector.h"
 #include "workbench/inspectiondata/history/ProjectHistory.h"
 #include "workbench/inspectiondata/output/InspectionData.h"
@@ -280,6 +281,19 @@ TEST_P(UncertaintyTest, GroundThatScattersMoreThanTheThresholdIsDoubted) {
     careful.significance.reset();
     careful.thresholdMetres = 0.5;
     EXPECT_FALSE(doubtOf(account().coregistration.nmadAfterMetres, careful));
+}
+
+TEST(HistogramText, CountsThatNoSurveyHasAreRefusedBeforeTheyAreAddedUp) {
+    const auto read = [](const std::string& counts) {
+        return readHistogram(R"({"from_m":-0.1,"step_m":0.01,"counts":[)" + counts + "]}");
+    };
+    auto most = read("3,1000000000000000");
+    ASSERT_TRUE(most);
+    add(*most, *most);
+    EXPECT_EQ(most->counts, (std::vector<std::int64_t>{6, 2'000'000'000'000'000}));
+    EXPECT_FALSE(read("3,5e18"));
+    EXPECT_FALSE(read("3,-1"));
+    EXPECT_FALSE(read("3,\"4\""));
 }
 
 TEST(VolumeTextTest, HasTheDigitsThatItsUncertaintyAllows) {

@@ -1,7 +1,5 @@
 #include "workbench/inspection/scene/StationProjection.h"
 
-#include "workbench/inspectiondata/project/Georeference.h"
-
 namespace inspection {
 
 StationProjection::StationProjection(const std::string& srs) {
@@ -9,8 +7,6 @@ StationProjection::StationProjection(const std::string& srs) {
         m_transformation = transformationBetween(*station, wgs84());
     }
 }
-
-StationProjection::~StationProjection() = default;
 
 std::optional<osg::Vec2d> StationProjection::toLonLatDegrees(double x, double y) const {
     if (!m_transformation || m_transformation->Transform(1, &x, &y) == 0) {

@@ -1,12 +1,11 @@
 #pragma once
 
+#include "workbench/inspectiondata/project/Georeference.h"
+
 #include <osg/Vec2d>
 
-#include <memory>
 #include <optional>
 #include <string>
-
-class OGRCoordinateTransformation;
 
 namespace inspection {
 
@@ -16,15 +15,12 @@ class StationProjection {
 public:
     /// `srs` is anything GDAL understands. A definition that it does not know makes every answer empty.
     explicit StationProjection(const std::string& srs);
-    ~StationProjection();
-    StationProjection(const StationProjection&) = delete;
-    StationProjection& operator=(const StationProjection&) = delete;
 
     /// Longitude, latitude of (x, y) in metres of the station's system.
     std::optional<osg::Vec2d> toLonLatDegrees(double x, double y) const;
 
 private:
-    std::unique_ptr<OGRCoordinateTransformation> m_transformation;
+    Transformation m_transformation;
 };
 
 } // namespace inspection

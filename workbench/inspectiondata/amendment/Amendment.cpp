@@ -3,6 +3,7 @@
 #include "workbench/inspectiondata/amendment/ProjectLine.h"
 #include "workbench/inspectiondata/creation/HeightSystem.h"
 #include "workbench/inspectiondata/project/ProjectFile.h"
+#include "workbench/inspectiondata/project/RasterPlace.h"
 
 #include <QFileInfo>
 
@@ -11,10 +12,6 @@
 namespace inspection {
 
 namespace {
-
-QString absolute(const QString& path) {
-    return path.isEmpty() ? path : QFileInfo(path).absoluteFilePath();
-}
 
 /// Somewhere in the project's plane, and there where its stations are.
 Status checkPlace(const ProjectDescription& project, const std::vector<KV_Station>& stations,
@@ -61,18 +58,18 @@ Status amendEpoch(ProjectDescription& project, const std::vector<KV_Station>& st
     }
     Epoch& epoch = project.epochs[static_cast<std::size_t>(found - project.epochs.data())];
     if (wish.dsm) {
-        if (auto done = checkRaster(project, stations, absolute(*wish.dsm), Sort::Surface); !done) {
+        if (auto done = checkRaster(project, stations, absoluteRaster(*wish.dsm), Sort::Surface); !done) {
             return done;
         }
-        epoch.dsm = absolute(*wish.dsm);
+        epoch.dsm = absoluteRaster(*wish.dsm);
     }
     if (wish.dom) {
         if (!wish.dom->isEmpty()) {
-            if (auto done = checkRaster(project, stations, absolute(*wish.dom), Sort::Picture); !done) {
+            if (auto done = checkRaster(project, stations, absoluteRaster(*wish.dom), Sort::Picture); !done) {
                 return done;
             }
         }
-        epoch.dom = absolute(*wish.dom);
+        epoch.dom = absoluteRaster(*wish.dom);
     }
     if (wish.heights) {
         const auto heights = heightSystem(*wish.heights);
@@ -184,7 +181,7 @@ Result<Amendment> planAmendment(const ProjectDescription& project, const std::ve
         }
     }
     if (wish.centerlineFile) {
-        amendment.project.centerline = absolute(*wish.centerlineFile);
+        amendment.project.centerline = absoluteRaster(*wish.centerlineFile);
         if (const auto line = projectLine(amendment.project); !line) {
             return failed(line);
         }

@@ -1,4 +1,5 @@
 #include "workbench/inspectiondata/amendment/MissingFiles.h"
+#include "workbench/inspectiondata/project/RasterPlace.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -91,7 +92,7 @@ QString MissingFile::option() const {
 std::vector<MissingFile> missingFiles(const ProjectDescription& project) {
     std::vector<MissingFile> missing;
     const auto look = [&missing](MissingFile::Sort sort, const QString& key, const QString& path) {
-        if (!path.isEmpty() && !QFileInfo::exists(path)) {
+        if (!path.isEmpty() && !rasterExists(path)) {
             missing.push_back({sort, key, path});
         }
     };

@@ -78,9 +78,9 @@ void checkAnomaly(Others& others, RowCheck row) {
     row.expect(kind == kindCode(true) || kind == kindCode(false),
                QStringLiteral("kind 既不是 fill 也不是 cut"));
     row.expect(others.stations.count(row.whole("station_id")) != 0,
-               QStringLiteral("没有站段 %1").arg(row.whole("station_id")));
+               [&] { return QStringLiteral("没有站段 %1").arg(row.whole("station_id")); });
     row.expect(others.comparisons.count(row.whole(kComparisonColumn)) != 0,
-               QStringLiteral("没有对比 %1").arg(row.whole(kComparisonColumn)));
+               [&] { return QStringLiteral("没有对比 %1").arg(row.whole(kComparisonColumn)); });
     row.expectText("name");
     row.expect(others.names.insert(row.text("name")).second, QStringLiteral("名称重复"));
     row.expectVersion(others.newestRevision);

@@ -66,9 +66,11 @@ public:
         row.expect(isEditedTable(row.text("subject")) || isRelayout(row),
                    QStringLiteral("subject 不是可编辑的数据表"));
         const std::int64_t revision = row.whole("revision");
-        row.expect(
-            revision > 0 && revision <= m_newestRevision,
-            QStringLiteral("revision %1 不在 1 和项目的修订号 %2 之间").arg(revision).arg(m_newestRevision));
+        row.expect(revision > 0 && revision <= m_newestRevision, [&] {
+            return QStringLiteral("revision %1 不在 1 和项目的修订号 %2 之间")
+                .arg(revision)
+                .arg(m_newestRevision);
+        });
         checkOrder(row);
         checkRevision(row);
         checkChanges(row);

@@ -5,6 +5,7 @@
 #include "workbench/inspectiondata/check/RowCheck.h"
 #include "workbench/inspectiondata/database/Schema.h"
 #include "workbench/inspectiondata/database/TableCopy.h"
+#include "workbench/inspectiondata/project/RasterPlace.h"
 #include "workbench/inspectiondata/project/ReferredFiles.h"
 #include "workbench/inspectiondata/project/ServerAddress.h"
 
@@ -25,7 +26,7 @@ namespace {
 /// Why the raster cannot be used; nothing when it can.
 template<class Open>
 std::optional<QString> rasterProblem(const QString& file, const Open& open) {
-    if (!QFileInfo::exists(file)) {
+    if (!rasterExists(file)) {
         return QStringLiteral("文件不存在");
     }
     const detect::GdalErrors errors;
@@ -38,7 +39,9 @@ std::optional<QString> rasterProblem(const QString& file, const Open& open) {
 
 void checkRaster(const QString& file, Findings& findings) {
     const auto open = [](const QString& name) {
-        return GDALDatasetUniquePtr(GDALDataset::Open(name.toUtf8().constData(), GDAL_OF_RASTER));
+        // Why a server does not give a raster is only told to who asks for it; a file's own state says enough.
+        const unsigned told = isOnServer(name) ? GDAL_OF_VERBOSE_ERROR : 0;
+        return GDALDatasetUniquePtr(GDALDataset::Open(name.toUtf8().constData(), GDAL_OF_RASTER | told));
     };
     if (const auto problem = rasterProblem(file, open)) {
         findings.push_back({file, QString(), *problem});
@@ -128,7 +131,9 @@ Findings checkResultRasters(const ProjectDescription& project, KV_MySQL& databas
                 continue;
             }
             const auto problem = rasterProblem(file, openResultRaster);
-            check.expect(!problem, QStringLiteral("%1 %2 %3").arg(column, path, problem.value_or(QString())));
+            check.expect(!problem, [&] {
+                return QStringLiteral("%1 %2 %3").arg(column, path, problem.value_or(QString()));
+            });
         }
         return true;
     });

@@ -29,6 +29,7 @@ QString differentColumns(const KV_Record& expected, const KV_Record& row) {
 } // namespace
 
 RowGroup rowsOf(const RowChange& change) {
+    // NOLINTNEXTLINE(bugprone-unchecked-optional-access): a change has at least one of them
     const KV_Record& row = change.after ? *change.after : *change.before;
     return {change.table, change.table == kAnomalyTable ? comparisonOf(row) : kNoComparison};
 }
@@ -66,7 +67,8 @@ Findings RowsOfEdits::differences(KV_MySQL& database) const {
             continue;
         }
         const auto row = readRow(database, key.first, key.second);
-        RowCheck check(key.first.c_str(), row ? *row : statement.row.value_or(KV_Record()), findings);
+        const KV_Record told = row ? *row : statement.row.value_or(KV_Record());
+        RowCheck check(key.first.c_str(), told, findings);
         if (!statement.row) {
             // Imported rows have no version; the note of an old import is not kept.
             check.expect(!row || versionOf(*row) == 0, QStringLiteral("按修改记录应已不存在"));

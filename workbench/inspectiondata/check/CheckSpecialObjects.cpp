@@ -51,7 +51,9 @@ using Names = std::map<std::string, std::string>;
 void checkName(Names& names, const std::string& table, RowCheck& row) {
     row.expectText("name");
     const auto [earlier, isNew] = names.insert({row.text("name"), table});
-    row.expect(isNew, QStringLiteral("名称重复，%1 中已有").arg(QString::fromStdString(earlier->second)));
+    const std::string& holder = earlier->second;
+    row.expect(isNew,
+               [&] { return QStringLiteral("名称重复，%1 中已有").arg(QString::fromStdString(holder)); });
 }
 
 } // namespace

@@ -20,41 +20,39 @@ QString named(const char* column, const QString& problem) {
 } // namespace
 
 RowCheck::RowCheck(const char* table, const mysqlhelper::KV_Record& row, Findings& findings, const char* key)
-    : m_table(QString::fromLatin1(table)), m_row(row), m_findings(findings) {
-    m_object = QString::number(whole(key));
-    if (const std::string name = text("name"); !name.empty()) {
-        m_object += QStringLiteral(" “%1”").arg(fromGbk(name));
-    }
-}
+    : m_table(table), m_row(row), m_findings(findings), m_key(key) {}
 
-void RowCheck::expect(bool holds, const QString& problem) {
-    if (!holds) {
-        m_findings.push_back({m_table, m_object, problem});
+void RowCheck::add(const QString& problem) {
+    QString object = QString::number(whole(m_key));
+    if (const std::string name = text("name"); !name.empty()) {
+        object += QStringLiteral(" “%1”").arg(fromGbk(name));
     }
+    m_findings.push_back({QString::fromLatin1(m_table), object, problem});
 }
 
 void RowCheck::expectText(const char* column) {
-    expect(!fromGbk(text(column)).trimmed().isEmpty(), named(column, QStringLiteral("为空")));
+    expect(!fromGbk(text(column)).trimmed().isEmpty(), [&] { return named(column, QStringLiteral("为空")); });
 }
 
 void RowCheck::expectFinite(std::initializer_list<const char*> columns) {
     for (const char* column : columns) {
-        expect(std::isfinite(number(column)), named(column, QStringLiteral("不是有限的数")));
+        expect(std::isfinite(number(column)), [&] { return named(column, QStringLiteral("不是有限的数")); });
     }
 }
 
 void RowCheck::expectNotNegative(std::initializer_list<const char*> columns) {
     expectFinite(columns);
     for (const char* column : columns) {
-        expect(!(number(column) < 0.0), named(column, QStringLiteral("为负")));
+        expect(!(number(column) < 0.0), [&] { return named(column, QStringLiteral("为负")); });
     }
 }
 
 void RowCheck::expectWithin(const char* column, double least, double most) {
     expectFinite({column});
     const double value = number(column);
-    expect(!(value < least) && !(value > most),
-           named(column, QStringLiteral("%1 超出范围 %2 到 %3").arg(value).arg(least).arg(most)));
+    expect(!(value < least) && !(value > most), [&] {
+        return named(column, QStringLiteral("%1 超出范围 %2 到 %3").arg(value).arg(least).arg(most));
+    });
 }
 
 void RowCheck::expectPlace(double mostLongitudeDegrees) {
@@ -64,25 +62,27 @@ void RowCheck::expectPlace(double mostLongitudeDegrees) {
 }
 
 void RowCheck::expectOrder(const char* lower, const char* upper) {
-    expect(!(number(lower) > number(upper)), named(lower, QStringLiteral("大于 %1").arg(upper)));
+    expect(!(number(lower) > number(upper)),
+           [&] { return named(lower, QStringLiteral("大于 %1").arg(upper)); });
 }
 
 void RowCheck::expectBetween(const char* lower, const char* middle, const char* upper) {
     constexpr double kRounding = 1e-9; // of a mean of equal numbers
     const double value = number(middle);
     expect(!(value < number(lower) - kRounding) && !(value > number(upper) + kRounding),
-           named(middle, QStringLiteral("不在 %1 和 %2 之间").arg(lower, upper)));
+           [&] { return named(middle, QStringLiteral("不在 %1 和 %2 之间").arg(lower, upper)); });
 }
 
 void RowCheck::expectVersion(std::int64_t newestRevision) {
     const std::int64_t version = versionOf(m_row);
-    expect(version >= 0 && version <= newestRevision,
-           QStringLiteral("version %1 不在 0 和项目的修订号 %2 之间").arg(version).arg(newestRevision));
+    expect(version >= 0 && version <= newestRevision, [&] {
+        return QStringLiteral("version %1 不在 0 和项目的修订号 %2 之间").arg(version).arg(newestRevision);
+    });
 }
 
 void RowCheck::expectTime(const char* column) {
     expect(QDateTime::fromString(fromGbk(text(column)), Qt::ISODate).isValid(),
-           named(column, QStringLiteral("不是日期和时间")));
+           [&] { return named(column, QStringLiteral("不是日期和时间")); });
 }
 
 bool RowCheck::has(const char* column) const {

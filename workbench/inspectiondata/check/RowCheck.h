@@ -4,6 +4,7 @@
 #include "workbench/inspectiondata/check/Finding.h"
 
 #include <initializer_list>
+#include <type_traits>
 
 namespace inspection {
 
@@ -15,7 +16,18 @@ public:
              const char* key = "id");
 
     /// A finding unless it holds.
-    void expect(bool holds, const QString& problem);
+    void expect(bool holds, const QString& problem) {
+        if (!holds) {
+            add(problem);
+        }
+    }
+    /// The same where it takes time to put the problem into words: "[&] { return QString(); }", called when it is needed.
+    template<typename Words, typename = std::enable_if_t<std::is_invocable_v<const Words&>>>
+    void expect(bool holds, const Words& words) {
+        if (!holds) {
+            add(words());
+        }
+    }
     void expectText(const char* column);
     void expectFinite(std::initializer_list<const char*> columns);
     void expectNotNegative(std::initializer_list<const char*> columns);
@@ -40,10 +52,12 @@ public:
     std::string text(const char* column) const;
 
 private:
-    QString m_table;
-    QString m_object;
+    void add(const QString& problem);
+
+    const char* m_table;
     const mysqlhelper::KV_Record& m_row;
     Findings& m_findings;
+    const char* m_key;
 };
 
 } // namespace inspection

@@ -5,9 +5,9 @@
 #include "workbench/inspectiondata/compute/StationDetection.h"
 #include "workbench/inspectiondata/database/ConnectionLost.h"
 #include "workbench/inspectiondata/database/StationTable.h"
+#include "workbench/inspectiondata/project/RasterPlace.h"
 
 #include <QElapsedTimer>
-#include <QFileInfo>
 
 #include <gdal_priv.h>
 
@@ -31,7 +31,7 @@ constexpr double kCoregistrationShare = 0.15;
 
 Status checkRasters(const ProjectDescription& project) {
     for (const QString& file : {project.oldEpoch().dsm, project.newEpoch().dsm}) {
-        if (!QFileInfo::exists(file)) {
+        if (!rasterExists(file)) {
             return fileFailure(file, "no such file", "文件不存在");
         }
     }

@@ -2,6 +2,7 @@
 
 #include "workbench/inspectiondata/compute/ResultRasters.h"
 #include "workbench/inspectiondata/database/ComparisonTable.h"
+#include "workbench/inspectiondata/database/ConnectionLost.h"
 #include "workbench/inspectiondata/database/EditTable.h"
 #include "workbench/inspectiondata/database/Inspector.h"
 #include "workbench/inspectiondata/database/Revision.h"
@@ -35,11 +36,13 @@ std::int64_t judgedIn(const std::vector<Comparison>& comparisons) {
         [](std::int64_t sum, const Comparison& each) { return sum + each.judged + each.deleted; });
 }
 
-void removeComparison(const ProjectDescription& project, KV_MySQL& database, const Comparison& comparison) {
-    noteComputation(database, inspectorOf(project), comparison.pair,
-                    QObject::tr("删除 %1 的结果").arg(pairTitle(comparison.pair)));
+/// Gives the revision in which that is noted.
+std::int64_t removeComparison(const QString& inspector, KV_MySQL& database, const Comparison& comparison) {
+    const std::int64_t revision = noteComputation(
+        database, inspector, comparison.pair, QObject::tr("删除 %1 的结果").arg(pairTitle(comparison.pair)));
     forgetEdits(database, comparison.id);
     deleteComparison(database, comparison.id);
+    return revision;
 }
 
 Unexpected databaseFailure(const KV_MySQL_Exception& exception) {
@@ -52,8 +55,8 @@ Unexpected databaseFailure(const KV_MySQL_Exception& exception) {
 Status removeResults(const ProjectDescription& project, KV_MySQL& database, const QString& key,
                      Verdicts verdicts) {
     try {
-        KV_MySQL::Transaction transaction(database);
-        raiseRevision(database); // nobody judges anything from now on
+        std::optional<KV_MySQL::Transaction> transaction(std::in_place, database);
+        std::int64_t revision = raiseRevision(database); // nobody judges anything from now on
         const std::vector<Comparison> comparisons = comparisonsWith(database, key);
         const std::int64_t judged = judgedIn(comparisons);
         if (judged > 0 && verdicts == Verdicts::Keep) {
@@ -66,15 +69,18 @@ Status removeResults(const ProjectDescription& project, KV_MySQL& database, cons
                     .arg(key)
                     .arg(judged));
         }
+        const QString inspector = inspectorOf(project);
         for (const Comparison& comparison : comparisons) {
-            removeComparison(project, database, comparison);
+            revision = removeComparison(inspector, database, comparison);
         }
         const QStringList rasters = unnamedRasters(project, database);
-        transaction.commit();
+        commitNoted(database, transaction, inspector, revision);
         for (const QString& raster : rasters) {
             QFile::remove(raster);
         }
         return {};
+    } catch (const mysqlhelper::ConnectionLost& loss) {
+        return Unexpected(Failure{QString::fromUtf8(loss.what()), loss.told()});
     } catch (const KV_MySQL_Exception& exception) {
         return databaseFailure(exception);
     }

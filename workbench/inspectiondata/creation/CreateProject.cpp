@@ -5,6 +5,7 @@
 #include "workbench/inspectiondata/creation/ProjectRasters.h"
 #include "workbench/inspectiondata/database/PipelineDatabase.h"
 #include "workbench/inspectiondata/project/ProjectFile.h"
+#include "workbench/inspectiondata/project/RasterPlace.h"
 #include "workbench/inspectiondata/project/TrustedPlaces.h"
 
 #include <QDir>
@@ -83,10 +84,7 @@ Result<ProjectDescription> writeProject(const QString& folder, const ProjectPlan
 }
 
 bool hasRasters(const Epoch& epoch, const QString& dsm, const QString& dom) {
-    const auto path = [](const QString& file) {
-        return file.isEmpty() ? file : QFileInfo(file).absoluteFilePath();
-    };
-    return epoch.dsm == path(dsm) && epoch.dom == path(dom);
+    return epoch.dsm == absoluteRaster(dsm) && epoch.dom == absoluteRaster(dom);
 }
 
 bool sameRasters(const ProjectDescription& project, const RasterPair& rasters) {

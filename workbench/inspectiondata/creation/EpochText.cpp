@@ -1,5 +1,7 @@
 #include "workbench/inspectiondata/creation/EpochText.h"
 
+#include "workbench/inspectiondata/project/RasterPlace.h"
+
 #include <QFileInfo>
 #include <QRegularExpression>
 
@@ -10,9 +12,9 @@ namespace inspection {
 std::pair<QString, QString> epochFiles(const QString& text) {
     const qsizetype comma = text.lastIndexOf(',');
     if (comma < 0 || QFileInfo::exists(text)) {
-        return {text, QString()};
+        return {gdalName(text), QString()};
     }
-    return {text.left(comma), text.mid(comma + 1)};
+    return {gdalName(text.left(comma)), gdalName(text.mid(comma + 1))};
 }
 
 NewEpoch epochOf(const QString& text) {

@@ -4,6 +4,7 @@
 #include "workbench/inspectiondata/creation/HeightSystem.h"
 #include "workbench/inspectiondata/creation/SurveyCloud.h"
 #include "workbench/inspectiondata/creation/SurveyMosaic.h"
+#include "workbench/inspectiondata/project/RasterPlace.h"
 
 #include <QDir>
 #include <QFile>
@@ -67,6 +68,9 @@ Result<QStringList> copyTiles(const QStringList& tiles, const QString& folder, c
     }
     QStringList copies;
     for (const QString& tile : tiles) {
+        if (isOnServer(tile)) {
+            return fileFailure(tile, "lies with a server and cannot be copied", "位于服务器上，不能复制");
+        }
         for (const QString& file : companionsOf(tile)) {
             if (auto done = copyFile(file, folder + '/' + QFileInfo(file).fileName(), progress); !done) {
                 return failed(done);

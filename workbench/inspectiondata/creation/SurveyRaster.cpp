@@ -3,6 +3,7 @@
 #include "detect/GdalErrors.h"
 #include "workbench/inspectiondata/creation/HeightSystem.h"
 #include "workbench/inspectiondata/creation/SurveyCloud.h"
+#include "workbench/inspectiondata/project/RasterPlace.h"
 
 #include <QDate>
 #include <QDir>
@@ -80,7 +81,7 @@ Result<SurveyRaster> readHead(const QString& file) {
         return fileFailure(file, "has no reference system", "没有坐标系");
     }
     SurveyRaster head;
-    head.files << QFileInfo(file).absoluteFilePath();
+    head.files << absoluteRaster(file);
     head.reference = planeOf(*reference);
     head.heights = heightSystemOf(*reference);
     head.box = boxOf(transform, raster->GetRasterXSize(), raster->GetRasterYSize());
@@ -183,12 +184,13 @@ QString dateInName(const QString& path) {
 Result<SurveyRaster> surveyRaster(const QString& fileOrFolder, const QString& crs) {
     GDALAllRegister();
     const QFileInfo info(fileOrFolder);
-    if (!info.exists()) {
+    if (!rasterExists(fileOrFolder)) {
         return fileFailure(fileOrFolder, "no such file", "文件不存在");
     }
-    auto raster = holdsClouds(fileOrFolder) ? surveyCloud(fileOrFolder, crs)
-                  : info.isDir()            ? readMosaic(fileOrFolder)
-                                            : readHead(fileOrFolder);
+    auto raster = isOnServer(fileOrFolder)    ? readHead(fileOrFolder)
+                  : holdsClouds(fileOrFolder) ? surveyCloud(fileOrFolder, crs)
+                  : info.isDir()              ? readMosaic(fileOrFolder)
+                                              : readHead(fileOrFolder);
     if (raster) {
         raster->date = flightDate(info, raster->date);
     }

@@ -75,6 +75,14 @@ std::int64_t otherComparison(const RowChanges& changes, std::int64_t comparisonI
     return found == changes.end() ? kNoComparison : comparisonOf(rowOf(*found));
 }
 
+std::map<std::uint32_t, std::vector<AnomalyChange>> byStation(const std::vector<AnomalyChange>& changes) {
+    std::map<std::uint32_t, std::vector<AnomalyChange>> those;
+    for (const AnomalyChange& change : changes) {
+        those[change.stationId].push_back(change);
+    }
+    return those;
+}
+
 void applyChanges(const std::vector<AnomalyChange>& changes, std::uint32_t stationId,
                   std::vector<SdiffData>& anomalies) {
     std::map<std::int64_t, const AnomalyChange*> changed;

@@ -5,6 +5,7 @@
 #include "workbench/inspectiondata/database/RowChange.h"
 
 #include <cstdint>
+#include <map>
 #include <vector>
 
 /// What changed rows of table "anomaly" mean for the records of a station in memory.
@@ -23,6 +24,10 @@ INSPECTIONDATA_API std::vector<AnomalyChange> anomalyChanges(const RowChanges& c
                                                              std::int64_t comparisonId);
 /// A comparison other than that one which anomalies among the rows belong to; kNoComparison without any.
 INSPECTIONDATA_API std::int64_t otherComparison(const RowChanges& changes, std::int64_t comparisonId);
+
+/// The changes of each station, in their order.
+INSPECTIONDATA_API std::map<std::uint32_t, std::vector<AnomalyChange>>
+byStation(const std::vector<AnomalyChange>& changes);
 
 /// Makes the changes of that station in its anomalies, which are in the order of readAnomalies() and stay in
 /// it. Changes of other stations are passed over.

@@ -1,5 +1,6 @@
 #include "workbench/inspectiondata/database/DatabaseMove.h"
 
+#include "workbench/inspectiondata/database/CheckedCommit.h"
 #include "workbench/inspectiondata/database/EditTable.h"
 #include "workbench/inspectiondata/database/Inspector.h"
 #include "workbench/inspectiondata/database/PipelineDatabase.h"
@@ -11,6 +12,7 @@
 #include <QDateTime>
 #include <QFile>
 
+#include <optional>
 #include <vector>
 
 namespace inspection {
@@ -60,7 +62,7 @@ bool holdsProject(KV_MySQL& database) {
 std::vector<TableDigest> copyTables(KV_MySQL& source, KV_MySQL& target, Course& course) {
     std::vector<TableDigest> digests;
     for (const StoredTable& table : storedTables()) {
-        digests.push_back(visitRows(source, table, [&](const KV_Record& row) {
+        digests.push_back(digestRows(source, table, [&](const KV_Record& row) {
             target.insertRecord(table.name, row);
             return course.goOn();
         }));
@@ -75,7 +77,7 @@ std::vector<TableDigest> copyTables(KV_MySQL& source, KV_MySQL& target, Course& 
 std::string differentTable(KV_MySQL& target, const std::vector<TableDigest>& expected, Course& course) {
     std::size_t index = 0;
     for (const StoredTable& table : storedTables()) {
-        const TableDigest digest = visitRows(target, table, [&](const KV_Record&) { return course.goOn(); });
+        const TableDigest digest = digestRows(target, table, [&](const KV_Record&) { return course.goOn(); });
         if (course.stopped()) {
             return {};
         }
@@ -86,11 +88,18 @@ std::string differentTable(KV_MySQL& target, const std::vector<TableDigest>& exp
     return {};
 }
 
+/// Whether the copy is completed there; waits for a server that is still completing it.
+bool isCopied(KV_MySQL& target) {
+    const KV_MySQL::Transaction look(target);
+    target.queryRecord("select revision from project_revision where id=1 for update");
+    return storedSchemaVersion(target) != 0;
+}
+
 Status copyProject(KV_MySQL& source, KV_MySQL& target, const ProjectDescription& before,
                    const ProjectDescription& after, Course& course) {
     createTables(target);
     const KV_MySQL::Transaction snapshot(source);
-    KV_MySQL::Transaction transaction(target);
+    std::optional<KV_MySQL::Transaction> transaction(std::in_place, target);
     const auto digests = copyTables(source, target, course);
     const std::string different = course.stopped() ? std::string() : differentTable(target, digests, course);
     if (course.stopped()) {
@@ -104,7 +113,7 @@ Status copyProject(KV_MySQL& source, KV_MySQL& target, const ProjectDescription&
     }
     handOverEdits(target, inspectorOf(before), inspectorOf(after));
     storeSchemaVersion(target);
-    transaction.commit();
+    commitChecked(transaction, [&] { return isCopied(target); });
     return {};
 }
 

@@ -8,16 +8,6 @@ namespace inspection {
 
 namespace {
 
-std::vector<StationResult> resultsOf(const ProjectDescription& project, mysqlhelper::KV_MySQL& database) {
-    std::vector<StationResult> results;
-    for (const KV_Station& station : readStations(database)) {
-        if (auto result = readStationResult(database, station.m_id, project.pair())) {
-            results.push_back(std::move(*result));
-        }
-    }
-    return results;
-}
-
 void take(const ProjectDescription& project, const StationResult& result, const detect::Summary& summary,
           DetectionAccount& account) {
     ++account.stations;
@@ -38,16 +28,15 @@ void take(const ProjectDescription& project, const StationResult& result, const 
 
 std::optional<DetectionAccount> readDetectionAccount(const ProjectDescription& project,
                                                      mysqlhelper::KV_MySQL& database) {
-    const std::vector<StationResult> results = resultsOf(project, database);
     DetectionAccount account;
-    for (const StationResult& result : results) {
-        account.computedAt = std::max(account.computedAt, result.computedAt);
+    for (const auto& [station, computedAt] : readComputationTimes(database, project.pair())) {
+        account.computedAt = std::max(account.computedAt, computedAt);
     }
-    for (const StationResult& result : results) {
+    visitStationResults(database, project.pair(), [&](const StationResult& result) {
         if (result.summary && result.computedAt == account.computedAt) {
             take(project, result, *result.summary, account);
         }
-    }
+    });
     return account.stations > 0 ? std::optional(std::move(account)) : std::nullopt;
 }
 

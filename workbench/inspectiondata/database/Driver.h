@@ -75,7 +75,7 @@ public:
     Driver& operator=(const Driver&) = delete;
 
     /// From now on; nothing where there is no server.
-    virtual void setPatience(Patience /*patience*/) {}
+    virtual void setPatience(const Patience& /*patience*/) {}
     /// Called with each statement before it is run, except for rollbacks; what it throws is thrown instead of that.
     void setBeforeStatement(std::function<void(const QString& sql)> work) { m_before = std::move(work); }
 

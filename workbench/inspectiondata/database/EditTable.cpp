@@ -2,8 +2,8 @@
 
 #include "host/Gbk.h"
 #include "host/inspection/Records.h"
+#include "workbench/inspectiondata/database/CheckedCommit.h"
 #include "workbench/inspectiondata/database/ComparisonTable.h"
-#include "workbench/inspectiondata/database/ConnectionLost.h"
 #include "workbench/inspectiondata/database/Fields.h"
 #include "workbench/inspectiondata/database/Revision.h"
 #include "workbench/inspectiondata/database/Schema.h"
@@ -15,7 +15,6 @@
 
 namespace inspection {
 
-using mysqlhelper::ConnectionLost;
 using mysqlhelper::KV_MySQL;
 using mysqlhelper::KV_MySQL_Exception;
 using mysqlhelper::KV_Record;
@@ -56,11 +55,10 @@ EditStep stepOf(const KV_Record& row) {
     step.inspector = textField(row, "inspector");
     step.description = textField(row, "description");
     takeField(row, "subject", step.subject);
-    const RowChanges changes = changesField(row);
-    step.isReplacement = changes.empty();
-    step.changes = changes;
+    step.changes = changesField(row);
+    step.isReplacement = step.changes.empty();
     if (flagField(row, "is_undone")) {
-        step.changes = reversed(changes);
+        step.changes = reversed(std::move(step.changes));
         step.description = QObject::tr("撤销：%1").arg(step.description);
     }
     return step;
@@ -182,24 +180,7 @@ bool isStored(KV_MySQL& database, const QString& inspector, std::int64_t revisio
 
 void commitNoted(KV_MySQL& database, std::optional<KV_MySQL::Transaction>& transaction,
                  const QString& inspector, std::int64_t revision) {
-    try {
-        transaction->commit();
-        transaction.reset();
-    } catch (const ConnectionLost& loss) {
-        transaction.reset();
-        if (!loss.isInDoubt()) {
-            throw;
-        }
-        bool isThere = false;
-        try {
-            isThere = isStored(database, inspector, revision);
-        } catch (const KV_MySQL_Exception&) {
-            throw loss;
-        }
-        if (!isThere) {
-            throw ConnectionLost(loss.what(), false);
-        }
-    }
+    commitChecked(transaction, [&] { return isStored(database, inspector, revision); });
 }
 
 void handOverEdits(KV_MySQL& database, const QString& from, const QString& to) {

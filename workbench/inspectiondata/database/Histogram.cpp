@@ -9,6 +9,11 @@
 
 namespace inspection {
 
+namespace {
+/// More cells than any survey has, and few enough to add up histograms of thousands of stations.
+constexpr qint64 kMostCells = 1'000'000'000'000'000;
+} // namespace
+
 Histogram emptyHistogram(double halfWidthMetres, int bins) {
     return {-halfWidthMetres, 2.0 * halfWidthMetres / bins, std::vector<std::int64_t>(std::size_t(bins), 0)};
 }
@@ -42,7 +47,11 @@ std::optional<Histogram> readHistogram(const std::string& text) {
     Histogram histogram{json["from_m"].toDouble(), json["step_m"].toDouble(), {}};
     const QJsonArray counts = json["counts"].toArray();
     for (const auto number : counts) {
-        histogram.counts.push_back(number.toInteger());
+        const qint64 cells = number.toInteger(-1);
+        if (cells < 0 || cells > kMostCells) {
+            return std::nullopt;
+        }
+        histogram.counts.push_back(cells);
     }
     return histogram.stepMetres > 0.0 && !histogram.counts.empty() ? std::optional(std::move(histogram))
                                                                    : std::nullopt;

@@ -25,7 +25,7 @@ INSPECTIONDATA_API void add(Histogram& histogram, const Histogram& other);
 
 /// As JSON: from_m, step_m, counts.
 std::string histogramText(const Histogram& histogram);
-/// Nothing for a text that histogramText did not write.
-std::optional<Histogram> readHistogram(const std::string& text);
+/// Nothing for a text that histogramText did not write, nor for counts that no survey has.
+INSPECTIONDATA_API std::optional<Histogram> readHistogram(const std::string& text);
 
 } // namespace inspection

@@ -167,7 +167,6 @@ void MariaDbDriver::reconnect(const MariaDbError& loss) {
     int pause = 0;
     do {
         QThread::msleep(static_cast<unsigned long>(std::min<qint64>(pause, deadline.remainingTime())));
-        pause = std::clamp(pause * 2, kFirstPauseMilliseconds, kLongestPauseMilliseconds);
         try {
             attend([this] { connect(); }, std::nullopt);
             m_isSilent = false;
@@ -178,6 +177,7 @@ void MariaDbDriver::reconnect(const MariaDbError& loss) {
                 fail(QString::fromUtf8(error.what()));
             }
         }
+        pause = std::clamp(pause * 2, kFirstPauseMilliseconds, kLongestPauseMilliseconds);
     } while (!deadline.hasExpired());
     lose(QStringLiteral("the server is gone, connecting again failed for %1 s: ").arg(most / 1000) +
          QString::fromStdString(cause));

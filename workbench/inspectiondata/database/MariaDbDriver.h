@@ -33,7 +33,7 @@ public:
     explicit MariaDbDriver(inspection::ServerAddress address);
     ~MariaDbDriver() override;
 
-    void setPatience(Patience patience) override { m_patience = std::move(patience); }
+    void setPatience(const Patience& patience) override { m_patience = patience; }
     bool isOpen() const override { return m_connection != nullptr; }
     const Dialect& dialect() const override { return m_dialect; }
     KV_Rows query(const QString& sql, const KV_Values& bound) override;

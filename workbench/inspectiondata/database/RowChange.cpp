@@ -58,13 +58,17 @@ KV_Value toValue(const QJsonValue& json) {
     return std::monostate();
 }
 
-QJsonValue toJson(const std::optional<KV_Record>& row) {
+/// Without the fields that `known` has just so.
+QJsonValue toJson(const std::optional<KV_Record>& row, const KV_Record& known = {}) {
     if (!row) {
         return QJsonValue::Null;
     }
     QJsonObject fields;
     for (const auto& [name, value] : *row) {
-        fields[QString::fromStdString(name)] = toJson(value);
+        const auto same = known.find(name);
+        if (same == known.end() || same->second != value) {
+            fields[QString::fromStdString(name)] = toJson(value);
+        }
     }
     return fields;
 }
@@ -101,7 +105,7 @@ Sort sortOf(const RowChange& change) {
     return !change.before ? Sort::Insert : change.after ? Sort::Update : Sort::Delete;
 }
 
-using Changes = RowChanges::const_iterator;
+using Changes = RowChanges::iterator;
 
 /// The end of the changes from `first` on that may be made together: of one sort, in one table, each of
 /// another row.
@@ -113,12 +117,12 @@ Changes endOfBatch(Changes first, Changes end) {
     });
 }
 
-/// The changes with the rows as they are now. Throws when they are no longer what they were before.
+/// The changes, taken, with the rows as they are now. Throws when they are no longer what they were before.
 RowChanges lookedUp(KV_MySQL& database, Changes first, Changes end, std::int64_t revision) {
     RowIds ids;
     std::transform(first, end, std::back_inserter(ids), [](const RowChange& change) { return change.id; });
     auto stored = readRows(database, first->table, ids);
-    RowChanges made(first, end);
+    RowChanges made(std::make_move_iterator(first), std::make_move_iterator(end));
     for (RowChange& change : made) {
         const auto row = stored.find(change.id);
         auto now = row == stored.end() ? std::nullopt : std::optional(std::move(row->second));
@@ -205,7 +209,7 @@ bool isSame(const KV_Record& fields, const KV_Record& row) {
     });
 }
 
-RowChanges applyChanges(KV_MySQL& database, const RowChanges& changes, std::int64_t revision) {
+RowChanges applyChanges(KV_MySQL& database, RowChanges changes, std::int64_t revision) {
     RowChanges made;
     made.reserve(changes.size());
     for (auto first = changes.begin(); first != changes.end();) {
@@ -218,12 +222,12 @@ RowChanges applyChanges(KV_MySQL& database, const RowChanges& changes, std::int6
     return made;
 }
 
-RowChanges reversed(const RowChanges& changes) {
-    RowChanges back(changes.rbegin(), changes.rend());
-    for (RowChange& change : back) {
+RowChanges reversed(RowChanges changes) {
+    std::reverse(changes.begin(), changes.end());
+    for (RowChange& change : changes) {
         std::swap(change.before, change.after);
     }
-    return back;
+    return changes;
 }
 
 std::string toText(const RowChanges& changes) {
@@ -232,7 +236,7 @@ std::string toText(const RowChanges& changes) {
         array.append(QJsonObject{{"table", QString::fromStdString(change.table)},
                                  {"id", static_cast<qint64>(change.id)},
                                  {"before", toJson(change.before)},
-                                 {"after", toJson(change.after)}});
+                                 {"after", toJson(change.after, change.before.value_or(KV_Record()))}});
     }
     return QJsonDocument(array).toJson(QJsonDocument::Compact).toStdString();
 }
@@ -251,6 +255,9 @@ std::optional<RowChanges> toRowChanges(const std::string& text) {
         change.id = object["id"].toInteger();
         change.before = toRow(object["before"]);
         change.after = toRow(object["after"]);
+        if (change.before && change.after) {
+            change.after->insert(change.before->begin(), change.before->end());
+        }
         if (change.table.empty() || (!change.before && !change.after)) {
             return std::nullopt;
         }

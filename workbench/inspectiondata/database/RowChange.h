@@ -48,13 +48,14 @@ private:
 /// Makes the rows what they are after the changes, as a part of that revision. Gives the rows as they were
 /// and are now. Throws KV_MySQL_Exception when the database refuses, RowIsOther when a row is no longer what it
 /// was before; in no transaction of its own.
-INSPECTIONDATA_API RowChanges applyChanges(mysqlhelper::KV_MySQL& database, const RowChanges& changes,
+INSPECTIONDATA_API RowChanges applyChanges(mysqlhelper::KV_MySQL& database, RowChanges changes,
                                            std::int64_t revision);
 
 /// The changes that take these back.
-INSPECTIONDATA_API RowChanges reversed(const RowChanges& changes);
+INSPECTIONDATA_API RowChanges reversed(RowChanges changes);
 
-/// As JSON in UTF-8, for storage. Numbers and texts come back exactly.
+/// As JSON in UTF-8, for storage. Numbers and texts come back exactly. Of a row that there is before and after, what
+/// stays the same is written once, with the row before.
 INSPECTIONDATA_API std::string toText(const RowChanges& changes);
 /// Nothing when the text is none that `toText` wrote.
 INSPECTIONDATA_API std::optional<RowChanges> toRowChanges(const std::string& text);

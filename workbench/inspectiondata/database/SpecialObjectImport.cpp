@@ -1,5 +1,6 @@
 #include "workbench/inspectiondata/database/SpecialObjectImport.h"
 
+#include "workbench/inspectiondata/database/ConnectionLost.h"
 #include "workbench/inspectiondata/database/EditTable.h"
 #include "workbench/inspectiondata/database/GroundHeights.h"
 #include "workbench/inspectiondata/database/Inspector.h"
@@ -37,19 +38,21 @@ Status storeForAll(const ProjectDescription& project, const SpecialObjectRows& r
     if (rows.records.empty()) {
         return {};
     }
-    KV_MySQL::Transaction transaction(database);
+    std::optional<KV_MySQL::Transaction> transaction(std::in_place, database);
     const int type = rows.records.front()->m_type;
-    noteReplacement(database, inspectorOf(project), tableName(type),
-                    QStringLiteral("导入 %1 个%2")
-                        .arg(rows.records.size())
-                        .arg(specialObjectTitle(static_cast<KV_ObjectType>(type))));
+    const QString inspector = inspectorOf(project);
+    const std::int64_t revision =
+        noteReplacement(database, inspector, tableName(type),
+                        QStringLiteral("导入 %1 个%2")
+                            .arg(rows.records.size())
+                            .arg(specialObjectTitle(static_cast<KV_ObjectType>(type))));
     if (auto done = store(rows, database, progress); !done) {
         return failed(done);
     }
     if (progress && !progress(1.0)) {
         return cancelled();
     }
-    transaction.commit();
+    commitNoted(database, transaction, inspector, revision);
     return {};
 }
 
@@ -94,6 +97,8 @@ Result<SpecialObjectImport> importSpecialObjects(const ProjectDescription& proje
             return failed(done);
         }
         return SpecialObjectImport{static_cast<int>(rows.records.size()), rows.refusals, rows.notes};
+    } catch (const mysqlhelper::ConnectionLost& loss) {
+        return Unexpected(Failure{QString::fromUtf8(loss.what()), loss.told()});
     } catch (const KV_MySQL_Exception& exception) {
         return databaseRefusal(exception);
     }

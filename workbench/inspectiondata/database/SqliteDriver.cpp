@@ -9,6 +9,7 @@
 #include <QSqlRecord>
 #include <QVariant>
 
+#include <algorithm>
 #include <atomic>
 
 namespace mysqlhelper {
@@ -33,6 +34,14 @@ QVariant toVariant(const KV_Value& value) {
     return std::visit(Visitor(), value);
 }
 
+/// Most texts are names, codes and outlines of ASCII, which is the same in both and needs no converter.
+std::string gbkOf(const QString& text) {
+    constexpr char16_t kFirstBeyondAscii = 0x80;
+    const bool isAscii = std::all_of(text.begin(), text.end(),
+                                     [](QChar letter) { return letter.unicode() < kFirstBeyondAscii; });
+    return isAscii ? text.toLatin1().toStdString() : toGbk(text);
+}
+
 KV_Value toValue(const QVariant& variant) {
     if (variant.typeId() == QMetaType::QByteArray) {
         const QByteArray bytes = variant.toByteArray();
@@ -48,7 +57,7 @@ KV_Value toValue(const QVariant& variant) {
     case QMetaType::LongLong:
         return static_cast<std::int64_t>(variant.toLongLong());
     default:
-        return toGbk(variant.toString());
+        return gbkOf(variant.toString());
     }
 }
 

@@ -4,7 +4,10 @@
 #include "workbench/inspectiondata/database/ComparisonTable.h"
 #include "workbench/inspectiondata/database/Driver.h"
 #include "workbench/inspectiondata/database/Fields.h"
+#include "workbench/inspectiondata/database/RowBatch.h"
 #include "workbench/inspectiondata/database/Schema.h"
+
+#include <limits>
 
 namespace inspection {
 
@@ -62,18 +65,11 @@ KV_Record stationRecord(const KV_Station& station) {
             {"start_m", station.m_startMetres}, {"end_m", station.m_endMetres}};
 }
 
-std::optional<StationResult> readStationResult(KV_MySQL& database, std::uint32_t stationId,
-                                               const EpochPair& pair) {
-    const mysqlhelper::KV_Rows& rows = database.driver().queryKept(
-        QStringLiteral("select r.* from comparison_result r join comparison c on c.id=r.comparison_id "
-                       "where r.station_id=? and c.old_epoch=? and c.new_epoch=?"),
-        {std::int64_t{stationId}, toGbk(pair.older), toGbk(pair.newer)});
-    if (rows.empty()) {
-        return std::nullopt;
-    }
-    const KV_Record& row = rows.front();
+namespace {
+
+StationResult resultOf(const KV_Record& row, const EpochPair& pair) {
     StationResult result;
-    result.stationId = stationId;
+    takeField(row, "station_id", result.stationId);
     result.pair = pair;
     takeText(row, "computed_at", result.computedAt);
     takeText(row, "dz_raster", result.dzRaster);
@@ -92,18 +88,74 @@ std::optional<StationResult> readStationResult(KV_MySQL& database, std::uint32_t
     return result;
 }
 
-std::map<std::uint32_t, QString> readDifferenceRasters(KV_MySQL& database, const EpochPair& pair) {
-    std::map<std::uint32_t, QString> rasters;
+/// A column of all the pair's results, by station.
+std::map<std::uint32_t, QString> textsOfResults(KV_MySQL& database, const char* column,
+                                                const EpochPair& pair) {
+    std::map<std::uint32_t, QString> texts;
     for (const KV_Record& row :
-         database.queryRecord("select r.station_id, r.dz_raster from comparison_result r join comparison c "
-                              "on c.id=r.comparison_id "
-                              "where c.old_epoch=? and c.new_epoch=?",
+         database.queryRecord(std::string("select r.station_id, r.") + column +
+                                  " from comparison_result r join comparison c on c.id=r.comparison_id "
+                                  "where c.old_epoch=? and c.new_epoch=?",
                               {toGbk(pair.older), toGbk(pair.newer)})) {
         std::uint32_t stationId = 0;
         takeField(row, "station_id", stationId);
-        takeText(row, "dz_raster", rasters[stationId]);
+        takeText(row, column, texts[stationId]);
     }
-    return rasters;
+    return texts;
+}
+
+} // namespace
+
+std::optional<StationResult> readStationResult(KV_MySQL& database, std::uint32_t stationId,
+                                               const EpochPair& pair) {
+    const mysqlhelper::KV_Rows& rows = database.driver().queryKept(
+        QStringLiteral("select r.* from comparison_result r join comparison c on c.id=r.comparison_id "
+                       "where r.station_id=? and c.old_epoch=? and c.new_epoch=?"),
+        {std::int64_t{stationId}, toGbk(pair.older), toGbk(pair.newer)});
+    return rows.empty() ? std::nullopt : std::optional(resultOf(rows.front(), pair));
+}
+
+void visitStationResults(KV_MySQL& database, const EpochPair& pair,
+                         const std::function<void(const StationResult&)>& visit) {
+    constexpr std::size_t kRowsAtATime = 500;
+    const std::int64_t comparisonId = findComparison(database, pair);
+    std::int64_t lastStation = std::numeric_limits<std::int64_t>::min();
+    mysqlhelper::KV_Rows rows;
+    do {
+        rows = database.queryRecord("select * from comparison_result where comparison_id=? and station_id>? "
+                                    "order by station_id limit " +
+                                        std::to_string(kRowsAtATime),
+                                    {comparisonId, lastStation});
+        for (const KV_Record& row : rows) {
+            visit(resultOf(row, pair));
+            lastStation = wholeField(row, "station_id");
+        }
+    } while (rows.size() == kRowsAtATime);
+}
+
+std::map<std::uint32_t, StationResult>
+readStationResults(KV_MySQL& database, const std::vector<std::uint32_t>& stationIds, const EpochPair& pair) {
+    std::map<std::uint32_t, StationResult> results;
+    const std::int64_t comparisonId = findComparison(database, pair);
+    forEachBatch(RowIds(stationIds.begin(), stationIds.end()), [&](const std::string& marks,
+                                                                   std::vector<mysqlhelper::KV_Value> bound) {
+        bound.emplace_back(comparisonId);
+        for (const KV_Record& row : database.queryRecord(
+                 "select * from comparison_result where station_id in " + marks + " and comparison_id=?",
+                 bound)) {
+            StationResult result = resultOf(row, pair);
+            results.emplace(result.stationId, std::move(result));
+        }
+    });
+    return results;
+}
+
+std::map<std::uint32_t, QString> readComputationTimes(KV_MySQL& database, const EpochPair& pair) {
+    return textsOfResults(database, "computed_at", pair);
+}
+
+std::map<std::uint32_t, QString> readDifferenceRasters(KV_MySQL& database, const EpochPair& pair) {
+    return textsOfResults(database, "dz_raster", pair);
 }
 
 void storeStationResult(KV_MySQL& database, const StationResult& result) {

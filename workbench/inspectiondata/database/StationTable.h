@@ -11,6 +11,7 @@
 #include <QString>
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <vector>
@@ -48,6 +49,16 @@ struct StationResult {
 /// Empty when the station was never computed between these epochs. A computed station without anomalies has a result.
 INSPECTIONDATA_API std::optional<StationResult>
 readStationResult(mysqlhelper::KV_MySQL& database, std::uint32_t stationId, const EpochPair& pair);
+/// Of all stations that have one, in the order of their ids; a part of them is read at a time.
+INSPECTIONDATA_API void visitStationResults(mysqlhelper::KV_MySQL& database, const EpochPair& pair,
+                                            const std::function<void(const StationResult&)>& visit);
+/// Of those of the stations that have one, by id.
+INSPECTIONDATA_API std::map<std::uint32_t, StationResult>
+readStationResults(mysqlhelper::KV_MySQL& database, const std::vector<std::uint32_t>& stationIds,
+                   const EpochPair& pair);
+/// When each station that has a result was computed, ISO dates and times, UTC.
+INSPECTIONDATA_API std::map<std::uint32_t, QString> readComputationTimes(mysqlhelper::KV_MySQL& database,
+                                                                         const EpochPair& pair);
 /// Of all stations with a result of that pair: the path of its elevation differences within the project folder, empty
 /// where the epochs have no common cell.
 INSPECTIONDATA_API std::map<std::uint32_t, QString> readDifferenceRasters(mysqlhelper::KV_MySQL& database,

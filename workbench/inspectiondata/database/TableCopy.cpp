@@ -53,20 +53,26 @@ KV_Rows rowsBehind(KV_MySQL& database, const StoredTable& table, const KV_Value*
 
 } // namespace
 
-TableDigest visitRows(KV_MySQL& database, const StoredTable& table, const RowVisitor& visit) {
-    Digester digester;
-    TableDigest digest;
+void visitRows(KV_MySQL& database, const StoredTable& table, const RowVisitor& visit) {
     bool goOn = true;
     KV_Rows rows = rowsBehind(database, table, nullptr);
     while (goOn && !rows.empty()) {
         for (auto row = rows.begin(); goOn && row != rows.end(); ++row) {
-            digester.add(*row);
-            ++digest.rows;
             goOn = visit(*row);
         }
         const KV_Value lastKey = rows.back().at(table.key);
         rows = goOn && rows.size() == kRowsAtATime ? rowsBehind(database, table, &lastKey) : KV_Rows();
     }
+}
+
+TableDigest digestRows(KV_MySQL& database, const StoredTable& table, const RowVisitor& visit) {
+    Digester digester;
+    TableDigest digest;
+    visitRows(database, table, [&](const KV_Record& row) {
+        digester.add(row);
+        ++digest.rows;
+        return visit(row);
+    });
     digest.checksum = digester.result();
     return digest;
 }

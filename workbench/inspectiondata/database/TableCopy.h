@@ -24,9 +24,10 @@ struct TableDigest {
 /// Called for each row; false stops the reading.
 using RowVisitor = std::function<bool(const mysqlhelper::KV_Record&)>;
 
-/// Reads all rows in the key's order, a part of the table at a time. The digest is that of the rows that were
-/// visited. Throws KV_MySQL_Exception.
-TableDigest visitRows(mysqlhelper::KV_MySQL& database, const StoredTable& table, const RowVisitor& visit);
+/// Reads all rows in the key's order, a part of the table at a time. Throws KV_MySQL_Exception.
+void visitRows(mysqlhelper::KV_MySQL& database, const StoredTable& table, const RowVisitor& visit);
+/// The same, and the digest of the rows that were visited.
+TableDigest digestRows(mysqlhelper::KV_MySQL& database, const StoredTable& table, const RowVisitor& visit);
 
 std::int64_t countRows(mysqlhelper::KV_MySQL& database, const StoredTable& table);
 

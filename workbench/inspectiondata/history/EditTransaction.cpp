@@ -47,7 +47,11 @@ bool EditTransaction::update(const std::string& table, std::int64_t id, const KV
 }
 
 bool EditTransaction::update(const std::string& table, const std::vector<RowEdit>& edits) {
-    auto stored = readRows(m_database, table, idsOf(edits));
+    return update(table, edits, readRows(m_database, table, idsOf(edits)));
+}
+
+bool EditTransaction::update(const std::string& table, const std::vector<RowEdit>& edits,
+                             std::map<std::int64_t, KV_Record> stored) {
     std::set<std::int64_t> edited;
     bool areThere = true;
     RowUpdates updates;
@@ -104,7 +108,7 @@ void EditTransaction::remove(const std::string& table, const std::vector<SeenRow
 }
 
 void EditTransaction::markDeleted(const std::string& table, const std::vector<SeenRow>& rows) {
-    const auto stored = readRows(m_database, table, idsOf(rows));
+    auto stored = readRows(m_database, table, idsOf(rows));
     std::vector<RowEdit> edits;
     for (const SeenRow& row : rows) {
         const auto found = stored.find(row.id);
@@ -112,7 +116,7 @@ void EditTransaction::markDeleted(const std::string& table, const std::vector<Se
             edits.push_back({row.id, {{kDeletedColumn, std::int64_t{1}}}, row.version});
         }
     }
-    update(table, edits);
+    update(table, edits, std::move(stored));
 }
 
 void EditTransaction::check(const std::string& table, const KV_Record& row, std::int64_t seenVersion) {

@@ -4,6 +4,7 @@
 #include "workbench/inspectiondata/database/RowChange.h"
 #include "workbench/inspectiondata/history/OwnVersions.h"
 
+#include <map>
 #include <vector>
 
 namespace inspection {
@@ -63,6 +64,9 @@ public:
     void commit(const QString& inspector) { commitNoted(m_database, m_transaction, inspector, m_revision); }
 
 private:
+    /// `stored` holds the rows as they are, by id.
+    bool update(const std::string& table, const std::vector<RowEdit>& edits,
+                std::map<std::int64_t, mysqlhelper::KV_Record> stored);
     void check(const std::string& table, const mysqlhelper::KV_Record& row, std::int64_t seenVersion);
     /// Notes these changes, with the rows as they are now.
     void noteUpdates(const std::string& table, RowChanges changes);

@@ -307,9 +307,9 @@ void ProjectHistory::UndoSteps(int count) {
 }
 
 RowChanges ProjectHistory::carryOut(const StoredEdit& edit, bool isUndo, std::int64_t revision) {
-    const RowChanges made = readChanges(*m_database, edit.id);
+    RowChanges made = readChanges(*m_database, edit.id);
     markEdit(*m_database, edit.id, isUndo, revision);
-    return applyChanges(*m_database, isUndo ? reversed(made) : made, revision);
+    return applyChanges(*m_database, isUndo ? reversed(std::move(made)) : std::move(made), revision);
 }
 
 void ProjectHistory::step(Edit& edit, bool isUndo, bool refresh) {

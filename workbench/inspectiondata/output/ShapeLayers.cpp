@@ -1,6 +1,5 @@
 #include "workbench/inspectiondata/output/ShapeLayers.h"
 
-#include "detect/GdalErrors.h"
 #include "host/Gbk.h"
 #include "workbench/inspectiondata/database/Outline.h"
 #include "workbench/inspectiondata/output/SpecialObjectLayers.h"
@@ -8,11 +7,6 @@
 #include "workbench/inspectiondata/project/Georeference.h"
 #include "workbench/inspectiondata/text/AnomalyFields.h"
 
-#include <gdal_priv.h>
-#include <ogrsf_frmts.h>
-
-#include <algorithm>
-#include <array>
 #include <functional>
 
 namespace inspection {
@@ -94,33 +88,71 @@ const std::vector<ShapeColumn>& shapeColumns() {
     return columns;
 }
 
-ShapeLayer::Feature featureOf(const Place& place) {
-    ShapeLayer::Feature feature{outlineGeometry(place.anomaly.outlineWkt), {}};
-    for (const ShapeColumn& column : shapeColumns()) {
-        feature.values.push_back(column.value(place));
-    }
-    return feature;
-}
+/// What layer "stations" tells of a station that is written.
+struct StationTotals {
+    KV_Station station;
+    std::size_t anomalies = 0;
+    std::string computedAt;
+};
 
-ShapeLayer anomalyLayer(const InspectionData& data, const Pipeline& pipeline,
-                        const OGRSpatialReference& reference) {
+/// The features of layer "anomalies", and on the way the totals of their stations.
+class AnomalyFeatures {
+public:
+    AnomalyFeatures(const ProjectObjects& objects, const Pipeline& pipeline,
+                    std::vector<StationTotals>& totals)
+        : m_pair(objects.project.pair()), m_areAreasKnown(!objects.highConsequenceAreas.empty()),
+          m_pipeline(pipeline), m_corridor(pipeline, objects.highConsequenceAreas), m_totals(totals) {}
+
+    Status take(const StationFindings& findings, const ShapeLayer::Take& take) {
+        m_totals.push_back({findings.station, findings.anomalies.size(),
+                            findings.result ? findings.result->computedAt.toStdString() : std::string()});
+        const auto surroundings = m_corridor.around(findings.station);
+        for (const SdiffData& anomaly : findings.anomalies) {
+            if (auto done = take(featureOf(findings.station, anomaly, *surroundings)); !done) {
+                return done;
+            }
+        }
+        return {};
+    }
+
+private:
+    ShapeLayer::Feature featureOf(const KV_Station& station, const SdiffData& anomaly,
+                                  const StationSurroundings& surroundings) const {
+        std::unique_ptr<OGRGeometry> outline = outlineGeometry(anomaly.outlineWkt);
+        const Place place{m_pair,
+                          station,
+                          anomaly,
+                          m_pipeline.positionOf({anomaly.x, anomaly.y}).value_or(PipePosition{}),
+                          surroundings.of(std::unique_ptr<OGRGeometry>(outline ? outline->clone() : nullptr)),
+                          m_areAreasKnown};
+        ShapeLayer::Feature feature{std::move(outline), {}};
+        feature.values.reserve(shapeColumns().size());
+        for (const ShapeColumn& column : shapeColumns()) {
+            feature.values.push_back(column.value(place));
+        }
+        return feature;
+    }
+
+    const EpochPair m_pair;
+    const bool m_areAreasKnown;
+    const Pipeline& m_pipeline;
+    CorridorSurroundings m_corridor;
+    std::vector<StationTotals>& m_totals;
+};
+
+ShapeLayer anomalyLayer(const ProjectObjects& objects, const FindingsInTurn& findings,
+                        const Pipeline& pipeline, const OGRSpatialReference& reference,
+                        const std::shared_ptr<std::vector<StationTotals>>& totals) {
     ShapeLayer layer;
     layer.name = "anomalies";
     layer.reference = reference;
     for (const ShapeColumn& column : shapeColumns()) {
         layer.fields.push_back({column.name, column.number});
     }
-    const EpochPair pair = data.project.pair();
-    CorridorSurroundings corridor(pipeline, data.highConsequenceAreas);
-    for (const StationFindings& findings : data.stations) {
-        const auto surroundings = corridor.around(findings.station);
-        for (const SdiffData& anomaly : findings.anomalies) {
-            layer.features.push_back(
-                featureOf({pair, findings.station, anomaly,
-                           pipeline.positionOf({anomaly.x, anomaly.y}).value_or(PipePosition{}),
-                           surroundings->of(anomaly), !data.highConsequenceAreas.empty()}));
-        }
-    }
+    layer.forEachFeature = [&objects, &findings, &pipeline, totals](const ShapeLayer::Take& take) {
+        AnomalyFeatures features(objects, pipeline, *totals);
+        return findings.forEach([&](const StationFindings& station) { return features.take(station, take); });
+    };
     return layer;
 }
 
@@ -136,22 +168,23 @@ std::unique_ptr<OGRGeometry> boxOf(const KV_Station& station) {
     return polygon;
 }
 
-ShapeLayer stationLayer(const InspectionData& data, const OGRSpatialReference& reference) {
+/// Its features are known once those of the anomalies have been told.
+ShapeLayer stationLayer(const EpochPair& pair, const OGRSpatialReference& reference,
+                        const std::shared_ptr<std::vector<StationTotals>>& totals) {
     ShapeLayer layer;
     layer.name = "stations";
     layer.reference = reference;
     layer.fields = {{"id", true},        {"name"},     {"start_m", true}, {"end_m", true},
                     {"anomalies", true}, {"computed"}, {"old_epoch"},     {"new_epoch"}};
-    const EpochPair pair = data.project.pair();
-    for (const StationFindings& findings : data.stations) {
-        const KV_Station& station = findings.station;
-        layer.features.push_back(
-            {boxOf(station),
-             {double(station.m_id), gbkToUtf8(station.m_name), station.m_startMetres, station.m_endMetres,
-              double(findings.anomalies.size()),
-              findings.result ? findings.result->computedAt.toStdString() : std::string(),
-              pair.older.toStdString(), pair.newer.toStdString()}});
-    }
+    layer.forEachFeature = [pair, totals](const ShapeLayer::Take& take) {
+        return takeEach(*totals, take, [&pair](const StationTotals& told) {
+            const KV_Station& station = told.station;
+            return ShapeLayer::Feature{boxOf(station),
+                                       {double(station.m_id), gbkToUtf8(station.m_name),
+                                        station.m_startMetres, station.m_endMetres, double(told.anomalies),
+                                        told.computedAt, pair.older.toStdString(), pair.newer.toStdString()}};
+        });
+    };
     return layer;
 }
 
@@ -162,121 +195,37 @@ ShapeLayer centerlineLayer(const Pipeline& pipeline, const std::string& name,
     layer.reference = reference;
     layer.type = wkbLineString;
     layer.fields = {{"name"}, {"length_m", true}};
-    for (const auto& part : pipeline.parts()) {
-        auto line = std::make_unique<OGRLineString>();
-        for (const QPointF& point : part) {
-            line->addPoint(point.x(), point.y());
-        }
-        line->flattenTo2D();
-        const double length = line->get_Length();
-        layer.features.push_back({std::move(line), {name, length}});
-    }
+    layer.forEachFeature = [&pipeline, name](const ShapeLayer::Take& take) {
+        return takeEach(pipeline.parts(), take, [&name](const std::vector<QPointF>& part) {
+            auto line = std::make_unique<OGRLineString>();
+            for (const QPointF& point : part) {
+                line->addPoint(point.x(), point.y());
+            }
+            line->flattenTo2D();
+            const double length = line->get_Length();
+            return ShapeLayer::Feature{std::move(line), {name, length}};
+        });
+    };
     return layer;
-}
-
-bool writeFeature(OGRLayer& target, const ShapeLayer::Feature& source) {
-    OGRFeature feature(target.GetLayerDefn());
-    for (std::size_t i = 0; i < source.values.size(); ++i) {
-        const int field = static_cast<int>(i);
-        if (const auto* text = std::get_if<std::string>(&source.values[i])) {
-            feature.SetField(field, text->c_str());
-        } else if (const auto* number = std::get_if<double>(&source.values[i])) {
-            feature.SetField(field, *number);
-        } else {
-            feature.SetFieldNull(field);
-        }
-    }
-    feature.SetGeometry(source.geometry.get());
-    return target.CreateFeature(&feature) == OGRERR_NONE;
-}
-
-bool writeLayer(GDALDataset& dataset, const ShapeLayer& source, bool shapefile) {
-    std::array<const char*, 2> options{shapefile ? "ENCODING=UTF-8" : nullptr, nullptr};
-    OGRSpatialReference reference(source.reference);
-    OGRLayer* layer =
-        dataset.CreateLayer(source.name.c_str(), &reference, source.type, const_cast<char**>(options.data()));
-    if (!layer) {
-        return false;
-    }
-    for (const ShapeLayer::Field& field : source.fields) {
-        OGRFieldDefn definition(field.name.c_str(), field.number ? OFTReal : OFTString);
-        if (field.number) {
-            definition.SetWidth(shapefile ? 20 : 0);
-            definition.SetPrecision(shapefile ? 7 : 0);
-        } else {
-            definition.SetWidth(shapefile ? 254 : 0);
-        }
-        if (layer->CreateField(&definition) != OGRERR_NONE) {
-            return false;
-        }
-    }
-    if (layer->StartTransaction() != OGRERR_NONE) {
-        return false;
-    }
-    for (const ShapeLayer::Feature& feature : source.features) {
-        if (!writeFeature(*layer, feature)) {
-            return false;
-        }
-    }
-    return layer->CommitTransaction() == OGRERR_NONE;
-}
-
-/// A full disk may only show when buffers go out, so the last feature of each layer is read back.
-bool complete(const QString& path, const std::vector<ShapeLayer>& layers) {
-    const GDALDatasetUniquePtr dataset(GDALDataset::Open(path.toUtf8().constData(), GDAL_OF_VECTOR));
-    for (const ShapeLayer& expected : layers) {
-        OGRLayer* layer = dataset ? dataset->GetLayerByName(expected.name.c_str()) : nullptr;
-        if (!layer || layer->GetFeatureCount() != static_cast<GIntBig>(expected.features.size())) {
-            return false;
-        }
-        const auto outlines = std::count_if(expected.features.begin(), expected.features.end(),
-                                            [](const auto& feature) { return feature.geometry != nullptr; });
-        std::ptrdiff_t read = 0;
-        for (const auto& feature : *layer) {
-            read += feature->GetGeometryRef() ? 1 : 0;
-        }
-        if (read != outlines) {
-            return false;
-        }
-    }
-    return true;
 }
 
 } // namespace
 
-std::vector<ShapeLayer> shapeLayers(const InspectionData& data, const Pipeline& pipeline) {
-    const OGRSpatialReference reference = referenceOf(data.project.crs).value_or(OGRSpatialReference());
+std::vector<ShapeLayer> shapeLayers(const ProjectObjects& objects, const FindingsInTurn& findings,
+                                    const Pipeline& pipeline) {
+    const ProjectDescription& project = objects.project;
+    const OGRSpatialReference reference = referenceOf(project.crs).value_or(OGRSpatialReference());
+    const auto totals = std::make_shared<std::vector<StationTotals>>();
     std::vector<ShapeLayer> layers;
-    layers.push_back(anomalyLayer(data, pipeline, reference));
-    layers.push_back(stationLayer(data, reference));
+    layers.push_back(anomalyLayer(objects, findings, pipeline, reference, totals));
+    layers.push_back(stationLayer(project.pair(), reference, totals));
     if (!pipeline.parts().empty()) {
-        layers.push_back(centerlineLayer(pipeline, data.project.name.toStdString(), reference));
+        layers.push_back(centerlineLayer(pipeline, project.name.toStdString(), reference));
     }
-    for (ShapeLayer& layer : specialObjectLayers(data, reference)) {
+    for (ShapeLayer& layer : specialObjectLayers(objects, reference)) {
         layers.push_back(std::move(layer));
     }
     return layers;
-}
-
-Status writeLayers(const std::vector<ShapeLayer>& layers, const char* driverName, const QString& path,
-                   const QString& target) {
-    GDALAllRegister();
-    const detect::GdalErrors errors;
-    GDALDriver* driver = GetGDALDriverManager()->GetDriverByName(driverName);
-    GDALDatasetUniquePtr dataset(
-        !driver ? nullptr : driver->Create(path.toUtf8().constData(), 0, 0, 0, GDT_Unknown, nullptr));
-    bool good = dataset != nullptr;
-    const bool shapefile = std::string(driverName) == "ESRI Shapefile";
-    for (std::size_t i = 0; i < layers.size() && good; ++i) {
-        good = writeLayer(*dataset, layers[i], shapefile);
-    }
-    dataset.reset();
-    if (!good || errors.any() || !complete(path, layers)) {
-        const QString cause =
-            errors.any() ? QString::fromStdString(errors.first()) : QStringLiteral("disk full");
-        return fileFailure(target, "cannot be written: " + cause, "无法写入：" + cause);
-    }
-    return {};
 }
 
 } // namespace inspection

@@ -7,6 +7,7 @@
 #include <ogr_geometry.h>
 #include <ogr_spatialref.h>
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <variant>
@@ -27,19 +28,32 @@ struct ShapeLayer {
         bool number = false;
     };
 
+    /// Takes a feature; a failure ends the telling.
+    using Take = std::function<Status(const Feature&)>;
+
     std::string name;
     OGRSpatialReference reference;
     OGRwkbGeometryType type = wkbPolygon;
     std::vector<Field> fields;
-    std::vector<Feature> features;
+    /// Tells the features one after the other, so that no more than one of them need be held.
+    std::function<Status(const Take& take)> forEachFeature;
 };
 
-/// Layers "anomalies", "stations", where there is one "centerline", and those of specialObjectLayers(). Any thread.
-std::vector<ShapeLayer> shapeLayers(const InspectionData& data, const Pipeline& pipeline);
+/// Tells for each of the items the feature that `featureOf` makes of it.
+template<typename Items, typename FeatureOf>
+Status takeEach(const Items& items, const ShapeLayer::Take& take, const FeatureOf& featureOf) {
+    for (const auto& item : items) {
+        if (auto done = take(featureOf(item)); !done) {
+            return done;
+        }
+    }
+    return {};
+}
 
-/// Writes the layers by a GDAL driver: to a folder for "ESRI Shapefile", to a file otherwise, and reads back
-/// that they are complete. `path` is where they are prepared, `target` what the user calls the place.
-Status writeLayers(const std::vector<ShapeLayer>& layers, const char* driver, const QString& path,
-                   const QString& target);
+/// Layers "anomalies", "stations", where there is one "centerline", and those of specialObjectLayers(); to be told once
+/// each, in this order, since anomalies give the totals of their stations. All that is given must outlive the layers.
+/// Thread: that of the findings.
+std::vector<ShapeLayer> shapeLayers(const ProjectObjects& objects, const FindingsInTurn& findings,
+                                    const Pipeline& pipeline);
 
 } // namespace inspection

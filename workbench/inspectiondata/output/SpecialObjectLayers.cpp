@@ -39,11 +39,11 @@ public:
         ring.closeRings();
         auto polygon = std::make_shared<OGRPolygon>();
         polygon->addRing(&ring);
-        return transformed(std::move(polygon));
+        return transformed(polygon);
     }
 
 private:
-    std::shared_ptr<const OGRGeometry> transformed(std::shared_ptr<OGRGeometry> geometry) const {
+    std::shared_ptr<const OGRGeometry> transformed(const std::shared_ptr<OGRGeometry>& geometry) const {
         const bool isThere = m_transformation && geometry->transform(m_transformation.get()) == OGRERR_NONE;
         return isThere ? geometry : nullptr;
     }
@@ -62,27 +62,40 @@ ShapeLayer layerOf(const char* name, OGRwkbGeometryType type, std::vector<ShapeL
     return layer;
 }
 
-void append(ShapeLayer& layer, std::shared_ptr<const OGRGeometry> geometry,
-            std::vector<ShapeLayer::Value> values) {
-    if (geometry) {
-        layer.features.push_back({std::move(geometry), std::move(values)});
+/// Tells the objects that have a place in the system.
+template<typename Objects, typename FeatureOf>
+Status takePlaced(const Objects& objects, const ShapeLayer::Take& take, const FeatureOf& featureOf) {
+    for (const auto& object : objects) {
+        const ShapeLayer::Feature feature = featureOf(object);
+        if (!feature.geometry) {
+            continue;
+        }
+        if (auto done = take(feature); !done) {
+            return done;
+        }
     }
+    return {};
 }
 
 template<typename Node>
-ShapeLayer pointLayer(const char* name, const std::vector<Node>& nodes, const Mapping& mapping) {
-    ShapeLayer layer = layerOf(
-        name, wkbPoint, {{"name"}, {"attribute"}, {"lon", true}, {"lat", true}, {"height_m", true}}, mapping);
-    for (const KV_BasicNode& node : nodes) {
-        append(layer, mapping.point(node),
-               {gbkToUtf8(node.GetName()), gbkToUtf8(node.m_attribute), node.GetCoor().x(),
-                node.GetCoor().y(), node.GetCoor().z()});
-    }
+ShapeLayer pointLayer(const char* name, const std::vector<Node>& nodes,
+                      const std::shared_ptr<const Mapping>& mapping) {
+    ShapeLayer layer =
+        layerOf(name, wkbPoint, {{"name"}, {"attribute"}, {"lon", true}, {"lat", true}, {"height_m", true}},
+                *mapping);
+    layer.forEachFeature = [&nodes, mapping](const ShapeLayer::Take& take) {
+        return takePlaced(nodes, take, [&mapping](const KV_BasicNode& node) {
+            return ShapeLayer::Feature{mapping->point(node),
+                                       {gbkToUtf8(node.GetName()), gbkToUtf8(node.m_attribute),
+                                        node.GetCoor().x(), node.GetCoor().y(), node.GetCoor().z()}};
+        });
+    };
     return layer;
 }
 
 template<typename Region>
-ShapeLayer regionLayer(const char* name, const std::vector<Region>& regions, const Mapping& mapping) {
+ShapeLayer regionLayer(const char* name, const std::vector<Region>& regions,
+                       const std::shared_ptr<const Mapping>& mapping) {
     ShapeLayer layer = layerOf(name, wkbPolygon,
                                {{"name"},
                                 {"attribute"},
@@ -91,25 +104,28 @@ ShapeLayer regionLayer(const char* name, const std::vector<Region>& regions, con
                                 {"border_wid", true},
                                 {"fill"},
                                 {"border"}},
-                               mapping);
-    for (const Special_Region& region : regions) {
-        append(layer, mapping.polygon(region),
-               {gbkToUtf8(region.GetName()), gbkToUtf8(region.m_attribute), double(region.m_level),
-                double(region.m_opacity), double(region.m_borderWidth), colourText(region.m_fillColor),
-                colourText(region.m_borderColor)});
-    }
+                               *mapping);
+    layer.forEachFeature = [&regions, mapping](const ShapeLayer::Take& take) {
+        return takePlaced(regions, take, [&mapping](const Special_Region& region) {
+            return ShapeLayer::Feature{mapping->polygon(region),
+                                       {gbkToUtf8(region.GetName()), gbkToUtf8(region.m_attribute),
+                                        double(region.m_level), double(region.m_opacity),
+                                        double(region.m_borderWidth), colourText(region.m_fillColor),
+                                        colourText(region.m_borderColor)}};
+        });
+    };
     return layer;
 }
 
 } // namespace
 
-std::vector<ShapeLayer> specialObjectLayers(const InspectionData& data,
+std::vector<ShapeLayer> specialObjectLayers(const ProjectObjects& objects,
                                             const OGRSpatialReference& reference) {
-    const Mapping mapping(reference);
-    return {pointLayer("special_points", data.specialPoints, mapping),
-            regionLayer("special_areas", data.specialAreas, mapping),
-            regionLayer("high_consequence_areas", data.highConsequenceAreas, mapping),
-            pointLayer("nodes", data.pipeNodes, mapping)};
+    const auto mapping = std::make_shared<const Mapping>(reference);
+    return {pointLayer("special_points", objects.specialPoints, mapping),
+            regionLayer("special_areas", objects.specialAreas, mapping),
+            regionLayer("high_consequence_areas", objects.highConsequenceAreas, mapping),
+            pointLayer("nodes", objects.pipeNodes, mapping)};
 }
 
 } // namespace inspection

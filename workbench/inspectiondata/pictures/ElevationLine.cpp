@@ -7,7 +7,6 @@
 #include <array>
 #include <cmath>
 #include <limits>
-#include <memory>
 
 namespace inspection {
 
@@ -38,8 +37,7 @@ double elevationAt(detect::SurfaceModel& surface, const detect::Point& place) {
 }
 
 /// Null when both systems are the same, or when one of them is unknown (`known` is false then).
-std::unique_ptr<OGRCoordinateTransformation> transformation(const QString& srs, const detect::Grid& grid,
-                                                            bool& known) {
+Transformation transformation(const QString& srs, const detect::Grid& grid, bool& known) {
     known = false;
     auto line = referenceOf(srs);
     if (grid.srs().IsEmpty() || !line) {
@@ -51,7 +49,7 @@ std::unique_ptr<OGRCoordinateTransformation> transformation(const QString& srs, 
         known = true;
         return nullptr;
     }
-    std::unique_ptr<OGRCoordinateTransformation> result(OGRCreateCoordinateTransformation(&*line, &target));
+    Transformation result = transformationBetween(*line, target);
     known = result != nullptr;
     return result;
 }

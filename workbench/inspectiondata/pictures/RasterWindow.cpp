@@ -3,8 +3,8 @@
 #include "detect/GdalErrors.h"
 #include "detect/heights/InMetres.h"
 #include "workbench/inspectiondata/project/Georeference.h"
+#include "workbench/inspectiondata/project/RasterPlace.h"
 
-#include <QFileInfo>
 #include <QStringList>
 
 #include <gdal_priv.h>
@@ -154,7 +154,7 @@ GDALDatasetUniquePtr asBytes(GDALDataset& source) {
 }
 
 Result<GDALDatasetUniquePtr> openRaster(const QString& file, const detect::GdalErrors& errors) {
-    if (!QFileInfo::exists(file)) {
+    if (!rasterExists(file)) {
         return fileFailure(file, "no such file", "文件不存在");
     }
     GDALAllRegister();
@@ -167,7 +167,7 @@ Result<GDALDatasetUniquePtr> openRaster(const QString& file, const detect::GdalE
 }
 
 Result<GDALDatasetUniquePtr> openHeights(const QString& file) {
-    if (!QFileInfo::exists(file)) {
+    if (!rasterExists(file)) {
         return fileFailure(file, "no such file", "文件不存在");
     }
     auto raster = detect::openInMetres(file.toStdString());

@@ -10,12 +10,15 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <utility>
 
 namespace inspection {
 
 namespace {
 
 using Part = std::vector<QPointF>;
+
+constexpr std::size_t kSegmentsOfRun = 8;
 
 /// The lines of a geometry, also of one that gathers several.
 std::vector<const OGRLineString*> linesOf(const OGRGeometry& geometry) {
@@ -101,6 +104,7 @@ Pipeline Pipeline::read(const ProjectDescription& project) {
             pipeline.append(*geometry);
         }
     }
+    pipeline.index();
     return pipeline;
 }
 
@@ -126,18 +130,51 @@ double Pipeline::lengthMetres() const {
     return std::max(most - least, 0.0);
 }
 
-std::optional<PipePosition> Pipeline::positionOf(const QPointF& point) const {
-    std::optional<PipePosition> nearest;
+void Pipeline::index() {
+    std::vector<OGREnvelope> boxes;
     for (std::size_t part = 0; part < m_parts.size(); ++part) {
         const Part& places = m_parts[part];
-        const std::vector<double>& chainages = m_chainages[part];
-        for (std::size_t i = 0; i + 1 < places.size(); ++i) {
-            const double share = nearestShare(places[i], places[i + 1], point);
-            const QPointF foot = places[i] + share * (places[i + 1] - places[i]);
-            const double offset = length(point - foot);
-            if (!nearest || offset < nearest->offsetMetres) {
-                nearest = PipePosition{chainages[i] + share * (chainages[i + 1] - chainages[i]), offset};
+        for (std::size_t first = 0; first + 1 < places.size(); first += kSegmentsOfRun) {
+            const Run run{part, first, std::min(first + kSegmentsOfRun, places.size() - 1)};
+            OGREnvelope box;
+            for (std::size_t i = run.first; i <= run.last; ++i) {
+                box.Merge(places[i].x(), places[i].y());
             }
+            m_runs.push_back(run);
+            boxes.push_back(box);
+        }
+    }
+    m_boxes = BoxTree(std::move(boxes));
+}
+
+std::optional<PipePosition> Pipeline::positionOf(const QPointF& point) const {
+    OGREnvelope place;
+    place.Merge(point.x(), point.y());
+    std::optional<PipePosition> nearest;
+    std::size_t runOfNearest = 0;
+    m_boxes.nearestFirst(place, [&](std::size_t run, double /*least*/) {
+        const PipePosition found = nearestOf(m_runs[run], point);
+        const bool isNearer = !nearest || found.offsetMetres < nearest->offsetMetres ||
+                              (found.offsetMetres == nearest->offsetMetres && run < runOfNearest);
+        if (isNearer) {
+            nearest = found;
+            runOfNearest = run;
+        }
+        return nearest->offsetMetres;
+    });
+    return nearest;
+}
+
+PipePosition Pipeline::nearestOf(const Run& run, const QPointF& point) const {
+    const Part& places = m_parts[run.part];
+    const std::vector<double>& chainages = m_chainages[run.part];
+    PipePosition nearest;
+    for (std::size_t i = run.first; i < run.last; ++i) {
+        const double share = nearestShare(places[i], places[i + 1], point);
+        const QPointF foot = places[i] + share * (places[i + 1] - places[i]);
+        const double offset = length(point - foot);
+        if (i == run.first || offset < nearest.offsetMetres) {
+            nearest = {chainages[i] + share * (chainages[i + 1] - chainages[i]), offset};
         }
     }
     return nearest;

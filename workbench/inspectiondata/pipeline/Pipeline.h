@@ -1,11 +1,13 @@
 #pragma once
 
 #include "host/Export.h"
+#include "workbench/inspectiondata/pipeline/BoxTree.h"
 #include "workbench/inspectiondata/project/ProjectDescription.h"
 
 #include <QPointF>
 #include <QString>
 
+#include <cstddef>
 #include <optional>
 #include <vector>
 
@@ -37,7 +39,7 @@ public:
     const QString& crs() const { return m_crs; }
     /// Between the smallest and the largest chainage; 0 without a centre line.
     double lengthMetres() const;
-    /// Empty without a centre line.
+    /// Empty without a centre line. Of several places that are as near, the first one. Any thread.
     std::optional<PipePosition> positionOf(const QPointF& point) const;
     /// Where the chainage is a multiple of `intervalMetres` (above 0), along each part.
     std::vector<ChainageMark> marks(double intervalMetres) const;
@@ -46,11 +48,22 @@ public:
     std::vector<std::vector<QPointF>> bufferOutlines(double metres) const;
 
 private:
+    /// Some segments of a part, one after the other.
+    struct Run {
+        std::size_t part = 0;
+        std::size_t first = 0; ///< vertex
+        std::size_t last = 0;  ///< vertex
+    };
+
     void append(const OGRGeometry& geometry);
+    void index();
+    PipePosition nearestOf(const Run& run, const QPointF& point) const;
 
     QString m_crs;
     std::vector<std::vector<QPointF>> m_parts;
     std::vector<std::vector<double>> m_chainages; ///< of the vertices of the parts
+    std::vector<Run> m_runs;                      ///< all segments, in their order
+    BoxTree m_boxes;                              ///< of the runs
 };
 
 /// "K1+234" of 1234 m.

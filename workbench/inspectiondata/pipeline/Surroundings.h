@@ -3,6 +3,7 @@
 #include "host/Export.h"
 #include "host/inspection/Records.h"
 #include "host/inspection/Station.h"
+#include "workbench/inspectiondata/pipeline/BoxTree.h"
 #include "workbench/inspectiondata/pipeline/Pipeline.h"
 #include "workbench/inspectiondata/project/Georeference.h"
 
@@ -12,6 +13,7 @@
 
 #include <map>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <utility>
@@ -28,7 +30,7 @@ struct Surroundings {
     std::vector<std::string> highConsequenceAreas;
 };
 
-/// What lies around the anomalies of a station. One thread at a time.
+/// What lies around the anomalies of a station. Any thread.
 class INSPECTIONDATA_API StationSurroundings {
 public:
     /// Nothing is known.
@@ -39,12 +41,17 @@ public:
                         const Pipeline& pipeline, const std::vector<Special_Polygon>& highConsequenceAreas);
 
     Surroundings of(const SdiffData& anomaly) const;
+    /// The same of an outline that was read before; null where it is none.
+    Surroundings of(std::unique_ptr<OGRGeometry> outline) const;
+    /// Each of the two by itself takes less time.
+    std::optional<double> pipeMetres(const SdiffData& anomaly) const;
+    std::vector<std::string> highConsequenceAreas(const SdiffData& anomaly) const;
 
 private:
     /// A few vertices of the centre line, so that most of it need not be looked at.
     struct Stretch {
         OGRLineString line;
-        OGREnvelope bounds;
+        std::vector<OGRRawPoint> places; ///< the same
     };
     struct Area {
         std::string name;
@@ -56,11 +63,16 @@ private:
     void addStretches(const std::vector<QPointF>& part, OGRCoordinateTransformation& toPlane);
     void addAreas(const std::vector<Special_Polygon>& areas, const OGRSpatialReference& plane);
     void addArea(const Special_Polygon& area, OGRCoordinateTransformation& toPlane);
-    std::optional<double> pipeMetresFrom(const OGRGeometry& outline, const OGREnvelope& bounds) const;
+    /// The outline where lengths are measured; null for none.
+    std::unique_ptr<OGRGeometry> toPlane(std::unique_ptr<OGRGeometry> outline) const;
+    std::optional<double> pipeMetresFrom(const OGRGeometry& outline) const;
+    std::vector<std::string> areasTouchedBy(const OGRGeometry& outline) const;
 
-    Transformation m_toPlane; ///< of the outlines; null when they lie in it
+    mutable std::mutex m_libraries; ///< what these let one thread do at a time: transform, look into an area
+    Transformation m_toPlane;       ///< of the outlines; null when they lie in it
     double m_metresPerUnit = 1.0;
     std::vector<Stretch> m_stretches;
+    BoxTree m_boxes; ///< of the stretches
     std::vector<Area> m_areas;
 };
 

@@ -290,6 +290,7 @@ QString baseLayerTrouble(const QString& gdalMessage) {
         {"certificate|SSL", "服务器的证书无效"},
         {"no tiles", "服务器上没有这里的图块"},
         {"ReadBlockFromFile|downloaded block", "收到的不是图块"},
+        {"/vsi(curl|s3|gs|az|adls|oss)\\S* does not exist", "服务器没有给出该文件"},
         {"no such file|does not exist", "文件不存在"},
         {"georeference|reference system", "没有坐标系"}};
     for (const auto& [pattern, words] : kWords) {

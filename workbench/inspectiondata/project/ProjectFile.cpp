@@ -4,6 +4,7 @@
 #include "detect/output/ParameterText.h"
 #include "workbench/inspectiondata/project/Georeference.h"
 #include "workbench/inspectiondata/project/Project.h"
+#include "workbench/inspectiondata/project/RasterPlace.h"
 #include "workbench/inspectiondata/project/ServerAddress.h"
 
 #include <QDir>
@@ -186,9 +187,11 @@ std::vector<Epoch> epochsOf(const QString& folder, const QJsonArray& array, Json
         const QJsonObject json = value.toObject();
         const auto text = [&](const char* key) { return taker.text(json, QString::fromLatin1(key), within); };
         const QString dsm = text("dsm");
-        taker.expect(!dsm.isEmpty(), within + QStringLiteral("dsm"));
+        const QString dom = text("dom");
+        taker.expect(!dsm.isEmpty() && !bearsPassword(dsm), within + QStringLiteral("dsm"));
+        taker.expect(!bearsPassword(dom), within + QStringLiteral("dom"));
         epochs.push_back(
-            {text("date"), absolutePath(folder, dsm), absolutePath(folder, text("dom")), text("heights")});
+            {text("date"), absoluteRaster(folder, dsm), absoluteRaster(folder, dom), text("heights")});
     }
     return epochs;
 }
@@ -305,7 +308,7 @@ QJsonObject parametersAsStored(const ProjectParameters& parameters) {
 }
 
 QString storedPath(const QString& folder, const QString& path) {
-    const QString relative = QDir(folder).relativeFilePath(path);
+    const QString relative = isOnServer(path) ? path : QDir(folder).relativeFilePath(path);
     return path.isEmpty() || relative.startsWith(QLatin1String("..")) ? path : relative;
 }
 

@@ -9,6 +9,7 @@ namespace inspection {
 namespace {
 
 constexpr auto kScheme = "mysql://";
+constexpr int kLastPort = 65535;
 
 QString decoded(const QString& part) {
     return QString::fromUtf8(QByteArray::fromPercentEncoding(part.toUtf8()));
@@ -52,13 +53,16 @@ std::optional<ServerAddress> serverAddress(const QString& url) {
     if (!parts.hasMatch()) {
         return std::nullopt;
     }
-    const QUrlQuery options(parts.captured(6));
     ServerAddress address;
+    address.port = parts.captured(4).toInt();
+    if (address.port > kLastPort) {
+        return std::nullopt;
+    }
+    const QUrlQuery options(parts.captured(6));
     address.user = decoded(parts.captured(1));
     address.password = parts.capturedStart(2) >= 0 ? decoded(parts.captured(2))
                                                    : qEnvironmentVariable("CORRIDOR_DATABASE_PASSWORD");
     address.host = hostOf(parts.captured(3));
-    address.port = parts.captured(4).toInt();
     address.database = decoded(parts.captured(5));
     address.socket = decoded(options.queryItemValue(QStringLiteral("socket"), QUrl::FullyEncoded));
     address.readOnly = options.allQueryItemValues(QStringLiteral("mode")).contains(QLatin1String("ro"));

@@ -13,7 +13,7 @@ struct INSPECTIONDATA_API ServerAddress {
     QString user;
     QString password;
     QString host; ///< empty for this machine's socket; "localhost" means that too, as everywhere with MySQL
-    int port = 0; ///< 0 for the usual one
+    int port = 0; ///< up to 65535, 0 for the usual one
     QString database;
     QString socket; ///< path, empty for the usual one
     bool readOnly = false;
