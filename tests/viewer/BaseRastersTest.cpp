@@ -142,7 +142,7 @@ TEST_F(BaseRastersTest, TilesOfAServerAppear) {
     show({raster(server.address())});
     EXPECT_TRUE(becomes(kRed)) << hint().toStdString();
     EXPECT_EQ(m_globe->map().baseTroubles(), std::vector<std::string>{""});
-    EXPECT_TRUE(waitUntil([this] { return !m_globe->map().isLoadingBase(); }));
+    EXPECT_TRUE(waitUntil([this] { return !m_globe->map().isLoading(); }));
     EXPECT_TRUE(waitUntil([this] { return m_globe->isPictureComplete(); }));
 }
 
@@ -251,7 +251,7 @@ TEST_F(BaseRastersTest, TilesThatWereSeenShowWithoutTheServer) {
     const BaseRaster base = raster(server.address());
     show({base});
     ASSERT_TRUE(becomes(kRed)) << hint().toStdString();
-    ASSERT_TRUE(waitUntil([this] { return !m_globe->map().isLoadingBase(); }));
+    ASSERT_TRUE(waitUntil([this] { return !m_globe->map().isLoading(); }));
     show({});
     server.stop();
     ASSERT_TRUE(shows([this] { return !isLike(middle(), kRed); }));
@@ -265,7 +265,7 @@ TEST_F(BaseRastersTest, AWebMapTileServiceThatWasSeenShowsWithoutTheServer) {
     const BaseRaster base = raster(server.wmts());
     show({base});
     ASSERT_TRUE(becomes(kGreen)) << hint().toStdString();
-    ASSERT_TRUE(waitUntil([this] { return !m_globe->map().isLoadingBase(); }));
+    ASSERT_TRUE(waitUntil([this] { return !m_globe->map().isLoading(); }));
     show({});
     ASSERT_TRUE(shows([this] { return !isLike(middle(), kGreen); }));
     ASSERT_TRUE(waitUntil([] { return GlobeMap::finishLoading(0); }));
@@ -297,7 +297,7 @@ TEST_F(BaseRastersTest, WhatOfAPictureWasSeenShowsWithoutTheServer) {
     const BaseRaster base = raster(server.address());
     show({base});
     ASSERT_TRUE(shows([this] { return isLike(middle(), kRed) || isLike(middle(), kBlue); }));
-    ASSERT_TRUE(waitUntil([this] { return !m_globe->map().isLoadingBase(); }));
+    ASSERT_TRUE(waitUntil([this] { return !m_globe->map().isLoading(); }));
     show({});
     ASSERT_TRUE(waitUntil([this] { return m_globe->isPictureComplete(); }));
     ASSERT_TRUE(waitUntil([] { return GlobeMap::finishLoading(0); }));
@@ -324,7 +324,7 @@ TEST_F(BaseRastersTest, WhileTheServerIsAwayTheCacheIsShownAtOnceEverywhere) {
     for (const double lon : {109.0, 120.0}) {
         look(2.0e4, lon);
         ASSERT_TRUE(becomes(kRed)) << hint().toStdString();
-        ASSERT_TRUE(waitUntil([this] { return !m_globe->map().isLoadingBase(); }));
+        ASSERT_TRUE(waitUntil([this] { return !m_globe->map().isLoading(); }));
     }
     show({});
     ASSERT_TRUE(shows([this] { return !isLike(middle(), kRed); }));
@@ -345,7 +345,7 @@ TEST_F(BaseRastersTest, BeyondTheFinestTilesTheCoarserOnesStay) {
     show({raster(server.address())});
     EXPECT_TRUE(becomes(kRed)) << hint().toStdString();
     look(3.0e3);
-    ASSERT_TRUE(waitUntil([this] { return !m_globe->map().isLoadingBase(); }));
+    ASSERT_TRUE(waitUntil([this] { return !m_globe->map().isLoading(); }));
     EXPECT_TRUE(becomes(kRed)) << hint().toStdString();
 }
 
@@ -355,8 +355,7 @@ TEST_F(BaseRastersTest, ALayerThatIsHiddenByTheProjectsImageryIsNotAskedFor) {
     TileServer server(TileServer::always(kRed));
     show({raster(server.address())});
     EXPECT_TRUE(becomes(kBlue));
-    ASSERT_TRUE(
-        waitUntil([this] { return !m_globe->map().isLoadingBase() && m_globe->isPictureComplete(); }));
+    ASSERT_TRUE(waitUntil([this] { return !m_globe->map().isLoading() && m_globe->isPictureComplete(); }));
     EXPECT_TRUE(isLike(middle(), kBlue)) << "base rasters lie below";
 }
 
@@ -368,7 +367,7 @@ TEST_F(BaseRastersTest, OrderAndOpacityTakeEffectAtOnceAndKeepWhatIsLoaded) {
     ASSERT_TRUE(becomes(kBlue));
     show({blue, red});
     ASSERT_TRUE(becomes(kRed)) << hint().toStdString();
-    ASSERT_TRUE(waitUntil([this] { return !m_globe->map().isLoadingBase(); }));
+    ASSERT_TRUE(waitUntil([this] { return !m_globe->map().isLoading(); }));
     const int asked = server.requests();
     BaseRaster half = red;
     half.opacity = 0.5F;

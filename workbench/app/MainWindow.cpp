@@ -53,7 +53,7 @@ constexpr const char* kWorldPicture =
 
 MainWindow::MainWindow()
     : m_globe(new GlobeWidget(this)), m_layers(m_globe->map()),
-      m_baseLayers(*m_globe, BaseLayers::usualCacheFolder()) {
+      m_baseLayers(*m_globe, BaseLayers::usualCacheFolder()), m_epochWatch(m_layers), m_overview(*m_globe) {
     setWindowTitle(tr("管道巡检"));
     constexpr QSize kFrame(4, 32); // what a window manager puts around it
     resize(QSize(1600, 1000).boundedTo(screen()->availableSize() - kFrame));
@@ -74,10 +74,8 @@ MainWindow::MainWindow()
     m_comparison = new EpochComparison(*m_globe, m_layers, this);
     m_status = new StatusLine(*this, *m_globe);
     connect(m_status, &StatusLine::undoAsked, m_toolArea, &ToolArea::undo);
-    connect(&m_baseLayers, &BaseLayers::troubled, this, [this](const QString& line) {
-        qCWarning(logApp).noquote() << line;
-        m_status->tell(line);
-    });
+    connect(&m_baseLayers, &BaseLayers::troubled, this, &MainWindow::tellTrouble);
+    connect(&m_epochWatch, &EpochWatch::troubled, this, &MainWindow::tellTrouble);
     connectGlobe();
     addWorldBackdrop();
 }
@@ -117,6 +115,7 @@ std::optional<QString> MainWindow::openProject(const QString& folder) {
     for (const QString& line : m_layers.show(project)) {
         qCWarning(logApp).noquote() << line;
     }
+    m_epochWatch.start();
     m_baseLayers.show(project.baseLayers);
     m_baseLayersButton->setEnabled(true);
     showEpochs();
@@ -125,6 +124,11 @@ std::optional<QString> MainWindow::openProject(const QString& folder) {
     showStart(false);
     goToOverview();
     return std::nullopt;
+}
+
+void MainWindow::tellTrouble(const QString& line) {
+    qCWarning(logApp).noquote() << line;
+    m_status->tell(line);
 }
 
 void MainWindow::takeEpochs() {
@@ -171,12 +175,7 @@ void MainWindow::rememberLayout() {
 void MainWindow::goToOverview() {
     layout()->activate(); // panels may just have come
     m_centre->layout()->activate();
-    const double aspect = double(m_globe->width()) / std::max(1, m_globe->height());
-    if (const std::optional<osgEarth::Viewpoint> overview = m_layers.overview(aspect)) {
-        m_globe->getManipulator()->setHomeViewpoint(*overview);
-        m_globe->getManipulator()->setViewpoint(*overview, 0.0);
-    }
-    m_globe->requestRedraw();
+    m_overview.show(InspectionContext::instance().project()->description());
 }
 
 void MainWindow::closeEvent(QCloseEvent* event) {

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "workbench/app/BaseLayers.h"
+#include "workbench/app/EpochWatch.h"
+#include "workbench/app/Overview.h"
 #include "workbench/app/ProjectLayers.h"
 
 #include <QMainWindow>
@@ -69,6 +71,7 @@ private:
     /// The table's caption says which epochs its anomalies are between.
     void showComparedPair();
     void editBaseLayers();
+    void tellTrouble(const QString& line);
     void showStart(bool isStart);
     void showGuide();
     void addWorldBackdrop();
@@ -88,4 +91,6 @@ private:
     ProjectLayers m_layers;
     EpochComparison* m_comparison = nullptr;
     BaseLayers m_baseLayers;
+    EpochWatch m_epochWatch;
+    Overview m_overview;
 };

@@ -1,13 +1,10 @@
 #include "workbench/app/ProjectLayers.h"
 
-#include "detect/heights/SurfaceModel.h"
+#include "workbench/inspectiondata/project/BaseLayer.h"
+#include "workbench/inspectiondata/project/RasterPlace.h"
 #include "workbench/viewer/GlobeMap.h"
 
-#include <osgEarth/GeoData>
-#include <osgEarth/SpatialReference>
-
 #include <algorithm>
-#include <cmath>
 #include <utility>
 
 using inspection::Epoch;
@@ -20,41 +17,8 @@ void note(QStringList& problems, const std::optional<std::string>& problem) {
     }
 }
 
-// Centre and half diagonal of a raster on the ground.
-struct Footprint {
-    osgEarth::GeoPoint centre;
-    double radiusMetres = 0.0;
-};
-
-osg::Vec3d cellPosition(const detect::Grid& grid, double column, double row) {
-    const detect::Point map = grid.cellToMap()(column, row);
-    return {map.x, map.y, 0.0};
-}
-
-std::optional<Footprint> footprintOf(const QString& file) {
-    auto surface = detect::SurfaceModel::open(file.toStdString());
-    if (!surface) {
-        return std::nullopt;
-    }
-    const detect::Grid& grid = surface->grid();
-    char* definition = nullptr;
-    grid.srs().exportToWkt(&definition);
-    const osg::ref_ptr<const osgEarth::SpatialReference> srs =
-        osgEarth::SpatialReference::get(definition ? definition : "");
-    CPLFree(definition);
-    if (!srs) {
-        return std::nullopt;
-    }
-
-    const double column = grid.columns() / 2.0;
-    const double row = grid.rows() / 2.0;
-    osgEarth::GeoPoint centre(srs.get(), cellPosition(grid, column, row));
-    const osgEarth::GeoPoint corner(srs.get(), cellPosition(grid, 0.0, 0.0));
-    const float height = surface->at(grid.columns() / 2, grid.rows() / 2);
-    centre.z() = std::isnan(height) ? 0.0 : double{height};
-    const osgEarth::SpatialReference* geographic = srs->getGeographicSRS();
-    return Footprint{centre.transform(geographic),
-                     centre.transform(geographic).distanceTo(corner.transform(geographic))};
+GlobeMap::Reading readingOf(const QString& raster) {
+    return inspection::leadsToServer(raster) ? GlobeMap::Reading::Patient : GlobeMap::Reading::AtOnce;
 }
 
 } // namespace
@@ -74,7 +38,8 @@ QStringList ProjectLayers::update(const inspection::ProjectDescription& project)
     }
     for (const Epoch& epoch : m_epochs) {
         if (!epoch.dom.isEmpty() && !hasPicture(before, epoch.dom)) {
-            note(problems, m_map.addImagery(imageryName(epoch), epoch.dom.toStdString()));
+            note(problems,
+                 m_map.addImagery(imageryName(epoch), epoch.dom.toStdString(), readingOf(epoch.dom)));
         }
     }
     setImageryOpacity(m_imageryOpacity);
@@ -92,7 +57,8 @@ QStringList ProjectLayers::showEpoch(int index) {
         return problems;
     }
     m_shown = index;
-    note(problems, m_map.showTerrain(m_epochs[static_cast<std::size_t>(index)].dsm.toStdString()));
+    const QString& surface = m_epochs[static_cast<std::size_t>(index)].dsm;
+    note(problems, m_map.showTerrain(surface.toStdString(), readingOf(surface)));
     showImagery();
     return problems;
 }
@@ -131,21 +97,21 @@ void ProjectLayers::setImageryOpacity(double opacity) {
     }
 }
 
-std::optional<osgEarth::Viewpoint> ProjectLayers::overview(double aspect) const {
-    if (m_epochs.empty()) {
-        return std::nullopt;
+QStringList ProjectLayers::troubles() const {
+    QStringList lines;
+    const auto note = [&lines](const QString& raster, const std::string& cause) {
+        if (!cause.empty()) {
+            lines << QStringLiteral("%1 无法读取：%2")
+                         .arg(raster, inspection::baseLayerTrouble(QString::fromStdString(cause)));
+        }
+    };
+    for (const Epoch& epoch : m_epochs) {
+        note(epoch.dom, m_map.imageryTrouble(imageryName(epoch)));
     }
-    const std::optional<Footprint> footprint = footprintOf(m_epochs.back().dsm);
-    if (!footprint) {
-        return std::nullopt;
+    if (m_shown >= 0) {
+        note(m_epochs[static_cast<std::size_t>(m_shown)].dsm, m_map.terrainTrouble());
     }
-    constexpr double kPitchDegrees = -50.0;
-    constexpr double kLeastRangePerRadius = 2.7;    // of pictures wider than 1.55 times their height
-    constexpr double kRangePerRadiusOfSquare = 4.2; // with a little room at both ends
-    const double rangePerRadius = std::max(kLeastRangePerRadius, kRangePerRadiusOfSquare / aspect);
-    return osgEarth::Viewpoint("overview", footprint->centre.x(), footprint->centre.y(),
-                               footprint->centre.z(), 0.0, kPitchDegrees,
-                               rangePerRadius * footprint->radiusMetres);
+    return lines;
 }
 
 void ProjectLayers::clear() {

@@ -2,11 +2,8 @@
 
 #include "workbench/inspectiondata/project/ProjectDescription.h"
 
-#include <osgEarth/Viewpoint>
-
 #include <QStringList>
 
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -31,9 +28,8 @@ public:
     void compareWith(int index);
     /// Of the orthophotos of all epochs, 0 (clear) to 1.
     void setImageryOpacity(double opacity);
-    /// A view from the south over the whole corridor, in a picture that is `aspect` times as wide as high; nothing when
-    /// no surface model can be read.
-    std::optional<osgEarth::Viewpoint> overview(double aspect) const;
+    /// What keeps rasters of servers from being shown at present, one Chinese line each. They are not waited for.
+    QStringList troubles() const;
 
 private:
     using Epochs = std::vector<inspection::Epoch>;

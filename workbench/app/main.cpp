@@ -9,6 +9,7 @@
 #include "host/style/myMessageBox.h"
 #include "workbench/inspection/context/InspectionContext.h"
 #include "workbench/inspectiondata/creation/CreateProject.h"
+#include "workbench/inspectiondata/project/RasterPlace.h"
 #include "workbench/inspectiondata/project/TrustedPlaces.h"
 #include "workbench/inspectiondata/project/Utf8Locale.h"
 #include "workbench/viewer/GlobeWidget.h"
@@ -148,6 +149,7 @@ int main(int argc, char** argv) {
     sinceStart.start();
     detect::silenceTiff();
     inspection::useUtf8Locale();
+    inspection::limitPatienceWithServers();
     if (asksForHelp(QStringList(argv, argv + argc))) {
         QTextStream(stdout) << usageText();
         return 0;

@@ -59,12 +59,27 @@ std::optional<std::string> addLayer(osgEarth::Map& map, osgEarth::TerrainLayer* 
     return reason;
 }
 
+// An installed library reads all layers at once.
+void setReading([[maybe_unused]] osgEarth::TerrainLayer& layer, [[maybe_unused]] GlobeMap::Reading reading) {
+#ifndef CORRIDOR_GLOBE_INSTALLED
+    if (reading == GlobeMap::Reading::Patient) {
+        layer.setDistant();
+    }
+#endif
+}
+
 osg::ref_ptr<osgEarth::ImageLayer> makeBaseLayer(const std::string& definition) {
     osg::ref_ptr<osgEarth::ImageLayer> layer = makeLayer<GdalImageLayer>("base", definition);
-#ifndef CORRIDOR_GLOBE_INSTALLED
-    layer->setDistant();
-#endif
+    setReading(*layer, GlobeMap::Reading::Patient);
     return layer;
+}
+
+std::string troubleOf(const osgEarth::TerrainLayer& layer) {
+#ifdef CORRIDOR_GLOBE_INSTALLED
+    return layer.getStatus().isOK() ? std::string() : layer.getStatus().message();
+#else
+    return layer.getTrouble();
+#endif
 }
 
 struct CloseDataset {
@@ -135,31 +150,42 @@ void GlobeMap::setBaseRasters(const std::vector<BaseRaster>& rasters) {
 std::vector<std::string> GlobeMap::baseTroubles() const {
     std::vector<std::string> troubles;
     for (const BaseLayer& base : m_baseLayers) {
-#ifdef CORRIDOR_GLOBE_INSTALLED
-        troubles.push_back(base.layer->getStatus().isOK() ? "" : base.layer->getStatus().message());
-#else
-        troubles.push_back(base.layer->getTrouble());
-#endif
+        troubles.push_back(troubleOf(*base.layer));
     }
     return troubles;
 }
 
-int GlobeMap::baseArrivals() const {
+std::string GlobeMap::imageryTrouble(const std::string& name) const {
+    const auto* layer = dynamic_cast<osgEarth::TerrainLayer*>(m_mapNode->getMap()->getLayerByName(name));
+    return layer ? troubleOf(*layer) : std::string();
+}
+
+std::string GlobeMap::terrainTrouble() const {
+    return m_terrain ? troubleOf(*m_terrain) : std::string();
+}
+
+std::vector<osg::ref_ptr<osgEarth::TerrainLayer>> GlobeMap::terrainLayers() const {
+    std::vector<osg::ref_ptr<osgEarth::TerrainLayer>> layers;
+    m_mapNode->getMap()->getLayers(layers);
+    return layers;
+}
+
+int GlobeMap::arrivals() const {
     int arrivals = 0;
 #ifndef CORRIDOR_GLOBE_INSTALLED
-    for (const BaseLayer& base : m_baseLayers) {
-        arrivals += base.layer->getArrivals();
+    for (const auto& layer : terrainLayers()) {
+        arrivals += layer->getArrivals();
     }
 #endif
     return arrivals;
 }
 
-bool GlobeMap::isLoadingBase() const {
+bool GlobeMap::isLoading() const {
 #ifdef CORRIDOR_GLOBE_INSTALLED
     return false;
 #else
-    return std::any_of(m_baseLayers.begin(), m_baseLayers.end(),
-                       [](const BaseLayer& base) { return base.layer->isLoading(); });
+    const auto layers = terrainLayers();
+    return std::any_of(layers.begin(), layers.end(), [](const auto& layer) { return layer->isLoading(); });
 #endif
 }
 
@@ -171,8 +197,11 @@ bool GlobeMap::finishLoading([[maybe_unused]] int mostMilliseconds) {
 #endif
 }
 
-std::optional<std::string> GlobeMap::addImagery(const std::string& name, const std::string& path) {
-    return addLayer(*m_mapNode->getMap(), makeLayer<GdalImageLayer>(name, path), path);
+std::optional<std::string> GlobeMap::addImagery(const std::string& name, const std::string& path,
+                                                Reading reading) {
+    osg::ref_ptr<osgEarth::ImageLayer> layer = makeLayer<GdalImageLayer>(name, path);
+    setReading(*layer, reading);
+    return addLayer(*m_mapNode->getMap(), layer.get(), path);
 }
 
 std::optional<std::string> GlobeMap::addElevation(const std::string& name, const std::string& path) {
@@ -180,14 +209,17 @@ std::optional<std::string> GlobeMap::addElevation(const std::string& name, const
                     path);
 }
 
-std::optional<std::string> GlobeMap::showTerrain(const std::string& path) {
+std::optional<std::string> GlobeMap::showTerrain(const std::string& path, Reading reading) {
     if (m_terrain) {
         m_mapNode->getMap()->removeLayer(m_terrain.get());
         m_terrain = nullptr;
     }
     osg::ref_ptr<osgEarth::ElevationLayer>& terrain = m_terrains[path];
     if (!terrain) {
-        terrain = makeLayer<GdalElevationLayer>("terrain", detect::nameInMetres(path));
+        const bool isPatient = reading == Reading::Patient;
+        terrain = makeLayer<GdalElevationLayer>("terrain", isPatient ? detect::nameInMetresOnOpening(path)
+                                                                     : detect::nameInMetres(path));
+        setReading(*terrain, reading);
     }
     std::optional<std::string> problem = addLayer(*m_mapNode->getMap(), terrain.get(), path);
     if (problem) {
@@ -251,10 +283,8 @@ int GlobeMap::preparationPercent() const {
 #ifdef CORRIDOR_GLOBE_INSTALLED
     return 100;
 #else
-    std::vector<osg::ref_ptr<osgEarth::TerrainLayer>> layers;
-    m_mapNode->getMap()->getLayers(layers);
     std::optional<float> present; // the others wait for their turn
-    for (const auto& layer : layers) {
+    for (const auto& layer : terrainLayers()) {
         const float done = layer->getPreparation();
         if (done < 1.0F) {
             present = std::max(done, present.value_or(0.0F));

@@ -25,6 +25,9 @@ struct BaseRaster {
 /// knows which generation of the globe library it is built with. Frame thread.
 class VIEWER_API GlobeMap {
 public:
+    /// Rasters that are waited for: opened when they are added, or as the base rasters are.
+    enum class Reading { AtOnce, Patient };
+
     GlobeMap();
 
     osgEarth::MapNode* mapNode() { return m_mapNode.get(); }
@@ -33,12 +36,13 @@ public:
     /// An English line when that fails.
     std::optional<std::string> addWorldBackdrop(const std::string& picturePath);
     /// Adds a raster on top of those added before. An English line when it cannot be shown.
-    std::optional<std::string> addImagery(const std::string& name, const std::string& path);
+    std::optional<std::string> addImagery(const std::string& name, const std::string& path,
+                                          Reading reading = Reading::AtOnce);
     std::optional<std::string> addElevation(const std::string& name, const std::string& path);
 
     /// Shows that surface model as the terrain, in place of the one that this function showed before. That one stays open,
     /// so that going back to it is quick. An English line when it cannot be shown; then there is none.
-    std::optional<std::string> showTerrain(const std::string& path);
+    std::optional<std::string> showTerrain(const std::string& path, Reading reading = Reading::AtOnce);
     /// Shows none, and closes them all.
     void clearTerrain();
 
@@ -49,10 +53,13 @@ public:
     /// What keeps each of them from being shown at present, in their order, as GDAL says it; addresses may stand
     /// in it. Empty where all is well.
     std::vector<std::string> baseTroubles() const;
-    /// Counts the pictures of base rasters that have come; each shows in the next frame.
-    int baseArrivals() const;
-    /// Whether pictures of base rasters are waited for, which may be so for ever.
-    bool isLoadingBase() const;
+    /// The same of imagery of that name, and of the terrain that is shown.
+    std::string imageryTrouble(const std::string& name) const;
+    std::string terrainTrouble() const;
+    /// Counts what has come of rasters that are read patiently; it shows in the next frame.
+    int arrivals() const;
+    /// Whether more of them is waited for, which may be so for ever.
+    bool isLoading() const;
     /// Whether no raster that is not shown any more is still being read, now or after some time. Where a server
     /// does not answer, that takes until GDAL gives it up.
     static bool finishLoading(int mostMilliseconds);
@@ -79,6 +86,8 @@ private:
         std::string definition;
         osg::ref_ptr<osgEarth::ImageLayer> layer;
     };
+
+    std::vector<osg::ref_ptr<osgEarth::TerrainLayer>> terrainLayers() const;
 
     osg::ref_ptr<osgEarth::MapNode> m_mapNode;
     std::vector<BaseLayer> m_baseLayers;                                      ///< bottom first

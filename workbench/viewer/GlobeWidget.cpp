@@ -224,13 +224,14 @@ void GlobeWidget::prepareFrame() {
 // What becomes ready in the background shows in a frame. Goes on by its own timer, because the globe may be
 // asleep meanwhile.
 void GlobeWidget::watchPreparation() {
-    const int arrivals = m_map.baseArrivals();
-    if (arrivals != m_baseArrivals) {
-        m_baseArrivals = arrivals;
+    const int arrivals = m_map.arrivals();
+    if (arrivals != m_arrivals) {
+        m_arrivals = arrivals;
+        emit arrived();
         requestRedraw();
     }
     const int percent = m_map.preparationPercent();
-    if (percent == 100 && !m_map.isLoadingBase()) {
+    if (percent == 100 && !m_map.isLoading()) {
         m_preparationTimer.stop();
     } else if (!m_preparationTimer.isActive()) {
         m_preparationTimer.start();

@@ -58,6 +58,8 @@ signals:
     void pointerOffGlobe();
     /// Overviews of a large raster are being built; 100 when they are ready.
     void preparationChanged(int percent);
+    /// Some of what is read patiently has come.
+    void arrived();
 
 protected:
     void initializeGL() override;
@@ -100,7 +102,7 @@ private:
     QTimer m_timer;
     QTimer m_preparationTimer;
     int m_preparationPercent = 100;
-    int m_baseArrivals = 0;
+    int m_arrivals = 0;
     bool m_asleep = true;
     bool m_prepared = false;  ///< the scene was brought up to date at least once
     bool m_preparing = false; ///< events are being handed out; a handler may be waiting for the user

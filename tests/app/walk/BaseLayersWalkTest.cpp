@@ -87,7 +87,7 @@ TEST_F(BaseLayersWalk, TheSurroundingsAppearBehindTheProjectAndStayWithoutTheSer
         auto& table = theChild<QTableWidget>(&dialog, "baseLayers");
         table.item(0, 1)->setText("影像底图");
         EXPECT_TRUE(waitUntil(isCountryside));
-        EXPECT_TRUE(waitUntil([&] { return !window().globe().map().isLoadingBase(); }));
+        EXPECT_TRUE(waitUntil([&] { return !window().globe().map().isLoading(); }));
         waitForGlobe();
         keepPicture("base-layers");
     });

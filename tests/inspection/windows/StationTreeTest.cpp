@@ -1,14 +1,19 @@
 #include "tests/inspection/windows/WindowFixture.h"
 #include "tests/support/MenuEntry.h"
+#include "tests/support/Typing.h"
 
+#include "host/inspection/AVWindow.h"
 #include "host/inspection/StationWindow.h"
 #include "workbench/inspectiondata/database/AnomalyTable.h"
+#include "workbench/inspectiondata/database/StationTable.h"
 #include "workbench/inspectiondata/project/Project.h"
 
 #include <osgEarthUtil/EarthManipulator>
 
 #include <QApplication>
 #include <QContextMenuEvent>
+#include <QDir>
+#include <QLineEdit>
 #include <QMenu>
 #include <QPushButton>
 #include <QTest>
@@ -20,6 +25,13 @@ namespace {
 
 class StationTreeTest : public InspectionWindowTest {
 protected:
+    void clickButton(const QString& text) {
+        for (QToolButton* button : context().GetStationWindow()->findChildren<QToolButton*>()) {
+            if (button->text() == text) {
+                QTest::mouseClick(button, Qt::LeftButton);
+            }
+        }
+    }
     void openSampleWhereNothingIsLargeEnough() {
         m_project = copySample(m_folder);
         {
@@ -97,12 +109,10 @@ TEST_F(StationTreeTest, AShiftClickChecksTheRange) {
 
 TEST_F(StationTreeTest, ButtonsCheckAllAndNone) {
     openSample();
-    const auto buttons = context().GetStationWindow()->findChildren<QToolButton*>();
-    ASSERT_EQ(buttons.size(), 2);
-    QTest::mouseClick(buttons[0], Qt::LeftButton);
+    clickButton("全选");
     EXPECT_EQ(context().GetStationWindow()->GetSelectedStationItem().size(),
               static_cast<std::size_t>(tree().topLevelItem(0)->childCount()));
-    QTest::mouseClick(buttons[1], Qt::LeftButton);
+    clickButton("全不选");
     EXPECT_TRUE(context().GetStationWindow()->GetSelectedStationItem().empty());
 }
 
@@ -232,6 +242,120 @@ TEST_F(StationTreeTest, ClosingWhileComputingEndsTheWork) {
     EXPECT_FALSE(context().isWorking());
     EXPECT_EQ(tree().topLevelItem(0)->childCount(), 0);
     EXPECT_FALSE(m_finished) << "the result of a closed project is nobody's news";
+}
+
+/// Files below the results' folder that the process has open.
+int openResults() {
+    int count = 0;
+    const QFileInfoList files = QDir("/proc/self/fd").entryInfoList(QDir::Files | QDir::System);
+    for (const QFileInfo& file : files) {
+        count += file.symLinkTarget().contains("/output/stations/") ? 1 : 0;
+    }
+    return count;
+}
+
+TEST_F(StationTreeTest, ADifferenceIsReadInTheStationOfThePlaceAlone) {
+    openComputed();
+    context().closeProject();
+    ASSERT_FALSE(context().openProject(m_project));
+    const int before = openResults();
+    const KV_StationItem* item = nullptr;
+    for (int row = 0; !item && row < tree().topLevelItem(0)->childCount(); ++row) {
+        tree().setCurrentItem(station(row));
+        item = context().GetAVWindow()->GetCurrentItem();
+        item = item->m_diffData.m_anomalies.empty() ? nullptr : item;
+    }
+    ASSERT_NE(item, nullptr);
+    const SdiffData& anomaly = item->m_diffData.m_anomalies.front();
+    const auto metres = context().differenceAt(anomaly.lonDegrees, anomaly.latDegrees);
+    ASSERT_TRUE(metres);
+    EXPECT_NE(*metres, 0.0);
+    EXPECT_LE(openResults() - before, 1) << "not those of all stations";
+    EXPECT_FALSE(context().differenceAt(0.0, 0.0));
+}
+
+class StationSearchTest : public StationTreeTest {
+protected:
+    void SetUp() override {
+        InspectionWindowTest::SetUp();
+        openSample();
+        m_window->activateWindow();
+        ASSERT_TRUE(QTest::qWaitForWindowActive(m_window.get()));
+        tree().setFocus();
+        QTest::keyClick(&tree(), Qt::Key_F, Qt::ControlModifier | Qt::ShiftModifier);
+        ASSERT_TRUE(words().hasFocus());
+    }
+    QLineEdit& words() const { return *m_window->findChild<QLineEdit*>("stationSearch"); }
+    std::vector<int> listed() const {
+        std::vector<int> rows;
+        for (int row = 0; row < tree().topLevelItem(0)->childCount(); ++row) {
+            if (!station(row)->isHidden()) {
+                rows.push_back(row);
+            }
+        }
+        return rows;
+    }
+    std::vector<int> ticked() const {
+        std::vector<int> rows;
+        for (int row = 0; row < tree().topLevelItem(0)->childCount(); ++row) {
+            if (station(row)->checkState(0) == Qt::Checked) {
+                rows.push_back(row);
+            }
+        }
+        return rows;
+    }
+    std::size_t stations() const { return static_cast<std::size_t>(tree().topLevelItem(0)->childCount()); }
+    /// "K0+123" in that station.
+    QString chainageIn(int row) {
+        mysqlhelper::KV_MySQL database(context().project()->description().databaseFile().toStdString());
+        for (const KV_Station& each : inspection::readStations(database)) {
+            if (each.m_id == station(row)->data(0, Qt::UserRole).toUInt()) {
+                const int metres = static_cast<int>((each.m_startMetres + each.m_endMetres) / 2.0);
+                return QString("k%1+%2").arg(metres / 1000).arg(metres % 1000, 3, 10, QChar('0'));
+            }
+        }
+        return {};
+    }
+};
+
+TEST_F(StationSearchTest, ANameListsItsStationAndEscapeListsAllAgain) {
+    type(&words(), station(2)->text(0));
+    EXPECT_EQ(listed(), std::vector<int>{2});
+    keepPicture(*context().GetStationWindow(), "station-search");
+    QTest::keyClick(&words(), Qt::Key_Escape);
+    EXPECT_EQ(listed().size(), stations());
+    EXPECT_TRUE(words().hasFocus());
+    QTest::keyClick(&words(), Qt::Key_Escape);
+    EXPECT_TRUE(tree().hasFocus());
+}
+
+TEST_F(StationSearchTest, AChainageListsTheStationThatHasIt) {
+    const QString chainage = chainageIn(2);
+    QTest::keyClicks(&words(), chainage);
+    EXPECT_EQ(listed(), std::vector<int>{2}) << chainage.toStdString();
+    words().setText(chainage.left(chainage.indexOf('+')));
+    EXPECT_GT(listed().size(), 1U) << "a whole kilometre";
+    words().setText("K99+000");
+    EXPECT_TRUE(listed().empty());
+}
+
+TEST_F(StationSearchTest, TicksStayAndOnlyWhatIsListedIsTickedTogether) {
+    clickCheckBox(station(1));
+    words().setText(station(2)->text(0));
+    EXPECT_EQ(ticked(), std::vector<int>{1});
+    clickButton("全选");
+    EXPECT_EQ(ticked(), (std::vector<int>{1, 2}));
+    clickButton("全不选");
+    EXPECT_EQ(ticked(), std::vector<int>{1});
+    words().setText(QString());
+    EXPECT_EQ(ticked(), std::vector<int>{1});
+}
+
+TEST_F(StationSearchTest, EnterGoesToTheFirstThatIsListed) {
+    type(&words(), station(2)->text(0));
+    QTest::keyClick(&words(), Qt::Key_Return);
+    EXPECT_TRUE(tree().hasFocus());
+    EXPECT_EQ(tree().currentItem(), station(2));
 }
 
 } // namespace

@@ -3,9 +3,11 @@
 #include <osg/ref_ptr>
 #include <osgEarth/SpatialReference>
 
-#include <cstddef>
+#include <list>
 #include <memory>
 #include <optional>
+#include <string>
+#include <utility>
 #include <vector>
 
 class KV_ElevationDifference;
@@ -15,7 +17,7 @@ namespace inspection {
 class Session;
 
 /// The elevation differences of the compared pair by place, whichever stations are shown. What the database and the
-/// files say is kept until forget(). GUI thread.
+/// files say is kept until forget(); of the files only a few are open at a time. GUI thread.
 class GroundDifferences {
 public:
     /// `session` must outlive it.
@@ -33,14 +35,17 @@ private:
         double yMin = 0.0;
         double xMax = 0.0;
         double yMax = 0.0;
-        std::shared_ptr<const KV_ElevationDifference> differences;
+        std::string file;
     };
+    using Raster = std::shared_ptr<const KV_ElevationDifference>; ///< null where the file cannot be read
 
     void read();
+    const Raster& rasterOf(const std::string& file);
 
     Session& m_session;
     bool m_isRead = false;
-    std::vector<Station> m_stations; ///< that have differences
+    std::vector<Station> m_stations;                     ///< that have differences
+    std::list<std::pair<std::string, Raster>> m_rasters; ///< by file, those used last at first
 };
 
 } // namespace inspection

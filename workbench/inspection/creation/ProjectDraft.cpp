@@ -1,4 +1,5 @@
 #include "workbench/inspection/creation/ProjectDraft.h"
+#include "workbench/inspectiondata/project/RasterPlace.h"
 
 #include <QFileInfo>
 
@@ -33,7 +34,7 @@ void ProjectDraft::take(std::shared_ptr<const PlanReading> reading, quint64 revi
 void ProjectDraft::addEpochs(const QStringList& files) {
     change([&files](NewProject& wish) {
         for (const QString& file : files) {
-            const QString path = QFileInfo(file).absoluteFilePath();
+            const QString path = absoluteRaster(file);
             const bool isThere =
                 std::any_of(wish.epochs.begin(), wish.epochs.end(), [&](const NewEpoch& epoch) {
                     return epoch.surface == path || epoch.picture == path;

@@ -2,6 +2,7 @@
 
 #include "workbench/inspection/creation/FileField.h"
 #include "workbench/inspectiondata/creation/HeightSystem.h"
+#include "workbench/inspectiondata/project/RasterPlace.h"
 #include "workbench/style/ToolTip.h"
 
 #include <QComboBox>
@@ -24,7 +25,7 @@ namespace {
 enum Column { kDate, kSurface, kPicture, kState, kColumns };
 
 bool isMissing(const QString& file) {
-    return !file.isEmpty() && !QFileInfo::exists(file);
+    return !file.isEmpty() && !rasterExists(file);
 }
 
 } // namespace

@@ -31,6 +31,7 @@ constexpr int kPinWidth = 32;
 constexpr int kSmallPinWidth = 18; ///< of a single anomaly
 constexpr double kTip = 0.3;       ///< below the head, as part of the width
 constexpr double kFlightSeconds = 0.8;
+constexpr std::size_t kMostPictures = 1000;
 
 const QColor kOpenColour(0xd9, 0x3a, 0x26);
 const QColor kDoneColour(0x4a, 0x6b, 0x8a);
@@ -137,17 +138,15 @@ void AnomalyPins::add(std::uint64_t handle, const PinnedAnomaly& anomaly) {
     m_rest.lookAgain();
 }
 
+// At once: nothing stands for what has gone.
 void AnomalyPins::remove(std::uint64_t handle) {
     m_anomalies.erase(handle);
-    for (Pin& pin : m_pins) { // at once: nothing stands for what has gone
-        pin.members.erase(std::remove(pin.members.begin(), pin.members.end(), handle), pin.members.end());
-        if (pin.members.empty()) {
+    if (const auto place = m_pinOf.extract(handle)) {
+        Pin& pin = m_pins[place.mapped()];
+        if (--pin.left == 0) {
             m_group->removeChild(pin.node);
         }
     }
-    m_pins.erase(
-        std::remove_if(m_pins.begin(), m_pins.end(), [](const Pin& pin) { return pin.members.empty(); }),
-        m_pins.end());
     m_rest.lookAgain();
 }
 
@@ -155,50 +154,65 @@ void AnomalyPins::setVisible(bool isVisible) {
     m_group->setNodeMask(isVisible ? ~0U : 0U);
 }
 
+void AnomalyPins::setLeastSize(double pixels) {
+    m_leastSize = pixels;
+    m_rest.lookAgain();
+    redrawGlobe();
+}
+
 void AnomalyPins::arrange() {
     const auto view = ViewRest::present();
     if (!view) {
         return;
     }
-    std::vector<std::uint64_t> handles;
+    const double leastSize = std::max(kSpeckPixels, m_leastSize);
+    std::vector<const Member*> small;
     std::vector<QPointF> places;
-    for (const auto& [handle, anomaly] : m_anomalies) {
+    for (const Member& member : m_anomalies) {
+        const PinnedAnomaly& anomaly = member.second;
         const auto scale = view->scaleOf(osg::BoundingSphere(osg::Vec3(anomaly.world), 1.0F));
         const auto pixel = view->pixelOf(anomaly.world);
-        if (scale && pixel && anomaly.metres * scale->centre < kSpeckPixels) {
-            handles.push_back(handle);
+        if (scale && pixel && anomaly.metres * scale->centre <= leastSize) {
+            small.push_back(&member);
             places.emplace_back(pixel->x(), pixel->y());
         }
     }
     m_group->removeChildren(0, m_group->getNumChildren());
     m_pins.clear();
+    m_pinOf.clear();
+    if (m_pictures.size() > kMostPictures) {
+        m_pictures.clear(); // of numbers that hardly come again
+    }
     for (const PinCluster& cluster : clusterPins(places, kApartPixels)) {
-        std::vector<std::uint64_t> members;
+        std::vector<const Member*> members;
         for (const std::size_t index : cluster) {
-            members.push_back(handles[index]);
+            members.push_back(small[index]);
         }
         place(members);
     }
     redrawGlobe();
 }
 
-void AnomalyPins::place(const std::vector<std::uint64_t>& members) {
+void AnomalyPins::place(const std::vector<const Member*>& members) {
     osg::Vec2d middle;
     bool isOpen = false;
-    for (const std::uint64_t handle : members) {
-        const PinnedAnomaly& anomaly = m_anomalies.at(handle);
+    Pin pin;
+    for (const Member* member : members) {
+        const PinnedAnomaly& anomaly = member->second;
+        pin.members.push_back(member->first);
+        m_pinOf.emplace(member->first, m_pins.size());
         middle += anomaly.lonLat / static_cast<double>(members.size());
         isOpen = isOpen || anomaly.judgement == Judgement::Open;
     }
     const osgEarth::GeoPoint position(globeMapNode()->getMapSRS(), middle.x(), middle.y(), 0.0,
                                       osgEarth::ALTMODE_RELATIVE);
-    osg::ref_ptr<PlaceNode> node =
-        new PlaceNode(position, "", iconAlone(), pictureOf(members.size(), isOpen));
-    node->setName(std::to_string(members.size()));
-    node->setDynamic(true);
-    node->setMapNode(globeMapNode());
-    m_group->addChild(node);
-    m_pins.push_back({node, members});
+    pin.node = new PlaceNode(position, "", iconAlone(), pictureOf(members.size(), isOpen));
+    pin.node->setName(std::to_string(members.size()));
+    pin.node->setDynamic(true);
+    pin.node->setMapNode(globeMapNode());
+    m_group->addChild(pin.node);
+    pin.left = pin.members.size();
+    m_pins.push_back(std::move(pin));
 }
 
 osg::Image* AnomalyPins::pictureOf(std::size_t count, bool isOpen) {
@@ -217,7 +231,7 @@ bool AnomalyPins::click(double x, double y) {
     for (const Pin& pin : m_pins) {
         const auto tip = view->pixelOf(osg::Vec3d(pin.node->getBound().center()));
         const double width = pin.members.size() == 1 ? kSmallPinWidth : kPinWidth;
-        if (tip && std::abs(x - tip->x()) <= width / 2.0 && y >= tip->y() &&
+        if (tip && pin.left > 0 && std::abs(x - tip->x()) <= width / 2.0 && y >= tip->y() &&
             y <= tip->y() + width * (1.0 + kTip)) {
             // The manipulator has not seen the event yet, and would stop the flight with it.
             QMetaObject::invokeMethod(
@@ -239,12 +253,15 @@ void AnomalyPins::flyTo(const std::vector<std::uint64_t>& members) const {
     for (const std::uint64_t handle : members) {
         const auto found = m_anomalies.find(handle);
         if (found == m_anomalies.end()) {
-            return; // it has just gone
+            continue; // it has gone since
         }
         const PinnedAnomaly& anomaly = found->second;
         lower.set(std::min(lower.x(), anomaly.lonLat.x()), std::min(lower.y(), anomaly.lonLat.y()));
         upper.set(std::max(upper.x(), anomaly.lonLat.x()), std::max(upper.y(), anomaly.lonLat.y()));
         ground.expandBy(osg::BoundingSphered(anomaly.world, anomaly.metres));
+    }
+    if (!ground.valid()) {
+        return;
     }
     const osg::Vec2d middle = (lower + upper) / 2.0;
     inspection::flyTo(middle.x(), middle.y(),

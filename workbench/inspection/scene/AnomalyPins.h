@@ -17,6 +17,7 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -44,6 +45,8 @@ public:
     void add(std::uint64_t handle, const PinnedAnomaly& anomaly);
     void remove(std::uint64_t handle);
     void setVisible(bool isVisible);
+    /// What is no larger on the screen, pixels, is not seen itself. Specks have pins in any case.
+    void setLeastSize(double pixels);
     /// Asked before a click on the globe is taken for one on a pin; without it all are.
     void setClickFilter(std::function<bool()> isFree) { m_areClicksFree = std::move(isFree); }
 
@@ -57,18 +60,22 @@ private:
     class Clicks;
     struct Pin {
         osg::ref_ptr<osgEarth::Annotation::PlaceNode> node;
-        std::vector<std::uint64_t> members;
+        std::vector<std::uint64_t> members; ///< those that it was made for
+        std::size_t left = 0;               ///< of them; without any it is no longer on the globe
     };
 
     void attach();
-    void place(const std::vector<std::uint64_t>& members);
+    using Member = std::pair<const std::uint64_t, PinnedAnomaly>;
+    void place(const std::vector<const Member*>& members);
     void flyTo(const std::vector<std::uint64_t>& members) const;
     osg::Image* pictureOf(std::size_t count, bool isOpen);
 
     std::map<std::uint64_t, PinnedAnomaly> m_anomalies;
     osg::ref_ptr<osg::Group> m_group;
     std::vector<Pin> m_pins;
+    std::unordered_map<std::uint64_t, std::size_t> m_pinOf; ///< where in m_pins
     std::map<std::pair<std::size_t, bool>, osg::ref_ptr<osg::Image>> m_pictures;
+    double m_leastSize = 0.0;
     ViewRest m_rest;
     std::function<bool()> m_areClicksFree;
     osg::ref_ptr<Clicks> m_clicks;

@@ -57,14 +57,17 @@ CrispOverlays::CrispOverlays(QThreadPool& painters, const FinePictureLimits& lim
     connect(&m_rest, SIGNAL(rested()), this, SLOT(look()));
 }
 
-std::uint64_t CrispOverlays::add(osgEarth::Annotation::ImageOverlay& overlay,
-                                 const std::shared_ptr<const OverlaySource>& source, std::size_t index) {
-    Item item;
+void CrispOverlays::add(std::uint64_t handle, osgEarth::Annotation::ImageOverlay& overlay,
+                        const std::shared_ptr<const OverlaySource>& source, std::size_t index,
+                        osg::Image& usual) {
+    Item& item = m_items[handle];
+    item = Item();
     item.overlay = &overlay;
     item.source = source;
     item.index = index;
-    m_items.emplace(++m_lastHandle, std::move(item));
-    return m_lastHandle;
+    item.usual = &usual;
+    overlay.setImage(&usual);
+    m_rest.lookAgain();
 }
 
 void CrispOverlays::remove(std::uint64_t handle) {
@@ -72,18 +75,6 @@ void CrispOverlays::remove(std::uint64_t handle) {
     if (m_painting.handle == handle) {
         *m_painting.cancelled = true;
     }
-}
-
-void CrispOverlays::setPicture(std::uint64_t handle, osg::Image& picture) {
-    const auto found = m_items.find(handle);
-    if (found == m_items.end()) {
-        return;
-    }
-    found->second.usual = &picture;
-    if (!found->second.fine.valid()) {
-        found->second.overlay->setImage(&picture);
-    }
-    m_rest.lookAgain();
 }
 
 void CrispOverlays::look() {
@@ -104,9 +95,6 @@ void CrispOverlays::look() {
 std::vector<CrispOverlays::Candidate> CrispOverlays::candidates(const ViewGeometry& view) {
     std::vector<Candidate> found;
     for (auto& [handle, item] : m_items) {
-        if (!item.usual.valid()) {
-            continue;
-        }
         const osg::BoundingSphere bound = item.overlay->getBound();
         if (!bound.valid()) {
             m_rest.lookAgain(); // the overlay has not been built yet; that takes a frame

@@ -21,7 +21,7 @@ namespace inspection {
 
 /// How many pictures may be finer than usual, and how much memory they may take.
 struct FinePictureLimits {
-    int pictures = 32;
+    int pictures = 100;
     std::int64_t bytes = 96LL << 20;
 };
 
@@ -41,12 +41,11 @@ public:
     /// `painters` must outlive this object and be idle when it is destroyed.
     explicit CrispOverlays(QThreadPool& painters, const FinePictureLimits& limits, QObject* parent = nullptr);
 
-    /// Returns a handle for the functions below.
-    std::uint64_t add(osgEarth::Annotation::ImageOverlay& overlay,
-                      const std::shared_ptr<const OverlaySource>& source, std::size_t index);
+    /// Shows the usual picture of the source's anomaly `index`, and watches whether it takes a finer one.
+    void add(std::uint64_t handle, osgEarth::Annotation::ImageOverlay& overlay,
+             const std::shared_ptr<const OverlaySource>& source, std::size_t index, osg::Image& usual);
+    /// The overlay keeps what it shows. An unknown handle is passed over.
     void remove(std::uint64_t handle);
-    /// The usual picture, which the overlay shows unless it has a finer one.
-    void setPicture(std::uint64_t handle, osg::Image& picture);
 
     /// The update callback of the nodes that have the overlays below them.
     osg::Callback* frameCallback() const { return m_rest.callback(); }
@@ -90,7 +89,6 @@ private:
     QThreadPool& m_painters;
     ViewRest m_rest;
     std::map<std::uint64_t, Item> m_items;
-    std::uint64_t m_lastHandle = 0;
     std::uint64_t m_looks = 0;
     std::vector<Candidate> m_wanted; ///< the next one to paint is the last
     Painting m_painting;

@@ -25,6 +25,10 @@ constexpr char kSource[] =
 
 void setTinted(osg::Node& node, bool isTinted) {
     osg::StateSet* stateSet = node.getOrCreateStateSet();
+    if (osg::Uniform* colour = stateSet->getUniform(kUniformName)) { // the function is there, too
+        colour->set(isTinted ? kSelected : kNotSelected);
+        return;
+    }
     osgEarth::VirtualProgram::getOrCreate(stateSet)->setFunction(
         kFunctionName, kSource, osgEarth::ShaderComp::LOCATION_FRAGMENT_LIGHTING, kOrder);
     stateSet->getOrCreateUniform(kUniformName, osg::Uniform::FLOAT_VEC4)

@@ -2,32 +2,53 @@
 
 namespace inspection {
 
-namespace {
-
 template<typename Map, typename Record>
-void enter(Map& map, osg::Group* group, const Record& record) {
+void SceneDataSet::enter(Map& map, osg::Group* group, const Record& record) {
     if (group) {
-        map.insert_or_assign(osg::ref_ptr<osg::Group>(group), record);
+        const osg::ref_ptr<osg::Group> kept(group); // the map may have the last reference to it
+        removeFrom(map, group);
+        map.emplace(kept, record);
+        m_groups[record.GetName()].insert(group);
     }
 }
 
 template<typename Map, typename Record>
-void update(Map& map, osg::Group* group, const Record& record) {
-    const auto entry = map.find(group);
-    if (entry != map.end()) {
-        entry->second = record;
+void SceneDataSet::update(Map& map, osg::Group* group, const Record& record) {
+    if (map.count(group) != 0) {
+        enter(map, group, record);
     }
 }
 
 template<typename Map>
-void renameIn(Map& map, osg::Group& group, const std::string& name) {
+void SceneDataSet::renameIn(Map& map, osg::Group& group, const std::string& name) {
     const auto entry = map.find(&group);
     if (entry != map.end()) {
-        entry->second.SetName(name);
+        auto record = entry->second;
+        record.SetName(name);
+        enter(map, &group, record);
     }
 }
 
-} // namespace
+template<typename Map>
+void SceneDataSet::removeFrom(Map& map, osg::Group* group) {
+    const auto entry = map.find(group);
+    if (entry == map.end()) {
+        return;
+    }
+    const auto named = m_groups.find(entry->second.GetName());
+    named->second.erase(group);
+    if (named->second.empty()) {
+        m_groups.erase(named);
+    }
+    map.erase(entry);
+}
+
+std::vector<osg::ref_ptr<osg::Group>> SceneDataSet::groupsOf(const std::string& name) const {
+    const auto named = m_groups.find(name);
+    return named == m_groups.end()
+               ? std::vector<osg::ref_ptr<osg::Group>>()
+               : std::vector<osg::ref_ptr<osg::Group>>(named->second.begin(), named->second.end());
+}
 
 void SceneDataSet::addPipePoints(osg::Group* group, const Special_Point& point) {
     enter(m_points, group, point);
@@ -54,11 +75,11 @@ void SceneDataSet::UpdataPipePolygon(osg::Group* group, const Special_Polygon& p
 }
 
 void SceneDataSet::removePipeAreas(osg::Group* group) {
-    m_areas.erase(group);
+    removeFrom(m_areas, group);
 }
 
 void SceneDataSet::removePipePolygons(osg::Group* group) {
-    m_polygons.erase(group);
+    removeFrom(m_polygons, group);
 }
 
 void SceneDataSet::rename(osg::Group& group, const std::string& name) {
@@ -68,12 +89,13 @@ void SceneDataSet::rename(osg::Group& group, const std::string& name) {
 }
 
 void SceneDataSet::forget(osg::Group& group) {
-    m_points.erase(&group);
-    m_areas.erase(&group);
-    m_polygons.erase(&group);
+    removeFrom(m_points, &group);
+    removeFrom(m_areas, &group);
+    removeFrom(m_polygons, &group);
 }
 
 void SceneDataSet::clear() {
+    m_groups.clear();
     m_points.clear();
     m_areas.clear();
     m_polygons.clear();

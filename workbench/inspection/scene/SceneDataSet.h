@@ -2,6 +2,11 @@
 
 #include "host/inspection/DataSet.h"
 
+#include <set>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
 namespace inspection {
 
 /// The special objects on the globe and their records, by the identity of their groups. GUI thread.
@@ -22,6 +27,8 @@ public:
     void removePipeAreas(osg::Group* group) override;
     void removePipePolygons(osg::Group* group) override;
 
+    /// The groups of all objects of that name (GBK).
+    std::vector<osg::ref_ptr<osg::Group>> groupsOf(const std::string& name) const;
     /// Gives the record of a known group another name (GBK).
     void rename(osg::Group& group, const std::string& name);
     /// Takes a group out, whatever it stands for.
@@ -30,6 +37,16 @@ public:
     void clear();
 
 private:
+    template<typename Map, typename Record>
+    void enter(Map& map, osg::Group* group, const Record& record);
+    template<typename Map, typename Record>
+    void update(Map& map, osg::Group* group, const Record& record);
+    template<typename Map>
+    void renameIn(Map& map, osg::Group& group, const std::string& name);
+    template<typename Map>
+    void removeFrom(Map& map, osg::Group* group);
+
+    std::unordered_map<std::string, std::set<osg::Group*>> m_groups; ///< of the records' names
     PointMap m_points;
     AreaMap m_areas;
     PolygonMap m_polygons;

@@ -16,6 +16,8 @@
 #include <osgEarthSymbology/PolygonSymbol>
 #include <osgEarthSymbology/TextSymbol>
 
+#include <unordered_set>
+
 namespace inspection {
 
 namespace {
@@ -148,15 +150,6 @@ osg::ref_ptr<osg::Group> regionGroup(const Special_Region& region, const char* n
     return group;
 }
 
-template<typename Map>
-void collect(const Map& map, const std::string& name, std::vector<osg::ref_ptr<osg::Group>>& groups) {
-    for (const auto& [group, record] : map) {
-        if (record.GetName() == name) {
-            groups.push_back(group);
-        }
-    }
-}
-
 template<typename Work>
 void forEachLabel(osg::Group& group, const Work& work) {
     for (unsigned index = 0; index < group.getNumChildren(); ++index) {
@@ -167,9 +160,9 @@ void forEachLabel(osg::Group& group, const Work& work) {
 }
 
 template<typename Map>
-void detachAll(const Map& map, osgEarth::MapNode& mapNode) {
+void gather(const Map& map, std::unordered_set<const osg::Node*>& nodes) {
     for (const auto& entry : map) {
-        mapNode.removeChild(entry.first.get());
+        nodes.insert(entry.first.get());
     }
 }
 
@@ -198,16 +191,8 @@ void SpecialObjectNodes::add(const Special_Polygon& polygon) {
     }
 }
 
-std::vector<osg::ref_ptr<osg::Group>> SpecialObjectNodes::groupsOf(const std::string& name) const {
-    std::vector<osg::ref_ptr<osg::Group>> groups;
-    collect(m_scene.getPipePoints(), name, groups);
-    collect(m_scene.getPipeAreas(), name, groups);
-    collect(m_scene.getPipePolygons(), name, groups);
-    return groups;
-}
-
 void SpecialObjectNodes::setVisible(const std::string& name, bool visible) {
-    for (const auto& group : groupsOf(name)) {
+    for (const auto& group : m_scene.groupsOf(name)) {
         group->setNodeMask(visible ? ~0U : 0U);
     }
     redrawGlobe();
@@ -219,7 +204,8 @@ void SpecialObjectNodes::highlight(const std::string& name) {
         former.label->setIconImage(former.icon.get());
     }
     m_highlighted.clear();
-    for (const auto& group : name.empty() ? std::vector<osg::ref_ptr<osg::Group>>() : groupsOf(name)) {
+    for (const auto& group :
+         name.empty() ? std::vector<osg::ref_ptr<osg::Group>>() : m_scene.groupsOf(name)) {
         forEachLabel(*group, [this](PlaceNode& label) {
             m_highlighted.push_back({&label, label.getIconImage(), label.getStyle()});
             label.setStyle(labelStyle(kChosenHalo));
@@ -232,7 +218,7 @@ void SpecialObjectNodes::highlight(const std::string& name) {
 }
 
 void SpecialObjectNodes::rename(const std::string& oldName, const std::string& newName) {
-    for (const auto& group : groupsOf(oldName)) {
+    for (const auto& group : m_scene.groupsOf(oldName)) {
         m_scene.rename(*group, newName);
         forEachLabel(*group, [&](PlaceNode& label) { label.setText(gbkToUtf8(newName)); });
     }
@@ -241,7 +227,7 @@ void SpecialObjectNodes::rename(const std::string& oldName, const std::string& n
 
 template<typename Record>
 void SpecialObjectNodes::replaceWith(const std::string& oldName, const Record& record) {
-    const auto groups = groupsOf(oldName);
+    const auto groups = m_scene.groupsOf(oldName);
     if (groups.empty()) {
         add(record);
     }
@@ -265,7 +251,7 @@ void SpecialObjectNodes::replace(const std::string& oldName, const Special_Polyg
 }
 
 void SpecialObjectNodes::remove(const std::string& name) {
-    for (const auto& group : groupsOf(name)) {
+    for (const auto& group : m_scene.groupsOf(name)) {
         m_scene.forget(*group);
         if (osgEarth::MapNode* map = globeMapNode()) {
             map->removeChild(group.get());
@@ -275,12 +261,11 @@ void SpecialObjectNodes::remove(const std::string& name) {
 }
 
 void SpecialObjectNodes::clear() {
-    if (osgEarth::MapNode* map = globeMapNode()) {
-        detachAll(m_scene.getPipePoints(), *map);
-        detachAll(m_scene.getPipeAreas(), *map);
-        detachAll(m_scene.getPipePolygons(), *map);
-        redrawGlobe();
-    }
+    std::unordered_set<const osg::Node*> nodes;
+    gather(m_scene.getPipePoints(), nodes);
+    gather(m_scene.getPipeAreas(), nodes);
+    gather(m_scene.getPipePolygons(), nodes);
+    takeOffGlobe(nodes);
     m_highlighted.clear();
     m_scene.clear();
 }

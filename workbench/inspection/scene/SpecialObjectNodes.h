@@ -51,7 +51,6 @@ private:
     template<typename Record>
     void replaceWith(const std::string& oldName, const Record& record);
     /// Every group with that name.
-    std::vector<osg::ref_ptr<osg::Group>> groupsOf(const std::string& name) const;
 
     SceneDataSet& m_scene;
     PointSigns m_signs;

@@ -13,15 +13,19 @@ constexpr double kLeastDistanceMetres = 0.5;
 ViewGeometry::ViewGeometry(const osg::Camera& camera)
     : m_view(camera.getViewMatrix()), m_projection(camera.getProjectionMatrix()),
       m_widthPixels(camera.getViewport() ? camera.getViewport()->width() : 0.0),
-      m_heightPixels(camera.getViewport() ? camera.getViewport()->height() : 0.0) {}
-
-std::optional<ScreenScale> ViewGeometry::scaleOf(const osg::BoundingSphere& bound) const {
-    const osg::Vec3d centre = osg::Vec3d(bound.center()) * m_view;
+      m_heightPixels(camera.getViewport() ? camera.getViewport()->height() : 0.0) {
     osg::Polytope sides;
     sides.setToUnitFrustum(false, false); // near and far follow the scene only while it is culled
     sides.transformProvidingInverse(m_projection);
-    if (!sides.contains(osg::BoundingSphere(osg::Vec3(centre), bound.radius()))) {
-        return std::nullopt;
+    m_sides = sides.getPlaneList();
+}
+
+std::optional<ScreenScale> ViewGeometry::scaleOf(const osg::BoundingSphere& bound) const {
+    const osg::Vec3d centre = osg::Vec3d(bound.center()) * m_view;
+    for (const osg::Plane& side : m_sides) {
+        if (side.distance(centre) < -double{bound.radius()}) {
+            return std::nullopt;
+        }
     }
     const auto scaleAt = [this](double metres) {
         return m_heightPixels / 2.0 * m_projection(1, 1) / std::max(kLeastDistanceMetres, metres);

@@ -35,6 +35,7 @@ public:
 private:
     osg::Matrixd m_view;
     osg::Matrixd m_projection;
+    osg::Polytope::PlaneList m_sides; ///< of the picture, in eye coordinates; the inside is in front
     double m_widthPixels = 0.0;
     double m_heightPixels = 0.0;
 };

@@ -9,6 +9,7 @@ namespace inspection {
 
 namespace {
 constexpr int kRestMilliseconds = 150;
+constexpr int kPassingMilliseconds = 400;
 } // namespace
 
 class ViewRest::FrameCallback : public osg::NodeCallback {
@@ -33,7 +34,11 @@ private:
 ViewRest::ViewRest(QObject* parent) : QObject(parent), m_callback(new FrameCallback(this)) {
     m_timer.setSingleShot(true);
     m_timer.setInterval(kRestMilliseconds);
+    connect(&m_timer, SIGNAL(timeout()), &m_passing, SLOT(stop()));
     connect(&m_timer, SIGNAL(timeout()), this, SIGNAL(rested()));
+    m_passing.setSingleShot(true);
+    m_passing.setInterval(kPassingMilliseconds);
+    connect(&m_passing, SIGNAL(timeout()), this, SIGNAL(passed()));
 }
 
 ViewRest::~ViewRest() {
@@ -59,6 +64,9 @@ void ViewRest::look() {
     m_known = true;
     m_view = *view;
     m_timer.start();
+    if (!m_passing.isActive()) {
+        m_passing.start();
+    }
 }
 
 } // namespace inspection

@@ -10,7 +10,7 @@
 
 namespace inspection {
 
-/// Tells when the globe's view has come to rest. It looks at the view in the frames that are drawn anyway and
+/// Tells when the globe's view has come to rest, and now and then while it moves. It looks at the view in the frames that are drawn anyway and
 /// asks for none itself, so that an idle globe stays idle. GUI thread, which also runs the frames.
 class ViewRest : public QObject {
     Q_OBJECT
@@ -28,6 +28,8 @@ public:
 
 signals:
     void rested();
+    /// The view has been moving for a while.
+    void passed();
 
 private:
     class FrameCallback;
@@ -37,6 +39,7 @@ private:
     ViewGeometry m_view;
     bool m_known = false;
     QTimer m_timer;
+    QTimer m_passing;
 };
 
 } // namespace inspection

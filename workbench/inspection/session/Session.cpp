@@ -149,7 +149,7 @@ void Session::setPatience(bool isServerLost) {
     patience.notice = [this](bool isWaiting) {
         emit waiting(isWaiting ? tr("正在等待数据库回答…") : QString());
     };
-    connection()->driver().setPatience(std::move(patience));
+    connection()->driver().setPatience(patience);
 }
 
 void Session::takeLoss(const QString& cause) {
@@ -276,6 +276,7 @@ Status Session::setComparedPair(const EpochPair& pair) {
     if (auto ready = readyToChange(); !ready) {
         return ready;
     }
+    // NOLINTNEXTLINE(bugprone-unchecked-optional-access): what is ready has a project
     if (pair == m_project->description().pair()) {
         return {};
     }

@@ -89,14 +89,25 @@ double largestMagnitude(const SdiffData& anomaly) {
 }
 
 AnomalyColumn pipeDistance() {
-    return figure(
+    AnomalyColumn column = figure(
         kPipeDistanceTitle.inBrackets(),
         [](Row row) {
-            const auto& metres = row.surroundings().pipeMetres;
+            const auto& metres = row.pipeMetres();
             return metres ? pipeDistanceText(*metres) : QString();
         },
-        [](Row row) { return row.surroundings().pipeMetres; },
+        [](Row row) { return row.pipeMetres(); },
         QObject::tr("异常轮廓到管道中心线的最短水平距离，相交时为 0；没有中心线时为空"));
+    column.measure = [](Row row) { row.pipeMetres(); };
+    return column;
+}
+
+AnomalyColumn highConsequenceAreas() {
+    AnomalyColumn column = words(
+        kHighConsequenceAreasTitle, [](Row row) { return areaNamesText(row.highConsequenceAreas()); },
+        [](Row left, Row right) { return left.highConsequenceAreas() < right.highConsequenceAreas(); },
+        QObject::tr("异常轮廓接触或重叠的高后果区；没有时为空"));
+    column.measure = [](Row row) { row.highConsequenceAreas(); };
+    return column;
 }
 
 AnomalyColumn chainage() {
@@ -109,6 +120,7 @@ AnomalyColumn chainage() {
         [](Row row) { return row.chainageMetres(); },
         QObject::tr("异常中心在管道中心线上的里程；没有中心线时为空"));
     column.isWrittenAsText = true;
+    column.measure = [](Row row) { row.chainageMetres(); };
     return column;
 }
 
@@ -140,13 +152,7 @@ std::array<AnomalyColumn, AnomalyColumn::Count> makeColumns() {
             kSuggestedTitle, [](Row row) { return fromGbk(row.anomaly().suggested); },
             isLess<&SdiffData::suggested>),
         pipeDistance(),
-        words(
-            kHighConsequenceAreasTitle,
-            [](Row row) { return areaNamesText(row.surroundings().highConsequenceAreas); },
-            [](Row left, Row right) {
-                return left.surroundings().highConsequenceAreas < right.surroundings().highConsequenceAreas;
-            },
-            QObject::tr("异常轮廓接触或重叠的高后果区；没有时为空")),
+        highConsequenceAreas(),
         words(
             QObject::tr("位置"),
             [](Row row) { return positionText(row.anomaly().lonDegrees, row.anomaly().latDegrees); },

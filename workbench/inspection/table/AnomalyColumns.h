@@ -46,6 +46,9 @@ struct AnomalyColumn {
     bool isHiddenAtFirst = false;
     /// Its text says more than its number, also in files.
     bool isWrittenAsText = false;
+    /// Brings what the row shows here, which takes a while the first time. Several rows may be measured at once. Null where
+    /// it is at hand.
+    void (*measure)(Row row) = nullptr;
 
     bool isFigure() const { return number != nullptr; }
 };

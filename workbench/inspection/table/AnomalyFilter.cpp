@@ -5,9 +5,13 @@
 #include "workbench/inspection/table/AnomalyTableModel.h"
 #include "workbench/inspectiondata/text/AnomalyTexts.h"
 
-#include <QStringList>
+#include <QtConcurrentMap>
 
 #include <algorithm>
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <numeric>
 #include <tuple>
 
 namespace inspection {
@@ -41,19 +45,67 @@ bool liesWithin(const AnomalyRow& row, const std::optional<double>& mostPipeMetr
     if (!mostPipeMetres) {
         return true;
     }
-    const auto& metres = row.surroundings().pipeMetres;
+    const auto& metres = row.pipeMetres();
     return metres && *metres <= *mostPipeMetres;
 }
 
-bool holdsWords(const AnomalyRow& row, const QString& words) {
-    constexpr std::array kSearched{AnomalyColumn::Name, AnomalyColumn::Station, AnomalyColumn::Kind,
-                                   AnomalyColumn::Attribute, AnomalyColumn::Suggested};
-    const QStringList wanted = words.split(' ', Qt::SkipEmptyParts);
-    return std::all_of(wanted.begin(), wanted.end(), [&](const QString& word) {
-        return std::any_of(kSearched.begin(), kSearched.end(), [&](int column) {
-            return anomalyColumn(column).text(row).contains(word, Qt::CaseInsensitive);
-        });
-    });
+/// By all processors: each row for itself, when it is first asked for, would keep the window waiting.
+void measure(const std::vector<AnomalyRow>& rows, const AnomalyColumn& column) {
+    if (column.measure) {
+        QtConcurrent::blockingMap(rows, column.measure);
+    }
+}
+
+/// "a before b" of a column, in that order: what is not known comes behind what is, in both.
+bool isBefore(const AnomalyColumn& column, const AnomalyRow& left, const AnomalyRow& right,
+              Qt::SortOrder order) {
+    const auto isKnownFirst = [order](bool isLeftKnown) {
+        return isLeftKnown == (order == Qt::AscendingOrder);
+    };
+    if (&column == &anomalyColumn(AnomalyColumn::HighConsequenceAreas)) {
+        const bool hasLeft = !left.highConsequenceAreas().empty();
+        const bool hasRight = !right.highConsequenceAreas().empty();
+        return hasLeft != hasRight ? isKnownFirst(hasLeft) : column.isBefore(left, right);
+    }
+    if (!column.isFigure()) {
+        return column.isBefore(left, right);
+    }
+    const auto leftNumber = column.number(left);
+    const auto rightNumber = column.number(right);
+    return leftNumber.has_value() != rightNumber.has_value() ? isKnownFirst(leftNumber.has_value())
+                                                             : leftNumber < rightNumber;
+}
+
+/// The place of each row in the order of the keys; rows with equal keys have the same.
+template<typename Keys, typename Before>
+std::vector<int> ranksOf(const Keys& keys, const Before& before) {
+    std::vector<int> order(keys.size());
+    std::iota(order.begin(), order.end(), 0);
+    const auto key = [&keys](int row) -> decltype(auto) { return keys[static_cast<std::size_t>(row)]; };
+    std::sort(order.begin(), order.end(), [&](int left, int right) { return before(key(left), key(right)); });
+    std::vector<int> ranks(keys.size());
+    int rank = 0;
+    for (std::size_t place = 0; place < order.size(); ++place) {
+        if (place > 0 && before(key(order[place - 1]), key(order[place]))) {
+            rank = static_cast<int>(place);
+        }
+        ranks[static_cast<std::size_t>(order[place])] = rank;
+    }
+    return ranks;
+}
+
+/// The figures of a column; what is not known lies beyond all others, in the direction of the order.
+std::vector<double> figuresOf(const std::vector<AnomalyRow>& rows, const AnomalyColumn& column,
+                              Qt::SortOrder order) {
+    constexpr double kBeyond = std::numeric_limits<double>::infinity();
+    std::vector<double> figures;
+    figures.reserve(rows.size());
+    for (const AnomalyRow& row : rows) {
+        const std::optional<double> figure = column.number(row);
+        const bool isKnown = figure && !std::isnan(*figure);
+        figures.push_back(isKnown ? *figure : order == Qt::AscendingOrder ? kBeyond : -kBeyond);
+    }
+    return figures;
 }
 
 } // namespace
@@ -71,14 +123,6 @@ bool passes(const AnomalyRow& row, AttributeFilter filter) {
     return filter == own || (filter == AttributeFilter::All && own != AttributeFilter::Deleted);
 }
 
-bool passes(const AnomalyRow& row, const AnomalyCriteria& criteria) {
-    return passes(row, criteria.attribute) && passes(row, criteria.sign) &&
-           passes(row, criteria.significance) &&
-           (criteria.suggested.isEmpty() || criteria.suggested == fromGbk(row.anomaly().suggested)) &&
-           (criteria.words.isEmpty() || holdsWords(row, criteria.words)) &&
-           liesWithin(row, criteria.mostPipeMetres);
-}
-
 std::array<int, kAttributeFilters> countByAttribute(const std::vector<AnomalyRow>& rows) {
     std::array<int, kAttributeFilters> counts{};
     for (const AnomalyRow& row : rows) {
@@ -90,35 +134,73 @@ std::array<int, kAttributeFilters> countByAttribute(const std::vector<AnomalyRow
 
 AnomalyFilter::AnomalyFilter(QObject* parent) : QSortFilterProxyModel(parent) {}
 
+// The ranks are there, or gone, before the base class looks at the rows: slots are called in the order of their connection.
+void AnomalyFilter::setSourceModel(QAbstractItemModel* model) {
+    const auto rankAnew = [this] { rank(sortColumn(), sortOrder()); };
+    const auto forget = [this] { m_ranks.clear(); };
+    connect(model, &QAbstractItemModel::modelReset, this, rankAnew);
+    connect(model, &QAbstractItemModel::layoutChanged, this, rankAnew);
+    connect(model, &QAbstractItemModel::dataChanged, this, forget);
+    connect(model, &QAbstractItemModel::rowsInserted, this, forget);
+    connect(model, &QAbstractItemModel::rowsRemoved, this, forget);
+    QSortFilterProxyModel::setSourceModel(model);
+}
+
+void AnomalyFilter::sort(int column, Qt::SortOrder order) {
+    rank(column, order);
+    QSortFilterProxyModel::sort(column, order);
+}
+
 void AnomalyFilter::setCriteria(const AnomalyCriteria& criteria) {
     m_criteria = criteria;
-    invalidateRowsFilter();
+    m_suggested = toGbk(criteria.suggested);
+    m_words = criteria.words.toCaseFolded().split(' ', Qt::SkipEmptyParts);
+    if (criteria.mostPipeMetres) {
+        measure(rows(), anomalyColumn(AnomalyColumn::PipeDistance));
+    }
+    rank(sortColumn(), sortOrder());
+    invalidate();
+}
+
+void AnomalyFilter::rank(int column, Qt::SortOrder order) {
+    m_ranks.clear();
+    if (column < 0) {
+        return;
+    }
+    const AnomalyColumn& sorted = anomalyColumn(column);
+    measure(rows(), sorted);
+    if (sorted.isFigure()) {
+        m_ranks = ranksOf(figuresOf(rows(), sorted, order), std::less<>());
+    } else {
+        m_ranks = ranksOf(rows(), [&](const AnomalyRow& left, const AnomalyRow& right) {
+            return isBefore(sorted, left, right, order);
+        });
+    }
+}
+
+const std::vector<AnomalyRow>& AnomalyFilter::rows() const {
+    return static_cast<const AnomalyTableModel*>(sourceModel())->rows();
 }
 
 const AnomalyRow& AnomalyFilter::row(int sourceRow) const {
-    return static_cast<const AnomalyTableModel*>(sourceModel())->row(sourceRow);
+    return rows()[static_cast<std::size_t>(sourceRow)];
 }
 
 bool AnomalyFilter::filterAcceptsRow(int sourceRow, const QModelIndex& /*sourceParent*/) const {
-    return passes(row(sourceRow), m_criteria);
+    const AnomalyRow& anomaly = row(sourceRow);
+    return passes(anomaly, m_criteria.attribute) && passes(anomaly, m_criteria.sign) &&
+           passes(anomaly, m_criteria.significance) &&
+           (m_suggested.empty() || m_suggested == anomaly.anomaly().suggested) &&
+           std::all_of(m_words.begin(), m_words.end(),
+                       [&](const QString& word) { return anomaly.searched().contains(word); }) &&
+           liesWithin(anomaly, m_criteria.mostPipeMetres);
 }
 
 bool AnomalyFilter::lessThan(const QModelIndex& left, const QModelIndex& right) const {
-    const AnomalyColumn& column = anomalyColumn(left.column());
-    const AnomalyRow& leftRow = row(left.row());
-    const AnomalyRow& rightRow = row(right.row());
-    if (left.column() == AnomalyColumn::HighConsequenceAreas) {
-        const bool hasLeft = !leftRow.surroundings().highConsequenceAreas.empty();
-        const bool hasRight = !rightRow.surroundings().highConsequenceAreas.empty();
-        return hasLeft != hasRight ? isKnownFirst(hasLeft) : column.isBefore(leftRow, rightRow);
+    if (!m_ranks.empty()) {
+        return m_ranks[static_cast<std::size_t>(left.row())] < m_ranks[static_cast<std::size_t>(right.row())];
     }
-    if (!column.isFigure()) {
-        return column.isBefore(leftRow, rightRow);
-    }
-    const auto leftNumber = column.number(leftRow);
-    const auto rightNumber = column.number(rightRow);
-    return leftNumber.has_value() != rightNumber.has_value() ? isKnownFirst(leftNumber.has_value())
-                                                             : leftNumber < rightNumber;
+    return isBefore(anomalyColumn(left.column()), row(left.row()), row(right.row()), sortOrder());
 }
 
 } // namespace inspection

@@ -4,9 +4,11 @@
 
 #include <QSortFilterProxyModel>
 #include <QString>
+#include <QStringList>
 
 #include <array>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace inspection {
@@ -47,21 +49,25 @@ struct AnomalyCriteria {
 };
 
 bool passes(const AnomalyRow& row, AttributeFilter filter);
-bool passes(const AnomalyRow& row, const AnomalyCriteria& criteria);
 
 /// How many of the rows each attribute filter lets through.
 std::array<int, kAttributeFilters> countByAttribute(const std::vector<AnomalyRow>& rows);
 
 /// Sorts the anomalies by a column's own values (figures by size, unknown ones last; texts by code page order, which
 /// puts common characters in the order of their pronunciation) and leaves out what does not meet the criteria. Its
-/// source is an AnomalyTableModel. GUI thread.
+/// source is an AnomalyTableModel. Other criteria and another order are one change of the layout for the view, however many
+/// rows come and go. GUI thread.
 class AnomalyFilter : public QSortFilterProxyModel {
     Q_OBJECT
 
 public:
     explicit AnomalyFilter(QObject* parent = nullptr);
 
+    void setSourceModel(QAbstractItemModel* model) override;
+    void sort(int column, Qt::SortOrder order = Qt::AscendingOrder) override;
     void setCriteria(const AnomalyCriteria& criteria);
+    /// The row that the table shows there.
+    const AnomalyRow& rowAt(int shownRow) const { return row(mapToSource(index(shownRow, 0)).row()); }
     bool isFiltering() const { return !(m_criteria == AnomalyCriteria()); }
     /// The rows are deleted anomalies, all of them.
     bool showsDeleted() const { return m_criteria.attribute == AttributeFilter::Deleted; }
@@ -72,10 +78,14 @@ protected:
 
 private:
     const AnomalyRow& row(int sourceRow) const;
-    /// Puts what is not known behind what is, in both orders.
-    bool isKnownFirst(bool isLeftKnown) const { return isLeftKnown == (sortOrder() == Qt::AscendingOrder); }
+    const std::vector<AnomalyRow>& rows() const;
+    void rank(int column, Qt::SortOrder order);
 
     AnomalyCriteria m_criteria;
+    std::string m_suggested; ///< of the criteria, GBK
+    QStringList m_words;     ///< of the criteria, case folded
+    std::vector<int>
+        m_ranks; ///< of the source's rows in the present order; empty while single rows come and go
 };
 
 } // namespace inspection

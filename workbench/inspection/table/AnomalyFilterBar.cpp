@@ -1,14 +1,13 @@
 #include "workbench/inspection/table/AnomalyFilterBar.h"
 
 #include "workbench/inspectiondata/text/AnomalyTexts.h"
+#include "workbench/style/SearchField.h"
 #include "workbench/style/ToolTip.h"
 
 #include <QCheckBox>
 #include <QComboBox>
 #include <QHBoxLayout>
-#include <QKeyEvent>
 #include <QLabel>
-#include <QLineEdit>
 #include <QMenu>
 #include <QToolButton>
 #include <QVBoxLayout>
@@ -52,7 +51,7 @@ QHBoxLayout* makeLine() {
 } // namespace
 
 AnomalyFilterBar::AnomalyFilterBar(QWidget* parent)
-    : QWidget(parent), m_summary(new QLabel), m_words(new QLineEdit), m_export(new QToolButton),
+    : QWidget(parent), m_summary(new QLabel), m_words(new SearchField), m_export(new QToolButton),
       m_attribute(makeFilter("attributeFilter", tr("只显示这种属性的异常；已删除的可以在这里找到并恢复"))),
       m_suggested(makeFilter("suggestedFilter", tr("只显示建议为这种类别的异常"))),
       m_distance(makeFilter("distanceFilter", tr("只显示轮廓离管道中心线不超过该距离的异常"))),
@@ -63,8 +62,6 @@ AnomalyFilterBar::AnomalyFilterBar(QWidget* parent)
     m_words->setObjectName("anomalySearch");
     m_words->setPlaceholderText(tr("搜索 Ctrl+F"));
     m_words->setToolTip(tr("在名称、站段、类型、属性和建议类别中查找；多个词之间用空格，须都出现"));
-    m_words->setClearButtonEnabled(true);
-    m_words->installEventFilter(this);
     m_export->setObjectName("anomalyExport");
     m_export->setText(tr("导出"));
     m_export->setToolTip(tr("把表中显示的异常存为文件"));
@@ -78,6 +75,8 @@ AnomalyFilterBar::AnomalyFilterBar(QWidget* parent)
     build();
 
     connect(m_words, &QLineEdit::textChanged, this, &AnomalyFilterBar::criteriaChanged);
+    connect(m_words, &SearchField::left, this, &AnomalyFilterBar::left);
+    connect(m_words, &SearchField::foundWanted, this, &AnomalyFilterBar::left);
     for (QComboBox* filter : {m_attribute, m_suggested, m_distance, m_sign}) {
         connect(filter, &QComboBox::currentIndexChanged, this, &AnomalyFilterBar::criteriaChanged);
     }
@@ -151,34 +150,11 @@ void AnomalyFilterBar::setExportMenu(QMenu* menu) {
 }
 
 void AnomalyFilterBar::search() {
-    m_words->setFocus(Qt::ShortcutFocusReason);
-    m_words->selectAll();
+    m_words->begin();
 }
 
 void AnomalyFilterBar::clearWords() {
     m_words->clear();
-}
-
-bool AnomalyFilterBar::eventFilter(QObject* object, QEvent* event) {
-    if (object != m_words || event->type() != QEvent::KeyPress) {
-        return QWidget::eventFilter(object, event);
-    }
-    switch (static_cast<QKeyEvent*>(event)->key()) {
-    case Qt::Key_Escape:
-        if (m_words->text().isEmpty()) {
-            emit left();
-        } else {
-            clearWords();
-        }
-        return true;
-    case Qt::Key_Return:
-    case Qt::Key_Enter:
-    case Qt::Key_Down:
-        emit left();
-        return true;
-    default:
-        return false;
-    }
 }
 
 } // namespace inspection

@@ -7,9 +7,9 @@
 class QCheckBox;
 class QComboBox;
 class QLabel;
-class QLineEdit;
 class QMenu;
 class QToolButton;
+class SearchField;
 
 namespace inspection {
 
@@ -40,16 +40,12 @@ signals:
     /// The user is done with the words.
     void left();
 
-protected:
-    /// Of the field for the words.
-    bool eventFilter(QObject* object, QEvent* event) override;
-
 private:
     void build();
     void fillFilters();
 
     QLabel* m_summary;
-    QLineEdit* m_words;
+    SearchField* m_words;
     QToolButton* m_export;
     QComboBox* m_attribute;
     QComboBox* m_suggested;

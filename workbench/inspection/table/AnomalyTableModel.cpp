@@ -9,9 +9,29 @@
 
 #include <algorithm>
 #include <iterator>
+#include <optional>
 #include <utility>
 
 namespace inspection {
+
+namespace {
+/// More rows than that are told of together: a view and a filter take as long for each single one as for all.
+constexpr std::size_t kMostAlone = 20;
+} // namespace
+
+/// Rows change their places, or go, for as long as it lives.
+class AnomalyTableModel::LayoutChange {
+public:
+    explicit LayoutChange(AnomalyTableModel& model) : m_model(model) {
+        emit m_model.layoutAboutToBeChanged();
+    }
+    ~LayoutChange() { emit m_model.layoutChanged(); }
+    LayoutChange(const LayoutChange&) = delete;
+    LayoutChange& operator=(const LayoutChange&) = delete;
+
+private:
+    AnomalyTableModel& m_model;
+};
 
 AnomalyTableModel::AnomalyTableModel(QObject* parent) : QAbstractTableModel(parent) {}
 
@@ -23,15 +43,15 @@ void AnomalyTableModel::setRows(std::vector<AnomalyRow> rows) {
 }
 
 void AnomalyTableModel::setStations(const std::vector<std::shared_ptr<const TableStation>>& stations) {
-    for (AnomalyRow& row : m_anomalies) {
-        const auto found = std::find_if(stations.begin(), stations.end(),
-                                        [&](const auto& station) { return station->id == row.station().id; });
-        if (found != stations.end()) {
-            row.setStation(*found);
-        }
+    std::unordered_map<std::uint32_t, std::shared_ptr<const TableStation>> byId;
+    for (const auto& station : stations) {
+        byId.emplace(station->id, station);
     }
-    if (!m_anomalies.empty()) {
-        emit dataChanged(index(0, 0), index(rowCount() - 1, AnomalyColumn::Count - 1));
+    const LayoutChange change(*this);
+    for (AnomalyRow& row : m_anomalies) {
+        if (const auto found = byId.find(row.station().id); found != byId.end()) {
+            row.setStation(found->second);
+        }
     }
 }
 
@@ -49,18 +69,19 @@ int AnomalyTableModel::rowOf(const std::string& name) const {
 }
 
 void AnomalyTableModel::replace(const std::vector<SdiffData>& changed) {
-    int first = rowCount();
-    int last = -1;
+    std::optional<LayoutChange> together;
+    if (changed.size() > kMostAlone) {
+        together.emplace(*this);
+    }
     for (const SdiffData& each : changed) {
         const int row = rowOf(each.name);
-        if (row >= 0) {
-            m_anomalies[static_cast<std::size_t>(row)].setAnomaly(each);
-            first = std::min(first, row);
-            last = std::max(last, row);
+        if (row < 0) {
+            continue;
         }
-    }
-    if (last >= 0) {
-        emit dataChanged(index(first, 0), index(last, AnomalyColumn::Count - 1));
+        m_anomalies[static_cast<std::size_t>(row)].setAnomaly(each);
+        if (!together) {
+            emit dataChanged(index(row, 0), index(row, AnomalyColumn::Count - 1));
+        }
     }
 }
 
@@ -71,13 +92,29 @@ void AnomalyTableModel::add(const std::vector<AnomalyRow>& rows) {
     if (added.empty()) {
         return;
     }
-    beginInsertRows({}, rowCount(), rowCount() + static_cast<int>(added.size()) - 1);
+    const bool isAlone = added.size() <= kMostAlone;
+    std::optional<LayoutChange> together;
+    if (isAlone) {
+        beginInsertRows({}, rowCount(), rowCount() + static_cast<int>(added.size()) - 1);
+    } else {
+        together.emplace(*this);
+    }
     m_anomalies.insert(m_anomalies.end(), added.begin(), added.end());
     indexRows();
-    endInsertRows();
+    if (isAlone) {
+        endInsertRows();
+    }
 }
 
 void AnomalyTableModel::remove(const std::set<std::string>& names) {
+    if (names.size() <= kMostAlone) {
+        removeRuns(names);
+    } else {
+        removeTogether(names);
+    }
+}
+
+void AnomalyTableModel::removeRuns(const std::set<std::string>& names) {
     const auto goes = [&](int row) { return names.count(anomaly(row).name) != 0; };
     for (int last = rowCount() - 1; last >= 0; --last) {
         if (!goes(last)) {
@@ -89,9 +126,31 @@ void AnomalyTableModel::remove(const std::set<std::string>& names) {
         }
         beginRemoveRows({}, first, last);
         m_anomalies.erase(m_anomalies.begin() + first, m_anomalies.begin() + last + 1);
-        indexRows();
         endRemoveRows();
         last = first;
+    }
+    indexRows();
+}
+
+void AnomalyTableModel::removeTogether(const std::set<std::string>& names) {
+    const LayoutChange change(*this);
+    constexpr int kGone = -1;
+    std::vector<int> places; // of each row from now on
+    std::vector<AnomalyRow> kept;
+    kept.reserve(m_anomalies.size());
+    for (AnomalyRow& row : m_anomalies) {
+        const bool goes = names.count(row.anomaly().name) != 0;
+        places.push_back(goes ? kGone : static_cast<int>(kept.size()));
+        if (!goes) {
+            kept.push_back(std::move(row));
+        }
+    }
+    m_anomalies = std::move(kept);
+    indexRows();
+    const QModelIndexList held = persistentIndexList();
+    for (const QModelIndex& each : held) {
+        const int place = places[static_cast<std::size_t>(each.row())];
+        changePersistentIndex(each, place == kGone ? QModelIndex() : index(place, each.column()));
     }
 }
 

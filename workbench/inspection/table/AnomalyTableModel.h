@@ -14,7 +14,8 @@
 namespace inspection {
 
 /// The anomalies of the shown stations as rows, with the columns of AnomalyColumns.h; deleted ones, greyed, among them.
-/// Attributes are editable through a delegate only: the model shows what is stored. GUI thread.
+/// Attributes are editable through a delegate only: the model shows what is stored. Many rows that change, come or go are
+/// one change of the layout for its views. GUI thread.
 class AnomalyTableModel : public QAbstractTableModel {
     Q_OBJECT
 
@@ -43,7 +44,11 @@ public:
     Qt::ItemFlags flags(const QModelIndex& index) const override;
 
 private:
+    class LayoutChange;
+
     void indexRows();
+    void removeRuns(const std::set<std::string>& names);
+    void removeTogether(const std::set<std::string>& names);
     QString fullText(int row, int column) const;
 
     std::vector<AnomalyRow> m_anomalies;

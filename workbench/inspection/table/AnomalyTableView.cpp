@@ -1,7 +1,6 @@
 #include "workbench/inspection/table/AnomalyTableView.h"
 
 #include "workbench/inspection/table/AnomalyFilter.h"
-#include "workbench/inspection/table/AnomalyTableModel.h"
 #include "workbench/inspection/table/AttributeDelegate.h"
 #include "workbench/inspection/table/TableColumns.h"
 #include "workbench/inspectiondata/text/AnomalyTexts.h"
@@ -13,6 +12,7 @@
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QMenu>
+#include <QSignalBlocker>
 #include <QStyledItemDelegate>
 
 #include <algorithm>
@@ -124,7 +124,24 @@ QSize AnomalyTableView::sizeHint() const {
 }
 
 void AnomalyTableView::selectOnly(const std::vector<int>& rows) {
-    selectionModel()->select(rowSelection(*model(), rows), QItemSelectionModel::ClearAndSelect);
+    {
+        // What one large selection has that another lacks takes long to find out, and is nothing that a view must know.
+        const QSignalBlocker quiet(selectionModel());
+        selectionModel()->clearSelection();
+    }
+    selectionModel()->select(rowSelection(*model(), rows), QItemSelectionModel::Select);
+    viewport()->update();
+}
+
+// The selection model's own list of them asks for each row in all ranges.
+std::vector<int> AnomalyTableView::selectedRows() const {
+    std::vector<int> rows;
+    for (const QItemSelectionRange& range : selectionModel()->selection()) {
+        for (int row = range.top(); row <= range.bottom(); ++row) {
+            rows.push_back(row);
+        }
+    }
+    return rows;
 }
 
 TableSheet AnomalyTableView::sheet() const {
@@ -134,18 +151,16 @@ TableSheet AnomalyTableView::sheet() const {
 }
 
 TableSheet AnomalyTableView::sheetOf(const std::vector<int>& rows) const {
-    const auto* sorted = qobject_cast<const AnomalyFilter*>(model());
-    const auto* source = qobject_cast<const AnomalyTableModel*>(sorted->sourceModel());
+    const auto* shown = qobject_cast<const AnomalyFilter*>(model());
     const std::vector<int> columns = m_columns->shown();
     TableSheet sheet;
     for (const int column : columns) {
         sheet.titles << anomalyColumn(column).title;
     }
     for (const int row : rows) {
-        const AnomalyRow& anomaly = source->row(sorted->mapToSource(sorted->index(row, 0)).row());
         std::vector<TableSheet::Cell> cells;
         for (const int column : columns) {
-            cells.push_back(cellOf(anomaly, anomalyColumn(column)));
+            cells.push_back(cellOf(shown->rowAt(row), anomalyColumn(column)));
         }
         sheet.rows.push_back(std::move(cells));
     }
@@ -153,10 +168,7 @@ TableSheet AnomalyTableView::sheetOf(const std::vector<int>& rows) const {
 }
 
 void AnomalyTableView::copySelected() const {
-    std::vector<int> rows;
-    for (const QModelIndex& index : selectionModel()->selectedRows()) {
-        rows.push_back(index.row());
-    }
+    std::vector<int> rows = selectedRows();
     if (!rows.empty()) {
         std::sort(rows.begin(), rows.end());
         QGuiApplication::clipboard()->setText(tabSeparated(sheetOf(rows)));

@@ -34,6 +34,8 @@ public:
     /// A few rows; the globe and the pictures need the room more.
     QSize sizeHint() const override;
     void selectOnly(const std::vector<int>& rows);
+    /// In the order in which they were selected.
+    std::vector<int> selectedRows() const;
     /// The columns that are shown, of all rows in their order.
     TableSheet sheet() const;
 

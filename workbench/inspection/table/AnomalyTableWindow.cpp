@@ -7,6 +7,7 @@
 #include "workbench/inspection/table/AnomalyFilterBar.h"
 #include "workbench/inspection/table/AnomalyTableModel.h"
 #include "workbench/inspection/table/AnomalyTableView.h"
+#include "workbench/inspection/table/KeptRows.h"
 #include "workbench/inspection/table/ProjectSurroundings.h"
 #include "workbench/inspection/table/ShownStations.h"
 #include "workbench/inspection/table/TableColumns.h"
@@ -199,7 +200,7 @@ void AnomalyTableWindow::updateSummary() {
     if (m_filter->isFiltering()) {
         text += tr("，显示 %1").arg(m_filter->rowCount());
     }
-    const auto selectedRows = m_table->selectionModel()->selectedRows().size();
+    const auto selectedRows = m_table->selectedRows().size();
     if (selectedRows > 1) {
         text += tr("，已选 %1").arg(selectedRows);
     }
@@ -224,34 +225,6 @@ const SdiffData* AnomalyTableWindow::anomalyAt(const QModelIndex& sortedIndex) c
     return row >= 0 && row < m_model->rowCount() ? &m_model->anomaly(row) : nullptr;
 }
 
-std::vector<SdiffData> AnomalyTableWindow::selected() const {
-    std::vector<SdiffData> anomalies;
-    for (const QModelIndex& index : m_table->selectionModel()->selectedRows()) {
-        if (const SdiffData* anomaly = anomalyAt(index)) {
-            anomalies.push_back(*anomaly);
-        }
-    }
-    return anomalies;
-}
-
-std::vector<SdiffData> AnomalyTableWindow::selectedBeside(std::uint32_t stationId,
-                                                          const std::vector<SdiffData>& anomalies) const {
-    std::set<std::string> beside(m_selectedNames.begin(), m_selectedNames.end());
-    for (const SdiffData& anomaly : anomalies) {
-        if (beside.erase(anomaly.name) == 0) {
-            return {};
-        }
-    }
-    std::vector<SdiffData> found;
-    for (const std::string& name : beside) {
-        const int row = m_model->rowOf(name);
-        if (row >= 0 && m_model->row(row).station().id != stationId) {
-            found.push_back(m_model->anomaly(row));
-        }
-    }
-    return found;
-}
-
 void AnomalyTableWindow::takeSelection() {
     if (m_filter->showsDeleted()) {
         updateSummary();
@@ -259,8 +232,8 @@ void AnomalyTableWindow::takeSelection() {
     }
     m_show.stop();
     m_selectedNames.clear();
-    for (const SdiffData& anomaly : selected()) {
-        m_selectedNames.push_back(anomaly.name);
+    for (const int row : m_table->selectedRows()) {
+        m_selectedNames.push_back(m_filter->rowAt(row).anomaly().name);
     }
     updateSummary();
     announceSelection();
@@ -271,6 +244,7 @@ bool AnomalyTableWindow::isFollowed() const {
 }
 
 void AnomalyTableWindow::announceSelection() {
+    m_overlays.keep(m_selectedNames);
     if (!isFollowed()) {
         m_overlays.tint(m_selectedNames);
         return;
@@ -311,7 +285,9 @@ void AnomalyTableWindow::SetSelectedbyname(const QStringList& names) {
 
 void AnomalyTableWindow::changeRows(const std::function<void()>& change) {
     m_keepsSelection = true;
+    const KeptRows kept(*m_table, *m_filter);
     change();
+    kept.restore();
     m_keepsSelection = false;
     updateSummary();
 }
@@ -338,7 +314,10 @@ int AnomalyTableWindow::selectNamedRows() {
             rows.push_back(row);
         }
     }
-    changeRows([&] { m_table->selectOnly(rows); });
+    m_keepsSelection = true;
+    m_table->selectOnly(rows);
+    m_keepsSelection = false;
+    updateSummary();
     return rows.empty() ? -1 : rows.back();
 }
 
@@ -373,35 +352,6 @@ void AnomalyTableWindow::lookAt(const std::string& name) {
     const int last = selectNamedRows();
     const int row = rowOf(name);
     goTo(row >= 0 ? row : last); // a filter may hide it
-}
-
-void AnomalyTableWindow::SetItemAtrii(KV_StationItem* item, const std::vector<SdiffData>& anomalies) {
-    if (item && !anomalies.empty()) {
-        takeInto(*item, m_edits->classify(anomalies));
-    }
-}
-
-void AnomalyTableWindow::DeleteItems(KV_StationItem* item, const std::vector<SdiffData>& anomalies) {
-    if (!item || anomalies.empty()) {
-        return;
-    }
-    std::vector<SdiffData> deleted = anomalies;
-    const std::vector<SdiffData> others = selectedBeside(item->GetStationId(), anomalies);
-    const QString question = tr("删除 %1 处异常？选“否”只删除这个站段的 %2 处。")
-                                 .arg(anomalies.size() + others.size())
-                                 .arg(anomalies.size());
-    if (!others.empty() && m_session.ask(question)) {
-        deleted.insert(deleted.end(), others.begin(), others.end());
-    }
-    takeInto(*item, m_edits->remove(deleted));
-}
-
-// The windows have their own records of the station, which have followed by now.
-void AnomalyTableWindow::takeInto(KV_StationItem& item, const std::optional<RowChanges>& changes) {
-    if (changes) {
-        applyChanges(anomalyChanges(*changes, m_session.comparisonId()), item.GetStationId(),
-                     item.m_diffData.m_anomalies);
-    }
 }
 
 void AnomalyTableWindow::applyRows(const RowChanges& changes, Showing showing) {
@@ -449,43 +399,6 @@ void AnomalyTableWindow::forget(const std::set<std::string>& names) {
     m_selectedNames.erase(std::remove_if(m_selectedNames.begin(), m_selectedNames.end(),
                                          [&](const std::string& name) { return names.count(name) != 0; }),
                           m_selectedNames.end());
-}
-
-void AnomalyTableWindow::classifySelected(const QString& attribute) {
-    std::vector<SdiffData> anomalies = selected();
-    for (SdiffData& anomaly : anomalies) {
-        anomaly.attribute = toGbk(attribute);
-    }
-    if (!anomalies.empty()) {
-        m_edits->classify(anomalies);
-    }
-    walkOn();
-}
-
-void AnomalyTableWindow::deleteSelected() {
-    const std::vector<SdiffData> anomalies = selected();
-    if (anomalies.empty() || !m_session.ask(tr("删除 %1 处异常？").arg(anomalies.size()))) {
-        return;
-    }
-    m_edits->remove(anomalies);
-    walkOn();
-}
-
-void AnomalyTableWindow::restoreSelected() {
-    const std::vector<SdiffData> anomalies = selected();
-    if (!anomalies.empty()) {
-        m_edits->restore(anomalies);
-    }
-}
-
-// Rows that left the table, deleted or judged away under a filter, leave the current row on their neighbour.
-void AnomalyTableWindow::walkOn() {
-    m_table->setFocus();
-    if (m_table->selectionModel()->hasSelection() || !m_table->currentIndex().isValid()) {
-        return;
-    }
-    m_table->selectRow(m_table->currentIndex().row());
-    m_reached.start();
 }
 
 } // namespace inspection

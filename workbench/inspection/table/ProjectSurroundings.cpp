@@ -41,8 +41,10 @@ std::shared_ptr<const StationSurroundings> ProjectSurroundings::around(const KV_
 }
 
 void ProjectSurroundings::read() {
-    m_lineWritten = lineWritten();
-    m_pipeline = std::make_shared<Pipeline>(Pipeline::read(m_session.project()->description()));
+    if (const QDateTime written = lineWritten(); !m_pipeline || m_lineWritten != written) {
+        m_pipeline = std::make_shared<Pipeline>(Pipeline::read(m_session.project()->description()));
+        m_lineWritten = written;
+    }
     m_known.emplace(*m_pipeline, readHighConsequenceAreas(*m_session.connection()));
 }
 

@@ -30,26 +30,26 @@ ShownStations::ShownStations(Session& session, ProjectSurroundings& surroundings
 
 void ShownStations::show(std::vector<KV_StationItem> items) {
     m_items = std::move(items);
+    m_places.clear();
+    for (std::size_t place = 0; place < m_items.size(); ++place) {
+        m_places.emplace(m_items[place].GetStationId(), place);
+    }
     readDeleted();
     measureAnew();
 }
 
 void ShownStations::take(const KV_StationItem& item) {
-    const auto known = std::find_if(m_items.begin(), m_items.end(), [&](const KV_StationItem& each) {
-        return each.GetStationId() == item.GetStationId();
-    });
-    if (known == m_items.end()) {
+    const auto known = m_places.find(item.GetStationId());
+    if (known == m_places.end()) {
         show(item.GetStationId() == 0 ? std::vector<KV_StationItem>() : std::vector{item});
     } else {
-        *known = item;
+        m_items[known->second] = item;
     }
 }
 
 const KV_StationItem* ShownStations::item(std::uint32_t stationId) const {
-    const auto found = std::find_if(m_items.begin(), m_items.end(), [&](const KV_StationItem& each) {
-        return each.GetStationId() == stationId;
-    });
-    return found == m_items.end() ? nullptr : &*found;
+    const auto found = m_places.find(stationId);
+    return found == m_places.end() ? nullptr : &m_items[found->second];
 }
 
 void ShownStations::readDeleted() {
@@ -78,12 +78,6 @@ const std::vector<std::shared_ptr<const TableStation>>& ShownStations::measureAn
     return m_stations;
 }
 
-std::shared_ptr<const TableStation> ShownStations::stationOf(std::uint32_t stationId) const {
-    const auto found = std::find_if(m_stations.begin(), m_stations.end(),
-                                    [&](const auto& station) { return station->id == stationId; });
-    return found == m_stations.end() ? nullptr : *found;
-}
-
 std::vector<AnomalyRow> ShownStations::rows() {
     std::vector<AnomalyRow> rows;
     for (std::size_t i = 0; i < m_items.size(); ++i) {
@@ -92,7 +86,7 @@ std::vector<AnomalyRow> ShownStations::rows() {
         }
     }
     for (const DeletedAnomaly& each : m_deleted) {
-        rows.emplace_back(each.anomaly, stationOf(each.stationId), true);
+        rows.emplace_back(each.anomaly, m_stations[m_places.at(each.stationId)], true);
     }
     return rows;
 }
@@ -100,9 +94,9 @@ std::vector<AnomalyRow> ShownStations::rows() {
 std::vector<AnomalyRow> ShownStations::deletedRows(const std::vector<AnomalyChange>& changes) const {
     std::vector<AnomalyRow> rows;
     for (const AnomalyChange& change : changes) {
-        const auto station = stationOf(change.stationId);
-        if (change.isMarked && station) {
-            rows.emplace_back(change.anomaly, station, true);
+        const auto place = m_places.find(change.stationId);
+        if (change.isMarked && place != m_places.end()) {
+            rows.emplace_back(change.anomaly, m_stations[place->second], true);
         }
     }
     return rows;
@@ -151,8 +145,10 @@ void ShownStations::apply(const std::vector<AnomalyChange>& changes) {
             m_deleted.push_back({change.stationId, change.anomaly});
         }
     }
-    for (KV_StationItem& item : m_items) {
-        applyChanges(changes, item.GetStationId(), item.m_diffData.m_anomalies);
+    for (const auto& [stationId, those] : byStation(changes)) {
+        if (const auto place = m_places.find(stationId); place != m_places.end()) {
+            applyChanges(those, stationId, m_items[place->second].m_diffData.m_anomalies);
+        }
     }
 }
 

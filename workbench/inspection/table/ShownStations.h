@@ -8,6 +8,7 @@
 #include <QString>
 
 #include <memory>
+#include <unordered_map>
 #include <vector>
 
 namespace inspection {
@@ -48,12 +49,12 @@ public:
 
 private:
     void readDeleted();
-    std::shared_ptr<const TableStation> stationOf(std::uint32_t stationId) const;
 
     Session& m_session;
     ProjectSurroundings& m_surroundings;
     std::vector<KV_StationItem> m_items;
     std::vector<std::shared_ptr<const TableStation>> m_stations; ///< of the items, in their order
+    std::unordered_map<std::uint32_t, std::size_t> m_places;     ///< of the items, by station
     std::vector<DeletedAnomaly> m_deleted;                       ///< of the items
 };
 

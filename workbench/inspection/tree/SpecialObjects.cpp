@@ -44,7 +44,7 @@ QWidget* fieldWith(const QString& text) {
 
 SpecialObjects::SpecialObjects(Session& session, StationTree& tree, SpecialObjectNodes& nodes,
                                QObject* parent)
-    : QObject(parent), m_session(session), m_tree(tree), m_nodes(nodes), m_store(session) {
+    : QObject(parent), m_session(session), m_tree(tree), m_nodes(nodes), m_store(session), m_toCome(nodes) {
     connect(&m_tree, &StationTree::deleteRequested, this, &SpecialObjects::askToDelete);
     connect(&m_tree, &StationTree::editorOpened, &m_session, &Session::holdNewsWhileOpen);
 }
@@ -53,7 +53,7 @@ template<typename Record>
 void SpecialObjects::loadAll(const std::vector<Record>& records) {
     for (const Record& record : records) {
         enter(record);
-        m_nodes.add(record);
+        m_toCome.add(record);
     }
 }
 
@@ -70,20 +70,16 @@ void SpecialObjects::reloadAll(const std::vector<Record>& records, int objectTyp
     std::set<std::uint32_t> stored;
     for (const Record& record : records) {
         stored.insert(record.m_id);
-        const QTreeWidgetItem* entry = entryOf(objectType, record.m_id);
+        const QTreeWidgetItem* entry = m_entries.of(objectType, record.m_id);
         if (!entry || shown(*entry).version != record.m_version) {
             showRow(record);
         }
     }
-    std::vector<QString> gone;
-    for (const auto& [name, entry] : m_entries) {
-        if (typeOf(*entry) == objectType && stored.count(idOf(*entry)) == 0) {
-            gone.push_back(name);
+    for (const auto& [id, name] : m_entries.allOf(objectType)) {
+        if (stored.count(id) == 0) {
+            removeNode(name);
+            forget(name);
         }
-    }
-    for (const QString& name : gone) {
-        m_nodes.remove(toGbk(name));
-        forget(name);
     }
 }
 
@@ -95,6 +91,7 @@ void SpecialObjects::reload() {
 }
 
 void SpecialObjects::clear() {
+    m_toCome.clear();
     m_nodes.clear();
     m_entries.clear();
     m_known.clear();
@@ -104,36 +101,30 @@ void SpecialObjects::enter(const KV_BasicNode& record) {
     const QString name = fromGbk(record.GetName());
     if (QTreeWidgetItem* entry = m_tree.addObject(record.m_type, record.m_id, name)) {
         m_tree.setVersion(entry, record.m_version);
-        m_entries[name] = entry;
+        m_entries.enter(name, record.m_type, record.m_id, entry);
         m_known[name] = {record.m_type, record.m_id};
     }
-}
-
-QTreeWidgetItem* SpecialObjects::entryOf(int objectType, std::uint32_t id) const {
-    const auto found = std::find_if(m_entries.begin(), m_entries.end(), [=](const auto& object) {
-        return typeOf(*object.second) == objectType && idOf(*object.second) == id;
-    });
-    return found == m_entries.end() ? nullptr : found->second;
 }
 
 StoredObject SpecialObjects::shown(const QTreeWidgetItem& entry) const {
     return {typeOf(entry), idOf(entry),
             entry.data(StationTree::NameColumn, StationTree::kVersionRole).toLongLong(),
-            toGbk(nameOf(&entry))};
+            toGbk(m_entries.nameOf(&entry))};
 }
 
 void SpecialObjects::forget(const QString& name) {
-    const auto found = m_entries.find(name);
-    QTreeWidgetItem* entry = found->second;
-    m_entries.erase(found);
-    m_tree.removeObject(entry);
+    m_tree.removeObject(m_entries.remove(name));
     markCurrent(m_tree.currentItem());
 }
 
-QString SpecialObjects::nameOf(const QTreeWidgetItem* entry) const {
-    const auto found = std::find_if(m_entries.begin(), m_entries.end(),
-                                    [entry](const auto& object) { return object.second == entry; });
-    return found == m_entries.end() ? QString() : found->first;
+void SpecialObjects::removeNode(const QString& name) {
+    m_toCome.bring(toGbk(name));
+    m_nodes.remove(toGbk(name));
+}
+
+void SpecialObjects::renameNode(const QString& oldName, const QString& name) {
+    m_toCome.bring(toGbk(oldName));
+    m_nodes.rename(toGbk(oldName), toGbk(name));
 }
 
 bool SpecialObjects::tellIfTaken(const QString& name) const {
@@ -149,9 +140,8 @@ bool SpecialObjects::tellIfTaken(const QString& name) const {
 }
 
 void SpecialObjects::select(const QString& name) {
-    const auto found = m_entries.find(name);
-    if (found != m_entries.end()) {
-        m_tree.setCurrentItem(found->second);
+    if (QTreeWidgetItem* entry = m_entries.named(name)) {
+        m_tree.setCurrentItem(entry);
     }
 }
 
@@ -160,7 +150,9 @@ std::optional<osg::Vec3d> SpecialObjects::position(const QTreeWidgetItem& entry)
 }
 
 void SpecialObjects::markCurrent(const QTreeWidgetItem* entry) {
-    m_nodes.highlight(toGbk(nameOf(entry)));
+    const std::string name = toGbk(m_entries.nameOf(entry));
+    m_toCome.bring(name);
+    m_nodes.highlight(name);
 }
 
 bool SpecialObjects::add(const KV_BasicNode& record) {
@@ -177,12 +169,8 @@ bool SpecialObjects::add(const KV_BasicNode& record) {
 }
 
 bool SpecialObjects::remove(const QString& name, int objectType) {
-    const auto found = m_entries.find(name);
-    if (found == m_entries.end() || typeOf(*found->second) != objectType || !isWritable() ||
-        !m_store.remove(shown(*found->second))) {
-        return false;
-    }
-    return true;
+    const QTreeWidgetItem* entry = m_entries.named(name);
+    return entry && typeOf(*entry) == objectType && isWritable() && m_store.remove(shown(*entry));
 }
 
 bool SpecialObjects::update(const KV_BasicNode& record, const std::string& oldName) {
@@ -198,8 +186,8 @@ bool SpecialObjects::update(const KV_BasicNode& record, const std::string& oldNa
     if (!isWritable()) {
         return false;
     }
-    QTreeWidgetItem* entry = entryOf(record.m_type, id);
-    if (!entry || nameOf(entry) != fromGbk(oldName)) {
+    QTreeWidgetItem* entry = m_entries.of(record.m_type, id);
+    if (!entry || m_entries.nameOf(entry) != fromGbk(oldName)) {
         entry ? storeRenamed(record, *entry) : offerAnew(record, id);
         return false;
     }
@@ -229,7 +217,7 @@ std::uint32_t SpecialObjects::idOfEdited(const KV_BasicNode& record, const QStri
 
 void SpecialObjects::storeRenamed(const KV_BasicNode& record, QTreeWidgetItem& entry) {
     const QString name = fromGbk(record.GetName());
-    const QString nameNow = nameOf(&entry);
+    const QString nameNow = m_entries.nameOf(&entry);
     const std::uint32_t id = idOf(entry);
     if (name != nameNow && tellIfTaken(name)) {
         keepForm(record, id);
@@ -240,7 +228,7 @@ void SpecialObjects::storeRenamed(const KV_BasicNode& record, QTreeWidgetItem& e
         keepForm(record, id);
         isDone(failed(stored));
     } else if (*stored) {
-        m_nodes.rename(toGbk(nameNow), record.GetName());
+        renameNode(nameNow, name);
         showStored(record.m_type, id);
     } else {
         m_session.catchUp();
@@ -286,13 +274,11 @@ void SpecialObjects::keepForm(const KV_BasicNode& record, std::uint32_t id) {
 }
 
 void SpecialObjects::takeName(const QString& oldName, const QString& name) {
-    const auto found = m_entries.find(oldName);
-    if (found == m_entries.end()) {
+    QTreeWidgetItem* entry = m_entries.named(oldName);
+    if (!entry) {
         return;
     }
-    QTreeWidgetItem* entry = found->second;
-    m_entries.erase(found);
-    m_entries[name] = entry;
+    m_entries.rename(oldName, name);
     m_known[name] = {typeOf(*entry), idOf(*entry)};
     m_tree.setName(entry, name);
 }
@@ -310,12 +296,12 @@ void SpecialObjects::applyRow(const RowChange& change, int objectType, Showing s
             showRow(record);
         }
         if (showing == Showing::Followed) {
-            m_tree.setCurrentItem(entryOf(objectType, id));
+            m_tree.setCurrentItem(m_entries.of(objectType, id));
         }
-    } else if (QTreeWidgetItem* entry = entryOf(objectType, id)) {
-        const QString name = nameOf(entry);
+    } else if (QTreeWidgetItem* entry = m_entries.of(objectType, id)) {
+        const QString name = m_entries.nameOf(entry);
         if (showing != Showing::Edited) {
-            m_nodes.remove(toGbk(name));
+            removeNode(name);
         }
         if (showing == Showing::InPlace && m_tree.currentItem() == entry) {
             m_tree.setCurrentItem(
@@ -326,8 +312,8 @@ void SpecialObjects::applyRow(const RowChange& change, int objectType, Showing s
 }
 
 void SpecialObjects::list(const KV_BasicNode& record) {
-    if (QTreeWidgetItem* entry = entryOf(record.m_type, record.m_id)) {
-        takeName(nameOf(entry), fromGbk(record.GetName()));
+    if (QTreeWidgetItem* entry = m_entries.of(record.m_type, record.m_id)) {
+        takeName(m_entries.nameOf(entry), fromGbk(record.GetName()));
         m_tree.setVersion(entry, record.m_version);
     } else {
         enter(record);
@@ -336,12 +322,13 @@ void SpecialObjects::list(const KV_BasicNode& record) {
 
 template<typename Record>
 void SpecialObjects::showRow(const Record& record) {
-    if (const QTreeWidgetItem* entry = entryOf(record.m_type, record.m_id)) {
-        const QString oldName = nameOf(entry);
+    if (const QTreeWidgetItem* entry = m_entries.of(record.m_type, record.m_id)) {
+        const QString oldName = m_entries.nameOf(entry);
         list(record);
+        m_toCome.bring(toGbk(oldName));
         m_nodes.replace(toGbk(oldName), record);
     } else {
-        m_nodes.remove(record.GetName()); // a deleted point's entry stays in the scene's map
+        removeNode(fromGbk(record.GetName())); // a deleted point's entry stays in the scene's map
         list(record);
         m_nodes.add(record);
     }
@@ -360,11 +347,11 @@ void SpecialObjects::applyRows(const RowChanges& changes, Showing showing) {
 }
 
 void SpecialObjects::takeChange(QTreeWidgetItem* entry) {
-    const QString name = nameOf(entry);
+    const QString name = m_entries.nameOf(entry);
     if (entry->text(StationTree::NameColumn) != name) {
         rename(entry, name);
     } else {
-        m_nodes.setVisible(toGbk(name), entry->checkState(StationTree::NameColumn) == Qt::Checked);
+        m_toCome.setVisible(toGbk(name), entry->checkState(StationTree::NameColumn) == Qt::Checked);
     }
 }
 
@@ -378,7 +365,7 @@ void SpecialObjects::rename(QTreeWidgetItem* entry, const QString& oldName) {
         return;
     }
     takeName(oldName, name);
-    m_nodes.rename(toGbk(oldName), toGbk(name));
+    renameNode(oldName, name);
 }
 
 Status SpecialObjects::storeName(const QTreeWidgetItem& entry, const QString& name) const {
@@ -406,12 +393,12 @@ bool SpecialObjects::isDone(const Status& outcome) const {
 }
 
 void SpecialObjects::askToDelete(QTreeWidgetItem* entry) {
-    const QString name = nameOf(entry);
+    const QString name = m_entries.nameOf(entry);
     if (name.isEmpty() || !m_session.ask(tr("是否删除“%1”？").arg(name))) {
         return;
     }
     if (isDone(m_store.remove(shown(*entry)))) {
-        m_nodes.remove(toGbk(name));
+        removeNode(name);
     }
 }
 

@@ -1,6 +1,8 @@
 #pragma once
 
+#include "workbench/inspection/tree/SpecialObjectEntries.h"
 #include "workbench/inspection/tree/SpecialObjectStore.h"
+#include "workbench/inspection/tree/SpecialObjectsToCome.h"
 #include "workbench/inspectiondata/history/ProjectHistory.h"
 
 #include <QObject>
@@ -32,7 +34,7 @@ public:
     void reload();
     void clear();
 
-    bool contains(const QString& name) const { return m_entries.count(name) != 0; }
+    bool contains(const QString& name) const { return m_entries.contains(name); }
     /// Whether an object has that name. A form that asks says nothing when it is so: then the user is told, beside the
     /// field with the name and in the status bar.
     bool tellIfTaken(const QString& name) const;
@@ -73,7 +75,9 @@ private:
     template<typename Record>
     void reloadAll(const std::vector<Record>& records, int objectType);
     void enter(const KV_BasicNode& record);
-    QTreeWidgetItem* entryOf(int objectType, std::uint32_t id) const;
+    // On the globe, by the stored name.
+    void removeNode(const QString& name);
+    void renameNode(const QString& oldName, const QString& name);
     StoredObject shown(const QTreeWidgetItem& entry) const;
     template<typename Record>
     void applyRow(const RowChange& change, int objectType, Showing showing);
@@ -100,13 +104,13 @@ private:
     bool isWritable() const;
     /// False for a failure, of which the user is told, unless it is what he wanted.
     bool isDone(const Status& outcome) const;
-    QString nameOf(const QTreeWidgetItem* entry) const;
 
     Session& m_session;
     StationTree& m_tree;
     SpecialObjectNodes& m_nodes;
     SpecialObjectStore m_store;
-    std::map<QString, QTreeWidgetItem*> m_entries; ///< by the name that is stored
+    SpecialObjectsToCome m_toCome;
+    SpecialObjectEntries m_entries;
     /// Type and id of the last object of each name, also of those that are gone.
     std::map<QString, std::pair<int, std::uint32_t>> m_known;
 };

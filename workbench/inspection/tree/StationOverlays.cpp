@@ -10,7 +10,7 @@ namespace inspection {
 
 namespace {
 
-constexpr std::size_t kMostAtOnce = 2000;    ///< anomalies
+constexpr std::size_t kMostAtOnce = 300;     ///< anomalies
 constexpr std::size_t kStationsOfARead = 16; ///< whose anomalies are read by one statement
 constexpr qint64 kMostMilliseconds = 20;     ///< until the window can answer again
 

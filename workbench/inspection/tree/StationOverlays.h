@@ -19,7 +19,7 @@ class AnomalyOverlays;
 class Session;
 class StationRecords;
 
-/// Brings the anomalies of the checked stations onto the globe: at once as long as these are some thousands; the
+/// Brings the anomalies of the checked stations onto the globe: at once as long as these are some hundred; the
 /// others follow little by little, so that the window answers meanwhile. GUI thread.
 class StationOverlays : public QObject {
     Q_OBJECT

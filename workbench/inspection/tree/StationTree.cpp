@@ -10,8 +10,6 @@
 #include <QSet>
 #include <QStyledItemDelegate>
 
-#include <algorithm>
-
 namespace inspection {
 
 namespace {
@@ -25,6 +23,25 @@ public:
         QWidget* editor = QStyledItemDelegate::createEditor(parent, option, index);
         emit m_tree.editorOpened(editor);
         return editor;
+    }
+
+private:
+    StationTree& m_tree;
+};
+
+/// Its box sets those of its entries together; an item of the library would set one after the other.
+class Group : public QTreeWidgetItem {
+public:
+    explicit Group(StationTree& tree) : QTreeWidgetItem(&tree, StationTree::Root), m_tree(tree) {}
+
+    void setData(int column, int role, const QVariant& value) override {
+        const bool isBox = column == StationTree::NameColumn && role == Qt::CheckStateRole;
+        const auto state = isBox ? static_cast<Qt::CheckState>(value.toInt()) : Qt::PartiallyChecked;
+        if (childCount() > 0 && state != Qt::PartiallyChecked) {
+            m_tree.checkAllOf(*this, state);
+        } else {
+            QTreeWidgetItem::setData(column, role, value);
+        }
     }
 
 private:
@@ -62,7 +79,7 @@ void StationTree::makeGroups() {
 }
 
 QTreeWidgetItem* StationTree::addGroup(const QString& title, bool expanded) {
-    auto* group = new QTreeWidgetItem(this, Root);
+    auto* group = new Group(*this);
     group->setText(NameColumn, title);
     group->setTextAlignment(CountColumn, Qt::AlignRight | Qt::AlignVCenter);
     group->setFlags(Qt::ItemIsEnabled | Qt::ItemIsUserCheckable | Qt::ItemIsAutoTristate |
@@ -185,17 +202,19 @@ StationChoice StationTree::choice() const {
 void StationTree::setChoice(const StationChoice& choice) {
     const QSet<QString> names(choice.checked.begin(), choice.checked.end());
     const QSet<QString> selectedNames(choice.selected.begin(), choice.selected.end());
+    Entries checked;
     std::vector<std::uint32_t> selected;
     for (int i = 0; i < m_stations->childCount(); ++i) {
         QTreeWidgetItem* entry = m_stations->child(i);
         const QString name = entry->text(NameColumn);
         if (names.contains(name)) {
-            entry->setCheckState(NameColumn, Qt::Checked);
+            checked.push_back(entry);
         }
         if (selectedNames.contains(name)) {
             selected.push_back(entry->data(NameColumn, kIdRole).toUInt());
         }
     }
+    setChecks(*m_stations, checked, Qt::Checked);
     if (choice.isWholeLine) {
         setCurrentItem(m_stations);
     } else {
@@ -213,55 +232,62 @@ void StationTree::setVersion(QTreeWidgetItem* item, qint64 version) {
     item->setData(NameColumn, kVersionRole, version);
 }
 
-void StationTree::setCount(QTreeWidgetItem* item, const QString& text) {
-    const QSignalBlocker quiet(this);
-    item->setText(CountColumn, text);
+// The view hears of all at once: it looks at its columns' widths for each single one.
+void StationTree::setCounts(const std::map<std::uint32_t, QString>& texts) {
+    {
+        const QSignalBlocker quiet(this);
+        const QSignalBlocker quietModel(model());
+        for (const auto& [id, text] : texts) {
+            if (QTreeWidgetItem* entry = station(id)) {
+                entry->setText(CountColumn, text);
+            }
+        }
+        m_stations->setText(CountColumn, countOfAll());
+    }
+    const QModelIndex group = indexFromItem(m_stations, CountColumn);
+    emit model() -> dataChanged(group, group);
+    if (const int count = m_stations->childCount(); count > 0) {
+        emit model() -> dataChanged(model()->index(0, CountColumn, indexFromItem(m_stations)),
+                                    model()->index(count - 1, CountColumn, indexFromItem(m_stations)));
+    }
 }
 
-void StationTree::updateGroupCounts() {
+QString StationTree::countOfAll() const {
     int anomalies = 0;
-    bool computed = false;
+    bool isComputed = false;
     for (int i = 0; i < m_stations->childCount(); ++i) {
         bool isNumber = false;
         anomalies += m_stations->child(i)->text(CountColumn).toInt(&isNumber);
-        computed = computed || isNumber;
+        isComputed = isComputed || isNumber;
     }
-    setCount(m_stations, computed ? QString::number(anomalies) : QString());
+    return isComputed ? QString::number(anomalies) : QString();
 }
 
-void StationTree::checkAll() {
-    checkStations(Qt::Checked);
-}
-
-void StationTree::checkNone() {
-    checkStations(Qt::Unchecked);
-}
-
-void StationTree::checkStations(Qt::CheckState state) {
-    m_extending = true;
-    for (int i = 0; i < m_stations->childCount(); ++i) {
-        m_stations->child(i)->setCheckState(NameColumn, state);
+void StationTree::showOnly(const std::function<bool(const QTreeWidgetItem& entry)>& isWanted) {
+    for (const QTreeWidgetItem* group : {m_stations, m_points, m_areas, m_polygons}) {
+        const QModelIndex place = indexFromItem(group);
+        for (int row = 0; row < group->childCount(); ++row) {
+            const bool isHidden = !isWanted(*group->child(row));
+            if (isHidden != isRowHidden(row, place)) {
+                setRowHidden(row, place, isHidden);
+            }
+        }
     }
-    m_extending = false;
-    m_lastChecked = nullptr;
 }
 
-void StationTree::extendCheck(QTreeWidgetItem* item, int column) {
-    if (m_extending || column != NameColumn || item->type() == Root) {
+void StationTree::goToListed() {
+    const QTreeWidgetItem* current = currentItem();
+    if (current && current->type() != Root && !current->isHidden()) {
         return;
     }
-    QTreeWidgetItem* from = m_lastChecked;
-    m_lastChecked = item;
-    if (!m_shiftHeld || !from || from->parent() != item->parent()) {
-        return;
+    for (QTreeWidgetItem* group : {m_stations, m_points, m_areas, m_polygons}) {
+        for (int row = 0; row < group->childCount(); ++row) {
+            if (!group->child(row)->isHidden()) {
+                setCurrentItem(group->child(row));
+                return;
+            }
+        }
     }
-    m_extending = true;
-    QTreeWidgetItem* group = item->parent();
-    const auto [first, last] = std::minmax({group->indexOfChild(from), group->indexOfChild(item)});
-    for (int i = first; i <= last; ++i) {
-        group->child(i)->setCheckState(NameColumn, item->checkState(NameColumn));
-    }
-    m_extending = false;
 }
 
 void StationTree::mouseReleaseEvent(QMouseEvent* event) {

@@ -5,6 +5,8 @@
 #include <QTreeWidget>
 
 #include <cstdint>
+#include <functional>
+#include <map>
 #include <vector>
 
 namespace inspection {
@@ -17,7 +19,7 @@ struct StationChoice {
 };
 
 /// The tree of stations and special objects with its check boxes: a click on a box with Shift sets all boxes
-/// from the last one set up to it; several stations are selected as in any list, or by their group; special objects are renamed with F2 and deleted with Delete; the context
+/// from the last one set up to it, of entries that are listed; several stations are selected as in any list, or by their group; special objects are renamed with F2 and deleted with Delete; the context
 /// menu checks all, none, renames, deletes, or flies there. GUI thread.
 class StationTree : public QTreeWidget {
     Q_OBJECT
@@ -52,21 +54,31 @@ public:
     StationChoice choice() const;
     /// Names that there are no more are passed over.
     void setChoice(const StationChoice& choice);
+    /// Ticks stations; ids that there are not are passed over.
+    void check(const std::vector<std::uint32_t>& ids);
+    /// Sets the boxes of all entries of a group, listed or not.
+    void checkAllOf(QTreeWidgetItem& group, Qt::CheckState state);
     /// Shows a name without announcing it as a change.
     void setName(QTreeWidgetItem* item, const QString& name);
     /// Notes which version of an object's row the entry shows.
     void setVersion(QTreeWidgetItem* item, qint64 version);
-    /// What stands in the column of counts.
-    void setCount(QTreeWidgetItem* item, const QString& text);
-    /// Brings the groups' captions in line with their children.
-    void updateGroupCounts();
+    /// What stands in the column of counts, of these stations; the group's figure follows.
+    void setCounts(const std::map<std::uint32_t, QString>& texts);
+
+    /// Lists only the stations and special objects that `isWanted`; groups stay. What is hidden keeps its tick.
+    void showOnly(const std::function<bool(const QTreeWidgetItem& entry)>& isWanted);
+    /// Goes to the first station or object that is listed, unless the current entry is listed itself.
+    void goToListed();
 
 public slots:
-    /// Stations only.
+    /// Stations only, those that are listed.
     void checkAll();
     void checkNone();
 
 signals:
+    /// The boxes of these entries, of one group, have been set together: no itemChanged tells of them. Of a box that is set
+    /// alone itemChanged does.
+    void checkedTogether(const std::vector<QTreeWidgetItem*>& entries);
     /// The user has begun to write a name there.
     void editorOpened(QWidget* editor);
     void flyRequested(QTreeWidgetItem* item);
@@ -84,8 +96,14 @@ private slots:
     void extendCheck(QTreeWidgetItem* item, int column);
 
 private:
+    using Entries = std::vector<QTreeWidgetItem*>;
+
     QTreeWidgetItem* addGroup(const QString& title, bool expanded);
     void checkStations(Qt::CheckState state);
+    void checkListed(QTreeWidgetItem& group, int first, int last, Qt::CheckState state);
+    /// `entries` are of the group, in its order.
+    void setChecks(const QTreeWidgetItem& group, const Entries& entries, Qt::CheckState state);
+    QString countOfAll() const;
 
     QTreeWidgetItem* m_stations = nullptr;
     QHash<std::uint32_t, QTreeWidgetItem*> m_stationById;
@@ -94,7 +112,6 @@ private:
     QTreeWidgetItem* m_polygons = nullptr;
     QTreeWidgetItem* m_lastChecked = nullptr;
     bool m_shiftHeld = false;
-    bool m_extending = false;
 };
 
 } // namespace inspection

@@ -10,16 +10,20 @@
 #include "workbench/inspection/tree/SpecialObjects.h"
 #include "workbench/inspection/tree/StationOverlays.h"
 #include "workbench/inspection/tree/StationRecords.h"
+#include "workbench/inspection/tree/StationSearch.h"
 #include "workbench/inspection/tree/StationTree.h"
 #include "workbench/inspectiondata/database/AnomalyChanges.h"
 #include "workbench/inspectiondata/database/AnomalyTable.h"
 #include "workbench/inspectiondata/database/StationTable.h"
+#include "workbench/style/SearchField.h"
 
 #include <QHBoxLayout>
+#include <QShortcut>
 #include <QToolButton>
 #include <QVBoxLayout>
 
 #include <algorithm>
+#include <map>
 #include <set>
 
 namespace inspection {
@@ -48,16 +52,30 @@ StationTreeWindow::StationTreeWindow(Session& session, AnomalyOverlays& overlays
     : StationWindow(parent), m_session(session), m_globe(overlays),
       m_records(std::make_unique<StationRecords>(session)),
       m_overlays(std::make_unique<StationOverlays>(session, *m_records, overlays)), m_tree(new StationTree),
-      m_objects(new SpecialObjects(session, *m_tree, objectNodes, this)) {
+      m_search(new SearchField), m_objects(new SpecialObjects(session, *m_tree, objectNodes, this)) {
     build();
     connect(m_tree, SIGNAL(itemChanged(QTreeWidgetItem*, int)), this,
             SLOT(ChangeStationStates(QTreeWidgetItem*, int)));
+    connect(m_tree, &StationTree::checkedTogether, this,
+            [this](const std::vector<QTreeWidgetItem*>& entries) {
+                for (QTreeWidgetItem* entry : entries) {
+                    ChangeStationStates(entry, StationTree::NameColumn);
+                }
+            });
     connect(m_tree, SIGNAL(currentItemChanged(QTreeWidgetItem*, QTreeWidgetItem*)), this,
             SLOT(changeCurrent(QTreeWidgetItem*)));
     connect(m_tree, &QTreeWidget::itemSelectionChanged, this, &StationTreeWindow::announceChosen);
     connect(m_tree, SIGNAL(itemDoubleClicked(QTreeWidgetItem*, int)), this,
             SLOT(flyToItem(QTreeWidgetItem*)));
     connect(m_tree, SIGNAL(flyRequested(QTreeWidgetItem*)), this, SLOT(flyToItem(QTreeWidgetItem*)));
+    connect(m_search, &QLineEdit::textChanged, this, &StationTreeWindow::applySearch);
+    connect(m_search, &SearchField::left, m_tree, [this] { m_tree->setFocus(); });
+    connect(m_search, &SearchField::foundWanted, m_tree, [this] {
+        m_tree->setFocus();
+        m_tree->goToListed();
+    });
+    connect(new QShortcut(Qt::CTRL | Qt::SHIFT | Qt::Key_F, this), &QShortcut::activated, m_search,
+            &SearchField::begin);
     connect(m_overlays.get(), &StationOverlays::shown, this, &StationTreeWindow::overlaysShown);
     connect(&session.work(), &StationWork::computed, this, &StationTreeWindow::takeResults);
 }
@@ -66,6 +84,9 @@ StationTreeWindow::~StationTreeWindow() = default;
 
 void StationTreeWindow::build() {
     setFocusProxy(m_tree);
+    m_search->setObjectName("stationSearch");
+    m_search->setPlaceholderText(tr("搜索 Ctrl+Shift+F"));
+    m_search->setToolTip(tr("只列出名称中有这些词的站段和特殊对象；站段也可按里程查找，如 K12 或 K12+300"));
     const auto button = [this](const QString& text, const char* slot) {
         auto* made = new QToolButton;
         made->setText(text);
@@ -77,7 +98,7 @@ void StationTreeWindow::build() {
     row->setSpacing(4);
     row->addWidget(button(tr("全选"), SLOT(checkAll())));
     row->addWidget(button(tr("全不选"), SLOT(checkNone())));
-    row->addStretch(1);
+    row->addWidget(m_search, 1);
 
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(6, 6, 6, 6);
@@ -86,11 +107,24 @@ void StationTreeWindow::build() {
     column->addWidget(m_tree, 1);
 }
 
+void StationTreeWindow::applySearch() {
+    const StationSearch search(m_search->text());
+    m_tree->showOnly([&](const QTreeWidgetItem& entry) {
+        const QString name = entry.text(StationTree::NameColumn);
+        const KV_StationItem* station =
+            entry.type() == StationTree::Station
+                ? m_records->item(entry.data(StationTree::NameColumn, StationTree::kIdRole).toUInt())
+                : nullptr;
+        return station ? search.finds(name, station->m_station) : search.finds(name);
+    });
+}
+
 void StationTreeWindow::load() {
     clear();
     try {
         loadStations();
         m_objects->load();
+        applySearch();
     } catch (const KV_MySQL_Exception& exception) {
         qCWarning(windowLog).noquote() << "The stations cannot be read:" << exception.what();
         m_session.warn(tr("无法读取项目数据库：%1").arg(QString::fromUtf8(exception.what())));
@@ -113,19 +147,19 @@ void StationTreeWindow::loadStations() {
     showCounts();
 }
 
-void StationTreeWindow::showCount(std::uint32_t stationId, std::size_t anomalies) {
-    if (QTreeWidgetItem* entry = m_tree->station(stationId)) {
-        m_tree->setCount(entry, m_records->isComputed(stationId) ? QString::number(anomalies) : tr("未计算"));
-    }
+QString StationTreeWindow::countText(std::uint32_t stationId, std::size_t anomalies) const {
+    return m_records->isComputed(stationId) ? QString::number(anomalies) : tr("未计算");
 }
 
 void StationTreeWindow::showCounts() {
     auto counts = countAnomalies(*m_session.connection(), m_session.project()->description().pair());
     m_records->readResults();
+    std::map<std::uint32_t, QString> texts;
     for (const auto& station : m_records->all()) {
-        showCount(station->GetStationId(), counts[station->GetStationId()]);
+        const std::uint32_t id = station->GetStationId();
+        texts[id] = countText(id, counts[id]);
     }
-    m_tree->updateGroupCounts();
+    m_tree->setCounts(texts);
 }
 
 void StationTreeWindow::ChangeStationStates(QTreeWidgetItem* entry, int column) {
@@ -136,9 +170,12 @@ void StationTreeWindow::ChangeStationStates(QTreeWidgetItem* entry, int column) 
         m_objects->takeChange(entry);
         return;
     }
+    if (entry->type() != StationTree::Station) {
+        return; // a group would ask all its children for its state, at each change of one of them
+    }
     const bool checked = entry->checkState(StationTree::NameColumn) == Qt::Checked;
     const std::uint32_t id = entry->data(StationTree::NameColumn, StationTree::kIdRole).toUInt();
-    if (entry->type() != StationTree::Station || checked == m_overlays->isShown(id)) {
+    if (checked == m_overlays->isShown(id)) {
         return;
     }
     if (checked) {
@@ -211,70 +248,6 @@ void StationTreeWindow::OutPutShap() {
     m_session.work().writeShapes();
 }
 
-void StationTreeWindow::takeResults(const std::vector<std::uint32_t>& stationIds) {
-    m_session.history().reload(); // edits of the earlier anomalies have gone
-    m_records->takeResults(stationIds);
-    const KV_StationItem* rich = nullptr;
-    for (const KV_StationItem* station : m_records->read(stationIds)) {
-        const std::size_t anomalies = station->m_diffData.m_anomalies.size();
-        showCount(station->GetStationId(), anomalies);
-        rich = !rich && anomalies != 0 ? station : rich;
-    }
-    m_tree->updateGroupCounts();
-    refreshOverlays();
-    if (!m_tree->selectedStations().empty()) {
-        announceChosen();
-    } else if (rich) {
-        m_tree->setCurrentItem(m_tree->station(rich->GetStationId()));
-    }
-}
-
-void StationTreeWindow::applyRows(const RowChanges& changes, Showing showing) {
-    m_objects->applyRows(changes, showing);
-    const std::vector<AnomalyChange> anomalies = anomalyChanges(changes, m_session.comparisonId());
-    std::set<std::uint32_t> changed;
-    for (const AnomalyChange& change : anomalies) {
-        changed.insert(change.stationId);
-        if (change.isGone) {
-            m_globe.remove(change.stationId, change.anomaly.name);
-        }
-    }
-    for (const std::uint32_t id : changed) {
-        if (KV_StationItem* station = m_records->item(id)) {
-            applyTo(*station, anomalies);
-        }
-    }
-    if (showing == Showing::Followed && !changed.empty()) {
-        showThose(changed);
-    }
-}
-
-// Where all of them are among the selected stations, these stay.
-void StationTreeWindow::showThose(const std::set<std::uint32_t>& stationIds) {
-    const std::vector<std::uint32_t> shown = m_tree->selectedStations();
-    const std::set<std::uint32_t> selected(shown.begin(), shown.end());
-    if (!std::includes(selected.begin(), selected.end(), stationIds.begin(), stationIds.end())) {
-        m_tree->selectStations({stationIds.begin(), stationIds.end()});
-    }
-}
-
-void StationTreeWindow::applyTo(KV_StationItem& station, const std::vector<AnomalyChange>& changes) {
-    const std::uint32_t id = station.GetStationId();
-    if (m_records->isRead(id)) {
-        applyChanges(changes, id, station.m_diffData.m_anomalies);
-    } else if (m_records->read(id); !m_records->isRead(id)) { // as they are after the changes
-        return;
-    }
-    showCount(id, station.m_diffData.m_anomalies.size());
-    m_tree->updateGroupCounts();
-    const bool hasGrown = std::any_of(changes.begin(), changes.end(), [id](const AnomalyChange& change) {
-        return change.stationId == id && change.isNew && !change.isGone;
-    });
-    if (hasGrown && IsDiffChecked(&station)) {
-        m_overlays->show(id);
-    }
-}
-
 StationChoice StationTreeWindow::choice() const {
     return m_tree->choice();
 }
@@ -286,9 +259,7 @@ void StationTreeWindow::setChoice(const StationChoice& choice) {
 void StationTreeWindow::checkComputed() {
     const std::vector<std::uint32_t> computed = m_records->computed();
     const std::vector<std::uint32_t> first = firstOf(computed);
-    for (const std::uint32_t id : first) {
-        check(id);
-    }
+    m_tree->check(first);
     if (!first.empty() && first.size() == computed.size()) {
         m_tree->setCurrentItem(m_tree->stationRoot());
     } else {
@@ -312,53 +283,6 @@ std::vector<std::uint32_t> StationTreeWindow::firstOf(const std::vector<std::uin
         qCWarning(windowLog).noquote() << "The anomalies cannot be counted:" << exception.what();
     }
     return first;
-}
-
-bool StationTreeWindow::hasOtherStations() const {
-    const auto stored = readStations(*m_session.connection());
-    return !std::equal(stored.begin(), stored.end(), m_records->all().begin(), m_records->all().end(),
-                       [](const KV_Station& station, const auto& item) {
-                           return stationRecord(station) == stationRecord(item->m_station) &&
-                                  station.m_id == item->GetStationId();
-                       });
-}
-
-void StationTreeWindow::reload() {
-    try {
-        if (hasOtherStations()) {
-            const StationChoice kept = choice();
-            load();
-            setChoice(kept);
-            return;
-        }
-        m_objects->reload();
-    } catch (const KV_MySQL_Exception& exception) {
-        qCWarning(windowLog).noquote() << "The special objects cannot be read again:" << exception.what();
-    }
-    reloadAnomalies();
-}
-
-void StationTreeWindow::reloadAnomalies() {
-    m_records->forgetAnomalies();
-    try {
-        showCounts();
-    } catch (const KV_MySQL_Exception& exception) {
-        qCWarning(windowLog).noquote() << "The anomalies cannot be read again:" << exception.what();
-    }
-    refreshOverlays();
-    announceChosen();
-}
-
-void StationTreeWindow::refreshOverlays() {
-    for (const std::uint32_t id : m_tree->checkedStations()) {
-        m_overlays->show(id);
-    }
-}
-
-void StationTreeWindow::recolourOverlays() {
-    if (m_overlays->areOutdated()) {
-        refreshOverlays();
-    }
 }
 
 std::vector<KV_StationItem*> StationTreeWindow::GetSelectedStationItem() {

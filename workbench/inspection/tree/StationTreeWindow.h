@@ -8,6 +8,7 @@
 #include <vector>
 
 class QTreeWidgetItem;
+class SearchField;
 
 namespace inspection {
 
@@ -92,21 +93,24 @@ private slots:
 private:
     void build();
     void loadStations();
+    void applySearch();
     /// Whether somebody has laid out other stations.
     bool hasOtherStations() const;
-    void showCount(std::uint32_t stationId, std::size_t anomalies);
+    QString countText(std::uint32_t stationId, std::size_t anomalies) const;
     void showCounts();
     void refreshOverlays();
     /// The first of them, not many more than have kMostAtFirst anomalies.
     std::vector<std::uint32_t> firstOf(const std::vector<std::uint32_t>& stationIds) const;
     void showThose(const std::set<std::uint32_t>& stationIds);
-    void applyTo(KV_StationItem& station, const std::vector<AnomalyChange>& changes);
+    /// Shows a ticked station anew where the changes have brought anomalies back.
+    void showGrown(const KV_StationItem& station, const std::vector<AnomalyChange>& changes);
 
     Session& m_session;
     AnomalyOverlays& m_globe;
     const std::unique_ptr<StationRecords> m_records;
     const std::unique_ptr<StationOverlays> m_overlays;
     StationTree* m_tree;
+    SearchField* m_search;
     SpecialObjects* m_objects;
 };
 
