@@ -4,41 +4,30 @@
 // Processor time is that of the whole process and hardly depends on what else the machine does. The last rows put
 // ANOMALIES (3000) over the whole corridor and compare a frame with one that has none in it. WAIT is a part of the name
 // of the only rows that are wanted.
-#include "bench/Figures.h"
+#include "bench/AsTheWorkbench.h"
+#include "bench/CorridorInStrips.h"
+#include "bench/FrameTime.h"
 #include "bench/Screen.h"
 
-#include "host/Gbk.h"
 #include "tests/app/SampleProject.h"
 #include "tests/support/OverlaysOnGlobe.h"
 #include "tests/support/Pointer.h"
-#include "tests/support/SamplePair.h"
 #include "workbench/app/MainWindow.h"
-#include "workbench/app/Theme.h"
 #include "workbench/inspection/context/InspectionContext.h"
 #include "workbench/inspection/images/ImageWindow.h"
 #include "workbench/inspection/scene/GlobeNavigation.h"
-#include "workbench/inspectiondata/compute/ComputeAnomalies.h"
-#include "workbench/inspectiondata/database/AnomalyTable.h"
-#include "workbench/inspectiondata/database/PipelineDatabase.h"
-#include "workbench/inspectiondata/database/StationTable.h"
-#include "workbench/viewer/GlobeWidget.h"
 
-#include <osgEarth/SpatialReference>
 #include <osgEarthUtil/EarthManipulator>
-#include <osgViewer/View>
 
 #include <QApplication>
 #include <QComboBox>
-#include <QDir>
 #include <QTableView>
 #include <QTest>
 #include <QToolButton>
 #include <QTreeWidget>
 
-#include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <ctime>
 
 using namespace inspection;
 
@@ -47,7 +36,6 @@ namespace {
 constexpr char kTool[] = "查看\\编辑异常";
 constexpr int kRounds = 5;
 constexpr double kNearMetres = 300.0; ///< from where single anomalies are looked at
-constexpr int kPatienceMilliseconds = 60000;
 
 struct Waits {
     std::vector<double> seconds;
@@ -59,14 +47,6 @@ struct Waits {
                     median(processorSeconds), median(frames), median(seconds) <= aim ? "" : "OVER");
     }
 };
-
-double processorSeconds() {
-    return static_cast<double>(std::clock()) / CLOCKS_PER_SEC;
-}
-
-unsigned frameNumber() {
-    return g_pCXviewer->getViewer()->getFrameStamp()->getFrameNumber();
-}
 
 /// From `event` until `isShown`.
 void measure(Waits& waits, const std::function<void()>& event, const std::function<bool()>& isShown) {
@@ -256,94 +236,6 @@ Waits flyToAnomaly(Bench& bench) {
     return waits;
 }
 
-/// Processor time of a frame in the present view, milliseconds.
-double frameMilliseconds(Bench& bench) {
-    std::vector<double> times;
-    for (int round = 0; round < 3 * kRounds; ++round) {
-        const unsigned before = frameNumber();
-        const double processor = processorSeconds();
-        bench.globe().requestRedraw();
-        if (!QTest::qWaitFor([&] { return frameNumber() >= before + 4; }, kPatienceMilliseconds)) {
-            std::fprintf(stderr, "no frames\n");
-            std::_Exit(1);
-        }
-        times.push_back((processorSeconds() - processor) * 1000.0 / 4.0);
-    }
-    return median(times);
-}
-
-void printFrame(const char* what, double milliseconds, double empty) {
-    const double ratio = milliseconds / empty;
-    std::printf("%-46s %7.1f %7.2f %7.2f   %s\n", what, milliseconds, ratio, 3.0, ratio <= 3.0 ? "" : "OVER");
-}
-
-/// Squares all over the stations, as many in each.
-bool addAnomalies(const QString& folder, int count) {
-    constexpr double kHalf = 4.0; // metres
-    const auto project = Project::open(folder);
-    if (!project) {
-        return false;
-    }
-    const auto database = PipelineDatabase::open(project->description(), Project::Access::Exclusive);
-    if (!database) {
-        return false;
-    }
-    mysqlhelper::KV_MySQL& sql = *(*database)->GetMySQL();
-    const std::vector<KV_Station> stations = readStations(sql);
-    mysqlhelper::KV_MySQL::Transaction transaction(sql);
-    const int each = count / static_cast<int>(stations.size());
-    for (const KV_Station& station : stations) {
-        const auto* srs = osgEarth::SpatialReference::get(station.m_srs);
-        const int columns = static_cast<int>(std::ceil(std::sqrt(each)));
-        std::vector<SdiffData> anomalies;
-        for (int index = 0; index < each; ++index) {
-            SdiffData anomaly;
-            anomaly.name = "M-" + std::to_string(station.m_id) + "-" + std::to_string(1000 + index);
-            anomaly.attribute = index % 3 == 0 ? toGbk(QString::fromUtf8("深挖")) : std::string();
-            anomaly.isFill = index % 2 == 0;
-            anomaly.x =
-                station.m_xMin + (station.m_xMax - station.m_xMin) * (0.5 + index % columns) / columns;
-            anomaly.y =
-                station.m_yMin + (station.m_yMax - station.m_yMin) * (0.5 + index / columns) / columns;
-            anomaly.xMin = anomaly.x - kHalf;
-            anomaly.xMax = anomaly.x + kHalf;
-            anomaly.yMin = anomaly.y - kHalf;
-            anomaly.yMax = anomaly.y + kHalf;
-            osg::Vec3d lonLat;
-            srs->transform(osg::Vec3d(anomaly.x, anomaly.y, 0.0), srs->getGeographicSRS(), lonLat);
-            anomaly.lonDegrees = lonLat.x();
-            anomaly.latDegrees = lonLat.y();
-            anomaly.areaSquareMetres = 4.0 * kHalf * kHalf;
-            anomaly.dzMeanMetres = anomaly.dzMaxMetres = 1.0;
-            anomaly.outlineWkt = QString("POLYGON ((%1 %2, %3 %2, %3 %4, %1 %4, %1 %2))")
-                                     .arg(anomaly.xMin, 0, 'f', 3)
-                                     .arg(anomaly.yMin, 0, 'f', 3)
-                                     .arg(anomaly.xMax, 0, 'f', 3)
-                                     .arg(anomaly.yMax, 0, 'f', 3)
-                                     .toStdString();
-            anomalies.push_back(std::move(anomaly));
-        }
-        insertAnomalies(sql, station.m_id, kSamplePair, anomalies);
-    }
-    transaction.commit();
-    return true;
-}
-
-bool compute(const QString& folder) {
-    const auto project = Project::open(folder);
-    if (!project) {
-        return false;
-    }
-    const auto database = PipelineDatabase::open(project->description(), Project::Access::Exclusive);
-    ComputationRequest request;
-    request.project = project->description();
-    const auto summary = computeAnomalies(request);
-    if (!summary) {
-        std::fprintf(stderr, "%s\n", summary.error().message.toUtf8().constData());
-    }
-    return summary.has_value();
-}
-
 std::unique_ptr<MainWindow> openWindow(const QString& folder) {
     auto window = std::make_unique<MainWindow>();
     window->resize(1600, 1000);
@@ -397,18 +289,18 @@ void measureFrames(const QString& folder, int count) {
     window->goToOverview();
     bench.settle();
     std::printf("\n%-46s %7s %7s %7s\n", "a frame, ms of processor", "median", "ratio", "aim");
-    const double empty = frameMilliseconds(bench);
+    const double empty = frameMilliseconds(bench.globe());
     printFrame("whole corridor, nothing on it", empty, empty);
     bench.tickAll();
     QTest::qWait(1000); // pictures
     bench.settle();
-    printFrame((std::to_string(count) + " anomalies on it").c_str(), frameMilliseconds(bench), empty);
+    printFrame((std::to_string(count) + " anomalies on it").c_str(), frameMilliseconds(bench.globe()), empty);
     QTest::mouseClick(window->findChild<QToolButton*>(QString::fromUtf8(kTool)), Qt::LeftButton);
     bench.settle();
     bench.dragRectangle(bench.globe().rect().adjusted(20, 20, -20, -20));
-    printFrame("most of them selected", frameMilliseconds(bench), empty);
+    printFrame("most of them selected", frameMilliseconds(bench.globe()), empty);
     bench.clickBesides();
-    printFrame("none selected any more", frameMilliseconds(bench), empty);
+    printFrame("none selected any more", frameMilliseconds(bench.globe()), empty);
 }
 
 } // namespace
@@ -416,19 +308,16 @@ void measureFrames(const QString& folder, int count) {
 int main(int argc, char** argv) {
     GlobeWidget::installSurfaceFormat();
     QApplication application(argc, argv);
-    QDir::setCurrent(QCoreApplication::applicationDirPath());
-    applyTheme(application);
-    std::setvbuf(stdout, nullptr, _IOLBF, 0);
+    startAsTheWorkbench(application);
     const SampleProject files(argc > 1 ? std::atoi(argv[1]) : 8192);
     const int count = argc > 2 ? std::atoi(argv[2]) : 3000;
-    if (!compute(files.folder())) {
-        std::fprintf(stderr, "not computed\n");
+    if (!computeStations(files.folder())) {
         return 1;
     }
     const std::string only = argc > 3 ? argv[3] : "";
     measureWaits(files.folder(), only);
     const bool areFramesWanted = std::string("frames").find(only) != std::string::npos;
-    if (areFramesWanted && addAnomalies(files.folder(), count)) {
+    if (areFramesWanted && addAnomalies(files.folder(), count, 8.0)) {
         measureFrames(files.folder(), count);
     }
     return 0;
