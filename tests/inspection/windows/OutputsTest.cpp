@@ -1,12 +1,15 @@
 #include "tests/inspection/windows/WindowFixture.h"
 
+#include "host/inspection/EditHistory.h"
 #include "host/inspection/StationWindow.h"
+#include "tests/support/StatementTrace.h"
 
 #include <QApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileDialog>
 #include <QLineEdit>
+#include <QTest>
 
 namespace {
 
@@ -62,6 +65,33 @@ TEST_F(OutputsTest, WithAnOutputFolderTheShapesAreWrittenWithoutAsking) {
     EXPECT_FALSE(QDir(m_path).entryList({"*.shp"}).isEmpty());
     EXPECT_FALSE(QDir(m_path).entryList({"*.prj"}).isEmpty());
     EXPECT_FALSE(QDir(m_path).entryList({"*.gpkg"}).isEmpty());
+}
+
+TEST_F(OutputsTest, TheWindowItselfReadsNothingOfTheDatabaseForThem) {
+    context().setOutputFolder(m_folder.filePath("results"));
+    const StatementTrace trace;
+    context().GetStationWindow()->OutPutShap();
+    EXPECT_EQ(trace.statements(), QStringList());
+    ASSERT_TRUE(ended());
+    EXPECT_TRUE(m_ok);
+    m_kind.clear();
+    context().GetStationWindow()->OutPutReport();
+    EXPECT_EQ(trace.statements(), QStringList());
+    ASSERT_TRUE(ended());
+    EXPECT_TRUE(m_ok);
+}
+
+TEST_F(OutputsTest, WhileTheyAreWrittenAnomaliesCanBeJudged) {
+    context().setOutputFolder(m_folder.filePath("results"));
+    tree().setCurrentItem(tree().topLevelItem(0));
+    ASSERT_GT(table().model()->rowCount(), 0);
+    table().selectRow(0);
+    context().GetStationWindow()->OutPutReport();
+    ASSERT_TRUE(context().isWorking());
+    QTest::keyClick(&table(), Qt::Key_1);
+    EXPECT_TRUE(context().GetEditHistory()->CanUndo());
+    ASSERT_TRUE(ended());
+    EXPECT_TRUE(m_ok);
 }
 
 TEST_F(OutputsTest, WithoutAnOutputFolderTheUserIsAskedAndHasNoBoxToCloseAfterwards) {

@@ -1,6 +1,7 @@
 #include "workbench/inspection/session/StationWork.h"
 
 #include "workbench/inspection/session/Session.h"
+#include "workbench/inspectiondata/database/PipelineDatabase.h"
 #include "workbench/inspectiondata/output/ShapeOutput.h"
 
 #include <QDir>
@@ -101,11 +102,13 @@ void StationWork::writeReport() {
     if (file.isEmpty()) {
         return;
     }
-    output(tr("输出报告"), "report", file,
-           [globe = m_session.mapPicture()](const InspectionData& data, const QString& path,
-                                            const OutputProgress& progress) {
-               return inspection::writeReport({data, globe}, path, progress);
-           });
+    output(
+        tr("输出报告"), "report", file,
+        [globe = m_session.mapPicture()](const ProjectDescription& project, mysqlhelper::KV_MySQL& database,
+                                         const QString& path, const OutputProgress& progress) {
+            auto data = readInspectionData(project, database);
+            return data ? inspection::writeReport({*std::move(data), globe}, path, progress) : failed(data);
+        });
 }
 
 void StationWork::writeShapes() {
@@ -116,24 +119,26 @@ void StationWork::writeShapes() {
     if (folder.isEmpty()) {
         return;
     }
-    output(tr("输出shape"), "shape", folder, inspection::writeShapes);
+    output(tr("输出shape"), "shape", folder,
+           [](const ProjectDescription& project, mysqlhelper::KV_MySQL& database, const QString& path,
+              const OutputProgress& progress) -> Status {
+               const auto written = writeStoredShapes(project, database, {}, path, progress);
+               return written ? Status() : failed(written);
+           });
 }
 
-void StationWork::output(const QString& title, const QString& kind, const QString& path, Write write) {
-    const auto read = readInspectionData(m_session.project()->description(), *m_session.connection());
-    if (!read) {
-        finishOutput(kind, path, failed(read));
-        return;
-    }
-    const auto& data = *read;
-    m_session.jobs().start(
-        title, [this, kind, path, data, write = std::move(write)](const JobRunner::Progress& progress) {
-            // Where it cannot be made, the writer names the file that cannot be opened.
-            QDir().mkpath(QFileInfo(path).absolutePath());
-            const Status written =
-                write(data, path, [&](double fraction) { return progress(fraction, QString()); });
-            return [this, kind, path, written] { finishOutput(kind, path, written); };
-        });
+void StationWork::output(const QString& title, const QString& kind, const QString& path, const Write& write) {
+    const auto work = [project = m_session.project()->description(), path,
+                       write](const OutputProgress& progress) -> Status {
+        // Where it cannot be made, the writer names the file that cannot be opened.
+        QDir().mkpath(QFileInfo(path).absolutePath());
+        const auto database = PipelineDatabase::open(project, Project::Access::ReadOnly);
+        return database ? write(project, *(*database)->GetMySQL(), path, progress) : failed(database);
+    };
+    m_session.jobs().start(title, [this, kind, path, work](const JobRunner::Progress& progress) {
+        const Status written = work([&](double fraction) { return progress(fraction, QString()); });
+        return [this, kind, path, written] { finishOutput(kind, path, written); };
+    });
 }
 
 void StationWork::finishOutput(const QString& kind, const QString& path, const Status& written) {

@@ -38,11 +38,13 @@ signals:
     void outputFinished(const QString& kind, bool ok, const QString& path);
 
 private:
-    using Write = std::function<Status(const InspectionData&, const QString& path, const OutputProgress&)>;
+    using Write = std::function<Status(const ProjectDescription&, mysqlhelper::KV_MySQL&, const QString& path,
+                                       const OutputProgress&)>;
 
     bool isReady();
     void finishComputation(const Result<ComputationSummary>& result);
-    void output(const QString& title, const QString& kind, const QString& path, Write write);
+    /// `write` reads by a connection of its own, so that the window waits for nothing.
+    void output(const QString& title, const QString& kind, const QString& path, const Write& write);
     void finishOutput(const QString& kind, const QString& path, const Status& written);
 
     Session& m_session;

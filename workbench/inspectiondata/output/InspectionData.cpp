@@ -128,6 +128,7 @@ ProjectObjects readProjectObjects(const ProjectDescription& project, mysqlhelper
 Result<InspectionData> readInspectionData(const ProjectDescription& project, mysqlhelper::KV_MySQL& database,
                                           const std::vector<std::uint32_t>& stationIds) {
     try {
+        const Snapshot snapshot(database);
         InspectionData data;
         static_cast<ProjectObjects&>(data) = readProjectObjects(project, database);
         const EpochPair pair = project.pair();
