@@ -205,6 +205,29 @@ TEST_F(ManyRowsTest, RowsAllOverTheTableAreJudgedAndDeletedAndComeBackTogether) 
         << "views and filters look at all rows for each single change";
 }
 
+TEST_F(ManyRowsTest, RowsThatStayAreFoundByTheirNamesWhenManyHaveGone) {
+    openMany(10, 120);
+    showWholeLine();
+    const QStringList gone = everyThird();
+    const QPersistentModelIndex held = table().model()->index(rows() - 2, 0);
+    const QString last = table().model()->index(rows() - 1, 0).data().toString();
+    const QString next = held.data().toString();
+    const MessageWatch messages;
+    select(gone);
+    QTest::keyClick(&table(), Qt::Key_Delete);
+    ASSERT_EQ(rows(), 800);
+    EXPECT_EQ(held.data().toString(), next);
+    select({last});
+    EXPECT_TRUE(waitUntil([&] { return current() == last; }));
+
+    auto& shown = *m_window->findChild<QComboBox*>("attributeFilter");
+    shown.setCurrentIndex(shown.count() - 1); // deleted
+    ASSERT_EQ(rows(), gone.size());
+    for (int row = 0; row < rows(); ++row) {
+        EXPECT_TRUE(gone.contains(table().model()->index(row, 0).data().toString()));
+    }
+}
+
 TEST_F(ManyRowsTest, AFilterTakesRowsAllOverTheTableAwayTogether) {
     openMany(10, 120);
     showWholeLine();

@@ -17,6 +17,7 @@ namespace inspection {
 namespace {
 /// More rows than that are told of together: a view and a filter take as long for each single one as for all.
 constexpr std::size_t kMostAlone = 20;
+constexpr int kGone = -1; ///< the place of a row that is there no more
 } // namespace
 
 /// Rows change their places, or go, for as long as it lives.
@@ -68,53 +69,21 @@ int AnomalyTableModel::rowOf(const std::string& name) const {
     return found == m_rows.end() ? -1 : found->second;
 }
 
-void AnomalyTableModel::replace(const std::vector<SdiffData>& changed) {
-    std::optional<LayoutChange> together;
-    if (changed.size() > kMostAlone) {
-        together.emplace(*this);
-    }
-    for (const SdiffData& each : changed) {
-        const int row = rowOf(each.name);
-        if (row < 0) {
-            continue;
-        }
-        m_anomalies[static_cast<std::size_t>(row)].setAnomaly(each);
-        if (!together) {
-            emit dataChanged(index(row, 0), index(row, AnomalyColumn::Count - 1));
-        }
-    }
-}
-
-void AnomalyTableModel::add(const std::vector<AnomalyRow>& rows) {
-    std::vector<AnomalyRow> added;
-    std::copy_if(rows.begin(), rows.end(), std::back_inserter(added),
-                 [this](const AnomalyRow& row) { return rowOf(row.anomaly().name) < 0; });
-    if (added.empty()) {
+void AnomalyTableModel::apply(const std::set<std::string>& gone, const std::vector<AnomalyRow>& added,
+                              const std::vector<SdiffData>& changed) {
+    if (gone.size() + added.size() + changed.size() > kMostAlone) {
+        applyTogether(gone, added, changed);
         return;
     }
-    const bool isAlone = added.size() <= kMostAlone;
-    std::optional<LayoutChange> together;
-    if (isAlone) {
-        beginInsertRows({}, rowCount(), rowCount() + static_cast<int>(added.size()) - 1);
-    } else {
-        together.emplace(*this);
-    }
-    m_anomalies.insert(m_anomalies.end(), added.begin(), added.end());
-    indexRows();
-    if (isAlone) {
-        endInsertRows();
-    }
+    remove(gone);
+    add(added);
+    replace(changed);
 }
 
 void AnomalyTableModel::remove(const std::set<std::string>& names) {
-    if (names.size() <= kMostAlone) {
-        removeRuns(names);
-    } else {
-        removeTogether(names);
+    if (names.empty()) {
+        return;
     }
-}
-
-void AnomalyTableModel::removeRuns(const std::set<std::string>& names) {
     const auto goes = [&](int row) { return names.count(anomaly(row).name) != 0; };
     for (int last = rowCount() - 1; last >= 0; --last) {
         if (!goes(last)) {
@@ -132,26 +101,63 @@ void AnomalyTableModel::removeRuns(const std::set<std::string>& names) {
     indexRows();
 }
 
-void AnomalyTableModel::removeTogether(const std::set<std::string>& names) {
-    const LayoutChange change(*this);
-    constexpr int kGone = -1;
-    std::vector<int> places; // of each row from now on
-    std::vector<AnomalyRow> kept;
-    kept.reserve(m_anomalies.size());
-    for (AnomalyRow& row : m_anomalies) {
-        const bool goes = names.count(row.anomaly().name) != 0;
-        places.push_back(goes ? kGone : static_cast<int>(kept.size()));
-        if (!goes) {
-            kept.push_back(std::move(row));
+void AnomalyTableModel::add(const std::vector<AnomalyRow>& rows) {
+    for (const AnomalyRow& row : rows) {
+        if (rowOf(row.anomaly().name) < 0) {
+            beginInsertRows({}, rowCount(), rowCount());
+            m_rows.emplace(row.anomaly().name, rowCount());
+            m_anomalies.push_back(row);
+            endInsertRows();
         }
     }
-    m_anomalies = std::move(kept);
-    indexRows();
+}
+
+void AnomalyTableModel::replace(const std::vector<SdiffData>& changed) {
+    for (const SdiffData& each : changed) {
+        if (const int row = rowOf(each.name); row >= 0) {
+            m_anomalies[static_cast<std::size_t>(row)].setAnomaly(each);
+            emit dataChanged(index(row, 0), index(row, AnomalyColumn::Count - 1));
+        }
+    }
+}
+
+void AnomalyTableModel::applyTogether(const std::set<std::string>& gone, const std::vector<AnomalyRow>& added,
+                                      const std::vector<SdiffData>& changed) {
+    const LayoutChange change(*this);
+    const std::vector<int> places = takeAway(gone);
+    std::copy_if(added.begin(), added.end(), std::back_inserter(m_anomalies), [&](const AnomalyRow& row) {
+        return rowOf(row.anomaly().name) < 0 || gone.count(row.anomaly().name) != 0;
+    });
+    if (!gone.empty() || !added.empty()) {
+        indexRows();
+    }
+    for (const SdiffData& each : changed) {
+        if (const int row = rowOf(each.name); row >= 0) {
+            m_anomalies[static_cast<std::size_t>(row)].setAnomaly(each);
+        }
+    }
     const QModelIndexList held = persistentIndexList();
     for (const QModelIndex& each : held) {
         const int place = places[static_cast<std::size_t>(each.row())];
         changePersistentIndex(each, place == kGone ? QModelIndex() : index(place, each.column()));
     }
+}
+
+// Where each row is from now on, or kGone.
+std::vector<int> AnomalyTableModel::takeAway(const std::set<std::string>& names) {
+    std::vector<int> places(m_anomalies.size(), kGone);
+    std::size_t kept = 0;
+    for (std::size_t row = 0; row < m_anomalies.size(); ++row) {
+        if (names.count(m_anomalies[row].anomaly().name) != 0) {
+            continue;
+        }
+        if (kept != row) {
+            m_anomalies[kept] = std::move(m_anomalies[row]);
+        }
+        places[row] = static_cast<int>(kept++);
+    }
+    m_anomalies.erase(m_anomalies.begin() + static_cast<std::ptrdiff_t>(kept), m_anomalies.end());
+    return places;
 }
 
 int AnomalyTableModel::rowCount(const QModelIndex& parent) const {

@@ -30,12 +30,10 @@ public:
     const SdiffData& anomaly(int row) const { return this->row(row).anomaly(); }
     /// Row of the anomaly of that name (GBK), -1 when there is none.
     int rowOf(const std::string& name) const;
-    /// Shows `changed` in the rows of the same names; unknown names are ignored.
-    void replace(const std::vector<SdiffData>& changed);
-    /// Adds rows behind the others; those whose names are there already are left out.
-    void add(const std::vector<AnomalyRow>& rows);
-    /// Removes the rows of these names (GBK).
-    void remove(const std::set<std::string>& names);
+    /// Removes the rows of the names that have gone (GBK), adds rows behind the others, save those whose names are there
+    /// already, and shows `changed` in the rows of the same names; unknown names are ignored.
+    void apply(const std::set<std::string>& gone, const std::vector<AnomalyRow>& added,
+               const std::vector<SdiffData>& changed);
 
     int rowCount(const QModelIndex& parent = {}) const override;
     int columnCount(const QModelIndex& parent = {}) const override;
@@ -47,8 +45,12 @@ private:
     class LayoutChange;
 
     void indexRows();
-    void removeRuns(const std::set<std::string>& names);
-    void removeTogether(const std::set<std::string>& names);
+    void remove(const std::set<std::string>& names);
+    void add(const std::vector<AnomalyRow>& rows);
+    void replace(const std::vector<SdiffData>& changed);
+    void applyTogether(const std::set<std::string>& gone, const std::vector<AnomalyRow>& added,
+                       const std::vector<SdiffData>& changed);
+    std::vector<int> takeAway(const std::set<std::string>& names);
     QString fullText(int row, int column) const;
 
     std::vector<AnomalyRow> m_anomalies;

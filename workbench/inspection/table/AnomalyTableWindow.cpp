@@ -387,11 +387,8 @@ bool AnomalyTableWindow::applyToTable(const std::vector<AnomalyChange>& changes)
         changeRows([this] { fill(); });
         return true;
     }
-    changeRows([&] {
-        m_model->remove(namesOfGone(changes));
-        m_model->add(m_stations->deletedRows(changes));
-        m_model->replace(presentOf(changes));
-    });
+    changeRows(
+        [&] { m_model->apply(namesOfGone(changes), m_stations->deletedRows(changes), presentOf(changes)); });
     return false;
 }
 
