@@ -273,14 +273,14 @@ std::int64_t Session::comparisonId() {
 }
 
 Status Session::setComparedPair(const EpochPair& pair) {
-    if (auto ready = readyToChange(); !ready) {
-        return ready;
+    const auto project = projectToChange();
+    if (!project) {
+        return failed(project);
     }
-    // NOLINTNEXTLINE(bugprone-unchecked-optional-access): what is ready has a project
-    if (pair == m_project->description().pair()) {
+    if (pair == (*project)->description().pair()) {
         return {};
     }
-    if (auto done = m_project->setComparedPair(pair); !done) {
+    if (auto done = (*project)->setComparedPair(pair); !done) {
         return failed(done);
     }
     m_comparisonId = kNoComparison;
@@ -288,7 +288,7 @@ Status Session::setComparedPair(const EpochPair& pair) {
     return {};
 }
 
-Status Session::readyToChange() const {
+Result<Project*> Session::projectToChange() {
     if (!m_project) {
         return Unexpected(Failure{QStringLiteral("no project is open"), tr("没有打开的项目")});
     }
@@ -296,40 +296,41 @@ Status Session::readyToChange() const {
         return Unexpected(Failure{QStringLiteral("other work is going on"),
                                   tr("“%1”正在进行，请等待完成或先取消").arg(m_jobs.title())});
     }
-    return {};
+    return &*m_project;
 }
 
 Status Session::addEpoch(MadeEpoch& epoch) {
-    if (auto ready = readyToChange(); !ready) {
-        return ready;
+    const auto project = projectToChange();
+    if (!project) {
+        return failed(project);
     }
-    const EpochPair before = m_project->description().pair();
-    if (auto done = epoch.addTo(*m_project); !done) {
+    const EpochPair before = (*project)->description().pair();
+    if (auto done = epoch.addTo(**project); !done) {
         return done;
     }
-    tellOfOtherEpochs(before);
-    emit noticed(
-        tr("已添加期次 %1，对比期次 %2")
-            .arg(m_project->description().keyOf(epoch.epoch()), pairTitle(m_project->description().pair())));
+    const ProjectDescription& now = (*project)->description();
+    tellOfOtherEpochs(before, now.pair());
+    emit noticed(tr("已添加期次 %1，对比期次 %2").arg(now.keyOf(epoch.epoch()), pairTitle(now.pair())));
     return {};
 }
 
 Status Session::removeEpoch(const QString& key, Verdicts verdicts) {
-    if (auto ready = readyToChange(); !ready) {
-        return ready;
+    const auto project = projectToChange();
+    if (!project) {
+        return failed(project);
     }
-    const EpochPair before = m_project->description().pair();
-    if (auto done = inspection::removeEpoch(*m_project, *connection(), key, verdicts); !done) {
+    const EpochPair before = (*project)->description().pair();
+    if (auto done = inspection::removeEpoch(**project, *connection(), key, verdicts); !done) {
         return done;
     }
     m_history.reload(); // edits of anomalies that are no longer
-    tellOfOtherEpochs(before);
+    tellOfOtherEpochs(before, (*project)->description().pair());
     return {};
 }
 
-void Session::tellOfOtherEpochs(const EpochPair& before) {
+void Session::tellOfOtherEpochs(const EpochPair& before, const EpochPair& now) {
     emit epochsChanged();
-    if (m_project->description().pair() != before) {
+    if (now != before) {
         m_comparisonId = kNoComparison;
         emit comparedPairChanged();
     }

@@ -130,9 +130,9 @@ private:
     static Result<Opened> openAsFarAsPossible(const QString& folder);
     bool isOpen(const QString& folder) const;
     Status take(Opened opened);
-    /// Why nothing can be stored in the project now.
-    Status readyToChange() const;
-    void tellOfOtherEpochs(const EpochPair& before);
+    /// The open project, or why nothing can be stored in it now.
+    Result<Project*> projectToChange();
+    void tellOfOtherEpochs(const EpochPair& before, const EpochPair& now);
     void forget();
     void watchOthers();
     void setPatience(bool isServerLost);
