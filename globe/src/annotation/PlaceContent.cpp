@@ -1,6 +1,7 @@
 #include "PlaceContent.h"
 #include "Fonts.h"
 #include "HaloedText.h"
+#include "SharedState.h"
 
 #include <osg/Texture2D>
 #include <osgEarth/Registry>
@@ -47,24 +48,29 @@ osg::ref_ptr<osg::StateSet> screenState(const char* function, const char* source
     return stateSet;
 }
 
-/// One texture for each image in use, so that many places with one icon share it.
-osg::ref_ptr<osg::Texture2D> iconTexture(osg::Image& image) {
-    static std::mutex mutex;
-    static std::map<osg::Image*, osg::observer_ptr<osg::Texture2D>> textures;
-    const std::lock_guard<std::mutex> lock(mutex);
-    osg::observer_ptr<osg::Texture2D>& slot = textures[&image];
-    osg::ref_ptr<osg::Texture2D> texture;
-    if (slot.lock(texture) && texture->getImage() == &image) {
-        return texture;
-    }
-    texture = new osg::Texture2D(&image);
+osg::ref_ptr<osg::StateSet> textState() {
+    static SharedState shared;
+    return shared.get([] { return screenState("oe_place_text", kTextSource); });
+}
+
+osg::ref_ptr<osg::StateSet> makeIconState(osg::Image& image) {
+    const osg::ref_ptr<osg::Texture2D> texture = new osg::Texture2D(&image);
     texture->setResizeNonPowerOfTwoHint(false);
     texture->setFilter(osg::Texture::MIN_FILTER, osg::Texture::LINEAR);
     texture->setFilter(osg::Texture::MAG_FILTER, osg::Texture::LINEAR);
     texture->setWrap(osg::Texture::WRAP_S, osg::Texture::CLAMP_TO_EDGE);
     texture->setWrap(osg::Texture::WRAP_T, osg::Texture::CLAMP_TO_EDGE);
-    slot = texture;
-    return texture;
+    osg::ref_ptr<osg::StateSet> stateSet = screenState("oe_place_icon", kIconSource);
+    stateSet->setTextureAttributeAndModes(0, texture);
+    return stateSet;
+}
+
+/// Of that image. Its texture keeps the image, so that no other one can have its address meanwhile.
+osg::ref_ptr<osg::StateSet> iconState(osg::Image& image) {
+    static std::mutex mutex;
+    static std::map<const osg::Image*, SharedState> states;
+    const std::lock_guard<std::mutex> lock(mutex);
+    return states[&image].get([&image] { return makeIconState(image); });
 }
 
 /// Where the lower left corner of an image of that size lies.
@@ -121,9 +127,7 @@ osg::ref_ptr<osg::Geometry> iconDrawable(osg::Image& image, const IconSymbol* sy
     geometry->setTexCoordArray(0, texCoords, osg::Array::BIND_PER_VERTEX);
     geometry->setColorArray(new osg::Vec4Array(1, &white), osg::Array::BIND_OVERALL);
     geometry->addPrimitiveSet(new osg::DrawArrays(GL_TRIANGLE_STRIP, 0, 4));
-    const osg::ref_ptr<osg::StateSet> stateSet = screenState("oe_place_icon", kIconSource);
-    stateSet->setTextureAttributeAndModes(0, iconTexture(image));
-    geometry->setStateSet(stateSet);
+    geometry->setStateSet(iconState(image));
     return geometry;
 }
 
@@ -161,7 +165,7 @@ osg::ref_ptr<osg::Group> textContent(const std::string& text, const TextSymbol* 
     // The font's own state, which the content's makes needless, would look through all texts of the font for each that goes.
     line->setStateSet(nullptr);
     osg::ref_ptr<osg::Group> content = new osg::Group;
-    content->setStateSet(screenState("oe_place_text", kTextSource));
+    content->setStateSet(textState());
     content->addChild(line);
     return content;
 }

@@ -1,6 +1,7 @@
 #include "LabelBin.h"
 #include "PlaceContent.h"
 #include "ScreenSpace.h"
+#include "SharedState.h"
 
 #include <osg/Depth>
 #include <osgEarth/VirtualProgram>
@@ -12,12 +13,19 @@ namespace {
 
 constexpr int kLabelBinNumber = 10; // within the annotations' bin: after everything else
 
-void installScreenState(osg::StateSet* stateSet) {
+osg::ref_ptr<osg::StateSet> makePlaceState() {
+    osg::ref_ptr<osg::StateSet> stateSet = new osg::StateSet;
     stateSet->setAttributeAndModes(new osg::Depth(osg::Depth::ALWAYS, 0.0, 1.0, false));
     stateSet->setMode(GL_DEPTH_TEST, osg::StateAttribute::OFF);
     stateSet->setMode(GL_LIGHTING, osg::StateAttribute::OFF);
     stateSet->setMode(GL_CULL_FACE, osg::StateAttribute::OFF);
     LabelBin::install(stateSet, kLabelBinNumber);
+    return stateSet;
+}
+
+osg::ref_ptr<osg::StateSet> placeState() {
+    static SharedState shared;
+    return shared.get(makePlaceState);
 }
 
 } // namespace
@@ -29,7 +37,7 @@ PlaceNode::PlaceNode(const std::string& text, const Style& style, osg::Image* im
 
 PlaceNode::PlaceNode(const GeoPoint& position, const std::string& text, const Style& style, osg::Image* image)
     : m_text(text), m_image(image), m_screenContent(new ScreenSpace), m_label(new Label) {
-    installScreenState(m_screenContent->getOrCreateStateSet());
+    m_screenContent->setStateSet(placeState());
     getPositionAttitudeTransform()->addChild(m_screenContent);
     AnnotationNode::setStyle(style);
     if (text.empty() && style.has<TextSymbol>() && style.get<TextSymbol>()->content().isSet()) {

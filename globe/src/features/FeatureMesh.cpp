@@ -73,6 +73,14 @@ osg::ref_ptr<osg::DrawElementsUInt> cornersOf(const std::vector<osg::Vec3d>& lin
     return strip;
 }
 
+/// Indices of as many bytes as that many points ask for.
+osg::ref_ptr<osg::DrawElements> trianglesOf(const std::vector<unsigned>& indices, std::size_t points) {
+    if (points > std::numeric_limits<GLushort>::max()) {
+        return new osg::DrawElementsUInt(GL_TRIANGLES, indices.begin(), indices.end());
+    }
+    return new osg::DrawElementsUShort(GL_TRIANGLES, indices.begin(), indices.end());
+}
+
 osg::Vec3d onUnitSphere(const osg::Vec3d& lonLat) {
     const double lon = osg::DegreesToRadians(lonLat.x());
     const double lat = osg::DegreesToRadians(lonLat.y());
@@ -249,8 +257,7 @@ FeatureMesh::Drawn FeatureMesh::fillOf(const std::vector<Line>& rings, const Col
     if (mesh.indices.empty()) {
         return {};
     }
-    const osg::ref_ptr<osg::DrawElementsUInt> undivided =
-        new osg::DrawElementsUInt(GL_TRIANGLES, mesh.indices.begin(), mesh.indices.end());
+    const osg::ref_ptr<osg::DrawElements> undivided = trianglesOf(mesh.indices, mesh.points.size());
     subdivide(mesh, longestEdge(extentOf(rings), kPiecesAcrossFill), kMaxTriangles);
     return withCoarse(drawable(mesh, color, plane), undivided);
 }
@@ -325,8 +332,7 @@ osg::ref_ptr<osg::Geometry> FeatureMesh::drawable(const TriangleMesh& mesh, cons
     const std::vector<double> heights = heightsOf(mesh.points, plane);
     geometry->setVertexArray(inFrame(mesh.points, heights, plane));
     geometry->setColorArray(new osg::Vec4Array(osg::Array::BIND_OVERALL, 1, &color));
-    geometry->addPrimitiveSet(
-        new osg::DrawElementsUInt(GL_TRIANGLES, mesh.indices.begin(), mesh.indices.end()));
+    geometry->addPrimitiveSet(trianglesOf(mesh.indices, mesh.points.size()));
     for (std::size_t i = 0; i < mesh.indices.size(); i += 21) { // every seventh triangle
         const unsigned a = mesh.indices[i];
         const unsigned b = mesh.indices[i + 1];
