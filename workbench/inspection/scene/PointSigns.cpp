@@ -109,7 +109,10 @@ osg::ref_ptr<osg::Image> chosenSign(const osg::Image& sign) {
 }
 
 osg::Image* PointSigns::signOf(const Special_Point& point) {
-    const PointKind kind = pointKindOf(fromGbk(point.m_attribute), fromGbk(point.GetName()));
+    return signOf(pointKindOf(fromGbk(point.m_attribute), fromGbk(point.GetName())));
+}
+
+osg::Image* PointSigns::signOf(PointKind kind) {
     const auto [sign, isNew] = m_signs.try_emplace(kind);
     if (isNew) {
         sign->second = drawn(kind);

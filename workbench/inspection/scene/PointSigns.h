@@ -25,8 +25,12 @@ class PointSigns {
 public:
     /// Of kind Other the tools' own marker, null where it cannot be read.
     osg::Image* signOf(const Special_Point& point);
+    /// That marker, of areas as well.
+    osg::Image* marker() { return signOf(PointKind::Other); }
 
 private:
+    osg::Image* signOf(PointKind kind);
+
     std::map<PointKind, osg::ref_ptr<osg::Image>> m_signs;
 };
 

@@ -4,7 +4,6 @@
 #include "workbench/inspection/scene/Globe.h"
 #include "workbench/inspection/scene/SceneDataSet.h"
 
-#include <osgDB/ReadFile>
 #include <osgEarth/GLUtils>
 #include <osgEarth/MapNode>
 #include <osgEarth/ObjectIndex>
@@ -101,23 +100,22 @@ constexpr char kAreaName[] = "ROIArea";
 constexpr char kPolygonName[] = "ROIPolygon";
 
 // Give a group its content anew, by the record.
-void fillRegion(osg::Group& group, const Special_Region& region, const char* name) {
+void fillRegion(osg::Group& group, const Special_Region& region, const char* name, PointSigns& signs) {
     const osg::ref_ptr<FeatureNode> area = outline(region, *globeMapNode());
     area->setName(name);
-    const osg::ref_ptr<osg::Image> icon = osgDB::readRefImageFile("icon/Placemark_32.png");
-    const osg::ref_ptr<PlaceNode> caption = label(region, icon.get(), *globeMapNode());
+    const osg::ref_ptr<PlaceNode> caption = label(region, signs.marker(), *globeMapNode());
     caption->setName(name);
     group.removeChildren(0, group.getNumChildren());
     group.addChild(area);
     group.addChild(caption);
 }
 
-void fill(osg::Group& group, const Special_Area& area, PointSigns& /*signs*/) {
-    fillRegion(group, area, kAreaName);
+void fill(osg::Group& group, const Special_Area& area, PointSigns& signs) {
+    fillRegion(group, area, kAreaName, signs);
 }
 
-void fill(osg::Group& group, const Special_Polygon& polygon, PointSigns& /*signs*/) {
-    fillRegion(group, polygon, kPolygonName);
+void fill(osg::Group& group, const Special_Polygon& polygon, PointSigns& signs) {
+    fillRegion(group, polygon, kPolygonName, signs);
 }
 
 void fill(osg::Group& group, const Special_Point& point, PointSigns& signs) {
@@ -139,13 +137,13 @@ void updateRecord(SceneDataSet& scene, osg::Group& group, const Special_Polygon&
     scene.UpdataPipePolygon(&group, polygon);
 }
 
-osg::ref_ptr<osg::Group> regionGroup(const Special_Region& region, const char* name) {
+osg::ref_ptr<osg::Group> regionGroup(const Special_Region& region, const char* name, PointSigns& signs) {
     osgEarth::MapNode* map = globeMapNode();
     if (!map || region.m_vertices.empty()) {
         return nullptr;
     }
     osg::ref_ptr<osg::Group> group = new osg::Group;
-    fillRegion(*group, region, name);
+    fillRegion(*group, region, name, signs);
     attach(*group, name, *map);
     return group;
 }
@@ -180,13 +178,13 @@ void SpecialObjectNodes::add(const Special_Point& point) {
 }
 
 void SpecialObjectNodes::add(const Special_Area& area) {
-    if (const osg::ref_ptr<osg::Group> group = regionGroup(area, kAreaName)) {
+    if (const osg::ref_ptr<osg::Group> group = regionGroup(area, kAreaName, m_signs)) {
         m_scene.addPipeAreas(group, area);
     }
 }
 
 void SpecialObjectNodes::add(const Special_Polygon& polygon) {
-    if (const osg::ref_ptr<osg::Group> group = regionGroup(polygon, kPolygonName)) {
+    if (const osg::ref_ptr<osg::Group> group = regionGroup(polygon, kPolygonName, m_signs)) {
         m_scene.addPipePolygons(group, polygon);
     }
 }
