@@ -7,6 +7,8 @@
 #include <osgUtil/LineSegmentIntersector>
 #include <osgViewer/View>
 
+#include <vector>
+
 namespace osgEarth {
 
 void TerrainCallback::onTileAdded(const TileKey&, osg::Node*, TerrainCallbackContext&) {}
@@ -93,12 +95,17 @@ unsigned Terrain::getSurfaceRevision() const {
 
 void Terrain::addTerrainCallback(TerrainCallback* callback) {
     if (callback) {
-        m_callbacks.emplace_back(callback);
+        m_places.emplace(callback, m_nextPlace);
+        m_callbacks.emplace(m_nextPlace++, callback);
     }
 }
 
 void Terrain::removeTerrainCallback(TerrainCallback* callback) {
-    m_callbacks.erase(std::remove(m_callbacks.begin(), m_callbacks.end(), callback), m_callbacks.end());
+    const auto [first, last] = m_places.equal_range(callback);
+    for (auto place = first; place != last; ++place) {
+        m_callbacks.erase(place->second);
+    }
+    m_places.erase(first, last);
 }
 
 osg::Node* Terrain::getGraph() const {
@@ -107,7 +114,11 @@ osg::Node* Terrain::getGraph() const {
 
 void Terrain::notifyTileAdded(const TileKey& key, osg::Node* tile) {
     TerrainCallbackContext context(this);
-    const auto callbacks = m_callbacks; // a callback may remove itself
+    std::vector<osg::ref_ptr<TerrainCallback>> callbacks; // a callback may remove itself
+    callbacks.reserve(m_callbacks.size());
+    for (const auto& [place, callback] : m_callbacks) {
+        callbacks.push_back(callback);
+    }
     for (const auto& callback : callbacks) {
         callback->onTileAdded(key, tile, context);
     }
