@@ -19,17 +19,17 @@ namespace {
 
 using inspection::AnomalyOverlays;
 using inspection::FinePictureLimits;
-using inspection::PictureLimits;
+using inspection::PageLimits;
 using osgEarth::Annotation::ImageOverlay;
 
 constexpr int kAnomalies = 40;
 constexpr double kApartMetres = 30.0;
 constexpr double kNearMetres = 60.0; ///< some of them are in view, and not small
-constexpr PictureLimits kLimits{5, 8};
+constexpr PageLimits kLimits{5, 8};
 
 class OverlayPagesTest : public InspectionWindowTest {
 protected:
-    void open(const PictureLimits& limits) {
+    void open(const PageLimits& limits) {
         openComputed();
         const auto& epoch = context().project()->description().newEpoch();
         ASSERT_FALSE(m_globe->map().addElevation("terrain", epoch.dsm.toStdString()));
@@ -128,12 +128,12 @@ protected:
 };
 
 TEST_F(OverlayPagesTest, FewHaveTheirPicturesWhereverTheViewIs) {
-    open(PictureLimits{kAnomalies, 8});
+    open(PageLimits{kAnomalies, 8});
     EXPECT_TRUE(waitUntil([this] { return pictures() == kAnomalies; }));
 }
 
 TEST_F(OverlayPagesTest, AllHaveTheirsAgainWhenOnlyFewAreLeft) {
-    open(PictureLimits{kAnomalies - 1, 8});
+    open(PageLimits{kAnomalies - 1, 8});
     flyTo(10);
     ASSERT_TRUE(waitUntil([this] { return pictures() == 8; }));
     m_overlays->remove(m_line.GetStationId(), nameOf(kAnomalies - 1));
@@ -258,7 +258,7 @@ public:
 };
 
 TEST_F(OverlayPagesTest, AStationOutOfViewIsNotWalkedThrough) {
-    open(PictureLimits{kAnomalies, 8});
+    open(PageLimits{kAnomalies, 8});
     ASSERT_TRUE(waitUntil([this] { return pictures() == kAnomalies; }));
     const osg::ref_ptr<osg::Node> node = new osg::Node;
     const osg::ref_ptr<Probe> probe = new Probe;

@@ -76,17 +76,17 @@ public:
 } // namespace
 
 AnomalyOverlays::AnomalyOverlays(QObject* parent)
-    : AnomalyOverlays(FinePictureLimits(), PictureLimits(), parent) {}
+    : AnomalyOverlays(FinePictureLimits(), PageLimits(), parent) {}
 
-AnomalyOverlays::AnomalyOverlays(const FinePictureLimits& fine, const PictureLimits& limits, QObject* parent)
+AnomalyOverlays::AnomalyOverlays(const FinePictureLimits& fine, const PageLimits& limits, QObject* parent)
     : QObject(parent), m_watch(new osg::Group), m_inViewOnly(new InViewOnly), m_pages(limits),
       m_usual(m_painters), m_crisp(m_painters, fine) {
     m_painters.setMaxThreadCount(std::max(1, QThread::idealThreadCount() - 1)); // the window needs one, too
     m_watch->addUpdateCallback(m_crisp.frameCallback());
     m_watch->addUpdateCallback(m_pages.frameCallback());
-    connect(&m_pages, &OverlayPages::wanted, this, &AnomalyOverlays::wantPictures);
-    connect(&m_pages, &OverlayPages::unwanted, this, &AnomalyOverlays::takePicturesAway);
-    connect(&m_pages, &OverlayPages::leastSizeChanged, &m_pins, &AnomalyPins::setLeastSize);
+    connect(&m_pages, &ViewPages::wanted, this, &AnomalyOverlays::wantPictures);
+    connect(&m_pages, &ViewPages::unwanted, this, &AnomalyOverlays::takePicturesAway);
+    connect(&m_pages, &ViewPages::leastSizeChanged, &m_pins, &AnomalyPins::setLeastSize);
     connect(&m_usual, &UsualPictures::painted, this, &AnomalyOverlays::attach);
     connect(&m_usual, &UsualPictures::progressed, this, &AnomalyOverlays::paintingProgressed);
 }

@@ -3,9 +3,9 @@
 #include "host/inspection/Station.h"
 #include "workbench/inspection/scene/AnomalyPins.h"
 #include "workbench/inspection/scene/CrispOverlays.h"
-#include "workbench/inspection/scene/OverlayPages.h"
 #include "workbench/inspection/scene/OverlayPicture.h"
 #include "workbench/inspection/scene/UsualPictures.h"
+#include "workbench/inspection/scene/ViewPages.h"
 
 #include <osg/Group>
 #include <osg/NodeCallback>
@@ -40,7 +40,7 @@ class AnomalyOverlays : public QObject {
 
 public:
     explicit AnomalyOverlays(QObject* parent = nullptr);
-    explicit AnomalyOverlays(const FinePictureLimits& fine, const PictureLimits& limits = PictureLimits(),
+    explicit AnomalyOverlays(const FinePictureLimits& fine, const PageLimits& limits = PageLimits(),
                              QObject* parent = nullptr);
     ~AnomalyOverlays() override;
 
@@ -114,7 +114,7 @@ private:
     osg::ref_ptr<osg::Group> m_watch;             ///< sees each frame
     osg::ref_ptr<osg::NodeCallback> m_inViewOnly; ///< of the stations' groups
     QThreadPool m_painters;
-    OverlayPages m_pages;
+    ViewPages m_pages;
     UsualPictures m_usual;
     CrispOverlays m_crisp;
     AnomalyPins m_pins;

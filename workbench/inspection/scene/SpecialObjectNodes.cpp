@@ -81,9 +81,7 @@ osg::ref_ptr<FeatureNode> outline(const Special_Region& region, osgEarth::MapNod
     }
     osg::ref_ptr<osgEarth::Features::Feature> feature =
         new osgEarth::Features::Feature(polygon.get(), map.getMapSRS(), Style());
-    osg::ref_ptr<FeatureNode> node = new FeatureNode(feature.get(), regionStyle(region));
-    node->setMapNode(&map);
-    return node;
+    return new FeatureNode(feature.get(), regionStyle(region));
 }
 
 /// Attaches and registers a group of that name; its drawing state is as the tools give it.
@@ -99,32 +97,6 @@ constexpr char kPointName[] = "ROIPoint";
 constexpr char kAreaName[] = "ROIArea";
 constexpr char kPolygonName[] = "ROIPolygon";
 
-// Give a group its content anew, by the record.
-void fillRegion(osg::Group& group, const Special_Region& region, const char* name, PointSigns& signs) {
-    const osg::ref_ptr<FeatureNode> area = outline(region, *globeMapNode());
-    area->setName(name);
-    const osg::ref_ptr<PlaceNode> caption = label(region, signs.marker(), *globeMapNode());
-    caption->setName(name);
-    group.removeChildren(0, group.getNumChildren());
-    group.addChild(area);
-    group.addChild(caption);
-}
-
-void fill(osg::Group& group, const Special_Area& area, PointSigns& signs) {
-    fillRegion(group, area, kAreaName, signs);
-}
-
-void fill(osg::Group& group, const Special_Polygon& polygon, PointSigns& signs) {
-    fillRegion(group, polygon, kPolygonName, signs);
-}
-
-void fill(osg::Group& group, const Special_Point& point, PointSigns& signs) {
-    const osg::ref_ptr<PlaceNode> marker = label(point, signs.signOf(point), *globeMapNode());
-    marker->setName(kPointName);
-    group.removeChildren(0, group.getNumChildren());
-    group.addChild(marker);
-}
-
 void updateRecord(SceneDataSet& scene, osg::Group& group, const Special_Point& point) {
     scene.UpdataPipePoint(&group, point);
 }
@@ -135,17 +107,6 @@ void updateRecord(SceneDataSet& scene, osg::Group& group, const Special_Area& ar
 
 void updateRecord(SceneDataSet& scene, osg::Group& group, const Special_Polygon& polygon) {
     scene.UpdataPipePolygon(&group, polygon);
-}
-
-osg::ref_ptr<osg::Group> regionGroup(const Special_Region& region, const char* name, PointSigns& signs) {
-    osgEarth::MapNode* map = globeMapNode();
-    if (!map || region.m_vertices.empty()) {
-        return nullptr;
-    }
-    osg::ref_ptr<osg::Group> group = new osg::Group;
-    fillRegion(*group, region, name, signs);
-    attach(*group, name, *map);
-    return group;
 }
 
 template<typename Work>
@@ -166,27 +127,73 @@ void gather(const Map& map, std::unordered_set<const osg::Node*>& nodes) {
 
 } // namespace
 
+void SpecialObjectNodes::fill(osg::Group& group, const Special_Point& point) {
+    const osg::ref_ptr<PlaceNode> marker = label(point, m_signs.signOf(point), *globeMapNode());
+    marker->setName(kPointName);
+    group.removeChildren(0, group.getNumChildren());
+    group.addChild(marker);
+}
+
+void SpecialObjectNodes::fill(osg::Group& group, const Special_Area& area) {
+    fillRegion(group, area, kAreaName);
+}
+
+void SpecialObjectNodes::fill(osg::Group& group, const Special_Polygon& polygon) {
+    fillRegion(group, polygon, kPolygonName);
+}
+
+void SpecialObjectNodes::fillRegion(osg::Group& group, const Special_Region& region, const char* name) {
+    const osg::ref_ptr<FeatureNode> area = outline(region, *globeMapNode());
+    area->setName(name);
+    const osg::ref_ptr<PlaceNode> caption = label(region, m_signs.marker(), *globeMapNode());
+    caption->setName(name);
+    forgetOutline(group);
+    group.removeChildren(0, group.getNumChildren());
+    group.addChild(area);
+    group.addChild(caption);
+    m_outlines.add(*area, region);
+}
+
+void SpecialObjectNodes::forgetOutline(osg::Group& group) {
+    for (unsigned index = 0; index < group.getNumChildren(); ++index) {
+        if (auto* outline = dynamic_cast<FeatureNode*>(group.getChild(index))) {
+            m_outlines.remove(*outline);
+        }
+    }
+}
+
 void SpecialObjectNodes::add(const Special_Point& point) {
     osgEarth::MapNode* map = globeMapNode();
     if (!map) {
         return;
     }
     const osg::ref_ptr<osg::Group> group = new osg::Group;
-    fill(*group, point, m_signs);
+    fill(*group, point);
     attach(*group, kPointName, *map);
     m_scene.addPipePoints(group, point);
 }
 
 void SpecialObjectNodes::add(const Special_Area& area) {
-    if (const osg::ref_ptr<osg::Group> group = regionGroup(area, kAreaName, m_signs)) {
+    if (const osg::ref_ptr<osg::Group> group = regionGroup(area, kAreaName)) {
         m_scene.addPipeAreas(group, area);
     }
 }
 
 void SpecialObjectNodes::add(const Special_Polygon& polygon) {
-    if (const osg::ref_ptr<osg::Group> group = regionGroup(polygon, kPolygonName, m_signs)) {
+    if (const osg::ref_ptr<osg::Group> group = regionGroup(polygon, kPolygonName)) {
         m_scene.addPipePolygons(group, polygon);
     }
+}
+
+osg::ref_ptr<osg::Group> SpecialObjectNodes::regionGroup(const Special_Region& region, const char* name) {
+    osgEarth::MapNode* map = globeMapNode();
+    if (!map || region.m_vertices.empty()) {
+        return nullptr;
+    }
+    osg::ref_ptr<osg::Group> group = new osg::Group;
+    fillRegion(*group, region, name);
+    attach(*group, name, *map);
+    return group;
 }
 
 void SpecialObjectNodes::setVisible(const std::string& name, bool visible) {
@@ -230,7 +237,7 @@ void SpecialObjectNodes::replaceWith(const std::string& oldName, const Record& r
         add(record);
     }
     for (const auto& group : groups) {
-        fill(*group, record, m_signs);
+        fill(*group, record);
         updateRecord(m_scene, *group, record);
     }
     redrawGlobe();
@@ -251,6 +258,7 @@ void SpecialObjectNodes::replace(const std::string& oldName, const Special_Polyg
 void SpecialObjectNodes::remove(const std::string& name) {
     for (const auto& group : m_scene.groupsOf(name)) {
         m_scene.forget(*group);
+        forgetOutline(*group);
         if (osgEarth::MapNode* map = globeMapNode()) {
             map->removeChild(group.get());
         }
@@ -265,6 +273,7 @@ void SpecialObjectNodes::clear() {
     gather(m_scene.getPipePolygons(), nodes);
     takeOffGlobe(nodes);
     m_highlighted.clear();
+    m_outlines.clear();
     m_scene.clear();
 }
 

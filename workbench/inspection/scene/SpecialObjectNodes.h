@@ -2,6 +2,7 @@
 
 #include "host/inspection/Records.h"
 #include "workbench/inspection/scene/PointSigns.h"
+#include "workbench/inspection/scene/RegionOutlines.h"
 
 #include <osg/Group>
 #include <osg/ref_ptr>
@@ -20,7 +21,9 @@ class SceneDataSet;
 /// thread, which also runs the frames.
 class SpecialObjectNodes {
 public:
-    explicit SpecialObjectNodes(SceneDataSet& scene) : m_scene(scene) {}
+    /// `outlines`: how many areas are drawn with their fills and borders.
+    explicit SpecialObjectNodes(SceneDataSet& scene, const PageLimits& outlines = {1000, 1500})
+        : m_scene(scene), m_outlines(outlines) {}
 
     void add(const Special_Point& point);
     void add(const Special_Area& area);
@@ -50,10 +53,18 @@ private:
 
     template<typename Record>
     void replaceWith(const std::string& oldName, const Record& record);
-    /// Every group with that name.
+    /// Give a group its content anew, by the record.
+    void fill(osg::Group& group, const Special_Point& point);
+    void fill(osg::Group& group, const Special_Area& area);
+    void fill(osg::Group& group, const Special_Polygon& polygon);
+    void fillRegion(osg::Group& group, const Special_Region& region, const char* name);
+    void forgetOutline(osg::Group& group);
+    /// Null where there is no globe, or nothing to draw.
+    osg::ref_ptr<osg::Group> regionGroup(const Special_Region& region, const char* name);
 
     SceneDataSet& m_scene;
     PointSigns m_signs;
+    RegionOutlines m_outlines;
     std::vector<Highlight> m_highlighted;
 };
 

@@ -1,4 +1,4 @@
-#include "workbench/inspection/scene/OverlayPages.h"
+#include "workbench/inspection/scene/ViewPages.h"
 
 #include <algorithm>
 #include <limits>
@@ -13,12 +13,12 @@ constexpr double kBeforeAllOthers = std::numeric_limits<double>::max();
 
 } // namespace
 
-OverlayPages::OverlayPages(const PictureLimits& limits, QObject* parent) : QObject(parent), m_limits(limits) {
+ViewPages::ViewPages(const PageLimits& limits, QObject* parent) : QObject(parent), m_limits(limits) {
     connect(&m_rest, SIGNAL(rested()), this, SLOT(look()));
     connect(&m_rest, SIGNAL(passed()), this, SLOT(look()));
 }
 
-void OverlayPages::add(std::uint64_t handle, const osg::Vec3d& world, double metres, bool isUrgent) {
+void ViewPages::add(std::uint64_t handle, const osg::Vec3d& world, double metres, bool isUrgent) {
     Item& item = m_items[handle];
     item = {world, metres, 0, false};
     if (isUrgent || m_items.size() <= m_limits.few) {
@@ -29,7 +29,7 @@ void OverlayPages::add(std::uint64_t handle, const osg::Vec3d& world, double met
     m_rest.lookAgain();
 }
 
-void OverlayPages::remove(std::uint64_t handle) {
+void ViewPages::remove(std::uint64_t handle) {
     const auto found = m_items.find(handle);
     if (found != m_items.end()) {
         m_chosen -= found->second.seen != 0 ? 1U : 0U;
@@ -38,7 +38,7 @@ void OverlayPages::remove(std::uint64_t handle) {
     }
 }
 
-void OverlayPages::setKept(std::uint64_t handle, bool isKept) {
+void ViewPages::setKept(std::uint64_t handle, bool isKept) {
     const auto found = m_items.find(handle);
     if (found != m_items.end() && found->second.isKept != isKept) {
         found->second.isKept = isKept;
@@ -46,12 +46,12 @@ void OverlayPages::setKept(std::uint64_t handle, bool isKept) {
     }
 }
 
-bool OverlayPages::isChosen(std::uint64_t handle) const {
+bool ViewPages::isChosen(std::uint64_t handle) const {
     const auto found = m_items.find(handle);
     return found != m_items.end() && found->second.seen != 0;
 }
 
-void OverlayPages::look() {
+void ViewPages::look() {
     if (m_items.size() <= m_limits.few) {
         wantAll();
         return;
@@ -64,7 +64,7 @@ void OverlayPages::look() {
     }
 }
 
-void OverlayPages::wantAll() {
+void ViewPages::wantAll() {
     std::vector<std::uint64_t> handles;
     for (auto& [handle, item] : m_items) {
         if (item.seen == 0) {
@@ -77,7 +77,7 @@ void OverlayPages::wantAll() {
     emit wanted(handles);
 }
 
-std::vector<OverlayPages::Candidate> OverlayPages::candidates(const ViewGeometry& view) {
+std::vector<ViewPages::Candidate> ViewPages::candidates(const ViewGeometry& view) {
     std::vector<Candidate> found;
     for (auto& [handle, item] : m_items) {
         const auto radius = static_cast<float>(item.metres / 2.0);
@@ -92,7 +92,7 @@ std::vector<OverlayPages::Candidate> OverlayPages::candidates(const ViewGeometry
     return found;
 }
 
-void OverlayPages::choose(std::vector<Candidate>& candidates) {
+void ViewPages::choose(std::vector<Candidate>& candidates) {
     double leastSize = kLeastPixels;
     if (candidates.size() > m_limits.most) {
         const auto last = candidates.begin() + static_cast<std::ptrdiff_t>(m_limits.most);
@@ -114,7 +114,7 @@ void OverlayPages::choose(std::vector<Candidate>& candidates) {
     emit wanted(handles);
 }
 
-void OverlayPages::giveBack() {
+void ViewPages::giveBack() {
     if (m_chosen <= m_limits.most) {
         return;
     }
@@ -135,7 +135,7 @@ void OverlayPages::giveBack() {
     emit unwanted(handles);
 }
 
-void OverlayPages::setLeastSize(double pixels) {
+void ViewPages::setLeastSize(double pixels) {
     if (pixels != m_leastSize) {
         m_leastSize = pixels;
         emit leastSizeChanged(pixels);

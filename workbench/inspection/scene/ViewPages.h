@@ -13,22 +13,23 @@
 
 namespace inspection {
 
-/// How many anomalies have pictures on the globe.
-struct PictureLimits {
-    std::size_t few = 2000;  ///< anomalies all of which have one, wherever the view is
-    std::size_t most = 3000; ///< pictures, where there are more anomalies
+/// How many things have pictures on the globe.
+struct PageLimits {
+    std::size_t few = 2000;  ///< things all of which have one, wherever the view is
+    std::size_t most = 3000; ///< pictures, where there are more things
 };
 
-/// Chooses the anomalies that have pictures. While they are few, all have. Of more those have that are in view and large
-/// enough to be seen, the largest first; and those seen last keep theirs within the limit. It looks at the view when
-/// that rests, and every now and then while it moves. GUI thread, which also runs the frames.
-class OverlayPages : public QObject {
+/// Chooses which of many things on the ground have pictures, or whatever else of them takes memory. While they are few, all
+/// have. Of more those have that are in view and large enough to be seen, the largest first; and those seen last keep
+/// theirs within the limit. It looks at the view when that rests, and every now and then while it moves. GUI thread,
+/// which also runs the frames.
+class ViewPages : public QObject {
     Q_OBJECT
 
 public:
-    explicit OverlayPages(const PictureLimits& limits, QObject* parent = nullptr);
+    explicit ViewPages(const PageLimits& limits, QObject* parent = nullptr);
 
-    /// `metres` is the anomaly's longer side. Asks for its picture at once while there are few, or when it is `urgent`.
+    /// `metres` is the thing's longer side. Asks for its picture at once while there are few, or when it is `urgent`.
     void add(std::uint64_t handle, const osg::Vec3d& world, double metres, bool isUrgent = false);
     /// Its picture has gone with it.
     void remove(std::uint64_t handle);
@@ -69,7 +70,7 @@ private:
     void giveBack();
     void setLeastSize(double pixels);
 
-    PictureLimits m_limits;
+    PageLimits m_limits;
     ViewRest m_rest;
     std::unordered_map<std::uint64_t, Item> m_items;
     std::uint64_t m_looks = 1;
