@@ -114,9 +114,10 @@ double nearestHeight(const osg::Vec3d& point, const std::vector<osg::Vec3d>& poi
     double height = 0.0;
     for (std::size_t i = 0; i < points.size(); ++i) {
         const double distance = osg::Vec2d(points[i].x() - point.x(), points[i].y() - point.y()).length2();
-        if (heights[i] && distance < nearest) {
+        const std::optional<double>& known = heights[i];
+        if (known && distance < nearest) {
             nearest = distance;
-            height = *heights[i];
+            height = *known;
         }
     }
     return height;
@@ -349,14 +350,15 @@ std::vector<double> FeatureMesh::heightsOf(const std::vector<osg::Vec3d>& points
     for (const osg::Vec3d& point : points) {
         surveyed.push_back(groundAt(point, plane));
     }
-    const bool isKnown =
+    const bool areSomeKnown =
         std::any_of(surveyed.begin(), surveyed.end(), [](const auto& height) { return height.has_value(); });
     std::vector<double> heights;
     heights.reserve(points.size());
     for (std::size_t i = 0; i < points.size(); ++i) {
-        const double ground = surveyed[i] ? *surveyed[i]
-                              : isKnown   ? nearestHeight(points[i], points, surveyed)
-                                          : loadedGroundAt(points[i], plane);
+        const std::optional<double>& known = surveyed[i];
+        const double ground = known          ? *known
+                              : areSomeKnown ? nearestHeight(points[i], points, surveyed)
+                                             : loadedGroundAt(points[i], plane);
         heights.push_back(ground + aboveGround(points[i]));
     }
     return heights;
