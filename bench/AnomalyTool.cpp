@@ -57,8 +57,9 @@ std::vector<SdiffData> manyAnomalies(int count) {
         anomaly.name = "M-" + std::to_string(100000 + index);
         anomaly.attribute = index % 3 == 0 ? toGbk("深挖") : std::string();
         anomaly.isFill = index % 2 == 0;
+        const int row = index / columns;
         anomaly.xMin = SmallProject::kLeft + 1.0 + index % columns * step;
-        anomaly.yMin = SmallProject::kTop - 79.0 + index / columns * step;
+        anomaly.yMin = SmallProject::kTop - 79.0 + row * step;
         anomaly.xMax = anomaly.xMin + step * 0.6;
         anomaly.yMax = anomaly.yMin + step * 0.6;
         anomaly.x = (anomaly.xMin + anomaly.xMax) / 2.0;

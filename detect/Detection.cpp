@@ -100,7 +100,8 @@ public:
             return;
         }
         const bool goesOn = component.touches(m_edges);
-        const bool reduced = m_standingOut && (goesOn || m_builder.mayPass(component)) && reduce(component);
+        const bool reduced =
+            m_standingOut && (goesOn || m_builder.mayPass(component)) && reduce(*m_standingOut, component);
         if (goesOn) {
             component.moveTo(m_seamRuns);
         } else if (reduced) {
@@ -111,8 +112,8 @@ public:
     }
 
 private:
-    bool reduce(Component& component) {
-        const auto reduced = m_standingOut->reduce(component);
+    bool reduce(StandingOut& standingOut, Component& component) {
+        const auto reduced = standingOut.reduce(component);
         if (!reduced) {
             m_status = failed(reduced);
         }

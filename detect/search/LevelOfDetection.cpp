@@ -51,9 +51,10 @@ LevelOfDetection::LevelOfDetection(const Parameters& parameters, const Coregistr
         return;
     }
     const Significance& significance = *parameters.significance;
-    m_cell.sigma = static_cast<float>(
-        significance.oldSigmaMetres ? std::hypot(*significance.oldSigmaMetres, *significance.newSigmaMetres)
-                                    : coregistration.sigmaMetres);
+    m_cell.sigma =
+        static_cast<float>(significance.oldSigmaMetres && significance.newSigmaMetres
+                               ? std::hypot(*significance.oldSigmaMetres, *significance.newSigmaMetres)
+                               : coregistration.sigmaMetres);
     m_cell.quantile = static_cast<float>(quantileFor(significance.confidence));
     m_perSlope = static_cast<float>(coregistration.sigmaPerSlopeMetres);
     m_dependsOnSlope = m_perSlope > 0.0F;

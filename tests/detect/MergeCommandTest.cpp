@@ -189,6 +189,8 @@ TEST_F(MergeCommand, APieceThatNoSearchCanWriteIsRefused) {
     const std::string columns =
         "row,begin,end,sign,gap,lowest,highest,strongest,raised,sunk,variance,explained,cores,"
         "cores_begin,cores_end,restless,heights";
+    std::string again = "insert into seam_runs (";
+    again.append(columns).append(") select ").append(columns).append(" from seam_runs");
     const std::string whole = m_folder.file("a.gpkg");
     const std::string kept = m_folder.file("kept");
     std::filesystem::copy_file(whole, kept);
@@ -201,8 +203,7 @@ TEST_F(MergeCommand, APieceThatNoSearchCanWriteIsRefused) {
           std::string("update seam_runs set heights=x'0000c07f' where end=begin+1"),
           std::string("update seam_runs set raised=9223372036854775807"),
           std::string("update seam_runs set sign=2"),
-          std::string("update seam_runs set cores=1, cores_begin=-5, cores_end=1000"),
-          "insert into seam_runs (" + columns + ") select " + columns + " from seam_runs",
+          std::string("update seam_runs set cores=1, cores_begin=-5, cores_end=1000"), again,
           std::string(
               "update piece set description=replace(description, '\"columns\":90', '\"columns\":-90')"),
           std::string(

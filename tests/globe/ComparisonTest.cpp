@@ -92,7 +92,7 @@ TEST_F(Comparison, IsMixedInAsFarAsTheDivider) {
     compare(true);
     show(0.0F, kPixels);
     EXPECT_LT(colour(10).g(), 0.3F);
-    show(1.0F, kPixels / 2);
+    show(1.0F, kPixels / 2.0F);
     EXPECT_GT(colour(10).g(), 0.5F);
     EXPECT_LT(colour(10).r(), 0.3F);
     EXPECT_GT(colour(54).r(), 0.5F);

@@ -29,7 +29,7 @@ public:
     void TearDown() override { theServer().reset(); }
 };
 
-[[maybe_unused]] const auto* const serverEnd = testing::AddGlobalTestEnvironment(new ServerEnd);
+[[maybe_unused]] const auto* const kServerEnd = testing::AddGlobalTestEnvironment(new ServerEnd);
 
 [[noreturn]] void giveUp(const QString& cause) {
     const std::string text = "MariaDB server for the tests: " + cause.toStdString();

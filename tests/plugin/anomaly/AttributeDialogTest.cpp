@@ -12,6 +12,7 @@
 #include <QLineEdit>
 #include <QMetaObject>
 #include <QPushButton>
+#include <QTest>
 
 namespace {
 

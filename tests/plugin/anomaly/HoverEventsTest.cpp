@@ -18,7 +18,6 @@
 
 namespace {
 
-using osgEarth::Util::EarthManipulator;
 using osgGA::GUIEventAdapter;
 
 class HoverEvents : public AnomalyTest {

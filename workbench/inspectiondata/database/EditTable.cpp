@@ -79,8 +79,11 @@ KV_Record editRow(const QString& inspector, const std::string& subject, const QS
 std::int64_t changedComparison(const RowChanges& changes) {
     const auto anomaly = std::find_if(changes.begin(), changes.end(),
                                       [](const RowChange& change) { return change.table == kAnomalyTable; });
-    return anomaly == changes.end() ? kNoComparison
-                                    : comparisonOf(anomaly->after ? *anomaly->after : *anomaly->before);
+    if (anomaly == changes.end()) {
+        return kNoComparison;
+    }
+    const std::optional<KV_Record>& row = anomaly->after ? anomaly->after : anomaly->before;
+    return row ? comparisonOf(*row) : kNoComparison;
 }
 
 void insertReplacement(KV_MySQL& database, KV_Record row, std::int64_t comparisonId) {

@@ -38,7 +38,8 @@ struct RecordValue {
     Value operator()(std::string SdiffData::* text) const { return gbkToUtf8(anomaly.*text); }
     Value operator()(double SdiffData::* number) const { return anomaly.*number; }
     Value operator()(std::optional<double> SdiffData::* number) const {
-        return anomaly.*number ? Value(*(anomaly.*number)) : Value();
+        const std::optional<double>& known = anomaly.*number;
+        return known ? Value(*known) : Value();
     }
     Value operator()(bool SdiffData::* isFill) const { return std::string(kindCode(anomaly.*isFill)); }
 };
