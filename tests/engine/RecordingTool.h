@@ -12,6 +12,8 @@
 #include <QToolButton>
 #include <QWidget>
 
+#include <gtest/gtest.h>
+
 #include <stdexcept>
 
 /// A one-shot command that notes what the engine does with it.
